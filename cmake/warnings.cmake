@@ -1,0 +1,12 @@
+# Warnings for all of our own code, as errors, and the sanitizers that a preset asks for.
+add_library(kestrane_flags INTERFACE)
+target_compile_options(kestrane_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wsuggest-override -Woverloaded-virtual
+  -Wnon-virtual-dtor -Wold-style-cast -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(kestrane_flags INTERFACE -Wduplicated-cond -Wlogical-op)
+endif()
+if(KESTRANE_SANITIZE)
+  target_compile_options(kestrane_flags INTERFACE -fsanitize=${KESTRANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(kestrane_flags INTERFACE -fsanitize=${KESTRANE_SANITIZE})
+endif()

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/log.h"
+#include "platform/clock.h"
+#include "platform/system_services.h"
+
+/// Text to number and back, angles and times, none of it dependent on the machine's locale. Nothing here raises.
+namespace kestrane {
+
+/// Leading number of a text with a point or comma: what could be read, 0 for nothing. A bad text is logged.
+double Val_Global(std::string_view text, Log& log);
+double Val_US(std::string_view text, Log& log);
+
+bool IsAllDigits(std::string_view text);
+/// Digits after a point: "25" is 0.25.
+double FractionValue(std::string_view digits);
+bool UsesDecimalPoint();
+bool IsNumericText(std::string_view text);
+
+/// `value` by a pattern of "0", "#" and ".", rounded half away from zero, with a point. An empty pattern is the
+/// plain form (see `PlainNumber`).
+std::string FormatUs(double value, std::string_view pattern);
+
+/// HH:MM:SS.S to hours; false on a fault, when `hours` keeps what was added so far. Faults are logged.
+bool ParseProtocolHours(std::string_view text, double& hours, Log& log);
+/// sDD*MM:SS to degrees; false on a fault, silently, when `degrees` keeps what was added so far.
+bool ParseProtocolDegrees(std::string_view text, double& degrees, Log& log);
+double ProtocolHours(std::string_view text, Log& log);
+double ProtocolDegrees(std::string_view text, Log& log);
+
+/// Signed decimal integer of 16 bits; false for any other character, or beyond its range.
+bool TryParseInteger(std::string_view text, std::int16_t& value);
+
+/// Sexagesimal text with the given delimiters after hours (degrees), minutes and seconds; whole parts have two
+/// digits. Rounding to the decimals of the seconds carries; negative values have a leading "-".
+std::string HoursToHMS(double hours, std::string_view hourDelimiter, std::string_view minuteDelimiter,
+                       std::string_view secondDelimiter, int secondDecimals);
+std::string DegreesToDMS(double degrees, std::string_view degreeDelimiter, std::string_view minuteDelimiter,
+                         std::string_view secondDelimiter, int secondDecimals);
+
+/// Hours for a longitude in degrees, east positive.
+double LocalSiderealTime(double longitude, Astronomy& astronomy);
+
+/// To 0 up to below 24; to -12 through 12; to -180 through 180.
+double NormalizeHours(double hours);
+double NormalizeHourAngle(double hours);
+double NormalizeDegrees180(double degrees);
+
+/// Angle between two points in degrees, stable for small angles; RA in hours, Dec in degrees.
+double AngularDistance(double ra1, double dec1, double ra2, double dec2);
+
+/// Horizontal to equatorial: false for a latitude or altitude outside -90 to 90 or an azimuth above 360.
+bool AltAzToHaDec(double latitude, double altitude, double azimuth, double& hourAngle, double& declination);
+/// Equatorial to horizontal for RA and sidereal time in hours, the rest in degrees.
+void RaDecToAltAz(double latitude, double siderealTime, double ra, double dec, double& altitude, double& azimuth);
+
+}  // namespace kestrane

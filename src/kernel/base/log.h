@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/clock.h"
+
+namespace kestrane {
+
+enum class LogLevel : int { Info = 0, Warning = 1, Error = 2, Fatal = 3, Exception = 4 };
+
+/// The logging members of the shared state record.
+struct LogState {
+    bool g_bDebugLog = false;            ///< logging on (setting `chkEnableDebugLog`)
+    bool g_bLogPaused = false;           ///< writing to the file pauses during a long park
+    std::int32_t g_nLogLine = 0;         ///< number of the last line; negative: lines carry no number
+    std::string g_sLogDir;               ///< folder of the log files; empty until the first log was opened
+    bool g_bShowAscom = true;            ///< window filter, setting `chkShowASCOMCommands`
+    bool g_bShowFocuser = true;          ///< window filter, setting `chkShowFocuserCommands`
+    bool g_bShowTelescope = true;        ///< window filter, setting `chkShowTelescopeCommands`
+    bool g_bShowNoRaDec = false;         ///< window filter, setting `chkShowNoRaDecAltAz`
+    bool g_bSuppressNextReply = false;   ///< the last sent line was a position query and was hidden
+};
+
+/// The log window as the log sees it: a text box that takes coloured lines.
+class LogWindow {
+public:
+    virtual ~LogWindow() = default;
+    virtual bool Visible() = 0;
+    /// Characters now in the text box.
+    virtual std::size_t TextLength() = 0;
+    /// Cuts the text to its last `characters` and moves the caret to the end.
+    virtual void KeepLast(std::size_t characters) = 0;
+    /// Appends CR LF and the line in a red-green-blue colour at the end.
+    virtual void Append(std::string_view line, std::int32_t colour) = 0;
+    virtual void Show(bool visible) = 0;
+};
+
+/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order.
+struct LogFileFacts {
+    std::function<std::string()> logFileDir;     ///< setting `LogFileDir`; empty for the common folder
+    std::function<std::string()> controller;     ///< setting `Controller`, "0" to "4" or another text
+    std::function<std::string()> mountTypeName;  ///< display name for the setting `MountType`
+    std::function<std::string()> osName;
+    std::function<bool()> isAdmin;
+    std::function<std::filesystem::path()> commonAppData;
+};
+
+/// Takes every log line of the driver: writes it to the log file, numbered and time-stamped, and feeds the log
+/// window with a filtered, coloured subset. Nothing here ever raises, blocks on a full disk or fails its caller.
+/// Logic thread only. Does not pump.
+class Log {
+public:
+    Log(LogState& state, Clock& clock) : state_(state), clock_(clock) {}
+
+    /// To be called before the first `OpenLog`.
+    void SetFacts(LogFileFacts facts) { facts_ = std::move(facts); }
+    /// `window` may be null; it must outlive the log or be taken away first.
+    void SetWindow(LogWindow* window) { window_ = window; }
+
+    /// Logs one message: nothing happens while `g_bDebugLog` is false. Every CR LF pair is removed from it.
+    void LogMessage(std::string_view origin, LogLevel level, std::string_view message);
+    /// For levels outside the enumeration, which print as their number.
+    void LogMessage(std::string_view origin, int level, std::string_view message);
+
+    /// Opens a new file with its header if none is open. Failures leave the log without a file.
+    void OpenLog();
+    void CloseLog();
+    bool IsOpen() const { return stream_.is_open(); }
+    /// Opens the log and shows or hides the window to suit, or closes both, by `g_bDebugLog`.
+    void ToggleLog(bool showWindow);
+    /// One line to the file, with its number.
+    void WriteLogLine(std::string_view line);
+
+    /// Local time as YYYY-MM-DD HH:MM:SS.mmm.
+    std::string GetTimestamp();
+    /// Local time as YYYY-MM-DD_HH-MM-SS.
+    std::string GetFileTimestamp();
+
+    const std::filesystem::path& FileName() const { return fileName_; }
+
+    /// Sees every logged line's origin, level and message, also without a file; for tests and for views.
+    using Listener = std::function<void(std::string_view origin, int level, std::string_view message)>;
+    void SetListener(Listener listener) { listener_ = std::move(listener); }
+
+private:
+    LogState& state_;
+    Clock& clock_;
+    LogFileFacts facts_;
+    LogWindow* window_ = nullptr;
+    std::ofstream stream_;
+    std::filesystem::path fileName_;
+    Listener listener_;
+};
+
+}  // namespace kestrane

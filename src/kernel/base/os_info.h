@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// Whether the process runs elevated: full elevation of its token on the NT family from version 6 on, else the
+/// answer of the shell's own test. A failure on the way is "no".
+bool IsAdmin(SystemInfo& system);
+
+/// Name of the operating system for the log header; "unknown" where the system has no version record.
+std::string GetOsName(SystemInfo& system);
+
+}  // namespace kestrane

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/clock.h"
+#include "platform/message_pump.h"
+
+namespace kestrane {
+
+/// The one wait of the driver: in pieces of 100 ms with one pump after each piece while 101 ms or more remain.
+/// Waits of 100 ms or less never pump, which keeps an exchange with the mount in one piece.
+class Waits {
+public:
+    Waits(Clock& clock, MessagePump& pump) : clock_(clock), pump_(pump) {}
+
+    /// Values of 0 and below return at once.
+    void WaitForMilliseconds(std::int32_t milliseconds);
+    /// Pumps messages once.
+    void PumpOnce() { pump_.PumpMessages(); }
+
+private:
+    Clock& clock_;
+    MessagePump& pump_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "link/mount_link.h"
+#include "state/driver_state.h"
+#include "state/mount_commands.h"
+
+namespace kestrane {
+
+/// What an exchange needs of its surroundings. All of it outlives the exchange.
+struct ExchangeNeeds {
+    DriverState& state;
+    const std::unique_ptr<MountLink>& link;  ///< may be empty: every call then fails silently
+    Log& log;
+    Counters& counters;
+    Waits& waits;
+    Clock& clock;
+    SwallowLedger& ledger;
+    /// Runs the text after "RAW," and gives its reply.
+    std::function<std::string(std::string_view)> executeDriverCommand;
+    /// The mount answered well.
+    std::function<void()> noteQuerySuccess;
+};
+
+/// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence,
+/// the companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of
+/// retries belongs to the object. An exchange never pumps, so it is never entered twice. Nothing here raises.
+///
+/// Each method has a twin for the driver's own use, which differs in its log origin, and for `CommandBool` in what
+/// counts as success.
+class CommandExchange final : public MountCommands {
+public:
+    explicit CommandExchange(ExchangeNeeds needs) : needs_(std::move(needs)) {}
+
+    /// Retries after the first try, 0 to 5; values outside are taken to the nearer bound. 0 at creation.
+    std::int16_t MaxSerialRetries() const { return maxSerialRetries_; }
+    void MaxSerialRetries(std::int16_t retries);
+
+    void CommandBlind(std::string_view command, bool raw);
+    void CommandBlindInternal(std::string_view command, bool raw) override;
+
+    /// Frames and sends, and that is all: for guide pulses and focuser runs.
+    void CommandBlindLight(std::string_view command);
+
+    /// Ends the mount's half-read input and drops what waits on the line; clears `g_bResync`.
+    void CommandClear();
+    void CommandClearInternal() override;
+
+    /// True when the mount answered "1"; this method, and not its twin, also takes "0" to ":MS#".
+    bool CommandBool(std::string_view command, bool raw);
+    bool CommandBoolInternal(std::string_view command, bool raw) override;
+
+    /// The reply without its terminator; empty when none came. "RAW," texts go to the driver command channel.
+    std::string CommandString(std::string_view command, bool raw);
+    std::string CommandStringInternal(std::string_view command, bool raw) override;
+
+private:
+    ExchangeNeeds needs_;
+    std::int16_t maxSerialRetries_ = 0;
+};
+
+}  // namespace kestrane

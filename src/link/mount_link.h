@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kestrane {
+
+/// The way to the mount, whatever carries it. Text is passed byte for byte. Logic thread only; nothing here pumps.
+/// Unless told otherwise no member raises: a closed or dead line reads as empty text.
+class MountLink {
+public:
+    virtual ~MountLink() = default;
+
+    virtual bool Connected() = 0;
+    /// Opens or closes. A line that cannot be opened stays closed without an error on the driver's own serial
+    /// layer (read `Connected` back); the platform's serial object may raise its own `DriverError`.
+    virtual void Connected(bool connect) = 0;
+
+    virtual std::int32_t Port() = 0;
+    virtual void Port(std::int32_t port) = 0;
+    virtual std::int32_t Speed() = 0;
+    virtual void Speed(std::int32_t baud) = 0;
+
+    /// Limit of one read in milliseconds. On a closed line only stored, for the next connect.
+    virtual std::int32_t ReceiveTimeoutMS() = 0;
+    virtual void ReceiveTimeoutMS(std::int32_t milliseconds) = 0;
+    /// The same in whole seconds.
+    virtual std::int32_t ReceiveTimeout() = 0;
+    virtual void ReceiveTimeout(std::int32_t seconds) = 0;
+
+    /// Drops everything waiting.
+    virtual void ClearBuffers() = 0;
+    /// Whatever is there, waiting at most the read limit for a first byte.
+    virtual std::string Receive() = 0;
+    /// Exactly `count` characters, or what came by the read limit (and then a receive counted error is counted).
+    virtual std::string ReceiveCounted(std::int32_t count) = 0;
+    /// Up to and with the terminator, or what came by the read limit (and then a receive terminated error is
+    /// counted). On a serial line a read that brings nothing at all raises `RunTimeError` 5: that is how a silent
+    /// line announces itself to the exchange.
+    virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
+    virtual void Transmit(std::string_view text) = 0;
+
+    /// The port's time-out triple: total constant, per-character multiplier, interval, in milliseconds. Left as
+    /// they are where the line has none.
+    virtual void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) = 0;
+};
+
+}  // namespace kestrane

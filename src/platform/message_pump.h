@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace kestrane {
+
+/// How long a call that enters the logic thread may hold it, which decides where it may start.
+enum class CallKind {
+    /// Ends by itself soon; may start inside any pump.
+    Brief,
+    /// Pumps while it waits (a synchronous slew, a connect). Starts from the outermost loop or inside the pump of
+    /// another long call, never inside the pump of a brief one, so that no brief call gets stuck under it.
+    WaitsLong,
+};
+
+/// A repeating timer of the pump. Fires at a pump when its time is due; a timer that fell due several times while
+/// nobody pumped fires once. An interval of 0 never fires. Destroying the timer ends it, also from its own callback.
+class PumpTimer {
+public:
+    virtual ~PumpTimer() = default;
+
+    /// Milliseconds from 0 up. Changing it while enabled starts the interval anew.
+    virtual void SetInterval(std::int32_t milliseconds) = 0;
+    /// Enabling an enabled timer changes nothing; enabling a disabled one starts the interval anew.
+    virtual void SetEnabled(bool enabled) = 0;
+};
+
+/// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time,
+/// in the order in which they fell due, by whoever pumps. Running a call may pump again: that is how an abort gets
+/// in during a slew.
+class MessagePump {
+public:
+    /// Calls nested deeper than this wait for their turn.
+    static constexpr int kMaxNesting = 64;
+
+    virtual ~MessagePump() = default;
+
+    /// Queues a call. The one member that other threads may use.
+    virtual void Post(CallKind kind, std::function<void()> call) = 0;
+
+    /// Runs what is due now and was queued before this pump began, once each, as far as the nesting rules let it
+    /// start; then returns. What arrives meanwhile waits for the next pump, so that a pump always ends.
+    virtual void PumpMessages() = 0;
+
+    /// Makes a disabled timer that calls `onTick` on the logic thread; its tick counts as a brief call.
+    virtual std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) = 0;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/clock.h"
+#include "platform/message_pump.h"
+#include "platform/serial_port.h"
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// All services of the machine, handed to the composition root. The services outlive the driver.
+struct Platform {
+    Clock& clock;
+    MessagePump& pump;
+    SerialPorts& serialPorts;
+    MessageBoxes& messageBoxes;
+    SystemInfo& systemInfo;
+    Processes& processes;
+    Registry& registry;
+    ApplicationSettings& applicationSettings;
+    ProfileStore& profileStore;
+    UtilityService& utility;
+    Astronomy& astronomy;
+    Folders& folders;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace kestrane {
+
+/// One serial line as bytes: 8 data bits, no parity, 1 stop bit, no flow control. Logic thread only. No member
+/// raises: a line that is gone reads as silence and swallows what is written.
+class SerialPort {
+public:
+    virtual ~SerialPort() = default;
+
+    /// Opens port number `port` ("COMn" without its letters, 1 up) at `speed` baud. Returns 0 when it is open, else
+    /// the error code of the system (not 0). Opening an open port closes it first and opens it anew.
+    virtual int Open(std::int32_t port, std::int32_t speed) = 0;
+    virtual void Close() = 0;
+    virtual bool IsOpen() = 0;
+
+    virtual void Write(std::string_view bytes) = 0;
+
+    /// Waits up to `timeoutMs` for bytes without pumping, and returns what is there, at most `maxCount`, as soon as
+    /// at least one byte is; empty at the time limit. A time limit of 0 only looks.
+    virtual std::string Read(std::size_t maxCount, std::int32_t timeoutMs) = 0;
+};
+
+class SerialPorts {
+public:
+    virtual ~SerialPorts() = default;
+
+    /// A closed port object, owned by the caller.
+    virtual std::unique_ptr<SerialPort> CreatePort() = 0;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/system_services.h"
+#include "settings/setting_keys.h"
+
+namespace kestrane {
+
+class Database;
+
+/// What the settings need of the machine and of the base.
+struct PersistNeeds {
+    LogState& logState;
+    Log& log;
+    Clock& clock;
+    Folders& folders;
+    MessageBoxes& messageBoxes;
+    SwallowLedger& ledger;
+};
+
+/// Named settings: a text under a text key, in any case of the key. Reads go to the settings file, then to the
+/// legacy ini file, then to the caller's default, and the answer of a first read is stored at once: from then on
+/// neither the ini file nor another caller's default has a say. There is no cache; a write takes effect at once and
+/// survives a kill of the process. Logic thread only.
+class Persist {
+public:
+    explicit Persist(PersistNeeds needs);
+    ~Persist();
+
+    std::string ReadIniValue(std::string_view variable, std::string_view fallback);
+    void WriteIniValue(std::string_view variable, std::string_view value);
+    void TryDeleteIniValue(std::string_view variable);
+    /// "name=value," repeated. On a non-empty settings table it fails with run-time error 91: wanted.
+    std::string GetAllValues();
+
+    /// The value under a known key with that key's own default.
+    std::string Read(const SettingKey& key) { return ReadIniValue(key.name, key.fallback); }
+    /// Whether the value under the key, as a number, is not zero.
+    bool ReadFlag(const SettingKey& key);
+    void Write(const SettingKey& key, std::string_view value) { WriteIniValue(key.name, value); }
+
+    /// While true, `WriteIniValue` logs but stores nothing.
+    bool PreventWrites = false;
+
+    /// Null when the settings file could not be opened.
+    Database* database() { return m_db.get(); }
+
+private:
+    PersistNeeds needs_;
+    std::unique_ptr<Database> m_db;
+    std::filesystem::path legacyFile_;
+};
+
+}  // namespace kestrane

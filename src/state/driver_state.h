@@ -1,0 +1,136 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "kernel/base/counters.h"
+#include "kernel/base/log.h"
+#include "platform/clock.h"
+
+namespace kestrane {
+
+/// The shared state of the driver, grouped by owner. Read and written directly by all procedures on the logic
+/// thread. It has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
+struct DriverState : LogState, CounterState {
+    // --- start-up -----------------------------------------------------------------------------------------------
+    std::string g_sMountRateType;          ///< rate list key in force; "unknown" once started
+    bool g_bUseOldButtonBehavior = false;  ///< setting `UseOldButtonBehavior`
+
+    // --- connection manager -------------------------------------------------------------------------------------
+    std::int16_t g_nScopeObjects = 0;    ///< live `Telescope` objects, counting the internal instance
+    std::int16_t g_nFocuserObjects = 1;  ///< live `Focuser` objects, counting one permanent internal slot
+    std::int16_t g_nScopeConnects = 0;   ///< `Telescope` clients that have set `Connected` true
+    std::int16_t g_nFocuserConnects = 0; ///< `Focuser` clients that have set `Link` true
+    bool g_bConnected = false;           ///< at least one telescope client connected
+    bool g_bFocuserConnected = false;    ///< at least one focuser client connected
+    double g_dConnectTimeout = 1.0;      ///< seconds; 0 is without limit
+    std::int32_t g_nReceiveTimeoutMS = 0;  ///< the link's receive time-out as opened, ms
+    std::string g_sVersion;              ///< firmware version, without its terminator
+    bool g_bVersionKnown = false;        ///< `OpenConnection` has just read the version
+    bool g_bFreshConnect = false;        ///< a real connect has just been made
+    std::string g_sForkReply;            ///< reply to the mount form query
+    bool g_bForkMount = false;           ///< the reply is 1, 3, 5 or 7
+    bool g_bQuayConfigured = false;      ///< the settings ask for the companion
+    bool g_bQuayLink = false;            ///< the mount is reached through the companion, proved by a reply
+    bool g_bQuayHandlesSlews = false;    ///< the companion takes slews
+    std::int32_t g_nQuaySeq = 0;         ///< sequence number of the companion wrap, 1 when it is found
+    Tick g_tickLastQuayCheck;            ///< last periodic companion check; 0: none yet
+
+    // --- command exchange ---------------------------------------------------------------------------------------
+    bool g_bResync = false;  ///< a reply was out of sequence; the next exchange clears the line first
+
+    // --- firmware features --------------------------------------------------------------------------------------
+    std::int16_t g_nPrecisionRa = 1;       ///< decimals of RA seconds in commands
+    std::int16_t g_nPrecisionDec = 0;      ///< decimals of Dec seconds
+    std::int16_t g_nPrecisionAltAz = 0;    ///< decimals of Alt/Az seconds
+    std::int16_t g_nPrecisionLatLong = 0;  ///< decimals of site seconds
+    double g_dMaxMoveRate = 99.9999;       ///< largest custom move rate
+    bool g_bGosSupported = false;          ///< the firmware answers the status query
+    bool g_bGosActive = false;             ///< the last status text was usable
+    bool g_bDontUseGosForSlew = false;     ///< setting `DontUseGOSForSlew`
+    bool g_bHasCustomRates = false;
+    bool g_bHasMeridianQuery = false;
+    bool g_bKc4OrLater = false;
+    bool g_bIsKc4 = false;
+    bool g_bIsKc5 = false;
+    std::int16_t g_nFirmwareRev = 0;
+    bool g_bRev160 = false;
+    bool g_bFirmwareU = false;
+    bool g_bNewBSequence = false;
+    bool g_bFirmwareSafeSlew = false;  ///< that firmware needs no two-leg slew
+
+    // --- the mount picture --------------------------------------------------------------------------------------
+    double g_dRa = 0.0;             ///< hours, 0 up to below 24
+    double g_dDec = 0.0;            ///< degrees, -90 to 90
+    double g_dAlt = 0.0;            ///< degrees
+    double g_dAz = 0.0;             ///< degrees, 0 up to below 360
+    double g_dLst = 0.0;            ///< last sidereal time read from the mount, hours
+    double g_dHourAngle = 0.0;      ///< hours, -12 to 12
+    std::int16_t g_nSideOfPier = 0; ///< 0 East, 1 West
+    bool g_bParked = false;
+    bool g_bTracking = false;
+    std::int16_t g_nNoResponse = 0; ///< consecutive queries without an answer
+    bool g_bLostComms = false;      ///< three queries in a row had no answer, or low power
+    bool g_bLowPower = false;       ///< the low power letter was seen
+    bool g_bQuayTimeSync = true;    ///< the companion may be asked to synchronise time
+
+    // --- query stamps -------------------------------------------------------------------------------------------
+    Tick g_tickLastRa, g_tickLastDec, g_tickLastAlt, g_tickLastAz;  ///< queried each 1000 ms
+    Tick g_tickLastTime, g_tickLastLst, g_tickLastGos;              ///< each 5000 ms
+    Tick g_tickLastSide;                                            ///< each 4000 ms
+    Tick g_tickLastTimeZone;                                        ///< each 30000 ms
+
+    // --- poll ---------------------------------------------------------------------------------------------------
+    bool g_bInPoll = false;         ///< the poll step is running
+    bool g_bPollSuspended = false;  ///< the poll must not talk to the mount: a command sequence is under way
+    bool g_bFlashShowing = false;   ///< the slew flash shows its words instead of coordinates
+
+    // --- targets ------------------------------------------------------------------------------------------------
+    double g_dTargetRa = 0.0;   ///< hours
+    double g_dTargetDec = 0.0;  ///< degrees
+    double g_dTargetAlt = 0.0;  ///< degrees
+    double g_dTargetAz = 0.0;   ///< degrees
+    bool g_bTargetRaSet = false;
+    bool g_bTargetDecSet = false;
+    bool g_bTargetAltSet = false;
+    bool g_bTargetAzSet = false;
+    bool g_bTargetIsRaDec = true;  ///< the last target write was RA or Dec
+
+    // --- site and optics ----------------------------------------------------------------------------------------
+    double g_dSiteLatitude = 0.0;   ///< degrees, north positive
+    double g_dSiteLongitude = 0.0;  ///< degrees, east positive: the negated mount value, unfolded
+    double g_dSiteElevation = 0.0;  ///< metres
+    double g_dAperture = 0.0;       ///< metres
+    double g_dFocalLength = 0.0;    ///< metres
+
+    // --- slewing ------------------------------------------------------------------------------------------------
+    bool g_bSlewing = false;              ///< a slew is under supervision
+    bool g_bMountSlewing = false;         ///< slew state as last seen in the status text
+    bool g_bAbortSlew = false;            ///< an abort of the running slew was requested
+    bool g_bSafeSlewPending = false;      ///< a two-leg slew has its second leg still to send
+    double g_dSafeSlewRa = 0.0;           ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;          ///< final target of the two-leg slew, degrees
+    bool g_bSlewCompletePending = false;  ///< the slew-complete step is to run
+    Tick g_tickSettleEnd;                 ///< when settling ends
+    Tick g_tickLastSlewCheck;             ///< last slew check
+    std::int16_t g_nSlewSettleTime = 1;   ///< seconds
+    bool g_bRawRaDecSlews = false;        ///< no two-leg slews
+    double g_dLastTargetDistance = 0.0;   ///< distance to the target at the last supervision pass, degrees
+    double g_dLastDelta = 0.0;            ///< its change at the last pass, degrees
+    std::int16_t g_nSameDistance = 0;     ///< passes in a row with the distance unchanged
+    bool g_bSideInitDone = false;         ///< the first slew-complete since the start has passed
+
+    // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
+    double g_dGuideRate = 1.0;             ///< multiples of sidereal
+    std::string g_sTrackingCommand = "RT2";
+    bool g_bAutoEnableTracking = false;    ///< setting `chkAutoEnableTracking`
+    double g_dRaRate = 0.0;                ///< custom RA rate
+    double g_dDecRate = 0.0;               ///< custom Dec rate
+    bool g_bRestoreRatePending = false;
+    bool g_bParking = false;
+    bool g_bAbortPark = false;
+    bool g_bWestSide = false;
+    bool g_bPulseNorth = false, g_bPulseSouth = false, g_bPulseEast = false, g_bPulseWest = false;
+};
+
+}  // namespace kestrane
