@@ -1,0 +1,38 @@
+#pragma once
+
+namespace kestrane {
+
+enum class ClientKind { Telescope = 0, Focuser = 1 };
+
+/// What a device object needs of the manager of the shared link.
+class ClientConnections {
+public:
+    virtual ~ClientConnections() = default;
+
+    /// Opens the link if it is closed, proves that a mount answers, and counts the client. Pumps while it waits.
+    /// Raises the transport's own error when the link could not be set up, 0x80040402 when no mount answered.
+    virtual void OpenConnection(ClientKind kind) = 0;
+    /// Takes the client from the count; the link stays open.
+    virtual void CloseConnection(ClientKind kind) = 0;
+    virtual bool IsClientConnected(ClientKind kind) = 0;
+
+    /// Shows the counts of device objects on the hand box.
+    virtual void UpdateClientsLabel() = 0;
+    /// Ends the process when no client holds an object of either kind.
+    virtual void ExitIfNoClients() = 0;
+};
+
+/// What a device class needs of the start-up procedures when its first object is made.
+class DeviceRegistration {
+public:
+    virtual ~DeviceRegistration() = default;
+
+    /// Registers the class with the platform. On a missing platform object the message is shown, the process is
+    /// told to end, and the result is false.
+    virtual bool RegisterTelescope() = 0;
+    virtual bool RegisterFocuser() = 0;
+    /// Loads the astronomy library on the first real connect.
+    virtual void EnsureDriverHelper() = 0;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,263 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "catalogue/ks_mount.h"
+#include "forms/frm_hand_box.h"
+#include "forms/frm_status.h"
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "link/command_exchange.h"
+#include "link/mount_link.h"
+#include "platform/system_services.h"
+#include "settings/persist.h"
+#include "state/client_connections.h"
+#include "state/driver_state.h"
+#include "state/mount_queries.h"
+#include "state/poll_loop.h"
+
+namespace kestrane {
+
+class Telescope;
+
+/// What a telescope object needs of its surroundings. All of it outlives the object.
+struct TelescopeNeeds {
+    DriverState& state;
+    Persist& persist;
+    const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
+    Log& log;
+    Counters& counters;
+    Waits& waits;
+    Clock& clock;
+    SwallowLedger& ledger;
+    frmHandBox& handBox;
+    frmStatus& statusWindow;
+    KsMount& mount;
+    MountQueries& queries;
+    PollLoop& poll;
+    ClientConnections& connections;
+    DeviceRegistration& registration;
+    std::function<Telescope*()> internalInstance;  ///< null while there is none
+};
+
+/// The telescope as clients see it, and the one class through which everything reaches the mount. Clients hold
+/// objects of it; the driver holds one more, the internal instance, for its own commands.
+///
+/// Units: right ascension and sidereal time in hours, all other angles in degrees, lengths in metres. Position
+/// members give the value that the poll read last, about a second old.
+///
+/// Failures are `DriverError`s. "Link check": 0x80040404 while no telescope client is connected, 0x80040429 while
+/// communications are lost. "Motion check": 0x80040404, 0x80040409 while parked, 0x80040411 in the wrong tracking
+/// state. Each member logs on origin "ASCOM" as "GET x = " or "SET x = ". Logic thread only.
+class Telescope {
+public:
+    /// `Class_Initialize` and `Class_Terminate` frame the life of an object (see `MakeTelescope`).
+    explicit Telescope(TelescopeNeeds needs);
+    ~Telescope();
+    Telescope(const Telescope&) = delete;
+    Telescope& operator=(const Telescope&) = delete;
+
+    /// Counts the object; the first one of the process registers the class and sets the driver's defaults.
+    void Class_Initialize();
+    /// Uncounts the object; the last one of a client disconnects, and ends the process when no client is left.
+    void Class_Terminate();
+
+    // --- connection ---------------------------------------------------------------------------------------------
+
+    /// Whether the link is open: True while any object keeps it open.
+    bool Connected();
+    /// True opens the link for the first client and counts each further one, also the same client again; pumps.
+    /// False takes one from the count; mount and link stay as they are. 0x80040402 when no mount answers.
+    void Connected(bool connect);
+
+    /// Objects of all clients.
+    std::int16_t ClientCount();
+    /// Stores the count, the internal instance included, and ends the process if that leaves nobody.
+    void ClientCount(std::int16_t count);
+
+    /// Retries of this object's exchanges after the first try, 0 to 5; 0 at creation.
+    std::int16_t MaxSerialRetries() const { return exchange_.MaxSerialRetries(); }
+    void MaxSerialRetries(std::int16_t retries) { exchange_.MaxSerialRetries(retries); }
+    /// Read limit of the link in milliseconds.
+    std::int16_t ReceiveTimeoutMS();
+    void ReceiveTimeoutMS(std::int16_t milliseconds);
+
+    // --- commands (see `CommandExchange`) -------------------------------------------------------------------------
+
+    void CommandBlind(std::string_view command, bool raw) { exchange_.CommandBlind(command, raw); }
+    void CommandClear() { exchange_.CommandClear(); }
+    bool CommandBool(std::string_view command, bool raw) { return exchange_.CommandBool(command, raw); }
+    std::string CommandString(std::string_view command, bool raw) { return exchange_.CommandString(command, raw); }
+    void CommandBlindInternal(std::string_view command, bool raw) { exchange_.CommandBlindInternal(command, raw); }
+    void CommandClearInternal() { exchange_.CommandClearInternal(); }
+    bool CommandBoolInternal(std::string_view command, bool raw) {
+        return exchange_.CommandBoolInternal(command, raw);
+    }
+    std::string CommandStringInternal(std::string_view command, bool raw) {
+        return exchange_.CommandStringInternal(command, raw);
+    }
+    void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
+    /// The driver's own commands in the form that lower floors know.
+    MountCommands& Commands() { return exchange_; }
+    /// Runs the text of a "RAW," command; the reply is "1", "1," and a value, or "0," and a message.
+    std::string ExecuteDriverCommand(std::string_view command);
+
+    // --- fixed properties ---------------------------------------------------------------------------------------
+
+    int AlignmentMode();     ///< 2, German equatorial
+    bool AtHome();           ///< false
+    int EquatorialSystem();  ///< 1, local topocentric
+    int InterfaceVersion();  ///< 2
+    std::string Name();
+    std::string Description();
+    std::string DriverInfo();
+    std::string DriverVersion();
+    bool CanFindHome();
+    bool CanPark();
+    bool CanPulseGuide();
+    bool CanSetDeclinationRate();     ///< by the controller type of the settings
+    bool CanSetGuideRates();
+    bool CanSetPark();
+    bool CanSetPierSide();
+    bool CanSetRightAscensionRate();  ///< by the controller type of the settings
+    bool CanSetTracking();
+    bool CanSlew();
+    bool CanSlewAltAz();
+    bool CanSlewAltAzAsync();
+    bool CanSlewAsync();
+    bool CanSync();
+    bool CanSyncAltAz();
+    bool CanUnpark();
+    /// Raises 0x80040400.
+    void FindHome();
+
+    // --- position and site --------------------------------------------------------------------------------------
+
+    double RightAscension();  ///< hours; link check
+    double Declination();     ///< link check
+    double Altitude();        ///< asks the mount; link check
+    double Azimuth();         ///< link check
+    double SiderealTime();    ///< hours; link check
+    int SideOfPier();         ///< 0 East, 1 West
+    /// Raises 0x80040400.
+    void SideOfPier(int side);
+    double ApertureDiameter();
+    double ApertureArea();  ///< square metres
+    double FocalLength();
+    bool DoesRefraction();  ///< asks the companion when it is there
+    void DoesRefraction(bool does);
+    double SiteLatitude();   ///< asks the mount; the last value when its reply cannot be read; link check
+    double SiteLongitude();  ///< east positive, -180 to 180; asks the mount as above; link check
+
+    // --- target of the next slew --------------------------------------------------------------------------------
+
+    /// Hours, 0 up to below 24: else 0x80040405, link check. Reading it before it was set: 0x80040403.
+    double TargetRightAscension();
+    void TargetRightAscension(double hours);
+    /// -90 to 90: else 0x80040405, link check. Reading it before it was set: 0x80040403.
+    double TargetDeclination();
+    void TargetDeclination(double degrees);
+
+    // --- slewing ------------------------------------------------------------------------------------------------
+
+    /// Slews and returns when the mount has arrived; pumps. RA in hours 0 up to below 24, Dec -90 to 90: else
+    /// 0x80040405. Motion check: not parked, tracking. Mount refusals: 0x80040412, 0x80040413, 0x80040414.
+    void SlewToCoordinates(double rightAscension, double declination);
+    /// Starts the slew and returns. `fromClient` is false for the second leg of a two-leg slew only.
+    void SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient = true);
+    /// Slews to the target; 0x80040430 when half of it is missing.
+    void SlewToTarget();
+    bool Slewing();
+    /// Stops a slew or a park. Motion check: not parked.
+    void AbortSlew();
+    /// The same stop for the driver's own controls, without a check.
+    void AbortSlewDriver();
+    /// Seconds, 0 to 100: else 0x80040405.
+    std::int16_t SlewSettleTime();
+    void SlewSettleTime(std::int16_t seconds);
+
+    // --- state --------------------------------------------------------------------------------------------------
+
+    bool AtPark();
+    bool IsPulseGuiding();
+    bool Tracking();
+
+    // --- for the driver itself ----------------------------------------------------------------------------------
+
+    /// Reads the firmware version and decides from it what the mount can do.
+    void InitBasicValues();
+    /// Fills the hand box after a real connect and runs the first round of queries.
+    void InitUI();
+    /// Takes a status text apart into flags and displays.
+    void ParseGOS(std::string_view status);
+    /// The slew-complete step found a park at its end.
+    void HandleParkComplete();
+    void LoadTelescopeOptions();
+    void SetParkStatus(std::string_view text, std::string_view origin);
+
+private:
+    // connection.cpp
+    void ConnectClient();
+    void OpenForFirstClient();
+    void ShowMountAddress();
+    void WarnAboutSync();
+    void DisconnectClient();
+    void WaitForTimerIdle();
+    void InitializeFirstObject();
+    void InitUiPanel();
+
+    // firmware.cpp
+    void ResetFirmwareFlags();
+    void ClassifyFirmware();
+    void ClassifyModernFirmware();
+
+    // guards.cpp
+    void CheckConnected();
+    void check_connected(std::string_view operation, bool mustNotBeParked, bool requiredTracking);
+    void check_connected(std::string_view operation, bool mustNotBeParked);
+    void check_connected_park(std::string_view operation, bool park);
+
+    // slewing.cpp
+    void CheckSlewRange(double rightAscension, double declination);
+    void BeginSlew();
+    void WaitForSlewEnd();
+    void PumpSlewRound();
+    void SendSlewCommands();
+    void StartFromSiderealTracking();
+    std::string SendRaDecSequence();
+    void RaiseSlewRefusal(int result);
+    std::string SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
+    void StopMotion(std::string_view origin);
+
+    void LogGet(std::string_view name, std::string_view value);
+    void LogSet(std::string_view name, std::string_view value);
+    bool LogGet(std::string_view name, bool value);
+    double LogGet(std::string_view name, double value);
+    int LogGet(std::string_view name, int value);
+    bool ControllerTakesRates();
+
+    TelescopeNeeds needs_;
+    DriverState& state_;
+    CommandExchange exchange_;
+};
+
+/// Ends a device object as its class tells, then deletes it.
+struct EndsDeviceObject {
+    template <typename Device>
+    void operator()(Device* device) const {
+        device->Class_Terminate();
+        delete device;
+    }
+};
+
+/// A client's telescope object; letting go of it releases the object.
+using TelescopeObject = std::unique_ptr<Telescope, EndsDeviceObject>;
+
+}  // namespace kestrane
