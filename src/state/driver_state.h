@@ -72,6 +72,8 @@ struct DriverState : LogState, CounterState {
     std::int16_t g_nNoResponse = 0; ///< consecutive queries without an answer
     bool g_bLostComms = false;      ///< three queries in a row had no answer, or low power
     bool g_bLowPower = false;       ///< the low power letter was seen
+    std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps
+    std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;    ///< the companion may be asked to synchronise time
 
     // --- query stamps -------------------------------------------------------------------------------------------
@@ -113,6 +115,7 @@ struct DriverState : LogState, CounterState {
     bool g_bSlewCompletePending = false;  ///< the slew-complete step is to run
     Tick g_tickSettleEnd;                 ///< when settling ends
     Tick g_tickLastSlewCheck;             ///< last slew check
+    Tick g_tickSeenRa, g_tickSeenDec, g_tickSeenAlt, g_tickSeenAz;  ///< query stamps at the last supervision pass
     std::int16_t g_nSlewSettleTime = 1;   ///< seconds
     bool g_bRawRaDecSlews = false;        ///< no two-leg slews
     double g_dLastTargetDistance = 0.0;   ///< distance to the target at the last supervision pass, degrees
@@ -122,6 +125,11 @@ struct DriverState : LogState, CounterState {
 
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
     double g_dGuideRate = 1.0;             ///< multiples of sidereal
+    std::int16_t g_nDisplayedRate = -1;    ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
+    Tick g_tickDisplayedRate;              ///< last change of the displayed rate
+    std::string g_sFaultCode = "0";        ///< fault character of the last status text; "0": none
+    std::string g_sStatus;                 ///< the last status text
+    Tick g_tickParkedSince;                ///< first parked tick; 0: not parked
     std::string g_sTrackingCommand = "RT2";
     bool g_bAutoEnableTracking = false;    ///< setting `chkAutoEnableTracking`
     double g_dRaRate = 0.0;                ///< custom RA rate
@@ -129,7 +137,9 @@ struct DriverState : LogState, CounterState {
     bool g_bRestoreRatePending = false;
     bool g_bParking = false;
     bool g_bAbortPark = false;
-    bool g_bWestSide = false;
+    bool g_bWestSide = false;              ///< the mount stands on the west side of the pier
+    bool g_bCounterweightUp = false;       ///< result of the counterweight-up rule
+    double g_dMaxMoveAxisRate = 5.0;       ///< largest MoveAxis rate, degrees per second
     bool g_bPulseNorth = false, g_bPulseSouth = false, g_bPulseEast = false, g_bPulseWest = false;
 };
 

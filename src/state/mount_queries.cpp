@@ -1,0 +1,426 @@
+#include "state/mount_queries.h"
+
+#include <limits>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "state/position_text.h"
+#include "state/reply_predicates.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int16_t kLostAfter = 3;  // unanswered queries in a row
+constexpr std::int32_t kDrainLimitMs = 2000;
+constexpr double kMsPerHour = 3600.0 * 1000.0;
+constexpr std::int32_t kWestSide = 1;
+constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
+
+double FoldHourAngle(double hours) {
+    if (hours > 12.0) {
+        return hours - 24.0;
+    }
+    return hours < -12.0 ? hours + 24.0 : hours;
+}
+
+}  // namespace
+
+bool MountQueries::IsDue(bool force, Tick& stamp, std::int32_t interval) {
+    const Tick now = needs_.clock.GetTickCount();
+    if (force) {
+        stamp = now - interval;
+        return true;
+    }
+    return (now - interval) - stamp > 0;
+}
+
+void MountQueries::ResetQueryTimes() {
+    const Tick now = needs_.clock.GetTickCount();
+    state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
+    state_.g_tickLastTime = state_.g_tickLastLst = state_.g_tickLastGos = now - kSlowIntervalMs;
+    state_.g_tickLastTimeZone = now - kTimeZoneIntervalMs;
+    state_.g_tickLastSide = now - kSideIntervalMs;
+}
+
+std::string MountQueries::Ask(std::string_view command, bool clearFirst) {
+    MountCommands& commands = needs_.telescope()->Commands();
+    if (clearFirst && state_.g_bResync) {
+        commands.CommandClearInternal();
+    }
+    return commands.CommandStringInternal(command, false);
+}
+
+bool MountQueries::QueryRa() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastRa = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblRA.Text("");
+        return false;
+    }
+    const std::string reply = Ask(wire::GetRa.text, true);
+    double ra = 0.0;
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("RA Query", "RA");
+    } else if (reply.find(':') != 2) {
+        ClearReceiveBuffer();
+        RecoverSlippedExchange("RA Query", "RA Query possibly out of sequence... trying to recover...");
+    } else if (!ParseProtocolHours(reply, ra, needs_.log)) {
+        // The mount is in short format: toggle it, and let the next tick ask again. Counts as an answer: wanted.
+        needs_.log.LogMessage("RA Query", LogLevel::Error,
+                              "Detected corrupted or short format response... sending long format command...");
+        needs_.telescope()->Commands().CommandBlindInternal(wire::ToggleFormat.text, false);
+        state_.g_tickLastRa = needs_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
+        return true;
+    } else if (KeepRa(reply)) {
+        return true;
+    } else {
+        RecoverSlippedExchange("RA Query", "RA value out of range - command possibly out of sequence...");
+        ClearReceiveBuffer();
+    }
+    UpdateHourAngle();
+    state_.g_tickLastRa = needs_.clock.GetTickCount();
+    return false;
+}
+
+bool MountQueries::KeepRa(const std::string& reply) {
+    const double ra = ProtocolHours(reply, needs_.log);
+    if (ra < 0.0 || ra >= 24.0) {
+        return false;
+    }
+    state_.g_dRa = ra;
+    lastRaText_ = HoursText(ra);
+    needs_.statusWindow.lblRA.Text(lastRaText_);
+    if (PositionLabelsShown()) {
+        needs_.handBox.lblRA.Text(lastRaText_);
+    }
+    NoteQuerySuccess();
+    return true;
+}
+
+bool MountQueries::QueryDec() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastDec = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblDEC.Text("");
+        return false;
+    }
+    std::string reply = Ask(wire::GetDec.text, true);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("Dec Query", "Dec");
+        ClearReceiveBuffer();
+        state_.g_tickLastDec = needs_.clock.GetTickCount();
+        return false;
+    }
+    if (reply.size() > 9 && state_.g_sVersion == "D") {
+        // This firmware drops a digit of the degrees; no check of the form is made on its replies.
+        if (std::string_view("0123").find(reply[1]) == std::string_view::npos) {
+            reply = reply.substr(0, 1) + "0" + reply.substr(reply.size() - 8);
+        }
+    } else if (!IsDecReply(reply, needs_.log)) {
+        needs_.log.LogMessage("Dec Query", LogLevel::Error, kIgnored);
+        return false;
+    }
+    if (KeepDec(reply)) {
+        return true;
+    }
+    RecoverSlippedExchange("Dec Query", "Declination out of range - command possibly out of sequence...");
+    ClearReceiveBuffer();
+    state_.g_tickLastDec = needs_.clock.GetTickCount();
+    return false;
+}
+
+bool MountQueries::KeepDec(std::string reply) {
+    const double dec = ProtocolDegrees(reply, needs_.log);
+    if (dec < -90.0 || dec > 90.0) {
+        return false;
+    }
+    state_.g_dDec = dec;
+    lastDecText_ = DegreesText(dec, ForcedSign::Yes);
+    needs_.statusWindow.lblDEC.Text(lastDecText_);
+    if (PositionLabelsShown()) {
+        needs_.handBox.lblDEC.Text(lastDecText_);
+    }
+    NoteQuerySuccess();
+    return true;
+}
+
+bool MountQueries::MountIsAskedForAltAz() {
+    return !needs_.handBox.chkCalcAzAlt.Checked() || state_.g_bQuayLink || !state_.g_bTracking;
+}
+
+bool MountQueries::QueryAlt() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastAlt = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblAlt.Text("");
+        return false;
+    }
+    if (!MountIsAskedForAltAz()) {
+        CalcAltAz();
+        NoteQuerySuccess();
+        return true;
+    }
+    const std::string reply = Ask(wire::GetAltitude.text, true);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("Alt Query", "Alt");
+        state_.g_tickLastAlt = needs_.clock.GetTickCount();
+        return false;
+    }
+    if (!IsDecReply(reply, needs_.log)) {
+        needs_.log.LogMessage("Alt Query", LogLevel::Error, kIgnored);
+        return false;
+    }
+    ShowAlt(ProtocolDegrees(reply, needs_.log));
+    NoteQuerySuccess();
+    return true;
+}
+
+bool MountQueries::QueryAz() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastAz = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblAz.Text("");
+        return false;
+    }
+    if (!MountIsAskedForAltAz()) {
+        CalcAltAz();
+        NoteQuerySuccess();
+        return true;
+    }
+    // No clear ahead of this one; its clear comes after a failed exchange. Wanted.
+    const std::string reply = Ask(wire::GetAzimuth.text, false);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("Az Query", "Az");
+        state_.g_tickLastAz = needs_.clock.GetTickCount();
+        if (state_.g_bResync) {
+            needs_.telescope()->Commands().CommandClearInternal();
+        }
+        return false;
+    }
+    if (!IsAzReply(reply, needs_.log)) {
+        needs_.log.LogMessage("Az Query", LogLevel::Error, kIgnored);
+        return false;
+    }
+    const double azimuth = ProtocolDegrees(reply, needs_.log);
+    ShowAz(azimuth >= 360.0 ? azimuth - 360.0 : azimuth);
+    NoteQuerySuccess();
+    return true;
+}
+
+void MountQueries::ShowAlt(double altitude) {
+    state_.g_dAlt = altitude;
+    lastAltText_ = DegreesText(altitude, ForcedSign::Yes);
+    needs_.statusWindow.lblAlt.Text(lastAltText_);
+    if (PositionLabelsShown()) {
+        needs_.handBox.lblAlt.Text(lastAltText_);
+    }
+}
+
+void MountQueries::ShowAz(double azimuth) {
+    state_.g_dAz = azimuth;
+    lastAzText_ = DegreesText(azimuth, ForcedSign::No);
+    needs_.statusWindow.lblAz.Text(lastAzText_);
+    if (PositionLabelsShown()) {
+        needs_.handBox.lblAz.Text(lastAzText_);
+    }
+}
+
+void MountQueries::CalcAltAz() {
+    double altitude = 0.0;
+    double azimuth = 0.0;
+    RaDecToAltAz(state_.g_dSiteLatitude, GetLst(), state_.g_dRa, state_.g_dDec, altitude, azimuth);
+    ShowAz(azimuth);
+    ShowAlt(altitude);
+}
+
+bool MountQueries::QueryLst() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastLst = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblLST.Text("");
+        return false;
+    }
+    const std::string reply = Ask(wire::GetSiderealTime.text, true);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("LST Query", "LST");
+        state_.g_tickLastLst = needs_.clock.GetTickCount();
+        return false;
+    }
+    if (!IsRaReply(reply, needs_.log)) {
+        RecoverSlippedExchange("LST Query", kIgnored);
+        ClearReceiveBuffer();
+        return false;
+    }
+    state_.g_dLst = ProtocolHours(reply, needs_.log);
+    // A base of its own: a later query that goes unanswered must not shift the sidereal time.
+    state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
+    UpdateHourAngle();
+    NoteQuerySuccess();
+    return true;
+}
+
+double MountQueries::GetLst() {
+    if (needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery) {
+        return LocalSiderealTime(state_.g_dSiteLongitude, needs_.astronomy);
+    }
+    const double lst = state_.g_dLst + (needs_.clock.GetTickCount() - lstBase_) / kMsPerHour;
+    return lst >= 24.0 ? lst - 24.0 : lst;
+}
+
+bool MountQueries::QuerySideOfMount() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastSide = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblPierSide.Text("");
+        return false;
+    }
+    state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
+    state_.g_nSideOfPier = (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? 1 : 0;
+    if (state_.g_sVersion > "C") {
+        const std::string reply = Ask(wire::GetPierSide.text, true);
+        if (reply == "East") {
+            state_.g_nSideOfPier = 0;
+        } else if (reply == "West") {
+            state_.g_nSideOfPier = 1;
+        }
+        if (reply.empty()) {
+            NoteNoResponse();
+            LogNoResponse("SideOfMount Query", "SideOfMount");
+            state_.g_tickLastSide = needs_.clock.GetTickCount() + kSlowIntervalMs;
+        } else {
+            NoteQuerySuccess();
+        }
+    }
+    state_.g_bWestSide = state_.g_nSideOfPier == kWestSide;
+    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? "West" : "East");
+    UpdateCounterweightState();
+    needs_.log.LogMessage("Counterweight", LogLevel::Info,
+                          state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
+    needs_.statusWindow.lblPierSide.Text(needs_.handBox.lblPierSide.Text());
+    return true;
+}
+
+bool MountQueries::QueryGos() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastGos = needs_.clock.GetTickCount();
+    if (needs_.telescope() && state_.g_bGosSupported) {
+        const std::string reply = Ask(wire::Status.text, true);
+        if (!reply.empty()) {
+            state_.g_sStatus = reply;
+            needs_.telescope()->ParseGOS(reply);
+            return true;
+        }
+    }
+    state_.g_bGosActive = false;
+    return false;
+}
+
+void MountQueries::UpdateHourAngle() {
+    if (state_.g_bLostComms || state_.g_bLowPower) {
+        return;
+    }
+    const double lst = GetLst();
+    state_.g_dHourAngle = FoldHourAngle(lst - state_.g_dRa);
+    const std::string hourAngleText = HoursText(state_.g_dHourAngle, ForcedSign::Yes);
+    const std::string lstText = HoursText(lst);
+    needs_.statusWindow.lblHourAngle.Text(hourAngleText);
+    needs_.statusWindow.lblLST.Text(lstText);
+    needs_.handBox.lblLST.Text(needs_.handBox.m_bShowHA ? hourAngleText : lstText);
+    UpdateCounterweightState();
+}
+
+void MountQueries::UpdateCounterweightState() {
+    const double ha = state_.g_dHourAngle;
+    const bool east = state_.g_nSideOfPier == 0;
+    const bool west = state_.g_nSideOfPier == kWestSide;
+    state_.g_bCounterweightUp = (east && ha > -11.999 && ha < -0.001) || (west && ha > 0.001 && ha < 11.999);
+    needs_.handBox.lblCwUp.Visible(state_.g_bCounterweightUp);
+}
+
+void MountQueries::NoteNoResponse() {
+    if (state_.g_nNoResponse < std::numeric_limits<std::int16_t>::max()) {
+        ++state_.g_nNoResponse;
+    }
+    if (state_.g_nNoResponse >= kLostAfter) {
+        state_.g_bLostComms = true;
+        BlankPosition();
+        needs_.handBox.lblLST.Text("");
+    }
+}
+
+void MountQueries::NoteQuerySuccess() {
+    state_.g_nNoResponse = 0;
+    state_.g_bLostComms = false;
+    state_.g_bLowPower = false;
+    ++state_.g_nAnsweredQueries;
+    ++state_.g_nAnsweredQueriesTotal;
+}
+
+void MountQueries::ShowLowPower() {
+    state_.g_bLostComms = true;
+    state_.g_bLowPower = true;
+    BlankPosition();
+    needs_.handBox.lblRA.Text("LOW");
+    needs_.handBox.lblDEC.Text("POWER");
+    needs_.statusWindow.lblRA.Text(needs_.handBox.lblRA.Text());
+    needs_.statusWindow.lblDEC.Text(needs_.handBox.lblDEC.Text());
+    needs_.statusWindow.lblAlt.Text(needs_.handBox.lblAlt.Text());
+    needs_.statusWindow.lblAz.Text(needs_.handBox.lblAz.Text());
+}
+
+void MountQueries::BlankPosition() {
+    needs_.handBox.lblRA.Text("");
+    needs_.handBox.lblDEC.Text("");
+    needs_.handBox.lblAlt.Text("");
+    needs_.handBox.lblAz.Text("");
+}
+
+void MountQueries::ClearReceiveBuffer() {
+    ResumeNext errors{needs_.ledger, "ClearReceiveBuffer"};
+    const Tick start = needs_.clock.GetTickCount();
+    int count = 0;
+    std::string byte;
+    do {
+        byte.clear();
+        errors.Assign(byte, [&] { return needs_.receiveOne(); });
+        count += byte.empty() ? 0 : 1;
+        // A line that never falls silent must not hold the driver: the same limit as the drain of the transport.
+    } while (!byte.empty() && needs_.clock.GetTickCount() - start < kDrainLimitMs);
+    needs_.log.LogMessage("ClearReceiveBuffer", LogLevel::Info, "Cleared " + std::to_string(count) + " Bytes");
+}
+
+void MountQueries::RecoverSlippedExchange(std::string_view origin, std::string_view text) {
+    needs_.log.LogMessage(origin, LogLevel::Error, text);
+    needs_.counters.CountRetransmit();
+    state_.g_bResync = true;
+}
+
+void MountQueries::LogNoResponse(std::string_view origin, std::string_view what) {
+    needs_.log.LogMessage(origin, LogLevel::Error,
+                          "No response querying " + std::string(what) + " - " + std::to_string(state_.g_nNoResponse));
+}
+
+bool MountQueries::PositionLabelsShown() const {
+    return !state_.g_bSlewing && !state_.g_bParking && !state_.g_bFlashShowing;
+}
+
+}  // namespace kestrane

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "forms/frm_hand_box.h"
+#include "forms/frm_status.h"
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/system_services.h"
+#include "state/driver_state.h"
+#include "state/telescope_actions.h"
+
+namespace kestrane {
+
+
+struct MountQueriesNeeds {
+    DriverState& state;
+    Log& log;
+    Counters& counters;
+    Clock& clock;
+    Astronomy& astronomy;
+    SwallowLedger& ledger;
+    frmHandBox& handBox;
+    frmStatus& statusWindow;
+    /// Reads one byte off the line, or an empty text at the read limit.
+    std::function<std::string()> receiveOne;
+    /// The driver's own telescope object; null while there is none.
+    std::function<TelescopeActions*()> telescope;
+};
+
+/// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round
+/// of send, check, recover, keep and show. A reply of the wrong shape means that the exchange has slipped out of
+/// step; it is told by its form, since replies carry no name. Nothing here raises or pumps. A query returns whether
+/// the mount answered and the reply was accepted.
+class MountQueries {
+public:
+    static constexpr std::int32_t kCoordinateIntervalMs = 1000;
+    static constexpr std::int32_t kSlowIntervalMs = 5000;
+    static constexpr std::int32_t kSideIntervalMs = 4000;
+    static constexpr std::int32_t kTimeZoneIntervalMs = 30000;
+
+    explicit MountQueries(MountQueriesNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+
+    bool QueryRa();
+    bool QueryDec();
+    bool QueryAlt();
+    bool QueryAz();
+    bool QueryLst();
+    bool QuerySideOfMount();
+    bool QueryGos();
+
+    /// Whether `interval` ms have passed since `stamp`. With `force` it is made due: `stamp` is moved back.
+    bool IsDue(bool force, Tick& stamp, std::int32_t interval);
+    /// The stamps as at the load of the hand box: slow queries are due at once, fast ones a second later.
+    void ResetQueryTimes();
+
+    /// Sidereal time now, hours: the last one read from the mount carried on, or computed when the user wants it.
+    double GetLst();
+    void UpdateHourAngle();
+    void UpdateCounterweightState();
+    /// Computes altitude and azimuth from RA, Dec and sidereal time.
+    void CalcAltAz();
+
+    /// A query went unanswered: the third in a row declares communications lost and blanks the display.
+    void NoteNoResponse();
+    /// The mount answered well.
+    void NoteQuerySuccess();
+    /// Shows the low power alarm over the position.
+    void ShowLowPower();
+    /// Reads byte by byte until the line is silent.
+    void ClearReceiveBuffer();
+
+    /// Texts of the last answered position, for the slew flash.
+    const std::string& LastRaText() const { return lastRaText_; }
+    const std::string& LastDecText() const { return lastDecText_; }
+    const std::string& LastAltText() const { return lastAltText_; }
+    const std::string& LastAzText() const { return lastAzText_; }
+
+private:
+    bool KeepRa(const std::string& reply);
+    bool KeepDec(std::string reply);
+    void RecoverSlippedExchange(std::string_view origin, std::string_view text);
+    void LogNoResponse(std::string_view origin, std::string_view what);
+    std::string Ask(std::string_view command, bool clearFirst);
+    bool MountIsAskedForAltAz();
+    bool PositionLabelsShown() const;
+    void ShowAlt(double altitude);
+    void ShowAz(double azimuth);
+    void BlankPosition();
+
+    MountQueriesNeeds needs_;
+    DriverState& state_;
+    Tick lstBase_;  ///< when `g_dLst` was read
+    std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "forms/frm_hand_box.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/clock.h"
+#include "settings/persist.h"
+#include "state/driver_state.h"
+#include "state/mount_queries.h"
+#include "state/telescope_actions.h"
+
+namespace kestrane {
+
+struct PollLoopNeeds {
+    DriverState& state;
+    Persist& persist;
+    Log& log;
+    Clock& clock;
+    SwallowLedger& ledger;
+    frmHandBox& handBox;
+    MountQueries& queries;
+    std::function<TelescopeActions*()> telescope;  ///< null while there is none
+    std::function<void()> periodicQuayCheck;
+    std::function<void()> slewFlashDisplay;
+};
+
+/// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query
+/// of a position or time runs on a tick, so that a tick costs one exchange and the window stays live. Nothing here
+/// raises into the timer.
+class PollLoop {
+public:
+    explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+
+    /// The tick of `tmrQueryRaDecAltAz`: polls while anyone but the driver itself holds a device object.
+    void OnTimer();
+    /// One poll step. Called by the timer, and by any wait that runs inside a poll step, when the timer cannot fire.
+    void UpdateMountInfo();
+    /// One supervision pass; whether a slew runs.
+    bool CheckSlewing();
+    /// What follows the end of a slew.
+    void CheckSlewComplete();
+    /// Keeps the poll off the line while a command sequence runs, and brings it back.
+    void SetPolling(bool enable);
+
+private:
+    void RunDueQuery(bool& askedTime, bool& askedLst);
+    void CheckInitialPosition();
+    bool CheckByStatus();
+    bool CheckByDistance();
+    void DistancePass();
+    double TargetDistance();
+    double Threshold() const;
+    void StartSecondLeg();
+    bool MayStartSecondLeg() const;
+    void PushSettleEnd();
+    void CheckParkArrival();
+    void ShowLogState();
+    void PauseLogWhileParked();
+
+    PollLoopNeeds needs_;
+    DriverState& state_;
+    bool initUiDone_ = false;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,69 @@
+#include "state/reply_predicates.h"
+
+#include <optional>
+#include <string>
+
+#include "kernel/base/conversions.h"
+
+namespace kestrane {
+namespace {
+
+struct Sexagesimal {
+    bool negative = false;
+    double degrees = 0.0;
+    double minutes = 0.0;
+    double seconds = 0.0;
+};
+
+std::optional<double> Number(std::string_view piece, Log& log) {
+    return IsNumericText(piece) ? std::optional<double>(Val_US(piece, log)) : std::nullopt;
+}
+
+/// Takes the sign off and cuts the rest at its first "*" and its first ":"; each piece must be numeric.
+std::optional<Sexagesimal> Split(std::string_view text, Log& log) {
+    Sexagesimal result;
+    if (text.starts_with('-')) {
+        result.negative = true;
+        text.remove_prefix(1);
+    } else if (text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    const std::size_t star = text.find('*');
+    const std::size_t colon = text.find(':');
+    if (star == std::string_view::npos || colon == std::string_view::npos || colon < star) {
+        return std::nullopt;
+    }
+    const auto degrees = Number(text.substr(0, star), log);
+    const auto minutes = Number(text.substr(star + 1, colon - star - 1), log);
+    const auto seconds = Number(text.substr(colon + 1), log);
+    if (!degrees || !minutes || !seconds) {
+        return std::nullopt;
+    }
+    result.degrees = *degrees;
+    result.minutes = *minutes;
+    result.seconds = *seconds;
+    return result;
+}
+
+bool MinutesAndSecondsInRange(const Sexagesimal& value) {
+    return value.minutes >= 0 && value.minutes <= 59 && value.seconds >= 0 && value.seconds < 60;
+}
+
+}  // namespace
+
+bool IsRaReply(std::string_view reply, Log& log) {
+    double hours = 0.0;
+    return ParseProtocolHours(reply, hours, log) && hours >= 0.0 && hours < 24.0;
+}
+
+bool IsDecReply(std::string_view reply, Log& log) {
+    const auto value = Split(reply, log);
+    return value && value->degrees <= 90 && MinutesAndSecondsInRange(*value);
+}
+
+bool IsAzReply(std::string_view reply, Log& log) {
+    const auto value = Split(reply, log);
+    return value && !value->negative && value->degrees >= 0 && value->degrees < 360 && MinutesAndSecondsInRange(*value);
+}
+
+}  // namespace kestrane

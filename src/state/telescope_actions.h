@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string_view>
+
+#include "state/mount_commands.h"
+
+namespace kestrane {
+
+/// What the queries and the poll need of the telescope object that the driver holds for itself.
+class TelescopeActions {
+public:
+    virtual ~TelescopeActions() = default;
+
+    virtual MountCommands& Commands() = 0;
+    /// Takes a status text apart into flags and displays.
+    virtual void ParseGOS(std::string_view status) = 0;
+    /// Fills the hand box after a connect, or anew when the mount reports that it lost its position.
+    virtual void InitUI() = 0;
+    /// Starts the second leg of a two-leg slew. May raise.
+    virtual void StartSecondLeg(double rightAscension, double declination) = 0;
+    /// A park has reached its end.
+    virtual void HandleParkComplete() = 0;
+    /// Asks the mount; degrees, north positive. May raise.
+    virtual double SiteLatitude() = 0;
+};
+
+}  // namespace kestrane
