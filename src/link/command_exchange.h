@@ -64,6 +64,39 @@ public:
     std::string CommandStringInternal(std::string_view command, bool raw) override;
 
 private:
+    /// What tells a method from its twin.
+    struct Caller {
+        std::string_view origin;         ///< of the log lines
+        bool slewZeroIsSuccess = false;  ///< "0" to ":MS#" is a good reply
+    };
+    /// One exchange through the companion.
+    struct Wrapped {
+        std::string_view command;  ///< as the caller gave it
+        std::string text;          ///< as it goes out
+        std::string_view origin;
+    };
+
+    void Clear(std::string_view origin);
+    void Blind(std::string_view command, bool raw, std::string_view origin);
+    bool Bool(std::string_view command, bool raw, Caller caller);
+    bool TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors);
+    std::string String(std::string_view command, bool raw, std::string_view origin);
+    bool TryString(const std::string& text, std::string& reply, std::string_view origin, ResumeNext& errors);
+    void PrepareStringRetry(std::string& reply, const std::string& fault, std::string_view origin, ResumeNext& errors);
+    std::string DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors);
+    std::string ThroughCompanion(const Wrapped& wrapped, ResumeNext& errors);
+    std::string CompanionResult(std::string reply, const Wrapped& wrapped, ResumeNext& errors);
+    std::int64_t CompanionLag(const std::string& result, std::int32_t received, const Wrapped& wrapped);
+
+    void GetInStep();
+    void DropInputIfOutOfStep(ResumeNext& errors);
+    void EndLongReadLimit(ResumeNext& errors);
+    void PauseAfterGoodReply(const std::string& text);
+    void Info(std::string_view origin, std::string_view message);
+    void Error(std::string_view origin, std::string_view message);
+    /// Raises run-time error 91 when there is no link.
+    MountLink& Link();
+
     ExchangeNeeds needs_;
     std::int16_t maxSerialRetries_ = 0;
 };

@@ -13,8 +13,8 @@ public:
     virtual ~MountLink() = default;
 
     virtual bool Connected() = 0;
-    /// Opens or closes. A line that cannot be opened stays closed without an error on the driver's own serial
-    /// layer (read `Connected` back); the platform's serial object may raise its own `DriverError`.
+    /// Opens or closes. A line that cannot be opened stays closed: read `Connected` back. A transport may raise its own
+    /// `DriverError` here; the serial one does not.
     virtual void Connected(bool connect) = 0;
 
     virtual std::int32_t Port() = 0;

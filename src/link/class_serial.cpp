@@ -1,0 +1,215 @@
+#include "link/class_serial.h"
+
+#include <limits>
+
+#include "kernel/base/text.h"
+#include "settings/setting_keys.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kDrainReadLimitMs = 1;
+constexpr std::int32_t kDrainTimeMs = 2000;
+
+/// Whether `terminator` stands at the end of `text`, ignoring case. Raises run-time error 5 when the text is shorter.
+bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
+    if (text.empty() || text.size() < terminator.size()) {
+        throw RunTimeError(RunTimeError::kInvalidProcedureCall, "Invalid procedure call or argument");
+    }
+    return ToLower(text.substr(text.size() - terminator.size())) == ToLower(terminator);
+}
+
+}  // namespace
+
+classSerial::classSerial(SerialNeeds needs)
+    : needs_(needs), isUsingAscom_(needs_.persist.ReadFlag(setting::chkUseASCOMSerialObject)) {
+    if (isUsingAscom_) {
+        serialObject_ = std::make_unique<AscomSerial>(needs_.ports.CreatePort(), needs_.clock);
+    } else {
+        library_ = std::make_unique<KsSerialLibrary>(needs_.ports.CreatePort(), needs_.clock);
+    }
+}
+
+classSerial::~classSerial() {
+    needs_.log.LogMessage("Serial", LogLevel::Info, "Terminating and releasing serial object...");
+    if (isUsingAscom_) {
+        ResumeNext errors{needs_.ledger, "classSerial destruction"};
+        errors.Step([&] { serialObject_->Connected(false); });
+    } else {
+        library_->KsSerDisconnectFromPort();
+    }
+}
+
+bool classSerial::Connected() {
+    return isUsingAscom_ ? serialObject_->Connected() : library_->KsSerConnected() != 0;
+}
+
+void classSerial::Connected(bool connect) {
+    if (isUsingAscom_) {
+        ResumeNext errors{needs_.ledger, "classSerial.Connected"};
+        if (connect) {
+            OpenSerialObject(errors);
+        }
+        errors.Step([&] { serialObject_->Connected(connect); });
+    } else if (connect) {
+        OpenLibrary();
+    } else {
+        library_->KsSerDisconnectFromPort();
+    }
+}
+
+void classSerial::OpenSerialObject(ResumeNext& errors) {
+    errors.Step([&] { serialObject_->Port(port_); });
+    errors.Step([&] { serialObject_->Speed(speed_); });
+    errors.Step([&] { serialObject_->ReceiveTimeoutMS(receiveTimeoutMs_); });
+    LogOpening("ASCOM Serial");
+}
+
+void classSerial::OpenLibrary() {
+    LogOpening("KS Serial");
+    const std::int32_t error = library_->KsSerConnectToPort(port_, speed_, receiveTimeoutMs_);
+    if (error != 0) {
+        needs_.log.LogMessage("Serial", LogLevel::Error, "Failed to connect: Error = " + std::to_string(error));
+    }
+}
+
+void classSerial::LogOpening(std::string_view backEnd) {
+    needs_.log.LogMessage("Serial", LogLevel::Info,
+                          std::string(backEnd) + " - Port = " + std::to_string(port_) + ", Speed = " +
+                              std::to_string(speed_) + ", Timeout = " + std::to_string(receiveTimeoutMs_) + "ms");
+}
+
+void classSerial::ReceiveTimeoutMS(std::int32_t milliseconds) {
+    receiveTimeoutMs_ = milliseconds;
+    if (Connected()) {
+        needs_.log.LogMessage("Serial", LogLevel::Info,
+                              "Setting serial receive timeout (mSecs): " + std::to_string(milliseconds));
+        SetReadLimit(milliseconds);
+    }
+}
+
+std::int32_t classSerial::ReceiveTimeout() {
+    return RoundHalfEven(receiveTimeoutMs_ / 1000.0);
+}
+
+void classSerial::ReceiveTimeout(std::int32_t seconds) {
+    ResumeNext errors{needs_.ledger, "classSerial.ReceiveTimeout"};
+    errors.Step([&] {
+        const std::int64_t milliseconds = std::int64_t{seconds} * 1000;
+        if (milliseconds > std::numeric_limits<std::int32_t>::max() ||
+            milliseconds < std::numeric_limits<std::int32_t>::min()) {
+            throw RunTimeError(RunTimeError::kOverflow, "Overflow");
+        }
+        ReceiveTimeoutMS(static_cast<std::int32_t>(milliseconds));
+    });
+}
+
+void classSerial::ClearBuffers() {
+    ResumeNext errors{needs_.ledger, "classSerial.ClearBuffers"};
+    std::size_t bytes = 0;
+    const Tick start = needs_.clock.GetTickCount();
+    if (Connected()) {
+        SetReadLimit(kDrainReadLimitMs);
+        std::string text;
+        do {
+            text.clear();  // a read that raises brought nothing
+            errors.Assign(text, [&] { return ReadWaiting(); });
+            bytes += text.size();
+            needs_.alarmFilter.FilterAlarms(text);
+        } while (!text.empty() && needs_.clock.GetTickCount() - start < kDrainTimeMs);
+        SetReadLimit(receiveTimeoutMs_);
+    }
+    needs_.log.LogMessage("ClearBuffers", LogLevel::Info,
+                          "Removed " + std::to_string(bytes) + " bytes in " +
+                              std::to_string(needs_.clock.GetTickCount() - start) + " Ticks");
+}
+
+std::string classSerial::Receive() {
+    std::string text;
+    if (Connected()) {
+        ResumeNext errors{needs_.ledger, "classSerial.Receive"};
+        errors.Assign(text, [&] { return ReadWaiting(); });
+        needs_.alarmFilter.FilterAlarms(text);
+    }
+    return text;
+}
+
+std::string classSerial::ReceiveCounted(std::int32_t count) {
+    std::string text;
+    if (Connected()) {
+        ResumeNext errors{needs_.ledger, "classSerial.ReceiveCounted"};
+        errors.Assign(text, [&] { return ReadCounted(count); });
+        needs_.alarmFilter.FilterAlarms(text);
+    }
+    if (static_cast<std::int64_t>(text.size()) != count) {
+        needs_.counters.CountReceiveCountedError();
+    }
+    return text;
+}
+
+std::string classSerial::ReceiveTerminated(std::string_view terminator) {
+    std::string text;
+    if (Connected()) {
+        ResumeNext errors{needs_.ledger, "classSerial.ReceiveTerminated"};
+        errors.Assign(text, [&] { return ReadTerminated(terminator); });
+        needs_.alarmFilter.FilterAlarms(text);
+    }
+    if (!EndsWithTerminator(text, terminator)) {
+        needs_.counters.CountReceiveTerminatedError();
+    }
+    return text;
+}
+
+void classSerial::Transmit(std::string_view text) {
+    if (isUsingAscom_) {
+        ResumeNext errors{needs_.ledger, "classSerial.Transmit"};
+        errors.Step([&] { serialObject_->Transmit(text); });
+    } else if (library_->KsSerConnected() != 0) {
+        library_->KsSerTransmitString(text);
+    }
+}
+
+void classSerial::GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) {
+    if (!isUsingAscom_ && library_->KsSerConnected() != 0) {
+        total = library_->KsSerGetReadTotalTimeout();
+        multiplier = library_->KsSerGetReadTotalTimeoutMultiplier();
+        interval = library_->KsSerGetReadIntervalTimeout();
+    }
+}
+
+void classSerial::SetReadLimit(std::int32_t milliseconds) {
+    if (isUsingAscom_) {
+        serialObject_->ReceiveTimeoutMS(milliseconds);
+    } else {
+        library_->KsSerSetReceiveTimeout(milliseconds);
+    }
+}
+
+std::string classSerial::ReadWaiting() {
+    if (isUsingAscom_) {
+        return serialObject_->Receive();
+    }
+    std::string text;
+    library_->KsSerReceiveString(text);
+    return text;
+}
+
+std::string classSerial::ReadCounted(std::int32_t count) {
+    if (isUsingAscom_) {
+        return serialObject_->ReceiveCounted(count);
+    }
+    std::string text;
+    library_->KsSerReceiveStringByCount(text, count);
+    return text;
+}
+
+std::string classSerial::ReadTerminated(std::string_view terminator) {
+    if (isUsingAscom_) {
+        return serialObject_->ReceiveTerminated(terminator);
+    }
+    std::string text;
+    library_->KsSerReceiveStringUntilTerminator(text, terminator);
+    return text;
+}
+
+}  // namespace kestrane

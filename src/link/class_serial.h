@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "link/ascom_serial.h"
+#include "link/ks_serial_library.h"
+#include "link/mount_link.h"
+#include "platform/clock.h"
+#include "platform/serial_port.h"
+#include "settings/persist.h"
+
+namespace kestrane {
+
+/// What the serial link needs of its surroundings. All of it outlives the link.
+struct SerialNeeds {
+    SerialPorts& ports;
+    Clock& clock;
+    Log& log;
+    Counters& counters;
+    AlarmFilter& alarmFilter;
+    SwallowLedger& ledger;
+    Persist& persist;
+};
+
+/// The link to a mount on a serial port, over one of two back ends chosen at creation by the setting
+/// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
+/// errors ignored; the one error that leaves is that of `ReceiveTerminated`. Alarm letters are taken out of every
+/// text read. Closed at creation, closed and logged at destruction.
+class classSerial final : public MountLink {
+public:
+    explicit classSerial(SerialNeeds needs);
+    ~classSerial() override;
+
+    bool Connected() override;
+    /// True on an open link opens it anew.
+    void Connected(bool connect) override;
+
+    std::int32_t Port() override { return port_; }
+    void Port(std::int32_t port) override { port_ = port; }
+    std::int32_t Speed() override { return speed_; }
+    void Speed(std::int32_t baud) override { speed_ = baud; }
+
+    std::int32_t ReceiveTimeoutMS() override { return receiveTimeoutMs_; }
+    void ReceiveTimeoutMS(std::int32_t milliseconds) override;
+    /// Milliseconds divided by 1000, halves to the even second.
+    std::int32_t ReceiveTimeout() override;
+    /// A value too large for milliseconds in 32 bits is ignored.
+    void ReceiveTimeout(std::int32_t seconds) override;
+
+    /// Empties the line by reading until 1 ms brings nothing, for 2000 ms at most. Logs the number of bytes, alarm
+    /// letters included.
+    void ClearBuffers() override;
+    std::string Receive() override;
+    std::string ReceiveCounted(std::int32_t count) override;
+    /// A text shorter than the terminator, an empty one in particular, raises run-time error 5 and counts nothing:
+    /// that is how a silent line, or a closed one, announces itself.
+    std::string ReceiveTerminated(std::string_view terminator) override;
+    void Transmit(std::string_view text) override;
+
+    /// Nothing is filled in on the platform's object or on a closed port.
+    void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override;
+
+private:
+    void OpenSerialObject(ResumeNext& errors);
+    void OpenLibrary();
+    void LogOpening(std::string_view backEnd);
+    /// Sets the limit of the open back end only; the stored one stays.
+    void SetReadLimit(std::int32_t milliseconds);
+    std::string ReadWaiting();
+    std::string ReadCounted(std::int32_t count);
+    std::string ReadTerminated(std::string_view terminator);
+
+    SerialNeeds needs_;
+    std::int32_t port_ = 1;                ///< number, without "COM"
+    std::int32_t speed_ = 9600;            ///< baud
+    std::int32_t receiveTimeoutMs_ = 250;  ///< read limit
+    bool isUsingAscom_;
+    std::unique_ptr<AscomSerial> serialObject_;  ///< present when it is the back end
+    std::unique_ptr<KsSerialLibrary> library_;   ///< present otherwise
+};
+
+}  // namespace kestrane

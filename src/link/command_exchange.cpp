@@ -1,0 +1,311 @@
+#include "link/command_exchange.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "kernel/base/conversions.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/text.h"
+#include "link/companion_wrap.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kTerminator = "#";
+constexpr std::string_view kAscom = "ASCOM";
+constexpr std::string_view kDriver = "Driver";
+constexpr std::string_view kTelescope = "Telescope";
+
+constexpr std::int16_t kMostRetries = 5;
+constexpr std::int32_t kPauseAfterBlindMs = 10;
+constexpr std::int32_t kPauseBeforeDrainMs = 20;
+constexpr std::int32_t kPauseBeforeRetryMs = 40;
+constexpr std::int32_t kPauseAfterGoodReplyMs = 20;
+/// The read limit that a check of the port sets and may leave behind.
+constexpr std::int32_t kPortCheckReadLimitMs = 5000;
+/// Reads for replies to earlier exchanges before the companion counts as out of order.
+constexpr int kMostStaleReads = 2;
+
+std::string Frame(std::string_view command, bool raw) {
+    return raw ? std::string(command) : ":" + std::string(command) + "#";
+}
+
+/// `head`, text, "', Response='", reply.
+std::string Exchanged(std::string_view head, std::string_view text, std::string_view reply) {
+    return std::string(head) + std::string(text) + "', Response='" + std::string(reply);
+}
+
+std::string Received(std::string_view method, std::string_view text, std::string_view reply) {
+    return std::string(method) + " Reply Received (TX='" + std::string(text) + "'), RX='" + std::string(reply) + "'";
+}
+
+}  // namespace
+
+void CommandExchange::MaxSerialRetries(std::int16_t retries) {
+    maxSerialRetries_ = std::clamp(retries, std::int16_t{0}, kMostRetries);
+}
+
+void CommandExchange::CommandBlind(std::string_view command, bool raw) {
+    Blind(command, raw, kAscom);
+}
+void CommandExchange::CommandBlindInternal(std::string_view command, bool raw) {
+    Blind(command, raw, kDriver);
+}
+
+void CommandExchange::CommandClear() {
+    Clear(kAscom);
+}
+void CommandExchange::CommandClearInternal() {
+    Clear(kDriver);
+}
+
+bool CommandExchange::CommandBool(std::string_view command, bool raw) {
+    return Bool(command, raw, {.origin = kTelescope, .slewZeroIsSuccess = true});
+}
+bool CommandExchange::CommandBoolInternal(std::string_view command, bool raw) {
+    return Bool(command, raw, {.origin = kDriver});
+}
+
+std::string CommandExchange::CommandString(std::string_view command, bool raw) {
+    return String(command, raw, kTelescope);
+}
+std::string CommandExchange::CommandStringInternal(std::string_view command, bool raw) {
+    return String(command, raw, kDriver);
+}
+
+void CommandExchange::CommandBlindLight(std::string_view command) {
+    ResumeNext errors{needs_.ledger, "CommandBlindLight"};
+    const std::string text = Frame(command, false);
+    Info(kAscom, "TX: " + text);
+    errors.Step([&] { Link().Transmit(text); });
+}
+
+void CommandExchange::Clear(std::string_view origin) {
+    ResumeNext errors{needs_.ledger, "CommandClear"};
+    Info(origin, "CommandClear()");
+    errors.Step([&] { Link().Transmit(kTerminator); });
+    needs_.waits.WaitForMilliseconds(kPauseBeforeDrainMs);
+    errors.Step([&] { Link().ClearBuffers(); });
+    needs_.state.g_bResync = false;
+}
+
+void CommandExchange::Blind(std::string_view command, bool raw, std::string_view origin) {
+    GetInStep();
+    if (command.empty()) {
+        Info(origin, "CommandBlind (no chars to send)");
+        return;
+    }
+    const std::string text = Frame(command, raw);
+    ResumeNext errors{needs_.ledger, "CommandBlind"};
+    Info(origin, "CommandBlind TX='" + text + "'");
+    DropInputIfOutOfStep(errors);
+    errors.Step([&] { Link().Transmit(text); });
+    needs_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
+}
+
+bool CommandExchange::Bool(std::string_view command, bool raw, Caller caller) {
+    GetInStep();
+    if (command.empty()) {
+        Info(caller.origin, "CommandBool TX (no Chars to send)");
+        return true;
+    }
+    const std::string text = Frame(command, raw);
+    ResumeNext errors{needs_.ledger, "CommandBool"};
+    std::string reply;
+    for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
+        if (TryBool(text, reply, caller, errors)) {
+            return true;
+        }
+        needs_.counters.CountRetransmit();
+        if (retriesLeft > 0) {
+            Error(caller.origin,
+                  Exchanged("CommandBool: NO Response or bad response to '", text, reply) + "' -> Retrying!");
+            CommandClearInternal();
+        } else {
+            Error(caller.origin,
+                  Exchanged("CommandBool: NO Response or bad response: '", text, reply) + "' -> Giving up!");
+        }
+    }
+    needs_.counters.CountReceiveCountedError();
+    CommandClearInternal();
+    return false;
+}
+
+bool CommandExchange::TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors) {
+    Info(caller.origin, "CommandBool TX='" + text + "'");
+    DropInputIfOutOfStep(errors);
+    errors.Step([&] { Link().Transmit(text); });
+    errors.Assign(reply, [&] { return Link().ReceiveCounted(1); });
+    const bool slewAccepted = caller.slewZeroIsSuccess && reply == "0" && text == ":MS#";
+    if (reply != "1" && !slewAccepted) {
+        return false;
+    }
+    Info(caller.origin, Received("CommandBool", text, reply));
+    PauseAfterGoodReply(text);
+    errors.Step(needs_.noteQuerySuccess);
+    return true;
+}
+
+std::string CommandExchange::String(std::string_view command, bool raw, std::string_view origin) {
+    GetInStep();
+    if (raw && command.empty()) {
+        Info(origin, "CommandString TX (no Chars to send)");
+        return {};
+    }
+    const std::string text = Frame(command, raw);
+    ResumeNext errors{needs_.ledger, "CommandString"};
+    if (text.starts_with("RAW,")) {
+        return DriverCommand(text, origin, errors);
+    }
+    // The reply outlives the attempt: on a line whose silent read fails, it still holds what the recovery of the
+    // attempt before has read, and such a late reply is taken.
+    std::string reply;
+    for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
+        Info(origin, "CommandString TX='" + text + "'");
+        DropInputIfOutOfStep(errors);
+        if (needs_.state.g_bQuayLink) {
+            return ThroughCompanion({command, WrapForCompanion(command, raw, needs_.state.g_nQuaySeq), origin}, errors);
+        }
+        EndLongReadLimit(errors);
+        if (TryString(text, reply, origin, errors)) {
+            return reply.substr(0, reply.size() - 1);
+        }
+        needs_.counters.CountRetransmit();
+        const std::string fault = Exchanged("CommandString: NO Response or bad response: '", text, reply);
+        if (retriesLeft > 0) {
+            PrepareStringRetry(reply, fault, origin, errors);
+        } else {
+            Error(origin, fault + "' -> Giving up!");
+        }
+    }
+    needs_.counters.CountReceiveTerminatedError();
+    CommandClearInternal();
+    return {};
+}
+
+bool CommandExchange::TryString(const std::string& text, std::string& reply, std::string_view origin,
+                                ResumeNext& errors) {
+    errors.Step([&] { Link().Transmit(text); });
+    errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+    if (reply.empty()) {
+        return false;
+    }
+    Info(origin, Received("CommandString", text, reply));
+    PauseAfterGoodReply(text);
+    return true;
+}
+
+void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& fault, std::string_view origin,
+                                         ResumeNext& errors) {
+    std::int32_t total = 0;
+    std::int32_t multiplier = 0;
+    std::int32_t interval = 0;
+    errors.Step([&] { Link().GetReadTimeouts(total, multiplier, interval); });
+    Error(origin, fault + "' -> Retrying!");
+    needs_.waits.WaitForMilliseconds(kPauseBeforeRetryMs);
+    CommandClearInternal();
+    errors.Assign(reply, [&] { return Link().Receive(); });
+}
+
+std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {
+    Info(origin, "CommandString Extended Command TX='" + text + "'");
+    std::string result;
+    errors.Assign(result, [&] { return needs_.executeDriverCommand(std::string_view(text).substr(4)); });
+    Info(origin, "CommandString Extended Command RX='" + result + "'");
+    return result;
+}
+
+std::string CommandExchange::ThroughCompanion(const Wrapped& wrapped, ResumeNext& errors) {
+    errors.Step([&] { Link().Transmit(wrapped.text); });
+    std::string reply;
+    errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+    std::string result = CompanionResult(std::move(reply), wrapped, errors);
+    if (!result.empty()) {
+        result.pop_back();
+    }
+    if (needs_.state.g_nQuaySeq < std::numeric_limits<std::int32_t>::max()) {
+        ++needs_.state.g_nQuaySeq;
+    }
+    return result;
+}
+
+std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& wrapped, ResumeNext& errors) {
+    for (int staleReads = 0;; ++staleReads) {
+        const CompanionReply parts = SplitCompanionReply(reply);
+        if (!parts.fromCompanion) {
+            Error(kTelescope,
+                  Exchanged("CommandString: NO Response or bad QUAY response: '", wrapped.text, wrapped.command) +
+                      "' -> Giving up!");
+            return parts.result;
+        }
+        std::int32_t received = -1;
+        if (parts.hasNumber) {
+            errors.Assign(received, [&] { return RoundHalfEven(Val_Global(parts.number, needs_.log)); });
+        }
+        if (received == needs_.state.g_nQuaySeq) {
+            Info(wrapped.origin, Exchanged("CommandString: QUAY response: '", wrapped.text, parts.result) + "'");
+            return parts.result;
+        }
+        const std::int64_t lag = CompanionLag(parts.result, received, wrapped);
+        if ((lag != 1 && lag != 2) || staleReads == kMostStaleReads) {
+            needs_.log.LogMessage(kTelescope, LogLevel::Warning,
+                                  "CommandString: Sequence number is behind by " + std::to_string(lag));
+            errors.Step([&] { Link().ClearBuffers(); });
+            return std::string(kTerminator);
+        }
+        reply.clear();  // a silent line must not show the stale reply again
+        errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+    }
+}
+
+std::int64_t CommandExchange::CompanionLag(const std::string& result, std::int32_t received, const Wrapped& wrapped) {
+    const std::int32_t expected = needs_.state.g_nQuaySeq;
+    Error(wrapped.origin, std::to_string(received));
+    Error(wrapped.origin, Exchanged("CommandString: QUAY response: '", wrapped.text, result) +
+                              "', SeqNum Mismatch=" + std::to_string(expected) + " " + std::to_string(received));
+    needs_.counters.CountReceiveTerminatedError();
+    return std::int64_t{expected} - received;
+}
+
+void CommandExchange::GetInStep() {
+    if (needs_.state.g_bResync) {
+        CommandClearInternal();
+    }
+}
+
+void CommandExchange::DropInputIfOutOfStep(ResumeNext& errors) {
+    if (needs_.state.g_bResync) {
+        errors.Step([&] { Link().ClearBuffers(); });
+    }
+}
+
+void CommandExchange::EndLongReadLimit(ResumeNext& errors) {
+    errors.Step([&] {
+        if (Link().ReceiveTimeoutMS() == kPortCheckReadLimitMs) {
+            Link().ReceiveTimeoutMS(needs_.state.g_nReceiveTimeoutMS);
+        }
+    });
+}
+
+void CommandExchange::PauseAfterGoodReply(const std::string& text) {
+    if (text.starts_with(":Sm")) {
+        needs_.waits.WaitForMilliseconds(kPauseAfterGoodReplyMs);
+    }
+}
+
+void CommandExchange::Info(std::string_view origin, std::string_view message) {
+    needs_.log.LogMessage(origin, LogLevel::Info, message);
+}
+
+void CommandExchange::Error(std::string_view origin, std::string_view message) {
+    needs_.log.LogMessage(origin, LogLevel::Error, message);
+}
+
+MountLink& CommandExchange::Link() {
+    if (!needs_.link) {
+        throw RunTimeError(RunTimeError::kObjectNotSet, "Object variable not set");
+    }
+    return *needs_.link;
+}
+
+}  // namespace kestrane

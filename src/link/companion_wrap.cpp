@@ -1,0 +1,50 @@
+#include "link/companion_wrap.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kHead = "QUAY,";
+
+/// `text` up to the first comma, which is taken off it together with that part; false, with both as they were, when
+/// there is no comma.
+bool TakeField(std::string_view& text, std::string_view& field) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string_view::npos) {
+        return false;
+    }
+    field = text.substr(0, comma);
+    text.remove_prefix(comma + 1);
+    return true;
+}
+
+}  // namespace
+
+std::string WrapForCompanion(std::string_view command, bool raw, std::int32_t sequence) {
+    if (raw) {
+        if (command.starts_with(':')) {
+            command.remove_prefix(1);
+        }
+        if (command.size() >= 2 && command[command.size() - 2] == '#') {
+            command.remove_suffix(1);
+        }
+    }
+    return ":" + std::string(kHead) + std::to_string(sequence) + "," + std::string(command) + "#";
+}
+
+CompanionReply SplitCompanionReply(std::string_view reply) {
+    CompanionReply parts;
+    if (reply.starts_with(kHead)) {
+        parts.fromCompanion = true;
+        reply.remove_prefix(kHead.size());
+        std::string_view field;
+        TakeField(reply, field);
+        parts.hasNumber = TakeField(reply, field);
+        if (parts.hasNumber) {
+            parts.number = field;
+        }
+    }
+    parts.result = reply;
+    return parts;
+}
+
+}  // namespace kestrane

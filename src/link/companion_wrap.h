@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kestrane {
+
+/// The form of commands and replies on a link that leads through the companion application: each command carries a
+/// sequence number, each reply repeats it, so that a late reply to an earlier command is told from the right one.
+///
+///     to the companion    :QUAY,<number>,<command>#
+///     from the companion  QUAY,<echo>,<number>,<result>#
+
+/// The text to send for a command as the caller gave it. A raw command loses its leading ":", and its last character
+/// when the character before that is "#". It is the last but one that counts: a raw ":GR#" keeps its "#" and goes
+/// out as ":QUAY,7,GR##". Wanted.
+std::string WrapForCompanion(std::string_view command, bool raw, std::int32_t sequence);
+
+/// A companion's reply taken apart.
+struct CompanionReply {
+    bool fromCompanion = false;  ///< the reply has the companion's head
+    bool hasNumber = false;
+    std::string number;  ///< text of the sequence number, as it came
+    std::string result;  ///< what stands behind it, "#" included; the whole of a reply without the head
+};
+
+CompanionReply SplitCompanionReply(std::string_view reply);
+
+}  // namespace kestrane

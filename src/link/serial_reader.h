@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/clock.h"
+#include "platform/serial_port.h"
+
+namespace kestrane {
+
+/// Timed reads of one serial line. Every limit is for the whole read, in milliseconds from its start, however many
+/// bytes dribble in meanwhile: a line that never stops sending holds a read for its limit and at most one byte more.
+/// A limit of 0 or below takes what is there. Nothing is lost between reads: bytes that came behind a terminator
+/// stand first in the next read. Nothing raises, nothing pumps.
+class SerialReader {
+public:
+    /// Both outlive the reader.
+    SerialReader(SerialPort& port, Clock& clock) : port_(port), clock_(clock) {}
+
+    /// What is waiting; with nothing there, what comes first within the limit. Empty when nothing came.
+    std::string Waiting(std::int32_t limitMs);
+    /// `count` bytes, or what came of them within the limit.
+    std::string Counted(std::size_t count, std::int32_t limitMs);
+    /// Everything up to and with `terminator`, or what came within the limit.
+    std::string Terminated(std::string_view terminator, std::int32_t limitMs);
+
+    /// Drops what was kept for the next read; for a line that is closed or opened anew.
+    void Forget() { kept_.clear(); }
+
+private:
+    /// Adds what the line brings to the kept bytes, waiting no longer than what is left of the limit; false when
+    /// nothing came or nothing is left.
+    bool ReadMore(Tick start, std::int32_t limitMs);
+    std::string Take(std::size_t count);
+
+    SerialPort& port_;
+    Clock& clock_;
+    std::string kept_;
+};
+
+}  // namespace kestrane
