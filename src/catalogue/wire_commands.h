@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace kestrane {
@@ -71,7 +72,7 @@ inline constexpr WireCommand SetLongitudeRaw  {":Sg",       Framing::Raw,    Rep
 inline constexpr WireCommand SetLocalTime     {"SL",        Framing::Framed, ReplyForm::Character, "HH:MM:SS",      "local time"};
 inline constexpr WireCommand SetDate          {"SC",        Framing::Framed, ReplyForm::Text,      "MM/dd/yy",      "date; a second line ended by # follows over serial"};
 inline constexpr WireCommand SetTimeZone      {"SG",        Framing::Framed, ReplyForm::Character, "[-]HH:MM:SS.S", "time zone, UTC minus local time"};
-inline constexpr WireCommand SetMeridianDelay {"SM",        Framing::Framed, ReplyForm::Character, "[-]H:MM:SS",    "meridian delay; 0:00:00.0 resets it"};
+inline constexpr WireCommand SetMeridianDelay {"SM",        Framing::Framed, ReplyForm::Character, "[-]HH:MM:SS",   "meridian delay; 0:00:00.0 resets it"};
 inline constexpr WireCommand SetDecBacklash   {"Bd0*00:",   Framing::Framed, ReplyForm::Character, "ss.s",          "declination backlash, arc-seconds"};
 inline constexpr WireCommand SetRaBacklash    {"Br0*00:",   Framing::Framed, ReplyForm::Character, "ss.s",          "right ascension backlash, arc-seconds"};
 
@@ -104,7 +105,8 @@ inline constexpr WireCommand SlewRate         {"RS",        Framing::Framed, Rep
 inline constexpr WireCommand CustomSlewRate   {"Rs",        Framing::Framed, ReplyForm::None,      "rate", "custom slew rate, above 0 and below 1200"};
 inline constexpr WireCommand CenteringRate    {"RC",        Framing::Framed, ReplyForm::None,      "0-7", "centering rate"};
 inline constexpr WireCommand GuideRate        {"RG",        Framing::Framed, ReplyForm::None,      "0-3", "guide rate 0.25, 0.5, 1.0 times sidereal"};
-inline constexpr WireCommand TrackingRate     {"RT",        Framing::Framed, ReplyForm::None,      "0-9", "tracking rate: 0 lunar, 1 solar, 2 sidereal, 3 and 8 King on and off, 9 zero"};
+inline constexpr WireCommand TrackingRate     {"RT",        Framing::Framed, ReplyForm::None,      "0-3, 8, 9",  "tracking rate: 0 lunar, 1 solar, 2 sidereal, 9 zero; 3 and 8 switch the King correction"};
+inline constexpr WireCommand TrackingRateRaw  {":RT",       Framing::Raw,    ReplyForm::None,      "0-3, 8, 9#", "the same, framed by the caller"};
 inline constexpr WireCommand CustomRaRate     {"RR",        Framing::Framed, ReplyForm::Character, "[-]d.ddddd", "custom right ascension rate"};
 inline constexpr WireCommand CustomDecRate    {"RD",        Framing::Framed, ReplyForm::Character, "[-]d.ddddd", "custom declination rate; 0 clears it"};
 
@@ -140,12 +142,27 @@ inline constexpr std::array kAll{
     Slew, SlewRaw, Sync, Recal, Stop, StopRaw, StopClean, MoveNorth, MoveSouth, MoveEast, MoveWest,
     StopNorth, StopSouth, StopEast, StopWest, SwapEastWest, SwapNorthSouth, SwapEastWestRaw, SwapNorthSouthRaw,
     Park, Unpark, SetParkSlot,
-    SlewRate, CustomSlewRate, CenteringRate, GuideRate, TrackingRate, CustomRaRate, CustomDecRate,
+    SlewRate, CustomSlewRate, CenteringRate, GuideRate, TrackingRate, TrackingRateRaw, CustomRaRate, CustomDecRate,
     PemOn, PemOff, PemRecord, ReticleBrighter, ReticleDimmer, ReticleLevel, HoldOn, HoldOff,
     FocusPlus, FocusMinus, FocusStop, FocusFast, FocusSlow,
     PointingCorrection, PointingCorrectionOn, TrackingCorrectionOn,
 };
 // clang-format on
+
+/// Whether no command is defined twice. Commands with the same text differ in framing or argument ("Rs" asks for the
+/// slew rate, "Rs" with a number sets it).
+constexpr bool AllDiffer() {
+    for (std::size_t i = 0; i < kAll.size(); ++i) {
+        for (std::size_t j = i + 1; j < kAll.size(); ++j) {
+            if (kAll[i].text == kAll[j].text && kAll[i].framing == kAll[j].framing &&
+                kAll[i].argument.empty() == kAll[j].argument.empty()) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(AllDiffer());
 
 }  // namespace wire
 }  // namespace kestrane
