@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace kestrane {
 
 enum class ClientKind { Telescope = 0, Focuser = 1 };
@@ -20,6 +22,9 @@ public:
     virtual void UpdateClientsLabel() = 0;
     /// Ends the process when no client holds an object of either kind.
     virtual void ExitIfNoClients() = 0;
+
+    /// Port of the companion's REST interface, from its own settings.
+    virtual std::string QuayRestPort() = 0;
 };
 
 /// What a device class needs of the start-up procedures when its first object is made.

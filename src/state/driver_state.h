@@ -123,8 +123,12 @@ struct DriverState : LogState, CounterState {
     std::int16_t g_nSameDistance = 0;     ///< passes in a row with the distance unchanged
     bool g_bSideInitDone = false;         ///< the first slew-complete since the start has passed
 
+    // --- focuser ------------------------------------------------------------------------------------------------
+    std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
+
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
     double g_dGuideRate = 1.0;             ///< multiples of sidereal
+    std::int32_t g_nTrackingRate = 0;      ///< 0 sidereal, 1 lunar, 2 solar, 3 King
     std::int16_t g_nDisplayedRate = -1;    ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
     Tick g_tickDisplayedRate;              ///< last change of the displayed rate
     std::string g_sFaultCode = "0";        ///< fault character of the last status text; "0": none

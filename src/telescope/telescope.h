@@ -22,6 +22,7 @@
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
 #include "state/poll_loop.h"
+#include "state/telescope_actions.h"
 
 namespace kestrane {
 
@@ -56,11 +57,11 @@ struct TelescopeNeeds {
 /// Failures are `DriverError`s. "Link check": 0x80040404 while no telescope client is connected, 0x80040429 while
 /// communications are lost. "Motion check": 0x80040404, 0x80040409 while parked, 0x80040411 in the wrong tracking
 /// state. Each member logs on origin "ASCOM" as "GET x = " or "SET x = ". Logic thread only.
-class Telescope {
+class Telescope final : public TelescopeActions {
 public:
     /// `Class_Initialize` and `Class_Terminate` frame the life of an object (see `MakeTelescope`).
     explicit Telescope(TelescopeNeeds needs);
-    ~Telescope();
+    ~Telescope() override;
     Telescope(const Telescope&) = delete;
     Telescope& operator=(const Telescope&) = delete;
 
@@ -105,7 +106,7 @@ public:
     }
     void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
     /// The driver's own commands in the form that lower floors know.
-    MountCommands& Commands() { return exchange_; }
+    MountCommands& Commands() override { return exchange_; }
     /// Runs the text of a "RAW," command; the reply is "1", "1," and a value, or "0," and a message.
     std::string ExecuteDriverCommand(std::string_view command);
 
@@ -153,8 +154,8 @@ public:
     double FocalLength();
     bool DoesRefraction();  ///< asks the companion when it is there
     void DoesRefraction(bool does);
-    double SiteLatitude();   ///< asks the mount; the last value when its reply cannot be read; link check
-    double SiteLongitude();  ///< east positive, -180 to 180; asks the mount as above; link check
+    double SiteLatitude() override;  ///< asks the mount; the last value when its reply cannot be read; link check
+    double SiteLongitude();          ///< east positive, -180 to 180; asks the mount as above; link check
 
     // --- target of the next slew --------------------------------------------------------------------------------
 
@@ -174,6 +175,7 @@ public:
     void SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient = true);
     /// Slews to the target; 0x80040430 when half of it is missing.
     void SlewToTarget();
+    void SlewToTargetAsync();
     bool Slewing();
     /// Stops a slew or a park. Motion check: not parked.
     void AbortSlew();
@@ -188,17 +190,23 @@ public:
     bool AtPark();
     bool IsPulseGuiding();
     bool Tracking();
+    /// True starts the chosen rate; false stops the mount, but does nothing while parked.
+    void Tracking(bool track);
+    /// 0 sidereal, 1 lunar, 2 solar. Writing stops motion, then starts tracking at the rate; 0x80040405 for others.
+    std::int32_t TrackingRate();
+    void TrackingRate(std::int32_t rate);
 
     // --- for the driver itself ----------------------------------------------------------------------------------
 
     /// Reads the firmware version and decides from it what the mount can do.
     void InitBasicValues();
     /// Fills the hand box after a real connect and runs the first round of queries.
-    void InitUI();
+    void InitUI() override;
     /// Takes a status text apart into flags and displays.
-    void ParseGOS(std::string_view status);
+    void ParseGOS(std::string_view status) override;
     /// The slew-complete step found a park at its end.
-    void HandleParkComplete();
+    void HandleParkComplete() override;
+    void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
     void SetParkStatus(std::string_view text, std::string_view origin);
 
@@ -217,6 +225,13 @@ private:
     void ResetFirmwareFlags();
     void ClassifyFirmware();
     void ClassifyModernFirmware();
+    void ReadFirmwareRevision();
+    void RaisePrecision(std::string_view reason);
+    void ApplyStatusSettings();
+    void ReadFirstPicture();
+
+    // operation_status.cpp
+    void ParseParkState(char park);
 
     // guards.cpp
     void CheckConnected();
@@ -227,16 +242,26 @@ private:
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
     void BeginSlew();
+    void SafeSlew(double rightAscension, double declination, bool async);
+    bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
+    void RefreshPosition();
+    void WaitWhileSlewing();
+    bool SafeSlewWanted();
     void WaitForSlewEnd();
     void PumpSlewRound();
     void SendSlewCommands();
     void StartFromSiderealTracking();
     std::string SendRaDecSequence();
-    void RaiseSlewRefusal(int result);
-    std::string SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
+    [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
+    bool QuayTakesSlews() const;
+    void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     void StopMotion(std::string_view origin);
 
-    void LogGet(std::string_view name, std::string_view value);
+    // tracking.cpp
+    void ClearCustomDecRate();
+    void ShowRate(std::int16_t rate);
+
+    void LogGetText(std::string_view name, std::string_view value);
     void LogSet(std::string_view name, std::string_view value);
     bool LogGet(std::string_view name, bool value);
     double LogGet(std::string_view name, double value);

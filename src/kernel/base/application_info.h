@@ -1,0 +1,17 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+/// What the program says of itself.
+namespace kestrane::application {
+
+inline constexpr std::string_view kTitle = "Kestrane V2";
+inline constexpr int kMajor = 5;
+inline constexpr int kMinor = 50;
+inline constexpr int kRevision = 3;
+inline constexpr std::string_view kDriverVersion = "5.50.03";
+/// Company name, file description and legal texts; empty ones are left out where they are shown.
+inline constexpr std::array<std::string_view, 3> kLegalTexts{"", "Kestrane V2 telescope-mount driver", ""};
+
+}  // namespace kestrane::application

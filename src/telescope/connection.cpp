@@ -1,0 +1,272 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kMillimetres = 1000.0;
+constexpr std::int32_t kStatusWindowDelayMs = 1000;
+constexpr double kMaxMoveAxisRate = 5.0;      // degrees per second
+constexpr double kMaxMoveAxisRateFir = 2.5;   // of the mount with half speed
+constexpr std::int32_t kYieldMs = 20;
+
+double NumberOr(const std::string& text, double whenEmpty, Log& log) {
+    return text.empty() ? whenEmpty : Val_Global(text, log);
+}
+
+}  // namespace
+
+Telescope::Telescope(TelescopeNeeds needs)
+    : needs_(std::move(needs)),
+      state_(needs_.state),
+      exchange_(ExchangeNeeds{
+          .state = needs_.state,
+          .link = needs_.link,
+          .log = needs_.log,
+          .counters = needs_.counters,
+          .waits = needs_.waits,
+          .clock = needs_.clock,
+          .ledger = needs_.ledger,
+          .executeDriverCommand = [this](std::string_view command) { return ExecuteDriverCommand(command); },
+          .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
+      }) {}
+
+Telescope::~Telescope() = default;
+
+void Telescope::Class_Initialize() {
+    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    if (state_.g_nScopeObjects == 0) {
+        errors.Step([&] { InitializeFirstObject(); });
+    }
+    ++state_.g_nScopeObjects;
+    needs_.connections.UpdateClientsLabel();
+}
+
+void Telescope::InitializeFirstObject() {
+    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    if (!needs_.registration.RegisterTelescope()) {
+        return;
+    }
+    needs_.mount.mountType =
+        static_cast<Mount_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::MountType), needs_.log)));
+    needs_.mount.ControllerType =
+        static_cast<Controller_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::Controller), needs_.log)));
+    state_.g_dMaxMoveAxisRate = needs_.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
+    state_.g_dGuideRate = 1.0;
+    state_.g_nSlewSettleTime = 1;
+    state_.g_bTargetRaSet = state_.g_bTargetDecSet = state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
+    state_.g_bParked = state_.g_bSlewing = state_.g_bAbortSlew = false;
+    state_.g_tickSettleEnd = state_.g_tickLastSlewCheck = Tick{};
+    state_.g_sTrackingCommand = "RT2";
+    state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
+    state_.g_bSlewCompletePending = true;
+    errors.Step([&] {
+        if (needs_.state.g_nFocuserObjects < 2 && needs_.persist.Read(setting::MinimizeStatusWindow) == "1") {
+            needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);
+            needs_.handBox.bForceMinimize = true;
+        }
+    });
+    errors.Step([&] {
+        // Here the default is on, unlike at the start of the process: whoever reads first freezes it.
+        const std::string enabled = needs_.persist.ReadIniValue(setting::chkEnableDebugLog.name, "1");
+        state_.g_bDebugLog = Val_Global(enabled, needs_.log) != 0.0;
+        if (state_.g_bDebugLog) {
+            needs_.log.OpenLog();
+        }
+    });
+    errors.Step([&] {
+        const std::string safeSlew = needs_.persist.Read(setting::SafeSlewRaDec);
+        state_.g_bRawRaDecSlews = safeSlew == "0";
+        needs_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
+    });
+    errors.Step([&] { state_.g_sMountRateType = needs_.persist.Read(setting::MountRateType); });
+}
+
+void Telescope::Class_Terminate() {
+    --state_.g_nScopeObjects;
+    needs_.connections.UpdateClientsLabel();
+    if (state_.g_nScopeObjects < 2) {
+        Connected(false);
+    }
+    needs_.connections.ExitIfNoClients();
+}
+
+bool Telescope::Connected() {
+    ResumeNext errors{needs_.ledger, "Connected"};
+    bool connected = false;
+    errors.Assign(connected, [&] { return needs_.link && needs_.link->Connected(); });
+    return LogGet("Connected", connected);
+}
+
+void Telescope::Connected(bool connect) {
+    if (connect) {
+        ConnectClient();
+    } else {
+        DisconnectClient();
+    }
+}
+
+void Telescope::ConnectClient() {
+    LogSet("Connected", "True");
+    LoadTelescopeOptions();
+    state_.g_bPollSuspended = false;
+    if (needs_.link && needs_.link->Connected()) {
+        needs_.connections.OpenConnection(ClientKind::Telescope);
+    } else {
+        needs_.registration.EnsureDriverHelper();
+        OpenForFirstClient();
+    }
+    WarnAboutSync();
+}
+
+void Telescope::OpenForFirstClient() {
+    try {
+        ShowMountAddress();
+        needs_.handBox.Show();
+        needs_.connections.OpenConnection(ClientKind::Telescope);
+        InitUI();
+    } catch (const DriverError&) {
+        needs_.log.LogMessage("Connected", LogLevel::Info, "No Port");
+        throw DriverError(ErrorNumber::NoMount);
+    }
+}
+
+void Telescope::ShowMountAddress() {
+    std::string caption;
+    if (needs_.persist.Read(setting::chkIPAddress) == "0") {
+        std::string port = needs_.persist.Read(setting::Port);
+        if (port.empty()) {
+            port = "COM1";
+            needs_.persist.Write(setting::Port, port);
+        }
+        caption = state_.g_bQuayLink ? "Mount Info: " + port + " (QUAY)" : "Mount Information: " + port;
+    } else if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
+        caption = "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
+    } else {
+        caption = "Mount Info: REST (Port " + needs_.connections.QuayRestPort() + ")";
+    }
+    needs_.handBox.frameMountPosition.Caption(caption);
+}
+
+void Telescope::WarnAboutSync() {
+    if (!needs_.persist.ReadFlag(setting::chkUseRCAL)) {
+        needs_.log.LogMessage("Connected", LogLevel::Warning,
+                              "Syncs replace the pointing of the mount: the option to recalibrate is off.");
+    }
+}
+
+void Telescope::DisconnectClient() {
+    LogSet("Connected", "False");
+    if (state_.g_nScopeObjects < 2) {
+        ResumeNext errors{needs_.ledger, "Connected"};
+        WaitForTimerIdle();
+        state_.g_bSlewing = false;
+        errors.Step([&] {
+            if (!needs_.link) {
+                throw RunTimeError(RunTimeError::kObjectNotSet, "no link");
+            }
+            needs_.link->ClearBuffers();
+        });
+    }
+    needs_.connections.CloseConnection(ClientKind::Telescope);
+}
+
+void Telescope::WaitForTimerIdle() {
+    for (int i = 0; i < 3; ++i) {
+        if (!state_.g_bInPoll) {
+            needs_.waits.PumpOnce();
+            return;
+        }
+        needs_.clock.Sleep(1);
+    }
+}
+
+void Telescope::LoadTelescopeOptions() {
+    const auto read = [&](const SettingKey& key, double whenEmpty) {
+        return NumberOr(needs_.persist.Read(key), whenEmpty, needs_.log);
+    };
+    state_.g_dAperture = read(setting::txtScopeAperture, 0.0) / kMillimetres;
+    state_.g_dFocalLength = read(setting::txtScopeFocalLength, 0.0) / kMillimetres;
+    state_.g_dSiteElevation = read(setting::Elevation, 0.0);
+    state_.g_dConnectTimeout = read(setting::txtConnectTimeout, 1.0);
+}
+
+std::int16_t Telescope::ClientCount() { return static_cast<std::int16_t>(state_.g_nScopeObjects - 1); }
+
+void Telescope::ClientCount(std::int16_t count) {
+    state_.g_nScopeObjects = count;
+    needs_.connections.ExitIfNoClients();
+}
+
+std::int16_t Telescope::ReceiveTimeoutMS() {
+    return needs_.link ? static_cast<std::int16_t>(needs_.link->ReceiveTimeoutMS()) : std::int16_t{0};
+}
+
+void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {
+    if (needs_.link) {
+        needs_.link->ReceiveTimeoutMS(milliseconds);
+    }
+}
+
+void Telescope::InitUI() {
+    ResumeNext errors{needs_.ledger, "InitUI"};
+    errors.Step([&] { InitBasicValues(); });
+    errors.Step([&] {
+        if (state_.g_dRa == 0.0 && state_.g_dDec == 90.0) {
+            needs_.log.LogMessage("InitUI", LogLevel::Warning,
+                                  "The mount reports its power-on position. Nobody is there to confirm where it "
+                                  "stands, so no position is given to it.");
+        }
+    });
+    errors.Step([&] { InitUiPanel(); });
+    needs_.handBox.m_bFormLoaded = true;
+}
+
+void Telescope::InitUiPanel() {
+    MountQueries& queries = needs_.queries;
+    queries.QueryRa();
+    queries.QueryDec();
+    queries.QueryAlt();
+    queries.QueryAz();
+    queries.QueryLst();
+    queries.QuerySideOfMount();
+    needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
+    if (state_.g_dRa == 0.0 && state_.g_dDec == 90.0) {
+        SetParkStatus("Parked", "InitUiPanel");
+        state_.g_bParked = true;
+        state_.g_tickParkedSince = needs_.clock.GetTickCount();
+    } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
+        SetParkStatus(needs_.persist.Read(setting::ParkStatus), "InitUiPanel2");
+        state_.g_bParked = needs_.handBox.lblParkStatus.Text() == "Parked";
+    }
+    state_.g_bFreshConnect = false;
+}
+
+void Telescope::SetParkStatus(std::string_view text, std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Info, "Park status: " + std::string(text));
+    needs_.handBox.lblParkStatus.Text(text);
+}
+
+bool Telescope::AtPark() {
+    const bool parked = LogGet("AtPark", state_.g_bParked);
+    needs_.waits.WaitForMilliseconds(kYieldMs);
+    WaitForTimerIdle();
+    return parked;
+}
+
+bool Telescope::IsPulseGuiding() {
+    const bool guiding =
+        state_.g_bPulseNorth || state_.g_bPulseSouth || state_.g_bPulseEast || state_.g_bPulseWest;
+    LogGet("IsPulseGuiding", guiding);
+    needs_.waits.PumpOnce();
+    return guiding;
+}
+
+void Telescope::HandleParkComplete() {
+    state_.g_bParking = false;
+    state_.g_bAbortPark = false;
+}
+
+}  // namespace kestrane

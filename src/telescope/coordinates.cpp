@@ -1,0 +1,140 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kPi = 3.14159265;  // the value that clients have always got
+constexpr int kEast = 0;
+constexpr int kWest = 1;
+
+}  // namespace
+
+double Telescope::RightAscension() {
+    CheckConnected();
+    return LogGet("RightAscension", state_.g_dRa);
+}
+
+double Telescope::Declination() {
+    CheckConnected();
+    return LogGet("Declination", state_.g_dDec);
+}
+
+double Telescope::Azimuth() {
+    CheckConnected();
+    return LogGet("Azimuth", state_.g_dAz);
+}
+
+double Telescope::Altitude() {
+    CheckConnected();
+    // The mount is asked each time, yet a positive altitude of the poll hides its answer: wanted.
+    double altitude = ProtocolDegrees(CommandStringInternal(wire::GetAltitude.text, false), needs_.log);
+    if (state_.g_dAlt > 0.0) {
+        altitude = state_.g_dAlt;
+    }
+    return LogGet("Altitude", altitude);
+}
+
+double Telescope::SiderealTime() {
+    CheckConnected();
+    return LogGet("SiderealTime", needs_.queries.GetLst());
+}
+
+int Telescope::SideOfPier() {
+    const int side = state_.g_nSideOfPier;
+    LogGetText("SideOfPier", side == kEast ? "East" : side == kWest ? "West" : "Unknown");
+    return side;
+}
+
+void Telescope::SideOfPier(int side) {
+    needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                          "SET SideOfPier = " + std::to_string(side) + " (NO OPERATION DONE)");
+    throw DriverError(ErrorNumber::NotImplemented, "Property Set SideOfPier() is not implemented in this driver.");
+}
+
+double Telescope::ApertureDiameter() { return LogGet("ApertureDiameter", state_.g_dAperture); }
+double Telescope::FocalLength() { return LogGet("FocalLength", state_.g_dFocalLength); }
+
+double Telescope::ApertureArea() {
+    const double radius = state_.g_dAperture / 2.0;
+    return LogGet("ApertureArea", kPi * radius * radius);
+}
+
+bool Telescope::DoesRefraction() {
+    bool does = false;
+    if (state_.g_bQuayLink) {
+        const std::string reply = CommandString("*DOESREFRACTION", false);
+        does = reply.size() >= 3 && reply[2] == '1';
+        needs_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
+    }
+    return LogGet("DoesRefraction", does);
+}
+
+void Telescope::DoesRefraction(bool does) { LogSet("DoesRefraction", TrueFalse(does)); }
+
+double Telescope::SiteLatitude() {
+    CheckConnected();
+    double latitude = 0.0;
+    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), latitude, needs_.log)) {
+        state_.g_dSiteLatitude = latitude;
+    }
+    return LogGet("SiteLatitude", state_.g_dSiteLatitude);
+}
+
+double Telescope::SiteLongitude() {
+    CheckConnected();
+    double west = 0.0;
+    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), west, needs_.log)) {
+        state_.g_dSiteLongitude = -west;
+    }
+    const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
+    return LogGet("SiteLongitude", east);
+}
+
+double Telescope::TargetRightAscension() {
+    if (!state_.g_bTargetRaSet) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetRightAscension (property not set) = 0");
+        throw DriverError(ErrorNumber::ValueNotSet, "Property TargetRightAscension  property has not yet been set.");
+    }
+    return LogGet("TargetRightAscension", state_.g_dTargetRa);
+}
+
+void Telescope::TargetRightAscension(double hours) {
+    CheckConnected();
+    if (!(hours >= 0.0 && hours < 24.0)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                              "SET TargetRightAscension (out of range) = " + PlainNumber(hours));
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+    LogSet("TargetRightAscension", PlainNumber(hours));
+    state_.g_dTargetRa = hours;
+    state_.g_bTargetRaSet = true;
+    state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
+    state_.g_bTargetIsRaDec = true;
+}
+
+double Telescope::TargetDeclination() {
+    if (!state_.g_bTargetDecSet) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetDeclination (value not set) = 0");
+        throw DriverError(ErrorNumber::ValueNotSet, "Property TargetDeclination  property has not yet been set.");
+    }
+    return LogGet("TargetDeclination", state_.g_dTargetDec);
+}
+
+void Telescope::TargetDeclination(double degrees) {
+    CheckConnected();
+    if (!(degrees >= -90.0 && degrees <= 90.0)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                              "SET TargetDeclination (out of range) = " + PlainNumber(degrees));
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+    LogSet("TargetDeclination", PlainNumber(degrees));
+    state_.g_dTargetDec = degrees;
+    state_.g_bTargetDecSet = true;
+    state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
+    state_.g_bTargetIsRaDec = true;
+}
+
+}  // namespace kestrane

@@ -1,0 +1,101 @@
+#include "kernel/base/application_info.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr int kGermanPolar = 2;
+constexpr int kLocalTopocentric = 1;
+constexpr int kInterfaceVersion = 2;
+constexpr double kFirstControllerWithRates = 2.0;
+
+}  // namespace
+
+void Telescope::LogGetText(std::string_view name, std::string_view value) {
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
+}
+
+void Telescope::LogSet(std::string_view name, std::string_view value) {
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " = " + std::string(value));
+}
+
+bool Telescope::LogGet(std::string_view name, bool value) {
+    LogGetText(name, TrueFalse(value));
+    return value;
+}
+
+double Telescope::LogGet(std::string_view name, double value) {
+    LogGetText(name, PlainNumber(value));
+    return value;
+}
+
+int Telescope::LogGet(std::string_view name, int value) {
+    LogGetText(name, std::to_string(value));
+    return value;
+}
+
+int Telescope::AlignmentMode() { return LogGet("AlignmentMode", kGermanPolar); }
+bool Telescope::AtHome() { return LogGet("AtHome", false); }
+int Telescope::EquatorialSystem() { return LogGet("EquatorialSystem", kLocalTopocentric); }
+int Telescope::InterfaceVersion() { return LogGet("InterfaceVersion", kInterfaceVersion); }
+
+std::string Telescope::Name() {
+    const std::string name = "KestraneV2";
+    LogGetText("Name", name);
+    return name;
+}
+
+std::string Telescope::Description() {
+    const std::string description = "Kestrane " + std::string(needs_.mount.Name()) + " Mount";
+    LogGetText("Description", description);
+    return description;
+}
+
+std::string Telescope::DriverInfo() {
+    std::string info = std::to_string(application::kMajor) + "." + std::to_string(application::kMinor) + "." +
+                       std::to_string(application::kRevision) + " " + std::string(application::kTitle);
+    for (const std::string_view text : application::kLegalTexts) {
+        if (!text.empty()) {
+            info += "\r\n" + std::string(text);
+        }
+    }
+    LogGetText("DriverInfo", info);
+    return info;
+}
+
+std::string Telescope::DriverVersion() {
+    const std::string version{application::kDriverVersion};
+    LogGetText("DriverVersion", version);
+    return version;
+}
+
+bool Telescope::CanFindHome() { return LogGet("CanFindHome", false); }
+bool Telescope::CanPark() { return LogGet("CanPark", true); }
+bool Telescope::CanPulseGuide() { return LogGet("CanPulseGuide", true); }
+bool Telescope::CanSetDeclinationRate() { return LogGet("CanSetDeclinationRate", ControllerTakesRates()); }
+bool Telescope::CanSetGuideRates() { return LogGet("CanSetGuideRates", true); }
+bool Telescope::CanSetPark() { return LogGet("CanSetPark", true); }
+bool Telescope::CanSetPierSide() { return LogGet("CanSetPierSide", false); }
+bool Telescope::CanSetRightAscensionRate() { return LogGet("CanSetRightAscensionRate", ControllerTakesRates()); }
+bool Telescope::CanSetTracking() { return LogGet("CanSetTracking", true); }
+bool Telescope::CanSlew() { return LogGet("CanSlew", true); }
+bool Telescope::CanSlewAltAz() { return LogGet("CanSlewAltAz", true); }
+bool Telescope::CanSlewAltAzAsync() { return LogGet("CanSlewAltAzAsync", true); }
+bool Telescope::CanSlewAsync() { return LogGet("CanSlewAsync", true); }
+bool Telescope::CanSync() { return LogGet("CanSync", true); }
+bool Telescope::CanSyncAltAz() { return LogGet("CanSyncAltAz", true); }
+bool Telescope::CanUnpark() { return LogGet("CanUnpark", true); }
+
+bool Telescope::ControllerTakesRates() {
+    const std::string controller = needs_.persist.Read(setting::Controller);
+    return !controller.empty() && Val_Global(controller, needs_.log) >= kFirstControllerWithRates;
+}
+
+void Telescope::FindHome() {
+    needs_.log.LogMessage("ASCOM", LogLevel::Exception, "FindHome()");
+    throw DriverError(ErrorNumber::NotImplemented, "Method FindHome() is not implemented in this driver.");
+}
+
+}  // namespace kestrane

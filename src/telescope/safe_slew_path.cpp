@@ -1,0 +1,36 @@
+#include "telescope/safe_slew_path.h"
+
+#include <cmath>
+
+#include "kernel/base/conversions.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kShortSlewDegrees = 1.0;
+constexpr double kDegreesPerHour = 15.0;
+constexpr double kFarHourAngle = 6.0;  // hours
+constexpr double kNearLeg = 0.5;       // hours from the meridian
+constexpr double kFarLeg = 12.5;       // hours from the meridian
+constexpr std::int16_t kEast = 0;
+constexpr std::int16_t kWest = 1;
+
+}  // namespace
+
+bool IsShortSlew(double currentRa, double currentDec, double finalRa, double finalDec) {
+    const double decDistance = std::abs(finalDec - currentDec);
+    const double raDistance = std::abs(NormalizeHourAngle(finalRa - currentRa)) * kDegreesPerHour;
+    return decDistance <= kShortSlewDegrees && raDistance <= kShortSlewDegrees;
+}
+
+std::optional<double> IntermediateRa(std::int16_t sideOfPier, double hourAngle, double siderealTime) {
+    if (sideOfPier == kEast && hourAngle < 0.0) {
+        return NormalizeHours(hourAngle <= -kFarHourAngle ? siderealTime + kFarLeg : siderealTime - kNearLeg);
+    }
+    if (sideOfPier == kWest && hourAngle > 0.0) {
+        return NormalizeHours(hourAngle < kFarHourAngle ? siderealTime + kNearLeg : siderealTime - kFarLeg);
+    }
+    return std::nullopt;
+}
+
+}  // namespace kestrane

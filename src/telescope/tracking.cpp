@@ -1,0 +1,72 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+/// A tracking rate of the clients: what is sent for it, framed and raw, and the rate button that shows it.
+struct RateRow {
+    std::string_view command;
+    std::int16_t displayed;
+};
+
+constexpr std::array<RateRow, 3> kRates{{
+    {":RT2#", 1},  // sidereal
+    {":RT0#", 2},  // lunar
+    {":RT1#", 3},  // solar
+}};
+
+}  // namespace
+
+bool Telescope::Tracking() { return LogGet("Tracking", state_.g_bTracking); }
+
+void Telescope::Tracking(bool track) {
+    LogSet("Tracking", TrueFalse(track));
+    if (track) {
+        state_.g_bTracking = true;
+        TrackingRate(state_.g_nTrackingRate);
+        return;
+    }
+    if (state_.g_bParked) {
+        return;
+    }
+    state_.g_bTracking = false;
+    CommandBlindInternal(wire::EndInput.text, true);
+    CommandBlindInternal(wire::StopRaw.text, true);
+    ClearCustomDecRate();
+    CommandBlindInternal(":RT9#", true);
+    ShowRate(0);
+}
+
+std::int32_t Telescope::TrackingRate() { return LogGet("TrackingRate", state_.g_nTrackingRate); }
+
+void Telescope::TrackingRate(std::int32_t rate) {
+    state_.g_nTrackingRate = rate;
+    LogSet("TrackingRate", std::to_string(rate));
+    CommandBlindInternal(wire::Stop.text, false);
+    ClearCustomDecRate();
+    if (rate < 0 || rate >= static_cast<std::int32_t>(kRates.size())) {
+        throw DriverError(ErrorNumber::OutOfRange, "Invalid Tracking Rate Value: " + std::to_string(rate));
+    }
+    const RateRow& row = kRates[static_cast<std::size_t>(rate)];
+    CommandBlindInternal(row.command, true);
+    ShowRate(row.displayed);
+    state_.g_bTracking = true;
+}
+
+void Telescope::ClearCustomDecRate() {
+    if (state_.g_bHasCustomRates && !state_.g_bGosActive) {
+        CommandBoolInternal(std::string(wire::CustomDecRate.text) + "0.0000", false);
+    }
+}
+
+void Telescope::ShowRate(std::int16_t rate) {
+    if (state_.g_nDisplayedRate != rate) {
+        state_.g_nDisplayedRate = rate;
+        state_.g_tickDisplayedRate = needs_.clock.GetTickCount();
+        state_.g_bRestoreRatePending = true;
+    }
+}
+
+}  // namespace kestrane
