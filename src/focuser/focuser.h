@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -42,7 +43,7 @@ public:
     void Link(bool connect);
 
     bool Absolute();               ///< false
-    bool IsMoving();
+    bool IsMoving();               ///< false: this build runs no motor
     std::int32_t MaxIncrement();   ///< steps of one move
     std::int32_t MaxStep();        ///< the same
     bool TempComp();               ///< false
@@ -61,7 +62,8 @@ public:
     void UpdateValues();
 
 private:
-    bool LogGet(const char* name, bool value);
+    bool LogGet(std::string_view name, bool value);
+    std::int32_t LogGet(std::string_view name, std::int32_t value);
 
     FocuserNeeds needs_;
     DriverState& state_;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "kernel/base/waits.h"
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// Finds and starts the companion application. Logic thread only.
+class Companion {
+public:
+    Companion(Registry& registry, Processes& processes, Waits& waits)
+        : registry_(registry), processes_(processes), waits_(waits) {}
+
+    /// Path of the companion's executable, or an empty text. A value that is a number gives its digits; any other
+    /// type gives nothing.
+    std::string GetCompanionExePath();
+    /// Whether a process of that executable name runs; case does not count. `name` is lowered in place.
+    bool IsProcessRunning(std::string& name);
+    /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps).
+    bool StartCompanion();
+
+private:
+    Registry& registry_;
+    Processes& processes_;
+    Waits& waits_;
+};
+
+/// Sets the priority class of a process and returns the class read back. The process is the given one (0: none),
+/// else the owner of the window (0: none), else this one.
+std::uint32_t SetProcessPriority(Processes& processes, std::uint64_t window, std::uint32_t processId,
+                                 std::uint32_t priorityClass);
+
+/// Applies the entry of the priority list, 0 "High" to 4 "Low". "Normal" passes 527, a number that no system takes
+/// as a class, so that choosing it leaves the priority as it was: wanted. Any other index passes 0.
+void ApplyWindowsPriority(Processes& processes, int index);
+
+}  // namespace kestrane

@@ -1,0 +1,365 @@
+#include "kernel/connection_manager.h"
+
+#include <algorithm>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/os_info.h"
+#include "kernel/base/text.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kSpeed = 9600;
+constexpr std::size_t kComLetters = 3;            // of "COM" ahead of a port's number
+constexpr std::int32_t kMaxStartAttempts = 100;   // passes after the companion was started
+constexpr std::int32_t kCompanionWaitMs = 250;
+constexpr std::int32_t kPassWaitMs = 200;
+constexpr std::int32_t kFormatToggleWaitMs = 20;
+constexpr std::int32_t kQuayCheckIntervalMs = 60000;
+constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
+constexpr std::size_t kRateKeyPosition = 13;      // of the status text, from 0
+constexpr std::string_view kCompanionApplication = "QUAY";
+constexpr std::string_view kCompanionSection = "Driver";
+
+std::int32_t ToInteger(const std::string& text, Log& log) { return RoundHalfEven(Val_Global(text, log)); }
+
+}  // namespace
+
+void ConnectionManager::OpenConnection(ClientKind kind) {
+    const bool ip = needs_.persist.ReadFlag(setting::chkIPAddress);
+    const std::string address = needs_.persist.Read(setting::txtIpAddress);
+    if (!needs_.link || !needs_.link->Connected()) {
+        OpenLink(kind, ip, address);
+    } else if (state_.g_sVersion.empty()) {
+        needs_.log.LogMessage("OpenConnection", LogLevel::Warning,
+                              "The link is open although no mount has answered on it.");
+    }
+    CountClient(kind);
+}
+
+void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& address) {
+    Opening opening{.ip = ip, .portText = address};
+    if (!ip) {
+        opening.portText = needs_.persist.Read(setting::Port);
+        if (opening.portText.empty()) {
+            opening.portText = "COM1";
+            needs_.persist.Write(setting::Port, opening.portText);
+        }
+    }
+    needs_.statusWindow.lblPort.Text(opening.portText);
+    bool found = false;
+    try {
+        found = FindMount(opening);
+        if (found) {
+            MountFound();
+        }
+    } catch (const DriverError&) {
+        if (!opening.linkSetUp) {
+            throw;  // the transport's own error reaches the client unchanged
+        }
+        found = false;
+    }
+    if (!found) {
+        FailOpening(kind, opening);
+    }
+}
+
+bool ConnectionManager::FindMount(Opening& opening) {
+    needs_.ensureUtil();
+    if (!opening.ip) {
+        opening.portText = opening.portText.substr(std::min(kComLetters, opening.portText.size()));
+        opening.quay = needs_.persist.ReadFlag(setting::chkQUAY);
+        opening.quayRest = needs_.persist.ReadFlag(setting::chkQuayRestApi);
+    }
+    state_.g_dConnectTimeout = Val_Global(needs_.persist.Read(setting::txtConnectTimeout), needs_.log);
+    opening.start = needs_.clock.GetTickCount();
+    opening.elevated = IsAdmin(needs_.systemInfo);
+    while (true) {
+        const PassResult result = TryOnce(opening);
+        if (result != PassResult::NextPass) {
+            return result == PassResult::MountFound;
+        }
+    }
+}
+
+ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
+    if (opening.quay || opening.quayRest) {
+        ChooseCompanionPort(opening);
+    }
+    if (!SetUpLink(opening)) {
+        return PassResult::Failed;
+    }
+    state_.g_nReceiveTimeoutMS = needs_.link->ReceiveTimeoutMS();
+    opening.linkSetUp = true;
+    if (ProbeMount()) {
+        return PassResult::MountFound;
+    }
+    if (StartedOrRetriesCompanion(opening)) {
+        return PassResult::NextPass;
+    }
+    const double elapsed = needs_.clock.GetTickCount() - opening.start;
+    if (state_.g_dConnectTimeout != 0.0 && elapsed > state_.g_dConnectTimeout * 1000.0) {
+        return PassResult::Failed;
+    }
+    state_.g_bFreshConnect = false;
+    needs_.waits.WaitForMilliseconds(kPassWaitMs);
+    return PassResult::NextPass;
+}
+
+/// Takes the port that the companion published, if its text has the form "COMn", blank, anything.
+void ConnectionManager::ChooseCompanionPort(Opening& opening) {
+    const auto companionSetting = [&](std::string_view key, std::string_view fallback) {
+        return needs_.applicationSettings.Get(kCompanionApplication, kCompanionSection, key, fallback);
+    };
+    const std::string port = companionSetting("COMPort", "");
+    const std::string adminPort = companionSetting("COMPortAdmin", "");
+    const std::string& chosen = opening.elevated && !adminPort.empty() ? adminPort : port;
+    const std::size_t blank = chosen.find(' ');
+    if (blank == std::string::npos) {
+        return;
+    }
+    const std::string first = chosen.substr(0, blank);
+    if (first.size() > kComLetters && ToUpper(first.substr(0, kComLetters)) == "COM") {
+        ShowMountInfo(first);
+        opening.portText = first.substr(kComLetters);
+    }
+}
+
+/// False when a serial port will not open and no companion is asked for, which might yet create it.
+bool ConnectionManager::SetUpLink(const Opening& opening) {
+    if (!needs_.link) {
+        throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
+    }
+    MountLink& link = *needs_.link;
+    const std::int32_t timeout = ToInteger(needs_.persist.Read(setting::Timeout), needs_.log);
+    if (opening.ip) {
+        link.ReceiveTimeoutMS(timeout);
+        link.Connected(true);
+        return true;
+    }
+    link.Port(ToInteger(opening.portText, needs_.log));
+    link.Speed(kSpeed);
+    link.ReceiveTimeoutMS(timeout);
+    link.Connected(true);
+    return link.Connected() || opening.quay;
+}
+
+bool ConnectionManager::ProbeMount() {
+    needs_.link->ClearBuffers();
+    Telescope& internal = needs_.internalInstance();
+    internal.MaxSerialRetries(0);
+    state_.g_sVersion = internal.CommandString(wire::Version.text, false);
+    state_.g_bFreshConnect = true;
+    ResetCommCounters();
+    return !state_.g_sVersion.empty();
+}
+
+/// With the companion asked for: closes the port, starts the companion once, then keeps trying for a while.
+bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
+    if (!needs_.persist.ReadFlag(setting::chkQUAY) && !needs_.persist.ReadFlag(setting::chkQuayRestApi)) {
+        return false;
+    }
+    needs_.link->Connected(false);
+    if (opening.startAttempts >= 1) {
+        ++opening.startAttempts;
+        if (opening.startAttempts >= kMaxStartAttempts) {
+            return false;
+        }
+        needs_.waits.PumpOnce();
+        needs_.waits.WaitForMilliseconds(kCompanionWaitMs);
+        return true;
+    }
+    if (needs_.companion.StartCompanion()) {
+        opening.startAttempts = 1;
+        return true;
+    }
+    return false;
+}
+
+void ConnectionManager::MountFound() {
+    state_.g_bQuayLink = false;
+    needs_.link->ReceiveTimeoutMS(ToInteger(needs_.persist.Read(setting::Timeout), needs_.log));
+    Telescope& internal = needs_.internalInstance();
+    internal.MaxSerialRetries(static_cast<std::int16_t>(ToInteger(needs_.persist.Read(setting::Retry), needs_.log)));
+    internal.CommandBlindInternal(wire::ToggleFormatRaw.text, true);
+    needs_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
+    ReadRateKey();
+    ReadMountForm();
+    state_.g_bQuayConfigured =
+        needs_.persist.ReadFlag(setting::chkQUAY) || needs_.persist.ReadFlag(setting::chkQuayRestApi);
+    state_.g_tickLastQuayCheck = needs_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
+    state_.g_bVersionKnown = true;
+    CheckQuay();
+    needs_.getLongLatFromMount();
+    if (state_.g_bFreshConnect) {
+        needs_.checkForUpdate();
+    }
+    needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
+}
+
+void ConnectionManager::ReadRateKey() {
+    if (!state_.g_sVersion.starts_with("VKC")) {
+        return;
+    }
+    const std::string status = needs_.internalInstance().CommandString(wire::Status.text, false);
+    if (status.size() > kRateKeyPosition) {
+        needs_.updateMountRates(status.substr(kRateKeyPosition, 1));
+    }
+}
+
+void ConnectionManager::ReadMountForm() {
+    state_.g_sForkReply = needs_.internalInstance().CommandString(wire::MountForm.text, true);
+    const std::string& form = state_.g_sForkReply;
+    state_.g_bForkMount = form == "1" || form == "3" || form == "5" || form == "7";
+    if (state_.g_bForkMount) {
+        state_.g_bRawRaDecSlews = true;
+        needs_.log.LogMessage("Connections", LogLevel::Info,
+                              "OpenConnection: Fork Mount detected - enabling Raw RA/Dec Slews");
+    }
+}
+
+/// The link is left as it is. The close below runs although this client was never counted: it takes one count from
+/// an earlier client if there is one. Wanted.
+void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
+    needs_.log.LogMessage("OpenConnection", LogLevel::Error,
+                          "OpenConnection Failed. No response from COM" + opening.portText);
+    CloseConnection(kind);
+    throw DriverError(ErrorNumber::NoMount);
+}
+
+void ConnectionManager::CountClient(ClientKind kind) {
+    if (kind == ClientKind::Telescope) {
+        state_.g_bConnected = true;
+        ++state_.g_nScopeConnects;
+    } else {
+        state_.g_bFocuserConnected = true;
+        ++state_.g_nFocuserConnects;
+    }
+    UpdateClientsLabel();
+    needs_.log.LogMessage("Connections", LogLevel::Info, "OpenConnection: " + Counts());
+}
+
+std::string ConnectionManager::Counts() const {
+    return "Scope Clients/Connects=" + std::to_string(state_.g_nScopeObjects - 1) + "/" +
+           std::to_string(state_.g_nScopeConnects) +
+           ", Focuser Clients/Connects=" + std::to_string(state_.g_nFocuserObjects - 1) + "/" +
+           std::to_string(state_.g_nFocuserConnects);
+}
+
+void ConnectionManager::CloseConnection(ClientKind kind) {
+    const auto uncount = [](std::int16_t& connects, bool& connected) {
+        --connects;
+        if (connects < 1) {
+            connects = 0;
+            connected = false;
+        }
+    };
+    if (kind == ClientKind::Telescope) {
+        uncount(state_.g_nScopeConnects, state_.g_bConnected);
+    } else {
+        uncount(state_.g_nFocuserConnects, state_.g_bFocuserConnected);
+    }
+    UpdateClientsLabel();
+    needs_.log.LogMessage("Connections", LogLevel::Info, "CloseConnection: " + Counts());
+}
+
+bool ConnectionManager::IsClientConnected(ClientKind kind) {
+    return kind == ClientKind::Telescope ? state_.g_bConnected : state_.g_bFocuserConnected;
+}
+
+void ConnectionManager::UpdateClientsLabel() {
+    const auto shown = [](std::int16_t objects) { return std::to_string(std::max(0, objects - 1)); };
+    needs_.handBox.lblClients.Text("Clients:  " + shown(state_.g_nScopeObjects) + " / " +
+                                   shown(state_.g_nFocuserObjects));
+}
+
+void ConnectionManager::ExitIfNoClients() {
+    if (state_.g_nFocuserObjects < 2 && state_.g_nScopeObjects < 2) {
+        ShutdownDriver();
+    }
+}
+
+void ConnectionManager::ShutdownDriver() {
+    ResumeNext errors{needs_.ledger, "ShutdownDriver"};
+    errors.Step([&] {
+        if (needs_.link && needs_.link->Connected()) {
+            needs_.link->ClearBuffers();
+            needs_.link->Connected(false);
+        }
+    });
+    errors.Step([&] { needs_.unloadWindows(); });
+    needs_.endProcess();
+}
+
+std::string ConnectionManager::QuayRestPort() {
+    return needs_.applicationSettings.Get(kCompanionApplication, kCompanionSection, "RestApiPort", "60001");
+}
+
+void ConnectionManager::CheckQuay() {
+    if (state_.g_bQuayLink) {
+        return;
+    }
+    if (!state_.g_bQuayConfigured) {
+        state_.g_bQuayHandlesSlews = false;
+        return;
+    }
+    const auto log = [&](LogLevel level, const std::string& text) {
+        needs_.log.LogMessage("CheckQuay", level, text);
+    };
+    log(LogLevel::Info, "Checking for QUAY!");
+    Telescope& internal = needs_.internalInstance();
+    internal.CommandClear();
+    if (!internal.CommandBoolInternal(wire::Quay.text, false)) {
+        log(LogLevel::Error, "QUAY Not found!");
+        return;
+    }
+    state_.g_bQuayLink = true;
+    state_.g_nQuaySeq = 1;
+    state_.g_bQuayHandlesSlews = needs_.persist.ReadFlag(setting::QuayHandlesSlews);
+    log(LogLevel::Info, "QUAY Found!");
+    log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));
+    ShowMountInfo("");
+}
+
+void ConnectionManager::PeriodicQuayCheck() {
+    if (state_.g_bQuayLink || !state_.g_bQuayConfigured) {
+        return;
+    }
+    const Tick now = needs_.clock.GetTickCount();
+    if (state_.g_tickLastQuayCheck == Tick{}) {
+        state_.g_tickLastQuayCheck = now;
+    } else if (now - state_.g_tickLastQuayCheck >= kQuayCheckIntervalMs) {
+        CheckQuay();
+        state_.g_tickLastQuayCheck = needs_.clock.GetTickCount();
+    }
+}
+
+void ConnectionManager::ShowMountInfo(std::string_view port) {
+    std::string caption;
+    if (needs_.persist.Read(setting::chkIPAddress) == "0") {
+        std::string shown{port};
+        if (shown.empty()) {
+            shown = needs_.persist.Read(setting::Port);
+        } else {
+            needs_.persist.Write(setting::Port, shown);
+        }
+        caption = "Mount Info: " + shown + " (QUAY)";
+    } else if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
+        caption = "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
+    } else {
+        caption = "Mount Info: REST (Port " + QuayRestPort() + ")";
+    }
+    needs_.handBox.frameMountPosition.Caption(caption);
+}
+
+void ConnectionManager::ResetCommCounters() {
+    const std::int32_t stalls = needs_.counters.Values().g_nMotorStalls;
+    needs_.counters.Reset();
+    needs_.updateErrorCounts();
+    if (stalls >= 1) {
+        needs_.internalInstance().CommandBlindInternal(wire::Stop.text, false);
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "forms/frm_hand_box.h"
+#include "forms/frm_status.h"
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "kernel/companion.h"
+#include "link/mount_link.h"
+#include "platform/system_services.h"
+#include "settings/persist.h"
+#include "state/client_connections.h"
+#include "state/driver_state.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+
+struct ConnectionManagerNeeds {
+    DriverState& state;
+    Persist& persist;
+    const std::unique_ptr<MountLink>& link;
+    Log& log;
+    Counters& counters;
+    Waits& waits;
+    Clock& clock;
+    SwallowLedger& ledger;
+    SystemInfo& systemInfo;
+    ApplicationSettings& applicationSettings;
+    frmHandBox& handBox;
+    frmStatus& statusWindow;
+    Companion& companion;
+    std::function<Telescope&()> internalInstance;  ///< made on first need
+    std::function<void()> ensureUtil;
+    std::function<void()> updateErrorCounts;       ///< shows the counters on the hand box
+    std::function<void(const std::string& key)> updateMountRates;
+    std::function<void()> getLongLatFromMount;     ///< reads the site of the mount into the hand box, silently
+    std::function<void()> checkForUpdate;
+    std::function<void()> unloadWindows;
+    std::function<void()> endProcess;
+};
+
+/// Opens the one link for all clients, proves that a mount answers, counts clients of both kinds, keeps the link
+/// open while any object lives, and ends the process when the last object is gone. Logic thread only.
+class ConnectionManager final : public ClientConnections {
+public:
+    explicit ConnectionManager(ConnectionManagerNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+
+    // ClientConnections
+    void OpenConnection(ClientKind kind) override;
+    void CloseConnection(ClientKind kind) override;
+    bool IsClientConnected(ClientKind kind) override;
+    void UpdateClientsLabel() override;
+    void ExitIfNoClients() override;
+    std::string QuayRestPort() override;
+
+    /// Looks for a mount on a port, for the setup dialog. On a closed link the port is opened for the check and
+    /// closed again; an open link that clients use stays open, with `timeoutMs` (0: unchanged) in force. Pumps not.
+    bool CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version);
+    /// Reads the site from a mount, in the same frame. Degrees, longitude west positive, -180 to 180. A reply that
+    /// cannot be read counts as none: 0 and false.
+    bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
+    /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
+    bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
+                         std::string_view latitude);
+
+    /// Asks whether the companion stands between driver and mount; nothing once that is proved.
+    void CheckQuay();
+    /// The same each minute while it is wanted and unproved; called by the poll.
+    void PeriodicQuayCheck();
+    /// Writes the caption of the mount's frame; a port is also stored in the settings.
+    void ShowMountInfo(std::string_view port);
+    /// Zeroes the link counters; after a motor stall it stops all motion.
+    void ResetCommCounters();
+    /// Closes the link, unloads the windows, ends the process. The mount is left as it stands.
+    void ShutdownDriver();
+
+private:
+    /// What an `OpenConnection` carries through its steps.
+    struct Opening {
+        bool ip = false;
+        bool quay = false;
+        bool quayRest = false;
+        bool elevated = false;
+        std::string portText;
+        Tick start{};
+        int startAttempts = 0;
+        bool linkSetUp = false;  ///< the set-up of the link was passed once
+    };
+    enum class PassResult { MountFound, NextPass, Failed };
+
+    void OpenLink(ClientKind kind, bool ip, const std::string& address);
+    bool FindMount(Opening& opening);
+    PassResult TryOnce(Opening& opening);
+    void ChooseCompanionPort(Opening& opening);
+    bool SetUpLink(const Opening& opening);
+    bool ProbeMount();
+    bool StartedOrRetriesCompanion(Opening& opening);
+    void MountFound();
+    void ReadRateKey();
+    void ReadMountForm();
+    [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
+    void CountClient(ClientKind kind);
+    std::string Counts() const;
+
+    // port_checks.cpp
+    bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
+    bool OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
+                const std::function<bool(MountLink&, bool openedHere)>& work);
+    bool AskVersion(std::string& version);
+    void ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs);
+    bool AskDegrees(std::string_view command, double& degrees);
+
+    ConnectionManagerNeeds needs_;
+    DriverState& state_;
+};
+
+}  // namespace kestrane

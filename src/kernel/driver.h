@@ -1,0 +1,90 @@
+#pragma once
+
+#include <memory>
+
+#include "catalogue/ks_mount.h"
+#include "focuser/focuser.h"
+#include "forms/frm_hand_box.h"
+#include "forms/frm_initial_setup.h"
+#include "forms/frm_log_window.h"
+#include "forms/frm_setup_focuser.h"
+#include "forms/frm_status.h"
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "kernel/companion.h"
+#include "kernel/connection_manager.h"
+#include "kernel/startup.h"
+#include "platform/platform.h"
+#include "settings/persist.h"
+#include "state/driver_state.h"
+#include "state/mount_queries.h"
+#include "state/poll_loop.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+
+/// A client's focuser object; letting go of it releases the object.
+using FocuserObject = std::unique_ptr<Focuser, EndsDeviceObject>;
+
+/// The whole driver of one process, put together top to bottom in the order of its members. Two of them can live in
+/// one test program. Logic thread only.
+class Driver final : public CounterView, public AlarmActions {
+public:
+    /// Opens the settings and runs the start-up; the platform must outlive the driver.
+    explicit Driver(Platform platform);
+    ~Driver() override;
+    Driver(const Driver&) = delete;
+    Driver& operator=(const Driver&) = delete;
+
+    /// A client's object. The first one of the process registers its class.
+    TelescopeObject CreateTelescope();
+    FocuserObject CreateFocuser();
+
+    /// The driver's own telescope object, counted among the objects; made on first need.
+    Telescope& InternalInstance();
+
+    // CounterView, AlarmActions
+    void UpdateErrorCounts() override;
+    void ShowLowPower() override;
+
+private:
+    Platform platform_;
+
+public:
+    DriverState state;
+    SwallowLedger ledger;
+    Log log;
+    Counters counters;
+    AlarmFilter alarmFilter;
+    Waits waits;
+    frmHandBox handBox;
+    frmStatus statusWindow;
+    frmLogWindow logWindow;
+    frmInitialSetup initialSetup;
+    frmSetupFocuser setupFocuser;
+    Persist persist;
+    KsMount mount;
+    std::unique_ptr<MountLink> link;
+    MountQueries queries;
+    PollLoop poll;
+    Companion companion;
+    ConnectionManager connections;
+    Startup startup;
+
+private:
+    TelescopeNeeds NeedsOfTelescope();
+    void GetLongLatFromMount();
+    void SlewFlashDisplay();
+    void OnHandBoxLoad();
+    LogFileFacts FactsOfLog();
+
+    std::unique_ptr<Telescope> internalInstance_;
+};
+
+/// Process start: refuses a start that no client asked for with its one message and makes nothing (null), else
+/// gives the running driver.
+std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient);
+
+}  // namespace kestrane

@@ -1,0 +1,138 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/connection_manager.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kSpeed = 9600;
+constexpr std::int32_t kCheckTimeoutMs = 5000;
+constexpr std::int32_t kSettleMs = 100;
+constexpr int kTries = 3;
+
+}  // namespace
+
+/// Opens the closed link for a check with the given preparation of its time limit; false when it stays closed.
+bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout) {
+    try {
+        MountLink& link = *needs_.link;
+        link.Port(port);
+        link.Speed(kSpeed);
+        setTimeout(link);
+        link.Connected(true);
+        return link.Connected();
+    } catch (const DriverError&) {
+        return false;
+    }
+}
+
+/// Runs `work` on the link, which is opened for it when it is closed and then closed again. An open link that
+/// clients use stays open, also after a failure.
+bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
+                               const std::function<bool(MountLink&, bool openedHere)>& work) {
+    if (!needs_.link) {
+        return false;
+    }
+    MountLink& link = *needs_.link;
+    const bool openedHere = !link.Connected();
+    if (openedHere && !OpenForCheck(port, setTimeout)) {
+        return false;
+    }
+    bool result = false;
+    try {
+        result = work(link, openedHere);
+        if (openedHere) {
+            link.ClearBuffers();
+            link.Connected(false);
+        }
+    } catch (const DriverError&) {
+        result = false;
+        ResumeNext errors{needs_.ledger, "CheckConnection"};
+        errors.Step([&] { link.ClearBuffers(); });
+        if (openedHere) {
+            errors.Step([&] { link.Connected(false); });
+        }
+    }
+    return result;
+}
+
+bool ConnectionManager::AskVersion(std::string& version) {
+    for (int i = 0; i < kTries && version.empty(); ++i) {
+        needs_.log.LogMessage("CheckConnection", LogLevel::Info, "Sending request for version");
+        version = needs_.internalInstance().CommandStringInternal(wire::Version.text, false);
+    }
+    return !version.empty();
+}
+
+bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version) {
+    needs_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
+    version.clear();
+    return OnLink(
+        port, [](MountLink& link) { link.ReceiveTimeoutMS(kCheckTimeoutMs); },
+        [&](MountLink& link, bool openedHere) {
+            link.ClearBuffers();
+            if (!openedHere) {
+                link.Transmit(wire::EndInput.text);
+            }
+            needs_.waits.WaitForMilliseconds(kSettleMs);
+            if (timeoutMs > 0) {
+                link.ReceiveTimeoutMS(timeoutMs);
+            }
+            return AskVersion(version);
+        });
+}
+
+void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
+    link.ClearBuffers();
+    needs_.internalInstance().CommandBlindInternal(wire::ToggleFormat.text, false);
+    needs_.waits.WaitForMilliseconds(kSettleMs);
+    if (timeoutMs > 0) {
+        link.ReceiveTimeoutMS(timeoutMs);
+    }
+}
+
+bool ConnectionManager::AskDegrees(std::string_view command, double& degrees) {
+    const std::string reply = needs_.internalInstance().CommandStringInternal(command, false);
+    double read = 0.0;
+    const bool good = ParseProtocolDegrees(reply, read, needs_.log);
+    degrees = good ? read : 0.0;
+    return good;
+}
+
+bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
+                                        double& latitude) {
+    needs_.log.LogMessage("GetMountLongLat", LogLevel::Info,
+                          "Getting Long/Lat for mount on COM" + std::to_string(port));
+    longitude = latitude = 0.0;
+    return OnLink(
+        port, [](MountLink&) {},
+        [&](MountLink& link, bool) {
+            ToggleFormatForSite(link, timeoutMs);
+            const bool haveLongitude = AskDegrees(wire::GetLongitude.text, longitude);
+            if (longitude > 180.0) {
+                longitude -= 360.0;
+            }
+            const bool haveLatitude = AskDegrees(wire::GetLatitude.text, latitude);
+            return haveLongitude && haveLatitude;
+        });
+}
+
+bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
+                                        std::string_view latitude) {
+    needs_.log.LogMessage("SetMountLongLat", LogLevel::Info,
+                          "Setting Long/Lat for mount on COM" + std::to_string(port));
+    return OnLink(
+        port, [](MountLink& link) { link.ReceiveTimeout(1); },
+        [&](MountLink& link, bool) {
+            ToggleFormatForSite(link, timeoutMs);
+            const auto set = [&](const WireCommand& command, std::string_view value) {
+                return needs_.internalInstance().CommandBoolInternal(
+                    std::string(command.text) + std::string(value) + "#", true);
+            };
+            const bool longitudeTaken = set(wire::SetLongitudeRaw, longitude);
+            const bool latitudeTaken = set(wire::SetLatitudeRaw, latitude);
+            return longitudeTaken && latitudeTaken;
+        });
+}
+
+}  // namespace kestrane

@@ -1,0 +1,117 @@
+#include "kernel/startup.h"
+
+#include "kernel/base/application_info.h"
+#include "link/class_serial.h"
+#include "link/class_tcp_comm.h"
+
+namespace kestrane {
+namespace {
+
+/// How a device class stands in the platform's store.
+struct DeviceIdentity {
+    std::string_view deviceType;
+    std::string_view driverId;
+    std::string_view description;
+};
+
+constexpr DeviceIdentity kTelescope{"Telescope", "KestraneV2.Telescope",
+                                    "'Kestrane VTR V2 Mount"};  // the leading apostrophe is wanted
+constexpr DeviceIdentity kFocuser{"Focuser", "KestraneV2.Focuser", "Kestrane VTR V2 Focuser"};
+
+void RegisterDevice(Profile& profile, const DeviceIdentity& identity) {
+    profile.DeviceType(identity.deviceType);
+    profile.Register(identity.driverId, identity.description);
+}
+
+}  // namespace
+
+void RefuseStandAloneStart(MessageBoxes& messageBoxes) {
+    messageBoxes.Show("This is an ASCOM driver. It cannot be run stand-alone", application::kTitle,
+                      MessageIcon::Critical);
+}
+
+void Startup::Run() {
+    DriverState& state = needs_.state;
+    state.g_sMountRateType = "unknown";
+    state.g_bConnected = state.g_bFocuserConnected = false;
+    state.g_bDebugLog = needs_.persist.ReadFlag(setting::chkEnableDebugLog);
+    if (state.g_bDebugLog) {
+        needs_.log.OpenLog();
+    }
+    CreateLink();
+    CreateProfile();
+    EnsureUtil();
+    state.g_bUseOldButtonBehavior = needs_.persist.ReadFlag(setting::UseOldButtonBehavior);
+}
+
+void Startup::CreateLink() {
+    ResumeNext errors{needs_.ledger, "CreateLink"};
+    std::string ip = "0";
+    errors.Assign(ip, [&] { return needs_.persist.Read(setting::chkIPAddress); });
+    if (ip == "0") {
+        errors.Step([&] {
+            needs_.link = std::make_unique<classSerial>(ClassSerialNeeds{
+                .serialPorts = needs_.platform.serialPorts,
+                .clock = needs_.platform.clock,
+                .persist = needs_.persist,
+                .log = needs_.log,
+                .counters = needs_.counters,
+                .alarmFilter = needs_.alarmFilter,
+                .ledger = needs_.ledger,
+            });
+        });
+        return;
+    }
+    errors.Step([&] {
+        auto link = std::make_unique<classTCPComm>(needs_.log);
+        link->IpAddress(needs_.persist.Read(setting::txtIpAddress));
+        needs_.link = std::move(link);
+    });
+    errors.Step([&] { needs_.showMountInfo(); });
+}
+
+void Startup::CreateProfile() {
+    if (!profile_ && needs_.platform.profileStore.Available()) {
+        profile_ = std::make_unique<Profile>(needs_.platform.profileStore);
+    }
+}
+
+void Startup::EnsureUtil() { utilCreated_ = utilCreated_ || needs_.platform.utility.Available(); }
+
+bool Startup::UtilAvailable() {
+    EnsureUtil();
+    return utilCreated_;
+}
+
+bool Startup::Refuse(std::string_view message) {
+    needs_.platform.messageBoxes.Show(message, application::kTitle, MessageIcon::Critical);
+    needs_.platform.processes.EndThisProcess();
+    return false;
+}
+
+bool Startup::RegisterTelescope() {
+    if (!UtilAvailable()) {
+        return Refuse("Failed to create ASCOM.Utilities.Util... exiting driver");
+    }
+    CreateProfile();
+    if (!profile_) {
+        return Refuse("Failed to create ASCOM.Utilities.Profile... exiting driver");
+    }
+    RegisterDevice(*profile_, kTelescope);
+    return true;
+}
+
+bool Startup::RegisterFocuser() {
+    if (!UtilAvailable()) {
+        return Refuse("KSV2 ASCOM Focuser: Unable to create ASCOM.Utilities.Util for g_Util!");
+    }
+    CreateProfile();
+    if (profile_) {
+        RegisterDevice(*profile_, kFocuser);
+    }
+    return true;
+}
+
+void Startup::EnsureDriverHelper() { driverHelperCreated_ = true; }
+
+}  // namespace kestrane
