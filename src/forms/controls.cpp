@@ -1,0 +1,141 @@
+#include "forms/controls.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace kestrane {
+
+void TextBox::Text(std::string_view text) {
+    if (Write(&ControlValues::text, std::string(text), Property::Text)) {
+        Raise(ControlEvent::Change);
+    }
+}
+
+void CheckBox::Checked(bool checked) {
+    if (Write(&ControlValues::checked, checked, Property::Checked)) {
+        Raise(ControlEvent::Click);
+    }
+}
+
+void OptionButton::Checked(bool checked) {
+    if (!Write(&ControlValues::checked, checked, Property::Checked) || !checked) {
+        return;
+    }
+    for (Control* control : Parent().Controls()) {
+        if (control != this && control->Kind() == kKind) {
+            OptionButton& other = static_cast<OptionButton&>(*control);
+            if (other.Group() == group_) {
+                other.Checked(false);
+            }
+        }
+    }
+    Raise(ControlEvent::Click);
+}
+
+void ListControl::ListItems(std::vector<std::string> items) {
+    const bool sameItems = !Write(&ControlValues::listItems, std::move(items), Property::ListItems);
+    if (!sameItems) {
+        Write(&ControlValues::listIndex, -1, Property::ListIndex);
+    }
+}
+
+void ListControl::ListIndex(std::int32_t index) {
+    const bool inside = index >= 0 && static_cast<std::size_t>(index) < ListItems().size();
+    if (Write(&ControlValues::listIndex, inside ? index : -1, Property::ListIndex)) {
+        Raise(ControlEvent::Click);
+    }
+}
+
+std::string ListControl::Text() const {
+    return ListIndex() < 0 ? std::string() : ListItems()[static_cast<std::size_t>(ListIndex())];
+}
+
+ScrollBar::ScrollBar(Form& form, std::string_view name, std::int32_t minimum, std::int32_t maximum)
+    : VisibleControl(form, name, kKind) {
+    assert(minimum <= maximum);
+    FirstValues().minimum = minimum;
+    FirstValues().maximum = maximum;
+    FirstValues().value = minimum;
+}
+
+void ScrollBar::Value(std::int32_t value) {
+    const std::int32_t inside = std::clamp(value, Minimum(), std::max(Minimum(), Maximum()));
+    if (Write(&ControlValues::value, inside, Property::Value)) {
+        Raise(ControlEvent::Change);
+    }
+}
+
+void ScrollBar::Minimum(std::int32_t minimum) {
+    Write(&ControlValues::minimum, minimum, Property::Minimum);
+    Value(Value());
+}
+
+void ScrollBar::Maximum(std::int32_t maximum) {
+    Write(&ControlValues::maximum, maximum, Property::Maximum);
+    Value(Value());
+}
+
+void RichTextBox::Append(std::string_view text, std::int32_t colour) {
+    Parent().EnsureLoaded();
+    if (text.empty()) {
+        return;
+    }
+    pieces_.push_back({std::string(text), colour});
+    length_ += text.size();
+    AnnounceChange(Property::Appended);
+}
+
+void RichTextBox::KeepLast(std::size_t length) {
+    Parent().EnsureLoaded();
+    if (length_ <= length) {
+        return;
+    }
+    std::size_t excess = length_ - length;
+    auto piece = pieces_.begin();
+    while (piece != pieces_.end() && piece->text.size() <= excess) {
+        excess -= piece->text.size();
+        ++piece;
+    }
+    pieces_.erase(pieces_.begin(), piece);
+    if (excess > 0) {
+        pieces_.front().text.erase(0, excess);
+    }
+    length_ = length;
+    AnnounceChange(Property::Text);
+}
+
+std::string RichTextBox::Text() const {
+    std::string text;
+    text.reserve(length_);
+    for (const Piece& piece : pieces_) {
+        text += piece.text;
+    }
+    return text;
+}
+
+Timer::Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled)
+    : Control(form, name, kKind), pumpTimer_(pump.CreateTimer([this] { FireTick(); })) {
+    assert(intervalMs >= 0);
+    FirstValues().value = intervalMs;
+    FirstValues().enabled = enabled;
+    pumpTimer_->SetInterval(intervalMs);
+}
+
+void Timer::Interval(std::int32_t milliseconds) {
+    assert(milliseconds >= 0);
+    if (Write(&ControlValues::value, milliseconds, Property::Value)) {
+        pumpTimer_->SetInterval(milliseconds);
+    }
+}
+
+void Timer::Enabled(bool enabled) {
+    if (Write(&ControlValues::enabled, enabled, Property::Enabled)) {
+        pumpTimer_->SetEnabled(enabled);
+    }
+}
+
+void Timer::FormLoaded(bool loaded) {
+    pumpTimer_->SetEnabled(loaded && Enabled());
+}
+
+}  // namespace kestrane

@@ -1,0 +1,126 @@
+#include "forms/form.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace kestrane {
+
+namespace {
+
+/// In the order of `Property`.
+constexpr std::array<std::string_view, 14> kPropertyNames{
+    "Text",      "Checked",   "Enabled", "Visible", "BackColour", "ForeColour", "ToolTip",
+    "ListItems", "ListIndex", "Minimum", "Maximum", "Value",      "Appended",   "Loaded",
+};
+static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Loaded) + 1);
+
+}  // namespace
+
+std::string_view PropertyName(Property property) {
+    return kPropertyNames[static_cast<std::size_t>(property)];
+}
+
+void Form::EnsureLoaded() {
+    if (loaded_) {
+        return;
+    }
+    loaded_ = true;
+    for (Control* control : controls_) {
+        control->FormLoaded(true);
+    }
+    Announce("", Property::Loaded);
+    if (onLoad_) {
+        onLoad_();
+    }
+}
+
+void Form::Unload() {
+    if (!loaded_ || unloading_) {
+        return;
+    }
+    unloading_ = true;
+    if (onUnload_) {
+        onUnload_();
+    }
+    Hide();
+    for (Control* control : controls_) {
+        control->FormLoaded(false);
+    }
+    loaded_ = false;
+    unloading_ = false;
+    Announce("", Property::Loaded);
+}
+
+void Form::Visible(bool visible) {
+    EnsureLoaded();
+    if (visible_ != visible) {
+        visible_ = visible;
+        Announce("", Property::Visible);
+    }
+}
+
+void Form::Caption(std::string_view caption) {
+    EnsureLoaded();
+    if (caption_ != caption) {
+        caption_ = caption;
+        Announce("", Property::Text);
+    }
+}
+
+Control* Form::Find(std::string_view name) const {
+    const auto found =
+        std::find_if(controls_.begin(), controls_.end(), [&](const Control* each) { return each->Name() == name; });
+    return found == controls_.end() ? nullptr : *found;
+}
+
+void Form::Attach(FormView& view) {
+    views_.push_back(&view);
+}
+
+void Form::Detach(FormView& view) {
+    std::erase(views_, &view);
+}
+
+void Form::Add(Control& control) {
+    assert(!control.Name().empty() && !Find(control.Name()) && "a name stands once in a window");
+    controls_.push_back(&control);
+}
+
+void Form::Announce(std::string_view control, Property property) {
+    // A view may detach itself or another one while it is told.
+    const std::vector<FormView*> views = views_;
+    for (FormView* view : views) {
+        if (std::find(views_.begin(), views_.end(), view) != views_.end()) {
+            view->Changed(*this, control, property);
+        }
+    }
+}
+
+Control::Control(Form& form, std::string_view name, ControlKind kind) : form_(form), name_(name), kind_(kind) {
+    form_.Add(*this);
+}
+
+void Control::First(std::string_view text, Shown shown) {
+    values_.text = text;
+    values_.visible = shown == Shown::Yes;
+}
+
+void Control::On(ControlEvent event, std::function<void()> handler) {
+    handlers_[static_cast<std::size_t>(event)] = std::move(handler);
+}
+
+void Control::Fire(ControlEvent event) {
+    if (values_.enabled) {
+        Raise(event);
+    }
+}
+
+void Control::Raise(ControlEvent event) {
+    // A copy, since a handler may set another one in its own place.
+    const std::function<void()> handler = handlers_[static_cast<std::size_t>(event)];
+    if (handler) {
+        handler();
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,234 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrane {
+
+class Control;
+class Form;
+
+enum class ControlKind {
+    Label,
+    Button,
+    TextBox,
+    CheckBox,
+    OptionButton,
+    ComboBox,
+    ListView,
+    ScrollBar,
+    Frame,
+    PictureBox,
+    Menu,
+    RichTextBox,
+    Timer,
+};
+
+/// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible` and `Loaded`.
+enum class Property {
+    Text,
+    Checked,
+    Enabled,
+    Visible,
+    BackColour,
+    ForeColour,
+    ToolTip,
+    ListItems,
+    ListIndex,
+    Minimum,
+    Maximum,
+    Value,
+    Appended,  ///< a rich text has grown by one piece
+    Loaded,
+};
+
+/// The name of a property as programs outside know it: "Text", "BackColour".
+std::string_view PropertyName(Property property);
+
+enum class ControlEvent { Click, Change, MouseDown, MouseUp, DblClick, Tick, Count };
+
+enum class Shown { No, Yes };
+
+/// Colours are blue, green, red from the high byte down. These are the normal ones of all windows: red on dark red,
+/// which spares the eyes at night.
+inline constexpr std::int32_t kNormalBackColour = 128;
+inline constexpr std::int32_t kNormalForeColour = 255;
+
+/// Everything that a control can have, for views that mirror controls without knowing their kind. What a kind does
+/// not have stays at its first value.
+struct ControlValues {
+    std::string text;
+    bool checked = false;
+    bool enabled = true;
+    bool visible = true;  ///< on the window; the window itself may be hidden
+    std::int32_t backColour = kNormalBackColour;
+    std::int32_t foreColour = kNormalForeColour;
+    std::string toolTip;
+    std::vector<std::string> listItems;
+    std::int32_t listIndex = -1;  ///< -1: nothing selected
+    std::int32_t minimum = 0;
+    std::int32_t maximum = 0;
+    std::int32_t value = 0;  ///< of a timer: its interval in milliseconds
+};
+
+/// A view attached to a window.
+class FormView {
+public:
+    virtual ~FormView() = default;
+    /// `control` is the name of the control, empty for the window itself. Called after the change, on the logic thread.
+    virtual void Changed(Form& form, std::string_view control, Property property) = 0;
+};
+
+/// A window as data: its named controls, with their values and events, and whether it is loaded and shown. A window is
+/// loaded before its first use: by `EnsureLoaded` or `Show`, or by a write to any of its properties or controls, which
+/// leaves it invisible. Its timers run while it is loaded. Logic thread only.
+class Form {
+public:
+    Form(std::string_view name, std::string_view caption) : name_(name), caption_(caption) {}
+    virtual ~Form() = default;
+    Form(const Form&) = delete;
+    Form& operator=(const Form&) = delete;
+
+    const std::string& Name() const { return name_; }
+
+    bool Loaded() const { return loaded_; }
+    /// Loads the window if it is not: starts its timers, then runs the load handler. Writes made by the handler find
+    /// the window loaded.
+    void EnsureLoaded();
+    /// Runs the unload handler, hides the window and stops its timers. The values of its controls stay as they are.
+    /// Nothing happens to a window that is not loaded.
+    void Unload();
+    void OnLoad(std::function<void()> handler) { onLoad_ = std::move(handler); }
+    void OnUnload(std::function<void()> handler) { onUnload_ = std::move(handler); }
+
+    bool Visible() const { return visible_; }
+    void Visible(bool visible);
+    void Show() { Visible(true); }
+    void Hide() { Visible(false); }
+
+    const std::string& Caption() const { return caption_; }
+    void Caption(std::string_view caption);
+
+    /// In the order in which they were made.
+    const std::vector<Control*>& Controls() const { return controls_; }
+    /// Null when there is none of that name.
+    Control* Find(std::string_view name) const;
+    /// Null also when the control is of another kind.
+    template <class T>
+    T* Find(std::string_view name) const;
+
+    /// The view must be detached before it ends. Attaching announces nothing.
+    void Attach(FormView& view);
+    void Detach(FormView& view);
+
+private:
+    friend class Control;
+    void Add(Control& control);
+    void Announce(std::string_view control, Property property);
+
+    std::string name_;
+    std::string caption_;
+    bool loaded_ = false;
+    bool unloading_ = false;
+    bool visible_ = false;
+    std::function<void()> onLoad_, onUnload_;
+    std::vector<Control*> controls_;
+    std::vector<FormView*> views_;
+};
+
+/// A control of a window, under whose name it registers itself; a name stands once in a window. Each write loads the
+/// window if need be, and is announced to the views when it changed something. Kinds (controls.h) offer the members
+/// that they have. Each event has one handler, set by the presenter; views fire events.
+class Control {
+public:
+    virtual ~Control() = default;
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
+    const std::string& Name() const { return name_; }
+    ControlKind Kind() const { return kind_; }
+    const ControlValues& Values() const { return values_; }
+    Form& Parent() const { return form_; }
+
+protected:
+    Control(Form& form, std::string_view name, ControlKind kind);
+
+    /// The text and visibility that a control is made with; to be called by constructors only.
+    void First(std::string_view text, Shown shown);
+    ControlValues& FirstValues() { return values_; }
+
+    std::string Text() const { return values_.text; }
+    void Text(std::string_view text) { Write(&ControlValues::text, std::string(text), Property::Text); }
+    bool Checked() const { return values_.checked; }
+    void Checked(bool checked) { Write(&ControlValues::checked, checked, Property::Checked); }
+    bool Enabled() const { return values_.enabled; }
+    void Enabled(bool enabled) { Write(&ControlValues::enabled, enabled, Property::Enabled); }
+    bool Visible() const { return values_.visible; }
+    void Visible(bool visible) { Write(&ControlValues::visible, visible, Property::Visible); }
+    std::int32_t BackColour() const { return values_.backColour; }
+    void BackColour(std::int32_t colour) { Write(&ControlValues::backColour, colour, Property::BackColour); }
+    std::int32_t ForeColour() const { return values_.foreColour; }
+    void ForeColour(std::int32_t colour) { Write(&ControlValues::foreColour, colour, Property::ForeColour); }
+    std::string ToolTip() const { return values_.toolTip; }
+    void ToolTip(std::string_view text) { Write(&ControlValues::toolTip, std::string(text), Property::ToolTip); }
+    const std::vector<std::string>& ListItems() const { return values_.listItems; }
+    std::int32_t ListIndex() const { return values_.listIndex; }
+    std::int32_t Minimum() const { return values_.minimum; }
+    std::int32_t Maximum() const { return values_.maximum; }
+    std::int32_t Value() const { return values_.value; }
+
+    void OnClick(std::function<void()> handler) { On(ControlEvent::Click, std::move(handler)); }
+    void OnChange(std::function<void()> handler) { On(ControlEvent::Change, std::move(handler)); }
+    void OnMouseDown(std::function<void()> handler) { On(ControlEvent::MouseDown, std::move(handler)); }
+    void OnMouseUp(std::function<void()> handler) { On(ControlEvent::MouseUp, std::move(handler)); }
+    void OnDblClick(std::function<void()> handler) { On(ControlEvent::DblClick, std::move(handler)); }
+    void OnTick(std::function<void()> handler) { On(ControlEvent::Tick, std::move(handler)); }
+    void FireClick() { Fire(ControlEvent::Click); }
+    void FireChange() { Fire(ControlEvent::Change); }
+    void FireMouseDown() { Fire(ControlEvent::MouseDown); }
+    void FireMouseUp() { Fire(ControlEvent::MouseUp); }
+    void FireDblClick() { Fire(ControlEvent::DblClick); }
+    void FireTick() { Fire(ControlEvent::Tick); }
+
+    /// Whether the value is a new one; if so it has been announced.
+    template <class T>
+    bool Write(T ControlValues::*field, T value, Property property) {
+        form_.EnsureLoaded();
+        if (values_.*field == value) {
+            return false;
+        }
+        values_.*field = std::move(value);
+        form_.Announce(name_, property);
+        return true;
+    }
+    /// For changes that stand outside `ControlValues`.
+    void AnnounceChange(Property property) { form_.Announce(name_, property); }
+    /// Runs the handler, also of a control that is not enabled.
+    void Raise(ControlEvent event);
+
+private:
+    friend class Form;
+    /// The window has been loaded or unloaded.
+    virtual void FormLoaded(bool /*loaded*/) {}
+    void On(ControlEvent event, std::function<void()> handler);
+    void Fire(ControlEvent event);
+
+    Form& form_;
+    std::string name_;
+    ControlKind kind_;
+    ControlValues values_;
+    std::array<std::function<void()>, static_cast<std::size_t>(ControlEvent::Count)> handlers_;
+};
+
+template <class T>
+T* Form::Find(std::string_view name) const {
+    Control* control = Find(name);
+    return control && control->Kind() == T::kKind ? static_cast<T*>(control) : nullptr;
+}
+
+}  // namespace kestrane

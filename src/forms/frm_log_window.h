@@ -1,0 +1,37 @@
+#pragma once
+
+#include "forms/controls.h"
+#include "kernel/base/log.h"
+
+namespace kestrane {
+
+/// The window that shows the log as it grows.
+class frmLogWindow : public Form {
+public:
+    frmLogWindow() : Form("frmLogWindow", "Kestrane V2 Log"), forLog_(*this) {}
+
+    RichTextBox rtbLog{*this, "rtbLog"};
+
+    /// The window as the log sees it; lives as long as the window.
+    LogWindow& ForLog() { return forLog_; }
+
+private:
+    class LogSide final : public LogWindow {
+    public:
+        explicit LogSide(frmLogWindow& form) : form_(form) {}
+        bool Visible() override { return form_.Visible(); }
+        std::size_t TextLength() override { return form_.rtbLog.TextLength(); }
+        void KeepLast(std::size_t characters) override { form_.rtbLog.KeepLast(characters); }
+        void Append(std::string_view line, std::int32_t colour) override {
+            form_.rtbLog.Append("\r\n" + std::string(line), colour);
+        }
+        void Show(bool visible) override { form_.Visible(visible); }
+
+    private:
+        frmLogWindow& form_;
+    };
+
+    LogSide forLog_;
+};
+
+}  // namespace kestrane
