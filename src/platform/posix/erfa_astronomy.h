@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/clock.h"
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// Sidereal time by the IAU 2000B models. UTC is taken for UT1, which is never more than 0.9 s away from it.
+class ErfaAstronomy final : public Astronomy {
+public:
+    explicit ErfaAstronomy(std::function<DateTime()> utcNow);
+
+    double NowLst(double westLongitudeRadians) override;
+
+private:
+    std::function<DateTime()> utcNow_;
+};
+
+}  // namespace kestrane

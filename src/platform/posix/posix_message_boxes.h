@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// Message boxes while no view is attached: each is written to standard error as "title: text", told to the log, and
+/// answered with OK at once.
+class PosixMessageBoxes final : public MessageBoxes {
+public:
+    /// Told of each box as "title: text"; may be empty.
+    using LogFunction = std::function<void(std::string_view)>;
+
+    explicit PosixMessageBoxes(LogFunction log = {});
+
+    MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) override;
+
+private:
+    LogFunction log_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,201 @@
+#include "platform/posix/posix_message_pump.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace kestrane {
+
+class PosixMessagePump::Timer final : public PumpTimer {
+public:
+    Timer(PosixMessagePump& pump, std::shared_ptr<TimerState> state) : pump_(pump), state_(std::move(state)) {}
+
+    ~Timer() override {
+        state_->enabled = false;
+        std::erase(pump_.timers_, state_);
+    }
+
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    void SetInterval(std::int32_t milliseconds) override {
+        assert(milliseconds >= 0);
+        const std::chrono::milliseconds interval(milliseconds);
+        if (interval == state_->interval) {
+            return;
+        }
+        state_->interval = interval;
+        StartAnew();
+    }
+
+    void SetEnabled(bool enabled) override {
+        if (enabled == state_->enabled) {
+            return;
+        }
+        state_->enabled = enabled;
+        StartAnew();
+    }
+
+private:
+    void StartAnew() { state_->due = pump_.now_() + state_->interval; }
+
+    PosixMessagePump& pump_;
+    std::shared_ptr<TimerState> state_;
+};
+
+PosixMessagePump::PosixMessagePump(FaultHandler onFault, TimeSource now)
+    : onFault_(std::move(onFault)), now_(std::move(now)) {
+    assert(onFault_ && now_);
+}
+
+PosixMessagePump::~PosixMessagePump() {
+    assert(timers_.empty());
+    assert(nesting_ == 0);
+}
+
+void PosixMessagePump::Post(CallKind kind, std::function<void()> call) {
+    assert(call);
+    {
+        const std::lock_guard lock(mutex_);
+        posted_.push_back({kind, now_(), nextNumber_++, std::move(call)});
+    }
+    wake_.notify_one();
+}
+
+void PosixMessagePump::PumpMessages() {
+    const Horizon horizon = HorizonNow();
+    while (RunNext(horizon)) {
+    }
+}
+
+std::unique_ptr<PumpTimer> PosixMessagePump::CreateTimer(std::function<void()> onTick) {
+    assert(onTick);
+    auto state = std::make_shared<TimerState>();
+    state->onTick = std::move(onTick);
+    {
+        const std::lock_guard lock(mutex_);
+        state->number = nextNumber_++;
+    }
+    timers_.push_back(state);
+    return std::make_unique<Timer>(*this, std::move(state));
+}
+
+void PosixMessagePump::Run() {
+    assert(nesting_ == 0);
+    const auto quitting = [this] {
+        const std::lock_guard lock(mutex_);
+        return quit_;
+    };
+    while (!quitting()) {
+        if (!RunNext(HorizonNow())) {
+            WaitUntilSomethingIsDue();
+        }
+    }
+}
+
+void PosixMessagePump::Quit() {
+    {
+        const std::lock_guard lock(mutex_);
+        quit_ = true;
+    }
+    wake_.notify_one();
+}
+
+bool PosixMessagePump::MayStart(CallKind kind) const {
+    return nesting_ < kMaxNesting && (kind == CallKind::Brief || briefNesting_ == 0);
+}
+
+PosixMessagePump::Horizon PosixMessagePump::HorizonNow() {
+    const std::lock_guard lock(mutex_);
+    return {now_(), nextNumber_};
+}
+
+/// Runs the earliest of what is due and may start; false when there is nothing.
+bool PosixMessagePump::RunNext(const Horizon& horizon) {
+    const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
+    std::unique_lock lock(mutex_);
+    const auto posted = FirstPosted(horizon);
+    if (posted == posted_.end()) {
+        lock.unlock();
+        if (!timer) {
+            return false;
+        }
+        RunTick(*timer);
+        return true;
+    }
+    if (timer && std::pair(timer->due, timer->number) < std::pair(posted->due, posted->number)) {
+        lock.unlock();
+        RunTick(*timer);
+        return true;
+    }
+    const PostedCall call = std::move(*posted);
+    posted_.erase(posted);
+    lock.unlock();
+    RunCall(call.kind, call.call);
+    return true;
+}
+
+std::deque<PosixMessagePump::PostedCall>::iterator PosixMessagePump::FirstPosted(const Horizon& horizon) {
+    return std::ranges::find_if(
+        posted_, [&](const PostedCall& call) { return call.number < horizon.numberEnd && MayStart(call.kind); });
+}
+
+std::shared_ptr<PosixMessagePump::TimerState> PosixMessagePump::FirstTimer(const Horizon& horizon) const {
+    if (!MayStart(CallKind::Brief)) {
+        return nullptr;
+    }
+    std::shared_ptr<TimerState> first;
+    for (const auto& timer : timers_) {
+        const bool due = timer->Armed() && !timer->ticking && timer->due <= horizon.due;
+        if (due && (!first || timer->due < first->due)) {
+            first = timer;
+        }
+    }
+    return first;
+}
+
+void PosixMessagePump::RunTick(TimerState& timer) {
+    // The rhythm is kept as long as no tick was missed; after that it starts anew.
+    const TimePoint now = now_();
+    timer.due = timer.due + timer.interval > now ? timer.due + timer.interval : now + timer.interval;
+    timer.ticking = true;
+    RunCall(CallKind::Brief, timer.onTick);
+    timer.ticking = false;
+}
+
+void PosixMessagePump::RunCall(CallKind kind, const std::function<void()>& call) {
+    const int brief = kind == CallKind::Brief ? 1 : 0;
+    nesting_ += 1;
+    briefNesting_ += brief;
+    try {
+        call();
+    } catch (...) {
+        onFault_(std::current_exception());
+    }
+    nesting_ -= 1;
+    briefNesting_ -= brief;
+}
+
+/// Sleeps on the outermost loop, where everything that is due may start.
+void PosixMessagePump::WaitUntilSomethingIsDue() {
+    const std::optional<TimePoint> nextTick = NextTick();
+    const auto awake = [this] { return quit_ || !posted_.empty(); };
+    std::unique_lock lock(mutex_);
+    if (nextTick) {
+        wake_.wait_for(lock, *nextTick - now_(), awake);
+    } else {
+        wake_.wait(lock, awake);
+    }
+}
+
+std::optional<PosixMessagePump::TimePoint> PosixMessagePump::NextTick() const {
+    std::optional<TimePoint> next;
+    for (const auto& timer : timers_) {
+        if (timer->Armed() && (!next || timer->due < *next)) {
+            next = timer->due;
+        }
+    }
+    return next;
+}
+
+}  // namespace kestrane

@@ -1,0 +1,30 @@
+#include "platform/posix/posix_platform.h"
+
+#include <utility>
+
+namespace kestrane {
+
+PosixPlatform::PosixPlatform(PosixMessagePump::FaultHandler onFault, PosixMessageBoxes::LogFunction logMessageBox)
+    : pump(std::move(onFault)),
+      serialPorts(folders),
+      messageBoxes(std::move(logMessageBox)),
+      processes([this] { pump.Quit(); }),
+      profileStore(folders),
+      astronomy(PosixClock::GetUtcTime) {}
+
+Platform PosixPlatform::Services() {
+    return {.clock = clock,
+            .pump = pump,
+            .serialPorts = serialPorts,
+            .messageBoxes = messageBoxes,
+            .systemInfo = systemInfo,
+            .processes = processes,
+            .registry = registry,
+            .applicationSettings = applicationSettings,
+            .profileStore = profileStore,
+            .utility = utility,
+            .astronomy = astronomy,
+            .folders = folders};
+}
+
+}  // namespace kestrane

@@ -1,0 +1,196 @@
+#include "platform/posix/posix_processes.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <ranges>
+#include <signal.h>
+#include <spawn.h>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace kestrane {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t kSetInformation = 0x200;  ///< access mask bit that asks for changes
+
+struct PriorityClass {
+    std::uint32_t value;
+    int nice;   ///< what it sets
+    int least;  ///< lowest nice value that reads back as this class
+};
+/// From high to idle.
+constexpr std::array kPriorityClasses{
+    PriorityClass{128, -10, -20},  // high
+    PriorityClass{32768, -5, -7},  // above normal
+    PriorityClass{32, 0, 0},       // normal
+    PriorityClass{16384, 5, 1},    // below normal
+    PriorityClass{64, 15, 10},     // idle
+};
+
+/// The numbers that name the entries of a folder below /proc, in rising order.
+std::vector<id_t> NumbersIn(const fs::path& folder) {
+    std::vector<id_t> numbers;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        id_t number = 0;
+        const auto parsed = std::from_chars(name.data(), name.data() + name.size(), number);
+        if (parsed.ec == std::errc() && parsed.ptr == name.data() + name.size()) {
+            numbers.push_back(number);
+        }
+    }
+    std::ranges::sort(numbers);
+    return numbers;
+}
+
+fs::path FolderOf(id_t process) {
+    return fs::path("/proc") / std::to_string(process);
+}
+
+/// Empty when the process has ended meanwhile.
+std::string ExecutableName(id_t process) {
+    std::error_code error;
+    std::string name = fs::read_symlink(FolderOf(process) / "exe", error).filename();
+    constexpr std::string_view kReplaced = " (deleted)";
+    if (name.ends_with(kReplaced)) {
+        name.resize(name.size() - kReplaced.size());
+    }
+    if (error || name.empty()) {
+        std::ifstream told(FolderOf(process) / "comm");
+        std::getline(told, name);
+    }
+    return name;
+}
+
+std::vector<std::string> SplitAtBlanks(std::string_view text) {
+    std::istringstream words{std::string(text)};
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+/// What a started program gets: a session of its own, the usual signals, no file of ours, nothing to read or print to.
+class SpawnSettings {
+public:
+    SpawnSettings() {
+        posix_spawn_file_actions_init(&files);
+        for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            posix_spawn_file_actions_addopen(&files, file, "/dev/null", O_RDWR, 0);
+        }
+        posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigmask(&attributes, &none);
+        posix_spawnattr_setsigdefault(&attributes, &all);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    ~SpawnSettings() {
+        posix_spawn_file_actions_destroy(&files);
+        posix_spawnattr_destroy(&attributes);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+    posix_spawn_file_actions_t files;
+    posix_spawnattr_t attributes;
+};
+
+}  // namespace
+
+PosixProcesses::PosixProcesses(std::function<void()> onEnd) : onEnd_(std::move(onEnd)) {
+    assert(onEnd_);
+}
+
+std::vector<std::string> PosixProcesses::List() {
+    std::vector<std::string> names;
+    for (const id_t process : NumbersIn("/proc")) {
+        if (std::string name = ExecutableName(process); !name.empty()) {
+            names.push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
+std::uint32_t PosixProcesses::CurrentProcessId() {
+    return static_cast<std::uint32_t>(getpid());
+}
+
+std::uint32_t PosixProcesses::ProcessOfWindow(std::uint64_t) {
+    return 0;
+}
+
+std::optional<ProcessHandle> PosixProcesses::Open(std::uint32_t processId, std::uint32_t accessMask) {
+    const bool reachable = processId != 0 && kill(static_cast<pid_t>(processId), 0) == 0;
+    const bool foreign = !reachable && errno == EPERM && processId != 0;
+    if (!reachable && (!foreign || (accessMask & kSetInformation) != 0)) {
+        return std::nullopt;
+    }
+    opened_[nextHandle_] = processId;
+    return nextHandle_++;
+}
+
+void PosixProcesses::SetPriorityClass(ProcessHandle handle, std::uint32_t priorityClass) {
+    assert(opened_.contains(handle));
+    const auto row = std::ranges::find(kPriorityClasses, priorityClass, &PriorityClass::value);
+    if (row == kPriorityClasses.end()) {
+        return;
+    }
+    // The kernel keeps a nice value per thread.
+    for (const id_t thread : NumbersIn(FolderOf(opened_[handle]) / "task")) {
+        setpriority(PRIO_PROCESS, thread, row->nice);
+    }
+}
+
+std::uint32_t PosixProcesses::GetPriorityClass(ProcessHandle handle) {
+    assert(opened_.contains(handle));
+    errno = 0;
+    const int nice = getpriority(PRIO_PROCESS, opened_[handle]);
+    if (errno != 0) {
+        return 0;
+    }
+    const auto row = std::ranges::find_if(kPriorityClasses | std::views::reverse,
+                                          [&](const PriorityClass& candidate) { return nice >= candidate.least; });
+    return row->value;
+}
+
+void PosixProcesses::Close(ProcessHandle handle) {
+    opened_.erase(handle);
+}
+
+void PosixProcesses::Start(std::string_view path, std::string_view arguments) {
+    std::vector<std::string> words = SplitAtBlanks(arguments);
+    words.insert(words.begin(), std::string(path));
+    std::vector<char*> argv;
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+
+    const SpawnSettings settings;
+    pid_t process = 0;
+    if (posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ) != 0) {
+        return;
+    }
+    // Only a parent that waits keeps an ended child from staying in the process list.
+    std::thread([process] { waitpid(process, nullptr, 0); }).detach();
+}
+
+void PosixProcesses::EndThisProcess() {
+    onEnd_();
+}
+
+}  // namespace kestrane

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <map>
+
+#include "platform/system_services.h"
+
+namespace kestrane {
+
+/// Processes as the /proc file system shows them. A priority class is a nice value of every thread of the process.
+class PosixProcesses final : public Processes {
+public:
+    /// `onEnd` is called by each `EndThisProcess`.
+    explicit PosixProcesses(std::function<void()> onEnd);
+
+    /// The file names of the executables; where the system hides one, the first 15 characters that it tells.
+    std::vector<std::string> List() override;
+    std::uint32_t CurrentProcessId() override;
+    /// Always 0: windows have no numbers here.
+    std::uint32_t ProcessOfWindow(std::uint64_t window) override;
+    /// Refused when there is no such process, or when the mask asks for changes and the process belongs to another
+    /// user.
+    std::optional<ProcessHandle> Open(std::uint32_t processId, std::uint32_t accessMask) override;
+    /// A value that is no class changes nothing, nor does one that the system does not permit to this user.
+    void SetPriorityClass(ProcessHandle handle, std::uint32_t priorityClass) override;
+    /// 0 when the process is gone.
+    std::uint32_t GetPriorityClass(ProcessHandle handle) override;
+    void Close(ProcessHandle handle) override;
+    /// `arguments` is split at its blanks. The program gets a session of its own and none of our files and sockets; it
+    /// outlives us. A program that cannot be started is passed over.
+    void Start(std::string_view path, std::string_view arguments) override;
+    void EndThisProcess() override;
+
+private:
+    std::function<void()> onEnd_;
+    std::map<ProcessHandle, std::uint32_t> opened_;
+    ProcessHandle nextHandle_ = 1;
+};
+
+}  // namespace kestrane

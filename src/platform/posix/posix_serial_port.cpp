@@ -1,0 +1,135 @@
+#include "platform/posix/posix_serial_port.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace kestrane {
+namespace {
+
+namespace asio = boost::asio;
+using SteadyClock = std::chrono::steady_clock;
+using ErrorCode = boost::system::error_code;
+
+/// One read takes at most this much; a line at any speed that mounts use brings far less between two reads.
+constexpr std::size_t kReadChunk = 4096;
+
+bool IsTemporary(int error) {
+    return error == EAGAIN || error == EINTR;
+}
+
+/// Waits until the device can do what `events` asks for, or is in trouble; false at the time limit.
+bool WaitFor(int device, short events, SteadyClock::time_point deadline) {
+    const auto left = std::max(deadline - SteadyClock::now(), SteadyClock::duration::zero());
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+    const timespec limit{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+    pollfd descriptor{device, events, 0};
+    const int ready = ppoll(&descriptor, 1, &limit, nullptr);
+    return ready > 0 || (ready < 0 && errno == EINTR);
+}
+
+ErrorCode LockForUs(int device) {
+    if (fcntl(device, F_SETFD, FD_CLOEXEC) != 0 || flock(device, LOCK_EX | LOCK_NB) != 0) {
+        return {errno, boost::system::system_category()};
+    }
+    return {};
+}
+
+ErrorCode SetLine(asio::serial_port& device, std::int32_t speed) {
+    using Port = asio::serial_port;
+    ErrorCode error;
+    const auto set = [&](const auto& option) {
+        if (!error) {
+            device.set_option(option, error);
+        }
+    };
+    set(Port::baud_rate(static_cast<unsigned int>(speed)));
+    set(Port::character_size(8));
+    set(Port::parity(Port::parity::none));
+    set(Port::stop_bits(Port::stop_bits::one));
+    set(Port::flow_control(Port::flow_control::none));
+    return error;
+}
+
+}  // namespace
+
+PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds stuckLineLimit)
+    : portFolder_(std::move(portFolder)), stuckLineLimit_(stuckLineLimit) {}
+
+int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
+    Close();
+    const std::filesystem::path path = portFolder_ / ("COM" + std::to_string(port));
+    ErrorCode error;
+    device_.open(path.string(), error);
+    if (!error) {
+        error = LockForUs(device_.native_handle());
+    }
+    if (!error) {
+        error = SetLine(device_, speed);
+    }
+    if (error) {
+        Close();
+    }
+    return error.value();
+}
+
+void PosixSerialPort::Close() {
+    ErrorCode ignored;
+    device_.close(ignored);
+}
+
+bool PosixSerialPort::IsOpen() {
+    return device_.is_open();
+}
+
+void PosixSerialPort::Write(std::string_view bytes) {
+    if (!IsOpen()) {
+        return;
+    }
+    const int device = device_.native_handle();
+    auto deadline = SteadyClock::now() + stuckLineLimit_;
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(device, bytes.data(), bytes.size());
+        if (written > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+            deadline = SteadyClock::now() + stuckLineLimit_;
+        } else if (written < 0 && !IsTemporary(errno)) {
+            return;
+        } else if (!WaitFor(device, POLLOUT, deadline)) {
+            return;
+        }
+    }
+}
+
+std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) {
+    if (!IsOpen() || maxCount == 0) {
+        return {};
+    }
+    const int device = device_.native_handle();
+    const auto deadline = SteadyClock::now() + std::chrono::milliseconds(timeoutMs);
+    std::array<char, kReadChunk> buffer;
+    for (;;) {
+        const ssize_t count = ::read(device, buffer.data(), std::min(maxCount, buffer.size()));
+        if (count > 0) {
+            return {buffer.data(), static_cast<std::size_t>(count)};
+        }
+        if (count == 0 || !IsTemporary(errno)) {
+            // The device is gone, which every poll would report at once: silence for the whole time instead.
+            std::this_thread::sleep_until(deadline);
+            return {};
+        }
+        if (!WaitFor(device, POLLIN, deadline)) {
+            return {};
+        }
+    }
+}
+
+}  // namespace kestrane
