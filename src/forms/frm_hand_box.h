@@ -44,6 +44,10 @@ public:
     Label lblSiteTag{*this, "lblSiteTag"};
     Label lblParkStatus{*this, "lblParkStatus"};
 
+    // --- site of the mount itself
+    TextBox txtActualLatitude{*this, "txtActualLatitude"};
+    TextBox txtActualLongitude{*this, "txtActualLongitude"};
+
     // --- park
     Button btnPark{*this, "btnPark", "Park"};
     Button btnUNPARK{*this, "btnUNPARK", "Unpark"};

@@ -47,7 +47,7 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
             needs_.persist.Write(setting::Port, opening.portText);
         }
     }
-    needs_.statusWindow.lblPort.Text(opening.portText);
+    needs_.statusWindow.lblComPortValue.Text(opening.portText);
     bool found = false;
     try {
         found = FindMount(opening);

@@ -202,7 +202,7 @@ void Driver::UpdateErrorCounts() {
     handBox.lblRetransmits.Text(std::to_string(state.g_nRetransmits));
     handBox.lblReceiveStringErrors.Text(
         std::to_string(state.g_nReceiveTerminatedErrors + state.g_nReceiveCountedErrors));
-    statusWindow.lblErrors.Text(std::to_string(state.g_nRetransmits + state.g_nReceiveCountedErrors +
+    statusWindow.lblCommErrors.Text(std::to_string(state.g_nRetransmits + state.g_nReceiveCountedErrors +
                                                state.g_nReceiveTerminatedErrors + state.g_nMotorStalls +
                                                state.g_nServoFaults + state.g_nLowPower));
 }

@@ -50,14 +50,14 @@ void Startup::CreateLink() {
     errors.Assign(ip, [&] { return needs_.persist.Read(setting::chkIPAddress); });
     if (ip == "0") {
         errors.Step([&] {
-            needs_.link = std::make_unique<classSerial>(ClassSerialNeeds{
-                .serialPorts = needs_.platform.serialPorts,
+            needs_.link = std::make_unique<classSerial>(SerialNeeds{
+                .ports = needs_.platform.serialPorts,
                 .clock = needs_.platform.clock,
-                .persist = needs_.persist,
                 .log = needs_.log,
                 .counters = needs_.counters,
                 .alarmFilter = needs_.alarmFilter,
                 .ledger = needs_.ledger,
+                .persist = needs_.persist,
             });
         });
         return;
