@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "kernel/base/text.h"
+#include "link/companion_wrap.h"
 #include "settings/setting_keys.h"
 
 namespace kestrane {
@@ -115,7 +116,7 @@ void classSerial::ClearBuffers() {
             text.clear();  // a read that raises brought nothing
             errors.Assign(text, [&] { return ReadWaiting(); });
             bytes += text.size();
-            needs_.alarmFilter.FilterAlarms(text);
+            FilterAlarms(text);
         } while (!text.empty() && needs_.clock.GetTickCount() - start < kDrainTimeMs);
         SetReadLimit(receiveTimeoutMs_);
     }
@@ -129,7 +130,7 @@ std::string classSerial::Receive() {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.Receive"};
         errors.Assign(text, [&] { return ReadWaiting(); });
-        needs_.alarmFilter.FilterAlarms(text);
+        FilterAlarms(text);
     }
     return text;
 }
@@ -139,7 +140,7 @@ std::string classSerial::ReceiveCounted(std::int32_t count) {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.ReceiveCounted"};
         errors.Assign(text, [&] { return ReadCounted(count); });
-        needs_.alarmFilter.FilterAlarms(text);
+        FilterAlarms(text);
     }
     if (static_cast<std::int64_t>(text.size()) != count) {
         needs_.counters.CountReceiveCountedError();
@@ -152,7 +153,7 @@ std::string classSerial::ReceiveTerminated(std::string_view terminator) {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.ReceiveTerminated"};
         errors.Assign(text, [&] { return ReadTerminated(terminator); });
-        needs_.alarmFilter.FilterAlarms(text);
+        FilterAlarms(text);
     }
     if (!EndsWithTerminator(text, terminator)) {
         needs_.counters.CountReceiveTerminatedError();
@@ -183,6 +184,13 @@ void classSerial::SetReadLimit(std::int32_t milliseconds) {
     } else {
         library_->KsSerSetReceiveTimeout(milliseconds);
     }
+}
+
+void classSerial::FilterAlarms(std::string& text) {
+    const std::size_t head = text.size() - SplitCompanionReply(text).result.size();
+    std::string fromMount = text.substr(head);
+    needs_.alarmFilter.FilterAlarms(fromMount);
+    text.replace(head, std::string::npos, fromMount);
 }
 
 std::string classSerial::ReadWaiting() {

@@ -31,7 +31,8 @@ struct SerialNeeds {
 /// The link to a mount on a serial port, over one of two back ends chosen at creation by the setting
 /// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
 /// errors ignored; the one error that leaves is that of `ReceiveTerminated`. Alarm letters are taken out of every
-/// text read. Closed at creation, closed and logged at destruction.
+/// text read, but not out of the head of a companion's reply, which the mount never saw ("QUAY," holds a "Y"). Closed
+/// at creation, closed and logged at destruction.
 class classSerial final : public MountLink {
 public:
     explicit classSerial(SerialNeeds needs);
@@ -72,6 +73,7 @@ private:
     void LogOpening(std::string_view backEnd);
     /// Sets the limit of the open back end only; the stored one stays.
     void SetReadLimit(std::int32_t milliseconds);
+    void FilterAlarms(std::string& text);
     std::string ReadWaiting();
     std::string ReadCounted(std::int32_t count);
     std::string ReadTerminated(std::string_view terminator);
