@@ -406,7 +406,7 @@ TEST_F(LibraryLink, ReceiveTerminated_ATextShorterThanItsTerminator_RaisesLikeSi
 TEST_F(LibraryLink, ReceiveTerminated_TheTerminatorInTheOtherCase_IsNotReadToButCountsNoError) {
     Play(R"(
         0   < abEND
-        0   ? ReceiveTerminated end
+        0   ? ReceiveTerminated End
         500 = abEND
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);

@@ -65,6 +65,16 @@ TEST_F(BlindExchange, CommandBlindInternal_OutOfStep_ClearsTheFlag) {
     EXPECT_FALSE(state.g_bResync);
 }
 
+TEST_F(BlindExchange, CommandBlind_OutOfStepAfterItsClear_DropsTheInputOnceMore) {
+    onLog = [this](std::string_view logged) { state.g_bResync = logged == "ASCOM Info CommandBlind TX=':Mn#'"; };
+    Play(R"(
+        0   < 99:99#
+        0   ? CommandBlind Mn
+        1   > :Mn#
+        11  =
+    )");
+}
+
 TEST_F(BlindExchange, CommandBlind_EmptyAndOutOfStep_ClearsTheLineAllTheSame) {
     state.g_bResync = true;
     Play(R"(

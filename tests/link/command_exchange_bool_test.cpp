@@ -213,6 +213,21 @@ TEST_F(BoolExchange, CommandBool_OutOfStep_ClearsTheLineFirst) {
     EXPECT_FALSE(state.g_bResync);
 }
 
+TEST_F(BoolExchange, CommandBool_OutOfStepAfterItsClear_DropsTheInputOnceMore) {
+    onLog = [this](std::string_view logged) {
+        if (logged == "Telescope Info CommandBool TX=':PO#'") {
+            state.g_bResync = true;
+        }
+    };
+    Play(R"(
+        0   < 0
+        0   ? CommandBool PO
+        1   > :PO#
+        30  < 1
+        30  = True
+    )");
+}
+
 TEST_F(BoolExchange, CommandBool_EmptyAndOutOfStep_ClearsTheLineAllTheSame) {
     state.g_bResync = true;
     Play(R"(

@@ -271,8 +271,11 @@ public:
     }
     void Transmit(std::string_view text) override { serial_->Transmit(text); }
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override {
+        ++timeoutReads;
         serial_->GetReadTimeouts(total, multiplier, interval);
     }
+
+    int timeoutReads = 0;
 
 private:
     std::unique_ptr<MountLink> serial_;
@@ -293,6 +296,15 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnAnOverwritingLink_
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 2);
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 1);
+}
+
+TEST_P(StringExchange, CommandString_BeforeARetry_ReadsTheTimeOutsOfTheLink) {
+    auto counting = std::make_unique<OverwritingLink>(std::move(link));
+    const OverwritingLink& counted = *counting;
+    link = std::move(counting);
+    exchange->MaxSerialRetries(2);
+    exchange->CommandString("GR", false);
+    EXPECT_EQ(counted.timeoutReads, 2);
 }
 
 TEST_P(StringExchange, CommandString_BeginningWithSmallSm_PausesAfterAGoodReply) {
@@ -360,6 +372,22 @@ TEST_P(StringExchange, CommandString_OutOfStep_ClearsTheLineFirst) {
         30  = 12:34:56.7
     )");
     EXPECT_FALSE(state.g_bResync);
+}
+
+TEST_P(StringExchange, CommandString_OutOfStepAfterItsClear_DropsTheInputOnceMore) {
+    onLog = [this](std::string_view logged) {
+        if (logged == "Telescope Info CommandString TX=':GR#'") {
+            state.g_bResync = true;
+        }
+    };
+    Play(R"(
+        0   < 99:99#
+        0   ? CommandString GR
+        1   > :GR#
+        30  < 12:34:56.7#
+        30  = 12:34:56.7
+    )");
+    EXPECT_TRUE(state.g_bResync);
 }
 
 TEST_P(StringExchange, CommandString_ADriverCommand_GoesToTheDriverCommandChannel) {

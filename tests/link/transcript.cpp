@@ -98,6 +98,9 @@ LinkFixture::LinkFixture() {
         const std::string text = std::string(origin) + " " + LevelName(level) + " " + std::string(message);
         logLines_.push_back(text);
         Note('L', text);
+        if (onLog) {
+            onLog(text);
+        }
     });
     line.onWrite = [this](std::string_view bytes) { Note('>', bytes); };
     line.onSilence = [this](std::int32_t waited) { Note('~', std::to_string(waited)); };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -81,7 +82,8 @@ protected:
     std::function<std::string(std::string_view)> driverReply;  ///< its answer
     std::unique_ptr<MountLink> link;
     std::optional<CommandExchange> exchange;
-    bool swallowsExpected = false;  ///< the test means failing statements to be passed over
+    std::function<void(std::string_view)> onLog;  ///< sees each logged line
+    bool swallowsExpected = false;                ///< the test means failing statements to be passed over
 
 private:
     class Script;
