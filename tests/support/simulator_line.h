@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "simulator/mount_simulator.h"
+#include "support/virtual_serial_ports.h"
+
+namespace kestrane {
+
+/// A serial line that leads straight into a simulated mount, which outlives it. What the mount sent while nobody had
+/// the port open is lost.
+class SimulatorLine final : public LineEnd {
+public:
+    explicit SimulatorLine(MountSimulator& mount) : mount_(mount) {}
+
+    void Write(std::string_view bytes) override { mount_.Write(bytes); }
+    std::string Read(std::size_t maxCount) override { return mount_.Read(maxCount); }
+    std::optional<std::int32_t> NextByteIn() override { return mount_.NextByteIn(); }
+    void Opened() override { mount_.Read(std::numeric_limits<std::size_t>::max()); }
+
+private:
+    MountSimulator& mount_;
+};
+
+}  // namespace kestrane

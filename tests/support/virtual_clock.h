@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/clock.h"
+
+namespace kestrane {
+
+/// A clock that stands still until somebody sleeps or a test moves it. At the start it is 2024-03-05 20:00:00 local
+/// time, one hour ahead of UTC, without daylight time.
+class VirtualClock final : public Clock {
+public:
+    /// Ticks worth starting from: none passed, a minute before the sign change, a minute before the wrap to 0.
+    static constexpr Tick kZero{0};
+    static constexpr Tick kBeforeSignChange = Tick{INT32_MAX} - 60'000;
+    static constexpr Tick kBeforeWrap = Tick{0} - 60'000;
+
+    explicit VirtualClock(Tick firstTick = kZero);
+
+    Tick GetTickCount() override { return first_ + static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsedMs_)); }
+    DateTime GetLocalTime() override;
+    /// Moves time on; nothing else runs.
+    void Sleep(std::int32_t milliseconds) override;
+    double TimeZoneOffset() override;
+    DateTime DateLocalToUTC(const DateTime& local) override;
+    DateTime DateUTCToLocal(const DateTime& utc) override;
+
+    /// Milliseconds since the start, which the tick count tells only modulo 2^32.
+    std::int64_t Elapsed() const { return elapsedMs_; }
+    /// Never backwards.
+    void MoveTo(std::int64_t elapsedMs);
+
+    /// Sets what the tick count was at the start.
+    void SetFirstTick(Tick tick) { first_ = tick; }
+    /// Sets the local time of now, in the zone as it stands.
+    void SetLocalTime(const DateTime& local);
+    /// UTC minus local standard time, in hours; the local time now jumps with it.
+    void SetZone(double hours) { zoneHours_ = hours; }
+    /// Local time is one hour ahead of standard time from one moment of UTC up to below another.
+    void SetDaylightTime(const DateTime& fromUtc, const DateTime& toUtc);
+    DateTime Utc() const;
+
+private:
+    double OffsetAtUtc(std::int64_t utcMs) const;
+
+    Tick first_;
+    std::int64_t elapsedMs_ = 0;
+    std::int64_t utcAtStartMs_;
+    double zoneHours_ = -1.0;
+    std::int64_t daylightFromMs_ = 0;
+    std::int64_t daylightToMs_ = 0;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/platform.h"
+#include "support/recording_services.h"
+#include "support/simulator_line.h"
+#include "support/virtual_clock.h"
+#include "support/virtual_pump.h"
+#include "support/virtual_serial_ports.h"
+
+namespace kestrane {
+
+/// A machine for tests: virtual time, serial ports with nothing on them, healthy services that record, folders of its
+/// own. A driver can be built on it, ended and built anew, as a process is started again on the same machine.
+///
+///     VirtualPlatform machine;
+///     MountSimulator mount{machine.clock, {}};
+///     machine.ConnectMount(1, mount);
+///     ... build the driver on machine.Services() ...
+///     machine.AdvanceTime(60'000);
+struct VirtualPlatform {
+    explicit VirtualPlatform(Tick firstTick = VirtualClock::kZero) : clock(firstTick) {}
+
+    VirtualClock clock;
+    VirtualPump pump{clock};
+    VirtualSerialPorts serialPorts{clock};
+    RecordingMessageBoxes messageBoxes;
+    SettableSystemInfo systemInfo;
+    RecordingProcesses processes;
+    SettableRegistry registry;
+    SettableApplicationSettings applicationSettings;
+    RecordingProfileStore profileStore;
+    SettableUtilityService utility;
+    VirtualAstronomy astronomy{clock};
+    TemporaryFolders folders;
+
+    Platform Services() {
+        return {clock,        pump,    serialPorts, messageBoxes, systemInfo, processes, registry, applicationSettings,
+                profileStore, utility, astronomy,   folders};
+    }
+
+    void AdvanceTime(std::int64_t milliseconds) { pump.AdvanceTime(milliseconds); }
+
+    /// The mount must live as long as anybody uses the port.
+    void ConnectMount(std::int32_t port, MountSimulator& mount) {
+        serialPorts.Connect(port, std::make_unique<SimulatorLine>(mount));
+    }
+};
+
+}  // namespace kestrane

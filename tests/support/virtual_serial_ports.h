@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/serial_port.h"
+#include "support/virtual_clock.h"
+
+namespace kestrane {
+
+/// The far end of a serial line, whatever it is.
+class LineEnd {
+public:
+    virtual ~LineEnd() = default;
+    /// Bytes from the driver arrive now.
+    virtual void Write(std::string_view bytes) = 0;
+    /// What has been sent by now, at most `maxCount` bytes, taken off the line.
+    virtual std::string Read(std::size_t maxCount) = 0;
+    /// Milliseconds until the next byte is there: 0 when one waits, nothing when none is on its way.
+    virtual std::optional<std::int32_t> NextByteIn() = 0;
+    /// The driver has opened the port.
+    virtual void Opened() {}
+    /// A read of the driver has ended without a byte.
+    virtual void Silence() {}
+};
+
+/// Serial ports by number, each with something at its far end or nothing. A read moves virtual time to the next byte
+/// or to its limit, and never pumps.
+class VirtualSerialPorts final : public SerialPorts {
+public:
+    static constexpr int kNoSuchPort = 2;    ///< result of `Open` where nothing is connected
+    static constexpr int kAccessDenied = 5;  ///< where another port object has the port open
+
+    struct Opening {
+        std::int32_t port = 0;
+        std::int32_t speed = 0;
+        int result = 0;
+    };
+
+    explicit VirtualSerialPorts(VirtualClock& clock) : clock_(clock) {}
+
+    std::unique_ptr<SerialPort> CreatePort() override;
+
+    /// Puts something on a port in the place of what was there. `end` must be disconnected before it ends.
+    void Connect(std::int32_t port, LineEnd& end);
+    /// Keeps the far end with the ports.
+    void Connect(std::int32_t port, std::unique_ptr<LineEnd> end);
+    /// Pulls the plug, also of an open port: it reads as silence, swallows what is written, and no opening finds it.
+    void Disconnect(std::int32_t port);
+    /// What openings of that port give from now on; 0 makes them work again.
+    void SetOpenError(std::int32_t port, int error) { openErrors_[port] = error; }
+
+    const std::vector<Opening>& Openings() const { return openings_; }
+    bool IsOpen(std::int32_t port) const;
+
+private:
+    class Port;
+
+    LineEnd* EndAt(std::int32_t port) const;
+    int TryOpen(Port& opener, std::int32_t port);
+
+    VirtualClock& clock_;
+    std::map<std::int32_t, LineEnd*> ends_;
+    std::map<std::int32_t, std::unique_ptr<LineEnd>> keptEnds_;
+    std::map<std::int32_t, int> openErrors_;
+    std::map<std::int32_t, Port*> open_;
+    std::vector<Opening> openings_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/virtual_clock.h"
+#include "support/virtual_pump.h"
+#include "support/virtual_serial_ports.h"
+
+namespace kestrane {
+
+/// A short text that is script and expectation of a test in one: what clients call, what goes over the wire, and when.
+/// A line is a time in virtual milliseconds from the start of playing (or "*" for any time), a mark, and a text:
+///
+///     =  a client calls: "= Slewing". Its result may stand behind it, whenever it comes: "= Slewing -> False"; or in
+///        a line of its own at the time when it comes: "= -> False"
+///     !  the error with which a call ended: number, message. An error without such a line fails
+///     >  a write to the mount
+///     <  bytes that arrive from the mount, once all lines before have come to pass
+///     ~  a read that ended at its limit without a byte
+///     L  a logged line: origin, level, message
+///
+/// Calls are made, and bytes arrive, when the script says so; all else must come to pass in the order and at the times
+/// of the script. A line that does not come, a write that does not stand there, and a byte that nobody reads each fail.
+/// Results, silences and log lines that the script does not name are passed over. Bytes that do not print are written
+/// as \x05, and a backslash as \\. Blanks at the end of a line do not count. "#" begins a line that is a comment.
+///
+///     WireTranscript transcript(machine.clock, machine.pump, R"(
+///         # A client asks; the mount answers after 20 ms.
+///         0    = CommandString GR
+///         0    > :GR#
+///         20   < 12:34:56#
+///         30   = -> 12:34:56
+///         1000 = Slew
+///         1000 > :MS#
+///         1020 < 1
+///         *    ! 0x80040413 Target below the minimum elevation
+///     )");
+///     machine.serialPorts.Connect(1, transcript.Line());
+///     transcript.Call("Slew", [&] { telescope.SlewToTarget(); });
+///     transcript.Dispatcher([&](std::string_view call) { return exchange.CommandString(...); });
+///     log.SetListener(transcript.LogListener());
+///     transcript.Play();
+///
+/// Time passes as in the outermost loop, so that timers run and a call is made inside another one that pumps. It passes
+/// to the last time in the script, and up to a minute longer if lines are still to come.
+class WireTranscript {
+public:
+    using TextCall = std::function<std::string()>;
+    using CallByText = std::function<std::string(std::string_view call)>;
+    using Listener = std::function<void(std::string_view origin, int level, std::string_view message)>;
+
+    /// A line that cannot be read is a mistake in the test: `std::invalid_argument` with its number.
+    WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script);
+    WireTranscript(const WireTranscript&) = delete;
+    WireTranscript& operator=(const WireTranscript&) = delete;
+
+    /// The far end of the line to the mount.
+    LineEnd& Line() { return line_; }
+    /// What a call of that text does; its result is a text, or nothing.
+    template <class Function>
+    void Call(std::string_view text, Function function);
+    /// What all other calls do.
+    void Dispatcher(CallByText dispatcher) { dispatcher_ = std::move(dispatcher); }
+    Listener LogListener();
+
+    /// Plays the script, once. Empty when everything came to pass, else the first difference in words, beginning with
+    /// "line " and its number in the script.
+    std::string FirstDifference();
+    /// The same as a test expectation.
+    void Play();
+
+private:
+    struct ScriptLine {
+        int number = 0;                  ///< in the script, from 1
+        std::optional<std::int64_t> ms;  ///< nothing: any time
+        char mark = ' ';
+        std::string text;                   ///< bytes
+        std::optional<std::string> result;  ///< of a call, where it stands behind it
+        bool IsCall() const { return mark == '=' && !text.starts_with("->"); }
+    };
+    struct ArrivingByte {
+        std::int64_t elapsedMs;
+        char byte;
+        int number;  ///< of its script line
+    };
+    class ScriptedLine final : public LineEnd {
+    public:
+        explicit ScriptedLine(WireTranscript& transcript) : transcript_(transcript) {}
+        void Write(std::string_view bytes) override { transcript_.Happened('>', std::string(bytes)); }
+        std::string Read(std::size_t maxCount) override;
+        std::optional<std::int32_t> NextByteIn() override;
+        void Silence() override { transcript_.Happened('~', {}); }
+
+    private:
+        WireTranscript& transcript_;
+    };
+
+    static ScriptLine ParseLine(int number, std::string_view text);
+    static std::string Words(std::optional<std::int64_t> ms, char mark, std::string_view text);
+
+    void Happened(char mark, std::string text);
+    void Differs(const ScriptLine* expected, const std::string& happened);
+    void Settle();
+    void MakeCall(const ScriptLine& line);
+    std::string ResultOf(const std::string& call);
+    bool Done() const { return next_ == lines_.size() || !difference_.empty(); }
+
+    VirtualClock& clock_;
+    VirtualPump& pump_;
+    ScriptedLine line_{*this};
+    std::vector<ScriptLine> lines_;
+    std::map<std::string, TextCall, std::less<>> calls_;
+    CallByText dispatcher_;
+
+    std::int64_t startMs_ = 0;
+    bool playing_ = false;
+    std::size_t next_ = 0;  ///< the line that must come to pass next
+    std::deque<ArrivingByte> arriving_;
+    std::string difference_;
+};
+
+template <class Function>
+void WireTranscript::Call(std::string_view text, Function function) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Function&>>) {
+        calls_[std::string(text)] = [function]() mutable {
+            function();
+            return std::string();
+        };
+    } else {
+        calls_[std::string(text)] = function;
+    }
+}
+
+}  // namespace kestrane
