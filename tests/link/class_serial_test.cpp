@@ -221,7 +221,7 @@ TEST_P(SerialLink, ClearBuffers_OnALineThatPausesForTwoMilliseconds_StopsThere) 
 
 TEST_P(SerialLink, ClearBuffers_AcrossTheWrapOfTheTickCounter_StopsAfterTwoSecondsToo) {
     for (const std::int32_t firstTick : {INT32_MAX - 1000, -1000}) {
-        clock.firstTick = Tick{firstTick - clock.Elapsed()};
+        clock.firstTick = Tick{firstTick} - clock.Elapsed();
         line.floodEveryMs = 1;
         const std::int32_t start = clock.Elapsed();
         link->ClearBuffers();

@@ -95,7 +95,7 @@ TEST_P(SerialReading, ALimitOfZeroOrBelow_TakesWhatIsThere) {
 
 TEST_P(SerialReading, TheLimitHoldsAcrossTheWrapOfTheTickCounter) {
     for (const std::int32_t firstTick : {INT32_MAX - 50, -50, INT32_MIN}) {
-        clock.firstTick = Tick{firstTick - clock.Elapsed()};
+        clock.firstTick = Tick{firstTick} - clock.Elapsed();
         const std::int32_t start = clock.Elapsed();
         line.Schedule(start + 40, "a");
         line.Schedule(start + 90, "b");
