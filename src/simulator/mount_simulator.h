@@ -15,13 +15,13 @@ namespace kestrane {
 
 /// What a simulated mount is built as.
 struct MountSimulatorOptions {
-    std::string firmware = "VKC4-P02-08";  ///< text of the version reply
+    std::string firmware = "VKC4-P02-08";  ///< text of the version reply; its beginning chooses the family
     double latitude = 47.0;                ///< degrees, north positive
     double longitudeWest = 350.0;          ///< degrees, 0 to 360, west positive (350 is 10 degrees east)
     bool longFormat = true;                ///< long format at power-on
-    bool parkedAtPowerOn = true;           ///< power-on state: RA 0, Dec 90, not initialised
+    bool parkedAtPowerOn = true;           ///< power-on state: RA 0, Dec 90, not initialised; else it tracks, 3 h west
     std::string mountForm = "0";           ///< reply to the mount form query
-    double slewSpeed = 5.0;                ///< degrees per second at full speed, both axes
+    double slewSpeed = 5.0;                ///< degrees per second at the slew rate 1200, both axes
     double slewAcceleration = 5.0;         ///< degrees per second squared
     std::int32_t replyLatencyMs = 5;       ///< from the end of a command to the first byte of its reply
     std::int32_t byteTimeUs = 1042;        ///< time of one byte on the line: 9600 baud
@@ -43,7 +43,58 @@ struct SimulatedReply {
 class Misbehaviour {
 public:
     virtual ~Misbehaviour() = default;
-    virtual void Change(SimulatedReply& reply) = 0;
+    /// Each reply passes here before it goes out.
+    virtual void Change(SimulatedReply& reply);
+    /// Degrees before its end at which a goto comes to a dead halt; 0 for none.
+    virtual double StallsShortBy() const;
+    /// Whether a stalled goto goes on being reported as running.
+    virtual bool StalledStillSlews() const;
+    /// Sent over and over for as long as this misbehaviour lies on the mount; empty for none.
+    virtual std::string_view Babble() const;
+};
+
+/// What the mount is doing, for tests: a copy, as of the call.
+struct MountPicture {
+    double rightAscension = 0;  ///< hours, as reported (0 before the mount is initialised)
+    double declination = 0;     ///< degrees, as reported (90 before the mount is initialised)
+    double altitude = 0;        ///< degrees
+    double azimuth = 0;         ///< degrees
+    double hourAngle = 0;       ///< hours
+    double siderealTime = 0;    ///< hours
+
+    double hourAxis = 0;   ///< degrees; 0 with the counterweight down, grows with the turn of the sky
+    double polarAxis = 0;  ///< degrees from the pole; above 0 with the tube east of the pier
+    double hourSpeed = 0;  ///< degrees per second, tracking included
+    double polarSpeed = 0;
+    bool westSide = false;
+
+    bool initialised = false;
+    bool parked = false;
+    bool slewing = false;
+    char tracking = '9';  ///< letter of the status string
+    bool longFormat = true;
+
+    double latitude = 0;       ///< degrees
+    double longitudeWest = 0;  ///< degrees, 0 to below 360
+    DateTime localTime;
+    double zone = 0;                ///< hours, UTC minus local time
+    std::int64_t clockSetByMs = 0;  ///< by how much commands moved the mount's local time since the start
+    double meridianDelay = 0;       ///< hours
+    double raBacklash = 0;          ///< arc-seconds
+    double decBacklash = 0;         ///< arc-seconds
+
+    double guideRate = 0;      ///< multiple of sidereal
+    double centeringRate = 0;  ///< multiple of sidereal
+    double slewRate = 0;       ///< multiple of sidereal
+    char pem = 'O';            ///< letter of the status string
+    int reticle = 0;
+    bool swappedEastWest = false;
+    bool swappedNorthSouth = false;
+    bool held = false;
+
+    double focuserPosition = 0;  ///< milliseconds at fast speed, plus less minus; slow speed counts a quarter
+    int focuserRuns = 0;         ///< 1, -1, 0 stopped
+    bool focuserFast = true;
 };
 
 /// The mount's side of the line: bytes in, bytes out, moved by the clock handed to it. Answers the whole command
@@ -69,7 +120,18 @@ public:
 
     /// Every complete command so far, as it came ("GR", "#" for a lone end of input).
     const std::vector<std::string>& Commands() const;
+    /// Commands that are none of the protocol, or whose argument cannot be; none of them was answered.
     const std::vector<std::string>& UnknownCommands() const;
+    /// Commands of the protocol that this firmware lacks; none of them was answered.
+    const std::vector<std::string>& UnsupportedCommands() const;
+    /// Bytes that came outside any command.
+    std::size_t GarbageBytes() const;
+
+    MountPicture Picture();
+    /// Fault character of the status string; '0' for none.
+    void SetFault(char fault);
+    /// Auto-park as the status string shows it.
+    void SetAutoPark(bool on);
 
 private:
     class Implementation;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/mount_model.h"
+
+namespace kestrane::simulator {
+
+enum class Outcome {
+    Done,         ///< carried out; what it answers is in the parts, none for silence
+    Unsupported,  ///< a command of the protocol that this firmware lacks, or that only a companion answers
+    Unknown,      ///< no command of the protocol, or one with an argument that it cannot have
+};
+
+struct Answer {
+    Outcome outcome = Outcome::Done;
+    std::vector<std::string> parts;
+};
+
+/// Carries out one command, given without its frame.
+Answer Execute(MountModel& mount, std::string_view version, std::string_view mountForm, std::string_view command);
+
+}  // namespace kestrane::simulator
