@@ -1,6 +1,5 @@
 #include "platform/posix/posix_clock.h"
 
-#include <chrono>
 #include <ctime>
 #include <thread>
 
@@ -62,9 +61,7 @@ SystemTime Now() {
 }  // namespace
 
 Tick PosixClock::GetTickCount() {
-    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart).count();
-    return Tick{static_cast<std::int32_t>(static_cast<std::uint32_t>(milliseconds))};
+    return TickAt(std::chrono::steady_clock::now());
 }
 
 DateTime PosixClock::GetLocalTime() {
@@ -99,6 +96,11 @@ DateTime PosixClock::DateLocalToUTC(const DateTime& local) {
 DateTime PosixClock::DateUTCToLocal(const DateTime& utc) {
     tzset();
     return LocalOf(SecondsOf(utc), utc.millisecond);
+}
+
+Tick PosixClock::TickAt(std::chrono::steady_clock::time_point time) {
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch()).count();
+    return Tick{static_cast<std::int32_t>(static_cast<std::uint32_t>(milliseconds))};
 }
 
 DateTime PosixClock::GetUtcTime() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "platform/clock.h"
 
 namespace kestrane {
@@ -19,6 +21,8 @@ public:
     DateTime DateLocalToUTC(const DateTime& local) override;
     DateTime DateUTCToLocal(const DateTime& utc) override;
 
+    /// The tick of a time on the steady clock: its milliseconds, folded into signed 32 bits.
+    static Tick TickAt(std::chrono::steady_clock::time_point time);
     /// The date and time in UTC, taken from the system clock without the detour over local time.
     static DateTime GetUtcTime();
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cassert>
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
@@ -66,6 +65,9 @@ PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::
 
 int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
     Close();
+    if (speed <= 0) {
+        return EINVAL;  // speed 0 would hang the line up
+    }
     const std::filesystem::path path = portFolder_ / ("COM" + std::to_string(port));
     ErrorCode error;
     device_.open(path.string(), error);

@@ -1,0 +1,128 @@
+#include "platform/posix/posix_clock.h"
+
+#include <gtest/gtest.h>
+#include <tuple>
+
+#include "platform_posix/test_world.h"
+
+namespace kestrane {
+
+/// For messages of failed tests.
+static void PrintTo(const DateTime& date, std::ostream* out) {
+    *out << date.year << '-' << date.month << '-' << date.day << ' ' << date.hour << ':' << date.minute << ':'
+         << date.second << '.' << date.millisecond;
+}
+
+namespace {
+
+using test::ScopedVariable;
+
+constexpr const char* kNewYork = "EST5EDT,M3.2.0,M11.1.0";
+constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+constexpr const char* kKolkata = "IST-5:30";
+
+struct Conversion {
+    const char* zone;
+    DateTime local;
+    DateTime utc;
+};
+
+const Conversion kConversions[] = {
+    {kNewYork, {2024, 1, 15, 12, 0, 0, 0}, {2024, 1, 15, 17, 0, 0, 0}},
+    {kNewYork, {2024, 7, 15, 12, 0, 0, 250}, {2024, 7, 15, 16, 0, 0, 250}},
+    {kNewYork, {2023, 12, 31, 20, 30, 15, 999}, {2024, 1, 1, 1, 30, 15, 999}},
+    {kNewYork, {2024, 3, 10, 1, 59, 59, 0}, {2024, 3, 10, 6, 59, 59, 0}},
+    {kNewYork, {2024, 3, 10, 3, 0, 0, 0}, {2024, 3, 10, 7, 0, 0, 0}},
+    {kNewYork, {2024, 11, 3, 0, 59, 59, 0}, {2024, 11, 3, 4, 59, 59, 0}},
+    {kNewYork, {2024, 11, 3, 2, 0, 0, 0}, {2024, 11, 3, 7, 0, 0, 0}},
+    {kBerlin, {2024, 2, 29, 0, 30, 0, 0}, {2024, 2, 28, 23, 30, 0, 0}},
+    {kBerlin, {2024, 8, 1, 0, 30, 0, 0}, {2024, 7, 31, 22, 30, 0, 0}},
+    {kKolkata, {2024, 6, 1, 5, 0, 0, 0}, {2024, 5, 31, 23, 30, 0, 0}},
+    {"UTC0", {2024, 6, 1, 5, 0, 0, 1}, {2024, 6, 1, 5, 0, 0, 1}},
+};
+
+class ZoneConversion : public testing::TestWithParam<Conversion> {};
+
+TEST_P(ZoneConversion, LocalToUtc_FollowsTheRulesOfTheDate) {
+    const ScopedVariable zone("TZ", GetParam().zone);
+    EXPECT_EQ(PosixClock().DateLocalToUTC(GetParam().local), GetParam().utc);
+}
+
+TEST_P(ZoneConversion, UtcToLocal_FollowsTheRulesOfTheDate) {
+    const ScopedVariable zone("TZ", GetParam().zone);
+    EXPECT_EQ(PosixClock().DateUTCToLocal(GetParam().utc), GetParam().local);
+}
+
+INSTANTIATE_TEST_SUITE_P(Dates, ZoneConversion, testing::ValuesIn(kConversions));
+
+TEST(PosixClock, LocalToUtc_OfATimeThatStandsTwice_MeansStandardTimeWhateverWasAskedBefore) {
+    const ScopedVariable zone("TZ", kNewYork);
+    PosixClock clock;
+    const DateTime twice{2024, 11, 3, 1, 30, 0, 0};
+    const DateTime later{2024, 11, 3, 6, 30, 0, 0};
+    clock.DateLocalToUTC({2024, 7, 1, 0, 0, 0, 0});
+    EXPECT_EQ(clock.DateLocalToUTC(twice), later);
+    clock.DateLocalToUTC({2024, 12, 1, 0, 0, 0, 0});
+    EXPECT_EQ(clock.DateLocalToUTC(twice), later);
+}
+
+TEST(PosixClock, LocalToUtc_OfATimeThatWasLeftOut_IsReadByTheRulesBefore) {
+    const ScopedVariable zone("TZ", kNewYork);
+    EXPECT_EQ(PosixClock().DateLocalToUTC({2024, 3, 10, 2, 30, 0, 0}), (DateTime{2024, 3, 10, 7, 30, 0, 0}));
+}
+
+TEST(PosixClock, TimeZoneOffset_IsUtcMinusLocalInHours) {
+    PosixClock clock;
+    {
+        const ScopedVariable zone("TZ", "EST5");
+        EXPECT_EQ(clock.TimeZoneOffset(), 5.0);
+    }
+    {
+        const ScopedVariable zone("TZ", kKolkata);
+        EXPECT_EQ(clock.TimeZoneOffset(), -5.5);
+    }
+    const ScopedVariable zone("TZ", "UTC0");
+    EXPECT_EQ(clock.TimeZoneOffset(), 0.0);
+}
+
+TEST(PosixClock, GetLocalTime_IsTheUtcTimeInTheZone) {
+    const ScopedVariable zone("TZ", kKolkata);
+    PosixClock clock;
+    const auto ordered = [](const DateTime& d) {
+        return std::tuple(d.year, d.month, d.day, d.hour, d.minute, d.second, d.millisecond);
+    };
+    const DateTime before = PosixClock::GetUtcTime();
+    const DateTime now = clock.DateLocalToUTC(clock.GetLocalTime());
+    const DateTime after = PosixClock::GetUtcTime();
+    EXPECT_LE(ordered(before), ordered(now));
+    EXPECT_LE(ordered(now), ordered(after));
+}
+
+TEST(PosixClock, TickAt_WrapsToSigned32Bits) {
+    using std::chrono::milliseconds, std::chrono::microseconds;
+    using TimePoint = std::chrono::steady_clock::time_point;
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(milliseconds(0))).value, 0);
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(microseconds(1999))).value, 1);
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(milliseconds(2147483647))).value, 2147483647);
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(milliseconds(2147483648))).value, -2147483647 - 1);
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(milliseconds(4294967295))).value, -1);
+    EXPECT_EQ(PosixClock::TickAt(TimePoint(milliseconds(4294967301))).value, 5);
+}
+
+TEST(PosixClock, Sleep_LastsAtLeastItsTime) {
+    PosixClock clock;
+    const Tick start = clock.GetTickCount();
+    clock.Sleep(5);
+    EXPECT_GE(clock.GetTickCount() - start, 5);
+}
+
+TEST(PosixClock, Sleep_OfNothingOrLess_ReturnsAtOnce) {
+    PosixClock clock;
+    const Tick start = clock.GetTickCount();
+    clock.Sleep(0);
+    clock.Sleep(-60000);
+    EXPECT_LT(clock.GetTickCount() - start, 5000);
+}
+
+}  // namespace
+}  // namespace kestrane

@@ -1,0 +1,232 @@
+#include "platform/posix/posix_processes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/posix/posix_clock.h"
+#include "platform/posix/posix_platform.h"
+#include "platform_posix/test_world.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::uint32_t kChange = 1536;
+constexpr std::uint32_t kLook = 1024;
+constexpr int kLimitMs = 10000;
+
+std::uint32_t IdOf(pid_t process) {
+    return static_cast<std::uint32_t>(process);
+}
+
+/// A process that does nothing until the end of the scope.
+class IdleChild {
+public:
+    IdleChild() : process_(fork()) {
+        if (process_ == 0) {
+            for (;;) {
+                pause();
+            }
+        }
+    }
+    ~IdleChild() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    IdleChild(const IdleChild&) = delete;
+    IdleChild& operator=(const IdleChild&) = delete;
+
+    std::uint32_t Id() const { return IdOf(process_); }
+
+private:
+    pid_t process_;
+};
+
+class ProcessesTest : public testing::Test {
+protected:
+    int ends_ = 0;
+    PosixProcesses processes_{[this] { ++ends_; }};
+};
+
+TEST_F(ProcessesTest, List_HoldsThisProgramUnderTheNameOfItsFile) {
+    const std::string own = std::filesystem::read_symlink("/proc/self/exe").filename();
+    const auto names = processes_.List();
+    EXPECT_NE(std::ranges::find(names, own), names.end());
+    EXPECT_EQ(std::ranges::find(names, std::string()), names.end());
+}
+
+TEST_F(ProcessesTest, CurrentProcess_HasItsIdAndWindowsHaveNone) {
+    EXPECT_EQ(processes_.CurrentProcessId(), IdOf(getpid()));
+    EXPECT_EQ(processes_.ProcessOfWindow(12345), 0U);
+}
+
+TEST_F(ProcessesTest, Open_OfNoProcess_IsRefused) {
+    std::uint32_t ended = 0;
+    {
+        const IdleChild child;
+        ended = child.Id();
+        const auto handle = processes_.Open(ended, kChange);
+        ASSERT_TRUE(handle);
+        processes_.Close(*handle);
+    }
+    EXPECT_FALSE(processes_.Open(ended, kLook));
+    EXPECT_FALSE(processes_.Open(0, kLook));
+}
+
+TEST_F(ProcessesTest, PriorityClass_IsSetAndReadBack) {
+    const IdleChild child;
+    const auto handle = processes_.Open(child.Id(), kChange);
+    ASSERT_TRUE(handle);
+    processes_.SetPriorityClass(*handle, 16384);
+    EXPECT_EQ(processes_.GetPriorityClass(*handle), 16384U);
+    processes_.SetPriorityClass(*handle, 64);
+    EXPECT_EQ(processes_.GetPriorityClass(*handle), 64U);
+    processes_.Close(*handle);
+}
+
+TEST_F(ProcessesTest, PriorityClass_ThatIsNone_ChangesNothing) {
+    const IdleChild child;
+    const auto handle = processes_.Open(child.Id(), kChange);
+    ASSERT_TRUE(handle);
+    processes_.SetPriorityClass(*handle, 16384);
+    for (const std::uint32_t value : {527U, 0U, 1U, 256U}) {
+        processes_.SetPriorityClass(*handle, value);
+        EXPECT_EQ(processes_.GetPriorityClass(*handle), 16384U) << value;
+    }
+    processes_.Close(*handle);
+}
+
+TEST_F(ProcessesTest, PriorityClass_OfAnEndedProcess_IsZero) {
+    std::optional<ProcessHandle> handle;
+    {
+        const IdleChild child;
+        handle = processes_.Open(child.Id(), kChange);
+        ASSERT_TRUE(handle);
+    }
+    processes_.SetPriorityClass(*handle, 16384);
+    EXPECT_EQ(processes_.GetPriorityClass(*handle), 0U);
+    processes_.Close(*handle);
+}
+
+/// Starts a script that tells about itself through a FIFO.
+class StartTest : public ProcessesTest {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(mkfifo(fifo_.c_str(), 0600), 0);
+        reader_ = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    }
+    void TearDown() override { ::close(reader_); }
+
+    std::string StartScript(const std::string& tells, std::string_view arguments) {
+        const auto script = folder_.Write("a program", "#!/bin/sh\necho \"" + tells + "\" > " + fifo_.string() + "\n");
+        std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+        processes_.Start(script.string(), arguments);
+        return Line();
+    }
+    std::string Line() const {
+        std::string line;
+        pollfd descriptor{reader_, POLLIN, 0};
+        while (!line.ends_with('\n') && poll(&descriptor, 1, kLimitMs) > 0) {
+            char letter = 0;
+            if (::read(reader_, &letter, 1) == 1) {
+                line += letter;
+            }
+        }
+        return line;
+    }
+
+    test::TemporaryFolder folder_;
+    std::filesystem::path fifo_ = folder_.Path() / "fifo";
+    int reader_ = -1;
+};
+
+TEST_F(StartTest, Start_SplitsTheArgumentsAtBlanks) {
+    EXPECT_EQ(StartScript("$#:$1:$2", " -c  \"quoted "), "2:-c:\"quoted\n");
+}
+
+TEST_F(StartTest, Start_WithoutArguments_PassesNone) {
+    EXPECT_EQ(StartScript("$#", " "), "0\n");
+}
+
+TEST_F(StartTest, StartedProgram_HasASessionOfItsOwnAndNoneOfOurFiles) {
+    const int ours = ::open("/dev/null", O_RDONLY);
+    const std::string probe = "$(cut -d' ' -f6 /proc/$$/stat) $$ $(test -e /proc/$$/fd/" + std::to_string(ours) +
+                              " && echo leaked) $(readlink /proc/$$/fd/0)";
+    std::istringstream told(StartScript(probe, ""));
+    ::close(ours);
+    std::string session;
+    std::string process;
+    std::string input;
+    told >> session >> process >> input;
+    EXPECT_FALSE(process.empty());
+    EXPECT_EQ(session, process);
+    EXPECT_EQ(input, "/dev/null");
+}
+
+TEST_F(StartTest, StartedProgram_LeavesNoZombie) {
+    const pid_t process = std::stoi(StartScript("$$", ""));
+    PosixClock clock;
+    const Tick start = clock.GetTickCount();
+    while (kill(process, 0) == 0 && clock.GetTickCount() - start < kLimitMs) {
+        clock.Sleep(1);
+    }
+    EXPECT_EQ(kill(process, 0), -1);
+    EXPECT_EQ(errno, ESRCH);
+}
+
+TEST_F(StartTest, Start_OfAMissingProgram_IsPassedOver) {
+    processes_.Start((folder_.Path() / "missing").string(), " -c");
+    processes_.Start("", "");
+    EXPECT_EQ(StartScript("still here", ""), "still here\n");
+}
+
+TEST_F(ProcessesTest, EndThisProcess_TellsTheOwner) {
+    processes_.EndThisProcess();
+    EXPECT_EQ(ends_, 1);
+}
+
+TEST(PosixPlatform, EndThisProcess_EndsTheLoopAfterTheRunningCall) {
+    PosixPlatform machine([](std::exception_ptr) { ADD_FAILURE() << "a call raised"; });
+    Platform services = machine.Services();
+    bool finished = false;
+    services.pump.Post(CallKind::Brief, [&] {
+        services.processes.EndThisProcess();
+        services.processes.EndThisProcess();
+        finished = true;
+    });
+    machine.pump.Run();
+    EXPECT_TRUE(finished);
+}
+
+TEST(PosixPlatform, SmallServices_AnswerForThisKindOfMachine) {
+    std::vector<std::string> logged;
+    PosixPlatform machine([](std::exception_ptr) {}, [&](std::string_view line) { logged.emplace_back(line); });
+    Platform services = machine.Services();
+    EXPECT_FALSE(services.systemInfo.GetVersion());
+    EXPECT_FALSE(services.systemInfo.TokenElevationType());
+    EXPECT_EQ(services.systemInfo.ShellAdminTest(), geteuid() == 0);
+    EXPECT_TRUE(services.utility.Available());
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(services.messageBoxes.Show("cannot be run", "Driver", MessageIcon::Critical), MessageAnswer::Ok);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Driver: cannot be run\n");
+    EXPECT_EQ(logged, (std::vector<std::string>{"Driver: cannot be run"}));
+}
+
+TEST(PosixPlatform, Astronomy_UsesTheSystemsUtcTime) {
+    const test::ScopedVariable zone("TZ", "EST5EDT,M3.2.0,M11.1.0");
+    PosixPlatform machine([](std::exception_ptr) {});
+    const double before = ErfaAstronomy(PosixClock::GetUtcTime).NowLst(0.0);
+    const double lst = machine.Services().astronomy.NowLst(0.0);
+    const double passed = lst >= before ? lst - before : lst - before + 24.0;
+    EXPECT_LT(passed, 10.0 / 3600.0);
+}
+
+}  // namespace
+}  // namespace kestrane

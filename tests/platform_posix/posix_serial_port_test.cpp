@@ -1,0 +1,296 @@
+#include "platform/posix/posix_serial_port.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/posix/posix_clock.h"
+#include "platform/posix/posix_serial_ports.h"
+#include "platform_posix/test_world.h"
+
+namespace kestrane {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Long enough for any I/O that does come; a test that waits it out has failed.
+constexpr int kLimitMs = 5000;
+
+/// The far end of a pseudo-terminal: what a mount would be.
+class FarEnd {
+public:
+    FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        grantpt(master_);
+        unlockpt(master_);
+        name_ = ptsname(master_);
+    }
+    ~FarEnd() { Close(); }
+    FarEnd(const FarEnd&) = delete;
+    FarEnd& operator=(const FarEnd&) = delete;
+
+    const std::string& Name() const { return name_; }
+
+    void Send(std::string_view bytes) const {
+        ASSERT_EQ(::write(master_, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+    std::string Receive(std::size_t count) const {
+        std::string bytes;
+        while (bytes.size() < count && Readable(kLimitMs)) {
+            char buffer[4096];
+            const ssize_t got = ::read(master_, buffer, std::min(sizeof buffer, count - bytes.size()));
+            if (got <= 0) {
+                break;
+            }
+            bytes.append(buffer, static_cast<std::size_t>(got));
+        }
+        return bytes;
+    }
+    bool Readable(int limitMs) const {
+        pollfd descriptor{master_, POLLIN, 0};
+        return poll(&descriptor, 1, limitMs) > 0 && (descriptor.revents & POLLIN) != 0;
+    }
+    void Close() {
+        if (master_ >= 0) {
+            ::close(std::exchange(master_, -1));
+        }
+    }
+
+private:
+    int master_;
+    std::string name_;
+};
+
+milliseconds ProcessorTime() {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return milliseconds(usage.ru_utime.tv_sec * 1000 + usage.ru_utime.tv_usec / 1000 + usage.ru_stime.tv_sec * 1000 +
+                        usage.ru_stime.tv_usec / 1000);
+}
+
+class SerialTest : public testing::Test {
+protected:
+    void Link(int number, const std::filesystem::path& device) {
+        const auto link = folder_.Path() / ("COM" + std::to_string(number));
+        std::filesystem::remove(link);
+        std::filesystem::create_symlink(device, link);
+    }
+    void OpenFirst() {
+        Link(1, farEnd_.Name());
+        ASSERT_EQ(port_.Open(1, 9600), 0);
+    }
+    std::string ReadAll(std::size_t count) {
+        std::string bytes;
+        while (bytes.size() < count) {
+            const std::string more = port_.Read(count - bytes.size(), kLimitMs);
+            if (more.empty()) {
+                break;
+            }
+            bytes += more;
+        }
+        return bytes;
+    }
+    /// Reads what must be silence, and checks that it lasted the time limit without spinning.
+    void ExpectSilence(int limitMs) {
+        const Tick start = clock_.GetTickCount();
+        const auto processorTime = ProcessorTime();
+        EXPECT_EQ(port_.Read(10, limitMs), "");
+        EXPECT_GE(clock_.GetTickCount() - start, limitMs);
+        EXPECT_LT(ProcessorTime() - processorTime, milliseconds(limitMs / 2));
+    }
+
+    test::TemporaryFolder folder_;
+    PosixClock clock_;
+    FarEnd farEnd_;
+    PosixSerialPort port_{folder_.Path(), milliseconds(20)};
+};
+
+TEST_F(SerialTest, NewPort_IsClosedReadsNothingAndSwallowsWrites) {
+    EXPECT_FALSE(port_.IsOpen());
+    port_.Write("x");
+    EXPECT_EQ(port_.Read(10, 0), "");
+    port_.Close();
+    EXPECT_FALSE(port_.IsOpen());
+}
+
+TEST_F(SerialTest, Open_OfANumberWithoutLink_GivesNoEntry) {
+    EXPECT_EQ(port_.Open(7, 9600), ENOENT);
+    EXPECT_EQ(port_.Open(0, 9600), ENOENT);
+    EXPECT_EQ(port_.Open(-1, 9600), ENOENT);
+    EXPECT_FALSE(port_.IsOpen());
+}
+
+TEST_F(SerialTest, Open_OfALinkToNothing_GivesNoEntry) {
+    Link(1, folder_.Path() / "gone");
+    EXPECT_EQ(port_.Open(1, 9600), ENOENT);
+}
+
+TEST_F(SerialTest, Open_OfSomethingElseThanATerminal_IsRefused) {
+    Link(1, folder_.Write("file", "text"));
+    EXPECT_EQ(port_.Open(1, 9600), ENOTTY);
+    EXPECT_FALSE(port_.IsOpen());
+}
+
+TEST_F(SerialTest, Open_AtASpeedThatNoDeviceKnows_IsRefused) {
+    Link(1, farEnd_.Name());
+    for (const int speed : {0, -1, 12345}) {
+        EXPECT_EQ(port_.Open(1, speed), EINVAL) << speed;
+        EXPECT_FALSE(port_.IsOpen()) << speed;
+    }
+    EXPECT_EQ(port_.Open(1, 9600), 0) << "the refusals left no lock behind";
+}
+
+TEST_F(SerialTest, Open_SetsARawLineOfEightBitsWithoutParityOrFlowControl) {
+    const std::pair<int, speed_t> speeds[] = {{9600, B9600}, {19200, B19200}, {115200, B115200}};
+    Link(1, farEnd_.Name());
+    const int look = ::open(farEnd_.Name().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    for (const auto& [speed, code] : speeds) {
+        ASSERT_EQ(port_.Open(1, speed), 0);
+        termios line{};
+        ASSERT_EQ(tcgetattr(look, &line), 0);
+        EXPECT_EQ(cfgetospeed(&line), code);
+        EXPECT_EQ(cfgetispeed(&line), code);
+        EXPECT_EQ(line.c_cflag & CSIZE, static_cast<tcflag_t>(CS8));
+        EXPECT_EQ(line.c_cflag & (PARENB | CSTOPB | CRTSCTS), 0U);
+        EXPECT_EQ(line.c_iflag & (IXON | IXOFF | ICRNL | INLCR | ISTRIP), 0U);
+        EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0U);
+        EXPECT_EQ(line.c_oflag & OPOST, 0U);
+    }
+    ::close(look);
+}
+
+TEST_F(SerialTest, EveryByte_PassesBothWaysUnchanged) {
+    OpenFirst();
+    std::string all;
+    for (int value = 0; value < 256; ++value) {
+        all += static_cast<char>(value);
+    }
+    port_.Write(all);
+    EXPECT_EQ(farEnd_.Receive(all.size()), all);
+    farEnd_.Send(all);
+    EXPECT_EQ(ReadAll(all.size()), all);
+}
+
+TEST_F(SerialTest, Read_GivesAtMostTheCountAndLeavesTheRest) {
+    OpenFirst();
+    farEnd_.Send("123456");
+    EXPECT_EQ(port_.Read(2, kLimitMs), "12");
+    EXPECT_EQ(port_.Read(0, kLimitMs), "");
+    EXPECT_EQ(ReadAll(4), "3456");
+}
+
+TEST_F(SerialTest, Read_ReturnsAsSoonAsBytesAreThere) {
+    OpenFirst();
+    std::thread mount([&] { farEnd_.Send("1"); });
+    EXPECT_EQ(port_.Read(100, kLimitMs), "1");
+    mount.join();
+}
+
+TEST_F(SerialTest, Read_OfASilentLine_LastsTheTimeLimit) {
+    OpenFirst();
+    ExpectSilence(20);
+}
+
+TEST_F(SerialTest, Read_WithoutTime_OnlyLooks) {
+    OpenFirst();
+    const Tick start = clock_.GetTickCount();
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(port_.Read(10, 0), "");
+    }
+    EXPECT_LT(clock_.GetTickCount() - start, 1000);
+}
+
+TEST_F(SerialTest, Open_PurgesNothing) {
+    const int holder = ::open(farEnd_.Name().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    OpenFirst();
+    farEnd_.Send("waiting");
+    ASSERT_EQ(port_.Read(1, kLimitMs), "w");
+    ASSERT_EQ(port_.Open(1, 9600), 0);
+    EXPECT_EQ(ReadAll(6), "aiting");
+    ::close(holder);
+}
+
+TEST_F(SerialTest, SecondPortOnTheSameLine_IsRefusedUntilTheFirstCloses) {
+    OpenFirst();
+    Link(2, farEnd_.Name());
+    PosixSerialPort second(folder_.Path());
+    EXPECT_EQ(second.Open(2, 9600), EWOULDBLOCK);
+    EXPECT_FALSE(second.IsOpen());
+    port_.Close();
+    EXPECT_EQ(second.Open(2, 9600), 0);
+    EXPECT_EQ(port_.Open(1, 9600), EWOULDBLOCK);
+}
+
+TEST_F(SerialTest, Open_OfAnOpenPort_OpensItAnew) {
+    OpenFirst();
+    EXPECT_EQ(port_.Open(1, 19200), 0);
+    EXPECT_TRUE(port_.IsOpen());
+    farEnd_.Send("ok");
+    EXPECT_EQ(ReadAll(2), "ok");
+}
+
+TEST_F(SerialTest, Write_ToALineThatTakesNothing_GivesUpAtItsLimit) {
+    OpenFirst();
+    const std::string flood(1024 * 1024, 'x');
+    port_.Write(flood);
+    EXPECT_TRUE(port_.IsOpen());
+    EXPECT_EQ(farEnd_.Receive(1000), std::string(1000, 'x'));
+}
+
+TEST_F(SerialTest, LineClosedInMidRead_ReadsAsSilenceForTheWholeLimit) {
+    OpenFirst();
+    std::thread unplug([&] { farEnd_.Close(); });
+    ExpectSilence(40);
+    unplug.join();
+}
+
+TEST_F(SerialTest, LineThatIsGone_StaysOpenSilentAndSwallowsWrites) {
+    OpenFirst();
+    farEnd_.Close();
+    ExpectSilence(40);
+    const Tick start = clock_.GetTickCount();
+    port_.Write("lost");
+    EXPECT_LT(clock_.GetTickCount() - start, 1000);
+    EXPECT_TRUE(port_.IsOpen());
+    EXPECT_EQ(port_.Read(10, 0), "");
+    port_.Close();
+    EXPECT_FALSE(port_.IsOpen());
+}
+
+TEST_F(SerialTest, LineThatIsGone_CannotBeOpenedUntilItIsBack) {
+    OpenFirst();
+    farEnd_.Close();
+    EXPECT_NE(port_.Open(1, 9600), 0);
+    EXPECT_FALSE(port_.IsOpen());
+
+    FarEnd back;
+    Link(1, back.Name());
+    ASSERT_EQ(port_.Open(1, 9600), 0);
+    back.Send("hello");
+    EXPECT_EQ(ReadAll(5), "hello");
+    port_.Write("there");
+    EXPECT_EQ(back.Receive(5), "there");
+}
+
+TEST(PosixSerialPorts, CreatePort_GivesAClosedPortOfTheDataFolder) {
+    const test::TemporaryFolder data;
+    test::FixedFolders folders(data.Path());
+    PosixSerialPorts ports(folders);
+    const FarEnd farEnd;
+    std::filesystem::create_directories(data.Path() / "Kestrane" / "Ports");
+    std::filesystem::create_symlink(farEnd.Name(), data.Path() / "Kestrane" / "Ports" / "COM12");
+
+    const auto port = ports.CreatePort();
+    EXPECT_FALSE(port->IsOpen());
+    EXPECT_EQ(port->Open(11, 9600), ENOENT);
+    EXPECT_EQ(port->Open(12, 9600), 0);
+    port->Write("ok");
+    EXPECT_EQ(farEnd.Receive(2), "ok");
+}
+
+}  // namespace
+}  // namespace kestrane
