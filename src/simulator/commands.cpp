@@ -405,10 +405,12 @@ Answer Execute(MountModel& mount, std::string_view version, std::string_view mou
         return Unknown();
     }
     if (!row->supported(mount.firmware)) {
-        return {Outcome::Unsupported, {}};
+        return {Outcome::Unsupported, {}, row->text};
     }
     Call call{mount, version, mountForm, command.substr(row->text.size())};
-    return row->handler(call);
+    Answer answer = row->handler(call);
+    answer.name = row->text;
+    return answer;
 }
 
 }  // namespace kestrane::simulator

@@ -17,6 +17,7 @@ enum class Outcome {
 struct Answer {
     Outcome outcome = Outcome::Done;
     std::vector<std::string> parts;
+    std::string_view name = {};  ///< the command without its argument; empty for an unknown one
 };
 
 /// Carries out one command, given without its frame.

@@ -57,7 +57,8 @@ ReplyMisbehaviour::ReplyMisbehaviour(std::string_view command, int times) : comm
 }
 
 void ReplyMisbehaviour::Change(SimulatedReply& reply) {
-    if (timesLeft_ == 0 || (!command_.empty() && command_ != reply.command)) {
+    const bool meant = command_.empty() || command_ == reply.name || command_ == reply.command;
+    if (timesLeft_ == 0 || !meant) {
         return;
     }
     timesLeft_ -= timesLeft_ == kEveryTime ? 0 : 1;

@@ -13,8 +13,8 @@ namespace kestrane {
 
 inline constexpr int kEveryTime = std::numeric_limits<int>::max();
 
-/// What all faults of single replies share: they wait for replies to one command ("" for any) and strike that many
-/// times, then no more.
+/// What all faults of single replies share: they wait for replies to one command ("GR"; "Sr" with whatever argument;
+/// "" for any) and strike that many times, then no more.
 class ReplyMisbehaviour : public Misbehaviour {
 public:
     void Change(SimulatedReply& reply) final;

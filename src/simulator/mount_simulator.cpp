@@ -53,7 +53,7 @@ public:
 private:
     std::int64_t NowUs() const { return nowMs_ * 1000; }
     void Carry(const std::string& command);
-    void Reply(const std::string& command, std::vector<std::string> parts);
+    void Reply(const std::string& command, Answer answer);
     void BabbleUntilNow();
 
     Clock& clock_;
@@ -109,16 +109,17 @@ void MountSimulator::Implementation::Carry(const std::string& command) {
             break;
         case Outcome::Done:
             if (!answer.parts.empty()) {
-                Reply(command, std::move(answer.parts));
+                Reply(command, std::move(answer));
             }
             break;
     }
 }
 
-void MountSimulator::Implementation::Reply(const std::string& command, std::vector<std::string> parts) {
+void MountSimulator::Implementation::Reply(const std::string& command, Answer answer) {
     SimulatedReply reply;
     reply.command = command;
-    for (std::string& part : parts) {
+    reply.name = answer.name;
+    for (std::string& part : answer.parts) {
         reply.parts.push_back({0, std::move(part)});
     }
     for (const auto& misbehaviour : misbehaviours) {

@@ -31,7 +31,8 @@ struct MountSimulatorOptions {
 /// A reply about to leave the mount, which a misbehaviour may change. Bytes go out in order, each part after its
 /// delay; no part is silence.
 struct SimulatedReply {
-    std::string command;  ///< what is answered, without frame: "GR"; "\5" commands as they are
+    std::string command;  ///< what is answered, without frame: "GR", "Sr12:34:56.7"
+    std::string name;     ///< the same without its argument: "GR", "Sr"
     struct Part {
         std::int32_t delayMs = 0;  ///< on top of the latency, from the part before
         std::string bytes;

@@ -1,0 +1,348 @@
+// A simulated mount on a pseudo-terminal, for trying the driver without hardware.
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <sys/signalfd.h>
+#include <system_error>
+#include <termios.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "platform/posix/posix_clock.h"
+#include "simulator/firmware.h"
+#include "simulator/mount_simulator.h"
+
+namespace kestrane {
+namespace {
+
+constexpr int kExitGood = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+constexpr int kLongestWaitMs = 60'000;  // the mount's time must be carried on now and then
+
+constexpr std::string_view kHelp =
+    "Usage: kestrane-mount-simulator [OPTION...]\n"
+    "Simulates a mount on a pseudo-terminal, whose name is the one line on standard output.\n"
+    "Runs until it is interrupted (Ctrl-C, SIGTERM).\n"
+    "\n"
+    "  --link PATH          makes PATH a symbolic link to the terminal; removed at the end\n"
+    "  --firmware NAME      version text: D, E3, EK5, S, U, VKC4-P01-03, VKC4-P02-08 (default), VKC5-P03-01, ...\n"
+    "  --latitude DEGREES   of the site, north positive (default 47)\n"
+    "  --longitude DEGREES  of the site, east positive (default 10)\n"
+    "  --slew-speed DEG/S   at the mount's slew rate 1200 (default 5)\n"
+    "  --unparked           starts tracking in the west, not parked\n"
+    "  --verbose            logs the line on standard error\n"
+    "  --help               shows this text\n";
+
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct Arguments {
+    MountSimulatorOptions mount;
+    std::optional<std::filesystem::path> link;
+    bool verbose = false;
+    bool help = false;
+};
+
+double NumberBetween(std::string_view option, std::string_view text, double lowest, double highest) {
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || stop != end || !(value >= lowest && value <= highest)) {
+        std::array<char, 64> range{};
+        std::snprintf(range.data(), range.size(), "%g to %g", lowest, highest);
+        throw UsageError(std::string(option) + " takes a number from " + range.data() + ", not '" + std::string(text) +
+                         "'");
+    }
+    return value;
+}
+
+std::string FirmwareNamed(std::string_view name) {
+    if (!simulator::IsKnownFirmware(name)) {
+        throw UsageError("no firmware is called '" + std::string(name) + "'; --help names those there are");
+    }
+    return std::string(name);
+}
+
+// clang-format off
+struct Option {
+    std::string_view name;
+    bool takesValue;
+    std::function<void(Arguments&, std::string_view)> apply;
+};
+
+std::vector<Option> Options() {
+    return {
+        {"--link",       true,  [](Arguments& a, std::string_view v) { a.link = std::filesystem::path(v); }},
+        {"--firmware",   true,  [](Arguments& a, std::string_view v) { a.mount.firmware = FirmwareNamed(v); }},
+        {"--latitude",   true,  [](Arguments& a, std::string_view v) { a.mount.latitude = NumberBetween("--latitude", v, -90, 90); }},
+        {"--longitude",  true,  [](Arguments& a, std::string_view v) { a.mount.longitudeWest = -NumberBetween("--longitude", v, -180, 360); }},
+        {"--slew-speed", true,  [](Arguments& a, std::string_view v) { a.mount.slewSpeed = NumberBetween("--slew-speed", v, 0.01, 1000); }},
+        {"--unparked",   false, [](Arguments& a, std::string_view)   { a.mount.parkedAtPowerOn = false; }},
+        {"--verbose",    false, [](Arguments& a, std::string_view)   { a.verbose = true; }},
+        {"--help",       false, [](Arguments& a, std::string_view)   { a.help = true; }},
+    };
+}
+// clang-format on
+
+// "--name value" and "--name=value".
+Arguments Parse(const std::vector<std::string_view>& words) {
+    const std::vector<Option> options = Options();
+    Arguments arguments;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::size_t equals = words[i].find('=');
+        const std::string_view name = words[i].substr(0, equals);
+        const auto option =
+            std::find_if(options.begin(), options.end(), [&](const Option& o) { return o.name == name; });
+        if (option == options.end()) {
+            throw UsageError("unknown option '" + std::string(name) + "'");
+        }
+        const bool joined = equals != std::string_view::npos;
+        if (joined && !option->takesValue) {
+            throw UsageError(std::string(name) + " takes no value");
+        }
+        if (option->takesValue && !joined && i + 1 == words.size()) {
+            throw UsageError(std::string(name) + " needs a value");
+        }
+        const bool next = option->takesValue && !joined;
+        option->apply(arguments, joined ? words[i].substr(equals + 1) : next ? words[++i] : std::string_view());
+    }
+    if (arguments.link && arguments.link->filename().empty()) {
+        throw UsageError("--link needs the path of a file");
+    }
+    return arguments;
+}
+
+[[noreturn]] void ThrowSystemError(const std::string& what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+class FileDescriptor {
+public:
+    FileDescriptor(int descriptor, const std::string& what) : descriptor_(descriptor) {
+        if (descriptor_ < 0) {
+            ThrowSystemError(what);
+        }
+    }
+    ~FileDescriptor() { close(descriptor_); }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    int Get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+/// The mount's end of a raw line. The other end is kept open here too, so that a client that leaves does not hang
+/// the line up.
+class PseudoTerminal {
+public:
+    PseudoTerminal()
+        : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK), "cannot open a pseudo-terminal"),
+          name_(Unlock(master_.Get())),
+          slave_(open(name_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), "cannot open " + name_) {
+        termios mode{};
+        if (tcgetattr(slave_.Get(), &mode) != 0) {
+            ThrowSystemError("cannot read the mode of " + name_);
+        }
+        cfmakeraw(&mode);
+        if (tcsetattr(slave_.Get(), TCSANOW, &mode) != 0) {
+            ThrowSystemError("cannot set the mode of " + name_);
+        }
+    }
+
+    const std::string& Name() const { return name_; }
+    int Descriptor() const { return master_.Get(); }
+
+    /// What has come by now; empty for nothing.
+    std::string Read() const {
+        std::array<char, 4096> buffer{};
+        const ssize_t count = read(master_.Get(), buffer.data(), buffer.size());
+        if (count < 0 && errno != EAGAIN && errno != EINTR && errno != EIO) {
+            ThrowSystemError("cannot read from " + name_);
+        }
+        return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+    }
+    /// What the line has no room for is lost, as on a wire that nobody listens to.
+    void Write(std::string_view bytes) const {
+        while (!bytes.empty()) {
+            const ssize_t count = write(master_.Get(), bytes.data(), bytes.size());
+            if (count < 0 && errno == EINTR) {
+                continue;
+            }
+            if (count <= 0) {
+                return;
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+    }
+
+private:
+    static std::string Unlock(int master) {
+        std::array<char, 128> name{};
+        if (grantpt(master) != 0 || unlockpt(master) != 0 || ptsname_r(master, name.data(), name.size()) != 0) {
+            ThrowSystemError("cannot unlock the pseudo-terminal");
+        }
+        return name.data();
+    }
+
+    FileDescriptor master_;
+    std::string name_;
+    FileDescriptor slave_;
+};
+
+/// A symbolic link to the terminal that stands as long as this object, if nobody else takes its place.
+class TerminalLink {
+public:
+    TerminalLink(std::filesystem::path path, std::string target) : path_(std::move(path)), target_(std::move(target)) {
+        namespace fs = std::filesystem;
+        const fs::file_status status = fs::symlink_status(path_);
+        if (fs::exists(status) && !fs::is_symlink(status)) {
+            throw std::runtime_error(path_.string() + " is in the way: it is no symbolic link");
+        }
+        const fs::path fresh = path_.string() + "." + std::to_string(getpid());
+        std::error_code error;
+        fs::create_symlink(target_, fresh, error);
+        if (!error) {
+            fs::rename(fresh, path_, error);
+        }
+        if (error) {
+            std::error_code ignored;
+            fs::remove(fresh, ignored);
+            throw std::system_error(error, "cannot make the link " + path_.string());
+        }
+    }
+    ~TerminalLink() {
+        std::error_code ignored;
+        if (std::filesystem::read_symlink(path_, ignored) == target_) {
+            std::filesystem::remove(path_, ignored);
+        }
+    }
+    TerminalLink(const TerminalLink&) = delete;
+    TerminalLink& operator=(const TerminalLink&) = delete;
+
+private:
+    std::filesystem::path path_;
+    std::string target_;
+};
+
+void LogBytes(Clock& clock, char direction, std::string_view bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        std::array<char, 8> escaped{};
+        const auto code = static_cast<unsigned>(static_cast<unsigned char>(byte));
+        std::snprintf(escaped.data(), escaped.size(), code < 0x20 || code > 0x7e ? "\\x%02x" : "%c", code);
+        text += escaped.data();
+    }
+    const DateTime now = clock.GetLocalTime();
+    std::fprintf(stderr, "%02d:%02d:%02d.%03d %c %s\n", now.hour, now.minute, now.second, now.millisecond, direction,
+                 text.c_str());
+}
+
+/// The signals that end the program, as something to wait for.
+int EndSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals, number);
+    }
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+/// Gathers what the mount sends up to the end of a reply, so that the log has a line for each.
+class ReplyLog {
+public:
+    explicit ReplyLog(Clock& clock) : clock_(clock) {}
+
+    void Add(std::string_view bytes, bool lineIsIdle) {
+        gathered_ += bytes;
+        if (!gathered_.empty() && (lineIsIdle || gathered_.back() == '#' || gathered_.size() >= 80)) {
+            LogBytes(clock_, '<', gathered_);
+            gathered_.clear();
+        }
+    }
+
+private:
+    Clock& clock_;
+    std::string gathered_;
+};
+
+void Serve(const PseudoTerminal& terminal, int endSignals, MountSimulator& mount, Clock& clock, bool verbose) {
+    ReplyLog replies(clock);
+    for (;;) {
+        const int wait = std::min(mount.NextByteIn().value_or(kLongestWaitMs), kLongestWaitMs);
+        std::array<pollfd, 2> waiting{{{terminal.Descriptor(), POLLIN, 0}, {endSignals, POLLIN, 0}}};
+        if (poll(waiting.data(), waiting.size(), wait) < 0 && errno != EINTR) {
+            ThrowSystemError("cannot wait for the line");
+        }
+        if (waiting[1].revents != 0) {
+            return;
+        }
+        if (const std::string bytes = terminal.Read(); !bytes.empty()) {
+            if (verbose) {
+                LogBytes(clock, '>', bytes);
+            }
+            mount.Write(bytes);
+        }
+        if (const std::string bytes = mount.Read(4096); !bytes.empty()) {
+            if (verbose) {
+                replies.Add(bytes, !mount.NextByteIn());
+            }
+            terminal.Write(bytes);
+        }
+    }
+}
+
+int Run(const Arguments& arguments) {
+    const FileDescriptor endSignals(EndSignals(), "cannot wait for signals");
+    const PseudoTerminal terminal;
+    std::optional<TerminalLink> link;
+    if (arguments.link) {
+        link.emplace(*arguments.link, terminal.Name());
+    }
+    PosixClock clock;
+    MountSimulator mount(clock, arguments.mount);
+    std::printf("%s\n", terminal.Name().c_str());
+    std::fflush(stdout);
+    Serve(terminal, endSignals.Get(), mount, clock, arguments.verbose);
+    return kExitGood;
+}
+
+}  // namespace
+}  // namespace kestrane
+
+int main(int count, char** words) {
+    try {
+        const kestrane::Arguments arguments = kestrane::Parse({words + 1, words + count});
+        if (arguments.help) {
+            std::fwrite(kestrane::kHelp.data(), 1, kestrane::kHelp.size(), stdout);
+            return kestrane::kExitGood;
+        }
+        return kestrane::Run(arguments);
+    } catch (const kestrane::UsageError& error) {
+        std::fprintf(stderr, "kestrane-mount-simulator: %s\nTry 'kestrane-mount-simulator --help'.\n", error.what());
+        return kestrane::kExitUsage;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kestrane-mount-simulator: %s\n", error.what());
+        return kestrane::kExitFailed;
+    }
+}
