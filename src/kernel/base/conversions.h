@@ -18,7 +18,9 @@ double Val_US(std::string_view text, Log& log);
 bool IsAllDigits(std::string_view text);
 /// Digits after a point: "25" is 0.25.
 double FractionValue(std::string_view digits);
+/// Whether the C locale writes numbers with a point.
 bool UsesDecimalPoint();
+/// Digits with at most one point or comma, blanks around them, a sign before and an exponent behind them allowed.
 bool IsNumericText(std::string_view text);
 
 /// `value` by a pattern of "0", "#" and ".", rounded half away from zero, with a point. An empty pattern is the
@@ -32,7 +34,8 @@ bool ParseProtocolDegrees(std::string_view text, double& degrees, Log& log);
 double ProtocolHours(std::string_view text, Log& log);
 double ProtocolDegrees(std::string_view text, Log& log);
 
-/// Signed decimal integer of 16 bits; false for any other character, or beyond its range.
+/// Signed decimal integer of 16 bits; false for any other character, or for a magnitude above 32767, when `value` stays
+/// as it was. No digits at all are 0.
 bool TryParseInteger(std::string_view text, std::int16_t& value);
 
 /// Sexagesimal text with the given delimiters after hours (degrees), minutes and seconds; whole parts have two
@@ -55,7 +58,9 @@ double AngularDistance(double ra1, double dec1, double ra2, double dec2);
 
 /// Horizontal to equatorial: false for a latitude or altitude outside -90 to 90 or an azimuth above 360.
 bool AltAzToHaDec(double latitude, double altitude, double azimuth, double& hourAngle, double& declination);
-/// Equatorial to horizontal for RA and sidereal time in hours, the rest in degrees.
+/// Equatorial to horizontal, all in degrees; the azimuth from north through east, 0 to 360.
+void HaDecToAltAz(double latitude, double hourAngleDegrees, double dec, double& altitude, double& azimuth);
+/// The same for RA and sidereal time in hours, the rest in degrees.
 void RaDecToAltAz(double latitude, double siderealTime, double ra, double dec, double& altitude, double& azimuth);
 
 }  // namespace kestrane

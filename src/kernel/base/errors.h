@@ -22,6 +22,7 @@ enum class ErrorNumber : std::uint32_t {
     ValueNotSet = 0x80040403,
     NotConnected = 0x80040404,
     OutOfRange = 0x80040405,
+    SyncTargetIncomplete = 0x80040407,
     IllegalWhileParked = 0x80040409,
     InvalidOperation = 0x8004040b,
     ActionNotImplemented = 0x8004040c,
@@ -64,8 +65,11 @@ class RunTimeError : public DriverError {
 public:
     static constexpr std::uint32_t kInvalidProcedureCall = 5;
     static constexpr std::uint32_t kOverflow = 6;
+    static constexpr std::uint32_t kSubscriptOutOfRange = 9;
     static constexpr std::uint32_t kTypeMismatch = 13;
+    static constexpr std::uint32_t kFileAccess = 75;
     static constexpr std::uint32_t kObjectNotSet = 91;
+    static constexpr std::uint32_t kInvalidUseOfNull = 94;
 
     RunTimeError(std::uint32_t number, std::string message);
 };

@@ -40,7 +40,8 @@ public:
     virtual void Show(bool visible) = 0;
 };
 
-/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order.
+/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order. One that is not
+/// set, or that fails, counts as its harmless answer (an empty text, "unknown", false).
 struct LogFileFacts {
     std::function<std::string()> logFileDir;     ///< setting `LogFileDir`; empty for the common folder
     std::function<std::string()> controller;     ///< setting `Controller`, "0" to "4" or another text
@@ -88,12 +89,18 @@ public:
     void SetListener(Listener listener) { listener_ = std::move(listener); }
 
 private:
+    void ChooseFolder();
+    void WriteHeader();
+    void FeedWindow(std::string_view line);
+    void ShowWindow(bool visible);
+
     LogState& state_;
     Clock& clock_;
     LogFileFacts facts_;
     LogWindow* window_ = nullptr;
     std::ofstream stream_;
     std::filesystem::path fileName_;
+    std::string commonFolder_;  ///< the folder taken where none is set; made anew at each open
     Listener listener_;
 };
 

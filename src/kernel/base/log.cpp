@@ -1,0 +1,250 @@
+#include "kernel/base/log.h"
+
+#include <array>
+#include <limits>
+#include <system_error>
+
+#include "kernel/base/application_info.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/text.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::size_t kOriginWidth = 16;
+constexpr std::size_t kLineNumberWidth = 6;
+constexpr std::size_t kDateWidth = 10;
+constexpr std::size_t kWindowLimit = 20000;
+constexpr std::size_t kWindowKept = 10000;
+
+constexpr std::int32_t kFocuserColour = 11823615;
+constexpr std::int32_t kSentColour = 0xE0E0E0;
+constexpr std::int32_t kReplyColour = 0x1FFFF;
+constexpr std::int32_t kAscomColour = 91903;
+constexpr std::int32_t kOtherColour = 255;
+
+constexpr std::array<std::string_view, 5> kLevels{"Info     ", "Warning  ", "Error    ", "Fatal    ", "Exception"};
+constexpr std::array<std::string_view, 5> kControllers{"VTRKC1", "VTRKC2", "VTRKC3", "VTRKC4", "VTRKC5"};
+constexpr std::array<std::string_view, 4> kPositionQueries{":GD#", ":GR#", ":GZ#", ":GA#"};
+
+void AppendPadded(std::string& text, int value, std::size_t width) {
+    const std::string digits = std::to_string(value);
+    text.append(width > digits.size() ? width - digits.size() : 0, '0').append(digits);
+}
+
+std::string LevelText(int level) {
+    const auto index = static_cast<std::size_t>(level);
+    return level >= 0 && index < kLevels.size() ? std::string(kLevels[index]) : std::to_string(level);
+}
+
+std::string ControllerText(std::string setting) {
+    if (setting.size() == 1 && setting[0] >= '0' && setting[0] <= '4') {
+        return std::string(kControllers[static_cast<std::size_t>(setting[0] - '0')]);
+    }
+    return setting;
+}
+
+bool Contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+bool IsPositionQuery(std::string_view line) {
+    for (std::string_view query : kPositionQueries) {
+        if (Contains(line, query)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+struct WindowChoice {
+    bool show = true;
+    std::int32_t colour = kOtherColour;
+};
+
+WindowChoice ChooseTelescopeLine(std::string_view line, LogState& state) {
+    if (!state.g_bShowTelescope) {
+        return {false, kOtherColour};
+    }
+    if (Contains(line, " TX=")) {
+        if (state.g_bShowNoRaDec && IsPositionQuery(line)) {
+            state.g_bSuppressNextReply = true;
+            return {false, kSentColour};
+        }
+        return {true, kSentColour};
+    }
+    if (state.g_bShowNoRaDec && state.g_bSuppressNextReply) {
+        state.g_bSuppressNextReply = false;
+        return {false, kReplyColour};
+    }
+    return {true, kReplyColour};
+}
+
+// The order of the tests matters: one line may hold several of the words.
+WindowChoice ChooseForWindow(std::string_view line, LogState& state) {
+    if (Contains(line, "FOCUSER")) {
+        return {state.g_bShowFocuser, kFocuserColour};
+    }
+    if (Contains(line, "Driver") || Contains(line, "Counterweight")) {
+        return ChooseTelescopeLine(line, state);
+    }
+    if (Contains(line, "ASCOM")) {
+        return {state.g_bShowAscom, kAscomColour};
+    }
+    return {};
+}
+
+/// The answer of one fact; `fallback` when nobody gives it or the asking fails: a log never fails its caller.
+template <typename Answer>
+Answer Ask(const std::function<Answer()>& fact, Answer fallback) {
+    if (!fact) {
+        return fallback;
+    }
+    try {
+        return fact();
+    } catch (const DriverError&) {
+        return fallback;
+    }
+}
+
+}  // namespace
+
+void Log::LogMessage(std::string_view origin, LogLevel level, std::string_view message) {
+    LogMessage(origin, static_cast<int>(level), message);
+}
+
+void Log::LogMessage(std::string_view origin, int level, std::string_view message) {
+    if (!state_.g_bDebugLog) {
+        return;
+    }
+    const std::string text = ReplaceAll(message, "\r\n", "");
+    std::string line = GetTimestamp();
+    line.append(": ").append(origin);
+    line.append(origin.size() < kOriginWidth ? kOriginWidth - origin.size() : 0, ' ');
+    line.append(": ").append(LevelText(level)).append(" : ").append(text);
+    if (!state_.g_bLogPaused) {
+        WriteLogLine(line);
+    }
+    FeedWindow(std::string_view(line).substr(kDateWidth));
+    if (listener_) {
+        listener_(origin, level, text);
+    }
+}
+
+void Log::FeedWindow(std::string_view line) {
+    const WindowChoice choice = ChooseForWindow(line, state_);
+    if (window_ == nullptr || !choice.show || !window_->Visible()) {
+        return;
+    }
+    if (window_->TextLength() > kWindowLimit) {
+        window_->KeepLast(kWindowKept);
+    }
+    window_->Append(line, choice.colour);
+}
+
+void Log::OpenLog() {
+    if (IsOpen()) {
+        return;
+    }
+    ChooseFolder();
+    if (state_.g_sLogDir.empty()) {
+        return;
+    }
+    fileName_ = std::filesystem::path(state_.g_sLogDir) / ("KS_ASCOM_" + GetFileTimestamp() + ".log");
+    // Without a buffer each line goes to the system in one write, so that a killed process loses no line, and what a
+    // full disk refused is not kept and tried again.
+    stream_ = std::ofstream();
+    stream_.rdbuf()->pubsetbuf(nullptr, 0);
+    stream_.open(fileName_, std::ios::binary | std::ios::trunc);
+    state_.g_nLogLine = 0;
+    WriteHeader();
+}
+
+void Log::ChooseFolder() {
+    if (state_.g_sLogDir.empty()) {
+        state_.g_sLogDir = Ask<std::string>(facts_.logFileDir, "");
+    }
+    if (state_.g_sLogDir.empty()) {
+        const auto common = Ask<std::filesystem::path>(facts_.commonAppData, {});
+        commonFolder_ = common.empty() ? std::string{} : (common / "Kestrane" / "ASCOM" / "Logs").string();
+        state_.g_sLogDir = commonFolder_;
+    }
+    if (!commonFolder_.empty() && state_.g_sLogDir == commonFolder_) {
+        std::error_code ignored;
+        std::filesystem::create_directories(commonFolder_, ignored);
+    }
+}
+
+void Log::WriteHeader() {
+    // The facts are read line by line: reading one may itself log, and that line belongs before the fact's own.
+    WriteLogLine("# KS ASCOM Driver - " + std::string(application::kDriverVersion));
+    WriteLogLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "2")));
+    WriteLogLine("# Mount Type: " + Ask<std::string>(facts_.mountTypeName, ""));
+    WriteLogLine("# O/S: " + Ask<std::string>(facts_.osName, "unknown"));
+    WriteLogLine("# Admin: " + std::string(TrueFalse(Ask<bool>(facts_.isAdmin, false))));
+}
+
+void Log::CloseLog() {
+    if (IsOpen()) {
+        stream_.close();
+    }
+}
+
+void Log::ToggleLog(bool showWindow) {
+    if (state_.g_bDebugLog) {
+        OpenLog();
+        ShowWindow(showWindow);
+    } else {
+        ShowWindow(false);
+        CloseLog();
+    }
+}
+
+void Log::ShowWindow(bool visible) {
+    if (window_ != nullptr) {
+        window_->Show(visible);
+    }
+}
+
+void Log::WriteLogLine(std::string_view line) {
+    if (!IsOpen()) {
+        return;
+    }
+    std::string text;
+    text.reserve(line.size() + kLineNumberWidth + 2);
+    if (state_.g_nLogLine >= 0) {
+        if (state_.g_nLogLine < std::numeric_limits<std::int32_t>::max()) {
+            ++state_.g_nLogLine;
+        }
+        AppendPadded(text, state_.g_nLogLine, kLineNumberWidth);
+        text += ' ';
+    }
+    text.append(line) += '\n';
+    stream_.clear();  // a line that the disk refused does not keep the next one out
+    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+std::string Log::GetTimestamp() {
+    const DateTime now = clock_.GetLocalTime();
+    std::string text = std::to_string(now.year);
+    AppendPadded(text += '-', now.month, 2);
+    AppendPadded(text += '-', now.day, 2);
+    AppendPadded(text += ' ', now.hour, 2);
+    AppendPadded(text += ':', now.minute, 2);
+    AppendPadded(text += ':', now.second, 2);
+    AppendPadded(text += '.', now.millisecond, 3);
+    return text;
+}
+
+std::string Log::GetFileTimestamp() {
+    const DateTime now = clock_.GetLocalTime();
+    std::string text = std::to_string(now.year);
+    AppendPadded(text += '-', now.month, 2);
+    AppendPadded(text += '-', now.day, 2);
+    AppendPadded(text += '_', now.hour, 2);
+    AppendPadded(text += '-', now.minute, 2);
+    AppendPadded(text += '-', now.second, 2);
+    return text;
+}
+
+}  // namespace kestrane
