@@ -33,10 +33,11 @@ void OptionButton::Checked(bool checked) {
 }
 
 void ListControl::ListItems(std::vector<std::string> items) {
-    const bool sameItems = !Write(&ControlValues::listItems, std::move(items), Property::ListItems);
-    if (!sameItems) {
+    if (items != ListItems()) {
+        // The index first, so that it never points outside the list.
         Write(&ControlValues::listIndex, -1, Property::ListIndex);
     }
+    Write(&ControlValues::listItems, std::move(items), Property::ListItems);
 }
 
 void ListControl::ListIndex(std::int32_t index) {
