@@ -326,11 +326,11 @@ TEST_F(CompanionConnectTest, ConfiguredButUnproved_IsAskedAgainAfterFifteenSecon
     EXPECT_TRUE(driver->state.g_bQuayConfigured);
     EXPECT_FALSE(driver->state.g_bQuayLink);
     EXPECT_EQ(TimesLogged("QUAY Not found!"), 1);
-    machine.AdvanceTime(14'000);
+    machine.AdvanceTime(12'000);
     EXPECT_EQ(TimesLogged("QUAY Not found!"), 1);
-    machine.AdvanceTime(4'000);
+    machine.AdvanceTime(5'000);
     EXPECT_EQ(TimesLogged("QUAY Not found!"), 2);
-    machine.AdvanceTime(57'000);
+    machine.AdvanceTime(55'000);
     EXPECT_EQ(TimesLogged("QUAY Not found!"), 2);
     machine.AdvanceTime(8'000);
     EXPECT_EQ(TimesLogged("QUAY Not found!"), 3);

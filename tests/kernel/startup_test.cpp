@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "kernel/companion.h"
+#include "link/class_tcp_comm.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -84,7 +85,9 @@ INSTANTIATE_TEST_SUITE_P(Settings, LogAtStartTest,
                          testing::Values(LogRow{"0", false}, LogRow{"1", true}, LogRow{"2", true}, LogRow{"", false}));
 
 TEST_F(StartupTest, FirstReaderOfTheLogSetting_FreezesItsDefault) {
-    Start();
+    driver = Main(machine.Services(), true);
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_FALSE(driver->state.g_bDebugLog);
     EXPECT_EQ(driver->persist.ReadIniValue("chkEnableDebugLog", "1"), "0");
 }
 

@@ -54,9 +54,9 @@ protected:
     /// Writes settings as an earlier process would have left them.
     void Seed(const std::vector<std::pair<std::string, std::string>>& settings) {
         LogState logState;
-        Log log(logState, machine.clock);
+        Log quietLog(logState, machine.clock);
         SwallowLedger ledger;
-        Persist persist(PersistNeeds{logState, log, machine.clock, machine.folders, machine.messageBoxes, ledger});
+        Persist persist(PersistNeeds{logState, quietLog, machine.clock, machine.folders, machine.messageBoxes, ledger});
         for (const auto& [key, value] : settings) {
             persist.WriteIniValue(key, value);
         }
@@ -64,8 +64,8 @@ protected:
 
     /// Starts the process, as a client's request does, with its log lines kept in `log`.
     Driver& Start() {
+        Seed({{"chkEnableDebugLog", "1"}});
         driver = Main(machine.Services(), true);
-        driver->state.g_bDebugLog = true;
         driver->log.SetListener([this](std::string_view origin, int level, std::string_view message) {
             log.push_back({std::string(origin), level, std::string(message)});
         });
