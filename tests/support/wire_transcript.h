@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "support/virtual_clock.h"
@@ -29,8 +31,9 @@ namespace kestrane {
 ///
 /// Calls are made, and bytes arrive, when the script says so; all else must come to pass in the order and at the times
 /// of the script. A line that does not come, a write that does not stand there, and a byte that nobody reads each fail.
-/// Results, silences and log lines that the script does not name are passed over. Bytes that do not print are written
-/// as \x05, and a backslash as \\. Blanks at the end of a line do not count. "#" begins a line that is a comment.
+/// Results, silences and log lines that the script does not name are passed over; two calls, one inside the other, are
+/// told apart by their results alone. Bytes that do not print are written as \x05, and a backslash as \\. Blanks at the
+/// end of a line do not count. "#" begins a line that is a comment.
 ///
 ///     WireTranscript transcript(machine.clock, machine.pump, R"(
 ///         # A client asks; the mount answers after 20 ms.
@@ -123,6 +126,7 @@ private:
     std::int64_t startMs_ = 0;
     bool playing_ = false;
     std::size_t next_ = 0;  ///< the line that must come to pass next
+    int runningCalls_ = 0;  ///< one inside the other
     std::deque<ArrivingByte> arriving_;
     std::string difference_;
 };
