@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,6 +23,8 @@ struct PersistNeeds {
     Folders& folders;
     MessageBoxes& messageBoxes;
     SwallowLedger& ledger;
+    /// Makes the settings file's object; empty: the usual one. One that gives null leaves only the legacy file.
+    std::function<std::unique_ptr<Database>()> createDatabase = {};
 };
 
 /// Named settings: a text under a text key, in any case of the key. Reads go to the settings file, then to the
@@ -47,10 +51,18 @@ public:
     /// While true, `WriteIniValue` logs but stores nothing.
     bool PreventWrites = false;
 
-    /// Null when the settings file could not be opened.
+    /// The legacy ini file, which may not exist yet.
+    const std::filesystem::path& LegacyFile() const { return legacyFile_; }
+
+    /// Null when there is no settings file at all. A file that could not be opened has an object all the same, all of
+    /// whose operations fail.
     Database* database() { return m_db.get(); }
 
 private:
+    std::unique_ptr<Database> CreateDatabase();
+    void ShowFailure(std::string_view text);
+    void LogAccess(std::string_view origin, std::string_view variable, std::string_view value);
+
     PersistNeeds needs_;
     std::unique_ptr<Database> m_db;
     std::filesystem::path legacyFile_;

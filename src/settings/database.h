@@ -1,0 +1,136 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/system_services.h"
+#include "settings/records.h"
+#include "settings/row_set.h"
+
+struct sqlite3;
+
+namespace kestrane {
+
+/// What the settings file needs of the machine and of the base.
+struct DatabaseNeeds {
+    Log& log;
+    Folders& folders;
+    MessageBoxes& messageBoxes;
+    SwallowLedger& ledger;
+};
+
+/// The settings file: `Kestrane/Settings.ksdb` in the common data folder, one SQLite file shared with other programs.
+/// The only class that speaks SQL. Each call is one or two statements that stand alone, without a cache and without a
+/// transaction around them, so that a kill at any moment leaves the file whole and loses at most the call under way.
+///
+/// Keys are stored and found in lower case. Values come back as they were stored, whatever they hold. A key that
+/// holds an apostrophe fails before it reaches SQL.
+///
+/// Every member that returns a flag returns false on a failure, which is noted in the ledger and told nobody else;
+/// `TryDeleteSetting` is the exception. With no file open all of them fail. Logic thread only.
+class Database {
+public:
+    static constexpr std::string_view kFileName = "Settings.ksdb";
+
+    /// Opens the file, making folder, file and missing tables. A failure shows a message box and leaves no file open.
+    explicit Database(DatabaseNeeds needs);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Opens the file again after a failure; on an open one it only shows the message box "Db already set!".
+    void Open();
+    bool IsOpen() const { return connection_ != nullptr; }
+    const std::filesystem::path& DatabasePath() const { return path_; }
+
+    /// True when the row now holds `value`. An equal value is not written; a changed one leaves an audit row.
+    bool SetDriverSetting(std::string_view property, std::string_view value);
+    /// True when the statement ran; `value` is `fallback` when there is no row. Unchanged on a failure.
+    bool GetDriverSetting(std::string_view property, std::string& value, std::string_view fallback);
+    bool SetSetting(std::string_view property, std::string_view value) { return SetDriverSetting(property, value); }
+    bool GetSetting(std::string_view property, std::string& value, std::string_view fallback) {
+        return GetDriverSetting(property, value, fallback);
+    }
+    /// Always false. A key that lives among the common settings survives it. Raises what the statement raises.
+    bool TryDeleteSetting(std::string_view property);
+    /// True when there are rows; so with all members of this kind. Rows come in the order of the table.
+    bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
+
+    bool SetCommonSetting(std::string_view property, std::string_view value);
+    bool GetCommonSetting(std::string_view property, std::string& value, std::string_view fallback);
+    bool GetAllCommonSettings(RecordArray<PropValue>& propValList);
+
+    /// True when a row changed. A record of id 0, or whose row has vanished, is inserted and `isNew` comes back true;
+    /// the id of the new row is not read back. So with all members of this kind.
+    bool SetGotoAltAz(const GotoAltAz& obj, bool& isNew);
+    bool SetGotoRaDec(const GotoRaDec& obj, bool& isNew);
+    /// A name that already stands on another row changes nothing: false.
+    bool SetSite(const Site& obj, bool& isNew);
+    bool SetParkPosition(const ParkPosition& obj, bool& isNew);
+
+    /// True when the statement ran, also when no row had that id.
+    bool DeleteGotoAltAz(std::int16_t id);
+    bool DeleteGotoRaDec(std::int16_t id);
+    bool DeleteSite(std::int16_t id);
+
+    bool GetAllGotoAltAz(RecordArray<GotoAltAz>& altazArray);
+    bool GetAllGotoRaDec(RecordArray<GotoRaDec>& radecArray);
+    /// Longitude and latitude come in their normal form (see `NormalizeSiteText`). One site whose text has not its
+    /// four fields fails the whole call.
+    bool GetAllSites(RecordArray<Site>& sitesArray);
+    bool GetAllParkPositions(RecordArray<ParkPosition>& parkArray);
+
+    struct NoCase {
+        using is_transparent = void;
+        bool operator()(std::string_view left, std::string_view right) const;
+    };
+    using KeyMap = std::map<std::string, std::string, NoCase>;
+    /// Keys that live among the common settings, by the driver's name and by the common one; matched in any case.
+    const KeyMap& PropertyToCommon() const { return propertyToCommon_; }
+    const KeyMap& CommonToProperty() const { return commonToProperty_; }
+
+private:
+    struct CloseConnection {
+        void operator()(sqlite3* connection) const;
+    };
+
+    void CreateSchema();
+    bool TableExists(std::string_view table);
+    /// Runs the one statement in `sql`.
+    RowSet Run(std::string_view sql);
+    /// Rows changed by the last statement that could change any.
+    int Changes() const;
+    std::string LocalNow();
+
+    bool ReadValue(std::string_view table, std::string_view property, std::string& value, std::string_view fallback);
+    bool WriteValue(std::string_view table, std::string_view property, std::string_view value,
+                    std::string_view oldValue);
+    bool WriteAudit(std::string_view table, std::string_view property, std::string_view oldValue,
+                    std::string_view newValue);
+
+    bool SaveRecord(std::string_view procedure, const std::function<PropertyValue(std::string_view)>& getProperty,
+                    bool& isNew, std::string_view table, std::span<const std::string_view> columns);
+    bool DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id);
+    template <typename Record>
+    bool ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
+                 Record (*read)(const RowSet&));
+
+    DatabaseNeeds needs_;
+    KeyMap propertyToCommon_;
+    KeyMap commonToProperty_;
+    std::filesystem::path path_;
+    std::unique_ptr<sqlite3, CloseConnection> connection_;
+};
+
+/// `text` as it may stand between two apostrophes of a statement.
+std::string EscapedForSql(std::string_view text);
+
+}  // namespace kestrane

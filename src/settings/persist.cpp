@@ -1,0 +1,113 @@
+#include "settings/persist.h"
+
+#include <system_error>
+
+#include "kernel/base/application_info.h"
+#include "kernel/base/conversions.h"
+#include "settings/database.h"
+#include "settings/legacy_ini.h"
+
+namespace kestrane {
+namespace {
+
+/// Stands for "there is no row" when the settings file is asked. The settings file itself uses another one.
+constexpr std::string_view kNoRow = "****####";
+
+constexpr std::string_view kLegacySection = "[default]";
+
+}  // namespace
+
+Persist::Persist(PersistNeeds needs) : needs_(std::move(needs)) {
+    const std::filesystem::path folder = needs_.folders.CommonAppData() / "Kestrane";
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);
+    ResumeNext errors{needs_.ledger, "Persist"};
+    errors.Assign(m_db, [&] { return CreateDatabase(); });
+    if (!m_db) {
+        ShowFailure("Failed to open database");
+    }
+    std::filesystem::create_directories(folder / "ASCOM", ignored);
+    legacyFile_ = folder / "ASCOM" / "ks.ini";
+}
+
+Persist::~Persist() = default;
+
+std::unique_ptr<Database> Persist::CreateDatabase() {
+    if (needs_.createDatabase) {
+        return needs_.createDatabase();
+    }
+    return std::make_unique<Database>(DatabaseNeeds{needs_.log, needs_.folders, needs_.messageBoxes, needs_.ledger});
+}
+
+void Persist::ShowFailure(std::string_view text) {
+    needs_.messageBoxes.Show(text, application::kTitle, MessageIcon::Critical);
+}
+
+std::string Persist::ReadIniValue(std::string_view variable, std::string_view fallback) {
+    std::string value;
+    if (!m_db) {
+        ShowFailure("ReadIniValue: No DB initialized!");
+        value = fallback;
+    } else if (!m_db->GetSetting(variable, value, kNoRow)) {
+        value = fallback;
+    } else if (value == kNoRow) {
+        value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
+        m_db->SetSetting(variable, value);
+    }
+    if (value == "false") {
+        value = "False";
+    } else if (value == "true") {
+        value = "True";
+    }
+    LogAccess("ReadIniValue", variable, value);
+    return value;
+}
+
+void Persist::WriteIniValue(std::string_view variable, std::string_view value) {
+    if (!m_db) {
+        ShowFailure("WriteIniValue: No DB initialized!");
+        return;
+    }
+    LogAccess("WriteIniValue", variable, value);
+    if (!PreventWrites) {
+        m_db->SetSetting(variable, value);
+    }
+}
+
+void Persist::LogAccess(std::string_view origin, std::string_view variable, std::string_view value) {
+    if (needs_.logState.g_bDebugLog) {
+        needs_.log.LogMessage(origin, LogLevel::Info, std::string(variable).append("=>'").append(value).append("'"));
+    }
+}
+
+void Persist::TryDeleteIniValue(std::string_view variable) {
+    if (m_db) {
+        ResumeNext errors{needs_.ledger, "Persist.TryDeleteIniValue"};
+        errors.Step([&] { m_db->TryDeleteSetting(variable); });
+    }
+}
+
+std::string Persist::GetAllValues() {
+    if (!m_db) {
+        return ReadAllLegacyValues(legacyFile_);
+    }
+    std::string all;
+    RecordArray<PropValue> settings;
+    if (!m_db->GetAllDriverSettings(settings)) {
+        return all;
+    }
+    // From the empty slot up to the row before the last: the walk ends at its first step, which tools know.
+    for (std::size_t slot = 0; slot + 1 < settings.size(); ++slot) {
+        if (!settings[slot]) {
+            throw RunTimeError(RunTimeError::kObjectNotSet, "Object variable or With block variable not set");
+        }
+        all.append(settings[slot]->Name).append("=").append(settings[slot]->Value).append(",");
+    }
+    return all;
+}
+
+bool Persist::ReadFlag(const SettingKey& key) {
+    return Val_Global(Read(key), needs_.log) != 0.0;
+}
+
+}  // namespace kestrane
