@@ -21,6 +21,10 @@ namespace kestrane {
 
 /// What controls that can be seen have in common: `Enabled`, `Visible`, `BackColour`, `ForeColour`, `ToolTip`, and the
 /// mouse. An event of a control that is not enabled is dropped.
+///
+/// A view passes on what a person did by writing the new value (text, checked, index), which fires the event that
+/// belongs to it; it fires events itself only where no value changes. It offers no entry on a control that is not
+/// enabled.
 class VisibleControl : public Control {
 public:
     using Control::BackColour;
@@ -68,7 +72,6 @@ class TextBox : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::TextBox;
     TextBox(Form& form, std::string_view name) : VisibleControl(form, name, kKind) {}
-    using Control::FireChange;
     using Control::OnChange;
     using Control::Text;
     void Text(std::string_view text);
@@ -139,7 +142,6 @@ class ScrollBar : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::ScrollBar;
     ScrollBar(Form& form, std::string_view name, std::int32_t minimum, std::int32_t maximum);
-    using Control::FireChange;
     using Control::Maximum;
     using Control::Minimum;
     using Control::OnChange;

@@ -189,7 +189,6 @@ protected:
     void OnDblClick(std::function<void()> handler) { On(ControlEvent::DblClick, std::move(handler)); }
     void OnTick(std::function<void()> handler) { On(ControlEvent::Tick, std::move(handler)); }
     void FireClick() { Fire(ControlEvent::Click); }
-    void FireChange() { Fire(ControlEvent::Change); }
     void FireMouseDown() { Fire(ControlEvent::MouseDown); }
     void FireMouseUp() { Fire(ControlEvent::MouseUp); }
     void FireDblClick() { Fire(ControlEvent::DblClick); }

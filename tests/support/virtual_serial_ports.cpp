@@ -96,6 +96,13 @@ void VirtualSerialPorts::Connect(std::int32_t port, std::unique_ptr<LineEnd> end
     keptEnds_[port] = std::move(end);
 }
 
+void VirtualSerialPorts::Splice(std::int32_t port, LineEnd& end) {
+    Connect(port, end);
+    if (const auto open = open_.find(port); open != open_.end()) {
+        open->second->end_ = &end;
+    }
+}
+
 void VirtualSerialPorts::Disconnect(std::int32_t port) {
     if (const auto open = open_.find(port); open != open_.end()) {
         open->second->end_ = nullptr;

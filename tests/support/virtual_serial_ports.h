@@ -51,6 +51,8 @@ public:
     void Connect(std::int32_t port, LineEnd& end);
     /// Keeps the far end with the ports.
     void Connect(std::int32_t port, std::unique_ptr<LineEnd> end);
+    /// Puts another far end on a port without whoever has it open noticing: for one script after the other.
+    void Splice(std::int32_t port, LineEnd& end);
     /// Pulls the plug, also of an open port: it reads as silence, swallows what is written, and no opening finds it.
     void Disconnect(std::int32_t port);
     /// What openings of that port give from now on; 0 makes them work again.

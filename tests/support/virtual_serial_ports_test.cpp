@@ -131,6 +131,17 @@ TEST_F(VirtualSerialPortsTest, Disconnect_OfAnOpenPort_LeavesItOpenAndSilent) {
     EXPECT_EQ(port->Read(99, 500), "GR#");
 }
 
+TEST_F(VirtualSerialPortsTest, Splice_ChangesTheFarEndUnderAnOpenPort) {
+    OpenEcho();
+    port->Write("old");
+    Echo other(clock);
+    ports.Splice(1, other);
+    port->Write("new");
+    EXPECT_EQ(port->Read(99, 500), "new");
+    EXPECT_EQ(other.openings, 0);
+    EXPECT_EQ(ports.Openings().size(), 1U);
+}
+
 TEST(VirtualPlatformTest, AMountOnAPort_AnswersThroughIt) {
     VirtualPlatform machine;
     MountSimulator mount{machine.clock, {}};

@@ -53,7 +53,8 @@ namespace kestrane {
 ///     transcript.Play();
 ///
 /// Time passes as in the outermost loop, so that timers run and a call is made inside another one that pumps. It passes
-/// to the last time in the script, and up to a minute longer if lines are still to come.
+/// to the last time in the script, and up to a minute longer if lines are still to come. A second script on a port that
+/// is open takes `machine.serialPorts.Splice` in the place of `Connect`.
 class WireTranscript {
 public:
     using TextCall = std::function<std::string()>;
