@@ -1,8 +1,9 @@
 #include "platform/posix/posix_message_pump.h"
 
-#include <gtest/gtest.h>
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <iterator>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <sys/resource.h>
@@ -154,44 +155,48 @@ struct NestingRule {
     bool starts;
 };
 
-class NestingTest : public PumpTest, public testing::WithParamInterface<NestingRule> {
+const NestingRule kNestingRules[] = {
+    {{}, Brief, true},                          //
+    {{}, WaitsLong, true},                      //
+    {{Brief}, Brief, true},                     //
+    {{Brief}, WaitsLong, false},                //
+    {{WaitsLong}, Brief, true},                 //
+    {{WaitsLong}, WaitsLong, true},             //
+    {{WaitsLong, WaitsLong}, WaitsLong, true},  //
+    {{WaitsLong, Brief}, WaitsLong, false},     //
+    {{WaitsLong, Brief}, Brief, true},          //
+    {{Brief, Brief}, WaitsLong, false},
+};
+
+class NestingTest : public PumpTest {
 protected:
-    /// Runs the calls of the stack inside each other, and `innermost` inside the last of them.
-    void Build(std::size_t level, const std::function<void()>& innermost) {
-        if (level == GetParam().stack.size()) {
+    /// Runs calls of these kinds inside each other, and `innermost` inside the last of them.
+    void RunInside(std::span<const CallKind> stack, const std::function<void()>& innermost) {
+        if (stack.empty()) {
             innermost();
             return;
         }
-        pump_.Post(GetParam().stack[level], [this, level, innermost] { Build(level + 1, innermost); });
+        pump_.Post(stack.front(), [this, stack, innermost] { RunInside(stack.subspan(1), innermost); });
         pump_.PumpMessages();
     }
 };
 
-TEST_P(NestingTest, Call_StartsWhereItsKindMay) {
-    bool ran = false;
-    bool reached = false;
-    Build(0, [&] {
-        reached = true;
-        pump_.Post(GetParam().kind, [&] { ran = true; });
+TEST_F(NestingTest, Call_StartsWhereItsKindMay) {
+    for (const NestingRule& rule : kNestingRules) {
+        SCOPED_TRACE(&rule - kNestingRules);
+        bool ran = false;
+        bool reached = false;
+        RunInside(rule.stack, [&] {
+            reached = true;
+            pump_.Post(rule.kind, [&] { ran = true; });
+            pump_.PumpMessages();
+            EXPECT_EQ(ran, rule.starts);
+        });
+        EXPECT_TRUE(reached);
         pump_.PumpMessages();
-        EXPECT_EQ(ran, GetParam().starts);
-    });
-    EXPECT_TRUE(reached);
-    pump_.PumpMessages();
-    EXPECT_TRUE(ran) << "a call held back runs from the outermost loop";
+        EXPECT_TRUE(ran) << "a call held back runs from the outermost loop";
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rules, NestingTest,
-                         testing::Values(NestingRule{{}, Brief, true},                          //
-                                         NestingRule{{}, WaitsLong, true},                      //
-                                         NestingRule{{Brief}, Brief, true},                     //
-                                         NestingRule{{Brief}, WaitsLong, false},                //
-                                         NestingRule{{WaitsLong}, Brief, true},                 //
-                                         NestingRule{{WaitsLong}, WaitsLong, true},             //
-                                         NestingRule{{WaitsLong, WaitsLong}, WaitsLong, true},  //
-                                         NestingRule{{WaitsLong, Brief}, WaitsLong, false},     //
-                                         NestingRule{{WaitsLong, Brief}, Brief, true},          //
-                                         NestingRule{{Brief, Brief}, WaitsLong, false}));
 
 TEST_F(PumpTest, LongCall_HeldBack_IsOvertakenByBriefOnes) {
     pump_.Post(Brief, [this] {

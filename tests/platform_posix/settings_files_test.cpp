@@ -25,26 +25,27 @@ struct FolderRow {
     const char* config;
 };
 
-class FolderTest : public testing::TestWithParam<FolderRow> {};
+const FolderRow kFolderRows[] = {
+    {"/own", "/desktop", "/own", "/own"},
+    {std::nullopt, "/desktop", "/desktop", "/desktop"},
+    {"", "/desktop", "/desktop", "/desktop"},
+    {std::nullopt, std::nullopt, "/home/someone/.local/share", "/home/someone/.config"},
+    {std::nullopt, "relative", "/home/someone/.local/share", "/home/someone/.config"},
+    {"relative", "/desktop", "relative", "relative"},
+};
 
-TEST_P(FolderTest, OwnVariable_GoesBeforeTheDesktopsBeforeTheHomeFolder) {
+TEST(PosixFolders, OwnVariable_GoesBeforeTheDesktopsBeforeTheHomeFolder) {
     const ScopedVariable home("HOME", "/home/someone");
-    const ScopedVariable ownData("KESTRANE_COMMON_APPDATA", GetParam().own);
-    const ScopedVariable ownConfig("KESTRANE_USER_CONFIG", GetParam().own);
-    const ScopedVariable desktopData("XDG_DATA_HOME", GetParam().desktop);
-    const ScopedVariable desktopConfig("XDG_CONFIG_HOME", GetParam().desktop);
-    EXPECT_EQ(PosixFolders().CommonAppData(), GetParam().data);
-    EXPECT_EQ(UserConfigFolder(), GetParam().config);
+    for (const auto& [own, desktop, data, config] : kFolderRows) {
+        SCOPED_TRACE(own.value_or("(none)") + ", " + desktop.value_or("(none)"));
+        const ScopedVariable ownData("KESTRANE_COMMON_APPDATA", own);
+        const ScopedVariable ownConfig("KESTRANE_USER_CONFIG", own);
+        const ScopedVariable desktopData("XDG_DATA_HOME", desktop);
+        const ScopedVariable desktopConfig("XDG_CONFIG_HOME", desktop);
+        EXPECT_EQ(PosixFolders().CommonAppData(), data);
+        EXPECT_EQ(UserConfigFolder(), config);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Variables, FolderTest,
-    testing::Values(FolderRow{"/own", "/desktop", "/own", "/own"},                                                 //
-                    FolderRow{std::nullopt, "/desktop", "/desktop", "/desktop"},                                   //
-                    FolderRow{"", "/desktop", "/desktop", "/desktop"},                                             //
-                    FolderRow{std::nullopt, std::nullopt, "/home/someone/.local/share", "/home/someone/.config"},  //
-                    FolderRow{std::nullopt, "relative", "/home/someone/.local/share", "/home/someone/.config"},    //
-                    FolderRow{"relative", "/desktop", "relative", "relative"}));
 
 TEST(PosixFolders, Documents_LieInTheHomeFolderUnlessTold) {
     const ScopedVariable home("HOME", "/home/someone");
@@ -63,30 +64,31 @@ struct IniRow {
     std::optional<std::string> value;  ///< of section "Driver", key "Port"
 };
 
-class IniTest : public testing::TestWithParam<IniRow> {};
+const IniRow kIniRows[] = {
+    {"", std::nullopt},                                         //
+    {"[Driver]\nPort=5\n", "5"},                                //
+    {"[Driver]\nPort=5", "5"},                                  //
+    {"[Driver]\r\nPort=5\r\n", "5"},                            //
+    {"\xEF\xBB\xBF[Driver]\nPort=5\n", "5"},                    //
+    {"  [ driver ]  \n\t pORT \t=  5 6 \n", "5 6"},             //
+    {"[Driver]\nPort=\n", ""},                                  //
+    {"[Driver]\nPort=a=b\n", "a=b"},                            //
+    {"[Driver]\n;Port=1\n#Port=2\nPort=3\n", "3"},              //
+    {"[Driver]\nPort=1\nPort=2\n", "1"},                        //
+    {"[Driver]\nA=1\n[Other]\nPort=2\n[DRIVER]\nPort=3", "3"},  //
+    {"Port=5\n[Driver]\n", std::nullopt},                       //
+    {"[Other]\nPort=5\n", std::nullopt},                        //
+    {"[Driver\nPort=5\n", std::nullopt},                        //
+    {"[Driver]\nPort\n", std::nullopt},                         //
+    {"[Driver]\nPorts=5\n", std::nullopt},                      //
+    {"[]\n=\n[=]\n\n[Driver]\n", std::nullopt},                 //
+};
 
-TEST_P(IniTest, Find_TakesTheFirstLineOfTheKey) {
-    EXPECT_EQ(IniFile::Parse(GetParam().text).Find("Driver", "Port"), GetParam().value);
+TEST(IniFile, Find_TakesTheFirstLineOfTheKey) {
+    for (const auto& [text, value] : kIniRows) {
+        EXPECT_EQ(IniFile::Parse(text).Find("Driver", "Port"), value) << text;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Texts, IniTest,
-                         testing::Values(IniRow{"", std::nullopt},                                         //
-                                         IniRow{"[Driver]\nPort=5\n", "5"},                                //
-                                         IniRow{"[Driver]\nPort=5", "5"},                                  //
-                                         IniRow{"[Driver]\r\nPort=5\r\n", "5"},                            //
-                                         IniRow{"\xEF\xBB\xBF[Driver]\nPort=5\n", "5"},                    //
-                                         IniRow{"  [ driver ]  \n\t pORT \t=  5 6 \n", "5 6"},             //
-                                         IniRow{"[Driver]\nPort=\n", ""},                                  //
-                                         IniRow{"[Driver]\nPort=a=b\n", "a=b"},                            //
-                                         IniRow{"[Driver]\n;Port=1\n#Port=2\nPort=3\n", "3"},              //
-                                         IniRow{"[Driver]\nPort=1\nPort=2\n", "1"},                        //
-                                         IniRow{"[Driver]\nA=1\n[Other]\nPort=2\n[DRIVER]\nPort=3", "3"},  //
-                                         IniRow{"Port=5\n[Driver]\n", std::nullopt},                       //
-                                         IniRow{"[Other]\nPort=5\n", std::nullopt},                        //
-                                         IniRow{"[Driver\nPort=5\n", std::nullopt},                        //
-                                         IniRow{"[Driver]\nPort\n", std::nullopt},                         //
-                                         IniRow{"[Driver]\nPorts=5\n", std::nullopt},                      //
-                                         IniRow{"[]\n=\n[=]\n\n[Driver]\n", std::nullopt}));
 
 TEST(IniFile, Load_OfNoFileAFolderOrAHugeFile_IsEmpty) {
     const TemporaryFolder folder;

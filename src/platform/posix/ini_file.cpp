@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
-#include <ranges>
 #include <system_error>
 #include <unistd.h>
 
@@ -66,8 +65,10 @@ IniFile IniFile::Parse(std::string_view text) {
         text.remove_prefix(kByteOrderMark.size());
     }
     IniFile file;
-    for (const auto part : std::views::split(text, '\n')) {
-        const std::string_view line = Trimmed(std::string_view(part.begin(), part.end()));
+    while (!text.empty()) {
+        const auto length = std::min(text.find('\n'), text.size());
+        const std::string_view line = Trimmed(text.substr(0, length));
+        text.remove_prefix(std::min(length + 1, text.size()));
         const auto equals = line.find('=');
         if (line.starts_with(';') || line.starts_with('#')) {
             continue;

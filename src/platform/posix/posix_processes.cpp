@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <ranges>
+#include <iterator>
 #include <signal.h>
 #include <spawn.h>
 #include <sstream>
@@ -162,8 +162,8 @@ std::uint32_t PosixProcesses::GetPriorityClass(ProcessHandle handle) {
     if (errno != 0) {
         return 0;
     }
-    const auto row = std::ranges::find_if(kPriorityClasses | std::views::reverse,
-                                          [&](const PriorityClass& candidate) { return nice >= candidate.least; });
+    const auto row = std::find_if(kPriorityClasses.rbegin(), kPriorityClasses.rend(),
+                                  [&](const PriorityClass& candidate) { return nice >= candidate.least; });
     return row->value;
 }
 
