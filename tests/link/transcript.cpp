@@ -44,7 +44,12 @@ std::string LevelName(int level) {
 
 TemporaryFolders::TemporaryFolders() {
     std::random_device random;
-    path_ = std::filesystem::temp_directory_path() / ("kestrane-link-" + std::to_string(random()));
+    // In memory where the system has such a folder: the settings file is flushed at each write.
+    const std::filesystem::path inMemory = "/dev/shm";
+    std::error_code ignored;
+    const bool hasMemory = std::filesystem::is_directory(inMemory, ignored);
+    path_ =
+        (hasMemory ? inMemory : std::filesystem::temp_directory_path()) / ("kestrane-link-" + std::to_string(random()));
     std::filesystem::create_directories(path_);
 }
 
