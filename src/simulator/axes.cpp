@@ -109,8 +109,9 @@ void Axes::StepGoto(Axis& axis, double seconds) const {
         axis.position = axis.target;
         return;
     }
-    // The speed from which the acceleration just brings the axis to rest at the target.
-    const double braking = std::sqrt(2 * acceleration_ * std::abs(left));
+    // The speed from which the acceleration, in steps, just brings the axis to rest at the target.
+    const double halfStep = acceleration_ * seconds / 2;
+    const double braking = std::sqrt(halfStep * halfStep + 2 * acceleration_ * std::abs(left)) - halfStep;
     Ramp(axis, std::copysign(std::min(gotoSpeed_, braking), left), seconds);
     const bool slow = std::abs(axis.speed) <= 4 * acceleration_ * seconds;
     if (slow && std::abs(left) <= 2 * acceleration_ * seconds * seconds) {

@@ -113,10 +113,14 @@ Answer SetDate(Call& call) {
     const auto month = ParseInteger(formed ? text.substr(0, 2) : "");
     const auto day = ParseInteger(formed ? text.substr(3, 2) : "");
     const auto year = ParseInteger(formed ? text.substr(6, 2) : "");
-    if (!month || !day || !year || *month < 1 || *month > 12 || *day < 1 || *day > 31) {
+    if (!month || !day || !year || *month < 1 || *month > 12 || *day < 1) {
         return Text("0");
     }
-    call.mount.clock.SetDate(*year < 50 ? 2000 + *year : 1900 + *year, *month, *day);
+    const DateTime date{*year < 50 ? 2000 + *year : 1900 + *year, *month, *day};
+    if (FromMillisecondsSince1970(MillisecondsSince1970(date)) != date) {
+        return Text("0");
+    }
+    call.mount.clock.SetDate(date.year, date.month, date.day);
     return {Outcome::Done, {"1Updating planetary data#", std::string(24, ' ') + '#'}};
 }
 

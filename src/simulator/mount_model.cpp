@@ -33,10 +33,14 @@ MountModel::MountModel(const MountSimulatorOptions& options, const Firmware& fam
 void MountModel::Advance(std::int64_t milliseconds) {
     clock.Advance(milliseconds);
     focuser.Advance(milliseconds);
-    axes.Advance(milliseconds);
-    if (parksOnArrival_ && axes.Arrived()) {
-        Park();
+    // Parking at the very end of the goto, whenever somebody looks next.
+    for (; parksOnArrival_ && milliseconds > 0 && axes.Slewing(); --milliseconds) {
+        axes.Advance(1);
+        if (axes.Arrived()) {
+            Park();
+        }
     }
+    axes.Advance(milliseconds);
 }
 
 double MountModel::RightAscension() const {

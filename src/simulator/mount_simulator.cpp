@@ -80,7 +80,7 @@ void MountSimulator::Implementation::BabbleUntilNow() {
     for (const auto& misbehaviour : misbehaviours) {
         const std::string_view babble = misbehaviour->Babble();
         // One byte is always on its way, so that a reader knows that more is coming.
-        while (!dead_ && !babble.empty() && line_.FreeAtUs() <= NowUs()) {
+        while (!dead_ && !babble.empty() && !line_.BusyAfter(NowUs())) {
             line_.Send(babble, std::max(line_.FreeAtUs(), NowUs() - line_.CapacityUs()));
         }
     }

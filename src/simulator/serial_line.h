@@ -46,6 +46,8 @@ public:
     std::string Take(std::size_t maxCount, std::int64_t nowUs);
     /// Moment of the next byte.
     std::optional<std::int64_t> NextAtUs() const;
+    /// Whether a byte arrives after `nowUs`.
+    bool BusyAfter(std::int64_t nowUs) const { return !waiting_.empty() && waiting_.back().atUs > nowUs; }
     /// Moment from which the line is free.
     std::int64_t FreeAtUs() const { return freeAtUs_; }
     void Clear(std::int64_t nowUs);

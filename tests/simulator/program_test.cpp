@@ -1,0 +1,170 @@
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace kestrane {
+namespace {
+
+constexpr int kPatienceMs = 20'000;
+
+/// A running kestrane-mount-simulator with its standard output and error.
+class Program {
+public:
+    explicit Program(std::vector<std::string> words) {
+        words.insert(words.begin(), KESTRANE_MOUNT_SIMULATOR);
+        std::vector<char*> arguments;
+        for (std::string& word : words) {
+            arguments.push_back(word.data());
+        }
+        arguments.push_back(nullptr);
+        std::array<int, 2> pipe{};
+        EXPECT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
+        output_ = pipe[0];
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, pipe[1], STDERR_FILENO);
+        EXPECT_EQ(posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        close(pipe[1]);
+    }
+    ~Program() {
+        if (process_ > 0) {
+            Signal(SIGKILL);
+            ExitStatus();
+        }
+        close(output_);
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    int Output() const { return output_; }
+    void Signal(int number) const { kill(process_, number); }
+    int ExitStatus() {
+        int status = 0;
+        waitpid(process_, &status, 0);
+        process_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+private:
+    pid_t process_ = -1;
+    int output_ = -1;
+};
+
+/// Reads up to and with `end`; what came when that never does.
+std::string ReadUntil(int descriptor, char end) {
+    std::string text;
+    pollfd waiting{descriptor, POLLIN, 0};
+    while ((text.empty() || text.back() != end) && poll(&waiting, 1, kPatienceMs) == 1) {
+        char byte = 0;
+        if (read(descriptor, &byte, 1) != 1) {
+            break;
+        }
+        text += byte;
+    }
+    return text;
+}
+
+std::string Ask(const std::string& terminal, const std::string& command) {
+    const int line = open(terminal.c_str(), O_RDWR | O_NOCTTY);
+    EXPECT_GE(line, 0) << terminal;
+    EXPECT_EQ(write(line, command.data(), command.size()), static_cast<ssize_t>(command.size()));
+    std::string reply = ReadUntil(line, '#');
+    close(line);
+    return reply;
+}
+
+class ProgramTest : public testing::Test {
+protected:
+    ProgramTest() {
+        std::string name = (std::filesystem::temp_directory_path() / "mount-XXXXXX").string();
+        folder = mkdtemp(name.data());
+        link = folder / "COM1";
+    }
+    ~ProgramTest() override { std::filesystem::remove_all(folder); }
+
+    std::filesystem::path folder;
+    std::filesystem::path link;
+};
+
+TEST_F(ProgramTest, Mount_AnswersOverItsLinkToClientAfterClient) {
+    std::filesystem::create_symlink("/nowhere", link);
+    Program program({"--link", link.string(), "--firmware=U", "--latitude", "-33.5", "--longitude", "151"});
+    const std::string terminal = ReadUntil(program.Output(), '\n');
+    EXPECT_EQ(std::filesystem::read_symlink(link).string() + '\n', terminal);
+    EXPECT_EQ(Ask(link, "#:V#"), "U#");
+    EXPECT_EQ(Ask(link, ":Gt#"), "-33*30:00#");
+    EXPECT_EQ(Ask(link, ":Gg#"), "209*00:00#");
+    EXPECT_EQ(Ask(link, ":GR#"), "00:00:00.0#");
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.ExitStatus(), 0);
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(link)));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 0);
+}
+
+TEST_F(ProgramTest, Interrupt_EndsItWell_AndLeavesALinkThatIsNoLongerItsOwn) {
+    Program program({"--link", link.string(), "--unparked"});
+    ReadUntil(program.Output(), '\n');
+    EXPECT_NE(Ask(link, ":GD#"), "+90*00:00.0#");
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink("/elsewhere", link);
+    program.Signal(SIGINT);
+    EXPECT_EQ(program.ExitStatus(), 0);
+    EXPECT_EQ(std::filesystem::read_symlink(link), "/elsewhere");
+}
+
+TEST_F(ProgramTest, Verbose_LogsTheLine) {
+    Program program({"--verbose"});
+    const std::string first = ReadUntil(program.Output(), '\n');
+    Ask(first.substr(0, first.size() - 1), ":V#");
+    EXPECT_EQ(ReadUntil(program.Output(), '\n').substr(12), " > :V#\n");
+    EXPECT_EQ(ReadUntil(program.Output(), '\n').substr(12), " < VKC4-P02-08#\n");
+}
+
+struct Refusal {
+    std::vector<std::string> words;
+    int status;
+    std::string message;
+};
+
+TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
+    std::filesystem::create_directory(folder / "plain");
+    const std::vector<Refusal> refusals{
+        {{"--link"}, 2, "--link needs a value"},
+        {{"--verbose=1"}, 2, "--verbose takes no value"},
+        {{"--firmware", "Z9"}, 2, "no firmware is called 'Z9'; --help names those there are"},
+        {{"--latitude", "91"}, 2, "--latitude takes a number from -90 to 90, not '91'"},
+        {{"--slew-speed", "0"}, 2, "--slew-speed takes a number from 0.01 to 1000, not '0'"},
+        {{"--longitude", "1O"}, 2, "--longitude takes a number from -180 to 360, not '1O'"},
+        {{"--colour"}, 2, "unknown option '--colour'"},
+        {{"--link", (folder / "plain").string()},
+         1,
+         (folder / "plain").string() + " is in the way: it is no symbolic link"},
+        {{"--link", (folder / "none/x").string()}, 1, "cannot make the link " + (folder / "none/x").string()},
+    };
+    for (const Refusal& refusal : refusals) {
+        Program program(refusal.words);
+        const std::string said = ReadUntil(program.Output(), '\n');
+        EXPECT_EQ(said.rfind("kestrane-mount-simulator: " + refusal.message, 0), 0U) << said;
+        EXPECT_EQ(program.ExitStatus(), refusal.status);
+    }
+}
+
+TEST_F(ProgramTest, Help_IsGivenOnStandardOutput) {
+    Program program({"--help"});
+    EXPECT_EQ(ReadUntil(program.Output(), '\n'), "Usage: kestrane-mount-simulator [OPTION...]\n");
+    EXPECT_EQ(program.ExitStatus(), 0);
+}
+
+}  // namespace
+}  // namespace kestrane
