@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 namespace kestrane::simulator {
@@ -14,7 +13,7 @@ struct Firmware {
     bool customRates;             ///< has "RR" and "RD"
     bool pierSide;                ///< has "pS"
     bool highPrecision;           ///< one more decimal: RA HH:MM:SS.SS, angles sDD*MM:SS.S
-    bool strayDecDigit;           ///< a stray digit after the sign of the declination
+    bool strayDecDigit;           ///< once initialised, a stray 8 after the sign of Dec
     bool reticleLevels;           ///< has "B0" to "B7"
     bool fixedParks;              ///< has "$K"
     std::int32_t longestPulseMs;  ///< longest timed move that it accepts
