@@ -1,18 +1,17 @@
 // What an exchange costs above the wire: the same question and answer over a pseudo-terminal, once by bare reads and
 // writes, once through the driver's exchange. The difference is the driver's own.
 
-#include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <termios.h>
-#include <unistd.h>
-
 #include <array>
 #include <atomic>
+#include <benchmark/benchmark.h>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
 #include <string>
+#include <termios.h>
 #include <thread>
+#include <unistd.h>
 
 #include "kernel/driver.h"
 #include "platform/posix/posix_platform.h"

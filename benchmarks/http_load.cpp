@@ -3,37 +3,42 @@
 //
 //     bench_http BIN_DIR DATA_DIR
 
-#include <arpa/inet.h>
-#include <csignal>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <spawn.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <arpa/inet.h>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <spawn.h>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
 using Time = std::chrono::steady_clock::time_point;
-Time Now() { return std::chrono::steady_clock::now(); }
-double Microseconds(Time from, Time to) { return std::chrono::duration<double, std::micro>(to - from).count(); }
+Time Now() {
+    return std::chrono::steady_clock::now();
+}
+double Microseconds(Time from, Time to) {
+    return std::chrono::duration<double, std::micro>(to - from).count();
+}
 
 constexpr int kRequestsPerConnection = 20000;
 
-[[noreturn]] void Fail(const std::string& what) { throw std::runtime_error(what + ": " + std::strerror(errno)); }
+[[noreturn]] void Fail(const std::string& what) {
+    throw std::runtime_error(what + ": " + std::strerror(errno));
+}
 
 /// A program started for the measurement, ended with it.
 class Child {
@@ -180,9 +185,11 @@ void MeasureReads(std::uint16_t port, int connections) {
         all.insert(all.end(), mine.begin(), mine.end());
     }
     std::ranges::sort(all);
-    const auto percentile = [&](double p) { return all[static_cast<std::size_t>(p * static_cast<double>(all.size() - 1))]; };
-    std::printf("cached property read, %d connection(s): p50 %.0f us, p99 %.0f us, %.0f requests per second\n", connections,
-                percentile(0.50), percentile(0.99), static_cast<double>(all.size()) / seconds);
+    const auto percentile = [&](double p) {
+        return all[static_cast<std::size_t>(p * static_cast<double>(all.size() - 1))];
+    };
+    std::printf("cached property read, %d connection(s): p50 %.0f us, p99 %.0f us, %.0f requests per second\n",
+                connections, percentile(0.50), percentile(0.99), static_cast<double>(all.size()) / seconds);
 }
 
 /// The time from the first request to its answer, of a driver that is not running yet.

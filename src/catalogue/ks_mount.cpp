@@ -22,7 +22,9 @@ std::int16_t IndexOf(const std::array<std::string_view, 12>& names, std::string_
     return found == names.end() ? std::int16_t{0} : static_cast<std::int16_t>(found - names.begin());
 }
 
-bool InRange(std::int16_t index) { return index >= 0 && index < static_cast<std::int16_t>(kDisplayNames.size()); }
+bool InRange(std::int16_t index) {
+    return index >= 0 && index < static_cast<std::int16_t>(kDisplayNames.size());
+}
 
 }  // namespace
 
@@ -38,13 +40,17 @@ std::string_view KsMount::Name() const {
     return GetMountType(own);
 }
 
-Mount_Type KsMount::FindMountType(std::string_view sType) { return static_cast<Mount_Type>(IndexOf(kDisplayNames, sType)); }
+Mount_Type KsMount::FindMountType(std::string_view sType) {
+    return static_cast<Mount_Type>(IndexOf(kDisplayNames, sType));
+}
 
 std::string_view KsMount::GetMountListEntry(std::int16_t nIndex) {
     return InRange(nIndex) ? kListOrder[static_cast<std::size_t>(nIndex)] : "";
 }
 
-std::int16_t KsMount::FindMountListEntry(std::string_view sMountName) { return IndexOf(kListOrder, sMountName); }
+std::int16_t KsMount::FindMountListEntry(std::string_view sMountName) {
+    return IndexOf(kListOrder, sMountName);
+}
 
 std::int16_t KsMount::GetNewMountIndex(std::int16_t nMountType) const {
     return FindMountListEntry(GetMountType(nMountType));

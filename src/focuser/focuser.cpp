@@ -41,8 +41,7 @@ void Focuser::UpdateValues() {
 }
 
 bool Focuser::LogGet(std::string_view name, bool value) {
-    needs_.log.LogMessage(kOrigin, LogLevel::Info,
-                          "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
+    needs_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
     return value;
 }
 
@@ -51,7 +50,9 @@ std::int32_t Focuser::LogGet(std::string_view name, std::int32_t value) {
     return value;
 }
 
-bool Focuser::Link() { return LogGet("Link", needs_.connections.IsClientConnected(ClientKind::Focuser)); }
+bool Focuser::Link() {
+    return LogGet("Link", needs_.connections.IsClientConnected(ClientKind::Focuser));
+}
 
 void Focuser::Link(bool connect) {
     needs_.log.LogMessage(kOrigin, LogLevel::Info, "SET Link = " + std::string(TrueFalse(connect)));
@@ -67,21 +68,43 @@ void Focuser::Link(bool connect) {
     }
 }
 
-bool Focuser::Absolute() { return LogGet("Absolute", false); }
-bool Focuser::IsMoving() { return LogGet("IsMoving", false); }
-std::int32_t Focuser::MaxIncrement() { return LogGet("MaxIncrement", state_.g_nFocusMaxIncrement); }
-std::int32_t Focuser::MaxStep() { return LogGet("MaxStep", state_.g_nFocusMaxIncrement); }
-bool Focuser::TempComp() { return LogGet("TempComp", false); }
-bool Focuser::TempCompAvailable() { return LogGet("TempCompAvailable", false); }
-int Focuser::InterfaceVersion() { return kInterfaceVersion; }
-std::string Focuser::Name() { return "KestraneV2"; }
-std::string Focuser::Description() { return "Kestrane VTR V2 Focuser"; }
+bool Focuser::Absolute() {
+    return LogGet("Absolute", false);
+}
+bool Focuser::IsMoving() {
+    return LogGet("IsMoving", false);
+}
+std::int32_t Focuser::MaxIncrement() {
+    return LogGet("MaxIncrement", state_.g_nFocusMaxIncrement);
+}
+std::int32_t Focuser::MaxStep() {
+    return LogGet("MaxStep", state_.g_nFocusMaxIncrement);
+}
+bool Focuser::TempComp() {
+    return LogGet("TempComp", false);
+}
+bool Focuser::TempCompAvailable() {
+    return LogGet("TempCompAvailable", false);
+}
+int Focuser::InterfaceVersion() {
+    return kInterfaceVersion;
+}
+std::string Focuser::Name() {
+    return "KestraneV2";
+}
+std::string Focuser::Description() {
+    return "Kestrane VTR V2 Focuser";
+}
 std::string Focuser::DriverInfo() {
     return std::string(application::kDriverVersion) + " " + std::string(application::kTitle);
 }
-std::string Focuser::DriverVersion() { return std::string(application::kDriverVersion); }
+std::string Focuser::DriverVersion() {
+    return std::string(application::kDriverVersion);
+}
 
-std::int16_t Focuser::ClientCount() { return static_cast<std::int16_t>(state_.g_nFocuserObjects - 1); }
+std::int16_t Focuser::ClientCount() {
+    return static_cast<std::int16_t>(state_.g_nFocuserObjects - 1);
+}
 
 void Focuser::ClientCount(std::int16_t count) {
     state_.g_nFocuserObjects = count;

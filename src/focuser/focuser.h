@@ -42,13 +42,13 @@ public:
     /// 0x80040402 when no mount answers); pumps. False takes one from the count.
     void Link(bool connect);
 
-    bool Absolute();               ///< false
-    bool IsMoving();               ///< false: this build runs no motor
-    std::int32_t MaxIncrement();   ///< steps of one move
-    std::int32_t MaxStep();        ///< the same
-    bool TempComp();               ///< false
-    bool TempCompAvailable();      ///< false
-    int InterfaceVersion();        ///< 2
+    bool Absolute();              ///< false
+    bool IsMoving();              ///< false: this build runs no motor
+    std::int32_t MaxIncrement();  ///< steps of one move
+    std::int32_t MaxStep();       ///< the same
+    bool TempComp();              ///< false
+    bool TempCompAvailable();     ///< false
+    int InterfaceVersion();       ///< 2
     std::string Name();
     std::string Description();
     std::string DriverInfo();

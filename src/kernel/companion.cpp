@@ -17,11 +17,13 @@ constexpr std::uint32_t kQueryAccess = 1024;
 constexpr std::array<std::uint32_t, 5> kPriorityClasses{128, 32768, 527, 16384, 64};
 
 std::string LastPiece(const std::string& path) {
-    const std::size_t slash = path.rfind('\\');
+    const std::size_t slash = path.find_last_of("\\/");
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-std::string UpToNul(std::string_view text) { return std::string(text.substr(0, text.find('\0'))); }
+std::string UpToNul(std::string_view text) {
+    return std::string(text.substr(0, text.find('\0')));
+}
 
 std::string ReadRegistryValue(Registry& registry, std::string_view key, std::string_view name) {
     const auto value = registry.Read(key, name);

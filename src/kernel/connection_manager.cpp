@@ -11,18 +11,20 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSpeed = 9600;
-constexpr std::size_t kComLetters = 3;            // of "COM" ahead of a port's number
-constexpr std::int32_t kMaxStartAttempts = 100;   // passes after the companion was started
+constexpr std::size_t kComLetters = 3;           // of "COM" ahead of a port's number
+constexpr std::int32_t kMaxStartAttempts = 100;  // passes after the companion was started
 constexpr std::int32_t kCompanionWaitMs = 250;
 constexpr std::int32_t kPassWaitMs = 200;
 constexpr std::int32_t kFormatToggleWaitMs = 20;
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
-constexpr std::size_t kRateKeyPosition = 13;      // of the status text, from 0
+constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
 constexpr std::string_view kCompanionApplication = "QUAY";
 constexpr std::string_view kCompanionSection = "Driver";
 
-std::int32_t ToInteger(const std::string& text, Log& log) { return RoundHalfEven(Val_Global(text, log)); }
+std::int32_t ToInteger(const std::string& text, Log& log) {
+    return RoundHalfEven(Val_Global(text, log));
+}
 
 }  // namespace
 
@@ -304,9 +306,7 @@ void ConnectionManager::CheckQuay() {
         state_.g_bQuayHandlesSlews = false;
         return;
     }
-    const auto log = [&](LogLevel level, const std::string& text) {
-        needs_.log.LogMessage("CheckQuay", level, text);
-    };
+    const auto log = [&](LogLevel level, const std::string& text) { needs_.log.LogMessage("CheckQuay", level, text); };
     log(LogLevel::Info, "Checking for QUAY!");
     Telescope& internal = needs_.internalInstance();
     internal.CommandClear();

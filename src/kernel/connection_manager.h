@@ -38,9 +38,9 @@ struct ConnectionManagerNeeds {
     Companion& companion;
     std::function<Telescope&()> internalInstance;  ///< made on first need
     std::function<void()> ensureUtil;
-    std::function<void()> updateErrorCounts;       ///< shows the counters on the hand box
+    std::function<void()> updateErrorCounts;  ///< shows the counters on the hand box
     std::function<void(const std::string& key)> updateMountRates;
-    std::function<void()> getLongLatFromMount;     ///< reads the site of the mount into the hand box, silently
+    std::function<void()> getLongLatFromMount;  ///< reads the site of the mount into the hand box, silently
     std::function<void()> checkForUpdate;
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;

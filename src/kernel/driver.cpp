@@ -203,11 +203,13 @@ void Driver::UpdateErrorCounts() {
     handBox.lblReceiveStringErrors.Text(
         std::to_string(state.g_nReceiveTerminatedErrors + state.g_nReceiveCountedErrors));
     statusWindow.lblCommErrors.Text(std::to_string(state.g_nRetransmits + state.g_nReceiveCountedErrors +
-                                               state.g_nReceiveTerminatedErrors + state.g_nMotorStalls +
-                                               state.g_nServoFaults + state.g_nLowPower));
+                                                   state.g_nReceiveTerminatedErrors + state.g_nMotorStalls +
+                                                   state.g_nServoFaults + state.g_nLowPower));
 }
 
-void Driver::ShowLowPower() { queries.ShowLowPower(); }
+void Driver::ShowLowPower() {
+    queries.ShowLowPower();
+}
 
 LogFileFacts Driver::FactsOfLog() {
     return LogFileFacts{
@@ -215,8 +217,7 @@ LogFileFacts Driver::FactsOfLog() {
         .controller = [this] { return persist.Read(setting::Controller); },
         .mountTypeName =
             [this] {
-                auto type = static_cast<std::int16_t>(
-                    RoundHalfEven(Val_Global(persist.Read(setting::MountType), log)));
+                auto type = static_cast<std::int16_t>(RoundHalfEven(Val_Global(persist.Read(setting::MountType), log)));
                 return std::string(mount.GetMountType(type));
             },
         .osName = [this] { return GetOsName(platform_.systemInfo); },

@@ -76,7 +76,9 @@ void Startup::CreateProfile() {
     }
 }
 
-void Startup::EnsureUtil() { utilCreated_ = utilCreated_ || needs_.platform.utility.Available(); }
+void Startup::EnsureUtil() {
+    utilCreated_ = utilCreated_ || needs_.platform.utility.Available();
+}
 
 bool Startup::UtilAvailable() {
     EnsureUtil();
@@ -112,6 +114,8 @@ bool Startup::RegisterFocuser() {
     return true;
 }
 
-void Startup::EnsureDriverHelper() { driverHelperCreated_ = true; }
+void Startup::EnsureDriverHelper() {
+    driverHelperCreated_ = true;
+}
 
 }  // namespace kestrane

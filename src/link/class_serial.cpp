@@ -46,12 +46,11 @@ bool classSerial::Connected() {
 }
 
 void classSerial::Connected(bool connect) {
-    if (isUsingAscom_) {
+    if (isUsingAscom_ && connect) {
+        OpenSerialObject();
+    } else if (isUsingAscom_) {
         ResumeNext errors{needs_.ledger, "classSerial.Connected"};
-        if (connect) {
-            OpenSerialObject(errors);
-        }
-        errors.Step([&] { serialObject_->Connected(connect); });
+        errors.Step([&] { serialObject_->Connected(false); });
     } else if (connect) {
         OpenLibrary();
     } else {
@@ -59,11 +58,14 @@ void classSerial::Connected(bool connect) {
     }
 }
 
-void classSerial::OpenSerialObject(ResumeNext& errors) {
+/// What the object raises while it opens is for the caller: it tells a client more than a port that stays closed.
+void classSerial::OpenSerialObject() {
+    ResumeNext errors{needs_.ledger, "classSerial.Connected"};
     errors.Step([&] { serialObject_->Port(port_); });
     errors.Step([&] { serialObject_->Speed(speed_); });
     errors.Step([&] { serialObject_->ReceiveTimeoutMS(receiveTimeoutMs_); });
     LogOpening("ASCOM Serial");
+    serialObject_->Connected(true);
 }
 
 void classSerial::OpenLibrary() {

@@ -30,7 +30,8 @@ struct SerialNeeds {
 
 /// The link to a mount on a serial port, over one of two back ends chosen at creation by the setting
 /// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
-/// errors ignored; the one error that leaves is that of `ReceiveTerminated`. Alarm letters are taken out of every
+/// errors ignored; two errors leave: that of `ReceiveTerminated`, and what the platform's object raises while it opens
+/// (the driver's own layer only stays closed). Alarm letters are taken out of every
 /// text read, but not out of the head of a companion's reply, which the mount never saw ("QUAY," holds a "Y"). Closed
 /// at creation, closed and logged at destruction.
 class classSerial final : public MountLink {
@@ -68,7 +69,7 @@ public:
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override;
 
 private:
-    void OpenSerialObject(ResumeNext& errors);
+    void OpenSerialObject();
     void OpenLibrary();
     void LogOpening(std::string_view backEnd);
     /// Sets the limit of the open back end only; the stored one stays.

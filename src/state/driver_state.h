@@ -17,24 +17,24 @@ struct DriverState : LogState, CounterState {
     bool g_bUseOldButtonBehavior = false;  ///< setting `UseOldButtonBehavior`
 
     // --- connection manager -------------------------------------------------------------------------------------
-    std::int16_t g_nScopeObjects = 0;    ///< live `Telescope` objects, counting the internal instance
-    std::int16_t g_nFocuserObjects = 1;  ///< live `Focuser` objects, counting one permanent internal slot
-    std::int16_t g_nScopeConnects = 0;   ///< `Telescope` clients that have set `Connected` true
-    std::int16_t g_nFocuserConnects = 0; ///< `Focuser` clients that have set `Link` true
-    bool g_bConnected = false;           ///< at least one telescope client connected
-    bool g_bFocuserConnected = false;    ///< at least one focuser client connected
-    double g_dConnectTimeout = 1.0;      ///< seconds; 0 is without limit
+    std::int16_t g_nScopeObjects = 0;      ///< live `Telescope` objects, counting the internal instance
+    std::int16_t g_nFocuserObjects = 1;    ///< live `Focuser` objects, counting one permanent internal slot
+    std::int16_t g_nScopeConnects = 0;     ///< `Telescope` clients that have set `Connected` true
+    std::int16_t g_nFocuserConnects = 0;   ///< `Focuser` clients that have set `Link` true
+    bool g_bConnected = false;             ///< at least one telescope client connected
+    bool g_bFocuserConnected = false;      ///< at least one focuser client connected
+    double g_dConnectTimeout = 1.0;        ///< seconds; 0 is without limit
     std::int32_t g_nReceiveTimeoutMS = 0;  ///< the link's receive time-out as opened, ms
-    std::string g_sVersion;              ///< firmware version, without its terminator
-    bool g_bVersionKnown = false;        ///< `OpenConnection` has just read the version
-    bool g_bFreshConnect = false;        ///< a real connect has just been made
-    std::string g_sForkReply;            ///< reply to the mount form query
-    bool g_bForkMount = false;           ///< the reply is 1, 3, 5 or 7
-    bool g_bQuayConfigured = false;      ///< the settings ask for the companion
-    bool g_bQuayLink = false;            ///< the mount is reached through the companion, proved by a reply
-    bool g_bQuayHandlesSlews = false;    ///< the companion takes slews
-    std::int32_t g_nQuaySeq = 0;         ///< sequence number of the companion wrap, 1 when it is found
-    Tick g_tickLastQuayCheck;            ///< last periodic companion check; 0: none yet
+    std::string g_sVersion;                ///< firmware version, without its terminator
+    bool g_bVersionKnown = false;          ///< `OpenConnection` has just read the version
+    bool g_bFreshConnect = false;          ///< a real connect has just been made
+    std::string g_sForkReply;              ///< reply to the mount form query
+    bool g_bForkMount = false;             ///< the reply is 1, 3, 5 or 7
+    bool g_bQuayConfigured = false;        ///< the settings ask for the companion
+    bool g_bQuayLink = false;              ///< the mount is reached through the companion, proved by a reply
+    bool g_bQuayHandlesSlews = false;      ///< the companion takes slews
+    std::int32_t g_nQuaySeq = 0;           ///< sequence number of the companion wrap, 1 when it is found
+    Tick g_tickLastQuayCheck;              ///< last periodic companion check; 0: none yet
 
     // --- command exchange ---------------------------------------------------------------------------------------
     bool g_bResync = false;  ///< a reply was out of sequence; the next exchange clears the line first
@@ -60,21 +60,21 @@ struct DriverState : LogState, CounterState {
     bool g_bFirmwareSafeSlew = false;  ///< that firmware needs no two-leg slew
 
     // --- the mount picture --------------------------------------------------------------------------------------
-    double g_dRa = 0.0;             ///< hours, 0 up to below 24
-    double g_dDec = 0.0;            ///< degrees, -90 to 90
-    double g_dAlt = 0.0;            ///< degrees
-    double g_dAz = 0.0;             ///< degrees, 0 up to below 360
-    double g_dLst = 0.0;            ///< last sidereal time read from the mount, hours
-    double g_dHourAngle = 0.0;      ///< hours, -12 to 12
-    std::int16_t g_nSideOfPier = 0; ///< 0 East, 1 West
+    double g_dRa = 0.0;              ///< hours, 0 up to below 24
+    double g_dDec = 0.0;             ///< degrees, -90 to 90
+    double g_dAlt = 0.0;             ///< degrees
+    double g_dAz = 0.0;              ///< degrees, 0 up to below 360
+    double g_dLst = 0.0;             ///< last sidereal time read from the mount, hours
+    double g_dHourAngle = 0.0;       ///< hours, -12 to 12
+    std::int16_t g_nSideOfPier = 0;  ///< 0 East, 1 West
     bool g_bParked = false;
     bool g_bTracking = false;
-    std::int16_t g_nNoResponse = 0; ///< consecutive queries without an answer
-    bool g_bLostComms = false;      ///< three queries in a row had no answer, or low power
-    bool g_bLowPower = false;       ///< the low power letter was seen
+    std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
+    bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
+    bool g_bLowPower = false;                   ///< the low power letter was seen
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
-    bool g_bQuayTimeSync = true;    ///< the companion may be asked to synchronise time
+    bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time
 
     // --- query stamps -------------------------------------------------------------------------------------------
     Tick g_tickLastRa, g_tickLastDec, g_tickLastAlt, g_tickLastAz;  ///< queried each 1000 ms
@@ -106,44 +106,44 @@ struct DriverState : LogState, CounterState {
     double g_dFocalLength = 0.0;    ///< metres
 
     // --- slewing ------------------------------------------------------------------------------------------------
-    bool g_bSlewing = false;              ///< a slew is under supervision
-    bool g_bMountSlewing = false;         ///< slew state as last seen in the status text
-    bool g_bAbortSlew = false;            ///< an abort of the running slew was requested
-    bool g_bSafeSlewPending = false;      ///< a two-leg slew has its second leg still to send
-    double g_dSafeSlewRa = 0.0;           ///< final target of the two-leg slew, hours
-    double g_dSafeSlewDec = 0.0;          ///< final target of the two-leg slew, degrees
-    bool g_bSlewCompletePending = false;  ///< the slew-complete step is to run
-    Tick g_tickSettleEnd;                 ///< when settling ends
-    Tick g_tickLastSlewCheck;             ///< last slew check
+    bool g_bSlewing = false;                                        ///< a slew is under supervision
+    bool g_bMountSlewing = false;                                   ///< slew state as last seen in the status text
+    bool g_bAbortSlew = false;                                      ///< an abort of the running slew was requested
+    bool g_bSafeSlewPending = false;                                ///< a two-leg slew has its second leg still to send
+    double g_dSafeSlewRa = 0.0;                                     ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;                                    ///< final target of the two-leg slew, degrees
+    bool g_bSlewCompletePending = false;                            ///< the slew-complete step is to run
+    Tick g_tickSettleEnd;                                           ///< when settling ends
+    Tick g_tickLastSlewCheck;                                       ///< last slew check
     Tick g_tickSeenRa, g_tickSeenDec, g_tickSeenAlt, g_tickSeenAz;  ///< query stamps at the last supervision pass
-    std::int16_t g_nSlewSettleTime = 1;   ///< seconds
-    bool g_bRawRaDecSlews = false;        ///< no two-leg slews
-    double g_dLastTargetDistance = 0.0;   ///< distance to the target at the last supervision pass, degrees
-    double g_dLastDelta = 0.0;            ///< its change at the last pass, degrees
-    std::int16_t g_nSameDistance = 0;     ///< passes in a row with the distance unchanged
-    bool g_bSideInitDone = false;         ///< the first slew-complete since the start has passed
+    std::int16_t g_nSlewSettleTime = 1;                             ///< seconds
+    bool g_bRawRaDecSlews = false;                                  ///< no two-leg slews
+    double g_dLastTargetDistance = 0.0;  ///< distance to the target at the last supervision pass, degrees
+    double g_dLastDelta = 0.0;           ///< its change at the last pass, degrees
+    std::int16_t g_nSameDistance = 0;    ///< passes in a row with the distance unchanged
+    bool g_bSideInitDone = false;        ///< the first slew-complete since the start has passed
 
     // --- focuser ------------------------------------------------------------------------------------------------
     std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
 
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
-    double g_dGuideRate = 1.0;             ///< multiples of sidereal
-    std::int32_t g_nTrackingRate = 0;      ///< 0 sidereal, 1 lunar, 2 solar, 3 King
-    std::int16_t g_nDisplayedRate = -1;    ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
-    Tick g_tickDisplayedRate;              ///< last change of the displayed rate
-    std::string g_sFaultCode = "0";        ///< fault character of the last status text; "0": none
-    std::string g_sStatus;                 ///< the last status text
-    Tick g_tickParkedSince;                ///< first parked tick; 0: not parked
+    double g_dGuideRate = 1.0;           ///< multiples of sidereal
+    std::int32_t g_nTrackingRate = 0;    ///< 0 sidereal, 1 lunar, 2 solar, 3 King
+    std::int16_t g_nDisplayedRate = -1;  ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
+    Tick g_tickDisplayedRate;            ///< last change of the displayed rate
+    std::string g_sFaultCode = "0";      ///< fault character of the last status text; "0": none
+    std::string g_sStatus;               ///< the last status text
+    Tick g_tickParkedSince;              ///< first parked tick; 0: not parked
     std::string g_sTrackingCommand = "RT2";
-    bool g_bAutoEnableTracking = false;    ///< setting `chkAutoEnableTracking`
-    double g_dRaRate = 0.0;                ///< custom RA rate
-    double g_dDecRate = 0.0;               ///< custom Dec rate
+    bool g_bAutoEnableTracking = false;  ///< setting `chkAutoEnableTracking`
+    double g_dRaRate = 0.0;              ///< custom RA rate
+    double g_dDecRate = 0.0;             ///< custom Dec rate
     bool g_bRestoreRatePending = false;
     bool g_bParking = false;
     bool g_bAbortPark = false;
-    bool g_bWestSide = false;              ///< the mount stands on the west side of the pier
-    bool g_bCounterweightUp = false;       ///< result of the counterweight-up rule
-    double g_dMaxMoveAxisRate = 5.0;       ///< largest MoveAxis rate, degrees per second
+    bool g_bWestSide = false;         ///< the mount stands on the west side of the pier
+    bool g_bCounterweightUp = false;  ///< result of the counterweight-up rule
+    double g_dMaxMoveAxisRate = 5.0;  ///< largest MoveAxis rate, degrees per second
     bool g_bPulseNorth = false, g_bPulseSouth = false, g_bPulseEast = false, g_bPulseWest = false;
 };
 

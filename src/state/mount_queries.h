@@ -16,7 +16,6 @@
 
 namespace kestrane {
 
-
 struct MountQueriesNeeds {
     DriverState& state;
     Log& log;

@@ -169,9 +169,9 @@ void PollLoop::DistancePass() {
     const double delta = std::abs(state_.g_dLastTargetDistance - distance);
     const double deltaChange = std::abs(state_.g_dLastDelta - delta);
     needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
-                          "Slew Target Distance=" + FormatUs(distance, kDistancePattern) + ",  Delta=" +
-                              FormatUs(delta, kDistancePattern) + ", Delta Change=" +
-                              FormatUs(deltaChange, kDistancePattern));
+                          "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
+                              ",  Delta=" + FormatUs(delta, kDistancePattern) +
+                              ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
     if (delta < kStillDegrees) {
         ++state_.g_nSameDistance;
         needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
@@ -227,7 +227,9 @@ double PollLoop::TargetDistance() {
                            state_.g_dTargetAlt);
 }
 
-double PollLoop::Threshold() const { return state_.g_bTargetIsRaDec ? kRaDecThreshold : kAltAzThreshold; }
+double PollLoop::Threshold() const {
+    return state_.g_bTargetIsRaDec ? kRaDecThreshold : kAltAzThreshold;
+}
 
 /// No second leg ever follows an abort.
 bool PollLoop::MayStartSecondLeg() const {
@@ -235,9 +237,9 @@ bool PollLoop::MayStartSecondLeg() const {
 }
 
 void PollLoop::StartSecondLeg() {
-    needs_.log.LogMessage("SafeSlew", LogLevel::Info,
-                          "Slew 2 of 2: RA=" + PlainNumber(state_.g_dSafeSlewRa) + ", Dec=" +
-                              PlainNumber(state_.g_dSafeSlewDec));
+    needs_.log.LogMessage(
+        "SafeSlew", LogLevel::Info,
+        "Slew 2 of 2: RA=" + PlainNumber(state_.g_dSafeSlewRa) + ", Dec=" + PlainNumber(state_.g_dSafeSlewDec));
     ResumeNext errors{needs_.ledger, "CheckSlewing"};
     errors.Step([&] { needs_.telescope()->StartSecondLeg(state_.g_dSafeSlewRa, state_.g_dSafeSlewDec); });
     state_.g_bSafeSlewPending = false;

@@ -11,7 +11,9 @@ std::string WithSign(std::string text, ForcedSign sign) {
 
 }  // namespace
 
-std::string HoursText(double hours, ForcedSign sign) { return WithSign(HoursToHMS(hours, ":", ":", "", 1), sign); }
+std::string HoursText(double hours, ForcedSign sign) {
+    return WithSign(HoursToHMS(hours, ":", ":", "", 1), sign);
+}
 
 std::string DegreesText(double degrees, ForcedSign sign) {
     return WithSign(DegreesToDMS(degrees, ":", ":", "", 0), sign);

@@ -8,8 +8,8 @@ namespace {
 
 constexpr double kMillimetres = 1000.0;
 constexpr std::int32_t kStatusWindowDelayMs = 1000;
-constexpr double kMaxMoveAxisRate = 5.0;      // degrees per second
-constexpr double kMaxMoveAxisRateFir = 2.5;   // of the mount with half speed
+constexpr double kMaxMoveAxisRate = 5.0;     // degrees per second
+constexpr double kMaxMoveAxisRateFir = 2.5;  // of the mount with half speed
 constexpr std::int32_t kYieldMs = 20;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
@@ -193,7 +193,9 @@ void Telescope::LoadTelescopeOptions() {
     state_.g_dConnectTimeout = read(setting::txtConnectTimeout, 1.0);
 }
 
-std::int16_t Telescope::ClientCount() { return static_cast<std::int16_t>(state_.g_nScopeObjects - 1); }
+std::int16_t Telescope::ClientCount() {
+    return static_cast<std::int16_t>(state_.g_nScopeObjects - 1);
+}
 
 void Telescope::ClientCount(std::int16_t count) {
     state_.g_nScopeObjects = count;
@@ -257,8 +259,7 @@ bool Telescope::AtPark() {
 }
 
 bool Telescope::IsPulseGuiding() {
-    const bool guiding =
-        state_.g_bPulseNorth || state_.g_bPulseSouth || state_.g_bPulseEast || state_.g_bPulseWest;
+    const bool guiding = state_.g_bPulseNorth || state_.g_bPulseSouth || state_.g_bPulseEast || state_.g_bPulseWest;
     LogGet("IsPulseGuiding", guiding);
     needs_.waits.PumpOnce();
     return guiding;

@@ -54,8 +54,12 @@ void Telescope::SideOfPier(int side) {
     throw DriverError(ErrorNumber::NotImplemented, "Property Set SideOfPier() is not implemented in this driver.");
 }
 
-double Telescope::ApertureDiameter() { return LogGet("ApertureDiameter", state_.g_dAperture); }
-double Telescope::FocalLength() { return LogGet("FocalLength", state_.g_dFocalLength); }
+double Telescope::ApertureDiameter() {
+    return LogGet("ApertureDiameter", state_.g_dAperture);
+}
+double Telescope::FocalLength() {
+    return LogGet("FocalLength", state_.g_dFocalLength);
+}
 
 double Telescope::ApertureArea() {
     const double radius = state_.g_dAperture / 2.0;
@@ -72,7 +76,9 @@ bool Telescope::DoesRefraction() {
     return LogGet("DoesRefraction", does);
 }
 
-void Telescope::DoesRefraction(bool does) { LogSet("DoesRefraction", TrueFalse(does)); }
+void Telescope::DoesRefraction(bool does) {
+    LogSet("DoesRefraction", TrueFalse(does));
+}
 
 double Telescope::SiteLatitude() {
     CheckConnected();

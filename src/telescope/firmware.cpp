@@ -18,7 +18,9 @@ std::string Mid(std::string_view text, std::size_t position, std::size_t count =
     return position > text.size() ? std::string{} : std::string(text.substr(position - 1, count));
 }
 
-bool IsStatusGeneration(const std::string& digit) { return !digit.empty() && digit >= "3" && digit <= "9"; }
+bool IsStatusGeneration(const std::string& digit) {
+    return !digit.empty() && digit >= "3" && digit <= "9";
+}
 
 }  // namespace
 

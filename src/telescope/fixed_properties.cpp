@@ -36,10 +36,18 @@ int Telescope::LogGet(std::string_view name, int value) {
     return value;
 }
 
-int Telescope::AlignmentMode() { return LogGet("AlignmentMode", kGermanPolar); }
-bool Telescope::AtHome() { return LogGet("AtHome", false); }
-int Telescope::EquatorialSystem() { return LogGet("EquatorialSystem", kLocalTopocentric); }
-int Telescope::InterfaceVersion() { return LogGet("InterfaceVersion", kInterfaceVersion); }
+int Telescope::AlignmentMode() {
+    return LogGet("AlignmentMode", kGermanPolar);
+}
+bool Telescope::AtHome() {
+    return LogGet("AtHome", false);
+}
+int Telescope::EquatorialSystem() {
+    return LogGet("EquatorialSystem", kLocalTopocentric);
+}
+int Telescope::InterfaceVersion() {
+    return LogGet("InterfaceVersion", kInterfaceVersion);
+}
 
 std::string Telescope::Name() {
     const std::string name = "KestraneV2";
@@ -71,22 +79,54 @@ std::string Telescope::DriverVersion() {
     return version;
 }
 
-bool Telescope::CanFindHome() { return LogGet("CanFindHome", false); }
-bool Telescope::CanPark() { return LogGet("CanPark", true); }
-bool Telescope::CanPulseGuide() { return LogGet("CanPulseGuide", true); }
-bool Telescope::CanSetDeclinationRate() { return LogGet("CanSetDeclinationRate", ControllerTakesRates()); }
-bool Telescope::CanSetGuideRates() { return LogGet("CanSetGuideRates", true); }
-bool Telescope::CanSetPark() { return LogGet("CanSetPark", true); }
-bool Telescope::CanSetPierSide() { return LogGet("CanSetPierSide", false); }
-bool Telescope::CanSetRightAscensionRate() { return LogGet("CanSetRightAscensionRate", ControllerTakesRates()); }
-bool Telescope::CanSetTracking() { return LogGet("CanSetTracking", true); }
-bool Telescope::CanSlew() { return LogGet("CanSlew", true); }
-bool Telescope::CanSlewAltAz() { return LogGet("CanSlewAltAz", true); }
-bool Telescope::CanSlewAltAzAsync() { return LogGet("CanSlewAltAzAsync", true); }
-bool Telescope::CanSlewAsync() { return LogGet("CanSlewAsync", true); }
-bool Telescope::CanSync() { return LogGet("CanSync", true); }
-bool Telescope::CanSyncAltAz() { return LogGet("CanSyncAltAz", true); }
-bool Telescope::CanUnpark() { return LogGet("CanUnpark", true); }
+bool Telescope::CanFindHome() {
+    return LogGet("CanFindHome", false);
+}
+bool Telescope::CanPark() {
+    return LogGet("CanPark", true);
+}
+bool Telescope::CanPulseGuide() {
+    return LogGet("CanPulseGuide", true);
+}
+bool Telescope::CanSetDeclinationRate() {
+    return LogGet("CanSetDeclinationRate", ControllerTakesRates());
+}
+bool Telescope::CanSetGuideRates() {
+    return LogGet("CanSetGuideRates", true);
+}
+bool Telescope::CanSetPark() {
+    return LogGet("CanSetPark", true);
+}
+bool Telescope::CanSetPierSide() {
+    return LogGet("CanSetPierSide", false);
+}
+bool Telescope::CanSetRightAscensionRate() {
+    return LogGet("CanSetRightAscensionRate", ControllerTakesRates());
+}
+bool Telescope::CanSetTracking() {
+    return LogGet("CanSetTracking", true);
+}
+bool Telescope::CanSlew() {
+    return LogGet("CanSlew", true);
+}
+bool Telescope::CanSlewAltAz() {
+    return LogGet("CanSlewAltAz", true);
+}
+bool Telescope::CanSlewAltAzAsync() {
+    return LogGet("CanSlewAltAzAsync", true);
+}
+bool Telescope::CanSlewAsync() {
+    return LogGet("CanSlewAsync", true);
+}
+bool Telescope::CanSync() {
+    return LogGet("CanSync", true);
+}
+bool Telescope::CanSyncAltAz() {
+    return LogGet("CanSyncAltAz", true);
+}
+bool Telescope::CanUnpark() {
+    return LogGet("CanUnpark", true);
+}
 
 bool Telescope::ControllerTakesRates() {
     const std::string controller = needs_.persist.Read(setting::Controller);

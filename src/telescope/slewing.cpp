@@ -17,7 +17,9 @@ constexpr std::int32_t kSettleUnitMs = 1000;
 constexpr std::int16_t kMaxSettleTime = 100;
 constexpr std::int16_t kNoTarget = 9;
 
-std::string Position(double ra, double dec) { return "RA=" + PlainNumber(ra) + ", Dec=" + PlainNumber(dec); }
+std::string Position(double ra, double dec) {
+    return "RA=" + PlainNumber(ra) + ", Dec=" + PlainNumber(dec);
+}
 
 /// What the mount's reply to a slew command means to a person.
 std::string_view MeaningOfRefusal(std::int16_t result) {
@@ -36,8 +38,9 @@ std::string_view MeaningOfRefusal(std::int16_t result) {
 void Telescope::CheckSlewRange(double rightAscension, double declination) {
     // Both slews log the asynchronous one's words: wanted.
     const auto refuse = [&](std::string_view what, double value) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SlewToCoordinatesAsync " + std::string(what) + " (out of range) = " + PlainNumber(value));
+        needs_.log.LogMessage(
+            "ASCOM", LogLevel::Exception,
+            "SlewToCoordinatesAsync " + std::string(what) + " (out of range) = " + PlainNumber(value));
         throw DriverError(ErrorNumber::OutOfRange);
     };
     if (!(declination >= -90.0 && declination <= 90.0)) {
@@ -54,7 +57,9 @@ void Telescope::BeginSlew() {
     state_.g_bMountSlewing = true;
 }
 
-bool Telescope::SafeSlewWanted() { return !needs_.persist.ReadFlag(setting::DisableSafeSlew); }
+bool Telescope::SafeSlewWanted() {
+    return !needs_.persist.ReadFlag(setting::DisableSafeSlew);
+}
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     CheckSlewRange(rightAscension, declination);
@@ -96,8 +101,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 }
 
 void Telescope::SlewToTarget() {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "SlewToTarget " + Position(state_.g_dTargetRa, state_.g_dTargetDec));
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToTarget " + Position(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTarget", true, true);
     BeginSlew();
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
@@ -136,7 +140,9 @@ void Telescope::SlewToTargetAsync() {
     }
 }
 
-bool Telescope::QuayTakesSlews() const { return state_.g_bQuayLink && state_.g_bQuayHandlesSlews; }
+bool Telescope::QuayTakesSlews() const {
+    return state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
+}
 
 void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
     const std::string reply =
@@ -188,8 +194,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     state_.g_dSafeSlewDec = declination;
     double viaRightAscension = 0.0;
     if (PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info,
-                              "Slew 1 of 2: " + Position(viaRightAscension, state_.g_dDec));
+        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + Position(viaRightAscension, state_.g_dDec));
         errors.Step([&] { TargetRightAscension(viaRightAscension); });
         errors.Step([&] { TargetDeclination(state_.g_dDec); });
         errors.Step([&] { SendSlewCommands(); });
@@ -224,8 +229,7 @@ bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& 
         return false;
     }
     if (IsShortSlew(state_.g_dRa, state_.g_dDec, rightAscension, declination)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info,
-                              "SafeSlew will not be used - Target Dec is withing 1 degree");
+        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew will not be used - Target Dec is withing 1 degree");
         return false;
     }
     const auto via = IntermediateRa(state_.g_nSideOfPier, state_.g_dHourAngle, needs_.queries.GetLst());
@@ -336,7 +340,9 @@ void Telescope::AbortSlew() {
     }
 }
 
-void Telescope::AbortSlewDriver() { StopMotion("Driver"); }
+void Telescope::AbortSlewDriver() {
+    StopMotion("Driver");
+}
 
 void Telescope::StopMotion(std::string_view origin) {
     needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");

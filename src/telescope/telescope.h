@@ -98,9 +98,7 @@ public:
     std::string CommandString(std::string_view command, bool raw) { return exchange_.CommandString(command, raw); }
     void CommandBlindInternal(std::string_view command, bool raw) { exchange_.CommandBlindInternal(command, raw); }
     void CommandClearInternal() { exchange_.CommandClearInternal(); }
-    bool CommandBoolInternal(std::string_view command, bool raw) {
-        return exchange_.CommandBoolInternal(command, raw);
-    }
+    bool CommandBoolInternal(std::string_view command, bool raw) { return exchange_.CommandBoolInternal(command, raw); }
     std::string CommandStringInternal(std::string_view command, bool raw) {
         return exchange_.CommandStringInternal(command, raw);
     }
@@ -123,7 +121,7 @@ public:
     bool CanFindHome();
     bool CanPark();
     bool CanPulseGuide();
-    bool CanSetDeclinationRate();     ///< by the controller type of the settings
+    bool CanSetDeclinationRate();  ///< by the controller type of the settings
     bool CanSetGuideRates();
     bool CanSetPark();
     bool CanSetPierSide();

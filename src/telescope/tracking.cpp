@@ -19,7 +19,9 @@ constexpr std::array<RateRow, 3> kRates{{
 
 }  // namespace
 
-bool Telescope::Tracking() { return LogGet("Tracking", state_.g_bTracking); }
+bool Telescope::Tracking() {
+    return LogGet("Tracking", state_.g_bTracking);
+}
 
 void Telescope::Tracking(bool track) {
     LogSet("Tracking", TrueFalse(track));
@@ -39,7 +41,9 @@ void Telescope::Tracking(bool track) {
     ShowRate(0);
 }
 
-std::int32_t Telescope::TrackingRate() { return LogGet("TrackingRate", state_.g_nTrackingRate); }
+std::int32_t Telescope::TrackingRate() {
+    return LogGet("TrackingRate", state_.g_nTrackingRate);
+}
 
 void Telescope::TrackingRate(std::int32_t rate) {
     state_.g_nTrackingRate = rate;

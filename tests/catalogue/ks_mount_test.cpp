@@ -1,7 +1,6 @@
 #include "catalogue/ks_mount.h"
 
 #include <gtest/gtest.h>
-
 #include <set>
 
 #include "catalogue/wire_commands.h"
@@ -37,7 +36,8 @@ TEST(KsMountTest, ListOrder_DiffersFromTheEnumeration) {
 TEST(WireCommandsTest, EachCommand_StandsInTheCatalogueOnce) {
     std::set<std::string> seen;
     for (const WireCommand& command : wire::kAll) {
-        const std::string key = std::string(command.text) + (command.Raw() ? " raw" : "") + std::string(command.argument);
+        const std::string key =
+            std::string(command.text) + (command.Raw() ? " raw" : "") + std::string(command.argument);
         EXPECT_TRUE(seen.insert(key).second) << command.text;
         EXPECT_FALSE(command.meaning.empty()) << command.text;
     }

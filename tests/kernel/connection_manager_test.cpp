@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "link/ascom_serial.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -162,7 +163,7 @@ TEST_F(ConnectionManagerTest, OpeningErrorOfThePlatformsSerialObject_ReachesAFoc
     Start();
     const FocuserObject focuser = driver->CreateFocuser();
     const std::uint32_t own = ErrorOf([&] { focuser->Link(true); });
-    EXPECT_NE(own, 0U);
+    EXPECT_EQ(own, AscomSerial::kCannotOpen);
     EXPECT_EQ(driver->state.g_nFocuserConnects, 0);
     const TelescopeObject telescope = driver->CreateTelescope();
     EXPECT_EQ(ErrorOf([&] { telescope->Connected(true); }), kNoMount);
@@ -303,20 +304,21 @@ TEST_P(CompanionPortTest, PublishedPort_IsTakenOnlyInItsForm) {
     machine.systemInfo.shellAdmin = row.elevated;
     ExpectSwallow("*");
     Start();
-    EXPECT_EQ(ErrorOf([&] { driver->connections.OpenConnection(ClientKind::Telescope); }), row.opened == 1 ? 0U : kNoMount);
+    EXPECT_EQ(ErrorOf([&] { driver->connections.OpenConnection(ClientKind::Telescope); }),
+              row.opened == 1 ? 0U : kNoMount);
     ASSERT_FALSE(machine.serialPorts.Openings().empty());
     EXPECT_EQ(machine.serialPorts.Openings()[0].port, row.opened);
 }
 
 INSTANTIATE_TEST_SUITE_P(Settings, CompanionPortTest,
-                         testing::Values(CompanionPortRow{"", "", false, 1},                      //
-                                         CompanionPortRow{"COM9", "", false, 1},                  // no blank
-                                         CompanionPortRow{"COM9 x", "", false, 9},                //
-                                         CompanionPortRow{"com12 a b", "", false, 12},            // rest with blanks
-                                         CompanionPortRow{"COM x", "", false, 1},                 // too short
-                                         CompanionPortRow{"LPT9 x", "", false, 1},                //
-                                         CompanionPortRow{"COM9 x", "COM8 x", false, 9},          //
-                                         CompanionPortRow{"COM9 x", "COM8 x", true, 8},           //
+                         testing::Values(CompanionPortRow{"", "", false, 1},              //
+                                         CompanionPortRow{"COM9", "", false, 1},          // no blank
+                                         CompanionPortRow{"COM9 x", "", false, 9},        //
+                                         CompanionPortRow{"com12 a b", "", false, 12},    // rest with blanks
+                                         CompanionPortRow{"COM x", "", false, 1},         // too short
+                                         CompanionPortRow{"LPT9 x", "", false, 1},        //
+                                         CompanionPortRow{"COM9 x", "COM8 x", false, 9},  //
+                                         CompanionPortRow{"COM9 x", "COM8 x", true, 8},   //
                                          CompanionPortRow{"COM9 x", "", true, 9}));
 
 TEST_F(CompanionConnectTest, ConfiguredButUnproved_IsAskedAgainAfterFifteenSecondsThenEachMinute) {
@@ -393,7 +395,8 @@ TEST_F(ConnectionManagerTest, ResetOfCounters_StopsTheMountOnlyAfterAStall) {
     EXPECT_EQ(driver->state.g_nMotorStalls, 0);
 }
 
-// --- checks of the setup dialog ----------------------------------------------------------------------------------------
+// --- checks of the setup dialog
+// ----------------------------------------------------------------------------------------
 
 TEST_F(ConnectionManagerTest, CheckOfAPort_OnAClosedLink_OpensItAndClosesItAgain) {
     Start();

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 #include "support/driver_fixture.h"
 
@@ -168,7 +167,8 @@ TEST_F(SlewTest, AbortWhileIdleAndTracking_SetsTheSiderealRate_AndSendsNoStopPai
     EXPECT_EQ(TimesSent("RT2"), rates + 1);
 }
 
-// --- a mount that misbehaves ------------------------------------------------------------------------------------------
+// --- a mount that misbehaves
+// ------------------------------------------------------------------------------------------
 
 TEST_F(SlewTest, CablePulledInMidSlew_LosesCommunications_AndRecoversWhenItIsBack) {
     ExpectSwallow("*");

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <filesystem>
+#include <gtest/gtest.h>
 
 #include "kernel/companion.h"
 #include "link/class_tcp_comm.h"

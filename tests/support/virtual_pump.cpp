@@ -172,12 +172,6 @@ void VirtualPump::RunTick(TimerState& timer) {
     const std::int64_t next = timer.place.first + timer.intervalMs;
     const std::int64_t now = clock_.Elapsed();
     timer.place.first = next > now ? next : now + timer.intervalMs;
-
-    struct Ticking {
-        explicit Ticking(TimerState& state) : timerState(state) { timerState.ticking = true; }
-        ~Ticking() { timerState.ticking = false; }
-        TimerState& timerState;
-    } ticking(timer);
     RunCall(CallKind::Brief, timer.onTick);
 }
 

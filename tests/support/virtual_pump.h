@@ -14,8 +14,8 @@
 namespace kestrane {
 
 /// The message pump on virtual time. Calls and ticks run in the order in which they fell due, then in that of their
-/// creation. A timer whose tick is running does not fire again until the tick has returned; it keeps its rhythm as
-/// long as no tick was missed, and starts anew after one was. What a call raises goes through to whoever pumped.
+/// creation. A timer whose tick pumps may fire again inside it. It keeps its rhythm as long as no tick was missed, and
+/// starts anew after one was. What a call raises goes through to whoever pumped.
 class VirtualPump final : public MessagePump {
 public:
     explicit VirtualPump(VirtualClock& clock) : clock_(clock) {}
@@ -55,8 +55,7 @@ private:
         std::function<void()> onTick;
         std::int32_t intervalMs = 0;
         bool enabled = false;
-        bool ticking = false;
-        bool Armed() const { return enabled && intervalMs > 0 && !ticking; }
+        bool Armed() const { return enabled && intervalMs > 0; }
     };
     /// What a pump may start: due by then, and queued before.
     struct Horizon {

@@ -123,15 +123,22 @@ TEST_F(VirtualPumpTest, Timer_MayBeDestroyedInItsOwnTick) {
     EXPECT_EQ(ran, Names{"tick@10"});
 }
 
-TEST_F(VirtualPumpTest, Timer_DoesNotFireInsideItsOwnTick) {
+TEST_F(VirtualPumpTest, Timer_FiresAgainInsideItsOwnTick_WhenThatPumps) {
+    bool inTick = false;
     const auto timer = StartTimer(10, [&] {
+        if (inTick) {
+            Note("inner")();
+            return;
+        }
+        inTick = true;
         Note("in")();
         clock.Sleep(20);
         pump.PumpMessages();
         Note("out")();
+        inTick = false;
     });
     pump.AdvanceTime(10);
-    EXPECT_EQ(ran, (Names{"in@10", "out@30"}));
+    EXPECT_EQ(ran, (Names{"in@10", "inner@30", "out@30"}));
 }
 
 TEST_F(VirtualPumpTest, LongCall_StartsInALongCallButNotInABriefOne) {

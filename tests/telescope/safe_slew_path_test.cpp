@@ -1,7 +1,6 @@
 #include "telescope/safe_slew_path.h"
 
 #include <gtest/gtest.h>
-
 #include <optional>
 
 namespace kestrane {
@@ -26,20 +25,20 @@ TEST_P(SafeSlewPathTest, IntermediatePoint_FollowsSideAndHourAngle) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Positions, SafeSlewPathTest,
-                         testing::Values(PathRow{0, -8.0, 5.0, 17.5},           // far east: LST + 12.5
-                                         PathRow{0, -6.0, 5.0, 17.5},           // the bound belongs to the far leg
-                                         PathRow{0, -5.999, 5.0, 4.5},          // near: LST - 0.5
-                                         PathRow{0, -2.0, 0.25, 23.75},         // folded below 0
-                                         PathRow{0, -8.0, 20.0, 8.5},           // folded above 24
-                                         PathRow{0, 0.0, 5.0, std::nullopt},    // on the meridian: one leg
-                                         PathRow{0, 2.0, 5.0, std::nullopt},    // counterweights down
-                                         PathRow{1, 2.0, 5.0, 5.5},             // LST + 0.5
-                                         PathRow{1, 5.999, 5.0, 5.5},           //
-                                         PathRow{1, 6.0, 5.0, 16.5},            // LST - 12.5, folded
-                                         PathRow{1, 8.0, 20.0, 7.5},            //
-                                         PathRow{1, 12.0, 20.0, 7.5},           //
-                                         PathRow{1, 0.0, 5.0, std::nullopt},    //
-                                         PathRow{1, -2.0, 5.0, std::nullopt},   //
+                         testing::Values(PathRow{0, -8.0, 5.0, 17.5},            // far east: LST + 12.5
+                                         PathRow{0, -6.0, 5.0, 17.5},            // the bound belongs to the far leg
+                                         PathRow{0, -5.999, 5.0, 4.5},           // near: LST - 0.5
+                                         PathRow{0, -2.0, 0.25, 23.75},          // folded below 0
+                                         PathRow{0, -8.0, 20.0, 8.5},            // folded above 24
+                                         PathRow{0, 0.0, 5.0, std::nullopt},     // on the meridian: one leg
+                                         PathRow{0, 2.0, 5.0, std::nullopt},     // counterweights down
+                                         PathRow{1, 2.0, 5.0, 5.5},              // LST + 0.5
+                                         PathRow{1, 5.999, 5.0, 5.5},            //
+                                         PathRow{1, 6.0, 5.0, 16.5},             // LST - 12.5, folded
+                                         PathRow{1, 8.0, 20.0, 7.5},             //
+                                         PathRow{1, 12.0, 20.0, 7.5},            //
+                                         PathRow{1, 0.0, 5.0, std::nullopt},     //
+                                         PathRow{1, -2.0, 5.0, std::nullopt},    //
                                          PathRow{2, -2.0, 5.0, std::nullopt}));  // side not known
 
 struct ShortRow {
@@ -55,13 +54,13 @@ TEST_P(ShortSlewTest, WithinOneDegreeInBothAxes_IsShort) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Distances, ShortSlewTest,
-                         testing::Values(ShortRow{10.0, 20.0, 10.0, 21.0, true},       // exactly one degree
-                                         ShortRow{10.0, 20.0, 10.0, 21.001, false},    //
-                                         ShortRow{10.0, 20.0, 10.0625, 20.0, true},    // 0.9375 degrees
-                                         ShortRow{10.0, 20.0, 10.07, 20.0, false},     //
-                                         ShortRow{23.99, 20.0, 0.02, 20.5, true},      // across midnight
-                                         ShortRow{0.02, -20.0, 23.99, -20.5, true},    //
-                                         ShortRow{0.0, 89.0, 12.0, 89.5, false}));     // near the pole RA still counts
+                         testing::Values(ShortRow{10.0, 20.0, 10.0, 21.0, true},     // exactly one degree
+                                         ShortRow{10.0, 20.0, 10.0, 21.001, false},  //
+                                         ShortRow{10.0, 20.0, 10.0625, 20.0, true},  // 0.9375 degrees
+                                         ShortRow{10.0, 20.0, 10.07, 20.0, false},   //
+                                         ShortRow{23.99, 20.0, 0.02, 20.5, true},    // across midnight
+                                         ShortRow{0.02, -20.0, 23.99, -20.5, true},  //
+                                         ShortRow{0.0, 89.0, 12.0, 89.5, false}));   // near the pole RA still counts
 
 }  // namespace
 }  // namespace kestrane

@@ -146,7 +146,7 @@ std::shared_ptr<PosixMessagePump::TimerState> PosixMessagePump::FirstTimer(const
     }
     std::shared_ptr<TimerState> first;
     for (const auto& timer : timers_) {
-        const bool due = timer->Armed() && !timer->ticking && timer->due <= horizon.due;
+        const bool due = timer->Armed() && timer->due <= horizon.due;
         if (due && (!first || timer->due < first->due)) {
             first = timer;
         }
@@ -158,9 +158,7 @@ void PosixMessagePump::RunTick(TimerState& timer) {
     // The rhythm is kept as long as no tick was missed; after that it starts anew.
     const TimePoint now = now_();
     timer.due = timer.due + timer.interval > now ? timer.due + timer.interval : now + timer.interval;
-    timer.ticking = true;
     RunCall(CallKind::Brief, timer.onTick);
-    timer.ticking = false;
 }
 
 void PosixMessagePump::RunCall(CallKind kind, const std::function<void()>& call) {

@@ -59,7 +59,6 @@ private:
         std::uint64_t number = 0;
         std::chrono::milliseconds interval{0};
         bool enabled = false;
-        bool ticking = false;
         TimePoint due{};
 
         bool Armed() const { return enabled && interval.count() > 0; }
