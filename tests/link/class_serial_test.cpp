@@ -65,18 +65,6 @@ TEST_P(SerialLink, Connected_TrueOnAnOpenLink_OpensItAgainWithoutHarm) {
     EXPECT_EQ(exchange->CommandString("V", false), "ok");
 }
 
-TEST_F(LibraryLink, Connected_ThatFails_StaysClosedAndRaisesNothing) {
-    link->Connected(false);
-    line.openError = 2;
-    Play(R"(
-        0   ? Connected True
-        0   L Serial Info KS Serial - Port = 1, Speed = 9600, Timeout = 500ms
-        0   L Serial Error Failed to connect: Error = 2
-        0   =
-    )");
-    EXPECT_FALSE(link->Connected());
-}
-
 TEST_P(SerialLink, Connected_False_ClosesThePort) {
     Play(R"(
         0   ? Connected False
@@ -449,6 +437,18 @@ TEST_F(AscomLink, TheBackEnd_IsChosenAtCreationAndKept) {
     MakeLink();
     link->Connected(true);
     EXPECT_EQ(LogLines().back(), "Serial Info ASCOM Serial - Port = 1, Speed = 9600, Timeout = 250ms");
+}
+
+TEST_F(LibraryLink, Connected_ThatFails_StaysClosedAndRaisesNothing) {
+    link->Connected(false);
+    line.openError = 2;
+    Play(R"(
+        0   ? Connected True
+        0   L Serial Info KS Serial - Port = 1, Speed = 9600, Timeout = 500ms
+        0   L Serial Error Failed to connect: Error = 2
+        0   =
+    )");
+    EXPECT_FALSE(link->Connected());
 }
 
 TEST_F(LibraryLink, ASettingThatIsNoNumber_ChoosesTheLibrary) {
