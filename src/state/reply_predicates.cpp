@@ -4,6 +4,7 @@
 #include <string>
 
 #include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
 
 namespace kestrane {
 namespace {
@@ -20,7 +21,9 @@ std::optional<double> Number(std::string_view piece, Log& log) {
 }
 
 /// Takes the sign off and cuts the rest at its first "*" and its first ":"; each piece must be numeric.
-std::optional<Sexagesimal> Split(std::string_view text, Log& log) {
+std::optional<Sexagesimal> Split(std::string_view reply, Log& log) {
+    const std::string trimmed = Trim(reply);  // as the parsers do, so that both see the same sign
+    std::string_view text = trimmed;
     Sexagesimal result;
     if (text.starts_with('-')) {
         result.negative = true;

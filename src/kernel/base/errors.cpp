@@ -14,6 +14,8 @@ constexpr std::array kMessages{
     MessageRow{ErrorNumber::NoMount, "No mount on IP Address or COM port, or initialization failed."},
     MessageRow{ErrorNumber::NotConnected, "The scope is not connected"},
     MessageRow{ErrorNumber::OutOfRange, "The property value is out of range"},
+    MessageRow{ErrorNumber::SyncTargetIncomplete,
+               "The sync operation failed because target coordinates are incomplete."},
     MessageRow{ErrorNumber::IllegalWhileParked, "Illegal operation while parked"},
     MessageRow{ErrorNumber::InvalidOperation, "Invalid operation"},
     MessageRow{ErrorNumber::WrongTracking, "Wrong tracking state"},
@@ -55,9 +57,9 @@ void SwallowLedger::Note(SwallowedError error) {
     entries_.push_back(std::move(error));
 }
 
-void ResumeNext::Swallow(const DriverError& error, std::source_location where) {
+void ResumeNext::Swallow(const DriverError& error, std::uint32_t line) {
     failed_ = true;
-    ledger_.Note({procedure_, where.line(), error.Number(), error.Message()});
+    ledger_.Note({procedure_, line, error.Number(), error.Message()});
 }
 
 }  // namespace kestrane

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <source_location>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -108,12 +107,12 @@ public:
 
     /// Runs one statement; false when it failed.
     template <typename Statement>
-    bool Step(Statement&& statement, std::source_location where = std::source_location::current()) {
+    bool Step(Statement&& statement, std::uint32_t line = __builtin_LINE()) {
         try {
             std::forward<Statement>(statement)();
             return true;
         } catch (const DriverError& error) {
-            Swallow(error, where);
+            Swallow(error, line);
             return false;
         }
     }
@@ -121,15 +120,15 @@ public:
     /// Assigns the value of `expression`; false, with `target` as it was, when that failed.
     template <typename Target, typename Expression>
     bool Assign(Target& target, Expression&& expression,
-                std::source_location where = std::source_location::current()) {
-        return Step([&] { target = std::forward<Expression>(expression)(); }, where);
+                std::uint32_t line = __builtin_LINE()) {
+        return Step([&] { target = std::forward<Expression>(expression)(); }, line);
     }
 
     /// Whether any statement failed so far.
     bool Failed() const { return failed_; }
 
 private:
-    void Swallow(const DriverError& error, std::source_location where);
+    void Swallow(const DriverError& error, std::uint32_t line);
 
     SwallowLedger& ledger_;
     std::string procedure_;
