@@ -1,0 +1,89 @@
+#include "kernel/base/waits.h"
+
+#include <gtest/gtest.h>
+
+#include "base_fakes.h"
+#include "kernel/base/errors.h"
+
+namespace kestrane {
+namespace {
+
+/// Counts the pumps; a pump may take time or fail.
+class CountingPump final : public MessagePump {
+public:
+    explicit CountingPump(StandingClock& clock) : clock_(clock) {}
+
+    void Post(CallKind, std::function<void()>) override {}
+    void PumpMessages() override {
+        ++pumps;
+        clock_.now = clock_.now + pumpTakesMs;
+        if (fails) {
+            throw DriverError(ErrorNumber::InvalidOperation);
+        }
+    }
+    std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
+
+    int pumps = 0;
+    std::int32_t pumpTakesMs = 0;
+    bool fails = false;
+
+private:
+    StandingClock& clock_;
+};
+
+struct WaitsTest : testing::Test {
+    StandingClock clock;
+    CountingPump pump{clock};
+    Waits waits{clock, pump};
+};
+
+struct WaitRow {
+    std::int32_t milliseconds;
+    std::vector<std::int32_t> sleeps;
+    int pumps;
+};
+
+TEST_F(WaitsTest, WaitForMilliseconds_PumpsAfterEachPieceWhileMoreThan100Remain) {
+    const std::vector<WaitRow> rows{
+        {-5, {}, 0},
+        {0, {}, 0},
+        {1, {1}, 0},
+        {100, {100}, 0},
+        {101, {100, 1}, 1},
+        {200, {100, 100}, 1},
+        {201, {100, 100, 1}, 2},
+        {250, {100, 100, 50}, 2},
+    };
+    for (const std::int32_t start : {0, 2147483600, -1}) {
+        for (const WaitRow& row : rows) {
+            clock.now = Tick{start};
+            clock.sleeps.clear();
+            pump.pumps = 0;
+            waits.WaitForMilliseconds(row.milliseconds);
+            EXPECT_EQ(clock.sleeps, row.sleeps) << row.milliseconds << " from " << start;
+            EXPECT_EQ(pump.pumps, row.pumps) << row.milliseconds << " from " << start;
+        }
+    }
+}
+
+TEST_F(WaitsTest, WaitForMilliseconds_CountsTheTimeThatAPumpTook) {
+    pump.pumpTakesMs = 500;
+    waits.WaitForMilliseconds(300);
+    EXPECT_EQ(pump.pumps, 1);
+    EXPECT_EQ(clock.sleeps, std::vector<std::int32_t>{100});
+}
+
+TEST_F(WaitsTest, WaitForMilliseconds_WhenAnotherEventFails_WaitsOn) {
+    pump.fails = true;
+    EXPECT_NO_THROW(waits.WaitForMilliseconds(250));
+    EXPECT_EQ(pump.pumps, 2);
+}
+
+TEST_F(WaitsTest, PumpOnce_PumpsWithoutSleeping) {
+    waits.PumpOnce();
+    EXPECT_EQ(pump.pumps, 1);
+    EXPECT_TRUE(clock.sleeps.empty());
+}
+
+}  // namespace
+}  // namespace kestrane
