@@ -1,0 +1,141 @@
+#include "client/alpaca_device.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/src.hpp>
+#include <cmath>
+
+namespace kestrane::client {
+namespace {
+
+namespace json = boost::json;
+
+/// Members whose answer may wait for the mount, in lower case.
+constexpr std::array<std::string_view, 10> kPatientMembers{
+    "connected",    "park",        "unpark",       "findhome",    "slewtocoordinates",
+    "slewtotarget", "slewtoaltaz", "commandblind", "commandbool", "commandstring"};
+
+std::string Lowered(std::string_view text) {
+    std::string lowered(text);
+    std::transform(lowered.begin(), lowered.end(), lowered.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return lowered;
+}
+
+/// The first line of a body that is no JSON, cut to what a person reads.
+std::string FirstLine(const std::string& body) {
+    constexpr std::size_t kMost = 200;
+    return body.substr(0, std::min(body.find_first_of("\r\n"), kMost));
+}
+
+const json::value* Field(const json::object& object, std::string_view name) {
+    return object.if_contains(name);
+}
+
+}  // namespace
+
+AlpacaReply ParseReply(const HttpReply& reply) {
+    if (reply.status != 200) {
+        throw DeviceError(0, "the server refused the request with status " + std::to_string(reply.status) + ": " +
+                                 FirstLine(reply.body));
+    }
+    boost::system::error_code error;
+    const json::value document = json::parse(reply.body, error);
+    const json::object* object = error ? nullptr : document.if_object();
+    if (object == nullptr) {
+        throw DeviceError(0, "the answer is not one of an Alpaca device: " + FirstLine(reply.body));
+    }
+    AlpacaReply parsed;
+    if (const auto* value = Field(*object, "Value")) {
+        parsed.value = *value;
+    }
+    if (const auto* number = Field(*object, "ErrorNumber"); number != nullptr && number->is_int64()) {
+        parsed.errorNumber = number->get_int64();
+    }
+    if (const auto* message = Field(*object, "ErrorMessage"); message != nullptr && message->is_string()) {
+        parsed.errorMessage = std::string(message->get_string());
+    }
+    return parsed;
+}
+
+std::string PercentEncoded(std::string_view text) {
+    constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+    constexpr std::string_view kHex = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char character : text) {
+        if (kPlain.find(character) != std::string_view::npos) {
+            encoded += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            encoded += '%';
+            encoded += kHex[byte >> 4U];
+            encoded += kHex[byte & 0x0FU];
+        }
+    }
+    return encoded;
+}
+
+std::string FormEncoded(const Values& values) {
+    std::string form;
+    for (const auto& [key, value] : values) {
+        form += (form.empty() ? "" : "&") + PercentEncoded(key) + "=" + PercentEncoded(value);
+    }
+    return form;
+}
+
+AlpacaDevice::AlpacaDevice(Address address, Limits limits)
+    : address_(std::move(address)), limits_(limits), connection_(address_.host, address_.port) {}
+
+json::value AlpacaDevice::Get(std::string_view member, const Values& values) {
+    return Call(HttpConnection::Verb::Get, member, values);
+}
+
+json::value AlpacaDevice::Put(std::string_view member, const Values& values) {
+    return Call(HttpConnection::Verb::Put, member, values);
+}
+
+json::value AlpacaDevice::Call(HttpConnection::Verb verb, std::string_view member, Values values) {
+    const std::string name = Lowered(member);
+    const bool isPut = verb == HttpConnection::Verb::Put;
+    values.emplace_back("ClientID", std::to_string(address_.clientId));
+    values.emplace_back("ClientTransactionID", std::to_string(++transaction_));
+
+    HttpConnection::Request request;
+    request.verb = verb;
+    request.target = "/api/v1/" + address_.type + "/" + std::to_string(address_.device) + "/" + PercentEncoded(name);
+    (isPut ? request.form : request.target) += (isPut ? "" : "?") + FormEncoded(values);
+    const bool isPatient =
+        isPut && std::find(kPatientMembers.begin(), kPatientMembers.end(), name) != kPatientMembers.end();
+    const double seconds = isPatient ? limits_.patient : limits_.brief;
+    request.limit = std::chrono::milliseconds(std::llround(seconds * 1000.0));
+    request.whileWaiting = whileWaiting_;
+
+    AlpacaReply reply = ParseReply(connection_.Send(request));
+    if (reply.errorNumber != 0) {
+        throw DeviceError(reply.errorNumber, reply.errorMessage);
+    }
+    return std::move(reply.value);
+}
+
+std::optional<json::value> AlpacaDevice::TryGet(std::string_view member) {
+    try {
+        return Get(member);
+    } catch (const DeviceError&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<double> AlpacaDevice::TryNumber(std::string_view member) {
+    const auto value = TryGet(member);
+    if (!value || !value->is_number()) {
+        return std::nullopt;
+    }
+    return value->to_number<double>();
+}
+
+std::optional<bool> AlpacaDevice::TryFlag(std::string_view member) {
+    const auto value = TryGet(member);
+    return value && value->is_bool() ? std::optional(value->get_bool()) : std::nullopt;
+}
+
+}  // namespace kestrane::client

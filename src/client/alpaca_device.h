@@ -1,0 +1,92 @@
+#pragma once
+
+#include <boost/json/value.hpp>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "client/http_connection.h"
+
+namespace kestrane::client {
+
+/// The device, or the program that serves it, answered with a failure.
+class DeviceError : public std::runtime_error {
+public:
+    DeviceError(std::int64_t number, const std::string& message) : std::runtime_error(message), number_(number) {}
+
+    /// The device's ErrorNumber; 0 when the request did not get as far as the device.
+    std::int64_t Number() const { return number_; }
+
+private:
+    std::int64_t number_;
+};
+
+/// The answer to one request, taken apart. A missing value is null.
+struct AlpacaReply {
+    boost::json::value value;
+    std::int64_t errorNumber = 0;
+    std::string errorMessage;
+};
+
+/// Takes a reply apart, tolerating missing fields. Raises `DeviceError` for a status other than 200 and for a body
+/// that is no JSON object; a device's own error is left in the reply.
+AlpacaReply ParseReply(const HttpReply& reply);
+
+/// Bytes outside letters, digits and "-._~" as "%XX".
+std::string PercentEncoded(std::string_view text);
+
+using Values = std::vector<std::pair<std::string, std::string>>;
+
+/// "KEY=VALUE&..." encoded; empty for none.
+std::string FormEncoded(const Values& values);
+
+/// One Alpaca device as one client sees it, over one kept connection.
+class AlpacaDevice {
+public:
+    struct Address {
+        std::string host;
+        std::uint16_t port = 0;
+        std::string type;  ///< "telescope" or "focuser"
+        std::uint32_t device = 0;
+        std::uint32_t clientId = 0;
+    };
+    /// Seconds that an answer may take: of most members, and of those that move or connect before they answer.
+    struct Limits {
+        double brief = 10.0;
+        double patient = 120.0;
+    };
+
+    AlpacaDevice(Address address, Limits limits);
+
+    /// Called a few times a second while an answer is awaited.
+    void WhileWaiting(std::function<void()> call) { whileWaiting_ = std::move(call); }
+
+    /// Reads a member, named in any case. Raises `DeviceError`, `Unreachable`.
+    boost::json::value Get(std::string_view member, const Values& values = {});
+    /// Writes or calls a member; its value, null for none.
+    boost::json::value Put(std::string_view member, const Values& values = {});
+
+    /// Nothing when the device reports an error or the value is of another kind: for members that a device need not
+    /// have. Raises `Unreachable` only.
+    std::optional<boost::json::value> TryGet(std::string_view member);
+    std::optional<double> TryNumber(std::string_view member);
+    std::optional<bool> TryFlag(std::string_view member);
+
+    const Address& Where() const { return address_; }
+
+private:
+    boost::json::value Call(HttpConnection::Verb verb, std::string_view member, Values values);
+
+    Address address_;
+    Limits limits_;
+    HttpConnection connection_;
+    std::uint32_t transaction_ = 0;
+    std::function<void()> whileWaiting_;
+};
+
+}  // namespace kestrane::client

@@ -1,0 +1,274 @@
+#include "client/client.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json.hpp>
+#include <boost/system/system_error.hpp>
+
+#include "client/angles.h"
+#include "client/arguments.h"
+#include "client/discovery.h"
+#include "client/json_text.h"
+#include "client/session.h"
+
+namespace kestrane::client {
+namespace {
+
+namespace json = boost::json;
+
+/// How a value of the status list is written.
+enum class Form { Plain, Hours, Degrees, Side };
+
+struct StatusRow {
+    std::string_view deviceType;  ///< empty for both
+    std::string_view member;
+    std::string_view label;
+    Form form = Form::Plain;
+};
+
+constexpr std::array kStatusRows{
+    StatusRow{"", "Name", "name"},
+    StatusRow{"", "Description", "description"},
+    StatusRow{"", "DriverInfo", "driver"},
+    StatusRow{"", "DriverVersion", "driver version"},
+    StatusRow{"", "InterfaceVersion", "interface version"},
+    StatusRow{"", "Connected", "connected"},
+    StatusRow{"telescope", "RightAscension", "right ascension", Form::Hours},
+    StatusRow{"telescope", "Declination", "declination", Form::Degrees},
+    StatusRow{"telescope", "Altitude", "altitude", Form::Degrees},
+    StatusRow{"telescope", "Azimuth", "azimuth", Form::Degrees},
+    StatusRow{"telescope", "SiderealTime", "sidereal time", Form::Hours},
+    StatusRow{"telescope", "UTCDate", "UTC date"},
+    StatusRow{"telescope", "SideOfPier", "side of pier", Form::Side},
+    StatusRow{"telescope", "Tracking", "tracking"},
+    StatusRow{"telescope", "Slewing", "slewing"},
+    StatusRow{"telescope", "AtPark", "parked"},
+    StatusRow{"telescope", "SiteLatitude", "latitude", Form::Degrees},
+    StatusRow{"telescope", "SiteLongitude", "longitude", Form::Degrees},
+    StatusRow{"focuser", "Position", "position"},
+    StatusRow{"focuser", "IsMoving", "moving"},
+    StatusRow{"focuser", "MaxStep", "greatest step"},
+};
+
+std::string InForm(const json::value& value, Form form) {
+    if (!value.is_number() || form == Form::Plain) {
+        return PlainText(value);
+    }
+    const auto number = value.to_number<double>();
+    switch (form) {
+        case Form::Hours:
+            return FormatHours(number);
+        case Form::Degrees:
+            return FormatDegrees(number);
+        case Form::Side:
+            return number == 0.0 ? "East" : number == 1.0 ? "West" : "unknown";
+        case Form::Plain:
+            break;
+    }
+    return PlainText(value);
+}
+
+/// Reads one member for the status list; null when the device does not give it. An unreachable device ends the run.
+json::value StatusValue(Session& session, const StatusRow& row) {
+    return session.device.TryGet(row.member).value_or(json::value(nullptr));
+}
+
+void RunStatus(Session& session) {
+    json::object all;
+    for (const StatusRow& row : kStatusRows) {
+        if (!row.deviceType.empty() && row.deviceType != session.arguments.deviceType) {
+            continue;
+        }
+        const json::value value = StatusValue(session, row);
+        all[std::string(row.member)] = value;
+        if (!session.arguments.json) {
+            std::string label(row.label);
+            label.resize(20, ' ');
+            session.surroundings.out << label << InForm(value, row.form) << "\n";
+        }
+    }
+    if (session.arguments.json) {
+        session.Tell("", all);
+    } else if (std::all_of(all.begin(), all.end(), [](const auto& member) { return member.value().is_null(); })) {
+        throw DeviceError(0, "there is no " + session.arguments.deviceType + " " +
+                                 std::to_string(session.arguments.device) + " at this address");
+    }
+}
+
+Values ValuesOf(const std::vector<std::string>& operands) {
+    Values values;
+    for (std::size_t at = 1; at < operands.size(); ++at) {
+        const std::size_t equals = operands[at].find('=');
+        if (equals == 0 || equals == std::string::npos) {
+            throw UsageError(operands[at] + ": KEY=VALUE is wanted here");
+        }
+        values.emplace_back(operands[at].substr(0, equals), operands[at].substr(equals + 1));
+    }
+    return values;
+}
+
+void TellValue(Session& session, const json::value& value) {
+    session.Tell(PlainText(value), {{"Value", value}});
+}
+
+void RunConnect(Session& session) {
+    session.EnsureConnected();
+    session.Tell("connected", {{"Connected", true}});
+}
+
+void RunDisconnect(Session& session) {
+    session.device.Put("Connected", {{"Connected", "False"}});
+    session.Tell("disconnected", {{"Connected", false}});
+}
+
+void RunGet(Session& session) {
+    const auto& operands = session.arguments.operands;
+    TellValue(session, session.device.Get(operands[0], ValuesOf(operands)));
+}
+
+void RunPut(Session& session) {
+    const auto& operands = session.arguments.operands;
+    const json::value value = session.device.Put(operands[0], ValuesOf(operands));
+    session.Tell(value.is_null() ? "done" : PlainText(value), {{"Value", value}});
+}
+
+void RunText(Session& session) {
+    session.EnsureConnected();
+    const json::value value =
+        session.device.Put("CommandString", {{"Command", session.arguments.operands[0]}, {"Raw", "True"}});
+    TellValue(session, value);
+    session.LetGo();
+}
+
+/// A motion command that needs the connection and has no value.
+void RunPlain(Session& session, std::string_view member, const std::string& words) {
+    session.EnsureConnected();
+    session.device.Put(member);
+    session.Tell(words, {{"Value", nullptr}});
+    session.LetGo();
+}
+
+/// The devices of one server; an entry without devices when it does not tell them.
+json::array DevicesOf(const FoundServer& server, double seconds) {
+    HttpConnection connection(server.host, server.port);
+    HttpConnection::Request request;
+    request.target = "/management/v1/configureddevices";
+    request.limit = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
+    try {
+        const AlpacaReply reply = ParseReply(connection.Send(request));
+        return reply.value.is_array() ? reply.value.get_array() : json::array{};
+    } catch (const DeviceError&) {
+    } catch (const Unreachable&) {
+    }
+    return {};
+}
+
+std::string DeviceLine(const json::value& device) {
+    const auto field = [&](std::string_view name) {
+        const auto* object = device.if_object();
+        const auto* value = object != nullptr ? object->if_contains(name) : nullptr;
+        return value != nullptr ? PlainText(*value) : std::string("-");
+    };
+    return field("DeviceType") + " " + field("DeviceNumber") + "  " + field("DeviceName");
+}
+
+void RunDiscover(const Arguments& arguments, const Surroundings& surroundings) {
+    const double seconds = arguments.timeout.value_or(2.0);
+    const auto servers = Discover(arguments.hostGiven ? arguments.host : "", arguments.discoveryPort,
+                                  std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0)));
+    if (servers.empty()) {
+        throw Unreachable("no Alpaca device answered on UDP port " + std::to_string(arguments.discoveryPort));
+    }
+    for (const FoundServer& server : servers) {
+        const json::array devices = DevicesOf(server, seconds);
+        if (arguments.json) {
+            const json::object line{{"Host", server.host}, {"Port", server.port}, {"Devices", devices}};
+            surroundings.out << JsonText(line) << std::endl;
+            continue;
+        }
+        surroundings.out << server.host << ":" << server.port << std::endl;
+        for (const auto& device : devices) {
+            surroundings.out << "  " << DeviceLine(device) << std::endl;
+        }
+    }
+}
+
+void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
+    if (arguments.row->command == Command::Discover) {
+        return RunDiscover(arguments, surroundings);
+    }
+    Session session(arguments, surroundings);
+    switch (arguments.row->command) {
+        case Command::Discover:
+            break;
+        case Command::Status:
+            return RunStatus(session);
+        case Command::Connect:
+            return RunConnect(session);
+        case Command::Disconnect:
+            return RunDisconnect(session);
+        case Command::Slew:
+            return RunSlew(session);
+        case Command::Stars:
+            return RunStars(session);
+        case Command::Abort:
+            return RunPlain(session, arguments.deviceType == "focuser" ? "Halt" : "AbortSlew", "stopped");
+        case Command::Park:
+            return RunPark(session);
+        case Command::Unpark:
+            return RunPlain(session, "Unpark", "unparked");
+        case Command::Get:
+            return RunGet(session);
+        case Command::Put:
+            return RunPut(session);
+        case Command::Text:
+            return RunText(session);
+    }
+}
+
+ExitCode Failure(ExitCode code, const std::string& message, std::int64_t number, bool isJson,
+                 const Surroundings& surroundings) {
+    if (isJson) {
+        surroundings.out << JsonText(json::object{{"ErrorNumber", number}, {"ErrorMessage", message}}) << std::endl;
+    } else {
+        surroundings.progress << "kestrane-client: " << message << std::endl;
+    }
+    return code;
+}
+
+std::string HexText(std::int64_t number) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text;
+    for (auto rest = static_cast<std::uint64_t>(number); rest != 0; rest /= 16) {
+        text.insert(text.begin(), kDigits[rest % 16]);
+    }
+    return "0x" + text;
+}
+
+}  // namespace
+
+ExitCode RunClient(std::span<const std::string> words, const Surroundings& surroundings) {
+    bool isJson = std::find(words.begin(), words.end(), "--json") != words.end();
+    try {
+        const Arguments arguments = ParseArguments(words);
+        isJson = arguments.json;
+        if (arguments.help) {
+            surroundings.out << Usage() << std::flush;
+            return ExitCode::Done;
+        }
+        RunCommand(arguments, surroundings);
+        return ExitCode::Done;
+    } catch (const UsageError& error) {
+        return Failure(ExitCode::Usage, error.what(), 0, isJson, surroundings);
+    } catch (const DeviceError& error) {
+        const std::string number = error.Number() != 0 && !isJson ? " (" + HexText(error.Number()) + ")" : "";
+        return Failure(ExitCode::DeviceError, error.what() + number, error.Number(), isJson, surroundings);
+    } catch (const Unreachable& error) {
+        return Failure(ExitCode::Unreachable, error.what(), 0, isJson, surroundings);
+    } catch (const boost::system::system_error& error) {
+        // A value of an unexpected kind, or a socket that the machine refuses.
+        return Failure(ExitCode::DeviceError, error.what(), 0, isJson, surroundings);
+    }
+}
+
+}  // namespace kestrane::client

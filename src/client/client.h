@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <span>
+#include <string>
+
+namespace kestrane::client {
+
+/// What the client program needs of its surroundings.
+struct Surroundings {
+    std::ostream& out;       ///< results
+    std::ostream& progress;  ///< bars, notes and errors
+    bool isTerminal;         ///< whether `progress` is one
+    std::function<double()> unixSeconds;
+    std::function<void(double)> waitSeconds;
+};
+
+enum class ExitCode : int { Done = 0, DeviceError = 1, Usage = 2, Unreachable = 3 };
+
+/// The whole program but for its process: reads the words (without the program's name), does it, tells of failures.
+ExitCode RunClient(std::span<const std::string> words, const Surroundings& surroundings);
+
+}  // namespace kestrane::client

@@ -1,0 +1,188 @@
+#include <algorithm>
+#include <boost/json.hpp>
+#include <cmath>
+
+#include "client/angles.h"
+#include "client/progress.h"
+#include "client/session.h"
+#include "client/stars.h"
+
+namespace kestrane::client {
+namespace {
+
+constexpr double kPollSeconds = 0.25;
+constexpr double kMissedDegrees = 1.0;  ///< farther from the target than this, a slew did not arrive
+constexpr int kEquinoxJ2000 = 2;        ///< of EquatorialSystem
+
+/// Years since J2000 to precess by for this device: none when it works in J2000 itself.
+double YearsOf(Session& session) {
+    const auto system = session.device.TryNumber("EquatorialSystem");
+    if (system && std::lround(*system) == kEquinoxJ2000) {
+        return 0.0;
+    }
+    return (session.surroundings.unixSeconds() - 946728000.0) / (365.25 * 86400.0);
+}
+
+std::vector<RisenStar> StarsUpAt(Session& session) {
+    auto latitude = session.device.TryNumber("SiteLatitude");
+    if (session.arguments.latitude) {
+        latitude = session.arguments.latitude;
+    }
+    if (!latitude) {
+        throw DeviceError(0, "the device does not tell its latitude: add --latitude DEG");
+    }
+    auto siderealTime = session.device.TryNumber("SiderealTime");
+    if (session.arguments.longitude) {
+        siderealTime = SiderealTimeAt(session.surroundings.unixSeconds(), *session.arguments.longitude);
+    }
+    if (!siderealTime) {
+        throw DeviceError(0, "the device does not tell its sidereal time: add --longitude DEG");
+    }
+    return StarsUp(*siderealTime, *latitude, YearsOf(session));
+}
+
+SlewTarget TargetOf(Session& session) {
+    const auto& operands = session.arguments.operands;
+    if (session.arguments.brightStar) {
+        const auto chosen = ChooseStar(StarsUpAt(session));
+        if (!chosen) {
+            throw DeviceError(0, "no bright star is up at the device's site");
+        }
+        session.Note(std::string(chosen->star->name) + " is up, " + FormatFixed(chosen->altitude, 0) + " degrees high");
+        return {std::string(chosen->star->name), chosen->position.ra, chosen->position.dec};
+    }
+    if (operands.size() == 1) {
+        const Star* star = FindStar(operands[0]);
+        const Position position = Precessed({star->ra, star->dec}, YearsOf(session));
+        return {std::string(star->name), position.ra, position.dec};
+    }
+    return {"", *ParseRightAscension(operands[0]), *ParseDeclination(operands[1])};
+}
+
+/// Before anything is asked of the device.
+void CheckTargetWords(const Arguments& arguments) {
+    const auto& operands = arguments.operands;
+    if (operands.size() == 1 && FindStar(operands[0]) == nullptr) {
+        throw UsageError("there is no star \"" + operands[0] + "\" in the table; kestrane-client stars lists them");
+    }
+    if (operands.size() == 2 && !ParseRightAscension(operands[0])) {
+        throw UsageError("RA " + operands[0] + ": hours from 0 up to below 24 are wanted, as 5.5 or 05:30:00");
+    }
+    if (operands.size() == 2 && !ParseDeclination(operands[1])) {
+        throw UsageError("DEC " + operands[1] + ": degrees from -90 to 90 are wanted, as -16.7 or -16:42:58");
+    }
+}
+
+/// Starts it, and is back at once where the device can do so; older devices answer when the slew has ended.
+void StartSlew(Session& session, const SlewTarget& target) {
+    const Values values{{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}};
+    const bool isAsync = session.device.TryFlag("CanSlewAsync").value_or(true);
+    session.device.Put(isAsync ? "SlewToCoordinatesAsync" : "SlewToCoordinates", values);
+}
+
+double Remaining(Session& session, const SlewTarget& target) {
+    const auto ra = session.device.Get("RightAscension").to_number<double>();
+    const auto dec = session.device.Get("Declination").to_number<double>();
+    return Separation(ra, dec, target.ra, target.dec);
+}
+
+std::string PlaceText(double ra, double dec) {
+    return "RA " + FormatHours(ra) + "  Dec " + FormatDegrees(dec);
+}
+
+/// Gives the degrees that are left when the device reads as standing.
+double FollowSlew(Session& session, const SlewTarget& target, double whole) {
+    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
+    const double start = session.surroundings.unixSeconds();
+    double left = whole;
+    while (session.device.Get("Slewing").as_bool()) {
+        left = Remaining(session, target);
+        if (session.ShowsProgress()) {
+            const double fraction = whole > 0.0 ? 1.0 - left / whole : 1.0;
+            progress.Show(fraction, "slewing, " + FormatFixed(left, 1) + " degrees to go",
+                          session.surroundings.unixSeconds() - start);
+        }
+        session.surroundings.waitSeconds(kPollSeconds);
+    }
+    left = Remaining(session, target);
+    if (session.ShowsProgress() && left <= kMissedDegrees) {
+        progress.Show(1.0, "arrived", session.surroundings.unixSeconds() - start + 1000.0);
+    }
+    return left;
+}
+
+}  // namespace
+
+void RunSlew(Session& session) {
+    CheckTargetWords(session.arguments);
+    session.EnsureConnected();
+    const SlewTarget target = TargetOf(session);
+    const std::string place = (target.name.empty() ? "" : target.name + ", ") + PlaceText(target.ra, target.dec);
+    session.Note("slewing to " + place);
+    const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
+    StartSlew(session, target);
+    boost::json::object result{{"Name", target.name}, {"RightAscension", target.ra}, {"Declination", target.dec}};
+    if (!session.arguments.wait) {
+        session.Tell("slew started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
+                     result);
+        return;
+    }
+    const double left = FollowSlew(session, target, whole);
+    if (left > kMissedDegrees) {
+        session.LetGo();
+        throw DeviceError(0, "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
+    }
+    const auto ra = session.device.Get("RightAscension").to_number<double>();
+    const auto dec = session.device.Get("Declination").to_number<double>();
+    result["Off"] = left;
+    session.Tell("arrived at " + PlaceText(ra, dec), result);
+    session.LetGo();
+}
+
+void RunStars(Session& session) {
+    session.EnsureConnected();
+    const auto up = StarsUpAt(session);
+    if (up.empty()) {
+        session.Note("no bright star is up");
+    }
+    for (const RisenStar& star : up) {
+        std::string name(star.star->name);
+        name.resize(17, ' ');
+        session.Tell(name + PlaceText(star.position.ra, star.position.dec) + "  alt " + FormatFixed(star.altitude, 0) +
+                         "  mag " + FormatFixed(star.star->magnitude, 1),
+                     {{"Name", std::string(star.star->name)},
+                      {"RightAscension", star.position.ra},
+                      {"Declination", star.position.dec},
+                      {"Altitude", star.altitude},
+                      {"Magnitude", star.star->magnitude}});
+    }
+    session.LetGo();
+}
+
+void RunPark(Session& session) {
+    session.EnsureConnected();
+    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
+    const double start = session.surroundings.unixSeconds();
+    const auto show = [&] {
+        if (session.ShowsProgress()) {
+            const double seconds = session.surroundings.unixSeconds() - start;
+            progress.Show(-1.0, "parking for " + FormatFixed(seconds, 0) + " s", seconds);
+        }
+    };
+    session.device.WhileWaiting(show);
+    session.device.Put("Park");
+    session.device.WhileWaiting({});
+    while (!session.device.Get("AtPark").as_bool() && session.device.Get("Slewing").as_bool()) {
+        show();
+        session.surroundings.waitSeconds(kPollSeconds);
+    }
+    progress.Finish();
+    const bool isParked = session.device.Get("AtPark").as_bool();
+    session.LetGo();
+    if (!isParked) {
+        throw DeviceError(0, "the device stands still and is not parked");
+    }
+    session.Tell("parked", {{"AtPark", true}});
+}
+
+}  // namespace kestrane::client

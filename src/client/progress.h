@@ -1,0 +1,32 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+namespace kestrane::client {
+
+/// Shows how far something is that takes long: one bar that is drawn anew on a terminal, plain lines elsewhere.
+class Progress {
+public:
+    /// `seconds`: time between two plain lines.
+    Progress(std::ostream& out, bool isTerminal, double seconds = 2.0)
+        : out_(out), isTerminal_(isTerminal), lineEvery_(seconds) {}
+    ~Progress() { Finish(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// `fraction` from 0 to 1, below 0 when nobody knows it; `now` in seconds from any start, never falling.
+    void Show(double fraction, const std::string& words, double now);
+    /// Ends the bar's line. Showing again begins a new one.
+    void Finish();
+
+private:
+    std::ostream& out_;
+    bool isTerminal_;
+    double lineEvery_;
+    double nextLine_ = 0.0;
+    bool anyShown_ = false;
+    bool isLineOpen_ = false;
+};
+
+}  // namespace kestrane::client

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <string>
+#include <string_view>
+
+#include "client/alpaca_device.h"
+#include "client/arguments.h"
+#include "client/client.h"
+
+namespace kestrane::client {
+
+/// One run of the program with one device: the means that the commands share.
+class Session {
+public:
+    Session(const Arguments& arguments, const Surroundings& surroundings);
+
+    const Arguments& arguments;
+    const Surroundings& surroundings;
+    AlpacaDevice device;
+
+    /// Connects unless this client is connected already. Raises `DeviceError`, `Unreachable`.
+    void EnsureConnected();
+    /// Lets go again if `EnsureConnected` connected; a failure of that is of no interest any more.
+    void LetGo();
+    bool HasConnected() const { return hasConnected_; }
+
+    /// The result: one line of words, or the object in one line of JSON.
+    void Tell(const std::string& words, const boost::json::object& object);
+    /// A note beside the result; nothing with --json.
+    void Note(const std::string& words);
+
+    /// Whether progress is shown at all.
+    bool ShowsProgress() const { return !arguments.json; }
+
+private:
+    bool hasConnected_ = false;
+};
+
+/// Where a slew goes, at the device's equinox.
+struct SlewTarget {
+    std::string name;  ///< of a star; empty for plain coordinates
+    double ra = 0.0;   ///< hours
+    double dec = 0.0;  ///< degrees
+};
+
+void RunSlew(Session& session);
+void RunStars(Session& session);
+void RunPark(Session& session);
+
+}  // namespace kestrane::client
