@@ -194,6 +194,18 @@ public:
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
 
+    // --- guards at the head of client members ---------------------------------------------------------------------
+
+    /// The link check: 0x80040404 without a connected telescope client, 0x80040429 while communications are lost.
+    void CheckConnected();
+    /// The motion check: 0x80040404, 0x80040409 while parked, 0x80040411 when tracking is not as required. Where it is
+    /// required and off, it is turned on instead if the user chose so.
+    void check_connected(std::string_view operation, bool mustNotBeParked, bool requiredTracking);
+    /// The motion check of Alt/Az operations: tracking must be off, 0x8004040b.
+    void check_connected(std::string_view operation, bool mustNotBeParked);
+    /// The check of parking: 0x80040404, and 0x80040409 when `park` is set and the mount is parked.
+    void check_connected_park(std::string_view operation, bool park);
+
     // --- for the driver itself ----------------------------------------------------------------------------------
 
     /// Reads the firmware version and decides from it what the mount can do.
@@ -230,12 +242,6 @@ private:
 
     // operation_status.cpp
     void ParseParkState(char park);
-
-    // guards.cpp
-    void CheckConnected();
-    void check_connected(std::string_view operation, bool mustNotBeParked, bool requiredTracking);
-    void check_connected(std::string_view operation, bool mustNotBeParked);
-    void check_connected_park(std::string_view operation, bool park);
 
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
