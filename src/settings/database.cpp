@@ -18,6 +18,11 @@ constexpr int kBusyTimeoutMs = 5000;
 /// Stands for "there is no row" while an old value is looked up. `Persist` has another one.
 constexpr std::string_view kNoRow = "***###";
 
+/// What stands for "there is no row" when `value` is about to be written: never that value itself.
+constexpr std::string_view NoRowFor(std::string_view value) {
+    return value == kNoRow ? std::string_view{} : kNoRow;
+}
+
 constexpr int kValueColumn = 2;
 
 struct Table {
@@ -282,7 +287,7 @@ bool Database::ReadValue(std::string_view table, std::string_view property, std:
 
 bool Database::SetDriverSetting(std::string_view property, std::string_view value) {
     std::string oldValue;
-    const bool read = GetDriverSetting(property, oldValue, kNoRow);
+    const bool read = GetDriverSetting(property, oldValue, NoRowFor(value));
     if (read && oldValue == value) {
         return true;
     }
@@ -294,7 +299,7 @@ bool Database::SetDriverSetting(std::string_view property, std::string_view valu
 
 bool Database::SetCommonSetting(std::string_view property, std::string_view value) {
     std::string oldValue;
-    const bool read = GetCommonSetting(property, oldValue, kNoRow);
+    const bool read = GetCommonSetting(property, oldValue, NoRowFor(value));
     if (read && oldValue == value) {
         return true;
     }

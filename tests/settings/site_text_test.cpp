@@ -1,0 +1,46 @@
+#include "settings/site_text.h"
+
+#include <gtest/gtest.h>
+
+#include "settings_fakes.h"
+
+namespace kestrane {
+namespace {
+
+TEST(SiteTextTest, PadWithZeros_FillsUpAndTakesLeadingZerosOff) {
+    struct Row {
+        const char* text;
+        std::size_t width;
+        const char* padded;
+    };
+    const std::vector<Row> rows{
+        {"7", 2, "07"},       {"", 2, "00"},      {"45", 2, "45"},  {"099", 2, "99"},
+        {"122", 2, "122"},    {"0122", 2, "122"}, {"000", 2, "00"}, {"3.0", 4, "03.0"},
+        {"003.0", 4, "03.0"}, {"5", 1, "5"},      {"05", 1, "5"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(PadWithZeros(row.text, row.width), row.padded) << row.text;
+    }
+}
+
+TEST(SiteTextTest, NormalizeSiteText_OfEachText_IsItsNormalForm) {
+    const std::vector<std::pair<const char*, const char*>> rows{
+        {"N 45 7 3.2", "N 45 07 03.2"},    {"W 122 09 07.25", "W 122 09 07.3"}, {"E 9 0 0", "E 09 00 00.0"},
+        {"S 099 007 1,5", "S 99 07 01.5"}, {"N 1 2 59.96", "N 01 02 60.0"},     {"N 1 2 3 more", "N 01 02 03.0"},
+        {" 1 2 3", " 01 02 03.0"},         {"N 1 2 ", "N 01 02 00.0"},          {"   ", " 00 00 00.0"},
+    };
+    SettingsWorld world;
+    for (const auto& [text, normal] : rows) {
+        EXPECT_EQ(NormalizeSiteText(text, world.log), normal) << text;
+    }
+}
+
+TEST(SiteTextTest, NormalizeSiteText_WithoutFourFields_IsARunTimeError) {
+    SettingsWorld world;
+    for (const char* text : {"", "N", "N 45", "N 45 7"}) {
+        EXPECT_THROW(NormalizeSiteText(text, world.log), RunTimeError) << text;
+    }
+}
+
+}  // namespace
+}  // namespace kestrane
