@@ -1,0 +1,24 @@
+#!/bin/sh
+. "$(dirname "$0")/lint.sh"
+
+teach='A catch of everything hides mistakes of ours: a failed assertion, a std::logic_error, a bad_alloc would go by unseen.
+It stands only where a fault must not cross a thread: in the message pump and in the server. Catch DriverError by
+reference instead; where a procedure carries on after a failing statement, use ResumeNext (kernel/base/errors.h), which
+catches DriverError only and notes what it swallowed.'
+
+allowed='src/(platform/posix/posix_message_pump\.cpp|server/)'
+
+look() { cpp_files src | except "$allowed" | code_without_text | find_code '@catch[ ]*\([ ]*\.\.\.[ ]*\)'; }
+
+self_test() {
+    for text in 'try { Go(); } catch (...) {}' '} catch(...) {' '    catch ( ... )'; do
+        bad src/telescope/a.cpp "$text"
+        bad src/platform/posix/a.cpp "$text"
+        good src/platform/posix/posix_message_pump.cpp "$text"
+        good src/server/a.cpp "$text"
+        good src/telescope/a.cpp "// $text"
+    done
+    good src/telescope/a.cpp 'try { Go(); } catch (const DriverError& error) {}'
+}
+
+lint "$@"
