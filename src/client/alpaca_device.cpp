@@ -117,6 +117,22 @@ json::value AlpacaDevice::Call(HttpConnection::Verb verb, std::string_view membe
     return std::move(reply.value);
 }
 
+double AlpacaDevice::Number(std::string_view member) {
+    const json::value value = Get(member);
+    if (!value.is_number()) {
+        throw DeviceError(0, "the device's " + std::string(member) + " is no number");
+    }
+    return value.to_number<double>();
+}
+
+bool AlpacaDevice::Flag(std::string_view member) {
+    const json::value value = Get(member);
+    if (!value.is_bool()) {
+        throw DeviceError(0, "the device's " + std::string(member) + " is neither true nor false");
+    }
+    return value.get_bool();
+}
+
 std::optional<json::value> AlpacaDevice::TryGet(std::string_view member) {
     try {
         return Get(member);

@@ -71,6 +71,10 @@ public:
     /// Writes or calls a member; its value, null for none.
     boost::json::value Put(std::string_view member, const Values& values = {});
 
+    /// Members whose value is a number or a flag; a value of another kind is a `DeviceError` of number 0.
+    double Number(std::string_view member);
+    bool Flag(std::string_view member);
+
     /// Nothing when the device reports an error or the value is of another kind: for members that a device need not
     /// have. Raises `Unreachable` only.
     std::optional<boost::json::value> TryGet(std::string_view member);

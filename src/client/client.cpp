@@ -266,8 +266,8 @@ ExitCode RunClient(std::span<const std::string> words, const Surroundings& surro
     } catch (const Unreachable& error) {
         return Failure(ExitCode::Unreachable, error.what(), 0, isJson, surroundings);
     } catch (const boost::system::system_error& error) {
-        // A value of an unexpected kind, or a socket that the machine refuses.
-        return Failure(ExitCode::DeviceError, error.what(), 0, isJson, surroundings);
+        // A socket that the machine refuses.
+        return Failure(ExitCode::Unreachable, error.what(), 0, isJson, surroundings);
     }
 }
 

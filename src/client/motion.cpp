@@ -81,8 +81,8 @@ void StartSlew(Session& session, const SlewTarget& target) {
 }
 
 double Remaining(Session& session, const SlewTarget& target) {
-    const auto ra = session.device.Get("RightAscension").to_number<double>();
-    const auto dec = session.device.Get("Declination").to_number<double>();
+    const auto ra = session.device.Number("RightAscension");
+    const auto dec = session.device.Number("Declination");
     return Separation(ra, dec, target.ra, target.dec);
 }
 
@@ -95,7 +95,7 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
     const double start = session.surroundings.unixSeconds();
     double left = whole;
-    while (session.device.Get("Slewing").as_bool()) {
+    while (session.device.Flag("Slewing")) {
         left = Remaining(session, target);
         if (session.ShowsProgress()) {
             const double fraction = whole > 0.0 ? 1.0 - left / whole : 1.0;
@@ -132,8 +132,8 @@ void RunSlew(Session& session) {
         session.LetGo();
         throw DeviceError(0, "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
     }
-    const auto ra = session.device.Get("RightAscension").to_number<double>();
-    const auto dec = session.device.Get("Declination").to_number<double>();
+    const auto ra = session.device.Number("RightAscension");
+    const auto dec = session.device.Number("Declination");
     result["Off"] = left;
     session.Tell("arrived at " + PlaceText(ra, dec), result);
     session.LetGo();
@@ -172,12 +172,12 @@ void RunPark(Session& session) {
     session.device.WhileWaiting(show);
     session.device.Put("Park");
     session.device.WhileWaiting({});
-    while (!session.device.Get("AtPark").as_bool() && session.device.Get("Slewing").as_bool()) {
+    while (!session.device.Flag("AtPark") && session.device.Flag("Slewing")) {
         show();
         session.surroundings.waitSeconds(kPollSeconds);
     }
     progress.Finish();
-    const bool isParked = session.device.Get("AtPark").as_bool();
+    const bool isParked = session.device.Flag("AtPark");
     session.LetGo();
     if (!isParked) {
         throw DeviceError(0, "the device stands still and is not parked");

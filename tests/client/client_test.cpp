@@ -1,0 +1,406 @@
+#include "client/client.h"
+
+#include <boost/asio/ip/udp.hpp>
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "client/alpaca_device.h"
+#include "client/discovery.h"
+#include "client/fake_alpaca_server.h"
+
+namespace kestrane::client {
+namespace {
+
+using Answer = FakeAlpacaServer::Answer;
+using Request = FakeAlpacaServer::Request;
+
+/// A telescope that is connected, stands at 0 h / 90 degrees and takes four looks to arrive at a target.
+class FakeTelescope {
+public:
+    Answer operator()(const Request& request) {
+        const std::string path = request.target.substr(0, request.target.find('?'));
+        const std::string prefix = "/api/v1/telescope/0/";
+        if (!path.starts_with(prefix)) {
+            return {FakeAlpacaServer::Http("no such device", "400 Bad Request"), false};
+        }
+        const std::string member = path.substr(prefix.size());
+        return request.verb == "GET" ? Get(member) : Put(member, request.body);
+    }
+
+    bool isConnected = true;
+    std::atomic<int> looksLeft = 0;
+    double reachesDec = 10.0;
+    Answer slewAnswer = FakeAlpacaServer::Done();
+
+private:
+    Answer Get(const std::string& member) {
+        if (member == "connected") {
+            return FakeAlpacaServer::Value(isConnected ? "true" : "false");
+        }
+        if (!isConnected) {
+            return FakeAlpacaServer::Error(0x404, "not connected");
+        }
+        if (member == "slewing") {
+            return FakeAlpacaServer::Value(looksLeft-- > 0 ? "true" : "false");
+        }
+        if (member == "rightascension") {
+            return FakeAlpacaServer::Value(isThere_ ? "5.5" : "0.0");
+        }
+        if (member == "declination") {
+            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : 90.0));
+        }
+        if (member == "atpark") {
+            return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
+        }
+        if (member == "sitelatitude") {
+            return FakeAlpacaServer::Value("47");
+        }
+        if (member == "siderealtime") {
+            return FakeAlpacaServer::Value("18.6");
+        }
+        if (member == "equatorialsystem") {
+            return FakeAlpacaServer::Value("2");
+        }
+        return FakeAlpacaServer::Error(0x400, member + " is not implemented");
+    }
+
+    Answer Put(const std::string& member, const std::string& body) {
+        if (member == "connected") {
+            isConnected = body.starts_with("Connected=True");
+        } else if (member == "slewtocoordinatesasync") {
+            isThere_ = true;
+            looksLeft = 4;
+            return slewAnswer;
+        } else if (member == "park") {
+            isParked_ = true;
+        } else if (member == "commandstring") {
+            return FakeAlpacaServer::Value("\"reply\"");
+        }
+        return FakeAlpacaServer::Done();
+    }
+
+    bool isThere_ = false;
+    bool isParked_ = false;
+};
+
+struct Outcome {
+    ExitCode code;
+    std::string out;
+    std::string notes;
+};
+
+/// The program on a time of its own that only its waits move.
+Outcome RunHere(std::vector<std::string> words) {
+    std::ostringstream out;
+    std::ostringstream notes;
+    double now = 946728000.0;
+    const ExitCode code =
+        RunClient(words, {out, notes, false, [&] { return now; }, [&](double seconds) { now += seconds; }});
+    return {code, out.str(), notes.str()};
+}
+
+Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words) {
+    words.push_back("--port");
+    words.push_back(std::to_string(server.Port()));
+    return RunHere(std::move(words));
+}
+
+/// Verb and member of each request, in order.
+std::vector<std::string> Calls(FakeAlpacaServer& server) {
+    std::vector<std::string> calls;
+    for (const Request& request : server.Requests()) {
+        const std::string path = request.target.substr(0, request.target.find('?'));
+        calls.push_back(request.verb + " " + path.substr(path.rfind('/') + 1));
+    }
+    return calls;
+}
+
+TEST(Client, Get_ShowsTheValueOfAMemberNamedInAnyCase) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"get", "SiteLatitude", "--client-id", "42"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(outcome.out, "47\n");
+    EXPECT_EQ(server.Requests().at(0).target, "/api/v1/telescope/0/sitelatitude?ClientID=42&ClientTransactionID=1");
+}
+
+TEST(Client, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"put", "CommandString", "Command=a b&c", "Raw=True", "--client-id", "0"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(outcome.out, "reply\n");
+    EXPECT_EQ(server.Requests().at(0).body, "Command=a%20b%26c&Raw=True&ClientID=0&ClientTransactionID=1");
+}
+
+TEST(Client, ADevicesErrorIsExitOneWithItsWordsAndNumber) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"get", "aperture"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.notes, "kestrane-client: aperture is not implemented (0x400)\n");
+}
+
+TEST(Client, InJsonAnErrorIsAnObjectToo) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"get", "aperture", "--json"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_EQ(outcome.out, "{\"ErrorNumber\":1024,\"ErrorMessage\":\"aperture is not implemented\"}\n");
+    EXPECT_EQ(outcome.notes, "");
+}
+
+TEST(Client, ARefusedRequestIsExitOneWithTheServersLine) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"get", "slewing", "--device", "3"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("status 400: no such device"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, WrongUsageIsExitTwo) {
+    EXPECT_EQ(RunHere({"fly"}).code, ExitCode::Usage);
+}
+
+TEST(Client, NobodyListeningIsExitThree) {
+    std::uint16_t freePort = 0;
+    {
+        FakeAlpacaServer server([](const Request&) { return Answer{}; });
+        freePort = server.Port();
+    }
+    const Outcome outcome = RunHere({"status", "--port", std::to_string(freePort)});
+    EXPECT_EQ(outcome.code, ExitCode::Unreachable);
+    EXPECT_NE(outcome.notes.find("nobody listens at 127.0.0.1:"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, AServerThatNeverAnswersIsExitThree) {
+    FakeAlpacaServer server([](const Request&) { return Answer{}; });
+    const Outcome outcome = RunAt(server, {"get", "slewing", "--timeout", "0.05"});
+    EXPECT_EQ(outcome.code, ExitCode::Unreachable);
+    EXPECT_NE(outcome.notes.find("did not answer"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, AnAnswerCutShortIsExitThreeAndNotRepeated) {
+    FakeAlpacaServer server([](const Request&) { return Answer{"HTTP/1.1 200 OK\r\nContent-Le", true}; });
+    EXPECT_EQ(RunAt(server, {"get", "slewing"}).code, ExitCode::Unreachable);
+    EXPECT_EQ(server.Requests().size(), 1U);
+}
+
+TEST(Client, AnAnswerThatIsNoJsonIsExitOne) {
+    for (const char* body : {"hello", "", "[1,2]", "{", "7"}) {
+        FakeAlpacaServer server([&](const Request&) { return Answer{FakeAlpacaServer::Http(body), false}; });
+        const Outcome outcome = RunAt(server, {"get", "slewing"});
+        EXPECT_EQ(outcome.code, ExitCode::DeviceError) << body;
+        EXPECT_NE(outcome.notes.find("not one of an Alpaca device"), std::string::npos) << outcome.notes;
+    }
+}
+
+TEST(Client, AValueOfAnotherKindIsExitOneWithoutACrash) {
+    FakeAlpacaServer server([](const Request&) { return FakeAlpacaServer::Value("\"soon\""); });
+    EXPECT_EQ(RunAt(server, {"slew", "5", "5", "--wait"}).code, ExitCode::DeviceError);
+    EXPECT_EQ(RunAt(server, {"park"}).code, ExitCode::DeviceError);
+}
+
+TEST(Client, Status_PassesOverWhatTheDeviceDoesNotGive) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"status"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_NE(outcome.out.find("declination         +90:00:00\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("interface version   -\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("sidereal time       18:36:00.0\n"), std::string::npos) << outcome.out;
+}
+
+TEST(Client, Status_InJsonHasNullForWhatIsNotGiven) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const auto object = boost::json::parse(RunAt(server, {"status", "--json"}).out).as_object();
+    EXPECT_EQ(object.at("Declination").to_number<double>(), 90.0);
+    EXPECT_TRUE(object.at("InterfaceVersion").is_null());
+}
+
+TEST(Client, Status_OfADeviceThatIsNotThereIsAnError) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"status", "--device", "9"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("there is no telescope 9"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+    EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
+    EXPECT_EQ(outcome.out, "arrived at RA 05:30:00.0  Dec +10:00:00\n");
+    EXPECT_NE(outcome.notes.find("slewing to RA 05:30:00.0  Dec +10:00:00\n"), std::string::npos) << outcome.notes;
+    EXPECT_NE(outcome.notes.find("0%  slewing, 80.0 degrees to go\n"), std::string::npos) << outcome.notes;
+    EXPECT_NE(outcome.notes.find("100%  arrived\n"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithWait_UsesOneConnection) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    RunAt(server, {"slew", "5:30", "10", "--wait"});
+    EXPECT_EQ(server.Requests().back().connection, 1);
+}
+
+TEST(Client, SlewWithWait_ConnectsAndLetsGoWhereNobodyIsConnected) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"slew", "5:30", "10", "--wait"}).code, ExitCode::Done);
+    const auto requests = server.Requests();
+    EXPECT_EQ(requests.at(1).body.substr(0, 14), "Connected=True");
+    EXPECT_EQ(requests.back().body.substr(0, 15), "Connected=False");
+}
+
+TEST(Client, SlewWithWait_ThatEndsElsewhereIsAnError) {
+    FakeTelescope telescope;
+    telescope.reachesDec = 40.0;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("the slew ended 30.0 degrees from its target"), std::string::npos) << outcome.notes;
+    EXPECT_EQ(outcome.notes.find("100%"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithoutWait_StaysConnected) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "5:30", "10"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(outcome.out, "slew started; the client stays connected\n");
+    EXPECT_EQ(Calls(server).back(), "PUT slewtocoordinatesasync");
+}
+
+TEST(Client, Slew_ThatTheDeviceRefusesTellsWhy) {
+    FakeTelescope telescope;
+    telescope.slewAnswer = FakeAlpacaServer::Error(0x412, "below the horizon");
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("below the horizon (0x412)"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, Slew_ChecksItsWordsBeforeItAsksAnything) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"slew", "25", "10"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"slew", "5", "100"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"slew", "Nowhere"}).code, ExitCode::Usage);
+    EXPECT_TRUE(server.Requests().empty());
+}
+
+TEST(Client, SlewToAStar_SendsItsPlace) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"slew", "vega"}).code, ExitCode::Done);
+    EXPECT_EQ(server.Requests().back().body.substr(0, 49), "RightAscension=18.61565&Declination=38.7837&Clien");
+}
+
+TEST(Client, SlewToABrightStar_ChoosesOneThatIsUp) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "--bright-star", "--json"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(boost::json::parse(outcome.out).at("Name").as_string(), "Arcturus");
+    EXPECT_EQ(outcome.notes, "");
+}
+
+TEST(Client, Stars_TakeALatitudeGivenByHand) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"stars", "--latitude", "-47"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_NE(outcome.out.find("Antares"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("Peacock"), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.out.find("Capella"), std::string::npos) << outcome.out;
+}
+
+TEST(Client, Park_WaitsUntilTheDeviceIsParked) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"park"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(outcome.out, "parked\n");
+}
+
+TEST(Client, Abort_StopsAtOnce) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"abort"}).out, "stopped\n");
+    EXPECT_EQ(Calls(server).back(), "PUT abortslew");
+}
+
+TEST(Client, Command_SendsTheTextRaw) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"command", "RAW,Version"}).out, "reply\n");
+    EXPECT_EQ(server.Requests().back().body.substr(0, 30), "Command=RAW%2CVersion&Raw=True");
+}
+
+TEST(AlpacaDevice, AKeptConnectionThatWasClosedIsOpenedAnewOnce) {
+    FakeAlpacaServer server([](const Request& request) {
+        Answer answer = FakeAlpacaServer::Value(std::to_string(request.connection));
+        answer.closesAfter = request.connection == 1;
+        return answer;
+    });
+    AlpacaDevice device({"127.0.0.1", server.Port(), "telescope", 0, 1}, {});
+    EXPECT_EQ(device.Get("slewing"), 1);
+    EXPECT_EQ(device.Get("slewing"), 2);
+    EXPECT_EQ(device.Get("slewing"), 2);
+    EXPECT_EQ(server.Requests().size(), 3U);
+}
+
+TEST(AlpacaDevice, AServerThatClosesEveryConnectionWithoutAByteIsNotAskedForEver) {
+    FakeAlpacaServer server([](const Request&) { return Answer{"", true}; });
+    AlpacaDevice device({"127.0.0.1", server.Port(), "telescope", 0, 1}, {});
+    EXPECT_THROW(device.Get("slewing"), Unreachable);
+    EXPECT_EQ(server.Requests().size(), 1U);
+}
+
+TEST(AlpacaDevice, ParseReply_ToleratesMissingFields) {
+    EXPECT_TRUE(ParseReply({200, "{}"}).value.is_null());
+    EXPECT_EQ(ParseReply({200, "{}"}).errorNumber, 0);
+    EXPECT_EQ(ParseReply({200, R"({"Value":[1],"ErrorNumber":1025,"ErrorMessage":"no"})"}).errorMessage, "no");
+}
+
+TEST(Discovery, ParseDiscoveryReply_TakesOnlyAPort) {
+    EXPECT_EQ(ParseDiscoveryReply(R"({"AlpacaPort":11111})"), 11111);
+    EXPECT_EQ(ParseDiscoveryReply(R"({ "AlpacaPort" : 1, "More": "x" })"), 1);
+    for (const char* text : {"", "{}", "[]", "alpacadiscovery1", R"({"AlpacaPort":0})", R"({"AlpacaPort":65536})",
+                             R"({"AlpacaPort":"11111"})", R"({"AlpacaPort":-5})"}) {
+        EXPECT_FALSE(ParseDiscoveryReply(text)) << text;
+    }
+}
+
+TEST(Discovery, Discover_ListsEachAnsweringServerOnceWithItsDevices) {
+    using boost::asio::ip::udp;
+    FakeAlpacaServer server([](const Request&) {
+        return FakeAlpacaServer::Value(R"([{"DeviceName":"Big one","DeviceType":"Telescope","DeviceNumber":0}])");
+    });
+    boost::asio::io_context context;
+    udp::socket socket(context, udp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
+    const std::string reply = R"({"AlpacaPort":)" + std::to_string(server.Port()) + "}";
+    std::thread answering([&] {
+        std::array<char, 64> question{};
+        udp::endpoint asker;
+        const std::size_t length = socket.receive_from(boost::asio::buffer(question), asker);
+        EXPECT_EQ(std::string(question.data(), length), "alpacadiscovery1");
+        socket.send_to(boost::asio::buffer(std::string("rubbish")), asker);
+        socket.send_to(boost::asio::buffer(reply), asker);
+        socket.send_to(boost::asio::buffer(reply), asker);
+    });
+    const Outcome outcome = RunHere({"discover", "--host", "127.0.0.1", "--timeout", "0.5", "--discovery-port",
+                                     std::to_string(socket.local_endpoint().port())});
+    answering.join();
+    EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
+    EXPECT_EQ(outcome.out, "127.0.0.1:" + std::to_string(server.Port()) + "\n  Telescope 0  Big one\n");
+}
+
+}  // namespace
+}  // namespace kestrane::client
