@@ -1,6 +1,7 @@
 #include "kernel/connection_manager.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -21,6 +22,12 @@ constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
 constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
 constexpr std::string_view kCompanionApplication = "QUAY";
 constexpr std::string_view kCompanionSection = "Driver";
+
+/// To the nearest 16-bit value.
+std::int16_t ToShort(std::int32_t value) {
+    return static_cast<std::int16_t>(std::clamp<std::int32_t>(value, std::numeric_limits<std::int16_t>::min(),
+                                                              std::numeric_limits<std::int16_t>::max()));
+}
 
 std::int32_t ToInteger(const std::string& text, Log& log) {
     return RoundHalfEven(Val_Global(text, log));
@@ -183,7 +190,7 @@ void ConnectionManager::MountFound() {
     state_.g_bQuayLink = false;
     needs_.link->ReceiveTimeoutMS(ToInteger(needs_.persist.Read(setting::Timeout), needs_.log));
     Telescope& internal = needs_.internalInstance();
-    internal.MaxSerialRetries(static_cast<std::int16_t>(ToInteger(needs_.persist.Read(setting::Retry), needs_.log)));
+    internal.MaxSerialRetries(ToShort(ToInteger(needs_.persist.Read(setting::Retry), needs_.log)));
     internal.CommandBlindInternal(wire::ToggleFormatRaw.text, true);
     needs_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();

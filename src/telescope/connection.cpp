@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -203,7 +205,11 @@ void Telescope::ClientCount(std::int16_t count) {
 }
 
 std::int16_t Telescope::ReceiveTimeoutMS() {
-    return needs_.link ? static_cast<std::int16_t>(needs_.link->ReceiveTimeoutMS()) : std::int16_t{0};
+    const std::int32_t milliseconds = needs_.link ? needs_.link->ReceiveTimeoutMS() : 0;
+    if (milliseconds > std::numeric_limits<std::int16_t>::max()) {
+        throw RunTimeError(RunTimeError::kOverflow, "Overflow");
+    }
+    return static_cast<std::int16_t>(milliseconds);
 }
 
 void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {

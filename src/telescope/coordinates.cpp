@@ -69,7 +69,7 @@ double Telescope::ApertureArea() {
 bool Telescope::DoesRefraction() {
     bool does = false;
     if (state_.g_bQuayLink) {
-        const std::string reply = CommandString("*DOESREFRACTION", false);
+        const std::string reply = CommandString(wire::CompanionRefraction.text, false);
         does = reply.size() >= 3 && reply[2] == '1';
         needs_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
     }

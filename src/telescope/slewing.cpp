@@ -145,8 +145,8 @@ bool Telescope::QuayTakesSlews() const {
 }
 
 void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
-    const std::string reply =
-        CommandString("*SLEW," + FormatUs(rightAscension, "") + "," + FormatUs(declination, ""), false);
+    const std::string reply = CommandString(
+        std::string(wire::CompanionSlew.text) + FormatUs(rightAscension, "") + "," + FormatUs(declination, ""), false);
     needs_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
 }
 
@@ -267,7 +267,7 @@ void Telescope::SendSlewCommands() {
 void Telescope::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
         ClearCustomDecRate();
-        CommandBlindInternal("RT2", false);
+        CommandBlindInternal(std::string(wire::TrackingRate.text) + "2", false);
     }
 }
 

@@ -86,7 +86,7 @@ public:
     /// Retries of this object's exchanges after the first try, 0 to 5; 0 at creation.
     std::int16_t MaxSerialRetries() const { return exchange_.MaxSerialRetries(); }
     void MaxSerialRetries(std::int16_t retries) { exchange_.MaxSerialRetries(retries); }
-    /// Read limit of the link in milliseconds.
+    /// Read limit of the link in milliseconds; run-time error 6 when it does not fit.
     std::int16_t ReceiveTimeoutMS();
     void ReceiveTimeoutMS(std::int16_t milliseconds);
 

@@ -5,16 +5,16 @@
 namespace kestrane {
 namespace {
 
-/// A tracking rate of the clients: what is sent for it, framed and raw, and the rate button that shows it.
+/// A tracking rate of the clients: the argument of the raw rate command, and the rate button that shows it.
 struct RateRow {
-    std::string_view command;
+    std::string_view argument;
     std::int16_t displayed;
 };
 
 constexpr std::array<RateRow, 3> kRates{{
-    {":RT2#", 1},  // sidereal
-    {":RT0#", 2},  // lunar
-    {":RT1#", 3},  // solar
+    {"2#", 1},  // sidereal
+    {"0#", 2},  // lunar
+    {"1#", 3},  // solar
 }};
 
 }  // namespace
@@ -37,7 +37,7 @@ void Telescope::Tracking(bool track) {
     CommandBlindInternal(wire::EndInput.text, true);
     CommandBlindInternal(wire::StopRaw.text, true);
     ClearCustomDecRate();
-    CommandBlindInternal(":RT9#", true);
+    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "9#", true);
     ShowRate(0);
 }
 
@@ -54,7 +54,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
         throw DriverError(ErrorNumber::OutOfRange, "Invalid Tracking Rate Value: " + std::to_string(rate));
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
-    CommandBlindInternal(row.command, true);
+    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(row.argument), true);
     ShowRate(row.displayed);
     state_.g_bTracking = true;
 }
