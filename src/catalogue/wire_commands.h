@@ -131,6 +131,13 @@ inline constexpr WireCommand FocusSlow        {"FS",        Framing::Framed, Rep
 inline constexpr WireCommand PointingCorrection   {"ZZ00,", Framing::Framed, ReplyForm::Text,      "arguments", "companion pointing correction"};
 inline constexpr WireCommand PointingCorrectionOn {"ZZ01",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the pointing correction"};
 inline constexpr WireCommand TrackingCorrectionOn {"ZZ02",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the tracking rate correction"};
+inline constexpr WireCommand CompanionSlew        {"*SLEW,", Framing::Framed, ReplyForm::Text,     "RA,Dec",    "the companion slews, RA in hours, Dec in degrees"};
+inline constexpr WireCommand CompanionSlewAltAz   {"*SLEWALTAZ,", Framing::Framed, ReplyForm::Text, "Az,Alt",   "the companion slews, both in degrees"};
+inline constexpr WireCommand CompanionPark        {"*PARK,", Framing::Framed, ReplyForm::Text,     "0-5",       "the companion parks at a numbered position"};
+inline constexpr WireCommand CompanionParkAltAz   {"*PARKALTAZ,", Framing::Framed, ReplyForm::Text, "Alt,Az",   "the companion parks, both in degrees"};
+inline constexpr WireCommand CompanionSafeSlewOff {"*DISABLESAFESLEW,", Framing::Framed, ReplyForm::Text, "0 or 1", "1 switches the safe slews of the companion off, 0 on again"};
+inline constexpr WireCommand CompanionRefraction  {"*DOESREFRACTION", Framing::Framed, ReplyForm::Text, "",     "whether the companion refracts: the third character is 1"};
+inline constexpr WireCommand CompanionTimeSync    {"*TIMESYNC,", Framing::Framed, ReplyForm::Text, "0 or 1",    "the companion sets the time and the zone of the mount"};
 
 /// The whole catalogue, in the order above.
 inline constexpr std::array kAll{
@@ -146,6 +153,8 @@ inline constexpr std::array kAll{
     PemOn, PemOff, PemRecord, ReticleBrighter, ReticleDimmer, ReticleLevel, HoldOn, HoldOff,
     FocusPlus, FocusMinus, FocusStop, FocusFast, FocusSlow,
     PointingCorrection, PointingCorrectionOn, TrackingCorrectionOn,
+    CompanionSlew, CompanionSlewAltAz, CompanionPark, CompanionParkAltAz, CompanionSafeSlewOff, CompanionRefraction,
+    CompanionTimeSync,
 };
 // clang-format on
 

@@ -379,6 +379,13 @@ constexpr std::array kRows{
     Row{"ZZ00,",   kOptional, [](Call&)   { return Silence(); }, Never},
     Row{"ZZ01",    kOptional, [](Call&)   { return Silence(); }, Never},
     Row{"ZZ02",    kOptional, [](Call&)   { return Silence(); }, Never},
+    Row{"*SLEW,",  kNeeded,   [](Call&)   { return Silence(); }, Never},
+    Row{"*SLEWALTAZ,", kNeeded, [](Call&) { return Silence(); }, Never},
+    Row{"*PARK,",  kNeeded,   [](Call&)   { return Silence(); }, Never},
+    Row{"*PARKALTAZ,", kNeeded, [](Call&) { return Silence(); }, Never},
+    Row{"*DISABLESAFESLEW,", kNeeded, [](Call&) { return Silence(); }, Never},
+    Row{"*DOESREFRACTION", kNone, [](Call&) { return Silence(); }, Never},
+    Row{"*TIMESYNC,", kNeeded, [](Call&)  { return Silence(); }, Never},
 };
 // clang-format on
 
