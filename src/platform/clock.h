@@ -20,12 +20,12 @@ constexpr std::int32_t operator-(Tick later, Tick earlier) {
 
 /// The tick `milliseconds` after `tick` (before it, when negative).
 constexpr Tick operator+(Tick tick, std::int32_t milliseconds) {
-    return Tick{static_cast<std::int32_t>(static_cast<std::uint32_t>(tick.value) +
-                                          static_cast<std::uint32_t>(milliseconds))};
+    return Tick{
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(tick.value) + static_cast<std::uint32_t>(milliseconds))};
 }
 constexpr Tick operator-(Tick tick, std::int32_t milliseconds) {
-    return Tick{static_cast<std::int32_t>(static_cast<std::uint32_t>(tick.value) -
-                                          static_cast<std::uint32_t>(milliseconds))};
+    return Tick{
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(tick.value) - static_cast<std::uint32_t>(milliseconds))};
 }
 
 /// A calendar date with the time of day; which zone it is in is said where it is used.

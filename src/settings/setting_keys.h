@@ -71,10 +71,10 @@ inline constexpr SettingKey chkSwapNS{"chkSwapNS", "0"};
 inline constexpr SettingKey chkRotate90{"chkRotate90", "0"};
 inline constexpr SettingKey chkSlewEast{"chkSlewEast", "0"};
 inline constexpr SettingKey txtSlewEastFirstHours{"txtSlewEastFirstHours", ""};  // text
-inline constexpr SettingKey txtMeridianDelay{"txtMeridianDelay", ""};  // text
-inline constexpr SettingKey txtRaCustom{"txtRaCustom", ""};  // text
-inline constexpr SettingKey txtDecCustom{"txtDecCustom", ""};  // text
-inline constexpr SettingKey cbxMoveRate{"cbxMoveRate", "2"};  // "2" or "4"
+inline constexpr SettingKey txtMeridianDelay{"txtMeridianDelay", ""};            // text
+inline constexpr SettingKey txtRaCustom{"txtRaCustom", ""};                      // text
+inline constexpr SettingKey txtDecCustom{"txtDecCustom", ""};                    // text
+inline constexpr SettingKey cbxMoveRate{"cbxMoveRate", "2"};                     // "2" or "4"
 inline constexpr SettingKey cbxWindowsPriority{"cbxWindowsPriority", "1"};
 inline constexpr SettingKey DisableSafeSlew{"DisableSafeSlew", "0"};
 inline constexpr SettingKey SafeSlewRaDec{"SafeSlewRaDec", "1"};
@@ -91,7 +91,7 @@ inline constexpr SettingKey cbxParkToText{"cbxParkToText", ""};
 inline constexpr SettingKey cbxUnparkFrom{"cbxUnparkFrom", "0"};
 inline constexpr SettingKey cbxUnparkFromText{"cbxUnparkFromText", ""};
 inline constexpr SettingKey txtUserParkAlt{"txtUserParkAlt", "0"};  // "0" or text
-inline constexpr SettingKey txtUserParkAz{"txtUserParkAz", "0"};  // "0" or text
+inline constexpr SettingKey txtUserParkAz{"txtUserParkAz", "0"};    // "0" or text
 inline constexpr SettingKey ParkStatus{"ParkStatus", "Unknown"};
 inline constexpr SettingKey DisablePark1Warning{"DisablePark1Warning", "False"};
 inline constexpr SettingKey CounterWeightsUpPark{"CounterWeightsUpPark", "0"};
@@ -109,7 +109,7 @@ inline constexpr SettingKey cbxSiteList{"cbxSiteList", "0"};
 inline constexpr SettingKey SiteListIndex{"SiteListIndex", ""};  // written only
 inline constexpr SettingKey OldSiteName{"OldSiteName", "Default"};
 inline constexpr SettingKey SitesCopiedToDatbase{"SitesCopiedToDatbase", "False"};
-inline constexpr SettingKey txtScopeAperture{"txtScopeAperture", "0"};  // "10", "0" or text
+inline constexpr SettingKey txtScopeAperture{"txtScopeAperture", "0"};        // "10", "0" or text
 inline constexpr SettingKey txtScopeFocalLength{"txtScopeFocalLength", "0"};  // "100", "0" or text
 
 // Bookmarks

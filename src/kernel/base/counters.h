@@ -45,7 +45,7 @@ public:
     const CounterState& Values() const { return state_; }
 
 private:
-    void Count(std::int32_t CounterState::* counter, std::string_view text, LogLevel level);
+    void Count(std::int32_t CounterState::*counter, std::string_view text, LogLevel level);
 
     CounterState& state_;
     Log& log_;

@@ -119,8 +119,7 @@ public:
 
     /// Assigns the value of `expression`; false, with `target` as it was, when that failed.
     template <typename Target, typename Expression>
-    bool Assign(Target& target, Expression&& expression,
-                std::uint32_t line = __builtin_LINE()) {
+    bool Assign(Target& target, Expression&& expression, std::uint32_t line = __builtin_LINE()) {
         return Step([&] { target = std::forward<Expression>(expression)(); }, line);
     }
 

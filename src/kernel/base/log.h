@@ -15,15 +15,15 @@ enum class LogLevel : int { Info = 0, Warning = 1, Error = 2, Fatal = 3, Excepti
 
 /// The logging members of the shared state record.
 struct LogState {
-    bool g_bDebugLog = false;            ///< logging on (setting `chkEnableDebugLog`)
-    bool g_bLogPaused = false;           ///< writing to the file pauses during a long park
-    std::int32_t g_nLogLine = 0;         ///< number of the last line; negative: lines carry no number
-    std::string g_sLogDir;               ///< folder of the log files; empty until the first log was opened
-    bool g_bShowAscom = true;            ///< window filter, setting `chkShowASCOMCommands`
-    bool g_bShowFocuser = true;          ///< window filter, setting `chkShowFocuserCommands`
-    bool g_bShowTelescope = true;        ///< window filter, setting `chkShowTelescopeCommands`
-    bool g_bShowNoRaDec = false;         ///< window filter, setting `chkShowNoRaDecAltAz`
-    bool g_bSuppressNextReply = false;   ///< the last sent line was a position query and was hidden
+    bool g_bDebugLog = false;           ///< logging on (setting `chkEnableDebugLog`)
+    bool g_bLogPaused = false;          ///< writing to the file pauses during a long park
+    std::int32_t g_nLogLine = 0;        ///< number of the last line; negative: lines carry no number
+    std::string g_sLogDir;              ///< folder of the log files; empty until the first log was opened
+    bool g_bShowAscom = true;           ///< window filter, setting `chkShowASCOMCommands`
+    bool g_bShowFocuser = true;         ///< window filter, setting `chkShowFocuserCommands`
+    bool g_bShowTelescope = true;       ///< window filter, setting `chkShowTelescopeCommands`
+    bool g_bShowNoRaDec = false;        ///< window filter, setting `chkShowNoRaDecAltAz`
+    bool g_bSuppressNextReply = false;  ///< the last sent line was a position query and was hidden
 };
 
 /// The log window as the log sees it: a text box that takes coloured lines.
