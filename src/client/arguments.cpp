@@ -114,12 +114,12 @@ constexpr std::array kOptions{
               [](Arguments& a, std::string_view o, const std::string& v) {
                   a.latitude = Degrees(o, v, 90.0, "a latitude from -90 to 90 degrees, north positive");
               },
-              "the site's latitude, for a device that does not tell it"},
+              "the site's latitude, in place of what the device tells"},
     OptionRow{"--longitude", "DEG",
               [](Arguments& a, std::string_view o, const std::string& v) {
                   a.longitude = Degrees(o, v, 360.0, "a longitude in degrees, east positive");
               },
-              "its longitude, for a device that tells no sidereal time"},
+              "its longitude, to reckon the sidereal time from"},
     OptionRow{"--wait", "", [](Arguments& a, std::string_view, const std::string&) { a.wait = true; },
               "slew: show the way and end with the slew"},
     OptionRow{"--bright-star", "", [](Arguments& a, std::string_view, const std::string&) { a.brightStar = true; },

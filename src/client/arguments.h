@@ -43,8 +43,8 @@ struct Arguments {
     std::uint32_t clientId = 7823;
     std::string deviceType = "telescope";
     std::optional<double> timeout;    ///< seconds, above 0
-    std::optional<double> latitude;   ///< degrees, north positive: for devices that do not tell theirs
-    std::optional<double> longitude;  ///< degrees, east positive: the same
+    std::optional<double> latitude;   ///< degrees, north positive: in place of the device's
+    std::optional<double> longitude;  ///< degrees, east positive: sidereal time is reckoned from it
     bool json = false;
     bool wait = false;
     bool brightStar = false;
