@@ -14,6 +14,10 @@ constexpr std::size_t kChunk = 1024;
 std::string SerialReader::Waiting(std::int32_t limitMs) {
     const Tick start = clock_.GetTickCount();
     ReadMore(start, kept_.empty() ? limitMs : 0);
+    if (limitMs >= kQuietMs) {
+        while (!kept_.empty() && ReadMore(start, limitMs, kQuietMs)) {
+        }
+    }
     return Take(kept_.size());
 }
 
@@ -41,12 +45,12 @@ std::string SerialReader::Terminated(std::string_view terminator, std::int32_t l
     }
 }
 
-bool SerialReader::ReadMore(Tick start, std::int32_t limitMs) {
+bool SerialReader::ReadMore(Tick start, std::int32_t limitMs, std::int32_t mostMs) {
     const std::int32_t left = std::max(limitMs, 0) - (clock_.GetTickCount() - start);
     if (left < 0) {
         return false;
     }
-    const std::string bytes = port_.Read(kChunk, left);
+    const std::string bytes = port_.Read(kChunk, std::min(left, mostMs));
     kept_ += bytes;
     return !bytes.empty();
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -19,7 +20,12 @@ public:
     /// Both outlive the reader.
     SerialReader(SerialPort& port, Clock& clock) : port_(port), clock_(clock) {}
 
-    /// What is waiting; with nothing there, what comes first within the limit. Empty when nothing came.
+    /// Bytes this close together belong to one text; at 9600 baud a byte takes about 1 ms.
+    static constexpr std::int32_t kQuietMs = 10;
+
+    /// What is waiting; with nothing there, what comes within the limit. Empty when nothing came. Bytes still on their
+    /// way are read on until the line is quiet for `kQuietMs` or the limit is over; with a limit below `kQuietMs` one
+    /// look at the line has to do.
     std::string Waiting(std::int32_t limitMs);
     /// `count` bytes, or what came of them within the limit.
     std::string Counted(std::size_t count, std::int32_t limitMs);
@@ -30,9 +36,9 @@ public:
     void Forget() { kept_.clear(); }
 
 private:
-    /// Adds what the line brings to the kept bytes, waiting no longer than what is left of the limit; false when
-    /// nothing came or nothing is left.
-    bool ReadMore(Tick start, std::int32_t limitMs);
+    /// Adds what the line brings to the kept bytes, waiting no longer than what is left of the limit, and no longer
+    /// than `mostMs`; false when nothing came or nothing is left.
+    bool ReadMore(Tick start, std::int32_t limitMs, std::int32_t mostMs = std::numeric_limits<std::int32_t>::max());
     std::string Take(std::size_t count);
 
     SerialPort& port_;

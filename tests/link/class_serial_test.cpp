@@ -227,10 +227,10 @@ TEST_P(SerialLink, Receive_GivesWhatIsThere) {
     Play(R"(
         0   < 12Z:34
         0   ? Receive
-        0   L Telescope Error MOTOR STALL DETECTEDS: 1
-        0   = 12:34
-        0   ? Receive
-        500 =
+        10  L Telescope Error MOTOR STALL DETECTEDS: 1
+        10  = 12:34
+        10  ? Receive
+        510 =
     )");
 }
 

@@ -209,7 +209,6 @@ TEST_P(StringExchange, CommandString_LateReplyBeforeTheClear_IsDroppedByIt) {
 }
 
 TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnASerialLine_IsTakenWhenTheRepeatBringsNothing) {
-    line.bytesPerRead = 4096;  // the recovery reads what one look at the line brings
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     Play(R"(
@@ -222,15 +221,14 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnASerialLine_IsTake
         540  > #
         561  L ClearBuffers Info Removed 0 bytes in 1 Ticks
         700  < 01:02:03.4#
-        700  L Telescope Info CommandString TX=':GR#'
-        700  > :GR#
-        1200 L Telescope Info CommandString Reply Received (TX=':GR#'), RX='01:02:03.4#'
-        1200 = 01:02:03.4
+        710  L Telescope Info CommandString TX=':GR#'
+        710  > :GR#
+        1210 L Telescope Info CommandString Reply Received (TX=':GR#'), RX='01:02:03.4#'
+        1210 = 01:02:03.4
     )");
 }
 
 TEST_P(StringExchange, CommandString_LateReplyCaughtInARetry_GivesWayToTheReplyOfTheRepeat) {
-    line.bytesPerRead = 4096;
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     Play(R"(
@@ -238,10 +236,37 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetry_GivesWayToTheReplyO
         0    > :GR#
         540  > #
         700  < 01:02:03.4#
-        700  > :GR#
+        710  > :GR#
         900  < 05:06:07.8#
         900  = 05:06:07.8
     )");
+}
+
+TEST_P(StringExchange, CommandString_LateReplyAtLineSpeed_IsNotTornByTheRetry) {
+    struct Row {
+        std::string command;
+        std::string reply;
+        std::string answerToTheRepeat;
+        std::string result;
+    };
+    const Row rows[] = {
+        {"GD", "-45*12:33#", "", "-45*12:33"},
+        {"GR", "12:34:56.7#", "", "12:34:56.7"},
+        {"GD", "-45*12:33#", "-45*12:34#", "-45*12:34"},
+        {"GR", "12:34:56.7#", "12:34:57.8#", "12:34:57.8"},
+    };
+    swallowsExpected = true;
+    exchange->MaxSerialRetries(1);
+    for (const Row& row : rows) {
+        const std::int32_t start = clock.Elapsed();
+        std::int32_t arrival = start + 700;
+        for (const char byte : row.reply) {
+            line.Schedule(arrival++, {&byte, 1});
+        }
+        line.Schedule(start + 900, row.answerToTheRepeat);
+        EXPECT_EQ(exchange->CommandString(row.command, false), row.result);
+        EXPECT_EQ(line.Unread(), "");
+    }
 }
 
 /// A link whose silent read gives an empty text instead of an error, as one without a line does.
@@ -282,7 +307,6 @@ private:
 };
 
 TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnAnOverwritingLink_IsLost) {
-    line.bytesPerRead = 4096;
     link = std::make_unique<OverwritingLink>(std::move(link));
     exchange->MaxSerialRetries(1);
     Play(R"(
@@ -290,9 +314,9 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnAnOverwritingLink_
         0    > :GR#
         540  > #
         700  < 01:02:03.4#
-        700  > :GR#
-        1200 > #
-        1221 =
+        710  > :GR#
+        1210 > #
+        1231 =
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 2);
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 1);

@@ -59,22 +59,51 @@ TEST_P(SerialReading, Counted_None_ReadsNothing) {
     EXPECT_TRUE(line.reads.empty());
 }
 
-TEST_P(SerialReading, Waiting_GivesTheFirstThatComesWithinTheLimit) {
+TEST_P(SerialReading, Waiting_GivesWhatComesUntilTheLineIsQuiet) {
     line.Schedule(40, "a");
     line.Schedule(50, "b");
-    EXPECT_EQ(reader.Waiting(100), "a");
-    EXPECT_EQ(clock.Elapsed(), 40);
-    EXPECT_EQ(reader.Waiting(5), "");
-    EXPECT_EQ(clock.Elapsed(), 45);
-    EXPECT_EQ(reader.Waiting(5), "b");
+    line.Schedule(61, "c");
+    EXPECT_EQ(reader.Waiting(100), "ab");
+    EXPECT_EQ(clock.Elapsed(), 60);
+    EXPECT_EQ(reader.Waiting(100), "c");
+    EXPECT_EQ(clock.Elapsed(), 71);
+    EXPECT_EQ(reader.Waiting(100), "");
+    EXPECT_EQ(clock.Elapsed(), 171);
 }
 
-TEST_P(SerialReading, Waiting_WithBytesKept_DoesNotWait) {
+TEST_P(SerialReading, Waiting_ForAReplyAtLineSpeed_GivesAllOfIt) {
+    for (const std::string reply : {"-45*12:33#", "12:34:56.7#"}) {
+        const std::int32_t start = clock.Elapsed();
+        std::int32_t arrival = start + 300;
+        for (const char byte : reply) {
+            line.Schedule(arrival++, {&byte, 1});
+        }
+        EXPECT_EQ(reader.Waiting(500), reply);
+        EXPECT_EQ(clock.Elapsed(), arrival - 1 + SerialReader::kQuietMs);
+    }
+}
+
+TEST_P(SerialReading, Waiting_ForALineThatIsNeverQuiet_EndsAtItsLimit) {
+    line.floodEveryMs = 9;
+    EXPECT_EQ(reader.Waiting(100), std::string(11, '.'));
+    EXPECT_EQ(clock.Elapsed(), 100);
+}
+
+TEST_P(SerialReading, Waiting_WithALimitBelowTheQuiet_LooksOnce) {
+    line.Schedule(1, "a");
+    line.Schedule(2, "b");
+    EXPECT_EQ(reader.Waiting(1), "a");
+    EXPECT_EQ(clock.Elapsed(), 1);
+    EXPECT_EQ(reader.Waiting(9), "b");
+    EXPECT_EQ(clock.Elapsed(), 2);
+}
+
+TEST_P(SerialReading, Waiting_WithBytesKept_WaitsOnlyForTheirRest) {
     line.Schedule(0, "a#b");
+    line.Schedule(3, "c");
     reader.Terminated("#", 100);
-    std::string rest = reader.Waiting(100);
-    EXPECT_EQ(rest, "b");
-    EXPECT_EQ(clock.Elapsed(), 0);
+    EXPECT_EQ(reader.Waiting(100), "bc");
+    EXPECT_EQ(clock.Elapsed(), 13);
 }
 
 TEST_P(SerialReading, ALineThatKeepsSending_HoldsAReadForItsLimitOnly) {
