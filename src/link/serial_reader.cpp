@@ -6,7 +6,7 @@
 namespace kestrane {
 namespace {
 
-/// Longer than any reply of the mount; one read of a flooded line stays short.
+/// Longer than any reply of the mount; one look at a flooded line stays short.
 constexpr std::size_t kChunk = 1024;
 
 }  // namespace
@@ -47,10 +47,10 @@ std::string SerialReader::Terminated(std::string_view terminator, std::int32_t l
 
 bool SerialReader::ReadMore(Tick start, std::int32_t limitMs, std::int32_t mostMs) {
     const std::int32_t left = std::max(limitMs, 0) - (clock_.GetTickCount() - start);
-    if (left < 0) {
+    if (left < 0 || kept_.size() >= kMostBytes) {
         return false;
     }
-    const std::string bytes = port_.Read(kChunk, std::min(left, mostMs));
+    const std::string bytes = port_.Read(std::min(kChunk, kMostBytes - kept_.size()), std::min(left, mostMs));
     kept_ += bytes;
     return !bytes.empty();
 }

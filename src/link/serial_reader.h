@@ -12,14 +12,17 @@
 namespace kestrane {
 
 /// Timed reads of one serial line. Every limit is for the whole read, in milliseconds from its start, however many
-/// bytes dribble in meanwhile: a line that never stops sending holds a read for its limit and at most one byte more.
-/// A limit of 0 or below takes what is there. Nothing is lost between reads: bytes that came behind a terminator
-/// stand first in the next read. Nothing raises, nothing pumps.
+/// bytes dribble in meanwhile: a line that never stops sending holds a read for its limit and at most one byte more. A
+/// limit of 0 or below takes what is there. A read that has `kMostBytes` ends as at its limit, so that a flood takes no
+/// more memory than that. Nothing is lost between reads: bytes that came behind a terminator stand first in the next
+/// read. Nothing raises, nothing pumps.
 class SerialReader {
 public:
     /// Both outlive the reader.
     SerialReader(SerialPort& port, Clock& clock) : port_(port), clock_(clock) {}
 
+    /// Many times the longest text that a mount sends.
+    static constexpr std::size_t kMostBytes = 4096;
     /// Bytes this close together belong to one text; at 9600 baud a byte takes about 1 ms.
     static constexpr std::int32_t kQuietMs = 10;
 
@@ -37,7 +40,7 @@ public:
 
 private:
     /// Adds what the line brings to the kept bytes, waiting no longer than what is left of the limit, and no longer
-    /// than `mostMs`; false when nothing came or nothing is left.
+    /// than `mostMs`; false when nothing came, nothing is left, or `kMostBytes` are there.
     bool ReadMore(Tick start, std::int32_t limitMs, std::int32_t mostMs = std::numeric_limits<std::int32_t>::max());
     std::string Take(std::size_t count);
 

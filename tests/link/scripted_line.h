@@ -65,6 +65,7 @@ public:
     std::function<void(std::int32_t)> onSilence;  ///< a read ended empty after so many milliseconds
 
     std::size_t bytesPerRead = 4096;  ///< 1 feeds every reader byte by byte
+    bool full = false;                ///< every look finds as many bytes "." as it takes, at no time
     std::int32_t floodEveryMs = 0;    ///< above 0: one more byte "." each so many milliseconds, without end
 
     void Schedule(std::int32_t elapsed, std::string_view bytes) {
@@ -83,6 +84,10 @@ public:
     }
 
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) {
+        if (full) {
+            reads.emplace_back(timeoutMs, std::string(maxCount, '.'));
+            return reads.back().second;
+        }
         const std::int32_t start = clock.Elapsed();
         const std::int32_t limit = start + std::max(timeoutMs, 0);
         clock.AdvanceTo(std::min(NextArrival(), limit));

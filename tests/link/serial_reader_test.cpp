@@ -114,6 +114,27 @@ TEST_P(SerialReading, ALineThatKeepsSending_HoldsAReadForItsLimitOnly) {
     EXPECT_EQ(clock.Elapsed(), 200);
 }
 
+TEST_P(SerialReading, ALineWhoseEveryLookIsFull_HoldsAReadForTheMostBytesOnly) {
+    const std::string most(4096, '.');
+    line.Schedule(0, "a#b");
+    reader.Terminated("#", 100);
+    line.full = true;
+    EXPECT_EQ(reader.Terminated("#", 100).size(), 4096U) << "what was kept counts";
+    EXPECT_EQ(reader.Terminated("#", 100), most);
+    EXPECT_EQ(reader.Counted(5000, 100), most);
+    EXPECT_EQ(reader.Waiting(100), most);
+    EXPECT_EQ(reader.Counted(3, 100), "...");
+    EXPECT_EQ(reader.Terminated("#", 100), most);
+    EXPECT_EQ(clock.Elapsed(), 0);
+}
+
+TEST_P(SerialReading, ATerminatorAsTheLastOfTheMostBytes_IsFound) {
+    const std::string text = std::string(4095, '.') + "#";
+    line.Schedule(0, text + "a#");
+    EXPECT_EQ(reader.Terminated("#", 100), text);
+    EXPECT_EQ(reader.Terminated("#", 100), "a#");
+}
+
 TEST_P(SerialReading, ALimitOfZeroOrBelow_TakesWhatIsThere) {
     line.Schedule(0, "abc");
     line.Schedule(1, "d");
