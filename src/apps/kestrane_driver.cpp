@@ -1,0 +1,99 @@
+// The driver's process: serves client objects on the sockets that it was started with, and ends with the last one.
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "kernel/base/application_info.h"
+#include "kernel/driver.h"
+#include "platform/posix/posix_platform.h"
+#include "server/inherited_sockets.h"
+#include "server/object_server.h"
+#include "server/served_devices.h"
+
+namespace kestrane {
+namespace {
+
+constexpr int kExitGood = 0;
+constexpr int kExitRefused = 1;
+constexpr int kExitUsage = 2;
+
+/// A bug must not go on with half a state behind it.
+void OnFault(const std::exception_ptr& fault) {
+    try {
+        std::rethrow_exception(fault);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kestrane-driver: %s\n", error.what());
+    }
+    std::abort();
+}
+
+/// The descriptors that this many connections take, and some more for the driver itself.
+void AllowDescriptors(std::size_t connections) {
+    rlimit limit{};
+    const rlim_t wanted = connections + 256;
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < wanted) {
+        limit.rlim_cur = limit.rlim_max < wanted ? limit.rlim_max : wanted;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+std::string HostName() {
+    std::array<char, 256> name{};
+    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+server::ServerIdentity Identity() {
+    server::ServerIdentity identity;
+    identity.serverName = application::kTitle;
+    identity.version = application::kDriverVersion;
+    identity.location = HostName();
+    return identity;
+}
+
+void Serve(PosixPlatform& platform, Driver& driver, const server::ServerSockets& sockets) {
+    const server::RouteTable routes(server::TelescopeRoutes(), server::FocuserRoutes());
+    server::DriverDevices devices(driver);
+    const server::HttpLimits limits;
+    AllowDescriptors(limits.connections);
+    const server::ObjectServer objectServer(
+        {
+            .pump = platform.pump,
+            .clock = platform.clock,
+            .devices = devices,
+            .routes = routes,
+            .endProcess = [&platform] { platform.processes.EndThisProcess(); },
+            .identity = Identity(),
+            .deviceIdFile = platform.folders.CommonAppData() / "Kestrane" / "ASCOM" / "DeviceIds.ini",
+            .leases =
+                server::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
+            .limits = limits,
+        },
+        sockets);
+    platform.pump.Run();
+}
+
+int RunProgram(bool hasArguments) {
+    PosixPlatform platform(OnFault);
+    const std::optional<server::ServerSockets> sockets =
+        hasArguments ? std::nullopt : server::TakeInheritedSockets(std::getenv, getpid());
+    const std::unique_ptr<Driver> driver = Main(platform.Services(), sockets.has_value());
+    if (!driver) {
+        return hasArguments ? kExitUsage : kExitRefused;
+    }
+    Serve(platform, *driver, *sockets);
+    return kExitGood;
+}
+
+}  // namespace
+}  // namespace kestrane
+
+int main(int argc, char**) {
+    return kestrane::RunProgram(argc > 1);
+}

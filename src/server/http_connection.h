@@ -1,0 +1,76 @@
+#pragma once
+
+#include <array>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "server/http_limits.h"
+#include "server/request_handler.h"
+
+namespace kestrane::server {
+
+/// What a connection needs of its server.
+struct ConnectionNeeds {
+    const HttpLimits& limits;
+    std::function<void(const HttpRequest&, const AnswerFunction&)> handle;
+    std::function<bool(ConnectionId)> carriesClient;
+    std::function<void(ConnectionId)> closed;
+};
+
+/// One client connection: reads a request, has it answered, writes the answer, and so on until one side closes.
+/// Requests that come pipelined are answered one after the other. I/O thread only.
+class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
+public:
+    HttpConnection(ConnectionId id, boost::asio::ip::tcp::socket socket, ConnectionNeeds needs);
+
+    void Start();
+    void Close();
+    /// One step of the time limits.
+    void Step();
+
+    /// Waiting for a request of which no byte has come, or already given up: may be closed without a loss.
+    bool IsQuiet();
+    /// Waiting for a request, having carried none for a device.
+    bool IsIdleStranger() const;
+    /// Closed, or closed by the client, though an answer may still be due to it.
+    bool IsGone();
+
+private:
+    enum class Phase { Idle, Reading, Working, Writing, Draining, Closed };
+
+    void Enter(Phase phase, int steps);
+    void WaitForRequest();
+    void ReadRequest();
+    void OnHeader(const boost::system::error_code& error);
+    void ReadBody();
+    void OnRequest(const boost::system::error_code& error);
+    void OnReadError(const boost::system::error_code& error);
+    HttpRequest TakeRequest();
+    void Write(const HttpAnswer& answer, const AnswerForm& form);
+    void Drain();
+    void DropInput();
+
+    using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
+
+    ConnectionId id_;
+    boost::asio::ip::tcp::socket socket_;
+    ConnectionNeeds needs_;
+    HttpRequest addresses_;  ///< a request with only the addresses filled in
+    boost::beast::flat_buffer buffer_;
+    std::optional<Parser> parser_;
+    std::string output_;
+    std::array<char, 4096> dropped_{};
+    std::size_t droppedBytes_ = 0;
+    Phase phase_ = Phase::Idle;
+    int stepsLeft_ = 0;  ///< 0: no limit
+    bool outOfTime_ = false;
+};
+
+}  // namespace kestrane::server

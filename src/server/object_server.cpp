@@ -1,0 +1,136 @@
+#include "server/object_server.h"
+
+#include <algorithm>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <future>
+#include <thread>
+
+#include "server/discovery.h"
+#include "server/http_server.h"
+#include "server/request_handler.h"
+
+namespace kestrane::server {
+
+namespace asio = boost::asio;
+
+class ObjectServer::Inside {
+public:
+    Inside(ObjectServerNeeds needs, const ServerSockets& sockets);
+    ~Inside();
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+    std::size_t ObjectCount() const { return objects_.Count(); }
+    std::size_t ConnectionCount();
+
+private:
+    ClientObjectsNeeds ObjectNeeds();
+    RequestHandlerNeeds HandlerNeeds();
+    HttpServerNeeds HttpNeeds();
+    bool BoundToLoopback() const;
+    void AddSockets(const ServerSockets& sockets);
+
+    ObjectServerNeeds needs_;
+    asio::io_context io_{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
+    ClientObjects objects_;
+    Management management_;
+    HttpServer http_;
+    std::unique_ptr<RequestHandler> handler_;  ///< made when the addresses are known
+    std::vector<std::unique_ptr<Discovery>> discovery_;
+    std::thread thread_;
+};
+
+ObjectServer::Inside::Inside(ObjectServerNeeds needs, const ServerSockets& sockets)
+    : needs_(std::move(needs)),
+      objects_(ObjectNeeds()),
+      management_(needs_.identity, needs_.deviceIdFile),
+      http_(io_, HttpNeeds()) {
+    AddSockets(sockets);
+    handler_ = std::make_unique<RequestHandler>(HandlerNeeds());
+    http_.Start();
+    for (const auto& discovery : discovery_) {
+        discovery->Start();
+    }
+    thread_ = std::thread([this] { io_.run(); });
+}
+
+ObjectServer::Inside::~Inside() {
+    asio::post(io_, [this] {
+        http_.Stop();
+        for (const auto& discovery : discovery_) {
+            discovery->Stop();
+        }
+        io_.stop();
+    });
+    thread_.join();
+}
+
+void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
+    for (const int socket : sockets.http) {
+        http_.AddListener(socket);
+    }
+    for (const int socket : sockets.discovery) {
+        discovery_.push_back(std::make_unique<Discovery>(io_, socket, http_.BoundTo(), [this] {
+            needs_.pump.Post(CallKind::Brief, [this] { objects_.NoteActivity(); });
+        }));
+    }
+}
+
+/// The gate is asked on the logic thread, decides on the I/O thread, and answers on the logic thread again.
+ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
+    RequestGate gate;
+    gate.close = [this](std::function<void(bool)> done) {
+        asio::post(io_, [this, done = std::move(done)] {
+            http_.CloseGate(
+                [this, done](bool closed) { needs_.pump.Post(CallKind::Brief, [done, closed] { done(closed); }); });
+        });
+    };
+    gate.open = [this] { asio::post(io_, [this] { http_.OpenGate(); }); };
+    return {needs_.pump, needs_.clock, needs_.devices, std::move(gate), needs_.endProcess, needs_.leases};
+}
+
+RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
+    return {needs_.routes,
+            objects_,
+            needs_.pump,
+            management_,
+            MachineNames(),
+            BoundToLoopback(),
+            [this](std::function<void()> function) { asio::post(io_, std::move(function)); },
+            [this](ConnectionId id) { return http_.ConnectionIsGone(id); }};
+}
+
+HttpServerNeeds ObjectServer::Inside::HttpNeeds() {
+    return {needs_.limits,
+            [this](const HttpRequest& request, const AnswerFunction& answer) { handler_->Handle(request, answer); },
+            [this](ConnectionId id) { return handler_->CarriesClient(id); },
+            [this](ConnectionId id) { handler_->ConnectionClosed(id); }, [this] { return handler_->CallsUnderWay(); }};
+}
+
+bool ObjectServer::Inside::BoundToLoopback() const {
+    return std::ranges::all_of(http_.BoundTo(), [](const auto& endpoint) { return endpoint.address().is_loopback(); });
+}
+
+std::size_t ObjectServer::Inside::ConnectionCount() {
+    std::promise<std::size_t> count;
+    asio::post(io_, [this, &count] { count.set_value(http_.ConnectionCount()); });
+    return count.get_future().get();
+}
+
+ObjectServer::ObjectServer(ObjectServerNeeds needs, const ServerSockets& sockets)
+    : inside_(std::make_unique<Inside>(std::move(needs), sockets)) {}
+
+ObjectServer::~ObjectServer() = default;
+
+std::size_t ObjectServer::ObjectCount() const {
+    return inside_->ObjectCount();
+}
+
+std::size_t ObjectServer::ConnectionCount() const {
+    return inside_->ConnectionCount();
+}
+
+}  // namespace kestrane::server

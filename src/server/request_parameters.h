@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/clock.h"
+
+/// The text of a request taken apart. Pure functions on values, without a locale; safe on any bytes.
+namespace kestrane::server {
+
+/// The target of a request line: path and query, both still encoded.
+struct RequestTarget {
+    std::string_view path;
+    std::string_view query;
+};
+
+/// Splits at the first "?"; a doubled one ("??") is forgiven.
+RequestTarget SplitTarget(std::string_view target);
+
+/// "%41" and "+" turned back into "A" and a blank; a "%" without two hexadecimal digits stands for itself.
+std::string DecodeForm(std::string_view encoded);
+
+enum class NameMatch { AnyCase, Exact };
+
+/// Names and values of a query or a form body, decoded, in their order.
+class RequestParameters {
+public:
+    static constexpr std::size_t kMostParameters = 64;
+
+    /// Nothing when there are more than `kMostParameters`.
+    static std::optional<RequestParameters> Parse(std::string_view encoded);
+
+    /// The value of the first parameter of that name; null when there is none. Stays valid as long as this object.
+    const std::string* Find(std::string_view name, NameMatch match) const;
+    std::size_t Count() const { return parameters_.size(); }
+
+private:
+    std::vector<std::pair<std::string, std::string>> parameters_;
+};
+
+/// A ClientID or ClientTransactionID, 0 to 4294967295: missing (null), empty, negative, wordy or too large ones
+/// count as 0.
+std::uint32_t ParseId(const std::string* text);
+
+/// "true" or "false" in any case.
+std::optional<bool> ParseBoolean(std::string_view text);
+/// Decimal digits with an optional sign, within 32 bits.
+std::optional<std::int32_t> ParseInteger(std::string_view text);
+/// A finite number with a point; an exponent is allowed.
+std::optional<double> ParseNumber(std::string_view text);
+/// "yyyy-MM-ddTHH:mm:ss" with an optional fraction (cut to milliseconds), with or without a "Z" at its end. A
+/// calendar date that exists, years 1 to 9999.
+std::optional<DateTime> ParseUtcDate(std::string_view text);
+
+/// Equal but for the case of ASCII letters.
+bool EqualInAnyCase(std::string_view left, std::string_view right);
+/// ASCII letters lowered.
+std::string Lowered(std::string_view text);
+
+}  // namespace kestrane::server
