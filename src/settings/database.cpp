@@ -202,17 +202,36 @@ void Database::Open() {
             RaiseSqlFailure(status, connection == nullptr ? sqlite3_errstr(status) : sqlite3_errmsg(connection));
         }
         sqlite3_busy_timeout(connection, kBusyTimeoutMs);
-        // A write-ahead log lets a second program read while we write, and with NORMAL a write costs no wait for the
-        // disk: a first start stores some hundred rows. A killed process loses nothing; a power cut may lose the last
-        // writes, never the file. A system that cannot do it keeps the rollback journal, which is as safe.
-        ResumeNext errors{needs_.ledger, "Database.Open"};
-        errors.Step([&] { Run("PRAGMA journal_mode = WAL"); });
-        errors.Step([&] { Run("PRAGMA synchronous = NORMAL"); });
+        ChooseJournal();
         CreateSchema();
     } catch (const DriverError& error) {
         connection_.reset();
         needs_.messageBoxes.Show("Init DB Error: " + error.Message(), application::kTitle, MessageIcon::Critical);
     }
+}
+
+// A write-ahead log lets a second program read while we write, and with NORMAL a write costs no wait for the disk: a
+// first start stores some hundred rows. A killed process loses nothing; a power cut may lose the last writes, never the
+// file. A system that cannot do it keeps the rollback journal, which is as safe.
+void Database::ChooseJournal() {
+    // The change of the journal does not wait for a second program that changes it too, so we wait for that one's lock
+    // and try again. Only the last failure is worth a note.
+    constexpr int kTries = 20;
+    const auto change = [this] { Run("PRAGMA journal_mode = WAL"); };
+    for (int tries = 1; tries < kTries; ++tries) {
+        try {
+            change();
+            break;
+        } catch (const DriverError&) {
+            SwallowLedger aside;
+            ResumeNext waiting{aside, "Database.ChooseJournal"};
+            waiting.Step([&] { Run("BEGIN IMMEDIATE"); });
+            waiting.Step([&] { Run("ROLLBACK"); });
+        }
+    }
+    ResumeNext errors{needs_.ledger, "Database.ChooseJournal"};
+    errors.Step(change);
+    errors.Step([&] { Run("PRAGMA synchronous = NORMAL"); });
 }
 
 void Database::CreateSchema() {

@@ -102,6 +102,7 @@ private:
         void operator()(sqlite3* connection) const;
     };
 
+    void ChooseJournal();
     void CreateSchema();
     bool TableExists(std::string_view table);
     /// Runs the one statement in `sql`.

@@ -121,6 +121,9 @@ TEST_F(DurabilityTest, TwoProcessesWritingAtOnce_LoseNoRow) {
             persist.WriteIniValue(name + std::to_string(i), std::to_string(i));
             persist.WriteIniValue("Shared", name + std::to_string(i));
         }
+        for (const SwallowedError& error : ledger.Entries()) {
+            ADD_FAILURE() << name << ": " << error.procedure << " line " << error.line << ": " << error.message;
+        }
         return ledger.Entries().empty() && boxes.texts.empty();
     };
     // Both start on a machine without a settings file: they also race for its tables.
