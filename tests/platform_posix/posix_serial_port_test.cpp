@@ -241,6 +241,59 @@ TEST_F(SerialTest, Write_ToALineThatTakesNothing_GivesUpAtItsLimit) {
     EXPECT_EQ(farEnd_.Receive(1000), std::string(1000, 'x'));
 }
 
+TEST_F(SerialTest, Write_ToALineThatNobodyReads_WaitsOnceAndNotAgainUntilItTakesBytes) {
+    PosixSerialPort patient{folder_.Path(), milliseconds(100)};
+    Link(1, farEnd_.Name());
+    ASSERT_EQ(patient.Open(1, 9600), 0);
+    Tick start = clock_.GetTickCount();
+    patient.Write(std::string(1024 * 1024, 'x'));
+    EXPECT_GE(clock_.GetTickCount() - start, 100);
+
+    start = clock_.GetTickCount();
+    for (int i = 0; i < 50; ++i) {
+        patient.Write("lost");
+    }
+    EXPECT_LT(clock_.GetTickCount() - start, 50 * 100 / 2);
+
+    std::string taken;
+    start = clock_.GetTickCount();
+    while (!taken.ends_with("back") && clock_.GetTickCount() - start < kLimitMs) {
+        while (farEnd_.Readable(1)) {
+            taken += farEnd_.Receive(1);
+        }
+        patient.Write("back");
+        taken += farEnd_.Readable(10) ? farEnd_.Receive(4) : "";
+    }
+    EXPECT_TRUE(taken.ends_with("back"));
+    EXPECT_EQ(taken.find("lost"), std::string::npos);
+}
+
+TEST_F(SerialTest, Write_ToALineThatKeepsTakingALittle_EndsAtItsLimitToo) {
+    OpenFirst();
+    const std::size_t flood = 64 * 1024 * 1024;
+    std::size_t taken = 0;
+    std::thread slowMount([&] {
+        while (farEnd_.Receive(1) == "x") {  // ends when the port is closed and its last byte is read
+            ++taken;
+        }
+    });
+    port_.Write(std::string(flood, 'x'));
+    port_.Close();
+    slowMount.join();
+    EXPECT_GT(taken, 0U);
+    EXPECT_LT(taken, flood);
+}
+
+TEST_F(SerialTest, Open_AfterAStuckWrite_WaitsForTheLineAnew) {
+    OpenFirst();
+    port_.Write(std::string(1024 * 1024, 'x'));
+    FarEnd other;
+    Link(1, other.Name());
+    ASSERT_EQ(port_.Open(1, 9600), 0);
+    port_.Write("ok");
+    EXPECT_EQ(other.Receive(2), "ok");
+}
+
 TEST_F(SerialTest, LineClosedInMidRead_ReadsAsSilenceForTheWholeLimit) {
     OpenFirst();
     std::thread unplug([&] { farEnd_.Close(); });

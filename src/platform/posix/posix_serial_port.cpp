@@ -60,8 +60,8 @@ ErrorCode SetLine(asio::serial_port& device, std::int32_t speed) {
 
 }  // namespace
 
-PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds stuckLineLimit)
-    : portFolder_(std::move(portFolder)), stuckLineLimit_(stuckLineLimit) {}
+PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit)
+    : portFolder_(std::move(portFolder)), writeLimit_(writeLimit) {}
 
 int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
     Close();
@@ -84,6 +84,7 @@ int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
 }
 
 void PosixSerialPort::Close() {
+    stuck_ = false;
     ErrorCode ignored;
     device_.close(ignored);
 }
@@ -97,17 +98,20 @@ void PosixSerialPort::Write(std::string_view bytes) {
         return;
     }
     const int device = device_.native_handle();
-    auto deadline = SteadyClock::now() + stuckLineLimit_;
-    while (!bytes.empty()) {
+    const auto start = SteadyClock::now();
+    if (stuck_ && !WaitFor(device, POLLOUT, start)) {
+        return;
+    }
+    stuck_ = false;
+    const auto deadline = start + writeLimit_;
+    while (!bytes.empty() && !stuck_) {
         const ssize_t written = ::write(device, bytes.data(), bytes.size());
         if (written > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
-            deadline = SteadyClock::now() + stuckLineLimit_;
         } else if (written < 0 && !IsTemporary(errno)) {
             return;
-        } else if (!WaitFor(device, POLLOUT, deadline)) {
-            return;
         }
+        stuck_ = !bytes.empty() && (SteadyClock::now() >= deadline || !WaitFor(device, POLLOUT, deadline));
     }
 }
 

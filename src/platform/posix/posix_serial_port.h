@@ -17,24 +17,26 @@ namespace kestrane {
 /// back.
 class PosixSerialPort final : public SerialPort {
 public:
-    static constexpr std::chrono::milliseconds kStuckLineLimit{1000};
+    static constexpr std::chrono::milliseconds kWriteLimit{200};
 
-    /// `portFolder` holds one symbolic link "COMn" for each port number. A line that takes no byte for
-    /// `stuckLineLimit` loses the rest of what was being written.
-    explicit PosixSerialPort(std::filesystem::path portFolder,
-                             std::chrono::milliseconds stuckLineLimit = kStuckLineLimit);
+    /// `portFolder` holds one symbolic link "COMn" for each port number. `writeLimit` is the time of a whole write,
+    /// whatever part of it the line has taken by then; see `Write`.
+    explicit PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit = kWriteLimit);
 
     /// ENOENT when no device bears the number, ENOTTY when the link names no terminal, EINVAL for a speed that the
     /// device does not know.
     int Open(std::int32_t port, std::int32_t speed) override;
     void Close() override;
     bool IsOpen() override;
+    /// What the line has not taken by the write limit is lost. From then on writes are dropped at once, without a wait,
+    /// until the line takes bytes again.
     void Write(std::string_view bytes) override;
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override;
 
 private:
     const std::filesystem::path portFolder_;
-    const std::chrono::milliseconds stuckLineLimit_;
+    const std::chrono::milliseconds writeLimit_;
+    bool stuck_ = false;  ///< the last write missed its limit
     boost::asio::io_context context_{1};
     boost::asio::serial_port device_{context_};
 };
