@@ -1,6 +1,5 @@
 #include "link/ascom_serial.h"
 
-#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -13,8 +12,11 @@ namespace {
     throw DriverError(number, std::string(AscomSerial::kSource), std::move(message));
 }
 
-[[noreturn]] void RaiseTimeout() {
-    Raise(AscomSerial::kReadTimeout, "Timed out waiting for received data");
+std::string RequireSome(std::string text) {
+    if (text.empty()) {
+        Raise(AscomSerial::kReadTimeout, "Timed out waiting for received data");
+    }
+    return text;
 }
 
 }  // namespace
@@ -44,31 +46,21 @@ void AscomSerial::Connected(bool connect) {
 
 std::string AscomSerial::Receive() {
     RequireConnected();
-    std::string text = reader_.Waiting(timeoutMs_);
-    if (text.empty()) {
-        RaiseTimeout();
-    }
-    return text;
+    return RequireSome(reader_.Waiting(timeoutMs_));
 }
 
 std::string AscomSerial::ReceiveCounted(std::int32_t count) {
     RequireConnected();
-    const auto wanted = static_cast<std::size_t>(std::max(count, 0));
-    std::string text = reader_.Counted(wanted, timeoutMs_);
-    if (text.size() < wanted) {
-        RaiseTimeout();
+    if (count <= 0) {
+        return {};
     }
-    return text;
+    return RequireSome(reader_.Counted(static_cast<std::size_t>(count), timeoutMs_));
 }
 
 std::string AscomSerial::ReceiveTerminated(std::string_view terminator) {
     assert(!terminator.empty());
     RequireConnected();
-    std::string text = reader_.Terminated(terminator, timeoutMs_);
-    if (!text.ends_with(terminator)) {
-        RaiseTimeout();
-    }
-    return text;
+    return RequireSome(reader_.Terminated(terminator, timeoutMs_));
 }
 
 void AscomSerial::Transmit(std::string_view text) {

@@ -12,8 +12,9 @@
 namespace kestrane {
 
 /// The platform's serial object, as users who chose it know it: the same line as the driver's own serial layer, but
-/// failures are raised. Each error is a `DriverError` with the source `kSource`. A read that misses its limit raises
-/// and loses what it had received by then. Text is passed byte for byte. Logic thread only; nothing pumps.
+/// failures are raised. Each error is a `DriverError` with the source `kSource`. A read that brings nothing within its
+/// limit raises; one that brings too little gives what came, so that its alarm letters and its fault are seen above.
+/// Text is passed byte for byte. Logic thread only; nothing pumps.
 class AscomSerial {
 public:
     static constexpr std::string_view kSource = "ASCOM.Utilities.Serial";
@@ -40,12 +41,14 @@ public:
     /// True opens the port, or opens an open one anew, with `Port` and `Speed`; raises `kCannotOpen`.
     void Connected(bool connect);
 
-    // The transfers raise `kNotConnected` on a closed port, the reads `kReadTimeout`.
+    // The transfers raise `kNotConnected` on a closed port, the reads `kReadTimeout` when nothing at all comes
+    // within the limit.
 
     /// What is waiting, at least one byte.
     std::string Receive();
+    /// `count` bytes, or what came of them within the limit; 0 and below read nothing.
     std::string ReceiveCounted(std::int32_t count);
-    /// The terminator is kept in the text.
+    /// Up to and with the terminator, or what came within the limit.
     std::string ReceiveTerminated(std::string_view terminator);
     void Transmit(std::string_view text);
 

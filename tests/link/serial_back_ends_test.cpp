@@ -145,17 +145,25 @@ TEST_F(SerialObject, Connected_ThatFails_Raises) {
     EXPECT_FALSE(object.Connected());
 }
 
-TEST_F(SerialObject, ReadsThatMissTheirLimit_RaiseAndLoseWhatTheyHad) {
+TEST_F(SerialObject, ReadsThatBringNothing_RaiseAtTheirLimit) {
     Open();
     EXPECT_EQ(NumberOf([&] { object.Receive(); }), AscomSerial::kReadTimeout);
     EXPECT_EQ(clock.Elapsed(), 50);
-    line.Schedule(50, "ab");
     EXPECT_EQ(NumberOf([&] { object.ReceiveCounted(3); }), AscomSerial::kReadTimeout);
     EXPECT_EQ(clock.Elapsed(), 100);
-    line.Schedule(100, "cd");
     EXPECT_EQ(NumberOf([&] { object.ReceiveTerminated("#"); }), AscomSerial::kReadTimeout);
     EXPECT_EQ(clock.Elapsed(), 150);
-    line.Schedule(150, "e#");
+}
+
+TEST_F(SerialObject, ReadsThatBringTooLittle_GiveWhatCameAtTheirLimit) {
+    Open();
+    line.Schedule(0, "ab");
+    EXPECT_EQ(object.ReceiveCounted(3), "ab");
+    EXPECT_EQ(clock.Elapsed(), 50);
+    line.Schedule(50, "cd");
+    EXPECT_EQ(object.ReceiveTerminated("#"), "cd");
+    EXPECT_EQ(clock.Elapsed(), 100);
+    line.Schedule(100, "e#");
     EXPECT_EQ(object.ReceiveTerminated("#"), "e#");
 }
 
@@ -166,6 +174,7 @@ TEST_F(SerialObject, Reads_GiveWhatCame) {
     EXPECT_EQ(object.ReceiveCounted(2), "de");
     EXPECT_EQ(object.Receive(), "fgh");
     EXPECT_EQ(object.ReceiveCounted(0), "");
+    EXPECT_EQ(object.ReceiveCounted(-1), "");
 }
 
 TEST_F(SerialObject, AClosedPort_Raises) {
