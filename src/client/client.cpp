@@ -50,9 +50,22 @@ constexpr std::array kStatusRows{
     StatusRow{"focuser", "MaxStep", "greatest step"},
 };
 
+/// Texts of several lines with "; " between them.
+std::string InOneLine(const std::string& text) {
+    std::string line;
+    for (const char character : text) {
+        if (character == '\n') {
+            line += "; ";
+        } else if (character != '\r') {
+            line += character;
+        }
+    }
+    return line;
+}
+
 std::string InForm(const json::value& value, Form form) {
     if (!value.is_number() || form == Form::Plain) {
-        return PlainText(value);
+        return InOneLine(PlainText(value));
     }
     const auto number = value.to_number<double>();
     switch (form) {

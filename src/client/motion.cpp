@@ -98,7 +98,8 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     while (session.device.Flag("Slewing")) {
         left = Remaining(session, target);
         if (session.ShowsProgress()) {
-            const double fraction = whole > 0.0 ? 1.0 - left / whole : 1.0;
+            // The first leg of a roundabout way leads farther off.
+            const double fraction = whole > 0.0 ? std::max(0.0, 1.0 - left / whole) : 1.0;
             progress.Show(fraction, "slewing, " + FormatFixed(left, 1) + " degrees to go",
                           session.surroundings.unixSeconds() - start);
         }

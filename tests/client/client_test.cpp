@@ -59,6 +59,9 @@ private:
         if (member == "siderealtime") {
             return FakeAlpacaServer::Value("18.6");
         }
+        if (member == "driverinfo") {
+            return FakeAlpacaServer::Value(R"("one\r\ntwo")");
+        }
         if (member == "equatorialsystem") {
             return FakeAlpacaServer::Value("2");
         }
@@ -210,6 +213,7 @@ TEST(Client, Status_PassesOverWhatTheDeviceDoesNotGive) {
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_NE(outcome.out.find("declination         +90:00:00\n"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("interface version   -\n"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("driver              one; two\n"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("sidereal time       18:36:00.0\n"), std::string::npos) << outcome.out;
 }
 
