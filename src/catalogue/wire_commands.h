@@ -128,7 +128,7 @@ inline constexpr WireCommand FocusFast        {"FF",        Framing::Framed, Rep
 inline constexpr WireCommand FocusSlow        {"FS",        Framing::Framed, ReplyForm::None,      "",   "slow focus speed"};
 
 // Answered by the companion application, not by a mount alone
-inline constexpr WireCommand PointingCorrection   {"ZZ00,", Framing::Framed, ReplyForm::Text,      "arguments", "companion pointing correction"};
+inline constexpr WireCommand PointingCorrection   {"ZZ00,", Framing::Framed, ReplyForm::None,      "arguments", "companion pointing correction"};
 inline constexpr WireCommand PointingCorrectionOn {"ZZ01",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the pointing correction"};
 inline constexpr WireCommand TrackingCorrectionOn {"ZZ02",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the tracking rate correction"};
 inline constexpr WireCommand CompanionSlew        {"*SLEW,", Framing::Framed, ReplyForm::Text,     "RA,Dec",    "the companion slews, RA in hours, Dec in degrees"};
