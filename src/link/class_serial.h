@@ -31,16 +31,17 @@ struct SerialNeeds {
 /// The link to a mount on a serial port, over one of two back ends chosen at creation by the setting
 /// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
 /// errors ignored; two errors leave: that of `ReceiveTerminated`, and what the platform's object raises while it opens
-/// (the driver's own layer only stays closed). Alarm letters are taken out of every
-/// text read, but not out of the head of a companion's reply, which the mount never saw ("QUAY," holds a "Y"). Closed
-/// at creation, closed and logged at destruction.
+/// (the driver's own layer only stays closed). Alarm letters are taken out of every text read, but not out of the head
+/// of a companion's reply, which the mount never saw ("QUAY," holds a "Y"). Closed at creation, closed and logged at
+/// destruction.
 class classSerial final : public MountLink {
 public:
     explicit classSerial(SerialNeeds needs);
     ~classSerial() override;
 
     bool Connected() override;
-    /// True on an open link opens it anew.
+    /// True on an open link repeats the opening; see `KsSerialLibrary::KsSerConnectToPort` and
+    /// `AscomSerial::Connected`.
     void Connected(bool connect) override;
 
     std::int32_t Port() override { return port_; }

@@ -10,8 +10,13 @@ KsSerialLibrary::KsSerialLibrary(std::unique_ptr<SerialPort> port, Clock& clock)
     : port_(std::move(port)), reader_(*port_, clock) {}
 
 std::int32_t KsSerialLibrary::KsSerConnectToPort(std::int32_t port, std::int32_t speed, std::int32_t timeoutMs) {
-    reader_.Forget();
     timeoutMs_ = timeoutMs;
+    if (port_->IsOpen() && port == number_ && speed == speed_) {
+        return 0;
+    }
+    reader_.Forget();
+    number_ = port;
+    speed_ = speed;
     return port_->Open(port, speed);
 }
 

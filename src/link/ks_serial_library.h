@@ -22,7 +22,9 @@ public:
     KsSerialLibrary(std::unique_ptr<SerialPort> port, Clock& clock);
 
     /// Opens port number `port` (1 up) at `speed` baud with a read limit in milliseconds. 0 on success, else the
-    /// system's error code, and the port is closed. On an open port it opens anew, also with another number.
+    /// system's error code, and the port is closed. With the number and speed of the open port it sets the read limit
+    /// and does nothing else: no byte is lost, and a device that takes an opening as a reset is left alone. With others
+    /// it opens anew. A device that has gone away is opened again only after `KsSerDisconnectFromPort`.
     std::int32_t KsSerConnectToPort(std::int32_t port, std::int32_t speed, std::int32_t timeoutMs);
     /// Closes the port and forgets what was received and not read. Always 0.
     std::int32_t KsSerDisconnectFromPort();
@@ -52,6 +54,8 @@ public:
 private:
     std::unique_ptr<SerialPort> port_;
     SerialReader reader_;
+    std::int32_t number_ = 0;  ///< of the last opening, as the speed
+    std::int32_t speed_ = 0;
     std::int32_t timeoutMs_ = 0;
 };
 

@@ -14,7 +14,8 @@ public:
 
     virtual bool Connected() = 0;
     /// Opens or closes. A line that cannot be opened stays closed: read `Connected` back. A transport may raise its own
-    /// `DriverError` here; the serial one does not.
+    /// `DriverError` while it opens, as the platform's serial object does; the driver's own serial layer only stays
+    /// closed. True on an open line is harmless.
     virtual void Connected(bool connect) = 0;
 
     virtual std::int32_t Port() = 0;

@@ -31,14 +31,44 @@ TEST_F(SerialLibrary, KsSerConnectToPort_ThatFails_GivesTheErrorCode) {
     EXPECT_EQ(library.KsSerConnected(), 0);
 }
 
-TEST_F(SerialLibrary, KsSerConnectToPort_Again_OpensAnewAndForgetsWhatWasKept) {
+TEST_F(SerialLibrary, KsSerConnectToPort_WithAnotherPortOrSpeed_OpensAnewAndForgetsWhatWasKept) {
+    library.KsSerConnectToPort(1, 9600, 50);
+    const std::pair<int, int> openings[] = {{2, 9600}, {2, 19200}, {1, 9600}};
+    int expected = 1;
+    for (const auto& [port, speed] : openings) {
+        line.Schedule(0, "a#b");
+        library.KsSerReceiveStringUntilTerminator(text, "#");
+        EXPECT_EQ(library.KsSerConnectToPort(port, speed, 50), 0);
+        EXPECT_EQ(line.openings, ++expected);
+        EXPECT_EQ(line.port, port);
+        EXPECT_EQ(line.speed, speed);
+        EXPECT_EQ(library.KsSerReceiveString(text), 0);
+        EXPECT_EQ(text, "");
+    }
+}
+
+TEST_F(SerialLibrary, KsSerConnectToPort_Again_OnlySetsTheReadLimit) {
     library.KsSerConnectToPort(1, 9600, 50);
     line.Schedule(0, "a#b");
     library.KsSerReceiveStringUntilTerminator(text, "#");
-    EXPECT_EQ(library.KsSerConnectToPort(2, 9600, 50), 0);
-    EXPECT_EQ(line.port, 2);
-    EXPECT_EQ(library.KsSerReceiveString(text), 0);
-    EXPECT_EQ(text, "");
+    EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 70), 0);
+    EXPECT_EQ(line.openings, 1);
+    EXPECT_EQ(line.closings, 0);
+    EXPECT_EQ(library.KsSerGetReadTotalTimeout(), 70);
+    EXPECT_EQ(library.KsSerReceiveStringByCount(text, 1), 1);
+    EXPECT_EQ(text, "b");
+}
+
+TEST_F(SerialLibrary, KsSerConnectToPort_OnAClosedPort_OpensWhateverWasOpenBefore) {
+    library.KsSerConnectToPort(1, 9600, 50);
+    library.KsSerDisconnectFromPort();
+    EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 0);
+    EXPECT_EQ(line.openings, 2);
+    library.KsSerDisconnectFromPort();
+    line.openError = 5;
+    EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 5);
+    EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 5);
+    EXPECT_EQ(line.openings, 4);
 }
 
 TEST_F(SerialLibrary, KsSerDisconnectFromPort_ClosesAndForgetsWhatWasKept) {
