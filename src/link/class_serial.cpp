@@ -1,6 +1,7 @@
 #include "link/class_serial.h"
 
 #include <limits>
+#include <utility>
 
 #include "kernel/base/text.h"
 #include "link/companion_wrap.h"
@@ -118,7 +119,7 @@ void classSerial::ClearBuffers() {
             text.clear();  // a read that raises brought nothing
             errors.Assign(text, [&] { return ReadWaiting(); });
             bytes += text.size();
-            FilterAlarms(text);
+            FilterDrained(text);
         } while (!text.empty() && needs_.clock.GetTickCount() - start < kDrainTimeMs);
         SetReadLimit(receiveTimeoutMs_);
     }
@@ -193,6 +194,15 @@ void classSerial::FilterAlarms(std::string& text) {
     std::string fromMount = text.substr(head);
     needs_.alarmFilter.FilterAlarms(fromMount);
     text.replace(head, std::string::npos, fromMount);
+}
+
+void classSerial::FilterDrained(std::string& text) {
+    std::string filtered;
+    for (std::string& part : CutAtCompanionHeads(text)) {
+        FilterAlarms(part);
+        filtered += part;
+    }
+    text = std::move(filtered);
 }
 
 std::string classSerial::ReadWaiting() {

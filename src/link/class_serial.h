@@ -57,7 +57,8 @@ public:
     void ReceiveTimeout(std::int32_t seconds) override;
 
     /// Empties the line by reading until 1 ms brings nothing, for 2000 ms at most. Logs the number of bytes, alarm
-    /// letters included.
+    /// letters included. The heads of companion replies are spared wherever they stand in one read; a head torn between
+    /// two reads is not known for one.
     void ClearBuffers() override;
     std::string Receive() override;
     std::string ReceiveCounted(std::int32_t count) override;
@@ -76,6 +77,8 @@ private:
     /// Sets the limit of the open back end only; the stored one stays.
     void SetReadLimit(std::int32_t milliseconds);
     void FilterAlarms(std::string& text);
+    /// The same for a text that may hold several replies.
+    void FilterDrained(std::string& text);
     std::string ReadWaiting();
     std::string ReadCounted(std::int32_t count);
     std::string ReadTerminated(std::string_view terminator);

@@ -47,4 +47,15 @@ CompanionReply SplitCompanionReply(std::string_view reply) {
     return parts;
 }
 
+std::vector<std::string> CutAtCompanionHeads(std::string_view text) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    for (std::size_t head = text.find(kHead); head != std::string_view::npos; head = text.find(kHead, head + 1)) {
+        parts.emplace_back(text.substr(start, head - start));
+        start = head;
+    }
+    parts.emplace_back(text.substr(start));
+    return parts;
+}
+
 }  // namespace kestrane

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrane {
 
@@ -26,5 +27,8 @@ struct CompanionReply {
 };
 
 CompanionReply SplitCompanionReply(std::string_view reply);
+
+/// `text` cut before each companion's head: a part without one first, which may be empty, then one part for each head.
+std::vector<std::string> CutAtCompanionHeads(std::string_view text);
 
 }  // namespace kestrane

@@ -60,6 +60,21 @@ TEST(CompanionWrap, TakesRepliesApart) {
     }
 }
 
+TEST(CompanionWrap, CutsATextBeforeEachHead) {
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
+        {"", {""}},
+        {"12:34#", {"12:34#"}},
+        {"QUAY,GR,7,x#", {"", "QUAY,GR,7,x#"}},
+        {"old#QUAY,GR,7,x#QUAY,GD,8,y#z", {"old#", "QUAY,GR,7,x#", "QUAY,GD,8,y#z"}},
+        {"12:3QUAY,GR", {"12:3", "QUAY,GR"}},
+        {"QUAY,QUAY,", {"", "QUAY,", "QUAY,"}},
+        {"QUAY", {"QUAY"}},
+    };
+    for (const auto& [text, parts] : rows) {
+        EXPECT_EQ(CutAtCompanionHeads(text), parts) << text;
+    }
+}
+
 class CompanionExchange : public LinkFixture, public testing::WithParamInterface<std::size_t> {
 protected:
     CompanionExchange() {
@@ -185,6 +200,36 @@ TEST_P(CompanionExchange, CommandString_WithoutANumber_CountsAsMinusOne) {
     )");
 }
 
+TEST_P(CompanionExchange, CommandString_TheFirstOfAllWithoutANumber_IsTakenForAStaleOne) {
+    state.g_nQuaySeq = 1;  // 1 less the -1 of a missing number is a lag of 2
+    Play(R"(
+        0   ? CommandString GR
+        0   L Telescope Info CommandString TX=':GR#'
+        0   > :QUAY,1,GR#
+        10  < QUAY,GR#
+        10  L Telescope Error -1
+        10  L Telescope Error CommandString: QUAY response: ':QUAY,1,GR#', Response='GR#', SeqNum Mismatch=1 -1
+        10  L Telescope Error RECEIVE TERMINATED ERRORS: 1
+        40  < QUAY,GR,1,12:34:56#
+        40  L Telescope Info CommandString: QUAY response: ':QUAY,1,GR#', Response='12:34:56#'
+        40  = 12:34:56
+    )");
+    EXPECT_EQ(state.g_nQuaySeq, 2);
+}
+
+TEST_P(CompanionExchange, ClearBuffers_SparesTheHeadsAmongTheAlarms) {
+    line.bytesPerRead = 4096;
+    Play(R"(
+        0   < 12:3XQUAY,SKY,6,aZ#QUAY,SKY,7,b#
+        0   ? ClearBuffers
+        1   =
+    )");
+    EXPECT_EQ(counters.Values().g_nServoFaults, 1);
+    EXPECT_EQ(counters.Values().g_nMotorStalls, 1);
+    EXPECT_EQ(counters.Values().g_nLowPower, 0);
+    EXPECT_EQ(LogLines().back(), "ClearBuffers Info Removed 32 bytes in 1 Ticks");
+}
+
 TEST_P(CompanionExchange, CommandString_StaleRepliesWithoutEnd_StopAfterTwoFurtherReads) {
     line.bytesPerRead = 4096;  // the drain would end at a lone "Y"
     Play(R"(
@@ -195,6 +240,7 @@ TEST_P(CompanionExchange, CommandString_StaleRepliesWithoutEnd_StopAfterTwoFurth
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 3);
     EXPECT_EQ(LogLines().back(), "ClearBuffers Info Removed 12 bytes in 1 Ticks");
+    EXPECT_EQ(counters.Values().g_nLowPower, 0);
     EXPECT_EQ(state.g_nQuaySeq, 8);
 }
 
