@@ -121,7 +121,7 @@ constexpr std::array kOptions{
               },
               "its longitude, to reckon the sidereal time from"},
     OptionRow{"--wait", "", [](Arguments& a, std::string_view, const std::string&) { a.wait = true; },
-              "slew: show the way and end with the slew"},
+              "slew: show the way and end with the slew; Ctrl-C stops the telescope"},
     OptionRow{"--bright-star", "", [](Arguments& a, std::string_view, const std::string&) { a.brightStar = true; },
               "slew: to the brightest star well above the horizon"},
     OptionRow{"--json", "", [](Arguments& a, std::string_view, const std::string&) { a.json = true; },

@@ -14,6 +14,8 @@ struct Surroundings {
     bool isTerminal;         ///< whether `progress` is one
     std::function<double()> unixSeconds;
     std::function<void(double)> waitSeconds;
+    std::function<void()> watchInterrupts;  ///< from now on the first Ctrl-C does not end the program
+    std::function<bool()> interrupted;      ///< whether it came
 };
 
 enum class ExitCode : int { Done = 0, DeviceError = 1, Usage = 2, Unreachable = 3 };

@@ -90,12 +90,19 @@ std::string PlaceText(double ra, double dec) {
     return "RA " + FormatHours(ra) + "  Dec " + FormatDegrees(dec);
 }
 
-/// Gives the degrees that are left when the device reads as standing.
+/// Gives the degrees that are left when the device reads as standing. An interruption stops the telescope: who presses
+/// Ctrl-C in the middle of a slew wants that.
 double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
     const double start = session.surroundings.unixSeconds();
     double left = whole;
+    session.surroundings.watchInterrupts();
     while (session.device.Flag("Slewing")) {
+        if (session.surroundings.interrupted()) {
+            session.device.Put("AbortSlew");
+            session.LetGo();
+            throw DeviceError(0, "interrupted; the slew was stopped");
+        }
         left = Remaining(session, target);
         if (session.ShowsProgress()) {
             // The first leg of a roundabout way leads farther off.

@@ -94,12 +94,14 @@ struct Outcome {
 };
 
 /// The program on a time of its own that only its waits move.
-Outcome RunHere(std::vector<std::string> words) {
+Outcome RunHere(std::vector<std::string> words, double interruptedAfter = 1e9) {
     std::ostringstream out;
     std::ostringstream notes;
     double now = 946728000.0;
+    const double end = now + interruptedAfter;
     const ExitCode code =
-        RunClient(words, {out, notes, false, [&] { return now; }, [&](double seconds) { now += seconds; }});
+        RunClient(words, {out, notes, false, [&] { return now; }, [&](double seconds) { now += seconds; }, [] {},
+                          [&] { return now >= end; }});
     return {code, out.str(), notes.str()};
 }
 
@@ -269,6 +271,18 @@ TEST(Client, SlewWithWait_ThatEndsElsewhereIsAnError) {
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("the slew ended 30.0 degrees from its target"), std::string::npos) << outcome.notes;
     EXPECT_EQ(outcome.notes.find("100%"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithWait_ThatIsInterruptedStopsTheTelescope) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunHere({"slew", "5:30", "10", "--wait", "--port", std::to_string(server.Port())}, 0.5);
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("the slew was stopped"), std::string::npos) << outcome.notes;
+    const auto calls = Calls(server);
+    EXPECT_EQ(calls.at(calls.size() - 2), "PUT abortslew");
+    EXPECT_EQ(calls.back(), "PUT connected");
 }
 
 TEST(Client, SlewWithoutWait_StaysConnected) {
