@@ -217,7 +217,12 @@ private:
     }
 
     /// False when a signal said to end.
-    bool Pause(int milliseconds) { return !WaitForSignal(milliseconds) || !ReadSignals(); }
+    bool Pause(int milliseconds) {
+        if (WaitForSignal(milliseconds)) {
+            ReadSignals();
+        }
+        return !ending_;  // the signal may have been read while the driver ran
+    }
 
     /// True when there is a signal to read.
     bool WaitForSignal(int milliseconds) {
