@@ -13,11 +13,11 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string_view>
-#include <utility>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 extern char** environ;
@@ -192,7 +192,7 @@ public:
     /// Until a signal ends it.
     void Run() {
         int pauseMs = 0;
-        while (Pause(pauseMs) && WaitForClient()) {
+        while (!ending_ && Pause(pauseMs) && WaitForClient()) {
             pauseMs = RunDriver() ? 0 : std::clamp(pauseMs * 2, kFirstPauseMs, kLongestPauseMs);
         }
     }
