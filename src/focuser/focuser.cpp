@@ -16,9 +16,12 @@ constexpr std::string_view kMaxIncrementWhenEmpty = "5000";
 Focuser::Focuser(FocuserNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
 
 void Focuser::Class_Initialize() {
-    if (state_.g_nFocuserObjects < 2 && needs_.registration.RegisterFocuser()) {
-        UpdateValues();
-    }
+    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    errors.Step([&] {
+        if (state_.g_nFocuserObjects < 2 && needs_.registration.RegisterFocuser()) {
+            UpdateValues();
+        }
+    });
     ++state_.g_nFocuserObjects;
     needs_.connections.UpdateClientsLabel();
 }
@@ -108,6 +111,7 @@ std::int16_t Focuser::ClientCount() {
 
 void Focuser::ClientCount(std::int16_t count) {
     state_.g_nFocuserObjects = count;
+    needs_.connections.UpdateClientsLabel();
     needs_.connections.ExitIfNoClients();
 }
 

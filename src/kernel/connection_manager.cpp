@@ -84,12 +84,11 @@ bool ConnectionManager::FindMount(Opening& opening) {
     state_.g_dConnectTimeout = Val_Global(needs_.persist.Read(setting::txtConnectTimeout), needs_.log);
     opening.start = needs_.clock.GetTickCount();
     opening.elevated = IsAdmin(needs_.systemInfo);
-    while (true) {
-        const PassResult result = TryOnce(opening);
-        if (result != PassResult::NextPass) {
-            return result == PassResult::MountFound;
-        }
+    PassResult result = PassResult::NextPass;
+    while (result == PassResult::NextPass && !ended_) {
+        result = TryOnce(opening);
     }
+    return result == PassResult::MountFound;
 }
 
 ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
@@ -291,12 +290,11 @@ void ConnectionManager::ExitIfNoClients() {
 
 void ConnectionManager::ShutdownDriver() {
     ResumeNext errors{needs_.ledger, "ShutdownDriver"};
-    errors.Step([&] {
-        if (needs_.link && needs_.link->Connected()) {
-            needs_.link->ClearBuffers();
-            needs_.link->Connected(false);
-        }
-    });
+    ended_ = true;
+    if (needs_.link && needs_.link->Connected()) {
+        errors.Step([&] { needs_.link->ClearBuffers(); });
+        errors.Step([&] { needs_.link->Connected(false); });
+    }
     errors.Step([&] { needs_.unloadWindows(); });
     needs_.endProcess();
 }
@@ -314,16 +312,19 @@ void ConnectionManager::CheckQuay() {
         return;
     }
     const auto log = [&](LogLevel level, const std::string& text) { needs_.log.LogMessage("CheckQuay", level, text); };
+    ResumeNext errors{needs_.ledger, "CheckQuay"};
     log(LogLevel::Info, "Checking for QUAY!");
     Telescope& internal = needs_.internalInstance();
-    internal.CommandClear();
-    if (!internal.CommandBoolInternal(wire::Quay.text, false)) {
+    errors.Step([&] { internal.CommandClear(); });
+    bool answered = false;
+    errors.Assign(answered, [&] { return internal.CommandBoolInternal(wire::Quay.text, false); });
+    if (!answered) {
         log(LogLevel::Error, "QUAY Not found!");
         return;
     }
     state_.g_bQuayLink = true;
     state_.g_nQuaySeq = 1;
-    state_.g_bQuayHandlesSlews = needs_.persist.ReadFlag(setting::QuayHandlesSlews);
+    errors.Assign(state_.g_bQuayHandlesSlews, [&] { return needs_.persist.ReadFlag(setting::QuayHandlesSlews); });
     log(LogLevel::Info, "QUAY Found!");
     log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));
     ShowMountInfo("");
@@ -343,7 +344,11 @@ void ConnectionManager::PeriodicQuayCheck() {
 }
 
 void ConnectionManager::ShowMountInfo(std::string_view port) {
-    std::string caption;
+    ResumeNext errors{needs_.ledger, "ShowMountInfo"};
+    errors.Step([&] { needs_.handBox.frameMountPosition.Caption(MountInfoCaption(port)); });
+}
+
+std::string ConnectionManager::MountInfoCaption(std::string_view port) {
     if (needs_.persist.Read(setting::chkIPAddress) == "0") {
         std::string shown{port};
         if (shown.empty()) {
@@ -351,13 +356,12 @@ void ConnectionManager::ShowMountInfo(std::string_view port) {
         } else {
             needs_.persist.Write(setting::Port, shown);
         }
-        caption = "Mount Info: " + shown + " (QUAY)";
-    } else if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
-        caption = "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
-    } else {
-        caption = "Mount Info: REST (Port " + QuayRestPort() + ")";
+        return "Mount Info: " + shown + " (QUAY)";
     }
-    needs_.handBox.frameMountPosition.Caption(caption);
+    if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
+        return "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
+    }
+    return "Mount Info: REST (Port " + QuayRestPort() + ")";
 }
 
 void ConnectionManager::ResetCommCounters() {

@@ -107,6 +107,7 @@ private:
     void ReadMountForm();
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
+    std::string MountInfoCaption(std::string_view port);
     std::string Counts() const;
 
     // port_checks.cpp
@@ -119,6 +120,7 @@ private:
 
     ConnectionManagerNeeds needs_;
     DriverState& state_;
+    bool ended_ = false;  ///< the driver was shut down, perhaps inside a pump of a call that still runs
 };
 
 }  // namespace kestrane

@@ -62,11 +62,10 @@ void Startup::CreateLink() {
         });
         return;
     }
-    errors.Step([&] {
-        auto link = std::make_unique<classTCPComm>(needs_.log);
-        link->IpAddress(needs_.persist.Read(setting::txtIpAddress));
-        needs_.link = std::move(link);
-    });
+    auto link = std::make_unique<classTCPComm>(needs_.log);
+    classTCPComm& adapter = *link;
+    needs_.link = std::move(link);
+    errors.Step([&] { adapter.IpAddress(needs_.persist.Read(setting::txtIpAddress)); });
     errors.Step([&] { needs_.showMountInfo(); });
 }
 

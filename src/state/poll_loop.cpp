@@ -24,6 +24,18 @@ constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::int32_t kYellow = 65535;
 constexpr std::int32_t kRed = 255;
 
+/// Marks the poll step as running, whatever way it ends.
+class InPoll {
+public:
+    explicit InPoll(DriverState& state) : state_(state) { state_.g_bInPoll = true; }
+    ~InPoll() { state_.g_bInPoll = false; }
+    InPoll(const InPoll&) = delete;
+    InPoll& operator=(const InPoll&) = delete;
+
+private:
+    DriverState& state_;
+};
+
 }  // namespace
 
 void PollLoop::SetPolling(bool enable) {
@@ -33,9 +45,8 @@ void PollLoop::SetPolling(bool enable) {
 
 void PollLoop::OnTimer() {
     if (!state_.g_bInPoll && (state_.g_nScopeObjects > 1 || state_.g_nFocuserObjects >= 2)) {
-        state_.g_bInPoll = true;
+        const InPoll inPoll(state_);
         UpdateMountInfo();
-        state_.g_bInPoll = false;
     } else if (state_.g_bInPoll) {
         needs_.log.LogMessage("timer", LogLevel::Info, "In Timer cannot Poll");
     }

@@ -163,7 +163,7 @@ void Telescope::DisconnectClient() {
     LogSet("Connected", "False");
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{needs_.ledger, "Connected"};
-        WaitForTimerIdle();
+        errors.Step([&] { WaitForTimerIdle(); });
         state_.g_bSlewing = false;
         errors.Step([&] {
             if (!needs_.link) {
@@ -201,6 +201,7 @@ std::int16_t Telescope::ClientCount() {
 
 void Telescope::ClientCount(std::int16_t count) {
     state_.g_nScopeObjects = count;
+    needs_.connections.UpdateClientsLabel();
     needs_.connections.ExitIfNoClients();
 }
 

@@ -329,6 +329,19 @@ TEST_F(SerialTest, LineThatIsGone_CannotBeOpenedUntilItIsBack) {
     EXPECT_EQ(back.Receive(5), "there");
 }
 
+TEST_F(SerialTest, LineThatComesBackWhileOpen_IsTakenUpAgainByItself) {
+    OpenFirst();
+    farEnd_.Close();
+    ExpectSilence(40);
+    FarEnd back;
+    Link(1, back.Name());
+    port_.Write("there");
+    EXPECT_EQ(back.Receive(5), "there");
+    back.Send("hello");
+    EXPECT_EQ(ReadAll(5), "hello");
+    EXPECT_TRUE(port_.IsOpen());
+}
+
 TEST(PosixSerialPorts, CreatePort_GivesAClosedPortOfTheDataFolder) {
     const test::TemporaryFolder data;
     test::FixedFolders folders(data.Path());

@@ -28,6 +28,7 @@ public:
     bool IsOpen() override { return number_.has_value(); }
 
     void Write(std::string_view bytes) override {
+        TakeUpWhatIsBack();
         if (LineEnd* end = End()) {
             end->Write(bytes);
         }
@@ -37,6 +38,7 @@ public:
         if (!IsOpen() || maxCount == 0) {
             return {};
         }
+        TakeUpWhatIsBack();
         const std::int64_t limit = ports_.clock_.Elapsed() + std::max(timeoutMs, 0);
         for (;;) {
             const std::optional<std::int64_t> arrival = NextArrival();
@@ -68,6 +70,15 @@ private:
             ports_.open_.erase(*number_);
             number_.reset();
             end_ = nullptr;
+        }
+    }
+    /// A plug put back is found at the next use, as the real ports find it.
+    void TakeUpWhatIsBack() {
+        if (number_ && !end_) {
+            end_ = ports_.EndAt(*number_);
+            if (end_) {
+                end_->Opened();
+            }
         }
     }
     LineEnd* End() const { return number_ && ports_.EndAt(*number_) == end_ ? end_ : nullptr; }

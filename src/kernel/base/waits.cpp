@@ -18,11 +18,15 @@ void Waits::WaitForMilliseconds(std::int32_t milliseconds) {
             continue;
         }
         clock_.Sleep(kPieceMs);
-        try {
-            pump_.PumpMessages();
-        } catch (const DriverError&) {
-            // The failure of another event is none of the waiting procedure's.
-        }
+        PumpOnce();
+    }
+}
+
+void Waits::PumpOnce() {
+    try {
+        pump_.PumpMessages();
+    } catch (const DriverError&) {
+        // The failure of another event is none of the waiting procedure's.
     }
 }
 

@@ -15,8 +15,8 @@ public:
 
     /// Values of 0 and below return at once.
     void WaitForMilliseconds(std::int32_t milliseconds);
-    /// Pumps messages once.
-    void PumpOnce() { pump_.PumpMessages(); }
+    /// Pumps messages once. A failure of another event is none of the caller's.
+    void PumpOnce();
 
 private:
     Clock& clock_;

@@ -68,33 +68,50 @@ int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
     if (speed <= 0) {
         return EINVAL;  // speed 0 would hang the line up
     }
-    const std::filesystem::path path = portFolder_ / ("COM" + std::to_string(port));
+    number_ = port;
+    speed_ = speed;
+    const ErrorCode error = OpenDevice();
+    open_ = !error;
+    return error.value();
+}
+
+ErrorCode PosixSerialPort::OpenDevice() {
+    const std::filesystem::path path = portFolder_ / ("COM" + std::to_string(number_));
     ErrorCode error;
     device_.open(path.string(), error);
     if (!error) {
         error = LockForUs(device_.native_handle());
     }
     if (!error) {
-        error = SetLine(device_, speed);
+        error = SetLine(device_, speed_);
     }
     if (error) {
-        Close();
+        CloseDevice();
     }
-    return error.value();
+    return error;
 }
 
-void PosixSerialPort::Close() {
+void PosixSerialPort::CloseDevice() {
     stuck_ = false;
     ErrorCode ignored;
     device_.close(ignored);
 }
 
+void PosixSerialPort::Close() {
+    CloseDevice();
+    open_ = false;
+}
+
 bool PosixSerialPort::IsOpen() {
-    return device_.is_open();
+    return open_;
+}
+
+bool PosixSerialPort::HaveDevice() {
+    return device_.is_open() || !OpenDevice();
 }
 
 void PosixSerialPort::Write(std::string_view bytes) {
-    if (!IsOpen()) {
+    if (!IsOpen() || !HaveDevice()) {
         return;
     }
     const int device = device_.native_handle();
@@ -109,6 +126,7 @@ void PosixSerialPort::Write(std::string_view bytes) {
         if (written > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
         } else if (written < 0 && !IsTemporary(errno)) {
+            CloseDevice();
             return;
         }
         stuck_ = !bytes.empty() && (SteadyClock::now() >= deadline || !WaitFor(device, POLLOUT, deadline));
@@ -119,8 +137,12 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
     if (!IsOpen() || maxCount == 0) {
         return {};
     }
-    const int device = device_.native_handle();
     const auto deadline = SteadyClock::now() + std::chrono::milliseconds(timeoutMs);
+    if (!HaveDevice()) {
+        std::this_thread::sleep_until(deadline);
+        return {};
+    }
+    const int device = device_.native_handle();
     std::array<char, kReadChunk> buffer;
     for (;;) {
         const ssize_t count = ::read(device, buffer.data(), std::min(maxCount, buffer.size()));
@@ -129,6 +151,7 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
         }
         if (count == 0 || !IsTemporary(errno)) {
             // The device is gone, which every poll would report at once: silence for the whole time instead.
+            CloseDevice();
             std::this_thread::sleep_until(deadline);
             return {};
         }

@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/serial_port.hpp>
+#include <boost/system/error_code.hpp>
 #include <chrono>
 #include <filesystem>
 
@@ -13,8 +14,8 @@ namespace kestrane {
 /// that two of our programs never share a line; a locked device fails to open with EWOULDBLOCK. Opening purges
 /// nothing: bytes that wait on the line are read like any others.
 ///
-/// A device that goes away while it is open stays open and silent until `Close`; `Open` finds it again when it is
-/// back.
+/// A device that goes away while it is open stays open and silent. Each later write or read looks whether it is back
+/// under its number and takes it up again, so that a cable put back needs nobody's help.
 class PosixSerialPort final : public SerialPort {
 public:
     static constexpr std::chrono::milliseconds kWriteLimit{200};
@@ -34,8 +35,16 @@ public:
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override;
 
 private:
+    boost::system::error_code OpenDevice();
+    void CloseDevice();
+    /// Whether the device is there, after a try to take up one that was gone.
+    bool HaveDevice();
+
     const std::filesystem::path portFolder_;
     const std::chrono::milliseconds writeLimit_;
+    std::int32_t number_ = 0;
+    std::int32_t speed_ = 0;
+    bool open_ = false;   ///< between `Open` and `Close`, whether the device is there or not
     bool stuck_ = false;  ///< the last write missed its limit
     boost::asio::io_context context_{1};
     boost::asio::serial_port device_{context_};
