@@ -5,6 +5,7 @@
 #include <atomic>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
@@ -108,7 +109,7 @@ BENCHMARK(BareRoundTrip)->UseRealTime();
 void ExchangeRoundTrip(benchmark::State& state) {
     const DataFolder data;
     const InstantMount mount(data.Path());
-    PosixPlatform platform([](const std::string&) {});
+    PosixPlatform platform([](std::exception_ptr) {});
     Driver driver(platform.Services());
     driver.link->Port(1);
     driver.link->ReceiveTimeoutMS(500);

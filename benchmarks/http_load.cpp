@@ -160,6 +160,12 @@ long ResidentOfDriver(pid_t parent) {
     return -1;
 }
 
+void RequireSuccess(const std::string& answer) {
+    if (answer.find("\"ErrorNumber\":0") == std::string::npos) {
+        throw std::runtime_error("the driver did not do as it was asked: " + answer);
+    }
+}
+
 void MeasureReads(std::uint16_t port, int connections) {
     std::vector<std::vector<double>> times(static_cast<std::size_t>(connections));
     const Time start = Now();
@@ -169,6 +175,7 @@ void MeasureReads(std::uint16_t port, int connections) {
             Connection connection(port);
             const std::string request = Get("declination", i + 1);
             mine.reserve(kRequestsPerConnection);
+            RequireSuccess(connection.Ask(request));
             for (int n = 0; n < kRequestsPerConnection; ++n) {
                 const Time before = Now();
                 connection.Ask(request);
@@ -212,10 +219,7 @@ void Run(const std::filesystem::path& bin, const std::filesystem::path& data) {
     const auto port = static_cast<std::uint16_t>(std::atoi(address.c_str() + address.rfind(':') + 1));
     MeasureStart(port);
     Connection keeper(port);
-    const std::string connected = keeper.Ask(Put("connected", "Connected=True&ClientID=1&ClientTransactionID=1"));
-    if (connected.find("\"ErrorNumber\":0") == std::string::npos) {
-        throw std::runtime_error("the driver did not connect: " + connected);
-    }
+    RequireSuccess(keeper.Ask(Put("connected", "Connected=True&ClientID=1&ClientTransactionID=1")));
     for (const int connections : {1, 8}) {
         MeasureReads(port, connections);
     }
