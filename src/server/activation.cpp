@@ -29,7 +29,6 @@ constexpr int kFirstDescriptor = 3;
 constexpr int kSoonMs = 5'000;      // a driver that fails within this time failed at its start
 constexpr int kFirstPauseMs = 100;  // before it is started again; doubled each time
 constexpr int kLongestPauseMs = 30'000;
-constexpr int kEndingMs = 5'000;  // granted to a driver that was asked to end
 
 struct ActivationError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -178,7 +177,10 @@ struct DriverEnvironment {
 class Activation {
 public:
     explicit Activation(const ActivationOptions& options)
-        : driverPath_(options.driverPath), http_(BindHttp(options)), discovery_(BindDiscovery(options.discoveryPort)) {
+        : driverPath_(options.driverPath),
+          endingMs_(options.endingMs),
+          http_(BindHttp(options)),
+          discovery_(BindDiscovery(options.discoveryPort)) {
         const sigset_t signals = OurSignals();
         ::sigprocmask(SIG_BLOCK, &signals, &oldMask_);
         signals_ = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -309,7 +311,7 @@ private:
     void End(pid_t driver) {
         ::kill(driver, SIGTERM);
         while (::waitpid(driver, &status_, WNOHANG) == 0) {
-            if (!WaitForSignal(kEndingMs)) {
+            if (!WaitForSignal(endingMs_)) {
                 ::kill(driver, SIGKILL);
                 ::waitpid(driver, &status_, 0);
                 return;
@@ -319,6 +321,7 @@ private:
     }
 
     std::string driverPath_;
+    int endingMs_;
     Descriptor http_;
     Descriptor discovery_;
     Descriptor signals_;

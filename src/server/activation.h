@@ -11,6 +11,7 @@ struct ActivationOptions {
     std::uint16_t port = 11111;             ///< 0: any free one
     std::uint16_t discoveryPort = 32227;    ///< 0: no discovery
     std::string driverPath;                 ///< the program that serves the sockets
+    int endingMs = 5'000;                   ///< granted to a driver that was asked to end, in milliseconds
 };
 
 /// Binds the sockets, prints "Alpaca: http://ADDR:PORT/" on standard output, and starts the driver whenever a client

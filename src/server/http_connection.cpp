@@ -16,6 +16,7 @@ namespace http = boost::beast::http;
 using boost::system::error_code;
 using tcp = asio::ip::tcp;
 
+constexpr int kFreshSteps = 2;
 constexpr std::size_t kMostDroppedBytes = 256 * 1024;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
@@ -132,6 +133,7 @@ void HttpConnection::OnRequest(const error_code& error) {
         return;
     }
     Enter(Phase::Working, 0);
+    carriedRequest_ = true;
     const AnswerForm form{parser_->keep_alive(), parser_->get().version() < 11,
                           parser_->get().method() == http::verb::head};
     needs_.handle(TakeRequest(),
@@ -219,11 +221,13 @@ void HttpConnection::Step() {
 
 bool HttpConnection::IsQuiet() {
     error_code ignored;
-    return phase_ == Phase::Draining || (phase_ == Phase::Idle && socket_.available(ignored) == 0);
+    // The first request of a new connection may be on its way.
+    const bool fresh = !carriedRequest_ && stepsLeft_ > needs_.limits.idleSteps - kFreshSteps;
+    return phase_ == Phase::Draining || (phase_ == Phase::Idle && !fresh && socket_.available(ignored) == 0);
 }
 
-bool HttpConnection::IsIdleStranger() const {
-    return phase_ == Phase::Idle && !needs_.carriesClient(id_);
+bool HttpConnection::MayBeEvicted() {
+    return phase_ == Phase::Idle && IsQuiet() && !needs_.carriesClient(id_);
 }
 
 bool HttpConnection::IsGone() {

@@ -35,10 +35,10 @@ public:
     /// One step of the time limits.
     void Step();
 
-    /// Waiting for a request of which no byte has come, or already given up: may be closed without a loss.
+    /// Waiting for a request of which no byte has come, and not new, or already given up: may be closed without a loss.
     bool IsQuiet();
-    /// Waiting for a request, having carried none for a device.
-    bool IsIdleStranger() const;
+    /// Quiet, and without a device request so far: may make room for another.
+    bool MayBeEvicted();
     /// Closed, or closed by the client, though an answer may still be due to it.
     bool IsGone();
 
@@ -70,6 +70,7 @@ private:
     std::size_t droppedBytes_ = 0;
     Phase phase_ = Phase::Idle;
     int stepsLeft_ = 0;  ///< 0: no limit
+    bool carriedRequest_ = false;
     bool outOfTime_ = false;
 };
 

@@ -65,7 +65,7 @@ bool HttpServer::MayAccept() {
 
 bool HttpServer::EvictStranger() {
     const auto oldest =
-        std::ranges::find_if(connections_, [](const auto& entry) { return entry.second->IsIdleStranger(); });
+        std::ranges::find_if(connections_, [](const auto& entry) { return entry.second->MayBeEvicted(); });
     if (oldest == connections_.end()) {
         return false;
     }
