@@ -1,0 +1,78 @@
+#include "process/process_fixture.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/posix/posix_clock.h"
+#include "platform/posix/posix_folders.h"
+#include "platform/posix/posix_message_boxes.h"
+#include "settings/persist.h"
+
+namespace kestrane::process {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kLongLease = 600;
+
+fs::path FreshFolder() {
+    std::string name = (fs::temp_directory_path() / "kestrane-process-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::system_error(errno, std::generic_category(), name);
+    }
+    return name;
+}
+
+}  // namespace
+
+ProcessFixture::ProcessFixture() : folder(FreshFolder()), portLink(folder / "Kestrane" / "Ports" / "COM1") {
+    for (const char* name : {"KESTRANE_COMMON_APPDATA", "KESTRANE_USER_CONFIG", "KESTRANE_DOCUMENTS"}) {
+        ::setenv(name, folder.c_str(), 1);
+    }
+    Leases(kLongLease, kLongLease);
+}
+
+ProcessFixture::~ProcessFixture() {
+    activator.reset();
+    mount.reset();
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+}
+
+void ProcessFixture::Leases(double idleSeconds, double connectedSeconds) {
+    ::setenv("KESTRANE_LEASE_IDLE_S", std::to_string(idleSeconds).c_str(), 1);
+    ::setenv("KESTRANE_LEASE_CONNECTED_S", std::to_string(connectedSeconds).c_str(), 1);
+}
+
+void ProcessFixture::Seed(const std::vector<std::pair<std::string, std::string>>& settings) {
+    LogState logState;
+    PosixClock clock;
+    PosixFolders folders;
+    PosixMessageBoxes messageBoxes;
+    SwallowLedger ledger;
+    Log log(logState, clock);
+    Persist persist(PersistNeeds{logState, log, clock, folders, messageBoxes, ledger});
+    for (const auto& [key, value] : settings) {
+        persist.WriteIniValue(key, value);
+    }
+}
+
+void ProcessFixture::StartMount(std::vector<std::string> options) {
+    fs::create_directories(portLink.parent_path());
+    options.insert(options.end(), {"--link", portLink.string(), "--unparked"});
+    mount = std::make_unique<Program>("kestrane-mount-simulator", options);
+    ASSERT_NE(mount->FirstLine(kPatience), "") << mount->Errors();
+}
+
+void ProcessFixture::StartActivator() {
+    activator = std::make_unique<Program>("kestrane-activate",
+                                          std::vector<std::string>{"--port", "0", "--discovery-port", "0"});
+    const std::string address = activator->FirstLine(kPatience);
+    ASSERT_NE(address, "") << activator->Errors();
+    port = static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
+}
+
+}  // namespace kestrane::process

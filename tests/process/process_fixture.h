@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "process/http_client.h"
+#include "process/program.h"
+
+namespace kestrane::process {
+
+/// What an answer may take of a driver that is up, in the worst moment.
+inline constexpr Seconds kPrompt{1.0};
+/// What a start, a connect or an end may take on a slow machine.
+inline constexpr Seconds kPatience{20.0};
+
+/// The whole system in a data folder of its own: a simulated mount on COM1 and the activator at a free port, each
+/// started by the test that needs it.
+class ProcessFixture : public testing::Test {
+protected:
+    ProcessFixture();
+    ~ProcessFixture() override;
+
+    /// How long objects live without their client; for drivers started from now on.
+    static void Leases(double idleSeconds, double connectedSeconds);
+    /// Writes settings as an earlier driver would have left them.
+    static void Seed(const std::vector<std::pair<std::string, std::string>>& settings);
+
+    void StartMount(std::vector<std::string> options = {});
+    void StartActivator();
+    void StartSystem() {
+        StartMount();
+        StartActivator();
+    }
+
+    HttpClient Client(int clientId) const { return {port, clientId}; }
+    /// Process of the driver; 0 while none runs.
+    pid_t Driver() const { return ChildOf(activator->Pid()); }
+    /// The driver's answer to a request that must be answered without an error.
+    static Answer Good(Answer answer) {
+        EXPECT_EQ(answer.status, 200) << answer.errorMessage;
+        EXPECT_EQ(answer.errorNumber, 0) << answer.errorMessage;
+        return answer;
+    }
+    static void Connect(HttpClient& client) { Good(client.Put("connected", "Connected=True")); }
+
+    std::filesystem::path folder;
+    std::filesystem::path portLink;  ///< where COM1 is
+    std::unique_ptr<Program> mount;
+    std::unique_ptr<Program> activator;
+    std::uint16_t port = 0;
+};
+
+}  // namespace kestrane::process
