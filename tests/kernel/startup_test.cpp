@@ -110,6 +110,66 @@ TEST_F(StartupTest, FirstFocuser_RegistersItsClass_AndASecondOneDoesNot) {
     EXPECT_EQ(machine.profileStore.registrations, registrations);
 }
 
+TEST_F(StartupTest, SecondTelescope_DoesNotRegisterAgain) {
+    Start();
+    const TelescopeObject first = driver->CreateTelescope();
+    EXPECT_EQ(machine.profileStore.registrations, 1);
+    const TelescopeObject second = driver->CreateTelescope();
+    EXPECT_EQ(machine.profileStore.registrations, 1);
+}
+
+TEST_F(StartupTest, Registration_OverAnExistingEntry_RenewsItSilently) {
+    machine.profileStore.registered[{"Telescope", "KestraneV2.Telescope"}] = "an earlier one";
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_EQ((machine.profileStore.registered[{"Telescope", "KestraneV2.Telescope"}]), "'Kestrane VTR V2 Mount");
+    EXPECT_TRUE(machine.messageBoxes.shown.empty());
+    EXPECT_EQ(machine.processes.ends, 0);
+}
+
+TEST_F(StartupTest, FirstFocuser_WithoutTheProfileStore_LivesUnregistered) {
+    machine.profileStore.available = false;
+    Start();
+    const FocuserObject focuser = driver->CreateFocuser();
+    EXPECT_EQ(driver->state.g_nFocuserObjects, 2);
+    EXPECT_EQ(machine.profileStore.registrations, 0);
+    EXPECT_TRUE(machine.messageBoxes.shown.empty());
+    EXPECT_EQ(machine.processes.ends, 0);
+}
+
+TEST(ProfileTest, Operations_WorkOnTheDeviceTypeInForce) {
+    RecordingProfileStore store;
+    Profile profile(store);
+    EXPECT_EQ(profile.DeviceType(), "Telescope");
+    profile.Register("an.id", "a mount");
+    EXPECT_TRUE(profile.IsRegistered("an.id"));
+    profile.DeviceType("Focuser");
+    EXPECT_EQ(profile.DeviceType(), "Focuser");
+    EXPECT_FALSE(profile.IsRegistered("an.id"));
+    profile.Unregister("an.id");
+    EXPECT_TRUE(store.IsRegistered("Telescope", "an.id"));
+    profile.DeviceType("Telescope");
+    profile.Unregister("an.id");
+    EXPECT_FALSE(profile.IsRegistered("an.id"));
+}
+
+struct OldButtonsRow {
+    std::string useOldButtonBehavior;
+    bool old;
+};
+
+class OldButtonsTest : public StartupTest, public testing::WithParamInterface<OldButtonsRow> {};
+
+TEST_P(OldButtonsTest, OldBehaviourOfTheButtons_IsOnForAnyNumberButZero) {
+    Seed({{"UseOldButtonBehavior", GetParam().useOldButtonBehavior}});
+    Start();
+    EXPECT_EQ(driver->state.g_bUseOldButtonBehavior, GetParam().old);
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, OldButtonsTest,
+                         testing::Values(OldButtonsRow{"0", false}, OldButtonsRow{"1", true}, OldButtonsRow{"2", true},
+                                         OldButtonsRow{"", false}));
+
 struct MissingServiceRow {
     bool utility;
     bool profile;
@@ -214,6 +274,25 @@ TEST_F(CompanionTest, Start_WithoutAnExecutableName_StartsNothing) {
     machine.registry.SetText(kKey, "Name", "C:\\Quay\\");
     EXPECT_FALSE(companion.StartCompanion());
     EXPECT_TRUE(machine.processes.starts.empty());
+}
+
+TEST_F(CompanionTest, Start_WithAnEmptyText_StartsNothing) {
+    machine.registry.SetText(kKey, "Name", "");
+    EXPECT_EQ(companion.GetCompanionExePath(), "");
+    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_TRUE(machine.processes.starts.empty());
+}
+
+TEST_F(CompanionTest, Start_TakesTheNameBehindTheLastSlashOfEitherKind) {
+    machine.registry.SetText(kKey, "Name", "/opt/quay/Quay");
+    machine.processes.list.push_back("quay");
+    EXPECT_FALSE(companion.StartCompanion());
+    machine.processes.list.pop_back();
+    EXPECT_TRUE(companion.StartCompanion());
+    ASSERT_EQ(machine.processes.starts.size(), 1U);
+    EXPECT_EQ(machine.processes.starts[0].first, "/opt/quay/Quay");
+    machine.registry.SetText(kKey, "Name", "/opt/quay/");
+    EXPECT_FALSE(companion.StartCompanion());
 }
 
 TEST_F(CompanionTest, ProcessName_IsLoweredInPlaceAndCutAtItsFirstNul) {
