@@ -1,0 +1,116 @@
+#include <functional>
+#include <gtest/gtest.h>
+#include <utility>
+
+#include "support/driver_fixture.h"
+#include "support/wire_transcript.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::uint32_t kNoMount = 0x80040402;
+
+/// A line that tells of each write.
+class WatchedLine final : public LineEnd {
+public:
+    WatchedLine(MountSimulator& mount, std::function<void(std::string_view)> onWrite)
+        : line_(mount), onWrite_(std::move(onWrite)) {}
+
+    void Write(std::string_view bytes) override {
+        onWrite_(bytes);
+        line_.Write(bytes);
+    }
+    std::string Read(std::size_t maxCount) override { return line_.Read(maxCount); }
+    std::optional<std::int32_t> NextByteIn() override { return line_.NextByteIn(); }
+    void Opened() override { line_.Opened(); }
+
+private:
+    SimulatorLine line_;
+    std::function<void(std::string_view)> onWrite_;
+};
+
+/// What a connect takes from the settings and from the mount's replies.
+class ConnectSettingsTest : public DriverFixture {
+protected:
+    std::uint32_t Open() {
+        return ErrorOf([&] { driver->connections.OpenConnection(ClientKind::Telescope); });
+    }
+};
+
+struct StatusRow {
+    std::string status;
+    std::string rateType;
+};
+
+class RateKeyTest : public ConnectSettingsTest, public testing::WithParamInterface<StatusRow> {};
+
+TEST_P(RateKeyTest, FourteenthCharacterOfTheStatus_IsTheRateKey) {
+    Seed({{"MountRateType", "9"}});
+    WireTranscript transcript(machine.clock, machine.pump,
+                              "0 = Open\n* > :V#\n* < VKC4-P02-08#\n* > #:U#\n* > :GOS#\n* < " + GetParam().status +
+                                  "#\n* > :G\\x05#\n* < 0#\n* > :U#\n* > :Gg#\n* < 350*00:00#\n* > :Gt#\n"
+                                  "* < +47*00:00#\n* = -> " +
+                                  GetParam().rateType);
+    machine.serialPorts.Connect(1, transcript.Line());
+    Start();
+    transcript.Call("Open", [&] {
+        driver->connections.OpenConnection(ClientKind::Telescope);
+        return driver->state.g_sMountRateType;
+    });
+    transcript.Play();
+    driver.reset();
+    machine.serialPorts.Disconnect(1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, RateKeyTest,
+                         testing::Values(StatusRow{"0200002000000", "9"},  // 13 characters: none
+                                         StatusRow{"02000020000007", "7"}, StatusRow{"020000200000045", "4"}));
+
+TEST_F(ConnectSettingsTest, Timeout_IsThatOfThePort) {
+    Seed({{"Timeout", "750"}});
+    Start();
+    EXPECT_EQ(Open(), 0U);
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 750);
+    EXPECT_EQ(driver->state.g_nReceiveTimeoutMS, 750);
+}
+
+TEST_F(ConnectSettingsTest, Timeout_IsReadAnewOnceTheMountIsFound) {
+    Seed({{"Timeout", "750"}});
+    WatchedLine line(*mount, [&](std::string_view bytes) {
+        if (bytes == ":V#") {
+            driver->persist.WriteIniValue("Timeout", "900");
+        }
+    });
+    machine.serialPorts.Connect(1, line);
+    Start();
+    EXPECT_EQ(Open(), 0U);
+    EXPECT_EQ(driver->state.g_nReceiveTimeoutMS, 750) << "as the link was opened";
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 900);
+    driver.reset();
+    machine.serialPorts.Disconnect(1);
+}
+
+TEST_F(ConnectSettingsTest, Retry_IsThatOfTheDriversOwnObject) {
+    Seed({{"Retry", "4"}});
+    Start();
+    EXPECT_EQ(Open(), 0U);
+    EXPECT_EQ(driver->InternalInstance().MaxSerialRetries(), 4);
+}
+
+TEST_F(ConnectSettingsTest, Probe_IsNeverRepeatedByTheExchange_NotEvenInASecondConnect) {
+    Seed({{"Retry", "2"}});
+    ExpectSwallow("CommandString");
+    Start();
+    ASSERT_EQ(Open(), 0U);
+    ASSERT_EQ(driver->InternalInstance().MaxSerialRetries(), 2);
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->link->Connected(false);
+    mount->SetLineDead(true);
+    EXPECT_EQ(Open(), kNoMount);
+    EXPECT_EQ(TimesLogged("bad response: ':V#', Response='' -> Giving up!"), 2);
+    EXPECT_FALSE(Logged("-> Retrying!"));
+    EXPECT_EQ(driver->InternalInstance().MaxSerialRetries(), 0);
+}
+
+}  // namespace
+}  // namespace kestrane

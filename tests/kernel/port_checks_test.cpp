@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "simulator/misbehaviours.h"
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+/// The site of the mount, read and written for the dialogs.
+class PortChecksTest : public DriverFixture {
+protected:
+    /// On port 1; false as the call says.
+    bool ReadSite(std::int16_t timeoutMs = 300) {
+        return driver->connections.GetMountLongLat(1, timeoutMs, longitude, latitude);
+    }
+    bool WriteSite(std::int16_t timeoutMs = 300) {
+        return driver->connections.SetMountLongLat(1, timeoutMs, "350*15:00", "+40*30:00");
+    }
+
+    double longitude = 5.0;
+    double latitude = 5.0;
+};
+
+TEST_F(PortChecksTest, SiteWrite_OnALinkOpenedForIt_ReadsForOneSecond) {
+    Start();
+    EXPECT_TRUE(WriteSite(0));
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 1000);
+    EXPECT_TRUE(WriteSite(700));
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 700);
+}
+
+TEST_F(PortChecksTest, SiteWrite_OnAnOpenLink_LeavesItsLimit) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_TRUE(WriteSite(0));
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 500);
+    EXPECT_TRUE(driver->link->Connected());
+}
+
+TEST_F(PortChecksTest, SiteRead_SetsNoLimitOfItsOwn) {
+    Start();
+    driver->link->ReceiveTimeoutMS(432);
+    EXPECT_TRUE(ReadSite(0));
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 432);
+    EXPECT_FALSE(driver->link->Connected());
+}
+
+TEST_F(PortChecksTest, SiteRead_WithoutALongitude_IsFalse_YetGivesTheLatitude) {
+    ExpectSwallow("CommandString");
+    mount->Add(std::make_unique<DropsReply>("Gg"));
+    Start();
+    EXPECT_FALSE(ReadSite());
+    EXPECT_EQ(longitude, 0.0);
+    EXPECT_NEAR(latitude, 47.0, 1e-6);
+}
+
+TEST_F(PortChecksTest, SiteRead_WithoutALatitude_IsFalse_YetGivesTheLongitude) {
+    ExpectSwallow("CommandString");
+    mount->Add(std::make_unique<DropsReply>("Gt"));
+    Start();
+    EXPECT_FALSE(ReadSite());
+    EXPECT_NEAR(longitude, -10.0, 1e-6);
+    EXPECT_EQ(latitude, 0.0);
+}
+
+TEST_F(PortChecksTest, SiteRead_OfAMissingPort_IsFalseAtOnce) {
+    machine.serialPorts.Disconnect(1);
+    Start();
+    EXPECT_FALSE(ReadSite());
+    EXPECT_EQ(longitude, 0.0);
+    EXPECT_EQ(machine.clock.GetTickCount() - Tick{}, 0);
+}
+
+TEST_F(PortChecksTest, SiteThatFails_OnAnOpenLink_LeavesItOpen) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    ExpectSwallow("CommandString");
+    mount->SetLineDead(true);
+    EXPECT_FALSE(ReadSite());
+    EXPECT_TRUE(driver->link->Connected());
+    EXPECT_FALSE(WriteSite());
+    EXPECT_TRUE(driver->link->Connected());
+}
+
+TEST_F(PortChecksTest, SiteThatFails_OnALinkOpenedForIt_ClosesIt) {
+    ExpectSwallow("CommandString");
+    mount->SetLineDead(true);
+    Start();
+    EXPECT_FALSE(ReadSite());
+    EXPECT_FALSE(driver->link->Connected());
+    EXPECT_FALSE(WriteSite());
+    EXPECT_FALSE(driver->link->Connected());
+}
+
+}  // namespace
+}  // namespace kestrane
