@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "kernel/base/application_info.h"
+#include "kernel/base/errors.h"
 #include "kernel/driver.h"
 #include "platform/posix/posix_platform.h"
 #include "server/inherited_sockets.h"
@@ -24,10 +25,14 @@ constexpr int kExitGood = 0;
 constexpr int kExitRefused = 1;
 constexpr int kExitUsage = 2;
 
-/// A bug must not go on with half a state behind it.
+/// A failure of the outside world that no client waits for is told and passed over. A bug must not go on with half a
+/// state behind it.
 void OnFault(const std::exception_ptr& fault) {
     try {
         std::rethrow_exception(fault);
+    } catch (const DriverError& error) {
+        std::fprintf(stderr, "kestrane-driver: %s\n", error.what());
+        return;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kestrane-driver: %s\n", error.what());
     }

@@ -50,7 +50,8 @@ void PollLoop::OnTimer() {
     } else if (state_.g_bInPoll) {
         needs_.log.LogMessage("timer", LogLevel::Info, "In Timer cannot Poll");
     }
-    ShowLogState();
+    ResumeNext errors{needs_.ledger, "tmrQueryRaDecAltAz"};
+    errors.Step([&] { ShowLogState(); });
 }
 
 void PollLoop::UpdateMountInfo() {
