@@ -1,6 +1,6 @@
 #include <csignal>
 #include <future>
-#include <set>
+#include <vector>
 
 #include "process/process_fixture.h"
 
@@ -66,18 +66,25 @@ TEST_F(ProcessFixture, Lease_RequestsOnFreshConnectionsAcrossManyEnds_EachGetsIt
     StartActivator();
     constexpr int kClients = 4;
     std::vector<std::future<Answer>> asked;
-    EveryFor(Seconds(0.02), Seconds(6.0), [&] {
+    EveryFor(Seconds(0.02), Seconds(5.0), [&] {
         const int client = static_cast<int>(asked.size()) % kClients + 1;
         asked.push_back(
             std::async(std::launch::async, [this, client] { return Client(client).Get("interfaceversion"); }));
     });
     int processes = 0;
+    int lost = 0;
     for (std::future<Answer>& pending : asked) {
-        const Answer answer = Good(pending.get());
-        EXPECT_EQ(answer.value, 2);
-        processes += answer.serverTransaction == 1 ? 1 : 0;  // each process counts anew
+        try {
+            const Answer answer = Good(pending.get());
+            EXPECT_EQ(answer.value, 2);
+            processes += answer.serverTransaction == 1 ? 1 : 0;  // each process counts anew
+        } catch (const NoAnswer& error) {
+            ADD_FAILURE() << error.what();
+            ++lost;
+        }
     }
-    EXPECT_GE(asked.size(), 200U);
+    EXPECT_EQ(lost, 0) << "of " << asked.size() << " over " << processes << " processes";
+    EXPECT_GE(asked.size(), 150U);
     EXPECT_GE(processes, 3);
     EXPECT_EQ(activator->Errors(), "");
 }

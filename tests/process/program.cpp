@@ -112,7 +112,11 @@ pid_t ChildOf(pid_t parent) {
 }
 
 bool Exists(pid_t process) {
-    return ::kill(process, 0) == 0;
+    std::ifstream status("/proc/" + std::to_string(process) + "/stat");
+    std::string text;
+    std::getline(status, text);
+    const std::size_t name = text.rfind(')');  // the state follows the name
+    return name != std::string::npos && text.compare(name, 4, ") Z ") != 0;
 }
 
 std::size_t OpenFilesOf(pid_t process) {

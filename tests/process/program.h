@@ -48,7 +48,7 @@ private:
 
 /// The one child of a process; 0 when it has none.
 pid_t ChildOf(pid_t parent);
-/// Whether such a process still is there, also when nobody has taken its end.
+/// Whether such a process still runs.
 bool Exists(pid_t process);
 /// Files that a process has open.
 std::size_t OpenFilesOf(pid_t process);

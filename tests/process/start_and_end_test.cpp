@@ -46,14 +46,23 @@ TEST_F(ProcessFixture, Activator_GetsSigterm_EndsWithItsDriver) {
     EXPECT_THROW(Client(2).Get("interfaceversion"), NoAnswer);
 }
 
-TEST_F(ProcessFixture, Activator_IsKilled_TheDriverEndsToo) {
+TEST_F(ProcessFixture, Activator_IsKilled_TheDriverServesItsClientOnAndEndsWithTheLease) {
+    Leases(0.3, 600);
     StartSystem();
     HttpClient client = Client(1);
     Connect(client);
     const pid_t driver = Driver();
     ASSERT_NE(driver, 0);
     activator->Signal(SIGKILL);
-    EXPECT_TRUE(WaitUntil(Seconds(10), [&] { return !Exists(driver); }));
+    ASSERT_TRUE(activator->WaitForEnd(kPatience));
+    Good(client.Get("rightascension"));
+    Good(client.Put("connected", "Connected=False"));
+    client.Close();
+    const bool ended = WaitUntil(kPatience, [&] { return !Exists(driver); });
+    EXPECT_TRUE(ended);
+    if (!ended) {
+        ::kill(driver, SIGKILL);  // nobody else would
+    }
 }
 
 TEST_F(ProcessFixture, Activator_AddressInUse_SaysSoAndEndsWithOne) {
