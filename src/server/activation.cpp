@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
 #include <string_view>
@@ -243,10 +244,14 @@ private:
 
     /// Starts the driver and waits for its end; false when it failed soon after its start.
     bool RunDriver() {
-        const pid_t driver = Start();
-        const bool endedSoon = WaitForEnd(driver, kSoonMs);
+        const std::optional<pid_t> driver = Start();
+        if (!driver) {
+            std::fprintf(stderr, "kestrane-activate: the driver cannot be started: %s\n", std::strerror(errno));
+            return false;
+        }
+        const bool endedSoon = WaitForEnd(*driver, kSoonMs);
         if (!endedSoon) {
-            WaitForEnd(driver, -1);
+            WaitForEnd(*driver, -1);
         }
         const bool good = WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
         if (!good && !ending_) {
@@ -263,11 +268,12 @@ private:
         }
     }
 
-    pid_t Start() {
+    /// Nothing when the system has no room for another process just now; the client waits in the queue meanwhile.
+    std::optional<pid_t> Start() {
         DriverEnvironment environment(discovery_.IsOpen());
         const pid_t driver = ::fork();
         if (driver < 0) {
-            Fail("the driver cannot be started");
+            return std::nullopt;
         }
         if (driver == 0) {
             BecomeDriver(environment);

@@ -20,10 +20,6 @@ void LayOver(std::int32_t& milliseconds, const char* seconds) {
     }
 }
 
-Tick Later(Tick a, Tick b) {
-    return a - b > 0 ? a : b;
-}
-
 }  // namespace
 
 LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds) {
@@ -42,8 +38,8 @@ void ClientObject::Disconnect() {
     for (; connects_ > 0; --connects_) {
         try {
             device_->Connected(false);
-        } catch (const DriverError&) {
-            // Nobody is left to be told, and the object goes in any case.
+        } catch (...) {
+            // Nobody is left to be told, and the object goes in any case: a process that kept it would never end.
         }
     }
 }
@@ -64,7 +60,11 @@ void ClientObjects::ConnectionClosed(ConnectionId id) {
     std::vector<ClientName> left;
     for (auto& [name, client] : clients_) {
         if (client.connections.erase(id) > 0) {
-            client.lastClosed = needs_.clock.GetTickCount();
+            for (auto& [key, slot] : slots_) {
+                if (key.client == name) {
+                    slot.lastSign = needs_.clock.GetTickCount();
+                }
+            }
             left.push_back(name);
         }
     }
@@ -93,7 +93,7 @@ std::string ClientObjects::Call(const ClientKey& key, ConnectionId connection,
         InUse& operator=(const InUse&) = delete;
         ~InUse() {
             --slot->second.calls;
-            slot->second.lastUse = objects.needs_.clock.GetTickCount();
+            slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
             Tick end;
             if (objects.LeaseEnd(slot->first, slot->second, end)) {
                 objects.WakeAt(end);
@@ -158,8 +158,7 @@ bool ClientObjects::LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) 
     if (client != clients_.end() && !client->second.connections.empty()) {
         return false;
     }
-    const Tick last = client == clients_.end() ? slot.lastUse : Later(slot.lastUse, client->second.lastClosed);
-    end = last + needs_.leases.connected;
+    end = slot.lastSign + needs_.leases.connected;
     return true;
 }
 

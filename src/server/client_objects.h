@@ -125,10 +125,10 @@ private:
         std::unique_ptr<ClientObject> object;  ///< null while being created
         int calls = 0;                         ///< calls on the stack
         Tick lastUse;                          ///< end of the last call
+        Tick lastSign;                         ///< the same, or the last closing of a connection of its client
     };
     struct Client {
         std::set<ConnectionId> connections;  ///< open ones that carried a request of the client
-        Tick lastClosed;
     };
     using Slots = std::map<ClientKey, Slot>;
 

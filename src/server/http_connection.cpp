@@ -212,6 +212,7 @@ void HttpConnection::Step() {
     }
     if (phase_ == Phase::Reading) {
         outOfTime_ = true;
+        stepsLeft_ = 1;  // a read that has just completed is not hit: the next step tries again
         error_code ignored;
         socket_.cancel(ignored);
     } else {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/asio/error.hpp>
+#include <cassert>
 #include <sys/socket.h>
 
 #include "server/http_connection.h"
@@ -83,21 +84,22 @@ void HttpServer::AcceptOnAll() {
 }
 
 void HttpServer::Accept(Listener& listener) {
+    assert(!listener.accepting);
     listener.accepting = true;
     listener.acceptor.async_accept([this, &listener](const error_code& error, tcp::socket socket) {
         listener.accepting = false;
-        OnAccepted(listener, error, std::move(socket));
+        OnAccepted(error, std::move(socket));
     });
 }
 
-void HttpServer::OnAccepted(Listener& listener, const error_code& error, tcp::socket socket) {
+void HttpServer::OnAccepted(const error_code& error, tcp::socket socket) {
     if (!error) {
         AddConnection(std::move(socket));
     }
     if (gateAsked_) {
         DecideGate();
     } else if (!error && MayAccept()) {
-        Accept(listener);
+        AcceptOnAll();  // an eviction may have accepted already
     }
     // After an error (no descriptor left, a connection gone while it waited) the next step accepts again.
 }

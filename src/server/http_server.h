@@ -57,7 +57,7 @@ private:
     bool MayAccept();
     void AcceptOnAll();
     void Accept(Listener& listener);
-    void OnAccepted(Listener& listener, const boost::system::error_code& error, boost::asio::ip::tcp::socket socket);
+    void OnAccepted(const boost::system::error_code& error, boost::asio::ip::tcp::socket socket);
     void AddConnection(boost::asio::ip::tcp::socket socket);
     void OnClosed(ConnectionId id);
     bool EvictStranger();
