@@ -106,15 +106,16 @@ struct DriverState : LogState, CounterState {
     double g_dFocalLength = 0.0;    ///< metres
 
     // --- slewing ------------------------------------------------------------------------------------------------
-    bool g_bSlewing = false;                                        ///< a slew is under supervision
-    bool g_bMountSlewing = false;                                   ///< slew state as last seen in the status text
-    bool g_bAbortSlew = false;                                      ///< an abort of the running slew was requested
-    bool g_bSafeSlewPending = false;                                ///< a two-leg slew has its second leg still to send
-    double g_dSafeSlewRa = 0.0;                                     ///< final target of the two-leg slew, hours
-    double g_dSafeSlewDec = 0.0;                                    ///< final target of the two-leg slew, degrees
-    bool g_bSlewCompletePending = false;                            ///< the slew-complete step is to run
-    Tick g_tickSettleEnd;                                           ///< when settling ends
-    Tick g_tickLastSlewCheck;                                       ///< last slew check
+    bool g_bSlewing = false;              ///< a slew is under supervision
+    bool g_bMountSlewing = false;         ///< slew state as last seen in the status text
+    bool g_bAbortSlew = false;            ///< an abort of the running slew was requested
+    std::uint32_t g_nAborts = 0;          ///< stops asked for so far: a wait that sees it move was aborted; wraps
+    bool g_bSafeSlewPending = false;      ///< a two-leg slew has its second leg still to send
+    double g_dSafeSlewRa = 0.0;           ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;          ///< final target of the two-leg slew, degrees
+    bool g_bSlewCompletePending = false;  ///< the slew-complete step is to run
+    Tick g_tickSettleEnd;                 ///< when settling ends
+    Tick g_tickLastSlewCheck;             ///< last slew check
     Tick g_tickSeenRa, g_tickSeenDec, g_tickSeenAlt, g_tickSeenAz;  ///< query stamps at the last supervision pass
     std::int16_t g_nSlewSettleTime = 1;                             ///< seconds
     bool g_bRawRaDecSlews = false;                                  ///< no two-leg slews

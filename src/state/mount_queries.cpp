@@ -38,6 +38,7 @@ void MountQueries::ResetQueryTimes() {
     const Tick now = needs_.clock.GetTickCount();
     state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
     state_.g_tickLastTime = state_.g_tickLastLst = state_.g_tickLastGos = now - kSlowIntervalMs;
+    lstBase_ = state_.g_tickLastLst;
     state_.g_tickLastTimeZone = now - kTimeZoneIntervalMs;
     state_.g_tickLastSide = now - kSideIntervalMs;
 }
@@ -269,6 +270,7 @@ bool MountQueries::QueryLst() {
     state_.g_dLst = ProtocolHours(reply, needs_.log);
     // A base of its own: a later query that goes unanswered must not shift the sidereal time.
     state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
+    lstKnown_ = true;
     UpdateHourAngle();
     NoteQuerySuccess();
     return true;

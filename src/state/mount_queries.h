@@ -59,6 +59,8 @@ public:
 
     /// Sidereal time now, hours: the last one read from the mount carried on, or computed when the user wants it.
     double GetLst();
+    /// Whether the mount has told its sidereal time yet.
+    bool LstKnown() const { return lstKnown_; }
     void UpdateHourAngle();
     void UpdateCounterweightState();
     /// Computes altitude and azimuth from RA, Dec and sidereal time.
@@ -93,7 +95,8 @@ private:
 
     MountQueriesNeeds needs_;
     DriverState& state_;
-    Tick lstBase_;  ///< when `g_dLst` was read
+    Tick lstBase_;           ///< when `g_dLst` was read
+    bool lstKnown_ = false;  ///< it was read at all
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };
 

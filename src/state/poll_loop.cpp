@@ -147,6 +147,7 @@ bool PollLoop::CheckByStatus() {
             needs_.queries.QueryDec();
             needs_.queries.QuerySideOfMount();
             needs_.queries.QueryLst();
+            state_.g_bAbortSlew = false;
             state_.g_bSlewCompletePending = true;
         }
     }
@@ -163,7 +164,7 @@ bool PollLoop::CheckByDistance() {
     }
     if (state_.g_bAbortSlew || (state_.g_bParking && state_.g_bAbortPark)) {
         state_.g_bAbortSlew = false;
-        state_.g_bSlewing = false;
+        state_.g_bSlewing = state_.g_bMountSlewing = false;
     } else {
         DistancePass();
     }
@@ -212,7 +213,7 @@ void PollLoop::DistancePass() {
         PushSettleEnd();
         state_.g_bSlewing = true;
     } else if (needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
-        state_.g_bSlewing = false;
+        state_.g_bSlewing = state_.g_bMountSlewing = false;
         state_.g_bAbortSlew = false;
     }
 }

@@ -115,6 +115,7 @@ void Telescope::ConnectClient() {
     LoadTelescopeOptions();
     state_.g_bPollSuspended = false;
     if (needs_.link && needs_.link->Connected()) {
+        needs_.poll.SetPolling(true);
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
         needs_.registration.EnsureDriverHelper();
@@ -164,7 +165,7 @@ void Telescope::DisconnectClient() {
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{needs_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
-        state_.g_bSlewing = false;
+        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = false;
         errors.Step([&] {
             if (!needs_.link) {
                 throw RunTimeError(RunTimeError::kObjectNotSet, "no link");

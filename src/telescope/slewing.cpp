@@ -66,12 +66,13 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + Position(rightAscension, declination));
     check_connected("SlewToCoordinates", true, true);
     const bool safeSlew = SafeSlewWanted();
+    const std::uint32_t aborts = state_.g_nAborts;
     BeginSlew();
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (QuayTakesSlews()) {
         SlewThroughQuay("SlewToCoordinates", rightAscension, declination);
-        WaitForSlewEnd();
+        WaitForSlewEnd(aborts);
     } else if (safeSlew) {
         SafeSlew(rightAscension, declination, false);
     } else {
@@ -103,22 +104,31 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 void Telescope::SlewToTarget() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToTarget " + Position(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTarget", true, true);
+    const double rightAscension = state_.g_dTargetRa;
+    const double declination = state_.g_dTargetDec;
+    const std::uint32_t aborts = state_.g_nAborts;
     BeginSlew();
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
     const bool safeSlew = SafeSlewWanted();
     if (!safeSlew) {
-        WaitForSlewEnd();  // any slew in progress is waited out before the new one: wanted
+        WaitForSlewEnd(aborts);  // any slew in progress is waited out before the new one: wanted
+        if (AbortedSince(aborts)) {
+            return;
+        }
+        // Another client may have written a target meanwhile.
+        TargetRightAscension(rightAscension);
+        TargetDeclination(declination);
     }
     if (QuayTakesSlews()) {
-        SlewThroughQuay("SlewToTarget", state_.g_dTargetRa, state_.g_dTargetDec);
-        WaitForSlewEnd();
+        SlewThroughQuay("SlewToTarget", rightAscension, declination);
+        WaitForSlewEnd(aborts);
     } else if (safeSlew) {
-        SafeSlew(state_.g_dTargetRa, state_.g_dTargetDec, false);
+        SafeSlew(rightAscension, declination, false);
     } else {
         SendSlewCommands();
-        WaitForSlewEnd();
+        WaitForSlewEnd(aborts);
     }
 }
 
@@ -150,22 +160,31 @@ void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, 
     needs_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
 }
 
-void Telescope::WaitForSlewEnd() {
+/// A stop was asked for since `aborts` was read. The count tells it also when the supervision has taken the flag
+/// already, or a new slew has cleared it.
+bool Telescope::AbortedSince(std::uint32_t aborts) const {
+    return state_.g_bAbortSlew || state_.g_nAborts != aborts;
+}
+
+void Telescope::WaitForSlewEnd(std::uint32_t aborts) {
     const Tick start = needs_.clock.GetTickCount();
-    while (needs_.clock.GetTickCount() - start < kWaitBeforeSupervisionMs) {
+    while (needs_.clock.GetTickCount() - start < kWaitBeforeSupervisionMs && !AbortedSince(aborts)) {
         needs_.waits.PumpOnce();
         needs_.clock.Sleep(1);
+    }
+    if (AbortedSince(aborts)) {
+        return;
     }
     state_.g_bSlewing = true;
     if (state_.g_bGosActive) {
         state_.g_bMountSlewing = true;
         needs_.queries.QueryGos();
     }
-    WaitWhileSlewing();
+    WaitWhileSlewing(aborts);
 }
 
-void Telescope::WaitWhileSlewing() {
-    while (needs_.poll.CheckSlewing() && !state_.g_bAbortSlew) {
+void Telescope::WaitWhileSlewing(std::uint32_t aborts) {
+    while (!AbortedSince(aborts) && needs_.poll.CheckSlewing() && !AbortedSince(aborts)) {
         PumpSlewRound();
     }
 }
@@ -188,7 +207,11 @@ void Telescope::RefreshPosition() {
 /// meaning by `RaiseSlewRefusal`.
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
     ResumeNext errors{needs_.ledger, "SafeSlew"};
+    const std::uint32_t aborts = state_.g_nAborts;
     RefreshPosition();
+    if (!needs_.queries.LstKnown()) {
+        needs_.queries.QueryLst();  // the side of the meridian is not for guessing
+    }
     needs_.queries.UpdateHourAngle();
     state_.g_dSafeSlewRa = rightAscension;
     state_.g_dSafeSlewDec = declination;
@@ -197,13 +220,18 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + Position(viaRightAscension, state_.g_dDec));
         errors.Step([&] { TargetRightAscension(viaRightAscension); });
         errors.Step([&] { TargetDeclination(state_.g_dDec); });
-        errors.Step([&] { SendSlewCommands(); });
+        const bool accepted = errors.Step([&] { SendSlewCommands(); });
         if (async) {
             return;
         }
-        WaitWhileSlewing();
+        if (!accepted) {
+            // A refused first leg must not become a direct slew past the counterweights.
+            state_.g_bSafeSlewPending = false;
+            return;
+        }
+        WaitWhileSlewing(aborts);
     }
-    if (state_.g_bAbortSlew) {
+    if (AbortedSince(aborts)) {
         state_.g_bSafeSlewPending = false;
         return;
     }
@@ -214,7 +242,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         state_.g_bSafeSlewPending = false;
         return;
     }
-    WaitWhileSlewing();
+    WaitWhileSlewing(aborts);
     RefreshPosition();
     needs_.queries.QueryAlt();
     needs_.queries.QueryAz();
@@ -333,7 +361,8 @@ bool Telescope::Slewing() {
 
 void Telescope::AbortSlew() {
     check_connected("AbortSlew", true, state_.g_bTracking);
-    if (state_.g_bSlewing || state_.g_bParking) {
+    ++state_.g_nAborts;  // also for a call that waits and has sent nothing yet
+    if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
         StopMotion("ASCOM");
     } else if (state_.g_bTracking) {
         TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
@@ -346,6 +375,7 @@ void Telescope::AbortSlewDriver() {
 
 void Telescope::StopMotion(std::string_view origin) {
     needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+    ++state_.g_nAborts;
     state_.g_bSafeSlewPending = false;  // no second leg ever follows an abort
     bool sent = false;
     const auto sendStopPair = [&] {

@@ -249,9 +249,10 @@ private:
     void SafeSlew(double rightAscension, double declination, bool async);
     bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
     void RefreshPosition();
-    void WaitWhileSlewing();
+    void WaitWhileSlewing(std::uint32_t aborts);
     bool SafeSlewWanted();
-    void WaitForSlewEnd();
+    bool AbortedSince(std::uint32_t aborts) const;
+    void WaitForSlewEnd(std::uint32_t aborts);
     void PumpSlewRound();
     void SendSlewCommands();
     void StartFromSiderealTracking();

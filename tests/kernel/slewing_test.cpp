@@ -1,6 +1,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "kernel/base/conversions.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -95,6 +96,25 @@ TEST_P(SlewRoadTest, ReadsOfOtherClients_GetInDuringASynchronousSlew) {
     EXPECT_EQ(answered, 20);
 }
 
+TEST_P(SlewRoadTest, AbortAtAnyMoment_IsTheLastWord) {
+    for (const int offset : {500, 1'990, 2'010, 2'030, 3'990, 4'010, 4'030}) {
+        ChooseTarget();
+        const TelescopeObject other = driver->CreateTelescope();
+        int slews = 0;
+        machine.pump.PostAt(machine.clock.Elapsed() + offset, CallKind::Brief, [&] {
+            other->AbortSlew();
+            slews = TimesSent("MS");
+        });
+        telescope->SlewToCoordinates(targetRa, targetDec);
+        machine.AdvanceTime(15'000);
+        EXPECT_EQ(TimesSent("MS"), slews) << "abort after " << offset << " ms";
+        EXPECT_FALSE(telescope->Slewing());
+        EXPECT_FALSE(driver->state.g_bAbortSlew);
+        EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+        telescope->SlewToCoordinates(targetRa, 70.0);  // away again, for the next round
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Families, SlewRoadTest, testing::Values("VKC4-P02-08", "VKC5-P03-01", "E3", "D", "S"));
 
 class SlewTest : public DriverFixture {};
@@ -165,6 +185,40 @@ TEST_F(SlewTest, AbortWhileIdleAndTracking_SetsTheSiderealRate_AndSendsNoStopPai
     telescope->AbortSlew();
     EXPECT_EQ(TimesSent("Q"), stops + 1);
     EXPECT_EQ(TimesSent("RT2"), rates + 1);
+}
+
+TEST_F(SlewTest, AbortWhileAnEarlierSlewIsWaitedOut_SendsNothingMore) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    driver->persist.WriteIniValue("DisableSafeSlew", "1");
+    int slews = 0;
+    machine.pump.PostAt(machine.clock.Elapsed() + 500, CallKind::Brief, [&] {
+        telescope->AbortSlew();
+        slews = TimesSent("MS");
+    });
+    telescope->SlewToCoordinates(telescope->SiderealTime(), 20.0);
+    EXPECT_EQ(TimesSent("MS"), slews);
+    EXPECT_EQ(slews, 0);
+}
+
+TEST_F(SlewTest, TwoLegSlew_GoesThroughItsIntermediatePoint_AndAnAbortBetweenStopsIt) {
+    BuildMount("E3");
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->Tracking(true);
+    // West side with a positive hour angle: the counterweights are up.
+    const auto prepare = [&] {
+        machine.AdvanceTime(3'000);
+        driver->state.g_bForkMount = driver->state.g_bRawRaDecSlews = driver->state.g_bFirmwareSafeSlew = false;
+    };
+    prepare();
+    const double ra = NormalizeHours(telescope->SiderealTime() + 2.0);
+    telescope->SlewToCoordinatesAsync(ra, 30.0);
+    const bool twoLegs = Logged("Slew 1 of 2: ");
+    EXPECT_EQ(driver->state.g_bSafeSlewPending, twoLegs);
+    telescope->AbortSlew();
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    machine.AdvanceTime(30'000);
+    EXPECT_FALSE(Logged("Slew 2 of 2: "));
+    EXPECT_FALSE(telescope->Slewing());
 }
 
 // --- a mount that misbehaves
