@@ -46,7 +46,7 @@ public:
         line_ = ReadLine();
     }
     ~Activator() {
-        Wait(SIGKILL);
+        Wait(SIGTERM);  // with its driver
         std::fclose(output_);
     }
     Activator(const Activator&) = delete;
