@@ -16,8 +16,11 @@ struct Sexagesimal {
     double seconds = 0.0;
 };
 
+/// A piece in plain digits. An exponent, which a machine's own test takes for numeric, never comes from a mount, and
+/// the conversions would not all read it alike.
 std::optional<double> Number(std::string_view piece, Log& log) {
-    return IsNumericText(piece) ? std::optional<double>(Val_US(piece, log)) : std::nullopt;
+    const bool plain = Trim(piece).find_first_not_of("0123456789.,") == std::string::npos;
+    return plain && IsNumericText(piece) ? std::optional<double>(Val_US(piece, log)) : std::nullopt;
 }
 
 /// Takes the sign off and cuts the rest at its first "*" and its first ":"; each piece must be numeric.

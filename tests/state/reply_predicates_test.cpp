@@ -35,7 +35,8 @@ TEST_P(ReplyPredicateTest, Shape_TellsWhichQueryAReplyBelongsTo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Replies, ReplyPredicateTest,
-                         testing::Values(Row{"12:34:56.7", true, false, false},   //
+                         testing::Values(Row{"3e3*6:6", false, false, false},     // an exponent is no digit
+                                         Row{"12:34:56.7", true, false, false},   //
                                          Row{"23:59:59.9", true, false, false},   //
                                          Row{"24:00:00.0", false, false, false},  //
                                          Row{"12:34.5", false, false, false},     // short form
