@@ -25,7 +25,7 @@ self_test() {
         good definitions/alpaca.yaml "$text"
     done
     good src/kernel/a.cpp '// part of the path; parts; a partial 3; inspect; specific; the spectrum of Party 3'
-    good src/kernel/a.cpp '// build/work/dir, src/work/file.h, work/, the issue of 3 texts'
+    good src/kernel/a.cpp '// build/works, work/, the issue of 3 texts'
 }
 
 lint "$@"
