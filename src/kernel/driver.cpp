@@ -9,7 +9,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kPollIntervalMs = 150;
 constexpr std::size_t kComLetters = 3;
 
 }  // namespace
@@ -30,8 +29,48 @@ Driver::Driver(Platform platform)
       waits(platform_.clock, platform_.pump),
       handBox(platform_.pump),
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
+      panel(HandBoxPanelNeeds{
+          .state = state,
+          .persist = persist,
+          .log = log,
+          .clock = platform_.clock,
+          .ledger = ledger,
+          .mount = mount,
+          .queries = queries,
+          .handBox = handBox,
+          .statusWindow = statusWindow,
+          .initialSetup = initialSetup,
+          .initMount = initMount,
+          .telescope = [this] { return internalInstance_.get(); },
+          .getMountLongLat = [this](double& longitude,
+                                    double& latitude) { return GetMountLongLat(longitude, latitude); },
+      }),
+      rates(MountRatesNeeds{
+          .state = state,
+          .persist = persist,
+          .log = log,
+          .mount = mount,
+          .handBox = handBox,
+          .initialSetup = initialSetup,
+          .initMount = initMount,
+      }),
+      controller(ControllerFeaturesNeeds{
+          .state = state,
+          .mount = mount,
+          .rates = rates,
+          .handBox = handBox,
+          .panel = panel,
+      }),
+      journal(EventJournalNeeds{
+          .state = state,
+          .log = log,
+          .clock = platform_.clock,
+          .statusWindow = statusWindow,
+          .panel = panel,
+      }),
       queries(MountQueriesNeeds{
           .state = state,
+          .persist = persist,
           .log = log,
           .counters = counters,
           .clock = platform_.clock,
@@ -39,6 +78,8 @@ Driver::Driver(Platform platform)
           .ledger = ledger,
           .handBox = handBox,
           .statusWindow = statusWindow,
+          .panel = panel,
+          .journal = journal,
           .receiveOne = [this] { return link ? link->ReceiveCounted(1) : std::string{}; },
           .telescope = [this]() -> TelescopeActions* { return internalInstance_.get(); },
       }),
@@ -48,11 +89,12 @@ Driver::Driver(Platform platform)
           .log = log,
           .clock = platform_.clock,
           .ledger = ledger,
+          .sounds = platform_.sounds,
           .handBox = handBox,
+          .panel = panel,
           .queries = queries,
           .telescope = [this]() -> TelescopeActions* { return internalInstance_.get(); },
           .periodicQuayCheck = [this] { connections.PeriodicQuayCheck(); },
-          .slewFlashDisplay = [this] { SlewFlashDisplay(); },
       }),
       companion(platform_.registry, platform_.processes, waits),
       connections(ConnectionManagerNeeds{
@@ -71,9 +113,9 @@ Driver::Driver(Platform platform)
           .companion = companion,
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
-          .updateErrorCounts = [this] { UpdateErrorCounts(); },
-          .updateMountRates = [this](const std::string& key) { state.g_sMountRateType = key; },
-          .getLongLatFromMount = [this] { GetLongLatFromMount(); },
+          .updateErrorCounts = [this] { panel.UpdateErrorCounts(); },
+          .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key, false); },
+          .getLongLatFromMount = [this] { panel.GetLongLatFromMount(true); },
           .checkForUpdate = [] {},
           .unloadWindows =
               [this] {
@@ -96,11 +138,9 @@ Driver::Driver(Platform platform)
           .showMountInfo = [this] { connections.ShowMountInfo(""); },
       }) {
     log.SetFacts(FactsOfLog());
-    counters.SetView(this);
+    counters.SetView(&panel);
     alarmFilter.SetActions(this);
-    handBox.OnLoad([this] { OnHandBoxLoad(); });
     handBox.tmrQueryRaDecAltAz.OnTick([this] { poll.OnTimer(); });
-    handBox.tmrSlewFlashUI.OnTick([this] { SlewFlashDisplay(); });
     startup.Run();
 }
 
@@ -121,7 +161,11 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .ledger = ledger,
         .handBox = handBox,
         .statusWindow = statusWindow,
+        .panel = panel,
         .mount = mount,
+        .rates = rates,
+        .controller = controller,
+        .journal = journal,
         .queries = queries,
         .poll = poll,
         .connections = connections,
@@ -160,51 +204,11 @@ FocuserObject Driver::CreateFocuser() {
     return object;
 }
 
-void Driver::OnHandBoxLoad() {
-    queries.ResetQueryTimes();
-    handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
-    handBox.chkUseRCAL.Checked(persist.ReadFlag(setting::chkUseRCAL));
-    handBox.chkCalcAzAlt.Checked(persist.ReadFlag(setting::chkCalcAzAlt));
-    handBox.chkCalcLST.Checked(persist.ReadFlag(setting::chkCalcLST));
-}
-
-/// Reads the site of the mount into the boxes of the actual site.
-void Driver::GetLongLatFromMount() {
+bool Driver::GetMountLongLat(double& longitude, double& latitude) {
     const std::string port = persist.Read(setting::Port);
-    double longitude = 0.0;
-    double latitude = 0.0;
     std::int16_t number = 0;
     TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
-    if (connections.GetMountLongLat(number, 0, longitude, latitude)) {
-        handBox.txtActualLatitude.Text(DegreesToDMS(latitude, "*", ":", "", 0));
-        handBox.txtActualLongitude.Text(DegreesToDMS(longitude, "*", ":", "", 0));
-    }
-}
-
-/// Shows that a slew runs: the position in one phase, the words of the abort in the other.
-void Driver::SlewFlashDisplay() {
-    const bool flash = state.g_bSlewing && !state.g_bFlashShowing;
-    state.g_bFlashShowing = flash;
-    handBox.lblRA.Text(!flash ? queries.LastRaText() : state.g_bParking ? "PARKING" : "SLEWING");
-    handBox.lblDEC.Text(!flash ? queries.LastDecText() : "CLICK");
-    handBox.lblAlt.Text(!flash ? queries.LastAltText() : "THIS TO");
-    handBox.lblAz.Text(!flash ? queries.LastAzText() : "ABORT");
-    if (!state.g_bSlewing) {
-        handBox.tmrSlewFlashUI.Enabled(false);
-    }
-}
-
-void Driver::UpdateErrorCounts() {
-    if (state.g_bQuayLink) {
-        // The companion owns the line.
-        state.g_nRetransmits = state.g_nReceiveCountedErrors = state.g_nReceiveTerminatedErrors = 0;
-    }
-    handBox.lblRetransmits.Text(std::to_string(state.g_nRetransmits));
-    handBox.lblReceiveStringErrors.Text(
-        std::to_string(state.g_nReceiveTerminatedErrors + state.g_nReceiveCountedErrors));
-    statusWindow.lblCommErrors.Text(std::to_string(state.g_nRetransmits + state.g_nReceiveCountedErrors +
-                                                   state.g_nReceiveTerminatedErrors + state.g_nMotorStalls +
-                                                   state.g_nServoFaults + state.g_nLowPower));
+    return connections.GetMountLongLat(number, 0, longitude, latitude);
 }
 
 void Driver::ShowLowPower() {

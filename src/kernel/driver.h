@@ -5,6 +5,7 @@
 #include "catalogue/ks_mount.h"
 #include "focuser/focuser.h"
 #include "forms/frm_hand_box.h"
+#include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
 #include "forms/frm_setup_focuser.h"
@@ -18,10 +19,14 @@
 #include "kernel/startup.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
+#include "state/controller_features.h"
 #include "state/driver_state.h"
+#include "state/event_journal.h"
 #include "state/mount_queries.h"
+#include "state/mount_rates.h"
 #include "state/poll_loop.h"
 #include "telescope/telescope.h"
+#include "ui/hand_box_panel.h"
 
 namespace kestrane {
 
@@ -30,7 +35,7 @@ using FocuserObject = std::unique_ptr<Focuser, EndsDeviceObject>;
 
 /// The whole driver of one process, put together top to bottom in the order of its members. Two of them can live in
 /// one test program. Logic thread only.
-class Driver final : public CounterView, public AlarmActions {
+class Driver final : public AlarmActions {
 public:
     /// Opens the settings and runs the start-up; the platform must outlive the driver.
     explicit Driver(Platform platform);
@@ -45,8 +50,7 @@ public:
     /// The driver's own telescope object, counted among the objects; made on first need.
     Telescope& InternalInstance();
 
-    // CounterView, AlarmActions
-    void UpdateErrorCounts() override;
+    // AlarmActions
     void ShowLowPower() override;
 
 private:
@@ -63,10 +67,15 @@ public:
     frmStatus statusWindow;
     frmLogWindow logWindow;
     frmInitialSetup initialSetup;
+    frmInitMount initMount;
     frmSetupFocuser setupFocuser;
     Persist persist;
     KsMount mount;
     std::unique_ptr<MountLink> link;
+    HandBoxPanel panel;
+    MountRates rates;
+    ControllerFeatures controller;
+    EventJournal journal;
     MountQueries queries;
     PollLoop poll;
     Companion companion;
@@ -75,9 +84,7 @@ public:
 
 private:
     TelescopeNeeds NeedsOfTelescope();
-    void GetLongLatFromMount();
-    void SlewFlashDisplay();
-    void OnHandBoxLoad();
+    bool GetMountLongLat(double& longitude, double& latitude);
     LogFileFacts FactsOfLog();
 
     std::unique_ptr<Telescope> internalInstance_;

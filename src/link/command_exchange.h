@@ -60,7 +60,7 @@ public:
     bool CommandBoolInternal(std::string_view command, bool raw) override;
 
     /// The reply without its terminator; empty when none came. "RAW," texts go to the driver command channel.
-    std::string CommandString(std::string_view command, bool raw);
+    std::string CommandString(std::string_view command, bool raw) override;
     std::string CommandStringInternal(std::string_view command, bool raw) override;
 
 private:

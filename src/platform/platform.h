@@ -21,6 +21,7 @@ struct Platform {
     UtilityService& utility;
     Astronomy& astronomy;
     Folders& folders;
+    Sounds& sounds;
 };
 
 }  // namespace kestrane

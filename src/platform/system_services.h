@@ -102,6 +102,14 @@ public:
     virtual bool Available() = 0;
 };
 
+/// The machine's signal tone.
+class Sounds {
+public:
+    virtual ~Sounds() = default;
+    /// Returns at once; silent where the machine has no tone.
+    virtual void Beep() = 0;
+};
+
 class Astronomy {
 public:
     virtual ~Astronomy() = default;

@@ -58,6 +58,16 @@ struct DriverState : LogState, CounterState {
     bool g_bFirmwareU = false;
     bool g_bNewBSequence = false;
     bool g_bFirmwareSafeSlew = false;  ///< that firmware needs no two-leg slew
+    bool g_bExtendedPulses = false;    ///< the firmware takes long pulses
+    bool g_bAutoCalibrated = false;    ///< the directions were calibrated since the link was opened, or need not be
+
+    // --- features of the controller -----------------------------------------------------------------------------
+    bool g_bPemAvailable = true;
+    bool g_bFocuserAvailable = true;
+    bool g_bBacklashAvailable = true;
+    bool g_bKingRateAvailable = false;  ///< the firmware has the King correction
+    bool g_bKingRateEnabled = false;    ///< the user wants it: `chkEnableKingRate`
+    std::int16_t g_nPemState = 0;       ///< 0 not known, 1 enabled, 2 disabled, 3 recording
 
     // --- the mount picture --------------------------------------------------------------------------------------
     double g_dRa = 0.0;              ///< hours, 0 up to below 24
@@ -65,6 +75,9 @@ struct DriverState : LogState, CounterState {
     double g_dAlt = 0.0;             ///< degrees
     double g_dAz = 0.0;              ///< degrees, 0 up to below 360
     double g_dLst = 0.0;             ///< last sidereal time read from the mount, hours
+    double g_dMountTime = 0.0;       ///< last local time read from the mount, hours
+    double g_dTimeZone = 0.0;        ///< last UTC offset read from the mount, hours, as it says it
+    double g_dMeridianDelay = 0.0;   ///< hours, -6 to 6
     double g_dHourAngle = 0.0;       ///< hours, -12 to 12
     std::int16_t g_nSideOfPier = 0;  ///< 0 East, 1 West
     bool g_bParked = false;

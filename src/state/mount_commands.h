@@ -15,6 +15,8 @@ public:
     virtual void CommandClearInternal() = 0;
     virtual bool CommandBoolInternal(std::string_view command, bool raw) = 0;
     virtual std::string CommandStringInternal(std::string_view command, bool raw) = 0;
+    /// The client's form of the same: it may raise, and it may pump.
+    virtual std::string CommandString(std::string_view command, bool raw) = 0;
 };
 
 }  // namespace kestrane

@@ -7,17 +7,21 @@
 
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
+#include "forms/hand_box_actions.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/system_services.h"
+#include "settings/persist.h"
 #include "state/driver_state.h"
+#include "state/event_journal.h"
 #include "state/telescope_actions.h"
 
 namespace kestrane {
 
 struct MountQueriesNeeds {
     DriverState& state;
+    Persist& persist;
     Log& log;
     Counters& counters;
     Clock& clock;
@@ -25,6 +29,8 @@ struct MountQueriesNeeds {
     SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
+    HandBoxActions& panel;
+    EventJournal& journal;
     /// Reads one byte off the line, or an empty text at the read limit.
     std::function<std::string()> receiveOne;
     /// The driver's own telescope object; null while there is none.

@@ -65,7 +65,7 @@ void PollLoop::UpdateMountInfo() {
     errors.Step([&] {
         const bool flashing = needs_.handBox.tmrSlewFlashUI.Enabled();
         if (CheckSlewing() && !flashing) {
-            needs_.slewFlashDisplay();
+            needs_.panel.SlewFlashDisplay();
             needs_.handBox.tmrSlewFlashUI.Enabled(true);
         }
     });

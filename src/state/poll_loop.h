@@ -4,9 +4,11 @@
 #include <string_view>
 
 #include "forms/frm_hand_box.h"
+#include "forms/hand_box_actions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
+#include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
@@ -20,11 +22,12 @@ struct PollLoopNeeds {
     Log& log;
     Clock& clock;
     SwallowLedger& ledger;
+    Sounds& sounds;
     frmHandBox& handBox;
+    HandBoxActions& panel;
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
     std::function<void()> periodicQuayCheck;
-    std::function<void()> slewFlashDisplay;
 };
 
 /// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query

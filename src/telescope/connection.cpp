@@ -83,7 +83,7 @@ void Telescope::InitializeFirstObject() {
         state_.g_bRawRaDecSlews = safeSlew == "0";
         needs_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
     });
-    errors.Step([&] { state_.g_sMountRateType = needs_.persist.Read(setting::MountRateType); });
+    errors.Step([&] { needs_.rates.UpdateMountRates(needs_.persist.Read(setting::MountRateType), false); });
 }
 
 void Telescope::Class_Terminate() {
@@ -127,7 +127,7 @@ void Telescope::ConnectClient() {
 void Telescope::OpenForFirstClient() {
     try {
         ShowMountAddress();
-        needs_.handBox.Show();
+        needs_.panel.UserShow();
         needs_.connections.OpenConnection(ClientKind::Telescope);
         InitUI();
     } catch (const DriverError&) {
@@ -244,19 +244,14 @@ void Telescope::InitUiPanel() {
     queries.QuerySideOfMount();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
     if (state_.g_dRa == 0.0 && state_.g_dDec == 90.0) {
-        SetParkStatus("Parked", "InitUiPanel");
+        needs_.panel.SetParkStatus("Parked", "InitUiPanel");
         state_.g_bParked = true;
         state_.g_tickParkedSince = needs_.clock.GetTickCount();
     } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
-        SetParkStatus(needs_.persist.Read(setting::ParkStatus), "InitUiPanel2");
+        needs_.panel.SetParkStatus(needs_.persist.Read(setting::ParkStatus), "InitUiPanel2");
         state_.g_bParked = needs_.handBox.lblParkStatus.Text() == "Parked";
     }
     state_.g_bFreshConnect = false;
-}
-
-void Telescope::SetParkStatus(std::string_view text, std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "Park status: " + std::string(text));
-    needs_.handBox.lblParkStatus.Text(text);
 }
 
 bool Telescope::AtPark() {

@@ -37,7 +37,7 @@ void Telescope::ParseGOS(std::string_view status) {
         for (const TrackingRow& row : kTrackingRows) {
             if (row.character == tracking) {
                 state_.g_bTracking = row.tracking;
-                ShowRate(row.displayedRate);
+                needs_.panel.ShowTrackingRate(row.displayedRate, false);
             }
         }
     }
@@ -49,8 +49,8 @@ void Telescope::ParseGOS(std::string_view status) {
 
 void Telescope::ParseParkState(char park) {
     if (park == 'P') {
-        SetParkStatus("Parked", "ParseGOS");
-        needs_.handBox.lblParkStatus.ToolTip("");
+        needs_.panel.SetParkStatus("Parked", "ParseGOS");
+        needs_.panel.SetParkToolTip("");
         state_.g_bParked = true;
         if (state_.g_tickParkedSince == Tick{}) {
             state_.g_tickParkedSince = needs_.clock.GetTickCount();
@@ -61,8 +61,8 @@ void Telescope::ParseParkState(char park) {
         return;
     }
     if (park == '0' || park == '1') {
-        SetParkStatus(park == '0' ? "Unparked" : "Unparked*", park == '0' ? "ParseGOS0" : "ParseGOS*");
-        needs_.handBox.lblParkStatus.ToolTip(park == '0' ? "" : "Auto-Park enabled");
+        needs_.panel.SetParkStatus(park == '0' ? "Unparked" : "Unparked*", park == '0' ? "ParseGOS0" : "ParseGOS*");
+        needs_.panel.SetParkToolTip(park == '0' ? "" : "Auto-Park enabled");
         state_.g_bParked = false;
     }
     state_.g_tickParkedSince = Tick{};

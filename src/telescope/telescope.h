@@ -10,6 +10,7 @@
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
+#include "forms/hand_box_actions.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -19,8 +20,11 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/client_connections.h"
+#include "state/controller_features.h"
 #include "state/driver_state.h"
+#include "state/event_journal.h"
 #include "state/mount_queries.h"
+#include "state/mount_rates.h"
 #include "state/poll_loop.h"
 #include "state/telescope_actions.h"
 
@@ -40,7 +44,11 @@ struct TelescopeNeeds {
     SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
+    HandBoxActions& panel;
     KsMount& mount;
+    MountRates& rates;
+    ControllerFeatures& controller;
+    EventJournal& journal;
     MountQueries& queries;
     PollLoop& poll;
     ClientConnections& connections;
@@ -218,7 +226,6 @@ public:
     void HandleParkComplete() override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
-    void SetParkStatus(std::string_view text, std::string_view origin);
 
 private:
     // connection.cpp
@@ -264,7 +271,6 @@ private:
 
     // tracking.cpp
     void ClearCustomDecRate();
-    void ShowRate(std::int16_t rate);
 
     void LogGetText(std::string_view name, std::string_view value);
     void LogSet(std::string_view name, std::string_view value);

@@ -38,7 +38,7 @@ void Telescope::Tracking(bool track) {
     CommandBlindInternal(wire::StopRaw.text, true);
     ClearCustomDecRate();
     CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "9#", true);
-    ShowRate(0);
+    needs_.panel.ShowTrackingRate(0, false);
 }
 
 std::int32_t Telescope::TrackingRate() {
@@ -55,21 +55,13 @@ void Telescope::TrackingRate(std::int32_t rate) {
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
     CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(row.argument), true);
-    ShowRate(row.displayed);
+    needs_.panel.ShowTrackingRate(row.displayed, false);
     state_.g_bTracking = true;
 }
 
 void Telescope::ClearCustomDecRate() {
     if (state_.g_bHasCustomRates && !state_.g_bGosActive) {
         CommandBoolInternal(std::string(wire::CustomDecRate.text) + "0.0000", false);
-    }
-}
-
-void Telescope::ShowRate(std::int16_t rate) {
-    if (state_.g_nDisplayedRate != rate) {
-        state_.g_nDisplayedRate = rate;
-        state_.g_tickDisplayedRate = needs_.clock.GetTickCount();
-        state_.g_bRestoreRatePending = true;
     }
 }
 

@@ -53,6 +53,12 @@ public:
     std::optional<int> TokenElevationType() override { return elevationType; }
 };
 
+class CountingSounds final : public Sounds {
+public:
+    int beeps = 0;
+    void Beep() override { ++beeps; }
+};
+
 class RecordingProcesses final : public Processes {
 public:
     std::vector<std::string> list{"init", "kestrane-driver"};

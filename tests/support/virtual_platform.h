@@ -35,10 +35,11 @@ struct VirtualPlatform {
     SettableUtilityService utility;
     VirtualAstronomy astronomy{clock};
     TemporaryFolders folders;
+    CountingSounds sounds;
 
     Platform Services() {
         return {clock,        pump,    serialPorts, messageBoxes, systemInfo, processes, registry, applicationSettings,
-                profileStore, utility, astronomy,   folders};
+                profileStore, utility, astronomy,   folders,      sounds};
     }
 
     void AdvanceTime(std::int64_t milliseconds) { pump.AdvanceTime(milliseconds); }

@@ -24,7 +24,8 @@ Platform PosixPlatform::Services() {
             .profileStore = profileStore,
             .utility = utility,
             .astronomy = astronomy,
-            .folders = folders};
+            .folders = folders,
+            .sounds = sounds};
 }
 
 }  // namespace kestrane

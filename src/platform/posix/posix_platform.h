@@ -11,6 +11,7 @@
 #include "platform/posix/posix_processes.h"
 #include "platform/posix/posix_registry.h"
 #include "platform/posix/posix_serial_ports.h"
+#include "platform/posix/posix_sounds.h"
 #include "platform/posix/posix_system_info.h"
 #include "platform/posix/posix_utility.h"
 
@@ -35,6 +36,7 @@ struct PosixPlatform {
     FileProfileStore profileStore;
     PosixUtility utility;
     ErfaAstronomy astronomy;
+    PosixSounds sounds;
 };
 
 }  // namespace kestrane

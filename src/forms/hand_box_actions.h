@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace kestrane {
+
+/// What the core of the driver asks of the hand box beyond the values of its controls. The hand box's presenter
+/// implements it. Nothing here raises. Logic thread only.
+class HandBoxActions {
+public:
+    virtual ~HandBoxActions() = default;
+
+    /// Restores and shows the window.
+    virtual void UserShow() = 0;
+    /// Fills all controls from the settings and the mount, writing nothing back.
+    virtual void UpdateControls() = 0;
+    /// Takes the bounds of the custom rates from `g_dMaxMoveRate`.
+    virtual void UpdateRateLimits() = 0;
+    /// Shows and hides the controls that depend on the controller: PEM, focuser, backlash, King rate, IP link.
+    virtual void ShowMountFeatures() = 0;
+
+    /// `origin` tells a reader of the log who said so.
+    virtual void SetParkStatus(std::string_view text, std::string_view origin) = 0;
+    virtual void SetParkToolTip(std::string_view text) = 0;
+    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text tells it.
+    virtual void ShowTrackingRate(std::int16_t rate, bool corrected) = 0;
+    /// Hours, -6 to 6; outside it is refused in the log.
+    virtual void SetMeridianDelayUI(double hours) = 0;
+    /// Reads the site of the mount into the boxes of the actual site and compares it with the current site. Talks to
+    /// the mount.
+    virtual void GetLongLatFromMount(bool silent) = 0;
+    virtual void UpdateErrorCounts() = 0;
+    /// One phase of the flash that tells of a slew.
+    virtual void SlewFlashDisplay() = 0;
+
+    /// Switches the King correction of the mount as the user wants it. Talks to the mount.
+    virtual void SetKingRateState() = 0;
+    /// Presses the rate button of that number. Talks to the mount.
+    virtual void RestoreTrackingRate(std::int16_t rate) = 0;
+};
+
+}  // namespace kestrane

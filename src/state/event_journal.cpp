@@ -1,0 +1,7 @@
+#include "state/event_journal.h"
+
+namespace kestrane {
+
+void EventJournal::ResetEvents() {}
+
+}  // namespace kestrane
