@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrane {
 
@@ -27,9 +28,29 @@ public:
     virtual std::string Read(std::size_t maxCount, std::int32_t timeoutMs) = 0;
 };
 
+/// A serial port that has a number.
+struct SerialPortEntry {
+    std::int32_t number = 0;  ///< 1 up
+    std::string name;         ///< "COM" and the number
+    std::string device;       ///< what the number stands for, in the system's words
+    bool present = false;     ///< whether the device is there now
+
+    friend bool operator==(const SerialPortEntry&, const SerialPortEntry&) = default;
+};
+
+struct SerialPortList {
+    std::vector<SerialPortEntry> ports;  ///< by number, each number once
+    /// What could not be read or numbered, one sentence each for a person to read. Empty when all went well.
+    std::vector<std::string> troubles;
+};
+
 class SerialPorts {
 public:
     virtual ~SerialPorts() = default;
+
+    /// The ports that have a number. A device that has none yet is given the lowest free one first and keeps it for
+    /// ever, also while it is unplugged. Never raises; logic thread only.
+    virtual SerialPortList ListPorts() = 0;
 
     /// A closed port object, owned by the caller.
     virtual std::unique_ptr<SerialPort> CreatePort() = 0;

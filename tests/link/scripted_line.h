@@ -154,6 +154,7 @@ private:
 class ScriptedPorts final : public SerialPorts {
 public:
     explicit ScriptedPorts(ScriptedLine& line) : line_(line) {}
+    SerialPortList ListPorts() override { return {}; }
     std::unique_ptr<SerialPort> CreatePort() override { return std::make_unique<ScriptedPort>(line_); }
 
 private:

@@ -97,9 +97,28 @@ std::unique_ptr<SerialPort> VirtualSerialPorts::CreatePort() {
     return std::make_unique<Port>(*this);
 }
 
+SerialPortList VirtualSerialPorts::ListPorts() {
+    ++listings_;
+    std::int32_t number = 1;
+    for (std::string& device : waiting_) {
+        while (known_.contains(number)) {
+            ++number;
+        }
+        known_[number] = {std::move(device), true};
+    }
+    waiting_.clear();
+    SerialPortList list;
+    for (const auto& [known, port] : known_) {
+        list.ports.push_back({known, "COM" + std::to_string(known), port.device, port.present});
+    }
+    list.troubles = troubles_;
+    return list;
+}
+
 void VirtualSerialPorts::Connect(std::int32_t port, LineEnd& end) {
     Disconnect(port);
     ends_[port] = &end;
+    known_.try_emplace(port, KnownPort{"virtual line " + std::to_string(port)}).first->second.present = true;
 }
 
 void VirtualSerialPorts::Connect(std::int32_t port, std::unique_ptr<LineEnd> end) {
@@ -120,6 +139,9 @@ void VirtualSerialPorts::Disconnect(std::int32_t port) {
     }
     ends_.erase(port);
     keptEnds_.erase(port);
+    if (const auto known = known_.find(port); known != known_.end()) {
+        known->second.present = false;
+    }
 }
 
 bool VirtualSerialPorts::IsOpen(std::int32_t port) const {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/serial_port.h"
@@ -47,6 +48,15 @@ public:
 
     std::unique_ptr<SerialPort> CreatePort() override;
 
+    /// Each device that `PlugIn` announced has its number from the first listing on; a port that something was
+    /// connected to by its number is listed too. What was there once is told as absent later.
+    SerialPortList ListPorts() override;
+    /// A device that has no number yet.
+    void PlugIn(std::string_view device) { waiting_.emplace_back(device); }
+    int Listings() const { return listings_; }
+    /// What the listings from now on report as going wrong.
+    void SetTroubles(std::vector<std::string> troubles) { troubles_ = std::move(troubles); }
+
     /// Puts something on a port in the place of what was there. `end` must be disconnected before it ends.
     void Connect(std::int32_t port, LineEnd& end);
     /// Keeps the far end with the ports.
@@ -64,6 +74,11 @@ public:
 private:
     class Port;
 
+    struct KnownPort {
+        std::string device;
+        bool present = true;
+    };
+
     LineEnd* EndAt(std::int32_t port) const;
     int TryOpen(Port& opener, std::int32_t port);
 
@@ -73,6 +88,10 @@ private:
     std::map<std::int32_t, int> openErrors_;
     std::map<std::int32_t, Port*> open_;
     std::vector<Opening> openings_;
+    std::map<std::int32_t, KnownPort> known_;
+    std::vector<std::string> waiting_;
+    std::vector<std::string> troubles_;
+    int listings_ = 0;
 };
 
 }  // namespace kestrane

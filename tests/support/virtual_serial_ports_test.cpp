@@ -140,6 +140,23 @@ TEST_F(VirtualSerialPortsTest, Splice_ChangesTheFarEndUnderAnOpenPort) {
     EXPECT_EQ(ports.Openings().size(), 1U);
 }
 
+TEST_F(VirtualSerialPortsTest, ListPorts_NumbersWhatWasPluggedIn_AndRemembersIt) {
+    ports.Connect(2, echo);
+    ports.PlugIn("one adapter");
+    ports.PlugIn("another");
+    const std::vector<SerialPortEntry> expected{
+        {1, "COM1", "one adapter", true}, {2, "COM2", "virtual line 2", true}, {3, "COM3", "another", true}};
+    EXPECT_EQ(ports.ListPorts().ports, expected);
+    ports.Disconnect(2);
+    ports.SetTroubles({"a trouble"});
+    const SerialPortList later = ports.ListPorts();
+    ASSERT_EQ(later.ports.size(), 3U);
+    EXPECT_FALSE(later.ports[1].present);
+    EXPECT_EQ(later.ports[2], expected[2]);
+    EXPECT_EQ(later.troubles, std::vector<std::string>{"a trouble"});
+    EXPECT_EQ(ports.Listings(), 2);
+}
+
 TEST(VirtualPlatformTest, AMountOnAPort_AnswersThroughIt) {
     VirtualPlatform machine;
     MountSimulator mount{machine.clock, {}};

@@ -1,20 +1,27 @@
 #pragma once
 
+#include <filesystem>
+
+#include "platform/posix/port_links.h"
 #include "platform/serial_port.h"
 #include "platform/system_services.h"
 
 namespace kestrane {
 
 /// Serial ports by number: port n is the device that the symbolic link "Kestrane/Ports/COMn" in the common data folder
-/// names.
+/// names. `PortLinks` makes the links of the devices that have none.
 class PosixSerialPorts final : public SerialPorts {
 public:
-    explicit PosixSerialPorts(Folders& folders);
+    explicit PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder = PortLinks::kSystemDevices);
 
+    SerialPortList ListPorts() override;
     std::unique_ptr<SerialPort> CreatePort() override;
 
 private:
+    std::filesystem::path LinkFolder();
+
     Folders& folders_;
+    const std::filesystem::path deviceFolder_;
 };
 
 }  // namespace kestrane
