@@ -1,9 +1,10 @@
 #include "settings/site_text.h"
 
-#include <array>
+#include <cmath>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
+#include "kernel/base/text.h"
 
 namespace kestrane {
 
@@ -14,8 +15,8 @@ std::string PadWithZeros(std::string_view text, std::size_t width) {
     return std::string(width > text.size() ? width - text.size() : 0, '0').append(text);
 }
 
-std::string NormalizeSiteText(std::string_view text, Log& log) {
-    std::array<std::string_view, 4> fields;
+SiteFields SplitSiteText(std::string_view text) {
+    SiteFields fields;
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const std::size_t blank = text.find(' ');
         if (blank == std::string_view::npos && i + 1 < fields.size()) {
@@ -24,10 +25,26 @@ std::string NormalizeSiteText(std::string_view text, Log& log) {
         fields[i] = text.substr(0, blank);
         text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
     }
-    std::string result(fields[0]);
-    result.append(" ").append(PadWithZeros(fields[1], 2));
-    result.append(" ").append(PadWithZeros(fields[2], 2));
-    return result.append(" ").append(PadWithZeros(FormatUs(Val_Global(fields[3], log), "0.0"), 4));
+    return fields;
+}
+
+std::string MakeSiteText(const SiteFields& fields, std::size_t degreeWidth, Log& log) {
+    const auto& [hemisphere, degrees, minutes, seconds] = fields;
+    std::string text(hemisphere);
+    text.append(" ").append(PadWithZeros(degrees, degreeWidth));
+    text.append(" ").append(PadWithZeros(minutes, 2));
+    return text.append(" ").append(PadWithZeros(FormatUs(Val_Global(seconds, log), "0.0"), 4));
+}
+
+std::string NormalizeSiteText(std::string_view text, Log& log) {
+    return MakeSiteText(SplitSiteText(text), 2, log);
+}
+
+double SiteTextDegrees(std::string_view text, std::string_view negativeHemisphere, Log& log) {
+    const auto [hemisphere, degrees, minutes, seconds] = SplitSiteText(text);
+    const auto number = [&log](std::string_view field) { return std::abs(Val_Global(field, log)); };
+    const double value = number(degrees) + (number(minutes) * 60.0 + number(seconds)) / 3600.0;
+    return ToUpper(hemisphere) == negativeHemisphere ? -value : value;
 }
 
 }  // namespace kestrane

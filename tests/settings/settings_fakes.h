@@ -54,7 +54,7 @@ public:
     TemporaryFolders& operator=(const TemporaryFolders&) = delete;
 
     std::filesystem::path CommonAppData() override { return path_; }
-    std::filesystem::path Documents() override { return path_; }
+    std::filesystem::path Documents() override { return path_ / "documents"; }
 
     std::filesystem::path SettingsFile() const { return path_ / "Kestrane" / "Settings.ksdb"; }
     std::filesystem::path LegacyFile() const { return path_ / "Kestrane" / "ASCOM" / "ks.ini"; }

@@ -42,5 +42,37 @@ TEST(SiteTextTest, NormalizeSiteText_WithoutFourFields_IsARunTimeError) {
     }
 }
 
+TEST(SiteTextTest, MakeSiteText_PadsTheDegreesToTheWidthAsked) {
+    SettingsWorld world;
+    EXPECT_EQ(MakeSiteText({"N", "5", "7", "3,25"}, 2, world.log), "N 05 07 03.3");
+    EXPECT_EQ(MakeSiteText({"W", "005", "007", ""}, 1, world.log), "W 5 07 00.0");
+    EXPECT_EQ(MakeSiteText({"W", "122", "", "59.94"}, 1, world.log), "W 122 00 59.9");
+}
+
+TEST(SiteTextTest, SiteTextDegrees_OfEachText_HasItsSignFromTheLetterAlone) {
+    struct Row {
+        const char* text;
+        const char* negativeHemisphere;
+        double degrees;
+    };
+    const std::vector<Row> rows{
+        {"N 45 30 00.0", "S", 45.5},    {"S 45 30 00.0", "S", -45.5},    {"s 45 30 00.0", "S", -45.5},
+        {"E 122 06 36.0", "W", 122.11}, {"W 122 06 36.0", "W", -122.11}, {"w 0 30 0", "W", -0.5},
+        {"N -45 30 00.0", "S", 45.5},   {"S -45 30 00.0", "S", -45.5},   {"N 0 -30 -36.0", "S", 0.51},
+        {"S 00 00 00.0", "S", 0.0},     {"W 10 0 0", "S", 10.0},         {"N 45 00 03,6 m", "S", 45.001},
+    };
+    SettingsWorld world;
+    for (const Row& row : rows) {
+        EXPECT_NEAR(SiteTextDegrees(row.text, row.negativeHemisphere, world.log), row.degrees, 1e-12) << row.text;
+    }
+}
+
+TEST(SiteTextTest, SiteTextDegrees_WithoutFourFields_IsARunTimeError) {
+    SettingsWorld world;
+    for (const char* text : {"", "N", "N 45", "N 45 7"}) {
+        EXPECT_THROW(SiteTextDegrees(text, "S", world.log), RunTimeError) << text;
+    }
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "settings/persist.h"
+#include "settings/records.h"
+
+namespace kestrane {
+
+struct SitesNeeds {
+    Persist& persist;
+    Log& log;
+    SwallowLedger& ledger;
+};
+
+/// Where a site lies.
+struct SiteNumbers {
+    double longitude = 0.0;  ///< degrees, east positive
+    double latitude = 0.0;   ///< degrees, north positive
+    double elevation = 0.0;  ///< metres
+};
+
+/// The observing sites and which of them is the current one, shared by the telescope and the windows.
+///
+/// Whichever member is used first in a process runs the site start-up, once: sites that older versions packed into
+/// settings move into the settings file, the list is loaded, and the current site is found. A failure there costs the
+/// step that failed and is noted in the ledger; a move that could not read the old settings is tried again by the next
+/// process. No member raises. Logic thread only; pumps nothing.
+class Sites {
+public:
+    explicit Sites(SitesNeeds needs) : needs_(needs) {}
+    Sites(const Sites&) = delete;
+    Sites& operator=(const Sites&) = delete;
+
+    /// The list as last loaded: slot 0 is empty, and so is the slot of a site whose text could not be read.
+    RecordArray<Site>& g_Sites();
+    /// Loads the list anew. False without sites or with one that cannot be read.
+    bool GetAllSites();
+
+    /// The id of the current site; below 1: no site is selected. It may name a site that is gone.
+    std::int16_t g_SiteDbIndex();
+    /// Selects for this process; the setting is the caller's.
+    void g_SiteDbIndex(std::int16_t id);
+
+    /// The current site's name, empty without one.
+    std::string CurrentSiteName();
+
+    /// The numbers of the site of that name, in any case; false, with all three 0, when there is none or when its
+    /// position text cannot be read.
+    bool GetSiteNumbers(std::string_view name, SiteNumbers& numbers);
+
+private:
+    void StartOnce();
+    void CopyPackedSites();
+    void CopyPackedSite(std::string_view packed);
+    void FindCurrentSite();
+    const Site* FindByName(std::string_view name) const;
+    void WarnOfLastFailure(std::string_view what);
+    void Warn(const std::string& text);
+
+    SitesNeeds needs_;
+    bool started_ = false;
+    RecordArray<Site> sites_ = RecordArray<Site>(1);
+    std::int16_t siteDbIndex_ = 0;
+};
+
+}  // namespace kestrane

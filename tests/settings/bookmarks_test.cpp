@@ -1,0 +1,258 @@
+#include "settings/bookmarks.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+#include "settings_fakes.h"
+
+namespace kestrane {
+namespace {
+
+using namespace std::string_literals;
+using std::filesystem::path;
+
+struct BookmarksTest : testing::Test, SettingsWorld {
+    BookmarksTest() { logState.g_bDebugLog = true; }
+
+    path Folder() { return folders.Documents() / "Kestrane" / "QUAY"; }
+    void WriteBookmarks(const std::string& fileName, std::string_view content) {
+        std::filesystem::create_directories(Folder());
+        std::ofstream(Folder() / fileName, std::ios::binary) << content;
+    }
+    BookmarksNeeds Needs() { return {*persist, folders, log, ledger}; }
+    /// As the process finds the machine when it starts again.
+    void Restart() {
+        persist.reset();
+        persist.emplace(NeedsOfPersist());
+    }
+    std::string Stored(const std::string& key) {
+        return Foreign().Cell("select Value from Driver where Property = '" + key + "'");
+    }
+    std::vector<std::string> RaDecRows() {
+        return Foreign()
+            .Run(
+                "select Name || '|' || Description || '|' || HourAngle || '|' || RightAscension || '|' || Declination "
+                "from GotoRaDec order by GotoRaDecIndex")
+            .value();
+    }
+    std::vector<std::string> AltAzRows() {
+        return Foreign()
+            .Run(
+                "select Name || '|' || Description || '|' || Altitude || '|' || Azimuth from GotoAltAz "
+                "order by GotoAltAzIndex")
+            .value();
+    }
+    std::vector<std::string> Warnings() const {
+        std::vector<std::string> warnings;
+        std::ranges::copy_if(logged, std::back_inserter(warnings),
+                             [](const std::string& line) { return line.starts_with("Bookmarks|1|"); });
+        return warnings;
+    }
+
+    std::optional<Persist> persist{std::in_place, NeedsOfPersist()};
+};
+
+// --- the file --------------------------------------------------------------------------------------------------------
+
+TEST_F(BookmarksTest, ParseBookmarks_OfEachContent_GivesItsLines) {
+    struct Row {
+        std::string content;
+        std::vector<std::string> lines;
+        std::size_t leftOut = 0;
+    };
+    const std::vector<Row> rows{
+        {"", {}},
+        {"1,2,M31", {"1|2|M31"}},
+        {"1,2,M31\n", {"1|2|M31"}},
+        {"1,2,a\r\n3,4,b\r\n", {"1|2|a", "3|4|b"}},
+        {"1,2,a\n\n  \n\r\n3,4,b", {"1|2|a", "3|4|b"}},
+        {"  00:42:44 ,  +41*16:09 ,  M 31  ", {"00:42:44|+41*16:09|M 31"}},
+        {"1,2,Andromeda, the galaxy, M31", {"1|2|Andromeda, the galaxy, M31"}},
+        {"1,2,a,b,c", {"1|2|a,b,c"}},
+        {"1,2, a , b ", {"1|2|a , b"}},
+        {"1,2,", {"1|2|"}},
+        {",,", {"||"}},
+        {"# comment, with, commas\n1,2,a", {"1|2|a"}},
+        {"   # comment, with, commas\n1,2,a", {"1|2|a"}},
+        {"1,2,#1", {"1|2|#1"}},
+        {"#", {}},
+        {"1,2\n3,4,b", {"3|4|b"}, 1},
+        {"nothing\n3,4,b\n5\n", {"3|4|b"}, 2},
+        {"1;2;a", {}, 1},
+        {"\t1,\t2,\ta\t", {"1|2|a"}},
+        {"\xEF\xBB\xBF# comment, with, commas\r\n1,2,a", {"1|2|a"}},
+        {"1,+41\xB0 16',Ch\xE2teau", {"1|+41\xC2\xB0 16'|Ch\xC3\xA2teau"}},
+        {"1,2,Ch\xC3\xA2teau\n3,4,Ch\xE2teau", {"1|2|Ch\xC3\xA2teau", "3|4|Ch\xC3\xA2teau"}},
+        {"1,2,a\0b\n3,4,c"s, {"3|4|c"}, 1},
+    };
+    for (const Row& row : rows) {
+        logged.clear();
+        std::vector<std::string> lines;
+        for (const BookmarkLine& line : ParseBookmarks(row.content, log)) {
+            lines.push_back(line.first + "|" + line.second + "|" + line.name);
+        }
+        EXPECT_EQ(lines, row.lines) << row.content;
+        EXPECT_EQ(Warnings().size(), row.leftOut) << row.content;
+    }
+}
+
+TEST_F(BookmarksTest, ALineThatIsLeftOut_StandsInTheLog) {
+    ParseBookmarks("1,2\r\n", log);
+    EXPECT_EQ(Warnings(), std::vector<std::string>{"Bookmarks|1|A line without three fields is left out: '1,2'"});
+}
+
+// --- the start-up of the two windows ---------------------------------------------------------------------------------
+
+TEST_F(BookmarksTest, EquatorialBookmarks_AreTakenOverInTheirOrder) {
+    WriteBookmarks("RaDecBookmarks.txt", "# mine\r\n00:42:44,+41*16:09,M31\r\n05:35:17,-05*23:28,It's M42, Orion\r\n");
+    const RecordArray<GotoRaDec> bookmarks = StartRaDecBookmarks(Needs());
+    ASSERT_EQ(bookmarks.size(), 3U);
+    EXPECT_FALSE(bookmarks[0].has_value());
+    EXPECT_EQ(bookmarks[1]->id, 1);
+    EXPECT_EQ(bookmarks[1]->Name, "M31");
+    EXPECT_EQ(bookmarks[2]->Declination, "-05*23:28");
+    EXPECT_EQ(RaDecRows(), (std::vector<std::string>{"M31|M31||00:42:44|+41*16:09",
+                                                     "It's M42, Orion|It's M42, Orion||05:35:17|-05*23:28"}));
+    EXPECT_TRUE(AltAzRows().empty());
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "(no row)");
+    EXPECT_TRUE(std::filesystem::exists(Folder() / "RaDecBookmarks.txt"));
+    EXPECT_TRUE(Warnings().empty());
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(BookmarksTest, HorizontalBookmarks_AreTakenOverInTheirOrder) {
+    WriteBookmarks("AltAzBookmarks.txt", "45,180,South\n10*30:00, 90, East, low, trees\n");
+    const RecordArray<GotoAltAz> bookmarks = StartAltAzBookmarks(Needs());
+    ASSERT_EQ(bookmarks.size(), 3U);
+    EXPECT_EQ(bookmarks[2]->Azimuth, "90");
+    EXPECT_EQ(AltAzRows(),
+              (std::vector<std::string>{"South|South|45|180", "East, low, trees|East, low, trees|10*30:00|90"}));
+    EXPECT_TRUE(RaDecRows().empty());
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "True");
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "(no row)");
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(BookmarksTest, WithoutAFile_TheTransferCountsAsDoneAndTheFolderStands) {
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_TRUE(std::filesystem::is_directory(Folder()));
+    EXPECT_TRUE(std::filesystem::is_empty(Folder()));
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "True");
+    EXPECT_TRUE(Warnings().empty());
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(BookmarksTest, AFolderThatCannotBeMade_CountsAsNoFile) {
+    std::ofstream(folders.Documents()) << "in the way";
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
+}
+
+TEST_F(BookmarksTest, OnceTakenOver_TheFileIsNotReadAgain) {
+    WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n");
+    StartRaDecBookmarks(Needs());
+    WriteBookmarks("RaDecBookmarks.txt", "3,4,b\n");
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 2U);
+    Restart();
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(RaDecRows(), std::vector<std::string>{"a|a||1|2"});
+}
+
+TEST_F(BookmarksTest, AFileThatComesAfterTheTransfer_IsNotRead) {
+    StartAltAzBookmarks(Needs());
+    WriteBookmarks("AltAzBookmarks.txt", "3,4,b\n");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+}
+
+TEST_F(BookmarksTest, AnyOtherValueOfTheKey_CountsAsDone) {
+    for (const char* value : {"True", "TRUE", "", "0"}) {
+        WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n");
+        persist->Write(setting::TransferedRABookmarksToDB, value);
+        EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 1U) << value;
+        EXPECT_EQ(Stored("transferedrabookmarkstodb"), value);
+    }
+}
+
+TEST_F(BookmarksTest, TheSameLineTwice_GivesTwoBookmarks) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n1,2,a\n");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 3U);
+}
+
+TEST_F(BookmarksTest, ATransferThatWasKilled_GoesOnWithoutDoubles) {
+    WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n3,4,b\n");
+    bool isNew = true;
+    persist->database()->SetGotoRaDec(GotoRaDec{0, "a", "a", "", "1", "2"}, isNew);
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 3U);
+    EXPECT_EQ(RaDecRows(), (std::vector<std::string>{"a|a||1|2", "b|b||3|4"}));
+}
+
+TEST_F(BookmarksTest, MalformedLines_AreLeftOutAndTheRestIsTaken) {
+    WriteBookmarks("RaDecBookmarks.txt", "1,2\nrubbish \xFF\xFE\n3,4,b\n"s + "5,6,\0\n"s);
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(RaDecRows(), std::vector<std::string>{"b|b||3|4"});
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
+    EXPECT_EQ(Warnings().size(), 3U);
+}
+
+TEST_F(BookmarksTest, AFileThatCannotBeRead_IsTriedAgainAtTheNextOpening) {
+    const path file = Folder() / "RaDecBookmarks.txt";
+    std::filesystem::create_directories(file);
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "False");
+    EXPECT_EQ(Warnings(), std::vector<std::string>{
+                              "Bookmarks|1|RaDecBookmarks.txt is not taken over for now: Path/File access error"});
+    EXPECT_EQ(ledger.Entries().size(), 1U);
+    std::filesystem::remove(file);
+    WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n");
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
+}
+
+TEST_F(BookmarksTest, AFileWithoutReadPermission_IsTriedAgainAtTheNextOpening) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may read everything";
+    }
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    const path file = Folder() / "AltAzBookmarks.txt";
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+}
+
+TEST_F(BookmarksTest, ABookmarkThatCannotBeStored_LeavesTheTransferToTheNextOpening) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n3,4,b\n5,6,c\n");
+    Foreign().Run(
+        "create trigger full before insert on GotoAltAz when new.Name = 'b' begin select raise(abort, 'full'); end");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
+    EXPECT_EQ(Warnings().size(), 1U);
+    Foreign().Run("drop trigger full");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 4U);
+    EXPECT_EQ(AltAzRows(), (std::vector<std::string>{"a|a|1|2", "b|b|3|4", "c|c|5|6"}));
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "True");
+}
+
+TEST_F(BookmarksTest, AnOldIniFileThatCannotBeRead_IsSwallowed) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    std::filesystem::create_directories(folders.LegacyFile());
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "(no row)");
+    std::filesystem::remove(folders.LegacyFile());
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+}
+
+TEST_F(BookmarksTest, WithoutADatabase_ThereAreNoBookmarksAndTheFileIsNotTouched) {
+    PersistNeeds needs = NeedsOfPersist();
+    needs.createDatabase = [] { return std::unique_ptr<Database>(); };
+    Persist bare(needs);
+    WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n");
+    EXPECT_EQ(StartRaDecBookmarks({bare, folders, log, ledger}).size(), 1U);
+}
+
+}  // namespace
+}  // namespace kestrane
