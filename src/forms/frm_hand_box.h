@@ -1,11 +1,16 @@
 #pragma once
 
+#include <array>
+
 #include "forms/controls.h"
 
 namespace kestrane {
 
 /// The hand box: the display of the mount's state and a person's way to command it. It owns the driver's timers, so
 /// the driver polls only while this window is loaded. `pump` outlives it.
+///
+/// Each text, check, list, option and scroll control keeps its value in the settings, most of them under their own
+/// name. The elements of a control array are controls of their own, named with their index: "btnMove(0)".
 class frmHandBox : public Form {
 private:
     MessagePump& pump_;
@@ -18,6 +23,14 @@ public:
     bool noMessageBoxes = false;  ///< messages are only logged
     bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
 
+    /// Where the window stands, in pixels from the top left corner of the screen. Set at load; from then on the view
+    /// that shows the window writes where a person moved it.
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    bool restorePosition = false;  ///< the view places the window at `left` and `top` when it first shows it
+    bool savePosition = false;     ///< set by the view after a move: `left` and `top` are to be kept
+    bool alwaysOnTop = true;
+
     // --- header
     Label lblMain{*this, "lblMain", "Kestrane V2"};
     Label lblFirmware{*this, "lblFirmware"};
@@ -26,6 +39,7 @@ public:
     Label lblControllerType{*this, "lblControllerType"};
     Label lblClients{*this, "lblClients"};
     Label lblAdministrator{*this, "lblAdministrator", "Administrator", Shown::No};
+    PictureBox picASCOM{*this, "picASCOM"};
 
     // --- position
     Frame frameMountPosition{*this, "frameMountPosition", "Mount Information"};
@@ -43,21 +57,147 @@ public:
     Label lblCwUp{*this, "lblCwUp", "CW Up", Shown::No};
     Label lblSiteTag{*this, "lblSiteTag"};
     Label lblParkStatus{*this, "lblParkStatus"};
-
-    // --- site of the mount itself
-    TextBox txtActualLatitude{*this, "txtActualLatitude"};
-    TextBox txtActualLongitude{*this, "txtActualLongitude"};
+    Label Label11{*this, "Label11", "Status"};         ///< the words before `lblParkStatus`
+    Label Label26{*this, "Label26", "Site"};           ///< the words before `lblSiteTag`
+    Label lblGuideNorth{*this, "lblGuideNorth", "N"};  ///< the four light up while a guide pulse runs
+    Label lblGuideSouth{*this, "lblGuideSouth", "S"};
+    Label lblGuideEast{*this, "lblGuideEast", "E"};
+    Label lblGuideWest{*this, "lblGuideWest", "W"};
+    Label ramrk{*this, "ramrk", "RA"};  ///< the words before the four coordinates
+    Label decmrk{*this, "decmrk", "Dec"};
+    Label altmrk{*this, "altmrk", "Alt"};
+    Label azmrk{*this, "azmrk", "Az"};
 
     // --- park
+    Frame framePark{*this, "framePark", "Park"};
     Button btnPark{*this, "btnPark", "Park"};
     Button btnUNPARK{*this, "btnUNPARK", "Unpark"};
+    Button btnSetPark{*this, "btnSetPark", "Set Park"};
+    ComboBox cbxParkTo{*this, "cbxParkTo"};
+    ComboBox cbxUnparkFrom{*this, "cbxUnparkFrom"};
+    CheckBox chkSlewEast{*this, "chkSlewEast", "Slew East First"};
+    TextBox txtSlewEastFirstHours{*this, "txtSlewEastFirstHours"};  ///< hours
+    TextBox txtUserParkAlt{*this, "txtUserParkAlt"};                ///< degrees
+    TextBox txtUserParkAz{*this, "txtUserParkAz"};                  ///< degrees
+    CheckBox chkConvertAltAzToRaDec{*this, "chkConvertAltAzToRaDec", "Convert Alt/Az to RA/Dec"};
+    Button btnHelpParkUnpark{*this, "btnHelpParkUnpark", "?"};
+
+    // --- motion: the nine-button pad, by index north-west to south-east with the stop in the middle
+    Frame frameMoveScope{*this, "frameMoveScope", "Move Telescope"};
+    std::array<Button, 9> btnMove{{
+        {*this, "btnMove(0)", "NW"},
+        {*this, "btnMove(1)", "N"},
+        {*this, "btnMove(2)", "NE"},
+        {*this, "btnMove(3)", "W"},
+        {*this, "btnMove(4)", "Stop"},
+        {*this, "btnMove(5)", "E"},
+        {*this, "btnMove(6)", "SW"},
+        {*this, "btnMove(7)", "S"},
+        {*this, "btnMove(8)", "SE"},
+    }};
+    ComboBox cbxMoveRate{*this, "cbxMoveRate"};
+    CheckBox chkSwapEW{*this, "chkSwapEW", "Swap E/W"};
+    CheckBox chkSwapNS{*this, "chkSwapNS", "Swap N/S"};
+    CheckBox chkRotate90{*this, "chkRotate90", "Rotate 90"};
+    Button btnSwapEW{*this, "btnSwapEW", "EW"};  ///< the direction in the mount itself, as are the pad's for both
+    Button btnSwapNS{*this, "btnSwapNS", "NS"};
+    Button btnSlewRaDec{*this, "btnSlewRaDec", "Goto RA/Dec"};
+    Button btnSlewAltAz{*this, "btnSlewAltAz", "Goto Alt/Az"};
+
+    // --- tracking: buttons and indicators by displayed rate, 0 off to 4 custom
+    Frame frameTrackingRate{*this, "frameTrackingRate", "Tracking Rate"};
+    Button btnRateZero{*this, "btnRateZero", "Off"};
+    Button btnRateSidereal{*this, "btnRateSidereal", "Sidereal"};
+    Button btnRateLunar{*this, "btnRateLunar", "Lunar"};
+    Button btnRateSolar{*this, "btnRateSolar", "Solar"};
+    Button btnRateCustom{*this, "btnRateCustom", "Custom"};
+    std::array<PictureBox, 5> pbTracking{{
+        {*this, "pbTracking(0)", Shown::No},
+        {*this, "pbTracking(1)", Shown::No},
+        {*this, "pbTracking(2)", Shown::No},
+        {*this, "pbTracking(3)", Shown::No},
+        {*this, "pbTracking(4)", Shown::No},
+    }};
+    TextBox txtRaCustom{*this, "txtRaCustom"};    ///< seconds of RA per sidereal second
+    TextBox txtDecCustom{*this, "txtDecCustom"};  ///< arc-seconds per second
+    CheckBox chkEnableKingRate{*this, "chkEnableKingRate", "King Rate"};
 
     // --- configuration
+    Frame frameConfiguration{*this, "frameConfiguration", "Configuration"};
+    ComboBox cbxInitGuideRate{*this, "cbxInitGuideRate"};
+    ComboBox cbxInitSlewRate{*this, "cbxInitSlewRate"};
+    ComboBox cbxInitPEM{*this, "cbxInitPEM"};
+    ComboBox cbxWindowsPriority{*this, "cbxWindowsPriority"};
+    TextBox txtInitRaBacklash{*this, "txtInitRaBacklash"};    ///< arc-seconds
+    TextBox txtInitDecBacklash{*this, "txtInitDecBacklash"};  ///< arc-seconds
+    TextBox txtCustomSlewRate{*this, "txtCustomSlewRate"};    ///< multiples of sidereal
+    CheckBox chkEnableMountTracking{*this, "chkEnableMountTracking", "Enable Tracking on Unpark"};
+    CheckBox chkKeepMountTimeSyncedToPcTime{*this, "chkKeepMountTimeSyncedToPcTime", "Keep Mount Time Synced to PC"};
+    CheckBox chkSynchronousPulseGuide{*this, "chkSynchronousPulseGuide", "Synchronous Pulse Guide"};
     CheckBox chkUseRCAL{*this, "chkUseRCAL", "Use RCal for Syncs"};
     CheckBox chkEnableDebugLog{*this, "chkEnableDebugLog", "Enable Debug Log"};
     PictureBox pbLoggingPaused{*this, "pbLoggingPaused", Shown::No};
     CheckBox chkCalcAzAlt{*this, "chkCalcAzAlt", "Calculate Az/Alt"};
     CheckBox chkCalcLST{*this, "chkCalcLST", "Calculate LST"};
+    Button btnInitNow{*this, "btnInitNow", "Initialize Now", Shown::No};
+    Button btnSyncMountTime{*this, "btnSyncMountTime", "Sync Mount Time"};
+    Button btnSetGuideRate{*this, "btnSetGuideRate", "Set"};  ///< these send the initial value beside them
+    Button btnSetSlewRate{*this, "btnSetSlewRate", "Set"};
+    Button btnSetPEM{*this, "btnSetPEM", "Set"};
+    Button btnSetRaBacklash{*this, "btnSetRaBacklash", "Set"};
+    Button btnSetDecBacklash{*this, "btnSetDecBacklash", "Set"};
+    Button btnSetAll{*this, "btnSetAll", "Set All"};
+    Button btnOpenLogDirectory{*this, "btnOpenLogDirectory", "Open Log Folder"};
+    Button btnLogZipper{*this, "btnLogZipper", "Log Zipper"};
+    Button btnPolarAlignmentTool{*this, "btnPolarAlignmentTool", "Polar Alignment"};
+
+    // --- site: the one of the settings, and the mount's own
+    Frame frameSiteSetup{*this, "frameSiteSetup", "Site"};
+    TextBox txtSiteName{*this, "txtSiteName"};
+    TextBox txtLatitude{*this, "txtLatitude"};
+    TextBox txtLongitude{*this, "txtLongitude"};
+    TextBox txtElevation{*this, "txtElevation"};  ///< metres
+    TextBox txtActualLatitude{*this, "txtActualLatitude"};
+    TextBox txtActualLongitude{*this, "txtActualLongitude"};
+    Button btnGetLongLat{*this, "btnGetLongLat", "Get from Mount"};
+    Button btnCopyLatLongToSite{*this, "btnCopyLatLongToSite", "Copy to Site"};
+
+    // --- telescope
+    Frame frameTelescope{*this, "frameTelescope", "Telescope"};
+    TextBox txtScopeFocalLength{*this, "txtScopeFocalLength"};
+    TextBox txtScopeAperture{*this, "txtScopeAperture"};
+
+    // --- periodic error correction
+    Frame framePemSettings{*this, "framePemSettings", "PEM"};
+    Button btnEnablePEM{*this, "btnEnablePEM", "Enable"};
+    Button btnDisablePEM{*this, "btnDisablePEM", "Disable"};
+    Button btnPEMRecord{*this, "btnPEMRecord", "Record"};
+
+    // --- focuser
+    Frame frameFocuser{*this, "frameFocuser", "Focuser"};
+    Button btnFocusIn{*this, "btnFocusIn", "In"};
+    Button btnFocusOut{*this, "btnFocusOut", "Out"};
+    OptionButton radFocusFast{*this, "radFocusFast", "Fast", "focusSpeed"};
+    OptionButton radFocusSlow{*this, "radFocusSlow", "Slow", "focusSpeed"};
+    TextBox txtBacklashMSecs{*this, "txtBacklashMSecs"};              ///< milliseconds
+    TextBox txtStepMultiplierMSecs{*this, "txtStepMultiplierMSecs"};  ///< milliseconds of motion a step
+    TextBox txtMaxIncrementMSecs{*this, "txtMaxIncrementMSecs"};      ///< milliseconds
+    OptionButton radFocusFinalDirectionIn{*this, "radFocusFinalDirectionIn", "In", "focusFinalDirection"};
+    OptionButton radFocusFinalDirectionOut{*this, "radFocusFinalDirectionOut", "Out", "focusFinalDirection"};
+    CheckBox chkReverseFocusDirection{*this, "chkReverseFocusDirection", "Reverse Direction"};
+
+    // --- meridian
+    Frame frameMeridianDelay{*this, "frameMeridianDelay", "Meridian Delay: Disabled"};
+    TextBox txtMeridianDelay{*this, "txtMeridianDelay"};  ///< hours
+    Label lblMeridianDelay{*this, "lblMeridianDelay"};
+    Button btnSetMeridianDelay{*this, "btnSetMeridianDelay", "Set"};
+    Button btnClearMeridianDelay{*this, "btnClearMeridianDelay", "Clear"};
+
+    // --- brightness of the reticle
+    Frame frameBrightness{*this, "frameBrightness", "Reticle Brightness"};
+    ScrollBar hscrReticleBrightness{*this, "hscrReticleBrightness", 0, 10};
+    Button btnReticleBrightness{*this, "btnReticleBrightness", "Set"};
+    Label lblBrightness{*this, "lblBrightness"};
 
     // --- errors
     Frame frameCommunicationsErrors{*this, "frameCommunicationsErrors", "Communications Errors"};
@@ -71,6 +211,13 @@ public:
     Label lblServoFaultCount{*this, "lblServoFaultCount", "", Shown::No};
     Label lblOtherFault{*this, "lblOtherFault", "", Shown::No};
     Button btnResetErrorCounts{*this, "btnResetErrorCounts", "Reset"};
+
+    // --- panel paging
+    Button btnMore{*this, "btnMore", "More >>"};
+    Button btnNext{*this, "btnNext", "Next"};
+    Button btnContract{*this, "btnContract", "<< Less"};
+    Button btnContract2{*this, "btnContract2", "<< Less"};
+    CheckBox chkShowAllControls{*this, "chkShowAllControls", "Show All Controls"};
 
     // --- timers: first interval in milliseconds, first state
     Timer tmrQueryRaDecAltAz{*this, "tmrQueryRaDecAltAz", pump_, 1000, false};  ///< the poll; 150 once loaded
