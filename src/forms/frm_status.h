@@ -4,10 +4,13 @@
 
 namespace kestrane {
 
-/// The compact status window, shown when the pointer rests on the tray icon.
+/// The compact status window, shown when the pointer rests on the tray icon. `pump` outlives it.
 class frmStatus : public Form {
+private:
+    MessagePump& pump_;
+
 public:
-    frmStatus() : Form("frmStatus", "Kestrane V2") {}
+    explicit frmStatus(MessagePump& pump) : Form("frmStatus", "Kestrane V2"), pump_(pump) {}
 
     Label lblComPortValue{*this, "lblComPortValue"};  ///< the port field
     Label lblFirmware{*this, "lblFirmware"};
@@ -32,6 +35,10 @@ public:
     Label lblPECState{*this, "lblPECState"};
     Label lblPEMState{*this, "lblPEMState"};
     Label lblCommErrors{*this, "lblCommErrors", "0"};  ///< the sum of all error counters
+    Button cmdStopAll{*this, "cmdStopAll", "Stop All"};
+    CheckBox chkKeepOn{*this, "chkKeepOn", "Keep On"};
+
+    Timer tmrDisappear{*this, "tmrDisappear", pump_, 3000, false};  ///< hides the window; started when it is shown
 };
 
 }  // namespace kestrane

@@ -28,6 +28,7 @@ Driver::Driver(Platform platform)
       alarmFilter(counters),
       waits(platform_.clock, platform_.pump),
       handBox(platform_.pump),
+      statusWindow(platform_.pump),
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
       panel(HandBoxPanelNeeds{
           .state = state,

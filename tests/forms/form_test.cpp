@@ -236,7 +236,7 @@ TEST(Forms, Names_AreThoseOfTheSystem) {
     VirtualClock clock;
     VirtualPump pump{clock};
     EXPECT_EQ(frmHandBox(pump).Name(), "frmHandBox");
-    EXPECT_EQ(frmStatus().Name(), "frmStatus");
+    EXPECT_EQ(frmStatus(pump).Name(), "frmStatus");
     EXPECT_EQ(frmLogWindow().Name(), "frmLogWindow");
     EXPECT_EQ(frmInitialSetup().Name(), "frmInitialSetup");
     EXPECT_EQ(frmSetupFocuser().Name(), "frmSetupFocuser");
