@@ -12,6 +12,12 @@ public:
 
     RichTextBox rtbLog{*this, "rtbLog"};
 
+    // --- which lines it shows
+    CheckBox chkShowASCOMCommands{*this, "chkShowASCOMCommands", "Show ASCOM Commands"};
+    CheckBox chkShowFocuserCommands{*this, "chkShowFocuserCommands", "Show Focuser Commands"};
+    CheckBox chkShowTelescopeCommands{*this, "chkShowTelescopeCommands", "Show Telescope Commands"};
+    CheckBox chkShowNoRaDecAltAz{*this, "chkShowNoRaDecAltAz", "Hide RA, Dec, Alt and Az Queries"};
+
     /// The window as the log sees it; lives as long as the window.
     LogWindow& ForLog() { return forLog_; }
 
@@ -25,7 +31,11 @@ private:
         void Append(std::string_view line, std::int32_t colour) override {
             form_.rtbLog.Append("\r\n" + std::string(line), colour);
         }
-        void Show(bool visible) override { form_.Visible(visible); }
+        void Show(bool visible) override {
+            if (visible != form_.Visible()) {  // a window never used is not loaded only to be hidden
+                form_.Visible(visible);
+            }
+        }
 
     private:
         frmLogWindow& form_;

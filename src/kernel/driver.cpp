@@ -30,6 +30,13 @@ Driver::Driver(Platform platform)
       handBox(platform_.pump),
       statusWindow(platform_.pump),
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
+      logPanel(LogPanelNeeds{
+          .state = state,
+          .persist = persist,
+          .log = log,
+          .handBox = handBox,
+          .logWindow = logWindow,
+      }),
       panel(HandBoxPanelNeeds{
           .state = state,
           .persist = persist,

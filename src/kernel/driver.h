@@ -27,6 +27,7 @@
 #include "state/poll_loop.h"
 #include "telescope/telescope.h"
 #include "ui/hand_box_panel.h"
+#include "ui/log_panel.h"
 
 namespace kestrane {
 
@@ -70,6 +71,7 @@ public:
     frmInitMount initMount;
     frmSetupFocuser setupFocuser;
     Persist persist;
+    LogPanel logPanel;
     KsMount mount;
     std::unique_ptr<MountLink> link;
     HandBoxPanel panel;

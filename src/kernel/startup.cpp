@@ -38,10 +38,26 @@ void Startup::Run() {
     if (state.g_bDebugLog) {
         needs_.log.OpenLog();
     }
+    ListPorts();
     CreateLink();
     CreateProfile();
     EnsureUtil();
     state.g_bUseOldButtonBehavior = needs_.persist.ReadFlag(setting::UseOldButtonBehavior);
+}
+
+/// Listing gives a new adapter its number, so that the first one is COM1 before anybody opens it.
+void Startup::ListPorts() {
+    const SerialPortList list = needs_.platform.serialPorts.ListPorts();
+    if (list.ports.empty()) {
+        needs_.log.LogMessage("Ports", LogLevel::Info, "No serial port has a number yet");
+    }
+    for (const SerialPortEntry& port : list.ports) {
+        needs_.log.LogMessage("Ports", LogLevel::Info,
+                              port.name + " is " + port.device + (port.present ? "" : ", which is not there now"));
+    }
+    for (const std::string& trouble : list.troubles) {
+        needs_.log.LogMessage("Ports", LogLevel::Warning, trouble);
+    }
 }
 
 void Startup::CreateLink() {

@@ -50,6 +50,7 @@ public:
     const Profile* g_Profile() const { return profile_.get(); }
 
 private:
+    void ListPorts();
     void CreateProfile();
     bool Refuse(std::string_view message);
 

@@ -321,6 +321,7 @@ void PollLoop::ShowLogState() {
         PauseLogWhileParked();
     } else {
         state_.g_bLogPaused = false;
+        state_.g_tickParkedSince = Tick{};
     }
     indicator.BackColour(kYellow);
 }

@@ -17,6 +17,7 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs) : needs_(std::move(needs)), 
 void HandBoxPanel::OnLoad() {
     needs_.queries.ResetQueryTimes();
     needs_.handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
+    needs_.handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
     needs_.handBox.chkUseRCAL.Checked(needs_.persist.ReadFlag(setting::chkUseRCAL));
     needs_.handBox.chkCalcAzAlt.Checked(needs_.persist.ReadFlag(setting::chkCalcAzAlt));
     needs_.handBox.chkCalcLST.Checked(needs_.persist.ReadFlag(setting::chkCalcLST));

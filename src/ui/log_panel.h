@@ -1,0 +1,42 @@
+#pragma once
+
+#include "forms/frm_hand_box.h"
+#include "forms/frm_log_window.h"
+#include "kernel/base/log.h"
+#include "settings/persist.h"
+
+namespace kestrane {
+
+struct LogPanelNeeds {
+    LogState& state;
+    Persist& persist;
+    Log& log;
+    frmHandBox& handBox;
+    frmLogWindow& logWindow;
+};
+
+/// The logic of the log window and of the check box that turns logging on. The log is fed into the window from here
+/// on; the flags of the window's filters are read from their settings when the window is loaded. Logic thread only.
+class LogPanel final {
+public:
+    explicit LogPanel(LogPanelNeeds needs);
+    ~LogPanel();
+    LogPanel(const LogPanel&) = delete;
+    LogPanel& operator=(const LogPanel&) = delete;
+
+    /// Opens a new log and shows the window if the user wants it (`mPopShowLogWindow`), or closes both, by
+    /// `g_bDebugLog`.
+    void ToggleLog();
+    /// Keeps whether the user wants the window, and shows or hides it.
+    void ShowLogWindow(bool show);
+
+private:
+    void OnEnableClick();
+    void LoadFilters();
+    void OnFilterClick();
+
+    LogPanelNeeds needs_;
+    bool filling_ = false;  ///< the boxes are being filled from the settings, which are not to be written back
+};
+
+}  // namespace kestrane
