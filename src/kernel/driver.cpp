@@ -30,6 +30,7 @@ Driver::Driver(Platform platform)
       handBox(platform_.pump),
       statusWindow(platform_.pump),
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
+      sites(SitesNeeds{persist, log, ledger}),
       logPanel(LogPanelNeeds{
           .state = state,
           .persist = persist,

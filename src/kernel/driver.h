@@ -19,6 +19,7 @@
 #include "kernel/startup.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
+#include "settings/sites.h"
 #include "state/controller_features.h"
 #include "state/driver_state.h"
 #include "state/event_journal.h"
@@ -71,6 +72,7 @@ public:
     frmInitMount initMount;
     frmSetupFocuser setupFocuser;
     Persist persist;
+    Sites sites;
     LogPanel logPanel;
     KsMount mount;
     std::unique_ptr<MountLink> link;
