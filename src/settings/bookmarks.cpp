@@ -1,9 +1,9 @@
 #include "settings/bookmarks.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <system_error>
 
@@ -91,8 +91,16 @@ std::optional<std::string> ReadBookmarkFile(const std::filesystem::path& file) {
         RaiseFileAccess();
     }
     std::ifstream stream(file, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream || stream.bad()) {
+    if (!stream.is_open()) {
+        RaiseFileAccess();
+    }
+    std::string content;
+    std::array<char, 4096> piece;
+    do {
+        stream.read(piece.data(), piece.size());
+        content.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
+    } while (stream);
+    if (stream.bad()) {
         RaiseFileAccess();
     }
     return content;

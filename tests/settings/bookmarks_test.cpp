@@ -211,6 +211,18 @@ TEST_F(BookmarksTest, AFileThatCannotBeRead_IsTriedAgainAtTheNextOpening) {
     EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
 }
 
+TEST_F(BookmarksTest, AFileThatBreaksWhileItIsRead_IsTriedAgainAtTheNextOpening) {
+    std::filesystem::create_directories(Folder());
+    const path file = Folder() / "AltAzBookmarks.txt";
+    std::filesystem::create_symlink("/proc/self/mem", file);  // opens as a file does, and fails at the first read
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
+    EXPECT_EQ(Warnings().size(), 1U);
+    std::filesystem::remove(file);
+    WriteBookmarks("AltAzBookmarks.txt", std::string(5000, '#') + "\n1,2,a\n");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+}
+
 TEST_F(BookmarksTest, AFileWithoutReadPermission_IsTriedAgainAtTheNextOpening) {
     if (::geteuid() == 0) {
         GTEST_SKIP() << "root may read everything";
