@@ -23,6 +23,12 @@ public:
     bool noMessageBoxes = false;  ///< messages are only logged
     bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
 
+    /// How many fillings are under way, see `FillsHandBox`. Changes are kept in the settings only while there is none.
+    int fillings = 0;
+    double customRateLimit = 0.0;  ///< `txtRaCustom` and `txtDecCustom` go from minus this to plus this
+    std::int32_t pageIndex = 0;    ///< page of the panel that shows, 0 to 2
+    bool expanded = false;         ///< the panel shows more than position and motion
+
     /// Where the window stands, in pixels from the top left corner of the screen. Set at load; from then on the view
     /// that shows the window writes where a person moved it.
     std::int32_t left = 0;
@@ -233,6 +239,19 @@ public:
     Timer tmrSouthStop{*this, "tmrSouthStop", pump_, 0, false};  ///< end of a pulse, its length
     Timer tmrCalibratePulseGuide{*this, "tmrCalibratePulseGuide", pump_, 250, false};  ///< without an action
     Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< tells of a new version in `lblMain`
+};
+
+/// While one lives, what changes in the controls of the hand box is the driver's own filling, and no setting is written
+/// for it. They may nest.
+class FillsHandBox {
+public:
+    explicit FillsHandBox(frmHandBox& handBox) : handBox_(handBox) { ++handBox_.fillings; }
+    ~FillsHandBox() { --handBox_.fillings; }
+    FillsHandBox(const FillsHandBox&) = delete;
+    FillsHandBox& operator=(const FillsHandBox&) = delete;
+
+private:
+    frmHandBox& handBox_;
 };
 
 }  // namespace kestrane
