@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <unistd.h>
@@ -83,14 +84,13 @@ struct KeptLog {
     std::vector<Logged> messages;
 };
 
-/// Runs the C library under a locale with a decimal comma while it lives.
+/// Runs the C library under a locale with a decimal comma while it lives. A build that could make none fails the test.
 class CommaLocale {
 public:
     CommaLocale() : before_(std::setlocale(LC_ALL, nullptr)) {
-#ifdef KESTRANE_LOCALE_FOLDER
         ::setenv("LOCPATH", KESTRANE_LOCALE_FOLDER, 1);
-#endif
-        available_ = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+        EXPECT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "no comma locale; run: tools/setup test";
+        EXPECT_STREQ(std::localeconv()->decimal_point, ",");
     }
     ~CommaLocale() {
         std::setlocale(LC_ALL, before_.c_str());
@@ -99,13 +99,8 @@ public:
     CommaLocale(const CommaLocale&) = delete;
     CommaLocale& operator=(const CommaLocale&) = delete;
 
-    bool Available() const {
-        return available_;
-    }
-
 private:
     std::string before_;
-    bool available_ = false;
 };
 
 }  // namespace kestrane
