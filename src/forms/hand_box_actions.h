@@ -20,7 +20,7 @@ public:
     /// Shows and hides the controls that depend on the controller: PEM, focuser, backlash, King rate, IP link.
     virtual void ShowMountFeatures() = 0;
 
-    /// `origin` tells a reader of the log who said so.
+    /// `origin` names the place for a reader of the code; it has no effect.
     virtual void SetParkStatus(std::string_view text, std::string_view origin) = 0;
     virtual void SetParkToolTip(std::string_view text) = 0;
     /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text tells it.

@@ -33,8 +33,7 @@ void HandBoxPanel::UpdateRateLimits() {}
 
 void HandBoxPanel::ShowMountFeatures() {}
 
-void HandBoxPanel::SetParkStatus(std::string_view text, std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "Park status: " + std::string(text));
+void HandBoxPanel::SetParkStatus(std::string_view text, std::string_view /*origin*/) {
     needs_.handBox.lblParkStatus.Text(text);
 }
 
