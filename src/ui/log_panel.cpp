@@ -49,8 +49,8 @@ void LogPanel::ShowLogWindow(bool show) {
 
 void LogPanel::OnEnableClick() {
     const bool enable = needs_.handBox.chkEnableDebugLog.Checked();
-    if (enable == needs_.state.g_bDebugLog) {
-        return;  // the box was brought up to date
+    if (needs_.handBox.fillings > 0 || enable == needs_.state.g_bDebugLog) {
+        return;  // the box was only brought up to date
     }
     needs_.persist.Write(setting::chkEnableDebugLog, ZeroOrOne(enable));
     needs_.state.g_bDebugLog = enable;
