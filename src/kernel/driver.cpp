@@ -100,6 +100,7 @@ Driver::Driver(Platform platform)
           .ledger = ledger,
           .sounds = platform_.sounds,
           .handBox = handBox,
+          .askAbortSlew = askAbortSlew,
           .panel = panel,
           .queries = queries,
           .telescope = [this]() -> TelescopeActions* { return internalInstance_.get(); },

@@ -4,6 +4,7 @@
 
 #include "catalogue/ks_mount.h"
 #include "focuser/focuser.h"
+#include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -71,6 +72,7 @@ public:
     frmInitialSetup initialSetup;
     frmInitMount initMount;
     frmSetupFocuser setupFocuser;
+    frmAskAbortSlew askAbortSlew;
     Persist persist;
     Sites sites;
     LogPanel logPanel;

@@ -88,6 +88,9 @@ struct DriverState : LogState, CounterState {
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time
+    std::int16_t g_nSamePosition = 0;           ///< reports in a row that repeated the last position
+    bool g_bInitUiDone = false;                 ///< the hand box was filled for the power-on position as reported
+    bool g_bUnparkConfirmOpen = false;          ///< the hand box asks from where the mount is to be unparked
 
     // --- query stamps -------------------------------------------------------------------------------------------
     Tick g_tickLastRa, g_tickLastDec, g_tickLastAlt, g_tickLastAz;  ///< queried each 1000 ms

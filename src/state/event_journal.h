@@ -1,7 +1,10 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "forms/frm_status.h"
 #include "forms/hand_box_actions.h"
@@ -19,27 +22,78 @@ struct EventJournalNeeds {
     HandBoxActions& panel;
 };
 
-/// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. Logic thread only.
+/// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. They take no more
+/// memory however long they run. Nothing here raises, pumps or talks to the mount. Logic thread only.
+///
+/// A reader takes the number of the next entry from the end of each answer and passes it the next time. Entries that
+/// were never written read as time -1.
 class EventJournal {
 public:
-    explicit EventJournal(EventJournalNeeds needs) : needs_(needs) {}
+    static constexpr std::int32_t kCapacity = 1000;  ///< entries of each ring
 
-    /// Empties both rings and takes the reference time anew.
+    explicit EventJournal(EventJournalNeeds needs);
+
+    /// Empties both rings and takes the reference time anew. The next position is a new entry, whatever it is.
     void ResetEvents();
-    /// Direction: 1 East, 2 West, 3 North, 4 South.
+    /// `value` as the pulse guide gives it. Direction: 1 East, 2 West, 3 North, 4 South.
     void AddPulseGuideEvent(std::int16_t value, std::int32_t durationMs, std::int16_t direction);
-    /// RA in hours, Dec in degrees. A position that stands still tells of tracking and of a mount that is not parked.
+    /// RA in hours, Dec in degrees. A position equal to the last one is no entry; it is counted, and tells that the
+    /// mount tracks, and that it is not parked where no status text says otherwise.
     void AddRaDecEvent(double ra, double dec);
 
-    /// Answers of the command channel, "1," or "0," first. `argument` is the text behind the verb's comma.
+    /// Answers of the command channel, "1," or "0," first. `argument` is the text behind the verb's comma, empty for
+    /// none: an index from 0 to 999 from which on to read.
     std::string ReferenceTime() const;
-    std::string PulseGuideInfo() const;
+    std::string PulseGuideInfo() const;  ///< "1," events since the reset "," write index
     std::string RaDecInfo() const;
     std::string PulseGuideEvents(std::string_view argument) const;
     std::string RaDecEvents(std::string_view argument) const;
 
 private:
+    static constexpr std::int32_t kEmptyTime = -1;
+    static constexpr double kNoPosition = -1000.0;
+
+    struct Pulse {
+        std::int32_t timeMs = kEmptyTime;  ///< since the reference tick
+        std::int16_t value = 0;
+        std::int32_t durationMs = 0;
+        std::int16_t direction = 0;
+    };
+    struct Position {
+        std::int32_t timeMs = kEmptyTime;
+        double ra = 0.0;
+        double dec = 0.0;
+    };
+    template <typename Entry>
+    struct Ring {
+        std::array<Entry, kCapacity> entries{};
+        /// Stands at `kCapacity` after the last entry was written, until the next one goes to 0: wanted, a reader of
+        /// the whole ring starts from 0 then.
+        std::int32_t writeIndex = 0;
+        std::int64_t total = 0;
+
+        void WrapIndex();
+        void Add(const Entry& entry);
+        std::string Info() const;
+        std::string ReadFrom(std::int32_t index) const;
+    };
+
+    static std::string Fields(const Pulse& pulse);
+    static std::string Fields(const Position& position);
+    template <typename Entry>
+    std::string Answer(std::string_view verb, std::string_view argument, const Ring<Entry>& ring) const;
+    std::int32_t Now() const { return needs_.clock.GetTickCount() - referenceTick_; }
+    void NoteStandingStill(double ra, double dec);
+    void CountSamePosition();
+
     EventJournalNeeds needs_;
+    DriverState& state_;
+    Tick referenceTick_;
+    DateTime referenceTime_;
+    Ring<Pulse> pulses_;
+    Ring<Position> positions_;
+    double lastRa_ = kNoPosition;
+    double lastDec_ = kNoPosition;
 };
 
 }  // namespace kestrane

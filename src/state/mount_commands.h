@@ -5,6 +5,9 @@
 
 namespace kestrane {
 
+/// The driver command that gives the mount the PC's time, date and zone; to be sent raw.
+inline constexpr std::string_view kInitTimeCommand = "RAW,InitTime";
+
 /// The driver's own commands to the mount, as its queries and its poll need them. `raw` false frames the text as
 /// ":", text, "#". None of these raises or pumps; a failed exchange shows as an empty text or false.
 class MountCommands {

@@ -12,16 +12,8 @@ namespace {
 
 constexpr std::int16_t kLostAfter = 3;  // unanswered queries in a row
 constexpr std::int32_t kDrainLimitMs = 2000;
-constexpr double kMsPerHour = 3600.0 * 1000.0;
-constexpr std::int32_t kWestSide = 1;
-constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
-
-double FoldHourAngle(double hours) {
-    if (hours > 12.0) {
-        return hours - 24.0;
-    }
-    return hours < -12.0 ? hours + 24.0 : hours;
-}
+constexpr double kUnsetRa = 0.0;  // what a mount reports that was never told where it stands
+constexpr double kUnsetDec = 90.0;
 
 }  // namespace
 
@@ -39,6 +31,7 @@ void MountQueries::ResetQueryTimes() {
     state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
     state_.g_tickLastTime = state_.g_tickLastLst = state_.g_tickLastGos = now - kSlowIntervalMs;
     lstBase_ = state_.g_tickLastLst;
+    mountTimeBase_ = state_.g_tickLastTime;
     state_.g_tickLastTimeZone = now - kTimeZoneIntervalMs;
     state_.g_tickLastSide = now - kSideIntervalMs;
 }
@@ -92,6 +85,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
         return false;
     }
     state_.g_dRa = ra;
+    needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastRaText_ = HoursText(ra);
     needs_.statusWindow.lblRA.Text(lastRaText_);
     if (PositionLabelsShown()) {
@@ -124,7 +118,7 @@ bool MountQueries::QueryDec() {
             reply = reply.substr(0, 1) + "0" + reply.substr(reply.size() - 8);
         }
     } else if (!IsDecReply(reply, needs_.log)) {
-        needs_.log.LogMessage("Dec Query", LogLevel::Error, kIgnored);
+        LogIgnored("Dec Query");
         return false;
     }
     if (KeepDec(reply)) {
@@ -142,6 +136,7 @@ bool MountQueries::KeepDec(std::string reply) {
         return false;
     }
     state_.g_dDec = dec;
+    needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastDecText_ = DegreesText(dec, ForcedSign::Yes);
     needs_.statusWindow.lblDEC.Text(lastDecText_);
     if (PositionLabelsShown()) {
@@ -177,7 +172,7 @@ bool MountQueries::QueryAlt() {
         return false;
     }
     if (!IsDecReply(reply, needs_.log)) {
-        needs_.log.LogMessage("Alt Query", LogLevel::Error, kIgnored);
+        LogIgnored("Alt Query");
         return false;
     }
     ShowAlt(ProtocolDegrees(reply, needs_.log));
@@ -211,7 +206,7 @@ bool MountQueries::QueryAz() {
         return false;
     }
     if (!IsAzReply(reply, needs_.log)) {
-        needs_.log.LogMessage("Az Query", LogLevel::Error, kIgnored);
+        LogIgnored("Az Query");
         return false;
     }
     const double azimuth = ProtocolDegrees(reply, needs_.log);
@@ -246,79 +241,6 @@ void MountQueries::CalcAltAz() {
     ShowAlt(altitude);
 }
 
-bool MountQueries::QueryLst() {
-    if (state_.g_bPollSuspended) {
-        return false;
-    }
-    state_.g_tickLastLst = needs_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblLST.Text("");
-        return false;
-    }
-    const std::string reply = Ask(wire::GetSiderealTime.text, true);
-    if (reply.empty()) {
-        NoteNoResponse();
-        LogNoResponse("LST Query", "LST");
-        state_.g_tickLastLst = needs_.clock.GetTickCount();
-        return false;
-    }
-    if (!IsRaReply(reply, needs_.log)) {
-        RecoverSlippedExchange("LST Query", kIgnored);
-        ClearReceiveBuffer();
-        return false;
-    }
-    state_.g_dLst = ProtocolHours(reply, needs_.log);
-    // A base of its own: a later query that goes unanswered must not shift the sidereal time.
-    state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
-    lstKnown_ = true;
-    UpdateHourAngle();
-    NoteQuerySuccess();
-    return true;
-}
-
-double MountQueries::GetLst() {
-    if (needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery) {
-        return LocalSiderealTime(state_.g_dSiteLongitude, needs_.astronomy);
-    }
-    const double lst = state_.g_dLst + (needs_.clock.GetTickCount() - lstBase_) / kMsPerHour;
-    return lst >= 24.0 ? lst - 24.0 : lst;
-}
-
-bool MountQueries::QuerySideOfMount() {
-    if (state_.g_bPollSuspended) {
-        return false;
-    }
-    state_.g_tickLastSide = needs_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblPierSide.Text("");
-        return false;
-    }
-    state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
-    state_.g_nSideOfPier = (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? 1 : 0;
-    if (state_.g_sVersion > "C") {
-        const std::string reply = Ask(wire::GetPierSide.text, true);
-        if (reply == "East") {
-            state_.g_nSideOfPier = 0;
-        } else if (reply == "West") {
-            state_.g_nSideOfPier = 1;
-        }
-        if (reply.empty()) {
-            NoteNoResponse();
-            LogNoResponse("SideOfMount Query", "SideOfMount");
-            state_.g_tickLastSide = needs_.clock.GetTickCount() + kSlowIntervalMs;
-        } else {
-            NoteQuerySuccess();
-        }
-    }
-    state_.g_bWestSide = state_.g_nSideOfPier == kWestSide;
-    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? "West" : "East");
-    UpdateCounterweightState();
-    needs_.log.LogMessage("Counterweight", LogLevel::Info,
-                          state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
-    needs_.statusWindow.lblPierSide.Text(needs_.handBox.lblPierSide.Text());
-    return true;
-}
-
 bool MountQueries::QueryGos() {
     if (state_.g_bPollSuspended) {
         return false;
@@ -336,26 +258,24 @@ bool MountQueries::QueryGos() {
     return false;
 }
 
-void MountQueries::UpdateHourAngle() {
-    if (state_.g_bLostComms || state_.g_bLowPower) {
+void MountQueries::CheckInitialPosition() {
+    if (state_.g_dRa != kUnsetRa || state_.g_dDec != kUnsetDec) {
+        state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = false;
         return;
     }
-    const double lst = GetLst();
-    state_.g_dHourAngle = FoldHourAngle(lst - state_.g_dRa);
-    const std::string hourAngleText = HoursText(state_.g_dHourAngle, ForcedSign::Yes);
-    const std::string lstText = HoursText(lst);
-    needs_.statusWindow.lblHourAngle.Text(hourAngleText);
-    needs_.statusWindow.lblLST.Text(lstText);
-    needs_.handBox.lblLST.Text(needs_.handBox.m_bShowHA ? hourAngleText : lstText);
-    UpdateCounterweightState();
-}
-
-void MountQueries::UpdateCounterweightState() {
-    const double ha = state_.g_dHourAngle;
-    const bool east = state_.g_nSideOfPier == 0;
-    const bool west = state_.g_nSideOfPier == kWestSide;
-    state_.g_bCounterweightUp = (east && ha > -11.999 && ha < -0.001) || (west && ha > 0.001 && ha < 11.999);
-    needs_.handBox.lblCwUp.Visible(state_.g_bCounterweightUp);
+    if (state_.g_bInitUiDone) {
+        // No time has to pass: the hand box is filled again on every second report. Wanted.
+        state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen;
+        return;
+    }
+    if (fillingHandBox_) {
+        return;  // a report that came while the hand box is being filled and something in there waits
+    }
+    fillingHandBox_ = true;
+    ResumeNext errors{needs_.ledger, "CheckInitialPosition"};
+    errors.Step([&] { needs_.telescope()->InitUI(); });
+    fillingHandBox_ = false;
+    state_.g_bInitUiDone = true;
 }
 
 void MountQueries::NoteNoResponse() {
@@ -419,6 +339,10 @@ void MountQueries::RecoverSlippedExchange(std::string_view origin, std::string_v
 void MountQueries::LogNoResponse(std::string_view origin, std::string_view what) {
     needs_.log.LogMessage(origin, LogLevel::Error,
                           "No response querying " + std::string(what) + " - " + std::to_string(state_.g_nNoResponse));
+}
+
+void MountQueries::LogIgnored(std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Error, kIgnored);
 }
 
 bool MountQueries::PositionLabelsShown() const {

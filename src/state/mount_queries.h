@@ -55,6 +55,10 @@ public:
     bool QueryAlt();
     bool QueryAz();
     bool QueryLst();
+    /// With firmware that knows its meridian delay, this is asked first. A clock two seconds or more off the PC's is
+    /// set when the user wants it kept. False, with nothing shown, when he does not: wanted.
+    bool QueryTime();
+    bool QueryTimeZone();
     bool QuerySideOfMount();
     bool QueryGos();
 
@@ -68,9 +72,18 @@ public:
     /// Whether the mount has told its sidereal time yet.
     bool LstKnown() const { return lstKnown_; }
     void UpdateHourAngle();
+    /// Shows the mount's local time, carried on from the last one read.
+    void UpdateMountTimeDisplay();
+    /// Shows `g_dTimeZone` as people say it: local time minus UTC.
+    void ShowTimeZone();
     void UpdateCounterweightState();
     /// Computes altitude and azimuth from RA, Dec and sidereal time.
     void CalcAltAz();
+
+    /// After a declination was read: a mount that reports RA 0 and Dec 90 exactly was never told where it stands. The
+    /// hand box is filled anew on its first such report and on every second one after; an open confirmation of an
+    /// unpark stops that until the position changes.
+    void CheckInitialPosition();
 
     /// A query went unanswered: the third in a row declares communications lost and blanks the display.
     void NoteNoResponse();
@@ -88,11 +101,18 @@ public:
     const std::string& LastAzText() const { return lastAzText_; }
 
 private:
+    static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
+
     bool KeepRa(const std::string& reply);
     bool KeepDec(std::string reply);
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
+    void LogIgnored(std::string_view origin);
     std::string Ask(std::string_view command, bool clearFirst);
+    void QueryMeridianDelay();
+    double SecondsFromPcTime(double mountTime);
+    void AskQuayForTime(const std::string& kept);
+    void CorrectTimeZone();
     bool MountIsAskedForAltAz();
     bool PositionLabelsShown() const;
     void ShowAlt(double altitude);
@@ -101,8 +121,11 @@ private:
 
     MountQueriesNeeds needs_;
     DriverState& state_;
-    Tick lstBase_;           ///< when `g_dLst` was read
-    bool lstKnown_ = false;  ///< it was read at all
+    // Bases of their own, written together with the value only: a query that goes unanswered must not shift it.
+    Tick lstBase_;                 ///< when `g_dLst` was read
+    Tick mountTimeBase_;           ///< when `g_dMountTime` was read
+    bool lstKnown_ = false;        ///< `g_dLst` was read at all
+    bool fillingHandBox_ = false;  ///< the power-on position is being dealt with
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };
 

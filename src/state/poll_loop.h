@@ -3,6 +3,7 @@
 #include <functional>
 #include <string_view>
 
+#include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
 #include "forms/hand_box_actions.h"
 #include "kernel/base/errors.h"
@@ -24,6 +25,7 @@ struct PollLoopNeeds {
     SwallowLedger& ledger;
     Sounds& sounds;
     frmHandBox& handBox;
+    frmAskAbortSlew& askAbortSlew;
     HandBoxActions& panel;
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
@@ -49,23 +51,33 @@ public:
     void SetPolling(bool enable);
 
 private:
-    void RunDueQuery(bool& askedTime, bool& askedLst);
-    void CheckInitialPosition();
+    enum class Asked { Lst, Time, Other };
+
+    // poll_loop.cpp
+    Asked RunDueQuery();
+    void ShowLogState();
+    void PauseLogWhileParked();
+
+    // slew_supervision.cpp
+    bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
+    void EndSlew();
+    void ReadEndOfSlew();
+    void BeepUnlessParking();
     void DistancePass();
+    double MeasureDistance();
     double TargetDistance();
     double Threshold() const;
     void StartSecondLeg();
     bool MayStartSecondLeg() const;
     void PushSettleEnd();
+    void CompleteSlew();
+    void FinishPark(std::string_view text);
     void CheckParkArrival();
-    void ShowLogState();
-    void PauseLogWhileParked();
 
     PollLoopNeeds needs_;
     DriverState& state_;
-    bool initUiDone_ = false;
 };
 
 }  // namespace kestrane

@@ -9,6 +9,9 @@
 namespace kestrane {
 namespace {
 
+constexpr std::size_t kTimeLength = 8;       // HH:MM:SS
+constexpr std::size_t kTimeZoneLength = 10;  // HH:MM:SS.S
+
 struct Sexagesimal {
     bool negative = false;
     double degrees = 0.0;
@@ -51,6 +54,16 @@ std::optional<Sexagesimal> Split(std::string_view reply, Log& log) {
     return result;
 }
 
+/// Two digits from 0 to `highest`.
+bool IsTwoDigits(std::string_view text, int highest) {
+    return text.size() == 2 && IsAllDigits(text) && (text[0] - '0') * 10 + (text[1] - '0') <= highest;
+}
+
+bool IsHoursWithinADay(std::string_view text, Log& log) {
+    double hours = 0.0;
+    return ParseProtocolHours(text, hours, log) && hours > -24.0 && hours < 24.0;
+}
+
 bool MinutesAndSecondsInRange(const Sexagesimal& value) {
     return value.minutes >= 0 && value.minutes <= 59 && value.seconds >= 0 && value.seconds < 60;
 }
@@ -65,6 +78,30 @@ bool IsRaReply(std::string_view reply, Log& log) {
 bool IsDecReply(std::string_view reply, Log& log) {
     const auto value = Split(reply, log);
     return value && value->degrees <= 90 && MinutesAndSecondsInRange(*value);
+}
+
+bool IsMeridianReply(std::string_view reply, Log& log) {
+    return IsHoursWithinADay(reply, log);
+}
+
+std::string_view TimeOfReply(std::string_view reply) {
+    return reply.substr(0, kTimeLength);
+}
+
+bool IsTimeReply(std::string_view reply, Log& log) {
+    return IsHoursWithinADay(TimeOfReply(reply), log);
+}
+
+bool IsTimeZoneReply(std::string_view reply, Log& log) {
+    if (reply.starts_with('-')) {
+        reply.remove_prefix(1);
+    }
+    if (reply.size() < kTimeZoneLength || reply[2] != ':' || reply[5] != ':' || reply[8] != '.' ||
+        !IsAllDigits(reply.substr(9, 1))) {
+        return false;
+    }
+    const auto seconds = Number(reply.substr(6), log);
+    return IsTwoDigits(reply.substr(0, 2), 23) && IsTwoDigits(reply.substr(3, 2), 59) && seconds && *seconds < 60.0;
 }
 
 bool IsAzReply(std::string_view reply, Log& log) {

@@ -340,6 +340,13 @@ void Telescope::RaiseSlewRefusal(std::int16_t result) {
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
+    if (state_.g_bParking) {
+        // Tracking is off during a park; the check that clients pass would refuse the leg.
+        TargetRightAscension(rightAscension);
+        TargetDeclination(declination);
+        SendSlewCommands();
+        return;
+    }
     SlewToCoordinatesAsync(rightAscension, declination, false);
 }
 

@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint32_t kNoMount = 0x80040402;
 
 /// A line with the companion on it, in front of the mount: says that it is there, unwraps what carries a number, and
-/// puts its head before the reply.
+/// puts its head before the reply. Commands to itself it takes as done.
 class CompanionLine final : public LineEnd {
 public:
     explicit CompanionLine(MountSimulator& mount) : mount_(mount) {}
@@ -29,7 +29,12 @@ public:
             const std::string text(bytes.substr(kHead.size()));
             const std::size_t comma = text.find(',');
             const std::string command = text.substr(comma + 1, text.find('#') - comma - 1);
-            head_ = "QUAY," + command + "," + text.substr(0, comma) + ",";
+            const std::string number = text.substr(0, comma);
+            if (command.starts_with('*')) {  // for the companion itself, which does as it is told
+                ready_ += "QUAY," + command.substr(0, command.find(',')) + "," + number + ",11#";
+                return;
+            }
+            head_ = "QUAY," + command + "," + number + ",";
             mount_.Write(":" + command + "#");
         } else {
             mount_.Write(bytes);

@@ -56,5 +56,55 @@ INSTANTIATE_TEST_SUITE_P(Replies, ReplyPredicateTest,
                                          Row{" -0*2:6", false, true, false},      // a blank does not hide the sign
                                          Row{"", false, false, false}));
 
+struct TimeRow {
+    std::string reply;
+    bool meridian, time, zone;
+};
+
+class TimePredicateTest : public testing::TestWithParam<TimeRow> {
+protected:
+    NoTime clock;
+    LogState logState;
+    Log log{logState, clock};
+};
+
+TEST_P(TimePredicateTest, Shape_TellsWhichQueryAReplyBelongsTo) {
+    EXPECT_EQ(IsMeridianReply(GetParam().reply, log), GetParam().meridian);
+    EXPECT_EQ(IsTimeReply(GetParam().reply, log), GetParam().time);
+    EXPECT_EQ(IsTimeZoneReply(GetParam().reply, log), GetParam().zone);
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, TimePredicateTest,
+                         testing::Values(TimeRow{"20:00:00", true, true, false},          // a zone has a fraction
+                                         TimeRow{"23:59:59", true, true, false},          //
+                                         TimeRow{"24:00:00", false, false, false},        //
+                                         TimeRow{"-01:30:00", true, true, false},         //
+                                         TimeRow{"-23:59:59", true, true, false},         //
+                                         TimeRow{"-24:00:00", false, false, false},       //
+                                         TimeRow{"+00:30:00", true, true, false},         //
+                                         TimeRow{"20:00:00rubbish", false, true, false},  // eight characters count
+                                         TimeRow{"20:00:0", true, true, false},           //
+                                         TimeRow{"20:00", false, false, false},           // short form
+                                         TimeRow{"20:60:00", false, false, false},        //
+                                         TimeRow{"05:00:00.0", true, true, true},         //
+                                         TimeRow{"-05:00:00.0", true, true, true},        //
+                                         TimeRow{"+05:00:00.0", true, true, false},       // a plus is not taken off
+                                         TimeRow{"--5:00:00.0", true, true, false},       //
+                                         TimeRow{"23:59:59.9", true, true, true},         //
+                                         TimeRow{"24:00:00.0", false, false, false},      //
+                                         TimeRow{"05:60:00.0", false, false, false},      //
+                                         TimeRow{"05:00:60.0", false, false, false},      //
+                                         TimeRow{"05:00:00.x", false, true, false},       //
+                                         TimeRow{"05:00:00.", true, true, false},         // too short
+                                         TimeRow{"05:00:00.05", true, true, true},        //
+                                         TimeRow{"05:00:00.0x", false, true, false},      //
+                                         TimeRow{"5:00:00.00", true, true, false},        // marks one place off
+                                         TimeRow{"0a:00:00.0", false, false, false},      //
+                                         TimeRow{"05.00:00.0", false, false, false},      //
+                                         TimeRow{"+45*30:15", false, false, false},       //
+                                         TimeRow{"East", false, false, false},            //
+                                         TimeRow{"", false, false, false}),
+                         [](const auto& row) { return "Row" + std::to_string(row.index); });
+
 }  // namespace
 }  // namespace kestrane

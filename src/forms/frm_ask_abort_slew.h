@@ -1,0 +1,19 @@
+#pragma once
+
+#include "forms/controls.h"
+
+namespace kestrane {
+
+/// Asks whether the running slew or park is to be aborted. It goes away by itself when the slew has ended.
+class frmAskAbortSlew : public Form {
+public:
+    frmAskAbortSlew() : Form("frmAskAbortSlew", "KS V2 - Abort Slew?") {}
+
+    bool UserPressedOK = false;
+
+    Label Label1{*this, "Label1", "ABORT SLEW?"};
+    Button btnOK{*this, "btnOK", "OK"};
+    Button btnCancel{*this, "btnCancel", "Cancel"};
+};
+
+}  // namespace kestrane

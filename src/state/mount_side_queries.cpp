@@ -1,0 +1,79 @@
+#include "catalogue/wire_commands.h"
+#include "state/mount_queries.h"
+#include "state/position_text.h"
+
+/// Side of the pier, hour angle and counterweight.
+namespace kestrane {
+namespace {
+
+constexpr std::int16_t kWestSide = 1;
+/// The first version text that knows its side of the pier sorts after this.
+constexpr std::string_view kLastWithoutPierSide = "C";
+
+double FoldHourAngle(double hours) {
+    if (hours > 12.0) {
+        return hours - 24.0;
+    }
+    return hours < -12.0 ? hours + 24.0 : hours;
+}
+
+}  // namespace
+
+bool MountQueries::QuerySideOfMount() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastSide = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblPierSide.Text("");
+        return false;
+    }
+    state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
+    state_.g_nSideOfPier = (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? 1 : 0;
+    if (state_.g_sVersion > kLastWithoutPierSide) {
+        const std::string reply = Ask(wire::GetPierSide.text, true);
+        if (reply == "East") {
+            state_.g_nSideOfPier = 0;
+        } else if (reply == "West") {
+            state_.g_nSideOfPier = 1;
+        }
+        if (reply.empty()) {
+            NoteNoResponse();
+            LogNoResponse("SideOfMount Query", "SideOfMount");
+            state_.g_tickLastSide = needs_.clock.GetTickCount() + kSlowIntervalMs;
+        } else {
+            NoteQuerySuccess();
+        }
+    }
+    state_.g_bWestSide = state_.g_nSideOfPier == kWestSide;
+    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? "West" : "East");
+    UpdateCounterweightState();
+    needs_.log.LogMessage("Counterweight", LogLevel::Info,
+                          state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
+    needs_.statusWindow.lblPierSide.Text(needs_.handBox.lblPierSide.Text());
+    return true;
+}
+
+void MountQueries::UpdateHourAngle() {
+    if (state_.g_bLostComms || state_.g_bLowPower) {
+        return;
+    }
+    const double lst = GetLst();
+    state_.g_dHourAngle = FoldHourAngle(lst - state_.g_dRa);
+    const std::string hourAngleText = HoursText(state_.g_dHourAngle, ForcedSign::Yes);
+    const std::string lstText = HoursText(lst);
+    needs_.statusWindow.lblHourAngle.Text(hourAngleText);
+    needs_.statusWindow.lblLST.Text(lstText);
+    needs_.handBox.lblLST.Text(needs_.handBox.m_bShowHA ? hourAngleText : lstText);
+    UpdateCounterweightState();
+}
+
+void MountQueries::UpdateCounterweightState() {
+    const double ha = state_.g_dHourAngle;
+    const bool east = state_.g_nSideOfPier == 0;
+    const bool west = state_.g_nSideOfPier == kWestSide;
+    state_.g_bCounterweightUp = (east && ha > -11.999 && ha < -0.001) || (west && ha > 0.001 && ha < 11.999);
+    needs_.handBox.lblCwUp.Visible(state_.g_bCounterweightUp);
+}
+
+}  // namespace kestrane

@@ -1,0 +1,234 @@
+#include <cmath>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "state/mount_queries.h"
+#include "state/position_text.h"
+#include "state/reply_predicates.h"
+
+/// Sidereal time, local time and time zone.
+namespace kestrane {
+namespace {
+
+constexpr double kMsPerHour = 3600.0 * 1000.0;
+constexpr double kSecondsPerHour = 3600.0;
+constexpr double kSecondsOff = 2.0;       // from the PC's time, from which on the mount's is set
+constexpr double kZoneTolerance = 0.001;  // hours
+constexpr std::string_view kOn = "1";     // of a setting that is compared as text
+
+/// Whole seconds, since the text is compared with a mount's that has no more.
+double HoursOfDay(const DateTime& time) {
+    return time.hour + time.minute / 60.0 + time.second / kSecondsPerHour;
+}
+
+/// HH:MM:SS
+std::string TimeText(double hours) {
+    const std::string text = HoursToHMS(hours, ":", ":", "", 0);
+    return text.starts_with("24") ? "00" + text.substr(2) : text;  // rounded up across midnight
+}
+
+}  // namespace
+
+bool MountQueries::QueryLst() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastLst = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblLST.Text("");
+        return false;
+    }
+    const std::string reply = Ask(wire::GetSiderealTime.text, true);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("LST Query", "LST");
+        state_.g_tickLastLst = needs_.clock.GetTickCount();
+        return false;
+    }
+    if (!IsRaReply(reply, needs_.log)) {
+        RecoverSlippedExchange("LST Query", kIgnored);
+        ClearReceiveBuffer();
+        return false;
+    }
+    state_.g_dLst = ProtocolHours(reply, needs_.log);
+    // A base of its own: a later query that goes unanswered must not shift the sidereal time.
+    state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
+    lstKnown_ = true;
+    UpdateHourAngle();
+    NoteQuerySuccess();
+    return true;
+}
+
+double MountQueries::GetLst() {
+    if (needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery) {
+        return LocalSiderealTime(state_.g_dSiteLongitude, needs_.astronomy);
+    }
+    const double lst = state_.g_dLst + (needs_.clock.GetTickCount() - lstBase_) / kMsPerHour;
+    return lst >= 24.0 ? lst - 24.0 : lst;
+}
+
+bool MountQueries::QueryTime() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastTime = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblTime.Text("");
+        return false;
+    }
+    if (state_.g_bHasMeridianQuery) {
+        QueryMeridianDelay();
+    }
+    const std::string reply = Ask(wire::GetLocalTime.text, true);
+    const Tick readAt = needs_.clock.GetTickCount();
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("Time Query", "Time");
+        state_.g_tickLastTime = readAt;
+        return false;
+    }
+    if (!IsTimeReply(reply, needs_.log)) {
+        LogIgnored("Time Query");
+        return false;
+    }
+    const double mountTime = ProtocolHours(TimeOfReply(reply), needs_.log);
+    const double secondsOff = SecondsFromPcTime(mountTime);
+    const std::string kept = needs_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
+    if (state_.g_bQuayLink) {
+        AskQuayForTime(kept);
+    } else if (kept == kOn && secondsOff >= kSecondsOff) {
+        needs_.log.LogMessage("QueryTime", LogLevel::Warning,
+                              "Time deviates 2 seconds or more from PC time... resending Time!");
+        needs_.telescope()->Commands().CommandStringInternal(kInitTimeCommand, true);
+    }
+    state_.g_dMountTime = mountTime;
+    mountTimeBase_ = readAt;
+    if (kept != kOn) {
+        return false;  // and shows nothing: wanted, the display runs on by itself
+    }
+    needs_.handBox.lblTime.Text(reply);
+    needs_.statusWindow.lblMountTime.Text(reply);
+    NoteQuerySuccess();
+    return true;
+}
+
+void MountQueries::QueryMeridianDelay() {
+    constexpr std::string_view origin = "Meridian Limits Query";
+    const std::string reply = Ask(wire::GetMeridianDelay.text, true);
+    if (reply.empty()) {
+        needs_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
+        return;
+    }
+    if (!IsMeridianReply(reply, needs_.log)) {
+        LogIgnored(origin);
+        return;
+    }
+    const double delay = ProtocolHours(reply, needs_.log);
+    if (delay != state_.g_dMeridianDelay) {
+        state_.g_dMeridianDelay = delay;
+        needs_.panel.SetMeridianDelayUI(delay);
+    }
+}
+
+/// How far the mount's clock is off, without a sign, to the millisecond. A difference of nearly a day across midnight
+/// is not folded: wanted.
+double MountQueries::SecondsFromPcTime(double mountTime) {
+    double hours = HoursOfDay(needs_.clock.GetLocalTime()) - mountTime;
+    if (!state_.g_bHasMeridianQuery) {
+        hours += state_.g_dMeridianDelay;  // that firmware is given its clock shifted by the delay
+    }
+    if (hours > 24.0) {
+        hours -= 24.0;
+    } else if (hours < -24.0) {
+        hours += 24.0;
+    }
+    return std::round(std::abs(hours) * kMsPerHour) / 1000.0;
+}
+
+void MountQueries::AskQuayForTime(const std::string& kept) {
+    if (!state_.g_bQuayTimeSync) {
+        return;
+    }
+    ResumeNext errors{needs_.ledger, "QueryTime"};
+    std::string reply;
+    errors.Assign(reply, [&] {
+        return needs_.telescope()->Commands().CommandString(std::string(wire::CompanionTimeSync.text) + kept, false);
+    });
+    if (reply.size() > 1 && reply[1] != '1') {
+        state_.g_bQuayTimeSync = false;
+    }
+}
+
+void MountQueries::UpdateMountTimeDisplay() {
+    double time = state_.g_dMountTime + (needs_.clock.GetTickCount() - mountTimeBase_) / kMsPerHour;
+    time -= time >= 24.0 ? 24.0 : 0.0;
+    const std::string text = TimeText(time);
+    if (needs_.handBox.lblTime.Text() != text) {
+        needs_.handBox.lblTime.Text(text);
+        needs_.statusWindow.lblMountTime.Text(text);
+    }
+}
+
+bool MountQueries::QueryTimeZone() {
+    if (state_.g_bPollSuspended) {
+        return false;
+    }
+    state_.g_tickLastTimeZone = needs_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        needs_.handBox.lblTZ.Text("");
+        return false;
+    }
+    const std::string reply = Ask(wire::GetTimeZone.text, true);
+    if (reply.empty()) {
+        NoteNoResponse();
+        LogNoResponse("TimeZone Query", "TimeZone");
+        // A silent mount is asked a little less often.
+        state_.g_tickLastTimeZone = needs_.clock.GetTickCount() + kSlowIntervalMs;
+        return false;
+    }
+    if (!IsTimeZoneReply(reply, needs_.log)) {
+        LogIgnored("Time Zone Query");
+        return false;
+    }
+    const double zone = ProtocolHours(reply, needs_.log);
+    if (!(zone > -24.0 && zone < 24.0)) {
+        RecoverSlippedExchange("Time Zone Query", "Time Zone out of range: " + PlainNumber(zone));
+        ClearReceiveBuffer();
+        return false;
+    }
+    state_.g_dTimeZone = zone;
+    if (std::abs(zone - needs_.clock.TimeZoneOffset()) > kZoneTolerance &&
+        needs_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime) == kOn) {
+        CorrectTimeZone();
+    }
+    ShowTimeZone();
+    NoteQuerySuccess();
+    return true;
+}
+
+void MountQueries::CorrectTimeZone() {
+    MountCommands& commands = needs_.telescope()->Commands();
+    if (!state_.g_bQuayLink) {
+        needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
+        commands.CommandStringInternal(kInitTimeCommand, true);
+        return;
+    }
+    needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
+    ResumeNext errors{needs_.ledger, "QueryTimeZone"};
+    std::string reply;
+    errors.Assign(reply, [&] {
+        return commands.CommandString(std::string(wire::CompanionTimeSync.text) + std::string(kOn), false);
+    });
+    if (!reply.starts_with('1')) {
+        state_.g_bQuayTimeSync = false;
+    }
+}
+
+void MountQueries::ShowTimeZone() {
+    const std::string text = HoursText(0.0 - state_.g_dTimeZone);
+    needs_.handBox.lblTZ.Text(text);
+    needs_.statusWindow.lblTimeZone.Text(text);
+}
+
+}  // namespace kestrane

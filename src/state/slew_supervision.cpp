@@ -1,0 +1,251 @@
+#include <cmath>
+#include <string>
+
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "state/poll_loop.h"
+
+/// How a running slew or park is watched, and what follows its end.
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kSupervisionIntervalMs = 2000;
+constexpr std::int32_t kSettleUnitMs = 2000;  // of one unit of the settle time while the mount still moves
+constexpr double kStillDegrees = 0.01;        // a change of distance below this is stillness
+constexpr std::int16_t kStillPasses = 3;      // still passes that end a slew short of its target
+constexpr double kRaDecThreshold = 0.1;       // degrees
+constexpr double kAltAzThreshold = 0.5;       // degrees
+constexpr double kDegreesPerHour = 15.0;
+constexpr double kParkRaHours = 0.5;
+constexpr double kParkDecDegrees = 0.01;
+constexpr double kParkAltAzDegrees = 1.0;
+constexpr std::int16_t kSiderealRate = 1;
+constexpr std::int16_t kCustomRate = 4;
+constexpr std::string_view kDistancePattern = "0.0000";
+constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
+
+}  // namespace
+
+bool PollLoop::CheckSlewing() {
+    if (ParkAborted() && !state_.g_bSlewing) {
+        // Nothing moves that could come to an end: a park that stands out of tolerance, or that the firmware moves.
+        state_.g_bSlewCompletePending = true;
+    }
+    return state_.g_bGosActive && !state_.g_bDontUseGosForSlew ? CheckByStatus() : CheckByDistance();
+}
+
+bool PollLoop::ParkAborted() const {
+    return state_.g_bParking && state_.g_bAbortPark;
+}
+
+bool PollLoop::CheckByStatus() {
+    if (state_.g_bSlewing && ParkAborted()) {
+        EndSlew();
+        ReadEndOfSlew();
+        return false;
+    }
+    if (state_.g_bSlewing && !state_.g_bMountSlewing) {
+        if (MayStartSecondLeg()) {
+            StartSecondLeg();
+            state_.g_bMountSlewing = true;
+        } else {
+            EndSlew();
+            needs_.queries.QueryRa();
+            needs_.queries.QueryDec();
+            ReadEndOfSlew();
+        }
+    }
+    state_.g_bSlewing = state_.g_bMountSlewing;
+    return state_.g_bSlewing;
+}
+
+bool PollLoop::CheckByDistance() {
+    if (!state_.g_bSlewing) {
+        return false;
+    }
+    if (needs_.clock.GetTickCount() - state_.g_tickLastSlewCheck < kSupervisionIntervalMs) {
+        return true;
+    }
+    if (state_.g_bAbortSlew || ParkAborted()) {
+        EndSlew();
+    } else {
+        DistancePass();
+    }
+    state_.g_tickLastSlewCheck = needs_.clock.GetTickCount();
+    if (!state_.g_bSlewing) {
+        BeepUnlessParking();
+        ReadEndOfSlew();
+    }
+    return state_.g_bSlewing;
+}
+
+/// Leaves `g_bAbortPark`, by which the park learns of its end. A second leg that was not started never is.
+void PollLoop::EndSlew() {
+    state_.g_bSlewing = state_.g_bMountSlewing = false;
+    state_.g_bAbortSlew = state_.g_bSafeSlewPending = false;
+    state_.g_nSameDistance = 0;
+}
+
+void PollLoop::ReadEndOfSlew() {
+    needs_.queries.QuerySideOfMount();
+    needs_.queries.QueryLst();
+    state_.g_bSlewCompletePending = true;
+}
+
+void PollLoop::BeepUnlessParking() {
+    if (!state_.g_bParking) {
+        needs_.sounds.Beep();
+    }
+}
+
+void PollLoop::DistancePass() {
+    const double delta = MeasureDistance();
+    const double distance = state_.g_dLastTargetDistance;
+    if (distance > Threshold() && state_.g_nSameDistance < kStillPasses) {
+        PushSettleEnd();
+        return;
+    }
+    const bool still = delta < kStillDegrees;
+    if (MayStartSecondLeg() && (distance < Threshold() || still)) {
+        StartSecondLeg();
+        PushSettleEnd();
+        state_.g_bSlewing = true;
+    } else if (still && needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
+        BeepUnlessParking();  // and once more when the pass has ended: wanted
+        EndSlew();
+    }
+}
+
+/// Degrees by which the distance to the target has changed since the last pass.
+double PollLoop::MeasureDistance() {
+    const double distance = TargetDistance();
+    const double delta = std::abs(state_.g_dLastTargetDistance - distance);
+    const double deltaChange = std::abs(state_.g_dLastDelta - delta);
+    needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
+                          "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
+                              ",  Delta=" + FormatUs(delta, kDistancePattern) +
+                              ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
+    if (delta < kStillDegrees) {
+        ++state_.g_nSameDistance;
+        needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
+                              "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
+    } else {
+        state_.g_nSameDistance = 0;
+    }
+    state_.g_dLastTargetDistance = distance;
+    state_.g_dLastDelta = delta;
+    return delta;
+}
+
+/// Degrees from the target, with a fresh position if the poll has not read one since the last pass.
+double PollLoop::TargetDistance() {
+    MountQueries& queries = needs_.queries;
+    if (state_.g_bTargetIsRaDec) {
+        if (state_.g_tickSeenRa == state_.g_tickLastRa && state_.g_tickSeenDec == state_.g_tickLastDec) {
+            queries.QueryRa();
+            queries.QueryDec();
+        }
+        state_.g_tickSeenRa = state_.g_tickLastRa;
+        state_.g_tickSeenDec = state_.g_tickLastDec;
+        return AngularDistance(state_.g_dRa, state_.g_dDec, state_.g_dTargetRa, state_.g_dTargetDec);
+    }
+    if (state_.g_tickSeenAz == state_.g_tickLastAz && state_.g_tickSeenAlt == state_.g_tickLastAlt) {
+        queries.QueryAz();
+        queries.QueryAlt();
+    }
+    state_.g_tickSeenAz = state_.g_tickLastAz;
+    state_.g_tickSeenAlt = state_.g_tickLastAlt;
+    return AngularDistance(state_.g_dAz / kDegreesPerHour, state_.g_dAlt, state_.g_dTargetAz / kDegreesPerHour,
+                           state_.g_dTargetAlt);
+}
+
+double PollLoop::Threshold() const {
+    return state_.g_bTargetIsRaDec ? kRaDecThreshold : kAltAzThreshold;
+}
+
+/// No second leg ever follows an abort.
+bool PollLoop::MayStartSecondLeg() const {
+    return state_.g_bSafeSlewPending && !state_.g_bAbortSlew && !state_.g_bAbortPark;
+}
+
+void PollLoop::StartSecondLeg() {
+    needs_.log.LogMessage(
+        "SafeSlew", LogLevel::Info,
+        "Slew 2 of 2: RA=" + PlainNumber(state_.g_dSafeSlewRa) + ", Dec=" + PlainNumber(state_.g_dSafeSlewDec));
+    ResumeNext errors{needs_.ledger, "CheckSlewing"};
+    errors.Step([&] { needs_.telescope()->StartSecondLeg(state_.g_dSafeSlewRa, state_.g_dSafeSlewDec); });
+    state_.g_bSafeSlewPending = false;
+}
+
+void PollLoop::PushSettleEnd() {
+    state_.g_tickSettleEnd = needs_.clock.GetTickCount() + state_.g_nSlewSettleTime * kSettleUnitMs;
+}
+
+void PollLoop::CheckSlewComplete() {
+    if (!state_.g_bSlewCompletePending) {
+        return;
+    }
+    state_.g_bSlewCompletePending = false;
+    if (needs_.askAbortSlew.Visible()) {
+        needs_.askAbortSlew.Hide();
+    }
+    if (state_.g_dSiteLatitude == 0.0) {
+        ResumeNext errors{needs_.ledger, "CheckSlewComplete"};
+        errors.Assign(state_.g_dSiteLatitude, [&] { return needs_.telescope()->SiteLatitude(); });
+    }
+    needs_.queries.QuerySideOfMount();
+    if (state_.g_bParked) {
+        FinishPark("Completed move to parked position");
+    } else if (state_.g_bParking) {
+        CheckParkArrival();
+    } else {
+        CompleteSlew();
+    }
+}
+
+void PollLoop::CompleteSlew() {
+    if (!state_.g_bSideInitDone) {
+        state_.g_bSideInitDone = true;
+        needs_.log.LogMessage("Inititialization", LogLevel::Info, "Side of mount initilization complete!");
+    } else {
+        needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Slew complete: Setting tracking rates");
+    }
+    if (state_.g_bRestoreRatePending) {
+        // A custom rate is not taken up again.
+        const std::int16_t rate = state_.g_nDisplayedRate == kCustomRate ? kSiderealRate : state_.g_nDisplayedRate;
+        needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
+                              "Restoring tracking state = " + std::to_string(rate));
+        needs_.panel.RestoreTrackingRate(rate);
+    }
+}
+
+void PollLoop::FinishPark(std::string_view text) {
+    needs_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
+    needs_.telescope()->HandleParkComplete();
+}
+
+/// A park that stands out of tolerance stays under way.
+void PollLoop::CheckParkArrival() {
+    if (state_.g_bAbortPark) {
+        needs_.telescope()->HandleParkComplete();
+        return;
+    }
+    needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");
+    if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
+        needs_.queries.QueryRa();
+        needs_.queries.QueryDec();
+        const double raDistance = std::abs(NormalizeHourAngle(state_.g_dTargetRa - state_.g_dRa));
+        if (raDistance < kParkRaHours && std::abs(state_.g_dTargetDec - state_.g_dDec) < kParkDecDegrees) {
+            FinishPark("Completed move to parked position(2)");
+        }
+    } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
+        needs_.queries.QueryAlt();
+        needs_.queries.QueryAz();
+        const double azDistance = std::abs(NormalizeDegrees180(state_.g_dTargetAz - state_.g_dAz));
+        if (std::abs(state_.g_dTargetAlt - state_.g_dAlt) < kParkAltAzDegrees && azDistance < kParkAltAzDegrees) {
+            FinishPark("Completed move to parked position(3)");
+        }
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,200 @@
+#pragma once
+
+#include <algorithm>
+#include <deque>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "kernel/base/counters.h"
+#include "settings/persist.h"
+#include "state/poll_loop.h"
+#include "support/virtual_platform.h"
+
+namespace kestrane {
+
+/// A mount at the far side of the exchange: gives the replies that it was told, an empty text to everything else, and
+/// records what it was asked.
+class ScriptedCommands final : public MountCommands {
+public:
+    explicit ScriptedCommands(DriverState& state) : state_(state) {}
+
+    std::map<std::string, std::string> replies;             ///< to each such command
+    std::map<std::string, std::deque<std::string>> inTurn;  ///< to the next ones first
+    std::vector<std::string> sent;                          ///< "<clear>" for a clear, "!" before a blind command
+
+    void CommandBlindInternal(std::string_view command, bool) override { sent.push_back("!" + std::string(command)); }
+    void CommandClearInternal() override {
+        sent.emplace_back("<clear>");
+        state_.g_bResync = false;
+    }
+    bool CommandBoolInternal(std::string_view command, bool) override { return Answer(command) == "1"; }
+    std::string CommandStringInternal(std::string_view command, bool) override { return Answer(command); }
+    std::string CommandString(std::string_view command, bool) override { return Answer(command); }
+
+    int Times(std::string_view command) const {
+        return static_cast<int>(std::count(sent.begin(), sent.end(), command));
+    }
+
+private:
+    std::string Answer(std::string_view command) {
+        sent.emplace_back(command);
+        std::deque<std::string>& next = inTurn[std::string(command)];
+        if (!next.empty()) {
+            const std::string reply = next.front();
+            next.pop_front();
+            return reply;
+        }
+        return replies[std::string(command)];
+    }
+
+    DriverState& state_;
+};
+
+/// The telescope as the poll sees it; records what was asked of it.
+class RecordingTelescope final : public TelescopeActions {
+public:
+    RecordingTelescope(DriverState& state, ScriptedCommands& commands) : state_(state), commands_(commands) {}
+
+    std::vector<std::string> calls;
+    bool secondLegFails = false;
+
+    MountCommands& Commands() override { return commands_; }
+    void ParseGOS(std::string_view status) override {
+        calls.push_back("ParseGOS " + std::string(status));
+        state_.g_bGosActive = status.size() >= 11;
+        state_.g_bMountSlewing = state_.g_bGosActive ? status[3] == 'S' : state_.g_bMountSlewing;
+    }
+    void InitUI() override { calls.emplace_back("InitUI"); }
+    void StartSecondLeg(double, double) override {
+        calls.emplace_back("StartSecondLeg");
+        if (secondLegFails) {
+            state_.g_bSlewing = state_.g_bMountSlewing = false;
+            throw DriverError(ErrorNumber::SlewFailed);
+        }
+    }
+    void HandleParkComplete() override {
+        calls.emplace_back("HandleParkComplete");
+        state_.g_bParking = false;
+    }
+    double SiteLatitude() override {
+        calls.emplace_back("SiteLatitude");
+        return 47.0;
+    }
+    int Times(std::string_view call) const { return static_cast<int>(std::count(calls.begin(), calls.end(), call)); }
+
+private:
+    DriverState& state_;
+    ScriptedCommands& commands_;
+};
+
+/// The hand box's presenter; records what was asked of it.
+class RecordingPanel final : public HandBoxActions {
+public:
+    std::vector<std::string> calls;
+
+    void UserShow() override {}
+    void UpdateControls() override {}
+    void UpdateRateLimits() override {}
+    void ShowMountFeatures() override {}
+    void SetParkStatus(std::string_view text, std::string_view origin) override {
+        calls.push_back("SetParkStatus " + std::string(text) + " " + std::string(origin));
+    }
+    void SetParkToolTip(std::string_view) override {}
+    void ShowTrackingRate(std::int16_t rate, bool corrected) override {
+        calls.push_back("ShowTrackingRate " + std::to_string(rate) + (corrected ? " corrected" : ""));
+    }
+    void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
+    void GetLongLatFromMount(bool) override {}
+    void UpdateErrorCounts() override {}
+    void SlewFlashDisplay() override { calls.emplace_back("SlewFlashDisplay"); }
+    void SetKingRateState() override {}
+    void RestoreTrackingRate(std::int16_t rate) override {
+        calls.push_back("RestoreTrackingRate " + std::to_string(rate));
+    }
+};
+
+/// The picture of the mount with everything around it played: virtual time, a scripted mount, recorded windows. The
+/// hand box is loaded, one client is there, nothing is due before a second has passed.
+class StateFixture : public testing::Test {
+protected:
+    explicit StateFixture(Tick firstTick = VirtualClock::kZero) : machine(firstTick) {
+        state.g_bDebugLog = true;
+        log.SetListener([this](std::string_view origin, int level, std::string_view message) {
+            logged.push_back(std::string(origin) + "|" + std::to_string(level) + "|" + std::string(message));
+        });
+        handBox.EnsureLoaded();
+        handBox.tmrQueryRaDecAltAz.OnTick([this] { poll.OnTimer(); });
+        handBox.tmrQueryRaDecAltAz.Interval(150);
+        queries.ResetQueryTimes();
+        state.g_nScopeObjects = 2;
+        state.g_sVersion = "VKC4-P02-08";
+    }
+
+    bool Logged(const std::string& line) const { return Times(line) > 0; }
+    int Times(const std::string& line) const {
+        return static_cast<int>(std::count(logged.begin(), logged.end(), line));
+    }
+    /// The same, for a part of a line.
+    bool LoggedPart(const std::string& part) const {
+        return std::any_of(logged.begin(), logged.end(),
+                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+    }
+    void Pass(std::int32_t milliseconds) { machine.clock.Sleep(milliseconds); }
+
+    VirtualPlatform machine;
+    DriverState state;
+    SwallowLedger ledger;
+    Log log{state, machine.clock};
+    Counters counters{state, log};
+    frmHandBox handBox{machine.pump};
+    frmStatus statusWindow{machine.pump};
+    frmAskAbortSlew askAbortSlew;
+    Persist persist{PersistNeeds{state, log, machine.clock, machine.folders, machine.messageBoxes, ledger}};
+    RecordingPanel panel;
+    ScriptedCommands mount{state};
+    RecordingTelescope telescope{state, mount};
+    int drains = 0;  ///< reads of a single byte that found the line silent
+    int quayChecks = 0;
+    EventJournal journal{EventJournalNeeds{
+        .state = state, .log = log, .clock = machine.clock, .statusWindow = statusWindow, .panel = panel}};
+    MountQueries queries{MountQueriesNeeds{
+        .state = state,
+        .persist = persist,
+        .log = log,
+        .counters = counters,
+        .clock = machine.clock,
+        .astronomy = machine.astronomy,
+        .ledger = ledger,
+        .handBox = handBox,
+        .statusWindow = statusWindow,
+        .panel = panel,
+        .journal = journal,
+        .receiveOne =
+            [this] {
+                ++drains;
+                return std::string();
+            },
+        .telescope = [this]() -> TelescopeActions* { return &telescope; },
+    }};
+    PollLoop poll{PollLoopNeeds{
+        .state = state,
+        .persist = persist,
+        .log = log,
+        .clock = machine.clock,
+        .ledger = ledger,
+        .sounds = machine.sounds,
+        .handBox = handBox,
+        .askAbortSlew = askAbortSlew,
+        .panel = panel,
+        .queries = queries,
+        .telescope = [this]() -> TelescopeActions* { return &telescope; },
+        .periodicQuayCheck = [this] { ++quayChecks; },
+    }};
+    std::vector<std::string> logged;  ///< "origin|level|message"
+};
+
+}  // namespace kestrane
