@@ -1,12 +1,18 @@
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <random>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "settings/setting_table.h"
 #include "settings_fakes.h"
 
 /// The settings file under the two things that happen to it: a process that dies, and a second program.
@@ -72,46 +78,232 @@ struct DurabilityTest : testing::Test, SettingsWorld {
     void ExpectIntact() { EXPECT_EQ(Foreign().Cell("PRAGMA integrity_check"), "ok"); }
 };
 
-TEST_F(DurabilityTest, AKillAtAnyMoment_LosesAtMostTheWriteUnderWay) {
-    constexpr int kKeys = 5;
-    std::mt19937 random(20240307);
-    int stored = 0;
-    for (int round = 0; round < 3; ++round) {
+// --- a process that dies ---------------------------------------------------------------------------------------------
+
+/// A number from the environment, for runs on demand.
+unsigned FromEnvironment(const char* name, unsigned otherwise) {
+    const char* text = std::getenv(name);
+    unsigned number = otherwise;
+    if (text != nullptr) {
+        std::from_chars(text, text + std::strlen(text), number);
+    }
+    return number;
+}
+
+/// Lets the time pass in which a child runs on; too short to sleep.
+void Spin(std::chrono::microseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+}
+
+void Kill(pid_t child) {
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+}
+
+/// A settings file that lives through killed writers. Write number i stores i under key i modulo `kKeys`; the numbers
+/// go on from one writer to the next.
+class KilledWriters {
+public:
+    static constexpr int kWrites = 10000;
+    static constexpr int kKeys = 50;
+
+    explicit KilledWriters(std::mt19937& random) : random_(random) {}
+
+    /// One writer that is killed at a random moment of its writes; what the file then holds.
+    void Round() {
         Pipe told;
-        const pid_t child = InChild([&] {
-            Persist persist(NeedsOfPersist());
-            for (int i = stored + 1;; ++i) {
-                persist.WriteIniValue("Key" + std::to_string(i % kKeys), std::to_string(i));
-                told.Tell();
-            }
-        });
+        const pid_t child = InChild([&] { WriteAll(told); });
         ASSERT_GT(child, 0);
-        const int wanted = std::uniform_int_distribution<int>(1, 150)(random);
+        const int wanted = std::uniform_int_distribution<int>(1, kWrites)(random_);
         for (int i = 0; i < wanted; ++i) {
             ASSERT_TRUE(told.Hear());
         }
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status));
-        const int last = stored + wanted + told.HearRest();
-
-        ExpectIntact();
-        Persist persist(NeedsOfPersist());
-        int highest = 0;
-        for (int key = 0; key < kKeys; ++key) {
-            const int value = ToInt(persist.ReadIniValue("Key" + std::to_string(key), "0"));
-            const int expected = last - (last - key + kKeys) % kKeys;  // the last told write of this key
-            EXPECT_TRUE(value == expected || value == expected + kKeys || last < kKeys)
-                << "key " << key << " holds " << value << " after write " << last;
-            highest = std::max(highest, value);
-        }
-        EXPECT_TRUE(highest == last || highest == last + 1) << highest << " after write " << last;
-        stored = highest;
+        Spin(std::chrono::microseconds(std::uniform_int_distribution<int>(0, 200)(random_)));
+        ASSERT_NO_FATAL_FAILURE(Kill(child));
+        ASSERT_NO_FATAL_FAILURE(Check(stored_ + wanted + told.HearRest()));
     }
+
+    int Stored() const { return stored_; }
+    int KeptInFlight() const { return keptInFlight_; }
+
+private:
+    void WriteAll(const Pipe& told) {
+        Persist persist(world_.NeedsOfPersist());
+        for (int i = stored_ + 1; i <= stored_ + kWrites; ++i) {
+            persist.WriteIniValue(Key(i % kKeys), std::to_string(i));
+            told.Tell();
+        }
+        for (;;) {
+            ::pause();
+        }
+    }
+
+    /// `last`: the last write that ended. The one after it may have come through or not.
+    void Check(int last) {
+        ASSERT_EQ(world_.Foreign().Cell("PRAGMA integrity_check"), "ok");
+        std::vector<int> values;
+        {
+            Persist persist(world_.NeedsOfPersist());
+            for (int key = 0; key < kKeys; ++key) {
+                values.push_back(ToInt(persist.ReadIniValue(Key(key), "0")));
+            }
+        }
+        const int highest = *std::ranges::max_element(values);
+        ASSERT_TRUE(highest == last || highest == last + 1) << highest << " after write " << last;
+        for (int key = 0; key < kKeys; ++key) {
+            const int expected = highest - (highest - key + kKeys) % kKeys;
+            ASSERT_EQ(values[static_cast<std::size_t>(key)], std::max(expected, 0)) << "key " << key;
+        }
+        const int audits =
+            ToInt(world_.Foreign().Cell("select count(*) from PropertyChangedEvent where NewValue <> '0'"));
+        EXPECT_GE(audits - audits_, last - stored_) << "a write that ended has its audit row";
+        EXPECT_LE(audits - audits_, highest - stored_);
+        EXPECT_TRUE(world_.boxes.texts.empty());
+        EXPECT_TRUE(world_.ledger.Entries().empty());
+        audits_ = audits;
+        keptInFlight_ += highest - last;
+        stored_ = highest;
+    }
+
+    static std::string Key(int number) { return "Key" + std::to_string(number); }
+
+    std::mt19937& random_;
+    SettingsWorld world_;
+    int stored_ = 0;
+    int audits_ = 0;
+    int keptInFlight_ = 0;
+};
+
+// KESTRANE_KILL_ROUNDS: how many writers are killed (10). KESTRANE_KILL_SEED: repeats a run.
+TEST(KilledWritersTest, AKillAtAnyMoment_LosesAtMostTheWriteUnderWay) {
+    constexpr unsigned kRoundsOfOneFile = 10;
+    const unsigned rounds = FromEnvironment("KESTRANE_KILL_ROUNDS", 10);
+    const unsigned seed = FromEnvironment("KESTRANE_KILL_SEED", std::random_device{}());
+    std::cout << "KESTRANE_KILL_SEED=" << seed << '\n';
+    std::mt19937 random(seed);
+    std::int64_t writes = 0;
+    int keptInFlight = 0;
+    for (unsigned round = 0; round < rounds;) {
+        KilledWriters writers(random);
+        for (unsigned i = 0; i < kRoundsOfOneFile && round < rounds; ++i, ++round) {
+            SCOPED_TRACE("round " + std::to_string(round));
+            ASSERT_NO_FATAL_FAILURE(writers.Round());
+        }
+        writes += writers.Stored();
+        keptInFlight += writers.KeptInFlight();
+    }
+    std::cout << rounds << " kills in " << writes << " writes; the write under way came through " << keptInFlight
+              << " times\n";
+}
+
+TEST_F(DurabilityTest, AKillWhileTheFileIsMade_LeavesOneThatTheNextProcessCompletes) {
+    const unsigned seed = FromEnvironment("KESTRANE_KILL_SEED", std::random_device{}());
+    std::cout << "KESTRANE_KILL_SEED=" << seed << '\n';
+    std::mt19937 random(seed);
+    for (int round = 0; round < 20; ++round) {
+        SettingsWorld world;
+        Pipe told;
+        const pid_t child = InChild([&] {
+            told.Tell();
+            Persist persist(world.NeedsOfPersist());
+            persist.WriteIniValue("Port", "COM3");
+            for (;;) {
+                ::pause();
+            }
+        });
+        ASSERT_GT(child, 0);
+        ASSERT_TRUE(told.Hear());
+        Spin(std::chrono::microseconds(std::uniform_int_distribution<int>(0, 6000)(random)));
+        ASSERT_NO_FATAL_FAILURE(Kill(child));
+
+        Persist persist(world.NeedsOfPersist());
+        const std::string port = persist.ReadIniValue("Port", "COM1");
+        EXPECT_TRUE(port == "COM1" || port == "COM3") << port;
+        persist.WriteIniValue("Port", "COM7");
+        EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM7");
+        EXPECT_EQ(world.Foreign().Cell("PRAGMA integrity_check"), "ok");
+        EXPECT_EQ(world.Foreign().Cell("select count(*) from sqlite_master where type = 'table' "
+                                       "and name not like 'sqlite%'"),
+                  "7");
+        EXPECT_TRUE(world.boxes.texts.empty());
+        EXPECT_TRUE(world.ledger.Entries().empty());
+    }
+}
+
+// --- one process after another ---------------------------------------------------------------------------------------
+
+TEST_F(DurabilityTest, EverySetting_IsReadByTheNextProcessAsItWasWritten) {
+    const auto valueOf = [](const SettingRow& row) {
+        return "<" + std::string(row.key.name) + "> it's 45\xC2\xB0; \"x\"\r\n -- ";
+    };
+    const pid_t child = InChild([&] {
+        Persist persist(NeedsOfPersist());
+        for (const SettingRow& row : kSettingTable) {
+            persist.Write(row.key, valueOf(row));
+        }
+        ::_exit(ledger.Entries().empty() ? 0 : 1);  // without an orderly end of its own
+    });
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    WriteLegacyFile("[default]\nport=COM9\n");
+    Persist persist(NeedsOfPersist());
+    for (const SettingRow& row : kSettingTable) {
+        EXPECT_EQ(persist.Read(row.key), valueOf(row));
+    }
+}
+
+/// A file as an earlier version left it: every table by its own text, a row of each kind, and a column and a table that
+/// this version does not know.
+TEST_F(DurabilityTest, AFileOfAnEarlierVersion_IsReadWithAllItsValuesAndKept) {
+    {
+        Persist newest(NeedsOfPersist());
+        ForeignProgram earlier = Foreign();
+        for (const char* sql : {
+                 "insert into Driver (Property, Value) values ('port', 'COM5'), ('chkqueryx', 'kept'), "
+                 "('chkusercal', 'true')",
+                 "insert into CommonSettings (Property, Value) values ('sitedbindex', '2')",
+                 "insert into Sites (Name, Description, Latitude, Longitude, ElevationMeters) values "
+                 "('Default', '', 'N 0 0 0', 'W 0 0 0', 0), ('Hill', '', 'S 33 51 35.9', 'E 151 12 40.0', 12.5)",
+                 "insert into GotoRaDec (Name, Declination, RightAscension, Description, HourAngle) values "
+                 "('M42', '-05:23:28', '05:35:17', 'M42', '')",
+                 "insert into GotoAltAz (Name, Altitude, Azimuth, Description) values ('Roof', '45', '180', 'Roof')",
+                 "alter table Driver add column Later TEXT",
+                 "create table Later (Anything TEXT)",
+                 "insert into Later values ('kept')",
+             }) {
+            ASSERT_TRUE(earlier.Run(sql)) << sql;
+        }
+    }
+    Persist persist(NeedsOfPersist());
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
+    EXPECT_EQ(persist.ReadIniValue("chkUseRCAL", "0"), "True");
+    EXPECT_EQ(persist.ReadIniValue("SiteDbIndex", "0"), "2");
+    RecordArray<Site> sites;
+    ASSERT_TRUE(persist.database()->GetAllSites(sites));
+    ASSERT_EQ(sites.size(), 3U);
+    EXPECT_EQ(sites[2]->Name, "Hill");
+    EXPECT_EQ(sites[2]->Latitude, "S 33 51 35.9");
+    EXPECT_EQ(sites[2]->ElevationMeters, 12.5);
+    RecordArray<GotoRaDec> stars;
+    ASSERT_TRUE(persist.database()->GetAllGotoRaDec(stars));
+    EXPECT_EQ(stars.at(1)->Declination, "-05:23:28");
+    RecordArray<GotoAltAz> places;
+    ASSERT_TRUE(persist.database()->GetAllGotoAltAz(places));
+    EXPECT_EQ(places.at(1)->Azimuth, "180");
+    persist.WriteIniValue("Port", "COM6");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM6");
+    EXPECT_EQ(Foreign().Cell("select Anything from Later"), "kept");
+    EXPECT_EQ(Foreign().Cell("select Value from Driver where Property = 'chkqueryx'"), "kept");
     EXPECT_TRUE(boxes.texts.empty());
     EXPECT_TRUE(ledger.Entries().empty());
 }
+
+// --- a second program ------------------------------------------------------------------------------------------------
 
 TEST_F(DurabilityTest, TwoProcessesWritingAtOnce_LoseNoRow) {
     constexpr int kRows = 150;
@@ -161,6 +353,20 @@ TEST_F(DurabilityTest, AWriteWhileAnotherProgramHoldsTheFile_Waits) {
     EXPECT_EQ(status, 0);
     EXPECT_EQ(persist.ReadIniValue("Port", "none"), "COM2");
     EXPECT_EQ(Foreign().Cell("select count(*) from Driver"), "20001");
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(DurabilityTest, AReaderInTheMiddleOfTheFile_HoldsNoWriteUp) {
+    Persist persist(NeedsOfPersist());
+    persist.WriteIniValue("Port", "COM1");
+    ForeignProgram reader = Foreign();
+    ASSERT_TRUE(reader.Run("BEGIN"));
+    EXPECT_EQ(reader.Cell("select Value from Driver where Property = 'port'"), "COM1");
+    persist.WriteIniValue("Port", "COM2");
+    EXPECT_EQ(persist.ReadIniValue("Port", "none"), "COM2");
+    EXPECT_EQ(reader.Cell("select Value from Driver where Property = 'port'"), "COM1") << "its own picture";
+    ASSERT_TRUE(reader.Run("COMMIT"));
+    EXPECT_EQ(reader.Cell("select Value from Driver where Property = 'port'"), "COM2");
     EXPECT_TRUE(ledger.Entries().empty());
 }
 
