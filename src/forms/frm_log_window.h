@@ -27,7 +27,7 @@ private:
         explicit LogSide(frmLogWindow& form) : form_(form) {}
         bool Visible() override { return form_.Visible(); }
         std::size_t TextLength() override { return form_.rtbLog.TextLength(); }
-        void KeepLast(std::size_t characters) override { form_.rtbLog.KeepLast(characters); }
+        void KeepLast(std::size_t bytes) override { form_.rtbLog.KeepLast(bytes); }
         void Append(std::string_view line, std::int32_t colour) override {
             form_.rtbLog.Append("\r\n" + std::string(line), colour);
         }

@@ -3,6 +3,7 @@
 #include <array>
 #include <limits>
 #include <system_error>
+#include <utility>
 
 #include "kernel/base/application_info.h"
 #include "kernel/base/errors.h"
@@ -94,17 +95,23 @@ WindowChoice ChooseForWindow(std::string_view line, LogState& state) {
     return {};
 }
 
-/// The answer of one fact; `fallback` when nobody gives it or the asking fails: a log never fails its caller.
+/// Runs one statement and drops its failure: a log never fails its caller.
+template <typename Statement>
+void Quietly(Statement&& statement) {
+    try {
+        std::forward<Statement>(statement)();
+    } catch (const DriverError&) {
+        // Not logged either: the next line would fail in the same way.
+    }
+}
+
+/// The answer of one fact; `fallback` when nobody gives it or the asking fails.
 template <typename Answer>
 Answer Ask(const std::function<Answer()>& fact, Answer fallback) {
-    if (!fact) {
-        return fallback;
+    if (fact) {
+        Quietly([&] { fallback = fact(); });
     }
-    try {
-        return fact();
-    } catch (const DriverError&) {
-        return fallback;
-    }
+    return fallback;
 }
 
 }  // namespace
@@ -127,19 +134,26 @@ void Log::LogMessage(std::string_view origin, int level, std::string_view messag
     }
     FeedWindow(std::string_view(line).substr(kDateWidth));
     if (listener_) {
-        listener_(origin, level, text);
+        Quietly([&] { listener_(origin, level, text); });
     }
 }
 
 void Log::FeedWindow(std::string_view line) {
     const WindowChoice choice = ChooseForWindow(line, state_);
-    if (window_ == nullptr || !choice.show || !window_->Visible()) {
+    if (window_ == nullptr || !choice.show) {
         return;
     }
-    if (window_->TextLength() > kWindowLimit) {
-        window_->KeepLast(kWindowKept);
+    bool visible = false;
+    Quietly([&] { visible = window_->Visible(); });
+    if (!visible) {
+        return;
     }
-    window_->Append(line, choice.colour);
+    Quietly([&] {
+        if (window_->TextLength() > kWindowLimit) {
+            window_->KeepLast(kWindowKept);
+        }
+    });
+    Quietly([&] { window_->Append(line, choice.colour); });
 }
 
 void Log::OpenLog() {
@@ -147,17 +161,21 @@ void Log::OpenLog() {
         return;
     }
     ChooseFolder();
-    if (state_.g_sLogDir.empty()) {
-        return;
+    if (!state_.g_sLogDir.empty()) {
+        OpenFile();
     }
+    state_.g_nLogLine = 0;
+    WriteHeader();
+}
+
+void Log::OpenFile() {
     fileName_ = std::filesystem::path(state_.g_sLogDir) / ("KS_ASCOM_" + GetFileTimestamp() + ".log");
     // Without a buffer each line goes to the system in one write, so that a killed process loses no line, and what a
     // full disk refused is not kept and tried again.
     stream_ = std::ofstream();
     stream_.rdbuf()->pubsetbuf(nullptr, 0);
     stream_.open(fileName_, std::ios::binary | std::ios::trunc);
-    state_.g_nLogLine = 0;
-    WriteHeader();
+    lineIsBroken_ = false;
 }
 
 void Log::ChooseFolder() {
@@ -178,7 +196,7 @@ void Log::ChooseFolder() {
 void Log::WriteHeader() {
     // The facts are read line by line: reading one may itself log, and that line belongs before the fact's own.
     WriteLogLine("# KS ASCOM Driver - " + std::string(application::kDriverVersion));
-    WriteLogLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "2")));
+    WriteLogLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "")));
     WriteLogLine("# Mount Type: " + Ask<std::string>(facts_.mountTypeName, ""));
     WriteLogLine("# O/S: " + Ask<std::string>(facts_.osName, "unknown"));
     WriteLogLine("# Admin: " + std::string(TrueFalse(Ask<bool>(facts_.isAdmin, false))));
@@ -202,7 +220,7 @@ void Log::ToggleLog(bool showWindow) {
 
 void Log::ShowWindow(bool visible) {
     if (window_ != nullptr) {
-        window_->Show(visible);
+        Quietly([&] { window_->Show(visible); });
     }
 }
 
@@ -211,7 +229,10 @@ void Log::WriteLogLine(std::string_view line) {
         return;
     }
     std::string text;
-    text.reserve(line.size() + kLineNumberWidth + 2);
+    text.reserve(line.size() + kLineNumberWidth + 3);
+    if (lineIsBroken_) {
+        text += '\n';  // the disk took a part of the line before; this one still begins at the margin
+    }
     if (state_.g_nLogLine >= 0) {
         if (state_.g_nLogLine < std::numeric_limits<std::int32_t>::max()) {
             ++state_.g_nLogLine;
@@ -220,8 +241,11 @@ void Log::WriteLogLine(std::string_view line) {
         text += ' ';
     }
     text.append(line) += '\n';
-    stream_.clear();  // a line that the disk refused does not keep the next one out
-    stream_.write(text.data(), static_cast<std::streamsize>(text.size()));
+    // To the buffer itself: it tells how much the disk took, and no failure stays to keep the next line out.
+    const std::streamsize taken = stream_.rdbuf()->sputn(text.data(), std::ssize(text));
+    if (taken > 0) {
+        lineIsBroken_ = text[static_cast<std::size_t>(taken) - 1] != '\n';
+    }
 }
 
 std::string Log::GetTimestamp() {

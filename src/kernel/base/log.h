@@ -31,17 +31,18 @@ class LogWindow {
 public:
     virtual ~LogWindow() = default;
     virtual bool Visible() = 0;
-    /// Characters now in the text box.
+    /// Bytes now in the text box.
     virtual std::size_t TextLength() = 0;
-    /// Cuts the text to its last `characters` and moves the caret to the end.
-    virtual void KeepLast(std::size_t characters) = 0;
+    /// Cuts the text to its last `bytes`, or up to three less where a cut there would part the bytes of one
+    /// character, and moves the caret to the end.
+    virtual void KeepLast(std::size_t bytes) = 0;
     /// Appends CR LF and the line in a red-green-blue colour at the end.
     virtual void Append(std::string_view line, std::int32_t colour) = 0;
     virtual void Show(bool visible) = 0;
 };
 
-/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order. One that is not
-/// set, or that fails, counts as its harmless answer (an empty text, "unknown", false).
+/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order, also when no file
+/// can be opened. One that is not set, or that fails, counts as its harmless answer (an empty text, "unknown", false).
 struct LogFileFacts {
     std::function<std::string()> logFileDir;     ///< setting `LogFileDir`; empty for the common folder
     std::function<std::string()> controller;     ///< setting `Controller`, "0" to "4" or another text
@@ -52,8 +53,8 @@ struct LogFileFacts {
 };
 
 /// Takes every log line of the driver: writes it to the log file, numbered and time-stamped, and feeds the log
-/// window with a filtered, coloured subset. Nothing here ever raises, blocks on a full disk or fails its caller.
-/// Logic thread only. Does not pump.
+/// window with a filtered, coloured subset. Nothing here ever raises, blocks on a full disk or fails its caller: a
+/// `DriverError` of the window, of a fact or of the listener ends here. Logic thread only. Does not pump.
 class Log {
 public:
     Log(LogState& state, Clock& clock) : state_(state), clock_(clock) {}
@@ -74,7 +75,8 @@ public:
     bool IsOpen() const { return stream_.is_open(); }
     /// Opens the log and shows or hides the window to suit, or closes both, by `g_bDebugLog`.
     void ToggleLog(bool showWindow);
-    /// One line to the file, with its number.
+    /// One line to the file, with its number and a line feed. A line that a full disk refuses is lost and leaves a gap
+    /// in the numbers; one that it took in part is ended before the next.
     void WriteLogLine(std::string_view line);
 
     /// Local time as YYYY-MM-DD HH:MM:SS.mmm.
@@ -90,6 +92,7 @@ public:
 
 private:
     void ChooseFolder();
+    void OpenFile();
     void WriteHeader();
     void FeedWindow(std::string_view line);
     void ShowWindow(bool visible);
@@ -99,6 +102,7 @@ private:
     LogFileFacts facts_;
     LogWindow* window_ = nullptr;
     std::ofstream stream_;
+    bool lineIsBroken_ = false;  ///< the disk took a part of the last line only
     std::filesystem::path fileName_;
     std::string commonFolder_;  ///< the folder taken where none is set; made anew at each open
     Listener listener_;
