@@ -22,6 +22,10 @@ TEST(AstronomyFuncsTest, SplitToSeconds_RoundsToTheNearestSecond) {
         {0.0, false, 0, 0, 0},
         {Dms(12, 34, 56.4), false, 12, 34, 56},
         {Dms(12, 34, 56.6), false, 12, 34, 57},
+        {Dms(12, 34, 56.499), false, 12, 34, 56},
+        {Dms(12, 34, 56.501), false, 12, 34, 57},
+        {Dms(12, 34, 59.499), false, 12, 34, 59},
+        {Dms(12, 34, 59.501), false, 12, 35, 0},
         {-Dms(12, 34, 59.6), true, 12, 35, 0},
         {-Dms(0, 59, 59.9), true, 1, 0, 0},
     };
@@ -42,9 +46,11 @@ TEST(AstronomyFuncsTest, SplitToTenths_AddsHalfATenthAndCarriesNearTheMinute) {
         double seconds;
     };
     const std::vector<Row> rows{
-        {Dms(12, 34, 56.4), false, 12, 34, 56.45},  {-Dms(12, 34, 0.0), true, 12, 34, 0.05},
-        {Dms(12, 34, 59.89), false, 12, 34, 59.94}, {Dms(12, 34, 59.92), false, 12, 35, 0.0},
-        {Dms(12, 59, 59.92), false, 13, 0, 0.0},    {Dms(12, 59, 59.97), false, 13, 0, 0.02},
+        {Dms(12, 34, 56.4), false, 12, 34, 56.45},    {-Dms(12, 34, 0.0), true, 12, 34, 0.05},
+        {Dms(12, 34, 59.89), false, 12, 34, 59.94},   {Dms(12, 34, 59.92), false, 12, 35, 0.0},
+        {Dms(12, 34, 59.898), false, 12, 34, 59.948}, {Dms(12, 34, 59.899), false, 12, 34, 59.949},
+        {Dms(12, 34, 59.901), false, 12, 35, 0.0},    {-Dms(0, 59, 59.901), true, 1, 0, 0.0},
+        {Dms(12, 59, 59.92), false, 13, 0, 0.0},      {Dms(12, 59, 59.97), false, 13, 0, 0.02},
     };
     for (const Row& row : rows) {
         const SexagesimalTenths parts = SplitToTenths(row.value);
@@ -63,7 +69,17 @@ TEST(AstronomyFuncsTest, SexagesimalText_CutsOffAtEachStep) {
     EXPECT_EQ(SexagesimalText(123.5, false, "*"), "123*30*00");
 }
 
+TEST(AstronomyFuncsTest, SexagesimalText_OfWholeSeconds_MayShowTheSecondBefore) {
+    EXPECT_EQ(SexagesimalText(Dms(0, 0, 13.0), false), "00:00:12");
+    EXPECT_EQ(SexagesimalText(Dms(0, 0, 12.0), false), "00:00:12");
+}
+
 TEST(AstronomyFuncsTest, SexagesimalTenthsText_RoundsAndCarries) {
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.749), false), "12:34:56.7");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.751), false), "12:34:56.8");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.949), false), "12:34:59.9");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.951), false), "12:35:00.0");
+    EXPECT_EQ(SexagesimalTenthsText(0.0, true), "+00:00:00.0");
     EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.74), false), "12:34:56.7");
     EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.76), true), "+12:34:56.8");
     EXPECT_EQ(SexagesimalTenthsText(-Dms(12, 59, 59.96), false), "-13:00:00.0");
@@ -89,7 +105,19 @@ TEST(AstronomyFuncsTest, ArcTan2_IsRightInEachOctant) {
         EXPECT_NEAR(ArcTan2Degrees(SinDegrees(degrees), CosDegrees(degrees)), degrees, 1e-9);
     }
     EXPECT_EQ(ArcTan2Degrees(0.0, 0.0), 0.0);
+    EXPECT_EQ(ArcTan2Degrees(-0.0, -0.0), 0.0);
     EXPECT_NEAR(ArcTan2Radians(0.0, -1.0), kPi, 1e-15);
+}
+
+TEST(AstronomyFuncsTest, ArcTan2_OnTheAxes_IsExact) {
+    struct Row {
+        double y, x, degrees;
+    };
+    for (const Row& row : {Row{1.0, 0.0, 90.0}, Row{1.0, -0.0, 90.0}, Row{-1.0, 0.0, -90.0}, Row{-1.0, -0.0, -90.0},
+                           Row{0.0, 1.0, 0.0}, Row{-0.0, 1.0, 0.0}, Row{0.0, -1.0, 180.0}, Row{-0.0, -1.0, 180.0},
+                           Row{1e-300, 0.0, 90.0}, Row{-1e-300, 0.0, -90.0}}) {
+        EXPECT_DOUBLE_EQ(ArcTan2Degrees(row.y, row.x), row.degrees) << row.y << " " << row.x;
+    }
 }
 
 }  // namespace

@@ -65,9 +65,14 @@ TEST_F(CountersTest, EachCounter_LogsItsNewValueAndRefreshesTheView) {
 }
 
 TEST_F(CountersTest, ACounterAtItsLimit_StaysThere) {
-    state.g_nRetransmits = 2147483647;
+    state.g_nRetransmits = 2147483646;
     counters.CountRetransmit();
     EXPECT_EQ(state.g_nRetransmits, 2147483647);
+    counters.CountRetransmit();
+    EXPECT_EQ(state.g_nRetransmits, 2147483647);
+    EXPECT_EQ(kept.messages, (std::vector<Logged>{{"Telescope", 1, "Retransmits: 2147483647"},
+                                                  {"Telescope", 1, "Retransmits: 2147483647"}}));
+    EXPECT_EQ(view.refreshes, 2);
 }
 
 TEST_F(CountersTest, WithoutAView_CountingGoesOn) {
@@ -103,6 +108,19 @@ TEST_F(CountersTest, FilterAlarms_TakesEachLetterOutOnce) {
         EXPECT_EQ(state.g_nLowPower, row.lowPower) << row.reply;
         EXPECT_EQ(state.g_nMotorStalls, row.motorStalls) << row.reply;
         EXPECT_EQ(actions.shown, row.lowPower) << row.reply;
+    }
+}
+
+TEST_F(CountersTest, FilterAlarms_CountsFaultThenPowerThenStall_WhateverTheOrderInTheReply) {
+    for (const char* text : {"XYZ", "ZYX", "YZX"}) {
+        counters.Reset();
+        kept.messages.clear();
+        std::string reply = text;
+        filter.FilterAlarms(reply);
+        EXPECT_EQ(kept.messages, (std::vector<Logged>{{"Telescope", 2, "SERVO FAULT DETECTEDS: 1"},
+                                                      {"Telescope", 2, "LOW POWER DETECTEDS: 1"},
+                                                      {"Telescope", 2, "MOTOR STALL DETECTEDS: 1"}}))
+            << text;
     }
 }
 

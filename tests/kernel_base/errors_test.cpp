@@ -50,6 +50,29 @@ TEST(ErrorsTest, DriverError_HasNumberSourceAndMessage) {
     EXPECT_EQ(RunTimeError(RunTimeError::kTypeMismatch, "Type mismatch").Number(), 13U);
 }
 
+TEST(ErrorsTest, EveryError_HasTheOneSource) {
+    for (const ErrorNumber number :
+         {ErrorNumber::NotImplemented, ErrorNumber::NoMount, ErrorNumber::ValueNotSet, ErrorNumber::NotConnected,
+          ErrorNumber::OutOfRange, ErrorNumber::SyncTargetIncomplete, ErrorNumber::IllegalWhileParked,
+          ErrorNumber::InvalidOperation, ErrorNumber::ActionNotImplemented, ErrorNumber::WrongTracking,
+          ErrorNumber::BelowHorizon, ErrorNumber::BelowMinimumElevation, ErrorNumber::SlewFailed,
+          ErrorNumber::MountRejectedTarget, ErrorNumber::MountRejectedLatitude, ErrorNumber::MountRejectedLongitude,
+          ErrorNumber::AstronomyMissing, ErrorNumber::LostCommunications, ErrorNumber::TargetIncomplete}) {
+        EXPECT_EQ(DriverError(number).Source(), "ASCOM V2 Kestrane VTR Driver");
+        EXPECT_EQ(DriverError(number, "words").Source(), "ASCOM V2 Kestrane VTR Driver");
+        EXPECT_EQ(DriverError(number).Message(), MessageOf(number));
+    }
+    const RunTimeError runTime(RunTimeError::kTypeMismatch, "Type mismatch");
+    EXPECT_EQ(runTime.Source(), "ASCOM V2 Kestrane VTR Driver");
+    EXPECT_EQ(runTime.Message(), "Type mismatch");
+}
+
+TEST(ErrorsTest, EachNumberOfARefusedValue_IsItsOwn) {
+    EXPECT_EQ(DriverError(ErrorNumber::MountRejectedTarget, "").Number(), 0x80040418U);
+    EXPECT_EQ(DriverError(ErrorNumber::MountRejectedLatitude, "").Number(), 0x80040419U);
+    EXPECT_EQ(DriverError(ErrorNumber::MountRejectedLongitude, "").Number(), 0x80040420U);
+}
+
 TEST(ErrorsTest, ResumeNext_AfterAFailingStatement_RunsTheNextOne) {
     SwallowLedger ledger;
     ResumeNext errors{ledger, "Procedure"};

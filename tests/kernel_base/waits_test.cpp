@@ -17,6 +17,10 @@ public:
     void PumpMessages() override {
         ++pumps;
         clock_.now = clock_.now + pumpTakesMs;
+        if (!jumps.empty()) {
+            clock_.now = clock_.now + jumps.front();
+            jumps.erase(jumps.begin());
+        }
         if (fails) {
             throw DriverError(ErrorNumber::InvalidOperation);
         }
@@ -25,6 +29,7 @@ public:
 
     int pumps = 0;
     std::int32_t pumpTakesMs = 0;
+    std::vector<std::int32_t> jumps;  ///< by how much the ticks jump at the first pumps
     bool fails = false;
 
 private:
@@ -77,6 +82,19 @@ TEST_F(WaitsTest, WaitForMilliseconds_WhenAnotherEventFails_WaitsOn) {
     pump.fails = true;
     EXPECT_NO_THROW(waits.WaitForMilliseconds(250));
     EXPECT_EQ(pump.pumps, 2);
+}
+
+TEST_F(WaitsTest, WaitForMilliseconds_WhenTheTicksJumpBack_WaitsTheTimeThatTheyTell) {
+    pump.jumps = {-150, -150};
+    waits.WaitForMilliseconds(250);
+    EXPECT_EQ(clock.sleeps, (std::vector<std::int32_t>{100, 100, 100, 100, 100, 50}));
+    EXPECT_EQ(pump.pumps, 5);
+}
+
+TEST_F(WaitsTest, WaitForMilliseconds_WhenTheTicksJumpByHalfTheirRange_GoesOnInPieces) {
+    pump.jumps = {-2147483647, 2147483647};
+    waits.WaitForMilliseconds(250);
+    EXPECT_EQ(clock.sleeps, (std::vector<std::int32_t>{100, 100, 50}));
 }
 
 TEST_F(WaitsTest, PumpOnce_PumpsWithoutSleeping) {

@@ -81,6 +81,10 @@ TEST(PosixClock, TimeZoneOffset_IsUtcMinusLocalInHours) {
         const ScopedVariable zone("TZ", kKolkata);
         EXPECT_EQ(clock.TimeZoneOffset(), -5.5);
     }
+    {
+        const ScopedVariable alwaysDaylightTime("TZ", "EST5EDT,0/0,J365/25");
+        EXPECT_EQ(clock.TimeZoneOffset(), 4.0);
+    }
     const ScopedVariable zone("TZ", "UTC0");
     EXPECT_EQ(clock.TimeZoneOffset(), 0.0);
 }

@@ -30,8 +30,10 @@ SexagesimalParts SplitToSeconds(double value);
 /// one who prints them. Seconds of 59.95 and above become 0 of the next minute.
 SexagesimalTenths SplitToTenths(double value);
 
-/// sHH:MM:SS with two digits a part, cut off at each step, not rounded. The sign is shown always with `plus`, else
-/// only when negative.
+/// sHH:MM:SS with two digits a part, cut off at each step, not rounded: every second whole number of seconds is, as
+/// hours in a double, a hair too small and shows the second before it (13 seconds give "00:00:12"). Not for what is
+/// read back or compared; for that, see `SexagesimalTenthsText`. The sign is shown always with `plus`, else only when
+/// negative.
 std::string SexagesimalText(double value, bool plus);
 std::string SexagesimalText(double value, bool plus, std::string_view delimiter);
 /// sHH:MM:SS.S, rounded to the tenth; the rounding carries.

@@ -481,10 +481,8 @@ void HaDecToAltAz(double latitude, double hourAngleDegrees, double dec, double& 
     const double east = -CosDegrees(dec) * SinDegrees(hourAngleDegrees);
     const double north =
         CosDegrees(latitude) * SinDegrees(dec) - SinDegrees(latitude) * CosDegrees(dec) * CosDegrees(hourAngleDegrees);
-    azimuth = ArcTan2Degrees(east, north);
-    if (azimuth < 0.0) {
-        azimuth += 360.0;
-    }
+    const double angle = ArcTan2Degrees(east, north);
+    azimuth = angle < 0.0 ? angle + 360.0 : std::abs(angle);  // due north is 0, not -0
 }
 
 void RaDecToAltAz(double latitude, double siderealTime, double ra, double dec, double& altitude, double& azimuth) {
