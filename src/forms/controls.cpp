@@ -4,6 +4,23 @@
 #include <cassert>
 
 namespace kestrane {
+namespace {
+
+/// The place at `at` or the nearest behind it where a character of UTF-8 begins. Text that is none is cut where it
+/// stands after at most three bytes.
+std::size_t CharacterBoundary(std::string_view text, std::size_t at) {
+    constexpr std::size_t kMostFollowers = 3;
+    const std::size_t last = std::min(at + kMostFollowers, text.size());
+    const auto follows = [&text](std::size_t place) {
+        return (static_cast<unsigned char>(text[place]) & 0xC0U) == 0x80U;
+    };
+    while (at < last && follows(at)) {
+        ++at;
+    }
+    return at;
+}
+
+}  // namespace
 
 void TextBox::Text(std::string_view text) {
     if (Write(&ControlValues::text, std::string(text), Property::Text)) {
@@ -99,7 +116,13 @@ void RichTextBox::KeepLast(std::size_t length) {
     }
     pieces_.erase(pieces_.begin(), piece);
     if (excess > 0) {
-        pieces_.front().text.erase(0, excess);
+        std::string& front = pieces_.front().text;
+        const std::size_t cut = CharacterBoundary(front, excess);
+        front.erase(0, cut);
+        length -= cut - excess;
+        if (front.empty()) {
+            pieces_.erase(pieces_.begin());
+        }
     }
     length_ = length;
     AnnounceChange(Property::Text);

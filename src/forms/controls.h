@@ -194,7 +194,7 @@ public:
 
     RichTextBox(Form& form, std::string_view name) : VisibleControl(form, name, kKind) {}
     void Append(std::string_view text, std::int32_t colour);
-    /// Cuts all but the last `length` bytes.
+    /// Cuts all but the last `length` bytes, and up to three more where the cut would part the bytes of one character.
     void KeepLast(std::size_t length);
     std::size_t TextLength() const { return length_; }
     std::string Text() const;

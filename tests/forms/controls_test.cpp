@@ -302,6 +302,37 @@ TEST_F(Controls, RichTextBox_KeepLast_CutsTheFront) {
     }
 }
 
+TEST_F(Controls, RichTextBox_KeepLast_CutsNoCharacterInTwo) {
+    struct Row {
+        std::string first;
+        std::size_t kept;
+        std::string text;
+        std::size_t pieces;
+    };
+    const std::vector<Row> rows{
+        {"a\xc2\xb0z", 6, "\xc2\xb0zend", 2},  // a degree sign, before it
+        {"a\xc2\xb0z", 5, "zend", 2},          // within it
+        {"a\xc2\xb0z", 4, "zend", 2},          // behind it
+        {"\xf0\x9f\x94\xadz", 7, "zend", 2},   // four bytes, behind the first of them
+        {"\xf0\x9f\x94\xadz", 5, "zend", 2},   // before the last of them
+        {"\xf0\x9f\x94\xadz", 8, "\xf0\x9f\x94\xadzend", 2},
+        {"a\xe2\x82\xac", 4, "end", 1},  // the piece ends within the cut
+        {"\x80\x80\x80\x80\x80\x80", 8,
+         "\x80\x80"
+         "end",
+         2},  // no text: three bytes more at most
+    };
+    for (const Row& row : rows) {
+        SampleForm fresh{pump};
+        fresh.rtbText.Append(row.first, 1);
+        fresh.rtbText.Append("end", 2);
+        fresh.rtbText.KeepLast(row.kept);
+        EXPECT_EQ(fresh.rtbText.Text(), row.text) << row.kept;
+        EXPECT_EQ(fresh.rtbText.TextLength(), row.text.size()) << row.kept;
+        EXPECT_EQ(fresh.rtbText.Pieces().size(), row.pieces) << row.kept;
+    }
+}
+
 TEST_F(Controls, View_Detached_HearsNothing) {
     LoadAndWatch();
     form.Detach(view);
