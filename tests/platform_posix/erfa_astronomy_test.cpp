@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <numbers>
 
+#include "kernel/base/conversions.h"
+
 namespace kestrane {
 namespace {
 
@@ -28,26 +30,76 @@ double DaysFromJ2000(const DateTime& utc) {
     return julian - 2451545.0;
 }
 
-/// The textbook road: mean sidereal time of 1982 plus the equation of the equinoxes from the four largest terms of
-/// the nutation. Right to a few hundredths of a second around the year 2000.
-double TextbookSiderealTime(const DateTime& utc) {
-    const double days = DaysFromJ2000(utc);
-    const double t = days / 36525.0;
-    const double meanDegrees = 280.46061837 + 360.98564736629 * days + 0.000387933 * t * t;
+/// Apparent less mean sidereal time in hours, from the four largest terms of the nutation; right to a few hundredths of
+/// a second.
+double EquationOfTheEquinoxes(const DateTime& utc) {
+    const double t = DaysFromJ2000(utc) / 36525.0;
     const double node = (125.04452 - 1934.136261 * t) * kDegree;
     const double sun = (280.4665 + 36000.7698 * t) * kDegree;
     const double moon = (218.3165 + 481267.8813 * t) * kDegree;
     const double nutationSeconds =
         -17.20 * std::sin(node) - 1.32 * std::sin(2 * sun) - 0.23 * std::sin(2 * moon) + 0.21 * std::sin(2 * node);
     const double obliquity = (23.439291 - 0.0130042 * t) * kDegree;
-    const double degrees = meanDegrees + nutationSeconds / 3600.0 * std::cos(obliquity);
-    return (degrees - 360.0 * std::floor(degrees / 360.0)) / 15.0;
+    return nutationSeconds / 3600.0 * std::cos(obliquity) / 15.0;
 }
 
+/// The textbook road: mean sidereal time of 1982 plus the equation of the equinoxes.
+double TextbookSiderealTime(const DateTime& utc) {
+    const double days = DaysFromJ2000(utc);
+    const double t = days / 36525.0;
+    const double meanDegrees = 280.46061837 + 360.98564736629 * days + 0.000387933 * t * t;
+    const double hours = meanDegrees / 15.0 + EquationOfTheEquinoxes(utc);
+    return hours - 24.0 * std::floor(hours / 24.0);
+}
+
+struct PublishedTime {
+    DateTime utc;
+    double hours;
+    const char* source;
+};
+
 TEST(ErfaAstronomy, NowLst_AtGreenwich_IsThePublishedApparentTime) {
-    EXPECT_NEAR(LstAt({1987, 4, 10, 0, 0, 0, 0}, 0.0), Hours(13, 10, 46.1351), kTenthOfASecond);
-    // Mean time 18:41:50.548 and an equation of the equinoxes of -0.85 s.
-    EXPECT_NEAR(LstAt({2000, 1, 1, 12, 0, 0, 0}, 0.0), Hours(18, 41, 49.69), kTenthOfASecond);
+    const PublishedTime rows[] = {
+        {{1987, 4, 10, 0, 0, 0, 0}, Hours(13, 10, 46.1351), "Meeus, Astronomical Algorithms, 12.a"},
+        {{1987, 4, 10, 19, 21, 0, 0}, Hours(8, 34, 56.853), "Meeus, Astronomical Algorithms, 13.b"},
+        {{1988, 3, 20, 0, 0, 0, 0}, Hours(11, 50, 58.10), "Meeus, Astronomical Algorithms, 15.a"},
+        {{2006, 1, 1, 0, 0, 0, 0}, 1.754166136020645 * 12.0 / std::numbers::pi, "SOFA test case of gst94"},
+    };
+    for (const auto& [utc, hours, source] : rows) {
+        EXPECT_NEAR(LstAt(utc, 0.0), hours, kTenthOfASecond) << source;
+    }
+}
+
+TEST(ErfaAstronomy, NowLst_AtGreenwich_IsThePublishedMeanTimeAndTheEquationOfTheEquinoxes) {
+    const PublishedTime rows[] = {
+        {{2000, 1, 1, 12, 0, 0, 0}, Hours(18, 41, 50.54841), "the constant of the formula of 1982"},
+        {{1987, 4, 10, 0, 0, 0, 0}, Hours(13, 10, 46.3668), "Meeus, Astronomical Algorithms, 12.a"},
+        {{1987, 4, 10, 19, 21, 0, 0}, Hours(8, 34, 57.0896), "Meeus, Astronomical Algorithms, 12.b"},
+        {{1980, 4, 22, 14, 36, 51, 670}, Hours(4, 40, 5.23), "Duffett-Smith, Practical Astronomy, 12"},
+    };
+    for (const auto& [utc, hours, source] : rows) {
+        EXPECT_NEAR(LstAt(utc, 0.0), hours + EquationOfTheEquinoxes(utc), kTenthOfASecond) << source;
+    }
+}
+
+TEST(ErfaAstronomy, NowLst_AtAPlace_IsThePublishedLocalTime) {
+    // Meeus 13.b: the Naval Observatory at Washington, 77 03 56 west.
+    const double washington = Hours(77, 3, 56.0);
+    EXPECT_NEAR(LstAt({1987, 4, 10, 19, 21, 0, 0}, washington * kDegree), Hours(8, 34, 56.853) - washington / 15.0,
+                kTenthOfASecond);
+    // Duffett-Smith 14: 64 degrees west; its time is the mean one.
+    const DateTime utc{1980, 4, 22, 14, 36, 51, 670};
+    EXPECT_NEAR(LstAt(utc, 64.0 * kDegree), Hours(0, 24, 5.23) + EquationOfTheEquinoxes(utc), kTenthOfASecond);
+}
+
+TEST(ErfaAstronomy, LocalSiderealTime_TakesEastPositive) {
+    const DateTime utc{1987, 4, 10, 19, 21, 0, 0};
+    ErfaAstronomy astronomy([&] { return utc; });
+    EXPECT_NEAR(LocalSiderealTime(0.0, astronomy), Hours(8, 34, 56.853), kTenthOfASecond);
+    // The driver's short pi costs 0.012 s at these longitudes.
+    const double washington = Hours(77, 3, 56.0);
+    EXPECT_NEAR(LocalSiderealTime(-washington, astronomy), Hours(8, 34, 56.853) - washington / 15.0, kTenthOfASecond);
+    EXPECT_NEAR(LocalSiderealTime(washington, astronomy), Hours(8, 34, 56.853) + washington / 15.0, kTenthOfASecond);
 }
 
 TEST(ErfaAstronomy, NowLst_FollowsTheTextbookOverTheYears) {
