@@ -14,6 +14,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "data_folder.h"
 #include "kernel/driver.h"
 #include "platform/posix/posix_platform.h"
 
@@ -71,21 +72,6 @@ private:
     std::string name_;
     std::atomic<bool> ended_ = false;
     std::thread thread_;
-};
-
-class DataFolder {
-public:
-    DataFolder() : path_(std::filesystem::temp_directory_path() / ("kestrane-bench-" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(path_);
-        setenv("KESTRANE_COMMON_APPDATA", path_.c_str(), 1);
-    }
-    ~DataFolder() { std::filesystem::remove_all(path_); }
-    DataFolder(const DataFolder&) = delete;
-    DataFolder& operator=(const DataFolder&) = delete;
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
 };
 
 void BareRoundTrip(benchmark::State& state) {
