@@ -36,6 +36,9 @@ public:
     explicit Persist(PersistNeeds needs);
     ~Persist();
 
+    /// A key that has no row yet gets one at once, also when the answer is empty: a read with an empty default leaves an
+    /// empty row, which later readers get in place of their own defaults. The command "GetIniValue" reads that way:
+    /// wanted (docs/settings-for-tools.md).
     std::string ReadIniValue(std::string_view variable, std::string_view fallback);
     void WriteIniValue(std::string_view variable, std::string_view value);
     void TryDeleteIniValue(std::string_view variable);
