@@ -1,7 +1,6 @@
 #include "settings/database.h"
 
 #include <algorithm>
-#include <array>
 #include <sqlite3.h>
 #include <system_error>
 #include <utility>
@@ -12,96 +11,15 @@
 namespace kestrane {
 namespace {
 
-/// Another program may hold the file for a moment; within this time it is waited for.
-constexpr int kBusyTimeoutMs = 5000;
-
-/// Stands for "there is no row" while an old value is looked up. `Persist` has another one.
+/// Older versions took this value for "there is no row"; an audit row never names it as the old one.
 constexpr std::string_view kNoRow = "***###";
 
-/// What stands for "there is no row" when `value` is about to be written: never that value itself.
-constexpr std::string_view NoRowFor(std::string_view value) {
-    return value == kNoRow ? std::string_view{} : kNoRow;
-}
-
 constexpr int kValueColumn = 2;
-
-struct Table {
-    std::string_view name;
-    std::string_view create;
-};
-
-// The texts are the contract with the other programs that open the file, blanks included.
-constexpr std::array<Table, 7> kSchema{{
-    {"CommonSettings",
-     "CREATE TABLE `CommonSettings` ("
-     "`CommonSettingsIndex`  INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Property` TEXT NOT NULL UNIQUE,"
-     "`Value`    TEXT NOT NULL)"},
-    {"Driver",
-     "CREATE TABLE `Driver` ("
-     "`DriverIndex`  INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Property` TEXT NOT NULL UNIQUE,"
-     "`Value`    TEXT)"},
-    {"GotoAltAz",
-     "CREATE TABLE `GotoAltAz` ("
-     "`GotoAltAzIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Name` TEXT NOT NULL,"
-     "`Description`  TEXT,"
-     "`Altitude` TEXT NOT NULL,"
-     "`Azimuth`  TEXT NOT NULL)"},
-    {"GotoRaDec",
-     "CREATE TABLE `GotoRaDec` ("
-     "`GotoRaDecIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Name` TEXT NOT NULL,"
-     "`Description`  TEXT,"
-     "`HourAngle`    TEXT,"
-     "`RightAscension`   TEXT,"
-     "`Declination`  TEXT NOT NULL)"},
-    {"ParkPositions",
-     "CREATE TABLE `ParkPositions` ("
-     "`ParkPositionsIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Name` TEXT NOT NULL,"
-     "`Description`  TEXT,"
-     "`IsAltAz`  INTEGER NOT NULL,"
-     "`ParkCounterweightUp`  INTEGER NOT NULL,"
-     "`Altitude` TEXT,"
-     "`Azimuth`  TEXT,"
-     "`HourAngle`    TEXT,"
-     "`Declination`  TEXT)"},
-    {"PropertyChangedEvent",
-     "CREATE TABLE `PropertyChangedEvent` ("
-     "`PropertyChangedEventIndex`    INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`DateTime` TEXT NOT NULL,"
-     "`ChangedBy`    TEXT,"
-     "`Table`    TEXT NOT NULL,"
-     "`Property` TEXT NOT NULL,"
-     "`OldValue` TEXT,"
-     "`NewValue` TEXT)"},
-    {"Sites",
-     "CREATE TABLE `Sites` ("
-     "`SitesIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
-     "`Name` TEXT UNIQUE NOT NULL,"
-     "`Description`  TEXT,"
-     "`Longitude`    TEXT,"
-     "`Latitude` TEXT,"
-     "`ElevationMeters`    REAL,"
-     "`TimeZone` REAL,"
-     "`TemperatureC`  REAL,"
-     "`PressureMb` REAL,"
-     "`HumidityPercent` REAL)"},
-}};
-
-constexpr std::string_view kDriverTable = "Driver";
-constexpr std::string_view kCommonTable = "CommonSettings";
-
-[[noreturn]] void RaiseSqlFailure(int status, std::string message) {
-    throw RunTimeError(static_cast<std::uint32_t>(status), std::move(message));
-}
 
 /// Keys go into a statement as they are, so one that could end its literal must not get there.
 void RequireUsableKey(std::string_view property) {
     if (property.find('\'') != std::string_view::npos) {
-        RaiseSqlFailure(SQLITE_ERROR, "A settings key holds an apostrophe");
+        throw RunTimeError(RunTimeError::kInvalidProcedureCall, "A settings key holds an apostrophe");
     }
 }
 
@@ -131,52 +49,9 @@ bool Database::NoCase::operator()(std::string_view left, std::string_view right)
     return ToLower(left) < ToLower(right);
 }
 
-// --- rows ------------------------------------------------------------------------------------------------------
-
-void FinalizeStatement::operator()(sqlite3_stmt* statement) const {
-    sqlite3_finalize(statement);
-}
-
-RowSet::RowSet(Statement statement) : statement_(std::move(statement)) {
-    MoveNext();
-}
-
-void RowSet::MoveNext() {
-    const int status = sqlite3_step(statement_.get());
-    if (status != SQLITE_ROW && status != SQLITE_DONE) {
-        RaiseSqlFailure(status, sqlite3_errmsg(sqlite3_db_handle(statement_.get())));
-    }
-    atEnd_ = status == SQLITE_DONE;
-}
-
-std::string RowSet::Text(int column) const {
-    const auto* text =
-        static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(statement_.get(), column)));
-    if (text == nullptr) {
-        throw RunTimeError(RunTimeError::kInvalidUseOfNull, "Invalid use of Null");
-    }
-    return std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column)));
-}
-
-double RowSet::Number(int column) const {
-    return sqlite3_column_double(statement_.get(), column);
-}
-
-std::int16_t RowSet::Id() const {
-    const std::int64_t id = sqlite3_column_int64(statement_.get(), 0);
-    if (!std::in_range<std::int16_t>(id)) {
-        throw RunTimeError(RunTimeError::kOverflow, "Overflow");
-    }
-    return static_cast<std::int16_t>(id);
-}
-
 // --- connection --------------------------------------------------------------------------------------------------
 
-void Database::CloseConnection::operator()(sqlite3* connection) const {
-    sqlite3_close(connection);
-}
-
-Database::Database(DatabaseNeeds needs) : needs_(needs) {
+Database::Database(DatabaseNeeds needs) : needs_(needs), wait_(needs.clock) {
     propertyToCommon_.emplace("SiteDbIndex", "SiteDbIndex");
     commonToProperty_.emplace("SiteDbIndex", "SiteDbIndex");
     const std::filesystem::path folder = needs_.folders.CommonAppData() / "Kestrane";
@@ -186,94 +61,64 @@ Database::Database(DatabaseNeeds needs) : needs_(needs) {
     Open();
 }
 
-Database::~Database() = default;
+Database::~Database() {
+    wait_.BeginAnew();
+    StorePending();
+}
 
 void Database::Open() {
     if (IsOpen()) {
         needs_.messageBoxes.Show("Db already set!", application::kTitle, MessageIcon::Critical);
         return;
     }
+    wait_.Begin();
     try {
-        sqlite3* connection = nullptr;
-        const int status = sqlite3_open_v2(path_.c_str(), &connection,
-                                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-        connection_.reset(connection);
-        if (status != SQLITE_OK) {
-            RaiseSqlFailure(status, connection == nullptr ? sqlite3_errstr(status) : sqlite3_errmsg(connection));
-        }
-        sqlite3_busy_timeout(connection, kBusyTimeoutMs);
-        ChooseJournal();
-        CreateSchema();
+        OpenFile();
     } catch (const DriverError& error) {
-        connection_.reset();
         needs_.messageBoxes.Show("Init DB Error: " + error.Message(), application::kTitle, MessageIcon::Critical);
     }
 }
 
-// A write-ahead log lets a second program read while we write, and with NORMAL a write costs no wait for the disk: a
-// first start stores some hundred rows. A killed process loses nothing; a power cut may lose the last writes, never the
-// file. A system that cannot do it keeps the rollback journal, which is as safe.
-void Database::ChooseJournal() {
-    // The change of the journal does not wait for a second program that changes it too, so we wait for that one's lock
-    // and try again. Only the last failure is worth a note.
-    constexpr int kTries = 20;
-    const auto change = [this] { Run("PRAGMA journal_mode = WAL"); };
-    for (int tries = 1; tries < kTries; ++tries) {
-        try {
-            change();
-            break;
-        } catch (const DriverError&) {
-            SwallowLedger aside;
-            ResumeNext waiting{aside, "Database.ChooseJournal"};
-            waiting.Step([&] { Run("BEGIN IMMEDIATE"); });
-            waiting.Step([&] { Run("ROLLBACK"); });
-        }
-    }
-    ResumeNext errors{needs_.ledger, "Database.ChooseJournal"};
-    errors.Step(change);
-    errors.Step([&] { Run("PRAGMA synchronous = NORMAL"); });
-}
-
-void Database::CreateSchema() {
-    for (const Table& table : kSchema) {
-        if (TableExists(table.name)) {
-            continue;
-        }
-        try {
-            Run(table.create);
-        } catch (const DriverError&) {
-            // A second program that starts at the same time may have made it since we looked.
-            if (!TableExists(table.name)) {
-                throw;
-            }
-        }
+void Database::OpenFile() {
+    try {
+        lockedOut_ = false;
+        sync_.reset();
+        file_ = OpenSettingsFile(path_, wait_);
+    } catch (const FileLocked&) {
+        lockedOut_ = true;
+        throw;
     }
 }
 
-bool Database::TableExists(std::string_view table) {
-    return !Run(Concat("Select name from sqlite_master where type = 'table' and name = '", table, "'")).AtEnd();
+void Database::Settle() {
+    wait_.Forbid();
+    if (lockedOut_) {
+        ResumeNext errors{needs_.ledger, "Database.Settle"};
+        errors.Step([&] { OpenFile(); });
+    }
+    StorePending();
+    wait_.Begin();
 }
 
 RowSet Database::Run(std::string_view sql) {
+    if (lockedOut_) {
+        throw FileLocked();
+    }
     if (!IsOpen()) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "Object variable or With block variable not set");
     }
-    sqlite3_stmt* prepared = nullptr;
-    const char* rest = nullptr;
-    const int status =
-        sqlite3_prepare_v2(connection_.get(), sql.data(), static_cast<int>(sql.size()), &prepared, &rest);
-    RowSet::Statement statement(prepared);
-    if (status != SQLITE_OK) {
-        RaiseSqlFailure(status, sqlite3_errmsg(connection_.get()));
+    return RunStatement(*file_.connection, sql);
+}
+
+void Database::ChooseSyncOfWrites(Sync sync) {
+    if (IsOpen() && sync_ != sync) {
+        ChooseSync(file_, sync);
+        sync_ = sync;
     }
-    if (!statement || rest != sql.data() + sql.size()) {
-        RaiseSqlFailure(SQLITE_MISUSE, "One statement at a time");
-    }
-    return RowSet(std::move(statement));
 }
 
 int Database::Changes() const {
-    return sqlite3_changes(connection_.get());
+    return sqlite3_changes(file_.connection.get());
 }
 
 std::string Database::LocalNow() {
@@ -283,65 +128,94 @@ std::string Database::LocalNow() {
 
 // --- settings ------------------------------------------------------------------------------------------------------
 
+struct Database::KeyedTable {
+    std::string_view name;
+    std::string_view inWrites;
+    std::string_view lowerInReads;
+
+    std::string Select(std::string_view property) const {
+        return Concat("Select * from ", name, " where Property = ", lowerInReads, "('", property, "')");
+    }
+};
+
+const Database::KeyedTable Database::kDriver{"Driver", "driver", "lower"};
+const Database::KeyedTable Database::kCommon{"CommonSettings", "CommonSettings", "Lower"};
+
 bool Database::GetDriverSetting(std::string_view property, std::string& value, std::string_view fallback) {
     if (const auto common = propertyToCommon_.find(property); common != propertyToCommon_.end()) {
         return GetCommonSetting(common->second, value, fallback);
     }
-    return ReadValue(kDriverTable, property, value, fallback);
+    return ReadValue(kDriver, property, value, fallback);
 }
 
 bool Database::GetCommonSetting(std::string_view property, std::string& value, std::string_view fallback) {
-    return ReadValue(kCommonTable, property, value, fallback);
+    return ReadValue(kCommon, property, value, fallback);
 }
 
-bool Database::ReadValue(std::string_view table, std::string_view property, std::string& value,
+bool Database::ReadValue(const KeyedTable& table, std::string_view property, std::string& value,
                          std::string_view fallback) {
     ResumeNext errors{needs_.ledger, "Database.ReadValue"};
-    return errors.Step([&] {
+    return errors.Assign(value, [&] {
         RequireUsableKey(property);
-        const RowSet rows = Run(Concat("Select * from ", table, " where Property = Lower('", property, "')"));
-        value = rows.AtEnd() ? std::string(fallback) : rows.Text(kValueColumn);
+        Settle();
+        if (const Pending pending = FindPending(table, property); pending != pending_.end()) {
+            return pending->value;
+        }
+        const RowSet rows = Run(table.Select(property));
+        return rows.AtEnd() ? std::string(fallback) : rows.Text(kValueColumn);
     });
 }
 
-bool Database::SetDriverSetting(std::string_view property, std::string_view value) {
-    std::string oldValue;
-    const bool read = GetDriverSetting(property, oldValue, NoRowFor(value));
-    if (read && oldValue == value) {
-        return true;
-    }
+bool Database::SetDriverSetting(std::string_view property, std::string_view value, Sync sync) {
     if (const auto common = propertyToCommon_.find(property); common != propertyToCommon_.end()) {
-        return SetCommonSetting(common->second, value);
+        return SetCommonSetting(common->second, value, sync);
     }
-    return WriteValue("driver", property, value, oldValue == kNoRow ? std::string_view{} : oldValue);
+    return WriteValue(kDriver, property, value, sync);
 }
 
-bool Database::SetCommonSetting(std::string_view property, std::string_view value) {
-    std::string oldValue;
-    const bool read = GetCommonSetting(property, oldValue, NoRowFor(value));
-    if (read && oldValue == value) {
-        return true;
-    }
-    return WriteValue(kCommonTable, property, value, oldValue == kNoRow ? std::string_view{} : oldValue);
+bool Database::SetCommonSetting(std::string_view property, std::string_view value, Sync sync) {
+    return WriteValue(kCommon, property, value, sync);
 }
 
-bool Database::WriteValue(std::string_view table, std::string_view property, std::string_view value,
-                          std::string_view oldValue) {
+bool Database::WriteValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync) {
     bool written = false;
     ResumeNext errors{needs_.ledger, "Database.WriteValue"};
     errors.Step([&] {
         RequireUsableKey(property);
-        const std::string escaped = EscapedForSql(value);
-        Run(Concat("update or ignore ", table, " set Value = '", escaped, "' where property = Lower('", property,
-                   "')"));
-        if (Changes() == 0) {
-            Run(Concat("insert or ignore into ", table, " (property, value) VALUES ('", ToLower(property), "', '",
-                       escaped, "');"));
+        Settle();
+        try {
+            if (!pending_.empty()) {
+                throw FileLocked();  // not past the writes that came before
+            }
+            written = StoreValue(table, property, value, sync);
+        } catch (const FileLocked&) {
+            KeepForLater({&table, std::string(property), std::string(value), sync});
+            throw;
         }
-        written = Changes() > 0;
     });
+    return written;
+}
+
+bool Database::StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync) {
+    std::string oldValue;
+    if (const RowSet rows = Run(table.Select(property)); !rows.AtEnd() && !rows.IsNull(kValueColumn)) {
+        oldValue = rows.Text(kValueColumn);
+        if (oldValue == value) {
+            return true;
+        }
+    }
+    ChooseSyncOfWrites(sync);
+    const std::string escaped = EscapedForSql(value);
+    Run(Concat("update or ignore ", table.inWrites, " set Value = '", escaped, "' where property = Lower('", property,
+               "')"));
+    if (Changes() == 0) {
+        Run(Concat("insert or ignore into ", table.inWrites, " (property, value) VALUES ('", ToLower(property), "', '",
+                   escaped, "');"));
+    }
+    const bool written = Changes() > 0;
+    wait_.GotThrough();
     if (written) {
-        WriteAudit(table == kCommonTable ? kCommonTable : kDriverTable, property, oldValue, value);
+        WriteAudit(table.name, property, oldValue == kNoRow ? std::string_view{} : oldValue, value);
     }
     return written;
 }
@@ -351,6 +225,7 @@ bool Database::WriteAudit(std::string_view table, std::string_view property, std
     bool written = false;
     ResumeNext errors{needs_.ledger, "Database.WriteAudit"};
     errors.Step([&] {
+        ChooseSyncOfWrites(Sync::Later);
         Run(
             Concat("insert or ignore into PropertyChangedEvent "
                    "('DateTime', 'ChangedBy', 'Table', 'Property', 'OldValue', 'NewValue') VALUES (",
@@ -363,8 +238,49 @@ bool Database::WriteAudit(std::string_view table, std::string_view property, std
 
 bool Database::TryDeleteSetting(std::string_view property) {
     RequireUsableKey(property);
+    Settle();
+    if (const Pending pending = FindPending(kDriver, property); pending != pending_.end()) {
+        pending_.erase(pending);
+    }
+    ChooseSyncOfWrites(Sync::Now);
     Run(Concat("Delete from Driver where Property = '", ToLower(property), "'"));
     return false;
+}
+
+// --- writes that met a lock ------------------------------------------------------------------------------------------
+
+Database::Pending Database::FindPending(const KeyedTable& table, std::string_view property) {
+    return std::find_if(pending_.begin(), pending_.end(), [&](const PendingWrite& write) {
+        return write.table == &table && ToLower(write.property) == ToLower(property);
+    });
+}
+
+void Database::KeepForLater(PendingWrite write) {
+    if (lockedOut_) {
+        return;  // what we would keep may come of defaults, and replace what the file holds
+    }
+    if (const Pending older = FindPending(*write.table, write.property); older != pending_.end()) {
+        pending_.erase(older);
+    }
+    pending_.push_back(std::move(write));
+}
+
+void Database::StorePending() {
+    ResumeNext errors{needs_.ledger, "Database.StorePending"};
+    bool locked = false;
+    while (!pending_.empty() && !locked) {
+        errors.Step([&] {
+            const PendingWrite& write = pending_.front();
+            try {
+                StoreValue(*write.table, write.property, write.value, write.sync);
+            } catch (const FileLocked&) {
+                locked = true;
+            }
+        });
+        if (!locked) {
+            pending_.erase(pending_.begin());
+        }
+    }
 }
 
 }  // namespace kestrane

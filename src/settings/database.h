@@ -4,18 +4,18 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/system_services.h"
 #include "settings/records.h"
 #include "settings/row_set.h"
-
-struct sqlite3;
+#include "settings/settings_file.h"
 
 namespace kestrane {
 
@@ -25,14 +25,25 @@ struct DatabaseNeeds {
     Folders& folders;
     MessageBoxes& messageBoxes;
     SwallowLedger& ledger;
+    Clock& clock;
 };
 
 /// The settings file: `Kestrane/Settings.ksdb` in the common data folder, one SQLite file shared with other programs.
 /// The only class that speaks SQL. Each call is one or two statements that stand alone, without a cache and without a
 /// transaction around them, so that a kill at any moment leaves the file whole and loses at most the call under way.
+/// What a call wrote outlives a power cut too, audit rows and `Sync::Later` apart.
 ///
-/// Keys are stored and found in lower case. Values come back as they were stored, whatever they hold. A key that
-/// holds an apostrophe fails before it reaches SQL.
+/// Keys are stored and found in lower case. Values come back as they were stored, whatever they hold, except that a NUL
+/// cannot be stored: such a write fails and leaves the old value. A key that holds an apostrophe fails before it
+/// reaches SQL.
+///
+/// A second program that holds the file is waited for, `LockWait::kLongestMs` at most. After that
+/// - opening goes on without a file and is tried again, without a wait, by each call; until it succeeds nothing is
+/// kept;
+/// - a write of a setting returns false and is kept: the newest per key, in their order. Each later call tries to store
+///   them first, without a wait, and the end of the object tries for a last time; until then reads of the key give the
+///   kept value. A kill of the process loses them;
+/// - every other call fails.
 ///
 /// Every member that returns a flag returns false on a failure, which is noted in the ledger and told nobody else;
 /// `TryDeleteSetting` is the exception. With no file open all of them fail. Logic thread only.
@@ -41,6 +52,7 @@ public:
     static constexpr std::string_view kFileName = "Settings.ksdb";
 
     /// Opens the file, making folder, file and missing tables. A failure shows a message box and leaves no file open.
+    /// Raises only what finding the common data folder raises.
     explicit Database(DatabaseNeeds needs);
     ~Database();
     Database(const Database&) = delete;
@@ -48,28 +60,32 @@ public:
 
     /// Opens the file again after a failure; on an open one it only shows the message box "Db already set!".
     void Open();
-    bool IsOpen() const { return connection_ != nullptr; }
+    bool IsOpen() const { return file_.connection != nullptr; }
     const std::filesystem::path& DatabasePath() const { return path_; }
 
     /// True when the row now holds `value`. An equal value is not written; a changed one leaves an audit row.
-    bool SetDriverSetting(std::string_view property, std::string_view value);
+    bool SetDriverSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
     /// True when the statement ran; `value` is `fallback` when there is no row. Unchanged on a failure.
     bool GetDriverSetting(std::string_view property, std::string& value, std::string_view fallback);
-    bool SetSetting(std::string_view property, std::string_view value) { return SetDriverSetting(property, value); }
+    bool SetSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now) {
+        return SetDriverSetting(property, value, sync);
+    }
     bool GetSetting(std::string_view property, std::string& value, std::string_view fallback) {
         return GetDriverSetting(property, value, fallback);
     }
     /// Always false. A key that lives among the common settings survives it. Raises what the statement raises.
     bool TryDeleteSetting(std::string_view property);
-    /// True when there are rows; so with all members of this kind. Rows come in the order of the table.
+    /// True when there are rows; so with all members of this kind. Rows come in the order of the table, as they stand
+    /// in the file. A NULL where a text should be, or an id beyond 16 bits, fails the list, whose rows so far remain; a
+    /// NULL number is 0.
     bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
 
-    bool SetCommonSetting(std::string_view property, std::string_view value);
+    bool SetCommonSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
     bool GetCommonSetting(std::string_view property, std::string& value, std::string_view fallback);
     bool GetAllCommonSettings(RecordArray<PropValue>& propValList);
 
     /// True when a row changed. A record of id 0, or whose row has vanished, is inserted and `isNew` comes back true;
-    /// the id of the new row is not read back. So with all members of this kind.
+    /// the id of the new row is not read back. A number that is not finite fails. So with all members of this kind.
     bool SetGotoAltAz(const GotoAltAz& obj, bool& isNew);
     bool SetGotoRaDec(const GotoRaDec& obj, bool& isNew);
     /// A name that already stands on another row changes nothing: false.
@@ -98,37 +114,53 @@ public:
     const KeyMap& CommonToProperty() const { return commonToProperty_; }
 
 private:
-    struct CloseConnection {
-        void operator()(sqlite3* connection) const;
+    struct KeyedTable;  // one of the two that hold settings
+    struct PendingWrite {
+        const KeyedTable* table;
+        std::string property;
+        std::string value;
+        Sync sync;
     };
+    static const KeyedTable kDriver;
+    static const KeyedTable kCommon;
 
-    void ChooseJournal();
-    void CreateSchema();
-    bool TableExists(std::string_view table);
+    void OpenFile();
+    /// Before each call: opens a file that was locked before, stores what is pending, and allows this call its wait.
+    void Settle();
+    void StorePending();
     /// Runs the one statement in `sql`.
     RowSet Run(std::string_view sql);
+    void ChooseSyncOfWrites(Sync sync);
     /// Rows changed by the last statement that could change any.
     int Changes() const;
     std::string LocalNow();
 
-    bool ReadValue(std::string_view table, std::string_view property, std::string& value, std::string_view fallback);
-    bool WriteValue(std::string_view table, std::string_view property, std::string_view value,
-                    std::string_view oldValue);
+    bool ReadValue(const KeyedTable& table, std::string_view property, std::string& value, std::string_view fallback);
+    bool WriteValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync);
+    bool StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync);
     bool WriteAudit(std::string_view table, std::string_view property, std::string_view oldValue,
                     std::string_view newValue);
+    using Pending = std::vector<PendingWrite>::iterator;
+    Pending FindPending(const KeyedTable& table, std::string_view property);
+    void KeepForLater(PendingWrite write);
 
     bool SaveRecord(std::string_view procedure, const std::function<PropertyValue(std::string_view)>& getProperty,
                     bool& isNew, std::string_view table, std::span<const std::string_view> columns);
     bool DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id);
+    /// How many rows there are; nothing on a failure.
     template <typename Record>
-    bool ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
-                 Record (*read)(const RowSet&));
+    std::optional<std::size_t> ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
+                                       Record (*read)(const RowSet&));
 
     DatabaseNeeds needs_;
     KeyMap propertyToCommon_;
     KeyMap commonToProperty_;
     std::filesystem::path path_;
-    std::unique_ptr<sqlite3, CloseConnection> connection_;
+    LockWait wait_;
+    SettingsFile file_;
+    bool lockedOut_ = false;  ///< another program was holding the file each time we tried to open it
+    std::optional<Sync> sync_;
+    std::vector<PendingWrite> pending_;
 };
 
 /// `text` as it may stand between two apostrophes of a statement.

@@ -1,4 +1,5 @@
 #include <array>
+#include <cmath>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -22,7 +23,12 @@ constexpr std::array<std::string_view, 8> kParkPositionColumns{
 struct TextOfValue {
     std::string operator()(std::int16_t value) const { return std::to_string(value); }
     std::string operator()(const std::string& value) const { return value; }
-    std::string operator()(double value) const { return PlainNumber(value); }
+    std::string operator()(double value) const {
+        if (!std::isfinite(value)) {  // its text would be stored, and read as 0
+            throw RunTimeError(RunTimeError::kOverflow, "Overflow");
+        }
+        return PlainNumber(value);
+    }
     std::string operator()(bool value) const { return value ? "1" : "0"; }  // flags have columns of integers
 };
 
@@ -57,7 +63,7 @@ struct SiteRow {
 SiteRow ReadSiteRow(const RowSet& row) {
     return {Site{row.Id(), row.Text(1), row.Text(2), row.Text(3), row.Text(4), 0.0, row.Number(6), row.Number(7),
                  row.Number(8), row.Number(9)},
-            row.Text(5)};
+            row.IsNull(5) ? std::string() : row.Text(5)};
 }
 
 Site ParseSite(const SiteRow& row, std::size_t slot, Log& log) {
@@ -116,6 +122,8 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
         if (std::get<std::int16_t>(getProperty("id")) == 0) {
             isNew = true;
         }
+        Settle();
+        ChooseSyncOfWrites(Sync::Now);
         if (!isNew) {
             Run(UpdateStatement(getProperty, table, columns));
             isNew = Changes() == 0;  // the row has vanished
@@ -124,6 +132,7 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
             Run(InsertStatement(getProperty, table, columns));
         }
         changed = Changes() >= 1;
+        wait_.GotThrough();
     });
     return changed;
 }
@@ -131,30 +140,33 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
 bool Database::DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id) {
     ResumeNext errors{needs_.ledger, procedure};
     return errors.Step([&] {
+        Settle();
+        ChooseSyncOfWrites(Sync::Now);
         Run("Delete from " + std::string(table) + " WHERE " + std::string(table) + "Index = '" + std::to_string(id) +
             "'");
     });
 }
 
 template <typename Record>
-bool Database::ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
-                       Record (*read)(const RowSet&)) {
+std::optional<std::size_t> Database::ReadAll(std::string_view procedure, std::string_view table,
+                                             RecordArray<Record>& array, Record (*read)(const RowSet&)) {
     array.assign(1, std::nullopt);
     ResumeNext errors{needs_.ledger, procedure};
     const bool ran = errors.Step([&] {
+        Settle();
         for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
             array.emplace_back(read(rows));
         }
     });
-    return ran && array.size() > 1;
+    return ran ? std::optional(array.size() - 1) : std::nullopt;
 }
 
 bool Database::GetAllDriverSettings(RecordArray<PropValue>& propValList) {
-    return ReadAll("Database.GetAllDriverSettings", "Driver", propValList, &ReadPropValue);
+    return ReadAll("Database.GetAllDriverSettings", "Driver", propValList, &ReadPropValue).value_or(0) > 0;
 }
 
 bool Database::GetAllCommonSettings(RecordArray<PropValue>& propValList) {
-    return ReadAll("Database.GetAllCommonSettings", "CommonSettings", propValList, &ReadPropValue);
+    return ReadAll("Database.GetAllCommonSettings", "CommonSettings", propValList, &ReadPropValue).value_or(0) > 0;
 }
 
 bool Database::SetGotoAltAz(const GotoAltAz& obj, bool& isNew) {
@@ -186,25 +198,28 @@ bool Database::DeleteSite(std::int16_t id) {
 }
 
 bool Database::GetAllGotoAltAz(RecordArray<GotoAltAz>& altazArray) {
-    return ReadAll("Database.GetAllGotoAltAz", "GotoAltAz", altazArray, &ReadGotoAltAz);
+    return ReadAll("Database.GetAllGotoAltAz", "GotoAltAz", altazArray, &ReadGotoAltAz).value_or(0) > 0;
 }
 
 bool Database::GetAllGotoRaDec(RecordArray<GotoRaDec>& radecArray) {
-    return ReadAll("Database.GetAllGotoRaDec", "GotoRaDec", radecArray, &ReadGotoRaDec);
+    return ReadAll("Database.GetAllGotoRaDec", "GotoRaDec", radecArray, &ReadGotoRaDec).value_or(0) > 0;
 }
 
 bool Database::GetAllParkPositions(RecordArray<ParkPosition>& parkArray) {
-    return ReadAll("Database.GetAllParkPositions", "ParkPositions", parkArray, &ReadParkPosition);
+    return ReadAll("Database.GetAllParkPositions", "ParkPositions", parkArray, &ReadParkPosition).value_or(0) > 0;
 }
 
 bool Database::GetAllSites(RecordArray<Site>& sitesArray) {
     RecordArray<SiteRow> rows;
     sitesArray.assign(1, std::nullopt);
-    if (!ReadAll("Database.GetAllSites", "Sites", rows, &ReadSiteRow)) {
+    const std::optional<std::size_t> count = ReadAll("Database.GetAllSites", "Sites", rows, &ReadSiteRow);
+    if (count == 0U) {
         needs_.log.LogMessage("GetAllSites", LogLevel::Error, "Failed to get sites");
+    }
+    if (count.value_or(0) == 0) {
         return false;
     }
-    needs_.log.LogMessage("GetAllSites", LogLevel::Info, "Site Count = " + std::to_string(rows.size() - 1));
+    needs_.log.LogMessage("GetAllSites", LogLevel::Info, "Site Count = " + std::to_string(*count));
     sitesArray.resize(rows.size());
     ResumeNext errors{needs_.ledger, "Database.GetAllSites"};
     return errors.Step([&] {

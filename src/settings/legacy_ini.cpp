@@ -1,6 +1,8 @@
 #include "settings/legacy_ini.h"
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 #include <vector>
 
@@ -12,6 +14,23 @@ namespace {
 
 [[noreturn]] void RaiseFileAccess() {
     throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
+}
+
+/// Lines end at a carriage return, a line feed or both in that order; a byte-order mark at the start is no part of
+/// them.
+std::vector<std::string> Lines(std::string_view text) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        lines.emplace_back(text.substr(0, end));
+        text.remove_prefix(end);
+        text.remove_prefix(text.starts_with("\r\n") ? 2 : text.empty() ? 0 : 1);
+    }
+    return lines;
 }
 
 std::vector<std::string> ReadLines(const std::filesystem::path& file) {
@@ -28,17 +47,11 @@ std::vector<std::string> ReadLines(const std::filesystem::path& file) {
     if (!stream) {
         RaiseFileAccess();
     }
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        if (line.ends_with('\r')) {
-            line.pop_back();
-        }
-        lines.push_back(line);
-    }
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
     if (stream.bad()) {
         RaiseFileAccess();
     }
-    return lines;
+    return Lines(text);
 }
 
 bool IsHeader(std::string_view line) {

@@ -18,25 +18,28 @@ constexpr std::string_view kLegacySection = "[default]";
 }  // namespace
 
 Persist::Persist(PersistNeeds needs) : needs_(std::move(needs)) {
-    const std::filesystem::path folder = needs_.folders.CommonAppData() / "Kestrane";
-    std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
     ResumeNext errors{needs_.ledger, "Persist"};
     errors.Assign(m_db, [&] { return CreateDatabase(); });
     if (!m_db) {
-        ShowFailure("Failed to open database");
+        errors.Step([&] { ShowFailure("Failed to open database"); });
     }
-    std::filesystem::create_directories(folder / "ASCOM", ignored);
-    legacyFile_ = folder / "ASCOM" / "ks.ini";
+    errors.Step([&] { FindLegacyFile(needs_.folders.CommonAppData() / "Kestrane" / "ASCOM"); });
 }
 
 Persist::~Persist() = default;
+
+void Persist::FindLegacyFile(const std::filesystem::path& folder) {
+    std::error_code ignored;
+    std::filesystem::create_directories(folder, ignored);
+    legacyFile_ = folder / "ks.ini";
+}
 
 std::unique_ptr<Database> Persist::CreateDatabase() {
     if (needs_.createDatabase) {
         return needs_.createDatabase();
     }
-    return std::make_unique<Database>(DatabaseNeeds{needs_.log, needs_.folders, needs_.messageBoxes, needs_.ledger});
+    return std::make_unique<Database>(
+        DatabaseNeeds{needs_.log, needs_.folders, needs_.messageBoxes, needs_.ledger, needs_.clock});
 }
 
 void Persist::ShowFailure(std::string_view text) {
@@ -52,7 +55,8 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
         value = fallback;
     } else if (value == kNoRow) {
         value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
-        m_db->SetSetting(variable, value);
+        // A default needs no wait for the disk: if a power cut takes its row, the next first reader asks with it again.
+        m_db->SetSetting(variable, value, value == fallback ? Sync::Later : Sync::Now);
     }
     if (value == "false") {
         value = "False";

@@ -36,8 +36,8 @@ public:
     explicit Persist(PersistNeeds needs);
     ~Persist();
 
-    /// A key that has no row yet gets one at once, also when the answer is empty: a read with an empty default leaves an
-    /// empty row, which later readers get in place of their own defaults. The command "GetIniValue" reads that way:
+    /// A key that has no row yet gets one at once, also when the answer is empty: a read with an empty default leaves
+    /// an empty row, which later readers get in place of their own defaults. The command "GetIniValue" reads that way:
     /// wanted (docs/settings-for-tools.md).
     std::string ReadIniValue(std::string_view variable, std::string_view fallback);
     void WriteIniValue(std::string_view variable, std::string_view value);
@@ -63,6 +63,7 @@ public:
 
 private:
     std::unique_ptr<Database> CreateDatabase();
+    void FindLegacyFile(const std::filesystem::path& folder);
     void ShowFailure(std::string_view text);
     void LogAccess(std::string_view origin, std::string_view variable, std::string_view value);
 

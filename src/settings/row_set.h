@@ -3,10 +3,20 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
+#include "kernel/base/errors.h"
+
+struct sqlite3;
 struct sqlite3_stmt;
 
 namespace kestrane {
+
+/// A statement met the lock of a second program: nothing happened, the same statement may go through later.
+class FileLocked final : public RunTimeError {
+public:
+    FileLocked();
+};
 
 struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const;
@@ -24,6 +34,7 @@ public:
     bool AtEnd() const { return atEnd_; }
     void MoveNext();
 
+    bool IsNull(int column) const;
     /// A NULL has no text: run-time error 94.
     std::string Text(int column) const;
     /// 0 for NULL and for what is no number.
@@ -35,5 +46,9 @@ private:
     Statement statement_;
     bool atEnd_ = false;
 };
+
+/// Runs the one statement in `sql`, which may end with a semicolon. A text of no statement or of several runs nothing
+/// and fails, as does one that holds a NUL.
+RowSet RunStatement(sqlite3& connection, std::string_view sql);
 
 }  // namespace kestrane

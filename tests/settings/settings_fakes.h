@@ -2,9 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <poll.h>
 #include <sqlite3.h>
 #include <string>
 #include <unistd.h>
@@ -20,14 +22,26 @@
 
 namespace kestrane {
 
+/// A clock that stands. Its sleep is real, for tests of two processes, unless a test puts something in its place.
 class StandingClock final : public Clock {
 public:
-    Tick GetTickCount() override { return {}; }
+    Tick GetTickCount() override { return now; }
     DateTime GetLocalTime() override { return {2024, 3, 7, 9, 5, 2, 8}; }
-    void Sleep(std::int32_t) override {}
+    void Sleep(std::int32_t milliseconds) override {
+        sleptMs += milliseconds;
+        if (onSleep) {
+            onSleep();
+        } else {
+            ::poll(nullptr, 0, milliseconds);
+        }
+    }
     double TimeZoneOffset() override { return 0.0; }
     DateTime DateLocalToUTC(const DateTime& date) override { return date; }
     DateTime DateUTCToLocal(const DateTime& date) override { return date; }
+
+    Tick now;
+    std::int32_t sleptMs = 0;
+    std::function<void()> onSleep;
 };
 
 class RecordingBoxes final : public MessageBoxes {
@@ -39,11 +53,17 @@ public:
     std::vector<std::string> texts;
 };
 
+/// In memory where the machine has it: there a wait for the disk costs nothing.
+inline std::filesystem::path FolderOfTests() {
+    const std::filesystem::path inMemory = "/dev/shm";
+    return ::access(inMemory.c_str(), W_OK) == 0 ? inMemory : std::filesystem::temp_directory_path();
+}
+
 /// A data folder of its own that goes with its owner.
 class TemporaryFolders final : public Folders {
 public:
     TemporaryFolders() {
-        std::string name = (std::filesystem::temp_directory_path() / "kestrane-XXXXXX").string();
+        std::string name = (FolderOfTests() / "kestrane-XXXXXX").string();
         path_ = ::mkdtemp(name.data());
     }
     ~TemporaryFolders() override {
@@ -108,7 +128,7 @@ struct SettingsWorld {
         });
     }
 
-    DatabaseNeeds NeedsOfDatabase() { return {log, folders, boxes, ledger}; }
+    DatabaseNeeds NeedsOfDatabase() { return {log, folders, boxes, ledger, clock}; }
     PersistNeeds NeedsOfPersist() { return {logState, log, clock, folders, boxes, ledger}; }
     ForeignProgram Foreign() { return ForeignProgram(folders.SettingsFile()); }
     void WriteLegacyFile(std::string_view content) {

@@ -31,8 +31,13 @@ double VirtualAstronomy::NowLst(double westLongitudeRadians) {
 
 TemporaryFolders::TemporaryFolders() {
     std::random_device random;
+    // In memory where the machine has it: there a setting's wait for the disk costs nothing.
+    const std::filesystem::path inMemory = "/dev/shm";
+    std::error_code ignored;
+    const std::filesystem::path folder =
+        std::filesystem::is_directory(inMemory, ignored) ? inMemory : std::filesystem::temp_directory_path();
     do {
-        root_ = std::filesystem::temp_directory_path() / ("kestrane-test-" + std::to_string(random()));
+        root_ = folder / ("kestrane-test-" + std::to_string(random()));
     } while (!std::filesystem::create_directory(root_));
     std::filesystem::create_directory(CommonAppData());
     std::filesystem::create_directory(Documents());

@@ -1,0 +1,152 @@
+#include "settings/settings_file.h"
+
+#include <array>
+#include <sqlite3.h>
+#include <string>
+#include <string_view>
+
+#include "settings/row_set.h"
+
+namespace kestrane {
+namespace {
+
+struct Table {
+    std::string_view name;
+    std::string_view create;
+};
+
+// The texts are the contract with the other programs that open the file, blanks included.
+constexpr std::array<Table, 7> kSchema{{
+    {"CommonSettings",
+     "CREATE TABLE `CommonSettings` ("
+     "`CommonSettingsIndex`  INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Property` TEXT NOT NULL UNIQUE,"
+     "`Value`    TEXT NOT NULL)"},
+    {"Driver",
+     "CREATE TABLE `Driver` ("
+     "`DriverIndex`  INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Property` TEXT NOT NULL UNIQUE,"
+     "`Value`    TEXT)"},
+    {"GotoAltAz",
+     "CREATE TABLE `GotoAltAz` ("
+     "`GotoAltAzIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Name` TEXT NOT NULL,"
+     "`Description`  TEXT,"
+     "`Altitude` TEXT NOT NULL,"
+     "`Azimuth`  TEXT NOT NULL)"},
+    {"GotoRaDec",
+     "CREATE TABLE `GotoRaDec` ("
+     "`GotoRaDecIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Name` TEXT NOT NULL,"
+     "`Description`  TEXT,"
+     "`HourAngle`    TEXT,"
+     "`RightAscension`   TEXT,"
+     "`Declination`  TEXT NOT NULL)"},
+    {"ParkPositions",
+     "CREATE TABLE `ParkPositions` ("
+     "`ParkPositionsIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Name` TEXT NOT NULL,"
+     "`Description`  TEXT,"
+     "`IsAltAz`  INTEGER NOT NULL,"
+     "`ParkCounterweightUp`  INTEGER NOT NULL,"
+     "`Altitude` TEXT,"
+     "`Azimuth`  TEXT,"
+     "`HourAngle`    TEXT,"
+     "`Declination`  TEXT)"},
+    {"PropertyChangedEvent",
+     "CREATE TABLE `PropertyChangedEvent` ("
+     "`PropertyChangedEventIndex`    INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`DateTime` TEXT NOT NULL,"
+     "`ChangedBy`    TEXT,"
+     "`Table`    TEXT NOT NULL,"
+     "`Property` TEXT NOT NULL,"
+     "`OldValue` TEXT,"
+     "`NewValue` TEXT)"},
+    {"Sites",
+     "CREATE TABLE `Sites` ("
+     "`SitesIndex`   INTEGER PRIMARY KEY AUTOINCREMENT,"
+     "`Name` TEXT UNIQUE NOT NULL,"
+     "`Description`  TEXT,"
+     "`Longitude`    TEXT,"
+     "`Latitude` TEXT,"
+     "`ElevationMeters`    REAL,"
+     "`TimeZone` REAL,"
+     "`TemperatureC`  REAL,"
+     "`PressureMb` REAL,"
+     "`HumidityPercent` REAL)"},
+}};
+
+bool TableExists(sqlite3& connection, std::string_view table) {
+    std::string sql = "Select name from sqlite_master where type = 'table' and name = '";
+    sql.append(table).append("' collate nocase");
+    return !RunStatement(connection, sql).AtEnd();
+}
+
+void CreateSchema(sqlite3& connection) {
+    for (const Table& table : kSchema) {
+        if (TableExists(connection, table.name)) {
+            continue;
+        }
+        try {
+            RunStatement(connection, table.create);
+        } catch (const FileLocked&) {
+            throw;
+        } catch (const DriverError&) {
+            // A second program that starts at the same time may have made it since we looked.
+            if (!TableExists(connection, table.name)) {
+                throw;
+            }
+        }
+    }
+}
+
+int WaitForTheOther(void* wait, int) {
+    return static_cast<LockWait*>(wait)->WaitAStep() ? 1 : 0;
+}
+
+SettingsConnection Connect(const std::filesystem::path& path) {
+    sqlite3* opened = nullptr;
+    const int status = sqlite3_open_v2(path.c_str(), &opened,
+                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    SettingsConnection connection(opened);
+    if (status != SQLITE_OK) {
+        throw RunTimeError(static_cast<std::uint32_t>(status),
+                           opened == nullptr ? sqlite3_errstr(status) : sqlite3_errmsg(opened));
+    }
+    return connection;
+}
+
+/// The change of the journal needs the file to itself for a moment; never worth a wait or a failure.
+bool TakeWriteAheadLog(sqlite3& connection) {
+    try {
+        return RunStatement(connection, "PRAGMA journal_mode = WAL").Text(0) == "wal";
+    } catch (const DriverError&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+void CloseConnection::operator()(sqlite3* connection) const {
+    sqlite3_close(connection);
+}
+
+SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait) {
+    SettingsFile file{Connect(path)};
+    file.writeAheadLog = TakeWriteAheadLog(*file.connection);
+    sqlite3_busy_handler(file.connection.get(), &WaitForTheOther, &wait);
+    ChooseSync(file, Sync::Later);  // tables that a power cut took are made anew
+    CreateSchema(*file.connection);
+    if (!file.writeAheadLog) {  // another program may have been at it
+        wait.Forbid();
+        file.writeAheadLog = TakeWriteAheadLog(*file.connection);
+    }
+    return file;
+}
+
+void ChooseSync(const SettingsFile& file, Sync sync) {
+    const bool now = sync == Sync::Now || !file.writeAheadLog;
+    RunStatement(*file.connection, now ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+}
+
+}  // namespace kestrane

@@ -1,0 +1,316 @@
+#include <gtest/gtest.h>
+
+#include "settings_fakes.h"
+
+/// A second program that holds the settings file. Time is the clock's, so that no test waits.
+namespace kestrane {
+namespace {
+
+struct LockedFileTest : testing::Test, SettingsWorld {
+    LockedFileTest() {
+        clock.onSleep = [this] { PassTime(LockWait::kStepMs); };
+    }
+
+    void PassTime(std::int32_t milliseconds) { clock.now = clock.now + milliseconds; }
+    /// The other program lets go after so many milliseconds of our waiting.
+    void ReleaseAfter(ForeignProgram& other, std::int32_t milliseconds) {
+        const std::int32_t end = clock.sleptMs + milliseconds;
+        clock.onSleep = [this, end, &other] {
+            PassTime(LockWait::kStepMs);
+            if (clock.sleptMs == end) {
+                other.Run("COMMIT");
+            }
+        };
+    }
+    std::int32_t WaitedMs() { return std::exchange(clock.sleptMs, 0); }
+
+    /// A settings file with Port "COM5", as a process leaves it behind.
+    void MakeFile(const std::string& journal) {
+        { Persist(NeedsOfPersist()).WriteIniValue("Port", "COM5"); }
+        ASSERT_EQ(Foreign().Cell("PRAGMA journal_mode = " + journal), journal);
+        WaitedMs();
+    }
+    std::string Stored(const std::string& key, const std::string& table = "Driver") {
+        return Foreign().Cell("select Value from " + table + " where Property = '" + key + "'");
+    }
+    std::vector<std::string> Audits() {
+        return *Foreign().Run(
+            "select Property || '|' || OldValue || '|' || NewValue from PropertyChangedEvent order by 1 + "
+            "PropertyChangedEventIndex");
+    }
+};
+
+// --- opening ---------------------------------------------------------------------------------------------------------
+
+struct HarmlessLock {
+    const char* journal;
+    const char* lock;
+};
+
+TEST_F(LockedFileTest, ALockThatAllowsReading_CostsTheStartNoWait) {
+    for (const HarmlessLock& row : std::vector<HarmlessLock>{{"delete", "BEGIN IMMEDIATE"},
+                                                             {"delete", "BEGIN; select count(*) from Driver"},
+                                                             {"wal", "BEGIN IMMEDIATE"},
+                                                             {"wal", "BEGIN EXCLUSIVE"},
+                                                             {"wal", "BEGIN; select count(*) from Driver"}}) {
+        SCOPED_TRACE(std::string(row.journal) + ", " + row.lock);
+        SettingsWorld world;
+        world.clock.onSleep = [] {};
+        { Persist(world.NeedsOfPersist()).WriteIniValue("Port", "COM5"); }
+        ForeignProgram other = world.Foreign();
+        ASSERT_EQ(other.Cell(std::string("PRAGMA journal_mode = ") + row.journal), row.journal);
+        ASSERT_TRUE(other.Run(row.lock));
+        Persist persist(world.NeedsOfPersist());
+        EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
+        EXPECT_EQ(world.clock.sleptMs, 0);
+        EXPECT_TRUE(world.boxes.texts.empty());
+        EXPECT_TRUE(world.ledger.Entries().empty());
+        EXPECT_EQ(other.Cell("PRAGMA journal_mode"), row.journal);
+        ASSERT_TRUE(other.Run("ROLLBACK"));
+        persist.WriteIniValue("Port", "COM6");
+        EXPECT_EQ(world.Foreign().Cell("select Value from Driver where Property = 'port'"), "COM6");
+    }
+}
+
+TEST_F(LockedFileTest, ALockAgainstReading_HoldsTheStartUpOnceAndForABoundedTime) {
+    MakeFile("delete");
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE");
+    Persist persist(NeedsOfPersist());
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    EXPECT_EQ(boxes.texts, std::vector<std::string>{"Init DB Error: database is locked"});
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
+        PassTime(1000);
+    }
+    RecordArray<Site> sites;
+    EXPECT_FALSE(persist.database()->GetAllSites(sites));
+    EXPECT_EQ(WaitedMs(), 0) << "tried again, but never with a wait";
+    EXPECT_EQ(boxes.texts.size(), 1U);
+}
+
+TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBack) {
+    MakeFile("delete");
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE");
+    Persist persist(NeedsOfPersist());
+    persist.WriteIniValue("Retry", "7");
+    persist.WriteIniValue("Port", "COM1");
+    EXPECT_EQ(persist.ReadIniValue("Timeout", "500"), "500");
+    other.Run("COMMIT");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5") << "a write that may come of a default is not kept";
+    EXPECT_EQ(Stored("retry"), "(no row)");
+    EXPECT_EQ(Stored("timeout"), "(no row)");
+    EXPECT_EQ(Foreign().Cell("PRAGMA journal_mode"), "wal");
+    persist.WriteIniValue("Port", "COM6");
+    EXPECT_EQ(Stored("port"), "COM6");
+    EXPECT_EQ(boxes.texts.size(), 1U);
+}
+
+TEST_F(LockedFileTest, ALockThatGoesDuringTheWait_IsWaitedOut) {
+    MakeFile("delete");
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE");
+    ReleaseAfter(other, 1500);
+    Persist persist(NeedsOfPersist());
+    EXPECT_EQ(WaitedMs(), 1500);
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
+    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(ledger.Entries().empty());
+    EXPECT_EQ(Foreign().Cell("PRAGMA journal_mode"), "wal") << "taken over after all";
+}
+
+TEST_F(LockedFileTest, ANewFileThatAnotherHolds_IsCompletedLater) {
+    std::filesystem::create_directories(folders.SettingsFile().parent_path());
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE; create table Mine (a TEXT)");
+    Persist persist(NeedsOfPersist());
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    other.Run("COMMIT");
+    persist.WriteIniValue("Port", "COM6");
+    EXPECT_EQ(Stored("port"), "COM6");
+    EXPECT_EQ(Foreign().Cell("select count(*) from sqlite_master where type = 'table' and name not like 'sqlite_%'"),
+              "8");
+}
+
+TEST_F(LockedFileTest, AFileThatIsBroken_IsNotTriedAgain) {
+    std::filesystem::create_directories(folders.SettingsFile().parent_path());
+    std::ofstream(folders.SettingsFile()) << std::string(4096, 'x');
+    Database db(NeedsOfDatabase());
+    std::filesystem::remove(folders.SettingsFile());
+    EXPECT_FALSE(db.SetSetting("Port", "COM1"));
+    EXPECT_FALSE(db.IsOpen());
+    EXPECT_EQ(boxes.texts.size(), 1U);
+    db.Open();
+    EXPECT_TRUE(db.IsOpen());
+    EXPECT_TRUE(db.SetSetting("Port", "COM1"));
+    EXPECT_EQ(boxes.texts.size(), 1U);
+}
+
+// --- writing ---------------------------------------------------------------------------------------------------------
+
+struct LockedWriteTest : LockedFileTest {
+    LockedWriteTest() {
+        db.emplace(NeedsOfDatabase());
+        db->SetSetting("Port", "COM5");
+        other.emplace(folders.SettingsFile());
+        other->Run("BEGIN IMMEDIATE");
+    }
+    std::string Read(const std::string& key) {
+        std::string value = "failed";
+        db->GetSetting(key, value, "none");
+        return value;
+    }
+
+    std::optional<Database> db;
+    std::optional<ForeignProgram> other;
+    bool isNew = true;
+};
+
+TEST_F(LockedWriteTest, AWrite_WaitsForAShortLock) {
+    ReleaseAfter(*other, 1990);
+    EXPECT_TRUE(db->SetSetting("Port", "COM6"));
+    EXPECT_EQ(WaitedMs(), 1990);
+    EXPECT_EQ(Stored("port"), "COM6");
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(LockedWriteTest, AWriteThatMetALongLock_IsReadBackAndStoredOnceTheLockIsGone) {
+    EXPECT_FALSE(db->SetSetting("Port", "COM6"));
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    EXPECT_EQ(Read("PORT"), "COM6");
+    EXPECT_EQ(Read("Retry"), "none");
+    EXPECT_EQ(Stored("port"), "COM5");
+    other->Run("COMMIT");
+    EXPECT_EQ(Read("Retry"), "none");  // any call will do
+    EXPECT_EQ(Stored("port"), "COM6");
+    EXPECT_EQ(Audits(), (std::vector<std::string>{"Port||COM5", "Port|COM5|COM6"}));
+    EXPECT_EQ(Read("Port"), "COM6");
+}
+
+TEST_F(LockedWriteTest, OnlyTheFirstOfManyWrites_Waits) {
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_FALSE(db->SetSetting("Key" + std::to_string(i), "x"));
+        Read("Port");
+        PassTime(1000);
+    }
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+}
+
+TEST_F(LockedWriteTest, KeptWrites_AreStoredInTheirOrderAndOfEachKeyTheNewest) {
+    db->SetSetting("Port", "COM6");
+    db->SetSetting("SiteDbIndex", "3");
+    db->SetSetting("Retry", "1");
+    db->SetSetting("PORT", "COM7");
+    EXPECT_EQ(Read("Port"), "COM7");
+    EXPECT_EQ(Read("siteDbIndex"), "3");
+    other->Run("COMMIT");
+    EXPECT_TRUE(db->SetSetting("Timeout", "9"));
+    EXPECT_EQ(Audits(),
+              (std::vector<std::string>{"Port||COM5", "SiteDbIndex||3", "Retry||1", "PORT|COM5|COM7", "Timeout||9"}));
+    EXPECT_EQ(Stored("sitedbindex", "CommonSettings"), "3");
+}
+
+TEST_F(LockedWriteTest, AKeptWrite_IsStoredAtTheEnd) {
+    db->SetSetting("Port", "COM6");
+    WaitedMs();
+    ReleaseAfter(*other, 500);
+    db.reset();
+    EXPECT_EQ(WaitedMs(), 500) << "the last chance is worth a wait";
+    EXPECT_EQ(Stored("port"), "COM6");
+}
+
+TEST_F(LockedWriteTest, ALockAtTheEnd_HoldsItForABoundedTime) {
+    db->SetSetting("Port", "COM6");
+    db->SetSetting("Retry", "6");
+    WaitedMs();
+    db.reset();
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    EXPECT_EQ(Stored("port"), "COM5");
+}
+
+TEST_F(LockedWriteTest, AnEqualValue_NeedsNoWait) {
+    EXPECT_TRUE(db->SetSetting("Port", "COM5"));
+    EXPECT_EQ(WaitedMs(), 0);
+}
+
+TEST_F(LockedWriteTest, AKeptWriteThatFailsForGood_DoesNotHoldUpTheOthers) {
+    db->SetSetting("Port", std::string("a\0b", 3));
+    db->SetSetting("SiteDbIndex", "3");
+    db->SetSetting("Retry", "6");
+    other->Run("drop table CommonSettings; COMMIT");
+    EXPECT_EQ(Read("Retry"), "6");
+    EXPECT_EQ(Stored("retry"), "6");
+    EXPECT_EQ(Stored("port"), "COM5");
+}
+
+TEST_F(LockedWriteTest, ADelete_TakesTheKeptWriteWithIt) {
+    db->SetSetting("Port", "COM6");
+    EXPECT_THROW(db->TryDeleteSetting("PORT"), FileLocked);
+    other->Run("COMMIT");
+    EXPECT_EQ(Read("Port"), "COM5");
+    EXPECT_FALSE(db->TryDeleteSetting("Port"));
+    EXPECT_EQ(Stored("port"), "(no row)");
+}
+
+TEST_F(LockedWriteTest, ARecord_WaitsAndFails) {
+    EXPECT_FALSE(db->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    EXPECT_FALSE(db->DeleteSite(1));
+    EXPECT_FALSE(db->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    EXPECT_EQ(WaitedMs(), 0) << "not again so soon";
+    PassTime(LockWait::kRestMs);
+    ReleaseAfter(*other, 100);
+    EXPECT_TRUE(db->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    EXPECT_EQ(Foreign().Cell("select count(*) from GotoRaDec"), "1");
+}
+
+TEST_F(LockedWriteTest, AfterAWriteThatGotThrough_TheNextLockIsWaitedForAgain) {
+    db->SetSetting("Port", "COM6");
+    other->Run("COMMIT");
+    EXPECT_EQ(Read("Port"), "COM6");
+    other->Run("BEGIN IMMEDIATE");
+    WaitedMs();
+    ReleaseAfter(*other, 100);
+    EXPECT_TRUE(db->SetSetting("Port", "COM7"));
+    EXPECT_EQ(WaitedMs(), 100);
+}
+
+TEST_F(LockedWriteTest, Persist_ReadsBackWhatItWroteUnderALock) {
+    Persist persist(NeedsOfPersist());
+    persist.WriteIniValue("ParkStatus", "Parked");
+    EXPECT_EQ(persist.ReadIniValue("FirstRead", "d"), "d");
+    EXPECT_EQ(persist.ReadIniValue("FirstRead", "e"), "d");
+    EXPECT_EQ(persist.ReadIniValue("ParkStatus", "Unknown"), "Parked");
+    other->Run("COMMIT");
+    EXPECT_EQ(persist.ReadIniValue("ParkStatus", "Unknown"), "Parked");
+    EXPECT_EQ(Stored("parkstatus"), "Parked");
+    EXPECT_EQ(Stored("firstread"), "d");
+}
+
+// --- the wait itself -------------------------------------------------------------------------------------------------
+
+TEST(LockWaitTest, AWaitInVain_IsFollowedByARestFromAnyTick) {
+    for (const std::int32_t first : {0, -1000, INT32_MAX - 1000, INT32_MIN}) {
+        StandingClock clock;
+        clock.now = Tick{first};
+        clock.onSleep = [&] { clock.now = clock.now + LockWait::kStepMs; };
+        LockWait wait(clock);
+        EXPECT_FALSE(wait.WaitAStep()) << "nothing allowed yet";
+        wait.Begin();
+        while (wait.WaitAStep()) {
+        }
+        EXPECT_EQ(clock.sleptMs, LockWait::kLongestMs);
+        clock.now = clock.now + (LockWait::kRestMs - 1);
+        wait.Begin();
+        EXPECT_FALSE(wait.WaitAStep());
+        clock.now = clock.now + 1;
+        wait.Begin();
+        EXPECT_TRUE(wait.WaitAStep());
+        wait.Forbid();
+        EXPECT_FALSE(wait.WaitAStep());
+    }
+}
+
+}  // namespace
+}  // namespace kestrane
