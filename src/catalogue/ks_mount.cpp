@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 
 namespace kestrane {
 namespace {
@@ -54,6 +55,20 @@ std::int16_t KsMount::FindMountListEntry(std::string_view sMountName) {
 
 std::int16_t KsMount::GetNewMountIndex(std::int16_t nMountType) const {
     return FindMountListEntry(GetMountType(nMountType));
+}
+
+bool KsMount::SendNoResponse(std::string_view KsCommand) const {
+    assert(send_ && "nobody sends for the catalogue");
+    send_(KsCommand, true);
+    return true;
+}
+
+bool KsMount::WaitResponse(std::string_view /*sResponse*/, std::int32_t /*nTimoutInMSecs*/) const {
+    return true;
+}
+
+bool KsMount::SetGMTOffset(std::int16_t /*nHours*/, std::int16_t /*nMin*/, std::int16_t /*nSec*/) const {
+    return true;
 }
 
 }  // namespace kestrane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -31,12 +32,15 @@ public:
     Mount_Type mountType = Mount_Type::ALDER;
     Controller_Type ControllerType = Controller_Type::VTRKC1;
     std::string Firmware;
+    std::string ControllerName;  ///< of the controller in force: "VTRKC4"; empty while none has been applied
 
     /// Display name of an enumerator value; -1 stands for the object's own `mountType` and is replaced by it.
     /// "Unknown" outside 0 to 11.
     std::string_view GetMountType(std::int16_t& nMountType) const;
     /// Display name of the object's own `mountType`.
     std::string_view Name() const;
+    /// Highest custom slew rate of the model, a multiple of the sidereal rate; the lowest is 1.
+    std::int32_t MaxCustomSlewRate() const { return mountType == Mount_Type::FIR ? 900 : 1200; }
     /// The enumerator of a display name; `ALDER` for an unknown one.
     static Mount_Type FindMountType(std::string_view sType);
     /// The display name at an index of the list that a user sees; empty outside 0 to 11.
@@ -45,6 +49,19 @@ public:
     static std::int16_t FindMountListEntry(std::string_view sMountName);
     /// The list index of an enumerator value; 0 for an unknown one.
     std::int16_t GetNewMountIndex(std::int16_t nMountType) const;
+
+    /// Sends a command to the mount that has no reply, as the driver's own commands are sent.
+    using SendCommand = std::function<void(std::string_view command, bool raw)>;
+    void SetSendCommand(SendCommand send) { send_ = std::move(send); }
+    /// Sends `KsCommand` as it is, framed by the caller; True, whatever became of it. `SetSendCommand` comes first.
+    bool SendNoResponse(std::string_view KsCommand) const;
+    /// True, and nothing else: kept for those who call it.
+    bool WaitResponse(std::string_view sResponse, std::int32_t nTimoutInMSecs) const;
+    /// True, and nothing else: kept for those who call it.
+    bool SetGMTOffset(std::int16_t nHours, std::int16_t nMin, std::int16_t nSec) const;
+
+private:
+    SendCommand send_;
 };
 
 }  // namespace kestrane

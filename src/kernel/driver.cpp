@@ -68,6 +68,8 @@ Driver::Driver(Platform platform)
           .mount = mount,
           .rates = rates,
           .handBox = handBox,
+          .initialSetup = initialSetup,
+          .initMount = initMount,
           .panel = panel,
       }),
       journal(EventJournalNeeds{
@@ -150,6 +152,8 @@ Driver::Driver(Platform platform)
     log.SetFacts(FactsOfLog());
     counters.SetView(&panel);
     alarmFilter.SetActions(this);
+    mount.SetSendCommand(
+        [this](std::string_view command, bool raw) { InternalInstance().CommandBlindInternal(command, raw); });
     handBox.tmrQueryRaDecAltAz.OnTick([this] { poll.OnTimer(); });
     startup.Run();
 }
@@ -173,6 +177,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .statusWindow = statusWindow,
         .panel = panel,
         .mount = mount,
+        .rateLists = rateLists,
         .rates = rates,
         .controller = controller,
         .journal = journal,

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "catalogue/client_rates.h"
 #include "catalogue/ks_mount.h"
 #include "focuser/focuser.h"
 #include "forms/frm_ask_abort_slew.h"
@@ -77,6 +78,7 @@ public:
     Sites sites;
     LogPanel logPanel;
     KsMount mount;
+    ClientRateLists rateLists;
     std::unique_ptr<MountLink> link;
     HandBoxPanel panel;
     MountRates rates;

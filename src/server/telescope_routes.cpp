@@ -30,6 +30,25 @@ std::string SlewAsync(ClientObject& object, const Arguments& arguments) {
     return {};
 }
 
+std::string ReadTrackingRates(ClientObject& object, const Arguments&) {
+    const std::shared_ptr<const TrackingRates> rates = DeviceOf<ServedTelescope>(object).TrackingRates();
+    return JsonOf(std::span<const std::int32_t>(rates->NewEnum()));
+}
+
+std::string ReadAxisRates(ClientObject& object, const Arguments& arguments) {
+    const std::shared_ptr<const AxisRates> rates = DeviceOf<ServedTelescope>(object).AxisRates(arguments.Integer(0));
+    std::string json = "[";
+    for (const std::shared_ptr<rate>& range : rates->NewEnum()) {
+        json += json.size() > 1 ? "," : "";
+        json += "{\"Maximum\":" + JsonOf(range->Maximum()) + ",\"Minimum\":" + JsonOf(range->Minimum()) + "}";
+    }
+    return json + "]";
+}
+
+std::string ReadCanMoveAxis(ClientObject& object, const Arguments& arguments) {
+    return JsonOf(DeviceOf<ServedTelescope>(object).CanMoveAxis(arguments.Integer(0)));
+}
+
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
 constexpr Handler kNotBuilt = nullptr;
 
@@ -125,13 +144,13 @@ std::vector<Route> TelescopeRoutes() {
         {"Tracking",                Put, Brief, {{"Tracking", Bool}},                      kWrite<bool, &T::Tracking>},
         {"TrackingRate",            Get, Brief, kNone,                                     kRead<std::int32_t, &T::TrackingRate>},
         {"TrackingRate",            Put, Brief, {{"TrackingRate", Int}},                   kWrite<std::int32_t, &T::TrackingRate>},
-        {"TrackingRates",           Get, Brief, kNone,                                     kNotBuilt},
+        {"TrackingRates",           Get, Brief, kNone,                                     ReadTrackingRates},
         {"UTCDate",                 Get, Brief, kNone,                                     kNotBuilt},
         {"UTCDate",                 Put, Brief, {{"UTCDate", Date}},                       kNotBuilt},
 
         {"AbortSlew",               Put, Brief, kNone,                                     kCall<&T::AbortSlew>},
-        {"AxisRates",               Get, Brief, {{"Axis", Int}},                           kNotBuilt},
-        {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           kNotBuilt},
+        {"AxisRates",               Get, Brief, {{"Axis", Int}},                           ReadAxisRates},
+        {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           ReadCanMoveAxis},
         {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               kNotBuilt},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
         {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            kNotBuilt},

@@ -2,6 +2,8 @@
 
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
+#include "forms/frm_init_mount.h"
+#include "forms/frm_initial_setup.h"
 #include "forms/hand_box_actions.h"
 #include "state/driver_state.h"
 #include "state/mount_rates.h"
@@ -13,6 +15,8 @@ struct ControllerFeaturesNeeds {
     KsMount& mount;
     MountRates& rates;
     frmHandBox& handBox;
+    frmInitialSetup& initialSetup;
+    frmInitMount& initMount;
     HandBoxActions& panel;
 };
 
@@ -22,10 +26,18 @@ class ControllerFeatures {
 public:
     explicit ControllerFeatures(ControllerFeaturesNeeds needs) : needs_(needs) {}
 
-    /// `major` and `minor` are the numbers of the firmware, 0 and 0 while it is not known.
+    /// `major` and `minor` are the numbers of the firmware, 0 and 0 while it is not known. The rate tables are rebuilt
+    /// as for a mount that has not said its rate type; no setting but `MountRateType` is written. A controller that is
+    /// none of the five takes the features of the first and keeps the name shown.
     void Apply(Controller_Type controller, int major, int minor);
 
+    /// Shows the bound of the custom slew rate that the model sets. `Apply` does it too.
+    void ShowCustomSlewBounds();
+
 private:
+    void ShowIpLink(bool offered);
+    void ShowControls();
+
     ControllerFeaturesNeeds needs_;
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "catalogue/ks_mount.h"
+#include "catalogue/rate_tables.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -27,12 +29,27 @@ class MountRates {
 public:
     explicit MountRates(MountRatesNeeds needs) : needs_(needs) {}
 
-    /// Builds the tables for a rate type ("", "0" to "3"; others give the legacy rows and a line in the log) when it
-    /// differs from the one in force, when there are none yet, or by force.
+    /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in force, when there are none
+    /// yet, or by force; then fills the lists and stores the type as `MountRateType`. Any other type gives the legacy
+    /// rows and an error in the log; the type in force, its setting and the lists stay as they were.
     void UpdateMountRates(std::string_view type, bool force);
 
+    /// Whether the mount has not said its rate type: "" and "unknown".
+    bool IsRateTypeOpen() const;
+
+    /// Empty until the first `UpdateMountRates`.
+    const MountRateCollection& guideRateCollection() const { return guide_; }
+    const MountRateCollection& centeringRateCollection() const { return centering_; }
+    const MountRateCollection& slewRateCollection() const { return slew_; }
+
 private:
+    void LogRates(std::string_view origin, const MountRateCollection& rates);
+    void FillLists();
+    void Fill(ComboBox& list, const std::vector<std::string>& texts, const SettingKey& selection);
+
     MountRatesNeeds needs_;
+    std::optional<MountRatesFactory> factory_;
+    MountRateCollection guide_, centering_, slew_;
 };
 
 }  // namespace kestrane

@@ -10,8 +10,6 @@ namespace {
 
 constexpr double kMillimetres = 1000.0;
 constexpr std::int32_t kStatusWindowDelayMs = 1000;
-constexpr double kMaxMoveAxisRate = 5.0;     // degrees per second
-constexpr double kMaxMoveAxisRateFir = 2.5;  // of the mount with half speed
 constexpr std::int32_t kYieldMs = 20;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
@@ -51,11 +49,14 @@ void Telescope::InitializeFirstObject() {
     if (!needs_.registration.RegisterTelescope()) {
         return;
     }
-    needs_.mount.mountType =
-        static_cast<Mount_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::MountType), needs_.log)));
-    needs_.mount.ControllerType =
-        static_cast<Controller_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::Controller), needs_.log)));
-    state_.g_dMaxMoveAxisRate = needs_.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
+    errors.Assign(needs_.mount.mountType, [&] {
+        return static_cast<Mount_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::MountType), needs_.log)));
+    });
+    CreateAxisRates();
+    errors.Step([&] {
+        const std::string controller = needs_.persist.Read(setting::Controller);
+        needs_.controller.Apply(static_cast<Controller_Type>(RoundHalfEven(Val_Global(controller, needs_.log))), 0, 0);
+    });
     state_.g_dGuideRate = 1.0;
     state_.g_nSlewSettleTime = 1;
     state_.g_bTargetRaSet = state_.g_bTargetDecSet = state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
@@ -64,6 +65,7 @@ void Telescope::InitializeFirstObject() {
     state_.g_sTrackingCommand = "RT2";
     state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
     state_.g_bSlewCompletePending = true;
+    CreateTrackingRates();
     errors.Step([&] {
         if (needs_.state.g_nFocuserObjects < 2 && needs_.persist.Read(setting::MinimizeStatusWindow) == "1") {
             needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);

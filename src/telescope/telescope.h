@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "catalogue/client_rates.h"
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
@@ -46,6 +47,7 @@ struct TelescopeNeeds {
     frmStatus& statusWindow;
     HandBoxActions& panel;
     KsMount& mount;
+    ClientRateLists& rateLists;
     MountRates& rates;
     ControllerFeatures& controller;
     EventJournal& journal;
@@ -201,6 +203,14 @@ public:
     /// 0 sidereal, 1 lunar, 2 solar. Writing stops motion, then starts tracking at the rate; 0x80040405 for others.
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
+    /// A new list: 0, 1, 2, and 3 with the two newest controllers, also where their firmware has no King rate. Lists
+    /// handed out before keep their contents. The link is checked.
+    std::shared_ptr<const kestrane::TrackingRates> TrackingRates();
+    /// Axis 0 primary, 1 secondary: one range from 0 to the fastest `MoveAxis`. Any other axis: an empty list. The link
+    /// is checked.
+    std::shared_ptr<const kestrane::AxisRates> AxisRates(std::int32_t axis);
+    /// True for axis 0 and 1.
+    bool CanMoveAxis(std::int32_t axis);
 
     // --- guards at the head of client members ---------------------------------------------------------------------
 
@@ -271,6 +281,10 @@ private:
 
     // tracking.cpp
     void ClearCustomDecRate();
+
+    // rate_lists.cpp
+    void CreateAxisRates();
+    void CreateTrackingRates();
 
     void LogGetText(std::string_view name, std::string_view value);
     void LogSet(std::string_view name, std::string_view value);

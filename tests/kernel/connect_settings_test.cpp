@@ -45,7 +45,7 @@ struct StatusRow {
 class RateKeyTest : public ConnectSettingsTest, public testing::WithParamInterface<StatusRow> {};
 
 TEST_P(RateKeyTest, FourteenthCharacterOfTheStatus_IsTheRateKey) {
-    Seed({{"MountRateType", "9"}});
+    Seed({{"Controller", "4"}});  // begins with type 3
     WireTranscript transcript(machine.clock, machine.pump,
                               "0 = Open\n* > :V#\n* < VKC4-P02-08#\n* > #:U#\n* > :GOS#\n* < " + GetParam().status +
                                   "#\n* > :G\\x05#\n* < 0#\n* > :U#\n* > :Gg#\n* < 350*00:00#\n* > :Gt#\n"
@@ -63,8 +63,9 @@ TEST_P(RateKeyTest, FourteenthCharacterOfTheStatus_IsTheRateKey) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Replies, RateKeyTest,
-                         testing::Values(StatusRow{"0200002000000", "9"},  // 13 characters: none
-                                         StatusRow{"02000020000007", "7"}, StatusRow{"020000200000045", "4"}));
+                         testing::Values(StatusRow{"0200002000000", "3"},   // 13 characters: none
+                                         StatusRow{"02000020000007", "3"},  // not a type
+                                         StatusRow{"02000020000002", "2"}, StatusRow{"020000200000015", "1"}));
 
 TEST_F(ConnectSettingsTest, Timeout_IsThatOfThePort) {
     Seed({{"Timeout", "750"}});

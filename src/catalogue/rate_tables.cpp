@@ -1,0 +1,201 @@
+#include "catalogue/rate_tables.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "kernel/base/errors.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kSameRate = 0.001;
+constexpr std::uint32_t kNotInitialized = 1;
+
+struct RateRow {
+    std::string_view text;
+    double value;
+    std::string_view command;
+};
+
+// clang-format off
+constexpr std::array kGuide{
+    RateRow{"0.25x",    0.25, ":RG0#"},
+    RateRow{"0.50x",    0.5,  ":RG1#"},
+    RateRow{"1.00x",    1.0,  ":RG2#"},
+};
+
+constexpr std::array kLegacyCentering{
+    RateRow{"12x",     12.0,  ":RC0#"},
+    RateRow{"64x",     64.0,  ":RC1#"},
+    RateRow{"600x",   600.0,  ":RC2#"},
+    RateRow{"1200x", 1200.0,  ":RC3#"},
+};
+constexpr std::array kLegacyCenteringFir{
+    RateRow{"12x",     12.0,  ":RC0#"},
+    RateRow{"64x",     64.0,  ":RC1#"},
+    RateRow{"300x",   300.0,  ":RC2#"},
+    RateRow{"600x",   600.0,  ":RC3#"},
+};
+constexpr std::array kLegacySlew{
+    RateRow{"600x",   600.0,  ":RS0#"},
+    RateRow{"900x",   900.0,  ":RS1#"},
+    RateRow{"1200x", 1200.0,  ":RS2#"},
+};
+constexpr std::array kLegacySlewFir{
+    RateRow{"300x",   300.0,  ":RS0#"},
+    RateRow{"450x",   450.0,  ":RS1#"},
+    RateRow{"600x",   600.0,  ":RS2#"},
+};
+
+/// The first centering rows of all numbered types; two faster ones follow, which differ.
+constexpr std::array kNumberedCentering{
+    RateRow{"0.25x",    0.25, ":RC5#"},
+    RateRow{"0.50x",    0.5,  ":RC6#"},
+    RateRow{"1.00x",    1.0,  ":RC7#"},
+    RateRow{"12x",     12.0,  ":RC0#"},
+    RateRow{"64x",     64.0,  ":RC1#"},
+    RateRow{"200x",   200.0,  ":RC2#"},
+};
+
+struct NumberedTable {
+    std::string_view type;
+    std::array<RateRow, 2> fastCentering;
+    std::array<RateRow, 3> slew;
+};
+
+constexpr std::array kNumbered{
+    NumberedTable{"0",
+        {{{"600x",   600.0, ":RC3#"}, {"1200x", 1200.0, ":RC4#"}}},
+        {{{"600x",   600.0, ":RS0#"}, {"900x",   900.0, ":RS1#"}, {"1200x", 1200.0, ":RS2#"}}}},
+    NumberedTable{"1",
+        {{{"500x",   500.0, ":RC3#"}, {"900x",   900.0, ":RC4#"}}},
+        {{{"400x",   400.0, ":RS0#"}, {"650x",   650.0, ":RS1#"}, {"900x",   900.0, ":RS2#"}}}},
+    NumberedTable{"2",
+        {{{"400x",   400.0, ":RC3#"}, {"600x",   600.0, ":RC4#"}}},
+        {{{"300x",   300.0, ":RS0#"}, {"450x",   450.0, ":RS1#"}, {"600x",   600.0, ":RS2#"}}}},
+    NumberedTable{"3",
+        {{{"600x",   600.0, ":RC3#"}, {"1200x", 1200.0, ":RC4#"}}},
+        {{{"600x",   600.0, ":RS0#"}, {"1000x", 1000.0, ":RS1#"}, {"1800x", 1800.0, ":RS2#"}}}},
+};
+// clang-format on
+
+void Append(MountRateCollection& collection, std::span<const RateRow> rows) {
+    for (const RateRow& row : rows) {
+        collection.AddRate(row.value, row.text, row.command);
+    }
+}
+
+/// One value of each row, behind the empty slot 0.
+template <typename Value, typename Get>
+std::vector<Value> ValuesFromOne(const std::vector<MountRateInstance>& rows, Get get) {
+    std::vector<Value> values(1);
+    for (const MountRateInstance& row : rows) {
+        values.push_back(get(row));
+    }
+    return values;
+}
+
+}  // namespace
+
+void MountRateInstance::Init(double theRateValue, std::string_view theRateString, std::string_view theMountCommand) {
+    rateValue_ = theRateValue;
+    rateString_ = theRateString;
+    mountCommand_ = theMountCommand;
+    initialized_ = true;
+}
+
+double MountRateInstance::RateValue() const {
+    CheckInitialized();
+    return rateValue_;
+}
+
+const std::string& MountRateInstance::RateString() const {
+    CheckInitialized();
+    return rateString_;
+}
+
+const std::string& MountRateInstance::MountCommand() const {
+    CheckInitialized();
+    return mountCommand_;
+}
+
+void MountRateInstance::CheckInitialized() const {
+    if (!initialized_) {
+        throw RunTimeError(kNotInitialized, "MountRaiseInstance Has not been Initialized");
+    }
+}
+
+void MountRateCollection::AddRate(double RateValue, std::string_view RateString, std::string_view MountCommand) {
+    rows_.emplace_back().Init(RateValue, RateString, MountCommand);
+}
+
+std::vector<MountRateInstance> MountRateCollection::GetRateCollection() const {
+    return ValuesFromOne<MountRateInstance>(rows_, [](const MountRateInstance& row) { return row; });
+}
+
+std::vector<std::string> MountRateCollection::GetRateStrings() const {
+    return ValuesFromOne<std::string>(rows_, [](const MountRateInstance& row) { return row.RateString(); });
+}
+
+std::vector<std::string> MountRateCollection::GetRateCommands() const {
+    return ValuesFromOne<std::string>(rows_, [](const MountRateInstance& row) { return row.MountCommand(); });
+}
+
+std::vector<double> MountRateCollection::GetRateValues() const {
+    return ValuesFromOne<double>(rows_, [](const MountRateInstance& row) { return row.RateValue(); });
+}
+
+template <typename Fits>
+std::optional<MountRateInstance> MountRateCollection::First(Fits fits) const {
+    const auto found = std::ranges::find_if(rows_, fits);
+    return found == rows_.end() ? std::nullopt : std::optional(*found);
+}
+
+std::optional<MountRateInstance> MountRateCollection::GetRateByString(std::string_view rateString) const {
+    return First([&](const MountRateInstance& row) { return row.RateString() == rateString; });
+}
+
+std::optional<MountRateInstance> MountRateCollection::GetRateByValue(double value) const {
+    // Compared against the two bounds and not by the difference: 1200.001 - 1200 is a hair below 0.001.
+    return First([&](const MountRateInstance& row) {
+        return value > row.RateValue() - kSameRate && value < row.RateValue() + kSameRate;
+    });
+}
+
+std::optional<MountRateInstance> MountRateCollection::GetRateByCommand(std::string_view mountCommand) const {
+    return First([&](const MountRateInstance& row) { return row.MountCommand() == mountCommand; });
+}
+
+std::optional<MountRateInstance> MountRateCollection::GetRateByIndex(std::int32_t index) const {
+    if (index < 1 || static_cast<std::size_t>(index) > rows_.size()) {
+        return std::nullopt;
+    }
+    return rows_[static_cast<std::size_t>(index) - 1];
+}
+
+double MountRateCollection::GetMaxRate() const {
+    return std::ranges::max(GetRateValues());
+}
+
+bool MountRatesFactory::CreateRateCollections(std::string_view mountRateType, MountRateCollection& guideRateCollection,
+                                              MountRateCollection& centeringRateCollection,
+                                              MountRateCollection& slewRateCollection) const {
+    guideRateCollection = MountRateCollection{};
+    centeringRateCollection = MountRateCollection{};
+    slewRateCollection = MountRateCollection{};
+    Append(guideRateCollection, kGuide);
+    const auto numbered = std::ranges::find(kNumbered, mountRateType, &NumberedTable::type);
+    if (numbered != kNumbered.end()) {
+        Append(centeringRateCollection, kNumberedCentering);
+        Append(centeringRateCollection, numbered->fastCentering);
+        Append(slewRateCollection, numbered->slew);
+        return true;
+    }
+    const bool halfSpeed = mount_.mountType == Mount_Type::FIR;
+    Append(centeringRateCollection, halfSpeed ? kLegacyCenteringFir : kLegacyCentering);
+    Append(slewRateCollection, halfSpeed ? kLegacySlewFir : kLegacySlew);
+    return mountRateType.empty();
+}
+
+}  // namespace kestrane
