@@ -157,6 +157,7 @@ protected:
     RecordingPanel panel;
     ScriptedCommands mount{state};
     RecordingTelescope telescope{state, mount};
+    TelescopeActions* telescopeThere = &telescope;
     int drains = 0;  ///< reads of a single byte that found the line silent
     int quayChecks = 0;
     EventJournal journal{EventJournalNeeds{
@@ -178,7 +179,7 @@ protected:
                 ++drains;
                 return std::string();
             },
-        .telescope = [this]() -> TelescopeActions* { return &telescope; },
+        .telescope = [this] { return telescopeThere; },
     }};
     PollLoop poll{PollLoopNeeds{
         .state = state,
@@ -191,7 +192,7 @@ protected:
         .askAbortSlew = askAbortSlew,
         .panel = panel,
         .queries = queries,
-        .telescope = [this]() -> TelescopeActions* { return &telescope; },
+        .telescope = [this] { return telescopeThere; },
         .periodicQuayCheck = [this] { ++quayChecks; },
     }};
     std::vector<std::string> logged;  ///< "origin|level|message"

@@ -1,0 +1,250 @@
+#include "state/poll_loop.h"
+
+#include <tuple>
+
+#include "state/state_fixture.h"
+
+namespace kestrane {
+namespace {
+
+/// A mount that answers everything, a poll that is due for everything.
+class PollLoopTest : public StateFixture {
+protected:
+    explicit PollLoopTest(Tick firstTick = VirtualClock::kZero) : StateFixture(firstTick) {
+        mount.replies = {{"GR", "03:00:00.0"},  {"GD", "+40*00:00"}, {"GA", "+50*00:00"},
+                         {"GZ", "180*00:00"},   {"GS", "06:00:00"},  {"GL", "20:00:00"},
+                         {"GG", "-01:00:00.0"}, {"pS", "East"},      {"GOS", "02000020000001"}};
+        state.g_dSiteLatitude = 47.0;
+        state.g_bGosSupported = true;
+        MakeAllDue();
+    }
+
+    void MakeAllDue() {
+        for (Tick DriverState::*stamp :
+             {&DriverState::g_tickLastRa, &DriverState::g_tickLastDec, &DriverState::g_tickLastAlt,
+              &DriverState::g_tickLastAz, &DriverState::g_tickLastLst, &DriverState::g_tickLastTime,
+              &DriverState::g_tickLastTimeZone, &DriverState::g_tickLastSide, &DriverState::g_tickLastGos}) {
+            state.*stamp = machine.clock.GetTickCount() - 40'000;
+        }
+    }
+    /// What so many steps ask, with no time between them.
+    std::vector<std::string> Steps(int count) {
+        mount.sent.clear();
+        for (int i = 0; i < count; ++i) {
+            poll.UpdateMountInfo();
+        }
+        return mount.sent;
+    }
+};
+
+TEST_F(PollLoopTest, EachStep_AsksTheStatusAndOneThingMore_InTheOrderOfTheTable) {
+    EXPECT_EQ(Steps(9), (std::vector<std::string>{"GOS", "GS", "GL", "GG", "pS", "GA", "GZ", "GR", "GD"}));
+    EXPECT_EQ(Steps(3), std::vector<std::string>{});
+}
+
+TEST_F(PollLoopTest, Slew_LeavesTheLineToTheCoordinates) {
+    mount.replies["GOS"] = "020S0020000001";
+    EXPECT_EQ(Steps(6), (std::vector<std::string>{"GOS", "GA", "GZ", "GR", "GD"}));
+    EXPECT_TRUE(state.g_bSlewing);
+}
+
+TEST_F(PollLoopTest, PendingEndOfASlew_AsksForTheSideTwice) {
+    state.g_bSlewCompletePending = true;
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "pS", "GS", "pS"}));
+}
+
+TEST_F(PollLoopTest, ShownTimeAndHourAngle_RunOn_ButNotOnTheTickOfTheirQuery) {
+    Steps(9);
+    Pass(900);
+    handBox.lblTime.Text("old");
+    statusWindow.lblHourAngle.Text("old");
+    poll.UpdateMountInfo();
+    EXPECT_EQ(handBox.lblTime.Text(), "20:00:01");
+    EXPECT_NE(statusWindow.lblHourAngle.Text(), "old");
+
+    mount.replies["GS"] = mount.replies["GL"] = "";
+    Pass(5'000);
+    handBox.lblTime.Text("old");
+    statusWindow.lblHourAngle.Text("old");
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "GS"}));
+    EXPECT_EQ(handBox.lblTime.Text(), "20:00:06");
+    EXPECT_EQ(statusWindow.lblHourAngle.Text(), "old");
+    handBox.lblTime.Text("old");
+    EXPECT_EQ(Steps(1), std::vector<std::string>{"GL"});
+    EXPECT_EQ(handBox.lblTime.Text(), "old");
+    EXPECT_NE(statusWindow.lblHourAngle.Text(), "old");
+}
+
+TEST_F(PollLoopTest, ShownTime_RunsOnDuringASlew) {
+    Steps(9);
+    state.g_bMountSlewing = true;
+    Pass(10'000);
+    mount.replies["GOS"] = "020S0020000001";
+    const std::vector<std::string> sent = Steps(6);
+    for (const char* slow : {"GS", "GL", "GG"}) {
+        EXPECT_EQ(std::count(sent.begin(), sent.end(), slow), 0) << slow;
+    }
+    EXPECT_EQ(handBox.lblTime.Text(), "20:00:10");
+}
+
+TEST_F(PollLoopTest, StartOfASlew_ShowsTheFlashAndItsTimer_Once) {
+    mount.replies["GOS"] = "020S0020000001";
+    poll.UpdateMountInfo();
+    EXPECT_TRUE(handBox.tmrSlewFlashUI.Enabled());
+    EXPECT_EQ(panel.calls, std::vector<std::string>{"SlewFlashDisplay"});
+    poll.UpdateMountInfo();
+    EXPECT_EQ(panel.calls.size(), 1U);
+}
+
+TEST_F(PollLoopTest, PowerOnPosition_IsNoticedAfterADeclination_ButNotDuringASlew) {
+    mount.replies["GR"] = "00:00:00.0";
+    mount.replies["GD"] = "+90*00:00";
+    Steps(7);
+    EXPECT_EQ(telescope.Times("InitUI"), 0);
+    Steps(1);
+    EXPECT_EQ(telescope.Times("InitUI"), 1);
+    MakeAllDue();
+    mount.replies["GD"] = "rubbish";
+    Steps(9);
+    EXPECT_TRUE(state.g_bInitUiDone);
+    MakeAllDue();
+    mount.replies["GD"] = "+90*00:00";
+    mount.replies["GOS"] = "020S0020000001";
+    Steps(9);
+    EXPECT_TRUE(state.g_bInitUiDone);
+}
+
+TEST_F(PollLoopTest, CompanionCheck_IsOfferedOnEachStep) {
+    Steps(4);
+    EXPECT_EQ(quayChecks, 4);
+}
+
+// --- the timer
+
+TEST_F(PollLoopTest, WithoutAClient_TheTickAsksNothing_ButShowsTheLogState) {
+    state.g_nScopeObjects = 1;
+    state.g_nFocuserObjects = 1;
+    state.g_bDebugLog = false;
+    poll.OnTimer();
+    EXPECT_TRUE(mount.sent.empty());
+    EXPECT_TRUE(handBox.pbLoggingPaused.Visible());
+    EXPECT_EQ(handBox.pbLoggingPaused.BackColour(), 255);
+}
+
+TEST_F(PollLoopTest, AnyClient_BringsThePoll) {
+    state.g_nScopeObjects = 1;
+    state.g_nFocuserObjects = 2;
+    poll.OnTimer();
+    EXPECT_FALSE(mount.sent.empty());
+    mount.sent.clear();
+    state.g_nScopeObjects = 2;
+    state.g_nFocuserObjects = 1;
+    poll.OnTimer();
+    EXPECT_FALSE(mount.sent.empty());
+    EXPECT_FALSE(state.g_bInPoll);
+}
+
+TEST_F(PollLoopTest, TickInsideAPoll_IsLoggedOnly) {
+    state.g_bInPoll = true;
+    poll.OnTimer();
+    EXPECT_TRUE(mount.sent.empty());
+    EXPECT_TRUE(Logged("timer|0|In Timer cannot Poll"));
+    EXPECT_TRUE(state.g_bInPoll);
+}
+
+TEST_F(PollLoopTest, LongPoll_IsNoTickAtAll_UnlessSomethingPumps) {
+    handBox.tmrQueryRaDecAltAz.Enabled(true);
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(LoggedPart("In Timer cannot Poll"));
+}
+
+TEST_F(PollLoopTest, Polling_IsSwitchedByItsTimerAndTheSuspension_AndAStuckSuspensionGoes) {
+    poll.SetPolling(false);
+    EXPECT_TRUE(state.g_bPollSuspended);
+    EXPECT_FALSE(handBox.tmrQueryRaDecAltAz.Enabled());
+    EXPECT_EQ(Steps(3), std::vector<std::string>{});
+    poll.SetPolling(true);
+    EXPECT_FALSE(state.g_bPollSuspended);
+    EXPECT_TRUE(handBox.tmrQueryRaDecAltAz.Enabled());
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "GS"}));
+}
+
+// --- the counter of milliseconds
+
+class TickCounterTest : public PollLoopTest, public testing::WithParamInterface<Tick> {
+protected:
+    TickCounterTest() : PollLoopTest(GetParam()) {}
+
+    /// Steps of the poll for so many seconds, as its timer brings them.
+    void Poll(int seconds) {
+        for (int i = 0; i < seconds * 1'000 / 150; ++i) {
+            Pass(150);
+            poll.OnTimer();
+        }
+    }
+};
+
+TEST_P(TickCounterTest, Polling_KeepsItsPaceAcrossTheWrap) {
+    Poll(30);
+    mount.sent.clear();
+    Poll(60);  // the counter wraps, or changes its sign, in the middle
+    for (const auto& [command, least, most] : std::vector<std::tuple<std::string, int, int>>{{"GR", 50, 60},
+                                                                                             {"GD", 50, 60},
+                                                                                             {"GA", 50, 60},
+                                                                                             {"GZ", 50, 60},
+                                                                                             {"GS", 11, 12},
+                                                                                             {"GL", 11, 12},
+                                                                                             {"GG", 1, 2},
+                                                                                             {"pS", 13, 16},
+                                                                                             {"GOS", 11, 12}}) {
+        EXPECT_GE(mount.Times(command), least) << command;
+        EXPECT_LE(mount.Times(command), most) << command;
+    }
+    EXPECT_NEAR(queries.GetLst(), 6.0 + 2.5 / 3600.0, 2.6 / 3600.0);
+}
+
+TEST_P(TickCounterTest, Slew_EndsInItsTimeAcrossTheWrap) {
+    state.g_bDontUseGosForSlew = true;
+    Poll(56);
+    state.g_dTargetRa = 3.0;
+    state.g_dTargetDec = 40.0;
+    state.g_bTargetRaSet = state.g_bTargetDecSet = true;
+    mount.replies["GD"] = "+10*00:00";
+    state.g_bSlewing = true;
+    state.g_tickLastSlewCheck = machine.clock.GetTickCount();
+    state.g_tickSettleEnd = machine.clock.GetTickCount() + 1'000;
+    Poll(3);
+    EXPECT_TRUE(state.g_bSlewing);
+    mount.replies["GD"] = "+40*00:00";
+    Poll(3);
+    EXPECT_TRUE(state.g_bSlewing);  // there, and not yet still
+    Poll(4);
+    EXPECT_FALSE(state.g_bSlewing);
+    EXPECT_FALSE(state.g_bSlewCompletePending);
+}
+
+TEST_P(TickCounterTest, PauseOfTheLog_ComesThreeMinutesAfterThePark_AcrossTheWrap) {
+    mount.replies["GOS"] = "";
+    statusWindow.lblTrackingRate.Text("Off");
+    mount.replies["GR"] = "00:00:00.0";  // a parked mount that was never told where it stands stays parked
+    mount.replies["GD"] = "+90*00:00";
+    state.g_bParked = true;
+    state.g_tickParkedSince = machine.clock.GetTickCount();
+    Poll(178);
+    EXPECT_FALSE(state.g_bLogPaused);
+    Poll(6);
+    EXPECT_TRUE(state.g_bLogPaused);
+    EXPECT_TRUE(handBox.pbLoggingPaused.Visible());
+}
+
+INSTANTIATE_TEST_SUITE_P(FirstTicks, TickCounterTest,
+                         testing::Values(VirtualClock::kZero, VirtualClock::kBeforeSignChange,
+                                         VirtualClock::kBeforeWrap),
+                         [](const auto& row) {
+                             return row.param == VirtualClock::kZero         ? "Zero"
+                                    : row.param == VirtualClock::kBeforeWrap ? "BeforeWrap"
+                                                                             : "BeforeSignChange";
+                         });
+
+}  // namespace
+}  // namespace kestrane
