@@ -1,6 +1,7 @@
 #include "kernel/driver.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
@@ -236,7 +237,11 @@ LogFileFacts Driver::FactsOfLog() {
         .controller = [this] { return persist.Read(setting::Controller); },
         .mountTypeName =
             [this] {
-                auto type = static_cast<std::int16_t>(RoundHalfEven(Val_Global(persist.Read(setting::MountType), log)));
+                // A number too large for any model is clamped, so that it stays one without a name.
+                using Limits = std::numeric_limits<std::int16_t>;
+                const double number = Val_Global(persist.Read(setting::MountType), log);
+                auto type =
+                    static_cast<std::int16_t>(RoundHalfEven(std::clamp<double>(number, Limits::min(), Limits::max())));
                 return std::string(mount.GetMountType(type));
             },
         .osName = [this] { return GetOsName(platform_.systemInfo); },
