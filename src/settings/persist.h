@@ -30,7 +30,8 @@ struct PersistNeeds {
 /// Named settings: a text under a text key, in any case of the key. Reads go to the settings file, then to the
 /// legacy ini file, then to the caller's default, and the answer of a first read is stored at once: from then on
 /// neither the ini file nor another caller's default has a say. There is no cache; a write takes effect at once and
-/// survives a kill of the process. Logic thread only.
+/// survives a kill of the process and a power cut, unless a second program holds the file (see `Database`). A read that
+/// fails gives the default and stores nothing. Logic thread only.
 class Persist {
 public:
     explicit Persist(PersistNeeds needs);

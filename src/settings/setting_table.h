@@ -158,6 +158,16 @@ inline constexpr std::array kSettingTable{
 };
 // clang-format on
 
+/// The key as its later readers ask for it. Only for a key that has a later default.
+consteval SettingKey AskedLater(const SettingKey& key) {
+    for (const SettingRow& row : kSettingTable) {
+        if (row.key.name == key.name) {
+            return {key.name, row.laterDefault.value()};
+        }
+    }
+    throw "no such key";
+}
+
 /// The older split form of the site's position, deleted when the setup dialog saves a site.
 inline constexpr std::array<std::string_view, 8> kRemovedKeys{"LatitudeDeg",  "LatitudeMin",  "LatitudeSec",
                                                               "LatitudeNS",   "LongitudeDeg", "LongitudeMin",

@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include "settings_fakes.h"
+
+namespace kestrane {
+namespace {
+
+struct PersistEdgesTest : testing::Test, SettingsWorld {
+    std::string Stored(const std::string& key) {
+        return Foreign().Cell("select Value from Driver where Property = '" + key + "'");
+    }
+
+    Persist persist{NeedsOfPersist()};
+};
+
+TEST_F(PersistEdgesTest, TheTwoMarksOfNoRow_AreNotTheSame) {
+    persist.WriteIniValue("SiteName", "***###");
+    EXPECT_EQ(persist.ReadIniValue("SiteName", "d"), "***###");
+    persist.WriteIniValue("SiteName", "****####");
+    EXPECT_EQ(Stored("sitename"), "****####");
+    EXPECT_EQ(persist.ReadIniValue("SiteName", "d"), "d") << "this one counts as no row, and the default replaces it";
+    EXPECT_EQ(Stored("sitename"), "d");
+}
+
+TEST_F(PersistEdgesTest, AReadThatFails_GivesTheDefaultAndHasNoOtherEffect) {
+    WriteLegacyFile("[default]\nport=COM7\n");
+    Foreign().Run("insert into Driver (Property, Value) values ('port', NULL)");
+    EXPECT_EQ(persist.ReadIniValue("Port", "true"), "True");
+    EXPECT_EQ(Stored("port"), "NULL");
+    EXPECT_EQ(Foreign().Cell("select count(*) from PropertyChangedEvent"), "0");
+}
+
+TEST_F(PersistEdgesTest, WithTheLogOff_AccessesAreNotLogged) {
+    persist.WriteIniValue("Port", "COM2");
+    persist.ReadIniValue("Port", "COM1");
+    EXPECT_TRUE(logged.empty());
+}
+
+TEST_F(PersistEdgesTest, GetAllValues_FailsAlsoOnASingleRow) {
+    persist.WriteIniValue("Port", "COM1");
+    EXPECT_THROW(persist.GetAllValues(), RunTimeError);
+}
+
+struct LegacyFileRow {
+    const char* file;
+    const char* value;
+};
+
+TEST_F(PersistEdgesTest, LegacyFilesOfOtherEditors_AreReadAll) {
+    int key = 0;
+    for (const LegacyFileRow& row : std::vector<LegacyFileRow>{
+             {"\xEF\xBB\xBF[default]\r\nport=COM7\r\n", "COM7"},
+             {"[default]\rretry=1\rport=COM7\r", "COM7"},
+             {"[default]\n\nport=COM7\r\r\n", "COM7"},
+             {"[default]\nport=\xEF\xBB\xBF"
+              "COM7\n",
+              "\xEF\xBB\xBF"
+              "COM7"},
+             {"\xEF\xBB\xBF", "none"},
+             {"[default]\nPoRt=Mixed Case\n", "Mixed Case"},
+         }) {
+        SettingsWorld world;
+        world.WriteLegacyFile(row.file);
+        Persist one(world.NeedsOfPersist());
+        EXPECT_EQ(one.ReadIniValue("PORT", "none"), row.value) << ++key;
+    }
+}
+
+TEST_F(PersistEdgesTest, AMissingLegacyFolder_RaisesAPathError) {
+    std::filesystem::remove_all(folders.LegacyFile().parent_path());
+    try {
+        persist.ReadIniValue("Port", "COM1");
+        ADD_FAILURE();
+    } catch (const RunTimeError& error) {
+        EXPECT_EQ(error.Number(), RunTimeError::kFileAccess);
+    }
+    EXPECT_EQ(Stored("port"), "(no row)");
+}
+
+/// A machine that does not tell its folders, or shows no boxes.
+class FailingFolders final : public Folders {
+public:
+    std::filesystem::path CommonAppData() override { throw RunTimeError(RunTimeError::kFileAccess, "no such folder"); }
+    std::filesystem::path Documents() override { return {}; }
+};
+
+class FailingBoxes final : public MessageBoxes {
+public:
+    MessageAnswer Show(std::string_view, std::string_view, MessageIcon) override {
+        throw RunTimeError(RunTimeError::kInvalidProcedureCall, "no window");
+    }
+};
+
+TEST(PersistConstructionTest, Failures_AreIgnored) {
+    SettingsWorld world;
+    FailingFolders noFolders;
+    Persist persist(PersistNeeds{world.logState, world.log, world.clock, noFolders, world.boxes, world.ledger});
+    EXPECT_EQ(persist.database(), nullptr);
+    EXPECT_EQ(world.boxes.texts, std::vector<std::string>{"Failed to open database"});
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
+    EXPECT_TRUE(persist.LegacyFile().empty());
+
+    FailingBoxes noBoxes;
+    EXPECT_NO_THROW(Persist(PersistNeeds{world.logState, world.log, world.clock, noFolders, noBoxes, world.ledger}));
+}
+
+}  // namespace
+}  // namespace kestrane
