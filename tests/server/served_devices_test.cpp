@@ -74,6 +74,28 @@ TEST_F(ServedDevicesTest, AConnectedTelescope_ReadsTheMountAndTakesATarget) {
     EXPECT_FALSE(telescope.IsConnected());
 }
 
+TEST_F(ServedDevicesTest, TheListsOfRates_AreArraysOfTheInterfacesTypes) {
+    ClientObject telescope = Make(DeviceKind::Telescope);
+    const auto ofAxis = [&](std::string_view member, std::int32_t axis) {
+        return Answer(telescope, DeviceKind::Telescope, Verb::Get, member, {axis});
+    };
+    EXPECT_EQ(ofAxis("axisrates", 0), "error 1028 The scope is not connected");
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "error 1028 The scope is not connected");
+    EXPECT_EQ(ofAxis("canmoveaxis", 0), "true");
+    EXPECT_EQ(ofAxis("canmoveaxis", 1), "true");
+    EXPECT_EQ(ofAxis("canmoveaxis", 2), "false");
+
+    Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
+    EXPECT_EQ(ofAxis("axisrates", 0), R"([{"Maximum":5,"Minimum":0}])");
+    EXPECT_EQ(ofAxis("axisrates", 1), R"([{"Maximum":5,"Minimum":0}])");
+    EXPECT_EQ(ofAxis("axisrates", 2), "[]");
+    EXPECT_EQ(ofAxis("axisrates", 7), "[]");
+    driver->controller.Apply(Controller_Type::VTRKC3, 0, 0);
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2]");
+    driver->controller.Apply(Controller_Type::VTRKC4, 0, 0);
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2,3]");
+}
+
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
     for (const DeviceKind kind : {DeviceKind::Telescope, DeviceKind::Focuser}) {
         ClientObject object = Make(kind);

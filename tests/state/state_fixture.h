@@ -99,7 +99,7 @@ public:
     void UserShow() override {}
     void UpdateControls() override {}
     void UpdateRateLimits() override {}
-    void ShowMountFeatures() override {}
+    void ShowMountFeatures() override { calls.emplace_back("ShowMountFeatures"); }
     void SetParkStatus(std::string_view text, std::string_view origin) override {
         calls.push_back("SetParkStatus " + std::string(text) + " " + std::string(origin));
     }
