@@ -1,97 +1,187 @@
 #include "ui/hand_box_panel.h"
 
-#include "kernel/base/conversions.h"
+#include <utility>
+
+#include "kernel/base/os_info.h"
+#include "kernel/base/text.h"
+#include "ui/colours.h"
 
 namespace kestrane {
 namespace {
 
 constexpr std::int32_t kPollIntervalMs = 150;
+constexpr std::int32_t kMinimizeDelayMs = 1000;
+
+struct HelpRow {
+    VisibleControl& control;
+    std::string_view text;
+};
+
+void ShowHelp(frmHandBox& handBox) {
+    const HelpRow rows[] = {
+        {handBox.lblMain, "Click to show or hide the settings"},
+        {handBox.lblLstHA, "Click to change between sidereal time and hour angle"},
+        {handBox.lblClients, "Clients of the telescope and of the focuser. Double click to end the driver"},
+        {handBox.lblCwUp, "The counterweight stands above the telescope"},
+        {handBox.btnPark, "Slews to the park position and stops there"},
+        {handBox.btnUNPARK, "Starts from a known position"},
+        {handBox.btnSetPark, "Makes the present position the one to park at"},
+        {handBox.chkUseRCAL, "A sync corrects the pointing of the mount instead of replacing it"},
+        {handBox.chkKeepMountTimeSyncedToPcTime, "Corrects the mount's clock while the driver is connected"},
+        {handBox.chkCalcAzAlt, "Computes altitude and azimuth instead of asking the mount"},
+        {handBox.chkCalcLST, "Computes the sidereal time instead of asking the mount"},
+        {handBox.txtRaCustom, "Seconds of right ascension per sidereal second"},
+        {handBox.txtDecCustom, "Arc-seconds per second"},
+        {handBox.txtMeridianDelay, "Hours, -6 to 6"},
+        {handBox.lblRetransmits, "Commands that had to be sent again"},
+        {handBox.lblReceiveStringErrors, "Replies that did not come whole"},
+        {handBox.btnSyncMountTime, "Sets the mount's date, time and zone from this computer"},
+    };
+    for (const HelpRow& row : rows) {
+        row.control.ToolTip(row.text);
+    }
+}
+
+void Show(Label& label, const std::string& text, Colours colours) {
+    label.Text(text);
+    Paint(label, colours);
+}
 
 }  // namespace
 
-HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {
+HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
+    : needs_(std::move(needs)), state_(needs_.state), moves_(LoadMoveCommands("")) {
     needs_.handBox.OnLoad([this] { OnLoad(); });
-    needs_.handBox.tmrSlewFlashUI.OnTick([this] { SlewFlashDisplay(); });
+    needs_.handBox.tmrSlewFlashUI.OnTick([this] { OnFlashTick(); });
+    needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
+    needs_.handBox.tmrGetLatLong.OnTick([this] { OnSiteTick(); });
+    needs_.handBox.lblLstHA.OnClick([this] { ToggleHourAngle(); });
+    WireSettings();
+    WireButtons();
+    WireRateButtons();
+    WirePaging();
 }
 
 void HandBoxPanel::OnLoad() {
+    const FillsHandBox filling(needs_.handBox);
+    RestorePosition();
+    SetUiGuideIndicator(0, false);
+    SetUiGuideIndicator(1, false);
+    SetUiGuideIndicator(2, false);
+    SetUiGuideIndicator(3, false);
+    moves_ = LoadMoveCommands(state_.g_sMountRateType);
     needs_.queries.ResetQueryTimes();
-    needs_.handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
-    needs_.handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
-    needs_.handBox.chkUseRCAL.Checked(needs_.persist.ReadFlag(setting::chkUseRCAL));
-    needs_.handBox.chkCalcAzAlt.Checked(needs_.persist.ReadFlag(setting::chkCalcAzAlt));
-    needs_.handBox.chkCalcLST.Checked(needs_.persist.ReadFlag(setting::chkCalcLST));
+    frmHandBox& handBox = needs_.handBox;
+    handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
+    ShowHelp(handBox);
+    handBox.btnInitNow.Visible(needs_.persist.ReadFlag(setting::ShowInitNowButton));
+    handBox.lblAdministrator.Visible(IsAdmin(needs_.systemInfo));
+    // What the first queries and a real connect look at, long before all controls are filled.
+    handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
+    handBox.chkUseRCAL.Checked(needs_.persist.ReadFlag(setting::chkUseRCAL));
+    handBox.chkCalcAzAlt.Checked(needs_.persist.ReadFlag(setting::chkCalcAzAlt));
+    handBox.chkCalcLST.Checked(needs_.persist.ReadFlag(setting::chkCalcLST));
+    handBox.chkEnableKingRate.Checked(needs_.persist.ReadFlag(setting::chkEnableKingRate));
+    handBox.customRateLimit = state_.g_dMaxMoveRate;
+    handBox.expanded = needs_.persist.ReadFlag(setting::chkShowAllControls);
+    handBox.chkShowAllControls.Checked(handBox.expanded);
+    needs_.applyWindowsPriority(StoredNumber(setting::cbxWindowsPriority));
+    ShowFrames();
+}
+
+void HandBoxPanel::RestorePosition() {
+    frmHandBox& handBox = needs_.handBox;
+    const std::string remember = needs_.persist.Read(setting::chkRememberPosition);
+    const std::string top = needs_.persist.Read(setting::FormTop);
+    const std::string left = needs_.persist.Read(setting::FormLeft);
+    const std::string onTop = needs_.persist.Read(setting::chkAlwaysOnTop);
+    handBox.top = NumberOf(top);
+    handBox.left = NumberOf(left);
+    handBox.restorePosition = NumberOf(remember) != 0;
+    handBox.alwaysOnTop = onTop != "0";
+    needs_.log.LogMessage("Load", LogLevel::Info,
+                          "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);
+}
+
+void HandBoxPanel::SavePosition() {
+    frmHandBox& handBox = needs_.handBox;
+    if (!handBox.savePosition) {
+        handBox.tmrSavePos.Enabled(false);
+        return;
+    }
+    handBox.savePosition = false;
+    const std::string top = std::to_string(handBox.top);
+    const std::string left = std::to_string(handBox.left);
+    needs_.persist.Write(setting::FormTop, top);
+    needs_.persist.Write(setting::FormLeft, left);
+    needs_.log.LogMessage("SaveFormPosition", LogLevel::Info, "Left = " + left + ", Top = " + top);
 }
 
 void HandBoxPanel::UserShow() {
-    needs_.handBox.Show();
+    frmHandBox& handBox = needs_.handBox;
+    handBox.EnsureLoaded();
+    handBox.bForceMinimize = needs_.persist.ReadFlag(setting::MinimizeStatusWindow);
+    if (handBox.bForceMinimize) {
+        handBox.Hide();
+        handBox.tmrMinimize.Interval(kMinimizeDelayMs);
+    } else {
+        handBox.Show();
+    }
 }
-
-void HandBoxPanel::UpdateControls() {}
-
-void HandBoxPanel::UpdateRateLimits() {}
-
-void HandBoxPanel::ShowMountFeatures() {}
 
 void HandBoxPanel::SetParkStatus(std::string_view text, std::string_view /*origin*/) {
     needs_.handBox.lblParkStatus.Text(text);
+    needs_.statusWindow.lblParkStatus.Text(text);
 }
 
 void HandBoxPanel::SetParkToolTip(std::string_view text) {
     needs_.handBox.lblParkStatus.ToolTip(text);
+    needs_.statusWindow.lblParkStatus.ToolTip(text);
 }
 
-void HandBoxPanel::ShowTrackingRate(std::int16_t rate, bool /*corrected*/) {
-    if (state_.g_nDisplayedRate != rate) {
-        state_.g_nDisplayedRate = rate;
-        state_.g_tickDisplayedRate = needs_.clock.GetTickCount();
-        state_.g_bRestoreRatePending = true;
-    }
-}
-
-void HandBoxPanel::SetMeridianDelayUI(double hours) {
-    state_.g_dMeridianDelay = hours;
-}
-
-/// Reads the site of the mount into the boxes of the actual site.
-void HandBoxPanel::GetLongLatFromMount(bool /*silent*/) {
-    double longitude = 0.0;
-    double latitude = 0.0;
-    if (needs_.getMountLongLat(longitude, latitude)) {
-        needs_.handBox.txtActualLatitude.Text(DegreesToDMS(latitude, "*", ":", "", 0));
-        needs_.handBox.txtActualLongitude.Text(DegreesToDMS(longitude, "*", ":", "", 0));
-    }
-}
-
-void HandBoxPanel::UpdateErrorCounts() {
-    if (state_.g_bQuayLink) {
-        // The companion owns the line.
-        state_.g_nRetransmits = state_.g_nReceiveCountedErrors = state_.g_nReceiveTerminatedErrors = 0;
-    }
-    needs_.handBox.lblRetransmits.Text(std::to_string(state_.g_nRetransmits));
-    needs_.handBox.lblReceiveStringErrors.Text(
-        std::to_string(state_.g_nReceiveTerminatedErrors + state_.g_nReceiveCountedErrors));
-    needs_.statusWindow.lblCommErrors.Text(std::to_string(state_.g_nRetransmits + state_.g_nReceiveCountedErrors +
-                                                          state_.g_nReceiveTerminatedErrors + state_.g_nMotorStalls +
-                                                          state_.g_nServoFaults + state_.g_nLowPower));
-}
-
-/// Shows that a slew runs: the position in one phase, the words of the abort in the other.
 void HandBoxPanel::SlewFlashDisplay() {
-    const bool flash = state_.g_bSlewing && !state_.g_bFlashShowing;
-    state_.g_bFlashShowing = flash;
+    state_.g_bFlashShowing = state_.g_bSlewing && !state_.g_bFlashShowing;
     frmHandBox& handBox = needs_.handBox;
-    handBox.lblRA.Text(!flash ? needs_.queries.LastRaText() : state_.g_bParking ? "PARKING" : "SLEWING");
-    handBox.lblDEC.Text(!flash ? needs_.queries.LastDecText() : "CLICK");
-    handBox.lblAlt.Text(!flash ? needs_.queries.LastAltText() : "THIS TO");
-    handBox.lblAz.Text(!flash ? needs_.queries.LastAzText() : "ABORT");
-    if (!state_.g_bSlewing) {
-        handBox.tmrSlewFlashUI.Enabled(false);
+    if (state_.g_bFlashShowing) {
+        Show(handBox.lblRA, state_.g_bParking ? "PARKING" : "SLEWING", kWarningColours);
+        Show(handBox.lblDEC, "CLICK", kWarningColours);
+        Show(handBox.lblAlt, "THIS TO", kWarningColours);
+        Show(handBox.lblAz, "ABORT", kWarningColours);
+    } else {
+        Show(handBox.lblRA, needs_.queries.LastRaText(), kNormalColours);
+        Show(handBox.lblDEC, needs_.queries.LastDecText(), kNormalColours);
+        Show(handBox.lblAlt, needs_.queries.LastAltText(), kNormalColours);
+        Show(handBox.lblAz, needs_.queries.LastAzText(), kNormalColours);
     }
 }
 
-void HandBoxPanel::SetKingRateState() {}
+void HandBoxPanel::OnFlashTick() {
+    if (!state_.g_bSlewing) {
+        needs_.handBox.tmrSlewFlashUI.Enabled(false);
+        state_.g_bFlashShowing = false;
+    }
+    SlewFlashDisplay();
+}
 
-void HandBoxPanel::RestoreTrackingRate(std::int16_t /*rate*/) {}
+void HandBoxPanel::SetUiGuideIndicator(std::int32_t direction, bool on) {
+    frmHandBox& handBox = needs_.handBox;
+    Label* const single[] = {&handBox.lblGuideNorth, &handBox.lblGuideSouth, &handBox.lblGuideEast,
+                             &handBox.lblGuideWest};
+    const Colours colours = on ? kWarningColours : kNormalColours;
+    if (direction >= 0 && direction < 4) {
+        Paint(*single[direction], colours);
+        return;
+    }
+    const int first = direction % 2 == 0 ? 0 : 2;
+    Paint(*single[first], colours);
+    Paint(*single[first + 1], colours);
+}
+
+void HandBoxPanel::ToggleHourAngle() {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.m_bShowHA = !handBox.m_bShowHA;
+    handBox.lblLstHA.Text(handBox.m_bShowHA ? "HA" : "LST");
+    needs_.queries.UpdateHourAngle();
+}
 
 }  // namespace kestrane

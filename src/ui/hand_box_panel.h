@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
+#include <span>
 
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
@@ -12,10 +15,13 @@
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
+#include "platform/system_services.h"
 #include "settings/persist.h"
+#include "settings/sites.h"
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
 #include "telescope/telescope.h"
+#include "ui/move_commands.h"
 
 namespace kestrane {
 
@@ -25,6 +31,9 @@ struct HandBoxPanelNeeds {
     Log& log;
     Clock& clock;
     SwallowLedger& ledger;
+    MessageBoxes& messageBoxes;
+    SystemInfo& systemInfo;
+    Sites& sites;
     KsMount& mount;
     MountQueries& queries;
     frmHandBox& handBox;
@@ -32,8 +41,28 @@ struct HandBoxPanelNeeds {
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
-    /// Longitude (east positive) and latitude of the mount, degrees; false when it did not tell them.
+    std::function<bool()> linkConnected;
+    /// Longitude (west positive, -180 to 180) and latitude of the mount, degrees; false when it did not tell them.
     std::function<bool(double& longitude, double& latitude)> getMountLongLat;
+    std::function<void()> resetCommCounters;
+    /// By the index of `cbxWindowsPriority`.
+    std::function<void(int)> applyWindowsPriority;
+};
+
+/// What a button of the hand box that talks to the mount does. None of it runs while the poll does.
+enum class ButtonAction : std::int32_t {
+    None = 0,
+    Park = 1,
+    Unpark = 2,
+    SwapNS = 3,
+    SwapEW = 4,
+    SlewRaDec = 5,
+    SlewAltAz = 6,
+    SetPark = 7,
+    InitNow = 8,
+    ReleaseMove = 9,
+    PressMove = 10,
+    Repeat = 11,
 };
 
 /// The logic of the hand box: what it shows and what its controls do. Logic thread only.
@@ -53,14 +82,105 @@ public:
     void GetLongLatFromMount(bool silent) override;
     void UpdateErrorCounts() override;
     void SlewFlashDisplay() override;
+    void SetUiGuideIndicator(std::int32_t direction, bool on) override;
     void SetKingRateState() override;
     void RestoreTrackingRate(std::int16_t rate) override;
 
+    /// Shows the frames of the present page, or all of them on the wide panel, as far as the mount has them.
+    void ShowFrames();
+    /// Shows the panel on the page that was left.
+    void ExpandWindow();
+    /// Shows the stored brightness of the reticle.
+    void ResetReticleBrightness();
+
+    /// Sets what a button does; an action that nobody set does nothing.
+    void OnAction(ButtonAction action, std::function<void()> run);
+    /// Runs the action now, or when the poll step that is under way has ended.
+    void Press(ButtonAction action);
+
+    /// What the pad of nine buttons sends.
+    const MoveCommands& Moves() const { return moves_; }
+
 private:
+    struct CheckRow {
+        CheckBox frmHandBox::*control;
+        SettingKey key;
+        void (HandBoxPanel::*changed)() = nullptr;  ///< what else a change does
+    };
+    struct TextRow {
+        TextBox frmHandBox::*control;
+        SettingKey key;
+        bool (HandBoxPanel::*good)(std::string_view text) = nullptr;  ///< a text that is not is not kept
+    };
+    struct ListRow {
+        ComboBox frmHandBox::*control;
+        SettingKey key;
+        std::span<const std::string_view> items = {};  ///< empty: the rates of the mount fill the list
+        const SettingKey* text = nullptr;              ///< where the selected text is kept beside its index
+        void (HandBoxPanel::*changed)() = nullptr;     ///< what else a change does
+    };
+    struct OptionRow {
+        OptionButton frmHandBox::*whenTrue;
+        OptionButton frmHandBox::*whenFalse;
+        SettingKey key;
+    };
+    static std::span<const CheckRow> CheckRows();
+    static std::span<const TextRow> TextRows();
+    static std::span<const ListRow> ListRows();
+    static std::span<const OptionRow> OptionRows();
+
+    // hand_box_panel.cpp
     void OnLoad();
+    void RestorePosition();
+    void SavePosition();
+    void OnFlashTick();
+    void ToggleHourAngle();
+
+    // hand_box_lists.cpp
+    void WireSettings();
+    void FillList(const ListRow& row);
+    void FillMountLabels();
+    void FillSite();
+    std::int32_t NumberOf(std::string_view text);
+    std::int32_t StoredNumber(const SettingKey& key);
+    void Keep(const SettingKey& key, std::string_view value);
+    void EnableUserPark();
+    void OnPriorityChange();
+
+    // hand_box_buttons.cpp
+    void WireButtons();
+    void RunDelayedAction();
+    void Run(ButtonAction action);
+    void SendMeridianDelay(double hours);
+    void SyncMountTime();
+
+    // hand_box_rates.cpp
+    void WireRateButtons();
+    void EnableRateControls();
+    void StopTracking();
+    void StartTracking(std::int32_t rate);
+    void OnKingRateChange();
+    bool CustomRateIsGood(std::string_view text);
+
+    // hand_box_site.cpp
+    void OnSiteTick();
+    void CompareSite(double longitude, double latitude, bool silent);
+    void Tell(const std::string& text, bool silent);
+
+    // hand_box_paging.cpp
+    void WirePaging();
+    void OnShowAllChange();
+    void More();
+    void Contract();
+    void BringUpPanel();
 
     HandBoxPanelNeeds needs_;
     DriverState& state_;
+    MoveCommands moves_;
+    std::array<std::function<void()>, 12> actions_;
+    ButtonAction delayed_ = ButtonAction::None;
+    bool runsDelayed_ = false;  ///< a delayed action is under way
+    bool siteRead_ = false;     ///< the mount's site was read since the link was opened
 };
 
 }  // namespace kestrane

@@ -1,0 +1,109 @@
+#include <utility>
+
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "ui/colours.h"
+#include "ui/hand_box_panel.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kMaxMeridianDelayHours = 6.0;
+constexpr std::int32_t kAskTimeAgainMs = 5000;
+constexpr std::string_view kInitTime = "RAW,InitTime";
+
+struct ActionRow {
+    Button frmHandBox::*button;
+    ButtonAction action;
+};
+
+constexpr ActionRow kActionButtons[] = {
+    {&frmHandBox::btnPark, ButtonAction::Park},           {&frmHandBox::btnUNPARK, ButtonAction::Unpark},
+    {&frmHandBox::btnSwapNS, ButtonAction::SwapNS},       {&frmHandBox::btnSwapEW, ButtonAction::SwapEW},
+    {&frmHandBox::btnSlewRaDec, ButtonAction::SlewRaDec}, {&frmHandBox::btnSlewAltAz, ButtonAction::SlewAltAz},
+    {&frmHandBox::btnSetPark, ButtonAction::SetPark},     {&frmHandBox::btnInitNow, ButtonAction::InitNow},
+};
+
+}  // namespace
+
+void HandBoxPanel::WireButtons() {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.tmrButtonDelay.OnTick([this] { RunDelayedAction(); });
+    for (const ActionRow& row : kActionButtons) {
+        (handBox.*row.button).OnClick([this, action = row.action] { Press(action); });
+    }
+    handBox.btnResetErrorCounts.OnClick([this] { needs_.resetCommCounters(); });
+    handBox.btnGetLongLat.OnClick([this] { GetLongLatFromMount(false); });
+    handBox.btnSyncMountTime.OnClick([this] { SyncMountTime(); });
+    handBox.btnSetMeridianDelay.OnClick(
+        [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), needs_.log)); });
+    handBox.btnClearMeridianDelay.OnClick([this] { SendMeridianDelay(0.0); });
+}
+
+void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {
+    actions_[static_cast<std::size_t>(action)] = std::move(run);
+}
+
+void HandBoxPanel::Press(ButtonAction action) {
+    if (state_.g_bInPoll) {
+        delayed_ = action;
+    } else {
+        Run(action);
+    }
+}
+
+void HandBoxPanel::Run(ButtonAction action) {
+    ResumeNext errors{needs_.ledger, "tmrButtonDelay"};
+    errors.Step([&] {
+        // A copy, since an action may set another one in its own place.
+        const std::function<void()> run = actions_[static_cast<std::size_t>(action)];
+        if (run) {
+            run();
+        }
+    });
+}
+
+void HandBoxPanel::RunDelayedAction() {
+    if (delayed_ == ButtonAction::None || state_.g_bInPoll || runsDelayed_) {
+        return;
+    }
+    runsDelayed_ = true;
+    Run(std::exchange(delayed_, ButtonAction::None));
+    runsDelayed_ = false;
+}
+
+void HandBoxPanel::SetMeridianDelayUI(double hours) {
+    const auto log = [&](LogLevel level, std::string_view text) {
+        needs_.log.LogMessage("SetMeridianDelayUI", level, std::string(text) + PlainNumber(hours));
+    };
+    if (!(hours >= -kMaxMeridianDelayHours && hours <= kMaxMeridianDelayHours)) {
+        log(LogLevel::Error, "Meridian Delay Value out of range -6 to 6: Attempted value: ");
+        return;
+    }
+    state_.g_dMeridianDelay = hours;
+    log(LogLevel::Info, "Setting Meridian Delay: ");
+    frmHandBox& handBox = needs_.handBox;
+    const bool enabled = hours != 0.0;
+    handBox.frameMeridianDelay.Caption(enabled ? "Meridian Delay: Enabled" : "Meridian Delay: Disabled");
+    handBox.lblMeridianDelay.Text(enabled ? FormatUs(hours, "0.0") : "");
+    Paint(handBox.lblTime, enabled ? kWarningColours : kNormalColours);
+    Paint(handBox.lblMeridianDelay, enabled ? kWarningColours : kNormalColours);
+}
+
+/// The mount's clock carries the delay, so the time is sent afresh and read back at once.
+void HandBoxPanel::SendMeridianDelay(double hours) {
+    SetMeridianDelayUI(hours);
+    SyncMountTime();
+    state_.g_tickLastTime = needs_.clock.GetTickCount() - kAskTimeAgainMs;
+}
+
+void HandBoxPanel::SyncMountTime() {
+    ResumeNext errors{needs_.ledger, "btnSyncMountTime"};
+    errors.Step([&] {
+        if (Telescope* const telescope = needs_.telescope()) {
+            telescope->CommandStringInternal(kInitTime, true);
+        }
+    });
+}
+
+}  // namespace kestrane

@@ -1,0 +1,144 @@
+#include <cmath>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "ui/colours.h"
+#include "ui/hand_box_panel.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int16_t kOff = 0;
+constexpr std::int16_t kSidereal = 1;
+constexpr std::int16_t kCustom = 4;
+
+/// The rate buttons by displayed rate.
+constexpr Button frmHandBox::*kRateButtons[] = {&frmHandBox::btnRateZero, &frmHandBox::btnRateSidereal,
+                                                &frmHandBox::btnRateLunar, &frmHandBox::btnRateSolar,
+                                                &frmHandBox::btnRateCustom};
+
+/// The rates of the telescope that the buttons choose.
+constexpr std::int32_t kTelescopeSidereal = 0;
+constexpr std::int32_t kTelescopeLunar = 1;
+constexpr std::int32_t kTelescopeSolar = 2;
+
+bool Marks(std::int16_t rate, std::size_t indicator) {
+    return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
+}
+
+std::string RateText(const DriverState& state, std::int16_t rate, bool corrected) {
+    const std::string mark = corrected && (rate == kSidereal || rate == kCustom) ? "Corr " : "";
+    switch (rate) {
+        case kOff:
+            return "Not Tracking";
+        case kSidereal:
+            return mark + (state.g_bKingRateAvailable && state.g_bKingRateEnabled ? "King" : "Sidereal");
+        case 2:
+            return "Lunar";
+        case 3:
+            return "Solar";
+        case kCustom:
+            return mark + "Custom";
+        default:
+            return "";
+    }
+}
+
+}  // namespace
+
+void HandBoxPanel::WireRateButtons() {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.btnRateZero.OnClick([this] { StopTracking(); });
+    handBox.btnRateSidereal.OnClick([this] { StartTracking(kTelescopeSidereal); });
+    handBox.btnRateLunar.OnClick([this] { StartTracking(kTelescopeLunar); });
+    handBox.btnRateSolar.OnClick([this] { StartTracking(kTelescopeSolar); });
+}
+
+void HandBoxPanel::ShowTrackingRate(std::int16_t rate, bool corrected) {
+    if (state_.g_nDisplayedRate != rate) {
+        state_.g_nDisplayedRate = rate;
+        state_.g_tickDisplayedRate = needs_.clock.GetTickCount();
+        state_.g_bRestoreRatePending = true;
+    }
+    frmHandBox& handBox = needs_.handBox;
+    for (std::size_t i = 0; i < handBox.pbTracking.size(); ++i) {
+        handBox.pbTracking[i].Visible(Marks(rate, i));
+    }
+    const std::string text = RateText(state_, rate, corrected);
+    needs_.statusWindow.lblTrackingRate.Text(text);
+    handBox.frameTrackingRate.Caption("Tracking Rate: " + text);
+    EnableRateControls();
+}
+
+/// The custom rates can be set while the mount tracks only. The buttons of the other rates stay enabled: they are what
+/// starts tracking.
+void HandBoxPanel::EnableRateControls() {
+    needs_.handBox.btnRateCustom.Enabled(state_.g_bTracking);
+    needs_.handBox.txtRaCustom.Enabled(state_.g_bTracking);
+    needs_.handBox.txtDecCustom.Enabled(state_.g_bTracking);
+}
+
+void HandBoxPanel::UpdateRateLimits() {
+    needs_.handBox.EnsureLoaded();
+    needs_.handBox.customRateLimit = state_.g_dMaxMoveRate;
+}
+
+bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
+    return std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit;
+}
+
+void HandBoxPanel::SetKingRateState() {
+    needs_.log.LogMessage("King Rate", LogLevel::Info,
+                          "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
+    Telescope* const telescope = needs_.telescope();
+    if (!telescope || !state_.g_bKingRateAvailable) {
+        return;
+    }
+    ResumeNext errors{needs_.ledger, "SetKingRateState"};
+    errors.Step([&] {
+        telescope->CommandBlind(std::string(wire::TrackingRate.text) + (state_.g_bKingRateEnabled ? "8" : "3"), false);
+    });
+}
+
+void HandBoxPanel::RestoreTrackingRate(std::int16_t rate) {
+    if (rate >= kOff && rate <= kCustom) {
+        (needs_.handBox.*kRateButtons[rate]).FireClick();
+    }
+}
+
+void HandBoxPanel::StopTracking() {
+    ResumeNext errors{needs_.ledger, "btnRateZero"};
+    errors.Step([&] {
+        if (Telescope* const telescope = needs_.telescope()) {
+            telescope->Tracking(false);
+        }
+    });
+    EnableRateControls();
+}
+
+void HandBoxPanel::StartTracking(std::int32_t rate) {
+    ResumeNext errors{needs_.ledger, "TrackingRateButton"};
+    SetKingRateState();
+    errors.Step([&] {
+        if (Telescope* const telescope = needs_.telescope()) {
+            telescope->TrackingRate(rate);
+        }
+    });
+    EnableRateControls();
+}
+
+void HandBoxPanel::OnKingRateChange() {
+    const bool enabled = needs_.handBox.chkEnableKingRate.Checked();
+    state_.g_bKingRateEnabled = enabled;
+    if (needs_.handBox.fillings > 0) {
+        return;
+    }
+    needs_.log.LogMessage("User", LogLevel::Info,
+                          std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
+    if (state_.g_bTracking && state_.g_nDisplayedRate == kSidereal) {
+        StartTracking(state_.g_nTrackingRate);
+    }
+}
+
+}  // namespace kestrane

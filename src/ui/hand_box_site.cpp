@@ -1,0 +1,78 @@
+#include <cmath>
+
+#include "kernel/base/application_info.h"
+#include "kernel/base/conversions.h"
+#include "ui/colours.h"
+#include "ui/hand_box_panel.h"
+
+namespace kestrane {
+namespace {
+
+/// The mount keeps its site to the arc-second, the settings to a tenth.
+constexpr double kSiteToleranceDegrees = 1.01 / 3600.0;
+
+void ShowMatch(TextBox& box, bool matches, std::string_view words) {
+    Paint(box, matches ? kNormalColours : kWarningColours);
+    box.ToolTip(matches ? "" : words);
+}
+
+}  // namespace
+
+void HandBoxPanel::GetLongLatFromMount(bool silent) {
+    double westLongitude = 0.0;
+    double latitude = 0.0;
+    ResumeNext errors{needs_.ledger, "GetLongLatFromMount"};
+    bool told = false;
+    errors.Assign(told, [&] { return needs_.getMountLongLat(westLongitude, latitude); });
+    if (!told) {
+        Tell("Failed to get Longitude/Latitude from mount!", silent);
+        return;
+    }
+    siteRead_ = true;
+    const double longitude = -westLongitude;
+    const std::string latitudeText = DegreesToDMS(latitude, "*", ":", "", 0);
+    const std::string longitudeText = DegreesToDMS(longitude, "*", ":", "", 0);
+    needs_.handBox.txtActualLatitude.Text(latitudeText);
+    needs_.handBox.txtActualLongitude.Text(longitudeText);
+    needs_.statusWindow.lblLatitude.Text(latitudeText);
+    needs_.statusWindow.lblLongitude.Text(longitudeText);
+    CompareSite(longitude, latitude, silent);
+}
+
+void HandBoxPanel::CompareSite(double longitude, double latitude, bool silent) {
+    constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
+    constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
+    SiteNumbers site;
+    const bool known = needs_.sites.GetSiteNumbers(needs_.sites.CurrentSiteName(), site);
+    const auto near = [known](double difference) { return !known || std::abs(difference) <= kSiteToleranceDegrees; };
+    const bool latitudeMatches = near(latitude - site.latitude);
+    const bool longitudeMatches = near(NormalizeDegrees180(longitude - site.longitude));
+    ShowMatch(needs_.handBox.txtActualLatitude, latitudeMatches, kLatitudeWords);
+    ShowMatch(needs_.handBox.txtActualLongitude, longitudeMatches, kLongitudeWords);
+    if (!latitudeMatches) {
+        Tell(std::string(kLatitudeWords), silent);
+    }
+    if (!longitudeMatches) {
+        Tell(std::string(kLongitudeWords), silent);
+    }
+}
+
+void HandBoxPanel::Tell(const std::string& text, bool silent) {
+    needs_.log.LogMessage("GetLongLatFromMount", LogLevel::Warning, text);
+    if (!silent && !needs_.handBox.noMessageBoxes) {
+        needs_.messageBoxes.Show(text, application::kTitle, MessageIcon::Information);
+    }
+}
+
+void HandBoxPanel::OnSiteTick() {
+    bool connected = false;
+    ResumeNext errors{needs_.ledger, "tmrGetLatLong"};
+    errors.Assign(connected, [&] { return needs_.linkConnected(); });
+    if (!connected) {
+        siteRead_ = false;
+    } else if (!siteRead_ && !state_.g_bInPoll && !state_.g_bPollSuspended) {
+        GetLongLatFromMount(true);
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,209 @@
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+class HandBoxButtons : public DriverFixture {
+protected:
+    HandBoxButtons() { Start(); }
+
+    frmHandBox& HandBox() { return driver->handBox; }
+    void Count(ButtonAction action) {
+        driver->panel.OnAction(action, [this, action] { done_.push_back(static_cast<int>(action)); });
+    }
+
+    std::vector<int> done_;
+};
+
+TEST_F(HandBoxButtons, Press_OutsideThePollRunsAtOnce) {
+    Count(ButtonAction::Park);
+    driver->panel.Press(ButtonAction::Park);
+    EXPECT_EQ(done_, std::vector<int>{1});
+}
+
+TEST_F(HandBoxButtons, Press_InsideThePollWaitsForItsEndAndRunsOnce) {
+    HandBox().EnsureLoaded();
+    Count(ButtonAction::Park);
+    driver->state.g_bInPoll = true;
+    driver->panel.Press(ButtonAction::Park);
+    machine.AdvanceTime(200);
+    EXPECT_TRUE(done_.empty());
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(20);
+    EXPECT_EQ(done_, std::vector<int>{1});
+    machine.AdvanceTime(1000);
+    EXPECT_EQ(done_.size(), 1U);
+}
+
+TEST_F(HandBoxButtons, Press_EachCodeReachesItsOwnAction) {
+    HandBox().EnsureLoaded();
+    for (int code = 1; code <= 11; ++code) {
+        Count(static_cast<ButtonAction>(code));
+    }
+    std::vector<int> expected;
+    for (int code = 1; code <= 11; ++code) {
+        driver->state.g_bInPoll = true;
+        driver->panel.Press(static_cast<ButtonAction>(code));
+        driver->state.g_bInPoll = false;
+        machine.AdvanceTime(20);
+        expected.push_back(code);
+    }
+    EXPECT_EQ(done_, expected);
+}
+
+TEST_F(HandBoxButtons, Press_OfAnActionThatNobodySetDoesNothing) {
+    HandBox().EnsureLoaded();
+    driver->state.g_bInPoll = true;
+    driver->panel.Press(ButtonAction::Repeat);
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(100);
+    EXPECT_TRUE(done_.empty());
+}
+
+TEST_F(HandBoxButtons, DelayedAction_IsClearedBeforeItRunsAndHoldsBackOthers) {
+    HandBox().EnsureLoaded();
+    Count(ButtonAction::Unpark);
+    driver->panel.OnAction(ButtonAction::Park, [this] {
+        done_.push_back(1);
+        driver->state.g_bInPoll = true;
+        driver->panel.Press(ButtonAction::Unpark);
+        driver->state.g_bInPoll = false;
+        HandBox().tmrButtonDelay.FireTick();  // as a pump inside the action would
+        EXPECT_EQ(done_, std::vector<int>{1});
+    });
+    driver->state.g_bInPoll = true;
+    driver->panel.Press(ButtonAction::Park);
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(20);
+    EXPECT_EQ(done_, std::vector<int>{1});
+    machine.AdvanceTime(20);
+    EXPECT_EQ(done_, (std::vector<int>{1, 2}));
+}
+
+TEST_F(HandBoxButtons, DelayedAction_ThatFailsLetsTheNextOneRun) {
+    ExpectSwallow("tmrButtonDelay");
+    HandBox().EnsureLoaded();
+    Count(ButtonAction::Unpark);
+    driver->panel.OnAction(ButtonAction::Park, [] { throw DriverError(ErrorNumber::NotConnected); });
+    for (const ButtonAction action : {ButtonAction::Park, ButtonAction::Unpark}) {
+        driver->state.g_bInPoll = true;
+        driver->panel.Press(action);
+        driver->state.g_bInPoll = false;
+        machine.AdvanceTime(20);
+    }
+    EXPECT_EQ(done_, std::vector<int>{2});
+}
+
+TEST_F(HandBoxButtons, Clicks_PressTheActionOfTheirButton) {
+    struct Row {
+        Button frmHandBox::*button;
+        int code;
+    };
+    for (const Row& row :
+         {Row{&frmHandBox::btnPark, 1}, Row{&frmHandBox::btnUNPARK, 2}, Row{&frmHandBox::btnSwapNS, 3},
+          Row{&frmHandBox::btnSwapEW, 4}, Row{&frmHandBox::btnSlewRaDec, 5}, Row{&frmHandBox::btnSlewAltAz, 6},
+          Row{&frmHandBox::btnSetPark, 7}, Row{&frmHandBox::btnInitNow, 8}}) {
+        Count(static_cast<ButtonAction>(row.code));
+        (HandBox().*row.button).FireClick();
+        EXPECT_EQ(done_, std::vector<int>{row.code});
+        done_.clear();
+    }
+}
+
+TEST_F(HandBoxButtons, SetMeridianDelay_TakesTheBoxAndAsksForTheTimeAtOnce) {
+    auto telescope = ConnectedTelescope();
+    HandBox().txtMeridianDelay.Text("1.5");
+    HandBox().btnSetMeridianDelay.FireClick();
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.5);
+    EXPECT_EQ(machine.clock.GetTickCount() - driver->state.g_tickLastTime, 5000);
+    HandBox().btnClearMeridianDelay.FireClick();
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0);
+    EXPECT_EQ(HandBox().frameMeridianDelay.Caption(), "Meridian Delay: Disabled");
+}
+
+TEST_F(HandBoxButtons, RateButtons_StartAndStopTheMount) {
+    auto telescope = ConnectedTelescope();
+    struct Row {
+        std::int16_t rate;
+        std::string command;
+        bool tracking;
+    };
+    for (const Row& row : {Row{2, "RT0", true}, Row{3, "RT1", true}, Row{0, "RT9", false}, Row{1, "RT2", true}}) {
+        const int before = TimesSent(row.command);
+        driver->panel.RestoreTrackingRate(row.rate);
+        EXPECT_EQ(TimesSent(row.command), before + 1) << row.command;
+        EXPECT_EQ(driver->state.g_nDisplayedRate, row.rate);
+        EXPECT_EQ(driver->state.g_bTracking, row.tracking);
+        EXPECT_EQ(HandBox().txtRaCustom.Enabled(), row.tracking);
+    }
+}
+
+TEST_F(HandBoxButtons, RestoreTrackingRate_OutsideTheButtonsDoesNothing) {
+    auto telescope = ConnectedTelescope();
+    const std::size_t before = mount->Commands().size();
+    driver->panel.RestoreTrackingRate(5);
+    driver->panel.RestoreTrackingRate(-1);
+    EXPECT_EQ(mount->Commands().size(), before);
+}
+
+TEST_F(HandBoxButtons, SetKingRateState_SendsTheChoiceOnlyWhereTheFirmwareHasIt) {
+    auto telescope = ConnectedTelescope();
+    struct Row {
+        bool available, enabled;
+        int on, off;
+    };
+    for (const Row& row :
+         {Row{true, true, 1, 0}, Row{true, false, 0, 1}, Row{false, true, 0, 0}, Row{false, false, 0, 0}}) {
+        driver->state.g_bKingRateAvailable = row.available;
+        driver->state.g_bKingRateEnabled = row.enabled;
+        const int on = TimesSent("RT8");
+        const int off = TimesSent("RT3");
+        driver->panel.SetKingRateState();
+        EXPECT_EQ(TimesSent("RT8") - on, row.on);
+        EXPECT_EQ(TimesSent("RT3") - off, row.off);
+        EXPECT_TRUE(Logged(row.enabled ? "King Rate Enabled: True" : "King Rate Enabled: False"));
+    }
+}
+
+TEST_F(HandBoxButtons, KingCheckBox_SwitchesTheMountAndSetsTheSiderealRateAnew) {
+    auto telescope = ConnectedTelescope();
+    driver->panel.RestoreTrackingRate(1);
+    driver->state.g_bKingRateAvailable = true;
+    HandBox().chkEnableKingRate.Enabled(true);
+    const int on = TimesSent("RT8");
+    const int sidereal = TimesSent("RT2");
+    HandBox().chkEnableKingRate.Checked(true);
+    EXPECT_TRUE(driver->state.g_bKingRateEnabled);
+    EXPECT_EQ(TimesSent("RT8"), on + 1);
+    EXPECT_EQ(TimesSent("RT2"), sidereal + 1);
+    EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "King");
+    EXPECT_TRUE(Logged("King tracking option enabled"));
+    EXPECT_EQ(driver->persist.Read(setting::chkEnableKingRate), "1");
+}
+
+TEST_F(HandBoxButtons, KingCheckBox_AtAnotherRateOnlyKeepsTheChoice) {
+    auto telescope = ConnectedTelescope();
+    driver->panel.RestoreTrackingRate(2);
+    driver->state.g_bKingRateAvailable = true;
+    const std::size_t before = mount->Commands().size();
+    HandBox().chkEnableKingRate.Checked(true);
+    EXPECT_EQ(mount->Commands().size(), before);
+    EXPECT_TRUE(Logged("King tracking option enabled"));
+}
+
+TEST_F(HandBoxButtons, MoveCommands_ByButtonAndByRateList) {
+    const MoveCommands untold = LoadMoveCommands("unknown");
+    const std::array<std::string, 9> move{":Mn#:Mw#", ":Mn#",     ":Mn#:Me#", ":Mw#",    ":Q#:Q#",
+                                          ":Me#",     ":Ms#:Mw#", ":Ms#",     ":Ms#:Me#"};
+    EXPECT_EQ(untold.move, move);
+    EXPECT_EQ(untold.rate, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RC0#", ":RC1#", ":RC2#", ":RC3#"}));
+    EXPECT_EQ(untold.guide, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RG3#"}));
+    EXPECT_EQ(LoadMoveCommands("").rate, untold.rate);
+    for (const char* type : {"0", "1", "2", "3"}) {
+        EXPECT_EQ(LoadMoveCommands(type).rate,
+                  (std::vector<std::string>{":RC5#", ":RC6#", ":RC7#", ":RC0#", ":RC1#", ":RC2#", ":RC3#", ":RC4#"}));
+    }
+}
+
+}  // namespace
+}  // namespace kestrane

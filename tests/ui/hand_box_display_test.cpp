@@ -1,0 +1,248 @@
+#include <limits>
+
+#include "kernel/base/conversions.h"
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+class HandBoxDisplay : public DriverFixture {
+protected:
+    HandBoxDisplay() { Start(); }
+
+    frmHandBox& HandBox() { return driver->handBox; }
+    /// Which of the five indicators shows; -1 for none, -2 for several.
+    int Indicator() {
+        int shown = -1;
+        for (std::size_t i = 0; i < HandBox().pbTracking.size(); ++i) {
+            if (HandBox().pbTracking[i].Visible()) {
+                shown = shown == -1 ? static_cast<int>(i) : -2;
+            }
+        }
+        return shown;
+    }
+};
+
+TEST_F(HandBoxDisplay, SetParkStatus_ShowsOnBothWindows) {
+    driver->panel.SetParkStatus("Parking", "a place");
+    driver->panel.SetParkToolTip("soon");
+    EXPECT_EQ(HandBox().lblParkStatus.Text(), "Parking");
+    EXPECT_EQ(driver->statusWindow.lblParkStatus.Text(), "Parking");
+    EXPECT_EQ(HandBox().lblParkStatus.ToolTip(), "soon");
+    EXPECT_EQ(driver->statusWindow.lblParkStatus.ToolTip(), "soon");
+}
+
+TEST_F(HandBoxDisplay, ShowTrackingRate_TextAndIndicatorByRate) {
+    struct Row {
+        std::int16_t rate;
+        bool corrected, king;
+        std::string text;
+        int indicator;
+    };
+    for (const Row& row :
+         {Row{0, false, false, "Not Tracking", 0}, Row{0, true, false, "Not Tracking", 0},
+          Row{1, false, false, "Sidereal", 1}, Row{1, true, false, "Corr Sidereal", 1}, Row{1, false, true, "King", 1},
+          Row{1, true, true, "Corr King", 1}, Row{2, false, false, "Lunar", 2}, Row{2, true, false, "Lunar", 2},
+          Row{3, false, false, "Solar", 3}, Row{3, true, false, "Solar", 3}, Row{4, false, false, "Custom", 4},
+          Row{4, true, false, "Corr Custom", 4}, Row{5, true, false, "", -1}, Row{-1, false, false, "", -1}}) {
+        driver->state.g_bKingRateAvailable = driver->state.g_bKingRateEnabled = row.king;
+        driver->panel.ShowTrackingRate(row.rate, row.corrected);
+        EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), row.text);
+        EXPECT_EQ(HandBox().frameTrackingRate.Caption(), "Tracking Rate: " + row.text);
+        EXPECT_EQ(Indicator(), row.indicator);
+    }
+}
+
+TEST_F(HandBoxDisplay, ShowTrackingRate_KingNeedsTheFirmwareAndTheChoice) {
+    driver->state.g_bKingRateAvailable = true;
+    driver->state.g_bKingRateEnabled = false;
+    driver->panel.ShowTrackingRate(1, false);
+    EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
+    driver->state.g_bKingRateAvailable = false;
+    driver->state.g_bKingRateEnabled = true;
+    driver->panel.ShowTrackingRate(1, false);
+    EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
+}
+
+TEST_F(HandBoxDisplay, ShowTrackingRate_NotesTheTickAndTheRestoreAtAChangeOnly) {
+    driver->panel.ShowTrackingRate(2, false);
+    EXPECT_TRUE(driver->state.g_bRestoreRatePending);
+    const Tick changed = driver->state.g_tickDisplayedRate;
+    driver->state.g_bRestoreRatePending = false;
+    machine.AdvanceTime(1000);
+    driver->panel.ShowTrackingRate(2, true);
+    EXPECT_FALSE(driver->state.g_bRestoreRatePending);
+    EXPECT_EQ(driver->state.g_tickDisplayedRate, changed);
+    driver->panel.ShowTrackingRate(3, false);
+    EXPECT_TRUE(driver->state.g_bRestoreRatePending);
+    EXPECT_NE(driver->state.g_tickDisplayedRate, changed);
+}
+
+TEST_F(HandBoxDisplay, ShowTrackingRate_CustomRatesAreOfferedWhileTrackingOnly) {
+    for (const bool tracking : {true, false}) {
+        driver->state.g_bTracking = tracking;
+        driver->panel.ShowTrackingRate(tracking ? 1 : 0, false);
+        EXPECT_EQ(HandBox().btnRateCustom.Enabled(), tracking);
+        EXPECT_EQ(HandBox().txtRaCustom.Enabled(), tracking);
+        EXPECT_EQ(HandBox().txtDecCustom.Enabled(), tracking);
+        EXPECT_TRUE(HandBox().btnRateSidereal.Enabled());
+    }
+}
+
+TEST_F(HandBoxDisplay, SetMeridianDelayUI_TakesSixHoursEitherWay) {
+    struct Row {
+        double hours;
+        bool taken;
+        std::string text;
+    };
+    HandBox().EnsureLoaded();
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    for (const Row& row :
+         {Row{6.0, true, "6.0"}, Row{-6.0, true, "-6.0"}, Row{1.25, true, "1.3"}, Row{0.5, true, "0.5"},
+          Row{6.0000001, false, ""}, Row{-6.0000001, false, ""}, Row{100.0, false, ""}, Row{nan, false, ""}}) {
+        driver->panel.SetMeridianDelayUI(0.0);
+        driver->panel.SetMeridianDelayUI(row.hours);
+        EXPECT_EQ(driver->state.g_dMeridianDelay, row.taken ? row.hours : 0.0);
+        EXPECT_EQ(HandBox().lblMeridianDelay.Text(), row.text);
+        EXPECT_EQ(HandBox().frameMeridianDelay.Caption(),
+                  row.taken ? "Meridian Delay: Enabled" : "Meridian Delay: Disabled");
+        EXPECT_EQ(HandBox().lblTime.BackColour() == kNormalBackColour, !row.taken);
+        EXPECT_EQ(log.back().origin, "SetMeridianDelayUI");
+        EXPECT_EQ(log.back().level, row.taken ? 0 : 2);
+    }
+}
+
+TEST_F(HandBoxDisplay, SetMeridianDelayUI_SaysTheValueInTheLog) {
+    HandBox().EnsureLoaded();
+    driver->panel.SetMeridianDelayUI(-2.5);
+    EXPECT_EQ(log.back().message, "Setting Meridian Delay: -2.5");
+    driver->panel.SetMeridianDelayUI(7.25);
+    EXPECT_EQ(log.back().message, "Meridian Delay Value out of range -6 to 6: Attempted value: 7.25");
+    driver->panel.SetMeridianDelayUI(0.0);
+    EXPECT_EQ(HandBox().lblTime.BackColour(), kNormalBackColour);
+    EXPECT_EQ(HandBox().lblMeridianDelay.ForeColour(), kNormalForeColour);
+    EXPECT_EQ(HandBox().frameMeridianDelay.Caption(), "Meridian Delay: Disabled");
+}
+
+TEST_F(HandBoxDisplay, GuideIndicator_LightsOneOrAPair) {
+    struct Row {
+        std::int32_t direction;
+        std::vector<std::string> lit;
+    };
+    const Row rows[] = {
+        {0, {"N"}}, {1, {"S"}}, {2, {"E"}}, {3, {"W"}}, {4, {"N", "S"}}, {5, {"E", "W"}}, {-1, {"E", "W"}},
+    };
+    for (const Row& row : rows) {
+        driver->panel.SetUiGuideIndicator(row.direction, true);
+        std::vector<std::string> lit;
+        for (const Label* label :
+             {&HandBox().lblGuideNorth, &HandBox().lblGuideSouth, &HandBox().lblGuideEast, &HandBox().lblGuideWest}) {
+            if (label->BackColour() != kNormalBackColour) {
+                lit.push_back(label->Text());
+            }
+        }
+        EXPECT_EQ(lit, row.lit) << row.direction;
+        driver->panel.SetUiGuideIndicator(row.direction, false);
+        EXPECT_EQ(HandBox().lblGuideNorth.BackColour(), kNormalBackColour);
+        EXPECT_EQ(HandBox().lblGuideWest.BackColour(), kNormalBackColour);
+    }
+}
+
+TEST_F(HandBoxDisplay, LstHaClick_ChangesBetweenSiderealTimeAndHourAngle) {
+    auto telescope = ConnectedTelescope();
+    HandBox().lblLstHA.FireClick();
+    EXPECT_TRUE(HandBox().m_bShowHA);
+    EXPECT_EQ(HandBox().lblLstHA.Text(), "HA");
+    EXPECT_EQ(HandBox().lblLST.Text(), driver->statusWindow.lblHourAngle.Text());
+    HandBox().lblLstHA.FireClick();
+    EXPECT_EQ(HandBox().lblLstHA.Text(), "LST");
+    EXPECT_EQ(HandBox().lblLST.Text(), driver->statusWindow.lblLST.Text());
+}
+
+class SlewFlash : public HandBoxDisplay {
+protected:
+    void SetUp() override {
+        telescope_ = ConnectedTelescope();
+        machine.AdvanceTime(2000);
+    }
+    void TearDown() override {
+        telescope_.reset();
+        HandBoxDisplay::TearDown();
+    }
+    std::string Labels() {
+        return HandBox().lblRA.Text() + "|" + HandBox().lblDEC.Text() + "|" + HandBox().lblAlt.Text() + "|" +
+               HandBox().lblAz.Text();
+    }
+    std::string Remembered() {
+        const MountQueries& queries = driver->queries;
+        return queries.LastRaText() + "|" + queries.LastDecText() + "|" + queries.LastAltText() + "|" +
+               queries.LastAzText();
+    }
+
+    TelescopeObject telescope_;
+};
+
+TEST_F(SlewFlash, SlewFlashDisplay_TakesTurnsWhileSlewing) {
+    driver->state.g_bSlewing = true;
+    driver->panel.SlewFlashDisplay();
+    EXPECT_EQ(Labels(), "SLEWING|CLICK|THIS TO|ABORT");
+    EXPECT_EQ(HandBox().lblAz.BackColour(), kNormalForeColour);
+    EXPECT_EQ(HandBox().lblAz.ForeColour(), kNormalBackColour);
+    EXPECT_TRUE(driver->state.g_bFlashShowing);
+    driver->panel.SlewFlashDisplay();
+    EXPECT_EQ(Labels(), Remembered());
+    EXPECT_EQ(HandBox().lblAz.BackColour(), kNormalBackColour);
+    EXPECT_FALSE(driver->state.g_bFlashShowing);
+    driver->panel.SlewFlashDisplay();
+    EXPECT_EQ(HandBox().lblRA.Text(), "SLEWING");
+    driver->state.g_bSlewing = false;
+}
+
+TEST_F(SlewFlash, SlewFlashDisplay_SaysParkingDuringAPark) {
+    driver->state.g_bSlewing = driver->state.g_bParking = true;
+    driver->panel.SlewFlashDisplay();
+    EXPECT_EQ(Labels(), "PARKING|CLICK|THIS TO|ABORT");
+    driver->state.g_bSlewing = driver->state.g_bParking = false;
+}
+
+TEST_F(SlewFlash, SlewFlashDisplay_NotSlewingShowsThePosition) {
+    driver->state.g_bFlashShowing = true;
+    driver->panel.SlewFlashDisplay();
+    EXPECT_EQ(Labels(), Remembered());
+    EXPECT_FALSE(driver->state.g_bFlashShowing);
+}
+
+TEST_F(SlewFlash, SlewThatEnds_LeavesNoClickOnALabelAfterTheNextTick) {
+    for (const int phases : {1, 2}) {
+        driver->state.g_bSlewing = true;
+        HandBox().tmrSlewFlashUI.Enabled(true);
+        for (int i = 0; i < phases; ++i) {
+            driver->panel.SlewFlashDisplay();
+        }
+        driver->state.g_bSlewing = false;
+        machine.AdvanceTime(500);
+        EXPECT_FALSE(HandBox().tmrSlewFlashUI.Enabled());
+        EXPECT_FALSE(driver->state.g_bFlashShowing);
+        EXPECT_EQ(Labels(), Remembered());
+        EXPECT_EQ(HandBox().lblDEC.BackColour(), kNormalBackColour);
+        EXPECT_EQ(HandBox().lblDEC.ForeColour(), kNormalForeColour);
+    }
+}
+
+TEST_F(SlewFlash, RealSlew_FlashesEachHalfSecondAndEndsOnThePosition) {
+    telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), 40.0);
+    int words = 0;
+    int positions = 0;
+    for (int i = 0; i < 600 && telescope_->Slewing(); ++i) {
+        machine.AdvanceTime(500);
+        (HandBox().lblDEC.Text() == "CLICK" ? words : positions) += 1;
+    }
+    ASSERT_FALSE(telescope_->Slewing());
+    EXPECT_GT(words, 2);
+    EXPECT_GT(positions, 2);
+    machine.AdvanceTime(500);
+    EXPECT_EQ(Labels(), Remembered());
+}
+
+}  // namespace
+}  // namespace kestrane
