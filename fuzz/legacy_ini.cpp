@@ -3,6 +3,7 @@
 
 #include "settings/legacy_ini.h"
 
+#include <algorithm>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,22 +52,28 @@ std::string Lower(std::string_view text) {
     return lower;
 }
 
-/// The next line of `text` without its end, which may be LF or CR LF; taken off `text`.
-std::string_view TakeLine(std::string_view& text) {
-    const std::size_t end = text.find('\n');
-    std::string_view line = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    if (line.ends_with('\r')) {
-        line.remove_suffix(1);
+/// The lines of a file by a walk over its characters: they end at CR, at LF or at both in that order.
+std::vector<std::string> NaiveLines(std::string_view content) {
+    if (content.starts_with("\xEF\xBB\xBF")) {
+        content.remove_prefix(3);
     }
-    return line;
+    std::vector<std::string> lines(1);
+    char before = '\0';
+    for (const char c : content) {
+        if (c == '\r' || (c == '\n' && before != '\r')) {
+            lines.emplace_back();
+        } else if (c != '\n') {
+            lines.back() += c;
+        }
+        before = c;
+    }
+    return lines;
 }
 
 /// The last header above each line counts; the first line "key=" below the right one gives the value.
 std::string NaiveLookUp(std::string_view content, std::string_view key) {
-    std::string_view header;
-    while (!content.empty()) {
-        const std::string_view line = TakeLine(content);
+    std::string header;
+    for (const std::string& line : NaiveLines(content)) {
         if (line.find('[') != std::string_view::npos) {
             header = line;
             continue;
@@ -74,7 +81,7 @@ std::string NaiveLookUp(std::string_view content, std::string_view key) {
         const bool longEnough = line.size() > key.size();
         if (Lower(header) == kSection && longEnough && Lower(line.substr(0, key.size())) == Lower(key) &&
             line[key.size()] == '=') {
-            return std::string(line.substr(key.size() + 1));
+            return line.substr(key.size() + 1);
         }
     }
     return std::string(kFallback);
@@ -83,8 +90,8 @@ std::string NaiveLookUp(std::string_view content, std::string_view key) {
 /// Every line with a "=" and without a "[", blanks around it taken off, a "," behind it.
 std::string NaiveAll(std::string_view content) {
     std::string all;
-    while (!content.empty()) {
-        std::string_view line = TakeLine(content);
+    for (const std::string& whole : NaiveLines(content)) {
+        std::string_view line = whole;
         if (line.find('=') == std::string_view::npos || line.find('[') != std::string_view::npos) {
             continue;
         }
@@ -103,8 +110,10 @@ std::string NaiveAll(std::string_view content) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const FileInMemory file;
-    std::string_view content = fuzz::TextOf(data, size);
-    const std::string key(TakeLine(content));
+    const std::string_view input = fuzz::TextOf(data, size);
+    const std::size_t endOfKey = std::min(input.find('\n'), size);
+    const std::string key(input.substr(0, endOfKey));
+    const std::string_view content = input.substr(std::min(endOfKey + 1, size));
     file.Write(content);
 
     const std::string value = ReadLegacyValue(file.Path(), kSection, key, kFallback);

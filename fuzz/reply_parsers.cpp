@@ -26,6 +26,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(degrees >= 0.0 && degrees < 360.0, "an azimuth is below 360 degrees");
     }
     IsDecReply(text, log);
+    if (IsMeridianReply(text, log)) {
+        const double hours = ProtocolHours(text, log);
+        Require(hours > -24.0 && hours < 24.0, "a meridian delay is below a day");
+    }
+    if (IsTimeReply(text, log)) {
+        Require(TimeOfReply(text).size() <= 8, "eight characters of a local time count");
+    }
+    if (IsTimeZoneReply(text, log)) {
+        Require(text.size() >= 10, "a time zone has a fraction of a second");
+        const double hours = ProtocolHours(text, log);
+        Require(hours >= -24.0 && hours <= 24.0, "a time zone is within a day");
+    }
     std::int16_t integer = 0;
     if (TryParseInteger(text, integer)) {
         Require(IsAllDigits(text) || text.empty() || text[0] == '+' || text[0] == '-',
