@@ -265,6 +265,17 @@ TEST_F(LockedWriteTest, ARecord_WaitsAndFails) {
     EXPECT_EQ(Foreign().Cell("select count(*) from GotoRaDec"), "1");
 }
 
+TEST_F(LockedWriteTest, AfterARecordThatGotThrough_TheNextLockIsWaitedForAgain) {
+    EXPECT_FALSE(db->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    other->Run("COMMIT");
+    EXPECT_TRUE(db->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    other->Run("BEGIN IMMEDIATE");
+    WaitedMs();
+    ReleaseAfter(*other, 100);
+    EXPECT_TRUE(db->SetGotoRaDec(GotoRaDec{0, "b", "", "", "1", "2"}, isNew));
+    EXPECT_EQ(WaitedMs(), 100);
+}
+
 TEST_F(LockedWriteTest, AfterAWriteThatGotThrough_TheNextLockIsWaitedForAgain) {
     db->SetSetting("Port", "COM6");
     other->Run("COMMIT");
