@@ -15,6 +15,17 @@ constexpr std::int32_t kDrainLimitMs = 2000;
 constexpr double kUnsetRa = 0.0;  // what a mount reports that was never told where it stands
 constexpr double kUnsetDec = 90.0;
 
+constexpr std::string_view kFirmwareThatDropsADigit = "D";
+constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
+
+/// The first character, "0", and the last eight, unless the degrees begin with a digit that they can begin with.
+std::string WithDroppedDigit(const std::string& reply) {
+    if (std::string_view("0123").find(reply[1]) != std::string_view::npos) {
+        return reply;
+    }
+    return reply.substr(0, 1) + "0" + reply.substr(reply.size() - 8);
+}
+
 }  // namespace
 
 bool MountQueries::IsDue(bool force, Tick& stamp, std::int32_t interval) {
@@ -112,16 +123,18 @@ bool MountQueries::QueryDec() {
         state_.g_tickLastDec = needs_.clock.GetTickCount();
         return false;
     }
-    if (reply.size() > 9 && state_.g_sVersion == "D") {
-        // This firmware drops a digit of the degrees; no check of the form is made on its replies.
-        if (std::string_view("0123").find(reply[1]) == std::string_view::npos) {
-            reply = reply.substr(0, 1) + "0" + reply.substr(reply.size() - 8);
-        }
-    } else if (!IsDecReply(reply, needs_.log)) {
+    // Firmware that drops a digit of the degrees; no check of the form is made on its replies.
+    const bool dropsDigit = reply.size() > kLongFormLength && state_.g_sVersion == kFirmwareThatDropsADigit;
+    if (dropsDigit) {
+        reply = WithDroppedDigit(reply);
+    }
+    double dec = 0.0;
+    const bool read = ParseProtocolDegrees(reply, dec, needs_.log);
+    if (!dropsDigit && !(read && IsDecReply(reply, needs_.log))) {
         LogIgnored("Dec Query");
         return false;
     }
-    if (KeepDec(reply)) {
+    if (read && KeepDec(dec)) {
         return true;
     }
     RecoverSlippedExchange("Dec Query", "Declination out of range - command possibly out of sequence...");
@@ -130,8 +143,7 @@ bool MountQueries::QueryDec() {
     return false;
 }
 
-bool MountQueries::KeepDec(std::string reply) {
-    const double dec = ProtocolDegrees(reply, needs_.log);
+bool MountQueries::KeepDec(double dec) {
     if (dec < -90.0 || dec > 90.0) {
         return false;
     }
@@ -171,11 +183,12 @@ bool MountQueries::QueryAlt() {
         state_.g_tickLastAlt = needs_.clock.GetTickCount();
         return false;
     }
-    if (!IsDecReply(reply, needs_.log)) {
+    double altitude = 0.0;
+    if (!IsDecReply(reply, needs_.log) || !ParseProtocolDegrees(reply, altitude, needs_.log)) {
         LogIgnored("Alt Query");
         return false;
     }
-    ShowAlt(ProtocolDegrees(reply, needs_.log));
+    ShowAlt(altitude);
     NoteQuerySuccess();
     return true;
 }
@@ -205,11 +218,11 @@ bool MountQueries::QueryAz() {
         }
         return false;
     }
-    if (!IsAzReply(reply, needs_.log)) {
+    double azimuth = 0.0;
+    if (!IsAzReply(reply, needs_.log) || !ParseProtocolDegrees(reply, azimuth, needs_.log)) {
         LogIgnored("Az Query");
         return false;
     }
-    const double azimuth = ProtocolDegrees(reply, needs_.log);
     ShowAz(azimuth >= 360.0 ? azimuth - 360.0 : azimuth);
     NoteQuerySuccess();
     return true;

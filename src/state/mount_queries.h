@@ -104,7 +104,7 @@ private:
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
     bool KeepRa(const std::string& reply);
-    bool KeepDec(std::string reply);
+    bool KeepDec(double dec);
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
     void LogIgnored(std::string_view origin);

@@ -187,11 +187,11 @@ bool MountQueries::QueryTimeZone() {
         state_.g_tickLastTimeZone = needs_.clock.GetTickCount() + kSlowIntervalMs;
         return false;
     }
-    if (!IsTimeZoneReply(reply, needs_.log)) {
+    double zone = 0.0;
+    if (!IsTimeZoneReply(reply, needs_.log) || !ParseProtocolHours(reply, zone, needs_.log)) {
         LogIgnored("Time Zone Query");
         return false;
     }
-    const double zone = ProtocolHours(reply, needs_.log);
     if (!(zone > -24.0 && zone < 24.0)) {
         RecoverSlippedExchange("Time Zone Query", "Time Zone out of range: " + PlainNumber(zone));
         ClearReceiveBuffer();
