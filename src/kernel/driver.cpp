@@ -54,6 +54,7 @@ Driver::Driver(Platform platform)
           .statusWindow = statusWindow,
           .initialSetup = initialSetup,
           .initMount = initMount,
+          .askAbortSlew = askAbortSlew,
           .telescope = [this] { return internalInstance_.get(); },
           .linkConnected = [this] { return link && link->Connected(); },
           .getMountLongLat = [this](double& longitude,

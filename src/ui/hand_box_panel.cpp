@@ -56,6 +56,7 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
     needs_.handBox.tmrGetLatLong.OnTick([this] { OnSiteTick(); });
     needs_.handBox.lblLstHA.OnClick([this] { ToggleHourAngle(); });
+    WireAbort();
     WireSettings();
     WireButtons();
     WireRateButtons();
@@ -161,6 +162,37 @@ void HandBoxPanel::OnFlashTick() {
         state_.g_bFlashShowing = false;
     }
     SlewFlashDisplay();
+}
+
+void HandBoxPanel::WireAbort() {
+    frmHandBox& handBox = needs_.handBox;
+    for (Label* label : {&handBox.lblRA, &handBox.lblDEC, &handBox.lblAlt, &handBox.lblAz}) {
+        label->OnClick([this] { AskAbortSlew(); });
+    }
+    needs_.askAbortSlew.btnOK.OnClick([this] {
+        needs_.askAbortSlew.UserPressedOK = true;
+        needs_.askAbortSlew.Hide();
+        AbortSlew();
+    });
+    needs_.askAbortSlew.btnCancel.OnClick([this] { needs_.askAbortSlew.Hide(); });
+}
+
+void HandBoxPanel::AskAbortSlew() {
+    if (!needs_.handBox.tmrSlewFlashUI.Enabled()) {
+        return;
+    }
+    needs_.askAbortSlew.UserPressedOK = false;
+    needs_.askAbortSlew.Label1.Text(state_.g_bParking ? "ABORT PARK?" : "ABORT SLEW?");
+    needs_.askAbortSlew.Show();
+}
+
+void HandBoxPanel::AbortSlew() {
+    ResumeNext errors{needs_.ledger, "AbortSlew"};
+    errors.Step([&] {
+        if (Telescope* const telescope = needs_.telescope()) {
+            telescope->AbortSlewDriver();
+        }
+    });
 }
 
 void HandBoxPanel::SetUiGuideIndicator(std::int32_t direction, bool on) {

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "catalogue/ks_mount.h"
+#include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -40,6 +41,7 @@ struct HandBoxPanelNeeds {
     frmStatus& statusWindow;
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
+    frmAskAbortSlew& askAbortSlew;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
     /// Longitude (west positive, -180 to 180) and latitude of the mount, degrees; false when it did not tell them.
@@ -93,6 +95,9 @@ public:
     /// Shows the stored brightness of the reticle.
     void ResetReticleBrightness();
 
+    /// Stops a slew or a park.
+    void AbortSlew();
+
     /// Sets what a button does; an action that nobody set does nothing.
     void OnAction(ButtonAction action, std::function<void()> run);
     /// Runs the action now, or when the poll step that is under way has ended.
@@ -135,6 +140,8 @@ private:
     void SavePosition();
     void OnFlashTick();
     void ToggleHourAngle();
+    void WireAbort();
+    void AskAbortSlew();
 
     // hand_box_lists.cpp
     void WireSettings();

@@ -229,6 +229,36 @@ TEST_F(SlewFlash, SlewThatEnds_LeavesNoClickOnALabelAfterTheNextTick) {
     }
 }
 
+TEST_F(SlewFlash, ClickDuringTheFlash_AsksAndAbortsOnOk) {
+    frmAskAbortSlew& ask = driver->askAbortSlew;
+    HandBox().lblRA.FireClick();
+    EXPECT_FALSE(ask.Visible()) << "nothing slews";
+    for (const bool accept : {false, true}) {
+        telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), accept ? 40.0 : 50.0);
+        machine.AdvanceTime(1500);
+        ASSERT_TRUE(telescope_->Slewing());
+        for (Label* label : {&HandBox().lblRA, &HandBox().lblDEC, &HandBox().lblAlt, &HandBox().lblAz}) {
+            ask.Hide();
+            label->FireClick();
+            EXPECT_TRUE(ask.Visible()) << label->Name();
+        }
+        EXPECT_EQ(ask.Label1.Text(), "ABORT SLEW?");
+        (accept ? ask.btnOK : ask.btnCancel).FireClick();
+        EXPECT_FALSE(ask.Visible());
+        EXPECT_EQ(ask.UserPressedOK, accept);
+        machine.AdvanceTime(3000);
+        EXPECT_EQ(telescope_->Slewing(), !accept);
+    }
+}
+
+TEST_F(SlewFlash, ClickDuringAPark_AsksForThePark) {
+    driver->state.g_bSlewing = driver->state.g_bParking = true;
+    HandBox().tmrSlewFlashUI.Enabled(true);
+    HandBox().lblAz.FireClick();
+    EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT PARK?");
+    driver->state.g_bSlewing = driver->state.g_bParking = false;
+}
+
 TEST_F(SlewFlash, RealSlew_FlashesEachHalfSecondAndEndsOnThePosition) {
     telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), 40.0);
     int words = 0;
