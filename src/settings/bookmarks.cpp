@@ -106,6 +106,13 @@ std::optional<std::string> ReadBookmarkFile(const std::filesystem::path& file) {
     return content;
 }
 
+/// Two bytes a character, as an editor may have saved the file: none of its lines could be read.
+void RequireBytes(std::string_view content) {
+    if (content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) {
+        throw RunTimeError(RunTimeError::kFileAccess, "The file is UTF-16, it has to be saved as UTF-8");
+    }
+}
+
 std::filesystem::path MakeBookmarkFolder(Folders& folders) {
     const std::filesystem::path folder = folders.Documents() / "Kestrane" / "QUAY";
     std::error_code ignored;
@@ -113,12 +120,11 @@ std::filesystem::path MakeBookmarkFolder(Folders& folders) {
     return folder;
 }
 
+/// False when the bookmark could not be stored for now.
 template <typename Record>
-void StoreBookmark(Database& database, const BookmarkKind<Record>& kind, const BookmarkLine& line) {
+bool StoreBookmark(Database& database, const BookmarkKind<Record>& kind, const BookmarkLine& line) {
     bool isNew = true;
-    if (!(database.*kind.set)(kind.make(line), isNew)) {
-        throw RunTimeError(RunTimeError::kFileAccess, "The bookmark '" + line.name + "' cannot be stored");
-    }
+    return (database.*kind.set)(kind.make(line), isNew) || database.Answered();
 }
 
 template <typename Record>
@@ -126,13 +132,16 @@ void Transfer(const BookmarksNeeds& needs, Database& database, const BookmarkKin
               const RecordArray<Record>& present) {
     const std::filesystem::path file = MakeBookmarkFolder(needs.folders) / kind.fileName;
     if (const std::optional<std::string> content = ReadBookmarkFile(file)) {
+        RequireBytes(*content);
+        bool allStand = true;
         for (const BookmarkLine& line : ParseBookmarks(*content, needs.log)) {
             // Rows that stand there before the first transfer come from one that did not reach its end.
             const bool stored = std::ranges::any_of(
                 present, [&](const auto& record) { return record && kind.equal(*record, kind.make(line)); });
-            if (!stored) {
-                StoreBookmark(database, kind, line);
-            }
+            allStand = (stored || StoreBookmark(database, kind, line)) && allStand;
+        }
+        if (!allStand) {
+            throw RunTimeError(RunTimeError::kFileAccess, "Not every bookmark could be stored");
         }
     }
     needs.persist.Write(kind.transferred, "True");
@@ -146,9 +155,12 @@ RecordArray<Record> Start(const BookmarksNeeds& needs, const BookmarkKind<Record
         return bookmarks;
     }
     (database->*kind.getAll)(bookmarks);
+    if (!database->Answered()) {
+        return bookmarks;
+    }
     ResumeNext errors{needs.ledger, "Bookmarks.Start"};
     const bool transferred = errors.Step([&] {
-        if (needs.persist.Read(kind.transferred) == kNotTransferred) {
+        if (needs.persist.ReadIfAnswered(kind.transferred) == kNotTransferred) {
             Transfer(needs, *database, kind, bookmarks);
         }
     });
@@ -169,7 +181,7 @@ std::vector<BookmarkLine> ParseBookmarks(std::string_view content, Log& log) {
     }
     std::vector<BookmarkLine> bookmarks;
     while (!content.empty()) {
-        const std::size_t end = content.find('\n');
+        const std::size_t end = content.find_first_of("\r\n");
         const std::string line = Utf8OfLegacyText(TrimmedOfWhiteSpace(content.substr(0, end)));
         content.remove_prefix(end == std::string_view::npos ? content.size() : end + 1);
         if (line.empty() || line.starts_with('#')) {

@@ -98,6 +98,7 @@ void Database::Settle() {
     }
     StorePending();
     wait_.Begin();
+    answered_ = false;
 }
 
 RowSet Database::Run(std::string_view sql) {
@@ -156,12 +157,14 @@ bool Database::ReadValue(const KeyedTable& table, std::string_view property, std
                          std::string_view fallback) {
     ResumeNext errors{needs_.ledger, "Database.ReadValue"};
     return errors.Assign(value, [&] {
-        RequireUsableKey(property);
         Settle();
+        RequireUsableKey(property);
         if (const Pending pending = FindPending(table, property); pending != pending_.end()) {
+            answered_ = true;
             return pending->value;
         }
         const RowSet rows = Run(table.Select(property));
+        answered_ = true;
         return rows.AtEnd() ? std::string(fallback) : rows.Text(kValueColumn);
     });
 }

@@ -46,7 +46,8 @@ struct DatabaseNeeds {
 /// - every other call fails.
 ///
 /// Every member that returns a flag returns false on a failure, which is noted in the ledger and told nobody else;
-/// `TryDeleteSetting` is the exception. With no file open all of them fail. Logic thread only.
+/// `TryDeleteSetting` is the exception. With no file open all of them fail. Where false has other reasons too,
+/// `Answered` tells. Logic thread only.
 class Database {
 public:
     static constexpr std::string_view kFileName = "Settings.ksdb";
@@ -63,6 +64,10 @@ public:
     bool IsOpen() const { return file_.connection != nullptr; }
     const std::filesystem::path& DatabasePath() const { return path_; }
 
+    /// Whether the last call that read a setting or a list, or saved a record, got its answer from the file, be it
+    /// "none" or "no". False when the file is not open, when another program holds it, or when a statement failed.
+    bool Answered() const { return answered_; }
+
     /// True when the row now holds `value`. An equal value is not written; a changed one leaves an audit row.
     bool SetDriverSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
     /// True when the statement ran; `value` is `fallback` when there is no row. Unchanged on a failure.
@@ -75,9 +80,9 @@ public:
     }
     /// Always false. A key that lives among the common settings survives it. Raises what the statement raises.
     bool TryDeleteSetting(std::string_view property);
-    /// True when there are rows; so with all members of this kind. Rows come in the order of the table, as they stand
-    /// in the file. A NULL where a text should be, or an id beyond 16 bits, fails the list, whose rows so far remain; a
-    /// NULL number is 0.
+    /// True when there are rows and all can be read; so with all members of this kind. Rows come in the order of the
+    /// table, as they stand in the file. A row with an id beyond 16 bits, and a setting that is NULL, leaves its slot
+    /// empty and makes the list false, and the ones after it are read. A NULL in a record is an empty text, or 0.
     bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
 
     bool SetCommonSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
@@ -99,8 +104,8 @@ public:
 
     bool GetAllGotoAltAz(RecordArray<GotoAltAz>& altazArray);
     bool GetAllGotoRaDec(RecordArray<GotoRaDec>& radecArray);
-    /// Longitude and latitude come in their normal form (see `NormalizeSiteText`). One site whose text has not its
-    /// four fields fails the whole call.
+    /// Longitude and latitude come in their normal form (see `NormalizeSiteText`). One without its four fields comes as
+    /// it stands and makes the call false; the other sites are read all the same.
     bool GetAllSites(RecordArray<Site>& sitesArray);
     bool GetAllParkPositions(RecordArray<ParkPosition>& parkArray);
 
@@ -147,10 +152,9 @@ private:
     bool SaveRecord(std::string_view procedure, const std::function<PropertyValue(std::string_view)>& getProperty,
                     bool& isNew, std::string_view table, std::span<const std::string_view> columns);
     bool DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id);
-    /// How many rows there are; nothing on a failure.
     template <typename Record>
-    std::optional<std::size_t> ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
-                                       Record (*read)(const RowSet&));
+    bool ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
+                 Record (*read)(const RowSet&));
 
     DatabaseNeeds needs_;
     KeyMap propertyToCommon_;
@@ -158,6 +162,7 @@ private:
     std::filesystem::path path_;
     LockWait wait_;
     SettingsFile file_;
+    bool answered_ = false;
     bool lockedOut_ = false;  ///< another program was holding the file each time we tried to open it
     std::optional<Sync> sync_;
     std::vector<PendingWrite> pending_;

@@ -42,16 +42,17 @@ PropValue ReadPropValue(const RowSet& row) {
 }
 
 GotoAltAz ReadGotoAltAz(const RowSet& row) {
-    return {row.Id(), row.Text(1), row.Text(2), row.Text(3), row.Text(4)};
+    return {row.Id(), row.TextOrEmpty(1), row.TextOrEmpty(2), row.TextOrEmpty(3), row.TextOrEmpty(4)};
 }
 
 GotoRaDec ReadGotoRaDec(const RowSet& row) {
-    return {row.Id(), row.Text(1), row.Text(2), row.Text(3), row.Text(4), row.Text(5)};
+    return {row.Id(),           row.TextOrEmpty(1), row.TextOrEmpty(2),
+            row.TextOrEmpty(3), row.TextOrEmpty(4), row.TextOrEmpty(5)};
 }
 
 ParkPosition ReadParkPosition(const RowSet& row) {
-    return {row.Id(),      row.Text(1),   row.Text(2),   row.Number(3) != 0.0, row.Number(4) != 0.0,
-            row.Number(5), row.Number(6), row.Number(7), row.Number(8)};
+    return {row.Id(),      row.TextOrEmpty(1), row.TextOrEmpty(2), row.Number(3) != 0.0, row.Number(4) != 0.0,
+            row.Number(5), row.Number(6),      row.Number(7),      row.Number(8)};
 }
 
 /// A site as it stands in its row; the elevation still as text.
@@ -61,19 +62,20 @@ struct SiteRow {
 };
 
 SiteRow ReadSiteRow(const RowSet& row) {
-    return {Site{row.Id(), row.Text(1), row.Text(2), row.Text(3), row.Text(4), 0.0, row.Number(6), row.Number(7),
-                 row.Number(8), row.Number(9)},
-            row.IsNull(5) ? std::string() : row.Text(5)};
+    return {Site{row.Id(), row.TextOrEmpty(1), row.TextOrEmpty(2), row.TextOrEmpty(3), row.TextOrEmpty(4), 0.0,
+                 row.Number(6), row.Number(7), row.Number(8), row.Number(9)},
+            row.TextOrEmpty(5)};
 }
 
-Site ParseSite(const SiteRow& row, std::size_t slot, Log& log) {
+/// A position that has no normal form stays as it stands, and is noted in `errors`.
+Site ParseSite(const SiteRow& row, std::size_t slot, Log& log, ResumeNext& errors) {
     const auto say = [&log](const std::string& text) { log.LogMessage("GetAllSites", LogLevel::Info, text); };
     Site site = row.site;
     say("Site " + std::to_string(slot));
     say("  Site Name, Lat/Long: '" + site.Name + "' - '" + site.Longitude + "' / '" + site.Latitude + "'");
-    site.Longitude = NormalizeSiteText(site.Longitude, log);
+    errors.Assign(site.Longitude, [&] { return NormalizeSiteText(site.Longitude, log); });
     say("  Parsed Longitude: '" + site.Longitude + "'");
-    site.Latitude = NormalizeSiteText(site.Latitude, log);
+    errors.Assign(site.Latitude, [&] { return NormalizeSiteText(site.Latitude, log); });
     say("  Parsed Latitude: '" + site.Latitude + "'");
     site.ElevationMeters = Val_Global(row.elevation, log);
     say("  Elevation: '" + row.elevation + "' (" + PlainNumber(site.ElevationMeters) + ")");
@@ -132,6 +134,7 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
             Run(InsertStatement(getProperty, table, columns));
         }
         changed = Changes() >= 1;
+        answered_ = true;
         wait_.GotThrough();
     });
     return changed;
@@ -148,25 +151,26 @@ bool Database::DeleteRecord(std::string_view procedure, std::string_view table, 
 }
 
 template <typename Record>
-std::optional<std::size_t> Database::ReadAll(std::string_view procedure, std::string_view table,
-                                             RecordArray<Record>& array, Record (*read)(const RowSet&)) {
+bool Database::ReadAll(std::string_view procedure, std::string_view table, RecordArray<Record>& array,
+                       Record (*read)(const RowSet&)) {
     array.assign(1, std::nullopt);
     ResumeNext errors{needs_.ledger, procedure};
-    const bool ran = errors.Step([&] {
+    errors.Step([&] {
         Settle();
         for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
-            array.emplace_back(read(rows));
+            errors.Assign(array.emplace_back(), [&] { return read(rows); });
         }
+        answered_ = true;
     });
-    return ran ? std::optional(array.size() - 1) : std::nullopt;
+    return array.size() > 1 && !errors.Failed();
 }
 
 bool Database::GetAllDriverSettings(RecordArray<PropValue>& propValList) {
-    return ReadAll("Database.GetAllDriverSettings", "Driver", propValList, &ReadPropValue).value_or(0) > 0;
+    return ReadAll("Database.GetAllDriverSettings", "Driver", propValList, &ReadPropValue);
 }
 
 bool Database::GetAllCommonSettings(RecordArray<PropValue>& propValList) {
-    return ReadAll("Database.GetAllCommonSettings", "CommonSettings", propValList, &ReadPropValue).value_or(0) > 0;
+    return ReadAll("Database.GetAllCommonSettings", "CommonSettings", propValList, &ReadPropValue);
 }
 
 bool Database::SetGotoAltAz(const GotoAltAz& obj, bool& isNew) {
@@ -198,35 +202,35 @@ bool Database::DeleteSite(std::int16_t id) {
 }
 
 bool Database::GetAllGotoAltAz(RecordArray<GotoAltAz>& altazArray) {
-    return ReadAll("Database.GetAllGotoAltAz", "GotoAltAz", altazArray, &ReadGotoAltAz).value_or(0) > 0;
+    return ReadAll("Database.GetAllGotoAltAz", "GotoAltAz", altazArray, &ReadGotoAltAz);
 }
 
 bool Database::GetAllGotoRaDec(RecordArray<GotoRaDec>& radecArray) {
-    return ReadAll("Database.GetAllGotoRaDec", "GotoRaDec", radecArray, &ReadGotoRaDec).value_or(0) > 0;
+    return ReadAll("Database.GetAllGotoRaDec", "GotoRaDec", radecArray, &ReadGotoRaDec);
 }
 
 bool Database::GetAllParkPositions(RecordArray<ParkPosition>& parkArray) {
-    return ReadAll("Database.GetAllParkPositions", "ParkPositions", parkArray, &ReadParkPosition).value_or(0) > 0;
+    return ReadAll("Database.GetAllParkPositions", "ParkPositions", parkArray, &ReadParkPosition);
 }
 
 bool Database::GetAllSites(RecordArray<Site>& sitesArray) {
     RecordArray<SiteRow> rows;
-    sitesArray.assign(1, std::nullopt);
-    const std::optional<std::size_t> count = ReadAll("Database.GetAllSites", "Sites", rows, &ReadSiteRow);
-    if (count == 0U) {
-        needs_.log.LogMessage("GetAllSites", LogLevel::Error, "Failed to get sites");
-    }
-    if (count.value_or(0) == 0) {
+    const bool read = ReadAll("Database.GetAllSites", "Sites", rows, &ReadSiteRow);
+    sitesArray.assign(rows.size(), std::nullopt);
+    if (rows.size() == 1) {
+        if (answered_) {
+            needs_.log.LogMessage("GetAllSites", LogLevel::Error, "Failed to get sites");
+        }
         return false;
     }
-    needs_.log.LogMessage("GetAllSites", LogLevel::Info, "Site Count = " + std::to_string(*count));
-    sitesArray.resize(rows.size());
+    needs_.log.LogMessage("GetAllSites", LogLevel::Info, "Site Count = " + std::to_string(rows.size() - 1));
     ResumeNext errors{needs_.ledger, "Database.GetAllSites"};
-    return errors.Step([&] {
-        for (std::size_t slot = 1; slot < rows.size(); ++slot) {
-            sitesArray[slot] = ParseSite(*rows[slot], slot, needs_.log);
+    for (std::size_t slot = 1; slot < rows.size(); ++slot) {
+        if (rows[slot]) {
+            sitesArray[slot] = ParseSite(*rows[slot], slot, needs_.log, errors);
         }
-    });
+    }
+    return read && !errors.Failed();
 }
 
 }  // namespace kestrane

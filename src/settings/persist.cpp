@@ -51,7 +51,7 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
     if (!m_db) {
         ShowFailure("ReadIniValue: No DB initialized!");
         value = fallback;
-    } else if (!m_db->GetSetting(variable, value, kNoRow)) {
+    } else if (!ReadFile(variable, value)) {
         value = fallback;
     } else if (value == kNoRow) {
         value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
@@ -65,6 +65,20 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
     }
     LogAccess("ReadIniValue", variable, value);
     return value;
+}
+
+bool Persist::ReadFile(std::string_view variable, std::string& value) {
+    const bool read = m_db->GetSetting(variable, value, kNoRow);
+    answered_ = m_db->Answered();
+    return read;
+}
+
+std::optional<std::string> Persist::ReadIfAnswered(std::string_view variable, std::string_view fallback) {
+    if (!m_db) {
+        return std::nullopt;
+    }
+    std::string value = ReadIniValue(variable, fallback);
+    return answered_ ? std::optional(std::move(value)) : std::nullopt;
 }
 
 void Persist::WriteIniValue(std::string_view variable, std::string_view value) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,9 @@ public:
     /// an empty row, which later readers get in place of their own defaults. The command "GetIniValue" reads that way:
     /// wanted (docs/settings-for-tools.md).
     std::string ReadIniValue(std::string_view variable, std::string_view fallback);
+    /// The same, but nothing when the settings file did not answer (see `Database::Answered`): for who would do harm by
+    /// acting on a default in place of a stored value. Without a database it is nothing, and shows no box.
+    std::optional<std::string> ReadIfAnswered(std::string_view variable, std::string_view fallback);
     void WriteIniValue(std::string_view variable, std::string_view value);
     void TryDeleteIniValue(std::string_view variable);
     /// "name=value," repeated. On a non-empty settings table it fails with run-time error 91: wanted.
@@ -50,6 +54,7 @@ public:
     std::string Read(const SettingKey& key) { return ReadIniValue(key.name, key.fallback); }
     /// Whether the value under the key, as a number, is not zero.
     bool ReadFlag(const SettingKey& key);
+    std::optional<std::string> ReadIfAnswered(const SettingKey& key) { return ReadIfAnswered(key.name, key.fallback); }
     void Write(const SettingKey& key, std::string_view value) { WriteIniValue(key.name, value); }
 
     /// While true, `WriteIniValue` logs but stores nothing.
@@ -65,11 +70,13 @@ public:
 private:
     std::unique_ptr<Database> CreateDatabase();
     void FindLegacyFile(const std::filesystem::path& folder);
+    bool ReadFile(std::string_view variable, std::string& value);
     void ShowFailure(std::string_view text);
     void LogAccess(std::string_view origin, std::string_view variable, std::string_view value);
 
     PersistNeeds needs_;
     std::unique_ptr<Database> m_db;
+    bool answered_ = false;  ///< whether the last read got its answer from the settings file
     std::filesystem::path legacyFile_;
 };
 

@@ -47,6 +47,10 @@ std::string RowSet::Text(int column) const {
     return std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column)));
 }
 
+std::string RowSet::TextOrEmpty(int column) const {
+    return IsNull(column) ? std::string() : Text(column);
+}
+
 double RowSet::Number(int column) const {
     return sqlite3_column_double(statement_.get(), column);
 }

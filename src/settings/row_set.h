@@ -37,6 +37,8 @@ public:
     bool IsNull(int column) const;
     /// A NULL has no text: run-time error 94.
     std::string Text(int column) const;
+    /// The same, empty for a NULL.
+    std::string TextOrEmpty(int column) const;
     /// 0 for NULL and for what is no number.
     double Number(int column) const;
     /// The row's own index; beyond 16 bits it is run-time error 6.

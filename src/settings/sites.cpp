@@ -1,6 +1,7 @@
 #include "settings/sites.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -47,11 +48,20 @@ SiteFields FourFrom(const std::vector<std::string>& fields, std::size_t first) {
     return {fields[first], fields[first + 1], fields[first + 2], fields[first + 3]};
 }
 
-/// A blank inside a field would shift the ones behind it in the position text, and fail the whole list when it is read.
+/// A blank inside a field would shift the ones behind it in the position text: a place on the other side of the Earth.
 bool HoldsPosition(const std::vector<std::string>& fields) {
     return fields.size() >= kElevationField &&
            std::none_of(fields.begin() + kLatitudeField, fields.begin() + kElevationField,
                         [](const std::string& field) { return field.find(' ') != std::string::npos; });
+}
+
+bool CanBeStored(std::string_view packed) {
+    return packed.find('\0') == std::string_view::npos;
+}
+
+double ElevationFrom(const std::vector<std::string>& fields, Log& log) {
+    const double metres = fields.size() > kElevationField ? Val_Global(fields[kElevationField], log) : 0.0;
+    return std::isfinite(metres) ? metres : 0.0;
 }
 
 /// The number in a setting that holds an index or an id; 0 for what is none of 16 bits.
@@ -70,10 +80,11 @@ RecordArray<Site>& Sites::g_Sites() {
 }
 
 bool Sites::GetAllSites() {
+    if (started_) {
+        return LoadSites() && listWhole_;
+    }
     StartOnce();
-    sites_.assign(1, std::nullopt);
-    Database* database = needs_.persist.database();
-    return database != nullptr && database->GetAllSites(sites_);
+    return started_ && listWhole_;
 }
 
 std::int16_t Sites::g_SiteDbIndex() {
@@ -84,6 +95,7 @@ std::int16_t Sites::g_SiteDbIndex() {
 void Sites::g_SiteDbIndex(std::int16_t id) {
     StartOnce();
     siteDbIndex_ = id;
+    selected_ = true;
 }
 
 std::string Sites::CurrentSiteName() {
@@ -121,70 +133,115 @@ const Site* Sites::FindByName(std::string_view name) const {
 // --- start-up --------------------------------------------------------------------------------------------------------
 
 void Sites::StartOnce() {
-    if (started_) {
-        return;
-    }
-    started_ = true;
-    ResumeNext errors{needs_.ledger, "Sites.StartOnce"};
-    const bool copied = errors.Step([&] {
-        if (needs_.persist.Read(setting::SitesCopiedToDatbase) == kNotCopied) {
-            CopyPackedSites();
-        }
-    });
-    if (!copied) {
-        WarnOfLastFailure("The sites in the old settings are not copied for now");
-    }
-    GetAllSites();
-    if (!errors.Step([&] { FindCurrentSite(); })) {
-        WarnOfLastFailure("The current site cannot be found");
+    if (!started_ && needs_.persist.database() != nullptr) {
+        started_ = StartUp();
     }
 }
 
-void Sites::CopyPackedSites() {
-    const std::int16_t selected = IndexOf(needs_.persist.Read(setting::cbxSiteList), needs_.log);
+bool Sites::StartUp() {
+    ResumeNext errors{needs_.ledger, "Sites.StartUp"};
+    bool answered = true;
+    if (!errors.Step([&] { answered = CopySitesOnce(); })) {
+        WarnOfLastFailure("The sites in the old settings are not copied for now");
+    }
+    if (!answered || !LoadSites()) {
+        return false;
+    }
+    if (!errors.Step([&] { answered = FindCurrentSite(); })) {
+        WarnOfLastFailure("The current site cannot be found");
+    }
+    return answered;
+}
+
+bool Sites::CopySitesOnce() {
+    const std::optional<std::string> copied = needs_.persist.ReadIfAnswered(setting::SitesCopiedToDatbase);
+    return copied && (*copied != kNotCopied || CopyPackedSites());
+}
+
+bool Sites::CopyPackedSites() {
+    const std::optional<std::string> list = needs_.persist.ReadIfAnswered(setting::cbxSiteList);
+    if (!list) {
+        return false;
+    }
+    const std::int16_t selected = IndexOf(*list, needs_.log);
+    bool allStand = true;
     for (int i = 1; i <= kPackedSites; ++i) {
         const std::string key = std::string(kPackedKey) + PadWithZeros(std::to_string(i), 2);
-        const std::string packed =
-            Utf8OfLegacyText(needs_.persist.ReadIniValue(key, i == 1 ? kFirstPackedDefault : kPackedDefault));
+        const std::optional<std::string> stored =
+            needs_.persist.ReadIfAnswered(key, i == 1 ? kFirstPackedDefault : kPackedDefault);
+        if (!stored) {
+            return false;
+        }
+        const std::string packed = Utf8OfLegacyText(*stored);
         if (i - 1 == selected) {
             needs_.persist.Write(setting::OldSiteName, SplitPacked(packed)[kNameField]);
         }
-        CopyPackedSite(packed);
+        allStand = CopyPackedSite(packed) && allStand;
     }
-    needs_.persist.Write(setting::SitesCopiedToDatbase, "True");
+    if (allStand) {
+        needs_.persist.Write(setting::SitesCopiedToDatbase, "True");
+    }
+    return true;
 }
 
-void Sites::CopyPackedSite(std::string_view packed) {
+bool Sites::CopyPackedSite(std::string_view packed) {
     std::vector<std::string> fields = SplitPacked(packed);
     if (fields[kNameField] == kUnusedName) {
-        return;
+        return true;
     }
     std::transform(fields.begin() + 1, fields.end(), fields.begin() + 1, Trim);
-    if (!HoldsPosition(fields)) {
+    if (!HoldsPosition(fields) || !CanBeStored(packed)) {
         Warn("An old site without a position is left out: '" + std::string(packed) + "'");
-        return;
+        return true;
     }
     Site site;
     site.Name = fields[kNameField];
     site.Latitude = MakeSiteText(FourFrom(fields, kLatitudeField), kLatitudeDegreeWidth, needs_.log);
     site.Longitude = MakeSiteText(FourFrom(fields, kLongitudeField), kLongitudeDegreeWidth, needs_.log);
-    site.ElevationMeters = fields.size() > kElevationField ? Val_Global(fields[kElevationField], needs_.log) : 0.0;
-    Database* database = needs_.persist.database();
+    site.ElevationMeters = ElevationFrom(fields, needs_.log);
+    Database& database = *needs_.persist.database();
     bool isNew = true;
-    if (database == nullptr || !database->SetSite(site, isNew)) {
-        Warn("An old site is not added to the sites, its name may stand there already: '" + std::string(packed) + "'");
+    if (database.SetSite(site, isNew)) {
+        return true;
     }
+    const bool refused = database.Answered();
+    Warn("An old site is not added to the sites, " +
+         std::string(refused ? "its name may stand there already" : "which is tried again at the next start") + ": '" +
+         std::string(packed) + "'");
+    return refused;
 }
 
-void Sites::FindCurrentSite() {
-    siteDbIndex_ = IndexOf(needs_.persist.Read(setting::SiteDbIndex), needs_.log);
-    if (siteDbIndex_ >= 1) {
-        return;
+bool Sites::LoadSites() {
+    RecordArray<Site> sites;
+    Database& database = *needs_.persist.database();
+    listWhole_ = database.GetAllSites(sites);
+    if (database.Answered()) {
+        sites_ = std::move(sites);
     }
-    if (const Site* site = FindByName(needs_.persist.Read(setting::OldSiteName))) {
+    return database.Answered();
+}
+
+bool Sites::FindCurrentSite() {
+    if (selected_) {
+        return true;
+    }
+    const std::optional<std::string> index = needs_.persist.ReadIfAnswered(setting::SiteDbIndex);
+    if (!index) {
+        return false;
+    }
+    siteDbIndex_ = IndexOf(*index, needs_.log);
+    if (siteDbIndex_ >= 1) {
+        return true;
+    }
+    const std::optional<std::string> oldName = needs_.persist.ReadIfAnswered(setting::OldSiteName);
+    if (!oldName) {
+        return false;
+    }
+    if (const Site* site = FindByName(Utf8OfLegacyText(*oldName))) {
         siteDbIndex_ = site->id;
         needs_.persist.Write(setting::SiteDbIndex, std::to_string(site->id));
     }
+    return true;
 }
 
 void Sites::WarnOfLastFailure(std::string_view what) {

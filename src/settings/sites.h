@@ -27,18 +27,22 @@ struct SiteNumbers {
 /// The observing sites and which of them is the current one, shared by the telescope and the windows.
 ///
 /// Whichever member is used first in a process runs the site start-up, once: sites that older versions packed into
-/// settings move into the settings file, the list is loaded, and the current site is found. A failure there costs the
-/// step that failed and is noted in the ledger; a move that could not read the old settings is tried again by the next
-/// process. No member raises. Logic thread only; pumps nothing.
+/// settings move into the settings file, the list is loaded, and the current site is found. While the settings file
+/// does not answer there are no sites, and each use begins the start-up anew. Any other failure costs the step that
+/// failed and is noted in the ledger; a move that could not read the old settings or store each site is tried again by
+/// the next process, which also brings back what was deleted meanwhile. No member raises. Logic thread only; pumps
+/// nothing.
 class Sites {
 public:
     explicit Sites(SitesNeeds needs) : needs_(needs) {}
     Sites(const Sites&) = delete;
     Sites& operator=(const Sites&) = delete;
 
-    /// The list as last loaded: slot 0 is empty, and so is the slot of a site whose text could not be read.
+    /// The list as last loaded. Slot 0 is empty, and so is that of a row that cannot be read; a site without a proper
+    /// position has it as it stands.
     RecordArray<Site>& g_Sites();
-    /// Loads the list anew. False without sites or with one that cannot be read.
+    /// Loads the list anew. False without sites or with one that cannot be read or has no proper position, and, with
+    /// the list as it was, when the settings file does not answer.
     bool GetAllSites();
 
     /// The id of the current site; below 1: no site is selected. It may name a site that is gone.
@@ -55,15 +59,22 @@ public:
 
 private:
     void StartOnce();
-    void CopyPackedSites();
-    void CopyPackedSite(std::string_view packed);
-    void FindCurrentSite();
+    // These are false when the settings file did not answer, so that a later use has to begin anew.
+    bool StartUp();
+    bool CopySitesOnce();
+    bool CopyPackedSites();
+    bool LoadSites();
+    bool FindCurrentSite();
+    /// False when the site could not be stored for now.
+    bool CopyPackedSite(std::string_view packed);
     const Site* FindByName(std::string_view name) const;
     void WarnOfLastFailure(std::string_view what);
     void Warn(const std::string& text);
 
     SitesNeeds needs_;
     bool started_ = false;
+    bool selected_ = false;  ///< a caller has set the current site
+    bool listWhole_ = false;
     RecordArray<Site> sites_ = RecordArray<Site>(1);
     std::int16_t siteDbIndex_ = 0;
 };

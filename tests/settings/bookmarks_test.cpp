@@ -1,7 +1,10 @@
 #include "settings/bookmarks.h"
 
 #include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "settings_fakes.h"
 
@@ -66,6 +69,7 @@ TEST_F(BookmarksTest, ParseBookmarks_OfEachContent_GivesItsLines) {
         {"1,2,M31\n", {"1|2|M31"}},
         {"1,2,a\r\n3,4,b\r\n", {"1|2|a", "3|4|b"}},
         {"1,2,a\n\n  \n\r\n3,4,b", {"1|2|a", "3|4|b"}},
+        {"1,2,a\r3,4,b\r\r5,6,c", {"1|2|a", "3|4|b", "5|6|c"}},
         {"  00:42:44 ,  +41*16:09 ,  M 31  ", {"00:42:44|+41*16:09|M 31"}},
         {"1,2,Andromeda, the galaxy, M31", {"1|2|Andromeda, the galaxy, M31"}},
         {"1,2,a,b,c", {"1|2|a,b,c"}},
@@ -223,29 +227,130 @@ TEST_F(BookmarksTest, AFileThatBreaksWhileItIsRead_IsTriedAgainAtTheNextOpening)
     EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
 }
 
-TEST_F(BookmarksTest, AFileWithoutReadPermission_IsTriedAgainAtTheNextOpening) {
-    if (::geteuid() == 0) {
-        GTEST_SKIP() << "root may read everything";
-    }
+TEST_F(BookmarksTest, AFileThatCannotBeOpened_IsTriedAgainAtTheNextOpening) {
     WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
-    const path file = Folder() / "AltAzBookmarks.txt";
-    std::filesystem::permissions(file, std::filesystem::perms::none);
+    persist->Write(setting::TransferedAltBookmarksToDB, "False");
+    rlimit allowed;
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &allowed), 0);
+    const rlimit none{0, allowed.rlim_max};  // holds for everybody, as a permission does not
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const std::size_t size = StartAltAzBookmarks(Needs()).size();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &allowed), 0);
+    EXPECT_EQ(size, 1U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
+    EXPECT_EQ(Warnings().size(), 1U);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+}
+
+TEST_F(BookmarksTest, APipeInPlaceOfTheFile_IsNotWaitedFor) {
+    std::filesystem::create_directories(Folder());
+    ASSERT_EQ(::mkfifo((Folder() / "AltAzBookmarks.txt").c_str(), 0600), 0);
     EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
     EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
-    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+}
+
+TEST_F(BookmarksTest, AFileOfTwoByteCharacters_IsTriedAgainAtTheNextOpening) {
+    for (const std::string& content : {"\xFF\xFE"
+                                       "1\0,\0002\0,\0a\0\n\0"s,
+                                       "\xFE\xFF\0001\0,\0002\0,\0a\0\n"s}) {
+        logged.clear();
+        WriteBookmarks("AltAzBookmarks.txt", content);
+        EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+        EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
+        EXPECT_EQ(Warnings(), std::vector<std::string>{"Bookmarks|1|AltAzBookmarks.txt is not taken over for now: The "
+                                                       "file is UTF-16, it has to be saved as UTF-8"});
+    }
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
     EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+}
+
+TEST_F(BookmarksTest, AfterATransferThatWasKilled_OnlyTheSameBookmarkCountsAsStored) {
+    WriteBookmarks("RaDecBookmarks.txt", "1,2,a\n");
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    bool isNew = true;
+    for (const auto& [first, second, name] :
+         std::vector<std::array<const char*, 3>>{{"1", "2", "b"}, {"1", "3", "a"}, {"3", "2", "a"}}) {
+        persist->database()->SetGotoRaDec(GotoRaDec{0, name, name, "", first, second}, isNew);
+        persist->database()->SetGotoAltAz(GotoAltAz{0, name, name, first, second}, isNew);
+    }
+    EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 5U);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 5U);
+    EXPECT_EQ(RaDecRows().back(), "a|a||1|2");
+    EXPECT_EQ(AltAzRows().back(), "a|a|1|2");
+}
+
+TEST_F(BookmarksTest, ABookmarkThatARuleOfAnotherProgramForbids_IsNotTriedAgain) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n3,4,b\n");
+    Foreign().Run("create trigger rule before insert on GotoAltAz when new.Name = 'a' begin select raise(ignore); end");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "True");
+}
+
+TEST_F(BookmarksTest, ARowWithANull_HidesNoOtherAndIsNotDoubled) {
+    WriteBookmarks("RaDecBookmarks.txt", ",2,a\n3,4,b\n");
+    Foreign().Run("insert into GotoRaDec (Name, Declination) values ('a', '2')");
+    const RecordArray<GotoRaDec> bookmarks = StartRaDecBookmarks(Needs());
+    ASSERT_EQ(bookmarks.size(), 3U);
+    EXPECT_EQ(bookmarks[1]->Name, "a");
+    EXPECT_EQ(bookmarks[2]->Name, "b");
+}
+
+TEST_F(BookmarksTest, WithoutTheListOfStoredOnes_NothingIsTakenOver) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    Foreign().Run("alter table GotoAltAz rename to Aside");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "(no row)");
+}
+
+TEST_F(BookmarksTest, WithoutTheKey_NothingIsTakenOver) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    Foreign().Run("alter table Driver rename to Aside");
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+    EXPECT_TRUE(AltAzRows().empty());
+}
+
+/// A second program holds the file from the start up to the first read of the key.
+TEST_F(BookmarksTest, AKeyThatIsNotAnswered_StartsNoSecondTransfer) {
+    WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n");
+    StartAltAzBookmarks(Needs());
+    persist->database()->DeleteGotoAltAz(1);
+    persist.reset();
+    clock.onSleep = [this] { clock.now = clock.now + LockWait::kStepMs; };
+    ForeignProgram other = Foreign();
+    ASSERT_EQ(other.Cell("PRAGMA journal_mode = delete"), "delete");
+    for (const bool heldFromTheStart : {true, false}) {
+        ASSERT_TRUE(other.Run(heldFromTheStart ? "BEGIN EXCLUSIVE" : "BEGIN; select count(*) from Driver"));
+        Restart();
+        if (!heldFromTheStart) {
+            ASSERT_TRUE(other.Run("COMMIT; BEGIN EXCLUSIVE"));
+        }
+        log.SetListener([&](std::string_view, int, std::string_view message) {
+            if (message == "TransferedAltBookmarksToDB=>'False'") {
+                other.Run("COMMIT");
+            }
+        });
+        EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+        other.Run("COMMIT");
+        EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 1U);
+        EXPECT_TRUE(AltAzRows().empty());
+        persist.reset();
+        ASSERT_EQ(other.Cell("PRAGMA journal_mode = delete"), "delete");
+    }
 }
 
 TEST_F(BookmarksTest, ABookmarkThatCannotBeStored_LeavesTheTransferToTheNextOpening) {
     WriteBookmarks("AltAzBookmarks.txt", "1,2,a\n3,4,b\n5,6,c\n");
     Foreign().Run(
         "create trigger full before insert on GotoAltAz when new.Name = 'b' begin select raise(abort, 'full'); end");
-    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 2U);
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 3U) << "the lines after it are taken";
     EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "False");
-    EXPECT_EQ(Warnings().size(), 1U);
+    EXPECT_EQ(Warnings(),
+              std::vector<std::string>{
+                  "Bookmarks|1|AltAzBookmarks.txt is not taken over for now: Not every bookmark could be stored"});
+    EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 3U);
     Foreign().Run("drop trigger full");
     EXPECT_EQ(StartAltAzBookmarks(Needs()).size(), 4U);
-    EXPECT_EQ(AltAzRows(), (std::vector<std::string>{"a|a|1|2", "b|b|3|4", "c|c|5|6"}));
+    EXPECT_EQ(AltAzRows(), (std::vector<std::string>{"a|a|1|2", "c|c|5|6", "b|b|3|4"}));
     EXPECT_EQ(Stored("transferedaltbookmarkstodb"), "True");
 }
 

@@ -100,13 +100,60 @@ TEST_F(DatabaseEdgesTest, ATableOfTheSameNameInAnotherCase_IsTheTable) {
     EXPECT_TRUE(boxes.texts.empty());
 }
 
-TEST_F(DatabaseEdgesTest, AListThatBreaksInTheMiddle_FailsAndKeepsTheRowsSoFar) {
-    db.SetSetting("Port", "COM1");
-    Foreign().Run("insert into Driver (DriverIndex, Property, Value) values (40000, 'retry', '1')");
+Site SiteNamed(const std::string& name) {
+    return Site{0, name, "", "W 122 9 7.25", "N 45 5 3", 0.0, 0.0, 0.0, 0.0, 0.0};
+}
+
+TEST_F(DatabaseEdgesTest, AListWithARowThatCannotBeRead_FailsAndKeepsTheOthers) {
+    Foreign().Run("insert into Driver values (3, 'port', 'COM1'), (40000, 'retry', '1'), (-2, 'timeout', '9')");
     RecordArray<PropValue> all;
     EXPECT_FALSE(db.GetAllDriverSettings(all));
-    ASSERT_EQ(all.size(), 2U);
-    EXPECT_EQ(all[1]->Name, "port");
+    EXPECT_TRUE(db.Answered());
+    ASSERT_EQ(all.size(), 4U);
+    EXPECT_EQ(all[1]->Name, "timeout");
+    EXPECT_EQ(all[2]->Name, "port");
+    EXPECT_FALSE(all[3].has_value());
+}
+
+TEST_F(DatabaseEdgesTest, ANullInARecord_IsEmptyOrZero) {
+    Foreign().Run(
+        "insert into GotoRaDec values (1, 'a', NULL, NULL, NULL, '2'); insert into GotoAltAz values (1, 'a', NULL, "
+        "'1', '2'); insert into ParkPositions values (1, 'p', NULL, 1, 0, NULL, NULL, NULL, NULL)");
+    RecordArray<GotoRaDec> raDec;
+    ASSERT_TRUE(db.GetAllGotoRaDec(raDec));
+    EXPECT_EQ(raDec.at(1)->Description + raDec[1]->HourAngle + raDec[1]->RightAscension, "");
+    EXPECT_EQ(raDec[1]->Declination, "2");
+    RecordArray<GotoAltAz> altAz;
+    ASSERT_TRUE(db.GetAllGotoAltAz(altAz));
+    EXPECT_EQ(altAz.at(1)->Description, "");
+    EXPECT_EQ(altAz[1]->Azimuth, "2");
+    RecordArray<ParkPosition> parks;
+    ASSERT_TRUE(db.GetAllParkPositions(parks));
+    EXPECT_EQ(parks.at(1)->Description, "");
+    EXPECT_EQ(parks[1]->Altitude, 0.0);
+    EXPECT_TRUE(ledger.Entries().empty());
+}
+
+TEST_F(DatabaseEdgesTest, Answered_TellsANoFromASilence) {
+    RecordArray<Site> sites;
+    std::string value;
+    EXPECT_FALSE(db.GetAllSites(sites));
+    EXPECT_TRUE(db.Answered()) << "there are none";
+    db.SetSite(SiteNamed("home"), isNew);
+    EXPECT_FALSE(db.SetSite(SiteNamed("home"), isNew));
+    EXPECT_TRUE(db.Answered()) << "the name is taken";
+    Foreign().Run("insert into Driver (Property, Value) values ('port', NULL)");
+    EXPECT_FALSE(db.GetSetting("port", value, ""));
+    EXPECT_TRUE(db.Answered()) << "the setting is NULL";
+    Foreign().Run("drop table Driver; drop table Sites");
+    EXPECT_FALSE(db.GetSetting("port", value, ""));
+    EXPECT_FALSE(db.Answered());
+    EXPECT_TRUE(db.GetCommonSetting("port", value, ""));
+    EXPECT_TRUE(db.Answered());
+    EXPECT_FALSE(db.GetAllSites(sites));
+    EXPECT_FALSE(db.Answered());
+    EXPECT_FALSE(db.SetSite(SiteNamed("home"), isNew));
+    EXPECT_FALSE(db.Answered());
 }
 
 TEST_F(DatabaseEdgesTest, AListWithANullText_Fails) {
@@ -117,10 +164,6 @@ TEST_F(DatabaseEdgesTest, AListWithANullText_Fails) {
 }
 
 // --- records ---------------------------------------------------------------------------------------------------------
-
-Site SiteNamed(const std::string& name) {
-    return Site{0, name, "", "W 122 9 7.25", "N 45 5 3", 0.0, 0.0, 0.0, 0.0, 0.0};
-}
 
 TEST_F(DatabaseEdgesTest, NewRecords_AreEmpty) {
     EXPECT_EQ(GotoRaDec{}.id, 0);
@@ -265,13 +308,13 @@ TEST_F(DatabaseEdgesTest, NumbersOfASite_AreReadWhateverWroteThem) {
 TEST_F(DatabaseEdgesTest, GetAllSites_LogsAnEmptyTableButNoFailure) {
     logState.g_bDebugLog = true;
     RecordArray<Site> sites;
-    Foreign().Run("insert into Sites (Name) values ('without a description')");
     EXPECT_FALSE(db.GetAllSites(sites));
     ASSERT_EQ(sites.size(), 1U);
+    EXPECT_EQ(std::exchange(logged, {}), std::vector<std::string>{"GetAllSites|2|Failed to get sites"});
     Foreign().Run("drop table Sites");
     EXPECT_FALSE(db.GetAllSites(sites));
     EXPECT_TRUE(logged.empty()) << logged.front();
-    EXPECT_EQ(ledger.Entries().size(), 2U);
+    EXPECT_EQ(ledger.Entries().size(), 1U);
 }
 
 TEST_F(DatabaseEdgesTest, GetAllSites_WithTheLogOff_LogsNothing) {

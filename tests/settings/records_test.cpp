@@ -208,18 +208,29 @@ TEST_F(RecordRowsTest, GetAllSites_OfNone_LogsAndLeavesTheEmptySlot) {
     EXPECT_EQ(logged, std::vector<std::string>{"GetAllSites|2|Failed to get sites"});
 }
 
-TEST_F(RecordRowsTest, GetAllSites_WithASiteWithoutItsFourFields_Fails) {
+TEST_F(RecordRowsTest, GetAllSites_WithASiteWithoutItsFourFields_FailsAndReadsItAndTheOthersAllTheSame) {
     Site broken = SiteNamed("broken");
     broken.Latitude = "N 45 5";
-    db.SetSite(SiteNamed("home"), isNew);
     db.SetSite(broken, isNew);
+    Foreign().Run(
+        "insert into Sites (Name) values ('without a position'); insert into Sites (SitesIndex, Name) values "
+        "(-40000, 'no id')");
+    db.SetSite(SiteNamed("home"), isNew);
     RecordArray<Site> sites;
     EXPECT_FALSE(db.GetAllSites(sites));
-    ASSERT_EQ(sites.size(), 3U);
-    EXPECT_TRUE(sites[1].has_value());
-    EXPECT_FALSE(sites[2].has_value());
-    ASSERT_EQ(ledger.Entries().size(), 1U);
-    EXPECT_EQ(ledger.Entries()[0].number, RunTimeError::kSubscriptOutOfRange);
+    EXPECT_TRUE(db.Answered());
+    ASSERT_EQ(sites.size(), 5U);
+    EXPECT_FALSE(sites[1].has_value());
+    EXPECT_EQ(sites[2]->Name, "broken");
+    EXPECT_EQ(sites[2]->Latitude, "N 45 5");
+    EXPECT_EQ(sites[2]->Longitude, "W 122 09 07.3");
+    EXPECT_EQ(sites[3]->Name, "without a position");
+    EXPECT_EQ(sites[3]->Latitude + sites[3]->Longitude, "");
+    EXPECT_EQ(sites[3]->PressureMb, 0.0);
+    EXPECT_EQ(sites[4]->Latitude, "N 45 05 03.0");
+    ASSERT_EQ(ledger.Entries().size(), 4U);
+    EXPECT_EQ(ledger.Entries()[0].number, RunTimeError::kOverflow);
+    EXPECT_EQ(ledger.Entries()[1].number, RunTimeError::kSubscriptOutOfRange);
 }
 
 TEST_F(RecordRowsTest, AParkPosition_ComesBackAsItWasSaved) {

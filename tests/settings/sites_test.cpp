@@ -1,6 +1,7 @@
 #include "settings/sites.h"
 
 #include <algorithm>
+#include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -146,13 +147,14 @@ TEST_F(SitesTest, TheSelectedSite_MayBeAnUnusedOneAndIsThenNone) {
 TEST_F(SitesTest, TheSelectedIndex_NamesTheCurrentSiteOfOld) {
     const std::vector<std::pair<const char*, const char*>> rows{
         {"0", "First"},     {"1", "Second"},     {"1,0", "Second"}, {"-1", "Kept"}, {"10", "Kept"},
-        {"70000", "First"}, {"-70000", "First"}, {"abc", "First"},  {"", "First"},
+        {"70000", "First"}, {"-70000", "First"}, {"abc", "First"},  {"", "First"},  {"1,6", "Third"},
     };
     for (const auto& [selected, oldName] : rows) {
         SettingsWorld world;
         Persist own(world.NeedsOfPersist());
         own.WriteIniValue("cbxSiteList_01", "First|N|0|0|0|W|0|0|0|0");
         own.WriteIniValue("cbxSiteList_02", "Second|N|0|0|0|W|0|0|0|0");
+        own.WriteIniValue("cbxSiteList_03", "Third|N|0|0|0|W|0|0|0|0");
         own.Write(setting::cbxSiteList, selected);
         own.Write(setting::OldSiteName, "Kept");
         Sites(SitesNeeds{own, world.log, world.ledger}).g_Sites();
@@ -215,6 +217,102 @@ TEST_F(SitesTest, AnOldIniFileThatCannotBeRead_LeavesTheMoveToTheNextProcess) {
     WriteLegacyFile("[default]\ncbxsitelist_01=Home|N|45|30|0|W|122|30|0|100\n");
     Restart();
     EXPECT_EQ(sites->CurrentSiteName(), "Home");
+}
+
+TEST_F(SitesTest, AFailedMove_LeavesTheSitesThatStandThereAndTheCurrentOne) {
+    AddSite("Home");
+    persist->Write(setting::SiteDbIndex, "1");
+    std::filesystem::create_directories(folders.LegacyFile());
+    EXPECT_EQ(sites->CurrentSiteName(), "Home");
+    EXPECT_EQ(Warnings().size(), 1U);
+    sites->g_Sites();
+    EXPECT_EQ(Warnings().size(), 1U) << "not again in this process";
+}
+
+TEST_F(SitesTest, AnyOtherValueOfTheKey_CountsAsCopied) {
+    for (const char* value : {"True", "TRUE", "FALSE", "", "0"}) {
+        persist->Write(setting::SitesCopiedToDatbase, value);
+        Restart();
+        EXPECT_EQ(sites->g_Sites().size(), 1U) << value;
+        EXPECT_EQ(Stored("sitescopiedtodatbase"), value);
+    }
+    persist->Write(setting::SitesCopiedToDatbase, "false");
+    Restart();
+    EXPECT_EQ(sites->g_Sites().size(), 2U) << "read as False";
+}
+
+TEST_F(SitesTest, OnlyTheVeryName_MarksAnUnusedSite) {
+    Pack("01", "not used|N|0|0|0|W|0|0|0|0");
+    Pack("02", "Not Used |N|0|0|0|W|0|0|0|0");
+    Pack("03", "Not Used|N|1|2|3|W|4|5|6|7");
+    EXPECT_EQ(sites->g_Sites().size(), 3U);
+}
+
+TEST_F(SitesTest, BlanksOfAName_BelongToIt) {
+    persist->Write(setting::cbxSiteList, "1");
+    Pack("01", "Blanks|N|0|0|0|W|0|0|0|0");
+    Pack("02", " Blanks |N|0|0|0|W|0|0|0|0");
+    EXPECT_EQ(sites->CurrentSiteName(), " Blanks ");
+    EXPECT_EQ(Stored("oldsitename"), " Blanks ");
+}
+
+TEST_F(SitesTest, ASiteThatCannotBeStoredForNow_IsTriedAgainByTheNextProcess) {
+    Pack("01", "Home|N|1|0|0|E|1|0|0|1");
+    Pack("02", "Hill|N|2|0|0|E|2|0|0|2");
+    Pack("03", "Last|N|3|0|0|E|3|0|0|3");
+    Foreign().Run(
+        "create trigger full before insert on Sites when new.Name = 'Hill' begin select raise(abort, 'full'); end");
+    EXPECT_EQ(sites->g_Sites().size(), 3U);
+    EXPECT_EQ(sites->CurrentSiteName(), "Home");
+    EXPECT_EQ(Stored("sitescopiedtodatbase"), "False");
+    EXPECT_EQ(Warnings(),
+              std::vector<std::string>{"Sites|1|An old site is not added to the sites, which is tried again "
+                                       "at the next start: 'Hill|N|2|0|0|E|2|0|0|2'"});
+    Foreign().Run("drop trigger full");
+    Restart();
+    EXPECT_EQ(sites->CurrentSiteName(), "Home");
+    EXPECT_EQ(Rows(),
+              (std::vector<std::string>{"Home,E 1 00 00.0,N 01 00 00.0,1.0", "Last,E 3 00 00.0,N 03 00 00.0,3.0",
+                                        "Hill,E 2 00 00.0,N 02 00 00.0,2.0"}));
+    EXPECT_EQ(Stored("sitescopiedtodatbase"), "True");
+}
+
+TEST_F(SitesTest, ASiteThatCanNeverBeStored_IsNotTriedAgain) {
+    Foreign().Run(
+        "insert into Driver (Property, Value) values ('cbxsitelist_01', 'A' || char(0) || '|N|1|1|1|E|1|1|1|1')");
+    Pack("02", "High|N|1|1|1|E|1|1|1|" + std::string(400, '9'));
+    sites->g_Sites();
+    EXPECT_EQ(Rows(), std::vector<std::string>{"High,E 1 01 01.0,N 01 01 01.0,0.0"});
+    EXPECT_EQ(Stored("sitescopiedtodatbase"), "True");
+    EXPECT_EQ(Warnings().size(), 1U);
+}
+
+TEST_F(SitesTest, AMoveThatIsKilledBetweenTwoSites_IsFinishedByTheNextProcess) {
+    persist->Write(setting::cbxSiteList, "2");
+    Pack("01", "Home|N|1|0|0|E|1|0|0|1");
+    Pack("02", "Hill|N|2|0|0|E|2|0|0|2");
+    Pack("03", "Last|N|3|0|0|E|3|0|0|3");
+    sites.reset();
+    persist.reset();
+    const auto moveAndDie = [this] {
+        log.SetListener([](std::string_view, int, std::string_view message) {
+            if (message.starts_with("cbxSiteList_03")) {
+                ::kill(::getpid(), SIGKILL);
+            }
+        });
+        Restart();
+        sites->g_Sites();
+    };
+    EXPECT_EXIT(moveAndDie(), testing::KilledBySignal(SIGKILL), "");
+    EXPECT_EQ(Rows().size(), 2U);
+    EXPECT_EQ(Stored("sitescopiedtodatbase"), "False");
+    EXPECT_EQ(Stored("oldsitename"), "(no row)");
+    Restart();
+    EXPECT_EQ(sites->CurrentSiteName(), "Last");
+    EXPECT_EQ(Rows(),
+              (std::vector<std::string>{"Home,E 1 00 00.0,N 01 00 00.0,1.0", "Hill,E 2 00 00.0,N 02 00 00.0,2.0",
+                                        "Last,E 3 00 00.0,N 03 00 00.0,3.0"}));
+    EXPECT_EQ(Stored("sitescopiedtodatbase"), "True");
 }
 
 // --- the start-up ----------------------------------------------------------------------------------------------------
@@ -293,6 +391,32 @@ TEST_F(SitesTest, AnIndexBelowOne_IsFoundByTheOldNameInAnyCase) {
         EXPECT_EQ(fresh.CurrentSiteName(), "HiLL") << index;
         EXPECT_EQ(world.Foreign().Cell("select Value from CommonSettings"), "2") << index;
     }
+}
+
+TEST_F(SitesTest, TheStoredIndex_IsANumberOfSixteenBits) {
+    const std::vector<std::pair<const char*, int>> rows{
+        {"32767", 32767}, {"32767.4", 0}, {"32768", 0}, {"-32768", -32768}, {"-32769", 0}, {"1,6", 2}, {"0.5", 0},
+    };
+    MarkCopied();
+    for (const auto& [stored, index] : rows) {
+        persist->Write(setting::SiteDbIndex, stored);
+        Restart();
+        EXPECT_EQ(sites->g_SiteDbIndex(), index) << stored;
+    }
+}
+
+TEST_F(SitesTest, AnOldNameOfTheOldIniFile_IsFoundInItsCodePage) {
+    WriteLegacyFile("[default]\r\nsitescopiedtodatbase=True\r\noldsitename=ch\xE2teau\r\n");
+    AddSite("Home");
+    AddSite("Ch\xC3\xA2teau");
+    EXPECT_EQ(sites->CurrentSiteName(), "Ch\xC3\xA2teau");
+}
+
+TEST_F(SitesTest, AFirstUseThatLoads_LoadsOnce) {
+    EXPECT_TRUE(sites->GetAllSites());
+    EXPECT_EQ(TimesLogged("GetAllSites|0|Site Count = 1"), 1);
+    EXPECT_TRUE(sites->GetAllSites());
+    EXPECT_EQ(TimesLogged("GetAllSites|0|Site Count = 1"), 2);
 }
 
 TEST_F(SitesTest, AnOldNameWithoutASite_LeavesNoneSelected) {
@@ -388,17 +512,21 @@ TEST_F(SitesTest, TheNumbersOfASiteWhoseTextIsBroken_AreNotGiven) {
     EXPECT_EQ(ledger.Entries().size(), 1U);
 }
 
-TEST_F(SitesTest, ASiteThatCannotBeRead_LeavesTheOnesBeforeIt) {
-    AddSite("Home");
+TEST_F(SitesTest, ASiteThatCannotBeRead_HidesNoOther) {
     AddSite("Broken", "N 45");
-    AddSite("After");
+    Foreign().Run("insert into Sites (Name) values ('Nowhere')");
+    AddSite("Home");
     MarkCopied();
-    persist->Write(setting::OldSiteName, "After");
+    persist->Write(setting::OldSiteName, "Home");
     EXPECT_FALSE(sites->GetAllSites());
+    EXPECT_EQ(sites->CurrentSiteName(), "Home");
     SiteNumbers numbers;
     EXPECT_TRUE(sites->GetSiteNumbers("Home", numbers));
-    EXPECT_FALSE(sites->GetSiteNumbers("After", numbers));
-    EXPECT_EQ(sites->CurrentSiteName(), "");
+    EXPECT_FALSE(sites->GetSiteNumbers("Broken", numbers));
+    EXPECT_FALSE(sites->GetSiteNumbers("Nowhere", numbers));
+    EXPECT_EQ(numbers.latitude, 0.0);
+    sites->g_SiteDbIndex(2);
+    EXPECT_EQ(sites->CurrentSiteName(), "Nowhere");
 }
 
 // --- without a settings file -----------------------------------------------------------------------------------------
@@ -413,6 +541,7 @@ TEST_F(SitesTest, WithoutADatabase_ThereAreNoSitesAndNothingFails) {
     EXPECT_FALSE(none.GetAllSites());
     EXPECT_EQ(none.CurrentSiteName(), "");
     EXPECT_FALSE(none.GetSiteNumbers("Default", numbers));
+    EXPECT_EQ(boxes.texts, std::vector<std::string>{"Failed to open database"});
 }
 
 TEST_F(SitesTest, WithAFileThatCannotBeOpened_ThereAreNoSitesAndNothingFails) {
