@@ -111,6 +111,7 @@ public:
     void GetLongLatFromMount(bool) override {}
     void UpdateErrorCounts() override {}
     void SlewFlashDisplay() override { calls.emplace_back("SlewFlashDisplay"); }
+    void SetUiGuideIndicator(std::int32_t, bool) override {}
     void SetKingRateState() override {}
     void RestoreTrackingRate(std::int16_t rate) override {
         calls.push_back("RestoreTrackingRate " + std::to_string(rate));
