@@ -1,7 +1,6 @@
 #include "settings/sites.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -57,11 +56,6 @@ bool HoldsPosition(const std::vector<std::string>& fields) {
 
 bool CanBeStored(std::string_view packed) {
     return packed.find('\0') == std::string_view::npos;
-}
-
-double ElevationFrom(const std::vector<std::string>& fields, Log& log) {
-    const double metres = fields.size() > kElevationField ? Val_Global(fields[kElevationField], log) : 0.0;
-    return std::isfinite(metres) ? metres : 0.0;
 }
 
 /// The number in a setting that holds an index or an id; 0 for what is none of 16 bits.
@@ -198,7 +192,7 @@ bool Sites::CopyPackedSite(std::string_view packed) {
     site.Name = fields[kNameField];
     site.Latitude = MakeSiteText(FourFrom(fields, kLatitudeField), kLatitudeDegreeWidth, needs_.log);
     site.Longitude = MakeSiteText(FourFrom(fields, kLongitudeField), kLongitudeDegreeWidth, needs_.log);
-    site.ElevationMeters = ElevationFrom(fields, needs_.log);
+    site.ElevationMeters = fields.size() > kElevationField ? Val_Global(fields[kElevationField], needs_.log) : 0.0;
     Database& database = *needs_.persist.database();
     bool isNew = true;
     if (database.SetSite(site, isNew)) {

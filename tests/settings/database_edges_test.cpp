@@ -145,6 +145,13 @@ TEST_F(DatabaseEdgesTest, Answered_TellsANoFromASilence) {
     Foreign().Run("insert into Driver (Property, Value) values ('port', NULL)");
     EXPECT_FALSE(db.GetSetting("port", value, ""));
     EXPECT_TRUE(db.Answered()) << "the setting is NULL";
+    clock.onSleep = [] {};
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN IMMEDIATE");
+    EXPECT_FALSE(db.SetSetting("retry", "1"));
+    EXPECT_TRUE(db.GetSetting("retry", value, ""));
+    EXPECT_TRUE(db.Answered()) << "kept for the file";
+    other.Run("COMMIT");
     Foreign().Run("drop table Driver; drop table Sites");
     EXPECT_FALSE(db.GetSetting("port", value, ""));
     EXPECT_FALSE(db.Answered());

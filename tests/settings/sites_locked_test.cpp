@@ -121,16 +121,36 @@ TEST_F(LockedSitesTest, AReadThatGetsNoAnswer_StartsNoMoveAndReplacesNoSelection
 }
 
 TEST_F(LockedSitesTest, APackedSiteThatIsNotAnswered_IsMovedByALaterUse) {
-    persist->WriteIniValue("cbxSiteList_01", "Home|N|1|0|0|E|1|0|0|1");
-    persist->WriteIniValue("cbxSiteList_02", "Hill|N|2|0|0|E|2|0|0|2");
-    persist->WriteIniValue("cbxSiteList_03", "Last|N|3|0|0|E|3|0|0|3");
-    RestartOnRollbackJournal();
-    HoldBetween("ReadIniValue|cbxSiteList_01", "ReadIniValue|cbxSiteList_02");
-    sites->g_Sites();
-    EXPECT_EQ(holds, 2);
+    const std::vector<std::pair<const char*, const char*>> rows{
+        {"", "ReadIniValue|SitesCopiedToDatbase"},
+        {"ReadIniValue|SitesCopiedToDatbase", "ReadIniValue|cbxSiteList=>"},
+        {"ReadIniValue|cbxSiteList_01", "ReadIniValue|cbxSiteList_02"},
+    };
+    for (const auto& [taken, released] : rows) {
+        SCOPED_TRACE(taken);
+        LockedSites world;
+        world.persist->WriteIniValue("cbxSiteList", "1");
+        world.persist->WriteIniValue("cbxSiteList_01", "Home|N|1|0|0|E|1|0|0|1");
+        world.persist->WriteIniValue("cbxSiteList_02", "Hill|N|2|0|0|E|2|0|0|2");
+        world.persist->WriteIniValue("cbxSiteList_03", "Last|N|3|0|0|E|3|0|0|3");
+        world.RestartOnRollbackJournal();
+        world.HoldBetween(taken, released);
+        world.sites->g_Sites();
+        EXPECT_EQ(world.holds, 2);
+        EXPECT_EQ(world.sites->g_Sites().size(), 4U);
+        EXPECT_EQ(world.sites->CurrentSiteName(), "Hill");
+        EXPECT_EQ(world.Names(), (std::vector<std::string>{"Home", "Hill", "Last"}));
+        EXPECT_EQ(world.Stored("sitescopiedtodatbase"), "True");
+    }
+}
+
+TEST_F(LockedSitesTest, AListThatIsNotAnswered_IsLoadedByALaterUse) {
+    MakeEstablishedFile();
+    Restart();
+    Foreign().Run("alter table Sites rename to Aside");
+    EXPECT_EQ(sites->g_Sites().size(), 1U);
+    Foreign().Run("alter table Aside rename to Sites");
     EXPECT_EQ(sites->g_Sites().size(), 4U);
-    EXPECT_EQ(Names(), (std::vector<std::string>{"Home", "Hill", "Last"}));
-    EXPECT_EQ(Stored("sitescopiedtodatbase"), "True");
 }
 
 TEST_F(LockedSitesTest, SitesThatCannotBeStoredUnderALock_AreMovedByTheNextProcess) {
