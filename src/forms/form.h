@@ -58,6 +58,9 @@ enum class Shown { No, Yes };
 /// which spares the eyes at night.
 inline constexpr std::int32_t kNormalBackColour = 128;
 inline constexpr std::int32_t kNormalForeColour = 255;
+inline constexpr std::int32_t kYellow = 65535;
+/// The system's own colour of buttons.
+inline constexpr std::int32_t kButtonFaceColour = -2147483633;
 
 /// Everything that a control can have, for views that mirror controls without knowing their kind. What a kind does
 /// not have stays at its first value.

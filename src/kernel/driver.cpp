@@ -62,6 +62,7 @@ Driver::Driver(Platform platform)
           .resetCommCounters = [this] { connections.ResetCommCounters(); },
           .applyWindowsPriority = [this](int index) { ApplyWindowsPriority(platform_.processes, index); },
       }),
+      rcalSyncWarning(rcalSyncWarningForm, log),
       rates(MountRatesNeeds{
           .state = state,
           .persist = persist,
@@ -142,6 +143,7 @@ Driver::Driver(Platform platform)
                   handBox.Unload();
                   initialSetup.Unload();
                   setupFocuser.Unload();
+                  rcalSyncWarningForm.Unload();
                   logWindow.Unload();
               },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
@@ -193,6 +195,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .poll = poll,
         .connections = connections,
         .registration = startup,
+        .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
         .internalInstance = [this] { return internalInstance_.get(); },
     };
 }

@@ -10,6 +10,7 @@
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_rcal_sync_warning.h"
 #include "forms/frm_setup_focuser.h"
 #include "forms/frm_status.h"
 #include "kernel/base/counters.h"
@@ -31,6 +32,7 @@
 #include "telescope/telescope.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
+#include "ui/rcal_sync_warning.h"
 
 namespace kestrane {
 
@@ -73,6 +75,7 @@ public:
     frmInitialSetup initialSetup;
     frmInitMount initMount;
     frmSetupFocuser setupFocuser;
+    frmRcalSyncWarning rcalSyncWarningForm;
     frmAskAbortSlew askAbortSlew;
     Persist persist;
     Sites sites;
@@ -81,6 +84,7 @@ public:
     ClientRateLists rateLists;
     std::unique_ptr<MountLink> link;
     HandBoxPanel panel;
+    RcalSyncWarning rcalSyncWarning;
     MountRates rates;
     ControllerFeatures controller;
     EventJournal journal;

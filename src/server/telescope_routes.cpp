@@ -25,6 +25,15 @@ std::string SendString(ClientObject& object, const Arguments& arguments) {
     return JsonOf(DeviceOf<ServedTelescope>(object).CommandString(arguments.Text(0), arguments.Boolean(1)));
 }
 
+std::string ReadUtcDate(ClientObject& object, const Arguments&) {
+    return JsonOf(DeviceOf<ServedTelescope>(object).utcDate());
+}
+
+std::string WriteUtcDate(ClientObject& object, const Arguments& arguments) {
+    DeviceOf<ServedTelescope>(object).utcDate(arguments.UtcDate(0));
+    return {};
+}
+
 std::string SlewAsync(ClientObject& object, const Arguments& arguments) {
     DeviceOf<ServedTelescope>(object).SlewToCoordinatesAsync(arguments.Number(0), arguments.Number(1));
     return {};
@@ -110,24 +119,24 @@ std::vector<Route> TelescopeRoutes() {
         {"CanSyncAltAz",            Get, Brief, kNone,                                     kRead<bool, &T::CanSyncAltAz>},
         {"CanUnpark",               Get, Brief, kNone,                                     kRead<bool, &T::CanUnpark>},
         {"Declination",             Get, Brief, kNone,                                     kRead<double, &T::Declination>},
-        {"DeclinationRate",         Get, Brief, kNone,                                     kNotBuilt},
+        {"DeclinationRate",         Get, Brief, kNone,                                     kRead<double, &T::DeclinationRate>},
         {"DeclinationRate",         Put, Brief, {{"DeclinationRate", Num}},                kNotBuilt},
         {"DoesRefraction",          Get, Brief, kNone,                                     kRead<bool, &T::DoesRefraction>},
         {"DoesRefraction",          Put, Brief, {{"DoesRefraction", Bool}},                kWrite<bool, &T::DoesRefraction>},
         {"EquatorialSystem",        Get, Brief, kNone,                                     kRead<int, &T::EquatorialSystem>},
         {"FocalLength",             Get, Brief, kNone,                                     kRead<double, &T::FocalLength>},
-        {"GuideRateDeclination",    Get, Brief, kNone,                                     kNotBuilt},
+        {"GuideRateDeclination",    Get, Brief, kNone,                                     kRead<double, &T::GuideRateDeclination>},
         {"GuideRateDeclination",    Put, Brief, {{"GuideRateDeclination", Num}},           kNotBuilt},
-        {"GuideRateRightAscension", Get, Brief, kNone,                                     kNotBuilt},
+        {"GuideRateRightAscension", Get, Brief, kNone,                                     kRead<double, &T::GuideRateRightAscension>},
         {"GuideRateRightAscension", Put, Brief, {{"GuideRateRightAscension", Num}},        kNotBuilt},
         {"IsPulseGuiding",          Get, Brief, kNone,                                     kRead<bool, &T::IsPulseGuiding>},
         {"RightAscension",          Get, Brief, kNone,                                     kRead<double, &T::RightAscension>},
-        {"RightAscensionRate",      Get, Brief, kNone,                                     kNotBuilt},
+        {"RightAscensionRate",      Get, Brief, kNone,                                     kRead<double, &T::RightAscensionRate>},
         {"RightAscensionRate",      Put, Brief, {{"RightAscensionRate", Num}},             kNotBuilt},
         {"SideOfPier",              Get, Brief, kNone,                                     kRead<int, &T::SideOfPier>},
         {"SideOfPier",              Put, Brief, {{"SideOfPier", Int}},                     kWrite<int, &T::SideOfPier>},
         {"SiderealTime",            Get, Brief, kNone,                                     kRead<double, &T::SiderealTime>},
-        {"SiteElevation",           Get, Brief, kNone,                                     kNotBuilt},
+        {"SiteElevation",           Get, Brief, kNone,                                     kRead<double, &T::SiteElevation>},
         {"SiteElevation",           Put, Brief, {{"SiteElevation", Num}},                  kNotBuilt},
         {"SiteLatitude",            Get, Brief, kNone,                                     kRead<double, &T::SiteLatitude>},
         {"SiteLatitude",            Put, Brief, {{"SiteLatitude", Num}},                   kNotBuilt},
@@ -145,8 +154,8 @@ std::vector<Route> TelescopeRoutes() {
         {"TrackingRate",            Get, Brief, kNone,                                     kRead<std::int32_t, &T::TrackingRate>},
         {"TrackingRate",            Put, Brief, {{"TrackingRate", Int}},                   kWrite<std::int32_t, &T::TrackingRate>},
         {"TrackingRates",           Get, Brief, kNone,                                     ReadTrackingRates},
-        {"UTCDate",                 Get, Brief, kNone,                                     kNotBuilt},
-        {"UTCDate",                 Put, Brief, {{"UTCDate", Date}},                       kNotBuilt},
+        {"UTCDate",                 Get, Brief, kNone,                                     ReadUtcDate},
+        {"UTCDate",                 Put, Brief, {{"UTCDate", Date}},                       WriteUtcDate},
 
         {"AbortSlew",               Put, Brief, kNone,                                     kCall<&T::AbortSlew>},
         {"AxisRates",               Get, Brief, {{"Axis", Int}},                           ReadAxisRates},

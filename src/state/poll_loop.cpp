@@ -4,7 +4,6 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kParkedBeforePauseMs = 3 * 60 * 1000;
-constexpr std::int32_t kYellow = 65535;
 constexpr std::int32_t kRed = 255;
 
 /// Marks the poll step as running, whatever way it ends.

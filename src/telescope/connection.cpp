@@ -120,6 +120,7 @@ void Telescope::ConnectClient() {
         needs_.poll.SetPolling(true);
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
+        state_.g_bAutoCalibrated = false;
         needs_.registration.EnsureDriverHelper();
         OpenForFirstClient();
     }
@@ -156,9 +157,9 @@ void Telescope::ShowMountAddress() {
 }
 
 void Telescope::WarnAboutSync() {
-    if (!needs_.persist.ReadFlag(setting::chkUseRCAL)) {
-        needs_.log.LogMessage("Connected", LogLevel::Warning,
-                              "Syncs replace the pointing of the mount: the option to recalibrate is off.");
+    needs_.handBox.EnsureLoaded();
+    if (!needs_.handBox.chkUseRCAL.Checked()) {
+        needs_.warnAboutSync();
     }
 }
 
@@ -224,16 +225,31 @@ void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {
 
 void Telescope::InitUI() {
     ResumeNext errors{needs_.ledger, "InitUI"};
+    needs_.journal.ResetEvents();
     errors.Step([&] { InitBasicValues(); });
+    errors.Step([&] { needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec); });
     errors.Step([&] {
-        if (state_.g_dRa == 0.0 && state_.g_dDec == 90.0) {
-            needs_.log.LogMessage("InitUI", LogLevel::Warning,
-                                  "The mount reports its power-on position. Nobody is there to confirm where it "
-                                  "stands, so no position is given to it.");
+        if (IsAtPowerOnPosition()) {
+            InitAfterPowerOn();
         }
     });
+    errors.Step([&] { needs_.queries.UpdateHourAngle(); });
     errors.Step([&] { InitUiPanel(); });
     needs_.handBox.m_bFormLoaded = true;
+    needs_.panel.UpdateControls();
+}
+
+bool Telescope::IsAtPowerOnPosition() const {
+    return state_.g_dRa == 0.0 && state_.g_dDec == 90.0;
+}
+
+/// The mount has lost its position. Where it stands is for a person to say: with nobody to ask, no guessed position is
+/// given to it.
+void Telescope::InitAfterPowerOn() {
+    needs_.log.LogMessage("InitUI", LogLevel::Warning,
+                          "The mount reports its power-on position. Nobody is there to confirm where it "
+                          "stands, so no position is given to it.");
+    ReadPosition();
 }
 
 void Telescope::InitUiPanel() {
@@ -242,10 +258,12 @@ void Telescope::InitUiPanel() {
     queries.QueryDec();
     queries.QueryAlt();
     queries.QueryAz();
+    queries.QueryTime();
     queries.QueryLst();
     queries.QuerySideOfMount();
+    queries.QueryTimeZone();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
-    if (state_.g_dRa == 0.0 && state_.g_dDec == 90.0) {
+    if (IsAtPowerOnPosition()) {
         needs_.panel.SetParkStatus("Parked", "InitUiPanel");
         state_.g_bParked = true;
         state_.g_tickParkedSince = needs_.clock.GetTickCount();

@@ -99,6 +99,10 @@ double Telescope::SiteLongitude() {
     return LogGet("SiteLongitude", east);
 }
 
+double Telescope::SiteElevation() {
+    return LogGet("SiteElevation", state_.g_dSiteElevation);
+}
+
 double Telescope::TargetRightAscension() {
     if (!state_.g_bTargetRaSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetRightAscension (property not set) = 0");

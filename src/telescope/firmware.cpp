@@ -11,6 +11,8 @@ namespace {
 constexpr double kMoveRateLater = 999.9999;
 constexpr double kMoveRateEarlier = 99.9999;
 constexpr std::int16_t kRevision160 = 160;
+constexpr std::int32_t kReticleLevels = 7;
+constexpr std::int32_t kReticleSteps = 10;
 constexpr std::array<std::string_view, 4> kLowPrecisionKc4{"P01-00", "P01-01", "P01-02", "P01-03"};
 
 /// Characters from `position` (from 1), at most `count`, as far as the text goes.
@@ -41,6 +43,7 @@ void Telescope::InitBasicValues() {
     });
     ResetFirmwareFlags();
     errors.Step([&] { ClassifyFirmware(); });
+    errors.Step([&] { needs_.panel.UpdateRateLimits(); });
     needs_.log.LogMessage("InitBasics", LogLevel::Info,
                           "Firmware=" + state_.g_sVersion + ", Precision: RA=" + std::to_string(state_.g_nPrecisionRa) +
                               ", Dec=" + std::to_string(state_.g_nPrecisionDec) +
@@ -55,6 +58,7 @@ void Telescope::ResetFirmwareFlags() {
     state_.g_bGosActive = state_.g_bGosSupported = state_.g_bHasCustomRates = state_.g_bKc4OrLater = false;
     state_.g_bIsKc4 = state_.g_bIsKc5 = state_.g_bRev160 = state_.g_bHasMeridianQuery = false;
     state_.g_bFirmwareU = state_.g_bNewBSequence = state_.g_bFirmwareSafeSlew = false;
+    state_.g_bExtendedPulses = false;
     state_.g_nPrecisionRa = 1;
     state_.g_nPrecisionDec = state_.g_nPrecisionAltAz = state_.g_nPrecisionLatLong = 0;
     state_.g_dMaxMoveRate = kMoveRateEarlier;
@@ -73,39 +77,82 @@ void Telescope::ClassifyFirmware() {
 }
 
 void Telescope::ClassifyModernFirmware() {
-    const std::string& version = state_.g_sVersion;
-    const std::string generation = Mid(version, 2, 3);
-    const std::string firmware = Mid(version, 6);
-    if (generation == "KC5") {
-        state_.g_bKc4OrLater = state_.g_bIsKc5 = state_.g_bFirmwareSafeSlew = true;
-        ReadFirmwareRevision();
-        state_.g_bRev160 = true;
-        needs_.handBox.lblControllerType.Text("VTRKC5");
-        state_.g_dMaxMoveRate = kMoveRateLater;
-        RaisePrecision("Increasing Precision Level (VTRKC5)");
-    } else if (generation == "KC4") {
-        state_.g_bKc4OrLater = state_.g_bIsKc4 = true;
-        ReadFirmwareRevision();
-        state_.g_bRev160 = state_.g_nFirmwareRev == kRevision160;
-        needs_.handBox.lblControllerType.Text("VTRKC4");
-        state_.g_dMaxMoveRate = kMoveRateLater;
-        if (std::ranges::find(kLowPrecisionKc4, firmware) == kLowPrecisionKc4.end()) {
-            RaisePrecision("Increasing Precision Level");
-        }
-        if (firmware.size() >= 6) {
-            const double major = Val_Global(Mid(firmware, 2, 2), needs_.log);
-            const double minor = Val_Global(Mid(firmware, 5, 2), needs_.log);
-            state_.g_bFirmwareSafeSlew = major > 1 || (major == 1 && minor >= 2);
-        }
-    }
+    const std::string generation = Mid(state_.g_sVersion, 2, 3);
+    // Ahead of the controller's rate tables, whose lists offer custom rates by it.
     state_.g_bHasMeridianQuery = state_.g_bGosSupported = state_.g_bHasCustomRates = true;
-    if (version >= "U") {
-        state_.g_bFirmwareU = true;
-        state_.g_bNewBSequence = !needs_.persist.ReadFlag(setting::ForceOldBSequence);
+    if (generation == "KC5") {
+        ClassifyKc5();
+    } else if (generation == "KC4") {
+        ClassifyKc4();
+    } else {
+        needs_.controller.Apply(Controller_Type::VTRKC3, 0, 0);
     }
-    if (version >= "V1") {
+    if (state_.g_sVersion >= "U") {
+        ApplyVersionU();
+    }
+    if (state_.g_sVersion >= "V1") {
         state_.g_dMaxMoveRate = kMoveRateLater;
     }
+}
+
+void Telescope::ClassifyKc5() {
+    state_.g_bKc4OrLater = state_.g_bIsKc5 = state_.g_bExtendedPulses = true;
+    ReadFirmwareRevision();
+    state_.g_bRev160 = true;
+    needs_.statusWindow.lblControlBox.Text("VTRKC5");
+    if (needs_.mount.mountType != Mount_Type::LARCH) {
+        CorrectMount(Mount_Type::LARCH);
+    }
+    state_.g_dMaxMoveRate = kMoveRateLater;
+    needs_.mount.Firmware = Mid(state_.g_sVersion, 6);
+    state_.g_bFirmwareSafeSlew = true;
+    RaisePrecision("Increasing Precision Level (VTRKC5)");
+    needs_.controller.Apply(Controller_Type::VTRKC5, 0, 0);
+}
+
+void Telescope::ClassifyKc4() {
+    state_.g_bKc4OrLater = state_.g_bIsKc4 = state_.g_bExtendedPulses = true;
+    ReadFirmwareRevision();
+    state_.g_bRev160 = state_.g_nFirmwareRev == kRevision160;
+    needs_.statusWindow.lblControlBox.Text("VTRKC4");
+    if (needs_.mount.mountType == Mount_Type::LARCH) {
+        CorrectMount(Mount_Type::CEDAR);
+    }
+    state_.g_dMaxMoveRate = kMoveRateLater;
+    const std::string firmware = Mid(state_.g_sVersion, 6);
+    needs_.mount.Firmware = firmware;
+    if (std::ranges::find(kLowPrecisionKc4, firmware) == kLowPrecisionKc4.end()) {
+        RaisePrecision("Increasing Precision Level");
+    }
+    int major = 0;
+    int minor = 0;
+    if (firmware.size() >= 6) {
+        major = RoundHalfEven(Val_Global(Mid(firmware, 2, 2), needs_.log));
+        minor = RoundHalfEven(Val_Global(Mid(firmware, 5, 2), needs_.log));
+        state_.g_bFirmwareSafeSlew = major > 1 || (major == 1 && minor >= 2);
+    }
+    needs_.controller.Apply(Controller_Type::VTRKC4, major, minor);
+}
+
+/// The reticle of this firmware has levels 0 to 7, that of earlier ones steps up to 10.
+void Telescope::ApplyVersionU() {
+    state_.g_bFirmwareU = true;
+    ScrollBar& brightness = needs_.handBox.hscrReticleBrightness;
+    if (needs_.persist.ReadFlag(setting::ForceOldBSequence)) {
+        brightness.Maximum(kReticleSteps);
+        return;
+    }
+    state_.g_bNewBSequence = true;
+    brightness.Value(std::min(brightness.Value(), kReticleLevels));
+    brightness.Maximum(kReticleLevels);
+}
+
+/// The controller tells that the chosen model cannot be.
+void Telescope::CorrectMount(Mount_Type mount) {
+    needs_.mount.mountType = mount;
+    needs_.handBox.lblMountType.Text("Mount Type: " + std::string(needs_.mount.Name()));
+    needs_.statusWindow.lblMountType.Text(needs_.mount.Name());
+    needs_.persist.Write(setting::MountType, std::to_string(static_cast<int>(mount)));
 }
 
 void Telescope::ReadFirmwareRevision() {
@@ -138,18 +185,30 @@ void Telescope::ReadFirstPicture() {
             ParseGOS(state_.g_sStatus);
         }
     }
+    ReadPosition();
     double value = 0.0;
-    if (ParseProtocolHours(CommandStringInternal(wire::GetRa.text, false), value, needs_.log)) {
-        state_.g_dRa = value;
-    }
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetDec.text, false), value, needs_.log)) {
-        state_.g_dDec = value;
-    }
     if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), value, needs_.log)) {
         state_.g_dSiteLatitude = value;
     }
     if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), value, needs_.log)) {
         state_.g_dSiteLongitude = -value;
+    }
+    const std::string& status = state_.g_sStatus;
+    if (status.size() > 2 && status[0] != 'P' && status[1] != '9') {
+        needs_.panel.SetKingRateState();
+    }
+}
+
+/// A position that cannot be is left to the queries, which know how to recover.
+void Telescope::ReadPosition() {
+    double value = 0.0;
+    if (ParseProtocolHours(CommandStringInternal(wire::GetRa.text, false), value, needs_.log) && value >= 0.0 &&
+        value < 24.0) {
+        state_.g_dRa = value;
+    }
+    if (ParseProtocolDegrees(CommandStringInternal(wire::GetDec.text, false), value, needs_.log) && value >= -90.0 &&
+        value <= 90.0) {
+        state_.g_dDec = value;
     }
 }
 

@@ -1,3 +1,7 @@
+#include <algorithm>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -6,45 +10,114 @@ namespace {
 constexpr std::size_t kUsableLength = 11;
 constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
 
-/// What a tracking character of the status text means.
+/// Positions of the fields, from 0. All above the fault are optional.
+enum Field : std::size_t {
+    kPark = 0,
+    kTracking = 1,
+    kSlew = 3,
+    kGuideRate = 6,
+    kMoveRate = 7,
+    kSlewRate = 8,
+    kPem = 9,
+    kFault = 10,
+    kSwappedRa = 11,
+    kSwappedDec = 12,
+    kRateType = 13,
+};
+
+/// What a tracking character means.
 struct TrackingRow {
     char character;
     bool tracking;
     std::int16_t displayedRate;
+    bool corrected;
 };
 
 constexpr std::array<TrackingRow, 7> kTrackingRows{{
-    {'0', true, 2},
-    {'1', true, 3},
-    {'2', true, 1},
-    {'C', true, 4},
-    {'T', true, 1},
-    {'c', true, 4},
-    {'9', false, 0},
+    {'0', true, 2, false},
+    {'1', true, 3, false},
+    {'2', true, 1, false},
+    {'C', true, 4, false},
+    {'T', true, 1, true},
+    {'c', true, 4, true},
+    {'9', false, 0, false},
 }};
+
+struct GuideRateRow {
+    char character;
+    std::string_view text;
+};
+
+constexpr std::array<GuideRateRow, 3> kGuideRates{{{'0', "0.25x"}, {'1', "0.50x"}, {'2', "1.00x"}}};
+
+/// What a PEM character means. The buttons of the PEM are of no use while an encoder does its work.
+struct PemRow {
+    char character;
+    std::string_view text;
+    bool buttons;
+    std::int16_t state;  ///< 1 enabled, 2 disabled, 3 recording, -1 leaves it
+};
+
+constexpr std::array<PemRow, 4> kPemRows{{
+    {'O', "Disabled", true, 2},
+    {'P', "Enabled", true, 1},
+    {'R', "Recording", true, 3},
+    {'E', "Encoder", false, -1},
+}};
+
+struct FaultBit {
+    int bit;
+    std::int32_t CounterState::*counter;
+    void (Counters::*count)();
+};
+
+constexpr std::array<FaultBit, 3> kFaultBits{{
+    {4, &CounterState::g_nServoFaults, &Counters::CountServoFault},
+    {2, &CounterState::g_nLowPower, &Counters::CountLowPower},
+    {1, &CounterState::g_nMotorStalls, &Counters::CountMotorStall},
+}};
+
+template <typename Table>
+auto RowOf(const Table& table, char character) {
+    return std::ranges::find_if(table, [=](const auto& row) { return row.character == character; });
+}
+
+/// The entry of a list that a status character "0" up names; nothing for another character or a shorter list.
+const std::string* ListEntry(const ComboBox& list, char character, char highest) {
+    const auto index = static_cast<std::size_t>(character - '0');
+    const bool known = character >= '0' && character <= highest && index < list.ListItems().size();
+    return known ? &list.ListItems()[index] : nullptr;
+}
+
+std::string SwappedToolTip(std::string_view axis) {
+    return "WARNING: " + std::string(axis) +
+           " Move direction is swapped... this can causes issues with autoguider calibration";
+}
 
 }  // namespace
 
 void Telescope::ParseGOS(std::string_view status) {
+    const auto at = [&](Field field) { return field < status.size() ? status[field] : '\0'; };
     state_.g_bGosActive = status.size() >= kUsableLength;
     if (!state_.g_bGosActive) {
         return;
     }
-    const char park = status[0];
-    const char tracking = park == 'P' ? '9' : status[1];  // a parked mount stands, whatever the text says
-    ParseParkState(park);
-    if (needs_.clock.GetTickCount() - state_.g_tickDisplayedRate > kRateHoldMs || state_.g_nDisplayedRate < 0) {
-        for (const TrackingRow& row : kTrackingRows) {
-            if (row.character == tracking) {
-                state_.g_bTracking = row.tracking;
-                needs_.panel.ShowTrackingRate(row.displayedRate, false);
-            }
-        }
+    const char park = at(kPark);
+    const char tracking = park == 'P' ? '9' : at(kTracking);  // a parked mount stands, whatever the text says
+    ResumeNext errors{needs_.ledger, "ParseGOS"};
+    errors.Step([&] { ParseParkState(park); });
+    errors.Step([&] { ParseTracking(tracking); });
+    if (at(kSlew) == 'S' || at(kSlew) == '0') {
+        state_.g_bMountSlewing = at(kSlew) == 'S';
     }
-    if (status[3] == 'S' || status[3] == '0') {
-        state_.g_bMountSlewing = status[3] == 'S';
+    errors.Step([&] { ParseRates(at(kGuideRate), at(kMoveRate), at(kSlewRate)); });
+    errors.Step([&] { ParsePem(at(kPem)); });
+    errors.Step([&] { ParseFault(at(kFault)); });
+    errors.Step([&] { ShowSwapped(needs_.handBox.btnSwapEW, at(kSwappedRa) == '1', SwappedToolTip("RA"), ":"); });
+    errors.Step([&] { ShowSwapped(needs_.handBox.btnSwapNS, at(kSwappedDec) == '1', SwappedToolTip("Dec"), ""); });
+    if (status.size() > kRateType) {
+        errors.Step([&] { needs_.rates.UpdateMountRates(status.substr(kRateType, 1), false); });
     }
-    state_.g_sFaultCode = status.substr(10, 1);
 }
 
 void Telescope::ParseParkState(char park) {
@@ -66,6 +139,70 @@ void Telescope::ParseParkState(char park) {
         state_.g_bParked = false;
     }
     state_.g_tickParkedSince = Tick{};
+}
+
+void Telescope::ParseTracking(char tracking) {
+    if (needs_.clock.GetTickCount() - state_.g_tickDisplayedRate <= kRateHoldMs && state_.g_nDisplayedRate >= 0) {
+        return;
+    }
+    const auto row = RowOf(kTrackingRows, tracking);
+    if (row != kTrackingRows.end()) {
+        state_.g_bTracking = row->tracking;
+        needs_.panel.ShowTrackingRate(row->displayedRate, row->corrected);
+    }
+}
+
+void Telescope::ParseRates(char guide, char move, char slew) {
+    const auto guideRow = RowOf(kGuideRates, guide);
+    if (guideRow != kGuideRates.end()) {
+        needs_.statusWindow.lblGuidingRate.Text(guideRow->text);
+    }
+    const auto show = [&](Label& label, const std::string* entry, const WireCommand& question) {
+        label.Text(entry ? *entry : CommandStringInternal(question.text, false) + "x");
+    };
+    show(needs_.statusWindow.lblCenteringRate, ListEntry(needs_.handBox.cbxMoveRate, move, '3'),
+         wire::GetCenteringRate);
+    show(needs_.statusWindow.lblSlewRate, ListEntry(needs_.handBox.cbxInitSlewRate, slew, '2'), wire::GetSlewRate);
+}
+
+void Telescope::ParsePem(char pem) {
+    const auto row = RowOf(kPemRows, pem);
+    if (row == kPemRows.end()) {
+        return;
+    }
+    if (row->state >= 0) {
+        state_.g_nPemState = row->state;
+    }
+    if (!state_.g_bPemAvailable) {
+        return;
+    }
+    needs_.handBox.btnEnablePEM.Enabled(row->buttons);
+    needs_.handBox.btnDisablePEM.Enabled(row->buttons);
+    needs_.handBox.btnPEMRecord.Enabled(row->buttons);
+    needs_.handBox.framePemSettings.Caption("PEM: " + std::string(row->text));
+    needs_.statusWindow.lblPECState.Text(row->text);
+}
+
+void Telescope::ParseFault(char fault) {
+    const std::string code(1, fault);
+    const bool isNew = state_.g_sFaultCode != code;
+    state_.g_sFaultCode = code;
+    if (IsAllDigits(code)) {
+        for (const FaultBit& row : kFaultBits) {
+            // Once each until the counters are reset: the status text repeats a fault as long as it lasts.
+            if (((fault - '0') & row.bit) != 0 && needs_.counters.Values().*row.counter == 0) {
+                (needs_.counters.*row.count)();
+            }
+        }
+    }
+    if (isNew) {
+        needs_.panel.UpdateErrorCounts();
+    }
+}
+
+void Telescope::ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal) {
+    button.BackColour(swapped ? kYellow : kButtonFaceColour);
+    button.ToolTip(swapped ? warning : normal);
 }
 
 }  // namespace kestrane

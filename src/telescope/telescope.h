@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -55,6 +56,7 @@ struct TelescopeNeeds {
     PollLoop& poll;
     ClientConnections& connections;
     DeviceRegistration& registration;
+    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
     std::function<Telescope*()> internalInstance;  ///< null while there is none
 };
 
@@ -115,7 +117,8 @@ public:
     void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
     /// The driver's own commands in the form that lower floors know.
     MountCommands& Commands() override { return exchange_; }
-    /// Runs the text of a "RAW," command; the reply is "1", "1," and a value, or "0," and a message.
+    /// Runs the text behind "RAW,", a verb and, behind its first comma, its arguments; case counts. The reply is "1",
+    /// "1," and a value, or "0," and a message. Raises nothing: an action that fails leaves the reply "1".
     std::string ExecuteDriverCommand(std::string_view command);
 
     // --- fixed properties ---------------------------------------------------------------------------------------
@@ -164,6 +167,12 @@ public:
     void DoesRefraction(bool does);
     double SiteLatitude() override;  ///< asks the mount; the last value when its reply cannot be read; link check
     double SiteLongitude();          ///< east positive, -180 to 180; asks the mount as above; link check
+    double SiteElevation();          ///< metres
+    /// The mount's time of day on the computer's date, in UTC; link check.
+    DateTime utcDate();
+    /// Gives the mount its time, date, meridian delay and time zone; link check. From 23:58 until 00:02 local time
+    /// nothing is sent. What the mount refuses is logged only.
+    void utcDate(const DateTime& utc);
 
     // --- target of the next slew --------------------------------------------------------------------------------
 
@@ -203,6 +212,10 @@ public:
     /// 0 sidereal, 1 lunar, 2 solar. Writing stops motion, then starts tracking at the rate; 0x80040405 for others.
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
+    double RightAscensionRate();       ///< seconds of RA per sidereal second; 0x80040400 without custom rates
+    double DeclinationRate();          ///< arc-seconds per second; 0x80040400 without custom rates
+    double GuideRateRightAscension();  ///< degrees per second, one value for both axes
+    double GuideRateDeclination();
     /// A new list: 0, 1, 2, and 3 with the two newest controllers, also where their firmware has no King rate. Lists
     /// handed out before keep their contents. The link is checked.
     std::shared_ptr<const kestrane::TrackingRates> TrackingRates();
@@ -243,6 +256,8 @@ private:
     void OpenForFirstClient();
     void ShowMountAddress();
     void WarnAboutSync();
+    bool IsAtPowerOnPosition() const;
+    void InitAfterPowerOn();
     void DisconnectClient();
     void WaitForTimerIdle();
     void InitializeFirstObject();
@@ -252,13 +267,48 @@ private:
     void ResetFirmwareFlags();
     void ClassifyFirmware();
     void ClassifyModernFirmware();
+    void ClassifyKc5();
+    void ClassifyKc4();
+    void ApplyVersionU();
     void ReadFirmwareRevision();
     void RaisePrecision(std::string_view reason);
+    void CorrectMount(Mount_Type mount);
     void ApplyStatusSettings();
     void ReadFirstPicture();
+    void ReadPosition();
 
     // operation_status.cpp
     void ParseParkState(char park);
+    void ParseTracking(char tracking);
+    void ParseRates(char guide, char move, char slew);
+    void ParsePem(char pem);
+    void ParseFault(char fault);
+    void ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal);
+
+    // mount_time.cpp
+    void SendMeridianDelay();
+    void SendDate(const DateTime& local);
+    void SendTimeZone();
+
+    // driver_commands.cpp
+    struct DriverVerb;
+    static std::span<const DriverVerb> DriverVerbs();
+    std::string VerbInitTime(std::string_view arguments);
+    std::string VerbGetCommunicationErrors(std::string_view arguments);
+    std::string VerbResetCommunicationErrors(std::string_view arguments);
+    std::string VerbGetPulseGuideEvents(std::string_view arguments);
+    std::string VerbGetRaDecEvents(std::string_view arguments);
+    std::string VerbResetEvents(std::string_view arguments);
+    std::string VerbGetPulseGuideEventInfo(std::string_view arguments);
+    std::string VerbGetRaDecEventInfo(std::string_view arguments);
+    std::string VerbGetEventReferenceTime(std::string_view arguments);
+    std::string VerbVersion(std::string_view arguments);
+    std::string VerbGetComTimeout(std::string_view arguments);
+    std::string VerbSetComTimeout(std::string_view arguments);
+    std::string VerbGetComRetries(std::string_view arguments);
+    std::string VerbSetComRetries(std::string_view arguments);
+    std::string VerbGetIniValue(std::string_view arguments);
+    std::string VerbSetIniValue(std::string_view arguments);
 
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
@@ -281,6 +331,8 @@ private:
 
     // tracking.cpp
     void ClearCustomDecRate();
+    double GuideRate(std::string_view name);
+    double CustomRate(std::string_view name, double rate);
 
     // rate_lists.cpp
     void CreateAxisRates();

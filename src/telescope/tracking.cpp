@@ -17,6 +17,9 @@ constexpr std::array<RateRow, 3> kRates{{
     {"1#", 3},  // solar
 }};
 
+constexpr double kSiderealRate = 15.04107;  // arc-seconds per second
+constexpr double kArcSecondsPerDegree = 3600.0;
+
 }  // namespace
 
 bool Telescope::Tracking() {
@@ -63,6 +66,36 @@ void Telescope::ClearCustomDecRate() {
     if (state_.g_bHasCustomRates && !state_.g_bGosActive) {
         CommandBoolInternal(std::string(wire::CustomDecRate.text) + "0.0000", false);
     }
+}
+
+double Telescope::RightAscensionRate() {
+    return CustomRate("RightAscensionRate", state_.g_dRaRate);
+}
+
+double Telescope::DeclinationRate() {
+    return CustomRate("DeclinationRate", state_.g_dDecRate);
+}
+
+double Telescope::CustomRate(std::string_view name, double rate) {
+    if (!state_.g_bHasCustomRates) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " is not available for VTRKC1/2");
+        throw DriverError(ErrorNumber::NotImplemented, std::string(name) + "  is not implemented in this driver.");
+    }
+    return LogGet(name, rate);
+}
+
+double Telescope::GuideRateRightAscension() {
+    return GuideRate("GuideRateRightAscension");
+}
+
+double Telescope::GuideRateDeclination() {
+    return GuideRate("GuideRateDeclination");
+}
+
+double Telescope::GuideRate(std::string_view name) {
+    const double rate = state_.g_dGuideRate * kSiderealRate / kArcSecondsPerDegree;
+    LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // the words that readers of logs know; it is degrees
+    return rate;
 }
 
 }  // namespace kestrane

@@ -52,7 +52,7 @@ RunTimeError::RunTimeError(std::uint32_t number, std::string message)
 
 void SwallowLedger::Note(SwallowedError error) {
     if (entries_.size() >= kCapacity) {
-        entries_.erase(entries_.begin());
+        entries_.pop_front();
     }
     entries_.push_back(std::move(error));
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace kestrane {
 
@@ -88,11 +88,11 @@ public:
     static constexpr std::size_t kCapacity = 1000;
 
     void Note(SwallowedError error);
-    const std::vector<SwallowedError>& Entries() const { return entries_; }
+    const std::deque<SwallowedError>& Entries() const { return entries_; }
     void Clear() { entries_.clear(); }
 
 private:
-    std::vector<SwallowedError> entries_;
+    std::deque<SwallowedError> entries_;
 };
 
 /// A procedure that runs with errors ignored: a failing statement is abandoned and the next one runs, and an

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/clock.h"
+
+namespace kestrane {
+
+/// The date and time `milliseconds` later (earlier, when negative), by the calendar; zones have no say.
+DateTime AddMilliseconds(const DateTime& date, std::int64_t milliseconds);
+
+/// "YYYY-MM-DD HH:MM:SS".
+std::string DateTimeText(const DateTime& date);
+
+/// Two digits at least, with a leading zero.
+std::string TwoDigits(int value);
+
+}  // namespace kestrane

@@ -1,0 +1,121 @@
+#include <cmath>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/date_time.h"
+#include "kernel/base/text.h"
+#include "state/reply_predicates.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kMsPerHour = 3600.0 * 1000.0;
+constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
+constexpr double kSameZoneHours = 0.001;
+constexpr std::size_t kTimeLength = 8;  // HH:MM:SS; what follows does not count
+
+/// Around midnight the mount would change its date.
+bool IsAroundMidnight(const DateTime& local) {
+    return (local.hour == 23 && local.minute >= 58) || (local.hour == 0 && local.minute <= 1);
+}
+
+std::string TimeOfDay(const DateTime& date) {
+    return TwoDigits(date.hour) + ":" + TwoDigits(date.minute) + ":" + TwoDigits(date.second);
+}
+
+std::string MonthDayYear(const DateTime& date) {
+    return TwoDigits(date.month) + "/" + TwoDigits(date.day) + "/" + TwoDigits(date.year % 100);
+}
+
+std::string Command(const WireCommand& command, std::string_view argument) {
+    return std::string(command.text) + std::string(argument);
+}
+
+}  // namespace
+
+DateTime Telescope::utcDate() {
+    CheckConnected();
+    const std::string reply = CommandStringInternal(wire::GetLocalTime.text, false).substr(0, kTimeLength);
+    DateTime local = needs_.clock.GetLocalTime();
+    double hours = 0.0;
+    if (ParseProtocolHours(reply, hours, needs_.log) && hours >= 0.0 && hours < 24.0) {
+        local.hour = local.minute = local.second = local.millisecond = 0;
+        local = AddMilliseconds(local, std::llround(hours * kMsPerHour));
+    } else {
+        needs_.log.LogMessage("ASCOM", LogLevel::Error,
+                              "The mount did not tell its time; the computer's time stands for it.");
+    }
+    const DateTime utc = needs_.clock.DateLocalToUTC(local);
+    LogGetText("utcDate", DateTimeText(utc));
+    return utc;
+}
+
+void Telescope::utcDate(const DateTime& utc) {
+    CheckConnected();
+    needs_.log.LogMessage(
+        "ASCOM", LogLevel::Info,
+        "SET utcDate = " + DateTimeText(utc) + ", Meridian Delay = " + PlainNumber(state_.g_dMeridianDelay));
+    DateTime local = needs_.clock.DateUTCToLocal(utc);
+    if (IsAroundMidnight(local)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Error, "Unable to SET Date/time from 23:58 until 00:02");
+        return;
+    }
+    ResumeNext errors{needs_.ledger, "utcDate"};
+    if (state_.g_bHasMeridianQuery) {
+        errors.Step([&] { SendMeridianDelay(); });
+    } else if (state_.g_dMeridianDelay != 0.0) {
+        // Earlier firmware knows no delay: its clock is shifted instead.
+        local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
+    }
+    if (!CommandBoolInternal(Command(wire::SetLocalTime, TimeOfDay(local)), false)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
+    }
+    errors.Step([&] { SendDate(local); });
+    errors.Step([&] { SendTimeZone(); });
+}
+
+void Telescope::SendMeridianDelay() {
+    double inMount = 0.0;
+    if (!ParseProtocolHours(CommandStringInternal(wire::GetMeridianDelay.text, false), inMount, needs_.log)) {
+        // Without knowing the mount's delay none is written over it.
+        needs_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
+        return;
+    }
+    if (std::abs(inMount - state_.g_dMeridianDelay) < kSameDelayHours) {
+        needs_.log.LogMessage("Telescope", LogLevel::Info,
+                              "Meridian Delay matches currently set value - no need to change!");
+        return;
+    }
+    CommandBoolInternal(Command(wire::SetMeridianDelay, HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0)), false);
+}
+
+void Telescope::SendDate(const DateTime& local) {
+    CommandStringInternal(Command(wire::SetDate, MonthDayYear(local)), false);
+    if (needs_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
+        // Over the serial line a second reply follows: the mount tells that it computes.
+        needs_.link->ReceiveTerminated("#");
+    }
+}
+
+void Telescope::SendTimeZone() {
+    const std::string reply = CommandStringInternal(wire::GetTimeZone.text, false);
+    if (!IsTimeZoneReply(reply, needs_.log)) {
+        return;
+    }
+    const double inMount = ProtocolHours(reply, needs_.log);
+    const double zone = needs_.clock.TimeZoneOffset();
+    if (std::abs(inMount - zone) <= kSameZoneHours) {
+        needs_.log.LogMessage("Telescope", LogLevel::Info, "Mount Time Zone matches PC Time Zone - no need to change!");
+        return;
+    }
+    if (!CommandBoolInternal(Command(wire::SetTimeZone, HoursToHMS(zone, ":", ":", "", 1)), false)) {
+        needs_.log.LogMessage("Telescope", LogLevel::Error,
+                              "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
+        return;
+    }
+    state_.g_dTimeZone = zone;
+    needs_.queries.ShowTimeZone();
+}
+
+}  // namespace kestrane

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+/// Texts behind "RAW," handed to a client's object on a closed link.
+class DriverCommandsTest : public DriverFixture {
+protected:
+    DriverCommandsTest() {
+        Start();
+        telescope = driver->CreateTelescope();
+    }
+    void TearDown() override {
+        telescope.reset();
+        DriverFixture::TearDown();
+    }
+
+    std::string Run(const std::string& command) { return telescope->CommandString("RAW," + command, true); }
+
+    TelescopeObject telescope;
+};
+
+struct VerbRow {
+    std::string command;
+    std::string reply;
+};
+
+class VerbTableTest : public DriverCommandsTest, public testing::WithParamInterface<VerbRow> {};
+
+TEST_P(VerbTableTest, Verb_AnswersInItsForm) {
+    EXPECT_EQ(Run(GetParam().command), GetParam().reply);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Verbs, VerbTableTest,
+    testing::Values(VerbRow{"Version", "1,5.50.03"}, VerbRow{"Version,with,arguments", "1,5.50.03"},
+                    VerbRow{"version", "0,Unknown Command: version"},
+                    VerbRow{"Nonsense,1,2", "0,Unknown Command: Nonsense,1,2"}, VerbRow{"", "0,Unknown Command: "},
+                    VerbRow{",", "0,Unknown Command: ,"}, VerbRow{"GetCommunicationErrors", "1,0,0,0,0,0"},
+                    VerbRow{"ResetCommunicationErrors", "1"}, VerbRow{"ResetEvents", "1"},
+                    VerbRow{"GetPulseGuideEventInfo", "1,0,0"}, VerbRow{"GetRaDecEventInfo", "1,0,0"},
+                    VerbRow{"GetPulseGuideEvents,1000", "0,GetPulseGuideEvents argument must have an index 0-999"},
+                    VerbRow{"GetPulseGuideEvents,x", "0,GetPulseGuideEvents argument must have an index 0-999"},
+                    VerbRow{"GetPulseGuideEvents", "0,GetPulseGuideEvents no index argument must have an index 0-999"},
+                    VerbRow{"GetRaDecEvents,-1", "0,GetRaDecEvents argument must have an index 0-999"},
+                    VerbRow{"GetRaDecEvents", "0,GetRaDecEvents no index argument must have an index 0-999"},
+                    VerbRow{"GetComTimeout", "1,500"}, VerbRow{"SetComTimeout,0", "0,Value must be greater than 0"},
+                    VerbRow{"SetComTimeout,-5", "0,Value must be greater than 0"},
+                    VerbRow{"SetComTimeout,x", "0,Value must be numeric, greater than 0"},
+                    VerbRow{"SetComTimeout", "0,Value must be numeric, greater than 0"},
+                    VerbRow{"SetComTimeout,99999999999", "0,Value must be numeric, greater than 0"},
+                    VerbRow{"SetComTimeout,1", "1"}, VerbRow{"GetComRetries", "1,2"}, VerbRow{"SetComRetries,0", "1"},
+                    VerbRow{"SetComRetries,-1", "0,Value must be >= 0"},
+                    VerbRow{"SetComRetries,many", "0,Value must be numeric, >= 0"},
+                    VerbRow{"SetComRetries", "0,Value must be numeric, >= 0"},
+                    VerbRow{"GetIniValue,NoSuchKey", "0,INI Keyword not found: NoSuchKey"},
+                    VerbRow{"GetIniValue", "0,No INI Keyword specified"},
+                    VerbRow{"SetIniValue,=5", "0,Keyword=Value not specified"},
+                    VerbRow{"SetIniValue, =5", "0,Keyword=Value not specified"},
+                    VerbRow{"SetIniValue,Key", "0,Keyword=Value not specified"},
+                    VerbRow{"SetIniValue", "0,No Keyword specified"}, VerbRow{"SetIniValue,Key=", "1"}));
+
+TEST_F(DriverCommandsTest, IniValue_ComesBackTrimmedAndMayHoldAnEqualsSign) {
+    EXPECT_EQ(Run("SetIniValue, MyKey = a=b "), "1");
+    EXPECT_EQ(Run("GetIniValue,mykey"), "1,a=b");
+}
+
+TEST_F(DriverCommandsTest, ComTimeout_IsKept) {
+    EXPECT_EQ(Run("SetComTimeout,750"), "1");
+    EXPECT_EQ(Run("GetComTimeout"), "1,750");
+    EXPECT_EQ(Run("SetComTimeout,nonsense"), "0,Value must be numeric, greater than 0");
+    EXPECT_EQ(Run("GetComTimeout"), "1,750") << "a failure leaves all as it was";
+}
+
+TEST_F(DriverCommandsTest, ComRetries_RuleTheObjectsExchangesAtMostFive) {
+    EXPECT_EQ(Run("SetComRetries,9"), "1");
+    EXPECT_EQ(Run("GetComRetries"), "1,9");
+    EXPECT_EQ(telescope->MaxSerialRetries(), 5);
+    EXPECT_EQ(driver->InternalInstance().MaxSerialRetries(), 5);
+}
+
+TEST_F(DriverCommandsTest, CommunicationErrors_AreThoseOfTheHandBoxAndTheStalls) {
+    driver->counters.CountRetransmit();
+    driver->counters.CountRetransmit();
+    driver->counters.CountReceiveTerminatedError();
+    driver->counters.CountMotorStall();
+    driver->counters.CountServoFault();
+    driver->counters.CountServoFault();
+    driver->counters.CountLowPower();
+    driver->counters.CountLowPower();
+    driver->counters.CountLowPower();
+    EXPECT_EQ(Run("GetCommunicationErrors"), "1,2,1,1,2,3");
+}
+
+TEST_F(DriverCommandsTest, Events_AreReadOnFromTheIndexOfTheLastReading) {
+    Run("ResetEvents");
+    driver->journal.AddPulseGuideEvent(7, 250, 1);
+    EXPECT_EQ(Run("GetPulseGuideEventInfo"), "1,1,1");
+    EXPECT_EQ(Run("GetPulseGuideEvents,0"), "1,0,4,1,0,7,250,1,1");
+    EXPECT_EQ(Run("GetPulseGuideEvents,1"), "1,1,4,0,1");
+}
+
+TEST_F(DriverCommandsTest, Command_IsLoggedWithItsReplyAndNeverReachesTheMount) {
+    const std::size_t before = mount->Commands().size();
+    Run("Version");
+    EXPECT_EQ(mount->Commands().size(), before);
+    EXPECT_TRUE(Logged("RAW,Version"));
+    EXPECT_TRUE(Logged("1,5.50.03"));
+}
+
+}  // namespace
+}  // namespace kestrane

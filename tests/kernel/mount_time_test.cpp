@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+
+#include "kernel/base/date_time.h"
+#include "support/driver_fixture.h"
+#include "support/wire_transcript.h"
+
+namespace kestrane {
+namespace {
+
+/// The clock of the mount on the wire: an open link of a client's object, 500 ms, no retries. The computer stands on
+/// 2024-03-20 at 21:05:30 local time, in a zone of UTC+1.
+class MountTimeTest : public DriverFixture {
+protected:
+    MountTimeTest() {
+        Start();
+        driver->InternalInstance();
+        driver->state.g_nScopeConnects = 1;
+        driver->state.g_bConnected = true;
+        driver->state.g_bHasMeridianQuery = true;
+        machine.clock.SetLocalTime(DateTime{2024, 3, 20, 21, 5, 30, 0});
+    }
+
+    void Play(std::string_view script, const DateTime& utc = DateTime{2024, 3, 20, 20, 5, 30, 0}) {
+        WireTranscript transcript(machine.clock, machine.pump, script);
+        machine.serialPorts.Connect(1, transcript.Line());
+        driver->link->Port(1);
+        driver->link->ReceiveTimeoutMS(500);
+        driver->link->Connected(true);
+        driver->log.SetListener(transcript.LogListener());
+        transcript.Call("Set", [&] { driver->InternalInstance().utcDate(utc); });
+        transcript.Call("Get", [&] { return DateTimeText(driver->InternalInstance().utcDate()); });
+        transcript.Call("InitTime",
+                        [&] { return driver->InternalInstance().CommandStringInternal("RAW,InitTime", true); });
+        transcript.Play();
+        driver->log.SetListener({});
+        driver->link->Connected(false);
+        machine.serialPorts.Disconnect(1);
+    }
+};
+
+TEST_F(MountTimeTest, UtcDate_GoesOutAsLocalTimeDateAndZone) {
+    Play(R"(
+        0   = Set
+        0   L ASCOM Info SET utcDate = 2024-03-20 20:05:30, Meridian Delay = 0
+        0   > :GM#
+        5   < +00:00:00#
+        *   L Telescope Info Meridian Delay matches currently set value - no need to change!
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   L Telescope Info Mount Time Zone matches PC Time Zone - no need to change!
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, DelayAndZoneThatDiffer_AreWritten) {
+    driver->state.g_dMeridianDelay = 1.5;
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < -00:30:00#
+        *   > :SM01:30:00#
+        *   < 1
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < 05:00:00.0#
+        *   > :SG-01:00:00.0#
+        *   < 1
+        *   = ->
+    )");
+    EXPECT_EQ(driver->state.g_dTimeZone, -1.0);
+    EXPECT_EQ(driver->handBox.lblTZ.Text(), driver->statusWindow.lblTimeZone.Text());
+}
+
+TEST_F(MountTimeTest, DelayThatTheMountDoesNotTell_IsNotWrittenOver) {
+    ExpectSwallow("CommandString");
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   ~
+        *   > #
+        *   L Telescope Error The mount did not tell its Meridian Delay
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, EarlierFirmware_GetsTheDelayAddedToItsClock) {
+    driver->state.g_bHasMeridianQuery = false;
+    driver->state.g_dMeridianDelay = 1.0;
+    Play(R"(
+        0   = Set
+        *   > :SL22:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, RefusedTime_IsLoggedAndTheDateFollows) {
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < +00:00:00#
+        *   > :SL21:05:30#
+        *   < 0
+        *   > #
+        *   L ASCOM Error The time value was rejected by the KS mount.
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
+    driver->state.g_dTimeZone = 5.0;
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < +00:00:00#
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < 05:00:00.0#
+        *   > :SG-01:00:00.0#
+        *   < 0
+        *   > #
+        *   L Telescope Error Error setting Time Zone from 5 to -1
+        *   = ->
+    )");
+    EXPECT_EQ(driver->state.g_dTimeZone, 5.0);
+}
+
+TEST_F(MountTimeTest, OverTheNetwork_NoSecondLineIsRead) {
+    driver->persist.WriteIniValue("chkIPAddress", "1");
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < +00:00:00#
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+}
+
+struct MidnightRow {
+    int hour;
+    int minute;
+    int second;
+    bool sent;
+};
+
+class MidnightTest : public MountTimeTest, public testing::WithParamInterface<MidnightRow> {};
+
+TEST_P(MidnightTest, AroundLocalMidnight_NothingIsSentAndNothingIsRaised) {
+    const auto& [hour, minute, second, sent] = GetParam();
+    machine.ConnectMount(1, *mount);
+    driver->link->Port(1);
+    driver->link->ReceiveTimeoutMS(500);
+    driver->link->Connected(true);
+    const DateTime local{2024, 3, 20, hour, minute, second, 0};
+    driver->InternalInstance().utcDate(machine.clock.DateLocalToUTC(local));
+    EXPECT_EQ(!mount->Commands().empty(), sent);
+    EXPECT_EQ(Logged("Unable to SET Date/time from 23:58 until 00:02"), !sent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Times, MidnightTest,
+                         testing::Values(MidnightRow{23, 57, 59, true}, MidnightRow{23, 58, 0, false},
+                                         MidnightRow{23, 59, 59, false}, MidnightRow{0, 0, 0, false},
+                                         MidnightRow{0, 1, 59, false}, MidnightRow{0, 2, 0, true}));
+
+TEST_F(MountTimeTest, UtcDate_IsTheMountsTimeOnTheComputersDate) {
+    Play(R"(
+        0   = Get
+        0   > :GL#
+        5   < 22:15:40.5#
+        *   L ASCOM Info GET utcDate = 2024-03-20 21:15:40
+        *   = -> 2024-03-20 21:15:40
+    )");
+}
+
+TEST_F(MountTimeTest, TimeThatTheMountDoesNotTell_IsThatOfTheComputer) {
+    Play(R"(
+        0   = Get
+        0   > :GL#
+        5   < nonsense#
+        *   = -> 2024-03-20 20:05:30
+    )");
+}
+
+TEST_F(MountTimeTest, Reading_NeedsTheLink) {
+    driver->state.g_nScopeConnects = 0;
+    driver->state.g_bConnected = false;
+    EXPECT_EQ(ErrorOf([&] { driver->InternalInstance().utcDate(); }), 0x80040404U);
+    EXPECT_EQ(ErrorOf([&] { driver->InternalInstance().utcDate(DateTime{}); }), 0x80040404U);
+}
+
+TEST_F(MountTimeTest, InitTime_GivesTheMountTheComputersTime) {
+    Play(R"(
+        0   = InitTime
+        *   > :GM#
+        *   < +00:00:00#
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = -> 1
+    )");
+}
+
+}  // namespace
+}  // namespace kestrane
