@@ -123,19 +123,21 @@ std::string Socket::Receive() {
     return {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
-Answer HttpClient::Get(std::string_view member) {
-    return Ask("GET /api/v1/telescope/0/" + std::string(member) + "?" + Ids() + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+Answer HttpClient::Get(std::string_view member, const std::string& form) {
+    return Ask("GET /api/v1/telescope/0/" + std::string(member) + "?" + WithIds(form) +
+               " HTTP/1.1\r\nHost: localhost\r\n\r\n");
 }
 
 Answer HttpClient::Put(std::string_view member, const std::string& form) {
-    const std::string body = form.empty() ? Ids() : form + "&" + Ids();
+    const std::string body = WithIds(form);
     return Ask("PUT /api/v1/telescope/0/" + std::string(member) +
                " HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
                std::to_string(body.size()) + "\r\n\r\n" + body);
 }
 
-std::string HttpClient::Ids() {
-    return "ClientID=" + std::to_string(clientId_) + "&ClientTransactionID=" + std::to_string(++transaction_);
+std::string HttpClient::WithIds(const std::string& form) {
+    return (form.empty() ? "" : form + "&") + "ClientID=" + std::to_string(clientId_) +
+           "&ClientTransactionID=" + std::to_string(++transaction_);
 }
 
 Answer HttpClient::Ask(const std::string& request) {

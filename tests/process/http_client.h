@@ -50,16 +50,16 @@ public:
     HttpClient(std::uint16_t port, int clientId, Seconds limit = Seconds(30))
         : port_(port), clientId_(clientId), limit_(limit) {}
 
-    /// Members in lower case. Raises `NoAnswer`; a failure of the device is in the answer.
-    Answer Get(std::string_view member);
-    /// `form` as "Key=Value&Key=Value".
+    /// Members in lower case; `form` as "Key=Value&Key=Value". Raises `NoAnswer`; a failure of the device is in the
+    /// answer.
+    Answer Get(std::string_view member, const std::string& form = "");
     Answer Put(std::string_view member, const std::string& form = "");
 
     void Close() { socket_.reset(); }
 
 private:
     Answer Ask(const std::string& request);
-    std::string Ids();
+    std::string WithIds(const std::string& form);
 
     std::uint16_t port_;
     int clientId_;
