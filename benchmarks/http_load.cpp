@@ -1,5 +1,6 @@
 // Loads a driver over keep-alive HTTP the way clients do: starts the simulated mount and the activator, measures the
-// time from the first request to its answer, then reads a cached property over 1 and 8 connections.
+// time from the first request to its answer and what the driver takes of a core while its one client is silent, then
+// reads a cached property over 1 and 8 connections.
 //
 //     bench_http BIN_DIR DATA_DIR
 
@@ -13,9 +14,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <spawn.h>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
@@ -146,18 +149,50 @@ std::string Put(const std::string& member, const std::string& body) {
            std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-/// Resident kilobytes of the youngest child of `parent`.
-long ResidentOfDriver(pid_t parent) {
+/// Where /proc tells of the one child of `parent`.
+std::string DriverOf(pid_t parent) {
     std::ifstream children("/proc/" + std::to_string(parent) + "/task/" + std::to_string(parent) + "/children");
     std::string child;
     children >> child;
-    std::ifstream status("/proc/" + child + "/status");
+    return "/proc/" + child;
+}
+
+/// Resident kilobytes.
+long ResidentOf(const std::string& process) {
+    std::ifstream status(process + "/status");
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with("VmRSS:")) {
             return std::atol(line.c_str() + 6);
         }
     }
     return -1;
+}
+
+/// Processor seconds so far, of all threads.
+double ProcessorTimeOf(const std::string& process) {
+    std::ifstream file(process + "/stat");
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::istringstream fields(text.substr(text.rfind(')') + 1));  // the name before it may hold blanks
+    constexpr int kFieldsBefore = 11;
+    std::string skipped;
+    for (int i = 0; i < kFieldsBefore; ++i) {
+        fields >> skipped;
+    }
+    long user = 0;
+    long system = 0;
+    if (!(fields >> user >> system)) {
+        throw std::runtime_error("no processor time in " + process + "/stat");
+    }
+    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+void MeasureIdle(const std::string& process) {
+    constexpr std::chrono::seconds kTime{20};
+    const double before = ProcessorTimeOf(process);
+    const Time start = Now();
+    std::this_thread::sleep_for(kTime);
+    const double share = (ProcessorTimeOf(process) - before) / (Microseconds(start, Now()) / 1e6);
+    std::printf("processor time with one connected, silent client: %.2f %% of one core\n", share * 100.0);
 }
 
 void RequireSuccess(const std::string& answer) {
@@ -220,10 +255,11 @@ void Run(const std::filesystem::path& bin, const std::filesystem::path& data) {
     MeasureStart(port);
     Connection keeper(port);
     RequireSuccess(keeper.Ask(Put("connected", "Connected=True&ClientID=1&ClientTransactionID=1")));
+    MeasureIdle(DriverOf(activator.Pid()));
     for (const int connections : {1, 8}) {
         MeasureReads(port, connections);
     }
-    std::printf("resident memory: %.1f MB\n", static_cast<double>(ResidentOfDriver(activator.Pid())) / 1024.0);
+    std::printf("resident memory: %.1f MB\n", static_cast<double>(ResidentOf(DriverOf(activator.Pid()))) / 1024.0);
 }
 
 }  // namespace
