@@ -37,7 +37,7 @@ Expected NaiveBookmarks(std::string_view content) {
     }
     Expected expected;
     for (std::size_t from = 0; from <= content.size();) {
-        const std::size_t end = std::min(content.find('\n', from), content.size());
+        const std::size_t end = std::min(content.find_first_of("\r\n", from), content.size());
         const std::string line = Utf8OfLegacyText(WithoutWhite(content.substr(from, end - from)));
         from = end + 1;
         if (line.empty() || line.front() == '#') {
