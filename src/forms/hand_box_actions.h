@@ -33,8 +33,8 @@ public:
     virtual void UpdateErrorCounts() = 0;
     /// One phase of the flash that tells of a slew.
     virtual void SlewFlashDisplay() = 0;
-    /// Lights the mark of a guide pulse: 0 north, 1 south, 2 east, 3 west; of the others, even ones north and south
-    /// together, odd ones east and west.
+    /// Lights or darkens the mark of a guide pulse: 0 north, 1 south, 2 east, 3 west, -1 all four; of the others, even
+    /// ones north and south together, odd ones east and west.
     virtual void SetUiGuideIndicator(std::int32_t direction, bool on) = 0;
 
     /// Switches the King correction of the mount as the user wants it. Talks to the mount.

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::int32_t kPollIntervalMs = 150;
 constexpr std::int32_t kMinimizeDelayMs = 1000;
+constexpr std::int32_t kAllGuideMarks = -1;
 
 struct HelpRow {
     VisibleControl& control;
@@ -66,10 +67,7 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
 void HandBoxPanel::OnLoad() {
     const FillsHandBox filling(needs_.handBox);
     RestorePosition();
-    SetUiGuideIndicator(0, false);
-    SetUiGuideIndicator(1, false);
-    SetUiGuideIndicator(2, false);
-    SetUiGuideIndicator(3, false);
+    SetUiGuideIndicator(kAllGuideMarks, false);
     moves_ = LoadMoveCommands(state_.g_sMountRateType);
     needs_.queries.ResetQueryTimes();
     frmHandBox& handBox = needs_.handBox;
@@ -204,9 +202,16 @@ void HandBoxPanel::SetUiGuideIndicator(std::int32_t direction, bool on) {
         Paint(*single[direction], colours);
         return;
     }
-    const int first = direction % 2 == 0 ? 0 : 2;
-    Paint(*single[first], colours);
-    Paint(*single[first + 1], colours);
+    const bool northSouth = direction == kAllGuideMarks || direction % 2 == 0;
+    const bool eastWest = direction == kAllGuideMarks || direction % 2 != 0;
+    for (const std::size_t mark : {std::size_t{0}, std::size_t{1}}) {
+        if (northSouth) {
+            Paint(*single[mark], colours);
+        }
+        if (eastWest) {
+            Paint(*single[mark + 2], colours);
+        }
+    }
 }
 
 void HandBoxPanel::ToggleHourAngle() {

@@ -11,6 +11,17 @@ protected:
     HandBoxDisplay() { Start(); }
 
     frmHandBox& HandBox() { return driver->handBox; }
+    /// The words of the guide marks that are lit.
+    std::vector<std::string> LitMarks() {
+        std::vector<std::string> lit;
+        for (const Label* label :
+             {&HandBox().lblGuideNorth, &HandBox().lblGuideSouth, &HandBox().lblGuideEast, &HandBox().lblGuideWest}) {
+            if (label->BackColour() != kNormalBackColour) {
+                lit.push_back(label->Text());
+            }
+        }
+        return lit;
+    }
     /// Which of the five indicators shows; -1 for none, -2 for several.
     int Indicator() {
         int shown = -1;
@@ -130,22 +141,23 @@ TEST_F(HandBoxDisplay, GuideIndicator_LightsOneOrAPair) {
         std::vector<std::string> lit;
     };
     const Row rows[] = {
-        {0, {"N"}}, {1, {"S"}}, {2, {"E"}}, {3, {"W"}}, {4, {"N", "S"}}, {5, {"E", "W"}}, {-1, {"E", "W"}},
+        {0, {"N"}}, {1, {"S"}}, {2, {"E"}}, {3, {"W"}}, {4, {"N", "S"}}, {5, {"E", "W"}}, {-1, {"N", "S", "E", "W"}},
     };
     for (const Row& row : rows) {
         driver->panel.SetUiGuideIndicator(row.direction, true);
-        std::vector<std::string> lit;
-        for (const Label* label :
-             {&HandBox().lblGuideNorth, &HandBox().lblGuideSouth, &HandBox().lblGuideEast, &HandBox().lblGuideWest}) {
-            if (label->BackColour() != kNormalBackColour) {
-                lit.push_back(label->Text());
-            }
-        }
-        EXPECT_EQ(lit, row.lit) << row.direction;
+        EXPECT_EQ(LitMarks(), row.lit) << row.direction;
         driver->panel.SetUiGuideIndicator(row.direction, false);
-        EXPECT_EQ(HandBox().lblGuideNorth.BackColour(), kNormalBackColour);
-        EXPECT_EQ(HandBox().lblGuideWest.BackColour(), kNormalBackColour);
+        EXPECT_EQ(LitMarks(), std::vector<std::string>{}) << row.direction;
     }
+}
+
+TEST_F(HandBoxDisplay, GuideIndicator_MinusOneDarkensAllThatAreLit) {
+    for (const std::int32_t direction : {0, 1, 2, 3}) {
+        driver->panel.SetUiGuideIndicator(direction, true);
+    }
+    ASSERT_EQ(LitMarks().size(), 4U);
+    driver->panel.SetUiGuideIndicator(-1, false);
+    EXPECT_EQ(LitMarks(), std::vector<std::string>{});
 }
 
 TEST_F(HandBoxDisplay, LstHaClick_ChangesBetweenSiderealTimeAndHourAngle) {
