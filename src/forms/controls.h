@@ -71,7 +71,9 @@ public:
 class TextBox : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::TextBox;
-    TextBox(Form& form, std::string_view name) : VisibleControl(form, name, kKind) {}
+    TextBox(Form& form, std::string_view name, std::string_view text = "") : VisibleControl(form, name, kKind) {
+        First(text, Shown::Yes);
+    }
     using Control::OnChange;
     using Control::Text;
     void Text(std::string_view text);

@@ -82,9 +82,9 @@ public:
     ComboBox cbxParkTo{*this, "cbxParkTo"};
     ComboBox cbxUnparkFrom{*this, "cbxUnparkFrom"};
     CheckBox chkSlewEast{*this, "chkSlewEast", "Slew East First"};
-    TextBox txtSlewEastFirstHours{*this, "txtSlewEastFirstHours"};  ///< hours
-    TextBox txtUserParkAlt{*this, "txtUserParkAlt"};                ///< degrees
-    TextBox txtUserParkAz{*this, "txtUserParkAz"};                  ///< degrees
+    TextBox txtSlewEastFirstHours{*this, "txtSlewEastFirstHours", "10"};  ///< hours
+    TextBox txtUserParkAlt{*this, "txtUserParkAlt"};                      ///< degrees
+    TextBox txtUserParkAz{*this, "txtUserParkAz"};                        ///< degrees
     CheckBox chkConvertAltAzToRaDec{*this, "chkConvertAltAzToRaDec", "Convert Alt/Az to RA/Dec"};
     Button btnHelpParkUnpark{*this, "btnHelpParkUnpark", "?"};
 
@@ -124,8 +124,8 @@ public:
         {*this, "pbTracking(3)", Shown::No},
         {*this, "pbTracking(4)", Shown::No},
     }};
-    TextBox txtRaCustom{*this, "txtRaCustom"};    ///< seconds of RA per sidereal second
-    TextBox txtDecCustom{*this, "txtDecCustom"};  ///< arc-seconds per second
+    TextBox txtRaCustom{*this, "txtRaCustom"};    ///< seconds of RA per sidereal second; empty leaves the rate alone
+    TextBox txtDecCustom{*this, "txtDecCustom"};  ///< arc-seconds per second; empty leaves the rate alone
     CheckBox chkEnableKingRate{*this, "chkEnableKingRate", "King Rate"};
 
     // --- configuration
@@ -194,7 +194,7 @@ public:
 
     // --- meridian
     Frame frameMeridianDelay{*this, "frameMeridianDelay", "Meridian Delay: Disabled"};
-    TextBox txtMeridianDelay{*this, "txtMeridianDelay"};  ///< hours
+    TextBox txtMeridianDelay{*this, "txtMeridianDelay", "0"};  ///< hours
     Label lblMeridianDelay{*this, "lblMeridianDelay"};
     Button btnSetMeridianDelay{*this, "btnSetMeridianDelay", "Set"};
     Button btnClearMeridianDelay{*this, "btnClearMeridianDelay", "Clear"};

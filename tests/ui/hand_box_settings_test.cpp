@@ -64,6 +64,35 @@ TEST_F(HandBoxSettings, Defaults_AreThoseOfTheKeys) {
     EXPECT_EQ(HandBox().hscrReticleBrightness.Value(), 1);
 }
 
+TEST_F(HandBoxSettings, TextsThatNobodySet_AreThoseOfTheBoxesAndAreKept) {
+    struct Row {
+        TextBox frmHandBox::*box;
+        std::string key, text;
+    };
+    const Row rows[] = {
+        {&frmHandBox::txtSlewEastFirstHours, "txtSlewEastFirstHours", "10"},
+        {&frmHandBox::txtMeridianDelay, "txtMeridianDelay", "0"},
+        {&frmHandBox::txtRaCustom, "txtRaCustom", ""},
+        {&frmHandBox::txtDecCustom, "txtDecCustom", ""},
+        {&frmHandBox::txtUserParkAlt, "txtUserParkAlt", "0"},
+        {&frmHandBox::txtUserParkAz, "txtUserParkAz", "0"},
+        {&frmHandBox::txtInitRaBacklash, "txtInitRaBacklash", "0"},
+        {&frmHandBox::txtInitDecBacklash, "txtInitDecBacklash", "0"},
+        {&frmHandBox::txtCustomSlewRate, "txtCustomSlewRate", "600"},
+        {&frmHandBox::txtScopeFocalLength, "txtScopeFocalLength", "0"},
+        {&frmHandBox::txtScopeAperture, "txtScopeAperture", "0"},
+        {&frmHandBox::txtBacklashMSecs, "Focus.txtBacklashMSecs", "100"},
+        {&frmHandBox::txtStepMultiplierMSecs, "Focus.txtStepMultiplierMSecs", "1"},
+        {&frmHandBox::txtMaxIncrementMSecs, "Focus.txtMaxIncrementMSecs", "5000"},
+    };
+    Start();
+    driver->panel.UpdateControls();
+    for (const Row& row : rows) {
+        EXPECT_EQ((HandBox().*row.box).Text(), row.text) << row.key;
+        EXPECT_EQ(Setting(row.key), row.text) << row.key;
+    }
+}
+
 TEST_F(HandBoxSettings, Lists_HoldTheirFixedEntries) {
     Start();
     driver->panel.UpdateControls();
