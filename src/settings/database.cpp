@@ -169,18 +169,32 @@ bool Database::ReadValue(const KeyedTable& table, std::string_view property, std
     });
 }
 
-bool Database::SetDriverSetting(std::string_view property, std::string_view value, Sync sync) {
+bool Database::SetDriverSetting(std::string_view property, std::string_view value) {
     if (const auto common = propertyToCommon_.find(property); common != propertyToCommon_.end()) {
-        return SetCommonSetting(common->second, value, sync);
+        return SetCommonSetting(common->second, value);
     }
-    return WriteValue(kDriver, property, value, sync);
+    return WriteValue(kDriver, property, value);
 }
 
-bool Database::SetCommonSetting(std::string_view property, std::string_view value, Sync sync) {
-    return WriteValue(kCommon, property, value, sync);
+bool Database::SetFirstSetting(std::string_view property, std::string_view value, std::string_view noRow, Sync sync) {
+    const auto common = propertyToCommon_.find(property);
+    const bool isCommon = common != propertyToCommon_.end();
+    bool written = false;
+    ResumeNext errors{needs_.ledger, "Database.SetFirstSetting"};
+    errors.Step([&] {
+        RequireUsableKey(property);
+        Settle();
+        written = StoreValue(isCommon ? kCommon : kDriver, isCommon ? common->second : property, value, sync,
+                             Concat(" and Value = '", EscapedForSql(noRow), "'"));
+    });
+    return written;
 }
 
-bool Database::WriteValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync) {
+bool Database::SetCommonSetting(std::string_view property, std::string_view value) {
+    return WriteValue(kCommon, property, value);
+}
+
+bool Database::WriteValue(const KeyedTable& table, std::string_view property, std::string_view value) {
     bool written = false;
     ResumeNext errors{needs_.ledger, "Database.WriteValue"};
     errors.Step([&] {
@@ -190,16 +204,17 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
             if (!pending_.empty()) {
                 throw FileLocked();  // not past the writes that came before
             }
-            written = StoreValue(table, property, value, sync);
+            written = StoreValue(table, property, value, Sync::Now);
         } catch (const FileLocked&) {
-            KeepForLater({&table, std::string(property), std::string(value), sync});
+            KeepForLater({&table, std::string(property), std::string(value)});
             throw;
         }
     });
     return written;
 }
 
-bool Database::StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync) {
+bool Database::StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync,
+                          std::string_view condition) {
     std::string oldValue;
     if (const RowSet rows = Run(table.Select(property)); !rows.AtEnd() && !rows.IsNull(kValueColumn)) {
         oldValue = rows.Text(kValueColumn);
@@ -210,7 +225,7 @@ bool Database::StoreValue(const KeyedTable& table, std::string_view property, st
     ChooseSyncOfWrites(sync);
     const std::string escaped = EscapedForSql(value);
     Run(Concat("update or ignore ", table.inWrites, " set Value = '", escaped, "' where property = Lower('", property,
-               "')"));
+               "')", condition));
     if (Changes() == 0) {
         Run(Concat("insert or ignore into ", table.inWrites, " (property, value) VALUES ('", ToLower(property), "', '",
                    escaped, "');"));
@@ -275,7 +290,7 @@ void Database::StorePending() {
         errors.Step([&] {
             const PendingWrite& write = pending_.front();
             try {
-                StoreValue(*write.table, write.property, write.value, write.sync);
+                StoreValue(*write.table, write.property, write.value, Sync::Now);
             } catch (const FileLocked&) {
                 locked = true;
             }

@@ -69,12 +69,14 @@ public:
     bool Answered() const { return answered_; }
 
     /// True when the row now holds `value`. An equal value is not written; a changed one leaves an audit row.
-    bool SetDriverSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
+    bool SetDriverSetting(std::string_view property, std::string_view value);
     /// True when the statement ran; `value` is `fallback` when there is no row. Unchanged on a failure.
     bool GetDriverSetting(std::string_view property, std::string& value, std::string_view fallback);
-    bool SetSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now) {
-        return SetDriverSetting(property, value, sync);
-    }
+    bool SetSetting(std::string_view property, std::string_view value) { return SetDriverSetting(property, value); }
+    /// Stores the answer of a first read: where the key has no row, or one that holds `noRow`; any other row stays as
+    /// it stands. True when the row now holds `value`. Never kept for later, since by then another program may have set
+    /// the key.
+    bool SetFirstSetting(std::string_view property, std::string_view value, std::string_view noRow, Sync sync);
     bool GetSetting(std::string_view property, std::string& value, std::string_view fallback) {
         return GetDriverSetting(property, value, fallback);
     }
@@ -85,7 +87,7 @@ public:
     /// empty and makes the list false, and the ones after it are read. A NULL in a record is an empty text, or 0.
     bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
 
-    bool SetCommonSetting(std::string_view property, std::string_view value, Sync sync = Sync::Now);
+    bool SetCommonSetting(std::string_view property, std::string_view value);
     bool GetCommonSetting(std::string_view property, std::string& value, std::string_view fallback);
     bool GetAllCommonSettings(RecordArray<PropValue>& propValList);
 
@@ -124,7 +126,6 @@ private:
         const KeyedTable* table;
         std::string property;
         std::string value;
-        Sync sync;
     };
     static const KeyedTable kDriver;
     static const KeyedTable kCommon;
@@ -141,8 +142,10 @@ private:
     std::string LocalNow();
 
     bool ReadValue(const KeyedTable& table, std::string_view property, std::string& value, std::string_view fallback);
-    bool WriteValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync);
-    bool StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync);
+    bool WriteValue(const KeyedTable& table, std::string_view property, std::string_view value);
+    /// Makes the row, or updates one that meets the further `condition`.
+    bool StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync,
+                    std::string_view condition = {});
     bool WriteAudit(std::string_view table, std::string_view property, std::string_view oldValue,
                     std::string_view newValue);
     using Pending = std::vector<PendingWrite>::iterator;

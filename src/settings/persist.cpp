@@ -56,7 +56,7 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
     } else if (value == kNoRow) {
         value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
         // A default needs no wait for the disk: if a power cut takes its row, the next first reader asks with it again.
-        m_db->SetSetting(variable, value, value == fallback ? Sync::Later : Sync::Now);
+        m_db->SetFirstSetting(variable, value, kNoRow, value == fallback ? Sync::Later : Sync::Now);
     }
     if (value == "false") {
         value = "False";

@@ -30,9 +30,10 @@ struct PersistNeeds {
 
 /// Named settings: a text under a text key, in any case of the key. Reads go to the settings file, then to the
 /// legacy ini file, then to the caller's default, and the answer of a first read is stored at once: from then on
-/// neither the ini file nor another caller's default has a say. There is no cache; a write takes effect at once and
-/// survives a kill of the process and a power cut, unless a second program holds the file (see `Database`). A read that
-/// fails gives the default and stores nothing. Logic thread only.
+/// neither the ini file nor another caller's default has a say. Where a second program holds the file, the answer is
+/// given but not stored, and the next read of the key is a first one again. There is no cache; a write takes effect at
+/// once and survives a kill of the process and a power cut, unless a second program holds the file (see `Database`). A
+/// read that fails gives the default and stores nothing. Logic thread only.
 class Persist {
 public:
     explicit Persist(PersistNeeds needs);

@@ -290,13 +290,81 @@ TEST_F(LockedWriteTest, AfterAWriteThatGotThrough_TheNextLockIsWaitedForAgain) {
 TEST_F(LockedWriteTest, Persist_ReadsBackWhatItWroteUnderALock) {
     Persist persist(NeedsOfPersist());
     persist.WriteIniValue("ParkStatus", "Parked");
-    EXPECT_EQ(persist.ReadIniValue("FirstRead", "d"), "d");
-    EXPECT_EQ(persist.ReadIniValue("FirstRead", "e"), "d");
     EXPECT_EQ(persist.ReadIniValue("ParkStatus", "Unknown"), "Parked");
     other->Run("COMMIT");
     EXPECT_EQ(persist.ReadIniValue("ParkStatus", "Unknown"), "Parked");
     EXPECT_EQ(Stored("parkstatus"), "Parked");
-    EXPECT_EQ(Stored("firstread"), "d");
+}
+
+// --- first reads -----------------------------------------------------------------------------------------------------
+
+/// What the first read of "ParkStatus" answers: a default, or a line of the old ini file.
+struct FirstAnswer {
+    const char* legacyFile;
+    const char* answer;
+};
+
+struct LockedFirstReadTest : LockedWriteTest, testing::WithParamInterface<FirstAnswer> {
+    LockedFirstReadTest() {
+        persist.emplace(NeedsOfPersist());
+        WriteLegacyFile(GetParam().legacyFile);
+    }
+    std::string ReadParkStatus() { return persist->ReadIniValue("ParkStatus", "Unknown"); }
+    void OtherSetsParkStatus() {
+        EXPECT_TRUE(other->Run("insert into Driver (Property, Value) values ('parkstatus', 'Parked')"));
+    }
+
+    std::optional<Persist> persist;
+};
+
+INSTANTIATE_TEST_SUITE_P(Answers, LockedFirstReadTest,
+                         testing::Values(FirstAnswer{"", "Unknown"},
+                                         FirstAnswer{"[default]\nparkstatus=Unparked\n", "Unparked"}));
+
+TEST_P(LockedFirstReadTest, AnAnswerThatMetALock_GivesWayToWhatTheOtherProgramSet) {
+    EXPECT_EQ(ReadParkStatus(), GetParam().answer);
+    OtherSetsParkStatus();
+    other->Run("COMMIT");
+    EXPECT_EQ(ReadParkStatus(), "Parked");
+    persist.reset();
+    EXPECT_EQ(Stored("parkstatus"), "Parked");
+}
+
+TEST_P(LockedFirstReadTest, AnAnswerThatWaitedALockOut_GivesWayToWhatTheOtherProgramSet) {
+    OtherSetsParkStatus();
+    ReleaseAfter(*other, 100);
+    ReadParkStatus();
+    EXPECT_EQ(WaitedMs(), 100);
+    EXPECT_EQ(Stored("parkstatus"), "Parked");
+    EXPECT_EQ(ReadParkStatus(), "Parked");
+    EXPECT_EQ(Audits(), std::vector<std::string>{"Port||COM5"});
+}
+
+TEST_P(LockedFirstReadTest, AnAnswerThatMetALock_IsStoredByTheNextReadOnceTheLockIsGone) {
+    EXPECT_EQ(ReadParkStatus(), GetParam().answer);
+    EXPECT_EQ(Stored("parkstatus"), "(no row)");
+    other->Run("COMMIT");
+    EXPECT_EQ(ReadParkStatus(), GetParam().answer);
+    EXPECT_EQ(Stored("parkstatus"), GetParam().answer);
+    EXPECT_EQ(persist->ReadIniValue("ParkStatus", "Later"), GetParam().answer);
+}
+
+TEST_P(LockedFirstReadTest, AnAnswerThatWaitedALockOut_IsStored) {
+    ReleaseAfter(*other, 100);
+    EXPECT_EQ(ReadParkStatus(), GetParam().answer);
+    EXPECT_EQ(Stored("parkstatus"), GetParam().answer);
+    EXPECT_EQ(Audits().back(), std::string("ParkStatus||") + GetParam().answer);
+}
+
+TEST_F(LockedWriteTest, TheCommonSetting_IsReadFirstLikeTheOthers) {
+    Persist persist(NeedsOfPersist());
+    EXPECT_EQ(persist.ReadIniValue("SITEDBINDEX", "0"), "0");
+    other->Run("insert into CommonSettings (Property, Value) values ('sitedbindex', '4'); COMMIT");
+    EXPECT_EQ(persist.ReadIniValue("SiteDbIndex", "0"), "4");
+    other->Run("delete from CommonSettings");
+    EXPECT_EQ(persist.ReadIniValue("SiteDbIndex", "7"), "7");
+    EXPECT_EQ(Stored("sitedbindex", "CommonSettings"), "7");
+    EXPECT_EQ(Stored("sitedbindex"), "(no row)");
 }
 
 // --- the wait itself -------------------------------------------------------------------------------------------------
