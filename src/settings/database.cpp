@@ -201,6 +201,7 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
         RequireUsableKey(property);
         Settle();
         try {
+            StorePending();  // now with this write's wait
             if (!pending_.empty()) {
                 throw FileLocked();  // not past the writes that came before
             }

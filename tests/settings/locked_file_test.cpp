@@ -192,9 +192,31 @@ TEST_F(LockedWriteTest, OnlyTheFirstOfManyWrites_Waits) {
     for (int i = 0; i < 50; ++i) {
         EXPECT_FALSE(db->SetSetting("Key" + std::to_string(i), "x"));
         Read("Port");
-        PassTime(1000);
+        PassTime(100);
     }
     EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+}
+
+TEST_F(LockedWriteTest, AfterARest_AWriteWaitsAgainAndTakesTheKeptOnesAlong) {
+    EXPECT_FALSE(db->SetSetting("Port", "COM6"));
+    EXPECT_FALSE(db->SetSetting("Retry", "6"));
+    PassTime(LockWait::kRestMs);
+    WaitedMs();
+    ReleaseAfter(*other, 100);
+    EXPECT_TRUE(db->SetSetting("Timeout", "9"));
+    EXPECT_EQ(WaitedMs(), 100);
+    EXPECT_EQ(Audits(), (std::vector<std::string>{"Port||COM5", "Port|COM5|COM6", "Retry||6", "Timeout||9"}));
+}
+
+TEST_F(LockedWriteTest, AfterARest_AWriteInVainWaitsOnceForAllThatAreKept) {
+    EXPECT_FALSE(db->SetSetting("Port", "COM6"));
+    EXPECT_FALSE(db->SetSetting("Retry", "6"));
+    PassTime(LockWait::kRestMs);
+    WaitedMs();
+    EXPECT_FALSE(db->SetSetting("Timeout", "9"));
+    EXPECT_FALSE(db->SetSetting("FW", "5"));
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
+    EXPECT_EQ(Read("Timeout"), "9");
 }
 
 TEST_F(LockedWriteTest, KeptWrites_AreStoredInTheirOrderAndOfEachKeyTheNewest) {
