@@ -17,6 +17,7 @@ constexpr double kUnsetDec = 90.0;
 
 constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
+constexpr std::string_view kNeverInAStatusText = ":*";
 
 /// The first character, "0", and the last eight, unless the degrees begin with a digit that they can begin with.
 std::string WithDroppedDigit(const std::string& reply) {
@@ -261,6 +262,13 @@ bool MountQueries::QueryGos() {
     state_.g_tickLastGos = needs_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
         const std::string reply = Ask(wire::Status.text, true);
+        if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
+            // A coordinate or a time may well have the length of a status text, and would be read as motion or
+            // stillness.
+            RecoverSlippedExchange("GOS Query", kIgnored);
+            ClearReceiveBuffer();
+            return false;
+        }
         if (!reply.empty()) {
             state_.g_sStatus = reply;
             needs_.telescope()->ParseGOS(reply);
@@ -286,7 +294,11 @@ void MountQueries::CheckInitialPosition() {
     }
     fillingHandBox_ = true;
     ResumeNext errors{needs_.ledger, "CheckInitialPosition"};
-    errors.Step([&] { needs_.telescope()->InitUI(); });
+    errors.Step([&] {
+        if (TelescopeActions* telescope = needs_.telescope()) {
+            telescope->InitUI();
+        }
+    });
     fillingHandBox_ = false;
     state_.g_bInitUiDone = true;
 }

@@ -172,6 +172,29 @@ TEST_F(MountQueriesTest, SilentStatusQuery_CountsAsNoSilence_AndEndsTheUseOfTheS
     EXPECT_EQ(state.g_sStatus, "02000020000001");
 }
 
+TEST_F(MountQueriesTest, CoordinateInPlaceOfAStatusText_IsASlip_AndSaysNothingOfTheMount) {
+    state.g_bGosSupported = state.g_bGosActive = state.g_bMountSlewing = true;
+    state.g_sStatus = "020S0020000001";
+    int retransmits = 0;
+    for (const std::string slipped : {"03:36:03.17", "+45*00:00.0", "283*09:50.7", "-01:00:00.0"}) {
+        mount.replies["GOS"] = slipped;
+        drains = 0;
+        EXPECT_FALSE(queries.QueryGos()) << slipped;
+        EXPECT_TRUE(state.g_bResync);
+        EXPECT_EQ(drains, 1);
+        EXPECT_EQ(counters.Values().g_nRetransmits, ++retransmits);
+    }
+    EXPECT_TRUE(telescope.calls.empty());
+    EXPECT_TRUE(state.g_bGosActive);
+    EXPECT_TRUE(state.g_bMountSlewing);
+    EXPECT_EQ(state.g_sStatus, "020S0020000001");
+    EXPECT_TRUE(Logged("GOS Query|2|Ignoring Invalid format response..."));
+    mount.replies["GOS"] = "020S0020000001";
+    mount.sent.clear();
+    EXPECT_TRUE(queries.QueryGos());
+    EXPECT_EQ(mount.sent, (std::vector<std::string>{"<clear>", "GOS"}));
+}
+
 TEST_F(MountQueriesTest, FirmwareWithoutAStatusText_IsNotAskedForIt) {
     state.g_bGosActive = true;
     EXPECT_FALSE(queries.QueryGos());
