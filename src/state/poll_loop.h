@@ -74,6 +74,7 @@ private:
     void PushSettleEnd();
     void CompleteSlew();
     void FinishPark(std::string_view text);
+    void EndPark();
     void CheckParkArrival();
 
     PollLoopNeeds needs_;

@@ -169,12 +169,18 @@ bool PollLoop::MayStartSecondLeg() const {
 }
 
 void PollLoop::StartSecondLeg() {
-    needs_.log.LogMessage(
-        "SafeSlew", LogLevel::Info,
-        "Slew 2 of 2: RA=" + PlainNumber(state_.g_dSafeSlewRa) + ", Dec=" + PlainNumber(state_.g_dSafeSlewDec));
-    ResumeNext errors{needs_.ledger, "CheckSlewing"};
-    errors.Step([&] { needs_.telescope()->StartSecondLeg(state_.g_dSafeSlewRa, state_.g_dSafeSlewDec); });
+    const double rightAscension = state_.g_dSafeSlewRa;
+    const double declination = state_.g_dSafeSlewDec;
+    needs_.log.LogMessage("SafeSlew", LogLevel::Info,
+                          "Slew 2 of 2: RA=" + PlainNumber(rightAscension) + ", Dec=" + PlainNumber(declination));
+    // Before the call: what enters while it waits must not start the leg once more, nor wipe out a later slew's.
     state_.g_bSafeSlewPending = false;
+    ResumeNext errors{needs_.ledger, "CheckSlewing"};
+    errors.Step([&] {
+        if (TelescopeActions* telescope = needs_.telescope()) {
+            telescope->StartSecondLeg(rightAscension, declination);
+        }
+    });
 }
 
 void PollLoop::PushSettleEnd() {
@@ -189,9 +195,10 @@ void PollLoop::CheckSlewComplete() {
     if (needs_.askAbortSlew.Visible()) {
         needs_.askAbortSlew.Hide();
     }
-    if (state_.g_dSiteLatitude == 0.0) {
+    TelescopeActions* telescope = needs_.telescope();
+    if (telescope && state_.g_dSiteLatitude == 0.0) {
         ResumeNext errors{needs_.ledger, "CheckSlewComplete"};
-        errors.Assign(state_.g_dSiteLatitude, [&] { return needs_.telescope()->SiteLatitude(); });
+        errors.Assign(state_.g_dSiteLatitude, [&] { return telescope->SiteLatitude(); });
     }
     needs_.queries.QuerySideOfMount();
     if (state_.g_bParked) {
@@ -221,13 +228,22 @@ void PollLoop::CompleteSlew() {
 
 void PollLoop::FinishPark(std::string_view text) {
     needs_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
-    needs_.telescope()->HandleParkComplete();
+    EndPark();
+}
+
+/// Without a telescope, nothing is left to be told but that no park is under way.
+void PollLoop::EndPark() {
+    if (TelescopeActions* telescope = needs_.telescope()) {
+        telescope->HandleParkComplete();
+    } else {
+        state_.g_bParking = false;
+    }
 }
 
 /// A park that stands out of tolerance stays under way.
 void PollLoop::CheckParkArrival() {
     if (state_.g_bAbortPark) {
-        needs_.telescope()->HandleParkComplete();
+        EndPark();
         return;
     }
     needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");

@@ -250,7 +250,8 @@ TEST_P(SecondLegTest, SecondLeg_StartsAtTheEndOfTheFirst_AndNeverAfterAnAbort) {
     for (int i = 0; i < 5 && slewing && !row.starts; ++i) {
         slewing = NextPass();
     }
-    EXPECT_EQ(telescope.Times("StartSecondLeg"), row.starts ? 1 : 0);
+    EXPECT_EQ(telescope.calls,
+              row.starts ? std::vector<std::string>{"StartSecondLeg 4.50 -10.00"} : std::vector<std::string>{});
     EXPECT_EQ(Logged("SafeSlew|0|Slew 2 of 2: RA=4.5, Dec=-10"), row.starts);
     EXPECT_FALSE(state.g_bSafeSlewPending);
     EXPECT_EQ(state.g_bSlewing, row.starts);
@@ -268,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, SecondLegTest,
                                          LegRow{"Status", true, nullptr, true},
                                          LegRow{"DistanceAborted", false, &DriverState::g_bAbortSlew, false},
                                          LegRow{"StatusAborted", true, &DriverState::g_bAbortSlew, false},
-                                         // Also where the park that was aborted has ended since.
+                                         // No slew clears the flag before its own first leg.
                                          LegRow{"DistanceParkAborted", false, &DriverState::g_bAbortPark, false},
                                          LegRow{"StatusParkAborted", true, &DriverState::g_bAbortPark, false}),
                          [](const auto& row) { return row.param.name; });
@@ -282,6 +283,48 @@ TEST_F(SupervisionTest, FirstLegThatStallsShort_IsFollowedByTheSecond) {
     EXPECT_EQ(telescope.Times("StartSecondLeg"), 1);
     EXPECT_TRUE(state.g_bSlewing);
     EXPECT_FALSE(state.g_bSafeSlewPending);
+}
+
+TEST_F(SupervisionTest, PassThatEntersWhileTheSecondLegIsStarted_StartsNoOther) {
+    OnTheStatusRoad();
+    state.g_bSafeSlewPending = true;
+    state.g_dSafeSlewRa = 4.5;
+    state.g_dSafeSlewDec = -10.0;
+    state.g_bMountSlewing = false;
+    telescope.duringSecondLeg = [&] {
+        telescope.duringSecondLeg = {};
+        EXPECT_FALSE(state.g_bSafeSlewPending);
+        state.g_bSlewing = true;  // the leg is under way, the status text has not told it yet
+        poll.CheckSlewing();
+        state.g_bSafeSlewPending = true;  // of a slew that begins meanwhile
+    };
+    poll.CheckSlewing();
+    EXPECT_EQ(telescope.Times("StartSecondLeg"), 1);
+    EXPECT_TRUE(state.g_bSafeSlewPending);
+}
+
+TEST_F(SupervisionTest, WithoutATelescope_EverySlewAndParkComesToItsEnd) {
+    telescopeThere = nullptr;
+    state.g_bSafeSlewPending = true;
+    state.g_dLastTargetDistance = 0.0;
+    state.g_dRa = state.g_dTargetRa;
+    state.g_dDec = state.g_dTargetDec;
+    for (int i = 0; i < 4; ++i) {
+        NextPass();
+    }
+    ExpectEnded();
+    state.g_dSiteLatitude = 0.0;
+    state.g_bParked = state.g_bParking = true;
+    poll.CheckSlewComplete();
+    EXPECT_FALSE(state.g_bParking);
+    state.g_bParked = false;
+    state.g_bParking = state.g_bAbortPark = state.g_bSlewCompletePending = true;
+    poll.CheckSlewComplete();
+    EXPECT_FALSE(state.g_bParking);
+    state.g_dRa = 0.0;
+    state.g_dDec = 90.0;
+    queries.CheckInitialPosition();
+    EXPECT_TRUE(ledger.Entries().empty());
 }
 
 TEST_F(SupervisionTest, SecondLegThatTheMountRefuses_EndsWithoutAnErrorAndLeavesNothingBehind) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
@@ -9,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/base/conversions.h"
 #include "kernel/base/counters.h"
 #include "settings/persist.h"
 #include "state/poll_loop.h"
@@ -61,6 +63,7 @@ public:
 
     std::vector<std::string> calls;
     bool secondLegFails = false;
+    std::function<void()> duringSecondLeg;  ///< what enters while the leg is being started
 
     MountCommands& Commands() override { return commands_; }
     void ParseGOS(std::string_view status) override {
@@ -69,8 +72,11 @@ public:
         state_.g_bMountSlewing = state_.g_bGosActive ? status[3] == 'S' : state_.g_bMountSlewing;
     }
     void InitUI() override { calls.emplace_back("InitUI"); }
-    void StartSecondLeg(double, double) override {
-        calls.emplace_back("StartSecondLeg");
+    void StartSecondLeg(double rightAscension, double declination) override {
+        calls.push_back("StartSecondLeg " + FormatUs(rightAscension, "0.00") + " " + FormatUs(declination, "0.00"));
+        if (duringSecondLeg) {
+            duringSecondLeg();
+        }
         if (secondLegFails) {
             state_.g_bSlewing = state_.g_bMountSlewing = false;
             throw DriverError(ErrorNumber::SlewFailed);
@@ -84,7 +90,11 @@ public:
         calls.emplace_back("SiteLatitude");
         return 47.0;
     }
-    int Times(std::string_view call) const { return static_cast<int>(std::count(calls.begin(), calls.end(), call)); }
+    /// Calls that begin with `call`.
+    int Times(std::string_view call) const {
+        return static_cast<int>(
+            std::ranges::count_if(calls, [&](const std::string& made) { return made.starts_with(call); }));
+    }
 
 private:
     DriverState& state_;
