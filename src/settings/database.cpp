@@ -258,11 +258,11 @@ bool Database::WriteAudit(std::string_view table, std::string_view property, std
 bool Database::TryDeleteSetting(std::string_view property) {
     RequireUsableKey(property);
     Settle();
+    ChooseSyncOfWrites(Sync::Now);
+    Run(Concat("Delete from Driver where Property = '", ToLower(property), "'"));
     if (const Pending pending = FindPending(kDriver, property); pending != pending_.end()) {
         pending_.erase(pending);
     }
-    ChooseSyncOfWrites(Sync::Now);
-    Run(Concat("Delete from Driver where Property = '", ToLower(property), "'"));
     return false;
 }
 

@@ -41,8 +41,9 @@ struct DatabaseNeeds {
 /// - opening goes on without a file and is tried again, without a wait, by each call; until it succeeds nothing is
 /// kept;
 /// - a write of a setting returns false and is kept: the newest per key, in their order. Each later call tries to store
-///   them first, without a wait, and the end of the object tries for a last time; until then reads of the key give the
-///   kept value. A kill of the process loses them;
+///   them first, a write of a setting with its own wait and the others without one, and the end of the object tries for
+///   a last time; until then reads of the key give the kept value. A kill of the process loses them, and one that then
+///   fails for another reason, a full disk say, is lost as it would be without a lock;
 /// - every other call fails.
 ///
 /// Every member that returns a flag returns false on a failure, which is noted in the ledger and told nobody else;
@@ -83,8 +84,9 @@ public:
     /// Always false. A key that lives among the common settings survives it. Raises what the statement raises.
     bool TryDeleteSetting(std::string_view property);
     /// True when there are rows and all can be read; so with all members of this kind. Rows come in the order of the
-    /// table, as they stand in the file. A row with an id beyond 16 bits, and a setting that is NULL, leaves its slot
-    /// empty and makes the list false, and the ones after it are read. A NULL in a record is an empty text, or 0.
+    /// table, as they stand in the file; writes of settings that are kept for later do not show. A row with an id
+    /// beyond 16 bits, and a setting that is NULL, leaves its slot empty and makes the list false, and the ones after
+    /// it are read. A NULL in a record is an empty text, or 0.
     bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
 
     bool SetCommonSetting(std::string_view property, std::string_view value);

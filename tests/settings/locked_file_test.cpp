@@ -188,6 +188,14 @@ TEST_F(LockedWriteTest, AWriteThatMetALongLock_IsReadBackAndStoredOnceTheLockIsG
     EXPECT_EQ(Read("Port"), "COM6");
 }
 
+TEST_F(LockedWriteTest, AKeptWrite_DoesNotShowInTheList) {
+    db->SetSetting("Port", "COM6");
+    RecordArray<PropValue> settings;
+    EXPECT_TRUE(db->GetAllDriverSettings(settings));
+    ASSERT_EQ(settings.size(), 2U);
+    EXPECT_EQ(settings[1]->Value, "COM5");
+}
+
 TEST_F(LockedWriteTest, OnlyTheFirstOfManyWrites_Waits) {
     for (int i = 0; i < 50; ++i) {
         EXPECT_FALSE(db->SetSetting("Key" + std::to_string(i), "x"));
@@ -266,13 +274,22 @@ TEST_F(LockedWriteTest, AKeptWriteThatFailsForGood_DoesNotHoldUpTheOthers) {
     EXPECT_EQ(Stored("port"), "COM5");
 }
 
-TEST_F(LockedWriteTest, ADelete_TakesTheKeptWriteWithIt) {
+TEST_F(LockedWriteTest, ADeleteThatWaitedALockOut_TakesTheKeptWriteWithIt) {
+    db->SetSetting("Port", "COM6");
+    PassTime(LockWait::kRestMs);
+    ReleaseAfter(*other, 100);
+    EXPECT_FALSE(db->TryDeleteSetting("PORT"));
+    EXPECT_EQ(Read("Port"), "none");
+    EXPECT_EQ(Stored("port"), "(no row)");
+}
+
+TEST_F(LockedWriteTest, ADeleteThatFails_LeavesTheKeptWrite) {
     db->SetSetting("Port", "COM6");
     EXPECT_THROW(db->TryDeleteSetting("PORT"), FileLocked);
+    EXPECT_EQ(Read("Port"), "COM6");
     other->Run("COMMIT");
-    EXPECT_EQ(Read("Port"), "COM5");
-    EXPECT_FALSE(db->TryDeleteSetting("Port"));
-    EXPECT_EQ(Stored("port"), "(no row)");
+    EXPECT_EQ(Read("Port"), "COM6");
+    EXPECT_EQ(Stored("port"), "COM6");
 }
 
 TEST_F(LockedWriteTest, ARecord_WaitsAndFails) {
