@@ -35,11 +35,11 @@ std::vector<std::string> Lines(std::string_view text) {
 
 std::vector<std::string> ReadLines(const std::filesystem::path& file) {
     std::error_code failure;
-    if (std::filesystem::is_directory(file, failure)) {
-        RaiseFileAccess();  // a stream would open it and find it empty
-    }
-    if (!std::filesystem::exists(file, failure)) {
+    const std::filesystem::file_status status = std::filesystem::status(file, failure);
+    if (status.type() == std::filesystem::file_type::not_found) {
         std::ofstream created(file, std::ios::binary);
+    } else if (!std::filesystem::is_regular_file(status)) {
+        RaiseFileAccess();  // a directory would be found empty, a pipe would be waited for
     }
     std::filesystem::permissions(file, std::filesystem::perms::owner_write, std::filesystem::perm_options::add,
                                  failure);

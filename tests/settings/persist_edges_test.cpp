@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "settings_fakes.h"
 
@@ -75,6 +76,21 @@ TEST_F(PersistEdgesTest, AMissingLegacyFolder_RaisesAPathError) {
         EXPECT_EQ(error.Number(), RunTimeError::kFileAccess);
     }
     EXPECT_EQ(Stored("port"), "(no row)");
+}
+
+TEST_F(PersistEdgesTest, WhatIsNoPlainLegacyFile_RaisesAPathErrorAndIsNotWaitedFor) {
+    const std::filesystem::path file = folders.LegacyFile();
+    const std::vector<std::function<bool()>> makers{
+        [&] { return std::filesystem::create_directory(file); },
+        [&] { return ::mkfifo(file.c_str(), 0600) == 0; },
+    };
+    for (const auto& make : makers) {
+        ASSERT_TRUE(make());
+        EXPECT_THROW(persist.ReadIniValue("Port", "COM1"), RunTimeError);
+        EXPECT_EQ(Stored("port"), "(no row)");
+        std::filesystem::remove(file);
+    }
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
 }
 
 /// A machine that does not tell its folders, or shows no boxes.
