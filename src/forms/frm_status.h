@@ -1,6 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "forms/controls.h"
+#include "kernel/base/application_info.h"
 
 namespace kestrane {
 
@@ -9,8 +12,12 @@ class frmStatus : public Form {
 private:
     MessagePump& pump_;
 
+    static std::string Title() {
+        return std::string(application::kTitle) + " " + std::string(application::kDriverVersion);
+    }
+
 public:
-    explicit frmStatus(MessagePump& pump) : Form("frmStatus", "Kestrane V2"), pump_(pump) {}
+    explicit frmStatus(MessagePump& pump) : Form("frmStatus", Title()), pump_(pump) {}
 
     Label lblComPortValue{*this, "lblComPortValue"};  ///< the port field
     Label lblFirmware{*this, "lblFirmware"};

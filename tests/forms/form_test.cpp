@@ -232,6 +232,12 @@ TEST(LogWindowForm, ForLog_AppendsLinesAndKeepsTheLast) {
     EXPECT_FALSE(log.Visible());
 }
 
+TEST(Forms, StatusWindow_TellsTitleAndVersionInItsCaption) {
+    VirtualClock clock;
+    VirtualPump pump{clock};
+    EXPECT_EQ(frmStatus(pump).Caption(), "Kestrane V2 5.50.03");
+}
+
 TEST(Forms, Names_AreThoseOfTheSystem) {
     VirtualClock clock;
     VirtualPump pump{clock};
