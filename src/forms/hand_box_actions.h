@@ -11,13 +11,13 @@ class HandBoxActions {
 public:
     virtual ~HandBoxActions() = default;
 
-    /// Restores and shows the window.
+    /// Shows the window, or puts it away to the tray where the setting "MinimizeStatusWindow" asks for that.
     virtual void UserShow() = 0;
     /// Fills all controls from the settings and the mount, writing nothing back.
     virtual void UpdateControls() = 0;
     /// Takes the bounds of the custom rates from `g_dMaxMoveRate`.
     virtual void UpdateRateLimits() = 0;
-    /// Shows and hides the controls that depend on the controller: PEM, focuser, backlash, King rate, IP link.
+    /// Shows the frames of the panel that the controller has something for: those of PEM and focuser depend on it.
     virtual void ShowMountFeatures() = 0;
 
     /// `origin` names the place for a reader of the code; it has no effect.

@@ -18,10 +18,18 @@ struct ActionRow {
 };
 
 constexpr ActionRow kActionButtons[] = {
-    {&frmHandBox::btnPark, ButtonAction::Park},           {&frmHandBox::btnUNPARK, ButtonAction::Unpark},
-    {&frmHandBox::btnSwapNS, ButtonAction::SwapNS},       {&frmHandBox::btnSwapEW, ButtonAction::SwapEW},
-    {&frmHandBox::btnSlewRaDec, ButtonAction::SlewRaDec}, {&frmHandBox::btnSlewAltAz, ButtonAction::SlewAltAz},
-    {&frmHandBox::btnSetPark, ButtonAction::SetPark},     {&frmHandBox::btnInitNow, ButtonAction::InitNow},
+    {&frmHandBox::btnPark, ButtonAction::Park},
+    {&frmHandBox::btnUNPARK, ButtonAction::Unpark},
+    {&frmHandBox::btnSwapNS, ButtonAction::SwapNS},
+    {&frmHandBox::btnSwapEW, ButtonAction::SwapEW},
+    {&frmHandBox::btnSlewRaDec, ButtonAction::SlewRaDec},
+    {&frmHandBox::btnSlewAltAz, ButtonAction::SlewAltAz},
+    {&frmHandBox::btnSetPark, ButtonAction::SetPark},
+    {&frmHandBox::btnInitNow, ButtonAction::InitNow},
+    {&frmHandBox::btnSyncMountTime, ButtonAction::SyncMountTime},
+    {&frmHandBox::btnSetMeridianDelay, ButtonAction::SetMeridianDelay},
+    {&frmHandBox::btnClearMeridianDelay, ButtonAction::ClearMeridianDelay},
+    {&frmHandBox::btnGetLongLat, ButtonAction::GetLongLat},
 };
 
 }  // namespace
@@ -33,11 +41,12 @@ void HandBoxPanel::WireButtons() {
         (handBox.*row.button).OnClick([this, action = row.action] { Press(action); });
     }
     handBox.btnResetErrorCounts.OnClick([this] { needs_.resetCommCounters(); });
-    handBox.btnGetLongLat.OnClick([this] { GetLongLatFromMount(false); });
-    handBox.btnSyncMountTime.OnClick([this] { SyncMountTime(); });
-    handBox.btnSetMeridianDelay.OnClick(
-        [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), needs_.log)); });
-    handBox.btnClearMeridianDelay.OnClick([this] { SendMeridianDelay(0.0); });
+    handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(); });
+    OnAction(ButtonAction::SyncMountTime, [this] { SyncMountTime(); });
+    OnAction(ButtonAction::SetMeridianDelay,
+             [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), needs_.log)); });
+    OnAction(ButtonAction::ClearMeridianDelay, [this] { SendMeridianDelay(0.0); });
+    OnAction(ButtonAction::GetLongLat, [this] { GetLongLatFromMount(false); });
 }
 
 void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {
@@ -104,6 +113,13 @@ void HandBoxPanel::SyncMountTime() {
             telescope->CommandStringInternal(kInitTime, true);
         }
     });
+}
+
+/// There is nothing to open before the first log, which makes the folder known.
+void HandBoxPanel::OpenLogFolder() {
+    if (!state_.g_sLogDir.empty()) {
+        needs_.processes.Start("explorer.exe", state_.g_sLogDir);
+    }
 }
 
 }  // namespace kestrane

@@ -144,20 +144,21 @@ void HandBoxPanel::UpdateControls() {
     frmHandBox& handBox = needs_.handBox;
     handBox.EnsureLoaded();
     const FillsHandBox filling(handBox);
-    moves_ = LoadMoveCommands(state_.g_sMountRateType);
     for (const ListRow& row : ListRows()) {
         FillList(row);
     }
     for (const CheckRow& row : CheckRows()) {
         (handBox.*row.control).Checked(needs_.persist.ReadFlag(row.key));
     }
+    handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
     for (const TextRow& row : TextRows()) {
         TextBox& box = handBox.*row.control;
         const std::string fallback = row.key.fallback.empty() ? box.Text() : std::string(row.key.fallback);
         box.Text(needs_.persist.ReadIniValue(row.key.name, fallback));
     }
     for (const OptionRow& row : OptionRows()) {
-        const bool value = needs_.persist.Read(row.key) == "True";
+        const std::string stored = needs_.persist.Read(row.key);
+        const bool value = (stored.empty() ? row.key.fallback : stored) == "True";
         (handBox.*(value ? row.whenTrue : row.whenFalse)).Checked(true);
     }
     ResetReticleBrightness();
@@ -205,15 +206,22 @@ void HandBoxPanel::FillMountLabels() {
 
 void HandBoxPanel::FillSite() {
     frmHandBox& handBox = needs_.handBox;
+    if (const Site* const site = CurrentSite()) {
+        handBox.txtSiteName.Text(site->Name);
+        handBox.txtLatitude.Text(site->Latitude);
+        handBox.txtLongitude.Text(site->Longitude);
+        handBox.txtElevation.Text(PlainNumber(site->ElevationMeters));
+    }
+}
+
+const Site* HandBoxPanel::CurrentSite() {
     const std::int16_t current = needs_.sites.g_SiteDbIndex();
     for (const std::optional<Site>& site : needs_.sites.g_Sites()) {
         if (site && site->id == current && current > 0) {
-            handBox.txtSiteName.Text(site->Name);
-            handBox.txtLatitude.Text(site->Latitude);
-            handBox.txtLongitude.Text(site->Longitude);
-            handBox.txtElevation.Text(PlainNumber(site->ElevationMeters));
+            return &*site;
         }
     }
+    return nullptr;
 }
 
 std::int32_t HandBoxPanel::NumberOf(std::string_view text) {

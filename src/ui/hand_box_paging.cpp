@@ -93,7 +93,6 @@ void HandBoxPanel::OnShowAllChange() {
 }
 
 void HandBoxPanel::ShowMountFeatures() {
-    needs_.handBox.chkEnableKingRate.Enabled(state_.g_bKingRateAvailable);
     ShowFrames();
 }
 

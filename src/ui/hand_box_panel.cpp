@@ -33,6 +33,8 @@ void ShowHelp(frmHandBox& handBox) {
         {handBox.chkCalcLST, "Computes the sidereal time instead of asking the mount"},
         {handBox.txtRaCustom, "Seconds of right ascension per sidereal second"},
         {handBox.txtDecCustom, "Arc-seconds per second"},
+        {handBox.txtInitRaBacklash, "Range is 0-59 arc-seconds"},
+        {handBox.txtInitDecBacklash, "Range is 0-59 arc-seconds"},
         {handBox.txtMeridianDelay, "Hours, -6 to 6"},
         {handBox.lblRetransmits, "Commands that had to be sent again"},
         {handBox.lblReceiveStringErrors, "Replies that did not come whole"},
@@ -50,8 +52,7 @@ void Show(Label& label, const std::string& text, Colours colours) {
 
 }  // namespace
 
-HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
-    : needs_(std::move(needs)), state_(needs_.state), moves_(LoadMoveCommands("")) {
+HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {
     needs_.handBox.OnLoad([this] { OnLoad(); });
     needs_.handBox.tmrSlewFlashUI.OnTick([this] { OnFlashTick(); });
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
@@ -68,7 +69,6 @@ void HandBoxPanel::OnLoad() {
     const FillsHandBox filling(needs_.handBox);
     RestorePosition();
     SetUiGuideIndicator(kAllGuideMarks, false);
-    moves_ = LoadMoveCommands(state_.g_sMountRateType);
     needs_.queries.ResetQueryTimes();
     frmHandBox& handBox = needs_.handBox;
     handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);

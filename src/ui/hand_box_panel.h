@@ -21,6 +21,7 @@
 #include "settings/sites.h"
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
+#include "state/mount_rates.h"
 #include "telescope/telescope.h"
 #include "ui/move_commands.h"
 
@@ -34,9 +35,11 @@ struct HandBoxPanelNeeds {
     SwallowLedger& ledger;
     MessageBoxes& messageBoxes;
     SystemInfo& systemInfo;
+    Processes& processes;
     Sites& sites;
     KsMount& mount;
     MountQueries& queries;
+    MountRates& rates;
     frmHandBox& handBox;
     frmStatus& statusWindow;
     frmInitialSetup& initialSetup;
@@ -65,6 +68,10 @@ enum class ButtonAction : std::int32_t {
     ReleaseMove = 9,
     PressMove = 10,
     Repeat = 11,
+    SyncMountTime = 12,
+    SetMeridianDelay = 13,
+    ClearMeridianDelay = 14,
+    GetLongLat = 15,
 };
 
 /// The logic of the hand box: what it shows and what its controls do. Logic thread only.
@@ -103,8 +110,8 @@ public:
     /// Runs the action now, or when the poll step that is under way has ended.
     void Press(ButtonAction action);
 
-    /// What the pad of nine buttons sends.
-    const MoveCommands& Moves() const { return moves_; }
+    /// What the pad of nine buttons sends, by the rate type that the mount has told by now.
+    MoveCommands Moves() const { return LoadMoveCommands(needs_.rates.IsRateTypeOpen()); }
 
 private:
     struct CheckRow {
@@ -148,6 +155,8 @@ private:
     void FillList(const ListRow& row);
     void FillMountLabels();
     void FillSite();
+    /// Null when no site is selected or the selected one is gone.
+    const Site* CurrentSite();
     std::int32_t NumberOf(std::string_view text);
     std::int32_t StoredNumber(const SettingKey& key);
     void Keep(const SettingKey& key, std::string_view value);
@@ -160,6 +169,7 @@ private:
     void Run(ButtonAction action);
     void SendMeridianDelay(double hours);
     void SyncMountTime();
+    void OpenLogFolder();
 
     // hand_box_rates.cpp
     void WireRateButtons();
@@ -183,8 +193,7 @@ private:
 
     HandBoxPanelNeeds needs_;
     DriverState& state_;
-    MoveCommands moves_;
-    std::array<std::function<void()>, 12> actions_;
+    std::array<std::function<void()>, 16> actions_;
     ButtonAction delayed_ = ButtonAction::None;
     bool runsDelayed_ = false;  ///< a delayed action is under way
     bool siteRead_ = false;     ///< the mount's site was read since the link was opened

@@ -85,7 +85,8 @@ void HandBoxPanel::UpdateRateLimits() {
 }
 
 bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
-    return std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit;
+    return text.empty() ||
+           (IsNumericText(text) && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
 }
 
 void HandBoxPanel::SetKingRateState() {
@@ -137,7 +138,7 @@ void HandBoxPanel::OnKingRateChange() {
     needs_.log.LogMessage("User", LogLevel::Info,
                           std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
     if (state_.g_bTracking && state_.g_nDisplayedRate == kSidereal) {
-        StartTracking(state_.g_nTrackingRate);
+        StartTracking(kTelescopeSidereal);  // whatever rate the client has asked for
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
+#include "settings/site_text.h"
 #include "ui/colours.h"
 #include "ui/hand_box_panel.h"
 
@@ -10,6 +11,10 @@ namespace {
 
 /// The mount keeps its site to the arc-second, the settings to a tenth.
 constexpr double kSiteToleranceDegrees = 1.01 / 3600.0;
+
+bool Near(double differenceDegrees) {
+    return std::abs(differenceDegrees) <= kSiteToleranceDegrees;
+}
 
 void ShowMatch(TextBox& box, bool matches, std::string_view words) {
     Paint(box, matches ? kNormalColours : kWarningColours);
@@ -42,11 +47,18 @@ void HandBoxPanel::GetLongLatFromMount(bool silent) {
 void HandBoxPanel::CompareSite(double longitude, double latitude, bool silent) {
     constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
     constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
-    SiteNumbers site;
-    const bool known = needs_.sites.GetSiteNumbers(needs_.sites.CurrentSiteName(), site);
-    const auto near = [known](double difference) { return !known || std::abs(difference) <= kSiteToleranceDegrees; };
-    const bool latitudeMatches = near(latitude - site.latitude);
-    const bool longitudeMatches = near(NormalizeDegrees180(longitude - site.longitude));
+    const Site* const site = CurrentSite();
+    bool latitudeMatches = true;
+    bool longitudeMatches = true;
+    ResumeNext errors{needs_.ledger, "CompareSite"};
+    errors.Step([&] {
+        if (site) {
+            const double siteLatitude = SiteTextDegrees(site->Latitude, "S", needs_.log);
+            const double siteLongitude = SiteTextDegrees(site->Longitude, "W", needs_.log);
+            latitudeMatches = Near(latitude - siteLatitude);
+            longitudeMatches = Near(NormalizeDegrees180(longitude - siteLongitude));
+        }
+    });
     ShowMatch(needs_.handBox.txtActualLatitude, latitudeMatches, kLatitudeWords);
     ShowMatch(needs_.handBox.txtActualLongitude, longitudeMatches, kLongitudeWords);
     if (!latitudeMatches) {

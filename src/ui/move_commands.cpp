@@ -25,17 +25,16 @@ std::vector<std::string> Joined(std::vector<std::string> first, const std::vecto
 
 }  // namespace
 
-MoveCommands LoadMoveCommands(std::string_view mountRateType) {
+MoveCommands LoadMoveCommands(bool rateTypeOpen) {
     const std::string north = Frame(wire::MoveNorth);
     const std::string south = Frame(wire::MoveSouth);
     const std::string east = Frame(wire::MoveEast);
     const std::string west = Frame(wire::MoveWest);
     const std::string stop = Frame(wire::Stop);
-    const bool untold = mountRateType.empty() || mountRateType == "unknown";
     return MoveCommands{
         .move = {north + west, north, north + east, west, stop + stop, east, south + west, south, south + east},
-        .rate = untold ? Joined(FrameAll(wire::GuideRate, "012"), FrameAll(wire::CenteringRate, "0123"))
-                       : FrameAll(wire::CenteringRate, "56701234"),
+        .rate = rateTypeOpen ? Joined(FrameAll(wire::GuideRate, "012"), FrameAll(wire::CenteringRate, "0123"))
+                             : FrameAll(wire::CenteringRate, "56701234"),
         .guide = FrameAll(wire::GuideRate, "0123"),
     };
 }

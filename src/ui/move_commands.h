@@ -2,7 +2,6 @@
 
 #include <array>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kestrane {
@@ -14,7 +13,7 @@ struct MoveCommands {
     std::vector<std::string> guide;   ///< by the index of `cbxInitGuideRate`
 };
 
-/// The tables for a mount of that rate list key; "" and "unknown" are mounts that have not told theirs.
-MoveCommands LoadMoveCommands(std::string_view mountRateType);
+/// The tables for a mount that has told its rate type, or for one that has left it open.
+MoveCommands LoadMoveCommands(bool rateTypeOpen);
 
 }  // namespace kestrane

@@ -12,6 +12,15 @@ protected:
         driver->panel.OnAction(action, [this, action] { done_.push_back(static_cast<int>(action)); });
     }
 
+    /// How often the mount got a command that begins so.
+    int TimesSentWith(const std::string& beginning) const {
+        int times = 0;
+        for (const std::string& sent : mount->Commands()) {
+            times += sent.starts_with(beginning) ? 1 : 0;
+        }
+        return times;
+    }
+
     std::vector<int> done_;
 };
 
@@ -54,10 +63,13 @@ TEST_F(HandBoxButtons, Press_EachCodeReachesItsOwnAction) {
 TEST_F(HandBoxButtons, Press_OfAnActionThatNobodySetDoesNothing) {
     HandBox().EnsureLoaded();
     driver->state.g_bInPoll = true;
+    Count(ButtonAction::Park);
     driver->panel.Press(ButtonAction::Repeat);
     driver->state.g_bInPoll = false;
     machine.AdvanceTime(100);
     EXPECT_TRUE(done_.empty());
+    driver->panel.Press(ButtonAction::Park);
+    EXPECT_EQ(done_, std::vector<int>{1});
 }
 
 TEST_F(HandBoxButtons, DelayedAction_IsClearedBeforeItRunsAndHoldsBackOthers) {
@@ -108,6 +120,56 @@ TEST_F(HandBoxButtons, Clicks_PressTheActionOfTheirButton) {
         EXPECT_EQ(done_, std::vector<int>{row.code});
         done_.clear();
     }
+}
+
+TEST_F(HandBoxButtons, ButtonsThatTalkToTheMount_WaitForTheEndOfThePollStep) {
+    auto telescope = ConnectedTelescope();
+    HandBox().txtMeridianDelay.Text("1.5");
+    struct Row {
+        Button frmHandBox::*button;
+        std::string command;
+    };
+    for (const Row& row : {Row{&frmHandBox::btnSyncMountTime, "SL"}, Row{&frmHandBox::btnSetMeridianDelay, "SL"},
+                           Row{&frmHandBox::btnClearMeridianDelay, "SL"}, Row{&frmHandBox::btnGetLongLat, "Gg"}}) {
+        HandBox().tmrQueryRaDecAltAz.Enabled(false);
+        driver->state.g_bInPoll = true;
+        const std::size_t before = mount->Commands().size();
+        const int sent = TimesSentWith(row.command);
+        (HandBox().*row.button).FireClick();
+        machine.AdvanceTime(100);
+        EXPECT_EQ(mount->Commands().size(), before) << row.command;
+        driver->state.g_bInPoll = false;
+        machine.AdvanceTime(20);
+        EXPECT_EQ(TimesSentWith(row.command), sent + 1);
+        machine.AdvanceTime(200);
+        EXPECT_EQ(TimesSentWith(row.command), sent + 1) << "once only";
+    }
+}
+
+TEST_F(HandBoxButtons, ButtonsOfTheTime_SendTimeAndDate) {
+    auto telescope = ConnectedTelescope();
+    HandBox().txtMeridianDelay.Text("1.5");
+    for (Button frmHandBox::*button :
+         {&frmHandBox::btnSyncMountTime, &frmHandBox::btnSetMeridianDelay, &frmHandBox::btnClearMeridianDelay}) {
+        const int times = TimesSentWith("SL");
+        const int dates = TimesSentWith("SC");
+        (HandBox().*button).FireClick();
+        EXPECT_EQ(TimesSentWith("SL"), times + 1) << (HandBox().*button).Name();
+        EXPECT_EQ(TimesSentWith("SC"), dates + 1) << (HandBox().*button).Name();
+    }
+}
+
+TEST_F(HandBoxButtons, OpenLogDirectory_OpensTheFolderOfTheLog) {
+    HandBox().btnOpenLogDirectory.FireClick();
+    ASSERT_NE(driver->state.g_sLogDir, "");
+    const std::vector<std::pair<std::string, std::string>> expected{{"explorer.exe", driver->state.g_sLogDir}};
+    EXPECT_EQ(machine.processes.starts, expected);
+}
+
+TEST_F(HandBoxButtons, OpenLogDirectory_BeforeTheFirstLogOpensNothing) {
+    driver->state.g_sLogDir.clear();
+    HandBox().btnOpenLogDirectory.FireClick();
+    EXPECT_TRUE(machine.processes.starts.empty());
 }
 
 TEST_F(HandBoxButtons, SetMeridianDelay_TakesTheBoxAndAsksForTheTimeAtOnce) {
@@ -181,6 +243,21 @@ TEST_F(HandBoxButtons, KingCheckBox_SwitchesTheMountAndSetsTheSiderealRateAnew) 
     EXPECT_EQ(driver->persist.Read(setting::chkEnableKingRate), "1");
 }
 
+TEST_F(HandBoxButtons, KingCheckBox_LeavesTheMountAtSiderealWhateverTheClientAskedFor) {
+    auto telescope = ConnectedTelescope();
+    driver->panel.RestoreTrackingRate(1);
+    driver->state.g_bKingRateAvailable = true;
+    const int lunar = TimesSent("RT0");
+    const int sidereal = TimesSent("RT2");
+    for (const std::int16_t asked : {std::int16_t{1}, std::int16_t{2}}) {
+        driver->state.g_nTrackingRate = asked;
+        HandBox().chkEnableKingRate.Checked(!HandBox().chkEnableKingRate.Checked());
+    }
+    EXPECT_EQ(TimesSent("RT0"), lunar);
+    EXPECT_EQ(TimesSent("RT2"), sidereal + 2);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 1);
+}
+
 TEST_F(HandBoxButtons, KingCheckBox_AtAnotherRateOnlyKeepsTheChoice) {
     auto telescope = ConnectedTelescope();
     driver->panel.RestoreTrackingRate(2);
@@ -192,16 +269,31 @@ TEST_F(HandBoxButtons, KingCheckBox_AtAnotherRateOnlyKeepsTheChoice) {
 }
 
 TEST_F(HandBoxButtons, MoveCommands_ByButtonAndByRateList) {
-    const MoveCommands untold = LoadMoveCommands("unknown");
+    const MoveCommands open = LoadMoveCommands(true);
     const std::array<std::string, 9> move{":Mn#:Mw#", ":Mn#",     ":Mn#:Me#", ":Mw#",    ":Q#:Q#",
                                           ":Me#",     ":Ms#:Mw#", ":Ms#",     ":Ms#:Me#"};
-    EXPECT_EQ(untold.move, move);
-    EXPECT_EQ(untold.rate, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RC0#", ":RC1#", ":RC2#", ":RC3#"}));
-    EXPECT_EQ(untold.guide, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RG3#"}));
-    EXPECT_EQ(LoadMoveCommands("").rate, untold.rate);
-    for (const char* type : {"0", "1", "2", "3"}) {
-        EXPECT_EQ(LoadMoveCommands(type).rate,
-                  (std::vector<std::string>{":RC5#", ":RC6#", ":RC7#", ":RC0#", ":RC1#", ":RC2#", ":RC3#", ":RC4#"}));
+    const std::vector<std::string> guide{":RG0#", ":RG1#", ":RG2#", ":RG3#"};
+    EXPECT_EQ(open.move, move);
+    EXPECT_EQ(open.rate, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RC0#", ":RC1#", ":RC2#", ":RC3#"}));
+    EXPECT_EQ(open.guide, guide);
+    const MoveCommands told = LoadMoveCommands(false);
+    EXPECT_EQ(told.move, move);
+    EXPECT_EQ(told.rate,
+              (std::vector<std::string>{":RC5#", ":RC6#", ":RC7#", ":RC0#", ":RC1#", ":RC2#", ":RC3#", ":RC4#"}));
+    EXPECT_EQ(told.guide, guide);
+}
+
+TEST_F(HandBoxButtons, Moves_FollowTheRateTypeThatTheMountTellsAtAnyTime) {
+    struct Row {
+        std::string type;
+        std::size_t rates;
+        std::string first;
+    };
+    for (const Row& row : {Row{"0", 8, ":RC5#"}, Row{"", 7, ":RG0#"}, Row{"3", 8, ":RC5#"}, Row{"unknown", 7, ":RG0#"},
+                           Row{"1", 8, ":RC5#"}, Row{"2", 8, ":RC5#"}}) {
+        driver->state.g_sMountRateType = row.type;
+        EXPECT_EQ(driver->panel.Moves().rate.size(), row.rates) << row.type;
+        EXPECT_EQ(driver->panel.Moves().rate.front(), row.first) << row.type;
     }
 }
 

@@ -162,6 +162,9 @@ TEST_F(HandBoxDisplay, GuideIndicator_MinusOneDarkensAllThatAreLit) {
 
 TEST_F(HandBoxDisplay, LstHaClick_ChangesBetweenSiderealTimeAndHourAngle) {
     auto telescope = ConnectedTelescope();
+    machine.AdvanceTime(2000);
+    EXPECT_NE(driver->statusWindow.lblHourAngle.Text(), "");
+    EXPECT_NE(driver->statusWindow.lblHourAngle.Text(), driver->statusWindow.lblLST.Text());
     HandBox().lblLstHA.FireClick();
     EXPECT_TRUE(HandBox().m_bShowHA);
     EXPECT_EQ(HandBox().lblLstHA.Text(), "HA");

@@ -110,15 +110,6 @@ TEST_F(HandBoxPaging, MountWithoutPemOrFocuser_HasNoFrameForThem) {
     EXPECT_EQ(Frames().size(), 9U);
 }
 
-TEST_F(HandBoxPaging, ShowMountFeatures_OffersTheKingRateWhereItIs) {
-    for (const bool available : {true, false}) {
-        driver->state.g_bKingRateAvailable = available;
-        driver->panel.ShowMountFeatures();
-        EXPECT_EQ(HandBox().chkEnableKingRate.Enabled(), available);
-        EXPECT_TRUE(HandBox().chkEnableKingRate.Visible());
-    }
-}
-
 TEST_F(HandBoxPaging, LabelClicks_BringUpThePanel) {
     for (Label* label :
          {&HandBox().lblMeridianDelay, &HandBox().lblParkStatus, &HandBox().lblTime, &HandBox().lblTimeLbl,
@@ -200,6 +191,23 @@ TEST_F(SiteFromMount, Compare_SaysWhatDiffersFromTheCurrentSite) {
             EXPECT_EQ(Boxes(), expected) << row.latitude << row.longitude;
             EXPECT_EQ(Marked(HandBox().txtActualLatitude), !row.latitudeMatches) << row.latitude;
             EXPECT_EQ(Marked(HandBox().txtActualLongitude), !row.longitudeMatches) << row.longitude;
+        }
+    }
+}
+
+TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
+    auto telescope = ConnectedTelescope();
+    SetCurrentSite("N 40 00 00.0", "W 70 00 00.0");
+    bool isNew = false;
+    ASSERT_TRUE(
+        driver->persist.database()->SetSite(Site{0, "hill", "", "E 10 00 00.0", "N 47 00 00.0", 0, 0, 0, 0, 0}, isNew));
+    ASSERT_TRUE(driver->sites.GetAllSites());
+    for (const std::optional<Site>& site : driver->sites.g_Sites()) {
+        if (site && (site->Name == "Hill" || site->Name == "hill")) {
+            driver->sites.g_SiteDbIndex(site->id);
+            driver->panel.GetLongLatFromMount(true);
+            EXPECT_EQ(Marked(HandBox().txtActualLatitude), site->Name == "Hill");
+            EXPECT_EQ(Marked(HandBox().txtActualLongitude), site->Name == "Hill");
         }
     }
 }

@@ -93,6 +93,31 @@ TEST_F(HandBoxSettings, TextsThatNobodySet_AreThoseOfTheBoxesAndAreKept) {
     }
 }
 
+TEST_F(HandBoxSettings, FocuserOptions_StoredEmptyAreThoseOfTheKeys) {
+    Seed({{"Focus.radFocusFast", ""}, {"Focus.radFocusFinalDirectionIn", ""}});
+    Start();
+    driver->panel.UpdateControls();
+    EXPECT_TRUE(HandBox().radFocusFast.Checked());
+    EXPECT_TRUE(HandBox().radFocusFinalDirectionOut.Checked());
+}
+
+TEST_F(HandBoxSettings, UpdateControls_ShowsWhetherTheLogIsOn) {
+    Start();
+    HandBox().EnsureLoaded();
+    for (const bool on : {false, true}) {
+        driver->state.g_bDebugLog = on;
+        driver->panel.UpdateControls();
+        EXPECT_EQ(HandBox().chkEnableDebugLog.Checked(), on);
+    }
+}
+
+TEST_F(HandBoxSettings, BacklashBoxes_TellTheirRange) {
+    Start();
+    HandBox().EnsureLoaded();
+    EXPECT_EQ(HandBox().txtInitRaBacklash.ToolTip(), "Range is 0-59 arc-seconds");
+    EXPECT_EQ(HandBox().txtInitDecBacklash.ToolTip(), "Range is 0-59 arc-seconds");
+}
+
 TEST_F(HandBoxSettings, Lists_HoldTheirFixedEntries) {
     Start();
     driver->panel.UpdateControls();
@@ -224,7 +249,7 @@ TEST_F(HandBoxSettings, CustomRates_OutsideTheLimitAreNotKept) {
         bool kept;
     };
     for (const Row& row : {Row{"99.9999", true}, Row{"100", false}, Row{"-99.9999", true}, Row{"-100", false},
-                           Row{"0", true}, Row{"", true}}) {
+                           Row{"0", true}, Row{"", true}, Row{"abc", false}, Row{"1x", false}, Row{"0.5", true}}) {
         for (const std::string name : {"txtRaCustom", "txtDecCustom"}) {
             driver->persist.WriteIniValue(name, "before");
             HandBox().Find<TextBox>(name)->Text(row.text);
