@@ -288,9 +288,9 @@ bool Telescope::IsPulseGuiding() {
     return guiding;
 }
 
+/// Leaves `g_bAbortPark`: a park that waits learns by it how it ended. The next slew clears it.
 void Telescope::HandleParkComplete() {
     state_.g_bParking = false;
-    state_.g_bAbortPark = false;
 }
 
 }  // namespace kestrane

@@ -51,7 +51,14 @@ void Telescope::CheckSlewRange(double rightAscension, double declination) {
     }
 }
 
+/// An aborted park has no say in the slew that begins behind it; the slew of a park itself leaves that park's flag.
 void Telescope::BeginSlew() {
+    if (state_.g_bParking && state_.g_bAbortPark) {
+        HandleParkComplete();
+    }
+    if (!state_.g_bParking) {
+        state_.g_bAbortPark = false;
+    }
     state_.g_bAbortSlew = false;
     state_.g_bSlewing = true;
     state_.g_bMountSlewing = true;
@@ -221,12 +228,12 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         errors.Step([&] { TargetRightAscension(viaRightAscension); });
         errors.Step([&] { TargetDeclination(state_.g_dDec); });
         const bool accepted = errors.Step([&] { SendSlewCommands(); });
-        if (async) {
+        if (!accepted) {
+            // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
+            state_.g_bSafeSlewPending = false;
             return;
         }
-        if (!accepted) {
-            // A refused first leg must not become a direct slew past the counterweights.
-            state_.g_bSafeSlewPending = false;
+        if (async) {
             return;
         }
         WaitWhileSlewing(aborts);

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -200,25 +202,180 @@ TEST_F(SlewTest, AbortWhileAnEarlierSlewIsWaitedOut_SendsNothingMore) {
     EXPECT_EQ(slews, 0);
 }
 
-TEST_F(SlewTest, TwoLegSlew_GoesThroughItsIntermediatePoint_AndAnAbortBetweenStopsIt) {
-    BuildMount("E3");
-    const TelescopeObject telescope = ConnectedTelescope();
-    telescope->Tracking(true);
-    // West side with a positive hour angle: the counterweights are up.
-    const auto prepare = [&] {
+// --- slews in two legs
+
+/// Always this reply to a command.
+class Replies final : public Misbehaviour {
+public:
+    Replies(std::string name, std::string reply) : name_(std::move(name)), reply_(std::move(reply)) {}
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == name_) {
+            reply.parts = {{0, reply_}};
+        }
+    }
+
+private:
+    std::string name_;
+    std::string reply_;
+};
+
+/// A status text without tracking, as a park leaves it.
+class ReportsNoTracking final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "GOS" && !reply.parts.empty()) {
+            reply.parts.front().bytes[1] = '9';
+        }
+    }
+};
+
+/// A mount three hours past the meridian that stands on the west side: its counterweights are up, and a slew over the
+/// meridian goes through a point near it. The firmware chooses the road of the supervision.
+class TwoLegTest : public DriverFixture, public testing::WithParamInterface<std::string> {
+protected:
+    void SetUp() override {
+        BuildMount(GetParam());
+        mount->Add(std::make_unique<Replies>("pS", "West#"));
+        telescope = ConnectedTelescope();
+        telescope->Tracking(true);
+        machine.AdvanceTime(10'000);
+    }
+
+    void StartTwoLegs() {
+        slewsBefore = TimesSent("MS");
+        targetRa = NormalizeHours(telescope->SiderealTime() + 2.0);
+        telescope->SlewToCoordinatesAsync(targetRa, kTargetDec);
+    }
+    int Slews() const { return TimesSent("MS") - slewsBefore; }
+    /// The last of the commands that begin so.
+    std::string LastSent(std::string_view beginning) const {
+        std::string last;
+        for (const std::string& sent : mount->Commands()) {
+            last = sent.starts_with(beginning) ? sent : last;
+        }
+        return last;
+    }
+    /// Waits as a client does; false if the slew has no end.
+    bool WaitForEnd() {
+        for (int seconds = 0; seconds < 120; ++seconds) {
+            if (!telescope->Slewing()) {
+                return true;
+            }
+            machine.AdvanceTime(1'000);
+        }
+        return false;
+    }
+    void ExpectSecondLegOnTheWire() {
+        EXPECT_EQ(Slews(), 2);
+        EXPECT_TRUE(Logged("Slew 2 of 2: RA=" + PlainNumber(targetRa) + ", Dec=30"));
+        EXPECT_EQ(LastSent("Sr"), "Sr" + HoursToHMS(targetRa, ":", ":", "", driver->state.g_nPrecisionRa));
+        EXPECT_EQ(LastSent("Sd"), "Sd+" + DegreesToDMS(kTargetDec, "*", ":", "", driver->state.g_nPrecisionDec));
         machine.AdvanceTime(3'000);
-        driver->state.g_bForkMount = driver->state.g_bRawRaDecSlews = driver->state.g_bFirmwareSafeSlew = false;
-    };
-    prepare();
-    const double ra = NormalizeHours(telescope->SiderealTime() + 2.0);
-    telescope->SlewToCoordinatesAsync(ra, 30.0);
-    const bool twoLegs = Logged("Slew 1 of 2: ");
-    EXPECT_EQ(driver->state.g_bSafeSlewPending, twoLegs);
+        EXPECT_NEAR(mount->Picture().rightAscension, targetRa, 0.01);
+        EXPECT_NEAR(mount->Picture().declination, kTargetDec, 0.05);
+    }
+
+    static constexpr double kTargetDec = 30.0;
+    TelescopeObject telescope;
+    double targetRa = 0.0;
+    int slewsBefore = 0;
+};
+
+TEST_P(TwoLegTest, Slew_GoesThroughAPointNearTheMeridian_AndThenToItsTarget) {
+    const double dec = telescope->Declination();
+    StartTwoLegs();
+    ASSERT_TRUE(Logged("Slew 1 of 2: "));
+    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+    EXPECT_NEAR(NormalizeHourAngle(mount->Picture().siderealTime - driver->state.g_dTargetRa), -0.5, 0.01);
+    EXPECT_NEAR(driver->state.g_dTargetDec, dec, 0.01);
+    EXPECT_EQ(Slews(), 1);
+    EXPECT_TRUE(WaitForEnd());
+    ExpectSecondLegOnTheWire();
+    EXPECT_EQ(telescope->TargetRightAscension(), targetRa);
+}
+
+TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
+    StartTwoLegs();
+    ASSERT_TRUE(driver->state.g_bSafeSlewPending);
+    mount->Add(std::make_unique<ReportsNoTracking>());
+    driver->state.g_bParking = true;
+    driver->state.g_bTracking = false;
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_FALSE(driver->state.g_bTracking);
+    ExpectSecondLegOnTheWire();
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
+TEST_P(TwoLegTest, AbortWhileTheFirstLegRuns_IsFollowedByNoSecond) {
+    StartTwoLegs();
+    ASSERT_TRUE(driver->state.g_bSafeSlewPending);
+    machine.AdvanceTime(1'000);
+    ASSERT_TRUE(mount->Picture().slewing);
     telescope->AbortSlew();
     EXPECT_FALSE(driver->state.g_bSafeSlewPending);
-    machine.AdvanceTime(30'000);
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_EQ(Slews(), 1);
+}
+
+TEST_P(TwoLegTest, AbortBetweenTheLegs_IsFollowedByNoSecond) {
+    StartTwoLegs();
+    while (mount->Picture().slewing) {
+        machine.AdvanceTime(10);
+    }
+    ASSERT_TRUE(driver->state.g_bSafeSlewPending) << "the supervision has not seen the end yet";
+    telescope->AbortSlew();
+    EXPECT_TRUE(WaitForEnd());
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(Slews(), 1);
     EXPECT_FALSE(Logged("Slew 2 of 2: "));
+}
+
+TEST_P(TwoLegTest, AbortedPark_HasNoSayInTheNextSlew) {
+    for (const bool supervisionHasEndedThePark : {true, false}) {
+        driver->state.g_bParking = true;
+        telescope->AbortSlew();
+        EXPECT_TRUE(driver->state.g_bAbortPark);
+        if (supervisionHasEndedThePark) {
+            machine.AdvanceTime(1'000);
+            EXPECT_FALSE(driver->state.g_bParking);
+            EXPECT_TRUE(driver->state.g_bAbortPark) << "a park that waits has to see it";
+        }
+        StartTwoLegs();
+        ASSERT_TRUE(driver->state.g_bSafeSlewPending);
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(driver->state.g_bAbortPark);
+        EXPECT_TRUE(WaitForEnd());
+        ExpectSecondLegOnTheWire();
+        telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 3.0), 45.0);  // for the next round
+        machine.AdvanceTime(10'000);
+    }
+}
+
+TEST_P(TwoLegTest, RefusedFirstLeg_EndsTheSlew) {
+    ExpectSwallow("SafeSlew");
+    mount->Add(std::make_unique<Replies>("MS", "1"));
+    StartTwoLegs();
+    ASSERT_TRUE(Logged("Slew 1 of 2: "));
+    EXPECT_TRUE(Logged("The mount refused the slew: reply 1, below the horizon"));
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
     EXPECT_FALSE(telescope->Slewing());
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(Slews(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, TwoLegTest, testing::Values("S", "D"));
+
+TEST_F(SlewTest, CoordinateInPlaceOfTheStatusText_EndsNoSlew) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);
+    machine.AdvanceTime(1'000);
+    mount->Add(std::make_unique<Replies>("GOS", "03:06:03.17#"));
+    EXPECT_FALSE(driver->queries.QueryGos());
+    mount->ClearMisbehaviours();
+    EXPECT_TRUE(driver->state.g_bResync);
+    EXPECT_TRUE(telescope->Slewing());
+    EXPECT_TRUE(mount->Picture().slewing);
+    EXPECT_FALSE(driver->state.g_bParked);
 }
 
 // --- a mount that misbehaves
