@@ -44,13 +44,15 @@ void PollLoop::UpdateMountInfo() {
             queries.QueryGos();
         }
     });
+    bool slewHasBegun = false;
     errors.Step([&] {
         const bool flashing = needs_.handBox.tmrSlewFlashUI.Enabled();
-        if (CheckSlewing() && !flashing) {
-            needs_.panel.SlewFlashDisplay();
-            needs_.handBox.tmrSlewFlashUI.Enabled(true);
-        }
+        slewHasBegun = CheckSlewing() && !flashing;
     });
+    if (slewHasBegun) {
+        errors.Step([&] { needs_.panel.SlewFlashDisplay(); });
+        errors.Step([&] { needs_.handBox.tmrSlewFlashUI.Enabled(true); });
+    }
     errors.Step([&] { needs_.periodicQuayCheck(); });
     errors.Step([&] {
         if (state_.g_bSlewCompletePending) {
@@ -114,6 +116,7 @@ void PollLoop::ShowLogState() {
     if (state_.g_bParked) {
         PauseLogWhileParked();
     } else {
+        indicator.Visible(false);
         state_.g_bLogPaused = false;
         state_.g_tickParkedSince = Tick{};
     }

@@ -80,6 +80,7 @@ TEST_F(LogWiringTest, Paused_GoesOnWritingWhenTheMountIsUnparked_AndPausesAnewOn
     driver->state.g_bParked = false;
     driver->poll.OnTimer();
     EXPECT_FALSE(driver->state.g_bLogPaused);
+    EXPECT_FALSE(driver->handBox.pbLoggingPaused.Visible());
     const std::string before = LogFile();
     Touch(*telescope);
     EXPECT_GT(LogFile().size(), before.size());

@@ -96,6 +96,14 @@ TEST_F(PollLoopTest, StartOfASlew_ShowsTheFlashAndItsTimer_Once) {
     EXPECT_EQ(panel.calls.size(), 1U);
 }
 
+TEST_F(PollLoopTest, FlashThatCannotBeShown_IsTriedAgainByItsTimer) {
+    mount.replies["GOS"] = "020S0020000001";
+    panel.slewFlashFails = true;
+    poll.UpdateMountInfo();
+    EXPECT_EQ(ledger.Entries().size(), 1U);
+    EXPECT_TRUE(handBox.tmrSlewFlashUI.Enabled());
+}
+
 TEST_F(PollLoopTest, PowerOnPosition_IsNoticedAfterADeclination_ButNotDuringASlew) {
     mount.replies["GR"] = "00:00:00.0";
     mount.replies["GD"] = "+90*00:00";

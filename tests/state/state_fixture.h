@@ -105,6 +105,7 @@ private:
 class RecordingPanel final : public HandBoxActions {
 public:
     std::vector<std::string> calls;
+    bool slewFlashFails = false;
 
     void UserShow() override {}
     void UpdateControls() override {}
@@ -120,7 +121,12 @@ public:
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
     void GetLongLatFromMount(bool) override {}
     void UpdateErrorCounts() override {}
-    void SlewFlashDisplay() override { calls.emplace_back("SlewFlashDisplay"); }
+    void SlewFlashDisplay() override {
+        calls.emplace_back("SlewFlashDisplay");
+        if (slewFlashFails) {
+            throw DriverError(ErrorNumber::SlewFailed);
+        }
+    }
     void SetUiGuideIndicator(std::int32_t, bool) override {}
     void SetKingRateState() override {}
     void RestoreTrackingRate(std::int16_t rate) override {
