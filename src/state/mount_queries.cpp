@@ -42,8 +42,9 @@ void MountQueries::ResetQueryTimes() {
     const Tick now = needs_.clock.GetTickCount();
     state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
     state_.g_tickLastTime = state_.g_tickLastLst = state_.g_tickLastGos = now - kSlowIntervalMs;
-    lstBase_ = state_.g_tickLastLst;
-    mountTimeBase_ = state_.g_tickLastTime;
+    // What was read from the mount goes on from when it was read.
+    lstBase_ = lstKnown_ ? lstBase_ : state_.g_tickLastLst;
+    mountTimeBase_ = mountTimeKnown_ ? mountTimeBase_ : state_.g_tickLastTime;
     state_.g_tickLastTimeZone = now - kTimeZoneIntervalMs;
     state_.g_tickLastSide = now - kSideIntervalMs;
 }
@@ -97,6 +98,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
         return false;
     }
     state_.g_dRa = ra;
+    ++reads_.ra;
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastRaText_ = HoursText(ra);
     needs_.statusWindow.lblRA.Text(lastRaText_);
@@ -149,6 +151,7 @@ bool MountQueries::KeepDec(double dec) {
         return false;
     }
     state_.g_dDec = dec;
+    ++reads_.dec;
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastDecText_ = DegreesText(dec, ForcedSign::Yes);
     needs_.statusWindow.lblDEC.Text(lastDecText_);
@@ -231,6 +234,7 @@ bool MountQueries::QueryAz() {
 
 void MountQueries::ShowAlt(double altitude) {
     state_.g_dAlt = altitude;
+    ++reads_.alt;
     lastAltText_ = DegreesText(altitude, ForcedSign::Yes);
     needs_.statusWindow.lblAlt.Text(lastAltText_);
     if (PositionLabelsShown()) {
@@ -240,6 +244,7 @@ void MountQueries::ShowAlt(double altitude) {
 
 void MountQueries::ShowAz(double azimuth) {
     state_.g_dAz = azimuth;
+    ++reads_.az;
     lastAzText_ = DegreesText(azimuth, ForcedSign::No);
     needs_.statusWindow.lblAz.Text(lastAzText_);
     if (PositionLabelsShown()) {

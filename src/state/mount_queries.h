@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -35,6 +36,14 @@ struct MountQueriesNeeds {
     std::function<std::string()> receiveOne;
     /// The driver's own telescope object; null while there is none.
     std::function<TelescopeActions*()> telescope;
+};
+
+/// How often each coordinate was read or computed anew; wraps.
+struct CoordinateReads {
+    std::uint32_t ra = 0;
+    std::uint32_t dec = 0;
+    std::uint32_t alt = 0;
+    std::uint32_t az = 0;
 };
 
 /// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round
@@ -94,6 +103,8 @@ public:
     /// Reads byte by byte until the line is silent.
     void ClearReceiveBuffer();
 
+    /// Tells a coordinate that has not moved from one that no reply has brought.
+    CoordinateReads Reads() const { return reads_; }
     /// Texts of the last answered position, for the slew flash.
     const std::string& LastRaText() const { return lastRaText_; }
     const std::string& LastDecText() const { return lastDecText_; }
@@ -125,7 +136,9 @@ private:
     Tick lstBase_;                 ///< when `g_dLst` was read
     Tick mountTimeBase_;           ///< when `g_dMountTime` was read
     bool lstKnown_ = false;        ///< `g_dLst` was read at all
+    bool mountTimeKnown_ = false;  ///< `g_dMountTime` was read at all
     bool fillingHandBox_ = false;  ///< the power-on position is being dealt with
+    CoordinateReads reads_;
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };
 

@@ -104,6 +104,7 @@ bool MountQueries::QueryTime() {
     }
     state_.g_dMountTime = mountTime;
     mountTimeBase_ = readAt;
+    mountTimeKnown_ = true;
     if (kept != kOn) {
         return false;  // and shows nothing: wanted, the display runs on by itself
     }

@@ -68,6 +68,7 @@ private:
     void DistancePass();
     double MeasureDistance();
     double TargetDistance();
+    bool NotePosition();
     double Threshold() const;
     void StartSecondLeg();
     bool MayStartSecondLeg() const;
@@ -79,6 +80,7 @@ private:
 
     PollLoopNeeds needs_;
     DriverState& state_;
+    CoordinateReads lastReads_;  ///< as of the last supervision pass
 };
 
 }  // namespace kestrane

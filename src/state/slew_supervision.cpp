@@ -1,5 +1,6 @@
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -49,10 +50,10 @@ bool PollLoop::CheckByStatus() {
             StartSecondLeg();
             state_.g_bMountSlewing = true;
         } else {
-            EndSlew();
             needs_.queries.QueryRa();
             needs_.queries.QueryDec();
             ReadEndOfSlew();
+            EndSlew();
         }
     }
     state_.g_bSlewing = state_.g_bMountSlewing;
@@ -125,12 +126,14 @@ double PollLoop::MeasureDistance() {
                           "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
                               ",  Delta=" + FormatUs(delta, kDistancePattern) +
                               ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
-    if (delta < kStillDegrees) {
+    const bool positionIsNew = NotePosition();
+    if (delta >= kStillDegrees) {
+        state_.g_nSameDistance = 0;
+    } else if (positionIsNew || !state_.g_bSafeSlewPending) {
+        // A silent mount may well be moving: its silence starts no second leg.
         ++state_.g_nSameDistance;
         needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
                               "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
-    } else {
-        state_.g_nSameDistance = 0;
     }
     state_.g_dLastTargetDistance = distance;
     state_.g_dLastDelta = delta;
@@ -157,6 +160,13 @@ double PollLoop::TargetDistance() {
     state_.g_tickSeenAlt = state_.g_tickLastAlt;
     return AngularDistance(state_.g_dAz / kDegreesPerHour, state_.g_dAlt, state_.g_dTargetAz / kDegreesPerHour,
                            state_.g_dTargetAlt);
+}
+
+/// Whether both coordinates that the distance is measured in have been read since the last pass.
+bool PollLoop::NotePosition() {
+    const CoordinateReads last = std::exchange(lastReads_, needs_.queries.Reads());
+    return state_.g_bTargetIsRaDec ? lastReads_.ra != last.ra && lastReads_.dec != last.dec
+                                   : lastReads_.alt != last.alt && lastReads_.az != last.az;
 }
 
 double PollLoop::Threshold() const {

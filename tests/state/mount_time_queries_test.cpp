@@ -99,6 +99,18 @@ TEST_F(TimeQueryTest, ShownTime_RunsOnAcrossMidnight_AndIsNotShiftedByAReplyThat
     EXPECT_EQ(handBox.lblTime.Text(), "00:00:03");
 }
 
+TEST_F(TimeQueryTest, HandBoxThatIsLoadedAnew_ShiftsNoTimeThatWasRead) {
+    mount.replies["GL"] = "20:00:00";
+    mount.replies["GS"] = "06:00:00";
+    queries.QueryTime();
+    queries.QueryLst();
+    const double lst = queries.GetLst();
+    queries.ResetQueryTimes();
+    EXPECT_EQ(queries.GetLst(), lst);
+    queries.UpdateMountTimeDisplay();
+    EXPECT_EQ(handBox.lblTime.Text(), "20:00:00");
+}
+
 TEST_F(TimeQueryTest, EqualText_IsNotWrittenAgain) {
     mount.replies["GL"] = "20:00:00";
     queries.QueryTime();

@@ -176,8 +176,10 @@ TEST_F(SupervisionTest, StatusText_EndsTheSlewWhenTheMountHasStopped_WithoutABee
     OnTheStatusRoad();
     EXPECT_TRUE(poll.CheckSlewing());
     EXPECT_TRUE(mount.sent.empty());
+    handBox.lblRA.Text("flash");
     state.g_bMountSlewing = false;
     EXPECT_FALSE(poll.CheckSlewing());
+    EXPECT_EQ(handBox.lblRA.Text(), "flash") << "until the slew has ended the label is the flash's";
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"GR", "GD", "pS", "GS"}));
     EXPECT_EQ(machine.sounds.beeps, 0);
     ExpectEnded();
@@ -217,6 +219,35 @@ TEST_F(SupervisionTest, StatusTextThatGoesSilentInMidSlew_LeavesTheSlewToTheDist
     }
     EXPECT_FALSE(state.g_bSlewing);
     EXPECT_FALSE(state.g_bMountSlewing);
+}
+
+TEST_F(SupervisionTest, RoadThatChangesTwice_CountsOnlyPassesByDistance_AndEndsTheSlew) {
+    Point(5.0, 38.0);
+    NextPass();
+    NextPass();
+    EXPECT_EQ(state.g_nSameDistance, 1);
+    OnTheStatusRoad();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(NextPass());
+    }
+    EXPECT_EQ(state.g_nSameDistance, 1);
+    state.g_bGosActive = false;
+    EXPECT_TRUE(NextPass());
+    EXPECT_EQ(state.g_nSameDistance, 2);
+    OnTheStatusRoad();
+    state.g_bMountSlewing = false;
+    EXPECT_FALSE(NextPass());
+    ExpectEnded();
+}
+
+TEST_F(SupervisionTest, SlewThatAClientSeesEnd_IsFinishedByTheNextStep) {
+    OnTheStatusRoad();
+    state.g_bMountSlewing = false;
+    EXPECT_FALSE(poll.CheckSlewing());  // as `Slewing` does, between two ticks
+    EXPECT_TRUE(state.g_bSlewCompletePending);
+    poll.UpdateMountInfo();
+    EXPECT_FALSE(state.g_bSlewCompletePending);
+    EXPECT_TRUE(Logged("Inititialization|0|Side of mount initilization complete!"));
 }
 
 // --- two legs
@@ -283,6 +314,40 @@ TEST_F(SupervisionTest, FirstLegThatStallsShort_IsFollowedByTheSecond) {
     EXPECT_EQ(telescope.Times("StartSecondLeg"), 1);
     EXPECT_TRUE(state.g_bSlewing);
     EXPECT_FALSE(state.g_bSafeSlewPending);
+}
+
+TEST_F(SupervisionTest, SilenceInMidFirstLeg_IsNoStillness_AndStartsNoSecondLeg) {
+    for (const std::string silent : {"GR", "GD"}) {
+        telescope.calls.clear();
+        StartSlew();
+        state.g_bSafeSlewPending = true;
+        state.g_nSameDistance = 0;
+        state.g_dLastTargetDistance = 50.0;
+        Point(5.0, 20.0);
+        EXPECT_TRUE(NextPass());
+        mount.inTurn[silent] = std::deque<std::string>(10);
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_TRUE(NextPass()) << silent;
+        }
+        EXPECT_EQ(state.g_nSameDistance, 0);
+        EXPECT_TRUE(telescope.calls.empty());
+        for (int i = 0; i < 3; ++i) {  // it has stalled in truth
+            EXPECT_TRUE(NextPass());
+        }
+        EXPECT_EQ(telescope.Times("StartSecondLeg"), 1);
+    }
+}
+
+TEST_F(SupervisionTest, SilenceInMidSlew_EndsASlewInOneLeg) {
+    Point(5.0, 20.0);
+    EXPECT_TRUE(NextPass());
+    mount.replies["GR"] = mount.replies["GD"] = "";
+    int passes = 0;
+    while (NextPass() && passes < 10) {
+        ++passes;
+    }
+    EXPECT_LT(passes, 10);
+    ExpectEnded();
 }
 
 TEST_F(SupervisionTest, PassThatEntersWhileTheSecondLegIsStarted_StartsNoOther) {
@@ -449,6 +514,25 @@ TEST_F(SupervisionTest, ParkWithHalfOfATarget_StaysUnderWay) {
     poll.CheckSlewComplete();
     EXPECT_TRUE(state.g_bParking);
     EXPECT_EQ(mount.sent, std::vector<std::string>{"pS"});
+}
+
+TEST_F(SupervisionTest, SilentParkCheck_LeavesTheParkUnderWay) {
+    state.g_bSlewing = false;
+    state.g_bParking = state.g_bSlewCompletePending = true;
+    state.g_dRa = 12.0;
+    mount.replies["GR"] = mount.replies["GD"] = "";
+    poll.CheckSlewComplete();
+    EXPECT_TRUE(state.g_bParking);
+    EXPECT_EQ(telescope.Times("HandleParkComplete"), 0);
+}
+
+TEST_F(SupervisionTest, ParkThatArrivedBeforeItsAbort_IsFinishedAsParked) {
+    state.g_bSlewing = false;
+    state.g_bParked = state.g_bParking = state.g_bAbortPark = state.g_bSlewCompletePending = true;
+    poll.CheckSlewComplete();
+    EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position"));
+    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
+    EXPECT_FALSE(state.g_bParking);
 }
 
 TEST_F(SupervisionTest, Park_BeepsNeverDuringItsSlew) {
