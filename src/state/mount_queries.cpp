@@ -227,7 +227,7 @@ bool MountQueries::QueryAz() {
         LogIgnored("Az Query");
         return false;
     }
-    ShowAz(azimuth >= 360.0 ? azimuth - 360.0 : azimuth);
+    ShowAz(azimuth);
     NoteQuerySuccess();
     return true;
 }
@@ -243,6 +243,7 @@ void MountQueries::ShowAlt(double altitude) {
 }
 
 void MountQueries::ShowAz(double azimuth) {
+    azimuth -= azimuth >= 360.0 ? 360.0 : 0.0;  // a computed one may come to the full turn by rounding
     state_.g_dAz = azimuth;
     ++reads_.az;
     lastAzText_ = DegreesText(azimuth, ForcedSign::No);

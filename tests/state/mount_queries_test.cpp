@@ -31,7 +31,7 @@ TEST_P(QueryFailureTest, WrongReply_IsLogged_AndMendedWhereItShowsASlip) {
     state.g_sVersion = row.version;
     state.g_dRa = 3.0;
     state.g_dDec = 4.0;
-    state.g_dAlt = state.g_dAz = state.g_dMountTime = state.g_dTimeZone = 5.0;
+    state.g_dAlt = state.g_dAz = state.g_dMountTime = state.g_dTimeZone = state.g_dLst = 5.0;
     mount.replies[row.command] = row.reply;
     const int resetsBefore = drains;
     EXPECT_EQ((queries.*row.query)(), row.answer);
@@ -48,6 +48,7 @@ TEST_P(QueryFailureTest, WrongReply_IsLogged_AndMendedWhereItShowsASlip) {
     EXPECT_EQ(state.g_dAz, 5.0);
     EXPECT_EQ(state.g_dMountTime, 5.0);
     EXPECT_EQ(state.g_dTimeZone, 5.0);
+    EXPECT_EQ(state.g_dLst, 5.0);
 }
 
 constexpr const char* kIgnored = "|2|Ignoring Invalid format response...";
@@ -159,6 +160,28 @@ TEST_F(MountQueriesTest, ThreeSilentQueriesOfAnyKinds_BlankTheDisplay_AndAnyAnsw
     EXPECT_EQ(state.g_nNoResponse, 0);
     EXPECT_EQ(state.g_nAnsweredQueries, 1);
     EXPECT_EQ(state.g_nAnsweredQueriesTotal, 1);
+}
+
+TEST_F(MountQueriesTest, BlankedLabels_RefillAsTheirQueriesComeRound) {
+    for (Query query : {&MountQueries::QueryRa, &MountQueries::QueryDec, &MountQueries::QueryAlt}) {
+        (queries.*query)();
+    }
+    ASSERT_TRUE(state.g_bLostComms);
+    queries.UpdateHourAngle();
+    EXPECT_EQ(handBox.lblLST.Text(), "") << "a lost line shows no time that runs on";
+    mount.replies = {{"GD", "+40*00:00"}, {"GA", "+50*00:00"}, {"GZ", "180*00:00"}, {"GR", "03:00:00.0"}};
+    queries.QueryDec();
+    EXPECT_EQ(handBox.lblDEC.Text(), "+40:00:00");
+    EXPECT_EQ(handBox.lblRA.Text(), "");
+    EXPECT_EQ(handBox.lblAlt.Text(), "");
+    queries.QueryAlt();
+    queries.QueryAz();
+    queries.QueryRa();
+    EXPECT_EQ(handBox.lblRA.Text(), "03:00:00.0");
+    EXPECT_EQ(handBox.lblAlt.Text(), "+50:00:00");
+    EXPECT_EQ(handBox.lblAz.Text(), "180:00:00");
+    queries.UpdateHourAngle();
+    EXPECT_NE(handBox.lblLST.Text(), "");
 }
 
 TEST_F(MountQueriesTest, SilentStatusQuery_CountsAsNoSilence_AndEndsTheUseOfTheStatusText) {
@@ -360,6 +383,33 @@ TEST_F(MountQueriesTest, ComputedAltAz_AsksNobody_OnlyWhileTheMountTracksAndTheC
     state.g_bTracking = state.g_bQuayLink = true;
     queries.QueryAz();
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"GA", "GZ"}));
+}
+
+TEST_F(MountQueriesTest, ComputedAzimuthOfAFullTurn_IsNorth) {
+    state.g_dSiteLatitude = 47.0;
+    mount.replies["GS"] = "00:00:00";
+    queries.QueryLst();
+    state.g_dLst = 1e-17;  // a hair past the meridian, north of the zenith
+    state.g_dRa = 0.0;
+    state.g_dDec = 80.0;
+    double altitude = 0.0;
+    double azimuth = 0.0;
+    RaDecToAltAz(47.0, queries.GetLst(), 0.0, 80.0, altitude, azimuth);
+    ASSERT_EQ(azimuth, 360.0);
+    queries.CalcAltAz();
+    EXPECT_EQ(state.g_dAz, 0.0);
+    EXPECT_EQ(handBox.lblAz.Text(), "00:00:00");
+}
+
+TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_OnADeadLineToo) {
+    handBox.chkCalcAzAlt.Checked(true);
+    state.g_bTracking = true;
+    queries.QueryRa();
+    queries.QueryDec();
+    EXPECT_EQ(state.g_nNoResponse, 2);
+    EXPECT_TRUE(queries.QueryAlt());
+    EXPECT_EQ(state.g_nNoResponse, 0);
+    EXPECT_FALSE(state.g_bLostComms);
 }
 
 // --- sidereal time, side of the pier, counterweight

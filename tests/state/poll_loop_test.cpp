@@ -160,11 +160,58 @@ TEST_F(PollLoopTest, TickInsideAPoll_IsLoggedOnly) {
     EXPECT_TRUE(state.g_bInPoll);
 }
 
-TEST_F(PollLoopTest, LongPoll_IsNoTickAtAll_UnlessSomethingPumps) {
+TEST_F(PollLoopTest, PollLongerThanItsTick_IsNoTickAtAll_UnlessSomethingPumps) {
     handBox.tmrQueryRaDecAltAz.Enabled(true);
+    duringQuayCheck = [&] { Pass(400); };
     machine.AdvanceTime(5'000);
+    EXPECT_GT(quayChecks, 5);
     EXPECT_FALSE(LoggedPart("In Timer cannot Poll"));
+    duringQuayCheck = [&] {
+        duringQuayCheck = {};
+        Pass(400);
+        mount.sent.clear();
+        machine.pump.PumpMessages();
+        EXPECT_TRUE(mount.sent.empty()) << "a poll never enters a poll";
+        EXPECT_TRUE(state.g_bInPoll);
+    };
+    machine.AdvanceTime(500);
+    EXPECT_TRUE(Logged("timer|0|In Timer cannot Poll"));
+    EXPECT_FALSE(state.g_bInPoll);
 }
+
+// --- the timers of the hand box
+
+struct TimerRow {
+    std::string name;
+    Timer frmHandBox::*timer;
+    std::int32_t interval;  ///< ms; 0 where it is set at run time
+    bool enabled;
+};
+
+class TimerTest : public StateFixture, public testing::WithParamInterface<TimerRow> {};
+
+TEST_P(TimerTest, Timer_StartsAsItsWorkWantsIt) {
+    frmHandBox fresh{machine.pump};
+    const TimerRow& row = GetParam();
+    EXPECT_EQ((fresh.*row.timer).Interval(), row.interval);
+    EXPECT_EQ((fresh.*row.timer).Enabled(), row.enabled);
+}
+
+INSTANTIATE_TEST_SUITE_P(Timers, TimerTest,
+                         testing::Values(TimerRow{"Poll", &frmHandBox::tmrQueryRaDecAltAz, 1000, false},
+                                         TimerRow{"ButtonDelay", &frmHandBox::tmrButtonDelay, 20, true},
+                                         TimerRow{"SlewFlash", &frmHandBox::tmrSlewFlashUI, 500, false},
+                                         TimerRow{"SavePos", &frmHandBox::tmrSavePos, 50, true},
+                                         TimerRow{"GetLatLong", &frmHandBox::tmrGetLatLong, 2000, true},
+                                         TimerRow{"ShellIcon", &frmHandBox::tmrCheckShellNotifyIcon, 5000, true},
+                                         TimerRow{"Minimize", &frmHandBox::tmrMinimize, 0, true},
+                                         TimerRow{"EastStop", &frmHandBox::tmrEastStop, 0, false},
+                                         TimerRow{"WestStop", &frmHandBox::tmrWestStop, 0, false},
+                                         TimerRow{"NorthStop", &frmHandBox::tmrNorthStop, 0, false},
+                                         TimerRow{"SouthStop", &frmHandBox::tmrSouthStop, 0, false},
+                                         TimerRow{"Calibrate", &frmHandBox::tmrCalibratePulseGuide, 250, false},
+                                         TimerRow{"VersionDifferent", &frmHandBox::tmrVersionDifferent, 0, true}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(PollLoopTest, Polling_IsSwitchedByItsTimerAndTheSuspension_AndAStuckSuspensionGoes) {
     poll.SetPolling(false);

@@ -177,6 +177,7 @@ protected:
     TelescopeActions* telescopeThere = &telescope;
     int drains = 0;  ///< reads of a single byte that found the line silent
     int quayChecks = 0;
+    std::function<void()> duringQuayCheck;
     EventJournal journal{EventJournalNeeds{
         .state = state, .log = log, .clock = machine.clock, .statusWindow = statusWindow, .panel = panel}};
     MountQueries queries{MountQueriesNeeds{
@@ -210,7 +211,13 @@ protected:
         .panel = panel,
         .queries = queries,
         .telescope = [this] { return telescopeThere; },
-        .periodicQuayCheck = [this] { ++quayChecks; },
+        .periodicQuayCheck =
+            [this] {
+                ++quayChecks;
+                if (duringQuayCheck) {
+                    duringQuayCheck();
+                }
+            },
     }};
     std::vector<std::string> logged;  ///< "origin|level|message"
 };
