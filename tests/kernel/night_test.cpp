@@ -20,7 +20,8 @@ constexpr std::int64_t kStorm = 7 * kMinute;
 constexpr std::int64_t kSettling = 20 * kSecond;  // of a calm, before anything is demanded
 constexpr std::int64_t kCalm = 3 * kMinute - kSettling;
 constexpr std::int64_t kOldest = 1'500;  // a coordinate: a second, a tick, and the exchanges that run meanwhile
-constexpr double kNearPole = 80.0;       // degrees
+constexpr double kNearPole = 80.0;       // degrees, of the sky's pole or the zenith
+constexpr double kNearNorth = 10.0;      // degrees
 constexpr std::int32_t kSampleMs = 100;
 constexpr std::size_t kGrowthAllowed = 512 * 1024;
 
@@ -31,9 +32,12 @@ protected:
         std::int64_t at;
         double ra;
         double dec;
+        double alt;
+        double az;
     };
 
-    NightTest() : random_(kSeed) {
+    explicit NightTest(const std::string& firmware = "VKC4-P02-08") : random_(kSeed) {
+        BuildMount(firmware);
         ExpectSwallow("*");  // a storm costs exchanges of every kind
         Seed({{"chkEnableDebugLog", "0"}});
         driver = Main(machine.Services(), true);
@@ -98,7 +102,7 @@ protected:
     void CheckFreshness() {
         const MountPicture picture = mount->Picture();
         const std::int64_t now = machine.clock.Elapsed();
-        samples_.push_back({now, picture.rightAscension, picture.declination});
+        samples_.push_back({now, picture.rightAscension, picture.declination, picture.altitude, picture.azimuth});
         while (now - samples_.front().at > kOldest) {
             samples_.pop_front();
         }
@@ -115,6 +119,14 @@ protected:
         }
         EXPECT_TRUE(had(driver->state.g_dRa, &Sample::ra, 0.001)) << "RA " << driver->state.g_dRa << " at " << now;
         EXPECT_TRUE(had(driver->state.g_dDec, &Sample::dec, 0.001)) << "Dec " << driver->state.g_dDec << " at " << now;
+        // Their rounding leaves room for a turn between two samples. At the zenith and at north the azimuth jumps.
+        EXPECT_TRUE(had(driver->state.g_dAlt, &Sample::alt, 0.05)) << "Alt " << driver->state.g_dAlt << " at " << now;
+        if (std::ranges::none_of(samples_, [](const Sample& sample) {
+                return sample.alt > kNearPole || sample.az < kNearNorth || sample.az > 360.0 - kNearNorth;
+            })) {
+            EXPECT_TRUE(had(driver->state.g_dAz, &Sample::az, 0.1)) << "Az " << driver->state.g_dAz << " at " << now;
+            ++azimuthChecks_;
+        }
         ++checks_;
     }
 
@@ -138,7 +150,12 @@ protected:
         EXPECT_FALSE(state.g_bSlewing);
         EXPECT_FALSE(state.g_bMountSlewing);
         EXPECT_FALSE(state.g_bSafeSlewPending);
+        EXPECT_FALSE(state.g_bSlewCompletePending);
         EXPECT_FALSE(state.g_bAbortSlew);
+        EXPECT_FALSE(state.g_bAbortPark);
+        EXPECT_FALSE(state.g_bFlashShowing);
+        EXPECT_FALSE(driver->handBox.tmrSlewFlashUI.Enabled());
+        EXPECT_EQ(state.g_bGosActive, state.g_bGosSupported);
         EXPECT_FALSE(state.g_bParked);
         EXPECT_FALSE(state.g_bParking);
         EXPECT_TRUE(state.g_bTracking);
@@ -170,6 +187,7 @@ protected:
     int reads_ = 0;
     int slews_ = 0;
     int checks_ = 0;
+    int azimuthChecks_ = 0;
 };
 
 TEST_F(NightTest, TenHoursOfFaults_LeaveFreshCoordinatesAndNothingStuck) {
@@ -190,7 +208,30 @@ TEST_F(NightTest, TenHoursOfFaults_LeaveFreshCoordinatesAndNothingStuck) {
     EXPECT_EQ(slews_, kCycles);
     EXPECT_GT(reads_, 100'000);
     EXPECT_GT(checks_, 50'000);
+    EXPECT_GT(azimuthChecks_, 25'000);
     EXPECT_GT(counters_.g_nRetransmits, 100) << "the storms have struck";
+}
+
+/// The same with firmware that has no status text: slews end by their distance.
+class NightByDistanceTest : public NightTest {
+protected:
+    NightByDistanceTest() : NightTest("D") {}
+};
+
+TEST_F(NightByDistanceTest, TwoHoursOfFaults_LeaveFreshCoordinatesAndNothingStuck) {
+    SCOPED_TRACE("seed " + std::to_string(kSeed));
+    for (int cycle = 0; cycle < 12 && !HasFailure(); ++cycle) {
+        SCOPED_TRACE("cycle " + std::to_string(cycle));
+        Storm();
+        Calm();
+        ExpectNothingStuck();
+        ExpectCountersGrow();
+    }
+    EXPECT_GE(machine.clock.Elapsed(), 2 * kHour);
+    EXPECT_FALSE(driver->state.g_bGosSupported);
+    EXPECT_GT(checks_, 10'000);
+    EXPECT_GT(azimuthChecks_, 5'000);
+    EXPECT_GT(counters_.g_nRetransmits, 20) << "the storms have struck";
 }
 
 }  // namespace

@@ -365,6 +365,25 @@ TEST_P(TwoLegTest, RefusedFirstLeg_EndsTheSlew) {
 
 INSTANTIATE_TEST_SUITE_P(Roads, TwoLegTest, testing::Values("S", "D"));
 
+TEST_F(SlewTest, StatusTextThatIsCutInMidSlew_LeavesTheEndToTheDistance) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);
+    machine.AdvanceTime(1'000);
+    mount->Add(std::make_unique<Replies>("GOS", "0200002000#"));
+    EXPECT_TRUE(driver->queries.QueryGos());
+    EXPECT_FALSE(driver->state.g_bGosActive);
+    EXPECT_TRUE(telescope->Slewing());
+    EXPECT_TRUE(mount->Picture().slewing);
+    int seconds = 0;
+    while (telescope->Slewing() && seconds < 60) {
+        machine.AdvanceTime(1'000);
+        ++seconds;
+    }
+    EXPECT_LT(seconds, 60);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_TRUE(Logged("Slew Target Distance="));
+}
+
 TEST_F(SlewTest, CoordinateInPlaceOfTheStatusText_EndsNoSlew) {
     const TelescopeObject telescope = ConnectedTelescope();
     telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);
