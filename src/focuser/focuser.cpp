@@ -99,7 +99,7 @@ std::string Focuser::Description() {
     return "Kestrane VTR V2 Focuser";
 }
 std::string Focuser::DriverInfo() {
-    return std::string(application::kDriverVersion) + " " + std::string(application::kTitle);
+    return application::DriverInfoText();
 }
 std::string Focuser::DriverVersion() {
     return std::string(application::kDriverVersion);

@@ -3,6 +3,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "settings/setting_table.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -14,6 +15,15 @@ constexpr std::int32_t kYieldMs = 20;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
     return text.empty() ? whenEmpty : Val_Global(text, log);
+}
+
+/// The stored number of a model; run-time error 6 when it does not fit.
+std::int16_t ModelNumber(const std::string& text, Log& log) {
+    const std::int32_t number = RoundHalfEven(Val_Global(text, log));
+    if (number != static_cast<std::int16_t>(number)) {
+        throw RunTimeError(RunTimeError::kOverflow, "Overflow");
+    }
+    return static_cast<std::int16_t>(number);
 }
 
 }  // namespace
@@ -50,12 +60,12 @@ void Telescope::InitializeFirstObject() {
         return;
     }
     errors.Assign(needs_.mount.mountType, [&] {
-        return static_cast<Mount_Type>(RoundHalfEven(Val_Global(needs_.persist.Read(setting::MountType), needs_.log)));
+        return static_cast<Mount_Type>(ModelNumber(needs_.persist.Read(setting::MountType), needs_.log));
     });
     CreateAxisRates();
     errors.Step([&] {
-        const std::string controller = needs_.persist.Read(setting::Controller);
-        needs_.controller.Apply(static_cast<Controller_Type>(RoundHalfEven(Val_Global(controller, needs_.log))), 0, 0);
+        const std::int16_t controller = ModelNumber(needs_.persist.Read(setting::Controller), needs_.log);
+        needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
     state_.g_dGuideRate = 1.0;
     state_.g_nSlewSettleTime = 1;
@@ -74,7 +84,7 @@ void Telescope::InitializeFirstObject() {
     });
     errors.Step([&] {
         // Here the default is on, unlike at the start of the process: whoever reads first freezes it.
-        const std::string enabled = needs_.persist.ReadIniValue(setting::chkEnableDebugLog.name, "1");
+        const std::string enabled = needs_.persist.Read(AskedLater(setting::chkEnableDebugLog));
         state_.g_bDebugLog = Val_Global(enabled, needs_.log) != 0.0;
         if (state_.g_bDebugLog) {
             needs_.log.OpenLog();

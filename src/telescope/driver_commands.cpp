@@ -24,7 +24,7 @@ std::string Failure(std::string_view message) {
 
 /// The text as a whole number; nothing when it is no number or does not fit.
 std::optional<std::int32_t> WholeNumber(std::string_view text, Log& log) {
-    if (!IsNumericText(text)) {
+    if (!IsNumericText(text) || text.find_first_of("eE") != std::string_view::npos) {
         return std::nullopt;
     }
     const double value = Val_Global(text, log);

@@ -30,7 +30,10 @@ void Telescope::InitBasicValues() {
     ResumeNext errors{needs_.ledger, "InitBasicValues"};
     CommandClearInternal();
     if (!state_.g_bVersionKnown) {
-        state_.g_sVersion = CommandStringInternal(wire::VersionRaw.text, true);
+        const std::string version = CommandStringInternal(wire::VersionRaw.text, true);
+        if (!version.empty()) {
+            state_.g_sVersion = version;  // a lost reply does not make another mount of it
+        }
     }
     state_.g_bVersionKnown = false;
     needs_.handBox.lblFirmware.Text(state_.g_sVersion);
@@ -59,6 +62,8 @@ void Telescope::ResetFirmwareFlags() {
     state_.g_bIsKc4 = state_.g_bIsKc5 = state_.g_bRev160 = state_.g_bHasMeridianQuery = false;
     state_.g_bFirmwareU = state_.g_bNewBSequence = state_.g_bFirmwareSafeSlew = false;
     state_.g_bExtendedPulses = false;
+    state_.g_sStatus.clear();
+    needs_.handBox.hscrReticleBrightness.Maximum(kReticleSteps);
     state_.g_nPrecisionRa = 1;
     state_.g_nPrecisionDec = state_.g_nPrecisionAltAz = state_.g_nPrecisionLatLong = 0;
     state_.g_dMaxMoveRate = kMoveRateEarlier;
@@ -139,7 +144,6 @@ void Telescope::ApplyVersionU() {
     state_.g_bFirmwareU = true;
     ScrollBar& brightness = needs_.handBox.hscrReticleBrightness;
     if (needs_.persist.ReadFlag(setting::ForceOldBSequence)) {
-        brightness.Maximum(kReticleSteps);
         return;
     }
     state_.g_bNewBSequence = true;
@@ -150,14 +154,15 @@ void Telescope::ApplyVersionU() {
 /// The controller tells that the chosen model cannot be.
 void Telescope::CorrectMount(Mount_Type mount) {
     needs_.mount.mountType = mount;
-    needs_.handBox.lblMountType.Text("Mount Type: " + std::string(needs_.mount.Name()));
+    needs_.handBox.lblMountType.Text(needs_.mount.Name());
     needs_.statusWindow.lblMountType.Text(needs_.mount.Name());
     needs_.persist.Write(setting::MountType, std::to_string(static_cast<int>(mount)));
 }
 
 void Telescope::ReadFirmwareRevision() {
     std::int16_t revision = 0;
-    if (TryParseInteger(CommandStringInternal(wire::FirmwareRevision.text, false), revision)) {
+    const std::string reply = CommandStringInternal(wire::FirmwareRevision.text, false);
+    if (!reply.empty() && TryParseInteger(reply, revision)) {
         state_.g_nFirmwareRev = revision;
     }
 }

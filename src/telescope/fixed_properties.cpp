@@ -62,13 +62,7 @@ std::string Telescope::Description() {
 }
 
 std::string Telescope::DriverInfo() {
-    std::string info = std::to_string(application::kMajor) + "." + std::to_string(application::kMinor) + "." +
-                       std::to_string(application::kRevision) + " " + std::string(application::kTitle);
-    for (const std::string_view text : application::kLegalTexts) {
-        if (!text.empty()) {
-            info += "\r\n" + std::string(text);
-        }
-    }
+    const std::string info = application::DriverInfoText();
     LogGetText("DriverInfo", info);
     return info;
 }

@@ -87,7 +87,8 @@ void Telescope::SendMeridianDelay() {
                               "Meridian Delay matches currently set value - no need to change!");
         return;
     }
-    CommandBoolInternal(Command(wire::SetMeridianDelay, HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0)), false);
+    const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
+    CommandBoolInternal(Command(wire::SetMeridianDelay, delay), false);
 }
 
 void Telescope::SendDate(const DateTime& local) {
@@ -109,7 +110,8 @@ void Telescope::SendTimeZone() {
         needs_.log.LogMessage("Telescope", LogLevel::Info, "Mount Time Zone matches PC Time Zone - no need to change!");
         return;
     }
-    if (!CommandBoolInternal(Command(wire::SetTimeZone, HoursToHMS(zone, ":", ":", "", 1)), false)) {
+    const std::string text = HoursToHMS(zone, ":", ":", "", 1);
+    if (!CommandBoolInternal(Command(wire::SetTimeZone, text), false)) {
         needs_.log.LogMessage("Telescope", LogLevel::Error,
                               "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
         return;

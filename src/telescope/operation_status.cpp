@@ -142,7 +142,9 @@ void Telescope::ParseParkState(char park) {
 }
 
 void Telescope::ParseTracking(char tracking) {
-    if (needs_.clock.GetTickCount() - state_.g_tickDisplayedRate <= kRateHoldMs && state_.g_nDisplayedRate >= 0) {
+    // Not below zero: after 24 days with one rate the difference of the ticks has changed its sign.
+    const std::int32_t elapsed = needs_.clock.GetTickCount() - state_.g_tickDisplayedRate;
+    if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate >= 0) {
         return;
     }
     const auto row = RowOf(kTrackingRows, tracking);

@@ -186,8 +186,8 @@ TEST_F(FocuserTest, IdentityMembers_AreFixedAndLogNothing) {
     EXPECT_EQ(focuser->InterfaceVersion(), 2);
     EXPECT_EQ(focuser->Name(), "KestraneV2");
     EXPECT_EQ(focuser->Description(), "Kestrane VTR V2 Focuser");
-    EXPECT_TRUE(focuser->DriverInfo().starts_with(focuser->DriverVersion() + " "));
-    EXPECT_FALSE(focuser->DriverVersion().empty());
+    EXPECT_EQ(focuser->DriverInfo(), "5.50.3 Kestrane V2\r\nKestrane V2 telescope-mount driver");
+    EXPECT_EQ(focuser->DriverVersion(), "5.50.03");
     EXPECT_TRUE(FocuserLog().empty());
 }
 

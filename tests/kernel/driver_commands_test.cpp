@@ -51,6 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                     VerbRow{"SetComTimeout,x", "0,Value must be numeric, greater than 0"},
                     VerbRow{"SetComTimeout", "0,Value must be numeric, greater than 0"},
                     VerbRow{"SetComTimeout,99999999999", "0,Value must be numeric, greater than 0"},
+                    VerbRow{"SetComTimeout,1e3", "0,Value must be numeric, greater than 0"},
                     VerbRow{"SetComTimeout,1", "1"}, VerbRow{"GetComRetries", "1,2"}, VerbRow{"SetComRetries,0", "1"},
                     VerbRow{"SetComRetries,-1", "0,Value must be >= 0"},
                     VerbRow{"SetComRetries,many", "0,Value must be numeric, >= 0"},
@@ -92,22 +93,38 @@ TEST_F(DriverCommandsTest, CommunicationErrors_AreThoseOfTheHandBoxAndTheStalls)
     driver->counters.CountLowPower();
     driver->counters.CountLowPower();
     EXPECT_EQ(Run("GetCommunicationErrors"), "1,2,1,1,2,3");
+    EXPECT_EQ(Run("ResetCommunicationErrors"), "1");
+    EXPECT_EQ(Run("GetCommunicationErrors"), "1,0,0,0,0,0");
 }
 
 TEST_F(DriverCommandsTest, Events_AreReadOnFromTheIndexOfTheLastReading) {
-    Run("ResetEvents");
+    driver->journal.AddPulseGuideEvent(9, 999, 3);
+    driver->journal.AddRaDecEvent(1.0, 2.0);
+    EXPECT_EQ(Run("ResetEvents"), "1");
     driver->journal.AddPulseGuideEvent(7, 250, 1);
+    driver->journal.AddRaDecEvent(12.5, -7.25);
     EXPECT_EQ(Run("GetPulseGuideEventInfo"), "1,1,1");
     EXPECT_EQ(Run("GetPulseGuideEvents,0"), "1,0,4,1,0,7,250,1,1");
     EXPECT_EQ(Run("GetPulseGuideEvents,1"), "1,1,4,0,1");
+    EXPECT_EQ(Run("GetRaDecEventInfo"), "1,1,1");
+    EXPECT_EQ(Run("GetRaDecEvents,0"), "1,0,4,1,0,12.5,-7.25,1");
+    EXPECT_EQ(Run("GetEventReferenceTime"), "1,2024,03,05,20,00,00");
 }
 
 TEST_F(DriverCommandsTest, Command_IsLoggedWithItsReplyAndNeverReachesTheMount) {
+    telescope->Connected(true);
+    driver->poll.SetPolling(false);
     const std::size_t before = mount->Commands().size();
+    log.clear();
     Run("Version");
     EXPECT_EQ(mount->Commands().size(), before);
-    EXPECT_TRUE(Logged("RAW,Version"));
-    EXPECT_TRUE(Logged("1,5.50.03"));
+    ASSERT_EQ(log.size(), 2U);
+    for (const LogLine& line : log) {
+        EXPECT_EQ(line.origin, "Telescope");
+        EXPECT_EQ(line.level, 0);
+    }
+    EXPECT_NE(log[0].message.find("RAW,Version"), std::string::npos);
+    EXPECT_NE(log[1].message.find("1,5.50.03"), std::string::npos);
 }
 
 }  // namespace

@@ -77,7 +77,9 @@ TEST_P(FirmwareTableTest, VersionText_DecidesWhatTheMountCanDo) {
     EXPECT_EQ(state.g_bKingRateAvailable, row.king);
     EXPECT_EQ(driver->handBox.lblFirmware.Text(), row.version);
     EXPECT_EQ(driver->statusWindow.lblFirmware.Text(), row.version);
-    EXPECT_EQ(driver->handBox.hscrReticleBrightness.Maximum() == 7, row.firmwareU);
+    EXPECT_EQ(driver->handBox.hscrReticleBrightness.Maximum(), row.firmwareU ? 7 : 10);
+    const bool kc4OrLater = row.isKc4 || row.isKc5;
+    EXPECT_EQ(TimesLogged("Increasing Precision Level"), row.precisionRa == 2 && kc4OrLater ? 1 : 0);
 }
 
 // clang-format off
@@ -111,6 +113,12 @@ INSTANTIATE_TEST_SUITE_P(Versions, FirmwareTableTest, testing::Values(
     FirmwareRow{"VKC4-P03-00",  true,  true,  true,  false, false, true,  true,  2, kLaterMoveRate,   kc4, "0", true},
     FirmwareRow{"VKC4-P03",     true,  true,  true,  false, false, true,  false, 2, kLaterMoveRate,   kc4, "0", false},
     FirmwareRow{"VKC5-P03-01",  true,  true,  false, true,  true,  true,  true,  2, kLaterMoveRate,   kc5, "3", false},
+    FirmwareRow{"AKC4-P02-08",  true,  true,  true,  false, false, false, true,  2, kLaterMoveRate,   kc4, "",  true},
+    FirmwareRow{"AKC5-P03-01",  true,  true,  false, true,  true,  false, true,  2, kLaterMoveRate,   kc5, "3", false},
+    FirmwareRow{"EKC4-P02-08",  false, false, false, false, false, false, false, 1, kEarlierMoveRate, kc3, "",  false},
+    FirmwareRow{"E:",           false, false, false, false, false, false, false, 1, kEarlierMoveRate, kc3, "",  false},
+    FirmwareRow{"EKA",          false, false, false, false, false, false, false, 1, kEarlierMoveRate, kc3, "",  false},
+    FirmwareRow{"V0",           true,  true,  false, false, false, true,  false, 1, kEarlierMoveRate, kc3, "",  false},
     FirmwareRow{"rubbish",      true,  true,  false, false, false, true,  false, 1, kLaterMoveRate,   kc3, "",  false}));
 // clang-format on
 
@@ -135,7 +143,8 @@ TEST_P(MountNameTest, ControllerThatCannotBelongToTheModel_CorrectsIt) {
     EXPECT_EQ(driver->mount.mountType, corrected);
     EXPECT_EQ(driver->persist.Read(setting::MountType), std::to_string(static_cast<int>(corrected)));
     if (chosen != corrected) {
-        EXPECT_NE(driver->handBox.lblMountType.Text().find(driver->mount.Name()), std::string::npos);
+        EXPECT_EQ(driver->handBox.lblMountType.Text(), driver->mount.Name());
+        EXPECT_EQ(driver->statusWindow.lblMountType.Text(), driver->mount.Name());
     }
 }
 
@@ -163,6 +172,44 @@ TEST_P(StatusSettingsTest, Settings_OverrideWhatTheFirmwareSays) {
 INSTANTIATE_TEST_SUITE_P(Switches, StatusSettingsTest,
                          testing::Values(StatusSettingsRow{"0", "0", false}, StatusSettingsRow{"1", "0", true},
                                          StatusSettingsRow{"0", "1", false}, StatusSettingsRow{"1", "1", false}));
+
+TEST_F(FirmwareTest, BrightReticle_IsTakenInsideTheLevelsOfItsFirmware) {
+    Seed({{"hscrReticleBrightness", "9"}});
+    Start();
+    driver->handBox.hscrReticleBrightness.Value(9);
+    driver->link->Port(1);
+    driver->link->ReceiveTimeoutMS(100);
+    driver->link->Connected(true);
+    driver->state.g_sVersion = "U";
+    driver->state.g_bVersionKnown = true;
+    driver->InternalInstance().InitBasicValues();
+    EXPECT_EQ(driver->handBox.hscrReticleBrightness.Value(), 7);
+}
+
+TEST_F(FirmwareTest, MountOfTenSteps_AfterOneOfSevenLevels_HasTenAgain) {
+    Classify("U");
+    driver->state.g_sVersion = "E3";
+    driver->state.g_bVersionKnown = true;
+    driver->InternalInstance().InitBasicValues();
+    EXPECT_EQ(driver->handBox.hscrReticleBrightness.Maximum(), 10);
+}
+
+TEST_F(FirmwareTest, VersionThatIsLostWhenAskedAgain_StaysThatOfTheMount) {
+    Classify("VKC4-P02-08");
+    mount->Add(std::make_unique<DropsReply>("V"));
+    mount->Add(std::make_unique<DropsReply>("G_S"));
+    driver->InternalInstance().InitBasicValues();
+    EXPECT_EQ(driver->state.g_sVersion, "VKC4-P02-08");
+    EXPECT_TRUE(driver->state.g_bIsKc4);
+    EXPECT_EQ(driver->state.g_nFirmwareRev, 208);
+}
+
+TEST_F(FirmwareTest, VersionThatIsAskedAgain_IsTaken) {
+    Classify("VKC4-P02-08");
+    driver->state.g_sVersion = "D";
+    driver->InternalInstance().InitBasicValues();
+    EXPECT_EQ(driver->state.g_sVersion, "VKC4-P02-08");
+}
 
 TEST_F(FirmwareTest, OldReticleSequenceByChoice_KeepsTenSteps) {
     Seed({{"ForceOldBSequence", "1"}});

@@ -77,7 +77,8 @@ TEST_F(MountTimeTest, DelayAndZoneThatDiffer_AreWritten) {
         *   = ->
     )");
     EXPECT_EQ(driver->state.g_dTimeZone, -1.0);
-    EXPECT_EQ(driver->handBox.lblTZ.Text(), driver->statusWindow.lblTimeZone.Text());
+    EXPECT_EQ(driver->handBox.lblTZ.Text(), "01:00:00.0");
+    EXPECT_EQ(driver->statusWindow.lblTimeZone.Text(), "01:00:00.0");
 }
 
 TEST_F(MountTimeTest, DelayThatTheMountDoesNotTell_IsNotWrittenOver) {
@@ -134,7 +135,7 @@ TEST_F(MountTimeTest, RefusedTime_IsLoggedAndTheDateFollows) {
 }
 
 TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
-    driver->state.g_dTimeZone = 5.0;
+    driver->state.g_dTimeZone = 7.0;
     Play(R"(
         0   = Set
         *   > :GM#
@@ -152,7 +153,60 @@ TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
         *   L Telescope Error Error setting Time Zone from 5 to -1
         *   = ->
     )");
-    EXPECT_EQ(driver->state.g_dTimeZone, 5.0);
+    EXPECT_EQ(driver->state.g_dTimeZone, 7.0);
+}
+
+TEST_F(MountTimeTest, DelayOfAFractionBelowZero_GoesOutInWholeSeconds) {
+    driver->state.g_dMeridianDelay = -1.2501;
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < 00:00:00#
+        *   > :SM-01:15:00#
+        *   < 1
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < nonsense#
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, DelayPastMidnight_TakesTheDateAlong) {
+    driver->state.g_bHasMeridianQuery = false;
+    driver->state.g_dMeridianDelay = 3.0;
+    Play(R"(
+        0   = Set
+        *   > :SL00:05:30#
+        *   < 1
+        *   > :SC03/21/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:03.5#
+        *   = ->
+    )");
+}
+
+TEST_F(MountTimeTest, ZoneJustBeyondItsTolerance_IsSet) {
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < 00:00:00#
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:03.7#
+        *   > :SG-01:00:00.0#
+        *   < 1
+        *   = ->
+    )");
 }
 
 TEST_F(MountTimeTest, OverTheNetwork_NoSecondLineIsRead) {

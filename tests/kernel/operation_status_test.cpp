@@ -152,6 +152,21 @@ TEST_F(OperationStatusTest, TrackingWithin1500MsOfARateCommand_IsIgnored) {
     EXPECT_EQ(State().g_nDisplayedRate, 0);
 }
 
+TEST_F(OperationStatusTest, TrackingFarBeyondTheTicksOfTheLastRate_IsTaken) {
+    driver->panel.ShowTrackingRate(1, false);
+    State().g_tickDisplayedRate = machine.clock.GetTickCount() + 1'000'000;  // as 49 days less 17 minutes ago
+    State().g_bTracking = true;
+    Parse(With(2, '9'));
+    EXPECT_FALSE(State().g_bTracking);
+}
+
+TEST_F(OperationStatusTest, UnknownPemCharacter_LeavesEverything) {
+    Parse(With(10, 'E'));
+    Parse(With(10, '?'));
+    EXPECT_EQ(StatusWindow().lblPECState.Text(), "Encoder");
+    EXPECT_FALSE(HandBox().btnEnablePEM.Enabled());
+}
+
 TEST_F(OperationStatusTest, FourthCharacter_TellsOfTheSlew) {
     Parse(With(4, 'S'));
     EXPECT_TRUE(State().g_bMountSlewing);
@@ -198,7 +213,7 @@ TEST_F(OperationStatusTest, RatesThatTheTextDoesNotName_AreAskedOfTheMount) {
     driver->link->Port(1);
     driver->link->ReceiveTimeoutMS(500);
     driver->link->Connected(true);
-    transcript.Call("Parse", [&] { Parse("0200002450O0001"); });
+    transcript.Call("Parse", [&] { Parse("020000245O0001"); });
     transcript.Play();
     EXPECT_EQ(StatusWindow().lblCenteringRate.Text(), "137x");
     EXPECT_EQ(StatusWindow().lblSlewRate.Text(), "800x");
@@ -219,6 +234,8 @@ TEST_P(PemFieldTest, TenthCharacter_TellsOfThePem) {
     const PemFieldRow& row = GetParam();
     State().g_bPemAvailable = true;
     HandBox().btnEnablePEM.Enabled(!row.buttons);
+    HandBox().btnDisablePEM.Enabled(!row.buttons);
+    HandBox().btnPEMRecord.Enabled(!row.buttons);
     Parse(With(10, row.character));
     EXPECT_EQ(HandBox().framePemSettings.Caption(), "PEM: " + row.text);
     EXPECT_EQ(StatusWindow().lblPECState.Text(), row.text);
@@ -263,9 +280,9 @@ TEST_P(FaultFieldTest, FaultDigit_CountsEachOfItsBitsOnce) {
 
 INSTANTIATE_TEST_SUITE_P(Characters, FaultFieldTest,
                          testing::Values(FaultRow{'0', 0, 0, 0}, FaultRow{'1', 0, 0, 1}, FaultRow{'2', 0, 1, 0},
-                                         FaultRow{'3', 0, 1, 1}, FaultRow{'4', 1, 0, 0}, FaultRow{'7', 1, 1, 1},
-                                         FaultRow{'X', 0, 0, 0}, FaultRow{'N', 0, 0, 0}, FaultRow{'z', 0, 0, 0},
-                                         FaultRow{'?', 0, 0, 0}));
+                                         FaultRow{'3', 0, 1, 1}, FaultRow{'4', 1, 0, 0}, FaultRow{'5', 1, 0, 1},
+                                         FaultRow{'6', 1, 1, 0}, FaultRow{'7', 1, 1, 1}, FaultRow{'X', 0, 0, 0},
+                                         FaultRow{'N', 0, 0, 0}, FaultRow{'z', 0, 0, 0}, FaultRow{'?', 0, 0, 0}));
 
 TEST_F(OperationStatusTest, FaultThatLasts_CountsOnceMoreAfterTheCountersAreReset) {
     Parse(With(11, '4'));
@@ -286,6 +303,12 @@ TEST_F(OperationStatusTest, SwappedDirections_AreMarkedOnTheirButtons) {
     EXPECT_EQ(HandBox().btnSwapNS.BackColour(), kYellowColour);
     EXPECT_EQ(HandBox().btnSwapNS.ToolTip(),
               "WARNING: Dec Move direction is swapped... this can causes issues with autoguider calibration");
+    Parse("02000020000100");
+    EXPECT_EQ(HandBox().btnSwapEW.BackColour(), kYellowColour);
+    EXPECT_EQ(HandBox().btnSwapNS.BackColour(), kButtonFaceColour);
+    Parse("02000020000010");
+    EXPECT_EQ(HandBox().btnSwapEW.BackColour(), kButtonFaceColour);
+    EXPECT_EQ(HandBox().btnSwapNS.BackColour(), kYellowColour);
     Parse("02000020000");
     EXPECT_EQ(HandBox().btnSwapEW.BackColour(), kButtonFaceColour);
     EXPECT_EQ(HandBox().btnSwapEW.ToolTip(), ":");

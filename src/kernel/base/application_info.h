@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <string_view>
 
 /// What the program says of itself.
@@ -13,5 +14,8 @@ inline constexpr int kRevision = 3;
 inline constexpr std::string_view kDriverVersion = "5.50.03";
 /// Company name, file description and legal texts; empty ones are left out where they are shown.
 inline constexpr std::array<std::string_view, 3> kLegalTexts{"", "Kestrane V2 telescope-mount driver", ""};
+
+/// Version, title and, on a line each, the legal texts.
+std::string DriverInfoText();
 
 }  // namespace kestrane::application

@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+
+#include "simulator/misbehaviours.h"
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+/// What a client's `Connected` does beside the bytes on the wire.
+class ConnectedTest : public DriverFixture {};
+
+TEST_F(ConnectedTest, SecondClient_RunsNoInitialization) {
+    const TelescopeObject first = ConnectedTelescope();
+    machine.AdvanceTime(3'000);
+    const int rounds = TimesSent("G_S");
+    const std::string events = driver->journal.RaDecInfo();
+    ASSERT_NE(events, "1,0,0");
+    const TelescopeObject second = driver->CreateTelescope();
+    second->Connected(true);
+    EXPECT_EQ(TimesSent("G_S"), rounds);
+    EXPECT_EQ(driver->journal.RaDecInfo(), events);
+    EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
+}
+
+TEST_F(ConnectedTest, SecondClient_WakesAStuckPoll) {
+    const TelescopeObject first = ConnectedTelescope();
+    driver->poll.SetPolling(false);
+    const TelescopeObject second = driver->CreateTelescope();
+    second->Connected(true);
+    EXPECT_FALSE(driver->state.g_bPollSuspended);
+    EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
+}
+
+TEST_F(ConnectedTest, SilentMount_IsNoMount_AndALaterClientOfTheOpenLinkIsToldOfTheSilence) {
+    ExpectSwallow("CommandString");
+    mount->SetLineDead(true);
+    Start();
+    const TelescopeObject first = driver->CreateTelescope();
+    EXPECT_EQ(ErrorOf([&] { first->Connected(true); }), 0x80040402U);
+    EXPECT_TRUE(Logged("No Port"));
+    const TelescopeObject second = driver->CreateTelescope();
+    second->Connected(true);
+    machine.AdvanceTime(30'000);
+    EXPECT_EQ(ErrorOf([&] { second->RightAscension(); }), 0x80040429U);
+}
+
+TEST_F(ConnectedTest, CalibrationOfTheDirections_IsWantedAnewByARealConnectOnly) {
+    const TelescopeObject first = ConnectedTelescope();
+    driver->state.g_bAutoCalibrated = true;
+    const TelescopeObject second = driver->CreateTelescope();
+    second->Connected(true);
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+    driver->link->Connected(false);
+    second->Connected(true);
+    EXPECT_FALSE(driver->state.g_bAutoCalibrated);
+}
+
+TEST_F(ConnectedTest, PowerOnPosition_IsToldAndNoPositionIsGivenToTheMount) {
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = true;
+    BuildMount(options);
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_TRUE(Logged("Nobody is there to confirm where it stands"));
+    EXPECT_TRUE(driver->state.g_bParked);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+    EXPECT_EQ(TimesSent("CM") + TimesSent("CMR") + TimesSent("PO"), 0);
+    EXPECT_FALSE(mount->Picture().initialised);
+}
+
+struct ParkStateRow {
+    std::string firmware;
+    std::string stored;
+    bool parked;
+    std::string shown;
+};
+
+class ParkStateTest : public ConnectedTest, public testing::WithParamInterface<ParkStateRow> {};
+
+TEST_P(ParkStateTest, StoredParkStatus_RulesWhereTheMountHasNoStatusText) {
+    const ParkStateRow& row = GetParam();
+    BuildMount(row.firmware);
+    Seed({{"ParkStatus", row.stored}});
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_EQ(driver->state.g_bParked, row.parked);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), row.shown);
+    EXPECT_FALSE(driver->state.g_bFreshConnect);
+}
+
+INSTANTIATE_TEST_SUITE_P(States, ParkStateTest,
+                         testing::Values(ParkStateRow{"D", "Parked", true, "Parked"},
+                                         ParkStateRow{"D", "UnParked", false, "UnParked"},
+                                         ParkStateRow{"D", "Unknown", false, "Unknown"},
+                                         ParkStateRow{"VKC4-P02-08", "Parked", false, "Unparked"},
+                                         ParkStateRow{"E3", "Parked", false, "Unparked"}));
+
+struct RateCapabilityRow {
+    std::string controller;
+    bool can;
+};
+
+class RateCapabilityTest : public ConnectedTest, public testing::WithParamInterface<RateCapabilityRow> {};
+
+TEST_P(RateCapabilityTest, CustomRates_AreForTheThirdGenerationUp) {
+    Seed({{"Controller", GetParam().controller}});
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_EQ(telescope->CanSetDeclinationRate(), GetParam().can);
+    EXPECT_EQ(telescope->CanSetRightAscensionRate(), GetParam().can);
+}
+
+INSTANTIATE_TEST_SUITE_P(Controllers, RateCapabilityTest,
+                         testing::Values(RateCapabilityRow{"", false}, RateCapabilityRow{"0", false},
+                                         RateCapabilityRow{"1", false}, RateCapabilityRow{"2", true},
+                                         RateCapabilityRow{"4", true}, RateCapabilityRow{"x", false}));
+
+TEST_F(ConnectedTest, SafeSlewRaDecOfZero_TurnsTwoLegSlewsOff) {
+    Seed({{"SafeSlewRaDec", "0"}});
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_TRUE(driver->state.g_bRawRaDecSlews);
+    EXPECT_TRUE(Logged("SafeSlewRaDec = 0"));
+}
+
+TEST_F(ConnectedTest, EachPulse_IsPulseGuiding) {
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_FALSE(telescope->IsPulseGuiding());
+    for (bool DriverState::*pulse : {&DriverState::g_bPulseNorth, &DriverState::g_bPulseSouth,
+                                     &DriverState::g_bPulseEast, &DriverState::g_bPulseWest}) {
+        driver->state.*pulse = true;
+        EXPECT_TRUE(telescope->IsPulseGuiding());
+        driver->state.*pulse = false;
+    }
+}
+
+TEST_F(ConnectedTest, EmptyOptions_CountAsNothingAndOneSecond) {
+    Seed({{"txtScopeAperture", ""}, {"txtScopeFocalLength", ""}, {"Elevation", ""}, {"txtConnectTimeout", ""}});
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    telescope->LoadTelescopeOptions();
+    EXPECT_EQ(telescope->ApertureDiameter(), 0.0);
+    EXPECT_EQ(telescope->FocalLength(), 0.0);
+    EXPECT_EQ(telescope->SiteElevation(), 0.0);
+    EXPECT_EQ(driver->state.g_dConnectTimeout, 1.0);
+}
+
+TEST_F(ConnectedTest, KingCorrection_IsSetByWhatTheUserChose) {
+    Seed({{"chkEnableKingRate", "1"}});
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_EQ(TimesSent("RT8"), 1);
+    EXPECT_EQ(TimesSent("RT3"), 0);
+}
+
+}  // namespace
+}  // namespace kestrane
