@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -8,6 +10,11 @@ protected:
     HandBoxButtons() { Start(); }
 
     frmHandBox& HandBox() { return driver->handBox; }
+    bool LoggedAs(const std::string& origin, int level, const std::string& message) const {
+        return std::any_of(log.begin(), log.end(), [&](const LogLine& line) {
+            return line.origin == origin && line.level == level && line.message == message;
+        });
+    }
     void Count(ButtonAction action) {
         driver->panel.OnAction(action, [this, action] { done_.push_back(static_cast<int>(action)); });
     }
@@ -239,7 +246,12 @@ TEST_F(HandBoxButtons, KingCheckBox_SwitchesTheMountAndSetsTheSiderealRateAnew) 
     EXPECT_EQ(TimesSent("RT8"), on + 1);
     EXPECT_EQ(TimesSent("RT2"), sidereal + 1);
     EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "King");
-    EXPECT_TRUE(Logged("King tracking option enabled"));
+    EXPECT_TRUE(LoggedAs("User", 0, "King tracking option enabled"));
+    EXPECT_TRUE(LoggedAs("King Rate", 0, "King Rate Enabled: True"));
+    HandBox().chkEnableKingRate.Checked(false);
+    EXPECT_TRUE(LoggedAs("User", 0, "King tracking option disabled"));
+    EXPECT_TRUE(LoggedAs("King Rate", 0, "King Rate Enabled: False"));
+    HandBox().chkEnableKingRate.Checked(true);
     EXPECT_EQ(driver->persist.Read(setting::chkEnableKingRate), "1");
 }
 

@@ -117,7 +117,10 @@ TEST_F(HandBoxDisplay, SetMeridianDelayUI_TakesSixHoursEitherWay) {
         EXPECT_EQ(HandBox().lblMeridianDelay.Text(), row.text);
         EXPECT_EQ(HandBox().frameMeridianDelay.Caption(),
                   row.taken ? "Meridian Delay: Enabled" : "Meridian Delay: Disabled");
-        EXPECT_EQ(HandBox().lblTime.BackColour() == kNormalBackColour, !row.taken);
+        for (const Label* label : {&HandBox().lblTime, &HandBox().lblMeridianDelay}) {
+            EXPECT_EQ(label->BackColour() == kNormalBackColour, !row.taken) << label->Name();
+            EXPECT_EQ(label->ForeColour() == kNormalForeColour, !row.taken) << label->Name();
+        }
         EXPECT_EQ(log.back().origin, "SetMeridianDelayUI");
         EXPECT_EQ(log.back().level, row.taken ? 0 : 2);
     }

@@ -103,6 +103,7 @@ TEST_F(HandBoxErrors, UpdateErrorCounts_ShowsEachCountedFaultAndTakesItAway) {
         EXPECT_EQ(words.Text(), row.text);
         EXPECT_TRUE(number.Visible());
         EXPECT_EQ(number.Text(), "3");
+        EXPECT_TRUE(Yellow(words));
         driver->state.*row.count = 0;
         Show();
         EXPECT_EQ(words.Text(), "");

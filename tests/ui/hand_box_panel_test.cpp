@@ -110,6 +110,34 @@ TEST_F(HandBoxPaging, MountWithoutPemOrFocuser_HasNoFrameForThem) {
     EXPECT_EQ(Frames().size(), 9U);
 }
 
+/// The mount's firmware, and what of the panel depends on it.
+class HandBoxFeatures : public DriverFixture {};
+
+TEST_F(HandBoxFeatures, Connect_ShowsWhatTheControllerOfTheFirmwareHas) {
+    struct Row {
+        std::string firmware;
+        bool pem, focuser, king;
+        std::string lastSlewRate;
+    };
+    for (const Row& row :
+         {Row{"S", true, true, false, "Custom"}, Row{"VKC4-P02-07", true, false, false, "Custom"},
+          Row{"VKC4-P02-08", true, false, true, "Custom"}, Row{"VKC5-P03-01", false, false, false, "Custom"}}) {
+        driver.reset();
+        log.clear();
+        BuildMount(row.firmware);
+        Seed({{"chkShowAllControls", "1"}});
+        const auto telescope = ConnectedTelescope();
+        const frmHandBox& handBox = driver->handBox;
+        EXPECT_EQ(handBox.framePemSettings.Visible(), row.pem) << row.firmware;
+        EXPECT_EQ(handBox.frameFocuser.Visible(), row.focuser) << row.firmware;
+        EXPECT_TRUE(handBox.frameMeridianDelay.Visible()) << row.firmware;
+        EXPECT_EQ(handBox.chkEnableKingRate.Enabled(), row.king) << row.firmware;
+        EXPECT_TRUE(handBox.chkEnableKingRate.Visible()) << row.firmware;
+        ASSERT_FALSE(handBox.cbxInitSlewRate.ListItems().empty());
+        EXPECT_EQ(handBox.cbxInitSlewRate.ListItems().back(), row.lastSlewRate) << row.firmware;
+    }
+}
+
 TEST_F(HandBoxPaging, LabelClicks_BringUpThePanel) {
     for (Label* label :
          {&HandBox().lblMeridianDelay, &HandBox().lblParkStatus, &HandBox().lblTime, &HandBox().lblTimeLbl,
@@ -143,6 +171,27 @@ protected:
         driver->sites.g_SiteDbIndex(1);
     }
     bool Marked(const TextBox& box) { return box.BackColour() != kNormalBackColour && !box.ToolTip().empty(); }
+
+    /// The times in milliseconds between the tries to read the site within that time.
+    std::vector<std::int32_t> GapsBetweenTries(std::int32_t withinMs) {
+        constexpr std::int32_t kStepMs = 10;
+        std::vector<std::int32_t> gaps;
+        int tried = TimesLogged(std::string(kFailed));
+        std::optional<Tick> last;
+        for (std::int32_t passed = 0; passed < withinMs; passed += kStepMs) {
+            machine.AdvanceTime(kStepMs);
+            if (TimesLogged(std::string(kFailed)) == tried) {
+                continue;
+            }
+            tried = TimesLogged(std::string(kFailed));
+            const Tick now = machine.clock.GetTickCount();
+            if (last) {
+                gaps.push_back(now - *last);
+            }
+            last = now;
+        }
+        return gaps;
+    }
 
     static constexpr std::string_view kFailed = "Failed to get Longitude/Latitude from mount!";
     static constexpr std::string_view kLatitude = "Latitude does not match site setting";
@@ -243,6 +292,12 @@ TEST_F(SiteFromMount, Timer_AsksEachTwoSecondsUntilTheMountHasTold) {
     machine.AdvanceTime(60'000);
     const int tried = TimesLogged(std::string(kFailed));
     EXPECT_GT(tried, triedAtConnect + 3);
+    const std::vector<std::int32_t> gaps = GapsBetweenTries(10'000);
+    ASSERT_GE(gaps.size(), 2U);
+    for (const std::int32_t gap : gaps) {
+        EXPECT_GE(gap, 2'000);
+        EXPECT_LE(gap, 4'000) << "two seconds, and as long as a try takes";
+    }
     mount->ClearMisbehaviours();
     machine.AdvanceTime(10'000);
     EXPECT_EQ(HandBox().txtActualLongitude.Text(), "10*00:00");

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -6,6 +8,11 @@ namespace {
 class HandBoxSettings : public DriverFixture {
 protected:
     frmHandBox& HandBox() { return driver->handBox; }
+    bool LoggedAs(const std::string& origin, int level, const std::string& message) const {
+        return std::any_of(log.begin(), log.end(), [&](const LogLine& line) {
+            return line.origin == origin && line.level == level && line.message == message;
+        });
+    }
     /// Settings that were written, in any way other than by a first read, since `mark`.
     std::vector<std::string> WrittenSince(std::size_t mark) const {
         std::vector<std::string> written;
@@ -281,7 +288,7 @@ TEST_F(HandBoxSettings, Load_TellsItsSettingsAndSetsUpTheWindow) {
     machine.systemInfo.shellAdmin = true;
     Start();
     HandBox().EnsureLoaded();
-    EXPECT_TRUE(Logged("OnTop=0,RestorePosition=1,Left = -7, Top = 120"));
+    EXPECT_TRUE(LoggedAs("Load", 0, "OnTop=0,RestorePosition=1,Left = -7, Top = 120"));
     EXPECT_TRUE(HandBox().restorePosition);
     EXPECT_EQ(HandBox().top, 120);
     EXPECT_EQ(HandBox().left, -7);
@@ -316,7 +323,7 @@ TEST_F(HandBoxSettings, SavePosition_StoresAMoveOnceAndThenRests) {
     EXPECT_EQ(Setting("FormLeft"), "44");
     EXPECT_EQ(WrittenSince(mark).size(), 2U);
     EXPECT_FALSE(HandBox().tmrSavePos.Enabled());
-    EXPECT_TRUE(Logged("Left = 44, Top = 33"));
+    EXPECT_TRUE(LoggedAs("SaveFormPosition", 0, "Left = 44, Top = 33"));
 }
 
 TEST_F(HandBoxSettings, UserShow_ComesUpOrGoesToTheTray) {
@@ -329,6 +336,15 @@ TEST_F(HandBoxSettings, UserShow_ComesUpOrGoesToTheTray) {
     EXPECT_FALSE(HandBox().Visible());
     EXPECT_TRUE(HandBox().bForceMinimize);
     EXPECT_EQ(HandBox().tmrMinimize.Interval(), 1000);
+}
+
+TEST_F(HandBoxSettings, StoredEntryBehindTheEndOfAList_IsItsLast) {
+    Seed({{"cbxMoveRate", "7"}});
+    Start();
+    HandBox().cbxMoveRate.ListItems({"a", "b", "c", "d", "e"});
+    driver->panel.UpdateControls();
+    EXPECT_EQ(HandBox().cbxMoveRate.ListIndex(), 4);
+    EXPECT_EQ(Setting("cbxMoveRate"), "7");
 }
 
 TEST_F(HandBoxSettings, RateListsThatTheMountFilled_StayAndTakeTheStoredEntry) {
