@@ -294,11 +294,29 @@ TEST_F(LogWiringTest, TheWindow_WithoutPositions_ShowsNeitherTheirQueriesNorThei
     EXPECT_GT(TimesIn(LogFile(), ":GD#"), 0U) << "the file has them all the same";
 }
 
+class CountingView final : public FormView {
+public:
+    std::size_t lines = 0;   ///< pieces that grew at the end of a text
+    std::size_t others = 0;  ///< all other changes
+    void Changed(Form&, std::string_view, Property property) override {
+        (property == Property::Appended ? lines : others) += 1;
+    }
+};
+
 TEST_F(LogWiringTest, AnEndedDriver_LeavesTheWindowsQuietly) {
     Start();
     driver->logPanel.ShowLogWindow(true);
+    CountingView view;
+    for (Form* form : std::initializer_list<Form*>{&driver->logWindow, &driver->handBox, &driver->statusWindow}) {
+        form->Attach(view);
+    }
+    driver->log.LogMessage("Test", LogLevel::Info, "a line");
+    ASSERT_EQ(view.lines, 1U);
+    view.lines = 0;
+    const std::size_t before = log.size();
     driver.reset();
-    SUCCEED();
+    EXPECT_EQ(view.others, 0U) << "an ending driver changes nothing on a window";
+    EXPECT_EQ(view.lines, log.size() - before) << "its last lines come while the window is there to take them";
 }
 
 // --- faults of the disk

@@ -269,6 +269,17 @@ TEST_F(HandBoxSettings, CustomRates_OutsideTheLimitAreNotKept) {
     EXPECT_EQ(Setting("txtRaCustom"), "100");
 }
 
+TEST_F(HandBoxSettings, CustomRates_AreBoundBeforeAnyConnect) {
+    Start();
+    driver->panel.UpdateControls();
+    for (const std::string name : {"txtRaCustom", "txtDecCustom"}) {
+        for (const char* text : {"99.9999", "100", "-100"}) {
+            HandBox().Find<TextBox>(name)->Text(text);
+            EXPECT_EQ(Setting(name), "99.9999") << text;
+        }
+    }
+}
+
 TEST_F(HandBoxSettings, WindowsPriority_IsAppliedAtLoadAndOnAChange) {
     Seed({{"cbxWindowsPriority", "4"}});
     Start();
