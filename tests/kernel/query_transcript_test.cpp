@@ -66,6 +66,7 @@ TEST_F(QueryTranscriptTest, SlippedRa_DrainsCountsAndClearsBeforeTheNextExchange
         930 < 12:34:56.7#
     )");
     EXPECT_FALSE(driver->state.g_bResync);
+    EXPECT_EQ(driver->handBox.lblRetransmits.Text(), "1") << "a fault is shown when it is counted";
 }
 
 TEST_F(QueryTranscriptTest, RaOfHour24_IsOutOfRangeAndNotShort) {
@@ -133,6 +134,22 @@ TEST_F(QueryTranscriptTest, FirmwareThatDropsADigit_IsReadWithoutACheck) {
         10 < +845*20:30#
     )");
     EXPECT_NEAR(driver->state.g_dDec, 45.0 + 20.0 / 60.0 + 30.0 / 3600.0, 1e-9);
+}
+
+TEST_F(QueryTranscriptTest, PositionThatRepeats_UnparksAMountThatWasTakenForParked_AndShowsIt) {
+    driver->state.g_bParked = true;
+    driver->handBox.lblParkStatus.Text("Parked");
+    driver->statusWindow.lblTrackingRate.Text("");
+    driver->state.g_bTracking = false;
+    driver->journal.AddRaDecEvent(3.0, 40.0);
+    driver->journal.AddRaDecEvent(3.0, 40.0);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+    driver->journal.AddRaDecEvent(3.0, 40.0);
+    EXPECT_FALSE(driver->state.g_bParked);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Unparked");
+    driver->journal.AddRaDecEvent(3.0, 40.0);
+    EXPECT_TRUE(driver->state.g_bTracking);
+    EXPECT_NE(driver->statusWindow.lblTrackingRate.Text(), "");
 }
 
 TEST_F(QueryTranscriptTest, SuspendedPoll_TouchesNothing) {

@@ -278,6 +278,40 @@ TEST_P(TickCounterTest, Slew_EndsInItsTimeAcrossTheWrap) {
     EXPECT_FALSE(state.g_bSlewCompletePending);
 }
 
+TEST_P(TickCounterTest, SlewToTheHorizon_EndsInItsTimeAcrossTheWrap) {
+    state.g_bDontUseGosForSlew = true;
+    Poll(56);
+    state.g_bTargetIsRaDec = false;
+    state.g_dTargetAlt = 50.0;
+    state.g_dTargetAz = 180.0;
+    mount.replies["GZ"] = "090*00:00";
+    state.g_bSlewing = true;
+    state.g_tickLastSlewCheck = machine.clock.GetTickCount();
+    state.g_tickSettleEnd = machine.clock.GetTickCount() + 1'000;
+    Poll(3);
+    EXPECT_TRUE(state.g_bSlewing);
+    mount.replies["GZ"] = "180*00:00";
+    Poll(3);
+    EXPECT_TRUE(state.g_bSlewing);  // there, and not yet still
+    Poll(4);
+    EXPECT_FALSE(state.g_bSlewing);
+}
+
+TEST_P(TickCounterTest, SilentZoneAndSide_AreAskedAgainAcrossTheWrap) {
+    mount.replies["GG"] = mount.replies["pS"] = "";
+    Poll(57);
+    Pass(1'000);
+    queries.QueryTimeZone();  // due again 35 seconds from now, and the side after 9
+    queries.QuerySideOfMount();
+    mount.sent.clear();
+    Poll(8);
+    EXPECT_EQ(mount.Times("GG"), 0);
+    EXPECT_EQ(mount.Times("pS"), 0);
+    Poll(28);
+    EXPECT_EQ(mount.Times("GG"), 1);
+    EXPECT_GE(mount.Times("pS"), 2);
+}
+
 TEST_P(TickCounterTest, PauseOfTheLog_ComesThreeMinutesAfterThePark_AcrossTheWrap) {
     mount.replies["GOS"] = "";
     statusWindow.lblTrackingRate.Text("Off");
