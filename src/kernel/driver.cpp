@@ -179,6 +179,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
     return TelescopeNeeds{
         .state = state,
         .persist = persist,
+        .sites = sites,
         .link = link,
         .log = log,
         .counters = counters,

@@ -58,6 +58,12 @@ std::string ReadCanMoveAxis(ClientObject& object, const Arguments& arguments) {
     return JsonOf(DeviceOf<ServedTelescope>(object).CanMoveAxis(arguments.Integer(0)));
 }
 
+std::string ReadDestinationSideOfPier(ClientObject& object, const Arguments& arguments) {
+    return JsonOf(DeviceOf<ServedTelescope>(object).DestinationSideOfPier(arguments.Number(0), arguments.Number(1)));
+}
+
+constexpr Handler kSlewAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAz>;
+constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAzAsync>;
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
 constexpr Handler kNotBuilt = nullptr;
 
@@ -120,28 +126,28 @@ std::vector<Route> TelescopeRoutes() {
         {"CanUnpark",               Get, Brief, kNone,                                     kRead<bool, &T::CanUnpark>},
         {"Declination",             Get, Brief, kNone,                                     kRead<double, &T::Declination>},
         {"DeclinationRate",         Get, Brief, kNone,                                     kRead<double, &T::DeclinationRate>},
-        {"DeclinationRate",         Put, Brief, {{"DeclinationRate", Num}},                kNotBuilt},
+        {"DeclinationRate",         Put, Brief, {{"DeclinationRate", Num}},                kWrite<double, &T::DeclinationRate>},
         {"DoesRefraction",          Get, Brief, kNone,                                     kRead<bool, &T::DoesRefraction>},
         {"DoesRefraction",          Put, Brief, {{"DoesRefraction", Bool}},                kWrite<bool, &T::DoesRefraction>},
         {"EquatorialSystem",        Get, Brief, kNone,                                     kRead<int, &T::EquatorialSystem>},
         {"FocalLength",             Get, Brief, kNone,                                     kRead<double, &T::FocalLength>},
         {"GuideRateDeclination",    Get, Brief, kNone,                                     kRead<double, &T::GuideRateDeclination>},
-        {"GuideRateDeclination",    Put, Brief, {{"GuideRateDeclination", Num}},           kNotBuilt},
+        {"GuideRateDeclination",    Put, Brief, {{"GuideRateDeclination", Num}},           kWrite<double, &T::GuideRateDeclination>},
         {"GuideRateRightAscension", Get, Brief, kNone,                                     kRead<double, &T::GuideRateRightAscension>},
-        {"GuideRateRightAscension", Put, Brief, {{"GuideRateRightAscension", Num}},        kNotBuilt},
+        {"GuideRateRightAscension", Put, Brief, {{"GuideRateRightAscension", Num}},        kWrite<double, &T::GuideRateRightAscension>},
         {"IsPulseGuiding",          Get, Brief, kNone,                                     kRead<bool, &T::IsPulseGuiding>},
         {"RightAscension",          Get, Brief, kNone,                                     kRead<double, &T::RightAscension>},
         {"RightAscensionRate",      Get, Brief, kNone,                                     kRead<double, &T::RightAscensionRate>},
-        {"RightAscensionRate",      Put, Brief, {{"RightAscensionRate", Num}},             kNotBuilt},
+        {"RightAscensionRate",      Put, Brief, {{"RightAscensionRate", Num}},             kWrite<double, &T::RightAscensionRate>},
         {"SideOfPier",              Get, Brief, kNone,                                     kRead<int, &T::SideOfPier>},
         {"SideOfPier",              Put, Brief, {{"SideOfPier", Int}},                     kWrite<int, &T::SideOfPier>},
         {"SiderealTime",            Get, Brief, kNone,                                     kRead<double, &T::SiderealTime>},
         {"SiteElevation",           Get, Brief, kNone,                                     kRead<double, &T::SiteElevation>},
-        {"SiteElevation",           Put, Brief, {{"SiteElevation", Num}},                  kNotBuilt},
+        {"SiteElevation",           Put, Brief, {{"SiteElevation", Num}},                  kWrite<double, &T::SiteElevation>},
         {"SiteLatitude",            Get, Brief, kNone,                                     kRead<double, &T::SiteLatitude>},
-        {"SiteLatitude",            Put, Brief, {{"SiteLatitude", Num}},                   kNotBuilt},
+        {"SiteLatitude",            Put, Brief, {{"SiteLatitude", Num}},                   kWrite<double, &T::SiteLatitude>},
         {"SiteLongitude",           Get, Brief, kNone,                                     kRead<double, &T::SiteLongitude>},
-        {"SiteLongitude",           Put, Brief, {{"SiteLongitude", Num}},                  kNotBuilt},
+        {"SiteLongitude",           Put, Brief, {{"SiteLongitude", Num}},                  kWrite<double, &T::SiteLongitude>},
         {"Slewing",                 Get, Brief, kNone,                                     kRead<bool, &T::Slewing>},
         {"SlewSettleTime",          Get, Brief, kNone,                                     kRead<std::int16_t, &T::SlewSettleTime>},
         {"SlewSettleTime",          Put, Brief, {{"SlewSettleTime", Int}},                 kWrite<std::int16_t, &T::SlewSettleTime>},
@@ -160,14 +166,14 @@ std::vector<Route> TelescopeRoutes() {
         {"AbortSlew",               Put, Brief, kNone,                                     kCall<&T::AbortSlew>},
         {"AxisRates",               Get, Brief, {{"Axis", Int}},                           ReadAxisRates},
         {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           ReadCanMoveAxis},
-        {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               kNotBuilt},
+        {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               ReadDestinationSideOfPier},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
         {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            kNotBuilt},
         {"Park",                    Put, Long,  kNone,                                     kNotBuilt},
         {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   kNotBuilt},
         {"SetPark",                 Put, Brief, kNone,                                     kNotBuilt},
-        {"SlewToAltAz",             Put, Long,  kHorizontal,                               kNotBuilt},
-        {"SlewToAltAzAsync",        Put, Brief, kHorizontal,                               kNotBuilt},
+        {"SlewToAltAz",             Put, Long,  kHorizontal,                               kSlewAltAz},
+        {"SlewToAltAzAsync",        Put, Brief, kHorizontal,                               kSlewAltAzAsync},
         {"SlewToCoordinates",       Put, Long,  kEquatorial,                               kSlew},
         {"SlewToCoordinatesAsync",  Put, Brief, kEquatorial,                               SlewAsync},
         {"SlewToTarget",            Put, Long,  kNone,                                     kCall<&T::SlewToTarget>},

@@ -80,29 +80,6 @@ void Telescope::DoesRefraction(bool does) {
     LogSet("DoesRefraction", TrueFalse(does));
 }
 
-double Telescope::SiteLatitude() {
-    CheckConnected();
-    double latitude = 0.0;
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), latitude, needs_.log)) {
-        state_.g_dSiteLatitude = latitude;
-    }
-    return LogGet("SiteLatitude", state_.g_dSiteLatitude);
-}
-
-double Telescope::SiteLongitude() {
-    CheckConnected();
-    double west = 0.0;
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), west, needs_.log)) {
-        state_.g_dSiteLongitude = -west;
-    }
-    const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
-    return LogGet("SiteLongitude", east);
-}
-
-double Telescope::SiteElevation() {
-    return LogGet("SiteElevation", state_.g_dSiteElevation);
-}
-
 double Telescope::TargetRightAscension() {
     if (!state_.g_bTargetRaSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetRightAscension (property not set) = 0");
@@ -113,11 +90,7 @@ double Telescope::TargetRightAscension() {
 
 void Telescope::TargetRightAscension(double hours) {
     CheckConnected();
-    if (!(hours >= 0.0 && hours < 24.0)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET TargetRightAscension (out of range) = " + PlainNumber(hours));
-        throw DriverError(ErrorNumber::OutOfRange);
-    }
+    RefuseOutOfRange("TargetRightAscension", hours, hours >= 0.0 && hours < 24.0);
     LogSet("TargetRightAscension", PlainNumber(hours));
     state_.g_dTargetRa = hours;
     state_.g_bTargetRaSet = true;
@@ -135,16 +108,49 @@ double Telescope::TargetDeclination() {
 
 void Telescope::TargetDeclination(double degrees) {
     CheckConnected();
-    if (!(degrees >= -90.0 && degrees <= 90.0)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET TargetDeclination (out of range) = " + PlainNumber(degrees));
-        throw DriverError(ErrorNumber::OutOfRange);
-    }
+    RefuseOutOfRange("TargetDeclination", degrees, degrees >= -90.0 && degrees <= 90.0);
     LogSet("TargetDeclination", PlainNumber(degrees));
     state_.g_dTargetDec = degrees;
     state_.g_bTargetDecSet = true;
     state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
     state_.g_bTargetIsRaDec = true;
+}
+
+double Telescope::TargetAzimuth() {
+    return GetAltAzTarget("TargetAzimuth", state_.g_bTargetAzSet, state_.g_dTargetAz);
+}
+
+void Telescope::TargetAzimuth(double degrees) {
+    SetAltAzTarget("TargetAzimuth", degrees, degrees >= 0.0 && degrees <= 360.0);
+    state_.g_dTargetAz = degrees;
+    state_.g_bTargetAzSet = true;
+}
+
+double Telescope::TargetAltitude() {
+    return GetAltAzTarget("TargetAltitude", state_.g_bTargetAltSet, state_.g_dTargetAlt);
+}
+
+void Telescope::TargetAltitude(double degrees) {
+    SetAltAzTarget("TargetAltitude", degrees, degrees >= -90.0 && degrees <= 90.0);
+    state_.g_dTargetAlt = degrees;
+    state_.g_bTargetAltSet = true;
+}
+
+double Telescope::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
+    const double value = isSet ? degrees : 0.0;
+    needs_.log.LogMessage("Telescope", LogLevel::Info, "Get " + std::string(name) + " = " + PlainNumber(value));
+    return value;
+}
+
+/// Checks a horizontal target; a good one takes the place of an equatorial one.
+void Telescope::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
+    CheckConnected();
+    if (!inRange) {
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+    needs_.log.LogMessage("Telescope", LogLevel::Info, "SET " + std::string(name) + " = " + PlainNumber(degrees));
+    state_.g_bTargetRaSet = state_.g_bTargetDecSet = false;
+    state_.g_bTargetIsRaDec = false;
 }
 
 }  // namespace kestrane

@@ -1,9 +1,7 @@
-#include <cmath>
-
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
-#include "telescope/safe_slew_path.h"
+#include "telescope/position_words.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -11,27 +9,8 @@ namespace {
 
 constexpr std::int32_t kWaitBeforeSupervisionMs = 1000;
 constexpr std::int32_t kSlewRoundMs = 20;
-constexpr std::int32_t kStopSpacingMs = 20;
 constexpr std::int32_t kYieldMs = 20;
-constexpr std::int32_t kSettleUnitMs = 1000;
 constexpr std::int16_t kMaxSettleTime = 100;
-constexpr std::int16_t kNoTarget = 9;
-
-std::string Position(double ra, double dec) {
-    return "RA=" + PlainNumber(ra) + ", Dec=" + PlainNumber(dec);
-}
-
-/// What the mount's reply to a slew command means to a person.
-std::string_view MeaningOfRefusal(std::int16_t result) {
-    switch (result) {
-        case 1:
-            return "below the horizon";
-        case 2:
-            return "below the minimum elevation";
-        default:
-            return "unknown reason";
-    }
-}
 
 }  // namespace
 
@@ -70,7 +49,7 @@ bool Telescope::SafeSlewWanted() {
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     CheckSlewRange(rightAscension, declination);
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + Position(rightAscension, declination));
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     check_connected("SlewToCoordinates", true, true);
     const bool safeSlew = SafeSlewWanted();
     const std::uint32_t aborts = state_.g_nAborts;
@@ -91,7 +70,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     CheckSlewRange(rightAscension, declination);
     if (fromClient) {
         needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                              "SlewToCoordinatesAsync() " + Position(rightAscension, declination));
+                              "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
     check_connected("SlewToCoordinatesAsync", true, true);
     BeginSlew();
@@ -109,7 +88,8 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 }
 
 void Telescope::SlewToTarget() {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToTarget " + Position(state_.g_dTargetRa, state_.g_dTargetDec));
+    needs_.log.LogMessage("ASCOM", LogLevel::Info,
+                          "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTarget", true, true);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
@@ -141,7 +121,7 @@ void Telescope::SlewToTarget() {
 
 void Telescope::SlewToTargetAsync() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "SlewToTargetAsync " + Position(state_.g_dTargetRa, state_.g_dTargetDec));
+                          "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTargetAsync", true, true);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
@@ -155,6 +135,50 @@ void Telescope::SlewToTargetAsync() {
     } else {
         SendSlewCommands();
     }
+}
+
+void Telescope::SlewToAltAz(double azimuth, double altitude) {
+    const std::uint32_t aborts = state_.g_nAborts;
+    BeginAltAzSlew("SlewToAltAz", azimuth, altitude);
+    WaitForSlewEnd(aborts);
+}
+
+void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
+    BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
+}
+
+void Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
+    const std::string name{member};
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
+    check_connected(name, true, false);
+    Tracking(false);  // stops the mount once more although it does not track: wanted
+    BeginSlew();
+    try {
+        TargetAzimuth(azimuth);
+        TargetAltitude(altitude);
+        if (QuayTakesSlews()) {
+            const std::string reply = CommandString(
+                std::string(wire::CompanionSlewAltAz.text) + FormatUs(azimuth, "") + "," + FormatUs(altitude, ""),
+                false);
+            needs_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
+        } else {
+            SendSlewCommands();
+        }
+    } catch (const DriverError&) {
+        state_.g_bSlewing = state_.g_bMountSlewing = false;  // nothing moves
+        throw;
+    }
+}
+
+int Telescope::DestinationSideOfPier(double rightAscension, double declination) {
+    CheckConnected();
+    const double hourAngle = NormalizeHourAngle(needs_.queries.GetLst() - rightAscension);
+    const bool west = hourAngle < 0.0 || hourAngle >= 12.0;
+    needs_.log.LogMessage("ASCOM", LogLevel::Info,
+                          "DestinationSideOfPier: TargetRA=" + PlainNumber(rightAscension) +
+                              ", TargetDec=" + PlainNumber(declination) + ", HA=" + PlainNumber(hourAngle) +
+                              ", PierSide=" + (west ? "West" : "East"));
+    return west ? 1 : 0;
 }
 
 bool Telescope::QuayTakesSlews() const {
@@ -204,148 +228,6 @@ void Telescope::PumpSlewRound() {
     needs_.waits.WaitForMilliseconds(kSlewRoundMs);
 }
 
-void Telescope::RefreshPosition() {
-    needs_.queries.QueryRa();
-    needs_.queries.QueryDec();
-    needs_.queries.QuerySideOfMount();
-}
-
-/// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
-/// meaning by `RaiseSlewRefusal`.
-void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
-    ResumeNext errors{needs_.ledger, "SafeSlew"};
-    const std::uint32_t aborts = state_.g_nAborts;
-    RefreshPosition();
-    if (!needs_.queries.LstKnown()) {
-        needs_.queries.QueryLst();  // the side of the meridian is not for guessing
-    }
-    needs_.queries.UpdateHourAngle();
-    state_.g_dSafeSlewRa = rightAscension;
-    state_.g_dSafeSlewDec = declination;
-    double viaRightAscension = 0.0;
-    if (PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + Position(viaRightAscension, state_.g_dDec));
-        errors.Step([&] { TargetRightAscension(viaRightAscension); });
-        errors.Step([&] { TargetDeclination(state_.g_dDec); });
-        const bool accepted = errors.Step([&] { SendSlewCommands(); });
-        if (!accepted) {
-            // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
-            state_.g_bSafeSlewPending = false;
-            return;
-        }
-        if (async) {
-            return;
-        }
-        WaitWhileSlewing(aborts);
-    }
-    if (AbortedSince(aborts)) {
-        state_.g_bSafeSlewPending = false;
-        return;
-    }
-    errors.Step([&] { TargetRightAscension(rightAscension); });
-    errors.Step([&] { TargetDeclination(declination); });
-    errors.Step([&] { SendSlewCommands(); });
-    if (async) {
-        state_.g_bSafeSlewPending = false;
-        return;
-    }
-    WaitWhileSlewing(aborts);
-    RefreshPosition();
-    needs_.queries.QueryAlt();
-    needs_.queries.QueryAz();
-    state_.g_bSafeSlewPending = false;
-}
-
-/// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.
-bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
-    state_.g_bSafeSlewPending = false;
-    if (state_.g_bRawRaDecSlews || state_.g_bForkMount || state_.g_bFirmwareSafeSlew) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");
-        return false;
-    }
-    if (IsShortSlew(state_.g_dRa, state_.g_dDec, rightAscension, declination)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew will not be used - Target Dec is withing 1 degree");
-        return false;
-    }
-    const auto via = IntermediateRa(state_.g_nSideOfPier, state_.g_dHourAngle, needs_.queries.GetLst());
-    if (!via) {
-        return false;
-    }
-    viaRightAscension = *via;
-    state_.g_bSafeSlewPending = true;
-    return true;
-}
-
-void Telescope::SendSlewCommands() {
-    CheckConnected();
-    state_.g_bSlewCompletePending = false;
-    StartFromSiderealTracking();
-    std::string reply = "9";
-    if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
-        reply = SendRaDecSequence();
-    } else {
-        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
-    }
-    std::int16_t result = 0;
-    if (!TryParseInteger(reply, result)) {
-        result = 0;
-    }
-    if (result != 0) {
-        RaiseSlewRefusal(result);
-    }
-    BeginSlew();
-    const Tick now = needs_.clock.GetTickCount();
-    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-    state_.g_tickLastSlewCheck = now;
-}
-
-void Telescope::StartFromSiderealTracking() {
-    if (state_.g_bTracking) {
-        ClearCustomDecRate();
-        CommandBlindInternal(std::string(wire::TrackingRate.text) + "2", false);
-    }
-}
-
-std::string Telescope::SendRaDecSequence() {
-    ResumeNext errors{needs_.ledger, "SendRaDecSequence"};
-    needs_.poll.SetPolling(false);
-    std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
-    if (ra.starts_with("24")) {
-        ra.replace(0, 2, "00");  // rounded up across midnight; the mount knows no hour 24
-    }
-    if (!CommandBoolInternal(std::string(wire::SetTargetRa.text) + ra, false)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
-        needs_.poll.SetPolling(true);
-    }
-    std::string dec = DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec);
-    if (!dec.starts_with('-')) {
-        dec.insert(0, "+");
-    }
-    if (!CommandBoolInternal(std::string(wire::SetTargetDec.text) + dec, false)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
-        needs_.poll.SetPolling(true);
-    }
-    CommandBlindInternal(wire::Slew.text, false);
-    std::string reply;
-    errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCounted(1) : std::string{}; });
-    needs_.log.LogMessage("Slew RA/Dec", LogLevel::Info, "Sent 'MS', Response: " + reply);
-    needs_.poll.SetPolling(true);
-    return reply;
-}
-
-void Telescope::RaiseSlewRefusal(std::int16_t result) {
-    state_.g_bSlewing = false;
-    state_.g_bMountSlewing = false;
-    if (result != kNoTarget) {
-        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error,
-                              "The mount refused the slew: reply " + std::to_string(result) + ", " +
-                                  std::string(MeaningOfRefusal(result)));
-    }
-    throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
-                      : result == 2 ? ErrorNumber::BelowMinimumElevation
-                                    : ErrorNumber::SlewFailed);
-}
-
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
     if (state_.g_bParking) {
         // Tracking is off during a park; the check that clients pass would refuse the leg.
@@ -371,46 +253,6 @@ bool Telescope::Slewing() {
         needs_.waits.PumpOnce();
     }
     return slewing;
-}
-
-void Telescope::AbortSlew() {
-    check_connected("AbortSlew", true, state_.g_bTracking);
-    ++state_.g_nAborts;  // also for a call that waits and has sent nothing yet
-    if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
-        StopMotion("ASCOM");
-    } else if (state_.g_bTracking) {
-        TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
-    }
-}
-
-void Telescope::AbortSlewDriver() {
-    StopMotion("Driver");
-}
-
-void Telescope::StopMotion(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
-    ++state_.g_nAborts;
-    state_.g_bSafeSlewPending = false;  // no second leg ever follows an abort
-    bool sent = false;
-    const auto sendStopPair = [&] {
-        if (!sent) {
-            CommandBlind(wire::Stop.text, false);
-            needs_.waits.WaitForMilliseconds(kStopSpacingMs);
-            CommandBlind(wire::Stop.text, false);
-            sent = true;
-        }
-    };
-    if (state_.g_bTracking) {
-        sendStopPair();
-    }
-    if (state_.g_bSlewing) {
-        state_.g_bAbortSlew = true;
-        sendStopPair();
-    }
-    if (state_.g_bParking) {
-        state_.g_bAbortPark = true;
-        sendStopPair();
-    }
 }
 
 std::int16_t Telescope::SlewSettleTime() {

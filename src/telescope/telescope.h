@@ -10,6 +10,7 @@
 
 #include "catalogue/client_rates.h"
 #include "catalogue/ks_mount.h"
+#include "catalogue/wire_commands.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
 #include "forms/hand_box_actions.h"
@@ -21,6 +22,7 @@
 #include "link/mount_link.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
+#include "settings/sites.h"
 #include "state/client_connections.h"
 #include "state/controller_features.h"
 #include "state/driver_state.h"
@@ -38,6 +40,7 @@ class Telescope;
 struct TelescopeNeeds {
     DriverState& state;
     Persist& persist;
+    Sites& sites;
     const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
     Log& log;
     Counters& counters;
@@ -168,6 +171,11 @@ public:
     double SiteLatitude() override;  ///< asks the mount; the last value when its reply cannot be read; link check
     double SiteLongitude();          ///< east positive, -180 to 180; asks the mount as above; link check
     double SiteElevation();          ///< metres
+    /// These three keep the value in the current site's record and in the settings; the mount learns its site when it
+    /// is initialized. Elevation -300 to 10000 metres, else 0x80040405; longitude: link check.
+    void SiteElevation(double metres);
+    void SiteLatitude(double degrees);
+    void SiteLongitude(double degrees);
     /// The mount's time of day on the computer's date, in UTC; link check.
     DateTime utcDate();
     /// Gives the mount its time, date, meridian delay and time zone; link check. From 23:58 until 00:02 local time
@@ -193,6 +201,12 @@ public:
     /// Slews to the target; 0x80040430 when half of it is missing.
     void SlewToTarget();
     void SlewToTargetAsync();
+    /// Degrees; tracking must be off. 0x80040418 when the mount refuses a half of the target, else as above. The first
+    /// returns when the mount has arrived; pumps.
+    void SlewToAltAz(double azimuth, double altitude);
+    void SlewToAltAzAsync(double azimuth, double altitude);
+    /// 0 East, 1 West: by the hour angle alone; link check.
+    int DestinationSideOfPier(double rightAscension, double declination);
     bool Slewing();
     /// Stops a slew or a park. Motion check: not parked.
     void AbortSlew();
@@ -212,10 +226,18 @@ public:
     /// 0 sidereal, 1 lunar, 2 solar. Writing stops motion, then starts tracking at the rate; 0x80040405 for others.
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
-    double RightAscensionRate();       ///< seconds of RA per sidereal second; 0x80040400 without custom rates
-    double DeclinationRate();          ///< arc-seconds per second; 0x80040400 without custom rates
-    double GuideRateRightAscension();  ///< degrees per second, one value for both axes
+    /// Seconds of RA per sidereal second; 0x80040400 without custom rates. Writing: motion check, not parked, tracking.
+    double RightAscensionRate();
+    void RightAscensionRate(double secondsPerSiderealSecond);
+    /// Arc-seconds per second; as above.
+    double DeclinationRate();
+    void DeclinationRate(double arcSecondsPerSecond);
+    /// Degrees per second, one value for both axes: 0.25, 0.5 or 1 times sidereal. Any other is dropped without an
+    /// error.
+    double GuideRateRightAscension();
+    void GuideRateRightAscension(double degreesPerSecond);
     double GuideRateDeclination();
+    void GuideRateDeclination(double degreesPerSecond);
     /// A new list: 0, 1, 2, and 3 with the two newest controllers, also where their firmware has no King rate. Lists
     /// handed out before keep their contents. The link is checked.
     std::shared_ptr<const kestrane::TrackingRates> TrackingRates();
@@ -324,6 +346,27 @@ private:
     void SendSlewCommands();
     void StartFromSiderealTracking();
     std::string SendRaDecSequence();
+    std::string SendAltAzSequence();
+    void SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
+                       const std::string& text);
+    std::string SendSlew(std::string_view origin);
+    void ApplySlewRateOfSettings();
+    void BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
+    void ReinstateCustomRates();
+
+    // initial_rates.cpp
+    static constexpr int kSlewRateOfSettings = -1;
+    /// Index 0 to 2 of the slew rates, 3 the custom one, -1 that of the settings.
+    void SetSlewRate(int index);
+    void SendCustomSlewRate(std::string_view rate);
+
+    // auto_calibration.cpp
+    void CalibrateOnFirstSlew();
+    void AutoCalibrateNSEW(std::int16_t attempts);
+    bool CalibrateOnce();
+    bool AskPierSide(std::string& side, std::string_view complaint);
+    bool AskRa(double& hours, std::string_view label);
+    bool AskDec(double& degrees, std::string_view label);
     [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
     bool QuayTakesSlews() const;
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
@@ -332,7 +375,22 @@ private:
     // tracking.cpp
     void ClearCustomDecRate();
     double GuideRate(std::string_view name);
-    double CustomRate(std::string_view name, double rate);
+    void SetGuideRate(std::string_view name, double degreesPerSecond);
+    void RefuseWithoutCustomRates(std::string_view name);
+    void ShowCustomOrSidereal();
+    void SendCustomRate(const WireCommand& command, double multiple);
+
+    // site.cpp
+    void RefuseOutOfRange(std::string_view name, double value, bool inRange);
+    void SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text);
+
+    // coordinates.cpp
+    double TargetAzimuth();
+    void TargetAzimuth(double degrees);
+    double TargetAltitude();
+    void TargetAltitude(double degrees);
+    double GetAltAzTarget(std::string_view name, bool isSet, double degrees);
+    void SetAltAzTarget(std::string_view name, double degrees, bool inRange);
 
     // rate_lists.cpp
     void CreateAxisRates();

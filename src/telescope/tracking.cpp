@@ -1,22 +1,38 @@
 #include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
 namespace {
 
-/// A tracking rate of the clients: the argument of the raw rate command, and the rate button that shows it.
+enum class KingCorrection { Leave, On, Off };
+
+/// A tracking rate of the clients: what it does to the King correction, the argument of the raw rate command, and the
+/// rate button that shows it.
 struct RateRow {
+    KingCorrection king;
     std::string_view argument;
     std::int16_t displayed;
 };
 
-constexpr std::array<RateRow, 3> kRates{{
-    {"2#", 1},  // sidereal
-    {"0#", 2},  // lunar
-    {"1#", 3},  // solar
+constexpr std::array<RateRow, 4> kRates{{
+    {KingCorrection::Off, "2#", 1},    // sidereal
+    {KingCorrection::Leave, "0#", 2},  // lunar
+    {KingCorrection::Leave, "1#", 3},  // solar
+    {KingCorrection::On, "2#", 1},     // King
 }};
 
+/// A guide rate that the mount has: its setting `cbxInitGuideRate`.
+struct GuideRateRow {
+    double multiple;  ///< of sidereal
+    std::string_view index;
+};
+
+constexpr std::array<GuideRateRow, 3> kGuideRates{{{0.25, "0"}, {0.5, "1"}, {1.0, "2"}}};
+
+constexpr double kGuideRateTolerance = 0.001;
+constexpr std::string_view kRatePattern = "0.00000";
 constexpr double kSiderealRate = 15.04107;  // arc-seconds per second
 constexpr double kArcSecondsPerDegree = 3600.0;
 
@@ -57,6 +73,12 @@ void Telescope::TrackingRate(std::int32_t rate) {
         throw DriverError(ErrorNumber::OutOfRange, "Invalid Tracking Rate Value: " + std::to_string(rate));
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
+    if (row.king == KingCorrection::Off && state_.g_bKingRateAvailable && !state_.g_bKingRateEnabled) {
+        CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "3#", true);
+    }
+    if (row.king == KingCorrection::On && state_.g_bKingRateAvailable && state_.g_bKingRateEnabled) {
+        CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "8#", true);
+    }
     CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(row.argument), true);
     needs_.panel.ShowTrackingRate(row.displayed, false);
     state_.g_bTracking = true;
@@ -69,19 +91,52 @@ void Telescope::ClearCustomDecRate() {
 }
 
 double Telescope::RightAscensionRate() {
-    return CustomRate("RightAscensionRate", state_.g_dRaRate);
+    RefuseWithoutCustomRates("RightAscensionRate");
+    return LogGet("RightAscensionRate", state_.g_dRaRate);
 }
 
 double Telescope::DeclinationRate() {
-    return CustomRate("DeclinationRate", state_.g_dDecRate);
+    RefuseWithoutCustomRates("DeclinationRate");
+    return LogGet("DeclinationRate", state_.g_dDecRate);
 }
 
-double Telescope::CustomRate(std::string_view name, double rate) {
+void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
+    RefuseWithoutCustomRates("RightAscensionRate");
+    LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
+    check_connected("RightAscensionRate", true, true);
+    state_.g_dRaRate = secondsPerSiderealSecond;
+    needs_.handBox.txtRaCustom.Text(FormatUs(secondsPerSiderealSecond, kRatePattern));
+    ShowCustomOrSidereal();
+    SendCustomRate(wire::CustomRaRate,
+                   state_.g_dSiteLatitude < 0.0 ? secondsPerSiderealSecond : -secondsPerSiderealSecond);
+}
+
+void Telescope::DeclinationRate(double arcSecondsPerSecond) {
+    RefuseWithoutCustomRates("DeclinationRate");
+    LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
+    check_connected("DeclinationRate(set)", true, true);
+    state_.g_dDecRate = arcSecondsPerSecond;
+    needs_.handBox.txtDecCustom.Text(FormatUs(arcSecondsPerSecond, kRatePattern));
+    ShowCustomOrSidereal();
+    const double multiple = arcSecondsPerSecond / kSiderealRate;
+    SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+}
+
+void Telescope::RefuseWithoutCustomRates(std::string_view name) {
     if (!state_.g_bHasCustomRates) {
         needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " is not available for VTRKC1/2");
         throw DriverError(ErrorNumber::NotImplemented, std::string(name) + "  is not implemented in this driver.");
     }
-    return LogGet(name, rate);
+}
+
+void Telescope::ShowCustomOrSidereal() {
+    needs_.panel.ShowTrackingRate(state_.g_dRaRate == 0.0 && state_.g_dDecRate == 0.0 ? 1 : 4, false);
+}
+
+/// The mount's refusal is in the log of the exchange; it raises nothing.
+void Telescope::SendCustomRate(const WireCommand& command, double multiple) {
+    const double sent = multiple == 0.0 ? 0.0 : multiple;  // never "-0.00000"
+    CommandBoolInternal(std::string(command.text) + FormatUs(sent, kRatePattern), false);
 }
 
 double Telescope::GuideRateRightAscension() {
@@ -90,6 +145,27 @@ double Telescope::GuideRateRightAscension() {
 
 double Telescope::GuideRateDeclination() {
     return GuideRate("GuideRateDeclination");
+}
+
+void Telescope::GuideRateRightAscension(double degreesPerSecond) {
+    SetGuideRate("GuideRateRightAscension", degreesPerSecond);
+}
+
+void Telescope::GuideRateDeclination(double degreesPerSecond) {
+    SetGuideRate("GuideRateDeclination", degreesPerSecond);
+}
+
+/// Keeps a rate that the mount has; any other is dropped without an error: wanted. Nothing is sent.
+void Telescope::SetGuideRate(std::string_view name, double degreesPerSecond) {
+    const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealRate;
+    for (const GuideRateRow& row : kGuideRates) {
+        if (multiple >= row.multiple - kGuideRateTolerance && multiple <= row.multiple + kGuideRateTolerance) {
+            state_.g_dGuideRate = row.multiple;
+            needs_.persist.Write(setting::cbxInitGuideRate, row.index);
+            break;
+        }
+    }
+    LogSet(name, PlainNumber(state_.g_dGuideRate) + " sec/sec");
 }
 
 double Telescope::GuideRate(std::string_view name) {

@@ -1,0 +1,46 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr int kCustomSlewRate = 3;
+constexpr double kMostCustomSlewRate = 1200.0;
+
+/// What the status window shows for a slew rate.
+struct SlewRateLabel {
+    std::string_view fir;
+    std::string_view others;
+};
+
+constexpr std::array<SlewRateLabel, 3> kSlewRates{{{"x300", "x600"}, {"x450", "x900"}, {"x600", "x1200"}}};
+
+}  // namespace
+
+void Telescope::SetSlewRate(int index) {
+    if (index == kSlewRateOfSettings) {
+        index = RoundHalfEven(Val_Global(needs_.persist.Read(setting::cbxInitSlewRate), needs_.log));
+    }
+    if (index >= 0 && index < kCustomSlewRate) {
+        const SlewRateLabel& row = kSlewRates[static_cast<std::size_t>(index)];
+        CommandBlindInternal(std::string(wire::SlewRate.text) + std::to_string(index), false);
+        needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
+    } else if (index == kCustomSlewRate) {
+        SendCustomSlewRate(Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
+    }
+}
+
+void Telescope::SendCustomSlewRate(std::string_view rate) {
+    const double value = Val_Global(rate, needs_.log);
+    if (!(value > 0.0 && value <= kMostCustomSlewRate)) {
+        needs_.log.LogMessage("SetSlewRate", LogLevel::Error,
+                              "The custom slew rate is out of range, it is not sent: '" + std::string(rate) + "'");
+        return;
+    }
+    CommandBlindInternal(std::string(wire::CustomSlewRate.text) + std::string(rate), false);
+    needs_.statusWindow.lblSlewRate.Text("x" + std::string(rate));
+}
+
+}  // namespace kestrane

@@ -1,0 +1,81 @@
+#include "kernel/base/conversions.h"
+#include "telescope/position_words.h"
+#include "telescope/safe_slew_path.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+
+void Telescope::RefreshPosition() {
+    needs_.queries.QueryRa();
+    needs_.queries.QueryDec();
+    needs_.queries.QuerySideOfMount();
+}
+
+/// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
+/// meaning by `RaiseSlewRefusal`.
+void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
+    ResumeNext errors{needs_.ledger, "SafeSlew"};
+    const std::uint32_t aborts = state_.g_nAborts;
+    RefreshPosition();
+    if (!needs_.queries.LstKnown()) {
+        needs_.queries.QueryLst();  // the side of the meridian is not for guessing
+    }
+    needs_.queries.UpdateHourAngle();
+    state_.g_dSafeSlewRa = rightAscension;
+    state_.g_dSafeSlewDec = declination;
+    double viaRightAscension = 0.0;
+    if (PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
+        needs_.log.LogMessage("SafeSlew", LogLevel::Info,
+                              "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
+        errors.Step([&] { TargetRightAscension(viaRightAscension); });
+        errors.Step([&] { TargetDeclination(state_.g_dDec); });
+        const bool accepted = errors.Step([&] { SendSlewCommands(); });
+        if (!accepted) {
+            // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
+            state_.g_bSafeSlewPending = false;
+            return;
+        }
+        if (async) {
+            return;
+        }
+        WaitWhileSlewing(aborts);
+    }
+    if (AbortedSince(aborts)) {
+        state_.g_bSafeSlewPending = false;
+        return;
+    }
+    errors.Step([&] { TargetRightAscension(rightAscension); });
+    errors.Step([&] { TargetDeclination(declination); });
+    errors.Step([&] { SendSlewCommands(); });
+    if (async) {
+        state_.g_bSafeSlewPending = false;
+        return;
+    }
+    WaitWhileSlewing(aborts);
+    RefreshPosition();
+    needs_.queries.QueryAlt();
+    needs_.queries.QueryAz();
+    state_.g_bSafeSlewPending = false;
+}
+
+/// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.
+bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
+    state_.g_bSafeSlewPending = false;
+    if (state_.g_bRawRaDecSlews || state_.g_bForkMount || state_.g_bFirmwareSafeSlew) {
+        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");
+        return false;
+    }
+    if (IsShortSlew(state_.g_dRa, state_.g_dDec, rightAscension, declination)) {
+        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew will not be used - Target Dec is withing 1 degree");
+        return false;
+    }
+    const auto via = IntermediateRa(state_.g_nSideOfPier, state_.g_dHourAngle, needs_.queries.GetLst());
+    if (!via) {
+        return false;
+    }
+    viaRightAscension = *via;
+    state_.g_bSafeSlewPending = true;
+    return true;
+}
+
+}  // namespace kestrane

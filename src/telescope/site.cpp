@@ -1,0 +1,108 @@
+#include <cmath>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "settings/database.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kLowestSite = -300.0;    // metres
+constexpr double kHighestSite = 10000.0;  // metres
+constexpr double kHalfArcSecond = 0.5 / 3600.0;
+
+/// The position text of a site: "N 41 30 12".
+std::string SiteText(double degrees, std::string_view positive, std::string_view negative) {
+    double rest = std::abs(degrees) + kHalfArcSecond;
+    const double whole = std::floor(rest);
+    rest = (rest - whole) * 60.0;
+    const double minutes = std::floor(rest);
+    const double seconds = std::floor((rest - minutes) * 60.0);
+    return std::string(degrees < 0.0 ? negative : positive) + " " + PlainNumber(whole) + " " + PlainNumber(minutes) +
+           " " + PlainNumber(seconds);
+}
+
+}  // namespace
+
+double Telescope::SiteLatitude() {
+    CheckConnected();
+    double latitude = 0.0;
+    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), latitude, needs_.log)) {
+        state_.g_dSiteLatitude = latitude;
+    }
+    return LogGet("SiteLatitude", state_.g_dSiteLatitude);
+}
+
+void Telescope::SiteLatitude(double degrees) {
+    RefuseOutOfRange("SiteLatitude", degrees, degrees >= -90.0 && degrees <= 90.0);
+    LogSet("SiteLatitude", PlainNumber(degrees));
+    state_.g_dSiteLatitude = degrees;
+    const std::string text = SiteText(degrees, "N", "S");
+    needs_.log.LogMessage("SaveSiteLatitude", LogLevel::Info, "Saving new site Latitude = " + text);
+    SaveSitePosition(&Site::Latitude, setting::Latitude, text);
+}
+
+double Telescope::SiteLongitude() {
+    CheckConnected();
+    double west = 0.0;
+    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), west, needs_.log)) {
+        state_.g_dSiteLongitude = -west;
+    }
+    const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
+    return LogGet("SiteLongitude", east);
+}
+
+void Telescope::SiteLongitude(double degrees) {
+    CheckConnected();
+    RefuseOutOfRange("SiteLongitude", degrees, degrees >= -180.0 && degrees <= 180.0);
+    LogSet("SiteLongitude", PlainNumber(degrees));
+    const std::string text = SiteText(degrees, "E", "W");
+    needs_.log.LogMessage("SaveSiteLongitude", LogLevel::Info, "Saving new site Longitude value = " + text);
+    SaveSitePosition(&Site::Longitude, setting::Longitude, text);
+}
+
+double Telescope::SiteElevation() {
+    return LogGet("SiteElevation", state_.g_dSiteElevation);
+}
+
+void Telescope::SiteElevation(double metres) {
+    if (!(metres >= kLowestSite && metres <= kHighestSite)) {
+        const DriverError error(ErrorNumber::OutOfRange, "Property SiteElevation The property value is out of range");
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                              "SET SiteElevation (out of range) = " + PlainNumber(metres) +
+                                  " Err=" + std::to_string(static_cast<std::int32_t>(error.Number())));
+        throw error;
+    }
+    LogSet("SiteElevation", PlainNumber(metres));
+    state_.g_dSiteElevation = metres;
+    needs_.persist.Write(setting::Elevation, PlainNumber(metres));
+}
+
+void Telescope::RefuseOutOfRange(std::string_view name, double value, bool inRange) {
+    if (!inRange) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                              "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+}
+
+/// Writes a half of the current site's position into its record and its setting; nothing without a current site.
+void Telescope::SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text) {
+    const std::int16_t current = needs_.sites.g_SiteDbIndex();
+    for (auto& site : needs_.sites.g_Sites()) {
+        if (!site || site->id != current) {
+            continue;
+        }
+        (*site).*half = text;
+        bool isNew = false;
+        if (Database* const database = needs_.persist.database()) {
+            database->SetSite(*site, isNew);
+        }
+        needs_.persist.Write(key, text);
+        return;
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,146 @@
+#include <cmath>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kSettleUnitMs = 1000;
+constexpr std::int16_t kNoTarget = 9;
+
+/// What the mount's reply to a slew command means to a person.
+std::string_view MeaningOfRefusal(std::int16_t result) {
+    switch (result) {
+        case 1:
+            return "below the horizon";
+        case 2:
+            return "below the minimum elevation";
+        default:
+            return "unknown reason";
+    }
+}
+
+/// Keeps the poll's queries out of a sequence whose answer is one nameless character.
+class PollPause {
+public:
+    explicit PollPause(PollLoop& poll) : poll_(poll) { poll_.SetPolling(false); }
+    ~PollPause() { poll_.SetPolling(true); }
+    PollPause(const PollPause&) = delete;
+    PollPause& operator=(const PollPause&) = delete;
+
+private:
+    PollLoop& poll_;
+};
+
+std::string WithPlus(const std::string& angle) {
+    return angle.starts_with('-') ? angle : "+" + angle;
+}
+
+}  // namespace
+
+void Telescope::SendSlewCommands() {
+    CheckConnected();
+    state_.g_bSlewCompletePending = false;
+    StartFromSiderealTracking();
+    ApplySlewRateOfSettings();
+    std::string reply = "9";
+    if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
+        CalibrateOnFirstSlew();
+        reply = SendRaDecSequence();
+    } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
+        CalibrateOnFirstSlew();
+        reply = SendAltAzSequence();
+    } else {
+        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
+    }
+    std::int16_t result = 0;
+    if (!TryParseInteger(reply, result)) {
+        result = 0;
+    }
+    if (result != 0) {
+        RaiseSlewRefusal(result);
+    }
+    BeginSlew();
+    const Tick now = needs_.clock.GetTickCount();
+    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
+    state_.g_tickLastSlewCheck = now;
+}
+
+void Telescope::StartFromSiderealTracking() {
+    if (state_.g_bTracking) {
+        ClearCustomDecRate();
+        CommandBlindInternal(std::string(wire::TrackingRate.text) + "2", false);
+    }
+}
+
+std::string Telescope::SendRaDecSequence() {
+    const PollPause pause(needs_.poll);
+    std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
+    if (ra.starts_with("24")) {
+        ra.replace(0, 2, "00");  // rounded up across midnight; the mount knows no hour 24
+    }
+    // A refused half is logged, and the sequence goes on: only the reply to the slew command counts. Wanted.
+    if (!CommandBoolInternal(std::string(wire::SetTargetRa.text) + ra, false)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
+        needs_.poll.SetPolling(true);
+    }
+    const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
+    if (!CommandBoolInternal(std::string(wire::SetTargetDec.text) + dec, false)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
+        needs_.poll.SetPolling(true);
+    }
+    return SendSlew("Slew RA/Dec");
+}
+
+std::string Telescope::SendAltAzSequence() {
+    const PollPause pause(needs_.poll);
+    const std::string altitude = WithPlus(DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz));
+    SendAltAzHalf(wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
+    const std::string azimuth = DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz);
+    SendAltAzHalf(wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
+    return SendSlew("Slew ALT/AZ");
+}
+
+void Telescope::SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
+                              const std::string& text) {
+    if (!CommandBoolInternal(std::string(command.text) + text, false)) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(logged) + " FAILED!");
+        throw DriverError(ErrorNumber::MountRejectedTarget,
+                          "KS mount rejected set " + std::string(property) + " = " + text);
+    }
+}
+
+/// The mount's answer is one character without an end.
+std::string Telescope::SendSlew(std::string_view origin) {
+    ResumeNext errors{needs_.ledger, "SendSlew"};
+    CommandBlindInternal(wire::Slew.text, false);
+    std::string reply;
+    errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCounted(1) : std::string{}; });
+    needs_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
+    return reply;
+}
+
+void Telescope::RaiseSlewRefusal(std::int16_t result) {
+    state_.g_bSlewing = false;
+    state_.g_bMountSlewing = false;
+    if (result != kNoTarget) {
+        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error,
+                              "The mount refused the slew: reply " + std::to_string(result) + ", " +
+                                  std::string(MeaningOfRefusal(result)));
+    }
+    throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
+                      : result == 2 ? ErrorNumber::BelowMinimumElevation
+                                    : ErrorNumber::SlewFailed);
+}
+
+/// A slew goes at the slew rate of the settings, where the user wants that.
+void Telescope::ApplySlewRateOfSettings() {
+    if (Trim(needs_.persist.Read(setting::chkSetSlewRate)) == "1") {
+        SetSlewRate(kSlewRateOfSettings);
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,63 @@
+#include "catalogue/wire_commands.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kStopSpacingMs = 20;
+
+}  // namespace
+
+void Telescope::AbortSlew() {
+    check_connected("AbortSlew", true, state_.g_bTracking);
+    ++state_.g_nAborts;  // also for a call that waits and has sent nothing yet
+    if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
+        StopMotion("ASCOM");
+    } else if (state_.g_bTracking) {
+        TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
+    }
+}
+
+void Telescope::AbortSlewDriver() {
+    StopMotion("Driver");
+}
+
+void Telescope::StopMotion(std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+    ++state_.g_nAborts;
+    state_.g_bSafeSlewPending = false;  // no second leg ever follows an abort
+    bool sent = false;
+    const auto sendStopPair = [&] {
+        if (!sent) {
+            CommandBlind(wire::Stop.text, false);
+            needs_.waits.WaitForMilliseconds(kStopSpacingMs);
+            CommandBlind(wire::Stop.text, false);
+            sent = true;
+        }
+    };
+    if (state_.g_bTracking) {
+        sendStopPair();
+    }
+    if (state_.g_bSlewing) {
+        state_.g_bAbortSlew = true;
+        sendStopPair();
+    }
+    if (state_.g_bParking) {
+        state_.g_bAbortPark = true;
+        sendStopPair();
+    }
+    ReinstateCustomRates();
+}
+
+/// A stop clears the custom rates of the mount.
+void Telescope::ReinstateCustomRates() {
+    ResumeNext errors{needs_.ledger, "AbortSlew"};
+    if (state_.g_dRaRate != 0.0) {
+        errors.Step([&] { RightAscensionRate(state_.g_dRaRate); });
+    }
+    if (state_.g_dDecRate != 0.0) {
+        errors.Step([&] { DeclinationRate(state_.g_dDecRate); });
+    }
+}
+
+}  // namespace kestrane
