@@ -13,6 +13,8 @@ enum class CallKind {
     /// Pumps while it waits (a synchronous slew, a connect). Starts from the outermost loop or inside the pump of
     /// another long call, never inside the pump of a brief one, so that no brief call gets stuck under it.
     WaitsLong,
+    /// Brings motion to a stop, and is brief. Overtakes all that waits, and starts in every pump, also in `PumpStops`.
+    Stop,
 };
 
 /// A repeating timer of the pump. Fires at a pump when its time is due; a timer that fell due several times while
@@ -27,9 +29,9 @@ public:
     virtual void SetEnabled(bool enabled) = 0;
 };
 
-/// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time,
-/// in the order in which they fell due, by whoever pumps. Running a call may pump again: that is how an abort gets
-/// in during a slew.
+/// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time, stops
+/// first, the rest in the order in which they fell due, by whoever pumps. Running a call may pump again: that is how an
+/// abort gets in during a slew.
 class MessagePump {
 public:
     /// Calls nested deeper than this wait for their turn.
@@ -43,6 +45,14 @@ public:
     /// Runs what is due now and was queued before this pump began, once each, as far as the nesting rules let it
     /// start; then returns. What arrives meanwhile waits for the next pump, so that a pump always ends.
     virtual void PumpMessages() = 0;
+
+    /// Runs the stops that were queued before, and nothing else: between two steps of a procedure that nothing but a
+    /// stop may enter.
+    virtual void PumpStops() = 0;
+
+    /// Whether a stop has run that was queued after the call which is running now. Motion that this call has not
+    /// started yet must stay away: whoever stopped the mount had it in mind too. False outside any call.
+    virtual bool OvertakenByStop() const = 0;
 
     /// Makes a disabled timer that calls `onTick` on the logic thread; its tick counts as a brief call.
     virtual std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) = 0;

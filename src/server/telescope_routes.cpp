@@ -71,6 +71,7 @@ constexpr Verb Get = Verb::Get;
 constexpr Verb Put = Verb::Put;
 constexpr CallKind Brief = CallKind::Brief;
 constexpr CallKind Long = CallKind::WaitsLong;
+constexpr CallKind Stop = CallKind::Stop;
 constexpr ValueType Bool = ValueType::Boolean;
 constexpr ValueType Int = ValueType::Integer;
 constexpr ValueType Num = ValueType::Number;
@@ -163,7 +164,7 @@ std::vector<Route> TelescopeRoutes() {
         {"UTCDate",                 Get, Brief, kNone,                                     ReadUtcDate},
         {"UTCDate",                 Put, Brief, {{"UTCDate", Date}},                       WriteUtcDate},
 
-        {"AbortSlew",               Put, Brief, kNone,                                     kCall<&T::AbortSlew>},
+        {"AbortSlew",               Put, Stop,  kNone,                                     kCall<&T::AbortSlew>},
         {"AxisRates",               Get, Brief, {{"Axis", Int}},                           ReadAxisRates},
         {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           ReadCanMoveAxis},
         {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               ReadDestinationSideOfPier},

@@ -25,6 +25,8 @@ public:
             throw DriverError(ErrorNumber::InvalidOperation);
         }
     }
+    void PumpStops() override {}
+    bool OvertakenByStop() const override { return false; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
 
     int pumps = 0;

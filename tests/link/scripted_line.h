@@ -43,6 +43,8 @@ public:
 
     void Post(CallKind, std::function<void()>) override {}
     void PumpMessages() override { ++pumps; }
+    void PumpStops() override {}
+    bool OvertakenByStop() const override { return false; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
 };
 

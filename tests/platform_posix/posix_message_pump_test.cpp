@@ -165,7 +165,12 @@ const NestingRule kNestingRules[] = {
     {{WaitsLong, WaitsLong}, WaitsLong, true},  //
     {{WaitsLong, Brief}, WaitsLong, false},     //
     {{WaitsLong, Brief}, Brief, true},          //
-    {{Brief, Brief}, WaitsLong, false},
+    {{Brief, Brief}, WaitsLong, false},         //
+    {{}, Stop, true},                           //
+    {{Brief}, Stop, true},                      //
+    {{WaitsLong, Brief}, Stop, true},           //
+    {{Stop}, WaitsLong, false},                 //
+    {{WaitsLong, Stop}, Brief, true},
 };
 
 class NestingTest : public PumpTest {
@@ -220,6 +225,69 @@ TEST_F(PumpTest, Tick_CountsAsABriefCall) {
     Advance(10);
     pump_.PumpMessages();
     EXPECT_EQ(Taken(), (Sequence{"brief"}));
+}
+
+// Stops ------------------------------------------------------------------------------------------------------------
+
+TEST_F(PumpTest, Stop_OvertakesCallsAndTicks) {
+    const auto timer = StartTimer(10, [this] { Note("tick"); });
+    PostNote("call");
+    Advance(10);
+    PostNote("stop", Stop);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"stop", "call", "tick"}));
+}
+
+TEST_F(PumpTest, PumpStops_RunsStopsAndNothingElse) {
+    const auto timer = StartTimer(10, [this] { Note("tick"); });
+    Advance(10);
+    PostNote("call");
+    PostNote("stop 1", Stop);
+    PostNote("stop 2", Stop);
+    pump_.PumpStops();
+    EXPECT_EQ(Taken(), (Sequence{"stop 1", "stop 2"}));
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick", "call"}));
+}
+
+TEST_F(PumpTest, PumpStops_LeavesAStopThatIsPostedMeanwhileToTheNextPump) {
+    pump_.Post(Stop, [this] { PostNote("second", Stop); });
+    pump_.PumpStops();
+    EXPECT_EQ(Taken(), Sequence{});
+    pump_.PumpStops();
+    EXPECT_EQ(Taken(), Sequence{"second"});
+}
+
+TEST_F(PumpTest, CallThatAStopHasOvertaken_KnowsIt) {
+    EXPECT_FALSE(pump_.OvertakenByStop());
+    const auto ask = [this](const std::string& who) {
+        return [this, who] { Note(who + (pump_.OvertakenByStop() ? " overtaken" : " free")); };
+    };
+    pump_.Post(Brief, ask("before"));
+    pump_.Post(Stop, ask("stop"));
+    pump_.Post(Brief, ask("after"));
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"stop free", "before overtaken", "after free"}));
+    EXPECT_FALSE(pump_.OvertakenByStop());
+}
+
+TEST_F(PumpTest, CallOrTickThatAStopHasEntered_KnowsIt_AndTheNextIsFree) {
+    const auto run = [this] {
+        Note(pump_.OvertakenByStop() ? "overtaken" : "free");
+        PostNote("stop", Stop);
+        pump_.PumpStops();
+        Note(pump_.OvertakenByStop() ? "overtaken" : "free");
+    };
+    const Sequence freeUntilTheStop{"free", "stop", "overtaken"};
+    pump_.Post(Brief, run);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), freeUntilTheStop);
+    const auto timer = StartTimer(10, run);
+    for (int tick = 0; tick < 2; ++tick) {
+        Advance(10);
+        pump_.PumpMessages();
+        EXPECT_EQ(Taken(), freeUntilTheStop);
+    }
 }
 
 TEST_F(PumpTest, Nesting_StopsAtItsLimitAndTheRestWaits) {

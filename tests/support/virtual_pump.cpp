@@ -64,14 +64,17 @@ void VirtualPump::PumpMessages() {
     }
 }
 
+void VirtualPump::PumpStops() {
+    const Horizon horizon = HorizonNow();
+    while (RunStop(horizon)) {
+    }
+}
+
 std::unique_ptr<PumpTimer> VirtualPump::CreateTimer(std::function<void()> onTick) {
     assert(onTick);
     auto state = std::make_shared<TimerState>();
     state->onTick = std::move(onTick);
-    {
-        const std::lock_guard lock(mutex_);
-        state->place.second = nextNumber_++;
-    }
+    state->place.second = TakeNumber();
     timers_.push_back(state);
     return std::make_unique<Timer>(*this, std::move(state));
 }
@@ -90,7 +93,7 @@ void VirtualPump::AdvanceTime(std::int64_t milliseconds) {
 
 void VirtualPump::Run(CallKind kind, const std::function<void()>& call) {
     assert(nesting_ == 0);
-    RunCall(kind, call);
+    RunCall(kind, TakeNumber(), call);
 }
 
 std::optional<std::int64_t> VirtualPump::NextDue() {
@@ -109,7 +112,7 @@ std::optional<std::int64_t> VirtualPump::NextDue() {
 }
 
 bool VirtualPump::MayStart(CallKind kind) const {
-    return nesting_ < kMaxNesting && (kind == CallKind::Brief || briefNesting_ == 0);
+    return nesting_ < kMaxNesting && (kind != CallKind::WaitsLong || briefNesting_ == 0);
 }
 
 VirtualPump::Horizon VirtualPump::HorizonNow() {
@@ -125,11 +128,27 @@ void VirtualPump::RunDue() {
     }
 }
 
-/// Runs the earliest of what is due and may start; false when there is nothing.
+std::uint64_t VirtualPump::TakeNumber() {
+    const std::lock_guard lock(mutex_);
+    return nextNumber_++;
+}
+
+bool VirtualPump::RunStop(const Horizon& horizon) {
+    const std::optional<PostedCall> stop = TakePosted(horizon, std::nullopt, true);
+    if (stop) {
+        RunCall(stop->kind, stop->place.second, stop->call);
+    }
+    return stop.has_value();
+}
+
+/// Runs a stop, or else the earliest of what is due and may start; false when there is nothing.
 bool VirtualPump::RunNext(const Horizon& horizon) {
+    if (RunStop(horizon)) {
+        return true;
+    }
     const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
     if (std::optional<PostedCall> posted = TakePosted(horizon, timer ? std::optional(timer->place) : std::nullopt)) {
-        RunCall(posted->kind, posted->call);
+        RunCall(posted->kind, posted->place.second, posted->call);
         return true;
     }
     if (timer) {
@@ -139,12 +158,14 @@ bool VirtualPump::RunNext(const Horizon& horizon) {
 }
 
 /// Takes the earliest posted call off the queue, if it may start and comes before the place given.
-std::optional<VirtualPump::PostedCall> VirtualPump::TakePosted(const Horizon& horizon, std::optional<Place> before) {
+std::optional<VirtualPump::PostedCall> VirtualPump::TakePosted(const Horizon& horizon, std::optional<Place> before,
+                                                               bool stopsOnly) {
     const std::lock_guard lock(mutex_);
     auto first = posted_.end();
     for (auto call = posted_.begin(); call != posted_.end(); ++call) {
         const bool due = call->place.first <= horizon.dueMs && call->place.second < horizon.numberEnd;
-        const bool starts = due && MayStart(call->kind) && (!before || call->place < *before);
+        const bool wanted = !stopsOnly || call->kind == CallKind::Stop;
+        const bool starts = due && wanted && MayStart(call->kind) && (!before || call->place < *before);
         if (starts && (first == posted_.end() || call->place < first->place)) {
             first = call;
         }
@@ -172,23 +193,28 @@ void VirtualPump::RunTick(TimerState& timer) {
     const std::int64_t next = timer.place.first + timer.intervalMs;
     const std::int64_t now = clock_.Elapsed();
     timer.place.first = next > now ? next : now + timer.intervalMs;
-    RunCall(CallKind::Brief, timer.onTick);
+    RunCall(CallKind::Brief, TakeNumber(), timer.onTick);
 }
 
-void VirtualPump::RunCall(CallKind kind, const std::function<void()>& call) {
+void VirtualPump::RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call) {
+    if (kind == CallKind::Stop) {
+        lastStop_ = std::max(lastStop_, number);
+    }
     struct Nested {
-        Nested(int& all, int& briefOnes, bool brief) : all_(all), briefOnes_(briefOnes), brief_(brief ? 1 : 0) {
-            ++all_;
-            briefOnes_ += brief_;
+        Nested(VirtualPump& of, bool isBrief, std::uint64_t number)
+            : pump(of), brief(isBrief ? 1 : 0), outerNumber(std::exchange(of.runningNumber_, number)) {
+            ++pump.nesting_;
+            pump.briefNesting_ += brief;
         }
         ~Nested() {
-            --all_;
-            briefOnes_ -= brief_;
+            --pump.nesting_;
+            pump.briefNesting_ -= brief;
+            pump.runningNumber_ = outerNumber;
         }
-        int& all_;
-        int& briefOnes_;
-        int brief_;
-    } nested(nesting_, briefNesting_, kind == CallKind::Brief);
+        VirtualPump& pump;
+        int brief;
+        std::uint64_t outerNumber;
+    } nested(*this, kind != CallKind::WaitsLong, number);
     call();
 }
 

@@ -13,9 +13,9 @@
 
 namespace kestrane {
 
-/// The message pump on virtual time. Calls and ticks run in the order in which they fell due, then in that of their
-/// creation. A timer whose tick pumps may fire again inside it. It keeps its rhythm as long as no tick was missed, and
-/// starts anew after one was. What a call raises goes through to whoever pumped.
+/// The message pump on virtual time. Stops run first, other calls and ticks in the order in which they fell due,
+/// then in that of their creation. A timer whose tick pumps may fire again inside it. It keeps its rhythm as long as no
+/// tick was missed, and starts anew after one was. What a call raises goes through to whoever pumped.
 class VirtualPump final : public MessagePump {
 public:
     explicit VirtualPump(VirtualClock& clock) : clock_(clock) {}
@@ -24,6 +24,8 @@ public:
 
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
+    void PumpStops() override;
+    bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
     /// The outermost loop for so many milliseconds: runs everything that falls due on the way, at its due time or,
@@ -65,12 +67,14 @@ private:
 
     bool MayStart(CallKind kind) const;
     Horizon HorizonNow();
+    std::uint64_t TakeNumber();
     bool RunNext(const Horizon& horizon);
+    bool RunStop(const Horizon& horizon);
     void RunDue();
-    std::optional<PostedCall> TakePosted(const Horizon& horizon, std::optional<Place> before);
+    std::optional<PostedCall> TakePosted(const Horizon& horizon, std::optional<Place> before, bool stopsOnly = false);
     std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;
     void RunTick(TimerState& timer);
-    void RunCall(CallKind kind, const std::function<void()>& call);
+    void RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call);
 
     VirtualClock& clock_;
     std::mutex mutex_;  ///< guards the next two
@@ -79,6 +83,8 @@ private:
     std::vector<std::shared_ptr<TimerState>> timers_;
     int nesting_ = 0;
     int briefNesting_ = 0;
+    std::uint64_t runningNumber_ = 0;
+    std::uint64_t lastStop_ = 0;
     int pumps_ = 0;
 };
 

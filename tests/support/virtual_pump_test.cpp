@@ -51,6 +51,24 @@ TEST_F(VirtualPumpTest, AdvanceTime_RunsWhatWasPostedMeanwhile) {
     EXPECT_EQ(ran, Names{"posted@0"});
 }
 
+TEST_F(VirtualPumpTest, Stop_OvertakesWhatWaits_AndPumpStopsRunsNothingElse) {
+    pump.Post(CallKind::Brief, [this] { Note(pump.OvertakenByStop() ? "overtaken" : "free")(); });
+    pump.Post(CallKind::Stop, Note("stop"));
+    pump.PumpStops();
+    EXPECT_EQ(ran, Names{"stop@0"});
+    pump.Post(CallKind::Brief, [this] { Note(pump.OvertakenByStop() ? "overtaken" : "free")(); });
+    pump.PumpMessages();
+    EXPECT_EQ(ran, (Names{"stop@0", "overtaken@0", "free@0"}));
+}
+
+TEST_F(VirtualPumpTest, Stop_DoesNotRunBeforeItIsDue) {
+    pump.PostAt(50, CallKind::Stop, Note("stop"));
+    pump.PumpStops();
+    EXPECT_EQ(ran, Names{});
+    pump.AdvanceTime(50);
+    EXPECT_EQ(ran, Names{"stop@50"});
+}
+
 TEST_F(VirtualPumpTest, Pump_RunsOnlyWhatWasQueuedBeforeItBegan) {
     pump.Post(CallKind::Brief, [this] {
         Note("outer")();

@@ -24,8 +24,16 @@ void Waits::WaitForMilliseconds(std::int32_t milliseconds) {
 }
 
 void Waits::PumpOnce() {
+    Pump(&MessagePump::PumpMessages);
+}
+
+void Waits::PumpStops() {
+    Pump(&MessagePump::PumpStops);
+}
+
+void Waits::Pump(void (MessagePump::*run)()) {
     try {
-        pump_.PumpMessages();
+        (pump_.*run)();
     } catch (const DriverError&) {
         // The failure of another event is none of the waiting procedure's.
     }

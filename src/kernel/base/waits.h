@@ -17,8 +17,14 @@ public:
     void WaitForMilliseconds(std::int32_t milliseconds);
     /// Pumps messages once. A failure of another event is none of the caller's.
     void PumpOnce();
+    /// Lets a stop in, and nothing else. For use between two exchanges of one procedure.
+    void PumpStops();
+    /// Whether a stop has run that was asked for after the call that is running: see `MessagePump`.
+    bool OvertakenByStop() const { return pump_.OvertakenByStop(); }
 
 private:
+    void Pump(void (MessagePump::*run)());
+
     Clock& clock_;
     MessagePump& pump_;
 };

@@ -68,14 +68,17 @@ void PosixMessagePump::PumpMessages() {
     }
 }
 
+void PosixMessagePump::PumpStops() {
+    const Horizon horizon = HorizonNow();
+    while (RunStop(horizon)) {
+    }
+}
+
 std::unique_ptr<PumpTimer> PosixMessagePump::CreateTimer(std::function<void()> onTick) {
     assert(onTick);
     auto state = std::make_shared<TimerState>();
     state->onTick = std::move(onTick);
-    {
-        const std::lock_guard lock(mutex_);
-        state->number = nextNumber_++;
-    }
+    state->number = TakeNumber();
     timers_.push_back(state);
     return std::make_unique<Timer>(*this, std::move(state));
 }
@@ -102,7 +105,7 @@ void PosixMessagePump::Quit() {
 }
 
 bool PosixMessagePump::MayStart(CallKind kind) const {
-    return nesting_ < kMaxNesting && (kind == CallKind::Brief || briefNesting_ == 0);
+    return nesting_ < kMaxNesting && (kind != CallKind::WaitsLong || briefNesting_ == 0);
 }
 
 PosixMessagePump::Horizon PosixMessagePump::HorizonNow() {
@@ -110,8 +113,35 @@ PosixMessagePump::Horizon PosixMessagePump::HorizonNow() {
     return {now_(), nextNumber_};
 }
 
-/// Runs the earliest of what is due and may start; false when there is nothing.
+bool PosixMessagePump::RunStop(const Horizon& horizon) {
+    std::unique_lock lock(mutex_);
+    const auto stop = std::ranges::find_if(posted_, [&](const PostedCall& call) {
+        return call.kind == CallKind::Stop && call.number < horizon.numberEnd && MayStart(call.kind);
+    });
+    if (stop == posted_.end()) {
+        return false;
+    }
+    RunPosted(std::move(lock), stop);
+    return true;
+}
+
+void PosixMessagePump::RunPosted(std::unique_lock<std::mutex> lock, std::deque<PostedCall>::iterator posted) {
+    const PostedCall call = std::move(*posted);
+    posted_.erase(posted);
+    lock.unlock();
+    RunCall(call.kind, call.number, call.call);
+}
+
+std::uint64_t PosixMessagePump::TakeNumber() {
+    const std::lock_guard lock(mutex_);
+    return nextNumber_++;
+}
+
+/// Runs a stop, or else the earliest of what is due and may start; false when there is nothing.
 bool PosixMessagePump::RunNext(const Horizon& horizon) {
+    if (RunStop(horizon)) {
+        return true;
+    }
     const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
     std::unique_lock lock(mutex_);
     const auto posted = FirstPosted(horizon);
@@ -128,10 +158,7 @@ bool PosixMessagePump::RunNext(const Horizon& horizon) {
         RunTick(*timer);
         return true;
     }
-    const PostedCall call = std::move(*posted);
-    posted_.erase(posted);
-    lock.unlock();
-    RunCall(call.kind, call.call);
+    RunPosted(std::move(lock), posted);
     return true;
 }
 
@@ -158,11 +185,15 @@ void PosixMessagePump::RunTick(TimerState& timer) {
     // The rhythm is kept as long as no tick was missed; after that it starts anew.
     const TimePoint now = now_();
     timer.due = timer.due + timer.interval > now ? timer.due + timer.interval : now + timer.interval;
-    RunCall(CallKind::Brief, timer.onTick);
+    RunCall(CallKind::Brief, TakeNumber(), timer.onTick);
 }
 
-void PosixMessagePump::RunCall(CallKind kind, const std::function<void()>& call) {
-    const int brief = kind == CallKind::Brief ? 1 : 0;
+void PosixMessagePump::RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call) {
+    const int brief = kind == CallKind::WaitsLong ? 0 : 1;
+    const std::uint64_t outerNumber = std::exchange(runningNumber_, number);
+    if (kind == CallKind::Stop) {
+        lastStop_ = std::max(lastStop_, number);
+    }
     nesting_ += 1;
     briefNesting_ += brief;
     try {
@@ -172,6 +203,7 @@ void PosixMessagePump::RunCall(CallKind kind, const std::function<void()>& call)
     }
     nesting_ -= 1;
     briefNesting_ -= brief;
+    runningNumber_ = outerNumber;
 }
 
 /// Sleeps on the outermost loop, where everything that is due may start.

@@ -19,9 +19,9 @@ namespace kestrane {
 /// The pump of the real programs. The thread that calls `Run` (or, without it, `PumpMessages`) is the logic thread;
 /// `Post` and `Quit` may be called from any thread, everything else only there.
 ///
-/// Calls and ticks run in the order in which they fell due, then in that of their creation. A call that the nesting
-/// rules hold back keeps its place and is overtaken by those that may start. A timer whose tick is running does not
-/// fire again until that tick has returned.
+/// Stops run first, other calls and ticks in the order in which they fell due, then in that of their creation. A call
+/// that the nesting rules hold back keeps its place and is overtaken by those that may start. A timer whose tick is
+/// running does not fire again until that tick has returned.
 class PosixMessagePump final : public MessagePump {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -39,6 +39,8 @@ public:
 
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
+    void PumpStops() override;
+    bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
     /// The outermost loop: runs what falls due and sleeps in between, until `Quit`.
@@ -73,11 +75,14 @@ private:
 
     bool MayStart(CallKind kind) const;
     Horizon HorizonNow();
+    std::uint64_t TakeNumber();
     bool RunNext(const Horizon& horizon);
+    bool RunStop(const Horizon& horizon);
     std::deque<PostedCall>::iterator FirstPosted(const Horizon& horizon);
+    void RunPosted(std::unique_lock<std::mutex> lock, std::deque<PostedCall>::iterator posted);
     std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;
     void RunTick(TimerState& timer);
-    void RunCall(CallKind kind, const std::function<void()>& call);
+    void RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call);
     void WaitUntilSomethingIsDue();
     std::optional<TimePoint> NextTick() const;
 
@@ -92,7 +97,9 @@ private:
 
     std::vector<std::shared_ptr<TimerState>> timers_;  ///< in order of creation
     int nesting_ = 0;                                  ///< calls on the stack
-    int briefNesting_ = 0;                             ///< brief ones among them
+    int briefNesting_ = 0;                             ///< those that are not long among them
+    std::uint64_t runningNumber_ = 0;                  ///< place in the queue of the innermost call that runs
+    std::uint64_t lastStop_ = 0;                       ///< the last place at which a stop that has run was queued
 };
 
 }  // namespace kestrane
