@@ -17,6 +17,7 @@ class PollingTranscriptTest : public DriverFixture {
 protected:
     void Connect(const std::string& firmware) {
         BuildMount(firmware);
+        Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});  // a slew asks for nothing of its own
         telescope = ConnectedTelescope();
         if (!telescope->Tracking()) {
             telescope->Tracking(true);
