@@ -110,6 +110,7 @@ Driver::Driver(Platform platform)
           .persist = persist,
           .log = log,
           .clock = platform_.clock,
+          .waits = waits,
           .ledger = ledger,
           .sounds = platform_.sounds,
           .handBox = handBox,

@@ -8,6 +8,7 @@
 #include "forms/hand_box_actions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
+#include "kernel/base/waits.h"
 #include "platform/clock.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
@@ -22,6 +23,7 @@ struct PollLoopNeeds {
     Persist& persist;
     Log& log;
     Clock& clock;
+    Waits& waits;
     SwallowLedger& ledger;
     Sounds& sounds;
     frmHandBox& handBox;

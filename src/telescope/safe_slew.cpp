@@ -7,8 +7,11 @@ namespace kestrane {
 
 void Telescope::RefreshPosition() {
     needs_.queries.QueryRa();
+    needs_.waits.PumpStops();
     needs_.queries.QueryDec();
+    needs_.waits.PumpStops();
     needs_.queries.QuerySideOfMount();
+    needs_.waits.PumpStops();
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
@@ -21,6 +24,10 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         needs_.queries.QueryLst();  // the side of the meridian is not for guessing
     }
     needs_.queries.UpdateHourAngle();
+    if (LetStopIn(aborts)) {
+        state_.g_bSafeSlewPending = false;
+        return;
+    }
     state_.g_dSafeSlewRa = rightAscension;
     state_.g_dSafeSlewDec = declination;
     double viaRightAscension = 0.0;

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -43,21 +41,19 @@ std::string WithPlus(const std::string& angle) {
 
 void Telescope::SendSlewCommands() {
     CheckConnected();
+    const std::uint32_t aborts = state_.g_nAborts;
     state_.g_bSlewCompletePending = false;
     StartFromSiderealTracking();
+    if (LetStopIn(aborts)) {
+        return;
+    }
     ApplySlewRateOfSettings();
-    std::string reply = "9";
-    if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
-        CalibrateOnFirstSlew();
-        reply = SendRaDecSequence();
-    } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
-        CalibrateOnFirstSlew();
-        reply = SendAltAzSequence();
-    } else {
-        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
+    const std::optional<std::string> reply = SendTarget(aborts);
+    if (!reply) {
+        return;
     }
     std::int16_t result = 0;
-    if (!TryParseInteger(reply, result)) {
+    if (!TryParseInteger(*reply, result)) {
         result = 0;
     }
     if (result != 0) {
@@ -69,6 +65,21 @@ void Telescope::SendSlewCommands() {
     state_.g_tickLastSlewCheck = now;
 }
 
+/// The mount's reply to the slew command, or nothing when a stop came before that.
+std::optional<std::string> Telescope::SendTarget(std::uint32_t aborts) {
+    const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
+    const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
+    if (!isRaDec && !isAltAz) {
+        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
+        return std::to_string(kNoTarget);
+    }
+    CalibrateOnFirstSlew();
+    if (LetStopIn(aborts)) {
+        return std::nullopt;
+    }
+    return isRaDec ? SendRaDecSequence(aborts) : SendAltAzSequence(aborts);
+}
+
 void Telescope::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
         ClearCustomDecRate();
@@ -76,7 +87,7 @@ void Telescope::StartFromSiderealTracking() {
     }
 }
 
-std::string Telescope::SendRaDecSequence() {
+std::optional<std::string> Telescope::SendRaDecSequence(std::uint32_t aborts) {
     const PollPause pause(needs_.poll);
     std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
     if (ra.starts_with("24")) {
@@ -87,20 +98,34 @@ std::string Telescope::SendRaDecSequence() {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
         needs_.poll.SetPolling(true);
     }
+    if (LetStopIn(aborts)) {
+        return std::nullopt;
+    }
     const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
     if (!CommandBoolInternal(std::string(wire::SetTargetDec.text) + dec, false)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
         needs_.poll.SetPolling(true);
     }
+    if (LetStopIn(aborts)) {
+        return std::nullopt;
+    }
     return SendSlew("Slew RA/Dec");
 }
 
-std::string Telescope::SendAltAzSequence() {
+std::optional<std::string> Telescope::SendAltAzSequence(std::uint32_t aborts) {
     const PollPause pause(needs_.poll);
-    const std::string altitude = WithPlus(DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz));
+    // The value decides on the sign here, not its text as with a declination.
+    const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
+                                 DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz);
     SendAltAzHalf(wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
+    if (LetStopIn(aborts)) {
+        return std::nullopt;
+    }
     const std::string azimuth = DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz);
     SendAltAzHalf(wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
+    if (LetStopIn(aborts)) {
+        return std::nullopt;
+    }
     return SendSlew("Slew ALT/AZ");
 }
 

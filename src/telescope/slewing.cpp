@@ -51,6 +51,9 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     CheckSlewRange(rightAscension, declination);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     check_connected("SlewToCoordinates", true, true);
+    if (OvertakenByStop("SlewToCoordinates")) {
+        return;
+    }
     const bool safeSlew = SafeSlewWanted();
     const std::uint32_t aborts = state_.g_nAborts;
     BeginSlew();
@@ -73,6 +76,9 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
                               "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
     check_connected("SlewToCoordinatesAsync", true, true);
+    if (OvertakenByStop("SlewToCoordinatesAsync")) {
+        return;
+    }
     BeginSlew();
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
@@ -91,6 +97,9 @@ void Telescope::SlewToTarget() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTarget", true, true);
+    if (OvertakenByStop("SlewToTarget")) {
+        return;
+    }
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     const std::uint32_t aborts = state_.g_nAborts;
@@ -104,9 +113,7 @@ void Telescope::SlewToTarget() {
         if (AbortedSince(aborts)) {
             return;
         }
-        // Another client may have written a target meanwhile.
-        TargetRightAscension(rightAscension);
-        TargetDeclination(declination);
+        TakeBackTarget(rightAscension, declination);
     }
     if (QuayTakesSlews()) {
         SlewThroughQuay("SlewToTarget", rightAscension, declination);
@@ -119,10 +126,23 @@ void Telescope::SlewToTarget() {
     }
 }
 
+/// Another client may have written a target while an earlier slew was waited out.
+void Telescope::TakeBackTarget(double rightAscension, double declination) {
+    const bool stands = state_.g_bTargetRaSet && state_.g_bTargetDecSet && state_.g_dTargetRa == rightAscension &&
+                        state_.g_dTargetDec == declination;
+    if (!stands) {
+        TargetRightAscension(rightAscension);
+        TargetDeclination(declination);
+    }
+}
+
 void Telescope::SlewToTargetAsync() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTargetAsync", true, true);
+    if (OvertakenByStop("SlewToTargetAsync")) {
+        return;
+    }
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete, "SlewToTargetAsync: Invalid RA or Declination!");
@@ -139,18 +159,23 @@ void Telescope::SlewToTargetAsync() {
 
 void Telescope::SlewToAltAz(double azimuth, double altitude) {
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginAltAzSlew("SlewToAltAz", azimuth, altitude);
-    WaitForSlewEnd(aborts);
+    if (BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
+        WaitForSlewEnd(aborts);
+    }
 }
 
 void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
     BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
 }
 
-void Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
+/// Whether a slew has begun.
+bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
     check_connected(name, true, false);
+    if (OvertakenByStop(member)) {
+        return false;
+    }
     Tracking(false);  // stops the mount once more although it does not track: wanted
     BeginSlew();
     try {
@@ -168,6 +193,7 @@ void Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double a
         state_.g_bSlewing = state_.g_bMountSlewing = false;  // nothing moves
         throw;
     }
+    return true;
 }
 
 int Telescope::DestinationSideOfPier(double rightAscension, double declination) {
@@ -195,6 +221,23 @@ void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, 
 /// already, or a new slew has cleared it.
 bool Telescope::AbortedSince(std::uint32_t aborts) const {
     return state_.g_bAbortSlew || state_.g_nAborts != aborts;
+}
+
+/// Lets a stop in between two exchanges; whether one has come since `aborts` was read. A slew that was stopped on its
+/// way sends nothing more; its end is left to the supervision, as that of any stopped slew.
+bool Telescope::LetStopIn(std::uint32_t aborts) {
+    needs_.waits.PumpStops();
+    return AbortedSince(aborts);
+}
+
+/// Whether a stop that was asked for after this call has run before it.
+bool Telescope::OvertakenByStop(std::string_view member) {
+    if (!needs_.waits.OvertakenByStop()) {
+        return false;
+    }
+    needs_.log.LogMessage("ASCOM", LogLevel::Warning,
+                          std::string(member) + "() does not begin: it was stopped before it could");
+    return true;
 }
 
 void Telescope::WaitForSlewEnd(std::uint32_t aborts) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -340,18 +341,22 @@ private:
     void RefreshPosition();
     void WaitWhileSlewing(std::uint32_t aborts);
     bool SafeSlewWanted();
+    void TakeBackTarget(double rightAscension, double declination);
     bool AbortedSince(std::uint32_t aborts) const;
+    bool LetStopIn(std::uint32_t aborts);
+    bool OvertakenByStop(std::string_view member);
     void WaitForSlewEnd(std::uint32_t aborts);
     void PumpSlewRound();
     void SendSlewCommands();
     void StartFromSiderealTracking();
-    std::string SendRaDecSequence();
-    std::string SendAltAzSequence();
+    std::optional<std::string> SendTarget(std::uint32_t aborts);
+    std::optional<std::string> SendRaDecSequence(std::uint32_t aborts);
+    std::optional<std::string> SendAltAzSequence(std::uint32_t aborts);
     void SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
                        const std::string& text);
     std::string SendSlew(std::string_view origin);
     void ApplySlewRateOfSettings();
-    void BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
+    bool BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     void ReinstateCustomRates();
 
     // initial_rates.cpp
@@ -363,8 +368,9 @@ private:
     // auto_calibration.cpp
     void CalibrateOnFirstSlew();
     void AutoCalibrateNSEW(std::int16_t attempts);
-    bool CalibrateOnce();
-    bool AskPierSide(std::string& side, std::string_view complaint);
+    bool CalibrateOnce(std::uint32_t aborts);
+    void MakeTestMove();
+    bool IsPierSide(const std::string& side, std::string_view complaint);
     bool AskRa(double& hours, std::string_view label);
     bool AskDec(double& degrees, std::string_view label);
     [[noreturn]] void RaiseSlewRefusal(std::int16_t result);

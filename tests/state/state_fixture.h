@@ -199,11 +199,13 @@ protected:
             },
         .telescope = [this] { return telescopeThere; },
     }};
+    Waits waits{machine.clock, machine.pump};
     PollLoop poll{PollLoopNeeds{
         .state = state,
         .persist = persist,
         .log = log,
         .clock = machine.clock,
+        .waits = waits,
         .ledger = ledger,
         .sounds = machine.sounds,
         .handBox = handBox,
