@@ -25,6 +25,8 @@ public:
     virtual void SetParkToolTip(std::string_view text) = 0;
     /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text tells it.
     virtual void ShowTrackingRate(std::int16_t rate, bool corrected) = 0;
+    /// Offers the custom rates while `g_bTracking` says that the mount tracks, and takes them back when not.
+    virtual void EnableRateControls() = 0;
     /// Hours, -6 to 6; outside it is refused in the log.
     virtual void SetMeridianDelayUI(double hours) = 0;
     /// Reads the site of the mount into the boxes of the actual site and compares it with the current site. Talks to

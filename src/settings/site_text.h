@@ -30,4 +30,11 @@ std::string NormalizeSiteText(std::string_view text, Log& log);
 /// for no other: a sign in the fields has no say. A text without its four fields is a run-time error (9).
 double SiteTextDegrees(std::string_view text, std::string_view negativeHemisphere, Log& log);
 
+/// The longitude of a position text as the mount counts it: degrees from 0 to 360, west positive, so that "E 10 30 0"
+/// is 349.5. The text has exactly four fields with single blanks between: "E" or "W" in any case, whole degrees up to
+/// 359, whole minutes up to 59, seconds below 60. False, with `degrees` as they were, for any other text.
+bool ParseLongitudeText(std::string_view text, double& degrees, Log& log);
+/// The latitude, north positive: "N" or "S", degrees up to 90, else as above.
+bool ParseLatitudeText(std::string_view text, double& degrees, Log& log);
+
 }  // namespace kestrane

@@ -131,6 +131,7 @@ void Telescope::ConnectClient() {
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
         state_.g_bAutoCalibrated = false;
+        state_.g_nTrackingRate = 0;  // what an earlier connection left says nothing of this mount
         needs_.registration.EnsureDriverHelper();
         OpenForFirstClient();
     }

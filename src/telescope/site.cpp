@@ -4,6 +4,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "settings/database.h"
+#include "settings/site_text.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -61,6 +62,14 @@ void Telescope::SiteLongitude(double degrees) {
     const std::string text = SiteText(degrees, "E", "W");
     needs_.log.LogMessage("SaveSiteLongitude", LogLevel::Info, "Saving new site Longitude value = " + text);
     SaveSitePosition(&Site::Longitude, setting::Longitude, text);
+}
+
+bool Telescope::LongitudeOfSettings(double& degrees) {
+    return ParseLongitudeText(needs_.persist.Read(setting::Longitude), degrees, needs_.log);
+}
+
+bool Telescope::LatitudeOfSettings(double& degrees) {
+    return ParseLatitudeText(needs_.persist.Read(setting::Latitude), degrees, needs_.log);
 }
 
 double Telescope::SiteElevation() {

@@ -224,7 +224,8 @@ public:
     bool Tracking();
     /// True starts the chosen rate; false stops the mount, but does nothing while parked.
     void Tracking(bool track);
-    /// 0 sidereal, 1 lunar, 2 solar. Writing stops motion, then starts tracking at the rate; 0x80040405 for others.
+    /// 0 sidereal, 1 lunar, 2 solar, 3 King. Writing stops motion, then starts tracking at the rate; 0x80040405 for
+    /// others, which are kept all the same.
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
     /// Seconds of RA per sidereal second; 0x80040400 without custom rates. Writing: motion check, not parked, tracking.
@@ -272,6 +273,10 @@ public:
     void HandleParkComplete() override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
+    /// The site as the settings "Longitude" and "Latitude" tell it: degrees, west positive from 0 to below 360, and
+    /// north positive. False, with `degrees` as they were, for a text that is none.
+    bool LongitudeOfSettings(double& degrees);
+    bool LatitudeOfSettings(double& degrees);
 
 private:
     // connection.cpp
@@ -379,6 +384,8 @@ private:
     void StopMotion(std::string_view origin);
 
     // tracking.cpp
+    void StopTracking();
+    void SendTrackingRate(std::string_view argument);
     void ClearCustomDecRate();
     double GuideRate(std::string_view name);
     void SetGuideRate(std::string_view name, double degreesPerSecond);

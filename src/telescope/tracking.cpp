@@ -16,11 +16,18 @@ struct RateRow {
     std::int16_t displayed;
 };
 
+// The rate buttons.
+constexpr std::int16_t kNotTracking = 0;
+constexpr std::int16_t kSiderealRate = 1;
+constexpr std::int16_t kLunarRate = 2;
+constexpr std::int16_t kSolarRate = 3;
+constexpr std::int16_t kCustomRate = 4;
+
 constexpr std::array<RateRow, 4> kRates{{
-    {KingCorrection::Off, "2#", 1},    // sidereal
-    {KingCorrection::Leave, "0#", 2},  // lunar
-    {KingCorrection::Leave, "1#", 3},  // solar
-    {KingCorrection::On, "2#", 1},     // King
+    {KingCorrection::Off, "2#", kSiderealRate},
+    {KingCorrection::Leave, "0#", kLunarRate},
+    {KingCorrection::Leave, "1#", kSolarRate},
+    {KingCorrection::On, "2#", kSiderealRate},  // King
 }};
 
 /// A guide rate that the mount has: its setting `cbxInitGuideRate`.
@@ -31,9 +38,10 @@ struct GuideRateRow {
 
 constexpr std::array<GuideRateRow, 3> kGuideRates{{{0.25, "0"}, {0.5, "1"}, {1.0, "2"}}};
 
-constexpr double kGuideRateTolerance = 0.001;
+/// Multiples of sidereal, bounds included; the small part keeps them so for a client that computed a bound in degrees.
+constexpr double kGuideRateTolerance = 0.001 + 1e-9;
 constexpr std::string_view kRatePattern = "0.00000";
-constexpr double kSiderealRate = 15.04107;  // arc-seconds per second
+constexpr double kSiderealSpeed = 15.04107;  // arc-seconds per second
 constexpr double kArcSecondsPerDegree = 3600.0;
 
 }  // namespace
@@ -47,17 +55,23 @@ void Telescope::Tracking(bool track) {
     if (track) {
         state_.g_bTracking = true;
         TrackingRate(state_.g_nTrackingRate);
-        return;
+    } else if (!state_.g_bParked) {
+        StopTracking();
     }
-    if (state_.g_bParked) {
-        return;
-    }
+    needs_.panel.EnableRateControls();
+}
+
+void Telescope::StopTracking() {
     state_.g_bTracking = false;
     CommandBlindInternal(wire::EndInput.text, true);
     CommandBlindInternal(wire::StopRaw.text, true);
     ClearCustomDecRate();
-    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "9#", true);
-    needs_.panel.ShowTrackingRate(0, false);
+    SendTrackingRate("9#");
+    needs_.panel.ShowTrackingRate(kNotTracking, false);
+}
+
+void Telescope::SendTrackingRate(std::string_view argument) {
+    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(argument), true);
 }
 
 std::int32_t Telescope::TrackingRate() {
@@ -74,14 +88,15 @@ void Telescope::TrackingRate(std::int32_t rate) {
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
     if (row.king == KingCorrection::Off && state_.g_bKingRateAvailable && !state_.g_bKingRateEnabled) {
-        CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "3#", true);
+        SendTrackingRate("3#");
     }
     if (row.king == KingCorrection::On && state_.g_bKingRateAvailable && state_.g_bKingRateEnabled) {
-        CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + "8#", true);
+        SendTrackingRate("8#");
     }
-    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(row.argument), true);
+    SendTrackingRate(row.argument);
     needs_.panel.ShowTrackingRate(row.displayed, false);
     state_.g_bTracking = true;
+    needs_.panel.EnableRateControls();  // the display has still shown them as of a mount that stands
 }
 
 void Telescope::ClearCustomDecRate() {
@@ -118,7 +133,7 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     state_.g_dDecRate = arcSecondsPerSecond;
     needs_.handBox.txtDecCustom.Text(FormatUs(arcSecondsPerSecond, kRatePattern));
     ShowCustomOrSidereal();
-    const double multiple = arcSecondsPerSecond / kSiderealRate;
+    const double multiple = arcSecondsPerSecond / kSiderealSpeed;
     SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
 
@@ -130,13 +145,14 @@ void Telescope::RefuseWithoutCustomRates(std::string_view name) {
 }
 
 void Telescope::ShowCustomOrSidereal() {
-    needs_.panel.ShowTrackingRate(state_.g_dRaRate == 0.0 && state_.g_dDecRate == 0.0 ? 1 : 4, false);
+    const bool custom = state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0;
+    needs_.panel.ShowTrackingRate(custom ? kCustomRate : kSiderealRate, false);
 }
 
-/// The mount's refusal is in the log of the exchange; it raises nothing.
+/// The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no offset goes out as
+/// "0.00000", without a sign, whatever side or hemisphere has negated it.
 void Telescope::SendCustomRate(const WireCommand& command, double multiple) {
-    const double sent = multiple == 0.0 ? 0.0 : multiple;  // never "-0.00000"
-    CommandBoolInternal(std::string(command.text) + FormatUs(sent, kRatePattern), false);
+    CommandBoolInternal(std::string(command.text) + FormatUs(multiple, kRatePattern), false);
 }
 
 double Telescope::GuideRateRightAscension() {
@@ -157,7 +173,7 @@ void Telescope::GuideRateDeclination(double degreesPerSecond) {
 
 /// Keeps a rate that the mount has; any other is dropped without an error: wanted. Nothing is sent.
 void Telescope::SetGuideRate(std::string_view name, double degreesPerSecond) {
-    const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealRate;
+    const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
     for (const GuideRateRow& row : kGuideRates) {
         if (multiple >= row.multiple - kGuideRateTolerance && multiple <= row.multiple + kGuideRateTolerance) {
             state_.g_dGuideRate = row.multiple;
@@ -169,7 +185,7 @@ void Telescope::SetGuideRate(std::string_view name, double degreesPerSecond) {
 }
 
 double Telescope::GuideRate(std::string_view name) {
-    const double rate = state_.g_dGuideRate * kSiderealRate / kArcSecondsPerDegree;
+    const double rate = state_.g_dGuideRate * kSiderealSpeed / kArcSecondsPerDegree;
     LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // the words that readers of logs know; it is degrees
     return rate;
 }

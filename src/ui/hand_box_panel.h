@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 
 #include "catalogue/ks_mount.h"
 #include "forms/frm_ask_abort_slew.h"
@@ -87,6 +88,7 @@ public:
     void SetParkStatus(std::string_view text, std::string_view origin) override;
     void SetParkToolTip(std::string_view text) override;
     void ShowTrackingRate(std::int16_t rate, bool corrected) override;
+    void EnableRateControls() override;
     void SetMeridianDelayUI(double hours) override;
     void GetLongLatFromMount(bool silent) override;
     void UpdateErrorCounts() override;
@@ -173,9 +175,11 @@ private:
 
     // hand_box_rates.cpp
     void WireRateButtons();
-    void EnableRateControls();
     void StopTracking();
     void StartTracking(std::int32_t rate);
+    void StartSidereal();
+    void SetCustomRates();
+    void SetCustomRate(const std::string& text, void (Telescope::*write)(double));
     void OnKingRateChange();
     bool CustomRateIsGood(std::string_view text);
 

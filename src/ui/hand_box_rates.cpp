@@ -22,6 +22,7 @@ constexpr Button frmHandBox::*kRateButtons[] = {&frmHandBox::btnRateZero, &frmHa
 constexpr std::int32_t kTelescopeSidereal = 0;
 constexpr std::int32_t kTelescopeLunar = 1;
 constexpr std::int32_t kTelescopeSolar = 2;
+constexpr std::int32_t kTelescopeKing = 3;
 
 bool Marks(std::int16_t rate, std::size_t indicator) {
     return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
@@ -50,9 +51,10 @@ std::string RateText(const DriverState& state, std::int16_t rate, bool corrected
 void HandBoxPanel::WireRateButtons() {
     frmHandBox& handBox = needs_.handBox;
     handBox.btnRateZero.OnClick([this] { StopTracking(); });
-    handBox.btnRateSidereal.OnClick([this] { StartTracking(kTelescopeSidereal); });
+    handBox.btnRateSidereal.OnClick([this] { StartSidereal(); });
     handBox.btnRateLunar.OnClick([this] { StartTracking(kTelescopeLunar); });
     handBox.btnRateSolar.OnClick([this] { StartTracking(kTelescopeSolar); });
+    handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
 }
 
 void HandBoxPanel::ShowTrackingRate(std::int16_t rate, bool corrected) {
@@ -129,6 +131,35 @@ void HandBoxPanel::StartTracking(std::int32_t rate) {
     EnableRateControls();
 }
 
+/// Sidereal and King are one button, and the user's choice tells which of them the mount follows. A client that asked
+/// for the King rate goes on reading it.
+void HandBoxPanel::StartSidereal() {
+    StartTracking(state_.g_nTrackingRate == kTelescopeKing ? kTelescopeKing : kTelescopeSidereal);
+}
+
+/// An empty box leaves the rate of its axis alone.
+void HandBoxPanel::SetCustomRates() {
+    const std::string ra = Trim(needs_.handBox.txtRaCustom.Text());
+    const std::string dec = Trim(needs_.handBox.txtDecCustom.Text());
+    SetCustomRate(ra, &Telescope::RightAscensionRate);
+    SetCustomRate(dec, &Telescope::DeclinationRate);
+    EnableRateControls();
+}
+
+void HandBoxPanel::SetCustomRate(const std::string& text, void (Telescope::*write)(double)) {
+    Telescope* const telescope = needs_.telescope();
+    if (text.empty() || !telescope) {
+        return;
+    }
+    if (!CustomRateIsGood(text)) {
+        needs_.log.LogMessage("btnRateCustom", LogLevel::Error,
+                              "The custom rate is no number within the limit, it is not sent: '" + text + "'");
+        return;
+    }
+    ResumeNext errors{needs_.ledger, "btnRateCustom"};
+    errors.Step([&] { (telescope->*write)(Val_Global(text, needs_.log)); });
+}
+
 void HandBoxPanel::OnKingRateChange() {
     const bool enabled = needs_.handBox.chkEnableKingRate.Checked();
     state_.g_bKingRateEnabled = enabled;
@@ -138,7 +169,7 @@ void HandBoxPanel::OnKingRateChange() {
     needs_.log.LogMessage("User", LogLevel::Info,
                           std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
     if (state_.g_bTracking && state_.g_nDisplayedRate == kSidereal) {
-        StartTracking(kTelescopeSidereal);  // whatever rate the client has asked for
+        StartSidereal();
     }
 }
 

@@ -118,6 +118,7 @@ public:
     void ShowTrackingRate(std::int16_t rate, bool corrected) override {
         calls.push_back("ShowTrackingRate " + std::to_string(rate) + (corrected ? " corrected" : ""));
     }
+    void EnableRateControls() override {}
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
     void GetLongLatFromMount(bool) override {}
     void UpdateErrorCounts() override {}
@@ -178,6 +179,7 @@ protected:
     int drains = 0;  ///< reads of a single byte that found the line silent
     int quayChecks = 0;
     std::function<void()> duringQuayCheck;
+    Waits waits{machine.clock, machine.pump};
     EventJournal journal{EventJournalNeeds{
         .state = state, .log = log, .clock = machine.clock, .statusWindow = statusWindow, .panel = panel}};
     MountQueries queries{MountQueriesNeeds{
@@ -186,6 +188,7 @@ protected:
         .log = log,
         .counters = counters,
         .clock = machine.clock,
+        .waits = waits,
         .astronomy = machine.astronomy,
         .ledger = ledger,
         .handBox = handBox,
@@ -199,7 +202,6 @@ protected:
             },
         .telescope = [this] { return telescopeThere; },
     }};
-    Waits waits{machine.clock, machine.pump};
     PollLoop poll{PollLoopNeeds{
         .state = state,
         .persist = persist,
