@@ -90,6 +90,7 @@ public:
     EventJournal journal;
     MountQueries queries;
     PollLoop poll;
+    AxisMotions axisMotions;
     Companion companion;
     ConnectionManager connections;
     Startup startup;

@@ -58,6 +58,11 @@ std::string ReadCanMoveAxis(ClientObject& object, const Arguments& arguments) {
     return JsonOf(DeviceOf<ServedTelescope>(object).CanMoveAxis(arguments.Integer(0)));
 }
 
+std::string MoveAxis(ClientObject& object, const Arguments& arguments) {
+    DeviceOf<ServedTelescope>(object).MoveAxis(arguments.Integer(0), arguments.Number(1));
+    return {};
+}
+
 std::string ReadDestinationSideOfPier(ClientObject& object, const Arguments& arguments) {
     return JsonOf(DeviceOf<ServedTelescope>(object).DestinationSideOfPier(arguments.Number(0), arguments.Number(1)));
 }
@@ -169,7 +174,7 @@ std::vector<Route> TelescopeRoutes() {
         {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           ReadCanMoveAxis},
         {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               ReadDestinationSideOfPier},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
-        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            kNotBuilt},
+        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis},
         {"Park",                    Put, Long,  kNone,                                     kNotBuilt},
         {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   kNotBuilt},
         {"SetPark",                 Put, Brief, kNone,                                     kNotBuilt},

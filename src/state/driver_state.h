@@ -160,7 +160,7 @@ struct DriverState : LogState, CounterState {
     bool g_bAbortPark = false;
     bool g_bWestSide = false;         ///< the mount stands on the west side of the pier
     bool g_bCounterweightUp = false;  ///< result of the counterweight-up rule
-    double g_dMaxMoveAxisRate = 5.0;  ///< largest MoveAxis rate, degrees per second
+    double g_dMaxAxisRate = 5.0;      ///< largest MoveAxis rate, degrees per second
     bool g_bPulseNorth = false, g_bPulseSouth = false, g_bPulseEast = false, g_bPulseWest = false;
 };
 

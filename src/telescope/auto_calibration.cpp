@@ -7,7 +7,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int16_t kAttempts = 3;
 constexpr std::int32_t kTestMoveMs = 100;
 constexpr std::string_view kOrigin = "AutoCalibrateNSEW";
 constexpr std::string_view kEast = "East";
@@ -20,7 +19,7 @@ void Telescope::CalibrateOnFirstSlew() {
         return;
     }
     if (Val_Global(needs_.persist.Read(setting::chkAutoCalibrateOnFirstSlew), needs_.log) == 1.0) {
-        AutoCalibrateNSEW(kAttempts);
+        AutoCalibrateNSEW(kCalibrationAttempts);
     } else {
         state_.g_bAutoCalibrated = true;
     }

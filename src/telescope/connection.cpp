@@ -43,7 +43,9 @@ Telescope::Telescope(TelescopeNeeds needs)
           .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
       }) {}
 
-Telescope::~Telescope() = default;
+Telescope::~Telescope() {
+    needs_.axisMotions.Leave(*this);
+}
 
 void Telescope::Class_Initialize() {
     ResumeNext errors{needs_.ledger, "Class_Initialize"};
@@ -51,6 +53,7 @@ void Telescope::Class_Initialize() {
         errors.Step([&] { InitializeFirstObject(); });
     }
     ++state_.g_nScopeObjects;
+    needs_.axisMotions.Enter(*this);
     needs_.connections.UpdateClientsLabel();
 }
 
@@ -99,6 +102,8 @@ void Telescope::InitializeFirstObject() {
 }
 
 void Telescope::Class_Terminate() {
+    StopOwnAxes();
+    needs_.axisMotions.Leave(*this);
     --state_.g_nScopeObjects;
     needs_.connections.UpdateClientsLabel();
     if (state_.g_nScopeObjects < 2) {

@@ -59,6 +59,7 @@ std::span<const Telescope::DriverVerb> Telescope::DriverVerbs() {
         DriverVerb{"SetComRetries", &T::VerbSetComRetries},
         DriverVerb{"GetIniValue", &T::VerbGetIniValue},
         DriverVerb{"SetIniValue", &T::VerbSetIniValue},
+        DriverVerb{"AutoCalibrateNSEW", &T::VerbAutoCalibrateNSEW},
     };
     return kVerbs;
 }
@@ -123,6 +124,13 @@ std::string Telescope::VerbGetRaDecEventInfo(std::string_view) {
 
 std::string Telescope::VerbGetEventReferenceTime(std::string_view) {
     return needs_.journal.ReferenceTime();
+}
+
+std::string Telescope::VerbAutoCalibrateNSEW(std::string_view) {
+    if (!OvertakenByStop("AutoCalibrateNSEW")) {
+        AutoCalibrateNSEW(kCalibrationAttempts);
+    }
+    return kDone;
 }
 
 std::string Telescope::VerbGetComTimeout(std::string_view) {

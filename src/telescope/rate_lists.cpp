@@ -29,12 +29,12 @@ void Telescope::CreateAxisRates() {
     if (lists.primary) {
         return;
     }
-    state_.g_dMaxMoveAxisRate = needs_.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
+    state_.g_dMaxAxisRate = needs_.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
     lists.primary = std::make_shared<kestrane::AxisRates>();
     lists.secondary = std::make_shared<kestrane::AxisRates>();
     lists.tertiary = std::make_shared<kestrane::AxisRates>();
-    lists.primary->Add(0.0, state_.g_dMaxMoveAxisRate);
-    lists.secondary->Add(0.0, state_.g_dMaxMoveAxisRate);
+    lists.primary->Add(0.0, state_.g_dMaxAxisRate);
+    lists.secondary->Add(0.0, state_.g_dMaxAxisRate);
 }
 
 void Telescope::CreateTrackingRates() {

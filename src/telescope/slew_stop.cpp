@@ -11,7 +11,9 @@ constexpr std::int32_t kStopSpacingMs = 20;
 void Telescope::AbortSlew() {
     check_connected("AbortSlew", true, state_.g_bTracking);
     ++state_.g_nAborts;  // also for a call that waits and has sent nothing yet
-    if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
+    if (needs_.axisMotions.AnyRuns()) {
+        StopAxes("ASCOM");
+    } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
         StopMotion("ASCOM");
     } else if (state_.g_bTracking) {
         TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
@@ -19,7 +21,11 @@ void Telescope::AbortSlew() {
 }
 
 void Telescope::AbortSlewDriver() {
-    StopMotion("Driver");
+    if (needs_.axisMotions.AnyRuns()) {
+        StopAxes("Driver");
+    } else {
+        StopMotion("Driver");
+    }
 }
 
 void Telescope::StopMotion(std::string_view origin) {
@@ -29,9 +35,7 @@ void Telescope::StopMotion(std::string_view origin) {
     bool sent = false;
     const auto sendStopPair = [&] {
         if (!sent) {
-            CommandBlind(wire::Stop.text, false);
-            needs_.waits.WaitForMilliseconds(kStopSpacingMs);
-            CommandBlind(wire::Stop.text, false);
+            SendStopPair();
             sent = true;
         }
     };
@@ -47,6 +51,24 @@ void Telescope::StopMotion(std::string_view origin) {
         sendStopPair();
     }
     ReinstateCustomRates();
+}
+
+/// The axes that `MoveAxis` of any client runs. The tracking from before them takes the place of the custom rates,
+/// which the stop has cleared in the mount. A slew or a park that came later ends as by any stop.
+void Telescope::StopAxes(std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+    ++state_.g_nAborts;
+    state_.g_bSafeSlewPending = false;
+    SendStopPair();
+    state_.g_bAbortSlew = state_.g_bAbortSlew || state_.g_bSlewing;
+    state_.g_bAbortPark = state_.g_bAbortPark || state_.g_bParking;
+    needs_.axisMotions.EndAll();
+}
+
+void Telescope::SendStopPair() {
+    CommandBlind(wire::Stop.text, false);
+    needs_.waits.WaitForMilliseconds(kStopSpacingMs);
+    CommandBlind(wire::Stop.text, false);
 }
 
 /// A stop clears the custom rates of the mount.

@@ -283,9 +283,10 @@ void Telescope::StartSecondLeg(double rightAscension, double declination) {
 }
 
 bool Telescope::Slewing() {
-    const bool slewing = needs_.poll.CheckSlewing() || state_.g_bSafeSlewPending;
+    const bool slewing = needs_.poll.CheckSlewing() || state_.g_bSafeSlewPending || axes_.Runs();
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "GET Slewing = " + std::string(TrueFalse(slewing)) + ", MoveAxis(0)=0, MoveAxis(1)=0");
+                          "GET Slewing = " + std::string(TrueFalse(slewing)) + ", MoveAxis(0)=" +
+                              PlainNumber(axes_.rates[0]) + ", MoveAxis(1)=" + PlainNumber(axes_.rates[1]));
     // Keeps a client that asks in a tight loop from starving the poll.
     needs_.waits.WaitForMilliseconds(kYieldMs);
     if (state_.g_bInPoll) {

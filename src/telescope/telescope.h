@@ -32,6 +32,7 @@
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
 #include "state/telescope_actions.h"
+#include "telescope/axis_motion.h"
 
 namespace kestrane {
 
@@ -58,6 +59,7 @@ struct TelescopeNeeds {
     EventJournal& journal;
     MountQueries& queries;
     PollLoop& poll;
+    AxisMotions& axisMotions;
     ClientConnections& connections;
     DeviceRegistration& registration;
     std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
@@ -209,7 +211,7 @@ public:
     /// 0 East, 1 West: by the hour angle alone; link check.
     int DestinationSideOfPier(double rightAscension, double declination);
     bool Slewing();
-    /// Stops a slew or a park. Motion check: not parked.
+    /// Stops a slew, a park, and the axes that `MoveAxis` of any client runs. Motion check: not parked.
     void AbortSlew();
     /// The same stop for the driver's own controls, without a check.
     void AbortSlewDriver();
@@ -248,6 +250,11 @@ public:
     std::shared_ptr<const kestrane::AxisRates> AxisRates(std::int32_t axis);
     /// True for axis 0 and 1.
     bool CanMoveAxis(std::int32_t axis);
+    /// Runs axis 0 (primary) or 1 (secondary) at a rate in degrees per second, either way up to that of `AxisRates`. A
+    /// rate of 0 ends the motion, and gives axis 0 back the tracking from before its first one. The supervision of a
+    /// running slew ends without a stop of its own, also for an axis that there is not: wanted. 0x80040405 above the
+    /// largest rate, 0x80040400 for other axes. Motion check: not parked.
+    void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
     // --- guards at the head of client members ---------------------------------------------------------------------
 
@@ -273,6 +280,11 @@ public:
     void HandleParkComplete() override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
+    /// The motion of this object's axes.
+    const AxisMotion& Axes() const { return axes_; }
+    /// The two steps by which a mount that was just stopped ends this object's axis motion.
+    void ClearAxisRates();
+    void PutBackTrackingBeforeMoveAxis();
     /// The site as the settings "Longitude" and "Latitude" tell it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` as they were, for a text that is none.
     bool LongitudeOfSettings(double& degrees);
@@ -337,6 +349,7 @@ private:
     std::string VerbSetComRetries(std::string_view arguments);
     std::string VerbGetIniValue(std::string_view arguments);
     std::string VerbSetIniValue(std::string_view arguments);
+    std::string VerbAutoCalibrateNSEW(std::string_view arguments);
 
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
@@ -371,6 +384,7 @@ private:
     void SendCustomSlewRate(std::string_view rate);
 
     // auto_calibration.cpp
+    static constexpr std::int16_t kCalibrationAttempts = 3;
     void CalibrateOnFirstSlew();
     void AutoCalibrateNSEW(std::int16_t attempts);
     bool CalibrateOnce(std::uint32_t aborts);
@@ -382,6 +396,19 @@ private:
     bool QuayTakesSlews() const;
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     void StopMotion(std::string_view origin);
+
+    // slew_stop.cpp
+    void StopAxes(std::string_view origin);
+    void SendStopPair();
+
+    // axis_motion.cpp
+    bool MoveAxisComesTooLate(double degreesPerSecond);
+    void EndSlewSupervision();
+    void MovePrimaryAxis(double degreesPerSecond);
+    void MoveSecondaryAxis(double degreesPerSecond);
+    void ShowAxisRates();
+    bool TrackedBeforeMoveAxis();
+    void StopOwnAxes();
 
     // tracking.cpp
     void StopTracking();
@@ -419,6 +446,7 @@ private:
     TelescopeNeeds needs_;
     DriverState& state_;
     CommandExchange exchange_;
+    AxisMotion axes_;
 };
 
 /// Ends a device object as its class tells, then deletes it.

@@ -52,6 +52,7 @@ bool Telescope::Tracking() {
 
 void Telescope::Tracking(bool track) {
     LogSet("Tracking", TrueFalse(track));
+    axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     if (track) {
         state_.g_bTracking = true;
         TrackingRate(state_.g_nTrackingRate);
@@ -80,6 +81,7 @@ std::int32_t Telescope::TrackingRate() {
 
 void Telescope::TrackingRate(std::int32_t rate) {
     state_.g_nTrackingRate = rate;
+    axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
     CommandBlindInternal(wire::Stop.text, false);
     ClearCustomDecRate();

@@ -32,7 +32,7 @@ class AxisRatesOfModelTest : public RateListsTest, public testing::WithParamInte
 TEST_P(AxisRatesOfModelTest, TwoAxes_HaveOneRangeUpToTheModelsFastest) {
     Seed({{"MountType", GetParam().mountType}});
     const TelescopeObject telescope = ConnectedTelescope();
-    EXPECT_EQ(driver->state.g_dMaxMoveAxisRate, GetParam().fastest);
+    EXPECT_EQ(driver->state.g_dMaxAxisRate, GetParam().fastest);
     for (const std::int32_t axis : {0, 1}) {
         const auto rates = telescope->AxisRates(axis);
         ASSERT_EQ(rates->Count(), 1);
@@ -64,7 +64,7 @@ TEST_F(RateListsTest, AxisRates_AreThoseOfTheStart_WhateverModelComesLater) {
     const TelescopeObject second = driver->CreateTelescope();
     EXPECT_EQ(second->AxisRates(0)->Item(1)->Maximum(), 5.0);
     EXPECT_EQ(first->AxisRates(0), second->AxisRates(0)) << "all objects share them";
-    EXPECT_EQ(driver->state.g_dMaxMoveAxisRate, 5.0);
+    EXPECT_EQ(driver->state.g_dMaxAxisRate, 5.0);
 }
 
 TEST_F(RateListsTest, AxisRates_NeedAConnection_AndNothingElse) {
