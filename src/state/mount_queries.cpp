@@ -50,6 +50,7 @@ void MountQueries::ResetQueryTimes() {
 }
 
 std::string MountQueries::Ask(std::string_view command, bool clearFirst) {
+    needs_.waits.PumpStops();  // a stop does not wait for the queries that are still to come
     MountCommands& commands = needs_.telescope()->Commands();
     if (clearFirst && state_.g_bResync) {
         commands.CommandClearInternal();

@@ -12,6 +12,7 @@
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
+#include "kernel/base/waits.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
@@ -26,6 +27,7 @@ struct MountQueriesNeeds {
     Log& log;
     Counters& counters;
     Clock& clock;
+    Waits& waits;
     Astronomy& astronomy;
     SwallowLedger& ledger;
     frmHandBox& handBox;

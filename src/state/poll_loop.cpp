@@ -39,14 +39,14 @@ void PollLoop::OnTimer() {
 void PollLoop::UpdateMountInfo() {
     ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
     MountQueries& queries = needs_.queries;
-    // A stop gets in between two exchanges of the step: with a slow mount the step takes seconds.
+    // A stop gets in between two exchanges of the step, which takes seconds with a slow mount. The queries see to that
+    // themselves.
     const auto letStopIn = [&] { errors.Step([&] { needs_.waits.PumpStops(); }); };
     errors.Step([&] {
         if (queries.IsDue(false, state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
             queries.QueryGos();
         }
     });
-    letStopIn();
     bool slewHasBegun = false;
     errors.Step([&] {
         const bool flashing = needs_.handBox.tmrSlewFlashUI.Enabled();
@@ -58,13 +58,11 @@ void PollLoop::UpdateMountInfo() {
     }
     letStopIn();
     errors.Step([&] { needs_.periodicQuayCheck(); });
-    letStopIn();
     errors.Step([&] {
         if (state_.g_bSlewCompletePending) {
             queries.QuerySideOfMount();
         }
     });
-    letStopIn();
     Asked asked = Asked::Other;
     errors.Step([&] { asked = RunDueQuery(); });
     errors.Step([&] {

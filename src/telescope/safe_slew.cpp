@@ -7,11 +7,8 @@ namespace kestrane {
 
 void Telescope::RefreshPosition() {
     needs_.queries.QueryRa();
-    needs_.waits.PumpStops();
     needs_.queries.QueryDec();
-    needs_.waits.PumpStops();
     needs_.queries.QuerySideOfMount();
-    needs_.waits.PumpStops();
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
