@@ -47,6 +47,9 @@ constexpr std::string_view kHelp =
     "  --longitude DEGREES  of the site, east positive (default 10)\n"
     "  --slew-speed DEG/S   at the mount's slew rate 1200 (default 5)\n"
     "  --unparked           starts tracking in the west, not parked\n"
+    "  --hour-angle HOURS   where the tube points when it starts unparked, west positive (-12 to 12)\n"
+    "  --declination DEG    the same (-90 to 90)\n"
+    "  --side east|west     the side of the pier on which the tube then is\n"
     "  --verbose            logs the line on standard error\n"
     "  --help               shows this text\n";
 
@@ -81,6 +84,22 @@ std::string FirmwareNamed(std::string_view name) {
     return std::string(name);
 }
 
+/// Where the mount is to start; each option that tells a part of it starts the mount unparked.
+MountPointing& StartOf(Arguments& arguments) {
+    arguments.mount.parkedAtPowerOn = false;
+    if (!arguments.mount.start) {
+        arguments.mount.start.emplace();
+    }
+    return *arguments.mount.start;
+}
+
+bool IsWest(std::string_view side) {
+    if (side != "east" && side != "west") {
+        throw UsageError("--side takes east or west, not '" + std::string(side) + "'");
+    }
+    return side == "west";
+}
+
 // clang-format off
 struct Option {
     std::string_view name;
@@ -96,6 +115,9 @@ std::vector<Option> Options() {
         {"--longitude",  true,  [](Arguments& a, std::string_view v) { a.mount.longitudeWest = -NumberBetween("--longitude", v, -180, 360); }},
         {"--slew-speed", true,  [](Arguments& a, std::string_view v) { a.mount.slewSpeed = NumberBetween("--slew-speed", v, 0.01, 1000); }},
         {"--unparked",   false, [](Arguments& a, std::string_view)   { a.mount.parkedAtPowerOn = false; }},
+        {"--hour-angle", true,  [](Arguments& a, std::string_view v) { StartOf(a).hourAngle = NumberBetween("--hour-angle", v, -12, 12); }},
+        {"--declination",true,  [](Arguments& a, std::string_view v) { StartOf(a).declination = NumberBetween("--declination", v, -90, 90); }},
+        {"--side",       true,  [](Arguments& a, std::string_view v) { StartOf(a).westSide = IsWest(v); }},
         {"--verbose",    false, [](Arguments& a, std::string_view)   { a.verbose = true; }},
         {"--help",       false, [](Arguments& a, std::string_view)   { a.help = true; }},
     };

@@ -77,6 +77,7 @@ void Axes::Advance(std::int64_t milliseconds) {
         axis->position += (axis->speed + axis->tracking) * seconds;
     }
     FollowSide();
+    TellObserver();
 }
 
 void Axes::Step(double seconds) {
@@ -94,6 +95,13 @@ void Axes::Step(double seconds) {
         coasting_ = coasting_ && (hour_.speed != 0 || polar_.speed != 0);
     }
     FollowSide();
+    TellObserver();
+}
+
+void Axes::TellObserver() const {
+    if (observer_) {
+        observer_(hour_.position, polar_.position);
+    }
 }
 
 void Axes::Ramp(Axis& axis, double wanted, double seconds) const {

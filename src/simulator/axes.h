@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <utility>
 
 #include "simulator/geometry.h"
 
@@ -29,6 +31,9 @@ public:
     void StopAll();
     /// The axes are said to stand here; whatever they were doing ends.
     void Set(AxisAngles angles, PierSide side);
+
+    /// Called with both positions after each step; empty for nobody.
+    void Watch(std::function<void(double hour, double polar)> observer) { observer_ = std::move(observer); }
 
     /// A goto comes to a dead halt this many degrees short of its end; 0 for none.
     void StallShortBy(double degrees) { stallShortBy_ = degrees; }
@@ -62,6 +67,7 @@ private:
     void Ramp(Axis& axis, double wanted, double seconds) const;
     void CheckStall();
     void FollowSide();
+    void TellObserver() const;
 
     double acceleration_;
     double gotoSpeed_ = 0;
@@ -69,6 +75,7 @@ private:
     Axis hour_;
     Axis polar_;
     PierSide side_;
+    std::function<void(double hour, double polar)> observer_;
     bool slewing_ = false;
     bool coasting_ = false;
     bool stalled_ = false;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cassert>
+#include <cmath>
 
 namespace kestrane::simulator {
 namespace {
@@ -10,9 +11,26 @@ namespace {
 constexpr AxisAngles kHome{0, 0};
 constexpr AxisAngles kUnparkedStart{-45, 45};
 
+// For a mount that turns the shorter way, degrees: so near to its target, in both axes, the tube keeps its side; and
+// the way over the top must be shorter by so much, since a mere change of side is half a turn either way.
+constexpr double kNudge = 1;
+constexpr double kShorterBy = 2;
+
 constexpr double kFullSpeedMultiple = 1200;  // the rate that the option's slew speed stands for
 
 constexpr std::array<AxisAngles, 5> kFixedParks{{{0, 0}, {-90, 90}, {90, -90}, {0, 90}, {0, -90}}};
+
+PierSide SideOf(const MountPointing& pointing) {
+    return pointing.westSide ? PierSide::West : PierSide::East;
+}
+
+AxisAngles AxesOf(const MountPointing& pointing, double latitude) {
+    return AxesFor({FoldDegrees(pointing.hourAngle * 15), pointing.declination}, SideOf(pointing), latitude);
+}
+
+bool IsNudge(const AxisAngles& from, const AxisAngles& to) {
+    return std::abs(FoldDegrees(to.hour - from.hour)) <= kNudge && std::abs(to.polar - from.polar) <= kNudge;
+}
 
 }  // namespace
 
@@ -25,8 +43,12 @@ MountModel::MountModel(const MountSimulatorOptions& options, const Firmware& fam
       latitude_(options.latitude),
       slewSpeed_(options.slewSpeed),
       minimumElevation_(options.minimumElevation),
+      gotoPath_(options.gotoPath),
       parked_(options.parkedAtPowerOn),
       initialised_(!options.parkedAtPowerOn) {
+    if (options.start && !options.parkedAtPowerOn) {
+        Place(*options.start);
+    }
     FollowTracking();
 }
 
@@ -89,10 +111,25 @@ char MountModel::Slew() {
     initialised_ = true;
     parksOnArrival_ = false;
     FollowTracking();
-    const PierSide side = SideFor(direction->hourAngle, meridianDelay);
-    axes.Goto(AxesFor(*direction, side, latitude_), target.horizontal ? 0 : kSiderealRate,
-              slewSpeed_ * rates.slew / kFullSpeedMultiple);
+    axes.Goto(GotoEnd(*direction), target.horizontal ? 0 : kSiderealRate, slewSpeed_ * rates.slew / kFullSpeedMultiple);
     return '0';
+}
+
+// The hour axis goes straight to the angle that is given here, so an angle beyond a turn means a way over the top.
+AxisAngles MountModel::GotoEnd(const Equatorial& direction) const {
+    const AxisAngles now = axes.Angles();
+    AxisAngles end = AxesFor(direction, SideFor(direction.hourAngle, meridianDelay), latitude_);
+    if (gotoPath_ == GotoPath::CounterweightDown) {
+        return end;
+    }
+    const AxisAngles onThisSide = AxesFor(direction, axes.Side(), latitude_);
+    if (IsNudge(now, onThisSide)) {
+        end = onThisSide;
+    }
+    const double downward = end.hour - FoldDegrees(now.hour);
+    const bool overTheTop = std::abs(downward) > 180 + kShorterBy / 2;
+    end.hour = now.hour + (overTheTop ? downward - std::copysign(360, downward) : downward);
+    return end;
 }
 
 bool MountModel::Sync(bool keepsSide) {
@@ -105,6 +142,14 @@ bool MountModel::Sync(bool keepsSide) {
     initialised_ = true;
     FollowTracking();
     return true;
+}
+
+void MountModel::Place(const MountPointing& pointing) {
+    StopAll();
+    parked_ = false;
+    initialised_ = true;
+    axes.Set(AxesOf(pointing, latitude_), SideOf(pointing));
+    FollowTracking();
 }
 
 void MountModel::StopAll() {

@@ -44,6 +44,7 @@ public:
     /// Takes the target for the place where it points; `keepsSide` leaves the side of the pier as it is. False
     /// without a whole target.
     bool Sync(bool keepsSide);
+    void Place(const MountPointing& pointing);
     void StopAll();  ///< gotos, moves and custom rates
     /// False when the family does not do pulses that long.
     bool Move(Direction direction, std::optional<std::int32_t> milliseconds);
@@ -91,12 +92,14 @@ public:
 
 private:
     std::optional<Equatorial> TargetDirection() const;
+    AxisAngles GotoEnd(const Equatorial& direction) const;
     double Hemisphere() const { return latitude_ < 0 ? -1.0 : 1.0; }
     void FollowTracking();
 
     double latitude_;
     double slewSpeed_;
     double minimumElevation_;
+    GotoPath gotoPath_;
     bool parked_;
     bool initialised_;
     bool parksOnArrival_ = false;

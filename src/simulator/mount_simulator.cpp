@@ -284,4 +284,14 @@ void MountSimulator::SetAutoPark(bool on) {
     implementation_->Mount().autoPark = on;
 }
 
+void MountSimulator::Place(const MountPointing& pointing) {
+    implementation_->Advance();
+    implementation_->Mount().Place(pointing);
+}
+
+void MountSimulator::WatchAxes(std::function<void(double hourAxis, double polarAxis)> observer) {
+    implementation_->Advance();
+    implementation_->Mount().axes.Watch(std::move(observer));
+}
+
 }  // namespace kestrane

@@ -13,19 +13,35 @@
 
 namespace kestrane {
 
+/// Where a tube points, and from which side of the pier. Either side can be one that a goto would not choose: a mount
+/// that has followed a star past the meridian stands with its counterweight up.
+struct MountPointing {
+    double hourAngle = 0;    ///< hours, west positive
+    double declination = 0;  ///< degrees
+    bool westSide = false;
+};
+
+/// How a goto turns the hour axis when it changes the side of the pier.
+enum class GotoPath {
+    CounterweightDown,  ///< by way of the counterweight below the tube, as newer firmware does
+    ShorterWay,         ///< the shorter way round, be it over the top; a target within a degree keeps the side
+};
+
 /// What a simulated mount is built as.
 struct MountSimulatorOptions {
     std::string firmware = "VKC4-P02-08";  ///< text of the version reply; its beginning chooses the family
     double latitude = 47.0;                ///< degrees, north positive
     double longitudeWest = 350.0;          ///< degrees, 0 to 360, west positive (350 is 10 degrees east)
     bool longFormat = true;                ///< long format at power-on
-    bool parkedAtPowerOn = true;           ///< power-on state: RA 0, Dec 90, not initialised; else it tracks, 3 h west
-    std::string mountForm = "0";           ///< reply to the mount form query
-    double slewSpeed = 5.0;                ///< degrees per second at the slew rate 1200, both axes
-    double slewAcceleration = 5.0;         ///< degrees per second squared
-    std::int32_t replyLatencyMs = 5;       ///< from the end of a command to the first byte of its reply
-    std::int32_t byteTimeUs = 1042;        ///< time of one byte on the line: 9600 baud
-    double minimumElevation = 0.0;         ///< degrees; a target between it and the horizon is refused with "2"
+    bool parkedAtPowerOn = true;           ///< power-on state: RA 0, Dec 90, not initialised; else it tracks
+    std::optional<MountPointing> start;    ///< of a mount that tracks; nothing for 3 h west, 45 degrees from the pole
+    GotoPath gotoPath = GotoPath::CounterweightDown;
+    std::string mountForm = "0";      ///< reply to the mount form query
+    double slewSpeed = 5.0;           ///< degrees per second at the slew rate 1200, both axes
+    double slewAcceleration = 5.0;    ///< degrees per second squared
+    std::int32_t replyLatencyMs = 5;  ///< from the end of a command to the first byte of its reply
+    std::int32_t byteTimeUs = 1042;   ///< time of one byte on the line: 9600 baud
+    double minimumElevation = 0.0;    ///< degrees; a target between it and the horizon is refused with "2"
 };
 
 /// A reply about to leave the mount, which a misbehaviour may change. Bytes go out in order, each part after its
@@ -133,6 +149,11 @@ public:
     void SetFault(char fault);
     /// Auto-park as the status string shows it.
     void SetAutoPark(bool on);
+    /// The mount stands there from now on and knows it, whatever it was doing; tracking goes on.
+    void Place(const MountPointing& pointing);
+    /// Called with the two axes (degrees, as in `MountPicture`) after each step of their motion: a millisecond while a
+    /// speed changes or a goto runs, else whenever somebody looks. An empty function ends it.
+    void WatchAxes(std::function<void(double hourAxis, double polarAxis)> observer);
 
 private:
     class Implementation;

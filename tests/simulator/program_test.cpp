@@ -123,6 +123,13 @@ TEST_F(ProgramTest, Interrupt_EndsItWell_AndLeavesALinkThatIsNoLongerItsOwn) {
     EXPECT_EQ(std::filesystem::read_symlink(link), "/elsewhere");
 }
 
+TEST_F(ProgramTest, Start_IsWhereItIsAskedFor) {
+    Program program({"--link", link.string(), "--hour-angle", "2.5", "--declination", "-10.5", "--side", "west"});
+    ReadUntil(program.Output(), '\n');
+    EXPECT_EQ(Ask(link, ":GD#"), "-10*30:00.0#");
+    EXPECT_EQ(Ask(link, ":pS#"), "West#");
+}
+
 TEST_F(ProgramTest, Verbose_LogsTheLine) {
     Program program({"--verbose"});
     const std::string first = ReadUntil(program.Output(), '\n');
@@ -146,6 +153,9 @@ TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
         {{"--latitude", "91"}, 2, "--latitude takes a number from -90 to 90, not '91'"},
         {{"--slew-speed", "0"}, 2, "--slew-speed takes a number from 0.01 to 1000, not '0'"},
         {{"--longitude", "1O"}, 2, "--longitude takes a number from -180 to 360, not '1O'"},
+        {{"--hour-angle", "12.5"}, 2, "--hour-angle takes a number from -12 to 12, not '12.5'"},
+        {{"--declination=-91"}, 2, "--declination takes a number from -90 to 90, not '-91'"},
+        {{"--side", "left"}, 2, "--side takes east or west, not 'left'"},
         {{"--colour"}, 2, "unknown option '--colour'"},
         {{"--link", (folder / "plain").string()},
          1,
