@@ -1,0 +1,216 @@
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "kernel/base/conversions.h"
+#include "support/driver_fixture.h"
+
+/// Axes that `MoveAxis` runs come to a stop: by a client's abort, by the hand box, by the end of their owner.
+namespace kestrane {
+namespace {
+
+using Wire = std::vector<std::string>;
+
+class AxisStopTest : public DriverFixture {
+protected:
+    void SetUp() override {
+        Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});
+        telescope = ConnectedTelescope();
+        other = ConnectedTelescope();
+        machine.AdvanceTime(10'000);
+        log.clear();
+    }
+    void TearDown() override {
+        telescope.reset();
+        other.reset();
+        DriverFixture::TearDown();
+    }
+
+    template <typename Call>
+    Wire SentBy(Call&& call) {
+        const std::size_t before = mount->Commands().size();
+        call();
+        return {mount->Commands().begin() + static_cast<std::ptrdiff_t>(before), mount->Commands().end()};
+    }
+    void ExpectAtRest() {
+        EXPECT_FALSE(telescope->Axes().Runs());
+        EXPECT_FALSE(other->Axes().Runs());
+        EXPECT_EQ(telescope->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
+        EXPECT_EQ(other->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        EXPECT_LT(mount->Picture().hourSpeed, 0.005);
+        EXPECT_FALSE(telescope->Slewing());
+        EXPECT_FALSE(other->Slewing());
+    }
+
+    TelescopeObject telescope;
+    TelescopeObject other;
+};
+
+const Wire kStopAndTrack{"Q", "Q", "Q", "RT3", "RT2"};
+
+TEST_F(AxisStopTest, Abort_EndsTheAxesOfTheClientItself) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, -0.5);
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), kStopAndTrack);
+    EXPECT_TRUE(telescope->Tracking());
+    EXPECT_TRUE(Logged("AbortSlew()"));
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_EndsTheAxesOfAnotherClient) {
+    telescope->MoveAxis(0, 0.5);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), kStopAndTrack);
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, StopOfTheHandBox_EndsTheAxes) {
+    telescope->MoveAxis(0, -0.5);
+    EXPECT_EQ(SentBy([&] { driver->InternalInstance().AbortSlewDriver(); }), kStopAndTrack);
+    ExpectAtRest();
+    telescope->MoveAxis(1, 0.5);
+    driver->askAbortSlew.btnOK.FireClick();
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_WithASecondaryAxisOnly_IsTheStopPair) {
+    telescope->MoveAxis(1, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "Q"}));
+    EXPECT_TRUE(telescope->Tracking());
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_PutsBackWhatEachClientFound) {
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 0.5);
+    other->MoveAxis(1, 0.25);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), (Wire{"Q", "Q", "#", "Q", "RT9"}));
+    EXPECT_FALSE(telescope->Tracking());
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 1e-9);
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_TakesARateOfZeroThatLeftTheAxisAtRest_WithTheOthers) {
+    telescope->MoveAxis(0, 0.0);  // remembers that the mount tracked
+    other->MoveAxis(1, 0.25);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), kStopAndTrack);
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_LeavesTheCustomRatesOut) {
+    telescope->DeclinationRate(1.0);
+    telescope->MoveAxis(1, 0.25);
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "Q"}));
+}
+
+TEST_F(AxisStopTest, SecondAbort_IsThatOfAnIdleMount) {
+    telescope->MoveAxis(1, 0.5);
+    telescope->AbortSlew();
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "RT3", "RT2"}));
+}
+
+TEST_F(AxisStopTest, Abort_WithATrackingRateThatThereIsNot_StopsAllTheSame) {
+    ExpectSwallow("PutBackTracking");
+    driver->state.g_nTrackingRate = 7;
+    telescope->MoveAxis(0, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "Q", "Q"}));
+    EXPECT_FALSE(telescope->Axes().Runs());
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+}
+
+TEST_F(AxisStopTest, AbortOfASlew_ThatCameBehindAMotionNobodyEnded_EndsBoth) {
+    telescope->MoveAxis(1, 0.25);
+    other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    driver->state.g_bSafeSlewPending = true;
+    machine.AdvanceTime(1'500);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), (Wire{"Q", "Q"}));
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    EXPECT_TRUE(driver->state.g_bAbortSlew);
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(driver->state.g_bAbortSlew);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_EQ(TimesSent("MS"), 1);
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, Abort_WhileParking_AbortsTheParkToo) {
+    telescope->MoveAxis(1, 0.25);
+    driver->state.g_bParking = true;
+    telescope->AbortSlew();
+    EXPECT_TRUE(driver->state.g_bAbortPark);
+    driver->state.g_bParking = driver->state.g_bAbortPark = false;
+}
+
+TEST_F(AxisStopTest, MotionAskedForBeforeAStop_StaysAway_ButItsEndDoesNot) {
+    const auto post = [&](CallKind kind, std::function<void()> call) {
+        machine.pump.PostAt(machine.clock.Elapsed() + 10, kind, std::move(call));
+    };
+    post(CallKind::Brief, [&] { telescope->MoveAxis(1, 0.5); });
+    post(CallKind::Stop, [&] { other->AbortSlew(); });
+    machine.AdvanceTime(20);
+    EXPECT_TRUE(Logged("MoveAxis() does not begin: it was stopped before it could"));
+    ExpectAtRest();
+    // A stop that its checks refuse has stopped nothing.
+    telescope->MoveAxis(1, 0.5);
+    post(CallKind::Brief, [&] { telescope->MoveAxis(1, 0.0); });
+    post(CallKind::Stop, [&] {
+        driver->state.g_bParked = true;
+        EXPECT_EQ(ErrorOf([&] { other->AbortSlew(); }), 0x80040409U);
+        driver->state.g_bParked = false;
+    });
+    machine.AdvanceTime(20);
+    ExpectAtRest();
+}
+
+// --- an axis never runs without an owner
+
+TEST_F(AxisStopTest, ClientThatGoes_TakesItsMotionAlong) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), (Wire{"RD0.00000", "Q", "RT3", "RT2"}));
+    EXPECT_TRUE(Logged("The client has gone: its axes are stopped"));
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_LT(mount->Picture().hourSpeed, 0.005);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), (Wire{"Q", "RT3", "RT2"})) << "nothing is left of it";
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, LastClientThatGoes_TakesItsMotionAlong_AlsoWhenItDisconnectedBefore) {
+    other.reset();
+    telescope->MoveAxis(1, 0.5);
+    telescope->Connected(false);
+    EXPECT_GT(std::abs(mount->Picture().polarSpeed), 0.4);
+    telescope.reset();
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    telescope = driver->CreateTelescope();
+    other = driver->CreateTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoes_LeavesTheMotionOfOthersAlone) {
+    other->MoveAxis(1, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_TRUE(other->Axes().Runs());
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoes_DoesNotStopALaterSlew) {
+    telescope->MoveAxis(0, 0.5);
+    other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_TRUE(driver->state.g_bSlewing);
+    EXPECT_TRUE(mount->Picture().slewing);
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoes_LeavesTrackingAloneThatItChoseAfterItsMotion) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->TrackingRate(1);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    telescope = ConnectedTelescope();
+}
+
+}  // namespace
+}  // namespace kestrane
