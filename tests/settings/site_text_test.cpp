@@ -1,5 +1,6 @@
 #include "settings/site_text.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "settings_fakes.h"
@@ -71,6 +72,77 @@ TEST(SiteTextTest, SiteTextDegrees_WithoutFourFields_IsARunTimeError) {
     SettingsWorld world;
     for (const char* text : {"", "N", "N 45", "N 45 7"}) {
         EXPECT_THROW(SiteTextDegrees(text, "S", world.log), RunTimeError) << text;
+    }
+}
+
+struct ParsedRow {
+    const char* text;
+    double degrees;  ///< -1000 for a text that is none
+};
+
+constexpr double kNone = -1000.0;
+
+TEST(SiteTextTest, ParseLongitudeText_CountsWestFromZeroToThreeHundredSixty) {
+    SettingsWorld world;
+    for (const ParsedRow& row : {
+             ParsedRow{"W 122 6 36", 122.11},
+             ParsedRow{"w 122 06 36.0", 122.11},
+             ParsedRow{"E 10 30 0", 349.5},
+             ParsedRow{"e 10 30 0", 349.5},
+             ParsedRow{"E 0 0 0", 0.0},
+             ParsedRow{"W 0 0 0", 0.0},
+             ParsedRow{"E 359 0 0", 1.0},
+             ParsedRow{"W 359 59 59", 359.0 + 3599.0 / 3600.0},
+             ParsedRow{"W 1 2 59,99", 1.0 + 179.99 / 3600.0},
+             ParsedRow{"W 360 0 0", kNone},
+             ParsedRow{"E -1 0 0", kNone},
+             ParsedRow{"W 1 60 0", kNone},
+             ParsedRow{"W 1 0 60", kNone},
+             ParsedRow{"W 1 0 -1", kNone},
+             ParsedRow{"N 1 0 0", kNone},
+             ParsedRow{"10 0 0", kNone},
+             ParsedRow{"", kNone},
+             ParsedRow{"W 1 0", kNone},
+             ParsedRow{"W 1 0 0 0", kNone},
+             ParsedRow{"W 1 0 0 ", kNone},
+             ParsedRow{"W  1 0 0", kNone},
+             ParsedRow{" W 1 0 0", kNone},
+             ParsedRow{"W 1.5 0 0", kNone},
+             ParsedRow{"W 1 0.5 0", kNone},
+             ParsedRow{"W x 0 0", kNone},
+             ParsedRow{"W 1 0 1e1", kNone},
+             ParsedRow{"W   ", kNone},
+             ParsedRow{"WEST 1 0 0", kNone},
+             ParsedRow{" 1 0 0", kNone},
+             ParsedRow{"W 1 0 .", kNone},
+         }) {
+        double degrees = kNone;
+        EXPECT_EQ(ParseLongitudeText(row.text, degrees, world.log), row.degrees != kNone) << row.text;
+        EXPECT_NEAR(degrees, row.degrees, 1e-9) << row.text;
+        EXPECT_FALSE(std::signbit(degrees) && degrees == 0.0);
+    }
+}
+
+TEST(SiteTextTest, ParseLatitudeText_IsNegativeInTheSouth) {
+    SettingsWorld world;
+    for (const ParsedRow& row : {
+             ParsedRow{"N 42 0 0", 42.0},
+             ParsedRow{"n 41 30 12", 41.0 + 1812.0 / 3600.0},
+             ParsedRow{"S 33 15 0", -33.25},
+             ParsedRow{"s 33 15 0", -33.25},
+             ParsedRow{"S 0 0 0", 0.0},
+             ParsedRow{"N 90 0 0", 90.0},
+             ParsedRow{"S 90 0 0", -90.0},
+             ParsedRow{"N 91 0 0", kNone},
+             ParsedRow{"E 10 0 0", kNone},
+             ParsedRow{"N 10 60 0", kNone},
+             ParsedRow{"N 10 0 60.0", kNone},
+             ParsedRow{"N 10 0", kNone},
+             ParsedRow{"", kNone},
+         }) {
+        double degrees = kNone;
+        EXPECT_EQ(ParseLatitudeText(row.text, degrees, world.log), row.degrees != kNone) << row.text;
+        EXPECT_NEAR(degrees, row.degrees, 1e-9) << row.text;
     }
 }
 

@@ -1,0 +1,135 @@
+#include <algorithm>
+
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+/// The rate buttons of the hand box, on a mount with custom and King rates that tracks.
+class HandBoxRates : public DriverFixture {
+protected:
+    HandBoxRates() : telescope_(ConnectedTelescope()) { telescope_->TrackingRate(0); }
+
+    frmHandBox& HandBox() { return driver->handBox; }
+    /// What the mount gets while `call` runs, with a blank between commands.
+    template <typename Call>
+    std::string SentBy(Call&& call) {
+        const std::size_t before = mount->Commands().size();
+        call();
+        std::string sent;
+        for (std::size_t i = before; i < mount->Commands().size(); ++i) {
+            sent += (sent.empty() ? "" : " ") + mount->Commands()[i];
+        }
+        return sent;
+    }
+
+    TelescopeObject telescope_;
+};
+
+TEST_F(HandBoxRates, CustomButton_WritesBothRates) {
+    HandBox().txtRaCustom.Text("0.5");
+    HandBox().txtDecCustom.Text("-15.04107");
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), "RR-0.50000 RD-1.00000");
+    EXPECT_EQ(telescope_->RightAscensionRate(), 0.5);
+    EXPECT_EQ(telescope_->DeclinationRate(), -15.04107);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 4);
+    EXPECT_EQ(HandBox().txtRaCustom.Text(), "0.50000");
+    EXPECT_EQ(HandBox().txtDecCustom.Text(), "-15.04107");
+}
+
+struct BoxRow {
+    const char* ra;
+    const char* dec;
+    const char* sent;
+};
+
+TEST_F(HandBoxRates, CustomButton_LeavesTheRateOfAnEmptyBoxAlone) {
+    for (const BoxRow& row :
+         {BoxRow{"", "", ""}, BoxRow{"  ", "", ""}, BoxRow{"1", "", "RR-1.00000"}, BoxRow{"", "15.04107", "RD1.00000"},
+          BoxRow{"0", "0", "RR0.00000 RD0.00000"}, BoxRow{"0,25", " -0.25 ", "RR-0.25000 RD-0.01662"}}) {
+        HandBox().txtRaCustom.Text(row.ra);
+        HandBox().txtDecCustom.Text(row.dec);
+        EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), row.sent) << row.ra << " / " << row.dec;
+    }
+}
+
+TEST_F(HandBoxRates, CustomButton_SendsNoRateThatIsNoneOrBeyondTheLimit) {
+    HandBox().txtRaCustom.Text("abc");
+    HandBox().txtDecCustom.Text("1000");  // this firmware goes to 999.9999
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), "");
+    EXPECT_TRUE(Logged("The custom rate is no number within the limit, it is not sent: 'abc'"));
+    EXPECT_TRUE(Logged("The custom rate is no number within the limit, it is not sent: '1000'"));
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 1);
+}
+
+TEST_F(HandBoxRates, CustomButton_OnAMountThatStandsSendsNothing) {
+    ExpectSwallow("btnRateCustom");
+    HandBox().txtRaCustom.Text("0.5");
+    driver->state.g_bTracking = false;
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(4); }), "");
+}
+
+TEST_F(HandBoxRates, RestoreTrackingRate_PressesTheButtonOfTheRate) {
+    HandBox().txtRaCustom.Text("0.5");
+    HandBox().txtDecCustom.Text("");
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(4); }), "RR-0.50000");
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(3); }), "RT3 Q RT1");
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(2); }), "RT3 Q RT0");
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT3 Q RT3 RT2");
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(0); }), "# Q RT9");
+}
+
+TEST_F(HandBoxRates, ButtonsWithTheKingRate_SwitchItOnFirst) {
+    driver->state.g_bKingRateEnabled = true;
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateSidereal.FireClick(); }), "RT8 Q RT2");
+    EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "King");
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateLunar.FireClick(); }), "RT8 Q RT0");
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateSolar.FireClick(); }), "RT8 Q RT1");
+}
+
+TEST_F(HandBoxRates, ButtonsOfAMountWithoutTheKingRate_DoNotNameIt) {
+    driver->state.g_bKingRateAvailable = false;
+    for (const bool enabled : {true, false}) {
+        driver->state.g_bKingRateEnabled = enabled;
+        EXPECT_EQ(SentBy([&] { HandBox().btnRateSidereal.FireClick(); }), "Q RT2");
+        EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
+    }
+}
+
+TEST_F(HandBoxRates, SiderealButton_LeavesAClientTheKingRateThatItAskedFor) {
+    driver->state.g_bKingRateEnabled = true;
+    telescope_->TrackingRate(3);
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT8 Q RT8 RT2");
+    EXPECT_EQ(telescope_->TrackingRate(), 3);
+    telescope_->TrackingRate(1);
+    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT8 Q RT2");
+    EXPECT_EQ(telescope_->TrackingRate(), 0);
+}
+
+struct KingBoxRow {
+    std::int32_t asked;
+    const char* on;
+    const char* off;
+};
+
+TEST_F(HandBoxRates, KingCheckBox_SwitchesTheMountWhateverTheClientAskedFor) {
+    for (const KingBoxRow& row :
+         {KingBoxRow{0, "RT8 Q RT2", "RT3 Q RT3 RT2"}, KingBoxRow{3, "RT8 Q RT8 RT2", "RT3 Q RT2"}}) {
+        telescope_->TrackingRate(row.asked);
+        EXPECT_EQ(SentBy([&] { HandBox().chkEnableKingRate.Checked(true); }), row.on);
+        EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "King");
+        EXPECT_EQ(SentBy([&] { HandBox().chkEnableKingRate.Checked(false); }), row.off);
+        EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
+        EXPECT_EQ(telescope_->TrackingRate(), row.asked);
+    }
+}
+
+TEST_F(HandBoxRates, KingCheckBox_OfAMountThatStands_SendsNothing) {
+    telescope_->Tracking(false);
+    EXPECT_EQ(SentBy([&] { HandBox().chkEnableKingRate.Checked(true); }), "");
+    EXPECT_TRUE(driver->state.g_bKingRateEnabled);
+    EXPECT_EQ(driver->persist.ReadIniValue("chkEnableKingRate", "none"), "1");
+}
+
+}  // namespace
+}  // namespace kestrane
