@@ -68,6 +68,14 @@ TEST_F(DriverCommandsTest, IniValue_ComesBackTrimmedAndMayHoldAnEqualsSign) {
     EXPECT_EQ(Run("GetIniValue,mykey"), "1,a=b");
 }
 
+TEST_F(DriverCommandsTest, AutoCalibrate_IsDoneAlsoWhereTheMountIsOutOfReach) {
+    ExpectSwallow("CommandString");
+    EXPECT_EQ(Run("AutoCalibrateNSEW"), "1");
+    EXPECT_EQ(TimesLogged("Starting attempt "), 3);
+    EXPECT_FALSE(driver->state.g_bAutoCalibrated);
+    EXPECT_EQ(mount->Commands().size(), 0U);
+}
+
 TEST_F(DriverCommandsTest, ComTimeout_IsKept) {
     EXPECT_EQ(Run("SetComTimeout,750"), "1");
     EXPECT_EQ(Run("GetComTimeout"), "1,750");
