@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "kernel/base/text.h"
@@ -13,6 +14,12 @@ inline std::string RaDecText(double ra, double dec) {
 
 inline std::string AzAltText(double azimuth, double altitude) {
     return "Az=" + PlainNumber(azimuth) + ", Alt=" + PlainNumber(altitude);
+}
+
+/// An angle with "*" behind its degrees in the form that the mount wants of an azimuth: three digits of degrees.
+inline std::string WithThreeDigits(const std::string& angle) {
+    const std::size_t digits = angle.find('*');
+    return digits < 3 ? std::string(3 - digits, '0') + angle : angle;
 }
 
 }  // namespace kestrane

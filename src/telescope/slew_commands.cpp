@@ -1,13 +1,20 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/position_words.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSettleUnitMs = 1000;
-constexpr std::int16_t kNoTarget = 9;
+constexpr std::string_view kNoTarget = "9";
+
+/// 0 for a slew that the mount has accepted; a reply that is no number counts as that: wanted.
+std::int16_t SlewResult(std::string_view reply) {
+    std::int16_t result = 0;
+    return TryParseInteger(reply, result) ? result : std::int16_t{0};
+}
 
 /// What the mount's reply to a slew command means to a person.
 std::string_view MeaningOfRefusal(std::int16_t result) {
@@ -52,11 +59,7 @@ void Telescope::SendSlewCommands() {
     if (!reply) {
         return;
     }
-    std::int16_t result = 0;
-    if (!TryParseInteger(*reply, result)) {
-        result = 0;
-    }
-    if (result != 0) {
+    if (const std::int16_t result = SlewResult(*reply); result != 0) {
         RaiseSlewRefusal(result);
     }
     BeginSlew();
@@ -71,13 +74,17 @@ std::optional<std::string> Telescope::SendTarget(std::uint32_t aborts) {
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
     if (!isRaDec && !isAltAz) {
         needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
-        return std::to_string(kNoTarget);
+        return std::string(kNoTarget);
     }
     CalibrateOnFirstSlew();
     if (LetStopIn(aborts)) {
         return std::nullopt;
     }
-    return isRaDec ? SendRaDecSequence(aborts) : SendAltAzSequence(aborts);
+    const std::optional<std::string> reply = isRaDec ? SendRaDecSequence(aborts) : SendAltAzSequence(aborts);
+    if (reply) {
+        LogRefusal(*reply);
+    }
+    return reply;
 }
 
 void Telescope::StartFromSiderealTracking() {
@@ -121,7 +128,8 @@ std::optional<std::string> Telescope::SendAltAzSequence(std::uint32_t aborts) {
     if (LetStopIn(aborts)) {
         return std::nullopt;
     }
-    const std::string azimuth = DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz);
+    const std::string azimuth =
+        WithThreeDigits(DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz));
     SendAltAzHalf(wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
     if (LetStopIn(aborts)) {
         return std::nullopt;
@@ -148,14 +156,18 @@ std::string Telescope::SendSlew(std::string_view origin) {
     return reply;
 }
 
-void Telescope::RaiseSlewRefusal(std::int16_t result) {
-    state_.g_bSlewing = false;
-    state_.g_bMountSlewing = false;
-    if (result != kNoTarget) {
+/// A refusal may reach no client, so the log tells why nothing moved.
+void Telescope::LogRefusal(std::string_view reply) {
+    if (const std::int16_t result = SlewResult(reply); result != 0) {
         needs_.log.LogMessage("SendSlewCommands", LogLevel::Error,
                               "The mount refused the slew: reply " + std::to_string(result) + ", " +
                                   std::string(MeaningOfRefusal(result)));
     }
+}
+
+void Telescope::RaiseSlewRefusal(std::int16_t result) {
+    state_.g_bSlewing = false;
+    state_.g_bMountSlewing = false;
     throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
                       : result == 2 ? ErrorNumber::BelowMinimumElevation
                                     : ErrorNumber::SlewFailed);

@@ -373,6 +373,7 @@ private:
     void SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
                        const std::string& text);
     std::string SendSlew(std::string_view origin);
+    void LogRefusal(std::string_view reply);
     void ApplySlewRateOfSettings();
     bool BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     void ReinstateCustomRates();

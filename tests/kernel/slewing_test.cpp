@@ -121,16 +121,6 @@ INSTANTIATE_TEST_SUITE_P(Families, SlewRoadTest, testing::Values("VKC4-P02-08", 
 
 class SlewTest : public DriverFixture {};
 
-TEST_F(SlewTest, RangeOfACall_IsCheckedBeforeTheConnection) {
-    Start();
-    const TelescopeObject telescope = driver->CreateTelescope();
-    EXPECT_EQ(ErrorOf([&] { telescope->SlewToCoordinates(24.0, 10.0); }), 0x80040405U);
-    EXPECT_TRUE(Logged("SlewToCoordinatesAsync RightAscension (out of range) = 24"));
-    EXPECT_EQ(ErrorOf([&] { telescope->SlewToCoordinatesAsync(1.0, 90.5); }), 0x80040405U);
-    EXPECT_TRUE(Logged("SlewToCoordinatesAsync Declination (out of range) = 90.5"));
-    EXPECT_EQ(ErrorOf([&] { telescope->SlewToCoordinates(0.0, 90.0); }), 0x80040404U);
-}
-
 TEST_F(SlewTest, WithoutTracking_IsTheWrongTrackingState_UnlessTrackingComesByItself) {
     const TelescopeObject telescope = ConnectedTelescope();
     telescope->Tracking(false);
@@ -169,24 +159,6 @@ TEST_F(SlewTest, RightAscensionThatRoundsUpToMidnight_IsSentAsHourZero) {
     const TelescopeObject telescope = ConnectedTelescope();
     telescope->SlewToCoordinatesAsync(23.9999999, 80.0);
     EXPECT_EQ(TimesSent("Sr00:00:00.00"), 1);
-}
-
-TEST_F(SlewTest, SettleTime_IsZeroToAHundred) {
-    Start();
-    const TelescopeObject telescope = driver->CreateTelescope();
-    telescope->SlewSettleTime(100);
-    EXPECT_EQ(telescope->SlewSettleTime(), 100);
-    EXPECT_EQ(ErrorOf([&] { telescope->SlewSettleTime(101); }), 0x80040405U);
-    EXPECT_EQ(ErrorOf([&] { telescope->SlewSettleTime(-1); }), 0x80040405U);
-}
-
-TEST_F(SlewTest, AbortWhileIdleAndTracking_SetsTheSiderealRate_AndSendsNoStopPair) {
-    const TelescopeObject telescope = ConnectedTelescope();
-    const int stops = TimesSent("Q");
-    const int rates = TimesSent("RT2");
-    telescope->AbortSlew();
-    EXPECT_EQ(TimesSent("Q"), stops + 1);
-    EXPECT_EQ(TimesSent("RT2"), rates + 1);
 }
 
 TEST_F(SlewTest, AbortWhileAnEarlierSlewIsWaitedOut_SendsNothingMore) {
@@ -281,19 +253,6 @@ protected:
     int slewsBefore = 0;
 };
 
-TEST_P(TwoLegTest, Slew_GoesThroughAPointNearTheMeridian_AndThenToItsTarget) {
-    const double dec = telescope->Declination();
-    StartTwoLegs();
-    ASSERT_TRUE(Logged("Slew 1 of 2: "));
-    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
-    EXPECT_NEAR(NormalizeHourAngle(mount->Picture().siderealTime - driver->state.g_dTargetRa), -0.5, 0.01);
-    EXPECT_NEAR(driver->state.g_dTargetDec, dec, 0.01);
-    EXPECT_EQ(Slews(), 1);
-    EXPECT_TRUE(WaitForEnd());
-    ExpectSecondLegOnTheWire();
-    EXPECT_EQ(telescope->TargetRightAscension(), targetRa);
-}
-
 TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
     StartTwoLegs();
     ASSERT_TRUE(driver->state.g_bSafeSlewPending);
@@ -304,30 +263,6 @@ TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
     EXPECT_FALSE(driver->state.g_bTracking);
     ExpectSecondLegOnTheWire();
     EXPECT_FALSE(driver->state.g_bParking);
-}
-
-TEST_P(TwoLegTest, AbortWhileTheFirstLegRuns_IsFollowedByNoSecond) {
-    StartTwoLegs();
-    ASSERT_TRUE(driver->state.g_bSafeSlewPending);
-    machine.AdvanceTime(1'000);
-    ASSERT_TRUE(mount->Picture().slewing);
-    telescope->AbortSlew();
-    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
-    EXPECT_TRUE(WaitForEnd());
-    EXPECT_EQ(Slews(), 1);
-}
-
-TEST_P(TwoLegTest, AbortBetweenTheLegs_IsFollowedByNoSecond) {
-    StartTwoLegs();
-    while (mount->Picture().slewing) {
-        machine.AdvanceTime(10);
-    }
-    ASSERT_TRUE(driver->state.g_bSafeSlewPending) << "the supervision has not seen the end yet";
-    telescope->AbortSlew();
-    EXPECT_TRUE(WaitForEnd());
-    machine.AdvanceTime(10'000);
-    EXPECT_EQ(Slews(), 1);
-    EXPECT_FALSE(Logged("Slew 2 of 2: "));
 }
 
 TEST_P(TwoLegTest, AbortedPark_HasNoSayInTheNextSlew) {
@@ -395,23 +330,6 @@ TEST_F(SlewTest, CoordinateInPlaceOfTheStatusText_EndsNoSlew) {
     EXPECT_TRUE(telescope->Slewing());
     EXPECT_TRUE(mount->Picture().slewing);
     EXPECT_FALSE(driver->state.g_bParked);
-}
-
-// --- a mount that misbehaves
-// ------------------------------------------------------------------------------------------
-
-TEST_F(SlewTest, CablePulledInMidSlew_LosesCommunications_AndRecoversWhenItIsBack) {
-    ExpectSwallow("*");
-    const TelescopeObject telescope = ConnectedTelescope();
-    telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 45.0);
-    machine.AdvanceTime(1'000);
-    mount->SetLineDead(true);
-    machine.AdvanceTime(20'000);
-    EXPECT_EQ(ErrorOf([&] { telescope->RightAscension(); }), 0x80040429U);
-    mount->SetLineDead(false);
-    machine.AdvanceTime(30'000);
-    EXPECT_EQ(ErrorOf([&] { telescope->RightAscension(); }), 0U);
-    EXPECT_FALSE(telescope->Slewing());
 }
 
 }  // namespace
