@@ -20,7 +20,6 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr int kNotImplemented = 0x400;
 constexpr int kValueNotSet = 0x403;
 constexpr double kLatitude = 47.0;  // of the simulated mount
 constexpr double kLongitude = 10.0;
@@ -199,6 +198,7 @@ const std::vector<Row>& Rows() {
         {"canmoveaxis",              Type::Boolean,  Is("true"),                           "Axis=0"},
         {"canmoveaxis",              Type::Boolean,  Is("true"),                           "Axis=1"},
         {"canmoveaxis",              Type::Boolean,  Is("false"),                          "Axis=2"},
+        {"destinationsideofpier",    Type::Integer,  Between(0, 1),                        "RightAscension=5&Declination=20"},
     };
     return rows;
 }
@@ -208,14 +208,12 @@ struct Refusal {
     std::string member;
     int errorNumber;
     std::string message;
-    std::string form = "";
 };
 
 const std::vector<Refusal>& Refusals() {
     static const std::vector<Refusal> refusals{
         {"targetdeclination",     kValueNotSet,    "TargetDeclination"},
         {"targetrightascension",  kValueNotSet,    "TargetRightAscension"},
-        {"destinationsideofpier", kNotImplemented, "DestinationSideOfPier", "RightAscension=5&Declination=20"},
     };
     return refusals;
 }
@@ -270,7 +268,7 @@ TEST_F(PropertyReadTest, EveryMember_HasItsTypeAndATrueValue) {
 
 TEST_F(PropertyReadTest, MembersWithoutAValueYet_TellWhy) {
     for (const Refusal& row : Refusals()) {
-        const Answer answer = client_->Get(row.member, row.form);
+        const Answer answer = client_->Get(row.member);
         EXPECT_EQ(answer.status, 200);
         EXPECT_EQ(answer.errorNumber, row.errorNumber) << row.member;
         EXPECT_NE(answer.errorMessage.find(row.message), std::string::npos) << answer.errorMessage;
@@ -291,6 +289,36 @@ TEST_F(PropertyReadTest, PositionMembers_TellOnePlaceOfTheSky) {
                 kTolerance);
     EXPECT_NEAR(std::cos(altitude) * std::sin(azimuth), -std::cos(dec) * std::sin(hourAngle), kTolerance);
     EXPECT_NEAR(Wrapped(Number("siderealtime") - ra, 24), 3.0, 0.01) << "it starts three hours west of the meridian";
+}
+
+TEST_F(PropertyReadTest, DestinationSideOfPier_GoesByTheHourAngle) {
+    for (const auto& [hoursWest, side] : {std::pair{3.0, 0}, {-3.0, 1}, {11.0, 0}, {-11.0, 1}}) {
+        const double ra = Number("siderealtime") - hoursWest;
+        const std::string form = "RightAscension=" + std::to_string(ra - 24 * std::floor(ra / 24)) + "&Declination=20";
+        EXPECT_EQ(Good(client_->Get("destinationsideofpier", form)).value, json::value(side)) << hoursWest;
+    }
+}
+
+TEST_F(PropertyReadTest, WrittenValues_ReadBack) {
+    struct Written {
+        std::string member;
+        std::string form;
+        json::value value;
+    };
+    for (const Written& row :
+         {Written{"siteelevation", "SiteElevation=1234.5", 1234.5},
+          Written{"rightascensionrate", "RightAscensionRate=-0.125", -0.125},
+          Written{"declinationrate", "DeclinationRate=2.5", 2.5}, Written{"trackingrate", "TrackingRate=2", 2},
+          Written{"trackingrate", "TrackingRate=0", 0}, Written{"tracking", "Tracking=False", false},
+          Written{"tracking", "Tracking=True", true}}) {
+        Good(client_->Put(row.member, row.form));
+        EXPECT_EQ(Good(client_->Get(row.member)).value, row.value) << row.form;
+    }
+    Good(client_->Put("guideratedeclination", "GuideRateDeclination=0.0020890375"));
+    EXPECT_NEAR(Number("guideraterightascension"), 0.5 * 15.04107 / 3600, 1e-9);
+    EXPECT_EQ(client_->Put("trackingrate", "TrackingRate=4").errorNumber, 0x405);
+    EXPECT_EQ(client_->Put("siteelevation", "SiteElevation=10000.1").errorNumber, 0x405);
+    EXPECT_EQ(client_->Put("sideofpier", "SideOfPier=1").errorNumber, 0x400);
 }
 
 TEST_F(PropertyReadTest, Targets_ReadBackOnceTheyAreSet) {
