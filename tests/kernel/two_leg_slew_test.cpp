@@ -252,6 +252,44 @@ TEST_P(TwoLegsTest, SlewWithoutSafeSlew_GoesStraightToTheTarget) {
     EXPECT_FALSE(Logged("Slew 1 of 2"));
 }
 
+TEST_P(TwoLegsTest, RefusedFirstLeg_EndsASynchronousSlew_WithoutADirectOne) {
+    ExpectSwallow("SafeSlew");
+    const double dec = telescope->Declination();
+    const double lst = telescope->SiderealTime();
+    StandingMount& standing = Stand();
+    standing.Stand(HoursToHMS(NormalizeHours(lst - 3.0), ":", ":", "", 1),
+                   GetParam() == "D" ? "+845*00:00" : "+45*00:00.0", HoursToHMS(lst, ":", ":", "", 0), "West");
+    standing.replies["MS"] = "1";
+    const std::string motion = MotionDuring([&] { telescope->SlewToCoordinates(ra, kDec); });
+    EXPECT_EQ(motion, SlewTo(LoggedVia(), dec));
+    EXPECT_EQ(error, 0U);
+    EXPECT_EQ(TimesLogged("The mount refused the slew: reply 1, below the horizon"), 1);
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    EXPECT_FALSE(telescope->Slewing());
+}
+
+TEST_P(TwoLegsTest, RefusedSecondLeg_EndsTheSlewWhereTheFirstHasEnded) {
+    ExpectSwallow("CheckSlewing");
+    class RefusesTheSecond final : public Misbehaviour {
+    public:
+        void Change(SimulatedReply& reply) override {
+            if (reply.name == "MS" && ++gotos_ == 2) {
+                reply.parts = {{0, "2"}};
+            }
+        }
+
+    private:
+        int gotos_ = 0;
+    };
+    mount->Add(std::make_unique<RefusesTheSecond>());
+    telescope->SlewToCoordinatesAsync(ra, kDec);
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_EQ(TimesLogged("The mount refused the slew: reply 2, below the minimum elevation"), 1);
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    EXPECT_TRUE(PollRuns());
+}
+
 INSTANTIATE_TEST_SUITE_P(Roads, TwoLegsTest, testing::Values("S", "D"));
 
 }  // namespace
