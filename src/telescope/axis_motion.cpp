@@ -61,13 +61,15 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
         return;
     }
     EndSlewSupervision();
-    if (axis == kPrimary) {
-        MovePrimaryAxis(degreesPerSecond);
-    } else if (axis == kSecondary) {
-        MoveSecondaryAxis(degreesPerSecond);
-    } else {
+    if (axis != kPrimary && axis != kSecondary) {
         throw DriverError(ErrorNumber::NotImplemented,
                           "Method MoveAxis " + std::to_string(axis) + " is not implemented in this driver.");
+    }
+    state_.g_bSlewCompletePending = false;  // that step takes up tracking again, which would end the motion
+    if (axis == kPrimary) {
+        MovePrimaryAxis(degreesPerSecond);
+    } else {
+        MoveSecondaryAxis(degreesPerSecond);
     }
 }
 

@@ -224,6 +224,22 @@ TEST_F(AxisMotionTest, WriteOfTheTrackingOrItsRate_ForgetsTheStateAndKeepsTheRat
     EXPECT_TRUE(telescope->Slewing());
 }
 
+TEST_F(AxisMotionTest, MotionRightBehindAConnectOrASlew_IsNotEndedByTheTrackingThatTheseRestore) {
+    telescope.reset();
+    Restart();
+    telescope = ConnectedTelescope();
+    ASSERT_TRUE(driver->state.g_bSlewCompletePending);
+    telescope->MoveAxis(1, 0.25);
+    machine.AdvanceTime(10'000);
+    EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+    telescope->MoveAxis(1, 0.0);
+    telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+    telescope->MoveAxis(0, 0.5);
+    machine.AdvanceTime(10'000);
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.5, 1e-4);
+}
+
 // --- Slewing
 
 TEST_F(AxisMotionTest, Slewing_TellsOfTheClientsOwnAxes) {

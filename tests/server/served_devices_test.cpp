@@ -1,6 +1,7 @@
 #include "server/served_devices.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -94,6 +95,27 @@ TEST_F(ServedDevicesTest, TheListsOfRates_AreArraysOfTheInterfacesTypes) {
     EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2]");
     driver->controller.Apply(Controller_Type::VTRKC4, 0, 0);
     EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2,3]");
+}
+
+TEST_F(ServedDevicesTest, AnAxisRunsForAClient_UntilItEndsTheMotionOrGoes) {
+    auto telescope = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));
+    const ClientObject other = Make(DeviceKind::Telescope);
+    const auto move = [&](std::int32_t axis, double rate) {
+        return Answer(*telescope, DeviceKind::Telescope, Verb::Put, "moveaxis", {axis, rate});
+    };
+    EXPECT_EQ(move(1, 0.25), "error 1028 The scope is not connected");
+    Answer(*telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
+    EXPECT_EQ(move(1, 5.25), "error 1029 Method MoveAxis 1 The rate is out of range.");
+    EXPECT_EQ(move(2, 0.25), "error 1024 Method MoveAxis 2 is not implemented in this driver.");
+    EXPECT_EQ(move(1, 0.25), "");
+    EXPECT_EQ(Get(*telescope, DeviceKind::Telescope, "slewing"), "true");
+    EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+    EXPECT_EQ(move(1, 0.0), "");
+    EXPECT_EQ(Get(*telescope, DeviceKind::Telescope, "slewing"), "false");
+    EXPECT_EQ(move(1, -0.25), "");
+    telescope->Disconnect();
+    telescope.reset();
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
 }
 
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
