@@ -418,16 +418,17 @@ TEST_F(AutoCalibrationTest, MountWithoutAWordForItsSide_SlewsUncalibrated_AndIsA
 
 TEST_F(AutoCalibrationTest, ThreeBadSides_LeaveTheFirstSlewUncalibrated_AndTheSecondOneCalibrates) {
     Connect();
-    mount->Add(std::make_unique<CorruptsReply>("pS", 3));
-    // Ahead of the calibration the slew itself asks for the side, once.
+    mount->Add(std::make_unique<CorruptsReply>("pS"));
     telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 20.0);
     mount->ClearMisbehaviours();
-    EXPECT_TRUE(driver->state.g_bSlewing);
+    EXPECT_EQ(TimesLogged("... Bad response to Pier Side Command: E?st"), 3);
+    EXPECT_FALSE(driver->state.g_bAutoCalibrated);
+    EXPECT_EQ(TimesSent("Me"), 0);
     EXPECT_EQ(TimesSent("MS"), 1);
     machine.AdvanceTime(20'000);
-    mount->Add(std::make_unique<CorruptsReply>("GR", 1));
     Slew();
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+    EXPECT_EQ(TimesSent("Me"), 1);
 }
 
 TEST_F(AutoCalibrationTest, StopDuringTheCalibration_EndsIt_AndNothingMovesBehindIt) {
