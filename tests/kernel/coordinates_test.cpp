@@ -2,6 +2,7 @@
 
 #include "kernel/rate_wire_fixture.h"
 #include "simulator/misbehaviours.h"
+#include "support/wire_transcript.h"
 
 namespace kestrane {
 namespace {
@@ -35,12 +36,6 @@ TEST_F(CoordinatesTest, SiderealTime_IsLogged) {
 
 // --- Altitude --------------------------------------------------------------------------------------------------------
 
-struct AltitudeRow {
-    double cached;
-    const char* reply;
-    double told;
-};
-
 TEST_F(CoordinatesTest, Altitude_AsksTheMountEachTime_YetAPositiveOneOfThePollHidesTheAnswer) {
     Connect();
     for (const double cached : {60.0, 0.001}) {
@@ -59,7 +54,6 @@ TEST_F(CoordinatesTest, Altitude_ThatCannotBeRead_IsWhatTheConversionLeft) {
     Connect();
     driver->state.g_dAlt = 0.0;
     mount->Add(std::make_unique<CutsReply>("GA", 4, 1));  // "+59*" and no minutes
-    driver->state.g_bParked = true;
     EXPECT_EQ(ErrorOf([&] { EXPECT_EQ(telescope->Altitude(), 0.0); }), 0U);
 }
 
@@ -175,6 +169,35 @@ TEST_F(CoordinatesTest, DoesRefraction_WithoutTheCompanion_IsFalseAndAsksNothing
     EXPECT_FALSE(Logged("QUAY DoesRefraction"));
     EXPECT_EQ(WireOf([&] { telescope->DoesRefraction(true); }), "");
     EXPECT_TRUE(LoggedAs("ASCOM", 0, "SET DoesRefraction = True"));
+}
+
+TEST_F(CoordinatesTest, DoesRefraction_IsTheThirdCharacterOfTheCompanionsAnswer) {
+    Connect();
+    driver->poll.SetPolling(false);
+    driver->state.g_bQuayLink = true;
+    driver->state.g_nQuaySeq = 1;  // as when it is found
+    WireTranscript transcript(machine.clock, machine.pump, R"(
+        *  = DoesRefraction -> True
+        *  > :QUAY,1,*DOESREFRACTION#
+        *  < QUAY,*DOESREFRACTION,1,001#
+        *  = DoesRefraction -> False
+        *  > :QUAY,2,*DOESREFRACTION#
+        *  < QUAY,*DOESREFRACTION,2,110#
+        *  = DoesRefraction -> False
+        *  > :QUAY,3,*DOESREFRACTION#
+        *  < QUAY,*DOESREFRACTION,3,11#
+        *  = DoesRefraction -> True
+        *  > :QUAY,4,*DOESREFRACTION#
+        *  < QUAY,*DOESREFRACTION,4,0,1,#
+    )");
+    machine.serialPorts.Splice(1, transcript.Line());
+    transcript.Call("DoesRefraction", [&] { return std::string(telescope->DoesRefraction() ? "True" : "False"); });
+    transcript.Play();
+    machine.serialPorts.Splice(1, *line);
+    EXPECT_TRUE(LoggedAs("ASCOM", 0, "QUAY DoesRefraction= 001"));
+    EXPECT_TRUE(LoggedAs("ASCOM", 0, "QUAY DoesRefraction= 110"));
+    EXPECT_TRUE(LoggedAs("ASCOM", 0, "GET DoesRefraction = True"));
+    driver->state.g_bQuayLink = false;
 }
 
 }  // namespace
