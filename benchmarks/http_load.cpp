@@ -4,150 +4,20 @@
 //
 //     bench_http BIN_DIR DATA_DIR
 
-#include <algorithm>
-#include <arpa/inet.h>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <spawn.h>
 #include <sstream>
-#include <stdexcept>
-#include <string>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
-#include <vector>
+
+#include "http_programs.h"
 
 namespace {
 
-using Time = std::chrono::steady_clock::time_point;
-Time Now() {
-    return std::chrono::steady_clock::now();
-}
-double Microseconds(Time from, Time to) {
-    return std::chrono::duration<double, std::micro>(to - from).count();
-}
+using namespace kestrane::benchmarks;
 
 constexpr int kRequestsPerConnection = 20000;
-
-[[noreturn]] void Fail(const std::string& what) {
-    throw std::runtime_error(what + ": " + std::strerror(errno));
-}
-
-/// A program started for the measurement, ended with it.
-class Child {
-public:
-    explicit Child(std::vector<std::string> arguments, std::string* firstLine = nullptr) {
-        int ends[2];
-        if (pipe(ends) != 0) {
-            Fail("pipe");
-        }
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, ends[0]);
-        std::vector<char*> argv;
-        for (std::string& argument : arguments) {
-            argv.push_back(argument.data());
-        }
-        argv.push_back(nullptr);
-        if (posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
-            Fail("start of " + arguments[0]);
-        }
-        posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
-        output_ = ends[0];
-        std::string line;
-        char byte = 0;
-        while (read(output_, &byte, 1) == 1 && byte != '\n') {
-            line += byte;
-        }
-        if (firstLine) {
-            *firstLine = line;
-        }
-    }
-    ~Child() {
-        kill(pid_, SIGTERM);
-        waitpid(pid_, nullptr, 0);
-        close(output_);
-    }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-    pid_t Pid() const { return pid_; }
-
-private:
-    pid_t pid_ = 0;
-    int output_ = -1;
-};
-
-/// One keep-alive connection.
-class Connection {
-public:
-    explicit Connection(std::uint16_t port) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-            Fail("connect");
-        }
-        const int on = 1;
-        setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    }
-    ~Connection() { close(socket_); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    std::string Ask(const std::string& request) {
-        if (send(socket_, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size())) {
-            Fail("send");
-        }
-        std::string answer;
-        std::size_t wanted = std::string::npos;
-        char buffer[4096];
-        while (answer.size() < wanted) {
-            const ssize_t got = recv(socket_, buffer, sizeof buffer, 0);
-            if (got <= 0) {
-                Fail("the driver closed the connection");
-            }
-            answer.append(buffer, static_cast<std::size_t>(got));
-            wanted = Wanted(answer);
-        }
-        return answer;
-    }
-
-private:
-    static std::size_t Wanted(const std::string& answer) {
-        const std::size_t head = answer.find("\r\n\r\n");
-        const std::size_t length = answer.find("Content-Length: ");
-        if (head == std::string::npos || length == std::string::npos) {
-            return std::string::npos;
-        }
-        return head + 4 + static_cast<std::size_t>(std::atoi(answer.c_str() + length + 16));
-    }
-
-    int socket_;
-};
-
-std::string Get(const std::string& member, int client) {
-    return "GET /api/v1/telescope/0/" + member + "?ClientID=" + std::to_string(client) +
-           "&ClientTransactionID=1 HTTP/1.1\r\nHost: localhost\r\n\r\n";
-}
-
-std::string Put(const std::string& member, const std::string& body) {
-    return "PUT /api/v1/telescope/0/" + member +
-           " HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
-           std::to_string(body.size()) + "\r\n\r\n" + body;
-}
 
 /// Where /proc tells of the one child of `parent`.
 std::string DriverOf(pid_t parent) {
@@ -195,12 +65,6 @@ void MeasureIdle(const std::string& process) {
     std::printf("processor time with one connected, silent client: %.2f %% of one core\n", share * 100.0);
 }
 
-void RequireSuccess(const std::string& answer) {
-    if (answer.find("\"ErrorNumber\":0") == std::string::npos) {
-        throw std::runtime_error("the driver did not do as it was asked: " + answer);
-    }
-}
-
 void MeasureReads(std::uint16_t port, int connections) {
     std::vector<std::vector<double>> times(static_cast<std::size_t>(connections));
     const Time start = Now();
@@ -226,12 +90,8 @@ void MeasureReads(std::uint16_t port, int connections) {
     for (const auto& mine : times) {
         all.insert(all.end(), mine.begin(), mine.end());
     }
-    std::ranges::sort(all);
-    const auto percentile = [&](double p) {
-        return all[static_cast<std::size_t>(p * static_cast<double>(all.size() - 1))];
-    };
     std::printf("cached property read, %d connection(s): p50 %.0f us, p99 %.0f us, %.0f requests per second\n",
-                connections, percentile(0.50), percentile(0.99), static_cast<double>(all.size()) / seconds);
+                connections, Percentile(all, 0.50), Percentile(all, 0.99), static_cast<double>(all.size()) / seconds);
 }
 
 /// The time from the first request to its answer, of a driver that is not running yet.
@@ -243,15 +103,11 @@ void MeasureStart(std::uint16_t port) {
 }
 
 void Run(const std::filesystem::path& bin, const std::filesystem::path& data) {
-    std::filesystem::remove_all(data);
-    std::filesystem::create_directories(data / "Kestrane" / "Ports");
-    for (const char* name : {"KESTRANE_COMMON_APPDATA", "KESTRANE_USER_CONFIG", "KESTRANE_DOCUMENTS"}) {
-        setenv(name, data.c_str(), 1);
-    }
+    UseDataFolder(data);
     const Child mount({bin / "kestrane-mount-simulator", "--link", data / "Kestrane" / "Ports" / "COM1", "--unparked"});
     std::string address;
     const Child activator({bin / "kestrane-activate", "--port", "0", "--discovery-port", "0"}, &address);
-    const auto port = static_cast<std::uint16_t>(std::atoi(address.c_str() + address.rfind(':') + 1));
+    const std::uint16_t port = PortOf(address);
     MeasureStart(port);
     Connection keeper(port);
     RequireSuccess(keeper.Ask(Put("connected", "Connected=True&ClientID=1&ClientTransactionID=1")));
