@@ -90,6 +90,15 @@ TEST_P(SlewOverlapTest, SlewInOneLeg_DropsTheSecondLegOfAnEarlierOne) {
     EXPECT_FALSE(Logged("Slew 2 of 2"));
 }
 
+TEST_P(SlewOverlapTest, SynchronousSlewInOneLeg_DropsTheSecondLegOfAnEarlierOneBeforeItWaits) {
+    StartTwoLegs(30.0);
+    mount->ClearMisbehaviours();
+    OtherClient().SlewToCoordinates(NormalizeHours(lst - 4.0), 50.0);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_FALSE(Logged("Slew 2 of 2"));
+    ExpectAt(lst - 4.0, 50.0);
+}
+
 TEST_P(SlewOverlapTest, SlewInTwoLegs_PutsItsSecondLegInThePlaceOfAnEarlierOne) {
     StartTwoLegs(30.0);
     telescope->SlewToCoordinatesAsync(NormalizeHours(lst + 1.0), 60.0);
