@@ -16,13 +16,13 @@ void Telescope::RefreshPosition() {
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
     ResumeNext errors{needs_.ledger, "SafeSlew"};
     const std::uint32_t aborts = state_.g_nAborts;
-    RefreshPosition();
+    const std::uint32_t slew = state_.g_nSlewsBegun;
     if (!needs_.queries.LstKnown()) {
         needs_.queries.QueryLst();  // the side of the meridian is not for guessing
     }
+    RefreshPosition();
     needs_.queries.UpdateHourAngle();
     if (LetStopIn(aborts)) {
-        state_.g_bSafeSlewPending = false;
         return;
     }
     state_.g_dSafeSlewRa = rightAscension;
@@ -43,9 +43,11 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
             return;
         }
         WaitWhileSlewing(aborts);
+        if (ReplacedSince(slew)) {
+            return;  // the mount stands at the other slew's target: from there nobody has planned a way to this one
+        }
     }
     if (AbortedSince(aborts)) {
-        state_.g_bSafeSlewPending = false;
         return;
     }
     errors.Step([&] { TargetRightAscension(rightAscension); });
@@ -59,7 +61,9 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     RefreshPosition();
     needs_.queries.QueryAlt();
     needs_.queries.QueryAz();
-    state_.g_bSafeSlewPending = false;
+    if (!ReplacedSince(slew)) {
+        state_.g_bSafeSlewPending = false;
+    }
 }
 
 /// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.

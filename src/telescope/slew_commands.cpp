@@ -166,8 +166,8 @@ void Telescope::LogRefusal(std::string_view reply) {
 }
 
 void Telescope::RaiseSlewRefusal(std::int16_t result) {
-    state_.g_bSlewing = false;
-    state_.g_bMountSlewing = false;
+    state_.g_bSlewing = state_.g_bMountSlewing = false;
+    state_.g_bSafeSlewPending = false;  // of an earlier slew: nobody watches for the end of its first leg any more
     throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
                       : result == 2 ? ErrorNumber::BelowMinimumElevation
                                     : ErrorNumber::SlewFailed);

@@ -39,8 +39,15 @@ void Telescope::BeginSlew() {
         state_.g_bAbortPark = false;
     }
     state_.g_bAbortSlew = false;
+    state_.g_bSlewCompletePending = false;  // what follows the end of an earlier slew must not stop this one
     state_.g_bSlewing = true;
     state_.g_bMountSlewing = true;
+}
+
+/// Begins a slew that takes the place of any other; its number, for `ReplacedSince`.
+std::uint32_t Telescope::BeginNewSlew() {
+    BeginSlew();
+    return ++state_.g_nSlewsBegun;
 }
 
 bool Telescope::SafeSlewWanted() {
@@ -50,13 +57,13 @@ bool Telescope::SafeSlewWanted() {
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     CheckSlewRange(rightAscension, declination);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
-    check_connected("SlewToCoordinates", true, true);
     if (OvertakenByStop("SlewToCoordinates")) {
         return;
     }
+    check_connected("SlewToCoordinates", true, true);
     const bool safeSlew = SafeSlewWanted();
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginSlew();
+    BeginNewSlew();
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (QuayTakesSlews()) {
@@ -75,11 +82,15 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         needs_.log.LogMessage("ASCOM", LogLevel::Info,
                               "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
-    check_connected("SlewToCoordinatesAsync", true, true);
     if (OvertakenByStop("SlewToCoordinatesAsync")) {
         return;
     }
-    BeginSlew();
+    check_connected("SlewToCoordinatesAsync", true, true);
+    if (fromClient) {
+        BeginNewSlew();
+    } else {
+        BeginSlew();
+    }
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (QuayTakesSlews()) {
@@ -96,21 +107,21 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 void Telescope::SlewToTarget() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    check_connected("SlewToTarget", true, true);
     if (OvertakenByStop("SlewToTarget")) {
         return;
     }
+    check_connected("SlewToTarget", true, true);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginSlew();
+    const std::uint32_t slew = BeginNewSlew();
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
     const bool safeSlew = SafeSlewWanted();
     if (!safeSlew) {
         WaitForSlewEnd(aborts);  // any slew in progress is waited out before the new one: wanted
-        if (AbortedSince(aborts)) {
+        if (AbortedSince(aborts) || ReplacedSince(slew)) {
             return;
         }
         TakeBackTarget(rightAscension, declination);
@@ -139,15 +150,15 @@ void Telescope::TakeBackTarget(double rightAscension, double declination) {
 void Telescope::SlewToTargetAsync() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    check_connected("SlewToTargetAsync", true, true);
     if (OvertakenByStop("SlewToTargetAsync")) {
         return;
     }
+    check_connected("SlewToTargetAsync", true, true);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete, "SlewToTargetAsync: Invalid RA or Declination!");
     }
-    BeginSlew();
+    BeginNewSlew();
     if (QuayTakesSlews()) {
         SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (SafeSlewWanted()) {
@@ -177,7 +188,7 @@ bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double a
         return false;
     }
     Tracking(false);  // stops the mount once more although it does not track: wanted
-    BeginSlew();
+    BeginNewSlew();
     try {
         TargetAzimuth(azimuth);
         TargetAltitude(altitude);
@@ -190,7 +201,7 @@ bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double a
             SendSlewCommands();
         }
     } catch (const DriverError&) {
-        state_.g_bSlewing = state_.g_bMountSlewing = false;  // nothing moves
+        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = false;  // nothing moves
         throw;
     }
     return true;
@@ -223,11 +234,16 @@ bool Telescope::AbortedSince(std::uint32_t aborts) const {
     return state_.g_bAbortSlew || state_.g_nAborts != aborts;
 }
 
+/// Another slew was asked for since `slew` began: the mount goes there now, and the earlier one has no more say.
+bool Telescope::ReplacedSince(std::uint32_t slew) const {
+    return state_.g_nSlewsBegun != slew;
+}
+
 /// Lets a stop in between two exchanges; whether one has come since `aborts` was read. A slew that was stopped on its
 /// way sends nothing more; its end is left to the supervision, as that of any stopped slew.
 bool Telescope::LetStopIn(std::uint32_t aborts) {
     needs_.waits.PumpStops();
-    return AbortedSince(aborts);
+    return state_.g_nAborts != aborts;
 }
 
 /// Whether a stop that was asked for after this call has run before it.

@@ -354,6 +354,7 @@ private:
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
     void BeginSlew();
+    std::uint32_t BeginNewSlew();
     void SafeSlew(double rightAscension, double declination, bool async);
     bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
     void RefreshPosition();
@@ -361,6 +362,7 @@ private:
     bool SafeSlewWanted();
     void TakeBackTarget(double rightAscension, double declination);
     bool AbortedSince(std::uint32_t aborts) const;
+    bool ReplacedSince(std::uint32_t slews) const;
     bool LetStopIn(std::uint32_t aborts);
     bool OvertakenByStop(std::string_view member);
     void WaitForSlewEnd(std::uint32_t aborts);
