@@ -284,7 +284,7 @@ void Telescope::PumpSlewRound() {
         needs_.poll.UpdateMountInfo();  // the timer cannot fire inside a poll step
     }
     needs_.waits.PumpOnce();
-    needs_.waits.WaitForMilliseconds(kSlewRoundMs);
+    needs_.waits.PauseForStops(kSlewRoundMs);
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
@@ -304,7 +304,7 @@ bool Telescope::Slewing() {
                           "GET Slewing = " + std::string(TrueFalse(slewing)) + ", MoveAxis(0)=" +
                               PlainNumber(axes_.rates[0]) + ", MoveAxis(1)=" + PlainNumber(axes_.rates[1]));
     // Keeps a client that asks in a tight loop from starving the poll.
-    needs_.waits.WaitForMilliseconds(kYieldMs);
+    needs_.waits.PauseForStops(kYieldMs);
     if (state_.g_bInPoll) {
         for (int i = 0; i < 3; ++i) {
             needs_.clock.Sleep(1);

@@ -25,11 +25,12 @@ public:
             throw DriverError(ErrorNumber::InvalidOperation);
         }
     }
-    void PumpStops() override {}
+    void PumpStops() override { ++stopPumps; }
     bool OvertakenByStop() const override { return false; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
 
     int pumps = 0;
+    int stopPumps = 0;
     std::int32_t pumpTakesMs = 0;
     std::vector<std::int32_t> jumps;  ///< by how much the ticks jump at the first pumps
     bool fails = false;
@@ -43,6 +44,16 @@ struct WaitsTest : testing::Test {
     CountingPump pump{clock};
     Waits waits{clock, pump};
 };
+
+TEST_F(WaitsTest, PauseForStops_LetsAStopInEachMillisecond_AndNothingElse) {
+    waits.PauseForStops(20);
+    EXPECT_EQ(clock.sleeps, std::vector<std::int32_t>(20, 1));
+    EXPECT_EQ(pump.stopPumps, 20);
+    EXPECT_EQ(pump.pumps, 0);
+    waits.PauseForStops(0);
+    waits.PauseForStops(-1);
+    EXPECT_EQ(pump.stopPumps, 20);
+}
 
 struct WaitRow {
     std::int32_t milliseconds;

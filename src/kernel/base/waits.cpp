@@ -23,6 +23,14 @@ void Waits::WaitForMilliseconds(std::int32_t milliseconds) {
     }
 }
 
+void Waits::PauseForStops(std::int32_t milliseconds) {
+    const Tick start = clock_.GetTickCount();
+    while (clock_.GetTickCount() - start < milliseconds) {
+        clock_.Sleep(1);
+        PumpStops();
+    }
+}
+
 void Waits::PumpOnce() {
     Pump(&MessagePump::PumpMessages);
 }
