@@ -157,5 +157,33 @@ TEST_F(OvertakenTest, StopDuringAPollStep_GetsInBetweenTwoQueries) {
     }
 }
 
+TEST_F(OvertakenTest, StopDuringThePauseOfAReadOrOfASynchronousSlew_GetsInWithinAMillisecond) {
+    BuildMount("E3");
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->Tracking(true);
+    machine.AdvanceTime(6'000);
+    std::int64_t due = 0;
+    std::int64_t delay = -1;
+    const auto stopIn = [&](std::int64_t milliseconds) {
+        due = machine.clock.Elapsed() + milliseconds;
+        delay = -1;
+        machine.pump.PostAt(due, CallKind::Stop, [&] {
+            delay = machine.clock.Elapsed() - due;
+            telescope->AbortSlew();
+        });
+    };
+    stopIn(7);
+    telescope->Slewing();
+    EXPECT_EQ(delay, 0);
+    stopIn(7);
+    telescope->AtPark();
+    EXPECT_EQ(delay, 0);
+    telescope->SlewToCoordinatesAsync(std::fmod(telescope->SiderealTime() + 23.0, 24.0), 20.0);
+    driver->poll.SetPolling(false);  // no exchange until the next look at the distance
+    stopIn(200);
+    telescope->SlewToTarget();
+    EXPECT_EQ(delay, 0);
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -15,7 +15,8 @@ public:
 
     /// Values of 0 and below return at once.
     void WaitForMilliseconds(std::int32_t milliseconds);
-    /// The same for the short pauses of a procedure that waits for the mount: pumps nothing, but a stop gets in at once.
+    /// The same for the short pauses of a procedure that waits for the mount: pumps nothing, but a stop gets in at
+    /// once.
     void PauseForStops(std::int32_t milliseconds);
     /// Pumps messages once. A failure of another event is none of the caller's.
     void PumpOnce();
