@@ -145,8 +145,10 @@ struct DriverState : LogState, CounterState {
     std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
 
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
-    double g_dGuideRate = 1.0;           ///< multiples of sidereal
-    std::int32_t g_nTrackingRate = 0;    ///< 0 sidereal, 1 lunar, 2 solar, 3 King
+    double g_dGuideRate = 1.0;         ///< multiples of sidereal
+    std::int32_t g_nTrackingRate = 0;  ///< 0 sidereal, 1 lunar, 2 solar, 3 King
+    std::uint32_t g_nTrackingChoices =
+        0;                               ///< writes of the tracking so far, each of which has stopped the mount; wraps
     std::int16_t g_nDisplayedRate = -1;  ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
     Tick g_tickDisplayedRate;            ///< last change of the displayed rate
     std::string g_sFaultCode = "0";      ///< fault character of the last status text; "0": none

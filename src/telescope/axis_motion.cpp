@@ -15,7 +15,6 @@ constexpr std::int32_t kPrimary = 0;
 constexpr std::int32_t kSecondary = 1;
 constexpr double kArcSecondsPerDegree = 3600.0;
 constexpr double kSiderealSpeed = 15.04107;  // arc-seconds per second
-constexpr std::string_view kRatePattern = "0.00000";
 constexpr std::int16_t kSiderealRateButton = 1;
 constexpr std::int16_t kCustomRateButton = 4;
 
@@ -57,15 +56,18 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     }
     needs_.log.LogMessage("ASCOM", LogLevel::Info, call);
     check_connected("MoveAxis", true, state_.g_bTracking);
-    if (MoveAxisComesTooLate(degreesPerSecond)) {
+    const bool exists = axis == kPrimary || axis == kSecondary;
+    if (exists && MoveAxisComesTooLate(degreesPerSecond)) {
         return;
     }
     EndSlewSupervision();
-    if (axis != kPrimary && axis != kSecondary) {
+    if (!exists) {
         throw DriverError(ErrorNumber::NotImplemented,
                           "Method MoveAxis " + std::to_string(axis) + " is not implemented in this driver.");
     }
-    state_.g_bSlewCompletePending = false;  // that step takes up tracking again, which would end the motion
+    if (degreesPerSecond != 0.0 && !state_.g_bParking) {
+        state_.g_bSlewCompletePending = false;  // that step takes up tracking again, which would end the motion
+    }
     if (axis == kPrimary) {
         MovePrimaryAxis(degreesPerSecond);
     } else {
@@ -81,27 +83,36 @@ bool Telescope::MoveAxisComesTooLate(double degreesPerSecond) {
 }
 
 /// The mount is not stopped for it: the rate that follows takes its place. Counted like an abort, so that no call that
-/// waits for the end of that slew goes on to its next leg.
+/// waits for the end of that slew goes on to its next leg. A park, whose end nobody would look for any more, is
+/// aborted.
 void Telescope::EndSlewSupervision() {
     ++state_.g_nAborts;
-    state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = false;
+    state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = state_.g_bAbortSlew = false;
+    state_.g_bAbortPark = state_.g_bAbortPark || state_.g_bParking;
 }
 
 void Telescope::MovePrimaryAxis(double degreesPerSecond) {
     axes_.rates[kPrimary] = degreesPerSecond;
     // The mount counts from sidereal tracking: an axis at rest against the ground goes back by one sidereal rate.
     const double multiple = MultipleOfSidereal(degreesPerSecond) - 1.0;
-    needs_.handBox.txtRaCustom.Text(FormatUs(multiple, kRatePattern));
+    ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
     const bool zeroStopsTracking = needs_.persist.ReadFlag(setting::chkRaMoveAxisOfZeroStopsTracking);
     if (degreesPerSecond == 0.0 && !zeroStopsTracking &&
         axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {
-        Tracking(TrackedBeforeMoveAxis());
+        const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
+        axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
+        Tracking(tracked);
         return;
     }
     ShowAxisRates();
-    if (axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet) {
+    const bool isFirst = axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet;
+    if (isFirst) {
         axes_.m_MoveAxisTrackingState =
             Tracking() ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
+    }
+    if (isFirst || TrackingChosenSinceMoveAxis()) {
+        axes_.trackingChoices = state_.g_nTrackingChoices;
+        axes_.tracked = state_.g_bTracking;
     }
     SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
 }
@@ -109,7 +120,7 @@ void Telescope::MovePrimaryAxis(double degreesPerSecond) {
 void Telescope::MoveSecondaryAxis(double degreesPerSecond) {
     axes_.rates[kSecondary] = degreesPerSecond;
     const double multiple = MultipleOfSidereal(degreesPerSecond);
-    needs_.handBox.txtDecCustom.Text(FormatUs(multiple, kRatePattern));
+    ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
     SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
@@ -118,42 +129,43 @@ void Telescope::ShowAxisRates() {
     needs_.panel.ShowTrackingRate(axes_.Runs() ? kCustomRateButton : kSiderealRateButton, false);
 }
 
-/// Takes the remembered state, which is to be put back now.
-bool Telescope::TrackedBeforeMoveAxis() {
-    const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
-    axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
-    return tracked;
+/// A choice of anybody since the primary axis' last rate: it has ended the motion, and it stands.
+bool Telescope::TrackingChosenSinceMoveAxis() const {
+    return axes_.trackingChoices != state_.g_nTrackingChoices;
 }
 
 void Telescope::ClearAxisRates() {
     axes_.rates = {};
+    if (TrackingChosenSinceMoveAxis()) {
+        axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
+    }
 }
 
 void Telescope::PutBackTrackingBeforeMoveAxis() {
     if (axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet) {
         return;
     }
+    axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     ResumeNext errors{needs_.ledger, "PutBackTracking"};
-    errors.Step([&] { Tracking(TrackedBeforeMoveAxis()); });
+    errors.Step([&] { Tracking(axes_.tracked); });
 }
 
 /// The mount is never left running without an owner. A slew or a park that came later has ended the motion already, as
 /// has a write of the tracking for the primary axis.
 void Telescope::StopOwnAxes() {
-    const AxisMotion left = axes_;
-    if (!left.Runs()) {
-        return;
-    }
-    const bool primaryRuns =
-        left.rates[kPrimary] != 0.0 && left.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
+    const bool primaryRuns = axes_.rates[kPrimary] != 0.0 && !TrackingChosenSinceMoveAxis() &&
+                             axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
+    const bool secondaryRuns = axes_.rates[kSecondary] != 0.0;
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
     ResumeNext errors{needs_.ledger, "StopOwnAxes"};
-    if (!replaced && needs_.link && needs_.link->Connected()) {
+    if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
         needs_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
-        if (left.rates[kSecondary] != 0.0) {
+        if (secondaryRuns) {
             errors.Step([&] { MoveSecondaryAxis(0.0); });
         }
         if (primaryRuns) {
+            axes_.m_MoveAxisTrackingState =
+                axes_.tracked ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
             errors.Step([&] { MovePrimaryAxis(0.0); });
         }
     }

@@ -21,6 +21,10 @@ struct AxisMotion {
     std::array<double, 2> rates{};  ///< degrees per second of axis 0 (primary) and 1 (secondary), as last given
     MoveAxisTrackingState m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
 
+    // What the last rate of the primary axis found: a stop, and the end of the client, put that back.
+    std::uint32_t trackingChoices = 0;  ///< `g_nTrackingChoices`
+    bool tracked = false;
+
     bool Runs() const { return rates[0] != 0.0 || rates[1] != 0.0; }
 };
 
@@ -35,7 +39,7 @@ public:
     /// Whether an axis of any object runs.
     bool AnyRuns() const;
     /// For a mount that was just stopped: all rates are 0, and each object that remembers a tracking state puts it
-    /// back. Raises nothing.
+    /// back, unless somebody has chosen another since. Raises nothing.
     void EndAll();
 
 private:

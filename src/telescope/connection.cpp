@@ -184,7 +184,7 @@ void Telescope::DisconnectClient() {
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{needs_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
-        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = false;
+        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = state_.g_bAbortSlew = false;
         errors.Step([&] {
             if (!needs_.link) {
                 throw RunTimeError(RunTimeError::kObjectNotSet, "no link");
@@ -292,7 +292,7 @@ void Telescope::InitUiPanel() {
 
 bool Telescope::AtPark() {
     const bool parked = LogGet("AtPark", state_.g_bParked);
-    needs_.waits.WaitForMilliseconds(kYieldMs);
+    needs_.waits.PauseForStops(kYieldMs);
     WaitForTimerIdle();
     return parked;
 }

@@ -71,8 +71,12 @@ void Telescope::SendStopPair() {
     CommandBlind(wire::Stop.text, false);
 }
 
-/// A stop clears the custom rates of the mount.
+/// A stop clears the custom rates of the mount. They are offsets from tracking: one that does not track stays at rest,
+/// whatever may switch tracking on by itself.
 void Telescope::ReinstateCustomRates() {
+    if (!state_.g_bTracking) {
+        return;
+    }
     ResumeNext errors{needs_.ledger, "AbortSlew"};
     if (state_.g_dRaRate != 0.0) {
         errors.Step([&] { RightAscensionRate(state_.g_dRaRate); });

@@ -410,17 +410,19 @@ private:
     void MovePrimaryAxis(double degreesPerSecond);
     void MoveSecondaryAxis(double degreesPerSecond);
     void ShowAxisRates();
-    bool TrackedBeforeMoveAxis();
+    bool TrackingChosenSinceMoveAxis() const;
     void StopOwnAxes();
 
     // tracking.cpp
     void StopTracking();
+    void NoteTrackingChoice();
     void SendTrackingRate(std::string_view argument);
     void ClearCustomDecRate();
     double GuideRate(std::string_view name);
     void SetGuideRate(std::string_view name, double degreesPerSecond);
     void RefuseWithoutCustomRates(std::string_view name);
     void ShowCustomOrSidereal();
+    void ShowCustomRate(TextBox& box, double rate);
     void SendCustomRate(const WireCommand& command, double multiple);
 
     // site.cpp

@@ -63,12 +63,25 @@ void Telescope::Tracking(bool track) {
 }
 
 void Telescope::StopTracking() {
+    NoteTrackingChoice();
     state_.g_bTracking = false;
     CommandBlindInternal(wire::EndInput.text, true);
     CommandBlindInternal(wire::StopRaw.text, true);
     ClearCustomDecRate();
     SendTrackingRate("9#");
     needs_.panel.ShowTrackingRate(kNotTracking, false);
+}
+
+/// What a write of the tracking sends stops the mount. The first leg of a slew would be taken for complete where it was
+/// cut, and the second one would start from there: it ends for good.
+void Telescope::NoteTrackingChoice() {
+    ++state_.g_nTrackingChoices;
+    if (state_.g_bSafeSlewPending) {
+        needs_.log.LogMessage("SafeSlew", LogLevel::Warning,
+                              "The slew ends in its first leg: a write of the tracking stops the mount");
+        state_.g_bSafeSlewPending = false;
+        ++state_.g_nAborts;
+    }
 }
 
 void Telescope::SendTrackingRate(std::string_view argument) {
@@ -83,6 +96,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
     state_.g_nTrackingRate = rate;
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
+    NoteTrackingChoice();
     CommandBlindInternal(wire::Stop.text, false);
     ClearCustomDecRate();
     if (rate < 0 || rate >= static_cast<std::int32_t>(kRates.size())) {
@@ -120,9 +134,12 @@ double Telescope::DeclinationRate() {
 void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
+    if (secondsPerSiderealSecond != 0.0 && OvertakenByStop("RightAscensionRate")) {
+        return;
+    }
     check_connected("RightAscensionRate", true, true);
     state_.g_dRaRate = secondsPerSiderealSecond;
-    needs_.handBox.txtRaCustom.Text(FormatUs(secondsPerSiderealSecond, kRatePattern));
+    ShowCustomRate(needs_.handBox.txtRaCustom, secondsPerSiderealSecond);
     ShowCustomOrSidereal();
     SendCustomRate(wire::CustomRaRate,
                    state_.g_dSiteLatitude < 0.0 ? secondsPerSiderealSecond : -secondsPerSiderealSecond);
@@ -131,9 +148,12 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
 void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
+    if (arcSecondsPerSecond != 0.0 && OvertakenByStop("DeclinationRate")) {
+        return;
+    }
     check_connected("DeclinationRate(set)", true, true);
     state_.g_dDecRate = arcSecondsPerSecond;
-    needs_.handBox.txtDecCustom.Text(FormatUs(arcSecondsPerSecond, kRatePattern));
+    ShowCustomRate(needs_.handBox.txtDecCustom, arcSecondsPerSecond);
     ShowCustomOrSidereal();
     const double multiple = arcSecondsPerSecond / kSiderealSpeed;
     SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
@@ -149,6 +169,12 @@ void Telescope::RefuseWithoutCustomRates(std::string_view name) {
 void Telescope::ShowCustomOrSidereal() {
     const bool custom = state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0;
     needs_.panel.ShowTrackingRate(custom ? kCustomRate : kSiderealRate, false);
+}
+
+/// The settings keep the rate that the user typed.
+void Telescope::ShowCustomRate(TextBox& box, double rate) {
+    const FillsHandBox filling(needs_.handBox);
+    box.Text(FormatUs(rate, kRatePattern));
 }
 
 /// The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no offset goes out as

@@ -87,8 +87,8 @@ void HandBoxPanel::UpdateRateLimits() {
 }
 
 bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
-    return text.empty() ||
-           (IsNumericText(text) && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
+    const bool isDecimal = IsNumericText(text) && text.find_first_of("eE") == std::string_view::npos;
+    return text.empty() || (isDecimal && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
 }
 
 void HandBoxPanel::SetKingRateState() {
