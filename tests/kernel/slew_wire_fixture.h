@@ -274,6 +274,24 @@ public:
     }
 };
 
+/// Has one answer to a command, so many times: "1" to "MS".
+class AnswersWith final : public Misbehaviour {
+public:
+    AnswersWith(std::string command, std::string bytes, int times = 1)
+        : command_(std::move(command)), bytes_(std::move(bytes)), timesLeft_(times) {}
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == command_ && timesLeft_ > 0) {
+            --timesLeft_;
+            reply.parts = {{0, bytes_}};
+        }
+    }
+
+private:
+    std::string command_;
+    std::string bytes_;
+    int timesLeft_;
+};
+
 /// Does something once, as soon as a condition holds, looking every five milliseconds whenever somebody pumps.
 class When {
 public:
