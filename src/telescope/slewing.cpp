@@ -187,7 +187,8 @@ bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double a
     if (OvertakenByStop(member)) {
         return false;
     }
-    Tracking(false);  // stops the mount once more although it does not track: wanted
+    state_.g_bSafeSlewPending = false;  // of a slew that this one replaces: no stop for those who wait
+    Tracking(false);                    // stops the mount once more although it does not track: wanted
     BeginNewSlew();
     try {
         TargetAzimuth(azimuth);

@@ -48,6 +48,10 @@ protected:
         return false;
     }
 
+    bool LoggedLine(const std::string& message) const {
+        return std::ranges::any_of(log, [&](const LogLine& line) { return line.message == message; });
+    }
+
     TelescopeObject telescope;
 };
 
@@ -238,6 +242,90 @@ TEST_F(AxisMotionTest, MotionRightBehindAConnectOrASlew_IsNotEndedByTheTrackingT
     telescope->MoveAxis(0, 0.5);
     machine.AdvanceTime(10'000);
     EXPECT_NEAR(mount->Picture().hourSpeed, 0.5, 1e-4);
+}
+
+TEST_F(AxisMotionTest, RateOfZeroBehindASlew_LeavesThatSlewItsEnd) {
+    for (const double rate : {0.0, 0.25}) {
+        driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+        log.clear();
+        telescope->MoveAxis(1, rate);
+        machine.AdvanceTime(3'000);
+        EXPECT_EQ(LoggedLine("Restoring tracking state = 1"), rate == 0.0);
+        EXPECT_FALSE(driver->state.g_bSlewCompletePending);
+    }
+}
+
+TEST_F(AxisMotionTest, MotionDuringAPark_EndsThePark_AndGoesOn) {
+    for (const bool byStatus : {true, false}) {
+        for (const bool endIsPending : {true, false}) {
+            driver->state.g_bDontUseGosForSlew = !byStatus;
+            driver->state.g_bParking = true;
+            driver->state.g_bSlewing = driver->state.g_bMountSlewing = !endIsPending;
+            driver->state.g_bSlewCompletePending = endIsPending;
+            telescope->MoveAxis(1, 0.25);
+            EXPECT_TRUE(driver->state.g_bAbortPark);
+            machine.AdvanceTime(10'000);
+            EXPECT_FALSE(driver->state.g_bParking);
+            EXPECT_FALSE(driver->state.g_bSlewing);
+            EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+            telescope->MoveAxis(1, 0.0);
+        }
+    }
+    telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    EXPECT_FALSE(driver->state.g_bAbortPark);
+    EXPECT_NEAR(telescope->Declination(), 20.0, 0.1);
+}
+
+TEST_F(AxisMotionTest, AxisThatThereIsNot_DuringAPark_EndsThePark) {
+    driver->state.g_bParking = true;
+    EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(2, 0.5); }), 0x80040400U);
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
+TEST_F(AxisMotionTest, MotionBehindAnAbort_LeavesNoAbortBehind) {
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    telescope->AbortSlew();
+    ASSERT_TRUE(driver->state.g_bAbortSlew);
+    telescope->MoveAxis(1, 0.25);
+    EXPECT_FALSE(driver->state.g_bAbortSlew);
+}
+
+TEST_F(AxisMotionTest, AutomaticTracking_IsNotSwitchedOnForAMotion) {
+    driver->persist.WriteIniValue("chkAutoEnableTracking", "1");
+    telescope->Tracking(false);
+    EXPECT_EQ(Move(1, 0.25), Wire{"RD59.83617"});
+    EXPECT_EQ(Move(0, 1.0), Wire{"RR-238.34467"});
+    EXPECT_FALSE(telescope->Tracking());
+}
+
+TEST_F(AxisMotionTest, EndOfThePrimaryAxis_StopsTheSecondaryInTheMountToo_ButNotItsRate) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    EXPECT_EQ(Move(0, 0.0), (Wire{"Q", "RT3", "RT2"}));
+    EXPECT_EQ(telescope->Axes().rates[1], 0.5);
+    EXPECT_TRUE(telescope->Slewing());
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_EQ(Move(1, 0.0), Wire{"RD0.00000"});
+    EXPECT_FALSE(telescope->Slewing());
+}
+
+TEST_F(AxisMotionTest, EndOfAMotion_WithATrackingRateThatThereIsNot_TellsSo_AndHasEndedIt) {
+    driver->state.g_nTrackingRate = 7;
+    telescope->MoveAxis(0, 0.5);
+    EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(0, 0.0); }), 0x80040405U);
+    EXPECT_FALSE(telescope->Axes().Runs());
+    EXPECT_EQ(telescope->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
+    EXPECT_LT(mount->Picture().hourSpeed, 0.005);
+}
+
+TEST_F(AxisMotionTest, NewRateThatTheMountRefuses_LeavesTheAxisAtItsFormerOne) {
+    telescope->MoveAxis(1, 0.5);
+    Wire sent = Move(1, 5.0);
+    std::erase(sent, "#");
+    EXPECT_EQ(sent, Wire{"RD1196.72337"});
+    EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.5, 1e-4);
+    EXPECT_EQ(telescope->Axes().rates[1], 5.0);
 }
 
 // --- Slewing

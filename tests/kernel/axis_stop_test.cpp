@@ -153,6 +153,9 @@ TEST_F(AxisStopTest, MotionAskedForBeforeAStop_StaysAway_ButItsEndDoesNot) {
     machine.AdvanceTime(20);
     EXPECT_TRUE(Logged("MoveAxis() does not begin: it was stopped before it could"));
     ExpectAtRest();
+    post(CallKind::Brief, [&] { EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(2, 0.5); }), 0x80040400U); });
+    post(CallKind::Stop, [&] { other->AbortSlew(); });
+    machine.AdvanceTime(100);
     // A stop that its checks refuse has stopped nothing.
     telescope->MoveAxis(1, 0.5);
     post(CallKind::Brief, [&] { telescope->MoveAxis(1, 0.0); });
@@ -209,7 +212,135 @@ TEST_F(AxisStopTest, ClientThatGoes_LeavesTrackingAloneThatItChoseAfterItsMotion
     telescope->MoveAxis(0, 0.5);
     telescope->TrackingRate(1);
     EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_FALSE(Logged("The client has gone")) << "nothing was stopped";
     telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoes_WhereARateOfZeroHoldsTheAxis_LeavesItAtRest) {
+    driver->persist.WriteIniValue("chkRaMoveAxisOfZeroStopsTracking", "1");
+    telescope->MoveAxis(0, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{"RR1.00000"});
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 1e-9);
+    telescope = ConnectedTelescope();
+    telescope->MoveAxis(0, 0.5);
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), kStopAndTrack);
+    ExpectAtRest();
+}
+
+// --- whoever writes the tracking behind a motion has the last word
+
+struct Choice {
+    std::string name;
+    std::function<void(Telescope& other, frmHandBox& handBox)> make;
+    bool tracks;
+
+    friend void PrintTo(const Choice& choice, std::ostream* out) { *out << choice.name; }
+};
+
+class AxisChoiceTest : public AxisStopTest, public testing::WithParamInterface<Choice> {
+protected:
+    void Choose() {
+        GetParam().make(*other, driver->handBox);
+        EXPECT_EQ(driver->state.g_bTracking, GetParam().tracks);
+    }
+    /// How a choice is put back behind a motion that came later.
+    Wire PutBack() const { return GetParam().tracks ? Wire{"Q", "RT0"} : Wire{"#", "Q", "RT9"}; }
+};
+
+TEST_P(AxisChoiceTest, ClientThatGoes_LeavesItAlone) {
+    telescope->Tracking(!GetParam().tracks);
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_EQ(driver->state.g_bTracking, GetParam().tracks);
+    EXPECT_FALSE(Logged("The client has gone"));
+    telescope = ConnectedTelescope();
+}
+
+TEST_P(AxisChoiceTest, ClientThatGoes_StillStopsItsSecondaryAxis) {
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    telescope->MoveAxis(1, 0.5);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{"RD0.00000"});
+    EXPECT_TRUE(Logged("The client has gone: its axes are stopped"));
+    telescope = ConnectedTelescope();
+    ExpectAtRest();
+}
+
+TEST_P(AxisChoiceTest, Abort_LeavesItAlone) {
+    telescope->Tracking(!GetParam().tracks);
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), (Wire{"Q", "Q"}));
+    EXPECT_EQ(driver->state.g_bTracking, GetParam().tracks);
+    ExpectAtRest();
+}
+
+TEST_P(AxisChoiceTest, NewRateBehindIt_FindsIt_AndTheEndPutsItBack) {
+    telescope->Tracking(!GetParam().tracks);
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    telescope->MoveAxis(0, 0.25);
+    Wire sent = SentBy([&] { telescope.reset(); });
+    std::erase(sent, "RT3");
+    EXPECT_EQ(sent, PutBack());
+    EXPECT_LT(mount->Picture().hourSpeed, 0.005);
+    telescope = ConnectedTelescope();
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    telescope->MoveAxis(0, 0.25);
+    sent = SentBy([&] { other->AbortSlew(); });
+    ASSERT_GE(sent.size(), 2U);
+    EXPECT_EQ(Wire(sent.begin() + 2, sent.end()), PutBack());
+    ExpectAtRest();
+}
+
+TEST_P(AxisChoiceTest, RateOfZeroByTheClient_PutsBackWhatItsFirstRateFound) {
+    telescope->Tracking(!GetParam().tracks);
+    telescope->MoveAxis(0, 0.5);
+    Choose();
+    telescope->MoveAxis(0, 0.0);
+    EXPECT_EQ(driver->state.g_bTracking, !GetParam().tracks);
+    ExpectAtRest();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Choices, AxisChoiceTest,
+    testing::Values(Choice{"ByAnotherClient", [](Telescope& other, frmHandBox&) { other.Tracking(false); }, false},
+                    Choice{"RateOfAnotherClient", [](Telescope& other, frmHandBox&) { other.TrackingRate(1); }, true},
+                    Choice{"ZeroButton", [](Telescope&, frmHandBox& box) { box.btnRateZero.FireClick(); }, false},
+                    Choice{"LunarButton", [](Telescope&, frmHandBox& box) { box.btnRateLunar.FireClick(); }, true}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(AxisStopTest, Abort_PutsBackWhatOneClientFound_WhereAnotherHasChosenSince) {
+    telescope->MoveAxis(0, 0.5);
+    other->Tracking(false);
+    other->MoveAxis(0, 0.25);
+    EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "Q", "#", "Q", "RT9"}));
+    EXPECT_FALSE(telescope->Tracking());
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, ClientThatGoesBehindAnothersFinishedSlew_LeavesItsTracking) {
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 0.5);
+    other->Tracking(true);
+    other->SlewToCoordinates(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_TRUE(other->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '2');
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, TrackingOffWhileParked_DoesNothing_AndIsNoChoice) {
+    telescope->MoveAxis(0, 0.5);
+    driver->state.g_bParked = true;
+    other->Tracking(false);
+    driver->state.g_bParked = false;
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), (Wire{"Q", "RT3", "RT2"}));
+    telescope = ConnectedTelescope();
+    ExpectAtRest();
 }
 
 }  // namespace

@@ -187,5 +187,44 @@ TEST_F(CustomRateTest, RefusalByTheMount_IsNoError) {
     EXPECT_EQ(telescope->RightAscensionRate(), 123456.0);
 }
 
+TEST_F(CustomRateTest, RateOfAClient_IsShown_ButTheSettingsKeepTheUsersOwn) {
+    Connect();
+    HandBox().txtRaCustom.Text("0.5");
+    HandBox().txtDecCustom.Text("2");
+    telescope->RightAscensionRate(0.25);
+    telescope->DeclinationRate(-1.0);
+    EXPECT_EQ(HandBox().txtRaCustom.Text(), "0.25000");
+    EXPECT_EQ(HandBox().txtDecCustom.Text(), "-1.00000");
+    telescope->MoveAxis(0, 0.0);
+    telescope->MoveAxis(1, 0.5);
+    EXPECT_EQ(HandBox().txtRaCustom.Text(), "-1.00000");
+    EXPECT_EQ(HandBox().txtDecCustom.Text(), "119.67234");
+    EXPECT_EQ(driver->persist.ReadIniValue("txtRaCustom", "none"), "0.5");
+    EXPECT_EQ(driver->persist.ReadIniValue("txtDecCustom", "none"), "2");
+    HandBox().txtRaCustom.Text("0.75");
+    EXPECT_EQ(driver->persist.ReadIniValue("txtRaCustom", "none"), "0.75");
+}
+
+TEST_F(CustomRateTest, RateAskedForBeforeAStop_StaysAway_ButItsEndDoesNot) {
+    Connect();
+    const auto overtaken = [&](std::function<void()> write) {
+        const std::int64_t due = machine.clock.Elapsed() + 10;
+        machine.pump.PostAt(due, CallKind::Brief, std::move(write));
+        machine.pump.PostAt(due, CallKind::Stop, [&] { telescope->AbortSlew(); });
+        machine.AdvanceTime(40);
+    };
+    overtaken([&] { telescope->RightAscensionRate(10.0); });
+    overtaken([&] { telescope->DeclinationRate(10.0); });
+    EXPECT_EQ(telescope->RightAscensionRate(), 0.0);
+    EXPECT_EQ(telescope->DeclinationRate(), 0.0);
+    EXPECT_EQ(TimesLogged("Rate() does not begin: it was stopped before it could"), 2);
+    telescope->RightAscensionRate(0.5);
+    telescope->DeclinationRate(0.5);
+    overtaken([&] { telescope->RightAscensionRate(0.0); });
+    overtaken([&] { telescope->DeclinationRate(0.0); });
+    EXPECT_EQ(telescope->RightAscensionRate(), 0.0);
+    EXPECT_EQ(telescope->DeclinationRate(), 0.0);
+}
+
 }  // namespace
 }  // namespace kestrane

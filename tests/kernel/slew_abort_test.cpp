@@ -117,19 +117,32 @@ TEST_F(StopTest, CustomRates_AreWrittenBackBehindTheStop) {
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "Q Q RD" + sign + "0.03324");
 }
 
-TEST_F(StopTest, CustomRatesThatCannotBeWrittenBack_SpoilNoStop) {
-    ExpectSwallow("AbortSlew");
+TEST_F(StopTest, StopOfAMountThatDoesNotTrack_WritesNoCustomRateBack_AndSwitchesNoTrackingOn) {
     Connect("S");
     StandingMount& standing = Stand();
     telescope->RightAscensionRate(0.01);
     telescope->DeclinationRate(0.5);
     standing.replies["GOS"] = "090000232O0000#";
     telescope->Tracking(false);
-    telescope->SlewToAltAzAsync(150.0, 45.0);
-    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q");
-    EXPECT_EQ(error, 0U) << "the rates need a mount that tracks";
-    EXPECT_TRUE(driver->state.g_bAbortSlew);
-    EXPECT_TRUE(WaitForEnd());
+    const std::vector<std::function<void()>> stops{[&] { telescope->AbortSlew(); },
+                                                   [&] { telescope->AbortSlewDriver(); }};
+    for (const char* automatic : {"0", "1"}) {
+        driver->persist.WriteIniValue("chkAutoEnableTracking", automatic);
+        for (const auto& stop : stops) {
+            telescope->SlewToAltAzAsync(150.0, 45.0);
+            EXPECT_EQ(MotionDuring(stop), "Q Q");
+            EXPECT_EQ(error, 0U);
+            EXPECT_TRUE(driver->state.g_bAbortSlew);
+            EXPECT_FALSE(driver->state.g_bTracking);
+            LeaveTrackingAlone();
+            EXPECT_TRUE(WaitForEnd());
+            driver->state.g_bParking = true;
+            EXPECT_EQ(MotionDuring(stop), "Q Q");
+            machine.AdvanceTime(5'000);
+            EXPECT_FALSE(driver->state.g_bParking);
+            EXPECT_FALSE(driver->state.g_bTracking);
+        }
+    }
 }
 
 TEST_F(StopTest, AbortWithNothingToStop_SetsTheSiderealRate) {
@@ -186,6 +199,104 @@ TEST_F(StopTest, EndOfAStoppedSlew_PutsTheTrackingRateBack_AndMovesNothing) {
                   machine.AdvanceTime(10'000);
               }),
               "Q Q Q RT2");
+}
+
+TEST_F(StopTest, AbortDuringTheSecondOfWaitingBehindTheSlewCommand_EndsTheWait) {
+    for (const char* firmware : {"S", "D"}) {
+        for (const bool horizontal : {false, true}) {
+            SCOPED_TRACE(std::string(firmware) + (horizontal ? " SlewToAltAz" : " SlewToCoordinates"));
+            telescope.reset();
+            driver.reset();
+            Connect(firmware, {{"DisableSafeSlew", "1"}});
+            if (horizontal) {
+                telescope->Tracking(false);
+                LeaveTrackingAlone();
+            }
+            const double ra = telescope->SiderealTime();
+            std::size_t stoppedAt = 0;
+            std::int64_t stopped = 0;
+            const int gotos = TimesSent("MS");
+            std::int64_t sent = 0;
+            const When slewSent(
+                machine.pump, [&] { return TimesSent("MS") > gotos; }, [&] { sent = machine.clock.Elapsed(); });
+            const When stop(
+                machine.pump, [&] { return sent != 0 && machine.clock.Elapsed() >= sent + 300; },
+                [&] {
+                    stoppedAt = Tape().Count();
+                    stopped = machine.clock.Elapsed();
+                    telescope->AbortSlew();
+                });
+            horizontal ? telescope->SlewToAltAz(150.0, 45.0) : telescope->SlewToCoordinates(ra, 20.0);
+            ASSERT_TRUE(stop.Happened());
+            EXPECT_LE(machine.clock.Elapsed() - stopped, 100);
+            EXPECT_TRUE(WaitForEnd());
+            machine.AdvanceTime(20'000);
+            EXPECT_EQ(Tape().Motion(stoppedAt), "Q Q");
+            EXPECT_FALSE(mount->Picture().slewing);
+        }
+    }
+}
+
+TEST_F(StopTest, AbortWhileTheCompanionSlews_SendsTheStopPairThroughIt_AndEndsTheWait) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    driver->state.g_bQuayLink = driver->state.g_bQuayHandlesSlews = true;
+    for (const bool horizontal : {false, true}) {
+        SCOPED_TRACE(horizontal ? "*SLEWALTAZ" : "*SLEW");
+        driver->state.g_nQuaySeq = 7;
+        // The status text tells of a mount that moves, with or without tracking.
+        standing.replies["GOS"] = horizontal ? "090S00232O0000#" : "020S00232O0000#";
+        driver->state.g_bTracking = !horizontal;
+        std::size_t stoppedAt = 0;
+        std::int64_t stopped = 0;
+        const std::int64_t due = machine.clock.Elapsed() + 3'000;
+        machine.pump.PostAt(due, CallKind::Stop, [&] {
+            stoppedAt = Tape().Count();
+            stopped = machine.clock.Elapsed();
+            telescope->AbortSlew();
+        });
+        horizontal ? telescope->SlewToAltAz(150.0, 45.0) : telescope->SlewToCoordinates(5.5, 30.0);
+        ASSERT_GT(stopped, 0);
+        EXPECT_LE(machine.clock.Elapsed() - stopped, 200);
+        const std::string sent = Tape().All(stoppedAt);
+        EXPECT_NE(sent.find("Q"), std::string::npos) << sent;
+        standing.replies["GOS"] = horizontal ? "090000232O0000#" : "020000232O0000#";
+        EXPECT_TRUE(WaitForEnd());
+        EXPECT_EQ(Tape().All(stoppedAt).find("*SLEW"), std::string::npos);
+    }
+    driver->state.g_bQuayLink = driver->state.g_bQuayHandlesSlews = false;
+}
+
+/// Tracking is off, and would come by itself with the slew.
+TEST_F(StopTest, SlewOvertakenByAStop_DoesNotTurnTrackingOn) {
+    Connect("S", {{"chkAutoEnableTracking", "1"}});
+    telescope->TargetRightAscension(5.5);
+    telescope->TargetDeclination(30.0);
+    telescope->Tracking(false);
+    machine.AdvanceTime(10'000);
+    LeaveTrackingAlone();
+    const std::vector<std::function<void()>> slews{
+        [&] { telescope->SlewToCoordinatesAsync(5.5, 30.0); },
+        [&] { telescope->SlewToCoordinates(5.5, 30.0); },
+        [&] { telescope->SlewToTarget(); },
+        [&] { telescope->SlewToTargetAsync(); },
+    };
+    for (const auto& slew : slews) {
+        EXPECT_EQ(MotionDuring([&] {
+                      machine.pump.Post(CallKind::WaitsLong, slew);
+                      machine.pump.Post(CallKind::Stop, [&] { OtherClient().AbortSlew(); });
+                      machine.AdvanceTime(5'000);
+                  }),
+                  "");
+        EXPECT_FALSE(driver->state.g_bTracking);
+        EXPECT_FALSE(telescope->Slewing());
+    }
+    EXPECT_EQ(TimesLogged("() does not begin: it was stopped before it could"), 4);
+    EXPECT_EQ(MotionDuring([&] {
+                  machine.pump.Post(CallKind::Brief, slews[0]);
+                  machine.AdvanceTime(100);
+              }),
+              "Q RT2 RT2 Sr05:30:00.0 Sd+30*00:00 MS");
 }
 
 TEST_F(StopTest, StopPair_IsTwentyMillisecondsApart) {

@@ -62,6 +62,39 @@ TEST_F(HandBoxRates, CustomButton_SendsNoRateThatIsNoneOrBeyondTheLimit) {
     EXPECT_EQ(driver->state.g_nDisplayedRate, 1);
 }
 
+TEST_F(HandBoxRates, CustomRateWithAnExponent_IsNoRate) {
+    HandBox().txtRaCustom.Text("0.5");
+    HandBox().txtDecCustom.Text("0.5");
+    for (const char* text : {"1e2", "5E-1", "1E", "+1e0"}) {
+        HandBox().txtRaCustom.Text(text);
+        HandBox().txtDecCustom.Text(text);
+        EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), "") << text;
+        EXPECT_EQ(TimesLogged("it is not sent: '" + std::string(text) + "'"), 2);
+    }
+    EXPECT_EQ(driver->persist.ReadIniValue("txtRaCustom", "none"), "0.5");
+    EXPECT_EQ(driver->persist.ReadIniValue("txtDecCustom", "none"), "0.5");
+}
+
+TEST_F(HandBoxRates, RestoreOfARateThatThereIsNot_PressesNothing) {
+    EXPECT_EQ(SentBy([&] {
+                  driver->panel.RestoreTrackingRate(-1);
+                  driver->panel.RestoreTrackingRate(5);
+              }),
+              "");
+}
+
+TEST_F(HandBoxRates, SameRateShownAgain_LeavesTheTimeOfItsChange) {
+    driver->panel.ShowTrackingRate(2, false);
+    const Tick shown = driver->state.g_tickDisplayedRate;
+    machine.AdvanceTime(10);
+    driver->state.g_nDisplayedRate = 2;  // whatever the poll has shown meanwhile
+    driver->state.g_tickDisplayedRate = shown;
+    driver->panel.ShowTrackingRate(2, true);
+    EXPECT_EQ(driver->state.g_tickDisplayedRate - shown, 0);
+    driver->panel.ShowTrackingRate(3, false);
+    EXPECT_GT(driver->state.g_tickDisplayedRate - shown, 0);
+}
+
 TEST_F(HandBoxRates, CustomButton_OnAMountThatStandsSendsNothing) {
     ExpectSwallow("btnRateCustom");
     HandBox().txtRaCustom.Text("0.5");
