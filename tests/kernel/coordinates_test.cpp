@@ -57,6 +57,16 @@ TEST_F(CoordinatesTest, Altitude_ThatCannotBeRead_IsWhatTheConversionLeft) {
     EXPECT_EQ(ErrorOf([&] { EXPECT_EQ(telescope->Altitude(), 0.0); }), 0U);
 }
 
+TEST_F(CoordinatesTest, Altitude_OfAMountThatDoesNotAnswer_IsZeroOrThatOfThePoll) {
+    ExpectSwallow("CommandString");
+    Connect();
+    mount->Add(std::make_unique<DropsReply>("GA"));
+    driver->state.g_dAlt = -5.0;
+    EXPECT_EQ(ErrorOf([&] { EXPECT_EQ(telescope->Altitude(), 0.0); }), 0U);
+    driver->state.g_dAlt = 33.0;
+    EXPECT_EQ(ErrorOf([&] { EXPECT_EQ(telescope->Altitude(), 33.0); }), 0U);
+}
+
 // --- link check ------------------------------------------------------------------------------------------------------
 
 TEST_F(CoordinatesTest, LinkCheck_IsMadeByTheMembersThatSayWhereTheMountPoints_AndByNoOther) {

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "kernel/rate_wire_fixture.h"
@@ -227,6 +228,24 @@ TEST_F(SitePositionTest, AReplyThatCannotBeRead_LeavesTheLastValue) {
     EXPECT_EQ(ErrorOf([&] { EXPECT_EQ(telescope->SiteLongitude(), 85.0); }), 0U);
     EXPECT_EQ(driver->state.g_dSiteLatitude, 12.5);
     EXPECT_EQ(driver->state.g_dSiteLongitude, -275.0);
+}
+
+TEST_F(SitePositionTest, ValueThatIsNoNumber_IsRefused) {
+    Connect();
+    const double none = std::nan("");
+    EXPECT_EQ(ErrorOf([&] { telescope->SiteLatitude(none); }), 0x80040405U);
+    EXPECT_EQ(ErrorOf([&] { telescope->SiteLongitude(none); }), 0x80040405U);
+    EXPECT_EQ(ErrorOf([&] { telescope->SiteElevation(none); }), 0x80040405U);
+    EXPECT_FALSE(std::isnan(driver->state.g_dSiteLatitude));
+}
+
+TEST_F(SitePositionTest, LatitudeOfTheOtherHemisphere_TurnsTheCustomRateRound_FromTheEquatorOnNorth) {
+    Connect();
+    for (const auto& [latitude, wire] :
+         {std::pair{-33.0, ":RR1.00000#"}, {0.0, ":RR-1.00000#"}, {33.0, ":RR-1.00000#"}}) {
+        telescope->SiteLatitude(latitude);
+        EXPECT_EQ(WireOf([&] { telescope->RightAscensionRate(1.0); }), wire) << latitude;
+    }
 }
 
 }  // namespace

@@ -132,5 +132,15 @@ TEST_F(TargetTest, HorizontalTarget_HasItsBounds) {
     }
 }
 
+TEST_F(TargetTest, HorizontalTarget_WhileCommunicationsAreLost_IsRefused_AndNothingSlews) {
+    telescope->Tracking(false);
+    driver->state.g_bLostComms = true;
+    EXPECT_EQ(ErrorOf([&] { telescope->SlewToAltAzAsync(120.0, 40.0); }), 0x80040429U);
+    EXPECT_FALSE(driver->state.g_bTargetAzSet);
+    EXPECT_FALSE(driver->state.g_bTargetAltSet);
+    EXPECT_FALSE(driver->state.g_bSlewing);
+    EXPECT_EQ(TimesSent("MS"), 0);
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -214,5 +214,14 @@ TEST_F(TrackingTest, AutomaticTracking_IsReadAtEachUse_AndStartsTheChosenRate) {
     EXPECT_EQ(WireOf([&] { EXPECT_EQ(ErrorOf([&] { telescope->RightAscensionRate(0.0); }), 0x80040411U); }), "");
 }
 
+TEST_F(TrackingTest, TrackingRate_ThatIsNone_LeavesAMountThatTracksShownAsItWas) {
+    Connect();
+    telescope->TrackingRate(1);
+    EXPECT_EQ(ErrorOf([&] { telescope->TrackingRate(4); }), 0x80040405U);
+    EXPECT_TRUE(telescope->Tracking());
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 2);
+    EXPECT_EQ(telescope->TrackingRate(), 4);
+}
+
 }  // namespace
 }  // namespace kestrane
