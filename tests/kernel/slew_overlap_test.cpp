@@ -142,6 +142,22 @@ TEST_P(SlewOverlapTest, TargetWrittenWhileAnEarlierSlewIsWaitedOut_ChangesNothin
     ExpectAt(lst - 1.0, 20.0);
 }
 
+// --- a slew that is asked for inside a poll step ------------------------------------------------------------------
+
+TEST_P(SlewOverlapTest, SynchronousWaitInsideThePollStep_RunsThePollItself) {
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);  // as good as off: the timer sends nothing inside the step
+    driver->state.g_bInPoll = true;
+    mount->Add(std::make_unique<StandsWest>());
+    Tape().Clear();
+    telescope->SlewToCoordinates(NormalizeHours(lst + 2.0), 30.0);
+    driver->state.g_bInPoll = false;
+    const std::string sent = Tape().All();
+    EXPECT_NE(sent.find(" GA "), std::string::npos) << "the poll has asked for the altitude";
+    EXPECT_EQ(TimesSent("MS"), 3);
+    EXPECT_FALSE(driver->state.g_bSlewing);
+    ExpectAt(lst + 2.0, 30.0);
+}
+
 // --- faults ---------------------------------------------------------------------------------------------------------
 
 TEST_P(SlewOverlapTest, MountThatStallsShortOfItsTarget_EndsTheSlew) {

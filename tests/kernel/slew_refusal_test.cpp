@@ -331,7 +331,8 @@ TEST_F(SlewRefusalTest, HalfATarget_IsRefused_AndOnlyTheSynchronousMemberLeavesT
     telescope->TargetRightAscension(5.5);
     EXPECT_EQ(MotionDuring([&] { telescope->SlewToTargetAsync(); }), "");
     EXPECT_EQ(error, kIncomplete);
-    EXPECT_TRUE(Logged("SlewToTargetAsync: Invalid RA or Declination!"));
+    EXPECT_EQ(words, "SlewToTargetAsync: Invalid RA or Declination!") << "what the log says, not the usual words";
+    EXPECT_EQ(TimesLogged("SlewToTargetAsync: Invalid RA or Declination!"), 1);
     EXPECT_FALSE(driver->state.g_bSlewing);
     EXPECT_EQ(MotionDuring([&] { telescope->SlewToTarget(); }), "");
     EXPECT_EQ(error, kIncomplete);
@@ -340,6 +341,47 @@ TEST_F(SlewRefusalTest, HalfATarget_IsRefused_AndOnlyTheSynchronousMemberLeavesT
     driver->handBox.tmrQueryRaDecAltAz.Enabled(true);
     EXPECT_TRUE(WaitForEnd());
 }
+
+/// The flags that the refused call has left up go down although the client does nothing but ask.
+class HalfATargetTest : public SlewWireTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(HalfATargetTest, RefusedSynchronousSlew_SlewsUntilTheNextCheck) {
+    Connect(GetParam());
+    Tape().Clear();
+    for (const bool safeSlew : {true, false}) {
+        SCOPED_TRACE(safeSlew ? "with safe slew" : "without");
+        driver->persist.WriteIniValue("DisableSafeSlew", safeSlew ? "0" : "1");
+        telescope->TargetRightAscension(5.5);
+        driver->state.g_bTargetDecSet = false;
+        Try([&] { telescope->SlewToTarget(); });
+        EXPECT_EQ(error, kIncomplete);
+        EXPECT_TRUE(driver->state.g_bSlewing);
+        const std::int64_t start = machine.clock.Elapsed();
+        int asked = 0;
+        while (telescope->Slewing() && ++asked < 2'000) {
+        }
+        EXPECT_FALSE(driver->state.g_bSlewing);
+        EXPECT_LT(machine.clock.Elapsed() - start, 30'000);
+    }
+    EXPECT_EQ(Tape().Motion(), "");
+}
+
+TEST_P(HalfATargetTest, WithThePollHeldOff_TheDistanceEndsItAll_AndTheStatusTextAsSoonAsItIsRead) {
+    Connect(GetParam());
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    telescope->TargetRightAscension(5.5);
+    Try([&] { telescope->SlewToTarget(); });
+    EXPECT_EQ(error, kIncomplete);
+    const bool byStatus = driver->state.g_bGosActive;
+    EXPECT_EQ(byStatus, GetParam() == "S");
+    EXPECT_EQ(WaitForEnd(), !byStatus);
+    if (byStatus) {
+        driver->queries.QueryGos();
+        EXPECT_FALSE(telescope->Slewing());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, HalfATargetTest, testing::Values("S", "D"));
 
 TEST_F(SlewRefusalTest, TargetThatLosesAHalfOnTheWay_IsNoTarget) {
     SetUpMount({{"DisableSafeSlew", "1"}});

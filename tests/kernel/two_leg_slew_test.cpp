@@ -54,6 +54,19 @@ TEST_P(FirstLegTest, SynchronousSlew_RepeatsTheTargetBehindTheSecondLeg) {
     EXPECT_FALSE(driver->state.g_bSlewing);
 }
 
+TEST_P(FirstLegTest, TargetWithinADegree_IsReachedInOne_WhateverTheHourAngle) {
+    double ra = 0.0;
+    ASSERT_TRUE(ParseProtocolHours(GetParam().ra, ra, driver->log));
+    for (const double hours : {0.06, -0.06}) {
+        Tape().Clear();
+        telescope->SlewToCoordinatesAsync(NormalizeHours(ra + hours), 44.5);
+        EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+        EXPECT_TRUE(Tape().Motion().ends_with(" Sd+44*30:00 MS")) << Tape().Motion();
+    }
+    EXPECT_FALSE(Logged("Slew 1 of 2"));
+    EXPECT_EQ(TimesLogged("SafeSlew will not be used - Target Dec is withing 1 degree"), 2);
+}
+
 INSTANTIATE_TEST_SUITE_P(Positions, FirstLegTest,
                          testing::Values(PositionRow{"East", "20:00:00.0", "00:30:00.0"},  // -8 h: LST + 12.5
                                          PositionRow{"East", "18:00:01.0", "00:30:00.0"},  // just beyond -6 h
