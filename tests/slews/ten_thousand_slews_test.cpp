@@ -32,7 +32,7 @@ std::uint32_t Seed() {
 enum class Call { Slew, SlewAsync, ToTarget, ToTargetAsync };
 constexpr std::array kCallNames{"SlewToCoordinates", "SlewToCoordinatesAsync", "SlewToTarget", "SlewToTargetAsync"};
 
-/// What happens to a slew that does not wait, before it has ended.
+/// What happens to a slew before it has ended: to one that waits, from inside its pump.
 enum class Disturbance { None, Abort, SecondSlew };
 
 struct Scene {
@@ -41,6 +41,7 @@ struct Scene {
     Disturbance disturbance = Disturbance::None;
     std::int64_t disturbedAfterMs = 0;
     SkyTarget secondTarget;
+    bool secondWaits = false;
 
     bool Waits() const { return call == Call::Slew || call == Call::ToTarget; }
 };
@@ -112,11 +113,12 @@ protected:
         Scene scene;
         scene.call = static_cast<Call>(random_() % kCallNames.size());
         scene.target = SomeTarget(from);
-        if (!scene.Waits() && Chance(0.2)) {
+        if (Chance(0.2)) {
             scene.disturbance = Chance(0.5) ? Disturbance::Abort : Disturbance::SecondSlew;
             scene.disturbedAfterMs = static_cast<std::int64_t>(Between(0, 8'000));
             // Far away, so that no rule of short slews can come into it.
             scene.secondTarget = {simulator::FoldHours(scene.target.rightAscension + 12), -scene.target.declination};
+            scene.secondWaits = Chance(0.5);
         }
         return scene;
     }
@@ -139,18 +141,54 @@ protected:
         }
     }
 
+    /// Lays the disturbance of a slew that waits into its pump, ahead of the call.
+    void PostDisturbance(const Scene& scene) {
+        disturbed_ = false;
+        if (!scene.Waits() || scene.disturbance == Disturbance::None) {
+            return;
+        }
+        CallKind kind = scene.secondWaits ? CallKind::WaitsLong : CallKind::Brief;
+        if (scene.disturbance == Disturbance::Abort) {
+            kind = CallKind::Stop;
+        }
+        const std::int64_t due = world_->machine.clock.Elapsed() + scene.disturbedAfterMs;
+        world_->machine.pump.PostAt(due, kind, [this, scene, slew = slews_] {
+            if (slew == slews_ && commanding_) {  // not after the slew that it was meant for
+                DisturbNow(scene, scene.secondWaits);
+            }
+        });
+    }
+
     void Disturb(const Scene& scene) {
-        if (scene.disturbance == Disturbance::None) {
+        if (!scene.Waits() && scene.disturbance != Disturbance::None) {
+            world_->machine.AdvanceTime(scene.disturbedAfterMs);
+            DisturbNow(scene, false);
+        }
+    }
+
+    void DisturbNow(const Scene& scene, bool waits) {
+        disturbed_ = true;
+        gotosBefore_ = world_->GotosSoFar().size();
+        if (scene.disturbance == Disturbance::Abort) {
+            world_->telescope->AbortSlew();
             return;
         }
-        world_->machine.AdvanceTime(scene.disturbedAfterMs);
-        if (scene.disturbance == Disturbance::SecondSlew) {
-            world_->telescope->SlewToCoordinatesAsync(scene.secondTarget.rightAscension,
-                                                      scene.secondTarget.declination);
+        const SkyTarget& target = scene.secondTarget;
+        waits ? world_->telescope->SlewToCoordinates(target.rightAscension, target.declination)
+              : world_->telescope->SlewToCoordinatesAsync(target.rightAscension, target.declination);
+    }
+
+    /// The mount is never sent back to what another slew has replaced, nor anywhere by an abort.
+    void ExpectLastWord(const Scene& scene) const {
+        const std::vector<double> gotos = world_->GotosSoFar();
+        if (scene.disturbance == Disturbance::Abort) {
+            EXPECT_EQ(gotos.size(), gotosBefore_) << "a goto follows an abort";
             return;
         }
-        world_->telescope->AbortSlew();
-        gotosAtAbort_ = world_->GotosSoFar().size();
+        for (std::size_t i = gotosBefore_; i < gotos.size(); ++i) {
+            EXPECT_GT(std::abs(simulator::FoldHourAngle(gotos[i] - scene.target.rightAscension)), 1e-4)
+                << "goto " << i << " takes the telescope back";
+        }
     }
 
     void ExpectArrival(const SlewPlan& plan, const MountPicture& start, const SkyTarget& target) const {
@@ -198,23 +236,28 @@ protected:
         SCOPED_TRACE(Words(start, scene));
         const SlewPlan plan = PlanOf(start, scene.target, needsLegs_);
         world_->BeginSlew(plan.isShort != Foretold::No);
+        PostDisturbance(scene);
+        commanding_ = true;
         Command(scene);
+        commanding_ = false;
         Disturb(scene);
         ASSERT_TRUE(world_->WaitForEnd()) << "Slewing stays true";
-        switch (scene.disturbance) {
+        switch (disturbed_ ? scene.disturbance : Disturbance::None) {
             case Disturbance::None:
                 ExpectArrival(plan, start, scene.target);
                 ExpectGotos(plan, scene, start.siderealTime);
                 break;
             case Disturbance::Abort:
                 world_->machine.AdvanceTime(3'000);
-                EXPECT_EQ(world_->GotosSoFar().size(), gotosAtAbort_) << "a goto follows an abort";
+                ExpectLastWord(scene);
                 break;
             case Disturbance::SecondSlew:
                 // One that the mount refuses ends the supervision, and the mount goes on to its first target.
                 world_->machine.AdvanceTime(15'000);
+                ExpectLastWord(scene);
                 break;
         }
+        disturbedWaiting_ += disturbed_ && scene.Waits() ? 1 : 0;
         EXPECT_EQ(world_->watch.TooHighBy(), 0) << "degrees by which the counterweight was too high";
         inTwoLegs_ += plan.twoLegs == Foretold::Yes ? 1 : 0;
     }
@@ -228,8 +271,10 @@ protected:
               << simulator::FoldHourAngle(start.siderealTime - scene.target.rightAscension) << " h, Dec "
               << scene.target.declination;
         if (scene.disturbance != Disturbance::None) {
-            words << (scene.disturbance == Disturbance::Abort ? ", aborted" : ", a second slew") << " after "
-                  << scene.disturbedAfterMs << " ms";
+            words << (scene.disturbance == Disturbance::Abort ? ", aborted"
+                      : scene.secondWaits                     ? ", a second slew that waits"
+                                                              : ", a second slew")
+                  << " after " << scene.disturbedAfterMs << " ms";
         }
         return words.str();
     }
@@ -253,7 +298,10 @@ protected:
     MountSimulatorOptions options_;
     bool needsLegs_ = false;
     std::unique_ptr<SlewWorld> world_;
-    std::size_t gotosAtAbort_ = 0;
+    std::size_t gotosBefore_ = 0;
+    bool disturbed_ = false;
+    bool commanding_ = false;
+    int disturbedWaiting_ = 0;
     int slews_ = 0;
     int inTwoLegs_ = 0;
 };
@@ -265,11 +313,13 @@ constexpr std::array<std::string_view, 2> kSafeByItself{"VKC4-P02-08", "VKC4-P01
 TEST_F(TenThousandSlewsTest, WatchedByTheStatusText_NeverRaiseTheCounterweight_AndEndAtTheirTargets) {
     Slews(4, kWithStatus, true);
     EXPECT_GT(inTwoLegs_, kThousand * 4 / 5);
+    EXPECT_GT(disturbedWaiting_, kThousand / 10);
 }
 
 TEST_F(TenThousandSlewsTest, WatchedByDistance_NeverRaiseTheCounterweight_AndEndAtTheirTargets) {
     Slews(4, kWithoutStatus, true);
     EXPECT_GT(inTwoLegs_, kThousand * 4 / 5);
+    EXPECT_GT(disturbedWaiting_, kThousand / 10);
 }
 
 TEST_F(TenThousandSlewsTest, OfFirmwareThatIsSafeByItself_GoInOneLeg_AndEndAtTheirTargets) {
