@@ -224,7 +224,8 @@ public:
     bool AtPark();
     bool IsPulseGuiding();
     bool Tracking();
-    /// True starts the chosen rate; false stops the mount, but does nothing while parked.
+    /// True starts the chosen rate; false stops the mount, but does nothing while parked. Where a slew has its second
+    /// leg still to come, a write ends it, as a write of `TrackingRate` does.
     void Tracking(bool track);
     /// 0 sidereal, 1 lunar, 2 solar, 3 King. Writing stops motion, then starts tracking at the rate; 0x80040405 for
     /// others, which are kept all the same.
@@ -252,8 +253,8 @@ public:
     bool CanMoveAxis(std::int32_t axis);
     /// Runs axis 0 (primary) or 1 (secondary) at a rate in degrees per second, either way up to that of `AxisRates`. A
     /// rate of 0 ends the motion, and gives axis 0 back the tracking from before its first one. The supervision of a
-    /// running slew ends without a stop of its own, also for an axis that there is not: wanted. 0x80040405 above the
-    /// largest rate, 0x80040400 for other axes. Motion check: not parked.
+    /// running slew ends without a stop of its own, also for an axis that there is not: wanted; a park is aborted.
+    /// 0x80040405 above the largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
     // --- guards at the head of client members ---------------------------------------------------------------------
