@@ -12,7 +12,7 @@ void Telescope::RefreshPosition() {
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
-/// meaning by `RaiseSlewRefusal`.
+/// meaning by `LogRefusal`.
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
     ResumeNext errors{needs_.ledger, "SafeSlew"};
     const std::uint32_t aborts = state_.g_nAborts;

@@ -39,6 +39,7 @@ void Telescope::BeginSlew() {
         state_.g_bAbortPark = false;
     }
     state_.g_bAbortSlew = false;
+    state_.g_nSameDistance = 0;
     state_.g_bSlewCompletePending = false;  // what follows the end of an earlier slew must not stop this one
     state_.g_bSlewing = true;
     state_.g_bMountSlewing = true;

@@ -356,18 +356,20 @@ private:
     void CheckSlewRange(double rightAscension, double declination);
     void BeginSlew();
     std::uint32_t BeginNewSlew();
-    void SafeSlew(double rightAscension, double declination, bool async);
-    bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
-    void RefreshPosition();
+    bool BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
+    bool QuayTakesSlews() const;
+    void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     void WaitWhileSlewing(std::uint32_t aborts);
     bool SafeSlewWanted();
     void TakeBackTarget(double rightAscension, double declination);
     bool AbortedSince(std::uint32_t aborts) const;
-    bool ReplacedSince(std::uint32_t slews) const;
+    bool ReplacedSince(std::uint32_t slew) const;
     bool LetStopIn(std::uint32_t aborts);
     bool OvertakenByStop(std::string_view member);
     void WaitForSlewEnd(std::uint32_t aborts);
     void PumpSlewRound();
+
+    // slew_commands.cpp
     void SendSlewCommands();
     void StartFromSiderealTracking();
     std::optional<std::string> SendTarget(std::uint32_t aborts);
@@ -377,9 +379,13 @@ private:
                        const std::string& text);
     std::string SendSlew(std::string_view origin);
     void LogRefusal(std::string_view reply);
+    [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
     void ApplySlewRateOfSettings();
-    bool BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
-    void ReinstateCustomRates();
+
+    // safe_slew.cpp
+    void SafeSlew(double rightAscension, double declination, bool async);
+    bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
+    void RefreshPosition();
 
     // initial_rates.cpp
     static constexpr int kSlewRateOfSettings = -1;
@@ -396,12 +402,10 @@ private:
     bool IsPierSide(const std::string& side, std::string_view complaint);
     bool AskRa(double& hours, std::string_view label);
     bool AskDec(double& degrees, std::string_view label);
-    [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
-    bool QuayTakesSlews() const;
-    void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
-    void StopMotion(std::string_view origin);
 
     // slew_stop.cpp
+    void StopMotion(std::string_view origin);
+    void ReinstateCustomRates();
     void StopAxes(std::string_view origin);
     void SendStopPair();
 
