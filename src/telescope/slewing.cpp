@@ -157,7 +157,7 @@ void Telescope::SlewToTargetAsync() {
     check_connected("SlewToTargetAsync", true, true);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
-        throw DriverError(ErrorNumber::TargetIncomplete, "SlewToTargetAsync: Invalid RA or Declination!");
+        throw DriverError(ErrorNumber::TargetIncomplete);
     }
     BeginNewSlew();
     if (QuayTakesSlews()) {
