@@ -71,7 +71,9 @@ void Telescope::utcDate(const DateTime& utc) {
     if (!CommandBoolInternal(Command(wire::SetLocalTime, TimeOfDay(local)), false)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
     }
+    needs_.waits.PumpStops();  // here and below: a stop does not wait for the rest of the clock
     errors.Step([&] { SendDate(local); });
+    needs_.waits.PumpStops();
     errors.Step([&] { SendTimeZone(); });
 }
 
@@ -87,6 +89,7 @@ void Telescope::SendMeridianDelay() {
                               "Meridian Delay matches currently set value - no need to change!");
         return;
     }
+    needs_.waits.PumpStops();
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
     CommandBoolInternal(Command(wire::SetMeridianDelay, delay), false);
 }

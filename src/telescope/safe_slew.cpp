@@ -43,7 +43,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
             return;
         }
         WaitWhileSlewing(aborts);
-        if (ReplacedSince(slew)) {
+        if (ReplacedSince(slew, "SafeSlew")) {
             return;  // the mount stands at the other slew's target: from there nobody has planned a way to this one
         }
     }
@@ -61,7 +61,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     RefreshPosition();
     needs_.queries.QueryAlt();
     needs_.queries.QueryAz();
-    if (!ReplacedSince(slew)) {
+    if (state_.g_nSlewsBegun == slew) {
         state_.g_bSafeSlewPending = false;
     }
 }

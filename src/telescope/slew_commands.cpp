@@ -63,6 +63,7 @@ void Telescope::SendSlewCommands() {
         RaiseSlewRefusal(result);
     }
     BeginSlew();
+    ++state_.g_nSlewsTaken;
     const Tick now = needs_.clock.GetTickCount();
     state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
     state_.g_tickLastSlewCheck = now;
@@ -90,6 +91,7 @@ std::optional<std::string> Telescope::SendTarget(std::uint32_t aborts) {
 void Telescope::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
         ClearCustomDecRate();
+        needs_.waits.PumpStops();
         CommandBlindInternal(std::string(wire::TrackingRate.text) + "2", false);
     }
 }

@@ -40,6 +40,7 @@ void Telescope::BeginSlew() {
     }
     state_.g_bAbortSlew = false;
     state_.g_nSameDistance = 0;
+    state_.g_bAxisMotionBegun = false;
     state_.g_bSlewCompletePending = false;  // what follows the end of an earlier slew must not stop this one
     state_.g_bSlewing = true;
     state_.g_bMountSlewing = true;
@@ -122,7 +123,7 @@ void Telescope::SlewToTarget() {
     const bool safeSlew = SafeSlewWanted();
     if (!safeSlew) {
         WaitForSlewEnd(aborts);  // any slew in progress is waited out before the new one: wanted
-        if (AbortedSince(aborts) || ReplacedSince(slew)) {
+        if (AbortedSince(aborts) || ReplacedSince(slew, "SlewToTarget")) {
             return;
         }
         TakeBackTarget(rightAscension, declination);
@@ -170,9 +171,8 @@ void Telescope::SlewToTargetAsync() {
 }
 
 void Telescope::SlewToAltAz(double azimuth, double altitude) {
-    const std::uint32_t aborts = state_.g_nAborts;
-    if (BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
-        WaitForSlewEnd(aborts);
+    if (const auto aborts = BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
+        WaitForSlewEnd(*aborts);
     }
 }
 
@@ -180,16 +180,16 @@ void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
     BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
 }
 
-/// Whether a slew has begun.
-bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
+/// The aborts up to the beginning of the slew, or nothing when it does not begin.
+std::optional<std::uint32_t> Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
     check_connected(name, true, false);
     if (OvertakenByStop(member)) {
-        return false;
+        return std::nullopt;
     }
-    state_.g_bSafeSlewPending = false;  // of a slew that this one replaces: no stop for those who wait
-    Tracking(false);                    // stops the mount once more although it does not track: wanted
+    Tracking(false);  // stops the mount once more although it does not track: wanted
+    const std::uint32_t aborts = state_.g_nAborts;
     BeginNewSlew();
     try {
         TargetAzimuth(azimuth);
@@ -203,10 +203,10 @@ bool Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double a
             SendSlewCommands();
         }
     } catch (const DriverError&) {
-        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = false;  // nothing moves
+        state_.g_bSlewing = state_.g_bMountSlewing = false;  // nothing moves
         throw;
     }
-    return true;
+    return aborts;
 }
 
 int Telescope::DestinationSideOfPier(double rightAscension, double declination) {
@@ -237,8 +237,12 @@ bool Telescope::AbortedSince(std::uint32_t aborts) const {
 }
 
 /// Another slew was asked for since `slew` began: the mount goes there now, and the earlier one has no more say.
-bool Telescope::ReplacedSince(std::uint32_t slew) const {
-    return state_.g_nSlewsBegun != slew;
+bool Telescope::ReplacedSince(std::uint32_t slew, std::string_view who) {
+    if (state_.g_nSlewsBegun == slew) {
+        return false;
+    }
+    needs_.log.LogMessage(who, LogLevel::Warning, "This slew gives way to one that was asked for later");
+    return true;
 }
 
 /// Lets a stop in between two exchanges; whether one has come since `aborts` was read. A slew that was stopped on its

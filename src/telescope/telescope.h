@@ -356,14 +356,14 @@ private:
     void CheckSlewRange(double rightAscension, double declination);
     void BeginSlew();
     std::uint32_t BeginNewSlew();
-    bool BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
+    std::optional<std::uint32_t> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     void WaitWhileSlewing(std::uint32_t aborts);
     bool SafeSlewWanted();
     void TakeBackTarget(double rightAscension, double declination);
     bool AbortedSince(std::uint32_t aborts) const;
-    bool ReplacedSince(std::uint32_t slew) const;
+    bool ReplacedSince(std::uint32_t slew, std::string_view who);
     bool LetStopIn(std::uint32_t aborts);
     bool OvertakenByStop(std::string_view member);
     void WaitForSlewEnd(std::uint32_t aborts);
@@ -416,6 +416,8 @@ private:
     void MoveSecondaryAxis(double degreesPerSecond);
     void ShowAxisRates();
     bool TrackingChosenSinceMoveAxis() const;
+    void NoteMotion(bool begins);
+    bool StillRuns(std::int32_t axis) const;
     void StopOwnAxes();
 
     // tracking.cpp

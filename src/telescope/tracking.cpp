@@ -73,12 +73,14 @@ void Telescope::StopTracking() {
 }
 
 /// What a write of the tracking sends stops the mount. The first leg of a slew would be taken for complete where it was
-/// cut, and the second one would start from there: it ends for good.
+/// cut, and the second one would start from there; a call that waits would send its target once more. The slew ends for
+/// good.
 void Telescope::NoteTrackingChoice() {
     ++state_.g_nTrackingChoices;
-    if (state_.g_bSafeSlewPending) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Warning,
-                              "The slew ends in its first leg: a write of the tracking stops the mount");
+    state_.g_bAxisMotionBegun = false;
+    if (state_.g_bSlewing || state_.g_bSafeSlewPending) {
+        needs_.log.LogMessage("Slewing", LogLevel::Warning,
+                              "The slew ends here: a write of the tracking stops the mount");
         state_.g_bSafeSlewPending = false;
         ++state_.g_nAborts;
     }
@@ -134,6 +136,7 @@ double Telescope::DeclinationRate() {
 void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
+    // Ahead of the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
     if (secondsPerSiderealSecond != 0.0 && OvertakenByStop("RightAscensionRate")) {
         return;
     }
@@ -148,6 +151,7 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
 void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
+    // Ahead of the check, as for the other rate.
     if (arcSecondsPerSecond != 0.0 && OvertakenByStop("DeclinationRate")) {
         return;
     }
