@@ -127,6 +127,8 @@ struct DriverState : LogState, CounterState {
     bool g_bAbortSlew = false;            ///< an abort of the running slew was requested
     std::uint32_t g_nAborts = 0;          ///< stops asked for so far: a wait that sees it move was aborted; wraps
     std::uint32_t g_nSlewsBegun = 0;      ///< slews asked for so far: a wait that sees it move was replaced; wraps
+    std::uint32_t g_nSlewsTaken = 0;      ///< gotos that the mount has taken on so far, each leg by itself; wraps
+    bool g_bAxisMotionBegun = false;      ///< `MoveAxis` runs an axis that nothing known to the driver has ended since
     bool g_bSafeSlewPending = false;      ///< a two-leg slew has its second leg still to send
     double g_dSafeSlewRa = 0.0;           ///< final target of the two-leg slew, hours
     double g_dSafeSlewDec = 0.0;          ///< final target of the two-leg slew, degrees

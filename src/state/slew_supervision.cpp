@@ -227,7 +227,10 @@ void PollLoop::CompleteSlew() {
     } else {
         needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Slew complete: Setting tracking rates");
     }
-    if (state_.g_bRestoreRatePending) {
+    if (state_.g_bAxisMotionBegun) {
+        // The mount may have gone on with a slew that a motion took over from. A restored rate would end that motion.
+        needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info, "An axis runs: the tracking state is not restored");
+    } else if (state_.g_bRestoreRatePending) {
         // A custom rate is not taken up again.
         const std::int16_t rate = state_.g_nDisplayedRate == kCustomRate ? kSiderealRate : state_.g_nDisplayedRate;
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,

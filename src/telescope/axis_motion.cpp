@@ -65,14 +65,18 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
         throw DriverError(ErrorNumber::NotImplemented,
                           "Method MoveAxis " + std::to_string(axis) + " is not implemented in this driver.");
     }
-    if (degreesPerSecond != 0.0 && !state_.g_bParking) {
-        state_.g_bSlewCompletePending = false;  // that step takes up tracking again, which would end the motion
-    }
+    state_.g_bAxisMotionBegun = state_.g_bAxisMotionBegun || degreesPerSecond != 0.0;
     if (axis == kPrimary) {
         MovePrimaryAxis(degreesPerSecond);
     } else {
         MoveSecondaryAxis(degreesPerSecond);
     }
+    ForgetEndedMotion();
+}
+
+/// The end of a slew may take up tracking again, which would have ended a motion.
+void Telescope::ForgetEndedMotion() {
+    state_.g_bAxisMotionBegun = state_.g_bAxisMotionBegun && needs_.axisMotions.AnyRuns();
 }
 
 /// A motion that was asked for before a stop stays away. The end of a motion never does: the stop may have been
@@ -111,14 +115,15 @@ void Telescope::MovePrimaryAxis(double degreesPerSecond) {
             Tracking() ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
     }
     if (isFirst || TrackingChosenSinceMoveAxis()) {
-        axes_.trackingChoices = state_.g_nTrackingChoices;
         axes_.tracked = state_.g_bTracking;
     }
+    axes_.counts[kPrimary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
 }
 
 void Telescope::MoveSecondaryAxis(double degreesPerSecond) {
     axes_.rates[kSecondary] = degreesPerSecond;
+    axes_.counts[kSecondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     const double multiple = MultipleOfSidereal(degreesPerSecond);
     ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
@@ -131,11 +136,20 @@ void Telescope::ShowAxisRates() {
 
 /// A choice of anybody since the primary axis' last rate: it has ended the motion, and it stands.
 bool Telescope::TrackingChosenSinceMoveAxis() const {
-    return axes_.trackingChoices != state_.g_nTrackingChoices;
+    return axes_.counts[kPrimary].trackingChoices != state_.g_nTrackingChoices;
+}
+
+/// A slew or a write of the tracking that came later has ended the motion in the mount.
+bool Telescope::StillRuns(std::int32_t axis) const {
+    const auto index = static_cast<std::size_t>(axis);
+    const AxisMotion::Counts& counts = axes_.counts[index];
+    return axes_.rates[index] != 0.0 && counts.trackingChoices == state_.g_nTrackingChoices &&
+           counts.slewsTaken == state_.g_nSlewsTaken;
 }
 
 void Telescope::ClearAxisRates() {
     axes_.rates = {};
+    state_.g_bAxisMotionBegun = false;
     if (TrackingChosenSinceMoveAxis()) {
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     }
@@ -150,12 +164,11 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
     errors.Step([&] { Tracking(axes_.tracked); });
 }
 
-/// The mount is never left running without an owner. A slew or a park that came later has ended the motion already, as
-/// has a write of the tracking for the primary axis.
+/// The mount is never left running without an owner. The end of a slew under way takes up tracking again, which ends a
+/// motion as well.
 void Telescope::StopOwnAxes() {
-    const bool primaryRuns = axes_.rates[kPrimary] != 0.0 && !TrackingChosenSinceMoveAxis() &&
-                             axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
-    const bool secondaryRuns = axes_.rates[kSecondary] != 0.0;
+    const bool primaryRuns = StillRuns(kPrimary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
+    const bool secondaryRuns = StillRuns(kSecondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
     ResumeNext errors{needs_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
@@ -170,6 +183,7 @@ void Telescope::StopOwnAxes() {
         }
     }
     axes_ = {};
+    ForgetEndedMotion();
 }
 
 }  // namespace kestrane

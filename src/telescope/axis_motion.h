@@ -21,8 +21,14 @@ struct AxisMotion {
     std::array<double, 2> rates{};  ///< degrees per second of axis 0 (primary) and 1 (secondary), as last given
     MoveAxisTrackingState m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
 
-    // What the last rate of the primary axis found: a stop, and the end of the client, put that back.
-    std::uint32_t trackingChoices = 0;  ///< `g_nTrackingChoices`
+    /// `g_nTrackingChoices` and `g_nSlewsTaken` at the last rate of an axis: where one has moved on, the motion has
+    /// ended in the mount.
+    struct Counts {
+        std::uint32_t trackingChoices = 0;
+        std::uint32_t slewsTaken = 0;
+    };
+    std::array<Counts, 2> counts{};
+    /// What the last rate of the primary axis found: a stop, and the end of the client, put that back.
     bool tracked = false;
 
     bool Runs() const { return rates[0] != 0.0 || rates[1] != 0.0; }

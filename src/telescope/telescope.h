@@ -416,7 +416,7 @@ private:
     void MoveSecondaryAxis(double degreesPerSecond);
     void ShowAxisRates();
     bool TrackingChosenSinceMoveAxis() const;
-    void NoteMotion(bool begins);
+    void ForgetEndedMotion();
     bool StillRuns(std::int32_t axis) const;
     void StopOwnAxes();
 
