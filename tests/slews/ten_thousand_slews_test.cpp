@@ -21,6 +21,7 @@ constexpr int kThousand = 1'000;
 constexpr int kSlewsOfOneDriver = 50;
 constexpr std::uint32_t kSeed = 20260117;
 constexpr double kArrivedDegrees = 0.02;
+constexpr double kSameGotoHours = 0.01;
 constexpr double kFastDegreesPerSecond = 60;  // so that ten thousand slews take no night
 
 /// KESTRANE_SLEW_SEED in the environment, a number, brings other slews.
@@ -191,6 +192,24 @@ protected:
         }
     }
 
+    /// A slew that has replaced another ends at its own target, and never at the end of its first leg.
+    void ExpectSecondArrival(const Scene& scene, const MountPicture& start) {
+        const std::vector<double> gotos = world_->GotosSoFar();
+        if (gotos.size() == gotosBefore_) {
+            return;
+        }
+        const MountPicture end = world_->mount.Picture();
+        const SkyTarget& target = scene.secondTarget;
+        if (std::abs(simulator::FoldHourAngle(gotos.back() - target.rightAscension)) > kSameGotoHours) {
+            EXPECT_GT(std::abs(simulator::FoldHourAngle(gotos.back() - end.rightAscension)), kSameGotoHours)
+                << "the second slew has ended at its first leg";
+        } else if (PlanOf(start, target, needsLegs_).targetIsUp == Foretold::Yes) {
+            EXPECT_LT(Separation({end.rightAscension, end.declination}, target), kArrivedDegrees)
+                << "degrees off the second target";
+            ++secondArrivals_;
+        }
+    }
+
     void ExpectArrival(const SlewPlan& plan, const MountPicture& start, const SkyTarget& target) const {
         const MountPicture end = world_->mount.Picture();
         const double off = Separation({end.rightAscension, end.declination}, target);
@@ -255,6 +274,7 @@ protected:
                 // One that the mount refuses ends the supervision, and the mount goes on to its first target.
                 world_->machine.AdvanceTime(15'000);
                 ExpectLastWord(scene);
+                ExpectSecondArrival(scene, start);
                 break;
         }
         disturbedWaiting_ += disturbed_ && scene.Waits() ? 1 : 0;
@@ -302,6 +322,7 @@ protected:
     bool disturbed_ = false;
     bool commanding_ = false;
     int disturbedWaiting_ = 0;
+    int secondArrivals_ = 0;
     int slews_ = 0;
     int inTwoLegs_ = 0;
 };
@@ -314,12 +335,14 @@ TEST_F(TenThousandSlewsTest, WatchedByTheStatusText_NeverRaiseTheCounterweight_A
     Slews(4, kWithStatus, true);
     EXPECT_GT(inTwoLegs_, kThousand * 4 / 5);
     EXPECT_GT(disturbedWaiting_, kThousand / 10);
+    EXPECT_GT(secondArrivals_, kThousand / 20);
 }
 
 TEST_F(TenThousandSlewsTest, WatchedByDistance_NeverRaiseTheCounterweight_AndEndAtTheirTargets) {
     Slews(4, kWithoutStatus, true);
     EXPECT_GT(inTwoLegs_, kThousand * 4 / 5);
     EXPECT_GT(disturbedWaiting_, kThousand / 10);
+    EXPECT_GT(secondArrivals_, kThousand / 20);
 }
 
 TEST_F(TenThousandSlewsTest, OfFirmwareThatIsSafeByItself_GoInOneLeg_AndEndAtTheirTargets) {
