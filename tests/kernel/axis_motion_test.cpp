@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
@@ -353,6 +354,52 @@ TEST_F(AxisMotionTest, RunningSlew_IsNoLongerSupervised_AndGetsNoStop) {
     EXPECT_FALSE(driver->state.g_bMountSlewing);
     EXPECT_FALSE(driver->state.g_bSafeSlewPending);
     EXPECT_FALSE(driver->state.g_bAbortSlew);
+}
+
+TEST_F(AxisMotionTest, MotionDuringASlewThatLasts_OutlivesItsEnd) {
+    driver->persist.WriteIniValue("DisableSafeSlew", "1");
+    for (const bool byStatus : {true, false}) {
+        SCOPED_TRACE(byStatus ? "by the status text" : "by the distance");
+        driver->state.g_bDontUseGosForSlew = !byStatus;
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 4.0), byStatus ? -10.0 : 70.0);
+        machine.AdvanceTime(2'000);
+        telescope->MoveAxis(1, 0.25);
+        machine.AdvanceTime(5'500);
+        ASSERT_TRUE(mount->Picture().slewing);
+        EXPECT_EQ(driver->state.g_bSlewing, byStatus) << "the status text tells of it again";
+        machine.AdvanceTime(60'000);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_FALSE(driver->state.g_bSlewing);
+        EXPECT_EQ(LoggedLine("An axis runs: the tracking state is not restored"), byStatus);
+        EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+        EXPECT_TRUE(telescope->Slewing());
+        telescope->MoveAxis(1, 0.0);
+        EXPECT_FALSE(telescope->Slewing());
+        log.clear();
+    }
+    telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(3'000);
+    EXPECT_TRUE(LoggedLine("Restoring tracking state = 1"));
+}
+
+TEST_F(AxisMotionTest, MotionThatEndsBeforeTheSlewItTookOverFrom_LeavesThatSlewItsEnd) {
+    driver->persist.WriteIniValue("DisableSafeSlew", "1");
+    const std::vector<std::function<void()>> ends{[&] { telescope->MoveAxis(1, 0.0); }, [&] { telescope.reset(); }};
+    const TelescopeObject other = ConnectedTelescope();
+    for (const auto& end : ends) {
+        log.clear();
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 4.0),
+                                          telescope->Declination() > 30.0 ? -10.0 : 70.0);
+        machine.AdvanceTime(2'000);
+        telescope->MoveAxis(1, 0.25);
+        machine.AdvanceTime(5'500);
+        ASSERT_TRUE(driver->state.g_bSlewing);
+        end();
+        machine.AdvanceTime(60'000);
+        EXPECT_TRUE(LoggedLine("Restoring tracking state = 1"));
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    }
+    telescope = ConnectedTelescope();
 }
 
 TEST_F(AxisMotionTest, SlewThatIsWaitedFor_ReturnsAndCommandsNoSecondLeg) {

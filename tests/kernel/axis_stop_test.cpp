@@ -267,6 +267,17 @@ TEST_P(AxisChoiceTest, ClientThatGoes_StillStopsItsSecondaryAxis) {
     ExpectAtRest();
 }
 
+TEST_P(AxisChoiceTest, ClientThatGoes_SendsNothingForASecondaryAxisThatItEnded) {
+    telescope->MoveAxis(1, 0.5);
+    Choose();
+    ASSERT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    const std::int16_t shown = driver->state.g_nDisplayedRate;
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_EQ(driver->state.g_nDisplayedRate, shown);
+    EXPECT_FALSE(Logged("The client has gone"));
+    telescope = ConnectedTelescope();
+}
+
 TEST_P(AxisChoiceTest, Abort_LeavesItAlone) {
     telescope->Tracking(!GetParam().tracks);
     telescope->MoveAxis(0, 0.5);
@@ -331,6 +342,38 @@ TEST_F(AxisStopTest, ClientThatGoesBehindAnothersFinishedSlew_LeavesItsTracking)
     EXPECT_TRUE(other->Tracking());
     EXPECT_EQ(mount->Picture().tracking, '2');
     telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoesBehindAnothersFinishedSlew_LeavesTheCustomRateOfTheOther) {
+    telescope->MoveAxis(1, 0.5);
+    other->SlewToCoordinates(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(10'000);
+    other->DeclinationRate(1.0);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 4);
+    EXPECT_GT(std::abs(mount->Picture().polarSpeed), 1e-4);
+    EXPECT_FALSE(Logged("The client has gone"));
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoesRightBehindAnothersSlew_SendsNothingForTheAxesThatItEnded) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    other->SlewToCoordinates(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+    ASSERT_FALSE(driver->state.g_bSlewing);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
+    telescope = ConnectedTelescope();
+}
+
+TEST_F(AxisStopTest, ClientThatGoes_StopsAMotionThatItBeganBehindASlew) {
+    telescope->MoveAxis(1, 0.5);
+    other->SlewToCoordinates(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(10'000);
+    telescope->MoveAxis(1, 0.25);
+    EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{"RD0.00000"});
+    telescope = ConnectedTelescope();
+    ExpectAtRest();
 }
 
 TEST_F(AxisStopTest, TrackingOffWhileParked_DoesNothing_AndIsNoChoice) {

@@ -439,6 +439,18 @@ TEST_F(SupervisionTest, CustomRate_FallsBackToSidereal_AndNoRateIsRestoredBefore
     EXPECT_TRUE(Logged("CheckSlewComplete|0|Restoring tracking state = 1"));
 }
 
+TEST_F(SupervisionTest, RateIsNotRestored_WhileAnAxisMotionRunsThatBeganSince) {
+    state.g_bSlewCompletePending = state.g_bRestoreRatePending = state.g_bAxisMotionBegun = true;
+    state.g_nDisplayedRate = 2;
+    poll.CheckSlewComplete();
+    EXPECT_TRUE(panel.calls.empty());
+    EXPECT_TRUE(Logged("CheckSlewComplete|0|An axis runs: the tracking state is not restored"));
+    state.g_bSlewCompletePending = true;
+    state.g_bAxisMotionBegun = false;
+    poll.CheckSlewComplete();
+    EXPECT_EQ(panel.calls, std::vector<std::string>{"RestoreTrackingRate 2"});
+}
+
 TEST_F(SupervisionTest, LatitudeOfExactlyZero_IsAskedFor) {
     state.g_dSiteLatitude = 0.0;
     state.g_bSlewCompletePending = true;
