@@ -356,12 +356,17 @@ TEST_F(AxisStopTest, ClientThatGoesBehindAnothersFinishedSlew_LeavesTheCustomRat
     telescope = ConnectedTelescope();
 }
 
-TEST_F(AxisStopTest, ClientThatGoesRightBehindAnothersSlew_SendsNothingForTheAxesThatItEnded) {
+TEST_F(AxisStopTest, ClientThatGoesBehindAnothersSlew_SendsNothingForTheAxesThatItEnded) {
     telescope->MoveAxis(0, 0.5);
     telescope->MoveAxis(1, 0.5);
-    other->SlewToCoordinates(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
-    driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+    const std::uint32_t choices = driver->state.g_nTrackingChoices;
+    other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
+    for (int passes = 0; driver->state.g_bSlewing && passes < 10'000; ++passes) {
+        driver->state.g_bRestoreRatePending = false;  // the slew alone has ended the motion
+        machine.AdvanceTime(10);
+    }
     ASSERT_FALSE(driver->state.g_bSlewing);
+    ASSERT_EQ(driver->state.g_nTrackingChoices, choices);
     EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{});
     telescope = ConnectedTelescope();
 }
