@@ -12,7 +12,7 @@
 
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_platform.h"
-#include "platform_posix/test_world.h"
+#include "platform/posix/test_world.h"
 
 namespace kestrane {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <tuple>
 
-#include "platform_posix/test_world.h"
+#include "platform/posix/test_world.h"
 
 namespace kestrane {
 

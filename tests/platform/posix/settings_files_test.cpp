@@ -7,7 +7,7 @@
 #include "platform/posix/posix_application_settings.h"
 #include "platform/posix/posix_folders.h"
 #include "platform/posix/posix_registry.h"
-#include "platform_posix/test_world.h"
+#include "platform/posix/test_world.h"
 
 namespace kestrane {
 namespace {

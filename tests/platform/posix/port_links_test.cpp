@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "platform/posix/posix_serial_ports.h"
-#include "platform_posix/test_world.h"
+#include "platform/posix/test_world.h"
 
 namespace kestrane {
 
