@@ -25,10 +25,11 @@ function(kestrane_program name source)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endfunction()
 
-# kestrane_tests(NAME DEPENDS lib...): one test program from all *_test.cpp of the current folder.
+# kestrane_tests(NAME [SOURCES pattern...] DEPENDS lib...): one test program from all *_test.cpp of the current folder
+# and all files of the patterns.
 function(kestrane_tests name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS *_test.cpp)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *_test.cpp ${ARG_SOURCES})
   if(NOT sources)
     return()
   endif()

@@ -1,0 +1,311 @@
+#include <gtest/gtest.h>
+#include <tuple>
+
+#include "driver/slews/slew_wire_fixture.h"
+#include "kernel/base/conversions.h"
+
+namespace kestrane {
+namespace {
+
+enum class Moment { FirstLeg, BetweenTheLegs, SecondLeg, Settling };
+enum class Stopper { TheClientItself, AnotherClient, TheHandBox };
+
+/// A slew in two legs that is stopped.
+class SlewAbortTest : public SlewWireTest,
+                      public testing::WithParamInterface<std::tuple<std::string, Moment, Stopper, bool>> {
+protected:
+    void SetUp() override {
+        Connect(std::get<0>(GetParam()));
+        mount->Add(std::make_unique<StandsWest>());
+        other_ = &OtherClient();
+        ra_ = NormalizeHours(telescope->SiderealTime() + 2.0);
+    }
+    bool Waits() const { return std::get<3>(GetParam()); }
+    void Slew() { Waits() ? telescope->SlewToCoordinates(ra_, 30.0) : telescope->SlewToCoordinatesAsync(ra_, 30.0); }
+    bool IsNow() {
+        const bool moves = mount->Picture().slewing;
+        const bool watched = driver->state.g_bSlewing && driver->handBox.tmrSlewFlashUI.Enabled();
+        const int gotos = TimesSent("MS");
+        switch (std::get<1>(GetParam())) {
+            case Moment::FirstLeg:
+                return watched && gotos == 1 && moves;
+            case Moment::BetweenTheLegs:
+                return watched && gotos == 1 && !moves && driver->state.g_bSafeSlewPending;
+            case Moment::SecondLeg:
+                return watched && gotos == 2 && moves;
+            case Moment::Settling:
+                return watched && gotos == 2 && !moves;
+        }
+        return false;
+    }
+    void Stop() {
+        switch (std::get<2>(GetParam())) {
+            case Stopper::TheClientItself:
+                telescope->AbortSlew();
+                break;
+            case Stopper::AnotherClient:
+                other_->AbortSlew();
+                break;
+            case Stopper::TheHandBox:
+                driver->handBox.lblRA.FireClick();
+                EXPECT_TRUE(driver->askAbortSlew.Visible());
+                EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT SLEW?");
+                driver->askAbortSlew.btnOK.FireClick();
+                EXPECT_FALSE(driver->askAbortSlew.Visible());
+                break;
+        }
+    }
+
+private:
+    Telescope* other_ = nullptr;
+    double ra_ = 0.0;
+};
+
+TEST_P(SlewAbortTest, SendsTheStopPair_AndNothingEverAfter) {
+    std::size_t stoppedAt = 0;
+    std::int64_t stopped = 0;
+    const When stop(
+        machine.pump, [&] { return IsNow(); },
+        [&] {
+            stoppedAt = Tape().Count();
+            stopped = machine.clock.Elapsed();
+            Stop();
+            EXPECT_EQ(Tape().Motion(stoppedAt), "Q Q");
+            EXPECT_LE(machine.clock.Elapsed() - stopped, 60);
+            EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+        });
+    Slew();
+    if (Waits()) {
+        EXPECT_LT(machine.clock.Elapsed() - stopped, 1'000) << "the wait has ended";
+    } else {
+        for (int i = 0; i < 600 && !stop.Happened(); ++i) {
+            machine.AdvanceTime(100);
+        }
+    }
+    ASSERT_TRUE(stop.Happened());
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_LT(machine.clock.Elapsed() - stopped, 8'000);
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(Tape().Motion(stoppedAt), "Q Q");
+    EXPECT_FALSE(telescope->Slewing());
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_FALSE(driver->state.g_bAbortSlew);
+    EXPECT_EQ(driver->state.g_bTracking, true);
+    EXPECT_TRUE(PollRuns());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllWays, SlewAbortTest,
+    testing::Combine(testing::Values("S", "D"),
+                     testing::Values(Moment::FirstLeg, Moment::BetweenTheLegs, Moment::SecondLeg, Moment::Settling),
+                     testing::Values(Stopper::TheClientItself, Stopper::AnotherClient, Stopper::TheHandBox),
+                     testing::Bool()));
+
+class StopTest : public SlewWireTest {};
+
+TEST_F(StopTest, CustomRates_AreWrittenBackBehindTheStop) {
+    Connect("S");
+    Stand();
+    telescope->RightAscensionRate(0.01);
+    telescope->DeclinationRate(0.5);
+    telescope->SlewToCoordinatesAsync(5.5, 30.0);
+    const std::string sign = driver->state.g_bWestSide ? "-" : "";
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q RR-0.01000 RD" + sign + "0.03324");
+    EXPECT_EQ(error, 0U);
+    driver->state.g_bSlewing = true;
+    telescope->RightAscensionRate(0.0);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "Q Q RD" + sign + "0.03324");
+}
+
+TEST_F(StopTest, StopOfAMountThatDoesNotTrack_WritesNoCustomRateBack_AndSwitchesNoTrackingOn) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    telescope->RightAscensionRate(0.01);
+    telescope->DeclinationRate(0.5);
+    standing.replies["GOS"] = "090000232O0000#";
+    telescope->Tracking(false);
+    const std::vector<std::function<void()>> stops{[&] { telescope->AbortSlew(); },
+                                                   [&] { telescope->AbortSlewDriver(); }};
+    for (const char* automatic : {"0", "1"}) {
+        driver->persist.WriteIniValue("chkAutoEnableTracking", automatic);
+        for (const auto& stop : stops) {
+            telescope->SlewToAltAzAsync(150.0, 45.0);
+            EXPECT_EQ(MotionDuring(stop), "Q Q");
+            EXPECT_EQ(error, 0U);
+            EXPECT_TRUE(driver->state.g_bAbortSlew);
+            EXPECT_FALSE(driver->state.g_bTracking);
+            LeaveTrackingAlone();
+            EXPECT_TRUE(WaitForEnd());
+            driver->state.g_bParking = true;
+            EXPECT_EQ(MotionDuring(stop), "Q Q");
+            machine.AdvanceTime(5'000);
+            EXPECT_FALSE(driver->state.g_bParking);
+            EXPECT_FALSE(driver->state.g_bTracking);
+        }
+    }
+}
+
+TEST_F(StopTest, AbortWithNothingToStop_SetsTheSiderealRate) {
+    Connect("S");
+    Stand();
+    telescope->TrackingRate(1);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q RT2");
+    EXPECT_EQ(telescope->TrackingRate(), 0);
+    EXPECT_FALSE(driver->state.g_bAbortSlew);
+}
+
+TEST_F(StopTest, AbortWithNothingToStop_AndNoTracking_SendsNothing) {
+    Connect("S");
+    Stand();
+    driver->state.g_bTracking = false;
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "");
+    EXPECT_EQ(error, 0U);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "");
+}
+
+TEST_F(StopTest, HandBoxStop_OfATrackingMount_IsTheStopPair) {
+    Connect("S");
+    Stand();
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "Q Q");
+    EXPECT_FALSE(driver->state.g_bAbortSlew) << "nothing slews";
+}
+
+TEST_F(StopTest, AbortOfASlewWithoutTracking_IsOneStopPair_LoggedOnItsOrigin) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    standing.replies["GOS"] = "090000232O0000#";
+    telescope->Tracking(false);
+    telescope->SlewToAltAzAsync(150.0, 45.0);
+    log.clear();
+    Tape().Clear();
+    telescope->AbortSlew();
+    EXPECT_EQ(Tape().Motion(), "Q Q");
+    EXPECT_EQ(log.front().origin, "ASCOM");
+    EXPECT_EQ(log.front().message, "AbortSlew()");
+    log.clear();
+    driver->state.g_bSlewing = true;
+    telescope->AbortSlewDriver();
+    EXPECT_EQ(log.front().origin, "Driver");
+}
+
+TEST_F(StopTest, EndOfAStoppedSlew_PutsTheTrackingRateBack_AndMovesNothing) {
+    Connect("S");
+    driver->state.g_bRestoreRatePending = true;
+    telescope->SlewToCoordinatesAsync(5.5, 30.0);
+    machine.AdvanceTime(2'000);
+    EXPECT_EQ(MotionDuring([&] {
+                  telescope->AbortSlew();
+                  EXPECT_TRUE(WaitForEnd());
+                  machine.AdvanceTime(10'000);
+              }),
+              "Q Q Q RT2");
+}
+
+TEST_F(StopTest, AbortDuringTheSecondOfWaitingBehindTheSlewCommand_EndsTheWait) {
+    for (const char* firmware : {"S", "D"}) {
+        for (const bool horizontal : {false, true}) {
+            SCOPED_TRACE(std::string(firmware) + (horizontal ? " SlewToAltAz" : " SlewToCoordinates"));
+            telescope.reset();
+            driver.reset();
+            Connect(firmware, {{"DisableSafeSlew", "1"}});
+            if (horizontal) {
+                telescope->Tracking(false);
+                LeaveTrackingAlone();
+            }
+            const double ra = telescope->SiderealTime();
+            std::size_t stoppedAt = 0;
+            std::int64_t stopped = 0;
+            const int gotos = TimesSent("MS");
+            std::int64_t sent = 0;
+            const When slewSent(
+                machine.pump, [&] { return TimesSent("MS") > gotos; }, [&] { sent = machine.clock.Elapsed(); });
+            const When stop(
+                machine.pump, [&] { return sent != 0 && machine.clock.Elapsed() >= sent + 300; },
+                [&] {
+                    stoppedAt = Tape().Count();
+                    stopped = machine.clock.Elapsed();
+                    telescope->AbortSlew();
+                });
+            horizontal ? telescope->SlewToAltAz(150.0, 45.0) : telescope->SlewToCoordinates(ra, 20.0);
+            ASSERT_TRUE(stop.Happened());
+            EXPECT_LE(machine.clock.Elapsed() - stopped, 100);
+            EXPECT_TRUE(WaitForEnd());
+            machine.AdvanceTime(20'000);
+            EXPECT_EQ(Tape().Motion(stoppedAt), "Q Q");
+            EXPECT_FALSE(mount->Picture().slewing);
+        }
+    }
+}
+
+TEST_F(StopTest, AbortWhileTheCompanionSlews_SendsTheStopPair_AndEndsTheWait) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    driver->state.g_bQuayLink = driver->state.g_bQuayHandlesSlews = true;
+    for (const bool horizontal : {false, true}) {
+        SCOPED_TRACE(horizontal ? "*SLEWALTAZ" : "*SLEW");
+        driver->state.g_nQuaySeq = 7;
+        // The status text tells of a mount that moves, with or without tracking.
+        standing.replies["GOS"] = horizontal ? "090S00232O0000#" : "020S00232O0000#";
+        driver->state.g_bTracking = !horizontal;
+        std::size_t stoppedAt = 0;
+        std::int64_t stopped = 0;
+        const std::int64_t due = machine.clock.Elapsed() + 3'000;
+        machine.pump.PostAt(due, CallKind::Stop, [&] {
+            stoppedAt = Tape().Count();
+            stopped = machine.clock.Elapsed();
+            telescope->AbortSlew();
+        });
+        horizontal ? telescope->SlewToAltAz(150.0, 45.0) : telescope->SlewToCoordinates(5.5, 30.0);
+        ASSERT_GT(stopped, 0);
+        EXPECT_LE(machine.clock.Elapsed() - stopped, 200);
+        const std::string sent = Tape().All(stoppedAt);
+        EXPECT_EQ(sent, "Q Q");
+        standing.replies["GOS"] = horizontal ? "090000232O0000#" : "020000232O0000#";
+        EXPECT_TRUE(WaitForEnd());
+        EXPECT_EQ(Tape().All(stoppedAt).find("*SLEW"), std::string::npos);
+    }
+    driver->state.g_bQuayLink = driver->state.g_bQuayHandlesSlews = false;
+}
+
+/// Tracking is off, and would come by itself with the slew.
+TEST_F(StopTest, SlewOvertakenByAStop_DoesNotTurnTrackingOn) {
+    Connect("S", {{"chkAutoEnableTracking", "1"}});
+    telescope->TargetRightAscension(5.5);
+    telescope->TargetDeclination(30.0);
+    telescope->Tracking(false);
+    machine.AdvanceTime(10'000);
+    LeaveTrackingAlone();
+    const std::vector<std::function<void()>> slews{
+        [&] { telescope->SlewToCoordinatesAsync(5.5, 30.0); },
+        [&] { telescope->SlewToCoordinates(5.5, 30.0); },
+        [&] { telescope->SlewToTarget(); },
+        [&] { telescope->SlewToTargetAsync(); },
+    };
+    for (const auto& slew : slews) {
+        EXPECT_EQ(MotionDuring([&] {
+                      machine.pump.Post(CallKind::WaitsLong, slew);
+                      machine.pump.Post(CallKind::Stop, [&] { OtherClient().AbortSlew(); });
+                      machine.AdvanceTime(5'000);
+                  }),
+                  "");
+        EXPECT_FALSE(driver->state.g_bTracking);
+        EXPECT_FALSE(telescope->Slewing());
+    }
+    EXPECT_EQ(TimesLogged("() does not begin: it was stopped before it could"), 4);
+    EXPECT_EQ(MotionDuring([&] {
+                  machine.pump.Post(CallKind::Brief, slews[0]);
+                  machine.AdvanceTime(100);
+              }),
+              "Q RT2 RT2 Sr05:30:00.0 Sd+30*00:00 MS");
+}
+
+TEST_F(StopTest, StopPair_IsTwentyMillisecondsApart) {
+    Connect("S");
+    telescope->SlewToCoordinatesAsync(5.5, 30.0);
+    Tape().Clear();
+    telescope->AbortSlew();
+    EXPECT_EQ(Tape().Timed(), "0:Q 30:Q") << "ten of them are the pause behind every command without a reply";
+}
+
+}  // namespace
+}  // namespace kestrane

@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include "driver/slews/slew_wire_fixture.h"
+#include "simulator/misbehaviours.h"
+
+namespace kestrane {
+namespace {
+
+/// Slews that are planned from a position that the mount tells badly or not at all. The mount stands two hours east of
+/// the meridian on the east side of the pier, with its counterweight up.
+class SlewPlanFaultTest : public SlewWireTest {
+protected:
+    void Prepare(const std::string& firmware = "S") {
+        Connect(firmware);
+        standing = &Stand();
+        standing->Stand("14:00:00.00", "+45*00:00.0", "12:00:00", "East");
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+        telescope->MaxSerialRetries(0);
+        driver->InternalInstance().MaxSerialRetries(0);
+    }
+    void ReadAll() {
+        ASSERT_TRUE(driver->queries.QueryLst());
+        ASSERT_TRUE(driver->queries.QueryRa());
+        ASSERT_TRUE(driver->queries.QueryDec());
+        ASSERT_TRUE(driver->queries.QuerySideOfMount());
+    }
+    StandingMount* standing = nullptr;
+};
+
+TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsTheOneOfAHangingCounterweight) {
+    ExpectSwallow("CommandString");
+    for (const char* reply : {"", "north#", "#"}) {
+        SCOPED_TRACE(std::string("reply '") + reply + "'");
+        Prepare();
+        ReadAll();
+        ASSERT_EQ(driver->state.g_nSideOfPier, 0);
+        standing->replies["pS"] = reply;
+        const std::string motion = MotionDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
+        EXPECT_EQ(error, 0U);
+        EXPECT_TRUE(motion.ends_with("RT2 Sr14:15:00.0 Sd+20*00:00 MS")) << motion;
+        EXPECT_EQ(driver->state.g_nSideOfPier, 1) << "two hours before the meridian it hangs on the west side";
+        EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+        telescope.reset();
+        driver.reset();
+        machine.serialPorts.Disconnect(1);
+    }
+}
+
+TEST_F(SlewPlanFaultTest, PositionThatIsNotTold_IsTheLastOneThatWas) {
+    ExpectSwallow("CommandString");
+    Prepare();
+    ReadAll();
+    standing->replies["GR"] = "";
+    standing->replies["GD"] = "";
+    const std::string motion = MotionDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
+    EXPECT_NE(motion.find("RT2 Sr11:30:0"), std::string::npos) << motion;  // seconds have passed without an answer
+    EXPECT_TRUE(motion.ends_with(" Sd+45*00:00 MS")) << motion;
+    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+    EXPECT_EQ(error, 0U);
+}
+
+/// The mount has kept silent about it when the client connected.
+TEST_F(SlewPlanFaultTest, SiderealTimeThatWasNeverRead_IsAskedForAheadOfTheSide) {
+    MountSimulatorOptions options;
+    options.firmware = "S";
+    options.parkedAtPowerOn = false;
+    BuildMount(options);
+    ExpectSwallow("CommandString");
+    mount->Add(std::make_unique<DropsReply>("GS"));
+    Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
+    telescope = ConnectedTelescope();
+    ASSERT_FALSE(driver->queries.LstKnown());
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->state.g_bTracking = true;
+    standing = &Stand();
+    standing->Stand("14:00:00.00", "+45*00:00.0", "12:00:00", "East");
+    const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
+    EXPECT_TRUE(sent.starts_with("GS GR GD pS ")) << sent;
+    EXPECT_TRUE(sent.ends_with("Sr11:30:00.0 Sd+45*00:00 MS")) << sent;
+    Tape().Clear();
+    telescope->SlewToCoordinatesAsync(14.5, 20.0);
+    EXPECT_TRUE(Tape().All().starts_with("GR GD pS ")) << Tape().All();
+}
+
+/// The side is computed from right ascension and sidereal time, which are read ahead of it.
+TEST_F(SlewPlanFaultTest, FirmwareThatKnowsNoSide_SlewsInOneLegFromWhereverItStands) {
+    Prepare("S");
+    ReadAll();
+    driver->state.g_sVersion = "C";
+    for (const char* ra : {"14:00:00.00", "10:00:00.00", "20:00:00.00", "04:00:00.00"}) {
+        SCOPED_TRACE(ra);
+        standing->replies["GR"] = std::string(ra) + "#";
+        const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(2.25, 20.0); });
+        EXPECT_TRUE(sent.starts_with("GR GD RT2 Sr02:15:00.0 ")) << sent;
+        EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    }
+    driver->state.g_sVersion = "S";
+}
+
+}  // namespace
+}  // namespace kestrane
