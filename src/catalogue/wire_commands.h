@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace kestrane {
@@ -16,14 +18,72 @@ enum class ReplyForm {
 /// How a command goes out: framed by the exchange as ":", text, "#", or as it stands.
 enum class Framing { Framed, Raw };
 
-/// One command of the mount's protocol. `text` is what a caller hands to the exchange, followed by its argument
-/// where `argument` names one.
-struct WireCommand {
-    std::string_view text;
+/// What the exchange does for a command besides sending it. A text that a client brings itself meets the same as the
+/// row of the same text.
+struct Care {
+    bool zeroIsGood = false;   ///< `CommandBool` of a client, and it alone, also takes "0" for a good reply
+    std::int32_t pauseMs = 0;  ///< after a good reply
+
+    friend constexpr bool operator==(const Care&, const Care&) = default;
+};
+
+/// A command with its argument, ready to be sent. A client's own text becomes one by `OwnText`.
+template <ReplyForm form>
+struct OutgoingCommand {
+    std::string text;  ///< without the frame that `framing` adds
     Framing framing = Framing::Framed;
-    ReplyForm reply = ReplyForm::None;
-    std::string_view argument;  ///< form of what follows the text; empty for none
+
+    bool Raw() const { return framing == Framing::Raw; }
+    /// What goes over the line.
+    std::string OnTheWire() const { return Raw() ? text : ":" + text + "#"; }
+};
+
+/// One command of the mount's protocol, a row of the table below. The form of its reply is part of its type, so that a
+/// command cannot be sent by a method that waits for another answer.
+template <ReplyForm form>
+struct WireRow {
+    static constexpr ReplyForm kReply = form;
+
+    std::string_view text;  ///< followed by the argument where `argument` names one
+    Framing framing = Framing::Framed;
+    std::string_view
+        argument;  ///< form of what follows the text; empty for none. A raw row adds its closing "#" itself
     std::string_view meaning;
+    Care care{};
+
+    constexpr bool Raw() const { return framing == Framing::Raw; }
+
+    OutgoingCommand<form> With(std::string_view value) const {
+        const bool closes = Raw() && argument.ends_with('#');
+        return {std::string(text) + std::string(value) + (closes ? "#" : ""), framing};
+    }
+    operator OutgoingCommand<form>() const { return With(""); }
+
+    /// The same command for a caller that reads the answer off the line itself.
+    constexpr WireRow<ReplyForm::None> ReplyReadApart() const { return {text, framing, argument, meaning, care}; }
+};
+
+using BlindCommand = WireRow<ReplyForm::None>;
+using CharacterCommand = WireRow<ReplyForm::Character>;
+using TextCommand = WireRow<ReplyForm::Text>;
+
+/// A row of any form, for those who go through the whole table.
+struct WireCommand {
+    template <ReplyForm form>
+    constexpr WireCommand(const WireRow<form>& row)
+        : text(row.text),
+          framing(row.framing),
+          reply(form),
+          argument(row.argument),
+          meaning(row.meaning),
+          care(row.care) {}
+
+    std::string_view text;
+    Framing framing;
+    ReplyForm reply;
+    std::string_view argument;
+    std::string_view meaning;
+    Care care;
 
     constexpr bool Raw() const { return framing == Framing::Raw; }
 };
@@ -35,112 +95,112 @@ namespace wire {
 
 // clang-format off
 // Identification and control
-inline constexpr WireCommand EndInput         {"#",         Framing::Raw,    ReplyForm::None,      "",  "ends a partial input"};
-inline constexpr WireCommand Version          {"V",         Framing::Framed, ReplyForm::Text,      "",  "firmware version"};
-inline constexpr WireCommand VersionRaw       {"#:V#",      Framing::Raw,    ReplyForm::Text,      "",  "ends a partial input, then firmware version"};
-inline constexpr WireCommand ToggleFormat     {"U",         Framing::Framed, ReplyForm::None,      "",  "toggles long and short format"};
-inline constexpr WireCommand ToggleFormatRaw  {"#:U#",      Framing::Raw,    ReplyForm::None,      "",  "ends a partial input, then toggles the format"};
-inline constexpr WireCommand MountForm        {":G\x05#",   Framing::Raw,    ReplyForm::Text,      "",  "form of the mount; 1, 3, 5, 7 are fork mounts"};
-inline constexpr WireCommand FirmwareRevision {"G_S",       Framing::Framed, ReplyForm::Text,      "",  "firmware revision of KC4 and KC5, an integer"};
-inline constexpr WireCommand Status           {"GOS",       Framing::Framed, ReplyForm::Text,      "",  "operating status"};
-inline constexpr WireCommand Quay             {"QUAY",      Framing::Framed, ReplyForm::Character, "",  "proof of the companion application"};
+inline constexpr BlindCommand     EndInput         {"#",         Framing::Raw,    "",  "ends a partial input"};
+inline constexpr TextCommand      Version          {"V",         Framing::Framed, "",  "firmware version"};
+inline constexpr TextCommand      VersionRaw       {"#:V#",      Framing::Raw,    "",  "ends a partial input, then firmware version"};
+inline constexpr BlindCommand     ToggleFormat     {"U",         Framing::Framed, "",  "toggles long and short format"};
+inline constexpr BlindCommand     ToggleFormatRaw  {"#:U#",      Framing::Raw,    "",  "ends a partial input, then toggles the format"};
+inline constexpr TextCommand      MountForm        {":G\x05#",   Framing::Raw,    "",  "form of the mount; 1, 3, 5, 7 are fork mounts"};
+inline constexpr TextCommand      FirmwareRevision {"G_S",       Framing::Framed, "",  "firmware revision of KC4 and KC5, an integer"};
+inline constexpr TextCommand      Status           {"GOS",       Framing::Framed, "",  "operating status"};
+inline constexpr CharacterCommand Quay             {"QUAY",      Framing::Framed, "",  "proof of the companion application"};
 
 // Queries
-inline constexpr WireCommand GetRa            {"GR",        Framing::Framed, ReplyForm::Text,      "",  "right ascension"};
-inline constexpr WireCommand GetDec           {"GD",        Framing::Framed, ReplyForm::Text,      "",  "declination"};
-inline constexpr WireCommand GetAltitude      {"GA",        Framing::Framed, ReplyForm::Text,      "",  "altitude"};
-inline constexpr WireCommand GetAzimuth       {"GZ",        Framing::Framed, ReplyForm::Text,      "",  "azimuth"};
-inline constexpr WireCommand GetSiderealTime  {"GS",        Framing::Framed, ReplyForm::Text,      "",  "local sidereal time HH:MM:SS"};
-inline constexpr WireCommand GetLocalTime     {"GL",        Framing::Framed, ReplyForm::Text,      "",  "local time; the first 8 characters count"};
-inline constexpr WireCommand GetTimeZone      {"GG",        Framing::Framed, ReplyForm::Text,      "",  "time zone [-]HH:MM:SS.S, UTC minus local time"};
-inline constexpr WireCommand GetMeridianDelay {"GM",        Framing::Framed, ReplyForm::Text,      "",  "meridian delay, a signed time"};
-inline constexpr WireCommand GetPierSide      {"pS",        Framing::Framed, ReplyForm::Text,      "",  "side of the pier, East or West"};
-inline constexpr WireCommand GetLongitude     {"Gg",        Framing::Framed, ReplyForm::Text,      "",  "site longitude, west positive, 0 to 360"};
-inline constexpr WireCommand GetLatitude      {"Gt",        Framing::Framed, ReplyForm::Text,      "",  "site latitude"};
-inline constexpr WireCommand GetCenteringRate {"Rc",        Framing::Framed, ReplyForm::Text,      "",  "centering rate"};
-inline constexpr WireCommand GetSlewRate      {"Rs",        Framing::Framed, ReplyForm::Text,      "",  "slew rate"};
+inline constexpr TextCommand      GetRa            {"GR",        Framing::Framed, "",  "right ascension"};
+inline constexpr TextCommand      GetDec           {"GD",        Framing::Framed, "",  "declination"};
+inline constexpr TextCommand      GetAltitude      {"GA",        Framing::Framed, "",  "altitude"};
+inline constexpr TextCommand      GetAzimuth       {"GZ",        Framing::Framed, "",  "azimuth"};
+inline constexpr TextCommand      GetSiderealTime  {"GS",        Framing::Framed, "",  "local sidereal time HH:MM:SS"};
+inline constexpr TextCommand      GetLocalTime     {"GL",        Framing::Framed, "",  "local time; the first 8 characters count"};
+inline constexpr TextCommand      GetTimeZone      {"GG",        Framing::Framed, "",  "time zone [-]HH:MM:SS.S, UTC minus local time"};
+inline constexpr TextCommand      GetMeridianDelay {"GM",        Framing::Framed, "",  "meridian delay, a signed time"};
+inline constexpr TextCommand      GetPierSide      {"pS",        Framing::Framed, "",  "side of the pier, East or West"};
+inline constexpr TextCommand      GetLongitude     {"Gg",        Framing::Framed, "",  "site longitude, west positive, 0 to 360"};
+inline constexpr TextCommand      GetLatitude      {"Gt",        Framing::Framed, "",  "site latitude"};
+inline constexpr TextCommand      GetCenteringRate {"Rc",        Framing::Framed, "",  "centering rate"};
+inline constexpr TextCommand      GetSlewRate      {"Rs",        Framing::Framed, "",  "slew rate"};
 
 // Settings
-inline constexpr WireCommand SetTargetRa      {"Sr",        Framing::Framed, ReplyForm::Character, "HH:MM:SS.S",    "target right ascension"};
-inline constexpr WireCommand SetTargetDec     {"Sd",        Framing::Framed, ReplyForm::Character, "sDD*MM:SS",     "target declination, sign always written"};
-inline constexpr WireCommand SetTargetAlt     {"Sa",        Framing::Framed, ReplyForm::Character, "sDD*MM:SS",     "target altitude"};
-inline constexpr WireCommand SetTargetAz      {"Sz",        Framing::Framed, ReplyForm::Character, "DDD*MM:SS",     "target azimuth"};
-inline constexpr WireCommand SetLatitude      {"St",        Framing::Framed, ReplyForm::Character, "sDD*MM:SS",     "site latitude"};
-inline constexpr WireCommand SetLatitudeRaw   {":St",       Framing::Raw,    ReplyForm::Character, "sDD*MM:SS#",    "site latitude, framed by the caller"};
-inline constexpr WireCommand SetLongitude     {"Sg",        Framing::Framed, ReplyForm::Character, "[-]DDD*MM:SS",  "site longitude, west positive"};
-inline constexpr WireCommand SetLongitudeRaw  {":Sg",       Framing::Raw,    ReplyForm::Character, "[-]DDD*MM:SS#", "site longitude, framed by the caller"};
-inline constexpr WireCommand SetLocalTime     {"SL",        Framing::Framed, ReplyForm::Character, "HH:MM:SS",      "local time"};
-inline constexpr WireCommand SetDate          {"SC",        Framing::Framed, ReplyForm::Text,      "MM/dd/yy",      "date; a second line ended by # follows over serial"};
-inline constexpr WireCommand SetTimeZone      {"SG",        Framing::Framed, ReplyForm::Character, "[-]HH:MM:SS.S", "time zone, UTC minus local time"};
-inline constexpr WireCommand SetMeridianDelay {"SM",        Framing::Framed, ReplyForm::Character, "[-]HH:MM:SS",   "meridian delay; 0:00:00.0 resets it"};
-inline constexpr WireCommand SetDecBacklash   {"Bd0*00:",   Framing::Framed, ReplyForm::Character, "ss.s",          "declination backlash, arc-seconds"};
-inline constexpr WireCommand SetRaBacklash    {"Br0*00:",   Framing::Framed, ReplyForm::Character, "ss.s",          "right ascension backlash, arc-seconds"};
+inline constexpr CharacterCommand SetTargetRa      {"Sr",        Framing::Framed, "HH:MM:SS.S",    "target right ascension"};
+inline constexpr CharacterCommand SetTargetDec     {"Sd",        Framing::Framed, "sDD*MM:SS",     "target declination, sign always written"};
+inline constexpr CharacterCommand SetTargetAlt     {"Sa",        Framing::Framed, "sDD*MM:SS",     "target altitude"};
+inline constexpr CharacterCommand SetTargetAz      {"Sz",        Framing::Framed, "DDD*MM:SS",     "target azimuth"};
+inline constexpr CharacterCommand SetLatitude      {"St",        Framing::Framed, "sDD*MM:SS",     "site latitude"};
+inline constexpr CharacterCommand SetLatitudeRaw   {":St",       Framing::Raw,    "sDD*MM:SS#",    "site latitude, framed by the caller"};
+inline constexpr CharacterCommand SetLongitude     {"Sg",        Framing::Framed, "[-]DDD*MM:SS",  "site longitude, west positive"};
+inline constexpr CharacterCommand SetLongitudeRaw  {":Sg",       Framing::Raw,    "[-]DDD*MM:SS#", "site longitude, framed by the caller"};
+inline constexpr CharacterCommand SetLocalTime     {"SL",        Framing::Framed, "HH:MM:SS",      "local time"};
+inline constexpr TextCommand      SetDate          {"SC",        Framing::Framed, "MM/dd/yy",      "date; a second line ended by # follows over serial"};
+inline constexpr CharacterCommand SetTimeZone      {"SG",        Framing::Framed, "[-]HH:MM:SS.S", "time zone, UTC minus local time"};
+inline constexpr CharacterCommand SetMeridianDelay {"SM",        Framing::Framed, "[-]HH:MM:SS",   "meridian delay; 0:00:00.0 resets it"};
+inline constexpr CharacterCommand SetDecBacklash   {"Bd0*00:",   Framing::Framed, "ss.s",          "declination backlash, arc-seconds"};
+inline constexpr CharacterCommand SetRaBacklash    {"Br0*00:",   Framing::Framed, "ss.s",          "right ascension backlash, arc-seconds"};
 
 // Slews and motion
-inline constexpr WireCommand Slew             {"MS",        Framing::Framed, ReplyForm::Character, "",   "slew to the target: 0 good, 1 below the horizon, 2 below the minimum elevation"};
-inline constexpr WireCommand SlewRaw          {":MS#",      Framing::Raw,    ReplyForm::Character, "",   "the same, framed by the caller"};
-inline constexpr WireCommand Sync             {"CM",        Framing::Framed, ReplyForm::Text,      "",   "sync to the target"};
-inline constexpr WireCommand Recal            {"CMR",       Framing::Framed, ReplyForm::Text,      "",   "recalibrate to the target"};
-inline constexpr WireCommand Stop             {"Q",         Framing::Framed, ReplyForm::None,      "",   "stop all motion"};
-inline constexpr WireCommand StopRaw          {":Q#",       Framing::Raw,    ReplyForm::None,      "",   "stop all motion, framed by the caller"};
-inline constexpr WireCommand StopClean        {"#:Q#",      Framing::Raw,    ReplyForm::None,      "",   "ends a partial input, then stops all motion"};
-inline constexpr WireCommand MoveNorth        {"Mn",        Framing::Framed, ReplyForm::None,      "[ms]", "move north at the present rate, or pulse"};
-inline constexpr WireCommand MoveSouth        {"Ms",        Framing::Framed, ReplyForm::None,      "[ms]", "move south at the present rate, or pulse"};
-inline constexpr WireCommand MoveEast         {"Me",        Framing::Framed, ReplyForm::None,      "[ms]", "move east at the present rate, or pulse"};
-inline constexpr WireCommand MoveWest         {"Mw",        Framing::Framed, ReplyForm::None,      "[ms]", "move west at the present rate, or pulse"};
-inline constexpr WireCommand StopNorth        {"Qn",        Framing::Framed, ReplyForm::None,      "",   "stop the move north"};
-inline constexpr WireCommand StopSouth        {"Qs",        Framing::Framed, ReplyForm::None,      "",   "stop the move south"};
-inline constexpr WireCommand StopEast         {"Qe",        Framing::Framed, ReplyForm::None,      "",   "stop the move east"};
-inline constexpr WireCommand StopWest         {"Qw",        Framing::Framed, ReplyForm::None,      "",   "stop the move west"};
-inline constexpr WireCommand SwapEastWest     {"EW",        Framing::Framed, ReplyForm::None,      "",   "swap east and west in the mount"};
-inline constexpr WireCommand SwapNorthSouth   {"NS",        Framing::Framed, ReplyForm::None,      "",   "swap north and south in the mount"};
-inline constexpr WireCommand SwapEastWestRaw  {"#:EW#",     Framing::Raw,    ReplyForm::None,      "",   "ends a partial input, then swaps east and west"};
-inline constexpr WireCommand SwapNorthSouthRaw{"#:NS#",     Framing::Raw,    ReplyForm::None,      "",   "ends a partial input, then swaps north and south"};
-inline constexpr WireCommand Park             {"KA",        Framing::Framed, ReplyForm::None,      "",   "park"};
-inline constexpr WireCommand Unpark           {"PO",        Framing::Framed, ReplyForm::None,      "",   "unpark"};
-inline constexpr WireCommand SetParkSlot      {"$K",        Framing::Raw,    ReplyForm::None,      "index#", "selects a park position; sent without a colon"};
+inline constexpr CharacterCommand Slew             {"MS",        Framing::Framed, "",   "slew to the target: 0 good, 1 below the horizon, 2 below the minimum elevation", {.zeroIsGood = true}};
+inline constexpr CharacterCommand SlewRaw          {":MS#",      Framing::Raw,    "",   "the same, framed by the caller", {.zeroIsGood = true}};
+inline constexpr TextCommand      Sync             {"CM",        Framing::Framed, "",   "sync to the target"};
+inline constexpr TextCommand      Recal            {"CMR",       Framing::Framed, "",   "recalibrate to the target"};
+inline constexpr BlindCommand     Stop             {"Q",         Framing::Framed, "",   "stop all motion"};
+inline constexpr BlindCommand     StopRaw          {":Q#",       Framing::Raw,    "",   "stop all motion, framed by the caller"};
+inline constexpr BlindCommand     StopClean        {"#:Q#",      Framing::Raw,    "",   "ends a partial input, then stops all motion"};
+inline constexpr BlindCommand     MoveNorth        {"Mn",        Framing::Framed, "[ms]", "move north at the present rate, or pulse"};
+inline constexpr BlindCommand     MoveSouth        {"Ms",        Framing::Framed, "[ms]", "move south at the present rate, or pulse"};
+inline constexpr BlindCommand     MoveEast         {"Me",        Framing::Framed, "[ms]", "move east at the present rate, or pulse"};
+inline constexpr BlindCommand     MoveWest         {"Mw",        Framing::Framed, "[ms]", "move west at the present rate, or pulse"};
+inline constexpr BlindCommand     StopNorth        {"Qn",        Framing::Framed, "",   "stop the move north"};
+inline constexpr BlindCommand     StopSouth        {"Qs",        Framing::Framed, "",   "stop the move south"};
+inline constexpr BlindCommand     StopEast         {"Qe",        Framing::Framed, "",   "stop the move east"};
+inline constexpr BlindCommand     StopWest         {"Qw",        Framing::Framed, "",   "stop the move west"};
+inline constexpr BlindCommand     SwapEastWest     {"EW",        Framing::Framed, "",   "swap east and west in the mount"};
+inline constexpr BlindCommand     SwapNorthSouth   {"NS",        Framing::Framed, "",   "swap north and south in the mount"};
+inline constexpr BlindCommand     SwapEastWestRaw  {"#:EW#",     Framing::Raw,    "",   "ends a partial input, then swaps east and west"};
+inline constexpr BlindCommand     SwapNorthSouthRaw{"#:NS#",     Framing::Raw,    "",   "ends a partial input, then swaps north and south"};
+inline constexpr BlindCommand     Park             {"KA",        Framing::Framed, "",   "park"};
+inline constexpr BlindCommand     Unpark           {"PO",        Framing::Framed, "",   "unpark"};
+inline constexpr BlindCommand     SetParkSlot      {"$K",        Framing::Raw,    "index#", "selects a park position; sent without a colon"};
 
 // Rates
-inline constexpr WireCommand SlewRate         {"RS",        Framing::Framed, ReplyForm::None,      "0-2", "slew rate 600, 900, 1200 (300, 450, 600 on mount type 5)"};
-inline constexpr WireCommand CustomSlewRate   {"Rs",        Framing::Framed, ReplyForm::None,      "rate", "custom slew rate, above 0 and below 1200"};
-inline constexpr WireCommand CenteringRate    {"RC",        Framing::Framed, ReplyForm::None,      "0-7", "centering rate"};
-inline constexpr WireCommand GuideRate        {"RG",        Framing::Framed, ReplyForm::None,      "0-3", "guide rate 0.25, 0.5, 1.0 times sidereal"};
-inline constexpr WireCommand TrackingRate     {"RT",        Framing::Framed, ReplyForm::None,      "0-3, 8, 9",  "tracking rate: 0 lunar, 1 solar, 2 sidereal, 9 zero; 3 and 8 switch the King correction"};
-inline constexpr WireCommand TrackingRateRaw  {":RT",       Framing::Raw,    ReplyForm::None,      "0-3, 8, 9#", "the same, framed by the caller"};
-inline constexpr WireCommand CustomRaRate     {"RR",        Framing::Framed, ReplyForm::Character, "[-]d.ddddd", "custom right ascension rate"};
-inline constexpr WireCommand CustomDecRate    {"RD",        Framing::Framed, ReplyForm::Character, "[-]d.ddddd", "custom declination rate; 0 clears it"};
+inline constexpr BlindCommand     SlewRate         {"RS",        Framing::Framed, "0-2", "slew rate 600, 900, 1200 (300, 450, 600 on mount type 5)"};
+inline constexpr BlindCommand     CustomSlewRate   {"Rs",        Framing::Framed, "rate", "custom slew rate, above 0 and below 1200"};
+inline constexpr BlindCommand     CenteringRate    {"RC",        Framing::Framed, "0-7", "centering rate"};
+inline constexpr BlindCommand     GuideRate        {"RG",        Framing::Framed, "0-3", "guide rate 0.25, 0.5, 1.0 times sidereal"};
+inline constexpr BlindCommand     TrackingRate     {"RT",        Framing::Framed, "0-3, 8, 9",  "tracking rate: 0 lunar, 1 solar, 2 sidereal, 9 zero; 3 and 8 switch the King correction"};
+inline constexpr BlindCommand     TrackingRateRaw  {":RT",       Framing::Raw,    "0-3, 8, 9#", "the same, framed by the caller"};
+inline constexpr CharacterCommand CustomRaRate     {"RR",        Framing::Framed, "[-]d.ddddd", "custom right ascension rate"};
+inline constexpr CharacterCommand CustomDecRate    {"RD",        Framing::Framed, "[-]d.ddddd", "custom declination rate; 0 clears it"};
 
 // Periodic error correction, reticle, homing
-inline constexpr WireCommand PemOn            {"pP",        Framing::Framed, ReplyForm::None,      "",   "periodic error correction on"};
-inline constexpr WireCommand PemOff           {"p",         Framing::Framed, ReplyForm::None,      "",   "periodic error correction off"};
-inline constexpr WireCommand PemRecord        {"pR",        Framing::Framed, ReplyForm::None,      "",   "periodic error correction records"};
-inline constexpr WireCommand ReticleBrighter  {"B+",        Framing::Framed, ReplyForm::None,      "",   "reticle brighter"};
-inline constexpr WireCommand ReticleDimmer    {"B-",        Framing::Framed, ReplyForm::None,      "",   "reticle dimmer"};
-inline constexpr WireCommand ReticleLevel     {"B",         Framing::Framed, ReplyForm::None,      "0-7", "reticle brightness on later firmware"};
-inline constexpr WireCommand HoldOn           {"ho",        Framing::Framed, ReplyForm::None,      "",   "kept for outside use"};
-inline constexpr WireCommand HoldOff          {"hq",        Framing::Framed, ReplyForm::None,      "",   "kept for outside use"};
+inline constexpr BlindCommand     PemOn            {"pP",        Framing::Framed, "",   "periodic error correction on"};
+inline constexpr BlindCommand     PemOff           {"p",         Framing::Framed, "",   "periodic error correction off"};
+inline constexpr BlindCommand     PemRecord        {"pR",        Framing::Framed, "",   "periodic error correction records"};
+inline constexpr BlindCommand     ReticleBrighter  {"B+",        Framing::Framed, "",   "reticle brighter"};
+inline constexpr BlindCommand     ReticleDimmer    {"B-",        Framing::Framed, "",   "reticle dimmer"};
+inline constexpr BlindCommand     ReticleLevel     {"B",         Framing::Framed, "0-7", "reticle brightness on later firmware"};
+inline constexpr BlindCommand     HoldOn           {"ho",        Framing::Framed, "",   "kept for outside use"};
+inline constexpr BlindCommand     HoldOff          {"hq",        Framing::Framed, "",   "kept for outside use"};
 
 // Focuser
-inline constexpr WireCommand FocusPlus        {"F+",        Framing::Framed, ReplyForm::None,      "",   "run the focus motor one way"};
-inline constexpr WireCommand FocusMinus       {"F-",        Framing::Framed, ReplyForm::None,      "",   "run the focus motor the other way"};
-inline constexpr WireCommand FocusStop        {"FQ",        Framing::Framed, ReplyForm::None,      "",   "stop the focus motor"};
-inline constexpr WireCommand FocusFast        {"FF",        Framing::Framed, ReplyForm::None,      "",   "fast focus speed"};
-inline constexpr WireCommand FocusSlow        {"FS",        Framing::Framed, ReplyForm::None,      "",   "slow focus speed"};
+inline constexpr BlindCommand     FocusPlus        {"F+",        Framing::Framed, "",   "run the focus motor one way"};
+inline constexpr BlindCommand     FocusMinus       {"F-",        Framing::Framed, "",   "run the focus motor the other way"};
+inline constexpr BlindCommand     FocusStop        {"FQ",        Framing::Framed, "",   "stop the focus motor"};
+inline constexpr BlindCommand     FocusFast        {"FF",        Framing::Framed, "",   "fast focus speed"};
+inline constexpr BlindCommand     FocusSlow        {"FS",        Framing::Framed, "",   "slow focus speed"};
 
 // Answered by the companion application, not by a mount alone
-inline constexpr WireCommand PointingCorrection   {"ZZ00,", Framing::Framed, ReplyForm::None,      "arguments", "companion pointing correction"};
-inline constexpr WireCommand PointingCorrectionOn {"ZZ01",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the pointing correction"};
-inline constexpr WireCommand TrackingCorrectionOn {"ZZ02",  Framing::Framed, ReplyForm::Text,      "[,0 or ,1]", "reads or switches the tracking rate correction"};
-inline constexpr WireCommand CompanionSlew        {"*SLEW,", Framing::Framed, ReplyForm::Text,     "RA,Dec",    "the companion slews, RA in hours, Dec in degrees"};
-inline constexpr WireCommand CompanionSlewAltAz   {"*SLEWALTAZ,", Framing::Framed, ReplyForm::Text, "Az,Alt",   "the companion slews, both in degrees"};
-inline constexpr WireCommand CompanionPark        {"*PARK,", Framing::Framed, ReplyForm::Text,     "0-5",       "the companion parks at a numbered position"};
-inline constexpr WireCommand CompanionParkAltAz   {"*PARKALTAZ,", Framing::Framed, ReplyForm::Text, "Alt,Az",   "the companion parks, both in degrees"};
-inline constexpr WireCommand CompanionSafeSlewOff {"*DISABLESAFESLEW,", Framing::Framed, ReplyForm::Text, "0 or 1", "1 switches the safe slews of the companion off, 0 on again"};
-inline constexpr WireCommand CompanionRefraction  {"*DOESREFRACTION", Framing::Framed, ReplyForm::Text, "",     "whether the companion refracts: the third character is 1"};
-inline constexpr WireCommand CompanionTimeSync    {"*TIMESYNC,", Framing::Framed, ReplyForm::Text, "0 or 1",    "the companion sets the time and the zone of the mount"};
+inline constexpr BlindCommand     PointingCorrection   {"ZZ00,", Framing::Framed, "arguments", "companion pointing correction"};
+inline constexpr TextCommand      PointingCorrectionOn {"ZZ01",  Framing::Framed, "[,0 or ,1]", "reads or switches the pointing correction"};
+inline constexpr TextCommand      TrackingCorrectionOn {"ZZ02",  Framing::Framed, "[,0 or ,1]", "reads or switches the tracking rate correction"};
+inline constexpr TextCommand      CompanionSlew        {"*SLEW,", Framing::Framed, "RA,Dec",    "the companion slews, RA in hours, Dec in degrees"};
+inline constexpr TextCommand      CompanionSlewAltAz   {"*SLEWALTAZ,", Framing::Framed, "Az,Alt",   "the companion slews, both in degrees"};
+inline constexpr TextCommand      CompanionPark        {"*PARK,", Framing::Framed, "0-5",       "the companion parks at a numbered position"};
+inline constexpr TextCommand      CompanionParkAltAz   {"*PARKALTAZ,", Framing::Framed, "Alt,Az",   "the companion parks, both in degrees"};
+inline constexpr TextCommand      CompanionSafeSlewOff {"*DISABLESAFESLEW,", Framing::Framed, "0 or 1", "1 switches the safe slews of the companion off, 0 on again"};
+inline constexpr TextCommand      CompanionRefraction  {"*DOESREFRACTION", Framing::Framed, "",     "whether the companion refracts: the third character is 1"};
+inline constexpr TextCommand      CompanionTimeSync    {"*TIMESYNC,", Framing::Framed, "0 or 1",    "the companion sets the time and the zone of the mount"};
 
 /// The whole catalogue, in the order above.
-inline constexpr std::array kAll{
+inline constexpr auto kAll = std::to_array<WireCommand>({
     EndInput, Version, VersionRaw, ToggleFormat, ToggleFormatRaw, MountForm, FirmwareRevision, Status, Quay,
     GetRa, GetDec, GetAltitude, GetAzimuth, GetSiderealTime, GetLocalTime, GetTimeZone, GetMeridianDelay,
     GetPierSide, GetLongitude, GetLatitude, GetCenteringRate, GetSlewRate,
@@ -155,7 +215,7 @@ inline constexpr std::array kAll{
     PointingCorrection, PointingCorrectionOn, TrackingCorrectionOn,
     CompanionSlew, CompanionSlewAltAz, CompanionPark, CompanionParkAltAz, CompanionSafeSlewOff, CompanionRefraction,
     CompanionTimeSync,
-};
+});
 // clang-format on
 
 /// Whether no command is defined twice. Commands with the same text differ in framing or argument ("Rs" asks for the
@@ -172,6 +232,30 @@ constexpr bool AllDiffer() {
     return true;
 }
 static_assert(AllDiffer());
+
+/// What the driver never sends, and clients may: any text that begins so.
+inline constexpr CharacterCommand ClientSetting{"Sm", Framing::Framed, "any", "kept for clients", {.pauseMs = 20}};
+
+constexpr bool MeetsText(const WireCommand& row, std::string_view onTheWire) {
+    if (!row.Raw()) {
+        if (!onTheWire.starts_with(':')) {
+            return false;
+        }
+        onTheWire.remove_prefix(1);
+    }
+    return row.argument.empty() ? onTheWire == std::string(row.text) + (row.Raw() ? "" : "#")
+                                : onTheWire.starts_with(row.text);
+}
+
+/// The care that a text on its way out meets, whether a row or a client brought it.
+constexpr Care CareOf(std::string_view onTheWire) {
+    for (const WireCommand& row : kAll) {
+        if (row.care != Care{} && MeetsText(row, onTheWire)) {
+            return row.care;
+        }
+    }
+    return MeetsText(ClientSetting, onTheWire) ? ClientSetting.care : Care{};
+}
 
 }  // namespace wire
 }  // namespace kestrane

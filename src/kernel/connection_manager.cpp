@@ -157,7 +157,7 @@ bool ConnectionManager::ProbeMount() {
     needs_.link->ClearBuffers();
     Telescope& internal = needs_.internalInstance();
     internal.MaxSerialRetries(0);
-    state_.g_sVersion = internal.CommandString(wire::Version.text, false);
+    state_.g_sVersion = Talk(procedure::Connect).CommandString(wire::Version);
     state_.g_bFreshConnect = true;
     ResetCommCounters();
     return !state_.g_sVersion.empty();
@@ -190,7 +190,7 @@ void ConnectionManager::MountFound() {
     needs_.link->ReceiveTimeoutMS(ToInteger(needs_.persist.Read(setting::Timeout), needs_.log));
     Telescope& internal = needs_.internalInstance();
     internal.MaxSerialRetries(ToShort(ToInteger(needs_.persist.Read(setting::Retry), needs_.log)));
-    internal.CommandBlindInternal(wire::ToggleFormatRaw.text, true);
+    Talk(procedure::Connect).CommandBlindInternal(wire::ToggleFormatRaw);
     needs_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();
     ReadMountForm();
@@ -210,14 +210,14 @@ void ConnectionManager::ReadRateKey() {
     if (!state_.g_sVersion.starts_with("VKC")) {
         return;
     }
-    const std::string status = needs_.internalInstance().CommandString(wire::Status.text, false);
+    const std::string status = Talk(procedure::Connect).CommandString(wire::Status);
     if (status.size() > kRateKeyPosition) {
         needs_.updateMountRates(status.substr(kRateKeyPosition, 1));
     }
 }
 
 void ConnectionManager::ReadMountForm() {
-    state_.g_sForkReply = needs_.internalInstance().CommandString(wire::MountForm.text, true);
+    state_.g_sForkReply = Talk(procedure::Connect).CommandString(wire::MountForm);
     const std::string& form = state_.g_sForkReply;
     state_.g_bForkMount = form == "1" || form == "3" || form == "5" || form == "7";
     if (state_.g_bForkMount) {
@@ -314,10 +314,10 @@ void ConnectionManager::CheckQuay() {
     const auto log = [&](LogLevel level, const std::string& text) { needs_.log.LogMessage("CheckQuay", level, text); };
     ResumeNext errors{needs_.ledger, "CheckQuay"};
     log(LogLevel::Info, "Checking for QUAY!");
-    Telescope& internal = needs_.internalInstance();
-    errors.Step([&] { internal.CommandClear(); });
+    Sequence companion = Talk(procedure::Connect);
+    errors.Step([&] { companion.CommandClear(); });
     bool answered = false;
-    errors.Assign(answered, [&] { return internal.CommandBoolInternal(wire::Quay.text, false); });
+    errors.Assign(answered, [&] { return companion.CommandBoolInternal(wire::Quay); });
     if (!answered) {
         log(LogLevel::Error, "QUAY Not found!");
         return;
@@ -369,7 +369,7 @@ void ConnectionManager::ResetCommCounters() {
     needs_.counters.Reset();
     needs_.updateErrorCounts();
     if (stalls >= 1) {
-        needs_.internalInstance().CommandBlindInternal(wire::Stop.text, false);
+        Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
     }
 }
 

@@ -18,6 +18,7 @@
 #include "settings/persist.h"
 #include "state/client_connections.h"
 #include "state/driver_state.h"
+#include "state/sequence.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -29,6 +30,7 @@ struct ConnectionManagerNeeds {
     Log& log;
     Counters& counters;
     Waits& waits;
+    StopDoor& door;
     Clock& clock;
     SwallowLedger& ledger;
     SystemInfo& systemInfo;
@@ -109,6 +111,10 @@ private:
     void CountClient(ClientKind kind);
     std::string MountInfoCaption(std::string_view port);
     std::string Counts() const;
+    /// Exchanges of the driver's own telescope object.
+    Sequence Talk(const CompletingProcedure& procedure) {
+        return {needs_.internalInstance().Commands(), needs_.door, procedure};
+    }
 
     // port_checks.cpp
     bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
@@ -116,7 +122,7 @@ private:
                 const std::function<bool(MountLink&, bool openedHere)>& work);
     bool AskVersion(std::string& version);
     void ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs);
-    bool AskDegrees(std::string_view command, double& degrees);
+    bool AskDegrees(const TextCommand& question, double& degrees);
 
     ConnectionManagerNeeds needs_;
     DriverState& state_;

@@ -29,6 +29,7 @@
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
+#include "state/sequence.h"
 #include "telescope/telescope.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
@@ -69,6 +70,7 @@ public:
     Counters counters;
     AlarmFilter alarmFilter;
     Waits waits;
+    StopDoor door;
     frmHandBox handBox;
     frmStatus statusWindow;
     frmLogWindow logWindow;

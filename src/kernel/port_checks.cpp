@@ -59,7 +59,7 @@ bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(Mount
 bool ConnectionManager::AskVersion(std::string& version) {
     for (int i = 0; i < kTries && version.empty(); ++i) {
         needs_.log.LogMessage("CheckConnection", LogLevel::Info, "Sending request for version");
-        version = needs_.internalInstance().CommandStringInternal(wire::Version.text, false);
+        version = Talk(procedure::PortCheck).CommandStringInternal(wire::Version);
     }
     return !version.empty();
 }
@@ -72,7 +72,7 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
         [&](MountLink& link, bool openedHere) {
             link.ClearBuffers();
             if (!openedHere) {
-                link.Transmit(wire::EndInput.text);
+                link.Transmit(wire::EndInput.With("").OnTheWire());
             }
             needs_.waits.WaitForMilliseconds(kSettleMs);
             if (timeoutMs > 0) {
@@ -84,15 +84,15 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
 
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
     link.ClearBuffers();
-    needs_.internalInstance().CommandBlindInternal(wire::ToggleFormat.text, false);
+    Talk(procedure::PortCheck).CommandBlindInternal(wire::ToggleFormat);
     needs_.waits.WaitForMilliseconds(kSettleMs);
     if (timeoutMs > 0) {
         link.ReceiveTimeoutMS(timeoutMs);
     }
 }
 
-bool ConnectionManager::AskDegrees(std::string_view command, double& degrees) {
-    const std::string reply = needs_.internalInstance().CommandStringInternal(command, false);
+bool ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
+    const std::string reply = Talk(procedure::PortCheck).CommandStringInternal(question);
     double read = 0.0;
     const bool good = ParseProtocolDegrees(reply, read, needs_.log);
     degrees = good ? read : 0.0;
@@ -108,11 +108,11 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
         port, [](MountLink&) {},
         [&](MountLink& link, bool) {
             ToggleFormatForSite(link, timeoutMs);
-            const bool haveLongitude = AskDegrees(wire::GetLongitude.text, longitude);
+            const bool haveLongitude = AskDegrees(wire::GetLongitude, longitude);
             if (longitude > 180.0) {
                 longitude -= 360.0;
             }
-            const bool haveLatitude = AskDegrees(wire::GetLatitude.text, latitude);
+            const bool haveLatitude = AskDegrees(wire::GetLatitude, latitude);
             return haveLongitude && haveLatitude;
         });
 }
@@ -125,12 +125,9 @@ bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutM
         port, [](MountLink& link) { link.ReceiveTimeout(1); },
         [&](MountLink& link, bool) {
             ToggleFormatForSite(link, timeoutMs);
-            const auto set = [&](const WireCommand& command, std::string_view value) {
-                return needs_.internalInstance().CommandBoolInternal(
-                    std::string(command.text) + std::string(value) + "#", true);
-            };
-            const bool longitudeTaken = set(wire::SetLongitudeRaw, longitude);
-            const bool latitudeTaken = set(wire::SetLatitudeRaw, latitude);
+            Sequence mount = Talk(procedure::PortCheck);
+            const bool longitudeTaken = mount.CommandBoolInternal(wire::SetLongitudeRaw, longitude);
+            const bool latitudeTaken = mount.CommandBoolInternal(wire::SetLatitudeRaw, latitude);
             return longitudeTaken && latitudeTaken;
         });
 }

@@ -12,6 +12,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::string_view kTerminator = "#";
+constexpr std::string_view kDriverCommandHead = "RAW,";  // of a text that never reaches the mount
 constexpr std::string_view kAscom = "ASCOM";
 constexpr std::string_view kDriver = "Driver";
 constexpr std::string_view kTelescope = "Telescope";
@@ -20,14 +21,15 @@ constexpr std::int16_t kMostRetries = 5;
 constexpr std::int32_t kPauseAfterBlindMs = 10;
 constexpr std::int32_t kPauseBeforeDrainMs = 20;
 constexpr std::int32_t kPauseBeforeRetryMs = 40;
-constexpr std::int32_t kPauseAfterGoodReplyMs = 20;
 /// The read limit that a check of the port sets and may leave behind.
 constexpr std::int32_t kPortCheckReadLimitMs = 5000;
 /// Reads for replies to earlier exchanges before the companion counts as out of order.
 constexpr int kMostStaleReads = 2;
 
-std::string Frame(std::string_view command, bool raw) {
-    return raw ? std::string(command) : ":" + std::string(command) + "#";
+/// A text of a client, which chooses the method and so the form of the reply.
+template <ReplyForm form>
+OutgoingCommand<form> OwnText(std::string_view command, bool raw) {
+    return {std::string(command), raw ? Framing::Raw : Framing::Framed};
 }
 
 /// `head`, text, "', Response='", reply.
@@ -46,10 +48,16 @@ void CommandExchange::MaxSerialRetries(std::int16_t retries) {
 }
 
 void CommandExchange::CommandBlind(std::string_view command, bool raw) {
-    Blind(command, raw, kAscom);
+    CommandBlind(OwnText<ReplyForm::None>(command, raw));
 }
 void CommandExchange::CommandBlindInternal(std::string_view command, bool raw) {
-    Blind(command, raw, kDriver);
+    CommandBlindInternal(OwnText<ReplyForm::None>(command, raw));
+}
+void CommandExchange::CommandBlind(const OutgoingCommand<ReplyForm::None>& command) {
+    Blind(command, kAscom);
+}
+void CommandExchange::CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) {
+    Blind(command, kDriver);
 }
 
 void CommandExchange::CommandClear() {
@@ -60,22 +68,34 @@ void CommandExchange::CommandClearInternal() {
 }
 
 bool CommandExchange::CommandBool(std::string_view command, bool raw) {
-    return Bool(command, raw, {.origin = kTelescope, .slewZeroIsSuccess = true});
+    return Bool(OwnText<ReplyForm::Character>(command, raw), {.origin = kTelescope, .zeroMayBeGood = true});
 }
 bool CommandExchange::CommandBoolInternal(std::string_view command, bool raw) {
-    return Bool(command, raw, {.origin = kDriver});
+    return CommandBoolInternal(OwnText<ReplyForm::Character>(command, raw));
+}
+bool CommandExchange::CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) {
+    return Bool(command, {.origin = kDriver});
 }
 
 std::string CommandExchange::CommandString(std::string_view command, bool raw) {
-    return String(command, raw, kTelescope);
+    return CommandString(OwnText<ReplyForm::Text>(command, raw));
 }
 std::string CommandExchange::CommandStringInternal(std::string_view command, bool raw) {
-    return String(command, raw, kDriver);
+    return CommandStringInternal(OwnText<ReplyForm::Text>(command, raw));
+}
+std::string CommandExchange::CommandString(const OutgoingCommand<ReplyForm::Text>& command) {
+    return String(command, kTelescope);
+}
+std::string CommandExchange::CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) {
+    return String(command, kDriver);
+}
+std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
+    return CommandStringInternal(std::string(kDriverCommandHead) + std::string(verb), true);
 }
 
 void CommandExchange::CommandBlindLight(std::string_view command) {
     ResumeNext errors{needs_.ledger, "CommandBlindLight"};
-    const std::string text = Frame(command, false);
+    const std::string text = OwnText<ReplyForm::None>(command, false).OnTheWire();
     Info(kAscom, "TX: " + text);
     errors.Step([&] { Link().Transmit(text); });
 }
@@ -89,13 +109,13 @@ void CommandExchange::Clear(std::string_view origin) {
     needs_.state.g_bResync = false;
 }
 
-void CommandExchange::Blind(std::string_view command, bool raw, std::string_view origin) {
+void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std::string_view origin) {
     GetInStep();
-    if (command.empty()) {
+    if (command.text.empty()) {
         Info(origin, "CommandBlind (no chars to send)");
         return;
     }
-    const std::string text = Frame(command, raw);
+    const std::string text = command.OnTheWire();
     ResumeNext errors{needs_.ledger, "CommandBlind"};
     Info(origin, "CommandBlind TX='" + text + "'");
     DropInputIfOutOfStep(errors);
@@ -103,13 +123,13 @@ void CommandExchange::Blind(std::string_view command, bool raw, std::string_view
     needs_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
 }
 
-bool CommandExchange::Bool(std::string_view command, bool raw, Caller caller) {
+bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {
     GetInStep();
-    if (command.empty()) {
+    if (command.text.empty()) {
         Info(caller.origin, "CommandBool TX (no Chars to send)");
         return true;
     }
-    const std::string text = Frame(command, raw);
+    const std::string text = command.OnTheWire();
     ResumeNext errors{needs_.ledger, "CommandBool"};
     std::string reply;
     for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
@@ -136,8 +156,8 @@ bool CommandExchange::TryBool(const std::string& text, std::string& reply, Calle
     DropInputIfOutOfStep(errors);
     errors.Step([&] { Link().Transmit(text); });
     errors.Assign(reply, [&] { return Link().ReceiveCounted(1); });
-    const bool slewAccepted = caller.slewZeroIsSuccess && reply == "0" && text == ":MS#";
-    if (reply != "1" && !slewAccepted) {
+    const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && wire::CareOf(text).zeroIsGood;
+    if (reply != "1" && !isGoodZero) {
         return false;
     }
     Info(caller.origin, Received("CommandBool", text, reply));
@@ -146,15 +166,15 @@ bool CommandExchange::TryBool(const std::string& text, std::string& reply, Calle
     return true;
 }
 
-std::string CommandExchange::String(std::string_view command, bool raw, std::string_view origin) {
+std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin) {
     GetInStep();
-    if (raw && command.empty()) {
+    if (command.Raw() && command.text.empty()) {
         Info(origin, "CommandString TX (no Chars to send)");
         return {};
     }
-    const std::string text = Frame(command, raw);
+    const std::string text = command.OnTheWire();
     ResumeNext errors{needs_.ledger, "CommandString"};
-    if (text.starts_with("RAW,")) {
+    if (text.starts_with(kDriverCommandHead)) {
         return DriverCommand(text, origin, errors);
     }
     // The reply outlives the attempt: on a line whose silent read fails, it still holds what the recovery of the
@@ -164,7 +184,8 @@ std::string CommandExchange::String(std::string_view command, bool raw, std::str
         Info(origin, "CommandString TX='" + text + "'");
         DropInputIfOutOfStep(errors);
         if (needs_.state.g_bQuayLink) {
-            return ThroughCompanion({command, WrapForCompanion(command, raw, needs_.state.g_nQuaySeq), origin}, errors);
+            return ThroughCompanion(
+                {command.text, WrapForCompanion(command.text, command.Raw(), needs_.state.g_nQuaySeq), origin}, errors);
         }
         EndLongReadLimit(errors);
         if (TryString(text, reply, origin, errors)) {
@@ -210,7 +231,8 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
 std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {
     Info(origin, "CommandString Extended Command TX='" + text + "'");
     std::string result;
-    errors.Assign(result, [&] { return needs_.executeDriverCommand(std::string_view(text).substr(4)); });
+    errors.Assign(
+        result, [&] { return needs_.executeDriverCommand(std::string_view(text).substr(kDriverCommandHead.size())); });
     Info(origin, "CommandString Extended Command RX='" + result + "'");
     return result;
 }
@@ -288,9 +310,7 @@ void CommandExchange::EndLongReadLimit(ResumeNext& errors) {
 }
 
 void CommandExchange::PauseAfterGoodReply(const std::string& text) {
-    if (text.starts_with(":Sm")) {
-        needs_.waits.WaitForMilliseconds(kPauseAfterGoodReplyMs);
-    }
+    needs_.waits.WaitForMilliseconds(wire::CareOf(text).pauseMs);
 }
 
 void CommandExchange::Info(std::string_view origin, std::string_view message) {

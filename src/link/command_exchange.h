@@ -45,29 +45,39 @@ public:
     std::int16_t MaxSerialRetries() const { return maxSerialRetries_; }
     void MaxSerialRetries(std::int16_t retries);
 
+    // A client's own texts: `raw` as it stands, else framed as ":", text, "#".
     void CommandBlind(std::string_view command, bool raw);
-    void CommandBlindInternal(std::string_view command, bool raw) override;
+    void CommandBlindInternal(std::string_view command, bool raw);
 
     /// Frames and sends, and that is all: for guide pulses and focuser runs.
     void CommandBlindLight(std::string_view command);
 
     /// Ends the mount's half-read input and drops what waits on the line; clears `g_bResync`.
-    void CommandClear();
+    void CommandClear() override;
     void CommandClearInternal() override;
 
-    /// True when the mount answered "1"; this method, and not its twin, also takes "0" to ":MS#".
+    /// True when the mount answered "1"; this method, and not its twin, also takes "0" where the row of the text says
+    /// so.
     bool CommandBool(std::string_view command, bool raw);
-    bool CommandBoolInternal(std::string_view command, bool raw) override;
+    bool CommandBoolInternal(std::string_view command, bool raw);
 
     /// The reply without its terminator; empty when none came. "RAW," texts go to the driver command channel.
-    std::string CommandString(std::string_view command, bool raw) override;
-    std::string CommandStringInternal(std::string_view command, bool raw) override;
+    std::string CommandString(std::string_view command, bool raw);
+    std::string CommandStringInternal(std::string_view command, bool raw);
 
 private:
+    // MountCommands: the rows of the catalogue
+    void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override;
+    void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override;
+    bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
+    std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override;
+    std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override;
+    std::string DriverCommandInternal(std::string_view verb) override;
+
     /// What tells a method from its twin.
     struct Caller {
-        std::string_view origin;         ///< of the log lines
-        bool slewZeroIsSuccess = false;  ///< "0" to ":MS#" is a good reply
+        std::string_view origin;     ///< of the log lines
+        bool zeroMayBeGood = false;  ///< "0" is a good reply where the row of the text says so
     };
     /// One exchange through the companion.
     struct Wrapped {
@@ -77,10 +87,10 @@ private:
     };
 
     void Clear(std::string_view origin);
-    void Blind(std::string_view command, bool raw, std::string_view origin);
-    bool Bool(std::string_view command, bool raw, Caller caller);
+    void Blind(const OutgoingCommand<ReplyForm::None>& command, std::string_view origin);
+    bool Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller);
     bool TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors);
-    std::string String(std::string_view command, bool raw, std::string_view origin);
+    std::string String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin);
     bool TryString(const std::string& text, std::string& reply, std::string_view origin, ResumeNext& errors);
     void PrepareStringRetry(std::string& reply, const std::string& fault, std::string_view origin, ResumeNext& errors);
     std::string DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors);

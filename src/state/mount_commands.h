@@ -3,23 +3,29 @@
 #include <string>
 #include <string_view>
 
+#include "catalogue/wire_commands.h"
+
 namespace kestrane {
 
-/// The driver command that gives the mount the PC's time, date and zone; to be sent raw.
-inline constexpr std::string_view kInitTimeCommand = "RAW,InitTime";
-
-/// The driver's own commands to the mount, as its queries and its poll need them. `raw` false frames the text as
-/// ":", text, "#". None of these raises or pumps; a failed exchange shows as an empty text or false.
+/// The exchange with the mount, as the driver's own procedures use it: always by way of a `Sequence`, which lets stops
+/// in. None of these raises or pumps, save where it says so; a failed exchange shows as an empty text or false. The
+/// twins without "Internal" log as a client's command does.
 class MountCommands {
 public:
     virtual ~MountCommands() = default;
 
-    virtual void CommandBlindInternal(std::string_view command, bool raw) = 0;
+private:
+    friend class Sequence;
+
+    virtual void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) = 0;
+    virtual void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) = 0;
+    virtual void CommandClear() = 0;
     virtual void CommandClearInternal() = 0;
-    virtual bool CommandBoolInternal(std::string_view command, bool raw) = 0;
-    virtual std::string CommandStringInternal(std::string_view command, bool raw) = 0;
-    /// The client's form of the same: it may raise, and it may pump.
-    virtual std::string CommandString(std::string_view command, bool raw) = 0;
+    virtual bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;
+    virtual std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) = 0;
+    virtual std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) = 0;
+    /// Runs a verb of the driver itself; what it does may raise and pump.
+    virtual std::string DriverCommandInternal(std::string_view verb) = 0;
 };
 
 }  // namespace kestrane

@@ -49,13 +49,18 @@ void MountQueries::ResetQueryTimes() {
     state_.g_tickLastSide = now - kSideIntervalMs;
 }
 
-std::string MountQueries::Ask(std::string_view command, bool clearFirst) {
-    needs_.waits.PumpStops();  // a stop does not wait for the queries that are still to come
-    MountCommands& commands = needs_.telescope()->Commands();
+std::string MountQueries::Ask(const TextCommand& question, bool clearFirst) {
+    Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::Picture);
+    mount.LetStopIn();  // before the look at the line: a stop clears it too
     if (clearFirst && state_.g_bResync) {
-        commands.CommandClearInternal();
+        mount.CommandClearInternal();
     }
-    return commands.CommandStringInternal(command, false);
+    return mount.CommandStringInternal(question);
+}
+
+/// For what a query sends besides its question.
+Sequence MountQueries::Talk() {
+    return {needs_.telescope()->Commands(), needs_.door, procedure::Question};
 }
 
 bool MountQueries::QueryRa() {
@@ -67,7 +72,7 @@ bool MountQueries::QueryRa() {
         needs_.handBox.lblRA.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetRa.text, true);
+    const std::string reply = Ask(wire::GetRa, true);
     double ra = 0.0;
     if (reply.empty()) {
         NoteNoResponse();
@@ -79,7 +84,7 @@ bool MountQueries::QueryRa() {
         // The mount is in short format: toggle it, and let the next tick ask again. Counts as an answer: wanted.
         needs_.log.LogMessage("RA Query", LogLevel::Error,
                               "Detected corrupted or short format response... sending long format command...");
-        needs_.telescope()->Commands().CommandBlindInternal(wire::ToggleFormat.text, false);
+        Talk().CommandBlindInternal(wire::ToggleFormat);
         state_.g_tickLastRa = needs_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
         return true;
     } else if (KeepRa(reply)) {
@@ -119,7 +124,7 @@ bool MountQueries::QueryDec() {
         needs_.handBox.lblDEC.Text("");
         return false;
     }
-    std::string reply = Ask(wire::GetDec.text, true);
+    std::string reply = Ask(wire::GetDec, true);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Dec Query", "Dec");
@@ -181,7 +186,7 @@ bool MountQueries::QueryAlt() {
         NoteQuerySuccess();
         return true;
     }
-    const std::string reply = Ask(wire::GetAltitude.text, true);
+    const std::string reply = Ask(wire::GetAltitude, true);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Alt Query", "Alt");
@@ -213,13 +218,13 @@ bool MountQueries::QueryAz() {
         return true;
     }
     // No clear ahead of this one; its clear comes after a failed exchange. Wanted.
-    const std::string reply = Ask(wire::GetAzimuth.text, false);
+    const std::string reply = Ask(wire::GetAzimuth, false);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Az Query", "Az");
         state_.g_tickLastAz = needs_.clock.GetTickCount();
         if (state_.g_bResync) {
-            needs_.telescope()->Commands().CommandClearInternal();
+            Talk().CommandClearInternal();
         }
         return false;
     }
@@ -268,7 +273,7 @@ bool MountQueries::QueryGos() {
     }
     state_.g_tickLastGos = needs_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
-        const std::string reply = Ask(wire::Status.text, true);
+        const std::string reply = Ask(wire::Status, true);
         if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
             // A coordinate or a time may well have the length of a status text, and would be read as motion or
             // stillness.

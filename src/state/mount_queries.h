@@ -12,11 +12,11 @@
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
-#include "kernel/base/waits.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
 #include "state/event_journal.h"
+#include "state/sequence.h"
 #include "state/telescope_actions.h"
 
 namespace kestrane {
@@ -27,7 +27,7 @@ struct MountQueriesNeeds {
     Log& log;
     Counters& counters;
     Clock& clock;
-    Waits& waits;
+    StopDoor& door;
     Astronomy& astronomy;
     SwallowLedger& ledger;
     frmHandBox& handBox;
@@ -121,7 +121,8 @@ private:
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
     void LogIgnored(std::string_view origin);
-    std::string Ask(std::string_view command, bool clearFirst);
+    std::string Ask(const TextCommand& question, bool clearFirst);
+    Sequence Talk();
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
     void AskQuayForTime(const std::string& kept);

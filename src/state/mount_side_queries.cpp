@@ -31,7 +31,7 @@ bool MountQueries::QuerySideOfMount() {
     state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
     state_.g_nSideOfPier = (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? 1 : 0;
     if (state_.g_sVersion > kLastWithoutPierSide) {
-        const std::string reply = Ask(wire::GetPierSide.text, true);
+        const std::string reply = Ask(wire::GetPierSide, true);
         if (reply == "East") {
             state_.g_nSideOfPier = 0;
         } else if (reply == "West") {

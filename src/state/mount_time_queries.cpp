@@ -13,9 +13,10 @@ namespace {
 
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSecondsPerHour = 3600.0;
-constexpr double kSecondsOff = 2.0;       // from the PC's time, from which on the mount's is set
-constexpr double kZoneTolerance = 0.001;  // hours
-constexpr std::string_view kOn = "1";     // of a setting that is compared as text
+constexpr double kSecondsOff = 2.0;                 // from the PC's time, from which on the mount's is set
+constexpr double kZoneTolerance = 0.001;            // hours
+constexpr std::string_view kOn = "1";               // of a setting that is compared as text
+constexpr std::string_view kInitTime = "InitTime";  // gives the mount the PC's time, date and zone
 
 /// Whole seconds, since the text is compared with a mount's that has no more.
 double HoursOfDay(const DateTime& time) {
@@ -39,7 +40,7 @@ bool MountQueries::QueryLst() {
         needs_.handBox.lblLST.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetSiderealTime.text, true);
+    const std::string reply = Ask(wire::GetSiderealTime, true);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("LST Query", "LST");
@@ -80,7 +81,7 @@ bool MountQueries::QueryTime() {
     if (state_.g_bHasMeridianQuery) {
         QueryMeridianDelay();
     }
-    const std::string reply = Ask(wire::GetLocalTime.text, true);
+    const std::string reply = Ask(wire::GetLocalTime, true);
     const Tick readAt = needs_.clock.GetTickCount();
     if (reply.empty()) {
         NoteNoResponse();
@@ -100,7 +101,7 @@ bool MountQueries::QueryTime() {
     } else if (kept == kOn && secondsOff >= kSecondsOff) {
         needs_.log.LogMessage("QueryTime", LogLevel::Warning,
                               "Time deviates 2 seconds or more from PC time... resending Time!");
-        needs_.telescope()->Commands().CommandStringInternal(kInitTimeCommand, true);
+        Talk().DriverCommandInternal(kInitTime);
     }
     state_.g_dMountTime = mountTime;
     mountTimeBase_ = readAt;
@@ -116,7 +117,7 @@ bool MountQueries::QueryTime() {
 
 void MountQueries::QueryMeridianDelay() {
     constexpr std::string_view origin = "Meridian Limits Query";
-    const std::string reply = Ask(wire::GetMeridianDelay.text, true);
+    const std::string reply = Ask(wire::GetMeridianDelay, true);
     if (reply.empty()) {
         needs_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
@@ -153,9 +154,7 @@ void MountQueries::AskQuayForTime(const std::string& kept) {
     }
     ResumeNext errors{needs_.ledger, "QueryTime"};
     std::string reply;
-    errors.Assign(reply, [&] {
-        return needs_.telescope()->Commands().CommandString(std::string(wire::CompanionTimeSync.text) + kept, false);
-    });
+    errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kept); });
     if (reply.size() > 1 && reply[1] != '1') {
         state_.g_bQuayTimeSync = false;
     }
@@ -180,7 +179,7 @@ bool MountQueries::QueryTimeZone() {
         needs_.handBox.lblTZ.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetTimeZone.text, true);
+    const std::string reply = Ask(wire::GetTimeZone, true);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("TimeZone Query", "TimeZone");
@@ -209,18 +208,15 @@ bool MountQueries::QueryTimeZone() {
 }
 
 void MountQueries::CorrectTimeZone() {
-    MountCommands& commands = needs_.telescope()->Commands();
     if (!state_.g_bQuayLink) {
         needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
-        commands.CommandStringInternal(kInitTimeCommand, true);
+        Talk().DriverCommandInternal(kInitTime);
         return;
     }
     needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
     ResumeNext errors{needs_.ledger, "QueryTimeZone"};
     std::string reply;
-    errors.Assign(reply, [&] {
-        return commands.CommandString(std::string(wire::CompanionTimeSync.text) + std::string(kOn), false);
-    });
+    errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kOn); });
     if (!reply.starts_with('1')) {
         state_.g_bQuayTimeSync = false;
     }

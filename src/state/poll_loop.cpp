@@ -36,15 +36,19 @@ void PollLoop::OnTimer() {
     errors.Step([&] { ShowLogState(); });
 }
 
+/// A stop gets in before each part of the step, which takes seconds with a slow mount. The queries let it in too.
 void PollLoop::UpdateMountInfo() {
+    for (const auto part : {&PollLoop::WatchMotion, &PollLoop::AskWhatIsDue, &PollLoop::FinishSlew}) {
+        needs_.door.LetStopIn();
+        (this->*part)();
+    }
+}
+
+void PollLoop::WatchMotion() {
     ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
-    MountQueries& queries = needs_.queries;
-    // A stop gets in between two exchanges of the step, which takes seconds with a slow mount. The queries see to that
-    // themselves.
-    const auto letStopIn = [&] { errors.Step([&] { needs_.waits.PumpStops(); }); };
     errors.Step([&] {
-        if (queries.IsDue(false, state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
-            queries.QueryGos();
+        if (needs_.queries.IsDue(false, state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
+            needs_.queries.QueryGos();
         }
     });
     bool slewHasBegun = false;
@@ -56,7 +60,11 @@ void PollLoop::UpdateMountInfo() {
         errors.Step([&] { needs_.panel.SlewFlashDisplay(); });
         errors.Step([&] { needs_.handBox.tmrSlewFlashUI.Enabled(true); });
     }
-    letStopIn();
+}
+
+void PollLoop::AskWhatIsDue() {
+    ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
+    MountQueries& queries = needs_.queries;
     errors.Step([&] { needs_.periodicQuayCheck(); });
     errors.Step([&] {
         if (state_.g_bSlewCompletePending) {
@@ -75,7 +83,10 @@ void PollLoop::UpdateMountInfo() {
             queries.UpdateHourAngle();
         }
     });
-    letStopIn();
+}
+
+void PollLoop::FinishSlew() {
+    ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
     errors.Step([&] { CheckSlewComplete(); });
 }
 

@@ -8,12 +8,12 @@
 #include "forms/hand_box_actions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
-#include "kernel/base/waits.h"
 #include "platform/clock.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
+#include "state/sequence.h"
 #include "state/telescope_actions.h"
 
 namespace kestrane {
@@ -23,7 +23,7 @@ struct PollLoopNeeds {
     Persist& persist;
     Log& log;
     Clock& clock;
-    Waits& waits;
+    StopDoor& door;
     SwallowLedger& ledger;
     Sounds& sounds;
     frmHandBox& handBox;
@@ -56,6 +56,9 @@ private:
     enum class Asked { Lst, Time, Other };
 
     // poll_loop.cpp
+    void WatchMotion();
+    void AskWhatIsDue();
+    void FinishSlew();
     Asked RunDueQuery();
     void ShowLogState();
     void PauseLogWhileParked();

@@ -26,40 +26,39 @@ void Telescope::CalibrateOnFirstSlew() {
 }
 
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
-    const std::uint32_t aborts = state_.g_nAborts;
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
-    for (int attempt = 1; attempt <= attempts && !LetStopIn(aborts); ++attempt) {
-        needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
-        bool calibrated = false;
-        ResumeNext errors{needs_.ledger, kOrigin};
-        errors.Assign(calibrated, [&] { return CalibrateOnce(aborts); });
-        if (calibrated) {
-            state_.g_bAutoCalibrated = true;
-            needs_.log.LogMessage(kOrigin, LogLevel::Info, "Autocalibration Successful!");
-            return;
+    UntilStopped(procedure::Calibration, [&](Sequence& mount) {
+        needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
+        for (int attempt = 1; attempt <= attempts; ++attempt) {
+            mount.LetStopIn();
+            needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
+            bool calibrated = false;
+            ResumeNext errors{needs_.ledger, kOrigin};
+            errors.Assign(calibrated, [&] { return CalibrateOnce(mount); });
+            if (calibrated) {
+                state_.g_bAutoCalibrated = true;
+                needs_.log.LogMessage(kOrigin, LogLevel::Info, "Autocalibration Successful!");
+                return;
+            }
         }
-    }
+    });
 }
 
 /// Moves a little to the east and north and looks in which way the position changed. An east move makes the right
 /// ascension grow; a north move makes the declination fall on the east side of the pier and rise on the west side.
-bool Telescope::CalibrateOnce(std::uint32_t aborts) {
-    const std::string startSide = CommandString(wire::GetPierSide.text, false);
+bool Telescope::CalibrateOnce(Sequence& mount) {
+    const std::string startSide = mount.CommandString(wire::GetPierSide);
     if (!IsPierSide(startSide, "... Bad response to Pier Side Command: ")) {
         return false;
     }
     needs_.log.LogMessage(kOrigin, LogLevel::Info, "Got Starting Pier Side: " + startSide);
     double startRa = 0.0;
     double startDec = 0.0;
-    if (LetStopIn(aborts) || !AskRa(startRa, "Got Start RA: ") || LetStopIn(aborts) ||
-        !AskDec(startDec, "Got Start Dec: ") || LetStopIn(aborts)) {
+    if (!AskRa(mount, startRa, "Got Start RA: ") || !AskDec(mount, startDec, "Got Start Dec: ")) {
         return false;
     }
+    mount.LetStopIn();
     MakeTestMove();
-    if (LetStopIn(aborts)) {
-        return false;
-    }
-    const std::string endSide = CommandString(wire::GetPierSide.text, false);
+    const std::string endSide = mount.CommandString(wire::GetPierSide);
     needs_.log.LogMessage(kOrigin, LogLevel::Info, "Got Ending Pier Side: " + endSide);
     if (!IsPierSide(endSide, "... Bad response to Pier Side Command (2): ")) {
         return false;
@@ -70,28 +69,30 @@ bool Telescope::CalibrateOnce(std::uint32_t aborts) {
     }
     double endRa = 0.0;
     double endDec = 0.0;
-    if (LetStopIn(aborts) || !AskRa(endRa, "Got End RA: ") || LetStopIn(aborts) ||
-        !AskDec(endDec, "Got Ending Dec: ") || LetStopIn(aborts)) {
+    if (!AskRa(mount, endRa, "Got End RA: ") || !AskDec(mount, endDec, "Got Ending Dec: ")) {
         return false;
     }
+    mount.LetStopIn();
+    Sequence swaps = Talk(procedure::SwapDirections);
     if (NormalizeHourAngle(endRa - startRa) < 0.0) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
-        CommandBlind(wire::SwapEastWest.text, false);
+        swaps.CommandBlind(wire::SwapEastWest);
     }
     if (startSide == kEast ? startDec < endDec : startDec > endDec) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
-        CommandBlind(wire::SwapNorthSouth.text, false);
+        swaps.CommandBlind(wire::SwapNorthSouth);
     }
     return true;
 }
 
 /// Lets nothing in, not even a stop: the move ends by its own one, and is too short to pump.
 void Telescope::MakeTestMove() {
-    CommandBlind(std::string(wire::CenteringRate.text) + "1", false);
-    CommandBlind(wire::MoveEast.text, false);
-    CommandBlind(wire::MoveNorth.text, false);
+    Sequence mount = Talk(procedure::TestMove);
+    mount.CommandBlind(wire::CenteringRate, "1");
+    mount.CommandBlind(wire::MoveEast);
+    mount.CommandBlind(wire::MoveNorth);
     needs_.waits.WaitForMilliseconds(kTestMoveMs);
-    CommandBlind(wire::Stop.text, false);
+    mount.CommandBlind(wire::Stop);
 }
 
 bool Telescope::IsPierSide(const std::string& side, std::string_view complaint) {
@@ -102,8 +103,8 @@ bool Telescope::IsPierSide(const std::string& side, std::string_view complaint) 
     return false;
 }
 
-bool Telescope::AskRa(double& hours, std::string_view label) {
-    const std::string reply = CommandString(wire::GetRa.text, false);
+bool Telescope::AskRa(Sequence& mount, double& hours, std::string_view label) {
+    const std::string reply = mount.CommandString(wire::GetRa);
     if (!IsRaReply(reply, needs_.log)) {
         return false;
     }
@@ -111,8 +112,8 @@ bool Telescope::AskRa(double& hours, std::string_view label) {
     return ParseProtocolHours(reply, hours, needs_.log);
 }
 
-bool Telescope::AskDec(double& degrees, std::string_view label) {
-    const std::string reply = CommandString(wire::GetDec.text, false);
+bool Telescope::AskDec(Sequence& mount, double& degrees, std::string_view label) {
+    const std::string reply = mount.CommandString(wire::GetDec);
     if (!IsDecReply(reply, needs_.log)) {
         return false;
     }

@@ -83,7 +83,7 @@ void Telescope::ForgetEndedMotion() {
 /// refused.
 bool Telescope::MoveAxisComesTooLate(double degreesPerSecond) {
     const bool endsMotion = degreesPerSecond == 0.0 && axes_.Runs();
-    return !endsMotion && OvertakenByStop("MoveAxis");
+    return !endsMotion && !needs_.door.Permit("MoveAxis");
 }
 
 /// The mount is not stopped for it: the rate that follows takes its place. Counted like an abort, so that no call that

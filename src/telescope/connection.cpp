@@ -292,7 +292,7 @@ void Telescope::InitUiPanel() {
 
 bool Telescope::AtPark() {
     const bool parked = LogGet("AtPark", state_.g_bParked);
-    needs_.waits.PauseForStops(kYieldMs);
+    needs_.door.Pause(kYieldMs);
     WaitForTimerIdle();
     return parked;
 }

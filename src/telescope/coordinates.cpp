@@ -30,7 +30,7 @@ double Telescope::Azimuth() {
 double Telescope::Altitude() {
     CheckConnected();
     // The mount is asked each time, yet a positive altitude of the poll hides its answer: wanted.
-    double altitude = ProtocolDegrees(CommandStringInternal(wire::GetAltitude.text, false), needs_.log);
+    double altitude = ProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetAltitude), needs_.log);
     if (state_.g_dAlt > 0.0) {
         altitude = state_.g_dAlt;
     }
@@ -69,7 +69,7 @@ double Telescope::ApertureArea() {
 bool Telescope::DoesRefraction() {
     bool does = false;
     if (state_.g_bQuayLink) {
-        const std::string reply = CommandString(wire::CompanionRefraction.text, false);
+        const std::string reply = Talk(procedure::Question).CommandString(wire::CompanionRefraction);
         does = reply.size() >= 3 && reply[2] == '1';
         needs_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
     }

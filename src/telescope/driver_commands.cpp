@@ -127,7 +127,7 @@ std::string Telescope::VerbGetEventReferenceTime(std::string_view) {
 }
 
 std::string Telescope::VerbAutoCalibrateNSEW(std::string_view) {
-    if (!OvertakenByStop("AutoCalibrateNSEW")) {
+    if (needs_.door.Permit("AutoCalibrateNSEW")) {
         AutoCalibrateNSEW(kCalibrationAttempts);
     }
     return kDone;

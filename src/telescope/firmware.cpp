@@ -28,9 +28,10 @@ bool IsStatusGeneration(const std::string& digit) {
 
 void Telescope::InitBasicValues() {
     ResumeNext errors{needs_.ledger, "InitBasicValues"};
-    CommandClearInternal();
+    Sequence mount = Talk(procedure::FirstPicture);
+    mount.CommandClearInternal();
     if (!state_.g_bVersionKnown) {
-        const std::string version = CommandStringInternal(wire::VersionRaw.text, true);
+        const std::string version = mount.CommandStringInternal(wire::VersionRaw);
         if (!version.empty()) {
             state_.g_sVersion = version;  // a lost reply does not make another mount of it
         }
@@ -161,7 +162,7 @@ void Telescope::CorrectMount(Mount_Type mount) {
 
 void Telescope::ReadFirmwareRevision() {
     std::int16_t revision = 0;
-    const std::string reply = CommandStringInternal(wire::FirmwareRevision.text, false);
+    const std::string reply = Talk(procedure::FirstPicture).CommandStringInternal(wire::FirmwareRevision);
     if (!reply.empty() && TryParseInteger(reply, revision)) {
         state_.g_nFirmwareRev = revision;
     }
@@ -184,18 +185,19 @@ void Telescope::ApplyStatusSettings() {
 }
 
 void Telescope::ReadFirstPicture() {
+    Sequence mount = Talk(procedure::FirstPicture);
     if (state_.g_bGosSupported) {
-        state_.g_sStatus = CommandStringInternal(wire::Status.text, false);
+        state_.g_sStatus = mount.CommandStringInternal(wire::Status);
         if (!state_.g_sStatus.empty()) {
             ParseGOS(state_.g_sStatus);
         }
     }
     ReadPosition();
     double value = 0.0;
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), value, needs_.log)) {
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLatitude), value, needs_.log)) {
         state_.g_dSiteLatitude = value;
     }
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), value, needs_.log)) {
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLongitude), value, needs_.log)) {
         state_.g_dSiteLongitude = -value;
     }
     const std::string& status = state_.g_sStatus;
@@ -206,12 +208,13 @@ void Telescope::ReadFirstPicture() {
 
 /// A position that cannot be is left to the queries, which know how to recover.
 void Telescope::ReadPosition() {
+    Sequence mount = Talk(procedure::FirstPicture);
     double value = 0.0;
-    if (ParseProtocolHours(CommandStringInternal(wire::GetRa.text, false), value, needs_.log) && value >= 0.0 &&
+    if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, needs_.log) && value >= 0.0 &&
         value < 24.0) {
         state_.g_dRa = value;
     }
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetDec.text, false), value, needs_.log) && value >= -90.0 &&
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetDec), value, needs_.log) && value >= -90.0 &&
         value <= 90.0) {
         state_.g_dDec = value;
     }

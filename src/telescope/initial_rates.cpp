@@ -19,27 +19,27 @@ constexpr std::array<SlewRateLabel, 3> kSlewRates{{{"x300", "x600"}, {"x450", "x
 
 }  // namespace
 
-void Telescope::SetSlewRate(int index) {
+void Telescope::SetSlewRate(Sequence& mount, int index) {
     if (index == kSlewRateOfSettings) {
         index = RoundHalfEven(Val_Global(needs_.persist.Read(setting::cbxInitSlewRate), needs_.log));
     }
     if (index >= 0 && index < kCustomSlewRate) {
         const SlewRateLabel& row = kSlewRates[static_cast<std::size_t>(index)];
-        CommandBlindInternal(std::string(wire::SlewRate.text) + std::to_string(index), false);
+        mount.CommandBlindInternal(wire::SlewRate, std::to_string(index));
         needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
     } else if (index == kCustomSlewRate) {
-        SendCustomSlewRate(Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
+        SendCustomSlewRate(mount, Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
     }
 }
 
-void Telescope::SendCustomSlewRate(std::string_view rate) {
+void Telescope::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
     const double value = Val_Global(rate, needs_.log);
     if (!(value > 0.0 && value <= kMostCustomSlewRate)) {
         needs_.log.LogMessage("SetSlewRate", LogLevel::Error,
                               "The custom slew rate is out of range, it is not sent: '" + std::string(rate) + "'");
         return;
     }
-    CommandBlindInternal(std::string(wire::CustomSlewRate.text) + std::string(rate), false);
+    mount.CommandBlindInternal(wire::CustomSlewRate, rate);
     needs_.statusWindow.lblSlewRate.Text("x" + std::string(rate));
 }
 

@@ -28,15 +28,12 @@ std::string MonthDayYear(const DateTime& date) {
     return TwoDigits(date.month) + "/" + TwoDigits(date.day) + "/" + TwoDigits(date.year % 100);
 }
 
-std::string Command(const WireCommand& command, std::string_view argument) {
-    return std::string(command.text) + std::string(argument);
-}
-
 }  // namespace
 
 DateTime Telescope::utcDate() {
     CheckConnected();
-    const std::string reply = CommandStringInternal(wire::GetLocalTime.text, false).substr(0, kTimeLength);
+    const std::string reply =
+        Talk(procedure::Question).CommandStringInternal(wire::GetLocalTime).substr(0, kTimeLength);
     DateTime local = needs_.clock.GetLocalTime();
     double hours = 0.0;
     if (ParseProtocolHours(reply, hours, needs_.log) && hours >= 0.0 && hours < 24.0) {
@@ -62,24 +59,23 @@ void Telescope::utcDate(const DateTime& utc) {
         return;
     }
     ResumeNext errors{needs_.ledger, "utcDate"};
+    Sequence mount = Talk(procedure::SetTime);
     if (state_.g_bHasMeridianQuery) {
-        errors.Step([&] { SendMeridianDelay(); });
+        errors.Step([&] { SendMeridianDelay(mount); });
     } else if (state_.g_dMeridianDelay != 0.0) {
         // Earlier firmware knows no delay: its clock is shifted instead.
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
     }
-    if (!CommandBoolInternal(Command(wire::SetLocalTime, TimeOfDay(local)), false)) {
+    if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
         needs_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
     }
-    needs_.waits.PumpStops();  // here and below: a stop does not wait for the rest of the clock
-    errors.Step([&] { SendDate(local); });
-    needs_.waits.PumpStops();
-    errors.Step([&] { SendTimeZone(); });
+    errors.Step([&] { SendDate(mount, local); });
+    errors.Step([&] { SendTimeZone(mount); });
 }
 
-void Telescope::SendMeridianDelay() {
+void Telescope::SendMeridianDelay(Sequence& mount) {
     double inMount = 0.0;
-    if (!ParseProtocolHours(CommandStringInternal(wire::GetMeridianDelay.text, false), inMount, needs_.log)) {
+    if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, needs_.log)) {
         // Without knowing the mount's delay none is written over it.
         needs_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
         return;
@@ -89,21 +85,20 @@ void Telescope::SendMeridianDelay() {
                               "Meridian Delay matches currently set value - no need to change!");
         return;
     }
-    needs_.waits.PumpStops();
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
-    CommandBoolInternal(Command(wire::SetMeridianDelay, delay), false);
+    mount.CommandBoolInternal(wire::SetMeridianDelay, delay);
 }
 
-void Telescope::SendDate(const DateTime& local) {
-    CommandStringInternal(Command(wire::SetDate, MonthDayYear(local)), false);
+void Telescope::SendDate(Sequence& mount, const DateTime& local) {
+    mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
     if (needs_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
         // Over the serial line a second reply follows: the mount tells that it computes.
         needs_.link->ReceiveTerminated("#");
     }
 }
 
-void Telescope::SendTimeZone() {
-    const std::string reply = CommandStringInternal(wire::GetTimeZone.text, false);
+void Telescope::SendTimeZone(Sequence& mount) {
+    const std::string reply = mount.CommandStringInternal(wire::GetTimeZone);
     if (!IsTimeZoneReply(reply, needs_.log)) {
         return;
     }
@@ -114,7 +109,7 @@ void Telescope::SendTimeZone() {
         return;
     }
     const std::string text = HoursToHMS(zone, ":", ":", "", 1);
-    if (!CommandBoolInternal(Command(wire::SetTimeZone, text), false)) {
+    if (!mount.CommandBoolInternal(wire::SetTimeZone, text)) {
         needs_.log.LogMessage("Telescope", LogLevel::Error,
                               "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
         return;

@@ -159,12 +159,9 @@ void Telescope::ParseRates(char guide, char move, char slew) {
     if (guideRow != kGuideRates.end()) {
         needs_.statusWindow.lblGuidingRate.Text(guideRow->text);
     }
-    const auto ask = [&](const WireCommand& question) {
-        needs_.waits.PumpStops();  // the status itself was an exchange
-        return CommandStringInternal(question.text, false) + "x";
-    };
-    const auto show = [&](Label& label, const std::string* entry, const WireCommand& question) {
-        label.Text(entry ? *entry : ask(question));
+    Sequence mount = Talk(procedure::Picture);
+    const auto show = [&](Label& label, const std::string* entry, const TextCommand& question) {
+        label.Text(entry ? *entry : mount.CommandStringInternal(question) + "x");
     };
     show(needs_.statusWindow.lblCenteringRate, ListEntry(needs_.handBox.cbxMoveRate, move, '3'),
          wire::GetCenteringRate);

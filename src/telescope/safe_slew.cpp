@@ -11,18 +11,25 @@ void Telescope::RefreshPosition() {
     needs_.queries.QuerySideOfMount();
 }
 
+/// False when a stop has come meanwhile.
+bool Telescope::ReadPositionForPlan() {
+    return UntilStopped(procedure::SafeSlew, [&](Sequence& mount) {
+        if (!needs_.queries.LstKnown()) {
+            needs_.queries.QueryLst();  // the side of the meridian is not for guessing
+        }
+        RefreshPosition();
+        needs_.queries.UpdateHourAngle();
+        mount.LetStopIn();
+    });
+}
+
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
 /// meaning by `LogRefusal`.
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
     ResumeNext errors{needs_.ledger, "SafeSlew"};
     const std::uint32_t aborts = state_.g_nAborts;
     const std::uint32_t slew = state_.g_nSlewsBegun;
-    if (!needs_.queries.LstKnown()) {
-        needs_.queries.QueryLst();  // the side of the meridian is not for guessing
-    }
-    RefreshPosition();
-    needs_.queries.UpdateHourAngle();
-    if (LetStopIn(aborts)) {
+    if (!ReadPositionForPlan()) {
         return;
     }
     state_.g_dSafeSlewRa = rightAscension;

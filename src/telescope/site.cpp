@@ -30,7 +30,8 @@ std::string SiteText(double degrees, std::string_view positive, std::string_view
 double Telescope::SiteLatitude() {
     CheckConnected();
     double latitude = 0.0;
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLatitude.text, false), latitude, needs_.log)) {
+    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLatitude), latitude,
+                             needs_.log)) {
         state_.g_dSiteLatitude = latitude;
     }
     return LogGet("SiteLatitude", state_.g_dSiteLatitude);
@@ -48,7 +49,7 @@ void Telescope::SiteLatitude(double degrees) {
 double Telescope::SiteLongitude() {
     CheckConnected();
     double west = 0.0;
-    if (ParseProtocolDegrees(CommandStringInternal(wire::GetLongitude.text, false), west, needs_.log)) {
+    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLongitude), west, needs_.log)) {
         state_.g_dSiteLongitude = -west;
     }
     const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;

@@ -48,29 +48,25 @@ std::string WithPlus(const std::string& angle) {
 
 void Telescope::SendSlewCommands() {
     CheckConnected();
-    const std::uint32_t aborts = state_.g_nAborts;
-    state_.g_bSlewCompletePending = false;
-    StartFromSiderealTracking();
-    if (LetStopIn(aborts)) {
-        return;
-    }
-    ApplySlewRateOfSettings();
-    const std::optional<std::string> reply = SendTarget(aborts);
-    if (!reply) {
-        return;
-    }
-    if (const std::int16_t result = SlewResult(*reply); result != 0) {
-        RaiseSlewRefusal(result);
-    }
-    BeginSlew();
-    ++state_.g_nSlewsTaken;
-    const Tick now = needs_.clock.GetTickCount();
-    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-    state_.g_tickLastSlewCheck = now;
+    UntilStopped(procedure::Slew, [&](Sequence& mount) {
+        state_.g_bSlewCompletePending = false;
+        StartFromSiderealTracking();
+        mount.LetStopIn();
+        ApplySlewRateOfSettings(mount);
+        const std::string reply = SendTarget(mount);
+        if (const std::int16_t result = SlewResult(reply); result != 0) {
+            RaiseSlewRefusal(result);
+        }
+        BeginSlew();
+        ++state_.g_nSlewsTaken;
+        const Tick now = needs_.clock.GetTickCount();
+        state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
+        state_.g_tickLastSlewCheck = now;
+    });
 }
 
-/// The mount's reply to the slew command, or nothing when a stop came before that.
-std::optional<std::string> Telescope::SendTarget(std::uint32_t aborts) {
+/// The mount's reply to the slew command.
+std::string Telescope::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
     if (!isRaDec && !isAltAz) {
@@ -78,70 +74,54 @@ std::optional<std::string> Telescope::SendTarget(std::uint32_t aborts) {
         return std::string(kNoTarget);
     }
     CalibrateOnFirstSlew();
-    if (LetStopIn(aborts)) {
-        return std::nullopt;
-    }
-    const std::optional<std::string> reply = isRaDec ? SendRaDecSequence(aborts) : SendAltAzSequence(aborts);
-    if (reply) {
-        LogRefusal(*reply);
-    }
+    mount.LetStopIn();
+    const std::string reply = isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount);
+    LogRefusal(reply);
     return reply;
 }
 
 void Telescope::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
-        ClearCustomDecRate();
-        needs_.waits.PumpStops();
-        CommandBlindInternal(std::string(wire::TrackingRate.text) + "2", false);
+        Sequence mount = Talk(procedure::SiderealTracking);
+        ClearCustomDecRate(mount);
+        mount.CommandBlindInternal(wire::TrackingRate, "2");
     }
 }
 
-std::optional<std::string> Telescope::SendRaDecSequence(std::uint32_t aborts) {
+std::string Telescope::SendRaDecSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
     if (ra.starts_with("24")) {
         ra.replace(0, 2, "00");  // rounded up across midnight; the mount knows no hour 24
     }
     // A refused half is logged, and the sequence goes on: only the reply to the slew command counts. Wanted.
-    if (!CommandBoolInternal(std::string(wire::SetTargetRa.text) + ra, false)) {
+    if (!mount.CommandBoolInternal(wire::SetTargetRa, ra)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
         needs_.poll.SetPolling(true);
     }
-    if (LetStopIn(aborts)) {
-        return std::nullopt;
-    }
     const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
-    if (!CommandBoolInternal(std::string(wire::SetTargetDec.text) + dec, false)) {
+    if (!mount.CommandBoolInternal(wire::SetTargetDec, dec)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
         needs_.poll.SetPolling(true);
     }
-    if (LetStopIn(aborts)) {
-        return std::nullopt;
-    }
-    return SendSlew("Slew RA/Dec");
+    return SendSlew(mount, "Slew RA/Dec");
 }
 
-std::optional<std::string> Telescope::SendAltAzSequence(std::uint32_t aborts) {
+std::string Telescope::SendAltAzSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     // The value decides on the sign here, not its text as with a declination.
     const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
                                  DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz);
-    SendAltAzHalf(wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
-    if (LetStopIn(aborts)) {
-        return std::nullopt;
-    }
+    SendAltAzHalf(mount, wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
     const std::string azimuth =
         WithThreeDigits(DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz));
-    SendAltAzHalf(wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
-    if (LetStopIn(aborts)) {
-        return std::nullopt;
-    }
-    return SendSlew("Slew ALT/AZ");
+    SendAltAzHalf(mount, wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
+    return SendSlew(mount, "Slew ALT/AZ");
 }
 
-void Telescope::SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
-                              const std::string& text) {
-    if (!CommandBoolInternal(std::string(command.text) + text, false)) {
+void Telescope::SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
+                              std::string_view property, const std::string& text) {
+    if (!mount.CommandBoolInternal(command, text)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(logged) + " FAILED!");
         throw DriverError(ErrorNumber::MountRejectedTarget,
                           "KS mount rejected set " + std::string(property) + " = " + text);
@@ -149,9 +129,9 @@ void Telescope::SendAltAzHalf(const WireCommand& command, std::string_view logge
 }
 
 /// The mount's answer is one character without an end.
-std::string Telescope::SendSlew(std::string_view origin) {
+std::string Telescope::SendSlew(Sequence& mount, std::string_view origin) {
     ResumeNext errors{needs_.ledger, "SendSlew"};
-    CommandBlindInternal(wire::Slew.text, false);
+    mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
     std::string reply;
     errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCounted(1) : std::string{}; });
     needs_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
@@ -176,9 +156,9 @@ void Telescope::RaiseSlewRefusal(std::int16_t result) {
 }
 
 /// A slew goes at the slew rate of the settings, where the user wants that.
-void Telescope::ApplySlewRateOfSettings() {
+void Telescope::ApplySlewRateOfSettings(Sequence& mount) {
     if (Trim(needs_.persist.Read(setting::chkSetSlewRate)) == "1") {
-        SetSlewRate(kSlewRateOfSettings);
+        SetSlewRate(mount, kSlewRateOfSettings);
     }
 }
 

@@ -66,9 +66,10 @@ void Telescope::StopAxes(std::string_view origin) {
 }
 
 void Telescope::SendStopPair() {
-    CommandBlind(wire::Stop.text, false);
+    Sequence mount = Talk(procedure::StopPair);
+    mount.CommandBlind(wire::Stop);
     needs_.waits.WaitForMilliseconds(kStopSpacingMs);
-    CommandBlind(wire::Stop.text, false);
+    mount.CommandBlind(wire::Stop);
 }
 
 /// A stop clears the custom rates of the mount. They are offsets from tracking: one that does not track stays at rest,

@@ -47,7 +47,7 @@ void Telescope::BeginSlew() {
 }
 
 /// Begins a slew that takes the place of any other; its number, for `ReplacedSince`.
-std::uint32_t Telescope::BeginNewSlew() {
+std::uint32_t Telescope::BeginNewSlew(const MotionPermit&) {
     BeginSlew();
     return ++state_.g_nSlewsBegun;
 }
@@ -59,13 +59,14 @@ bool Telescope::SafeSlewWanted() {
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     CheckSlewRange(rightAscension, declination);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
-    if (OvertakenByStop("SlewToCoordinates")) {
+    const auto permit = needs_.door.Permit("SlewToCoordinates");
+    if (!permit) {
         return;
     }
     check_connected("SlewToCoordinates", true, true);
     const bool safeSlew = SafeSlewWanted();
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginNewSlew();
+    BeginNewSlew(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (QuayTakesSlews()) {
@@ -84,12 +85,13 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         needs_.log.LogMessage("ASCOM", LogLevel::Info,
                               "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
-    if (OvertakenByStop("SlewToCoordinatesAsync")) {
+    const auto permit = needs_.door.Permit("SlewToCoordinatesAsync");
+    if (!permit) {
         return;
     }
     check_connected("SlewToCoordinatesAsync", true, true);
     if (fromClient) {
-        BeginNewSlew();
+        BeginNewSlew(*permit);
     } else {
         BeginSlew();
     }
@@ -109,14 +111,15 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 void Telescope::SlewToTarget() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    if (OvertakenByStop("SlewToTarget")) {
+    const auto permit = needs_.door.Permit("SlewToTarget");
+    if (!permit) {
         return;
     }
     check_connected("SlewToTarget", true, true);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     const std::uint32_t aborts = state_.g_nAborts;
-    const std::uint32_t slew = BeginNewSlew();
+    const std::uint32_t slew = BeginNewSlew(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
@@ -152,7 +155,8 @@ void Telescope::TakeBackTarget(double rightAscension, double declination) {
 void Telescope::SlewToTargetAsync() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    if (OvertakenByStop("SlewToTargetAsync")) {
+    const auto permit = needs_.door.Permit("SlewToTargetAsync");
+    if (!permit) {
         return;
     }
     check_connected("SlewToTargetAsync", true, true);
@@ -160,7 +164,7 @@ void Telescope::SlewToTargetAsync() {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    BeginNewSlew();
+    BeginNewSlew(*permit);
     if (QuayTakesSlews()) {
         SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (SafeSlewWanted()) {
@@ -185,19 +189,20 @@ std::optional<std::uint32_t> Telescope::BeginAltAzSlew(std::string_view member, 
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
     check_connected(name, true, false);
-    if (OvertakenByStop(member)) {
+    const auto permit = needs_.door.Permit(member);
+    if (!permit) {
         return std::nullopt;
     }
     Tracking(false);  // stops the mount once more although it does not track: wanted
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginNewSlew();
+    BeginNewSlew(*permit);
     try {
         TargetAzimuth(azimuth);
         TargetAltitude(altitude);
         if (QuayTakesSlews()) {
-            const std::string reply = CommandString(
-                std::string(wire::CompanionSlewAltAz.text) + FormatUs(azimuth, "") + "," + FormatUs(altitude, ""),
-                false);
+            const std::string reply =
+                Talk(procedure::Question)
+                    .CommandString(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
             needs_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
         } else {
             SendSlewCommands();
@@ -225,8 +230,9 @@ bool Telescope::QuayTakesSlews() const {
 }
 
 void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
-    const std::string reply = CommandString(
-        std::string(wire::CompanionSlew.text) + FormatUs(rightAscension, "") + "," + FormatUs(declination, ""), false);
+    const std::string reply =
+        Talk(procedure::Question)
+            .CommandString(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
     needs_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
 }
 
@@ -242,23 +248,6 @@ bool Telescope::ReplacedSince(std::uint32_t slew, std::string_view who) {
         return false;
     }
     needs_.log.LogMessage(who, LogLevel::Warning, "This slew gives way to one that was asked for later");
-    return true;
-}
-
-/// Lets a stop in between two exchanges; whether one has come since `aborts` was read. A slew that was stopped on its
-/// way sends nothing more; its end is left to the supervision, as that of any stopped slew.
-bool Telescope::LetStopIn(std::uint32_t aborts) {
-    needs_.waits.PumpStops();
-    return state_.g_nAborts != aborts;
-}
-
-/// Whether a stop that was asked for after this call has run before it.
-bool Telescope::OvertakenByStop(std::string_view member) {
-    if (!needs_.waits.OvertakenByStop()) {
-        return false;
-    }
-    needs_.log.LogMessage("ASCOM", LogLevel::Warning,
-                          std::string(member) + "() does not begin: it was stopped before it could");
     return true;
 }
 
@@ -290,7 +279,7 @@ void Telescope::PumpSlewRound() {
         needs_.poll.UpdateMountInfo();  // the timer cannot fire inside a poll step
     }
     needs_.waits.PumpOnce();
-    needs_.waits.PauseForStops(kSlewRoundMs);
+    needs_.door.Pause(kSlewRoundMs);
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
@@ -310,7 +299,7 @@ bool Telescope::Slewing() {
                           "GET Slewing = " + std::string(TrueFalse(slewing)) + ", MoveAxis(0)=" +
                               PlainNumber(axes_.rates[0]) + ", MoveAxis(1)=" + PlainNumber(axes_.rates[1]));
     // Keeps a client that asks in a tight loop from starving the poll.
-    needs_.waits.PauseForStops(kYieldMs);
+    needs_.door.Pause(kYieldMs);
     if (state_.g_bInPoll) {
         for (int i = 0; i < 3; ++i) {
             needs_.clock.Sleep(1);

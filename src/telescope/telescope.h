@@ -31,6 +31,7 @@
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
+#include "state/sequence.h"
 #include "state/telescope_actions.h"
 #include "telescope/axis_motion.h"
 
@@ -47,6 +48,7 @@ struct TelescopeNeeds {
     Log& log;
     Counters& counters;
     Waits& waits;
+    StopDoor& door;
     Clock& clock;
     SwallowLedger& ledger;
     frmHandBox& handBox;
@@ -281,6 +283,8 @@ public:
     void HandleParkComplete() override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
+    /// Switches the King correction of the mount on or off, as the user wants it.
+    void SendKingCorrection();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
     /// The two steps by which a mount that was just stopped ends this object's axis motion.
@@ -292,6 +296,14 @@ public:
     bool LatitudeOfSettings(double& degrees);
 
 private:
+    /// Exchanges of a procedure that a stop does not end, over this object's exchange.
+    Sequence Talk(const CompletingProcedure& procedure) { return {exchange_, needs_.door, procedure}; }
+    /// Those of one that it ends; false when it did.
+    template <typename Steps>
+    bool UntilStopped(const EndingProcedure& procedure, Steps&& steps) {
+        return Sequence::UntilStopped(exchange_, needs_.door, procedure, std::forward<Steps>(steps));
+    }
+
     // connection.cpp
     void ConnectClient();
     void OpenForFirstClient();
@@ -327,9 +339,9 @@ private:
     void ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal);
 
     // mount_time.cpp
-    void SendMeridianDelay();
-    void SendDate(const DateTime& local);
-    void SendTimeZone();
+    void SendMeridianDelay(Sequence& mount);
+    void SendDate(Sequence& mount, const DateTime& local);
+    void SendTimeZone(Sequence& mount);
 
     // driver_commands.cpp
     struct DriverVerb;
@@ -355,7 +367,7 @@ private:
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
     void BeginSlew();
-    std::uint32_t BeginNewSlew();
+    std::uint32_t BeginNewSlew(const MotionPermit& permit);
     std::optional<std::uint32_t> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
@@ -364,44 +376,43 @@ private:
     void TakeBackTarget(double rightAscension, double declination);
     bool AbortedSince(std::uint32_t aborts) const;
     bool ReplacedSince(std::uint32_t slew, std::string_view who);
-    bool LetStopIn(std::uint32_t aborts);
-    bool OvertakenByStop(std::string_view member);
     void WaitForSlewEnd(std::uint32_t aborts);
     void PumpSlewRound();
 
     // slew_commands.cpp
     void SendSlewCommands();
     void StartFromSiderealTracking();
-    std::optional<std::string> SendTarget(std::uint32_t aborts);
-    std::optional<std::string> SendRaDecSequence(std::uint32_t aborts);
-    std::optional<std::string> SendAltAzSequence(std::uint32_t aborts);
-    void SendAltAzHalf(const WireCommand& command, std::string_view logged, std::string_view property,
-                       const std::string& text);
-    std::string SendSlew(std::string_view origin);
+    std::string SendTarget(Sequence& mount);
+    std::string SendRaDecSequence(Sequence& mount);
+    std::string SendAltAzSequence(Sequence& mount);
+    void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
+                       std::string_view property, const std::string& text);
+    std::string SendSlew(Sequence& mount, std::string_view origin);
     void LogRefusal(std::string_view reply);
     [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
-    void ApplySlewRateOfSettings();
+    void ApplySlewRateOfSettings(Sequence& mount);
 
     // safe_slew.cpp
     void SafeSlew(double rightAscension, double declination, bool async);
     bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
     void RefreshPosition();
+    bool ReadPositionForPlan();
 
     // initial_rates.cpp
     static constexpr int kSlewRateOfSettings = -1;
     /// Index 0 to 2 of the slew rates, 3 the custom one, -1 that of the settings.
-    void SetSlewRate(int index);
-    void SendCustomSlewRate(std::string_view rate);
+    void SetSlewRate(Sequence& mount, int index);
+    void SendCustomSlewRate(Sequence& mount, std::string_view rate);
 
     // auto_calibration.cpp
     static constexpr std::int16_t kCalibrationAttempts = 3;
     void CalibrateOnFirstSlew();
     void AutoCalibrateNSEW(std::int16_t attempts);
-    bool CalibrateOnce(std::uint32_t aborts);
+    bool CalibrateOnce(Sequence& mount);
     void MakeTestMove();
     bool IsPierSide(const std::string& side, std::string_view complaint);
-    bool AskRa(double& hours, std::string_view label);
-    bool AskDec(double& degrees, std::string_view label);
+    bool AskRa(Sequence& mount, double& hours, std::string_view label);
+    bool AskDec(Sequence& mount, double& degrees, std::string_view label);
 
     // slew_stop.cpp
     void StopMotion(std::string_view origin);
@@ -423,14 +434,13 @@ private:
     // tracking.cpp
     void StopTracking();
     void NoteTrackingChoice();
-    void SendTrackingRate(std::string_view argument);
-    void ClearCustomDecRate();
+    void ClearCustomDecRate(Sequence& mount);
     double GuideRate(std::string_view name);
     void SetGuideRate(std::string_view name, double degreesPerSecond);
     void RefuseWithoutCustomRates(std::string_view name);
     void ShowCustomOrSidereal();
     void ShowCustomRate(TextBox& box, double rate);
-    void SendCustomRate(const WireCommand& command, double multiple);
+    void SendCustomRate(const CharacterCommand& command, double multiple);
 
     // site.cpp
     void RefuseOutOfRange(std::string_view name, double value, bool inRange);

@@ -24,10 +24,10 @@ constexpr std::int16_t kSolarRate = 3;
 constexpr std::int16_t kCustomRate = 4;
 
 constexpr std::array<RateRow, 4> kRates{{
-    {KingCorrection::Off, "2#", kSiderealRate},
-    {KingCorrection::Leave, "0#", kLunarRate},
-    {KingCorrection::Leave, "1#", kSolarRate},
-    {KingCorrection::On, "2#", kSiderealRate},  // King
+    {KingCorrection::Off, "2", kSiderealRate},
+    {KingCorrection::Leave, "0", kLunarRate},
+    {KingCorrection::Leave, "1", kSolarRate},
+    {KingCorrection::On, "2", kSiderealRate},  // King
 }};
 
 /// A guide rate that the mount has: its setting `cbxInitGuideRate`.
@@ -65,10 +65,11 @@ void Telescope::Tracking(bool track) {
 void Telescope::StopTracking() {
     NoteTrackingChoice();
     state_.g_bTracking = false;
-    CommandBlindInternal(wire::EndInput.text, true);
-    CommandBlindInternal(wire::StopRaw.text, true);
-    ClearCustomDecRate();
-    SendTrackingRate("9#");
+    Sequence mount = Talk(procedure::Tracking);
+    mount.CommandBlindInternal(wire::EndInput);
+    mount.CommandBlindInternal(wire::StopRaw);
+    ClearCustomDecRate(mount);
+    mount.CommandBlindInternal(wire::TrackingRateRaw, "9");
     needs_.panel.ShowTrackingRate(kNotTracking, false);
 }
 
@@ -86,10 +87,6 @@ void Telescope::NoteTrackingChoice() {
     }
 }
 
-void Telescope::SendTrackingRate(std::string_view argument) {
-    CommandBlindInternal(std::string(wire::TrackingRateRaw.text) + std::string(argument), true);
-}
-
 std::int32_t Telescope::TrackingRate() {
     return LogGet("TrackingRate", state_.g_nTrackingRate);
 }
@@ -99,27 +96,32 @@ void Telescope::TrackingRate(std::int32_t rate) {
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
     NoteTrackingChoice();
-    CommandBlindInternal(wire::Stop.text, false);
-    ClearCustomDecRate();
+    Sequence mount = Talk(procedure::Tracking);
+    mount.CommandBlindInternal(wire::Stop);
+    ClearCustomDecRate(mount);
     if (rate < 0 || rate >= static_cast<std::int32_t>(kRates.size())) {
         throw DriverError(ErrorNumber::OutOfRange, "Invalid Tracking Rate Value: " + std::to_string(rate));
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
     if (row.king == KingCorrection::Off && state_.g_bKingRateAvailable && !state_.g_bKingRateEnabled) {
-        SendTrackingRate("3#");
+        mount.CommandBlindInternal(wire::TrackingRateRaw, "3");
     }
     if (row.king == KingCorrection::On && state_.g_bKingRateAvailable && state_.g_bKingRateEnabled) {
-        SendTrackingRate("8#");
+        mount.CommandBlindInternal(wire::TrackingRateRaw, "8");
     }
-    SendTrackingRate(row.argument);
+    mount.CommandBlindInternal(wire::TrackingRateRaw, row.argument);
     needs_.panel.ShowTrackingRate(row.displayed, false);
     state_.g_bTracking = true;
     needs_.panel.EnableRateControls();  // the display has still shown them as of a mount that stands
 }
 
-void Telescope::ClearCustomDecRate() {
+void Telescope::SendKingCorrection() {
+    Talk(procedure::Question).CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? "8" : "3");
+}
+
+void Telescope::ClearCustomDecRate(Sequence& mount) {
     if (state_.g_bHasCustomRates && !state_.g_bGosActive) {
-        CommandBoolInternal(std::string(wire::CustomDecRate.text) + "0.0000", false);
+        mount.CommandBoolInternal(wire::CustomDecRate, "0.0000");
     }
 }
 
@@ -137,7 +139,7 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
     // Ahead of the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
-    if (secondsPerSiderealSecond != 0.0 && OvertakenByStop("RightAscensionRate")) {
+    if (secondsPerSiderealSecond != 0.0 && !needs_.door.Permit("RightAscensionRate")) {
         return;
     }
     check_connected("RightAscensionRate", true, true);
@@ -152,7 +154,7 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
     // Ahead of the check, as for the other rate.
-    if (arcSecondsPerSecond != 0.0 && OvertakenByStop("DeclinationRate")) {
+    if (arcSecondsPerSecond != 0.0 && !needs_.door.Permit("DeclinationRate")) {
         return;
     }
     check_connected("DeclinationRate(set)", true, true);
@@ -183,8 +185,8 @@ void Telescope::ShowCustomRate(TextBox& box, double rate) {
 
 /// The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no offset goes out as
 /// "0.00000", without a sign, whatever side or hemisphere has negated it.
-void Telescope::SendCustomRate(const WireCommand& command, double multiple) {
-    CommandBoolInternal(std::string(command.text) + FormatUs(multiple, kRatePattern), false);
+void Telescope::SendCustomRate(const CharacterCommand& command, double multiple) {
+    Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
 }
 
 double Telescope::GuideRateRightAscension() {

@@ -1,6 +1,5 @@
 #include <cmath>
 
-#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "ui/colours.h"
@@ -99,9 +98,7 @@ void HandBoxPanel::SetKingRateState() {
         return;
     }
     ResumeNext errors{needs_.ledger, "SetKingRateState"};
-    errors.Step([&] {
-        telescope->CommandBlind(std::string(wire::TrackingRate.text) + (state_.g_bKingRateEnabled ? "8" : "3"), false);
-    });
+    errors.Step([&] { telescope->SendKingCorrection(); });
 }
 
 void HandBoxPanel::RestoreTrackingRate(std::int16_t rate) {

@@ -5,12 +5,12 @@
 namespace kestrane {
 namespace {
 
-std::string Frame(const WireCommand& command, std::string_view argument = "") {
-    return ":" + std::string(command.text) + std::string(argument) + "#";
+std::string Frame(const BlindCommand& command, std::string_view argument = "") {
+    return command.With(argument).OnTheWire();
 }
 
 /// The commands of one kind with the given arguments.
-std::vector<std::string> FrameAll(const WireCommand& command, std::string_view arguments) {
+std::vector<std::string> FrameAll(const BlindCommand& command, std::string_view arguments) {
     std::vector<std::string> framed;
     for (const char& argument : arguments) {
         framed.push_back(Frame(command, std::string_view(&argument, 1)));

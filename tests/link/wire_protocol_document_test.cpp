@@ -2,7 +2,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -64,6 +66,77 @@ TEST(WireProtocolDocument, HoldsTheCatalogueRowByRow) {
     EXPECT_EQ(RowsOfDocument(), rows) << "docs/wire-protocol.md and src/catalogue/wire_commands.h differ";
 }
 
+/// The names that the header defines, in its order.
+std::vector<std::string> NamesOfRows(const std::string& header) {
+    const std::regex row(R"(^inline constexpr (Blind|Character|Text)Command +(\w+) *\{)");
+    std::vector<std::string> names;
+    std::istringstream lines(header);
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch match;
+        if (std::regex_search(line, match, row) && match[2] != "ClientSetting") {
+            names.push_back(match[2]);
+        }
+    }
+    return names;
+}
+
+/// The names in the list of the whole catalogue.
+std::vector<std::string> NamesOfList(const std::string& header) {
+    const std::size_t begin = header.find('{', header.find("kAll"));
+    const std::string list = header.substr(begin, header.find('}', begin) - begin);
+    const std::regex word(R"(\w+)");
+    return {std::sregex_token_iterator(list.begin(), list.end(), word), std::sregex_token_iterator()};
+}
+
+TEST(WireCatalogue, ListsEveryRow) {
+    std::ifstream file(KESTRANE_WIRE_COMMANDS);
+    const std::string header{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    ASSERT_EQ(NamesOfRows(header).size(), wire::kAll.size());
+    EXPECT_EQ(NamesOfRows(header), NamesOfList(header)) << "a row of the header is not in its list kAll, or elsewhere";
+}
+
+TEST(WireCatalogue, ListsEveryRow_CanFail) {
+    const std::string header =
+        "inline constexpr TextCommand A {\ninline constexpr BlindCommand B {\nkAll = ({\n A,\n});";
+    EXPECT_NE(NamesOfRows(header), NamesOfList(header));
+}
+
+struct CareRow {
+    std::string_view onTheWire;
+    Care care;
+};
+
+TEST(WireCatalogue, CareIsMetByTheRowsAndByAClientsOwnText) {
+    const std::string row = wire::Slew.With("").OnTheWire();
+    const std::string rawRow = wire::SlewRaw.With("").OnTheWire();
+    const CareRow rows[] = {
+        {row, {.zeroIsGood = true}},
+        {rawRow, {.zeroIsGood = true}},
+        {":MS#", {.zeroIsGood = true}},
+        {":MS", {}},
+        {"MS#", {}},
+        {":MSx#", {}},
+        {":Sm#", {.pauseMs = 20}},
+        {":Sm1#", {.pauseMs = 20}},
+        {":Sm", {.pauseMs = 20}},
+        {"Sm1", {}},
+        {":SM00:00:00#", {}},
+        {":GR#", {}},
+        {"#:Q#", {}},
+        {"", {}},
+    };
+    for (const CareRow& expected : rows) {
+        EXPECT_EQ(wire::CareOf(expected.onTheWire), expected.care) << expected.onTheWire;
+    }
+}
+
+TEST(WireCatalogue, ARawRowWithAnArgumentClosesItself) {
+    EXPECT_EQ(wire::TrackingRateRaw.With("9").OnTheWire(), ":RT9#");
+    EXPECT_EQ(wire::TrackingRate.With("9").OnTheWire(), ":RT9#");
+    EXPECT_EQ(wire::SetParkSlot.With("3").OnTheWire(), "$K3#");
+    EXPECT_EQ(wire::StopRaw.With("").OnTheWire(), ":Q#");
+}
+
 TEST(WireCatalogue, DefinesEachCommandOnce) {
     std::set<std::tuple<std::string_view, bool, bool>> seen;
     for (const WireCommand& command : wire::kAll) {
@@ -84,7 +157,7 @@ TEST(WireCatalogue, FramedCommandsAreWithoutAFrameAndRawOnesBringWhatTheyNeed) {
 }
 
 struct ReplyRow {
-    const WireCommand& command;
+    WireCommand command;
     std::string_view text;
     bool raw;
     ReplyForm reply;

@@ -28,20 +28,27 @@ public:
     std::map<std::string, std::deque<std::string>> inTurn;  ///< to the next ones first
     std::vector<std::string> sent;                          ///< "<clear>" for a clear, "!" before a blind command
 
-    void CommandBlindInternal(std::string_view command, bool) override { sent.push_back("!" + std::string(command)); }
-    void CommandClearInternal() override {
-        sent.emplace_back("<clear>");
-        state_.g_bResync = false;
-    }
-    bool CommandBoolInternal(std::string_view command, bool) override { return Answer(command) == "1"; }
-    std::string CommandStringInternal(std::string_view command, bool) override { return Answer(command); }
-    std::string CommandString(std::string_view command, bool) override { return Answer(command); }
-
     int Times(std::string_view command) const {
         return static_cast<int>(std::count(sent.begin(), sent.end(), command));
     }
 
 private:
+    void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { sent.push_back("!" + command.text); }
+    void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { CommandBlind(command); }
+    void CommandClear() override { CommandClearInternal(); }
+    void CommandClearInternal() override {
+        sent.emplace_back("<clear>");
+        state_.g_bResync = false;
+    }
+    bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
+        return Answer(command.text) == "1";
+    }
+    std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override { return Answer(command.text); }
+    std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
+        return Answer(command.text);
+    }
+    std::string DriverCommandInternal(std::string_view verb) override { return Answer("RAW," + std::string(verb)); }
+
     std::string Answer(std::string_view command) {
         sent.emplace_back(command);
         std::deque<std::string>& next = inTurn[std::string(command)];
@@ -180,6 +187,7 @@ protected:
     int quayChecks = 0;
     std::function<void()> duringQuayCheck;
     Waits waits{machine.clock, machine.pump};
+    StopDoor door{waits, log, state};
     EventJournal journal{EventJournalNeeds{
         .state = state, .log = log, .clock = machine.clock, .statusWindow = statusWindow, .panel = panel}};
     MountQueries queries{MountQueriesNeeds{
@@ -188,7 +196,7 @@ protected:
         .log = log,
         .counters = counters,
         .clock = machine.clock,
-        .waits = waits,
+        .door = door,
         .astronomy = machine.astronomy,
         .ledger = ledger,
         .handBox = handBox,
@@ -207,7 +215,7 @@ protected:
         .persist = persist,
         .log = log,
         .clock = machine.clock,
-        .waits = waits,
+        .door = door,
         .ledger = ledger,
         .sounds = machine.sounds,
         .handBox = handBox,

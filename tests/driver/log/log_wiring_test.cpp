@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-#include "catalogue/wire_commands.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -43,7 +42,7 @@ protected:
     /// seconds at most.
     TelescopeObject ParkedTelescope() {
         TelescopeObject telescope = ConnectedTelescope();
-        telescope->CommandBlind(std::string(wire::Park.text), false);
+        telescope->CommandBlind("KA", false);
         for (int tries = 0; tries < 200 && !driver->state.g_bParked; ++tries) {
             machine.AdvanceTime(50);
         }

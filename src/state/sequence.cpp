@@ -1,0 +1,63 @@
+#include "state/sequence.h"
+
+namespace kestrane {
+
+std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
+    if (!waits_.OvertakenByStop()) {
+        return MotionPermit{};
+    }
+    log_.LogMessage("ASCOM", LogLevel::Warning,
+                    std::string(member) + "() does not begin: it was stopped before it could");
+    return std::nullopt;
+}
+
+void Sequence::LetStopIn() {
+    door_.LetStopIn();
+    if (onStop_ == OnStop::Ends && door_.Stops() != stopsBefore_) {
+        throw Ended{this};
+    }
+}
+
+/// The way to the mount for the next exchange.
+MountCommands& Sequence::Next() {
+    if (doors_ == Doors::BeforeEach && !std::exchange(cleared_, false)) {
+        LetStopIn();
+    }
+    return commands_;
+}
+
+void Sequence::CommandBlind(const BlindCommand& row, std::string_view argument) {
+    Next().CommandBlind(row.With(argument));
+}
+
+void Sequence::CommandBlindInternal(const BlindCommand& row, std::string_view argument) {
+    Next().CommandBlindInternal(row.With(argument));
+}
+
+void Sequence::CommandClear() {
+    Next().CommandClear();
+    cleared_ = true;
+}
+
+void Sequence::CommandClearInternal() {
+    Next().CommandClearInternal();
+    cleared_ = true;
+}
+
+bool Sequence::CommandBoolInternal(const CharacterCommand& row, std::string_view argument) {
+    return Next().CommandBoolInternal(row.With(argument));
+}
+
+std::string Sequence::CommandString(const TextCommand& row, std::string_view argument) {
+    return Next().CommandString(row.With(argument));
+}
+
+std::string Sequence::CommandStringInternal(const TextCommand& row, std::string_view argument) {
+    return Next().CommandStringInternal(row.With(argument));
+}
+
+std::string Sequence::DriverCommandInternal(std::string_view verb) {
+    return Next().DriverCommandInternal(verb);
+}
+
+}  // namespace kestrane

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "state/driver_state.h"
+#include "state/mount_commands.h"
+
+namespace kestrane {
+
+/// When a stop gets into a procedure.
+enum class Doors {
+    BeforeEach,  ///< before each of its exchanges
+    Closed,      ///< not at all: it is the stop itself, or too short, or must not be cut in two yet
+};
+
+/// A procedure that could move the mount: once a stop has come, nothing of it goes out any more.
+struct EndingProcedure {
+    std::string_view name;
+    Doors doors;
+};
+
+/// A procedure that leaves a setting in the mount, or only asks: a stop gets in, and the rest goes out after it, so
+/// that the mount never keeps half a setting.
+struct CompletingProcedure {
+    std::string_view name;
+    Doors doors;
+};
+
+/// Every procedure that talks to the mount, and what a stop does to it. The mount answers one exchange at a time, and
+/// with a slow mount a procedure takes seconds; a stop waits for one exchange at most where the doors are open.
+namespace procedure {
+// clang-format off
+inline constexpr EndingProcedure     SafeSlew         {"safe slew",           Doors::BeforeEach};
+inline constexpr EndingProcedure     Slew             {"slew",                Doors::BeforeEach};
+inline constexpr EndingProcedure     Calibration      {"calibration",         Doors::BeforeEach};
+inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop
+inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Doors::Closed};
+inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
+inline constexpr CompletingProcedure SiderealTracking {"sidereal tracking",   Doors::BeforeEach};
+inline constexpr CompletingProcedure Tracking         {"tracking",            Doors::Closed};      // begins with a stop
+inline constexpr CompletingProcedure CustomRate       {"custom rate",         Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
+inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach};  // each query
+inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::Closed};
+inline constexpr CompletingProcedure Connect          {"connect",             Doors::Closed};
+inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
+// clang-format on
+}  // namespace procedure
+
+/// Proof that a call which sets the mount in motion has asked whether a stop overtook it.
+class MotionPermit {
+private:
+    friend class StopDoor;
+    MotionPermit() = default;
+};
+
+/// The door through which stops get into a procedure that talks to the mount. A slew is a dozen commands to the mount
+/// before it begins, and none of them pumps. So a stop has a call kind of its own: it goes to the head of the queue of
+/// the pump, and runs after the exchange that is under way. Somebody sees the telescope run towards a pillar: nothing
+/// else that waits is as urgent, and nothing but a stop can be let in between two exchanges without harm.
+///
+/// The cost: a stop gets ahead of calls that were asked for before it, and such a call would set the mount in motion
+/// after the stop. So the pump remembers the order, and a call that a stop has overtaken gets no permit. Logic thread
+/// only.
+class StopDoor {
+public:
+    StopDoor(Waits& waits, Log& log, const DriverState& state) : waits_(waits), log_(log), state_(state) {}
+
+    /// Runs the stops that wait, and nothing else.
+    void LetStopIn() { waits_.PumpStops(); }
+    /// Stops asked for so far; wraps.
+    std::uint32_t Stops() const { return state_.g_nAborts; }
+    /// Nothing, and a line in the log, when a stop that was asked for after this call has run before it: the one who
+    /// stopped the mount had this motion in mind too. Such a call returns as a slew does that was aborted.
+    std::optional<MotionPermit> Permit(std::string_view member);
+    /// A short pause of a call that waits: pumps nothing, but a stop gets in within a millisecond.
+    void Pause(std::int32_t milliseconds) { waits_.PauseForStops(milliseconds); }
+
+private:
+    Waits& waits_;
+    Log& log_;
+    const DriverState& state_;
+};
+
+/// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. There is no other way to
+/// send a row of the wire catalogue, so that no exchange can forget the door. Nothing of the driver but stops runs
+/// inside.
+///
+///     Sequence mount{commands, door, procedure::SetTime};
+///     mount.CommandBoolInternal(wire::SetLocalTime, "21:00:00");
+///
+///     Sequence::UntilStopped(commands, door, procedure::Slew, [&](Sequence& mount) {
+///         mount.CommandBoolInternal(wire::SetTargetRa, ra);
+///         ... after a stop the steps end here ...
+///     });
+class Sequence {
+public:
+    Sequence(MountCommands& commands, StopDoor& door, const CompletingProcedure& procedure)
+        : Sequence(commands, door, procedure.doors, OnStop::Completes) {}
+    Sequence(const Sequence&) = delete;
+    Sequence& operator=(const Sequence&) = delete;
+
+    /// Runs the steps of a procedure that ends with a stop; false when one has ended it.
+    template <typename Steps>
+    static bool UntilStopped(MountCommands& commands, StopDoor& door, const EndingProcedure& procedure, Steps&& steps) {
+        Sequence sequence(commands, door, procedure.doors, OnStop::Ends);
+        try {
+            std::forward<Steps>(steps)(sequence);
+            return true;
+        } catch (const Ended& ended) {
+            if (ended.sequence != &sequence) {
+                throw;
+            }
+            return false;
+        }
+    }
+
+    /// Lets a stop in where a step without an exchange must not follow one.
+    void LetStopIn();
+
+    void CommandBlind(const BlindCommand& row, std::string_view argument = {});
+    void CommandBlindInternal(const BlindCommand& row, std::string_view argument = {});
+    void CommandClear();
+    /// Belongs to the exchange that follows: no stop gets in between the two.
+    void CommandClearInternal();
+    bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
+    std::string CommandString(const TextCommand& row, std::string_view argument = {});
+    std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
+    std::string DriverCommandInternal(std::string_view verb);
+
+private:
+    enum class OnStop { Ends, Completes };
+    /// Thrown by a sequence that ends, to its own `UntilStopped`.
+    struct Ended {
+        const Sequence* sequence;
+    };
+
+    Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop)
+        : commands_(commands), door_(door), doors_(doors), onStop_(onStop), stopsBefore_(door.Stops()) {}
+
+    MountCommands& Next();
+
+    MountCommands& commands_;
+    StopDoor& door_;
+    const Doors doors_;
+    const OnStop onStop_;
+    const std::uint32_t stopsBefore_;
+    bool cleared_ = false;  ///< the line was cleared for the exchange that follows
+};
+
+}  // namespace kestrane
