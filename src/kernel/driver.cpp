@@ -86,6 +86,7 @@ Driver::Driver(Platform platform)
       }),
       journal(EventJournalNeeds{
           .state = state,
+          .motion = motion,
           .log = log,
           .clock = platform_.clock,
           .statusWindow = statusWindow,
@@ -109,6 +110,7 @@ Driver::Driver(Platform platform)
       }),
       poll(PollLoopNeeds{
           .state = state,
+          .motion = motion,
           .persist = persist,
           .log = log,
           .clock = platform_.clock,
@@ -182,6 +184,7 @@ Driver::~Driver() {
 TelescopeNeeds Driver::NeedsOfTelescope() {
     return TelescopeNeeds{
         .state = state,
+        .motion = motion,
         .persist = persist,
         .sites = sites,
         .link = link,

@@ -26,6 +26,7 @@
 #include "state/controller_features.h"
 #include "state/driver_state.h"
 #include "state/event_journal.h"
+#include "state/motion.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
@@ -65,6 +66,7 @@ private:
 
 public:
     DriverState state;
+    Motion motion{state};
     SwallowLedger ledger;
     Log log;
     Counters counters;

@@ -6,11 +6,15 @@
 #include "kernel/base/counters.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
+#include "state/owned_value.h"
 
 namespace kestrane {
 
+class Motion;
+
 /// The shared state of the driver, grouped by owner. Read and written directly by all procedures on the logic
-/// thread. It has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
+/// thread, except what moves: `Motion` alone writes that, by events, and everybody reads it (`OwnedBy<Motion, ...>`).
+/// It has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
 struct DriverState : LogState, CounterState {
     // --- start-up -----------------------------------------------------------------------------------------------
     std::string g_sMountRateType;          ///< rate list key in force; "unknown" once started
@@ -80,7 +84,7 @@ struct DriverState : LogState, CounterState {
     double g_dMeridianDelay = 0.0;   ///< hours, -6 to 6
     double g_dHourAngle = 0.0;       ///< hours, -12 to 12
     std::int16_t g_nSideOfPier = 0;  ///< 0 East, 1 West
-    bool g_bParked = false;
+    OwnedBy<Motion, bool> g_bParked{false};
     bool g_bTracking = false;
     std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
     bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
@@ -122,26 +126,30 @@ struct DriverState : LogState, CounterState {
     double g_dFocalLength = 0.0;    ///< metres
 
     // --- slewing ------------------------------------------------------------------------------------------------
-    bool g_bSlewing = false;              ///< a slew is under supervision
-    bool g_bMountSlewing = false;         ///< slew state as last seen in the status text
-    bool g_bAbortSlew = false;            ///< an abort of the running slew was requested
-    std::uint32_t g_nAborts = 0;          ///< stops asked for so far: a wait that sees it move was aborted; wraps
-    std::uint32_t g_nSlewsBegun = 0;      ///< slews asked for so far: a wait that sees it move was replaced; wraps
-    std::uint32_t g_nSlewsTaken = 0;      ///< gotos that the mount has taken on so far, each leg by itself; wraps
-    bool g_bAxisMotionBegun = false;      ///< `MoveAxis` runs an axis that nothing known to the driver has ended since
-    bool g_bSafeSlewPending = false;      ///< a two-leg slew has its second leg still to send
-    double g_dSafeSlewRa = 0.0;           ///< final target of the two-leg slew, hours
-    double g_dSafeSlewDec = 0.0;          ///< final target of the two-leg slew, degrees
-    bool g_bSlewCompletePending = false;  ///< the slew-complete step is to run
-    Tick g_tickSettleEnd;                 ///< when settling ends
-    Tick g_tickLastSlewCheck;             ///< last slew check
+    OwnedBy<Motion, bool> g_bSlewing{false};       ///< a slew is under supervision
+    OwnedBy<Motion, bool> g_bMountSlewing{false};  ///< slew state as last seen in the status text
+    OwnedBy<Motion, bool> g_bAbortSlew{false};     ///< an abort of the running slew was requested
+    /// Stops asked for so far: a wait that sees it move was aborted; wraps.
+    OwnedBy<Motion, std::uint32_t> g_nAborts{0};
+    /// Slews asked for so far: a wait that sees it move was replaced; wraps.
+    OwnedBy<Motion, std::uint32_t> g_nSlewsBegun{0};
+    /// Gotos that the mount has taken on so far, each leg by itself; wraps.
+    OwnedBy<Motion, std::uint32_t> g_nSlewsTaken{0};
+    /// `MoveAxis` runs an axis that nothing known to the driver has ended since.
+    OwnedBy<Motion, bool> g_bAxisMotionBegun{false};
+    OwnedBy<Motion, bool> g_bSafeSlewPending{false};                ///< a two-leg slew has its second leg still to send
+    double g_dSafeSlewRa = 0.0;                                     ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;                                    ///< final target of the two-leg slew, degrees
+    OwnedBy<Motion, bool> g_bSlewCompletePending{false};            ///< the slew-complete step is to run
+    Tick g_tickSettleEnd;                                           ///< when settling ends
+    Tick g_tickLastSlewCheck;                                       ///< last slew check
     Tick g_tickSeenRa, g_tickSeenDec, g_tickSeenAlt, g_tickSeenAz;  ///< query stamps at the last supervision pass
     std::int16_t g_nSlewSettleTime = 1;                             ///< seconds
     bool g_bRawRaDecSlews = false;                                  ///< no two-leg slews
-    double g_dLastTargetDistance = 0.0;  ///< distance to the target at the last supervision pass, degrees
-    double g_dLastDelta = 0.0;           ///< its change at the last pass, degrees
-    std::int16_t g_nSameDistance = 0;    ///< passes in a row with the distance unchanged
-    bool g_bSideInitDone = false;        ///< the first slew-complete since the start has passed
+    double g_dLastTargetDistance = 0.0;                ///< distance to the target at the last supervision pass, degrees
+    double g_dLastDelta = 0.0;                         ///< its change at the last pass, degrees
+    OwnedBy<Motion, std::int16_t> g_nSameDistance{0};  ///< passes in a row with the distance unchanged
+    bool g_bSideInitDone = false;                      ///< the first slew-complete since the start has passed
 
     // --- focuser ------------------------------------------------------------------------------------------------
     std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
@@ -149,8 +157,8 @@ struct DriverState : LogState, CounterState {
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
     double g_dGuideRate = 1.0;         ///< multiples of sidereal
     std::int32_t g_nTrackingRate = 0;  ///< 0 sidereal, 1 lunar, 2 solar, 3 King
-    std::uint32_t g_nTrackingChoices =
-        0;                               ///< writes of the tracking so far, each of which has stopped the mount; wraps
+    /// Writes of the tracking so far, each of which has stopped the mount; wraps.
+    OwnedBy<Motion, std::uint32_t> g_nTrackingChoices{0};
     std::int16_t g_nDisplayedRate = -1;  ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
     Tick g_tickDisplayedRate;            ///< last change of the displayed rate
     std::string g_sFaultCode = "0";      ///< fault character of the last status text; "0": none
@@ -161,12 +169,13 @@ struct DriverState : LogState, CounterState {
     double g_dRaRate = 0.0;              ///< custom RA rate
     double g_dDecRate = 0.0;             ///< custom Dec rate
     bool g_bRestoreRatePending = false;
-    bool g_bParking = false;
-    bool g_bAbortPark = false;
+    OwnedBy<Motion, bool> g_bParking{false};
+    OwnedBy<Motion, bool> g_bAbortPark{false};
     bool g_bWestSide = false;         ///< the mount stands on the west side of the pier
     bool g_bCounterweightUp = false;  ///< result of the counterweight-up rule
     double g_dMaxAxisRate = 5.0;      ///< largest MoveAxis rate, degrees per second
-    bool g_bPulseNorth = false, g_bPulseSouth = false, g_bPulseEast = false, g_bPulseWest = false;
+    OwnedBy<Motion, bool> g_bGuidingNorth{false}, g_bGuidingSouth{false};  ///< a guide pulse of the direction runs
+    OwnedBy<Motion, bool> g_bGuidingEast{false}, g_bGuidingWest{false};
 };
 
 }  // namespace kestrane

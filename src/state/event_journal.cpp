@@ -107,7 +107,7 @@ void EventJournal::NoteStandingStill(double ra, double dec) {
     if (state_.g_nSamePosition < kStandsStill || state_.g_bGosActive) {
         return;
     }
-    state_.g_bParked = false;
+    needs_.motion.MountReportsParked(false);
     needs_.panel.SetParkStatus("Unparked", "AddRaDecEvent");
 }
 

@@ -11,11 +11,13 @@
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "state/driver_state.h"
+#include "state/motion.h"
 
 namespace kestrane {
 
 struct EventJournalNeeds {
     DriverState& state;
+    Motion& motion;
     Log& log;
     Clock& clock;
     frmStatus& statusWindow;

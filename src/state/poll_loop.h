@@ -12,6 +12,7 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
+#include "state/motion.h"
 #include "state/mount_queries.h"
 #include "state/sequence.h"
 #include "state/telescope_actions.h"
@@ -20,6 +21,7 @@ namespace kestrane {
 
 struct PollLoopNeeds {
     DriverState& state;
+    Motion& motion;
     Persist& persist;
     Log& log;
     Clock& clock;
@@ -67,7 +69,6 @@ private:
     bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
-    void EndSlew();
     void ReadEndOfSlew();
     void BeepUnlessParking();
     void DistancePass();
@@ -80,7 +81,6 @@ private:
     void PushSettleEnd();
     void CompleteSlew();
     void FinishPark(std::string_view text);
-    void EndPark();
     void CheckParkArrival();
 
     PollLoopNeeds needs_;

@@ -30,7 +30,7 @@ constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 bool PollLoop::CheckSlewing() {
     if (ParkAborted() && !state_.g_bSlewing) {
         // Nothing moves that could come to an end: a park that stands out of tolerance, or that the firmware moves.
-        state_.g_bSlewCompletePending = true;
+        needs_.motion.SlewCompleteDue();
     }
     return state_.g_bGosActive && !state_.g_bDontUseGosForSlew ? CheckByStatus() : CheckByDistance();
 }
@@ -41,22 +41,22 @@ bool PollLoop::ParkAborted() const {
 
 bool PollLoop::CheckByStatus() {
     if (state_.g_bSlewing && ParkAborted()) {
-        EndSlew();
+        needs_.motion.SlewEnds();
         ReadEndOfSlew();
         return false;
     }
     if (state_.g_bSlewing && !state_.g_bMountSlewing) {
         if (MayStartSecondLeg()) {
             StartSecondLeg();
-            state_.g_bMountSlewing = true;
+            needs_.motion.SecondLegWatchedByStatus();
         } else {
             needs_.queries.QueryRa();
             needs_.queries.QueryDec();
             ReadEndOfSlew();
-            EndSlew();
+            needs_.motion.SlewEnds();
         }
     }
-    state_.g_bSlewing = state_.g_bMountSlewing;
+    needs_.motion.SupervisionFollowsStatus();
     return state_.g_bSlewing;
 }
 
@@ -68,7 +68,7 @@ bool PollLoop::CheckByDistance() {
         return true;
     }
     if (state_.g_bAbortSlew || ParkAborted()) {
-        EndSlew();
+        needs_.motion.SlewEnds();
     } else {
         DistancePass();
     }
@@ -80,17 +80,10 @@ bool PollLoop::CheckByDistance() {
     return state_.g_bSlewing;
 }
 
-/// Leaves `g_bAbortPark`, by which the park learns of its end. A second leg that was not started never is.
-void PollLoop::EndSlew() {
-    state_.g_bSlewing = state_.g_bMountSlewing = false;
-    state_.g_bAbortSlew = state_.g_bSafeSlewPending = false;
-    state_.g_nSameDistance = 0;
-}
-
 void PollLoop::ReadEndOfSlew() {
     needs_.queries.QuerySideOfMount();
     needs_.queries.QueryLst();
-    state_.g_bSlewCompletePending = true;
+    needs_.motion.SlewCompleteDue();
 }
 
 void PollLoop::BeepUnlessParking() {
@@ -110,10 +103,10 @@ void PollLoop::DistancePass() {
     if (MayStartSecondLeg() && (distance < Threshold() || still)) {
         StartSecondLeg();
         PushSettleEnd();
-        state_.g_bSlewing = true;
+        needs_.motion.SecondLegWatchedByDistance();
     } else if (still && needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
         BeepUnlessParking();  // and once more when the pass has ended: wanted
-        EndSlew();
+        needs_.motion.SlewEnds();
     }
 }
 
@@ -128,10 +121,8 @@ double PollLoop::MeasureDistance() {
                               ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
     const bool positionIsNew = NotePosition();
     if (delta >= kStillDegrees) {
-        state_.g_nSameDistance = 0;
-    } else if (positionIsNew || !state_.g_bSafeSlewPending) {
-        // A silent mount may well be moving: its silence starts no second leg.
-        ++state_.g_nSameDistance;
+        needs_.motion.DistanceChanged();
+    } else if (needs_.motion.DistanceStayed(positionIsNew)) {
         needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
                               "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
     }
@@ -184,7 +175,7 @@ void PollLoop::StartSecondLeg() {
     needs_.log.LogMessage("SafeSlew", LogLevel::Info,
                           "Slew 2 of 2: RA=" + PlainNumber(rightAscension) + ", Dec=" + PlainNumber(declination));
     // Before the call: what enters while it waits must not start the leg once more, nor wipe out a later slew's.
-    state_.g_bSafeSlewPending = false;
+    needs_.motion.SecondLegTaken();
     ResumeNext errors{needs_.ledger, "CheckSlewing"};
     errors.Step([&] {
         if (TelescopeActions* telescope = needs_.telescope()) {
@@ -201,7 +192,7 @@ void PollLoop::CheckSlewComplete() {
     if (!state_.g_bSlewCompletePending) {
         return;
     }
-    state_.g_bSlewCompletePending = false;
+    needs_.motion.SlewCompleteTaken();
     if (needs_.askAbortSlew.Visible()) {
         needs_.askAbortSlew.Hide();
     }
@@ -241,22 +232,13 @@ void PollLoop::CompleteSlew() {
 
 void PollLoop::FinishPark(std::string_view text) {
     needs_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
-    EndPark();
-}
-
-/// Without a telescope, nothing is left to be told but that no park is under way.
-void PollLoop::EndPark() {
-    if (TelescopeActions* telescope = needs_.telescope()) {
-        telescope->HandleParkComplete();
-    } else {
-        state_.g_bParking = false;
-    }
+    needs_.motion.ParkEnds();
 }
 
 /// A park that stands out of tolerance stays under way.
 void PollLoop::CheckParkArrival() {
     if (state_.g_bAbortPark) {
-        EndPark();
+        needs_.motion.ParkEnds();
         return;
     }
     needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");

@@ -18,8 +18,6 @@ public:
     virtual void InitUI() = 0;
     /// Starts the second leg of a two-leg slew. May raise.
     virtual void StartSecondLeg(double rightAscension, double declination) = 0;
-    /// A park has reached its end.
-    virtual void HandleParkComplete() = 0;
     /// Asks the mount; degrees, north positive. May raise.
     virtual double SiteLatitude() = 0;
 };

@@ -60,12 +60,14 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     if (exists && MoveAxisComesTooLate(degreesPerSecond)) {
         return;
     }
-    EndSlewSupervision();
+    needs_.motion.AxisTakesOver();
     if (!exists) {
         throw DriverError(ErrorNumber::NotImplemented,
                           "Method MoveAxis " + std::to_string(axis) + " is not implemented in this driver.");
     }
-    state_.g_bAxisMotionBegun = state_.g_bAxisMotionBegun || degreesPerSecond != 0.0;
+    if (degreesPerSecond != 0.0) {
+        needs_.motion.AxisMotionBegins();
+    }
     if (axis == kPrimary) {
         MovePrimaryAxis(degreesPerSecond);
     } else {
@@ -74,9 +76,10 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     ForgetEndedMotion();
 }
 
-/// The end of a slew may take up tracking again, which would have ended a motion.
 void Telescope::ForgetEndedMotion() {
-    state_.g_bAxisMotionBegun = state_.g_bAxisMotionBegun && needs_.axisMotions.AnyRuns();
+    if (!needs_.axisMotions.AnyRuns()) {
+        needs_.motion.AxisMotionsEnd();
+    }
 }
 
 /// A motion that was asked for before a stop stays away. The end of a motion never does: the stop may have been
@@ -84,15 +87,6 @@ void Telescope::ForgetEndedMotion() {
 bool Telescope::MoveAxisComesTooLate(double degreesPerSecond) {
     const bool endsMotion = degreesPerSecond == 0.0 && axes_.Runs();
     return !endsMotion && !needs_.door.Permit("MoveAxis");
-}
-
-/// The mount is not stopped for it: the rate that follows takes its place. Counted like an abort, so that no call that
-/// waits for the end of that slew goes on to its next leg. A park, whose end nobody would look for any more, is
-/// aborted.
-void Telescope::EndSlewSupervision() {
-    ++state_.g_nAborts;
-    state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = state_.g_bAbortSlew = false;
-    state_.g_bAbortPark = state_.g_bAbortPark || state_.g_bParking;
 }
 
 void Telescope::MovePrimaryAxis(double degreesPerSecond) {
@@ -149,7 +143,7 @@ bool Telescope::StillRuns(std::int32_t axis) const {
 
 void Telescope::ClearAxisRates() {
     axes_.rates = {};
-    state_.g_bAxisMotionBegun = false;
+    needs_.motion.AxisMotionsEnd();
     if (TrackingChosenSinceMoveAxis()) {
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     }

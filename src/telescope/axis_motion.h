@@ -34,7 +34,15 @@ struct AxisMotion {
     bool Runs() const { return rates[0] != 0.0 || rates[1] != 0.0; }
 };
 
-/// The telescope objects of the process, whose axis motions one stop ends all together. Logic thread only.
+/// The telescope objects of the process, whose axis motions one stop ends all together: the one who presses stop
+/// cannot know whose motion it is. An object that ends with an axis running stops it as `MoveAxis` with a rate of 0
+/// would, since a telescope that turns with nobody to stop it runs into its pier; it sends nothing for an axis whose
+/// motion a later slew, a park or a write of the tracking has ended. What a stop or an object's end puts back is the
+/// tracking that the last rate of the primary axis found; a `MoveAxis` of the client itself with a rate of 0 puts
+/// back what its first rate found. A client cannot end itself and leave an axis running. Logic thread only.
+///
+/// Intentional: `MoveAxis` does not stop a slew under way, and its primary axis with a rate of 0 stops the secondary
+/// one in the mount as well, whose rate and `Slewing` say that it runs until it gets a 0 too.
 class AxisMotions {
 public:
     /// The object stays until it leaves, at its end at the latest.

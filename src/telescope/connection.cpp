@@ -73,11 +73,10 @@ void Telescope::InitializeFirstObject() {
     state_.g_dGuideRate = 1.0;
     state_.g_nSlewSettleTime = 1;
     state_.g_bTargetRaSet = state_.g_bTargetDecSet = state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
-    state_.g_bParked = state_.g_bSlewing = state_.g_bAbortSlew = false;
+    needs_.motion.FirstObjectBegins();
     state_.g_tickSettleEnd = state_.g_tickLastSlewCheck = Tick{};
     state_.g_sTrackingCommand = "RT2";
     state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
-    state_.g_bSlewCompletePending = true;
     CreateTrackingRates();
     errors.Step([&] {
         if (needs_.state.g_nFocuserObjects < 2 && needs_.persist.Read(setting::MinimizeStatusWindow) == "1") {
@@ -184,7 +183,7 @@ void Telescope::DisconnectClient() {
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{needs_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
-        state_.g_bSlewing = state_.g_bMountSlewing = state_.g_bSafeSlewPending = state_.g_bAbortSlew = false;
+        needs_.motion.Disconnected();
         errors.Step([&] {
             if (!needs_.link) {
                 throw RunTimeError(RunTimeError::kObjectNotSet, "no link");
@@ -281,11 +280,11 @@ void Telescope::InitUiPanel() {
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
     if (IsAtPowerOnPosition()) {
         needs_.panel.SetParkStatus("Parked", "InitUiPanel");
-        state_.g_bParked = true;
+        needs_.motion.MountReportsParked(true);
         state_.g_tickParkedSince = needs_.clock.GetTickCount();
     } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
         needs_.panel.SetParkStatus(needs_.persist.Read(setting::ParkStatus), "InitUiPanel2");
-        state_.g_bParked = needs_.handBox.lblParkStatus.Text() == "Parked";
+        needs_.motion.MountReportsParked(needs_.handBox.lblParkStatus.Text() == "Parked");
     }
     state_.g_bFreshConnect = false;
 }
@@ -298,15 +297,11 @@ bool Telescope::AtPark() {
 }
 
 bool Telescope::IsPulseGuiding() {
-    const bool guiding = state_.g_bPulseNorth || state_.g_bPulseSouth || state_.g_bPulseEast || state_.g_bPulseWest;
+    const bool guiding =
+        state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
     LogGet("IsPulseGuiding", guiding);
     needs_.waits.PumpOnce();
     return guiding;
-}
-
-/// Leaves `g_bAbortPark`: a park that waits learns by it how it ended. The next slew clears it.
-void Telescope::HandleParkComplete() {
-    state_.g_bParking = false;
 }
 
 }  // namespace kestrane

@@ -108,7 +108,7 @@ void Telescope::ParseGOS(std::string_view status) {
     errors.Step([&] { ParseParkState(park); });
     errors.Step([&] { ParseTracking(tracking); });
     if (at(kSlew) == 'S' || at(kSlew) == '0') {
-        state_.g_bMountSlewing = at(kSlew) == 'S';
+        needs_.motion.MountReportsSlewing(at(kSlew) == 'S');
     }
     errors.Step([&] { ParseRates(at(kGuideRate), at(kMoveRate), at(kSlewRate)); });
     errors.Step([&] { ParsePem(at(kPem)); });
@@ -124,7 +124,7 @@ void Telescope::ParseParkState(char park) {
     if (park == 'P') {
         needs_.panel.SetParkStatus("Parked", "ParseGOS");
         needs_.panel.SetParkToolTip("");
-        state_.g_bParked = true;
+        needs_.motion.MountReportsParked(true);
         if (state_.g_tickParkedSince == Tick{}) {
             state_.g_tickParkedSince = needs_.clock.GetTickCount();
         }
@@ -136,7 +136,7 @@ void Telescope::ParseParkState(char park) {
     if (park == '0' || park == '1') {
         needs_.panel.SetParkStatus(park == '0' ? "Unparked" : "Unparked*", park == '0' ? "ParseGOS0" : "ParseGOS*");
         needs_.panel.SetParkToolTip(park == '0' ? "" : "Auto-Park enabled");
-        state_.g_bParked = false;
+        needs_.motion.MountReportsParked(false);
     }
     state_.g_tickParkedSince = Tick{};
 }

@@ -43,7 +43,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         const bool accepted = errors.Step([&] { SendSlewCommands(); });
         if (!accepted) {
             // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
-            state_.g_bSafeSlewPending = false;
+            needs_.motion.SecondLegDropped();
             return;
         }
         if (async) {
@@ -61,7 +61,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     errors.Step([&] { TargetDeclination(declination); });
     errors.Step([&] { SendSlewCommands(); });
     if (async) {
-        state_.g_bSafeSlewPending = false;
+        needs_.motion.SecondLegDropped();
         return;
     }
     WaitWhileSlewing(aborts);
@@ -69,13 +69,13 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     needs_.queries.QueryAlt();
     needs_.queries.QueryAz();
     if (state_.g_nSlewsBegun == slew) {
-        state_.g_bSafeSlewPending = false;
+        needs_.motion.SecondLegDropped();
     }
 }
 
 /// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.
 bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
-    state_.g_bSafeSlewPending = false;
+    needs_.motion.SecondLegDropped();
     if (state_.g_bRawRaDecSlews || state_.g_bForkMount || state_.g_bFirmwareSafeSlew) {
         needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");
         return false;
@@ -89,7 +89,7 @@ bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& 
         return false;
     }
     viaRightAscension = *via;
-    state_.g_bSafeSlewPending = true;
+    needs_.motion.SecondLegPlanned();
     return true;
 }
 

@@ -49,7 +49,7 @@ std::string WithPlus(const std::string& angle) {
 void Telescope::SendSlewCommands() {
     CheckConnected();
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
-        state_.g_bSlewCompletePending = false;
+        needs_.motion.SlewIsToBeSent();
         StartFromSiderealTracking();
         mount.LetStopIn();
         ApplySlewRateOfSettings(mount);
@@ -57,8 +57,7 @@ void Telescope::SendSlewCommands() {
         if (const std::int16_t result = SlewResult(reply); result != 0) {
             RaiseSlewRefusal(result);
         }
-        BeginSlew();
-        ++state_.g_nSlewsTaken;
+        needs_.motion.SlewTaken();
         const Tick now = needs_.clock.GetTickCount();
         state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
         state_.g_tickLastSlewCheck = now;
@@ -148,8 +147,7 @@ void Telescope::LogRefusal(std::string_view reply) {
 }
 
 void Telescope::RaiseSlewRefusal(std::int16_t result) {
-    state_.g_bSlewing = state_.g_bMountSlewing = false;
-    state_.g_bSafeSlewPending = false;  // of an earlier slew: nobody watches for the end of its first leg any more
+    needs_.motion.SlewRefused();
     throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
                       : result == 2 ? ErrorNumber::BelowMinimumElevation
                                     : ErrorNumber::SlewFailed);

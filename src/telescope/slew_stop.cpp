@@ -10,7 +10,7 @@ constexpr std::int32_t kStopSpacingMs = 20;
 
 void Telescope::AbortSlew() {
     check_connected("AbortSlew", true, state_.g_bTracking);
-    ++state_.g_nAborts;  // also for a call that waits and has sent nothing yet
+    needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
         StopAxes("ASCOM");
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
@@ -30,25 +30,9 @@ void Telescope::AbortSlewDriver() {
 
 void Telescope::StopMotion(std::string_view origin) {
     needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
-    ++state_.g_nAborts;
-    state_.g_bSafeSlewPending = false;  // no second leg ever follows an abort
-    bool sent = false;
-    const auto sendStopPair = [&] {
-        if (!sent) {
-            SendStopPair();
-            sent = true;
-        }
-    };
-    if (state_.g_bTracking) {
-        sendStopPair();
-    }
-    if (state_.g_bSlewing) {
-        state_.g_bAbortSlew = true;
-        sendStopPair();
-    }
-    if (state_.g_bParking) {
-        state_.g_bAbortPark = true;
-        sendStopPair();
+    needs_.motion.Stopped();
+    if (state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
+        SendStopPair();
     }
     ReinstateCustomRates();
 }
@@ -57,11 +41,8 @@ void Telescope::StopMotion(std::string_view origin) {
 /// which the stop has cleared in the mount. A slew or a park that came later ends as by any stop.
 void Telescope::StopAxes(std::string_view origin) {
     needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
-    ++state_.g_nAborts;
-    state_.g_bSafeSlewPending = false;
+    needs_.motion.Stopped();
     SendStopPair();
-    state_.g_bAbortSlew = state_.g_bAbortSlew || state_.g_bSlewing;
-    state_.g_bAbortPark = state_.g_bAbortPark || state_.g_bParking;
     needs_.axisMotions.EndAll();
 }
 

@@ -30,28 +30,6 @@ void Telescope::CheckSlewRange(double rightAscension, double declination) {
     }
 }
 
-/// An aborted park has no say in the slew that begins behind it; the slew of a park itself leaves that park's flag.
-void Telescope::BeginSlew() {
-    if (state_.g_bParking && state_.g_bAbortPark) {
-        HandleParkComplete();
-    }
-    if (!state_.g_bParking) {
-        state_.g_bAbortPark = false;
-    }
-    state_.g_bAbortSlew = false;
-    state_.g_nSameDistance = 0;
-    state_.g_bAxisMotionBegun = false;
-    state_.g_bSlewCompletePending = false;  // what follows the end of an earlier slew must not stop this one
-    state_.g_bSlewing = true;
-    state_.g_bMountSlewing = true;
-}
-
-/// Begins a slew that takes the place of any other; its number, for `ReplacedSince`.
-std::uint32_t Telescope::BeginNewSlew(const MotionPermit&) {
-    BeginSlew();
-    return ++state_.g_nSlewsBegun;
-}
-
 bool Telescope::SafeSlewWanted() {
     return !needs_.persist.ReadFlag(setting::DisableSafeSlew);
 }
@@ -66,7 +44,7 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     check_connected("SlewToCoordinates", true, true);
     const bool safeSlew = SafeSlewWanted();
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginNewSlew(*permit);
+    needs_.motion.NewSlewBegins(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (QuayTakesSlews()) {
@@ -91,9 +69,9 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     }
     check_connected("SlewToCoordinatesAsync", true, true);
     if (fromClient) {
-        BeginNewSlew(*permit);
+        needs_.motion.NewSlewBegins(*permit);
     } else {
-        BeginSlew();
+        needs_.motion.SlewBegins();
     }
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
@@ -119,7 +97,7 @@ void Telescope::SlewToTarget() {
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     const std::uint32_t aborts = state_.g_nAborts;
-    const std::uint32_t slew = BeginNewSlew(*permit);
+    const std::uint32_t slew = needs_.motion.NewSlewBegins(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
@@ -164,7 +142,7 @@ void Telescope::SlewToTargetAsync() {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    BeginNewSlew(*permit);
+    needs_.motion.NewSlewBegins(*permit);
     if (QuayTakesSlews()) {
         SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (SafeSlewWanted()) {
@@ -195,7 +173,7 @@ std::optional<std::uint32_t> Telescope::BeginAltAzSlew(std::string_view member, 
     }
     Tracking(false);  // stops the mount once more although it does not track: wanted
     const std::uint32_t aborts = state_.g_nAborts;
-    BeginNewSlew(*permit);
+    needs_.motion.NewSlewBegins(*permit);
     try {
         TargetAzimuth(azimuth);
         TargetAltitude(altitude);
@@ -208,7 +186,7 @@ std::optional<std::uint32_t> Telescope::BeginAltAzSlew(std::string_view member, 
             SendSlewCommands();
         }
     } catch (const DriverError&) {
-        state_.g_bSlewing = state_.g_bMountSlewing = false;  // nothing moves
+        needs_.motion.SlewRefused();
         throw;
     }
     return aborts;
@@ -260,9 +238,8 @@ void Telescope::WaitForSlewEnd(std::uint32_t aborts) {
     if (AbortedSince(aborts)) {
         return;
     }
-    state_.g_bSlewing = true;
+    needs_.motion.SupervisionBegins();
     if (state_.g_bGosActive) {
-        state_.g_bMountSlewing = true;
         needs_.queries.QueryGos();
     }
     WaitWhileSlewing(aborts);

@@ -28,6 +28,7 @@
 #include "state/controller_features.h"
 #include "state/driver_state.h"
 #include "state/event_journal.h"
+#include "state/motion.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
@@ -42,6 +43,7 @@ class Telescope;
 /// What a telescope object needs of its surroundings. All of it outlives the object.
 struct TelescopeNeeds {
     DriverState& state;
+    Motion& motion;
     Persist& persist;
     Sites& sites;
     const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
@@ -279,8 +281,6 @@ public:
     void InitUI() override;
     /// Takes a status text apart into flags and displays.
     void ParseGOS(std::string_view status) override;
-    /// The slew-complete step found a park at its end.
-    void HandleParkComplete() override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
     /// Switches the King correction of the mount on or off, as the user wants it.
@@ -366,8 +366,6 @@ private:
 
     // slewing.cpp
     void CheckSlewRange(double rightAscension, double declination);
-    void BeginSlew();
-    std::uint32_t BeginNewSlew(const MotionPermit& permit);
     std::optional<std::uint32_t> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
@@ -422,7 +420,6 @@ private:
 
     // axis_motion.cpp
     bool MoveAxisComesTooLate(double degreesPerSecond);
-    void EndSlewSupervision();
     void MovePrimaryAxis(double degreesPerSecond);
     void MoveSecondaryAxis(double degreesPerSecond);
     void ShowAxisRates();

@@ -73,17 +73,10 @@ void Telescope::StopTracking() {
     needs_.panel.ShowTrackingRate(kNotTracking, false);
 }
 
-/// What a write of the tracking sends stops the mount. The first leg of a slew would be taken for complete where it was
-/// cut, and the second one would start from there; a call that waits would send its target once more. The slew ends for
-/// good.
 void Telescope::NoteTrackingChoice() {
-    ++state_.g_nTrackingChoices;
-    state_.g_bAxisMotionBegun = false;
-    if (state_.g_bSlewing || state_.g_bSafeSlewPending) {
+    if (needs_.motion.TrackingChosen()) {
         needs_.log.LogMessage("Slewing", LogLevel::Warning,
                               "The slew ends here: a write of the tracking stops the mount");
-        state_.g_bSafeSlewPending = false;
-        ++state_.g_nAborts;
     }
 }
 

@@ -171,7 +171,7 @@ TEST_F(StandingStillTest, ShownRate_IsLeftAlone) {
 
 TEST_F(StandingStillTest, ParkedMountWithoutAStatusText_IsUnparkedByTheSecondRepeat) {
     statusWindow.lblTrackingRate.Text("Off");
-    state.g_bParked = true;
+    motion.MountReportsParked(true);
     Report(2);
     EXPECT_TRUE(state.g_bParked);
     EXPECT_EQ(state.g_nSamePosition, 2);
@@ -182,20 +182,21 @@ TEST_F(StandingStillTest, ParkedMountWithoutAStatusText_IsUnparkedByTheSecondRep
 }
 
 TEST_F(StandingStillTest, ParkedMountWhoseStatusTextIsUsable_StaysParked) {
-    state.g_bParked = state.g_bGosActive = true;
+    motion.MountReportsParked(true);
+    state.g_bGosActive = true;
     Report(20);
     EXPECT_TRUE(state.g_bParked);
 }
 
 TEST_F(StandingStillTest, ParkedMountThatWasNeverToldWhereItStands_StaysParked) {
-    state.g_bParked = true;
+    motion.MountReportsParked(true);
     Report(20, 0.0, 90.0);
     EXPECT_TRUE(state.g_bParked);
     EXPECT_EQ(state.g_nSamePosition, 19);  // counted once each
 }
 
 TEST_F(StandingStillTest, ParkedMountWhoseRaGoesOn_StaysParked) {
-    state.g_bParked = true;
+    motion.MountReportsParked(true);
     for (int i = 0; i < 100; ++i) {
         Report(2, 3.0 + i / 3600.0, 40.0);
     }

@@ -196,7 +196,8 @@ TEST_F(MountQueriesTest, SilentStatusQuery_CountsAsNoSilence_AndEndsTheUseOfTheS
 }
 
 TEST_F(MountQueriesTest, CoordinateInPlaceOfAStatusText_IsASlip_AndSaysNothingOfTheMount) {
-    state.g_bGosSupported = state.g_bGosActive = state.g_bMountSlewing = true;
+    state.g_bGosSupported = state.g_bGosActive = true;
+    motion.MountReportsSlewing(true);
     state.g_sStatus = "020S0020000001";
     int retransmits = 0;
     for (const std::string slipped : {"03:36:03.17", "+45*00:00.0", "283*09:50.7", "-01:00:00.0"}) {
@@ -344,15 +345,23 @@ TEST_F(MountQueriesTest, PositionQueries_FeedTheJournalAndBothDisplays) {
 
 TEST_F(MountQueriesTest, SlewingParkingOrFlashing_KeepsPositionsOffTheHandBox_ButRemembersThem) {
     mount.replies["GR"] = "12:34:56.7";
-    for (bool DriverState::*flag :
-         {&DriverState::g_bSlewing, &DriverState::g_bParking, &DriverState::g_bFlashShowing}) {
-        state.*flag = true;
+    struct Occupied {
+        std::function<void()> begin;
+        std::function<void()> end;
+    };
+    const std::vector<Occupied> rows{
+        {[&] { motion.SlewBegins(); }, [&] { motion.SlewEnds(); }},
+        {[&] { motion.ParkBegins(); }, [&] { motion.ParkEnds(); }},
+        {[&] { state.g_bFlashShowing = true; }, [&] { state.g_bFlashShowing = false; }},
+    };
+    for (const Occupied& row : rows) {
+        row.begin();
         handBox.lblRA.Text("SLEWING");
         EXPECT_TRUE(queries.QueryRa());
         EXPECT_EQ(handBox.lblRA.Text(), "SLEWING");
         EXPECT_EQ(statusWindow.lblRA.Text(), "12:34:56.7");
         EXPECT_EQ(queries.LastRaText(), "12:34:56.7");
-        state.*flag = false;
+        row.end();
     }
 }
 

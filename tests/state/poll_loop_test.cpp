@@ -49,7 +49,7 @@ TEST_F(PollLoopTest, Slew_LeavesTheLineToTheCoordinates) {
 }
 
 TEST_F(PollLoopTest, PendingEndOfASlew_AsksForTheSideTwice) {
-    state.g_bSlewCompletePending = true;
+    motion.SlewCompleteDue();
     EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "pS", "GS", "pS"}));
 }
 
@@ -77,7 +77,7 @@ TEST_F(PollLoopTest, ShownTimeAndHourAngle_RunOn_ButNotOnTheTickOfTheirQuery) {
 
 TEST_F(PollLoopTest, ShownTime_RunsOnDuringASlew) {
     Steps(9);
-    state.g_bMountSlewing = true;
+    motion.MountReportsSlewing(true);
     Pass(10'000);
     mount.replies["GOS"] = "020S0020000001";
     const std::vector<std::string> sent = Steps(6);
@@ -265,7 +265,7 @@ TEST_P(TickCounterTest, Slew_EndsInItsTimeAcrossTheWrap) {
     state.g_dTargetDec = 40.0;
     state.g_bTargetRaSet = state.g_bTargetDecSet = true;
     mount.replies["GD"] = "+10*00:00";
-    state.g_bSlewing = true;
+    motion.SlewBegins();
     state.g_tickLastSlewCheck = machine.clock.GetTickCount();
     state.g_tickSettleEnd = machine.clock.GetTickCount() + 1'000;
     Poll(3);
@@ -285,7 +285,7 @@ TEST_P(TickCounterTest, SlewToTheHorizon_EndsInItsTimeAcrossTheWrap) {
     state.g_dTargetAlt = 50.0;
     state.g_dTargetAz = 180.0;
     mount.replies["GZ"] = "090*00:00";
-    state.g_bSlewing = true;
+    motion.SlewBegins();
     state.g_tickLastSlewCheck = machine.clock.GetTickCount();
     state.g_tickSettleEnd = machine.clock.GetTickCount() + 1'000;
     Poll(3);
@@ -317,7 +317,7 @@ TEST_P(TickCounterTest, PauseOfTheLog_ComesThreeMinutesAfterThePark_AcrossTheWra
     statusWindow.lblTrackingRate.Text("Off");
     mount.replies["GR"] = "00:00:00.0";  // a parked mount that was never told where it stands stays parked
     mount.replies["GD"] = "+90*00:00";
-    state.g_bParked = true;
+    motion.MountReportsParked(true);
     state.g_tickParkedSince = machine.clock.GetTickCount();
     Poll(178);
     EXPECT_FALSE(state.g_bLogPaused);

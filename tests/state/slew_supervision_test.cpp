@@ -35,8 +35,7 @@ protected:
     }
     void StartSlew() {
         const Tick now = machine.clock.GetTickCount();
-        state.g_bSlewing = state.g_bMountSlewing = true;
-        state.g_bSlewCompletePending = false;
+        motion.SlewBegins();
         state.g_tickSettleEnd = now + 1'000;
         state.g_tickLastSlewCheck = now;
     }
@@ -156,7 +155,7 @@ TEST_F(SupervisionTest, TargetInAltAz_IsMeasuredThere_WithAWiderThreshold) {
 }
 
 TEST_F(SupervisionTest, Abort_EndsTheSlewOnTheNextPass_WithOneBeep) {
-    state.g_bAbortSlew = true;
+    motion.Stopped();
     EXPECT_FALSE(NextPass());
     EXPECT_EQ(machine.sounds.beeps, 1);
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"pS", "GS"}));
@@ -164,7 +163,7 @@ TEST_F(SupervisionTest, Abort_EndsTheSlewOnTheNextPass_WithOneBeep) {
 }
 
 TEST_F(SupervisionTest, NoSlew_IsNoSlew) {
-    state.g_bSlewing = false;
+    motion.SlewEnds();
     EXPECT_FALSE(NextPass());
     EXPECT_TRUE(mount.sent.empty());
     EXPECT_FALSE(state.g_bSlewCompletePending);
@@ -177,7 +176,7 @@ TEST_F(SupervisionTest, StatusText_EndsTheSlewWhenTheMountHasStopped_WithoutABee
     EXPECT_TRUE(poll.CheckSlewing());
     EXPECT_TRUE(mount.sent.empty());
     handBox.lblRA.Text("flash");
-    state.g_bMountSlewing = false;
+    motion.MountReportsSlewing(false);
     EXPECT_FALSE(poll.CheckSlewing());
     EXPECT_EQ(handBox.lblRA.Text(), "flash") << "until the slew has ended the label is the flash's";
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"GR", "GD", "pS", "GS"}));
@@ -187,7 +186,8 @@ TEST_F(SupervisionTest, StatusText_EndsTheSlewWhenTheMountHasStopped_WithoutABee
 
 TEST_F(SupervisionTest, MotionThatTheMountStartedByItself_CountsAsASlew) {
     OnTheStatusRoad();
-    state.g_bSlewing = false;
+    motion.SlewEnds();
+    motion.MountReportsSlewing(true);
     EXPECT_TRUE(poll.CheckSlewing());
     EXPECT_TRUE(state.g_bSlewing);
 }
@@ -195,7 +195,7 @@ TEST_F(SupervisionTest, MotionThatTheMountStartedByItself_CountsAsASlew) {
 TEST_F(SupervisionTest, SettingAgainstTheStatusText_KeepsTheDistance) {
     OnTheStatusRoad();
     state.g_bDontUseGosForSlew = true;
-    state.g_bMountSlewing = false;
+    motion.MountReportsSlewing(false);
     EXPECT_TRUE(NextPass());
     EXPECT_TRUE(LoggedPart("Slew Target Distance="));
 }
@@ -235,14 +235,14 @@ TEST_F(SupervisionTest, RoadThatChangesTwice_CountsOnlyPassesByDistance_AndEndsT
     EXPECT_TRUE(NextPass());
     EXPECT_EQ(state.g_nSameDistance, 2);
     OnTheStatusRoad();
-    state.g_bMountSlewing = false;
+    motion.MountReportsSlewing(false);
     EXPECT_FALSE(NextPass());
     ExpectEnded();
 }
 
 TEST_F(SupervisionTest, SlewThatAClientSeesEnd_IsFinishedByTheNextStep) {
     OnTheStatusRoad();
-    state.g_bMountSlewing = false;
+    motion.MountReportsSlewing(false);
     EXPECT_FALSE(poll.CheckSlewing());  // as `Slewing` does, between two ticks
     EXPECT_TRUE(state.g_bSlewCompletePending);
     poll.UpdateMountInfo();
@@ -255,15 +255,30 @@ TEST_F(SupervisionTest, SlewThatAClientSeesEnd_IsFinishedByTheNextStep) {
 struct LegRow {
     std::string name;
     bool byStatus;
-    bool DriverState::*abort;  ///< null: none
+    void (*abort)(Motion& motion);  ///< null: none
     bool starts;
 };
+
+void AbortTheSlew(Motion& motion) {
+    motion.Stopped();
+}
+/// A park was aborted before, and has ended. No slew clears the flag before its own first leg.
+void AbortAPark(Motion& motion) {
+    motion.ParkBegins();
+    motion.AxisTakesOver();
+    motion.ParkEnds();
+    motion.SecondLegWatchedByDistance();
+    motion.SecondLegWatchedByStatus();
+}
 
 class SecondLegTest : public SupervisionTest, public testing::WithParamInterface<LegRow> {};
 
 TEST_P(SecondLegTest, SecondLeg_StartsAtTheEndOfTheFirst_AndNeverAfterAnAbort) {
     const LegRow& row = GetParam();
-    state.g_bSafeSlewPending = true;
+    if (row.abort) {
+        row.abort(motion);
+    }
+    motion.SecondLegPlanned();
     state.g_dSafeSlewRa = 4.5;
     state.g_dSafeSlewDec = -10.0;
     state.g_nSlewSettleTime = 2;
@@ -271,13 +286,10 @@ TEST_P(SecondLegTest, SecondLeg_StartsAtTheEndOfTheFirst_AndNeverAfterAnAbort) {
     Point(5.0, 40.0);
     if (row.byStatus) {
         OnTheStatusRoad();
-        state.g_bMountSlewing = false;
-    }
-    if (row.abort) {
-        state.*row.abort = true;
+        motion.MountReportsSlewing(false);
     }
     bool slewing = NextPass();
-    EXPECT_EQ(slewing, row.starts || (row.abort == &DriverState::g_bAbortPark && !row.byStatus));
+    EXPECT_EQ(slewing, row.starts || (row.abort == AbortAPark && !row.byStatus));
     for (int i = 0; i < 5 && slewing && !row.starts; ++i) {
         slewing = NextPass();
     }
@@ -298,15 +310,14 @@ TEST_P(SecondLegTest, SecondLeg_StartsAtTheEndOfTheFirst_AndNeverAfterAnAbort) {
 INSTANTIATE_TEST_SUITE_P(Rows, SecondLegTest,
                          testing::Values(LegRow{"Distance", false, nullptr, true},
                                          LegRow{"Status", true, nullptr, true},
-                                         LegRow{"DistanceAborted", false, &DriverState::g_bAbortSlew, false},
-                                         LegRow{"StatusAborted", true, &DriverState::g_bAbortSlew, false},
-                                         // No slew clears the flag before its own first leg.
-                                         LegRow{"DistanceParkAborted", false, &DriverState::g_bAbortPark, false},
-                                         LegRow{"StatusParkAborted", true, &DriverState::g_bAbortPark, false}),
+                                         LegRow{"DistanceAborted", false, AbortTheSlew, false},
+                                         LegRow{"StatusAborted", true, AbortTheSlew, false},
+                                         LegRow{"DistanceParkAborted", false, AbortAPark, false},
+                                         LegRow{"StatusParkAborted", true, AbortAPark, false}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(SupervisionTest, FirstLegThatStallsShort_IsFollowedByTheSecond) {
-    state.g_bSafeSlewPending = true;
+    motion.SecondLegPlanned();
     Point(5.0, 38.0);
     for (int i = 0; i < 4; ++i) {
         EXPECT_TRUE(NextPass());
@@ -320,8 +331,8 @@ TEST_F(SupervisionTest, SilenceInMidFirstLeg_IsNoStillness_AndStartsNoSecondLeg)
     for (const std::string silent : {"GR", "GD"}) {
         telescope.calls.clear();
         StartSlew();
-        state.g_bSafeSlewPending = true;
-        state.g_nSameDistance = 0;
+        motion.SecondLegPlanned();
+        motion.DistanceChanged();
         state.g_dLastTargetDistance = 50.0;
         Point(5.0, 20.0);
         EXPECT_TRUE(NextPass());
@@ -352,16 +363,16 @@ TEST_F(SupervisionTest, SilenceInMidSlew_EndsASlewInOneLeg) {
 
 TEST_F(SupervisionTest, PassThatEntersWhileTheSecondLegIsStarted_StartsNoOther) {
     OnTheStatusRoad();
-    state.g_bSafeSlewPending = true;
+    motion.SecondLegPlanned();
     state.g_dSafeSlewRa = 4.5;
     state.g_dSafeSlewDec = -10.0;
-    state.g_bMountSlewing = false;
+    motion.MountReportsSlewing(false);
     telescope.duringSecondLeg = [&] {
         telescope.duringSecondLeg = {};
         EXPECT_FALSE(state.g_bSafeSlewPending);
-        state.g_bSlewing = true;  // the leg is under way, the status text has not told it yet
+        motion.SecondLegWatchedByDistance();  // the leg is under way, the status text has not told it yet
         poll.CheckSlewing();
-        state.g_bSafeSlewPending = true;  // of a slew that begins meanwhile
+        motion.SecondLegPlanned();  // of a slew that begins meanwhile
     };
     poll.CheckSlewing();
     EXPECT_EQ(telescope.Times("StartSecondLeg"), 1);
@@ -370,7 +381,7 @@ TEST_F(SupervisionTest, PassThatEntersWhileTheSecondLegIsStarted_StartsNoOther) 
 
 TEST_F(SupervisionTest, WithoutATelescope_EverySlewAndParkComesToItsEnd) {
     telescopeThere = nullptr;
-    state.g_bSafeSlewPending = true;
+    motion.SecondLegPlanned();
     state.g_dLastTargetDistance = 0.0;
     state.g_dRa = state.g_dTargetRa;
     state.g_dDec = state.g_dTargetDec;
@@ -379,11 +390,14 @@ TEST_F(SupervisionTest, WithoutATelescope_EverySlewAndParkComesToItsEnd) {
     }
     ExpectEnded();
     state.g_dSiteLatitude = 0.0;
-    state.g_bParked = state.g_bParking = true;
+    motion.MountReportsParked(true);
+    motion.ParkBegins();
     poll.CheckSlewComplete();
     EXPECT_FALSE(state.g_bParking);
-    state.g_bParked = false;
-    state.g_bParking = state.g_bAbortPark = state.g_bSlewCompletePending = true;
+    motion.MountReportsParked(false);
+    motion.ParkBegins();
+    motion.Stopped();
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_FALSE(state.g_bParking);
     state.g_dRa = 0.0;
@@ -393,7 +407,7 @@ TEST_F(SupervisionTest, WithoutATelescope_EverySlewAndParkComesToItsEnd) {
 }
 
 TEST_F(SupervisionTest, SecondLegThatTheMountRefuses_EndsWithoutAnErrorAndLeavesNothingBehind) {
-    state.g_bSafeSlewPending = true;
+    motion.SecondLegPlanned();
     telescope.secondLegFails = true;
     Point(5.0, 40.0);
     EXPECT_TRUE(NextPass());  // under supervision all the same
@@ -409,8 +423,8 @@ TEST_F(SupervisionTest, SecondLegThatTheMountRefuses_EndsWithoutAnErrorAndLeaves
 // --- the end of a slew
 
 TEST_F(SupervisionTest, WhatFollowsTheEnd_RunsOnce_AndRestoresTheRate) {
-    state.g_bSlewing = false;
-    state.g_bSlewCompletePending = true;
+    motion.SlewEnds();
+    motion.SlewCompleteDue();
     state.g_bRestoreRatePending = true;
     state.g_nDisplayedRate = 2;
     askAbortSlew.Show();
@@ -423,16 +437,17 @@ TEST_F(SupervisionTest, WhatFollowsTheEnd_RunsOnce_AndRestoresTheRate) {
     EXPECT_EQ(panel.calls, std::vector<std::string>{"RestoreTrackingRate 2"});
     poll.CheckSlewComplete();
     EXPECT_EQ(panel.calls.size(), 1U);
-    state.g_bSlewCompletePending = true;
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Slew complete: Setting tracking rates"));
 }
 
 TEST_F(SupervisionTest, CustomRate_FallsBackToSidereal_AndNoRateIsRestoredBeforeOneWasShown) {
-    state.g_bSlewCompletePending = true;
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_TRUE(panel.calls.empty());
-    state.g_bSlewCompletePending = state.g_bRestoreRatePending = true;
+    motion.SlewCompleteDue();
+    state.g_bRestoreRatePending = true;
     state.g_nDisplayedRate = 4;
     poll.CheckSlewComplete();
     EXPECT_EQ(panel.calls, std::vector<std::string>{"RestoreTrackingRate 1"});
@@ -440,33 +455,39 @@ TEST_F(SupervisionTest, CustomRate_FallsBackToSidereal_AndNoRateIsRestoredBefore
 }
 
 TEST_F(SupervisionTest, RateIsNotRestored_WhileAnAxisMotionRunsThatBeganSince) {
-    state.g_bSlewCompletePending = state.g_bRestoreRatePending = state.g_bAxisMotionBegun = true;
+    motion.SlewCompleteDue();
+    motion.AxisMotionBegins();
+    state.g_bRestoreRatePending = true;
     state.g_nDisplayedRate = 2;
     poll.CheckSlewComplete();
     EXPECT_TRUE(panel.calls.empty());
     EXPECT_TRUE(Logged("CheckSlewComplete|0|An axis runs: the tracking state is not restored"));
-    state.g_bSlewCompletePending = true;
-    state.g_bAxisMotionBegun = false;
+    motion.SlewCompleteDue();
+    motion.AxisMotionsEnd();
     poll.CheckSlewComplete();
     EXPECT_EQ(panel.calls, std::vector<std::string>{"RestoreTrackingRate 2"});
 }
 
 TEST_F(SupervisionTest, LatitudeOfExactlyZero_IsAskedFor) {
     state.g_dSiteLatitude = 0.0;
-    state.g_bSlewCompletePending = true;
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_EQ(state.g_dSiteLatitude, 47.0);
     EXPECT_EQ(telescope.Times("SiteLatitude"), 1);
-    state.g_bSlewCompletePending = true;
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_EQ(telescope.Times("SiteLatitude"), 1);
 }
 
 TEST_F(SupervisionTest, ParkedMount_FinishesThePark_AndRestoresNoRate) {
-    state.g_bParked = state.g_bParking = state.g_bSlewCompletePending = state.g_bRestoreRatePending = true;
+    motion.MountReportsParked(true);
+    motion.ParkBegins();
+    motion.SlewCompleteDue();
+    state.g_bRestoreRatePending = true;
     poll.CheckSlewComplete();
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position"));
-    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
+    EXPECT_FALSE(state.g_bParking);
+    EXPECT_TRUE(telescope.calls.empty());
     EXPECT_TRUE(panel.calls.empty());
 }
 
@@ -483,8 +504,10 @@ class ParkArrivalTest : public SupervisionTest, public testing::WithParamInterfa
 
 TEST_P(ParkArrivalTest, Park_EndsWithinItsTolerance_AndStaysUnderWayOutsideIt) {
     const ParkRow& row = GetParam();
-    state.g_bSlewing = false;
-    state.g_bParking = state.g_bSlewCompletePending = state.g_bRestoreRatePending = true;
+    motion.SlewEnds();
+    motion.ParkBegins();
+    motion.SlewCompleteDue();
+    state.g_bRestoreRatePending = true;
     state.g_bTargetRaSet = state.g_bTargetDecSet = row.raDec;
     state.g_bTargetAltSet = state.g_bTargetAzSet = true;
     state.g_dTargetRa = 23.9;
@@ -500,7 +523,6 @@ TEST_P(ParkArrivalTest, Park_EndsWithinItsTolerance_AndStaysUnderWayOutsideIt) {
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Parking operation in progress"));
     EXPECT_EQ(mount.sent,
               row.raDec ? (std::vector<std::string>{"pS", "GR", "GD"}) : (std::vector<std::string>{"pS", "GA", "GZ"}));
-    EXPECT_EQ(telescope.Times("HandleParkComplete"), row.arrived ? 1 : 0);
     EXPECT_EQ(Logged(std::string("SLEW COMPLETE|0|Completed move to parked position") + (row.raDec ? "(2)" : "(3)")),
               row.arrived);
     EXPECT_EQ(state.g_bParking, !row.arrived);
@@ -519,8 +541,9 @@ INSTANTIATE_TEST_SUITE_P(Rows, ParkArrivalTest,
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(SupervisionTest, ParkWithHalfOfATarget_StaysUnderWay) {
-    state.g_bSlewing = false;
-    state.g_bParking = state.g_bSlewCompletePending = true;
+    motion.SlewEnds();
+    motion.ParkBegins();
+    motion.SlewCompleteDue();
     state.g_bTargetDecSet = false;
     state.g_bTargetAltSet = true;
     poll.CheckSlewComplete();
@@ -529,26 +552,29 @@ TEST_F(SupervisionTest, ParkWithHalfOfATarget_StaysUnderWay) {
 }
 
 TEST_F(SupervisionTest, SilentParkCheck_LeavesTheParkUnderWay) {
-    state.g_bSlewing = false;
-    state.g_bParking = state.g_bSlewCompletePending = true;
+    motion.SlewEnds();
+    motion.ParkBegins();
+    motion.SlewCompleteDue();
     state.g_dRa = 12.0;
     mount.replies["GR"] = mount.replies["GD"] = "";
     poll.CheckSlewComplete();
     EXPECT_TRUE(state.g_bParking);
-    EXPECT_EQ(telescope.Times("HandleParkComplete"), 0);
 }
 
 TEST_F(SupervisionTest, ParkThatArrivedBeforeItsAbort_IsFinishedAsParked) {
-    state.g_bSlewing = false;
-    state.g_bParked = state.g_bParking = state.g_bAbortPark = state.g_bSlewCompletePending = true;
+    motion.SlewEnds();
+    motion.MountReportsParked(true);
+    motion.ParkBegins();
+    motion.Stopped();
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position"));
-    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
     EXPECT_FALSE(state.g_bParking);
+    EXPECT_TRUE(telescope.calls.empty());
 }
 
 TEST_F(SupervisionTest, Park_BeepsNeverDuringItsSlew) {
-    state.g_bParking = true;
+    motion.ParkBegins();
     Point(5.0, 40.0);
     while (NextPass()) {
     }
@@ -560,7 +586,9 @@ class ParkAbortTest : public SupervisionTest, public testing::WithParamInterface
 
 TEST_P(ParkAbortTest, AbortedPark_EndsOnBothRoads_AndTheParkLearnsOfIt) {
     const bool byStatus = GetParam();
-    state.g_bParking = state.g_bAbortPark = state.g_bAbortSlew = state.g_bSafeSlewPending = true;
+    motion.ParkBegins();
+    motion.Stopped();
+    motion.SecondLegPlanned();
     if (byStatus) {
         OnTheStatusRoad();
     }
@@ -570,7 +598,8 @@ TEST_P(ParkAbortTest, AbortedPark_EndsOnBothRoads_AndTheParkLearnsOfIt) {
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"pS", "GS"}));
     EXPECT_EQ(machine.sounds.beeps, 0);
     poll.CheckSlewComplete();
-    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
+    EXPECT_FALSE(state.g_bParking);
+    EXPECT_TRUE(telescope.calls.empty());
     EXPECT_FALSE(LoggedPart("Parking operation in progress"));
     EXPECT_FALSE(state.g_bSlewCompletePending);
     EXPECT_FALSE(NextPass());
@@ -581,17 +610,16 @@ TEST_P(ParkAbortTest, ParkThatStandsOutOfTolerance_IsEndedByAnAbort) {
     if (GetParam()) {
         OnTheStatusRoad();
     }
-    state.g_bSlewing = state.g_bMountSlewing = false;
-    state.g_bParking = true;
-    state.g_bSlewCompletePending = true;
+    motion.SlewEnds();
+    motion.ParkBegins();
+    motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_TRUE(state.g_bParking);
     poll.UpdateMountInfo();
     EXPECT_TRUE(state.g_bParking);
-    state.g_bAbortPark = true;
+    motion.Stopped();
     poll.UpdateMountInfo();
     EXPECT_FALSE(state.g_bParking);
-    EXPECT_EQ(telescope.Times("HandleParkComplete"), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Roads, ParkAbortTest, testing::Values(false, true),

@@ -66,7 +66,8 @@ private:
 /// The telescope as the poll sees it; records what was asked of it.
 class RecordingTelescope final : public TelescopeActions {
 public:
-    RecordingTelescope(DriverState& state, ScriptedCommands& commands) : state_(state), commands_(commands) {}
+    RecordingTelescope(DriverState& state, Motion& motion, ScriptedCommands& commands)
+        : state_(state), motion_(motion), commands_(commands) {}
 
     std::vector<std::string> calls;
     bool secondLegFails = false;
@@ -76,7 +77,9 @@ public:
     void ParseGOS(std::string_view status) override {
         calls.push_back("ParseGOS " + std::string(status));
         state_.g_bGosActive = status.size() >= 11;
-        state_.g_bMountSlewing = state_.g_bGosActive ? status[3] == 'S' : state_.g_bMountSlewing;
+        if (state_.g_bGosActive) {
+            motion_.MountReportsSlewing(status[3] == 'S');
+        }
     }
     void InitUI() override { calls.emplace_back("InitUI"); }
     void StartSecondLeg(double rightAscension, double declination) override {
@@ -85,13 +88,9 @@ public:
             duringSecondLeg();
         }
         if (secondLegFails) {
-            state_.g_bSlewing = state_.g_bMountSlewing = false;
+            motion_.SlewRefused();
             throw DriverError(ErrorNumber::SlewFailed);
         }
-    }
-    void HandleParkComplete() override {
-        calls.emplace_back("HandleParkComplete");
-        state_.g_bParking = false;
     }
     double SiteLatitude() override {
         calls.emplace_back("SiteLatitude");
@@ -105,6 +104,7 @@ public:
 
 private:
     DriverState& state_;
+    Motion& motion_;
     ScriptedCommands& commands_;
 };
 
@@ -172,6 +172,7 @@ protected:
 
     VirtualPlatform machine;
     DriverState state;
+    Motion motion{state};
     SwallowLedger ledger;
     Log log{state, machine.clock};
     Counters counters{state, log};
@@ -181,7 +182,7 @@ protected:
     Persist persist{PersistNeeds{state, log, machine.clock, machine.folders, machine.messageBoxes, ledger}};
     RecordingPanel panel;
     ScriptedCommands mount{state};
-    RecordingTelescope telescope{state, mount};
+    RecordingTelescope telescope{state, motion, mount};
     TelescopeActions* telescopeThere = &telescope;
     int drains = 0;  ///< reads of a single byte that found the line silent
     int quayChecks = 0;
@@ -189,7 +190,13 @@ protected:
     Waits waits{machine.clock, machine.pump};
     StopDoor door{waits, log, state};
     EventJournal journal{EventJournalNeeds{
-        .state = state, .log = log, .clock = machine.clock, .statusWindow = statusWindow, .panel = panel}};
+        .state = state,
+        .motion = motion,
+        .log = log,
+        .clock = machine.clock,
+        .statusWindow = statusWindow,
+        .panel = panel,
+    }};
     MountQueries queries{MountQueriesNeeds{
         .state = state,
         .persist = persist,
@@ -212,6 +219,7 @@ protected:
     }};
     PollLoop poll{PollLoopNeeds{
         .state = state,
+        .motion = motion,
         .persist = persist,
         .log = log,
         .clock = machine.clock,

@@ -201,7 +201,7 @@ protected:
 };
 
 TEST_F(SlewFlash, SlewFlashDisplay_TakesTurnsWhileSlewing) {
-    driver->state.g_bSlewing = true;
+    driver->motion.SlewBegins();
     driver->panel.SlewFlashDisplay();
     EXPECT_EQ(Labels(), "SLEWING|CLICK|THIS TO|ABORT");
     EXPECT_EQ(HandBox().lblAz.BackColour(), kNormalForeColour);
@@ -213,14 +213,16 @@ TEST_F(SlewFlash, SlewFlashDisplay_TakesTurnsWhileSlewing) {
     EXPECT_FALSE(driver->state.g_bFlashShowing);
     driver->panel.SlewFlashDisplay();
     EXPECT_EQ(HandBox().lblRA.Text(), "SLEWING");
-    driver->state.g_bSlewing = false;
+    driver->motion.SlewEnds();
 }
 
 TEST_F(SlewFlash, SlewFlashDisplay_SaysParkingDuringAPark) {
-    driver->state.g_bSlewing = driver->state.g_bParking = true;
+    driver->motion.SlewBegins();
+    driver->motion.ParkBegins();
     driver->panel.SlewFlashDisplay();
     EXPECT_EQ(Labels(), "PARKING|CLICK|THIS TO|ABORT");
-    driver->state.g_bSlewing = driver->state.g_bParking = false;
+    driver->motion.ParkEnds();
+    driver->motion.SlewEnds();
 }
 
 TEST_F(SlewFlash, SlewFlashDisplay_NotSlewingShowsThePosition) {
@@ -232,12 +234,12 @@ TEST_F(SlewFlash, SlewFlashDisplay_NotSlewingShowsThePosition) {
 
 TEST_F(SlewFlash, SlewThatEnds_LeavesNoClickOnALabelAfterTheNextTick) {
     for (const int phases : {1, 2}) {
-        driver->state.g_bSlewing = true;
+        driver->motion.SlewBegins();
         HandBox().tmrSlewFlashUI.Enabled(true);
         for (int i = 0; i < phases; ++i) {
             driver->panel.SlewFlashDisplay();
         }
-        driver->state.g_bSlewing = false;
+        driver->motion.SlewEnds();
         machine.AdvanceTime(500);
         EXPECT_FALSE(HandBox().tmrSlewFlashUI.Enabled());
         EXPECT_FALSE(driver->state.g_bFlashShowing);
@@ -270,11 +272,13 @@ TEST_F(SlewFlash, ClickDuringTheFlash_AsksAndAbortsOnOk) {
 }
 
 TEST_F(SlewFlash, ClickDuringAPark_AsksForThePark) {
-    driver->state.g_bSlewing = driver->state.g_bParking = true;
+    driver->motion.SlewBegins();
+    driver->motion.ParkBegins();
     HandBox().tmrSlewFlashUI.Enabled(true);
     HandBox().lblAz.FireClick();
     EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT PARK?");
-    driver->state.g_bSlewing = driver->state.g_bParking = false;
+    driver->motion.ParkEnds();
+    driver->motion.SlewEnds();
 }
 
 TEST_F(SlewFlash, RealSlew_FlashesEachHalfSecondAndEndsOnThePosition) {

@@ -135,9 +135,9 @@ TEST_F(AxisMotionTest, AxisThatThereIsNot_IsNotImplemented_ButEndsTheSupervision
 }
 
 TEST_F(AxisMotionTest, ParkedOrUnconnected_IsRefused_AndTheRateIsNotStored) {
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(0, 1.0); }), 0x80040409U);
-    driver->state.g_bParked = false;
+    driver->motion.MountReportsParked(false);
     telescope->Connected(false);
     EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(1, 1.0); }), 0x80040404U);
     EXPECT_FALSE(telescope->Axes().Runs());
@@ -220,9 +220,9 @@ TEST_F(AxisMotionTest, WriteOfTheTrackingOrItsRate_ForgetsTheStateAndKeepsTheRat
     telescope->Tracking(true);
     EXPECT_EQ(telescope->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
     telescope->MoveAxis(0, 0.5);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     telescope->Tracking(false);  // does nothing else while parked
-    driver->state.g_bParked = false;
+    driver->motion.MountReportsParked(false);
     EXPECT_EQ(telescope->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
     EXPECT_EQ(ErrorOf([&] { telescope->TrackingRate(7); }), 0x80040405U);
     EXPECT_EQ(telescope->Axes().rates[0], 0.5);
@@ -239,7 +239,7 @@ TEST_F(AxisMotionTest, MotionRightBehindAConnectOrASlew_IsNotEndedByTheTrackingT
     EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
     telescope->MoveAxis(1, 0.0);
     telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
-    driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+    driver->motion.SlewCompleteDue();  // as up to the next tick of the poll
     telescope->MoveAxis(0, 0.5);
     machine.AdvanceTime(10'000);
     EXPECT_NEAR(mount->Picture().hourSpeed, 0.5, 1e-4);
@@ -247,7 +247,7 @@ TEST_F(AxisMotionTest, MotionRightBehindAConnectOrASlew_IsNotEndedByTheTrackingT
 
 TEST_F(AxisMotionTest, RateOfZeroBehindASlew_LeavesThatSlewItsEnd) {
     for (const double rate : {0.0, 0.25}) {
-        driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+        driver->motion.SlewCompleteDue();  // as up to the next tick of the poll
         log.clear();
         telescope->MoveAxis(1, rate);
         machine.AdvanceTime(3'000);
@@ -260,9 +260,12 @@ TEST_F(AxisMotionTest, MotionDuringAPark_EndsThePark_AndGoesOn) {
     for (const bool byStatus : {true, false}) {
         for (const bool endIsPending : {true, false}) {
             driver->state.g_bDontUseGosForSlew = !byStatus;
-            driver->state.g_bParking = true;
-            driver->state.g_bSlewing = driver->state.g_bMountSlewing = !endIsPending;
-            driver->state.g_bSlewCompletePending = endIsPending;
+            driver->motion.SlewBegins();
+            if (endIsPending) {
+                driver->motion.SlewEnds();
+                driver->motion.SlewCompleteDue();
+            }
+            driver->motion.ParkBegins();
             telescope->MoveAxis(1, 0.25);
             EXPECT_TRUE(driver->state.g_bAbortPark);
             machine.AdvanceTime(10'000);
@@ -278,7 +281,7 @@ TEST_F(AxisMotionTest, MotionDuringAPark_EndsThePark_AndGoesOn) {
 }
 
 TEST_F(AxisMotionTest, AxisThatThereIsNot_DuringAPark_EndsThePark) {
-    driver->state.g_bParking = true;
+    driver->motion.ParkBegins();
     EXPECT_EQ(ErrorOf([&] { telescope->MoveAxis(2, 0.5); }), 0x80040400U);
     machine.AdvanceTime(5'000);
     EXPECT_FALSE(driver->state.g_bParking);
@@ -348,7 +351,7 @@ TEST_F(AxisMotionTest, Slewing_TellsOfTheClientsOwnAxes) {
 
 TEST_F(AxisMotionTest, RunningSlew_IsNoLongerSupervised_AndGetsNoStop) {
     telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
-    driver->state.g_bSafeSlewPending = true;
+    driver->motion.SecondLegPlanned();
     EXPECT_EQ(Move(1, 0.25), Wire{"RD59.83617"});
     EXPECT_FALSE(driver->state.g_bSlewing);
     EXPECT_FALSE(driver->state.g_bMountSlewing);

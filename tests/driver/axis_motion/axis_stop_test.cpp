@@ -124,7 +124,7 @@ TEST_F(AxisStopTest, Abort_WithATrackingRateThatThereIsNot_StopsAllTheSame) {
 TEST_F(AxisStopTest, AbortOfASlew_ThatCameBehindAMotionNobodyEnded_EndsBoth) {
     telescope->MoveAxis(1, 0.25);
     other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);
-    driver->state.g_bSafeSlewPending = true;
+    driver->motion.SecondLegPlanned();
     machine.AdvanceTime(1'500);
     EXPECT_EQ(SentBy([&] { other->AbortSlew(); }), (Wire{"Q", "Q"}));
     EXPECT_FALSE(driver->state.g_bSafeSlewPending);
@@ -138,10 +138,10 @@ TEST_F(AxisStopTest, AbortOfASlew_ThatCameBehindAMotionNobodyEnded_EndsBoth) {
 
 TEST_F(AxisStopTest, Abort_WhileParking_AbortsTheParkToo) {
     telescope->MoveAxis(1, 0.25);
-    driver->state.g_bParking = true;
+    driver->motion.ParkBegins();
     telescope->AbortSlew();
     EXPECT_TRUE(driver->state.g_bAbortPark);
-    driver->state.g_bParking = driver->state.g_bAbortPark = false;
+    driver->motion.ParkEnds();
 }
 
 TEST_F(AxisStopTest, MotionAskedForBeforeAStop_StaysAway_ButItsEndDoesNot) {
@@ -160,9 +160,9 @@ TEST_F(AxisStopTest, MotionAskedForBeforeAStop_StaysAway_ButItsEndDoesNot) {
     telescope->MoveAxis(1, 0.5);
     post(CallKind::Brief, [&] { telescope->MoveAxis(1, 0.0); });
     post(CallKind::Stop, [&] {
-        driver->state.g_bParked = true;
+        driver->motion.MountReportsParked(true);
         EXPECT_EQ(ErrorOf([&] { other->AbortSlew(); }), 0x80040409U);
-        driver->state.g_bParked = false;
+        driver->motion.MountReportsParked(false);
     });
     machine.AdvanceTime(20);
     ExpectAtRest();
@@ -383,9 +383,9 @@ TEST_F(AxisStopTest, ClientThatGoes_StopsAMotionThatItBeganBehindASlew) {
 
 TEST_F(AxisStopTest, TrackingOffWhileParked_DoesNothing_AndIsNoChoice) {
     telescope->MoveAxis(0, 0.5);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     other->Tracking(false);
-    driver->state.g_bParked = false;
+    driver->motion.MountReportsParked(false);
     EXPECT_EQ(SentBy([&] { telescope.reset(); }), (Wire{"Q", "RT3", "RT2"}));
     telescope = ConnectedTelescope();
     ExpectAtRest();

@@ -125,11 +125,11 @@ TEST_F(ConnectedTest, EachPulse_IsPulseGuiding) {
     Start();
     const TelescopeObject telescope = driver->CreateTelescope();
     EXPECT_FALSE(telescope->IsPulseGuiding());
-    for (bool DriverState::*pulse : {&DriverState::g_bPulseNorth, &DriverState::g_bPulseSouth,
-                                     &DriverState::g_bPulseEast, &DriverState::g_bPulseWest}) {
-        driver->state.*pulse = true;
+    for (const GuideDirection direction :
+         {GuideDirection::North, GuideDirection::South, GuideDirection::East, GuideDirection::West}) {
+        driver->motion.GuidePulseBegins(direction);
         EXPECT_TRUE(telescope->IsPulseGuiding());
-        driver->state.*pulse = false;
+        driver->motion.GuidePulseEnds(direction);
     }
 }
 

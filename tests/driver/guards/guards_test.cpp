@@ -24,7 +24,7 @@ TEST_P(GuardTest, MotionCheck_TestsConnectionThenParkThenTracking) {
     Seed({{"chkAutoEnableTracking", row.autoTracking ? "1" : "0"}});
     const TelescopeObject telescope = ConnectedTelescope();
     driver->state.g_bConnected = row.connected;
-    driver->state.g_bParked = row.parked;
+    driver->motion.MountReportsParked(row.parked);
     driver->state.g_bTracking = row.tracking;
     log.clear();
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", row.mustNotBeParked, row.requiredTracking); }), row.error);
@@ -61,7 +61,7 @@ TEST_F(GuardFormTest, AltAzCheck_RefusesATrackingMount) {
     EXPECT_EQ(log.back().message, "Op : Invalid operation (altaz): tracking must be disabled");
     driver->state.g_bTracking = false;
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0U);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x80040409U);
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", false); }), 0U);
     driver->state.g_bConnected = false;
@@ -71,7 +71,7 @@ TEST_F(GuardFormTest, AltAzCheck_RefusesATrackingMount) {
 TEST_F(GuardFormTest, ParkCheck_HasItsOwnWords) {
     const TelescopeObject telescope = ConnectedTelescope();
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", true); }), 0U);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", false); }), 0U);
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", true); }), 0x80040409U);
     EXPECT_EQ(log.back().origin, "check_connected_park");
@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Numbers, ErrorWordsTest,
 TEST_F(GuardFormTest, AltAzCheck_TestsConnectionAndParkBeforeTracking) {
     const TelescopeObject telescope = ConnectedTelescope();
     driver->state.g_bTracking = true;
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x80040409U);
     EXPECT_EQ(log.back().origin, "check_connected");
     EXPECT_EQ(log.back().level, 4);
@@ -164,7 +164,7 @@ TEST_P(AutoTrackingTest, TrackingThatComesByItself_ReachesTheMount) {
     const TelescopeObject telescope = ConnectedTelescope();
     driver->persist.WriteIniValue("chkAutoEnableTracking", GetParam().setting);
     driver->state.g_bTracking = false;
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     const int sent = TimesSent("RT2");
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", false, true); }), GetParam().error);
     EXPECT_EQ(TimesSent("RT2") > sent, GetParam().error == 0);

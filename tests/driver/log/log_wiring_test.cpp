@@ -76,14 +76,14 @@ TEST_F(LogWiringTest, Paused_GoesOnWritingWhenTheMountIsUnparked_AndPausesAnewOn
     const TelescopeObject telescope = ParkedTelescope();
     machine.AdvanceTime(kThreeMinutes + 5000);
     ASSERT_TRUE(driver->state.g_bLogPaused);
-    driver->state.g_bParked = false;
+    driver->motion.MountReportsParked(false);
     driver->poll.OnTimer();
     EXPECT_FALSE(driver->state.g_bLogPaused);
     EXPECT_FALSE(driver->handBox.pbLoggingPaused.Visible());
     const std::string before = LogFile();
     Touch(*telescope);
     EXPECT_GT(LogFile().size(), before.size());
-    driver->state.g_bParked = true;  // the mount's own status says so all the time
+    driver->motion.MountReportsParked(true);  // the mount's own status says so all the time
     machine.AdvanceTime(kThreeMinutes - 5000);
     EXPECT_FALSE(driver->state.g_bLogPaused);
     machine.AdvanceTime(10'000);

@@ -37,7 +37,7 @@ TEST_F(OperationStatusTest, ElevenCharacters_AreEnough) {
 
 TEST_F(OperationStatusTest, TenCharacters_AreUnusableAndChangeNothing) {
     Parse("02000020000");
-    State().g_bParked = true;
+    driver->motion.MountReportsParked(true);
     Parse("0200002000");
     EXPECT_FALSE(State().g_bGosActive);
     EXPECT_TRUE(State().g_bParked);
@@ -55,7 +55,7 @@ class ParkFieldTest : public OperationStatusTest, public testing::WithParamInter
 
 TEST_P(ParkFieldTest, FirstCharacter_TellsOfThePark) {
     const ParkRow& row = GetParam();
-    State().g_bParked = row.parkedBefore;
+    driver->motion.MountReportsParked(row.parkedBefore);
     driver->panel.SetParkStatus("before", "test");
     driver->panel.SetParkToolTip("before");
     State().g_tickParkedSince = Tick{77};
@@ -86,7 +86,7 @@ TEST_F(OperationStatusTest, Parked_StampsTheFirstTickOnly) {
 }
 
 TEST_F(OperationStatusTest, WhileParking_UnparkedIsNotShownButParkedIs) {
-    State().g_bParking = true;
+    driver->motion.ParkBegins();
     driver->panel.SetParkStatus("Parking", "test");
     State().g_tickParkedSince = Tick{77};
     Parse(With(1, '0'));

@@ -137,7 +137,7 @@ TEST_F(QueryTranscriptTest, FirmwareThatDropsADigit_IsReadWithoutACheck) {
 }
 
 TEST_F(QueryTranscriptTest, PositionThatRepeats_UnparksAMountThatWasTakenForParked_AndShowsIt) {
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     driver->handBox.lblParkStatus.Text("Parked");
     driver->statusWindow.lblTrackingRate.Text("");
     driver->state.g_bTracking = false;

@@ -45,9 +45,12 @@ TEST_F(CalibrationVerbTest, BehindAnAbortedSlewAndAnAxisMotion_Runs) {
 }
 
 TEST_F(CalibrationVerbTest, WithAFlagThatAnAbortHasLeftUp_Runs) {
-    driver->state.g_bAbortSlew = true;
+    driver->motion.SlewBegins();
+    driver->motion.Stopped();
+    driver->motion.SlewRefused();
+    ASSERT_TRUE(driver->state.g_bAbortSlew && !driver->state.g_bSlewing);
     ExpectCalibration();
-    driver->state.g_bAbortSlew = false;
+    driver->motion.SlewEnds();
 }
 
 TEST_F(CalibrationVerbTest, StoppedOnItsWay_MovesNothingMore) {

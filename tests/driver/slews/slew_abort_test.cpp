@@ -112,7 +112,7 @@ TEST_F(StopTest, CustomRates_AreWrittenBackBehindTheStop) {
     const std::string sign = driver->state.g_bWestSide ? "-" : "";
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q RR-0.01000 RD" + sign + "0.03324");
     EXPECT_EQ(error, 0U);
-    driver->state.g_bSlewing = true;
+    driver->motion.SlewBegins();
     telescope->RightAscensionRate(0.0);
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "Q Q RD" + sign + "0.03324");
 }
@@ -136,7 +136,7 @@ TEST_F(StopTest, StopOfAMountThatDoesNotTrack_WritesNoCustomRateBack_AndSwitches
             EXPECT_FALSE(driver->state.g_bTracking);
             LeaveTrackingAlone();
             EXPECT_TRUE(WaitForEnd());
-            driver->state.g_bParking = true;
+            driver->motion.ParkBegins();
             EXPECT_EQ(MotionDuring(stop), "Q Q");
             machine.AdvanceTime(5'000);
             EXPECT_FALSE(driver->state.g_bParking);
@@ -183,7 +183,7 @@ TEST_F(StopTest, AbortOfASlewWithoutTracking_IsOneStopPair_LoggedOnItsOrigin) {
     EXPECT_EQ(log.front().origin, "ASCOM");
     EXPECT_EQ(log.front().message, "AbortSlew()");
     log.clear();
-    driver->state.g_bSlewing = true;
+    driver->motion.SlewBegins();
     telescope->AbortSlewDriver();
     EXPECT_EQ(log.front().origin, "Driver");
 }

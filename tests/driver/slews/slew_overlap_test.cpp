@@ -249,10 +249,10 @@ TEST_F(StatusRoadTest, Slewing_LogsItsValueAndTheAxisRates_AndTakesTwentyMillise
     EXPECT_EQ(machine.clock.Elapsed() - start, 20);
     EXPECT_EQ(log.front().origin, "ASCOM");
     EXPECT_EQ(log.front().message, "GET Slewing = False, MoveAxis(0)=0, MoveAxis(1)=0");
-    driver->state.g_bSafeSlewPending = true;
+    driver->motion.SecondLegPlanned();
     EXPECT_TRUE(telescope->Slewing());
     EXPECT_TRUE(Logged("GET Slewing = True, MoveAxis(0)=0, MoveAxis(1)=0"));
-    driver->state.g_bSafeSlewPending = false;
+    driver->motion.SecondLegDropped();
 }
 
 TEST_F(StatusRoadTest, Slewing_PumpsOnce_ButNotInsideThePollStep) {

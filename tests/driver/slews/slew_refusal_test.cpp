@@ -238,7 +238,7 @@ TEST_F(SlewRefusalTest, WhileParked_NoMemberSendsAnything) {
     SetUpMount();
     driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
     WriteTarget(*telescope);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     for (const Member& member : Members()) {
         EXPECT_EQ(MotionDuring([&] { member.slew(*telescope); }), "") << member.name;
         EXPECT_EQ(error, kParked) << member.name;

@@ -132,7 +132,7 @@ TEST_F(SlewTest, WithoutTracking_IsTheWrongTrackingState_UnlessTrackingComesByIt
 
 TEST_F(SlewTest, WhileParked_IsIllegal) {
     const TelescopeObject telescope = ConnectedTelescope();
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->SlewToCoordinates(1.0, 45.0); }), 0x80040409U);
     EXPECT_EQ(ErrorOf([&] { telescope->AbortSlew(); }), 0x80040409U);
 }
@@ -257,7 +257,7 @@ TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
     StartTwoLegs();
     ASSERT_TRUE(driver->state.g_bSafeSlewPending);
     mount->Add(std::make_unique<ReportsNoTracking>());
-    driver->state.g_bParking = true;
+    driver->motion.ParkBegins();
     driver->state.g_bTracking = false;
     EXPECT_TRUE(WaitForEnd());
     EXPECT_FALSE(driver->state.g_bTracking);
@@ -267,7 +267,7 @@ TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
 
 TEST_P(TwoLegTest, AbortedPark_HasNoSayInTheNextSlew) {
     for (const bool supervisionHasEndedThePark : {true, false}) {
-        driver->state.g_bParking = true;
+        driver->motion.ParkBegins();
         telescope->AbortSlew();
         EXPECT_TRUE(driver->state.g_bAbortPark);
         if (supervisionHasEndedThePark) {

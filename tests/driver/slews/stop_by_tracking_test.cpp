@@ -101,7 +101,7 @@ TEST_P(OwnTrackingTest, SlewThatSwitchesTrackingOnByItself_KeepsItsSecondLeg) {
     Prepare(GetParam());
     for (const bool waits : {false, true}) {
         telescope->Tracking(false);
-        driver->state.g_bSafeSlewPending = true;  // of a slew whose mount has stopped tracking by itself
+        driver->motion.SecondLegPlanned();  // of a slew whose mount has stopped tracking by itself
         const int before = TimesSent("MS");
         Slew(waits);
         EXPECT_TRUE(WaitForEnd());
@@ -118,7 +118,7 @@ TEST_P(OwnTrackingTest, RestoreBehindAFinishedSlew_LeavesTheNextOneItsSecondLeg)
     Prepare(GetParam());
     telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 3.0), 40.0);
     driver->state.g_bRestoreRatePending = true;
-    driver->state.g_bSlewCompletePending = true;  // as up to the next tick of the poll
+    driver->motion.SlewCompleteDue();  // as up to the next tick of the poll
     const int before = TimesSent("MS");
     Slew(false);
     ASSERT_TRUE(driver->state.g_bSafeSlewPending);
@@ -131,7 +131,7 @@ TEST_P(OwnTrackingTest, RestoreBehindAFinishedSlew_LeavesTheNextOneItsSecondLeg)
 TEST_P(OwnTrackingTest, HorizontalSlewInThePlaceOfAFirstLeg_IsWaitedFor) {
     Prepare(GetParam());
     telescope->Tracking(false);
-    driver->state.g_bSafeSlewPending = true;
+    driver->motion.SecondLegPlanned();
     telescope->SlewToAltAz(200.0, 50.0);
     EXPECT_FALSE(mount->Picture().slewing);
     EXPECT_FALSE(telescope->Slewing());

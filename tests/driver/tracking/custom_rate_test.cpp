@@ -161,7 +161,7 @@ TEST_F(CustomRateTest, Write_IsRefusedUnconnected_Parked_AndWithoutTracking) {
     driver->state.g_bTracking = false;
     refused(0x80040411, "RightAscensionRate : Track <> g_bTracking: True, False",
             "DeclinationRate(set) : Track <> g_bTracking: True, False");
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     refused(0x80040409, "RightAscensionRate : bMustNotBeParked and g_bParked: True, True",
             "DeclinationRate(set) : bMustNotBeParked and g_bParked: True, True");
     driver->state.g_bConnected = false;
@@ -171,7 +171,7 @@ TEST_F(CustomRateTest, Write_IsRefusedUnconnected_Parked_AndWithoutTracking) {
 
 TEST_F(CustomRateTest, Read_NeedsNothingButTheController) {
     Connect();
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     driver->state.g_bTracking = false;
     driver->state.g_bConnected = false;
     EXPECT_EQ(WireOf([&] {

@@ -84,7 +84,7 @@ TEST_F(GuideRateTest, Write_LogsTheMultipleInForce) {
 
 TEST_F(GuideRateTest, Members_WorkUnconnectedAndParked) {
     driver->state.g_bConnected = false;
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->GuideRateDeclination(0.25 * kSidereal); }), 0U);
     EXPECT_EQ(ErrorOf([&] { telescope->GuideRateRightAscension(); }), 0U);
 }

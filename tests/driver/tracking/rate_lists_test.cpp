@@ -75,7 +75,7 @@ TEST_F(RateListsTest, AxisRates_NeedAConnection_AndNothingElse) {
     telescope->Connected(true);
     for (const bool parked : {false, true}) {
         for (const bool tracking : {false, true}) {
-            driver->state.g_bParked = parked;
+            driver->motion.MountReportsParked(parked);
             driver->state.g_bTracking = tracking;
             EXPECT_EQ(ErrorOf([&] { telescope->AxisRates(0); }), 0U);
             EXPECT_EQ(ErrorOf([&] { telescope->TrackingRates(); }), 0U);

@@ -128,7 +128,7 @@ TEST_F(TrackingTest, AnyRate_StartsAMountThatStands_AndOffersTheCustomRates) {
 
 TEST_F(TrackingTest, TrackingOff_WhileParked_SendsNothingAndLeavesTheFlag) {
     Connect();
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     for (const bool tracking : {true, false}) {
         driver->state.g_bTracking = tracking;
         EXPECT_EQ(WireOf([&] { telescope->Tracking(false); }), "");
@@ -141,7 +141,7 @@ TEST_F(TrackingTest, TrackingOff_WhileParked_SendsNothingAndLeavesTheFlag) {
 TEST_F(TrackingTest, TrackingOn_WhileParked_SendsTheRate) {
     Connect();
     telescope->Tracking(false);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(WireOf([&] { telescope->Tracking(true); }), ":Q#:RT3#:RT2#");
     EXPECT_TRUE(driver->state.g_bTracking);
 }
@@ -196,7 +196,7 @@ TEST_F(TrackingTest, TrackingRate_NeedsNoConnectionCheck) {
     Connect();
     driver->state.g_bLostComms = true;
     EXPECT_EQ(ErrorOf([&] { telescope->TrackingRate(0); }), 0U);
-    driver->state.g_bParked = true;
+    driver->motion.MountReportsParked(true);
     EXPECT_EQ(ErrorOf([&] { telescope->TrackingRate(0); }), 0U);
 }
 

@@ -1,0 +1,169 @@
+#pragma once
+
+#include <cstdint>
+
+#include "state/driver_state.h"
+
+namespace kestrane {
+
+// What moves, as a table. `Motion` is the only writer of these members of `DriverState`; one row is one event and one
+// function of the class, under the same name.
+//
+//   S   g_bSlewing              K   g_bParking     nA  g_nAborts            G  g_bGuidingNorth, g_bGuidingSouth,
+//   M   g_bMountSlewing         AK  g_bAbortPark   nB  g_nSlewsBegun           g_bGuidingEast, g_bGuidingWest
+//   A   g_bAbortSlew            Pd  g_bParked      nT  g_nSlewsTaken
+//   P2  g_bSafeSlewPending                         Ax  g_bAxisMotionBegun
+//   C   g_bSlewCompletePending                     nTr g_nTrackingChoices
+//                                                  sd  g_nSameDistance
+//
+//   1 set, 0 cleared, + counted, = kept. Letters look at the flags as they were before the event:
+//   a  0 where AK is set, else kept           s  1 where S is set, else kept     c  + where S or P2 is set
+//   u  1 where the status text is usable      k  1 where K is set, else kept     n  + where the position is new, or
+//      (`g_bGosActive`), else kept            m  as M                               P2 is clear
+//   d  the flag of the given direction        r  as reported
+//
+//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G
+//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =
+//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =
+//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =
+//   NewSlewBegins               1  1  0  =  0  a  0  =  =  +  =  0  =   0  =
+//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =
+//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =
+//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =
+//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =
+//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =
+//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =
+//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =
+//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =
+//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =
+//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =
+//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =
+//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =
+//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =
+//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =
+//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =
+//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =
+//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =
+//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =
+//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =
+//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =
+//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  d
+//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  d
+//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
+//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
+//
+// The last two are events without a function. Intentional: a mount that is not heard may go on, so a slew stays under
+// supervision, and its second leg stays pending, until the mount answers again or somebody stops it. A park is
+// cancelled by `Stopped`, like a slew.
+//
+// Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
+// rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
+// (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the distances to the target, `g_bRestoreRatePending`. The rates of each
+// object's axes are its own (`AxisMotion`).
+
+class MotionPermit;
+
+enum class GuideDirection { North, South, East, West };
+
+/// The only writer of what moves: one function for each event of the table above. It writes and does nothing else: it
+/// talks to nobody, logs nothing, raises nothing and never pumps. Logic thread only.
+class Motion {
+public:
+    /// `state` outlives this object.
+    explicit Motion(DriverState& state) : state_(state) {}
+    Motion(const Motion&) = delete;
+    Motion& operator=(const Motion&) = delete;
+
+    // --- process and link ---------------------------------------------------------------------------------------
+
+    /// The first object of the process: the step after a slew is due, since it learns the side of the mount.
+    void FirstObjectBegins();
+    /// The last client has gone: nobody waits for the end of a slew.
+    void Disconnected();
+
+    // --- slews --------------------------------------------------------------------------------------------------
+
+    /// A slew is asked for. What follows the end of an earlier slew must not stop this one. A park that was aborted
+    /// ends here at the latest, and AK with it: left up, it would end this slew after its first leg.
+    void SlewBegins();
+    /// The same for a slew that takes the place of any other; its number. The last slew wins: a call that waited for an
+    /// earlier one and sees another number sends nothing more, since from the target of another slew nobody has planned
+    /// a safe way to its own. It returns without an error, also where the mount refused the later slew.
+    std::uint32_t NewSlewBegins(const MotionPermit& permit);
+    /// The commands of a slew or of a leg are about to go out.
+    void SlewIsToBeSent();
+    /// The mount has accepted a slew or a leg.
+    void SlewTaken();
+    /// The mount has refused a slew, a leg or a half of the target, or could not be asked: nothing moves. No second leg
+    /// stays pending, neither of this slew nor of an earlier one: only the supervision of a running slew takes one up,
+    /// so a client that waits for its end would wait for ever.
+    void SlewRefused();
+
+    void SecondLegPlanned();
+    /// It is not needed, or its slew has come to its end.
+    void SecondLegDropped();
+    /// The supervision starts it. Before its commands go out: what enters meanwhile must not start it once more.
+    void SecondLegTaken();
+    /// After the start of a second leg, also of one that the mount has refused: the supervision finds its end.
+    void SecondLegWatchedByDistance();
+    /// The same by the status text; S follows.
+    void SecondLegWatchedByStatus();
+
+    /// A call waits for the end of a slew.
+    void SupervisionBegins();
+    /// By the status text: also a motion that the mount began by itself counts as a slew.
+    void SupervisionFollowsStatus();
+    void MountReportsSlewing(bool slewing);
+    /// The distance to the target has changed since the last pass.
+    void DistanceChanged();
+    /// It has not; whether that counts as stillness. Silence is none while a second leg waits: a mount that is not
+    /// heard may be moving, and a second leg that starts in the middle of the first cuts the corner that the first is
+    /// there for. The end of a single leg moves nothing, so there it counts.
+    bool DistanceStayed(bool positionIsNew);
+    /// The slew is over, by arrival or by a stop. AK stays: a park that waits learns by it how it ended.
+    void SlewEnds();
+    void SlewCompleteDue();
+    void SlewCompleteTaken();
+
+    // --- stops and axes -----------------------------------------------------------------------------------------
+
+    /// A stop is a count, not only a flag: the end of the slew, and the next slew, clear A, and a wait that looks a
+    /// moment later would see nothing. It is counted even before the stop goes out, for a call that waits and has sent
+    /// nothing yet.
+    void StopAskedFor();
+    /// The mount is being stopped: a slew and a park under way are aborted, and no second leg ever follows.
+    void Stopped();
+    /// `MoveAxis` takes the mount over, which ends a slew without stopping it. Counted like a stop, so that no call
+    /// that waits for that slew goes on to its next leg. A park, whose end nobody would look for any more, is aborted.
+    void AxisTakesOver();
+    void AxisMotionBegins();
+    /// No axis of any object runs any more. While one does, the end of a slew restores no tracking rate, which would
+    /// end that motion.
+    void AxisMotionsEnd();
+    /// Somebody has written the tracking or its rate, which stops the mount; whether a slew ended by it. Its second leg
+    /// would start from where the first was cut, past the counterweights, and a call that waits would send its target
+    /// once more: so it counts as a stop. S stays until the mount is seen to stand.
+    bool TrackingChosen();
+
+    // --- park and guiding ---------------------------------------------------------------------------------------
+
+    void ParkBegins();
+    /// Leaves AK: a park that waits learns by it how it ended. The next slew clears it.
+    void ParkEnds();
+    /// By its status text; by its position or by the settings where it has none.
+    void MountReportsParked(bool parked);
+    void GuidePulseBegins(GuideDirection direction);
+    void GuidePulseEnds(GuideDirection direction);
+
+private:
+    void SetGuiding(GuideDirection direction, bool guiding);
+
+    DriverState& state_;
+};
+
+}  // namespace kestrane
