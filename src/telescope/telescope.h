@@ -34,7 +34,7 @@
 #include "state/poll_loop.h"
 #include "state/sequence.h"
 #include "state/telescope_actions.h"
-#include "telescope/axis_motion.h"
+#include "telescope/motion/axis_motion.h"
 
 namespace kestrane {
 

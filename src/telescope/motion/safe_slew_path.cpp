@@ -1,4 +1,4 @@
-#include "telescope/safe_slew_path.h"
+#include "telescope/motion/safe_slew_path.h"
 
 #include <cmath>
 

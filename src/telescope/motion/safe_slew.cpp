@@ -1,6 +1,6 @@
 #include "kernel/base/conversions.h"
 #include "telescope/position_words.h"
-#include "telescope/safe_slew_path.h"
+#include "telescope/motion/safe_slew_path.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {

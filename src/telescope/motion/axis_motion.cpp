@@ -1,4 +1,4 @@
-#include "telescope/axis_motion.h"
+#include "telescope/motion/axis_motion.h"
 
 #include <algorithm>
 #include <cmath>
