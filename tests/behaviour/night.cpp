@@ -1,5 +1,6 @@
 #include "behaviour/night.h"
 
+#include <initializer_list>
 #include <utility>
 
 #include "kernel/base/conversions.h"
@@ -333,9 +334,9 @@ void Night::StopWhatStillMoves() {
 std::string Night::Flags() const {
     const DriverState& state = driver_->state;
     std::string flags;
-    for (const bool flag :
-         {state.g_bSlewing, state.g_bMountSlewing, state.g_bAbortSlew, state.g_bSafeSlewPending,
-          state.g_bSlewCompletePending, state.g_bParking, state.g_bAbortPark, state.g_bParked, state.g_bTracking}) {
+    for (const bool flag : std::initializer_list<bool>{
+             state.g_bSlewing, state.g_bMountSlewing, state.g_bAbortSlew, state.g_bSafeSlewPending,
+             state.g_bSlewCompletePending, state.g_bParking, state.g_bAbortPark, state.g_bParked, state.g_bTracking}) {
         flags += flag ? '1' : '0';
     }
     return flags + " " + PlainNumber(state.g_dRa) + " " + PlainNumber(state.g_dDec);
