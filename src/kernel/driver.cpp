@@ -156,6 +156,17 @@ Driver::Driver(Platform platform)
               },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
       }),
+      driverCommands(DriverCommandsNeeds{
+          .persist = persist,
+          .log = log,
+          .counters = counters,
+          .clock = platform_.clock,
+          .ledger = ledger,
+          .door = door,
+          .journal = journal,
+          .resetErrorCounts = [this] { connections.ResetCommCounters(); },
+          .internalInstance = [this] { return internalInstance_.get(); },
+      }),
       startup(StartupNeeds{
           .platform = platform_,
           .state = state,
@@ -209,6 +220,8 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .registration = startup,
         .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
         .internalInstance = [this] { return internalInstance_.get(); },
+        .executeDriverCommand = [this](Telescope& object,
+                                       std::string_view command) { return driverCommands.Execute(object, command); },
     };
 }
 

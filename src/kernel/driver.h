@@ -4,6 +4,7 @@
 
 #include "catalogue/client_rates.h"
 #include "catalogue/ks_mount.h"
+#include "commands/driver_commands.h"
 #include "focuser/focuser.h"
 #include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
@@ -97,6 +98,7 @@ public:
     AxisMotions axisMotions;
     Companion companion;
     ConnectionManager connections;
+    DriverCommands driverCommands;
     Startup startup;
 
 private:

@@ -26,38 +26,44 @@ std::int16_t ModelNumber(const std::string& text, Log& log) {
     return static_cast<std::int16_t>(number);
 }
 
+class ConnectionSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void ConnectClient();
+    void OpenForFirstClient();
+    void ShowMountAddress();
+    void WarnAboutSync();
+    bool IsAtPowerOnPosition() const;
+    void InitAfterPowerOn();
+    void DisconnectClient();
+    void WaitForTimerIdle();
+    void InitializeFirstObject();
+    void InitUiPanel();
+};
+
 }  // namespace
 
 Telescope::Telescope(TelescopeNeeds needs)
-    : needs_(std::move(needs)),
-      state_(needs_.state),
-      exchange_(ExchangeNeeds{
-          .state = needs_.state,
-          .link = needs_.link,
-          .log = needs_.log,
-          .counters = needs_.counters,
-          .waits = needs_.waits,
-          .clock = needs_.clock,
-          .ledger = needs_.ledger,
-          .executeDriverCommand = [this](std::string_view command) { return ExecuteDriverCommand(command); },
-          .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
-      }) {}
+    : TelescopeCore(std::move(needs),
+                    [this](std::string_view command) { return needs_.executeDriverCommand(*this, command); }) {}
 
 Telescope::~Telescope() {
     needs_.axisMotions.Leave(*this);
 }
 
 void Telescope::Class_Initialize() {
+    ConnectionSteps steps(*this, *this);
     ResumeNext errors{needs_.ledger, "Class_Initialize"};
     if (state_.g_nScopeObjects == 0) {
-        errors.Step([&] { InitializeFirstObject(); });
+        errors.Step([&] { steps.InitializeFirstObject(); });
     }
     ++state_.g_nScopeObjects;
     needs_.axisMotions.Enter(*this);
     needs_.connections.UpdateClientsLabel();
 }
 
-void Telescope::InitializeFirstObject() {
+void ConnectionSteps::InitializeFirstObject() {
     ResumeNext errors{needs_.ledger, "Class_Initialize"};
     if (!needs_.registration.RegisterTelescope()) {
         return;
@@ -65,7 +71,7 @@ void Telescope::InitializeFirstObject() {
     errors.Assign(needs_.mount.mountType, [&] {
         return static_cast<Mount_Type>(ModelNumber(needs_.persist.Read(setting::MountType), needs_.log));
     });
-    CreateAxisRates();
+    telescope_.CreateAxisRates();
     errors.Step([&] {
         const std::int16_t controller = ModelNumber(needs_.persist.Read(setting::Controller), needs_.log);
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
@@ -77,7 +83,7 @@ void Telescope::InitializeFirstObject() {
     state_.g_tickSettleEnd = state_.g_tickLastSlewCheck = Tick{};
     state_.g_sTrackingCommand = "RT2";
     state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
-    CreateTrackingRates();
+    telescope_.CreateTrackingRates();
     errors.Step([&] {
         if (needs_.state.g_nFocuserObjects < 2 && needs_.persist.Read(setting::MinimizeStatusWindow) == "1") {
             needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);
@@ -119,16 +125,17 @@ bool Telescope::Connected() {
 }
 
 void Telescope::Connected(bool connect) {
+    ConnectionSteps steps(*this, *this);
     if (connect) {
-        ConnectClient();
+        steps.ConnectClient();
     } else {
-        DisconnectClient();
+        steps.DisconnectClient();
     }
 }
 
-void Telescope::ConnectClient() {
-    LogSet("Connected", "True");
-    LoadTelescopeOptions();
+void ConnectionSteps::ConnectClient() {
+    core_.LogSet("Connected", "True");
+    telescope_.LoadTelescopeOptions();
     state_.g_bPollSuspended = false;
     if (needs_.link && needs_.link->Connected()) {
         needs_.poll.SetPolling(true);
@@ -142,19 +149,19 @@ void Telescope::ConnectClient() {
     WarnAboutSync();
 }
 
-void Telescope::OpenForFirstClient() {
+void ConnectionSteps::OpenForFirstClient() {
     try {
         ShowMountAddress();
         needs_.panel.UserShow();
         needs_.connections.OpenConnection(ClientKind::Telescope);
-        InitUI();
+        telescope_.InitUI();
     } catch (const DriverError&) {
         needs_.log.LogMessage("Connected", LogLevel::Info, "No Port");
         throw DriverError(ErrorNumber::NoMount);
     }
 }
 
-void Telescope::ShowMountAddress() {
+void ConnectionSteps::ShowMountAddress() {
     std::string caption;
     if (needs_.persist.Read(setting::chkIPAddress) == "0") {
         std::string port = needs_.persist.Read(setting::Port);
@@ -171,15 +178,15 @@ void Telescope::ShowMountAddress() {
     needs_.handBox.frameMountPosition.Caption(caption);
 }
 
-void Telescope::WarnAboutSync() {
+void ConnectionSteps::WarnAboutSync() {
     needs_.handBox.EnsureLoaded();
     if (!needs_.handBox.chkUseRCAL.Checked()) {
         needs_.warnAboutSync();
     }
 }
 
-void Telescope::DisconnectClient() {
-    LogSet("Connected", "False");
+void ConnectionSteps::DisconnectClient() {
+    core_.LogSet("Connected", "False");
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{needs_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
@@ -194,7 +201,7 @@ void Telescope::DisconnectClient() {
     needs_.connections.CloseConnection(ClientKind::Telescope);
 }
 
-void Telescope::WaitForTimerIdle() {
+void ConnectionSteps::WaitForTimerIdle() {
     for (int i = 0; i < 3; ++i) {
         if (!state_.g_bInPoll) {
             needs_.waits.PumpOnce();
@@ -239,35 +246,36 @@ void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {
 }
 
 void Telescope::InitUI() {
+    ConnectionSteps steps(*this, *this);
     ResumeNext errors{needs_.ledger, "InitUI"};
     needs_.journal.ResetEvents();
     errors.Step([&] { InitBasicValues(); });
     errors.Step([&] { needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec); });
     errors.Step([&] {
-        if (IsAtPowerOnPosition()) {
-            InitAfterPowerOn();
+        if (steps.IsAtPowerOnPosition()) {
+            steps.InitAfterPowerOn();
         }
     });
     errors.Step([&] { needs_.queries.UpdateHourAngle(); });
-    errors.Step([&] { InitUiPanel(); });
+    errors.Step([&] { steps.InitUiPanel(); });
     needs_.handBox.m_bFormLoaded = true;
     needs_.panel.UpdateControls();
 }
 
-bool Telescope::IsAtPowerOnPosition() const {
+bool ConnectionSteps::IsAtPowerOnPosition() const {
     return state_.g_dRa == 0.0 && state_.g_dDec == 90.0;
 }
 
 /// The mount has lost its position. Where it stands is for a person to say: with nobody to ask, no guessed position is
 /// given to it.
-void Telescope::InitAfterPowerOn() {
+void ConnectionSteps::InitAfterPowerOn() {
     needs_.log.LogMessage("InitUI", LogLevel::Warning,
                           "The mount reports its power-on position. Nobody is there to confirm where it "
                           "stands, so no position is given to it.");
-    ReadPosition();
+    telescope_.ReadPosition();
 }
 
-void Telescope::InitUiPanel() {
+void ConnectionSteps::InitUiPanel() {
     MountQueries& queries = needs_.queries;
     queries.QueryRa();
     queries.QueryDec();
@@ -290,9 +298,10 @@ void Telescope::InitUiPanel() {
 }
 
 bool Telescope::AtPark() {
+    ConnectionSteps steps(*this, *this);
     const bool parked = LogGet("AtPark", state_.g_bParked);
     needs_.door.Pause(kYieldMs);
-    WaitForTimerIdle();
+    steps.WaitForTimerIdle();
     return parked;
 }
 

@@ -11,30 +11,14 @@ constexpr int kLocalTopocentric = 1;
 constexpr int kInterfaceVersion = 2;
 constexpr double kFirstControllerWithRates = 2.0;
 
+class ControllerSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    bool ControllerTakesRates();
+};
+
 }  // namespace
-
-void Telescope::LogGetText(std::string_view name, std::string_view value) {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
-}
-
-void Telescope::LogSet(std::string_view name, std::string_view value) {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " = " + std::string(value));
-}
-
-bool Telescope::LogGet(std::string_view name, bool value) {
-    LogGetText(name, TrueFalse(value));
-    return value;
-}
-
-double Telescope::LogGet(std::string_view name, double value) {
-    LogGetText(name, PlainNumber(value));
-    return value;
-}
-
-int Telescope::LogGet(std::string_view name, int value) {
-    LogGetText(name, std::to_string(value));
-    return value;
-}
 
 int Telescope::AlignmentMode() {
     return LogGet("AlignmentMode", kGermanPolar);
@@ -83,7 +67,8 @@ bool Telescope::CanPulseGuide() {
     return LogGet("CanPulseGuide", true);
 }
 bool Telescope::CanSetDeclinationRate() {
-    return LogGet("CanSetDeclinationRate", ControllerTakesRates());
+    ControllerSteps steps(*this, *this);
+    return LogGet("CanSetDeclinationRate", steps.ControllerTakesRates());
 }
 bool Telescope::CanSetGuideRates() {
     return LogGet("CanSetGuideRates", true);
@@ -95,7 +80,8 @@ bool Telescope::CanSetPierSide() {
     return LogGet("CanSetPierSide", false);
 }
 bool Telescope::CanSetRightAscensionRate() {
-    return LogGet("CanSetRightAscensionRate", ControllerTakesRates());
+    ControllerSteps steps(*this, *this);
+    return LogGet("CanSetRightAscensionRate", steps.ControllerTakesRates());
 }
 bool Telescope::CanSetTracking() {
     return LogGet("CanSetTracking", true);
@@ -122,7 +108,7 @@ bool Telescope::CanUnpark() {
     return LogGet("CanUnpark", true);
 }
 
-bool Telescope::ControllerTakesRates() {
+bool ControllerSteps::ControllerTakesRates() {
     const std::string controller = needs_.persist.Read(setting::Controller);
     return !controller.empty() && Val_Global(controller, needs_.log) >= kFirstControllerWithRates;
 }

@@ -1,74 +1,16 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
 #include "catalogue/client_rates.h"
-#include "catalogue/ks_mount.h"
-#include "catalogue/wire_commands.h"
-#include "forms/frm_hand_box.h"
-#include "forms/frm_status.h"
-#include "forms/hand_box_actions.h"
-#include "kernel/base/counters.h"
-#include "kernel/base/errors.h"
-#include "kernel/base/log.h"
-#include "kernel/base/waits.h"
-#include "link/command_exchange.h"
-#include "link/mount_link.h"
-#include "platform/system_services.h"
-#include "settings/persist.h"
-#include "settings/sites.h"
-#include "state/client_connections.h"
-#include "state/controller_features.h"
-#include "state/driver_state.h"
-#include "state/event_journal.h"
-#include "state/motion.h"
-#include "state/mount_queries.h"
-#include "state/mount_rates.h"
-#include "state/poll_loop.h"
-#include "state/sequence.h"
+#include "platform/clock.h"
 #include "state/telescope_actions.h"
-#include "telescope/motion/axis_motion.h"
+#include "telescope/telescope_core.h"
 
 namespace kestrane {
-
-class Telescope;
-
-/// What a telescope object needs of its surroundings. All of it outlives the object.
-struct TelescopeNeeds {
-    DriverState& state;
-    Motion& motion;
-    Persist& persist;
-    Sites& sites;
-    const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
-    Log& log;
-    Counters& counters;
-    Waits& waits;
-    StopDoor& door;
-    Clock& clock;
-    SwallowLedger& ledger;
-    frmHandBox& handBox;
-    frmStatus& statusWindow;
-    HandBoxActions& panel;
-    KsMount& mount;
-    ClientRateLists& rateLists;
-    MountRates& rates;
-    ControllerFeatures& controller;
-    EventJournal& journal;
-    MountQueries& queries;
-    PollLoop& poll;
-    AxisMotions& axisMotions;
-    ClientConnections& connections;
-    DeviceRegistration& registration;
-    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
-    std::function<Telescope*()> internalInstance;  ///< null while there is none
-};
 
 /// The telescope as clients see it, and the one class through which everything reaches the mount. Clients hold
 /// objects of it; the driver holds one more, the internal instance, for its own commands.
@@ -79,7 +21,7 @@ struct TelescopeNeeds {
 /// Failures are `DriverError`s. "Link check": 0x80040404 while no telescope client is connected, 0x80040429 while
 /// communications are lost. "Motion check": 0x80040404, 0x80040409 while parked, 0x80040411 in the wrong tracking
 /// state. Each member logs on origin "ASCOM" as "GET x = " or "SET x = ". Logic thread only.
-class Telescope final : public TelescopeActions {
+class Telescope final : public TelescopeActions, private TelescopeCore {
 public:
     /// `Class_Initialize` and `Class_Terminate` frame the life of an object (see `MakeTelescope`).
     explicit Telescope(TelescopeNeeds needs);
@@ -127,9 +69,6 @@ public:
     void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
     /// The driver's own commands in the form that lower floors know.
     MountCommands& Commands() override { return exchange_; }
-    /// Runs the text behind "RAW,", a verb and, behind its first comma, its arguments; case counts. The reply is "1",
-    /// "1," and a value, or "0," and a message. Raises nothing: an action that fails leaves the reply "1".
-    std::string ExecuteDriverCommand(std::string_view command);
 
     // --- fixed properties ---------------------------------------------------------------------------------------
 
@@ -295,177 +234,34 @@ public:
     bool LongitudeOfSettings(double& degrees);
     bool LatitudeOfSettings(double& degrees);
 
-private:
-    /// Exchanges of a procedure that a stop does not end, over this object's exchange.
-    Sequence Talk(const CompletingProcedure& procedure) { return {exchange_, needs_.door, procedure}; }
-    /// Those of one that it ends; false when it did.
-    template <typename Steps>
-    bool UntilStopped(const EndingProcedure& procedure, Steps&& steps) {
-        return Sequence::UntilStopped(exchange_, needs_.door, procedure, std::forward<Steps>(steps));
-    }
-
-    // connection.cpp
-    void ConnectClient();
-    void OpenForFirstClient();
-    void ShowMountAddress();
-    void WarnAboutSync();
-    bool IsAtPowerOnPosition() const;
-    void InitAfterPowerOn();
-    void DisconnectClient();
-    void WaitForTimerIdle();
-    void InitializeFirstObject();
-    void InitUiPanel();
-
-    // firmware.cpp
-    void ResetFirmwareFlags();
-    void ClassifyFirmware();
-    void ClassifyModernFirmware();
-    void ClassifyKc5();
-    void ClassifyKc4();
-    void ApplyVersionU();
-    void ReadFirmwareRevision();
-    void RaisePrecision(std::string_view reason);
-    void CorrectMount(Mount_Type mount);
-    void ApplyStatusSettings();
-    void ReadFirstPicture();
-    void ReadPosition();
-
-    // operation_status.cpp
-    void ParseParkState(char park);
-    void ParseTracking(char tracking);
-    void ParseRates(char guide, char move, char slew);
-    void ParsePem(char pem);
-    void ParseFault(char fault);
-    void ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal);
-
-    // mount_time.cpp
-    void SendMeridianDelay(Sequence& mount);
-    void SendDate(Sequence& mount, const DateTime& local);
-    void SendTimeZone(Sequence& mount);
-
-    // driver_commands.cpp
-    struct DriverVerb;
-    static std::span<const DriverVerb> DriverVerbs();
-    std::string VerbInitTime(std::string_view arguments);
-    std::string VerbGetCommunicationErrors(std::string_view arguments);
-    std::string VerbResetCommunicationErrors(std::string_view arguments);
-    std::string VerbGetPulseGuideEvents(std::string_view arguments);
-    std::string VerbGetRaDecEvents(std::string_view arguments);
-    std::string VerbResetEvents(std::string_view arguments);
-    std::string VerbGetPulseGuideEventInfo(std::string_view arguments);
-    std::string VerbGetRaDecEventInfo(std::string_view arguments);
-    std::string VerbGetEventReferenceTime(std::string_view arguments);
-    std::string VerbVersion(std::string_view arguments);
-    std::string VerbGetComTimeout(std::string_view arguments);
-    std::string VerbSetComTimeout(std::string_view arguments);
-    std::string VerbGetComRetries(std::string_view arguments);
-    std::string VerbSetComRetries(std::string_view arguments);
-    std::string VerbGetIniValue(std::string_view arguments);
-    std::string VerbSetIniValue(std::string_view arguments);
-    std::string VerbAutoCalibrateNSEW(std::string_view arguments);
-
-    // slewing.cpp
-    void CheckSlewRange(double rightAscension, double declination);
-    std::optional<std::uint32_t> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
-    bool QuayTakesSlews() const;
-    void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
-    void WaitWhileSlewing(std::uint32_t aborts);
-    bool SafeSlewWanted();
-    void TakeBackTarget(double rightAscension, double declination);
-    bool AbortedSince(std::uint32_t aborts) const;
-    bool ReplacedSince(std::uint32_t slew, std::string_view who);
-    void WaitForSlewEnd(std::uint32_t aborts);
-    void PumpSlewRound();
-
-    // slew_commands.cpp
+    /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error; a refusal of the
+    /// mount raises 0x80040412, 0x80040413 or 0x80040414, one of half a horizontal target 0x80040418.
     void SendSlewCommands();
-    void StartFromSiderealTracking();
-    std::string SendTarget(Sequence& mount);
-    std::string SendRaDecSequence(Sequence& mount);
-    std::string SendAltAzSequence(Sequence& mount);
-    void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
-                       std::string_view property, const std::string& text);
-    std::string SendSlew(Sequence& mount, std::string_view origin);
-    void LogRefusal(std::string_view reply);
-    [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
-    void ApplySlewRateOfSettings(Sequence& mount);
-
-    // safe_slew.cpp
+    /// Slews in two legs where one would lead past the counterweights. Raises nothing; a refusal is logged. Not `async`
+    /// it returns when the mount has arrived; pumps.
     void SafeSlew(double rightAscension, double declination, bool async);
-    bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
-    void RefreshPosition();
-    bool ReadPositionForPlan();
-
-    // initial_rates.cpp
-    static constexpr int kSlewRateOfSettings = -1;
+    /// Finds out whether the directions of the mount are reversed, and swaps them; up to so many attempts.
+    void AutoCalibrateNSEW(std::int16_t attempts);
+    /// The same before the first slew of a connection, where the user wants it.
+    void CalibrateOnFirstSlew();
+    static constexpr std::int16_t kCalibrationAttempts = 3;
     /// Index 0 to 2 of the slew rates, 3 the custom one, -1 that of the settings.
     void SetSlewRate(Sequence& mount, int index);
-    void SendCustomSlewRate(Sequence& mount, std::string_view rate);
-
-    // auto_calibration.cpp
-    static constexpr std::int16_t kCalibrationAttempts = 3;
-    void CalibrateOnFirstSlew();
-    void AutoCalibrateNSEW(std::int16_t attempts);
-    bool CalibrateOnce(Sequence& mount);
-    void MakeTestMove();
-    bool IsPierSide(const std::string& side, std::string_view complaint);
-    bool AskRa(Sequence& mount, double& hours, std::string_view label);
-    bool AskDec(Sequence& mount, double& degrees, std::string_view label);
-
-    // slew_stop.cpp
-    void StopMotion(std::string_view origin);
-    void ReinstateCustomRates();
-    void StopAxes(std::string_view origin);
-    void SendStopPair();
-
-    // axis_motion.cpp
-    bool MoveAxisComesTooLate(double degreesPerSecond);
-    void MovePrimaryAxis(double degreesPerSecond);
-    void MoveSecondaryAxis(double degreesPerSecond);
-    void ShowAxisRates();
-    bool TrackingChosenSinceMoveAxis() const;
-    void ForgetEndedMotion();
-    bool StillRuns(std::int32_t axis) const;
-    void StopOwnAxes();
-
-    // tracking.cpp
-    void StopTracking();
-    void NoteTrackingChoice();
-    void ClearCustomDecRate(Sequence& mount);
-    double GuideRate(std::string_view name);
-    void SetGuideRate(std::string_view name, double degreesPerSecond);
-    void RefuseWithoutCustomRates(std::string_view name);
-    void ShowCustomOrSidereal();
-    void ShowCustomRate(TextBox& box, double rate);
-    void SendCustomRate(const CharacterCommand& command, double multiple);
-
-    // site.cpp
-    void RefuseOutOfRange(std::string_view name, double value, bool inRange);
-    void SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text);
-
-    // coordinates.cpp
+    static constexpr int kSlewRateOfSettings = -1;
+    /// The horizontal target: degrees, azimuth 0 to 360, altitude -90 to 90, else 0x80040405; link check. Writing one
+    /// takes the place of an equatorial target.
     double TargetAzimuth();
     void TargetAzimuth(double degrees);
     double TargetAltitude();
     void TargetAltitude(double degrees);
-    double GetAltAzTarget(std::string_view name, bool isSet, double degrees);
-    void SetAltAzTarget(std::string_view name, double degrees, bool inRange);
-
-    // rate_lists.cpp
+    /// Right ascension and declination, as far as the mount gives any that can be.
+    void ReadPosition();
+    /// The rate lists of the process, made once.
     void CreateAxisRates();
     void CreateTrackingRates();
 
-    void LogGetText(std::string_view name, std::string_view value);
-    void LogSet(std::string_view name, std::string_view value);
-    bool LogGet(std::string_view name, bool value);
-    double LogGet(std::string_view name, double value);
-    int LogGet(std::string_view name, int value);
-    bool ControllerTakesRates();
-
-    TelescopeNeeds needs_;
-    DriverState& state_;
-    CommandExchange exchange_;
-    AxisMotion axes_;
+private:
+    void StopOwnAxes();
 };
 
 /// Ends a device object as its class tells, then deletes it.

@@ -12,6 +12,17 @@ constexpr std::string_view kOrigin = "AutoCalibrateNSEW";
 constexpr std::string_view kEast = "East";
 constexpr std::string_view kWest = "West";
 
+class CalibrationSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    bool CalibrateOnce(Sequence& mount);
+    void MakeTestMove();
+    bool IsPierSide(const std::string& side, std::string_view complaint);
+    bool AskRa(Sequence& mount, double& hours, std::string_view label);
+    bool AskDec(Sequence& mount, double& degrees, std::string_view label);
+};
+
 }  // namespace
 
 void Telescope::CalibrateOnFirstSlew() {
@@ -26,6 +37,7 @@ void Telescope::CalibrateOnFirstSlew() {
 }
 
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
+    CalibrationSteps steps(*this, *this);
     UntilStopped(procedure::Calibration, [&](Sequence& mount) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
         for (int attempt = 1; attempt <= attempts; ++attempt) {
@@ -33,7 +45,7 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
             needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
             bool calibrated = false;
             ResumeNext errors{needs_.ledger, kOrigin};
-            errors.Assign(calibrated, [&] { return CalibrateOnce(mount); });
+            errors.Assign(calibrated, [&] { return steps.CalibrateOnce(mount); });
             if (calibrated) {
                 state_.g_bAutoCalibrated = true;
                 needs_.log.LogMessage(kOrigin, LogLevel::Info, "Autocalibration Successful!");
@@ -45,7 +57,7 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
 
 /// Moves a little to the east and north and looks in which way the position changed. An east move makes the right
 /// ascension grow; a north move makes the declination fall on the east side of the pier and rise on the west side.
-bool Telescope::CalibrateOnce(Sequence& mount) {
+bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     const std::string startSide = mount.CommandString(wire::GetPierSide);
     if (!IsPierSide(startSide, "... Bad response to Pier Side Command: ")) {
         return false;
@@ -86,7 +98,7 @@ bool Telescope::CalibrateOnce(Sequence& mount) {
 }
 
 /// Lets nothing in, not even a stop: the move ends by its own one, and is too short to pump.
-void Telescope::MakeTestMove() {
+void CalibrationSteps::MakeTestMove() {
     Sequence mount = Talk(procedure::TestMove);
     mount.CommandBlind(wire::CenteringRate, "1");
     mount.CommandBlind(wire::MoveEast);
@@ -95,7 +107,7 @@ void Telescope::MakeTestMove() {
     mount.CommandBlind(wire::Stop);
 }
 
-bool Telescope::IsPierSide(const std::string& side, std::string_view complaint) {
+bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view complaint) {
     if (side == kEast || side == kWest) {
         return true;
     }
@@ -103,7 +115,7 @@ bool Telescope::IsPierSide(const std::string& side, std::string_view complaint) 
     return false;
 }
 
-bool Telescope::AskRa(Sequence& mount, double& hours, std::string_view label) {
+bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetRa);
     if (!IsRaReply(reply, needs_.log)) {
         return false;
@@ -112,7 +124,7 @@ bool Telescope::AskRa(Sequence& mount, double& hours, std::string_view label) {
     return ParseProtocolHours(reply, hours, needs_.log);
 }
 
-bool Telescope::AskDec(Sequence& mount, double& degrees, std::string_view label) {
+bool CalibrationSteps::AskDec(Sequence& mount, double& degrees, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetDec);
     if (!IsDecReply(reply, needs_.log)) {
         return false;

@@ -6,6 +6,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -21,6 +22,19 @@ constexpr std::int16_t kCustomRateButton = 4;
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
 }
+
+class AxisSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    bool MoveAxisComesTooLate(double degreesPerSecond);
+    void MovePrimaryAxis(double degreesPerSecond);
+    void MoveSecondaryAxis(double degreesPerSecond);
+    void ShowAxisRates();
+    bool TrackingChosenSinceMoveAxis() const;
+    void ForgetEndedMotion();
+    bool StillRuns(std::int32_t axis) const;
+};
 
 }  // namespace
 
@@ -46,6 +60,7 @@ void AxisMotions::EndAll() {
 }
 
 void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
+    AxisSteps steps(*this, *this);
     const std::string call = "MoveAxis(" + std::to_string(axis) + "," + PlainNumber(degreesPerSecond) + ")";
     if (!(std::abs(degreesPerSecond) <= state_.g_dMaxAxisRate)) {
         needs_.log.LogMessage(
@@ -57,7 +72,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     needs_.log.LogMessage("ASCOM", LogLevel::Info, call);
     check_connected("MoveAxis", true, state_.g_bTracking);
     const bool exists = axis == kPrimary || axis == kSecondary;
-    if (exists && MoveAxisComesTooLate(degreesPerSecond)) {
+    if (exists && steps.MoveAxisComesTooLate(degreesPerSecond)) {
         return;
     }
     needs_.motion.AxisTakesOver();
@@ -69,14 +84,14 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
         needs_.motion.AxisMotionBegins();
     }
     if (axis == kPrimary) {
-        MovePrimaryAxis(degreesPerSecond);
+        steps.MovePrimaryAxis(degreesPerSecond);
     } else {
-        MoveSecondaryAxis(degreesPerSecond);
+        steps.MoveSecondaryAxis(degreesPerSecond);
     }
-    ForgetEndedMotion();
+    steps.ForgetEndedMotion();
 }
 
-void Telescope::ForgetEndedMotion() {
+void AxisSteps::ForgetEndedMotion() {
     if (!needs_.axisMotions.AnyRuns()) {
         needs_.motion.AxisMotionsEnd();
     }
@@ -84,57 +99,57 @@ void Telescope::ForgetEndedMotion() {
 
 /// A motion that was asked for before a stop stays away. The end of a motion never does: the stop may have been
 /// refused.
-bool Telescope::MoveAxisComesTooLate(double degreesPerSecond) {
+bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
     const bool endsMotion = degreesPerSecond == 0.0 && axes_.Runs();
     return !endsMotion && !needs_.door.Permit("MoveAxis");
 }
 
-void Telescope::MovePrimaryAxis(double degreesPerSecond) {
+void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
     axes_.rates[kPrimary] = degreesPerSecond;
     // The mount counts from sidereal tracking: an axis at rest against the ground goes back by one sidereal rate.
     const double multiple = MultipleOfSidereal(degreesPerSecond) - 1.0;
-    ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
+    CustomRates(core_).ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
     const bool zeroStopsTracking = needs_.persist.ReadFlag(setting::chkRaMoveAxisOfZeroStopsTracking);
     if (degreesPerSecond == 0.0 && !zeroStopsTracking &&
         axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {
         const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
-        Tracking(tracked);
+        telescope_.Tracking(tracked);
         return;
     }
     ShowAxisRates();
     const bool isFirst = axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet;
     if (isFirst) {
-        axes_.m_MoveAxisTrackingState =
-            Tracking() ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
+        axes_.m_MoveAxisTrackingState = telescope_.Tracking() ? MoveAxisTrackingState::TrackingWasEnabled
+                                                              : MoveAxisTrackingState::TrackingWasDisabled;
     }
     if (isFirst || TrackingChosenSinceMoveAxis()) {
         axes_.tracked = state_.g_bTracking;
     }
     axes_.counts[kPrimary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
-    SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
+    CustomRates(core_).SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
 }
 
-void Telescope::MoveSecondaryAxis(double degreesPerSecond) {
+void AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
     axes_.rates[kSecondary] = degreesPerSecond;
     axes_.counts[kSecondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     const double multiple = MultipleOfSidereal(degreesPerSecond);
-    ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
+    CustomRates(core_).ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
-    SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+    CustomRates(core_).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
 
-void Telescope::ShowAxisRates() {
+void AxisSteps::ShowAxisRates() {
     needs_.panel.ShowTrackingRate(axes_.Runs() ? kCustomRateButton : kSiderealRateButton, false);
 }
 
 /// A choice of anybody since the primary axis' last rate: it has ended the motion, and it stands.
-bool Telescope::TrackingChosenSinceMoveAxis() const {
+bool AxisSteps::TrackingChosenSinceMoveAxis() const {
     return axes_.counts[kPrimary].trackingChoices != state_.g_nTrackingChoices;
 }
 
 /// A slew or a write of the tracking that came later has ended the motion in the mount.
-bool Telescope::StillRuns(std::int32_t axis) const {
+bool AxisSteps::StillRuns(std::int32_t axis) const {
     const auto index = static_cast<std::size_t>(axis);
     const AxisMotion::Counts& counts = axes_.counts[index];
     return axes_.rates[index] != 0.0 && counts.trackingChoices == state_.g_nTrackingChoices &&
@@ -142,9 +157,10 @@ bool Telescope::StillRuns(std::int32_t axis) const {
 }
 
 void Telescope::ClearAxisRates() {
+    AxisSteps steps(*this, *this);
     axes_.rates = {};
     needs_.motion.AxisMotionsEnd();
-    if (TrackingChosenSinceMoveAxis()) {
+    if (steps.TrackingChosenSinceMoveAxis()) {
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     }
 }
@@ -161,23 +177,25 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
 /// The mount is never left running without an owner. The end of a slew under way takes up tracking again, which ends a
 /// motion as well.
 void Telescope::StopOwnAxes() {
-    const bool primaryRuns = StillRuns(kPrimary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
-    const bool secondaryRuns = StillRuns(kSecondary);
+    AxisSteps steps(*this, *this);
+    const bool primaryRuns =
+        steps.StillRuns(kPrimary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
+    const bool secondaryRuns = steps.StillRuns(kSecondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
     ResumeNext errors{needs_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
         needs_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
         if (secondaryRuns) {
-            errors.Step([&] { MoveSecondaryAxis(0.0); });
+            errors.Step([&] { steps.MoveSecondaryAxis(0.0); });
         }
         if (primaryRuns) {
             axes_.m_MoveAxisTrackingState =
                 axes_.tracked ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
-            errors.Step([&] { MovePrimaryAxis(0.0); });
+            errors.Step([&] { steps.MovePrimaryAxis(0.0); });
         }
     }
     axes_ = {};
-    ForgetEndedMotion();
+    steps.ForgetEndedMotion();
 }
 
 }  // namespace kestrane

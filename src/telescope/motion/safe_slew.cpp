@@ -1,19 +1,32 @@
 #include "kernel/base/conversions.h"
-#include "telescope/position_words.h"
 #include "telescope/motion/safe_slew_path.h"
+#include "telescope/motion/slew_wait.h"
+#include "telescope/position_words.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
+namespace {
 
-void Telescope::RefreshPosition() {
+class SafeSlewSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
+    void RefreshPosition();
+    bool ReadPositionForPlan();
+};
+
+}  // namespace
+
+void SafeSlewSteps::RefreshPosition() {
     needs_.queries.QueryRa();
     needs_.queries.QueryDec();
     needs_.queries.QuerySideOfMount();
 }
 
 /// False when a stop has come meanwhile.
-bool Telescope::ReadPositionForPlan() {
-    return UntilStopped(procedure::SafeSlew, [&](Sequence& mount) {
+bool SafeSlewSteps::ReadPositionForPlan() {
+    return core_.UntilStopped(procedure::SafeSlew, [&](Sequence& mount) {
         if (!needs_.queries.LstKnown()) {
             needs_.queries.QueryLst();  // the side of the meridian is not for guessing
         }
@@ -26,16 +39,17 @@ bool Telescope::ReadPositionForPlan() {
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
 /// meaning by `LogRefusal`.
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
+    SafeSlewSteps steps(*this, *this);
     ResumeNext errors{needs_.ledger, "SafeSlew"};
-    const std::uint32_t aborts = state_.g_nAborts;
+    SlewWait wait(*this);
     const std::uint32_t slew = state_.g_nSlewsBegun;
-    if (!ReadPositionForPlan()) {
+    if (!steps.ReadPositionForPlan()) {
         return;
     }
     state_.g_dSafeSlewRa = rightAscension;
     state_.g_dSafeSlewDec = declination;
     double viaRightAscension = 0.0;
-    if (PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
+    if (steps.PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
         needs_.log.LogMessage("SafeSlew", LogLevel::Info,
                               "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
         errors.Step([&] { TargetRightAscension(viaRightAscension); });
@@ -49,12 +63,12 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         if (async) {
             return;
         }
-        WaitWhileSlewing(aborts);
-        if (ReplacedSince(slew, "SafeSlew")) {
+        wait.WhileSlewing();
+        if (wait.Replaced(slew, "SafeSlew")) {
             return;  // the mount stands at the other slew's target: from there nobody has planned a way to this one
         }
     }
-    if (AbortedSince(aborts)) {
+    if (wait.Aborted()) {
         return;
     }
     errors.Step([&] { TargetRightAscension(rightAscension); });
@@ -64,8 +78,8 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         needs_.motion.SecondLegDropped();
         return;
     }
-    WaitWhileSlewing(aborts);
-    RefreshPosition();
+    wait.WhileSlewing();
+    steps.RefreshPosition();
     needs_.queries.QueryAlt();
     needs_.queries.QueryAz();
     if (state_.g_nSlewsBegun == slew) {
@@ -74,7 +88,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
 }
 
 /// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.
-bool Telescope::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
+bool SafeSlewSteps::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
     needs_.motion.SecondLegDropped();
     if (state_.g_bRawRaDecSlews || state_.g_bForkMount || state_.g_bFirmwareSafeSlew) {
         needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");

@@ -1,6 +1,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/position_words.h"
 #include "telescope/telescope.h"
 
@@ -44,18 +45,35 @@ std::string WithPlus(const std::string& angle) {
     return angle.starts_with('-') ? angle : "+" + angle;
 }
 
+class SlewCommandSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void StartFromSiderealTracking();
+    std::string SendTarget(Sequence& mount);
+    std::string SendRaDecSequence(Sequence& mount);
+    std::string SendAltAzSequence(Sequence& mount);
+    void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
+                       std::string_view property, const std::string& text);
+    std::string SendSlew(Sequence& mount, std::string_view origin);
+    void LogRefusal(std::string_view reply);
+    [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
+    void ApplySlewRateOfSettings(Sequence& mount);
+};
+
 }  // namespace
 
 void Telescope::SendSlewCommands() {
+    SlewCommandSteps steps(*this, *this);
     CheckConnected();
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
-        StartFromSiderealTracking();
+        steps.StartFromSiderealTracking();
         mount.LetStopIn();
-        ApplySlewRateOfSettings(mount);
-        const std::string reply = SendTarget(mount);
+        steps.ApplySlewRateOfSettings(mount);
+        const std::string reply = steps.SendTarget(mount);
         if (const std::int16_t result = SlewResult(reply); result != 0) {
-            RaiseSlewRefusal(result);
+            steps.RaiseSlewRefusal(result);
         }
         needs_.motion.SlewTaken();
         const Tick now = needs_.clock.GetTickCount();
@@ -65,29 +83,29 @@ void Telescope::SendSlewCommands() {
 }
 
 /// The mount's reply to the slew command.
-std::string Telescope::SendTarget(Sequence& mount) {
+std::string SlewCommandSteps::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
     if (!isRaDec && !isAltAz) {
         needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
         return std::string(kNoTarget);
     }
-    CalibrateOnFirstSlew();
+    telescope_.CalibrateOnFirstSlew();
     mount.LetStopIn();
     const std::string reply = isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount);
     LogRefusal(reply);
     return reply;
 }
 
-void Telescope::StartFromSiderealTracking() {
+void SlewCommandSteps::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
         Sequence mount = Talk(procedure::SiderealTracking);
-        ClearCustomDecRate(mount);
+        CustomRates(core_).ClearCustomDecRate(mount);
         mount.CommandBlindInternal(wire::TrackingRate, "2");
     }
 }
 
-std::string Telescope::SendRaDecSequence(Sequence& mount) {
+std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
     if (ra.starts_with("24")) {
@@ -106,7 +124,7 @@ std::string Telescope::SendRaDecSequence(Sequence& mount) {
     return SendSlew(mount, "Slew RA/Dec");
 }
 
-std::string Telescope::SendAltAzSequence(Sequence& mount) {
+std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     // The value decides on the sign here, not its text as with a declination.
     const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
@@ -118,8 +136,8 @@ std::string Telescope::SendAltAzSequence(Sequence& mount) {
     return SendSlew(mount, "Slew ALT/AZ");
 }
 
-void Telescope::SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
-                              std::string_view property, const std::string& text) {
+void SlewCommandSteps::SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
+                                     std::string_view property, const std::string& text) {
     if (!mount.CommandBoolInternal(command, text)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(logged) + " FAILED!");
         throw DriverError(ErrorNumber::MountRejectedTarget,
@@ -128,7 +146,7 @@ void Telescope::SendAltAzHalf(Sequence& mount, const CharacterCommand& command, 
 }
 
 /// The mount's answer is one character without an end.
-std::string Telescope::SendSlew(Sequence& mount, std::string_view origin) {
+std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin) {
     ResumeNext errors{needs_.ledger, "SendSlew"};
     mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
     std::string reply;
@@ -138,7 +156,7 @@ std::string Telescope::SendSlew(Sequence& mount, std::string_view origin) {
 }
 
 /// A refusal may reach no client, so the log tells why nothing moved.
-void Telescope::LogRefusal(std::string_view reply) {
+void SlewCommandSteps::LogRefusal(std::string_view reply) {
     if (const std::int16_t result = SlewResult(reply); result != 0) {
         needs_.log.LogMessage("SendSlewCommands", LogLevel::Error,
                               "The mount refused the slew: reply " + std::to_string(result) + ", " +
@@ -146,7 +164,7 @@ void Telescope::LogRefusal(std::string_view reply) {
     }
 }
 
-void Telescope::RaiseSlewRefusal(std::int16_t result) {
+void SlewCommandSteps::RaiseSlewRefusal(std::int16_t result) {
     needs_.motion.SlewRefused();
     throw DriverError(result == 1   ? ErrorNumber::BelowHorizon
                       : result == 2 ? ErrorNumber::BelowMinimumElevation
@@ -154,9 +172,9 @@ void Telescope::RaiseSlewRefusal(std::int16_t result) {
 }
 
 /// A slew goes at the slew rate of the settings, where the user wants that.
-void Telescope::ApplySlewRateOfSettings(Sequence& mount) {
+void SlewCommandSteps::ApplySlewRateOfSettings(Sequence& mount) {
     if (Trim(needs_.persist.Read(setting::chkSetSlewRate)) == "1") {
-        SetSlewRate(mount, kSlewRateOfSettings);
+        telescope_.SetSlewRate(mount, Telescope::kSlewRateOfSettings);
     }
 }
 

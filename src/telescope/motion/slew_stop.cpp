@@ -6,30 +6,42 @@ namespace {
 
 constexpr std::int32_t kStopSpacingMs = 20;
 
+class StopSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void StopMotion(std::string_view origin);
+    void ReinstateCustomRates();
+    void StopAxes(std::string_view origin);
+    void SendStopPair();
+};
+
 }  // namespace
 
 void Telescope::AbortSlew() {
+    StopSteps steps(*this, *this);
     check_connected("AbortSlew", true, state_.g_bTracking);
     needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
-        StopAxes("ASCOM");
+        steps.StopAxes("ASCOM");
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
-        StopMotion("ASCOM");
+        steps.StopMotion("ASCOM");
     } else if (state_.g_bTracking) {
         TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
     }
 }
 
 void Telescope::AbortSlewDriver() {
+    StopSteps steps(*this, *this);
     if (needs_.axisMotions.AnyRuns()) {
-        StopAxes("Driver");
+        steps.StopAxes("Driver");
     } else {
-        StopMotion("Driver");
+        steps.StopMotion("Driver");
     }
 }
 
-void Telescope::StopMotion(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+void StopSteps::StopMotion(std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Info, "telescope_.AbortSlew()");
     needs_.motion.Stopped();
     if (state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
         SendStopPair();
@@ -39,14 +51,14 @@ void Telescope::StopMotion(std::string_view origin) {
 
 /// The axes that `MoveAxis` of any client runs. The tracking from before them takes the place of the custom rates,
 /// which the stop has cleared in the mount. A slew or a park that came later ends as by any stop.
-void Telescope::StopAxes(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+void StopSteps::StopAxes(std::string_view origin) {
+    needs_.log.LogMessage(origin, LogLevel::Info, "telescope_.AbortSlew()");
     needs_.motion.Stopped();
     SendStopPair();
     needs_.axisMotions.EndAll();
 }
 
-void Telescope::SendStopPair() {
+void StopSteps::SendStopPair() {
     Sequence mount = Talk(procedure::StopPair);
     mount.CommandBlind(wire::Stop);
     needs_.waits.WaitForMilliseconds(kStopSpacingMs);
@@ -55,16 +67,16 @@ void Telescope::SendStopPair() {
 
 /// A stop clears the custom rates of the mount. They are offsets from tracking: one that does not track stays at rest,
 /// whatever may switch tracking on by itself.
-void Telescope::ReinstateCustomRates() {
+void StopSteps::ReinstateCustomRates() {
     if (!state_.g_bTracking) {
         return;
     }
     ResumeNext errors{needs_.ledger, "AbortSlew"};
     if (state_.g_dRaRate != 0.0) {
-        errors.Step([&] { RightAscensionRate(state_.g_dRaRate); });
+        errors.Step([&] { telescope_.RightAscensionRate(state_.g_dRaRate); });
     }
     if (state_.g_dDecRate != 0.0) {
-        errors.Step([&] { DeclinationRate(state_.g_dDecRate); });
+        errors.Step([&] { telescope_.DeclinationRate(state_.g_dDecRate); });
     }
 }
 

@@ -1,20 +1,31 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/slew_wait.h"
 #include "telescope/position_words.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kWaitBeforeSupervisionMs = 1000;
-constexpr std::int32_t kSlewRoundMs = 20;
 constexpr std::int32_t kYieldMs = 20;
 constexpr std::int16_t kMaxSettleTime = 100;
 
+class SlewSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void CheckSlewRange(double rightAscension, double declination);
+    std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
+    bool QuayTakesSlews() const;
+    void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
+    bool SafeSlewWanted();
+    void TakeBackTarget(double rightAscension, double declination);
+};
+
 }  // namespace
 
-void Telescope::CheckSlewRange(double rightAscension, double declination) {
+void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
     // Both slews log the asynchronous one's words: wanted.
     const auto refuse = [&](std::string_view what, double value) {
         needs_.log.LogMessage(
@@ -30,26 +41,27 @@ void Telescope::CheckSlewRange(double rightAscension, double declination) {
     }
 }
 
-bool Telescope::SafeSlewWanted() {
+bool SlewSteps::SafeSlewWanted() {
     return !needs_.persist.ReadFlag(setting::DisableSafeSlew);
 }
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
-    CheckSlewRange(rightAscension, declination);
+    SlewSteps steps(*this, *this);
+    steps.CheckSlewRange(rightAscension, declination);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     const auto permit = needs_.door.Permit("SlewToCoordinates");
     if (!permit) {
         return;
     }
     check_connected("SlewToCoordinates", true, true);
-    const bool safeSlew = SafeSlewWanted();
-    const std::uint32_t aborts = state_.g_nAborts;
+    const bool safeSlew = steps.SafeSlewWanted();
+    SlewWait wait(*this);
     needs_.motion.NewSlewBegins(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
-    if (QuayTakesSlews()) {
-        SlewThroughQuay("SlewToCoordinates", rightAscension, declination);
-        WaitForSlewEnd(aborts);
+    if (steps.QuayTakesSlews()) {
+        steps.SlewThroughQuay("SlewToCoordinates", rightAscension, declination);
+        wait.ForEnd();
     } else if (safeSlew) {
         SafeSlew(rightAscension, declination, false);
     } else {
@@ -58,7 +70,8 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
 }
 
 void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient) {
-    CheckSlewRange(rightAscension, declination);
+    SlewSteps steps(*this, *this);
+    steps.CheckSlewRange(rightAscension, declination);
     if (fromClient) {
         needs_.log.LogMessage("ASCOM", LogLevel::Info,
                               "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
@@ -75,11 +88,11 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     }
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
-    if (QuayTakesSlews()) {
-        SlewThroughQuay("SlewToCoordinatesAsync", rightAscension, declination);
+    if (steps.QuayTakesSlews()) {
+        steps.SlewThroughQuay("SlewToCoordinatesAsync", rightAscension, declination);
         return;
     }
-    if (fromClient && SafeSlewWanted()) {
+    if (fromClient && steps.SafeSlewWanted()) {
         SafeSlew(rightAscension, declination, true);
     } else {
         SendSlewCommands();
@@ -87,6 +100,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 }
 
 void Telescope::SlewToTarget() {
+    SlewSteps steps(*this, *this);
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTarget");
@@ -96,41 +110,42 @@ void Telescope::SlewToTarget() {
     check_connected("SlewToTarget", true, true);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
-    const std::uint32_t aborts = state_.g_nAborts;
+    SlewWait wait(*this);
     const std::uint32_t slew = needs_.motion.NewSlewBegins(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    const bool safeSlew = SafeSlewWanted();
+    const bool safeSlew = steps.SafeSlewWanted();
     if (!safeSlew) {
-        WaitForSlewEnd(aborts);  // any slew in progress is waited out before the new one: wanted
-        if (AbortedSince(aborts) || ReplacedSince(slew, "SlewToTarget")) {
+        wait.ForEnd();  // any slew in progress is waited out before the new one: wanted
+        if (wait.Aborted() || wait.Replaced(slew, "SlewToTarget")) {
             return;
         }
-        TakeBackTarget(rightAscension, declination);
+        steps.TakeBackTarget(rightAscension, declination);
     }
-    if (QuayTakesSlews()) {
-        SlewThroughQuay("SlewToTarget", rightAscension, declination);
-        WaitForSlewEnd(aborts);
+    if (steps.QuayTakesSlews()) {
+        steps.SlewThroughQuay("SlewToTarget", rightAscension, declination);
+        wait.ForEnd();
     } else if (safeSlew) {
         SafeSlew(rightAscension, declination, false);
     } else {
         SendSlewCommands();
-        WaitForSlewEnd(aborts);
+        wait.ForEnd();
     }
 }
 
 /// Another client may have written a target while an earlier slew was waited out.
-void Telescope::TakeBackTarget(double rightAscension, double declination) {
+void SlewSteps::TakeBackTarget(double rightAscension, double declination) {
     const bool stands = state_.g_bTargetRaSet && state_.g_bTargetDecSet && state_.g_dTargetRa == rightAscension &&
                         state_.g_dTargetDec == declination;
     if (!stands) {
-        TargetRightAscension(rightAscension);
-        TargetDeclination(declination);
+        telescope_.TargetRightAscension(rightAscension);
+        telescope_.TargetDeclination(declination);
     }
 }
 
 void Telescope::SlewToTargetAsync() {
+    SlewSteps steps(*this, *this);
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTargetAsync");
@@ -143,9 +158,9 @@ void Telescope::SlewToTargetAsync() {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
     needs_.motion.NewSlewBegins(*permit);
-    if (QuayTakesSlews()) {
-        SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
-    } else if (SafeSlewWanted()) {
+    if (steps.QuayTakesSlews()) {
+        steps.SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
+    } else if (steps.SafeSlewWanted()) {
         SafeSlew(state_.g_dTargetRa, state_.g_dTargetDec, true);
     } else {
         SendSlewCommands();
@@ -153,43 +168,45 @@ void Telescope::SlewToTargetAsync() {
 }
 
 void Telescope::SlewToAltAz(double azimuth, double altitude) {
-    if (const auto aborts = BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
-        WaitForSlewEnd(*aborts);
+    SlewSteps steps(*this, *this);
+    if (auto wait = steps.BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
+        wait->ForEnd();
     }
 }
 
 void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
-    BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
+    SlewSteps steps(*this, *this);
+    steps.BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
 }
 
-/// The aborts up to the beginning of the slew, or nothing when it does not begin.
-std::optional<std::uint32_t> Telescope::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
+/// The wait for the end of the slew, or nothing when it does not begin.
+std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
-    check_connected(name, true, false);
+    telescope_.check_connected(name, true, false);
     const auto permit = needs_.door.Permit(member);
     if (!permit) {
         return std::nullopt;
     }
-    Tracking(false);  // stops the mount once more although it does not track: wanted
-    const std::uint32_t aborts = state_.g_nAborts;
+    telescope_.Tracking(false);  // stops the mount once more although it does not track: wanted
+    SlewWait wait(core_);
     needs_.motion.NewSlewBegins(*permit);
     try {
-        TargetAzimuth(azimuth);
-        TargetAltitude(altitude);
+        telescope_.TargetAzimuth(azimuth);
+        telescope_.TargetAltitude(altitude);
         if (QuayTakesSlews()) {
             const std::string reply =
                 Talk(procedure::Question)
                     .CommandString(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
             needs_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
         } else {
-            SendSlewCommands();
+            telescope_.SendSlewCommands();
         }
     } catch (const DriverError&) {
         needs_.motion.SlewRefused();
         throw;
     }
-    return aborts;
+    return wait;
 }
 
 int Telescope::DestinationSideOfPier(double rightAscension, double declination) {
@@ -203,60 +220,15 @@ int Telescope::DestinationSideOfPier(double rightAscension, double declination) 
     return west ? 1 : 0;
 }
 
-bool Telescope::QuayTakesSlews() const {
+bool SlewSteps::QuayTakesSlews() const {
     return state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
 }
 
-void Telescope::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
+void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
     const std::string reply =
         Talk(procedure::Question)
             .CommandString(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
     needs_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
-}
-
-/// A stop was asked for since `aborts` was read. The count tells it also when the supervision has taken the flag
-/// already, or a new slew has cleared it.
-bool Telescope::AbortedSince(std::uint32_t aborts) const {
-    return state_.g_bAbortSlew || state_.g_nAborts != aborts;
-}
-
-/// Another slew was asked for since `slew` began: the mount goes there now, and the earlier one has no more say.
-bool Telescope::ReplacedSince(std::uint32_t slew, std::string_view who) {
-    if (state_.g_nSlewsBegun == slew) {
-        return false;
-    }
-    needs_.log.LogMessage(who, LogLevel::Warning, "This slew gives way to one that was asked for later");
-    return true;
-}
-
-void Telescope::WaitForSlewEnd(std::uint32_t aborts) {
-    const Tick start = needs_.clock.GetTickCount();
-    while (needs_.clock.GetTickCount() - start < kWaitBeforeSupervisionMs && !AbortedSince(aborts)) {
-        needs_.waits.PumpOnce();
-        needs_.clock.Sleep(1);
-    }
-    if (AbortedSince(aborts)) {
-        return;
-    }
-    needs_.motion.SupervisionBegins();
-    if (state_.g_bGosActive) {
-        needs_.queries.QueryGos();
-    }
-    WaitWhileSlewing(aborts);
-}
-
-void Telescope::WaitWhileSlewing(std::uint32_t aborts) {
-    while (!AbortedSince(aborts) && needs_.poll.CheckSlewing() && !AbortedSince(aborts)) {
-        PumpSlewRound();
-    }
-}
-
-void Telescope::PumpSlewRound() {
-    if (state_.g_bInPoll) {
-        needs_.poll.UpdateMountInfo();  // the timer cannot fire inside a poll step
-    }
-    needs_.waits.PumpOnce();
-    needs_.door.Pause(kSlewRoundMs);
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {

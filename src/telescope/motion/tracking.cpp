@@ -1,6 +1,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -44,6 +45,18 @@ constexpr std::string_view kRatePattern = "0.00000";
 constexpr double kSiderealSpeed = 15.04107;  // arc-seconds per second
 constexpr double kArcSecondsPerDegree = 3600.0;
 
+class TrackingSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void StopTracking();
+    void NoteTrackingChoice();
+    double GuideRate(std::string_view name);
+    void SetGuideRate(std::string_view name, double degreesPerSecond);
+    void RefuseWithoutCustomRates(std::string_view name);
+    void ShowCustomOrSidereal();
+};
+
 }  // namespace
 
 bool Telescope::Tracking() {
@@ -51,29 +64,30 @@ bool Telescope::Tracking() {
 }
 
 void Telescope::Tracking(bool track) {
+    TrackingSteps steps(*this, *this);
     LogSet("Tracking", TrueFalse(track));
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     if (track) {
         state_.g_bTracking = true;
         TrackingRate(state_.g_nTrackingRate);
     } else if (!state_.g_bParked) {
-        StopTracking();
+        steps.StopTracking();
     }
     needs_.panel.EnableRateControls();
 }
 
-void Telescope::StopTracking() {
+void TrackingSteps::StopTracking() {
     NoteTrackingChoice();
     state_.g_bTracking = false;
     Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::EndInput);
     mount.CommandBlindInternal(wire::StopRaw);
-    ClearCustomDecRate(mount);
+    CustomRates(core_).ClearCustomDecRate(mount);
     mount.CommandBlindInternal(wire::TrackingRateRaw, "9");
     needs_.panel.ShowTrackingRate(kNotTracking, false);
 }
 
-void Telescope::NoteTrackingChoice() {
+void TrackingSteps::NoteTrackingChoice() {
     if (needs_.motion.TrackingChosen()) {
         needs_.log.LogMessage("Slewing", LogLevel::Warning,
                               "The slew ends here: a write of the tracking stops the mount");
@@ -85,13 +99,14 @@ std::int32_t Telescope::TrackingRate() {
 }
 
 void Telescope::TrackingRate(std::int32_t rate) {
+    TrackingSteps steps(*this, *this);
     state_.g_nTrackingRate = rate;
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
-    NoteTrackingChoice();
+    steps.NoteTrackingChoice();
     Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::Stop);
-    ClearCustomDecRate(mount);
+    CustomRates(*this).ClearCustomDecRate(mount);
     if (rate < 0 || rate >= static_cast<std::int32_t>(kRates.size())) {
         throw DriverError(ErrorNumber::OutOfRange, "Invalid Tracking Rate Value: " + std::to_string(rate));
     }
@@ -112,24 +127,21 @@ void Telescope::SendKingCorrection() {
     Talk(procedure::Question).CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? "8" : "3");
 }
 
-void Telescope::ClearCustomDecRate(Sequence& mount) {
-    if (state_.g_bHasCustomRates && !state_.g_bGosActive) {
-        mount.CommandBoolInternal(wire::CustomDecRate, "0.0000");
-    }
-}
-
 double Telescope::RightAscensionRate() {
-    RefuseWithoutCustomRates("RightAscensionRate");
+    TrackingSteps steps(*this, *this);
+    steps.RefuseWithoutCustomRates("RightAscensionRate");
     return LogGet("RightAscensionRate", state_.g_dRaRate);
 }
 
 double Telescope::DeclinationRate() {
-    RefuseWithoutCustomRates("DeclinationRate");
+    TrackingSteps steps(*this, *this);
+    steps.RefuseWithoutCustomRates("DeclinationRate");
     return LogGet("DeclinationRate", state_.g_dDecRate);
 }
 
 void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
-    RefuseWithoutCustomRates("RightAscensionRate");
+    TrackingSteps steps(*this, *this);
+    steps.RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
     // Ahead of the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
     if (secondsPerSiderealSecond != 0.0 && !needs_.door.Permit("RightAscensionRate")) {
@@ -137,14 +149,15 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     }
     check_connected("RightAscensionRate", true, true);
     state_.g_dRaRate = secondsPerSiderealSecond;
-    ShowCustomRate(needs_.handBox.txtRaCustom, secondsPerSiderealSecond);
-    ShowCustomOrSidereal();
-    SendCustomRate(wire::CustomRaRate,
-                   state_.g_dSiteLatitude < 0.0 ? secondsPerSiderealSecond : -secondsPerSiderealSecond);
+    CustomRates(*this).ShowCustomRate(needs_.handBox.txtRaCustom, secondsPerSiderealSecond);
+    steps.ShowCustomOrSidereal();
+    CustomRates(*this).SendCustomRate(
+        wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? secondsPerSiderealSecond : -secondsPerSiderealSecond);
 }
 
 void Telescope::DeclinationRate(double arcSecondsPerSecond) {
-    RefuseWithoutCustomRates("DeclinationRate");
+    TrackingSteps steps(*this, *this);
+    steps.RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
     // Ahead of the check, as for the other rate.
     if (arcSecondsPerSecond != 0.0 && !needs_.door.Permit("DeclinationRate")) {
@@ -152,54 +165,46 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     }
     check_connected("DeclinationRate(set)", true, true);
     state_.g_dDecRate = arcSecondsPerSecond;
-    ShowCustomRate(needs_.handBox.txtDecCustom, arcSecondsPerSecond);
-    ShowCustomOrSidereal();
+    CustomRates(*this).ShowCustomRate(needs_.handBox.txtDecCustom, arcSecondsPerSecond);
+    steps.ShowCustomOrSidereal();
     const double multiple = arcSecondsPerSecond / kSiderealSpeed;
-    SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+    CustomRates(*this).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
 
-void Telescope::RefuseWithoutCustomRates(std::string_view name) {
+void TrackingSteps::RefuseWithoutCustomRates(std::string_view name) {
     if (!state_.g_bHasCustomRates) {
         needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " is not available for VTRKC1/2");
         throw DriverError(ErrorNumber::NotImplemented, std::string(name) + "  is not implemented in this driver.");
     }
 }
 
-void Telescope::ShowCustomOrSidereal() {
+void TrackingSteps::ShowCustomOrSidereal() {
     const bool custom = state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0;
     needs_.panel.ShowTrackingRate(custom ? kCustomRate : kSiderealRate, false);
 }
 
-/// The settings keep the rate that the user typed.
-void Telescope::ShowCustomRate(TextBox& box, double rate) {
-    const FillsHandBox filling(needs_.handBox);
-    box.Text(FormatUs(rate, kRatePattern));
-}
-
-/// The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no offset goes out as
-/// "0.00000", without a sign, whatever side or hemisphere has negated it.
-void Telescope::SendCustomRate(const CharacterCommand& command, double multiple) {
-    Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
-}
-
 double Telescope::GuideRateRightAscension() {
-    return GuideRate("GuideRateRightAscension");
+    TrackingSteps steps(*this, *this);
+    return steps.GuideRate("GuideRateRightAscension");
 }
 
 double Telescope::GuideRateDeclination() {
-    return GuideRate("GuideRateDeclination");
+    TrackingSteps steps(*this, *this);
+    return steps.GuideRate("GuideRateDeclination");
 }
 
 void Telescope::GuideRateRightAscension(double degreesPerSecond) {
-    SetGuideRate("GuideRateRightAscension", degreesPerSecond);
+    TrackingSteps steps(*this, *this);
+    steps.SetGuideRate("GuideRateRightAscension", degreesPerSecond);
 }
 
 void Telescope::GuideRateDeclination(double degreesPerSecond) {
-    SetGuideRate("GuideRateDeclination", degreesPerSecond);
+    TrackingSteps steps(*this, *this);
+    steps.SetGuideRate("GuideRateDeclination", degreesPerSecond);
 }
 
 /// Keeps a rate that the mount has; any other is dropped without an error: wanted. Nothing is sent.
-void Telescope::SetGuideRate(std::string_view name, double degreesPerSecond) {
+void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond) {
     const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
     for (const GuideRateRow& row : kGuideRates) {
         if (multiple >= row.multiple - kGuideRateTolerance && multiple <= row.multiple + kGuideRateTolerance) {
@@ -208,12 +213,12 @@ void Telescope::SetGuideRate(std::string_view name, double degreesPerSecond) {
             break;
         }
     }
-    LogSet(name, PlainNumber(state_.g_dGuideRate) + " sec/sec");
+    core_.LogSet(name, PlainNumber(state_.g_dGuideRate) + " sec/sec");
 }
 
-double Telescope::GuideRate(std::string_view name) {
+double TrackingSteps::GuideRate(std::string_view name) {
     const double rate = state_.g_dGuideRate * kSiderealSpeed / kArcSecondsPerDegree;
-    LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // the words that readers of logs know; it is degrees
+    core_.LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // the words that readers of logs know; it is degrees
     return rate;
 }
 

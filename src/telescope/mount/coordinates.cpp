@@ -10,6 +10,14 @@ constexpr double kPi = 3.14159265;  // the value that clients have always got
 constexpr int kEast = 0;
 constexpr int kWest = 1;
 
+class TargetSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    double GetAltAzTarget(std::string_view name, bool isSet, double degrees);
+    void SetAltAzTarget(std::string_view name, double degrees, bool inRange);
+};
+
 }  // namespace
 
 double Telescope::RightAscension() {
@@ -117,34 +125,38 @@ void Telescope::TargetDeclination(double degrees) {
 }
 
 double Telescope::TargetAzimuth() {
-    return GetAltAzTarget("TargetAzimuth", state_.g_bTargetAzSet, state_.g_dTargetAz);
+    TargetSteps steps(*this, *this);
+    return steps.GetAltAzTarget("TargetAzimuth", state_.g_bTargetAzSet, state_.g_dTargetAz);
 }
 
 void Telescope::TargetAzimuth(double degrees) {
-    SetAltAzTarget("TargetAzimuth", degrees, degrees >= 0.0 && degrees <= 360.0);
+    TargetSteps steps(*this, *this);
+    steps.SetAltAzTarget("TargetAzimuth", degrees, degrees >= 0.0 && degrees <= 360.0);
     state_.g_dTargetAz = degrees;
     state_.g_bTargetAzSet = true;
 }
 
 double Telescope::TargetAltitude() {
-    return GetAltAzTarget("TargetAltitude", state_.g_bTargetAltSet, state_.g_dTargetAlt);
+    TargetSteps steps(*this, *this);
+    return steps.GetAltAzTarget("TargetAltitude", state_.g_bTargetAltSet, state_.g_dTargetAlt);
 }
 
 void Telescope::TargetAltitude(double degrees) {
-    SetAltAzTarget("TargetAltitude", degrees, degrees >= -90.0 && degrees <= 90.0);
+    TargetSteps steps(*this, *this);
+    steps.SetAltAzTarget("TargetAltitude", degrees, degrees >= -90.0 && degrees <= 90.0);
     state_.g_dTargetAlt = degrees;
     state_.g_bTargetAltSet = true;
 }
 
-double Telescope::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
+double TargetSteps::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
     const double value = isSet ? degrees : 0.0;
     needs_.log.LogMessage("Telescope", LogLevel::Info, "Get " + std::string(name) + " = " + PlainNumber(value));
     return value;
 }
 
 /// Checks a horizontal target; a good one takes the place of an equatorial one.
-void Telescope::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
-    CheckConnected();
+void TargetSteps::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
+    telescope_.CheckConnected();
     if (!inRange) {
         throw DriverError(ErrorNumber::OutOfRange);
     }

@@ -24,9 +24,27 @@ bool IsStatusGeneration(const std::string& digit) {
     return !digit.empty() && digit >= "3" && digit <= "9";
 }
 
+class FirmwareSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void ResetFirmwareFlags();
+    void ClassifyFirmware();
+    void ClassifyModernFirmware();
+    void ClassifyKc5();
+    void ClassifyKc4();
+    void ApplyVersionU();
+    void ReadFirmwareRevision();
+    void RaisePrecision(std::string_view reason);
+    void CorrectMount(Mount_Type mount);
+    void ApplyStatusSettings();
+    void ReadFirstPicture();
+};
+
 }  // namespace
 
 void Telescope::InitBasicValues() {
+    FirmwareSteps steps(*this, *this);
     ResumeNext errors{needs_.ledger, "InitBasicValues"};
     Sequence mount = Talk(procedure::FirstPicture);
     mount.CommandClearInternal();
@@ -45,8 +63,8 @@ void Telescope::InitBasicValues() {
         }
         needs_.link->ClearBuffers();
     });
-    ResetFirmwareFlags();
-    errors.Step([&] { ClassifyFirmware(); });
+    steps.ResetFirmwareFlags();
+    errors.Step([&] { steps.ClassifyFirmware(); });
     errors.Step([&] { needs_.panel.UpdateRateLimits(); });
     needs_.log.LogMessage("InitBasics", LogLevel::Info,
                           "Firmware=" + state_.g_sVersion + ", Precision: RA=" + std::to_string(state_.g_nPrecisionRa) +
@@ -54,11 +72,11 @@ void Telescope::InitBasicValues() {
                               ", AltAz=" + std::to_string(state_.g_nPrecisionAltAz) +
                               ", LatLong=" + std::to_string(state_.g_nPrecisionLatLong) +
                               ", MaxMoveRate=" + PlainNumber(state_.g_dMaxMoveRate));
-    errors.Step([&] { ApplyStatusSettings(); });
-    errors.Step([&] { ReadFirstPicture(); });
+    errors.Step([&] { steps.ApplyStatusSettings(); });
+    errors.Step([&] { steps.ReadFirstPicture(); });
 }
 
-void Telescope::ResetFirmwareFlags() {
+void FirmwareSteps::ResetFirmwareFlags() {
     state_.g_bGosActive = state_.g_bGosSupported = state_.g_bHasCustomRates = state_.g_bKc4OrLater = false;
     state_.g_bIsKc4 = state_.g_bIsKc5 = state_.g_bRev160 = state_.g_bHasMeridianQuery = false;
     state_.g_bFirmwareU = state_.g_bNewBSequence = state_.g_bFirmwareSafeSlew = false;
@@ -70,7 +88,7 @@ void Telescope::ResetFirmwareFlags() {
     state_.g_dMaxMoveRate = kMoveRateEarlier;
 }
 
-void Telescope::ClassifyFirmware() {
+void FirmwareSteps::ClassifyFirmware() {
     const std::string& version = state_.g_sVersion;
     const std::string generation = Mid(version, 2, 3);
     if (version.starts_with("EK")) {
@@ -82,7 +100,7 @@ void Telescope::ClassifyFirmware() {
     }
 }
 
-void Telescope::ClassifyModernFirmware() {
+void FirmwareSteps::ClassifyModernFirmware() {
     const std::string generation = Mid(state_.g_sVersion, 2, 3);
     // Ahead of the controller's rate tables, whose lists offer custom rates by it.
     state_.g_bHasMeridianQuery = state_.g_bGosSupported = state_.g_bHasCustomRates = true;
@@ -101,7 +119,7 @@ void Telescope::ClassifyModernFirmware() {
     }
 }
 
-void Telescope::ClassifyKc5() {
+void FirmwareSteps::ClassifyKc5() {
     state_.g_bKc4OrLater = state_.g_bIsKc5 = state_.g_bExtendedPulses = true;
     ReadFirmwareRevision();
     state_.g_bRev160 = true;
@@ -116,7 +134,7 @@ void Telescope::ClassifyKc5() {
     needs_.controller.Apply(Controller_Type::VTRKC5, 0, 0);
 }
 
-void Telescope::ClassifyKc4() {
+void FirmwareSteps::ClassifyKc4() {
     state_.g_bKc4OrLater = state_.g_bIsKc4 = state_.g_bExtendedPulses = true;
     ReadFirmwareRevision();
     state_.g_bRev160 = state_.g_nFirmwareRev == kRevision160;
@@ -141,7 +159,7 @@ void Telescope::ClassifyKc4() {
 }
 
 /// The reticle of this firmware has levels 0 to 7, that of earlier ones steps up to 10.
-void Telescope::ApplyVersionU() {
+void FirmwareSteps::ApplyVersionU() {
     state_.g_bFirmwareU = true;
     ScrollBar& brightness = needs_.handBox.hscrReticleBrightness;
     if (needs_.persist.ReadFlag(setting::ForceOldBSequence)) {
@@ -153,14 +171,14 @@ void Telescope::ApplyVersionU() {
 }
 
 /// The controller tells that the chosen model cannot be.
-void Telescope::CorrectMount(Mount_Type mount) {
+void FirmwareSteps::CorrectMount(Mount_Type mount) {
     needs_.mount.mountType = mount;
     needs_.handBox.lblMountType.Text(needs_.mount.Name());
     needs_.statusWindow.lblMountType.Text(needs_.mount.Name());
     needs_.persist.Write(setting::MountType, std::to_string(static_cast<int>(mount)));
 }
 
-void Telescope::ReadFirmwareRevision() {
+void FirmwareSteps::ReadFirmwareRevision() {
     std::int16_t revision = 0;
     const std::string reply = Talk(procedure::FirstPicture).CommandStringInternal(wire::FirmwareRevision);
     if (!reply.empty() && TryParseInteger(reply, revision)) {
@@ -168,13 +186,13 @@ void Telescope::ReadFirmwareRevision() {
     }
 }
 
-void Telescope::RaisePrecision(std::string_view reason) {
+void FirmwareSteps::RaisePrecision(std::string_view reason) {
     needs_.log.LogMessage("InitBasics", LogLevel::Info, reason);
     state_.g_nPrecisionRa = 2;
     state_.g_nPrecisionDec = state_.g_nPrecisionAltAz = state_.g_nPrecisionLatLong = 1;
 }
 
-void Telescope::ApplyStatusSettings() {
+void FirmwareSteps::ApplyStatusSettings() {
     if (needs_.persist.ReadFlag(setting::ForceQueryQOS)) {
         state_.g_bGosSupported = true;
     }
@@ -184,15 +202,15 @@ void Telescope::ApplyStatusSettings() {
     state_.g_bDontUseGosForSlew = needs_.persist.ReadFlag(setting::DontUseGOSForSlew);
 }
 
-void Telescope::ReadFirstPicture() {
+void FirmwareSteps::ReadFirstPicture() {
     Sequence mount = Talk(procedure::FirstPicture);
     if (state_.g_bGosSupported) {
         state_.g_sStatus = mount.CommandStringInternal(wire::Status);
         if (!state_.g_sStatus.empty()) {
-            ParseGOS(state_.g_sStatus);
+            telescope_.ParseGOS(state_.g_sStatus);
         }
     }
-    ReadPosition();
+    telescope_.ReadPosition();
     double value = 0.0;
     if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLatitude), value, needs_.log)) {
         state_.g_dSiteLatitude = value;

@@ -17,9 +17,17 @@ struct SlewRateLabel {
 
 constexpr std::array<SlewRateLabel, 3> kSlewRates{{{"x300", "x600"}, {"x450", "x900"}, {"x600", "x1200"}}};
 
+class RateSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void SendCustomSlewRate(Sequence& mount, std::string_view rate);
+};
+
 }  // namespace
 
 void Telescope::SetSlewRate(Sequence& mount, int index) {
+    RateSteps steps(*this, *this);
     if (index == kSlewRateOfSettings) {
         index = RoundHalfEven(Val_Global(needs_.persist.Read(setting::cbxInitSlewRate), needs_.log));
     }
@@ -28,11 +36,11 @@ void Telescope::SetSlewRate(Sequence& mount, int index) {
         mount.CommandBlindInternal(wire::SlewRate, std::to_string(index));
         needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
     } else if (index == kCustomSlewRate) {
-        SendCustomSlewRate(mount, Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
+        steps.SendCustomSlewRate(mount, Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
     }
 }
 
-void Telescope::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
+void RateSteps::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
     const double value = Val_Global(rate, needs_.log);
     if (!(value > 0.0 && value <= kMostCustomSlewRate)) {
         needs_.log.LogMessage("SetSlewRate", LogLevel::Error,

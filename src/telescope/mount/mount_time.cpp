@@ -28,6 +28,15 @@ std::string MonthDayYear(const DateTime& date) {
     return TwoDigits(date.month) + "/" + TwoDigits(date.day) + "/" + TwoDigits(date.year % 100);
 }
 
+class TimeSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void SendMeridianDelay(Sequence& mount);
+    void SendDate(Sequence& mount, const DateTime& local);
+    void SendTimeZone(Sequence& mount);
+};
+
 }  // namespace
 
 DateTime Telescope::utcDate() {
@@ -49,6 +58,7 @@ DateTime Telescope::utcDate() {
 }
 
 void Telescope::utcDate(const DateTime& utc) {
+    TimeSteps steps(*this, *this);
     CheckConnected();
     needs_.log.LogMessage(
         "ASCOM", LogLevel::Info,
@@ -61,7 +71,7 @@ void Telescope::utcDate(const DateTime& utc) {
     ResumeNext errors{needs_.ledger, "utcDate"};
     Sequence mount = Talk(procedure::SetTime);
     if (state_.g_bHasMeridianQuery) {
-        errors.Step([&] { SendMeridianDelay(mount); });
+        errors.Step([&] { steps.SendMeridianDelay(mount); });
     } else if (state_.g_dMeridianDelay != 0.0) {
         // Earlier firmware knows no delay: its clock is shifted instead.
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
@@ -69,11 +79,11 @@ void Telescope::utcDate(const DateTime& utc) {
     if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
         needs_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
     }
-    errors.Step([&] { SendDate(mount, local); });
-    errors.Step([&] { SendTimeZone(mount); });
+    errors.Step([&] { steps.SendDate(mount, local); });
+    errors.Step([&] { steps.SendTimeZone(mount); });
 }
 
-void Telescope::SendMeridianDelay(Sequence& mount) {
+void TimeSteps::SendMeridianDelay(Sequence& mount) {
     double inMount = 0.0;
     if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, needs_.log)) {
         // Without knowing the mount's delay none is written over it.
@@ -89,7 +99,7 @@ void Telescope::SendMeridianDelay(Sequence& mount) {
     mount.CommandBoolInternal(wire::SetMeridianDelay, delay);
 }
 
-void Telescope::SendDate(Sequence& mount, const DateTime& local) {
+void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
     if (needs_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
         // Over the serial line a second reply follows: the mount tells that it computes.
@@ -97,7 +107,7 @@ void Telescope::SendDate(Sequence& mount, const DateTime& local) {
     }
 }
 
-void Telescope::SendTimeZone(Sequence& mount) {
+void TimeSteps::SendTimeZone(Sequence& mount) {
     const std::string reply = mount.CommandStringInternal(wire::GetTimeZone);
     if (!IsTimeZoneReply(reply, needs_.log)) {
         return;

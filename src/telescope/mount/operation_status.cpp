@@ -94,9 +94,22 @@ std::string SwappedToolTip(std::string_view axis) {
            " Move direction is swapped... this can causes issues with autoguider calibration";
 }
 
+class StatusSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void ParseParkState(char park);
+    void ParseTracking(char tracking);
+    void ParseRates(char guide, char move, char slew);
+    void ParsePem(char pem);
+    void ParseFault(char fault);
+    void ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal);
+};
+
 }  // namespace
 
 void Telescope::ParseGOS(std::string_view status) {
+    StatusSteps steps(*this, *this);
     const auto at = [&](Field field) { return field < status.size() ? status[field] : '\0'; };
     state_.g_bGosActive = status.size() >= kUsableLength;
     if (!state_.g_bGosActive) {
@@ -105,22 +118,23 @@ void Telescope::ParseGOS(std::string_view status) {
     const char park = at(kPark);
     const char tracking = park == 'P' ? '9' : at(kTracking);  // a parked mount stands, whatever the text says
     ResumeNext errors{needs_.ledger, "ParseGOS"};
-    errors.Step([&] { ParseParkState(park); });
-    errors.Step([&] { ParseTracking(tracking); });
+    errors.Step([&] { steps.ParseParkState(park); });
+    errors.Step([&] { steps.ParseTracking(tracking); });
     if (at(kSlew) == 'S' || at(kSlew) == '0') {
         needs_.motion.MountReportsSlewing(at(kSlew) == 'S');
     }
-    errors.Step([&] { ParseRates(at(kGuideRate), at(kMoveRate), at(kSlewRate)); });
-    errors.Step([&] { ParsePem(at(kPem)); });
-    errors.Step([&] { ParseFault(at(kFault)); });
-    errors.Step([&] { ShowSwapped(needs_.handBox.btnSwapEW, at(kSwappedRa) == '1', SwappedToolTip("RA"), ":"); });
-    errors.Step([&] { ShowSwapped(needs_.handBox.btnSwapNS, at(kSwappedDec) == '1', SwappedToolTip("Dec"), ""); });
+    errors.Step([&] { steps.ParseRates(at(kGuideRate), at(kMoveRate), at(kSlewRate)); });
+    errors.Step([&] { steps.ParsePem(at(kPem)); });
+    errors.Step([&] { steps.ParseFault(at(kFault)); });
+    errors.Step([&] { steps.ShowSwapped(needs_.handBox.btnSwapEW, at(kSwappedRa) == '1', SwappedToolTip("RA"), ":"); });
+    errors.Step(
+        [&] { steps.ShowSwapped(needs_.handBox.btnSwapNS, at(kSwappedDec) == '1', SwappedToolTip("Dec"), ""); });
     if (status.size() > kRateType) {
         errors.Step([&] { needs_.rates.UpdateMountRates(status.substr(kRateType, 1), false); });
     }
 }
 
-void Telescope::ParseParkState(char park) {
+void StatusSteps::ParseParkState(char park) {
     if (park == 'P') {
         needs_.panel.SetParkStatus("Parked", "ParseGOS");
         needs_.panel.SetParkToolTip("");
@@ -141,7 +155,7 @@ void Telescope::ParseParkState(char park) {
     state_.g_tickParkedSince = Tick{};
 }
 
-void Telescope::ParseTracking(char tracking) {
+void StatusSteps::ParseTracking(char tracking) {
     // Not below zero: after 24 days with one rate the difference of the ticks has changed its sign.
     const std::int32_t elapsed = needs_.clock.GetTickCount() - state_.g_tickDisplayedRate;
     if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate >= 0) {
@@ -154,7 +168,7 @@ void Telescope::ParseTracking(char tracking) {
     }
 }
 
-void Telescope::ParseRates(char guide, char move, char slew) {
+void StatusSteps::ParseRates(char guide, char move, char slew) {
     const auto guideRow = RowOf(kGuideRates, guide);
     if (guideRow != kGuideRates.end()) {
         needs_.statusWindow.lblGuidingRate.Text(guideRow->text);
@@ -168,7 +182,7 @@ void Telescope::ParseRates(char guide, char move, char slew) {
     show(needs_.statusWindow.lblSlewRate, ListEntry(needs_.handBox.cbxInitSlewRate, slew, '2'), wire::GetSlewRate);
 }
 
-void Telescope::ParsePem(char pem) {
+void StatusSteps::ParsePem(char pem) {
     const auto row = RowOf(kPemRows, pem);
     if (row == kPemRows.end()) {
         return;
@@ -186,7 +200,7 @@ void Telescope::ParsePem(char pem) {
     needs_.statusWindow.lblPECState.Text(row->text);
 }
 
-void Telescope::ParseFault(char fault) {
+void StatusSteps::ParseFault(char fault) {
     const std::string code(1, fault);
     const bool isNew = state_.g_sFaultCode != code;
     state_.g_sFaultCode = code;
@@ -203,7 +217,7 @@ void Telescope::ParseFault(char fault) {
     }
 }
 
-void Telescope::ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal) {
+void StatusSteps::ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal) {
     button.BackColour(swapped ? kYellow : kButtonFaceColour);
     button.ToolTip(swapped ? warning : normal);
 }

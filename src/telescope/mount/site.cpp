@@ -25,6 +25,13 @@ std::string SiteText(double degrees, std::string_view positive, std::string_view
            " " + PlainNumber(seconds);
 }
 
+class SiteSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text);
+};
+
 }  // namespace
 
 double Telescope::SiteLatitude() {
@@ -38,12 +45,13 @@ double Telescope::SiteLatitude() {
 }
 
 void Telescope::SiteLatitude(double degrees) {
+    SiteSteps steps(*this, *this);
     RefuseOutOfRange("SiteLatitude", degrees, degrees >= -90.0 && degrees <= 90.0);
     LogSet("SiteLatitude", PlainNumber(degrees));
     state_.g_dSiteLatitude = degrees;
     const std::string text = SiteText(degrees, "N", "S");
     needs_.log.LogMessage("SaveSiteLatitude", LogLevel::Info, "Saving new site Latitude = " + text);
-    SaveSitePosition(&Site::Latitude, setting::Latitude, text);
+    steps.SaveSitePosition(&Site::Latitude, setting::Latitude, text);
 }
 
 double Telescope::SiteLongitude() {
@@ -57,12 +65,13 @@ double Telescope::SiteLongitude() {
 }
 
 void Telescope::SiteLongitude(double degrees) {
+    SiteSteps steps(*this, *this);
     CheckConnected();
     RefuseOutOfRange("SiteLongitude", degrees, degrees >= -180.0 && degrees <= 180.0);
     LogSet("SiteLongitude", PlainNumber(degrees));
     const std::string text = SiteText(degrees, "E", "W");
     needs_.log.LogMessage("SaveSiteLongitude", LogLevel::Info, "Saving new site Longitude value = " + text);
-    SaveSitePosition(&Site::Longitude, setting::Longitude, text);
+    steps.SaveSitePosition(&Site::Longitude, setting::Longitude, text);
 }
 
 bool Telescope::LongitudeOfSettings(double& degrees) {
@@ -90,16 +99,8 @@ void Telescope::SiteElevation(double metres) {
     needs_.persist.Write(setting::Elevation, PlainNumber(metres));
 }
 
-void Telescope::RefuseOutOfRange(std::string_view name, double value, bool inRange) {
-    if (!inRange) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
-        throw DriverError(ErrorNumber::OutOfRange);
-    }
-}
-
 /// Writes a half of the current site's position into its record and its setting; nothing without a current site.
-void Telescope::SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text) {
+void SiteSteps::SaveSitePosition(std::string Site::*half, const SettingKey& key, const std::string& text) {
     const std::int16_t current = needs_.sites.g_SiteDbIndex();
     for (auto& site : needs_.sites.g_Sites()) {
         if (!site || site->id != current) {

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "platform/clock.h"
+#include "settings/persist.h"
+#include "state/event_journal.h"
+#include "state/sequence.h"
+#include "telescope/telescope.h"
+
+namespace kestrane {
+
+/// What the verbs need of their surroundings. All of it outlives the commands.
+struct DriverCommandsNeeds {
+    Persist& persist;
+    Log& log;
+    Counters& counters;
+    Clock& clock;
+    SwallowLedger& ledger;
+    StopDoor& door;
+    EventJournal& journal;
+    std::function<void()> resetErrorCounts;        ///< what the button of the hand box does
+    std::function<Telescope*()> internalInstance;  ///< null while there is none
+};
+
+/// One run of a verb: for which object it came.
+struct Verb {
+    DriverCommandsNeeds& needs;
+    Telescope& object;
+};
+
+/// A verb of the driver: the reply that stands when its action fails, and what it does. The text after the first comma
+/// goes in, the reply comes out.
+struct DriverVerb {
+    std::string_view name;
+    std::string_view presetReply;
+    std::string (*run)(Verb verb, std::string_view arguments);
+};
+
+/// The table of verbs.
+std::span<const DriverVerb> DriverVerbs();
+
+/// The commands to the driver itself, which clients send as texts that begin with "RAW,". Logic thread only.
+class DriverCommands {
+public:
+    explicit DriverCommands(DriverCommandsNeeds needs) : needs_(std::move(needs)) {}
+
+    /// Runs the text after "RAW,", a verb and, after its first comma, its arguments; case counts. The reply is "1",
+    /// "1," and a value, or "0," and a message. Raises nothing: an action that fails leaves the preset reply.
+    std::string Execute(Telescope& object, std::string_view command);
+
+private:
+    DriverCommandsNeeds needs_;
+};
+
+}  // namespace kestrane

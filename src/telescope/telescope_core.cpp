@@ -1,0 +1,54 @@
+#include "telescope/telescope_core.h"
+
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+
+namespace kestrane {
+
+TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std::string_view)> executeDriverCommand)
+    : needs_(std::move(needs)),
+      state_(needs_.state),
+      exchange_(ExchangeNeeds{
+          .state = needs_.state,
+          .link = needs_.link,
+          .log = needs_.log,
+          .counters = needs_.counters,
+          .waits = needs_.waits,
+          .clock = needs_.clock,
+          .ledger = needs_.ledger,
+          .executeDriverCommand = std::move(executeDriverCommand),
+          .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
+      }) {}
+
+void TelescopeCore::LogGetText(std::string_view name, std::string_view value) {
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
+}
+
+void TelescopeCore::LogSet(std::string_view name, std::string_view value) {
+    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " = " + std::string(value));
+}
+
+bool TelescopeCore::LogGet(std::string_view name, bool value) {
+    LogGetText(name, TrueFalse(value));
+    return value;
+}
+
+double TelescopeCore::LogGet(std::string_view name, double value) {
+    LogGetText(name, PlainNumber(value));
+    return value;
+}
+
+int TelescopeCore::LogGet(std::string_view name, int value) {
+    LogGetText(name, std::to_string(value));
+    return value;
+}
+
+void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool inRange) {
+    if (!inRange) {
+        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
+                              "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+}
+
+}  // namespace kestrane

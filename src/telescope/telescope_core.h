@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "catalogue/client_rates.h"
+#include "catalogue/ks_mount.h"
+#include "forms/frm_hand_box.h"
+#include "forms/frm_status.h"
+#include "forms/hand_box_actions.h"
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "link/command_exchange.h"
+#include "link/mount_link.h"
+#include "settings/persist.h"
+#include "settings/sites.h"
+#include "state/client_connections.h"
+#include "state/controller_features.h"
+#include "state/driver_state.h"
+#include "state/event_journal.h"
+#include "state/motion.h"
+#include "state/mount_queries.h"
+#include "state/mount_rates.h"
+#include "state/poll_loop.h"
+#include "state/sequence.h"
+#include "telescope/motion/axis_motion.h"
+
+namespace kestrane {
+
+class Telescope;
+
+/// What a telescope object needs of its surroundings. All of it outlives the object.
+struct TelescopeNeeds {
+    DriverState& state;
+    Motion& motion;
+    Persist& persist;
+    Sites& sites;
+    const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
+    Log& log;
+    Counters& counters;
+    Waits& waits;
+    StopDoor& door;
+    Clock& clock;
+    SwallowLedger& ledger;
+    frmHandBox& handBox;
+    frmStatus& statusWindow;
+    HandBoxActions& panel;
+    KsMount& mount;
+    ClientRateLists& rateLists;
+    MountRates& rates;
+    ControllerFeatures& controller;
+    EventJournal& journal;
+    MountQueries& queries;
+    PollLoop& poll;
+    AxisMotions& axisMotions;
+    ClientConnections& connections;
+    DeviceRegistration& registration;
+    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
+    std::function<Telescope*()> internalInstance;  ///< null while there is none
+    /// Runs a command to the driver, the text after "RAW,", that came over an object; gives its reply.
+    std::function<std::string(Telescope& object, std::string_view command)> executeDriverCommand;
+};
+
+/// What the subjects of a telescope object share: its surroundings, its exchange with the mount, the motion of its
+/// axes, and the log lines of its members.
+class TelescopeCore {
+public:
+    TelescopeCore(TelescopeNeeds needs, std::function<std::string(std::string_view)> executeDriverCommand);
+    TelescopeCore(const TelescopeCore&) = delete;
+    TelescopeCore& operator=(const TelescopeCore&) = delete;
+
+    /// Exchanges of a procedure that a stop does not end, over this object's exchange.
+    Sequence Talk(const CompletingProcedure& procedure) { return {exchange_, needs_.door, procedure}; }
+    /// Those of one that it ends; false when it did.
+    template <typename Steps>
+    bool UntilStopped(const EndingProcedure& procedure, Steps&& steps) {
+        return Sequence::UntilStopped(exchange_, needs_.door, procedure, std::forward<Steps>(steps));
+    }
+
+    /// The log lines of reading and writing a member. Those that take a value give it back.
+    void LogGetText(std::string_view name, std::string_view value);
+    void LogSet(std::string_view name, std::string_view value);
+    bool LogGet(std::string_view name, bool value);
+    double LogGet(std::string_view name, double value);
+    int LogGet(std::string_view name, int value);
+    /// Logs and raises 0x80040405 unless `inRange`.
+    void RefuseOutOfRange(std::string_view name, double value, bool inRange);
+
+    TelescopeNeeds needs_;
+    DriverState& state_;
+    CommandExchange exchange_;
+    AxisMotion axes_;
+};
+
+/// What the private steps of one subject work on. Each subject keeps its steps in a class of its own, in its `.cpp`.
+class TelescopeSteps {
+public:
+    TelescopeSteps(Telescope& telescope, TelescopeCore& core)
+        : telescope_(telescope), core_(core), needs_(core.needs_), state_(core.state_), axes_(core.axes_) {}
+
+protected:
+    Sequence Talk(const CompletingProcedure& procedure) { return core_.Talk(procedure); }
+
+    Telescope& telescope_;
+    TelescopeCore& core_;
+    TelescopeNeeds& needs_;
+    DriverState& state_;
+    AxisMotion& axes_;
+};
+
+}  // namespace kestrane
