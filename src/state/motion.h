@@ -20,7 +20,7 @@ namespace kestrane {
 //   a  0 where AK is set, else kept           s  1 where S is set, else kept     c  + where S or P2 is set
 //   u  1 where the status text is usable      k  1 where K is set, else kept     n  + where the position is new, or
 //      (`g_bGosActive`), else kept            m  as M                               P2 is clear
-//   d  the flag of the given direction        r  as reported
+//   r  as reported                            1d, 0d the flag of the given direction alone
 //
 //                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G
 //   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =
@@ -52,14 +52,14 @@ namespace kestrane {
 //   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =
 //   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =
 //   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =
-//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  d
-//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  d
+//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d
+//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d
 //   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
 //   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
 //
-// The last two are events without a function. Intentional: a mount that is not heard may go on, so a slew stays under
-// supervision, and its second leg stays pending, until the mount answers again or somebody stops it. A park is
-// cancelled by `Stopped`, like a slew.
+// The last two are events without a function. Intentional: a mount that is not heard may go on, so the link says
+// nothing of what moves. A slew ends by its supervision (see `DistanceStayed` for a silent line) or by a stop. A park
+// is cancelled by `Stopped`, like a slew.
 //
 // Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
 // rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
