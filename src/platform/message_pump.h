@@ -18,7 +18,9 @@ enum class CallKind {
 };
 
 /// A repeating timer of the pump. Fires at a pump when its time is due; a timer that fell due several times while
-/// nobody pumped fires once. An interval of 0 never fires. Destroying the timer ends it, also from its own callback.
+/// nobody pumped fires once. It keeps its rhythm as long as no tick was missed, and starts anew after one was. A tick
+/// that pumps may be entered by the next tick of its own timer. An interval of 0 never fires. Destroying the timer ends
+/// it, also from its own callback.
 class PumpTimer {
 public:
     virtual ~PumpTimer() = default;
@@ -31,7 +33,8 @@ public:
 
 /// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time, stops
 /// first, the rest in the order in which they fell due, by whoever pumps. Running a call may pump again: that is how an
-/// abort gets in during a slew.
+/// abort gets in during a slew. An exception that escapes a call or a tick goes to a fault handler of the pump and
+/// never to whoever pumps.
 class MessagePump {
 public:
     /// Calls nested deeper than this wait for their turn.

@@ -6,7 +6,7 @@ It stands only where a fault must not cross a thread: in the message pump and in
 reference instead; where a procedure carries on after a failing statement, use ResumeNext (kernel/base/errors.h), which
 catches DriverError only and notes what it swallowed.'
 
-allowed='src/(platform/posix/posix_message_pump\.cpp|server/)'
+allowed='src/(platform/pump_engine\.cpp|server/)'
 
 look() { cpp_files src | except "$allowed" | code_without_text | find_code '@catch[ ]*\([ ]*\.\.\.[ ]*\)'; }
 
@@ -14,7 +14,7 @@ self_test() {
     for text in 'try { Go(); } catch (...) {}' '} catch(...) {' '    catch ( ... )'; do
         bad src/telescope/a.cpp "$text"
         bad src/platform/posix/a.cpp "$text"
-        good src/platform/posix/posix_message_pump.cpp "$text"
+        good src/platform/pump_engine.cpp "$text"
         good src/server/a.cpp "$text"
         good src/telescope/a.cpp "// $text"
     done

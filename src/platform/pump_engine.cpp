@@ -1,0 +1,224 @@
+#include "platform/pump_engine.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace kestrane {
+
+class PumpEngine::Timer final : public PumpTimer {
+public:
+    Timer(PumpEngine& pump, std::shared_ptr<TimerState> state) : pump_(pump), state_(std::move(state)) {}
+
+    ~Timer() override {
+        state_->enabled = false;
+        std::erase(pump_.timers_, state_);
+    }
+
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    void SetInterval(std::int32_t milliseconds) override {
+        assert(milliseconds >= 0);
+        const std::chrono::milliseconds interval(milliseconds);
+        if (interval == state_->interval) {
+            return;
+        }
+        state_->interval = interval;
+        StartAnew();
+    }
+
+    void SetEnabled(bool enabled) override {
+        if (enabled == state_->enabled) {
+            return;
+        }
+        state_->enabled = enabled;
+        StartAnew();
+    }
+
+private:
+    void StartAnew() { state_->place.first = pump_.time_.Now() + state_->interval; }
+
+    PumpEngine& pump_;
+    std::shared_ptr<TimerState> state_;
+};
+
+PumpEngine::PumpEngine(PumpTime& time, FaultHandler onFault) : time_(time), onFault_(std::move(onFault)) {
+    assert(onFault_);
+}
+
+PumpEngine::~PumpEngine() {
+    assert(timers_.empty());
+    assert(nesting_ == 0);
+}
+
+void PumpEngine::Post(CallKind kind, std::function<void()> call) {
+    assert(call);
+    {
+        const std::lock_guard lock(mutex_);
+        posted_.push_back({{time_.Now(), nextNumber_++}, kind, std::move(call)});
+    }
+    time_.Wake();
+}
+
+void PumpEngine::PumpMessages() {
+    const Horizon horizon = HorizonNow();
+    while (RunNext(horizon)) {
+    }
+}
+
+void PumpEngine::PumpStops() {
+    const Horizon horizon = HorizonNow();
+    while (RunStop(horizon)) {
+    }
+}
+
+std::unique_ptr<PumpTimer> PumpEngine::CreateTimer(std::function<void()> onTick) {
+    assert(onTick);
+    auto state = std::make_shared<TimerState>();
+    state->onTick = std::move(onTick);
+    state->place.second = TakeNumber();
+    timers_.push_back(state);
+    return std::make_unique<Timer>(*this, std::move(state));
+}
+
+void PumpEngine::Quit() {
+    {
+        const std::lock_guard lock(mutex_);
+        quit_ = true;
+    }
+    time_.Wake();
+}
+
+std::optional<PumpEngine::TimePoint> PumpEngine::NextDue() {
+    std::optional<TimePoint> next;
+    for (const auto& timer : timers_) {
+        if (timer->Armed() && (!next || timer->place.first < *next)) {
+            next = timer->place.first;
+        }
+    }
+    const std::lock_guard lock(mutex_);
+    if (!posted_.empty() && (!next || posted_.front().place.first < *next)) {
+        next = posted_.front().place.first;
+    }
+    return next;
+}
+
+bool PumpEngine::MayStart(CallKind kind) const {
+    return nesting_ < kMaxNesting && (kind != CallKind::WaitsLong || briefNesting_ == 0);
+}
+
+PumpEngine::Horizon PumpEngine::HorizonNow() {
+    const std::lock_guard lock(mutex_);
+    return {time_.Now(), nextNumber_};
+}
+
+std::uint64_t PumpEngine::TakeNumber() {
+    const std::lock_guard lock(mutex_);
+    return nextNumber_++;
+}
+
+bool PumpEngine::Quitting() {
+    const std::lock_guard lock(mutex_);
+    return quit_;
+}
+
+void PumpEngine::RunLoop(std::optional<TimePoint> end) {
+    assert(nesting_ == 0 && "the outermost loop is not for use inside a call");
+    while (!Quitting()) {
+        Horizon horizon = HorizonNow();
+        const bool over = end && horizon.due >= *end;
+        if (over) {
+            horizon.due = *end;
+        }
+        if (RunNext(horizon)) {
+            continue;
+        }
+        if (over) {
+            return;
+        }
+        // All that is due may start here, so what is left falls due later.
+        const std::optional<TimePoint> next = NextDue();
+        time_.SleepUntil(next && end ? std::min(*next, *end) : next ? next : end);
+    }
+}
+
+/// Runs a stop, or else the earliest of what is due and may start; false when there is nothing.
+bool PumpEngine::RunNext(const Horizon& horizon) {
+    if (RunStop(horizon)) {
+        return true;
+    }
+    const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
+    const std::optional<PostedCall> posted = TakePosted(
+        horizon, [&](const PostedCall& call) { return MayStart(call.kind) && (!timer || call.place < timer->place); });
+    if (posted) {
+        RunCall(posted->kind, posted->place.second, posted->call);
+    } else if (timer) {
+        RunTick(*timer);
+    }
+    return posted || timer;
+}
+
+bool PumpEngine::RunStop(const Horizon& horizon) {
+    const std::optional<PostedCall> stop =
+        TakePosted(horizon, [&](const PostedCall& call) { return call.kind == CallKind::Stop && MayStart(call.kind); });
+    if (stop) {
+        RunCall(stop->kind, stop->place.second, stop->call);
+    }
+    return stop.has_value();
+}
+
+/// Takes the earliest posted call that suits off the queue.
+template <class Suits>
+std::optional<PumpEngine::PostedCall> PumpEngine::TakePosted(const Horizon& horizon, const Suits& suits) {
+    const std::lock_guard lock(mutex_);
+    const auto first = std::ranges::find_if(posted_, [&](const PostedCall& call) {
+        return call.place.first <= horizon.due && call.place.second < horizon.numberEnd && suits(call);
+    });
+    if (first == posted_.end()) {
+        return std::nullopt;
+    }
+    PostedCall taken = std::move(*first);
+    posted_.erase(first);
+    return taken;
+}
+
+std::shared_ptr<PumpEngine::TimerState> PumpEngine::FirstTimer(const Horizon& horizon) const {
+    if (!MayStart(CallKind::Brief)) {
+        return nullptr;
+    }
+    std::shared_ptr<TimerState> first;
+    for (const auto& timer : timers_) {
+        const bool due = timer->Armed() && timer->place.first <= horizon.due;
+        if (due && (!first || timer->place < first->place)) {
+            first = timer;
+        }
+    }
+    return first;
+}
+
+void PumpEngine::RunTick(TimerState& timer) {
+    const TimePoint now = time_.Now();
+    const TimePoint next = timer.place.first + timer.interval;
+    timer.place.first = next > now ? next : now + timer.interval;
+    RunCall(CallKind::Brief, TakeNumber(), timer.onTick);
+}
+
+void PumpEngine::RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call) {
+    const int brief = kind == CallKind::WaitsLong ? 0 : 1;
+    const std::uint64_t outerNumber = std::exchange(runningNumber_, number);
+    if (kind == CallKind::Stop) {
+        lastStop_ = std::max(lastStop_, number);
+    }
+    nesting_ += 1;
+    briefNesting_ += brief;
+    try {
+        call();
+    } catch (...) {
+        onFault_(std::current_exception());
+    }
+    nesting_ -= 1;
+    briefNesting_ -= brief;
+    runningNumber_ = outerNumber;
+}
+
+}  // namespace kestrane

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/message_pump.h"
+
+namespace kestrane {
+
+/// The time that a pump measures due times by, and how its outermost loop sleeps.
+class PumpTime {
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    virtual ~PumpTime() = default;
+
+    /// Never goes backwards. Called from every thread that posts; must not enter the pump.
+    virtual TimePoint Now() = 0;
+    /// Sleeps until a time, or without one until `Wake`. A `Wake` ends the sleep early, also one that came since the
+    /// last sleep; the sleep may end early for no reason too. Logic thread only.
+    virtual void SleepUntil(std::optional<TimePoint> end) = 0;
+    /// May be called from any thread.
+    virtual void Wake() = 0;
+};
+
+/// The message pump on any source of time: which call may start where, in what order, and when timers fire. The thread
+/// that pumps is the logic thread; `Post` and `Quit` may be called from any thread, everything else only there.
+///
+/// Stops run first, other calls and ticks in the order in which they fell due, then in that of their creation. A call
+/// that the nesting rules hold back keeps its place and is overtaken by those that may start.
+class PumpEngine final : public MessagePump {
+public:
+    using TimePoint = PumpTime::TimePoint;
+    /// Gets each exception that escapes a call or a tick; the loop goes on. Runs on the logic thread and must not
+    /// raise.
+    using FaultHandler = std::function<void(std::exception_ptr)>;
+
+    /// `time` must outlive the pump.
+    PumpEngine(PumpTime& time, FaultHandler onFault);
+    /// All timers must be gone by now. Calls that were never run are dropped.
+    ~PumpEngine() override;
+
+    PumpEngine(const PumpEngine&) = delete;
+    PumpEngine& operator=(const PumpEngine&) = delete;
+
+    void Post(CallKind kind, std::function<void()> call) override;
+    void PumpMessages() override;
+    void PumpStops() override;
+    bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
+    std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
+
+    /// The outermost loop: runs what falls due and sleeps in between, until `Quit`.
+    void Run() { RunLoop(std::nullopt); }
+    /// The outermost loop up to a time: what falls due later waits, even when a call has run on past the end.
+    void RunUntil(TimePoint end) { RunLoop(end); }
+    /// Ends the outermost loop after the call that is running now, with what is still queued left alone; one that has
+    /// not begun yet ends at once. Pumps inside the running call go on as usual. There is no way back. Idempotent.
+    void Quit();
+
+    /// When the next call or tick falls due, or fell due if it still waits; nothing when all is quiet.
+    std::optional<TimePoint> NextDue();
+
+private:
+    /// When it falls due, then its number in the order of creation.
+    using Place = std::pair<TimePoint, std::uint64_t>;
+    struct PostedCall {
+        Place place;
+        CallKind kind;
+        std::function<void()> call;
+    };
+    struct TimerState {
+        std::function<void()> onTick;
+        Place place;
+        std::chrono::milliseconds interval{0};
+        bool enabled = false;
+
+        bool Armed() const { return enabled && interval.count() > 0; }
+    };
+    class Timer;
+
+    /// What a pump may still start: nothing that fell due or was queued later than this.
+    struct Horizon {
+        TimePoint due;
+        std::uint64_t numberEnd;
+    };
+
+    bool MayStart(CallKind kind) const;
+    Horizon HorizonNow();
+    std::uint64_t TakeNumber();
+    void RunLoop(std::optional<TimePoint> end);
+    bool Quitting();
+    bool RunNext(const Horizon& horizon);
+    bool RunStop(const Horizon& horizon);
+    template <class Suits>
+    std::optional<PostedCall> TakePosted(const Horizon& horizon, const Suits& suits);
+    std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;
+    void RunTick(TimerState& timer);
+    void RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call);
+
+    PumpTime& time_;
+    const FaultHandler onFault_;
+
+    std::mutex mutex_;  ///< guards the next three
+    std::deque<PostedCall> posted_;
+    std::uint64_t nextNumber_ = 0;
+    bool quit_ = false;
+
+    std::vector<std::shared_ptr<TimerState>> timers_;  ///< in order of creation
+    int nesting_ = 0;                                  ///< calls on the stack
+    int briefNesting_ = 0;                             ///< those that are not long among them
+    std::uint64_t runningNumber_ = 0;                  ///< place in the queue of the innermost call that runs
+    std::uint64_t lastStop_ = 0;                       ///< the last place at which a stop that has run was queued
+};
+
+}  // namespace kestrane
