@@ -1,8 +1,10 @@
 #include "support/virtual_clock.h"
 
+#include <algorithm>
 #include <cassert>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace kestrane {
 namespace {
@@ -46,7 +48,7 @@ DateTime VirtualClock::GetLocalTime() {
 
 void VirtualClock::Sleep(std::int32_t milliseconds) {
     if (milliseconds > 0) {
-        elapsedMs_ += milliseconds;
+        MoveTo(elapsedMs_ + milliseconds);
     }
 }
 
@@ -67,7 +69,24 @@ DateTime VirtualClock::DateUTCToLocal(const DateTime& utc) {
 
 void VirtualClock::MoveTo(std::int64_t elapsedMs) {
     assert(elapsedMs >= elapsedMs_);
+    while (!events_.empty() && events_.begin()->first <= elapsedMs) {
+        const auto event = events_.extract(events_.begin());
+        elapsedMs_ = std::max(elapsedMs_, event.key());
+        event.mapped()();
+    }
     elapsedMs_ = elapsedMs;
+}
+
+void VirtualClock::At(std::int64_t elapsedMs, std::function<void()> event) {
+    if (elapsedMs <= elapsedMs_) {
+        event();
+        return;
+    }
+    events_.emplace(elapsedMs, std::move(event));
+}
+
+std::optional<std::int64_t> VirtualClock::NextEvent() const {
+    return events_.empty() ? std::nullopt : std::optional(events_.begin()->first);
 }
 
 void VirtualClock::SetLocalTime(const DateTime& local) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 
 #include "platform/clock.h"
@@ -20,7 +22,7 @@ public:
 
     Tick GetTickCount() override { return first_ + static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsedMs_)); }
     DateTime GetLocalTime() override;
-    /// Moves time on; nothing else runs.
+    /// Moves time on; nothing runs but the events whose time comes.
     void Sleep(std::int32_t milliseconds) override;
     double TimeZoneOffset() override;
     DateTime DateLocalToUTC(const DateTime& local) override;
@@ -30,6 +32,14 @@ public:
     std::int64_t Elapsed() const { return elapsedMs_; }
     /// Never backwards.
     void MoveTo(std::int64_t elapsedMs);
+
+    /// Runs an event as soon as time has come to `elapsedMs` (at once when it has already), also in the midst of a
+    /// sleep: what the rest of the world does meanwhile. Events of one time run in the order of these calls. An event
+    /// must not let time pass.
+    void At(std::int64_t elapsedMs, std::function<void()> event);
+    /// When the next event comes, in milliseconds since the start.
+    std::optional<std::int64_t> NextEvent() const;
+    void DropEvents() { events_.clear(); }
 
     /// Sets what the tick count was at the start.
     void SetFirstTick(Tick tick) { first_ = tick; }
@@ -46,6 +56,7 @@ private:
 
     Tick first_;
     std::int64_t elapsedMs_ = 0;
+    std::multimap<std::int64_t, std::function<void()>> events_;  ///< to come, by their time
     std::int64_t utcAtStartMs_;
     double zoneHours_ = -1.0;
     std::int64_t daylightFromMs_ = 0;

@@ -66,13 +66,16 @@ TEST_P(StopDoorTest, StopAtAnyMomentOfASlewsBeginning_WaitsForOneExchangeAtMost_
         const std::int64_t start = machine.clock.Elapsed();
         std::int64_t stoppedAt = -1;
         std::size_t sentBefore = 0;
-        machine.pump.PostAt(start + offset, CallKind::Stop, [&] {
+        const auto stop = [&] {
             stoppedAt = machine.clock.Elapsed();
             sentBefore = mount->Commands().size();
             other->AbortSlew();
-        });
+        };
         const bool waits = GetParam().member == Member::Sync || GetParam().member == Member::AltAz;
-        machine.pump.Run(waits ? CallKind::WaitsLong : CallKind::Brief, [&] { Slew(); });
+        machine.pump.Run(waits ? CallKind::WaitsLong : CallKind::Brief, [&] {
+            machine.pump.PostAt(start + offset, CallKind::Stop, stop);
+            Slew();
+        });
         machine.AdvanceTime(20'000);
         ASSERT_GE(stoppedAt, 0);
         EXPECT_LE(stoppedAt - start - offset, kLongestExchangeMs);
