@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -14,11 +13,9 @@ namespace kestrane {
 /// everything else only from the thread that calls `Run`.
 class PosixMessagePump final : public MessagePump {
 public:
-    using TimePoint = PumpTime::TimePoint;
     using FaultHandler = PumpEngine::FaultHandler;
 
-    explicit PosixMessagePump(FaultHandler onFault, PosixPumpTime::TimeSource now = std::chrono::steady_clock::now)
-        : time_(std::move(now)), engine_(time_, std::move(onFault)) {}
+    explicit PosixMessagePump(FaultHandler onFault) : engine_(time_, std::move(onFault)) {}
 
     void Post(CallKind kind, std::function<void()> call) override { engine_.Post(kind, std::move(call)); }
     void PumpMessages() override { engine_.PumpMessages(); }

@@ -1,0 +1,148 @@
+#include <memory>
+#include <string>
+
+#include "pump_fixture.h"
+
+namespace kestrane {
+namespace {
+
+class PumpTimerTest : public PumpTest {};
+
+INSTANTIATE_TEST_SUITE_P(Pump, PumpTimerTest, BothClocks(), NameOfClock);
+
+TEST_P(PumpTimerTest, Timer_IsMadeDisabled) {
+    const auto timer = pump_.CreateTimer(Notes("tick"));
+    timer->SetInterval(10);
+    Advance(100);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+}
+
+TEST_P(PumpTimerTest, Timer_FiresWhenItsIntervalIsOverAndAgain) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(9);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    Advance(1);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_ALittleLate_KeepsItsRhythm) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(14);
+    pump_.PumpMessages();
+    Advance(6);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick", "tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_DueSeveralTimesWhileNobodyPumped_FiresOnce) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(75);
+    EXPECT_EQ(Taken(), Sequence{}) << "time alone runs nothing";
+    pump_.PumpMessages();
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    Advance(9);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    Advance(1);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_WithIntervalZero_NeverFires) {
+    const auto timer = StartTimer(0, Notes("tick"));
+    Advance(1000);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    timer->SetInterval(10);
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_IntervalChangedWhileEnabled_StartsAnew) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(9);
+    timer->SetInterval(20);
+    Advance(19);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    Advance(1);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_EnabledAgainWhileEnabled_KeepsItsTime) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(9);
+    timer->SetEnabled(true);
+    Advance(1);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_DisabledAndEnabled_StartsAnew) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    Advance(10);
+    timer->SetEnabled(false);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    timer->SetEnabled(true);
+    Advance(9);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+    Advance(1);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+}
+
+TEST_P(PumpTimerTest, Timer_DestroyedInItsOwnTick_EndsAndTheTickRunsOn) {
+    std::unique_ptr<PumpTimer> timer;
+    timer = StartTimer(10, [this, &timer, kept = std::string("a text too long to lie inside the string itself")] {
+        timer.reset();
+        Note(kept.substr(0, 6));
+    });
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"a text"}));
+    Advance(100);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+}
+
+TEST_P(PumpTimerTest, Timer_DestroyedByAnotherTickOfTheSamePump_DoesNotFire) {
+    std::unique_ptr<PumpTimer> second;
+    const auto first = StartTimer(10, [&second] { second.reset(); });
+    second = StartTimer(10, Notes("second"));
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Sequence{});
+}
+
+TEST_P(PumpTimerTest, Timer_FiresAgainInsideItsOwnTick_WhenThatPumps) {
+    bool inTick = false;
+    const auto timer = StartTimer(10, [&] {
+        if (inTick) {
+            Note("inner");
+            return;
+        }
+        inTick = true;
+        Note("begin");
+        Advance(50);
+        pump_.PumpMessages();
+        Note("end");
+        inTick = false;
+    });
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Sequence{"begin", "inner", "end"}));
+}
+
+}  // namespace
+}  // namespace kestrane
