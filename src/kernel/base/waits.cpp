@@ -1,7 +1,5 @@
 #include "kernel/base/waits.h"
 
-#include "kernel/base/errors.h"
-
 namespace kestrane {
 namespace {
 
@@ -32,19 +30,11 @@ void Waits::PauseForStops(std::int32_t milliseconds) {
 }
 
 void Waits::PumpOnce() {
-    Pump(&MessagePump::PumpMessages);
+    pump_.PumpMessages();
 }
 
 void Waits::PumpStops() {
-    Pump(&MessagePump::PumpStops);
-}
-
-void Waits::Pump(void (MessagePump::*run)()) {
-    try {
-        (pump_.*run)();
-    } catch (const DriverError&) {
-        // The failure of another event is none of the waiting procedure's.
-    }
+    pump_.PumpStops();
 }
 
 }  // namespace kestrane

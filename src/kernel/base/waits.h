@@ -18,7 +18,7 @@ public:
     /// The same for the short pauses of a procedure that waits for the mount: pumps nothing, but a stop gets in at
     /// once.
     void PauseForStops(std::int32_t milliseconds);
-    /// Pumps messages once. A failure of another event is none of the caller's.
+    /// Pumps messages once. What another call raises goes to the pump's fault handler and never to the caller.
     void PumpOnce();
     /// Lets a stop in, and nothing else. For use between two exchanges of one procedure.
     void PumpStops();
@@ -26,8 +26,6 @@ public:
     bool OvertakenByStop() const { return pump_.OvertakenByStop(); }
 
 private:
-    void Pump(void (MessagePump::*run)());
-
     Clock& clock_;
     MessagePump& pump_;
 };
