@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "server/parameter_values.h"
+
 namespace {
 
 void Require(bool holds) {

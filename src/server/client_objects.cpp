@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kernel/base/errors.h"
-#include "server/request_parameters.h"
+#include "server/parameter_values.h"
 
 namespace kestrane::server {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <sys/socket.h>
 
-#include "server/request_parameters.h"
+#include "server/parameter_values.h"
 
 namespace kestrane::server {
 namespace {

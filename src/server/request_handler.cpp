@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "kernel/base/errors.h"
+#include "server/parameter_values.h"
 
 namespace kestrane::server {
 namespace {

@@ -1,16 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "platform/clock.h"
-
-/// The text of a request taken apart. Pure functions on values, without a locale; safe on any bytes.
+/// The target and the form of a request taken apart. Pure functions on values, without a locale; safe on any bytes.
 namespace kestrane::server {
 
 /// The target of a request line: path and query, both still encoded.
@@ -42,20 +39,6 @@ public:
 private:
     std::vector<std::pair<std::string, std::string>> parameters_;
 };
-
-/// A ClientID or ClientTransactionID, 0 to 4294967295: missing (null), empty, negative, wordy or too large ones
-/// count as 0.
-std::uint32_t ParseId(const std::string* text);
-
-/// "true" or "false" in any case.
-std::optional<bool> ParseBoolean(std::string_view text);
-/// Decimal digits with an optional sign, within 32 bits.
-std::optional<std::int32_t> ParseInteger(std::string_view text);
-/// A finite number with a point; an exponent is allowed.
-std::optional<double> ParseNumber(std::string_view text);
-/// "yyyy-MM-ddTHH:mm:ss" with an optional fraction (cut to milliseconds), with or without a "Z" at its end. A
-/// calendar date that exists, years 1 to 9999.
-std::optional<DateTime> ParseUtcDate(std::string_view text);
 
 /// Equal but for the case of ASCII letters.
 bool EqualInAnyCase(std::string_view left, std::string_view right);

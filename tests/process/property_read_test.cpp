@@ -12,6 +12,7 @@
 
 #include "kernel/base/application_info.h"
 #include "process/process_fixture.h"
+#include "server/parameter_values.h"
 #include "server/request_parameters.h"
 #include "server/routes.h"
 
