@@ -5,7 +5,7 @@
 #include <charconv>
 #include <unistd.h>
 
-#include "server/request_parameters.h"
+#include "kernel/base/text.h"
 
 namespace kestrane::server {
 namespace {
@@ -30,7 +30,7 @@ HostAndPort SplitHost(std::string_view host) {
     if (!name.empty() && name.back() == '.') {
         name.remove_suffix(1);
     }
-    return {Lowered(name), port};
+    return {ToLower(name), port};
 }
 
 /// Four decimal numbers up to 255, the first of them 127.
@@ -73,7 +73,7 @@ bool IsOwnOrigin(std::string_view origin, const OwnHosts& own) {
     if (origin.empty()) {
         return true;
     }
-    if (!EqualInAnyCase(origin.substr(0, kScheme.size()), kScheme)) {
+    if (ToLower(origin.substr(0, kScheme.size())) != kScheme) {
         return false;
     }
     const HostAndPort parts = SplitHost(origin.substr(kScheme.size()));
@@ -86,7 +86,7 @@ std::vector<std::string> MachineNames() {
     if (gethostname(buffer.data(), buffer.size() - 1) != 0) {
         return {};
     }
-    const std::string full = Lowered(buffer.data());
+    const std::string full = ToLower(buffer.data());
     const std::string brief = full.substr(0, full.find('.'));
     return {full, brief, full + ".local", brief + ".local"};
 }

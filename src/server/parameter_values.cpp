@@ -1,16 +1,13 @@
 #include "server/parameter_values.h"
 
 #include <charconv>
+#include <chrono>
 #include <cmath>
 
-#include "server/request_parameters.h"
+#include "kernel/base/text.h"
 
 namespace kestrane::server {
 namespace {
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 std::string_view WithoutPlus(std::string_view text) {
     const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
@@ -27,57 +24,58 @@ std::optional<Number> FromWholeText(std::string_view text) {
     return number;
 }
 
-/// Takes exactly `digits` digits off the front of `text`; -1 when they are not there.
-int TakeDigits(std::string_view& text, std::size_t digits) {
-    int value = 0;
-    if (text.size() < digits) {
-        return -1;
-    }
-    for (std::size_t i = 0; i < digits; ++i) {
-        if (!IsDigit(text[i])) {
-            return -1;
+/// Takes the parts of a text off its front. When one of them is not there, the text is not of the form at all.
+class PartReader {
+public:
+    explicit PartReader(std::string_view text) : rest_(text) {}
+
+    /// A number of exactly so many digits.
+    int Number(std::size_t digits) {
+        int value = 0;
+        for (; digits > 0; --digits) {
+            value = value * 10 + Digit();
         }
-        value = value * 10 + (text[i] - '0');
+        return value;
     }
-    text.remove_prefix(digits);
-    return value;
-}
+    void Expect(char character) { good_ = Take(character) && good_; }
+    /// A character that need not be there.
+    bool Take(char character) {
+        const bool there = !rest_.empty() && rest_.front() == character;
+        rest_.remove_prefix(there ? 1 : 0);
+        return there;
+    }
+    /// The digits of a fraction of a second, one at least; what is below a millisecond is cut off.
+    int Milliseconds() {
+        int milliseconds = 100 * Digit();
+        for (int place = 10; DigitIsNext(); place /= 10) {
+            milliseconds += place * Digit();
+        }
+        return milliseconds;
+    }
+    /// Whether every part was there, and nothing is left.
+    bool IsAtGoodEnd() const { return good_ && rest_.empty(); }
 
-bool TakeCharacter(std::string_view& text, char character) {
-    if (text.empty() || text.front() != character) {
-        return false;
+private:
+    bool DigitIsNext() const { return !rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9'; }
+    int Digit() {
+        if (!DigitIsNext()) {
+            good_ = false;
+            return 0;
+        }
+        const int digit = rest_.front() - '0';
+        rest_.remove_prefix(1);
+        return digit;
     }
-    text.remove_prefix(1);
-    return true;
-}
 
-/// Takes the digits of a fraction and gives its milliseconds; nothing when there is no digit.
-std::optional<int> TakeFraction(std::string_view& text) {
-    int milliseconds = 0;
-    int place = 100;
-    if (text.empty() || !IsDigit(text.front())) {
-        return std::nullopt;
-    }
-    while (!text.empty() && IsDigit(text.front())) {
-        milliseconds += (text.front() - '0') * place;
-        place /= 10;
-        text.remove_prefix(1);
-    }
-    return milliseconds;
-}
-
-int DaysOfMonth(int year, int month) {
-    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-    if (month == 2) {
-        return leap ? 29 : 28;
-    }
-    return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
-}
+    std::string_view rest_;
+    bool good_ = true;
+};
 
 bool Exists(const DateTime& date) {
-    return date.year >= 1 && date.month >= 1 && date.month <= 12 && date.day >= 1 &&
-           date.day <= DaysOfMonth(date.year, date.month) && date.hour >= 0 && date.hour <= 23 && date.minute >= 0 &&
-           date.minute <= 59 && date.second >= 0 && date.second <= 59;
+    using namespace std::chrono;
+    const year_month_day day(year(date.year), month(static_cast<unsigned>(date.month)),
+                             std::chrono::day(static_cast<unsigned>(date.day)));
+    return date.year >= 1 && day.ok() && date.hour <= 23 && date.minute <= 59 && date.second <= 59;
 }
 
 }  // namespace
@@ -87,13 +85,8 @@ std::uint32_t ParseId(const std::string* text) {
 }
 
 std::optional<bool> ParseBoolean(std::string_view text) {
-    if (EqualInAnyCase(text, "true")) {
-        return true;
-    }
-    if (EqualInAnyCase(text, "false")) {
-        return false;
-    }
-    return std::nullopt;
+    const std::string lower = ToLower(text);
+    return lower == "true" || lower == "false" ? std::optional(lower == "true") : std::nullopt;
 }
 
 std::optional<std::int32_t> ParseInteger(std::string_view text) {
@@ -106,28 +99,24 @@ std::optional<double> ParseNumber(std::string_view text) {
 }
 
 std::optional<DateTime> ParseUtcDate(std::string_view text) {
+    PartReader reader(text);
     DateTime date;
-    date.year = TakeDigits(text, 4);
-    const bool firstDash = TakeCharacter(text, '-');
-    date.month = TakeDigits(text, 2);
-    const bool secondDash = TakeCharacter(text, '-');
-    date.day = TakeDigits(text, 2);
-    const bool separator = TakeCharacter(text, 'T');
-    date.hour = TakeDigits(text, 2);
-    const bool firstColon = TakeCharacter(text, ':');
-    date.minute = TakeDigits(text, 2);
-    const bool secondColon = TakeCharacter(text, ':');
-    date.second = TakeDigits(text, 2);
-    if (TakeCharacter(text, '.')) {
-        const std::optional<int> fraction = TakeFraction(text);
-        if (!fraction) {
-            return std::nullopt;
-        }
-        date.millisecond = *fraction;
+    date.year = reader.Number(4);
+    reader.Expect('-');
+    date.month = reader.Number(2);
+    reader.Expect('-');
+    date.day = reader.Number(2);
+    reader.Expect('T');
+    date.hour = reader.Number(2);
+    reader.Expect(':');
+    date.minute = reader.Number(2);
+    reader.Expect(':');
+    date.second = reader.Number(2);
+    if (reader.Take('.')) {
+        date.millisecond = reader.Milliseconds();
     }
-    TakeCharacter(text, 'Z');
-    const bool shaped = firstDash && secondDash && separator && firstColon && secondColon && text.empty();
-    return shaped && Exists(date) ? std::optional(date) : std::nullopt;
+    reader.Take('Z');
+    return reader.IsAtGoodEnd() && Exists(date) ? std::optional(date) : std::nullopt;
 }
 
 }  // namespace kestrane::server

@@ -1,20 +1,21 @@
 #include "server/request_parameters.h"
 
 #include <algorithm>
+#include <charconv>
+
+#include "kernel/base/text.h"
 
 namespace kestrane::server {
 namespace {
 
-char LowerCharacter(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
+/// The character that two hexadecimal digits stand for; nothing for anything else.
+std::optional<char> FromHex(std::string_view digits) {
+    unsigned code = 0;
+    const char* const end = digits.data() + digits.size();
+    if (digits.size() != 2 || std::from_chars(digits.data(), end, code, 16).ptr != end) {
+        return std::nullopt;
     }
-    const char lower = LowerCharacter(c);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    return static_cast<char>(code);
 }
 
 }  // namespace
@@ -33,9 +34,9 @@ std::string DecodeForm(std::string_view encoded) {
     std::string decoded;
     decoded.reserve(encoded.size());
     for (std::size_t i = 0; i < encoded.size(); ++i) {
-        if (encoded[i] == '%' && i + 2 < encoded.size() && HexDigit(encoded[i + 1]) >= 0 &&
-            HexDigit(encoded[i + 2]) >= 0) {
-            decoded += static_cast<char>(HexDigit(encoded[i + 1]) * 16 + HexDigit(encoded[i + 2]));
+        const std::optional<char> escaped = encoded[i] == '%' ? FromHex(encoded.substr(i + 1, 2)) : std::nullopt;
+        if (escaped) {
+            decoded += *escaped;
             i += 2;
         } else {
             decoded += encoded[i] == '+' ? ' ' : encoded[i];
@@ -64,22 +65,16 @@ std::optional<RequestParameters> RequestParameters::Parse(std::string_view encod
 }
 
 const std::string* RequestParameters::Find(std::string_view name, NameMatch match) const {
+    const auto form = [match](std::string_view text) {
+        return match == NameMatch::Exact ? std::string(text) : ToLower(text);
+    };
+    const std::string wanted = form(name);
     for (const auto& [key, value] : parameters_) {
-        if (match == NameMatch::Exact ? key == name : EqualInAnyCase(key, name)) {
+        if (form(key) == wanted) {
             return &value;
         }
     }
     return nullptr;
-}
-
-bool EqualInAnyCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, [](char a, char b) { return LowerCharacter(a) == LowerCharacter(b); });
-}
-
-std::string Lowered(std::string_view text) {
-    std::string result(text);
-    std::ranges::transform(result, result.begin(), LowerCharacter);
-    return result;
 }
 
 }  // namespace kestrane::server

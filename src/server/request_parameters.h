@@ -40,9 +40,4 @@ private:
     std::vector<std::pair<std::string, std::string>> parameters_;
 };
 
-/// Equal but for the case of ASCII letters.
-bool EqualInAnyCase(std::string_view left, std::string_view right);
-/// ASCII letters lowered.
-std::string Lowered(std::string_view text);
-
 }  // namespace kestrane::server

@@ -2,7 +2,7 @@
 
 #include <cassert>
 
-#include "server/request_parameters.h"
+#include "kernel/base/text.h"
 
 namespace kestrane::server {
 namespace {
@@ -30,7 +30,7 @@ RouteTable::RouteTable(std::vector<Route> telescope, std::vector<Route> focuser)
 void RouteTable::Index(DeviceKind device, const std::vector<Route>& routes) {
     for (const Route& route : routes) {
         [[maybe_unused]] const bool added =
-            byPath_.emplace(PathKey(device, route.verb, Lowered(route.name)), &route).second;
+            byPath_.emplace(PathKey(device, route.verb, ToLower(route.name)), &route).second;
         assert(added && "a member stands twice in the table");
     }
 }

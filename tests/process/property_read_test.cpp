@@ -11,9 +11,9 @@
 #include <set>
 
 #include "kernel/base/application_info.h"
+#include "kernel/base/text.h"
 #include "process/process_fixture.h"
 #include "server/parameter_values.h"
-#include "server/request_parameters.h"
 #include "server/routes.h"
 
 namespace kestrane::process {
@@ -250,7 +250,7 @@ TEST(PropertyTableTest, EveryReadableMember_StandsInIt) {
     std::set<std::string> served;
     for (const server::Route& route : server::TelescopeRoutes()) {
         if (route.verb == server::Verb::Get) {
-            served.insert(server::Lowered(route.name));
+            served.insert(ToLower(route.name));
         }
     }
     EXPECT_EQ(read, served);

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "server/request_parameters.h"
+#include "kernel/base/text.h"
 
 namespace kestrane::server {
 namespace {
@@ -106,7 +106,7 @@ Names MembersOf(const std::vector<Route>& routes, Verb verb) {
     Names names;
     for (const Route& route : routes) {
         if (route.verb == verb) {
-            names.insert(Lowered(route.name));
+            names.insert(ToLower(route.name));
         }
     }
     return names;
