@@ -7,7 +7,7 @@
 
 #include "kernel/base/errors.h"
 #include "server/client_objects.h"
-#include "server/responses.h"
+#include "server/json_text.h"
 #include "server/routes.h"
 
 /// Handlers made from members of a device class. `Served` is the server's holder of the class, `Member` one of its

@@ -3,7 +3,7 @@
 #include <array>
 #include <cassert>
 
-#include "server/responses.h"
+#include "server/json_text.h"
 
 namespace kestrane::server {
 namespace {
@@ -70,13 +70,10 @@ std::string Management::Description() const {
 }
 
 std::string Management::ConfiguredDevices() {
-    std::string json = "[";
-    for (const ConfiguredDevice& device : kDevices) {
-        json += json.size() > 1 ? "," : "";
-        json += "{\"DeviceName\":" + JsonOf(device.name) + ",\"DeviceType\":" + JsonOf(device.type) +
-                ",\"DeviceNumber\":0,\"UniqueID\":" + JsonOf(ids_.IdOf(device.kind)) + "}";
-    }
-    return json + "]";
+    return JsonList(kDevices, [this](const ConfiguredDevice& device) {
+        return "{\"DeviceName\":" + JsonOf(device.name) + ",\"DeviceType\":" + JsonOf(device.type) +
+               ",\"DeviceNumber\":0,\"UniqueID\":" + JsonOf(ids_.IdOf(device.kind)) + "}";
+    });
 }
 
 std::optional<std::string> Management::PageOf(std::string_view path) const {

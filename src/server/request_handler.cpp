@@ -103,10 +103,9 @@ bool RequestHandler::IsForeign(const HttpRequest& request) const {
     return !IsOwnHost(request.host, own) || !IsOwnOrigin(request.origin, own);
 }
 
-RequestIds RequestHandler::IdsOf(const RequestParameters& parameters, NameMatch match) {
+TransactionIds RequestHandler::IdsOf(const RequestParameters& parameters, NameMatch match) {
     lastServerTransaction_ = lastServerTransaction_ == UINT32_MAX ? 1 : lastServerTransaction_ + 1;
-    return {ParseId(parameters.Find("ClientID", match)), ParseId(parameters.Find("ClientTransactionID", match)),
-            lastServerTransaction_};
+    return {ParseId(parameters.Find("ClientTransactionID", match)), lastServerTransaction_};
 }
 
 void RequestHandler::HandleManagement(const RequestTarget& target, const AnswerFunction& answer) {

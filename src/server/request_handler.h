@@ -68,7 +68,7 @@ private:
     struct DeviceCall {
         const Route* route = nullptr;
         ClientKey key;
-        RequestIds ids;
+        TransactionIds ids;
         Arguments arguments;
         ConnectionId connection = 0;
     };
@@ -89,7 +89,7 @@ private:
     HttpAnswer RunCall(const DeviceCall& call);
     void AnnounceConnection(ConnectionId connection);
     /// Gives the request the next server transaction number.
-    RequestIds IdsOf(const RequestParameters& parameters, NameMatch match);
+    TransactionIds IdsOf(const RequestParameters& parameters, NameMatch match);
     void HandleManagement(const RequestTarget& target, const AnswerFunction& answer);
     bool IsForeign(const HttpRequest& request) const;
 

@@ -41,17 +41,14 @@ std::string SlewAsync(ClientObject& object, const Arguments& arguments) {
 
 std::string ReadTrackingRates(ClientObject& object, const Arguments&) {
     const std::shared_ptr<const TrackingRates> rates = DeviceOf<ServedTelescope>(object).TrackingRates();
-    return JsonOf(std::span<const std::int32_t>(rates->NewEnum()));
+    return JsonList(rates->NewEnum());
 }
 
 std::string ReadAxisRates(ClientObject& object, const Arguments& arguments) {
     const std::shared_ptr<const AxisRates> rates = DeviceOf<ServedTelescope>(object).AxisRates(arguments.Integer(0));
-    std::string json = "[";
-    for (const std::shared_ptr<rate>& range : rates->NewEnum()) {
-        json += json.size() > 1 ? "," : "";
-        json += "{\"Maximum\":" + JsonOf(range->Maximum()) + ",\"Minimum\":" + JsonOf(range->Minimum()) + "}";
-    }
-    return json + "]";
+    return JsonList(rates->NewEnum(), [](const std::shared_ptr<rate>& range) {
+        return "{\"Maximum\":" + JsonOf(range->Maximum()) + ",\"Minimum\":" + JsonOf(range->Minimum()) + "}";
+    });
 }
 
 std::string ReadCanMoveAxis(ClientObject& object, const Arguments& arguments) {
