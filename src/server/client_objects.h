@@ -10,6 +10,7 @@
 
 #include "platform/clock.h"
 #include "platform/message_pump.h"
+#include "server/http_request.h"
 #include "server/routes.h"
 
 namespace kestrane::server {
@@ -47,9 +48,6 @@ private:
     std::unique_ptr<DeviceObject> device_;
     int connects_ = 0;
 };
-
-/// One TCP connection for the life of the process; from 1 up.
-using ConnectionId = std::uint64_t;
 
 /// Who a client is: programs at one address may share a ClientID, and then share the object.
 struct ClientName {

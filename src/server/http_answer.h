@@ -11,6 +11,9 @@ struct HttpAnswer {
     int status = 200;
     std::string_view contentType;  ///< of static storage
     std::string body;
+    /// From this answer on the connection stays, however long it is silent: a client depends on it. Others may be
+    /// closed for idling, or to make room.
+    bool keepsConnection = false;
 };
 
 /// A request that is refused, or that broke: one line of plain text; what is not printable ASCII becomes "?".

@@ -63,10 +63,9 @@ void HttpConnection::Start() {
         return;
     }
     KeepWatch(socket_);
-    addresses_.remoteAddress = AddressText(remote.address());
-    addresses_.localAddress = AddressText(local.address());
-    addresses_.localPort = local.port();
-    addresses_.connection = id_;
+    remoteAddress_ = AddressText(remote.address());
+    needs_.own.localAddress = AddressText(local.address());
+    needs_.own.port = local.port();
     WaitForRequest();
 }
 
@@ -80,7 +79,7 @@ void HttpConnection::WaitForRequest() {
         ReadRequest();
         return;
     }
-    Enter(Phase::Idle, needs_.carriesClient(id_) ? 0 : needs_.limits.idleSteps);
+    Enter(Phase::Idle, kept_ ? 0 : needs_.limits.idleSteps);
     socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const error_code& error) {
         if (error) {
             self->Close();
@@ -136,19 +135,19 @@ void HttpConnection::OnRequest(const error_code& error) {
     carriedRequest_ = true;
     const AnswerForm form{parser_->keep_alive(), parser_->get().version() < 11,
                           parser_->get().method() == http::verb::head};
-    needs_.handle(TakeRequest(),
-                  [self = shared_from_this(), form](const HttpAnswer& answer) { self->Write(answer, form); });
+    Dispatch(needs_.branches, needs_.own, TakeRequest(),
+             [self = shared_from_this(), form](const HttpAnswer& answer) { self->Write(answer, form); });
 }
 
-HttpRequest HttpConnection::TakeRequest() {
-    HttpRequest request = addresses_;
+ReceivedRequest HttpConnection::TakeRequest() {
     http::request<http::string_body> message = parser_->release();
-    request.method = std::string(message.method_string());
-    request.target = std::string(message.target());
-    request.host = HeaderText(message, http::field::host);
-    request.origin = HeaderText(message, http::field::origin);
-    request.body = std::move(message.body());
-    return request;
+    return {.method = std::string(message.method_string()),
+            .target = std::string(message.target()),
+            .host = HeaderText(message, http::field::host),
+            .origin = HeaderText(message, http::field::origin),
+            .body = std::move(message.body()),
+            .remoteAddress = remoteAddress_,
+            .connection = id_};
 }
 
 void HttpConnection::OnReadError(const error_code& error) {
@@ -170,6 +169,7 @@ void HttpConnection::Write(const HttpAnswer& answer, const AnswerForm& form) {
         return;
     }
     Enter(Phase::Writing, needs_.limits.writeSteps);
+    kept_ = kept_ || answer.keepsConnection;
     output_ = HttpText(answer, form);
     asio::async_write(socket_, asio::buffer(output_),
                       [self = shared_from_this(), keepAlive = form.keepAlive](const error_code& error, std::size_t) {
@@ -228,7 +228,7 @@ bool HttpConnection::IsQuiet() {
 }
 
 bool HttpConnection::MayBeEvicted() {
-    return phase_ == Phase::Idle && IsQuiet() && !needs_.carriesClient(id_);
+    return phase_ == Phase::Idle && IsQuiet() && !kept_;
 }
 
 bool HttpConnection::IsGone() {

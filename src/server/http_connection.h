@@ -10,17 +10,18 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "server/branches.h"
 #include "server/http_limits.h"
-#include "server/request_handler.h"
 
 namespace kestrane::server {
 
 /// What a connection needs of its server.
 struct ConnectionNeeds {
     const HttpLimits& limits;
-    std::function<void(const HttpRequest&, const AnswerFunction&)> handle;
-    std::function<bool(ConnectionId)> carriesClient;
+    const std::vector<Branch>& branches;
+    OwnHosts own;  ///< but for the local address, which the connection itself knows
     std::function<void(ConnectionId)> closed;
 };
 
@@ -36,8 +37,9 @@ public:
     void Step();
 
     /// Waiting for a request of which no byte has come, and not new, or already given up: may be closed without a loss.
+    /// Never while an answer is due, also to a client that has gone.
     bool IsQuiet();
-    /// Quiet, and without a device request so far: may make room for another.
+    /// Quiet, and no answer has asked to keep it: may make room for another.
     bool MayBeEvicted();
     /// Closed, or closed by the client, though an answer may still be due to it.
     bool IsGone();
@@ -52,7 +54,7 @@ private:
     void ReadBody();
     void OnRequest(const boost::system::error_code& error);
     void OnReadError(const boost::system::error_code& error);
-    HttpRequest TakeRequest();
+    ReceivedRequest TakeRequest();
     void Write(const HttpAnswer& answer, const AnswerForm& form);
     void Drain();
     void DropInput();
@@ -62,7 +64,7 @@ private:
     ConnectionId id_;
     boost::asio::ip::tcp::socket socket_;
     ConnectionNeeds needs_;
-    HttpRequest addresses_;  ///< a request with only the addresses filled in
+    std::string remoteAddress_;
     boost::beast::flat_buffer buffer_;
     std::optional<Parser> parser_;
     std::string output_;
@@ -71,6 +73,7 @@ private:
     Phase phase_ = Phase::Idle;
     int stepsLeft_ = 0;  ///< 0: no limit
     bool carriedRequest_ = false;
+    bool kept_ = false;  ///< an answer has asked for it
     bool outOfTime_ = false;
 };
 

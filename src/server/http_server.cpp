@@ -37,6 +37,8 @@ void HttpServer::AddListener(int socket) {
 }
 
 void HttpServer::Start() {
+    loopbackOnly_ =
+        std::ranges::all_of(BoundTo(), [](const auto& endpoint) { return endpoint.address().is_loopback(); });
     AcceptOnAll();
     StepLater();
 }
@@ -108,8 +110,10 @@ void HttpServer::AddConnection(tcp::socket socket) {
     const ConnectionId id = ++lastConnection_;
     const auto connection =
         std::make_shared<HttpConnection>(id, std::move(socket),
-                                         ConnectionNeeds{needs_.limits, needs_.handle, needs_.carriesClient,
-                                                         [this](ConnectionId gone) { OnClosed(gone); }});
+                                         ConnectionNeeds{.limits = needs_.limits,
+                                                         .branches = needs_.branches,
+                                                         .own = {loopbackOnly_, {}, 0, needs_.machineNames},
+                                                         .closed = [this](ConnectionId gone) { OnClosed(gone); }});
     connections_.emplace(id, connection);
     connection->Start();
 }
@@ -154,18 +158,13 @@ void HttpServer::DecideGate() {
         return;
     }
     const auto done = std::exchange(gateAsked_, nullptr);
-    const bool quiet = IsQuiet();
+    const bool quiet = std::ranges::all_of(connections_, [](const auto& entry) { return entry.second->IsQuiet(); });
     if (quiet) {
         CloseConnections();
     } else {
         OpenGate();
     }
     done(quiet);
-}
-
-bool HttpServer::IsQuiet() const {
-    return needs_.callsUnderWay() == 0 &&
-           std::ranges::all_of(connections_, [](const auto& entry) { return entry.second->IsQuiet(); });
 }
 
 void HttpServer::OpenGate() {

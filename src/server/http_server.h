@@ -7,10 +7,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "server/branches.h"
 #include "server/http_limits.h"
-#include "server/request_handler.h"
 
 namespace kestrane::server {
 
@@ -18,10 +19,9 @@ class HttpConnection;
 
 struct HttpServerNeeds {
     HttpLimits limits;
-    std::function<void(const HttpRequest&, const AnswerFunction&)> handle;
-    std::function<bool(ConnectionId)> carriesClient;
-    std::function<void(ConnectionId)> closed;
-    std::function<std::size_t()> callsUnderWay;
+    std::vector<Branch> branches;
+    std::vector<std::string> machineNames;     ///< names of this machine; they count when bound beyond loopback
+    std::function<void(ConnectionId)> closed;  ///< called when a connection has closed
 };
 
 /// Accepts connections on sockets that listen already, holds them to their limits, and can shut the gate without
@@ -37,11 +37,12 @@ public:
     /// Closes everything at once.
     void Stop();
 
-    /// Stops accepting; then, if nothing is under way, closes the idle connections and says true, else accepts again
-    /// and says false.
+    /// Stops accepting; then, if no request is half read or not answered yet, closes the idle connections and says
+    /// true, else accepts again and says false.
     void CloseGate(std::function<void(bool)> done);
     void OpenGate();
 
+    /// Whether the connection is closed, or closed by its client.
     bool ConnectionIsGone(ConnectionId id) const;
     std::size_t ConnectionCount() const { return connections_.size(); }
 
@@ -63,7 +64,6 @@ private:
     bool EvictStranger();
     void StepLater();
     void DecideGate();
-    bool IsQuiet() const;
     void CloseConnections();
 
     boost::asio::io_context& io_;
@@ -72,6 +72,7 @@ private:
     std::map<ConnectionId, std::shared_ptr<HttpConnection>> connections_;
     ConnectionId lastConnection_ = 0;
     boost::asio::steady_timer stepTimer_;
+    bool loopbackOnly_ = true;
     bool gateShut_ = false;
     std::function<void(bool)> gateAsked_;
 };

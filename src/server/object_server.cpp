@@ -1,6 +1,5 @@
 #include "server/object_server.h"
 
-#include <algorithm>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -29,7 +28,6 @@ private:
     ClientObjectsNeeds ObjectNeeds();
     RequestHandlerNeeds HandlerNeeds();
     HttpServerNeeds HttpNeeds();
-    bool BoundToLoopback() const;
     void AddSockets(const ServerSockets& sockets);
 
     ObjectServerNeeds needs_;
@@ -37,8 +35,8 @@ private:
     asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
     ClientObjects objects_;
     Management management_;
+    RequestHandler handler_;
     HttpServer http_;
-    std::unique_ptr<RequestHandler> handler_;  ///< made when the addresses are known
     std::vector<std::unique_ptr<Discovery>> discovery_;
     std::thread thread_;
 };
@@ -47,9 +45,9 @@ ObjectServer::Inside::Inside(ObjectServerNeeds needs, const ServerSockets& socke
     : needs_(std::move(needs)),
       objects_(ObjectNeeds()),
       management_(needs_.identity, needs_.deviceIdFile),
+      handler_(HandlerNeeds()),
       http_(io_, HttpNeeds()) {
     AddSockets(sockets);
-    handler_ = std::make_unique<RequestHandler>(HandlerNeeds());
     http_.Start();
     for (const auto& discovery : discovery_) {
         discovery->Start();
@@ -97,21 +95,18 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
             objects_,
             needs_.pump,
             management_,
-            MachineNames(),
-            BoundToLoopback(),
             [this](std::function<void()> function) { asio::post(io_, std::move(function)); },
             [this](ConnectionId id) { return http_.ConnectionIsGone(id); }};
 }
 
 HttpServerNeeds ObjectServer::Inside::HttpNeeds() {
-    return {needs_.limits,
-            [this](const HttpRequest& request, const AnswerFunction& answer) { handler_->Handle(request, answer); },
-            [this](ConnectionId id) { return handler_->CarriesClient(id); },
-            [this](ConnectionId id) { handler_->ConnectionClosed(id); }, [this] { return handler_->CallsUnderWay(); }};
-}
-
-bool ObjectServer::Inside::BoundToLoopback() const {
-    return std::ranges::all_of(http_.BoundTo(), [](const auto& endpoint) { return endpoint.address().is_loopback(); });
+    const RequestFunction handle = [this](const HttpRequest& request, const AnswerFunction& answer) {
+        handler_.Handle(request, answer);
+    };
+    return {.limits = needs_.limits,
+            .branches = {{"", Guard::Changes, handle}, {"/setup", Guard::Everything, handle}},
+            .machineNames = MachineNames(),
+            .closed = [this](ConnectionId id) { handler_.ConnectionClosed(id); }};
 }
 
 std::size_t ObjectServer::Inside::ConnectionCount() {

@@ -73,34 +73,23 @@ Arguments ConvertAll(const Route& route, const RequestParameters& parameters, Na
 }
 
 /// What makes two PUTs the same; empty when they cannot be told apart from new ones.
-std::string PutIdentity(const HttpRequest& request, const RequestTarget& target, std::uint32_t transaction) {
-    if (request.method != "PUT" || transaction == 0) {
+std::string PutIdentity(const HttpRequest& request, std::uint32_t transaction) {
+    if (request.verb != Verb::Put || transaction == 0) {
         return {};
     }
-    return request.remoteAddress + "\n" + std::string(target.path) + "\n" + request.body;
+    return request.remoteAddress + "\n" + request.path + "\n" + request.body;
 }
 
 }  // namespace
 
 void RequestHandler::Handle(const HttpRequest& request, const AnswerFunction& answer) {
-    const RequestTarget target = SplitTarget(request.target);
-    const bool isSetup = target.path == "/setup" || target.path.starts_with("/setup/");
-    if (request.method != "GET" && request.method != "PUT") {
-        answer(RefusalAnswer(400, "Only GET and PUT are understood."));
-    } else if ((isSetup || request.method == "PUT") && IsForeign(request)) {
-        answer(RefusalAnswer(403, "The request names a host or an origin that is not this machine."));
-    } else if (target.path.starts_with(kApiRoot)) {
-        HandleDevice(request, target, answer);
-    } else if (request.method != "GET") {
-        answer(RefusalAnswer(400, "There is no such path."));
+    if (request.path.starts_with(kApiRoot)) {
+        HandleDevice(request, answer);
+    } else if (request.verb == Verb::Get) {
+        HandleManagement(request, answer);
     } else {
-        HandleManagement(target, answer);
+        answer(RefusalAnswer(400, "There is no such path."));
     }
-}
-
-bool RequestHandler::IsForeign(const HttpRequest& request) const {
-    const OwnHosts own{needs_.boundToLoopback, request.localAddress, request.localPort, needs_.machineNames};
-    return !IsOwnHost(request.host, own) || !IsOwnOrigin(request.origin, own);
 }
 
 TransactionIds RequestHandler::IdsOf(const RequestParameters& parameters, NameMatch match) {
@@ -108,14 +97,14 @@ TransactionIds RequestHandler::IdsOf(const RequestParameters& parameters, NameMa
     return {ParseId(parameters.Find("ClientTransactionID", match)), lastServerTransaction_};
 }
 
-void RequestHandler::HandleManagement(const RequestTarget& target, const AnswerFunction& answer) {
+void RequestHandler::HandleManagement(const HttpRequest& request, const AnswerFunction& answer) {
     needs_.pump.Post(CallKind::Brief, [&objects = needs_.objects] { objects.NoteActivity(); });
-    if (const std::optional<std::string> page = needs_.management.PageOf(target.path)) {
+    if (const std::optional<std::string> page = needs_.management.PageOf(request.path)) {
         answer(PageAnswer(*page));
         return;
     }
-    const std::optional<RequestParameters> parameters = RequestParameters::Parse(target.query);
-    const std::optional<std::string> value = needs_.management.ValueOf(target.path);
+    const std::optional<RequestParameters> parameters = RequestParameters::Parse(request.query);
+    const std::optional<std::string> value = needs_.management.ValueOf(request.path);
     if (!value || !parameters) {
         answer(RefusalAnswer(400, value ? "There are too many parameters." : "There is no such path."));
         return;
@@ -123,16 +112,15 @@ void RequestHandler::HandleManagement(const RequestTarget& target, const AnswerF
     answer(ValueAnswer(IdsOf(*parameters, NameMatch::AnyCase), *value));
 }
 
-void RequestHandler::HandleDevice(const HttpRequest& request, const RequestTarget& target,
-                                  const AnswerFunction& answer) {
-    const bool isGet = request.method == "GET";
+void RequestHandler::HandleDevice(const HttpRequest& request, const AnswerFunction& answer) {
+    const bool isGet = request.verb == Verb::Get;
     const NameMatch match = isGet ? NameMatch::AnyCase : NameMatch::Exact;
-    const std::optional<DevicePath> path = ParseDevicePath(target.path);
+    const std::optional<DevicePath> path = ParseDevicePath(request.path);
     DeviceCall call;
     if (path) {
-        call.route = needs_.routes.Find(path->device, isGet ? Verb::Get : Verb::Put, path->member);
+        call.route = needs_.routes.Find(path->device, request.verb, path->member);
     }
-    const auto parameters = RequestParameters::Parse(isGet ? target.query : std::string_view(request.body));
+    const auto parameters = RequestParameters::Parse(isGet ? request.query : request.body);
     if (call.route == nullptr || !parameters) {
         answer(
             RefusalAnswer(400, parameters ? "There is no such device or member." : "There are too many parameters."));
@@ -144,7 +132,7 @@ void RequestHandler::HandleDevice(const HttpRequest& request, const RequestTarge
         answer(RefusalAnswer(400, refused.line));
         return;
     }
-    const std::string identity = PutIdentity(request, target, ParseId(parameters->Find("ClientTransactionID", match)));
+    const std::string identity = PutIdentity(request, ParseId(parameters->Find("ClientTransactionID", match)));
     call.key = {{request.remoteAddress, ParseId(parameters->Find("ClientID", match))}, path->device};
     if (JoinRunningPut(identity, request, call.key.client, answer)) {
         return;
@@ -198,8 +186,11 @@ void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
             PostCall(call);
             return;
         }
+        HttpAnswer answer = RunCall(*call);
+        // The client's object lives as long as its connection.
+        answer.keepsConnection = true;
         needs_.postToIo(
-            [this, transaction = call->ids.server, answer = RunCall(*call)] { FinishCall(transaction, answer); });
+            [this, transaction = call->ids.server, answer = std::move(answer)] { FinishCall(transaction, answer); });
     });
 }
 

@@ -11,37 +11,19 @@
 #include <vector>
 
 #include "server/client_objects.h"
+#include "server/http_request.h"
 #include "server/management.h"
-#include "server/own_hosts.h"
 #include "server/request_parameters.h"
 #include "server/responses.h"
 #include "server/routes.h"
 
 namespace kestrane::server {
 
-/// A complete request as it came over a connection.
-struct HttpRequest {
-    std::string method;
-    std::string target;
-    std::string body;
-    std::string host;    ///< `Host` header, empty when there is none
-    std::string origin;  ///< `Origin` header, empty when there is none
-    std::string remoteAddress;
-    std::string localAddress;
-    std::uint16_t localPort = 0;
-    ConnectionId connection = 0;
-};
-
-/// Takes the answer of one request, once, on the I/O thread.
-using AnswerFunction = std::function<void(HttpAnswer)>;
-
 struct RequestHandlerNeeds {
     const RouteTable& routes;
     ClientObjects& objects;  ///< reached by posted calls only
     MessagePump& pump;
     Management& management;
-    std::vector<std::string> machineNames;
-    bool boundToLoopback = true;
     /// Runs a function on the I/O thread; called on the logic thread.
     std::function<void(std::function<void()>)> postToIo;
     /// Whether the connection is closed, or closed by its client.
@@ -57,11 +39,6 @@ public:
     void Handle(const HttpRequest& request, const AnswerFunction& answer);
     /// To be called when a connection has closed.
     void ConnectionClosed(ConnectionId connection);
-
-    /// Device calls that were posted and are not answered yet, also those whose client has gone.
-    std::size_t CallsUnderWay() const { return underWay_.size(); }
-    /// Whether the connection carried a device request, so that it may keep a client's object alive.
-    bool CarriesClient(ConnectionId connection) const { return clientConnections_.contains(connection); }
 
 private:
     /// A device request that passed every check.
@@ -80,7 +57,7 @@ private:
         std::vector<AnswerFunction> answers;
     };
 
-    void HandleDevice(const HttpRequest& request, const RequestTarget& target, const AnswerFunction& answer);
+    void HandleDevice(const HttpRequest& request, const AnswerFunction& answer);
     bool JoinRunningPut(const std::string& identity, const HttpRequest& request, const ClientName& client,
                         const AnswerFunction& answer);
     void StartCall(const DeviceCall& call, std::string putIdentity, const AnswerFunction& answer);
@@ -90,12 +67,11 @@ private:
     void AnnounceConnection(ConnectionId connection);
     /// Gives the request the next server transaction number.
     TransactionIds IdsOf(const RequestParameters& parameters, NameMatch match);
-    void HandleManagement(const RequestTarget& target, const AnswerFunction& answer);
-    bool IsForeign(const HttpRequest& request) const;
+    void HandleManagement(const HttpRequest& request, const AnswerFunction& answer);
 
     RequestHandlerNeeds needs_;
     std::uint32_t lastServerTransaction_ = 0;
-    std::set<ConnectionId> clientConnections_;
+    std::set<ConnectionId> clientConnections_;        ///< open ones that carried a device request
     std::map<std::uint32_t, CallUnderWay> underWay_;  ///< by server transaction
 };
 

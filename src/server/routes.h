@@ -9,6 +9,7 @@
 
 #include "platform/clock.h"
 #include "platform/message_pump.h"
+#include "server/http_request.h"
 
 /// The members that clients can reach over HTTP, one row each.
 namespace kestrane::server {
@@ -19,8 +20,6 @@ enum class DeviceKind { Telescope, Focuser };
 
 /// "telescope" or "focuser", as it stands in paths.
 std::string_view PathName(DeviceKind kind);
-
-enum class Verb { Get, Put };
 
 /// What a parameter's text must be before the driver is asked at all.
 enum class ValueType { Boolean, Integer, Number, Text, UtcDate };
