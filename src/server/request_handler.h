@@ -4,16 +4,15 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "platform/message_pump.h"
 #include "server/client_objects.h"
+#include "server/device_request.h"
 #include "server/http_request.h"
 #include "server/management.h"
-#include "server/request_parameters.h"
 #include "server/responses.h"
 #include "server/routes.h"
 
@@ -41,33 +40,32 @@ public:
     void ConnectionClosed(ConnectionId connection);
 
 private:
-    /// A device request that passed every check.
+    /// A device request on its way to the logic thread.
     struct DeviceCall {
-        const Route* route = nullptr;
-        ClientKey key;
+        DeviceRequest request;
         TransactionIds ids;
-        Arguments arguments;
         ConnectionId connection = 0;
     };
     /// A call that is not answered yet. What waits for it stays here, on the I/O thread; the posted call itself
     /// carries values only.
     struct CallUnderWay {
-        std::string putIdentity;      ///< empty when a repeat cannot be told
+        std::string putIdentity;
         ConnectionId connection = 0;  ///< the one that waits for the answer
         std::vector<AnswerFunction> answers;
     };
 
+    void HandleManagement(const HttpRequest& request, const AnswerFunction& answer);
     void HandleDevice(const HttpRequest& request, const AnswerFunction& answer);
-    bool JoinRunningPut(const std::string& identity, const HttpRequest& request, const ClientName& client,
-                        const AnswerFunction& answer);
-    void StartCall(const DeviceCall& call, std::string putIdentity, const AnswerFunction& answer);
+    /// Lets a repeated PUT wait for the answer of the running one whose client has gone; false when there is none.
+    bool JoinRunningPut(const DeviceRequest& request, ConnectionId connection, const AnswerFunction& answer);
+    void StartCall(DeviceRequest request, ConnectionId connection, const AnswerFunction& answer);
     void PostCall(std::shared_ptr<const DeviceCall> call);
     void FinishCall(std::uint32_t serverTransaction, const HttpAnswer& answer);
     HttpAnswer RunCall(const DeviceCall& call);
     void AnnounceConnection(ConnectionId connection);
-    /// Gives the request the next server transaction number.
-    TransactionIds IdsOf(const RequestParameters& parameters, NameMatch match);
-    void HandleManagement(const HttpRequest& request, const AnswerFunction& answer);
+    void TellObjects(std::function<void(ClientObjects&)> message);
+    /// The next server transaction number.
+    std::uint32_t NextTransaction();
 
     RequestHandlerNeeds needs_;
     std::uint32_t lastServerTransaction_ = 0;
