@@ -1,7 +1,6 @@
 #include "server/activation.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -9,17 +8,15 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <optional>
 #include <poll.h>
-#include <stdexcept>
 #include <string_view>
 #include <sys/signalfd.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
+
+#include "server/activation_sockets.h"
 
 extern char** environ;
 
@@ -30,114 +27,6 @@ constexpr int kFirstDescriptor = 3;
 constexpr int kSoonMs = 5'000;      // a driver that fails within this time failed at its start
 constexpr int kFirstPauseMs = 100;  // before it is started again; doubled each time
 constexpr int kLongestPauseMs = 30'000;
-
-struct ActivationError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-[[noreturn]] void Fail(const std::string& what) {
-    throw ActivationError(what + ": " + std::strerror(errno));
-}
-
-class Descriptor {
-public:
-    explicit Descriptor(int number = -1) : number_(number) {}
-    ~Descriptor() { Close(); }
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        Close();
-        number_ = std::exchange(other.number_, -1);
-        return *this;
-    }
-    int Number() const { return number_; }
-    bool IsOpen() const { return number_ >= 0; }
-
-private:
-    void Close() {
-        if (number_ >= 0) {
-            ::close(number_);
-        }
-    }
-    int number_;
-};
-
-struct Address {
-    sockaddr_storage storage{};
-    socklen_t size = 0;
-
-    sockaddr* Pointer() { return reinterpret_cast<sockaddr*>(&storage); }
-};
-
-Address ParseAddress(const std::string& text, std::uint16_t port) {
-    Address address;
-    auto* v4 = reinterpret_cast<sockaddr_in*>(&address.storage);
-    auto* v6 = reinterpret_cast<sockaddr_in6*>(&address.storage);
-    if (::inet_pton(AF_INET, text.c_str(), &v4->sin_addr) == 1) {
-        v4->sin_family = AF_INET;
-        v4->sin_port = htons(port);
-        address.size = sizeof(*v4);
-    } else if (::inet_pton(AF_INET6, text.c_str(), &v6->sin6_addr) == 1) {
-        v6->sin6_family = AF_INET6;
-        v6->sin6_port = htons(port);
-        address.size = sizeof(*v6);
-    } else {
-        throw ActivationError(text + " is no IP address");
-    }
-    return address;
-}
-
-void Allow(int descriptor, int option) {
-    const int on = 1;
-    ::setsockopt(descriptor, SOL_SOCKET, option, &on, sizeof(on));
-}
-
-std::string AddressText(const std::string& address, std::uint16_t port) {
-    const bool v6 = address.find(':') != std::string::npos;
-    return (v6 ? "[" + address + "]" : address) + ":" + std::to_string(port);
-}
-
-Descriptor BindHttp(const ActivationOptions& options) {
-    Address address = ParseAddress(options.bindAddress, options.port);
-    Descriptor socket(::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const std::string where = AddressText(options.bindAddress, options.port);
-    if (!socket.IsOpen()) {
-        Fail("no socket for " + where);
-    }
-    Allow(socket.Number(), SO_REUSEADDR);
-    if (::bind(socket.Number(), address.Pointer(), address.size) != 0 || ::listen(socket.Number(), SOMAXCONN) != 0) {
-        Fail("cannot serve at " + where);
-    }
-    return socket;
-}
-
-std::uint16_t PortOf(int socket) {
-    Address address;
-    address.size = sizeof(address.storage);
-    if (::getsockname(socket, address.Pointer(), &address.size) != 0) {
-        Fail("the port cannot be told");
-    }
-    // The port stands at the same place in both kinds of address.
-    return ntohs(reinterpret_cast<const sockaddr_in*>(&address.storage)->sin_port);
-}
-
-/// On all addresses, since a socket on a loopback one never sees the broadcasts of clients on the same machine. Other
-/// servers on this machine may listen there too; where they do not share the port, this one does without.
-Descriptor BindDiscovery(std::uint16_t port) {
-    if (port == 0) {
-        return Descriptor();
-    }
-    Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    Address address = ParseAddress("0.0.0.0", port);
-    if (socket.IsOpen()) {
-        Allow(socket.Number(), SO_REUSEADDR);
-        Allow(socket.Number(), SO_REUSEPORT);
-        if (::bind(socket.Number(), address.Pointer(), address.size) == 0) {
-            return socket;
-        }
-    }
-    std::fprintf(stderr, "kestrane-activate: no discovery at port %u: %s\n", unsigned{port}, std::strerror(errno));
-    return Descriptor();
-}
 
 sigset_t OurSignals() {
     sigset_t signals;
@@ -180,17 +69,17 @@ public:
     explicit Activation(const ActivationOptions& options)
         : driverPath_(options.driverPath),
           endingMs_(options.endingMs),
-          http_(BindHttp(options)),
+          http_(BindHttp(options.bindAddress, options.port)),
           discovery_(BindDiscovery(options.discoveryPort)) {
         const sigset_t signals = OurSignals();
         ::sigprocmask(SIG_BLOCK, &signals, &oldMask_);
         signals_ = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
         if (!signals_.IsOpen()) {
-            Fail("signals cannot be awaited");
+            FailActivation("signals cannot be awaited");
         }
     }
 
-    std::uint16_t Port() const { return PortOf(http_.Number()); }
+    std::uint16_t Port() const { return PortOf(http_); }
 
     /// Until a signal ends it.
     void Run() {
@@ -208,7 +97,7 @@ private:
                                       {discovery_.Number(), POLLIN, 0}}};  // a negative number is passed over
         while (true) {
             if (::poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) {
-                Fail("clients cannot be awaited");
+                FailActivation("clients cannot be awaited");
             }
             if (polled[0].revents != 0 && ReadSignals()) {
                 return false;
@@ -341,7 +230,7 @@ private:
 int RunActivation(const ActivationOptions& options) {
     try {
         if (::access(options.driverPath.c_str(), X_OK) != 0) {
-            Fail("there is no driver at " + options.driverPath);
+            FailActivation("there is no driver at " + options.driverPath);
         }
         Activation activation(options);
         std::printf("Alpaca: http://%s/\n", AddressText(options.bindAddress, activation.Port()).c_str());
