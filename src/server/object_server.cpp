@@ -1,18 +1,13 @@
 #include "server/object_server.h"
 
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
 #include <future>
-#include <thread>
 
 #include "server/discovery.h"
 #include "server/http_server.h"
+#include "server/io_thread.h"
 #include "server/request_handler.h"
 
 namespace kestrane::server {
-
-namespace asio = boost::asio;
 
 class ObjectServer::Inside {
 public:
@@ -31,14 +26,12 @@ private:
     void AddSockets(const ServerSockets& sockets);
 
     ObjectServerNeeds needs_;
-    asio::io_context io_{1};
-    asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
+    IoThread io_;
     ClientObjects objects_;
     Management management_;
     RequestHandler handler_;
     HttpServer http_;
     std::vector<std::unique_ptr<Discovery>> discovery_;
-    std::thread thread_;
 };
 
 ObjectServer::Inside::Inside(ObjectServerNeeds needs, const ServerSockets& sockets)
@@ -46,24 +39,22 @@ ObjectServer::Inside::Inside(ObjectServerNeeds needs, const ServerSockets& socke
       objects_(ObjectNeeds()),
       management_(needs_.identity, needs_.deviceIdFile),
       handler_(HandlerNeeds()),
-      http_(io_, HttpNeeds()) {
+      http_(io_.Context(), HttpNeeds()) {
     AddSockets(sockets);
     http_.Start();
     for (const auto& discovery : discovery_) {
         discovery->Start();
     }
-    thread_ = std::thread([this] { io_.run(); });
+    io_.Start();
 }
 
 ObjectServer::Inside::~Inside() {
-    asio::post(io_, [this] {
+    io_.Stop([this] {
         http_.Stop();
         for (const auto& discovery : discovery_) {
             discovery->Stop();
         }
-        io_.stop();
     });
-    thread_.join();
 }
 
 void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
@@ -71,7 +62,7 @@ void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
         http_.AddListener(socket);
     }
     for (const int socket : sockets.discovery) {
-        discovery_.push_back(std::make_unique<Discovery>(io_, socket, http_.BoundTo(), [this] {
+        discovery_.push_back(std::make_unique<Discovery>(io_.Context(), socket, http_.BoundTo(), [this] {
             needs_.pump.Post(CallKind::Brief, [this] { objects_.NoteActivity(); });
         }));
     }
@@ -81,12 +72,12 @@ void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
 ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
     RequestGate gate;
     gate.close = [this](std::function<void(bool)> done) {
-        asio::post(io_, [this, done = std::move(done)] {
+        io_.Post([this, done = std::move(done)] {
             http_.CloseGate(
                 [this, done](bool closed) { needs_.pump.Post(CallKind::Brief, [done, closed] { done(closed); }); });
         });
     };
-    gate.open = [this] { asio::post(io_, [this] { http_.OpenGate(); }); };
+    gate.open = [this] { io_.Post([this] { http_.OpenGate(); }); };
     return {needs_.pump, needs_.clock, needs_.devices, std::move(gate), needs_.endProcess, needs_.leases};
 }
 
@@ -95,7 +86,7 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
             objects_,
             needs_.pump,
             management_,
-            [this](std::function<void()> function) { asio::post(io_, std::move(function)); },
+            [this](std::function<void()> function) { io_.Post(std::move(function)); },
             [this](ConnectionId id) { return http_.ConnectionIsGone(id); }};
 }
 
@@ -111,7 +102,7 @@ HttpServerNeeds ObjectServer::Inside::HttpNeeds() {
 
 std::size_t ObjectServer::Inside::ConnectionCount() {
     std::promise<std::size_t> count;
-    asio::post(io_, [this, &count] { count.set_value(http_.ConnectionCount()); });
+    io_.Post([this, &count] { count.set_value(http_.ConnectionCount()); });
     return count.get_future().get();
 }
 
