@@ -5,7 +5,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include "kernel/base/errors.h"
 #include "server/parameter_values.h"
 
 namespace kestrane::server {
@@ -27,21 +26,6 @@ LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds)
     LayOver(times.idle, idleSeconds);
     LayOver(times.connected, connectedSeconds);
     return times;
-}
-
-void ClientObject::Connected(bool connect) {
-    device_->Connected(connect);
-    connects_ = connect ? connects_ + 1 : std::max(0, connects_ - 1);
-}
-
-void ClientObject::Disconnect() {
-    for (; connects_ > 0; --connects_) {
-        try {
-            device_->Connected(false);
-        } catch (...) {
-            // Nobody is left to be told, and the object goes in any case: a process that kept it would never end.
-        }
-    }
 }
 
 ClientObjects::ClientObjects(ClientObjectsNeeds needs)

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kernel/base/errors.h"
-#include "server/client_objects.h"
+#include "server/client_object.h"
 #include "server/json_text.h"
 #include "server/routes.h"
 

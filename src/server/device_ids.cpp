@@ -46,7 +46,7 @@ void DeviceIds::Load() {
     std::ifstream stream(file_);
     std::string line;
     while (std::getline(stream, line)) {
-        for (const DeviceKind device : {DeviceKind::Telescope, DeviceKind::Focuser}) {
+        for (const DeviceKind device : kDeviceKinds) {
             const std::string key = std::string(PathName(device)) + "=";
             if (line.starts_with(key) && LooksLikeId(line.substr(key.size()))) {
                 Slot(device) = line.substr(key.size());
@@ -57,7 +57,7 @@ void DeviceIds::Load() {
 
 bool DeviceIds::CompleteMissing() {
     bool made = false;
-    for (const DeviceKind device : {DeviceKind::Telescope, DeviceKind::Focuser}) {
+    for (const DeviceKind device : kDeviceKinds) {
         if (Slot(device).empty()) {
             Slot(device) = NewUuid();
             made = true;

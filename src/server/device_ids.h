@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "server/routes.h"
+#include "server/device_kind.h"
 
 namespace kestrane::server {
 

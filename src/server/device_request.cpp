@@ -21,7 +21,7 @@ std::optional<DevicePath> ParseDevicePath(std::string_view path) {
         return std::nullopt;
     }
     path.remove_prefix(kApiRoot.size());
-    for (const DeviceKind device : {DeviceKind::Telescope, DeviceKind::Focuser}) {
+    for (const DeviceKind device : kDeviceKinds) {
         const std::string root = std::string(PathName(device)) + "/0/";
         if (path.starts_with(root)) {
             return DevicePath{device, path.substr(root.size())};

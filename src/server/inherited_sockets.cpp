@@ -1,6 +1,7 @@
 #include "server/inherited_sockets.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/socket.h>

@@ -2,10 +2,15 @@
 
 #include <functional>
 #include <optional>
-
-#include "server/object_server.h"
+#include <vector>
 
 namespace kestrane::server {
+
+/// The sockets to serve, already bound (and listening, for HTTP); the server takes them over.
+struct ServerSockets {
+    std::vector<int> http;
+    std::vector<int> discovery;
+};
 
 /// Reads an environment variable; null when it is not set.
 using ReadEnvironment = std::function<const char*(const char* name)>;

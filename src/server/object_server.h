@@ -5,19 +5,14 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <vector>
 
 #include "server/client_objects.h"
 #include "server/http_limits.h"
+#include "server/inherited_sockets.h"
 #include "server/management.h"
+#include "server/routes.h"
 
 namespace kestrane::server {
-
-/// The sockets to serve, already bound (and listening, for HTTP); the server takes them over.
-struct ServerSockets {
-    std::vector<int> http;
-    std::vector<int> discovery;
-};
 
 struct ObjectServerNeeds {
     MessagePump& pump;

@@ -17,10 +17,6 @@ std::string PathKey(DeviceKind device, Verb verb, std::string_view member) {
 
 }  // namespace
 
-std::string_view PathName(DeviceKind kind) {
-    return kind == DeviceKind::Telescope ? "telescope" : "focuser";
-}
-
 RouteTable::RouteTable(std::vector<Route> telescope, std::vector<Route> focuser)
     : telescope_(std::move(telescope)), focuser_(std::move(focuser)) {
     Index(DeviceKind::Telescope, telescope_);

@@ -9,17 +9,13 @@
 
 #include "platform/clock.h"
 #include "platform/message_pump.h"
+#include "server/device_kind.h"
 #include "server/http_request.h"
 
 /// The members that clients can reach over HTTP, one row each.
 namespace kestrane::server {
 
 class ClientObject;
-
-enum class DeviceKind { Telescope, Focuser };
-
-/// "telescope" or "focuser", as it stands in paths.
-std::string_view PathName(DeviceKind kind);
 
 /// What a parameter's text must be before the driver is asked at all.
 enum class ValueType { Boolean, Integer, Number, Text, UtcDate };

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "kernel/driver.h"
-#include "server/client_objects.h"
+#include "server/client_object.h"
 
 namespace kestrane::server {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "server/client_objects.h"
+#include "server/client_object.h"
 
 namespace kestrane::server {
 
