@@ -1,6 +1,6 @@
 // What a client may send as the target and the form of a request.
 
-#include "server/request_parameters.h"
+#include "http/request_parameters.h"
 
 #include <cmath>
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "server/parameter_values.h"
+#include "alpaca/parameter_values.h"
 
 namespace {
 
@@ -21,7 +21,8 @@ void Require(bool holds) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace kestrane::server;
+    using namespace kestrane::alpaca;
+    using namespace kestrane::http;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const RequestTarget target = SplitTarget(text);
     Require(target.path.size() + target.query.size() <= text.size());

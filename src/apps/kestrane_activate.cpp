@@ -10,7 +10,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "server/activation.h"
+#include "alpaca/activation.h"
 
 namespace kestrane {
 namespace {
@@ -42,8 +42,8 @@ std::uint16_t ParsePort(std::string_view option, std::string_view text) {
 }
 
 /// Nothing when only the help is wanted.
-std::optional<server::ActivationOptions> ParseArguments(int argc, char** argv) {
-    server::ActivationOptions options;
+std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
+    alpaca::ActivationOptions options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view option = argv[i];
         if (option == "--help" || option == "-h") {
@@ -73,13 +73,13 @@ std::string DriverBesideThis() {
 
 int RunProgram(int argc, char** argv) {
     try {
-        std::optional<server::ActivationOptions> options = ParseArguments(argc, argv);
+        std::optional<alpaca::ActivationOptions> options = ParseArguments(argc, argv);
         if (!options) {
             std::fwrite(kHelp.data(), 1, kHelp.size(), stdout);
             return kExitGood;
         }
         options->driverPath = DriverBesideThis();
-        return server::RunActivation(*options);
+        return alpaca::RunActivation(*options);
     } catch (const UsageError& error) {
         std::fprintf(stderr, "kestrane-activate: %s\nSee kestrane-activate --help.\n", error.what());
         return kExitUsage;

@@ -10,13 +10,14 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "alpaca/inherited_sockets.h"
+#include "alpaca/object_server.h"
+#include "alpaca/served_devices.h"
+#include "http/limits.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/errors.h"
 #include "kernel/driver.h"
 #include "platform/posix/posix_platform.h"
-#include "server/inherited_sockets.h"
-#include "server/object_server.h"
-#include "server/served_devices.h"
 
 namespace kestrane {
 namespace {
@@ -54,20 +55,20 @@ std::string HostName() {
     return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
 }
 
-server::ServerIdentity Identity() {
-    server::ServerIdentity identity;
+alpaca::ServerIdentity Identity() {
+    alpaca::ServerIdentity identity;
     identity.serverName = application::kTitle;
     identity.version = application::kDriverVersion;
     identity.location = HostName();
     return identity;
 }
 
-void Serve(PosixPlatform& platform, Driver& driver, const server::ServerSockets& sockets) {
-    const server::RouteTable routes(server::TelescopeRoutes(), server::FocuserRoutes());
-    server::DriverDevices devices(driver);
-    const server::HttpLimits limits;
+void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets& sockets) {
+    const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
+    alpaca::DriverDevices devices(driver);
+    const http::Limits limits;
     AllowDescriptors(limits.connections);
-    const server::ObjectServer objectServer(
+    const alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
             .clock = platform.clock,
@@ -77,7 +78,7 @@ void Serve(PosixPlatform& platform, Driver& driver, const server::ServerSockets&
             .identity = Identity(),
             .deviceIdFile = platform.folders.CommonAppData() / "Kestrane" / "ASCOM" / "DeviceIds.ini",
             .leases =
-                server::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
+                alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
         },
         sockets);
@@ -86,8 +87,8 @@ void Serve(PosixPlatform& platform, Driver& driver, const server::ServerSockets&
 
 int RunProgram(bool hasArguments) {
     PosixPlatform platform(OnFault);
-    const std::optional<server::ServerSockets> sockets =
-        hasArguments ? std::nullopt : server::TakeInheritedSockets(std::getenv, getpid());
+    const std::optional<alpaca::ServerSockets> sockets =
+        hasArguments ? std::nullopt : alpaca::TakeInheritedSockets(std::getenv, getpid());
     const std::unique_ptr<Driver> driver = Main(platform.Services(), sockets.has_value());
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;

@@ -19,12 +19,12 @@ self_test() {
         'clock_gettime(CLOCK_MONOTONIC, &now);' 'gettimeofday(&now, nullptr);' 'localtime_r(&t, &broken);' \
         'wake.wait_for(lock, 1ms);' 'Pump pump{std::chrono::steady_clock::now};'; do
         bad src/telescope/a.cpp "$call"
-        bad src/server/a.cpp "$call"
+        bad src/http/a.cpp "$call"
         good src/platform/posix/a.cpp "$call"
         good src/apps/a.cpp "$call"
         good src/telescope/a.cpp "/* $call */"
     done
-    good src/server/a.cpp 'timer.expires_after(std::chrono::seconds(5));'
+    good src/http/a.cpp 'timer.expires_after(std::chrono::seconds(5));'
     good src/telescope/a.cpp 'needs_.clock.Sleep(10); WaitForMilliseconds(5); Runtime(0); x.time(0);'
 }
 

@@ -10,11 +10,11 @@
 #include <regex>
 #include <set>
 
+#include "alpaca/parameter_values.h"
+#include "alpaca/routes.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/text.h"
 #include "process/process_fixture.h"
-#include "server/parameter_values.h"
-#include "server/routes.h"
 
 namespace kestrane::process {
 namespace {
@@ -101,7 +101,7 @@ double SecondsSince1970() {
 
 double SecondsSince1970(const json::value& utcDate) {
     using namespace std::chrono;
-    const auto date = server::ParseUtcDate(utcDate.get_string());
+    const auto date = alpaca::ParseUtcDate(utcDate.get_string());
     const sys_days day = year_month_day(year(date->year), month(static_cast<unsigned>(date->month)),
                                         std::chrono::day(static_cast<unsigned>(date->day)));
     return static_cast<double>(duration_cast<seconds>(day.time_since_epoch()).count()) + date->hour * 3600.0 +
@@ -248,8 +248,8 @@ TEST(PropertyTableTest, EveryReadableMember_StandsInIt) {
         read.insert(row.member);
     }
     std::set<std::string> served;
-    for (const server::Route& route : server::TelescopeRoutes()) {
-        if (route.verb == server::Verb::Get) {
+    for (const alpaca::Route& route : alpaca::TelescopeRoutes()) {
+        if (route.verb == alpaca::Verb::Get) {
             served.insert(ToLower(route.name));
         }
     }

@@ -1,0 +1,246 @@
+#include "alpaca/activation.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <poll.h>
+#include <string_view>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "alpaca/activation_sockets.h"
+
+extern char** environ;
+
+namespace kestrane::alpaca {
+namespace {
+
+constexpr int kFirstDescriptor = 3;
+constexpr int kSoonMs = 5'000;      // a driver that fails within this time failed at its start
+constexpr int kFirstPauseMs = 100;  // before it is started again; doubled each time
+constexpr int kLongestPauseMs = 30'000;
+
+sigset_t OurSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGCHLD);
+    return signals;
+}
+
+/// The environment of the driver. LISTEN_PID is last, with room for the digits that only the new process can tell.
+struct DriverEnvironment {
+    std::vector<std::string> texts;
+    std::vector<char*> pointers;
+
+    explicit DriverEnvironment(bool discovery) {
+        for (char** variable = environ; *variable != nullptr; ++variable) {
+            if (!std::string_view(*variable).starts_with("LISTEN_")) {
+                texts.emplace_back(*variable);
+            }
+        }
+        texts.emplace_back(discovery ? "LISTEN_FDS=2" : "LISTEN_FDS=1");
+        texts.emplace_back(discovery ? "LISTEN_FDNAMES=alpaca:discovery" : "LISTEN_FDNAMES=alpaca");
+        texts.emplace_back("LISTEN_PID=" + std::string(20, '\0'));
+        for (std::string& text : texts) {
+            pointers.push_back(text.data());
+        }
+        pointers.push_back(nullptr);
+    }
+
+    void WritePid(pid_t pid) {
+        std::string& text = texts.back();
+        constexpr std::size_t kNameLength = std::string_view("LISTEN_PID=").size();
+        std::to_chars(text.data() + kNameLength, text.data() + text.size(), pid);
+    }
+};
+
+class Activation {
+public:
+    explicit Activation(const ActivationOptions& options)
+        : driverPath_(options.driverPath),
+          endingMs_(options.endingMs),
+          http_(BindHttp(options.bindAddress, options.port)),
+          discovery_(BindDiscovery(options.discoveryPort)) {
+        const sigset_t signals = OurSignals();
+        ::sigprocmask(SIG_BLOCK, &signals, &oldMask_);
+        signals_ = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+        if (!signals_.IsOpen()) {
+            FailActivation("signals cannot be awaited");
+        }
+    }
+
+    std::uint16_t Port() const { return PortOf(http_); }
+
+    /// Until a signal ends it.
+    void Run() {
+        int pauseMs = 0;
+        while (!ending_ && Pause(pauseMs) && WaitForClient()) {
+            pauseMs = RunDriver() ? 0 : std::clamp(pauseMs * 2, kFirstPauseMs, kLongestPauseMs);
+        }
+    }
+
+private:
+    /// Waits without accepting anything; false when a signal said to end.
+    bool WaitForClient() {
+        std::array<pollfd, 3> polled{{{signals_.Number(), POLLIN, 0},
+                                      {http_.Number(), POLLIN, 0},
+                                      {discovery_.Number(), POLLIN, 0}}};  // a negative number is passed over
+        while (true) {
+            if (::poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) {
+                FailActivation("clients cannot be awaited");
+            }
+            if (polled[0].revents != 0 && ReadSignals()) {
+                return false;
+            }
+            if (polled[1].revents != 0 || polled[2].revents != 0) {
+                return true;
+            }
+        }
+    }
+
+    /// False when a signal said to end.
+    bool Pause(int milliseconds) {
+        if (WaitForSignal(milliseconds)) {
+            ReadSignals();
+        }
+        return !ending_;  // the signal may have been read while the driver ran
+    }
+
+    /// True when there is a signal to read.
+    bool WaitForSignal(int milliseconds) {
+        pollfd polled{signals_.Number(), POLLIN, 0};
+        return ::poll(&polled, 1, milliseconds) > 0;
+    }
+
+    /// Takes the signals that came; true when one of them says to end.
+    bool ReadSignals() {
+        signalfd_siginfo info{};
+        while (::read(signals_.Number(), &info, sizeof(info)) == ssize_t{sizeof(info)}) {
+            ending_ = ending_ || info.ssi_signo != SIGCHLD;
+        }
+        return ending_;
+    }
+
+    /// Starts the driver and waits for its end; false when it failed soon after its start.
+    bool RunDriver() {
+        const std::optional<pid_t> driver = Start();
+        if (!driver) {
+            std::fprintf(stderr, "kestrane-activate: the driver cannot be started: %s\n", std::strerror(errno));
+            return false;
+        }
+        const bool endedSoon = WaitForEnd(*driver, kSoonMs);
+        if (!endedSoon) {
+            WaitForEnd(*driver, -1);
+        }
+        const bool good = WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
+        if (!good && !ending_) {
+            Report();
+        }
+        return good || !endedSoon;
+    }
+
+    void Report() const {
+        if (WIFSIGNALED(status_)) {
+            std::fprintf(stderr, "kestrane-activate: the driver was ended by signal %d\n", WTERMSIG(status_));
+        } else {
+            std::fprintf(stderr, "kestrane-activate: the driver ended with status %d\n", WEXITSTATUS(status_));
+        }
+    }
+
+    /// Nothing when the system has no room for another process just now; the client waits in the queue meanwhile.
+    std::optional<pid_t> Start() {
+        DriverEnvironment environment(discovery_.IsOpen());
+        const pid_t driver = ::fork();
+        if (driver < 0) {
+            return std::nullopt;
+        }
+        if (driver == 0) {
+            BecomeDriver(environment);
+        }
+        return driver;
+    }
+
+    [[noreturn]] void BecomeDriver(DriverEnvironment& environment) const {
+        environment.WritePid(::getpid());
+        // Out of the way first: the sockets may stand at each other's numbers.
+        const int http = ::fcntl(http_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2);
+        const int discovery =
+            discovery_.IsOpen() ? ::fcntl(discovery_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2) : -1;
+        ::dup2(http, kFirstDescriptor);
+        if (discovery >= 0) {
+            ::dup2(discovery, kFirstDescriptor + 1);
+        }
+        ::sigprocmask(SIG_SETMASK, &oldMask_, nullptr);
+        std::string path = driverPath_;
+        std::array<char*, 2> arguments{path.data(), nullptr};
+        ::execve(path.c_str(), arguments.data(), environment.pointers.data());
+        ::_exit(127);
+    }
+
+    /// Waits up to so many milliseconds (-1: without limit) for the driver's end; ends it when a signal says so.
+    bool WaitForEnd(pid_t driver, int milliseconds) {
+        while (true) {
+            if (::waitpid(driver, &status_, WNOHANG) == driver) {
+                return true;
+            }
+            if (!WaitForSignal(milliseconds)) {
+                return false;
+            }
+            if (ReadSignals()) {
+                End(driver);
+                return true;
+            }
+        }
+    }
+
+    void End(pid_t driver) {
+        ::kill(driver, SIGTERM);
+        while (::waitpid(driver, &status_, WNOHANG) == 0) {
+            if (!WaitForSignal(endingMs_)) {
+                ::kill(driver, SIGKILL);
+                ::waitpid(driver, &status_, 0);
+                return;
+            }
+            ReadSignals();
+        }
+    }
+
+    std::string driverPath_;
+    int endingMs_;
+    Descriptor http_;
+    Descriptor discovery_;
+    Descriptor signals_;
+    sigset_t oldMask_{};
+    int status_ = 0;
+    bool ending_ = false;
+};
+
+}  // namespace
+
+int RunActivation(const ActivationOptions& options) {
+    try {
+        if (::access(options.driverPath.c_str(), X_OK) != 0) {
+            FailActivation("there is no driver at " + options.driverPath);
+        }
+        Activation activation(options);
+        std::printf("Alpaca: http://%s/\n", AddressText(options.bindAddress, activation.Port()).c_str());
+        std::fflush(stdout);
+        activation.Run();
+        return 0;
+    } catch (const ActivationError& error) {
+        std::fprintf(stderr, "kestrane-activate: %s\n", error.what());
+        return 1;
+    }
+}
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+/// The sockets that the activator binds for its driver.
+namespace kestrane::alpaca {
+
+/// What keeps the activator from its work; the message is for its user.
+struct ActivationError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Raises `ActivationError` with the reason that the last system call gave.
+[[noreturn]] void FailActivation(const std::string& what);
+
+/// A descriptor of this process, closed at the end.
+class Descriptor {
+public:
+    explicit Descriptor(int number = -1) : number_(number) {}
+    ~Descriptor() { Close(); }
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        Close();
+        number_ = std::exchange(other.number_, -1);
+        return *this;
+    }
+    int Number() const { return number_; }
+    bool IsOpen() const { return number_ >= 0; }
+
+private:
+    void Close();
+
+    int number_;
+};
+
+/// "127.0.0.1:11111" or "[::1]:11111".
+std::string AddressText(const std::string& address, std::uint16_t port);
+
+/// A socket that listens at an IP address. Port 0 takes any free one. Raises `ActivationError` when it cannot.
+Descriptor BindHttp(const std::string& address, std::uint16_t port);
+
+/// A datagram socket on all addresses, since a socket on a loopback one never sees the broadcasts of clients on the
+/// same machine. Other servers on this machine may listen there too; where they do not share the port, this one does
+/// without. Not open for port 0, and not when it cannot be bound, which is said on standard error.
+Descriptor BindDiscovery(std::uint16_t port);
+
+std::uint16_t PortOf(const Descriptor& socket);
+
+}  // namespace kestrane::alpaca

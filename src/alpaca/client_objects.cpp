@@ -1,0 +1,255 @@
+#include "alpaca/client_objects.h"
+
+#include <algorithm>
+#include <cassert>
+#include <stdexcept>
+#include <vector>
+
+#include "alpaca/parameter_values.h"
+
+namespace kestrane::alpaca {
+namespace {
+
+constexpr double kLongestLeaseSeconds = 2'000'000;
+
+void LayOver(std::int32_t& milliseconds, const char* seconds) {
+    const std::optional<double> value = seconds == nullptr ? std::nullopt : ParseNumber(seconds);
+    if (value && *value >= 0 && *value <= kLongestLeaseSeconds) {
+        milliseconds = static_cast<std::int32_t>(*value * 1000);
+    }
+}
+
+}  // namespace
+
+LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds) {
+    LeaseTimes times;
+    LayOver(times.idle, idleSeconds);
+    LayOver(times.connected, connectedSeconds);
+    return times;
+}
+
+ClientObjects::ClientObjects(ClientObjectsNeeds needs)
+    : needs_(std::move(needs)),
+      lastActivity_(needs_.clock.GetTickCount()),
+      timer_(needs_.pump.CreateTimer([this] { OnTimer(); })) {
+    WakeForAll();
+}
+
+void ClientObjects::ConnectionOpened(http::ConnectionId id) {
+    open_.insert(id);
+}
+
+void ClientObjects::ConnectionClosed(http::ConnectionId id) {
+    open_.erase(id);
+    std::vector<ClientName> left;
+    for (auto& [name, client] : clients_) {
+        if (client.connections.erase(id) > 0) {
+            for (auto& [key, slot] : slots_) {
+                if (key.client == name) {
+                    slot.lastSign = needs_.clock.GetTickCount();
+                }
+            }
+            left.push_back(name);
+        }
+    }
+    for (const ClientName& name : left) {
+        ForgetClientWithoutUse(name);
+    }
+    WakeForAll();
+}
+
+void ClientObjects::NoteActivity() {
+    lastActivity_ = needs_.clock.GetTickCount();
+}
+
+bool ClientObjects::BeingCreated(const ClientKey& key) const {
+    const auto slot = slots_.find(key);
+    return slot != slots_.end() && slot->second.object == nullptr;
+}
+
+std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection,
+                                const std::function<std::string(ClientObject&)>& call) {
+    struct InUse {
+        ClientObjects& objects;
+        Slots::iterator slot;
+        InUse(ClientObjects& all, Slots::iterator used) : objects(all), slot(used) { ++slot->second.calls; }
+        InUse(const InUse&) = delete;
+        InUse& operator=(const InUse&) = delete;
+        ~InUse() {
+            --slot->second.calls;
+            slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
+            Tick end;
+            if (objects.LeaseEnd(slot->first, slot->second, end)) {
+                objects.WakeAt(end);
+            }
+        }
+    };
+    NoteActivity();
+    const InUse use{*this, FindOrCreate(key)};
+    ConnectionServes(key.client, connection);
+    return call(*use.slot->second.object);
+}
+
+ClientObjects::Slots::iterator ClientObjects::FindOrCreate(const ClientKey& key) {
+    assert(!BeingCreated(key));
+    const auto found = slots_.find(key);
+    if (found != slots_.end()) {
+        return found;
+    }
+    if (slots_.size() >= kMostObjects) {
+        throw std::runtime_error("too many clients");
+    }
+    const auto made = slots_.emplace(key, Slot{}).first;
+    try {
+        made->second.object = std::make_unique<ClientObject>(needs_.devices.Create(key.device));
+    } catch (...) {
+        slots_.erase(made);
+        throw;
+    }
+    return made;
+}
+
+void ClientObjects::ConnectionServes(const ClientName& name, http::ConnectionId connection) {
+    if (open_.contains(connection)) {
+        clients_[name].connections.insert(connection);
+    }
+}
+
+bool ClientObjects::HasObject(const ClientName& name) const {
+    return slots_.contains({name, DeviceKind::Telescope}) || slots_.contains({name, DeviceKind::Focuser});
+}
+
+void ClientObjects::ForgetClientWithoutUse(const ClientName& name) {
+    const auto client = clients_.find(name);
+    if (client == clients_.end() || HasObject(name)) {
+        return;
+    }
+    // A connection that goes through ClientIDs without end must not fill the table.
+    if (client->second.connections.empty() || clients_.size() > kMostObjects) {
+        clients_.erase(client);
+    }
+}
+
+bool ClientObjects::LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) const {
+    if (slot.object == nullptr || slot.calls > 0) {
+        return false;
+    }
+    if (!slot.object->IsConnected()) {
+        end = slot.lastUse + needs_.leases.idle;
+        return true;
+    }
+    const auto client = clients_.find(key.client);
+    if (client != clients_.end() && !client->second.connections.empty()) {
+        return false;
+    }
+    end = slot.lastSign + needs_.leases.connected;
+    return true;
+}
+
+bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
+    Tick end;
+    return LeaseEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0;
+}
+
+/// Whether what is left, at most one object, has no reason to live any longer.
+bool ClientObjects::EverythingIsOver() const {
+    if (slots_.size() == 1) {
+        return LeaseIsOver(slots_.begin()->first, slots_.begin()->second);
+    }
+    return slots_.empty() && needs_.clock.GetTickCount() - (lastActivity_ + needs_.leases.idle) >= 0;
+}
+
+void ClientObjects::WakeAt(Tick end) {
+    if (timerRuns_ && timerEnd_ - end <= 0) {
+        return;
+    }
+    timerRuns_ = true;
+    timerEnd_ = end;
+    timer_->SetEnabled(false);
+    timer_->SetInterval(std::max<std::int32_t>(1, end - needs_.clock.GetTickCount()));
+    timer_->SetEnabled(true);
+}
+
+void ClientObjects::WakeForAll() {
+    if (slots_.empty()) {
+        WakeAt(lastActivity_ + needs_.leases.idle);
+    }
+    for (const auto& [key, slot] : slots_) {
+        Tick end;
+        if (LeaseEnd(key, slot, end)) {
+            WakeAt(end);
+        }
+    }
+}
+
+void ClientObjects::OnTimer() {
+    timer_->SetEnabled(false);
+    timerRuns_ = false;
+    if (releasePosted_ || gateAsked_) {
+        return;
+    }
+    releasePosted_ = true;
+    // A release writes `Connected`, which may wait: it must not start inside a brief call.
+    needs_.pump.Post(CallKind::WaitsLong, [this] { ReleaseWhatIsOver(); });
+}
+
+void ClientObjects::ReleaseWhatIsOver() {
+    releasePosted_ = false;
+    std::vector<ClientKey> keys;
+    for (const auto& [key, slot] : slots_) {
+        keys.push_back(key);
+    }
+    for (const ClientKey& key : keys) {
+        // A release may pump, so each look is a fresh one.
+        const auto slot = slots_.find(key);
+        if (slots_.size() > 1 && slot != slots_.end() && LeaseIsOver(key, slot->second)) {
+            Release(slot);
+        }
+    }
+    if (EverythingIsOver()) {
+        ShutGate();
+    } else {
+        WakeForAll();
+    }
+}
+
+void ClientObjects::Release(Slots::iterator slot) {
+    const ClientName name = slot->first.client;
+    const std::unique_ptr<ClientObject> object = std::move(slot->second.object);
+    // Out of the table first: a request that comes in during the release gets an object of its own.
+    slots_.erase(slot);
+    ForgetClientWithoutUse(name);
+    object->Disconnect();
+}
+
+void ClientObjects::ShutGate() {
+    if (gateAsked_) {
+        return;
+    }
+    gateAsked_ = true;
+    needs_.gate.close([this](bool closed) { OnGate(closed); });
+}
+
+void ClientObjects::OnGate(bool closed) {
+    if (closed) {
+        needs_.pump.Post(CallKind::WaitsLong, [this] { FinishProcess(); });
+        return;
+    }
+    gateAsked_ = false;
+    WakeAt(needs_.clock.GetTickCount() + kGateRetry);
+}
+
+void ClientObjects::FinishProcess() {
+    if (!EverythingIsOver()) {
+        gateAsked_ = false;
+        needs_.gate.open();
+        WakeForAll();
+        return;
+    }
+    if (!slots_.empty()) {
+        Release(slots_.begin());
+    }
+    needs_.endProcess();
+}
+
+}  // namespace kestrane::alpaca

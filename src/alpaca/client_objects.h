@@ -1,0 +1,129 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "alpaca/client_object.h"
+#include "alpaca/device_kind.h"
+#include "http/request.h"
+#include "platform/clock.h"
+#include "platform/message_pump.h"
+
+namespace kestrane::alpaca {
+
+/// Who a client is: programs at one address may share a ClientID, and then share the object.
+struct ClientName {
+    std::string address;  ///< remote IP address
+    std::uint32_t clientId = 0;
+
+    auto operator<=>(const ClientName&) const = default;
+};
+
+struct ClientKey {
+    ClientName client;
+    DeviceKind device = DeviceKind::Telescope;
+
+    auto operator<=>(const ClientKey&) const = default;
+};
+
+/// How long an object lives on without its client, in milliseconds (up to 24 days).
+struct LeaseTimes {
+    std::int32_t idle = 10'000;          ///< not connected: after its last request
+    std::int32_t connected = 3'600'000;  ///< connected: after the last TCP connection of its client closed
+};
+
+/// The lease times with KESTRANE_LEASE_IDLE_S and KESTRANE_LEASE_CONNECTED_S laid over them: seconds, fractions
+/// allowed, 0 to 2000000; other texts (and null) leave the default.
+LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds);
+
+/// The door through which requests come, as the leases need it. `close` shuts it if nothing is under way (no request
+/// in work, none half read, none waiting to be read) and says on the logic thread whether it did; a shut door leaves
+/// new clients waiting outside, in the listening socket, for the next process.
+struct RequestGate {
+    std::function<void(std::function<void(bool closed)> done)> close;
+    std::function<void()> open;
+};
+
+struct ClientObjectsNeeds {
+    MessagePump& pump;
+    Clock& clock;
+    DeviceFactory& devices;
+    RequestGate gate;
+    std::function<void()> endProcess;
+    LeaseTimes leases;
+};
+
+/// The objects of all clients: made by a client's first device request, released when its lease is over. The release
+/// that leaves none ends the process, and so does a lease without any object; both only behind a shut gate, so that
+/// no request is lost. Logic thread only; outlives every call that was posted for it.
+class ClientObjects {
+public:
+    /// More objects than any set of real clients needs; a further client is refused by `std::runtime_error`.
+    static constexpr std::size_t kMostObjects = 1000;
+    /// Pause before the next try when the gate could not be shut, in milliseconds.
+    static constexpr std::int32_t kGateRetry = 200;
+
+    explicit ClientObjects(ClientObjectsNeeds needs);
+
+    void ConnectionOpened(http::ConnectionId id);
+    void ConnectionClosed(http::ConnectionId id);
+    /// The connection carried a request of the client; nothing happens when it has closed since.
+    void ConnectionServes(const ClientName& name, http::ConnectionId connection);
+    /// A request that needs no object: it only keeps a process without objects alive.
+    void NoteActivity();
+
+    /// Whether the object is being made right now, further up on the stack: its call has to wait.
+    bool BeingCreated(const ClientKey& key) const;
+    /// Runs a call on the client's object, making it first if there is none. The object lives until the call is over.
+    std::string Call(const ClientKey& key, http::ConnectionId connection,
+                     const std::function<std::string(ClientObject&)>& call);
+
+    std::size_t Count() const { return slots_.size(); }
+
+private:
+    struct Slot {
+        std::unique_ptr<ClientObject> object;  ///< null while being created
+        int calls = 0;                         ///< calls on the stack
+        Tick lastUse;                          ///< end of the last call
+        Tick lastSign;                         ///< the same, or the last closing of a connection of its client
+    };
+    struct Client {
+        std::set<http::ConnectionId> connections;  ///< open ones that carried a request of the client
+    };
+    using Slots = std::map<ClientKey, Slot>;
+
+    Slots::iterator FindOrCreate(const ClientKey& key);
+    void ForgetClientWithoutUse(const ClientName& name);
+    bool HasObject(const ClientName& name) const;
+
+    /// When the object's lease is over; false while it has no end.
+    bool LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) const;
+    bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
+    bool EverythingIsOver() const;
+    void WakeAt(Tick end);
+    void WakeForAll();
+    void OnTimer();
+    void ReleaseWhatIsOver();
+    void Release(Slots::iterator slot);
+    void ShutGate();
+    void OnGate(bool closed);
+    void FinishProcess();
+
+    ClientObjectsNeeds needs_;
+    Slots slots_;
+    std::map<ClientName, Client> clients_;
+    std::set<http::ConnectionId> open_;
+    Tick lastActivity_;
+    std::unique_ptr<PumpTimer> timer_;
+    bool timerRuns_ = false;
+    Tick timerEnd_;
+    bool releasePosted_ = false;
+    bool gateAsked_ = false;
+};
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,60 @@
+#include "alpaca/common_routes.h"
+#include "alpaca/routes.h"
+#include "alpaca/served_devices.h"
+
+namespace kestrane::alpaca {
+namespace {
+
+template <typename Value, Value (Focuser::*Member)()>
+constexpr Handler kRead = ReadProperty<ServedFocuser, Member>;
+
+constexpr Handler kNotBuilt = nullptr;
+
+constexpr Verb Get = Verb::Get;
+constexpr Verb Put = Verb::Put;
+constexpr CallKind Brief = CallKind::Brief;
+constexpr CallKind Long = CallKind::WaitsLong;
+constexpr ValueType Bool = ValueType::Boolean;
+constexpr ValueType Int = ValueType::Integer;
+constexpr ValueType Text = ValueType::Text;
+
+const std::vector<Parameter> kNone;
+const std::vector<Parameter> kCommand{{"Command", Text}, {"Raw", Bool}};
+
+}  // namespace
+
+// clang-format off
+std::vector<Route> FocuserRoutes() {
+    using F = Focuser;
+    return {
+        {"Action",            Put, Brief, {{"Action", Text}, {"Parameters", Text}}, RefuseAction},
+        {"CommandBlind",      Put, Long,  kCommand,                                 kNotBuilt},
+        {"CommandBool",       Put, Long,  kCommand,                                 kNotBuilt},
+        {"CommandString",     Put, Long,  kCommand,                                 kNotBuilt},
+        {"Connected",         Get, Brief, kNone,                                    ReadConnected},
+        {"Connected",         Put, Long,  {{"Connected", Bool}},                    WriteConnected},
+        {"Description",       Get, Brief, kNone,                                    kRead<std::string, &F::Description>},
+        {"DriverInfo",        Get, Brief, kNone,                                    kRead<std::string, &F::DriverInfo>},
+        {"DriverVersion",     Get, Brief, kNone,                                    kRead<std::string, &F::DriverVersion>},
+        {"InterfaceVersion",  Get, Brief, kNone,                                    kRead<int, &F::InterfaceVersion>},
+        {"Name",              Get, Brief, kNone,                                    kRead<std::string, &F::Name>},
+        {"SupportedActions",  Get, Brief, kNone,                                    ReadSupportedActions},
+
+        {"Absolute",          Get, Brief, kNone,                                    kRead<bool, &F::Absolute>},
+        {"IsMoving",          Get, Brief, kNone,                                    kRead<bool, &F::IsMoving>},
+        {"MaxIncrement",      Get, Brief, kNone,                                    kRead<std::int32_t, &F::MaxIncrement>},
+        {"MaxStep",           Get, Brief, kNone,                                    kRead<std::int32_t, &F::MaxStep>},
+        {"Position",          Get, Brief, kNone,                                    kNotBuilt},
+        {"StepSize",          Get, Brief, kNone,                                    kNotBuilt},
+        {"TempComp",          Get, Brief, kNone,                                    kRead<bool, &F::TempComp>},
+        {"TempComp",          Put, Brief, {{"TempComp", Bool}},                     kNotBuilt},
+        {"TempCompAvailable", Get, Brief, kNone,                                    kRead<bool, &F::TempCompAvailable>},
+        {"Temperature",       Get, Brief, kNone,                                    kNotBuilt},
+
+        {"Halt",              Put, Brief, kNone,                                    kNotBuilt},
+        {"Move",              Put, Brief, {{"Position", Int}},                      kNotBuilt},
+    };
+}
+// clang-format on
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace kestrane::alpaca {
+
+/// The sockets to serve, already bound (and listening, for HTTP); the server takes them over.
+struct ServerSockets {
+    std::vector<int> http;
+    std::vector<int> discovery;
+};
+
+/// Reads an environment variable; null when it is not set.
+using ReadEnvironment = std::function<const char*(const char* name)>;
+
+/// The sockets handed over by the socket-activation protocol: LISTEN_PID names this process, LISTEN_FDS counts the
+/// sockets from descriptor 3 up, and LISTEN_FDNAMES ("alpaca:discovery") says what each is for. Nothing when the
+/// process was started without a listening "alpaca" socket, that is by no client's request. Sockets of other names or
+/// of the wrong kind are left alone; those taken are closed in programs started later.
+std::optional<ServerSockets> TakeInheritedSockets(const ReadEnvironment& environment, int processId);
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,122 @@
+#include "alpaca/object_server.h"
+
+#include <future>
+
+#include "alpaca/discovery.h"
+#include "alpaca/request_handler.h"
+#include "http/io_thread.h"
+#include "http/server.h"
+
+namespace kestrane::alpaca {
+
+class ObjectServer::Inside {
+public:
+    Inside(ObjectServerNeeds needs, const ServerSockets& sockets);
+    ~Inside();
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+    std::size_t ObjectCount() const { return objects_.Count(); }
+    std::size_t ConnectionCount();
+
+private:
+    ClientObjectsNeeds ObjectNeeds();
+    RequestHandlerNeeds HandlerNeeds();
+    http::ServerNeeds HttpNeeds();
+    void AddSockets(const ServerSockets& sockets);
+
+    ObjectServerNeeds needs_;
+    http::IoThread io_;
+    ClientObjects objects_;
+    Management management_;
+    RequestHandler handler_;
+    http::Server http_;
+    std::vector<std::unique_ptr<Discovery>> discovery_;
+};
+
+ObjectServer::Inside::Inside(ObjectServerNeeds needs, const ServerSockets& sockets)
+    : needs_(std::move(needs)),
+      objects_(ObjectNeeds()),
+      management_(needs_.identity, needs_.deviceIdFile),
+      handler_(HandlerNeeds()),
+      http_(io_.Context(), HttpNeeds()) {
+    AddSockets(sockets);
+    http_.Start();
+    for (const auto& discovery : discovery_) {
+        discovery->Start();
+    }
+    io_.Start();
+}
+
+ObjectServer::Inside::~Inside() {
+    io_.Stop([this] {
+        http_.Stop();
+        for (const auto& discovery : discovery_) {
+            discovery->Stop();
+        }
+    });
+}
+
+void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
+    for (const int socket : sockets.http) {
+        http_.AddListener(socket);
+    }
+    for (const int socket : sockets.discovery) {
+        discovery_.push_back(std::make_unique<Discovery>(io_.Context(), socket, http_.BoundTo(), [this] {
+            needs_.pump.Post(CallKind::Brief, [this] { objects_.NoteActivity(); });
+        }));
+    }
+}
+
+/// The gate is asked on the logic thread, decides on the I/O thread, and answers on the logic thread again.
+ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
+    RequestGate gate;
+    gate.close = [this](std::function<void(bool)> done) {
+        io_.Post([this, done = std::move(done)] {
+            http_.CloseGate(
+                [this, done](bool closed) { needs_.pump.Post(CallKind::Brief, [done, closed] { done(closed); }); });
+        });
+    };
+    gate.open = [this] { io_.Post([this] { http_.OpenGate(); }); };
+    return {needs_.pump, needs_.clock, needs_.devices, std::move(gate), needs_.endProcess, needs_.leases};
+}
+
+RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
+    return {needs_.routes,
+            objects_,
+            needs_.pump,
+            management_,
+            [this](std::function<void()> function) { io_.Post(std::move(function)); },
+            [this](http::ConnectionId id) { return http_.ConnectionIsGone(id); }};
+}
+
+http::ServerNeeds ObjectServer::Inside::HttpNeeds() {
+    const http::RequestFunction handle = [this](const http::Request& request, const http::AnswerFunction& answer) {
+        handler_.Handle(request, answer);
+    };
+    return {.limits = needs_.limits,
+            .branches = {{"", http::Guard::Changes, handle}, {"/setup", http::Guard::Everything, handle}},
+            .machineNames = http::MachineNames(),
+            .closed = [this](http::ConnectionId id) { handler_.ConnectionClosed(id); }};
+}
+
+std::size_t ObjectServer::Inside::ConnectionCount() {
+    std::promise<std::size_t> count;
+    io_.Post([this, &count] { count.set_value(http_.ConnectionCount()); });
+    return count.get_future().get();
+}
+
+ObjectServer::ObjectServer(ObjectServerNeeds needs, const ServerSockets& sockets)
+    : inside_(std::make_unique<Inside>(std::move(needs), sockets)) {}
+
+ObjectServer::~ObjectServer() = default;
+
+std::size_t ObjectServer::ObjectCount() const {
+    return inside_->ObjectCount();
+}
+
+std::size_t ObjectServer::ConnectionCount() const {
+    return inside_->ConnectionCount();
+}
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include "alpaca/client_objects.h"
+#include "alpaca/inherited_sockets.h"
+#include "alpaca/management.h"
+#include "alpaca/routes.h"
+#include "http/limits.h"
+
+namespace kestrane::alpaca {
+
+struct ObjectServerNeeds {
+    MessagePump& pump;
+    Clock& clock;
+    DeviceFactory& devices;
+    const RouteTable& routes;
+    std::function<void()> endProcess;  ///< on the logic thread, behind the shut gate
+    ServerIdentity identity;
+    std::filesystem::path deviceIdFile;
+    LeaseTimes leases;
+    http::Limits limits;
+};
+
+/// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread
+/// through the pump. Made and destroyed on the logic thread, outside every posted call; raises
+/// `std::system_error` for sockets that cannot be served. Destroying it closes all connections at once and releases
+/// what client objects are left.
+class ObjectServer {
+public:
+    ObjectServer(ObjectServerNeeds needs, const ServerSockets& sockets);
+    ~ObjectServer();
+    ObjectServer(const ObjectServer&) = delete;
+    ObjectServer& operator=(const ObjectServer&) = delete;
+
+    /// Client objects now alive.
+    std::size_t ObjectCount() const;
+    /// Open connections; asks the I/O thread and waits for it.
+    std::size_t ConnectionCount() const;
+
+private:
+    class Inside;
+    std::unique_ptr<Inside> inside_;
+};
+
+}  // namespace kestrane::alpaca

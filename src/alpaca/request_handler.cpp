@@ -1,0 +1,142 @@
+#include "alpaca/request_handler.h"
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+
+#include "alpaca/parameter_values.h"
+#include "http/request_parameters.h"
+#include "kernel/base/errors.h"
+
+namespace kestrane::alpaca {
+
+void RequestHandler::Handle(const http::Request& request, const http::AnswerFunction& answer) {
+    if (IsDevicePath(request.path)) {
+        HandleDevice(request, answer);
+    } else if (request.verb == http::Verb::Get) {
+        HandleManagement(request, answer);
+    } else {
+        answer(http::RefusalAnswer(400, "There is no such path."));
+    }
+}
+
+std::uint32_t RequestHandler::NextTransaction() {
+    lastServerTransaction_ = lastServerTransaction_ == UINT32_MAX ? 1 : lastServerTransaction_ + 1;
+    return lastServerTransaction_;
+}
+
+void RequestHandler::HandleManagement(const http::Request& request, const http::AnswerFunction& answer) {
+    TellObjects([](ClientObjects& objects) { objects.NoteActivity(); });
+    if (const std::optional<std::string> page = needs_.management.PageOf(request.path)) {
+        answer(http::PageAnswer(*page));
+        return;
+    }
+    const std::optional<std::string> value = needs_.management.ValueOf(request.path);
+    const std::optional<http::RequestParameters> parameters = http::RequestParameters::Parse(request.query);
+    if (!value) {
+        answer(http::RefusalAnswer(400, "There is no such path."));
+    } else if (!parameters) {
+        answer(http::RefusalAnswer(400, "There are too many parameters."));
+    } else {
+        const std::uint32_t transaction = ParseId(parameters->Find("ClientTransactionID", http::NameMatch::AnyCase));
+        answer(ValueAnswer({transaction, NextTransaction()}, *value));
+    }
+}
+
+void RequestHandler::HandleDevice(const http::Request& request, const http::AnswerFunction& answer) {
+    try {
+        DeviceRequest device = ReadDeviceRequest(request, needs_.routes);
+        if (!JoinRunningPut(device, request.connection, answer)) {
+            StartCall(std::move(device), request.connection, answer);
+        }
+    } catch (const RequestRefused& refused) {
+        answer(http::RefusalAnswer(400, refused.what()));
+    }
+}
+
+bool RequestHandler::JoinRunningPut(const DeviceRequest& request, http::ConnectionId connection,
+                                    const http::AnswerFunction& answer) {
+    const auto running = std::ranges::find_if(underWay_, [&](const auto& entry) {
+        const CallUnderWay& call = entry.second;
+        return !request.putIdentity.empty() && call.putIdentity == request.putIdentity &&
+               needs_.connectionIsGone(call.connection);
+    });
+    if (running == underWay_.end()) {
+        return false;
+    }
+    running->second.connection = connection;
+    running->second.answers.push_back(answer);
+    AnnounceConnection(connection);
+    TellObjects([client = request.key.client, connection](ClientObjects& objects) {
+        objects.ConnectionServes(client, connection);
+    });
+    return true;
+}
+
+void RequestHandler::AnnounceConnection(http::ConnectionId connection) {
+    if (clientConnections_.insert(connection).second) {
+        TellObjects([connection](ClientObjects& objects) { objects.ConnectionOpened(connection); });
+    }
+}
+
+void RequestHandler::ConnectionClosed(http::ConnectionId connection) {
+    if (clientConnections_.erase(connection) > 0) {
+        TellObjects([connection](ClientObjects& objects) { objects.ConnectionClosed(connection); });
+    }
+}
+
+void RequestHandler::TellObjects(std::function<void(ClientObjects&)> message) {
+    needs_.pump.Post(CallKind::Brief, [&objects = needs_.objects, message = std::move(message)] { message(objects); });
+}
+
+void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connection,
+                               const http::AnswerFunction& answer) {
+    AnnounceConnection(connection);
+    const TransactionIds ids{request.clientTransaction, NextTransaction()};
+    underWay_.insert_or_assign(ids.server, CallUnderWay{request.putIdentity, connection, {answer}});
+    PostCall(std::make_shared<const DeviceCall>(DeviceCall{std::move(request), ids, connection}));
+}
+
+/// On the I/O thread, and on the logic thread for a call that has to wait for its object.
+void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
+    const CallKind kind = call->request.route->kind;
+    needs_.pump.Post(kind, [this, call = std::move(call)] {
+        if (needs_.objects.BeingCreated(call->request.key)) {
+            PostCall(call);
+            return;
+        }
+        http::Answer answer = RunCall(*call);
+        answer.keepsConnection = true;  // its client may be silent for hours
+        needs_.postToIo(
+            [this, transaction = call->ids.server, answer = std::move(answer)] { FinishCall(transaction, answer); });
+    });
+}
+
+void RequestHandler::FinishCall(std::uint32_t serverTransaction, const http::Answer& answer) {
+    const auto call = underWay_.extract(serverTransaction);
+    for (const http::AnswerFunction& waiting : call.mapped().answers) {
+        waiting(answer);
+    }
+}
+
+/// On the logic thread.
+http::Answer RequestHandler::RunCall(const DeviceCall& call) {
+    const Route& route = *call.request.route;
+    try {
+        return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, [&](ClientObject& object) {
+            if (route.handler == nullptr) {
+                throw DriverError(ErrorNumber::NotImplemented,
+                                  std::string(route.name) + " is not implemented in this driver.");
+            }
+            return route.handler(object, call.request.arguments);
+        }));
+    } catch (const DriverError& error) {
+        return ErrorAnswer(call.ids, AlpacaErrorNumber(error.Number()), error.Message());
+    } catch (const std::exception& error) {
+        return http::RefusalAnswer(500, std::string("The driver failed: ") + error.what());
+    } catch (...) {
+        return http::RefusalAnswer(500, "The driver failed.");
+    }
+}
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "alpaca/client_objects.h"
+#include "alpaca/device_request.h"
+#include "alpaca/management.h"
+#include "alpaca/responses.h"
+#include "alpaca/routes.h"
+#include "http/request.h"
+#include "platform/message_pump.h"
+
+namespace kestrane::alpaca {
+
+struct RequestHandlerNeeds {
+    const RouteTable& routes;
+    ClientObjects& objects;  ///< reached by posted calls only
+    MessagePump& pump;
+    Management& management;
+    /// Runs a function on the I/O thread; called on the logic thread.
+    std::function<void(std::function<void()>)> postToIo;
+    /// Whether the connection is closed, or closed by its client.
+    std::function<bool(http::ConnectionId)> connectionIsGone;
+};
+
+/// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the
+/// logic thread. I/O thread only; outlives every call it posted.
+class RequestHandler {
+public:
+    explicit RequestHandler(RequestHandlerNeeds needs) : needs_(std::move(needs)) {}
+
+    void Handle(const http::Request& request, const http::AnswerFunction& answer);
+    /// To be called when a connection has closed.
+    void ConnectionClosed(http::ConnectionId connection);
+
+private:
+    /// A device request on its way to the logic thread.
+    struct DeviceCall {
+        DeviceRequest request;
+        TransactionIds ids;
+        http::ConnectionId connection = 0;
+    };
+    /// A call that is not answered yet. What waits for it stays here, on the I/O thread; the posted call itself
+    /// carries values only.
+    struct CallUnderWay {
+        std::string putIdentity;
+        http::ConnectionId connection = 0;  ///< the one that waits for the answer
+        std::vector<http::AnswerFunction> answers;
+    };
+
+    void HandleManagement(const http::Request& request, const http::AnswerFunction& answer);
+    void HandleDevice(const http::Request& request, const http::AnswerFunction& answer);
+    /// Lets a repeated PUT wait for the answer of the running one whose client has gone; false when there is none.
+    bool JoinRunningPut(const DeviceRequest& request, http::ConnectionId connection,
+                        const http::AnswerFunction& answer);
+    void StartCall(DeviceRequest request, http::ConnectionId connection, const http::AnswerFunction& answer);
+    void PostCall(std::shared_ptr<const DeviceCall> call);
+    void FinishCall(std::uint32_t serverTransaction, const http::Answer& answer);
+    http::Answer RunCall(const DeviceCall& call);
+    void AnnounceConnection(http::ConnectionId connection);
+    void TellObjects(std::function<void(ClientObjects&)> message);
+    /// The next server transaction number.
+    std::uint32_t NextTransaction();
+
+    RequestHandlerNeeds needs_;
+    std::uint32_t lastServerTransaction_ = 0;
+    std::set<http::ConnectionId> clientConnections_;  ///< open ones that carried a device request
+    std::map<std::uint32_t, CallUnderWay> underWay_;  ///< by server transaction
+};
+
+}  // namespace kestrane::alpaca

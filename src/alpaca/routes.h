@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "alpaca/device_kind.h"
+#include "http/request.h"
+#include "platform/clock.h"
+#include "platform/message_pump.h"
+
+/// The members that clients can reach over HTTP, one row each.
+namespace kestrane::alpaca {
+
+using http::Verb;
+
+class ClientObject;
+
+/// What a parameter's text must be before the driver is asked at all.
+enum class ValueType { Boolean, Integer, Number, Text, UtcDate };
+
+struct Parameter {
+    std::string_view name;
+    ValueType type = ValueType::Text;
+};
+
+using Argument = std::variant<bool, std::int32_t, double, std::string, DateTime>;
+
+/// The converted parameters of a call, in the order of the route's row. Asking for another type than the row's is a
+/// mistake in the table.
+class Arguments {
+public:
+    Arguments() = default;
+    explicit Arguments(std::vector<Argument> values) : values_(std::move(values)) {}
+
+    bool Boolean(std::size_t index) const { return std::get<bool>(values_.at(index)); }
+    std::int32_t Integer(std::size_t index) const { return std::get<std::int32_t>(values_.at(index)); }
+    double Number(std::size_t index) const { return std::get<double>(values_.at(index)); }
+    const std::string& Text(std::size_t index) const { return std::get<std::string>(values_.at(index)); }
+    const DateTime& UtcDate(std::size_t index) const { return std::get<DateTime>(values_.at(index)); }
+
+private:
+    std::vector<Argument> values_;
+};
+
+/// Runs a member on the logic thread and gives its value as JSON, empty when it has none. Raises what the member
+/// raises.
+using Handler = std::string (*)(ClientObject& object, const Arguments& arguments);
+
+struct Route {
+    std::string_view name;  ///< as clients know it ("SlewToCoordinates"); lowered in the path
+    Verb verb = Verb::Get;
+    CallKind kind = CallKind::Brief;
+    std::vector<Parameter> parameters;
+    Handler handler = nullptr;  ///< null: the member is not implemented and says so
+};
+
+/// All routes of the devices, for look-up by path.
+class RouteTable {
+public:
+    RouteTable(std::vector<Route> telescope, std::vector<Route> focuser);
+    RouteTable(const RouteTable&) = delete;
+    RouteTable& operator=(const RouteTable&) = delete;
+
+    /// `member` as it stands in the path, which is lower case only; null when there is none of that verb.
+    const Route* Find(DeviceKind device, Verb verb, std::string_view member) const;
+    const std::vector<Route>& Routes(DeviceKind device) const {
+        return device == DeviceKind::Telescope ? telescope_ : focuser_;
+    }
+
+private:
+    void Index(DeviceKind device, const std::vector<Route>& routes);
+
+    std::vector<Route> telescope_;
+    std::vector<Route> focuser_;
+    std::map<std::string, const Route*, std::less<>> byPath_;
+};
+
+/// The telescope's and the focuser's rows, for objects that are `ServedTelescope` and `ServedFocuser`.
+std::vector<Route> TelescopeRoutes();
+std::vector<Route> FocuserRoutes();
+
+}  // namespace kestrane::alpaca

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// What is sent back over HTTP. Pure functions.
+namespace kestrane::http {
+
+/// A complete answer: status (200, 400, 403 or 500), kind of content, content.
+struct Answer {
+    int status = 200;
+    std::string_view contentType;  ///< of static storage
+    std::string body;
+    /// From this answer on the connection stays, however long it is silent: a client depends on it. Others may be
+    /// closed for idling, or to make room.
+    bool keepsConnection = false;
+};
+
+/// A request that is refused, or that broke: one line of plain text; what is not printable ASCII becomes "?".
+Answer RefusalAnswer(int status, std::string_view line);
+Answer PageAnswer(std::string html);
+
+/// How the connection goes on after the answer, and what of the answer the request's form allows.
+struct AnswerForm {
+    bool keepAlive = true;
+    bool oldProtocol = false;  ///< HTTP/1.0
+    bool headOnly = false;     ///< the answer to HEAD has no body
+};
+
+/// Status line, headers and body in one text.
+std::string HttpText(const Answer& answer, const AnswerForm& form);
+
+}  // namespace kestrane::http

@@ -1,0 +1,64 @@
+#include "http/branches.h"
+
+#include <optional>
+#include <utility>
+
+#include "http/request_parameters.h"
+
+namespace kestrane::http {
+namespace {
+
+std::optional<Verb> VerbOf(const std::string& method) {
+    if (method == "GET") {
+        return Verb::Get;
+    }
+    return method == "PUT" ? std::optional(Verb::Put) : std::nullopt;
+}
+
+bool Takes(const Branch& branch, std::string_view path) {
+    return path.starts_with(branch.path) &&
+           (branch.path.empty() || path.size() == branch.path.size() || path[branch.path.size()] == '/');
+}
+
+const Branch* BranchOf(const std::vector<Branch>& branches, std::string_view path) {
+    const Branch* longest = nullptr;
+    for (const Branch& branch : branches) {
+        if (Takes(branch, path) && (longest == nullptr || branch.path.size() > longest->path.size())) {
+            longest = &branch;
+        }
+    }
+    return longest;
+}
+
+bool IsKeptOut(const Branch* branch, Verb verb, const OwnHosts& own, const ReceivedRequest& received) {
+    const bool guarded = verb == Verb::Put || branch == nullptr || branch->guard == Guard::Everything;
+    return guarded && !(IsOwnHost(received.host, own) && IsOwnOrigin(received.origin, own));
+}
+
+}  // namespace
+
+void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, ReceivedRequest received,
+              const AnswerFunction& answer) {
+    const std::optional<Verb> verb = VerbOf(received.method);
+    if (!verb) {
+        answer(RefusalAnswer(400, "Only GET and PUT are understood."));
+        return;
+    }
+    const RequestTarget target = SplitTarget(received.target);
+    const Branch* branch = BranchOf(branches, target.path);
+    if (IsKeptOut(branch, *verb, own, received)) {
+        answer(RefusalAnswer(403, "The request names a host or an origin that is not this machine."));
+    } else if (branch == nullptr) {
+        answer(RefusalAnswer(400, "There is no such path."));
+    } else {
+        branch->handle({.verb = *verb,
+                        .path = std::string(target.path),
+                        .query = std::string(target.query),
+                        .body = std::move(received.body),
+                        .remoteAddress = std::move(received.remoteAddress),
+                        .connection = received.connection},
+                       answer);
+    }
+}
+
+}  // namespace kestrane::http

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "http/own_hosts.h"
+#include "http/request.h"
+
+/// Who answers which paths of the server.
+namespace kestrane::http {
+
+/// Which requests must be meant for this machine by their `Host` and `Origin`; others are refused with status 403.
+enum class Guard {
+    Everything,  ///< for pages that a browser shows
+    Changes,     ///< PUT only: programs read under whatever name they know the machine by
+};
+
+/// A path and all paths below it, with whoever answers them.
+struct Branch {
+    std::string path;  ///< "/setup" takes "/setup" and "/setup/...", not "/setups"; "" takes every path
+    Guard guard = Guard::Everything;
+    RequestFunction handle;
+};
+
+/// A complete request as it came over a connection.
+struct ReceivedRequest {
+    std::string method;
+    std::string target;
+    std::string host;    ///< `Host` header, empty when there is none
+    std::string origin;  ///< `Origin` header, empty when there is none
+    std::string body;
+    std::string remoteAddress;
+    ConnectionId connection = 0;
+};
+
+/// Hands a request to the branch with the longest path that takes it. Answers by itself, with a refusal, what is
+/// neither GET nor PUT, what the branch's guard keeps out, and what no branch takes. I/O thread only.
+void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, ReceivedRequest received,
+              const AnswerFunction& answer);
+
+}  // namespace kestrane::http

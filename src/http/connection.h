@@ -1,0 +1,80 @@
+#pragma once
+
+#include <array>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "http/branches.h"
+#include "http/limits.h"
+
+namespace kestrane::http {
+
+/// What a connection needs of its server.
+struct ConnectionNeeds {
+    const Limits& limits;
+    const std::vector<Branch>& branches;
+    OwnHosts own;  ///< but for the local address, which the connection itself knows
+    std::function<void(ConnectionId)> closed;
+};
+
+/// One client connection: reads a request, has it answered, writes the answer, and so on until one side closes.
+/// Requests that come pipelined are answered one after the other. I/O thread only.
+class Connection : public std::enable_shared_from_this<Connection> {
+public:
+    Connection(ConnectionId id, boost::asio::ip::tcp::socket socket, ConnectionNeeds needs);
+
+    void Start();
+    void Close();
+    /// One step of the time limits.
+    void Step();
+
+    /// Waiting for a request of which no byte has come, and not new, or already given up: may be closed without a loss.
+    /// Never while an answer is due, also to a client that has gone.
+    bool IsQuiet();
+    /// Quiet, and no answer has asked to keep it: may make room for another.
+    bool MayBeEvicted();
+    /// Closed, or closed by the client, though an answer may still be due to it.
+    bool IsGone();
+
+private:
+    enum class Phase { Idle, Reading, Working, Writing, Draining, Closed };
+
+    void Enter(Phase phase, int steps);
+    void WaitForRequest();
+    void ReadRequest();
+    void OnHeader(const boost::system::error_code& error);
+    void ReadBody();
+    void OnRequest(const boost::system::error_code& error);
+    void OnReadError(const boost::system::error_code& error);
+    ReceivedRequest TakeRequest();
+    void Write(const Answer& answer, const AnswerForm& form);
+    void Drain();
+    void DropInput();
+
+    using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
+
+    ConnectionId id_;
+    boost::asio::ip::tcp::socket socket_;
+    ConnectionNeeds needs_;
+    std::string remoteAddress_;
+    boost::beast::flat_buffer buffer_;
+    std::optional<Parser> parser_;
+    std::string output_;
+    std::array<char, 4096> dropped_{};
+    std::size_t droppedBytes_ = 0;
+    Phase phase_ = Phase::Idle;
+    int stepsLeft_ = 0;  ///< 0: no limit
+    bool carriedRequest_ = false;
+    bool kept_ = false;  ///< an answer has asked for it
+    bool outOfTime_ = false;
+};
+
+}  // namespace kestrane::http

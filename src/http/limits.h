@@ -1,0 +1,20 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace kestrane::http {
+
+/// Limits of reading requests. Times are counted in steps, since they need no precision.
+struct Limits {
+    std::size_t headerBytes = 16 * 1024;
+    std::size_t bodyBytes = 64 * 1024;
+    std::size_t connections = 1024;
+    std::chrono::milliseconds step{1000};
+    int readSteps = 15;   ///< from the first byte of a request to its last
+    int idleSteps = 150;  ///< a connection without a request; not one that carried a client's device requests
+    int writeSteps = 30;  ///< until the client has taken an answer
+    int drainSteps = 2;   ///< until the client has closed a connection that was closed on this side
+};
+
+}  // namespace kestrane::http

@@ -1,0 +1,364 @@
+#include "alpaca/client_objects.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <stdexcept>
+
+#include "fake_devices.h"
+#include "kernel/base/errors.h"
+#include "support/virtual_clock.h"
+#include "support/virtual_pump.h"
+
+namespace kestrane::alpaca {
+namespace {
+
+using Diary = std::vector<std::string>;
+
+constexpr std::int32_t kIdle = 10'000;
+constexpr std::int32_t kConnected = 3'600'000;
+
+const ClientKey kAnna{{"10.0.0.1", 1}, DeviceKind::Telescope};
+const ClientKey kAnnasFocuser{{"10.0.0.1", 1}, DeviceKind::Focuser};
+const ClientKey kBert{{"10.0.0.1", 2}, DeviceKind::Telescope};
+const ClientKey kCleo{{"10.0.0.2", 1}, DeviceKind::Telescope};
+
+/// A gate that shuts when nothing is said against it, and counts.
+struct FakeGate {
+    bool quiet = true;
+    bool shut = false;
+    int asked = 0;
+    int opened = 0;
+};
+
+class ClientObjectsTest : public testing::TestWithParam<Tick> {
+protected:
+    ClientObjectsTest() : clock(GetParam()), pump(clock), devices(world) {
+        RequestGate requestGate;
+        requestGate.close = [this](std::function<void(bool)> done) {
+            ++gate.asked;
+            gate.shut = gate.quiet;
+            pump.Post(CallKind::Brief, [done = std::move(done), quiet = gate.quiet] { done(quiet); });
+        };
+        requestGate.open = [this] {
+            ++gate.opened;
+            gate.shut = false;
+        };
+        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; },
+                                           LeaseTimes{kIdle, kConnected}});
+    }
+
+    void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
+              CallKind kind = CallKind::Brief) {
+        pump.Run(kind, [&] {
+            objects->Call(key, connection, [&](ClientObject& object) -> std::string {
+                if (call) {
+                    call(object);
+                }
+                return {};
+            });
+        });
+    }
+
+    void Connect(const ClientKey& key, http::ConnectionId connection) {
+        Call(
+            key, connection, [](ClientObject& object) { object.Connected(true); }, CallKind::WaitsLong);
+    }
+
+    VirtualClock clock;
+    VirtualPump pump;
+    FakeWorld world;
+    FakeDevices devices;
+    FakeGate gate;
+    int ended = 0;
+    std::optional<ClientObjects> objects;
+};
+
+INSTANTIATE_TEST_SUITE_P(FromEachFirstTick, ClientObjectsTest,
+                         testing::Values(VirtualClock::kZero, VirtualClock::kBeforeSignChange,
+                                         VirtualClock::kBeforeWrap));
+
+TEST_P(ClientObjectsTest, AreMadeByTheFirstRequestOfEachAddressIdAndDevice) {
+    for (const ClientKey& key : {kAnna, kAnna, kAnnasFocuser, kBert, kCleo, kBert}) {
+        Call(key, 1);
+    }
+    EXPECT_EQ(objects->Count(), 4U);
+    EXPECT_EQ(world.diary.Count("+telescope"), 3);
+    EXPECT_EQ(world.diary.Count("+focuser"), 1);
+}
+
+TEST_P(ClientObjectsTest, NotConnected_AreReleasedTheIdleLeaseAfterTheLastRequest) {
+    Call(kAnna, 1);
+    Call(kBert, 1);
+    pump.AdvanceTime(kIdle - 1);
+    Call(kBert, 1);
+    EXPECT_EQ(objects->Count(), 2U);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(world.diary.Entries(), (Diary{"+telescope", "+telescope", "-telescope"}));
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_P(ClientObjectsTest, NotConnected_AreReleasedThoughTheirTcpConnectionIsOpen) {
+    objects->ConnectionOpened(1);
+    Call(kAnna, 1);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(objects->Count(), 0U);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, Connected_LiveWhileATcpConnectionOfTheClientIsOpen) {
+    objects->ConnectionOpened(1);
+    Connect(kAnna, 1);
+    pump.AdvanceTime(std::int64_t{7} * kConnected);
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(gate.asked, 0);
+}
+
+TEST_P(ClientObjectsTest, Connected_AreReleasedTheLongLeaseAfterTheLastConnectionClosed) {
+    objects->ConnectionOpened(1);
+    objects->ConnectionOpened(2);
+    Connect(kAnna, 1);
+    Call(kAnna, 2);
+    objects->ConnectionClosed(1);
+    pump.AdvanceTime(2 * kConnected);
+    objects->ConnectionClosed(2);
+    pump.AdvanceTime(kConnected - 1);
+    EXPECT_EQ(objects->Count(), 1U);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(world.diary.Entries(), (Diary{"+telescope", "telescope true", "telescope false", "-telescope"}));
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, Connected_ANewConnectionOfTheClientEndsTheLease) {
+    objects->ConnectionOpened(1);
+    Connect(kAnna, 1);
+    objects->ConnectionClosed(1);
+    pump.AdvanceTime(kConnected - 1);
+    objects->ConnectionOpened(2);
+    Call(kAnna, 2);
+    pump.AdvanceTime(kConnected * 3);
+    EXPECT_EQ(objects->Count(), 1U);
+}
+
+TEST_P(ClientObjectsTest, Connected_AConnectionOfAnotherClientKeepsNobodyAlive) {
+    objects->ConnectionOpened(1);
+    objects->ConnectionOpened(2);
+    Connect(kAnna, 1);
+    Connect(kBert, 2);
+    objects->ConnectionClosed(1);
+    pump.AdvanceTime(kConnected);
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(world.diary.Count("telescope false"), 1);
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_P(ClientObjectsTest, Connected_AnyConnectionOfTheClientKeepsItsOtherDeviceToo) {
+    objects->ConnectionOpened(1);
+    objects->ConnectionOpened(2);
+    Connect(kAnna, 1);
+    Connect(kAnnasFocuser, 2);
+    objects->ConnectionClosed(1);
+    pump.AdvanceTime(kConnected * 2);
+    EXPECT_EQ(objects->Count(), 2U);
+}
+
+TEST_P(ClientObjectsTest, Connected_WithoutAnyOpenConnectionTheLongLeaseRunsFromTheLastRequest) {
+    Connect(kAnna, 1);  // the connection had closed before the call ran
+    pump.AdvanceTime(kConnected - 1);
+    Call(kAnna, 2);
+    pump.AdvanceTime(kConnected - 1);
+    EXPECT_EQ(objects->Count(), 1U);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(objects->Count(), 0U);
+}
+
+TEST_P(ClientObjectsTest, AreDisconnectedAsOftenAsTheyWereConnected) {
+    Connect(kAnna, 1);
+    Connect(kAnna, 1);
+    Connect(kAnna, 1);
+    Call(kAnna, 1, [](ClientObject& object) { object.Connected(false); });
+    pump.AdvanceTime(kConnected);
+    EXPECT_EQ(world.diary.Count("telescope true"), 3);
+    EXPECT_EQ(world.diary.Count("telescope false"), 3);
+}
+
+TEST_P(ClientObjectsTest, DisconnectedMoreOftenThanConnected_AreNotConnectedBelowZero) {
+    Call(kAnna, 1, [](ClientObject& object) {
+        object.Connected(false);
+        object.Connected(false);
+    });
+    Connect(kAnna, 1);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(objects->Count(), 1U);
+    pump.AdvanceTime(kConnected);
+    EXPECT_EQ(world.diary.Count("telescope false"), 3);
+}
+
+TEST_P(ClientObjectsTest, AFailedConnectDoesNotCount) {
+    world.onConnected = [](bool) { throw DriverError(ErrorNumber::NoMount); };
+    Call(kAnna, 1, [](ClientObject& object) { EXPECT_THROW(object.Connected(true), DriverError); });
+    world.onConnected = nullptr;
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(world.diary.Entries(), (Diary{"+telescope", "-telescope"}));
+}
+
+TEST_P(ClientObjectsTest, AFailingDisconnectKeepsNoObjectAlive) {
+    Connect(kAnna, 1);
+    world.onConnected = [](bool) { throw DriverError(ErrorNumber::LostCommunications); };
+    pump.AdvanceTime(kConnected);
+    EXPECT_EQ(world.diary.Count("-telescope"), 1);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, ARunningCallKeepsItsObject_AndTheLeaseRunsFromItsEnd) {
+    Call(kBert, 1);
+    Call(
+        kAnna, 1,
+        [this](ClientObject&) {
+            for (int second = 0; second < 60; ++second) {
+                clock.Sleep(1000);
+                pump.PumpMessages();
+            }
+            EXPECT_EQ(objects->Count(), 1U);
+        },
+        CallKind::WaitsLong);
+    pump.AdvanceTime(kIdle - 1);
+    EXPECT_EQ(objects->Count(), 1U);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(objects->Count(), 0U);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, AReleaseDoesNotStartInsideABriefCall) {
+    Call(kBert, 1);
+    Call(kAnna, 1, [this](ClientObject&) {
+        clock.Sleep(kIdle * 2);
+        pump.PumpMessages();
+        EXPECT_EQ(objects->Count(), 2U);
+    });
+    pump.AdvanceTime(1);
+    EXPECT_EQ(objects->Count(), 1U);
+}
+
+TEST_P(ClientObjectsTest, TheLastRelease_HappensBehindTheShutGateAndEndsTheProcess) {
+    Call(kAnna, 1);
+    Call(kBert, 1);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(gate.asked, 1);
+    EXPECT_TRUE(gate.shut);
+    EXPECT_EQ(objects->Count(), 0U);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, TheLastRelease_WaitsWhileTheGateCannotBeShut) {
+    gate.quiet = false;
+    Call(kAnna, 1);
+    pump.AdvanceTime(kIdle + 10 * ClientObjects::kGateRetry);
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(ended, 0);
+    EXPECT_GE(gate.asked, 10);
+    gate.quiet = true;
+    pump.AdvanceTime(ClientObjects::kGateRetry);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, TheLastRelease_IsCalledOffWhenARequestCameBeforeTheGateShut) {
+    Call(kAnna, 1);
+    // The request runs after the gate was asked and before it has said that it is shut.
+    pump.PostAt(clock.Elapsed() + kIdle, CallKind::Brief, [this] {
+        pump.Post(CallKind::WaitsLong,
+                  [this] { objects->Call(kAnna, 1, [](ClientObject&) { return std::string(); }); });
+    });
+    pump.AdvanceTime(kIdle + 1);
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(ended, 0);
+    EXPECT_FALSE(gate.shut);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, AProcessWithoutObjectsEndsAfterTheIdleLease) {
+    pump.AdvanceTime(kIdle - 1);
+    EXPECT_EQ(ended, 0);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(ended, 1);
+    EXPECT_TRUE(gate.shut);
+}
+
+TEST_P(ClientObjectsTest, RequestsWithoutAnObjectKeepAProcessWithoutObjectsAlive) {
+    pump.AdvanceTime(kIdle - 1);
+    objects->NoteActivity();
+    pump.AdvanceTime(kIdle - 1);
+    EXPECT_EQ(ended, 0);
+    pump.AdvanceTime(1);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, ARequestDuringAReleaseThatPumps_GetsANewObject) {
+    Connect(kAnna, 1);
+    Call(kBert, 1);
+    Connect(kBert, 1);
+    world.onConnected = [this](bool connect) {
+        if (!connect && objects->Count() == 1) {
+            world.onConnected = nullptr;
+            pump.Post(CallKind::Brief, [this] {
+                objects->Call(kAnna, 1, [](ClientObject& object) {
+                    EXPECT_FALSE(object.IsConnected());
+                    return std::string();
+                });
+            });
+            pump.PumpMessages();
+        }
+    };
+    pump.AdvanceTime(kConnected);
+    EXPECT_EQ(world.diary.Count("+telescope"), 3);
+    EXPECT_EQ(world.diary.Count("-telescope"), 2);
+    EXPECT_EQ(ended, 0);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(world.diary.Count("-telescope"), 3);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_P(ClientObjectsTest, AreKnownAsBeingCreatedWhileTheirCreationPumps) {
+    world.onCreate = [this](DeviceKind) {
+        EXPECT_TRUE(objects->BeingCreated(kAnna));
+        EXPECT_FALSE(objects->BeingCreated(kBert));
+    };
+    Call(kAnna, 1);
+    EXPECT_FALSE(objects->BeingCreated(kAnna));
+}
+
+TEST_P(ClientObjectsTest, AFailedCreationLeavesNothingBehind) {
+    world.onCreate = [](DeviceKind) { throw std::runtime_error("no memory"); };
+    EXPECT_THROW(Call(kAnna, 1), std::runtime_error);
+    EXPECT_EQ(objects->Count(), 0U);
+    world.onCreate = nullptr;
+    Call(kAnna, 1);
+    EXPECT_EQ(objects->Count(), 1U);
+}
+
+TEST_P(ClientObjectsTest, AreLimitedInNumber) {
+    for (std::uint32_t id = 0; id < ClientObjects::kMostObjects; ++id) {
+        Call({{"10.0.0.1", id}, DeviceKind::Telescope}, 1);
+    }
+    EXPECT_THROW(Call(kCleo, 1), std::runtime_error);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(objects->Count(), 0U);
+}
+
+TEST(LeaseTimes, ComeFromTheEnvironmentInSecondsAndKeepTheirDefaultsOtherwise) {
+    struct Row {
+        const char* text;
+        std::int32_t idle;
+    };
+    for (const Row& row :
+         {Row{nullptr, 10'000}, Row{"", 10'000}, Row{"2", 2000}, Row{"0.25", 250}, Row{"0", 0}, Row{"-1", 10'000},
+          Row{"soon", 10'000}, Row{"2000000", 2'000'000'000}, Row{"2000001", 10'000}, Row{"1,5", 10'000}}) {
+        EXPECT_EQ(LeaseTimesFrom(row.text, nullptr).idle, row.idle) << (row.text == nullptr ? "unset" : row.text);
+        EXPECT_EQ(LeaseTimesFrom(row.text, nullptr).connected, 3'600'000);
+    }
+    EXPECT_EQ(LeaseTimesFrom(nullptr, "1.5").connected, 1500);
+}
+
+}  // namespace
+}  // namespace kestrane::alpaca

@@ -1,0 +1,159 @@
+#include "alpaca/served_devices.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "alpaca/routes.h"
+#include "kernel/base/errors.h"
+#include "support/driver_fixture.h"
+
+namespace kestrane::alpaca {
+namespace {
+
+/// The routes of the real devices, on the driver with a simulated mount.
+class ServedDevicesTest : public DriverFixture {
+protected:
+    ServedDevicesTest() : routes(TelescopeRoutes(), FocuserRoutes()) { Start(); }
+
+    ClientObject Make(DeviceKind kind) { return ClientObject(DriverDevices(*driver).Create(kind)); }
+
+    /// The JSON value that a member answers, or its error number in words.
+    std::string Answer(ClientObject& object, DeviceKind kind, Verb verb, std::string_view member,
+                       std::vector<Argument> arguments = {}) {
+        const Route* route = routes.Find(kind, verb, member);
+        EXPECT_NE(route, nullptr) << member;
+        if (route == nullptr || route->handler == nullptr) {
+            return "not built";
+        }
+        try {
+            return route->handler(object, Arguments(std::move(arguments)));
+        } catch (const DriverError& error) {
+            return "error " + std::to_string(error.Number() - 0x80040000) + " " + error.Message();
+        }
+    }
+    std::string Get(ClientObject& object, DeviceKind kind, std::string_view member) {
+        return Answer(object, kind, Verb::Get, member);
+    }
+
+    RouteTable routes;
+};
+
+TEST_F(ServedDevicesTest, ATelescopeThatIsNotConnected_AnswersWhatNeedsNoMount) {
+    ClientObject telescope = Make(DeviceKind::Telescope);
+    struct Row {
+        const char* member;
+        const char* answer;
+    };
+    for (const Row& row : {Row{"name", "\"KestraneV2\""}, Row{"interfaceversion", "2"}, Row{"supportedactions", "[]"},
+                           Row{"driverversion", "\"5.50.03\""}, Row{"connected", "false"}, Row{"alignmentmode", "2"},
+                           Row{"equatorialsystem", "1"}, Row{"canpark", "true"}, Row{"cansetpierside", "false"},
+                           Row{"slewsettletime", "1"}, Row{"athome", "false"},
+                           Row{"rightascension", "error 1028 The scope is not connected"}}) {
+        EXPECT_EQ(Get(telescope, DeviceKind::Telescope, row.member), row.answer) << row.member;
+    }
+}
+
+TEST_F(ServedDevicesTest, AConnectedTelescope_ReadsTheMountAndTakesATarget) {
+    ClientObject telescope = Make(DeviceKind::Telescope);
+    const auto put = [&](std::string_view member, std::vector<Argument> arguments) {
+        return Answer(telescope, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
+    };
+    EXPECT_EQ(put("connected", {true}), "");
+    EXPECT_TRUE(telescope.IsConnected());
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "connected"), "true");
+    EXPECT_EQ(put("targetdeclination", {-12.5}), "");
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "targetdeclination"), "-12.5");
+    EXPECT_TRUE(put("targetdeclination", {90.5}).starts_with("error 1029"));
+    EXPECT_EQ(put("slewsettletime", {std::int32_t{100'000}}).substr(0, 10), "error 1029");
+    EXPECT_EQ(put("slewsettletime", {std::int32_t{65'536 + 5}}).substr(0, 10), "error 1029");
+    EXPECT_EQ(put("slewsettletime", {std::int32_t{5}}), "");
+    EXPECT_EQ(put("slewtocoordinatesasync", {24.0, 0.0}).substr(0, 10), "error 1029");
+    telescope.Disconnect();
+    EXPECT_FALSE(telescope.IsConnected());
+}
+
+TEST_F(ServedDevicesTest, TheListsOfRates_AreArraysOfTheInterfacesTypes) {
+    ClientObject telescope = Make(DeviceKind::Telescope);
+    const auto ofAxis = [&](std::string_view member, std::int32_t axis) {
+        return Answer(telescope, DeviceKind::Telescope, Verb::Get, member, {axis});
+    };
+    EXPECT_EQ(ofAxis("axisrates", 0), "error 1028 The scope is not connected");
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "error 1028 The scope is not connected");
+    EXPECT_EQ(ofAxis("canmoveaxis", 0), "true");
+    EXPECT_EQ(ofAxis("canmoveaxis", 1), "true");
+    EXPECT_EQ(ofAxis("canmoveaxis", 2), "false");
+
+    Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
+    EXPECT_EQ(ofAxis("axisrates", 0), R"([{"Maximum":5,"Minimum":0}])");
+    EXPECT_EQ(ofAxis("axisrates", 1), R"([{"Maximum":5,"Minimum":0}])");
+    EXPECT_EQ(ofAxis("axisrates", 2), "[]");
+    EXPECT_EQ(ofAxis("axisrates", 7), "[]");
+    driver->controller.Apply(Controller_Type::VTRKC3, 0, 0);
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2]");
+    driver->controller.Apply(Controller_Type::VTRKC4, 0, 0);
+    EXPECT_EQ(Get(telescope, DeviceKind::Telescope, "trackingrates"), "[0,1,2,3]");
+}
+
+TEST_F(ServedDevicesTest, AnAxisRunsForAClient_UntilItEndsTheMotionOrGoes) {
+    auto telescope = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));
+    const ClientObject other = Make(DeviceKind::Telescope);
+    const auto move = [&](std::int32_t axis, double rate) {
+        return Answer(*telescope, DeviceKind::Telescope, Verb::Put, "moveaxis", {axis, rate});
+    };
+    EXPECT_EQ(move(1, 0.25), "error 1028 The scope is not connected");
+    Answer(*telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
+    EXPECT_EQ(move(1, 5.25), "error 1029 Method MoveAxis 1 The rate is out of range.");
+    EXPECT_EQ(move(2, 0.25), "error 1024 Method MoveAxis 2 is not implemented in this driver.");
+    EXPECT_EQ(move(1, 0.25), "");
+    EXPECT_EQ(Get(*telescope, DeviceKind::Telescope, "slewing"), "true");
+    EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+    EXPECT_EQ(move(1, 0.0), "");
+    EXPECT_EQ(Get(*telescope, DeviceKind::Telescope, "slewing"), "false");
+    EXPECT_EQ(move(1, -0.25), "");
+    telescope->Disconnect();
+    telescope.reset();
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+}
+
+TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
+    for (const DeviceKind kind : {DeviceKind::Telescope, DeviceKind::Focuser}) {
+        ClientObject object = Make(kind);
+        EXPECT_EQ(Answer(object, kind, Verb::Put, "action", {std::string("Dance"), std::string()}),
+                  "error 1036 Action Dance is not implemented in this driver.");
+    }
+}
+
+TEST_F(ServedDevicesTest, AFocuserAnswersItsFixedMembers_AndConnectedIsItsLink) {
+    ClientObject focuser = Make(DeviceKind::Focuser);
+    struct Row {
+        const char* member;
+        const char* answer;
+    };
+    for (const Row& row : {Row{"name", "\"KestraneV2\""}, Row{"description", "\"Kestrane VTR V2 Focuser\""},
+                           Row{"interfaceversion", "2"}, Row{"supportedactions", "[]"}, Row{"absolute", "false"},
+                           Row{"maxstep", "5000"}, Row{"maxincrement", "5000"}, Row{"tempcomp", "false"},
+                           Row{"tempcompavailable", "false"}, Row{"connected", "false"}}) {
+        EXPECT_EQ(Get(focuser, DeviceKind::Focuser, row.member), row.answer) << row.member;
+    }
+    Answer(focuser, DeviceKind::Focuser, Verb::Put, "connected", {true});
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "connected"), "true");
+    focuser.Disconnect();
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "connected"), "false");
+}
+
+TEST_F(ServedDevicesTest, TheProcessEndsWithTheLastObjectOnly_AlsoWhenNoneWasEverConnected) {
+    auto first = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));
+    auto second = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));
+    auto focuser = std::make_unique<ClientObject>(Make(DeviceKind::Focuser));
+    first.reset();
+    focuser.reset();
+    EXPECT_EQ(machine.processes.ends, 0);
+    second.reset();
+    EXPECT_GE(machine.processes.ends, 1);
+}
+
+}  // namespace
+}  // namespace kestrane::alpaca

@@ -1,0 +1,63 @@
+#include "http/own_hosts.h"
+
+#include <gtest/gtest.h>
+
+namespace kestrane::http {
+namespace {
+
+const OwnHosts kLoopback{true, "127.0.0.1", 11111, {"hut", "hut.local"}};
+const OwnHosts kNetwork{false, "192.168.1.10", 11111, {"hut", "hut.local"}};
+
+TEST(IsOwnHost, KnowsTheNamesOfThisMachine) {
+    struct Row {
+        std::string_view host;
+        bool onLoopback, onNetwork;
+    };
+    for (const Row& row : {Row{"", true, true},
+                           Row{"localhost", true, true},
+                           Row{"LocalHost:11111", true, true},
+                           Row{"localhost.", true, true},
+                           Row{"localhost:8080", true, true},
+                           Row{"127.0.0.1:11111", true, true},
+                           Row{"127.1.2.3", true, true},
+                           Row{"[::1]:11111", true, true},
+                           Row{"192.168.1.10:11111", false, true},
+                           Row{"hut", false, true},
+                           Row{"HUT.local:11111", false, true},
+                           Row{"192.168.1.11", false, false},
+                           Row{"evil.example", false, false},
+                           Row{"localhost.evil.example", false, false},
+                           Row{"127.0.0.1.evil.example", false, false},
+                           Row{"127.0.0.256", false, false},
+                           Row{"127.0.0", false, false},
+                           Row{"127.0.0.", false, false},
+                           Row{"127.0.0.0001", false, false},
+                           Row{"127.0.0.-1", false, false},
+                           Row{"0x7f000001", false, false},
+                           Row{"[", false, false},
+                           Row{":", false, false},
+                           Row{"evil.example:127.0.0.1", false, false}}) {
+        EXPECT_EQ(IsOwnHost(row.host, kLoopback), row.onLoopback) << row.host;
+        EXPECT_EQ(IsOwnHost(row.host, kNetwork), row.onNetwork) << row.host;
+    }
+}
+
+TEST(IsOwnOrigin, TakesPagesOfThisServerOnly) {
+    struct Row {
+        std::string_view origin;
+        bool own;
+    };
+    for (const Row& row : {Row{"", true}, Row{"http://localhost:11111", true}, Row{"HTTP://127.0.0.1:11111", true},
+                           Row{"http://[::1]:11111", true}, Row{"http://localhost:8080", false},
+                           Row{"http://localhost", false}, Row{"https://localhost:11111", false},
+                           Row{"http://evil.example:11111", false}, Row{"http://evil.example", false},
+                           Row{"null", false}, Row{"http://", false}, Row{"localhost:11111", false}}) {
+        EXPECT_EQ(IsOwnOrigin(row.origin, kLoopback), row.own) << row.origin;
+    }
+    EXPECT_TRUE(IsOwnOrigin("http://hut.local:11111", kNetwork));
+    EXPECT_FALSE(IsOwnOrigin("http://hut.local:11111", kLoopback));
+    EXPECT_TRUE(IsOwnOrigin("http://localhost", OwnHosts{true, "127.0.0.1", 80, {}}));
+}
+
+}  // namespace
+}  // namespace kestrane::http
