@@ -17,7 +17,7 @@ enum class Guard {
 
 /// A path and all paths below it, with whoever answers them.
 struct Branch {
-    std::string path;  ///< "/setup" takes "/setup" and "/setup/...", not "/setups"; "" takes every path
+    std::string path;  ///< "/page" takes "/page" and "/page/...", not "/pages"; "" takes every path
     Guard guard = Guard::Everything;
     RequestFunction handle;
 };

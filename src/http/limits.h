@@ -12,7 +12,7 @@ struct Limits {
     std::size_t connections = 1024;
     std::chrono::milliseconds step{1000};
     int readSteps = 15;   ///< from the first byte of a request to its last
-    int idleSteps = 150;  ///< a connection without a request; not one that carried a client's device requests
+    int idleSteps = 150;  ///< a connection without a request; not one that an answer has kept
     int writeSteps = 30;  ///< until the client has taken an answer
     int drainSteps = 2;   ///< until the client has closed a connection that was closed on this side
 };

@@ -6,7 +6,7 @@
 #include <vector>
 
 /// Whether a request was meant for this machine, by its `Host` and `Origin`: a page of somebody else's, opened in a
-/// browser here, must not reach the mount.
+/// browser here, must not reach what is served.
 namespace kestrane::http {
 
 /// Under what names the server can be reached over one connection.

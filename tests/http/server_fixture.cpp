@@ -1,0 +1,101 @@
+#include "server_fixture.h"
+
+#include <future>
+
+namespace kestrane::http {
+namespace {
+
+Answer Echo(const Request& request) {
+    std::string text = request.verb == Verb::Get ? "GET " : "PUT ";
+    text += request.path + "?" + request.query + " " + request.body;
+    return {200, "text/plain", text};
+}
+
+}  // namespace
+
+Limits QuickLimits() {
+    Limits limits;
+    limits.step = std::chrono::milliseconds(10);
+    limits.readSteps = 10;
+    limits.idleSteps = 20;
+    limits.writeSteps = 30;
+    limits.drainSteps = 10;
+    return limits;
+}
+
+TestServer::TestServer(Limits limits) : server_(io_.Context(), Needs(limits)) {
+    const int listening = ListenOnLoopback();
+    port_ = PortOfSocket(listening);
+    server_.AddListener(listening);
+    server_.Start();
+    io_.Start();
+}
+
+TestServer::~TestServer() {
+    io_.Stop([this] { server_.Stop(); });
+}
+
+ServerNeeds TestServer::Needs(const Limits& limits) {
+    const auto counted = [this](auto handle) {
+        return [this, handle](const Request& request, const AnswerFunction& answer) {
+            ++handled_;
+            handle(request, answer);
+        };
+    };
+    const auto now = [](const Request& request, const AnswerFunction& answer) { answer(Echo(request)); };
+    const auto later = [this](const Request& request, const AnswerFunction& answer) {
+        io_.Post([echo = Echo(request), answer] { answer(echo); });
+    };
+    const auto kept = [](const Request& request, const AnswerFunction& answer) {
+        Answer echo = Echo(request);
+        echo.keepsConnection = true;
+        answer(echo);
+    };
+    const auto held = [this](const Request& request, const AnswerFunction& answer) {
+        heldAnswers_.emplace_back(answer, Echo(request));
+        ++held_;
+    };
+    return {.limits = limits,
+            .branches = {{"/now", Guard::Everything, counted(now)},
+                         {"/later", Guard::Everything, counted(later)},
+                         {"/kept", Guard::Everything, counted(kept)},
+                         {"/held", Guard::Everything, counted(held)}},
+            .machineNames = {},
+            .closed = [this](ConnectionId) { ++closed_; }};
+}
+
+void TestServer::OnIoThread(const std::function<void()>& function) {
+    std::promise<void> done;
+    io_.Post([&] {
+        function();
+        done.set_value();
+    });
+    done.get_future().get();
+}
+
+void TestServer::Release() {
+    OnIoThread([this] {
+        for (const auto& [answer, echo] : std::exchange(heldAnswers_, {})) {
+            answer(echo);
+        }
+        held_ = 0;
+    });
+}
+
+bool TestServer::CloseGate() {
+    std::promise<bool> closed;
+    io_.Post([&] { server_.CloseGate([&closed](bool quiet) { closed.set_value(quiet); }); });
+    return closed.get_future().get();
+}
+
+void TestServer::OpenGate() {
+    OnIoThread([this] { server_.OpenGate(); });
+}
+
+std::size_t TestServer::ConnectionCount() {
+    std::size_t count = 0;
+    OnIoThread([&] { count = server_.ConnectionCount(); });
+    return count;
+}
+
+}  // namespace kestrane::http

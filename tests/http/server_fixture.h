@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "http/io_thread.h"
+#include "http/raw_client.h"
+#include "http/server.h"
+
+namespace kestrane::http {
+
+/// Limits that come within a few hundred milliseconds.
+Limits QuickLimits();
+
+/// A real server on a port of its own. Each of its branches answers with the request itself, "GET /path?query body":
+///   /now     at once
+///   /later   after other work of the I/O thread
+///   /kept    at once, and the connection is kept from then on
+///   /held    when the test releases it
+class TestServer {
+public:
+    explicit TestServer(Limits limits = {});
+    ~TestServer();
+    TestServer(const TestServer&) = delete;
+    TestServer& operator=(const TestServer&) = delete;
+
+    RawClient Connect() const { return RawClient(port_); }
+    /// Requests that reached a branch.
+    int Handled() const { return handled_; }
+    /// Connections that have closed.
+    int Closed() const { return closed_; }
+    int Held() const { return held_; }
+    /// Answers all requests that are held.
+    void Release();
+    /// Asks the gate and waits for what it says.
+    bool CloseGate();
+    void OpenGate();
+    std::size_t ConnectionCount();
+
+private:
+    ServerNeeds Needs(const Limits& limits);
+    void OnIoThread(const std::function<void()>& function);
+
+    std::uint16_t port_ = 0;
+    std::atomic<int> handled_{0};
+    std::atomic<int> closed_{0};
+    std::atomic<int> held_{0};
+    IoThread io_;
+    std::vector<std::pair<AnswerFunction, Answer>> heldAnswers_;  ///< on the I/O thread
+    Server server_;
+};
+
+}  // namespace kestrane::http
