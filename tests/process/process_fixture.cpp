@@ -1,8 +1,6 @@
 #include "process/process_fixture.h"
 
-#include <cerrno>
 #include <cstdlib>
-#include <system_error>
 
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -18,19 +16,11 @@ namespace fs = std::filesystem;
 
 constexpr double kLongLease = 600;
 
-fs::path FreshFolder() {
-    std::string name = (fs::temp_directory_path() / "kestrane-process-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(), name);
-    }
-    return name;
-}
-
 }  // namespace
 
-ProcessFixture::ProcessFixture() : folder(FreshFolder()), portLink(folder / "Kestrane" / "Ports" / "COM1") {
+ProcessFixture::ProcessFixture() {
     for (const char* name : {"KESTRANE_COMMON_APPDATA", "KESTRANE_USER_CONFIG", "KESTRANE_DOCUMENTS"}) {
-        ::setenv(name, folder.c_str(), 1);
+        ::setenv(name, folder.Path().c_str(), 1);
     }
     Leases(kLongLease, kLongLease);
 }
@@ -38,8 +28,6 @@ ProcessFixture::ProcessFixture() : folder(FreshFolder()), portLink(folder / "Kes
 ProcessFixture::~ProcessFixture() {
     activator.reset();
     mount.reset();
-    std::error_code ignored;
-    fs::remove_all(folder, ignored);
 }
 
 void ProcessFixture::Leases(double idleSeconds, double connectedSeconds) {

@@ -10,6 +10,7 @@
 
 #include "process/http_client.h"
 #include "process/program.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane::process {
 
@@ -48,8 +49,8 @@ protected:
     }
     static void Connect(HttpClient& client) { Good(client.Put("connected", "Connected=True")); }
 
-    std::filesystem::path folder;
-    std::filesystem::path portLink;  ///< where COM1 is
+    TemporaryFolder folder{TemporaryFolder::Place::Disk};
+    std::filesystem::path portLink = folder.Path() / "Kestrane" / "Ports" / "COM1";  ///< where COM1 is
     std::unique_ptr<Program> mount;
     std::unique_ptr<Program> activator;
     std::uint16_t port = 0;

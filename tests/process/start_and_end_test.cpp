@@ -19,7 +19,7 @@ TEST_F(ProcessFixture, Driver_StartedByHand_RefusesAndLeavesNoFile) {
     EXPECT_NE(ending->code, 0);
     EXPECT_NE(driver.Errors().find(kRefusal), std::string::npos) << driver.Errors();
     EXPECT_EQ(driver.Output(), "");
-    EXPECT_TRUE(std::filesystem::is_empty(folder));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }
 
 TEST_F(ProcessFixture, Driver_StartedWithAnArgument_RefusesAndLeavesNoFile) {
@@ -28,7 +28,7 @@ TEST_F(ProcessFixture, Driver_StartedWithAnArgument_RefusesAndLeavesNoFile) {
     ASSERT_TRUE(ending);
     EXPECT_FALSE(ending->bySignal);
     EXPECT_NE(ending->code, 0);
-    EXPECT_TRUE(std::filesystem::is_empty(folder));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
 }
 
 TEST_F(ProcessFixture, Activator_GetsSigterm_EndsWithItsDriver) {

@@ -150,6 +150,7 @@ TEST_F(BookmarksTest, WithoutAFile_TheTransferCountsAsDoneAndTheFolderStands) {
 }
 
 TEST_F(BookmarksTest, AFolderThatCannotBeMade_CountsAsNoFile) {
+    std::filesystem::remove(folders.Documents());
     std::ofstream(folders.Documents()) << "in the way";
     EXPECT_EQ(StartRaDecBookmarks(Needs()).size(), 1U);
     EXPECT_EQ(Stored("transferedrabookmarkstodb"), "True");
@@ -318,7 +319,7 @@ TEST_F(BookmarksTest, AKeyThatIsNotAnswered_StartsNoSecondTransfer) {
     StartAltAzBookmarks(Needs());
     persist->database()->DeleteGotoAltAz(1);
     persist.reset();
-    clock.onSleep = [this] { clock.now = clock.now + LockWait::kStepMs; };
+    onSleep = [] {};
     ForeignProgram other = Foreign();
     ASSERT_EQ(other.Cell("PRAGMA journal_mode = delete"), "delete");
     for (const bool heldFromTheStart : {true, false}) {

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "settings_fakes.h"
+#include "support/comma_locale.h"
 
 /// The settings file where its rows, its tables or its callers are not what they usually are.
 namespace kestrane {
@@ -97,7 +98,7 @@ TEST_F(DatabaseEdgesTest, ATableOfTheSameNameInAnotherCase_IsTheTable) {
     Database second(NeedsOfDatabase());
     EXPECT_TRUE(second.IsOpen());
     EXPECT_TRUE(second.SetSetting("Port", "COM4"));
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
 }
 
 Site SiteNamed(const std::string& name) {
@@ -145,7 +146,7 @@ TEST_F(DatabaseEdgesTest, Answered_TellsANoFromASilence) {
     Foreign().Run("insert into Driver (Property, Value) values ('port', NULL)");
     EXPECT_FALSE(db.GetSetting("port", value, ""));
     EXPECT_TRUE(db.Answered()) << "the setting is NULL";
-    clock.onSleep = [] {};
+    onSleep = [] {};
     ForeignProgram other = Foreign();
     other.Run("BEGIN IMMEDIATE");
     EXPECT_FALSE(db.SetSetting("retry", "1"));
@@ -337,7 +338,7 @@ TEST(UnusableFileTest, EveryOperation_FailsQuietlyAndClearsItsList) {
     SettingsWorld world;
     std::filesystem::create_directories(world.folders.SettingsFile());
     Database db(world.NeedsOfDatabase());
-    ASSERT_EQ(world.boxes.texts.size(), 1U);
+    ASSERT_EQ(world.boxes.Texts().size(), 1U);
     bool isNew = true;
     std::string value;
     RecordArray<PropValue> values(3);
@@ -353,7 +354,7 @@ TEST(UnusableFileTest, EveryOperation_FailsQuietlyAndClearsItsList) {
                  db.SetParkPosition({}, isNew));
     EXPECT_FALSE(db.DeleteGotoAltAz(1) || db.DeleteGotoRaDec(1) || db.DeleteSite(1));
     EXPECT_FALSE(db.SetCommonSetting("a", "b") || db.GetCommonSetting("a", value, "b"));
-    EXPECT_EQ(world.boxes.texts.size(), 1U);
+    EXPECT_EQ(world.boxes.Texts().size(), 1U);
     EXPECT_TRUE(world.logged.empty());
     Persist persist(world.NeedsOfPersist());
     EXPECT_EQ(persist.GetAllValues(), "");
@@ -362,10 +363,7 @@ TEST(UnusableFileTest, EveryOperation_FailsQuietlyAndClearsItsList) {
 // --- under a decimal comma -------------------------------------------------------------------------------------------
 
 TEST_F(DatabaseEdgesTest, UnderACommaLocale_NumbersAndPositionsAreTheSame) {
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    ::setenv("LOCPATH", KESTRANE_LOCALE_FOLDER, 1);
-    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "no comma locale; run: tools/setup test";
-    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+    const CommaLocale locale;
     Site site = SiteNamed("home");
     site.ElevationMeters = 1234.5;
     site.TemperatureC = -3.5;
@@ -383,8 +381,6 @@ TEST_F(DatabaseEdgesTest, UnderACommaLocale_NumbersAndPositionsAreTheSame) {
     Persist persist(NeedsOfPersist());
     persist.WriteIniValue("chkSlewEast", "0.5");
     EXPECT_TRUE(persist.ReadFlag(setting::chkSlewEast));
-    std::setlocale(LC_ALL, before.c_str());
-    ::unsetenv("LOCPATH");
 }
 
 }  // namespace

@@ -226,14 +226,14 @@ TEST_F(DatabaseTest, AMissingTable_FailsQuietly) {
     EXPECT_FALSE(db.SetSetting("Port", "COM3"));
     EXPECT_FALSE(db.GetSetting("Port", value, "COM1"));
     EXPECT_THROW(db.TryDeleteSetting("Port"), RunTimeError);
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
     EXPECT_TRUE(logged.empty());
 }
 
 TEST_F(DatabaseTest, Open_OnAnOpenFile_SaysSoAndGoesOn) {
     db.SetSetting("Port", "COM3");
     db.Open();
-    EXPECT_EQ(boxes.texts, std::vector<std::string>{"Db already set!"});
+    EXPECT_EQ(boxes.Texts(), std::vector<std::string>{"Db already set!"});
     std::string value;
     EXPECT_TRUE(db.GetSetting("Port", value, ""));
     EXPECT_EQ(value, "COM3");
@@ -256,7 +256,7 @@ TEST_F(DatabaseTest, AnExistingTable_StaysAsItIs) {
     foreign.Run("drop table Sites; create table Sites (mine TEXT); insert into Sites values ('kept')");
     const Database second(NeedsOfDatabase());
     EXPECT_EQ(foreign.Cell("select mine from Sites"), "kept");
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
 }
 
 struct ClosedDatabaseTest : testing::Test, SettingsWorld {};
@@ -265,9 +265,9 @@ TEST_F(ClosedDatabaseTest, AFileThatIsNoSettingsFile_ShowsABoxAndFailsEverything
     std::filesystem::create_directories(folders.SettingsFile().parent_path());
     std::ofstream(folders.SettingsFile()) << std::string(4096, 'x');
     Database db(NeedsOfDatabase());
-    ASSERT_EQ(boxes.texts.size(), 1U);
-    EXPECT_TRUE(boxes.texts[0].starts_with("Init DB Error: ")) << boxes.texts[0];
-    EXPECT_GT(boxes.texts[0].size(), std::string_view("Init DB Error: ").size());
+    ASSERT_EQ(boxes.Texts().size(), 1U);
+    EXPECT_TRUE(boxes.Texts()[0].starts_with("Init DB Error: ")) << boxes.Texts()[0];
+    EXPECT_GT(boxes.Texts()[0].size(), std::string_view("Init DB Error: ").size());
     EXPECT_FALSE(db.IsOpen());
     std::string value = "kept";
     EXPECT_FALSE(db.SetSetting("Port", "x"));
@@ -279,14 +279,14 @@ TEST_F(ClosedDatabaseTest, AFileThatIsNoSettingsFile_ShowsABoxAndFailsEverything
     bool isNew = true;
     EXPECT_FALSE(db.SetSite(Site{}, isNew));
     EXPECT_THROW(db.TryDeleteSetting("Port"), RunTimeError);
-    EXPECT_EQ(boxes.texts.size(), 1U);
+    EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
 TEST_F(ClosedDatabaseTest, AFolderThatCannotBeMade_ShowsABox) {
     std::ofstream(folders.CommonAppData() / "Kestrane") << "a file in the folder's place";
     const Database db(NeedsOfDatabase());
-    ASSERT_EQ(boxes.texts.size(), 1U);
-    EXPECT_TRUE(boxes.texts[0].starts_with("Init DB Error: "));
+    ASSERT_EQ(boxes.Texts().size(), 1U);
+    EXPECT_TRUE(boxes.Texts()[0].starts_with("Init DB Error: "));
 }
 
 TEST(EscapedForSqlTest, DoublesApostrophesOnly) {

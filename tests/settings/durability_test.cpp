@@ -162,7 +162,7 @@ private:
             ToInt(world_.Foreign().Cell("select count(*) from PropertyChangedEvent where NewValue <> '0'"));
         EXPECT_GE(audits - audits_, last - stored_) << "a write that ended has its audit row";
         EXPECT_LE(audits - audits_, highest - stored_);
-        EXPECT_TRUE(world_.boxes.texts.empty());
+        EXPECT_TRUE(world_.boxes.Texts().empty());
         EXPECT_TRUE(world_.ledger.Entries().empty());
         audits_ = audits;
         keptInFlight_ += highest - last;
@@ -229,7 +229,7 @@ TEST_F(DurabilityTest, AKillWhileTheFileIsMade_LeavesOneThatTheNextProcessComple
         EXPECT_EQ(world.Foreign().Cell("select count(*) from sqlite_master where type = 'table' "
                                        "and name not like 'sqlite%'"),
                   "7");
-        EXPECT_TRUE(world.boxes.texts.empty());
+        EXPECT_TRUE(world.boxes.Texts().empty());
         EXPECT_TRUE(world.ledger.Entries().empty());
     }
 }
@@ -328,7 +328,7 @@ TEST_F(DurabilityTest, AFileOfAnEarlierVersion_IsReadWithAllItsValuesAndKept) {
               (std::vector<std::string>{"1", "0"}));
     EXPECT_EQ(Foreign().Cell("select Anything from Later"), "kept");
     EXPECT_EQ(Foreign().Cell("select Value from Driver where Property = 'chkqueryx'"), "kept");
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
     EXPECT_TRUE(ledger.Entries().empty());
 }
 
@@ -345,7 +345,7 @@ TEST_F(DurabilityTest, TwoProcessesWritingAtOnce_LoseNoRow) {
         for (const SwallowedError& error : ledger.Entries()) {
             ADD_FAILURE() << name << ": " << error.procedure << " line " << error.line << ": " << error.message;
         }
-        return ledger.Entries().empty() && boxes.texts.empty();
+        return ledger.Entries().empty() && boxes.Texts().empty();
     };
     // Both start on a machine without a settings file: they also race for its tables.
     const pid_t child = InChild([&] { ::_exit(writeAll("child") ? 0 : 1); });
@@ -389,7 +389,7 @@ TEST_F(DurabilityTest, AFileOfARollbackJournalProgram_IsTakenOver) {
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
     persist.WriteIniValue("Port", "COM6");
     EXPECT_EQ(Foreign().Cell("select Value from Driver where Property = 'port'"), "COM6");
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
     EXPECT_TRUE(ledger.Entries().empty());
 }
 

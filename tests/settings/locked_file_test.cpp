@@ -8,21 +8,20 @@ namespace {
 
 struct LockedFileTest : testing::Test, SettingsWorld {
     LockedFileTest() {
-        clock.onSleep = [this] { PassTime(LockWait::kStepMs); };
+        onSleep = [] {};
     }
 
-    void PassTime(std::int32_t milliseconds) { clock.now = clock.now + milliseconds; }
+    void PassTime(std::int32_t milliseconds) { clock.MoveTo(clock.Elapsed() + milliseconds); }
     /// The other program lets go after so many milliseconds of our waiting.
     void ReleaseAfter(ForeignProgram& other, std::int32_t milliseconds) {
-        const std::int32_t end = clock.sleptMs + milliseconds;
-        clock.onSleep = [this, end, &other] {
-            PassTime(LockWait::kStepMs);
-            if (clock.sleptMs == end) {
+        const std::int32_t end = sleptMs + milliseconds;
+        onSleep = [this, end, &other] {
+            if (sleptMs == end) {
                 other.Run("COMMIT");
             }
         };
     }
-    std::int32_t WaitedMs() { return std::exchange(clock.sleptMs, 0); }
+    std::int32_t WaitedMs() { return std::exchange(sleptMs, 0); }
 
     /// A settings file with Port "COM5", as a process leaves it behind.
     void MakeFile(const std::string& journal) {
@@ -55,15 +54,15 @@ TEST_F(LockedFileTest, ALockThatAllowsReading_CostsTheStartNoWait) {
                                                              {"wal", "BEGIN; select count(*) from Driver"}}) {
         SCOPED_TRACE(std::string(row.journal) + ", " + row.lock);
         SettingsWorld world;
-        world.clock.onSleep = [] {};
+        world.onSleep = [] {};
         { Persist(world.NeedsOfPersist()).WriteIniValue("Port", "COM5"); }
         ForeignProgram other = world.Foreign();
         ASSERT_EQ(other.Cell(std::string("PRAGMA journal_mode = ") + row.journal), row.journal);
         ASSERT_TRUE(other.Run(row.lock));
         Persist persist(world.NeedsOfPersist());
         EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
-        EXPECT_EQ(world.clock.sleptMs, 0);
-        EXPECT_TRUE(world.boxes.texts.empty());
+        EXPECT_EQ(world.sleptMs, 0);
+        EXPECT_TRUE(world.boxes.Texts().empty());
         EXPECT_TRUE(world.ledger.Entries().empty());
         EXPECT_EQ(other.Cell("PRAGMA journal_mode"), row.journal);
         ASSERT_TRUE(other.Run("ROLLBACK"));
@@ -78,7 +77,7 @@ TEST_F(LockedFileTest, ALockAgainstReading_HoldsTheStartUpOnceAndForABoundedTime
     other.Run("BEGIN EXCLUSIVE");
     Persist persist(NeedsOfPersist());
     EXPECT_EQ(WaitedMs(), LockWait::kLongestMs);
-    EXPECT_EQ(boxes.texts, std::vector<std::string>{"Init DB Error: database is locked"});
+    EXPECT_EQ(boxes.Texts(), std::vector<std::string>{"Init DB Error: database is locked"});
     for (int i = 0; i < 100; ++i) {
         EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
         PassTime(1000);
@@ -86,7 +85,7 @@ TEST_F(LockedFileTest, ALockAgainstReading_HoldsTheStartUpOnceAndForABoundedTime
     RecordArray<Site> sites;
     EXPECT_FALSE(persist.database()->GetAllSites(sites));
     EXPECT_EQ(WaitedMs(), 0) << "tried again, but never with a wait";
-    EXPECT_EQ(boxes.texts.size(), 1U);
+    EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
 TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBack) {
@@ -104,7 +103,7 @@ TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBack) {
     EXPECT_EQ(Foreign().Cell("PRAGMA journal_mode"), "wal");
     persist.WriteIniValue("Port", "COM6");
     EXPECT_EQ(Stored("port"), "COM6");
-    EXPECT_EQ(boxes.texts.size(), 1U);
+    EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
 TEST_F(LockedFileTest, ALockThatGoesDuringTheWait_IsWaitedOut) {
@@ -115,7 +114,7 @@ TEST_F(LockedFileTest, ALockThatGoesDuringTheWait_IsWaitedOut) {
     Persist persist(NeedsOfPersist());
     EXPECT_EQ(WaitedMs(), 1500);
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
     EXPECT_TRUE(ledger.Entries().empty());
     EXPECT_EQ(Foreign().Cell("PRAGMA journal_mode"), "wal") << "taken over after all";
 }
@@ -140,11 +139,11 @@ TEST_F(LockedFileTest, AFileThatIsBroken_IsNotTriedAgain) {
     std::filesystem::remove(folders.SettingsFile());
     EXPECT_FALSE(db.SetSetting("Port", "COM1"));
     EXPECT_FALSE(db.IsOpen());
-    EXPECT_EQ(boxes.texts.size(), 1U);
+    EXPECT_EQ(boxes.Texts().size(), 1U);
     db.Open();
     EXPECT_TRUE(db.IsOpen());
     EXPECT_TRUE(db.SetSetting("Port", "COM1"));
-    EXPECT_EQ(boxes.texts.size(), 1U);
+    EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
 // --- writing ---------------------------------------------------------------------------------------------------------
@@ -410,19 +409,17 @@ TEST_F(LockedWriteTest, TheCommonSetting_IsReadFirstLikeTheOthers) {
 
 TEST(LockWaitTest, AWaitInVain_IsFollowedByARestFromAnyTick) {
     for (const std::int32_t first : {0, -1000, INT32_MAX - 1000, INT32_MIN}) {
-        StandingClock clock;
-        clock.now = Tick{first};
-        clock.onSleep = [&] { clock.now = clock.now + LockWait::kStepMs; };
+        VirtualClock clock(Tick{first});
         LockWait wait(clock);
         EXPECT_FALSE(wait.WaitAStep()) << "nothing allowed yet";
         wait.Begin();
         while (wait.WaitAStep()) {
         }
-        EXPECT_EQ(clock.sleptMs, LockWait::kLongestMs);
-        clock.now = clock.now + (LockWait::kRestMs - 1);
+        EXPECT_EQ(clock.Elapsed(), LockWait::kLongestMs);
+        clock.Sleep(LockWait::kRestMs - 1);
         wait.Begin();
         EXPECT_FALSE(wait.WaitAStep());
-        clock.now = clock.now + 1;
+        clock.Sleep(1);
         wait.Begin();
         EXPECT_TRUE(wait.WaitAStep());
         wait.Forbid();

@@ -112,7 +112,7 @@ TEST(PersistConstructionTest, Failures_AreIgnored) {
     FailingFolders noFolders;
     Persist persist(PersistNeeds{world.logState, world.log, world.clock, noFolders, world.boxes, world.ledger});
     EXPECT_EQ(persist.database(), nullptr);
-    EXPECT_EQ(world.boxes.texts, std::vector<std::string>{"Failed to open database"});
+    EXPECT_EQ(world.boxes.Texts(), std::vector<std::string>{"Failed to open database"});
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
     EXPECT_TRUE(persist.LegacyFile().empty());
 

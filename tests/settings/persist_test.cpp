@@ -29,7 +29,7 @@ TEST_F(PersistTest, AFreshMachine_GetsItsFolderAndFile) {
     EXPECT_FALSE(std::filesystem::exists(folders.LegacyFile()));
     EXPECT_EQ(persist->LegacyFile(), folders.LegacyFile());
     EXPECT_FALSE(persist->PreventWrites);
-    EXPECT_TRUE(boxes.texts.empty());
+    EXPECT_TRUE(boxes.Texts().empty());
     EXPECT_TRUE(ledger.Entries().empty());
 }
 
@@ -64,8 +64,7 @@ TEST_F(PersistTest, AWrite_RulesOverTheLegacyFileAndLeavesItAlone) {
     WriteLegacyFile(content);
     persist->WriteIniValue("Port", "COM2");
     EXPECT_EQ(persist->ReadIniValue("Port", "COM1"), "COM2");
-    std::ifstream stream(folders.LegacyFile());
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), content);
+    EXPECT_EQ(ContentOf(folders.LegacyFile()), content);
 }
 
 TEST_F(PersistTest, AReadOnlyLegacyFile_IsMadeWritableByItsOwner) {
@@ -240,8 +239,8 @@ TEST_F(NoDatabaseTest, EachAccess_ShowsItsBoxAndGivesTheDefault) {
     EXPECT_EQ(persist.ReadIniValue("Port", "true"), "True");
     persist.WriteIniValue("Port", "COM1");
     persist.TryDeleteIniValue("Port");
-    EXPECT_EQ(boxes.texts, (std::vector<std::string>{"Failed to open database", "ReadIniValue: No DB initialized!",
-                                                     "WriteIniValue: No DB initialized!"}));
+    EXPECT_EQ(boxes.Texts(), (std::vector<std::string>{"Failed to open database", "ReadIniValue: No DB initialized!",
+                                                       "WriteIniValue: No DB initialized!"}));
     EXPECT_EQ(persist.database(), nullptr);
 }
 
@@ -257,8 +256,8 @@ TEST_F(NoDatabaseTest, AnUnusableFile_ShowsOneBoxAndReadsDefaults) {
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
     EXPECT_NO_THROW(persist.WriteIniValue("Port", "COM2"));
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
-    ASSERT_EQ(boxes.texts.size(), 1U);
-    EXPECT_TRUE(boxes.texts[0].starts_with("Init DB Error: "));
+    ASSERT_EQ(boxes.Texts().size(), 1U);
+    EXPECT_TRUE(boxes.Texts()[0].starts_with("Init DB Error: "));
     EXPECT_NE(persist.database(), nullptr);
 }
 

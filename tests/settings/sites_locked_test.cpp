@@ -10,7 +10,7 @@ namespace {
 struct LockedSites : SettingsWorld {
     LockedSites() {
         logState.g_bDebugLog = true;
-        clock.onSleep = [this] { clock.now = clock.now + LockWait::kStepMs; };
+        onSleep = [] {};
         persist.emplace(NeedsOfPersist());
     }
 

@@ -541,7 +541,7 @@ TEST_F(SitesTest, WithoutADatabase_ThereAreNoSitesAndNothingFails) {
     EXPECT_FALSE(none.GetAllSites());
     EXPECT_EQ(none.CurrentSiteName(), "");
     EXPECT_FALSE(none.GetSiteNumbers("Default", numbers));
-    EXPECT_EQ(boxes.texts, std::vector<std::string>{"Failed to open database"});
+    EXPECT_EQ(boxes.Texts(), std::vector<std::string>{"Failed to open database"});
 }
 
 TEST_F(SitesTest, WithAFileThatCannotBeOpened_ThereAreNoSitesAndNothingFails) {

@@ -90,8 +90,8 @@ TEST_F(CatalogueTest, EveryCommand_OnTheLatestFirmware_IsAnsweredInItsForm) {
 TEST_F(CatalogueTest, EveryCommand_FedByteByByte_IsAnsweredTheSame) {
     for (const WireCommand& command : wire::kAll) {
         SCOPED_TRACE(command.text);
-        HandClock firstClock;
-        HandClock secondClock;
+        VirtualClock firstClock = EveningClock();
+        VirtualClock secondClock = EveningClock();
         MountSimulator whole(firstClock, options);
         MountSimulator pieces(secondClock, options);
         whole.Write(OnTheWire(command));

@@ -94,7 +94,7 @@ TEST_F(MotionTest, Slew_TakesAsLongAsTheSpeedSays) {
 TEST_F(MotionTest, Slew_ReadOftenOrOnce_EndsAtTheSamePlace) {
     TargetHourAngle(-3, "+35*00:00");
     ASSERT_EQ(Ask("MS"), "0");
-    HandClock otherClock;
+    VirtualClock otherClock = EveningClock();
     MountSimulator other(otherClock, options);
     other.Write(":PO#");
     otherClock.Sleep(200);
@@ -425,8 +425,7 @@ TEST_F(MotionTest, Focuser_RunsAtItsTwoSpeeds) {
 
 TEST_F(MotionTest, Ticks_MayWrapInTheMiddleOfASlew) {
     for (const std::int32_t first : {std::numeric_limits<std::int32_t>::max() - 3000, -3000, 0}) {
-        HandClock wrapping;
-        wrapping.tick = Tick{first};
+        VirtualClock wrapping = EveningClock(Tick{first});
         MountSimulator mount(wrapping, options);
         for (const char* command : {":PO#", ":Sa+40*00:00#", ":Sz180*00:00#", ":MS#"}) {
             mount.Write(command);

@@ -10,25 +10,18 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/clock.h"
 #include "simulator/misbehaviours.h"
 #include "simulator/mount_simulator.h"
+#include "support/virtual_clock.h"
 
 namespace kestrane {
 
-/// A clock that stands until it is told to go on. Local time is UTC+1.
-class HandClock final : public Clock {
-public:
-    Tick GetTickCount() override { return tick; }
-    DateTime GetLocalTime() override { return local; }
-    void Sleep(std::int32_t milliseconds) override { tick = tick + milliseconds; }
-    double TimeZoneOffset() override { return -1; }
-    DateTime DateLocalToUTC(const DateTime& time) override { return time; }
-    DateTime DateUTCToLocal(const DateTime& time) override { return time; }
-
-    Tick tick{};
-    DateTime local{2024, 3, 20, 22, 15, 30, 0};
-};
+/// A clock on a spring evening, one hour ahead of UTC.
+inline VirtualClock EveningClock(Tick firstTick = VirtualClock::kZero) {
+    VirtualClock clock(firstTick);
+    clock.SetLocalTime({2024, 3, 20, 22, 15, 30, 0});
+    return clock;
+}
 
 /// HH:MM:SS of hours, for commands that tests send; whole seconds, cut off.
 inline std::string WireHours(double hours) {
@@ -96,7 +89,7 @@ protected:
         WaitForSlew();
     }
 
-    HandClock clock;
+    VirtualClock clock = EveningClock();
     MountSimulatorOptions options;
 
 private:

@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "support/temporary_folder.h"
+
 namespace kestrane {
 namespace {
 
@@ -86,15 +88,8 @@ std::string Ask(const std::string& terminal, const std::string& command) {
 
 class ProgramTest : public testing::Test {
 protected:
-    ProgramTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "mount-XXXXXX").string();
-        folder = mkdtemp(name.data());
-        link = folder / "COM1";
-    }
-    ~ProgramTest() override { std::filesystem::remove_all(folder); }
-
-    std::filesystem::path folder;
-    std::filesystem::path link;
+    TemporaryFolder folder;
+    std::filesystem::path link = folder.Path() / "COM1";
 };
 
 TEST_F(ProgramTest, Mount_AnswersOverItsLinkToClientAfterClient) {
@@ -109,7 +104,7 @@ TEST_F(ProgramTest, Mount_AnswersOverItsLinkToClientAfterClient) {
     program.Signal(SIGTERM);
     EXPECT_EQ(program.ExitStatus(), 0);
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(link)));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 0);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 0);
 }
 
 TEST_F(ProgramTest, Interrupt_EndsItWell_AndLeavesALinkThatIsNoLongerItsOwn) {
@@ -145,7 +140,7 @@ struct Refusal {
 };
 
 TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
-    std::filesystem::create_directory(folder / "plain");
+    std::filesystem::create_directory(folder.Path() / "plain");
     const std::vector<Refusal> refusals{
         {{"--link"}, 2, "--link needs a value"},
         {{"--verbose=1"}, 2, "--verbose takes no value"},
@@ -157,10 +152,12 @@ TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
         {{"--declination=-91"}, 2, "--declination takes a number from -90 to 90, not '-91'"},
         {{"--side", "left"}, 2, "--side takes east or west, not 'left'"},
         {{"--colour"}, 2, "unknown option '--colour'"},
-        {{"--link", (folder / "plain").string()},
+        {{"--link", (folder.Path() / "plain").string()},
          1,
-         (folder / "plain").string() + " is in the way: it is no symbolic link"},
-        {{"--link", (folder / "none/x").string()}, 1, "cannot make the link " + (folder / "none/x").string()},
+         (folder.Path() / "plain").string() + " is in the way: it is no symbolic link"},
+        {{"--link", (folder.Path() / "none/x").string()},
+         1,
+         "cannot make the link " + (folder.Path() / "none/x").string()},
     };
     for (const Refusal& refusal : refusals) {
         Program program(refusal.words);

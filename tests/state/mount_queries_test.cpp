@@ -311,10 +311,10 @@ TEST_F(MountQueriesTest, IntervalTest_IsStrict_AndForceMakesItDue) {
     EXPECT_TRUE(queries.IsDue(false, stamp, 1'000));
     EXPECT_TRUE(queries.IsDue(true, stamp, 60'000));
     EXPECT_EQ(stamp, machine.clock.GetTickCount() - 60'000);
-    machine.clock.SetFirstTick(VirtualClock::kBeforeWrap);
+    machine.clock.SetTick(VirtualClock::kBeforeWrap);
     stamp = Tick{-1};
     EXPECT_FALSE(queries.IsDue(false, stamp, 1'000));
-    machine.clock.SetFirstTick(Tick{0});
+    machine.clock.SetTick(Tick{1'000});
     EXPECT_TRUE(queries.IsDue(false, stamp, 1'000));  // a little later, across the wrap
 }
 

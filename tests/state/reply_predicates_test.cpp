@@ -3,18 +3,10 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "support/virtual_clock.h"
+
 namespace kestrane {
 namespace {
-
-class NoTime final : public Clock {
-public:
-    Tick GetTickCount() override { return {}; }
-    DateTime GetLocalTime() override { return {}; }
-    void Sleep(std::int32_t) override {}
-    double TimeZoneOffset() override { return 0.0; }
-    DateTime DateLocalToUTC(const DateTime& local) override { return local; }
-    DateTime DateUTCToLocal(const DateTime& utc) override { return utc; }
-};
 
 struct Row {
     std::string reply;
@@ -23,7 +15,7 @@ struct Row {
 
 class ReplyPredicateTest : public testing::TestWithParam<Row> {
 protected:
-    NoTime clock;
+    VirtualClock clock;
     LogState logState;
     Log log{logState, clock};
 };
@@ -63,7 +55,7 @@ struct TimeRow {
 
 class TimePredicateTest : public testing::TestWithParam<TimeRow> {
 protected:
-    NoTime clock;
+    VirtualClock clock;
     LogState logState;
     Log log{logState, clock};
 };

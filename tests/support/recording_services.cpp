@@ -3,8 +3,6 @@
 #include <chrono>
 #include <cmath>
 #include <numbers>
-#include <random>
-#include <system_error>
 
 namespace kestrane {
 namespace {
@@ -27,25 +25,6 @@ double VirtualAstronomy::NowLst(double westLongitudeRadians) {
     const double greenwich = 18.697374558 + 24.06570982441908 * DaysSinceJ2000(clock_.Utc());
     const double local = std::fmod(greenwich - westLongitudeRadians * 12.0 / std::numbers::pi, 24.0);
     return local < 0.0 ? local + 24.0 : local;
-}
-
-TemporaryFolders::TemporaryFolders() {
-    std::random_device random;
-    // In memory where the machine has it: there a setting's wait for the disk costs nothing.
-    const std::filesystem::path inMemory = "/dev/shm";
-    std::error_code ignored;
-    const std::filesystem::path folder =
-        std::filesystem::is_directory(inMemory, ignored) ? inMemory : std::filesystem::temp_directory_path();
-    do {
-        root_ = folder / ("kestrane-test-" + std::to_string(random()));
-    } while (!std::filesystem::create_directory(root_));
-    std::filesystem::create_directory(CommonAppData());
-    std::filesystem::create_directory(Documents());
-}
-
-TemporaryFolders::~TemporaryFolders() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
 }
 
 }  // namespace kestrane

@@ -28,6 +28,13 @@ public:
     std::deque<MessageAnswer> answers;          ///< of the next boxes; OK once they are used up
     std::function<void(const Box&)> whenShown;  ///< runs while the box is on the screen
 
+    std::vector<std::string> Texts() const {
+        std::vector<std::string> texts;
+        for (const Box& box : shown) {
+            texts.push_back(box.text);
+        }
+        return texts;
+    }
     MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) override {
         shown.push_back({std::string(text), std::string(title), icon});
         if (whenShown) {
@@ -156,22 +163,6 @@ public:
 
 private:
     VirtualClock& clock_;
-};
-
-/// Two folders of their own in the machine's temporary folder, removed at the end.
-class TemporaryFolders final : public Folders {
-public:
-    TemporaryFolders();
-    ~TemporaryFolders() override;
-    TemporaryFolders(const TemporaryFolders&) = delete;
-    TemporaryFolders& operator=(const TemporaryFolders&) = delete;
-
-    std::filesystem::path CommonAppData() override { return root_ / "common"; }
-    std::filesystem::path Documents() override { return root_ / "documents"; }
-    const std::filesystem::path& Root() const { return root_; }
-
-private:
-    std::filesystem::path root_;
 };
 
 }  // namespace kestrane

@@ -50,6 +50,9 @@ void VirtualClock::Sleep(std::int32_t milliseconds) {
     if (milliseconds > 0) {
         MoveTo(elapsedMs_ + milliseconds);
     }
+    if (onSleep_) {
+        onSleep_(milliseconds);
+    }
 }
 
 double VirtualClock::TimeZoneOffset() {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "platform/clock.h"
 
@@ -41,8 +42,10 @@ public:
     std::optional<std::int64_t> NextEvent() const;
     void DropEvents() { events_.clear(); }
 
-    /// Sets what the tick count was at the start.
-    void SetFirstTick(Tick tick) { first_ = tick; }
+    /// Sets what the tick count is now; the time of day stays.
+    void SetTick(Tick now) { first_ = first_ + (now - GetTickCount()); }
+    /// Runs in each sleep, after time has moved on by it; an empty function ends that.
+    void OnSleep(std::function<void(std::int32_t milliseconds)> onSleep) { onSleep_ = std::move(onSleep); }
     /// Sets the local time of now, in the zone as it stands.
     void SetLocalTime(const DateTime& local);
     /// UTC minus local standard time, in hours; the local time now jumps with it.
@@ -54,6 +57,7 @@ public:
 private:
     double OffsetAtUtc(std::int64_t utcMs) const;
 
+    std::function<void(std::int32_t)> onSleep_;
     Tick first_;
     std::int64_t elapsedMs_ = 0;
     std::multimap<std::int64_t, std::function<void()>> events_;  ///< to come, by their time

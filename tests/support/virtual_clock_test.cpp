@@ -1,6 +1,7 @@
 #include "support/virtual_clock.h"
 
 #include <gtest/gtest.h>
+#include <vector>
 
 #include "support/recording_services.h"
 
@@ -31,6 +32,31 @@ TEST(VirtualClock, TickCount_GoesOverTheSignChangeAndTheWrap) {
     VirtualClock wrap(VirtualClock::kBeforeWrap);
     wrap.Sleep(60'000);
     EXPECT_EQ(wrap.GetTickCount().value, 0);
+}
+
+TEST(VirtualClock, SetTick_IsTheCountNow_AndLeavesTheTimeOfDay) {
+    VirtualClock clock;
+    clock.Sleep(5000);
+    const DateTime before = clock.GetLocalTime();
+    for (const Tick tick : {Tick{7}, Tick{INT32_MIN}, VirtualClock::kBeforeWrap}) {
+        clock.SetTick(tick);
+        EXPECT_EQ(clock.GetTickCount(), tick);
+    }
+    EXPECT_EQ(clock.GetLocalTime(), before);
+    EXPECT_EQ(clock.Elapsed(), 5000);
+}
+
+TEST(VirtualClock, OnSleep_SeesEachSleepAfterItsTime) {
+    VirtualClock clock;
+    std::vector<std::int64_t> seen;
+    clock.OnSleep([&](std::int32_t milliseconds) { seen.insert(seen.end(), {milliseconds, clock.Elapsed()}); });
+    clock.Sleep(20);
+    clock.MoveTo(50);
+    clock.Sleep(0);
+    EXPECT_EQ(seen, (std::vector<std::int64_t>{20, 20, 0, 50}));
+    clock.OnSleep({});
+    clock.Sleep(5);
+    EXPECT_EQ(seen.size(), 4U);
 }
 
 TEST(VirtualClock, SetLocalTime_IsTheTimeNow) {

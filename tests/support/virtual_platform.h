@@ -6,6 +6,7 @@
 #include "platform/platform.h"
 #include "support/recording_services.h"
 #include "support/simulator_line.h"
+#include "support/temporary_folder.h"
 #include "support/virtual_clock.h"
 #include "support/virtual_pump.h"
 #include "support/virtual_serial_ports.h"

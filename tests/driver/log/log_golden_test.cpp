@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,11 +56,6 @@ std::vector<std::string> LinesOf(const std::string& text) {
         start = end + 1;
     }
     return lines;
-}
-
-std::string ContentOf(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// Empty when both are equal to the byte.

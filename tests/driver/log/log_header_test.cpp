@@ -1,6 +1,4 @@
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 #include "support/driver_fixture.h"
 
@@ -15,8 +13,7 @@ protected:
         machine.AdvanceTime(1000);  // a file of its own
         Seed({{key, value}});
         Start();
-        std::ifstream stream(driver->log.FileName(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        return ContentOf(driver->log.FileName());
     }
 };
 

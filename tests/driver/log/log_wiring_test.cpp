@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 #include "support/driver_fixture.h"
 
@@ -24,10 +22,6 @@ protected:
         }
         std::sort(files.begin(), files.end());
         return files;
-    }
-    static std::string ContentOf(const fs::path& file) {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
     }
     static std::size_t TimesIn(const std::string& text, const std::string& part) {
         std::size_t times = 0;

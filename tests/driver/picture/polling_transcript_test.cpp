@@ -264,7 +264,7 @@ TEST_F(PollingTranscriptTest, SlewWatchedByItsDistance_AsksForCoordinatesOnly) {
 class TickCounterTest : public DriverFixture, public testing::WithParamInterface<Tick> {
 protected:
     TickCounterTest() {
-        machine.clock.SetFirstTick(GetParam());
+        machine.clock.SetTick(GetParam());
         BuildMount("VKC4-P02-08");
     }
 };

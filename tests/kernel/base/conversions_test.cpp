@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "base_fakes.h"
+#include "support/comma_locale.h"
+#include "support/kept_log.h"
 
 namespace kestrane {
 namespace {
@@ -55,7 +56,7 @@ void ExpectNumbers() {
     for (const NumberRow& row : kNumbers) {
         KeptLog kept;
         EXPECT_DOUBLE_EQ(Val_Global(row.text, kept.log), row.value) << row.text;
-        std::vector<Logged> expected;
+        std::vector<LogLine> expected;
         for (const std::string& error : row.errors) {
             expected.push_back({"Val_Global", 2, error});
         }
@@ -202,7 +203,7 @@ TEST(ConversionsTest, ParseProtocolHours_OfEachText_GivesTheHoursOrTheFault) {
         ASSERT_EQ(kept.messages.size(), 2 * lines) << row.text;
         if (!row.good) {
             EXPECT_EQ(kept.messages[2],
-                      (Logged{"ParseProtocolHours", 2, std::string("Conversion error: ") + row.fault}));
+                      (LogLine{"ParseProtocolHours", 2, std::string("Conversion error: ") + row.fault}));
         }
     }
 }
@@ -214,8 +215,8 @@ TEST(ConversionsTest, ParseProtocolHours_LogsTheTextAndTheHighestIndex) {
         KeptLog kept;
         double hours = 0.0;
         ParseProtocolHours(text, hours, kept.log);
-        EXPECT_EQ(kept.messages[0], (Logged{"ParseProtocolHours", 0, "Input string = '" + text + "'"}));
-        EXPECT_EQ(kept.messages[1], (Logged{"ParseProtocolHours", 0, bound}));
+        EXPECT_EQ(kept.messages[0], (LogLine{"ParseProtocolHours", 0, "Input string = '" + text + "'"}));
+        EXPECT_EQ(kept.messages[1], (LogLine{"ParseProtocolHours", 0, bound}));
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base_fakes.h"
+#include "support/kept_log.h"
 
 namespace kestrane {
 namespace {
@@ -54,8 +54,8 @@ TEST_F(CountersTest, EachCounter_LogsItsNewValueAndRefreshesTheView) {
         (counters.*row.count)();
         (counters.*row.count)();
         EXPECT_EQ(state.*row.value, 2) << row.text;
-        EXPECT_EQ(kept.messages, (std::vector<Logged>{{"Telescope", row.level, row.text + std::string("1")},
-                                                      {"Telescope", row.level, row.text + std::string("2")}}));
+        EXPECT_EQ(kept.messages, (std::vector<LogLine>{{"Telescope", row.level, row.text + std::string("1")},
+                                                       {"Telescope", row.level, row.text + std::string("2")}}));
         EXPECT_EQ(view.refreshes, 2) << row.text;
     }
     counters.Reset();
@@ -70,8 +70,8 @@ TEST_F(CountersTest, ACounterAtItsLimit_StaysThere) {
     EXPECT_EQ(state.g_nRetransmits, 2147483647);
     counters.CountRetransmit();
     EXPECT_EQ(state.g_nRetransmits, 2147483647);
-    EXPECT_EQ(kept.messages, (std::vector<Logged>{{"Telescope", 1, "Retransmits: 2147483647"},
-                                                  {"Telescope", 1, "Retransmits: 2147483647"}}));
+    EXPECT_EQ(kept.messages, (std::vector<LogLine>{{"Telescope", 1, "Retransmits: 2147483647"},
+                                                   {"Telescope", 1, "Retransmits: 2147483647"}}));
     EXPECT_EQ(view.refreshes, 2);
 }
 
@@ -117,9 +117,9 @@ TEST_F(CountersTest, FilterAlarms_CountsFaultThenPowerThenStall_WhateverTheOrder
         kept.messages.clear();
         std::string reply = text;
         filter.FilterAlarms(reply);
-        EXPECT_EQ(kept.messages, (std::vector<Logged>{{"Telescope", 2, "SERVO FAULT DETECTEDS: 1"},
-                                                      {"Telescope", 2, "LOW POWER DETECTEDS: 1"},
-                                                      {"Telescope", 2, "MOTOR STALL DETECTEDS: 1"}}))
+        EXPECT_EQ(kept.messages, (std::vector<LogLine>{{"Telescope", 2, "SERVO FAULT DETECTEDS: 1"},
+                                                       {"Telescope", 2, "LOW POWER DETECTEDS: 1"},
+                                                       {"Telescope", 2, "MOTOR STALL DETECTEDS: 1"}}))
             << text;
     }
 }

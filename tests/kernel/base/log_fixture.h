@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "base_fakes.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
+#include "support/temporary_folder.h"
+#include "support/virtual_clock.h"
 
 namespace kestrane {
 
@@ -54,6 +55,7 @@ struct RecordingWindow final : LogWindow {
 struct LogTest : testing::Test {
     LogTest() {
         state.g_bDebugLog = true;
+        clock.SetLocalTime(kStart);
         log.SetFacts(LogFileFacts{[] { return std::string(); }, [] { return std::string("4"); },
                                   [] { return std::string("Alder VTR"); }, [] { return std::string("Windows 10"); },
                                   [] { return true; }, [this] { return folder.Path(); }});
@@ -63,8 +65,10 @@ struct LogTest : testing::Test {
     std::filesystem::path LogFile() const { return LogsFolder() / "KS_ASCOM_2024-03-07_09-05-02.log"; }
     void UseWindow() { log.SetWindow(&window); }
 
+    static constexpr DateTime kStart{2024, 3, 7, 9, 5, 2, 8};
+
     TemporaryFolder folder;
-    StandingClock clock;
+    VirtualClock clock;
     LogState state;
     Log log{state, clock};
     RecordingWindow window;

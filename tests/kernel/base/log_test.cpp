@@ -33,7 +33,7 @@ TEST_F(LogTest, AFile_IsToTheByteAsItWasAlways) {
 }
 
 TEST_F(LogTest, Timestamps_HaveTheYearUnpadded) {
-    clock.local = DateTime{987, 11, 30, 23, 59, 58, 120};
+    clock.SetLocalTime({987, 11, 30, 23, 59, 58, 120});
     EXPECT_EQ(log.GetTimestamp(), "987-11-30 23:59:58.120");
     EXPECT_EQ(log.GetFileTimestamp(), "987-11-30_23-59-58");
 }
@@ -126,7 +126,7 @@ TEST_F(LogTest, WriteLogLine_WithoutAFile_DoesNothing) {
 
 TEST_F(LogTest, OpenLog_OnAnOpenLog_GoesOnWithIt) {
     log.OpenLog();
-    clock.local.second = 3;
+    clock.Sleep(1000);
     log.OpenLog();
     EXPECT_EQ(log.FileName(), LogFile());
     log.CloseLog();

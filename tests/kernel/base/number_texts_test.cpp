@@ -2,15 +2,15 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "base_fakes.h"
 #include "kernel/base/conversions.h"
+#include "support/kept_log.h"
 
 namespace kestrane {
 namespace {
 
 /// The lines of one kind that a text is answered with.
-std::vector<Logged> Errors(const char* origin, const std::vector<std::string>& messages) {
-    std::vector<Logged> lines;
+std::vector<LogLine> Errors(const char* origin, const std::vector<std::string>& messages) {
+    std::vector<LogLine> lines;
     for (const std::string& message : messages) {
         lines.push_back({origin, 2, message});
     }
@@ -101,7 +101,7 @@ TEST(NumberTextsTest, ParseProtocolHours_LogsTheTextWithItsBlanks) {
     KeptLog kept;
     double hours = 0.0;
     EXPECT_TRUE(ParseProtocolHours("  12:34:56 ", hours, kept.log));
-    EXPECT_EQ(kept.messages[0], (Logged{"ParseProtocolHours", 0, "Input string = '  12:34:56 '"}));
+    EXPECT_EQ(kept.messages[0], (LogLine{"ParseProtocolHours", 0, "Input string = '  12:34:56 '"}));
 }
 
 TEST(NumberTextsTest, ParseProtocolDegrees_AtTheEdges) {

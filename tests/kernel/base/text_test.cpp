@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "base_fakes.h"
 #include "kernel/base/errors.h"
+#include "support/comma_locale.h"
 
 namespace kestrane {
 namespace {

@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
-#include "base_fakes.h"
 #include "kernel/base/errors.h"
 #include "platform/pump_engine.h"
+#include "support/virtual_clock.h"
 
 namespace kestrane {
 namespace {
@@ -16,14 +16,14 @@ namespace {
 /// Counts the pumps; a pump may take time.
 class CountingPump final : public MessagePump {
 public:
-    explicit CountingPump(StandingClock& clock) : clock_(clock) {}
+    explicit CountingPump(VirtualClock& clock) : clock_(clock) {}
 
     void Post(CallKind, std::function<void()>) override {}
     void PumpMessages() override {
         ++pumps;
-        clock_.now = clock_.now + pumpTakesMs;
+        clock_.MoveTo(clock_.Elapsed() + pumpTakesMs);
         if (!jumps.empty()) {
-            clock_.now = clock_.now + jumps.front();
+            clock_.SetTick(clock_.GetTickCount() + jumps.front());
             jumps.erase(jumps.begin());
         }
     }
@@ -37,18 +37,23 @@ public:
     std::vector<std::int32_t> jumps;  ///< by how much the ticks jump at the first pumps
 
 private:
-    StandingClock& clock_;
+    VirtualClock& clock_;
 };
 
 struct WaitsTest : testing::Test {
-    StandingClock clock;
+    WaitsTest() {
+        clock.OnSleep([this](std::int32_t milliseconds) { sleeps.push_back(milliseconds); });
+    }
+
+    VirtualClock clock;
+    std::vector<std::int32_t> sleeps;
     CountingPump pump{clock};
     Waits waits{clock, pump};
 };
 
 TEST_F(WaitsTest, PauseForStops_LetsAStopInEachMillisecond_AndNothingElse) {
     waits.PauseForStops(20);
-    EXPECT_EQ(clock.sleeps, std::vector<std::int32_t>(20, 1));
+    EXPECT_EQ(sleeps, std::vector<std::int32_t>(20, 1));
     EXPECT_EQ(pump.stopPumps, 20);
     EXPECT_EQ(pump.pumps, 0);
     waits.PauseForStops(0);
@@ -75,11 +80,11 @@ TEST_F(WaitsTest, WaitForMilliseconds_PumpsAfterEachPieceWhileMoreThan100Remain)
     };
     for (const std::int32_t start : {0, 2147483600, -1}) {
         for (const WaitRow& row : rows) {
-            clock.now = Tick{start};
-            clock.sleeps.clear();
+            clock.SetTick(Tick{start});
+            sleeps.clear();
             pump.pumps = 0;
             waits.WaitForMilliseconds(row.milliseconds);
-            EXPECT_EQ(clock.sleeps, row.sleeps) << row.milliseconds << " from " << start;
+            EXPECT_EQ(sleeps, row.sleeps) << row.milliseconds << " from " << start;
             EXPECT_EQ(pump.pumps, row.pumps) << row.milliseconds << " from " << start;
         }
     }
@@ -89,43 +94,45 @@ TEST_F(WaitsTest, WaitForMilliseconds_CountsTheTimeThatAPumpTook) {
     pump.pumpTakesMs = 500;
     waits.WaitForMilliseconds(300);
     EXPECT_EQ(pump.pumps, 1);
-    EXPECT_EQ(clock.sleeps, std::vector<std::int32_t>{100});
+    EXPECT_EQ(sleeps, std::vector<std::int32_t>{100});
 }
 
 TEST_F(WaitsTest, WaitForMilliseconds_WhenTheTicksJumpBack_WaitsTheTimeThatTheyTell) {
     pump.jumps = {-150, -150};
     waits.WaitForMilliseconds(250);
-    EXPECT_EQ(clock.sleeps, (std::vector<std::int32_t>{100, 100, 100, 100, 100, 50}));
+    EXPECT_EQ(sleeps, (std::vector<std::int32_t>{100, 100, 100, 100, 100, 50}));
     EXPECT_EQ(pump.pumps, 5);
 }
 
 TEST_F(WaitsTest, WaitForMilliseconds_WhenTheTicksJumpByHalfTheirRange_GoesOnInPieces) {
     pump.jumps = {-2147483647, 2147483647};
     waits.WaitForMilliseconds(250);
-    EXPECT_EQ(clock.sleeps, (std::vector<std::int32_t>{100, 100, 50}));
+    EXPECT_EQ(sleeps, (std::vector<std::int32_t>{100, 100, 50}));
 }
 
 TEST_F(WaitsTest, PumpOnce_PumpsWithoutSleeping) {
     waits.PumpOnce();
     EXPECT_EQ(pump.pumps, 1);
-    EXPECT_TRUE(clock.sleeps.empty());
+    EXPECT_TRUE(sleeps.empty());
 }
 
 /// A standing clock as the pump sees it.
 class StandingTime final : public PumpTime {
 public:
-    explicit StandingTime(StandingClock& clock) : clock_(clock) {}
+    explicit StandingTime(VirtualClock& clock) : clock_(clock) {}
 
-    TimePoint Now() override { return TimePoint(std::chrono::milliseconds(clock_.now.value)); }
+    TimePoint Now() override { return TimePoint(std::chrono::milliseconds(clock_.Elapsed())); }
     void SleepUntil(std::optional<TimePoint>) override { FAIL() << "only the outermost loop sleeps"; }
     void Wake() override {}
 
 private:
-    StandingClock& clock_;
+    VirtualClock& clock_;
 };
 
 TEST(WaitsOnTheRealPump, WaitForMilliseconds_WhenAnotherEventFails_WaitsOn) {
-    StandingClock clock;
+    VirtualClock clock;
+    std::vector<std::int32_t> sleeps;
+    clock.OnSleep([&](std::int32_t milliseconds) { sleeps.push_back(milliseconds); });
     StandingTime time(clock);
     int faults = 0;
     PumpEngine pump(time, [&](const std::exception_ptr&) { ++faults; });
@@ -136,7 +143,7 @@ TEST(WaitsOnTheRealPump, WaitForMilliseconds_WhenAnotherEventFails_WaitsOn) {
     EXPECT_EQ(faults, 1);
     EXPECT_NO_THROW(waits.WaitForMilliseconds(250));
     EXPECT_EQ(faults, 2);
-    EXPECT_EQ(clock.sleeps, (std::vector<std::int32_t>{100, 100, 50}));
+    EXPECT_EQ(sleeps, (std::vector<std::int32_t>{100, 100, 50}));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "platform/posix/posix_serial_ports.h"
 #include "platform/posix/test_world.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane {
 
@@ -57,7 +58,7 @@ protected:
     }
     using Entries = std::vector<SerialPortEntry>;
 
-    const test::TemporaryFolder folder_;
+    const TemporaryFolder folder_;
 };
 
 TEST_F(PortLinksTest, List_WithNoDevice_IsEmptyAndMakesNothing) {

@@ -13,6 +13,7 @@
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_platform.h"
 #include "platform/posix/test_world.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane {
 namespace {
@@ -141,7 +142,7 @@ protected:
         return line;
     }
 
-    test::TemporaryFolder folder_;
+    TemporaryFolder folder_{TemporaryFolder::Place::Disk};
     std::filesystem::path fifo_ = folder_.Path() / "fifo";
     int reader_ = -1;
 };

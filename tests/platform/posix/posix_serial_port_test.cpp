@@ -12,6 +12,7 @@
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_serial_ports.h"
 #include "platform/posix/test_world.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane {
 namespace {
@@ -103,7 +104,7 @@ protected:
         EXPECT_LT(ProcessorTime() - processorTime, milliseconds(limitMs / 2));
     }
 
-    test::TemporaryFolder folder_;
+    TemporaryFolder folder_;
     PosixClock clock_;
     FarEnd farEnd_;
     PosixSerialPort port_{folder_.Path(), milliseconds(20)};
@@ -343,7 +344,7 @@ TEST_F(SerialTest, LineThatComesBackWhileOpen_IsTakenUpAgainByItself) {
 }
 
 TEST(PosixSerialPorts, CreatePort_GivesAClosedPortOfTheDataFolder) {
-    const test::TemporaryFolder data;
+    const TemporaryFolder data;
     test::FixedFolders folders(data.Path());
     PosixSerialPorts ports(folders);
     const FarEnd farEnd;

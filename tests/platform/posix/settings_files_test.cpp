@@ -8,13 +8,13 @@
 #include "platform/posix/posix_folders.h"
 #include "platform/posix/posix_registry.h"
 #include "platform/posix/test_world.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane {
 namespace {
 
 using test::FixedFolders;
 using test::ScopedVariable;
-using test::TemporaryFolder;
 
 // Folders ----------------------------------------------------------------------------------------------------------
 
