@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "link/transcript.h"
+#include "link/link_fixture.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
 enum class BackEnd { Library, AscomObject };
@@ -42,18 +42,18 @@ TEST_P(SerialLink, Connected_True_OpensThePortAndLogsIt) {
     link->Speed(19200);
     link->ReceiveTimeoutMS(300);
     Play(Library() ? R"(
-        0   ? Connected True
+        0   = Connected True
         0   L Serial Info KS Serial - Port = 12, Speed = 19200, Timeout = 300ms
-        0   =
+        0   = ->
     )"
                    : R"(
-        0   ? Connected True
+        0   = Connected True
         0   L Serial Info ASCOM Serial - Port = 12, Speed = 19200, Timeout = 300ms
-        0   =
+        0   = ->
     )");
     EXPECT_TRUE(link->Connected());
-    EXPECT_EQ(line.port, 12);
-    EXPECT_EQ(line.speed, 19200);
+    EXPECT_EQ(LastOpening().port, 12);
+    EXPECT_EQ(LastOpening().speed, 19200);
     EXPECT_EQ(link->Receive(), "");
     EXPECT_EQ(clock.Elapsed(), 300);
 }
@@ -67,27 +67,27 @@ TEST_P(SerialLink, Connected_TrueOnAnOpenLink_OpensItAgainWithoutHarm) {
 
 TEST_P(SerialLink, Connected_False_ClosesThePort) {
     Play(R"(
-        0   ? Connected False
-        0   =
+        0   = Connected False
+        0   = ->
     )");
     EXPECT_FALSE(link->Connected());
-    EXPECT_FALSE(line.open);
+    EXPECT_FALSE(machine.serialPorts.IsOpen(1));
     EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_P(SerialLink, AtItsEnd_ItClosesThePortAndSaysSo) {
     link.reset();
     EXPECT_EQ(LogLines(), std::vector<std::string>{"Serial Info Terminating and releasing serial object..."});
-    EXPECT_FALSE(line.open);
+    EXPECT_FALSE(machine.serialPorts.IsOpen(1));
 }
 
 TEST_P(SerialLink, ReceiveTimeoutMS_OnAnOpenLink_HoldsAtOnce) {
     Play(R"(
-        0   ? ReceiveTimeoutMS 120
+        0   = ReceiveTimeoutMS 120
         0   L Serial Info Setting serial receive timeout (mSecs): 120
-        0   =
-        0   ? Receive
-        120 =
+        0   = ->
+        0   = Receive
+        120 = ->
     )");
     EXPECT_EQ(link->ReceiveTimeoutMS(), 120);
 }
@@ -95,8 +95,8 @@ TEST_P(SerialLink, ReceiveTimeoutMS_OnAnOpenLink_HoldsAtOnce) {
 TEST_P(SerialLink, ReceiveTimeoutMS_OnAClosedLink_IsKeptForTheNextConnect) {
     link->Connected(false);
     Play(R"(
-        0   ? ReceiveTimeoutMS 120
-        0   =
+        0   = ReceiveTimeoutMS 120
+        0   = ->
     )");
     EXPECT_TRUE(LogLines().empty());
     EXPECT_EQ(link->ReceiveTimeoutMS(), 120);
@@ -118,9 +118,9 @@ TEST_P(SerialLink, ReceiveTimeout_IsInWholeSecondsWithHalvesToTheEvenOne) {
 
 TEST_P(SerialLink, ReceiveTimeout_Written_IsAThousandTimesThat) {
     Play(R"(
-        0   ? ReceiveTimeout 1
+        0   = ReceiveTimeout 1
         0   L Serial Info Setting serial receive timeout (mSecs): 1000
-        0   =
+        0   = ->
     )");
     EXPECT_EQ(link->ReceiveTimeoutMS(), 1000);
 }
@@ -136,32 +136,32 @@ TEST_P(SerialLink, ReceiveTimeout_TooLargeForMilliseconds_IsIgnored) {
 
 TEST_P(SerialLink, ClearBuffers_OnAQuietLine_CostsOneReadOfOneMillisecond) {
     Play(R"(
-        0   ? ClearBuffers
+        0   = ClearBuffers
         1   ~ 1
         1   L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        1   =
+        1   = ->
     )");
 }
 
 TEST_P(SerialLink, ClearBuffers_DropsWhatWaitsAndCountsIt) {
     Play(R"(
         0   < 12:34:56#12:
-        0   ? ReceiveTerminated #
-        0   = 12:34:56#
-        0   ? ClearBuffers
+        0   = ReceiveTerminated #
+        0   = -> 12:34:56#
+        0   = ClearBuffers
         1   L ClearBuffers Info Removed 3 bytes in 1 Ticks
-        1   =
+        1   = ->
     )");
 }
 
 TEST_P(SerialLink, ClearBuffers_RestoresTheReadLimit) {
     link->ReceiveTimeoutMS(300);
     Play(R"(
-        0   ? ClearBuffers
+        0   = ClearBuffers
         1   L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        1   =
-        1   ? Receive
-        301 =
+        1   = ->
+        1   = Receive
+        301 = ->
     )");
     EXPECT_EQ(link->ReceiveTimeoutMS(), 300);
 }
@@ -169,10 +169,10 @@ TEST_P(SerialLink, ClearBuffers_RestoresTheReadLimit) {
 TEST_P(SerialLink, ClearBuffers_CountsAlarmLettersThoughTheFilterTakesThem) {
     Play(R"(
         0   < aXb#
-        0   ? ClearBuffers
+        0   = ClearBuffers
         0   L Telescope Error SERVO FAULT DETECTEDS: 1
         1   L ClearBuffers Info Removed 4 bytes in 1 Ticks
-        1   =
+        1   = ->
     )");
     EXPECT_EQ(counters.Values().g_nServoFaults, 1);
 }
@@ -188,25 +188,25 @@ TEST_P(SerialLink, ClearBuffers_AReadOfNothingButAnAlarmLetter_EndsIt) {
 TEST_P(SerialLink, ClearBuffers_OnALineThatNeverPauses_StopsAfterTwoSeconds) {
     line.floodEveryMs = 1;
     Play(R"(
-        0    ? ClearBuffers
+        0    = ClearBuffers
         2000 L ClearBuffers Info Removed 2000 bytes in 2000 Ticks
-        2000 =
+        2000 = ->
     )");
 }
 
 TEST_P(SerialLink, ClearBuffers_OnALineThatPausesForTwoMilliseconds_StopsThere) {
     line.floodEveryMs = 2;
     Play(R"(
-        0   ? ClearBuffers
-        1   =
+        0   = ClearBuffers
+        1   = ->
     )");
 }
 
 TEST_P(SerialLink, ClearBuffers_AcrossTheWrapOfTheTickCounter_StopsAfterTwoSecondsToo) {
     for (const std::int32_t firstTick : {INT32_MAX - 1000, -1000}) {
-        clock.firstTick = Tick{firstTick} - clock.Elapsed();
+        clock.SetTick(Tick{firstTick});
         line.floodEveryMs = 1;
-        const std::int32_t start = clock.Elapsed();
+        const std::int64_t start = clock.Elapsed();
         link->ClearBuffers();
         EXPECT_EQ(clock.Elapsed() - start, 2000);
     }
@@ -215,75 +215,75 @@ TEST_P(SerialLink, ClearBuffers_AcrossTheWrapOfTheTickCounter_StopsAfterTwoSecon
 TEST_P(SerialLink, ClearBuffers_OnAClosedLink_ReadsNothing) {
     link->Connected(false);
     Play(R"(
-        0   ? ClearBuffers
+        0   = ClearBuffers
         0   L ClearBuffers Info Removed 0 bytes in 0 Ticks
-        0   =
+        0   = ->
     )");
-    EXPECT_TRUE(line.reads.empty());
+    EXPECT_EQ(machine.serialPorts.Reads(), 0);
     EXPECT_TRUE(ledger.Entries().empty());
 }
 
 TEST_P(SerialLink, Receive_GivesWhatIsThere) {
     Play(R"(
         0   < 12Z:34
-        0   ? Receive
+        0   = Receive
         10  L Telescope Error MOTOR STALL DETECTEDS: 1
-        10  = 12:34
-        10  ? Receive
-        510 =
+        10  = -> 12:34
+        10  = Receive
+        510 = ->
     )");
 }
 
 TEST_P(SerialLink, ReceiveCounted_ExactlyTheCount_CountsNoError) {
     Play(R"(
         0   < 1
-        0   ? ReceiveCounted 1
-        0   = 1
+        0   = ReceiveCounted 1
+        0   = -> 1
+        0   = ReceiveCounted 4
         5   < ab
         9   < cd
-        0   ? ReceiveCounted 4
-        9   = abcd
-        9   ? ReceiveCounted 0
-        9   =
+        9   = -> abcd
+        9   = ReceiveCounted 0
+        9   = ->
     )");
     EXPECT_EQ(counters.Values().g_nReceiveCountedErrors, 0);
 }
 
 TEST_P(SerialLink, ReceiveCounted_Silence_GivesAnEmptyTextAndCountsAnError) {
     Play(R"(
-        0   ? ReceiveCounted 1
+        0   = ReceiveCounted 1
         500 L Telescope Error RECEIVE COUNTED ERRORS: 1
-        500 =
+        500 = ->
     )");
 }
 
 TEST_P(SerialLink, ReceiveCounted_AnAlarmLetterAmongTheCount_CountsAnError) {
     Play(R"(
         0   < X1
-        0   ? ReceiveCounted 2
+        0   = ReceiveCounted 2
         0   L Telescope Error SERVO FAULT DETECTEDS: 1
         0   L Telescope Error RECEIVE COUNTED ERRORS: 1
-        0   = 1
+        0   = -> 1
     )");
 }
 
 TEST_P(SerialLink, ReceiveCounted_OnAClosedLink_GivesAnEmptyTextAtOnceAndCountsAnError) {
     link->Connected(false);
     Play(R"(
-        0   ? ReceiveCounted 1
+        0   = ReceiveCounted 1
         0   L Telescope Error RECEIVE COUNTED ERRORS: 1
-        0   =
+        0   = ->
     )");
 }
 
 TEST_P(SerialLink, ReceiveTerminated_WithItsTerminator_CountsNoError) {
     Play(R"(
         0   < 1#
-        0   ? ReceiveTerminated #
-        0   = 1#
+        0   = ReceiveTerminated #
+        0   = -> 1#
         0   < #
-        0   ? ReceiveTerminated #
-        0   = #
+        0   = ReceiveTerminated #
+        0   = -> #
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
 }
@@ -291,16 +291,16 @@ TEST_P(SerialLink, ReceiveTerminated_WithItsTerminator_CountsNoError) {
 TEST_P(SerialLink, ReceiveTerminated_OnlyAnAlarmLetterBeforeTheTerminator_LeavesTheTerminator) {
     Play(R"(
         0   < X#
-        0   ? ReceiveTerminated #
+        0   = ReceiveTerminated #
         0   L Telescope Error SERVO FAULT DETECTEDS: 1
-        0   = #
+        0   = -> #
     )");
 }
 
 TEST_P(SerialLink, ReceiveTerminated_Silence_RaisesAndCountsNothing) {
     swallowsExpected = !Library();
     Play(R"(
-        0   ? ReceiveTerminated #
+        0   = ReceiveTerminated #
         500 ! 5 Invalid procedure call or argument
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
@@ -309,7 +309,7 @@ TEST_P(SerialLink, ReceiveTerminated_Silence_RaisesAndCountsNothing) {
 TEST_P(SerialLink, ReceiveTerminated_NothingButAnAlarmLetter_RaisesLikeSilence) {
     Play(R"(
         0   < Z
-        0   ? ReceiveTerminated #
+        0   = ReceiveTerminated #
         500 ! 5 Invalid procedure call or argument
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
@@ -318,7 +318,7 @@ TEST_P(SerialLink, ReceiveTerminated_NothingButAnAlarmLetter_RaisesLikeSilence) 
 TEST_P(SerialLink, ReceiveTerminated_OnAClosedLink_RaisesAtOnce) {
     link->Connected(false);
     Play(R"(
-        0   ? ReceiveTerminated #
+        0   = ReceiveTerminated #
         0   ! 5 Invalid procedure call or argument
     )");
 }
@@ -326,25 +326,25 @@ TEST_P(SerialLink, ReceiveTerminated_OnAClosedLink_RaisesAtOnce) {
 TEST_P(SerialLink, ReceiveCounted_Short_GivesWhatCameAndCountsAnError) {
     Play(R"(
         0   < ab
-        0   ? ReceiveCounted 3
+        0   = ReceiveCounted 3
         500 L Telescope Error RECEIVE COUNTED ERRORS: 1
-        500 = ab
+        500 = -> ab
     )");
 }
 
 TEST_P(SerialLink, ReceiveTerminated_WithoutItsTerminator_GivesWhatCameAndCountsAnError) {
     Play(R"(
         0   < 1
-        0   ? ReceiveTerminated #
+        0   = ReceiveTerminated #
         500 L Telescope Error RECEIVE TERMINATED ERRORS: 1
-        500 = 1
+        500 = -> 1
     )");
 }
 
 TEST_P(SerialLink, ReceiveTerminated_ATextShorterThanItsTerminator_RaisesLikeSilence) {
     Play(R"(
         0   < 1
-        0   ? ReceiveTerminated ##
+        0   = ReceiveTerminated ##
         500 ! 5 Invalid procedure call or argument
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
@@ -353,8 +353,8 @@ TEST_P(SerialLink, ReceiveTerminated_ATextShorterThanItsTerminator_RaisesLikeSil
 TEST_P(SerialLink, ReceiveTerminated_TheTerminatorInTheOtherCase_IsNotReadToButCountsNoError) {
     Play(R"(
         0   < abEND
-        0   ? ReceiveTerminated End
-        500 = abEND
+        0   = ReceiveTerminated End
+        500 = -> abEND
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
 }
@@ -362,15 +362,15 @@ TEST_P(SerialLink, ReceiveTerminated_TheTerminatorInTheOtherCase_IsNotReadToButC
 TEST_P(SerialLink, ReadsThatBringTooLittle_StillShowTheirAlarms) {
     Play(R"(
         0    < X1
-        0    ? ReceiveTerminated #
+        0    = ReceiveTerminated #
         500  L Telescope Error SERVO FAULT DETECTEDS: 1
         500  L Telescope Error RECEIVE TERMINATED ERRORS: 1
-        500  = 1
+        500  = -> 1
         600  < aZ
-        600  ? ReceiveCounted 3
+        600  = ReceiveCounted 3
         1100 L Telescope Error MOTOR STALL DETECTEDS: 1
         1100 L Telescope Error RECEIVE COUNTED ERRORS: 1
-        1100 = a
+        1100 = -> a
     )");
     EXPECT_TRUE(ledger.Entries().empty());
 }
@@ -387,8 +387,8 @@ TEST_P(SerialLink, Transmit_WritesEveryByteAsItIs) {
 TEST_P(SerialLink, Transmit_OnAClosedLink_IsDropped) {
     link->Connected(false);
     Play(R"(
-        0   ? Transmit :GR#
-        0   =
+        0   = Transmit :GR#
+        0   = ->
     )");
     EXPECT_EQ(line.written, "");
 }
@@ -429,7 +429,7 @@ TEST_F(AscomLink, ReadsThatBringNothing_AreSwallowedErrorsOfTheObject) {
 
 TEST_F(AscomLink, Connected_ThatFails_RaisesTheObjectsOwnError) {
     link->Connected(false);
-    line.openError = 2;
+    machine.serialPorts.SetOpenError(1, 2);
     try {
         link->Connected(true);
         ADD_FAILURE() << "opened";
@@ -447,12 +447,12 @@ TEST_F(AscomLink, TheBackEnd_IsChosenAtCreationAndKept) {
 
 TEST_F(LibraryLink, Connected_ThatFails_StaysClosedAndRaisesNothing) {
     link->Connected(false);
-    line.openError = 2;
+    machine.serialPorts.SetOpenError(1, 2);
     Play(R"(
-        0   ? Connected True
+        0   = Connected True
         0   L Serial Info KS Serial - Port = 1, Speed = 9600, Timeout = 500ms
         0   L Serial Error Failed to connect: Error = 2
-        0   =
+        0   = ->
     )");
     EXPECT_FALSE(link->Connected());
 }
@@ -474,4 +474,4 @@ TEST_F(LibraryLink, ASettingOfAnyNumberButZero_ChoosesTheObject) {
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "link/transcript.h"
+#include "link/link_fixture.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
 class IpLink : public LinkFixture {
@@ -53,4 +53,4 @@ TEST_F(IpLink, ItsProperties_KeepWhatTheyAreGiven) {
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

@@ -1,82 +1,82 @@
 #include <gtest/gtest.h>
 
-#include "link/transcript.h"
+#include "link/link_fixture.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
 class BoolExchange : public LinkFixture {};
 
 TEST_F(BoolExchange, CommandBool_GoodReply_IsTrueAndReportsSuccess) {
     Play(R"(
-        0   ? CommandBool Sr12:34:56.7
+        0   = CommandBool Sr12:34:56.7
         0   L Telescope Info CommandBool TX=':Sr12:34:56.7#'
         0   > :Sr12:34:56.7#
         25  < 1
         25  L Telescope Info CommandBool Reply Received (TX=':Sr12:34:56.7#'), RX='1'
-        25  = True
+        25  = -> True
     )");
     EXPECT_EQ(querySuccesses, 1);
 }
 
 TEST_F(BoolExchange, CommandBoolInternal_LogsAsTheDriver) {
     Play(R"(
-        0   ? CommandBoolInternal raw :St+47*00:00#
+        0   = CommandBoolInternal raw :St+47*00:00#
         0   L Driver Info CommandBool TX=':St+47*00:00#'
         0   > :St+47*00:00#
         25  < 1
         25  L Driver Info CommandBool Reply Received (TX=':St+47*00:00#'), RX='1'
-        25  = True
+        25  = -> True
     )");
     EXPECT_EQ(querySuccesses, 1);
 }
 
 TEST_F(BoolExchange, CommandBool_ReadsOneCharacterOnly) {
     Play(R"(
-        0   ? CommandBool SC
+        0   = CommandBool SC
         0   > :SC#
         5   < 1Updating#
-        5   = True
-        5   ? ReceiveTerminated #
-        5   = Updating#
+        5   = -> True
+        5   = ReceiveTerminated #
+        5   = -> Updating#
     )");
 }
 
 TEST_F(BoolExchange, CommandBool_ZeroToTheSlew_IsTrueForTheClientMethodOnly) {
     swallowsExpected = true;
     Play(R"(
-        0   ? CommandBool MS
+        0   = CommandBool MS
         0   > :MS#
         10  < 0
-        10  = True
-        10  ? CommandBool raw :MS#
+        10  = -> True
+        10  = CommandBool raw :MS#
         10  > :MS#
         20  < 0
-        20  = True
-        20  ? CommandBoolInternal MS
+        20  = -> True
+        20  = CommandBoolInternal MS
         20  > :MS#
         30  < 0
         30  > #
-        51  = False
-        60  ? CommandBoolInternal raw :MS#
+        51  = -> False
+        60  = CommandBoolInternal raw :MS#
         60  > :MS#
         70  < 0
         70  > #
-        91  = False
+        91  = -> False
     )");
     EXPECT_EQ(querySuccesses, 2);
 }
 
 TEST_F(BoolExchange, CommandBool_OneToTheSlew_IsTrueForBoth) {
     Play(R"(
-        0   ? CommandBool MS
+        0   = CommandBool MS
         0   > :MS#
         10  < 1
-        10  = True
-        10  ? CommandBoolInternal MS
+        10  = -> True
+        10  = CommandBoolInternal MS
         10  > :MS#
         20  < 1
-        20  = True
+        20  = -> True
     )");
 }
 
@@ -90,7 +90,7 @@ TEST_F(BoolExchange, CommandBool_ZeroToAnythingButTheSlew_IsFalse) {
 
 TEST_F(BoolExchange, CommandBool_SilentMount_GivesUpAfterOneTry) {
     Play(R"(
-        0   ? CommandBool Sr12:00:00
+        0   = CommandBool Sr12:00:00
         0   L Telescope Info CommandBool TX=':Sr12:00:00#'
         0   > :Sr12:00:00#
         500 L Telescope Error RECEIVE COUNTED ERRORS: 1
@@ -100,7 +100,7 @@ TEST_F(BoolExchange, CommandBool_SilentMount_GivesUpAfterOneTry) {
         500 L Driver Info CommandClear()
         500 > #
         521 L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        521 = False
+        521 = -> False
     )");
     EXPECT_EQ(querySuccesses, 0);
 }
@@ -108,7 +108,7 @@ TEST_F(BoolExchange, CommandBool_SilentMount_GivesUpAfterOneTry) {
 TEST_F(BoolExchange, CommandBool_BadReply_ClearsTheLineAndTriesAgain) {
     exchange->MaxSerialRetries(2);
     Play(R"(
-        0   ? CommandBoolInternal Sd+45*00:00
+        0   = CommandBoolInternal Sd+45*00:00
         0   L Driver Info CommandBool TX=':Sd+45*00:00#'
         0   > :Sd+45*00:00#
         10  < 0rest
@@ -129,7 +129,7 @@ TEST_F(BoolExchange, CommandBool_BadReply_ClearsTheLineAndTriesAgain) {
         61  > :Sd+45*00:00#
         70  < 1
         70  L Driver Info CommandBool Reply Received (TX=':Sd+45*00:00#'), RX='1'
-        70  = True
+        70  = -> True
     )");
     EXPECT_EQ(counters.Values().g_nReceiveCountedErrors, 0);
 }
@@ -137,7 +137,7 @@ TEST_F(BoolExchange, CommandBool_BadReply_ClearsTheLineAndTriesAgain) {
 TEST_F(BoolExchange, CommandBool_SilentMountWithRetries_NeedsNoPauseBeforeTheClear) {
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0    ? CommandBool RR0.00000
+        0    = CommandBool RR0.00000
         0    > :RR0.00000#
         500  ~ 500
         500  > #
@@ -146,7 +146,7 @@ TEST_F(BoolExchange, CommandBool_SilentMountWithRetries_NeedsNoPauseBeforeTheCle
         1021 ~ 500
         1021 > #
         1042 ~ 1
-        1042 = False
+        1042 = -> False
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 2);
     EXPECT_EQ(counters.Values().g_nReceiveCountedErrors, 3);  // two short reads and the exchange as a whole
@@ -155,13 +155,13 @@ TEST_F(BoolExchange, CommandBool_SilentMountWithRetries_NeedsNoPauseBeforeTheCle
 TEST_F(BoolExchange, CommandBool_AnAlarmLetterInPlaceOfTheReply_IsABadReply) {
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0   ? CommandBool KA
+        0   = CommandBool KA
         0   > :KA#
         10  < Z1
         10  > #
         31  > :KA#
         40  < 1
-        40  = True
+        40  = -> True
     )");
     EXPECT_EQ(counters.Values().g_nMotorStalls, 1);
     EXPECT_EQ(counters.Values().g_nReceiveCountedErrors, 1);
@@ -169,34 +169,34 @@ TEST_F(BoolExchange, CommandBool_AnAlarmLetterInPlaceOfTheReply_IsABadReply) {
 
 TEST_F(BoolExchange, CommandBool_Empty_IsTrueAndSendsNothing) {
     Play(R"(
-        0   ? CommandBool
+        0   = CommandBool
         0   L Telescope Info CommandBool TX (no Chars to send)
-        0   = True
-        0   ? CommandBool raw
+        0   = -> True
+        0   = CommandBool raw
         0   L Telescope Info CommandBool TX (no Chars to send)
-        0   = True
-        0   ? CommandBoolInternal
+        0   = -> True
+        0   = CommandBoolInternal
         0   L Driver Info CommandBool TX (no Chars to send)
-        0   = True
+        0   = -> True
     )");
     EXPECT_EQ(querySuccesses, 0);
 }
 
 TEST_F(BoolExchange, CommandBool_BeginningWithSmallSm_PausesAfterAGoodReply) {
     Play(R"(
-        0   ? CommandBool Sm0:00:00
+        0   = CommandBool Sm0:00:00
         0   > :Sm0:00:00#
         10  < 1
-        30  = True
-        30  ? CommandBool SM0:00:00.0
+        30  = -> True
+        30  = CommandBool SM0:00:00.0
         30  > :SM0:00:00.0#
         40  < 1
-        40  = True
-        40  ? CommandBool Sm0:00:00
+        40  = -> True
+        40  = CommandBool Sm0:00:00
         40  > :Sm0:00:00#
         50  < 0
         50  > #
-        71  = False
+        71  = -> False
     )");
 }
 
@@ -204,11 +204,11 @@ TEST_F(BoolExchange, CommandBool_OutOfStep_ClearsTheLineFirst) {
     state.g_bResync = true;
     Play(R"(
         0   < 1
-        0   ? CommandBool PO
+        0   = CommandBool PO
         0   > #
         21  > :PO#
         30  < 1
-        30  = True
+        30  = -> True
     )");
     EXPECT_FALSE(state.g_bResync);
 }
@@ -221,19 +221,19 @@ TEST_F(BoolExchange, CommandBool_OutOfStepAfterItsClear_DropsTheInputOnceMore) {
     };
     Play(R"(
         0   < 0
-        0   ? CommandBool PO
+        0   = CommandBool PO
         1   > :PO#
         30  < 1
-        30  = True
+        30  = -> True
     )");
 }
 
 TEST_F(BoolExchange, CommandBool_EmptyAndOutOfStep_ClearsTheLineAllTheSame) {
     state.g_bResync = true;
     Play(R"(
-        0   ? CommandBool
+        0   = CommandBool
         0   > #
-        21  = True
+        21  = -> True
     )");
     EXPECT_FALSE(state.g_bResync);
 }
@@ -242,10 +242,10 @@ TEST_F(BoolExchange, CommandBool_WithTheCompanion_IsNotWrapped) {
     state.g_bQuayLink = true;
     state.g_nQuaySeq = 7;
     Play(R"(
-        0   ? CommandBoolInternal QUAY
+        0   = CommandBoolInternal QUAY
         0   > :QUAY#
         10  < 1
-        10  = True
+        10  = -> True
     )");
     EXPECT_EQ(state.g_nQuaySeq, 7);
 }
@@ -261,23 +261,23 @@ TEST_F(BoolExchange, CommandBool_WithoutALink_FailsSilently) {
     swallowsExpected = true;
     TakeLinkAway();
     Play(R"(
-        0   ? CommandBool PO
+        0   = CommandBool PO
         0   L Telescope Info CommandBool TX=':PO#'
         0   L Telescope Warning Retransmits: 1
         0   L Telescope Error CommandBool: NO Response or bad response: ':PO#', Response='' -> Giving up!
         0   L Telescope Error RECEIVE COUNTED ERRORS: 1
         0   L Driver Info CommandClear()
-        20  = False
+        20  = -> False
     )");
 }
 
 TEST_F(BoolExchange, CommandBool_OnALineThatNeverStopsSending_EndsWithinTheLimitOfTheDrain) {
     line.floodEveryMs = 1;
     Play(R"(
-        0    ? CommandBool PO
+        0    = CommandBool PO
         0    > :PO#
         1    > #
-        2021 = False
+        2021 = -> False
     )");
 }
 
@@ -308,4 +308,4 @@ TEST_F(BoolExchange, MaxSerialRetries_BelongsToOneExchange) {
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

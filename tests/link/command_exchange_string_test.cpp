@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "link/transcript.h"
+#include "link/link_fixture.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
 /// Each exchange on a line that brings its bytes in one piece, and one by one.
@@ -17,117 +17,117 @@ INSTANTIATE_TEST_SUITE_P(Line, StringExchange, testing::Values(4096, 1), [](cons
 
 TEST_P(StringExchange, CommandString_WithAReply_GivesItWithoutItsTerminator) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :GR#
         35  < 12:34:56.7#
         35  L Telescope Info CommandString Reply Received (TX=':GR#'), RX='12:34:56.7#'
-        35  = 12:34:56.7
+        35  = -> 12:34:56.7
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
 }
 
 TEST_P(StringExchange, CommandStringInternal_LogsAsTheDriver) {
     Play(R"(
-        0   ? CommandStringInternal GR
+        0   = CommandStringInternal GR
         0   L Driver Info CommandString TX=':GR#'
         0   > :GR#
         35  < 12:34:56.7#
         35  L Driver Info CommandString Reply Received (TX=':GR#'), RX='12:34:56.7#'
-        35  = 12:34:56.7
+        35  = -> 12:34:56.7
     )");
 }
 
 TEST_P(StringExchange, CommandString_AReplyInPieces_WaitsForItsTerminator) {
     Play(R"(
-        0   ? CommandString GD
+        0   = CommandString GD
         0   > :GD#
         5   < +4
         90  < 5*12:
         480 < 33#
-        480 = +45*12:33
+        480 = -> +45*12:33
     )");
 }
 
 TEST_P(StringExchange, CommandString_BytesBehindTheTerminator_StayForTheNextRead) {
     Play(R"(
-        0   ? CommandString SC03/05/24
+        0   = CommandString SC03/05/24
         0   > :SC03/05/24#
         10  < 1Updating#          #
-        10  = 1Updating
-        10  ? ReceiveTerminated #
-        10  =           #
+        10  = -> 1Updating
+        10  = ReceiveTerminated #
+        10  = -> \x20         #
     )");
 }
 
 TEST_P(StringExchange, CommandString_OnlyATerminator_GivesAnEmptyResultAtOnce) {
     Play(R"(
-        0   ? CommandString CM
+        0   = CommandString CM
         0   > :CM#
         5   < #
-        5   =
+        5   = ->
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
 }
 
 TEST_P(StringExchange, CommandString_WithoutATerminator_TakesWhatCameLessItsLastCharacter) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :GR#
         20  < 12:34
         500 ~ 480
         500 L Telescope Error RECEIVE TERMINATED ERRORS: 1
         500 L Telescope Info CommandString Reply Received (TX=':GR#'), RX='12:34'
-        500 = 12:3
+        500 = -> 12:3
     )");
 }
 
 TEST_P(StringExchange, CommandString_AlarmLettersInTheReply_AreTakenOut) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > :GR#
         20  < 12:X34:56.7#
-        20  = 12:34:56.7
+        20  = -> 12:34:56.7
     )");
     EXPECT_EQ(counters.Values().g_nServoFaults, 1);
 }
 
 TEST_P(StringExchange, CommandString_RawText_GoesOutAsItIs) {
     Play(R"(
-        0   ? CommandString raw :G\x05#
+        0   = CommandString raw :G\x05#
         0   L Telescope Info CommandString TX=':G\x05#'
         0   > :G\x05#
         5   < 3#
         5   L Telescope Info CommandString Reply Received (TX=':G\x05#'), RX='3#'
-        5   = 3
+        5   = -> 3
     )");
 }
 
 TEST_P(StringExchange, CommandString_EmptyAndFramed_SendsTheBareFrame) {
     Play(R"(
-        0   ? CommandString
+        0   = CommandString
         0   > :#
         5   < ok#
-        5   = ok
+        5   = -> ok
     )");
 }
 
 TEST_P(StringExchange, CommandString_EmptyAndRaw_SendsNothing) {
     Play(R"(
-        0   ? CommandString raw
+        0   = CommandString raw
         0   L Telescope Info CommandString TX (no Chars to send)
-        0   =
-        0   ? CommandStringInternal raw
+        0   = ->
+        0   = CommandStringInternal raw
         0   L Driver Info CommandString TX (no Chars to send)
-        0   =
+        0   = ->
     )");
 }
 
 TEST_P(StringExchange, CommandString_SilentMount_GivesUpAtTheReadLimitWithoutRetries) {
     swallowsExpected = true;
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :GR#
         500 L Telescope Warning Retransmits: 1
@@ -136,7 +136,7 @@ TEST_P(StringExchange, CommandString_SilentMount_GivesUpAtTheReadLimitWithoutRet
         500 L Driver Info CommandClear()
         500 > #
         521 L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        521 =
+        521 = ->
     )");
 }
 
@@ -144,7 +144,7 @@ TEST_P(StringExchange, CommandString_SilentMount_TriesOnceMoreForEachRetry) {
     swallowsExpected = true;
     exchange->MaxSerialRetries(2);
     Play(R"(
-        0    ? CommandStringInternal GR
+        0    = CommandStringInternal GR
         0    L Driver Info CommandString TX=':GR#'
         0    > :GR#
         500  ~ 500
@@ -175,7 +175,7 @@ TEST_P(StringExchange, CommandString_SilentMount_TriesOnceMoreForEachRetry) {
         2622 > #
         2643 ~ 1
         2643 L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        2643 =
+        2643 = ->
     )");
 }
 
@@ -183,12 +183,12 @@ TEST_P(StringExchange, CommandString_AnsweredAtTheSecondTry_GivesThatReply) {
     swallowsExpected = true;
     exchange->MaxSerialRetries(2);
     Play(R"(
-        0    ? CommandString GR
+        0    = CommandString GR
         0    > :GR#
         540  > #
         1061 > :GR#
         1080 < 12:34:56.7#
-        1080 = 12:34:56.7
+        1080 = -> 12:34:56.7
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 1);
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 0);
@@ -198,13 +198,13 @@ TEST_P(StringExchange, CommandString_LateReplyBeforeTheClear_IsDroppedByIt) {
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0    ? CommandString GR
+        0    = CommandString GR
         0    > :GR#
         510  < 01:02:03.4#
         540  > #
         1061 > :GR#
         1070 < 05:06:07.8#
-        1070 = 05:06:07.8
+        1070 = -> 05:06:07.8
     )");
 }
 
@@ -212,7 +212,7 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnASerialLine_IsTake
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0    ? CommandString GR
+        0    = CommandString GR
         0    L Telescope Info CommandString TX=':GR#'
         0    > :GR#
         500  L Telescope Warning Retransmits: 1
@@ -224,7 +224,7 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnASerialLine_IsTake
         710  L Telescope Info CommandString TX=':GR#'
         710  > :GR#
         1210 L Telescope Info CommandString Reply Received (TX=':GR#'), RX='01:02:03.4#'
-        1210 = 01:02:03.4
+        1210 = -> 01:02:03.4
     )");
 }
 
@@ -232,13 +232,13 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetry_GivesWayToTheReplyO
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0    ? CommandString GR
+        0    = CommandString GR
         0    > :GR#
         540  > #
         700  < 01:02:03.4#
         710  > :GR#
         900  < 05:06:07.8#
-        900  = 05:06:07.8
+        900  = -> 05:06:07.8
     )");
 }
 
@@ -258,8 +258,8 @@ TEST_P(StringExchange, CommandString_LateReplyAtLineSpeed_IsNotTornByTheRetry) {
     swallowsExpected = true;
     exchange->MaxSerialRetries(1);
     for (const Row& row : rows) {
-        const std::int32_t start = clock.Elapsed();
-        std::int32_t arrival = start + 700;
+        const std::int64_t start = clock.Elapsed();
+        std::int64_t arrival = start + 700;
         for (const char byte : row.reply) {
             line.Schedule(arrival++, {&byte, 1});
         }
@@ -310,13 +310,13 @@ TEST_P(StringExchange, CommandString_LateReplyCaughtInARetryOnAnOverwritingLink_
     link = std::make_unique<OverwritingLink>(std::move(link));
     exchange->MaxSerialRetries(1);
     Play(R"(
-        0    ? CommandString GR
+        0    = CommandString GR
         0    > :GR#
         540  > #
         700  < 01:02:03.4#
         710  > :GR#
         1210 > #
-        1231 =
+        1231 = ->
     )");
     EXPECT_EQ(counters.Values().g_nRetransmits, 2);
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 1);
@@ -333,22 +333,22 @@ TEST_P(StringExchange, CommandString_BeforeARetry_ReadsTheTimeOutsOfTheLink) {
 
 TEST_P(StringExchange, CommandString_BeginningWithSmallSm_PausesAfterAGoodReply) {
     Play(R"(
-        0   ? CommandString Sm12:00
+        0   = CommandString Sm12:00
         0   > :Sm12:00#
         10  < 1#
-        30  = 1
-        30  ? CommandString raw :Sm12:00#
+        30  = -> 1
+        30  = CommandString raw :Sm12:00#
         30  > :Sm12:00#
         40  < 1#
-        60  = 1
-        60  ? CommandString SM12:00
+        60  = -> 1
+        60  = CommandString SM12:00
         60  > :SM12:00#
         70  < 1#
-        70  = 1
-        70  ? CommandString raw #:Sm12:00#
+        70  = -> 1
+        70  = CommandString raw #:Sm12:00#
         70  > #:Sm12:00#
         80  < 1#
-        80  = 1
+        80  = -> 1
     )");
 }
 
@@ -357,7 +357,7 @@ TEST_P(StringExchange, CommandString_AfterAPortCheck_PutsTheLongReadLimitBack) {
     state.g_nReceiveTimeoutMS = 300;
     link->ReceiveTimeoutMS(5000);
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   L Serial Info Setting serial receive timeout (mSecs): 300
         0   > :GR#
@@ -367,7 +367,7 @@ TEST_P(StringExchange, CommandString_AfterAPortCheck_PutsTheLongReadLimitBack) {
         300 L Driver Info CommandClear()
         300 > #
         321 L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        321 =
+        321 = ->
     )");
     EXPECT_EQ(link->ReceiveTimeoutMS(), 300);
 }
@@ -385,7 +385,7 @@ TEST_P(StringExchange, CommandString_OutOfStep_ClearsTheLineFirst) {
     state.g_bResync = true;
     Play(R"(
         0   < 99:99#
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Driver Info CommandClear()
         0   > #
         21  L ClearBuffers Info Removed 6 bytes in 1 Ticks
@@ -393,7 +393,7 @@ TEST_P(StringExchange, CommandString_OutOfStep_ClearsTheLineFirst) {
         21  > :GR#
         30  < 12:34:56.7#
         30  L Telescope Info CommandString Reply Received (TX=':GR#'), RX='12:34:56.7#'
-        30  = 12:34:56.7
+        30  = -> 12:34:56.7
     )");
     EXPECT_FALSE(state.g_bResync);
 }
@@ -406,10 +406,10 @@ TEST_P(StringExchange, CommandString_OutOfStepAfterItsClear_DropsTheInputOnceMor
     };
     Play(R"(
         0   < 99:99#
-        0   ? CommandString GR
+        0   = CommandString GR
         1   > :GR#
         30  < 12:34:56.7#
-        30  = 12:34:56.7
+        30  = -> 12:34:56.7
     )");
     EXPECT_TRUE(state.g_bResync);
 }
@@ -417,14 +417,14 @@ TEST_P(StringExchange, CommandString_OutOfStepAfterItsClear_DropsTheInputOnceMor
 TEST_P(StringExchange, CommandString_ADriverCommand_GoesToTheDriverCommandChannel) {
     driverReply = [](std::string_view) { return std::string("1,Park2"); };
     Play(R"(
-        0   ? CommandString raw RAW,GetParkPosition,x
+        0   = CommandString raw RAW,GetParkPosition,x
         0   L Telescope Info CommandString Extended Command TX='RAW,GetParkPosition,x'
         0   L Telescope Info CommandString Extended Command RX='1,Park2'
-        0   = 1,Park2
-        0   ? CommandStringInternal raw RAW,
+        0   = -> 1,Park2
+        0   = CommandStringInternal raw RAW,
         0   L Driver Info CommandString Extended Command TX='RAW,'
         0   L Driver Info CommandString Extended Command RX='1,Park2'
-        0   = 1,Park2
+        0   = -> 1,Park2
     )");
     EXPECT_EQ(driverCommands, (std::vector<std::string>{"GetParkPosition,x", ""}));
 }
@@ -432,9 +432,9 @@ TEST_P(StringExchange, CommandString_ADriverCommand_GoesToTheDriverCommandChanne
 TEST_P(StringExchange, CommandString_ADriverCommandOutOfStep_ClearsTheLineAllTheSame) {
     state.g_bResync = true;
     Play(R"(
-        0   ? CommandString raw RAW,Version
+        0   = CommandString raw RAW,Version
         0   > #
-        21  = 1
+        21  = -> 1
     )");
     EXPECT_FALSE(state.g_bResync);
 }
@@ -443,24 +443,24 @@ TEST_P(StringExchange, CommandString_ADriverCommandThatRaises_GivesAnEmptyResult
     swallowsExpected = true;
     driverReply = [](std::string_view) -> std::string { throw DriverError(0x80040400, "x", "no"); };
     Play(R"(
-        0   ? CommandString raw RAW,Version
+        0   = CommandString raw RAW,Version
         0   L Telescope Info CommandString Extended Command TX='RAW,Version'
         0   L Telescope Info CommandString Extended Command RX=''
-        0   =
+        0   = ->
     )");
     EXPECT_EQ(ledger.Entries().size(), 1U);
 }
 
 TEST_P(StringExchange, CommandString_ADriverCommandFramedOrInSmallLetters_GoesToTheMount) {
     Play(R"(
-        0   ? CommandString RAW,Version
+        0   = CommandString RAW,Version
         0   > :RAW,Version#
         5   < a#
-        5   = a
-        5   ? CommandString raw raw,Version
+        5   = -> a
+        5   = CommandString raw raw,Version
         5   > raw,Version
         9   < b#
-        9   = b
+        9   = -> b
     )");
     EXPECT_TRUE(driverCommands.empty());
 }
@@ -469,8 +469,8 @@ TEST_P(StringExchange, CommandString_ADriverCommandWithTheCompanion_IsNotWrapped
     state.g_bQuayLink = true;
     state.g_nQuaySeq = 7;
     Play(R"(
-        0   ? CommandString raw RAW,Version
-        0   = 1
+        0   = CommandString raw RAW,Version
+        0   = -> 1
     )");
     EXPECT_EQ(state.g_nQuaySeq, 7);
 }
@@ -487,7 +487,7 @@ TEST_P(StringExchange, CommandString_WithoutALink_FailsSilentlyAfterAllItsTries)
     exchange->MaxSerialRetries(1);
     TakeLinkAway();
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   L Telescope Warning Retransmits: 1
         0   L Telescope Error CommandString: NO Response or bad response: ':GR#', Response='' -> Retrying!
@@ -497,7 +497,7 @@ TEST_P(StringExchange, CommandString_WithoutALink_FailsSilentlyAfterAllItsTries)
         60  L Telescope Error CommandString: NO Response or bad response: ':GR#', Response='' -> Giving up!
         60  L Telescope Error RECEIVE TERMINATED ERRORS: 1
         60  L Driver Info CommandClear()
-        80  =
+        80  = ->
     )");
     for (const SwallowedError& error : ledger.Entries()) {
         EXPECT_EQ(error.number, RunTimeError::kObjectNotSet);
@@ -508,8 +508,8 @@ TEST_P(StringExchange, CommandString_OnAClosedLink_FailsAtOnceWithoutWaitingForT
     swallowsExpected = true;
     link->Connected(false);
     Play(R"(
-        0   ? CommandString GR
-        20  =
+        0   = CommandString GR
+        20  = ->
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 1);
 }
@@ -523,4 +523,4 @@ TEST_P(StringExchange, MaxSerialRetries_ChangedDuringAnExchange_CountsFromTheNex
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

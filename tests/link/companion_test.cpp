@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "link/companion_wrap.h"
-#include "link/transcript.h"
+#include "link/link_fixture.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
 struct WrapRow {
@@ -91,22 +91,22 @@ INSTANTIATE_TEST_SUITE_P(Line, CompanionExchange, testing::Values(4096, 1), [](c
 
 TEST_P(CompanionExchange, CommandString_TheRightNumber_GivesTheResult) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         30  < QUAY,GR,7,12:34:56#
         30  L Telescope Info CommandString: QUAY response: ':QUAY,7,GR#', Response='12:34:56#'
-        30  = 12:34:56
+        30  = -> 12:34:56
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
 }
 
 TEST_P(CompanionExchange, CommandString_LettersOfTheCompanionsHead_AreNoAlarms) {
     Play(R"(
-        0   ? CommandString *TIMESYNC,1
+        0   = CommandString *TIMESYNC,1
         0   > :QUAY,7,*TIMESYNC,1#
         30  < QUAY,*TIMESYNC,7,X1#
-        30  = 1
+        30  = -> 1
     )");
     EXPECT_EQ(counters.Values().g_nLowPower, 0);
     EXPECT_EQ(counters.Values().g_nServoFaults, 1);  // what the mount itself sent is looked at
@@ -114,25 +114,25 @@ TEST_P(CompanionExchange, CommandString_LettersOfTheCompanionsHead_AreNoAlarms) 
 
 TEST_P(CompanionExchange, CommandString_NumbersRiseFromCallToCall) {
     Play(R"(
-        0   ? CommandStringInternal GR
+        0   = CommandStringInternal GR
         0   L Driver Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         30  < QUAY,GR,7,1#
         30  L Driver Info CommandString: QUAY response: ':QUAY,7,GR#', Response='1#'
-        30  = 1
-        30  ? CommandStringInternal raw :GD#
+        30  = -> 1
+        30  = CommandStringInternal raw :GD#
         30  L Driver Info CommandString TX=':GD#'
         30  > :QUAY,8,GD##
         60  < QUAY,GD,8,2#
         60  L Driver Info CommandString: QUAY response: ':QUAY,8,GD##', Response='2#'
-        60  = 2
+        60  = -> 2
     )");
     EXPECT_EQ(state.g_nQuaySeq, 9);
 }
 
 TEST_P(CompanionExchange, CommandString_LateByOne_ReadsOnForTheRightReply) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         10  < QUAY,GD,6,old#
@@ -141,18 +141,18 @@ TEST_P(CompanionExchange, CommandString_LateByOne_ReadsOnForTheRightReply) {
         10  L Telescope Error RECEIVE TERMINATED ERRORS: 1
         40  < QUAY,GR,7,12:34:56#
         40  L Telescope Info CommandString: QUAY response: ':QUAY,7,GR#', Response='12:34:56#'
-        40  = 12:34:56
+        40  = -> 12:34:56
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
 }
 
 TEST_P(CompanionExchange, CommandString_LateByTwoThenByOne_ReadsOnTwice) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > :QUAY,7,GR#
         10  < QUAY,GD,5,older#QUAY,GD,6,old#
         40  < QUAY,GR,7,12:34:56#
-        40  = 12:34:56
+        40  = -> 12:34:56
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 2);
     EXPECT_EQ(state.g_nQuaySeq, 8);
@@ -160,7 +160,7 @@ TEST_P(CompanionExchange, CommandString_LateByTwoThenByOne_ReadsOnTwice) {
 
 TEST_P(CompanionExchange, CommandString_LateByThree_GivesAnEmptyResultAndOneClearOfTheLine) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         10  < QUAY,GD,4,old#more
@@ -169,17 +169,17 @@ TEST_P(CompanionExchange, CommandString_LateByThree_GivesAnEmptyResultAndOneClea
         10  L Telescope Error RECEIVE TERMINATED ERRORS: 1
         10  L Telescope Warning CommandString: Sequence number is behind by 3
         11  L ClearBuffers Info Removed 4 bytes in 1 Ticks
-        11  =
+        11  = ->
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
 }
 
 TEST_P(CompanionExchange, CommandString_AheadOfTheNumber_IsNoStaleReply) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > :QUAY,7,GR#
         10  < QUAY,GR,8,new#
-        11  =
+        11  = ->
     )");
     EXPECT_EQ(LogLines().back(), "ClearBuffers Info Removed 0 bytes in 1 Ticks");
     EXPECT_EQ(LogLines().rbegin()[1], "Telescope Warning CommandString: Sequence number is behind by -1");
@@ -187,7 +187,7 @@ TEST_P(CompanionExchange, CommandString_AheadOfTheNumber_IsNoStaleReply) {
 
 TEST_P(CompanionExchange, CommandString_WithoutANumber_CountsAsMinusOne) {
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         10  < QUAY,GR#
@@ -196,14 +196,14 @@ TEST_P(CompanionExchange, CommandString_WithoutANumber_CountsAsMinusOne) {
         10  L Telescope Error RECEIVE TERMINATED ERRORS: 1
         10  L Telescope Warning CommandString: Sequence number is behind by 8
         11  L ClearBuffers Info Removed 0 bytes in 1 Ticks
-        11  =
+        11  = ->
     )");
 }
 
 TEST_P(CompanionExchange, CommandString_TheFirstOfAllWithoutANumber_IsTakenForAStaleOne) {
     state.g_nQuaySeq = 1;  // 1 less the -1 of a missing number is a lag of 2
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,1,GR#
         10  < QUAY,GR#
@@ -212,7 +212,7 @@ TEST_P(CompanionExchange, CommandString_TheFirstOfAllWithoutANumber_IsTakenForAS
         10  L Telescope Error RECEIVE TERMINATED ERRORS: 1
         40  < QUAY,GR,1,12:34:56#
         40  L Telescope Info CommandString: QUAY response: ':QUAY,1,GR#', Response='12:34:56#'
-        40  = 12:34:56
+        40  = -> 12:34:56
     )");
     EXPECT_EQ(state.g_nQuaySeq, 2);
 }
@@ -221,8 +221,8 @@ TEST_P(CompanionExchange, ClearBuffers_SparesTheHeadsAmongTheAlarms) {
     line.bytesPerRead = 4096;
     Play(R"(
         0   < 12:3XQUAY,SKY,6,aZ#QUAY,SKY,7,b#
-        0   ? ClearBuffers
-        1   =
+        0   = ClearBuffers
+        1   = ->
     )");
     EXPECT_EQ(counters.Values().g_nServoFaults, 1);
     EXPECT_EQ(counters.Values().g_nMotorStalls, 1);
@@ -233,10 +233,10 @@ TEST_P(CompanionExchange, ClearBuffers_SparesTheHeadsAmongTheAlarms) {
 TEST_P(CompanionExchange, CommandString_StaleRepliesWithoutEnd_StopAfterTwoFurtherReads) {
     line.bytesPerRead = 4096;  // the drain would end at a lone "Y"
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > :QUAY,7,GR#
         10  < QUAY,GD,6,a#QUAY,GD,6,b#QUAY,GD,6,c#QUAY,GD,6,d#
-        11  =
+        11  = ->
     )");
     EXPECT_EQ(counters.Values().g_nReceiveTerminatedErrors, 3);
     EXPECT_EQ(LogLines().back(), "ClearBuffers Info Removed 12 bytes in 1 Ticks");
@@ -247,10 +247,10 @@ TEST_P(CompanionExchange, CommandString_StaleRepliesWithoutEnd_StopAfterTwoFurth
 TEST_P(CompanionExchange, CommandString_StaleReplyThenSilence_GivesNoStaleResult) {
     swallowsExpected = true;
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > :QUAY,7,GR#
         10  < QUAY,GD,6,old#
-        510 =
+        510 = ->
     )");
     EXPECT_EQ(
         LogLines().back(),
@@ -260,12 +260,12 @@ TEST_P(CompanionExchange, CommandString_StaleReplyThenSilence_GivesNoStaleResult
 
 TEST_P(CompanionExchange, CommandString_AForeignReply_IsGivenBackLessItsLastCharacter) {
     Play(R"(
-        0   ? CommandStringInternal raw :GR#
+        0   = CommandStringInternal raw :GR#
         0   L Driver Info CommandString TX=':GR#'
         0   > :QUAY,7,GR##
         30  < 12:34:56#
         30  L Telescope Error CommandString: NO Response or bad QUAY response: ':QUAY,7,GR##', Response=':GR#' -> Giving up!
-        30  = 12:34:56
+        30  = -> 12:34:56
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
@@ -274,11 +274,11 @@ TEST_P(CompanionExchange, CommandString_AForeignReply_IsGivenBackLessItsLastChar
 TEST_P(CompanionExchange, CommandString_ASilentCompanion_GivesUpWithoutARetry) {
     swallowsExpected = true;
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   > :QUAY,7,GR#
         500 L Telescope Error CommandString: NO Response or bad QUAY response: ':QUAY,7,GR#', Response='GR' -> Giving up!
-        500 =
+        500 = ->
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
@@ -286,21 +286,21 @@ TEST_P(CompanionExchange, CommandString_ASilentCompanion_GivesUpWithoutARetry) {
 
 TEST_P(CompanionExchange, CommandString_OnlyATerminatorAsResult_IsEmpty) {
     Play(R"(
-        0   ? CommandString CM
+        0   = CommandString CM
         0   > :QUAY,7,CM#
         30  < QUAY,CM,7,#
-        30  =
+        30  = ->
     )");
 }
 
 TEST_P(CompanionExchange, CommandString_OutOfStep_ClearsTheLineFirst) {
     state.g_bResync = true;
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   > #
         21  > :QUAY,7,GR#
         30  < QUAY,GR,7,ok#
-        30  = ok
+        30  = -> ok
     )");
     EXPECT_FALSE(state.g_bResync);
 }
@@ -314,17 +314,17 @@ TEST_P(CompanionExchange, CommandString_WithALongReadLimit_KeepsIt) {
 
 TEST_P(CompanionExchange, CommandString_BeginningWithSmallSm_TakesNoPause) {
     Play(R"(
-        0   ? CommandString Sm0:00
+        0   = CommandString Sm0:00
         0   > :QUAY,7,Sm0:00#
         10  < QUAY,Sm,7,1#
-        10  = 1
+        10  = -> 1
     )");
 }
 
 TEST_P(CompanionExchange, CommandString_EmptyAndRaw_SendsNothingAndKeepsTheNumber) {
     Play(R"(
-        0   ? CommandString raw
-        0   =
+        0   = CommandString raw
+        0   = ->
     )");
     EXPECT_EQ(state.g_nQuaySeq, 7);
 }
@@ -333,10 +333,10 @@ TEST_P(CompanionExchange, CommandString_WithoutALink_FailsSilentlyAndTheNumberMo
     swallowsExpected = true;
     TakeLinkAway();
     Play(R"(
-        0   ? CommandString GR
+        0   = CommandString GR
         0   L Telescope Info CommandString TX=':GR#'
         0   L Telescope Error CommandString: NO Response or bad QUAY response: ':QUAY,7,GR#', Response='GR' -> Giving up!
-        0   =
+        0   = ->
     )");
     EXPECT_EQ(state.g_nQuaySeq, 8);
 }
@@ -369,4 +369,4 @@ TEST_P(CompanionExchange, CommandString_AHugeNumber_IsAForeignOne) {
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

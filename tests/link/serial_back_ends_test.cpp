@@ -3,16 +3,14 @@
 #include "kernel/base/errors.h"
 #include "link/ascom_serial.h"
 #include "link/ks_serial_library.h"
-#include "link/scripted_line.h"
+#include "link/line_world.h"
 
-namespace kestrane::link_test {
+namespace kestrane {
 namespace {
 
-class SerialLibrary : public testing::Test {
+class SerialLibrary : public testing::Test, public LineWorld {
 protected:
-    ManualClock clock;
-    ScriptedLine line{clock};
-    KsSerialLibrary library{std::make_unique<ScriptedPort>(line), clock};
+    KsSerialLibrary library{ports.CreatePort(), clock};
     std::string text = "old";
 };
 
@@ -20,13 +18,13 @@ TEST_F(SerialLibrary, KsSerConnectToPort_OpensThePort) {
     EXPECT_EQ(library.KsSerConnected(), 0);
     EXPECT_EQ(library.KsSerConnectToPort(3, 9600, 250), 0);
     EXPECT_NE(library.KsSerConnected(), 0);
-    EXPECT_EQ(line.port, 3);
-    EXPECT_EQ(line.speed, 9600);
+    EXPECT_EQ(ports.Openings().back().port, 3);
+    EXPECT_EQ(ports.Openings().back().speed, 9600);
     EXPECT_EQ(library.KsSerGetReadTotalTimeout(), 250);
 }
 
 TEST_F(SerialLibrary, KsSerConnectToPort_ThatFails_GivesTheErrorCode) {
-    line.openError = 2;
+    ports.SetOpenError(9, 2);
     EXPECT_EQ(library.KsSerConnectToPort(9, 9600, 250), 2);
     EXPECT_EQ(library.KsSerConnected(), 0);
 }
@@ -34,14 +32,14 @@ TEST_F(SerialLibrary, KsSerConnectToPort_ThatFails_GivesTheErrorCode) {
 TEST_F(SerialLibrary, KsSerConnectToPort_WithAnotherPortOrSpeed_OpensAnewAndForgetsWhatWasKept) {
     library.KsSerConnectToPort(1, 9600, 50);
     const std::pair<int, int> openings[] = {{2, 9600}, {2, 19200}, {1, 9600}};
-    int expected = 1;
+    std::size_t expected = 1;
     for (const auto& [port, speed] : openings) {
         line.Schedule(0, "a#b");
         library.KsSerReceiveStringUntilTerminator(text, "#");
         EXPECT_EQ(library.KsSerConnectToPort(port, speed, 50), 0);
-        EXPECT_EQ(line.openings, ++expected);
-        EXPECT_EQ(line.port, port);
-        EXPECT_EQ(line.speed, speed);
+        EXPECT_EQ(ports.Openings().size(), ++expected);
+        EXPECT_EQ(ports.Openings().back().port, port);
+        EXPECT_EQ(ports.Openings().back().speed, speed);
         EXPECT_EQ(library.KsSerReceiveString(text), 0);
         EXPECT_EQ(text, "");
     }
@@ -52,8 +50,8 @@ TEST_F(SerialLibrary, KsSerConnectToPort_Again_OnlySetsTheReadLimit) {
     line.Schedule(0, "a#b");
     library.KsSerReceiveStringUntilTerminator(text, "#");
     EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 70), 0);
-    EXPECT_EQ(line.openings, 1);
-    EXPECT_EQ(line.closings, 0);
+    EXPECT_EQ(ports.Openings().size(), 1U);
+    EXPECT_TRUE(ports.IsOpen(1));
     EXPECT_EQ(library.KsSerGetReadTotalTimeout(), 70);
     EXPECT_EQ(library.KsSerReceiveStringByCount(text, 1), 1);
     EXPECT_EQ(text, "b");
@@ -63,12 +61,12 @@ TEST_F(SerialLibrary, KsSerConnectToPort_OnAClosedPort_OpensWhateverWasOpenBefor
     library.KsSerConnectToPort(1, 9600, 50);
     library.KsSerDisconnectFromPort();
     EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 0);
-    EXPECT_EQ(line.openings, 2);
+    EXPECT_EQ(ports.Openings().size(), 2U);
     library.KsSerDisconnectFromPort();
-    line.openError = 5;
+    ports.SetOpenError(1, 5);
     EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 5);
     EXPECT_EQ(library.KsSerConnectToPort(1, 9600, 50), 5);
-    EXPECT_EQ(line.openings, 4);
+    EXPECT_EQ(ports.Openings().size(), 4U);
 }
 
 TEST_F(SerialLibrary, KsSerDisconnectFromPort_ClosesAndForgetsWhatWasKept) {
@@ -76,7 +74,7 @@ TEST_F(SerialLibrary, KsSerDisconnectFromPort_ClosesAndForgetsWhatWasKept) {
     line.Schedule(0, "a#b");
     library.KsSerReceiveStringUntilTerminator(text, "#");
     EXPECT_EQ(library.KsSerDisconnectFromPort(), 0);
-    EXPECT_FALSE(line.open);
+    EXPECT_FALSE(ports.IsOpen(1));
     EXPECT_EQ(library.KsSerConnected(), 0);
     library.KsSerConnectToPort(1, 9600, 50);
     library.KsSerReceiveString(text);
@@ -134,7 +132,7 @@ TEST_F(SerialLibrary, KsSerClearBuffers_DropsWhatHasCome) {
     EXPECT_EQ(text, "");
 }
 
-class SerialObject : public testing::Test {
+class SerialObject : public testing::Test, public LineWorld {
 protected:
     void Open() {
         object.ReceiveTimeoutMS(50);
@@ -152,9 +150,7 @@ protected:
         return 0;
     }
 
-    ManualClock clock;
-    ScriptedLine line{clock};
-    AscomSerial object{std::make_unique<ScriptedPort>(line), clock};
+    AscomSerial object{ports.CreatePort(), clock};
 };
 
 TEST_F(SerialObject, Connected_OpensWithPortAndSpeed) {
@@ -163,14 +159,14 @@ TEST_F(SerialObject, Connected_OpensWithPortAndSpeed) {
     EXPECT_FALSE(object.Connected());
     object.Connected(true);
     EXPECT_TRUE(object.Connected());
-    EXPECT_EQ(line.port, 4);
-    EXPECT_EQ(line.speed, 19200);
+    EXPECT_EQ(ports.Openings().back().port, 4);
+    EXPECT_EQ(ports.Openings().back().speed, 19200);
     object.Connected(false);
     EXPECT_FALSE(object.Connected());
 }
 
 TEST_F(SerialObject, Connected_ThatFails_Raises) {
-    line.openError = 13;
+    ports.SetOpenError(1, 13);
     EXPECT_EQ(NumberOf([&] { object.Connected(true); }), AscomSerial::kCannotOpen);
     EXPECT_FALSE(object.Connected());
 }
@@ -225,14 +221,14 @@ TEST_F(SerialObject, Connected_False_ForgetsWhatWasKept) {
 }
 
 TEST(SerialObjectEnd, ClosesThePort) {
-    ManualClock clock;
-    ScriptedLine line{clock};
+    LineWorld world;
     {
-        AscomSerial object(std::make_unique<ScriptedPort>(line), clock);
+        AscomSerial object(world.ports.CreatePort(), world.clock);
         object.Connected(true);
+        EXPECT_TRUE(world.ports.IsOpen(1));
     }
-    EXPECT_FALSE(line.open);
+    EXPECT_FALSE(world.ports.IsOpen(1));
 }
 
 }  // namespace
-}  // namespace kestrane::link_test
+}  // namespace kestrane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -17,7 +18,14 @@ class SimulatorLine final : public LineEnd {
 public:
     explicit SimulatorLine(MountSimulator& mount) : mount_(mount) {}
 
-    void Write(std::string_view bytes) override { mount_.Write(bytes); }
+    std::function<void(std::string_view bytes)> onWrite;  ///< before the mount gets them
+
+    void Write(std::string_view bytes) override {
+        if (onWrite) {
+            onWrite(bytes);
+        }
+        mount_.Write(bytes);
+    }
     std::string Read(std::size_t maxCount) override { return mount_.Read(maxCount); }
     std::optional<std::int32_t> NextByteIn() override { return mount_.NextByteIn(); }
     void Opened() override { mount_.Read(std::numeric_limits<std::size_t>::max()); }

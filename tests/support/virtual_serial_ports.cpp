@@ -35,11 +35,13 @@ public:
     }
 
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override {
+        ++ports_.reads_;
         if (!IsOpen() || maxCount == 0) {
             return {};
         }
         TakeUpWhatIsBack();
-        const std::int64_t limit = ports_.clock_.Elapsed() + std::max(timeoutMs, 0);
+        const std::int64_t start = ports_.clock_.Elapsed();
+        const std::int64_t limit = start + std::max(timeoutMs, 0);
         for (;;) {
             const std::optional<std::int64_t> arrival = NextArrival();
             if (!arrival || *arrival > limit) {
@@ -57,7 +59,7 @@ public:
             ports_.clock_.Sleep(1);
         }
         if (LineEnd* end = End()) {
-            end->Silence();
+            end->Silence(static_cast<std::int32_t>(ports_.clock_.Elapsed() - start));
         }
         return {};
     }

@@ -27,8 +27,8 @@ public:
     virtual std::optional<std::int32_t> NextByteIn() = 0;
     /// The driver has opened the port.
     virtual void Opened() {}
-    /// A read of the driver has ended without a byte.
-    virtual void Silence() {}
+    /// A read of the driver has ended without a byte, after so many milliseconds.
+    virtual void Silence(std::int32_t /*waitedMs*/) {}
 };
 
 /// Serial ports by number, each with something at its far end or nothing. A read moves virtual time to the next byte
@@ -69,6 +69,8 @@ public:
     void SetOpenError(std::int32_t port, int error) { openErrors_[port] = error; }
 
     const std::vector<Opening>& Openings() const { return openings_; }
+    /// How often anybody read, also from a closed port.
+    int Reads() const { return reads_; }
     bool IsOpen(std::int32_t port) const;
 
 private:
@@ -88,6 +90,7 @@ private:
     std::map<std::int32_t, int> openErrors_;
     std::map<std::int32_t, Port*> open_;
     std::vector<Opening> openings_;
+    int reads_ = 0;
     std::map<std::int32_t, KnownPort> known_;
     std::vector<std::string> waiting_;
     std::vector<std::string> troubles_;

@@ -37,7 +37,7 @@ public:
         }
         return static_cast<std::int32_t>(std::max<std::int64_t>(due_ - clock_.Elapsed(), 0));
     }
-    void Silence() override { ++silences; }
+    void Silence(std::int32_t) override { ++silences; }
     void Opened() override { ++openings; }
 
 private:

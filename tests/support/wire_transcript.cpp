@@ -5,7 +5,6 @@
 #include <cassert>
 #include <charconv>
 #include <gtest/gtest.h>
-#include <limits>
 #include <sstream>
 #include <stdexcept>
 
@@ -76,7 +75,21 @@ std::string ErrorText(const DriverError& error) {
 }  // namespace
 
 WireTranscript::WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script)
-    : clock_(clock), pump_(pump) {
+    : WireTranscript(clock, pump, script, ownLine_) {}
+
+WireTranscript::WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script, ScriptedLine& line)
+    : clock_(clock), pump_(pump), ownLine_(clock), line_(line) {
+    Parse(script);
+    line_.onWrite = [this](std::string_view bytes) { Happened('>', std::string(bytes)); };
+    line_.onSilence = [this](std::int32_t waitedMs) { Happened('~', std::to_string(waitedMs)); };
+}
+
+WireTranscript::~WireTranscript() {
+    line_.onWrite = {};
+    line_.onSilence = {};
+}
+
+void WireTranscript::Parse(std::string_view script) {
     std::istringstream stream{std::string(script)};
     int number = 0;
     std::int64_t latestMs = 0;
@@ -119,8 +132,11 @@ WireTranscript::ScriptLine WireTranscript::ParseLine(int number, std::string_vie
     }
     line.mark = rest.front();
     std::string_view content = Trim(rest.substr(1));
-    if (content.empty() != (line.mark == '~')) {
-        refuse(line.mark == '~' ? "silence has no text" : "no text");
+    if (line.mark == '~' && content.find_first_not_of("0123456789") != std::string_view::npos) {
+        refuse("no time waited");
+    }
+    if (content.empty() && line.mark != '~') {
+        refuse("no text");
     }
     if (line.mark == '=' && !content.starts_with("->")) {
         if (const std::size_t arrow = content.find("->"); arrow != std::string_view::npos) {
@@ -137,12 +153,16 @@ std::string WireTranscript::Words(std::optional<std::int64_t> ms, char mark, std
     return text.empty() ? words : words + " " + Escape(text);
 }
 
+std::string WireTranscript::LogText(std::string_view origin, int level, std::string_view message) {
+    constexpr std::array<std::string_view, 5> kLevels{"Info", "Warning", "Error", "Fatal", "Exception"};
+    const bool named = level >= 0 && static_cast<std::size_t>(level) < kLevels.size();
+    const std::string levelText(named ? kLevels[static_cast<std::size_t>(level)] : std::to_string(level));
+    return std::string(origin) + " " + levelText + " " + std::string(message);
+}
+
 WireTranscript::Listener WireTranscript::LogListener() {
     return [this](std::string_view origin, int level, std::string_view message) {
-        constexpr std::array<std::string_view, 5> kLevels{"Info", "Warning", "Error", "Fatal", "Exception"};
-        const bool named = level >= 0 && static_cast<std::size_t>(level) < kLevels.size();
-        const std::string levelText(named ? kLevels[static_cast<std::size_t>(level)] : std::to_string(level));
-        Happened('L', std::string(origin) + " " + levelText + " " + std::string(message));
+        Happened('L', LogText(origin, level, message));
     };
 }
 
@@ -170,12 +190,8 @@ std::string WireTranscript::FirstDifference() {
     }
     if (!Done()) {
         Differs(&lines_[next_], "nothing came");
-    } else if (difference_.empty() && !arriving_.empty()) {
-        std::string unread;
-        for (const ArrivingByte& each : arriving_) {
-            unread += each.byte;
-        }
-        difference_ = "line " + std::to_string(arriving_.front().number) + ": nobody read '" + Escape(unread) + "'";
+    } else if (difference_.empty()) {
+        difference_ = Unread();
     }
     playing_ = false;
     return difference_;
@@ -187,9 +203,9 @@ void WireTranscript::Happened(char mark, std::string text) {
         return;
     }
     const std::int64_t now = clock_.Elapsed() - startMs_;
-    const bool optional = mark == 'L' || mark == '~' || (mark == '=' && text.starts_with("->"));
     const ScriptLine* expected = next_ < lines_.size() ? &lines_[next_] : nullptr;
-    const bool sameText = expected && expected->mark == mark && expected->text == text;
+    const bool anySilence = mark == '~' && expected && expected->text.empty();
+    const bool sameText = expected && expected->mark == mark && (expected->text == text || anySilence);
     if (sameText && (!expected->ms || *expected->ms == now)) {
         ++next_;
         Settle();
@@ -199,9 +215,19 @@ void WireTranscript::Happened(char mark, std::string text) {
     // While other calls run the result may still come from one of them.
     const bool otherResult =
         expected && mark == '=' && expected->mark == '=' && !expected->IsCall() && runningCalls_ == 0;
-    if (!optional || tooLate || otherResult) {
+    if (!IsPassedOver(mark, text) || tooLate || otherResult) {
         Differs(expected, "'" + Words(now, mark, text) + "' came");
     }
+}
+
+/// Whether this need not stand in the script.
+bool WireTranscript::IsPassedOver(char mark, std::string_view text) const {
+    const bool isResult = mark == '=' && text.starts_with("->");
+    if (mark != 'L' && mark != '~' && !isResult) {
+        return false;
+    }
+    return !countsAll_ || std::none_of(lines_.begin(), lines_.end(),
+                                       [mark](const ScriptLine& line) { return line.mark == mark && !line.IsCall(); });
 }
 
 void WireTranscript::Differs(const ScriptLine* expected, const std::string& happened) {
@@ -218,10 +244,7 @@ void WireTranscript::Differs(const ScriptLine* expected, const std::string& happ
 void WireTranscript::Settle() {
     for (; next_ < lines_.size() && lines_[next_].mark == '<'; ++next_) {
         const ScriptLine& line = lines_[next_];
-        const std::int64_t due = std::max(clock_.Elapsed(), startMs_ + line.ms.value_or(0));
-        for (const char byte : line.text) {
-            arriving_.push_back({due, byte, line.number});
-        }
+        line_.Schedule(std::max(clock_.Elapsed(), startMs_ + line.ms.value_or(0)), line.text);
     }
     if (next_ < lines_.size() && lines_[next_].IsCall() && !lines_[next_].ms) {
         pump_.Post(CallKind::WaitsLong, [this, &line = lines_[next_]] { MakeCall(line); });
@@ -260,22 +283,22 @@ std::string WireTranscript::ResultOf(const std::string& call) {
     return dispatcher_(call);
 }
 
-std::string WireTranscript::ScriptedLine::Read(std::size_t maxCount) {
-    std::deque<ArrivingByte>& arriving = transcript_.arriving_;
-    std::string bytes;
-    while (bytes.size() < maxCount && !arriving.empty() && arriving.front().elapsedMs <= transcript_.clock_.Elapsed()) {
-        bytes += arriving.front().byte;
-        arriving.pop_front();
+/// The bytes that nobody read, as a difference; empty without any.
+std::string WireTranscript::Unread() const {
+    const std::string unread = line_.Unread();
+    if (unread.empty()) {
+        return {};
     }
-    return bytes;
-}
-
-std::optional<std::int32_t> WireTranscript::ScriptedLine::NextByteIn() {
-    if (transcript_.arriving_.empty()) {
-        return std::nullopt;
+    // The first of them stands in the line that is so many bytes from the end.
+    int number = 0;
+    std::size_t behind = 0;
+    for (auto line = lines_.rbegin(); line != lines_.rend() && behind < unread.size(); ++line) {
+        if (line->mark == '<') {
+            number = line->number;
+            behind += line->text.size();
+        }
     }
-    const std::int64_t wait = transcript_.arriving_.front().elapsedMs - transcript_.clock_.Elapsed();
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(wait, 0, std::numeric_limits<std::int32_t>::max()));
+    return "line " + std::to_string(number) + ": nobody read '" + Escape(unread) + "'";
 }
 
 }  // namespace kestrane

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
@@ -12,9 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "support/scripted_line.h"
 #include "support/virtual_clock.h"
 #include "support/virtual_pump.h"
-#include "support/virtual_serial_ports.h"
 
 namespace kestrane {
 
@@ -26,14 +25,15 @@ namespace kestrane {
 ///     !  the error with which a call ended: number, message. An error without such a line fails
 ///     >  a write to the mount
 ///     <  bytes that arrive from the mount, once all lines before have come to pass
-///     ~  a read that ended at its limit without a byte
+///     ~  a read that ended at its limit without a byte; how long it waited, in milliseconds, may stand behind it
 ///     L  a logged line: origin, level, message
 ///
 /// Calls are made, and bytes arrive, when the script says so; all else must come to pass in the order and at the times
 /// of the script. A line that does not come, a write that does not stand there, and a byte that nobody reads each fail.
-/// Results, silences and log lines that the script does not name are passed over; two calls, one inside the other, are
-/// told apart by their results alone. Bytes that do not print are written as \x05, and a backslash as \\. Blanks at the
-/// end of a line do not count. "#" begins a line that is a comment.
+/// Results, silences and log lines that the script does not name are passed over, unless `CountAllThatIsNamed` says
+/// otherwise; two calls, one inside the other, are told apart by their results alone. Bytes that do not print are
+/// written as \x05, and a backslash as \\. Blanks at the end of a line do not count. "#" begins a line that is a
+/// comment.
 ///
 ///     WireTranscript transcript(machine.clock, machine.pump, R"(
 ///         # A client asks; the mount answers after 20 ms.
@@ -63,17 +63,24 @@ public:
 
     /// A line that cannot be read is a mistake in the test: `std::invalid_argument` with its number.
     WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script);
+    /// Plays on a line that outlives the transcript, in the place of one of its own; sets the line's two functions.
+    WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script, ScriptedLine& line);
+    ~WireTranscript();
     WireTranscript(const WireTranscript&) = delete;
     WireTranscript& operator=(const WireTranscript&) = delete;
 
     /// The far end of the line to the mount.
-    LineEnd& Line() { return line_; }
+    ScriptedLine& Line() { return line_; }
     /// What a call of that text does; its result is a text, or nothing.
     template <class Function>
     void Call(std::string_view text, Function function);
     /// What all other calls do.
     void Dispatcher(CallByText dispatcher) { dispatcher_ = std::move(dispatcher); }
     Listener LogListener();
+    /// A logged line as a script writes it.
+    static std::string LogText(std::string_view origin, int level, std::string_view message);
+    /// Of the results, the silences and the log lines no kind is passed over that the script names anywhere.
+    void CountAllThatIsNamed() { countsAll_ = true; }
 
     /// Plays the script, once. Empty when everything came to pass, else the first difference in words, beginning with
     /// "line " and its number in the script.
@@ -90,45 +97,33 @@ private:
         std::optional<std::string> result;  ///< of a call, where it stands behind it
         bool IsCall() const { return mark == '=' && !text.starts_with("->"); }
     };
-    struct ArrivingByte {
-        std::int64_t elapsedMs;
-        char byte;
-        int number;  ///< of its script line
-    };
-    class ScriptedLine final : public LineEnd {
-    public:
-        explicit ScriptedLine(WireTranscript& transcript) : transcript_(transcript) {}
-        void Write(std::string_view bytes) override { transcript_.Happened('>', std::string(bytes)); }
-        std::string Read(std::size_t maxCount) override;
-        std::optional<std::int32_t> NextByteIn() override;
-        void Silence() override { transcript_.Happened('~', {}); }
-
-    private:
-        WireTranscript& transcript_;
-    };
 
     static ScriptLine ParseLine(int number, std::string_view text);
+    void Parse(std::string_view script);
     static std::string Words(std::optional<std::int64_t> ms, char mark, std::string_view text);
 
     void Happened(char mark, std::string text);
+    bool IsPassedOver(char mark, std::string_view text) const;
     void Differs(const ScriptLine* expected, const std::string& happened);
     void Settle();
     void MakeCall(const ScriptLine& line);
     std::string ResultOf(const std::string& call);
+    std::string Unread() const;
     bool Done() const { return next_ == lines_.size() || !difference_.empty(); }
 
     VirtualClock& clock_;
     VirtualPump& pump_;
-    ScriptedLine line_{*this};
+    ScriptedLine ownLine_;
+    ScriptedLine& line_;
     std::vector<ScriptLine> lines_;
     std::map<std::string, TextCall, std::less<>> calls_;
     CallByText dispatcher_;
 
     std::int64_t startMs_ = 0;
     bool playing_ = false;
+    bool countsAll_ = false;
     std::size_t next_ = 0;  ///< the line that must come to pass next
     int runningCalls_ = 0;  ///< one inside the other
-    std::deque<ArrivingByte> arriving_;
     std::string difference_;
 };
 

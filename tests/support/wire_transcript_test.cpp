@@ -43,8 +43,11 @@ protected:
     Asker asker{machine};
 
     /// Plays a script in a world with some calls, and gives the first difference.
-    std::string Difference(std::string_view script) {
+    std::string Difference(std::string_view script, bool countsAll = false) {
         WireTranscript transcript(machine.clock, machine.pump, script);
+        if (countsAll) {
+            transcript.CountAllThatIsNamed();
+        }
         machine.serialPorts.Connect(1, transcript.Line());
         asker.Open();
         log = transcript.LogListener();
@@ -153,8 +156,42 @@ TEST_F(WireTranscriptTest, LogLines_CountWhereTheScriptNamesThem) {
 
 TEST_F(WireTranscriptTest, SilenceThatDoesNotCome_IsTheDifference) {
     EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n500 ~"), "");
-    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n400 ~"), "line 3: expected '400 ~', '500 ~' came");
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n400 ~"), "line 3: expected '400 ~', '500 ~ 500' came");
     EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n20 < 1#\n500 ~"), "line 4: expected '500 ~', nothing came");
+}
+
+TEST_F(WireTranscriptTest, SilenceOfAnotherLength_IsTheDifference) {
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n500 ~ 500"), "");
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n20 < 1\n520 ~ 500"), "");
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n500 ~ 480"), "line 3: expected '500 ~ 480', nothing came");
+}
+
+TEST_F(WireTranscriptTest, WhereAllThatIsNamedCounts_NothingOfANamedKindIsPassedOver) {
+    constexpr bool kCountsAll = true;
+    EXPECT_EQ(Difference("0 = Log\n0 L Alt Query Error No response\n5 = Log", kCountsAll),
+              "line 3 was the last, but then '5 L Alt Query Error No response' came");
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n500 ~\n600 = GR\n600 > :GR#", kCountsAll),
+              "line 5 was the last, but then '1100 ~ 500' came");
+    EXPECT_EQ(Difference("0 = GR\n0 > :GR#\n5 < 1#\n5 = -> 1\n10 = Tell\n10 > :Q#", kCountsAll),
+              "line 6 was the last, but then '10 = ->' came");
+    EXPECT_EQ(Difference("0 = Log\n5 = GR\n5 > :GR#", kCountsAll), "") << "kinds that it does not name";
+}
+
+TEST_F(WireTranscriptTest, ALineOfTheTests_IsPlayedOnOneScriptAfterTheOther) {
+    ScriptedLine line(machine.clock);
+    line.bytesPerRead = 1;
+    machine.serialPorts.Connect(1, line);
+    asker.Open();
+    for (const std::string script :
+         {"0 = GR\n0 > :GR#\n20 < 12#\n20 = -> 12", "0 = GR\n0 > :GR#\n5 < 34#\n5 = -> 34"}) {
+        WireTranscript transcript(machine.clock, machine.pump, script, line);
+        transcript.Dispatcher([this](std::string_view call) { return asker.Ask(call); });
+        EXPECT_EQ(transcript.FirstDifference(), "");
+    }
+    line.Schedule(machine.clock.Elapsed(), "56#");
+    EXPECT_EQ(asker.Ask("GR"), "56") << "behind the scripts it is a line like any other";
+    EXPECT_EQ(line.written, ":GR#:GR#:GR#");
+    machine.serialPorts.Disconnect(1);
 }
 
 TEST_F(WireTranscriptTest, AnyTime_TakesWhatComesNext) {
@@ -203,7 +240,7 @@ TEST_F(WireTranscriptTest, Play_FailsTheTestWithTheDifference) {
 }
 
 TEST_F(WireTranscriptTest, AScriptThatCannotBeRead_IsRefused) {
-    for (const std::string script : {"x > :GR#", "0 ? GR", "0", "-1 > :GR#", "0 >", "0 =", "0 ~ 500", "0 >:GR#",
+    for (const std::string script : {"x > :GR#", "0 ? GR", "0", "-1 > :GR#", "0 >", "0 =", "0 ~ x", "0 >:GR#",
                                      "0 > \\x0", "0 > \\q", "10 > :GR#\n5 > :GD#"}) {
         EXPECT_THROW(WireTranscript(machine.clock, machine.pump, script), std::invalid_argument) << script;
     }

@@ -10,25 +10,6 @@ namespace {
 
 constexpr std::uint32_t kNoMount = 0x80040402;
 
-/// A line that tells of each write.
-class WatchedLine final : public LineEnd {
-public:
-    WatchedLine(MountSimulator& mount, std::function<void(std::string_view)> onWrite)
-        : line_(mount), onWrite_(std::move(onWrite)) {}
-
-    void Write(std::string_view bytes) override {
-        onWrite_(bytes);
-        line_.Write(bytes);
-    }
-    std::string Read(std::size_t maxCount) override { return line_.Read(maxCount); }
-    std::optional<std::int32_t> NextByteIn() override { return line_.NextByteIn(); }
-    void Opened() override { line_.Opened(); }
-
-private:
-    SimulatorLine line_;
-    std::function<void(std::string_view)> onWrite_;
-};
-
 /// What a connect takes from the settings and from the mount's replies.
 class ConnectSettingsTest : public DriverFixture {
 protected:
@@ -77,11 +58,12 @@ TEST_F(ConnectSettingsTest, Timeout_IsThatOfThePort) {
 
 TEST_F(ConnectSettingsTest, Timeout_IsReadAnewOnceTheMountIsFound) {
     Seed({{"Timeout", "750"}});
-    WatchedLine line(*mount, [&](std::string_view bytes) {
+    SimulatorLine line(*mount);
+    line.onWrite = [&](std::string_view bytes) {
         if (bytes == ":V#") {
             driver->persist.WriteIniValue("Timeout", "900");
         }
-    });
+    };
     machine.serialPorts.Connect(1, line);
     Start();
     EXPECT_EQ(Open(), 0U);
