@@ -1,125 +1,70 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "kernel/driver.h"
 #include "simulator/mount_simulator.h"
+#include "support/kept_log.h"
 #include "support/virtual_platform.h"
+#include "support/wire_transcript.h"
 
 namespace kestrane {
+
+/// Settings by key, as texts.
+using SettingTexts = std::vector<std::pair<std::string, std::string>>;
+
+/// Writes settings as an earlier process would have left them on the machine.
+void SeedSettings(VirtualPlatform& machine, const SettingTexts& settings);
 
 /// The quiet normal world of a driver test: virtual time, a healthy mount on COM1 that stands unparked and tracks, a
 /// driver that was started by a client. Each test changes one thing.
 class DriverFixture : public testing::Test {
 protected:
-    struct LogLine {
-        std::string origin;
-        int level = 0;
-        std::string message;
-    };
-
-    DriverFixture() { BuildMount("VKC4-P02-08"); }
-
-    void TearDown() override {
-        if (!driver) {
-            return;
-        }
-        for (const SwallowedError& error : driver->ledger.Entries()) {
-            EXPECT_TRUE(announced_.contains(error.procedure) || announced_.contains("*"))
-                << error.procedure << " swallowed at line " << error.line << ": " << error.message;
-        }
-    }
+    DriverFixture();
+    void TearDown() override;
 
     /// Failures that this test's procedure is meant to swallow; "*" for all.
     void ExpectSwallow(const std::string& procedure) { announced_.insert(procedure); }
 
     /// Puts another mount on COM1.
-    void BuildMount(const std::string& firmware) {
-        MountSimulatorOptions options;
-        options.firmware = firmware;
-        options.parkedAtPowerOn = false;
-        BuildMount(options);
-    }
-    void BuildMount(const MountSimulatorOptions& options) {
-        mount = std::make_unique<MountSimulator>(machine.clock, options);
-        machine.ConnectMount(1, *mount);
-    }
+    void BuildMount(const std::string& firmware);
+    void BuildMount(const MountSimulatorOptions& options);
 
-    /// Writes settings as an earlier process would have left them.
-    void Seed(const std::vector<std::pair<std::string, std::string>>& settings) {
-        LogState logState;
-        Log quietLog(logState, machine.clock);
-        SwallowLedger ledger;
-        Persist persist(PersistNeeds{logState, quietLog, machine.clock, machine.folders, machine.messageBoxes, ledger});
-        for (const auto& [key, value] : settings) {
-            persist.WriteIniValue(key, value);
-        }
-    }
+    void Seed(const SettingTexts& settings) { SeedSettings(machine, settings); }
 
     /// Starts the process, as a client's request does, with its log lines kept in `log`.
-    Driver& Start() {
-        Seed({{"chkEnableDebugLog", "1"}});
-        driver = Main(machine.Services(), true);
-        driver->log.SetListener([this](std::string_view origin, int level, std::string_view message) {
-            log.push_back({std::string(origin), level, std::string(message)});
-        });
-        return *driver;
-    }
+    Driver& Start();
     /// Ends the process and starts it anew on the same machine.
-    Driver& Restart() {
-        driver.reset();
-        return Start();
-    }
+    Driver& Restart();
 
     /// A telescope client that is connected.
-    TelescopeObject ConnectedTelescope() {
-        if (!driver) {
-            Start();
-        }
-        TelescopeObject telescope = driver->CreateTelescope();
-        telescope->Connected(true);
-        return telescope;
-    }
+    TelescopeObject ConnectedTelescope();
 
-    bool Logged(const std::string& part) const {
-        for (const LogLine& line : log) {
-            if (line.message.find(part) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
-    }
-    int TimesLogged(const std::string& part) const {
-        int times = 0;
-        for (const LogLine& line : log) {
-            times += line.message.find(part) != std::string::npos ? 1 : 0;
-        }
-        return times;
-    }
+    bool Logged(std::string_view part) const { return TimesLogged(part) > 0; }
+    int TimesLogged(std::string_view part) const;
+    /// The same for a line as a whole.
+    bool LoggedAs(std::string_view origin, int level, std::string_view message) const;
+    int TimesLoggedAs(std::string_view origin, int level, std::string_view message) const;
+
     /// How often the mount got a command so far.
-    int TimesSent(const std::string& command) const {
-        int times = 0;
-        for (const std::string& sent : mount->Commands()) {
-            times += sent == command ? 1 : 0;
-        }
-        return times;
-    }
+    int TimesSent(std::string_view command) const;
+    /// The commands that the mount gets during a call.
+    std::vector<std::string> SentBy(const std::function<void()>& call);
+
+    /// Plays a transcript on a link that is opened for it, with a read limit of 500 ms, and closed again. Its log lines
+    /// go to the transcript alone, later ones to nobody.
+    void PlayOnOpenLink(WireTranscript& transcript);
 
     /// The number of the error that `call` raises; 0 when it raises none.
-    template <typename Call>
-    static std::uint32_t ErrorOf(Call&& call) {
-        try {
-            std::forward<Call>(call)();
-            return 0;
-        } catch (const DriverError& error) {
-            return error.Number();
-        }
-    }
+    static std::uint32_t ErrorOf(const std::function<void()>& call);
 
     VirtualPlatform machine;
     std::unique_ptr<MountSimulator> mount;
@@ -127,7 +72,7 @@ protected:
     std::unique_ptr<Driver> driver;
 
 private:
-    std::set<std::string> announced_;
+    std::set<std::string, std::less<>> announced_;
 };
 
 }  // namespace kestrane

@@ -10,11 +10,6 @@ protected:
     HandBoxButtons() { Start(); }
 
     frmHandBox& HandBox() { return driver->handBox; }
-    bool LoggedAs(const std::string& origin, int level, const std::string& message) const {
-        return std::any_of(log.begin(), log.end(), [&](const LogLine& line) {
-            return line.origin == origin && line.level == level && line.message == message;
-        });
-    }
     void Count(ButtonAction action) {
         driver->panel.OnAction(action, [this, action] { done_.push_back(static_cast<int>(action)); });
     }

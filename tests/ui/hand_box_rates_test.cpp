@@ -12,13 +12,10 @@ protected:
 
     frmHandBox& HandBox() { return driver->handBox; }
     /// What the mount gets while `call` runs, with a blank between commands.
-    template <typename Call>
-    std::string SentBy(Call&& call) {
-        const std::size_t before = mount->Commands().size();
-        call();
+    std::string SentBy(const std::function<void()>& call) {
         std::string sent;
-        for (std::size_t i = before; i < mount->Commands().size(); ++i) {
-            sent += (sent.empty() ? "" : " ") + mount->Commands()[i];
+        for (const std::string& command : DriverFixture::SentBy(call)) {
+            sent += (sent.empty() ? "" : " ") + command;
         }
         return sent;
     }

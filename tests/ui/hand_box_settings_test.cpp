@@ -8,11 +8,6 @@ namespace {
 class HandBoxSettings : public DriverFixture {
 protected:
     frmHandBox& HandBox() { return driver->handBox; }
-    bool LoggedAs(const std::string& origin, int level, const std::string& message) const {
-        return std::any_of(log.begin(), log.end(), [&](const LogLine& line) {
-            return line.origin == origin && line.level == level && line.message == message;
-        });
-    }
     /// Settings that were written, in any way other than by a first read, since `mark`.
     std::vector<std::string> WrittenSince(std::size_t mark) const {
         std::vector<std::string> written;

@@ -10,10 +10,7 @@ protected:
     frmRcalSyncWarning& Warning() { return driver->rcalSyncWarningForm; }
     int TimesWarned() {
         const std::string words = Warning().lblMessage.Text();
-        return static_cast<int>(std::count_if(log.begin(), log.end(), [&](const LogLine& line) {
-            return line.origin == "Connected" && line.level == static_cast<int>(LogLevel::Warning) &&
-                   line.message == words;
-        }));
+        return TimesLoggedAs("Connected", static_cast<int>(LogLevel::Warning), words);
     }
 };
 

@@ -30,25 +30,10 @@ protected:
         DriverFixture::TearDown();
     }
 
-    /// What goes to the mount during a call that lets nothing else in.
-    template <typename Call>
-    Wire SentBy(Call&& call) {
-        const std::size_t before = mount->Commands().size();
-        call();
-        return {mount->Commands().begin() + static_cast<std::ptrdiff_t>(before), mount->Commands().end()};
-    }
     Wire Move(std::int32_t axis, double rate) {
         return SentBy([&] { telescope->MoveAxis(axis, rate); });
     }
-    bool LoggedAt(int level, const std::string& message) const {
-        for (const LogLine& line : log) {
-            if (line.origin == "ASCOM" && line.level == level && line.message == message) {
-                return true;
-            }
-        }
-        return false;
-    }
-
+    bool LoggedAt(int level, const std::string& message) const { return LoggedAs("ASCOM", level, message); }
     bool LoggedLine(const std::string& message) const {
         return std::ranges::any_of(log, [&](const LogLine& line) { return line.message == message; });
     }

@@ -29,12 +29,6 @@ protected:
         DriverFixture::TearDown();
     }
 
-    template <typename Call>
-    Wire SentBy(Call&& call) {
-        const std::size_t before = mount->Commands().size();
-        call();
-        return {mount->Commands().begin() + static_cast<std::ptrdiff_t>(before), mount->Commands().end()};
-    }
     void ExpectAtRest() {
         EXPECT_FALSE(telescope->Axes().Runs());
         EXPECT_FALSE(other->Axes().Runs());

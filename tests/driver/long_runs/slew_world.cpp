@@ -1,6 +1,7 @@
 #include "driver/long_runs/slew_world.h"
 
 #include "simulator/protocol_text.h"
+#include "support/driver_fixture.h"
 
 namespace kestrane {
 namespace {
@@ -9,21 +10,13 @@ constexpr std::int64_t kPatienceMs = 300'000;
 constexpr std::int32_t kLookMs = 5'000;
 constexpr std::int64_t kClientPauseMs = 230;  // the member itself takes 20 ms
 
-void SeedSettings(VirtualPlatform& machine, const SlewWorld::Settings& settings) {
-    LogState logState;
-    Log quietLog(logState, machine.clock);
-    SwallowLedger ledger;
-    Persist persist(PersistNeeds{logState, quietLog, machine.clock, machine.folders, machine.messageBoxes, ledger});
-    persist.WriteIniValue("chkEnableDebugLog", "0");
-    persist.WriteIniValue("DisableSafeSlew", settings.safeSlew ? "0" : "1");
-    persist.WriteIniValue("chkAutoCalibrateOnFirstSlew", settings.calibrates ? "1" : "0");
-}
-
 }  // namespace
 
 SlewWorld::SlewWorld(const MountSimulatorOptions& options, const Settings& settings) : mount(machine.clock, options) {
     machine.ConnectMount(1, mount);
-    SeedSettings(machine, settings);
+    SeedSettings(machine, {{"chkEnableDebugLog", "0"},
+                           {"DisableSafeSlew", settings.safeSlew ? "0" : "1"},
+                           {"chkAutoCalibrateOnFirstSlew", settings.calibrates ? "1" : "0"}});
     driver = Main(machine.Services(), true);
     telescope = driver->CreateTelescope();
     telescope->Connected(true);

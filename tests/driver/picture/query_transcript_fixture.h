@@ -23,11 +23,6 @@ protected:
 
     void Play(std::string_view script) {
         WireTranscript transcript(machine.clock, machine.pump, script);
-        machine.serialPorts.Connect(1, transcript.Line());
-        driver->link->Port(1);
-        driver->link->ReceiveTimeoutMS(500);
-        driver->link->Connected(true);
-        driver->log.SetListener(transcript.LogListener());
         const auto answer = [](bool accepted) { return std::string(TrueFalse(accepted)); };
         transcript.Call("Ra", [&, answer] { return answer(driver->queries.QueryRa()); });
         transcript.Call("Dec", [&, answer] { return answer(driver->queries.QueryDec()); });
@@ -37,10 +32,7 @@ protected:
         transcript.Call("Time", [&, answer] { return answer(driver->queries.QueryTime()); });
         transcript.Call("Zone", [&, answer] { return answer(driver->queries.QueryTimeZone()); });
         transcript.Call("Side", [&, answer] { return answer(driver->queries.QuerySideOfMount()); });
-        transcript.Play();
-        driver->log.SetListener({});
-        driver->link->Connected(false);
-        machine.serialPorts.Disconnect(1);
+        PlayOnOpenLink(transcript);
     }
 };
 

@@ -28,16 +28,8 @@ protected:
 
     void Play(std::string_view script) {
         WireTranscript transcript(machine.clock, machine.pump, script);
-        machine.serialPorts.Connect(1, transcript.Line());
-        driver->link->Port(1);
-        driver->link->ReceiveTimeoutMS(500);
-        driver->link->Connected(true);
-        driver->log.SetListener(transcript.LogListener());
         transcript.Call("Calibrate", [&] { return telescope->CommandString("RAW,AutoCalibrateNSEW", true); });
-        transcript.Play();
-        driver->log.SetListener({});
-        driver->link->Connected(false);
-        machine.serialPorts.Disconnect(1);
+        PlayOnOpenLink(transcript);
     }
 
     TelescopeObject telescope;

@@ -22,19 +22,11 @@ protected:
 
     void Play(std::string_view script, const DateTime& utc = DateTime{2024, 3, 20, 20, 5, 30, 0}) {
         WireTranscript transcript(machine.clock, machine.pump, script);
-        machine.serialPorts.Connect(1, transcript.Line());
-        driver->link->Port(1);
-        driver->link->ReceiveTimeoutMS(500);
-        driver->link->Connected(true);
-        driver->log.SetListener(transcript.LogListener());
         transcript.Call("Set", [&] { driver->InternalInstance().utcDate(utc); });
         transcript.Call("Get", [&] { return DateTimeText(driver->InternalInstance().utcDate()); });
         transcript.Call("InitTime",
                         [&] { return driver->InternalInstance().CommandStringInternal("RAW,InitTime", true); });
-        transcript.Play();
-        driver->log.SetListener({});
-        driver->link->Connected(false);
-        machine.serialPorts.Disconnect(1);
+        PlayOnOpenLink(transcript);
     }
 };
 

@@ -11,13 +11,7 @@ constexpr std::uint32_t kNotConnected = 0x80040404;
 
 class RateListsTest : public DriverFixture {
 protected:
-    int TimesOnAscom(const std::string& message) const {
-        int times = 0;
-        for (const LogLine& line : log) {
-            times += line.origin == "ASCOM" && line.level == 0 && line.message == message ? 1 : 0;
-        }
-        return times;
-    }
+    int TimesOnAscom(const std::string& message) const { return TimesLoggedAs("ASCOM", 0, message); }
 };
 
 // --- axis rates -------------------------------------------------------------------------------------------------
