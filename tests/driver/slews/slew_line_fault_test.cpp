@@ -42,12 +42,6 @@ protected:
         mount->Add(std::make_unique<StandsWest>());
         return NormalizeHours(lst + 2.0);
     }
-    void ExpectAt(double ra, double dec) {
-        machine.AdvanceTime(3'000);
-        EXPECT_FALSE(mount->Picture().slewing);
-        EXPECT_NEAR(mount->Picture().rightAscension, NormalizeHours(ra), 0.01);
-        EXPECT_NEAR(mount->Picture().declination, dec, 0.05);
-    }
     double lst = 0.0;
 };
 

@@ -24,12 +24,6 @@ protected:
         machine.AdvanceTime(1'000);
         ASSERT_TRUE(mount->Picture().slewing);
     }
-    void ExpectAt(double ra, double dec) {
-        machine.AdvanceTime(3'000);
-        EXPECT_FALSE(mount->Picture().slewing);
-        EXPECT_NEAR(mount->Picture().rightAscension, NormalizeHours(ra), 0.01);
-        EXPECT_NEAR(mount->Picture().declination, dec, 0.05);
-    }
     double lst = 0.0;
 };
 

@@ -43,7 +43,7 @@ const std::vector<Member>& Members() {
 
 class RefusalFixture : public SlewWireTest {
 protected:
-    void SetUpMount(const Settings& settings = {}) {
+    void SetUpMount(const SettingTexts& settings = {}) {
         Connect("S", settings);
         Stand();
     }

@@ -24,12 +24,7 @@ protected:
         ASSERT_TRUE(mount->Picture().slewing);
     }
     std::int64_t In(std::int64_t milliseconds) { return machine.clock.Elapsed() + milliseconds; }
-    void ExpectAt(double ra, double dec) {
-        machine.AdvanceTime(15'000);
-        EXPECT_FALSE(mount->Picture().slewing);
-        EXPECT_NEAR(mount->Picture().rightAscension, NormalizeHours(ra), 0.01);
-        EXPECT_NEAR(mount->Picture().declination, dec, 0.05);
-    }
+    void ExpectAt(double ra, double dec) { SlewWireTest::ExpectAt(ra, dec, 15'000); }
 
     static constexpr double kFirstDec = 30.0;
     Telescope* other = nullptr;

@@ -96,7 +96,7 @@ INSTANTIATE_TEST_SUITE_P(Positions, FirstLegTest,
 /// East side, two hours east of the meridian, Dec +45: two legs unless something speaks against it.
 class OneLegTest : public SlewWireTest {
 protected:
-    void Stand(const std::string& firmware, const Settings& settings = {}) {
+    void Stand(const std::string& firmware, const SettingTexts& settings = {}) {
         Connect(firmware, settings);
         Prepare();
     }
