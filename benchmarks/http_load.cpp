@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <sstream>
 #include <thread>
@@ -121,15 +120,5 @@ void Run(const std::filesystem::path& bin, const std::filesystem::path& data) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: bench_http BIN_DIR DATA_DIR\n";
-        return 2;
-    }
-    try {
-        Run(argv[1], argv[2]);
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return RunOnFolders("bench_http", argc, argv, Run);
 }

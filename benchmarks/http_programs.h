@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <filesystem>
+#include <iostream>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <spawn.h>
@@ -164,6 +166,22 @@ inline void UseDataFolder(const std::filesystem::path& data) {
 /// The port in a line such as "Alpaca: http://127.0.0.1:11111/".
 inline std::uint16_t PortOf(const std::string& address) {
     return static_cast<std::uint16_t>(std::atoi(address.c_str() + address.rfind(':') + 1));
+}
+
+/// The `main` of such a benchmark, whose arguments are the folder of the programs and one for their data.
+inline int RunOnFolders(const char* name, int argc, char** argv,
+                        void (*run)(const std::filesystem::path& programs, const std::filesystem::path& data)) {
+    if (argc != 3) {
+        std::cerr << "usage: " << name << " BIN_DIR DATA_DIR\n";
+        return 2;
+    }
+    try {
+        run(argv[1], argv[2]);
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << "\n";
+        return 1;
+    }
 }
 
 }  // namespace kestrane::benchmarks

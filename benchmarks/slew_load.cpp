@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <poll.h>
@@ -249,15 +248,5 @@ void Run(const std::filesystem::path& bin, const std::filesystem::path& data) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: bench_slews BIN_DIR DATA_DIR\n";
-        return 2;
-    }
-    try {
-        Run(argv[1], argv[2]);
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return RunOnFolders("bench_slews", argc, argv, Run);
 }
