@@ -53,7 +53,7 @@ Telescope::~Telescope() {
 }
 
 void Telescope::Class_Initialize() {
-    ConnectionSteps steps(*this, *this);
+    ConnectionSteps steps(*this);
     ResumeNext errors{needs_.ledger, "Class_Initialize"};
     if (state_.g_nScopeObjects == 0) {
         errors.Step([&] { steps.InitializeFirstObject(); });
@@ -125,7 +125,7 @@ bool Telescope::Connected() {
 }
 
 void Telescope::Connected(bool connect) {
-    ConnectionSteps steps(*this, *this);
+    ConnectionSteps steps(*this);
     if (connect) {
         steps.ConnectClient();
     } else {
@@ -246,7 +246,7 @@ void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {
 }
 
 void Telescope::InitUI() {
-    ConnectionSteps steps(*this, *this);
+    ConnectionSteps steps(*this);
     ResumeNext errors{needs_.ledger, "InitUI"};
     needs_.journal.ResetEvents();
     errors.Step([&] { InitBasicValues(); });
@@ -298,7 +298,7 @@ void ConnectionSteps::InitUiPanel() {
 }
 
 bool Telescope::AtPark() {
-    ConnectionSteps steps(*this, *this);
+    ConnectionSteps steps(*this);
     const bool parked = LogGet("AtPark", state_.g_bParked);
     needs_.door.Pause(kYieldMs);
     steps.WaitForTimerIdle();

@@ -67,7 +67,7 @@ bool Telescope::CanPulseGuide() {
     return LogGet("CanPulseGuide", true);
 }
 bool Telescope::CanSetDeclinationRate() {
-    ControllerSteps steps(*this, *this);
+    ControllerSteps steps(*this);
     return LogGet("CanSetDeclinationRate", steps.ControllerTakesRates());
 }
 bool Telescope::CanSetGuideRates() {
@@ -80,7 +80,7 @@ bool Telescope::CanSetPierSide() {
     return LogGet("CanSetPierSide", false);
 }
 bool Telescope::CanSetRightAscensionRate() {
-    ControllerSteps steps(*this, *this);
+    ControllerSteps steps(*this);
     return LogGet("CanSetRightAscensionRate", steps.ControllerTakesRates());
 }
 bool Telescope::CanSetTracking() {

@@ -261,6 +261,8 @@ public:
     void CreateTrackingRates();
 
 private:
+    friend class TelescopeSteps;
+
     void StopOwnAxes();
 };
 

@@ -2,6 +2,7 @@
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/telescope.h"
 
 namespace kestrane {
 
@@ -50,5 +51,8 @@ void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool i
         throw DriverError(ErrorNumber::OutOfRange);
     }
 }
+
+TelescopeSteps::TelescopeSteps(Telescope& telescope)
+    : telescope_(telescope), core_(telescope), needs_(core_.needs_), state_(core_.state_), axes_(core_.axes_) {}
 
 }  // namespace kestrane

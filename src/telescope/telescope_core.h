@@ -101,8 +101,7 @@ public:
 /// What the private steps of one subject work on. Each subject keeps its steps in a class of its own, in its `.cpp`.
 class TelescopeSteps {
 public:
-    TelescopeSteps(Telescope& telescope, TelescopeCore& core)
-        : telescope_(telescope), core_(core), needs_(core.needs_), state_(core.state_), axes_(core.axes_) {}
+    explicit TelescopeSteps(Telescope& telescope);
 
 protected:
     Sequence Talk(const CompletingProcedure& procedure) { return core_.Talk(procedure); }

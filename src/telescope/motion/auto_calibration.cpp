@@ -37,7 +37,7 @@ void Telescope::CalibrateOnFirstSlew() {
 }
 
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
-    CalibrationSteps steps(*this, *this);
+    CalibrationSteps steps(*this);
     UntilStopped(procedure::Calibration, [&](Sequence& mount) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
         for (int attempt = 1; attempt <= attempts; ++attempt) {

@@ -60,7 +60,7 @@ void AxisMotions::EndAll() {
 }
 
 void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
-    AxisSteps steps(*this, *this);
+    AxisSteps steps(*this);
     const std::string call = "MoveAxis(" + std::to_string(axis) + "," + PlainNumber(degreesPerSecond) + ")";
     if (!(std::abs(degreesPerSecond) <= state_.g_dMaxAxisRate)) {
         needs_.log.LogMessage(
@@ -157,7 +157,7 @@ bool AxisSteps::StillRuns(std::int32_t axis) const {
 }
 
 void Telescope::ClearAxisRates() {
-    AxisSteps steps(*this, *this);
+    AxisSteps steps(*this);
     axes_.rates = {};
     needs_.motion.AxisMotionsEnd();
     if (steps.TrackingChosenSinceMoveAxis()) {
@@ -177,7 +177,7 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
 /// The mount is never left running without an owner. The end of a slew under way takes up tracking again, which ends a
 /// motion as well.
 void Telescope::StopOwnAxes() {
-    AxisSteps steps(*this, *this);
+    AxisSteps steps(*this);
     const bool primaryRuns =
         steps.StillRuns(kPrimary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(kSecondary);

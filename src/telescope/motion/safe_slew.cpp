@@ -14,6 +14,8 @@ public:
     bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
     void RefreshPosition();
     bool ReadPositionForPlan();
+    bool SendFirstLeg(double viaRightAscension);
+    bool SendLeg(double rightAscension, double declination);
 };
 
 }  // namespace
@@ -37,10 +39,9 @@ bool SafeSlewSteps::ReadPositionForPlan() {
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
-/// meaning by `LogRefusal`.
+/// meaning where the mount has answered.
 void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
-    SafeSlewSteps steps(*this, *this);
-    ResumeNext errors{needs_.ledger, "SafeSlew"};
+    SafeSlewSteps steps(*this);
     SlewWait wait(*this);
     const std::uint32_t slew = state_.g_nSlewsBegun;
     if (!steps.ReadPositionForPlan()) {
@@ -50,18 +51,9 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     state_.g_dSafeSlewDec = declination;
     double viaRightAscension = 0.0;
     if (steps.PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info,
-                              "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
-        errors.Step([&] { TargetRightAscension(viaRightAscension); });
-        errors.Step([&] { TargetDeclination(state_.g_dDec); });
-        const bool accepted = errors.Step([&] { SendSlewCommands(); });
-        if (!accepted) {
-            // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
-            needs_.motion.SecondLegDropped();
-            return;
-        }
-        if (async) {
-            return;
+        const bool accepted = steps.SendFirstLeg(viaRightAscension);
+        if (!accepted || async) {
+            return;  // the supervision takes up the second leg
         }
         wait.WhileSlewing();
         if (wait.Replaced(slew, "SafeSlew")) {
@@ -71,9 +63,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     if (wait.Aborted()) {
         return;
     }
-    errors.Step([&] { TargetRightAscension(rightAscension); });
-    errors.Step([&] { TargetDeclination(declination); });
-    errors.Step([&] { SendSlewCommands(); });
+    steps.SendLeg(rightAscension, declination);
     if (async) {
         needs_.motion.SecondLegDropped();
         return;
@@ -85,6 +75,24 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     if (state_.g_nSlewsBegun == slew) {
         needs_.motion.SecondLegDropped();
     }
+}
+
+bool SafeSlewSteps::SendFirstLeg(double viaRightAscension) {
+    needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
+    const bool accepted = SendLeg(viaRightAscension, state_.g_dDec);
+    if (!accepted) {
+        // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
+        needs_.motion.SecondLegDropped();
+    }
+    return accepted;
+}
+
+/// False when the mount has refused it.
+bool SafeSlewSteps::SendLeg(double rightAscension, double declination) {
+    ResumeNext errors{needs_.ledger, "SafeSlew"};
+    errors.Step([&] { telescope_.TargetRightAscension(rightAscension); });
+    errors.Step([&] { telescope_.TargetDeclination(declination); });
+    return errors.Step([&] { telescope_.SendSlewCommands(); });
 }
 
 /// Decides whether the slew needs two legs, and through which RA the first one goes; sets `g_bSafeSlewPending`.

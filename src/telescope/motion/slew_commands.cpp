@@ -64,7 +64,7 @@ public:
 }  // namespace
 
 void Telescope::SendSlewCommands() {
-    SlewCommandSteps steps(*this, *this);
+    SlewCommandSteps steps(*this);
     CheckConnected();
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();

@@ -19,7 +19,7 @@ public:
 }  // namespace
 
 void Telescope::AbortSlew() {
-    StopSteps steps(*this, *this);
+    StopSteps steps(*this);
     check_connected("AbortSlew", true, state_.g_bTracking);
     needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
@@ -32,7 +32,7 @@ void Telescope::AbortSlew() {
 }
 
 void Telescope::AbortSlewDriver() {
-    StopSteps steps(*this, *this);
+    StopSteps steps(*this);
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("Driver");
     } else {

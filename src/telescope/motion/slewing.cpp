@@ -46,7 +46,7 @@ bool SlewSteps::SafeSlewWanted() {
 }
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     const auto permit = needs_.door.Permit("SlewToCoordinates");
@@ -70,7 +70,7 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
 }
 
 void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient) {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
     if (fromClient) {
         needs_.log.LogMessage("ASCOM", LogLevel::Info,
@@ -100,7 +100,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 }
 
 void Telescope::SlewToTarget() {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTarget");
@@ -145,7 +145,7 @@ void SlewSteps::TakeBackTarget(double rightAscension, double declination) {
 }
 
 void Telescope::SlewToTargetAsync() {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTargetAsync");
@@ -168,14 +168,14 @@ void Telescope::SlewToTargetAsync() {
 }
 
 void Telescope::SlewToAltAz(double azimuth, double altitude) {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     if (auto wait = steps.BeginAltAzSlew("SlewToAltAz", azimuth, altitude)) {
         wait->ForEnd();
     }
 }
 
 void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
-    SlewSteps steps(*this, *this);
+    SlewSteps steps(*this);
     steps.BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
 }
 

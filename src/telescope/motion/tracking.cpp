@@ -64,7 +64,7 @@ bool Telescope::Tracking() {
 }
 
 void Telescope::Tracking(bool track) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     LogSet("Tracking", TrueFalse(track));
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     if (track) {
@@ -99,7 +99,7 @@ std::int32_t Telescope::TrackingRate() {
 }
 
 void Telescope::TrackingRate(std::int32_t rate) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     state_.g_nTrackingRate = rate;
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
@@ -128,19 +128,19 @@ void Telescope::SendKingCorrection() {
 }
 
 double Telescope::RightAscensionRate() {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("RightAscensionRate");
     return LogGet("RightAscensionRate", state_.g_dRaRate);
 }
 
 double Telescope::DeclinationRate() {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("DeclinationRate");
     return LogGet("DeclinationRate", state_.g_dDecRate);
 }
 
 void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
     // Ahead of the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
@@ -156,7 +156,7 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
 }
 
 void Telescope::DeclinationRate(double arcSecondsPerSecond) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
     // Ahead of the check, as for the other rate.
@@ -184,22 +184,22 @@ void TrackingSteps::ShowCustomOrSidereal() {
 }
 
 double Telescope::GuideRateRightAscension() {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     return steps.GuideRate("GuideRateRightAscension");
 }
 
 double Telescope::GuideRateDeclination() {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     return steps.GuideRate("GuideRateDeclination");
 }
 
 void Telescope::GuideRateRightAscension(double degreesPerSecond) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.SetGuideRate("GuideRateRightAscension", degreesPerSecond);
 }
 
 void Telescope::GuideRateDeclination(double degreesPerSecond) {
-    TrackingSteps steps(*this, *this);
+    TrackingSteps steps(*this);
     steps.SetGuideRate("GuideRateDeclination", degreesPerSecond);
 }
 

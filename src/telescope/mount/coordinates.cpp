@@ -125,24 +125,24 @@ void Telescope::TargetDeclination(double degrees) {
 }
 
 double Telescope::TargetAzimuth() {
-    TargetSteps steps(*this, *this);
+    TargetSteps steps(*this);
     return steps.GetAltAzTarget("TargetAzimuth", state_.g_bTargetAzSet, state_.g_dTargetAz);
 }
 
 void Telescope::TargetAzimuth(double degrees) {
-    TargetSteps steps(*this, *this);
+    TargetSteps steps(*this);
     steps.SetAltAzTarget("TargetAzimuth", degrees, degrees >= 0.0 && degrees <= 360.0);
     state_.g_dTargetAz = degrees;
     state_.g_bTargetAzSet = true;
 }
 
 double Telescope::TargetAltitude() {
-    TargetSteps steps(*this, *this);
+    TargetSteps steps(*this);
     return steps.GetAltAzTarget("TargetAltitude", state_.g_bTargetAltSet, state_.g_dTargetAlt);
 }
 
 void Telescope::TargetAltitude(double degrees) {
-    TargetSteps steps(*this, *this);
+    TargetSteps steps(*this);
     steps.SetAltAzTarget("TargetAltitude", degrees, degrees >= -90.0 && degrees <= 90.0);
     state_.g_dTargetAlt = degrees;
     state_.g_bTargetAltSet = true;

@@ -44,7 +44,7 @@ public:
 }  // namespace
 
 void Telescope::InitBasicValues() {
-    FirmwareSteps steps(*this, *this);
+    FirmwareSteps steps(*this);
     ResumeNext errors{needs_.ledger, "InitBasicValues"};
     Sequence mount = Talk(procedure::FirstPicture);
     mount.CommandClearInternal();

@@ -27,7 +27,7 @@ public:
 }  // namespace
 
 void Telescope::SetSlewRate(Sequence& mount, int index) {
-    RateSteps steps(*this, *this);
+    RateSteps steps(*this);
     if (index == kSlewRateOfSettings) {
         index = RoundHalfEven(Val_Global(needs_.persist.Read(setting::cbxInitSlewRate), needs_.log));
     }

@@ -58,7 +58,7 @@ DateTime Telescope::utcDate() {
 }
 
 void Telescope::utcDate(const DateTime& utc) {
-    TimeSteps steps(*this, *this);
+    TimeSteps steps(*this);
     CheckConnected();
     needs_.log.LogMessage(
         "ASCOM", LogLevel::Info,

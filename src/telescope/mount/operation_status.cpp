@@ -109,7 +109,7 @@ public:
 }  // namespace
 
 void Telescope::ParseGOS(std::string_view status) {
-    StatusSteps steps(*this, *this);
+    StatusSteps steps(*this);
     const auto at = [&](Field field) { return field < status.size() ? status[field] : '\0'; };
     state_.g_bGosActive = status.size() >= kUsableLength;
     if (!state_.g_bGosActive) {

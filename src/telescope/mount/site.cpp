@@ -45,7 +45,7 @@ double Telescope::SiteLatitude() {
 }
 
 void Telescope::SiteLatitude(double degrees) {
-    SiteSteps steps(*this, *this);
+    SiteSteps steps(*this);
     RefuseOutOfRange("SiteLatitude", degrees, degrees >= -90.0 && degrees <= 90.0);
     LogSet("SiteLatitude", PlainNumber(degrees));
     state_.g_dSiteLatitude = degrees;
@@ -65,7 +65,7 @@ double Telescope::SiteLongitude() {
 }
 
 void Telescope::SiteLongitude(double degrees) {
-    SiteSteps steps(*this, *this);
+    SiteSteps steps(*this);
     CheckConnected();
     RefuseOutOfRange("SiteLongitude", degrees, degrees >= -180.0 && degrees <= 180.0);
     LogSet("SiteLongitude", PlainNumber(degrees));
