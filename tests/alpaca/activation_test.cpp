@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "http/raw_client.h"
-#include "support/recording_services.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane::alpaca {
 namespace {

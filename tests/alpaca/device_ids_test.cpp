@@ -6,7 +6,7 @@
 #include <regex>
 
 #include "alpaca/management.h"
-#include "support/recording_services.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane::alpaca {
 namespace {

@@ -15,7 +15,7 @@
 #include "http/raw_client.h"
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_message_pump.h"
-#include "support/recording_services.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane::alpaca {
 

@@ -3,7 +3,7 @@
 namespace kestrane {
 
 RateWireFixture::~RateWireFixture() {
-    if (line_) {
+    if (line) {
         machine.serialPorts.Disconnect(1);
     }
 }
@@ -14,9 +14,9 @@ void RateWireFixture::Connect(const Mount& is) {
     options.parkedAtPowerOn = false;
     options.latitude = is.latitude;
     BuildMount(options);
-    line_ = std::make_unique<SimulatorLine>(*mount);
-    line_->onWrite = [this](std::string_view bytes) { written_ += bytes; };
-    machine.serialPorts.Connect(1, *line_);
+    line = std::make_unique<SimulatorLine>(*mount);
+    line->onWrite = [this](std::string_view bytes) { written_ += bytes; };
+    machine.serialPorts.Connect(1, *line);
     Seed({{"DontQueryGOS", is.asksStatus ? "0" : "1"},
           {"chkEnableKingRate", is.king ? "1" : "0"},
           {"chkAutoCalibrateOnFirstSlew", "0"},

@@ -32,9 +32,9 @@ protected:
     frmHandBox& HandBox() { return driver->handBox; }
 
     TelescopeObject telescope;
+    std::unique_ptr<SimulatorLine> line;  ///< the one to the simulated mount
 
 private:
-    std::unique_ptr<SimulatorLine> line_;
     std::string written_;
 };
 
