@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/errors.h"
 
 namespace kestrane {
@@ -19,12 +20,6 @@ struct RateRow {
 };
 
 // clang-format off
-constexpr std::array kGuide{
-    RateRow{"0.25x",    0.25, ":RG0#"},
-    RateRow{"0.50x",    0.5,  ":RG1#"},
-    RateRow{"1.00x",    1.0,  ":RG2#"},
-};
-
 constexpr std::array kLegacyCentering{
     RateRow{"12x",     12.0,  ":RC0#"},
     RateRow{"64x",     64.0,  ":RC1#"},
@@ -184,7 +179,9 @@ bool MountRatesFactory::CreateRateCollections(std::string_view mountRateType, Mo
     guideRateCollection = MountRateCollection{};
     centeringRateCollection = MountRateCollection{};
     slewRateCollection = MountRateCollection{};
-    Append(guideRateCollection, kGuide);
+    for (const GuideRateRow& rate : kGuideRates) {
+        guideRateCollection.AddRate(rate.multiple, rate.text, rate.command);
+    }
     const auto numbered = std::ranges::find(kNumbered, mountRateType, &NumberedTable::type);
     if (numbered != kNumbered.end()) {
         Append(centeringRateCollection, kNumberedCentering);

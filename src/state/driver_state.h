@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
@@ -74,16 +75,16 @@ struct DriverState : LogState, CounterState {
     std::int16_t g_nPemState = 0;       ///< 0 not known, 1 enabled, 2 disabled, 3 recording
 
     // --- the mount picture --------------------------------------------------------------------------------------
-    double g_dRa = 0.0;              ///< hours, 0 up to below 24
-    double g_dDec = 0.0;             ///< degrees, -90 to 90
-    double g_dAlt = 0.0;             ///< degrees
-    double g_dAz = 0.0;              ///< degrees, 0 up to below 360
-    double g_dLst = 0.0;             ///< last sidereal time read from the mount, hours
-    double g_dMountTime = 0.0;       ///< last local time read from the mount, hours
-    double g_dTimeZone = 0.0;        ///< last UTC offset read from the mount, hours, as it says it
-    double g_dMeridianDelay = 0.0;   ///< hours, -6 to 6
-    double g_dHourAngle = 0.0;       ///< hours, -12 to 12
-    std::int16_t g_nSideOfPier = 0;  ///< 0 East, 1 West
+    double g_dRa = 0.0;             ///< hours, 0 up to below 24
+    double g_dDec = 0.0;            ///< degrees, -90 to 90
+    double g_dAlt = 0.0;            ///< degrees
+    double g_dAz = 0.0;             ///< degrees, 0 up to below 360
+    double g_dLst = 0.0;            ///< last sidereal time read from the mount, hours
+    double g_dMountTime = 0.0;      ///< last local time read from the mount, hours
+    double g_dTimeZone = 0.0;       ///< last UTC offset read from the mount, hours, as it says it
+    double g_dMeridianDelay = 0.0;  ///< hours, -6 to 6
+    double g_dHourAngle = 0.0;      ///< hours, -12 to 12
+    std::int16_t g_nSideOfPier = pier_side::East;
     OwnedBy<Motion, bool> g_bParked{false};
     bool g_bTracking = false;
     std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
@@ -155,15 +156,15 @@ struct DriverState : LogState, CounterState {
     std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
 
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
-    double g_dGuideRate = 1.0;         ///< multiples of sidereal
-    std::int32_t g_nTrackingRate = 0;  ///< 0 sidereal, 1 lunar, 2 solar, 3 King
+    double g_dGuideRate = 1.0;  ///< multiples of sidereal
+    std::int32_t g_nTrackingRate = tracking_rate::Sidereal;
     /// Writes of the tracking so far, each of which has stopped the mount; wraps.
     OwnedBy<Motion, std::uint32_t> g_nTrackingChoices{0};
-    std::int16_t g_nDisplayedRate = -1;  ///< rate shown: 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; -1 none yet
-    Tick g_tickDisplayedRate;            ///< last change of the displayed rate
-    std::string g_sFaultCode = "0";      ///< fault character of the last status text; "0": none
-    std::string g_sStatus;               ///< the last status text
-    Tick g_tickParkedSince;              ///< first parked tick; 0: not parked
+    std::int16_t g_nDisplayedRate = displayed_rate::NoneYet;
+    Tick g_tickDisplayedRate;        ///< last change of the displayed rate
+    std::string g_sFaultCode = "0";  ///< fault character of the last status text; "0": none
+    std::string g_sStatus;           ///< the last status text
+    Tick g_tickParkedSince;          ///< first parked tick; 0: not parked
     std::string g_sTrackingCommand = "RT2";
     bool g_bAutoEnableTracking = false;  ///< setting `chkAutoEnableTracking`
     double g_dRaRate = 0.0;              ///< custom RA rate

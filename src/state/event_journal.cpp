@@ -3,6 +3,7 @@
 #include <limits>
 #include <optional>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 
@@ -10,9 +11,6 @@ namespace kestrane {
 namespace {
 
 constexpr std::int16_t kStandsStill = 3;  // reports of one position that tell of tracking
-constexpr std::int16_t kSiderealRate = 1;
-constexpr double kUnsetRa = 0.0;  // what a mount reports that was never told where it stands
-constexpr double kUnsetDec = 90.0;
 constexpr std::string_view kTwoDigits = "00";
 
 std::string Number(double value) {
@@ -98,9 +96,9 @@ void EventJournal::NoteStandingStill(double ra, double dec) {
     if (needs_.statusWindow.lblTrackingRate.Text().empty() && state_.g_nSamePosition >= kStandsStill) {
         needs_.log.LogMessage("AddRaDecEvent", LogLevel::Info, "Determined Tracking rate is enabled!");
         state_.g_bTracking = true;
-        needs_.panel.ShowTrackingRate(kSiderealRate, false);
+        needs_.panel.ShowTrackingRate(displayed_rate::Sidereal, false);
     }
-    if (!state_.g_bParked || (ra == kUnsetRa && dec == kUnsetDec)) {
+    if (!state_.g_bParked || (ra == kPowerOnRa && dec == kPowerOnDec)) {
         return;
     }
     CountSamePosition();  // twice for one report: wanted, a parked mount is doubted sooner

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "state/position_text.h"
@@ -12,8 +13,6 @@ namespace {
 
 constexpr std::int16_t kLostAfter = 3;  // unanswered queries in a row
 constexpr std::int32_t kDrainLimitMs = 2000;
-constexpr double kUnsetRa = 0.0;  // what a mount reports that was never told where it stands
-constexpr double kUnsetDec = 90.0;
 
 constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
@@ -292,7 +291,7 @@ bool MountQueries::QueryGos() {
 }
 
 void MountQueries::CheckInitialPosition() {
-    if (state_.g_dRa != kUnsetRa || state_.g_dDec != kUnsetDec) {
+    if (state_.g_dRa != kPowerOnRa || state_.g_dDec != kPowerOnDec) {
         state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = false;
         return;
     }

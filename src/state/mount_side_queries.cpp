@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "state/mount_queries.h"
 #include "state/position_text.h"
@@ -6,7 +7,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int16_t kWestSide = 1;
 /// The first version text that knows its side of the pier sorts after this.
 constexpr std::string_view kLastWithoutPierSide = "C";
 
@@ -29,13 +29,14 @@ bool MountQueries::QuerySideOfMount() {
         return false;
     }
     state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
-    state_.g_nSideOfPier = (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? 1 : 0;
+    state_.g_nSideOfPier =
+        (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? pier_side::West : pier_side::East;
     if (state_.g_sVersion > kLastWithoutPierSide) {
         const std::string reply = Ask(wire::GetPierSide, true);
-        if (reply == "East") {
-            state_.g_nSideOfPier = 0;
-        } else if (reply == "West") {
-            state_.g_nSideOfPier = 1;
+        if (reply == pier_side::kEastText) {
+            state_.g_nSideOfPier = pier_side::East;
+        } else if (reply == pier_side::kWestText) {
+            state_.g_nSideOfPier = pier_side::West;
         }
         if (reply.empty()) {
             NoteNoResponse();
@@ -45,8 +46,8 @@ bool MountQueries::QuerySideOfMount() {
             NoteQuerySuccess();
         }
     }
-    state_.g_bWestSide = state_.g_nSideOfPier == kWestSide;
-    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? "West" : "East");
+    state_.g_bWestSide = state_.g_nSideOfPier == pier_side::West;
+    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? pier_side::kWestText : pier_side::kEastText);
     UpdateCounterweightState();
     needs_.log.LogMessage("Counterweight", LogLevel::Info,
                           state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
@@ -70,8 +71,8 @@ void MountQueries::UpdateHourAngle() {
 
 void MountQueries::UpdateCounterweightState() {
     const double ha = state_.g_dHourAngle;
-    const bool east = state_.g_nSideOfPier == 0;
-    const bool west = state_.g_nSideOfPier == kWestSide;
+    const bool east = state_.g_nSideOfPier == pier_side::East;
+    const bool west = state_.g_nSideOfPier == pier_side::West;
     state_.g_bCounterweightUp = (east && ha > -11.999 && ha < -0.001) || (west && ha > 0.001 && ha < 11.999);
     needs_.handBox.lblCwUp.Visible(state_.g_bCounterweightUp);
 }

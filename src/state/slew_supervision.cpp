@@ -2,6 +2,7 @@
 #include <string>
 #include <utility>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "state/poll_loop.h"
@@ -20,8 +21,6 @@ constexpr double kDegreesPerHour = 15.0;
 constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
-constexpr std::int16_t kSiderealRate = 1;
-constexpr std::int16_t kCustomRate = 4;
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 
@@ -223,7 +222,8 @@ void PollLoop::CompleteSlew() {
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info, "An axis runs: the tracking state is not restored");
     } else if (state_.g_bRestoreRatePending) {
         // A custom rate is not taken up again.
-        const std::int16_t rate = state_.g_nDisplayedRate == kCustomRate ? kSiderealRate : state_.g_nDisplayedRate;
+        const bool isCustom = state_.g_nDisplayedRate == displayed_rate::Custom;
+        const std::int16_t rate = isCustom ? std::int16_t{displayed_rate::Sidereal} : state_.g_nDisplayedRate;
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
                               "Restoring tracking state = " + std::to_string(rate));
         needs_.panel.RestoreTrackingRate(rate);

@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -142,7 +143,7 @@ void ConnectionSteps::ConnectClient() {
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
         state_.g_bAutoCalibrated = false;
-        state_.g_nTrackingRate = 0;  // what an earlier connection left says nothing of this mount
+        state_.g_nTrackingRate = tracking_rate::Sidereal;  // what an earlier connection left says nothing of this mount
         needs_.registration.EnsureDriverHelper();
         OpenForFirstClient();
     }
@@ -263,7 +264,7 @@ void Telescope::InitUI() {
 }
 
 bool ConnectionSteps::IsAtPowerOnPosition() const {
-    return state_.g_dRa == 0.0 && state_.g_dDec == 90.0;
+    return state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec;
 }
 
 /// The mount has lost its position. Where it stands is for a person to say: with nobody to ask, no guessed position is

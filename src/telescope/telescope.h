@@ -106,7 +106,7 @@ public:
     double Altitude();        ///< asks the mount; link check
     double Azimuth();         ///< link check
     double SiderealTime();    ///< hours; link check
-    int SideOfPier();         ///< 0 East, 1 West
+    int SideOfPier();         ///< one of `pier_side`
     /// Raises 0x80040400.
     void SideOfPier(int side);
     double ApertureDiameter();
@@ -151,7 +151,7 @@ public:
     /// returns when the mount has arrived; pumps.
     void SlewToAltAz(double azimuth, double altitude);
     void SlewToAltAzAsync(double azimuth, double altitude);
-    /// 0 East, 1 West: by the hour angle alone; link check.
+    /// One of `pier_side`: by the hour angle alone; link check.
     int DestinationSideOfPier(double rightAscension, double declination);
     bool Slewing();
     /// Stops a slew, a park, and the axes that `MoveAxis` of any client runs. Motion check: not parked.

@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "ui/colours.h"
@@ -8,37 +9,28 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int16_t kOff = 0;
-constexpr std::int16_t kSidereal = 1;
-constexpr std::int16_t kCustom = 4;
-
 /// The rate buttons by displayed rate.
 constexpr Button frmHandBox::*kRateButtons[] = {&frmHandBox::btnRateZero, &frmHandBox::btnRateSidereal,
                                                 &frmHandBox::btnRateLunar, &frmHandBox::btnRateSolar,
                                                 &frmHandBox::btnRateCustom};
-
-/// The rates of the telescope that the buttons choose.
-constexpr std::int32_t kTelescopeSidereal = 0;
-constexpr std::int32_t kTelescopeLunar = 1;
-constexpr std::int32_t kTelescopeSolar = 2;
-constexpr std::int32_t kTelescopeKing = 3;
 
 bool Marks(std::int16_t rate, std::size_t indicator) {
     return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
 }
 
 std::string RateText(const DriverState& state, std::int16_t rate, bool corrected) {
-    const std::string mark = corrected && (rate == kSidereal || rate == kCustom) ? "Corr " : "";
+    const std::string mark =
+        corrected && (rate == displayed_rate::Sidereal || rate == displayed_rate::Custom) ? "Corr " : "";
     switch (rate) {
-        case kOff:
+        case displayed_rate::Off:
             return "Not Tracking";
-        case kSidereal:
+        case displayed_rate::Sidereal:
             return mark + (state.g_bKingRateAvailable && state.g_bKingRateEnabled ? "King" : "Sidereal");
-        case 2:
+        case displayed_rate::Lunar:
             return "Lunar";
-        case 3:
+        case displayed_rate::Solar:
             return "Solar";
-        case kCustom:
+        case displayed_rate::Custom:
             return mark + "Custom";
         default:
             return "";
@@ -51,8 +43,8 @@ void HandBoxPanel::WireRateButtons() {
     frmHandBox& handBox = needs_.handBox;
     handBox.btnRateZero.OnClick([this] { StopTracking(); });
     handBox.btnRateSidereal.OnClick([this] { StartSidereal(); });
-    handBox.btnRateLunar.OnClick([this] { StartTracking(kTelescopeLunar); });
-    handBox.btnRateSolar.OnClick([this] { StartTracking(kTelescopeSolar); });
+    handBox.btnRateLunar.OnClick([this] { StartTracking(tracking_rate::Lunar); });
+    handBox.btnRateSolar.OnClick([this] { StartTracking(tracking_rate::Solar); });
     handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
 }
 
@@ -102,7 +94,7 @@ void HandBoxPanel::SetKingRateState() {
 }
 
 void HandBoxPanel::RestoreTrackingRate(std::int16_t rate) {
-    if (rate >= kOff && rate <= kCustom) {
+    if (rate >= displayed_rate::Off && rate <= displayed_rate::Custom) {
         (needs_.handBox.*kRateButtons[rate]).FireClick();
     }
 }
@@ -131,7 +123,7 @@ void HandBoxPanel::StartTracking(std::int32_t rate) {
 /// Sidereal and King are one button, and the user's choice tells which of them the mount follows. A client that asked
 /// for the King rate goes on reading it.
 void HandBoxPanel::StartSidereal() {
-    StartTracking(state_.g_nTrackingRate == kTelescopeKing ? kTelescopeKing : kTelescopeSidereal);
+    StartTracking(state_.g_nTrackingRate == tracking_rate::King ? tracking_rate::King : tracking_rate::Sidereal);
 }
 
 /// An empty box leaves the rate of its axis alone.
@@ -165,7 +157,7 @@ void HandBoxPanel::OnKingRateChange() {
     }
     needs_.log.LogMessage("User", LogLevel::Info,
                           std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
-    if (state_.g_bTracking && state_.g_nDisplayedRate == kSidereal) {
+    if (state_.g_bTracking && state_.g_nDisplayedRate == displayed_rate::Sidereal) {
         StartSidereal();
     }
 }

@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
 #include "settings/site_text.h"
@@ -10,7 +11,7 @@ namespace kestrane {
 namespace {
 
 /// The mount keeps its site to the arc-second, the settings to a tenth.
-constexpr double kSiteToleranceDegrees = 1.01 / 3600.0;
+constexpr double kSiteToleranceDegrees = 1.01 / kArcSecondsPerDegree;
 
 bool Near(double differenceDegrees) {
     return std::abs(differenceDegrees) <= kSiteToleranceDegrees;

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -9,8 +10,6 @@ namespace {
 
 constexpr std::int32_t kTestMoveMs = 100;
 constexpr std::string_view kOrigin = "AutoCalibrateNSEW";
-constexpr std::string_view kEast = "East";
-constexpr std::string_view kWest = "West";
 
 class CalibrationSteps : TelescopeSteps {
 public:
@@ -90,7 +89,7 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
         swaps.CommandBlind(wire::SwapEastWest);
     }
-    if (startSide == kEast ? startDec < endDec : startDec > endDec) {
+    if (startSide == pier_side::kEastText ? startDec < endDec : startDec > endDec) {
         needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
         swaps.CommandBlind(wire::SwapNorthSouth);
     }
@@ -108,7 +107,7 @@ void CalibrationSteps::MakeTestMove() {
 }
 
 bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view complaint) {
-    if (side == kEast || side == kWest) {
+    if (side == pier_side::kEastText || side == pier_side::kWestText) {
         return true;
     }
     needs_.log.LogMessage(kOrigin, LogLevel::Error, std::string(complaint) + side);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -11,13 +12,6 @@
 
 namespace kestrane {
 namespace {
-
-constexpr std::int32_t kPrimary = 0;
-constexpr std::int32_t kSecondary = 1;
-constexpr double kArcSecondsPerDegree = 3600.0;
-constexpr double kSiderealSpeed = 15.04107;  // arc-seconds per second
-constexpr std::int16_t kSiderealRateButton = 1;
-constexpr std::int16_t kCustomRateButton = 4;
 
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
@@ -71,7 +65,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     }
     needs_.log.LogMessage("ASCOM", LogLevel::Info, call);
     check_connected("MoveAxis", true, state_.g_bTracking);
-    const bool exists = axis == kPrimary || axis == kSecondary;
+    const bool exists = axis == mount_axis::Primary || axis == mount_axis::Secondary;
     if (exists && steps.MoveAxisComesTooLate(degreesPerSecond)) {
         return;
     }
@@ -83,7 +77,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     if (degreesPerSecond != 0.0) {
         needs_.motion.AxisMotionBegins();
     }
-    if (axis == kPrimary) {
+    if (axis == mount_axis::Primary) {
         steps.MovePrimaryAxis(degreesPerSecond);
     } else {
         steps.MoveSecondaryAxis(degreesPerSecond);
@@ -105,7 +99,7 @@ bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
 }
 
 void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
-    axes_.rates[kPrimary] = degreesPerSecond;
+    axes_.rates[mount_axis::Primary] = degreesPerSecond;
     // The mount counts from sidereal tracking: an axis at rest against the ground goes back by one sidereal rate.
     const double multiple = MultipleOfSidereal(degreesPerSecond) - 1.0;
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
@@ -126,13 +120,13 @@ void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
     if (isFirst || TrackingChosenSinceMoveAxis()) {
         axes_.tracked = state_.g_bTracking;
     }
-    axes_.counts[kPrimary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
+    axes_.counts[mount_axis::Primary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     CustomRates(core_).SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
 }
 
 void AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
-    axes_.rates[kSecondary] = degreesPerSecond;
-    axes_.counts[kSecondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
+    axes_.rates[mount_axis::Secondary] = degreesPerSecond;
+    axes_.counts[mount_axis::Secondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     const double multiple = MultipleOfSidereal(degreesPerSecond);
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
@@ -140,12 +134,12 @@ void AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
 }
 
 void AxisSteps::ShowAxisRates() {
-    needs_.panel.ShowTrackingRate(axes_.Runs() ? kCustomRateButton : kSiderealRateButton, false);
+    needs_.panel.ShowTrackingRate(axes_.Runs() ? displayed_rate::Custom : displayed_rate::Sidereal, false);
 }
 
 /// A choice of anybody since the primary axis' last rate: it has ended the motion, and it stands.
 bool AxisSteps::TrackingChosenSinceMoveAxis() const {
-    return axes_.counts[kPrimary].trackingChoices != state_.g_nTrackingChoices;
+    return axes_.counts[mount_axis::Primary].trackingChoices != state_.g_nTrackingChoices;
 }
 
 /// A slew or a write of the tracking that came later has ended the motion in the mount.
@@ -179,8 +173,8 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
 void Telescope::StopOwnAxes() {
     AxisSteps steps(*this);
     const bool primaryRuns =
-        steps.StillRuns(kPrimary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
-    const bool secondaryRuns = steps.StillRuns(kSecondary);
+        steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
+    const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
     ResumeNext errors{needs_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {

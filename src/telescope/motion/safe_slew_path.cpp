@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 
 namespace kestrane {
@@ -12,8 +13,6 @@ constexpr double kDegreesPerHour = 15.0;
 constexpr double kFarHourAngle = 6.0;  // hours
 constexpr double kNearLeg = 0.5;       // hours from the meridian
 constexpr double kFarLeg = 12.5;       // hours from the meridian
-constexpr std::int16_t kEast = 0;
-constexpr std::int16_t kWest = 1;
 
 }  // namespace
 
@@ -24,10 +23,10 @@ bool IsShortSlew(double currentRa, double currentDec, double finalRa, double fin
 }
 
 std::optional<double> IntermediateRa(std::int16_t sideOfPier, double hourAngle, double siderealTime) {
-    if (sideOfPier == kEast && hourAngle < 0.0) {
+    if (sideOfPier == pier_side::East && hourAngle < 0.0) {
         return NormalizeHours(hourAngle <= -kFarHourAngle ? siderealTime + kFarLeg : siderealTime - kNearLeg);
     }
-    if (sideOfPier == kWest && hourAngle > 0.0) {
+    if (sideOfPier == pier_side::West && hourAngle > 0.0) {
         return NormalizeHours(hourAngle < kFarHourAngle ? siderealTime + kNearLeg : siderealTime - kFarLeg);
     }
     return std::nullopt;

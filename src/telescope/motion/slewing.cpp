@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -216,8 +217,8 @@ int Telescope::DestinationSideOfPier(double rightAscension, double declination) 
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "DestinationSideOfPier: TargetRA=" + PlainNumber(rightAscension) +
                               ", TargetDec=" + PlainNumber(declination) + ", HA=" + PlainNumber(hourAngle) +
-                              ", PierSide=" + (west ? "West" : "East"));
-    return west ? 1 : 0;
+                              ", PierSide=" + std::string(west ? pier_side::kWestText : pier_side::kEastText));
+    return west ? pier_side::West : pier_side::East;
 }
 
 bool SlewSteps::QuayTakesSlews() const {
@@ -245,8 +246,9 @@ void Telescope::StartSecondLeg(double rightAscension, double declination) {
 bool Telescope::Slewing() {
     const bool slewing = needs_.poll.CheckSlewing() || state_.g_bSafeSlewPending || axes_.Runs();
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "GET Slewing = " + std::string(TrueFalse(slewing)) + ", MoveAxis(0)=" +
-                              PlainNumber(axes_.rates[0]) + ", MoveAxis(1)=" + PlainNumber(axes_.rates[1]));
+                          "GET Slewing = " + std::string(TrueFalse(slewing)) +
+                              ", MoveAxis(0)=" + PlainNumber(axes_.rates[mount_axis::Primary]) +
+                              ", MoveAxis(1)=" + PlainNumber(axes_.rates[mount_axis::Secondary]));
     // Keeps a client that asks in a tight loop from starving the poll.
     needs_.door.Pause(kYieldMs);
     if (state_.g_bInPoll) {

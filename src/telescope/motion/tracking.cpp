@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -17,33 +18,17 @@ struct RateRow {
     std::int16_t displayed;
 };
 
-// The rate buttons.
-constexpr std::int16_t kNotTracking = 0;
-constexpr std::int16_t kSiderealRate = 1;
-constexpr std::int16_t kLunarRate = 2;
-constexpr std::int16_t kSolarRate = 3;
-constexpr std::int16_t kCustomRate = 4;
-
-constexpr std::array<RateRow, 4> kRates{{
-    {KingCorrection::Off, "2", kSiderealRate},
-    {KingCorrection::Leave, "0", kLunarRate},
-    {KingCorrection::Leave, "1", kSolarRate},
-    {KingCorrection::On, "2", kSiderealRate},  // King
+/// By `tracking_rate`.
+constexpr std::array<RateRow, tracking_rate::King + 1> kRates{{
+    {KingCorrection::Off, "2", displayed_rate::Sidereal},
+    {KingCorrection::Leave, "0", displayed_rate::Lunar},
+    {KingCorrection::Leave, "1", displayed_rate::Solar},
+    {KingCorrection::On, "2", displayed_rate::Sidereal},
 }};
-
-/// A guide rate that the mount has: its setting `cbxInitGuideRate`.
-struct GuideRateRow {
-    double multiple;  ///< of sidereal
-    std::string_view index;
-};
-
-constexpr std::array<GuideRateRow, 3> kGuideRates{{{0.25, "0"}, {0.5, "1"}, {1.0, "2"}}};
 
 /// Multiples of sidereal, bounds included; the small part keeps them so for a client that computed a bound in degrees.
 constexpr double kGuideRateTolerance = 0.001 + 1e-9;
 constexpr std::string_view kRatePattern = "0.00000";
-constexpr double kSiderealSpeed = 15.04107;  // arc-seconds per second
-constexpr double kArcSecondsPerDegree = 3600.0;
 
 class TrackingSteps : TelescopeSteps {
 public:
@@ -84,7 +69,7 @@ void TrackingSteps::StopTracking() {
     mount.CommandBlindInternal(wire::StopRaw);
     CustomRates(core_).ClearCustomDecRate(mount);
     mount.CommandBlindInternal(wire::TrackingRateRaw, "9");
-    needs_.panel.ShowTrackingRate(kNotTracking, false);
+    needs_.panel.ShowTrackingRate(displayed_rate::Off, false);
 }
 
 void TrackingSteps::NoteTrackingChoice() {
@@ -180,7 +165,7 @@ void TrackingSteps::RefuseWithoutCustomRates(std::string_view name) {
 
 void TrackingSteps::ShowCustomOrSidereal() {
     const bool custom = state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0;
-    needs_.panel.ShowTrackingRate(custom ? kCustomRate : kSiderealRate, false);
+    needs_.panel.ShowTrackingRate(custom ? displayed_rate::Custom : displayed_rate::Sidereal, false);
 }
 
 double Telescope::GuideRateRightAscension() {
@@ -209,7 +194,7 @@ void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond)
     for (const GuideRateRow& row : kGuideRates) {
         if (multiple >= row.multiple - kGuideRateTolerance && multiple <= row.multiple + kGuideRateTolerance) {
             state_.g_dGuideRate = row.multiple;
-            needs_.persist.Write(setting::cbxInitGuideRate, row.index);
+            needs_.persist.Write(setting::cbxInitGuideRate, row.setting);
             break;
         }
     }

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -7,8 +8,6 @@ namespace kestrane {
 namespace {
 
 constexpr double kPi = 3.14159265;  // the value that clients have always got
-constexpr int kEast = 0;
-constexpr int kWest = 1;
 
 class TargetSteps : TelescopeSteps {
 public:
@@ -52,7 +51,9 @@ double Telescope::SiderealTime() {
 
 int Telescope::SideOfPier() {
     const int side = state_.g_nSideOfPier;
-    LogGetText("SideOfPier", side == kEast ? "East" : side == kWest ? "West" : "Unknown");
+    LogGetText("SideOfPier", side == pier_side::East   ? pier_side::kEastText
+                             : side == pier_side::West ? pier_side::kWestText
+                                                       : "Unknown");
     return side;
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "telescope/telescope.h"
@@ -34,21 +35,14 @@ struct TrackingRow {
 };
 
 constexpr std::array<TrackingRow, 7> kTrackingRows{{
-    {'0', true, 2, false},
-    {'1', true, 3, false},
-    {'2', true, 1, false},
-    {'C', true, 4, false},
-    {'T', true, 1, true},
-    {'c', true, 4, true},
-    {'9', false, 0, false},
+    {'0', true, displayed_rate::Lunar, false},
+    {'1', true, displayed_rate::Solar, false},
+    {'2', true, displayed_rate::Sidereal, false},
+    {'C', true, displayed_rate::Custom, false},
+    {'T', true, displayed_rate::Sidereal, true},
+    {'c', true, displayed_rate::Custom, true},
+    {'9', false, displayed_rate::Off, false},
 }};
-
-struct GuideRateRow {
-    char character;
-    std::string_view text;
-};
-
-constexpr std::array<GuideRateRow, 3> kGuideRates{{{'0', "0.25x"}, {'1', "0.50x"}, {'2', "1.00x"}}};
 
 /// What a PEM character means. The buttons of the PEM are of no use while an encoder does its work.
 struct PemRow {
@@ -158,7 +152,7 @@ void StatusSteps::ParseParkState(char park) {
 void StatusSteps::ParseTracking(char tracking) {
     // Not below zero: after 24 days with one rate the difference of the ticks has changed its sign.
     const std::int32_t elapsed = needs_.clock.GetTickCount() - state_.g_tickDisplayedRate;
-    if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate >= 0) {
+    if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate != displayed_rate::NoneYet) {
         return;
     }
     const auto row = RowOf(kTrackingRows, tracking);
@@ -169,7 +163,7 @@ void StatusSteps::ParseTracking(char tracking) {
 }
 
 void StatusSteps::ParseRates(char guide, char move, char slew) {
-    const auto guideRow = RowOf(kGuideRates, guide);
+    const auto guideRow = std::ranges::find(kGuideRates, guide, &GuideRateRow::status);
     if (guideRow != kGuideRates.end()) {
         needs_.statusWindow.lblGuidingRate.Text(guideRow->text);
     }

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -6,17 +7,15 @@ namespace {
 constexpr double kMaxMoveAxisRate = 5.0;     // degrees per second
 constexpr double kMaxMoveAxisRateFir = 2.5;  // of the mount with half speed
 
-constexpr std::int32_t kPrimary = 0;
-constexpr std::int32_t kSecondary = 1;
-constexpr std::int32_t kKing = 3;
-
 std::string_view AxisName(std::int32_t axis) {
-    return axis == kPrimary ? "axisPrimary" : axis == kSecondary ? "axisSecondary" : "axisTertiary";
+    return axis == mount_axis::Primary     ? "axisPrimary"
+           : axis == mount_axis::Secondary ? "axisSecondary"
+                                           : "axisTertiary";
 }
 
 std::shared_ptr<TrackingRates> RatesOfEveryController() {
     auto rates = std::make_shared<TrackingRates>();
-    for (std::int32_t trackingRate = 0; trackingRate < kKing; ++trackingRate) {
+    for (const std::int32_t trackingRate : {tracking_rate::Sidereal, tracking_rate::Lunar, tracking_rate::Solar}) {
         rates->Add(trackingRate);
     }
     return rates;
@@ -49,7 +48,7 @@ std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
     auto rates = RatesOfEveryController();
     const Controller_Type controller = needs_.mount.ControllerType;
     if (controller == Controller_Type::VTRKC4 || controller == Controller_Type::VTRKC5) {
-        rates->Add(kKing);
+        rates->Add(tracking_rate::King);
     }
     needs_.rateLists.tracking = rates;
     return rates;
@@ -59,11 +58,13 @@ std::shared_ptr<const AxisRates> Telescope::AxisRates(std::int32_t axis) {
     check_connected("AxisRates", false, state_.g_bTracking);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "AxisRates(" + std::string(AxisName(axis)) + ")");
     const ClientRateLists& lists = needs_.rateLists;
-    return axis == kPrimary ? lists.primary : axis == kSecondary ? lists.secondary : lists.tertiary;
+    return axis == mount_axis::Primary     ? lists.primary
+           : axis == mount_axis::Secondary ? lists.secondary
+                                           : lists.tertiary;
 }
 
 bool Telescope::CanMoveAxis(std::int32_t axis) {
-    const bool can = axis == kPrimary || axis == kSecondary;
+    const bool can = axis == mount_axis::Primary || axis == mount_axis::Secondary;
     needs_.log.LogMessage("ASCOM", LogLevel::Info,
                           "CanMoveAxis(" + std::string(AxisName(axis)) + ") = " + (can ? "True" : "False"));
     return can;

@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -12,7 +13,7 @@ namespace {
 
 constexpr double kLowestSite = -300.0;    // metres
 constexpr double kHighestSite = 10000.0;  // metres
-constexpr double kHalfArcSecond = 0.5 / 3600.0;
+constexpr double kHalfArcSecond = 0.5 / kArcSecondsPerDegree;
 
 /// The position text of a site: "N 41 30 12".
 std::string SiteText(double degrees, std::string_view positive, std::string_view negative) {

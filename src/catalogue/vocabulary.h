@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+/// Numbers that the driver stores, shows and gives to clients by value, each under one name. The enumerations have the
+/// type of the state that holds them, and convert to it.
+namespace kestrane {
+
+/// The side of the pier that the mount stands on.
+namespace pier_side {
+enum : std::int16_t { East = 0, West = 1 };
+inline constexpr std::string_view kEastText = "East";  ///< the mount's reply, and what people see
+inline constexpr std::string_view kWestText = "West";
+}  // namespace pier_side
+
+/// The rate that the hand box shows; each from 0 up has a button and an indicator.
+namespace displayed_rate {
+enum : std::int16_t { NoneYet = -1, Off = 0, Sidereal = 1, Lunar = 2, Solar = 3, Custom = 4 };
+}  // namespace displayed_rate
+
+/// The tracking rates of clients.
+namespace tracking_rate {
+enum : std::int32_t { Sidereal = 0, Lunar = 1, Solar = 2, King = 3 };
+}  // namespace tracking_rate
+
+/// The axes that `MoveAxis` can run.
+namespace mount_axis {
+enum : std::int32_t { Primary = 0, Secondary = 1 };
+}  // namespace mount_axis
+
+/// A guide rate that the mount has.
+struct GuideRateRow {
+    double multiple;           ///< of the sidereal rate
+    std::string_view setting;  ///< the value of setting `cbxInitGuideRate`
+    char status;               ///< its character in the status text
+    std::string_view text;     ///< as people see it
+    std::string_view command;  ///< the raw command that selects it
+};
+
+inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
+    {0.25, "0", '0', "0.25x", ":RG0#"},
+    {0.5, "1", '1', "0.50x", ":RG1#"},
+    {1.0, "2", '2', "1.00x", ":RG2#"},
+}};
+
+inline constexpr double kSiderealSpeed = 15.04107;  ///< arc-seconds per second
+inline constexpr double kArcSecondsPerDegree = 3600.0;
+
+/// The position that a mount reports after power-on, until it is told where it stands.
+inline constexpr double kPowerOnRa = 0.0;    ///< hours
+inline constexpr double kPowerOnDec = 90.0;  ///< degrees
+
+}  // namespace kestrane
