@@ -12,15 +12,7 @@ void Telescope::CheckConnected() {
     }
 }
 
-namespace {
-
-std::string FlagPair(bool first, bool second) {
-    return std::string(TrueFalse(first)) + ", " + std::string(TrueFalse(second));
-}
-
-}  // namespace
-
-void Telescope::check_connected(std::string_view operation, bool mustNotBeParked, bool requiredTracking) {
+void Telescope::check_connected(std::string_view operation, Parked parked, TrackingMust tracking) {
     const std::string name{operation};
     const auto log = [&](std::string_view text) {
         needs_.log.LogMessage("check_connected", LogLevel::Exception, text);
@@ -29,24 +21,26 @@ void Telescope::check_connected(std::string_view operation, bool mustNotBeParked
         log("Telescope not connected or is Nothing: " + name);
         throw DriverError(ErrorNumber::NotConnected);
     }
-    if (mustNotBeParked && state_.g_bParked) {
-        log(name + " : bMustNotBeParked and g_bParked: " + FlagPair(mustNotBeParked, state_.g_bParked));
+    if (parked == Parked::IsRefused && state_.g_bParked) {
+        log(name + " : bMustNotBeParked and g_bParked: True, True");
         throw DriverError(ErrorNumber::IllegalWhileParked);
     }
-    if (requiredTracking == state_.g_bTracking) {
+    const bool required = tracking == TrackingMust::BeOn;
+    if (tracking == TrackingMust::BeEither || required == state_.g_bTracking) {
         return;
     }
     state_.g_bAutoEnableTracking = needs_.persist.ReadFlag(setting::chkAutoEnableTracking);
-    if (requiredTracking && state_.g_bAutoEnableTracking) {
+    if (required && state_.g_bAutoEnableTracking) {
         Tracking(true);
         return;
     }
-    log(name + " : Track <> g_bTracking: " + FlagPair(requiredTracking, state_.g_bTracking));
+    log(name + " : Track <> g_bTracking: " + std::string(TrueFalse(required)) + ", " +
+        std::string(TrueFalse(state_.g_bTracking)));
     throw DriverError(ErrorNumber::WrongTracking);
 }
 
-void Telescope::check_connected(std::string_view operation, bool mustNotBeParked) {
-    check_connected(operation, mustNotBeParked, state_.g_bTracking);
+void Telescope::check_connected(std::string_view operation, Parked parked) {
+    check_connected(operation, parked, TrackingMust::BeEither);
     if (state_.g_bTracking) {
         needs_.log.LogMessage("check_connected", LogLevel::Exception,
                               std::string(operation) + " : Invalid operation (altaz): tracking must be disabled");
@@ -54,7 +48,7 @@ void Telescope::check_connected(std::string_view operation, bool mustNotBeParked
     }
 }
 
-void Telescope::check_connected_park(std::string_view operation, bool park) {
+void Telescope::check_connected_park(std::string_view operation, Parked parked) {
     const std::string name{operation};
     const auto log = [&](std::string_view text) {
         needs_.log.LogMessage("check_connected_park", LogLevel::Exception, text);
@@ -63,8 +57,8 @@ void Telescope::check_connected_park(std::string_view operation, bool park) {
         log("Telescope not connected or is Nothing : " + name);
         throw DriverError(ErrorNumber::NotConnected);
     }
-    if (park && state_.g_bParked) {
-        log(name + " : bPark and g_bParked: " + FlagPair(park, state_.g_bParked));
+    if (parked == Parked::IsRefused && state_.g_bParked) {
+        log(name + " : bPark and g_bParked: True, True");
         throw DriverError(ErrorNumber::IllegalWhileParked);
     }
 }

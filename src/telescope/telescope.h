@@ -12,6 +12,12 @@
 
 namespace kestrane {
 
+/// Whether an operation may be asked of a parked mount.
+enum class Parked { IsAllowed, IsRefused };
+
+/// The tracking that an operation needs.
+enum class TrackingMust { BeOn, BeOff, BeEither };
+
 /// The telescope as clients see it, and the one class through which everything reaches the mount. Clients hold
 /// objects of it; the driver holds one more, the internal instance, for its own commands.
 ///
@@ -206,11 +212,11 @@ public:
     void CheckConnected();
     /// The motion check: 0x80040404, 0x80040409 while parked, 0x80040411 when tracking is not as required. Where it is
     /// required and off, it is turned on instead if the user chose so.
-    void check_connected(std::string_view operation, bool mustNotBeParked, bool requiredTracking);
+    void check_connected(std::string_view operation, Parked parked, TrackingMust tracking);
     /// The motion check of Alt/Az operations: tracking must be off, 0x8004040b.
-    void check_connected(std::string_view operation, bool mustNotBeParked);
-    /// The check of parking: 0x80040404, and 0x80040409 when `park` is set and the mount is parked.
-    void check_connected_park(std::string_view operation, bool park);
+    void check_connected(std::string_view operation, Parked parked);
+    /// The check of parking: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
+    void check_connected_park(std::string_view operation, Parked parked);
 
     // --- for the driver itself ----------------------------------------------------------------------------------
 

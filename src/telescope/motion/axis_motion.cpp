@@ -64,7 +64,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
                           "Method MoveAxis " + std::to_string(axis) + " The rate is out of range.");
     }
     needs_.log.LogMessage("ASCOM", LogLevel::Info, call);
-    check_connected("MoveAxis", true, state_.g_bTracking);
+    check_connected("MoveAxis", Parked::IsRefused, TrackingMust::BeEither);
     const bool exists = axis == mount_axis::Primary || axis == mount_axis::Secondary;
     if (exists && steps.MoveAxisComesTooLate(degreesPerSecond)) {
         return;

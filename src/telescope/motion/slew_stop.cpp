@@ -20,7 +20,7 @@ public:
 
 void Telescope::AbortSlew() {
     StopSteps steps(*this);
-    check_connected("AbortSlew", true, state_.g_bTracking);
+    check_connected("AbortSlew", Parked::IsRefused, TrackingMust::BeEither);
     needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("ASCOM");

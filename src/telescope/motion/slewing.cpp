@@ -54,7 +54,7 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     if (!permit) {
         return;
     }
-    check_connected("SlewToCoordinates", true, true);
+    check_connected("SlewToCoordinates", Parked::IsRefused, TrackingMust::BeOn);
     const bool safeSlew = steps.SafeSlewWanted();
     SlewWait wait(*this);
     needs_.motion.NewSlewBegins(*permit);
@@ -81,7 +81,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     if (!permit) {
         return;
     }
-    check_connected("SlewToCoordinatesAsync", true, true);
+    check_connected("SlewToCoordinatesAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (fromClient) {
         needs_.motion.NewSlewBegins(*permit);
     } else {
@@ -108,7 +108,7 @@ void Telescope::SlewToTarget() {
     if (!permit) {
         return;
     }
-    check_connected("SlewToTarget", true, true);
+    check_connected("SlewToTarget", Parked::IsRefused, TrackingMust::BeOn);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     SlewWait wait(*this);
@@ -153,7 +153,7 @@ void Telescope::SlewToTargetAsync() {
     if (!permit) {
         return;
     }
-    check_connected("SlewToTargetAsync", true, true);
+    check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
@@ -184,7 +184,7 @@ void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
 std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
-    telescope_.check_connected(name, true, false);
+    telescope_.check_connected(name, Parked::IsRefused, TrackingMust::BeOff);
     const auto permit = needs_.door.Permit(member);
     if (!permit) {
         return std::nullopt;

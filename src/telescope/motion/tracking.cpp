@@ -132,7 +132,7 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     if (secondsPerSiderealSecond != 0.0 && !needs_.door.Permit("RightAscensionRate")) {
         return;
     }
-    check_connected("RightAscensionRate", true, true);
+    check_connected("RightAscensionRate", Parked::IsRefused, TrackingMust::BeOn);
     state_.g_dRaRate = secondsPerSiderealSecond;
     CustomRates(*this).ShowCustomRate(needs_.handBox.txtRaCustom, secondsPerSiderealSecond);
     steps.ShowCustomOrSidereal();
@@ -148,7 +148,7 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     if (arcSecondsPerSecond != 0.0 && !needs_.door.Permit("DeclinationRate")) {
         return;
     }
-    check_connected("DeclinationRate(set)", true, true);
+    check_connected("DeclinationRate(set)", Parked::IsRefused, TrackingMust::BeOn);
     state_.g_dDecRate = arcSecondsPerSecond;
     CustomRates(*this).ShowCustomRate(needs_.handBox.txtDecCustom, arcSecondsPerSecond);
     steps.ShowCustomOrSidereal();

@@ -44,7 +44,7 @@ void Telescope::CreateTrackingRates() {
 
 std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET TrackingRates");
-    check_connected("TrackingRates(get)", false, state_.g_bTracking);
+    check_connected("TrackingRates(get)", Parked::IsAllowed, TrackingMust::BeEither);
     auto rates = RatesOfEveryController();
     const Controller_Type controller = needs_.mount.ControllerType;
     if (controller == Controller_Type::VTRKC4 || controller == Controller_Type::VTRKC5) {
@@ -55,7 +55,7 @@ std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
 }
 
 std::shared_ptr<const AxisRates> Telescope::AxisRates(std::int32_t axis) {
-    check_connected("AxisRates", false, state_.g_bTracking);
+    check_connected("AxisRates", Parked::IsAllowed, TrackingMust::BeEither);
     needs_.log.LogMessage("ASCOM", LogLevel::Info, "AxisRates(" + std::string(AxisName(axis)) + ")");
     const ClientRateLists& lists = needs_.rateLists;
     return axis == mount_axis::Primary     ? lists.primary

@@ -11,8 +11,8 @@ struct GuardRow {
     bool parked;
     bool tracking;
     bool autoTracking;
-    bool mustNotBeParked;
-    bool requiredTracking;
+    Parked ifParked;
+    TrackingMust tracks;
     std::uint32_t error;
     std::string logged;
 };
@@ -27,12 +27,13 @@ TEST_P(GuardTest, MotionCheck_TestsConnectionThenParkThenTracking) {
     driver->motion.MountReportsParked(row.parked);
     driver->state.g_bTracking = row.tracking;
     log.clear();
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", row.mustNotBeParked, row.requiredTracking); }), row.error);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", row.ifParked, row.tracks); }), row.error);
     if (row.logged.empty()) {
         for (const LogLine& line : log) {
             EXPECT_NE(line.origin, "check_connected");
         }
-        EXPECT_EQ(driver->state.g_bTracking, row.requiredTracking);
+        const bool stays = row.tracks == TrackingMust::BeEither;
+        EXPECT_EQ(driver->state.g_bTracking, stays ? row.tracking : row.tracks == TrackingMust::BeOn);
     } else {
         ASSERT_FALSE(log.empty());
         EXPECT_EQ(log.back().origin, "check_connected");
@@ -43,41 +44,51 @@ TEST_P(GuardTest, MotionCheck_TestsConnectionThenParkThenTracking) {
 
 INSTANTIATE_TEST_SUITE_P(
     States, GuardTest,
-    testing::Values(
-        GuardRow{true, false, true, false, true, true, 0, ""}, GuardRow{true, true, true, false, false, true, 0, ""},
-        GuardRow{true, false, false, false, true, false, 0, ""},
-        GuardRow{true, false, false, true, true, true, 0, ""},  // tracking comes by itself
-        GuardRow{false, true, false, false, true, true, 0x80040404, "Telescope not connected or is Nothing: Op"},
-        GuardRow{true, true, false, false, true, true, 0x80040409, "Op : bMustNotBeParked and g_bParked: True, True"},
-        GuardRow{true, false, false, false, true, true, 0x80040411, "Op : Track <> g_bTracking: True, False"},
-        GuardRow{true, false, true, true, true, false, 0x80040411, "Op : Track <> g_bTracking: False, True"}));
+    testing::Values(GuardRow{true, false, true, false, Parked::IsRefused, TrackingMust::BeOn, 0, ""},
+                    GuardRow{true, true, true, false, Parked::IsAllowed, TrackingMust::BeOn, 0, ""},
+                    GuardRow{true, false, false, false, Parked::IsRefused, TrackingMust::BeOff, 0, ""},
+                    // Tracking comes by itself.
+                    GuardRow{true, false, false, true, Parked::IsRefused, TrackingMust::BeOn, 0, ""},
+                    GuardRow{false, true, false, false, Parked::IsRefused, TrackingMust::BeOn, 0x80040404,
+                             "Telescope not connected or is Nothing: Op"},
+                    GuardRow{true, true, false, false, Parked::IsRefused, TrackingMust::BeOn, 0x80040409,
+                             "Op : bMustNotBeParked and g_bParked: True, True"},
+                    GuardRow{true, false, false, false, Parked::IsRefused, TrackingMust::BeOn, 0x80040411,
+                             "Op : Track <> g_bTracking: True, False"},
+                    GuardRow{true, false, true, true, Parked::IsRefused, TrackingMust::BeOff, 0x80040411,
+                             "Op : Track <> g_bTracking: False, True"},
+                    GuardRow{true, false, true, true, Parked::IsRefused, TrackingMust::BeEither, 0, ""},
+                    GuardRow{true, false, false, true, Parked::IsRefused, TrackingMust::BeEither, 0, ""},
+                    GuardRow{true, true, false, true, Parked::IsAllowed, TrackingMust::BeEither, 0, ""},
+                    GuardRow{true, true, true, true, Parked::IsRefused, TrackingMust::BeEither, 0x80040409,
+                             "Op : bMustNotBeParked and g_bParked: True, True"}));
 
 class GuardFormTest : public DriverFixture {};
 
 TEST_F(GuardFormTest, AltAzCheck_RefusesATrackingMount) {
     const TelescopeObject telescope = ConnectedTelescope();
     driver->state.g_bTracking = true;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x8004040bU);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused); }), 0x8004040bU);
     EXPECT_EQ(log.back().message, "Op : Invalid operation (altaz): tracking must be disabled");
     driver->state.g_bTracking = false;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused); }), 0U);
     driver->motion.MountReportsParked(true);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x80040409U);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", false); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused); }), 0x80040409U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsAllowed); }), 0U);
     driver->state.g_bConnected = false;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", false); }), 0x80040404U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsAllowed); }), 0x80040404U);
 }
 
 TEST_F(GuardFormTest, ParkCheck_HasItsOwnWords) {
     const TelescopeObject telescope = ConnectedTelescope();
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", true); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0U);
     driver->motion.MountReportsParked(true);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", false); }), 0U);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", true); }), 0x80040409U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsAllowed); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0x80040409U);
     EXPECT_EQ(log.back().origin, "check_connected_park");
     EXPECT_EQ(log.back().message, "Park : bPark and g_bParked: True, True");
     driver->state.g_bConnected = false;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", true); }), 0x80040404U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0x80040404U);
     EXPECT_EQ(log.back().message, "Telescope not connected or is Nothing : Park");
 }
 
@@ -126,12 +137,12 @@ TEST_F(GuardFormTest, AltAzCheck_TestsConnectionAndParkBeforeTracking) {
     const TelescopeObject telescope = ConnectedTelescope();
     driver->state.g_bTracking = true;
     driver->motion.MountReportsParked(true);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x80040409U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused); }), 0x80040409U);
     EXPECT_EQ(log.back().origin, "check_connected");
     EXPECT_EQ(log.back().level, 4);
     EXPECT_EQ(log.back().message, "Op : bMustNotBeParked and g_bParked: True, True");
     driver->state.g_bConnected = false;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true); }), 0x80040404U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused); }), 0x80040404U);
     EXPECT_EQ(log.back().message, "Telescope not connected or is Nothing: Op");
 }
 
@@ -139,8 +150,8 @@ TEST_F(GuardFormTest, MotionChecks_DoNotAskForCommunications) {
     const TelescopeObject telescope = ConnectedTelescope();
     driver->state.g_bLostComms = true;
     driver->state.g_bTracking = true;
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", true, true); }), 0U);
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Op", true); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused, TrackingMust::BeOn); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Op", Parked::IsRefused); }), 0U);
 }
 
 TEST_F(GuardFormTest, LinkCheck_CountsTelescopeClientsOnly) {
@@ -166,7 +177,8 @@ TEST_P(AutoTrackingTest, TrackingThatComesByItself_ReachesTheMount) {
     driver->state.g_bTracking = false;
     driver->motion.MountReportsParked(true);
     const int sent = TimesSent("RT2");
-    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", false, true); }), GetParam().error);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsAllowed, TrackingMust::BeOn); }),
+              GetParam().error);
     EXPECT_EQ(TimesSent("RT2") > sent, GetParam().error == 0);
     EXPECT_EQ(Logged("SET Tracking = True"), GetParam().error == 0);
 }
