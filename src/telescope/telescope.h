@@ -18,6 +18,12 @@ enum class Parked { IsAllowed, IsRefused };
 /// The tracking that an operation needs.
 enum class TrackingMust { BeOn, BeOff, BeEither };
 
+/// When a slew gives control back to its caller.
+enum class SlewReturns { AtOnce, OnArrival };
+
+/// Who asks for a slew.
+enum class SlewAsker { Client, SecondLeg };
+
 /// The telescope as clients see it, and the one class through which everything reaches the mount. Clients hold
 /// objects of it; the driver holds one more, the internal instance, for its own commands.
 ///
@@ -148,8 +154,8 @@ public:
     /// Slews and returns when the mount has arrived; pumps. RA in hours 0 up to below 24, Dec -90 to 90: else
     /// 0x80040405. Motion check: not parked, tracking. Mount refusals: 0x80040412, 0x80040413, 0x80040414.
     void SlewToCoordinates(double rightAscension, double declination);
-    /// Starts the slew and returns. `fromClient` is false for the second leg of a two-leg slew only.
-    void SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient = true);
+    /// Starts the slew and returns. The second leg of a two-leg slew is sent as it is: it is not planned again.
+    void SlewToCoordinatesAsync(double rightAscension, double declination, SlewAsker asker = SlewAsker::Client);
     /// Slews to the target; 0x80040430 when half of it is missing.
     void SlewToTarget();
     void SlewToTargetAsync();
@@ -243,9 +249,9 @@ public:
     /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error; a refusal of the
     /// mount raises 0x80040412, 0x80040413 or 0x80040414, one of half a horizontal target 0x80040418.
     void SendSlewCommands();
-    /// Slews in two legs where one would lead past the counterweights. Raises nothing; a refusal is logged. Not `async`
-    /// it returns when the mount has arrived; pumps.
-    void SafeSlew(double rightAscension, double declination, bool async);
+    /// Slews in two legs where one would lead past the counterweights. Raises nothing; a refusal is logged. Pumps
+    /// where it returns on arrival.
+    void SafeSlew(double rightAscension, double declination, SlewReturns returns);
     /// Finds out whether the directions of the mount are reversed, and swaps them; up to so many attempts.
     void AutoCalibrateNSEW(std::int16_t attempts);
     /// The same before the first slew of a connection, where the user wants it.

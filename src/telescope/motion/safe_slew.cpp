@@ -40,7 +40,7 @@ bool SafeSlewSteps::ReadPositionForPlan() {
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
 /// meaning where the mount has answered.
-void Telescope::SafeSlew(double rightAscension, double declination, bool async) {
+void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns returns) {
     SafeSlewSteps steps(*this);
     SlewWait wait(*this);
     const std::uint32_t slew = state_.g_nSlewsBegun;
@@ -52,7 +52,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
     double viaRightAscension = 0.0;
     if (steps.PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
         const bool accepted = steps.SendFirstLeg(viaRightAscension);
-        if (!accepted || async) {
+        if (!accepted || returns == SlewReturns::AtOnce) {
             return;  // the supervision takes up the second leg
         }
         wait.WhileSlewing();
@@ -64,7 +64,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, bool async) 
         return;
     }
     steps.SendLeg(rightAscension, declination);
-    if (async) {
+    if (returns == SlewReturns::AtOnce) {
         needs_.motion.SecondLegDropped();
         return;
     }

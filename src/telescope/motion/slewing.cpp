@@ -64,13 +64,14 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
         steps.SlewThroughQuay("SlewToCoordinates", rightAscension, declination);
         wait.ForEnd();
     } else if (safeSlew) {
-        SafeSlew(rightAscension, declination, false);
+        SafeSlew(rightAscension, declination, SlewReturns::OnArrival);
     } else {
         SlewToTarget();
     }
 }
 
-void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination, bool fromClient) {
+void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination, SlewAsker asker) {
+    const bool fromClient = asker == SlewAsker::Client;
     SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
     if (fromClient) {
@@ -94,7 +95,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         return;
     }
     if (fromClient && steps.SafeSlewWanted()) {
-        SafeSlew(rightAscension, declination, true);
+        SafeSlew(rightAscension, declination, SlewReturns::AtOnce);
     } else {
         SendSlewCommands();
     }
@@ -128,7 +129,7 @@ void Telescope::SlewToTarget() {
         steps.SlewThroughQuay("SlewToTarget", rightAscension, declination);
         wait.ForEnd();
     } else if (safeSlew) {
-        SafeSlew(rightAscension, declination, false);
+        SafeSlew(rightAscension, declination, SlewReturns::OnArrival);
     } else {
         SendSlewCommands();
         wait.ForEnd();
@@ -162,7 +163,7 @@ void Telescope::SlewToTargetAsync() {
     if (steps.QuayTakesSlews()) {
         steps.SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (steps.SafeSlewWanted()) {
-        SafeSlew(state_.g_dTargetRa, state_.g_dTargetDec, true);
+        SafeSlew(state_.g_dTargetRa, state_.g_dTargetDec, SlewReturns::AtOnce);
     } else {
         SendSlewCommands();
     }
@@ -240,7 +241,7 @@ void Telescope::StartSecondLeg(double rightAscension, double declination) {
         SendSlewCommands();
         return;
     }
-    SlewToCoordinatesAsync(rightAscension, declination, false);
+    SlewToCoordinatesAsync(rightAscension, declination, SlewAsker::SecondLeg);
 }
 
 bool Telescope::Slewing() {
