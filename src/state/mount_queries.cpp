@@ -28,24 +28,25 @@ std::string WithDroppedDigit(const std::string& reply) {
 
 }  // namespace
 
-bool MountQueries::IsDue(bool force, Tick& stamp, std::int32_t interval) {
-    const Tick now = needs_.clock.GetTickCount();
-    if (force) {
-        stamp = now - interval;
-        return true;
-    }
-    return (now - interval) - stamp > 0;
+bool MountQueries::IsDue(Tick stamp, std::int32_t interval) const {
+    return (needs_.clock.GetTickCount() - interval) - stamp > 0;
+}
+
+void MountQueries::MakeDue(Tick& stamp, std::int32_t interval) const {
+    stamp = needs_.clock.GetTickCount() - interval;
 }
 
 void MountQueries::ResetQueryTimes() {
     const Tick now = needs_.clock.GetTickCount();
     state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
-    state_.g_tickLastTime = state_.g_tickLastLst = state_.g_tickLastGos = now - kSlowIntervalMs;
+    for (Tick* stamp : {&state_.g_tickLastTime, &state_.g_tickLastLst, &state_.g_tickLastGos}) {
+        MakeDue(*stamp, kSlowIntervalMs);
+    }
     // What was read from the mount goes on from when it was read.
     lstBase_ = lstKnown_ ? lstBase_ : state_.g_tickLastLst;
     mountTimeBase_ = mountTimeKnown_ ? mountTimeBase_ : state_.g_tickLastTime;
-    state_.g_tickLastTimeZone = now - kTimeZoneIntervalMs;
-    state_.g_tickLastSide = now - kSideIntervalMs;
+    MakeDue(state_.g_tickLastTimeZone, kTimeZoneIntervalMs);
+    MakeDue(state_.g_tickLastSide, kSideIntervalMs);
 }
 
 std::string MountQueries::Ask(const TextCommand& question, bool clearFirst) {

@@ -73,8 +73,10 @@ public:
     bool QuerySideOfMount();
     bool QueryGos();
 
-    /// Whether `interval` ms have passed since `stamp`. With `force` it is made due: `stamp` is moved back.
-    bool IsDue(bool force, Tick& stamp, std::int32_t interval);
+    /// Whether more than `interval` ms have passed since `stamp`.
+    bool IsDue(Tick stamp, std::int32_t interval) const;
+    /// Moves `stamp` back by `interval` ms from now, so that its query is asked a moment later.
+    void MakeDue(Tick& stamp, std::int32_t interval) const;
     /// The stamps as at the load of the hand box: slow queries are due at once, fast ones a second later.
     void ResetQueryTimes();
 

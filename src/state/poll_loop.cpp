@@ -47,7 +47,7 @@ void PollLoop::UpdateMountInfo() {
 void PollLoop::WatchMotion() {
     ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
     errors.Step([&] {
-        if (needs_.queries.IsDue(false, state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
+        if (needs_.queries.IsDue(state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
             needs_.queries.QueryGos();
         }
     });
@@ -93,7 +93,7 @@ void PollLoop::FinishSlew() {
 /// The first query that is due, and no other. A slew leaves the line to the coordinates.
 PollLoop::Asked PollLoop::RunDueQuery() {
     MountQueries& queries = needs_.queries;
-    const auto due = [&](Tick& stamp, std::int32_t interval) { return queries.IsDue(false, stamp, interval); };
+    const auto due = [&](Tick stamp, std::int32_t interval) { return queries.IsDue(stamp, interval); };
     const bool slewing = state_.g_bSlewing;
     constexpr std::int32_t fast = MountQueries::kCoordinateIntervalMs;
     if (!slewing && due(state_.g_tickLastLst, MountQueries::kSlowIntervalMs)) {

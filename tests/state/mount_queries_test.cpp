@@ -303,25 +303,25 @@ TEST_F(MountQueriesTest, StampsAtTheLoad_BringSlowQueriesAtOnce_AndFastOnesASeco
     EXPECT_EQ(state.g_tickLastTimeZone, now - 30'000);
 }
 
-TEST_F(MountQueriesTest, IntervalTest_IsStrict_AndForceMakesItDue) {
+TEST_F(MountQueriesTest, IntervalTest_IsStrict_AndAStampCanBeMadeDue) {
     Tick stamp = machine.clock.GetTickCount();
     Pass(1'000);
-    EXPECT_FALSE(queries.IsDue(false, stamp, 1'000));
+    EXPECT_FALSE(queries.IsDue(stamp, 1'000));
     Pass(1);
-    EXPECT_TRUE(queries.IsDue(false, stamp, 1'000));
-    EXPECT_TRUE(queries.IsDue(true, stamp, 60'000));
+    EXPECT_TRUE(queries.IsDue(stamp, 1'000));
+    queries.MakeDue(stamp, 60'000);
     EXPECT_EQ(stamp, machine.clock.GetTickCount() - 60'000);
     machine.clock.SetTick(VirtualClock::kBeforeWrap);
     stamp = Tick{-1};
-    EXPECT_FALSE(queries.IsDue(false, stamp, 1'000));
+    EXPECT_FALSE(queries.IsDue(stamp, 1'000));
     machine.clock.SetTick(Tick{1'000});
-    EXPECT_TRUE(queries.IsDue(false, stamp, 1'000));  // a little later, across the wrap
+    EXPECT_TRUE(queries.IsDue(stamp, 1'000));  // a little later, across the wrap
 }
 
 TEST_F(MountQueriesTest, ShortRa_IsAskedForAgainOnTheNextTick) {
     mount.replies["GR"] = "12:34.5";
     queries.QueryRa();
-    EXPECT_TRUE(queries.IsDue(false, state.g_tickLastRa, 1'000));
+    EXPECT_TRUE(queries.IsDue(state.g_tickLastRa, 1'000));
     EXPECT_EQ(mount.Times("!U"), 1);
 }
 

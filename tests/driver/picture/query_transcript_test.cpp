@@ -47,7 +47,7 @@ TEST_F(QueryTranscriptTest, ShortRa_TogglesTheFormatAndAsksAgainOnTheNextTick) {
         10 > :U#
     )");
     EXPECT_EQ(driver->state.g_dRa, 3.0);
-    EXPECT_TRUE(driver->queries.IsDue(false, driver->state.g_tickLastRa, MountQueries::kCoordinateIntervalMs));
+    EXPECT_TRUE(driver->queries.IsDue(driver->state.g_tickLastRa, MountQueries::kCoordinateIntervalMs));
 }
 
 TEST_F(QueryTranscriptTest, SlippedRa_DrainsCountsAndClearsBeforeTheNextExchange) {
