@@ -143,7 +143,7 @@ Driver::Driver(Platform platform)
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .updateErrorCounts = [this] { panel.UpdateErrorCounts(); },
-          .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key, false); },
+          .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
           .getLongLatFromMount = [this] { panel.GetLongLatFromMount(true); },
           .checkForUpdate = [] {},
           .unloadWindows =

@@ -54,7 +54,7 @@ void ControllerFeatures::Apply(Controller_Type controller, int major, int minor)
     } else if (controller == Controller_Type::VTRKC5) {
         needs_.handBox.chkEnableKingRate.Visible(true);
     }
-    needs_.rates.UpdateMountRates(rateType, true);
+    needs_.rates.UpdateMountRates(rateType, RebuildRates::Always);
     needs_.handBox.lblControllerType.Text("Controller Type: " + needs_.mount.ControllerName);
     ShowControls();
 }

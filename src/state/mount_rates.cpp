@@ -22,8 +22,9 @@ std::vector<std::string> TextsOf(const MountRateCollection& rates) {
 
 }  // namespace
 
-void MountRates::UpdateMountRates(std::string_view type, bool force) {
-    if (factory_ && type == needs_.state.g_sMountRateType && !force) {
+void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
+    const bool isNew = type != needs_.state.g_sMountRateType;
+    if (factory_ && !isNew && rebuild == RebuildRates::WhenTypeIsNew) {
         return;
     }
     if (!factory_) {

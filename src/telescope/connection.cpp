@@ -104,7 +104,7 @@ void ConnectionSteps::InitializeFirstObject() {
         state_.g_bRawRaDecSlews = safeSlew == "0";
         needs_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
     });
-    errors.Step([&] { needs_.rates.UpdateMountRates(needs_.persist.Read(setting::MountRateType), false); });
+    errors.Step([&] { needs_.rates.UpdateMountRates(needs_.persist.Read(setting::MountRateType)); });
 }
 
 void Telescope::Class_Terminate() {

@@ -106,7 +106,7 @@ TEST_F(ControllerFeaturesTest, TheRateTables_AreRebuiltByForce) {
     controller.Apply(Controller_Type::VTRKC3, 0, 0);
     controller.Apply(Controller_Type::VTRKC3, 0, 0);
     EXPECT_EQ(Builds(), 2);
-    rates.UpdateMountRates("1", false);
+    rates.UpdateMountRates("1");
     controller.Apply(Controller_Type::VTRKC4, 2, 8);
     EXPECT_EQ(state.g_sMountRateType, "") << "until the mount says its type again";
     controller.Apply(Controller_Type::VTRKC5, 0, 0);

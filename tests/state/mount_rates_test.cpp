@@ -21,36 +21,36 @@ class MountRatesTest : public RatesFixture {};
 
 TEST_F(MountRatesTest, TheFirstUpdate_Builds_AlsoForTheTypeInForce) {
     state.g_sMountRateType = "2";
-    rates.UpdateMountRates("2", false);
+    rates.UpdateMountRates("2");
     EXPECT_EQ(Builds(), 1);
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 600.0);
 }
 
 TEST_F(MountRatesTest, TheSameTypeTwice_BuildsNothingTheSecondTime) {
-    rates.UpdateMountRates("1", false);
+    rates.UpdateMountRates("1");
     persist.WriteIniValue("MountRateType", "untouched");
     handBox.cbxMoveRate.ListItems({"untouched"});
     const std::size_t lines = logged.size();
-    rates.UpdateMountRates("1", false);
+    rates.UpdateMountRates("1");
     EXPECT_EQ(logged.size(), lines);
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), Texts{"untouched"});
     EXPECT_EQ(Setting("MountRateType"), "untouched");
 }
 
 TEST_F(MountRatesTest, TheSameTypeByForce_BuildsAnew) {
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 1200.0);
     catalogue.mountType = Mount_Type::FIR;
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 1200.0);
-    rates.UpdateMountRates("", true);
+    rates.UpdateMountRates("", RebuildRates::Always);
     EXPECT_EQ(Builds(), 2);
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 600.0);
 }
 
 TEST_F(MountRatesTest, AnotherType_BuildsAndIsKept) {
-    rates.UpdateMountRates("", false);
-    rates.UpdateMountRates("3", false);
+    rates.UpdateMountRates("");
+    rates.UpdateMountRates("3");
     EXPECT_EQ(state.g_sMountRateType, "3");
     EXPECT_EQ(Setting("MountRateType"), "3");
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 1800.0);
@@ -59,16 +59,16 @@ TEST_F(MountRatesTest, AnotherType_BuildsAndIsKept) {
 }
 
 TEST_F(MountRatesTest, ATypeHandedAsTheOneInForce_SurvivesItsOwnReplacement) {
-    rates.UpdateMountRates("2", false);
-    rates.UpdateMountRates(state.g_sMountRateType, true);
+    rates.UpdateMountRates("2");
+    rates.UpdateMountRates(state.g_sMountRateType, RebuildRates::Always);
     EXPECT_EQ(state.g_sMountRateType, "2");
     EXPECT_EQ(Builds(), 2);
 }
 
 TEST_F(MountRatesTest, AnUnknownType_GivesLegacyRows_TellsTheLog_AndLeavesTypeSettingAndListsAsTheyWere) {
-    rates.UpdateMountRates("0", false);
+    rates.UpdateMountRates("0");
     const std::size_t lines = logged.size();
-    rates.UpdateMountRates("4", false);
+    rates.UpdateMountRates("4");
     EXPECT_EQ(logged.size(), lines + 1);
     EXPECT_EQ(logged.back(), "UpdateMountRates|2|Failed to create mount rate lists for mount type '4'");
     EXPECT_EQ(state.g_sMountRateType, "0");
@@ -76,15 +76,15 @@ TEST_F(MountRatesTest, AnUnknownType_GivesLegacyRows_TellsTheLog_AndLeavesTypeSe
     EXPECT_EQ(rates.centeringRateCollection().Count(), 4U);
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), kNumberedMove);
 
-    rates.UpdateMountRates("4", false);
+    rates.UpdateMountRates("4");
     EXPECT_EQ(Times("UpdateMountRates|2|Failed to create mount rate lists for mount type '4'"), 2)
         << "it still differs";
-    rates.UpdateMountRates("0", false);
+    rates.UpdateMountRates("0");
     EXPECT_EQ(rates.centeringRateCollection().Count(), 4U) << "the type in force builds nothing: wanted";
 }
 
 TEST_F(MountRatesTest, AnUnknownTypeAtFirst_LeavesLegacyRowsAndNoSetting) {
-    rates.UpdateMountRates("x", false);
+    rates.UpdateMountRates("x");
     EXPECT_EQ(rates.centeringRateCollection().Count(), 4U);
     EXPECT_EQ(state.g_sMountRateType, "unknown");
     EXPECT_EQ(Setting("MountRateType"), "none");
@@ -93,10 +93,10 @@ TEST_F(MountRatesTest, AnUnknownTypeAtFirst_LeavesLegacyRowsAndNoSetting) {
 
 TEST_F(MountRatesTest, TheRateType_IsOpenUntilTheMountHasSaidIt) {
     EXPECT_TRUE(rates.IsRateTypeOpen());
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_TRUE(rates.IsRateTypeOpen());
     for (const char* type : {"0", "1", "2", "3"}) {
-        rates.UpdateMountRates(type, false);
+        rates.UpdateMountRates(type);
         EXPECT_FALSE(rates.IsRateTypeOpen()) << type;
     }
     state.g_sMountRateType = "Unknown";
@@ -106,7 +106,7 @@ TEST_F(MountRatesTest, TheRateType_IsOpenUntilTheMountHasSaidIt) {
 // --- the log ----------------------------------------------------------------------------------------------------
 
 TEST_F(MountRatesTest, TheRows_AreLoggedInTheirOrder) {
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     std::vector<std::string> lines;
     for (const std::string& line : logged) {
         if (line.find("IniValue") == std::string::npos) {
@@ -131,7 +131,7 @@ TEST_F(MountRatesTest, TheRows_AreLoggedInTheirOrder) {
 // --- the lists --------------------------------------------------------------------------------------------------
 
 TEST_F(MountRatesTest, TheLists_AreFilledOnAllThreeForms_WithTheThirdEntrySelected) {
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     for (const ComboBox* list :
          {&handBox.cbxInitGuideRate, &initMount.cbxInitGuideRate, &initialSetup.cbxInitGuideRate}) {
         EXPECT_EQ(list->ListItems(), kGuide);
@@ -146,25 +146,25 @@ TEST_F(MountRatesTest, TheLists_AreFilledOnAllThreeForms_WithTheThirdEntrySelect
 }
 
 TEST_F(MountRatesTest, TheMoveList_HasTheGuideRatesOnce) {
-    rates.UpdateMountRates("0", false);
+    rates.UpdateMountRates("0");
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), kNumberedMove);
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), kLegacyMove);
     catalogue.mountType = Mount_Type::FIR;
-    rates.UpdateMountRates("", true);
+    rates.UpdateMountRates("", RebuildRates::Always);
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), (Texts{"0.25x", "0.50x", "1.00x", "12x", "64x", "300x", "600x"}));
 }
 
 TEST_F(MountRatesTest, Custom_IsTheLastSlewEntryOfAControllerWithCustomRates) {
     state.g_bHasCustomRates = true;
-    rates.UpdateMountRates("2", false);
+    rates.UpdateMountRates("2");
     for (const ComboBox* list : {&handBox.cbxInitSlewRate, &initMount.cbxInitSlewRate, &initialSetup.cbxInitSlewRate}) {
         EXPECT_EQ(list->ListItems(), (Texts{"300x", "450x", "600x", "Custom"}));
         EXPECT_EQ(list->ListIndex(), 2);
     }
     EXPECT_EQ(rates.slewRateCollection().Count(), 3U) << "only the lists have it";
     state.g_bHasCustomRates = false;
-    rates.UpdateMountRates("2", true);
+    rates.UpdateMountRates("2", RebuildRates::Always);
     EXPECT_EQ(initMount.cbxInitSlewRate.ListItems().size(), 3U);
 }
 
@@ -181,7 +181,7 @@ TEST_P(SelectionTest, TheStoredIndex_IsTakenUpToTheLastOne_AndStaysAsItIsStored)
     const SelectionRow& row = GetParam();
     persist.WriteIniValue(row.key, row.stored);
     state.g_bHasCustomRates = row.customRates;
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     const std::string key = row.key;
     for (Form* form : std::vector<Form*>{&handBox, &initMount, &initialSetup}) {
         const ComboBox* list = form->Find<ComboBox>(row.key);
@@ -207,11 +207,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(MountRatesTest, ASelectionOfALongList_IsFoundAgainAfterAShortOne) {
     persist.WriteIniValue("cbxMoveRate", "7");
-    rates.UpdateMountRates("0", false);
+    rates.UpdateMountRates("0");
     EXPECT_EQ(handBox.cbxMoveRate.ListIndex(), 7);
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_EQ(handBox.cbxMoveRate.ListIndex(), 6);
-    rates.UpdateMountRates("1", false);
+    rates.UpdateMountRates("1");
     EXPECT_EQ(handBox.cbxMoveRate.Text(), "900x");
 }
 
@@ -223,13 +223,13 @@ TEST_F(MountRatesTest, Filling_IsToldToTheHandBoxAsTheDriversOwn) {
             EXPECT_GT(handBox.fillings, 0);
         });
     }
-    rates.UpdateMountRates("", false);
+    rates.UpdateMountRates("");
     EXPECT_EQ(selections, 3);
     EXPECT_EQ(handBox.fillings, 0);
 }
 
 TEST_F(MountRatesTest, Filling_WritesNoSettingButTheRateType) {
-    rates.UpdateMountRates("1", false);
+    rates.UpdateMountRates("1");
     for (const std::string& line : logged) {
         if (line.starts_with("WriteIniValue")) {
             EXPECT_EQ(line, "WriteIniValue|0|MountRateType=>'1'");

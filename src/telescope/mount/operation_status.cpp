@@ -124,7 +124,7 @@ void Telescope::ParseGOS(std::string_view status) {
     errors.Step(
         [&] { steps.ShowSwapped(needs_.handBox.btnSwapNS, at(kSwappedDec) == '1', SwappedToolTip("Dec"), ""); });
     if (status.size() > kRateType) {
-        errors.Step([&] { needs_.rates.UpdateMountRates(status.substr(kRateType, 1), false); });
+        errors.Step([&] { needs_.rates.UpdateMountRates(status.substr(kRateType, 1)); });
     }
 }
 
