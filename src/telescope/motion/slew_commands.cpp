@@ -9,7 +9,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSettleUnitMs = 1000;
-constexpr std::string_view kNoTarget = "9";
+constexpr std::int16_t kNoTarget = 9;  ///< a result that the mount does not give
 
 /// 0 for a slew that the mount has accepted; a reply that is no number counts as that: wanted.
 std::int16_t SlewResult(std::string_view reply) {
@@ -50,13 +50,13 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StartFromSiderealTracking();
-    std::string SendTarget(Sequence& mount);
+    std::int16_t SendTarget(Sequence& mount);
     std::string SendRaDecSequence(Sequence& mount);
     std::string SendAltAzSequence(Sequence& mount);
     void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
                        std::string_view property, const std::string& text);
     std::string SendSlew(Sequence& mount, std::string_view origin);
-    void LogRefusal(std::string_view reply);
+    void LogRefusal(std::int16_t result);
     [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
     void ApplySlewRateOfSettings(Sequence& mount);
 };
@@ -71,8 +71,7 @@ void Telescope::SendSlewCommands() {
         steps.StartFromSiderealTracking();
         mount.LetStopIn();
         steps.ApplySlewRateOfSettings(mount);
-        const std::string reply = steps.SendTarget(mount);
-        if (const std::int16_t result = SlewResult(reply); result != 0) {
+        if (const std::int16_t result = steps.SendTarget(mount); result != 0) {
             steps.RaiseSlewRefusal(result);
         }
         needs_.motion.SlewTaken();
@@ -82,19 +81,21 @@ void Telescope::SendSlewCommands() {
     });
 }
 
-/// The mount's reply to the slew command.
-std::string SlewCommandSteps::SendTarget(Sequence& mount) {
+/// What the mount made of the slew command: see `SlewResult`.
+std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
     if (!isRaDec && !isAltAz) {
         needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
-        return std::string(kNoTarget);
+        return kNoTarget;
     }
     telescope_.CalibrateOnFirstSlew();
     mount.LetStopIn();
-    const std::string reply = isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount);
-    LogRefusal(reply);
-    return reply;
+    const std::int16_t result = SlewResult(isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount));
+    if (result != 0) {
+        LogRefusal(result);
+    }
+    return result;
 }
 
 void SlewCommandSteps::StartFromSiderealTracking() {
@@ -156,12 +157,10 @@ std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin)
 }
 
 /// A refusal may reach no client, so the log tells why nothing moved.
-void SlewCommandSteps::LogRefusal(std::string_view reply) {
-    if (const std::int16_t result = SlewResult(reply); result != 0) {
-        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error,
-                              "The mount refused the slew: reply " + std::to_string(result) + ", " +
-                                  std::string(MeaningOfRefusal(result)));
-    }
+void SlewCommandSteps::LogRefusal(std::int16_t result) {
+    needs_.log.LogMessage(
+        "SendSlewCommands", LogLevel::Error,
+        "The mount refused the slew: reply " + std::to_string(result) + ", " + std::string(MeaningOfRefusal(result)));
 }
 
 void SlewCommandSteps::RaiseSlewRefusal(std::int16_t result) {
