@@ -1,17 +1,35 @@
 #pragma once
 
+#include <array>
+#include <optional>
 #include <string_view>
 
 namespace kestrane {
 
-/// A settings key with the default of its usual reader.
-struct SettingKey {
-    std::string_view name;
-    std::string_view fallback;
+enum class SettingKind {
+    Flag,       ///< "0" or "1"; true when its number is not zero
+    TrueFalse,  ///< "True" or "False", compared as text
+    Text,       ///< a number, an index or words
 };
 
-/// All keys, most of them the names of the controls that edit them. Flags are "0" or "1" for check boxes, "True" or
-/// "False" elsewhere. A key with several defaults by reader stands here with the default of its first reader.
+/// A settings key with all its defaults. The first reader's answer is stored and rules from then on, so the order of
+/// the readers at start decides which of several defaults a new settings file gets: always `fallback`.
+struct SettingKey {
+    std::string_view name;
+    std::string_view fallback;  ///< what its first reader asks with
+    SettingKind kind = SettingKind::Text;
+    std::optional<std::string_view> laterDefault = {};  ///< what later readers ask with
+    bool controlText = false;                           ///< a window asks with its control's present text
+};
+
+/// The key as its later readers ask for it. Only for a key that has a later default.
+consteval SettingKey AskedLater(const SettingKey& key) {
+    return {key.name, key.laterDefault.value()};
+}
+
+/// Every key that the driver reads or writes, most of them the names of the controls that edit them. Not in it: the ten
+/// `cbxSiteList_01` to `cbxSiteList_10` of old settings, and `kRemovedKeys`. A key may be spelled in any case
+/// (`txtIPAddress` is `txtIpAddress`).
 namespace setting {
 
 // Connection and link
@@ -19,82 +37,84 @@ inline constexpr SettingKey Port{"Port", "COM1"};
 inline constexpr SettingKey Timeout{"Timeout", "500"};
 inline constexpr SettingKey Retry{"Retry", "2"};
 inline constexpr SettingKey txtConnectTimeout{"txtConnectTimeout", "1"};
-inline constexpr SettingKey chkIPAddress{"chkIPAddress", "0"};
+inline constexpr SettingKey chkIPAddress{"chkIPAddress", "0", SettingKind::Flag};
 inline constexpr SettingKey txtIpAddress{"txtIpAddress", ""};
-inline constexpr SettingKey chkUseASCOMSerialObject{"chkUseASCOMSerialObject", "0"};
-inline constexpr SettingKey chkAllowConnectIfMountNotPresent{"chkAllowConnectIfMountNotPresent", "0"};
-inline constexpr SettingKey chkQUAY{"chkQUAY", "0"};
-inline constexpr SettingKey chkQuayRestApi{"chkQuayRestApi", "0"};
-inline constexpr SettingKey QuayHandlesSlews{"QuayHandlesSlews", "1"};
+inline constexpr SettingKey chkUseASCOMSerialObject{"chkUseASCOMSerialObject", "0", SettingKind::Flag};
+inline constexpr SettingKey chkAllowConnectIfMountNotPresent{"chkAllowConnectIfMountNotPresent", "0",
+                                                             SettingKind::Flag};
+inline constexpr SettingKey chkQUAY{"chkQUAY", "0", SettingKind::Flag};
+inline constexpr SettingKey chkQuayRestApi{"chkQuayRestApi", "0", SettingKind::Flag};
+inline constexpr SettingKey QuayHandlesSlews{"QuayHandlesSlews", "1", SettingKind::Flag};
 inline constexpr SettingKey IpConnectTimeoutMSecs{"IpConnectTimeoutMSecs", "100"};
-inline constexpr SettingKey IpDebug{"IpDebug", "0"};
+inline constexpr SettingKey IpDebug{"IpDebug", "0", SettingKind::Flag};
 inline constexpr SettingKey IpReceiveTimeoutMSecs{"IpReceiveTimeoutMSecs", "250"};
 inline constexpr SettingKey IpResolveTimeoutMSecs{"IpResolveTimeoutMSecs", "100"};
 inline constexpr SettingKey IpSendTimeoutMSecs{"IpSendTimeoutMSecs", "100"};
 
 // Mount identity
-inline constexpr SettingKey MountType{"MountType", "0"};  // "0"; the setup dialog asks with "2"
-inline constexpr SettingKey Controller{"Controller", "2"};
+inline constexpr SettingKey MountType{"MountType", "0", SettingKind::Text, "2"};
+inline constexpr SettingKey Controller{"Controller", "2", SettingKind::Text, "1"};
 inline constexpr SettingKey MountRateType{"MountRateType", ""};
 inline constexpr SettingKey FW{"FW", ""};
 
 // Start-up actions of mount initialization
-inline constexpr SettingKey chkSetLongLat{"chkSetLongLat", "1"};
-inline constexpr SettingKey chkSyncMountToPCTime{"chkSyncMountToPCTime", "1"};
-inline constexpr SettingKey chkSetGuiderRate{"chkSetGuiderRate", "1"};
-inline constexpr SettingKey chkSetPEM{"chkSetPEM", "1"};
-inline constexpr SettingKey chkSetSlewRate{"chkSetSlewRate", "1"};
-inline constexpr SettingKey chkSetTrackingRate{"chkSetTrackingRate", "1"};
-inline constexpr SettingKey chkSetRABacklash{"chkSetRABacklash", "1"};
-inline constexpr SettingKey chkSetDecBacklash{"chkSetDecBacklash", "1"};
-inline constexpr SettingKey cbxInitGuideRate{"cbxInitGuideRate", "2"};  // "2"; some readers "0"
+inline constexpr SettingKey chkSetLongLat{"chkSetLongLat", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSyncMountToPCTime{"chkSyncMountToPCTime", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetGuiderRate{"chkSetGuiderRate", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetPEM{"chkSetPEM", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetSlewRate{"chkSetSlewRate", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetTrackingRate{"chkSetTrackingRate", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetRABacklash{"chkSetRABacklash", "1", SettingKind::Flag};
+inline constexpr SettingKey chkSetDecBacklash{"chkSetDecBacklash", "1", SettingKind::Flag};
+inline constexpr SettingKey cbxInitGuideRate{"cbxInitGuideRate", "2", SettingKind::Text, "0"};
 inline constexpr SettingKey cbxInitPEM{"cbxInitPEM", "0"};
-inline constexpr SettingKey cbxInitSlewRate{"cbxInitSlewRate", "2"};  // "2"; some readers "0"
+inline constexpr SettingKey cbxInitSlewRate{"cbxInitSlewRate", "2", SettingKind::Text, "0"};
 inline constexpr SettingKey cbxInitTrackingRate{"cbxInitTrackingRate", "2"};
 inline constexpr SettingKey txtCustomSlewRate{"txtCustomSlewRate", "600"};
 inline constexpr SettingKey txtInitRaBacklash{"txtInitRaBacklash", "0"};
 inline constexpr SettingKey txtInitDecBacklash{"txtInitDecBacklash", "0"};
-inline constexpr SettingKey chkKeepMountTimeSyncedToPcTime{"chkKeepMountTimeSyncedToPcTime", "1"};
+inline constexpr SettingKey chkKeepMountTimeSyncedToPcTime{"chkKeepMountTimeSyncedToPcTime", "1", SettingKind::Flag};
 
 // Behaviour switches
-inline constexpr SettingKey chkAutoCalibrateOnFirstSlew{"chkAutoCalibrateOnFirstSlew", "1"};
-inline constexpr SettingKey chkAutoEnableTracking{"chkAutoEnableTracking", "0"};
-inline constexpr SettingKey chkEnableMountTracking{"chkEnableMountTracking", "1"};
-inline constexpr SettingKey chkEnableKingRate{"chkEnableKingRate", "0"};
-inline constexpr SettingKey chkRaMoveAxisOfZeroStopsTracking{"chkRaMoveAxisOfZeroStopsTracking", "0"};
-inline constexpr SettingKey chkUseRCAL{"chkUseRCAL", "1"};
-inline constexpr SettingKey chkAsyncPark{"chkAsyncPark", "0"};
-inline constexpr SettingKey chkSynchronousPulseGuide{"chkSynchronousPulseGuide", "0"};
-inline constexpr SettingKey chkShowPulseGuideMovements{"chkShowPulseGuideMovements", "0"};
-inline constexpr SettingKey chkSwapEW{"chkSwapEW", "0"};
-inline constexpr SettingKey chkSwapNS{"chkSwapNS", "0"};
-inline constexpr SettingKey chkRotate90{"chkRotate90", "0"};
-inline constexpr SettingKey chkSlewEast{"chkSlewEast", "0"};
-inline constexpr SettingKey txtSlewEastFirstHours{"txtSlewEastFirstHours", ""};  // text
-inline constexpr SettingKey txtMeridianDelay{"txtMeridianDelay", ""};            // text
-inline constexpr SettingKey txtRaCustom{"txtRaCustom", ""};                      // text
-inline constexpr SettingKey txtDecCustom{"txtDecCustom", ""};                    // text
-inline constexpr SettingKey cbxMoveRate{"cbxMoveRate", "2"};                     // "2" or "4"
+inline constexpr SettingKey chkAutoCalibrateOnFirstSlew{"chkAutoCalibrateOnFirstSlew", "1", SettingKind::Flag};
+inline constexpr SettingKey chkAutoEnableTracking{"chkAutoEnableTracking", "0", SettingKind::Flag};
+inline constexpr SettingKey chkEnableMountTracking{"chkEnableMountTracking", "1", SettingKind::Flag};
+inline constexpr SettingKey chkEnableKingRate{"chkEnableKingRate", "0", SettingKind::Flag};
+inline constexpr SettingKey chkRaMoveAxisOfZeroStopsTracking{"chkRaMoveAxisOfZeroStopsTracking", "0",
+                                                             SettingKind::Flag};
+inline constexpr SettingKey chkUseRCAL{"chkUseRCAL", "1", SettingKind::Flag};
+inline constexpr SettingKey chkAsyncPark{"chkAsyncPark", "0", SettingKind::Flag};
+inline constexpr SettingKey chkSynchronousPulseGuide{"chkSynchronousPulseGuide", "0", SettingKind::Flag};
+inline constexpr SettingKey chkShowPulseGuideMovements{"chkShowPulseGuideMovements", "0", SettingKind::Flag};
+inline constexpr SettingKey chkSwapEW{"chkSwapEW", "0", SettingKind::Flag};
+inline constexpr SettingKey chkSwapNS{"chkSwapNS", "0", SettingKind::Flag};
+inline constexpr SettingKey chkRotate90{"chkRotate90", "0", SettingKind::Flag};
+inline constexpr SettingKey chkSlewEast{"chkSlewEast", "0", SettingKind::Flag};
+inline constexpr SettingKey txtSlewEastFirstHours{"txtSlewEastFirstHours", "", SettingKind::Text, {}, true};
+inline constexpr SettingKey txtMeridianDelay{"txtMeridianDelay", "", SettingKind::Text, {}, true};
+inline constexpr SettingKey txtRaCustom{"txtRaCustom", "", SettingKind::Text, {}, true};
+inline constexpr SettingKey txtDecCustom{"txtDecCustom", "", SettingKind::Text, {}, true};
+inline constexpr SettingKey cbxMoveRate{"cbxMoveRate", "2", SettingKind::Text, "4"};
 inline constexpr SettingKey cbxWindowsPriority{"cbxWindowsPriority", "1"};
-inline constexpr SettingKey DisableSafeSlew{"DisableSafeSlew", "0"};
-inline constexpr SettingKey SafeSlewRaDec{"SafeSlewRaDec", "1"};
-inline constexpr SettingKey DontQueryGOS{"DontQueryGOS", "0"};
-inline constexpr SettingKey DontUseGOSForSlew{"DontUseGOSForSlew", "0"};
-inline constexpr SettingKey ForceOldBSequence{"ForceOldBSequence", "0"};
-inline constexpr SettingKey ForceQueryQOS{"ForceQueryQOS", "0"};
-inline constexpr SettingKey UseOldButtonBehavior{"UseOldButtonBehavior", "0"};
-inline constexpr SettingKey ButtonsOnParkOK{"ButtonsOnParkOK", "0"};
+inline constexpr SettingKey DisableSafeSlew{"DisableSafeSlew", "0", SettingKind::Flag};
+inline constexpr SettingKey SafeSlewRaDec{"SafeSlewRaDec", "1", SettingKind::Flag};
+inline constexpr SettingKey DontQueryGOS{"DontQueryGOS", "0", SettingKind::Flag};
+inline constexpr SettingKey DontUseGOSForSlew{"DontUseGOSForSlew", "0", SettingKind::Flag};
+inline constexpr SettingKey ForceOldBSequence{"ForceOldBSequence", "0", SettingKind::Flag};
+inline constexpr SettingKey ForceQueryQOS{"ForceQueryQOS", "0", SettingKind::Flag};
+inline constexpr SettingKey UseOldButtonBehavior{"UseOldButtonBehavior", "0", SettingKind::Flag};
+inline constexpr SettingKey ButtonsOnParkOK{"ButtonsOnParkOK", "0", SettingKind::Flag};
 
 // Parking
 inline constexpr SettingKey cbxParkTo{"cbxParkTo", "0"};
 inline constexpr SettingKey cbxParkToText{"cbxParkToText", ""};
 inline constexpr SettingKey cbxUnparkFrom{"cbxUnparkFrom", "0"};
 inline constexpr SettingKey cbxUnparkFromText{"cbxUnparkFromText", ""};
-inline constexpr SettingKey txtUserParkAlt{"txtUserParkAlt", "0"};  // "0" or text
-inline constexpr SettingKey txtUserParkAz{"txtUserParkAz", "0"};    // "0" or text
+inline constexpr SettingKey txtUserParkAlt{"txtUserParkAlt", "0", SettingKind::Text, {}, true};
+inline constexpr SettingKey txtUserParkAz{"txtUserParkAz", "0", SettingKind::Text, {}, true};
 inline constexpr SettingKey ParkStatus{"ParkStatus", "Unknown"};
-inline constexpr SettingKey DisablePark1Warning{"DisablePark1Warning", "False"};
-inline constexpr SettingKey CounterWeightsUpPark{"CounterWeightsUpPark", "0"};
+inline constexpr SettingKey DisablePark1Warning{"DisablePark1Warning", "False", SettingKind::TrueFalse};
+inline constexpr SettingKey CounterWeightsUpPark{"CounterWeightsUpPark", "0", SettingKind::Flag};
 inline constexpr SettingKey CounterWeightsUpHourAngle{"CounterWeightsUpHourAngle", "0"};
 inline constexpr SettingKey CounterWeightsUpTimeOffset{"CounterWeightsUpTimeOffset", "0"};
 inline constexpr SettingKey CounterWeightsUpParkIntermediateSlewDec{"CounterWeightsUpParkIntermediateSlewDec", "0"};
@@ -108,49 +128,188 @@ inline constexpr SettingKey SiteDbIndex{"SiteDbIndex", "0"};
 inline constexpr SettingKey cbxSiteList{"cbxSiteList", "0"};
 inline constexpr SettingKey SiteListIndex{"SiteListIndex", ""};  // written only
 inline constexpr SettingKey OldSiteName{"OldSiteName", "Default"};
-inline constexpr SettingKey SitesCopiedToDatbase{"SitesCopiedToDatbase", "False"};
-inline constexpr SettingKey txtScopeAperture{"txtScopeAperture", "0"};        // "10", "0" or text
-inline constexpr SettingKey txtScopeFocalLength{"txtScopeFocalLength", "0"};  // "100", "0" or text
+inline constexpr SettingKey SitesCopiedToDatbase{"SitesCopiedToDatbase", "False", SettingKind::TrueFalse};
+inline constexpr SettingKey txtScopeAperture{"txtScopeAperture", "0", SettingKind::Text, "10", true};
+inline constexpr SettingKey txtScopeFocalLength{"txtScopeFocalLength", "0", SettingKind::Text, "100", true};
 
 // Bookmarks
-inline constexpr SettingKey chkConvertAltAzRaDec{"chkConvertAltAzRaDec", "0"};
-inline constexpr SettingKey chkConvertAltAzToRaDec{"chkConvertAltAzToRaDec", "0"};
-inline constexpr SettingKey TransferedRABookmarksToDB{"TransferedRABookmarksToDB", "False"};
-inline constexpr SettingKey TransferedAltBookmarksToDB{"TransferedAltBookmarksToDB", "False"};
+inline constexpr SettingKey chkConvertAltAzRaDec{"chkConvertAltAzRaDec", "0", SettingKind::Flag};
+inline constexpr SettingKey chkConvertAltAzToRaDec{"chkConvertAltAzToRaDec", "0", SettingKind::Flag};
+inline constexpr SettingKey TransferedRABookmarksToDB{"TransferedRABookmarksToDB", "False", SettingKind::TrueFalse};
+inline constexpr SettingKey TransferedAltBookmarksToDB{"TransferedAltBookmarksToDB", "False", SettingKind::TrueFalse};
 
 // Focuser
 inline constexpr SettingKey Focus_txtMaxIncrementMSecs{"Focus.txtMaxIncrementMSecs", "5000"};
 inline constexpr SettingKey Focus_txtBacklashMSecs{"Focus.txtBacklashMSecs", "100"};
 inline constexpr SettingKey Focus_txtStepMultiplierMSecs{"Focus.txtStepMultiplierMSecs", "1"};
-inline constexpr SettingKey Focus_radFocusFast{"Focus.radFocusFast", "True"};
-inline constexpr SettingKey Focus_radFocusFinalDirectionIn{"Focus.radFocusFinalDirectionIn", "False"};
-inline constexpr SettingKey Focus_chkReverseFocusDirection{"Focus.chkReverseFocusDirection", "0"};
+inline constexpr SettingKey Focus_radFocusFast{"Focus.radFocusFast", "True", SettingKind::TrueFalse};
+inline constexpr SettingKey Focus_radFocusFinalDirectionIn{"Focus.radFocusFinalDirectionIn", "False",
+                                                           SettingKind::TrueFalse};
+inline constexpr SettingKey Focus_chkReverseFocusDirection{"Focus.chkReverseFocusDirection", "0", SettingKind::Flag};
 
 // Windows and logging
 inline constexpr SettingKey FormLeft{"FormLeft", "0"};
 inline constexpr SettingKey FormTop{"FormTop", "0"};
-inline constexpr SettingKey chkRememberPosition{"chkRememberPosition", "0"};
-inline constexpr SettingKey chkAlwaysOnTop{"chkAlwaysOnTop", "1"};
-inline constexpr SettingKey chkShowInTaskBar{"chkShowInTaskBar", "1"};
-inline constexpr SettingKey chkShowAllControls{"chkShowAllControls", "0"};
-inline constexpr SettingKey MinimizeStatusWindow{"MinimizeStatusWindow", "0"};
+inline constexpr SettingKey chkRememberPosition{"chkRememberPosition", "0", SettingKind::Flag};
+inline constexpr SettingKey chkAlwaysOnTop{"chkAlwaysOnTop", "1", SettingKind::Flag};
+inline constexpr SettingKey chkShowInTaskBar{"chkShowInTaskBar", "1", SettingKind::Flag};
+inline constexpr SettingKey chkShowAllControls{"chkShowAllControls", "0", SettingKind::Flag};
+inline constexpr SettingKey MinimizeStatusWindow{"MinimizeStatusWindow", "0", SettingKind::Flag};
 inline constexpr SettingKey hscrReticleBrightness{"hscrReticleBrightness", "1"};
-inline constexpr SettingKey mPopShowLogWindow{"mPopShowLogWindow", "0"};
-inline constexpr SettingKey mPopTopmost{"mPopTopmost", "0"};
-inline constexpr SettingKey PopupShowStatus{"PopupShowStatus", "1"};
-inline constexpr SettingKey chkEnableDebugLog{"chkEnableDebugLog", "0"};  // "0" or "1", by reader
-inline constexpr SettingKey chkShowASCOMCommands{"chkShowASCOMCommands", "1"};
-inline constexpr SettingKey chkShowTelescopeCommands{"chkShowTelescopeCommands", "1"};
-inline constexpr SettingKey chkShowFocuserCommands{"chkShowFocuserCommands", "1"};
-inline constexpr SettingKey chkShowNoRaDecAltAz{"chkShowNoRaDecAltAz", "0"};
+inline constexpr SettingKey mPopShowLogWindow{"mPopShowLogWindow", "0", SettingKind::Flag};
+inline constexpr SettingKey mPopTopmost{"mPopTopmost", "0", SettingKind::Flag};
+inline constexpr SettingKey PopupShowStatus{"PopupShowStatus", "1", SettingKind::Flag};
+inline constexpr SettingKey chkEnableDebugLog{"chkEnableDebugLog", "0", SettingKind::Flag, "1"};
+inline constexpr SettingKey chkShowASCOMCommands{"chkShowASCOMCommands", "1", SettingKind::Flag};
+inline constexpr SettingKey chkShowTelescopeCommands{"chkShowTelescopeCommands", "1", SettingKind::Flag};
+inline constexpr SettingKey chkShowFocuserCommands{"chkShowFocuserCommands", "1", SettingKind::Flag};
+inline constexpr SettingKey chkShowNoRaDecAltAz{"chkShowNoRaDecAltAz", "0", SettingKind::Flag};
 inline constexpr SettingKey LogFileDir{"LogFileDir", ""};
-inline constexpr SettingKey LogWhenParked{"LogWhenParked", "0"};
-inline constexpr SettingKey chkNewVersion{"chkNewVersion", "1"};
+inline constexpr SettingKey LogWhenParked{"LogWhenParked", "0", SettingKind::Flag};
+inline constexpr SettingKey chkNewVersion{"chkNewVersion", "1", SettingKind::Flag};
 
 // Computed positions and hidden buttons
-inline constexpr SettingKey chkCalcAzAlt{"chkCalcAzAlt", "0"};
-inline constexpr SettingKey chkCalcLST{"chkCalcLST", "0"};
-inline constexpr SettingKey ShowInitNowButton{"ShowInitNowButton", "0"};
+inline constexpr SettingKey chkCalcAzAlt{"chkCalcAzAlt", "0", SettingKind::Flag};
+inline constexpr SettingKey chkCalcLST{"chkCalcLST", "0", SettingKind::Flag};
+inline constexpr SettingKey ShowInitNowButton{"ShowInitNowButton", "0", SettingKind::Flag};
 
 }  // namespace setting
+
+/// All of them, for those who walk them; a lint holds the list to the keys above.
+inline constexpr std::array kAllSettings{
+    // Connection and link
+    setting::Port,
+    setting::Timeout,
+    setting::Retry,
+    setting::txtConnectTimeout,
+    setting::chkIPAddress,
+    setting::txtIpAddress,
+    setting::chkUseASCOMSerialObject,
+    setting::chkAllowConnectIfMountNotPresent,
+    setting::chkQUAY,
+    setting::chkQuayRestApi,
+    setting::QuayHandlesSlews,
+    setting::IpConnectTimeoutMSecs,
+    setting::IpDebug,
+    setting::IpReceiveTimeoutMSecs,
+    setting::IpResolveTimeoutMSecs,
+    setting::IpSendTimeoutMSecs,
+    // Mount identity
+    setting::MountType,
+    setting::Controller,
+    setting::MountRateType,
+    setting::FW,
+    // Start-up actions of mount initialization
+    setting::chkSetLongLat,
+    setting::chkSyncMountToPCTime,
+    setting::chkSetGuiderRate,
+    setting::chkSetPEM,
+    setting::chkSetSlewRate,
+    setting::chkSetTrackingRate,
+    setting::chkSetRABacklash,
+    setting::chkSetDecBacklash,
+    setting::cbxInitGuideRate,
+    setting::cbxInitPEM,
+    setting::cbxInitSlewRate,
+    setting::cbxInitTrackingRate,
+    setting::txtCustomSlewRate,
+    setting::txtInitRaBacklash,
+    setting::txtInitDecBacklash,
+    setting::chkKeepMountTimeSyncedToPcTime,
+    // Behaviour switches
+    setting::chkAutoCalibrateOnFirstSlew,
+    setting::chkAutoEnableTracking,
+    setting::chkEnableMountTracking,
+    setting::chkEnableKingRate,
+    setting::chkRaMoveAxisOfZeroStopsTracking,
+    setting::chkUseRCAL,
+    setting::chkAsyncPark,
+    setting::chkSynchronousPulseGuide,
+    setting::chkShowPulseGuideMovements,
+    setting::chkSwapEW,
+    setting::chkSwapNS,
+    setting::chkRotate90,
+    setting::chkSlewEast,
+    setting::txtSlewEastFirstHours,
+    setting::txtMeridianDelay,
+    setting::txtRaCustom,
+    setting::txtDecCustom,
+    setting::cbxMoveRate,
+    setting::cbxWindowsPriority,
+    setting::DisableSafeSlew,
+    setting::SafeSlewRaDec,
+    setting::DontQueryGOS,
+    setting::DontUseGOSForSlew,
+    setting::ForceOldBSequence,
+    setting::ForceQueryQOS,
+    setting::UseOldButtonBehavior,
+    setting::ButtonsOnParkOK,
+    // Parking
+    setting::cbxParkTo,
+    setting::cbxParkToText,
+    setting::cbxUnparkFrom,
+    setting::cbxUnparkFromText,
+    setting::txtUserParkAlt,
+    setting::txtUserParkAz,
+    setting::ParkStatus,
+    setting::DisablePark1Warning,
+    setting::CounterWeightsUpPark,
+    setting::CounterWeightsUpHourAngle,
+    setting::CounterWeightsUpTimeOffset,
+    setting::CounterWeightsUpParkIntermediateSlewDec,
+    // Site and optics
+    setting::Longitude,
+    setting::Latitude,
+    setting::Elevation,
+    setting::SiteName,
+    setting::SiteDbIndex,
+    setting::cbxSiteList,
+    setting::SiteListIndex,
+    setting::OldSiteName,
+    setting::SitesCopiedToDatbase,
+    setting::txtScopeAperture,
+    setting::txtScopeFocalLength,
+    // Bookmarks
+    setting::chkConvertAltAzRaDec,
+    setting::chkConvertAltAzToRaDec,
+    setting::TransferedRABookmarksToDB,
+    setting::TransferedAltBookmarksToDB,
+    // Focuser
+    setting::Focus_txtMaxIncrementMSecs,
+    setting::Focus_txtBacklashMSecs,
+    setting::Focus_txtStepMultiplierMSecs,
+    setting::Focus_radFocusFast,
+    setting::Focus_radFocusFinalDirectionIn,
+    setting::Focus_chkReverseFocusDirection,
+    // Windows and logging
+    setting::FormLeft,
+    setting::FormTop,
+    setting::chkRememberPosition,
+    setting::chkAlwaysOnTop,
+    setting::chkShowInTaskBar,
+    setting::chkShowAllControls,
+    setting::MinimizeStatusWindow,
+    setting::hscrReticleBrightness,
+    setting::mPopShowLogWindow,
+    setting::mPopTopmost,
+    setting::PopupShowStatus,
+    setting::chkEnableDebugLog,
+    setting::chkShowASCOMCommands,
+    setting::chkShowTelescopeCommands,
+    setting::chkShowFocuserCommands,
+    setting::chkShowNoRaDecAltAz,
+    setting::LogFileDir,
+    setting::LogWhenParked,
+    setting::chkNewVersion,
+    // Computed positions and hidden buttons
+    setting::chkCalcAzAlt,
+    setting::chkCalcLST,
+    setting::ShowInitNowButton,
+};
+
+/// The older split form of the site's position, deleted when the setup dialog saves a site.
+inline constexpr std::array<std::string_view, 8> kRemovedKeys{"LatitudeDeg",  "LatitudeMin",  "LatitudeSec",
+                                                              "LatitudeNS",   "LongitudeDeg", "LongitudeMin",
+                                                              "LongitudeSec", "LongitudeEW"};
+
 }  // namespace kestrane

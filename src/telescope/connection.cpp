@@ -4,7 +4,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
-#include "settings/setting_table.h"
+#include "settings/setting_keys.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {

@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "settings/setting_table.h"
+#include "settings/setting_keys.h"
 #include "settings_fakes.h"
 
 /// The settings file under the two things that happen to it: a process that dies, and a second program.
@@ -237,13 +237,13 @@ TEST_F(DurabilityTest, AKillWhileTheFileIsMade_LeavesOneThatTheNextProcessComple
 // --- one process after another ---------------------------------------------------------------------------------------
 
 TEST_F(DurabilityTest, EverySetting_IsReadByTheNextProcessAsItWasWritten) {
-    const auto valueOf = [](const SettingRow& row) {
-        return "<" + std::string(row.key.name) + "> it's 45\xC2\xB0; \"x\"\r\n -- ";
+    const auto valueOf = [](const SettingKey& key) {
+        return "<" + std::string(key.name) + "> it's 45\xC2\xB0; \"x\"\r\n -- ";
     };
     const pid_t child = InChild([&] {
         Persist persist(NeedsOfPersist());
-        for (const SettingRow& row : kSettingTable) {
-            persist.Write(row.key, valueOf(row));
+        for (const SettingKey& key : kAllSettings) {
+            persist.Write(key, valueOf(key));
         }
         ::_exit(ledger.Entries().empty() ? 0 : 1);  // without an orderly end of its own
     });
@@ -252,8 +252,8 @@ TEST_F(DurabilityTest, EverySetting_IsReadByTheNextProcessAsItWasWritten) {
     ASSERT_EQ(status, 0);
     WriteLegacyFile("[default]\nport=COM9\n");
     Persist persist(NeedsOfPersist());
-    for (const SettingRow& row : kSettingTable) {
-        EXPECT_EQ(persist.Read(row.key), valueOf(row));
+    for (const SettingKey& key : kAllSettings) {
+        EXPECT_EQ(persist.Read(key), valueOf(key));
     }
 }
 

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "kernel/base/text.h"
-#include "settings/setting_table.h"
+#include "settings/setting_keys.h"
 #include "settings_fakes.h"
 
 namespace kestrane {
@@ -159,29 +159,28 @@ TEST_F(PersistTest, ReadFlag_IsTrueWhenTheNumberIsNotZero) {
 }
 
 TEST_F(PersistTest, EveryKey_ReadsItsDefaultOnceAndForAll) {
-    for (const SettingRow& row : kSettingTable) {
-        EXPECT_EQ(persist->Read(row.key), row.key.fallback) << row.key.name;
+    for (const SettingKey& key : kAllSettings) {
+        EXPECT_EQ(persist->Read(key), key.fallback) << key.name;
     }
     Restart();
-    for (const SettingRow& row : kSettingTable) {
-        EXPECT_EQ(persist->ReadIniValue(row.key.name, row.laterDefault.value_or("another")), row.key.fallback)
-            << row.key.name;
+    for (const SettingKey& key : kAllSettings) {
+        EXPECT_EQ(persist->ReadIniValue(key.name, key.laterDefault.value_or("another")), key.fallback) << key.name;
     }
-    EXPECT_EQ(Foreign().Cell("select count(*) from Driver"), std::to_string(kSettingTable.size() - 1));
+    EXPECT_EQ(Foreign().Cell("select count(*) from Driver"), std::to_string(kAllSettings.size() - 1));
     EXPECT_EQ(Foreign().Cell("select Property from CommonSettings"), "sitedbindex");
 }
 
 TEST(SettingTableTest, EachKey_StandsOnceInAnyCaseWithADefaultOfItsKind) {
     std::set<std::string> seen;
-    for (const SettingRow& row : kSettingTable) {
-        EXPECT_TRUE(seen.insert(ToLower(row.key.name)).second) << row.key.name;
-        if (row.kind == SettingKind::Flag) {
-            EXPECT_TRUE(row.key.fallback == "0" || row.key.fallback == "1") << row.key.name;
+    for (const SettingKey& key : kAllSettings) {
+        EXPECT_TRUE(seen.insert(ToLower(key.name)).second) << key.name;
+        if (key.kind == SettingKind::Flag) {
+            EXPECT_TRUE(key.fallback == "0" || key.fallback == "1") << key.name;
         }
-        if (row.kind == SettingKind::TrueFalse) {
-            EXPECT_TRUE(row.key.fallback == "True" || row.key.fallback == "False") << row.key.name;
+        if (key.kind == SettingKind::TrueFalse) {
+            EXPECT_TRUE(key.fallback == "True" || key.fallback == "False") << key.name;
         }
-        EXPECT_NE(row.laterDefault, row.key.fallback) << row.key.name;
+        EXPECT_NE(key.laterDefault, key.fallback) << key.name;
     }
     for (std::string_view removed : kRemovedKeys) {
         EXPECT_FALSE(seen.contains(ToLower(removed))) << removed;

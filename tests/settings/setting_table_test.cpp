@@ -1,7 +1,7 @@
-#include "settings/setting_table.h"
-
 #include <algorithm>
 #include <gtest/gtest.h>
+
+#include "settings/setting_keys.h"
 
 namespace kestrane {
 namespace {
@@ -77,15 +77,14 @@ char LetterOf(SettingKind kind) {
 TEST(SettingTableContentTest, EachKey_HasItsDefaultsAndItsKind) {
     for (const ExpectedKey& expected : kExpected) {
         SCOPED_TRACE(expected.name);
-        const auto* row = std::ranges::find(kSettingTable, expected.name,
-                                            [](const SettingRow& candidate) { return candidate.key.name; });
-        ASSERT_NE(row, kSettingTable.end());
-        EXPECT_EQ(row->key.fallback, expected.fallback);
-        EXPECT_EQ(LetterOf(row->kind), expected.kind);
-        EXPECT_EQ(row->laterDefault, expected.later);
-        EXPECT_EQ(row->controlText, expected.controlText);
+        const auto* key = std::ranges::find(kAllSettings, expected.name, &SettingKey::name);
+        ASSERT_NE(key, kAllSettings.end());
+        EXPECT_EQ(key->fallback, expected.fallback);
+        EXPECT_EQ(LetterOf(key->kind), expected.kind);
+        EXPECT_EQ(key->laterDefault, expected.later);
+        EXPECT_EQ(key->controlText, expected.controlText);
     }
-    EXPECT_EQ(kSettingTable.size(), kExpected.size()) << "a key of the table that nobody knows here";
+    EXPECT_EQ(kAllSettings.size(), kExpected.size()) << "a key of the table that nobody knows here";
 }
 
 TEST(SettingTableContentTest, RemovedKeys_AreTheSplitPosition) {
