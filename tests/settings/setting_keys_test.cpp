@@ -1,7 +1,7 @@
+#include "settings/setting_keys.h"
+
 #include <algorithm>
 #include <gtest/gtest.h>
-
-#include "settings/setting_keys.h"
 
 namespace kestrane {
 namespace {
