@@ -4,7 +4,7 @@
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "state/driver_state.h"
 #include "state/mount_rates.h"
 
@@ -17,7 +17,7 @@ struct ControllerFeaturesNeeds {
     frmHandBox& handBox;
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
-    HandBoxActions& panel;
+    HandBoxDisplay& panel;
 };
 
 /// What the choice of a controller changes elsewhere: the flags of its features, the rate tables, the controls that

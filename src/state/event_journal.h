@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "forms/frm_status.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "state/driver_state.h"
@@ -21,7 +21,7 @@ struct EventJournalNeeds {
     Log& log;
     Clock& clock;
     frmStatus& statusWindow;
-    HandBoxActions& panel;
+    HandBoxDisplay& panel;
 };
 
 /// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. They take no more

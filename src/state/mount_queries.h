@@ -8,7 +8,7 @@
 
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -32,7 +32,7 @@ struct MountQueriesNeeds {
     SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
-    HandBoxActions& panel;
+    HandBoxDisplay& panel;
     EventJournal& journal;
     /// Reads one byte off the line, or an empty text at the read limit.
     std::function<std::string()> receiveOne;

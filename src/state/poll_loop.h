@@ -5,7 +5,7 @@
 
 #include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
@@ -30,7 +30,7 @@ struct PollLoopNeeds {
     Sounds& sounds;
     frmHandBox& handBox;
     frmAskAbortSlew& askAbortSlew;
-    HandBoxActions& panel;
+    HandBoxDisplay& panel;
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
     std::function<void()> periodicQuayCheck;

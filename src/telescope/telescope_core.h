@@ -11,7 +11,7 @@
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -50,7 +50,7 @@ struct TelescopeNeeds {
     SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
-    HandBoxActions& panel;
+    HandBoxDisplay& panel;
     KsMount& mount;
     ClientRateLists& rateLists;
     MountRates& rates;

@@ -12,7 +12,7 @@
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_status.h"
-#include "forms/hand_box_actions.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -76,11 +76,11 @@ enum class ButtonAction : std::int32_t {
 };
 
 /// The logic of the hand box: what it shows and what its controls do. Logic thread only.
-class HandBoxPanel final : public HandBoxActions, public CounterView {
+class HandBoxPanel final : public HandBoxDisplay, public CounterView {
 public:
     explicit HandBoxPanel(HandBoxPanelNeeds needs);
 
-    // HandBoxActions, CounterView
+    // HandBoxDisplay, CounterView
     void UserShow() override;
     void UpdateControls() override;
     void UpdateRateLimits() override;

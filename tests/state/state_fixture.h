@@ -109,7 +109,7 @@ private:
 };
 
 /// The hand box's presenter; records what was asked of it.
-class RecordingPanel final : public HandBoxActions {
+class RecordingPanel final : public HandBoxDisplay {
 public:
     std::vector<std::string> calls;
     bool slewFlashFails = false;

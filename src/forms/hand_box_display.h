@@ -7,9 +7,9 @@ namespace kestrane {
 
 /// What the core of the driver asks of the hand box beyond the values of its controls. The hand box's presenter
 /// implements it. Nothing here raises. Logic thread only.
-class HandBoxActions {
+class HandBoxDisplay {
 public:
-    virtual ~HandBoxActions() = default;
+    virtual ~HandBoxDisplay() = default;
 
     /// Shows the window, or puts it away to the tray where the setting "MinimizeStatusWindow" asks for that.
     virtual void UserShow() = 0;
