@@ -89,7 +89,6 @@ Driver::Driver(Platform platform)
           .motion = motion,
           .log = log,
           .clock = platform_.clock,
-          .statusWindow = statusWindow,
           .panel = panel,
       }),
       queries(MountQueriesNeeds{

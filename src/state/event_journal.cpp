@@ -93,7 +93,8 @@ void EventJournal::AddRaDecEvent(double ra, double dec) {
 /// The RA of a mount stays fixed only while it tracks.
 void EventJournal::NoteStandingStill(double ra, double dec) {
     CountSamePosition();
-    if (needs_.statusWindow.lblTrackingRate.Text().empty() && state_.g_nSamePosition >= kStandsStill) {
+    const bool noRateShown = state_.g_nDisplayedRate < 0;
+    if (noRateShown && state_.g_nSamePosition >= kStandsStill) {
         needs_.log.LogMessage("AddRaDecEvent", LogLevel::Info, "Determined Tracking rate is enabled!");
         state_.g_bTracking = true;
         needs_.panel.ShowTrackingRate(displayed_rate::Sidereal, false);

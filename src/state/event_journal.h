@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "forms/frm_status.h"
 #include "forms/hand_box_display.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
@@ -20,7 +19,6 @@ struct EventJournalNeeds {
     Motion& motion;
     Log& log;
     Clock& clock;
-    frmStatus& statusWindow;
     HandBoxDisplay& panel;
 };
 

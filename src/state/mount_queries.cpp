@@ -338,12 +338,14 @@ void MountQueries::ShowLowPower() {
     state_.g_bLostComms = true;
     state_.g_bLowPower = true;
     BlankPosition();
-    needs_.handBox.lblRA.Text("LOW");
-    needs_.handBox.lblDEC.Text("POWER");
-    needs_.statusWindow.lblRA.Text(needs_.handBox.lblRA.Text());
-    needs_.statusWindow.lblDEC.Text(needs_.handBox.lblDEC.Text());
-    needs_.statusWindow.lblAlt.Text(needs_.handBox.lblAlt.Text());
-    needs_.statusWindow.lblAz.Text(needs_.handBox.lblAz.Text());
+    constexpr std::string_view kFirstWord = "LOW";
+    constexpr std::string_view kSecondWord = "POWER";
+    needs_.handBox.lblRA.Text(kFirstWord);
+    needs_.handBox.lblDEC.Text(kSecondWord);
+    needs_.statusWindow.lblRA.Text(kFirstWord);
+    needs_.statusWindow.lblDEC.Text(kSecondWord);
+    needs_.statusWindow.lblAlt.Text("");
+    needs_.statusWindow.lblAz.Text("");
 }
 
 void MountQueries::BlankPosition() {

@@ -128,6 +128,7 @@ private:
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
     void AskQuayForTime(const std::string& kept);
+    void ShowTime(const std::string& text);
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
     bool PositionLabelsShown() const;
@@ -143,6 +144,7 @@ private:
     bool lstKnown_ = false;        ///< `g_dLst` was read at all
     bool mountTimeKnown_ = false;  ///< `g_dMountTime` was read at all
     bool fillingHandBox_ = false;  ///< the power-on position is being dealt with
+    std::string shownTime_;        ///< the mount's local time as the hand box shows it
     CoordinateReads reads_;
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };

@@ -47,11 +47,12 @@ bool MountQueries::QuerySideOfMount() {
         }
     }
     state_.g_bWestSide = state_.g_nSideOfPier == pier_side::West;
-    needs_.handBox.lblPierSide.Text(state_.g_bWestSide ? pier_side::kWestText : pier_side::kEastText);
+    const std::string_view side = state_.g_bWestSide ? pier_side::kWestText : pier_side::kEastText;
+    needs_.handBox.lblPierSide.Text(side);
     UpdateCounterweightState();
     needs_.log.LogMessage("Counterweight", LogLevel::Info,
                           state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
-    needs_.statusWindow.lblPierSide.Text(needs_.handBox.lblPierSide.Text());
+    needs_.statusWindow.lblPierSide.Text(side);
     return true;
 }
 

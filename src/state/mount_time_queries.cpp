@@ -76,6 +76,7 @@ bool MountQueries::QueryTime() {
     state_.g_tickLastTime = needs_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblTime.Text("");
+        shownTime_.clear();
         return false;
     }
     if (state_.g_bHasMeridianQuery) {
@@ -109,8 +110,7 @@ bool MountQueries::QueryTime() {
     if (kept != kOn) {
         return false;  // and shows nothing: wanted, the display runs on by itself
     }
-    needs_.handBox.lblTime.Text(reply);
-    needs_.statusWindow.lblMountTime.Text(reply);
+    ShowTime(reply);
     NoteQuerySuccess();
     return true;
 }
@@ -164,10 +164,15 @@ void MountQueries::UpdateMountTimeDisplay() {
     double time = state_.g_dMountTime + (needs_.clock.GetTickCount() - mountTimeBase_) / kMsPerHour;
     time -= time >= 24.0 ? 24.0 : 0.0;
     const std::string text = TimeText(time);
-    if (needs_.handBox.lblTime.Text() != text) {
-        needs_.handBox.lblTime.Text(text);
-        needs_.statusWindow.lblMountTime.Text(text);
+    if (shownTime_ != text) {
+        ShowTime(text);
     }
+}
+
+void MountQueries::ShowTime(const std::string& text) {
+    shownTime_ = text;
+    needs_.handBox.lblTime.Text(text);
+    needs_.statusWindow.lblMountTime.Text(text);
 }
 
 bool MountQueries::QueryTimeZone() {

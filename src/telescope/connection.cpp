@@ -292,8 +292,9 @@ void ConnectionSteps::InitUiPanel() {
         needs_.motion.MountReportsParked(true);
         state_.g_tickParkedSince = needs_.clock.GetTickCount();
     } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
-        needs_.panel.SetParkStatus(needs_.persist.Read(setting::ParkStatus), "InitUiPanel2");
-        needs_.motion.MountReportsParked(needs_.handBox.lblParkStatus.Text() == "Parked");
+        const std::string parkStatus = needs_.persist.Read(setting::ParkStatus);
+        needs_.panel.SetParkStatus(parkStatus, "InitUiPanel2");
+        needs_.motion.MountReportsParked(parkStatus == "Parked");
     }
     state_.g_bFreshConnect = false;
 }

@@ -7,7 +7,7 @@ namespace {
 
 class EventJournalTest : public StateFixture {
 protected:
-    EventJournalTest() { statusWindow.lblTrackingRate.Text("Sidereal"); }
+    EventJournalTest() { state.g_nDisplayedRate = 1; }
 
     /// So many different positions, one a millisecond.
     void AddPositions(int count) {
@@ -163,14 +163,14 @@ TEST_F(StandingStillTest, ThirdRepeat_ShowsThatTheMountTracks_WhereNoRateIsShown
 }
 
 TEST_F(StandingStillTest, ShownRate_IsLeftAlone) {
-    statusWindow.lblTrackingRate.Text("Off");
+    state.g_nDisplayedRate = 0;
     Report(20);
     EXPECT_FALSE(state.g_bTracking);
     EXPECT_TRUE(panel.calls.empty());
 }
 
 TEST_F(StandingStillTest, ParkedMountWithoutAStatusText_IsUnparkedByTheSecondRepeat) {
-    statusWindow.lblTrackingRate.Text("Off");
+    state.g_nDisplayedRate = 0;
     motion.MountReportsParked(true);
     Report(2);
     EXPECT_TRUE(state.g_bParked);
@@ -204,7 +204,7 @@ TEST_F(StandingStillTest, ParkedMountWhoseRaGoesOn_StaysParked) {
 }
 
 TEST_F(StandingStillTest, NegativeCount_StartsAgainAtZero_AndTheGreatestStays) {
-    statusWindow.lblTrackingRate.Text("Sidereal");
+    state.g_nDisplayedRate = 1;
     Report(1);
     state.g_nSamePosition = -5;
     Report(1);

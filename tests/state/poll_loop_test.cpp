@@ -314,7 +314,7 @@ TEST_P(TickCounterTest, SilentZoneAndSide_AreAskedAgainAcrossTheWrap) {
 
 TEST_P(TickCounterTest, PauseOfTheLog_ComesThreeMinutesAfterThePark_AcrossTheWrap) {
     mount.replies["GOS"] = "";
-    statusWindow.lblTrackingRate.Text("Off");
+    state.g_nDisplayedRate = 0;
     mount.replies["GR"] = "00:00:00.0";  // a parked mount that was never told where it stands stays parked
     mount.replies["GD"] = "+90*00:00";
     motion.MountReportsParked(true);

@@ -194,7 +194,6 @@ protected:
         .motion = motion,
         .log = log,
         .clock = machine.clock,
-        .statusWindow = statusWindow,
         .panel = panel,
     }};
     MountQueries queries{MountQueriesNeeds{

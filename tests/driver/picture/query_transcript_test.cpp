@@ -140,6 +140,7 @@ TEST_F(QueryTranscriptTest, PositionThatRepeats_UnparksAMountThatWasTakenForPark
     driver->motion.MountReportsParked(true);
     driver->handBox.lblParkStatus.Text("Parked");
     driver->statusWindow.lblTrackingRate.Text("");
+    driver->state.g_nDisplayedRate = -1;
     driver->state.g_bTracking = false;
     driver->journal.AddRaDecEvent(3.0, 40.0);
     driver->journal.AddRaDecEvent(3.0, 40.0);
