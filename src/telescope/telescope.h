@@ -236,6 +236,8 @@ public:
     void LoadTelescopeOptions();
     /// Switches the King correction of the mount on or off, as the user wants it.
     void SendKingCorrection();
+    /// Gives the mount the PC's time, date and zone, as the verb "InitTime" of the driver does.
+    void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
     /// The two steps by which a mount that was just stopped ends this object's axis motion.

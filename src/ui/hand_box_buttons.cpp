@@ -10,7 +10,6 @@ namespace {
 
 constexpr double kMaxMeridianDelayHours = 6.0;
 constexpr std::int32_t kAskTimeAgainMs = 5000;
-constexpr std::string_view kInitTime = "RAW,InitTime";
 
 struct ActionRow {
     Button frmHandBox::*button;
@@ -110,7 +109,7 @@ void HandBoxPanel::SyncMountTime() {
     ResumeNext errors{needs_.ledger, "btnSyncMountTime"};
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
-            telescope->CommandStringInternal(kInitTime, true);
+            telescope->SyncMountTime();
         }
     });
 }

@@ -155,7 +155,9 @@ TEST_F(HandBoxButtons, ButtonsOfTheTime_SendTimeAndDate) {
          {&frmHandBox::btnSyncMountTime, &frmHandBox::btnSetMeridianDelay, &frmHandBox::btnClearMeridianDelay}) {
         const int times = TimesSentWith("SL");
         const int dates = TimesSentWith("SC");
+        const int verbs = TimesLogged("CommandString Extended Command TX='RAW,InitTime'");
         (HandBox().*button).FireClick();
+        EXPECT_EQ(TimesLogged("CommandString Extended Command TX='RAW,InitTime'"), verbs + 1);
         EXPECT_EQ(TimesSentWith("SL"), times + 1) << (HandBox().*button).Name();
         EXPECT_EQ(TimesSentWith("SC"), dates + 1) << (HandBox().*button).Name();
     }

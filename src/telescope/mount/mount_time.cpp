@@ -13,7 +13,8 @@ namespace {
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
 constexpr double kSameZoneHours = 0.001;
-constexpr std::size_t kTimeLength = 8;  // HH:MM:SS; what follows does not count
+constexpr std::string_view kInitTime = "RAW,InitTime";  // a verb of the driver, which never reaches the mount
+constexpr std::size_t kTimeLength = 8;                  // HH:MM:SS; what follows does not count
 
 /// Around midnight the mount would change its date.
 bool IsAroundMidnight(const DateTime& local) {
@@ -55,6 +56,10 @@ DateTime Telescope::utcDate() {
     const DateTime utc = needs_.clock.DateLocalToUTC(local);
     LogGetText("utcDate", DateTimeText(utc));
     return utc;
+}
+
+void Telescope::SyncMountTime() {
+    exchange_.CommandStringInternal(kInitTime, true);
 }
 
 void Telescope::utcDate(const DateTime& utc) {
