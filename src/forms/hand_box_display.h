@@ -5,15 +5,15 @@
 
 namespace kestrane {
 
-/// What the core of the driver asks of the hand box beyond the values of its controls. The hand box's presenter
-/// implements it. Nothing here raises. Logic thread only.
+/// What the core of the driver lets the hand box show, beyond the values of its controls. The hand box's presenter
+/// implements it. It only shows: nothing here talks to the mount, and nothing raises. Logic thread only.
 class HandBoxDisplay {
 public:
     virtual ~HandBoxDisplay() = default;
 
     /// Shows the window, or puts it away to the tray where the setting "MinimizeStatusWindow" asks for that.
     virtual void UserShow() = 0;
-    /// Fills all controls from the settings and the mount, writing nothing back.
+    /// Fills all controls from the settings and the driver's picture of the mount, writing nothing back.
     virtual void UpdateControls() = 0;
     /// Takes the bounds of the custom rates from `g_dMaxMoveRate`.
     virtual void UpdateRateLimits() = 0;
@@ -29,20 +29,17 @@ public:
     virtual void EnableRateControls() = 0;
     /// Hours, -6 to 6; outside it is refused in the log.
     virtual void SetMeridianDelayUI(double hours) = 0;
-    /// Reads the site of the mount into the boxes of the actual site and compares it with the current site. Talks to
-    /// the mount.
-    virtual void GetLongLatFromMount(bool silent) = 0;
+    /// The site that the mount has told, degrees, east and north positive: fills the boxes of the actual site and
+    /// compares them with the current site. What differs is logged, and told in a message box unless `silent`.
+    virtual void ShowMountSite(double longitude, double latitude, bool silent) = 0;
+    /// The mount was asked for its site and did not tell it: logged, and told in a message box unless `silent`.
+    virtual void ShowNoMountSite(bool silent) = 0;
     virtual void UpdateErrorCounts() = 0;
     /// One phase of the flash that tells of a slew.
     virtual void SlewFlashDisplay() = 0;
     /// Lights or darkens the mark of a guide pulse: 0 north, 1 south, 2 east, 3 west, -1 all four; of the others, even
     /// ones north and south together, odd ones east and west.
     virtual void SetUiGuideIndicator(std::int32_t direction, bool on) = 0;
-
-    /// Switches the King correction of the mount as the user wants it. Talks to the mount.
-    virtual void SetKingRateState() = 0;
-    /// Presses the rate button of that number. Talks to the mount.
-    virtual void RestoreTrackingRate(std::int16_t rate) = 0;
 };
 
 }  // namespace kestrane

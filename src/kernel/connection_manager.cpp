@@ -199,11 +199,29 @@ void ConnectionManager::MountFound() {
     state_.g_tickLastQuayCheck = needs_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
     state_.g_bVersionKnown = true;
     CheckQuay();
-    needs_.getLongLatFromMount();
+    ReadMountSite(true);
     if (state_.g_bFreshConnect) {
         needs_.checkForUpdate();
     }
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
+}
+
+void ConnectionManager::ReadMountSite(bool silent) {
+    double westLongitude = 0.0;
+    double latitude = 0.0;
+    bool told = false;
+    ResumeNext errors{needs_.ledger, "GetLongLatFromMount"};
+    errors.Assign(told, [&] {
+        const std::string port = needs_.persist.Read(setting::Port);
+        std::int16_t number = 0;
+        TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
+        return GetMountLongLat(number, 0, westLongitude, latitude);
+    });
+    if (told) {
+        needs_.panel.ShowMountSite(-westLongitude, latitude, silent);
+    } else {
+        needs_.panel.ShowNoMountSite(silent);
+    }
 }
 
 void ConnectionManager::ReadRateKey() {
@@ -367,7 +385,7 @@ std::string ConnectionManager::MountInfoCaption(std::string_view port) {
 void ConnectionManager::ResetCommCounters() {
     const std::int32_t stalls = needs_.counters.Values().g_nMotorStalls;
     needs_.counters.Reset();
-    needs_.updateErrorCounts();
+    needs_.panel.UpdateErrorCounts();
     if (stalls >= 1) {
         Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
     }

@@ -8,6 +8,7 @@
 
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
+#include "forms/hand_box_display.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -37,12 +38,11 @@ struct ConnectionManagerNeeds {
     ApplicationSettings& applicationSettings;
     frmHandBox& handBox;
     frmStatus& statusWindow;
+    HandBoxDisplay& panel;
     Companion& companion;
     std::function<Telescope&()> internalInstance;  ///< made on first need
     std::function<void()> ensureUtil;
-    std::function<void()> updateErrorCounts;  ///< shows the counters on the hand box
     std::function<void(const std::string& key)> updateMountRates;
-    std::function<void()> getLongLatFromMount;  ///< reads the site of the mount into the hand box, silently
     std::function<void()> checkForUpdate;
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;
@@ -68,6 +68,8 @@ public:
     /// Reads the site from a mount, in the same frame. Degrees, longitude west positive, -180 to 180. A reply that
     /// cannot be read counts as none: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
+    /// Reads the site of the mount on the port of the settings and shows it on the hand box. Does not raise.
+    void ReadMountSite(bool silent);
     /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);

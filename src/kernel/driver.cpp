@@ -8,11 +8,6 @@
 #include "kernel/base/text.h"
 
 namespace kestrane {
-namespace {
-
-constexpr std::size_t kComLetters = 3;
-
-}  // namespace
 
 std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient) {
     if (!startedByClient) {
@@ -53,6 +48,7 @@ Driver::Driver(Platform platform)
           .mount = mount,
           .queries = queries,
           .rates = rates,
+          .tracking = tracking,
           .handBox = handBox,
           .statusWindow = statusWindow,
           .initialSetup = initialSetup,
@@ -60,10 +56,16 @@ Driver::Driver(Platform platform)
           .askAbortSlew = askAbortSlew,
           .telescope = [this] { return internalInstance_.get(); },
           .linkConnected = [this] { return link && link->Connected(); },
-          .getMountLongLat = [this](double& longitude,
-                                    double& latitude) { return GetMountLongLat(longitude, latitude); },
+          .readMountSite = [this](bool silent) { connections.ReadMountSite(silent); },
           .resetCommCounters = [this] { connections.ResetCommCounters(); },
           .applyWindowsPriority = [this](int index) { ApplyWindowsPriority(platform_.processes, index); },
+      }),
+      tracking(TrackingOperationsNeeds{
+          .state = state,
+          .log = log,
+          .ledger = ledger,
+          .panel = panel,
+          .telescope = [this] { return internalInstance_.get(); },
       }),
       rcalSyncWarning(rcalSyncWarningForm, log),
       rates(MountRatesNeeds{
@@ -122,6 +124,7 @@ Driver::Driver(Platform platform)
           .queries = queries,
           .telescope = [this]() -> TelescopeActions* { return internalInstance_.get(); },
           .periodicQuayCheck = [this] { connections.PeriodicQuayCheck(); },
+          .restoreTrackingRate = [this](std::int16_t rate) { tracking.ChooseRate(rate); },
       }),
       companion(platform_.registry, platform_.processes, waits),
       connections(ConnectionManagerNeeds{
@@ -138,12 +141,11 @@ Driver::Driver(Platform platform)
           .applicationSettings = platform_.applicationSettings,
           .handBox = handBox,
           .statusWindow = statusWindow,
+          .panel = panel,
           .companion = companion,
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
-          .updateErrorCounts = [this] { panel.UpdateErrorCounts(); },
           .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
-          .getLongLatFromMount = [this] { panel.GetLongLatFromMount(true); },
           .checkForUpdate = [] {},
           .unloadWindows =
               [this] {
@@ -217,6 +219,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .axisMotions = axisMotions,
         .connections = connections,
         .registration = startup,
+        .setKingRateState = [this] { tracking.SetKingRateState(); },
         .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
         .internalInstance = [this] { return internalInstance_.get(); },
         .executeDriverCommand = [this](Telescope& object,
@@ -252,13 +255,6 @@ FocuserObject Driver::CreateFocuser() {
     })};
     object->Class_Initialize();
     return object;
-}
-
-bool Driver::GetMountLongLat(double& longitude, double& latitude) {
-    const std::string port = persist.Read(setting::Port);
-    std::int16_t number = 0;
-    TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
-    return connections.GetMountLongLat(number, 0, longitude, latitude);
 }
 
 void Driver::ShowLowPower() {

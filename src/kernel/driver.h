@@ -32,6 +32,7 @@
 #include "state/mount_rates.h"
 #include "state/poll_loop.h"
 #include "state/sequence.h"
+#include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
@@ -89,6 +90,7 @@ public:
     ClientRateLists rateLists;
     std::unique_ptr<MountLink> link;
     HandBoxPanel panel;
+    TrackingOperations tracking;
     RcalSyncWarning rcalSyncWarning;
     MountRates rates;
     ControllerFeatures controller;
@@ -103,7 +105,6 @@ public:
 
 private:
     TelescopeNeeds NeedsOfTelescope();
-    bool GetMountLongLat(double& longitude, double& latitude);
     LogFileFacts FactsOfLog();
 
     std::unique_ptr<Telescope> internalInstance_;

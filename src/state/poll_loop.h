@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string_view>
 
@@ -34,6 +35,9 @@ struct PollLoopNeeds {
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
     std::function<void()> periodicQuayCheck;
+    /// Has the mount track again after a slew. Rate 0 off, 1 sidereal, 2 lunar, 3 solar; any other does nothing. Talks
+    /// to the mount and does not raise.
+    std::function<void(std::int16_t rate)> restoreTrackingRate;
 };
 
 /// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query

@@ -226,7 +226,7 @@ void PollLoop::CompleteSlew() {
         const std::int16_t rate = isCustom ? std::int16_t{displayed_rate::Sidereal} : state_.g_nDisplayedRate;
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
                               "Restoring tracking state = " + std::to_string(rate));
-        needs_.panel.RestoreTrackingRate(rate);
+        needs_.restoreTrackingRate(rate);
     }
 }
 

@@ -61,6 +61,7 @@ struct TelescopeNeeds {
     AxisMotions& axisMotions;
     ClientConnections& connections;
     DeviceRegistration& registration;
+    std::function<void()> setKingRateState;        ///< see `TrackingOperations`
     std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
     std::function<Telescope*()> internalInstance;  ///< null while there is none
     /// Runs a command to the driver, the text after "RAW,", that came over an object; gives its reply.

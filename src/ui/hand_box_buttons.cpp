@@ -45,7 +45,7 @@ void HandBoxPanel::WireButtons() {
     OnAction(ButtonAction::SetMeridianDelay,
              [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), needs_.log)); });
     OnAction(ButtonAction::ClearMeridianDelay, [this] { SendMeridianDelay(0.0); });
-    OnAction(ButtonAction::GetLongLat, [this] { GetLongLatFromMount(false); });
+    OnAction(ButtonAction::GetLongLat, [this] { needs_.readMountSite(false); });
 }
 
 void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {

@@ -23,6 +23,7 @@
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
+#include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
 #include "ui/move_commands.h"
 
@@ -41,6 +42,7 @@ struct HandBoxPanelNeeds {
     KsMount& mount;
     MountQueries& queries;
     MountRates& rates;
+    TrackingOperations& tracking;
     frmHandBox& handBox;
     frmStatus& statusWindow;
     frmInitialSetup& initialSetup;
@@ -48,8 +50,8 @@ struct HandBoxPanelNeeds {
     frmAskAbortSlew& askAbortSlew;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
-    /// Longitude (west positive, -180 to 180) and latitude of the mount, degrees; false when it did not tell them.
-    std::function<bool(double& longitude, double& latitude)> getMountLongLat;
+    /// Asks the mount for its site and has it shown. Talks to the mount.
+    std::function<void(bool silent)> readMountSite;
     std::function<void()> resetCommCounters;
     /// By the index of `cbxWindowsPriority`.
     std::function<void(int)> applyWindowsPriority;
@@ -90,12 +92,11 @@ public:
     void ShowTrackingRate(std::int16_t rate, bool corrected) override;
     void EnableRateControls() override;
     void SetMeridianDelayUI(double hours) override;
-    void GetLongLatFromMount(bool silent) override;
+    void ShowMountSite(double longitude, double latitude, bool silent) override;
+    void ShowNoMountSite(bool silent) override;
     void UpdateErrorCounts() override;
     void SlewFlashDisplay() override;
     void SetUiGuideIndicator(std::int32_t direction, bool on) override;
-    void SetKingRateState() override;
-    void RestoreTrackingRate(std::int16_t rate) override;
 
     /// Shows the frames of the present page, or all of them on the wide panel, as far as the mount has them.
     void ShowFrames();
@@ -175,9 +176,6 @@ private:
 
     // hand_box_rates.cpp
     void WireRateButtons();
-    void StopTracking();
-    void StartTracking(std::int32_t rate);
-    void StartSidereal();
     void SetCustomRates();
     void SetCustomRate(const std::string& text, void (Telescope::*write)(double));
     void OnKingRateChange();

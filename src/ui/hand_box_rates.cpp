@@ -9,10 +9,9 @@
 namespace kestrane {
 namespace {
 
-/// The rate buttons by displayed rate.
+/// The buttons that choose a rate of the mount, by displayed rate.
 constexpr Button frmHandBox::*kRateButtons[] = {&frmHandBox::btnRateZero, &frmHandBox::btnRateSidereal,
-                                                &frmHandBox::btnRateLunar, &frmHandBox::btnRateSolar,
-                                                &frmHandBox::btnRateCustom};
+                                                &frmHandBox::btnRateLunar, &frmHandBox::btnRateSolar};
 
 bool Marks(std::int16_t rate, std::size_t indicator) {
     return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
@@ -41,10 +40,9 @@ std::string RateText(const DriverState& state, std::int16_t rate, bool corrected
 
 void HandBoxPanel::WireRateButtons() {
     frmHandBox& handBox = needs_.handBox;
-    handBox.btnRateZero.OnClick([this] { StopTracking(); });
-    handBox.btnRateSidereal.OnClick([this] { StartSidereal(); });
-    handBox.btnRateLunar.OnClick([this] { StartTracking(tracking_rate::Lunar); });
-    handBox.btnRateSolar.OnClick([this] { StartTracking(tracking_rate::Solar); });
+    for (std::int16_t rate = displayed_rate::Off; rate < displayed_rate::Custom; ++rate) {
+        (handBox.*kRateButtons[rate]).OnClick([this, rate] { needs_.tracking.ChooseRate(rate); });
+    }
     handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
 }
 
@@ -82,50 +80,6 @@ bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
     return text.empty() || (isDecimal && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
 }
 
-void HandBoxPanel::SetKingRateState() {
-    needs_.log.LogMessage("King Rate", LogLevel::Info,
-                          "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
-    Telescope* const telescope = needs_.telescope();
-    if (!telescope || !state_.g_bKingRateAvailable) {
-        return;
-    }
-    ResumeNext errors{needs_.ledger, "SetKingRateState"};
-    errors.Step([&] { telescope->SendKingCorrection(); });
-}
-
-void HandBoxPanel::RestoreTrackingRate(std::int16_t rate) {
-    if (rate >= displayed_rate::Off && rate <= displayed_rate::Custom) {
-        (needs_.handBox.*kRateButtons[rate]).FireClick();
-    }
-}
-
-void HandBoxPanel::StopTracking() {
-    ResumeNext errors{needs_.ledger, "btnRateZero"};
-    errors.Step([&] {
-        if (Telescope* const telescope = needs_.telescope()) {
-            telescope->Tracking(false);
-        }
-    });
-    EnableRateControls();
-}
-
-void HandBoxPanel::StartTracking(std::int32_t rate) {
-    ResumeNext errors{needs_.ledger, "TrackingRateButton"};
-    SetKingRateState();
-    errors.Step([&] {
-        if (Telescope* const telescope = needs_.telescope()) {
-            telescope->TrackingRate(rate);
-        }
-    });
-    EnableRateControls();
-}
-
-/// Sidereal and King are one button, and the user's choice tells which of them the mount follows. A client that asked
-/// for the King rate goes on reading it.
-void HandBoxPanel::StartSidereal() {
-    StartTracking(state_.g_nTrackingRate == tracking_rate::King ? tracking_rate::King : tracking_rate::Sidereal);
-}
-
 /// An empty box leaves the rate of its axis alone.
 void HandBoxPanel::SetCustomRates() {
     const std::string ra = Trim(needs_.handBox.txtRaCustom.Text());
@@ -158,7 +112,7 @@ void HandBoxPanel::OnKingRateChange() {
     needs_.log.LogMessage("User", LogLevel::Info,
                           std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
     if (state_.g_bTracking && state_.g_nDisplayedRate == displayed_rate::Sidereal) {
-        StartSidereal();
+        needs_.tracking.ChooseRate(displayed_rate::Sidereal);
     }
 }
 

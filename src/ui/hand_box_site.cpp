@@ -24,18 +24,12 @@ void ShowMatch(TextBox& box, bool matches, std::string_view words) {
 
 }  // namespace
 
-void HandBoxPanel::GetLongLatFromMount(bool silent) {
-    double westLongitude = 0.0;
-    double latitude = 0.0;
-    ResumeNext errors{needs_.ledger, "GetLongLatFromMount"};
-    bool told = false;
-    errors.Assign(told, [&] { return needs_.getMountLongLat(westLongitude, latitude); });
-    if (!told) {
-        Tell("Failed to get Longitude/Latitude from mount!", silent);
-        return;
-    }
+void HandBoxPanel::ShowNoMountSite(bool silent) {
+    Tell("Failed to get Longitude/Latitude from mount!", silent);
+}
+
+void HandBoxPanel::ShowMountSite(double longitude, double latitude, bool silent) {
     siteRead_ = true;
-    const double longitude = -westLongitude;
     const std::string latitudeText = DegreesToDMS(latitude, "*", ":", "", 0);
     const std::string longitudeText = DegreesToDMS(longitude, "*", ":", "", 0);
     needs_.handBox.txtActualLatitude.Text(latitudeText);
@@ -84,7 +78,7 @@ void HandBoxPanel::OnSiteTick() {
     if (!connected) {
         siteRead_ = false;
     } else if (!siteRead_ && !state_.g_bInPoll && !state_.g_bPollSuspended) {
-        GetLongLatFromMount(true);
+        needs_.readMountSite(true);
     }
 }
 

@@ -127,7 +127,8 @@ public:
     }
     void EnableRateControls() override {}
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
-    void GetLongLatFromMount(bool) override {}
+    void ShowMountSite(double, double, bool) override {}
+    void ShowNoMountSite(bool) override {}
     void UpdateErrorCounts() override {}
     void SlewFlashDisplay() override {
         calls.emplace_back("SlewFlashDisplay");
@@ -136,10 +137,6 @@ public:
         }
     }
     void SetUiGuideIndicator(std::int32_t, bool) override {}
-    void SetKingRateState() override {}
-    void RestoreTrackingRate(std::int16_t rate) override {
-        calls.push_back("RestoreTrackingRate " + std::to_string(rate));
-    }
 };
 
 /// The picture of the mount with everything around it played: virtual time, a scripted mount, recorded windows. The
@@ -237,6 +234,8 @@ protected:
                     duringQuayCheck();
                 }
             },
+        .restoreTrackingRate =
+            [this](std::int16_t rate) { panel.calls.push_back("RestoreTrackingRate " + std::to_string(rate)); },
     }};
     std::vector<std::string> logged;  ///< "origin|level|message"
 };

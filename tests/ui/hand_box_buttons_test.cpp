@@ -196,7 +196,7 @@ TEST_F(HandBoxButtons, RateButtons_StartAndStopTheMount) {
     };
     for (const Row& row : {Row{2, "RT0", true}, Row{3, "RT1", true}, Row{0, "RT9", false}, Row{1, "RT2", true}}) {
         const int before = TimesSent(row.command);
-        driver->panel.RestoreTrackingRate(row.rate);
+        driver->tracking.ChooseRate(row.rate);
         EXPECT_EQ(TimesSent(row.command), before + 1) << row.command;
         EXPECT_EQ(driver->state.g_nDisplayedRate, row.rate);
         EXPECT_EQ(driver->state.g_bTracking, row.tracking);
@@ -204,11 +204,11 @@ TEST_F(HandBoxButtons, RateButtons_StartAndStopTheMount) {
     }
 }
 
-TEST_F(HandBoxButtons, RestoreTrackingRate_OutsideTheButtonsDoesNothing) {
+TEST_F(HandBoxButtons, ChooseRate_OutsideTheButtonsDoesNothing) {
     auto telescope = ConnectedTelescope();
     const std::size_t before = mount->Commands().size();
-    driver->panel.RestoreTrackingRate(5);
-    driver->panel.RestoreTrackingRate(-1);
+    driver->tracking.ChooseRate(5);
+    driver->tracking.ChooseRate(-1);
     EXPECT_EQ(mount->Commands().size(), before);
 }
 
@@ -224,7 +224,7 @@ TEST_F(HandBoxButtons, SetKingRateState_SendsTheChoiceOnlyWhereTheFirmwareHasIt)
         driver->state.g_bKingRateEnabled = row.enabled;
         const int on = TimesSent("RT8");
         const int off = TimesSent("RT3");
-        driver->panel.SetKingRateState();
+        driver->tracking.SetKingRateState();
         EXPECT_EQ(TimesSent("RT8") - on, row.on);
         EXPECT_EQ(TimesSent("RT3") - off, row.off);
         EXPECT_TRUE(Logged(row.enabled ? "King Rate Enabled: True" : "King Rate Enabled: False"));
@@ -233,7 +233,7 @@ TEST_F(HandBoxButtons, SetKingRateState_SendsTheChoiceOnlyWhereTheFirmwareHasIt)
 
 TEST_F(HandBoxButtons, KingCheckBox_SwitchesTheMountAndSetsTheSiderealRateAnew) {
     auto telescope = ConnectedTelescope();
-    driver->panel.RestoreTrackingRate(1);
+    driver->tracking.ChooseRate(1);
     driver->state.g_bKingRateAvailable = true;
     HandBox().chkEnableKingRate.Enabled(true);
     const int on = TimesSent("RT8");
@@ -254,7 +254,7 @@ TEST_F(HandBoxButtons, KingCheckBox_SwitchesTheMountAndSetsTheSiderealRateAnew) 
 
 TEST_F(HandBoxButtons, KingCheckBox_LeavesTheMountAtSiderealWhateverTheClientAskedFor) {
     auto telescope = ConnectedTelescope();
-    driver->panel.RestoreTrackingRate(1);
+    driver->tracking.ChooseRate(1);
     driver->state.g_bKingRateAvailable = true;
     const int lunar = TimesSent("RT0");
     const int sidereal = TimesSent("RT2");
@@ -269,7 +269,7 @@ TEST_F(HandBoxButtons, KingCheckBox_LeavesTheMountAtSiderealWhateverTheClientAsk
 
 TEST_F(HandBoxButtons, KingCheckBox_AtAnotherRateOnlyKeepsTheChoice) {
     auto telescope = ConnectedTelescope();
-    driver->panel.RestoreTrackingRate(2);
+    driver->tracking.ChooseRate(2);
     driver->state.g_bKingRateAvailable = true;
     const std::size_t before = mount->Commands().size();
     HandBox().chkEnableKingRate.Checked(true);

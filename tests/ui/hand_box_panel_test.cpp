@@ -229,7 +229,7 @@ TEST_F(SiteFromMount, Compare_SaysWhatDiffersFromTheCurrentSite) {
         SetCurrentSite(row.latitude, row.longitude);
         for (const bool silent : {true, false}) {
             machine.messageBoxes.shown.clear();
-            driver->panel.GetLongLatFromMount(silent);
+            driver->connections.ReadMountSite(silent);
             std::vector<std::string> expected;
             if (!silent && !row.latitudeMatches) {
                 expected.emplace_back(kLatitude);
@@ -254,7 +254,7 @@ TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
     for (const std::optional<Site>& site : driver->sites.g_Sites()) {
         if (site && (site->Name == "Hill" || site->Name == "hill")) {
             driver->sites.g_SiteDbIndex(site->id);
-            driver->panel.GetLongLatFromMount(true);
+            driver->connections.ReadMountSite(true);
             EXPECT_EQ(Marked(HandBox().txtActualLatitude), site->Name == "Hill");
             EXPECT_EQ(Marked(HandBox().txtActualLongitude), site->Name == "Hill");
         }
@@ -264,7 +264,7 @@ TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
 TEST_F(SiteFromMount, WithoutACurrentSite_NothingIsCompared) {
     auto telescope = ConnectedTelescope();
     driver->sites.g_SiteDbIndex(0);
-    driver->panel.GetLongLatFromMount(false);
+    driver->connections.ReadMountSite(false);
     EXPECT_TRUE(Boxes().empty());
     EXPECT_FALSE(Marked(HandBox().txtActualLatitude));
 }
@@ -273,7 +273,7 @@ TEST_F(SiteFromMount, SilentMount_IsToldWhenAPersonAsked) {
     auto telescope = ConnectedTelescope();
     ExpectSwallow("CommandString");
     mount->SetLineDead(true);
-    driver->panel.GetLongLatFromMount(true);
+    driver->connections.ReadMountSite(true);
     EXPECT_TRUE(Boxes().empty());
     EXPECT_TRUE(Logged(std::string(kFailed)));
     HandBox().btnGetLongLat.FireClick();

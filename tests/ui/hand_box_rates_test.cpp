@@ -72,10 +72,10 @@ TEST_F(HandBoxRates, CustomRateWithAnExponent_IsNoRate) {
     EXPECT_EQ(driver->persist.ReadIniValue("txtDecCustom", "none"), "0.5");
 }
 
-TEST_F(HandBoxRates, RestoreOfARateThatThereIsNot_PressesNothing) {
+TEST_F(HandBoxRates, ChoiceOfARateThatThereIsNot_SendsNothing) {
     EXPECT_EQ(SentBy([&] {
-                  driver->panel.RestoreTrackingRate(-1);
-                  driver->panel.RestoreTrackingRate(5);
+                  driver->tracking.ChooseRate(-1);
+                  driver->tracking.ChooseRate(5);
               }),
               "");
 }
@@ -96,17 +96,27 @@ TEST_F(HandBoxRates, CustomButton_OnAMountThatStandsSendsNothing) {
     ExpectSwallow("btnRateCustom");
     HandBox().txtRaCustom.Text("0.5");
     driver->state.g_bTracking = false;
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(4); }), "");
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), "");
 }
 
-TEST_F(HandBoxRates, RestoreTrackingRate_PressesTheButtonOfTheRate) {
+struct ChoiceRow {
+    std::int16_t rate;
+    Button frmHandBox::*button;
+    const char* sent;
+};
+
+TEST_F(HandBoxRates, ChooseRate_DoesWhatTheButtonOfTheRateDoes) {
     HandBox().txtRaCustom.Text("0.5");
     HandBox().txtDecCustom.Text("");
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(4); }), "RR-0.50000");
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(3); }), "RT3 Q RT1");
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(2); }), "RT3 Q RT0");
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT3 Q RT3 RT2");
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(0); }), "# Q RT9");
+    EXPECT_EQ(SentBy([&] { driver->tracking.ChooseRate(4); }), "") << "custom rates are for their button alone";
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateCustom.FireClick(); }), "RR-0.50000");
+    for (const ChoiceRow& row :
+         {ChoiceRow{3, &frmHandBox::btnRateSolar, "RT3 Q RT1"}, ChoiceRow{2, &frmHandBox::btnRateLunar, "RT3 Q RT0"},
+          ChoiceRow{1, &frmHandBox::btnRateSidereal, "RT3 Q RT3 RT2"},
+          ChoiceRow{0, &frmHandBox::btnRateZero, "# Q RT9"}}) {
+        EXPECT_EQ(SentBy([&] { driver->tracking.ChooseRate(row.rate); }), row.sent) << row.rate;
+        EXPECT_EQ(SentBy([&] { (HandBox().*row.button).FireClick(); }), row.sent) << row.rate;
+    }
 }
 
 TEST_F(HandBoxRates, ButtonsWithTheKingRate_SwitchItOnFirst) {
@@ -129,10 +139,10 @@ TEST_F(HandBoxRates, ButtonsOfAMountWithoutTheKingRate_DoNotNameIt) {
 TEST_F(HandBoxRates, SiderealButton_LeavesAClientTheKingRateThatItAskedFor) {
     driver->state.g_bKingRateEnabled = true;
     telescope_->TrackingRate(3);
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT8 Q RT8 RT2");
+    EXPECT_EQ(SentBy([&] { driver->tracking.ChooseRate(1); }), "RT8 Q RT8 RT2");
     EXPECT_EQ(telescope_->TrackingRate(), 3);
     telescope_->TrackingRate(1);
-    EXPECT_EQ(SentBy([&] { driver->panel.RestoreTrackingRate(1); }), "RT8 Q RT2");
+    EXPECT_EQ(SentBy([&] { driver->tracking.ChooseRate(1); }), "RT8 Q RT2");
     EXPECT_EQ(telescope_->TrackingRate(), 0);
 }
 

@@ -220,7 +220,7 @@ void FirmwareSteps::ReadFirstPicture() {
     }
     const std::string& status = state_.g_sStatus;
     if (status.size() > 2 && status[0] != 'P' && status[1] != '9') {
-        needs_.panel.SetKingRateState();
+        needs_.setKingRateState();
     }
 }
 
