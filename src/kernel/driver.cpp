@@ -24,8 +24,7 @@ Driver::Driver(Platform platform)
       alarmFilter(counters),
       waits(platform_.clock, platform_.pump),
       door(waits, log, state),
-      handBox(platform_.pump),
-      statusWindow(platform_.pump),
+      windows(platform_.pump),
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
       sites(SitesNeeds{persist, log, ledger}),
       logPanel(LogPanelNeeds{
@@ -147,14 +146,7 @@ Driver::Driver(Platform platform)
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
           .checkForUpdate = [] {},
-          .unloadWindows =
-              [this] {
-                  handBox.Unload();
-                  initialSetup.Unload();
-                  setupFocuser.Unload();
-                  rcalSyncWarningForm.Unload();
-                  logWindow.Unload();
-              },
+          .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
       }),
       driverCommands(DriverCommandsNeeds{

@@ -6,14 +6,7 @@
 #include "catalogue/ks_mount.h"
 #include "commands/driver_commands.h"
 #include "focuser/focuser.h"
-#include "forms/frm_ask_abort_slew.h"
-#include "forms/frm_hand_box.h"
-#include "forms/frm_init_mount.h"
-#include "forms/frm_initial_setup.h"
-#include "forms/frm_log_window.h"
-#include "forms/frm_rcal_sync_warning.h"
-#include "forms/frm_setup_focuser.h"
-#include "forms/frm_status.h"
+#include "forms/windows.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -75,14 +68,15 @@ public:
     AlarmFilter alarmFilter;
     Waits waits;
     StopDoor door;
-    frmHandBox handBox;
-    frmStatus statusWindow;
-    frmLogWindow logWindow;
-    frmInitialSetup initialSetup;
-    frmInitMount initMount;
-    frmSetupFocuser setupFocuser;
-    frmRcalSyncWarning rcalSyncWarningForm;
-    frmAskAbortSlew askAbortSlew;
+    Windows windows;
+    frmHandBox& handBox = windows.handBox;
+    frmStatus& statusWindow = windows.statusWindow;
+    frmLogWindow& logWindow = windows.logWindow;
+    frmInitialSetup& initialSetup = windows.initialSetup;
+    frmInitMount& initMount = windows.initMount;
+    frmSetupFocuser& setupFocuser = windows.setupFocuser;
+    frmRcalSyncWarning& rcalSyncWarningForm = windows.rcalSyncWarning;
+    frmAskAbortSlew& askAbortSlew = windows.askAbortSlew;
     Persist persist;
     Sites sites;
     LogPanel logPanel;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <array>
+
+#include "forms/frm_ask_abort_slew.h"
+#include "forms/frm_hand_box.h"
+#include "forms/frm_init_mount.h"
+#include "forms/frm_initial_setup.h"
+#include "forms/frm_log_window.h"
+#include "forms/frm_rcal_sync_warning.h"
+#include "forms/frm_setup_focuser.h"
+#include "forms/frm_status.h"
+
+namespace kestrane {
+
+/// All windows of the driver. It owns them, and each lives as long as it does, loaded or not. `pump` outlives it. Logic
+/// thread only.
+class Windows {
+public:
+    explicit Windows(MessagePump& pump) : handBox(pump), statusWindow(pump) {}
+
+    frmHandBox handBox;
+    frmStatus statusWindow;
+    frmLogWindow logWindow;
+    frmInitialSetup initialSetup;
+    frmInitMount initMount;
+    frmSetupFocuser setupFocuser;
+    frmRcalSyncWarning rcalSyncWarning;
+    frmAskAbortSlew askAbortSlew;
+
+    /// In the order in which they were made.
+    std::array<Form*, 8> All() {
+        return {&handBox,   &statusWindow, &logWindow,       &initialSetup,
+                &initMount, &setupFocuser, &rcalSyncWarning, &askAbortSlew};
+    }
+
+    /// What the end of the driver does to the windows: unloads, in this order, those that are loaded of the hand box,
+    /// the setup, the setup of the focuser, the warning about syncs and the log window. The status window, the
+    /// initialisation of the mount and the question about a slew stay as they are and end with the process.
+    void UnloadAtShutdown() {
+        for (Form* form : std::array<Form*, 5>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow}) {
+            form->Unload();
+        }
+    }
+};
+
+}  // namespace kestrane

@@ -1,0 +1,94 @@
+#include "forms/windows.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/virtual_clock.h"
+#include "support/virtual_pump.h"
+
+namespace kestrane {
+namespace {
+
+/// The windows that the headers of the folder declare, by class; a window bears the name of its class.
+std::vector<std::string> DeclaredWindows() {
+    std::vector<std::string> names;
+    for (const auto& file : std::filesystem::directory_iterator(KESTRANE_FORMS)) {
+        if (file.path().extension() != ".h") {
+            continue;
+        }
+        std::ifstream stream(file.path());
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const std::regex declaration(R"((?:class|struct) (\w+)(?: final)? : (?:public )?Form\b)");
+        for (std::sregex_iterator each(text.begin(), text.end(), declaration), end; each != end; ++each) {
+            names.push_back((*each)[1]);
+        }
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+class WindowsTest : public testing::Test {
+protected:
+    std::vector<std::string> NamesOf(bool (*chosen)(const Form&)) {
+        std::vector<std::string> names;
+        for (const Form* form : windows.All()) {
+            if (chosen(*form)) {
+                names.push_back(form->Name());
+            }
+        }
+        std::ranges::sort(names);
+        return names;
+    }
+    void LoadAll() {
+        for (Form* form : windows.All()) {
+            form->EnsureLoaded();
+            form->OnUnload([this, form] { unloaded.push_back(form->Name()); });
+        }
+    }
+
+    VirtualClock clock;
+    VirtualPump pump{clock};
+    Windows windows{pump};
+    std::vector<std::string> unloaded;
+};
+
+const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSetupFocuser", "frmRcalSyncWarning",
+                                        "frmLogWindow"};
+
+TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
+    const std::vector<std::string> declared = DeclaredWindows();
+    EXPECT_GE(declared.size(), 8U);
+    EXPECT_EQ(NamesOf([](const Form&) { return true; }), declared);
+}
+
+TEST_F(WindowsTest, NoWindowIsLoadedAtFirst) {
+    EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }), std::vector<std::string>{});
+}
+
+TEST_F(WindowsTest, Shutdown_UnloadsFiveWindowsInTheirOrder) {
+    LoadAll();
+    windows.UnloadAtShutdown();
+    EXPECT_EQ(unloaded, kInOrder);
+    EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }),
+              (std::vector<std::string>{"frmAskAbortSlew", "frmInitMount", "frmStatus"}));
+}
+
+TEST_F(WindowsTest, Shutdown_PassesOverWindowsThatAreNotLoaded) {
+    LoadAll();
+    windows.initialSetup.Unload();
+    windows.logWindow.Unload();
+    unloaded.clear();
+    windows.UnloadAtShutdown();
+    EXPECT_EQ(unloaded, (std::vector<std::string>{"frmHandBox", "frmSetupFocuser", "frmRcalSyncWarning"}));
+    windows.UnloadAtShutdown();
+    EXPECT_EQ(unloaded.size(), 3U);
+}
+
+}  // namespace
+}  // namespace kestrane
