@@ -1,25 +1,10 @@
 #include "telescope/motion/tracking_operations.h"
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
-namespace {
-
-// Rates as the hand box numbers them.
-constexpr std::int16_t kOff = 0;
-constexpr std::int16_t kSidereal = 1;
-constexpr std::int16_t kLunar = 2;
-constexpr std::int16_t kSolar = 3;
-
-// Rates as clients number them.
-constexpr std::int32_t kTelescopeSidereal = 0;
-constexpr std::int32_t kTelescopeLunar = 1;
-constexpr std::int32_t kTelescopeSolar = 2;
-constexpr std::int32_t kTelescopeKing = 3;
-
-}  // namespace
-
 void TrackingOperations::SetKingRateState() {
     needs_.log.LogMessage("King Rate", LogLevel::Info,
                           "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
@@ -33,19 +18,20 @@ void TrackingOperations::SetKingRateState() {
 
 void TrackingOperations::ChooseRate(std::int16_t rate) {
     switch (rate) {
-        case kOff:
+        case displayed_rate::Off:
             StopTracking();
             break;
-        case kSidereal:
+        case displayed_rate::Sidereal:
             // Sidereal and King are one choice here, and the user's option tells which of them the mount follows. A
             // client that asked for the King rate goes on reading it.
-            StartTracking(state_.g_nTrackingRate == kTelescopeKing ? kTelescopeKing : kTelescopeSidereal);
+            StartTracking(state_.g_nTrackingRate == tracking_rate::King ? tracking_rate::King
+                                                                        : tracking_rate::Sidereal);
             break;
-        case kLunar:
-            StartTracking(kTelescopeLunar);
+        case displayed_rate::Lunar:
+            StartTracking(tracking_rate::Lunar);
             break;
-        case kSolar:
-            StartTracking(kTelescopeSolar);
+        case displayed_rate::Solar:
+            StartTracking(tracking_rate::Solar);
             break;
         default:
             break;
