@@ -13,6 +13,9 @@ endif()
 if(KESTRANE_SANITIZE)
   target_compile_options(kestrane_flags INTERFACE -fsanitize=${KESTRANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(kestrane_flags INTERFACE -fsanitize=${KESTRANE_SANITIZE})
+  if(KESTRANE_SANITIZE MATCHES address AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_definitions(kestrane_flags INTERFACE __SANITIZE_ADDRESS__=1)  # as GCC says it to the code
+  endif()
 endif()
 if(KESTRANE_SANITIZE MATCHES thread AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Asio's memory fences, which this sanitizer cannot see; what they order is ordered by mutexes too.

@@ -5,6 +5,7 @@
 #include <malloc.h>
 #include <random>
 
+#include "driver/long_runs/run_length.h"
 #include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
@@ -15,15 +16,13 @@ namespace {
 constexpr std::uint32_t kSeed = 20241103;
 constexpr std::int64_t kSecond = 1'000;
 constexpr std::int64_t kMinute = 60 * kSecond;
-// Cycles of ten minutes. Under the sanitizers, which look for other faults and take ten times as long, a tenth of them.
+// Cycles of ten minutes.
+const int kCycles = RunLength(60);
+const int kCyclesByDistance = RunLength(12);
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kHeapIsCounted = false;
-constexpr int kCycles = 6;
-constexpr int kCyclesByDistance = 2;
 #else
 constexpr bool kHeapIsCounted = true;
-constexpr int kCycles = 60;
-constexpr int kCyclesByDistance = 12;
 #endif
 constexpr std::int64_t kCycle = 10 * kMinute;
 constexpr std::int64_t kStorm = 7 * kMinute;

@@ -6,18 +6,14 @@
 #include <random>
 #include <sstream>
 
+#include "driver/long_runs/run_length.h"
 #include "driver/long_runs/slew_world.h"
 #include "simulator/geometry.h"
 
 namespace kestrane {
 namespace {
 
-// Under the sanitizers, which look for other faults, a tenth of them.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int kThousand = 100;
-#else
-constexpr int kThousand = 1'000;
-#endif
+const int kThousand = RunLength(1'000);
 constexpr int kSlewsOfOneDriver = 50;
 constexpr std::uint32_t kSeed = 20260117;
 constexpr double kArrivedDegrees = 0.02;

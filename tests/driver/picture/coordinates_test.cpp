@@ -100,7 +100,8 @@ TEST_F(CoordinatesTest, LinkCheck_IsMadeByTheMembersThatSayWhereTheMountPoints_A
     };
     const auto expect = [&](std::uint32_t error) {
         for (const auto& [member, call] : checked) {
-            EXPECT_EQ(WireOf([&] { EXPECT_EQ(ErrorOf(call), error) << member; }), "") << member;
+            EXPECT_EQ(WireOf([&, &call = call, &member = member] { EXPECT_EQ(ErrorOf(call), error) << member; }), "")
+                << member;
         }
         for (const auto& [member, call] : unchecked) {
             EXPECT_EQ(ErrorOf(call), 0U) << member;
@@ -121,7 +122,7 @@ TEST_F(CoordinatesTest, SideOfPier_IsToldAndLoggedByName) {
     for (const auto& [side, name] : {std::pair{0, "East"}, {1, "West"}, {-1, "Unknown"}, {2, "Unknown"}}) {
         driver->state.g_nSideOfPier = static_cast<std::int16_t>(side);
         log.clear();
-        EXPECT_EQ(WireOf([&] { EXPECT_EQ(telescope->SideOfPier(), side); }), "");
+        EXPECT_EQ(WireOf([&, side = side] { EXPECT_EQ(telescope->SideOfPier(), side); }), "");
         EXPECT_TRUE(LoggedAs("ASCOM", 0, "GET SideOfPier = " + std::string(name)));
     }
 }

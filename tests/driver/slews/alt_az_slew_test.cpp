@@ -109,7 +109,9 @@ TEST_F(AltAzTargetTest, Azimuth_HasThreeDigitsOfDegrees) {
 
 TEST_F(AltAzTargetTest, PlaceThatIsNone_IsRefused_WithTheFlagsDown) {
     for (const auto& [azimuth, altitude] : {std::pair{-0.1, 45.0}, {360.1, 45.0}, {10.0, 90.1}, {10.0, -90.1}}) {
-        EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAz(azimuth, altitude); }), "# Q RT9");
+        EXPECT_EQ(
+            MotionDuring([&, azimuth = azimuth, altitude = altitude] { telescope->SlewToAltAz(azimuth, altitude); }),
+            "# Q RT9");
         EXPECT_EQ(error, 0x80040405U);
         EXPECT_FALSE(driver->state.g_bSlewing);
         EXPECT_FALSE(driver->state.g_bMountSlewing);

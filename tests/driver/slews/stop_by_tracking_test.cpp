@@ -45,8 +45,8 @@ TEST_P(StopByTrackingTest, WriteDuringALeg_EndsTheSlewThere) {
     Telescope& other = OtherClient();
     std::int64_t stopped = 0;
     const When stop(
-        machine.pump, [&] { return InLeg(leg); },
-        [&] {
+        machine.pump, [&, leg = leg] { return InLeg(leg); },
+        [&, &write = write] {
             stopped = machine.clock.Elapsed();
             write.call(other, driver->handBox);
             EXPECT_FALSE(driver->state.g_bSafeSlewPending);

@@ -1,0 +1,63 @@
+# Precompiled headers (KESTRANE_PCH): what nearly every file of a kind includes is compiled once for the build and used by
+# all targets of that kind. A target's kind follows from the libraries that it links, so that no folder names it.
+#
+# A convenience of builds that are made often: a header must hold by itself, and warnings are silent in headers that are
+# read this way. So release and bench are built without.
+
+set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>
+    <functional> <limits> <map> <memory> <mutex> <optional> <set> <span> <sstream> <stdexcept> <string> <string_view>
+    <system_error> <thread> <utility> <variant> <vector>)
+set(KESTRANE_PCH_BOOST <boost/asio/io_context.hpp> <boost/asio/ip/tcp.hpp> <boost/asio/ip/udp.hpp>
+    <boost/asio/steady_timer.hpp> <boost/asio/write.hpp> <boost/beast/core.hpp> <boost/beast/http.hpp> <boost/json.hpp>)
+set(KESTRANE_PCH_TEST <gtest/gtest.h>)
+set(KESTRANE_PCH_DRIVER <support/driver_fixture.h>)
+
+# The headers of a kind, a list of STANDARD, BOOST, TEST, DRIVER, compiled with these libraries; made once.
+function(kestrane_precompiled_kind name kind libraries)
+  if(TARGET ${name})
+    return()
+  endif()
+  set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
+  if(NOT EXISTS ${source})
+    file(WRITE ${source} "")
+  endif()
+  add_library(${name} OBJECT ${source})
+  target_link_libraries(${name} PRIVATE kestrane_flags ${libraries})
+  foreach(headers IN LISTS kind)
+    target_precompile_headers(${name} PRIVATE ${KESTRANE_PCH_${headers}})
+  endforeach()
+endfunction()
+
+# kestrane_precompile(FOLDER): to be called when all targets below the folder are there.
+function(kestrane_precompile folder)
+  kestrane_targets_below(${folder} targets)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    if(NOT type MATCHES "^(EXECUTABLE|STATIC_LIBRARY|OBJECT_LIBRARY)$")
+      continue()
+    endif()
+    kestrane_libraries_of(${target} libraries)
+    set(kind STANDARD)
+    set(name kestrane_pch)
+    set(needed "")
+    if(Boost::headers IN_LIST libraries)
+      list(APPEND kind BOOST)
+      string(APPEND name _boost)
+      list(APPEND needed Boost::headers)
+    endif()
+    if(GTest::gtest IN_LIST libraries)
+      list(APPEND kind TEST)
+      string(APPEND name _test)
+      list(APPEND needed GTest::gtest)
+      if(kestrane_kernel IN_LIST libraries AND kestrane_test_support IN_LIST libraries)
+        list(APPEND kind DRIVER)
+        string(APPEND name _driver)
+        list(APPEND needed kestrane_kernel kestrane_test_support)
+      endif()
+    endif()
+    kestrane_precompiled_kind(${name} "${kind}" "${needed}")
+    target_precompile_headers(${target} REUSE_FROM ${name})
+    # So that ccache sees which precompiled header a file was compiled with.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+  endforeach()
+endfunction()

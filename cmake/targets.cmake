@@ -1,0 +1,32 @@
+# Looking at targets that other files have made.
+
+# The libraries that a target is built with, as far as they are targets, in `result`.
+function(kestrane_libraries_of target result)
+  set(found "")
+  set(open ${target})
+  while(open)
+    list(POP_FRONT open next)
+    foreach(property LINK_LIBRARIES INTERFACE_LINK_LIBRARIES)
+      get_target_property(libraries ${next} ${property})
+      foreach(library IN LISTS libraries)
+        string(REGEX REPLACE "^\\$<LINK_ONLY:(.*)>$" "\\1" library "${library}")
+        if(TARGET "${library}" AND NOT library IN_LIST found)
+          list(APPEND found ${library})
+          list(APPEND open ${library})
+        endif()
+      endforeach()
+    endforeach()
+  endwhile()
+  set(${result} ${found} PARENT_SCOPE)
+endfunction()
+
+# All targets of the folder and of those below it, in `result`.
+function(kestrane_targets_below folder result)
+  get_property(found DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
+  get_property(below DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
+  foreach(subfolder IN LISTS below)
+    kestrane_targets_below(${subfolder} more)
+    list(APPEND found ${more})
+  endforeach()
+  set(${result} ${found} PARENT_SCOPE)
+endfunction()

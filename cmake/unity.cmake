@@ -1,0 +1,50 @@
+# Unity builds of test programs (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than half
+# the time, since most of a test file is the same templates again. What they have in anonymous namespaces then meets: no
+# two test files of a folder give different things the same name. Where that is asked too much, a file stays alone with
+#
+#     set_source_files_properties(some_test.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+#
+# The files written here name the sources by their path under tests/, so that ccache knows them in another clone.
+
+set(KESTRANE_FILES_OF_A_UNIT 6)
+
+# kestrane_unite(FOLDER): to be called when all targets below the folder are there.
+function(kestrane_unite folder)
+  kestrane_targets_below(${folder} targets)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    get_target_property(libraries ${target} LINK_LIBRARIES)
+    if(type STREQUAL "EXECUTABLE" AND "GTest::gtest_main" IN_LIST libraries)
+      kestrane_unite_program(${target} ${folder})
+    endif()
+  endforeach()
+endfunction()
+
+function(kestrane_unite_program target folder)
+  get_target_property(sources ${target} SOURCES)
+  get_target_property(source_folder ${target} SOURCE_DIR)
+  set(units "")
+  foreach(source IN LISTS sources)
+    cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${source_folder} NORMALIZE)
+    get_source_file_property(alone ${source} TARGET_DIRECTORY ${target} SKIP_UNITY_BUILD_INCLUSION)
+    if(alone)
+      list(APPEND units ${source})
+      continue()
+    endif()
+    cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${folder} OUTPUT_VARIABLE path)
+    cmake_path(GET path PARENT_PATH name)
+    string(REPLACE "/" "_" name "${name}")
+    math(EXPR number "0${count_${name}} / ${KESTRANE_FILES_OF_A_UNIT}")
+    math(EXPR count_${name} "0${count_${name}} + 1")
+    set(unit ${PROJECT_BINARY_DIR}/unity/${target}/${name}_${number}.cpp)
+    string(APPEND text_of_${unit} "#include \"${path}\"\n")
+    list(APPEND units ${unit})
+  endforeach()
+  list(REMOVE_DUPLICATES units)
+  foreach(unit IN LISTS units)
+    if(DEFINED text_of_${unit})
+      file(CONFIGURE OUTPUT ${unit} CONTENT "${text_of_${unit}}" @ONLY)
+    endif()
+  endforeach()
+  set_target_properties(${target} PROPERTIES SOURCES "${units}")
+endfunction()
