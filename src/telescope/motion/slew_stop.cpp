@@ -41,7 +41,7 @@ void Telescope::AbortSlewDriver() {
 }
 
 void StopSteps::StopMotion(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "telescope_.AbortSlew()");
+    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     if (state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
         SendStopPair();
@@ -52,7 +52,7 @@ void StopSteps::StopMotion(std::string_view origin) {
 /// The axes that `MoveAxis` of any client runs. The tracking from before them takes the place of the custom rates,
 /// which the stop has cleared in the mount. A slew or a park that came later ends as by any stop.
 void StopSteps::StopAxes(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "telescope_.AbortSlew()");
+    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     SendStopPair();
     needs_.axisMotions.EndAll();

@@ -51,7 +51,7 @@ TEST_F(AxisStopTest, Abort_EndsTheAxesOfTheClientItself) {
     telescope->MoveAxis(1, -0.5);
     EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), kStopAndTrack);
     EXPECT_TRUE(telescope->Tracking());
-    EXPECT_TRUE(Logged("AbortSlew()"));
+    EXPECT_TRUE(LoggedAs("ASCOM", 0, "AbortSlew()"));
     ExpectAtRest();
 }
 
