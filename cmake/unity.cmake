@@ -47,4 +47,6 @@ function(kestrane_unite_program target folder)
     endif()
   endforeach()
   set_target_properties(${target} PROPERTIES SOURCES "${units}")
+  # A local name may well be the name of something in another file of the unit.
+  target_compile_options(${target} PRIVATE $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wno-shadow>)
 endfunction()

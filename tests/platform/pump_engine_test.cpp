@@ -22,11 +22,11 @@ TEST_P(PumpTest, Pump_RunsCallsInTheOrderOfTheirPosting) {
     PostNote("a");
     PostNote("b", WaitsLong);
     PostNote("c");
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"a", "b", "c"}));
+    EXPECT_EQ(Taken(), (Texts{"a", "b", "c"}));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
 }
 
 TEST_P(PumpTest, Pump_LeavesWhatArrivesMeanwhileToTheNextPump) {
@@ -36,9 +36,9 @@ TEST_P(PumpTest, Pump_LeavesWhatArrivesMeanwhileToTheNextPump) {
     });
     PostNote("b");
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"a", "b"}));
+    EXPECT_EQ(Taken(), (Texts{"a", "b"}));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"late"}));
+    EXPECT_EQ(Taken(), (Texts{"late"}));
 }
 
 TEST_P(PumpTest, NestedPump_RunsWhatTheOuterOneHasNotReachedYet) {
@@ -50,7 +50,7 @@ TEST_P(PumpTest, NestedPump_RunsWhatTheOuterOneHasNotReachedYet) {
     });
     PostNote("b");
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"begin", "b", "inner", "end"}));
+    EXPECT_EQ(Taken(), (Texts{"begin", "b", "inner", "end"}));
 }
 
 TEST_P(PumpTest, Pump_EndsThoughEachCallPostsAnother) {
@@ -68,9 +68,9 @@ TEST_P(PumpTest, Pump_StartsNothingThatFallsDueWhileItRuns) {
     const auto timer = StartTimer(50, Notes("tick"));
     pump_.Post(Brief, [this] { Advance(100); });
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{"tick"});
+    EXPECT_EQ(Taken(), Texts{"tick"});
 }
 
 TEST_P(PumpTest, TicksAndCalls_RunInTheOrderInWhichTheyFellDue) {
@@ -81,7 +81,7 @@ TEST_P(PumpTest, TicksAndCalls_RunInTheOrderInWhichTheyFellDue) {
     Advance(10);
     PostNote("at 25");
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"quick", "at 15", "slow", "at 25"}));
+    EXPECT_EQ(Taken(), (Texts{"quick", "at 15", "slow", "at 25"}));
 }
 
 TEST_P(PumpTest, TicksAndCalls_DueAtOneTime_RunInTheOrderOfTheirCreation) {
@@ -91,7 +91,7 @@ TEST_P(PumpTest, TicksAndCalls_DueAtOneTime_RunInTheOrderOfTheirCreation) {
     PostNote("call");
     const auto third = StartTimer(10, Notes("third"));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"first", "second", "call"}));
+    EXPECT_EQ(Taken(), (Texts{"first", "second", "call"}));
 }
 
 TEST_P(PumpTest, NextDue_IsWhenTheEarliestCallOrTickFallsDue) {
@@ -114,8 +114,8 @@ TEST_P(PumpTest, ExceptionOfACall_IsReportedAndTheNextCallsRun) {
     PostNote("next");
     PostNote("long", WaitsLong);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"next", "long"}));
-    EXPECT_EQ(TakenFaults(), Sequence{"broken"});
+    EXPECT_EQ(Taken(), (Texts{"next", "long"}));
+    EXPECT_EQ(TakenFaults(), Texts{"broken"});
 }
 
 TEST_P(PumpTest, ExceptionOfANestedCall_DoesNotReachTheCallThatPumps) {
@@ -125,8 +125,8 @@ TEST_P(PumpTest, ExceptionOfANestedCall_DoesNotReachTheCallThatPumps) {
         Note("goes on");
     });
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"goes on"}));
-    EXPECT_EQ(TakenFaults(), Sequence{"inner"});
+    EXPECT_EQ(Taken(), (Texts{"goes on"}));
+    EXPECT_EQ(TakenFaults(), Texts{"inner"});
 }
 
 TEST_P(PumpTest, ExceptionOfATick_LeavesTheTimerRunning) {
@@ -135,7 +135,7 @@ TEST_P(PumpTest, ExceptionOfATick_LeavesTheTimerRunning) {
     pump_.PumpMessages();
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(TakenFaults(), (Sequence{"tick", "tick"}));
+    EXPECT_EQ(TakenFaults(), (Texts{"tick", "tick"}));
 }
 
 // Nesting ----------------------------------------------------------------------------------------------------------
@@ -204,9 +204,9 @@ TEST_P(PumpTest, LongCall_HeldBack_IsOvertakenByBriefOnes) {
         Note("end");
     });
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"brief", "end"}));
+    EXPECT_EQ(Taken(), (Texts{"brief", "end"}));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"long"}));
+    EXPECT_EQ(Taken(), (Texts{"long"}));
 }
 
 TEST_P(PumpTest, LongCall_InsideALongOne_KeepsItsPlace) {
@@ -217,7 +217,7 @@ TEST_P(PumpTest, LongCall_InsideALongOne_KeepsItsPlace) {
         Note("end");
     });
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"long", "brief", "end"}));
+    EXPECT_EQ(Taken(), (Texts{"long", "brief", "end"}));
 }
 
 TEST_P(PumpTest, LongCall_HeldBackByABriefOneInsideALongOne_StartsInTheNextPumpOfTheLongOne) {
@@ -232,7 +232,7 @@ TEST_P(PumpTest, LongCall_HeldBackByABriefOneInsideALongOne_StartsInTheNextPumpO
         Note("outer");
     });
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"brief", "long", "outer"}));
+    EXPECT_EQ(Taken(), (Texts{"brief", "long", "outer"}));
 }
 
 TEST_P(PumpTest, Tick_CountsAsABriefCall) {
@@ -243,7 +243,7 @@ TEST_P(PumpTest, Tick_CountsAsABriefCall) {
     });
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"brief"}));
+    EXPECT_EQ(Taken(), (Texts{"brief"}));
 }
 
 TEST_P(PumpTest, Nesting_StopsAtItsLimitAndTheRestWaits) {
@@ -296,7 +296,7 @@ TEST_P(PumpTest, Stop_OvertakesCallsAndTicks) {
     Advance(10);
     PostNote("stop", Stop);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"stop", "call", "tick"}));
+    EXPECT_EQ(Taken(), (Texts{"stop", "call", "tick"}));
 }
 
 TEST_P(PumpTest, PumpStops_RunsStopsAndNothingElse) {
@@ -306,17 +306,17 @@ TEST_P(PumpTest, PumpStops_RunsStopsAndNothingElse) {
     PostNote("stop 1", Stop);
     PostNote("stop 2", Stop);
     pump_.PumpStops();
-    EXPECT_EQ(Taken(), (Sequence{"stop 1", "stop 2"}));
+    EXPECT_EQ(Taken(), (Texts{"stop 1", "stop 2"}));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick", "call"}));
+    EXPECT_EQ(Taken(), (Texts{"tick", "call"}));
 }
 
 TEST_P(PumpTest, PumpStops_LeavesAStopThatIsPostedMeanwhileToTheNextPump) {
     pump_.Post(Stop, [this] { PostNote("second", Stop); });
     pump_.PumpStops();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     pump_.PumpStops();
-    EXPECT_EQ(Taken(), Sequence{"second"});
+    EXPECT_EQ(Taken(), Texts{"second"});
 }
 
 TEST_P(PumpTest, CallThatAStopHasOvertaken_KnowsIt) {
@@ -328,7 +328,7 @@ TEST_P(PumpTest, CallThatAStopHasOvertaken_KnowsIt) {
     pump_.Post(Stop, ask("stop"));
     pump_.Post(Brief, ask("after"));
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"stop free", "before overtaken", "after free"}));
+    EXPECT_EQ(Taken(), (Texts{"stop free", "before overtaken", "after free"}));
     EXPECT_FALSE(pump_.OvertakenByStop());
 }
 
@@ -337,10 +337,10 @@ TEST_P(PumpTest, CallThatAStopHasOvertaken_KnowsItInALaterPumpToo) {
     pump_.Post(Brief, ask);
     PostNote("stop", Stop);
     pump_.PumpStops();
-    EXPECT_EQ(Taken(), Sequence{"stop"});
+    EXPECT_EQ(Taken(), Texts{"stop"});
     pump_.Post(Brief, ask);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"overtaken", "free"}));
+    EXPECT_EQ(Taken(), (Texts{"overtaken", "free"}));
 }
 
 TEST_P(PumpTest, CallOrTickThatAStopHasEntered_KnowsIt_AndTheNextIsFree) {
@@ -350,7 +350,7 @@ TEST_P(PumpTest, CallOrTickThatAStopHasEntered_KnowsIt_AndTheNextIsFree) {
         pump_.PumpStops();
         Note(pump_.OvertakenByStop() ? "overtaken" : "free");
     };
-    const Sequence freeUntilTheStop{"free", "stop", "overtaken"};
+    const Texts freeUntilTheStop{"free", "stop", "overtaken"};
     pump_.Post(Brief, run);
     pump_.PumpMessages();
     EXPECT_EQ(Taken(), freeUntilTheStop);
@@ -367,7 +367,7 @@ TEST_P(PumpTest, CallOrTickThatAStopHasEntered_KnowsIt_AndTheNextIsFree) {
 TEST_P(PumpTest, RunUntil_RunsWhatWasPostedMeanwhile) {
     pump_.Post(Brief, [this] { PostNote("posted"); });
     RunFor(0);
-    EXPECT_EQ(Taken(), Sequence{"posted"});
+    EXPECT_EQ(Taken(), Texts{"posted"});
 }
 
 TEST_P(PumpTest, RunUntil_LeavesWhatFallsDueAfterItsEnd_ThoughACallHasRunOnPastIt) {
@@ -379,9 +379,9 @@ TEST_P(PumpTest, RunUntil_LeavesWhatFallsDueAfterItsEnd_ThoughACallHasRunOnPastI
         PostNote("stop after the end", Stop);
     });
     RunFor(20);
-    EXPECT_EQ(Taken(), Sequence{"due before the end"});
+    EXPECT_EQ(Taken(), Texts{"due before the end"});
     RunFor(0);
-    EXPECT_EQ(Taken(), (Sequence{"stop after the end", "due after the end", "posted after the end"}));
+    EXPECT_EQ(Taken(), (Texts{"stop after the end", "due after the end", "posted after the end"}));
 }
 
 TEST_P(PumpTest, RunUntil_EndsThoughATimerIsSlowerThanItsInterval) {
@@ -391,7 +391,7 @@ TEST_P(PumpTest, RunUntil_EndsThoughATimerIsSlowerThanItsInterval) {
     });
     Advance(10);
     RunFor(30);
-    EXPECT_EQ(Taken(), (Sequence{"tick", "tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick", "tick"}));
 }
 
 /// A pump whose time runs, each on its clock: the virtual one whenever the loop sleeps.

@@ -26,12 +26,12 @@ inline std::string NameOfClock(const testing::TestParamInfo<PumpClock>& info) {
     return info.param == PumpClock::Virtual ? "VirtualClock" : "RealClock";
 }
 
-using Sequence = std::vector<std::string>;
+using Texts = std::vector<std::string>;
 
 /// A pump whose time stands still until the test moves it: the real clock reads an injected time.
 class PumpTest : public testing::TestWithParam<PumpClock> {
 protected:
-    void TearDown() override { EXPECT_EQ(faults_, Sequence{}) << "a call or a tick has raised"; }
+    void TearDown() override { EXPECT_EQ(faults_, Texts{}) << "a call or a tick has raised"; }
 
     void Note(const std::string& what) { notes_.push_back(what); }
     std::function<void()> Notes(const std::string& what) {
@@ -53,9 +53,9 @@ protected:
     /// The outermost loop up to so many milliseconds from now. The calls must take that time themselves: a sleep moves
     /// the virtual clock, and no injected one.
     void RunFor(int ms) { pump_.RunUntil(In(ms)); }
-    Sequence Taken() { return std::exchange(notes_, {}); }
+    Texts Taken() { return std::exchange(notes_, {}); }
     /// What calls and ticks have raised; a test must take it.
-    Sequence TakenFaults() { return std::exchange(faults_, {}); }
+    Texts TakenFaults() { return std::exchange(faults_, {}); }
 
 private:
     PumpTime::TimePoint now_{};
@@ -63,8 +63,8 @@ private:
     VirtualPumpTime virtualTime_{virtualClock_};
     PosixPumpTime realTime_{[this] { return now_; }};
     PumpTime& time_ = GetParam() == PumpClock::Virtual ? static_cast<PumpTime&>(virtualTime_) : realTime_;
-    Sequence notes_;
-    Sequence faults_;
+    Texts notes_;
+    Texts faults_;
 
 protected:
     PumpEngine pump_{time_, [this](const std::exception_ptr& fault) {

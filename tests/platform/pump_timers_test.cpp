@@ -15,20 +15,20 @@ TEST_P(PumpTimerTest, Timer_IsMadeDisabled) {
     timer->SetInterval(10);
     Advance(100);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
 }
 
 TEST_P(PumpTimerTest, Timer_FiresWhenItsIntervalIsOverAndAgain) {
     const auto timer = StartTimer(10, Notes("tick"));
     Advance(9);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     Advance(1);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_ALittleLate_KeepsItsRhythm) {
@@ -37,33 +37,33 @@ TEST_P(PumpTimerTest, Timer_ALittleLate_KeepsItsRhythm) {
     pump_.PumpMessages();
     Advance(6);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick", "tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick", "tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_DueSeveralTimesWhileNobodyPumped_FiresOnce) {
     const auto timer = StartTimer(10, Notes("tick"));
     Advance(75);
-    EXPECT_EQ(Taken(), Sequence{}) << "time alone runs nothing";
+    EXPECT_EQ(Taken(), Texts{}) << "time alone runs nothing";
     pump_.PumpMessages();
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
     Advance(9);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     Advance(1);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_WithIntervalZero_NeverFires) {
     const auto timer = StartTimer(0, Notes("tick"));
     Advance(1000);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     timer->SetInterval(10);
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_IntervalChangedWhileEnabled_StartsAnew) {
@@ -72,10 +72,10 @@ TEST_P(PumpTimerTest, Timer_IntervalChangedWhileEnabled_StartsAnew) {
     timer->SetInterval(20);
     Advance(19);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     Advance(1);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_EnabledAgainWhileEnabled_KeepsItsTime) {
@@ -84,7 +84,7 @@ TEST_P(PumpTimerTest, Timer_EnabledAgainWhileEnabled_KeepsItsTime) {
     timer->SetEnabled(true);
     Advance(1);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_DisabledAndEnabled_StartsAnew) {
@@ -92,14 +92,14 @@ TEST_P(PumpTimerTest, Timer_DisabledAndEnabled_StartsAnew) {
     Advance(10);
     timer->SetEnabled(false);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     timer->SetEnabled(true);
     Advance(9);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
     Advance(1);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"tick"}));
+    EXPECT_EQ(Taken(), (Texts{"tick"}));
 }
 
 TEST_P(PumpTimerTest, Timer_DestroyedInItsOwnTick_EndsAndTheTickRunsOn) {
@@ -110,10 +110,10 @@ TEST_P(PumpTimerTest, Timer_DestroyedInItsOwnTick_EndsAndTheTickRunsOn) {
     });
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"a text"}));
+    EXPECT_EQ(Taken(), (Texts{"a text"}));
     Advance(100);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
 }
 
 TEST_P(PumpTimerTest, Timer_DestroyedByAnotherTickOfTheSamePump_DoesNotFire) {
@@ -122,7 +122,7 @@ TEST_P(PumpTimerTest, Timer_DestroyedByAnotherTickOfTheSamePump_DoesNotFire) {
     second = StartTimer(10, Notes("second"));
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), Sequence{});
+    EXPECT_EQ(Taken(), Texts{});
 }
 
 TEST_P(PumpTimerTest, Timer_FiresAgainInsideItsOwnTick_WhenThatPumps) {
@@ -141,7 +141,7 @@ TEST_P(PumpTimerTest, Timer_FiresAgainInsideItsOwnTick_WhenThatPumps) {
     });
     Advance(10);
     pump_.PumpMessages();
-    EXPECT_EQ(Taken(), (Sequence{"begin", "inner", "end"}));
+    EXPECT_EQ(Taken(), (Texts{"begin", "inner", "end"}));
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ struct FeatureRow {
 };
 
 // clang-format off
-const FeatureRow kRows[] = {
+const FeatureRow kFeatureRows[] = {
     {Controller_Type::VTRKC1, "VTRKC1", true,  true,  true,  false, ""},
     {Controller_Type::VTRKC2, "VTRKC2", true,  true,  true,  false, ""},
     {Controller_Type::VTRKC3, "VTRKC3", true,  true,  true,  false, ""},
@@ -52,7 +52,7 @@ class EachControllerTest : public ControllerFeaturesTest, public testing::WithPa
 
 TEST_P(EachControllerTest, AController_SetsItsFeatures_WhateverStoodBefore) {
     const FeatureRow& row = GetParam();
-    for (const FeatureRow& before : kRows) {
+    for (const FeatureRow& before : kFeatureRows) {
         SCOPED_TRACE(before.name);
         controller.Apply(before.controller, 9, 9);
         initialSetup.chkIPAddress.Checked(true);
@@ -74,7 +74,7 @@ TEST_P(EachControllerTest, AController_SetsItsFeatures_WhateverStoodBefore) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Controllers, EachControllerTest, testing::ValuesIn(kRows));
+INSTANTIATE_TEST_SUITE_P(Controllers, EachControllerTest, testing::ValuesIn(kFeatureRows));
 
 TEST_F(ControllerFeaturesTest, TheKingRate_ComesWithTheFirmwareOfTheFourthControllerOnly) {
     struct Row {

@@ -2,13 +2,12 @@
 #include <gtest/gtest.h>
 #include <utility>
 
+#include "driver/connection/connection_errors.h"
 #include "support/driver_fixture.h"
 #include "support/wire_transcript.h"
 
 namespace kestrane {
 namespace {
-
-constexpr std::uint32_t kNoMount = 0x80040402;
 
 /// What a connect takes from the settings and from the mount's replies.
 class ConnectSettingsTest : public DriverFixture {

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
+#include "driver/connection/connection_errors.h"
 #include "link/ascom_serial.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
 namespace {
-
-constexpr std::uint32_t kNoMount = 0x80040402;
 
 class ConnectionManagerTest : public DriverFixture {
 protected:

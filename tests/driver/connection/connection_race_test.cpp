@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
+#include "driver/connection/connection_errors.h"
 #include "link/ascom_serial.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::uint32_t kNoMount = 0x80040402;
 /// Within the pumping wait between the first two passes of a connect that meets silence.
 constexpr std::int64_t kBetweenPassesMs = 600;
 

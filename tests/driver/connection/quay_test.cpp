@@ -5,14 +5,13 @@
 #include <string_view>
 #include <utility>
 
+#include "driver/connection/connection_errors.h"
 #include "link/class_tcp_comm.h"
 #include "support/driver_fixture.h"
 #include "support/wire_transcript.h"
 
 namespace kestrane {
 namespace {
-
-constexpr std::uint32_t kNoMount = 0x80040402;
 
 /// A line with the companion on it, in front of the mount: says that it is there, unwraps what carries a number, and
 /// puts its head before the reply. Commands to itself it takes as done.

@@ -15,7 +15,7 @@ namespace {
 
 const int kThousand = RunLength(1'000);
 constexpr int kSlewsOfOneDriver = 50;
-constexpr std::uint32_t kSeed = 20260117;
+constexpr std::uint32_t kSlewSeed = 20260117;
 constexpr double kArrivedDegrees = 0.02;
 constexpr double kSameGotoHours = 0.01;
 constexpr double kFastDegreesPerSecond = 60;  // so that ten thousand slews take no night
@@ -23,7 +23,7 @@ constexpr double kFastDegreesPerSecond = 60;  // so that ten thousand slews take
 /// KESTRANE_SLEW_SEED in the environment, a number, brings other slews.
 std::uint32_t Seed() {
     const char* const given = std::getenv("KESTRANE_SLEW_SEED");
-    return given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : kSeed;
+    return given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : kSlewSeed;
 }
 
 enum class Call { Slew, SlewAsync, ToTarget, ToTargetAsync };

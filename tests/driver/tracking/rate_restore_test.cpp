@@ -31,15 +31,15 @@ protected:
 };
 
 TEST_F(RateRestoreTest, ARateOfTheClient_IsTakenUpAgain) {
-    struct Row {
+    struct RestoreRow {
         std::int32_t rate;
         const char* sent;
         const char* logged;
     };
     Connect({.asksStatus = false});
-    for (const Row& row : {Row{1, "RT3 Q RD0.0000 RT0", "Restoring tracking state = 2"},
-                           Row{2, "RT3 Q RD0.0000 RT1", "Restoring tracking state = 3"},
-                           Row{0, "RT3 Q RD0.0000 RT3 RT2", "Restoring tracking state = 1"}}) {
+    for (const RestoreRow& row : {RestoreRow{1, "RT3 Q RD0.0000 RT0", "Restoring tracking state = 2"},
+                                  RestoreRow{2, "RT3 Q RD0.0000 RT1", "Restoring tracking state = 3"},
+                                  RestoreRow{0, "RT3 Q RD0.0000 RT3 RT2", "Restoring tracking state = 1"}}) {
         telescope->TrackingRate(row.rate);
         log.clear();
         EXPECT_EQ(SentAfterSlew(), row.sent);

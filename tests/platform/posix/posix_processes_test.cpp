@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::uint32_t kChange = 1536;
 constexpr std::uint32_t kLook = 1024;
-constexpr int kLimitMs = 10000;
+constexpr int kPatienceMs = 10000;
 
 std::uint32_t IdOf(pid_t process) {
     return static_cast<std::uint32_t>(process);
@@ -133,7 +133,7 @@ protected:
     std::string Line() const {
         std::string line;
         pollfd descriptor{reader_, POLLIN, 0};
-        while (!line.ends_with('\n') && poll(&descriptor, 1, kLimitMs) > 0) {
+        while (!line.ends_with('\n') && poll(&descriptor, 1, kPatienceMs) > 0) {
             char letter = 0;
             if (::read(reader_, &letter, 1) == 1) {
                 line += letter;
@@ -174,7 +174,7 @@ TEST_F(StartTest, StartedProgram_LeavesNoZombie) {
     const pid_t process = std::stoi(StartScript("$$", ""));
     PosixClock clock;
     const Tick start = clock.GetTickCount();
-    while (kill(process, 0) == 0 && clock.GetTickCount() - start < kLimitMs) {
+    while (kill(process, 0) == 0 && clock.GetTickCount() - start < kPatienceMs) {
         clock.Sleep(1);
     }
     EXPECT_EQ(kill(process, 0), -1);
