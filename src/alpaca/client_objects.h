@@ -59,7 +59,7 @@ struct ClientObjectsNeeds {
 };
 
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release
-/// that leaves none ends the process, and so does a lease without any object; both only behind a shut gate, so that
+/// that leaves none ends the process, and so does a lease without any object; both only with the gate shut, so that
 /// no request is lost. Logic thread only; outlives every call that was posted for it.
 class ClientObjects {
 public:

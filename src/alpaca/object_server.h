@@ -19,7 +19,7 @@ struct ObjectServerNeeds {
     Clock& clock;
     DeviceFactory& devices;
     const RouteTable& routes;
-    std::function<void()> endProcess;  ///< on the logic thread, behind the shut gate
+    std::function<void()> endProcess;  ///< on the logic thread, with the gate shut
     ServerIdentity identity;
     std::filesystem::path deviceIdFile;
     LeaseTimes leases;

@@ -84,7 +84,7 @@ std::string FirmwareNamed(std::string_view name) {
     return std::string(name);
 }
 
-/// Where the mount is to start; each option that tells a part of it starts the mount unparked.
+/// Where the mount is to start; each option that gives a part of it starts the mount unparked.
 MountPointing& StartOf(Arguments& arguments) {
     arguments.mount.parkedAtPowerOn = false;
     if (!arguments.mount.start) {

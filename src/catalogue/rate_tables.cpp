@@ -81,7 +81,7 @@ void Append(MountRateCollection& collection, std::span<const RateRow> rows) {
     }
 }
 
-/// One value of each row, behind the empty slot 0.
+/// One value of each row, after the empty slot 0.
 template <typename Value, typename Get>
 std::vector<Value> ValuesFromOne(const std::vector<MountRateInstance>& rows, Get get) {
     std::vector<Value> values(1);

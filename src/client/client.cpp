@@ -161,7 +161,7 @@ void RunPlain(Session& session, std::string_view member, const std::string& word
     session.LetGo();
 }
 
-/// The devices of one server; an entry without devices when it does not tell them.
+/// The devices of one server; an entry without devices when it does not report them.
 json::array DevicesOf(const FoundServer& server, double seconds) {
     HttpConnection connection(server.host, server.port);
     HttpConnection::Request request;

@@ -20,7 +20,7 @@ struct Surroundings {
 
 enum class ExitCode : int { Done = 0, DeviceError = 1, Usage = 2, Unreachable = 3 };
 
-/// The whole program but for its process: reads the words (without the program's name), does it, tells of failures.
+/// The whole program but for its process: reads the words (without the program's name), does it, reports failures.
 ExitCode RunClient(std::span<const std::string> words, const Surroundings& surroundings);
 
 }  // namespace kestrane::client

@@ -24,7 +24,7 @@ Session::Session(const Arguments& theArguments, const Surroundings& theSurroundi
 
 void Session::EnsureConnected() {
     // A device that several clients share may read as connected while this one is not: a member that needs the
-    // connection tells.
+    // connection reports.
     const bool isTelescope = arguments.deviceType == "telescope";
     const bool isConnected =
         device.TryFlag("Connected").value_or(false) && device.TryGet(isTelescope ? "RightAscension" : "IsMoving");

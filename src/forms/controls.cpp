@@ -6,7 +6,7 @@
 namespace kestrane {
 namespace {
 
-/// The place at `at` or the nearest behind it where a character of UTF-8 begins. Text that is none is cut where it
+/// The place at `at` or the nearest after it where a character of UTF-8 begins. Text that is none is cut where it
 /// stands after at most three bytes.
 std::size_t CharacterBoundary(std::string_view text, std::size_t at) {
     constexpr std::size_t kMostFollowers = 3;

@@ -238,7 +238,7 @@ public:
     Timer tmrNorthStop{*this, "tmrNorthStop", pump_, 0, false};  ///< end of a pulse, its length
     Timer tmrSouthStop{*this, "tmrSouthStop", pump_, 0, false};  ///< end of a pulse, its length
     Timer tmrCalibratePulseGuide{*this, "tmrCalibratePulseGuide", pump_, 250, false};  ///< without an action
-    Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< tells of a new version in `lblMain`
+    Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< shows a new version in `lblMain`
 };
 
 /// While one lives, what changes in the controls of the hand box is the driver's own filling, and no setting is written

@@ -23,7 +23,7 @@ public:
     /// `origin` names the place for a reader of the code; it has no effect.
     virtual void SetParkStatus(std::string_view text, std::string_view origin) = 0;
     virtual void SetParkToolTip(std::string_view text) = 0;
-    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text tells it.
+    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text reports it.
     virtual void ShowTrackingRate(std::int16_t rate, bool corrected) = 0;
     /// Offers the custom rates while `g_bTracking` says that the mount tracks, and takes them back when not.
     virtual void EnableRateControls() = 0;
@@ -35,7 +35,7 @@ public:
     /// The mount was asked for its site and did not tell it: logged, and told in a message box unless `silent`.
     virtual void ShowNoMountSite(bool silent) = 0;
     virtual void UpdateErrorCounts() = 0;
-    /// One phase of the flash that tells of a slew.
+    /// One phase of the flash that shows a slew.
     virtual void SlewFlashDisplay() = 0;
     /// Lights or darkens the mark of a guide pulse: 0 north, 1 south, 2 east, 3 west, -1 all four; of the others, even
     /// ones north and south together, odd ones east and west.

@@ -34,7 +34,7 @@ std::uint32_t SetProcessPriority(Processes& processes, std::uint64_t window, std
                                  std::uint32_t priorityClass);
 
 /// Applies the entry of the priority list, 0 "High" to 4 "Low". "Normal" passes 527, a number that no system takes
-/// as a class, so that choosing it leaves the priority as it was: wanted. Any other index passes 0.
+/// as a class, so that choosing it leaves the priority as it was (intentional). Any other index passes 0.
 void ApplyWindowsPriority(Processes& processes, int index);
 
 }  // namespace kestrane

@@ -246,7 +246,7 @@ void ConnectionManager::ReadMountForm() {
 }
 
 /// The link is left as it is. The close below runs although this client was never counted: it takes one count from
-/// an earlier client if there is one. Wanted.
+/// an earlier client if there is one. Intentional.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
     needs_.log.LogMessage("OpenConnection", LogLevel::Error,
                           "OpenConnection Failed. No response from COM" + opening.portText);

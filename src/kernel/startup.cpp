@@ -15,7 +15,7 @@ struct DeviceIdentity {
 };
 
 constexpr DeviceIdentity kTelescope{"Telescope", "KestraneV2.Telescope",
-                                    "'Kestrane VTR V2 Mount"};  // the leading apostrophe is wanted
+                                    "'Kestrane VTR V2 Mount"};  // intentional: the leading apostrophe
 constexpr DeviceIdentity kFocuser{"Focuser", "KestraneV2.Focuser", "Kestrane VTR V2 Focuser"};
 
 void RegisterDevice(Profile& profile, const DeviceIdentity& identity) {

@@ -59,7 +59,7 @@ void classSerial::Connected(bool connect) {
     }
 }
 
-/// What the object raises while it opens is for the caller: it tells a client more than a port that stays closed.
+/// What the object raises while it opens is for the caller: it says more to a client than a port that stays closed.
 void classSerial::OpenSerialObject() {
     ResumeNext errors{needs_.ledger, "classSerial.Connected"};
     errors.Step([&] { serialObject_->Port(port_); });

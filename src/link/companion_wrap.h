@@ -23,7 +23,7 @@ struct CompanionReply {
     bool fromCompanion = false;  ///< the reply has the companion's head
     bool hasNumber = false;
     std::string number;  ///< text of the sequence number, as it came
-    std::string result;  ///< what stands behind it to the end, "#" included; the whole of a reply without the head
+    std::string result;  ///< what stands after it to the end, "#" included; the whole of a reply without the head
 };
 
 CompanionReply SplitCompanionReply(std::string_view reply);

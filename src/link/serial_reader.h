@@ -14,7 +14,7 @@ namespace kestrane {
 /// Timed reads of one serial line. Every limit is for the whole read, in milliseconds from its start, however many
 /// bytes dribble in meanwhile: a line that never stops sending holds a read for its limit and at most one byte more. A
 /// limit of 0 or below takes what is there. A read that has `kMostBytes` ends as at its limit, so that a flood takes no
-/// more memory than that. Nothing is lost between reads: bytes that came behind a terminator stand first in the next
+/// more memory than that. Nothing is lost between reads: bytes that came after a terminator stand first in the next
 /// read. Nothing raises, nothing pumps.
 class SerialReader {
 public:

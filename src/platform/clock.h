@@ -5,7 +5,7 @@
 namespace kestrane {
 
 /// A reading of the millisecond tick counter: signed 32 bits, wrapping about every 49.7 days. Two ticks are never
-/// compared by value; their difference, taken modulo 2^32, tells the time between them (up to 24.8 days).
+/// compared by value; their difference, taken modulo 2^32, is the time between them (up to 24.8 days).
 struct Tick {
     std::int32_t value = 0;
 

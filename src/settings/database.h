@@ -48,7 +48,7 @@ struct DatabaseNeeds {
 ///
 /// Every member that returns a flag returns false on a failure, which is noted in the ledger and told nobody else;
 /// `TryDeleteSetting` is the exception. With no file open all of them fail. Where false has other reasons too,
-/// `Answered` tells. Logic thread only.
+/// `Answered` reports. Logic thread only.
 class Database {
 public:
     static constexpr std::string_view kFileName = "Settings.ksdb";

@@ -14,7 +14,7 @@ namespace kestrane {
 std::string ReadLegacyValue(const std::filesystem::path& file, std::string_view section, std::string_view key,
                             std::string_view fallback);
 
-/// All "name=value" lines, trimmed, each with a "," behind it.
+/// All "name=value" lines, trimmed, each with a "," after it.
 std::string ReadAllLegacyValues(const std::filesystem::path& file);
 
 }  // namespace kestrane

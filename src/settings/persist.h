@@ -48,7 +48,7 @@ public:
     std::optional<std::string> ReadIfAnswered(std::string_view variable, std::string_view fallback);
     void WriteIniValue(std::string_view variable, std::string_view value);
     void TryDeleteIniValue(std::string_view variable);
-    /// "name=value," repeated. On a non-empty settings table it fails with run-time error 91: wanted.
+    /// "name=value," repeated. Intentional: on a non-empty settings table it fails with run-time error 91.
     std::string GetAllValues();
 
     /// The value under a known key with that key's own default.

@@ -47,7 +47,7 @@ SiteFields FourFrom(const std::vector<std::string>& fields, std::size_t first) {
     return {fields[first], fields[first + 1], fields[first + 2], fields[first + 3]};
 }
 
-/// A blank inside a field would shift the ones behind it in the position text: a place on the other side of the Earth.
+/// A blank inside a field would shift the ones after it in the position text: a place on the other side of the Earth.
 bool HoldsPosition(const std::vector<std::string>& fields) {
     return fields.size() >= kElevationField &&
            std::none_of(fields.begin() + kLatitudeField, fields.begin() + kElevationField,

@@ -200,7 +200,7 @@ Answer GuideRate(Call& call) {
     });
 }
 
-// With a number it sets the slew rate, without one it tells it.
+// With a number it sets the slew rate, without one it reports it.
 Answer CustomSlewRate(Call& call) {
     if (call.argument.empty()) {
         return Text(NumberText(call.mount.rates.slew));

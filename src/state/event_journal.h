@@ -37,11 +37,11 @@ public:
     void ResetEvents();
     /// `value` as the pulse guide gives it. Direction: 1 East, 2 West, 3 North, 4 South.
     void AddPulseGuideEvent(std::int16_t value, std::int32_t durationMs, std::int16_t direction);
-    /// RA in hours, Dec in degrees. A position equal to the last one is no entry; it is counted, and tells that the
+    /// RA in hours, Dec in degrees. A position equal to the last one is no entry; it is counted, and shows that the
     /// mount tracks, and that it is not parked where no status text says otherwise.
     void AddRaDecEvent(double ra, double dec);
 
-    /// Answers of the command channel, "1," or "0," first. `argument` is the text behind the verb's comma, empty for
+    /// Answers of the command channel, "1," or "0," first. `argument` is the text after the verb's comma, empty for
     /// none: an index from 0 to 999 from which on to read.
     std::string ReferenceTime() const;
     std::string PulseGuideInfo() const;  ///< "1," events since the reset "," write index
@@ -67,8 +67,8 @@ private:
     template <typename Entry>
     struct Ring {
         std::array<Entry, kCapacity> entries{};
-        /// Stands at `kCapacity` after the last entry was written, until the next one goes to 0: wanted, a reader of
-        /// the whole ring starts from 0 then.
+        /// Stands at `kCapacity` after the last entry was written, until the next one goes to 0. Intentional: a reader
+        /// of the whole ring starts from 0 then.
         std::int32_t writeIndex = 0;
         std::int64_t total = 0;
 

@@ -81,7 +81,8 @@ bool MountQueries::QueryRa() {
         ClearReceiveBuffer();
         RecoverSlippedExchange("RA Query", "RA Query possibly out of sequence... trying to recover...");
     } else if (!ParseProtocolHours(reply, ra, needs_.log)) {
-        // The mount is in short format: toggle it, and let the next tick ask again. Counts as an answer: wanted.
+        // The mount is in short format: toggle it, and let the next tick ask again. Intentional: it counts as an
+        // answer.
         needs_.log.LogMessage("RA Query", LogLevel::Error,
                               "Detected corrupted or short format response... sending long format command...");
         Talk().CommandBlindInternal(wire::ToggleFormat);
@@ -217,7 +218,7 @@ bool MountQueries::QueryAz() {
         NoteQuerySuccess();
         return true;
     }
-    // No clear ahead of this one; its clear comes after a failed exchange. Wanted.
+    // No clear ahead of this one; its clear comes after a failed exchange. Intentional.
     const std::string reply = Ask(wire::GetAzimuth, false);
     if (reply.empty()) {
         NoteNoResponse();
@@ -297,7 +298,7 @@ void MountQueries::CheckInitialPosition() {
         return;
     }
     if (state_.g_bInitUiDone) {
-        // No time has to pass: the hand box is filled again on every second report. Wanted.
+        // No time has to pass: the hand box is filled again on every second report. Intentional.
         state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen;
         return;
     }

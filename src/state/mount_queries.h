@@ -67,7 +67,7 @@ public:
     bool QueryAz();
     bool QueryLst();
     /// With firmware that knows its meridian delay, this is asked first. A clock two seconds or more off the PC's is
-    /// set when the user wants it kept. False, with nothing shown, when he does not: wanted.
+    /// set when the user wants it kept. Intentional: false, with nothing shown, when they do not.
     bool QueryTime();
     bool QueryTimeZone();
     bool QuerySideOfMount();

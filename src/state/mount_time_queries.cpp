@@ -108,7 +108,7 @@ bool MountQueries::QueryTime() {
     mountTimeBase_ = readAt;
     mountTimeKnown_ = true;
     if (kept != kOn) {
-        return false;  // and shows nothing: wanted, the display runs on by itself
+        return false;  // intentional: shows nothing; the display runs on by itself
     }
     ShowTime(reply);
     NoteQuerySuccess();
@@ -134,7 +134,7 @@ void MountQueries::QueryMeridianDelay() {
 }
 
 /// How far the mount's clock is off, without a sign, to the millisecond. A difference of nearly a day across midnight
-/// is not folded: wanted.
+/// is not folded (intentional).
 double MountQueries::SecondsFromPcTime(double mountTime) {
     double hours = HoursOfDay(needs_.clock.GetLocalTime()) - mountTime;
     if (!state_.g_bHasMeridianQuery) {

@@ -104,7 +104,7 @@ void PollLoop::DistancePass() {
         PushSettleEnd();
         needs_.motion.SecondLegWatchedByDistance();
     } else if (still && needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
-        BeepUnlessParking();  // and once more when the pass has ended: wanted
+        BeepUnlessParking();  // intentional: and once more when the pass has ended
         needs_.motion.SlewEnds();
     }
 }

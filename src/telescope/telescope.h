@@ -208,8 +208,8 @@ public:
     bool CanMoveAxis(std::int32_t axis);
     /// Runs axis 0 (primary) or 1 (secondary) at a rate in degrees per second, either way up to that of `AxisRates`. A
     /// rate of 0 ends the motion, and gives axis 0 back the tracking from before its first one. The supervision of a
-    /// running slew ends without a stop of its own, also for an axis that there is not: wanted; a park is aborted.
-    /// 0x80040405 above the largest rate, 0x80040400 for other axes. Motion check: not parked.
+    /// running slew ends without a stop of its own (intentional: also for an axis that there is not); a park is
+    /// aborted. 0x80040405 above the largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
     // --- guards at the head of client members ---------------------------------------------------------------------
@@ -243,7 +243,7 @@ public:
     /// The two steps by which a mount that was just stopped ends this object's axis motion.
     void ClearAxisRates();
     void PutBackTrackingBeforeMoveAxis();
-    /// The site as the settings "Longitude" and "Latitude" tell it: degrees, west positive from 0 to below 360, and
+    /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` as they were, for a text that is none.
     bool LongitudeOfSettings(double& degrees);
     bool LatitudeOfSettings(double& degrees);
@@ -280,7 +280,7 @@ private:
     void StopOwnAxes();
 };
 
-/// Ends a device object as its class tells, then deletes it.
+/// Ends a device object as its class asks, then deletes it.
 struct EndsDeviceObject {
     template <typename Device>
     void operator()(Device* device) const {

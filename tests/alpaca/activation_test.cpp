@@ -18,7 +18,7 @@
 namespace kestrane::alpaca {
 namespace {
 
-/// What a fake driver tells its client.
+/// What a fake driver reports to its client.
 struct Told {
     int processId = 0;
     int http = 0;

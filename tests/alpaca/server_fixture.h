@@ -29,7 +29,7 @@ using http::RawClient;
 ///   RightAscension        12.5
 ///   AtPark                raises 0x80040404
 ///   AtHome                fails in a way that is no driver's error
-///   CommandString         gives its text back, with "!" behind it for raw
+///   CommandString         gives its text back, with "!" after it for raw
 ///   TargetDeclination     PUT gives its number back
 ///   SlewSettleTime        PUT gives its number back
 ///   UTCDate               PUT gives its date back

@@ -27,7 +27,7 @@ public:
     /// What becomes of a request.
     struct Answer {
         std::string text;          ///< the whole reply as it goes over the line; empty: none
-        bool closesAfter = false;  ///< the connection is closed behind it
+        bool closesAfter = false;  ///< the connection is closed after it
     };
     using Respond = std::function<Answer(const Request&)>;
 

@@ -312,8 +312,8 @@ TEST_F(Controls, RichTextBox_KeepLast_CutsNoCharacterInTwo) {
     const std::vector<Row> rows{
         {"a\xc2\xb0z", 6, "\xc2\xb0zend", 2},  // a degree sign, before it
         {"a\xc2\xb0z", 5, "zend", 2},          // within it
-        {"a\xc2\xb0z", 4, "zend", 2},          // behind it
-        {"\xf0\x9f\x94\xadz", 7, "zend", 2},   // four bytes, behind the first of them
+        {"a\xc2\xb0z", 4, "zend", 2},          // after it
+        {"\xf0\x9f\x94\xadz", 7, "zend", 2},   // four bytes, after the first of them
         {"\xf0\x9f\x94\xadz", 5, "zend", 2},   // before the last of them
         {"\xf0\x9f\x94\xadz", 8, "\xf0\x9f\x94\xadzend", 2},
         {"a\xe2\x82\xac", 4, "end", 1},  // the piece ends within the cut

@@ -1,7 +1,7 @@
 #!/bin/sh
 . "$(dirname "$0")/lint.sh"
 
-teach='All C++ files have the one form that .clang-format tells, so that no change is about white space. Run
+teach='All C++ files have the one form of .clang-format, so that no change is about white space. Run
 
     git ls-files "*.cpp" "*.h" | xargs clang-format -i
 

@@ -346,7 +346,7 @@ TEST_F(PropertyReadTest, CommandString_Others_AreAnsweredByTheMount) {
     }
 }
 
-/// The mount takes time and date, and tells the time; the date of an answer is the computer's.
+/// The mount takes time and date, and reports the time; the date of an answer is the computer's.
 TEST_F(ProcessFixture, UtcDate_Put_GoesToTheMount) {
     ::setenv("TZ", "UTC0", 1);
     Seed({{"chkKeepMountTimeSyncedToPcTime", "0"}});

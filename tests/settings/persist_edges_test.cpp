@@ -93,7 +93,7 @@ TEST_F(PersistEdgesTest, WhatIsNoPlainLegacyFile_RaisesAPathErrorAndIsNotWaitedF
     EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
 }
 
-/// A machine that does not tell its folders, or shows no boxes.
+/// A machine that does not name its folders, or shows no boxes.
 class FailingFolders final : public Folders {
 public:
     std::filesystem::path CommonAppData() override { throw RunTimeError(RunTimeError::kFileAccess, "no such folder"); }

@@ -141,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments, JournalArgumentTest,
                                          BadArgument{"1;2", kOutOfRange}),
                          [](const auto& row) { return "Row" + std::to_string(row.index); });
 
-// --- what a position that stands still tells
+// --- what a position that stands still means
 
 class StandingStillTest : public StateFixture {
 protected:

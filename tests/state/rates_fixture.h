@@ -19,7 +19,7 @@ protected:
     RatesFixture() { state.g_sMountRateType = "unknown"; }
 
     std::string Setting(std::string_view key) { return persist.ReadIniValue(key, "none"); }
-    /// Lines of `UpdateMountRates` that tell of tables built.
+    /// Lines of `UpdateMountRates` that report tables built.
     int Builds() const {
         int builds = 0;
         for (const std::string& line : logged) {

@@ -111,7 +111,7 @@ TEST_F(SupervisionTest, StallTwoDegreesShort_EndsAfterThreeStillPassesAndTheSett
     EXPECT_TRUE(NextPass());
     EXPECT_TRUE(NextPass());
     EXPECT_EQ(state.g_nSameDistance, 2);
-    EXPECT_TRUE(NextPass());  // the third still pass falls on the end of the settle time, not behind it
+    EXPECT_TRUE(NextPass());  // the third still pass falls on the end of the settle time, not after it
     EXPECT_EQ(state.g_nSameDistance, 3);
     EXPECT_FALSE(NextPass());
     EXPECT_EQ(machine.sounds.beeps, 2);

@@ -18,7 +18,7 @@ class ScriptedLine final : public LineEnd {
 public:
     explicit ScriptedLine(VirtualClock& clock) : clock_(clock) {}
 
-    /// Bytes that arrive at a time, in milliseconds since the start of the clock, behind those of earlier calls.
+    /// Bytes that arrive at a time, in milliseconds since the start of the clock, after those of earlier calls.
     void Schedule(std::int64_t elapsedMs, std::string_view bytes);
     /// Bytes that nobody has read yet, also those that are still to come.
     std::string Unread() const;

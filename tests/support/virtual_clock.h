@@ -29,7 +29,7 @@ public:
     DateTime DateLocalToUTC(const DateTime& local) override;
     DateTime DateUTCToLocal(const DateTime& utc) override;
 
-    /// Milliseconds since the start, which the tick count tells only modulo 2^32.
+    /// Milliseconds since the start, which the tick count gives only modulo 2^32.
     std::int64_t Elapsed() const { return elapsedMs_; }
     /// Never backwards.
     void MoveTo(std::int64_t elapsedMs);

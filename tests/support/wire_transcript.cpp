@@ -13,7 +13,7 @@
 namespace kestrane {
 namespace {
 
-/// Milliseconds that time goes on behind the last time in a script while lines are still to come.
+/// Milliseconds that time goes on after the last time in a script while lines are still to come.
 constexpr std::int64_t kLongestWaitMs = 60'000;
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";

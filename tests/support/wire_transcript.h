@@ -20,12 +20,12 @@ namespace kestrane {
 /// A short text that is script and expectation of a test in one: what clients call, what goes over the wire, and when.
 /// A line is a time in virtual milliseconds from the start of playing (or "*" for any time), a mark, and a text:
 ///
-///     =  a client calls: "= Slewing". Its result may stand behind it, whenever it comes: "= Slewing -> False"; or in
+///     =  a client calls: "= Slewing". Its result may stand after it, whenever it comes: "= Slewing -> False"; or in
 ///        a line of its own at the time when it comes: "= -> False"
 ///     !  the error with which a call ended: number, message. An error without such a line fails
 ///     >  a write to the mount
 ///     <  bytes that arrive from the mount, once all lines before have come to pass
-///     ~  a read that ended at its limit without a byte; how long it waited, in milliseconds, may stand behind it
+///     ~  a read that ended at its limit without a byte; how long it waited, in milliseconds, may stand after it
 ///     L  a logged line: origin, level, message
 ///
 /// Calls are made, and bytes arrive, when the script says so; all else must come to pass in the order and at the times
@@ -94,7 +94,7 @@ private:
         std::optional<std::int64_t> ms;  ///< nothing: any time
         char mark = ' ';
         std::string text;                   ///< bytes
-        std::optional<std::string> result;  ///< of a call, where it stands behind it
+        std::optional<std::string> result;  ///< of a call, where it stands after it
         bool IsCall() const { return mark == '=' && !text.starts_with("->"); }
     };
 

@@ -145,7 +145,7 @@ bool AddDegrees(std::string_view text, double& degrees, Log& log) {
     return true;
 }
 
-/// Decimal digits of a magnitude: `text[0]` to `text[point - 1]` before the point, the others behind it.
+/// Decimal digits of a magnitude: `text[0]` to `text[point - 1]` before the point, the others after it.
 struct Decimal {
     std::string digits;
     std::size_t point = 0;
@@ -286,7 +286,7 @@ double Val_Global(std::string_view text, Log& log) {
     std::string working = trimmed;
     std::ranges::replace(working, ',', '.');
     double sign = 1.0;
-    // A sign anywhere counts, and it is the first character that goes: wanted.
+    // Intentional: a sign anywhere counts, and it is the first character that goes.
     if (working.find('-') != std::string::npos) {
         sign = -1.0;
         working.erase(0, 1);
@@ -383,7 +383,7 @@ bool ParseProtocolDegrees(std::string_view text, double& degrees, Log& log) {
     std::string unsignedText = Trim(text);
     const bool negative = TakeSign(unsignedText);
     if (!AddDegrees(unsignedText, degrees, log)) {
-        return false;  // the sign is not applied to a partial result: wanted
+        return false;  // intentional: the sign is not applied to a partial result
     }
     degrees = negative ? -degrees : degrees;
     return true;

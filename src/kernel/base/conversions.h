@@ -21,13 +21,13 @@ bool IsAllDigits(std::string_view text);
 double FractionValue(std::string_view digits);
 /// Whether the C locale writes numbers with a point.
 bool UsesDecimalPoint();
-/// A sign or none, digits with at most one point or comma among, before or behind them, and an exponent ("E3", "e-3")
+/// A sign or none, digits with at most one point or comma among, before or after them, and an exponent ("E3", "e-3")
 /// or none; blanks around it all, none within. No words ("inf"), no hexadecimal digits, no grouping of thousands. The
 /// value must fit a double.
 bool IsNumericText(std::string_view text);
 
 /// `value` by a pattern of "0" (a digit always), "#" (a digit that is not a zero at the edge) and one ".", rounded half
-/// away from zero, with a point. Text before and behind these places stays, its commas as points; nothing else of a
+/// away from zero, with a point. Text before and after these places stays, its commas as points; nothing else of a
 /// pattern means anything: no grouping, percent, exponent, nor sections for signs. An empty pattern is the plain form
 /// (see `PlainNumber`), and so is the text of what is not finite.
 std::string FormatUs(double value, std::string_view pattern);

@@ -61,7 +61,7 @@ public:
 };
 
 /// Takes the unsolicited alarm letters out of what the mount sent: "X" servo fault, "Y" low power, "Z" motor stall.
-/// Each letter is taken out once per reply and counted. Any reply that really holds one of them loses it: wanted.
+/// Each letter is taken out once per reply and counted. Intentional: any reply that really holds one of them loses it.
 class AlarmFilter {
 public:
     explicit AlarmFilter(Counters& counters) : counters_(counters) {}

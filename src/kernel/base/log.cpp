@@ -241,7 +241,7 @@ void Log::WriteLogLine(std::string_view line) {
         text += ' ';
     }
     text.append(line) += '\n';
-    // To the buffer itself: it tells how much the disk took, and no failure stays to keep the next line out.
+    // To the buffer itself: it knows how much the disk took, and no failure stays to keep the next line out.
     const std::streamsize taken = stream_.rdbuf()->sputn(text.data(), std::ssize(text));
     if (taken > 0) {
         lineIsBroken_ = text[static_cast<std::size_t>(taken) - 1] != '\n';

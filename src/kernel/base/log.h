@@ -41,7 +41,7 @@ public:
     virtual void Show(bool visible) = 0;
 };
 
-/// What the head of a log file tells and where the file goes; read at each `OpenLog`, in this order, also when no file
+/// What the head of a log file says and where the file goes; read at each `OpenLog`, in this order, also when no file
 /// can be opened. One that is not set, or that fails, counts as its harmless answer (an empty text, "unknown", false).
 struct LogFileFacts {
     std::function<std::string()> logFileDir;     ///< setting `LogFileDir`; empty for the common folder

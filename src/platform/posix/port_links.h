@@ -26,7 +26,7 @@ public:
     /// `linkFolder` is made with the first link.
     explicit PortLinks(std::filesystem::path linkFolder, std::filesystem::path deviceFolder = kSystemDevices);
 
-    /// Gives each device that no link names the lowest free number, then tells all links. A name other than "COM" and
+    /// Gives each device that no link names the lowest free number, then reports all links. A name other than "COM" and
     /// a number from 1 to `kLastNumber` without leading zeros, and whatever is no symbolic link, is passed over; it is
     /// left as it is and its name is not taken. Links are never changed or removed.
     SerialPortList List();

@@ -13,7 +13,7 @@ public:
     /// `onEnd` is called by each `EndThisProcess`.
     explicit PosixProcesses(std::function<void()> onEnd);
 
-    /// The file names of the executables; where the system hides one, the first 15 characters that it tells.
+    /// The file names of the executables; where the system hides one, the first 15 characters that it reports.
     std::vector<std::string> List() override;
     std::uint32_t CurrentProcessId() override;
     /// Always 0: windows have no numbers here.

@@ -14,7 +14,7 @@ public:
     /// Multiples of sidereal. The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no
     /// offset goes out as "0.00000", without a sign, whatever side or hemisphere has negated it.
     void SendCustomRate(const CharacterCommand& command, double multiple);
-    /// Where the mount has custom rates and tells no status, its declination rate outlives a change of the tracking.
+    /// Where the mount has custom rates and reports no status, its declination rate outlives a change of the tracking.
     void ClearCustomDecRate(Sequence& mount);
 
 private:

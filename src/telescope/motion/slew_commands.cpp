@@ -11,7 +11,7 @@ namespace {
 constexpr std::int32_t kSettleUnitMs = 1000;
 constexpr std::int16_t kNoTarget = 9;  ///< a result that the mount does not give
 
-/// 0 for a slew that the mount has accepted; a reply that is no number counts as that: wanted.
+/// 0 for a slew that the mount has accepted. Intentional: a reply that is no number counts as that.
 std::int16_t SlewResult(std::string_view reply) {
     std::int16_t result = 0;
     return TryParseInteger(reply, result) ? result : std::int16_t{0};
@@ -112,7 +112,7 @@ std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     if (ra.starts_with("24")) {
         ra.replace(0, 2, "00");  // rounded up across midnight; the mount knows no hour 24
     }
-    // A refused half is logged, and the sequence goes on: only the reply to the slew command counts. Wanted.
+    // A refused half is logged, and the sequence goes on: only the reply to the slew command counts. Intentional.
     if (!mount.CommandBoolInternal(wire::SetTargetRa, ra)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
         needs_.poll.SetPolling(true);
@@ -156,7 +156,7 @@ std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin)
     return reply;
 }
 
-/// A refusal may reach no client, so the log tells why nothing moved.
+/// A refusal may reach no client, so the log reports why nothing moved.
 void SlewCommandSteps::LogRefusal(std::int16_t result) {
     needs_.log.LogMessage(
         "SendSlewCommands", LogLevel::Error,

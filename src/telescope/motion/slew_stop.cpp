@@ -27,7 +27,7 @@ void Telescope::AbortSlew() {
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
         steps.StopMotion("ASCOM");
     } else if (state_.g_bTracking) {
-        TrackingRate(0);  // with nothing to stop, an abort puts the mount back on the sidereal rate: wanted
+        TrackingRate(0);  // intentional: with nothing to stop, an abort puts the mount back on the sidereal rate
     }
 }
 

@@ -13,7 +13,7 @@ class SlewWait {
 public:
     explicit SlewWait(TelescopeCore& core) : needs_(core.needs_), aborts_(core.state_.g_nAborts) {}
 
-    /// Whether a stop was asked for since. The count tells it also when the supervision has taken the flag already, or
+    /// Whether a stop was asked for since. The count shows it also when the supervision has taken the flag already, or
     /// a new slew has cleared it.
     bool Aborted() const;
     /// Whether another slew was asked for since `slew` began: the mount goes there now, and the earlier one has no more

@@ -27,7 +27,7 @@ public:
 }  // namespace
 
 void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
-    // Both slews log the asynchronous one's words: wanted.
+    // Intentional: both slews log the asynchronous one's words.
     const auto refuse = [&](std::string_view what, double value) {
         needs_.log.LogMessage(
             "ASCOM", LogLevel::Exception,
@@ -119,7 +119,7 @@ void Telescope::SlewToTarget() {
     }
     const bool safeSlew = steps.SafeSlewWanted();
     if (!safeSlew) {
-        wait.ForEnd();  // any slew in progress is waited out before the new one: wanted
+        wait.ForEnd();  // intentional: any slew in progress is waited out before the new one
         if (wait.Aborted() || wait.Replaced(slew, "SlewToTarget")) {
             return;
         }
@@ -190,7 +190,7 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
     if (!permit) {
         return std::nullopt;
     }
-    telescope_.Tracking(false);  // stops the mount once more although it does not track: wanted
+    telescope_.Tracking(false);  // intentional: stops the mount once more although it does not track
     SlewWait wait(core_);
     needs_.motion.NewSlewBegins(*permit);
     try {

@@ -188,7 +188,7 @@ void Telescope::GuideRateDeclination(double degreesPerSecond) {
     steps.SetGuideRate("GuideRateDeclination", degreesPerSecond);
 }
 
-/// Keeps a rate that the mount has; any other is dropped without an error: wanted. Nothing is sent.
+/// Keeps a rate that the mount has; nothing is sent. Intentional: any other is dropped without an error.
 void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond) {
     const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
     for (const GuideRateRow& row : kGuideRates) {

@@ -36,7 +36,7 @@ double Telescope::Azimuth() {
 
 double Telescope::Altitude() {
     CheckConnected();
-    // The mount is asked each time, yet a positive altitude of the poll hides its answer: wanted.
+    // Intentional: the mount is asked each time, yet a positive altitude of the poll hides its answer.
     double altitude = ProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetAltitude), needs_.log);
     if (state_.g_dAlt > 0.0) {
         altitude = state_.g_dAlt;

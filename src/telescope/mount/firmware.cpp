@@ -170,7 +170,7 @@ void FirmwareSteps::ApplyVersionU() {
     brightness.Maximum(kReticleLevels);
 }
 
-/// The controller tells that the chosen model cannot be.
+/// The controller reports that the chosen model cannot be.
 void FirmwareSteps::CorrectMount(Mount_Type mount) {
     needs_.mount.mountType = mount;
     needs_.handBox.lblMountType.Text(needs_.mount.Name());

@@ -107,7 +107,7 @@ void TimeSteps::SendMeridianDelay(Sequence& mount) {
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
     if (needs_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
-        // Over the serial line a second reply follows: the mount tells that it computes.
+        // Over the serial line a second reply follows: the mount reports that it computes.
         needs_.link->ReceiveTerminated("#");
     }
 }

@@ -56,7 +56,7 @@ TEST_P(AxisRateTest, Rate_GoesToTheMountAsAMultipleOfSidereal) {
     driver->state.g_dSiteLatitude = GetParam().latitude;
     driver->state.g_bWestSide = GetParam().westSide;
     Wire sent = Move(GetParam().axis, GetParam().rate);
-    std::erase(sent, "#");  // behind a value that this firmware refuses
+    std::erase(sent, "#");  // after a value that this firmware refuses
     EXPECT_EQ(sent, Wire{GetParam().command});
     const auto& box = GetParam().axis == 0 ? driver->handBox.txtRaCustom : driver->handBox.txtDecCustom;
     EXPECT_EQ(box.Text(), GetParam().shown);

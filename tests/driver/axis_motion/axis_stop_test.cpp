@@ -221,7 +221,7 @@ TEST_F(AxisStopTest, ClientThatGoes_WhereARateOfZeroHoldsTheAxis_LeavesItAtRest)
     ExpectAtRest();
 }
 
-// --- whoever writes the tracking behind a motion has the last word
+// --- whoever writes the tracking after a motion has the last word
 
 struct Choice {
     std::string name;
@@ -237,7 +237,7 @@ protected:
         GetParam().make(*other, driver->handBox);
         EXPECT_EQ(driver->state.g_bTracking, GetParam().tracks);
     }
-    /// How a choice is put back behind a motion that came later.
+    /// How a choice is put back after a motion that came later.
     Wire PutBack() const { return GetParam().tracks ? Wire{"Q", "RT0"} : Wire{"#", "Q", "RT9"}; }
 };
 

@@ -5,7 +5,7 @@
 namespace kestrane {
 namespace {
 
-/// Texts behind "RAW," handed to a client's object on a closed link.
+/// Texts after "RAW," handed to a client's object on a closed link.
 class DriverCommandsTest : public DriverFixture {
 protected:
     DriverCommandsTest() {

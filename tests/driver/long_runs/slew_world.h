@@ -24,7 +24,7 @@ namespace kestrane {
 /// moment does it stand higher than at the lowest that it has been since the slew began.
 ///
 /// Two things are granted beside that. A target within a degree in both axes is left to the mount, which may stay on
-/// its side and so raise the counterweight by that degree. And up to the first leg, and behind the last, the mount
+/// its side and so raise the counterweight by that degree. And up to the first leg, and after the last, the mount
 /// tracks: a quarter of a degree a minute.
 class CounterweightWatch {
 public:

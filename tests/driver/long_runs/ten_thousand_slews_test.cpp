@@ -219,7 +219,7 @@ protected:
     }
 
     /// The gotos that the mount was told, as right ascensions: the direct one, or the leg to the intermediate point and
-    /// the second one, which a slew that waits tells once more. No second leg stands without its first.
+    /// the second one, which a slew that waits sends once more. No second leg stands without its first.
     void ExpectGotos(const SlewPlan& plan, const Scene& scene, double siderealTime) const {
         const std::vector<double> gotos = world_->GotosSoFar();
         if (plan.twoLegs == Foretold::Unsure || plan.isShort == Foretold::Unsure ||

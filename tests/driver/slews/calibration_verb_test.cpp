@@ -5,7 +5,7 @@
 namespace kestrane {
 namespace {
 
-/// The calibration that a client asks for, behind other motions.
+/// The calibration that a client asks for, after other motions.
 class CalibrationVerbTest : public SlewWireTest {
 protected:
     void SetUp() override { Connect("S"); }

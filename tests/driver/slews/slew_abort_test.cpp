@@ -244,7 +244,7 @@ TEST_F(StopTest, AbortWhileTheCompanionSlews_SendsTheStopPair_AndEndsTheWait) {
     for (const bool horizontal : {false, true}) {
         SCOPED_TRACE(horizontal ? "*SLEWALTAZ" : "*SLEW");
         driver->state.g_nQuaySeq = 7;
-        // The status text tells of a mount that moves, with or without tracking.
+        // The status text reports a mount that moves, with or without tracking.
         standing.replies["GOS"] = horizontal ? "090S00232O0000#" : "020S00232O0000#";
         driver->state.g_bTracking = !horizontal;
         std::size_t stoppedAt = 0;

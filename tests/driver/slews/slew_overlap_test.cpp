@@ -232,7 +232,7 @@ TEST_F(StatusRoadTest, MountThatStallsAndClaimsToSlew_IsBelieved_UntilItIsStoppe
     EXPECT_TRUE(WaitForEnd());
 }
 
-// --- members that tell --------------------------------------------------------------------------------------------
+// --- members that report ------------------------------------------------------------------------------------------
 
 TEST_F(StatusRoadTest, Slewing_LogsItsValueAndTheAxisRates_AndTakesTwentyMilliseconds) {
     Connect("S");

@@ -6,8 +6,8 @@
 namespace kestrane {
 namespace {
 
-/// Slews that are planned from a position that the mount tells badly or not at all. The mount stands two hours east of
-/// the meridian on the east side of the pier, with its counterweight up.
+/// Slews that are planned from a position that the mount reports badly or not at all. The mount stands two hours east
+/// of the meridian on the east side of the pier, with its counterweight up.
 class SlewPlanFaultTest : public SlewWireTest {
 protected:
     void Prepare(const std::string& firmware = "S") {

@@ -197,13 +197,13 @@ TEST_P(ReplacementTest, SlewWithoutSafeSlewThatIsRefusedDuringAFirstLeg_EndsSlew
     EXPECT_EQ(error, 0x80040412U);
     EXPECT_FALSE(driver->state.g_bSafeSlewPending);
     EXPECT_TRUE(WaitForEnd());
-    machine.AdvanceTime(60'000);  // the status text may tell of the first leg once more
+    machine.AdvanceTime(60'000);  // the status text may report the first leg once more
     EXPECT_FALSE(telescope->Slewing());
     EXPECT_EQ(TimesSent("MS"), 2) << "no second leg follows";
     EXPECT_FALSE(mount->Picture().slewing);
 }
 
-// --- the companion's slew behind one of the driver ------------------------------------------------------------------
+// --- the companion's slew after one of the driver -------------------------------------------------------------------
 
 TEST_P(ReplacementTest, CompanionSlewBehindAFinishedOne_IsNotStoppedByTheRestore) {
     Stand();

@@ -84,7 +84,7 @@ void StandingMount::Answer(const std::string& command) {
 
 std::string StandingMount::ReplyTo(const std::string& command) const {
     std::string best;
-    for (const auto& [beginning, reply] : replies) {  // in order, a longer beginning behind a shorter one
+    for (const auto& [beginning, reply] : replies) {  // in order, a longer beginning after a shorter one
         best = command.starts_with(beginning) ? reply : best;
     }
     return best;

@@ -28,7 +28,7 @@ public:
     std::string All(std::size_t from = 0) const { return Join(from, false, false); }
     /// The same without the questions of the poll: what can move the mount or tells it where to.
     std::string Motion(std::size_t from = 0) const { return Join(from, true, false); }
-    /// All commands, each behind the milliseconds from the first one.
+    /// All commands, each after the milliseconds from the first one.
     std::string Timed() const { return Join(0, false, true); }
 
 private:

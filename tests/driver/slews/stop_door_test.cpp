@@ -5,7 +5,7 @@
 #include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
 
-/// A stop is delayed by the exchange under way and by nothing else, and nothing moves behind it.
+/// A stop is delayed by the exchange under way and by nothing else, and nothing moves after it.
 namespace kestrane {
 namespace {
 

@@ -5,7 +5,7 @@
 namespace kestrane {
 namespace {
 
-/// What tracks after a slew, which the mount itself ends at the sidereal rate. The firmware tells no status, so that
+/// What tracks after a slew, which the mount itself ends at the sidereal rate. The firmware reports no status, so that
 /// the driver goes by what it has shown last.
 class RateRestoreTest : public RateWireFixture {
 protected:
@@ -81,7 +81,7 @@ TEST_F(RateRestoreTest, TheEndOfTrackingShown_StopsTheMountAgain) {
     EXPECT_EQ(mount->Picture().tracking, '9');
 }
 
-/// A mount that tells its status tells the sidereal rate while it slews: what is shown then is what comes back.
+/// A mount that reports its status reports the sidereal rate while it slews: what is shown then is what comes back.
 TEST_F(RateRestoreTest, AStatusToldDuringTheSlew_DecidesWhatComesBack) {
     Connect();
     telescope->TrackingRate(1);

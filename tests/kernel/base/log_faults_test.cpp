@@ -11,7 +11,7 @@ namespace kestrane {
 namespace {
 
 /// A disk that takes files of so many bytes and no more, while it lives: a write across the limit is taken in part,
-/// one behind it is refused.
+/// one after it is refused.
 class FullDisk {
 public:
     explicit FullDisk(rlim_t bytes) : signalBefore_(std::signal(SIGXFSZ, SIG_IGN)) {

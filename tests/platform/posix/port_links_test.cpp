@@ -31,7 +31,7 @@ protected:
     fs::path Links() const { return folder_.Path() / "Kestrane" / "Ports"; }
     fs::path Device(const std::string& name) const { return Devices() / name; }
 
-    /// Plugs a device in: the system makes its node, whose name tells the order of plugging, and its lasting name.
+    /// Plugs a device in: the system makes its node, whose name gives the order of plugging, and its lasting name.
     void Plug(const std::string& name, const std::string& node) const {
         folder_.Write("dev/" + node, "");
         fs::remove(Device(name));
