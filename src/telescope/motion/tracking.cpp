@@ -28,7 +28,6 @@ constexpr std::array<RateRow, tracking_rate::King + 1> kRates{{
 
 /// Multiples of sidereal, bounds included; the small part keeps them so for a client that computed a bound in degrees.
 constexpr double kGuideRateTolerance = 0.001 + 1e-9;
-constexpr std::string_view kRatePattern = "0.00000";
 
 class TrackingSteps : TelescopeSteps {
 public:
