@@ -161,7 +161,7 @@ TEST_F(SitePositionTest, OutOfRange_IsRefusedAndKeepsNothing) {
 TEST_F(SitePositionTest, Elevation_IsKeptInTheSetting_AndNotSent) {
     Connect();
     for (const auto& [metres, text] : {std::pair{-300.0, "-300"}, {10000.0, "10000"}, {0.0, "0"}, {123.25, "123.25"}}) {
-        EXPECT_EQ(WireOf([&] { telescope->SiteElevation(metres); }), "");
+        EXPECT_EQ(WireOf([&, metres = metres] { telescope->SiteElevation(metres); }), "");
         EXPECT_EQ(telescope->SiteElevation(), metres);
         EXPECT_EQ(Setting("Elevation"), text);
         EXPECT_TRUE(LoggedAs("ASCOM", 0, "SET SiteElevation = " + std::string(text)));

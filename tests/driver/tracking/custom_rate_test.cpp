@@ -93,7 +93,7 @@ TEST_P(NoCustomRateTest, ReadingAndWriting_FailAlikeAndSendNothing) {
     };
     for (const auto& [member, call] : calls) {
         log.clear();
-        EXPECT_EQ(WireOf([&] { EXPECT_EQ(ErrorOf(call), 0x80040400U); }), "");
+        EXPECT_EQ(WireOf([&, call = call] { EXPECT_EQ(ErrorOf(call), 0x80040400U); }), "");
         EXPECT_EQ(MessageOf(call), member + "  is not implemented in this driver.");
         EXPECT_TRUE(LoggedAs("ASCOM", 0, "SET " + member + " is not available for VTRKC1/2"));
         EXPECT_FALSE(Logged("ET " + member + " = "));
