@@ -12,6 +12,9 @@ namespace kestrane {
 /// A mount that tracks, a client, and the bytes that a call of the client puts on the line. A status that is not asked
 /// for leaves the driver by itself with what it knows.
 class RateWireFixture : public DriverFixture {
+public:
+    ~RateWireFixture() override;
+
 protected:
     struct Mount {
         std::string firmware = "VKC4-P02-08";
@@ -20,8 +23,6 @@ protected:
         double latitude = 47.0;
         bool westSide = false;  ///< as the mount has told it
     };
-
-    ~RateWireFixture() override;
 
     void Connect() { Connect(Mount{}); }
     void Connect(const Mount& is);
