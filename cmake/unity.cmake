@@ -44,9 +44,10 @@ function(kestrane_unite_program target folder)
   foreach(unit IN LISTS units)
     if(DEFINED text_of_${unit})
       file(CONFIGURE OUTPUT ${unit} CONTENT "${text_of_${unit}}" @ONLY)
+      # A local name may well be the name of something in another file of the unit. Options of sources come last.
+      set_source_files_properties(${unit} TARGET_DIRECTORY ${target} PROPERTIES
+        COMPILE_OPTIONS "-Wno-shadow;$<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>")
     endif()
   endforeach()
   set_target_properties(${target} PROPERTIES SOURCES "${units}")
-  # A local name may well be the name of something in another file of the unit.
-  target_compile_options(${target} PRIVATE $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wno-shadow>)
 endfunction()
