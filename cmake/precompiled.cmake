@@ -23,6 +23,12 @@ function(kestrane_precompiled_kind name kind libraries)
   endif()
   add_library(${name} OBJECT ${source})
   target_link_libraries(${name} PRIVATE kestrane_flags ${libraries})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # Clang writes down where the headers are, so ccache must not bring those of another clone, and when they changed,
+    # which the build knows better.
+    set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
+    target_compile_options(${name} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+  endif()
   foreach(headers IN LISTS kind)
     target_precompile_headers(${name} PRIVATE ${KESTRANE_PCH_${headers}})
   endforeach()
@@ -57,7 +63,7 @@ function(kestrane_precompile folder)
     endif()
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
-    # So that ccache sees which precompiled header a file was compiled with.
+    # So that ccache sees, with GCC, which precompiled header a file was compiled with.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
   endforeach()
 endfunction()
