@@ -1,4 +1,5 @@
 #include <csignal>
+#include <filesystem>
 
 #include "kernel/base/errors.h"
 #include "process/process_fixture.h"
@@ -45,6 +46,8 @@ TEST_F(ProcessFixture, Polling_TheLineGoesAndComesBack_TheClientIsToldAndThenRea
     Good(client.Get("rightascension"));
     const pid_t driver = Driver();
 
+    // As a device goes. A link that stayed would lead to the next terminal of that number: another test's mount.
+    std::filesystem::remove(portLink);
     mount->Signal(SIGKILL);
     ASSERT_TRUE(mount->WaitForEnd(kPatience));
     Answer answer;
