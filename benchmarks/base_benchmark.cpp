@@ -28,7 +28,7 @@ struct Process {
     }
 
     DataFolder data;
-    PosixPlatform platform{[](std::exception_ptr) {}};
+    PosixPlatform platform{[](const std::exception_ptr&) {}};
     LogState logState;
     Log log{logState, platform.clock};
     SwallowLedger ledger;

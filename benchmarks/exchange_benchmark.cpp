@@ -95,7 +95,7 @@ BENCHMARK(BareRoundTrip)->UseRealTime();
 void ExchangeRoundTrip(benchmark::State& state) {
     const DataFolder data;
     const InstantMount mount(data.Path());
-    PosixPlatform platform([](std::exception_ptr) {});
+    PosixPlatform platform([](const std::exception_ptr&) {});
     Driver driver(platform.Services());
     driver.link->Port(1);
     driver.link->ReceiveTimeoutMS(500);

@@ -68,6 +68,7 @@ void MeasureReads(std::uint16_t port, int connections) {
     std::vector<std::vector<double>> times(static_cast<std::size_t>(connections));
     const Time start = Now();
     std::vector<std::thread> threads;
+    threads.reserve(times.size());
     for (int i = 0; i < connections; ++i) {
         threads.emplace_back([port, i, &mine = times[static_cast<std::size_t>(i)]] {
             Connection connection(port);

@@ -21,14 +21,14 @@ struct ClientName {
     std::string address;  ///< remote IP address
     std::uint32_t clientId = 0;
 
-    auto operator<=>(const ClientName&) const = default;
+    auto operator<=>(const ClientName&) const = default;  // NOLINT(modernize-use-nullptr): a false finding
 };
 
 struct ClientKey {
     ClientName client;
     DeviceKind device = DeviceKind::Telescope;
 
-    auto operator<=>(const ClientKey&) const = default;
+    auto operator<=>(const ClientKey&) const = default;  // NOLINT(modernize-use-nullptr): a false finding
 };
 
 /// How long an object lives on without its client, in milliseconds (up to 24 days).

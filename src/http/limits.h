@@ -7,8 +7,8 @@ namespace kestrane::http {
 
 /// Limits of reading requests. Times are counted in steps, since they need no precision.
 struct Limits {
-    std::size_t headerBytes = 16 * 1024;
-    std::size_t bodyBytes = 64 * 1024;
+    std::size_t headerBytes = std::size_t{16} * 1024;
+    std::size_t bodyBytes = std::size_t{64} * 1024;
     std::size_t connections = 1024;
     std::chrono::milliseconds step{1000};
     int readSteps = 15;   ///< from the first byte of a request to its last
