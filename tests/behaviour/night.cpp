@@ -7,6 +7,7 @@
 #include "kernel/base/date_time.h"
 #include "kernel/base/text.h"
 #include "simulator/misbehaviours.h"
+#include "support/seed_settings.h"
 
 namespace kestrane {
 namespace {
@@ -107,16 +108,7 @@ std::string Night::Run() {
 }
 
 void Night::Start() {
-    {
-        LogState logState;
-        Log quietLog(logState, machine_.clock);
-        SwallowLedger ledger;
-        Persist persist(
-            PersistNeeds{logState, quietLog, machine_.clock, machine_.folders, machine_.messageBoxes, ledger});
-        for (const auto& [key, value] : plan_.settings) {
-            persist.WriteIniValue(key, value);
-        }
-    }
+    SeedSettings(machine_, plan_.settings);
     driver_ = Main(machine_.Services(), true);
     driver_->log.SetListener([this](std::string_view origin, int level, std::string_view message) {
         Note('L', std::string(origin) + " " + std::to_string(level) + " " + Escaped(message));

@@ -1,16 +1,14 @@
 #pragma once
 
-#include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "kernel/base/conversions.h"
 #include "kernel/base/counters.h"
 #include "settings/persist.h"
 #include "state/poll_loop.h"
@@ -28,18 +26,13 @@ public:
     std::map<std::string, std::deque<std::string>> inTurn;  ///< to the next ones first
     std::vector<std::string> sent;                          ///< "<clear>" for a clear, "!" before a blind command
 
-    int Times(std::string_view command) const {
-        return static_cast<int>(std::count(sent.begin(), sent.end(), command));
-    }
+    int Times(std::string_view command) const;
 
 private:
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { sent.push_back("!" + command.text); }
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { CommandBlind(command); }
     void CommandClear() override { CommandClearInternal(); }
-    void CommandClearInternal() override {
-        sent.emplace_back("<clear>");
-        state_.g_bResync = false;
-    }
+    void CommandClearInternal() override;
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
         return Answer(command.text) == "1";
     }
@@ -49,16 +42,7 @@ private:
     }
     std::string DriverCommandInternal(std::string_view verb) override { return Answer("RAW," + std::string(verb)); }
 
-    std::string Answer(std::string_view command) {
-        sent.emplace_back(command);
-        std::deque<std::string>& next = inTurn[std::string(command)];
-        if (!next.empty()) {
-            const std::string reply = next.front();
-            next.pop_front();
-            return reply;
-        }
-        return replies[std::string(command)];
-    }
+    std::string Answer(std::string_view command);
 
     DriverState& state_;
 };
@@ -74,33 +58,12 @@ public:
     std::function<void()> duringSecondLeg;  ///< what enters while the leg is being started
 
     MountCommands& Commands() override { return commands_; }
-    void ParseGOS(std::string_view status) override {
-        calls.push_back("ParseGOS " + std::string(status));
-        state_.g_bGosActive = status.size() >= 11;
-        if (state_.g_bGosActive) {
-            motion_.MountReportsSlewing(status[3] == 'S');
-        }
-    }
+    void ParseGOS(std::string_view status) override;
     void InitUI() override { calls.emplace_back("InitUI"); }
-    void StartSecondLeg(double rightAscension, double declination) override {
-        calls.push_back("StartSecondLeg " + FormatUs(rightAscension, "0.00") + " " + FormatUs(declination, "0.00"));
-        if (duringSecondLeg) {
-            duringSecondLeg();
-        }
-        if (secondLegFails) {
-            motion_.SlewRefused();
-            throw DriverError(ErrorNumber::SlewFailed);
-        }
-    }
-    double SiteLatitude() override {
-        calls.emplace_back("SiteLatitude");
-        return 47.0;
-    }
+    void StartSecondLeg(double rightAscension, double declination) override;
+    double SiteLatitude() override;
     /// Calls that begin with `call`.
-    int Times(std::string_view call) const {
-        return static_cast<int>(
-            std::ranges::count_if(calls, [&](const std::string& made) { return made.starts_with(call); }));
-    }
+    int Times(std::string_view call) const;
 
 private:
     DriverState& state_;
@@ -118,24 +81,15 @@ public:
     void UpdateControls() override {}
     void UpdateRateLimits() override {}
     void ShowMountFeatures() override { calls.emplace_back("ShowMountFeatures"); }
-    void SetParkStatus(std::string_view text, std::string_view origin) override {
-        calls.push_back("SetParkStatus " + std::string(text) + " " + std::string(origin));
-    }
+    void SetParkStatus(std::string_view text, std::string_view origin) override;
     void SetParkToolTip(std::string_view) override {}
-    void ShowTrackingRate(std::int16_t rate, bool corrected) override {
-        calls.push_back("ShowTrackingRate " + std::to_string(rate) + (corrected ? " corrected" : ""));
-    }
+    void ShowTrackingRate(std::int16_t rate, bool corrected) override;
     void EnableRateControls() override {}
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
     void ShowMountSite(double, double, bool) override {}
     void ShowNoMountSite(bool) override {}
     void UpdateErrorCounts() override {}
-    void SlewFlashDisplay() override {
-        calls.emplace_back("SlewFlashDisplay");
-        if (slewFlashFails) {
-            throw DriverError(ErrorNumber::SlewFailed);
-        }
-    }
+    void SlewFlashDisplay() override;
     void SetUiGuideIndicator(std::int32_t, bool) override {}
 };
 
@@ -143,28 +97,12 @@ public:
 /// hand box is loaded, one client is there, nothing is due before a second has passed.
 class StateFixture : public testing::Test {
 protected:
-    explicit StateFixture(Tick firstTick = VirtualClock::kZero) : machine(firstTick) {
-        state.g_bDebugLog = true;
-        log.SetListener([this](std::string_view origin, int level, std::string_view message) {
-            logged.push_back(std::string(origin) + "|" + std::to_string(level) + "|" + std::string(message));
-        });
-        handBox.EnsureLoaded();
-        handBox.tmrQueryRaDecAltAz.OnTick([this] { poll.OnTimer(); });
-        handBox.tmrQueryRaDecAltAz.Interval(150);
-        queries.ResetQueryTimes();
-        state.g_nScopeObjects = 2;
-        state.g_sVersion = "VKC4-P02-08";
-    }
+    explicit StateFixture(Tick firstTick = VirtualClock::kZero);
 
-    bool Logged(const std::string& line) const { return Times(line) > 0; }
-    int Times(const std::string& line) const {
-        return static_cast<int>(std::count(logged.begin(), logged.end(), line));
-    }
+    bool Logged(std::string_view line) const { return Times(line) > 0; }
+    int Times(std::string_view line) const;
     /// The same, for a part of a line.
-    bool LoggedPart(const std::string& part) const {
-        return std::any_of(logged.begin(), logged.end(),
-                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
-    }
+    bool LoggedPart(std::string_view part) const;
     void Pass(std::int32_t milliseconds) { machine.clock.Sleep(milliseconds); }
 
     VirtualPlatform machine;

@@ -4,16 +4,6 @@
 
 namespace kestrane {
 
-void SeedSettings(VirtualPlatform& machine, const SettingTexts& settings) {
-    LogState logState;
-    Log quietLog(logState, machine.clock);
-    SwallowLedger ledger;
-    Persist persist(PersistNeeds{logState, quietLog, machine.clock, machine.folders, machine.messageBoxes, ledger});
-    for (const auto& [key, value] : settings) {
-        persist.WriteIniValue(key, value);
-    }
-}
-
 DriverFixture::DriverFixture() {
     BuildMount("VKC4-P02-08");
 }

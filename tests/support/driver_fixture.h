@@ -7,22 +7,16 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "kernel/driver.h"
 #include "simulator/mount_simulator.h"
 #include "support/kept_log.h"
+#include "support/seed_settings.h"
 #include "support/virtual_platform.h"
 #include "support/wire_transcript.h"
 
 namespace kestrane {
-
-/// Settings by key, as texts.
-using SettingTexts = std::vector<std::pair<std::string, std::string>>;
-
-/// Writes settings as an earlier process would have left them on the machine.
-void SeedSettings(VirtualPlatform& machine, const SettingTexts& settings);
 
 /// The quiet normal world of a driver test: virtual time, a healthy mount on COM1 that stands unparked and tracks, a
 /// driver that was started by a client. Each test changes one thing.
@@ -38,6 +32,7 @@ protected:
     void BuildMount(const std::string& firmware);
     void BuildMount(const MountSimulatorOptions& options);
 
+    /// Writes settings as an earlier process would have left them.
     void Seed(const SettingTexts& settings) { SeedSettings(machine, settings); }
 
     /// Starts the process, as a client's request does, with its log lines kept in `log`.

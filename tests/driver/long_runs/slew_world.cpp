@@ -1,7 +1,7 @@
 #include "driver/long_runs/slew_world.h"
 
 #include "simulator/protocol_text.h"
-#include "support/driver_fixture.h"
+#include "support/seed_settings.h"
 
 namespace kestrane {
 namespace {
