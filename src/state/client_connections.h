@@ -6,7 +6,7 @@ namespace kestrane {
 
 enum class ClientKind { Telescope = 0, Focuser = 1 };
 
-/// What a device object needs of the manager of the shared link.
+/// What a device object needs from the manager of the shared link.
 class ClientConnections {
 public:
     virtual ~ClientConnections() = default;
@@ -14,7 +14,7 @@ public:
     /// Opens the link if it is closed, proves that a mount answers, and counts the client. Pumps while it waits.
     /// Raises the transport's own error when the link could not be set up, 0x80040402 when no mount answered.
     virtual void OpenConnection(ClientKind kind) = 0;
-    /// Takes the client from the count; the link stays open.
+    /// Takes the client off the count; the link stays open.
     virtual void CloseConnection(ClientKind kind) = 0;
     virtual bool IsClientConnected(ClientKind kind) = 0;
 
@@ -27,13 +27,13 @@ public:
     virtual std::string QuayRestPort() = 0;
 };
 
-/// What a device class needs of the start-up procedures when its first object is made.
+/// What a device class needs from the start-up procedures when its first object is made.
 class DeviceRegistration {
 public:
     virtual ~DeviceRegistration() = default;
 
-    /// Registers the class with the platform. On a missing platform object the message is shown, the process is
-    /// told to end, and the result is false.
+    /// Registers the class with the platform. When a platform object is missing, the message is shown, the process is
+    /// asked to end, and the result is false.
     virtual bool RegisterTelescope() = 0;
     virtual bool RegisterFocuser() = 0;
     /// Loads the astronomy library on the first real connect.

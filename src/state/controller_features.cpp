@@ -81,7 +81,7 @@ void ControllerFeatures::ShowControls() {
     show(needs_.initialSetup);
     show(needs_.initMount);
     ShowCustomSlewBounds();
-    // Also on the controller that shows the box always: its firmware has no King rate.
+    // Disabled also on the controller that always shows the box: its firmware has no King rate.
     needs_.handBox.chkEnableKingRate.Enabled(needs_.state.g_bKingRateAvailable);
     needs_.panel.ShowMountFeatures();
 }

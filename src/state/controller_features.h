@@ -26,12 +26,13 @@ class ControllerFeatures {
 public:
     explicit ControllerFeatures(ControllerFeaturesNeeds needs) : needs_(needs) {}
 
-    /// `major` and `minor` are the numbers of the firmware, 0 and 0 while it is not known. The rate tables are rebuilt
-    /// as for a mount that has not said its rate type; no setting but `MountRateType` is written. A controller that is
-    /// none of the five takes the features of the first and keeps the name shown.
+    /// `major` and `minor` are the numbers of the firmware, 0 and 0 while it is not known. The rate tables are rebuilt:
+    /// for the newest controller those of type "3", for the others those of a mount that has not reported its rate
+    /// type. No setting but `MountRateType` is written. A controller that is none of the five gets the features of the
+    /// first and keeps the name shown.
     void Apply(Controller_Type controller, int major, int minor);
 
-    /// Shows the bound of the custom slew rate that the model sets. `Apply` does it too.
+    /// Shows the upper bound of the custom slew rate that the model sets. `Apply` does it too.
     void ShowCustomSlewBounds();
 
 private:

@@ -13,12 +13,12 @@ namespace kestrane {
 
 class Motion;
 
-/// The shared state of the driver, grouped by owner. Read and written directly by all procedures on the logic
-/// thread, except what moves: `Motion` alone writes that, by events, and everybody reads it (`OwnedBy<Motion, ...>`).
-/// It has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
+/// The shared state of the driver, grouped by owner. All procedures on the logic thread read and write it directly. The
+/// exception is what moves: `Motion` alone writes that, by events, and everybody reads it (`OwnedBy<Motion, ...>`). It
+/// has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
 struct DriverState : LogState, CounterState {
     // --- start-up -----------------------------------------------------------------------------------------------
-    std::string g_sMountRateType;          ///< rate list key in force; "unknown" once started
+    std::string g_sMountRateType;          ///< key of the rate lists in use; "unknown" until they are first built
     bool g_bUseOldButtonBehavior = false;  ///< setting `UseOldButtonBehavior`
 
     // --- connection manager -------------------------------------------------------------------------------------
@@ -28,8 +28,8 @@ struct DriverState : LogState, CounterState {
     std::int16_t g_nFocuserConnects = 0;   ///< `Focuser` clients that have set `Link` true
     bool g_bConnected = false;             ///< at least one telescope client connected
     bool g_bFocuserConnected = false;      ///< at least one focuser client connected
-    double g_dConnectTimeout = 1.0;        ///< seconds; 0 is without limit
-    std::int32_t g_nReceiveTimeoutMS = 0;  ///< the link's receive time-out as opened, ms
+    double g_dConnectTimeout = 1.0;        ///< seconds; 0: no limit
+    std::int32_t g_nReceiveTimeoutMS = 0;  ///< the receive time-out with which the link was opened, ms
     std::string g_sVersion;                ///< firmware version, without its terminator
     bool g_bVersionKnown = false;          ///< `OpenConnection` has just read the version
     bool g_bFreshConnect = false;          ///< a real connect has just been made
@@ -62,7 +62,7 @@ struct DriverState : LogState, CounterState {
     bool g_bRev160 = false;
     bool g_bFirmwareU = false;
     bool g_bNewBSequence = false;
-    bool g_bFirmwareSafeSlew = false;  ///< that firmware needs no two-leg slew
+    bool g_bFirmwareSafeSlew = false;  ///< the firmware needs no two-leg slew
     bool g_bExtendedPulses = false;    ///< the firmware takes long pulses
     bool g_bAutoCalibrated = false;    ///< the directions were calibrated since the link was opened, or need not be
 
@@ -81,7 +81,7 @@ struct DriverState : LogState, CounterState {
     double g_dAz = 0.0;             ///< degrees, 0 up to below 360
     double g_dLst = 0.0;            ///< last sidereal time read from the mount, hours
     double g_dMountTime = 0.0;      ///< last local time read from the mount, hours
-    double g_dTimeZone = 0.0;       ///< last UTC offset read from the mount, hours, as it says it
+    double g_dTimeZone = 0.0;       ///< last UTC offset read from the mount, hours, with the mount's sign
     double g_dMeridianDelay = 0.0;  ///< hours, -6 to 6
     double g_dHourAngle = 0.0;      ///< hours, -12 to 12
     std::int16_t g_nSideOfPier = pier_side::East;
@@ -94,8 +94,8 @@ struct DriverState : LogState, CounterState {
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time
     std::int16_t g_nSamePosition = 0;           ///< reports in a row that repeated the last position
-    bool g_bInitUiDone = false;                 ///< the hand box was filled for the power-on position as reported
-    bool g_bUnparkConfirmOpen = false;          ///< the hand box asks from where the mount is to be unparked
+    bool g_bInitUiDone = false;                 ///< the hand box was filled for the reported power-on position
+    bool g_bUnparkConfirmOpen = false;          ///< the hand box asks from which position to unpark the mount
 
     // --- query stamps -------------------------------------------------------------------------------------------
     Tick g_tickLastRa, g_tickLastDec, g_tickLastAlt, g_tickLastAz;  ///< queried each 1000 ms
@@ -121,7 +121,7 @@ struct DriverState : LogState, CounterState {
 
     // --- site and optics ----------------------------------------------------------------------------------------
     double g_dSiteLatitude = 0.0;   ///< degrees, north positive
-    double g_dSiteLongitude = 0.0;  ///< degrees, east positive: the negated mount value, unfolded
+    double g_dSiteLongitude = 0.0;  ///< degrees, east positive: the negated mount value, not folded
     double g_dSiteElevation = 0.0;  ///< metres
     double g_dAperture = 0.0;       ///< metres
     double g_dFocalLength = 0.0;    ///< metres
@@ -130,15 +130,15 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bSlewing{false};       ///< a slew is under supervision
     OwnedBy<Motion, bool> g_bMountSlewing{false};  ///< slew state as last seen in the status text
     OwnedBy<Motion, bool> g_bAbortSlew{false};     ///< an abort of the running slew was requested
-    /// Stops asked for so far: a wait that sees it move was aborted; wraps.
+    /// Stops asked for so far; wraps. A wait that sees the count change was aborted.
     OwnedBy<Motion, std::uint32_t> g_nAborts{0};
-    /// Slews asked for so far: a wait that sees it move was replaced; wraps.
+    /// Slews asked for so far; wraps. A wait that sees the count change was replaced.
     OwnedBy<Motion, std::uint32_t> g_nSlewsBegun{0};
-    /// Gotos that the mount has taken on so far, each leg by itself; wraps.
+    /// Gotos that the mount has accepted so far, each leg counted; wraps.
     OwnedBy<Motion, std::uint32_t> g_nSlewsTaken{0};
-    /// `MoveAxis` runs an axis that nothing known to the driver has ended since.
+    /// `MoveAxis` has started an axis, and the driver has seen nothing since that ended the motion.
     OwnedBy<Motion, bool> g_bAxisMotionBegun{false};
-    OwnedBy<Motion, bool> g_bSafeSlewPending{false};                ///< a two-leg slew has its second leg still to send
+    OwnedBy<Motion, bool> g_bSafeSlewPending{false};                ///< the second leg is still to be sent
     double g_dSafeSlewRa = 0.0;                                     ///< final target of the two-leg slew, hours
     double g_dSafeSlewDec = 0.0;                                    ///< final target of the two-leg slew, degrees
     OwnedBy<Motion, bool> g_bSlewCompletePending{false};            ///< the slew-complete step is to run
@@ -158,13 +158,13 @@ struct DriverState : LogState, CounterState {
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
     double g_dGuideRate = 1.0;  ///< multiples of sidereal
     std::int32_t g_nTrackingRate = tracking_rate::Sidereal;
-    /// Writes of the tracking so far, each of which has stopped the mount; wraps.
+    /// Writes of the tracking so far; each of them stopped the mount; wraps.
     OwnedBy<Motion, std::uint32_t> g_nTrackingChoices{0};
     std::int16_t g_nDisplayedRate = displayed_rate::NoneYet;
     Tick g_tickDisplayedRate;        ///< last change of the displayed rate
     std::string g_sFaultCode = "0";  ///< fault character of the last status text; "0": none
     std::string g_sStatus;           ///< the last status text
-    Tick g_tickParkedSince;          ///< first parked tick; 0: not parked
+    Tick g_tickParkedSince;          ///< tick at which the mount was first seen parked; 0: not parked
     std::string g_sTrackingCommand = "RT2";
     bool g_bAutoEnableTracking = false;  ///< setting `chkAutoEnableTracking`
     double g_dRaRate = 0.0;              ///< custom RA rate
@@ -172,10 +172,10 @@ struct DriverState : LogState, CounterState {
     bool g_bRestoreRatePending = false;
     OwnedBy<Motion, bool> g_bParking{false};
     OwnedBy<Motion, bool> g_bAbortPark{false};
-    bool g_bWestSide = false;         ///< the mount stands on the west side of the pier
+    bool g_bWestSide = false;         ///< the mount is on the west side of the pier
     bool g_bCounterweightUp = false;  ///< result of the counterweight-up rule
     double g_dMaxAxisRate = 5.0;      ///< largest MoveAxis rate, degrees per second
-    OwnedBy<Motion, bool> g_bGuidingNorth{false}, g_bGuidingSouth{false};  ///< a guide pulse of the direction runs
+    OwnedBy<Motion, bool> g_bGuidingNorth{false}, g_bGuidingSouth{false};  ///< a guide pulse in this direction runs
     OwnedBy<Motion, bool> g_bGuidingEast{false}, g_bGuidingWest{false};
 };
 

@@ -10,7 +10,7 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int16_t kStandsStill = 3;  // reports of one position that mean tracking
+constexpr std::int16_t kStandsStill = 3;  // so many reports of one position in a row show that the mount tracks
 constexpr std::string_view kTwoDigits = "00";
 
 std::string Number(double value) {
@@ -102,7 +102,7 @@ void EventJournal::NoteStandingStill(double ra, double dec) {
     if (!state_.g_bParked || (ra == kPowerOnRa && dec == kPowerOnDec)) {
         return;
     }
-    CountSamePosition();  // intentional: twice for one report, so that a parked mount is doubted sooner
+    CountSamePosition();  // intentional: twice for one report, so that the driver doubts a parked mount sooner
     if (state_.g_nSamePosition < kStandsStill || state_.g_bGosActive) {
         return;
     }

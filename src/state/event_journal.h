@@ -22,8 +22,8 @@ struct EventJournalNeeds {
     HandBoxDisplay& panel;
 };
 
-/// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. They take no more
-/// memory however long they run. Nothing here raises, pumps or talks to the mount. Logic thread only.
+/// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. Their memory does
+/// not grow, however long they run. Nothing here raises, pumps or talks to the mount. Logic thread only.
 ///
 /// A reader takes the number of the next entry from the end of each answer and passes it the next time. Entries that
 /// were never written read as time -1.
@@ -33,16 +33,16 @@ public:
 
     explicit EventJournal(EventJournalNeeds needs);
 
-    /// Empties both rings and takes the reference time anew. The next position is a new entry, whatever it is.
+    /// Empties both rings and takes a new reference time. The next position is a new entry, whatever it is.
     void ResetEvents();
     /// `value` as the pulse guide gives it. Direction: 1 East, 2 West, 3 North, 4 South.
     void AddPulseGuideEvent(std::int16_t value, std::int32_t durationMs, std::int16_t direction);
-    /// RA in hours, Dec in degrees. A position equal to the last one is no entry; it is counted, and shows that the
+    /// RA in hours, Dec in degrees. A position equal to the last one makes no entry. It is counted: it shows that the
     /// mount tracks, and that it is not parked where no status text says otherwise.
     void AddRaDecEvent(double ra, double dec);
 
-    /// Answers of the command channel, "1," or "0," first. `argument` is the text after the verb's comma, empty for
-    /// none: an index from 0 to 999 from which on to read.
+    /// Answers of the command channel; they begin with "1," or "0,". `argument` is the text after the verb's comma,
+    /// empty when there is none: the index of the first entry to read, 0 to 999.
     std::string ReferenceTime() const;
     std::string PulseGuideInfo() const;  ///< "1," events since the reset "," write index
     std::string RaDecInfo() const;
@@ -67,8 +67,8 @@ private:
     template <typename Entry>
     struct Ring {
         std::array<Entry, kCapacity> entries{};
-        /// Stands at `kCapacity` after the last entry was written, until the next one goes to 0. Intentional: a reader
-        /// of the whole ring starts from 0 then.
+        /// Is `kCapacity` after an entry was written to the last place, until the next entry goes to place 0.
+        /// Intentional: a reader of the whole ring then starts from 0.
         std::int32_t writeIndex = 0;
         std::int64_t total = 0;
 

@@ -57,9 +57,9 @@ namespace kestrane {
 //   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
 //   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
 //
-// The last two are events without a function. Intentional: a mount that is not heard may go on, so the link says
-// nothing of what moves. A slew ends by its supervision (see `DistanceStayed` for a silent line) or by a stop. A park
-// is cancelled by `Stopped`, like a slew.
+// The last two are events without a function. Intentional: a mount that cannot be heard may go on moving, so the state
+// of the link says nothing about what moves. A slew is ended by its supervision (see `DistanceStayed` for a silent
+// line) or by a stop. A park is cancelled by `Stopped`, like a slew.
 //
 // Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
 // rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
@@ -81,81 +81,85 @@ public:
 
     // --- process and link ---------------------------------------------------------------------------------------
 
-    /// The first object of the process: the step after a slew is due, since it learns the side of the mount.
+    /// The first object of the process: the step that follows a slew is due, since it reads the side of the mount.
     void FirstObjectBegins();
     /// The last client has gone: nobody waits for the end of a slew.
     void Disconnected();
 
     // --- slews --------------------------------------------------------------------------------------------------
 
-    /// A slew is asked for. What follows the end of an earlier slew must not stop this one. A park that was aborted
-    /// ends here at the latest, and AK with it: left up, it would end this slew after its first leg.
+    /// A slew is asked for. What follows the end of an earlier slew must not stop this one. An aborted park ends here
+    /// at the latest, and AK is cleared with it: left set, AK would end this slew after its first leg.
     void SlewBegins();
-    /// The same for a slew that takes the place of any other; its number. The last slew wins: a call that waited for an
-    /// earlier one and sees another number sends nothing more, since from the target of another slew nobody has planned
-    /// a safe way to its own. It returns without an error, also where the mount refused the later slew.
+    /// The same for a slew that takes the place of any other. Returns its number. The last slew wins: a call that
+    /// waited for an earlier slew and sees another number sends nothing more, since nobody has planned a safe way from
+    /// the target of the other slew to its own. It returns without an error, even when the mount refused the later
+    /// slew.
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
     /// The commands of a slew or of a leg are about to go out.
     void SlewIsToBeSent();
     /// The mount has accepted a slew or a leg.
     void SlewTaken();
     /// The mount has refused a slew, a leg or a half of the target, or could not be asked: nothing moves. No second leg
-    /// stays pending, neither of this slew nor of an earlier one: only the supervision of a running slew takes one up,
-    /// so a client that waits for its end would wait for ever.
+    /// stays pending, of this slew or of an earlier one: only the supervision of a running slew starts a second leg, so
+    /// a client that waits for the end would wait for ever.
     void SlewRefused();
 
     void SecondLegPlanned();
-    /// It is not needed, or its slew has come to its end.
+    /// The second leg is not needed, or its slew has ended.
     void SecondLegDropped();
-    /// The supervision starts it. Before its commands go out: what enters meanwhile must not start it once more.
+    /// The supervision starts the second leg. Called before its commands go out: a call that gets in meanwhile must not
+    /// start it again.
     void SecondLegTaken();
-    /// After the start of a second leg, also of one that the mount has refused: the supervision finds its end.
+    /// After the start of a second leg, even of one that the mount has refused: the supervision finds its end.
     void SecondLegWatchedByDistance();
     /// The same by the status text; S follows.
     void SecondLegWatchedByStatus();
 
     /// A call waits for the end of a slew.
     void SupervisionBegins();
-    /// By the status text: also a motion that the mount began by itself counts as a slew.
+    /// S follows the status text: a motion that the mount began by itself counts as a slew too.
     void SupervisionFollowsStatus();
     void MountReportsSlewing(bool slewing);
     /// The distance to the target has changed since the last pass.
     void DistanceChanged();
-    /// It has not; whether that counts as stillness. Silence is none while a second leg waits: a mount that is not
-    /// heard may be moving, and a second leg that starts in the middle of the first cuts the corner that the first is
-    /// there for. The end of a single leg moves nothing, so there it counts.
+    /// The distance has not changed. Returns whether that counts as stillness. Silence does not count while a second
+    /// leg waits: a mount that cannot be heard may be moving, and a second leg that starts in the middle of the first
+    /// one cuts off the way round that the first one is for. The end of a single leg moves nothing, so there silence
+    /// counts.
     bool DistanceStayed(bool positionIsNew);
-    /// The slew is over, by arrival or by a stop. AK stays: a park that waits learns by it how it ended.
+    /// The slew is over, by arrival or by a stop. AK stays: it shows a park that waits how it ended.
     void SlewEnds();
     void SlewCompleteDue();
     void SlewCompleteTaken();
 
     // --- stops and axes -----------------------------------------------------------------------------------------
 
-    /// A stop is a count, not only a flag: the end of the slew, and the next slew, clear A, and a wait that looks a
-    /// moment later would see nothing. It is counted even before the stop goes out, for a call that waits and has sent
-    /// nothing yet.
+    /// A stop is a count, not only a flag: the end of the slew and the next slew clear A, so a wait that looks a moment
+    /// later would see nothing. It is counted even before the stop goes out, for a call that waits and has sent nothing
+    /// yet.
     void StopAskedFor();
-    /// The mount is being stopped: a slew and a park under way are aborted, and no second leg ever follows.
+    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows.
     void Stopped();
-    /// `MoveAxis` takes the mount over, which ends a slew without stopping it. Counted like a stop, so that no call
-    /// that waits for that slew goes on to its next leg. A park, whose end nobody would look for any more, is aborted.
+    /// `MoveAxis` takes over the mount, which ends a slew without stopping it. It counts like a stop, so that no call
+    /// that waits for that slew goes on to its next leg. A park is aborted, since nobody would look for its end any
+    /// more.
     void AxisTakesOver();
     void AxisMotionBegins();
-    /// No axis of any object runs any more. While one does, the end of a slew restores no tracking rate, which would
-    /// end that motion.
+    /// No axis of any object runs any more. While one runs, the end of a slew restores no tracking rate: that would end
+    /// the motion of the axis.
     void AxisMotionsEnd();
-    /// Somebody has written the tracking or its rate, which stops the mount; whether a slew ended by it. Its second leg
-    /// would start from where the first was cut, past the counterweights, and a call that waits would send its target
-    /// once more: so it counts as a stop. S stays until the mount is seen to stand.
+    /// Somebody has written the tracking or its rate, which stops the mount. Returns whether that ended a slew. The
+    /// second leg would start from where the first was cut and could lead past the counterweights, and a call that
+    /// waits would send its target again: so it counts as a stop. S stays until the mount is seen to stand still.
     bool TrackingChosen();
 
     // --- park and guiding ---------------------------------------------------------------------------------------
 
     void ParkBegins();
-    /// Leaves AK: a park that waits learns by it how it ended. The next slew clears it.
+    /// Leaves AK: it shows a park that waits how it ended. The next slew clears it.
     void ParkEnds();
-    /// By its status text; by its position or by the settings where it has none.
+    /// By the mount's status text; where it has none, by its position or by the settings.
     void MountReportsParked(bool parked);
     void GuidePulseBegins(GuideDirection direction);
     void GuidePulseEnds(GuideDirection direction);

@@ -7,8 +7,8 @@
 
 namespace kestrane {
 
-/// The exchange with the mount, as the driver's own procedures use it: always by way of a `Sequence`, which lets stops
-/// in. None of these raises or pumps, save where it says so; a failed exchange shows as an empty text or false. The
+/// The exchange with the mount, as the driver's own procedures use it: always through a `Sequence`, which lets stops
+/// in. None of these raises or pumps, except where it says so; a failed exchange gives an empty text or false. The
 /// twins without "Internal" log as a client's command does.
 class MountCommands {
 public:
@@ -24,7 +24,7 @@ private:
     virtual bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;
     virtual std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) = 0;
     virtual std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) = 0;
-    /// Runs a verb of the driver itself; what it does may raise and pump.
+    /// Runs a verb of the driver itself; the verb may raise and pump.
     virtual std::string DriverCommandInternal(std::string_view verb) = 0;
 };
 

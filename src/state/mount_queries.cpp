@@ -18,7 +18,7 @@ constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
 constexpr std::string_view kNeverInAStatusText = ":*";
 
-/// The first character, "0", and the last eight, unless the degrees begin with a digit that they can begin with.
+/// The first character, "0" and the last eight characters, unless the degrees begin with a digit from 0 to 3.
 std::string WithDroppedDigit(const std::string& reply) {
     if (std::string_view("0123").find(reply[1]) != std::string_view::npos) {
         return reply;
@@ -42,7 +42,7 @@ void MountQueries::ResetQueryTimes() {
     for (Tick* stamp : {&state_.g_tickLastTime, &state_.g_tickLastLst, &state_.g_tickLastGos}) {
         MakeDue(*stamp, kSlowIntervalMs);
     }
-    // What was read from the mount goes on from when it was read.
+    // A time that was read from the mount runs on from the moment of its reading.
     lstBase_ = lstKnown_ ? lstBase_ : state_.g_tickLastLst;
     mountTimeBase_ = mountTimeKnown_ ? mountTimeBase_ : state_.g_tickLastTime;
     MakeDue(state_.g_tickLastTimeZone, kTimeZoneIntervalMs);
@@ -51,7 +51,7 @@ void MountQueries::ResetQueryTimes() {
 
 std::string MountQueries::Ask(const TextCommand& question, bool clearFirst) {
     Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::Picture);
-    mount.LetStopIn();  // before the look at the line: a stop clears it too
+    mount.LetStopIn();  // before `g_bResync` is looked at: a stop clears the line too
     if (clearFirst && state_.g_bResync) {
         mount.CommandClearInternal();
     }
@@ -81,7 +81,7 @@ bool MountQueries::QueryRa() {
         ClearReceiveBuffer();
         RecoverSlippedExchange("RA Query", "RA Query possibly out of sequence... trying to recover...");
     } else if (!ParseProtocolHours(reply, ra, needs_.log)) {
-        // The mount is in short format: toggle it, and let the next tick ask again. Intentional: it counts as an
+        // The mount is in short format: toggle it, and let the next tick ask again. Intentional: this counts as an
         // answer.
         needs_.log.LogMessage("RA Query", LogLevel::Error,
                               "Detected corrupted or short format response... sending long format command...");
@@ -133,7 +133,7 @@ bool MountQueries::QueryDec() {
         state_.g_tickLastDec = needs_.clock.GetTickCount();
         return false;
     }
-    // Firmware that drops a digit of the degrees; no check of the form is made on its replies.
+    // This firmware drops a digit of the degrees; the form of its replies is not checked.
     const bool dropsDigit = reply.size() > kLongFormLength && state_.g_sVersion == kFirmwareThatDropsADigit;
     if (dropsDigit) {
         reply = WithDroppedDigit(reply);
@@ -218,7 +218,7 @@ bool MountQueries::QueryAz() {
         NoteQuerySuccess();
         return true;
     }
-    // No clear ahead of this one; its clear comes after a failed exchange. Intentional.
+    // Intentional: no clear before this query; its clear comes after a failed exchange.
     const std::string reply = Ask(wire::GetAzimuth, false);
     if (reply.empty()) {
         NoteNoResponse();
@@ -250,7 +250,7 @@ void MountQueries::ShowAlt(double altitude) {
 }
 
 void MountQueries::ShowAz(double azimuth) {
-    azimuth -= azimuth >= 360.0 ? 360.0 : 0.0;  // a computed one may come to the full turn by rounding
+    azimuth -= azimuth >= 360.0 ? 360.0 : 0.0;  // a computed one may be a full turn by rounding
     state_.g_dAz = azimuth;
     ++reads_.az;
     lastAzText_ = DegreesText(azimuth, ForcedSign::No);
@@ -276,8 +276,7 @@ bool MountQueries::QueryGos() {
     if (needs_.telescope() && state_.g_bGosSupported) {
         const std::string reply = Ask(wire::Status, true);
         if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
-            // A coordinate or a time may well have the length of a status text, and would be read as motion or
-            // stillness.
+            // A coordinate or a time may have the length of a status text, and would be read as motion or stillness.
             RecoverSlippedExchange("GOS Query", kIgnored);
             ClearReceiveBuffer();
             return false;
@@ -298,12 +297,12 @@ void MountQueries::CheckInitialPosition() {
         return;
     }
     if (state_.g_bInitUiDone) {
-        // No time has to pass: the hand box is filled again on every second report. Intentional.
+        // Intentional: no time has to pass; the hand box is filled again on every second report.
         state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen;
         return;
     }
     if (fillingHandBox_) {
-        return;  // a report that came while the hand box is being filled and something in there waits
+        return;  // a report that came in during a wait, while the hand box is being filled
     }
     fillingHandBox_ = true;
     ResumeNext errors{needs_.ledger, "CheckInitialPosition"};
@@ -365,7 +364,7 @@ void MountQueries::ClearReceiveBuffer() {
         byte.clear();
         errors.Assign(byte, [&] { return needs_.receiveOne(); });
         count += byte.empty() ? 0 : 1;
-        // A line that never falls silent must not hold the driver: the same limit as the drain of the transport.
+        // A line that never falls silent must not hold up the driver: the same limit as the drain of the transport.
     } while (!byte.empty() && needs_.clock.GetTickCount() - start < kDrainLimitMs);
     needs_.log.LogMessage("ClearReceiveBuffer", LogLevel::Info, "Cleared " + std::to_string(count) + " Bytes");
 }

@@ -48,10 +48,10 @@ struct CoordinateReads {
     std::uint32_t az = 0;
 };
 
-/// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round
-/// of send, check, recover, keep and show. A reply of the wrong shape means that the exchange has slipped out of
-/// step; it is told by its form, since replies carry no name. Nothing here raises or pumps. A query returns whether
-/// the mount answered and the reply was accepted.
+/// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round of
+/// send, check, recover, keep and show. A reply of the wrong form means that the exchanges are out of step; only the
+/// form shows it, since replies carry no name. Nothing here raises or pumps. A query returns whether the mount answered
+/// and the reply was accepted.
 class MountQueries {
 public:
     static constexpr std::int32_t kCoordinateIntervalMs = 1000;
@@ -66,8 +66,9 @@ public:
     bool QueryAlt();
     bool QueryAz();
     bool QueryLst();
-    /// With firmware that knows its meridian delay, this is asked first. A clock two seconds or more off the PC's is
-    /// set when the user wants it kept. Intentional: false, with nothing shown, when they do not.
+    /// Firmware that has a meridian delay is asked for that first. When the user wants the clock kept, one that is two
+    /// seconds or more off the PC's is set; over the companion, the companion is asked to do it. Intentional: when the
+    /// user does not want it, the result is false and nothing is shown.
     bool QueryTime();
     bool QueryTimeZone();
     bool QuerySideOfMount();
@@ -75,27 +76,28 @@ public:
 
     /// Whether more than `interval` ms have passed since `stamp`.
     bool IsDue(Tick stamp, std::int32_t interval) const;
-    /// Moves `stamp` back by `interval` ms from now, so that its query is asked a moment later.
+    /// Sets `stamp` to `interval` ms before now, so that its query is due a moment later.
     void MakeDue(Tick& stamp, std::int32_t interval) const;
-    /// The stamps as at the load of the hand box: slow queries are due at once, fast ones a second later.
+    /// Sets the stamps as when the hand box is loaded: slow queries are due at once, fast ones a second later.
     void ResetQueryTimes();
 
-    /// Sidereal time now, hours: the last one read from the mount carried on, or computed when the user wants it.
+    /// Sidereal time now, hours: carried on from the last one read from the mount, or computed when the user wants
+    /// that.
     double GetLst();
-    /// Whether the mount has told its sidereal time yet.
+    /// Whether the sidereal time has been read from the mount yet.
     bool LstKnown() const { return lstKnown_; }
     void UpdateHourAngle();
     /// Shows the mount's local time, carried on from the last one read.
     void UpdateMountTimeDisplay();
-    /// Shows `g_dTimeZone` as people say it: local time minus UTC.
+    /// Shows `g_dTimeZone` with the usual sign: local time minus UTC.
     void ShowTimeZone();
     void UpdateCounterweightState();
     /// Computes altitude and azimuth from RA, Dec and sidereal time.
     void CalcAltAz();
 
-    /// After a declination was read: a mount that reports RA 0 and Dec 90 exactly was never told where it stands. The
-    /// hand box is filled anew on its first such report and on every second one after; an open confirmation of an
-    /// unpark stops that until the position changes.
+    /// For use after a declination was read. A mount that reports exactly RA 0 and Dec 90 was never given its position.
+    /// The hand box is filled anew on the first such report and on every second one after it; an open confirmation of
+    /// an unpark stops that until the position changes.
     void CheckInitialPosition();
 
     /// A query went unanswered: the third in a row declares communications lost and blanks the display.
@@ -107,7 +109,7 @@ public:
     /// Reads byte by byte until the line is silent.
     void ClearReceiveBuffer();
 
-    /// Tells a coordinate that has not moved from one that no reply has brought.
+    /// Lets the caller tell a coordinate that has not moved from one that was not read.
     CoordinateReads Reads() const { return reads_; }
     /// Texts of the last answered position, for the slew flash.
     const std::string& LastRaText() const { return lastRaText_; }
@@ -138,12 +140,12 @@ private:
 
     MountQueriesNeeds needs_;
     DriverState& state_;
-    // Bases of their own, written together with the value only: a query that goes unanswered must not shift it.
+    // Bases of their own, written only together with the value: a query without an answer must not shift it.
     Tick lstBase_;                 ///< when `g_dLst` was read
     Tick mountTimeBase_;           ///< when `g_dMountTime` was read
     bool lstKnown_ = false;        ///< `g_dLst` was read at all
     bool mountTimeKnown_ = false;  ///< `g_dMountTime` was read at all
-    bool fillingHandBox_ = false;  ///< the power-on position is being dealt with
+    bool fillingHandBox_ = false;  ///< `CheckInitialPosition` is filling the hand box
     std::string shownTime_;        ///< the mount's local time as the hand box shows it
     CoordinateReads reads_;
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;

@@ -10,7 +10,7 @@
 namespace kestrane {
 namespace {
 
-/// From this many centering rows on, the guide rates are among them.
+/// With this many centering rows or more, the guide rates are among them.
 constexpr std::size_t kCenteringWithGuideRates = 5;
 
 /// The texts of a collection, without the empty slot at their front.

@@ -26,17 +26,17 @@ struct MountRatesNeeds {
 
 enum class RebuildRates { WhenTypeIsNew, Always };
 
-/// The rate tables in force and the lists that are filled from them. Logic thread only.
+/// The rate tables in use and the lists that are filled from them. Logic thread only.
 class MountRates {
 public:
     explicit MountRates(MountRatesNeeds needs) : needs_(needs) {}
 
-    /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in force, when there are none
-    /// yet, or always; then fills the lists and stores the type as `MountRateType`. Any other type gives the legacy
-    /// rows and an error in the log; the type in force, its setting and the lists stay as they were.
+    /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in use, when there are none yet,
+    /// or always; then fills the lists and stores the type as `MountRateType`. Any other type gives the legacy rows and
+    /// an error in the log; the type in use, its setting and the lists stay as they were.
     void UpdateMountRates(std::string_view type, RebuildRates rebuild = RebuildRates::WhenTypeIsNew);
 
-    /// Whether the mount has not said its rate type: "" and "unknown".
+    /// Whether the mount has not reported its rate type: "" and "unknown".
     bool IsRateTypeOpen() const;
 
     /// Empty until the first `UpdateMountRates`.

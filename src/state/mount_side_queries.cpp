@@ -7,7 +7,7 @@
 namespace kestrane {
 namespace {
 
-/// The first version text that knows its side of the pier sorts after this.
+/// Firmware with a version text that sorts after this one reports its side of the pier.
 constexpr std::string_view kLastWithoutPierSide = "C";
 
 double FoldHourAngle(double hours) {

@@ -13,12 +13,12 @@ namespace {
 
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSecondsPerHour = 3600.0;
-constexpr double kSecondsOff = 2.0;                 // from the PC's time, from which on the mount's is set
+constexpr double kSecondsOff = 2.0;                 // off the PC's time; from here on the mount's clock is set
 constexpr double kZoneTolerance = 0.001;            // hours
 constexpr std::string_view kOn = "1";               // of a setting that is compared as text
 constexpr std::string_view kInitTime = "InitTime";  // gives the mount the PC's time, date and zone
 
-/// Whole seconds, since the text is compared with a mount's that has no more.
+/// Whole seconds: the time is compared with the mount's, which has no parts of a second.
 double HoursOfDay(const DateTime& time) {
     return time.hour + time.minute / 60.0 + time.second / kSecondsPerHour;
 }
@@ -53,7 +53,7 @@ bool MountQueries::QueryLst() {
         return false;
     }
     state_.g_dLst = ProtocolHours(reply, needs_.log);
-    // A base of its own: a later query that goes unanswered must not shift the sidereal time.
+    // A base of its own: a later query without an answer must not shift the sidereal time.
     state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
     lstKnown_ = true;
     UpdateHourAngle();
@@ -133,12 +133,12 @@ void MountQueries::QueryMeridianDelay() {
     }
 }
 
-/// How far the mount's clock is off, without a sign, to the millisecond. A difference of nearly a day across midnight
-/// is not folded (intentional).
+/// How far the mount's clock is off, without a sign, to the millisecond. Intentional: a difference of nearly a day
+/// across midnight is not folded.
 double MountQueries::SecondsFromPcTime(double mountTime) {
     double hours = HoursOfDay(needs_.clock.GetLocalTime()) - mountTime;
     if (!state_.g_bHasMeridianQuery) {
-        hours += state_.g_dMeridianDelay;  // that firmware is given its clock shifted by the delay
+        hours += state_.g_dMeridianDelay;  // the second leg is still to be sent
     }
     if (hours > 24.0) {
         hours -= 24.0;

@@ -2,7 +2,7 @@
 
 namespace kestrane {
 
-/// A value that everybody reads and one class alone writes. It reads like a plain `Value`; an assignment anywhere
+/// A value that everybody may read and only one class may write. It reads like a plain `Value`; an assignment anywhere
 /// outside `Owner` does not compile. It cannot be copied, so that nobody takes a copy for the value itself.
 template <typename Owner, typename Value>
 class OwnedBy {

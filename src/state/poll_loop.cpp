@@ -6,7 +6,7 @@ namespace {
 constexpr std::int32_t kParkedBeforePauseMs = 3 * 60 * 1000;
 constexpr std::int32_t kRed = 255;
 
-/// Marks the poll step as running, whatever way it ends.
+/// Marks the poll step as running, however it ends.
 class InPoll {
 public:
     explicit InPoll(DriverState& state) : state_(state) { state_.g_bInPoll = true; }
@@ -90,7 +90,7 @@ void PollLoop::FinishSlew() {
     errors.Step([&] { CheckSlewComplete(); });
 }
 
-/// The first query that is due, and no other. A slew leaves the line to the coordinates.
+/// Runs the first query that is due, and no other. During a slew only the coordinates are asked for.
 PollLoop::Asked PollLoop::RunDueQuery() {
     MountQueries& queries = needs_.queries;
     const auto due = [&](Tick stamp, std::int32_t interval) { return queries.IsDue(stamp, interval); };

@@ -35,25 +35,25 @@ struct PollLoopNeeds {
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
     std::function<void()> periodicQuayCheck;
-    /// Has the mount track again after a slew. Rate 0 off, 1 sidereal, 2 lunar, 3 solar; any other does nothing. Talks
-    /// to the mount and does not raise.
+    /// Makes the mount track again after a slew. Rate 0 off, 1 sidereal, 2 lunar, 3 solar; any other does nothing.
+    /// Talks to the mount and does not raise.
     std::function<void(std::int16_t rate)> restoreTrackingRate;
 };
 
-/// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query
-/// of a position or time runs on a tick, so that a tick costs one exchange and the window stays live. Nothing here
-/// raises into the timer.
+/// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query of
+/// a position or time runs on a tick, so that a tick is short and the window stays live. Nothing here raises into the
+/// timer.
 class PollLoop {
 public:
     explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
 
     /// The tick of `tmrQueryRaDecAltAz`: polls while anyone but the driver itself holds a device object.
     void OnTimer();
-    /// One poll step. Called by the timer, and by any wait that runs inside a poll step, when the timer cannot fire.
+    /// One poll step. The timer calls it, and so does any wait inside a poll step, where the timer cannot fire.
     void UpdateMountInfo();
-    /// One supervision pass; whether a slew runs.
+    /// Runs one supervision pass; returns whether a slew runs.
     bool CheckSlewing();
-    /// What follows the end of a slew.
+    /// Does what follows the end of a slew, when that is due.
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.
     void SetPolling(bool enable);
@@ -89,7 +89,7 @@ private:
 
     PollLoopNeeds needs_;
     DriverState& state_;
-    CoordinateReads lastReads_;  ///< as of the last supervision pass
+    CoordinateReads lastReads_;  ///< at the last supervision pass
 };
 
 }  // namespace kestrane

@@ -9,7 +9,7 @@ std::string WithSign(std::string text, ForcedSign sign) {
     return sign == ForcedSign::Yes && !text.starts_with('-') ? "+" + text : text;
 }
 
-/// A value just below the full turn rounds up to it, and is shown as what comes after: zero.
+/// A value just below a full turn may round up to it; it is then shown as zero.
 std::string WithoutFullTurn(std::string text, std::string_view fullTurn) {
     return text.starts_with(fullTurn) ? "00" + text.substr(fullTurn.size()) : text;
 }

@@ -19,8 +19,8 @@ struct Sexagesimal {
     double seconds = 0.0;
 };
 
-/// A piece in plain digits. An exponent, which a machine's own test takes for numeric, never comes from a mount, and
-/// the conversions would not all read it alike.
+/// A piece in plain digits. A mount never sends an exponent, and the conversions would not all read it alike, though a
+/// general test for numbers accepts one.
 std::optional<double> Number(std::string_view piece, Log& log) {
     const bool plain = Trim(piece).find_first_not_of("0123456789.,") == std::string::npos;
     return plain && IsNumericText(piece) ? std::optional<double>(Val_US(piece, log)) : std::nullopt;

@@ -17,7 +17,7 @@ namespace kestrane {
 /// When a stop gets into a procedure.
 enum class Doors {
     BeforeEach,  ///< before each of its exchanges
-    Closed,      ///< not at all: it is the stop itself, or too short, or must not be cut in two yet
+    Closed,      ///< not at all: it is the stop itself, or too short, or must not be interrupted yet
 };
 
 /// A procedure that could move the mount: once a stop has come, nothing of it goes out any more.
@@ -64,8 +64,8 @@ private:
 
 /// The door through which stops get into a procedure that talks to the mount. A slew is a dozen commands to the mount
 /// before it begins, and none of them pumps. So a stop has a call kind of its own: it goes to the head of the queue of
-/// the pump, and runs after the exchange that is under way. Somebody sees the telescope run towards a pillar: nothing
-/// else that waits is as urgent, and nothing but a stop can be let in between two exchanges without harm.
+/// the pump, and runs after the exchange that is under way. Somebody may see the telescope run towards a pillar: no
+/// other call that waits is as urgent, and only a stop can be let in between two exchanges without harm.
 ///
 /// The cost: a stop gets ahead of calls that were asked for before it, and such a call would set the mount in motion
 /// after the stop. So the pump remembers the order, and a call that a stop has overtaken gets no permit. Logic thread
@@ -78,8 +78,8 @@ public:
     void LetStopIn() { waits_.PumpStops(); }
     /// Stops asked for so far; wraps.
     std::uint32_t Stops() const { return state_.g_nAborts; }
-    /// Nothing, and a line in the log, when a stop that was asked for after this call has run before it: the one who
-    /// stopped the mount had this motion in mind too. Such a call returns as a slew does that was aborted.
+    /// Gives no permit, and logs a line, when a stop that was asked for after this call has run before it: whoever
+    /// stopped the mount meant this motion too. Such a call returns like an aborted slew.
     std::optional<MotionPermit> Permit(std::string_view member);
     /// A short pause of a call that waits: pumps nothing, but a stop gets in within a millisecond.
     void Pause(std::int32_t milliseconds) { waits_.PauseForStops(milliseconds); }
@@ -108,7 +108,7 @@ public:
     Sequence(const Sequence&) = delete;
     Sequence& operator=(const Sequence&) = delete;
 
-    /// Runs the steps of a procedure that ends with a stop; false when one has ended it.
+    /// Runs the steps of a procedure that a stop ends; false when a stop has ended it.
     template <typename Steps>
     static bool UntilStopped(MountCommands& commands, StopDoor& door, const EndingProcedure& procedure, Steps&& steps) {
         Sequence sequence(commands, door, procedure.doors, OnStop::Ends);
@@ -123,13 +123,13 @@ public:
         }
     }
 
-    /// Lets a stop in where a step without an exchange must not follow one.
+    /// Lets a stop in before a step that has no exchange and must not run after a stop.
     void LetStopIn();
 
     void CommandBlind(const BlindCommand& row, std::string_view argument = {});
     void CommandBlindInternal(const BlindCommand& row, std::string_view argument = {});
     void CommandClear();
-    /// Belongs to the exchange that follows: no stop gets in between the two.
+    /// This clear belongs to the exchange that follows: no stop gets in between the two.
     void CommandClearInternal();
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});

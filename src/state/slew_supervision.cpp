@@ -12,8 +12,8 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSupervisionIntervalMs = 2000;
-constexpr std::int32_t kSettleUnitMs = 2000;  // of one unit of the settle time while the mount still moves
-constexpr double kStillDegrees = 0.01;        // a change of distance below this is stillness
+constexpr std::int32_t kSettleUnitMs = 2000;  // one unit of the settle time, from the last motion on
+constexpr double kStillDegrees = 0.01;        // a smaller change of distance counts as stillness
 constexpr std::int16_t kStillPasses = 3;      // still passes that end a slew short of its target
 constexpr double kRaDecThreshold = 0.1;       // degrees
 constexpr double kAltAzThreshold = 0.5;       // degrees
@@ -28,7 +28,8 @@ constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 
 bool PollLoop::CheckSlewing() {
     if (ParkAborted() && !state_.g_bSlewing) {
-        // Nothing moves that could come to an end: a park that stands out of tolerance, or that the firmware moves.
+        // The park has stopped out of tolerance, or the firmware moves it: the supervision sees no motion that could
+        // end.
         needs_.motion.SlewCompleteDue();
     }
     return state_.g_bGosActive && !state_.g_bDontUseGosForSlew ? CheckByStatus() : CheckByDistance();
@@ -104,7 +105,7 @@ void PollLoop::DistancePass() {
         PushSettleEnd();
         needs_.motion.SecondLegWatchedByDistance();
     } else if (still && needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
-        BeepUnlessParking();  // intentional: and once more when the pass has ended
+        BeepUnlessParking();  // intentional: once more when the pass has ended
         needs_.motion.SlewEnds();
     }
 }
@@ -173,7 +174,8 @@ void PollLoop::StartSecondLeg() {
     const double declination = state_.g_dSafeSlewDec;
     needs_.log.LogMessage("SafeSlew", LogLevel::Info,
                           "Slew 2 of 2: RA=" + PlainNumber(rightAscension) + ", Dec=" + PlainNumber(declination));
-    // Before the call: what enters while it waits must not start the leg once more, nor wipe out a later slew's.
+    // Before the call: a call that gets in while it waits must not start the leg again, and this must not clear the
+    // second leg of a later slew.
     needs_.motion.SecondLegTaken();
     ResumeNext errors{needs_.ledger, "CheckSlewing"};
     errors.Step([&] {
@@ -218,10 +220,11 @@ void PollLoop::CompleteSlew() {
         needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Slew complete: Setting tracking rates");
     }
     if (state_.g_bAxisMotionBegun) {
-        // The mount may have gone on with a slew that a motion took over from. A restored rate would end that motion.
+        // The mount may have gone on with a slew that `MoveAxis` took over from. A restored rate would end the axis
+        // motion.
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info, "An axis runs: the tracking state is not restored");
     } else if (state_.g_bRestoreRatePending) {
-        // A custom rate is not taken up again.
+        // A custom rate is not restored: sidereal takes its place.
         const bool isCustom = state_.g_nDisplayedRate == displayed_rate::Custom;
         const std::int16_t rate = isCustom ? std::int16_t{displayed_rate::Sidereal} : state_.g_nDisplayedRate;
         needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
@@ -235,7 +238,7 @@ void PollLoop::FinishPark(std::string_view text) {
     needs_.motion.ParkEnds();
 }
 
-/// A park that stands out of tolerance stays under way.
+/// A park that has stopped out of tolerance stays under way.
 void PollLoop::CheckParkArrival() {
     if (state_.g_bAbortPark) {
         needs_.motion.ParkEnds();
