@@ -92,7 +92,8 @@ void ConnectionSteps::InitializeFirstObject() {
         }
     });
     errors.Step([&] {
-        // Here the default is on, unlike at the start of the process: whoever reads first freezes it.
+        // Here the default is on, unlike at the start of the process. The default of the first reader is stored and
+        // stays.
         const std::string enabled = needs_.persist.Read(AskedLater(setting::chkEnableDebugLog));
         state_.g_bDebugLog = Val_Global(enabled, needs_.log) != 0.0;
         if (state_.g_bDebugLog) {
@@ -143,7 +144,7 @@ void ConnectionSteps::ConnectClient() {
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
         state_.g_bAutoCalibrated = false;
-        state_.g_nTrackingRate = tracking_rate::Sidereal;  // what an earlier connection left says nothing of this mount
+        state_.g_nTrackingRate = tracking_rate::Sidereal;  // the rate of an earlier connection does not count
         needs_.registration.EnsureDriverHelper();
         OpenForFirstClient();
     }
@@ -267,8 +268,8 @@ bool ConnectionSteps::IsAtPowerOnPosition() const {
     return state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec;
 }
 
-/// The mount has lost its position. Where it stands is for a person to say: with nobody to ask, no guessed position is
-/// given to it.
+/// The mount has lost its position. Only a person can say where it points: with nobody to ask, the mount is given no
+/// guessed position.
 void ConnectionSteps::InitAfterPowerOn() {
     needs_.log.LogMessage("InitUI", LogLevel::Warning,
                           "The mount reports its power-on position. Nobody is there to confirm where it "

@@ -16,7 +16,7 @@ inline std::string AzAltText(double azimuth, double altitude) {
     return "Az=" + PlainNumber(azimuth) + ", Alt=" + PlainNumber(altitude);
 }
 
-/// An angle with "*" after its degrees in the form that the mount wants of an azimuth: three digits of degrees.
+/// An angle with "*" after its degrees, in the form that the mount needs for an azimuth: three digits of degrees.
 inline std::string WithThreeDigits(const std::string& angle) {
     const std::size_t digits = angle.find('*');
     return digits < 3 ? std::string(3 - digits, '0') + angle : angle;

@@ -41,22 +41,23 @@ public:
     Telescope(const Telescope&) = delete;
     Telescope& operator=(const Telescope&) = delete;
 
-    /// Counts the object; the first one of the process registers the class and sets the driver's defaults.
+    /// Counts the object; the first one of the process registers the class and sets the defaults of the driver.
     void Class_Initialize();
-    /// Uncounts the object; the last one of a client disconnects, and ends the process when no client is left.
+    /// Takes the object off the count; the last one of a client disconnects, and ends the process when no client is
+    /// left.
     void Class_Terminate();
 
     // --- connection ---------------------------------------------------------------------------------------------
 
     /// Whether the link is open: True while any object keeps it open.
     bool Connected();
-    /// True opens the link for the first client and counts each further one, also the same client again; pumps.
-    /// False takes one from the count; mount and link stay as they are. 0x80040402 when no mount answers.
+    /// True opens the link for the first client and counts each further one, also the same client again; pumps. False
+    /// takes one off the count; mount and link stay as they are. 0x80040402 when no mount answers.
     void Connected(bool connect);
 
     /// Objects of all clients.
     std::int16_t ClientCount();
-    /// Stores the count, the internal instance included, and ends the process if that leaves nobody.
+    /// Stores the count, the internal instance included, and ends the process if no client is left then.
     void ClientCount(std::int16_t count);
 
     /// Retries of this object's exchanges after the first try, 0 to 5; 0 at creation.
@@ -79,7 +80,7 @@ public:
         return exchange_.CommandStringInternal(command, raw);
     }
     void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
-    /// The driver's own commands in the form that lower floors know.
+    /// The driver's own commands, through the interface that the lower floors use.
     MountCommands& Commands() override { return exchange_; }
 
     // --- fixed properties ---------------------------------------------------------------------------------------
@@ -129,15 +130,15 @@ public:
     double SiteLatitude() override;  ///< asks the mount; the last value when its reply cannot be read; link check
     double SiteLongitude();          ///< east positive, -180 to 180; asks the mount as above; link check
     double SiteElevation();          ///< metres
-    /// These three keep the value in the current site's record and in the settings; the mount learns its site when it
-    /// is initialized. Elevation -300 to 10000 metres, else 0x80040405; longitude: link check.
+    /// These three keep the value in the current site's record and in the settings; the mount gets its site when it is
+    /// initialized. Elevation -300 to 10000 metres, else 0x80040405; longitude: link check.
     void SiteElevation(double metres);
     void SiteLatitude(double degrees);
     void SiteLongitude(double degrees);
     /// The mount's time of day on the computer's date, in UTC; link check.
     DateTime utcDate();
-    /// Gives the mount its time, date, meridian delay and time zone; link check. From 23:58 until 00:02 local time
-    /// nothing is sent. What the mount refuses is logged only.
+    /// Sets the time, date, meridian delay and time zone of the mount; link check. From 23:58 until 00:02 local time
+    /// nothing is sent. A refusal of the mount is only logged.
     void utcDate(const DateTime& utc);
 
     // --- target of the next slew --------------------------------------------------------------------------------
@@ -179,8 +180,8 @@ public:
     bool AtPark();
     bool IsPulseGuiding();
     bool Tracking();
-    /// True starts the chosen rate; false stops the mount, but does nothing while parked. Where a slew has its second
-    /// leg still to come, a write ends it, as a write of `TrackingRate` does.
+    /// True starts the chosen rate; false stops the mount, but does nothing while parked. When the second leg of a slew
+    /// is still to come, a write ends the slew, as a write of `TrackingRate` does.
     void Tracking(bool track);
     /// 0 sidereal, 1 lunar, 2 solar, 3 King. Writing stops motion, then starts tracking at the rate; 0x80040405 for
     /// others, which are kept all the same.
@@ -192,36 +193,37 @@ public:
     /// Arc-seconds per second; as above.
     double DeclinationRate();
     void DeclinationRate(double arcSecondsPerSecond);
-    /// Degrees per second, one value for both axes: 0.25, 0.5 or 1 times sidereal. Any other is dropped without an
+    /// Degrees per second, one value for both axes: 0.25, 0.5 or 1 times sidereal. Any other is ignored without an
     /// error.
     double GuideRateRightAscension();
     void GuideRateRightAscension(double degreesPerSecond);
     double GuideRateDeclination();
     void GuideRateDeclination(double degreesPerSecond);
-    /// A new list: 0, 1, 2, and 3 with the two newest controllers, also where their firmware has no King rate. Lists
-    /// handed out before keep their contents. The link is checked.
+    /// A new list: 0, 1, 2, and 3 with the two newest controllers, even when their firmware has no King rate. Lists
+    /// handed out before keep their contents. 0x80040404 while no telescope client is connected.
     std::shared_ptr<const kestrane::TrackingRates> TrackingRates();
-    /// Axis 0 primary, 1 secondary: one range from 0 to the fastest `MoveAxis`. Any other axis: an empty list. The link
-    /// is checked.
+    /// Axis 0 primary, 1 secondary: one range from 0 to the fastest `MoveAxis`. Any other axis: an empty list.
+    /// 0x80040404 while no telescope client is connected.
     std::shared_ptr<const kestrane::AxisRates> AxisRates(std::int32_t axis);
     /// True for axis 0 and 1.
     bool CanMoveAxis(std::int32_t axis);
-    /// Runs axis 0 (primary) or 1 (secondary) at a rate in degrees per second, either way up to that of `AxisRates`. A
-    /// rate of 0 ends the motion, and gives axis 0 back the tracking from before its first one. The supervision of a
-    /// running slew ends without a stop of its own (intentional: also for an axis that there is not); a park is
-    /// aborted. 0x80040405 above the largest rate, 0x80040400 for other axes. Motion check: not parked.
+    /// Runs axis 0 (primary) or 1 (secondary) at a rate in degrees per second, in either direction up to the rate of
+    /// `AxisRates`. A rate of 0 ends the motion, and restores for axis 0 the tracking from before its first rate,
+    /// unless the setting `chkRaMoveAxisOfZeroStopsTracking` is on. The supervision of a running slew ends without a
+    /// stop of its own (intentional: also for an axis that does not exist); a park is aborted. 0x80040405 above the
+    /// largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
     // --- guards at the head of client members ---------------------------------------------------------------------
 
     /// The link check: 0x80040404 without a connected telescope client, 0x80040429 while communications are lost.
     void CheckConnected();
-    /// The motion check: 0x80040404, 0x80040409 while parked, 0x80040411 when tracking is not as required. Where it is
-    /// required and off, it is turned on instead if the user chose so.
+    /// The motion check: 0x80040404, 0x80040409 while parked, 0x80040411 when tracking is not as required. Where
+    /// tracking is required and off, it is turned on instead if the user has chosen that.
     void check_connected(std::string_view operation, Parked parked, TrackingMust tracking);
     /// The motion check of Alt/Az operations: tracking must be off, 0x8004040b.
     void check_connected(std::string_view operation, Parked parked);
-    /// The check of parking: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
+    /// The check before a park: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
     void check_connected_park(std::string_view operation, Parked parked);
 
     // --- for the driver itself ----------------------------------------------------------------------------------
@@ -244,31 +246,31 @@ public:
     void ClearAxisRates();
     void PutBackTrackingBeforeMoveAxis();
     /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
-    /// north positive. False, with `degrees` as they were, for a text that is none.
+    /// north positive. False, with `degrees` unchanged, for a text that is no position.
     bool LongitudeOfSettings(double& degrees);
     bool LatitudeOfSettings(double& degrees);
 
-    /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error; a refusal of the
-    /// mount raises 0x80040412, 0x80040413 or 0x80040414, one of half a horizontal target 0x80040418.
+    /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error. A refusal by the
+    /// mount raises 0x80040412, 0x80040413 or 0x80040414; a refused half of a horizontal target raises 0x80040418.
     void SendSlewCommands();
-    /// Slews in two legs where one would lead past the counterweights. Raises nothing; a refusal is logged. Pumps
-    /// where it returns on arrival.
+    /// Slews in two legs when one leg would lead past the counterweights. Raises nothing; a refusal is logged. Pumps
+    /// when it returns on arrival.
     void SafeSlew(double rightAscension, double declination, SlewReturns returns);
-    /// Finds out whether the directions of the mount are reversed, and swaps them; up to so many attempts.
+    /// Finds out whether the directions of the mount are reversed, and swaps them; makes at most `attempts` attempts.
     void AutoCalibrateNSEW(std::int16_t attempts);
-    /// The same before the first slew of a connection, where the user wants it.
+    /// The same before the first slew of a connection, if the user wants it.
     void CalibrateOnFirstSlew();
     static constexpr std::int16_t kCalibrationAttempts = 3;
-    /// Index 0 to 2 of the slew rates, 3 the custom one, -1 that of the settings.
+    /// Index 0 to 2 of the slew rates, 3 the custom one, -1 the one of the settings.
     void SetSlewRate(Sequence& mount, int index);
     static constexpr int kSlewRateOfSettings = -1;
-    /// The horizontal target: degrees, azimuth 0 to 360, altitude -90 to 90, else 0x80040405; link check. Writing one
-    /// takes the place of an equatorial target.
+    /// The horizontal target: degrees, azimuth 0 to 360, altitude -90 to 90, else 0x80040405; link check. A write
+    /// replaces an equatorial target.
     double TargetAzimuth();
     void TargetAzimuth(double degrees);
     double TargetAltitude();
     void TargetAltitude(double degrees);
-    /// Right ascension and declination, as far as the mount gives any that can be.
+    /// Right ascension and declination; a value that is not possible is not taken.
     void ReadPosition();
     /// The rate lists of the process, made once.
     void CreateAxisRates();
@@ -289,7 +291,7 @@ struct EndsDeviceObject {
     }
 };
 
-/// A client's telescope object; letting go of it releases the object.
+/// A client's telescope object; destroying this pointer releases the object.
 using TelescopeObject = std::unique_ptr<Telescope, EndsDeviceObject>;
 
 }  // namespace kestrane

@@ -35,7 +35,7 @@ namespace kestrane {
 
 class Telescope;
 
-/// What a telescope object needs of its surroundings. All of it outlives the object.
+/// What a telescope object needs from its surroundings. All of it outlives the object.
 struct TelescopeNeeds {
     DriverState& state;
     Motion& motion;
@@ -62,9 +62,9 @@ struct TelescopeNeeds {
     ClientConnections& connections;
     DeviceRegistration& registration;
     std::function<void()> setKingRateState;        ///< see `TrackingOperations`
-    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; never holds the caller
+    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; the caller does not wait
     std::function<Telescope*()> internalInstance;  ///< null while there is none
-    /// Runs a command to the driver, the text after "RAW,", that came over an object; gives its reply.
+    /// Runs a command to the driver, the text after "RAW,", that came through an object; returns its reply.
     std::function<std::string(Telescope& object, std::string_view command)> executeDriverCommand;
 };
 
@@ -76,15 +76,15 @@ public:
     TelescopeCore(const TelescopeCore&) = delete;
     TelescopeCore& operator=(const TelescopeCore&) = delete;
 
-    /// Exchanges of a procedure that a stop does not end, over this object's exchange.
+    /// Exchanges of a procedure that a stop does not end, through this object's exchange.
     Sequence Talk(const CompletingProcedure& procedure) { return {exchange_, needs_.door, procedure}; }
-    /// Those of one that it ends; false when it did.
+    /// Exchanges of a procedure that a stop ends; false when a stop has ended it.
     template <typename Steps>
     bool UntilStopped(const EndingProcedure& procedure, Steps&& steps) {
         return Sequence::UntilStopped(exchange_, needs_.door, procedure, std::forward<Steps>(steps));
     }
 
-    /// The log lines of reading and writing a member. Those that take a value give it back.
+    /// The log lines of reading and writing a member. Those that take a value return it.
     void LogGetText(std::string_view name, std::string_view value);
     void LogSet(std::string_view name, std::string_view value);
     bool LogGet(std::string_view name, bool value);

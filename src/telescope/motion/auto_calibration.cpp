@@ -54,8 +54,8 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     });
 }
 
-/// Moves a little to the east and north and looks in which way the position changed. An east move makes the right
-/// ascension grow; a north move makes the declination fall on the east side of the pier and rise on the west side.
+/// Moves a little to the east and north and checks which way the position changed. An east move increases the right
+/// ascension; a north move decreases the declination on the east side of the pier and increases it on the west side.
 bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     const std::string startSide = mount.CommandString(wire::GetPierSide);
     if (!IsPierSide(startSide, "... Bad response to Pier Side Command: ")) {
@@ -96,7 +96,7 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     return true;
 }
 
-/// Lets nothing in, not even a stop: the move ends by its own one, and is too short to pump.
+/// Lets nothing in, not even a stop: the move is ended by its own stop, and is too short to pump.
 void CalibrationSteps::MakeTestMove() {
     Sequence mount = Talk(procedure::TestMove);
     mount.CommandBlind(wire::CenteringRate, "1");

@@ -91,8 +91,8 @@ void AxisSteps::ForgetEndedMotion() {
     }
 }
 
-/// A motion that was asked for before a stop stays away. The end of a motion never does: the stop may have been
-/// refused.
+/// A motion that was asked for before a stop is not started. The end of a motion always goes out: the stop may have
+/// been refused.
 bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
     const bool endsMotion = degreesPerSecond == 0.0 && axes_.Runs();
     return !endsMotion && !needs_.door.Permit("MoveAxis");
@@ -100,7 +100,8 @@ bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
 
 void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
     axes_.rates[mount_axis::Primary] = degreesPerSecond;
-    // The mount counts from sidereal tracking: an axis at rest against the ground goes back by one sidereal rate.
+    // The mount counts from sidereal tracking: an axis that is at rest against the ground runs at minus one sidereal
+    // rate.
     const double multiple = MultipleOfSidereal(degreesPerSecond) - 1.0;
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
     const bool zeroStopsTracking = needs_.persist.ReadFlag(setting::chkRaMoveAxisOfZeroStopsTracking);
@@ -137,12 +138,13 @@ void AxisSteps::ShowAxisRates() {
     needs_.panel.ShowTrackingRate(axes_.Runs() ? displayed_rate::Custom : displayed_rate::Sidereal, false);
 }
 
-/// A choice of anybody since the primary axis' last rate: it has ended the motion, and it stands.
+/// Somebody has chosen the tracking since the last rate of the primary axis: that ended the motion, and it stays in
+/// force.
 bool AxisSteps::TrackingChosenSinceMoveAxis() const {
     return axes_.counts[mount_axis::Primary].trackingChoices != state_.g_nTrackingChoices;
 }
 
-/// A slew or a write of the tracking that came later has ended the motion in the mount.
+/// False when a later slew or a later write of the tracking has ended the motion in the mount.
 bool AxisSteps::StillRuns(std::int32_t axis) const {
     const auto index = static_cast<std::size_t>(axis);
     const AxisMotion::Counts& counts = axes_.counts[index];
@@ -168,8 +170,8 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
     errors.Step([&] { Tracking(axes_.tracked); });
 }
 
-/// The mount is never left running without an owner. The end of a slew under way takes up tracking again, which ends a
-/// motion as well.
+/// The mount is never left running without an owner. Nothing is sent during a slew: its end restores the tracking,
+/// which ends the axis motion too.
 void Telescope::StopOwnAxes() {
     AxisSteps steps(*this);
     const bool primaryRuns =

@@ -21,39 +21,40 @@ struct AxisMotion {
     std::array<double, 2> rates{};  ///< degrees per second of axis 0 (primary) and 1 (secondary), as last given
     MoveAxisTrackingState m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
 
-    /// `g_nTrackingChoices` and `g_nSlewsTaken` at the last rate of an axis: where one has moved on, the motion has
-    /// ended in the mount.
+    /// `g_nTrackingChoices` and `g_nSlewsTaken` at the last rate of an axis: when one of them has changed since, the
+    /// motion has ended in the mount.
     struct Counts {
         std::uint32_t trackingChoices = 0;
         std::uint32_t slewsTaken = 0;
     };
     std::array<Counts, 2> counts{};
-    /// What the last rate of the primary axis found: a stop, and the end of the client, put that back.
+    /// Whether the mount tracked at the last rate of the primary axis: a stop, and the end of the client, restore that.
     bool tracked = false;
 
     bool Runs() const { return rates[0] != 0.0 || rates[1] != 0.0; }
 };
 
-/// The telescope objects of the process, whose axis motions one stop ends all together: the one who presses stop
-/// cannot know whose motion it is. An object that ends with an axis running stops it as `MoveAxis` with a rate of 0
-/// would, since a telescope that turns with nobody to stop it runs into its pier; it sends nothing for an axis whose
-/// motion a later slew, a park or a write of the tracking has ended. What a stop or an object's end puts back is the
-/// tracking that the last rate of the primary axis found; a `MoveAxis` of the client itself with a rate of 0 puts
-/// back what its first rate found. A client cannot end itself and leave an axis running. Logic thread only.
+/// The telescope objects of the process. One stop ends the axis motions of all of them: whoever presses stop cannot
+/// know whose motion it is. An object that ends while its axis runs stops it as `MoveAxis` with a rate of 0 would,
+/// since a telescope that turns with nobody to stop it runs into its pier; it sends nothing for an axis whose motion a
+/// later slew, a park or a write of the tracking has ended. A stop, or the end of an object, restores the tracking that
+/// the last rate of the primary axis found; a `MoveAxis` of the client itself with a rate of 0 restores what its first
+/// rate found. A client cannot end and leave an axis running. Logic thread only.
 ///
-/// Intentional: `MoveAxis` does not stop a slew under way, and its primary axis with a rate of 0 stops the secondary
-/// one in the mount as well, whose rate and `Slewing` say that it runs until it gets a 0 too.
+/// Intentional: `MoveAxis` does not stop a slew under way. Intentional: its primary axis with a rate of 0 stops the
+/// secondary one in the mount as well, but the rate of that axis and `Slewing` still say that it runs until it gets a 0
+/// too.
 class AxisMotions {
 public:
-    /// The object stays until it leaves, at its end at the latest.
+    /// The object stays entered until it leaves, at its end at the latest.
     void Enter(Telescope& object);
-    /// An object that never entered may leave too.
+    /// Also allowed for an object that never entered.
     void Leave(const Telescope& object);
 
     /// Whether an axis of any object runs.
     bool AnyRuns() const;
-    /// For a mount that was just stopped: all rates are 0, and each object that remembers a tracking state puts it
-    /// back, unless somebody has chosen another since. Raises nothing.
+    /// For a mount that was just stopped: sets all rates to 0, and each object that remembers a tracking state restores
+    /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();
 
 private:

@@ -11,10 +11,11 @@ public:
 
     /// Shows a rate in its box; the settings keep the rate that the user typed.
     void ShowCustomRate(TextBox& box, double rate);
-    /// Multiples of sidereal. The mount's refusal is in the log of the exchange; it raises nothing. What rounds to no
-    /// offset goes out as "0.00000", without a sign, whatever side or hemisphere has negated it.
+    /// Multiples of sidereal. A refusal of the mount is in the log of the exchange; nothing is raised. A rate that
+    /// rounds to no offset goes out as "0.00000", never with a minus, on either side and in either hemisphere.
     void SendCustomRate(const CharacterCommand& command, double multiple);
-    /// Where the mount has custom rates and reports no status, its declination rate outlives a change of the tracking.
+    /// Where the mount has custom rates and reports no status, its declination rate stays on after a change of the
+    /// tracking.
     void ClearCustomDecRate(Sequence& mount);
 
 private:

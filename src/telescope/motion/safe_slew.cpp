@@ -26,11 +26,11 @@ void SafeSlewSteps::RefreshPosition() {
     needs_.queries.QuerySideOfMount();
 }
 
-/// False when a stop has come meanwhile.
+/// False when a stop has come in the meantime.
 bool SafeSlewSteps::ReadPositionForPlan() {
     return core_.UntilStopped(procedure::SafeSlew, [&](Sequence& mount) {
         if (!needs_.queries.LstKnown()) {
-            needs_.queries.QueryLst();  // the side of the meridian is not for guessing
+            needs_.queries.QueryLst();  // the side of the meridian must not be guessed
         }
         RefreshPosition();
         needs_.queries.UpdateHourAngle();
@@ -39,7 +39,7 @@ bool SafeSlewSteps::ReadPositionForPlan() {
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
-/// meaning where the mount has answered.
+/// meaning when the mount has answered.
 void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns returns) {
     SafeSlewSteps steps(*this);
     SlewWait wait(*this);
@@ -53,11 +53,11 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
     if (steps.PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
         const bool accepted = steps.SendFirstLeg(viaRightAscension);
         if (!accepted || returns == SlewReturns::AtOnce) {
-            return;  // the supervision takes up the second leg
+            return;  // the supervision starts the second leg
         }
         wait.WhileSlewing();
         if (wait.Replaced(slew, "SafeSlew")) {
-            return;  // the mount stands at the other slew's target: from there nobody has planned a way to this one
+            return;  // the mount is at the target of the other slew: nobody has planned a way from there to this one
         }
     }
     if (wait.Aborted()) {
@@ -81,7 +81,7 @@ bool SafeSlewSteps::SendFirstLeg(double viaRightAscension) {
     needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
     const bool accepted = SendLeg(viaRightAscension, state_.g_dDec);
     if (!accepted) {
-        // A refused first leg must not become a direct slew past the counterweights, nor a slew without an end.
+        // A refused first leg must not become a direct slew past the counterweights, or a slew without an end.
         needs_.motion.SecondLegDropped();
     }
     return accepted;

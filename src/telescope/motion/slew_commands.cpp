@@ -11,7 +11,7 @@ namespace {
 constexpr std::int32_t kSettleUnitMs = 1000;
 constexpr std::int16_t kNoTarget = 9;  ///< a result that the mount does not give
 
-/// 0 for a slew that the mount has accepted. Intentional: a reply that is no number counts as that.
+/// 0 for a slew that the mount has accepted. Intentional: a reply that is no number counts as 0.
 std::int16_t SlewResult(std::string_view reply) {
     std::int16_t result = 0;
     return TryParseInteger(reply, result) ? result : std::int16_t{0};
@@ -29,7 +29,7 @@ std::string_view MeaningOfRefusal(std::int16_t result) {
     }
 }
 
-/// Keeps the poll's queries out of a sequence whose answer is one nameless character.
+/// Keeps the queries of the poll out of a sequence whose reply is one character that carries no name.
 class PollPause {
 public:
     explicit PollPause(PollLoop& poll) : poll_(poll) { poll_.SetPolling(false); }
@@ -81,7 +81,7 @@ void Telescope::SendSlewCommands() {
     });
 }
 
-/// What the mount made of the slew command: see `SlewResult`.
+/// The result of the slew command: see `SlewResult`.
 std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
@@ -110,9 +110,10 @@ std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
     if (ra.starts_with("24")) {
-        ra.replace(0, 2, "00");  // rounded up across midnight; the mount knows no hour 24
+        ra.replace(0, 2, "00");  // rounded up across midnight; the mount accepts no hour 24
     }
-    // A refused half is logged, and the sequence goes on: only the reply to the slew command counts. Intentional.
+    // Intentional: when the mount refuses a half of the target, that is logged and the sequence goes on. Only the reply
+    // to the slew command counts.
     if (!mount.CommandBoolInternal(wire::SetTargetRa, ra)) {
         needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
         needs_.poll.SetPolling(true);
@@ -127,7 +128,7 @@ std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
 
 std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
-    // The value decides on the sign here, not its text as with a declination.
+    // Here the sign comes from the value; with a declination it comes from the text.
     const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
                                  DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz);
     SendAltAzHalf(mount, wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
@@ -146,7 +147,7 @@ void SlewCommandSteps::SendAltAzHalf(Sequence& mount, const CharacterCommand& co
     }
 }
 
-/// The mount's answer is one character without an end.
+/// The reply of the mount is one character without a terminator.
 std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin) {
     ResumeNext errors{needs_.ledger, "SendSlew"};
     mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
@@ -156,7 +157,7 @@ std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin)
     return reply;
 }
 
-/// A refusal may reach no client, so the log reports why nothing moved.
+/// No client may hear of the refusal, so the log reports why nothing moved.
 void SlewCommandSteps::LogRefusal(std::int16_t result) {
     needs_.log.LogMessage(
         "SendSlewCommands", LogLevel::Error,
@@ -170,7 +171,7 @@ void SlewCommandSteps::RaiseSlewRefusal(std::int16_t result) {
                                     : ErrorNumber::SlewFailed);
 }
 
-/// A slew goes at the slew rate of the settings, where the user wants that.
+/// A slew runs at the slew rate of the settings, if the user wants that.
 void SlewCommandSteps::ApplySlewRateOfSettings(Sequence& mount) {
     if (Trim(needs_.persist.Read(setting::chkSetSlewRate)) == "1") {
         telescope_.SetSlewRate(mount, Telescope::kSlewRateOfSettings);

@@ -49,8 +49,8 @@ void StopSteps::StopMotion(std::string_view origin) {
     ReinstateCustomRates();
 }
 
-/// The axes that `MoveAxis` of any client runs. The tracking from before them takes the place of the custom rates,
-/// which the stop has cleared in the mount. A slew or a park that came later ends as by any stop.
+/// Stops the axes that `MoveAxis` of any client runs. The tracking from before is restored in place of the custom
+/// rates, which the stop has cleared in the mount. A slew or a park that came later ends as at any stop.
 void StopSteps::StopAxes(std::string_view origin) {
     needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
@@ -65,8 +65,8 @@ void StopSteps::SendStopPair() {
     mount.CommandBlind(wire::Stop);
 }
 
-/// A stop clears the custom rates of the mount. They are offsets from tracking: one that does not track stays at rest,
-/// whatever may switch tracking on by itself.
+/// A stop clears the custom rates of the mount. They are offsets from tracking: a mount that does not track stays at
+/// rest, even where something could switch tracking on by itself.
 void StopSteps::ReinstateCustomRates() {
     if (!state_.g_bTracking) {
         return;

@@ -7,17 +7,17 @@
 
 namespace kestrane {
 
-/// The wait of a call for the end of its slew. Made before the slew begins: a stop from then on ends the wait, and what
-/// the call would do after it.
+/// The wait of a call for the end of its slew. Made before the slew begins: a stop from then on ends the wait, and the
+/// call does nothing more after it.
 class SlewWait {
 public:
     explicit SlewWait(TelescopeCore& core) : needs_(core.needs_), aborts_(core.state_.g_nAborts) {}
 
-    /// Whether a stop was asked for since. The count shows it also when the supervision has taken the flag already, or
-    /// a new slew has cleared it.
+    /// Whether a stop was asked for since. The count shows it even when the supervision has already cleared the flag,
+    /// or a new slew has.
     bool Aborted() const;
-    /// Whether another slew was asked for since `slew` began: the mount goes there now, and the earlier one has no more
-    /// say. Logged.
+    /// Whether another slew was asked for since `slew` began: the mount goes there now, and the earlier slew counts no
+    /// more. Logged.
     bool Replaced(std::uint32_t slew, std::string_view who) const;
     /// Gives the mount a second to begin, then waits for the end of its slew; pumps.
     void ForEnd();

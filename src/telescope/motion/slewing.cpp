@@ -27,7 +27,7 @@ public:
 }  // namespace
 
 void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
-    // Intentional: both slews log the asynchronous one's words.
+    // Intentional: both slews log the words of the asynchronous one.
     const auto refuse = [&](std::string_view what, double value) {
         needs_.log.LogMessage(
             "ASCOM", LogLevel::Exception,
@@ -119,7 +119,7 @@ void Telescope::SlewToTarget() {
     }
     const bool safeSlew = steps.SafeSlewWanted();
     if (!safeSlew) {
-        wait.ForEnd();  // intentional: any slew in progress is waited out before the new one
+        wait.ForEnd();  // intentional: any slew in progress must end before the new one begins
         if (wait.Aborted() || wait.Replaced(slew, "SlewToTarget")) {
             return;
         }
@@ -136,7 +136,7 @@ void Telescope::SlewToTarget() {
     }
 }
 
-/// Another client may have written a target while an earlier slew was waited out.
+/// Another client may have written a target during the wait for an earlier slew.
 void SlewSteps::TakeBackTarget(double rightAscension, double declination) {
     const bool stands = state_.g_bTargetRaSet && state_.g_bTargetDecSet && state_.g_dTargetRa == rightAscension &&
                         state_.g_dTargetDec == declination;
@@ -181,7 +181,7 @@ void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
     steps.BeginAltAzSlew("SlewToAltAzAsync", azimuth, altitude);
 }
 
-/// The wait for the end of the slew, or nothing when it does not begin.
+/// Begins the slew. Returns the wait for its end, or nothing when it does not begin.
 std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
     needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
@@ -235,7 +235,7 @@ void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, 
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
     if (state_.g_bParking) {
-        // Tracking is off during a park; the check that clients pass would refuse the leg.
+        // Tracking is off during a park; the check that clients must pass would refuse the leg.
         TargetRightAscension(rightAscension);
         TargetDeclination(declination);
         SendSlewCommands();
@@ -250,7 +250,7 @@ bool Telescope::Slewing() {
                           "GET Slewing = " + std::string(TrueFalse(slewing)) +
                               ", MoveAxis(0)=" + PlainNumber(axes_.rates[mount_axis::Primary]) +
                               ", MoveAxis(1)=" + PlainNumber(axes_.rates[mount_axis::Secondary]));
-    // Keeps a client that asks in a tight loop from starving the poll.
+    // A client that asks in a tight loop must not starve the poll.
     needs_.door.Pause(kYieldMs);
     if (state_.g_bInPoll) {
         for (int i = 0; i < 3; ++i) {

@@ -10,7 +10,7 @@ namespace {
 
 enum class KingCorrection { Leave, On, Off };
 
-/// A tracking rate of the clients: what it does to the King correction, the argument of the raw rate command, and the
+/// A tracking rate of the clients: its effect on the King correction, the argument of the raw rate command, and the
 /// rate button that shows it.
 struct RateRow {
     KingCorrection king;
@@ -26,7 +26,7 @@ constexpr std::array<RateRow, tracking_rate::King + 1> kRates{{
     {KingCorrection::On, "2", displayed_rate::Sidereal},
 }};
 
-/// Multiples of sidereal, bounds included; the small part keeps them so for a client that computed a bound in degrees.
+/// Multiples of sidereal, bounds included; the small part keeps a bound valid for a client that computed it in degrees.
 constexpr double kGuideRateTolerance = 0.001 + 1e-9;
 
 class TrackingSteps : TelescopeSteps {
@@ -104,7 +104,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
     mount.CommandBlindInternal(wire::TrackingRateRaw, row.argument);
     needs_.panel.ShowTrackingRate(row.displayed, false);
     state_.g_bTracking = true;
-    needs_.panel.EnableRateControls();  // the display has still shown them as of a mount that stands
+    needs_.panel.EnableRateControls();  // until now the display showed them as for a mount that does not track
 }
 
 void Telescope::SendKingCorrection() {
@@ -127,7 +127,7 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
-    // Ahead of the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
+    // Before the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
     if (secondsPerSiderealSecond != 0.0 && !needs_.door.Permit("RightAscensionRate")) {
         return;
     }
@@ -143,7 +143,7 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
-    // Ahead of the check, as for the other rate.
+    // Before the check, as for the other rate.
     if (arcSecondsPerSecond != 0.0 && !needs_.door.Permit("DeclinationRate")) {
         return;
     }
@@ -187,7 +187,7 @@ void Telescope::GuideRateDeclination(double degreesPerSecond) {
     steps.SetGuideRate("GuideRateDeclination", degreesPerSecond);
 }
 
-/// Keeps a rate that the mount has; nothing is sent. Intentional: any other is dropped without an error.
+/// Keeps a rate that the mount has; nothing is sent. Intentional: any other rate is ignored without an error.
 void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond) {
     const double multiple = degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
     for (const GuideRateRow& row : kGuideRates) {
@@ -202,7 +202,7 @@ void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond)
 
 double TrackingSteps::GuideRate(std::string_view name) {
     const double rate = state_.g_dGuideRate * kSiderealSpeed / kArcSecondsPerDegree;
-    core_.LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // the words that readers of logs know; it is degrees
+    core_.LogGetText(name, PlainNumber(rate) + " arc-sec/sec");  // words that readers of logs know; it is degrees
     return rate;
 }
 

@@ -22,8 +22,8 @@ void TrackingOperations::ChooseRate(std::int16_t rate) {
             StopTracking();
             break;
         case displayed_rate::Sidereal:
-            // Sidereal and King are one choice here, and the user's option tells which of them the mount follows. A
-            // client that asked for the King rate goes on reading it.
+            // Sidereal and King are one choice here, and the user's option decides which of them the mount follows. A
+            // client that asked for the King rate still reads that rate.
             StartTracking(state_.g_nTrackingRate == tracking_rate::King ? tracking_rate::King
                                                                         : tracking_rate::Sidereal);
             break;

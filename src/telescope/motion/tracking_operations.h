@@ -23,16 +23,16 @@ struct TrackingOperationsNeeds {
 
 /// What a person does to the tracking with the hand box, and what the driver does in the same way by itself: after a
 /// slew it chooses the rate again, at a connect it sends the choice of the King correction. All of it talks to the
-/// mount over the driver's own telescope object, and sends nothing while there is none. Nothing here raises: failures
-/// are swallowed. Logic thread only.
+/// mount through the driver's own telescope object, and sends nothing while there is none. Nothing here raises:
+/// failures are swallowed. Logic thread only.
 class TrackingOperations {
 public:
     explicit TrackingOperations(TrackingOperationsNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
 
-    /// Switches the King correction of the mount as the user wants it; a firmware without it gets nothing.
+    /// Switches the King correction of the mount as the user wants it; sends nothing to firmware without it.
     void SetKingRateState();
-    /// 0 stops the tracking, 1 sidereal, 2 lunar, 3 solar start it. Nothing happens for any other number: a custom rate
-    /// is made of two values, which this does not know.
+    /// 0 stops the tracking; 1 starts sidereal, 2 lunar, 3 solar. Any other number does nothing: a custom rate consists
+    /// of two values, which are not known here.
     void ChooseRate(std::int16_t rate);
 
 private:

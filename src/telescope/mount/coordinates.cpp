@@ -7,7 +7,7 @@
 namespace kestrane {
 namespace {
 
-constexpr double kPi = 3.14159265;  // the value that clients have always got
+constexpr double kPi = 3.14159265;  // the value that clients have always had
 
 class TargetSteps : TelescopeSteps {
 public:
@@ -36,7 +36,8 @@ double Telescope::Azimuth() {
 
 double Telescope::Altitude() {
     CheckConnected();
-    // Intentional: the mount is asked each time, yet a positive altitude of the poll hides its answer.
+    // Intentional: the mount is asked each time, although a positive altitude from the poll takes the place of its
+    // answer.
     double altitude = ProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetAltitude), needs_.log);
     if (state_.g_dAlt > 0.0) {
         altitude = state_.g_dAlt;
@@ -155,7 +156,7 @@ double TargetSteps::GetAltAzTarget(std::string_view name, bool isSet, double deg
     return value;
 }
 
-/// Checks a horizontal target; a good one takes the place of an equatorial one.
+/// Checks a horizontal target; a valid one replaces an equatorial one.
 void TargetSteps::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
     telescope_.CheckConnected();
     if (!inRange) {

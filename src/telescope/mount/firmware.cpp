@@ -15,7 +15,7 @@ constexpr std::int32_t kReticleLevels = 7;
 constexpr std::int32_t kReticleSteps = 10;
 constexpr std::array<std::string_view, 4> kLowPrecisionKc4{"P01-00", "P01-01", "P01-02", "P01-03"};
 
-/// Characters from `position` (from 1), at most `count`, as far as the text goes.
+/// At most `count` characters from `position` (from 1) on, as far as the text goes.
 std::string Mid(std::string_view text, std::size_t position, std::size_t count = std::string_view::npos) {
     return position > text.size() ? std::string{} : std::string(text.substr(position - 1, count));
 }
@@ -51,7 +51,7 @@ void Telescope::InitBasicValues() {
     if (!state_.g_bVersionKnown) {
         const std::string version = mount.CommandStringInternal(wire::VersionRaw);
         if (!version.empty()) {
-            state_.g_sVersion = version;  // a lost reply does not make another mount of it
+            state_.g_sVersion = version;  // the mount is still the same one when a reply is lost
         }
     }
     state_.g_bVersionKnown = false;
@@ -102,7 +102,7 @@ void FirmwareSteps::ClassifyFirmware() {
 
 void FirmwareSteps::ClassifyModernFirmware() {
     const std::string generation = Mid(state_.g_sVersion, 2, 3);
-    // Ahead of the controller's rate tables, whose lists offer custom rates by it.
+    // Before the controller's rate tables: their lists offer custom rates depending on this flag.
     state_.g_bHasMeridianQuery = state_.g_bGosSupported = state_.g_bHasCustomRates = true;
     if (generation == "KC5") {
         ClassifyKc5();
@@ -158,7 +158,7 @@ void FirmwareSteps::ClassifyKc4() {
     needs_.controller.Apply(Controller_Type::VTRKC4, major, minor);
 }
 
-/// The reticle of this firmware has levels 0 to 7, that of earlier ones steps up to 10.
+/// The reticle of this firmware has levels 0 to 7; that of earlier firmware has steps up to 10.
 void FirmwareSteps::ApplyVersionU() {
     state_.g_bFirmwareU = true;
     ScrollBar& brightness = needs_.handBox.hscrReticleBrightness;
@@ -170,7 +170,7 @@ void FirmwareSteps::ApplyVersionU() {
     brightness.Maximum(kReticleLevels);
 }
 
-/// The controller reports that the chosen model cannot be.
+/// The controller reports that the chosen model is not possible.
 void FirmwareSteps::CorrectMount(Mount_Type mount) {
     needs_.mount.mountType = mount;
     needs_.handBox.lblMountType.Text(needs_.mount.Name());
@@ -224,7 +224,7 @@ void FirmwareSteps::ReadFirstPicture() {
     }
 }
 
-/// A position that cannot be is left to the queries, which know how to recover.
+/// A position that is not possible is left to the queries, which can recover.
 void Telescope::ReadPosition() {
     Sequence mount = Talk(procedure::FirstPicture);
     double value = 0.0;

@@ -14,7 +14,7 @@ constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
 constexpr double kSameZoneHours = 0.001;
 constexpr std::string_view kInitTime = "RAW,InitTime";  // a verb of the driver, which never reaches the mount
-constexpr std::size_t kTimeLength = 8;                  // HH:MM:SS; what follows does not count
+constexpr std::size_t kTimeLength = 8;                  // HH:MM:SS; what follows is ignored
 
 /// Around midnight the mount would change its date.
 bool IsAroundMidnight(const DateTime& local) {
@@ -78,7 +78,7 @@ void Telescope::utcDate(const DateTime& utc) {
     if (state_.g_bHasMeridianQuery) {
         errors.Step([&] { steps.SendMeridianDelay(mount); });
     } else if (state_.g_dMeridianDelay != 0.0) {
-        // Earlier firmware knows no delay: its clock is shifted instead.
+        // Earlier firmware has no delay: its clock is shifted instead.
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
     }
     if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
@@ -91,7 +91,7 @@ void Telescope::utcDate(const DateTime& utc) {
 void TimeSteps::SendMeridianDelay(Sequence& mount) {
     double inMount = 0.0;
     if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, needs_.log)) {
-        // Without knowing the mount's delay none is written over it.
+        // While the delay of the mount is not known, no other value is written over it.
         needs_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
         return;
     }

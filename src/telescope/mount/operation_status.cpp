@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kUsableLength = 11;
 constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
 
-/// Positions of the fields, from 0. All above the fault are optional.
+/// Positions of the fields, from 0. All fields after the fault are optional.
 enum Field : std::size_t {
     kPark = 0,
     kTracking = 1,
@@ -44,12 +44,12 @@ constexpr std::array<TrackingRow, 7> kTrackingRows{{
     {'9', false, displayed_rate::Off, false},
 }};
 
-/// What a PEM character means. The buttons of the PEM are of no use while an encoder does its work.
+/// What a PEM character means. The PEM buttons are of no use while an encoder is active.
 struct PemRow {
     char character;
     std::string_view text;
     bool buttons;
-    std::int16_t state;  ///< 1 enabled, 2 disabled, 3 recording, -1 leaves it
+    std::int16_t state;  ///< 1 enabled, 2 disabled, 3 recording; -1 leaves it as it is
 };
 
 constexpr std::array<PemRow, 4> kPemRows{{
@@ -76,7 +76,7 @@ auto RowOf(const Table& table, char character) {
     return std::ranges::find_if(table, [=](const auto& row) { return row.character == character; });
 }
 
-/// The entry of a list that a status character "0" up names; nothing for another character or a shorter list.
+/// The entry of a list that a status character from "0" up selects; nothing for another character or a shorter list.
 const std::string* ListEntry(const ComboBox& list, char character, char highest) {
     const auto index = static_cast<std::size_t>(character - '0');
     const bool known = character >= '0' && character <= highest && index < list.ListItems().size();
@@ -110,7 +110,7 @@ void Telescope::ParseGOS(std::string_view status) {
         return;
     }
     const char park = at(kPark);
-    const char tracking = park == 'P' ? '9' : at(kTracking);  // a parked mount stands, whatever the text says
+    const char tracking = park == 'P' ? '9' : at(kTracking);  // a parked mount does not move, whatever the text says
     ResumeNext errors{needs_.ledger, "ParseGOS"};
     errors.Step([&] { steps.ParseParkState(park); });
     errors.Step([&] { steps.ParseTracking(tracking); });
@@ -150,7 +150,7 @@ void StatusSteps::ParseParkState(char park) {
 }
 
 void StatusSteps::ParseTracking(char tracking) {
-    // Not below zero: after 24 days with one rate the difference of the ticks has changed its sign.
+    // Not below zero: after 24 days with one rate the difference of the ticks becomes negative.
     const std::int32_t elapsed = needs_.clock.GetTickCount() - state_.g_tickDisplayedRate;
     if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate != displayed_rate::NoneYet) {
         return;
@@ -200,7 +200,7 @@ void StatusSteps::ParseFault(char fault) {
     state_.g_sFaultCode = code;
     if (IsAllDigits(code)) {
         for (const FaultBit& row : kFaultBits) {
-            // Once each until the counters are reset: the status text repeats a fault as long as it lasts.
+            // Each fault once, until the counters are reset: the status text repeats a fault as long as it lasts.
             if (((fault - '0') & row.bit) != 0 && needs_.counters.Values().*row.counter == 0) {
                 (needs_.counters.*row.count)();
             }

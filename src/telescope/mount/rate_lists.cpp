@@ -5,7 +5,7 @@ namespace kestrane {
 namespace {
 
 constexpr double kMaxMoveAxisRate = 5.0;     // degrees per second
-constexpr double kMaxMoveAxisRateFir = 2.5;  // of the mount with half speed
+constexpr double kMaxMoveAxisRateFir = 2.5;  // for the mount with half the speed
 
 std::string_view AxisName(std::int32_t axis) {
     return axis == mount_axis::Primary     ? "axisPrimary"
