@@ -28,7 +28,7 @@ constexpr Tick operator-(Tick tick, std::int32_t milliseconds) {
         static_cast<std::int32_t>(static_cast<std::uint32_t>(tick.value) - static_cast<std::uint32_t>(milliseconds))};
 }
 
-/// A calendar date with the time of day; which zone it is in is said where it is used.
+/// A calendar date with the time of day; its time zone is stated where it is used.
 struct DateTime {
     int year = 1970;
     int month = 1;        ///< 1 to 12

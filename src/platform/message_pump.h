@@ -6,21 +6,22 @@
 
 namespace kestrane {
 
-/// How long a call that enters the logic thread may hold it, which decides where it may start.
+/// How long a call on the logic thread may run; this decides where it may start.
 enum class CallKind {
-    /// Ends by itself soon; may start inside any pump.
+    /// Ends soon by itself; may start inside any pump.
     Brief,
     /// Pumps while it waits (a synchronous slew, a connect). Starts from the outermost loop or inside the pump of
-    /// another long call, never inside the pump of a brief one, so that no brief call gets stuck under it.
+    /// another long call, never inside the pump of a brief one: otherwise the brief call could not end until this one
+    /// has.
     WaitsLong,
-    /// Brings motion to a stop, and is brief. Overtakes all that waits, and starts in every pump, also in `PumpStops`.
+    /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`.
     Stop,
 };
 
-/// A repeating timer of the pump. Fires at a pump when its time is due; a timer that fell due several times while
-/// nobody pumped fires once. It keeps its rhythm as long as no tick was missed, and starts anew after one was. A tick
-/// that pumps may be entered by the next tick of its own timer. An interval of 0 never fires. Destroying the timer ends
-/// it, also from its own callback.
+/// A repeating timer of the pump. Fires in a pump when its time is due; a timer that was due several times while nobody
+/// pumped fires once. It keeps its rhythm as long as no tick was missed, and starts anew after one was. A tick that
+/// pumps may be entered by the next tick of its own timer. An interval of 0 never fires. Destroying the timer ends it,
+/// also from its own callback.
 class PumpTimer {
 public:
     virtual ~PumpTimer() = default;
@@ -31,10 +32,10 @@ public:
     virtual void SetEnabled(bool enabled) = 0;
 };
 
-/// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time, stops
-/// first, the rest in the order in which they fell due, by whoever pumps. Running a call may pump again: that is how an
-/// abort gets in during a slew. An exception that escapes a call or a tick goes to a fault handler of the pump and
-/// never to whoever pumps.
+/// The only door into the logic thread. Calls from other threads, timers and window events are run one at a time by
+/// whoever pumps: stops first, the rest in the order in which they became due. Running a call may pump again: that is
+/// how an abort gets in during a slew. An exception that escapes a call or a tick goes to a fault handler of the pump
+/// and never to whoever pumps.
 class MessagePump {
 public:
     /// Calls nested deeper than this wait for their turn.
@@ -42,19 +43,19 @@ public:
 
     virtual ~MessagePump() = default;
 
-    /// Queues a call. The one member that other threads may use.
+    /// Queues a call. The only member that other threads may use.
     virtual void Post(CallKind kind, std::function<void()> call) = 0;
 
-    /// Runs what is due now and was queued before this pump began, once each, as far as the nesting rules let it
-    /// start; then returns. What arrives meanwhile waits for the next pump, so that a pump always ends.
+    /// Runs what is due now and was queued before this pump began, once each, as far as the nesting rules let it start;
+    /// then returns. What arrives during the pump waits for the next one, so that a pump always ends.
     virtual void PumpMessages() = 0;
 
-    /// Runs the stops that were queued before, and nothing else: between two steps of a procedure that nothing but a
+    /// Runs the stops that were queued before, and nothing else. For use between two steps of a procedure that only a
     /// stop may enter.
     virtual void PumpStops() = 0;
 
     /// Whether a stop has run that was queued after the call which is running now. Motion that this call has not
-    /// started yet must stay away: whoever stopped the mount had it in mind too. False outside any call.
+    /// started yet must not start: whoever stopped the mount meant it too. False outside any call.
     virtual bool OvertakenByStop() const = 0;
 
     /// Makes a disabled timer that calls `onTick` on the logic thread; its tick counts as a brief call.

@@ -136,7 +136,7 @@ void PumpEngine::RunLoop(std::optional<TimePoint> end) {
         if (over) {
             return;
         }
-        // All that is due may start here, so what is left falls due later.
+        // All that is due may start here, so what is left becomes due later.
         const std::optional<TimePoint> next = NextDue();
         time_.SleepUntil(next && end ? std::min(*next, *end) : next ? next : end);
     }
@@ -167,7 +167,7 @@ bool PumpEngine::RunStop(const Horizon& horizon) {
     return stop.has_value();
 }
 
-/// Takes the earliest posted call that suits off the queue.
+/// Takes the earliest posted call that suits out of the queue.
 template <class Suits>
 std::optional<PumpEngine::PostedCall> PumpEngine::TakePosted(const Horizon& horizon, const Suits& suits) {
     const std::lock_guard lock(mutex_);

@@ -24,8 +24,8 @@ public:
 
     /// Never goes backwards. Called from every thread that posts; must not enter the pump.
     virtual TimePoint Now() = 0;
-    /// Sleeps until a time, or without one until `Wake`. A `Wake` ends the sleep early, also one that came since the
-    /// last sleep; the sleep may end early for no reason too. Logic thread only.
+    /// Sleeps until a time, or without a time until `Wake`. A `Wake` ends the sleep early, also one that came since the
+    /// last sleep; the sleep may also end early for no reason. Logic thread only.
     virtual void SleepUntil(std::optional<TimePoint> end) = 0;
     /// May be called from any thread.
     virtual void Wake() = 0;
@@ -34,8 +34,8 @@ public:
 /// The message pump on any source of time: which call may start where, in what order, and when timers fire. The thread
 /// that pumps is the logic thread; `Post` and `Quit` may be called from any thread, everything else only there.
 ///
-/// Stops run first, other calls and ticks in the order in which they fell due, then in that of their creation. A call
-/// that the nesting rules hold back keeps its place and is overtaken by those that may start.
+/// Stops run first; other calls and ticks run in the order in which they became due, then in the order in which they
+/// were created. A call that the nesting rules hold back keeps its place; those that may start go ahead of it.
 class PumpEngine final : public MessagePump {
 public:
     using TimePoint = PumpTime::TimePoint;
@@ -57,19 +57,19 @@ public:
     bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
-    /// The outermost loop: runs what falls due and sleeps in between, until `Quit`.
+    /// The outermost loop: runs what becomes due and sleeps in between, until `Quit`.
     void Run() { RunLoop(std::nullopt); }
-    /// The outermost loop up to a time: what falls due later waits, even when a call has run on past the end.
+    /// The outermost loop up to a time: what becomes due later waits, even when a call has run on past the end.
     void RunUntil(TimePoint end) { RunLoop(end); }
-    /// Ends the outermost loop after the call that is running now, with what is still queued left alone; one that has
-    /// not begun yet ends at once. Pumps inside the running call go on as usual. There is no way back. Idempotent.
+    /// Ends the outermost loop after the call that is running now, and leaves alone what is still queued; a loop that
+    /// has not begun yet ends at once. Pumps inside the running call go on as usual. There is no way back. Idempotent.
     void Quit();
 
-    /// When the next call or tick falls due, or fell due if it still waits; nothing when all is quiet.
+    /// When the next call or tick becomes due, or became due if it still waits; nothing when none is to come.
     std::optional<TimePoint> NextDue();
 
 private:
-    /// When it falls due, then its number in the order of creation.
+    /// When it becomes due, then its number in the order of creation.
     using Place = std::pair<TimePoint, std::uint64_t>;
     struct PostedCall {
         Place place;
@@ -86,7 +86,7 @@ private:
     };
     class Timer;
 
-    /// What a pump may still start: nothing that fell due or was queued later than this.
+    /// What a pump may still start: nothing that became due or was queued later than this.
     struct Horizon {
         TimePoint due;
         std::uint64_t numberEnd;
@@ -115,9 +115,9 @@ private:
 
     std::vector<std::shared_ptr<TimerState>> timers_;  ///< in order of creation
     int nesting_ = 0;                                  ///< calls on the stack
-    int briefNesting_ = 0;                             ///< those that are not long among them
+    int briefNesting_ = 0;                             ///< the calls on the stack that are not long
     std::uint64_t runningNumber_ = 0;                  ///< place in the queue of the innermost call that runs
-    std::uint64_t lastStop_ = 0;                       ///< the last place at which a stop that has run was queued
+    std::uint64_t lastStop_ = 0;                       ///< the latest place in the queue of a stop that has run
 };
 
 }  // namespace kestrane

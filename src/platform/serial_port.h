@@ -9,8 +9,8 @@
 
 namespace kestrane {
 
-/// One serial line as bytes: 8 data bits, no parity, 1 stop bit, no flow control. Logic thread only. No member
-/// raises: a line that is gone reads as silence and swallows what is written.
+/// One serial line as bytes: 8 data bits, no parity, 1 stop bit, no flow control. Logic thread only. No member raises:
+/// a line that is gone reads as silence and drops what is written.
 class SerialPort {
 public:
     virtual ~SerialPort() = default;
@@ -23,8 +23,8 @@ public:
 
     virtual void Write(std::string_view bytes) = 0;
 
-    /// Waits up to `timeoutMs` for bytes without pumping, and returns what is there, at most `maxCount`, as soon as
-    /// at least one byte is; empty at the time limit. A time limit of 0 only looks.
+    /// Waits for bytes for at most `timeoutMs`, without pumping. Returns what is there, at most `maxCount` bytes, as
+    /// soon as there is one; empty at the time limit. A time limit of 0 only looks.
     virtual std::string Read(std::size_t maxCount, std::int32_t timeoutMs) = 0;
 };
 
@@ -32,7 +32,7 @@ public:
 struct SerialPortEntry {
     std::int32_t number = 0;  ///< 1 up
     std::string name;         ///< "COM" and the number
-    std::string device;       ///< what the number stands for, in the system's words
+    std::string device;       ///< the device of this number, in the system's words
     bool present = false;     ///< whether the device is there now
 
     friend bool operator==(const SerialPortEntry&, const SerialPortEntry&) = default;

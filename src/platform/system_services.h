@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-/// The smaller services of the machine that the driver asks for, each an interface of its own. All are used on the
-/// logic thread only.
+/// The smaller services of the machine that the driver uses, each an interface of its own. All are used on the logic
+/// thread only.
 namespace kestrane {
 
 enum class MessageIcon { None, Information, Critical };
@@ -50,7 +50,7 @@ public:
     virtual std::uint32_t CurrentProcessId() = 0;
     /// Id of the process that owns the window, or 0.
     virtual std::uint32_t ProcessOfWindow(std::uint64_t window) = 0;
-    /// Opens with an access mask of the platform's; nothing when refused.
+    /// Opens with an access mask of the platform; nothing when refused.
     virtual std::optional<ProcessHandle> Open(std::uint32_t processId, std::uint32_t accessMask) = 0;
     virtual void SetPriorityClass(ProcessHandle handle, std::uint32_t priorityClass) = 0;
     virtual std::uint32_t GetPriorityClass(ProcessHandle handle) = 0;
@@ -91,7 +91,7 @@ public:
     virtual void Register(std::string_view deviceType, std::string_view driverId, std::string_view description) = 0;
     virtual void Unregister(std::string_view deviceType, std::string_view driverId) = 0;
     virtual bool IsRegistered(std::string_view deviceType, std::string_view driverId) = 0;
-    /// Whether the store can be created on this machine at all.
+    /// Whether the store can be created on this machine.
     virtual bool Available() = 0;
 };
 

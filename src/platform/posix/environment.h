@@ -14,7 +14,8 @@ std::optional<std::string> EnvironmentText(const char* name);
 std::filesystem::path FolderFromEnvironment(const char* ownVariable, const char* desktopVariable,
                                             const std::filesystem::path& fallback);
 
-/// Where the per-user settings of applications lie: `KESTRANE_USER_CONFIG`, else `XDG_CONFIG_HOME`, else "~/.config".
+/// The folder with the per-user settings of applications: `KESTRANE_USER_CONFIG`, else `XDG_CONFIG_HOME`, else
+/// "~/.config".
 std::filesystem::path UserConfigFolder();
 
 }  // namespace kestrane

@@ -21,7 +21,7 @@ double ErfaAstronomy::NowLst(double westLongitudeRadians) {
     const double seconds = utc.hour * 3600.0 + utc.minute * 60.0 + utc.second + utc.millisecond / 1000.0;
     const double greenwich = eraGst00b(epoch, midnight + seconds / 86400.0);
     const double hours = eraAnp(greenwich - westLongitudeRadians) * 12.0 / std::numbers::pi;
-    // An angle just below zero comes out of the folding as a full turn.
+    // Folding turns an angle just below zero into a full turn.
     return hours < 24.0 ? hours : 0.0;
 }
 

@@ -7,7 +7,7 @@
 
 namespace kestrane {
 
-/// Sidereal time by the IAU 2000B models. UTC is taken for UT1, which is never more than 0.9 s away from it.
+/// Sidereal time by the IAU 2000B models. UTC is taken as UT1; the two never differ by more than 0.9 s.
 class ErfaAstronomy final : public Astronomy {
 public:
     explicit ErfaAstronomy(std::function<DateTime()> utcNow);

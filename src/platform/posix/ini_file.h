@@ -10,8 +10,8 @@ namespace kestrane {
 
 /// A text of "[section]" lines and "key=value" lines. Section and key names match in any case (of ASCII letters);
 /// blanks around names and values do not count; lines that begin with ";" or "#", lines of no known form and keys
-/// before the first section are passed over. Where a key stands twice the first one holds; a section may stand in
-/// several pieces.
+/// before the first section are skipped. When a key occurs twice, the first one counts; a section may come in several
+/// pieces.
 class IniFile {
 public:
     /// An empty one when the file is missing, cannot be read or is longer than any settings file (1 MiB).

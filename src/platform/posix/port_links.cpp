@@ -150,8 +150,8 @@ void PortLinks::GiveNumber(const fs::path& device, SerialPortList& list) const {
         AddTrouble(list, trouble, error);
         return;
     }
-    // Always from 1 up and not from the numbers seen free: whoever else numbers this device now takes the same road, so
-    // that its link is met here.
+    // Always from 1 up, and not from the numbers seen free: any other process that numbers this device now tries the
+    // same names in the same order, so its link is found here.
     for (std::int32_t number = 1; number <= kLastNumber; ++number) {
         const fs::path path = LinkPath(linkFolder_, number);
         fs::create_symlink(WithoutDetours(device), path, error);

@@ -9,32 +9,32 @@
 
 namespace kestrane {
 
-/// The numbers of serial ports as a folder of symbolic links: "COMn" names the device of port n. The links are the
-/// only memory of the numbers; a person may make, change and remove them too.
+/// The numbers of serial ports as a folder of symbolic links: "COMn" names the device of port n. The numbers are kept
+/// nowhere else; a person may make, change and remove the links too.
 ///
 /// Several processes may list at once. Each device walks the numbers from 1 up and takes the first that the file
 /// system lets it have, so that two processes meet at the same link and neither makes a second one.
 class PortLinks {
 public:
-    /// The folder where the system names each serial device that is plugged in by what it is, not by the order of
-    /// plugging. It is missing while there is none.
+    /// The folder in which the system names each serial device that is plugged in by what it is, not by the order of
+    /// plugging. It is missing while there is no such device.
     static constexpr std::string_view kSystemDevices = "/dev/serial/by-id";
 
-    /// Where the numbers end, as they are kept in 16 bits.
+    /// The highest number, since they are kept in 16 bits.
     static constexpr std::int32_t kLastNumber = 32767;
 
-    /// `linkFolder` is made with the first link.
+    /// `linkFolder` is made together with the first link.
     explicit PortLinks(std::filesystem::path linkFolder, std::filesystem::path deviceFolder = kSystemDevices);
 
-    /// Gives each device that no link names the lowest free number, then reports all links. A name other than "COM" and
-    /// a number from 1 to `kLastNumber` without leading zeros, and whatever is no symbolic link, is passed over; it is
-    /// left as it is and its name is not taken. Links are never changed or removed.
+    /// Gives each device that no link names the lowest free number, then returns all links. A name other than "COM" and
+    /// a number from 1 to `kLastNumber` without leading zeros is skipped, and so is anything that is no symbolic link;
+    /// it stays as it is, and its name is not used. Links are never changed or removed.
     SerialPortList List();
 
 private:
     struct Link {
         SerialPortEntry entry;
-        /// The paths that the link leads through, up to the device itself if that is there.
+        /// The paths that the link leads through, up to the device itself if it is there.
         std::vector<std::filesystem::path> names;
     };
 

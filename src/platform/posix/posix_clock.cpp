@@ -84,8 +84,8 @@ double PosixClock::TimeZoneOffset() {
 
 DateTime PosixClock::DateLocalToUTC(const DateTime& local) {
     tzset();
-    // mktime settles an ambiguous time by what it was asked before; trying the offsets in force a day earlier and a
-    // day later gives the same answer each time.
+    // mktime resolves an ambiguous time by what it was asked before. Trying the offsets of a day earlier and of a day
+    // later gives the same result each time.
     const std::time_t asUtc = SecondsOf(local);
     const std::time_t offsetBefore = OffsetAt(asUtc - kDay);
     const std::time_t offsetAfter = OffsetAt(asUtc + kDay);

@@ -6,9 +6,8 @@
 
 namespace kestrane {
 
-/// The machine's clocks: ticks from the steady one, dates from the system one. A zone change (`TZ`, or the system's
-/// zone while `TZ` is not set) is taken up at the next call. Milliseconds of a date pass through conversions as they
-/// are.
+/// The machine's clocks: ticks from the steady one, dates from the system one. A change of the zone (`TZ`, or the
+/// system's zone while `TZ` is not set) takes effect at the next call. Conversions keep the milliseconds of a date.
 class PosixClock final : public Clock {
 public:
     Tick GetTickCount() override;
@@ -16,8 +15,8 @@ public:
     void Sleep(std::int32_t milliseconds) override;
 
     double TimeZoneOffset() override;
-    /// Where a local time stands for two moments (clocks set back) the later one is meant, the one in standard time.
-    /// A local time that was left out (clocks set forward) is read by the rules before the change.
+    /// When a local time occurs twice (clocks set back), the later one is meant, which is in standard time. A local
+    /// time that was skipped (clocks set forward) is read by the rules before the change.
     DateTime DateLocalToUTC(const DateTime& local) override;
     DateTime DateUTCToLocal(const DateTime& utc) override;
 

@@ -6,11 +6,11 @@
 
 namespace kestrane {
 
-/// Message boxes while no view is attached: each is written to standard error as "title: text", told to the log, and
+/// Message boxes while no view is attached: each is written to standard error as "title: text", passed to the log, and
 /// answered with OK at once.
 class PosixMessageBoxes final : public MessageBoxes {
 public:
-    /// Told of each box as "title: text"; may be empty.
+    /// Called with each box as "title: text"; may be empty.
     using LogFunction = std::function<void(std::string_view)>;
 
     explicit PosixMessageBoxes(LogFunction log = {});

@@ -79,7 +79,8 @@ std::vector<std::string> SplitAtBlanks(std::string_view text) {
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-/// What a started program gets: a session of its own, the usual signals, no file of ours, nothing to read or print to.
+/// What a started program gets: a session of its own, the usual signals, none of our files, nothing to read or print
+/// to.
 class SpawnSettings {
 public:
     SpawnSettings() {
@@ -185,7 +186,7 @@ void PosixProcesses::Start(std::string_view path, std::string_view arguments) {
     if (posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ) != 0) {
         return;
     }
-    // Only a parent that waits keeps an ended child from staying in the process list.
+    // Only when its parent waits for it does an ended child leave the process list.
     std::thread([process] { waitpid(process, nullptr, 0); }).detach();
 }
 

@@ -21,13 +21,13 @@ public:
     /// Refused when there is no such process, or when the mask asks for changes and the process belongs to another
     /// user.
     std::optional<ProcessHandle> Open(std::uint32_t processId, std::uint32_t accessMask) override;
-    /// A value that is no class changes nothing, nor does one that the system does not permit to this user.
+    /// A value that is no class changes nothing, and neither does one that the system does not permit to this user.
     void SetPriorityClass(ProcessHandle handle, std::uint32_t priorityClass) override;
     /// 0 when the process is gone.
     std::uint32_t GetPriorityClass(ProcessHandle handle) override;
     void Close(ProcessHandle handle) override;
     /// `arguments` is split at its blanks. The program gets a session of its own and none of our files and sockets; it
-    /// outlives us. A program that cannot be started is passed over.
+    /// goes on after we have ended. A program that cannot be started is ignored.
     void Start(std::string_view path, std::string_view arguments) override;
     void EndThisProcess() override;
 

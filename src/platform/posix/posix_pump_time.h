@@ -9,7 +9,7 @@
 
 namespace kestrane {
 
-/// The steady clock, slept on with a condition variable.
+/// The steady clock, with a sleep on a condition variable.
 class PosixPumpTime final : public PumpTime {
 public:
     /// Called from every thread that posts.

@@ -18,14 +18,14 @@ namespace asio = boost::asio;
 using SteadyClock = std::chrono::steady_clock;
 using ErrorCode = boost::system::error_code;
 
-/// One read takes at most this much; a line at any speed that mounts use brings far less between two reads.
+/// The most that one read takes; at any speed that mounts use, far less arrives between two reads.
 constexpr std::size_t kReadChunk = 4096;
 
 bool IsTemporary(int error) {
     return error == EAGAIN || error == EINTR;
 }
 
-/// Waits until the device can do what `events` asks for, or is in trouble; false at the time limit.
+/// Waits until the device can do what `events` asks for, or has a fault; false at the time limit.
 bool WaitFor(int device, short events, SteadyClock::time_point deadline) {
     const auto left = std::max(deadline - SteadyClock::now(), SteadyClock::duration::zero());
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
@@ -66,7 +66,7 @@ PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::
 int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
     Close();
     if (speed <= 0) {
-        return EINVAL;  // speed 0 would hang the line up
+        return EINVAL;  // speed 0 would hang up the line
     }
     number_ = port;
     speed_ = speed;
@@ -150,7 +150,7 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
             return {buffer.data(), static_cast<std::size_t>(count)};
         }
         if (count == 0 || !IsTemporary(errno)) {
-            // The device is gone, which every poll would report at once: silence for the whole time instead.
+            // The device is gone, and every poll would report that at once: wait in silence for the whole time instead.
             CloseDevice();
             std::this_thread::sleep_until(deadline);
             return {};

@@ -10,26 +10,26 @@
 
 namespace kestrane {
 
-/// A serial device or pseudo-terminal in raw mode. While it is open the device carries an exclusive advisory lock, so
-/// that two of our programs never share a line; a locked device fails to open with EWOULDBLOCK. Opening purges
-/// nothing: bytes that wait on the line are read like any others.
+/// A serial device or pseudo-terminal in raw mode. While it is open the device has an exclusive advisory lock, so that
+/// two of our programs never share a line; a locked device fails to open with EWOULDBLOCK. Opening discards nothing:
+/// bytes that wait on the line are read like any others.
 ///
-/// A device that goes away while it is open stays open and silent. Each later write or read looks whether it is back
-/// under its number and takes it up again, so that a cable put back needs nobody's help.
+/// When a device goes away while it is open, the port stays open and silent. Each later write or read checks whether
+/// the device is back under its number and opens it again, so that nobody has to do anything after a cable is put back.
 class PosixSerialPort final : public SerialPort {
 public:
     static constexpr std::chrono::milliseconds kWriteLimit{200};
 
-    /// `portFolder` holds one symbolic link "COMn" for each port number. `writeLimit` is the time of a whole write,
-    /// whatever part of it the line has taken by then; see `Write`.
+    /// `portFolder` holds one symbolic link "COMn" for each port number. `writeLimit` is the time for a whole write,
+    /// however much of it the line has taken by then; see `Write`.
     explicit PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit = kWriteLimit);
 
-    /// ENOENT when no device bears the number, ENOTTY when the link names no terminal, EINVAL for a speed that the
-    /// device does not know.
+    /// ENOENT when no device has the number, ENOTTY when the link names no terminal, EINVAL for a speed that the device
+    /// does not support.
     int Open(std::int32_t port, std::int32_t speed) override;
     void Close() override;
     bool IsOpen() override;
-    /// What the line has not taken by the write limit is lost. From then on writes are dropped at once, without a wait,
+    /// What the line has not taken at the write limit is lost. From then on writes are dropped at once, without a wait,
     /// until the line takes bytes again.
     void Write(std::string_view bytes) override;
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override;
@@ -37,7 +37,7 @@ public:
 private:
     boost::system::error_code OpenDevice();
     void CloseDevice();
-    /// Whether the device is there, after a try to take up one that was gone.
+    /// Whether the device is there; first tries to open one that was gone.
     bool HaveDevice();
 
     const std::filesystem::path portFolder_;

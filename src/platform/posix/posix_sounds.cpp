@@ -6,7 +6,7 @@ namespace kestrane {
 
 void PosixSounds::Beep() {
     if (isatty(STDERR_FILENO) == 1) {
-        // A bell that cannot be rung is nobody's loss.
+        // It does no harm when the bell cannot ring.
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, "\a", 1);
     }
 }

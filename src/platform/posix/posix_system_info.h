@@ -4,7 +4,7 @@
 
 namespace kestrane {
 
-/// A system without the version record and the token: only the administrator test has an answer (the root user).
+/// A system without a version record and a process token: only the administrator test has an answer (the root user).
 class PosixSystemInfo final : public SystemInfo {
 public:
     std::optional<OsVersion> GetVersion() override;
