@@ -14,10 +14,11 @@ public:
     Companion(Registry& registry, Processes& processes, Waits& waits)
         : registry_(registry), processes_(processes), waits_(waits) {}
 
-    /// Path of the companion's executable, or an empty text. A value that is a number gives its digits; any other
-    /// type gives nothing.
+    /// Path of the companion's executable, or an empty text. A registry value that is a number gives its digits; any
+    /// other type gives nothing.
     std::string GetCompanionExePath();
-    /// Whether a process of that executable name runs; case does not count. `name` is lowered in place.
+    /// Whether a process with that executable name runs; case does not matter. `name` is changed to lower case in
+    /// place.
     bool IsProcessRunning(std::string& name);
     /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps).
     bool StartCompanion();
@@ -28,13 +29,13 @@ private:
     Waits& waits_;
 };
 
-/// Sets the priority class of a process and returns the class read back. The process is the given one (0: none),
-/// else the owner of the window (0: none), else this one.
+/// Sets the priority class of a process and returns the class read back. The process is `processId` (0: none), else the
+/// owner of the window (0: none), else this process.
 std::uint32_t SetProcessPriority(Processes& processes, std::uint64_t window, std::uint32_t processId,
                                  std::uint32_t priorityClass);
 
-/// Applies the entry of the priority list, 0 "High" to 4 "Low". "Normal" passes 527, a number that no system takes
-/// as a class, so that choosing it leaves the priority as it was (intentional). Any other index passes 0.
+/// Applies the entry of the priority list, 0 "High" to 4 "Low". Intentional: "Normal" passes 527, a number that no
+/// system accepts as a class, so that choosing it leaves the priority as it was. Any other index passes 0.
 void ApplyWindowsPriority(Processes& processes, int index);
 
 }  // namespace kestrane

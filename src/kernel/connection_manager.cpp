@@ -12,7 +12,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSpeed = 9600;
-constexpr std::size_t kComLetters = 3;           // of "COM" ahead of a port's number
+constexpr std::size_t kComLetters = 3;           // of "COM" before a port's number
 constexpr std::int32_t kMaxStartAttempts = 100;  // passes after the companion was started
 constexpr std::int32_t kCompanionWaitMs = 250;
 constexpr std::int32_t kPassWaitMs = 200;
@@ -23,7 +23,7 @@ constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
 constexpr std::string_view kCompanionApplication = "QUAY";
 constexpr std::string_view kCompanionSection = "Driver";
 
-/// To the nearest 16-bit value.
+/// Limited to the range of 16 bits.
 std::int16_t ToShort(std::int32_t value) {
     return static_cast<std::int16_t>(std::clamp<std::int32_t>(value, std::numeric_limits<std::int16_t>::min(),
                                                               std::numeric_limits<std::int16_t>::max()));
@@ -115,7 +115,7 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     return PassResult::NextPass;
 }
 
-/// Takes the port that the companion published, if its text has the form "COMn", blank, anything.
+/// Uses the port that the companion published, if its text has the form "COMn", blank, anything.
 void ConnectionManager::ChooseCompanionPort(Opening& opening) {
     const auto companionSetting = [&](std::string_view key, std::string_view fallback) {
         return needs_.applicationSettings.Get(kCompanionApplication, kCompanionSection, key, fallback);
@@ -134,7 +134,7 @@ void ConnectionManager::ChooseCompanionPort(Opening& opening) {
     }
 }
 
-/// False when a serial port will not open and no companion is asked for, which might yet create it.
+/// False when a serial port cannot be opened and no companion is configured that might still create it.
 bool ConnectionManager::SetUpLink(const Opening& opening) {
     if (!needs_.link) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
@@ -163,7 +163,7 @@ bool ConnectionManager::ProbeMount() {
     return !state_.g_sVersion.empty();
 }
 
-/// With the companion asked for: closes the port, starts the companion once, then keeps trying for a while.
+/// When the companion is configured: closes the port, starts the companion once, then keeps trying for a while.
 bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
     if (!needs_.persist.ReadFlag(setting::chkQUAY) && !needs_.persist.ReadFlag(setting::chkQuayRestApi)) {
         return false;
@@ -245,8 +245,8 @@ void ConnectionManager::ReadMountForm() {
     }
 }
 
-/// The link is left as it is. The close below runs although this client was never counted: it takes one count from
-/// an earlier client if there is one. Intentional.
+/// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
+/// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
     needs_.log.LogMessage("OpenConnection", LogLevel::Error,
                           "OpenConnection Failed. No response from COM" + opening.portText);

@@ -40,7 +40,7 @@ struct ConnectionManagerNeeds {
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
     Companion& companion;
-    std::function<Telescope&()> internalInstance;  ///< made on first need
+    std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
     std::function<void(const std::string& key)> updateMountRates;
     std::function<void()> checkForUpdate;
@@ -62,11 +62,11 @@ public:
     void ExitIfNoClients() override;
     std::string QuayRestPort() override;
 
-    /// Looks for a mount on a port, for the setup dialog. On a closed link the port is opened for the check and
-    /// closed again; an open link that clients use stays open, with `timeoutMs` (0: unchanged) in force. Pumps not.
+    /// Looks for a mount on a port, for the setup dialog. When the link is closed, the port is opened for the check and
+    /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump.
     bool CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version);
     /// Reads the site from a mount, in the same frame. Degrees, longitude west positive, -180 to 180. A reply that
-    /// cannot be read counts as none: 0 and false.
+    /// cannot be read counts as no reply: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
     /// Reads the site of the mount on the port of the settings and shows it on the hand box. Does not raise.
     void ReadMountSite(bool silent);
@@ -74,19 +74,19 @@ public:
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);
 
-    /// Asks whether the companion stands between driver and mount; nothing once that is proved.
+    /// Asks whether the companion is between driver and mount; does nothing once that is proved.
     void CheckQuay();
-    /// The same each minute while it is wanted and unproved; called by the poll.
+    /// The same each minute while it is wanted and not proved; called by the poll.
     void PeriodicQuayCheck();
     /// Writes the caption of the mount's frame; a port is also stored in the settings.
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
     void ResetCommCounters();
-    /// Closes the link, unloads the windows, ends the process. The mount is left as it stands.
+    /// Closes the link, unloads the windows, ends the process. The mount is left as it is.
     void ShutdownDriver();
 
 private:
-    /// What an `OpenConnection` carries through its steps.
+    /// What an `OpenConnection` passes from step to step.
     struct Opening {
         bool ip = false;
         bool quay = false;
@@ -95,7 +95,7 @@ private:
         std::string portText;
         Tick start{};
         int startAttempts = 0;
-        bool linkSetUp = false;  ///< the set-up of the link was passed once
+        bool linkSetUp = false;  ///< the set-up of the link has been done once
     };
     enum class PassResult { MountFound, NextPass, Failed };
 
@@ -113,7 +113,7 @@ private:
     void CountClient(ClientKind kind);
     std::string MountInfoCaption(std::string_view port);
     std::string Counts() const;
-    /// Exchanges of the driver's own telescope object.
+    /// Exchanges through the driver's own telescope object.
     Sequence Talk(const CompletingProcedure& procedure) {
         return {needs_.internalInstance().Commands(), needs_.door, procedure};
     }
@@ -128,7 +128,7 @@ private:
 
     ConnectionManagerNeeds needs_;
     DriverState& state_;
-    bool ended_ = false;  ///< the driver was shut down, perhaps inside a pump of a call that still runs
+    bool ended_ = false;  ///< the driver was shut down, perhaps inside the pump of a call that still runs
 };
 
 }  // namespace kestrane

@@ -259,7 +259,7 @@ LogFileFacts Driver::FactsOfLog() {
         .controller = [this] { return persist.Read(setting::Controller); },
         .mountTypeName =
             [this] {
-                // A number too large for any model is clamped, so that it stays one without a name.
+                // A number too large for any model is clamped, so that it stays a number without a name.
                 using Limits = std::numeric_limits<std::int16_t>;
                 const double number = Val_Global(persist.Read(setting::MountType), log);
                 auto type =

@@ -33,7 +33,7 @@
 
 namespace kestrane {
 
-/// A client's focuser object; letting go of it releases the object.
+/// A client's focuser object; destroying this pointer releases the object.
 using FocuserObject = std::unique_ptr<Focuser, EndsDeviceObject>;
 
 /// The whole driver of one process, put together top to bottom in the order of its members. Two of them can live in
@@ -50,7 +50,7 @@ public:
     TelescopeObject CreateTelescope();
     FocuserObject CreateFocuser();
 
-    /// The driver's own telescope object, counted among the objects; made on first need.
+    /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 
     // AlarmActions
@@ -104,8 +104,8 @@ private:
     std::unique_ptr<Telescope> internalInstance_;
 };
 
-/// Process start: refuses a start that no client asked for with its one message and makes nothing (null), else
-/// gives the running driver.
+/// Process start: refuses a start that no client asked for, with one message, and makes nothing (null); otherwise
+/// returns the running driver.
 std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient);
 
 }  // namespace kestrane

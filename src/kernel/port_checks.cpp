@@ -12,7 +12,7 @@ constexpr int kTries = 3;
 
 }  // namespace
 
-/// Opens the closed link for a check with the given preparation of its time limit; false when it stays closed.
+/// Opens the closed link for a check, after `setTimeout` has set its time limit; false when it stays closed.
 bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout) {
     try {
         MountLink& link = *needs_.link;
@@ -26,8 +26,8 @@ bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void
     }
 }
 
-/// Runs `work` on the link, which is opened for it when it is closed and then closed again. An open link that
-/// clients use stays open, also after a failure.
+/// Runs `work` on the link. A closed link is opened for it and then closed again. An open link that clients use stays
+/// open, also after a failure.
 bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                                const std::function<bool(MountLink&, bool openedHere)>& work) {
     if (!needs_.link) {

@@ -7,7 +7,7 @@
 namespace kestrane {
 namespace {
 
-/// How a device class stands in the platform's store.
+/// How a device class is registered in the platform's store.
 struct DeviceIdentity {
     std::string_view deviceType;
     std::string_view driverId;

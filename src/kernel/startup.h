@@ -27,15 +27,15 @@ struct StartupNeeds {
     std::function<void()> showMountInfo;  ///< the caption of the mount's frame, without a port
 };
 
-/// The steps of the process's start, and the registration that each device class makes of itself when its first
-/// object is created. Logic thread only.
+/// The steps of the start of the process, and the registration of each device class when its first object is created.
+/// Logic thread only.
 class Startup final : public DeviceRegistration {
 public:
     explicit Startup(StartupNeeds needs) : needs_(std::move(needs)) {}
 
-    /// Everything from the first state of the process to the point where objects are served.
+    /// Everything from the first state of the process to the point where clients' objects are served.
     void Run();
-    /// Builds the link from the settings, once per process. Failures leave it absent.
+    /// Builds the link from the settings, once per process. After a failure there is no link.
     void CreateLink();
 
     /// Creates the platform's utility object if it is absent; a failure is swallowed.

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What the program says of itself.
+/// The name, version and legal texts of the program.
 namespace kestrane::application {
 
 inline constexpr std::string_view kTitle = "Kestrane V2";

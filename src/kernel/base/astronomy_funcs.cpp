@@ -11,7 +11,7 @@ constexpr double kRoundSeconds = 0.5 / 3600.0;
 constexpr double kRoundTenths = 0.05 / 3600.0;
 constexpr double kCarrySeconds = 59.95;
 
-// No angle or time comes near; keeps the conversions to integers defined for rubbish.
+// No angle or time comes near this; it keeps the conversions to integers defined for senseless values.
 constexpr double kLargest = 1.0e9;
 
 double Magnitude(double value) {

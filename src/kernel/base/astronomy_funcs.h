@@ -4,7 +4,7 @@
 #include <string_view>
 
 /// Splitting angles and times into their sexagesimal parts, their plain text forms, and trigonometry in degrees.
-/// Nothing here raises, and no locale has a say.
+/// Nothing here raises or depends on the locale.
 namespace kestrane {
 
 /// Degrees (or hours), minutes and seconds of an absolute value, and its sign.
@@ -26,26 +26,26 @@ struct SexagesimalTenths {
 /// To the nearest whole second.
 SexagesimalParts SplitToSeconds(double value);
 
-/// For seconds with one decimal: 0.05 seconds are added before the split and stay in the seconds, to be cut off by the
-/// one who prints them. Seconds of 59.95 and above become 0 of the next minute.
+/// For seconds with one decimal: 0.05 seconds are added before the split and stay in the seconds; whoever prints them
+/// cuts that off. Seconds of 59.95 and above become 0 of the next minute.
 SexagesimalTenths SplitToTenths(double value);
 
-/// sHH:MM:SS with two digits a part, cut off at each step, not rounded: every second whole number of seconds is, as
-/// hours in a double, a hair too small and shows the second before it (13 seconds give "00:00:12"). Not for what is
-/// read back or compared; for that, see `SexagesimalTenthsText`. The sign is shown always with `plus`, else only when
-/// negative.
+/// sHH:MM:SS with two digits for each part, cut off at each step, not rounded. In a double of hours, every second whole
+/// number of seconds is a very little too small and shows the second before it (13 seconds give "00:00:12"). Not for a
+/// text that is read back or compared; for that, see `SexagesimalTenthsText`. The sign is always shown with `plus`,
+/// else only when negative.
 std::string SexagesimalText(double value, bool plus);
 std::string SexagesimalText(double value, bool plus, std::string_view delimiter);
 /// sHH:MM:SS.S, rounded to the tenth; the rounding carries.
 std::string SexagesimalTenthsText(double value, bool plus);
 
-/// Pi as the driver's geometry has it.
+/// Pi as used by the driver's geometry.
 inline constexpr double kPi = 3.14159265358979;
 
 double SinDegrees(double degrees);
 double CosDegrees(double degrees);
 double TanDegrees(double degrees);
-/// For -1 to 1; what lies outside counts as the nearer end.
+/// For -1 to 1; a value outside counts as the nearer end.
 double ArcSinRadians(double sine);
 double ArcSinDegrees(double sine);
 double ArcTanDegrees(double tangent);

@@ -12,7 +12,7 @@
 namespace kestrane {
 
 /// Leading number of a text with a point or comma: what could be read, 0 for nothing. A bad text is logged. A minus
-/// anywhere makes the number negative, a zero too.
+/// anywhere makes the number negative, even a zero.
 double Val_Global(std::string_view text, Log& log);
 double Val_US(std::string_view text, Log& log);
 
@@ -21,26 +21,26 @@ bool IsAllDigits(std::string_view text);
 double FractionValue(std::string_view digits);
 /// Whether the C locale writes numbers with a point.
 bool UsesDecimalPoint();
-/// A sign or none, digits with at most one point or comma among, before or after them, and an exponent ("E3", "e-3")
-/// or none; blanks around it all, none within. No words ("inf"), no hexadecimal digits, no grouping of thousands. The
-/// value must fit a double.
+/// A sign or none, digits with at most one point or comma before, between or after them, and an exponent ("E3", "e-3")
+/// or none; blanks may be around it, none within. No words ("inf"), no hexadecimal digits, no grouping of thousands.
+/// The value must fit a double.
 bool IsNumericText(std::string_view text);
 
-/// `value` by a pattern of "0" (a digit always), "#" (a digit that is not a zero at the edge) and one ".", rounded half
-/// away from zero, with a point. Text before and after these places stays, its commas as points; nothing else of a
-/// pattern means anything: no grouping, percent, exponent, nor sections for signs. An empty pattern is the plain form
-/// (see `PlainNumber`), and so is the text of what is not finite.
+/// `value` by a pattern of "0" (always a digit), "#" (a digit, left out when it is a zero at the edge) and one ".",
+/// rounded half away from zero, with a point. Text before and after these places stays, with points for its commas;
+/// nothing else in a pattern has a meaning: no grouping, percent, exponent, or sections for signs. An empty pattern is
+/// the plain form (see `PlainNumber`), and so is the text of a value that is not finite.
 std::string FormatUs(double value, std::string_view pattern);
 
-/// sHH:MM:SS.S to hours; false on a fault, when `hours` keeps what was added so far, without its sign. The text and
-/// faults are logged. The hours may carry a second sign of their own: "--5:30:00" is 4.5.
+/// sHH:MM:SS.S to hours; false on a fault: `hours` then keeps what was added so far, without its sign. The text and
+/// faults are logged. The hours may have a second sign of their own: "--5:30:00" is 4.5.
 bool ParseProtocolHours(std::string_view text, double& hours, Log& log);
-/// sDD*MM:SS to degrees; false on a fault, silently, when `degrees` keeps what was added so far.
+/// sDD*MM:SS to degrees; false on a fault, which is not logged: `degrees` then keeps what was added so far.
 bool ParseProtocolDegrees(std::string_view text, double& degrees, Log& log);
 double ProtocolHours(std::string_view text, Log& log);
 double ProtocolDegrees(std::string_view text, Log& log);
 
-/// Signed decimal integer of 16 bits; false for any other character, or for a magnitude above 32767, when `value` stays
+/// Signed decimal integer of 16 bits; false for any other character, or for a magnitude above 32767: `value` then stays
 /// as it was. No digits at all are 0.
 bool TryParseInteger(std::string_view text, std::int16_t& value);
 
@@ -63,8 +63,8 @@ double NormalizeDegrees180(double degrees);
 /// Angle between two points in degrees, stable for small angles; RA in hours, Dec in degrees.
 double AngularDistance(double ra1, double dec1, double ra2, double dec2);
 
-/// Horizontal in degrees to equatorial: hour angle in hours, -12 to 12, declination in degrees. False, with both as
-/// they were, for a latitude or altitude outside -90 to 90 or an azimuth above 360; a negative azimuth turns west from
+/// Horizontal in degrees to equatorial: hour angle in hours, -12 to 12, declination in degrees. False, with both
+/// unchanged, for a latitude or altitude outside -90 to 90 or an azimuth above 360; a negative azimuth turns west from
 /// north.
 bool AltAzToHaDec(double latitude, double altitude, double azimuth, double& hourAngle, double& declination);
 /// Equatorial to horizontal, all in degrees; the azimuth from north through east, 0 to 360, never a negative zero. Due

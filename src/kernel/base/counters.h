@@ -18,14 +18,14 @@ struct CounterState {
     std::int32_t g_nLowPower = 0;
 };
 
-/// Shows the counters; the hand box.
+/// Shows the counters; implemented by the hand box.
 class CounterView {
 public:
     virtual ~CounterView() = default;
     virtual void UpdateErrorCounts() = 0;
 };
 
-/// Raises the link counters: each increment logs the new value with origin "Telescope" and refreshes the view.
+/// Increments the link counters: each increment logs the new value with origin "Telescope" and refreshes the view.
 class Counters {
 public:
     Counters(CounterState& state, Log& log) : state_(state), log_(log) {}
@@ -60,8 +60,8 @@ public:
     virtual void ShowLowPower() = 0;
 };
 
-/// Takes the unsolicited alarm letters out of what the mount sent: "X" servo fault, "Y" low power, "Z" motor stall.
-/// Each letter is taken out once per reply and counted. Intentional: any reply that really holds one of them loses it.
+/// Removes the unsolicited alarm letters from what the mount sent: "X" servo fault, "Y" low power, "Z" motor stall.
+/// Each letter is removed once per reply and counted. Intentional: a reply that really holds one of them loses it.
 class AlarmFilter {
 public:
     explicit AlarmFilter(Counters& counters) : counters_(counters) {}
@@ -75,7 +75,7 @@ private:
     AlarmActions* actions_ = nullptr;
 };
 
-/// `text` without its character at `position` (from 1); an empty text for a position outside it.
+/// `text` without the character at `position` (from 1); an empty text for a position outside it.
 std::string RemoveChar(std::string_view text, std::size_t position);
 
 }  // namespace kestrane

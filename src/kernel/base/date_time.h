@@ -7,7 +7,7 @@
 
 namespace kestrane {
 
-/// The date and time `milliseconds` later (earlier, when negative), by the calendar; zones have no say.
+/// The date and time `milliseconds` later (earlier, when negative), by the calendar; time zones do not matter.
 DateTime AddMilliseconds(const DateTime& date, std::int64_t milliseconds);
 
 /// "YYYY-MM-DD HH:MM:SS".

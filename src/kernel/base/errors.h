@@ -13,8 +13,7 @@ namespace kestrane {
 /// Source text of every error that reaches a client.
 inline constexpr std::string_view kErrorSource = "ASCOM V2 Kestrane VTR Driver";
 
-/// Error numbers that reach clients. The words belong to the place that raises them; the usual ones stand in
-/// `MessageOf`.
+/// Error numbers that reach clients. The place that raises an error gives the words; the usual ones are in `MessageOf`.
 enum class ErrorNumber : std::uint32_t {
     NotImplemented = 0x80040400,
     NoMount = 0x80040402,
@@ -37,11 +36,11 @@ enum class ErrorNumber : std::uint32_t {
     TargetIncomplete = 0x80040430,
 };
 
-/// The usual words of an error number; empty where each raising place has its own.
+/// The usual words of an error number; empty when each raising place has its own.
 std::string_view MessageOf(ErrorNumber number);
 
-/// A failure told to a client: number, source and message. The only kind of failure that procedures which run with
-/// errors ignored swallow.
+/// A failure that is reported to a client: number, source and message. Procedures that run with errors ignored swallow
+/// only this kind of failure.
 class DriverError : public std::runtime_error {
 public:
     /// With the usual words of the number and the driver's source.
@@ -73,7 +72,7 @@ public:
     RunTimeError(std::uint32_t number, std::string message);
 };
 
-/// One swallowed failure: where, and what it was.
+/// One swallowed failure: the place, and what it was.
 struct SwallowedError {
     std::string procedure;
     std::uint32_t line = 0;
@@ -81,8 +80,8 @@ struct SwallowedError {
     std::string message;
 };
 
-/// Every failure that a procedure running with errors ignored swallowed, oldest first. Keeps the newest
-/// `kCapacity`; tests look here for swallows that nobody expected.
+/// Every failure that was swallowed by a procedure which runs with errors ignored, oldest first. Keeps the newest
+/// `kCapacity`; tests look here for swallowed failures that nobody expected.
 class SwallowLedger {
 public:
     static constexpr std::size_t kCapacity = 1000;

@@ -105,7 +105,7 @@ void Quietly(Statement&& statement) {
     }
 }
 
-/// The answer of one fact; `fallback` when nobody gives it or the asking fails.
+/// The value of one fact; `fallback` when it is not set or its function fails.
 template <typename Answer>
 Answer Ask(const std::function<Answer()>& fact, Answer fallback) {
     if (fact) {
@@ -170,8 +170,8 @@ void Log::OpenLog() {
 
 void Log::OpenFile() {
     fileName_ = std::filesystem::path(state_.g_sLogDir) / ("KS_ASCOM_" + GetFileTimestamp() + ".log");
-    // Without a buffer each line goes to the system in one write, so that a killed process loses no line, and what a
-    // full disk refused is not kept and tried again.
+    // Without a buffer each line goes to the system in one write: a killed process loses no line, and a line that a
+    // full disk refused is not kept and written later.
     stream_ = std::ofstream();
     stream_.rdbuf()->pubsetbuf(nullptr, 0);
     stream_.open(fileName_, std::ios::binary | std::ios::trunc);
@@ -194,7 +194,7 @@ void Log::ChooseFolder() {
 }
 
 void Log::WriteHeader() {
-    // The facts are read line by line: reading one may itself log, and that line belongs before the fact's own.
+    // The facts are read line by line: reading one may itself log, and that line must come before the line of the fact.
     WriteLogLine("# KS ASCOM Driver - " + std::string(application::kDriverVersion));
     WriteLogLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "")));
     WriteLogLine("# Mount Type: " + Ask<std::string>(facts_.mountTypeName, ""));
@@ -231,7 +231,7 @@ void Log::WriteLogLine(std::string_view line) {
     std::string text;
     text.reserve(line.size() + kLineNumberWidth + 3);
     if (lineIsBroken_) {
-        text += '\n';  // the disk took a part of the line before; this one still begins at the margin
+        text += '\n';  // the disk took a part of the line before; this one still begins a new line
     }
     if (state_.g_nLogLine >= 0) {
         if (state_.g_nLogLine < std::numeric_limits<std::int32_t>::max()) {
@@ -241,7 +241,7 @@ void Log::WriteLogLine(std::string_view line) {
         text += ' ';
     }
     text.append(line) += '\n';
-    // To the buffer itself: it knows how much the disk took, and no failure stays to keep the next line out.
+    // Writes to the buffer itself: it reports how much the disk took, and a failure does not block the next line.
     const std::streamsize taken = stream_.rdbuf()->sputn(text.data(), std::ssize(text));
     if (taken > 0) {
         lineIsBroken_ = text[static_cast<std::size_t>(taken) - 1] != '\n';

@@ -33,16 +33,17 @@ public:
     virtual bool Visible() = 0;
     /// Bytes now in the text box.
     virtual std::size_t TextLength() = 0;
-    /// Cuts the text to its last `bytes`, or up to three less where a cut there would part the bytes of one
-    /// character, and moves the caret to the end.
+    /// Cuts the text to its last `bytes`, or up to three less when a cut there would split the bytes of one character,
+    /// and moves the caret to the end.
     virtual void KeepLast(std::size_t bytes) = 0;
     /// Appends CR LF and the line in a red-green-blue colour at the end.
     virtual void Append(std::string_view line, std::int32_t colour) = 0;
     virtual void Show(bool visible) = 0;
 };
 
-/// What the head of a log file says and where the file goes; read at each `OpenLog`, in this order, also when no file
-/// can be opened. One that is not set, or that fails, counts as its harmless answer (an empty text, "unknown", false).
+/// What the head of a log file contains and where the file goes; read at each `OpenLog`, in this order, even when no
+/// file can be opened. One that is not set, or that fails, counts as its harmless value (an empty text, "unknown",
+/// false).
 struct LogFileFacts {
     std::function<std::string()> logFileDir;     ///< setting `LogFileDir`; empty for the common folder
     std::function<std::string()> controller;     ///< setting `Controller`, "0" to "4" or another text
@@ -52,9 +53,9 @@ struct LogFileFacts {
     std::function<std::filesystem::path()> commonAppData;
 };
 
-/// Takes every log line of the driver: writes it to the log file, numbered and time-stamped, and feeds the log
-/// window with a filtered, coloured subset. Nothing here ever raises, blocks on a full disk or fails its caller: a
-/// `DriverError` of the window, of a fact or of the listener ends here. Logic thread only. Does not pump.
+/// Takes every log line of the driver: writes it to the log file, with number and time, and passes a filtered, coloured
+/// part to the log window. Nothing here ever raises, blocks on a full disk or fails its caller: a `DriverError` of the
+/// window, of a fact or of the listener ends here. Logic thread only. Does not pump.
 class Log {
 public:
     Log(LogState& state, Clock& clock) : state_(state), clock_(clock) {}
@@ -73,10 +74,10 @@ public:
     void OpenLog();
     void CloseLog();
     bool IsOpen() const { return stream_.is_open(); }
-    /// Opens the log and shows or hides the window to suit, or closes both, by `g_bDebugLog`.
+    /// By `g_bDebugLog`, opens the log and shows or hides the window as asked, or closes both.
     void ToggleLog(bool showWindow);
     /// One line to the file, with its number and a line feed. A line that a full disk refuses is lost and leaves a gap
-    /// in the numbers; one that it took in part is ended before the next.
+    /// in the numbers; one that the disk took in part is ended before the next.
     void WriteLogLine(std::string_view line);
 
     /// Local time as YYYY-MM-DD HH:MM:SS.mmm.
@@ -86,7 +87,7 @@ public:
 
     const std::filesystem::path& FileName() const { return fileName_; }
 
-    /// Sees every logged line's origin, level and message, also without a file; for tests and for views.
+    /// Gets the origin, level and message of every logged line, also without a file; for tests and for views.
     using Listener = std::function<void(std::string_view origin, int level, std::string_view message)>;
     void SetListener(Listener listener) { listener_ = std::move(listener); }
 
@@ -104,7 +105,7 @@ private:
     std::ofstream stream_;
     bool lineIsBroken_ = false;  ///< the disk took a part of the last line only
     std::filesystem::path fileName_;
-    std::string commonFolder_;  ///< the folder taken where none is set; made anew at each open
+    std::string commonFolder_;  ///< the folder used when none is set; made anew at each open
     Listener listener_;
 };
 

@@ -6,8 +6,8 @@
 
 namespace kestrane {
 
-/// Whether the process runs elevated: full elevation of its token on the NT family from version 6 on, else the
-/// answer of the shell's own test. A failure on the way is "no".
+/// Whether the process runs elevated: full elevation of its token on the NT family from version 6 on, else the answer
+/// of the shell's own test. When a test fails, the answer is no.
 bool IsAdmin(SystemInfo& system);
 
 /// Name of the operating system for the log header; "unknown" where the system has no version record.

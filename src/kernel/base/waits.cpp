@@ -10,7 +10,7 @@ constexpr std::int32_t kPieceMs = 100;
 void Waits::WaitForMilliseconds(std::int32_t milliseconds) {
     const Tick start = clock_.GetTickCount();
     for (std::int32_t elapsed = 0; elapsed < milliseconds; elapsed = clock_.GetTickCount() - start) {
-        // In 64 bits: a counter that jumped back leaves more than the whole wait.
+        // In 64 bits: after a backward jump of the counter, more than the whole wait remains.
         const std::int64_t remainder = std::int64_t{milliseconds} - elapsed;
         if (remainder <= kPieceMs) {
             clock_.Sleep(static_cast<std::int32_t>(remainder));

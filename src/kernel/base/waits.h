@@ -7,8 +7,8 @@
 
 namespace kestrane {
 
-/// The one wait of the driver: in pieces of 100 ms with one pump after each piece while 101 ms or more remain.
-/// Waits of 100 ms or less never pump, which keeps an exchange with the mount in one piece.
+/// The only wait of the driver: in pieces of 100 ms with one pump after each piece while 101 ms or more remain. Waits
+/// of 100 ms or less never pump, which keeps an exchange with the mount in one piece.
 class Waits {
 public:
     Waits(Clock& clock, MessagePump& pump) : clock_(clock), pump_(pump) {}
