@@ -11,15 +11,15 @@
 
 namespace kestrane {
 
-/// The platform's serial object, as users who chose it know it: the same line as the driver's own serial layer, but
-/// failures are raised. Each error is a `DriverError` with the source `kSource`. A read that brings nothing within its
-/// limit raises; one that brings too little gives what came, so that its alarm letters and its fault are seen above.
-/// Text is passed byte for byte. Logic thread only; nothing pumps.
+/// The platform's serial object, for users who chose it: the same line as the driver's own serial layer, but failures
+/// are raised. Each error is a `DriverError` with the source `kSource`. A read that brings nothing within its limit
+/// raises; one that brings too little returns what came, so that the callers see its alarm letters and its fault. Text
+/// is passed byte for byte. Logic thread only; nothing pumps.
 class AscomSerial {
 public:
     static constexpr std::string_view kSource = "ASCOM.Utilities.Serial";
 
-    /// Numbers of what this object raises.
+    /// Numbers of the errors that this object raises.
     static constexpr std::uint32_t kCannotOpen = 0x80040481;
     static constexpr std::uint32_t kNotConnected = 0x80040482;
     static constexpr std::uint32_t kReadTimeout = 0x80040483;
@@ -38,13 +38,13 @@ public:
     void ReceiveTimeoutMS(std::int32_t milliseconds) { timeoutMs_ = milliseconds; }
 
     bool Connected();
-    /// True opens the port, or opens an open one anew, with `Port` and `Speed`; raises `kCannotOpen`.
+    /// True opens the port with `Port` and `Speed`, and opens an open one anew; raises `kCannotOpen`.
     void Connected(bool connect);
 
     // The transfers raise `kNotConnected` on a closed port, the reads `kReadTimeout` when nothing at all comes
     // within the limit.
 
-    /// What is waiting, at least one byte.
+    /// All bytes that wait, at least one.
     std::string Receive();
     /// `count` bytes, or what came of them within the limit; 0 and below read nothing.
     std::string ReceiveCounted(std::int32_t count);

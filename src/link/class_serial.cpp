@@ -13,7 +13,7 @@ namespace {
 constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
 
-/// Whether `terminator` stands at the end of `text`, ignoring case. Raises run-time error 5 when the text is shorter.
+/// Whether `text` ends with `terminator`, ignoring case. Raises run-time error 5 when the text is shorter.
 bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
     if (text.empty() || text.size() < terminator.size()) {
         throw RunTimeError(RunTimeError::kInvalidProcedureCall, "Invalid procedure call or argument");
@@ -59,7 +59,8 @@ void classSerial::Connected(bool connect) {
     }
 }
 
-/// What the object raises while it opens is for the caller: it says more to a client than a port that stays closed.
+/// An error that the object raises while it opens goes to the caller: it says more to a client than a port that stays
+/// closed.
 void classSerial::OpenSerialObject() {
     ResumeNext errors{needs_.ledger, "classSerial.Connected"};
     errors.Step([&] { serialObject_->Port(port_); });

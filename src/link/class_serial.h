@@ -17,7 +17,7 @@
 
 namespace kestrane {
 
-/// What the serial link needs of its surroundings. All of it outlives the link.
+/// What the serial link needs from its surroundings. All of it outlives the link.
 struct SerialNeeds {
     SerialPorts& ports;
     Clock& clock;
@@ -28,12 +28,12 @@ struct SerialNeeds {
     Persist& persist;
 };
 
-/// The link to a mount on a serial port, over one of two back ends chosen at creation by the setting
+/// The link to a mount on a serial port. It uses one of two back ends, chosen at creation by the setting
 /// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
-/// errors ignored; two errors leave: that of `ReceiveTerminated`, and what the platform's object raises while it opens
-/// (the driver's own layer only stays closed). Alarm letters are taken out of every text read, but not out of the head
-/// of a companion's reply, which the mount never saw ("QUAY," holds a "Y"). Closed at creation, closed and logged at
-/// destruction.
+/// errors ignored, but two errors reach the caller: that of `ReceiveTerminated`, and what the platform's object raises
+/// while it opens (the driver's own layer only stays closed). Alarm letters are removed from every text read, but not
+/// from the head of a companion's reply, which does not come from the mount ("QUAY," holds a "Y"). Closed at creation,
+/// closed and logged at destruction.
 class classSerial final : public MountLink {
 public:
     explicit classSerial(SerialNeeds needs);
@@ -56,25 +56,25 @@ public:
     /// A value too large for milliseconds in 32 bits is ignored.
     void ReceiveTimeout(std::int32_t seconds) override;
 
-    /// Empties the line by reading until 1 ms brings nothing, for 2000 ms at most. Logs the number of bytes, alarm
-    /// letters included. The heads of companion replies are spared wherever they stand in one read; a head torn between
-    /// two reads is not known for one.
+    /// Empties the line: reads until 1 ms brings nothing, for 2000 ms at most. Logs the number of bytes, alarm letters
+    /// included. The heads of companion replies are spared wherever they are in one read; a head that is split between
+    /// two reads is not recognised.
     void ClearBuffers() override;
     std::string Receive() override;
     std::string ReceiveCounted(std::int32_t count) override;
-    /// A text shorter than the terminator, an empty one in particular, raises run-time error 5 and counts nothing:
-    /// that is how a silent line, or a closed one, announces itself.
+    /// A text shorter than the terminator, also an empty one, raises run-time error 5 and counts nothing: this shows a
+    /// line that is silent or closed.
     std::string ReceiveTerminated(std::string_view terminator) override;
     void Transmit(std::string_view text) override;
 
-    /// Nothing is filled in on the platform's object or on a closed port.
+    /// Leaves all three unchanged with the platform's object or on a closed port.
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override;
 
 private:
     void OpenSerialObject();
     void OpenLibrary();
     void LogOpening(std::string_view backEnd);
-    /// Sets the limit of the open back end only; the stored one stays.
+    /// Sets the limit of the open back end only; the stored limit stays.
     void SetReadLimit(std::int32_t milliseconds);
     void FilterAlarms(std::string& text);
     /// The same for a text that may hold several replies.

@@ -9,7 +9,7 @@
 
 namespace kestrane {
 
-/// The link to a mount on an IP address. This build carries no IP transport: the link stays closed, what is sent is
+/// The link to a mount on an IP address. This build has no IP transport: the link stays closed, what is sent is
 /// dropped, and every read gives an empty text, without an error. The properties keep what they are given.
 class classTCPComm final : public MountLink {
 public:

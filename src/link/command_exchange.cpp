@@ -21,12 +21,12 @@ constexpr std::int16_t kMostRetries = 5;
 constexpr std::int32_t kPauseAfterBlindMs = 10;
 constexpr std::int32_t kPauseBeforeDrainMs = 20;
 constexpr std::int32_t kPauseBeforeRetryMs = 40;
-/// The read limit that a check of the port sets and may leave behind.
+/// The read limit that a check of the port sets and may leave set.
 constexpr std::int32_t kPortCheckReadLimitMs = 5000;
-/// Reads for replies to earlier exchanges before the companion counts as out of order.
+/// Further reads after a stale reply; one more stale reply counts as a wrong one.
 constexpr int kMostStaleReads = 2;
 
-/// A text of a client, which chooses the method and so the form of the reply.
+/// A text of a client. The client chooses the method, and so the form of the reply.
 template <ReplyForm form>
 OutgoingCommand<form> OwnText(std::string_view command, bool raw) {
     return {std::string(command), raw ? Framing::Raw : Framing::Framed};
@@ -177,8 +177,8 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     if (text.starts_with(kDriverCommandHead)) {
         return DriverCommand(text, origin, errors);
     }
-    // The reply outlives the attempt: on a line whose silent read fails, it still holds what the recovery of the
-    // attempt before has read, and such a late reply is taken.
+    // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
+    // recovery of the attempt before has read, and such a late reply is accepted.
     std::string reply;
     for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
@@ -275,7 +275,7 @@ std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& w
             errors.Step([&] { Link().ClearBuffers(); });
             return std::string(kTerminator);
         }
-        reply.clear();  // a silent line must not show the stale reply again
+        reply.clear();  // a silent read must not leave the stale reply in place
         errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
     }
 }

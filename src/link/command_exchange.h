@@ -16,7 +16,7 @@
 
 namespace kestrane {
 
-/// What an exchange needs of its surroundings. All of it outlives the exchange.
+/// What an exchange needs from its surroundings. All of it outlives the exchange.
 struct ExchangeNeeds {
     DriverState& state;
     const std::unique_ptr<MountLink>& link;  ///< may be empty: every call then fails silently
@@ -25,15 +25,15 @@ struct ExchangeNeeds {
     Waits& waits;
     Clock& clock;
     SwallowLedger& ledger;
-    /// Runs the text after "RAW," and gives its reply.
+    /// Runs the text after "RAW," and returns its reply.
     std::function<std::string(std::string_view)> executeDriverCommand;
-    /// The mount answered well.
+    /// Called when the mount answered well.
     std::function<void()> noteQuerySuccess;
 };
 
-/// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence,
-/// the companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of
-/// retries belongs to the object. An exchange never pumps, so it is never entered twice. Nothing here raises.
+/// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the
+/// companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of retries
+/// belongs to the object. An exchange never pumps, so it is never entered twice. Nothing here raises.
 ///
 /// Each method has a twin for the driver's own use, which differs in its log origin, and for `CommandBool` in what
 /// counts as success.
@@ -41,22 +41,22 @@ class CommandExchange final : public MountCommands {
 public:
     explicit CommandExchange(ExchangeNeeds needs) : needs_(std::move(needs)) {}
 
-    /// Retries after the first try, 0 to 5; values outside are taken to the nearer bound. 0 at creation.
+    /// Retries after the first try, 0 to 5; a value outside becomes the nearer bound. 0 at creation.
     std::int16_t MaxSerialRetries() const { return maxSerialRetries_; }
     void MaxSerialRetries(std::int16_t retries);
 
-    // A client's own texts: `raw` as it stands, else framed as ":", text, "#".
+    // A client's own texts: `raw` unchanged, else framed as ":", text, "#".
     void CommandBlind(std::string_view command, bool raw);
     void CommandBlindInternal(std::string_view command, bool raw);
 
-    /// Frames and sends, and that is all: for guide pulses and focuser runs.
+    /// Frames and sends, and does nothing else: for guide pulses and focuser runs.
     void CommandBlindLight(std::string_view command);
 
-    /// Ends the mount's half-read input and drops what waits on the line; clears `g_bResync`.
+    /// Ends an input that the mount has read in part, and drops what waits on the line; clears `g_bResync`.
     void CommandClear() override;
     void CommandClearInternal() override;
 
-    /// True when the mount answered "1"; this method, and not its twin, also takes "0" where the row of the text says
+    /// True when the mount answered "1"; this method, but not its twin, also accepts "0" when the row of the text says
     /// so.
     bool CommandBool(std::string_view command, bool raw);
     bool CommandBoolInternal(std::string_view command, bool raw);
@@ -74,15 +74,15 @@ private:
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override;
     std::string DriverCommandInternal(std::string_view verb) override;
 
-    /// What tells a method from its twin.
+    /// How a method differs from its twin.
     struct Caller {
         std::string_view origin;     ///< of the log lines
-        bool zeroMayBeGood = false;  ///< "0" is a good reply where the row of the text says so
+        bool zeroMayBeGood = false;  ///< "0" is a good reply when the row of the text says so
     };
     /// One exchange through the companion.
     struct Wrapped {
         std::string_view command;  ///< as the caller gave it
-        std::string text;          ///< as it goes out
+        std::string text;          ///< as it is sent
         std::string_view origin;
     };
 

@@ -5,8 +5,8 @@ namespace {
 
 constexpr std::string_view kHead = "QUAY,";
 
-/// `text` up to the first comma, which is taken off it together with that part; false, with both as they were, when
-/// there is no comma.
+/// Removes the part of `text` up to the first comma, and the comma, and gives that part in `field`; false, with both
+/// unchanged, when there is no comma.
 bool TakeField(std::string_view& text, std::string_view& field) {
     const std::size_t comma = text.find(',');
     if (comma == std::string_view::npos) {

@@ -7,15 +7,16 @@
 
 namespace kestrane {
 
-/// The form of commands and replies on a link that leads through the companion application: each command carries a
-/// sequence number, each reply repeats it, so that a late reply to an earlier command is told from the right one.
+/// The form of commands and replies on a link that goes through the companion application: each command carries a
+/// sequence number, and each reply repeats it, so that a late reply to an earlier command is not taken for the right
+/// one.
 ///
 ///     to the companion    :QUAY,<number>,<command>#
 ///     from the companion  QUAY,<echo>,<number>,<result>#
 
 /// The text to send for a command as the caller gave it. A raw command loses its leading ":", and its last character
-/// when the character before that is "#". It is the last but one that counts: a raw ":GR#" keeps its "#" and goes
-/// out as ":QUAY,7,GR##". Wanted.
+/// when the character before that is "#". Intentional: the last but one counts, so a raw ":GR#" keeps its "#" and goes
+/// out as ":QUAY,7,GR##".
 std::string WrapForCompanion(std::string_view command, bool raw, std::int32_t sequence);
 
 /// A companion's reply taken apart.
@@ -23,12 +24,13 @@ struct CompanionReply {
     bool fromCompanion = false;  ///< the reply has the companion's head
     bool hasNumber = false;
     std::string number;  ///< text of the sequence number, as it came
-    std::string result;  ///< what stands after it to the end, "#" included; the whole of a reply without the head
+    std::string result;  ///< all text after it up to the end, "#" included; the whole of a reply without the head
 };
 
 CompanionReply SplitCompanionReply(std::string_view reply);
 
-/// `text` cut before each companion's head: a part without one first, which may be empty, then one part for each head.
+/// `text` cut before each companion's head: first a part without a head, which may be empty, then one part for each
+/// head.
 std::vector<std::string> CutAtCompanionHeads(std::string_view text);
 
 }  // namespace kestrane

@@ -11,9 +11,9 @@
 
 namespace kestrane {
 
-/// The driver's own serial layer: one port with timed reads. The line is set to 8 data bits, no parity, 1 stop bit
-/// and no flow control. No function raises; a closed port swallows what is written and reads as empty text. Text is
-/// passed byte for byte. Logic thread only; nothing pumps.
+/// The driver's own serial layer: one port with timed reads. The line is set to 8 data bits, no parity, 1 stop bit and
+/// no flow control. No function raises; a closed port drops what is written and reads as empty text. Text is passed
+/// byte for byte. Logic thread only; nothing pumps.
 ///
 /// The read limit is the total time of one read, counted from its start; see `SerialReader`.
 class KsSerialLibrary {
@@ -22,11 +22,12 @@ public:
     KsSerialLibrary(std::unique_ptr<SerialPort> port, Clock& clock);
 
     /// Opens port number `port` (1 up) at `speed` baud with a read limit in milliseconds. 0 on success, else the
-    /// system's error code, and the port is closed. With the number and speed of the open port it sets the read limit
-    /// and does nothing else: no byte is lost, and a device that takes an opening as a reset is left alone. With others
-    /// it opens anew. A device that has gone away is opened again only after `KsSerDisconnectFromPort`.
+    /// system's error code, and the port is closed. When the port is already open with that number and speed, it sets
+    /// the read limit and does nothing else: no byte is lost, and a device that resets when it is opened is left alone.
+    /// With another number or speed it opens anew. A device that has gone away is opened again only after
+    /// `KsSerDisconnectFromPort`.
     std::int32_t KsSerConnectToPort(std::int32_t port, std::int32_t speed, std::int32_t timeoutMs);
-    /// Closes the port and forgets what was received and not read. Always 0.
+    /// Closes the port and drops what was received and not read. Always 0.
     std::int32_t KsSerDisconnectFromPort();
     /// 1 while the port is open, else 0.
     std::int32_t KsSerConnected();
@@ -48,13 +49,13 @@ public:
     std::int32_t KsSerGetReadTotalTimeoutMultiplier() const { return 0; }
     std::int32_t KsSerGetReadIntervalTimeout() const { return 0; }
 
-    /// Drops what has been received and not read. The driver empties its line by reading instead. Always 0.
+    /// Drops what was received and not read. The driver empties its line by reading instead. Always 0.
     std::int32_t KsSerClearBuffers();
 
 private:
     std::unique_ptr<SerialPort> port_;
     SerialReader reader_;
-    std::int32_t number_ = 0;  ///< of the last opening, as the speed
+    std::int32_t number_ = 0;  ///< of the last opening, like the speed
     std::int32_t speed_ = 0;
     std::int32_t timeoutMs_ = 0;
 };

@@ -6,8 +6,8 @@
 
 namespace kestrane {
 
-/// The way to the mount, whatever carries it. Text is passed byte for byte. Logic thread only; nothing here pumps.
-/// Unless told otherwise no member raises: a closed or dead line reads as empty text.
+/// The way to the mount, over any transport. Text is passed byte for byte. Logic thread only; nothing here pumps.
+/// Unless stated otherwise no member raises: a closed or dead line reads as empty text.
 class MountLink {
 public:
     virtual ~MountLink() = default;
@@ -30,20 +30,20 @@ public:
     virtual std::int32_t ReceiveTimeout() = 0;
     virtual void ReceiveTimeout(std::int32_t seconds) = 0;
 
-    /// Drops everything waiting.
+    /// Drops everything that waits.
     virtual void ClearBuffers() = 0;
-    /// Whatever is there, waiting at most the read limit for a first byte.
+    /// What is there; waits for a first byte for at most the read limit.
     virtual std::string Receive() = 0;
     /// Exactly `count` characters, or what came by the read limit (and then a receive counted error is counted).
     virtual std::string ReceiveCounted(std::int32_t count) = 0;
-    /// Up to and with the terminator, or what came by the read limit (and then a receive terminated error is
-    /// counted). On a serial line a read that brings nothing at all raises `RunTimeError` 5: that is how a silent
-    /// line announces itself to the exchange.
+    /// Up to and with the terminator, or what came by the read limit (and then a receive terminated error is counted).
+    /// On a serial line a read that brings nothing at all raises `RunTimeError` 5: this shows the exchange that the
+    /// line is silent.
     virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
     virtual void Transmit(std::string_view text) = 0;
 
-    /// The port's time-out triple: total constant, per-character multiplier, interval, in milliseconds. Left as
-    /// they are where the line has none.
+    /// The port's time-out triple: total constant, per-character multiplier, interval, in milliseconds. Unchanged where
+    /// the line has none.
     virtual void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) = 0;
 };
 

@@ -37,7 +37,7 @@ std::string SerialReader::Terminated(std::string_view terminator, std::int32_t l
         if (found != std::string::npos) {
             return Take(found + terminator.size());
         }
-        // The terminator may begin in the bytes already there and end in those still to come.
+        // The terminator may begin in the bytes already read and end in those still to come.
         searched = kept_.size() - std::min(kept_.size(), terminator.size() - 1);
         if (!ReadMore(start, limitMs)) {
             return Take(kept_.size());
