@@ -20,7 +20,7 @@ public:
     virtual void IRate_Maximum(double degreesPerSecond) = 0;
 };
 
-/// A range of speeds of an axis, in degrees per second. Whoever holds it may change it.
+/// A range of speeds of an axis, in degrees per second. Anyone who holds it may change it.
 class rate final : public IRate {
 public:
     rate(double minimum, double maximum) : minimum_(minimum), maximum_(maximum) {}
@@ -74,7 +74,7 @@ class AxisRates final : public IAxisRates {
 public:
     std::int32_t Count() const { return rates_.Count(); }
     std::shared_ptr<rate> Item(std::int32_t Index) const { return rates_.Item(Index); }
-    /// To walk over, as long as the list lives and nothing is added or removed.
+    /// For a walk through the list, as long as the list lives and nothing is added or removed.
     const std::vector<std::shared_ptr<rate>>& NewEnum() const { return rates_.All(); }
 
     std::int32_t IAxisRates_Count() const override { return Count(); }
@@ -101,7 +101,7 @@ class TrackingRates final : public ITrackingRates {
 public:
     std::int32_t Count() const { return rates_.Count(); }
     std::int32_t Item(std::int32_t Index) const { return rates_.Item(Index); }
-    /// To walk over, as long as the list lives and nothing is added or removed.
+    /// For a walk through the list, as long as the list lives and nothing is added or removed.
     const std::vector<std::int32_t>& NewEnum() const { return rates_.All(); }
 
     std::int32_t ITrackingRates_Count() const override { return Count(); }
@@ -118,7 +118,7 @@ private:
 /// The lists of the process, empty until the first telescope object makes them. They are shared by all objects.
 struct ClientRateLists {
     std::shared_ptr<AxisRates> primary, secondary, tertiary;
-    /// Replaced at each read by a client; who holds an older one keeps its contents.
+    /// Replaced at each read by a client; a client that holds an older one keeps its contents.
     std::shared_ptr<TrackingRates> tracking;
 };
 

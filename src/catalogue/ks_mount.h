@@ -26,16 +26,16 @@ enum class Mount_Type : std::int16_t {
 /// Controller generations; the number is what the setting `Controller` stores.
 enum class Controller_Type : std::int16_t { VTRKC1 = 0, VTRKC2 = 1, VTRKC3 = 2, VTRKC4 = 3, VTRKC5 = 4 };
 
-/// The catalogue of mounts. Names are compared exactly, case counting.
+/// The catalogue of mounts. Names are compared exactly, upper and lower case included.
 class KsMount {
 public:
     Mount_Type mountType = Mount_Type::ALDER;
     Controller_Type ControllerType = Controller_Type::VTRKC1;
     std::string Firmware;
-    std::string ControllerName;  ///< of the controller in force: "VTRKC4"; empty while none has been applied
+    std::string ControllerName;  ///< of the controller in use: "VTRKC4"; empty while none has been applied
 
-    /// Display name of an enumerator value; -1 stands for the object's own `mountType` and is replaced by it.
-    /// "Unknown" outside 0 to 11.
+    /// Display name of an enumerator value; -1 means the object's own `mountType` and is replaced by it. "Unknown"
+    /// outside 0 to 11.
     std::string_view GetMountType(std::int16_t& nMountType) const;
     /// Display name of the object's own `mountType`.
     std::string_view Name() const;
@@ -53,11 +53,11 @@ public:
     /// Sends a command to the mount that has no reply, as the driver's own commands are sent.
     using SendCommand = std::function<void(std::string_view command, bool raw)>;
     void SetSendCommand(SendCommand send) { send_ = std::move(send); }
-    /// Sends `KsCommand` as it is, framed by the caller; True, whatever became of it. `SetSendCommand` comes first.
+    /// Sends `KsCommand` as it is, framed by the caller; True, whatever the outcome. Call `SetSendCommand` first.
     bool SendNoResponse(std::string_view KsCommand) const;
-    /// True, and nothing else: kept for those who call it.
+    /// Returns true and does nothing else: kept for its callers.
     bool WaitResponse(std::string_view sResponse, std::int32_t nTimoutInMSecs) const;
-    /// True, and nothing else: kept for those who call it.
+    /// Returns true and does nothing else: kept for its callers.
     bool SetGMTOffset(std::int16_t nHours, std::int16_t nMin, std::int16_t nSec) const;
 
 private:

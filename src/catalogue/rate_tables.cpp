@@ -43,7 +43,7 @@ constexpr std::array kLegacySlewFir{
     RateRow{"600x",   600.0,  ":RS2#"},
 };
 
-/// The first centering rows of all numbered types; two faster ones follow, which differ.
+/// The first centering rows of all numbered types; two faster ones follow, which depend on the type.
 constexpr std::array kNumberedCentering{
     RateRow{"0.25x",    0.25, ":RC5#"},
     RateRow{"0.50x",    0.5,  ":RC6#"},
@@ -152,7 +152,7 @@ std::optional<MountRateInstance> MountRateCollection::GetRateByString(std::strin
 }
 
 std::optional<MountRateInstance> MountRateCollection::GetRateByValue(double value) const {
-    // Compared against the two bounds and not by the difference: 1200.001 - 1200 is a hair below 0.001.
+    // Compared with the two bounds and not by the difference: 1200.001 - 1200 is a very little below 0.001.
     return First([&](const MountRateInstance& row) {
         return value > row.RateValue() - kSameRate && value < row.RateValue() + kSameRate;
     });

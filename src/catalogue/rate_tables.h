@@ -17,7 +17,7 @@ public:
     void Init(double theRateValue, std::string_view theRateString, std::string_view theMountCommand);
 
     double RateValue() const;                 ///< multiple of the sidereal rate
-    const std::string& RateString() const;    ///< as people see it: "0.50x"
+    const std::string& RateString() const;    ///< as shown to people: "0.50x"
     const std::string& MountCommand() const;  ///< the raw command that selects it
 
 private:
@@ -43,11 +43,12 @@ public:
     std::vector<std::string> GetRateCommands() const;
     std::vector<double> GetRateValues() const;
 
-    /// The first row that fits, or nothing. Texts must be equal, case counting; a value may be off by less than 0.001.
+    /// The first row that fits, or nothing. Texts must be equal, upper and lower case included; a value may be off by
+    /// less than 0.001.
     std::optional<MountRateInstance> GetRateByString(std::string_view rateString) const;
     std::optional<MountRateInstance> GetRateByValue(double value) const;
     std::optional<MountRateInstance> GetRateByCommand(std::string_view mountCommand) const;
-    /// Counted from 1; nothing outside.
+    /// Counted from 1; nothing for an index outside.
     std::optional<MountRateInstance> GetRateByIndex(std::int32_t index) const;
     /// 0 for an empty collection.
     double GetMaxRate() const;
@@ -64,8 +65,8 @@ class MountRatesFactory {
 public:
     explicit MountRatesFactory(const KsMount& mount) : mount_(mount) {}
 
-    /// Replaces all three collections. "0" to "3" name a table of their own; "" names the legacy table, which has two
-    /// kinds of rows, those of `FIR` and those of all other models. Any other type gives the legacy rows and false.
+    /// Replaces all three collections. "0" to "3" select a table of their own; "" selects the legacy table, which has
+    /// two sets of rows, one for `FIR` and one for all other models. Any other type gives the legacy rows and false.
     bool CreateRateCollections(std::string_view mountRateType, MountRateCollection& guideRateCollection,
                                MountRateCollection& centeringRateCollection,
                                MountRateCollection& slewRateCollection) const;

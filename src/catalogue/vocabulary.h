@@ -8,7 +8,7 @@
 /// type of the state that holds them, and convert to it.
 namespace kestrane {
 
-/// The side of the pier that the mount stands on.
+/// The side of the pier on which the mount is.
 namespace pier_side {
 enum : std::int16_t { East = 0, West = 1 };
 inline constexpr std::string_view kEastText = "East";  ///< the mount's reply, and what people see
@@ -35,7 +35,7 @@ struct GuideRateRow {
     double multiple;           ///< of the sidereal rate
     std::string_view setting;  ///< the value of setting `cbxInitGuideRate`
     char status;               ///< its character in the status text
-    std::string_view text;     ///< as people see it
+    std::string_view text;     ///< as shown to people
     std::string_view command;  ///< the raw command that selects it
 };
 
@@ -48,7 +48,7 @@ inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
 inline constexpr double kSiderealSpeed = 15.04107;  ///< arc-seconds per second
 inline constexpr double kArcSecondsPerDegree = 3600.0;
 
-/// The position that a mount reports after power-on, until it is told where it stands.
+/// The position that a mount reports after power-on, until it is given its real one.
 inline constexpr double kPowerOnRa = 0.0;    ///< hours
 inline constexpr double kPowerOnDec = 90.0;  ///< degrees
 

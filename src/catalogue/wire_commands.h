@@ -11,23 +11,23 @@ namespace kestrane {
 /// How the mount ends its answer to a command.
 enum class ReplyForm {
     None,       ///< no answer
-    Character,  ///< one character; "1" is good unless told otherwise
+    Character,  ///< one character; "1" is good unless stated otherwise
     Text,       ///< text ended by "#"
 };
 
-/// How a command goes out: framed by the exchange as ":", text, "#", or as it stands.
+/// How a command goes out: framed by the exchange as ":", text, "#", or unchanged.
 enum class Framing { Framed, Raw };
 
-/// What the exchange does for a command besides sending it. A text that a client brings itself meets the same as the
-/// row of the same text.
+/// What the exchange does for a command besides sending it. A client's own text is treated like the row of the same
+/// text.
 struct Care {
-    bool zeroIsGood = false;   ///< `CommandBool` of a client, and it alone, also takes "0" for a good reply
+    bool zeroIsGood = false;   ///< `CommandBool` of a client, and only that, also accepts "0" as a good reply
     std::int32_t pauseMs = 0;  ///< after a good reply
 
     friend constexpr bool operator==(const Care&, const Care&) = default;
 };
 
-/// A command with its argument, ready to be sent. A client's own text becomes one by `OwnText`.
+/// A command with its argument, ready to be sent. `OwnText` makes one from a client's own text.
 template <ReplyForm form>
 struct OutgoingCommand {
     std::string text;  ///< without the frame that `framing` adds
@@ -39,7 +39,7 @@ struct OutgoingCommand {
 };
 
 /// One command of the mount's protocol, a row of the table below. The form of its reply is part of its type, so that a
-/// command cannot be sent by a method that waits for another answer.
+/// command cannot be sent by a method that waits for another form.
 template <ReplyForm form>
 struct WireRow {
     static constexpr ReplyForm kReply = form;
@@ -67,7 +67,7 @@ using BlindCommand = WireRow<ReplyForm::None>;
 using CharacterCommand = WireRow<ReplyForm::Character>;
 using TextCommand = WireRow<ReplyForm::Text>;
 
-/// A row of any form, for those who go through the whole table.
+/// A row of any form, for code that goes through the whole table.
 struct WireCommand {
     template <ReplyForm form>
     constexpr WireCommand(const WireRow<form>& row)
@@ -233,7 +233,7 @@ constexpr bool AllDiffer() {
 }
 static_assert(AllDiffer());
 
-/// What the driver never sends, and clients may: any text that begins so.
+/// A command that the driver never sends, but clients may: any text with this beginning.
 inline constexpr CharacterCommand ClientSetting{"Sm", Framing::Framed, "any", "kept for clients", {.pauseMs = 20}};
 
 constexpr bool MeetsText(const WireCommand& row, std::string_view onTheWire) {
@@ -247,7 +247,7 @@ constexpr bool MeetsText(const WireCommand& row, std::string_view onTheWire) {
                                 : onTheWire.starts_with(row.text);
 }
 
-/// The care that a text on its way out meets, whether a row or a client brought it.
+/// The care for a text on its way out, whether it comes from a row or from a client.
 constexpr Care CareOf(std::string_view onTheWire) {
     for (const WireCommand& row : kAll) {
         if (row.care != Care{} && MeetsText(row, onTheWire)) {
