@@ -80,7 +80,7 @@ std::optional<BookmarkLine> ParseLine(std::string_view line) {
     throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
 }
 
-/// The file's content; nothing when there is no such file. One that cannot be read is a run-time error (75).
+/// The file's content; nothing when there is no such file. A file that cannot be read is a run-time error (75).
 std::optional<std::string> ReadBookmarkFile(const std::filesystem::path& file) {
     std::error_code failure;
     const std::filesystem::file_status status = std::filesystem::status(file, failure);
@@ -106,7 +106,7 @@ std::optional<std::string> ReadBookmarkFile(const std::filesystem::path& file) {
     return content;
 }
 
-/// Two bytes a character, as an editor may have saved the file: none of its lines could be read.
+/// Refuses two bytes for each character, as an editor may have saved the file: none of its lines could be read.
 void RequireBytes(std::string_view content) {
     if (content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) {
         throw RunTimeError(RunTimeError::kFileAccess, "The file is UTF-16, it has to be saved as UTF-8");
@@ -135,7 +135,7 @@ void Transfer(const BookmarksNeeds& needs, Database& database, const BookmarkKin
         RequireBytes(*content);
         bool allStand = true;
         for (const BookmarkLine& line : ParseBookmarks(*content, needs.log)) {
-            // Rows that stand there before the first transfer come from one that did not reach its end.
+            // Rows that are there before the first transfer come from a transfer that did not reach its end.
             const bool stored = std::ranges::any_of(
                 present, [&](const auto& record) { return record && kind.equal(*record, kind.make(line)); });
             allStand = (stored || StoreBookmark(database, kind, line)) && allStand;

@@ -11,12 +11,12 @@
 namespace kestrane {
 namespace {
 
-/// Older versions took this value for "there is no row"; an audit row never names it as the old one.
+/// Older versions used this value for "there is no row"; an audit row never names it as the old value.
 constexpr std::string_view kNoRow = "***###";
 
 constexpr int kValueColumn = 2;
 
-/// Keys go into a statement as they are, so one that could end its literal must not get there.
+/// Keys go into a statement as they are, so a key that could end its literal must not get there.
 void RequireUsableKey(std::string_view property) {
     if (property.find('\'') != std::string_view::npos) {
         throw RunTimeError(RunTimeError::kInvalidProcedureCall, "A settings key holds an apostrophe");
@@ -201,9 +201,9 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
         RequireUsableKey(property);
         Settle();
         try {
-            StorePending();  // now with this write's wait
+            StorePending();  // now with the wait of this write
             if (!pending_.empty()) {
-                throw FileLocked();  // not past the writes that came before
+                throw FileLocked();  // not before the writes that came earlier
             }
             written = StoreValue(table, property, value, Sync::Now);
         } catch (const FileLocked&) {
@@ -276,7 +276,7 @@ Database::Pending Database::FindPending(const KeyedTable& table, std::string_vie
 
 void Database::KeepForLater(PendingWrite write) {
     if (lockedOut_) {
-        return;  // what we would keep may come of defaults, and replace what the file holds
+        return;  // a value kept now may come from defaults, and would replace what the file holds
     }
     if (const Pending older = FindPending(*write.table, write.property); older != pending_.end()) {
         pending_.erase(older);

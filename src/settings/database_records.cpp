@@ -32,7 +32,7 @@ struct TextOfValue {
     std::string operator()(bool value) const { return value ? "1" : "0"; }  // flags have columns of integers
 };
 
-/// The value as it may stand between two apostrophes.
+/// The value in the form that it needs between two apostrophes.
 std::string SqlText(const PropertyValue& value) {
     return EscapedForSql(std::visit(TextOfValue{}, value));
 }
@@ -55,7 +55,7 @@ ParkPosition ReadParkPosition(const RowSet& row) {
             row.Number(5), row.Number(6),      row.Number(7),      row.Number(8)};
 }
 
-/// A site as it stands in its row; the elevation still as text.
+/// A site as it is in its row; the elevation still as text.
 struct SiteRow {
     Site site;
     std::string elevation;
@@ -67,7 +67,7 @@ SiteRow ReadSiteRow(const RowSet& row) {
             row.TextOrEmpty(5)};
 }
 
-/// A position that has no normal form stays as it stands, and is noted in `errors`.
+/// A position that has no normal form stays as it is, and is noted in `errors`.
 Site ParseSite(const SiteRow& row, std::size_t slot, Log& log, ResumeNext& errors) {
     const auto say = [&log](const std::string& text) { log.LogMessage("GetAllSites", LogLevel::Info, text); };
     Site site = row.site;
@@ -128,7 +128,7 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
         ChooseSyncOfWrites(Sync::Now);
         if (!isNew) {
             Run(UpdateStatement(getProperty, table, columns));
-            isNew = Changes() == 0;  // the row has vanished
+            isNew = Changes() == 0;  // the row no longer exists
         }
         if (isNew) {
             Run(InsertStatement(getProperty, table, columns));

@@ -16,7 +16,7 @@ namespace {
     throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
 }
 
-/// Lines end at a carriage return, a line feed or both in that order; a byte-order mark at the start is no part of
+/// Lines end at a carriage return, a line feed or both in that order; a byte-order mark at the start does not belong to
 /// them.
 std::vector<std::string> Lines(std::string_view text) {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";

@@ -6,7 +6,7 @@
 namespace kestrane {
 namespace {
 
-/// What the bytes 80 to 9F stand for in code page 1252; the five without a character keep their number.
+/// The characters of the bytes 80 to 9F in code page 1252; the five without a character keep their number.
 constexpr std::array<char16_t, 32> kPage1252{
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,  //
     0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,  //
@@ -18,7 +18,7 @@ constexpr std::uint32_t ByteAt(std::string_view bytes, std::size_t at) {
     return static_cast<unsigned char>(bytes[at]);
 }
 
-/// Bytes of the character at `at`; 0 when no well-formed one stands there.
+/// Bytes of the character at `at`; 0 when there is no well-formed one.
 std::size_t Utf8Length(std::string_view bytes, std::size_t at) {
     const std::uint32_t lead = ByteAt(bytes, at);
     if (lead < 0x80) {

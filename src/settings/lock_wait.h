@@ -8,8 +8,8 @@
 namespace kestrane {
 
 /// How long a statement waits for a second program that holds the settings file. A wait blocks the logic thread, so
-/// there is one of at most `kLongestMs`; after one that was in vain nobody waits again for `kRestMs`, or until a write
-/// got through. Logic thread only.
+/// there is one of at most `kLongestMs`. After one that did not succeed nobody waits again for `kRestMs`, or until a
+/// write succeeded. Logic thread only.
 class LockWait {
 public:
     static constexpr std::int32_t kLongestMs = 2000;
@@ -18,13 +18,13 @@ public:
 
     explicit LockWait(Clock& clock) : clock_(clock) {}
 
-    /// What follows may wait, together `kLongestMs`, unless a wait was in vain a short while ago.
+    /// The statements that follow may wait, together `kLongestMs`, unless a wait failed a short while ago.
     void Begin();
-    /// What follows may wait also after a wait in vain.
+    /// The statements that follow may wait, even after a wait that failed.
     void BeginAnew();
-    /// What follows never waits.
+    /// The statements that follow never wait.
     void Forbid() { leftMs_ = 0; }
-    /// Waits one step; false when there was enough waiting.
+    /// Waits one step; false when the time to wait is used up.
     bool WaitAStep();
     void GotThrough() { inVainAt_.reset(); }
 

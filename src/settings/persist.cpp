@@ -10,7 +10,7 @@
 namespace kestrane {
 namespace {
 
-/// Stands for "there is no row" when the settings file is asked. The settings file itself uses another one.
+/// Means "there is no row" when the settings file is asked. The settings file itself uses another text for that.
 constexpr std::string_view kNoRow = "****####";
 
 constexpr std::string_view kLegacySection = "[default]";
@@ -55,7 +55,7 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
         value = fallback;
     } else if (value == kNoRow) {
         value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
-        // A default needs no wait for the disk: if a power cut takes its row, the next first reader asks with it again.
+        // A default needs no wait for the disk: if a power cut loses its row, the next first reader asks with it again.
         m_db->SetFirstSetting(variable, value, kNoRow, value == fallback ? Sync::Later : Sync::Now);
     }
     if (value == "false") {
@@ -114,7 +114,8 @@ std::string Persist::GetAllValues() {
     if (!m_db->GetAllDriverSettings(settings)) {
         return all;
     }
-    // From the empty slot up to the row before the last: the walk ends at its first step, which tools know.
+    // From the empty slot up to the row before the last: intentional, the walk fails at its first step, and tools
+    // expect that.
     for (std::size_t slot = 0; slot + 1 < settings.size(); ++slot) {
         if (!settings[slot]) {
             throw RunTimeError(RunTimeError::kObjectNotSet, "Object variable or With block variable not set");

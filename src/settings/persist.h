@@ -16,7 +16,7 @@ namespace kestrane {
 
 class Database;
 
-/// What the settings need of the machine and of the base.
+/// What the settings need from the machine and from the base.
 struct PersistNeeds {
     LogState& logState;
     Log& log;
@@ -24,27 +24,29 @@ struct PersistNeeds {
     Folders& folders;
     MessageBoxes& messageBoxes;
     SwallowLedger& ledger;
-    /// Makes the settings file's object; empty: the usual one. One that gives null leaves only the legacy file.
+    /// Makes the object of the settings file; empty: the usual one. A function that returns null leaves only the legacy
+    /// file.
     std::function<std::unique_ptr<Database>()> createDatabase = {};
 };
 
-/// Named settings: a text under a text key, in any case of the key. Reads go to the settings file, then to the
-/// legacy ini file, then to the caller's default, and the answer of a first read is stored at once: from then on
-/// neither the ini file nor another caller's default has a say. Where a second program holds the file, the answer is
-/// given but not stored, and the next read of the key is a first one again. There is no cache; a write takes effect at
-/// once and survives a kill of the process and a power cut, unless a second program holds the file (see `Database`). A
-/// read that fails gives the default and stores nothing. Logic thread only.
+/// Named settings: a text under a text key; upper and lower case of the key do not matter. A read asks the settings
+/// file, then the legacy ini file, then takes the caller's default. The answer of a first read is stored at once: from
+/// then on neither the ini file nor the default of another caller counts. When a second program holds the file, the
+/// answer is given but not stored, and the next read of the key is a first one again. There is no cache; a write takes
+/// effect at once and survives a kill of the process and a power cut, unless a second program holds the file (see
+/// `Database`). A read that fails gives the default and stores nothing. Logic thread only.
 class Persist {
 public:
     explicit Persist(PersistNeeds needs);
     ~Persist();
 
-    /// A key that has no row yet gets one at once, also when the answer is empty: a read with an empty default leaves
-    /// an empty row, which later readers get in place of their own defaults. The command "GetIniValue" reads that way:
-    /// wanted (docs/settings-for-tools.md).
+    /// A key that has no row yet gets one at once, even when the answer is empty: a read with an empty default leaves
+    /// an empty row, and later readers get that instead of their own defaults. Intentional: the command "GetIniValue"
+    /// reads that way too (docs/settings-for-tools.md).
     std::string ReadIniValue(std::string_view variable, std::string_view fallback);
-    /// The same, but nothing when the settings file did not answer (see `Database::Answered`): for who would do harm by
-    /// acting on a default in place of a stored value. Without a database it is nothing, and shows no box.
+    /// The same, but nothing when the settings file did not answer (see `Database::Answered`): for callers that would
+    /// do harm if they acted on a default in place of a stored value. Without a database it returns nothing and shows
+    /// no box.
     std::optional<std::string> ReadIfAnswered(std::string_view variable, std::string_view fallback);
     void WriteIniValue(std::string_view variable, std::string_view value);
     void TryDeleteIniValue(std::string_view variable);
@@ -64,8 +66,8 @@ public:
     /// The legacy ini file, which may not exist yet.
     const std::filesystem::path& LegacyFile() const { return legacyFile_; }
 
-    /// Null when there is no settings file at all. A file that could not be opened has an object all the same, all of
-    /// whose operations fail.
+    /// Null when there is no settings file at all. A file that could not be opened still has an object, and all its
+    /// operations fail.
     Database* database() { return m_db.get(); }
 
 private:

@@ -22,7 +22,8 @@ struct GotoRaDec {
     std::string RightAscension;
     std::string Declination;
 
-    /// The field of that name, in any case. An unknown name is a `DriverError` of number -1; so with all records.
+    /// The field with that name, in any case. An unknown name is a `DriverError` with the number -1; the same for all
+    /// records.
     PropertyValue GetProperty(std::string_view propertyName) const;
 };
 
@@ -74,7 +75,8 @@ struct PropValue {
     std::string Value;
 };
 
-/// What a table holds: slot 0 is empty, the rows fill the slots from 1 up. No rows: the one empty slot.
+/// The content of a table: slot 0 is empty, the rows fill the slots from 1 up. Without rows there is only the empty
+/// slot.
 template <typename Record>
 using RecordArray = std::vector<std::optional<Record>>;
 

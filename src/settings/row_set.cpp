@@ -7,7 +7,7 @@ namespace kestrane {
 namespace {
 
 [[noreturn]] void RaiseStatementFailure(int status, const char* message) {
-    // The last is what a write-ahead log says when others were at it for too long.
+    // The last one is the status of a write-ahead log when other programs used it for too long.
     if (status == SQLITE_BUSY || status == SQLITE_LOCKED || status == SQLITE_PROTOCOL) {
         throw FileLocked();
     }

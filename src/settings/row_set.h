@@ -12,7 +12,7 @@ struct sqlite3_stmt;
 
 namespace kestrane {
 
-/// A statement met the lock of a second program: nothing happened, the same statement may go through later.
+/// A statement met the lock of a second program: nothing happened, and the same statement may succeed later.
 class FileLocked final : public RunTimeError {
 public:
     FileLocked();
@@ -22,8 +22,8 @@ struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const;
 };
 
-/// What one statement of the settings file gave back, walked forward row by row. Columns count from 0. Closes itself,
-/// and must go before the connection that made it. Every member that fails raises a `RunTimeError`.
+/// The result of one statement of the settings file, read forward row by row. Columns count from 0. Closes itself, and
+/// must end before the connection that made it. Every member that fails raises a `RunTimeError`.
 class RowSet {
 public:
     using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
@@ -39,7 +39,7 @@ public:
     std::string Text(int column) const;
     /// The same, empty for a NULL.
     std::string TextOrEmpty(int column) const;
-    /// 0 for NULL and for what is no number.
+    /// 0 for NULL and for a value that is no number.
     double Number(int column) const;
     /// The row's own index; beyond 16 bits it is run-time error 6.
     std::int16_t Id() const;
@@ -49,8 +49,8 @@ private:
     bool atEnd_ = false;
 };
 
-/// Runs the one statement in `sql`, which may end with a semicolon. A text of no statement or of several runs nothing
-/// and fails, as does one that holds a NUL.
+/// Runs the one statement in `sql`, which may end with a semicolon. A text with no statement or with several runs
+/// nothing and fails, and so does one that holds a NUL.
 RowSet RunStatement(sqlite3& connection, std::string_view sql);
 
 }  // namespace kestrane

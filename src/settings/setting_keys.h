@@ -12,23 +12,23 @@ enum class SettingKind {
     Text,       ///< a number, an index or words
 };
 
-/// A settings key with all its defaults. The first reader's answer is stored and rules from then on, so the order of
-/// the readers at start decides which of several defaults a new settings file gets: always `fallback`.
+/// A settings key with all its defaults. The answer of the first reader is stored and stays, so the order of the
+/// readers at the start decides which of several defaults a new settings file gets: always `fallback`.
 struct SettingKey {
     std::string_view name;
-    std::string_view fallback;  ///< what its first reader asks with
+    std::string_view fallback;  ///< default of its first reader
     SettingKind kind = SettingKind::Text;
-    std::optional<std::string_view> laterDefault = {};  ///< what later readers ask with
-    bool controlText = false;                           ///< a window asks with its control's present text
+    std::optional<std::string_view> laterDefault = {};  ///< default of later readers
+    bool controlText = false;                           ///< a window asks with the present text of its control
 };
 
-/// The key as its later readers ask for it. Only for a key that has a later default.
+/// The key with the default of its later readers. Only for a key that has a later default.
 consteval SettingKey AskedLater(const SettingKey& key) {
     return {key.name, key.laterDefault.value()};
 }
 
-/// Every key that the driver reads or writes, most of them the names of the controls that edit them. Not in it: the ten
-/// `cbxSiteList_01` to `cbxSiteList_10` of old settings, and `kRemovedKeys`. A key may be spelled in any case
+/// Every key that the driver reads or writes; most of them are the names of the controls that edit them. Not in it: the
+/// ten keys `cbxSiteList_01` to `cbxSiteList_10` of old settings, and `kRemovedKeys`. A key may be spelled in any case
 /// (`txtIPAddress` is `txtIpAddress`).
 namespace setting {
 
@@ -175,7 +175,7 @@ inline constexpr SettingKey ShowInitNowButton{"ShowInitNowButton", "0", SettingK
 
 }  // namespace setting
 
-/// All of them, for those who walk them; a lint holds the list to the keys above.
+/// All of them, for code that walks through them; a lint checks the list against the keys above.
 inline constexpr std::array kAllSettings{
     // Connection and link
     setting::Port,
@@ -307,7 +307,7 @@ inline constexpr std::array kAllSettings{
     setting::ShowInitNowButton,
 };
 
-/// The older split form of the site's position, deleted when the setup dialog saves a site.
+/// The older form of the site's position, in parts; deleted when the setup dialog saves a site.
 inline constexpr std::array<std::string_view, 8> kRemovedKeys{"LatitudeDeg",  "LatitudeMin",  "LatitudeSec",
                                                               "LatitudeNS",   "LongitudeDeg", "LongitudeMin",
                                                               "LongitudeSec", "LongitudeEW"};

@@ -15,7 +15,7 @@ struct Table {
     std::string_view create;
 };
 
-// The texts are the contract with the other programs that open the file, blanks included.
+// The other programs that open the file depend on these texts, blanks included.
 constexpr std::array<Table, 7> kSchema{{
     {"CommonSettings",
      "CREATE TABLE `CommonSettings` ("
@@ -116,7 +116,7 @@ SettingsConnection Connect(const std::filesystem::path& path) {
     return connection;
 }
 
-/// The change of the journal needs the file to itself for a moment; never worth a wait or a failure.
+/// The change of the journal needs the file to itself for a moment; never waits, and a failure does not matter.
 bool TakeWriteAheadLog(sqlite3& connection) {
     try {
         return RunStatement(connection, "PRAGMA journal_mode = WAL").Text(0) == "wal";
@@ -135,9 +135,9 @@ SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait)
     SettingsFile file{Connect(path)};
     file.writeAheadLog = TakeWriteAheadLog(*file.connection);
     sqlite3_busy_handler(file.connection.get(), &WaitForTheOther, &wait);
-    ChooseSync(file, Sync::Later);  // tables that a power cut took are made anew
+    ChooseSync(file, Sync::Later);  // tables that a power cut has lost are made again
     CreateSchema(*file.connection);
-    if (!file.writeAheadLog) {  // another program may have been at it
+    if (!file.writeAheadLog) {  // another program may have been using it
         wait.Forbid();
         file.writeAheadLog = TakeWriteAheadLog(*file.connection);
     }

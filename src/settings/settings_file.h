@@ -17,17 +17,17 @@ using SettingsConnection = std::unique_ptr<sqlite3, CloseConnection>;
 struct SettingsFile {
     SettingsConnection connection;
     /// With a write-ahead log a second program may read while we write, and the other way round. A file that could not
-    /// get one goes on with its rollback journal, which is as safe.
+    /// get one keeps its rollback journal, which is as safe.
     bool writeAheadLog = false;
 };
 
-/// Opens the settings file, making file and missing tables; the folder must be there. Statements on the connection wait
-/// for other programs as `wait` allows, which must outlive it. Raises a `RunTimeError` on failure, `FileLocked` when
-/// another program holds the file for longer than may be waited.
+/// Opens the settings file; creates the file and missing tables; the folder must exist. Statements on the connection
+/// wait for other programs as `wait` allows, which must outlive it. Raises a `RunTimeError` on failure, `FileLocked`
+/// when another program holds the file for longer than the allowed wait.
 SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait);
 
-/// Whether a write is on the disk when its statement ends, so that it outlives a power cut, or some writes later. It
-/// outlives the death of the process in both cases. Without a write-ahead log only `Now` keeps the file whole.
+/// Whether a write is on the disk when its statement ends, so that it survives a power cut, or only some writes later.
+/// In both cases it survives the end of the process. Without a write-ahead log only `Now` keeps the file whole.
 enum class Sync { Now, Later };
 void ChooseSync(const SettingsFile& file, Sync sync);
 

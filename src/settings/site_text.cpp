@@ -10,7 +10,7 @@
 namespace kestrane {
 namespace {
 
-/// What a half of a position may be.
+/// The limits of one half of a position.
 struct HalfLimits {
     std::string_view positive;
     std::string_view negative;

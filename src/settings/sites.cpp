@@ -47,7 +47,7 @@ SiteFields FourFrom(const std::vector<std::string>& fields, std::size_t first) {
     return {fields[first], fields[first + 1], fields[first + 2], fields[first + 3]};
 }
 
-/// A blank inside a field would shift the ones after it in the position text: a place on the other side of the Earth.
+/// A blank inside a field would shift the fields after it in the position text: the site would be somewhere else.
 bool HoldsPosition(const std::vector<std::string>& fields) {
     return fields.size() >= kElevationField &&
            std::none_of(fields.begin() + kLatitudeField, fields.begin() + kElevationField,
@@ -58,7 +58,7 @@ bool CanBeStored(std::string_view packed) {
     return packed.find('\0') == std::string_view::npos;
 }
 
-/// The number in a setting that holds an index or an id; 0 for what is none of 16 bits.
+/// The number in a setting that holds an index or an id; 0 for a text that is no number of 16 bits.
 std::int16_t IndexOf(std::string_view text, Log& log) {
     using Limits = std::numeric_limits<std::int16_t>;
     const double number = Val_Global(text, log);

@@ -17,7 +17,7 @@ struct SitesNeeds {
     SwallowLedger& ledger;
 };
 
-/// Where a site lies.
+/// The position of a site.
 struct SiteNumbers {
     double longitude = 0.0;  ///< degrees, east positive
     double latitude = 0.0;   ///< degrees, north positive
@@ -26,34 +26,34 @@ struct SiteNumbers {
 
 /// The observing sites and which of them is the current one, shared by the telescope and the windows.
 ///
-/// Whichever member is used first in a process runs the site start-up, once: sites that older versions packed into
-/// settings move into the settings file, the list is loaded, and the current site is found. While the settings file
-/// does not answer there are no sites, and each use begins the start-up anew. Any other failure costs the step that
-/// failed and is noted in the ledger; a move that could not read the old settings or store each site is tried again by
-/// the next process, which also brings back what was deleted meanwhile. No member raises. Logic thread only; pumps
-/// nothing.
+/// The first use of any member in a process runs the site start-up, once: sites that older versions packed into
+/// settings are moved into the settings file, the list is loaded, and the current site is found. While the settings
+/// file does not answer there are no sites, and each use begins the start-up anew. Any other failure loses only the
+/// step that failed and is noted in the ledger; a move that could not read the old settings or store each site is tried
+/// again by the next process, which also brings back sites that were deleted in the meantime. No member raises. Logic
+/// thread only; pumps nothing.
 class Sites {
 public:
     explicit Sites(SitesNeeds needs) : needs_(needs) {}
     Sites(const Sites&) = delete;
     Sites& operator=(const Sites&) = delete;
 
-    /// The list as last loaded. Slot 0 is empty, and so is that of a row that cannot be read; a site without a proper
-    /// position has it as it stands.
+    /// The list as last loaded. Slot 0 is empty, and so is the slot of a row that cannot be read; a site without a
+    /// proper position keeps its text as it is.
     RecordArray<Site>& g_Sites();
-    /// Loads the list anew. False without sites or with one that cannot be read or has no proper position, and, with
-    /// the list as it was, when the settings file does not answer.
+    /// Loads the list anew. False when there are no sites, or one that cannot be read or has no proper position. Also
+    /// false, with the list unchanged, when the settings file does not answer.
     bool GetAllSites();
 
     /// The id of the current site; below 1: no site is selected. It may name a site that is gone.
     std::int16_t g_SiteDbIndex();
-    /// Selects for this process; the setting is the caller's.
+    /// Selects a site for this process; the caller stores the setting.
     void g_SiteDbIndex(std::int16_t id);
 
     /// The current site's name, empty without one.
     std::string CurrentSiteName();
 
-    /// The numbers of the site of that name, in any case; false, with all three 0, when there is none or when its
+    /// The numbers of the site with that name, in any case; false, with all three 0, when there is none or when its
     /// position text cannot be read.
     bool GetSiteNumbers(std::string_view name, SiteNumbers& numbers);
 
