@@ -117,7 +117,7 @@ void Axes::StepGoto(Axis& axis, double seconds) const {
         axis.position = axis.target;
         return;
     }
-    // The speed from which the acceleration, in steps, just brings the axis to rest at the target.
+    // The speed from which the acceleration, applied in steps, brings the axis to rest exactly at the target.
     const double halfStep = acceleration_ * seconds / 2;
     const double braking = std::sqrt(halfStep * halfStep + 2 * acceleration_ * std::abs(left)) - halfStep;
     Ramp(axis, std::copysign(std::min(gotoSpeed_, braking), left), seconds);

@@ -11,8 +11,9 @@ namespace kestrane::simulator {
 
 enum class AxisName { Hour, Polar };
 
-/// The two motors: positions, speeds and what they are told to do, in steps of a millisecond while a speed changes.
-/// A motion by goto or button rides on the steady tracking rates and is ramped; tracking rates change at once.
+/// The two motors: positions, speeds and commanded motions, in steps of a millisecond while a speed changes. A motion
+/// by goto or button is added to the steady tracking rates and changes its speed by ramps; tracking rates change at
+/// once.
 class Axes {
 public:
     /// `acceleration` in degrees per second squared.
@@ -27,18 +28,18 @@ public:
     /// Runs one axis at `rate` degrees per second (signed), without end or for `milliseconds`.
     void Run(AxisName axis, double rate, std::optional<std::int32_t> milliseconds);
     void StopRun(AxisName axis);
-    /// Brings gotos and runs to a halt with the acceleration; tracking goes on.
+    /// Stops gotos and runs with the acceleration; tracking goes on.
     void StopAll();
-    /// The axes are said to stand here; whatever they were doing ends.
+    /// Sets the position of the axes; any motion ends.
     void Set(AxisAngles angles, PierSide side);
 
-    /// Called with both positions after each step; empty for nobody.
+    /// Called with both positions after each step; may be empty.
     void Watch(std::function<void(double hour, double polar)> observer) { observer_ = std::move(observer); }
 
-    /// A goto comes to a dead halt this many degrees short of its end; 0 for none.
+    /// A goto stops dead this many degrees before its end; 0 for none.
     void StallShortBy(double degrees) { stallShortBy_ = degrees; }
 
-    bool Slewing() const { return slewing_ || coasting_; }  ///< a goto runs, or is being braked
+    bool Slewing() const { return slewing_ || coasting_; }  ///< a goto runs, or is slowing down to a stop
     bool Stalled() const { return stalled_; }               ///< the last goto stalled
     bool Arrived() const { return arrived_; }               ///< the last goto came to its end
     AxisAngles Angles() const { return {hour_.position, polar_.position}; }

@@ -56,7 +56,7 @@ int AngleDecimals(const MountModel& mount) {
     return mount.firmware.highPrecision ? 1 : 0;
 }
 
-// Keeps a value that could be read, and answers whether it could.
+// Keeps a value that could be read, and reports whether it could.
 template <typename Store>
 Answer Keep(std::optional<double> value, Store store) {
     if (value) {
@@ -106,7 +106,7 @@ Answer SetAz(Call& call) {
     });
 }
 
-// MM/dd/yy; the second half of the century is the last one.
+// MM/dd/yy; the years 50 to 99 are 1950 to 1999.
 Answer SetDate(Call& call) {
     const std::string_view text = call.argument;
     const bool formed = text.size() == 8 && text[2] == '/' && text[5] == '/';

@@ -9,9 +9,9 @@
 namespace kestrane::simulator {
 
 enum class Outcome {
-    Done,         ///< carried out; what it answers is in the parts, none for silence
+    Done,         ///< carried out; the parts hold the answer, no part is silence
     Unsupported,  ///< a command of the protocol that this firmware lacks, or that only a companion answers
-    Unknown,      ///< no command of the protocol, or one with an argument that it cannot have
+    Unknown,      ///< no command of the protocol, or one with an argument that is not valid
 };
 
 struct Answer {

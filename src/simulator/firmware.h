@@ -22,11 +22,11 @@ struct Firmware {
     int revision;                 ///< reply to "G_S"; 0 for firmware without it
 };
 
-/// The family of a version text: the row with the longest prefix that fits. Every text has one; a text of no family
-/// known gets the oldest and barest.
+/// The family of a version text: the row with the longest prefix that fits. Every text has one; a text of no known
+/// family gets the oldest, with the fewest features.
 const Firmware& FirmwareFor(std::string_view version);
 
-/// Whether a version text belongs to a family of the table, the barest row not counted.
+/// Whether a version text belongs to a family of the table; the row with the fewest features does not count.
 bool IsKnownFirmware(std::string_view version);
 
 }  // namespace kestrane::simulator

@@ -4,7 +4,7 @@
 
 namespace kestrane::simulator {
 
-/// The focus motor on the auxiliary port: it runs or stands, and nobody but a test knows where.
+/// The focus motor on the auxiliary port: it runs or is at rest, and only a test can see where.
 class FocuserMotor {
 public:
     static constexpr double kFastPerMs = 1.0;
@@ -16,7 +16,7 @@ public:
     void Run(int direction) { direction_ = direction; }  ///< 1, -1, or 0 to stop
     void Fast(bool fast) { fast_ = fast; }
 
-    double Position() const { return position_; }  ///< milliseconds at fast speed, plus less minus
+    double Position() const { return position_; }  ///< milliseconds of travel at fast speed; plus counts up, minus down
     int RunsTo() const { return direction_; }
     bool IsFast() const { return fast_; }
 

@@ -18,8 +18,8 @@ double Circle(double value, double circle) {
     return folded < 0 ? folded + circle : folded;
 }
 
-// Both transformations are the same turn about the east-west line: (elevation, angle from the meridian) in one frame
-// to the other.
+// Both transformations are the same rotation about the east-west line: from (elevation, angle from the meridian) in one
+// frame to the same pair in the other.
 void Turn(double elevation, double angle, double latitude, double& otherElevation, double& otherAngle) {
     const double sine = Sin(latitude) * Sin(elevation) + Cos(latitude) * Cos(elevation) * Cos(angle);
     const double east = -Cos(elevation) * Sin(angle);

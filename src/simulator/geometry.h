@@ -34,7 +34,7 @@ double FoldHourAngle(double hours);  ///< to -12 up to below 12
 Horizontal ToHorizontal(const Equatorial& direction, double latitude);
 Equatorial ToEquatorial(const Horizontal& direction, double latitude);
 
-/// Where the tube points. At the pole itself `side` says which of the two sides is meant.
+/// Where the tube points. At the pole itself `side` decides which of the two sides is meant.
 Equatorial DirectionOf(const AxisAngles& axes, PierSide side, double latitude);
 /// The axes that point in `direction` from `side`, the hour axis in -180 up to below 180.
 AxisAngles AxesFor(const Equatorial& direction, PierSide side, double latitude);

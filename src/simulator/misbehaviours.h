@@ -13,8 +13,8 @@ namespace kestrane {
 
 inline constexpr int kEveryTime = std::numeric_limits<int>::max();
 
-/// What all faults of single replies share: they wait for replies to one command ("GR"; "Sr" with whatever argument;
-/// "" for any) and strike that many times, then no more.
+/// What all faults of single replies share: they wait for replies to one command ("GR"; "Sr" with any argument; "" for
+/// any command), act that many times, and then no more.
 class ReplyMisbehaviour : public Misbehaviour {
 public:
     void Change(SimulatedReply& reply) final;
@@ -79,7 +79,7 @@ private:
     char wrong_;
 };
 
-/// An alarm letter (X servo fault, Y low power, Z motor stall) stands in front of the reply.
+/// An alarm letter (X servo fault, Y low power, Z motor stall) comes before the reply.
 class InsertsAlarm final : public ReplyMisbehaviour {
 public:
     explicit InsertsAlarm(char letter, std::string_view command = "", int times = 1);
@@ -89,7 +89,7 @@ private:
     char letter_;
 };
 
-/// A goto comes to a dead halt this many degrees before its end, and stays. Tracking goes on.
+/// A goto stops dead this many degrees before its end, and stays there. Tracking goes on.
 class Stalls final : public Misbehaviour {
 public:
     explicit Stalls(double degreesShort, bool stillReportsSlewing = false)
@@ -102,7 +102,7 @@ private:
     bool stillReportsSlewing_;
 };
 
-/// The mount sends without end, its replies somewhere in between.
+/// The mount sends without end, with its replies somewhere in between.
 class NeverStopsSending final : public Misbehaviour {
 public:
     explicit NeverStopsSending(std::string_view babble = "U") : babble_(babble) {}
@@ -112,8 +112,8 @@ private:
     std::string babble_;
 };
 
-/// Each reply has `probability` (0 to 1) of being dropped, late, cut, doubled, corrupted or given an alarm letter.
-/// The same seed brings the same storm.
+/// Each reply has `probability` (0 to 1) of being dropped, late, cut, doubled, corrupted or given an alarm letter. The
+/// same seed gives the same sequence of faults.
 class RandomStorm final : public Misbehaviour {
 public:
     RandomStorm(std::uint32_t seed, double probability);

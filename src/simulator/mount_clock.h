@@ -6,7 +6,7 @@
 
 namespace kestrane::simulator {
 
-/// The mount's own clock: local time and zone, set by commands, running on its own from what it was started with.
+/// The mount's own clock: local time and zone. Commands set it; it starts from the given time and runs by itself.
 class MountClock {
 public:
     /// `zoneHours` is UTC minus local time.

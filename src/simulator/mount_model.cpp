@@ -7,16 +7,16 @@
 namespace kestrane::simulator {
 namespace {
 
-// Where the axes stand at power-on: in the home position when parked, else on the western sky.
+// Where the axes are at power-on: in the home position when parked, else pointing at the western sky.
 constexpr AxisAngles kHome{0, 0};
 constexpr AxisAngles kUnparkedStart{-45, 45};
 
-// For a mount that turns the shorter way, degrees: so near to its target, in both axes, the tube keeps its side; and
-// the way over the top must be shorter by so much, since a mere change of side is half a turn either way.
+// For a mount that turns the shorter way, degrees: with a target this near in both axes, the tube keeps its side. The
+// way over the top must be shorter by this much, since a change of side alone is half a turn either way.
 constexpr double kNudge = 1;
 constexpr double kShorterBy = 2;
 
-constexpr double kFullSpeedMultiple = 1200;  // the rate that the option's slew speed stands for
+constexpr double kFullSpeedMultiple = 1200;  // the rate at which the slew speed of the options holds
 
 constexpr std::array<AxisAngles, 5> kFixedParks{{{0, 0}, {-90, 90}, {90, -90}, {0, 90}, {0, -90}}};
 
@@ -55,7 +55,7 @@ MountModel::MountModel(const MountSimulatorOptions& options, const Firmware& fam
 void MountModel::Advance(std::int64_t milliseconds) {
     clock.Advance(milliseconds);
     focuser.Advance(milliseconds);
-    // Parking at the very end of the goto, whenever somebody looks next.
+    // Parks at the very end of the goto, even when the next look is much later.
     for (; parksOnArrival_ && milliseconds > 0 && axes.Slewing(); --milliseconds) {
         axes.Advance(1);
         if (axes.Arrived()) {
@@ -115,7 +115,7 @@ char MountModel::Slew() {
     return '0';
 }
 
-// The hour axis goes straight to the angle that is given here, so an angle beyond a turn means a way over the top.
+// The hour axis goes straight to the angle given here, so an angle beyond a full turn means a way over the top.
 AxisAngles MountModel::GotoEnd(const Equatorial& direction) const {
     const AxisAngles now = axes.Angles();
     AxisAngles end = AxesFor(direction, SideFor(direction.hourAngle, meridianDelay), latitude_);
@@ -168,7 +168,7 @@ bool MountModel::Move(Direction direction, std::optional<std::int32_t> milliseco
         return true;
     }
     const double speed = milliseconds ? rates.GuideRate() : rates.MoveRate();
-    // North turns the polar axis so that on the east side the declination falls, as the button counts.
+    // North turns the polar axis so that on the east side the declination decreases, as the button counts.
     const bool hourAxis = direction == Direction::East || direction == Direction::West;
     const bool swapped = hourAxis ? swappedEastWest : swappedNorthSouth;
     const bool forward = direction == Direction::West || direction == Direction::North;
@@ -227,7 +227,8 @@ void MountModel::CustomDec(double multiple) {
 }
 
 void MountModel::SetLatitude(double degrees) {
-    // The tube stays where it points when the site changes hemisphere; a mount that knows no direction yet stays home.
+    // The tube keeps its direction when the site changes hemisphere; a mount without a known direction yet stays at
+    // home.
     const Equatorial direction = DirectionOf(axes.Angles(), axes.Side(), latitude_);
     const bool otherPole = (degrees < 0) != (latitude_ < 0);
     latitude_ = degrees;

@@ -14,7 +14,7 @@ namespace kestrane::simulator {
 
 enum class Direction { North, South, East, West };
 
-/// Where a goto or a sync is meant to; the last half that was set decides between sky and horizon.
+/// The target of a goto or a sync; the last half that was set decides between sky and horizon.
 struct Target {
     std::optional<double> rightAscension;  // hours
     std::optional<double> declination;     // degrees
@@ -25,7 +25,7 @@ struct Target {
 
 enum class PemState : char { Off = 'O', On = 'P', Recording = 'R' };
 
-/// The mount behind its commands: what it knows, where it stands, what it does. Time comes by `Advance` alone.
+/// The mount behind its commands: its settings, its position, its motion. Time passes by `Advance` only.
 class MountModel {
 public:
     MountModel(const MountSimulatorOptions& options, const Firmware& firmware, const DateTime& local, double zone);
@@ -41,12 +41,12 @@ public:
 
     /// '0' when it goes, '1' below the horizon, '2' below the minimum elevation, '9' without a whole target.
     char Slew();
-    /// Takes the target for the place where it points; `keepsSide` leaves the side of the pier as it is. False
+    /// Takes the target as the direction in which it points; `keepsSide` leaves the side of the pier as it is. False
     /// without a whole target.
     bool Sync(bool keepsSide);
     void Place(const MountPointing& pointing);
     void StopAll();  ///< gotos, moves and custom rates
-    /// False when the family does not do pulses that long.
+    /// False when the family does not accept pulses that long.
     bool Move(Direction direction, std::optional<std::int32_t> milliseconds);
     void StopMove(Direction direction);
     void Park();
@@ -88,7 +88,7 @@ public:
     PemState pem = PemState::Off;
     int reticle = 5;               ///< 0 to 10, to 7 on families with levels
     bool held = false;             ///< "ho" and "hq"
-    bool stallStillSlews = false;  ///< a stalled goto goes on claiming to run
+    bool stallStillSlews = false;  ///< a stalled goto is still reported as running
 
 private:
     std::optional<Equatorial> TargetDirection() const;

@@ -65,8 +65,8 @@ private:
     bool dead_ = false;
 };
 
-// Called at every entry: the mount lives through the time since the last one. The difference of ticks is right
-// across their wrap as long as it is asked within 24 days.
+// Called at every entry: the mount goes through the time since the last one. The difference of the ticks is right
+// across their wrap as long as there is an entry within 24 days.
 void MountSimulator::Implementation::Advance() {
     const Tick now = clock_.GetTickCount();
     const std::int32_t elapsed = std::max(now - lastTick_, 0);
@@ -79,7 +79,7 @@ void MountSimulator::Implementation::Advance() {
 void MountSimulator::Implementation::BabbleUntilNow() {
     for (const auto& misbehaviour : misbehaviours) {
         const std::string_view babble = misbehaviour->Babble();
-        // One byte is always on its way, so that a reader knows that more is coming.
+        // One byte is always on its way, so that a reader can see that more is coming.
         while (!dead_ && !babble.empty() && !line_.BusyAfter(NowUs())) {
             line_.Send(babble, std::max(line_.FreeAtUs(), NowUs() - line_.CapacityUs()));
         }

@@ -13,8 +13,8 @@
 
 namespace kestrane {
 
-/// Where a tube points, and from which side of the pier. Either side can be one that a goto would not choose: a mount
-/// that has followed a star past the meridian stands with its counterweight up.
+/// Where a tube points, and from which side of the pier. The side may be one that a goto would not choose: a mount that
+/// has followed a star past the meridian has its counterweight up.
 struct MountPointing {
     double hourAngle = 0;    ///< hours, west positive
     double declination = 0;  ///< degrees
@@ -23,11 +23,11 @@ struct MountPointing {
 
 /// How a goto turns the hour axis when it changes the side of the pier.
 enum class GotoPath {
-    CounterweightDown,  ///< by way of the counterweight below the tube, as newer firmware does
-    ShorterWay,         ///< the shorter way round, be it over the top; a target within a degree keeps the side
+    CounterweightDown,  ///< with the counterweight below the tube on the way, as newer firmware does
+    ShorterWay,         ///< the shorter way round, even over the top; a target within a degree keeps the side
 };
 
-/// What a simulated mount is built as.
+/// The properties of a simulated mount.
 struct MountSimulatorOptions {
     std::string firmware = "VKC4-P02-08";  ///< text of the version reply; its beginning chooses the family
     double latitude = 47.0;                ///< degrees, north positive
@@ -44,33 +44,33 @@ struct MountSimulatorOptions {
     double minimumElevation = 0.0;    ///< degrees; a target between it and the horizon is refused with "2"
 };
 
-/// A reply about to leave the mount, which a misbehaviour may change. Bytes go out in order, each part after its
-/// delay; no part is silence.
+/// A reply about to leave the mount, which a misbehaviour may change. Bytes go out in order, each part after its delay;
+/// no part means silence.
 struct SimulatedReply {
     std::string command;  ///< what is answered, without frame: "GR", "Sr12:34:56.7"
     std::string name;     ///< the same without its argument: "GR", "Sr"
     struct Part {
-        std::int32_t delayMs = 0;  ///< on top of the latency, from the part before
+        std::int32_t delayMs = 0;  ///< from the end of the part before; added to the latency for the first part
         std::string bytes;
     };
     std::vector<Part> parts;
 };
 
-/// Something that goes wrong with a healthy mount; laid on top by name: `DropsReply{"GR", 2}`.
+/// Something that goes wrong with a healthy mount; added by name: `DropsReply{"GR", 2}`.
 class Misbehaviour {
 public:
     virtual ~Misbehaviour() = default;
     /// Each reply passes here before it goes out.
     virtual void Change(SimulatedReply& reply);
-    /// Degrees before its end at which a goto comes to a dead halt; 0 for none.
+    /// Degrees before its end at which a goto stops dead; 0 for none.
     virtual double StallsShortBy() const;
-    /// Whether a stalled goto goes on being reported as running.
+    /// Whether a stalled goto is still reported as running.
     virtual bool StalledStillSlews() const;
-    /// Sent over and over for as long as this misbehaviour lies on the mount; empty for none.
+    /// Sent over and over for as long as the mount has this misbehaviour; empty for none.
     virtual std::string_view Babble() const;
 };
 
-/// What the mount is doing, for tests: a copy, as of the call.
+/// What the mount is doing, for tests: a copy, made at the call.
 struct MountPicture {
     double rightAscension = 0;  ///< hours, as reported (0 before the mount is initialised)
     double declination = 0;     ///< degrees, as reported (90 before the mount is initialised)
@@ -109,13 +109,14 @@ struct MountPicture {
     bool swappedNorthSouth = false;
     bool held = false;
 
-    double focuserPosition = 0;  ///< milliseconds at fast speed, plus less minus; slow speed counts a quarter
-    int focuserRuns = 0;         ///< 1, -1, 0 stopped
+    double focuserPosition =
+        0;  ///< milliseconds of travel at fast speed; plus counts up, minus down; slow speed counts a quarter
+    int focuserRuns = 0;  ///< 1, -1, 0 stopped
     bool focuserFast = true;
 };
 
-/// The mount's side of the line: bytes in, bytes out, moved by the clock handed to it. Answers the whole command
-/// catalogue; nothing else is answered, and what is not known is kept in `UnknownCommands`. One thread.
+/// The mount's side of the line: bytes in, bytes out, moved by the clock given to it. Answers the whole command
+/// catalogue and nothing else; unknown commands are kept in `UnknownCommands`. One thread.
 class MountSimulator {
 public:
     MountSimulator(Clock& clock, MountSimulatorOptions options);
@@ -123,9 +124,9 @@ public:
 
     /// Bytes from the driver arrive now.
     void Write(std::string_view bytes);
-    /// What the mount has sent by now, at most `maxCount` bytes, and takes it off the line.
+    /// Takes off the line and returns what the mount has sent by now, at most `maxCount` bytes.
     std::string Read(std::size_t maxCount);
-    /// Milliseconds until the next byte is there: 0 when one waits, nothing when none is on its way.
+    /// Milliseconds until the next byte is there: 0 when one waits already, nothing when none is on its way.
     std::optional<std::int32_t> NextByteIn();
 
     void Add(std::unique_ptr<Misbehaviour> misbehaviour);
@@ -137,7 +138,7 @@ public:
 
     /// Every complete command so far, as it came ("GR", "#" for a lone end of input).
     const std::vector<std::string>& Commands() const;
-    /// Commands that are none of the protocol, or whose argument cannot be; none of them was answered.
+    /// Commands that are not of the protocol, or have an argument that is not valid; none of them was answered.
     const std::vector<std::string>& UnknownCommands() const;
     /// Commands of the protocol that this firmware lacks; none of them was answered.
     const std::vector<std::string>& UnsupportedCommands() const;
@@ -149,10 +150,10 @@ public:
     void SetFault(char fault);
     /// Auto-park as the status string shows it.
     void SetAutoPark(bool on);
-    /// The mount stands there from now on and knows it, whatever it was doing; tracking goes on.
+    /// Moves the mount to this direction at once, and it is initialised, whatever it was doing; tracking goes on.
     void Place(const MountPointing& pointing);
-    /// Called with the two axes (degrees, as in `MountPicture`) after each step of their motion: a millisecond while a
-    /// speed changes or a goto runs, else whenever somebody looks. An empty function ends it.
+    /// Called with the two axes (degrees, as in `MountPicture`) after each step of their motion: each millisecond while
+    /// a speed changes or a goto runs, else whenever the mount is looked at. An empty function ends it.
     void WatchAxes(std::function<void(double hourAxis, double polarAxis)> observer);
 
 private:

@@ -24,7 +24,7 @@ std::int64_t PowerOfTen(int decimals) {
     return power;
 }
 
-// Splits a value that is not negative; `wrapUnits` above 0 folds what rounding brings to it back to 0.
+// Splits a value that is not negative; with `wrapUnits` above 0, a value that rounding brings up to it becomes 0.
 Sexagesimal Split(double value, int decimals, std::int64_t wrapUnits) {
     const std::int64_t scale = PowerOfTen(decimals);
     std::int64_t total = std::llround(value * 3600.0 * static_cast<double>(scale));
@@ -67,7 +67,7 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// Reads one text from left to right; a step that does not fit makes the whole reading fail.
+// Reads one text from left to right; when one step does not fit, the whole reading fails.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : rest_(text) {}

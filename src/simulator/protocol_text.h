@@ -6,7 +6,7 @@
 
 namespace kestrane::simulator {
 
-// Text forms of the wire, written and read by the mount itself, apart from the driver's own: a fault in one side
+// Text forms of the wire, written and read by the mount itself, separate from the driver's own: a fault in one side
 // must not be hidden by the same fault in the other. All are exact to the last digit written, rounded half up.
 
 /// HH:MM:SS with `decimals` digits after the seconds' point; 24 hours and more wrap to 0.
@@ -17,7 +17,7 @@ std::string ShortHoursText(double hours);
 std::string OffsetText(double hours);
 /// sDD*MM:SS with `decimals` digits, the sign always written.
 std::string SignedDegreesText(double degrees, int decimals);
-/// DDD*MM:SS with `decimals` digits; brought into 0 to below 360.
+/// DDD*MM:SS with `decimals` digits; brought into the range from 0 to below 360.
 std::string CircleText(double degrees, int decimals);
 /// A plain number without trailing zeros.
 std::string NumberText(double value);

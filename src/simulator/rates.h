@@ -19,14 +19,14 @@ std::optional<double> GuideMultiple(int index);
 /// Multiple of sidereal that "RS" `index` (0 to 2) selects.
 std::optional<double> SlewMultiple(const Firmware& firmware, int index);
 
-/// Which motion the mount follows by itself, in the letters of the status string.
+/// The motion that the mount follows by itself, in the letters of the status string.
 enum class Tracking : char { Lunar = '0', Solar = '1', Sidereal = '2', Custom = 'C', Stopped = '9' };
 
-/// All rates that commands choose, and what they come to.
+/// All rates that commands choose, and the speeds that follow from them.
 struct Rates {
     Tracking base = Tracking::Sidereal;  ///< never Custom
     bool king = false;                   ///< King correction of the sidereal rate
-    std::optional<double> customRa;      ///< stands in place of the base rate; multiple of sidereal less than it
+    std::optional<double> customRa;      ///< replaces the base rate; a multiple of sidereal, subtracted from it
     double customDec = 0;                ///< multiple of sidereal
 
     double guide = 1.0;         ///< multiple of sidereal
@@ -43,7 +43,7 @@ struct Rates {
     /// Degrees per second at which buttons move.
     double MoveRate() const { return (movesAtGuide ? guide : centering) * kSiderealRate; }
     double GuideRate() const { return guide * kSiderealRate; }
-    /// Place of the button rate in the list that a client shows: sub-sidereal rates first. '-' for one beyond it.
+    /// Place of the button rate in the list that a client shows: sub-sidereal rates first. '-' for one beyond the list.
     char MoveRateLetter() const;
 };
 

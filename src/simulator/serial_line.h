@@ -11,8 +11,8 @@
 
 namespace kestrane::simulator {
 
-/// Cuts the bytes from the driver into commands. A command stands between ":" and "#"; one that begins with "$"
-/// needs no colon. Bytes outside are counted and dropped, as is a command that grows without end.
+/// Cuts the bytes from the driver into commands. A command is what comes between ":" and "#"; one that begins with "$"
+/// needs no colon. Bytes outside are counted and dropped, and so is a command that grows without end.
 class CommandParser {
 public:
     static constexpr std::size_t kLongestCommand = 64;
@@ -29,11 +29,11 @@ private:
     std::size_t garbageBytes_ = 0;
 };
 
-/// The bytes on their way to the driver, each with the moment it arrives; in order, one at a time. Times in
+/// The bytes on their way to the driver, each with the moment at which it arrives; in order, one at a time. Times in
 /// microseconds of the mount's running time.
 class OutgoingLine {
 public:
-    static constexpr std::size_t kMostWaiting = 65536;  ///< what nobody reads beyond this is lost, oldest first
+    static constexpr std::size_t kMostWaiting = 65536;  ///< bytes beyond this that nobody reads are lost, oldest first
 
     /// A byte takes at least one microsecond.
     explicit OutgoingLine(std::int64_t byteTimeUs) : byteTimeUs_(std::max<std::int64_t>(byteTimeUs, 1)) {}
