@@ -37,7 +37,7 @@ sigset_t OurSignals() {
     return signals;
 }
 
-/// The environment of the driver. LISTEN_PID is last, with room for the digits that only the new process can tell.
+/// The environment of the driver. LISTEN_PID is last, with room for digits that are known only in the new process.
 struct DriverEnvironment {
     std::vector<std::string> texts;
     std::vector<char*> pointers;
@@ -81,7 +81,7 @@ public:
 
     std::uint16_t Port() const { return PortOf(http_); }
 
-    /// Until a signal ends it.
+    /// Runs until a signal ends it.
     void Run() {
         int pauseMs = 0;
         while (!ending_ && Pause(pauseMs) && WaitForClient()) {
@@ -90,11 +90,11 @@ public:
     }
 
 private:
-    /// Waits without accepting anything; false when a signal said to end.
+    /// Waits for a client without accepting anything; false when a signal asked the program to end.
     bool WaitForClient() {
         std::array<pollfd, 3> polled{{{signals_.Number(), POLLIN, 0},
                                       {http_.Number(), POLLIN, 0},
-                                      {discovery_.Number(), POLLIN, 0}}};  // a negative number is passed over
+                                      {discovery_.Number(), POLLIN, 0}}};  // a negative number is ignored
         while (true) {
             if (::poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) {
                 FailActivation("clients cannot be awaited");
@@ -108,7 +108,7 @@ private:
         }
     }
 
-    /// False when a signal said to end.
+    /// False when a signal asked the program to end.
     bool Pause(int milliseconds) {
         if (WaitForSignal(milliseconds)) {
             ReadSignals();
@@ -122,7 +122,7 @@ private:
         return ::poll(&polled, 1, milliseconds) > 0;
     }
 
-    /// Takes the signals that came; true when one of them says to end.
+    /// Reads the signals that came; true when one of them asks the program to end.
     bool ReadSignals() {
         signalfd_siginfo info{};
         while (::read(signals_.Number(), &info, sizeof(info)) == ssize_t{sizeof(info)}) {
@@ -157,7 +157,7 @@ private:
         }
     }
 
-    /// Nothing when the system has no room for another process just now; the client waits in the queue meanwhile.
+    /// Nothing when the system has no room for another process at the moment; the client meanwhile waits in the queue.
     std::optional<pid_t> Start() {
         DriverEnvironment environment(discovery_.IsOpen());
         const pid_t driver = ::fork();
@@ -172,7 +172,7 @@ private:
 
     [[noreturn]] void BecomeDriver(DriverEnvironment& environment) const {
         environment.WritePid(::getpid());
-        // Out of the way first: the sockets may stand at each other's numbers.
+        // First moves both out of the way: each socket may have the number that the other one needs.
         const int http = ::fcntl(http_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2);
         const int discovery =
             discovery_.IsOpen() ? ::fcntl(discovery_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2) : -1;
@@ -187,7 +187,8 @@ private:
         ::_exit(127);
     }
 
-    /// Waits up to so many milliseconds (-1: without limit) for the driver's end; ends it when a signal says so.
+    /// Waits for the end of the driver, at most `milliseconds` (-1: without limit); ends the driver when a signal asks
+    /// for that.
     bool WaitForEnd(pid_t driver, int milliseconds) {
         while (true) {
             if (::waitpid(driver, &status_, WNOHANG) == driver) {

@@ -5,7 +5,7 @@
 
 namespace kestrane::alpaca {
 
-/// What the stand-in for a system's socket activation binds, and what it starts.
+/// What the replacement for a system's socket activation binds, and what it starts.
 struct ActivationOptions {
     std::string bindAddress = "127.0.0.1";  ///< an IP address
     std::uint16_t port = 11111;             ///< 0: any free one
@@ -14,11 +14,11 @@ struct ActivationOptions {
     int endingMs = 5'000;                   ///< granted to a driver that was asked to end, in milliseconds
 };
 
-/// Binds the sockets, prints "Alpaca: http://ADDR:PORT/" on standard output, and starts the driver whenever a client
-/// calls and none runs, until SIGTERM or SIGINT, which end the driver first. A driver that fails at once is started
-/// again only after a growing pause. Blocks both signals and SIGCHLD for this thread, so there must be no other.
-/// The result is the exit status: 0 after a signal, 1 with a message on standard error when the address cannot be
-/// bound or there is no driver.
+/// Binds the sockets and prints "Alpaca: http://ADDR:PORT/" on standard output. Starts the driver whenever a client
+/// calls and no driver runs, until SIGTERM or SIGINT, which end the driver first. A driver that fails soon after its
+/// start is started again only after a pause that grows. Blocks both signals and SIGCHLD for this thread, so there must
+/// be no other thread. The result is the exit status: 0 after a signal, 1 with a message on standard error when the
+/// address cannot be bound or there is no driver.
 int RunActivation(const ActivationOptions& options);
 
 }  // namespace kestrane::alpaca

@@ -78,7 +78,7 @@ std::uint16_t PortOf(const Descriptor& socket) {
     if (::getsockname(socket.Number(), address.Pointer(), &address.size) != 0) {
         FailActivation("the port cannot be told");
     }
-    // The port stands at the same place in both kinds of address.
+    // The port is at the same place in both kinds of address.
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address.storage)->sin_port);
 }
 

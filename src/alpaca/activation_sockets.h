@@ -8,7 +8,7 @@
 /// The sockets that the activator binds for its driver.
 namespace kestrane::alpaca {
 
-/// What keeps the activator from its work; the message is for its user.
+/// A reason why the activator cannot work; the message is for its user.
 struct ActivationError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -42,9 +42,9 @@ std::string AddressText(const std::string& address, std::uint16_t port);
 /// A socket that listens at an IP address. Port 0 takes any free one. Raises `ActivationError` when it cannot.
 Descriptor BindHttp(const std::string& address, std::uint16_t port);
 
-/// A datagram socket on all addresses, since a socket on a loopback one never sees the broadcasts of clients on the
-/// same machine. Other servers on this machine may listen there too; where they do not share the port, this one does
-/// without. Not open for port 0, and not when it cannot be bound, which is said on standard error.
+/// A datagram socket on all addresses, since a socket on a loopback address never sees the broadcasts of clients on the
+/// same machine. Other servers on this machine may listen there too; where they do not share the port, discovery stays
+/// off here. Not open for port 0, and not when it cannot be bound, which is reported on standard error.
 Descriptor BindDiscovery(std::uint16_t port);
 
 std::uint16_t PortOf(const Descriptor& socket);

@@ -14,7 +14,8 @@ void ClientObject::Disconnect() {
         try {
             device_->Connected(false);
         } catch (...) {
-            // Nobody is left to be told, and the object goes in any case: a process that kept it would never end.
+            // Nobody is left to hear of the failure, and the object is released in any case: a process that kept it
+            // would never end.
         }
     }
 }

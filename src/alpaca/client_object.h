@@ -7,8 +7,8 @@
 /// One client's object of a device.
 namespace kestrane::alpaca {
 
-/// A device object as the server sees it. Destroying it releases the object; the driver ends its process when the
-/// last one is released. Logic thread only.
+/// A device object as the server sees it. Destroying it releases the object; the driver ends its process when the last
+/// one is released. Logic thread only.
 class DeviceObject {
 public:
     virtual ~DeviceObject() = default;
@@ -23,17 +23,17 @@ public:
     virtual std::unique_ptr<DeviceObject> Create(DeviceKind kind) = 0;
 };
 
-/// A device object with the balance of its `Connected` writes.
+/// A device object with the balance of its `Connected` writes: those of true minus those of false.
 class ClientObject {
 public:
     explicit ClientObject(std::unique_ptr<DeviceObject> device) : device_(std::move(device)) {}
 
     DeviceObject& Device() { return *device_; }
 
-    /// Writes through and counts the write if it did not fail: each write counts, also one that changes nothing.
+    /// Writes to the device and counts the write if it did not fail: each write counts, also one that changes nothing.
     void Connected(bool connect);
     bool IsConnected() const { return connects_ > 0; }
-    /// Writes false as often as true was written more than false.
+    /// Writes false until the balance is 0.
     void Disconnect();
 
 private:

@@ -124,7 +124,7 @@ void ClientObjects::ForgetClientWithoutUse(const ClientName& name) {
     if (client == clients_.end() || HasObject(name)) {
         return;
     }
-    // A connection that goes through ClientIDs without end must not fill the table.
+    // A connection that uses ever new ClientIDs must not fill the table.
     if (client->second.connections.empty() || clients_.size() > kMostObjects) {
         clients_.erase(client);
     }
@@ -151,7 +151,7 @@ bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
     return LeaseEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0;
 }
 
-/// Whether what is left, at most one object, has no reason to live any longer.
+/// Whether the lease is over for the only object left, or for a process without objects.
 bool ClientObjects::EverythingIsOver() const {
     if (slots_.size() == 1) {
         return LeaseIsOver(slots_.begin()->first, slots_.begin()->second);
@@ -200,7 +200,7 @@ void ClientObjects::ReleaseWhatIsOver() {
         keys.push_back(key);
     }
     for (const ClientKey& key : keys) {
-        // A release may pump, so each look is a fresh one.
+        // A release may pump, so each time the table is looked at anew.
         const auto slot = slots_.find(key);
         if (slots_.size() > 1 && slot != slots_.end() && LeaseIsOver(key, slot->second)) {
             Release(slot);
@@ -216,7 +216,7 @@ void ClientObjects::ReleaseWhatIsOver() {
 void ClientObjects::Release(Slots::iterator slot) {
     const ClientName name = slot->first.client;
     const std::unique_ptr<ClientObject> object = std::move(slot->second.object);
-    // Out of the table first: a request that comes in during the release gets an object of its own.
+    // First out of the table: a request that comes in during the release gets an object of its own.
     slots_.erase(slot);
     ForgetClientWithoutUse(name);
     object->Disconnect();

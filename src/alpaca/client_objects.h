@@ -16,7 +16,7 @@
 
 namespace kestrane::alpaca {
 
-/// Who a client is: programs at one address may share a ClientID, and then share the object.
+/// Who a client is: programs at one address may use the same ClientID, and then share the object.
 struct ClientName {
     std::string address;  ///< remote IP address
     std::uint32_t clientId = 0;
@@ -31,19 +31,19 @@ struct ClientKey {
     auto operator<=>(const ClientKey&) const = default;  // NOLINT(modernize-use-nullptr): a false finding
 };
 
-/// How long an object lives on without its client, in milliseconds (up to 24 days).
+/// How long an object lives after its client has gone, in milliseconds (up to 24 days).
 struct LeaseTimes {
     std::int32_t idle = 10'000;          ///< not connected: after its last request
     std::int32_t connected = 3'600'000;  ///< connected: after the last TCP connection of its client closed
 };
 
-/// The lease times with KESTRANE_LEASE_IDLE_S and KESTRANE_LEASE_CONNECTED_S laid over them: seconds, fractions
-/// allowed, 0 to 2000000; other texts (and null) leave the default.
+/// The lease times, changed by KESTRANE_LEASE_IDLE_S and KESTRANE_LEASE_CONNECTED_S: seconds, fractions allowed, 0 to
+/// 2000000; any other text (and null) leaves the default.
 LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds);
 
-/// The door through which requests come, as the leases need it. `close` shuts it if nothing is under way (no request
-/// in work, none half read, none waiting to be read) and says on the logic thread whether it did; a shut door leaves
-/// new clients waiting outside, in the listening socket, for the next process.
+/// The entrance for requests, as the leases need it. `close` shuts it if nothing is under way (no request in work, none
+/// half read, none waiting to be read) and reports on the logic thread whether it did. While it is shut, new clients
+/// wait outside, in the listening socket, for the next process.
 struct RequestGate {
     std::function<void(std::function<void(bool closed)> done)> close;
     std::function<void()> open;
@@ -59,11 +59,11 @@ struct ClientObjectsNeeds {
 };
 
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release
-/// that leaves none ends the process, and so does a lease without any object; both only with the gate shut, so that
-/// no request is lost. Logic thread only; outlives every call that was posted for it.
+/// that leaves none ends the process, and so does a lease without any object; both only with the gate shut, so that no
+/// request is lost. Logic thread only; outlives every call that was posted for it.
 class ClientObjects {
 public:
-    /// More objects than any set of real clients needs; a further client is refused by `std::runtime_error`.
+    /// More objects than any real clients need together; a further client is refused by `std::runtime_error`.
     static constexpr std::size_t kMostObjects = 1000;
     /// Pause before the next try when the gate could not be shut, in milliseconds.
     static constexpr std::int32_t kGateRetry = 200;
@@ -72,14 +72,15 @@ public:
 
     void ConnectionOpened(http::ConnectionId id);
     void ConnectionClosed(http::ConnectionId id);
-    /// The connection carried a request of the client; nothing happens when it has closed since.
+    /// The connection carried a request of the client; nothing happens when it has closed since then.
     void ConnectionServes(const ClientName& name, http::ConnectionId connection);
     /// A request that needs no object: it only keeps a process without objects alive.
     void NoteActivity();
 
-    /// Whether the object is being made right now, further up on the stack: its call has to wait.
+    /// Whether the object is being made right now, further up on the stack: a call on it has to wait.
     bool BeingCreated(const ClientKey& key) const;
-    /// Runs a call on the client's object, making it first if there is none. The object lives until the call is over.
+    /// Runs a call on the client's object; makes the object first if there is none. The object lives until the call is
+    /// over.
     std::string Call(const ClientKey& key, http::ConnectionId connection,
                      const std::function<std::string(ClientObject&)>& call);
 

@@ -19,8 +19,8 @@ auto& DeviceOf(ClientObject& object) {
     return static_cast<Served&>(object.Device()).Device();
 }
 
-/// The first argument in the type that a member takes. Numbers beyond a small integer type become its limits, which
-/// the member's own range check then refuses.
+/// The first argument in the type that a member takes. Numbers beyond a small integer type become its limits, and the
+/// range check of the member then refuses them.
 template <typename Value>
 Value FirstArgument(const Arguments& arguments) {
     if constexpr (std::is_same_v<Value, bool>) {
@@ -69,7 +69,7 @@ inline std::string WriteConnected(ClientObject& object, const Arguments& argumen
     return {};
 }
 
-/// There are none.
+/// Reports that there are none.
 inline std::string ReadSupportedActions(ClientObject&, const Arguments&) {
     return "[]";
 }

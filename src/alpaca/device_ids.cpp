@@ -24,7 +24,7 @@ std::string NewUuid() {
     return text.data();
 }
 
-/// Nothing stranger than this is ever handed to clients, whatever the file holds.
+/// Clients get only texts of this form, whatever the file holds.
 bool LooksLikeId(const std::string& text) {
     return text.size() == 36 && text.find_first_not_of("0123456789abcdefABCDEF-") == std::string::npos;
 }

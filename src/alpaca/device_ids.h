@@ -8,7 +8,7 @@
 namespace kestrane::alpaca {
 
 /// The unique ids of the devices, made once and kept in a small file of `name=id` lines. Nothing is read or written
-/// before the first id is asked for. An id that cannot be kept (a full disk) serves for this run. One thread.
+/// before the first id is needed. An id that cannot be kept (a full disk) is used for this run. One thread.
 class DeviceIds {
 public:
     explicit DeviceIds(std::filesystem::path file) : file_(std::move(file)) {}

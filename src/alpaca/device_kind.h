@@ -9,7 +9,7 @@ enum class DeviceKind { Telescope, Focuser };
 
 inline constexpr std::array kDeviceKinds{DeviceKind::Telescope, DeviceKind::Focuser};
 
-/// "telescope" or "focuser", as it stands in paths.
+/// "telescope" or "focuser", as used in paths.
 constexpr std::string_view PathName(DeviceKind kind) {
     return kind == DeviceKind::Telescope ? "telescope" : "focuser";
 }

@@ -12,13 +12,13 @@
 /// A device request taken apart and checked. Pure functions.
 namespace kestrane::alpaca {
 
-/// A request of a device's member that passed every check.
+/// A request for a member of a device that passed every check.
 struct DeviceRequest {
     const Route* route = nullptr;
     ClientKey key;
     std::uint32_t clientTransaction = 0;  ///< 0: none
     Arguments arguments;
-    std::string putIdentity;  ///< equal for repeats of a PUT; empty when a repeat cannot be told
+    std::string putIdentity;  ///< equal for repeats of a PUT; empty when a repeat cannot be recognised
 };
 
 /// A request that does not reach the driver; the message is the line for its client.

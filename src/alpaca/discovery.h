@@ -17,7 +17,7 @@ namespace kestrane::alpaca {
 bool IsDiscoveryCall(std::string_view datagram);
 /// "{"AlpacaPort":11111}", without white space.
 std::string DiscoveryReply(std::uint16_t port);
-/// Whether a server bound to `bound` can be reached by one to whom this machine shows itself as `shown`: clients
+/// Whether a server bound to `bound` can be reached by a client that sees this machine at the address `shown`: clients
 /// try the address that the reply comes from.
 bool IsReachable(const boost::asio::ip::address& bound, const boost::asio::ip::address& shown);
 

@@ -16,9 +16,9 @@ struct ServerSockets {
 using ReadEnvironment = std::function<const char*(const char* name)>;
 
 /// The sockets handed over by the socket-activation protocol: LISTEN_PID names this process, LISTEN_FDS counts the
-/// sockets from descriptor 3 up, and LISTEN_FDNAMES ("alpaca:discovery") says what each is for. Nothing when the
-/// process was started without a listening "alpaca" socket, that is by no client's request. Sockets of other names or
-/// of the wrong kind are left alone; those taken are closed in programs started later.
+/// sockets from descriptor 3 up, and LISTEN_FDNAMES ("alpaca:discovery") gives the purpose of each. Nothing when the
+/// process was started without a listening "alpaca" socket: then no client asked for it. Sockets of other names or of
+/// the wrong kind are left alone; those taken are closed in programs that are started later.
 std::optional<ServerSockets> TakeInheritedSockets(const ReadEnvironment& environment, int processId);
 
 }  // namespace kestrane::alpaca

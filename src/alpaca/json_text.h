@@ -8,8 +8,8 @@
 
 namespace kestrane::alpaca {
 
-/// JSON texts. Doubles are the shortest form that reads back as the same number; one that is no number raises
-/// `std::domain_error`. Texts that are no UTF-8 are taken as Latin-1.
+/// JSON texts. Doubles have the shortest form that reads back as the same number; a value that is no number raises
+/// `std::domain_error`. Texts that are not UTF-8 are read as Latin-1.
 std::string JsonOf(bool value);
 std::string JsonOf(int value);
 std::string JsonOf(std::uint32_t value);

@@ -9,7 +9,7 @@
 
 namespace kestrane::alpaca {
 
-/// What the server says of itself; no field may be blank.
+/// What the server reports about itself; no field may be blank.
 struct ServerIdentity {
     std::string serverName = "Kestrane V2";
     std::string manufacturer = "Kestrane";

@@ -68,7 +68,7 @@ void ObjectServer::Inside::AddSockets(const ServerSockets& sockets) {
     }
 }
 
-/// The gate is asked on the logic thread, decides on the I/O thread, and answers on the logic thread again.
+/// The logic thread asks the gate, the I/O thread decides, and the answer comes back on the logic thread.
 ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
     RequestGate gate;
     gate.close = [this](std::function<void(bool)> done) {

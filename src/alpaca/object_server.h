@@ -27,9 +27,9 @@ struct ObjectServerNeeds {
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread
-/// through the pump. Made and destroyed on the logic thread, outside every posted call; raises
-/// `std::system_error` for sockets that cannot be served. Destroying it closes all connections at once and releases
-/// what client objects are left.
+/// through the pump. Made and destroyed on the logic thread, outside every posted call; raises `std::system_error` for
+/// sockets that cannot be served. Destroying it closes all connections at once and releases the client objects that are
+/// left.
 class ObjectServer {
 public:
     ObjectServer(ObjectServerNeeds needs, const ServerSockets& sockets);
@@ -37,9 +37,9 @@ public:
     ObjectServer(const ObjectServer&) = delete;
     ObjectServer& operator=(const ObjectServer&) = delete;
 
-    /// Client objects now alive.
+    /// Number of client objects alive now.
     std::size_t ObjectCount() const;
-    /// Open connections; asks the I/O thread and waits for it.
+    /// Number of open connections; asks the I/O thread and waits for it.
     std::size_t ConnectionCount() const;
 
 private:

@@ -24,12 +24,12 @@ std::optional<Number> FromWholeText(std::string_view text) {
     return number;
 }
 
-/// Takes the parts of a text off its front. When one of them is not there, the text is not of the form at all.
+/// Takes the parts of a text off its front. When one of them is missing, the whole text has the wrong form.
 class PartReader {
 public:
     explicit PartReader(std::string_view text) : rest_(text) {}
 
-    /// A number of exactly so many digits.
+    /// A number of exactly `digits` digits.
     int Number(std::size_t digits) {
         int value = 0;
         for (; digits > 0; --digits) {
@@ -38,13 +38,13 @@ public:
         return value;
     }
     void Expect(char character) { good_ = Take(character) && good_; }
-    /// A character that need not be there.
+    /// A character that may be missing.
     bool Take(char character) {
         const bool there = !rest_.empty() && rest_.front() == character;
         rest_.remove_prefix(there ? 1 : 0);
         return there;
     }
-    /// The digits of a fraction of a second, one at least; what is below a millisecond is cut off.
+    /// The digits of a fraction of a second, at least one; what is below a millisecond is cut off.
     int Milliseconds() {
         int milliseconds = 100 * Digit();
         for (int place = 10; DigitIsNext(); place /= 10) {

@@ -10,8 +10,8 @@
 /// The values of parameters, from their texts. Pure functions on values, without a locale; safe on any bytes.
 namespace kestrane::alpaca {
 
-/// A ClientID or ClientTransactionID, 0 to 4294967295: missing (null), empty, negative, wordy or too large ones
-/// count as 0.
+/// A ClientID or ClientTransactionID, 0 to 4294967295: one that is missing (null), empty, negative, not a number or too
+/// large counts as 0.
 std::uint32_t ParseId(const std::string* text);
 
 /// "true" or "false" in any case.

@@ -97,7 +97,7 @@ void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connect
     PostCall(std::make_shared<const DeviceCall>(DeviceCall{std::move(request), ids, connection}));
 }
 
-/// On the I/O thread, and on the logic thread for a call that has to wait for its object.
+/// Called on the I/O thread, and on the logic thread for a call that has to wait for its object.
 void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
     const CallKind kind = call->request.route->kind;
     needs_.pump.Post(kind, [this, call = std::move(call)] {
@@ -119,7 +119,7 @@ void RequestHandler::FinishCall(std::uint32_t serverTransaction, const http::Ans
     }
 }
 
-/// On the logic thread.
+/// Runs on the logic thread.
 http::Answer RequestHandler::RunCall(const DeviceCall& call) {
     const Route& route = *call.request.route;
     try {

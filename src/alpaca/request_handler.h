@@ -20,7 +20,7 @@ namespace kestrane::alpaca {
 
 struct RequestHandlerNeeds {
     const RouteTable& routes;
-    ClientObjects& objects;  ///< reached by posted calls only
+    ClientObjects& objects;  ///< used only by posted calls
     MessagePump& pump;
     Management& management;
     /// Runs a function on the I/O thread; called on the logic thread.
@@ -46,8 +46,8 @@ private:
         TransactionIds ids;
         http::ConnectionId connection = 0;
     };
-    /// A call that is not answered yet. What waits for it stays here, on the I/O thread; the posted call itself
-    /// carries values only.
+    /// A call that is not answered yet. The receivers of its answer stay here, on the I/O thread; the posted call
+    /// itself carries values only.
     struct CallUnderWay {
         std::string putIdentity;
         http::ConnectionId connection = 0;  ///< the one that waits for the answer
@@ -56,7 +56,8 @@ private:
 
     void HandleManagement(const http::Request& request, const http::AnswerFunction& answer);
     void HandleDevice(const http::Request& request, const http::AnswerFunction& answer);
-    /// Lets a repeated PUT wait for the answer of the running one whose client has gone; false when there is none.
+    /// Lets a repeated PUT wait for the answer of the running one whose client has gone; false when there is no such
+    /// call.
     bool JoinRunningPut(const DeviceRequest& request, http::ConnectionId connection,
                         const http::AnswerFunction& answer);
     void StartCall(DeviceRequest request, http::ConnectionId connection, const http::AnswerFunction& answer);

@@ -19,8 +19,8 @@ http::Answer ValueAnswer(const TransactionIds& ids, std::string_view jsonValue);
 /// Failure of the driver: status 200 with the Alpaca error number and the driver's message.
 http::Answer ErrorAnswer(const TransactionIds& ids, std::int32_t number, std::string_view message);
 
-/// The Alpaca number of a driver's error: less 0x80040000 for the driver's own range; the number of an unspecified
-/// error (0x4FF) for all others, so that no client meets a number that means something else to it.
+/// The Alpaca number of a driver's error: the number less 0x80040000 in the driver's own range; the number of an
+/// unspecified error (0x4FF) for all others, so that no client gets a number that has another meaning there.
 std::int32_t AlpacaErrorNumber(std::uint32_t driverNumber);
 
 }  // namespace kestrane::alpaca

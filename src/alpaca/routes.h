@@ -19,7 +19,7 @@ using http::Verb;
 
 class ClientObject;
 
-/// What a parameter's text must be before the driver is asked at all.
+/// The form that a parameter's text must have before the driver is asked.
 enum class ValueType { Boolean, Integer, Number, Text, UtcDate };
 
 struct Parameter {
@@ -29,8 +29,8 @@ struct Parameter {
 
 using Argument = std::variant<bool, std::int32_t, double, std::string, DateTime>;
 
-/// The converted parameters of a call, in the order of the route's row. Asking for another type than the row's is a
-/// mistake in the table.
+/// The converted parameters of a call, in the order of the route's row. A request for another type than that of the row
+/// is a mistake in the table.
 class Arguments {
 public:
     Arguments() = default;
@@ -46,16 +46,16 @@ private:
     std::vector<Argument> values_;
 };
 
-/// Runs a member on the logic thread and gives its value as JSON, empty when it has none. Raises what the member
+/// Runs a member on the logic thread and returns its value as JSON, empty when it has none. Raises what the member
 /// raises.
 using Handler = std::string (*)(ClientObject& object, const Arguments& arguments);
 
 struct Route {
-    std::string_view name;  ///< as clients know it ("SlewToCoordinates"); lowered in the path
+    std::string_view name;  ///< the name as clients use it ("SlewToCoordinates"); in lower case in the path
     Verb verb = Verb::Get;
     CallKind kind = CallKind::Brief;
     std::vector<Parameter> parameters;
-    Handler handler = nullptr;  ///< null: the member is not implemented and says so
+    Handler handler = nullptr;  ///< null: the member is not implemented and answers that
 };
 
 /// All routes of the devices, for look-up by path.
@@ -65,7 +65,7 @@ public:
     RouteTable(const RouteTable&) = delete;
     RouteTable& operator=(const RouteTable&) = delete;
 
-    /// `member` as it stands in the path, which is lower case only; null when there is none of that verb.
+    /// `member` as written in the path, which is lower case only; null when there is none for that verb.
     const Route* Find(DeviceKind device, Verb verb, std::string_view member) const;
     const std::vector<Route>& Routes(DeviceKind device) const {
         return device == DeviceKind::Telescope ? telescope_ : focuser_;

@@ -7,7 +7,7 @@ std::unique_ptr<DeviceObject> DriverDevices::Create(DeviceKind kind) {
         return std::make_unique<ServedFocuser>(driver_.CreateFocuser());
     }
     auto telescope = std::make_unique<ServedTelescope>(driver_.CreateTelescope());
-    // Every count of the driver supposes that its own instance is among the objects.
+    // Every count of the driver assumes that its own instance is among the objects.
     driver_.InternalInstance();
     return telescope;
 }
