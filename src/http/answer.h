@@ -11,16 +11,17 @@ struct Answer {
     int status = 200;
     std::string_view contentType;  ///< of static storage
     std::string body;
-    /// From this answer on the connection stays, however long it is silent: a client depends on it. Others may be
-    /// closed for idling, or to make room.
+    /// From this answer on the connection stays open, however long it is silent: a client depends on it. Others may be
+    /// closed when they are idle, or to make room.
     bool keepsConnection = false;
 };
 
-/// A request that is refused, or that broke: one line of plain text; what is not printable ASCII becomes "?".
+/// A request that is refused, or that failed: one line of plain text; characters that are not printable ASCII become
+/// "?".
 Answer RefusalAnswer(int status, std::string_view line);
 Answer PageAnswer(std::string html);
 
-/// How the connection goes on after the answer, and what of the answer the request's form allows.
+/// How the connection goes on after the answer, and which parts of the answer the form of the request allows.
 struct AnswerForm {
     bool keepAlive = true;
     bool oldProtocol = false;  ///< HTTP/1.0

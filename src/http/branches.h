@@ -12,10 +12,10 @@ namespace kestrane::http {
 /// Which requests must be meant for this machine by their `Host` and `Origin`; others are refused with status 403.
 enum class Guard {
     Everything,  ///< for pages that a browser shows
-    Changes,     ///< PUT only: programs read under whatever name they know the machine by
+    Changes,     ///< PUT only: programs may read under any name by which they reach the machine
 };
 
-/// A path and all paths below it, with whoever answers them.
+/// A path and all paths below it, with the function that answers them.
 struct Branch {
     std::string path;  ///< "/page" takes "/page" and "/page/...", not "/pages"; "" takes every path
     Guard guard = Guard::Everything;
@@ -33,8 +33,8 @@ struct ReceivedRequest {
     ConnectionId connection = 0;
 };
 
-/// Hands a request to the branch with the longest path that takes it. Answers by itself, with a refusal, what is
-/// neither GET nor PUT, what the branch's guard keeps out, and what no branch takes. I/O thread only.
+/// Gives a request to the branch with the longest path that takes it. Refuses by itself a request that is neither GET
+/// nor PUT, one that the guard of the branch keeps out, and one that no branch takes. I/O thread only.
 void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, ReceivedRequest received,
               const AnswerFunction& answer);
 

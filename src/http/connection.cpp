@@ -20,7 +20,7 @@ constexpr int kFreshSteps = 2;
 constexpr std::size_t kMostDroppedBytes = 256 * 1024;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
-/// A client that vanished without a word is found out by the system in about two minutes, however long it idles.
+/// When a client has vanished without closing, the system finds that out in about two minutes, however long it idles.
 void KeepWatch(tcp::socket& socket) {
     error_code ignored;
     socket.set_option(tcp::no_delay(true), ignored);
@@ -183,7 +183,7 @@ void Connection::Write(const Answer& answer, const AnswerForm& form) {
                       });
 }
 
-/// Closing while bytes of the client are unread would take the answer back from it: they are read and dropped first.
+/// A close while bytes of the client are unread would destroy the answer on its way: they are read and dropped first.
 void Connection::Drain() {
     if (phase_ == Phase::Closed) {
         return;
@@ -212,7 +212,7 @@ void Connection::Step() {
     }
     if (phase_ == Phase::Reading) {
         outOfTime_ = true;
-        stepsLeft_ = 1;  // a read that has just completed is not hit: the next step tries again
+        stepsLeft_ = 1;  // a read that has just completed is not affected: the next step tries again
         error_code ignored;
         socket_.cancel(ignored);
     } else {

@@ -17,16 +17,16 @@
 
 namespace kestrane::http {
 
-/// What a connection needs of its server.
+/// What a connection needs from its server.
 struct ConnectionNeeds {
     const Limits& limits;
     const std::vector<Branch>& branches;
-    OwnHosts own;  ///< but for the local address, which the connection itself knows
+    OwnHosts own;  ///< without the local address, which the connection finds itself
     std::function<void(ConnectionId)> closed;
 };
 
-/// One client connection: reads a request, has it answered, writes the answer, and so on until one side closes.
-/// Requests that come pipelined are answered one after the other. I/O thread only.
+/// One client connection: reads a request, gets the answer, writes it, and so on until one side closes. Requests that
+/// are sent before the answer to an earlier one are answered one after the other. I/O thread only.
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
     Connection(ConnectionId id, boost::asio::ip::tcp::socket socket, ConnectionNeeds needs);
@@ -36,12 +36,12 @@ public:
     /// One step of the time limits.
     void Step();
 
-    /// Waiting for a request of which no byte has come, and not new, or already given up: may be closed without a loss.
-    /// Never while an answer is due, also to a client that has gone.
+    /// Waits for a request of which no byte has come, and is not new, or is already given up: may be closed without a
+    /// loss. Never while an answer is due, even to a client that has gone.
     bool IsQuiet();
     /// Quiet, and no answer has asked to keep it: may make room for another.
     bool MayBeEvicted();
-    /// Closed, or closed by the client, though an answer may still be due to it.
+    /// Closed, or closed by the client, although an answer may still be due to it.
     bool IsGone();
 
 private:
@@ -73,7 +73,7 @@ private:
     Phase phase_ = Phase::Idle;
     int stepsLeft_ = 0;  ///< 0: no limit
     bool carriedRequest_ = false;
-    bool kept_ = false;  ///< an answer has asked for it
+    bool kept_ = false;  ///< an answer has asked to keep the connection
     bool outOfTime_ = false;
 };
 

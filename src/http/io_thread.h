@@ -7,7 +7,7 @@
 
 namespace kestrane::http {
 
-/// The thread that waits for clients and for what they send. Used by the thread that made it.
+/// The thread that waits for clients and for their bytes. Used by the thread that made it.
 class IoThread {
 public:
     IoThread() = default;
@@ -17,9 +17,10 @@ public:
 
     boost::asio::io_context& Context() { return context_; }
     void Start();
-    /// Runs a function on the thread, after what was posted before. The one member that any thread may use.
+    /// Runs a function on the thread, after what was posted before. The only member that any thread may use.
     void Post(std::function<void()> function);
-    /// Ends the thread and waits for its end; `last` runs on it as the last. Does nothing when no thread runs.
+    /// Ends the thread and waits for its end; `last` is the last function to run on it. Does nothing when no thread
+    /// runs.
     void Stop(const std::function<void()>& last);
 
 private:

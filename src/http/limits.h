@@ -5,14 +5,14 @@
 
 namespace kestrane::http {
 
-/// Limits of reading requests. Times are counted in steps, since they need no precision.
+/// Limits for requests. Times are counted in steps, since they need no precision.
 struct Limits {
     std::size_t headerBytes = std::size_t{16} * 1024;
     std::size_t bodyBytes = std::size_t{64} * 1024;
     std::size_t connections = 1024;
     std::chrono::milliseconds step{1000};
     int readSteps = 15;   ///< from the first byte of a request to its last
-    int idleSteps = 150;  ///< a connection without a request; not one that an answer has kept
+    int idleSteps = 150;  ///< of a connection without a request; not for one that an answer has kept
     int writeSteps = 30;  ///< until the client has taken an answer
     int drainSteps = 2;   ///< until the client has closed a connection that was closed on this side
 };

@@ -8,12 +8,12 @@
 
 namespace kestrane::http {
 
-/// One TCP connection for the life of the process; from 1 up.
+/// One TCP connection, unique in the life of the process; from 1 up.
 using ConnectionId = std::uint64_t;
 
 enum class Verb { Get, Put };
 
-/// A complete request, as whoever answers it gets it.
+/// A complete request, as the function that answers it gets it.
 struct Request {
     Verb verb = Verb::Get;
     std::string path;   ///< as it came, still encoded

@@ -16,10 +16,10 @@ struct RequestTarget {
     std::string_view query;
 };
 
-/// Splits at the first "?"; a doubled one ("??") is forgiven.
+/// Splits at the first "?"; a doubled one ("??") is accepted.
 RequestTarget SplitTarget(std::string_view target);
 
-/// "%41" and "+" turned back into "A" and a blank; a "%" without two hexadecimal digits stands for itself.
+/// "%41" and "+" become "A" and a blank; a "%" without two hexadecimal digits stays as it is.
 std::string DecodeForm(std::string_view encoded);
 
 enum class NameMatch { AnyCase, Exact };

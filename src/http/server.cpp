@@ -150,8 +150,8 @@ void Server::CloseGate(std::function<void(bool)> done) {
     DecideGate();
 }
 
-/// Decides only when no accept is under way any more: one that had succeeded before it was cancelled brings a
-/// connection that counts.
+/// Decides only when no accept is under way any more: one that succeeded before it was cancelled brings a connection
+/// that counts.
 void Server::DecideGate() {
     if (std::ranges::any_of(listeners_, [](const auto& listener) { return listener->accepting; })) {
         return;

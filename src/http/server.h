@@ -24,21 +24,21 @@ struct ServerNeeds {
     std::function<void(ConnectionId)> closed;  ///< called when a connection has closed
 };
 
-/// Accepts connections on sockets that listen already, holds them to their limits, and can shut the gate without
-/// losing a request. I/O thread only.
+/// Accepts connections on sockets that listen already, applies the limits to them, and can shut the gate without losing
+/// a request. I/O thread only.
 class Server {
 public:
     Server(boost::asio::io_context& io, ServerNeeds needs);
     ~Server();
 
-    /// Takes over a listening socket; raises `boost::system::system_error` if it is none.
+    /// Takes over a listening socket; raises `boost::system::system_error` if it is not one.
     void AddListener(int socket);
     void Start();
     /// Closes everything at once.
     void Stop();
 
-    /// Stops accepting; then, if no request is half read or not answered yet, closes the idle connections and says
-    /// true, else accepts again and says false.
+    /// Stops accepting; then, if no request is half read or not answered yet, closes the idle connections and reports
+    /// true, else accepts again and reports false.
     void CloseGate(std::function<void(bool)> done);
     void OpenGate();
 
