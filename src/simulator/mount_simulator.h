@@ -109,9 +109,8 @@ struct MountPicture {
     bool swappedNorthSouth = false;
     bool held = false;
 
-    double focuserPosition =
-        0;  ///< milliseconds of travel at fast speed; plus counts up, minus down; slow speed counts a quarter
-    int focuserRuns = 0;  ///< 1, -1, 0 stopped
+    double focuserPosition = 0;  ///< milliseconds at fast speed, minus counts down; slow speed counts a quarter
+    int focuserRuns = 0;         ///< 1, -1, 0 stopped
     bool focuserFast = true;
 };
 
