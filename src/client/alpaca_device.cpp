@@ -22,7 +22,7 @@ std::string Lowered(std::string_view text) {
     return lowered;
 }
 
-/// The first line of a body that is no JSON, cut to what a person reads.
+/// The first line of a body that is no JSON, cut to a length that a person reads.
 std::string FirstLine(const std::string& body) {
     constexpr std::size_t kMost = 200;
     return body.substr(0, std::min(body.find_first_of("\r\n"), kMost));

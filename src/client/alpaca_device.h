@@ -33,8 +33,8 @@ struct AlpacaReply {
     std::string errorMessage;
 };
 
-/// Takes a reply apart, tolerating missing fields. Raises `DeviceError` for a status other than 200 and for a body
-/// that is no JSON object; a device's own error is left in the reply.
+/// Takes a reply apart; missing fields are allowed. Raises `DeviceError` for a status other than 200 and for a body
+/// that is no JSON object; an error of the device itself is left in the reply.
 AlpacaReply ParseReply(const HttpReply& reply);
 
 /// Bytes outside letters, digits and "-._~" as "%XX".
@@ -55,7 +55,8 @@ public:
         std::uint32_t device = 0;
         std::uint32_t clientId = 0;
     };
-    /// Seconds that an answer may take: of most members, and of those that move or connect before they answer.
+    /// The longest wait for an answer in seconds: of most members, and of those that move or connect before they
+    /// answer.
     struct Limits {
         double brief = 10.0;
         double patient = 120.0;
@@ -71,12 +72,12 @@ public:
     /// Writes or calls a member; its value, null for none.
     boost::json::value Put(std::string_view member, const Values& values = {});
 
-    /// Members whose value is a number or a flag; a value of another kind is a `DeviceError` of number 0.
+    /// Members whose value is a number or a flag; a value of another kind is a `DeviceError` with number 0.
     double Number(std::string_view member);
     bool Flag(std::string_view member);
 
-    /// Nothing when the device reports an error or the value is of another kind: for members that a device need not
-    /// have. Raises `Unreachable` only.
+    /// Nothing when the device reports an error or the value is of another kind: for members that a device may lack.
+    /// Raises `Unreachable` only.
     std::optional<boost::json::value> TryGet(std::string_view member);
     std::optional<double> TryNumber(std::string_view member);
     std::optional<bool> TryFlag(std::string_view member);

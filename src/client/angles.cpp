@@ -14,7 +14,7 @@ bool IsDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// Digits with at most one point between or beside them; no sign, no exponent.
+/// Digits with at most one point before, between or after them; no sign, no exponent.
 std::optional<double> ParseField(std::string_view field) {
     bool pointSeen = false;
     bool digitSeen = false;

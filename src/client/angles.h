@@ -15,13 +15,13 @@ std::optional<double> ParseRightAscension(std::string_view text);
 /// "-16.7", "-16:42" or "-16:42:58": degrees, -90 to 90.
 std::optional<double> ParseDeclination(std::string_view text);
 
-/// Hours as "HH:MM:SS.S", taken into 0 up to below 24; degrees as "+DD:MM:SS". Rounding carries.
+/// Hours as "HH:MM:SS.S", brought into 0 up to below 24; degrees as "+DD:MM:SS". Rounding carries.
 std::string FormatHours(double hours);
 std::string FormatDegrees(double degrees);
 
 /// The shortest decimal text that reads back as the same number.
 std::string FormatNumber(double value);
-/// With that many digits after the point.
+/// With `decimals` digits after the point.
 std::string FormatFixed(double value, int decimals);
 
 /// Angle in degrees between two points of the sky; right ascensions in hours, declinations in degrees.

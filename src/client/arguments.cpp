@@ -28,12 +28,12 @@ constexpr std::array kCommands{
     CommandRow{Command::Text, "command", "TEXT", 1, 1, "send a text to the device as it is and show the reply"},
 };
 
-/// Takes the value of an option into the arguments; raises `UsageError` when it is none.
+/// Stores the value of an option in the arguments; raises `UsageError` when the text is no such value.
 using TakeValue = void (*)(Arguments& arguments, std::string_view option, const std::string& value);
 
 struct OptionRow {
     std::string_view name;
-    std::string_view value;  ///< empty: the option takes none
+    std::string_view value;  ///< empty: the option has no value
     TakeValue take;
     std::string_view what;
 };
@@ -137,7 +137,7 @@ bool IsOption(const std::string& word) {
     return word.size() > 1 && word[0] == '-' && !IsNumberLike(word);
 }
 
-/// Takes the option at `at`, with its value; gives the index of the last word taken.
+/// Takes the option at `at`, with its value; returns the index of the last word taken.
 std::size_t TakeOption(std::span<const std::string> words, std::size_t at, Arguments& arguments) {
     const std::string& word = words[at];
     const std::size_t equals = word.find('=');

@@ -11,7 +11,7 @@
 /// The command line of `kestrane-client`.
 namespace kestrane::client {
 
-/// The user asked for something that is not offered; the message says what, and what to write instead.
+/// The user asked for something that does not exist; the message says what, and what to write instead.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -22,8 +22,8 @@ enum class Command { Discover, Status, Connect, Disconnect, Slew, Stars, Abort, 
 struct CommandRow {
     Command command;
     std::string_view name;
-    std::string_view operands;  ///< as the usage shows them
-    std::size_t fewest;         ///< operands
+    std::string_view operands;  ///< as shown in the usage
+    std::size_t fewest;         ///< number of operands
     std::size_t most;
     std::string_view what;
 };
@@ -44,15 +44,15 @@ struct Arguments {
     std::string deviceType = "telescope";
     std::optional<double> timeout;    ///< seconds, above 0
     std::optional<double> latitude;   ///< degrees, north positive: in place of the device's
-    std::optional<double> longitude;  ///< degrees, east positive: sidereal time is reckoned from it
+    std::optional<double> longitude;  ///< degrees, east positive: the sidereal time is computed from it
     bool json = false;
     bool wait = false;
     bool brightStar = false;
     bool help = false;
 };
 
-/// `words` without the program's name. Options stand anywhere, as "--name value" or "--name=value"; what begins with
-/// "-" and a digit is a number; "--" ends the options. Raises `UsageError`.
+/// `words` without the program's name. Options may be anywhere, as "--name value" or "--name=value"; a word of "-" and
+/// a digit begins a number; "--" ends the options. Raises `UsageError`.
 Arguments ParseArguments(std::span<const std::string> words);
 
 /// The whole help text.

@@ -50,7 +50,7 @@ constexpr std::array kStatusRows{
     StatusRow{"focuser", "MaxStep", "greatest step"},
 };
 
-/// Texts of several lines with "; " between them.
+/// A text of several lines in one line, with "; " between them.
 std::string InOneLine(const std::string& text) {
     std::string line;
     for (const char character : text) {
@@ -81,7 +81,7 @@ std::string InForm(const json::value& value, Form form) {
     return PlainText(value);
 }
 
-/// Reads one member for the status list; null when the device does not give it. An unreachable device ends the run.
+/// Reads one member for the status list; null when the device does not report it. An unreachable device ends the run.
 json::value StatusValue(Session& session, const StatusRow& row) {
     return session.device.TryGet(row.member).value_or(json::value(nullptr));
 }
@@ -279,7 +279,7 @@ ExitCode RunClient(std::span<const std::string> words, const Surroundings& surro
     } catch (const Unreachable& error) {
         return Failure(ExitCode::Unreachable, error.what(), 0, isJson, surroundings);
     } catch (const boost::system::system_error& error) {
-        // A socket that the machine refuses.
+        // The machine refuses a socket.
         return Failure(ExitCode::Unreachable, error.what(), 0, isJson, surroundings);
     }
 }

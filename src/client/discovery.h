@@ -20,8 +20,8 @@ struct FoundServer {
 /// The HTTP port in the reply to a discovery question; nothing when the text is no such reply.
 std::optional<std::uint16_t> ParseDiscoveryReply(std::string_view text);
 
-/// Asks the broadcast addresses (and `host`, unless it is empty) and collects answers for that long, each once, in
-/// the order of their coming. A network that cannot be asked is passed over; raises `Unreachable` when none can.
+/// Asks the broadcast addresses (and `host`, unless it is empty) and collects answers for `duration`, each once, in the
+/// order in which they come. A network that cannot be asked is skipped; raises `Unreachable` when none can.
 std::vector<FoundServer> Discover(const std::string& host, std::uint16_t discoveryPort,
                                   std::chrono::milliseconds duration);
 

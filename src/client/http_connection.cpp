@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    /// Runs one operation to its end.
+    /// Runs one operation until it has ended.
     template <typename Start>
     error_code Await(const Request& request, Start&& start) {
         bool isDone = false;

@@ -9,7 +9,7 @@
 
 namespace kestrane::client {
 
-/// Nobody answers: no such host, refused, broken off, or too late. The message is for the user.
+/// No answer: no such host, refused, broken off, or too late. The message is for the user.
 class Unreachable : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -37,8 +37,8 @@ public:
         std::function<void()> whileWaiting;  ///< called a few times a second until the reply is there; may be empty
     };
 
-    /// Sends and gives the reply, whatever its status. A kept connection that the server had closed before any byte
-    /// of the reply is opened anew and the request sent once more. Raises `Unreachable`.
+    /// Sends the request and returns the reply, whatever its status. When the server had closed a kept connection
+    /// before any byte of the reply, it is opened anew and the request is sent once more. Raises `Unreachable`.
     HttpReply Send(const Request& request);
 
 private:

@@ -14,7 +14,7 @@ constexpr double kPollSeconds = 0.25;
 constexpr double kMissedDegrees = 1.0;  ///< farther from the target than this, a slew did not arrive
 constexpr int kEquinoxJ2000 = 2;        ///< of EquatorialSystem
 
-/// Years since J2000 to precess by for this device: none when it works in J2000 itself.
+/// Years since J2000 to precess by for this device; none when it works in J2000 itself.
 double YearsOf(Session& session) {
     const auto system = session.device.TryNumber("EquatorialSystem");
     if (system && std::lround(*system) == kEquinoxJ2000) {
@@ -59,7 +59,7 @@ SlewTarget TargetOf(Session& session) {
     return {"", *ParseRightAscension(operands[0]), *ParseDeclination(operands[1])};
 }
 
-/// Before anything is asked of the device.
+/// Called before the device is asked for anything.
 void CheckTargetWords(const Arguments& arguments) {
     const auto& operands = arguments.operands;
     if (operands.size() == 1 && FindStar(operands[0]) == nullptr) {
@@ -73,7 +73,7 @@ void CheckTargetWords(const Arguments& arguments) {
     }
 }
 
-/// Starts it, and is back at once where the device can do so; older devices answer when the slew has ended.
+/// Starts the slew, and returns at once where the device can do so; older devices answer when the slew has ended.
 void StartSlew(Session& session, const SlewTarget& target) {
     const Values values{{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}};
     const bool isAsync = session.device.TryFlag("CanSlewAsync").value_or(true);
@@ -90,8 +90,8 @@ std::string PlaceText(double ra, double dec) {
     return "RA " + FormatHours(ra) + "  Dec " + FormatDegrees(dec);
 }
 
-/// Gives the degrees that are left when the device reads as standing. An interruption stops the telescope: who presses
-/// Ctrl-C in the middle of a slew wants that.
+/// Returns the degrees that are left when the device no longer reports a slew. An interruption stops the telescope: a
+/// person who presses Ctrl-C in the middle of a slew wants that.
 double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
     const double start = session.surroundings.unixSeconds();
@@ -105,7 +105,7 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
         }
         left = Remaining(session, target);
         if (session.ShowsProgress()) {
-            // The first leg of a roundabout way leads farther off.
+            // The first leg of a slew in two legs goes farther away from the target.
             const double fraction = whole > 0.0 ? std::max(0.0, 1.0 - left / whole) : 1.0;
             progress.Show(fraction, "slewing, " + FormatFixed(left, 1) + " degrees to go",
                           session.surroundings.unixSeconds() - start);

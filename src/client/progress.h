@@ -5,7 +5,7 @@
 
 namespace kestrane::client {
 
-/// Shows how far something is that takes long: one bar that is drawn anew on a terminal, plain lines elsewhere.
+/// Shows the progress of something that takes long: one bar that is drawn anew on a terminal, plain lines elsewhere.
 class Progress {
 public:
     /// `seconds`: time between two plain lines.
@@ -15,9 +15,9 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `fraction` from 0 to 1, below 0 when nobody knows it; `now` in seconds from any start, never falling.
+    /// `fraction` from 0 to 1, below 0 when it is not known; `now` in seconds from any start, never decreasing.
     void Show(double fraction, const std::string& words, double now);
-    /// Ends the bar's line. Showing again begins a new one.
+    /// Ends the line of the bar. The next `Show` begins a new one.
     void Finish();
 
 private:

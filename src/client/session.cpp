@@ -23,8 +23,8 @@ Session::Session(const Arguments& theArguments, const Surroundings& theSurroundi
           LimitsOf(theArguments)) {}
 
 void Session::EnsureConnected() {
-    // A device that several clients share may read as connected while this one is not: a member that needs the
-    // connection reports.
+    // A device that several clients share may report a connection while this client has none: a member that needs the
+    // connection then reports that.
     const bool isTelescope = arguments.deviceType == "telescope";
     const bool isConnected =
         device.TryFlag("Connected").value_or(false) && device.TryGet(isTelescope ? "RightAscension" : "IsMoving");

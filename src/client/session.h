@@ -10,7 +10,7 @@
 
 namespace kestrane::client {
 
-/// One run of the program with one device: the means that the commands share.
+/// One run of the program with one device: what the commands share.
 class Session {
 public:
     Session(const Arguments& arguments, const Surroundings& surroundings);
@@ -21,7 +21,7 @@ public:
 
     /// Connects unless this client is connected already. Raises `DeviceError`, `Unreachable`.
     void EnsureConnected();
-    /// Lets go again if `EnsureConnected` connected; a failure of that is of no interest any more.
+    /// Disconnects if `EnsureConnected` has connected; a failure does not matter any more.
     void LetGo();
     bool HasConnected() const { return hasConnected_; }
 
@@ -30,7 +30,7 @@ public:
     /// A note beside the result; nothing with --json.
     void Note(const std::string& words);
 
-    /// Whether progress is shown at all.
+    /// Whether progress is shown.
     bool ShowsProgress() const { return !arguments.json; }
 
 private:

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// The bright stars, and which of them are up.
+/// The bright stars, and which of them are above the horizon.
 namespace kestrane::client {
 
 struct Star {
@@ -26,14 +26,14 @@ struct Position {
     double dec = 0.0;  ///< degrees
 };
 
-/// A J2000 position at the equinox of a date, `years` after J2000: precession alone, good to an arc-minute within a
+/// A J2000 position at the equinox of a date, `years` after J2000: precession alone, correct to an arc-minute within a
 /// century, away from the poles.
 Position Precessed(Position j2000, double years);
 
 /// Degrees above the horizon.
 double Altitude(Position position, double siderealTime, double latitude);
 
-/// Local mean sidereal time in hours, good to a few seconds; `unixSeconds` since 1970, longitude in degrees, east
+/// Local mean sidereal time in hours, correct to a few seconds; `unixSeconds` since 1970, longitude in degrees, east
 /// positive.
 double SiderealTimeAt(double unixSeconds, double longitude);
 
@@ -43,10 +43,10 @@ struct RisenStar {
     double altitude = 0.0;  ///< degrees
 };
 
-/// Those above the horizon, brightest first.
+/// The stars above the horizon, brightest first.
 std::vector<RisenStar> StarsUp(double siderealTime, double latitude, double years);
 
-/// One to slew to: the brightest from 25 to 85 degrees of altitude, else the highest; nothing when none is up.
+/// A star to slew to: the brightest from 25 to 85 degrees of altitude, else the highest; nothing when none is up.
 std::optional<RisenStar> ChooseStar(const std::vector<RisenStar>& up);
 
 }  // namespace kestrane::client
