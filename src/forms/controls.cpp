@@ -6,8 +6,8 @@
 namespace kestrane {
 namespace {
 
-/// The place at `at` or the nearest after it where a character of UTF-8 begins. Text that is none is cut where it
-/// stands after at most three bytes.
+/// The position `at`, or the nearest after it where a character of UTF-8 begins. A text that is not UTF-8 is cut after
+/// at most three bytes more.
 std::size_t CharacterBoundary(std::string_view text, std::size_t at) {
     constexpr std::size_t kMostFollowers = 3;
     const std::size_t last = std::min(at + kMostFollowers, text.size());

@@ -10,8 +10,8 @@
 #include "forms/form.h"
 #include "platform/message_pump.h"
 
-/// The kinds of controls that windows are made of, each with the properties and events that it has and no others, so
-/// that a property a control does not have does not compile. Properties are overload pairs:
+/// The kinds of controls that windows are made of. Each has only the properties and events of its kind, so that the use
+/// of a property that a control lacks does not compile. Properties are pairs of overloads:
 ///
 ///     handBox.lblRA.Text("12:34:56.7");
 ///     if (handBox.chkCalcLST.Checked()) ...
@@ -19,11 +19,11 @@
 /// Everything here is for the logic thread.
 namespace kestrane {
 
-/// What controls that can be seen have in common: `Enabled`, `Visible`, `BackColour`, `ForeColour`, `ToolTip`, and the
+/// The common part of controls that can be seen: `Enabled`, `Visible`, `BackColour`, `ForeColour`, `ToolTip`, and the
 /// mouse. An event of a control that is not enabled is dropped.
 ///
 /// A view passes on what a person did by writing the new value (text, checked, index), which fires the event that
-/// belongs to it; it fires events itself only where no value changes. It offers no entry on a control that is not
+/// belongs to it; it fires events itself only where no value changes. It accepts no input for a control that is not
 /// enabled.
 class VisibleControl : public Control {
 public:
@@ -46,7 +46,7 @@ protected:
     using Control::Control;
 };
 
-/// One line or several of fixed text.
+/// One or several lines of fixed text.
 class Label : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::Label;
@@ -109,14 +109,14 @@ private:
     std::string group_;
 };
 
-/// A list of texts of which one is selected, or none.
+/// A list of texts, of which one is selected, or none.
 class ListControl : public VisibleControl {
 public:
     using Control::ListIndex;
     using Control::ListItems;
     /// A new list starts with nothing selected; it fires nothing.
     void ListItems(std::vector<std::string> items);
-    /// 0 up, or -1 for nothing selected, which an index outside the list counts as. A new index fires Click.
+    /// 0 up, or -1 for nothing selected; an index outside the list counts as -1. A new index fires Click.
     void ListIndex(std::int32_t index);
     /// The selected text, or empty.
     std::string Text() const;
@@ -138,8 +138,8 @@ public:
     ListView(Form& form, std::string_view name) : ListControl(form, name, kKind) {}
 };
 
-/// A whole number from `Minimum` to `Maximum`, both included; a value outside is taken to the nearer bound. A new
-/// value, whoever wrote it, fires Change.
+/// A whole number from `Minimum` to `Maximum`, both included; a value outside becomes the nearer bound. A new value,
+/// whoever wrote it, fires Change.
 class ScrollBar : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::ScrollBar;
@@ -149,7 +149,7 @@ public:
     using Control::OnChange;
     using Control::Value;
     void Value(std::int32_t value);
-    /// The value is taken inside the new bounds.
+    /// A value outside the new bounds becomes the nearer one.
     void Minimum(std::int32_t minimum);
     void Maximum(std::int32_t maximum);
 };
@@ -174,7 +174,7 @@ public:
     }
 };
 
-/// An entry of a popup menu. `Text` is its caption, with "&" before the letter of its key; `Checked` its tick.
+/// An entry of a popup menu. `Text` is its caption, with "&" before the letter of its key; `Checked` is its tick.
 class Menu : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::Menu;
@@ -185,18 +185,18 @@ public:
     using Control::Text;
 };
 
-/// A long text in coloured pieces that grows at its end. Lengths are bytes.
+/// A long text in coloured pieces, to which text is added at the end. Lengths are bytes.
 class RichTextBox : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::RichTextBox;
     struct Piece {
         std::string text;
-        std::int32_t colour = 0;  ///< blue, green, red from the high byte down
+        std::int32_t colour = 0;  ///< blue, green, red from the high byte to the low one
     };
 
     RichTextBox(Form& form, std::string_view name) : VisibleControl(form, name, kKind) {}
     void Append(std::string_view text, std::int32_t colour);
-    /// Cuts all but the last `length` bytes, and up to three more where the cut would part the bytes of one character.
+    /// Keeps only the last `length` bytes, or up to three less when the cut would split the bytes of one character.
     void KeepLast(std::size_t length);
     std::size_t TextLength() const { return length_; }
     std::string Text() const;
@@ -207,7 +207,8 @@ private:
     std::size_t length_ = 0;
 };
 
-/// A repeating timer of a window. It runs while it is enabled and its window is loaded; 0 milliseconds is never.
+/// A repeating timer of a window. It runs while it is enabled and its window is loaded; with 0 milliseconds it never
+/// fires.
 class Timer : public Control {
 public:
     static constexpr ControlKind kKind = ControlKind::Timer;

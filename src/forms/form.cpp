@@ -87,7 +87,7 @@ void Form::Add(Control& control) {
 }
 
 void Form::Announce(std::string_view control, Property property) {
-    // A view may detach itself or another one while it is told.
+    // A view may detach itself or another view during the call.
     const std::vector<FormView*> views = views_;
     for (FormView* view : views) {
         if (std::find(views_.begin(), views_.end(), view) != views_.end()) {
@@ -116,7 +116,7 @@ void Control::Fire(ControlEvent event) {
 }
 
 void Control::Raise(ControlEvent event) {
-    // A copy, since a handler may set another one in its own place.
+    // A copy, since a handler may replace itself.
     const std::function<void()> handler = handlers_[static_cast<std::size_t>(event)];
     if (handler) {
         handler();

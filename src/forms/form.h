@@ -47,23 +47,23 @@ enum class Property {
     Loaded,
 };
 
-/// The name of a property as programs outside know it: "Text", "BackColour".
+/// The name of a property as outside programs use it: "Text", "BackColour".
 std::string_view PropertyName(Property property);
 
 enum class ControlEvent { Click, Change, MouseDown, MouseUp, DblClick, Tick, Count };
 
 enum class Shown { No, Yes };
 
-/// Colours are blue, green, red from the high byte down. These are the normal ones of all windows: red on dark red,
-/// which spares the eyes at night.
+/// Colours are blue, green, red from the high byte to the low one. These are the normal ones of all windows: red on
+/// dark red, which spares the eyes at night.
 inline constexpr std::int32_t kNormalBackColour = 128;
 inline constexpr std::int32_t kNormalForeColour = 255;
 inline constexpr std::int32_t kYellow = 65535;
 /// The system's own colour of buttons.
 inline constexpr std::int32_t kButtonFaceColour = -2147483633;
 
-/// Everything that a control can have, for views that mirror controls without knowing their kind. What a kind does
-/// not have stays at its first value.
+/// Everything that a control can have, for views that mirror controls without the need for their kind. What a kind
+/// lacks keeps its first value.
 struct ControlValues {
     std::string text;
     bool checked = false;
@@ -100,8 +100,8 @@ public:
     const std::string& Name() const { return name_; }
 
     bool Loaded() const { return loaded_; }
-    /// Loads the window if it is not: starts its timers, then runs the load handler. Writes made by the handler find
-    /// the window loaded.
+    /// Loads the window if it is not loaded: starts its timers, then runs the load handler. Writes made by the handler
+    /// find the window loaded.
     void EnsureLoaded();
     /// Runs the unload handler, hides the window and stops its timers. The values of its controls stay as they are.
     /// Nothing happens to a window that is not loaded.
@@ -119,13 +119,13 @@ public:
 
     /// In the order in which they were made.
     const std::vector<Control*>& Controls() const { return controls_; }
-    /// Null when there is none of that name.
+    /// Null when there is no control with that name.
     Control* Find(std::string_view name) const;
     /// Null also when the control is of another kind.
     template <class T>
     T* Find(std::string_view name) const;
 
-    /// The view must be detached before it ends. Attaching announces nothing.
+    /// The view must be detached before its end. Attaching announces nothing.
     void Attach(FormView& view);
     void Detach(FormView& view);
 
@@ -144,9 +144,9 @@ private:
     std::vector<FormView*> views_;
 };
 
-/// A control of a window, under whose name it registers itself; a name stands once in a window. Each write loads the
-/// window if need be, and is announced to the views when it changed something. Kinds (controls.h) offer the members
-/// that they have. Each event has one handler, set by the presenter; views fire events.
+/// A control of a window, which registers itself there under its name; a name is unique in a window. Each write loads
+/// the window if necessary, and is announced to the views when it changed something. Kinds (controls.h) offer the
+/// members that they have. Each event has one handler, set by the presenter; views fire events.
 class Control {
 public:
     virtual ~Control() = default;
@@ -161,7 +161,7 @@ public:
 protected:
     Control(Form& form, std::string_view name, ControlKind kind);
 
-    /// The text and visibility that a control is made with; to be called by constructors only.
+    /// The text and visibility of a new control; to be called by constructors only.
     void First(std::string_view text, Shown shown);
     ControlValues& FirstValues() { return values_; }
 
@@ -197,7 +197,7 @@ protected:
     void FireDblClick() { Fire(ControlEvent::DblClick); }
     void FireTick() { Fire(ControlEvent::Tick); }
 
-    /// Whether the value is a new one; if so it has been announced.
+    /// Whether the value is a new one; a new one has then been announced.
     template <class T>
     bool Write(T ControlValues::*field, T value, Property property) {
         form_.EnsureLoaded();
@@ -208,9 +208,9 @@ protected:
         form_.Announce(name_, property);
         return true;
     }
-    /// For changes that stand outside `ControlValues`.
+    /// For changes of something that is not in `ControlValues`.
     void AnnounceChange(Property property) { form_.Announce(name_, property); }
-    /// Runs the handler, also of a control that is not enabled.
+    /// Runs the handler, even of a control that is not enabled.
     void Raise(ControlEvent event);
 
 private:

@@ -4,7 +4,7 @@
 
 namespace kestrane {
 
-/// Asks whether the running slew or park is to be aborted. It goes away by itself when the slew has ended.
+/// Asks whether to abort the running slew or park. It closes by itself when the slew has ended.
 class frmAskAbortSlew : public Form {
 public:
     frmAskAbortSlew() : Form("frmAskAbortSlew", "KS V2 - Abort Slew?") {}

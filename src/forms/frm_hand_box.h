@@ -6,11 +6,11 @@
 
 namespace kestrane {
 
-/// The hand box: the display of the mount's state and a person's way to command it. It owns the driver's timers, so
-/// the driver polls only while this window is loaded. `pump` outlives it.
+/// The hand box: it shows the state of the mount and lets a person command it. It owns the driver's timers, so the
+/// driver polls only while this window is loaded. `pump` outlives it.
 ///
 /// Each text, check, list, option and scroll control keeps its value in the settings, most of them under their own
-/// name. The elements of a control array are controls of their own, named with their index: "btnMove(0)".
+/// name. The elements of a control array are separate controls, named with their index: "btnMove(0)".
 class frmHandBox : public Form {
 private:
     MessagePump& pump_;
@@ -23,18 +23,18 @@ public:
     bool noMessageBoxes = false;  ///< messages are only logged
     bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
 
-    /// How many fillings are under way, see `FillsHandBox`. Changes are kept in the settings only while there is none.
+    /// The number of fillings under way, see `FillsHandBox`. Changes are kept in the settings only while it is 0.
     int fillings = 0;
-    double customRateLimit = 0.0;  ///< `txtRaCustom` and `txtDecCustom` go from minus this to plus this
-    std::int32_t pageIndex = 0;    ///< page of the panel that shows, 0 to 2
+    double customRateLimit = 0.0;  ///< `txtRaCustom` and `txtDecCustom` accept values from minus this to plus this
+    std::int32_t pageIndex = 0;    ///< the shown page of the panel, 0 to 2
     bool expanded = false;         ///< the panel shows more than position and motion
 
-    /// Where the window stands, in pixels from the top left corner of the screen. Set at load; from then on the view
-    /// that shows the window writes where a person moved it.
+    /// The place of the window, in pixels from the top left corner of the screen. Set at load; from then on the view
+    /// that shows the window writes the place to which a person moved it.
     std::int32_t left = 0;
     std::int32_t top = 0;
     bool restorePosition = false;  ///< the view places the window at `left` and `top` when it first shows it
-    bool savePosition = false;     ///< set by the view after a move: `left` and `top` are to be kept
+    bool savePosition = false;     ///< set by the view after a move: `left` and `top` must be saved
     bool alwaysOnTop = true;
 
     // --- header
@@ -105,7 +105,7 @@ public:
     CheckBox chkSwapEW{*this, "chkSwapEW", "Swap E/W"};
     CheckBox chkSwapNS{*this, "chkSwapNS", "Swap N/S"};
     CheckBox chkRotate90{*this, "chkRotate90", "Rotate 90"};
-    Button btnSwapEW{*this, "btnSwapEW", "EW"};  ///< the direction in the mount itself, as are the pad's for both
+    Button btnSwapEW{*this, "btnSwapEW", "EW"};  ///< this and the next swap directions in the mount itself
     Button btnSwapNS{*this, "btnSwapNS", "NS"};
     Button btnSlewRaDec{*this, "btnSlewRaDec", "Goto RA/Dec"};
     Button btnSlewAltAz{*this, "btnSlewAltAz", "Goto Alt/Az"};
@@ -186,7 +186,7 @@ public:
     OptionButton radFocusFast{*this, "radFocusFast", "Fast", "focusSpeed"};
     OptionButton radFocusSlow{*this, "radFocusSlow", "Slow", "focusSpeed"};
     TextBox txtBacklashMSecs{*this, "txtBacklashMSecs"};              ///< milliseconds
-    TextBox txtStepMultiplierMSecs{*this, "txtStepMultiplierMSecs"};  ///< milliseconds of motion a step
+    TextBox txtStepMultiplierMSecs{*this, "txtStepMultiplierMSecs"};  ///< milliseconds of motion for each step
     TextBox txtMaxIncrementMSecs{*this, "txtMaxIncrementMSecs"};      ///< milliseconds
     OptionButton radFocusFinalDirectionIn{*this, "radFocusFinalDirectionIn", "In", "focusFinalDirection"};
     OptionButton radFocusFinalDirectionOut{*this, "radFocusFinalDirectionOut", "Out", "focusFinalDirection"};
@@ -232,7 +232,7 @@ public:
     Timer tmrSavePos{*this, "tmrSavePos", pump_, 50, true};                     ///< saves the window's place
     Timer tmrGetLatLong{*this, "tmrGetLatLong", pump_, 2000, true};             ///< reads the site from the mount
     Timer tmrCheckShellNotifyIcon{*this, "tmrCheckShellNotifyIcon", pump_, 5000, true};  ///< tray, always on top
-    Timer tmrMinimize{*this, "tmrMinimize", pump_, 0, true};     ///< puts the tray icon back; set at run time
+    Timer tmrMinimize{*this, "tmrMinimize", pump_, 0, true};     ///< restores the tray icon; interval set at run time
     Timer tmrEastStop{*this, "tmrEastStop", pump_, 0, false};    ///< end of a pulse, its length
     Timer tmrWestStop{*this, "tmrWestStop", pump_, 0, false};    ///< end of a pulse, its length
     Timer tmrNorthStop{*this, "tmrNorthStop", pump_, 0, false};  ///< end of a pulse, its length
@@ -241,8 +241,8 @@ public:
     Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< shows a new version in `lblMain`
 };
 
-/// While one lives, what changes in the controls of the hand box is the driver's own filling, and no setting is written
-/// for it. They may nest.
+/// While an object of this class lives, changes in the controls of the hand box are the driver's own filling, and no
+/// setting is written for them. They may nest.
 class FillsHandBox {
 public:
     explicit FillsHandBox(frmHandBox& handBox) : handBox_(handBox) { ++handBox_.fillings; }

@@ -32,7 +32,7 @@ private:
             form_.rtbLog.Append("\r\n" + std::string(line), colour);
         }
         void Show(bool visible) override {
-            if (visible != form_.Visible()) {  // a window never used is not loaded only to be hidden
+            if (visible != form_.Visible()) {  // a window that was never used must not be loaded only to be hidden
                 form_.Visible(visible);
             }
         }

@@ -4,7 +4,7 @@
 
 namespace kestrane {
 
-/// The warning that plain syncs replace the pointing of the mount. The captions of its buttons are its callers'.
+/// The warning that plain syncs replace the pointing of the mount. Its callers set the captions of its buttons.
 class frmRcalSyncWarning : public Form {
 public:
     frmRcalSyncWarning() : Form("frmRcalSyncWarning", "KS V2 ASCOM Driver - RCAL vs. SYNC Warning!") {}

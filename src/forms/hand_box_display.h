@@ -5,40 +5,40 @@
 
 namespace kestrane {
 
-/// What the core of the driver lets the hand box show, beyond the values of its controls. The hand box's presenter
-/// implements it. It only shows: nothing here talks to the mount, and nothing raises. Logic thread only.
+/// What the core of the driver makes the hand box show, besides the values of its controls. The presenter of the hand
+/// box implements it. It only shows: nothing here talks to the mount, and nothing raises. Logic thread only.
 class HandBoxDisplay {
 public:
     virtual ~HandBoxDisplay() = default;
 
-    /// Shows the window, or puts it away to the tray where the setting "MinimizeStatusWindow" asks for that.
+    /// Shows the window, or puts it into the tray if the setting "MinimizeStatusWindow" asks for that.
     virtual void UserShow() = 0;
     /// Fills all controls from the settings and the driver's picture of the mount, writing nothing back.
     virtual void UpdateControls() = 0;
     /// Takes the bounds of the custom rates from `g_dMaxMoveRate`.
     virtual void UpdateRateLimits() = 0;
-    /// Shows the frames of the panel that the controller has something for: those of PEM and focuser depend on it.
+    /// Shows the frames of the panel that have a use with the controller: those of PEM and focuser depend on it.
     virtual void ShowMountFeatures() = 0;
 
     /// `origin` names the place for a reader of the code; it has no effect.
     virtual void SetParkStatus(std::string_view text, std::string_view origin) = 0;
     virtual void SetParkToolTip(std::string_view text) = 0;
-    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as the status text reports it.
+    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as reported by the status text.
     virtual void ShowTrackingRate(std::int16_t rate, bool corrected) = 0;
-    /// Offers the custom rates while `g_bTracking` says that the mount tracks, and takes them back when not.
+    /// Enables the custom rates while `g_bTracking` shows that the mount tracks, and disables them when not.
     virtual void EnableRateControls() = 0;
-    /// Hours, -6 to 6; outside it is refused in the log.
+    /// Hours, -6 to 6; a value outside is refused, in the log only.
     virtual void SetMeridianDelayUI(double hours) = 0;
-    /// The site that the mount has told, degrees, east and north positive: fills the boxes of the actual site and
-    /// compares them with the current site. What differs is logged, and told in a message box unless `silent`.
+    /// The site that the mount has reported, degrees, east and north positive: fills the boxes of the actual site and
+    /// compares them with the current site. A difference is logged, and shown in a message box unless `silent`.
     virtual void ShowMountSite(double longitude, double latitude, bool silent) = 0;
-    /// The mount was asked for its site and did not tell it: logged, and told in a message box unless `silent`.
+    /// The mount was asked for its site and did not report it: logged, and shown in a message box unless `silent`.
     virtual void ShowNoMountSite(bool silent) = 0;
     virtual void UpdateErrorCounts() = 0;
     /// One phase of the flash that shows a slew.
     virtual void SlewFlashDisplay() = 0;
-    /// Lights or darkens the mark of a guide pulse: 0 north, 1 south, 2 east, 3 west, -1 all four; of the others, even
-    /// ones north and south together, odd ones east and west.
+    /// Turns the mark of a guide pulse on or off: 0 north, 1 south, 2 east, 3 west, -1 all four. Of the other numbers,
+    /// even ones mean north and south together, odd ones east and west.
     virtual void SetUiGuideIndicator(std::int32_t direction, bool on) = 0;
 };
 

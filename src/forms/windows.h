@@ -34,9 +34,9 @@ public:
                 &initMount, &setupFocuser, &rcalSyncWarning, &askAbortSlew};
     }
 
-    /// What the end of the driver does to the windows: unloads, in this order, those that are loaded of the hand box,
-    /// the setup, the setup of the focuser, the warning about syncs and the log window. The status window, the
-    /// initialisation of the mount and the question about a slew stay as they are and end with the process.
+    /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
+    /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
+    /// window, the initialisation of the mount and the question about a slew stay as they are and end with the process.
     void UnloadAtShutdown() {
         for (Form* form : std::array<Form*, 5>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow}) {
             form->Unload();
