@@ -6,14 +6,14 @@
 
 namespace kestrane {
 
-/// Colours besides the normal ones, blue, green, red from the high byte down.
+/// Colours besides the normal ones: blue, green, red from the high byte to the low one.
 struct Colours {
     std::int32_t back = 0;
     std::int32_t fore = 0;
 };
 
 inline constexpr Colours kNormalColours{kNormalBackColour, kNormalForeColour};
-inline constexpr Colours kWarningColours{255, 128};       ///< the normal ones the other way round: something goes on
+inline constexpr Colours kWarningColours{255, 128};       ///< the normal ones exchanged: something is under way
 inline constexpr Colours kFaultColours{65535, 0xFF0000};  ///< blue on yellow: something is wrong
 
 inline void Paint(VisibleControl& control, Colours colours) {

@@ -63,7 +63,7 @@ void HandBoxPanel::Press(ButtonAction action) {
 void HandBoxPanel::Run(ButtonAction action) {
     ResumeNext errors{needs_.ledger, "tmrButtonDelay"};
     errors.Step([&] {
-        // A copy, since an action may set another one in its own place.
+        // A copy, since an action may replace itself.
         const std::function<void()> run = actions_[static_cast<std::size_t>(action)];
         if (run) {
             run();
@@ -98,7 +98,7 @@ void HandBoxPanel::SetMeridianDelayUI(double hours) {
     Paint(handBox.lblMeridianDelay, enabled ? kWarningColours : kNormalColours);
 }
 
-/// The mount's clock carries the delay, so the time is sent afresh and read back at once.
+/// The mount's clock includes the delay, so the time is sent again and read back at once.
 void HandBoxPanel::SendMeridianDelay(double hours) {
     SetMeridianDelayUI(hours);
     SyncMountTime();
@@ -114,7 +114,7 @@ void HandBoxPanel::SyncMountTime() {
     });
 }
 
-/// There is nothing to open before the first log, which makes the folder known.
+/// Before the first log there is nothing to open: the folder is known only then.
 void HandBoxPanel::OpenLogFolder() {
     if (!state_.g_sLogDir.empty()) {
         needs_.processes.Start("explorer.exe", state_.g_sLogDir);

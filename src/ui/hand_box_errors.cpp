@@ -86,7 +86,7 @@ void ShowFaultCode(std::string_view code, Label& label) {
 
 void HandBoxPanel::UpdateErrorCounts() {
     if (state_.g_bQuayLink) {
-        // The companion owns the line.
+        // The companion controls the line.
         state_.g_nRetransmits = state_.g_nReceiveCountedErrors = state_.g_nReceiveTerminatedErrors = 0;
     }
     frmHandBox& handBox = needs_.handBox;

@@ -24,7 +24,7 @@ constexpr PanelFrame kPanelFrames[] = {
     {&frmHandBox::frameCommunicationsErrors, 2},
 };
 
-/// A click on these brings up the panel.
+/// A click on one of these shows the panel.
 constexpr Label frmHandBox::*kPanelLabels[] = {
     &frmHandBox::lblMeridianDelay, &frmHandBox::lblParkStatus, &frmHandBox::lblTime,
     &frmHandBox::lblTimeLbl,       &frmHandBox::lblTZ,         &frmHandBox::lblTzLbl,

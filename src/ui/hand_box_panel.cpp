@@ -75,7 +75,7 @@ void HandBoxPanel::OnLoad() {
     ShowHelp(handBox);
     handBox.btnInitNow.Visible(needs_.persist.ReadFlag(setting::ShowInitNowButton));
     handBox.lblAdministrator.Visible(IsAdmin(needs_.systemInfo));
-    // What the first queries and a real connect look at, long before all controls are filled.
+    // The values that the first queries and a real connect need, long before all controls are filled.
     handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
     handBox.chkUseRCAL.Checked(needs_.persist.ReadFlag(setting::chkUseRCAL));
     handBox.chkCalcAzAlt.Checked(needs_.persist.ReadFlag(setting::chkCalcAzAlt));

@@ -50,14 +50,14 @@ struct HandBoxPanelNeeds {
     frmAskAbortSlew& askAbortSlew;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
-    /// Asks the mount for its site and has it shown. Talks to the mount.
+    /// Asks the mount for its site and shows it. Talks to the mount.
     std::function<void(bool silent)> readMountSite;
     std::function<void()> resetCommCounters;
     /// By the index of `cbxWindowsPriority`.
     std::function<void(int)> applyWindowsPriority;
 };
 
-/// What a button of the hand box that talks to the mount does. None of it runs while the poll does.
+/// The action of a button of the hand box that talks to the mount. None of them runs while the poll runs.
 enum class ButtonAction : std::int32_t {
     None = 0,
     Park = 1,
@@ -98,9 +98,9 @@ public:
     void SlewFlashDisplay() override;
     void SetUiGuideIndicator(std::int32_t direction, bool on) override;
 
-    /// Shows the frames of the present page, or all of them on the wide panel, as far as the mount has them.
+    /// Shows the frames of the present page, or all of them on the wide panel, if the mount has a use for them.
     void ShowFrames();
-    /// Shows the panel on the page that was left.
+    /// Shows the panel on the page that was shown last.
     void ExpandWindow();
     /// Shows the stored brightness of the reticle.
     void ResetReticleBrightness();
@@ -113,26 +113,26 @@ public:
     /// Runs the action now, or when the poll step that is under way has ended.
     void Press(ButtonAction action);
 
-    /// What the pad of nine buttons sends, by the rate type that the mount has told by now.
+    /// The commands of the nine-button pad, for the rate type that the mount has reported so far.
     MoveCommands Moves() const { return LoadMoveCommands(needs_.rates.IsRateTypeOpen()); }
 
 private:
     struct CheckRow {
         CheckBox frmHandBox::*control;
         SettingKey key;
-        void (HandBoxPanel::*changed)() = nullptr;  ///< what else a change does
+        void (HandBoxPanel::*changed)() = nullptr;  ///< what else happens at a change
     };
     struct TextRow {
         TextBox frmHandBox::*control;
         SettingKey key;
-        bool (HandBoxPanel::*good)(std::string_view text) = nullptr;  ///< a text that is not is not kept
+        bool (HandBoxPanel::*good)(std::string_view text) = nullptr;  ///< a text for which it is false is not kept
     };
     struct ListRow {
         ComboBox frmHandBox::*control;
         SettingKey key;
         std::span<const std::string_view> items = {};  ///< empty: the rates of the mount fill the list
         const SettingKey* text = nullptr;              ///< where the selected text is kept beside its index
-        void (HandBoxPanel::*changed)() = nullptr;     ///< what else a change does
+        void (HandBoxPanel::*changed)() = nullptr;     ///< what else happens at a change
     };
     struct OptionRow {
         OptionButton frmHandBox::*whenTrue;

@@ -62,8 +62,8 @@ void HandBoxPanel::ShowTrackingRate(std::int16_t rate, bool corrected) {
     EnableRateControls();
 }
 
-/// The custom rates can be set while the mount tracks only. The buttons of the other rates stay enabled: they are what
-/// starts tracking.
+/// The custom rates can be set only while the mount tracks. The buttons of the other rates stay enabled, since they
+/// start the tracking.
 void HandBoxPanel::EnableRateControls() {
     needs_.handBox.btnRateCustom.Enabled(state_.g_bTracking);
     needs_.handBox.txtRaCustom.Enabled(state_.g_bTracking);
@@ -80,7 +80,7 @@ bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
     return text.empty() || (isDecimal && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
 }
 
-/// An empty box leaves the rate of its axis alone.
+/// An empty box leaves the rate of its axis unchanged.
 void HandBoxPanel::SetCustomRates() {
     const std::string ra = Trim(needs_.handBox.txtRaCustom.Text());
     const std::string dec = Trim(needs_.handBox.txtDecCustom.Text());

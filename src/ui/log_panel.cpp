@@ -5,7 +5,7 @@
 namespace kestrane {
 namespace {
 
-/// A filter of the log window: its check box, where it is kept, and the flag that the log tests.
+/// A filter of the log window: its check box, its setting, and the flag that the log tests.
 struct FilterRow {
     CheckBox frmLogWindow::*box;
     SettingKey key;
@@ -50,7 +50,7 @@ void LogPanel::ShowLogWindow(bool show) {
 void LogPanel::OnEnableClick() {
     const bool enable = needs_.handBox.chkEnableDebugLog.Checked();
     if (needs_.handBox.fillings > 0 || enable == needs_.state.g_bDebugLog) {
-        return;  // the box was only brought up to date
+        return;  // the box was only updated to the present state
     }
     needs_.persist.Write(setting::chkEnableDebugLog, ZeroOrOne(enable));
     needs_.state.g_bDebugLog = enable;

@@ -15,8 +15,9 @@ struct LogPanelNeeds {
     frmLogWindow& logWindow;
 };
 
-/// The logic of the log window and of the check box that turns logging on. The log is fed into the window from here
-/// on; the flags of the window's filters are read from their settings when the window is loaded. Logic thread only.
+/// The logic of the log window and of the check box that turns logging on. From its creation on, the log writes into
+/// the window; the flags of the window's filters are read from their settings when the window is loaded. Logic thread
+/// only.
 class LogPanel final {
 public:
     explicit LogPanel(LogPanelNeeds needs);
@@ -24,8 +25,8 @@ public:
     LogPanel(const LogPanel&) = delete;
     LogPanel& operator=(const LogPanel&) = delete;
 
-    /// Opens a new log and shows the window if the user wants it (`mPopShowLogWindow`), or closes both, by
-    /// `g_bDebugLog`.
+    /// By `g_bDebugLog`, opens a new log and shows the window if the user wants it (`mPopShowLogWindow`), or closes
+    /// both.
     void ToggleLog();
     /// Keeps whether the user wants the window, and shows or hides it.
     void ShowLogWindow(bool show);
@@ -36,7 +37,7 @@ private:
     void OnFilterClick();
 
     LogPanelNeeds needs_;
-    bool filling_ = false;  ///< the boxes are being filled from the settings, which are not to be written back
+    bool filling_ = false;  ///< the boxes are being filled from the settings and must not be written back
 };
 
 }  // namespace kestrane

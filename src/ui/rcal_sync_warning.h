@@ -10,7 +10,7 @@ class RcalSyncWarning {
 public:
     RcalSyncWarning(frmRcalSyncWarning& form, Log& log);
 
-    /// Tells of the option at a connect: in the log, and on the window where a person may see it. Returns at once, so
+    /// Reports the option at a connect: in the log, and in the window where a person may see it. Returns at once, so
     /// that no client waits for a person.
     void ShowAtConnect();
 
