@@ -122,7 +122,7 @@ std::string SetComRetries(Verb verb, std::string_view arguments) {
     const auto bounded = static_cast<std::int16_t>(std::min(*retries, kMostRetries));
     verb.object.MaxSerialRetries(bounded);
     if (Telescope* internal = verb.needs.internalInstance()) {
-        internal->MaxSerialRetries(bounded);  // the poll's exchanges too
+        internal->MaxSerialRetries(bounded);  // for the exchanges of the poll too
     }
     return kDone;
 }

@@ -16,7 +16,7 @@
 
 namespace kestrane {
 
-/// What the verbs need of their surroundings. All of it outlives the commands.
+/// What the verbs need from their surroundings. All of it outlives the commands.
 struct DriverCommandsNeeds {
     Persist& persist;
     Log& log;
@@ -25,18 +25,18 @@ struct DriverCommandsNeeds {
     SwallowLedger& ledger;
     StopDoor& door;
     EventJournal& journal;
-    std::function<void()> resetErrorCounts;        ///< what the button of the hand box does
+    std::function<void()> resetErrorCounts;        ///< the same as the button of the hand box
     std::function<Telescope*()> internalInstance;  ///< null while there is none
 };
 
-/// One run of a verb: for which object it came.
+/// One run of a verb: the object through which it came.
 struct Verb {
     DriverCommandsNeeds& needs;
     Telescope& object;
 };
 
-/// A verb of the driver: the reply that stands when its action fails, and what it does. The text after the first comma
-/// goes in, the reply comes out.
+/// A verb of the driver: the reply that is sent when its action fails, and the action. The action gets the text after
+/// the first comma and returns the reply.
 struct DriverVerb {
     std::string_view name;
     std::string_view presetReply;
@@ -51,8 +51,9 @@ class DriverCommands {
 public:
     explicit DriverCommands(DriverCommandsNeeds needs) : needs_(std::move(needs)) {}
 
-    /// Runs the text after "RAW,", a verb and, after its first comma, its arguments; case counts. The reply is "1",
-    /// "1," and a value, or "0," and a message. Raises nothing: an action that fails leaves the preset reply.
+    /// Runs the text after "RAW,": a verb and, after its first comma, its arguments; upper and lower case differ. The
+    /// reply is "1", "1," and a value, or "0," and a message. Raises nothing: when an action fails, the preset reply is
+    /// sent.
     std::string Execute(Telescope& object, std::string_view command);
 
 private:
