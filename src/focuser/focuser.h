@@ -15,7 +15,7 @@
 
 namespace kestrane {
 
-/// What a focuser object needs of its surroundings. All of it outlives the object.
+/// What a focuser object needs from its surroundings. All of it outlives the object.
 struct FocuserNeeds {
     DriverState& state;
     Persist& persist;
@@ -27,8 +27,8 @@ struct FocuserNeeds {
     std::function<void()> runFirstConnection;  ///< the first-connection step of the telescope side
 };
 
-/// The focuser on the mount's auxiliary port as clients see it: relative and open-loop, a step being a time.
-/// Members log on origin "FOCUSER". Logic thread only.
+/// The focuser on the mount's auxiliary port as clients see it: relative and open-loop, where a step is a time. Members
+/// log on origin "FOCUSER". Logic thread only.
 class Focuser {
 public:
     explicit Focuser(FocuserNeeds needs);
@@ -38,8 +38,8 @@ public:
 
     /// Whether a focuser client is connected.
     bool Link();
-    /// True opens the shared link for the first client of either kind (the transport's own error comes through;
-    /// 0x80040402 when no mount answers); pumps. False takes one from the count.
+    /// True opens the shared link for the first client of either kind (the transport's own error reaches the client;
+    /// 0x80040402 when no mount answers); pumps. False takes one off the count.
     void Link(bool connect);
 
     bool Absolute();              ///< false
