@@ -1,4 +1,4 @@
-// Starts the driver for the first client that calls, where no other socket activation does.
+// Starts the driver for the first client that calls, on systems without another socket activation.
 
 #include <charconv>
 #include <cstdint>
@@ -41,7 +41,7 @@ std::uint16_t ParsePort(std::string_view option, std::string_view text) {
     return port;
 }
 
-/// Nothing when only the help is wanted.
+/// Nothing when only the help was asked for.
 std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
     alpaca::ActivationOptions options;
     for (int i = 1; i < argc; ++i) {

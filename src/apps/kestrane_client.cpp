@@ -11,7 +11,7 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-/// The first Ctrl-C is noted, the second one ends the program as usual.
+/// The first Ctrl-C is only noted, the second one ends the program as usual.
 void WatchInterrupts() {
     struct sigaction action = {};
     action.sa_handler = [](int) { interrupted = 1; };

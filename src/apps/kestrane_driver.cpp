@@ -1,4 +1,5 @@
-// The driver's process: serves client objects on the sockets that it was started with, and ends with the last one.
+// The process of the driver: serves client objects on the sockets with which it was started, and ends with the last
+// one.
 
 #include <array>
 #include <cstdio>
@@ -26,8 +27,8 @@ constexpr int kExitGood = 0;
 constexpr int kExitRefused = 1;
 constexpr int kExitUsage = 2;
 
-/// A failure of the outside world that no client waits for is told and passed over. A bug must not go on with half a
-/// state behind it.
+/// A failure of the outside world for which no client waits is reported, and the driver goes on. A bug must not go on
+/// with a state that is only half changed.
 void OnFault(const std::exception_ptr& fault) {
     try {
         std::rethrow_exception(fault);
@@ -40,7 +41,7 @@ void OnFault(const std::exception_ptr& fault) {
     std::abort();
 }
 
-/// The descriptors that this many connections take, and some more for the driver itself.
+/// The descriptors that so many connections need, and some more for the driver itself.
 void AllowDescriptors(std::size_t connections) {
     rlimit limit{};
     const rlim_t wanted = connections + 256;

@@ -1,4 +1,4 @@
-// A simulated mount on a pseudo-terminal, for trying the driver without hardware.
+// A simulated mount on a pseudo-terminal, to try the driver without hardware.
 
 #include <algorithm>
 #include <array>
@@ -34,7 +34,7 @@ constexpr int kExitGood = 0;
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-constexpr int kLongestWaitMs = 60'000;  // the mount's time must be carried on now and then
+constexpr int kLongestWaitMs = 60'000;  // the time of the mount must be moved on now and then
 
 constexpr std::string_view kHelp =
     "Usage: kestrane-mount-simulator [OPTION...]\n"
@@ -84,7 +84,7 @@ std::string FirmwareNamed(std::string_view name) {
     return std::string(name);
 }
 
-/// Where the mount is to start; each option that gives a part of it starts the mount unparked.
+/// The start position of the mount; each option that gives a part of it starts the mount unparked.
 MountPointing& StartOf(Arguments& arguments) {
     arguments.mount.parkedAtPowerOn = false;
     if (!arguments.mount.start) {
@@ -173,8 +173,8 @@ private:
     int descriptor_;
 };
 
-/// The mount's end of a raw line. The other end is kept open here too, so that a client that leaves does not hang
-/// the line up.
+/// The mount's end of a raw line. The other end is kept open here too, so that the line does not hang up when a client
+/// leaves.
 class PseudoTerminal {
 public:
     PseudoTerminal()
@@ -203,7 +203,7 @@ public:
         }
         return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
     }
-    /// What the line has no room for is lost, as on a wire that nobody listens to.
+    /// What the line has no room for is lost, as on a wire on which nobody listens.
     void Write(std::string_view bytes) const {
         while (!bytes.empty()) {
             const ssize_t count = write(master_.Get(), bytes.data(), bytes.size());
@@ -231,7 +231,7 @@ private:
     FileDescriptor slave_;
 };
 
-/// A symbolic link to the terminal that stands as long as this object, if nobody else takes its place.
+/// A symbolic link to the terminal that exists as long as this object, if nobody else replaces it.
 class TerminalLink {
 public:
     TerminalLink(std::filesystem::path path, std::string target) : path_(std::move(path)), target_(std::move(target)) {
@@ -279,7 +279,7 @@ void LogBytes(Clock& clock, char direction, std::string_view bytes) {
                  text.c_str());
 }
 
-/// The signals that end the program, as something to wait for.
+/// The signals that end the program, as a descriptor to wait for.
 int EndSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -290,7 +290,7 @@ int EndSignals() {
     return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-/// Gathers what the mount sends up to the end of a reply, so that the log has a line for each.
+/// Collects what the mount sends up to the end of a reply, so that the log has one line for each reply.
 class ReplyLog {
 public:
     explicit ReplyLog(Clock& clock) : clock_(clock) {}
