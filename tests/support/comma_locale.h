@@ -7,7 +7,7 @@
 
 namespace kestrane {
 
-/// Runs the C library under a locale with a decimal comma while it lives. A build that could make none fails the test.
+/// While it exists, the C library uses a locale with a decimal comma. The test fails when the build could not make one.
 /// The test program must be one of `kestrane_comma_locale`.
 class CommaLocale {
 public:

@@ -18,7 +18,7 @@
 
 namespace kestrane {
 
-/// The quiet normal world of a driver test: virtual time, a healthy mount on COM1 that stands unparked and tracks, a
+/// The normal surroundings of a driver test: virtual time, a healthy mount on COM1 that is unparked and tracks, a
 /// driver that was started by a client. Each test changes one thing.
 class DriverFixture : public testing::Test {
 protected:
@@ -35,7 +35,7 @@ protected:
     /// Writes settings as an earlier process would have left them.
     void Seed(const SettingTexts& settings) { SeedSettings(machine, settings); }
 
-    /// Starts the process, as a client's request does, with its log lines kept in `log`.
+    /// Starts the process, as a client's request does; its log lines are kept in `log`.
     Driver& Start();
     /// Ends the process and starts it anew on the same machine.
     Driver& Restart();
@@ -45,7 +45,7 @@ protected:
 
     bool Logged(std::string_view part) const { return TimesLogged(part) > 0; }
     int TimesLogged(std::string_view part) const;
-    /// The same for a line as a whole.
+    /// The same for a whole line.
     bool LoggedAs(std::string_view origin, int level, std::string_view message) const;
     int TimesLoggedAs(std::string_view origin, int level, std::string_view message) const;
 
@@ -54,8 +54,8 @@ protected:
     /// The commands that the mount gets during a call.
     std::vector<std::string> SentBy(const std::function<void()>& call);
 
-    /// Plays a transcript on a link that is opened for it, with a read limit of 500 ms, and closed again. Its log lines
-    /// go to the transcript alone, later ones to nobody.
+    /// Plays a transcript on a link that is opened for it, with a read limit of 500 ms, and then closed again. Its log
+    /// lines go to the transcript only; later ones go nowhere.
     void PlayOnOpenLink(WireTranscript& transcript);
 
     /// The number of the error that `call` raises; 0 when it raises none.

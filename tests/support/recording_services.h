@@ -14,8 +14,8 @@
 #include "platform/system_services.h"
 #include "support/virtual_clock.h"
 
-/// Stand-ins for the machine's smaller services: each does what a healthy machine does, keeps a record of what was
-/// asked of it, and has members for a test to say otherwise.
+/// Replacements for the machine's smaller services: each does what a healthy machine does, records how it was called,
+/// and has members by which a test can change the answers.
 namespace kestrane {
 
 class RecordingMessageBoxes final : public MessageBoxes {
@@ -25,7 +25,7 @@ public:
         MessageIcon icon = MessageIcon::None;
     };
     std::vector<Box> shown;
-    std::deque<MessageAnswer> answers;          ///< of the next boxes; OK once they are used up
+    std::deque<MessageAnswer> answers;          ///< to the next boxes; OK after they are used up
     std::function<void(const Box&)> whenShown;  ///< runs while the box is on the screen
 
     std::vector<std::string> Texts() const {
@@ -72,7 +72,7 @@ public:
     std::uint32_t currentProcessId = 4711;
     std::map<std::uint64_t, std::uint32_t> windowOwners;
     std::function<bool(std::uint32_t processId, std::uint32_t accessMask)> mayOpen;  ///< empty: all may be opened
-    std::map<std::uint32_t, std::uint32_t> priorities;  ///< priority class by process id; 32 (normal) where none stands
+    std::map<std::uint32_t, std::uint32_t> priorities;  ///< priority class by process id; 32 (normal) without an entry
     std::vector<std::pair<std::string, std::string>> starts;  ///< path and arguments
     int openHandles = 0;
     int ends = 0;  ///< calls of `EndThisProcess`
@@ -154,7 +154,7 @@ public:
     bool Available() override { return available; }
 };
 
-/// Mean sidereal time of the virtual clock, good to about a second, unless a test sets one.
+/// Mean sidereal time of the virtual clock, correct to about a second, unless a test sets one.
 class VirtualAstronomy final : public Astronomy {
 public:
     explicit VirtualAstronomy(VirtualClock& clock) : clock_(clock) {}

@@ -13,7 +13,7 @@
 
 namespace kestrane {
 
-/// The far end of a serial line that brings what it was told, when it was told, and keeps what was written to it.
+/// The far end of a serial line: it sends the given bytes at the given times, and keeps what was written to it.
 class ScriptedLine final : public LineEnd {
 public:
     explicit ScriptedLine(VirtualClock& clock) : clock_(clock) {}
@@ -23,9 +23,9 @@ public:
     /// Bytes that nobody has read yet, also those that are still to come.
     std::string Unread() const;
 
-    std::size_t bytesPerRead = 4096;  ///< 1 feeds every reader byte by byte
-    bool full = false;                ///< every look finds as many bytes "." as it takes, at no time
-    std::int64_t floodEveryMs = 0;    ///< above 0: one more byte "." each so many milliseconds, without end
+    std::size_t bytesPerRead = 4096;  ///< 1 gives every reader one byte at a time
+    bool full = false;                ///< every look finds as many bytes "." as it accepts, without any time passing
+    std::int64_t floodEveryMs = 0;    ///< above 0: one more byte "." each time so many milliseconds have passed
 
     std::string written;
     std::function<void(std::string_view bytes)> onWrite;

@@ -12,13 +12,13 @@
 
 namespace kestrane {
 
-/// A serial line that leads straight into a simulated mount, which outlives it. What the mount sent while nobody had
-/// the port open is lost.
+/// A serial line that goes directly to a simulated mount, which outlives it. What the mount sent while the port was not
+/// open is lost.
 class SimulatorLine final : public LineEnd {
 public:
     explicit SimulatorLine(MountSimulator& mount) : mount_(mount) {}
 
-    std::function<void(std::string_view bytes)> onWrite;  ///< before the mount gets them
+    std::function<void(std::string_view bytes)> onWrite;  ///< called before the mount gets the bytes
 
     void Write(std::string_view bytes) override {
         if (onWrite) {

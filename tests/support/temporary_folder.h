@@ -8,14 +8,14 @@
 
 namespace kestrane {
 
-/// The whole content of a file; empty where there is none.
+/// The whole content of a file; empty when there is none.
 std::string ContentOf(const std::filesystem::path& file);
 
-/// A folder of its own that goes with its owner, whatever it holds then.
+/// A folder that is removed together with its owner, whatever it then holds.
 class TemporaryFolder {
 public:
     enum class Place {
-        Memory,  ///< where the machine has such a place: there a setting's wait for the disk costs nothing
+        Memory,  ///< if the machine has such a place: there a setting's wait for the disk costs nothing
         Disk,    ///< where programs may run
     };
 
@@ -25,16 +25,16 @@ public:
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::filesystem::path& Path() const { return path_; }
-    /// Writes a file in it, with the folders on the way; gives the file's path.
+    /// Writes a file in it, and makes the folders on the way; returns the file's path.
     std::filesystem::path Write(const std::filesystem::path& name, std::string_view text) const;
-    /// What a file in it holds.
+    /// The content of a file in it.
     std::string Read(const std::filesystem::path& name) const { return ContentOf(path_ / name); }
 
 private:
     std::filesystem::path path_;
 };
 
-/// The folders of a machine, two of their own.
+/// The folders of a machine, two separate ones.
 class TemporaryFolders final : public Folders {
 public:
     TemporaryFolders();
@@ -43,7 +43,7 @@ public:
     std::filesystem::path Documents() override { return Root() / "documents"; }
     const std::filesystem::path& Root() const { return root_.Path(); }
 
-    /// Where a driver keeps its settings, and where its predecessors kept them.
+    /// The places where a driver keeps its settings, and where older versions kept them.
     std::filesystem::path SettingsFile() { return CommonAppData() / "Kestrane" / "Settings.ksdb"; }
     std::filesystem::path LegacyFile() { return CommonAppData() / "Kestrane" / "ASCOM" / "ks.ini"; }
 

@@ -10,11 +10,11 @@
 
 namespace kestrane {
 
-/// A clock that stands still until somebody sleeps or a test moves it. At the start it is 2024-03-05 20:00:00 local
-/// time, one hour ahead of UTC, without daylight time.
+/// A clock that stays at one time until somebody sleeps or a test moves it. At the start it is 2024-03-05 20:00:00
+/// local time, one hour ahead of UTC, without daylight time.
 class VirtualClock final : public Clock {
 public:
-    /// Ticks worth starting from: none passed, a minute before the sign change, a minute before the wrap to 0.
+    /// Useful ticks to start from: zero, a minute before the sign change, a minute before the wrap to 0.
     static constexpr Tick kZero{0};
     static constexpr Tick kBeforeSignChange = Tick{INT32_MAX} - 60'000;
     static constexpr Tick kBeforeWrap = Tick{0} - 60'000;
@@ -23,7 +23,7 @@ public:
 
     Tick GetTickCount() override { return first_ + static_cast<std::int32_t>(static_cast<std::uint32_t>(elapsedMs_)); }
     DateTime GetLocalTime() override;
-    /// Moves time on; nothing runs but the events whose time comes.
+    /// Moves time on; only events whose time comes are run.
     void Sleep(std::int32_t milliseconds) override;
     double TimeZoneOffset() override;
     DateTime DateLocalToUTC(const DateTime& local) override;
@@ -31,26 +31,26 @@ public:
 
     /// Milliseconds since the start, which the tick count gives only modulo 2^32.
     std::int64_t Elapsed() const { return elapsedMs_; }
-    /// Never backwards.
+    /// Time never goes backwards.
     void MoveTo(std::int64_t elapsedMs);
 
-    /// Runs an event as soon as time has come to `elapsedMs` (at once when it has already), also in the midst of a
-    /// sleep: what the rest of the world does meanwhile. Events of one time run in the order of these calls. An event
-    /// must not let time pass.
+    /// Runs an event as soon as the time is `elapsedMs` (at once when it is later already), even in the middle of a
+    /// sleep: it stands for what happens outside the driver. Events of one time run in the order of these calls. An
+    /// event must not let time pass.
     void At(std::int64_t elapsedMs, std::function<void()> event);
     /// When the next event comes, in milliseconds since the start.
     std::optional<std::int64_t> NextEvent() const;
     void DropEvents() { events_.clear(); }
 
-    /// Sets what the tick count is now; the time of day stays.
+    /// Sets the tick count of now; the time of day stays.
     void SetTick(Tick now) { first_ = first_ + (now - GetTickCount()); }
-    /// Runs in each sleep, after time has moved on by it; an empty function ends that.
+    /// Called in each sleep, after its time has passed; an empty function ends that.
     void OnSleep(std::function<void(std::int32_t milliseconds)> onSleep) { onSleep_ = std::move(onSleep); }
-    /// Sets the local time of now, in the zone as it stands.
+    /// Sets the present local time, in the zone as it is.
     void SetLocalTime(const DateTime& local);
-    /// UTC minus local standard time, in hours; the local time now jumps with it.
+    /// UTC minus local standard time, in hours; the present local time changes with it.
     void SetZone(double hours) { zoneHours_ = hours; }
-    /// Local time is one hour ahead of standard time from one moment of UTC up to below another.
+    /// Local time is one hour ahead of standard time from one moment in UTC until just before another.
     void SetDaylightTime(const DateTime& fromUtc, const DateTime& toUtc);
     DateTime Utc() const;
 
@@ -60,7 +60,7 @@ private:
     std::function<void(std::int32_t)> onSleep_;
     Tick first_;
     std::int64_t elapsedMs_ = 0;
-    std::multimap<std::int64_t, std::function<void()>> events_;  ///< to come, by their time
+    std::multimap<std::int64_t, std::function<void()>> events_;  ///< events to come, by their time
     std::int64_t utcAtStartMs_;
     double zoneHours_ = -1.0;
     std::int64_t daylightFromMs_ = 0;

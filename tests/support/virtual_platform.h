@@ -13,8 +13,8 @@
 
 namespace kestrane {
 
-/// A machine for tests: virtual time, serial ports with nothing on them, healthy services that record, folders of its
-/// own. A driver can be built on it, ended and built anew, as a process is started again on the same machine.
+/// A machine for tests: virtual time, serial ports with nothing on them, healthy services that record, its own folders.
+/// A driver can be built on it, ended and built again, as a process is started again on the same machine.
 ///
 ///     VirtualPlatform machine;
 ///     MountSimulator mount{machine.clock, {}};
@@ -45,7 +45,7 @@ struct VirtualPlatform {
 
     void AdvanceTime(std::int64_t milliseconds) { pump.AdvanceTime(milliseconds); }
 
-    /// The mount must live as long as anybody uses the port.
+    /// The mount must live as long as the port is in use.
     void ConnectMount(std::int32_t port, MountSimulator& mount) {
         serialPorts.Connect(port, std::make_unique<SimulatorLine>(mount));
     }

@@ -20,7 +20,7 @@ public:
 
     TimePoint Now() override { return TimePoint(std::chrono::milliseconds(clock_.Elapsed())); }
     void SleepUntil(std::optional<TimePoint> end) override;
-    /// Nothing: on one thread nobody can post while the loop goes to sleep.
+    /// Does nothing: on one thread nobody can post while the loop goes to sleep.
     void Wake() override {}
 
     /// A time in milliseconds since the start of the clock.
@@ -32,8 +32,8 @@ private:
     VirtualClock& clock_;
 };
 
-/// The pump engine on virtual time, on one thread. What a call raises is kept as a fault. The end of the pump fails the
-/// test that has not taken its faults, so that none is lost.
+/// The pump engine on virtual time, on one thread. An exception of a call is kept as a fault. The end of the pump fails
+/// a test that has not taken its faults, so that none is lost.
 class VirtualPump final : public MessagePump {
 public:
     explicit VirtualPump(VirtualClock& clock);
@@ -46,21 +46,22 @@ public:
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
-    /// The outermost loop for so many milliseconds: runs everything that falls due on the way, at its due time or,
-    /// where another call held it up, right after that. Not for use inside a call.
+    /// The outermost loop for `milliseconds`: runs everything that becomes due on the way, at its due time, or directly
+    /// after another call that held it up. Not for use inside a call.
     void AdvanceTime(std::int64_t milliseconds);
-    /// Runs a call as the outermost loop does, after what waits already. What it raises goes to the caller and is no
-    /// fault.
+    /// Runs a call as the outermost loop does, after the calls that wait already. What it raises goes to the caller and
+    /// is no fault.
     void Run(CallKind kind, const std::function<void()>& call);
-    /// Posts a call when time comes to `elapsedMs`, in milliseconds since the start of the clock, as another thread
-    /// would: in the midst of a sleep too.
+    /// Posts a call when the time is `elapsedMs`, in milliseconds since the start of the clock, as another thread
+    /// would: even in the middle of a sleep.
     void PostAt(std::int64_t elapsedMs, CallKind kind, std::function<void()> call);
 
-    /// Explicit pumps so far, for tests of what must not pump.
+    /// Number of explicit pumps so far, for tests that something must not pump.
     int Pumps() const { return pumps_; }
-    /// When the next thing falls due, in milliseconds since the start of the clock; nothing when all is quiet.
+    /// When the next call or tick becomes due, in milliseconds since the start of the clock; nothing when none is to
+    /// come.
     std::optional<std::int64_t> NextDue();
-    /// The words of what calls and ticks have raised since the last time: how a test announces them.
+    /// The messages of the exceptions from calls and ticks since the last time: a test announces them by taking them.
     std::vector<std::string> TakeFaults() { return std::exchange(faults_, {}); }
 
 private:

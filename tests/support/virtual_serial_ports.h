@@ -15,28 +15,28 @@
 
 namespace kestrane {
 
-/// The far end of a serial line, whatever it is.
+/// The far end of a serial line, of any kind.
 class LineEnd {
 public:
     virtual ~LineEnd() = default;
     /// Bytes from the driver arrive now.
     virtual void Write(std::string_view bytes) = 0;
-    /// What has been sent by now, at most `maxCount` bytes, taken off the line.
+    /// Takes off the line and returns what has been sent by now, at most `maxCount` bytes.
     virtual std::string Read(std::size_t maxCount) = 0;
-    /// Milliseconds until the next byte is there: 0 when one waits, nothing when none is on its way.
+    /// Milliseconds until the next byte is there: 0 when one waits already, nothing when none is on its way.
     virtual std::optional<std::int32_t> NextByteIn() = 0;
     /// The driver has opened the port.
     virtual void Opened() {}
-    /// A read of the driver has ended without a byte, after so many milliseconds.
+    /// A read of the driver has ended without a byte, after `waitedMs` milliseconds.
     virtual void Silence(std::int32_t /*waitedMs*/) {}
 };
 
-/// Serial ports by number, each with something at its far end or nothing. A read moves virtual time to the next byte
-/// or to its limit, and never pumps.
+/// Serial ports by number, each with or without something at its far end. A read moves virtual time to the next byte or
+/// to its limit, and never pumps.
 class VirtualSerialPorts final : public SerialPorts {
 public:
-    static constexpr int kNoSuchPort = 2;    ///< result of `Open` where nothing is connected
-    static constexpr int kAccessDenied = 5;  ///< where another port object has the port open
+    static constexpr int kNoSuchPort = 2;    ///< result of `Open` when nothing is connected
+    static constexpr int kAccessDenied = 5;  ///< result when another port object has the port open
 
     struct Opening {
         std::int32_t port = 0;
@@ -48,28 +48,28 @@ public:
 
     std::unique_ptr<SerialPort> CreatePort() override;
 
-    /// Each device that `PlugIn` announced has its number from the first listing on; a port that something was
-    /// connected to by its number is listed too. What was there once is told as absent later.
+    /// Each device that `PlugIn` announced has its number from the first listing on; a port to which something was
+    /// connected by its number is listed too. What was there once is later listed as absent.
     SerialPortList ListPorts() override;
     /// A device that has no number yet.
     void PlugIn(std::string_view device) { waiting_.emplace_back(device); }
     int Listings() const { return listings_; }
-    /// What the listings from now on report as going wrong.
+    /// The troubles that the listings report from now on.
     void SetTroubles(std::vector<std::string> troubles) { troubles_ = std::move(troubles); }
 
-    /// Puts something on a port in the place of what was there. `end` must be disconnected before it ends.
+    /// Connects something to a port and replaces what was there. `end` must be disconnected before it ends.
     void Connect(std::int32_t port, LineEnd& end);
-    /// Keeps the far end with the ports.
+    /// The same, but the ports own the far end.
     void Connect(std::int32_t port, std::unique_ptr<LineEnd> end);
-    /// Puts another far end on a port without whoever has it open noticing: for one script after the other.
+    /// Replaces the far end of a port; whoever has the port open does not notice. For one script after another.
     void Splice(std::int32_t port, LineEnd& end);
-    /// Pulls the plug, also of an open port: it reads as silence, swallows what is written, and no opening finds it.
+    /// Pulls the plug, even of an open port: it reads as silence, drops what is written, and opening it fails.
     void Disconnect(std::int32_t port);
-    /// What openings of that port give from now on; 0 makes them work again.
+    /// The result of opening that port from now on; 0 makes it work again.
     void SetOpenError(std::int32_t port, int error) { openErrors_[port] = error; }
 
     const std::vector<Opening>& Openings() const { return openings_; }
-    /// How often anybody read, also from a closed port.
+    /// Number of reads so far, also from a closed port.
     int Reads() const { return reads_; }
     bool IsOpen(std::int32_t port) const;
 

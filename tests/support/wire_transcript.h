@@ -17,23 +17,22 @@
 
 namespace kestrane {
 
-/// A short text that is script and expectation of a test in one: what clients call, what goes over the wire, and when.
-/// A line is a time in virtual milliseconds from the start of playing (or "*" for any time), a mark, and a text:
+/// A short text that is both script and expectation of a test: what clients call, what goes over the wire, and when. A
+/// line is a time in virtual milliseconds from the start of playing (or "*" for any time), a mark, and a text:
 ///
-///     =  a client calls: "= Slewing". Its result may stand after it, whenever it comes: "= Slewing -> False"; or in
-///        a line of its own at the time when it comes: "= -> False"
+///     =  a client calls: "= Slewing". Its result may follow on the same line, for any time: "= Slewing -> False"; or
+///        on a line of its own, for the time when it comes: "= -> False"
 ///     !  the error with which a call ended: number, message. An error without such a line fails
 ///     >  a write to the mount
-///     <  bytes that arrive from the mount, once all lines before have come to pass
-///     ~  a read that ended at its limit without a byte; how long it waited, in milliseconds, may stand after it
+///     <  bytes that arrive from the mount, after all lines before it have happened
+///     ~  a read that ended at its limit without a byte; its waiting time in milliseconds may follow
 ///     L  a logged line: origin, level, message
 ///
-/// Calls are made, and bytes arrive, when the script says so; all else must come to pass in the order and at the times
-/// of the script. A line that does not come, a write that does not stand there, and a byte that nobody reads each fail.
-/// Results, silences and log lines that the script does not name are passed over, unless `CountAllThatIsNamed` says
-/// otherwise; two calls, one inside the other, are told apart by their results alone. Bytes that do not print are
-/// written as \x05, and a backslash as \\. Blanks at the end of a line do not count. "#" begins a line that is a
-/// comment.
+/// Calls are made, and bytes arrive, when the script says so; everything else must happen in the order and at the times
+/// of the script. A line that does not come, a write that is not in the script, and a byte that nobody reads each fail.
+/// Results, silences and log lines that the script does not name are ignored, unless `CountAllThatIsNamed` was called;
+/// of two calls, one inside the other, only the results show which one has ended. Bytes that do not print are written
+/// as \x05, and a backslash as \\. Blanks at the end of a line do not count. "#" begins a line that is a comment.
 ///
 ///     WireTranscript transcript(machine.clock, machine.pump, R"(
 ///         # A client asks; the mount answers after 20 ms.
@@ -53,8 +52,8 @@ namespace kestrane {
 ///     transcript.Play();
 ///
 /// Time passes as in the outermost loop, so that timers run and a call is made inside another one that pumps. It passes
-/// to the last time in the script, and up to a minute longer if lines are still to come. A second script on a port that
-/// is open takes `machine.serialPorts.Splice` in the place of `Connect`.
+/// up to the last time in the script, and up to a minute longer if lines are still to come. A second script on a port
+/// that is open uses `machine.serialPorts.Splice` in place of `Connect`.
 class WireTranscript {
 public:
     using TextCall = std::function<std::string()>;
@@ -63,7 +62,7 @@ public:
 
     /// A line that cannot be read is a mistake in the test: `std::invalid_argument` with its number.
     WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script);
-    /// Plays on a line that outlives the transcript, in the place of one of its own; sets the line's two functions.
+    /// Plays on a line that outlives the transcript, in place of its own line; sets the two functions of that line.
     WireTranscript(VirtualClock& clock, VirtualPump& pump, std::string_view script, ScriptedLine& line);
     ~WireTranscript();
     WireTranscript(const WireTranscript&) = delete;
@@ -71,19 +70,19 @@ public:
 
     /// The far end of the line to the mount.
     ScriptedLine& Line() { return line_; }
-    /// What a call of that text does; its result is a text, or nothing.
+    /// Sets what a call with that text does; its result is a text, or nothing.
     template <class Function>
     void Call(std::string_view text, Function function);
-    /// What all other calls do.
+    /// Sets what all other calls do.
     void Dispatcher(CallByText dispatcher) { dispatcher_ = std::move(dispatcher); }
     Listener LogListener();
-    /// A logged line as a script writes it.
+    /// A logged line in the form of a script.
     static std::string LogText(std::string_view origin, int level, std::string_view message);
-    /// Of the results, the silences and the log lines no kind is passed over that the script names anywhere.
+    /// Results, silences and log lines are no longer ignored if the script names any line of their kind.
     void CountAllThatIsNamed() { countsAll_ = true; }
 
-    /// Plays the script, once. Empty when everything came to pass, else the first difference in words, beginning with
-    /// "line " and its number in the script.
+    /// Plays the script, once. Empty when everything happened as written, else the first difference in words, beginning
+    /// with "line " and its number in the script.
     std::string FirstDifference();
     /// The same as a test expectation.
     void Play();
@@ -94,7 +93,7 @@ private:
         std::optional<std::int64_t> ms;  ///< nothing: any time
         char mark = ' ';
         std::string text;                   ///< bytes
-        std::optional<std::string> result;  ///< of a call, where it stands after it
+        std::optional<std::string> result;  ///< of a call, when it is on the same line
         bool IsCall() const { return mark == '=' && !text.starts_with("->"); }
     };
 
@@ -122,7 +121,7 @@ private:
     std::int64_t startMs_ = 0;
     bool playing_ = false;
     bool countsAll_ = false;
-    std::size_t next_ = 0;  ///< the line that must come to pass next
+    std::size_t next_ = 0;  ///< the line that must happen next
     int runningCalls_ = 0;  ///< one inside the other
     std::string difference_;
 };
