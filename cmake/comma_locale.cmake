@@ -1,6 +1,6 @@
-# kestrane_comma_locale(TARGET): a locale with a decimal comma, de_DE.UTF-8, of our own making, so that tests need none
-# set up on the machine. TARGET finds it in the folder KESTRANE_LOCALE_FOLDER, to be given to LOCPATH. Its sources are in
-# the package "locales"; without them what asks for the locale fails when it runs.
+# kestrane_comma_locale(TARGET): makes a locale with a decimal comma, de_DE.UTF-8, so that tests need none that is
+# installed on the machine. TARGET finds it in the folder KESTRANE_LOCALE_FOLDER, which must be given to LOCPATH. Its
+# sources are in the package "locales"; without them a test that needs the locale fails when it runs.
 function(kestrane_comma_locale target)
   set(folder ${PROJECT_BINARY_DIR}/locales)
   target_compile_definitions(${target} PRIVATE KESTRANE_LOCALE_FOLDER="${folder}")

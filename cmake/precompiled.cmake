@@ -1,8 +1,9 @@
-# Precompiled headers (KESTRANE_PCH): what nearly every file of a kind includes is compiled once for the build and used by
-# all targets of that kind. A target's kind follows from the libraries that it links, so that no folder names it.
+# Precompiled headers (KESTRANE_PCH): the headers that nearly every file of a kind includes are compiled once for the
+# build and used by all targets of that kind. A target's kind follows from the libraries that it links, so that no
+# folder has to name it.
 #
-# A convenience of builds that are made often: a header must hold by itself, and warnings are silent in headers that are
-# read this way. So release and bench are built without.
+# This is for builds that are made often. A header must compile without it, and the compiler gives no warnings for
+# headers that it reads in this way. So release and bench are built without.
 
 set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>
     <functional> <limits> <map> <memory> <mutex> <optional> <set> <span> <sstream> <stdexcept> <string> <string_view>
@@ -23,8 +24,8 @@ function(kestrane_precompiled_kind name kind libraries)
   endif()
   add_library(${name} OBJECT ${source})
   target_link_libraries(${name} PRIVATE kestrane_flags ${libraries})
-  # Headers that change never come out of ccache, which takes one with other comments for the same: GCC knows a header by
-  # its bytes and would read it once more. Clang knows all of them by their place and age.
+  # Headers that change are kept out of ccache, which may return one that differs in comments: GCC identifies a header
+  # by its bytes and would read it a second time. Clang identifies all of them by their place and age.
   if(DRIVER IN_LIST kind OR CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
   endif()
@@ -34,7 +35,7 @@ function(kestrane_precompiled_kind name kind libraries)
   endforeach()
 endfunction()
 
-# kestrane_precompile(FOLDER): to be called when all targets below the folder are there.
+# kestrane_precompile(FOLDER): call it when all targets below the folder exist.
 function(kestrane_precompile folder)
   kestrane_targets_below(${folder} targets)
   foreach(target IN LISTS targets)
@@ -63,7 +64,7 @@ function(kestrane_precompile folder)
     endif()
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
-    # So that ccache sees, with GCC, which precompiled header a file was compiled with.
+    # With GCC: lets ccache see with which precompiled header a file was compiled.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
   endforeach()
 endfunction()

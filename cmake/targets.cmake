@@ -1,6 +1,6 @@
-# Looking at targets that other files have made.
+# Functions that look at the targets which other files have made.
 
-# The libraries that a target is built with, as far as they are targets, in `result`.
+# The libraries with which a target is built, those that are targets themselves, in `result`.
 function(kestrane_libraries_of target result)
   set(found "")
   set(open ${target})

@@ -1,14 +1,15 @@
-# Unity builds of test programs (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than half
-# the time, since most of a test file is the same templates again. What they have in anonymous namespaces then meets: no
-# two test files of a folder give different things the same name. Where that is asked too much, a file stays alone with
+# Unity builds of test programs (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than
+# half the time, since most of a test file is the same templates again. The contents of their anonymous namespaces then
+# meet: no two test files of a folder may give different things the same name. Where that is not possible, a file stays
+# alone with
 #
 #     set_source_files_properties(some_test.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 #
-# The files written here name the sources by their path under tests/, so that ccache knows them in another clone.
+# The files written here name the sources by their path under tests/, so that ccache recognises them in another clone.
 
 set(KESTRANE_FILES_OF_A_UNIT 6)
 
-# kestrane_unite(FOLDER): to be called when all targets below the folder are there.
+# kestrane_unite(FOLDER): call it when all targets below the folder exist.
 function(kestrane_unite folder)
   kestrane_targets_below(${folder} targets)
   foreach(target IN LISTS targets)
@@ -44,7 +45,7 @@ function(kestrane_unite_program target folder)
   foreach(unit IN LISTS units)
     if(DEFINED text_of_${unit})
       file(CONFIGURE OUTPUT ${unit} CONTENT "${text_of_${unit}}" @ONLY)
-      # A local name may well be the name of something in another file of the unit. Options of sources come last.
+      # A local name may be the name of something in another file of the unit. Options of sources come last.
       set_source_files_properties(${unit} TARGET_DIRECTORY ${target} PROPERTIES
         COMPILE_OPTIONS "-Wno-shadow;$<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>")
     endif()

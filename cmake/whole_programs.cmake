@@ -1,11 +1,11 @@
-# kestrane_whole_programs(FOLDER): each test program below the folder as one test more, which runs all that it holds in
-# one process; a large program as a few, each with its share:
+# kestrane_whole_programs(FOLDER): each test program below the folder as one more test, which runs all that it holds in
+# one process; a large program as a few such tests, each with its part:
 #
 #     ctest --test-dir build/asan -C Whole -L whole
 #
-# ctest starts a process for each single test. There are thousands, and a sanitized process is slow to start. Without
-# "-C Whole" these tests do not exist. A program whose tests mostly wait sets KESTRANE_TESTS_WAIT, and is left out: its
-# tests are better run singly, many at a time.
+# ctest starts a process for each single test. There are thousands of them, and a sanitized process is slow to start.
+# Without "-C Whole" these tests do not exist. A program whose tests mostly wait sets KESTRANE_TESTS_WAIT and is left
+# out: its tests run better one by one, many at a time.
 define_property(TARGET PROPERTY KESTRANE_TESTS_WAIT BRIEF_DOCS "Whether the tests of this program mostly wait for others")
 
 set(KESTRANE_FILES_OF_A_SHARE 16)
