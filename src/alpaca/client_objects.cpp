@@ -200,7 +200,7 @@ void ClientObjects::ReleaseWhatIsOver() {
         keys.push_back(key);
     }
     for (const ClientKey& key : keys) {
-        // A release may pump, so each time the table is looked at anew.
+        // A release may pump, so each time the table is looked at again.
         const auto slot = slots_.find(key);
         if (slots_.size() > 1 && slot != slots_.end() && LeaseIsOver(key, slot->second)) {
             Release(slot);

@@ -38,7 +38,7 @@ public:
     };
 
     /// Sends the request and returns the reply, whatever its status. When the server had closed a kept connection
-    /// before any byte of the reply, it is opened anew and the request is sent once more. Raises `Unreachable`.
+    /// before any byte of the reply, it is opened again and the request is sent once more. Raises `Unreachable`.
     HttpReply Send(const Request& request);
 
 private:

@@ -5,7 +5,7 @@
 
 namespace kestrane::client {
 
-/// Shows the progress of something that takes long: one bar that is drawn anew on a terminal, plain lines elsewhere.
+/// Shows the progress of something that takes long: one bar that is redrawn on a terminal, plain lines elsewhere.
 class Progress {
 public:
     /// `seconds`: time between two plain lines.

@@ -215,10 +215,10 @@ public:
     Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled);
 
     std::int32_t Interval() const { return Value(); }
-    /// Milliseconds. A new interval starts the time anew; the same one changes nothing.
+    /// Milliseconds. A new interval begins at once; the same one changes nothing.
     void Interval(std::int32_t milliseconds);
     using Control::Enabled;
-    /// Enabling a disabled timer starts its interval anew.
+    /// Enabling a disabled timer begins a new interval.
     void Enabled(bool enabled);
     using Control::FireTick;
     using Control::OnTick;

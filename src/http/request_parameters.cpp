@@ -8,7 +8,7 @@
 namespace kestrane::http {
 namespace {
 
-/// The character that two hexadecimal digits stand for; nothing for anything else.
+/// The character with the code in two hexadecimal digits; nothing for anything else.
 std::optional<char> FromHex(std::string_view digits) {
     unsigned code = 0;
     const char* const end = digits.data() + digits.size();

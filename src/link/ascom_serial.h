@@ -38,7 +38,7 @@ public:
     void ReceiveTimeoutMS(std::int32_t milliseconds) { timeoutMs_ = milliseconds; }
 
     bool Connected();
-    /// True opens the port with `Port` and `Speed`, and opens an open one anew; raises `kCannotOpen`.
+    /// True opens the port with `Port` and `Speed`, and opens an open one again; raises `kCannotOpen`.
     void Connected(bool connect);
 
     // The transfers raise `kNotConnected` on a closed port, the reads `kReadTimeout` when nothing at all comes

@@ -35,7 +35,7 @@ public:
     /// Everything up to and with `terminator`, or what came within the limit.
     std::string Terminated(std::string_view terminator, std::int32_t limitMs);
 
-    /// Drops what was kept for the next read; for a line that is closed or opened anew.
+    /// Drops what was kept for the next read; for a line that is closed or opened again.
     void Forget() { kept_.clear(); }
 
 private:

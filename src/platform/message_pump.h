@@ -19,16 +19,16 @@ enum class CallKind {
 };
 
 /// A repeating timer of the pump. Fires in a pump when its time is due; a timer that was due several times while nobody
-/// pumped fires once. It keeps its rhythm as long as no tick was missed, and starts anew after one was. A tick that
+/// pumped fires once. It keeps its rhythm as long as no tick was missed, and starts again after one was. A tick that
 /// pumps may be entered by the next tick of its own timer. An interval of 0 never fires. Destroying the timer ends it,
 /// also from its own callback.
 class PumpTimer {
 public:
     virtual ~PumpTimer() = default;
 
-    /// Milliseconds from 0 up. Changing it while enabled starts the interval anew.
+    /// Milliseconds from 0 up. Changing it while enabled begins a new interval.
     virtual void SetInterval(std::int32_t milliseconds) = 0;
-    /// Enabling an enabled timer changes nothing; enabling a disabled one starts the interval anew.
+    /// Enabling an enabled timer changes nothing; enabling a disabled one begins a new interval.
     virtual void SetEnabled(bool enabled) = 0;
 };
 

@@ -7,7 +7,7 @@
 
 namespace kestrane {
 
-/// All services of the machine, handed to the composition root. The services outlive the driver.
+/// All services of the machine, given to the composition root. The services outlive the driver.
 struct Platform {
     Clock& clock;
     MessagePump& pump;

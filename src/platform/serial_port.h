@@ -16,7 +16,7 @@ public:
     virtual ~SerialPort() = default;
 
     /// Opens port number `port` ("COMn" without its letters, 1 up) at `speed` baud. Returns 0 when it is open, else
-    /// the error code of the system (not 0). Opening an open port closes it first and opens it anew.
+    /// the error code of the system (not 0). Opening an open port closes it first and opens it again.
     virtual int Open(std::int32_t port, std::int32_t speed) = 0;
     virtual void Close() = 0;
     virtual bool IsOpen() = 0;

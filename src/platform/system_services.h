@@ -120,7 +120,7 @@ public:
 class Folders {
 public:
     virtual ~Folders() = default;
-    /// The data folder shared by all users; "Kestrane" lies below it. May not exist yet.
+    /// The data folder shared by all users; the folder "Kestrane" is in it. May not exist yet.
     virtual std::filesystem::path CommonAppData() = 0;
     virtual std::filesystem::path Documents() = 0;
 };

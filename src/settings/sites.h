@@ -28,7 +28,7 @@ struct SiteNumbers {
 ///
 /// The first use of any member in a process runs the site start-up, once: sites that older versions packed into
 /// settings are moved into the settings file, the list is loaded, and the current site is found. While the settings
-/// file does not answer there are no sites, and each use begins the start-up anew. Any other failure loses only the
+/// file does not answer there are no sites, and each use begins the start-up again. Any other failure loses only the
 /// step that failed and is noted in the ledger; a move that could not read the old settings or store each site is tried
 /// again by the next process, which also brings back sites that were deleted in the meantime. No member raises. Logic
 /// thread only; pumps nothing.
@@ -41,7 +41,7 @@ public:
     /// The list as last loaded. Slot 0 is empty, and so is the slot of a row that cannot be read; a site without a
     /// proper position keeps its text as it is.
     RecordArray<Site>& g_Sites();
-    /// Loads the list anew. False when there are no sites, or one that cannot be read or has no proper position. Also
+    /// Loads the list again. False when there are no sites, or one that cannot be read or has no proper position. Also
     /// false, with the list unchanged, when the settings file does not answer.
     bool GetAllSites();
 
@@ -59,7 +59,7 @@ public:
 
 private:
     void StartOnce();
-    // These are false when the settings file did not answer, so that a later use has to begin anew.
+    // These are false when the settings file did not answer, so that a later use has to begin again.
     bool StartUp();
     bool CopySitesOnce();
     bool CopyPackedSites();

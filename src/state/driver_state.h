@@ -22,8 +22,8 @@ struct DriverState : LogState, CounterState {
     bool g_bUseOldButtonBehavior = false;  ///< setting `UseOldButtonBehavior`
 
     // --- connection manager -------------------------------------------------------------------------------------
-    std::int16_t g_nScopeObjects = 0;      ///< live `Telescope` objects, counting the internal instance
-    std::int16_t g_nFocuserObjects = 1;    ///< live `Focuser` objects, counting one permanent internal slot
+    std::int16_t g_nScopeObjects = 0;      ///< live `Telescope` objects, with the internal instance
+    std::int16_t g_nFocuserObjects = 1;    ///< live `Focuser` objects, with one permanent internal slot
     std::int16_t g_nScopeConnects = 0;     ///< `Telescope` clients that have set `Connected` true
     std::int16_t g_nFocuserConnects = 0;   ///< `Focuser` clients that have set `Link` true
     bool g_bConnected = false;             ///< at least one telescope client connected

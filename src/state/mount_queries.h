@@ -40,7 +40,7 @@ struct MountQueriesNeeds {
     std::function<TelescopeActions*()> telescope;
 };
 
-/// How often each coordinate was read or computed anew; wraps.
+/// How often each coordinate was read or computed; wraps.
 struct CoordinateReads {
     std::uint32_t ra = 0;
     std::uint32_t dec = 0;
@@ -96,7 +96,7 @@ public:
     void CalcAltAz();
 
     /// For use after a declination was read. A mount that reports exactly RA 0 and Dec 90 was never given its position.
-    /// The hand box is filled anew on the first such report and on every second one after it; an open confirmation of
+    /// The hand box is filled on the first such report and on every second one after it; an open confirmation of
     /// an unpark stops that until the position changes.
     void CheckInitialPosition();
 

@@ -47,7 +47,7 @@ class PollLoop {
 public:
     explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
 
-    /// The tick of `tmrQueryRaDecAltAz`: polls while anyone but the driver itself holds a device object.
+    /// The tick of `tmrQueryRaDecAltAz`: polls while a client holds a device object.
     void OnTimer();
     /// One poll step. The timer calls it, and so does any wait inside a poll step, where the timer cannot fire.
     void UpdateMountInfo();

@@ -6,7 +6,7 @@
 
 namespace kestrane {
 
-/// What the queries and the poll need of the telescope object that the driver holds for itself.
+/// What the queries and the poll need from the driver's own telescope object.
 class TelescopeActions {
 public:
     virtual ~TelescopeActions() = default;
@@ -14,7 +14,7 @@ public:
     virtual MountCommands& Commands() = 0;
     /// Takes a status text apart into flags and displays.
     virtual void ParseGOS(std::string_view status) = 0;
-    /// Fills the hand box after a connect, or anew when the mount reports that it lost its position.
+    /// Fills the hand box after a connect, or again when the mount reports that it lost its position.
     virtual void InitUI() = 0;
     /// Starts the second leg of a two-leg slew. May raise.
     virtual void StartSecondLeg(double rightAscension, double declination) = 0;

@@ -37,7 +37,7 @@ protected:
 
     /// Starts the process, as a client's request does; its log lines are kept in `log`.
     Driver& Start();
-    /// Ends the process and starts it anew on the same machine.
+    /// Ends the process and starts it again on the same machine.
     Driver& Restart();
 
     /// A telescope client that is connected.

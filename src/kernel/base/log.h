@@ -105,7 +105,7 @@ private:
     std::ofstream stream_;
     bool lineIsBroken_ = false;  ///< the disk took a part of the last line only
     std::filesystem::path fileName_;
-    std::string commonFolder_;  ///< the folder used when none is set; made anew at each open
+    std::string commonFolder_;  ///< the folder used when none is set; made again at each open
     Listener listener_;
 };
 

@@ -5,7 +5,7 @@
 namespace kestrane {
 
 /// Registered drivers in "Kestrane/ASCOM/Profile.ini" of the common data folder: a section for each device type, a key
-/// for each driver id, the description as its value. The file is read anew at each call and replaced in one step. When
+/// for each driver id, the description as its value. The file is read again at each call and replaced in one step. When
 /// the file system refuses, the store stays as it was; nothing is raised.
 class FileProfileStore final : public ProfileStore {
 public:

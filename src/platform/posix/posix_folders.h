@@ -4,7 +4,7 @@
 
 namespace kestrane {
 
-/// Folders as the environment and the conventions of the desktop name them. Read anew at each call; nothing is created.
+/// Folders as the environment and the conventions of the desktop name them. Read at each call; nothing is created.
 class PosixFolders final : public Folders {
 public:
     /// `KESTRANE_COMMON_APPDATA`, else `XDG_DATA_HOME`, else "~/.local/share".

@@ -59,7 +59,7 @@ fs::path FolderOf(id_t process) {
     return fs::path("/proc") / std::to_string(process);
 }
 
-/// Empty when the process has ended meanwhile.
+/// Empty when the process has ended in the meantime.
 std::string ExecutableName(id_t process) {
     std::error_code error;
     std::string name = fs::read_symlink(FolderOf(process) / "exe", error).filename();

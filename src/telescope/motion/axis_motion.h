@@ -16,7 +16,7 @@ enum class MoveAxisTrackingState : std::int16_t {
     TrackingWasEnabled = 2,
 };
 
-/// What the `MoveAxis` calls of one telescope object have left behind.
+/// The state that the `MoveAxis` calls of one telescope object have left.
 struct AxisMotion {
     std::array<double, 2> rates{};  ///< degrees per second of axis 0 (primary) and 1 (secondary), as last given
     MoveAxisTrackingState m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;

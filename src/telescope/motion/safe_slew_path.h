@@ -7,7 +7,7 @@
 /// position, goes to an intermediate point near the meridian first. Pure.
 namespace kestrane {
 
-/// Whether current and final position lie within one degree in both axes. RA in hours, Dec in degrees.
+/// Whether current and final position are within one degree in both axes. RA in hours, Dec in degrees.
 bool IsShortSlew(double currentRa, double currentDec, double finalRa, double finalDec);
 
 /// RA in hours, 0 up to below 24, of the intermediate point, or nothing when one leg is enough. `sideOfPier` 0 East, 1

@@ -29,7 +29,7 @@ std::string_view MeaningOfRefusal(std::int16_t result) {
     }
 }
 
-/// Keeps the queries of the poll out of a sequence whose reply is one character that carries no name.
+/// Keeps the queries of the poll out of a sequence whose reply is one character, which fits many commands.
 class PollPause {
 public:
     explicit PollPause(PollLoop& poll) : poll_(poll) { poll_.SetPolling(false); }
