@@ -23,7 +23,7 @@ public:
 
     /// Many times the longest text that a mount sends.
     static constexpr std::size_t kMostBytes = 4096;
-    /// Bytes with no longer gap than this belong to one text; at 9600 baud a byte takes about 1 ms.
+    /// Bytes with gaps of at most this belong to one text; at 9600 baud a byte takes about 1 ms.
     static constexpr std::int32_t kQuietMs = 10;
 
     /// The bytes that wait; when there are none, those that come within the limit. Empty when nothing came. Bytes still

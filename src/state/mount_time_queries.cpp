@@ -138,7 +138,7 @@ void MountQueries::QueryMeridianDelay() {
 double MountQueries::SecondsFromPcTime(double mountTime) {
     double hours = HoursOfDay(needs_.clock.GetLocalTime()) - mountTime;
     if (!state_.g_bHasMeridianQuery) {
-        hours += state_.g_dMeridianDelay;  // the second leg is still to be sent
+        hours += state_.g_dMeridianDelay;  // such firmware gets its clock set with the delay added
     }
     if (hours > 24.0) {
         hours -= 24.0;

@@ -16,7 +16,7 @@ namespace kestrane {
 /// system lets it have, so that two processes meet at the same link and neither makes a second one.
 class PortLinks {
 public:
-    /// The folder in which the system names each serial device that is plugged in by what it is, not by the order of
+    /// The folder in which the system gives each connected serial device a name by what it is, not by the order of
     /// plugging. It is missing while there is no such device.
     static constexpr std::string_view kSystemDevices = "/dev/serial/by-id";
 

@@ -186,7 +186,7 @@ void PosixProcesses::Start(std::string_view path, std::string_view arguments) {
     if (posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ) != 0) {
         return;
     }
-    // Only when its parent waits for it does an ended child leave the process list.
+    // An ended child leaves the process list only when its parent waits for it.
     std::thread([process] { waitpid(process, nullptr, 0); }).detach();
 }
 
