@@ -51,8 +51,8 @@ struct Arguments {
     bool help = false;
 };
 
-/// `words` without the program's name. Options may be anywhere, as "--name value" or "--name=value"; a word of "-" and
-/// a digit begins a number; "--" ends the options. Raises `UsageError`.
+/// `words` without the program's name. Options may be anywhere, as "--name value" or "--name=value"; a word that begins
+/// with "-" and a digit is a number; "--" ends the options. Raises `UsageError`.
 Arguments ParseArguments(std::span<const std::string> words);
 
 /// The whole help text.

@@ -36,7 +36,7 @@ public:
     /// Called with both positions after each step; may be empty.
     void Watch(std::function<void(double hour, double polar)> observer) { observer_ = std::move(observer); }
 
-    /// A goto stops dead this many degrees before its end; 0 for none.
+    /// A goto stops suddenly this many degrees before its end; 0 for none.
     void StallShortBy(double degrees) { stallShortBy_ = degrees; }
 
     bool Slewing() const { return slewing_ || coasting_; }  ///< a goto runs, or is slowing down to a stop

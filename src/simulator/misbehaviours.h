@@ -89,7 +89,7 @@ private:
     char letter_;
 };
 
-/// A goto stops dead this many degrees before its end, and stays there. Tracking goes on.
+/// A goto stops suddenly this many degrees before its end, and stays there. Tracking goes on.
 class Stalls final : public Misbehaviour {
 public:
     explicit Stalls(double degreesShort, bool stillReportsSlewing = false)

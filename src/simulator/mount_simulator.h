@@ -62,7 +62,7 @@ public:
     virtual ~Misbehaviour() = default;
     /// Each reply passes here before it goes out.
     virtual void Change(SimulatedReply& reply);
-    /// Degrees before its end at which a goto stops dead; 0 for none.
+    /// Degrees before its end at which a goto stops suddenly; 0 for none.
     virtual double StallsShortBy() const;
     /// Whether a stalled goto is still reported as running.
     virtual bool StalledStillSlews() const;
