@@ -42,12 +42,12 @@ std::string Version(Verb, std::string_view) {
 }
 
 std::string InitTime(Verb verb, std::string_view) {
-    verb.object.utcDate(verb.needs.clock.DateLocalToUTC(verb.needs.clock.GetLocalTime()));
+    verb.object.utcDate(verb.needs.driver.clock.DateLocalToUTC(verb.needs.driver.clock.GetLocalTime()));
     return kDone;
 }
 
 std::string GetCommunicationErrors(Verb verb, std::string_view) {
-    const CounterState& counts = verb.needs.counters.Values();
+    const CounterState& counts = verb.needs.driver.counters.Values();
     return Value(std::to_string(counts.g_nRetransmits) + "," + std::to_string(ReceiveErrors(counts)) + "," +
                  std::to_string(counts.g_nMotorStalls) + "," + std::to_string(counts.g_nServoFaults) + "," +
                  std::to_string(counts.g_nLowPower));
@@ -91,34 +91,34 @@ std::string AutoCalibrateNSEW(Verb verb, std::string_view) {
 }
 
 std::string GetComTimeout(Verb verb, std::string_view) {
-    return Value(verb.needs.persist.Read(setting::Timeout));
+    return Value(verb.needs.driver.persist.Read(setting::Timeout));
 }
 
 std::string SetComTimeout(Verb verb, std::string_view arguments) {
-    const std::optional<std::int32_t> milliseconds = WholeNumber(arguments, verb.needs.log);
+    const std::optional<std::int32_t> milliseconds = WholeNumber(arguments, verb.needs.driver.log);
     if (!milliseconds) {
         return Failure("Value must be numeric, greater than 0");
     }
     if (*milliseconds < 1) {
         return Failure("Value must be greater than 0");
     }
-    verb.needs.persist.Write(setting::Timeout, std::to_string(*milliseconds));
+    verb.needs.driver.persist.Write(setting::Timeout, std::to_string(*milliseconds));
     return kDone;
 }
 
 std::string GetComRetries(Verb verb, std::string_view) {
-    return Value(verb.needs.persist.Read(setting::Retry));
+    return Value(verb.needs.driver.persist.Read(setting::Retry));
 }
 
 std::string SetComRetries(Verb verb, std::string_view arguments) {
-    const std::optional<std::int32_t> retries = WholeNumber(arguments, verb.needs.log);
+    const std::optional<std::int32_t> retries = WholeNumber(arguments, verb.needs.driver.log);
     if (!retries) {
         return Failure("Value must be numeric, >= 0");
     }
     if (*retries < 0) {
         return Failure("Value must be >= 0");
     }
-    verb.needs.persist.Write(setting::Retry, std::to_string(*retries));
+    verb.needs.driver.persist.Write(setting::Retry, std::to_string(*retries));
     const auto bounded = static_cast<std::int16_t>(std::min(*retries, kMostRetries));
     verb.object.MaxSerialRetries(bounded);
     if (Telescope* internal = verb.needs.internalInstance()) {
@@ -131,7 +131,7 @@ std::string GetIniValue(Verb verb, std::string_view keyword) {
     if (keyword.empty()) {
         return Failure("No INI Keyword specified");
     }
-    const std::string value = verb.needs.persist.ReadIniValue(keyword, "");
+    const std::string value = verb.needs.driver.persist.ReadIniValue(keyword, "");
     return value.empty() ? Failure("INI Keyword not found: " + std::string(keyword)) : Value(value);
 }
 
@@ -147,7 +147,7 @@ std::string SetIniValue(Verb verb, std::string_view assignment) {
     if (keyword.empty()) {
         return Failure("Keyword=Value not specified");
     }
-    verb.needs.persist.WriteIniValue(keyword, Trim(assignment.substr(equals + 1)));
+    verb.needs.driver.persist.WriteIniValue(keyword, Trim(assignment.substr(equals + 1)));
     return kDone;
 }
 
@@ -199,7 +199,7 @@ std::string DriverCommands::Execute(Telescope& object, std::string_view command)
     const auto row = std::ranges::find(kVerbs, verb, &DriverVerb::name);
     if (row != kVerbs.end()) {
         reply = row->presetReply;
-        ResumeNext errors{needs_.ledger, "ExecuteDriverCommand"};
+        ResumeNext errors{driver_.ledger, "ExecuteDriverCommand"};
         errors.Assign(reply, [&] { return row->run({needs_, object}, arguments); });
     }
     return reply;

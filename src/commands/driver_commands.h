@@ -10,6 +10,7 @@
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "settings/persist.h"
+#include "state/essentials.h"
 #include "state/event_journal.h"
 #include "state/sequence.h"
 #include "telescope/telescope.h"
@@ -18,11 +19,7 @@ namespace kestrane {
 
 /// What the verbs need from their surroundings. All of it outlives the commands.
 struct DriverCommandsNeeds {
-    Persist& persist;
-    Log& log;
-    Counters& counters;
-    Clock& clock;
-    SwallowLedger& ledger;
+    Essentials driver;
     StopDoor& door;
     EventJournal& journal;
     std::function<void()> resetErrorCounts;        ///< the same as the button of the hand box
@@ -49,7 +46,7 @@ std::span<const DriverVerb> DriverVerbs();
 /// The commands to the driver itself, which clients send as texts that begin with "RAW,". Logic thread only.
 class DriverCommands {
 public:
-    explicit DriverCommands(DriverCommandsNeeds needs) : needs_(std::move(needs)) {}
+    explicit DriverCommands(DriverCommandsNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver) {}
 
     /// Runs the text after "RAW,": a verb and, after its first comma, its arguments; upper and lower case differ. The
     /// reply is "1", "1," and a value, or "0," and a message. Raises nothing: when an action fails, the preset reply is
@@ -58,6 +55,7 @@ public:
 
 private:
     DriverCommandsNeeds needs_;
+    Essentials driver_;
 };
 
 }  // namespace kestrane

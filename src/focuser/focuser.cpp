@@ -13,10 +13,10 @@ constexpr std::string_view kMaxIncrementWhenEmpty = "5000";
 
 }  // namespace
 
-Focuser::Focuser(FocuserNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+Focuser::Focuser(FocuserNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
 
 void Focuser::Class_Initialize() {
-    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    ResumeNext errors{driver_.ledger, "Class_Initialize"};
     errors.Step([&] {
         if (state_.g_nFocuserObjects < 2 && needs_.registration.RegisterFocuser()) {
             UpdateValues();
@@ -36,20 +36,20 @@ void Focuser::Class_Terminate() {
 }
 
 void Focuser::UpdateValues() {
-    std::string maxIncrement = needs_.persist.Read(setting::Focus_txtMaxIncrementMSecs);
+    std::string maxIncrement = driver_.persist.Read(setting::Focus_txtMaxIncrementMSecs);
     if (maxIncrement.empty()) {
         maxIncrement = kMaxIncrementWhenEmpty;
     }
-    state_.g_nFocusMaxIncrement = RoundHalfEven(Val_Global(maxIncrement, needs_.log));
+    state_.g_nFocusMaxIncrement = RoundHalfEven(Val_Global(maxIncrement, driver_.log));
 }
 
 bool Focuser::LogGet(std::string_view name, bool value) {
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
     return value;
 }
 
 std::int32_t Focuser::LogGet(std::string_view name, std::int32_t value) {
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::to_string(value));
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::to_string(value));
     return value;
 }
 
@@ -58,7 +58,7 @@ bool Focuser::Link() {
 }
 
 void Focuser::Link(bool connect) {
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "SET Link = " + std::string(TrueFalse(connect)));
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "SET Link = " + std::string(TrueFalse(connect)));
     if (!connect) {
         needs_.connections.CloseConnection(ClientKind::Focuser);
         return;

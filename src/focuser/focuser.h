@@ -12,16 +12,14 @@
 #include "settings/persist.h"
 #include "state/client_connections.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 
 namespace kestrane {
 
 /// What a focuser object needs from its surroundings. All of it outlives the object.
 struct FocuserNeeds {
-    DriverState& state;
-    Persist& persist;
+    Essentials driver;
     const std::unique_ptr<MountLink>& link;
-    Log& log;
-    SwallowLedger& ledger;
     ClientConnections& connections;
     DeviceRegistration& registration;
     std::function<void()> runFirstConnection;  ///< the first-connection step of the telescope side
@@ -66,6 +64,7 @@ private:
     std::int32_t LogGet(std::string_view name, std::int32_t value);
 
     FocuserNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
 };
 

@@ -5,6 +5,12 @@
 
 namespace kestrane {
 
+/// Whether the mount corrects its tracking rate, as its status text says.
+enum class RateCorrection { Off, On };
+
+/// Whether a person is shown a message box, or only the log tells.
+enum class Notice { Shown, LogOnly };
+
 /// What the core of the driver makes the hand box show, besides the values of its controls. The presenter of the hand
 /// box implements it. It only shows: nothing here talks to the mount, and nothing raises. Logic thread only.
 class HandBoxDisplay {
@@ -23,17 +29,17 @@ public:
     /// `origin` names the place for a reader of the code; it has no effect.
     virtual void SetParkStatus(std::string_view text, std::string_view origin) = 0;
     virtual void SetParkToolTip(std::string_view text) = 0;
-    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom; `corrected` as reported by the status text.
-    virtual void ShowTrackingRate(std::int16_t rate, bool corrected) = 0;
+    /// Rate button 0 off, 1 sidereal, 2 lunar, 3 solar, 4 custom.
+    virtual void ShowTrackingRate(std::int16_t rate, RateCorrection correction) = 0;
     /// Enables the custom rates while `g_bTracking` shows that the mount tracks, and disables them when not.
     virtual void EnableRateControls() = 0;
     /// Hours, -6 to 6; a value outside is refused, in the log only.
     virtual void SetMeridianDelayUI(double hours) = 0;
     /// The site that the mount has reported, degrees, east and north positive: fills the boxes of the actual site and
-    /// compares them with the current site. A difference is logged, and shown in a message box unless `silent`.
-    virtual void ShowMountSite(double longitude, double latitude, bool silent) = 0;
-    /// The mount was asked for its site and did not report it: logged, and shown in a message box unless `silent`.
-    virtual void ShowNoMountSite(bool silent) = 0;
+    /// compares them with the current site. A difference is logged, and shown in a message box if `notice` says so.
+    virtual void ShowMountSite(double longitude, double latitude, Notice notice) = 0;
+    /// The mount was asked for its site and did not report it: logged, and shown in a message box if `notice` says so.
+    virtual void ShowNoMountSite(Notice notice) = 0;
     virtual void UpdateErrorCounts() = 0;
     /// One phase of the flash that shows a slew.
     virtual void SlewFlashDisplay() = 0;

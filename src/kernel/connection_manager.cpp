@@ -36,13 +36,13 @@ std::int32_t ToInteger(const std::string& text, Log& log) {
 }  // namespace
 
 void ConnectionManager::OpenConnection(ClientKind kind) {
-    const bool ip = needs_.persist.ReadFlag(setting::chkIPAddress);
-    const std::string address = needs_.persist.Read(setting::txtIpAddress);
+    const bool ip = driver_.persist.ReadFlag(setting::chkIPAddress);
+    const std::string address = driver_.persist.Read(setting::txtIpAddress);
     if (!needs_.link || !needs_.link->Connected()) {
         OpenLink(kind, ip, address);
     } else if (state_.g_sVersion.empty()) {
-        needs_.log.LogMessage("OpenConnection", LogLevel::Warning,
-                              "The link is open although no mount has answered on it.");
+        driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
+                               "The link is open although no mount has answered on it.");
     }
     CountClient(kind);
 }
@@ -50,10 +50,10 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
 void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& address) {
     Opening opening{.ip = ip, .portText = address};
     if (!ip) {
-        opening.portText = needs_.persist.Read(setting::Port);
+        opening.portText = driver_.persist.Read(setting::Port);
         if (opening.portText.empty()) {
             opening.portText = "COM1";
-            needs_.persist.Write(setting::Port, opening.portText);
+            driver_.persist.Write(setting::Port, opening.portText);
         }
     }
     needs_.statusWindow.lblComPortValue.Text(opening.portText);
@@ -78,11 +78,11 @@ bool ConnectionManager::FindMount(Opening& opening) {
     needs_.ensureUtil();
     if (!opening.ip) {
         opening.portText = opening.portText.substr(std::min(kComLetters, opening.portText.size()));
-        opening.quay = needs_.persist.ReadFlag(setting::chkQUAY);
-        opening.quayRest = needs_.persist.ReadFlag(setting::chkQuayRestApi);
+        opening.quay = driver_.persist.ReadFlag(setting::chkQUAY);
+        opening.quayRest = driver_.persist.ReadFlag(setting::chkQuayRestApi);
     }
-    state_.g_dConnectTimeout = Val_Global(needs_.persist.Read(setting::txtConnectTimeout), needs_.log);
-    opening.start = needs_.clock.GetTickCount();
+    state_.g_dConnectTimeout = Val_Global(driver_.persist.Read(setting::txtConnectTimeout), driver_.log);
+    opening.start = driver_.clock.GetTickCount();
     opening.elevated = IsAdmin(needs_.systemInfo);
     PassResult result = PassResult::NextPass;
     while (result == PassResult::NextPass && !ended_) {
@@ -106,12 +106,12 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     if (StartedOrRetriesCompanion(opening)) {
         return PassResult::NextPass;
     }
-    const double elapsed = needs_.clock.GetTickCount() - opening.start;
+    const double elapsed = driver_.clock.GetTickCount() - opening.start;
     if (state_.g_dConnectTimeout != 0.0 && elapsed > state_.g_dConnectTimeout * 1000.0) {
         return PassResult::Failed;
     }
     state_.g_bFreshConnect = false;
-    needs_.waits.WaitForMilliseconds(kPassWaitMs);
+    driver_.waits.WaitForMilliseconds(kPassWaitMs);
     return PassResult::NextPass;
 }
 
@@ -140,13 +140,13 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
     }
     MountLink& link = *needs_.link;
-    const std::int32_t timeout = ToInteger(needs_.persist.Read(setting::Timeout), needs_.log);
+    const std::int32_t timeout = ToInteger(driver_.persist.Read(setting::Timeout), driver_.log);
     if (opening.ip) {
         link.ReceiveTimeoutMS(timeout);
         link.Connected(true);
         return true;
     }
-    link.Port(ToInteger(opening.portText, needs_.log));
+    link.Port(ToInteger(opening.portText, driver_.log));
     link.Speed(kSpeed);
     link.ReceiveTimeoutMS(timeout);
     link.Connected(true);
@@ -165,7 +165,7 @@ bool ConnectionManager::ProbeMount() {
 
 /// When the companion is configured: closes the port, starts the companion once, then keeps trying for a while.
 bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
-    if (!needs_.persist.ReadFlag(setting::chkQUAY) && !needs_.persist.ReadFlag(setting::chkQuayRestApi)) {
+    if (!driver_.persist.ReadFlag(setting::chkQUAY) && !driver_.persist.ReadFlag(setting::chkQuayRestApi)) {
         return false;
     }
     needs_.link->Connected(false);
@@ -174,8 +174,8 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
         if (opening.startAttempts >= kMaxStartAttempts) {
             return false;
         }
-        needs_.waits.PumpOnce();
-        needs_.waits.WaitForMilliseconds(kCompanionWaitMs);
+        driver_.waits.PumpOnce();
+        driver_.waits.WaitForMilliseconds(kCompanionWaitMs);
         return true;
     }
     if (needs_.companion.StartCompanion()) {
@@ -187,40 +187,40 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
 
 void ConnectionManager::MountFound() {
     state_.g_bQuayLink = false;
-    needs_.link->ReceiveTimeoutMS(ToInteger(needs_.persist.Read(setting::Timeout), needs_.log));
+    needs_.link->ReceiveTimeoutMS(ToInteger(driver_.persist.Read(setting::Timeout), driver_.log));
     Telescope& internal = needs_.internalInstance();
-    internal.MaxSerialRetries(ToShort(ToInteger(needs_.persist.Read(setting::Retry), needs_.log)));
+    internal.MaxSerialRetries(ToShort(ToInteger(driver_.persist.Read(setting::Retry), driver_.log)));
     Talk(procedure::Connect).CommandBlindInternal(wire::ToggleFormatRaw);
-    needs_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
+    driver_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();
     ReadMountForm();
     state_.g_bQuayConfigured =
-        needs_.persist.ReadFlag(setting::chkQUAY) || needs_.persist.ReadFlag(setting::chkQuayRestApi);
-    state_.g_tickLastQuayCheck = needs_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
+        driver_.persist.ReadFlag(setting::chkQUAY) || driver_.persist.ReadFlag(setting::chkQuayRestApi);
+    state_.g_tickLastQuayCheck = driver_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
     state_.g_bVersionKnown = true;
     CheckQuay();
-    ReadMountSite(true);
+    ReadMountSite(Notice::LogOnly);
     if (state_.g_bFreshConnect) {
         needs_.checkForUpdate();
     }
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
 }
 
-void ConnectionManager::ReadMountSite(bool silent) {
+void ConnectionManager::ReadMountSite(Notice notice) {
     double westLongitude = 0.0;
     double latitude = 0.0;
     bool told = false;
-    ResumeNext errors{needs_.ledger, "GetLongLatFromMount"};
+    ResumeNext errors{driver_.ledger, "GetLongLatFromMount"};
     errors.Assign(told, [&] {
-        const std::string port = needs_.persist.Read(setting::Port);
+        const std::string port = driver_.persist.Read(setting::Port);
         std::int16_t number = 0;
         TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
         return GetMountLongLat(number, 0, westLongitude, latitude);
     });
     if (told) {
-        needs_.panel.ShowMountSite(-westLongitude, latitude, silent);
+        needs_.panel.ShowMountSite(-westLongitude, latitude, notice);
     } else {
-        needs_.panel.ShowNoMountSite(silent);
+        needs_.panel.ShowNoMountSite(notice);
     }
 }
 
@@ -240,16 +240,16 @@ void ConnectionManager::ReadMountForm() {
     state_.g_bForkMount = form == "1" || form == "3" || form == "5" || form == "7";
     if (state_.g_bForkMount) {
         state_.g_bRawRaDecSlews = true;
-        needs_.log.LogMessage("Connections", LogLevel::Info,
-                              "OpenConnection: Fork Mount detected - enabling Raw RA/Dec Slews");
+        driver_.log.LogMessage("Connections", LogLevel::Info,
+                               "OpenConnection: Fork Mount detected - enabling Raw RA/Dec Slews");
     }
 }
 
 /// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
 /// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
-    needs_.log.LogMessage("OpenConnection", LogLevel::Error,
-                          "OpenConnection Failed. No response from COM" + opening.portText);
+    driver_.log.LogMessage("OpenConnection", LogLevel::Error,
+                           "OpenConnection Failed. No response from COM" + opening.portText);
     CloseConnection(kind);
     throw DriverError(ErrorNumber::NoMount);
 }
@@ -263,7 +263,7 @@ void ConnectionManager::CountClient(ClientKind kind) {
         ++state_.g_nFocuserConnects;
     }
     UpdateClientsLabel();
-    needs_.log.LogMessage("Connections", LogLevel::Info, "OpenConnection: " + Counts());
+    driver_.log.LogMessage("Connections", LogLevel::Info, "OpenConnection: " + Counts());
 }
 
 std::string ConnectionManager::Counts() const {
@@ -287,7 +287,7 @@ void ConnectionManager::CloseConnection(ClientKind kind) {
         uncount(state_.g_nFocuserConnects, state_.g_bFocuserConnected);
     }
     UpdateClientsLabel();
-    needs_.log.LogMessage("Connections", LogLevel::Info, "CloseConnection: " + Counts());
+    driver_.log.LogMessage("Connections", LogLevel::Info, "CloseConnection: " + Counts());
 }
 
 bool ConnectionManager::IsClientConnected(ClientKind kind) {
@@ -307,7 +307,7 @@ void ConnectionManager::ExitIfNoClients() {
 }
 
 void ConnectionManager::ShutdownDriver() {
-    ResumeNext errors{needs_.ledger, "ShutdownDriver"};
+    ResumeNext errors{driver_.ledger, "ShutdownDriver"};
     ended_ = true;
     if (needs_.link && needs_.link->Connected()) {
         errors.Step([&] { needs_.link->ClearBuffers(); });
@@ -329,8 +329,8 @@ void ConnectionManager::CheckQuay() {
         state_.g_bQuayHandlesSlews = false;
         return;
     }
-    const auto log = [&](LogLevel level, const std::string& text) { needs_.log.LogMessage("CheckQuay", level, text); };
-    ResumeNext errors{needs_.ledger, "CheckQuay"};
+    const auto log = [&](LogLevel level, const std::string& text) { driver_.log.LogMessage("CheckQuay", level, text); };
+    ResumeNext errors{driver_.ledger, "CheckQuay"};
     log(LogLevel::Info, "Checking for QUAY!");
     Sequence companion = Talk(procedure::Connect);
     errors.Step([&] { companion.CommandClear(); });
@@ -342,7 +342,7 @@ void ConnectionManager::CheckQuay() {
     }
     state_.g_bQuayLink = true;
     state_.g_nQuaySeq = 1;
-    errors.Assign(state_.g_bQuayHandlesSlews, [&] { return needs_.persist.ReadFlag(setting::QuayHandlesSlews); });
+    errors.Assign(state_.g_bQuayHandlesSlews, [&] { return driver_.persist.ReadFlag(setting::QuayHandlesSlews); });
     log(LogLevel::Info, "QUAY Found!");
     log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));
     ShowMountInfo("");
@@ -352,39 +352,39 @@ void ConnectionManager::PeriodicQuayCheck() {
     if (state_.g_bQuayLink || !state_.g_bQuayConfigured) {
         return;
     }
-    const Tick now = needs_.clock.GetTickCount();
+    const Tick now = driver_.clock.GetTickCount();
     if (state_.g_tickLastQuayCheck == Tick{}) {
         state_.g_tickLastQuayCheck = now;
     } else if (now - state_.g_tickLastQuayCheck >= kQuayCheckIntervalMs) {
         CheckQuay();
-        state_.g_tickLastQuayCheck = needs_.clock.GetTickCount();
+        state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();
     }
 }
 
 void ConnectionManager::ShowMountInfo(std::string_view port) {
-    ResumeNext errors{needs_.ledger, "ShowMountInfo"};
+    ResumeNext errors{driver_.ledger, "ShowMountInfo"};
     errors.Step([&] { needs_.handBox.frameMountPosition.Caption(MountInfoCaption(port)); });
 }
 
 std::string ConnectionManager::MountInfoCaption(std::string_view port) {
-    if (needs_.persist.Read(setting::chkIPAddress) == "0") {
+    if (driver_.persist.Read(setting::chkIPAddress) == "0") {
         std::string shown{port};
         if (shown.empty()) {
-            shown = needs_.persist.Read(setting::Port);
+            shown = driver_.persist.Read(setting::Port);
         } else {
-            needs_.persist.Write(setting::Port, shown);
+            driver_.persist.Write(setting::Port, shown);
         }
         return "Mount Info: " + shown + " (QUAY)";
     }
-    if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
-        return "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
+    if (driver_.persist.Read(setting::chkQuayRestApi) == "0") {
+        return "Mount Info: IP=" + driver_.persist.Read(setting::txtIpAddress);
     }
     return "Mount Info: REST (Port " + QuayRestPort() + ")";
 }
 
 void ConnectionManager::ResetCommCounters() {
-    const std::int32_t stalls = needs_.counters.Values().g_nMotorStalls;
-    needs_.counters.Reset();
+    const std::int32_t stalls = driver_.counters.Values().g_nMotorStalls;
+    driver_.counters.Reset();
     needs_.panel.UpdateErrorCounts();
     if (stalls >= 1) {
         Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);

@@ -19,21 +19,16 @@
 #include "settings/persist.h"
 #include "state/client_connections.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/sequence.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
 
 struct ConnectionManagerNeeds {
-    DriverState& state;
-    Persist& persist;
+    Essentials driver;
     const std::unique_ptr<MountLink>& link;
-    Log& log;
-    Counters& counters;
-    Waits& waits;
     StopDoor& door;
-    Clock& clock;
-    SwallowLedger& ledger;
     SystemInfo& systemInfo;
     ApplicationSettings& applicationSettings;
     frmHandBox& handBox;
@@ -52,7 +47,8 @@ struct ConnectionManagerNeeds {
 /// open while any object lives, and ends the process when the last object is gone. Logic thread only.
 class ConnectionManager final : public ClientConnections {
 public:
-    explicit ConnectionManager(ConnectionManagerNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+    explicit ConnectionManager(ConnectionManagerNeeds needs)
+        : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
 
     // ClientConnections
     void OpenConnection(ClientKind kind) override;
@@ -69,7 +65,7 @@ public:
     /// cannot be read counts as no reply: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
     /// Reads the site of the mount on the port of the settings and shows it on the hand box. Does not raise.
-    void ReadMountSite(bool silent);
+    void ReadMountSite(Notice notice);
     /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);
@@ -127,6 +123,7 @@ private:
     bool AskDegrees(const TextCommand& question, double& degrees);
 
     ConnectionManagerNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     bool ended_ = false;  ///< the driver was shut down, perhaps inside the pump of a call that still runs
 };

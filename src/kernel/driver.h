@@ -78,6 +78,7 @@ public:
     frmRcalSyncWarning& rcalSyncWarningForm = windows.rcalSyncWarning;
     frmAskAbortSlew& askAbortSlew = windows.askAbortSlew;
     Persist persist;
+    const Essentials essentials{state, persist, log, platform_.clock, waits, ledger, counters};
     Sites sites;
     LogPanel logPanel;
     KsMount mount;

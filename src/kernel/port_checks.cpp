@@ -47,7 +47,7 @@ bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(Mount
         }
     } catch (const DriverError&) {
         result = false;
-        ResumeNext errors{needs_.ledger, "CheckConnection"};
+        ResumeNext errors{driver_.ledger, "CheckConnection"};
         errors.Step([&] { link.ClearBuffers(); });
         if (openedHere) {
             errors.Step([&] { link.Connected(false); });
@@ -58,14 +58,14 @@ bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(Mount
 
 bool ConnectionManager::AskVersion(std::string& version) {
     for (int i = 0; i < kTries && version.empty(); ++i) {
-        needs_.log.LogMessage("CheckConnection", LogLevel::Info, "Sending request for version");
+        driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Sending request for version");
         version = Talk(procedure::PortCheck).CommandStringInternal(wire::Version);
     }
     return !version.empty();
 }
 
 bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version) {
-    needs_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
+    driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
     version.clear();
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeoutMS(kCheckTimeoutMs); },
@@ -74,7 +74,7 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
             if (!openedHere) {
                 link.Transmit(wire::EndInput.With("").OnTheWire());
             }
-            needs_.waits.WaitForMilliseconds(kSettleMs);
+            driver_.waits.WaitForMilliseconds(kSettleMs);
             if (timeoutMs > 0) {
                 link.ReceiveTimeoutMS(timeoutMs);
             }
@@ -85,7 +85,7 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
     link.ClearBuffers();
     Talk(procedure::PortCheck).CommandBlindInternal(wire::ToggleFormat);
-    needs_.waits.WaitForMilliseconds(kSettleMs);
+    driver_.waits.WaitForMilliseconds(kSettleMs);
     if (timeoutMs > 0) {
         link.ReceiveTimeoutMS(timeoutMs);
     }
@@ -94,15 +94,15 @@ void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeou
 bool ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
     const std::string reply = Talk(procedure::PortCheck).CommandStringInternal(question);
     double read = 0.0;
-    const bool good = ParseProtocolDegrees(reply, read, needs_.log);
+    const bool good = ParseProtocolDegrees(reply, read, driver_.log);
     degrees = good ? read : 0.0;
     return good;
 }
 
 bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
                                         double& latitude) {
-    needs_.log.LogMessage("GetMountLongLat", LogLevel::Info,
-                          "Getting Long/Lat for mount on COM" + std::to_string(port));
+    driver_.log.LogMessage("GetMountLongLat", LogLevel::Info,
+                           "Getting Long/Lat for mount on COM" + std::to_string(port));
     longitude = latitude = 0.0;
     return OnLink(
         port, [](MountLink&) {},
@@ -119,8 +119,8 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
 
 bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                                         std::string_view latitude) {
-    needs_.log.LogMessage("SetMountLongLat", LogLevel::Info,
-                          "Setting Long/Lat for mount on COM" + std::to_string(port));
+    driver_.log.LogMessage("SetMountLongLat", LogLevel::Info,
+                           "Setting Long/Lat for mount on COM" + std::to_string(port));
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeout(1); },
         [&](MountLink& link, bool) {

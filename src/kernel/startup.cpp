@@ -31,57 +31,57 @@ void RefuseStandAloneStart(MessageBoxes& messageBoxes) {
 }
 
 void Startup::Run() {
-    DriverState& state = needs_.state;
+    DriverState& state = driver_.state;
     state.g_sMountRateType = "unknown";
     state.g_bConnected = state.g_bFocuserConnected = false;
-    state.g_bDebugLog = needs_.persist.ReadFlag(setting::chkEnableDebugLog);
+    state.g_bDebugLog = driver_.persist.ReadFlag(setting::chkEnableDebugLog);
     if (state.g_bDebugLog) {
-        needs_.log.OpenLog();
+        driver_.log.OpenLog();
     }
     ListPorts();
     CreateLink();
     CreateProfile();
     EnsureUtil();
-    state.g_bUseOldButtonBehavior = needs_.persist.ReadFlag(setting::UseOldButtonBehavior);
+    state.g_bUseOldButtonBehavior = driver_.persist.ReadFlag(setting::UseOldButtonBehavior);
 }
 
 /// Listing gives a new adapter its number, so that the first one is COM1 before anybody opens it.
 void Startup::ListPorts() {
     const SerialPortList list = needs_.platform.serialPorts.ListPorts();
     if (list.ports.empty()) {
-        needs_.log.LogMessage("Ports", LogLevel::Info, "No serial port has a number yet");
+        driver_.log.LogMessage("Ports", LogLevel::Info, "No serial port has a number yet");
     }
     for (const SerialPortEntry& port : list.ports) {
-        needs_.log.LogMessage("Ports", LogLevel::Info,
-                              port.name + " is " + port.device + (port.present ? "" : ", which is not there now"));
+        driver_.log.LogMessage("Ports", LogLevel::Info,
+                               port.name + " is " + port.device + (port.present ? "" : ", which is not there now"));
     }
     for (const std::string& trouble : list.troubles) {
-        needs_.log.LogMessage("Ports", LogLevel::Warning, trouble);
+        driver_.log.LogMessage("Ports", LogLevel::Warning, trouble);
     }
 }
 
 void Startup::CreateLink() {
-    ResumeNext errors{needs_.ledger, "CreateLink"};
+    ResumeNext errors{driver_.ledger, "CreateLink"};
     std::string ip = "0";
-    errors.Assign(ip, [&] { return needs_.persist.Read(setting::chkIPAddress); });
+    errors.Assign(ip, [&] { return driver_.persist.Read(setting::chkIPAddress); });
     if (ip == "0") {
         errors.Step([&] {
             needs_.link = std::make_unique<classSerial>(SerialNeeds{
                 .ports = needs_.platform.serialPorts,
                 .clock = needs_.platform.clock,
-                .log = needs_.log,
-                .counters = needs_.counters,
+                .log = driver_.log,
+                .counters = driver_.counters,
                 .alarmFilter = needs_.alarmFilter,
-                .ledger = needs_.ledger,
-                .persist = needs_.persist,
+                .ledger = driver_.ledger,
+                .persist = driver_.persist,
             });
         });
         return;
     }
-    auto link = std::make_unique<classTCPComm>(needs_.log);
+    auto link = std::make_unique<classTCPComm>(driver_.log);
     classTCPComm& adapter = *link;
     needs_.link = std::move(link);
-    errors.Step([&] { adapter.IpAddress(needs_.persist.Read(setting::txtIpAddress)); });
+    errors.Step([&] { adapter.IpAddress(driver_.persist.Read(setting::txtIpAddress)); });
     errors.Step([&] { needs_.showMountInfo(); });
 }
 

@@ -12,17 +12,14 @@
 #include "settings/persist.h"
 #include "state/client_connections.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 
 namespace kestrane {
 
 struct StartupNeeds {
+    Essentials driver;
     Platform& platform;
-    DriverState& state;
-    Persist& persist;
-    Log& log;
-    Counters& counters;
     AlarmFilter& alarmFilter;
-    SwallowLedger& ledger;
     std::unique_ptr<MountLink>& link;
     std::function<void()> showMountInfo;  ///< the caption of the mount's frame, without a port
 };
@@ -31,7 +28,7 @@ struct StartupNeeds {
 /// Logic thread only.
 class Startup final : public DeviceRegistration {
 public:
-    explicit Startup(StartupNeeds needs) : needs_(std::move(needs)) {}
+    explicit Startup(StartupNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver) {}
 
     /// Everything from the first state of the process to the point where clients' objects are served.
     void Run();
@@ -55,6 +52,7 @@ private:
     bool Refuse(std::string_view message);
 
     StartupNeeds needs_;
+    Essentials driver_;
     std::unique_ptr<Profile> profile_;
     bool utilCreated_ = false;
     bool driverHelperCreated_ = false;

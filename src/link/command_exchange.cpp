@@ -94,19 +94,19 @@ std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
 }
 
 void CommandExchange::CommandBlindLight(std::string_view command) {
-    ResumeNext errors{needs_.ledger, "CommandBlindLight"};
+    ResumeNext errors{driver_.ledger, "CommandBlindLight"};
     const std::string text = OwnText<ReplyForm::None>(command, false).OnTheWire();
     Info(kAscom, "TX: " + text);
     errors.Step([&] { Link().Transmit(text); });
 }
 
 void CommandExchange::Clear(std::string_view origin) {
-    ResumeNext errors{needs_.ledger, "CommandClear"};
+    ResumeNext errors{driver_.ledger, "CommandClear"};
     Info(origin, "CommandClear()");
     errors.Step([&] { Link().Transmit(kTerminator); });
-    needs_.waits.WaitForMilliseconds(kPauseBeforeDrainMs);
+    driver_.waits.WaitForMilliseconds(kPauseBeforeDrainMs);
     errors.Step([&] { Link().ClearBuffers(); });
-    needs_.state.g_bResync = false;
+    driver_.state.g_bResync = false;
 }
 
 void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std::string_view origin) {
@@ -116,11 +116,11 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
         return;
     }
     const std::string text = command.OnTheWire();
-    ResumeNext errors{needs_.ledger, "CommandBlind"};
+    ResumeNext errors{driver_.ledger, "CommandBlind"};
     Info(origin, "CommandBlind TX='" + text + "'");
     DropInputIfOutOfStep(errors);
     errors.Step([&] { Link().Transmit(text); });
-    needs_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
+    driver_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
 }
 
 bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {
@@ -130,13 +130,13 @@ bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command,
         return true;
     }
     const std::string text = command.OnTheWire();
-    ResumeNext errors{needs_.ledger, "CommandBool"};
+    ResumeNext errors{driver_.ledger, "CommandBool"};
     std::string reply;
     for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
         if (TryBool(text, reply, caller, errors)) {
             return true;
         }
-        needs_.counters.CountRetransmit();
+        driver_.counters.CountRetransmit();
         if (retriesLeft > 0) {
             Error(caller.origin,
                   Exchanged("CommandBool: NO Response or bad response to '", text, reply) + "' -> Retrying!");
@@ -146,7 +146,7 @@ bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command,
                   Exchanged("CommandBool: NO Response or bad response: '", text, reply) + "' -> Giving up!");
         }
     }
-    needs_.counters.CountReceiveCountedError();
+    driver_.counters.CountReceiveCountedError();
     CommandClearInternal();
     return false;
 }
@@ -173,7 +173,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
         return {};
     }
     const std::string text = command.OnTheWire();
-    ResumeNext errors{needs_.ledger, "CommandString"};
+    ResumeNext errors{driver_.ledger, "CommandString"};
     if (text.starts_with(kDriverCommandHead)) {
         return DriverCommand(text, origin, errors);
     }
@@ -183,15 +183,16 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
         DropInputIfOutOfStep(errors);
-        if (needs_.state.g_bQuayLink) {
+        if (driver_.state.g_bQuayLink) {
             return ThroughCompanion(
-                {command.text, WrapForCompanion(command.text, command.Raw(), needs_.state.g_nQuaySeq), origin}, errors);
+                {command.text, WrapForCompanion(command.text, command.Raw(), driver_.state.g_nQuaySeq), origin},
+                errors);
         }
         EndLongReadLimit(errors);
         if (TryString(text, reply, origin, errors)) {
             return reply.substr(0, reply.size() - 1);
         }
-        needs_.counters.CountRetransmit();
+        driver_.counters.CountRetransmit();
         const std::string fault = Exchanged("CommandString: NO Response or bad response: '", text, reply);
         if (retriesLeft > 0) {
             PrepareStringRetry(reply, fault, origin, errors);
@@ -199,7 +200,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
             Error(origin, fault + "' -> Giving up!");
         }
     }
-    needs_.counters.CountReceiveTerminatedError();
+    driver_.counters.CountReceiveTerminatedError();
     CommandClearInternal();
     return {};
 }
@@ -223,7 +224,7 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
     std::int32_t interval = 0;
     errors.Step([&] { Link().GetReadTimeouts(total, multiplier, interval); });
     Error(origin, fault + "' -> Retrying!");
-    needs_.waits.WaitForMilliseconds(kPauseBeforeRetryMs);
+    driver_.waits.WaitForMilliseconds(kPauseBeforeRetryMs);
     CommandClearInternal();
     errors.Assign(reply, [&] { return Link().Receive(); });
 }
@@ -245,8 +246,8 @@ std::string CommandExchange::ThroughCompanion(const Wrapped& wrapped, ResumeNext
     if (!result.empty()) {
         result.pop_back();
     }
-    if (needs_.state.g_nQuaySeq < std::numeric_limits<std::int32_t>::max()) {
-        ++needs_.state.g_nQuaySeq;
+    if (driver_.state.g_nQuaySeq < std::numeric_limits<std::int32_t>::max()) {
+        ++driver_.state.g_nQuaySeq;
     }
     return result;
 }
@@ -262,16 +263,16 @@ std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& w
         }
         std::int32_t received = -1;
         if (parts.hasNumber) {
-            errors.Assign(received, [&] { return RoundHalfEven(Val_Global(parts.number, needs_.log)); });
+            errors.Assign(received, [&] { return RoundHalfEven(Val_Global(parts.number, driver_.log)); });
         }
-        if (received == needs_.state.g_nQuaySeq) {
+        if (received == driver_.state.g_nQuaySeq) {
             Info(wrapped.origin, Exchanged("CommandString: QUAY response: '", wrapped.text, parts.result) + "'");
             return parts.result;
         }
         const std::int64_t lag = CompanionLag(parts.result, received, wrapped);
         if ((lag != 1 && lag != 2) || staleReads == kMostStaleReads) {
-            needs_.log.LogMessage(kTelescope, LogLevel::Warning,
-                                  "CommandString: Sequence number is behind by " + std::to_string(lag));
+            driver_.log.LogMessage(kTelescope, LogLevel::Warning,
+                                   "CommandString: Sequence number is behind by " + std::to_string(lag));
             errors.Step([&] { Link().ClearBuffers(); });
             return std::string(kTerminator);
         }
@@ -281,22 +282,22 @@ std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& w
 }
 
 std::int64_t CommandExchange::CompanionLag(const std::string& result, std::int32_t received, const Wrapped& wrapped) {
-    const std::int32_t expected = needs_.state.g_nQuaySeq;
+    const std::int32_t expected = driver_.state.g_nQuaySeq;
     Error(wrapped.origin, std::to_string(received));
     Error(wrapped.origin, Exchanged("CommandString: QUAY response: '", wrapped.text, result) +
                               "', SeqNum Mismatch=" + std::to_string(expected) + " " + std::to_string(received));
-    needs_.counters.CountReceiveTerminatedError();
+    driver_.counters.CountReceiveTerminatedError();
     return std::int64_t{expected} - received;
 }
 
 void CommandExchange::GetInStep() {
-    if (needs_.state.g_bResync) {
+    if (driver_.state.g_bResync) {
         CommandClearInternal();
     }
 }
 
 void CommandExchange::DropInputIfOutOfStep(ResumeNext& errors) {
-    if (needs_.state.g_bResync) {
+    if (driver_.state.g_bResync) {
         errors.Step([&] { Link().ClearBuffers(); });
     }
 }
@@ -304,21 +305,21 @@ void CommandExchange::DropInputIfOutOfStep(ResumeNext& errors) {
 void CommandExchange::EndLongReadLimit(ResumeNext& errors) {
     errors.Step([&] {
         if (Link().ReceiveTimeoutMS() == kPortCheckReadLimitMs) {
-            Link().ReceiveTimeoutMS(needs_.state.g_nReceiveTimeoutMS);
+            Link().ReceiveTimeoutMS(driver_.state.g_nReceiveTimeoutMS);
         }
     });
 }
 
 void CommandExchange::PauseAfterGoodReply(const std::string& text) {
-    needs_.waits.WaitForMilliseconds(wire::CareOf(text).pauseMs);
+    driver_.waits.WaitForMilliseconds(wire::CareOf(text).pauseMs);
 }
 
 void CommandExchange::Info(std::string_view origin, std::string_view message) {
-    needs_.log.LogMessage(origin, LogLevel::Info, message);
+    driver_.log.LogMessage(origin, LogLevel::Info, message);
 }
 
 void CommandExchange::Error(std::string_view origin, std::string_view message) {
-    needs_.log.LogMessage(origin, LogLevel::Error, message);
+    driver_.log.LogMessage(origin, LogLevel::Error, message);
 }
 
 MountLink& CommandExchange::Link() {

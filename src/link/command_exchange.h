@@ -12,19 +12,15 @@
 #include "kernel/base/waits.h"
 #include "link/mount_link.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/mount_commands.h"
 
 namespace kestrane {
 
 /// What an exchange needs from its surroundings. All of it outlives the exchange.
 struct ExchangeNeeds {
-    DriverState& state;
+    Essentials driver;
     const std::unique_ptr<MountLink>& link;  ///< may be empty: every call then fails silently
-    Log& log;
-    Counters& counters;
-    Waits& waits;
-    Clock& clock;
-    SwallowLedger& ledger;
     /// Runs the text after "RAW," and returns its reply.
     std::function<std::string(std::string_view)> executeDriverCommand;
     /// Called when the mount answered well.
@@ -39,7 +35,7 @@ struct ExchangeNeeds {
 /// counts as success.
 class CommandExchange final : public MountCommands {
 public:
-    explicit CommandExchange(ExchangeNeeds needs) : needs_(std::move(needs)) {}
+    explicit CommandExchange(ExchangeNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver) {}
 
     /// Retries after the first try, 0 to 5; a value outside becomes the nearer bound. 0 at creation.
     std::int16_t MaxSerialRetries() const { return maxSerialRetries_; }
@@ -108,6 +104,7 @@ private:
     MountLink& Link();
 
     ExchangeNeeds needs_;
+    Essentials driver_;
     std::int16_t maxSerialRetries_ = 0;
 };
 

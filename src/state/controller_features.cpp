@@ -35,7 +35,7 @@ bool FirmwareHasKingRate(int major, int minor) {
 }  // namespace
 
 void ControllerFeatures::Apply(Controller_Type controller, int major, int minor) {
-    DriverState& state = needs_.state;
+    DriverState& state = driver_.state;
     needs_.mount.ControllerType = controller;
     state.g_bBacklashAvailable = state.g_bPemAvailable = state.g_bFocuserAvailable = true;
     state.g_bKingRateAvailable = false;
@@ -68,8 +68,8 @@ void ControllerFeatures::ShowIpLink(bool offered) {
 }
 
 void ControllerFeatures::ShowControls() {
-    const bool backlash = needs_.state.g_bBacklashAvailable;
-    const bool pem = needs_.state.g_bPemAvailable;
+    const bool backlash = driver_.state.g_bBacklashAvailable;
+    const bool pem = driver_.state.g_bPemAvailable;
     const auto show = [&](auto& form) {
         form.chkSetRABacklash.Visible(backlash);
         form.txtInitRaBacklash.Visible(backlash);
@@ -82,7 +82,7 @@ void ControllerFeatures::ShowControls() {
     show(needs_.initMount);
     ShowCustomSlewBounds();
     // Disabled also on the controller that always shows the box: its firmware has no King rate.
-    needs_.handBox.chkEnableKingRate.Enabled(needs_.state.g_bKingRateAvailable);
+    needs_.handBox.chkEnableKingRate.Enabled(driver_.state.g_bKingRateAvailable);
     needs_.panel.ShowMountFeatures();
 }
 

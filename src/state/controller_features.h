@@ -6,12 +6,13 @@
 #include "forms/frm_initial_setup.h"
 #include "forms/hand_box_display.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/mount_rates.h"
 
 namespace kestrane {
 
 struct ControllerFeaturesNeeds {
-    DriverState& state;
+    Essentials driver;
     KsMount& mount;
     MountRates& rates;
     frmHandBox& handBox;
@@ -24,7 +25,7 @@ struct ControllerFeaturesNeeds {
 /// are offered. Logic thread only.
 class ControllerFeatures {
 public:
-    explicit ControllerFeatures(ControllerFeaturesNeeds needs) : needs_(needs) {}
+    explicit ControllerFeatures(ControllerFeaturesNeeds needs) : needs_(needs), driver_(needs_.driver) {}
 
     /// `major` and `minor` are the numbers of the firmware, 0 and 0 while it is not known. The rate tables are rebuilt:
     /// for the newest controller those of type "3", for the others those of a mount that has not reported its rate
@@ -40,6 +41,7 @@ private:
     void ShowControls();
 
     ControllerFeaturesNeeds needs_;
+    Essentials driver_;
 };
 
 }  // namespace kestrane

@@ -31,9 +31,10 @@ std::optional<std::int32_t> ParseIndex(std::string_view text) {
 
 EventJournal::EventJournal(EventJournalNeeds needs)
     : needs_(needs),
-      state_(needs.state),
-      referenceTick_(needs.clock.GetTickCount()),
-      referenceTime_(needs.clock.GetLocalTime()) {}
+      driver_(needs_.driver),
+      state_(driver_.state),
+      referenceTick_(driver_.clock.GetTickCount()),
+      referenceTime_(driver_.clock.GetLocalTime()) {}
 
 template <typename Entry>
 void EventJournal::Ring<Entry>::WrapIndex() {
@@ -68,8 +69,8 @@ std::string EventJournal::Ring<Entry>::ReadFrom(std::int32_t index) const {
 void EventJournal::ResetEvents() {
     pulses_ = {};
     positions_ = {};
-    referenceTick_ = needs_.clock.GetTickCount();
-    referenceTime_ = needs_.clock.GetLocalTime();
+    referenceTick_ = driver_.clock.GetTickCount();
+    referenceTime_ = driver_.clock.GetLocalTime();
     lastRa_ = lastDec_ = kNoPosition;
 }
 
@@ -95,9 +96,9 @@ void EventJournal::NoteStandingStill(double ra, double dec) {
     CountSamePosition();
     const bool noRateShown = state_.g_nDisplayedRate < 0;
     if (noRateShown && state_.g_nSamePosition >= kStandsStill) {
-        needs_.log.LogMessage("AddRaDecEvent", LogLevel::Info, "Determined Tracking rate is enabled!");
+        driver_.log.LogMessage("AddRaDecEvent", LogLevel::Info, "Determined Tracking rate is enabled!");
         state_.g_bTracking = true;
-        needs_.panel.ShowTrackingRate(displayed_rate::Sidereal, false);
+        needs_.panel.ShowTrackingRate(displayed_rate::Sidereal, RateCorrection::Off);
     }
     if (!state_.g_bParked || (ra == kPowerOnRa && dec == kPowerOnDec)) {
         return;

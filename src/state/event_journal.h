@@ -10,15 +10,14 @@
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/motion.h"
 
 namespace kestrane {
 
 struct EventJournalNeeds {
-    DriverState& state;
+    Essentials driver;
     Motion& motion;
-    Log& log;
-    Clock& clock;
     HandBoxDisplay& panel;
 };
 
@@ -82,11 +81,12 @@ private:
     static std::string Fields(const Position& position);
     template <typename Entry>
     std::string Answer(std::string_view verb, std::string_view argument, const Ring<Entry>& ring) const;
-    std::int32_t Now() const { return needs_.clock.GetTickCount() - referenceTick_; }
+    std::int32_t Now() const { return driver_.clock.GetTickCount() - referenceTick_; }
     void NoteStandingStill(double ra, double dec);
     void CountSamePosition();
 
     EventJournalNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     Tick referenceTick_;
     DateTime referenceTime_;

@@ -29,15 +29,15 @@ std::string WithDroppedDigit(const std::string& reply) {
 }  // namespace
 
 bool MountQueries::IsDue(Tick stamp, std::int32_t interval) const {
-    return (needs_.clock.GetTickCount() - interval) - stamp > 0;
+    return (driver_.clock.GetTickCount() - interval) - stamp > 0;
 }
 
 void MountQueries::MakeDue(Tick& stamp, std::int32_t interval) const {
-    stamp = needs_.clock.GetTickCount() - interval;
+    stamp = driver_.clock.GetTickCount() - interval;
 }
 
 void MountQueries::ResetQueryTimes() {
-    const Tick now = needs_.clock.GetTickCount();
+    const Tick now = driver_.clock.GetTickCount();
     state_.g_tickLastRa = state_.g_tickLastDec = state_.g_tickLastAlt = state_.g_tickLastAz = now;
     for (Tick* stamp : {&state_.g_tickLastTime, &state_.g_tickLastLst, &state_.g_tickLastGos}) {
         MakeDue(*stamp, kSlowIntervalMs);
@@ -49,10 +49,10 @@ void MountQueries::ResetQueryTimes() {
     MakeDue(state_.g_tickLastSide, kSideIntervalMs);
 }
 
-std::string MountQueries::Ask(const TextCommand& question, bool clearFirst) {
+std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) {
     Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::Picture);
     mount.LetStopIn();  // before `g_bResync` is looked at: a stop clears the line too
-    if (clearFirst && state_.g_bResync) {
+    if (leftovers == Leftovers::Cleared && state_.g_bResync) {
         mount.CommandClearInternal();
     }
     return mount.CommandStringInternal(question);
@@ -67,12 +67,12 @@ bool MountQueries::QueryRa() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastRa = needs_.clock.GetTickCount();
+    state_.g_tickLastRa = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblRA.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetRa, true);
+    const std::string reply = Ask(wire::GetRa);
     double ra = 0.0;
     if (reply.empty()) {
         NoteNoResponse();
@@ -80,13 +80,13 @@ bool MountQueries::QueryRa() {
     } else if (reply.find(':') != 2) {
         ClearReceiveBuffer();
         RecoverSlippedExchange("RA Query", "RA Query possibly out of sequence... trying to recover...");
-    } else if (!ParseProtocolHours(reply, ra, needs_.log)) {
+    } else if (!ParseProtocolHours(reply, ra, driver_.log)) {
         // The mount is in short format: toggle it, and let the next tick ask again. Intentional: this counts as an
         // answer.
-        needs_.log.LogMessage("RA Query", LogLevel::Error,
-                              "Detected corrupted or short format response... sending long format command...");
+        driver_.log.LogMessage("RA Query", LogLevel::Error,
+                               "Detected corrupted or short format response... sending long format command...");
         Talk().CommandBlindInternal(wire::ToggleFormat);
-        state_.g_tickLastRa = needs_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
+        state_.g_tickLastRa = driver_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
         return true;
     } else if (KeepRa(reply)) {
         return true;
@@ -95,12 +95,12 @@ bool MountQueries::QueryRa() {
         ClearReceiveBuffer();
     }
     UpdateHourAngle();
-    state_.g_tickLastRa = needs_.clock.GetTickCount();
+    state_.g_tickLastRa = driver_.clock.GetTickCount();
     return false;
 }
 
 bool MountQueries::KeepRa(const std::string& reply) {
-    const double ra = ProtocolHours(reply, needs_.log);
+    const double ra = ProtocolHours(reply, driver_.log);
     if (ra < 0.0 || ra >= 24.0) {
         return false;
     }
@@ -120,17 +120,17 @@ bool MountQueries::QueryDec() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastDec = needs_.clock.GetTickCount();
+    state_.g_tickLastDec = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblDEC.Text("");
         return false;
     }
-    std::string reply = Ask(wire::GetDec, true);
+    std::string reply = Ask(wire::GetDec);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Dec Query", "Dec");
         ClearReceiveBuffer();
-        state_.g_tickLastDec = needs_.clock.GetTickCount();
+        state_.g_tickLastDec = driver_.clock.GetTickCount();
         return false;
     }
     // This firmware drops a digit of the degrees; the form of its replies is not checked.
@@ -139,8 +139,8 @@ bool MountQueries::QueryDec() {
         reply = WithDroppedDigit(reply);
     }
     double dec = 0.0;
-    const bool read = ParseProtocolDegrees(reply, dec, needs_.log);
-    if (!dropsDigit && !(read && IsDecReply(reply, needs_.log))) {
+    const bool read = ParseProtocolDegrees(reply, dec, driver_.log);
+    if (!dropsDigit && !(read && IsDecReply(reply, driver_.log))) {
         LogIgnored("Dec Query");
         return false;
     }
@@ -149,7 +149,7 @@ bool MountQueries::QueryDec() {
     }
     RecoverSlippedExchange("Dec Query", "Declination out of range - command possibly out of sequence...");
     ClearReceiveBuffer();
-    state_.g_tickLastDec = needs_.clock.GetTickCount();
+    state_.g_tickLastDec = driver_.clock.GetTickCount();
     return false;
 }
 
@@ -177,7 +177,7 @@ bool MountQueries::QueryAlt() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastAlt = needs_.clock.GetTickCount();
+    state_.g_tickLastAlt = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblAlt.Text("");
         return false;
@@ -187,15 +187,15 @@ bool MountQueries::QueryAlt() {
         NoteQuerySuccess();
         return true;
     }
-    const std::string reply = Ask(wire::GetAltitude, true);
+    const std::string reply = Ask(wire::GetAltitude);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Alt Query", "Alt");
-        state_.g_tickLastAlt = needs_.clock.GetTickCount();
+        state_.g_tickLastAlt = driver_.clock.GetTickCount();
         return false;
     }
     double altitude = 0.0;
-    if (!IsDecReply(reply, needs_.log) || !ParseProtocolDegrees(reply, altitude, needs_.log)) {
+    if (!IsDecReply(reply, driver_.log) || !ParseProtocolDegrees(reply, altitude, driver_.log)) {
         LogIgnored("Alt Query");
         return false;
     }
@@ -208,7 +208,7 @@ bool MountQueries::QueryAz() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastAz = needs_.clock.GetTickCount();
+    state_.g_tickLastAz = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblAz.Text("");
         return false;
@@ -219,18 +219,18 @@ bool MountQueries::QueryAz() {
         return true;
     }
     // Intentional: no clear before this query; its clear comes after a failed exchange.
-    const std::string reply = Ask(wire::GetAzimuth, false);
+    const std::string reply = Ask(wire::GetAzimuth, Leftovers::Kept);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Az Query", "Az");
-        state_.g_tickLastAz = needs_.clock.GetTickCount();
+        state_.g_tickLastAz = driver_.clock.GetTickCount();
         if (state_.g_bResync) {
             Talk().CommandClearInternal();
         }
         return false;
     }
     double azimuth = 0.0;
-    if (!IsAzReply(reply, needs_.log) || !ParseProtocolDegrees(reply, azimuth, needs_.log)) {
+    if (!IsAzReply(reply, driver_.log) || !ParseProtocolDegrees(reply, azimuth, driver_.log)) {
         LogIgnored("Az Query");
         return false;
     }
@@ -272,9 +272,9 @@ bool MountQueries::QueryGos() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastGos = needs_.clock.GetTickCount();
+    state_.g_tickLastGos = driver_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
-        const std::string reply = Ask(wire::Status, true);
+        const std::string reply = Ask(wire::Status);
         if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
             // A coordinate or a time may have the length of a status text, and would be read as motion or stillness.
             RecoverSlippedExchange("GOS Query", kIgnored);
@@ -305,7 +305,7 @@ void MountQueries::CheckInitialPosition() {
         return;  // a report that came in during a wait, while the hand box is being filled
     }
     fillingHandBox_ = true;
-    ResumeNext errors{needs_.ledger, "CheckInitialPosition"};
+    ResumeNext errors{driver_.ledger, "CheckInitialPosition"};
     errors.Step([&] {
         if (TelescopeActions* telescope = needs_.telescope()) {
             telescope->InitUI();
@@ -356,8 +356,8 @@ void MountQueries::BlankPosition() {
 }
 
 void MountQueries::ClearReceiveBuffer() {
-    ResumeNext errors{needs_.ledger, "ClearReceiveBuffer"};
-    const Tick start = needs_.clock.GetTickCount();
+    ResumeNext errors{driver_.ledger, "ClearReceiveBuffer"};
+    const Tick start = driver_.clock.GetTickCount();
     int count = 0;
     std::string byte;
     do {
@@ -365,23 +365,23 @@ void MountQueries::ClearReceiveBuffer() {
         errors.Assign(byte, [&] { return needs_.receiveOne(); });
         count += byte.empty() ? 0 : 1;
         // A line that never falls silent must not hold up the driver: the same limit as the drain of the transport.
-    } while (!byte.empty() && needs_.clock.GetTickCount() - start < kDrainLimitMs);
-    needs_.log.LogMessage("ClearReceiveBuffer", LogLevel::Info, "Cleared " + std::to_string(count) + " Bytes");
+    } while (!byte.empty() && driver_.clock.GetTickCount() - start < kDrainLimitMs);
+    driver_.log.LogMessage("ClearReceiveBuffer", LogLevel::Info, "Cleared " + std::to_string(count) + " Bytes");
 }
 
 void MountQueries::RecoverSlippedExchange(std::string_view origin, std::string_view text) {
-    needs_.log.LogMessage(origin, LogLevel::Error, text);
-    needs_.counters.CountRetransmit();
+    driver_.log.LogMessage(origin, LogLevel::Error, text);
+    driver_.counters.CountRetransmit();
     state_.g_bResync = true;
 }
 
 void MountQueries::LogNoResponse(std::string_view origin, std::string_view what) {
-    needs_.log.LogMessage(origin, LogLevel::Error,
-                          "No response querying " + std::string(what) + " - " + std::to_string(state_.g_nNoResponse));
+    driver_.log.LogMessage(origin, LogLevel::Error,
+                           "No response querying " + std::string(what) + " - " + std::to_string(state_.g_nNoResponse));
 }
 
 void MountQueries::LogIgnored(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Error, kIgnored);
+    driver_.log.LogMessage(origin, LogLevel::Error, kIgnored);
 }
 
 bool MountQueries::PositionLabelsShown() const {

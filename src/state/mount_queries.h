@@ -15,6 +15,7 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/event_journal.h"
 #include "state/sequence.h"
 #include "state/telescope_actions.h"
@@ -22,14 +23,9 @@
 namespace kestrane {
 
 struct MountQueriesNeeds {
-    DriverState& state;
-    Persist& persist;
-    Log& log;
-    Counters& counters;
-    Clock& clock;
+    Essentials driver;
     StopDoor& door;
     Astronomy& astronomy;
-    SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
@@ -59,7 +55,8 @@ public:
     static constexpr std::int32_t kSideIntervalMs = 4000;
     static constexpr std::int32_t kTimeZoneIntervalMs = 30000;
 
-    explicit MountQueries(MountQueriesNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+    explicit MountQueries(MountQueriesNeeds needs)
+        : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
 
     bool QueryRa();
     bool QueryDec();
@@ -125,7 +122,9 @@ private:
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
     void LogIgnored(std::string_view origin);
-    std::string Ask(const TextCommand& question, bool clearFirst);
+    /// What waits on a line that needs a resync when a question is about to go out.
+    enum class Leftovers { Cleared, Kept };
+    std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared);
     Sequence Talk();
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
@@ -139,6 +138,7 @@ private:
     void BlankPosition();
 
     MountQueriesNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     // Bases of their own, written only together with the value: a query without an answer must not shift it.
     Tick lstBase_;                 ///< when `g_dLst` was read

@@ -23,7 +23,7 @@ std::vector<std::string> TextsOf(const MountRateCollection& rates) {
 }  // namespace
 
 void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
-    const bool isNew = type != needs_.state.g_sMountRateType;
+    const bool isNew = type != driver_.state.g_sMountRateType;
     if (factory_ && !isNew && rebuild == RebuildRates::WhenTypeIsNew) {
         return;
     }
@@ -32,29 +32,29 @@ void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
     }
     const std::string newType{type};
     if (!factory_->CreateRateCollections(newType, guide_, centering_, slew_)) {
-        needs_.log.LogMessage("UpdateMountRates", LogLevel::Error,
-                              "Failed to create mount rate lists for mount type '" + newType + "'");
+        driver_.log.LogMessage("UpdateMountRates", LogLevel::Error,
+                               "Failed to create mount rate lists for mount type '" + newType + "'");
         return;
     }
-    needs_.state.g_sMountRateType = newType;
-    needs_.log.LogMessage("UpdateMountRates", LogLevel::Info, "Created mount rate lists - MountRateType=" + newType);
+    driver_.state.g_sMountRateType = newType;
+    driver_.log.LogMessage("UpdateMountRates", LogLevel::Info, "Created mount rate lists - MountRateType=" + newType);
     LogRates("Guider Rate", guide_);
     LogRates("Centering Rate", centering_);
     LogRates("Slew Rate", slew_);
     FillLists();
-    needs_.persist.Write(setting::MountRateType, newType);
+    driver_.persist.Write(setting::MountRateType, newType);
 }
 
 bool MountRates::IsRateTypeOpen() const {
-    return needs_.state.g_sMountRateType.empty() || needs_.state.g_sMountRateType == "unknown";
+    return driver_.state.g_sMountRateType.empty() || driver_.state.g_sMountRateType == "unknown";
 }
 
 void MountRates::LogRates(std::string_view origin, const MountRateCollection& rates) {
     const std::vector<MountRateInstance> rows = rates.GetRateCollection();
     for (std::size_t i = 1; i < rows.size(); ++i) {
-        needs_.log.LogMessage(origin, LogLevel::Info,
-                              "Rate= " + PlainNumber(rows[i].RateValue()) + ", String=" + rows[i].RateString() +
-                                  ", Command=" + rows[i].MountCommand());
+        driver_.log.LogMessage(origin, LogLevel::Info,
+                               "Rate= " + PlainNumber(rows[i].RateValue()) + ", String=" + rows[i].RateString() +
+                                   ", Command=" + rows[i].MountCommand());
     }
 }
 
@@ -73,7 +73,7 @@ void MountRates::FillLists() {
     Fill(needs_.handBox.cbxMoveRate, move, setting::cbxMoveRate);
 
     std::vector<std::string> slew = TextsOf(slew_);
-    if (needs_.state.g_bHasCustomRates) {
+    if (driver_.state.g_bHasCustomRates) {
         slew.emplace_back("Custom");
     }
     for (ComboBox* list :
@@ -84,7 +84,7 @@ void MountRates::FillLists() {
 
 void MountRates::Fill(ComboBox& list, const std::vector<std::string>& texts, const SettingKey& selection) {
     const double last = static_cast<double>(texts.size()) - 1;
-    const double stored = Val_Global(needs_.persist.Read(selection), needs_.log);
+    const double stored = Val_Global(driver_.persist.Read(selection), driver_.log);
     list.ListItems(texts);
     list.ListIndex(RoundHalfEven(std::clamp(stored, -1.0, last)));
 }

@@ -11,13 +11,12 @@
 #include "kernel/base/log.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 
 namespace kestrane {
 
 struct MountRatesNeeds {
-    DriverState& state;
-    Persist& persist;
-    Log& log;
+    Essentials driver;
     KsMount& mount;
     frmHandBox& handBox;
     frmInitialSetup& initialSetup;
@@ -29,7 +28,7 @@ enum class RebuildRates { WhenTypeIsNew, Always };
 /// The rate tables in use and the lists that are filled from them. Logic thread only.
 class MountRates {
 public:
-    explicit MountRates(MountRatesNeeds needs) : needs_(needs) {}
+    explicit MountRates(MountRatesNeeds needs) : needs_(needs), driver_(needs_.driver) {}
 
     /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in use, when there are none yet,
     /// or always; then fills the lists and stores the type as `MountRateType`. Any other type gives the legacy rows and
@@ -50,6 +49,7 @@ private:
     void Fill(ComboBox& list, const std::vector<std::string>& texts, const SettingKey& selection);
 
     MountRatesNeeds needs_;
+    Essentials driver_;
     std::optional<MountRatesFactory> factory_;
     MountRateCollection guide_, centering_, slew_;
 };

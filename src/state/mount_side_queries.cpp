@@ -23,7 +23,7 @@ bool MountQueries::QuerySideOfMount() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastSide = needs_.clock.GetTickCount();
+    state_.g_tickLastSide = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblPierSide.Text("");
         return false;
@@ -32,7 +32,7 @@ bool MountQueries::QuerySideOfMount() {
     state_.g_nSideOfPier =
         (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? pier_side::West : pier_side::East;
     if (state_.g_sVersion > kLastWithoutPierSide) {
-        const std::string reply = Ask(wire::GetPierSide, true);
+        const std::string reply = Ask(wire::GetPierSide);
         if (reply == pier_side::kEastText) {
             state_.g_nSideOfPier = pier_side::East;
         } else if (reply == pier_side::kWestText) {
@@ -41,7 +41,7 @@ bool MountQueries::QuerySideOfMount() {
         if (reply.empty()) {
             NoteNoResponse();
             LogNoResponse("SideOfMount Query", "SideOfMount");
-            state_.g_tickLastSide = needs_.clock.GetTickCount() + kSlowIntervalMs;
+            state_.g_tickLastSide = driver_.clock.GetTickCount() + kSlowIntervalMs;
         } else {
             NoteQuerySuccess();
         }
@@ -50,8 +50,8 @@ bool MountQueries::QuerySideOfMount() {
     const std::string_view side = state_.g_bWestSide ? pier_side::kWestText : pier_side::kEastText;
     needs_.handBox.lblPierSide.Text(side);
     UpdateCounterweightState();
-    needs_.log.LogMessage("Counterweight", LogLevel::Info,
-                          state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
+    driver_.log.LogMessage("Counterweight", LogLevel::Info,
+                           state_.g_bCounterweightUp ? "Counterweight UP" : "Counterweight Down");
     needs_.statusWindow.lblPierSide.Text(side);
     return true;
 }

@@ -35,26 +35,26 @@ bool MountQueries::QueryLst() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastLst = needs_.clock.GetTickCount();
+    state_.g_tickLastLst = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblLST.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetSiderealTime, true);
+    const std::string reply = Ask(wire::GetSiderealTime);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("LST Query", "LST");
-        state_.g_tickLastLst = needs_.clock.GetTickCount();
+        state_.g_tickLastLst = driver_.clock.GetTickCount();
         return false;
     }
-    if (!IsRaReply(reply, needs_.log)) {
+    if (!IsRaReply(reply, driver_.log)) {
         RecoverSlippedExchange("LST Query", kIgnored);
         ClearReceiveBuffer();
         return false;
     }
-    state_.g_dLst = ProtocolHours(reply, needs_.log);
+    state_.g_dLst = ProtocolHours(reply, driver_.log);
     // A base of its own: a later query without an answer must not shift the sidereal time.
-    state_.g_tickLastLst = lstBase_ = needs_.clock.GetTickCount();
+    state_.g_tickLastLst = lstBase_ = driver_.clock.GetTickCount();
     lstKnown_ = true;
     UpdateHourAngle();
     NoteQuerySuccess();
@@ -65,7 +65,7 @@ double MountQueries::GetLst() {
     if (needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery) {
         return LocalSiderealTime(state_.g_dSiteLongitude, needs_.astronomy);
     }
-    const double lst = state_.g_dLst + (needs_.clock.GetTickCount() - lstBase_) / kMsPerHour;
+    const double lst = state_.g_dLst + (driver_.clock.GetTickCount() - lstBase_) / kMsPerHour;
     return lst >= 24.0 ? lst - 24.0 : lst;
 }
 
@@ -73,7 +73,7 @@ bool MountQueries::QueryTime() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastTime = needs_.clock.GetTickCount();
+    state_.g_tickLastTime = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblTime.Text("");
         shownTime_.clear();
@@ -82,26 +82,26 @@ bool MountQueries::QueryTime() {
     if (state_.g_bHasMeridianQuery) {
         QueryMeridianDelay();
     }
-    const std::string reply = Ask(wire::GetLocalTime, true);
-    const Tick readAt = needs_.clock.GetTickCount();
+    const std::string reply = Ask(wire::GetLocalTime);
+    const Tick readAt = driver_.clock.GetTickCount();
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("Time Query", "Time");
         state_.g_tickLastTime = readAt;
         return false;
     }
-    if (!IsTimeReply(reply, needs_.log)) {
+    if (!IsTimeReply(reply, driver_.log)) {
         LogIgnored("Time Query");
         return false;
     }
-    const double mountTime = ProtocolHours(TimeOfReply(reply), needs_.log);
+    const double mountTime = ProtocolHours(TimeOfReply(reply), driver_.log);
     const double secondsOff = SecondsFromPcTime(mountTime);
-    const std::string kept = needs_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
+    const std::string kept = driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
     if (state_.g_bQuayLink) {
         AskQuayForTime(kept);
     } else if (kept == kOn && secondsOff >= kSecondsOff) {
-        needs_.log.LogMessage("QueryTime", LogLevel::Warning,
-                              "Time deviates 2 seconds or more from PC time... resending Time!");
+        driver_.log.LogMessage("QueryTime", LogLevel::Warning,
+                               "Time deviates 2 seconds or more from PC time... resending Time!");
         Talk().DriverCommandInternal(kInitTime);
     }
     state_.g_dMountTime = mountTime;
@@ -117,16 +117,16 @@ bool MountQueries::QueryTime() {
 
 void MountQueries::QueryMeridianDelay() {
     constexpr std::string_view origin = "Meridian Limits Query";
-    const std::string reply = Ask(wire::GetMeridianDelay, true);
+    const std::string reply = Ask(wire::GetMeridianDelay);
     if (reply.empty()) {
-        needs_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
+        driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
     }
-    if (!IsMeridianReply(reply, needs_.log)) {
+    if (!IsMeridianReply(reply, driver_.log)) {
         LogIgnored(origin);
         return;
     }
-    const double delay = ProtocolHours(reply, needs_.log);
+    const double delay = ProtocolHours(reply, driver_.log);
     if (delay != state_.g_dMeridianDelay) {
         state_.g_dMeridianDelay = delay;
         needs_.panel.SetMeridianDelayUI(delay);
@@ -136,7 +136,7 @@ void MountQueries::QueryMeridianDelay() {
 /// How far the mount's clock is off, without a sign, to the millisecond. Intentional: a difference of nearly a day
 /// across midnight is not folded.
 double MountQueries::SecondsFromPcTime(double mountTime) {
-    double hours = HoursOfDay(needs_.clock.GetLocalTime()) - mountTime;
+    double hours = HoursOfDay(driver_.clock.GetLocalTime()) - mountTime;
     if (!state_.g_bHasMeridianQuery) {
         hours += state_.g_dMeridianDelay;  // such firmware gets its clock set with the delay added
     }
@@ -152,7 +152,7 @@ void MountQueries::AskQuayForTime(const std::string& kept) {
     if (!state_.g_bQuayTimeSync) {
         return;
     }
-    ResumeNext errors{needs_.ledger, "QueryTime"};
+    ResumeNext errors{driver_.ledger, "QueryTime"};
     std::string reply;
     errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kept); });
     if (reply.size() > 1 && reply[1] != '1') {
@@ -161,7 +161,7 @@ void MountQueries::AskQuayForTime(const std::string& kept) {
 }
 
 void MountQueries::UpdateMountTimeDisplay() {
-    double time = state_.g_dMountTime + (needs_.clock.GetTickCount() - mountTimeBase_) / kMsPerHour;
+    double time = state_.g_dMountTime + (driver_.clock.GetTickCount() - mountTimeBase_) / kMsPerHour;
     time -= time >= 24.0 ? 24.0 : 0.0;
     const std::string text = TimeText(time);
     if (shownTime_ != text) {
@@ -179,21 +179,21 @@ bool MountQueries::QueryTimeZone() {
     if (state_.g_bPollSuspended) {
         return false;
     }
-    state_.g_tickLastTimeZone = needs_.clock.GetTickCount();
+    state_.g_tickLastTimeZone = driver_.clock.GetTickCount();
     if (!needs_.telescope()) {
         needs_.handBox.lblTZ.Text("");
         return false;
     }
-    const std::string reply = Ask(wire::GetTimeZone, true);
+    const std::string reply = Ask(wire::GetTimeZone);
     if (reply.empty()) {
         NoteNoResponse();
         LogNoResponse("TimeZone Query", "TimeZone");
         // A silent mount is asked a little less often.
-        state_.g_tickLastTimeZone = needs_.clock.GetTickCount() + kSlowIntervalMs;
+        state_.g_tickLastTimeZone = driver_.clock.GetTickCount() + kSlowIntervalMs;
         return false;
     }
     double zone = 0.0;
-    if (!IsTimeZoneReply(reply, needs_.log) || !ParseProtocolHours(reply, zone, needs_.log)) {
+    if (!IsTimeZoneReply(reply, driver_.log) || !ParseProtocolHours(reply, zone, driver_.log)) {
         LogIgnored("Time Zone Query");
         return false;
     }
@@ -203,8 +203,8 @@ bool MountQueries::QueryTimeZone() {
         return false;
     }
     state_.g_dTimeZone = zone;
-    if (std::abs(zone - needs_.clock.TimeZoneOffset()) > kZoneTolerance &&
-        needs_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime) == kOn) {
+    if (std::abs(zone - driver_.clock.TimeZoneOffset()) > kZoneTolerance &&
+        driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime) == kOn) {
         CorrectTimeZone();
     }
     ShowTimeZone();
@@ -214,12 +214,12 @@ bool MountQueries::QueryTimeZone() {
 
 void MountQueries::CorrectTimeZone() {
     if (!state_.g_bQuayLink) {
-        needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
+        driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
         Talk().DriverCommandInternal(kInitTime);
         return;
     }
-    needs_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
-    ResumeNext errors{needs_.ledger, "QueryTimeZone"};
+    driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
+    ResumeNext errors{driver_.ledger, "QueryTimeZone"};
     std::string reply;
     errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kOn); });
     if (!reply.starts_with('1')) {

@@ -30,9 +30,9 @@ void PollLoop::OnTimer() {
         const InPoll inPoll(state_);
         UpdateMountInfo();
     } else if (state_.g_bInPoll) {
-        needs_.log.LogMessage("timer", LogLevel::Info, "In Timer cannot Poll");
+        driver_.log.LogMessage("timer", LogLevel::Info, "In Timer cannot Poll");
     }
-    ResumeNext errors{needs_.ledger, "tmrQueryRaDecAltAz"};
+    ResumeNext errors{driver_.ledger, "tmrQueryRaDecAltAz"};
     errors.Step([&] { ShowLogState(); });
 }
 
@@ -45,7 +45,7 @@ void PollLoop::UpdateMountInfo() {
 }
 
 void PollLoop::WatchMotion() {
-    ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
+    ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     errors.Step([&] {
         if (needs_.queries.IsDue(state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
             needs_.queries.QueryGos();
@@ -63,7 +63,7 @@ void PollLoop::WatchMotion() {
 }
 
 void PollLoop::AskWhatIsDue() {
-    ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
+    ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     MountQueries& queries = needs_.queries;
     errors.Step([&] { needs_.periodicQuayCheck(); });
     errors.Step([&] {
@@ -86,7 +86,7 @@ void PollLoop::AskWhatIsDue() {
 }
 
 void PollLoop::FinishSlew() {
-    ResumeNext errors{needs_.ledger, "UpdateMountInfo"};
+    ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     errors.Step([&] { CheckSlewComplete(); });
 }
 
@@ -141,17 +141,17 @@ void PollLoop::ShowLogState() {
 
 void PollLoop::PauseLogWhileParked() {
     PictureBox& indicator = needs_.handBox.pbLoggingPaused;
-    if (needs_.persist.Read(setting::LogWhenParked) != "0") {
+    if (driver_.persist.Read(setting::LogWhenParked) != "0") {
         indicator.Visible(false);
         state_.g_bLogPaused = false;
         return;
     }
-    const Tick now = needs_.clock.GetTickCount();
+    const Tick now = driver_.clock.GetTickCount();
     if (state_.g_tickParkedSince == Tick{}) {
         state_.g_tickParkedSince = now;
     } else if (now - state_.g_tickParkedSince > kParkedBeforePauseMs && !state_.g_bLogPaused) {
         indicator.Visible(true);
-        needs_.log.LogMessage("Logging", LogLevel::Info, "Pausing Logging...");
+        driver_.log.LogMessage("Logging", LogLevel::Info, "Pausing Logging...");
         state_.g_bLogPaused = true;
     }
 }

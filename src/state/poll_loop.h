@@ -13,6 +13,7 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/motion.h"
 #include "state/mount_queries.h"
 #include "state/sequence.h"
@@ -21,13 +22,9 @@
 namespace kestrane {
 
 struct PollLoopNeeds {
-    DriverState& state;
+    Essentials driver;
     Motion& motion;
-    Persist& persist;
-    Log& log;
-    Clock& clock;
     StopDoor& door;
-    SwallowLedger& ledger;
     Sounds& sounds;
     frmHandBox& handBox;
     frmAskAbortSlew& askAbortSlew;
@@ -45,7 +42,7 @@ struct PollLoopNeeds {
 /// timer.
 class PollLoop {
 public:
-    explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+    explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
 
     /// The tick of `tmrQueryRaDecAltAz`: polls while a client holds a device object.
     void OnTimer();
@@ -88,6 +85,7 @@ private:
     void CheckParkArrival();
 
     PollLoopNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
 };

@@ -64,7 +64,7 @@ bool PollLoop::CheckByDistance() {
     if (!state_.g_bSlewing) {
         return false;
     }
-    if (needs_.clock.GetTickCount() - state_.g_tickLastSlewCheck < kSupervisionIntervalMs) {
+    if (driver_.clock.GetTickCount() - state_.g_tickLastSlewCheck < kSupervisionIntervalMs) {
         return true;
     }
     if (state_.g_bAbortSlew || ParkAborted()) {
@@ -72,7 +72,7 @@ bool PollLoop::CheckByDistance() {
     } else {
         DistancePass();
     }
-    state_.g_tickLastSlewCheck = needs_.clock.GetTickCount();
+    state_.g_tickLastSlewCheck = driver_.clock.GetTickCount();
     if (!state_.g_bSlewing) {
         BeepUnlessParking();
         ReadEndOfSlew();
@@ -104,7 +104,7 @@ void PollLoop::DistancePass() {
         StartSecondLeg();
         PushSettleEnd();
         needs_.motion.SecondLegWatchedByDistance();
-    } else if (still && needs_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
+    } else if (still && driver_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
         BeepUnlessParking();  // intentional: once more when the pass has ended
         needs_.motion.SlewEnds();
     }
@@ -115,16 +115,16 @@ double PollLoop::MeasureDistance() {
     const double distance = TargetDistance();
     const double delta = std::abs(state_.g_dLastTargetDistance - distance);
     const double deltaChange = std::abs(state_.g_dLastDelta - delta);
-    needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
-                          "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
-                              ",  Delta=" + FormatUs(delta, kDistancePattern) +
-                              ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
+    driver_.log.LogMessage("CheckSlewing", LogLevel::Info,
+                           "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
+                               ",  Delta=" + FormatUs(delta, kDistancePattern) +
+                               ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
     const bool positionIsNew = NotePosition();
     if (delta >= kStillDegrees) {
         needs_.motion.DistanceChanged();
     } else if (needs_.motion.DistanceStayed(positionIsNew)) {
-        needs_.log.LogMessage("CheckSlewing", LogLevel::Info,
-                              "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
+        driver_.log.LogMessage("CheckSlewing", LogLevel::Info,
+                               "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
     }
     state_.g_dLastTargetDistance = distance;
     state_.g_dLastDelta = delta;
@@ -172,12 +172,12 @@ bool PollLoop::MayStartSecondLeg() const {
 void PollLoop::StartSecondLeg() {
     const double rightAscension = state_.g_dSafeSlewRa;
     const double declination = state_.g_dSafeSlewDec;
-    needs_.log.LogMessage("SafeSlew", LogLevel::Info,
-                          "Slew 2 of 2: RA=" + PlainNumber(rightAscension) + ", Dec=" + PlainNumber(declination));
+    driver_.log.LogMessage("SafeSlew", LogLevel::Info,
+                           "Slew 2 of 2: RA=" + PlainNumber(rightAscension) + ", Dec=" + PlainNumber(declination));
     // Before the call: a call that gets in while it waits must not start the leg again, and this must not clear the
     // second leg of a later slew.
     needs_.motion.SecondLegTaken();
-    ResumeNext errors{needs_.ledger, "CheckSlewing"};
+    ResumeNext errors{driver_.ledger, "CheckSlewing"};
     errors.Step([&] {
         if (TelescopeActions* telescope = needs_.telescope()) {
             telescope->StartSecondLeg(rightAscension, declination);
@@ -186,7 +186,7 @@ void PollLoop::StartSecondLeg() {
 }
 
 void PollLoop::PushSettleEnd() {
-    state_.g_tickSettleEnd = needs_.clock.GetTickCount() + state_.g_nSlewSettleTime * kSettleUnitMs;
+    state_.g_tickSettleEnd = driver_.clock.GetTickCount() + state_.g_nSlewSettleTime * kSettleUnitMs;
 }
 
 void PollLoop::CheckSlewComplete() {
@@ -199,7 +199,7 @@ void PollLoop::CheckSlewComplete() {
     }
     TelescopeActions* telescope = needs_.telescope();
     if (telescope && state_.g_dSiteLatitude == 0.0) {
-        ResumeNext errors{needs_.ledger, "CheckSlewComplete"};
+        ResumeNext errors{driver_.ledger, "CheckSlewComplete"};
         errors.Assign(state_.g_dSiteLatitude, [&] { return telescope->SiteLatitude(); });
     }
     needs_.queries.QuerySideOfMount();
@@ -215,26 +215,26 @@ void PollLoop::CheckSlewComplete() {
 void PollLoop::CompleteSlew() {
     if (!state_.g_bSideInitDone) {
         state_.g_bSideInitDone = true;
-        needs_.log.LogMessage("Inititialization", LogLevel::Info, "Side of mount initilization complete!");
+        driver_.log.LogMessage("Inititialization", LogLevel::Info, "Side of mount initilization complete!");
     } else {
-        needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Slew complete: Setting tracking rates");
+        driver_.log.LogMessage(kSlewComplete, LogLevel::Info, "Slew complete: Setting tracking rates");
     }
     if (state_.g_bAxisMotionBegun) {
         // The mount may have gone on with a slew that `MoveAxis` took over from. A restored rate would end the axis
         // motion.
-        needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info, "An axis runs: the tracking state is not restored");
+        driver_.log.LogMessage("CheckSlewComplete", LogLevel::Info, "An axis runs: the tracking state is not restored");
     } else if (state_.g_bRestoreRatePending) {
         // A custom rate is not restored: sidereal takes its place.
         const bool isCustom = state_.g_nDisplayedRate == displayed_rate::Custom;
         const std::int16_t rate = isCustom ? std::int16_t{displayed_rate::Sidereal} : state_.g_nDisplayedRate;
-        needs_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
-                              "Restoring tracking state = " + std::to_string(rate));
+        driver_.log.LogMessage("CheckSlewComplete", LogLevel::Info,
+                               "Restoring tracking state = " + std::to_string(rate));
         needs_.restoreTrackingRate(rate);
     }
 }
 
 void PollLoop::FinishPark(std::string_view text) {
-    needs_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
+    driver_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
     needs_.motion.ParkEnds();
 }
 
@@ -244,7 +244,7 @@ void PollLoop::CheckParkArrival() {
         needs_.motion.ParkEnds();
         return;
     }
-    needs_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");
+    driver_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");
     if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
         needs_.queries.QueryRa();
         needs_.queries.QueryDec();

@@ -55,7 +55,7 @@ Telescope::~Telescope() {
 
 void Telescope::Class_Initialize() {
     ConnectionSteps steps(*this);
-    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    ResumeNext errors{driver_.ledger, "Class_Initialize"};
     if (state_.g_nScopeObjects == 0) {
         errors.Step([&] { steps.InitializeFirstObject(); });
     }
@@ -65,16 +65,16 @@ void Telescope::Class_Initialize() {
 }
 
 void ConnectionSteps::InitializeFirstObject() {
-    ResumeNext errors{needs_.ledger, "Class_Initialize"};
+    ResumeNext errors{driver_.ledger, "Class_Initialize"};
     if (!needs_.registration.RegisterTelescope()) {
         return;
     }
     errors.Assign(needs_.mount.mountType, [&] {
-        return static_cast<Mount_Type>(ModelNumber(needs_.persist.Read(setting::MountType), needs_.log));
+        return static_cast<Mount_Type>(ModelNumber(driver_.persist.Read(setting::MountType), driver_.log));
     });
     telescope_.CreateAxisRates();
     errors.Step([&] {
-        const std::int16_t controller = ModelNumber(needs_.persist.Read(setting::Controller), needs_.log);
+        const std::int16_t controller = ModelNumber(driver_.persist.Read(setting::Controller), driver_.log);
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
     state_.g_dGuideRate = 1.0;
@@ -86,7 +86,7 @@ void ConnectionSteps::InitializeFirstObject() {
     state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
     telescope_.CreateTrackingRates();
     errors.Step([&] {
-        if (needs_.state.g_nFocuserObjects < 2 && needs_.persist.Read(setting::MinimizeStatusWindow) == "1") {
+        if (driver_.state.g_nFocuserObjects < 2 && driver_.persist.Read(setting::MinimizeStatusWindow) == "1") {
             needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);
             needs_.handBox.bForceMinimize = true;
         }
@@ -94,18 +94,18 @@ void ConnectionSteps::InitializeFirstObject() {
     errors.Step([&] {
         // Here the default is on, unlike at the start of the process. The default of the first reader is stored and
         // stays.
-        const std::string enabled = needs_.persist.Read(AskedLater(setting::chkEnableDebugLog));
-        state_.g_bDebugLog = Val_Global(enabled, needs_.log) != 0.0;
+        const std::string enabled = driver_.persist.Read(AskedLater(setting::chkEnableDebugLog));
+        state_.g_bDebugLog = Val_Global(enabled, driver_.log) != 0.0;
         if (state_.g_bDebugLog) {
-            needs_.log.OpenLog();
+            driver_.log.OpenLog();
         }
     });
     errors.Step([&] {
-        const std::string safeSlew = needs_.persist.Read(setting::SafeSlewRaDec);
+        const std::string safeSlew = driver_.persist.Read(setting::SafeSlewRaDec);
         state_.g_bRawRaDecSlews = safeSlew == "0";
-        needs_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
+        driver_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
     });
-    errors.Step([&] { needs_.rates.UpdateMountRates(needs_.persist.Read(setting::MountRateType)); });
+    errors.Step([&] { needs_.rates.UpdateMountRates(driver_.persist.Read(setting::MountRateType)); });
 }
 
 void Telescope::Class_Terminate() {
@@ -120,7 +120,7 @@ void Telescope::Class_Terminate() {
 }
 
 bool Telescope::Connected() {
-    ResumeNext errors{needs_.ledger, "Connected"};
+    ResumeNext errors{driver_.ledger, "Connected"};
     bool connected = false;
     errors.Assign(connected, [&] { return needs_.link && needs_.link->Connected(); });
     return LogGet("Connected", connected);
@@ -158,22 +158,22 @@ void ConnectionSteps::OpenForFirstClient() {
         needs_.connections.OpenConnection(ClientKind::Telescope);
         telescope_.InitUI();
     } catch (const DriverError&) {
-        needs_.log.LogMessage("Connected", LogLevel::Info, "No Port");
+        driver_.log.LogMessage("Connected", LogLevel::Info, "No Port");
         throw DriverError(ErrorNumber::NoMount);
     }
 }
 
 void ConnectionSteps::ShowMountAddress() {
     std::string caption;
-    if (needs_.persist.Read(setting::chkIPAddress) == "0") {
-        std::string port = needs_.persist.Read(setting::Port);
+    if (driver_.persist.Read(setting::chkIPAddress) == "0") {
+        std::string port = driver_.persist.Read(setting::Port);
         if (port.empty()) {
             port = "COM1";
-            needs_.persist.Write(setting::Port, port);
+            driver_.persist.Write(setting::Port, port);
         }
         caption = state_.g_bQuayLink ? "Mount Info: " + port + " (QUAY)" : "Mount Information: " + port;
-    } else if (needs_.persist.Read(setting::chkQuayRestApi) == "0") {
-        caption = "Mount Info: IP=" + needs_.persist.Read(setting::txtIpAddress);
+    } else if (driver_.persist.Read(setting::chkQuayRestApi) == "0") {
+        caption = "Mount Info: IP=" + driver_.persist.Read(setting::txtIpAddress);
     } else {
         caption = "Mount Info: REST (Port " + needs_.connections.QuayRestPort() + ")";
     }
@@ -190,7 +190,7 @@ void ConnectionSteps::WarnAboutSync() {
 void ConnectionSteps::DisconnectClient() {
     core_.LogSet("Connected", "False");
     if (state_.g_nScopeObjects < 2) {
-        ResumeNext errors{needs_.ledger, "Connected"};
+        ResumeNext errors{driver_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
         needs_.motion.Disconnected();
         errors.Step([&] {
@@ -206,16 +206,16 @@ void ConnectionSteps::DisconnectClient() {
 void ConnectionSteps::WaitForTimerIdle() {
     for (int i = 0; i < 3; ++i) {
         if (!state_.g_bInPoll) {
-            needs_.waits.PumpOnce();
+            driver_.waits.PumpOnce();
             return;
         }
-        needs_.clock.Sleep(1);
+        driver_.clock.Sleep(1);
     }
 }
 
 void Telescope::LoadTelescopeOptions() {
     const auto read = [&](const SettingKey& key, double whenEmpty) {
-        return NumberOr(needs_.persist.Read(key), whenEmpty, needs_.log);
+        return NumberOr(driver_.persist.Read(key), whenEmpty, driver_.log);
     };
     state_.g_dAperture = read(setting::txtScopeAperture, 0.0) / kMillimetres;
     state_.g_dFocalLength = read(setting::txtScopeFocalLength, 0.0) / kMillimetres;
@@ -249,7 +249,7 @@ void Telescope::ReceiveTimeoutMS(std::int16_t milliseconds) {
 
 void Telescope::InitUI() {
     ConnectionSteps steps(*this);
-    ResumeNext errors{needs_.ledger, "InitUI"};
+    ResumeNext errors{driver_.ledger, "InitUI"};
     needs_.journal.ResetEvents();
     errors.Step([&] { InitBasicValues(); });
     errors.Step([&] { needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec); });
@@ -271,9 +271,9 @@ bool ConnectionSteps::IsAtPowerOnPosition() const {
 /// The mount has lost its position. Only a person can say where it points: with nobody to ask, the mount is given no
 /// guessed position.
 void ConnectionSteps::InitAfterPowerOn() {
-    needs_.log.LogMessage("InitUI", LogLevel::Warning,
-                          "The mount reports its power-on position. Nobody is there to confirm where it "
-                          "stands, so no position is given to it.");
+    driver_.log.LogMessage("InitUI", LogLevel::Warning,
+                           "The mount reports its power-on position. Nobody is there to confirm where it "
+                           "stands, so no position is given to it.");
     telescope_.ReadPosition();
 }
 
@@ -291,9 +291,9 @@ void ConnectionSteps::InitUiPanel() {
     if (IsAtPowerOnPosition()) {
         needs_.panel.SetParkStatus("Parked", "InitUiPanel");
         needs_.motion.MountReportsParked(true);
-        state_.g_tickParkedSince = needs_.clock.GetTickCount();
+        state_.g_tickParkedSince = driver_.clock.GetTickCount();
     } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
-        const std::string parkStatus = needs_.persist.Read(setting::ParkStatus);
+        const std::string parkStatus = driver_.persist.Read(setting::ParkStatus);
         needs_.panel.SetParkStatus(parkStatus, "InitUiPanel2");
         needs_.motion.MountReportsParked(parkStatus == "Parked");
     }
@@ -312,7 +312,7 @@ bool Telescope::IsPulseGuiding() {
     const bool guiding =
         state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
     LogGet("IsPulseGuiding", guiding);
-    needs_.waits.PumpOnce();
+    driver_.waits.PumpOnce();
     return guiding;
 }
 

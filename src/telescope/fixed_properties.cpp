@@ -109,12 +109,12 @@ bool Telescope::CanUnpark() {
 }
 
 bool ControllerSteps::ControllerTakesRates() {
-    const std::string controller = needs_.persist.Read(setting::Controller);
-    return !controller.empty() && Val_Global(controller, needs_.log) >= kFirstControllerWithRates;
+    const std::string controller = driver_.persist.Read(setting::Controller);
+    return !controller.empty() && Val_Global(controller, driver_.log) >= kFirstControllerWithRates;
 }
 
 void Telescope::FindHome() {
-    needs_.log.LogMessage("ASCOM", LogLevel::Exception, "FindHome()");
+    driver_.log.LogMessage("ASCOM", LogLevel::Exception, "FindHome()");
     throw DriverError(ErrorNumber::NotImplemented, "Method FindHome() is not implemented in this driver.");
 }
 

@@ -15,7 +15,7 @@ void Telescope::CheckConnected() {
 void Telescope::check_connected(std::string_view operation, Parked parked, TrackingMust tracking) {
     const std::string name{operation};
     const auto log = [&](std::string_view text) {
-        needs_.log.LogMessage("check_connected", LogLevel::Exception, text);
+        driver_.log.LogMessage("check_connected", LogLevel::Exception, text);
     };
     if (!needs_.internalInstance() || !state_.g_bConnected) {
         log("Telescope not connected or is Nothing: " + name);
@@ -29,7 +29,7 @@ void Telescope::check_connected(std::string_view operation, Parked parked, Track
     if (tracking == TrackingMust::BeEither || required == state_.g_bTracking) {
         return;
     }
-    state_.g_bAutoEnableTracking = needs_.persist.ReadFlag(setting::chkAutoEnableTracking);
+    state_.g_bAutoEnableTracking = driver_.persist.ReadFlag(setting::chkAutoEnableTracking);
     if (required && state_.g_bAutoEnableTracking) {
         Tracking(true);
         return;
@@ -42,8 +42,8 @@ void Telescope::check_connected(std::string_view operation, Parked parked, Track
 void Telescope::check_connected(std::string_view operation, Parked parked) {
     check_connected(operation, parked, TrackingMust::BeEither);
     if (state_.g_bTracking) {
-        needs_.log.LogMessage("check_connected", LogLevel::Exception,
-                              std::string(operation) + " : Invalid operation (altaz): tracking must be disabled");
+        driver_.log.LogMessage("check_connected", LogLevel::Exception,
+                               std::string(operation) + " : Invalid operation (altaz): tracking must be disabled");
         throw DriverError(ErrorNumber::InvalidOperation);
     }
 }
@@ -51,7 +51,7 @@ void Telescope::check_connected(std::string_view operation, Parked parked) {
 void Telescope::check_connected_park(std::string_view operation, Parked parked) {
     const std::string name{operation};
     const auto log = [&](std::string_view text) {
-        needs_.log.LogMessage("check_connected_park", LogLevel::Exception, text);
+        driver_.log.LogMessage("check_connected_park", LogLevel::Exception, text);
     };
     if (!needs_.internalInstance() || !state_.g_bConnected) {
         log("Telescope not connected or is Nothing : " + name);

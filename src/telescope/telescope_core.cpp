@@ -8,25 +8,21 @@ namespace kestrane {
 
 TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std::string_view)> executeDriverCommand)
     : needs_(std::move(needs)),
-      state_(needs_.state),
+      driver_(needs_.driver),
+      state_(driver_.state),
       exchange_(ExchangeNeeds{
-          .state = needs_.state,
+          .driver = driver_,
           .link = needs_.link,
-          .log = needs_.log,
-          .counters = needs_.counters,
-          .waits = needs_.waits,
-          .clock = needs_.clock,
-          .ledger = needs_.ledger,
           .executeDriverCommand = std::move(executeDriverCommand),
           .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
       }) {}
 
 void TelescopeCore::LogGetText(std::string_view name, std::string_view value) {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
 }
 
 void TelescopeCore::LogSet(std::string_view name, std::string_view value) {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " = " + std::string(value));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " = " + std::string(value));
 }
 
 bool TelescopeCore::LogGet(std::string_view name, bool value) {
@@ -46,13 +42,18 @@ int TelescopeCore::LogGet(std::string_view name, int value) {
 
 void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool inRange) {
     if (!inRange) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception,
+                               "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
         throw DriverError(ErrorNumber::OutOfRange);
     }
 }
 
 TelescopeSteps::TelescopeSteps(Telescope& telescope)
-    : telescope_(telescope), core_(telescope), needs_(core_.needs_), state_(core_.state_), axes_(core_.axes_) {}
+    : telescope_(telescope),
+      core_(telescope),
+      driver_(core_.driver_),
+      needs_(core_.needs_),
+      state_(core_.state_),
+      axes_(core_.axes_) {}
 
 }  // namespace kestrane

@@ -23,6 +23,7 @@
 #include "state/client_connections.h"
 #include "state/controller_features.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/event_journal.h"
 #include "state/motion.h"
 #include "state/mount_queries.h"
@@ -37,17 +38,11 @@ class Telescope;
 
 /// What a telescope object needs from its surroundings. All of it outlives the object.
 struct TelescopeNeeds {
-    DriverState& state;
+    Essentials driver;
     Motion& motion;
-    Persist& persist;
     Sites& sites;
     const std::unique_ptr<MountLink>& link;  ///< the shared link; empty when it could not be built
-    Log& log;
-    Counters& counters;
-    Waits& waits;
     StopDoor& door;
-    Clock& clock;
-    SwallowLedger& ledger;
     frmHandBox& handBox;
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
@@ -94,6 +89,7 @@ public:
     void RefuseOutOfRange(std::string_view name, double value, bool inRange);
 
     TelescopeNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     CommandExchange exchange_;
     AxisMotion axes_;
@@ -109,6 +105,7 @@ protected:
 
     Telescope& telescope_;
     TelescopeCore& core_;
+    Essentials& driver_;
     TelescopeNeeds& needs_;
     DriverState& state_;
     AxisMotion& axes_;

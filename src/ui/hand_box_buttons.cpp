@@ -43,9 +43,9 @@ void HandBoxPanel::WireButtons() {
     handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(); });
     OnAction(ButtonAction::SyncMountTime, [this] { SyncMountTime(); });
     OnAction(ButtonAction::SetMeridianDelay,
-             [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), needs_.log)); });
+             [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), driver_.log)); });
     OnAction(ButtonAction::ClearMeridianDelay, [this] { SendMeridianDelay(0.0); });
-    OnAction(ButtonAction::GetLongLat, [this] { needs_.readMountSite(false); });
+    OnAction(ButtonAction::GetLongLat, [this] { needs_.readMountSite(Notice::Shown); });
 }
 
 void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {
@@ -61,7 +61,7 @@ void HandBoxPanel::Press(ButtonAction action) {
 }
 
 void HandBoxPanel::Run(ButtonAction action) {
-    ResumeNext errors{needs_.ledger, "tmrButtonDelay"};
+    ResumeNext errors{driver_.ledger, "tmrButtonDelay"};
     errors.Step([&] {
         // A copy, since an action may replace itself.
         const std::function<void()> run = actions_[static_cast<std::size_t>(action)];
@@ -82,7 +82,7 @@ void HandBoxPanel::RunDelayedAction() {
 
 void HandBoxPanel::SetMeridianDelayUI(double hours) {
     const auto log = [&](LogLevel level, std::string_view text) {
-        needs_.log.LogMessage("SetMeridianDelayUI", level, std::string(text) + PlainNumber(hours));
+        driver_.log.LogMessage("SetMeridianDelayUI", level, std::string(text) + PlainNumber(hours));
     };
     if (!(hours >= -kMaxMeridianDelayHours && hours <= kMaxMeridianDelayHours)) {
         log(LogLevel::Error, "Meridian Delay Value out of range -6 to 6: Attempted value: ");
@@ -102,11 +102,11 @@ void HandBoxPanel::SetMeridianDelayUI(double hours) {
 void HandBoxPanel::SendMeridianDelay(double hours) {
     SetMeridianDelayUI(hours);
     SyncMountTime();
-    state_.g_tickLastTime = needs_.clock.GetTickCount() - kAskTimeAgainMs;
+    state_.g_tickLastTime = driver_.clock.GetTickCount() - kAskTimeAgainMs;
 }
 
 void HandBoxPanel::SyncMountTime() {
-    ResumeNext errors{needs_.ledger, "btnSyncMountTime"};
+    ResumeNext errors{driver_.ledger, "btnSyncMountTime"};
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
             telescope->SyncMountTime();

@@ -136,7 +136,7 @@ void HandBoxPanel::WireSettings() {
 
 void HandBoxPanel::Keep(const SettingKey& key, std::string_view value) {
     if (needs_.handBox.fillings == 0) {
-        needs_.persist.Write(key, value);
+        driver_.persist.Write(key, value);
     }
 }
 
@@ -148,16 +148,16 @@ void HandBoxPanel::UpdateControls() {
         FillList(row);
     }
     for (const CheckRow& row : CheckRows()) {
-        (handBox.*row.control).Checked(needs_.persist.ReadFlag(row.key));
+        (handBox.*row.control).Checked(driver_.persist.ReadFlag(row.key));
     }
     handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
     for (const TextRow& row : TextRows()) {
         TextBox& box = handBox.*row.control;
         const std::string fallback = row.key.fallback.empty() ? box.Text() : std::string(row.key.fallback);
-        box.Text(needs_.persist.ReadIniValue(row.key.name, fallback));
+        box.Text(driver_.persist.ReadIniValue(row.key.name, fallback));
     }
     for (const OptionRow& row : OptionRows()) {
-        const std::string stored = needs_.persist.Read(row.key);
+        const std::string stored = driver_.persist.Read(row.key);
         const bool value = (stored.empty() ? row.key.fallback : stored) == "True";
         (handBox.*(value ? row.whenTrue : row.whenFalse)).Checked(true);
     }
@@ -173,7 +173,7 @@ void HandBoxPanel::FillList(const ListRow& row) {
     }
     const auto last = static_cast<std::int32_t>(box.ListItems().size()) - 1;
     std::int32_t index = StoredNumber(row.key);
-    if (row.text && index == kOldAltAzIndex && needs_.persist.Read(*row.text).empty()) {
+    if (row.text && index == kOldAltAzIndex && driver_.persist.Read(*row.text).empty()) {
         index = kAltAzIndex;
     }
     box.ListIndex(std::min(index, last));
@@ -226,11 +226,11 @@ const Site* HandBoxPanel::CurrentSite() {
 
 std::int32_t HandBoxPanel::NumberOf(std::string_view text) {
     constexpr double kLimit = 1e6;
-    return RoundHalfEven(std::clamp(Val_Global(text, needs_.log), -kLimit, kLimit));
+    return RoundHalfEven(std::clamp(Val_Global(text, driver_.log), -kLimit, kLimit));
 }
 
 std::int32_t HandBoxPanel::StoredNumber(const SettingKey& key) {
-    return NumberOf(needs_.persist.Read(key));
+    return NumberOf(driver_.persist.Read(key));
 }
 
 void HandBoxPanel::ResetReticleBrightness() {

@@ -52,7 +52,8 @@ void Show(Label& label, const std::string& text, Colours colours) {
 
 }  // namespace
 
-HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {
+HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
+    : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {
     needs_.handBox.OnLoad([this] { OnLoad(); });
     needs_.handBox.tmrSlewFlashUI.OnTick([this] { OnFlashTick(); });
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
@@ -73,16 +74,16 @@ void HandBoxPanel::OnLoad() {
     frmHandBox& handBox = needs_.handBox;
     handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
     ShowHelp(handBox);
-    handBox.btnInitNow.Visible(needs_.persist.ReadFlag(setting::ShowInitNowButton));
+    handBox.btnInitNow.Visible(driver_.persist.ReadFlag(setting::ShowInitNowButton));
     handBox.lblAdministrator.Visible(IsAdmin(needs_.systemInfo));
     // The values that the first queries and a real connect need, long before all controls are filled.
     handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
-    handBox.chkUseRCAL.Checked(needs_.persist.ReadFlag(setting::chkUseRCAL));
-    handBox.chkCalcAzAlt.Checked(needs_.persist.ReadFlag(setting::chkCalcAzAlt));
-    handBox.chkCalcLST.Checked(needs_.persist.ReadFlag(setting::chkCalcLST));
-    handBox.chkEnableKingRate.Checked(needs_.persist.ReadFlag(setting::chkEnableKingRate));
+    handBox.chkUseRCAL.Checked(driver_.persist.ReadFlag(setting::chkUseRCAL));
+    handBox.chkCalcAzAlt.Checked(driver_.persist.ReadFlag(setting::chkCalcAzAlt));
+    handBox.chkCalcLST.Checked(driver_.persist.ReadFlag(setting::chkCalcLST));
+    handBox.chkEnableKingRate.Checked(driver_.persist.ReadFlag(setting::chkEnableKingRate));
     handBox.customRateLimit = state_.g_dMaxMoveRate;
-    handBox.expanded = needs_.persist.ReadFlag(setting::chkShowAllControls);
+    handBox.expanded = driver_.persist.ReadFlag(setting::chkShowAllControls);
     handBox.chkShowAllControls.Checked(handBox.expanded);
     needs_.applyWindowsPriority(StoredNumber(setting::cbxWindowsPriority));
     ShowFrames();
@@ -90,16 +91,16 @@ void HandBoxPanel::OnLoad() {
 
 void HandBoxPanel::RestorePosition() {
     frmHandBox& handBox = needs_.handBox;
-    const std::string remember = needs_.persist.Read(setting::chkRememberPosition);
-    const std::string top = needs_.persist.Read(setting::FormTop);
-    const std::string left = needs_.persist.Read(setting::FormLeft);
-    const std::string onTop = needs_.persist.Read(setting::chkAlwaysOnTop);
+    const std::string remember = driver_.persist.Read(setting::chkRememberPosition);
+    const std::string top = driver_.persist.Read(setting::FormTop);
+    const std::string left = driver_.persist.Read(setting::FormLeft);
+    const std::string onTop = driver_.persist.Read(setting::chkAlwaysOnTop);
     handBox.top = NumberOf(top);
     handBox.left = NumberOf(left);
     handBox.restorePosition = NumberOf(remember) != 0;
     handBox.alwaysOnTop = onTop != "0";
-    needs_.log.LogMessage("Load", LogLevel::Info,
-                          "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);
+    driver_.log.LogMessage("Load", LogLevel::Info,
+                           "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);
 }
 
 void HandBoxPanel::SavePosition() {
@@ -111,15 +112,15 @@ void HandBoxPanel::SavePosition() {
     handBox.savePosition = false;
     const std::string top = std::to_string(handBox.top);
     const std::string left = std::to_string(handBox.left);
-    needs_.persist.Write(setting::FormTop, top);
-    needs_.persist.Write(setting::FormLeft, left);
-    needs_.log.LogMessage("SaveFormPosition", LogLevel::Info, "Left = " + left + ", Top = " + top);
+    driver_.persist.Write(setting::FormTop, top);
+    driver_.persist.Write(setting::FormLeft, left);
+    driver_.log.LogMessage("SaveFormPosition", LogLevel::Info, "Left = " + left + ", Top = " + top);
 }
 
 void HandBoxPanel::UserShow() {
     frmHandBox& handBox = needs_.handBox;
     handBox.EnsureLoaded();
-    handBox.bForceMinimize = needs_.persist.ReadFlag(setting::MinimizeStatusWindow);
+    handBox.bForceMinimize = driver_.persist.ReadFlag(setting::MinimizeStatusWindow);
     if (handBox.bForceMinimize) {
         handBox.Hide();
         handBox.tmrMinimize.Interval(kMinimizeDelayMs);
@@ -185,7 +186,7 @@ void HandBoxPanel::AskAbortSlew() {
 }
 
 void HandBoxPanel::AbortSlew() {
-    ResumeNext errors{needs_.ledger, "AbortSlew"};
+    ResumeNext errors{driver_.ledger, "AbortSlew"};
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
             telescope->AbortSlewDriver();

@@ -21,6 +21,7 @@
 #include "settings/persist.h"
 #include "settings/sites.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "telescope/motion/tracking_operations.h"
@@ -30,11 +31,7 @@
 namespace kestrane {
 
 struct HandBoxPanelNeeds {
-    DriverState& state;
-    Persist& persist;
-    Log& log;
-    Clock& clock;
-    SwallowLedger& ledger;
+    Essentials driver;
     MessageBoxes& messageBoxes;
     SystemInfo& systemInfo;
     Processes& processes;
@@ -51,7 +48,7 @@ struct HandBoxPanelNeeds {
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
     /// Asks the mount for its site and shows it. Talks to the mount.
-    std::function<void(bool silent)> readMountSite;
+    std::function<void(Notice notice)> readMountSite;
     std::function<void()> resetCommCounters;
     /// By the index of `cbxWindowsPriority`.
     std::function<void(int)> applyWindowsPriority;
@@ -89,11 +86,11 @@ public:
     void ShowMountFeatures() override;
     void SetParkStatus(std::string_view text, std::string_view origin) override;
     void SetParkToolTip(std::string_view text) override;
-    void ShowTrackingRate(std::int16_t rate, bool corrected) override;
+    void ShowTrackingRate(std::int16_t rate, RateCorrection correction) override;
     void EnableRateControls() override;
     void SetMeridianDelayUI(double hours) override;
-    void ShowMountSite(double longitude, double latitude, bool silent) override;
-    void ShowNoMountSite(bool silent) override;
+    void ShowMountSite(double longitude, double latitude, Notice notice) override;
+    void ShowNoMountSite(Notice notice) override;
     void UpdateErrorCounts() override;
     void SlewFlashDisplay() override;
     void SetUiGuideIndicator(std::int32_t direction, bool on) override;
@@ -183,8 +180,8 @@ private:
 
     // hand_box_site.cpp
     void OnSiteTick();
-    void CompareSite(double longitude, double latitude, bool silent);
-    void Tell(const std::string& text, bool silent);
+    void CompareSite(double longitude, double latitude, Notice notice);
+    void Tell(const std::string& text, Notice notice);
 
     // hand_box_paging.cpp
     void WirePaging();
@@ -194,6 +191,7 @@ private:
     void BringUpPanel();
 
     HandBoxPanelNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
     std::array<std::function<void()>, 16> actions_;
     ButtonAction delayed_ = ButtonAction::None;

@@ -17,9 +17,11 @@ bool Marks(std::int16_t rate, std::size_t indicator) {
     return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
 }
 
-std::string RateText(const DriverState& state, std::int16_t rate, bool corrected) {
+std::string RateText(const DriverState& state, std::int16_t rate, RateCorrection correction) {
     const std::string mark =
-        corrected && (rate == displayed_rate::Sidereal || rate == displayed_rate::Custom) ? "Corr " : "";
+        correction == RateCorrection::On && (rate == displayed_rate::Sidereal || rate == displayed_rate::Custom)
+            ? "Corr "
+            : "";
     switch (rate) {
         case displayed_rate::Off:
             return "Not Tracking";
@@ -46,17 +48,17 @@ void HandBoxPanel::WireRateButtons() {
     handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
 }
 
-void HandBoxPanel::ShowTrackingRate(std::int16_t rate, bool corrected) {
+void HandBoxPanel::ShowTrackingRate(std::int16_t rate, RateCorrection correction) {
     if (state_.g_nDisplayedRate != rate) {
         state_.g_nDisplayedRate = rate;
-        state_.g_tickDisplayedRate = needs_.clock.GetTickCount();
+        state_.g_tickDisplayedRate = driver_.clock.GetTickCount();
         state_.g_bRestoreRatePending = true;
     }
     frmHandBox& handBox = needs_.handBox;
     for (std::size_t i = 0; i < handBox.pbTracking.size(); ++i) {
         handBox.pbTracking[i].Visible(Marks(rate, i));
     }
-    const std::string text = RateText(state_, rate, corrected);
+    const std::string text = RateText(state_, rate, correction);
     needs_.statusWindow.lblTrackingRate.Text(text);
     handBox.frameTrackingRate.Caption("Tracking Rate: " + text);
     EnableRateControls();
@@ -77,7 +79,7 @@ void HandBoxPanel::UpdateRateLimits() {
 
 bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
     const bool isDecimal = IsNumericText(text) && text.find_first_of("eE") == std::string_view::npos;
-    return text.empty() || (isDecimal && std::abs(Val_Global(text, needs_.log)) <= needs_.handBox.customRateLimit);
+    return text.empty() || (isDecimal && std::abs(Val_Global(text, driver_.log)) <= needs_.handBox.customRateLimit);
 }
 
 /// An empty box leaves the rate of its axis unchanged.
@@ -95,12 +97,12 @@ void HandBoxPanel::SetCustomRate(const std::string& text, void (Telescope::*writ
         return;
     }
     if (!CustomRateIsGood(text)) {
-        needs_.log.LogMessage("btnRateCustom", LogLevel::Error,
-                              "The custom rate is no number within the limit, it is not sent: '" + text + "'");
+        driver_.log.LogMessage("btnRateCustom", LogLevel::Error,
+                               "The custom rate is no number within the limit, it is not sent: '" + text + "'");
         return;
     }
-    ResumeNext errors{needs_.ledger, "btnRateCustom"};
-    errors.Step([&] { (telescope->*write)(Val_Global(text, needs_.log)); });
+    ResumeNext errors{driver_.ledger, "btnRateCustom"};
+    errors.Step([&] { (telescope->*write)(Val_Global(text, driver_.log)); });
 }
 
 void HandBoxPanel::OnKingRateChange() {
@@ -109,8 +111,8 @@ void HandBoxPanel::OnKingRateChange() {
     if (needs_.handBox.fillings > 0) {
         return;
     }
-    needs_.log.LogMessage("User", LogLevel::Info,
-                          std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
+    driver_.log.LogMessage("User", LogLevel::Info,
+                           std::string("King tracking option ") + (enabled ? "enabled" : "disabled"));
     if (state_.g_bTracking && state_.g_nDisplayedRate == displayed_rate::Sidereal) {
         needs_.tracking.ChooseRate(displayed_rate::Sidereal);
     }

@@ -24,11 +24,11 @@ void ShowMatch(TextBox& box, bool matches, std::string_view words) {
 
 }  // namespace
 
-void HandBoxPanel::ShowNoMountSite(bool silent) {
-    Tell("Failed to get Longitude/Latitude from mount!", silent);
+void HandBoxPanel::ShowNoMountSite(Notice notice) {
+    Tell("Failed to get Longitude/Latitude from mount!", notice);
 }
 
-void HandBoxPanel::ShowMountSite(double longitude, double latitude, bool silent) {
+void HandBoxPanel::ShowMountSite(double longitude, double latitude, Notice notice) {
     siteRead_ = true;
     const std::string latitudeText = DegreesToDMS(latitude, "*", ":", "", 0);
     const std::string longitudeText = DegreesToDMS(longitude, "*", ":", "", 0);
@@ -36,20 +36,20 @@ void HandBoxPanel::ShowMountSite(double longitude, double latitude, bool silent)
     needs_.handBox.txtActualLongitude.Text(longitudeText);
     needs_.statusWindow.lblLatitude.Text(latitudeText);
     needs_.statusWindow.lblLongitude.Text(longitudeText);
-    CompareSite(longitude, latitude, silent);
+    CompareSite(longitude, latitude, notice);
 }
 
-void HandBoxPanel::CompareSite(double longitude, double latitude, bool silent) {
+void HandBoxPanel::CompareSite(double longitude, double latitude, Notice notice) {
     constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
     constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
     const Site* const site = CurrentSite();
     bool latitudeMatches = true;
     bool longitudeMatches = true;
-    ResumeNext errors{needs_.ledger, "CompareSite"};
+    ResumeNext errors{driver_.ledger, "CompareSite"};
     errors.Step([&] {
         if (site) {
-            const double siteLatitude = SiteTextDegrees(site->Latitude, "S", needs_.log);
-            const double siteLongitude = SiteTextDegrees(site->Longitude, "W", needs_.log);
+            const double siteLatitude = SiteTextDegrees(site->Latitude, "S", driver_.log);
+            const double siteLongitude = SiteTextDegrees(site->Longitude, "W", driver_.log);
             latitudeMatches = Near(latitude - siteLatitude);
             longitudeMatches = Near(NormalizeDegrees180(longitude - siteLongitude));
         }
@@ -57,28 +57,28 @@ void HandBoxPanel::CompareSite(double longitude, double latitude, bool silent) {
     ShowMatch(needs_.handBox.txtActualLatitude, latitudeMatches, kLatitudeWords);
     ShowMatch(needs_.handBox.txtActualLongitude, longitudeMatches, kLongitudeWords);
     if (!latitudeMatches) {
-        Tell(std::string(kLatitudeWords), silent);
+        Tell(std::string(kLatitudeWords), notice);
     }
     if (!longitudeMatches) {
-        Tell(std::string(kLongitudeWords), silent);
+        Tell(std::string(kLongitudeWords), notice);
     }
 }
 
-void HandBoxPanel::Tell(const std::string& text, bool silent) {
-    needs_.log.LogMessage("GetLongLatFromMount", LogLevel::Warning, text);
-    if (!silent && !needs_.handBox.noMessageBoxes) {
+void HandBoxPanel::Tell(const std::string& text, Notice notice) {
+    driver_.log.LogMessage("GetLongLatFromMount", LogLevel::Warning, text);
+    if (notice == Notice::Shown && !needs_.handBox.noMessageBoxes) {
         needs_.messageBoxes.Show(text, application::kTitle, MessageIcon::Information);
     }
 }
 
 void HandBoxPanel::OnSiteTick() {
     bool connected = false;
-    ResumeNext errors{needs_.ledger, "tmrGetLatLong"};
+    ResumeNext errors{driver_.ledger, "tmrGetLatLong"};
     errors.Assign(connected, [&] { return needs_.linkConnected(); });
     if (!connected) {
         siteRead_ = false;
     } else if (!siteRead_ && !state_.g_bInPoll && !state_.g_bPollSuspended) {
-        needs_.readMountSite(true);
+        needs_.readMountSite(Notice::LogOnly);
     }
 }
 

@@ -301,8 +301,7 @@ TEST_F(BoolExchange, MaxSerialRetries_IsHeldBetweenZeroAndFive) {
 }
 
 TEST_F(BoolExchange, MaxSerialRetries_BelongsToOneExchange) {
-    CommandExchange other(ExchangeNeeds{state, link, log, counters, waits, clock, ledger,
-                                        [](std::string_view) { return std::string(); }, [] {}});
+    CommandExchange other(ExchangeNeeds{essentials, link, [](std::string_view) { return std::string(); }, [] {}});
     exchange->MaxSerialRetries(3);
     EXPECT_EQ(other.MaxSerialRetries(), 0);
 }

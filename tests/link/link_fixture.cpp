@@ -28,10 +28,9 @@ LinkFixture::LinkFixture() {
     for (const std::int32_t port : kPorts) {
         machine.serialPorts.Connect(port, line);
     }
-    persist_.emplace(PersistNeeds{state, log, clock, machine.folders, machine.messageBoxes, ledger});
     log.SetListener(
         [this](std::string_view origin, int level, std::string_view message) { KeepLogLine(origin, level, message); });
-    exchange.emplace(ExchangeNeeds{state, link, log, counters, waits, clock, ledger,
+    exchange.emplace(ExchangeNeeds{essentials, link,
                                    [this](std::string_view text) {
                                        driverCommands.emplace_back(text);
                                        return driverReply ? driverReply(text) : std::string("1");
@@ -61,11 +60,11 @@ void LinkFixture::KeepLogLine(std::string_view origin, int level, std::string_vi
 void LinkFixture::MakeLink() {
     link.reset();
     link = std::make_unique<classSerial>(
-        SerialNeeds{machine.serialPorts, clock, log, counters, alarmFilter, ledger, *persist_});
+        SerialNeeds{machine.serialPorts, clock, log, counters, alarmFilter, ledger, persist});
 }
 
 void LinkFixture::SetAscomObject(std::string_view value) {
-    persist_->Write(setting::chkUseASCOMSerialObject, value);
+    persist.Write(setting::chkUseASCOMSerialObject, value);
 }
 
 void LinkFixture::UseAscomObject() {

@@ -58,6 +58,8 @@ protected:
     AlarmFilter alarmFilter{counters};
     SwallowLedger ledger;
     Waits waits{clock, machine.pump};
+    Persist persist{PersistNeeds{state, log, clock, machine.folders, machine.messageBoxes, ledger}};
+    const Essentials essentials{state, persist, log, clock, waits, ledger, counters};
     int querySuccesses = 0;
     std::vector<std::string> driverCommands;                   ///< what reached the driver command channel
     std::function<std::string(std::string_view)> driverReply;  ///< its answer
@@ -72,7 +74,6 @@ private:
     std::optional<std::string> ExchangeResult(std::string_view method, std::string_view command, bool raw);
     std::optional<std::string> LinkResult(std::string_view member, std::string_view argument);
 
-    std::optional<Persist> persist_;
     std::function<void(std::string_view origin, int level, std::string_view message)> transcriptLog_;
     std::vector<std::string> logLines_;
 };

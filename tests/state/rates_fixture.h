@@ -32,16 +32,14 @@ protected:
     frmInitialSetup initialSetup;
     frmInitMount initMount;
     MountRates rates{MountRatesNeeds{
-        .state = state,
-        .persist = persist,
-        .log = log,
+        .driver = essentials,
         .mount = catalogue,
         .handBox = handBox,
         .initialSetup = initialSetup,
         .initMount = initMount,
     }};
     ControllerFeatures controller{ControllerFeaturesNeeds{
-        .state = state,
+        .driver = essentials,
         .mount = catalogue,
         .rates = rates,
         .handBox = handBox,

@@ -59,8 +59,9 @@ void RecordingPanel::SetParkStatus(std::string_view text, std::string_view origi
     calls.push_back("SetParkStatus " + std::string(text) + " " + std::string(origin));
 }
 
-void RecordingPanel::ShowTrackingRate(std::int16_t rate, bool corrected) {
-    calls.push_back("ShowTrackingRate " + std::to_string(rate) + (corrected ? " corrected" : ""));
+void RecordingPanel::ShowTrackingRate(std::int16_t rate, RateCorrection correction) {
+    calls.push_back("ShowTrackingRate " + std::to_string(rate) +
+                    (correction == RateCorrection::On ? " corrected" : ""));
 }
 
 void RecordingPanel::SlewFlashDisplay() {

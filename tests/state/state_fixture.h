@@ -83,11 +83,11 @@ public:
     void ShowMountFeatures() override { calls.emplace_back("ShowMountFeatures"); }
     void SetParkStatus(std::string_view text, std::string_view origin) override;
     void SetParkToolTip(std::string_view) override {}
-    void ShowTrackingRate(std::int16_t rate, bool corrected) override;
+    void ShowTrackingRate(std::int16_t rate, RateCorrection correction) override;
     void EnableRateControls() override {}
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
-    void ShowMountSite(double, double, bool) override {}
-    void ShowNoMountSite(bool) override {}
+    void ShowMountSite(double, double, Notice) override {}
+    void ShowNoMountSite(Notice) override {}
     void UpdateErrorCounts() override {}
     void SlewFlashDisplay() override;
     void SetUiGuideIndicator(std::int32_t, bool) override {}
@@ -124,22 +124,16 @@ protected:
     std::function<void()> duringQuayCheck;
     Waits waits{machine.clock, machine.pump};
     StopDoor door{waits, log, state};
+    const Essentials essentials{state, persist, log, machine.clock, waits, ledger, counters};
     EventJournal journal{EventJournalNeeds{
-        .state = state,
+        .driver = essentials,
         .motion = motion,
-        .log = log,
-        .clock = machine.clock,
         .panel = panel,
     }};
     MountQueries queries{MountQueriesNeeds{
-        .state = state,
-        .persist = persist,
-        .log = log,
-        .counters = counters,
-        .clock = machine.clock,
+        .driver = essentials,
         .door = door,
         .astronomy = machine.astronomy,
-        .ledger = ledger,
         .handBox = handBox,
         .statusWindow = statusWindow,
         .panel = panel,
@@ -152,13 +146,9 @@ protected:
         .telescope = [this] { return telescopeThere; },
     }};
     PollLoop poll{PollLoopNeeds{
-        .state = state,
+        .driver = essentials,
         .motion = motion,
-        .persist = persist,
-        .log = log,
-        .clock = machine.clock,
         .door = door,
-        .ledger = ledger,
         .sounds = machine.sounds,
         .handBox = handBox,
         .askAbortSlew = askAbortSlew,

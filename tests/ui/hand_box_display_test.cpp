@@ -46,18 +46,22 @@ TEST_F(HandBoxDisplay, SetParkStatus_ShowsOnBothWindows) {
 TEST_F(HandBoxDisplay, ShowTrackingRate_TextAndIndicatorByRate) {
     struct Row {
         std::int16_t rate;
-        bool corrected, king;
+        RateCorrection correction;
+        bool king;
         std::string text;
         int indicator;
     };
-    for (const Row& row :
-         {Row{0, false, false, "Not Tracking", 0}, Row{0, true, false, "Not Tracking", 0},
-          Row{1, false, false, "Sidereal", 1}, Row{1, true, false, "Corr Sidereal", 1}, Row{1, false, true, "King", 1},
-          Row{1, true, true, "Corr King", 1}, Row{2, false, false, "Lunar", 2}, Row{2, true, false, "Lunar", 2},
-          Row{3, false, false, "Solar", 3}, Row{3, true, false, "Solar", 3}, Row{4, false, false, "Custom", 4},
-          Row{4, true, false, "Corr Custom", 4}, Row{5, true, false, "", -1}, Row{-1, false, false, "", -1}}) {
+    constexpr RateCorrection kPlain = RateCorrection::Off;
+    constexpr RateCorrection kCorrected = RateCorrection::On;
+    for (const Row& row : {Row{0, kPlain, false, "Not Tracking", 0}, Row{0, kCorrected, false, "Not Tracking", 0},
+                           Row{1, kPlain, false, "Sidereal", 1}, Row{1, kCorrected, false, "Corr Sidereal", 1},
+                           Row{1, kPlain, true, "King", 1}, Row{1, kCorrected, true, "Corr King", 1},
+                           Row{2, kPlain, false, "Lunar", 2}, Row{2, kCorrected, false, "Lunar", 2},
+                           Row{3, kPlain, false, "Solar", 3}, Row{3, kCorrected, false, "Solar", 3},
+                           Row{4, kPlain, false, "Custom", 4}, Row{4, kCorrected, false, "Corr Custom", 4},
+                           Row{5, kCorrected, false, "", -1}, Row{-1, kPlain, false, "", -1}}) {
         driver->state.g_bKingRateAvailable = driver->state.g_bKingRateEnabled = row.king;
-        driver->panel.ShowTrackingRate(row.rate, row.corrected);
+        driver->panel.ShowTrackingRate(row.rate, row.correction);
         EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), row.text);
         EXPECT_EQ(HandBox().frameTrackingRate.Caption(), "Tracking Rate: " + row.text);
         EXPECT_EQ(Indicator(), row.indicator);
@@ -67,24 +71,24 @@ TEST_F(HandBoxDisplay, ShowTrackingRate_TextAndIndicatorByRate) {
 TEST_F(HandBoxDisplay, ShowTrackingRate_KingNeedsTheFirmwareAndTheChoice) {
     driver->state.g_bKingRateAvailable = true;
     driver->state.g_bKingRateEnabled = false;
-    driver->panel.ShowTrackingRate(1, false);
+    driver->panel.ShowTrackingRate(1, RateCorrection::Off);
     EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
     driver->state.g_bKingRateAvailable = false;
     driver->state.g_bKingRateEnabled = true;
-    driver->panel.ShowTrackingRate(1, false);
+    driver->panel.ShowTrackingRate(1, RateCorrection::Off);
     EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "Sidereal");
 }
 
 TEST_F(HandBoxDisplay, ShowTrackingRate_NotesTheTickAndTheRestoreAtAChangeOnly) {
-    driver->panel.ShowTrackingRate(2, false);
+    driver->panel.ShowTrackingRate(2, RateCorrection::Off);
     EXPECT_TRUE(driver->state.g_bRestoreRatePending);
     const Tick changed = driver->state.g_tickDisplayedRate;
     driver->state.g_bRestoreRatePending = false;
     machine.AdvanceTime(1000);
-    driver->panel.ShowTrackingRate(2, true);
+    driver->panel.ShowTrackingRate(2, RateCorrection::On);
     EXPECT_FALSE(driver->state.g_bRestoreRatePending);
     EXPECT_EQ(driver->state.g_tickDisplayedRate, changed);
-    driver->panel.ShowTrackingRate(3, false);
+    driver->panel.ShowTrackingRate(3, RateCorrection::Off);
     EXPECT_TRUE(driver->state.g_bRestoreRatePending);
     EXPECT_NE(driver->state.g_tickDisplayedRate, changed);
 }
@@ -92,7 +96,7 @@ TEST_F(HandBoxDisplay, ShowTrackingRate_NotesTheTickAndTheRestoreAtAChangeOnly) 
 TEST_F(HandBoxDisplay, ShowTrackingRate_CustomRatesAreOfferedWhileTrackingOnly) {
     for (const bool tracking : {true, false}) {
         driver->state.g_bTracking = tracking;
-        driver->panel.ShowTrackingRate(tracking ? 1 : 0, false);
+        driver->panel.ShowTrackingRate(tracking ? 1 : 0, RateCorrection::Off);
         EXPECT_EQ(HandBox().btnRateCustom.Enabled(), tracking);
         EXPECT_EQ(HandBox().txtRaCustom.Enabled(), tracking);
         EXPECT_EQ(HandBox().txtDecCustom.Enabled(), tracking);

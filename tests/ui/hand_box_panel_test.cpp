@@ -227,14 +227,14 @@ TEST_F(SiteFromMount, Compare_SaysWhatDiffersFromTheCurrentSite) {
           Row{"N 47 30 02.0", "E 11 15 00.0", false, true}, Row{"S 47 30 00.0", "E 11 15 00.0", false, true},
           Row{"N 47 30 00.0", "W 11 15 00.0", true, false}, Row{"N 47 29 58.0", "E 11 15 02.0", false, false}}) {
         SetCurrentSite(row.latitude, row.longitude);
-        for (const bool silent : {true, false}) {
+        for (const Notice notice : {Notice::LogOnly, Notice::Shown}) {
             machine.messageBoxes.shown.clear();
-            driver->connections.ReadMountSite(silent);
+            driver->connections.ReadMountSite(notice);
             std::vector<std::string> expected;
-            if (!silent && !row.latitudeMatches) {
+            if (notice == Notice::Shown && !row.latitudeMatches) {
                 expected.emplace_back(kLatitude);
             }
-            if (!silent && !row.longitudeMatches) {
+            if (notice == Notice::Shown && !row.longitudeMatches) {
                 expected.emplace_back(kLongitude);
             }
             EXPECT_EQ(Boxes(), expected) << row.latitude << row.longitude;
@@ -254,7 +254,7 @@ TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
     for (const std::optional<Site>& site : driver->sites.g_Sites()) {
         if (site && (site->Name == "Hill" || site->Name == "hill")) {
             driver->sites.g_SiteDbIndex(site->id);
-            driver->connections.ReadMountSite(true);
+            driver->connections.ReadMountSite(Notice::LogOnly);
             EXPECT_EQ(Marked(HandBox().txtActualLatitude), site->Name == "Hill");
             EXPECT_EQ(Marked(HandBox().txtActualLongitude), site->Name == "Hill");
         }
@@ -264,7 +264,7 @@ TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
 TEST_F(SiteFromMount, WithoutACurrentSite_NothingIsCompared) {
     auto telescope = ConnectedTelescope();
     driver->sites.g_SiteDbIndex(0);
-    driver->connections.ReadMountSite(false);
+    driver->connections.ReadMountSite(Notice::Shown);
     EXPECT_TRUE(Boxes().empty());
     EXPECT_FALSE(Marked(HandBox().txtActualLatitude));
 }
@@ -273,7 +273,7 @@ TEST_F(SiteFromMount, SilentMount_IsToldWhenAPersonAsked) {
     auto telescope = ConnectedTelescope();
     ExpectSwallow("CommandString");
     mount->SetLineDead(true);
-    driver->connections.ReadMountSite(true);
+    driver->connections.ReadMountSite(Notice::LogOnly);
     EXPECT_TRUE(Boxes().empty());
     EXPECT_TRUE(Logged(std::string(kFailed)));
     HandBox().btnGetLongLat.FireClick();

@@ -81,14 +81,14 @@ TEST_F(HandBoxRates, ChoiceOfARateThatThereIsNot_SendsNothing) {
 }
 
 TEST_F(HandBoxRates, SameRateShownAgain_LeavesTheTimeOfItsChange) {
-    driver->panel.ShowTrackingRate(2, false);
+    driver->panel.ShowTrackingRate(2, RateCorrection::Off);
     const Tick shown = driver->state.g_tickDisplayedRate;
     machine.AdvanceTime(10);
     driver->state.g_nDisplayedRate = 2;  // whatever the poll has shown meanwhile
     driver->state.g_tickDisplayedRate = shown;
-    driver->panel.ShowTrackingRate(2, true);
+    driver->panel.ShowTrackingRate(2, RateCorrection::On);
     EXPECT_EQ(driver->state.g_tickDisplayedRate - shown, 0);
-    driver->panel.ShowTrackingRate(3, false);
+    driver->panel.ShowTrackingRate(3, RateCorrection::Off);
     EXPECT_GT(driver->state.g_tickDisplayedRate - shown, 0);
 }
 

@@ -28,7 +28,7 @@ void Telescope::CalibrateOnFirstSlew() {
     if (state_.g_bAutoCalibrated) {
         return;
     }
-    if (Val_Global(needs_.persist.Read(setting::chkAutoCalibrateOnFirstSlew), needs_.log) == 1.0) {
+    if (Val_Global(driver_.persist.Read(setting::chkAutoCalibrateOnFirstSlew), driver_.log) == 1.0) {
         AutoCalibrateNSEW(kCalibrationAttempts);
     } else {
         state_.g_bAutoCalibrated = true;
@@ -38,16 +38,16 @@ void Telescope::CalibrateOnFirstSlew() {
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     CalibrationSteps steps(*this);
     UntilStopped(procedure::Calibration, [&](Sequence& mount) {
-        needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
+        driver_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
         for (int attempt = 1; attempt <= attempts; ++attempt) {
             mount.LetStopIn();
-            needs_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
+            driver_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
             bool calibrated = false;
-            ResumeNext errors{needs_.ledger, kOrigin};
+            ResumeNext errors{driver_.ledger, kOrigin};
             errors.Assign(calibrated, [&] { return steps.CalibrateOnce(mount); });
             if (calibrated) {
                 state_.g_bAutoCalibrated = true;
-                needs_.log.LogMessage(kOrigin, LogLevel::Info, "Autocalibration Successful!");
+                driver_.log.LogMessage(kOrigin, LogLevel::Info, "Autocalibration Successful!");
                 return;
             }
         }
@@ -61,7 +61,7 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     if (!IsPierSide(startSide, "... Bad response to Pier Side Command: ")) {
         return false;
     }
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "Got Starting Pier Side: " + startSide);
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Starting Pier Side: " + startSide);
     double startRa = 0.0;
     double startDec = 0.0;
     if (!AskRa(mount, startRa, "Got Start RA: ") || !AskDec(mount, startDec, "Got Start Dec: ")) {
@@ -70,12 +70,12 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     mount.LetStopIn();
     MakeTestMove();
     const std::string endSide = mount.CommandString(wire::GetPierSide);
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, "Got Ending Pier Side: " + endSide);
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Ending Pier Side: " + endSide);
     if (!IsPierSide(endSide, "... Bad response to Pier Side Command (2): ")) {
         return false;
     }
     if (endSide != startSide) {
-        needs_.log.LogMessage(kOrigin, LogLevel::Error, "Pier Side Changed... retrying");
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "Pier Side Changed... retrying");
         return false;
     }
     double endRa = 0.0;
@@ -86,11 +86,11 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     mount.LetStopIn();
     Sequence swaps = Talk(procedure::SwapDirections);
     if (NormalizeHourAngle(endRa - startRa) < 0.0) {
-        needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
+        driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
         swaps.CommandBlind(wire::SwapEastWest);
     }
     if (startSide == pier_side::kEastText ? startDec < endDec : startDec > endDec) {
-        needs_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
+        driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
         swaps.CommandBlind(wire::SwapNorthSouth);
     }
     return true;
@@ -102,7 +102,7 @@ void CalibrationSteps::MakeTestMove() {
     mount.CommandBlind(wire::CenteringRate, "1");
     mount.CommandBlind(wire::MoveEast);
     mount.CommandBlind(wire::MoveNorth);
-    needs_.waits.WaitForMilliseconds(kTestMoveMs);
+    driver_.waits.WaitForMilliseconds(kTestMoveMs);
     mount.CommandBlind(wire::Stop);
 }
 
@@ -110,26 +110,26 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
     if (side == pier_side::kEastText || side == pier_side::kWestText) {
         return true;
     }
-    needs_.log.LogMessage(kOrigin, LogLevel::Error, std::string(complaint) + side);
+    driver_.log.LogMessage(kOrigin, LogLevel::Error, std::string(complaint) + side);
     return false;
 }
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetRa);
-    if (!IsRaReply(reply, needs_.log)) {
+    if (!IsRaReply(reply, driver_.log)) {
         return false;
     }
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
-    return ParseProtocolHours(reply, hours, needs_.log);
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
+    return ParseProtocolHours(reply, hours, driver_.log);
 }
 
 bool CalibrationSteps::AskDec(Sequence& mount, double& degrees, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetDec);
-    if (!IsDecReply(reply, needs_.log)) {
+    if (!IsDecReply(reply, driver_.log)) {
         return false;
     }
-    needs_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
-    return ParseProtocolDegrees(reply, degrees, needs_.log);
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
+    return ParseProtocolDegrees(reply, degrees, driver_.log);
 }
 
 }  // namespace kestrane

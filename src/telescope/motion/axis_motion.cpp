@@ -57,13 +57,13 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     AxisSteps steps(*this);
     const std::string call = "MoveAxis(" + std::to_string(axis) + "," + PlainNumber(degreesPerSecond) + ")";
     if (!(std::abs(degreesPerSecond) <= state_.g_dMaxAxisRate)) {
-        needs_.log.LogMessage(
+        driver_.log.LogMessage(
             "ASCOM", LogLevel::Exception,
             call + " - Rate is out of Range - Max is " + PlainNumber(state_.g_dMaxAxisRate) + " deg/sec");
         throw DriverError(ErrorNumber::OutOfRange,
                           "Method MoveAxis " + std::to_string(axis) + " The rate is out of range.");
     }
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, call);
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, call);
     check_connected("MoveAxis", Parked::IsRefused, TrackingMust::BeEither);
     const bool exists = axis == mount_axis::Primary || axis == mount_axis::Secondary;
     if (exists && steps.MoveAxisComesTooLate(degreesPerSecond)) {
@@ -104,7 +104,7 @@ void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
     // rate.
     const double multiple = MultipleOfSidereal(degreesPerSecond) - 1.0;
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtRaCustom, multiple);
-    const bool zeroStopsTracking = needs_.persist.ReadFlag(setting::chkRaMoveAxisOfZeroStopsTracking);
+    const bool zeroStopsTracking = driver_.persist.ReadFlag(setting::chkRaMoveAxisOfZeroStopsTracking);
     if (degreesPerSecond == 0.0 && !zeroStopsTracking &&
         axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {
         const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
@@ -135,7 +135,8 @@ void AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
 }
 
 void AxisSteps::ShowAxisRates() {
-    needs_.panel.ShowTrackingRate(axes_.Runs() ? displayed_rate::Custom : displayed_rate::Sidereal, false);
+    needs_.panel.ShowTrackingRate(axes_.Runs() ? displayed_rate::Custom : displayed_rate::Sidereal,
+                                  RateCorrection::Off);
 }
 
 /// Somebody has chosen the tracking since the last rate of the primary axis: that ended the motion, and it stays in
@@ -166,7 +167,7 @@ void Telescope::PutBackTrackingBeforeMoveAxis() {
         return;
     }
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
-    ResumeNext errors{needs_.ledger, "PutBackTracking"};
+    ResumeNext errors{driver_.ledger, "PutBackTracking"};
     errors.Step([&] { Tracking(axes_.tracked); });
 }
 
@@ -178,9 +179,9 @@ void Telescope::StopOwnAxes() {
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
-    ResumeNext errors{needs_.ledger, "StopOwnAxes"};
+    ResumeNext errors{driver_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
-        needs_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
+        driver_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
         if (secondaryRuns) {
             errors.Step([&] { steps.MoveSecondaryAxis(0.0); });
         }

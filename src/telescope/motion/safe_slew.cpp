@@ -78,7 +78,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
 }
 
 bool SafeSlewSteps::SendFirstLeg(double viaRightAscension) {
-    needs_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
+    driver_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
     const bool accepted = SendLeg(viaRightAscension, state_.g_dDec);
     if (!accepted) {
         // A refused first leg must not become a direct slew past the counterweights, or a slew without an end.
@@ -89,7 +89,7 @@ bool SafeSlewSteps::SendFirstLeg(double viaRightAscension) {
 
 /// False when the mount has refused it.
 bool SafeSlewSteps::SendLeg(double rightAscension, double declination) {
-    ResumeNext errors{needs_.ledger, "SafeSlew"};
+    ResumeNext errors{driver_.ledger, "SafeSlew"};
     errors.Step([&] { telescope_.TargetRightAscension(rightAscension); });
     errors.Step([&] { telescope_.TargetDeclination(declination); });
     return errors.Step([&] { telescope_.SendSlewCommands(); });
@@ -99,11 +99,12 @@ bool SafeSlewSteps::SendLeg(double rightAscension, double declination) {
 bool SafeSlewSteps::PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension) {
     needs_.motion.SecondLegDropped();
     if (state_.g_bRawRaDecSlews || state_.g_bForkMount || state_.g_bFirmwareSafeSlew) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");
+        driver_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew is disabled");
         return false;
     }
     if (IsShortSlew(state_.g_dRa, state_.g_dDec, rightAscension, declination)) {
-        needs_.log.LogMessage("SafeSlew", LogLevel::Info, "SafeSlew will not be used - Target Dec is withing 1 degree");
+        driver_.log.LogMessage("SafeSlew", LogLevel::Info,
+                               "SafeSlew will not be used - Target Dec is withing 1 degree");
         return false;
     }
     const auto via = IntermediateRa(state_.g_nSideOfPier, state_.g_dHourAngle, needs_.queries.GetLst());

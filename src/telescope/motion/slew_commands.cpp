@@ -75,7 +75,7 @@ void Telescope::SendSlewCommands() {
             steps.RaiseSlewRefusal(result);
         }
         needs_.motion.SlewTaken();
-        const Tick now = needs_.clock.GetTickCount();
+        const Tick now = driver_.clock.GetTickCount();
         state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
         state_.g_tickLastSlewCheck = now;
     });
@@ -86,7 +86,7 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
     if (!isRaDec && !isAltAz) {
-        needs_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
+        driver_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
         return kNoTarget;
     }
     telescope_.CalibrateOnFirstSlew();
@@ -115,12 +115,12 @@ std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     // Intentional: when the mount refuses a half of the target, that is logged and the sequence goes on. Only the reply
     // to the slew command counts.
     if (!mount.CommandBoolInternal(wire::SetTargetRa, ra)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
         needs_.poll.SetPolling(true);
     }
     const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
     if (!mount.CommandBoolInternal(wire::SetTargetDec, dec)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
         needs_.poll.SetPolling(true);
     }
     return SendSlew(mount, "Slew RA/Dec");
@@ -141,7 +141,7 @@ std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
 void SlewCommandSteps::SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
                                      std::string_view property, const std::string& text) {
     if (!mount.CommandBoolInternal(command, text)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(logged) + " FAILED!");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(logged) + " FAILED!");
         throw DriverError(ErrorNumber::MountRejectedTarget,
                           "KS mount rejected set " + std::string(property) + " = " + text);
     }
@@ -149,17 +149,17 @@ void SlewCommandSteps::SendAltAzHalf(Sequence& mount, const CharacterCommand& co
 
 /// The reply of the mount is one character without a terminator.
 std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin) {
-    ResumeNext errors{needs_.ledger, "SendSlew"};
+    ResumeNext errors{driver_.ledger, "SendSlew"};
     mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
     std::string reply;
     errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCounted(1) : std::string{}; });
-    needs_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
+    driver_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
     return reply;
 }
 
 /// No client may hear of the refusal, so the log reports why nothing moved.
 void SlewCommandSteps::LogRefusal(std::int16_t result) {
-    needs_.log.LogMessage(
+    driver_.log.LogMessage(
         "SendSlewCommands", LogLevel::Error,
         "The mount refused the slew: reply " + std::to_string(result) + ", " + std::string(MeaningOfRefusal(result)));
 }
@@ -173,7 +173,7 @@ void SlewCommandSteps::RaiseSlewRefusal(std::int16_t result) {
 
 /// A slew runs at the slew rate of the settings, if the user wants that.
 void SlewCommandSteps::ApplySlewRateOfSettings(Sequence& mount) {
-    if (Trim(needs_.persist.Read(setting::chkSetSlewRate)) == "1") {
+    if (Trim(driver_.persist.Read(setting::chkSetSlewRate)) == "1") {
         telescope_.SetSlewRate(mount, Telescope::kSlewRateOfSettings);
     }
 }

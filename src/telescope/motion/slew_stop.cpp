@@ -41,7 +41,7 @@ void Telescope::AbortSlewDriver() {
 }
 
 void StopSteps::StopMotion(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+    driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     if (state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
         SendStopPair();
@@ -52,7 +52,7 @@ void StopSteps::StopMotion(std::string_view origin) {
 /// Stops the axes that `MoveAxis` of any client runs. The tracking from before is restored in place of the custom
 /// rates, which the stop has cleared in the mount. A slew or a park that came later ends as at any stop.
 void StopSteps::StopAxes(std::string_view origin) {
-    needs_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
+    driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     SendStopPair();
     needs_.axisMotions.EndAll();
@@ -61,7 +61,7 @@ void StopSteps::StopAxes(std::string_view origin) {
 void StopSteps::SendStopPair() {
     Sequence mount = Talk(procedure::StopPair);
     mount.CommandBlind(wire::Stop);
-    needs_.waits.WaitForMilliseconds(kStopSpacingMs);
+    driver_.waits.WaitForMilliseconds(kStopSpacingMs);
     mount.CommandBlind(wire::Stop);
 }
 
@@ -71,7 +71,7 @@ void StopSteps::ReinstateCustomRates() {
     if (!state_.g_bTracking) {
         return;
     }
-    ResumeNext errors{needs_.ledger, "AbortSlew"};
+    ResumeNext errors{driver_.ledger, "AbortSlew"};
     if (state_.g_dRaRate != 0.0) {
         errors.Step([&] { telescope_.RightAscensionRate(state_.g_dRaRate); });
     }

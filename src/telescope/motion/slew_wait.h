@@ -11,7 +11,8 @@ namespace kestrane {
 /// call does nothing more after it.
 class SlewWait {
 public:
-    explicit SlewWait(TelescopeCore& core) : needs_(core.needs_), aborts_(core.state_.g_nAborts) {}
+    explicit SlewWait(TelescopeCore& core)
+        : driver_(core.driver_), needs_(core.needs_), aborts_(core.state_.g_nAborts) {}
 
     /// Whether a stop was asked for since. The count shows it even when the supervision has already cleared the flag,
     /// or a new slew has.
@@ -27,6 +28,7 @@ public:
 private:
     void PumpRound();
 
+    Essentials& driver_;
     TelescopeNeeds& needs_;
     std::uint32_t aborts_;  ///< stops before this call
 };

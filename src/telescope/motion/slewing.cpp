@@ -29,7 +29,7 @@ public:
 void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
     // Intentional: both slews log the words of the asynchronous one.
     const auto refuse = [&](std::string_view what, double value) {
-        needs_.log.LogMessage(
+        driver_.log.LogMessage(
             "ASCOM", LogLevel::Exception,
             "SlewToCoordinatesAsync " + std::string(what) + " (out of range) = " + PlainNumber(value));
         throw DriverError(ErrorNumber::OutOfRange);
@@ -43,13 +43,13 @@ void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
 }
 
 bool SlewSteps::SafeSlewWanted() {
-    return !needs_.persist.ReadFlag(setting::DisableSafeSlew);
+    return !driver_.persist.ReadFlag(setting::DisableSafeSlew);
 }
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     const auto permit = needs_.door.Permit("SlewToCoordinates");
     if (!permit) {
         return;
@@ -75,8 +75,8 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
     if (fromClient) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                              "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
+        driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                               "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
     const auto permit = needs_.door.Permit("SlewToCoordinatesAsync");
     if (!permit) {
@@ -103,8 +103,8 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 
 void Telescope::SlewToTarget() {
     SlewSteps steps(*this);
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                           "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTarget");
     if (!permit) {
         return;
@@ -148,15 +148,15 @@ void SlewSteps::TakeBackTarget(double rightAscension, double declination) {
 
 void Telescope::SlewToTargetAsync() {
     SlewSteps steps(*this);
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                           "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     const auto permit = needs_.door.Permit("SlewToTargetAsync");
     if (!permit) {
         return;
     }
     check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
     needs_.motion.NewSlewBegins(*permit);
@@ -184,7 +184,7 @@ void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
 /// Begins the slew. Returns the wait for its end, or nothing when it does not begin.
 std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
     telescope_.check_connected(name, Parked::IsRefused, TrackingMust::BeOff);
     const auto permit = needs_.door.Permit(member);
     if (!permit) {
@@ -200,7 +200,7 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
             const std::string reply =
                 Talk(procedure::Question)
                     .CommandString(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
-            needs_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
+            driver_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
         } else {
             telescope_.SendSlewCommands();
         }
@@ -215,10 +215,10 @@ int Telescope::DestinationSideOfPier(double rightAscension, double declination) 
     CheckConnected();
     const double hourAngle = NormalizeHourAngle(needs_.queries.GetLst() - rightAscension);
     const bool west = hourAngle < 0.0 || hourAngle >= 12.0;
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "DestinationSideOfPier: TargetRA=" + PlainNumber(rightAscension) +
-                              ", TargetDec=" + PlainNumber(declination) + ", HA=" + PlainNumber(hourAngle) +
-                              ", PierSide=" + std::string(west ? pier_side::kWestText : pier_side::kEastText));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                           "DestinationSideOfPier: TargetRA=" + PlainNumber(rightAscension) +
+                               ", TargetDec=" + PlainNumber(declination) + ", HA=" + PlainNumber(hourAngle) +
+                               ", PierSide=" + std::string(west ? pier_side::kWestText : pier_side::kEastText));
     return west ? pier_side::West : pier_side::East;
 }
 
@@ -230,7 +230,7 @@ void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, 
     const std::string reply =
         Talk(procedure::Question)
             .CommandString(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
-    needs_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
+    driver_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
@@ -246,18 +246,18 @@ void Telescope::StartSecondLeg(double rightAscension, double declination) {
 
 bool Telescope::Slewing() {
     const bool slewing = needs_.poll.CheckSlewing() || state_.g_bSafeSlewPending || axes_.Runs();
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "GET Slewing = " + std::string(TrueFalse(slewing)) +
-                              ", MoveAxis(0)=" + PlainNumber(axes_.rates[mount_axis::Primary]) +
-                              ", MoveAxis(1)=" + PlainNumber(axes_.rates[mount_axis::Secondary]));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                           "GET Slewing = " + std::string(TrueFalse(slewing)) +
+                               ", MoveAxis(0)=" + PlainNumber(axes_.rates[mount_axis::Primary]) +
+                               ", MoveAxis(1)=" + PlainNumber(axes_.rates[mount_axis::Secondary]));
     // A client that asks in a tight loop must not starve the poll.
     needs_.door.Pause(kYieldMs);
     if (state_.g_bInPoll) {
         for (int i = 0; i < 3; ++i) {
-            needs_.clock.Sleep(1);
+            driver_.clock.Sleep(1);
         }
     } else {
-        needs_.waits.PumpOnce();
+        driver_.waits.PumpOnce();
     }
     return slewing;
 }
@@ -268,8 +268,8 @@ std::int16_t Telescope::SlewSettleTime() {
 
 void Telescope::SlewSettleTime(std::int16_t seconds) {
     if (seconds < 0 || seconds > kMaxSettleTime) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET SlewSettleTime (out of range) = " + std::to_string(seconds));
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception,
+                               "SET SlewSettleTime (out of range) = " + std::to_string(seconds));
         throw DriverError(ErrorNumber::OutOfRange);
     }
     LogSet("SlewSettleTime", std::to_string(seconds));

@@ -68,13 +68,13 @@ void TrackingSteps::StopTracking() {
     mount.CommandBlindInternal(wire::StopRaw);
     CustomRates(core_).ClearCustomDecRate(mount);
     mount.CommandBlindInternal(wire::TrackingRateRaw, "9");
-    needs_.panel.ShowTrackingRate(displayed_rate::Off, false);
+    needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
 
 void TrackingSteps::NoteTrackingChoice() {
     if (needs_.motion.TrackingChosen()) {
-        needs_.log.LogMessage("Slewing", LogLevel::Warning,
-                              "The slew ends here: a write of the tracking stops the mount");
+        driver_.log.LogMessage("Slewing", LogLevel::Warning,
+                               "The slew ends here: a write of the tracking stops the mount");
     }
 }
 
@@ -102,7 +102,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
         mount.CommandBlindInternal(wire::TrackingRateRaw, "8");
     }
     mount.CommandBlindInternal(wire::TrackingRateRaw, row.argument);
-    needs_.panel.ShowTrackingRate(row.displayed, false);
+    needs_.panel.ShowTrackingRate(row.displayed, RateCorrection::Off);
     state_.g_bTracking = true;
     needs_.panel.EnableRateControls();  // until now the display showed them as for a mount that does not track
 }
@@ -157,14 +157,14 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
 
 void TrackingSteps::RefuseWithoutCustomRates(std::string_view name) {
     if (!state_.g_bHasCustomRates) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " is not available for VTRKC1/2");
+        driver_.log.LogMessage("ASCOM", LogLevel::Info, "SET " + std::string(name) + " is not available for VTRKC1/2");
         throw DriverError(ErrorNumber::NotImplemented, std::string(name) + "  is not implemented in this driver.");
     }
 }
 
 void TrackingSteps::ShowCustomOrSidereal() {
     const bool custom = state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0;
-    needs_.panel.ShowTrackingRate(custom ? displayed_rate::Custom : displayed_rate::Sidereal, false);
+    needs_.panel.ShowTrackingRate(custom ? displayed_rate::Custom : displayed_rate::Sidereal, RateCorrection::Off);
 }
 
 double Telescope::GuideRateRightAscension() {
@@ -193,7 +193,7 @@ void TrackingSteps::SetGuideRate(std::string_view name, double degreesPerSecond)
     for (const GuideRateRow& row : kGuideRates) {
         if (multiple >= row.multiple - kGuideRateTolerance && multiple <= row.multiple + kGuideRateTolerance) {
             state_.g_dGuideRate = row.multiple;
-            needs_.persist.Write(setting::cbxInitGuideRate, row.setting);
+            driver_.persist.Write(setting::cbxInitGuideRate, row.setting);
             break;
         }
     }

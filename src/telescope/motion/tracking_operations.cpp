@@ -6,13 +6,13 @@
 
 namespace kestrane {
 void TrackingOperations::SetKingRateState() {
-    needs_.log.LogMessage("King Rate", LogLevel::Info,
-                          "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
+    driver_.log.LogMessage("King Rate", LogLevel::Info,
+                           "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
     Telescope* const telescope = needs_.telescope();
     if (!telescope || !state_.g_bKingRateAvailable) {
         return;
     }
-    ResumeNext errors{needs_.ledger, "SetKingRateState"};
+    ResumeNext errors{driver_.ledger, "SetKingRateState"};
     errors.Step([&] { telescope->SendKingCorrection(); });
 }
 
@@ -39,7 +39,7 @@ void TrackingOperations::ChooseRate(std::int16_t rate) {
 }
 
 void TrackingOperations::StopTracking() {
-    ResumeNext errors{needs_.ledger, "btnRateZero"};
+    ResumeNext errors{driver_.ledger, "btnRateZero"};
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
             telescope->Tracking(false);
@@ -49,7 +49,7 @@ void TrackingOperations::StopTracking() {
 }
 
 void TrackingOperations::StartTracking(std::int32_t telescopeRate) {
-    ResumeNext errors{needs_.ledger, "TrackingRateButton"};
+    ResumeNext errors{driver_.ledger, "TrackingRateButton"};
     SetKingRateState();
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {

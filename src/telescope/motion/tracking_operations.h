@@ -8,15 +8,14 @@
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "state/driver_state.h"
+#include "state/essentials.h"
 
 namespace kestrane {
 
 class Telescope;
 
 struct TrackingOperationsNeeds {
-    DriverState& state;
-    Log& log;
-    SwallowLedger& ledger;
+    Essentials driver;
     HandBoxDisplay& panel;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
 };
@@ -27,7 +26,8 @@ struct TrackingOperationsNeeds {
 /// failures are swallowed. Logic thread only.
 class TrackingOperations {
 public:
-    explicit TrackingOperations(TrackingOperationsNeeds needs) : needs_(std::move(needs)), state_(needs_.state) {}
+    explicit TrackingOperations(TrackingOperationsNeeds needs)
+        : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
 
     /// Switches the King correction of the mount as the user wants it; sends nothing to firmware without it.
     void SetKingRateState();
@@ -40,6 +40,7 @@ private:
     void StartTracking(std::int32_t telescopeRate);
 
     TrackingOperationsNeeds needs_;
+    Essentials driver_;
     DriverState& state_;
 };
 

@@ -38,7 +38,7 @@ double Telescope::Altitude() {
     CheckConnected();
     // Intentional: the mount is asked each time, although a positive altitude from the poll takes the place of its
     // answer.
-    double altitude = ProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetAltitude), needs_.log);
+    double altitude = ProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetAltitude), driver_.log);
     if (state_.g_dAlt > 0.0) {
         altitude = state_.g_dAlt;
     }
@@ -59,8 +59,8 @@ int Telescope::SideOfPier() {
 }
 
 void Telescope::SideOfPier(int side) {
-    needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                          "SET SideOfPier = " + std::to_string(side) + " (NO OPERATION DONE)");
+    driver_.log.LogMessage("ASCOM", LogLevel::Exception,
+                           "SET SideOfPier = " + std::to_string(side) + " (NO OPERATION DONE)");
     throw DriverError(ErrorNumber::NotImplemented, "Property Set SideOfPier() is not implemented in this driver.");
 }
 
@@ -81,7 +81,7 @@ bool Telescope::DoesRefraction() {
     if (state_.g_bQuayLink) {
         const std::string reply = Talk(procedure::Question).CommandString(wire::CompanionRefraction);
         does = reply.size() >= 3 && reply[2] == '1';
-        needs_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
+        driver_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
     }
     return LogGet("DoesRefraction", does);
 }
@@ -92,7 +92,7 @@ void Telescope::DoesRefraction(bool does) {
 
 double Telescope::TargetRightAscension() {
     if (!state_.g_bTargetRaSet) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetRightAscension (property not set) = 0");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetRightAscension (property not set) = 0");
         throw DriverError(ErrorNumber::ValueNotSet, "Property TargetRightAscension  property has not yet been set.");
     }
     return LogGet("TargetRightAscension", state_.g_dTargetRa);
@@ -110,7 +110,7 @@ void Telescope::TargetRightAscension(double hours) {
 
 double Telescope::TargetDeclination() {
     if (!state_.g_bTargetDecSet) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetDeclination (value not set) = 0");
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "GET TargetDeclination (value not set) = 0");
         throw DriverError(ErrorNumber::ValueNotSet, "Property TargetDeclination  property has not yet been set.");
     }
     return LogGet("TargetDeclination", state_.g_dTargetDec);
@@ -152,7 +152,7 @@ void Telescope::TargetAltitude(double degrees) {
 
 double TargetSteps::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
     const double value = isSet ? degrees : 0.0;
-    needs_.log.LogMessage("Telescope", LogLevel::Info, "Get " + std::string(name) + " = " + PlainNumber(value));
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Get " + std::string(name) + " = " + PlainNumber(value));
     return value;
 }
 
@@ -162,7 +162,7 @@ void TargetSteps::SetAltAzTarget(std::string_view name, double degrees, bool inR
     if (!inRange) {
         throw DriverError(ErrorNumber::OutOfRange);
     }
-    needs_.log.LogMessage("Telescope", LogLevel::Info, "SET " + std::string(name) + " = " + PlainNumber(degrees));
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "SET " + std::string(name) + " = " + PlainNumber(degrees));
     state_.g_bTargetRaSet = state_.g_bTargetDecSet = false;
     state_.g_bTargetIsRaDec = false;
 }

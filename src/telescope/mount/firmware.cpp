@@ -45,7 +45,7 @@ public:
 
 void Telescope::InitBasicValues() {
     FirmwareSteps steps(*this);
-    ResumeNext errors{needs_.ledger, "InitBasicValues"};
+    ResumeNext errors{driver_.ledger, "InitBasicValues"};
     Sequence mount = Talk(procedure::FirstPicture);
     mount.CommandClearInternal();
     if (!state_.g_bVersionKnown) {
@@ -66,12 +66,12 @@ void Telescope::InitBasicValues() {
     steps.ResetFirmwareFlags();
     errors.Step([&] { steps.ClassifyFirmware(); });
     errors.Step([&] { needs_.panel.UpdateRateLimits(); });
-    needs_.log.LogMessage("InitBasics", LogLevel::Info,
-                          "Firmware=" + state_.g_sVersion + ", Precision: RA=" + std::to_string(state_.g_nPrecisionRa) +
-                              ", Dec=" + std::to_string(state_.g_nPrecisionDec) +
-                              ", AltAz=" + std::to_string(state_.g_nPrecisionAltAz) +
-                              ", LatLong=" + std::to_string(state_.g_nPrecisionLatLong) +
-                              ", MaxMoveRate=" + PlainNumber(state_.g_dMaxMoveRate));
+    driver_.log.LogMessage(
+        "InitBasics", LogLevel::Info,
+        "Firmware=" + state_.g_sVersion + ", Precision: RA=" + std::to_string(state_.g_nPrecisionRa) +
+            ", Dec=" + std::to_string(state_.g_nPrecisionDec) + ", AltAz=" + std::to_string(state_.g_nPrecisionAltAz) +
+            ", LatLong=" + std::to_string(state_.g_nPrecisionLatLong) +
+            ", MaxMoveRate=" + PlainNumber(state_.g_dMaxMoveRate));
     errors.Step([&] { steps.ApplyStatusSettings(); });
     errors.Step([&] { steps.ReadFirstPicture(); });
 }
@@ -151,8 +151,8 @@ void FirmwareSteps::ClassifyKc4() {
     int major = 0;
     int minor = 0;
     if (firmware.size() >= 6) {
-        major = RoundHalfEven(Val_Global(Mid(firmware, 2, 2), needs_.log));
-        minor = RoundHalfEven(Val_Global(Mid(firmware, 5, 2), needs_.log));
+        major = RoundHalfEven(Val_Global(Mid(firmware, 2, 2), driver_.log));
+        minor = RoundHalfEven(Val_Global(Mid(firmware, 5, 2), driver_.log));
         state_.g_bFirmwareSafeSlew = major > 1 || (major == 1 && minor >= 2);
     }
     needs_.controller.Apply(Controller_Type::VTRKC4, major, minor);
@@ -162,7 +162,7 @@ void FirmwareSteps::ClassifyKc4() {
 void FirmwareSteps::ApplyVersionU() {
     state_.g_bFirmwareU = true;
     ScrollBar& brightness = needs_.handBox.hscrReticleBrightness;
-    if (needs_.persist.ReadFlag(setting::ForceOldBSequence)) {
+    if (driver_.persist.ReadFlag(setting::ForceOldBSequence)) {
         return;
     }
     state_.g_bNewBSequence = true;
@@ -175,7 +175,7 @@ void FirmwareSteps::CorrectMount(Mount_Type mount) {
     needs_.mount.mountType = mount;
     needs_.handBox.lblMountType.Text(needs_.mount.Name());
     needs_.statusWindow.lblMountType.Text(needs_.mount.Name());
-    needs_.persist.Write(setting::MountType, std::to_string(static_cast<int>(mount)));
+    driver_.persist.Write(setting::MountType, std::to_string(static_cast<int>(mount)));
 }
 
 void FirmwareSteps::ReadFirmwareRevision() {
@@ -187,19 +187,19 @@ void FirmwareSteps::ReadFirmwareRevision() {
 }
 
 void FirmwareSteps::RaisePrecision(std::string_view reason) {
-    needs_.log.LogMessage("InitBasics", LogLevel::Info, reason);
+    driver_.log.LogMessage("InitBasics", LogLevel::Info, reason);
     state_.g_nPrecisionRa = 2;
     state_.g_nPrecisionDec = state_.g_nPrecisionAltAz = state_.g_nPrecisionLatLong = 1;
 }
 
 void FirmwareSteps::ApplyStatusSettings() {
-    if (needs_.persist.ReadFlag(setting::ForceQueryQOS)) {
+    if (driver_.persist.ReadFlag(setting::ForceQueryQOS)) {
         state_.g_bGosSupported = true;
     }
-    if (needs_.persist.ReadFlag(setting::DontQueryGOS)) {
+    if (driver_.persist.ReadFlag(setting::DontQueryGOS)) {
         state_.g_bGosSupported = false;
     }
-    state_.g_bDontUseGosForSlew = needs_.persist.ReadFlag(setting::DontUseGOSForSlew);
+    state_.g_bDontUseGosForSlew = driver_.persist.ReadFlag(setting::DontUseGOSForSlew);
 }
 
 void FirmwareSteps::ReadFirstPicture() {
@@ -212,10 +212,10 @@ void FirmwareSteps::ReadFirstPicture() {
     }
     telescope_.ReadPosition();
     double value = 0.0;
-    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLatitude), value, needs_.log)) {
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLatitude), value, driver_.log)) {
         state_.g_dSiteLatitude = value;
     }
-    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLongitude), value, needs_.log)) {
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLongitude), value, driver_.log)) {
         state_.g_dSiteLongitude = -value;
     }
     const std::string& status = state_.g_sStatus;
@@ -228,11 +228,11 @@ void FirmwareSteps::ReadFirstPicture() {
 void Telescope::ReadPosition() {
     Sequence mount = Talk(procedure::FirstPicture);
     double value = 0.0;
-    if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, needs_.log) && value >= 0.0 &&
+    if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, driver_.log) && value >= 0.0 &&
         value < 24.0) {
         state_.g_dRa = value;
     }
-    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetDec), value, needs_.log) && value >= -90.0 &&
+    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetDec), value, driver_.log) && value >= -90.0 &&
         value <= 90.0) {
         state_.g_dDec = value;
     }

@@ -29,22 +29,22 @@ public:
 void Telescope::SetSlewRate(Sequence& mount, int index) {
     RateSteps steps(*this);
     if (index == kSlewRateOfSettings) {
-        index = RoundHalfEven(Val_Global(needs_.persist.Read(setting::cbxInitSlewRate), needs_.log));
+        index = RoundHalfEven(Val_Global(driver_.persist.Read(setting::cbxInitSlewRate), driver_.log));
     }
     if (index >= 0 && index < kCustomSlewRate) {
         const SlewRateLabel& row = kSlewRates[static_cast<std::size_t>(index)];
         mount.CommandBlindInternal(wire::SlewRate, std::to_string(index));
         needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
     } else if (index == kCustomSlewRate) {
-        steps.SendCustomSlewRate(mount, Trim(needs_.persist.Read(setting::txtCustomSlewRate)));
+        steps.SendCustomSlewRate(mount, Trim(driver_.persist.Read(setting::txtCustomSlewRate)));
     }
 }
 
 void RateSteps::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
-    const double value = Val_Global(rate, needs_.log);
+    const double value = Val_Global(rate, driver_.log);
     if (!(value > 0.0 && value <= kMostCustomSlewRate)) {
-        needs_.log.LogMessage("SetSlewRate", LogLevel::Error,
-                              "The custom slew rate is out of range, it is not sent: '" + std::string(rate) + "'");
+        driver_.log.LogMessage("SetSlewRate", LogLevel::Error,
+                               "The custom slew rate is out of range, it is not sent: '" + std::string(rate) + "'");
         return;
     }
     mount.CommandBlindInternal(wire::CustomSlewRate, rate);

@@ -44,16 +44,16 @@ DateTime Telescope::utcDate() {
     CheckConnected();
     const std::string reply =
         Talk(procedure::Question).CommandStringInternal(wire::GetLocalTime).substr(0, kTimeLength);
-    DateTime local = needs_.clock.GetLocalTime();
+    DateTime local = driver_.clock.GetLocalTime();
     double hours = 0.0;
-    if (ParseProtocolHours(reply, hours, needs_.log) && hours >= 0.0 && hours < 24.0) {
+    if (ParseProtocolHours(reply, hours, driver_.log) && hours >= 0.0 && hours < 24.0) {
         local.hour = local.minute = local.second = local.millisecond = 0;
         local = AddMilliseconds(local, std::llround(hours * kMsPerHour));
     } else {
-        needs_.log.LogMessage("ASCOM", LogLevel::Error,
-                              "The mount did not tell its time; the computer's time stands for it.");
+        driver_.log.LogMessage("ASCOM", LogLevel::Error,
+                               "The mount did not tell its time; the computer's time stands for it.");
     }
-    const DateTime utc = needs_.clock.DateLocalToUTC(local);
+    const DateTime utc = driver_.clock.DateLocalToUTC(local);
     LogGetText("utcDate", DateTimeText(utc));
     return utc;
 }
@@ -65,15 +65,15 @@ void Telescope::SyncMountTime() {
 void Telescope::utcDate(const DateTime& utc) {
     TimeSteps steps(*this);
     CheckConnected();
-    needs_.log.LogMessage(
+    driver_.log.LogMessage(
         "ASCOM", LogLevel::Info,
         "SET utcDate = " + DateTimeText(utc) + ", Meridian Delay = " + PlainNumber(state_.g_dMeridianDelay));
-    DateTime local = needs_.clock.DateUTCToLocal(utc);
+    DateTime local = driver_.clock.DateUTCToLocal(utc);
     if (IsAroundMidnight(local)) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Error, "Unable to SET Date/time from 23:58 until 00:02");
+        driver_.log.LogMessage("ASCOM", LogLevel::Error, "Unable to SET Date/time from 23:58 until 00:02");
         return;
     }
-    ResumeNext errors{needs_.ledger, "utcDate"};
+    ResumeNext errors{driver_.ledger, "utcDate"};
     Sequence mount = Talk(procedure::SetTime);
     if (state_.g_bHasMeridianQuery) {
         errors.Step([&] { steps.SendMeridianDelay(mount); });
@@ -82,7 +82,7 @@ void Telescope::utcDate(const DateTime& utc) {
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
     }
     if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
-        needs_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
+        driver_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
     }
     errors.Step([&] { steps.SendDate(mount, local); });
     errors.Step([&] { steps.SendTimeZone(mount); });
@@ -90,14 +90,14 @@ void Telescope::utcDate(const DateTime& utc) {
 
 void TimeSteps::SendMeridianDelay(Sequence& mount) {
     double inMount = 0.0;
-    if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, needs_.log)) {
+    if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, driver_.log)) {
         // While the delay of the mount is not known, no other value is written over it.
-        needs_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
+        driver_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
         return;
     }
     if (std::abs(inMount - state_.g_dMeridianDelay) < kSameDelayHours) {
-        needs_.log.LogMessage("Telescope", LogLevel::Info,
-                              "Meridian Delay matches currently set value - no need to change!");
+        driver_.log.LogMessage("Telescope", LogLevel::Info,
+                               "Meridian Delay matches currently set value - no need to change!");
         return;
     }
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
@@ -106,7 +106,7 @@ void TimeSteps::SendMeridianDelay(Sequence& mount) {
 
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
-    if (needs_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
+    if (driver_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
         // Over the serial line a second reply follows: the mount reports that it computes.
         needs_.link->ReceiveTerminated("#");
     }
@@ -114,19 +114,20 @@ void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
 
 void TimeSteps::SendTimeZone(Sequence& mount) {
     const std::string reply = mount.CommandStringInternal(wire::GetTimeZone);
-    if (!IsTimeZoneReply(reply, needs_.log)) {
+    if (!IsTimeZoneReply(reply, driver_.log)) {
         return;
     }
-    const double inMount = ProtocolHours(reply, needs_.log);
-    const double zone = needs_.clock.TimeZoneOffset();
+    const double inMount = ProtocolHours(reply, driver_.log);
+    const double zone = driver_.clock.TimeZoneOffset();
     if (std::abs(inMount - zone) <= kSameZoneHours) {
-        needs_.log.LogMessage("Telescope", LogLevel::Info, "Mount Time Zone matches PC Time Zone - no need to change!");
+        driver_.log.LogMessage("Telescope", LogLevel::Info,
+                               "Mount Time Zone matches PC Time Zone - no need to change!");
         return;
     }
     const std::string text = HoursToHMS(zone, ":", ":", "", 1);
     if (!mount.CommandBoolInternal(wire::SetTimeZone, text)) {
-        needs_.log.LogMessage("Telescope", LogLevel::Error,
-                              "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
         return;
     }
     state_.g_dTimeZone = zone;

@@ -31,17 +31,17 @@ struct TrackingRow {
     char character;
     bool tracking;
     std::int16_t displayedRate;
-    bool corrected;
+    RateCorrection correction;
 };
 
 constexpr std::array<TrackingRow, 7> kTrackingRows{{
-    {'0', true, displayed_rate::Lunar, false},
-    {'1', true, displayed_rate::Solar, false},
-    {'2', true, displayed_rate::Sidereal, false},
-    {'C', true, displayed_rate::Custom, false},
-    {'T', true, displayed_rate::Sidereal, true},
-    {'c', true, displayed_rate::Custom, true},
-    {'9', false, displayed_rate::Off, false},
+    {'0', true, displayed_rate::Lunar, RateCorrection::Off},
+    {'1', true, displayed_rate::Solar, RateCorrection::Off},
+    {'2', true, displayed_rate::Sidereal, RateCorrection::Off},
+    {'C', true, displayed_rate::Custom, RateCorrection::Off},
+    {'T', true, displayed_rate::Sidereal, RateCorrection::On},
+    {'c', true, displayed_rate::Custom, RateCorrection::On},
+    {'9', false, displayed_rate::Off, RateCorrection::Off},
 }};
 
 /// What a PEM character means. The PEM buttons are of no use while an encoder is active.
@@ -111,7 +111,7 @@ void Telescope::ParseGOS(std::string_view status) {
     }
     const char park = at(kPark);
     const char tracking = park == 'P' ? '9' : at(kTracking);  // a parked mount does not move, whatever the text says
-    ResumeNext errors{needs_.ledger, "ParseGOS"};
+    ResumeNext errors{driver_.ledger, "ParseGOS"};
     errors.Step([&] { steps.ParseParkState(park); });
     errors.Step([&] { steps.ParseTracking(tracking); });
     if (at(kSlew) == 'S' || at(kSlew) == '0') {
@@ -134,7 +134,7 @@ void StatusSteps::ParseParkState(char park) {
         needs_.panel.SetParkToolTip("");
         needs_.motion.MountReportsParked(true);
         if (state_.g_tickParkedSince == Tick{}) {
-            state_.g_tickParkedSince = needs_.clock.GetTickCount();
+            state_.g_tickParkedSince = driver_.clock.GetTickCount();
         }
         return;
     }
@@ -151,14 +151,14 @@ void StatusSteps::ParseParkState(char park) {
 
 void StatusSteps::ParseTracking(char tracking) {
     // Not below zero: after 24 days with one rate the difference of the ticks becomes negative.
-    const std::int32_t elapsed = needs_.clock.GetTickCount() - state_.g_tickDisplayedRate;
+    const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickDisplayedRate;
     if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate != displayed_rate::NoneYet) {
         return;
     }
     const auto row = RowOf(kTrackingRows, tracking);
     if (row != kTrackingRows.end()) {
         state_.g_bTracking = row->tracking;
-        needs_.panel.ShowTrackingRate(row->displayedRate, row->corrected);
+        needs_.panel.ShowTrackingRate(row->displayedRate, row->correction);
     }
 }
 
@@ -201,8 +201,8 @@ void StatusSteps::ParseFault(char fault) {
     if (IsAllDigits(code)) {
         for (const FaultBit& row : kFaultBits) {
             // Each fault once, until the counters are reset: the status text repeats a fault as long as it lasts.
-            if (((fault - '0') & row.bit) != 0 && needs_.counters.Values().*row.counter == 0) {
-                (needs_.counters.*row.count)();
+            if (((fault - '0') & row.bit) != 0 && driver_.counters.Values().*row.counter == 0) {
+                (driver_.counters.*row.count)();
             }
         }
     }

@@ -43,7 +43,7 @@ void Telescope::CreateTrackingRates() {
 }
 
 std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "GET TrackingRates");
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "GET TrackingRates");
     check_connected("TrackingRates(get)", Parked::IsAllowed, TrackingMust::BeEither);
     auto rates = RatesOfEveryController();
     const Controller_Type controller = needs_.mount.ControllerType;
@@ -56,7 +56,7 @@ std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
 
 std::shared_ptr<const AxisRates> Telescope::AxisRates(std::int32_t axis) {
     check_connected("AxisRates", Parked::IsAllowed, TrackingMust::BeEither);
-    needs_.log.LogMessage("ASCOM", LogLevel::Info, "AxisRates(" + std::string(AxisName(axis)) + ")");
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "AxisRates(" + std::string(AxisName(axis)) + ")");
     const ClientRateLists& lists = needs_.rateLists;
     return axis == mount_axis::Primary     ? lists.primary
            : axis == mount_axis::Secondary ? lists.secondary
@@ -65,8 +65,8 @@ std::shared_ptr<const AxisRates> Telescope::AxisRates(std::int32_t axis) {
 
 bool Telescope::CanMoveAxis(std::int32_t axis) {
     const bool can = axis == mount_axis::Primary || axis == mount_axis::Secondary;
-    needs_.log.LogMessage("ASCOM", LogLevel::Info,
-                          "CanMoveAxis(" + std::string(AxisName(axis)) + ") = " + (can ? "True" : "False"));
+    driver_.log.LogMessage("ASCOM", LogLevel::Info,
+                           "CanMoveAxis(" + std::string(AxisName(axis)) + ") = " + (can ? "True" : "False"));
     return can;
 }
 

@@ -39,7 +39,7 @@ double Telescope::SiteLatitude() {
     CheckConnected();
     double latitude = 0.0;
     if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLatitude), latitude,
-                             needs_.log)) {
+                             driver_.log)) {
         state_.g_dSiteLatitude = latitude;
     }
     return LogGet("SiteLatitude", state_.g_dSiteLatitude);
@@ -51,14 +51,14 @@ void Telescope::SiteLatitude(double degrees) {
     LogSet("SiteLatitude", PlainNumber(degrees));
     state_.g_dSiteLatitude = degrees;
     const std::string text = SiteText(degrees, "N", "S");
-    needs_.log.LogMessage("SaveSiteLatitude", LogLevel::Info, "Saving new site Latitude = " + text);
+    driver_.log.LogMessage("SaveSiteLatitude", LogLevel::Info, "Saving new site Latitude = " + text);
     steps.SaveSitePosition(&Site::Latitude, setting::Latitude, text);
 }
 
 double Telescope::SiteLongitude() {
     CheckConnected();
     double west = 0.0;
-    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLongitude), west, needs_.log)) {
+    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLongitude), west, driver_.log)) {
         state_.g_dSiteLongitude = -west;
     }
     const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
@@ -71,16 +71,16 @@ void Telescope::SiteLongitude(double degrees) {
     RefuseOutOfRange("SiteLongitude", degrees, degrees >= -180.0 && degrees <= 180.0);
     LogSet("SiteLongitude", PlainNumber(degrees));
     const std::string text = SiteText(degrees, "E", "W");
-    needs_.log.LogMessage("SaveSiteLongitude", LogLevel::Info, "Saving new site Longitude value = " + text);
+    driver_.log.LogMessage("SaveSiteLongitude", LogLevel::Info, "Saving new site Longitude value = " + text);
     steps.SaveSitePosition(&Site::Longitude, setting::Longitude, text);
 }
 
 bool Telescope::LongitudeOfSettings(double& degrees) {
-    return ParseLongitudeText(needs_.persist.Read(setting::Longitude), degrees, needs_.log);
+    return ParseLongitudeText(driver_.persist.Read(setting::Longitude), degrees, driver_.log);
 }
 
 bool Telescope::LatitudeOfSettings(double& degrees) {
-    return ParseLatitudeText(needs_.persist.Read(setting::Latitude), degrees, needs_.log);
+    return ParseLatitudeText(driver_.persist.Read(setting::Latitude), degrees, driver_.log);
 }
 
 double Telescope::SiteElevation() {
@@ -90,14 +90,14 @@ double Telescope::SiteElevation() {
 void Telescope::SiteElevation(double metres) {
     if (!(metres >= kLowestSite && metres <= kHighestSite)) {
         const DriverError error(ErrorNumber::OutOfRange, "Property SiteElevation The property value is out of range");
-        needs_.log.LogMessage("ASCOM", LogLevel::Exception,
-                              "SET SiteElevation (out of range) = " + PlainNumber(metres) +
-                                  " Err=" + std::to_string(static_cast<std::int32_t>(error.Number())));
+        driver_.log.LogMessage("ASCOM", LogLevel::Exception,
+                               "SET SiteElevation (out of range) = " + PlainNumber(metres) +
+                                   " Err=" + std::to_string(static_cast<std::int32_t>(error.Number())));
         throw error;
     }
     LogSet("SiteElevation", PlainNumber(metres));
     state_.g_dSiteElevation = metres;
-    needs_.persist.Write(setting::Elevation, PlainNumber(metres));
+    driver_.persist.Write(setting::Elevation, PlainNumber(metres));
 }
 
 /// Writes a half of the current site's position into its record and its setting; nothing without a current site.
@@ -109,10 +109,10 @@ void SiteSteps::SaveSitePosition(std::string Site::*half, const SettingKey& key,
         }
         (*site).*half = text;
         bool isNew = false;
-        if (Database* const database = needs_.persist.database()) {
+        if (Database* const database = driver_.persist.database()) {
             database->SetSite(*site, isNew);
         }
-        needs_.persist.Write(key, text);
+        driver_.persist.Write(key, text);
         return;
     }
 }

@@ -141,7 +141,7 @@ TEST_F(OperationStatusTest, ParkedMount_IsShownStoppedWhateverTheTextSays) {
 
 TEST_F(OperationStatusTest, TrackingWithin1500MsOfARateCommand_IsIgnored) {
     State().g_bTracking = true;
-    driver->panel.ShowTrackingRate(2, false);
+    driver->panel.ShowTrackingRate(2, RateCorrection::Off);
     machine.AdvanceTime(1'500);
     Parse(With(2, '9'));
     EXPECT_TRUE(State().g_bTracking);
@@ -153,7 +153,7 @@ TEST_F(OperationStatusTest, TrackingWithin1500MsOfARateCommand_IsIgnored) {
 }
 
 TEST_F(OperationStatusTest, TrackingFarBeyondTheTicksOfTheLastRate_IsTaken) {
-    driver->panel.ShowTrackingRate(1, false);
+    driver->panel.ShowTrackingRate(1, RateCorrection::Off);
     State().g_tickDisplayedRate = machine.clock.GetTickCount() + 1'000'000;  // as 49 days less 17 minutes ago
     State().g_bTracking = true;
     Parse(With(2, '9'));

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "kernel/base/counters.h"
+#include "kernel/base/errors.h"
+#include "kernel/base/log.h"
+#include "kernel/base/waits.h"
+#include "platform/clock.h"
+#include "settings/persist.h"
+#include "state/driver_state.h"
+
+namespace kestrane {
+
+/// What nearly every class of the driver works with. The driver owns all of it and outlives whoever holds a copy. A
+/// class takes it first, and then a struct of what it needs beside.
+struct Essentials {
+    DriverState& state;
+    Persist& persist;
+    Log& log;
+    Clock& clock;
+    Waits& waits;
+    SwallowLedger& ledger;
+    Counters& counters;
+};
+
+}  // namespace kestrane
