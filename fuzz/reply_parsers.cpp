@@ -7,7 +7,7 @@
 
 #include "kernel/base/conversions.h"
 #include "link/companion_wrap.h"
-#include "state/reply_predicates.h"
+#include "state/mount_replies.h"
 #include "support.h"
 
 namespace {
@@ -35,10 +35,9 @@ std::optional<std::int16_t> NaiveInteger(std::string_view text) {
 }
 
 void CheckDeclination(std::string_view text, Log& log) {
-    double degrees = 0.0;
-    if (IsDecReply(text, log) && ParseProtocolDegrees(text, degrees, log)) {
+    if (const auto degrees = ReadDecReply(text, log)) {
         // 90 degrees with minutes and seconds pass; the last of these may round up to 91.
-        Require(std::abs(degrees) <= 91.0, "a declination is below 91 degrees");
+        Require(std::abs(*degrees) <= 91.0, "a declination is below 91 degrees");
     }
 }
 
@@ -58,26 +57,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     kept.messages.clear();
     Log& log = kept.log;
     const std::string_view text = fuzz::TextOf(data, size);
-    if (IsRaReply(text, log)) {
-        const double hours = ProtocolHours(text, log);
-        Require(hours >= 0.0 && hours < 24.0, "a right ascension is below 24 h");
+    if (const auto hours = ReadRaReply(text, log)) {
+        Require(*hours >= 0.0 && *hours < 24.0, "a right ascension is below 24 h");
     }
-    if (IsAzReply(text, log)) {
-        const double degrees = ProtocolDegrees(text, log);
-        Require(degrees >= 0.0 && degrees < 360.0, "an azimuth is below 360 degrees");
+    if (const auto degrees = ReadAzReply(text, log)) {
+        Require(*degrees >= 0.0 && *degrees < 360.0, "an azimuth is below 360 degrees");
     }
     CheckDeclination(text, log);
-    if (IsMeridianReply(text, log)) {
-        const double hours = ProtocolHours(text, log);
-        Require(hours > -24.0 && hours < 24.0, "a meridian delay is below a day");
+    if (const auto hours = ReadMeridianReply(text, log)) {
+        Require(*hours > -24.0 && *hours < 24.0, "a meridian delay is below a day");
     }
-    if (IsTimeReply(text, log)) {
-        Require(TimeOfReply(text).size() <= 8, "eight characters of a local time count");
-    }
-    if (IsTimeZoneReply(text, log)) {
+    Require(ReadTimeReply(text, log) == ReadTimeReply(text.substr(0, 8), log),
+            "eight characters of a local time count");
+    if (const auto hours = ReadTimeZoneReply(text, log)) {
         Require(text.size() >= 10, "a time zone has a fraction of a second");
-        const double hours = ProtocolHours(text, log);
-        Require(hours >= -24.0 && hours <= 24.0, "a time zone is within a day");
+        Require(*hours >= -24.0 && *hours <= 24.0, "a time zone is within a day");
     }
     CheckInteger(text);
     const CompanionReply companion = SplitCompanionReply(text);

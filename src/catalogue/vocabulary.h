@@ -25,6 +25,16 @@ namespace tracking_rate {
 enum : std::int32_t { Sidereal = 0, Lunar = 1, Solar = 2, King = 3 };
 }  // namespace tracking_rate
 
+/// The arguments of the mount's command for the tracking rate. The first three choose a rate and start the tracking.
+namespace wire_rate {
+inline constexpr std::string_view kLunar = "0";
+inline constexpr std::string_view kSolar = "1";
+inline constexpr std::string_view kSidereal = "2";
+inline constexpr std::string_view kKingOff = "3";
+inline constexpr std::string_view kKingOn = "8";
+inline constexpr std::string_view kStopTracking = "9";
+}  // namespace wire_rate
+
 /// The axes that `MoveAxis` can run.
 namespace mount_axis {
 enum : std::int32_t { Primary = 0, Secondary = 1 };
@@ -44,6 +54,9 @@ inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
     {0.5, "1", '1', "0.50x", ":RG1#"},
     {1.0, "2", '2', "1.00x", ":RG2#"},
 }};
+
+/// The verb of the driver that gives the mount the PC's time, date and zone; what the driver itself sends too.
+inline constexpr std::string_view kInitTimeVerb = "InitTime";
 
 inline constexpr double kSiderealSpeed = 15.04107;  ///< arc-seconds per second
 inline constexpr double kArcSecondsPerDegree = 3600.0;

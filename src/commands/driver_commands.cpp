@@ -153,7 +153,7 @@ std::string SetIniValue(Verb verb, std::string_view assignment) {
 
 // clang-format off
 constexpr std::array kVerbs{
-    DriverVerb{"InitTime",                  "1", InitTime},
+    DriverVerb{kInitTimeVerb,               "1", InitTime},
     DriverVerb{"GetCommunicationErrors",    "1", GetCommunicationErrors},
     DriverVerb{"ResetCommunicationErrors",  "1", ResetCommunicationErrors},
     DriverVerb{"GetPulseGuideEvents",       "1", GetPulseGuideEvents},

@@ -94,7 +94,7 @@ void EventJournal::AddRaDecEvent(double ra, double dec) {
 /// The RA of a mount stays fixed only while it tracks.
 void EventJournal::NoteStandingStill(double ra, double dec) {
     CountSamePosition();
-    const bool noRateShown = state_.g_nDisplayedRate < 0;
+    const bool noRateShown = state_.g_nDisplayedRate == displayed_rate::NoneYet;
     if (noRateShown && state_.g_nSamePosition >= kStandsStill) {
         driver_.log.LogMessage("AddRaDecEvent", LogLevel::Info, "Determined Tracking rate is enabled!");
         state_.g_bTracking = true;

@@ -5,8 +5,8 @@
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
+#include "state/mount_replies.h"
 #include "state/position_text.h"
-#include "state/reply_predicates.h"
 
 namespace kestrane {
 namespace {
@@ -51,16 +51,15 @@ void MountQueries::ResetQueryTimes() {
 
 std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) {
     Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::Picture);
-    mount.LetStopIn();  // before `g_bResync` is looked at: a stop clears the line too
-    if (leftovers == Leftovers::Cleared && state_.g_bResync) {
-        mount.CommandClearInternal();
+    if (leftovers == Leftovers::Cleared) {
+        mount.ClearIfOutOfStep();
     }
     return mount.CommandStringInternal(question);
 }
 
-/// For what a query sends besides its question.
+/// For what a query sends besides its question, to get a reply that fits.
 Sequence MountQueries::Talk() {
-    return {needs_.telescope()->Commands(), needs_.door, procedure::Question};
+    return {needs_.telescope()->Commands(), needs_.door, procedure::Recovery};
 }
 
 bool MountQueries::QueryRa() {
@@ -88,7 +87,7 @@ bool MountQueries::QueryRa() {
         Talk().CommandBlindInternal(wire::ToggleFormat);
         state_.g_tickLastRa = driver_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
         return true;
-    } else if (KeepRa(reply)) {
+    } else if (KeepRa(ra)) {
         return true;
     } else {
         RecoverSlippedExchange("RA Query", "RA value out of range - command possibly out of sequence...");
@@ -99,8 +98,7 @@ bool MountQueries::QueryRa() {
     return false;
 }
 
-bool MountQueries::KeepRa(const std::string& reply) {
-    const double ra = ProtocolHours(reply, driver_.log);
+bool MountQueries::KeepRa(double ra) {
     if (ra < 0.0 || ra >= 24.0) {
         return false;
     }
@@ -138,13 +136,12 @@ bool MountQueries::QueryDec() {
     if (dropsDigit) {
         reply = WithDroppedDigit(reply);
     }
-    double dec = 0.0;
-    const bool read = ParseProtocolDegrees(reply, dec, driver_.log);
-    if (!dropsDigit && !(read && IsDecReply(reply, driver_.log))) {
+    const auto dec = dropsDigit ? ReadDegrees(reply, driver_.log) : ReadDecReply(reply, driver_.log);
+    if (!dec && !dropsDigit) {
         LogIgnored("Dec Query");
         return false;
     }
-    if (read && KeepDec(dec)) {
+    if (dec && KeepDec(*dec)) {
         return true;
     }
     RecoverSlippedExchange("Dec Query", "Declination out of range - command possibly out of sequence...");
@@ -194,12 +191,12 @@ bool MountQueries::QueryAlt() {
         state_.g_tickLastAlt = driver_.clock.GetTickCount();
         return false;
     }
-    double altitude = 0.0;
-    if (!IsDecReply(reply, driver_.log) || !ParseProtocolDegrees(reply, altitude, driver_.log)) {
+    const auto altitude = ReadDecReply(reply, driver_.log);
+    if (!altitude) {
         LogIgnored("Alt Query");
         return false;
     }
-    ShowAlt(altitude);
+    ShowAlt(*altitude);
     NoteQuerySuccess();
     return true;
 }
@@ -229,12 +226,12 @@ bool MountQueries::QueryAz() {
         }
         return false;
     }
-    double azimuth = 0.0;
-    if (!IsAzReply(reply, driver_.log) || !ParseProtocolDegrees(reply, azimuth, driver_.log)) {
+    const auto azimuth = ReadAzReply(reply, driver_.log);
+    if (!azimuth) {
         LogIgnored("Az Query");
         return false;
     }
-    ShowAz(azimuth);
+    ShowAz(*azimuth);
     NoteQuerySuccess();
     return true;
 }

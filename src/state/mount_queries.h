@@ -117,7 +117,7 @@ public:
 private:
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
-    bool KeepRa(const std::string& reply);
+    bool KeepRa(double ra);
     bool KeepDec(double dec);
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
@@ -130,6 +130,7 @@ private:
     double SecondsFromPcTime(double mountTime);
     void AskQuayForTime(const std::string& kept);
     void ShowTime(const std::string& text);
+    void ResendTime();
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
     bool PositionLabelsShown() const;

@@ -4,8 +4,8 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "state/mount_queries.h"
+#include "state/mount_replies.h"
 #include "state/position_text.h"
-#include "state/reply_predicates.h"
 
 /// Sidereal time, local time and time zone.
 namespace kestrane {
@@ -13,10 +13,9 @@ namespace {
 
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSecondsPerHour = 3600.0;
-constexpr double kSecondsOff = 2.0;                 // off the PC's time; from here on the mount's clock is set
-constexpr double kZoneTolerance = 0.001;            // hours
-constexpr std::string_view kOn = "1";               // of a setting that is compared as text
-constexpr std::string_view kInitTime = "InitTime";  // gives the mount the PC's time, date and zone
+constexpr double kSecondsOff = 2.0;       // off the PC's time; from here on the mount's clock is set
+constexpr double kZoneTolerance = 0.001;  // hours
+constexpr std::string_view kOn = "1";     // of a setting that is compared as text
 
 /// Whole seconds: the time is compared with the mount's, which has no parts of a second.
 double HoursOfDay(const DateTime& time) {
@@ -47,12 +46,13 @@ bool MountQueries::QueryLst() {
         state_.g_tickLastLst = driver_.clock.GetTickCount();
         return false;
     }
-    if (!IsRaReply(reply, driver_.log)) {
+    const auto lst = ReadRaReply(reply, driver_.log);
+    if (!lst) {
         RecoverSlippedExchange("LST Query", kIgnored);
         ClearReceiveBuffer();
         return false;
     }
-    state_.g_dLst = ProtocolHours(reply, driver_.log);
+    state_.g_dLst = *lst;
     // A base of its own: a later query without an answer must not shift the sidereal time.
     state_.g_tickLastLst = lstBase_ = driver_.clock.GetTickCount();
     lstKnown_ = true;
@@ -90,21 +90,21 @@ bool MountQueries::QueryTime() {
         state_.g_tickLastTime = readAt;
         return false;
     }
-    if (!IsTimeReply(reply, driver_.log)) {
+    const auto mountTime = ReadTimeReply(reply, driver_.log);
+    if (!mountTime) {
         LogIgnored("Time Query");
         return false;
     }
-    const double mountTime = ProtocolHours(TimeOfReply(reply), driver_.log);
-    const double secondsOff = SecondsFromPcTime(mountTime);
+    const double secondsOff = SecondsFromPcTime(*mountTime);
     const std::string kept = driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
     if (state_.g_bQuayLink) {
         AskQuayForTime(kept);
     } else if (kept == kOn && secondsOff >= kSecondsOff) {
         driver_.log.LogMessage("QueryTime", LogLevel::Warning,
                                "Time deviates 2 seconds or more from PC time... resending Time!");
-        Talk().DriverCommandInternal(kInitTime);
+        ResendTime();
     }
-    state_.g_dMountTime = mountTime;
+    state_.g_dMountTime = *mountTime;
     mountTimeBase_ = readAt;
     mountTimeKnown_ = true;
     if (kept != kOn) {
@@ -122,15 +122,21 @@ void MountQueries::QueryMeridianDelay() {
         driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
     }
-    if (!IsMeridianReply(reply, driver_.log)) {
+    const auto delay = ReadMeridianReply(reply, driver_.log);
+    if (!delay) {
         LogIgnored(origin);
         return;
     }
-    const double delay = ProtocolHours(reply, driver_.log);
-    if (delay != state_.g_dMeridianDelay) {
-        state_.g_dMeridianDelay = delay;
-        needs_.panel.SetMeridianDelayUI(delay);
+    if (*delay != state_.g_dMeridianDelay) {
+        state_.g_dMeridianDelay = *delay;
+        needs_.panel.SetMeridianDelayUI(*delay);
     }
+}
+
+/// Gives the mount the PC's time, date and zone.
+void MountQueries::ResendTime() {
+    Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::DriverVerb);
+    mount.DriverCommandInternal(kInitTimeVerb);
 }
 
 /// How far the mount's clock is off, without a sign, to the millisecond. Intentional: a difference of nearly a day
@@ -192,18 +198,18 @@ bool MountQueries::QueryTimeZone() {
         state_.g_tickLastTimeZone = driver_.clock.GetTickCount() + kSlowIntervalMs;
         return false;
     }
-    double zone = 0.0;
-    if (!IsTimeZoneReply(reply, driver_.log) || !ParseProtocolHours(reply, zone, driver_.log)) {
+    const auto zone = ReadTimeZoneReply(reply, driver_.log);
+    if (!zone) {
         LogIgnored("Time Zone Query");
         return false;
     }
-    if (!(zone > -24.0 && zone < 24.0)) {
-        RecoverSlippedExchange("Time Zone Query", "Time Zone out of range: " + PlainNumber(zone));
+    if (!(*zone > -24.0 && *zone < 24.0)) {
+        RecoverSlippedExchange("Time Zone Query", "Time Zone out of range: " + PlainNumber(*zone));
         ClearReceiveBuffer();
         return false;
     }
-    state_.g_dTimeZone = zone;
-    if (std::abs(zone - driver_.clock.TimeZoneOffset()) > kZoneTolerance &&
+    state_.g_dTimeZone = *zone;
+    if (std::abs(*zone - driver_.clock.TimeZoneOffset()) > kZoneTolerance &&
         driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime) == kOn) {
         CorrectTimeZone();
     }
@@ -215,7 +221,7 @@ bool MountQueries::QueryTimeZone() {
 void MountQueries::CorrectTimeZone() {
     if (!state_.g_bQuayLink) {
         driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
-        Talk().DriverCommandInternal(kInitTime);
+        ResendTime();
         return;
     }
     driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");

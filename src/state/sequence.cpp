@@ -11,8 +11,26 @@ std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
     return std::nullopt;
 }
 
+Sequence::Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop)
+    : commands_(commands),
+      door_(door),
+      doors_(doors),
+      onStop_(onStop),
+      outer_(door.ending_),
+      stopsBefore_(outer_ ? outer_->stopsBefore_ : door.Stops()) {
+    if (outer_) {
+        outer_->LetStopIn();
+    }
+    if (onStop_ == OnStop::Ends) {
+        door_.ending_ = this;
+    }
+}
+
 void Sequence::LetStopIn() {
+    // What a stop sends is no part of the procedure that it ends.
+    Sequence* const ending = std::exchange(door_.ending_, nullptr);
     door_.LetStopIn();
+    door_.ending_ = ending;
     if (onStop_ == OnStop::Ends && door_.Stops() != stopsBefore_) {
         throw Ended{this};
     }
@@ -41,6 +59,14 @@ void Sequence::CommandClear() {
 
 void Sequence::CommandClearInternal() {
     Next().CommandClearInternal();
+    cleared_ = true;
+}
+
+void Sequence::ClearIfOutOfStep() {
+    MountCommands& commands = Next();  // before the look at the line: a stop clears it too
+    if (door_.state_.g_bResync) {
+        commands.CommandClearInternal();
+    }
     cleared_ = true;
 }
 

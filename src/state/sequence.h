@@ -49,11 +49,16 @@ inline constexpr CompletingProcedure CustomRate       {"custom rate",         Do
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach};  // each query
 inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Doors::Closed};      // has its own door
+inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::Closed};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::Closed};
 inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
 // clang-format on
 }  // namespace procedure
+
+class Sequence;
 
 /// Proof that a call which sets the mount in motion has asked whether a stop overtook it.
 class MotionPermit {
@@ -85,14 +90,21 @@ public:
     void Pause(std::int32_t milliseconds) { waits_.PauseForStops(milliseconds); }
 
 private:
+    friend class Sequence;
+
     Waits& waits_;
     Log& log_;
     const DriverState& state_;
+    Sequence* ending_ = nullptr;  ///< the innermost procedure that a stop ends; null inside a stop that got in
 };
 
-/// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. There is no other way to
-/// send a row of the wire catalogue, so that no exchange can forget the door. Nothing of the driver but stops runs
-/// inside.
+/// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but
+/// stops runs inside. What a procedure of the driver tells a mount goes this way, so that no exchange can forget the
+/// door. Apart from it stand the check of a port, which ends the mount's input over a link of its own, and the texts
+/// that clients hand over.
+///
+/// A procedure may be part of another. One that begins inside a procedure which a stop ends looks for a stop first, and
+/// does not begin after one, also when its own doors are closed.
 ///
 ///     Sequence mount{commands, door, procedure::SetTime};
 ///     mount.CommandBoolInternal(wire::SetLocalTime, "21:00:00");
@@ -105,6 +117,7 @@ class Sequence {
 public:
     Sequence(MountCommands& commands, StopDoor& door, const CompletingProcedure& procedure)
         : Sequence(commands, door, procedure.doors, OnStop::Completes) {}
+    ~Sequence() { door_.ending_ = outer_; }
     Sequence(const Sequence&) = delete;
     Sequence& operator=(const Sequence&) = delete;
 
@@ -131,6 +144,8 @@ public:
     void CommandClear();
     /// This clear belongs to the exchange that follows: no stop gets in between the two.
     void CommandClearInternal();
+    /// The same, on a line that is out of step only.
+    void ClearIfOutOfStep();
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});
     std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
@@ -143,8 +158,7 @@ private:
         const Sequence* sequence;
     };
 
-    Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop)
-        : commands_(commands), door_(door), doors_(doors), onStop_(onStop), stopsBefore_(door.Stops()) {}
+    Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop);
 
     MountCommands& Next();
 
@@ -152,8 +166,9 @@ private:
     StopDoor& door_;
     const Doors doors_;
     const OnStop onStop_;
-    const std::uint32_t stopsBefore_;
-    bool cleared_ = false;  ///< the line was cleared for the exchange that follows
+    Sequence* const outer_;            ///< the procedure that this one is part of, where a stop ends that
+    const std::uint32_t stopsBefore_;  ///< when the whole of it began
+    bool cleared_ = false;             ///< the line was cleared for the exchange that follows
 };
 
 }  // namespace kestrane

@@ -242,9 +242,6 @@ public:
     void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
-    /// The two steps by which a mount that was just stopped ends this object's axis motion.
-    void ClearAxisRates();
-    void PutBackTrackingBeforeMoveAxis();
     /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` unchanged, for a text that is no position.
     bool LongitudeOfSettings(double& degrees);

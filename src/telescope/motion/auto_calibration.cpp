@@ -2,7 +2,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
-#include "state/reply_predicates.h"
+#include "state/mount_replies.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -20,6 +20,7 @@ public:
     bool IsPierSide(const std::string& side, std::string_view complaint);
     bool AskRa(Sequence& mount, double& hours, std::string_view label);
     bool AskDec(Sequence& mount, double& degrees, std::string_view label);
+    bool Keep(std::optional<double> read, double& value, std::string_view logged);
 };
 
 }  // namespace
@@ -67,7 +68,6 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     if (!AskRa(mount, startRa, "Got Start RA: ") || !AskDec(mount, startDec, "Got Start Dec: ")) {
         return false;
     }
-    mount.LetStopIn();
     MakeTestMove();
     const std::string endSide = mount.CommandString(wire::GetPierSide);
     driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Ending Pier Side: " + endSide);
@@ -83,7 +83,6 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     if (!AskRa(mount, endRa, "Got End RA: ") || !AskDec(mount, endDec, "Got Ending Dec: ")) {
         return false;
     }
-    mount.LetStopIn();
     Sequence swaps = Talk(procedure::SwapDirections);
     if (NormalizeHourAngle(endRa - startRa) < 0.0) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
@@ -116,20 +115,20 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetRa);
-    if (!IsRaReply(reply, driver_.log)) {
-        return false;
-    }
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
-    return ParseProtocolHours(reply, hours, driver_.log);
+    return Keep(ReadRaReply(reply, driver_.log), hours, std::string(label) + reply);
 }
 
 bool CalibrationSteps::AskDec(Sequence& mount, double& degrees, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetDec);
-    if (!IsDecReply(reply, driver_.log)) {
-        return false;
+    return Keep(ReadDecReply(reply, driver_.log), degrees, std::string(label) + reply);
+}
+
+bool CalibrationSteps::Keep(std::optional<double> read, double& value, std::string_view logged) {
+    if (read) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Info, logged);
+        value = *read;
     }
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
-    return ParseProtocolDegrees(reply, degrees, driver_.log);
+    return read.has_value();
 }
 
 }  // namespace kestrane

@@ -27,6 +27,8 @@ public:
     void ShowAxisRates();
     bool TrackingChosenSinceMoveAxis() const;
     void ForgetEndedMotion();
+    void ClearRates();
+    void PutBackTracking();
     bool StillRuns(std::int32_t axis) const;
 };
 
@@ -46,10 +48,10 @@ bool AxisMotions::AnyRuns() const {
 
 void AxisMotions::EndAll() {
     for (Telescope* object : objects_) {
-        object->ClearAxisRates();
+        AxisSteps(*object).ClearRates();
     }
     for (Telescope* object : objects_) {
-        object->PutBackTrackingBeforeMoveAxis();
+        AxisSteps(*object).PutBackTracking();
     }
 }
 
@@ -153,22 +155,21 @@ bool AxisSteps::StillRuns(std::int32_t axis) const {
            counts.slewsTaken == state_.g_nSlewsTaken;
 }
 
-void Telescope::ClearAxisRates() {
-    AxisSteps steps(*this);
+void AxisSteps::ClearRates() {
     axes_.rates = {};
     needs_.motion.AxisMotionsEnd();
-    if (steps.TrackingChosenSinceMoveAxis()) {
+    if (TrackingChosenSinceMoveAxis()) {
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     }
 }
 
-void Telescope::PutBackTrackingBeforeMoveAxis() {
+void AxisSteps::PutBackTracking() {
     if (axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet) {
         return;
     }
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     ResumeNext errors{driver_.ledger, "PutBackTracking"};
-    errors.Step([&] { Tracking(axes_.tracked); });
+    errors.Step([&] { telescope_.Tracking(axes_.tracked); });
 }
 
 /// The mount is never left running without an owner. Nothing is sent during a slew: its end restores the tracking,

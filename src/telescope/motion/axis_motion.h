@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "catalogue/vocabulary.h"
+
 namespace kestrane {
 
 class Telescope;
@@ -31,7 +33,7 @@ struct AxisMotion {
     /// Whether the mount tracked at the last rate of the primary axis: a stop, and the end of the client, restore that.
     bool tracked = false;
 
-    bool Runs() const { return rates[0] != 0.0 || rates[1] != 0.0; }
+    bool Runs() const { return rates[mount_axis::Primary] != 0.0 || rates[mount_axis::Secondary] != 0.0; }
 };
 
 /// The telescope objects of the process. One stop ends the axis motions of all of them: whoever presses stop cannot

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -69,7 +70,6 @@ void Telescope::SendSlewCommands() {
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
         steps.StartFromSiderealTracking();
-        mount.LetStopIn();
         steps.ApplySlewRateOfSettings(mount);
         if (const std::int16_t result = steps.SendTarget(mount); result != 0) {
             steps.RaiseSlewRefusal(result);
@@ -90,7 +90,6 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
         return kNoTarget;
     }
     telescope_.CalibrateOnFirstSlew();
-    mount.LetStopIn();
     const std::int16_t result = SlewResult(isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount));
     if (result != 0) {
         LogRefusal(result);
@@ -102,7 +101,7 @@ void SlewCommandSteps::StartFromSiderealTracking() {
     if (state_.g_bTracking) {
         Sequence mount = Talk(procedure::SiderealTracking);
         CustomRates(core_).ClearCustomDecRate(mount);
-        mount.CommandBlindInternal(wire::TrackingRate, "2");
+        mount.CommandBlindInternal(wire::TrackingRate, wire_rate::kSidereal);
     }
 }
 

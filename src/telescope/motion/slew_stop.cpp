@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "telescope/telescope.h"
 
@@ -27,7 +28,8 @@ void Telescope::AbortSlew() {
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
         steps.StopMotion("ASCOM");
     } else if (state_.g_bTracking) {
-        TrackingRate(0);  // intentional: with nothing to stop, an abort puts the mount back on the sidereal rate
+        TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back on
+                                                // the sidereal rate
     }
 }
 

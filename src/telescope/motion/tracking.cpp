@@ -20,10 +20,10 @@ struct RateRow {
 
 /// By `tracking_rate`.
 constexpr std::array<RateRow, tracking_rate::King + 1> kRates{{
-    {KingCorrection::Off, "2", displayed_rate::Sidereal},
-    {KingCorrection::Leave, "0", displayed_rate::Lunar},
-    {KingCorrection::Leave, "1", displayed_rate::Solar},
-    {KingCorrection::On, "2", displayed_rate::Sidereal},
+    {KingCorrection::Off, wire_rate::kSidereal, displayed_rate::Sidereal},
+    {KingCorrection::Leave, wire_rate::kLunar, displayed_rate::Lunar},
+    {KingCorrection::Leave, wire_rate::kSolar, displayed_rate::Solar},
+    {KingCorrection::On, wire_rate::kSidereal, displayed_rate::Sidereal},
 }};
 
 /// Multiples of sidereal, bounds included; the small part keeps a bound valid for a client that computed it in degrees.
@@ -67,7 +67,7 @@ void TrackingSteps::StopTracking() {
     mount.CommandBlindInternal(wire::EndInput);
     mount.CommandBlindInternal(wire::StopRaw);
     CustomRates(core_).ClearCustomDecRate(mount);
-    mount.CommandBlindInternal(wire::TrackingRateRaw, "9");
+    mount.CommandBlindInternal(wire::TrackingRateRaw, wire_rate::kStopTracking);
     needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
 
@@ -96,10 +96,10 @@ void Telescope::TrackingRate(std::int32_t rate) {
     }
     const RateRow& row = kRates[static_cast<std::size_t>(rate)];
     if (row.king == KingCorrection::Off && state_.g_bKingRateAvailable && !state_.g_bKingRateEnabled) {
-        mount.CommandBlindInternal(wire::TrackingRateRaw, "3");
+        mount.CommandBlindInternal(wire::TrackingRateRaw, wire_rate::kKingOff);
     }
     if (row.king == KingCorrection::On && state_.g_bKingRateAvailable && state_.g_bKingRateEnabled) {
-        mount.CommandBlindInternal(wire::TrackingRateRaw, "8");
+        mount.CommandBlindInternal(wire::TrackingRateRaw, wire_rate::kKingOn);
     }
     mount.CommandBlindInternal(wire::TrackingRateRaw, row.argument);
     needs_.panel.ShowTrackingRate(row.displayed, RateCorrection::Off);
@@ -108,7 +108,8 @@ void Telescope::TrackingRate(std::int32_t rate) {
 }
 
 void Telescope::SendKingCorrection() {
-    Talk(procedure::Question).CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? "8" : "3");
+    Talk(procedure::OneSetting)
+        .CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? wire_rate::kKingOn : wire_rate::kKingOff);
 }
 
 double Telescope::RightAscensionRate() {

@@ -4,7 +4,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/date_time.h"
 #include "kernel/base/text.h"
-#include "state/reply_predicates.h"
+#include "state/mount_replies.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -13,8 +13,6 @@ namespace {
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
 constexpr double kSameZoneHours = 0.001;
-constexpr std::string_view kInitTime = "RAW,InitTime";  // a verb of the driver, which never reaches the mount
-constexpr std::size_t kTimeLength = 8;                  // HH:MM:SS; what follows is ignored
 
 /// Around midnight the mount would change its date.
 bool IsAroundMidnight(const DateTime& local) {
@@ -42,13 +40,12 @@ public:
 
 DateTime Telescope::utcDate() {
     CheckConnected();
-    const std::string reply =
-        Talk(procedure::Question).CommandStringInternal(wire::GetLocalTime).substr(0, kTimeLength);
+    const std::string reply = Talk(procedure::Question).CommandStringInternal(wire::GetLocalTime);
     DateTime local = driver_.clock.GetLocalTime();
-    double hours = 0.0;
-    if (ParseProtocolHours(reply, hours, driver_.log) && hours >= 0.0 && hours < 24.0) {
+    const auto hours = ReadTimeReply(reply, driver_.log);
+    if (hours && *hours >= 0.0) {
         local.hour = local.minute = local.second = local.millisecond = 0;
-        local = AddMilliseconds(local, std::llround(hours * kMsPerHour));
+        local = AddMilliseconds(local, std::llround(*hours * kMsPerHour));
     } else {
         driver_.log.LogMessage("ASCOM", LogLevel::Error,
                                "The mount did not tell its time; the computer's time stands for it.");
@@ -59,7 +56,7 @@ DateTime Telescope::utcDate() {
 }
 
 void Telescope::SyncMountTime() {
-    exchange_.CommandStringInternal(kInitTime, true);
+    Talk(procedure::DriverVerb).DriverCommandInternal(kInitTimeVerb);
 }
 
 void Telescope::utcDate(const DateTime& utc) {
@@ -113,13 +110,12 @@ void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
 }
 
 void TimeSteps::SendTimeZone(Sequence& mount) {
-    const std::string reply = mount.CommandStringInternal(wire::GetTimeZone);
-    if (!IsTimeZoneReply(reply, driver_.log)) {
+    const auto inMount = ReadTimeZoneReply(mount.CommandStringInternal(wire::GetTimeZone), driver_.log);
+    if (!inMount) {
         return;
     }
-    const double inMount = ProtocolHours(reply, driver_.log);
     const double zone = driver_.clock.TimeZoneOffset();
-    if (std::abs(inMount - zone) <= kSameZoneHours) {
+    if (std::abs(*inMount - zone) <= kSameZoneHours) {
         driver_.log.LogMessage("Telescope", LogLevel::Info,
                                "Mount Time Zone matches PC Time Zone - no need to change!");
         return;
@@ -127,7 +123,7 @@ void TimeSteps::SendTimeZone(Sequence& mount) {
     const std::string text = HoursToHMS(zone, ":", ":", "", 1);
     if (!mount.CommandBoolInternal(wire::SetTimeZone, text)) {
         driver_.log.LogMessage("Telescope", LogLevel::Error,
-                               "Error setting Time Zone from " + PlainNumber(inMount) + " to " + PlainNumber(zone));
+                               "Error setting Time Zone from " + PlainNumber(*inMount) + " to " + PlainNumber(zone));
         return;
     }
     state_.g_dTimeZone = zone;

@@ -1,4 +1,4 @@
-#include "state/reply_predicates.h"
+#include "state/mount_replies.h"
 
 #include <optional>
 #include <string>
@@ -59,54 +59,67 @@ bool IsTwoDigits(std::string_view text, int highest) {
     return text.size() == 2 && IsAllDigits(text) && (text[0] - '0') * 10 + (text[1] - '0') <= highest;
 }
 
-bool IsHoursWithinADay(std::string_view text, Log& log) {
+std::optional<double> ReadHours(std::string_view text, Log& log) {
     double hours = 0.0;
-    return ParseProtocolHours(text, hours, log) && hours > -24.0 && hours < 24.0;
+    return ParseProtocolHours(text, hours, log) ? std::optional(hours) : std::nullopt;
+}
+
+std::optional<double> ReadHoursWithinADay(std::string_view text, Log& log) {
+    const std::optional<double> hours = ReadHours(text, log);
+    return hours && *hours > -24.0 && *hours < 24.0 ? hours : std::nullopt;
 }
 
 bool MinutesAndSecondsInRange(const Sexagesimal& value) {
     return value.minutes >= 0 && value.minutes <= 59 && value.seconds >= 0 && value.seconds < 60;
 }
 
-}  // namespace
-
-bool IsRaReply(std::string_view reply, Log& log) {
-    double hours = 0.0;
-    return ParseProtocolHours(reply, hours, log) && hours >= 0.0 && hours < 24.0;
-}
-
-bool IsDecReply(std::string_view reply, Log& log) {
-    const auto value = Split(reply, log);
-    return value && value->degrees <= 90 && MinutesAndSecondsInRange(*value);
-}
-
-bool IsMeridianReply(std::string_view reply, Log& log) {
-    return IsHoursWithinADay(reply, log);
-}
-
-std::string_view TimeOfReply(std::string_view reply) {
-    return reply.substr(0, kTimeLength);
-}
-
-bool IsTimeReply(std::string_view reply, Log& log) {
-    return IsHoursWithinADay(TimeOfReply(reply), log);
-}
-
-bool IsTimeZoneReply(std::string_view reply, Log& log) {
-    if (reply.starts_with('-')) {
-        reply.remove_prefix(1);
+bool IsTimeZone(std::string_view text, Log& log) {
+    if (text.starts_with('-')) {
+        text.remove_prefix(1);
     }
-    if (reply.size() < kTimeZoneLength || reply[2] != ':' || reply[5] != ':' || reply[8] != '.' ||
-        !IsAllDigits(reply.substr(9, 1))) {
+    if (text.size() < kTimeZoneLength || text[2] != ':' || text[5] != ':' || text[8] != '.' ||
+        !IsAllDigits(text.substr(9, 1))) {
         return false;
     }
-    const auto seconds = Number(reply.substr(6), log);
-    return IsTwoDigits(reply.substr(0, 2), 23) && IsTwoDigits(reply.substr(3, 2), 59) && seconds && *seconds < 60.0;
+    const auto seconds = Number(text.substr(6), log);
+    return IsTwoDigits(text.substr(0, 2), 23) && IsTwoDigits(text.substr(3, 2), 59) && seconds && *seconds < 60.0;
 }
 
-bool IsAzReply(std::string_view reply, Log& log) {
-    const auto value = Split(reply, log);
-    return value && !value->negative && value->degrees >= 0 && value->degrees < 360 && MinutesAndSecondsInRange(*value);
+}  // namespace
+
+std::optional<double> ReadRaReply(std::string_view reply, Log& log) {
+    const std::optional<double> hours = ReadHours(reply, log);
+    return hours && *hours >= 0.0 && *hours < 24.0 ? hours : std::nullopt;
+}
+
+std::optional<double> ReadDegrees(std::string_view reply, Log& log) {
+    double degrees = 0.0;
+    return ParseProtocolDegrees(reply, degrees, log) ? std::optional(degrees) : std::nullopt;
+}
+
+std::optional<double> ReadDecReply(std::string_view reply, Log& log) {
+    const auto parts = Split(reply, log);
+    const bool fits = parts && parts->degrees <= 90 && MinutesAndSecondsInRange(*parts);
+    return fits ? ReadDegrees(reply, log) : std::nullopt;
+}
+
+std::optional<double> ReadAzReply(std::string_view reply, Log& log) {
+    const auto parts = Split(reply, log);
+    const bool fits =
+        parts && !parts->negative && parts->degrees >= 0 && parts->degrees < 360 && MinutesAndSecondsInRange(*parts);
+    return fits ? ReadDegrees(reply, log) : std::nullopt;
+}
+
+std::optional<double> ReadMeridianReply(std::string_view reply, Log& log) {
+    return ReadHoursWithinADay(reply, log);
+}
+
+std::optional<double> ReadTimeReply(std::string_view reply, Log& log) {
+    return ReadHoursWithinADay(reply.substr(0, kTimeLength), log);
+}
+
+std::optional<double> ReadTimeZoneReply(std::string_view reply, Log& log) {
+    return IsTimeZone(reply, log) ? ReadHours(reply, log) : std::nullopt;
 }
 
 }  // namespace kestrane

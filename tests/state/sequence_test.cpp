@@ -1,0 +1,201 @@
+#include "state/sequence.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "kernel/base/waits.h"
+#include "state/motion.h"
+#include "support/virtual_platform.h"
+
+namespace kestrane {
+namespace {
+
+/// A mount that takes down what reaches it; a test may have something happen during an exchange.
+class TakenDown final : public MountCommands {
+public:
+    std::vector<std::string> sent;
+    std::function<void(const std::string& text)> during = [](const std::string&) {};
+
+private:
+    void Take(const std::string& text) {
+        sent.push_back(text);
+        during(text);
+    }
+    void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
+    void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
+    void CommandClear() override { Take("<clear>"); }
+    void CommandClearInternal() override { Take("<clear>"); }
+    bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
+        Take(command.text);
+        return true;
+    }
+    std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override {
+        Take(command.text);
+        return "reply";
+    }
+    std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
+        return CommandString(command);
+    }
+    std::string DriverCommandInternal(std::string_view verb) override {
+        Take("RAW," + std::string(verb));
+        return "1";
+    }
+};
+
+constexpr EndingProcedure kEnding{"ends", Doors::BeforeEach};
+constexpr CompletingProcedure kOpen{"open", Doors::BeforeEach};
+constexpr CompletingProcedure kClosed{"closed", Doors::Closed};
+
+class SequenceTest : public testing::Test {
+protected:
+    /// Somebody asks for a stop during the exchange of `text`; what it sends is "stop".
+    void StopDuring(const std::string& text) {
+        mount.during = [this, text](const std::string& sent) {
+            if (sent == text) {
+                machine.pump.Post(CallKind::Stop, [this] { RunStop(); });
+            }
+        };
+    }
+    void RunStop() {
+        motion.StopAskedFor();
+        mount.sent.emplace_back("stop");
+        Sequence stop(mount, door, procedure::StopPair);
+        stop.CommandBlind(wire::Stop);
+    }
+
+    VirtualPlatform machine;
+    DriverState state;
+    Motion motion{state};
+    Log log{state, machine.clock};
+    Waits waits{machine.clock, machine.pump};
+    StopDoor door{waits, log, state};
+    TakenDown mount;
+    using Sent = std::vector<std::string>;
+};
+
+TEST_F(SequenceTest, Ends_NothingOfItGoesOutAfterAStop) {
+    StopDuring("GD");
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) {
+        sequence.CommandString(wire::GetDec);
+        sequence.CommandString(wire::GetRa);
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q"}));
+}
+
+TEST_F(SequenceTest, Ends_WithoutAStop_RunsToItsEnd) {
+    EXPECT_TRUE(Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) {
+        sequence.CommandString(wire::GetDec);
+        sequence.CommandString(wire::GetRa);
+    }));
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GR"}));
+}
+
+TEST_F(SequenceTest, Completes_AStopGetsInAndTheRestGoesOut) {
+    StopDuring("GD");
+    Sequence sequence(mount, door, kOpen);
+    sequence.CommandString(wire::GetDec);
+    sequence.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GR"}));
+}
+
+TEST_F(SequenceTest, ClosedDoors_LetTheStopWait) {
+    StopDuring("GD");
+    Sequence sequence(mount, door, kClosed);
+    sequence.CommandString(wire::GetDec);
+    sequence.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GR"}));
+    machine.pump.PumpStops();
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GR", "stop", "Q"}));
+}
+
+TEST_F(SequenceTest, AClear_BelongsToTheExchangeThatFollows) {
+    StopDuring("<clear>");
+    Sequence sequence(mount, door, kOpen);
+    sequence.CommandClearInternal();
+    sequence.CommandString(wire::GetDec);
+    sequence.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"<clear>", "GD", "stop", "Q", "GR"}));
+}
+
+TEST_F(SequenceTest, ClearIfOutOfStep_LooksAfterTheStop) {
+    Sequence sequence(mount, door, kOpen);
+    sequence.ClearIfOutOfStep();
+    sequence.CommandString(wire::GetDec);
+    EXPECT_EQ(mount.sent, (Sent{"GD"}));
+
+    state.g_bResync = true;
+    machine.pump.Post(CallKind::Stop, [this] { state.g_bResync = false; });
+    sequence.ClearIfOutOfStep();
+    sequence.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GR"}));
+
+    state.g_bResync = true;
+    sequence.ClearIfOutOfStep();
+    sequence.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GR", "<clear>", "GR"}));
+}
+
+TEST_F(SequenceTest, APartOfAProcedureThatEnds_DoesNotBeginAfterAStop) {
+    for (const CompletingProcedure& part : {kOpen, kClosed}) {
+        mount.sent.clear();
+        StopDuring("GD");
+        const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence& sequence) {
+            sequence.CommandString(wire::GetDec);
+            Sequence rest(mount, door, part);
+            rest.CommandBlind(wire::MoveEast);
+        });
+        EXPECT_TRUE(ended) << part.name;
+        EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q"})) << part.name;
+    }
+}
+
+TEST_F(SequenceTest, APartThatCompletes_IsSentWhole_AndEndsTheProcedureAfterIt) {
+    StopDuring("Me");
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence& sequence) {
+        {
+            Sequence part(mount, door, kClosed);
+            part.CommandBlind(wire::MoveEast);
+            part.CommandBlind(wire::Stop);
+        }
+        sequence.CommandString(wire::GetDec);
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(mount.sent, (Sent{"Me", "Q", "stop", "Q"}));
+}
+
+TEST_F(SequenceTest, APartThatEnds_CountsTheStopsSinceTheWholeBegan) {
+    StopDuring("GD");
+    bool partRan = false;
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence&) {
+        {
+            Sequence open(mount, door, kOpen);
+            open.CommandString(wire::GetDec);
+            open.CommandString(wire::GetRa);  // the stop gets in before it
+        }
+        Sequence::UntilStopped(mount, door, kEnding, [&](Sequence&) { partRan = true; });
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_FALSE(partRan);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GR"}));
+}
+
+TEST_F(SequenceTest, WhatFollowsAProcedureThatWasEnded_IsItsOwn) {
+    StopDuring("GD");
+    Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) {
+        sequence.CommandString(wire::GetDec);
+        sequence.CommandString(wire::GetRa);
+    });
+    mount.during = [](const std::string&) {};
+    mount.sent.clear();
+    Sequence next(mount, door, kOpen);
+    next.CommandString(wire::GetRa);
+    EXPECT_TRUE(
+        Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) { sequence.CommandString(wire::GetDec); }));
+    EXPECT_EQ(mount.sent, (Sent{"GR", "GD"}));
+}
+
+}  // namespace
+}  // namespace kestrane
