@@ -1,27 +1,29 @@
-# Unity builds of test programs (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than
-# half the time, since most of a test file is the same templates again. The contents of their anonymous namespaces then
-# meet: no two test files of a folder may give different things the same name. Where that is not possible, a file stays
-# alone with
+# Unity builds (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than half the time, since
+# most of a file is the same templates again. The contents of their anonymous namespaces then meet: no two files of a
+# folder may give different things the same name. Where that is not possible, a file stays alone with
 #
 #     set_source_files_properties(some_test.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 #
-# The files written here name the sources by their path under tests/, so that ccache recognises them in another clone.
+# Who works on a few files and builds often is better off without: cmake --preset dev -DKESTRANE_UNITY=OFF.
+#
+# The files written here name the sources by their path under src/ or tests/, so that ccache recognises them in another
+# clone.
 
 set(KESTRANE_FILES_OF_A_UNIT 6)
 
-# kestrane_unite(FOLDER): call it when all targets below the folder exist.
+# kestrane_unite(FOLDER): the libraries and the test programs; call it when all targets below the folder exist.
 function(kestrane_unite folder)
   kestrane_targets_below(${folder} targets)
   foreach(target IN LISTS targets)
     get_target_property(type ${target} TYPE)
     get_target_property(libraries ${target} LINK_LIBRARIES)
-    if(type STREQUAL "EXECUTABLE" AND "GTest::gtest_main" IN_LIST libraries)
-      kestrane_unite_program(${target} ${folder})
+    if(type STREQUAL "STATIC_LIBRARY" OR "GTest::gtest_main" IN_LIST libraries)
+      kestrane_unite_target(${target} ${folder})
     endif()
   endforeach()
 endfunction()
 
-function(kestrane_unite_program target folder)
+function(kestrane_unite_target target folder)
   get_target_property(sources ${target} SOURCES)
   get_target_property(source_folder ${target} SOURCE_DIR)
   set(units "")

@@ -17,13 +17,13 @@
 #include <vector>
 
 #include "alpaca/activation_sockets.h"
+#include "alpaca/inherited_sockets.h"
 
 extern char** environ;
 
 namespace kestrane::alpaca {
 namespace {
 
-constexpr int kFirstDescriptor = 3;
 constexpr int kSoonMs = 5'000;      // a driver that fails within this time failed at its start
 constexpr int kFirstPauseMs = 100;  // before it is started again; doubled each time
 constexpr int kLongestPauseMs = 30'000;

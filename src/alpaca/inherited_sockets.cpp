@@ -11,7 +11,6 @@
 namespace kestrane::alpaca {
 namespace {
 
-constexpr int kFirstDescriptor = 3;
 constexpr int kMostDescriptors = 64;
 
 int SocketOption(int descriptor, int option) {

@@ -11,7 +11,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kSpeed = 9600;
 constexpr std::size_t kComLetters = 3;           // of "COM" before a port's number
 constexpr std::int32_t kMaxStartAttempts = 100;  // passes after the companion was started
 constexpr std::int32_t kCompanionWaitMs = 250;
@@ -147,7 +146,7 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
         return true;
     }
     link.Port(ToInteger(opening.portText, driver_.log));
-    link.Speed(kSpeed);
+    link.Speed(kLinkSpeed);
     link.ReceiveTimeoutMS(timeout);
     link.Connected(true);
     return link.Connected() || opening.quay;

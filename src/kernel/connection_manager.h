@@ -82,6 +82,8 @@ public:
     void ShutdownDriver();
 
 private:
+    static constexpr std::int32_t kLinkSpeed = 9600;  ///< baud
+
     /// What an `OpenConnection` passes from step to step.
     struct Opening {
         bool ip = false;

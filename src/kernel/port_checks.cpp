@@ -5,7 +5,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kSpeed = 9600;
 constexpr std::int32_t kCheckTimeoutMs = 5000;
 constexpr std::int32_t kSettleMs = 100;
 constexpr int kTries = 3;
@@ -17,7 +16,7 @@ bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void
     try {
         MountLink& link = *needs_.link;
         link.Port(port);
-        link.Speed(kSpeed);
+        link.Speed(kLinkSpeed);
         setTimeout(link);
         link.Connected(true);
         return link.Connected();

@@ -11,7 +11,7 @@ namespace kestrane {
 namespace {
 
 /// Means "there is no row" when the settings file is asked. The settings file itself uses another text for that.
-constexpr std::string_view kNoRow = "****####";
+constexpr std::string_view kMissing = "****####";
 
 constexpr std::string_view kLegacySection = "[default]";
 
@@ -53,10 +53,10 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
         value = fallback;
     } else if (!ReadFile(variable, value)) {
         value = fallback;
-    } else if (value == kNoRow) {
+    } else if (value == kMissing) {
         value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
         // A default needs no wait for the disk: if a power cut loses its row, the next first reader asks with it again.
-        m_db->SetFirstSetting(variable, value, kNoRow, value == fallback ? Sync::Later : Sync::Now);
+        m_db->SetFirstSetting(variable, value, kMissing, value == fallback ? Sync::Later : Sync::Now);
     }
     if (value == "false") {
         value = "False";
@@ -68,7 +68,7 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
 }
 
 bool Persist::ReadFile(std::string_view variable, std::string& value) {
-    const bool read = m_db->GetSetting(variable, value, kNoRow);
+    const bool read = m_db->GetSetting(variable, value, kMissing);
     answered_ = m_db->Answered();
     return read;
 }

@@ -87,7 +87,7 @@ bool MountQueries::QueryRa() {
         Talk().CommandBlindInternal(wire::ToggleFormat);
         state_.g_tickLastRa = driver_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
         return true;
-    } else if (KeepRa(ra)) {
+    } else if (KeepRa(reply)) {
         return true;
     } else {
         RecoverSlippedExchange("RA Query", "RA value out of range - command possibly out of sequence...");
@@ -98,7 +98,8 @@ bool MountQueries::QueryRa() {
     return false;
 }
 
-bool MountQueries::KeepRa(double ra) {
+bool MountQueries::KeepRa(const std::string& reply) {
+    const double ra = ProtocolHours(reply, driver_.log);
     if (ra < 0.0 || ra >= 24.0) {
         return false;
     }

@@ -117,7 +117,7 @@ public:
 private:
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
-    bool KeepRa(double ra);
+    bool KeepRa(const std::string& reply);
     bool KeepDec(double dec);
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);

@@ -21,7 +21,7 @@ struct Sexagesimal {
 
 /// A piece in plain digits. A mount never sends an exponent, and the conversions would not all read it alike, though a
 /// general test for numbers accepts one.
-std::optional<double> Number(std::string_view piece, Log& log) {
+std::optional<double> NumberOfPiece(std::string_view piece, Log& log) {
     const bool plain = Trim(piece).find_first_not_of("0123456789.,") == std::string::npos;
     return plain && IsNumericText(piece) ? std::optional<double>(Val_US(piece, log)) : std::nullopt;
 }
@@ -42,9 +42,9 @@ std::optional<Sexagesimal> Split(std::string_view reply, Log& log) {
     if (star == std::string_view::npos || colon == std::string_view::npos || colon < star) {
         return std::nullopt;
     }
-    const auto degrees = Number(text.substr(0, star), log);
-    const auto minutes = Number(text.substr(star + 1, colon - star - 1), log);
-    const auto seconds = Number(text.substr(colon + 1), log);
+    const auto degrees = NumberOfPiece(text.substr(0, star), log);
+    const auto minutes = NumberOfPiece(text.substr(star + 1, colon - star - 1), log);
+    const auto seconds = NumberOfPiece(text.substr(colon + 1), log);
     if (!degrees || !minutes || !seconds) {
         return std::nullopt;
     }
@@ -81,7 +81,7 @@ bool IsTimeZone(std::string_view text, Log& log) {
         !IsAllDigits(text.substr(9, 1))) {
         return false;
     }
-    const auto seconds = Number(text.substr(6), log);
+    const auto seconds = NumberOfPiece(text.substr(6), log);
     return IsTwoDigits(text.substr(0, 2), 23) && IsTwoDigits(text.substr(3, 2), 59) && seconds && *seconds < 60.0;
 }
 
@@ -114,8 +114,12 @@ std::optional<double> ReadMeridianReply(std::string_view reply, Log& log) {
     return ReadHoursWithinADay(reply, log);
 }
 
+std::string_view TimeOfReply(std::string_view reply) {
+    return reply.substr(0, kTimeLength);
+}
+
 std::optional<double> ReadTimeReply(std::string_view reply, Log& log) {
-    return ReadHoursWithinADay(reply.substr(0, kTimeLength), log);
+    return ReadHoursWithinADay(TimeOfReply(reply), log);
 }
 
 std::optional<double> ReadTimeZoneReply(std::string_view reply, Log& log) {

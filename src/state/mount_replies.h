@@ -7,6 +7,9 @@
 
 /// What the mount's replies say, and whether a reply belongs to the query that was sent: that shows in its form.
 /// Nothing when it does not. Pure but for the log of the parsers.
+///
+/// Intentional: hours that a query keeps are read once more with `ProtocolHours`; the log shows the check and the
+/// value.
 namespace kestrane {
 
 /// Right ascension and sidereal time: hours, from 0 up to below 24.
@@ -21,6 +24,8 @@ std::optional<double> ReadAzReply(std::string_view reply, Log& log);
 std::optional<double> ReadMeridianReply(std::string_view reply, Log& log);
 /// Local time: the first 8 characters are hours above -24 and below 24; what follows is not looked at.
 std::optional<double> ReadTimeReply(std::string_view reply, Log& log);
+/// The part of a local time reply that counts.
+std::string_view TimeOfReply(std::string_view reply);
 /// Time zone: [-]HH:MM:SS.S with at least one decimal, in hours; a leading plus is none.
 std::optional<double> ReadTimeZoneReply(std::string_view reply, Log& log);
 

@@ -46,13 +46,12 @@ bool MountQueries::QueryLst() {
         state_.g_tickLastLst = driver_.clock.GetTickCount();
         return false;
     }
-    const auto lst = ReadRaReply(reply, driver_.log);
-    if (!lst) {
+    if (!ReadRaReply(reply, driver_.log)) {
         RecoverSlippedExchange("LST Query", kIgnored);
         ClearReceiveBuffer();
         return false;
     }
-    state_.g_dLst = *lst;
+    state_.g_dLst = ProtocolHours(reply, driver_.log);
     // A base of its own: a later query without an answer must not shift the sidereal time.
     state_.g_tickLastLst = lstBase_ = driver_.clock.GetTickCount();
     lstKnown_ = true;
@@ -90,12 +89,12 @@ bool MountQueries::QueryTime() {
         state_.g_tickLastTime = readAt;
         return false;
     }
-    const auto mountTime = ReadTimeReply(reply, driver_.log);
-    if (!mountTime) {
+    if (!ReadTimeReply(reply, driver_.log)) {
         LogIgnored("Time Query");
         return false;
     }
-    const double secondsOff = SecondsFromPcTime(*mountTime);
+    const double mountTime = ProtocolHours(TimeOfReply(reply), driver_.log);
+    const double secondsOff = SecondsFromPcTime(mountTime);
     const std::string kept = driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
     if (state_.g_bQuayLink) {
         AskQuayForTime(kept);
@@ -104,7 +103,7 @@ bool MountQueries::QueryTime() {
                                "Time deviates 2 seconds or more from PC time... resending Time!");
         ResendTime();
     }
-    state_.g_dMountTime = *mountTime;
+    state_.g_dMountTime = mountTime;
     mountTimeBase_ = readAt;
     mountTimeKnown_ = true;
     if (kept != kOn) {
@@ -122,14 +121,14 @@ void MountQueries::QueryMeridianDelay() {
         driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
     }
-    const auto delay = ReadMeridianReply(reply, driver_.log);
-    if (!delay) {
+    if (!ReadMeridianReply(reply, driver_.log)) {
         LogIgnored(origin);
         return;
     }
-    if (*delay != state_.g_dMeridianDelay) {
-        state_.g_dMeridianDelay = *delay;
-        needs_.panel.SetMeridianDelayUI(*delay);
+    const double delay = ProtocolHours(reply, driver_.log);
+    if (delay != state_.g_dMeridianDelay) {
+        state_.g_dMeridianDelay = delay;
+        needs_.panel.SetMeridianDelayUI(delay);
     }
 }
 

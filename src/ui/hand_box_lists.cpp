@@ -19,10 +19,6 @@ constexpr std::string_view kParkTo[] = {"Current Position", "Park 1", "Park 2", 
 constexpr std::string_view kUnparkFrom[] = {"Last Parked", "Park 1", "Park 2", "Park 3",
                                             "Park 4",      "Park 5", kAltAz,   "Don't Unpark"};
 
-constexpr std::string_view ZeroOrOne(bool value) {
-    return value ? "1" : "0";
-}
-
 }  // namespace
 
 // clang-format off

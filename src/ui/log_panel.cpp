@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "kernel/base/text.h"
+
 namespace kestrane {
 namespace {
 
@@ -18,10 +20,6 @@ constexpr FilterRow kFilters[] = {
     {&frmLogWindow::chkShowTelescopeCommands, setting::chkShowTelescopeCommands, &LogState::g_bShowTelescope},
     {&frmLogWindow::chkShowNoRaDecAltAz, setting::chkShowNoRaDecAltAz, &LogState::g_bShowNoRaDec},
 };
-
-constexpr std::string_view ZeroOrOne(bool value) {
-    return value ? "1" : "0";
-}
 
 }  // namespace
 

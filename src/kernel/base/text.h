@@ -9,6 +9,10 @@ namespace kestrane {
 
 /// "True" or "False".
 std::string_view TrueFalse(bool value);
+/// "1" or "0", as settings hold a flag.
+constexpr std::string_view ZeroOrOne(bool value) {
+    return value ? "1" : "0";
+}
 
 /// Up to 15 significant digits, a point, no trailing zeros: 12.5 is "12.5", 3 is "3", 1e-7 is "1E-07".
 std::string PlainNumber(double value);

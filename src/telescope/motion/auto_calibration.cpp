@@ -20,7 +20,6 @@ public:
     bool IsPierSide(const std::string& side, std::string_view complaint);
     bool AskRa(Sequence& mount, double& hours, std::string_view label);
     bool AskDec(Sequence& mount, double& degrees, std::string_view label);
-    bool Keep(std::optional<double> read, double& value, std::string_view logged);
 };
 
 }  // namespace
@@ -115,20 +114,23 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetRa);
-    return Keep(ReadRaReply(reply, driver_.log), hours, std::string(label) + reply);
+    if (!ReadRaReply(reply, driver_.log)) {
+        return false;
+    }
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
+    hours = ProtocolHours(reply, driver_.log);
+    return true;
 }
 
 bool CalibrationSteps::AskDec(Sequence& mount, double& degrees, std::string_view label) {
     const std::string reply = mount.CommandString(wire::GetDec);
-    return Keep(ReadDecReply(reply, driver_.log), degrees, std::string(label) + reply);
-}
-
-bool CalibrationSteps::Keep(std::optional<double> read, double& value, std::string_view logged) {
-    if (read) {
-        driver_.log.LogMessage(kOrigin, LogLevel::Info, logged);
-        value = *read;
+    const auto read = ReadDecReply(reply, driver_.log);
+    if (!read) {
+        return false;
     }
-    return read.has_value();
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, std::string(label) + reply);
+    degrees = *read;
+    return true;
 }
 
 }  // namespace kestrane
