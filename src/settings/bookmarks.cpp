@@ -76,10 +76,6 @@ std::optional<BookmarkLine> ParseLine(std::string_view line) {
                         TrimmedOfWhiteSpace(line.substr(secondComma + 1))};
 }
 
-[[noreturn]] void RaiseFileAccess() {
-    throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
-}
-
 /// The file's content; nothing when there is no such file. A file that cannot be read is a run-time error (75).
 std::optional<std::string> ReadBookmarkFile(const std::filesystem::path& file) {
     std::error_code failure;

@@ -12,10 +12,6 @@
 namespace kestrane {
 namespace {
 
-[[noreturn]] void RaiseFileAccess() {
-    throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
-}
-
 /// Lines end at a carriage return, a line feed or both in that order; a byte-order mark at the start does not belong to
 /// them.
 std::vector<std::string> Lines(std::string_view text) {

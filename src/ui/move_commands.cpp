@@ -5,15 +5,15 @@
 namespace kestrane {
 namespace {
 
-std::string Frame(const BlindCommand& command, std::string_view argument = "") {
+std::string Framed(const BlindCommand& command, std::string_view argument = "") {
     return command.With(argument).OnTheWire();
 }
 
 /// The commands of one kind with the given arguments.
-std::vector<std::string> FrameAll(const BlindCommand& command, std::string_view arguments) {
+std::vector<std::string> FramedAll(const BlindCommand& command, std::string_view arguments) {
     std::vector<std::string> framed;
     for (const char& argument : arguments) {
-        framed.push_back(Frame(command, std::string_view(&argument, 1)));
+        framed.push_back(Framed(command, std::string_view(&argument, 1)));
     }
     return framed;
 }
@@ -26,16 +26,16 @@ std::vector<std::string> Joined(std::vector<std::string> first, const std::vecto
 }  // namespace
 
 MoveCommands LoadMoveCommands(bool rateTypeOpen) {
-    const std::string north = Frame(wire::MoveNorth);
-    const std::string south = Frame(wire::MoveSouth);
-    const std::string east = Frame(wire::MoveEast);
-    const std::string west = Frame(wire::MoveWest);
-    const std::string stop = Frame(wire::Stop);
+    const std::string north = Framed(wire::MoveNorth);
+    const std::string south = Framed(wire::MoveSouth);
+    const std::string east = Framed(wire::MoveEast);
+    const std::string west = Framed(wire::MoveWest);
+    const std::string stop = Framed(wire::Stop);
     return MoveCommands{
         .move = {north + west, north, north + east, west, stop + stop, east, south + west, south, south + east},
-        .rate = rateTypeOpen ? Joined(FrameAll(wire::GuideRate, "012"), FrameAll(wire::CenteringRate, "0123"))
-                             : FrameAll(wire::CenteringRate, "56701234"),
-        .guide = FrameAll(wire::GuideRate, "0123"),
+        .rate = rateTypeOpen ? Joined(FramedAll(wire::GuideRate, "012"), FramedAll(wire::CenteringRate, "0123"))
+                             : FramedAll(wire::CenteringRate, "56701234"),
+        .guide = FramedAll(wire::GuideRate, "0123"),
     };
 }
 

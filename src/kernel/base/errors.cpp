@@ -50,6 +50,10 @@ DriverError::DriverError(std::uint32_t number, std::string source, std::string m
 RunTimeError::RunTimeError(std::uint32_t number, std::string message)
     : DriverError(number, std::string(kErrorSource), std::move(message)) {}
 
+void RaiseFileAccess() {
+    throw RunTimeError(RunTimeError::kFileAccess, "Path/File access error");
+}
+
 void SwallowLedger::Note(SwallowedError error) {
     if (entries_.size() >= kCapacity) {
         entries_.pop_front();

@@ -72,6 +72,9 @@ public:
     RunTimeError(std::uint32_t number, std::string message);
 };
 
+/// Raises `RunTimeError` 75: a file that cannot be read or written.
+[[noreturn]] void RaiseFileAccess();
+
 /// One swallowed failure: the place, and what it was.
 struct SwallowedError {
     std::string procedure;

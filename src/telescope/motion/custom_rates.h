@@ -7,8 +7,7 @@ namespace kestrane {
 /// The custom rates of both axes, on the hand box and in the mount.
 class CustomRates {
 public:
-    explicit CustomRates(TelescopeCore& core)
-        : core_(core), driver_(core.driver_), needs_(core.needs_), state_(core.state_) {}
+    explicit CustomRates(TelescopeCore& core) : core_(core), needs_(core.needs_), state_(core.state_) {}
 
     /// Shows a rate in its box; the settings keep the rate that the user typed.
     void ShowCustomRate(TextBox& box, double rate);
@@ -21,7 +20,6 @@ public:
 
 private:
     TelescopeCore& core_;
-    Essentials& driver_;
     TelescopeNeeds& needs_;
     DriverState& state_;
 };
