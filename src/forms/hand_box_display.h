@@ -12,7 +12,8 @@ enum class RateCorrection { Off, On };
 enum class Notice { Shown, LogOnly };
 
 /// What the core of the driver makes the hand box show, besides the values of its controls. The presenter of the hand
-/// box implements it. It only shows: nothing here talks to the mount, and nothing raises. Logic thread only.
+/// box implements it. It only shows: nothing here talks to the mount, and nothing raises. What is shown last is kept in
+/// `DriverState` (the displayed rate and its tick, the meridian delay, the phase of the flash). Logic thread only.
 class HandBoxDisplay {
 public:
     virtual ~HandBoxDisplay() = default;
