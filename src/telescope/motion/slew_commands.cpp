@@ -70,6 +70,7 @@ void Telescope::SendSlewCommands() {
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
         steps.StartFromSiderealTracking();
+        mount.LetStopIn();
         steps.ApplySlewRateOfSettings(mount);
         if (const std::int16_t result = steps.SendTarget(mount); result != 0) {
             steps.RaiseSlewRefusal(result);
@@ -90,6 +91,7 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
         return kNoTarget;
     }
     telescope_.CalibrateOnFirstSlew();
+    mount.LetStopIn();  // before the poll is held off, whose rhythm that would change
     const std::int16_t result = SlewResult(isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount));
     if (result != 0) {
         LogRefusal(result);
