@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+#include <string>
+
+#include "driver/long_runs/run_length.h"
+#include "storms/storm_night.h"
+
+namespace kestrane {
+namespace {
+
+std::string Words(const StormReport& report) {
+    std::string words;
+    for (const std::string& note : report.notes) {
+        words += note + "\n";
+    }
+    return words;
+}
+
+/// Commands and replies that are lost, late, cut, doubled, noisy or changed in a digit; tools/storms runs many more.
+class StormTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(StormTest, FaultsOfTheLine_LeaveNoStuckFlagNoStrangeMotionAndNoWrongValue) {
+    StormNight night({.firmware = GetParam(), .seed = 1, .probability = 0.02, .lengthMs = RunLength(60) * 60'000});
+    const StormReport report = night.Run();
+    EXPECT_TRUE(report.Clean()) << Words(report);
+    EXPECT_GT(report.faults, RunLength(60)) << "the storm has struck";
+    EXPECT_GT(report.slews, 0);
+}
+
+TEST_P(StormTest, ACableThatIsOut_LeavesNoStuckFlagAndNoSlewWithoutEnd) {
+    for (const std::int64_t afterMs : {80, 6'000, 15'000}) {
+        StormNight night({.firmware = GetParam(), .seed = 2});
+        const StormReport report = night.RunCableOut(afterMs, 10'000);
+        EXPECT_TRUE(report.Clean()) << Words(report);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Firmware, StormTest, testing::Values("D", "S", "VKC4-P02-08", "VKC5-P03-01"));
+
+}  // namespace
+}  // namespace kestrane

@@ -1,0 +1,300 @@
+#include "storms/storm_night.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "kernel/base/conversions.h"
+#include "support/seed_settings.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int64_t kSecond = 1'000;
+constexpr std::int64_t kMinute = 60 * kSecond;
+constexpr std::int64_t kLookMs = 250;
+constexpr std::int64_t kReadMs = 1'000;
+constexpr std::int64_t kLongestSlewMs = 4 * kMinute;
+constexpr std::int64_t kCalmMs = 2 * kMinute;
+constexpr std::int64_t kUnwatchedMs = 30 * kSecond;  // a motion may be unseen for as long as replies may be lost
+constexpr std::int64_t kAfterMotionMs = 5 * kSecond;
+constexpr double kMovesDegreesPerSecond = 0.05;  // far above tracking
+constexpr double kRightHours = 0.02;
+constexpr double kRightDegrees = 0.2;
+constexpr double kNearPole = 80.0;
+constexpr double kClockOffHours = 3.0 / 3600.0;
+
+MountSimulatorOptions OptionsOf(const StormNight::Plan& plan) {
+    MountSimulatorOptions options;
+    options.firmware = plan.firmware;
+    options.parkedAtPowerOn = false;
+    return options;
+}
+
+double HoursApart(double one, double other) {
+    return std::abs(NormalizeHourAngle(one - other));
+}
+
+}  // namespace
+
+void StormReport::Add(const StormReport& other) {
+    for (const auto count : {&StormReport::faults, &StormReport::slews, &StormReport::stuckFlags,
+                             &StormReport::unaskedMotions, &StormReport::wrongWrites, &StormReport::outlivedReadings}) {
+        this->*count += other.*count;
+    }
+    notes.insert(notes.end(), other.notes.begin(), other.notes.end());
+}
+
+StormNight::StormNight(const Plan& plan)
+    : plan_(plan), line_(plan.seed, 0.0), choice_(plan.seed + 1'000'000, 0.0), mount_(machine_.clock, OptionsOf(plan)) {
+    auto line = std::make_unique<StormyLine>(mount_, line_);
+    stormy_ = line.get();
+    stormy_->onWrite = [this](std::string_view bytes) { OnWrite(bytes); };
+    machine_.serialPorts.Connect(1, std::move(line));
+    SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}});
+    driver_ = Main(machine_.Services(), true);
+    client_ = driver_->CreateTelescope();
+    client_->Connected(true);
+    Try([&] { client_->Tracking(true); });
+    machine_.AdvanceTime(20 * kSecond);
+    meridianDelay_ = mount_.Picture().meridianDelay;
+}
+
+StormNight::~StormNight() {
+    client_ = {};
+    driver_.reset();
+    machine_.serialPorts.Disconnect(1);
+}
+
+StormReport StormNight::Run() {
+    line_.SetProbability(plan_.probability);
+    const std::int64_t end = machine_.clock.Elapsed() + plan_.lengthMs;
+    while (machine_.clock.Elapsed() < end) {
+        Cycle();
+    }
+    line_.SetProbability(0.0);
+    Watch(kCalmMs);
+    LookAtStuckFlags();
+    report_.faults = line_.StrikesSoFar();
+    return report_;
+}
+
+StormReport StormNight::RunCableOut(std::int64_t afterMs, std::int64_t outMs) {
+    machine_.pump.Post(CallKind::WaitsLong, [this] { Slew(); });
+    machine_.AdvanceTime(afterMs);
+    mount_.SetLineDead(true);
+    Watch(outMs);
+    mount_.SetLineDead(false);
+    for (std::int64_t left = kLongestSlewMs; slewAsked_ && left > 0; left -= kSecond) {
+        Watch(kSecond);
+    }
+    if (slewAsked_) {
+        Note(&StormReport::stuckFlags, "the slew has no end");
+    }
+    Watch(kCalmMs);
+    LookAtStuckFlags();
+    return report_;
+}
+
+void StormNight::Cycle() {
+    switch (choice_.Below(10)) {
+        case 0:
+            Slew();
+            Watch(choice_.Below(30) * kSecond);
+            Abort();
+            break;
+        case 1:
+            MoveAnAxis();
+            break;
+        default:
+            Slew();
+            for (std::int64_t left = kLongestSlewMs; slewAsked_ && left > 0; left -= kSecond) {
+                Watch(kSecond);
+            }
+            if (slewAsked_) {
+                Abort();  // as a program does that loses patience
+            }
+            break;
+    }
+    Watch((1 + choice_.Below(3)) * kMinute);
+}
+
+void StormNight::Slew() {
+    const double ra = NormalizeHours(mount_.Picture().siderealTime - 4.0 + 0.1 * choice_.Below(80));
+    const double dec = -10.0 + choice_.Below(80);
+    slewAsked_ = true;  // also when it raises: the mount may have understood
+    ++report_.slews;
+    Try([&] { client_->SlewToCoordinatesAsync(ra, dec); });
+}
+
+void StormNight::Abort() {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (Try([&] { client_->AbortSlew(); })) {
+            break;
+        }
+    }
+    Watch(kAfterMotionMs);
+    slewAsked_ = false;
+}
+
+void StormNight::MoveAnAxis() {
+    axisAsked_ = true;
+    const auto axis = static_cast<std::int32_t>(choice_.Below(2));
+    Try([&] { client_->MoveAxis(axis, choice_.Below(2) == 0 ? 0.5 : -0.5); });
+    Watch(3 * kSecond);
+    Try([&] { client_->MoveAxis(axis, 0.0); });
+    Watch(kAfterMotionMs);
+    axisAsked_ = false;
+}
+
+void StormNight::Watch(std::int64_t milliseconds) {
+    for (std::int64_t passed = 0; passed < milliseconds; passed += kLookMs) {
+        machine_.AdvanceTime(kLookMs);
+        Look();
+        if (passed % kReadMs == 0) {
+            Read();
+        }
+    }
+}
+
+void StormNight::Read() {
+    Try([&] { client_->RightAscension(); });
+    Try([&] { client_->Declination(); });
+    bool slewing = true;
+    if (Try([&] { slewing = client_->Slewing(); }) && !slewing) {
+        slewAsked_ = false;
+    }
+}
+
+void StormNight::Look() {
+    const MountPicture picture = mount_.Picture();
+    LookForUnaskedMotion(picture);
+    LookAtCoordinates(picture);
+}
+
+void StormNight::LookForUnaskedMotion(const MountPicture& picture) {
+    if (picture.slewing && !wasSlewing_ && !slewAsked_) {
+        Note(&StormReport::unaskedMotions, "a goto that nobody asked for");
+    }
+    wasSlewing_ = picture.slewing;
+    const bool moves = std::max(std::abs(picture.hourSpeed), std::abs(picture.polarSpeed)) > kMovesDegreesPerSecond;
+    lastMotion_ = moves ? machine_.clock.Elapsed() : lastMotion_;
+    if (!moves || slewAsked_ || axisAsked_) {
+        unwatchedSince_ = -1;
+    } else if (unwatchedSince_ < 0) {
+        unwatchedSince_ = machine_.clock.Elapsed();
+    } else if (machine_.clock.Elapsed() - unwatchedSince_ > kUnwatchedMs) {
+        Note(&StormReport::unaskedMotions, "a motion that nobody watches");
+        unwatchedSince_ = -1;
+        Try([&] { client_->MoveAxis(0, 0.0); });
+        Abort();
+    }
+}
+
+void StormNight::LookAtCoordinates(const MountPicture& picture) {
+    // A moving mount is somewhere else by the time its reply has come, and at the pole the right ascension jumps.
+    if (machine_.clock.Elapsed() - lastMotion_ < kAfterMotionMs || std::abs(picture.declination) > kNearPole) {
+        ra_.since = dec_.since = -1;
+        return;
+    }
+    const DriverState& state = driver_->state;
+    LookAtOne(ra_, HoursApart(state.g_dRa, picture.rightAscension) < kRightHours, stormy_->GoodRaReplies(),
+              "right ascension");
+    LookAtOne(dec_, std::abs(state.g_dDec - picture.declination) < kRightDegrees, stormy_->GoodDecReplies(),
+              "declination");
+}
+
+void StormNight::LookAtOne(WrongReading& reading, bool right, int goodReplies, std::string_view name) {
+    if (right) {
+        reading.since = -1;
+    } else if (reading.since < 0) {
+        reading = {machine_.clock.Elapsed(), goodReplies};
+    } else if (goodReplies >= reading.goodReplies + 2) {
+        // The first may have been under way when the wrong value was kept.
+        Note(&StormReport::outlivedReadings, "a wrong " + std::string(name));
+        reading.since = -1;
+    }
+}
+
+void StormNight::LookAtStuckFlags() {
+    const DriverState& state = driver_->state;
+    const std::pair<std::string_view, bool> flags[] = {
+        {"g_bLostComms", state.g_bLostComms},
+        {"g_bLowPower", state.g_bLowPower},
+        {"g_bResync", state.g_bResync},
+        {"g_bInPoll", state.g_bInPoll},
+        {"g_bPollSuspended", state.g_bPollSuspended},
+        {"g_bSlewing", state.g_bSlewing},
+        {"g_bMountSlewing", state.g_bMountSlewing},
+        {"g_bSafeSlewPending", state.g_bSafeSlewPending},
+        {"g_bSlewCompletePending", state.g_bSlewCompletePending},
+        {"g_bAbortSlew", state.g_bAbortSlew},
+        {"g_bParked", state.g_bParked},
+        {"g_bParking", state.g_bParking},
+        {"g_bAxisMotionBegun", state.g_bAxisMotionBegun},
+        {"g_bGosActive", state.g_bGosActive != state.g_bGosSupported},
+        {"the poll", !driver_->handBox.tmrQueryRaDecAltAz.Enabled()},
+    };
+    for (const auto& [name, stuck] : flags) {
+        if (stuck) {
+            Note(&StormReport::stuckFlags, "stuck: " + std::string(name));
+        }
+    }
+}
+
+void StormNight::OnWrite(std::string_view bytes) {
+    half_ += bytes;
+    for (std::size_t end = half_.find('#'); end != std::string::npos; end = half_.find('#')) {
+        const std::string command = half_.substr(0, end);
+        half_.erase(0, end + 1);
+        if (command.size() > 3 && command[0] == ':' && command[1] == 'S') {
+            LookAtSetting(command.substr(1, 2), std::string_view(command).substr(3));
+        }
+    }
+}
+
+/// No client sets anything, so what goes out can only be what the driver keeps right by itself.
+void StormNight::LookAtSetting(std::string_view command, std::string_view argument) {
+    const auto wrong = [&] { Note(&StormReport::wrongWrites, std::string(command) + " " + std::string(argument)); };
+    LogState quiet;
+    Log log(quiet, machine_.clock);
+    double value = 0.0;
+    if (command == "SM" || command == "SG" || command == "SL") {
+        if (!ParseProtocolHours(argument, value, log)) {
+            wrong();
+            return;
+        }
+    }
+    if (command == "SM" && std::abs(value - meridianDelay_) > kClockOffHours) {
+        wrong();
+    } else if (command == "SG" && std::abs(value - machine_.clock.TimeZoneOffset()) > kClockOffHours) {
+        wrong();
+    } else if (command == "SL") {
+        const DateTime now = machine_.clock.GetLocalTime();
+        const double hours = now.hour + now.minute / 60.0 + now.second / 3600.0;
+        // The clock that the mount is given may stand for sidereal zones: only the minutes and seconds are compared.
+        if (HoursApart(std::fmod(value, 1.0), std::fmod(hours, 1.0)) > kClockOffHours &&
+            HoursApart(std::fmod(value, 1.0) + 1.0, std::fmod(hours, 1.0)) > kClockOffHours &&
+            HoursApart(std::fmod(value, 1.0), std::fmod(hours, 1.0) + 1.0) > kClockOffHours) {
+            wrong();
+        }
+    } else if (command == "St" || command == "Sg") {
+        wrong();
+    }
+}
+
+void StormNight::Note(int StormReport::*count, const std::string& text) {
+    ++(report_.*count);
+    report_.notes.push_back("firmware " + plan_.firmware + ", seed " + std::to_string(plan_.seed) + ", " +
+                            std::to_string(machine_.clock.Elapsed() / kSecond) + " s: " + text);
+}
+
+bool StormNight::Try(const std::function<void()>& call) {
+    try {
+        call();
+        return true;
+    } catch (const DriverError&) {
+        return false;
+    }
+}
+
+}  // namespace kestrane

@@ -1,0 +1,130 @@
+// Runs nights on lines with faults and prints what went wrong, as a table and then one by one:
+//
+//     storm_table [SEEDS [HOURS]]        20 seeds of 10 hours when not given
+//
+// and then the same for a cable that is out for a while, at moments of a slew. Exit status 1 when anything went wrong.
+#include <array>
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "storms/storm_night.h"
+
+namespace {
+
+constexpr std::array kFirmwares{"D", "S", "VKC4-P02-08", "VKC5-P03-01"};
+
+struct Row {
+    std::string head;  ///< the first cells
+    int nights = 0;
+    std::function<kestrane::StormReport(int night)> run;
+    kestrane::StormReport report = {};
+};
+
+std::vector<Row> StormRows(int seeds, int hours) {
+    std::vector<Row> rows;
+    for (const double probability : {0.001, 0.005, 0.02}) {
+        for (const std::string firmware : kFirmwares) {
+            const auto run = [=](int night) {
+                return kestrane::StormNight({.firmware = firmware,
+                                             .seed = static_cast<std::uint32_t>(night + 1),
+                                             .probability = probability,
+                                             .lengthMs = std::int64_t{hours} * 3'600'000})
+                    .Run();
+            };
+            std::ostringstream head;
+            head << probability * 100 << " % | " << firmware;
+            rows.push_back({head.str(), seeds, run});
+        }
+    }
+    return rows;
+}
+
+/// A cable that is out; each night has another moment of the slew and another target.
+std::vector<Row> CableRows() {
+    constexpr std::array<std::int64_t, 12> kMoments{5,     30,    80,     200,    500,    1'000,
+                                                    3'000, 6'000, 10'000, 15'000, 20'000, 30'000};
+    std::vector<Row> rows;
+    for (const std::int64_t outSeconds : {1, 5, 10, 600}) {
+        for (const std::string firmware : kFirmwares) {
+            const auto run = [=](int night) {
+                const auto moment = static_cast<std::size_t>(night) % kMoments.size();
+                return kestrane::StormNight({.firmware = firmware, .seed = static_cast<std::uint32_t>(night + 1)})
+                    .RunCableOut(kMoments[moment], outSeconds * 1'000);
+            };
+            rows.push_back({"cable out " + std::to_string(outSeconds) + " s | " + firmware,
+                            4 * static_cast<int>(kMoments.size()), run});
+        }
+    }
+    return rows;
+}
+
+/// Runs all nights of all rows, one on each core.
+void Run(std::vector<Row>& rows) {
+    std::mutex mutex;
+    std::size_t row = 0;
+    int night = 0;
+    const auto work = [&] {
+        for (;;) {
+            std::unique_lock lock(mutex);
+            if (row < rows.size() && night == rows[row].nights) {
+                ++row;
+                night = 0;
+            }
+            if (row == rows.size()) {
+                return;
+            }
+            Row& mine = rows[row];
+            const int number = night++;
+            lock.unlock();
+            const kestrane::StormReport report = mine.run(number);
+            lock.lock();
+            mine.report.Add(report);
+        }
+    };
+    std::vector<std::thread> workers;
+    for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i) {
+        workers.emplace_back(work);
+    }
+    work();
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+}
+
+/// Whether nothing went wrong.
+bool Print(const std::vector<Row>& rows) {
+    std::cout << "| faults | firmware | nights | slews | faults of the line | stuck flags | motions nobody asked for | "
+                 "wrong values written | wrong coordinates that outlived a good reply |\n"
+                 "|---|---|---|---|---|---|---|---|---|\n";
+    bool clean = true;
+    for (const Row& row : rows) {
+        const kestrane::StormReport& report = row.report;
+        std::cout << "| " << row.head << " | " << row.nights << " | " << report.slews << " | " << report.faults << " | "
+                  << report.stuckFlags << " | " << report.unaskedMotions << " | " << report.wrongWrites << " | "
+                  << report.outlivedReadings << " |\n";
+        clean = clean && report.Clean();
+    }
+    for (const Row& row : rows) {
+        for (const std::string& note : row.report.notes) {
+            std::cout << row.head << ": " << note << "\n";
+        }
+    }
+    return clean;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : 20, argc > 2 ? std::atoi(argv[2]) : 10);
+    for (Row& row : CableRows()) {
+        rows.push_back(std::move(row));
+    }
+    Run(rows);
+    return Print(rows) ? 0 : 1;
+}

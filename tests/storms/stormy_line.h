@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "simulator/mount_simulator.h"
+#include "support/virtual_serial_ports.h"
+
+namespace kestrane {
+
+/// A source of faults: the same seed gives the same ones.
+class Chance {
+public:
+    /// `probability` of a strike, 0 to 1.
+    Chance(std::uint32_t seed, double probability) : random_(seed), probability_(probability) {}
+
+    bool Strikes();
+    std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
+    int StrikesSoFar() const { return strikes_; }
+    void SetProbability(double probability) { probability_ = probability; }
+
+private:
+    std::mt19937 random_;
+    double probability_;
+    int strikes_ = 0;
+};
+
+/// A serial line to a simulated mount on which each command and each reply may be lost, late, cut, doubled, hit by
+/// noise, or changed in a digit; before a reply an alarm letter may stand. Both outlive the line.
+class StormyLine final : public LineEnd {
+public:
+    StormyLine(MountSimulator& mount, Chance& chance);
+
+    std::function<void(std::string_view bytes)> onWrite;  ///< what the driver sends, before any fault
+
+    /// Replies to "GR" and "GD" that went out without a fault.
+    int GoodRaReplies() const;
+    int GoodDecReplies() const;
+
+    void Write(std::string_view bytes) override;
+    std::string Read(std::size_t maxCount) override { return mount_.Read(maxCount); }
+    std::optional<std::int32_t> NextByteIn() override { return mount_.NextByteIn(); }
+    void Opened() override;
+
+private:
+    class ReplyStorm;
+
+    MountSimulator& mount_;
+    Chance& chance_;
+    ReplyStorm* replies_;  ///< owned by the mount
+};
+
+}  // namespace kestrane
