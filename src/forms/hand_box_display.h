@@ -12,8 +12,10 @@ enum class RateCorrection { Off, On };
 enum class Notice { Shown, LogOnly };
 
 /// What the core of the driver makes the hand box show, besides the values of its controls. The presenter of the hand
-/// box implements it. It only shows: nothing here talks to the mount, and nothing raises. What is shown last is kept in
-/// `DriverState` (the displayed rate and its tick, the meridian delay, the phase of the flash). Logic thread only.
+/// box implements it. It only shows: nothing here talks to the mount, and nothing raises. It keeps in
+/// `DriverState` what it shows and what follows from it: the displayed rate, its tick and `g_bRestoreRatePending`, the
+/// meridian delay, the phase of the flash, and with the companion the link's error counts, which start anew. Logic
+/// thread only.
 class HandBoxDisplay {
 public:
     virtual ~HandBoxDisplay() = default;

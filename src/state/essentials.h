@@ -10,8 +10,8 @@
 
 namespace kestrane {
 
-/// What nearly every class of the driver works with. The driver owns all of it and outlives whoever holds a copy. A
-/// class takes it first, and then a struct of what it needs beside.
+/// What nearly every class of the driver works with. The driver owns all of it and outlives whoever holds a copy. It is
+/// the first member of the struct of what a class needs.
 struct Essentials {
     DriverState& state;
     Persist& persist;

@@ -57,9 +57,9 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) 
     return mount.CommandStringInternal(question);
 }
 
-/// For what a query sends besides its question, to get a reply that fits.
-Sequence MountQueries::Talk() {
-    return {needs_.telescope()->Commands(), needs_.door, procedure::Recovery};
+/// For what a query sends besides its question.
+Sequence MountQueries::Talk(const CompletingProcedure& procedure) {
+    return {needs_.telescope()->Commands(), needs_.door, procedure};
 }
 
 bool MountQueries::QueryRa() {
@@ -84,7 +84,7 @@ bool MountQueries::QueryRa() {
         // answer.
         driver_.log.LogMessage("RA Query", LogLevel::Error,
                                "Detected corrupted or short format response... sending long format command...");
-        Talk().CommandBlindInternal(wire::ToggleFormat);
+        Talk(procedure::Recovery).CommandBlindInternal(wire::ToggleFormat);
         state_.g_tickLastRa = driver_.clock.GetTickCount() - 2 * kCoordinateIntervalMs;
         return true;
     } else if (KeepRa(reply)) {
@@ -223,7 +223,7 @@ bool MountQueries::QueryAz() {
         LogNoResponse("Az Query", "Az");
         state_.g_tickLastAz = driver_.clock.GetTickCount();
         if (state_.g_bResync) {
-            Talk().CommandClearInternal();
+            Talk(procedure::Recovery).CommandClearInternal();
         }
         return false;
     }

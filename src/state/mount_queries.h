@@ -125,7 +125,7 @@ private:
     /// What waits on a line that needs a resync when a question is about to go out.
     enum class Leftovers { Cleared, Kept };
     std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared);
-    Sequence Talk();
+    Sequence Talk(const CompletingProcedure& procedure);
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
     void AskQuayForTime(const std::string& kept);

@@ -29,14 +29,15 @@ bool MountQueries::QuerySideOfMount() {
         return false;
     }
     state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
-    state_.g_nSideOfPier =
+    // Kept only together with what follows from it: a stop may end the query while it asks.
+    std::int16_t sideOfPier =
         (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? pier_side::West : pier_side::East;
     if (state_.g_sVersion > kLastWithoutPierSide) {
         const std::string reply = Ask(wire::GetPierSide);
         if (reply == pier_side::kEastText) {
-            state_.g_nSideOfPier = pier_side::East;
+            sideOfPier = pier_side::East;
         } else if (reply == pier_side::kWestText) {
-            state_.g_nSideOfPier = pier_side::West;
+            sideOfPier = pier_side::West;
         }
         if (reply.empty()) {
             NoteNoResponse();
@@ -46,6 +47,7 @@ bool MountQueries::QuerySideOfMount() {
             NoteQuerySuccess();
         }
     }
+    state_.g_nSideOfPier = sideOfPier;
     state_.g_bWestSide = state_.g_nSideOfPier == pier_side::West;
     const std::string_view side = state_.g_bWestSide ? pier_side::kWestText : pier_side::kEastText;
     needs_.handBox.lblPierSide.Text(side);

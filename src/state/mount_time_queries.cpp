@@ -134,8 +134,7 @@ void MountQueries::QueryMeridianDelay() {
 
 /// Gives the mount the PC's time, date and zone.
 void MountQueries::ResendTime() {
-    Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::DriverVerb);
-    mount.DriverCommandInternal(kInitTimeVerb);
+    Talk(procedure::DriverVerb).DriverCommandInternal(kInitTimeVerb);
 }
 
 /// How far the mount's clock is off, without a sign, to the millisecond. Intentional: a difference of nearly a day
@@ -159,7 +158,7 @@ void MountQueries::AskQuayForTime(const std::string& kept) {
     }
     ResumeNext errors{driver_.ledger, "QueryTime"};
     std::string reply;
-    errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kept); });
+    errors.Assign(reply, [&] { return Talk(procedure::OneSetting).CommandString(wire::CompanionTimeSync, kept); });
     if (reply.size() > 1 && reply[1] != '1') {
         state_.g_bQuayTimeSync = false;
     }
@@ -226,7 +225,7 @@ void MountQueries::CorrectTimeZone() {
     driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
     ResumeNext errors{driver_.ledger, "QueryTimeZone"};
     std::string reply;
-    errors.Assign(reply, [&] { return Talk().CommandString(wire::CompanionTimeSync, kOn); });
+    errors.Assign(reply, [&] { return Talk(procedure::OneSetting).CommandString(wire::CompanionTimeSync, kOn); });
     if (!reply.starts_with('1')) {
         state_.g_bQuayTimeSync = false;
     }

@@ -20,17 +20,13 @@ Sequence::Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop 
       stopsBefore_(outer_ ? outer_->stopsBefore_ : door.Stops()) {
     if (outer_) {
         outer_->LetStopIn();
+        looked_ = true;
     }
-    if (onStop_ == OnStop::Ends) {
-        door_.ending_ = this;
-    }
+    door_.ending_ = onStop_ == OnStop::Ends ? this : nullptr;
 }
 
 void Sequence::LetStopIn() {
-    // What a stop sends is no part of the procedure that it ends.
-    Sequence* const ending = std::exchange(door_.ending_, nullptr);
     door_.LetStopIn();
-    door_.ending_ = ending;
     if (onStop_ == OnStop::Ends && door_.Stops() != stopsBefore_) {
         throw Ended{this};
     }
@@ -38,7 +34,7 @@ void Sequence::LetStopIn() {
 
 /// The way to the mount for the next exchange.
 MountCommands& Sequence::Next() {
-    if (doors_ == Doors::BeforeEach && !std::exchange(cleared_, false)) {
+    if (doors_ == Doors::BeforeEach && !std::exchange(looked_, false)) {
         LetStopIn();
     }
     return commands_;
@@ -54,12 +50,12 @@ void Sequence::CommandBlindInternal(const BlindCommand& row, std::string_view ar
 
 void Sequence::CommandClear() {
     Next().CommandClear();
-    cleared_ = true;
+    looked_ = true;
 }
 
 void Sequence::CommandClearInternal() {
     Next().CommandClearInternal();
-    cleared_ = true;
+    looked_ = true;
 }
 
 void Sequence::ClearIfOutOfStep() {
@@ -67,7 +63,7 @@ void Sequence::ClearIfOutOfStep() {
     if (door_.state_.g_bResync) {
         commands.CommandClearInternal();
     }
-    cleared_ = true;
+    looked_ = true;
 }
 
 bool Sequence::CommandBoolInternal(const CharacterCommand& row, std::string_view argument) {

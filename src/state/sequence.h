@@ -40,6 +40,7 @@ namespace procedure {
 inline constexpr EndingProcedure     SafeSlew         {"safe slew",           Doors::BeforeEach};
 inline constexpr EndingProcedure     Slew             {"slew",                Doors::BeforeEach};
 inline constexpr EndingProcedure     Calibration      {"calibration",         Doors::BeforeEach};
+inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop
 inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Doors::Closed};
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
@@ -80,17 +81,36 @@ public:
     StopDoor(Waits& waits, Log& log, const DriverState& state) : waits_(waits), log_(log), state_(state) {}
 
     /// Runs the stops that wait, and nothing else.
-    void LetStopIn() { waits_.PumpStops(); }
+    void LetStopIn() {
+        const Outside outside(*this);
+        waits_.PumpStops();
+    }
     /// Stops asked for so far; wraps.
     std::uint32_t Stops() const { return state_.g_nAborts; }
     /// Gives no permit, and logs a line, when a stop that was asked for after this call has run before it: whoever
     /// stopped the mount meant this motion too. Such a call returns like an aborted slew.
     std::optional<MotionPermit> Permit(std::string_view member);
     /// A short pause of a call that waits: pumps nothing, but a stop gets in within a millisecond.
-    void Pause(std::int32_t milliseconds) { waits_.PauseForStops(milliseconds); }
+    void Pause(std::int32_t milliseconds) {
+        const Outside outside(*this);
+        waits_.PauseForStops(milliseconds);
+    }
 
 private:
     friend class Sequence;
+
+    /// What a stop sends is no part of the procedure that it gets into.
+    class Outside {
+    public:
+        explicit Outside(StopDoor& door) : door_(door), ending_(std::exchange(door.ending_, nullptr)) {}
+        ~Outside() { door_.ending_ = ending_; }
+        Outside(const Outside&) = delete;
+        Outside& operator=(const Outside&) = delete;
+
+    private:
+        StopDoor& door_;
+        Sequence* const ending_;
+    };
 
     Waits& waits_;
     Log& log_;
@@ -101,10 +121,10 @@ private:
 /// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but
 /// stops runs inside. What a procedure of the driver tells a mount goes this way, so that no exchange can forget the
 /// door. Apart from it stand the check of a port, which ends the mount's input over a link of its own, and the texts
-/// that clients hand over.
+/// that clients and `KsMount` hand over.
 ///
 /// A procedure may be part of another. One that begins inside a procedure which a stop ends looks for a stop first, and
-/// does not begin after one, also when its own doors are closed.
+/// does not begin after one, also when its own doors are closed. No step of a procedure that a stop ends may pump.
 ///
 ///     Sequence mount{commands, door, procedure::SetTime};
 ///     mount.CommandBoolInternal(wire::SetLocalTime, "21:00:00");
@@ -127,7 +147,7 @@ public:
         Sequence sequence(commands, door, procedure.doors, OnStop::Ends);
         try {
             std::forward<Steps>(steps)(sequence);
-            return true;
+            return door.Stops() == sequence.stopsBefore_;  // one may have got in at its last part
         } catch (const Ended& ended) {
             if (ended.sequence != &sequence) {
                 throw;
@@ -168,7 +188,7 @@ private:
     const OnStop onStop_;
     Sequence* const outer_;            ///< the procedure that this one is part of, where a stop ends that
     const std::uint32_t stopsBefore_;  ///< when the whole of it began
-    bool cleared_ = false;             ///< the line was cleared for the exchange that follows
+    bool looked_ = false;              ///< no stop gets in before the exchange that follows
 };
 
 }  // namespace kestrane

@@ -2,8 +2,11 @@
 
 #include <array>
 #include <cstddef>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <ostream>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -206,6 +209,34 @@ std::string WithoutSpaces(std::string_view cells) {
     std::string text(cells);
     std::erase(text, ' ');
     return text;
+}
+
+/// The rows of the table in the header: name, then the cells without their blanks, those of guiding left out.
+std::map<std::string, std::string> RowsOfHeader() {
+    std::map<std::string, std::string> rows;
+    std::ifstream header(KESTRANE_MOTION_TABLE);
+    const std::regex event(R"(^//   ([A-Z][A-Za-z]+) +((?:[^ ]+ +){13,}[^ ]+)$)");
+    for (std::string line; std::getline(header, line);) {
+        if (std::smatch parts;
+            std::regex_match(line, parts, event) && parts[2].str().find("g_b") == std::string::npos) {
+            const std::string cells = parts[2];
+            rows[parts[1]] = WithoutSpaces(cells.substr(0, cells.find_last_of(' ')));
+        }
+    }
+    return rows;
+}
+
+std::map<std::string, std::string> RowsOfTest() {
+    std::map<std::string, std::string> rows;
+    for (const Row& row : kRows) {
+        const std::string cells = WithoutSpaces(row.cells);
+        rows[std::string(row.name.substr(0, row.name.find('(')))] = cells.substr(0, GN);
+    }
+    return rows;
+}
+
+TEST(MotionTable, OfTheHeader_IsTheOneTested) {
+    EXPECT_EQ(RowsOfHeader(), RowsOfTest());
 }
 
 /// The flags that a bit pattern stands for; the guiding flags all alike.

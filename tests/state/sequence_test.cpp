@@ -182,6 +182,53 @@ TEST_F(SequenceTest, APartThatEnds_CountsTheStopsSinceTheWholeBegan) {
     EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GR"}));
 }
 
+TEST_F(SequenceTest, AStopAtTheLastPartOfAProcedure_EndsItToo) {
+    StopDuring("GD");
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence&) {
+        Sequence last(mount, door, kOpen);
+        last.CommandString(wire::GetDec);
+        last.CommandString(wire::GetRa);  // the stop gets in before it
+    });
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(SequenceTest, APartOfAPartThatCompletes_IsSentWhole) {
+    StopDuring("GD");
+    Sequence::UntilStopped(mount, door, kEnding, [&](Sequence& sequence) {
+        {
+            Sequence part(mount, door, kClosed);
+            part.CommandString(wire::GetDec);
+            Sequence inner(mount, door, kOpen);
+            inner.CommandString(wire::GetRa);
+            part.CommandString(wire::GetAltitude);
+        }
+        sequence.CommandString(wire::GetAzimuth);
+    });
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GR", "GA"}));
+}
+
+TEST_F(SequenceTest, AStopAtTheDoorItself_IsNoPartOfWhatItEnds) {
+    StopDuring("GD");
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence& sequence) {
+        sequence.CommandString(wire::GetDec);
+        door.LetStopIn();
+        sequence.CommandString(wire::GetRa);
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q"}));
+}
+
+TEST_F(SequenceTest, AnErrorThatLeavesAProcedure_LeavesTheNextOneAlone) {
+    EXPECT_THROW(
+        Sequence::UntilStopped(mount, door, kEnding, [](Sequence&) { throw DriverError(ErrorNumber::SlewFailed); }),
+        DriverError);
+    StopDuring("GD");
+    Sequence next(mount, door, kOpen);
+    next.CommandString(wire::GetDec);
+    next.CommandString(wire::GetRa);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GR"}));
+}
+
 TEST_F(SequenceTest, WhatFollowsAProcedureThatWasEnded_IsItsOwn) {
     StopDuring("GD");
     Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) {

@@ -19,6 +19,7 @@ public:
     void CheckSlewRange(double rightAscension, double declination);
     std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
+    std::string SendToCompanion(const TextCommand& command, std::string_view target);
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     bool SafeSlewWanted();
     void TakeBackTarget(double rightAscension, double declination);
@@ -198,8 +199,7 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
         telescope_.TargetAltitude(altitude);
         if (QuayTakesSlews()) {
             const std::string reply =
-                Talk(procedure::Question)
-                    .CommandString(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
+                SendToCompanion(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
             driver_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
         } else {
             telescope_.SendSlewCommands();
@@ -226,10 +226,16 @@ bool SlewSteps::QuayTakesSlews() const {
     return state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
 }
 
+std::string SlewSteps::SendToCompanion(const TextCommand& command, std::string_view target) {
+    std::string reply;
+    core_.UntilStopped(procedure::CompanionSlew,
+                       [&](Sequence& mount) { reply = mount.CommandString(command, target); });
+    return reply;
+}
+
 void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
     const std::string reply =
-        Talk(procedure::Question)
-            .CommandString(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
+        SendToCompanion(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
     driver_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
 }
 
