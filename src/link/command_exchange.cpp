@@ -84,10 +84,13 @@ std::string CommandExchange::CommandStringInternal(std::string_view command, boo
     return CommandStringInternal(OwnText<ReplyForm::Text>(command, raw));
 }
 std::string CommandExchange::CommandString(const OutgoingCommand<ReplyForm::Text>& command) {
-    return String(command, kTelescope);
+    return String(command, kTelescope, maxSerialRetries_);
+}
+std::string CommandExchange::CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) {
+    return String(command, kTelescope, 0);
 }
 std::string CommandExchange::CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) {
-    return String(command, kDriver);
+    return String(command, kDriver, maxSerialRetries_);
 }
 std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
     return CommandStringInternal(std::string(kDriverCommandHead) + std::string(verb), true);
@@ -166,7 +169,8 @@ bool CommandExchange::TryBool(const std::string& text, std::string& reply, Calle
     return true;
 }
 
-std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin) {
+std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin,
+                                    std::int16_t retries) {
     GetInStep();
     if (command.Raw() && command.text.empty()) {
         Info(origin, "CommandString TX (no Chars to send)");
@@ -180,7 +184,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
     // recovery of the attempt before has read, and such a late reply is accepted.
     std::string reply;
-    for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
+    for (int retriesLeft = retries; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
         DropInputIfOutOfStep(errors);
         if (driver_.state.g_bQuayLink) {

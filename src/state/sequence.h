@@ -149,6 +149,8 @@ public:
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});
     std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
+    /// `CommandString` with a single try, for a procedure that begins again when a reply is missing.
+    std::string CommandStringOnce(const TextCommand& row);
     std::string DriverCommandInternal(std::string_view verb);
 
 private:
