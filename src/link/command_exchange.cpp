@@ -122,6 +122,7 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
     ResumeNext errors{driver_.ledger, "CommandBlind"};
     Info(origin, "CommandBlind TX='" + text + "'");
     DropInputIfOutOfStep(errors);
+    DropLateBytes(origin, errors);
     errors.Step([&] { Link().Transmit(text); });
     driver_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
 }
@@ -157,9 +158,11 @@ bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command,
 bool CommandExchange::TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors) {
     Info(caller.origin, "CommandBool TX='" + text + "'");
     DropInputIfOutOfStep(errors);
+    DropLateBytes(caller.origin, errors);
     errors.Step([&] { Link().Transmit(text); });
-    errors.Assign(reply, [&] { return Link().ReceiveCounted(1); });
-    const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && wire::CareOf(text).zeroIsGood;
+    const bool startsSlew = wire::CareOf(text).zeroIsGood;  // an alarm letter must not hide whether it begins
+    errors.Assign(reply, [&] { return startsSlew ? Link().ReceiveCharacter() : Link().ReceiveCounted(1); });
+    const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && startsSlew;
     if (reply != "1" && !isGoodZero) {
         return false;
     }
@@ -193,6 +196,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
                 errors);
         }
         EndLongReadLimit(errors);
+        DropLateBytes(origin, errors);
         if (TryString(text, reply, origin, errors)) {
             return reply.substr(0, reply.size() - 1);
         }
@@ -303,6 +307,18 @@ void CommandExchange::GetInStep() {
 void CommandExchange::DropInputIfOutOfStep(ResumeNext& errors) {
     if (driver_.state.g_bResync) {
         errors.Step([&] { Link().ClearBuffers(); });
+    }
+}
+
+void CommandExchange::DropLateBytes(std::string_view origin, ResumeNext& errors) {
+    std::string late;
+    if (needs_.link) {
+        errors.Step([&] { late = needs_.link->TakeLateBytes(); });
+    }
+    if (!late.empty()) {
+        driver_.counters.CountRetransmit();
+        driver_.log.LogMessage(origin, LogLevel::Warning,
+                               "Dropped a late reply before the next command: '" + late + "'");
     }
 }
 

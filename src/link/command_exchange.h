@@ -30,7 +30,8 @@ struct ExchangeNeeds {
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the
 /// companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of retries
 /// belongs to the object: a client's texts have the retries of its object, and all that the driver sends by itself goes
-/// through the exchange of the internal instance. An exchange never pumps, so it is never entered twice. Nothing here raises.
+/// through the exchange of the internal instance. An exchange never pumps, so it is never entered
+/// twice. Nothing here raises.
 ///
 /// Each method has a twin for the driver's own use, which differs in its log origin, and for `CommandBool` in what
 /// counts as success.
@@ -98,6 +99,9 @@ private:
 
     void GetInStep();
     void DropInputIfOutOfStep(ResumeNext& errors);
+    /// Reads off what waits before a command goes out: the late end of an earlier exchange, which would be taken for
+    /// the reply to this one.
+    void DropLateBytes(std::string_view origin, ResumeNext& errors);
     void EndLongReadLimit(ResumeNext& errors);
     void PauseAfterGoodReply(const std::string& text);
     void Info(std::string_view origin, std::string_view message);
