@@ -43,7 +43,6 @@ inline constexpr EndingProcedure     Calibration      {"calibration",         Do
 inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop
 inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Doors::Closed};
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
-inline constexpr CompletingProcedure SiderealTracking {"sidereal tracking",   Doors::BeforeEach};
 inline constexpr CompletingProcedure Tracking         {"tracking",            Doors::Closed};      // begins with a stop
 inline constexpr CompletingProcedure CustomRate       {"custom rate",         Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
@@ -55,6 +54,7 @@ inline constexpr CompletingProcedure Recovery         {"recovery",            Do
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::Closed};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::Closed};
 inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
+inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
 // clang-format on
 }  // namespace procedure
 
