@@ -62,6 +62,11 @@ void ClientObjects::NoteActivity() {
     lastActivity_ = needs_.clock.GetTickCount();
 }
 
+bool ClientObjects::HasObject(const ClientKey& key) const {
+    const auto slot = slots_.find(key);
+    return slot != slots_.end() && slot->second.object != nullptr;
+}
+
 bool ClientObjects::BeingCreated(const ClientKey& key) const {
     const auto slot = slots_.find(key);
     return slot != slots_.end() && slot->second.object == nullptr;
@@ -115,13 +120,13 @@ void ClientObjects::ConnectionServes(const ClientName& name, http::ConnectionId 
     }
 }
 
-bool ClientObjects::HasObject(const ClientName& name) const {
+bool ClientObjects::HasAnyObject(const ClientName& name) const {
     return slots_.contains({name, DeviceKind::Telescope}) || slots_.contains({name, DeviceKind::Focuser});
 }
 
 void ClientObjects::ForgetClientWithoutUse(const ClientName& name) {
     const auto client = clients_.find(name);
-    if (client == clients_.end() || HasObject(name)) {
+    if (client == clients_.end() || HasAnyObject(name)) {
         return;
     }
     // A connection that uses ever new ClientIDs must not fill the table.

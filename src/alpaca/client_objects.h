@@ -77,6 +77,8 @@ public:
     /// A request that needs no object: it only keeps a process without objects alive.
     void NoteActivity();
 
+    /// Whether the client has an object that can be called. Making one is more than a cached read may do.
+    bool HasObject(const ClientKey& key) const;
     /// Whether the object is being made right now, further up on the stack: a call on it has to wait.
     bool BeingCreated(const ClientKey& key) const;
     /// Runs a call on the client's object; makes the object first if there is none. The object lives until the call is
@@ -100,7 +102,7 @@ private:
 
     Slots::iterator FindOrCreate(const ClientKey& key);
     void ForgetClientWithoutUse(const ClientName& name);
-    bool HasObject(const ClientName& name) const;
+    bool HasAnyObject(const ClientName& name) const;
 
     /// When the object's lease is over; false while it has no end.
     bool LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) const;

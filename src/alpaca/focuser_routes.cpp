@@ -13,6 +13,7 @@ constexpr Handler kNotBuilt = nullptr;
 constexpr Verb Get = Verb::Get;
 constexpr Verb Put = Verb::Put;
 constexpr CallKind Brief = CallKind::Brief;
+constexpr CallKind Read = CallKind::Read;
 constexpr CallKind Long = CallKind::WaitsLong;
 constexpr ValueType Bool = ValueType::Boolean;
 constexpr ValueType Int = ValueType::Integer;
@@ -31,24 +32,24 @@ std::vector<Route> FocuserRoutes() {
         {"CommandBlind",      Put, Long,  kCommand,                                 kNotBuilt},
         {"CommandBool",       Put, Long,  kCommand,                                 kNotBuilt},
         {"CommandString",     Put, Long,  kCommand,                                 kNotBuilt},
-        {"Connected",         Get, Brief, kNone,                                    ReadConnected},
+        {"Connected",         Get, Read,  kNone,                                    ReadConnected},
         {"Connected",         Put, Long,  {{"Connected", Bool}},                    WriteConnected},
-        {"Description",       Get, Brief, kNone,                                    kRead<std::string, &F::Description>},
-        {"DriverInfo",        Get, Brief, kNone,                                    kRead<std::string, &F::DriverInfo>},
-        {"DriverVersion",     Get, Brief, kNone,                                    kRead<std::string, &F::DriverVersion>},
-        {"InterfaceVersion",  Get, Brief, kNone,                                    kRead<int, &F::InterfaceVersion>},
-        {"Name",              Get, Brief, kNone,                                    kRead<std::string, &F::Name>},
-        {"SupportedActions",  Get, Brief, kNone,                                    ReadSupportedActions},
+        {"Description",       Get, Read,  kNone,                                    kRead<std::string, &F::Description>},
+        {"DriverInfo",        Get, Read,  kNone,                                    kRead<std::string, &F::DriverInfo>},
+        {"DriverVersion",     Get, Read,  kNone,                                    kRead<std::string, &F::DriverVersion>},
+        {"InterfaceVersion",  Get, Read,  kNone,                                    kRead<int, &F::InterfaceVersion>},
+        {"Name",              Get, Read,  kNone,                                    kRead<std::string, &F::Name>},
+        {"SupportedActions",  Get, Read,  kNone,                                    ReadSupportedActions},
 
-        {"Absolute",          Get, Brief, kNone,                                    kRead<bool, &F::Absolute>},
-        {"IsMoving",          Get, Brief, kNone,                                    kRead<bool, &F::IsMoving>},
-        {"MaxIncrement",      Get, Brief, kNone,                                    kRead<std::int32_t, &F::MaxIncrement>},
-        {"MaxStep",           Get, Brief, kNone,                                    kRead<std::int32_t, &F::MaxStep>},
+        {"Absolute",          Get, Read,  kNone,                                    kRead<bool, &F::Absolute>},
+        {"IsMoving",          Get, Read,  kNone,                                    kRead<bool, &F::IsMoving>},
+        {"MaxIncrement",      Get, Read,  kNone,                                    kRead<std::int32_t, &F::MaxIncrement>},
+        {"MaxStep",           Get, Read,  kNone,                                    kRead<std::int32_t, &F::MaxStep>},
         {"Position",          Get, Brief, kNone,                                    kNotBuilt},
         {"StepSize",          Get, Brief, kNone,                                    kNotBuilt},
-        {"TempComp",          Get, Brief, kNone,                                    kRead<bool, &F::TempComp>},
+        {"TempComp",          Get, Read,  kNone,                                    kRead<bool, &F::TempComp>},
         {"TempComp",          Put, Brief, {{"TempComp", Bool}},                     kNotBuilt},
-        {"TempCompAvailable", Get, Brief, kNone,                                    kRead<bool, &F::TempCompAvailable>},
+        {"TempCompAvailable", Get, Read,  kNone,                                    kRead<bool, &F::TempCompAvailable>},
         {"Temperature",       Get, Brief, kNone,                                    kNotBuilt},
 
         {"Halt",              Put, Brief, kNone,                                    kNotBuilt},

@@ -1,5 +1,6 @@
 #include "alpaca/object_server.h"
 
+#include <boost/asio/steady_timer.hpp>
 #include <future>
 
 #include "alpaca/discovery.h"
@@ -87,7 +88,16 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
             needs_.pump,
             management_,
             [this](std::function<void()> function) { io_.Post(std::move(function)); },
-            [this](http::ConnectionId id) { return http_.ConnectionIsGone(id); }};
+            [this](http::ConnectionId id) { return http_.ConnectionIsGone(id); },
+            [this](std::chrono::milliseconds delay, std::function<void()> function) {
+                const auto timer = std::make_shared<boost::asio::steady_timer>(io_.Context(), delay);
+                timer->async_wait([timer, function = std::move(function)](const auto& error) {
+                    if (!error) {
+                        function();
+                    }
+                });
+            },
+            needs_.repeatTime};
 }
 
 http::ServerNeeds ObjectServer::Inside::HttpNeeds() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -24,6 +25,7 @@ struct ObjectServerNeeds {
     std::filesystem::path deviceIdFile;
     LeaseTimes leases;
     http::Limits limits;
+    std::chrono::milliseconds repeatTime{60'000};  ///< see `RequestHandlerNeeds`
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread

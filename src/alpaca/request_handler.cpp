@@ -46,7 +46,7 @@ void RequestHandler::HandleManagement(const http::Request& request, const http::
 void RequestHandler::HandleDevice(const http::Request& request, const http::AnswerFunction& answer) {
     try {
         DeviceRequest device = ReadDeviceRequest(request, needs_.routes);
-        if (!JoinRunningPut(device, request.connection, answer)) {
+        if (!JoinRunningPut(device, request.connection, answer) && !AnswerFromMemory(device, answer)) {
             StartCall(std::move(device), request.connection, answer);
         }
     } catch (const RequestRefused& refused) {
@@ -73,6 +73,32 @@ bool RequestHandler::JoinRunningPut(const DeviceRequest& request, http::Connecti
     return true;
 }
 
+bool RequestHandler::AnswerFromMemory(const DeviceRequest& request, const http::AnswerFunction& answer) {
+    const auto kept = std::ranges::find_if(unheard_, [&](const auto& entry) {
+        return !request.putIdentity.empty() && entry.first == request.putIdentity;
+    });
+    if (kept == unheard_.end()) {
+        return false;
+    }
+    TellObjects([](ClientObjects& objects) { objects.NoteActivity(); });
+    answer(kept->second);
+    return true;
+}
+
+void RequestHandler::Remember(const std::string& putIdentity, const http::Answer& answer) {
+    constexpr std::size_t kMostAnswers = 1000;
+    unheard_.emplace_back(putIdentity, answer);
+    if (unheard_.size() > kMostAnswers) {
+        unheard_.pop_front();
+    }
+    needs_.after(needs_.repeatTime, [this, putIdentity] {
+        const auto oldest = std::ranges::find(unheard_, putIdentity, &std::pair<std::string, http::Answer>::first);
+        if (oldest != unheard_.end()) {
+            unheard_.erase(oldest);
+        }
+    });
+}
+
 void RequestHandler::AnnounceConnection(http::ConnectionId connection) {
     if (clientConnections_.insert(connection).second) {
         TellObjects([connection](ClientObjects& objects) { objects.ConnectionOpened(connection); });
@@ -86,7 +112,8 @@ void RequestHandler::ConnectionClosed(http::ConnectionId connection) {
 }
 
 void RequestHandler::TellObjects(std::function<void(ClientObjects&)> message) {
-    needs_.pump.Post(CallKind::Brief, [&objects = needs_.objects, message = std::move(message)] { message(objects); });
+    // A read must not overtake the news of its connection.
+    needs_.pump.Post(CallKind::Read, [&objects = needs_.objects, message = std::move(message)] { message(objects); });
 }
 
 void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connection,
@@ -94,15 +121,16 @@ void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connect
     AnnounceConnection(connection);
     const TransactionIds ids{request.clientTransaction, NextTransaction()};
     underWay_.insert_or_assign(ids.server, CallUnderWay{request.putIdentity, connection, {answer}});
-    PostCall(std::make_shared<const DeviceCall>(DeviceCall{std::move(request), ids, connection}));
+    const CallKind kind = request.route->kind;
+    PostCall(std::make_shared<const DeviceCall>(DeviceCall{std::move(request), ids, connection}), kind);
 }
 
 /// Called on the I/O thread, and on the logic thread for a call that has to wait for its object.
-void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
-    const CallKind kind = call->request.route->kind;
-    needs_.pump.Post(kind, [this, call = std::move(call)] {
-        if (needs_.objects.BeingCreated(call->request.key)) {
-            PostCall(call);
+void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call, CallKind kind) {
+    needs_.pump.Post(kind, [this, kind, call = std::move(call)] {
+        const bool mayCreate = kind != CallKind::Read;
+        if (mayCreate ? needs_.objects.BeingCreated(call->request.key) : !needs_.objects.HasObject(call->request.key)) {
+            PostCall(call, mayCreate ? kind : CallKind::Brief);
             return;
         }
         http::Answer answer = RunCall(*call);
@@ -114,6 +142,9 @@ void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
 
 void RequestHandler::FinishCall(std::uint32_t serverTransaction, const http::Answer& answer) {
     const auto call = underWay_.extract(serverTransaction);
+    if (!call.mapped().putIdentity.empty() && needs_.connectionIsGone(call.mapped().connection)) {
+        Remember(call.mapped().putIdentity, answer);
+    }
     for (const http::AnswerFunction& waiting : call.mapped().answers) {
         waiting(answer);
     }

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "alpaca/client_objects.h"
@@ -27,6 +30,10 @@ struct RequestHandlerNeeds {
     std::function<void(std::function<void()>)> postToIo;
     /// Whether the connection is closed, or closed by its client.
     std::function<bool(http::ConnectionId)> connectionIsGone;
+    /// Runs a function on the I/O thread when so much time has passed; called there.
+    std::function<void(std::chrono::milliseconds, std::function<void()>)> after;
+    /// How long the answer of a PUT is kept whose client went away before it came.
+    std::chrono::milliseconds repeatTime{60'000};
 };
 
 /// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the
@@ -60,8 +67,12 @@ private:
     /// call.
     bool JoinRunningPut(const DeviceRequest& request, http::ConnectionId connection,
                         const http::AnswerFunction& answer);
+    /// Answers a repeated PUT whose first client went away before the answer came: somebody may have aborted meanwhile
+    /// what it started, and it must not start again. False when no such answer is kept.
+    bool AnswerFromMemory(const DeviceRequest& request, const http::AnswerFunction& answer);
+    void Remember(const std::string& putIdentity, const http::Answer& answer);
     void StartCall(DeviceRequest request, http::ConnectionId connection, const http::AnswerFunction& answer);
-    void PostCall(std::shared_ptr<const DeviceCall> call);
+    void PostCall(std::shared_ptr<const DeviceCall> call, CallKind kind);
     void FinishCall(std::uint32_t serverTransaction, const http::Answer& answer);
     http::Answer RunCall(const DeviceCall& call);
     void AnnounceConnection(http::ConnectionId connection);
@@ -71,8 +82,9 @@ private:
 
     RequestHandlerNeeds needs_;
     std::uint32_t lastServerTransaction_ = 0;
-    std::set<http::ConnectionId> clientConnections_;  ///< open ones that carried a device request
-    std::map<std::uint32_t, CallUnderWay> underWay_;  ///< by server transaction
+    std::set<http::ConnectionId> clientConnections_;            ///< open ones that carried a device request
+    std::map<std::uint32_t, CallUnderWay> underWay_;            ///< by server transaction
+    std::deque<std::pair<std::string, http::Answer>> unheard_;  ///< by PUT, the oldest first
 };
 
 }  // namespace kestrane::alpaca

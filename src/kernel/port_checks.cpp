@@ -83,7 +83,7 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
 
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
     link.ClearBuffers();
-    Talk(procedure::PortCheck).CommandBlindInternal(wire::ToggleFormat);
+    Talk(procedure::ReadSite).CommandBlindInternal(wire::ToggleFormat);
     driver_.waits.WaitForMilliseconds(kSettleMs);
     if (timeoutMs > 0) {
         link.ReceiveTimeoutMS(timeoutMs);
@@ -91,7 +91,7 @@ void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeou
 }
 
 bool ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
-    const std::string reply = Talk(procedure::PortCheck).CommandStringInternal(question);
+    const std::string reply = Talk(procedure::ReadSite).CommandStringInternal(question);
     double read = 0.0;
     const bool good = ParseProtocolDegrees(reply, read, driver_.log);
     degrees = good ? read : 0.0;

@@ -63,6 +63,10 @@ std::string AscomSerial::ReceiveTerminated(std::string_view terminator) {
     return RequireSome(reader_.Terminated(terminator, timeoutMs_));
 }
 
+std::string AscomSerial::TakeWaiting() {
+    return port_->IsOpen() ? reader_.Waiting(0) : std::string();
+}
+
 void AscomSerial::Transmit(std::string_view text) {
     RequireConnected();
     port_->Write(text);

@@ -50,6 +50,8 @@ public:
     std::string ReceiveCounted(std::int32_t count);
     /// Up to and with the terminator, or what came within the limit.
     std::string ReceiveTerminated(std::string_view terminator);
+    /// The bytes that wait, without any wait and without an error; empty on a closed port.
+    std::string TakeWaiting();
     void Transmit(std::string_view text);
 
 private:

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
+constexpr int kMostAlarmsBeforeReply = 3;  // one of each letter
 
 /// Whether `text` ends with `terminator`, ignoring case. Raises run-time error 5 when the text is shorter.
 bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
@@ -25,10 +26,12 @@ bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
 
 classSerial::classSerial(SerialNeeds needs)
     : needs_(needs), isUsingAscom_(needs_.persist.ReadFlag(setting::chkUseASCOMSerialObject)) {
+    std::unique_ptr<SerialPort> port = needs_.ports.CreatePort();
+    device_ = port.get();
     if (isUsingAscom_) {
-        serialObject_ = std::make_unique<AscomSerial>(needs_.ports.CreatePort(), needs_.clock);
+        serialObject_ = std::make_unique<AscomSerial>(std::move(port), needs_.clock);
     } else {
-        library_ = std::make_unique<KsSerialLibrary>(needs_.ports.CreatePort(), needs_.clock);
+        library_ = std::make_unique<KsSerialLibrary>(std::move(port), needs_.clock);
     }
 }
 
@@ -47,6 +50,9 @@ bool classSerial::Connected() {
 }
 
 void classSerial::Connected(bool connect) {
+    if (!connect) {
+        deviceGone_ = false;  // a closed port has no device to miss
+    }
     if (isUsingAscom_ && connect) {
         OpenSerialObject();
     } else if (isUsingAscom_) {
@@ -165,6 +171,31 @@ std::string classSerial::ReceiveTerminated(std::string_view terminator) {
     return text;
 }
 
+std::string classSerial::ReceiveCharacter() {
+    std::string text;
+    for (int alarms = 0; alarms <= kMostAlarmsBeforeReply; ++alarms) {
+        const std::int32_t before = AlarmsCounted();
+        text = ReceiveCounted(1);
+        if (!text.empty() || AlarmsCounted() == before) {
+            break;
+        }
+    }
+    return text;
+}
+
+std::int32_t classSerial::AlarmsCounted() const {
+    const CounterState& counters = needs_.counters.Values();
+    return counters.g_nMotorStalls + counters.g_nServoFaults + counters.g_nLowPower;
+}
+
+std::string classSerial::TakeLateBytes() {
+    std::string text = isUsingAscom_ ? serialObject_->TakeWaiting() : library_->KsSerTakeWaiting();
+    if (!text.empty()) {
+        FilterDrained(text);
+    }
+    return text;
+}
+
 void classSerial::Transmit(std::string_view text) {
     if (isUsingAscom_) {
         ResumeNext errors{needs_.ledger, "classSerial.Transmit"};
@@ -172,6 +203,21 @@ void classSerial::Transmit(std::string_view text) {
     } else if (library_->KsSerConnected() != 0) {
         library_->KsSerTransmitString(text);
     }
+    NoteDevice();
+}
+
+void classSerial::NoteDevice() {
+    if (device_->DeviceIsGone() == deviceGone_) {
+        return;
+    }
+    deviceGone_ = !deviceGone_;
+    std::string name = "COM" + std::to_string(port_);
+    if (const std::string device = device_->DeviceName(); !device.empty()) {
+        name += " (" + device + ")";
+    }
+    needs_.log.LogMessage(
+        "Serial", LogLevel::Warning,
+        deviceGone_ ? name + " is gone. Check its cable: the driver goes on when it is back." : name + " is back.");
 }
 
 void classSerial::GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) {
@@ -212,6 +258,7 @@ std::string classSerial::ReadWaiting() {
     }
     std::string text;
     library_->KsSerReceiveString(text);
+    NoteDevice();
     return text;
 }
 
@@ -221,6 +268,7 @@ std::string classSerial::ReadCounted(std::int32_t count) {
     }
     std::string text;
     library_->KsSerReceiveStringByCount(text, count);
+    NoteDevice();
     return text;
 }
 
@@ -230,6 +278,7 @@ std::string classSerial::ReadTerminated(std::string_view terminator) {
     }
     std::string text;
     library_->KsSerReceiveStringUntilTerminator(text, terminator);
+    NoteDevice();
     return text;
 }
 

@@ -65,6 +65,9 @@ public:
     /// A text shorter than the terminator, also an empty one, raises run-time error 5 and counts nothing: this shows a
     /// line that is silent or closed.
     std::string ReceiveTerminated(std::string_view terminator) override;
+    std::string ReceiveCharacter() override;
+    /// Spares the heads of companion replies, like `ClearBuffers`.
+    std::string TakeLateBytes() override;
     void Transmit(std::string_view text) override;
 
     /// Leaves all three unchanged with the platform's object or on a closed port.
@@ -79,6 +82,9 @@ private:
     void FilterAlarms(std::string& text);
     /// The same for a text that may hold several replies.
     void FilterDrained(std::string& text);
+    std::int32_t AlarmsCounted() const;
+    /// Logs that the device has gone, or is back.
+    void NoteDevice();
     std::string ReadWaiting();
     std::string ReadCounted(std::int32_t count);
     std::string ReadTerminated(std::string_view terminator);
@@ -88,6 +94,8 @@ private:
     std::int32_t speed_ = 9600;            ///< baud
     std::int32_t receiveTimeoutMs_ = 250;  ///< read limit
     bool isUsingAscom_;
+    SerialPort* device_ = nullptr;               ///< owned by the back end
+    bool deviceGone_ = false;                    ///< as it was logged last
     std::unique_ptr<AscomSerial> serialObject_;  ///< present when it is the back end
     std::unique_ptr<KsSerialLibrary> library_;   ///< present otherwise
 };

@@ -38,6 +38,8 @@ public:
     std::string Receive() override { return {}; }
     std::string ReceiveCounted(std::int32_t) override { return {}; }
     std::string ReceiveTerminated(std::string_view) override { return {}; }
+    std::string ReceiveCharacter() override { return {}; }
+    std::string TakeLateBytes() override { return {}; }
     void Transmit(std::string_view) override {}
     /// The read limit first, the others 0.
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override;

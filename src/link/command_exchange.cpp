@@ -84,10 +84,13 @@ std::string CommandExchange::CommandStringInternal(std::string_view command, boo
     return CommandStringInternal(OwnText<ReplyForm::Text>(command, raw));
 }
 std::string CommandExchange::CommandString(const OutgoingCommand<ReplyForm::Text>& command) {
-    return String(command, kTelescope);
+    return String(command, kTelescope, maxSerialRetries_);
+}
+std::string CommandExchange::CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) {
+    return String(command, kTelescope, 0);
 }
 std::string CommandExchange::CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) {
-    return String(command, kDriver);
+    return String(command, kDriver, maxSerialRetries_);
 }
 std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
     return CommandStringInternal(std::string(kDriverCommandHead) + std::string(verb), true);
@@ -119,6 +122,7 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
     ResumeNext errors{driver_.ledger, "CommandBlind"};
     Info(origin, "CommandBlind TX='" + text + "'");
     DropInputIfOutOfStep(errors);
+    DropLateBytes(origin, errors);
     errors.Step([&] { Link().Transmit(text); });
     driver_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
 }
@@ -154,9 +158,11 @@ bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command,
 bool CommandExchange::TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors) {
     Info(caller.origin, "CommandBool TX='" + text + "'");
     DropInputIfOutOfStep(errors);
+    DropLateBytes(caller.origin, errors);
     errors.Step([&] { Link().Transmit(text); });
-    errors.Assign(reply, [&] { return Link().ReceiveCounted(1); });
-    const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && wire::CareOf(text).zeroIsGood;
+    const bool startsSlew = wire::CareOf(text).zeroIsGood;  // an alarm letter must not hide whether it begins
+    errors.Assign(reply, [&] { return startsSlew ? Link().ReceiveCharacter() : Link().ReceiveCounted(1); });
+    const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && startsSlew;
     if (reply != "1" && !isGoodZero) {
         return false;
     }
@@ -166,7 +172,8 @@ bool CommandExchange::TryBool(const std::string& text, std::string& reply, Calle
     return true;
 }
 
-std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin) {
+std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin,
+                                    std::int16_t retries) {
     GetInStep();
     if (command.Raw() && command.text.empty()) {
         Info(origin, "CommandString TX (no Chars to send)");
@@ -180,7 +187,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
     // recovery of the attempt before has read, and such a late reply is accepted.
     std::string reply;
-    for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
+    for (int retriesLeft = retries; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
         DropInputIfOutOfStep(errors);
         if (driver_.state.g_bQuayLink) {
@@ -189,6 +196,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
                 errors);
         }
         EndLongReadLimit(errors);
+        DropLateBytes(origin, errors);
         if (TryString(text, reply, origin, errors)) {
             return reply.substr(0, reply.size() - 1);
         }
@@ -299,6 +307,18 @@ void CommandExchange::GetInStep() {
 void CommandExchange::DropInputIfOutOfStep(ResumeNext& errors) {
     if (driver_.state.g_bResync) {
         errors.Step([&] { Link().ClearBuffers(); });
+    }
+}
+
+void CommandExchange::DropLateBytes(std::string_view origin, ResumeNext& errors) {
+    std::string late;
+    if (needs_.link) {
+        errors.Step([&] { late = needs_.link->TakeLateBytes(); });
+    }
+    if (!late.empty()) {
+        driver_.counters.CountRetransmit();
+        driver_.log.LogMessage(origin, LogLevel::Warning,
+                               "Dropped a late reply before the next command: '" + late + "'");
     }
 }
 

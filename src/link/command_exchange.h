@@ -29,7 +29,9 @@ struct ExchangeNeeds {
 
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the
 /// companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of retries
-/// belongs to the object. An exchange never pumps, so it is never entered twice. Nothing here raises.
+/// belongs to the object: a client's texts have the retries of its object, and all that the driver sends by itself goes
+/// through the exchange of the internal instance. An exchange never pumps, so it is never entered
+/// twice. Nothing here raises.
 ///
 /// Each method has a twin for the driver's own use, which differs in its log origin, and for `CommandBool` in what
 /// counts as success.
@@ -68,6 +70,7 @@ private:
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override;
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override;
+    std::string CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) override;
     std::string DriverCommandInternal(std::string_view verb) override;
 
     /// How a method differs from its twin.
@@ -86,7 +89,7 @@ private:
     void Blind(const OutgoingCommand<ReplyForm::None>& command, std::string_view origin);
     bool Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller);
     bool TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors);
-    std::string String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin);
+    std::string String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin, std::int16_t retries);
     bool TryString(const std::string& text, std::string& reply, std::string_view origin, ResumeNext& errors);
     void PrepareStringRetry(std::string& reply, const std::string& fault, std::string_view origin, ResumeNext& errors);
     std::string DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors);
@@ -96,6 +99,9 @@ private:
 
     void GetInStep();
     void DropInputIfOutOfStep(ResumeNext& errors);
+    /// Reads off what waits before a command goes out: the late end of an earlier exchange, which would be taken for
+    /// the reply to this one.
+    void DropLateBytes(std::string_view origin, ResumeNext& errors);
     void EndLongReadLimit(ResumeNext& errors);
     void PauseAfterGoodReply(const std::string& text);
     void Info(std::string_view origin, std::string_view message);

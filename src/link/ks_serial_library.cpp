@@ -60,6 +60,10 @@ std::int32_t KsSerialLibrary::KsSerReceiveStringUntilTerminator(std::string& tex
     return static_cast<std::int32_t>(text.size());
 }
 
+std::string KsSerialLibrary::KsSerTakeWaiting() {
+    return port_->IsOpen() ? reader_.Waiting(0) : std::string();
+}
+
 std::int32_t KsSerialLibrary::KsSerClearBuffers() {
     if (port_->IsOpen()) {
         reader_.Waiting(0);

@@ -43,6 +43,9 @@ public:
     std::int32_t KsSerReceiveStringByCount(std::string& text, std::int32_t count);
     std::int32_t KsSerReceiveStringUntilTerminator(std::string& text, std::string_view terminator);
 
+    /// The bytes that wait, without any wait; empty on a closed port.
+    std::string KsSerTakeWaiting();
+
     /// The time-out triple of the port, in milliseconds: the read limit, and 0 for the two parts that a total limit
     /// does not use.
     std::int32_t KsSerGetReadTotalTimeout() const { return timeoutMs_; }

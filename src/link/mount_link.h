@@ -40,6 +40,12 @@ public:
     /// On a serial line a read that brings nothing at all raises `RunTimeError` 5: this shows the exchange that the
     /// line is silent.
     virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
+    /// One character, as `ReceiveCounted` reads it. When an alarm letter came in its place, the short read counts, and
+    /// one more character is read for each such letter, three at most.
+    virtual std::string ReceiveCharacter() = 0;
+    /// The bytes that wait now, without the alarm letters; waits for none. What waits before a command goes out belongs
+    /// to an earlier one.
+    virtual std::string TakeLateBytes() = 0;
     virtual void Transmit(std::string_view text) = 0;
 
     /// The port's time-out triple: total constant, per-character multiplier, interval, in milliseconds. Unchanged where

@@ -51,6 +51,8 @@ public:
     virtual DateTime GetLocalTime() = 0;
     /// Blocks the logic thread without pumping. Values of 0 and below return at once.
     virtual void Sleep(std::int32_t milliseconds) = 0;
+    /// The same, but cached reads of clients run meanwhile (`CallKind::Read`).
+    virtual void SleepWithReads(std::int32_t milliseconds) = 0;
 
     /// UTC minus local time in hours, now (New York in winter: +5).
     virtual double TimeZoneOffset() = 0;

@@ -14,14 +14,21 @@ enum class CallKind {
     /// another long call, never inside the pump of a brief one: otherwise the brief call could not end until this one
     /// has.
     WaitsLong,
-    /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`.
+    /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`,
+    /// and
+    /// however deep calls are nested.
     Stop,
+    /// Reads what the driver knows already and writes log lines, nothing else: no exchange with the mount, no pump, no
+    /// setting. Starts wherever stops get in, and also while the logic thread waits for a reply: an exchange with the
+    /// mount stays whole.
+    Read,
 };
 
 /// A repeating timer of the pump. Fires in a pump when its time is due; a timer that was due several times while nobody
-/// pumped fires once. It keeps its rhythm as long as no tick was missed, and starts again after one was. A tick that
-/// pumps may be entered by the next tick of its own timer. An interval of 0 never fires. Destroying the timer ends it,
-/// also from its own callback.
+/// pumped fires once. It keeps its rhythm as long as no tick was missed, and starts again after one was. After a tick
+/// that took longer than the interval, the next one is due a whole interval after its end, so that slow ticks leave
+/// room for calls. A tick that pumps may be entered by the next tick of its own timer. An interval of 0 never fires.
+/// Destroying the timer ends it, also from its own callback.
 class PumpTimer {
 public:
     virtual ~PumpTimer() = default;
@@ -38,8 +45,10 @@ public:
 /// and never to whoever pumps.
 class MessagePump {
 public:
-    /// Calls nested deeper than this wait for their turn.
+    /// Brief calls and ticks nested deeper than this wait for their turn. Stops and reads never do.
     static constexpr int kMaxNesting = 64;
+    /// The same for calls that wait long: a crowd of them must leave room for the ticks that end them.
+    static constexpr int kMaxLongNesting = 16;
 
     virtual ~MessagePump() = default;
 
@@ -47,11 +56,14 @@ public:
     virtual void Post(CallKind kind, std::function<void()> call) = 0;
 
     /// Runs what is due now and was queued before this pump began, once each, as far as the nesting rules let it start;
-    /// then returns. What arrives during the pump waits for the next one, so that a pump always ends.
+    /// then returns. What arrives during the pump waits for the next one, so that a pump always ends; but stops and
+    /// reads are let in before each of its calls.
     virtual void PumpMessages() = 0;
+    /// The same, but starts no further call once `milliseconds` have passed: for a caller that has to answer soon.
+    virtual void PumpBriefly(std::int32_t milliseconds) = 0;
 
-    /// Runs the stops that were queued before, and nothing else. For use between two steps of a procedure that only a
-    /// stop may enter.
+    /// Runs the stops and reads that were queued before, and nothing else. For use between two steps of a procedure
+    /// that only a stop may enter.
     virtual void PumpStops() = 0;
 
     /// Whether a stop has run that was queued after the call which is running now. Motion that this call has not

@@ -36,7 +36,10 @@ public:
     }
 
 private:
-    void StartAnew() { state_->place.first = pump_.time_.Now() + state_->interval; }
+    void StartAnew() {
+        state_->place.first = pump_.time_.Now() + state_->interval;
+        ++state_->starts;
+    }
 
     PumpEngine& pump_;
     std::shared_ptr<TimerState> state_;
@@ -61,14 +64,30 @@ void PumpEngine::Post(CallKind kind, std::function<void()> call) {
 }
 
 void PumpEngine::PumpMessages() {
+    PumpUntil(std::nullopt);
+}
+
+void PumpEngine::PumpBriefly(std::int32_t milliseconds) {
+    PumpUntil(time_.Now() + std::chrono::milliseconds(milliseconds));
+}
+
+void PumpEngine::PumpUntil(std::optional<TimePoint> end) {
     const Horizon horizon = HorizonNow();
-    while (RunNext(horizon)) {
-    }
+    do {
+        // These may have come since the pump began: a stop must not wait for more than the call that runs.
+        PumpStops();
+    } while ((!end || time_.Now() <= *end) && RunNext(horizon));
 }
 
 void PumpEngine::PumpStops() {
     const Horizon horizon = HorizonNow();
-    while (RunStop(horizon)) {
+    while (RunFirst(CallKind::Stop, horizon) || RunFirst(CallKind::Read, horizon)) {
+    }
+}
+
+void PumpEngine::PumpReads() {
+    const Horizon horizon = HorizonNow();
+    while (RunFirst(CallKind::Read, horizon)) {
     }
 }
 
@@ -104,7 +123,16 @@ std::optional<PumpEngine::TimePoint> PumpEngine::NextDue() {
 }
 
 bool PumpEngine::MayStart(CallKind kind) const {
-    return nesting_ < kMaxNesting && (kind != CallKind::WaitsLong || briefNesting_ == 0);
+    switch (kind) {
+        case CallKind::Stop:
+        case CallKind::Read:
+            return true;
+        case CallKind::WaitsLong:
+            return nesting_ < kMaxLongNesting && briefNesting_ == 0;
+        case CallKind::Brief:
+            break;
+    }
+    return nesting_ < kMaxNesting;
 }
 
 PumpEngine::Horizon PumpEngine::HorizonNow() {
@@ -142,9 +170,9 @@ void PumpEngine::RunLoop(std::optional<TimePoint> end) {
     }
 }
 
-/// Runs a stop, or else the earliest of what is due and may start; false when there is nothing.
+/// Runs a stop or a read, or else the earliest of what is due and may start; false when there is nothing.
 bool PumpEngine::RunNext(const Horizon& horizon) {
-    if (RunStop(horizon)) {
+    if (RunFirst(CallKind::Stop, horizon) || RunFirst(CallKind::Read, horizon)) {
         return true;
     }
     const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
@@ -158,13 +186,14 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
     return posted || timer;
 }
 
-bool PumpEngine::RunStop(const Horizon& horizon) {
-    const std::optional<PostedCall> stop =
-        TakePosted(horizon, [&](const PostedCall& call) { return call.kind == CallKind::Stop && MayStart(call.kind); });
-    if (stop) {
-        RunCall(stop->kind, stop->place.second, stop->call);
+/// Runs the earliest call of a kind that may start anywhere; false when there is none.
+bool PumpEngine::RunFirst(CallKind kind, const Horizon& horizon) {
+    const std::optional<PostedCall> first =
+        TakePosted(horizon, [&](const PostedCall& call) { return call.kind == kind; });
+    if (first) {
+        RunCall(first->kind, first->place.second, first->call);
     }
-    return stop.has_value();
+    return first.has_value();
 }
 
 /// Takes the earliest posted call that suits out of the queue.
@@ -200,7 +229,12 @@ void PumpEngine::RunTick(TimerState& timer) {
     const TimePoint now = time_.Now();
     const TimePoint next = timer.place.first + timer.interval;
     timer.place.first = next > now ? next : now + timer.interval;
+    const std::uint32_t starts = timer.starts;
     RunCall(CallKind::Brief, TakeNumber(), timer.onTick);
+    const TimePoint end = time_.Now();
+    if (timer.starts == starts && end - now > timer.interval) {
+        timer.place.first = end + timer.interval;
+    }
 }
 
 void PumpEngine::RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call) {

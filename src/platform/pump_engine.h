@@ -34,8 +34,9 @@ public:
 /// The message pump on any source of time: which call may start where, in what order, and when timers fire. The thread
 /// that pumps is the logic thread; `Post` and `Quit` may be called from any thread, everything else only there.
 ///
-/// Stops run first; other calls and ticks run in the order in which they became due, then in the order in which they
-/// were created. A call that the nesting rules hold back keeps its place; those that may start go ahead of it.
+/// Stops run first, then reads; other calls and ticks run in the order in which they became due, then in the order in
+/// which they were created. A call that the nesting rules hold back keeps its place; those that may start go ahead of
+/// it.
 class PumpEngine final : public MessagePump {
 public:
     using TimePoint = PumpTime::TimePoint;
@@ -53,7 +54,10 @@ public:
 
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
+    void PumpBriefly(std::int32_t milliseconds) override;
     void PumpStops() override;
+    /// Runs the reads that were queued before, and nothing else: for the waits inside an exchange.
+    void PumpReads();
     bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
@@ -81,6 +85,7 @@ private:
         Place place;
         std::chrono::milliseconds interval{0};
         bool enabled = false;
+        std::uint32_t starts = 0;  ///< new beginnings of the interval; wraps
 
         bool Armed() const { return enabled && interval.count() > 0; }
     };
@@ -98,7 +103,8 @@ private:
     void RunLoop(std::optional<TimePoint> end);
     bool Quitting();
     bool RunNext(const Horizon& horizon);
-    bool RunStop(const Horizon& horizon);
+    bool RunFirst(CallKind kind, const Horizon& horizon);
+    void PumpUntil(std::optional<TimePoint> end);
     template <class Suits>
     std::optional<PostedCall> TakePosted(const Horizon& horizon, const Suits& suits);
     std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;

@@ -23,9 +23,15 @@ public:
 
     virtual void Write(std::string_view bytes) = 0;
 
-    /// Waits for bytes for at most `timeoutMs`, without pumping. Returns what is there, at most `maxCount` bytes, as
-    /// soon as there is one; empty at the time limit. A time limit of 0 only looks.
+    /// Waits for bytes for at most `timeoutMs`; cached reads of clients run meanwhile (`CallKind::Read`), nothing else
+    /// does. Returns what is there, at most `maxCount` bytes, as soon as there is one; empty at the time limit, and at
+    /// once while the device is known to be gone. A time limit of 0 only looks.
     virtual std::string Read(std::size_t maxCount, std::int32_t timeoutMs) = 0;
+
+    /// Whether the last write or read found the device of an open port gone. The next one looks whether it is back.
+    virtual bool DeviceIsGone() = 0;
+    /// The device of the last opening, in the system's words; empty when there is none.
+    virtual std::string DeviceName() = 0;
 };
 
 /// A serial port that has a number.

@@ -24,6 +24,8 @@ private:
     virtual bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;
     virtual std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) = 0;
     virtual std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) = 0;
+    /// `CommandString` with a single try.
+    virtual std::string CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) = 0;
     /// Runs a verb of the driver itself; the verb may raise and pump.
     virtual std::string DriverCommandInternal(std::string_view verb) = 0;
 };

@@ -54,7 +54,18 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) 
     if (leftovers == Leftovers::Cleared) {
         mount.ClearIfOutOfStep();
     }
-    return mount.CommandStringInternal(question);
+    std::string reply = mount.CommandStringInternal(question);
+    silent_ = silent_ || reply.empty();
+    return reply;
+}
+
+bool MountQueries::MayAsk() const {
+    return !state_.g_bPollSuspended && !TickIsSilent();
+}
+
+void MountQueries::TickBegins() {
+    inTick_ = true;
+    silent_ = false;
 }
 
 /// For what a query sends besides its question.
@@ -63,7 +74,7 @@ Sequence MountQueries::Talk(const CompletingProcedure& procedure) {
 }
 
 bool MountQueries::QueryRa() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastRa = driver_.clock.GetTickCount();
@@ -116,7 +127,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
 }
 
 bool MountQueries::QueryDec() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastDec = driver_.clock.GetTickCount();
@@ -172,7 +183,7 @@ bool MountQueries::MountIsAskedForAltAz() {
 }
 
 bool MountQueries::QueryAlt() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastAlt = driver_.clock.GetTickCount();
@@ -182,7 +193,7 @@ bool MountQueries::QueryAlt() {
     }
     if (!MountIsAskedForAltAz()) {
         CalcAltAz();
-        NoteQuerySuccess();
+        NoteComputed();
         return true;
     }
     const std::string reply = Ask(wire::GetAltitude);
@@ -203,7 +214,7 @@ bool MountQueries::QueryAlt() {
 }
 
 bool MountQueries::QueryAz() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastAz = driver_.clock.GetTickCount();
@@ -213,7 +224,7 @@ bool MountQueries::QueryAz() {
     }
     if (!MountIsAskedForAltAz()) {
         CalcAltAz();
-        NoteQuerySuccess();
+        NoteComputed();
         return true;
     }
     // Intentional: no clear before this query; its clear comes after a failed exchange.
@@ -267,7 +278,7 @@ void MountQueries::CalcAltAz() {
 }
 
 bool MountQueries::QueryGos() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastGos = driver_.clock.GetTickCount();
@@ -330,6 +341,13 @@ void MountQueries::NoteQuerySuccess() {
     state_.g_bLowPower = false;
     ++state_.g_nAnsweredQueries;
     ++state_.g_nAnsweredQueriesTotal;
+}
+
+/// On a healthy line a computed value counts like an answer. It ends no silence: nobody has answered.
+void MountQueries::NoteComputed() {
+    if (state_.g_nNoResponse == 0) {
+        NoteQuerySuccess();
+    }
 }
 
 void MountQueries::ShowLowPower() {

@@ -71,6 +71,13 @@ public:
     bool QuerySideOfMount();
     bool QueryGos();
 
+    /// Between these two, after a query that went unanswered no further one begins: each costs a silent line seconds,
+    /// and what is left is asked on the next tick.
+    void TickBegins();
+    void TickEnds() { inTick_ = false; }
+    /// Whether that has happened since `TickBegins`.
+    bool TickIsSilent() const { return inTick_ && silent_; }
+
     /// Whether more than `interval` ms have passed since `stamp`.
     bool IsDue(Tick stamp, std::int32_t interval) const;
     /// Sets `stamp` to `interval` ms before now, so that its query is due a moment later.
@@ -133,6 +140,8 @@ private:
     void ResendTime();
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
+    void NoteComputed();
+    bool MayAsk() const;
     bool PositionLabelsShown() const;
     void ShowAlt(double altitude);
     void ShowAz(double azimuth);
@@ -148,6 +157,8 @@ private:
     bool mountTimeKnown_ = false;  ///< `g_dMountTime` was read at all
     bool fillingHandBox_ = false;  ///< `CheckInitialPosition` is filling the hand box
     std::string shownTime_;        ///< the mount's local time as the hand box shows it
+    bool inTick_ = false;          ///< a poll step runs
+    bool silent_ = false;          ///< a question of this poll step went unanswered
     CoordinateReads reads_;
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };

@@ -20,7 +20,7 @@ double FoldHourAngle(double hours) {
 }  // namespace
 
 bool MountQueries::QuerySideOfMount() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastSide = driver_.clock.GetTickCount();

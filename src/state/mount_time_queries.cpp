@@ -31,7 +31,7 @@ std::string TimeText(double hours) {
 }  // namespace
 
 bool MountQueries::QueryLst() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastLst = driver_.clock.GetTickCount();
@@ -69,7 +69,7 @@ double MountQueries::GetLst() {
 }
 
 bool MountQueries::QueryTime() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastTime = driver_.clock.GetTickCount();
@@ -180,7 +180,7 @@ void MountQueries::ShowTime(const std::string& text) {
 }
 
 bool MountQueries::QueryTimeZone() {
-    if (state_.g_bPollSuspended) {
+    if (!MayAsk()) {
         return false;
     }
     state_.g_tickLastTimeZone = driver_.clock.GetTickCount();

@@ -18,6 +18,18 @@ private:
     DriverState& state_;
 };
 
+/// A poll step waits for one unanswered query at most.
+class OneSilence {
+public:
+    explicit OneSilence(MountQueries& queries) : queries_(queries) { queries_.TickBegins(); }
+    ~OneSilence() { queries_.TickEnds(); }
+    OneSilence(const OneSilence&) = delete;
+    OneSilence& operator=(const OneSilence&) = delete;
+
+private:
+    MountQueries& queries_;
+};
+
 }  // namespace
 
 void PollLoop::SetPolling(bool enable) {
@@ -38,6 +50,7 @@ void PollLoop::OnTimer() {
 
 /// A stop gets in before each part of the step, which takes seconds with a slow mount. The queries let it in too.
 void PollLoop::UpdateMountInfo() {
+    const OneSilence oneSilence(needs_.queries);
     for (const auto part : {&PollLoop::WatchMotion, &PollLoop::AskWhatIsDue, &PollLoop::FinishSlew}) {
         needs_.door.LetStopIn();
         (this->*part)();
@@ -51,6 +64,9 @@ void PollLoop::WatchMotion() {
             needs_.queries.QueryGos();
         }
     });
+    if (needs_.queries.TickIsSilent()) {
+        return;  // the supervision must not judge by a position that it may not ask for
+    }
     bool slewHasBegun = false;
     errors.Step([&] {
         const bool flashing = needs_.handBox.tmrSlewFlashUI.Enabled();
@@ -116,6 +132,7 @@ PollLoop::Asked PollLoop::RunDueQuery() {
         queries.QueryRa();
     } else if (due(state_.g_tickLastDec, fast)) {
         if (queries.QueryDec() && !slewing) {
+            queries.TickEnds();  // this may pump: other calls have queries of their own
             queries.CheckInitialPosition();
         }
     }

@@ -78,6 +78,10 @@ std::string Sequence::CommandStringInternal(const TextCommand& row, std::string_
     return Next().CommandStringInternal(row.With(argument));
 }
 
+std::string Sequence::CommandStringOnce(const TextCommand& row) {
+    return Next().CommandStringOnce(row);
+}
+
 std::string Sequence::DriverCommandInternal(std::string_view verb) {
     return Next().DriverCommandInternal(verb);
 }

@@ -44,7 +44,6 @@ inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Do
 inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop
 inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Doors::Closed};
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
-inline constexpr CompletingProcedure SiderealTracking {"sidereal tracking",   Doors::BeforeEach};
 inline constexpr CompletingProcedure Tracking         {"tracking",            Doors::Closed};      // begins with a stop
 inline constexpr CompletingProcedure CustomRate       {"custom rate",         Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
@@ -56,6 +55,7 @@ inline constexpr CompletingProcedure Recovery         {"recovery",            Do
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::Closed};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::Closed};
 inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
+inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
 // clang-format on
 }  // namespace procedure
 
@@ -169,6 +169,8 @@ public:
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});
     std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
+    /// `CommandString` with a single try, for a procedure that begins again when a reply is missing.
+    std::string CommandStringOnce(const TextCommand& row);
     std::string DriverCommandInternal(std::string_view verb);
 
 private:

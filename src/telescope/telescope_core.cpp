@@ -17,6 +17,11 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
       }) {}
 
+MountCommands& TelescopeCore::OwnCommands() {
+    Telescope* const internal = needs_.internalInstance();
+    return internal != nullptr ? internal->Commands() : exchange_;
+}
+
 void TelescopeCore::LogGetText(std::string_view name, std::string_view value) {
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "GET " + std::string(name) + " = " + std::string(value));
 }

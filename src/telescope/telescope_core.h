@@ -71,13 +71,17 @@ public:
     TelescopeCore(const TelescopeCore&) = delete;
     TelescopeCore& operator=(const TelescopeCore&) = delete;
 
-    /// Exchanges of a procedure that a stop does not end, through this object's exchange.
-    Sequence Talk(const CompletingProcedure& procedure) { return {exchange_, needs_.door, procedure}; }
+    /// Exchanges of a procedure that a stop does not end.
+    Sequence Talk(const CompletingProcedure& procedure) { return {OwnCommands(), needs_.door, procedure}; }
     /// Exchanges of a procedure that a stop ends; false when a stop has ended it.
     template <typename Steps>
     bool UntilStopped(const EndingProcedure& procedure, Steps&& steps) {
-        return Sequence::UntilStopped(exchange_, needs_.door, procedure, std::forward<Steps>(steps));
+        return Sequence::UntilStopped(OwnCommands(), needs_.door, procedure, std::forward<Steps>(steps));
     }
+
+    /// The exchange of all that the driver itself sends, with the number of tries of the settings. It is that of the
+    /// internal instance: a client's object has no retries of its own, and one lost reply would be the end of a step.
+    MountCommands& OwnCommands();
 
     /// The log lines of reading and writing a member. Those that take a value return it.
     void LogGetText(std::string_view name, std::string_view value);
@@ -91,7 +95,7 @@ public:
     TelescopeNeeds needs_;
     Essentials driver_;
     DriverState& state_;
-    CommandExchange exchange_;
+    CommandExchange exchange_;  ///< for the texts that a client hands to this object
     AxisMotion axes_;
 };
 

@@ -157,6 +157,27 @@ TEST(RouteTable, LetsExactlyTheMembersThatPumpWaitLong) {
     EXPECT_EQ(waitingLong(FocuserRoutes()), focuser);
 }
 
+TEST(RouteTable, LetsExactlyTheReadsThatAskNobodyRunDuringAnExchange) {
+    const Names asking{"altitude", "atpark",       "doesrefraction", "ispulseguiding",
+                       "slewing",  "sitelatitude", "sitelongitude",  "utcdate"};
+    const auto reads = [](std::vector<Route> routes, Verb verb) {
+        std::erase_if(routes, [](const Route& route) { return route.kind != CallKind::Read; });
+        return MembersOf(routes, verb);
+    };
+    Names telescope = Joined(kTelescopeReads, kCommonReads);
+    for (const std::string& name : asking) {
+        telescope.erase(name);
+    }
+    Names focuser = Joined(kFocuserReads, kCommonReads);
+    for (const char* notBuilt : {"position", "stepsize", "temperature"}) {
+        focuser.erase(notBuilt);
+    }
+    EXPECT_EQ(reads(TelescopeRoutes(), Verb::Get), telescope);
+    EXPECT_EQ(reads(FocuserRoutes(), Verb::Get), focuser);
+    EXPECT_EQ(reads(TelescopeRoutes(), Verb::Put), Names{});
+    EXPECT_EQ(reads(FocuserRoutes(), Verb::Put), Names{});
+}
+
 TEST(RouteTable, AsksForTheParametersOfTheInterfaces) {
     struct Expected {
         std::string_view first, second;

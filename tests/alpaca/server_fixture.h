@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
@@ -54,6 +55,7 @@ public:
     struct Options {
         LeaseTimes leases{600'000, 600'000};
         http::Limits limits;
+        std::chrono::milliseconds repeatTime{60'000};
         bool discovery = false;
     };
 

@@ -84,6 +84,55 @@ TEST(Sharing, AJoinedPutWhoseClientGoesToo_IsJoinedAgain) {
     EXPECT_EQ(Slews().started, 1);
 }
 
+/// A slew whose client has gone before its end, and whose end somebody else's abort has brought.
+void LoseTheAnswerOfASlew(TestServer& server, const std::string& body) {
+    { const RawClient impatient = StartSlew(server, body, 1); }
+    RawClient other = server.Connect();
+    EXPECT_EQ(other.Put(kTelescope + "abortslew", "ClientID=2")->status, 200);
+    while (Slewing(other)) {
+    }
+    Slews().finish = true;
+}
+
+TEST(Sharing, AnEqualPutAfterTheEnd_IsAnsweredFromMemory_IfNobodyHeardTheFirstAnswer) {
+    TestServer server;
+    LoseTheAnswerOfASlew(server, kSlewBody);
+    RawClient again = server.Connect();
+    const auto answer = again.Put(kTelescope + "slewtocoordinates", kSlewBody);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, 200);
+    EXPECT_NE(answer->body.find("\"ClientTransactionID\":77,"), std::string::npos);
+    EXPECT_EQ(Slews().started, 1) << "what was aborted must not start again";
+}
+
+TEST(Sharing, AnEqualPutAfterTheEnd_StartsAgain_WhenTheFirstAnswerWasHeardOrCannotBeRecognised) {
+    {
+        TestServer server;
+        Slews().finish = true;
+        RawClient client = server.Connect();
+        EXPECT_EQ(client.Put(kTelescope + "slewtocoordinates", kSlewBody)->status, 200);
+        EXPECT_EQ(client.Put(kTelescope + "slewtocoordinates", kSlewBody)->status, 200);
+        EXPECT_EQ(Slews().started, 2);
+    }
+    TestServer server;
+    const std::string anonymous = "RightAscension=1&Declination=2&ClientID=1";
+    LoseTheAnswerOfASlew(server, anonymous);
+    RawClient again = server.Connect();
+    EXPECT_EQ(again.Put(kTelescope + "slewtocoordinates", anonymous)->status, 200);
+    EXPECT_EQ(Slews().started, 2);
+}
+
+TEST(Sharing, MemoryOfAnAnswer_HasAnEnd) {
+    TestServer::Options options;
+    options.repeatTime = std::chrono::milliseconds(20);
+    TestServer server(options);
+    LoseTheAnswerOfASlew(server, kSlewBody);
+    RawClient again = server.Connect();
+    while (Slews().started < 2) {
+        ASSERT_EQ(again.Put(kTelescope + "slewtocoordinates", kSlewBody)->status, 200);
+    }
+}
+
 TEST(Sharing, PutsThatDifferOrCannotBeToldApart_RunEachForThemselves) {
     struct Row {
         std::string name, first, second;

@@ -61,7 +61,7 @@ TEST_P(SerialLink, Connected_True_OpensThePortAndLogsIt) {
 TEST_P(SerialLink, Connected_TrueOnAnOpenLink_OpensItAgainWithoutHarm) {
     link->Connected(true);
     EXPECT_TRUE(link->Connected());
-    line.Schedule(0, "ok#");
+    line.Schedule(1, "ok#");
     EXPECT_EQ(exchange->CommandString("V", false), "ok");
 }
 

@@ -21,6 +21,92 @@ TEST_F(BlindExchange, CommandBlind_SendsAndWaitsTenMillisecondsWithoutReading) {
     EXPECT_EQ(machine.serialPorts.Reads(), 0);
 }
 
+TEST_F(BlindExchange, LateBytes_AreReadOffBeforeTheCommand_WithoutAWait_AndCountOnce) {
+    Play(R"(
+        0   < 0
+        5   = CommandBlindInternal Mn
+        5   L Driver Info CommandBlind TX=':Mn#'
+        5   L Telescope Warning Retransmits: 1
+        5   L Driver Warning Dropped a late reply before the next command: '0'
+        5   > :Mn#
+        15  = ->
+        16  < 12:00:00#Z
+        20  = CommandBoolInternal Sr01:00:00.0
+        20  L Driver Info CommandBool TX=':Sr01:00:00.0#'
+        20  L Telescope Error MOTOR STALL DETECTEDS: 1
+        20  L Telescope Warning Retransmits: 2
+        20  L Driver Warning Dropped a late reply before the next command: '12:00:00#'
+        20  > :Sr01:00:00.0#
+        30  < 1
+        30  L Driver Info CommandBool Reply Received (TX=':Sr01:00:00.0#'), RX='1'
+        30  = -> True
+        31  < 1
+        40  = CommandStringInternal GR
+        40  L Driver Info CommandString TX=':GR#'
+        40  L Telescope Warning Retransmits: 3
+        40  L Driver Warning Dropped a late reply before the next command: '1'
+        40  > :GR#
+        50  < 05:00:00.0#
+        50  L Driver Info CommandString Reply Received (TX=':GR#'), RX='05:00:00.0#'
+        50  = -> 05:00:00.0
+    )");
+    EXPECT_EQ(counters.Values().g_nRetransmits, 3);
+}
+
+TEST_F(BlindExchange, AlarmLettersThatWait_AreNoLateReply) {
+    Play(R"(
+        0   < Z
+        5   = CommandBlindInternal Mn
+        5   L Driver Info CommandBlind TX=':Mn#'
+        5   L Telescope Error MOTOR STALL DETECTEDS: 1
+        5   > :Mn#
+        15  = ->
+    )");
+    EXPECT_EQ(counters.Values().g_nRetransmits, 0);
+}
+
+TEST_F(BlindExchange, LateReplyOfTheCompanion_IsLeftForItsSequenceNumber) {
+    state.g_bQuayLink = true;
+    state.g_nQuaySeq = 7;
+    line.Schedule(0, "QUAY,GR,6,01:00:00.0#");
+    line.Schedule(20, "QUAY,GR,7,02:00:00.0#");
+    EXPECT_EQ(exchange->CommandString("GR", false), "02:00:00.0");
+    EXPECT_EQ(counters.Values().g_nRetransmits, 0);
+}
+
+TEST_F(BlindExchange, ReplyToTheSlewBehindAnAlarmLetter_IsReadAllTheSame) {
+    for (const auto& [bytes, reply] : {std::pair{"Z0", "0"}, {"Z1", "1"}, {"XY2", "2"}, {"0", "0"}, {"Z", ""}}) {
+        SCOPED_TRACE(bytes);
+        line.Schedule(clock.Elapsed() + 10, bytes);
+        const std::int32_t shortReads = counters.Values().g_nReceiveCountedErrors;
+        const bool letters = bytes[1] != 0 || *bytes == 'Z';
+        EXPECT_EQ(link->ReceiveCharacter(), reply);
+        EXPECT_EQ(counters.Values().g_nReceiveCountedErrors > shortReads, letters);
+        EXPECT_EQ(line.Unread(), "");
+    }
+    line.Schedule(clock.Elapsed() + 10, "Z0");
+    EXPECT_TRUE(exchange->CommandBool("MS", false));
+}
+
+TEST_F(BlindExchange, DeviceThatGoesAndComesBack_IsLoggedByName) {
+    machine.serialPorts.Disconnect(1);
+    const std::int64_t start = clock.Elapsed();
+    EXPECT_EQ(link->ReceiveCounted(1), "");
+    EXPECT_EQ(link->ReceiveCounted(1), "");
+    EXPECT_EQ(clock.Elapsed(), start) << "nobody waits for a device that is gone";
+    machine.serialPorts.Connect(1, line);
+    link->Transmit(":Mn#");
+    std::string devices;
+    for (const std::string& logged : LogLines()) {
+        if (logged.find("COM1 (") != std::string::npos) {
+            devices += logged + "\n";
+        }
+    }
+    EXPECT_EQ(devices,
+              "Serial Warning COM1 (virtual line 1) is gone. Check its cable: the driver goes on when it is back.\n"
+              "Serial Warning COM1 (virtual line 1) is back.\n");
+}
+
 TEST_F(BlindExchange, CommandBlind_Empty_SendsNothingFramedOrRaw) {
     Play(R"(
         0   = CommandBlind

@@ -252,7 +252,7 @@ TEST_F(BoolExchange, CommandBool_WithTheCompanion_IsNotWrapped) {
 
 TEST_F(BoolExchange, CommandBool_WithALongReadLimit_KeepsIt) {
     link->ReceiveTimeoutMS(5000);
-    line.Schedule(0, "1");
+    line.Schedule(1, "1");
     EXPECT_TRUE(exchange->CommandBool("QUAY", false));
     EXPECT_EQ(link->ReceiveTimeoutMS(), 5000);
 }

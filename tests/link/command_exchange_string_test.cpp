@@ -294,6 +294,8 @@ public:
             return {};
         }
     }
+    std::string ReceiveCharacter() override { return serial_->ReceiveCharacter(); }
+    std::string TakeLateBytes() override { return serial_->TakeLateBytes(); }
     void Transmit(std::string_view text) override { serial_->Transmit(text); }
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override {
         ++timeoutReads;
@@ -375,7 +377,7 @@ TEST_P(StringExchange, CommandString_AfterAPortCheck_PutsTheLongReadLimitBack) {
 TEST_P(StringExchange, CommandString_AnyOtherReadLimit_IsLeftAlone) {
     for (const std::int32_t limit : {4999, 5001, 250}) {
         link->ReceiveTimeoutMS(limit);
-        line.Schedule(clock.Elapsed(), "ok#");
+        line.Schedule(clock.Elapsed() + 1, "ok#");
         EXPECT_EQ(exchange->CommandString("V", false), "ok");
         EXPECT_EQ(link->ReceiveTimeoutMS(), limit);
     }

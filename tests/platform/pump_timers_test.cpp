@@ -40,6 +40,35 @@ TEST_P(PumpTimerTest, Timer_ALittleLate_KeepsItsRhythm) {
     EXPECT_EQ(Taken(), (Texts{"tick", "tick"}));
 }
 
+TEST_P(PumpTimerTest, Timer_WhoseTickOutlastsItsInterval_IsDueAWholeIntervalAfterItsEnd) {
+    std::int32_t takes = 25;
+    const auto timer = StartTimer(10, [&] {
+        Note("tick");
+        Advance(takes);
+    });
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Texts{"tick"});
+    EXPECT_EQ(pump_.NextDue(), In(10));
+    takes = 10;
+    Advance(12);
+    pump_.PumpMessages();
+    EXPECT_EQ(pump_.NextDue(), In(-2)) << "a tick that does not outlast it keeps the rhythm";
+}
+
+TEST_P(PumpTimerTest, Timer_StartedAnewInItsLongTick_KeepsTheNewBeginning) {
+    std::unique_ptr<PumpTimer> timer;
+    timer = StartTimer(10, [&] {
+        Advance(25);
+        timer->SetEnabled(false);
+        timer->SetEnabled(true);
+        Advance(5);
+    });
+    Advance(10);
+    pump_.PumpMessages();
+    EXPECT_EQ(pump_.NextDue(), In(5));
+}
+
 TEST_P(PumpTimerTest, Timer_DueSeveralTimesWhileNobodyPumped_FiresOnce) {
     const auto timer = StartTimer(10, Notes("tick"));
     Advance(75);

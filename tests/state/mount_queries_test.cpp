@@ -410,15 +410,19 @@ TEST_F(MountQueriesTest, ComputedAzimuthOfAFullTurn_IsNorth) {
     EXPECT_EQ(handBox.lblAz.Text(), "00:00:00");
 }
 
-TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_OnADeadLineToo) {
+TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_ButEndsNoSilence) {
     handBox.chkCalcAzAlt.Checked(true);
     state.g_bTracking = true;
+    EXPECT_TRUE(queries.QueryAlt());
+    EXPECT_EQ(state.g_nAnsweredQueries, 1);
     queries.QueryRa();
     queries.QueryDec();
     EXPECT_EQ(state.g_nNoResponse, 2);
     EXPECT_TRUE(queries.QueryAlt());
-    EXPECT_EQ(state.g_nNoResponse, 0);
-    EXPECT_FALSE(state.g_bLostComms);
+    EXPECT_TRUE(queries.QueryAz());
+    EXPECT_EQ(state.g_nNoResponse, 2);
+    queries.QueryRa();
+    EXPECT_TRUE(state.g_bLostComms);
 }
 
 // --- sidereal time, side of the pier, counterweight

@@ -42,6 +42,16 @@ TEST_F(PollLoopTest, EachStep_AsksTheStatusAndOneThingMore_InTheOrderOfTheTable)
     EXPECT_EQ(Steps(3), std::vector<std::string>{});
 }
 
+TEST_F(PollLoopTest, AfterAQueryThatWentUnanswered_AStepBeginsNoFurtherOne) {
+    mount.replies.clear();
+    state.g_bHasMeridianQuery = true;
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS"}));
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GS"}));
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GM", "GL"})) << "the two are one query";
+    motion.SlewCompleteDue();
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"pS"}));
+}
+
 TEST_F(PollLoopTest, Slew_LeavesTheLineToTheCoordinates) {
     mount.replies["GOS"] = "020S0020000001";
     EXPECT_EQ(Steps(6), (std::vector<std::string>{"GOS", "GA", "GZ", "GR", "GD"}));

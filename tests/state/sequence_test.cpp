@@ -38,6 +38,9 @@ private:
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
         return CommandString(command);
     }
+    std::string CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) override {
+        return CommandString(command);
+    }
     std::string DriverCommandInternal(std::string_view verb) override {
         Take("RAW," + std::string(verb));
         return "1";

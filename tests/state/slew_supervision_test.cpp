@@ -211,6 +211,8 @@ TEST_F(SupervisionTest, StatusTextThatGoesSilentInMidSlew_LeavesTheSlewToTheDist
     Pass(5'001);
     poll.UpdateMountInfo();
     EXPECT_FALSE(state.g_bGosActive);
+    EXPECT_FALSE(LoggedPart("Slew Target Distance=")) << "one silence is enough for a step";
+    poll.UpdateMountInfo();
     EXPECT_TRUE(LoggedPart("Slew Target Distance=30.0000"));
     Point(5.0, 40.0);
     for (int i = 0; i < 3; ++i) {

@@ -40,6 +40,9 @@ private:
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
         return Answer(command.text);
     }
+    std::string CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) override {
+        return Answer(command.text);
+    }
     std::string DriverCommandInternal(std::string_view verb) override { return Answer("RAW," + std::string(verb)); }
 
     std::string Answer(std::string_view command);

@@ -55,6 +55,11 @@ void VirtualClock::Sleep(std::int32_t milliseconds) {
     }
 }
 
+void VirtualClock::SleepWithReads(std::int32_t milliseconds) {
+    const LetsReadsIn reads(*this);
+    Sleep(milliseconds);
+}
+
 double VirtualClock::TimeZoneOffset() {
     return OffsetAtUtc(utcAtStartMs_ + elapsedMs_);
 }

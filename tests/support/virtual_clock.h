@@ -25,6 +25,8 @@ public:
     DateTime GetLocalTime() override;
     /// Moves time on; only events whose time comes are run.
     void Sleep(std::int32_t milliseconds) override;
+    /// A sleep in which the reads that `VirtualPump::PostAt` posts meanwhile run at once.
+    void SleepWithReads(std::int32_t milliseconds) override;
     double TimeZoneOffset() override;
     DateTime DateLocalToUTC(const DateTime& local) override;
     DateTime DateUTCToLocal(const DateTime& utc) override;
@@ -42,6 +44,19 @@ public:
     std::optional<std::int64_t> NextEvent() const;
     void DropEvents() { events_.clear(); }
 
+    /// While one lives, the logic thread waits in a way that lets cached reads in.
+    class LetsReadsIn {
+    public:
+        explicit LetsReadsIn(VirtualClock& clock) : clock_(clock) { ++clock_.letsReadsIn_; }
+        ~LetsReadsIn() { --clock_.letsReadsIn_; }
+        LetsReadsIn(const LetsReadsIn&) = delete;
+        LetsReadsIn& operator=(const LetsReadsIn&) = delete;
+
+    private:
+        VirtualClock& clock_;
+    };
+    bool ReadsGetIn() const { return letsReadsIn_ > 0; }
+
     /// Sets the tick count of now; the time of day stays.
     void SetTick(Tick now) { first_ = first_ + (now - GetTickCount()); }
     /// Called in each sleep, after its time has passed; an empty function ends that.
@@ -58,6 +73,7 @@ private:
     double OffsetAtUtc(std::int64_t utcMs) const;
 
     std::function<void(std::int32_t)> onSleep_;
+    int letsReadsIn_ = 0;
     Tick first_;
     std::int64_t elapsedMs_ = 0;
     std::multimap<std::int64_t, std::function<void()>> events_;  ///< events to come, by their time

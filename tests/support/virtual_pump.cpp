@@ -52,6 +52,11 @@ void VirtualPump::PumpMessages() {
     engine_.PumpMessages();
 }
 
+void VirtualPump::PumpBriefly(std::int32_t milliseconds) {
+    ++pumps_;
+    engine_.PumpBriefly(milliseconds);
+}
+
 std::unique_ptr<PumpTimer> VirtualPump::CreateTimer(std::function<void()> onTick) {
     return engine_.CreateTimer(std::move(onTick));
 }
@@ -77,7 +82,12 @@ void VirtualPump::Run(CallKind kind, const std::function<void()>& call) {
 }
 
 void VirtualPump::PostAt(std::int64_t elapsedMs, CallKind kind, std::function<void()> call) {
-    clock_.At(elapsedMs, [this, kind, call = std::move(call)]() mutable { Post(kind, std::move(call)); });
+    clock_.At(elapsedMs, [this, kind, call = std::move(call)]() mutable {
+        Post(kind, std::move(call));
+        if (kind == CallKind::Read && clock_.ReadsGetIn()) {
+            engine_.PumpReads();
+        }
+    });
 }
 
 std::optional<std::int64_t> VirtualPump::NextDue() {

@@ -42,6 +42,7 @@ public:
 
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
+    void PumpBriefly(std::int32_t milliseconds) override;
     void PumpStops() override { engine_.PumpStops(); }
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;

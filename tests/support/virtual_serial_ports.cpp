@@ -35,11 +35,15 @@ public:
     }
 
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override {
-        ++ports_.reads_;
+        ports_.reads_ += timeoutMs > 0 ? 1 : 0;
         if (!IsOpen() || maxCount == 0) {
             return {};
         }
         TakeUpWhatIsBack();
+        if (DeviceIsGone()) {
+            return {};
+        }
+        const VirtualClock::LetsReadsIn reads(ports_.clock_);
         const std::int64_t start = ports_.clock_.Elapsed();
         const std::int64_t limit = start + std::max(timeoutMs, 0);
         for (;;) {
@@ -58,11 +62,14 @@ public:
             }
             ports_.clock_.Sleep(1);
         }
-        if (LineEnd* end = End()) {
+        if (LineEnd* end = End(); end && timeoutMs > 0) {
             end->Silence(static_cast<std::int32_t>(ports_.clock_.Elapsed() - start));
         }
         return {};
     }
+
+    bool DeviceIsGone() override { return number_ && !End(); }
+    std::string DeviceName() override { return number_ ? "virtual line " + std::to_string(*number_) : ""; }
 
 private:
     friend class VirtualSerialPorts;

@@ -1,5 +1,7 @@
 #include "kernel/base/waits.h"
 
+#include <utility>
+
 namespace kestrane {
 namespace {
 
@@ -13,10 +15,10 @@ void Waits::WaitForMilliseconds(std::int32_t milliseconds) {
         // In 64 bits: after a backward jump of the counter, more than the whole wait remains.
         const std::int64_t remainder = std::int64_t{milliseconds} - elapsed;
         if (remainder <= kPieceMs) {
-            clock_.Sleep(static_cast<std::int32_t>(remainder));
+            clock_.SleepWithReads(static_cast<std::int32_t>(remainder));
             continue;
         }
-        clock_.Sleep(kPieceMs);
+        clock_.SleepWithReads(kPieceMs);
         PumpOnce();
     }
 }
@@ -31,6 +33,14 @@ void Waits::PauseForStops(std::int32_t milliseconds) {
 
 void Waits::PumpOnce() {
     pump_.PumpMessages();
+}
+
+void Waits::PumpBriefly() {
+    constexpr std::int32_t kBriefPumpMs = 5;  // time enough for all that does not talk to the mount
+    if (!std::exchange(inBriefPump_, true)) {
+        pump_.PumpBriefly(kBriefPumpMs);
+        inBriefPump_ = false;
+    }
 }
 
 void Waits::PumpStops() {

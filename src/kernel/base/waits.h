@@ -8,7 +8,8 @@
 namespace kestrane {
 
 /// The only wait of the driver: in pieces of 100 ms with one pump after each piece while 101 ms or more remain. Waits
-/// of 100 ms or less never pump, which keeps an exchange with the mount in one piece.
+/// of 100 ms or less never pump, which keeps an exchange with the mount in one piece; cached reads of clients run in
+/// all of them.
 class Waits {
 public:
     Waits(Clock& clock, MessagePump& pump) : clock_(clock), pump_(pump) {}
@@ -20,7 +21,10 @@ public:
     void PauseForStops(std::int32_t milliseconds);
     /// Pumps messages once. What another call raises goes to the pump's fault handler and never to the caller.
     void PumpOnce();
-    /// Lets a stop in, and nothing else. For use between two exchanges of one procedure.
+    /// The same for a call that has to answer soon: starts nothing any more once one call has talked to the mount.
+    /// Inside such a pump it does nothing: what waits is run by the outer one.
+    void PumpBriefly();
+    /// Lets stops and cached reads in, and nothing else. For use between two exchanges of one procedure.
     void PumpStops();
     /// Whether a stop has run that was asked for after the call that is running: see `MessagePump`.
     bool OvertakenByStop() const { return pump_.OvertakenByStop(); }
@@ -28,6 +32,7 @@ public:
 private:
     Clock& clock_;
     MessagePump& pump_;
+    bool inBriefPump_ = false;
 };
 
 }  // namespace kestrane

@@ -1,5 +1,6 @@
 #include "platform/posix/posix_clock.h"
 
+#include <algorithm>
 #include <ctime>
 #include <thread>
 
@@ -75,6 +76,23 @@ void PosixClock::Sleep(std::int32_t milliseconds) {
         return;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+void PosixClock::SleepWithReads(std::int32_t milliseconds) {
+    if (!letReadsIn_) {
+        Sleep(milliseconds);
+        return;
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
+    for (;;) {
+        const auto slice = std::chrono::steady_clock::now() + std::chrono::milliseconds(kReadSliceMs);
+        if (slice >= end) {
+            std::this_thread::sleep_until(end);
+            return;
+        }
+        std::this_thread::sleep_until(slice);
+        letReadsIn_();
+    }
 }
 
 double PosixClock::TimeZoneOffset() {

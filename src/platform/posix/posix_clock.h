@@ -1,6 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "platform/clock.h"
 
@@ -10,9 +13,16 @@ namespace kestrane {
 /// system's zone while `TZ` is not set) takes effect at the next call. Conversions keep the milliseconds of a date.
 class PosixClock final : public Clock {
 public:
+    /// `letReadsIn` runs the cached reads that wait; empty for a program without a pump.
+    explicit PosixClock(std::function<void()> letReadsIn = {}) : letReadsIn_(std::move(letReadsIn)) {}
+
+    /// A cached read waits no longer than this, in milliseconds, while the logic thread waits for something else.
+    static constexpr std::int32_t kReadSliceMs = 2;
+
     Tick GetTickCount() override;
     DateTime GetLocalTime() override;
     void Sleep(std::int32_t milliseconds) override;
+    void SleepWithReads(std::int32_t milliseconds) override;
 
     double TimeZoneOffset() override;
     /// When a local time occurs twice (clocks set back), the later one is meant, which is in standard time. A local
@@ -24,6 +34,9 @@ public:
     static Tick TickAt(std::chrono::steady_clock::time_point time);
     /// The date and time in UTC, taken from the system clock without the detour over local time.
     static DateTime GetUtcTime();
+
+private:
+    const std::function<void()> letReadsIn_;
 };
 
 }  // namespace kestrane

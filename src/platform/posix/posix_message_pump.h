@@ -19,7 +19,10 @@ public:
 
     void Post(CallKind kind, std::function<void()> call) override { engine_.Post(kind, std::move(call)); }
     void PumpMessages() override { engine_.PumpMessages(); }
+    void PumpBriefly(std::int32_t milliseconds) override { engine_.PumpBriefly(milliseconds); }
     void PumpStops() override { engine_.PumpStops(); }
+    /// Runs the cached reads that wait: for what the logic thread waits in.
+    void PumpReads() { engine_.PumpReads(); }
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override {
         return engine_.CreateTimer(std::move(onTick));

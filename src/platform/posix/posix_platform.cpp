@@ -5,8 +5,9 @@
 namespace kestrane {
 
 PosixPlatform::PosixPlatform(PosixMessagePump::FaultHandler onFault, PosixMessageBoxes::LogFunction logMessageBox)
-    : pump(std::move(onFault)),
-      serialPorts(folders),
+    : clock([this] { pump.PumpReads(); }),
+      pump(std::move(onFault)),
+      serialPorts(folders, PortLinks::kSystemDevices, [this] { pump.PumpReads(); }),
       messageBoxes(std::move(logMessageBox)),
       processes([this] { pump.Quit(); }),
       profileStore(folders),

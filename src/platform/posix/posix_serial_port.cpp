@@ -7,9 +7,10 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
+
+#include "platform/posix/posix_clock.h"
 
 namespace kestrane {
 namespace {
@@ -60,8 +61,18 @@ ErrorCode SetLine(asio::serial_port& device, std::int32_t speed) {
 
 }  // namespace
 
-PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit)
-    : portFolder_(std::move(portFolder)), writeLimit_(writeLimit) {}
+PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit,
+                                 std::function<void()> letReadsIn)
+    : portFolder_(std::move(portFolder)), writeLimit_(writeLimit), letReadsIn_(std::move(letReadsIn)) {}
+
+std::filesystem::path PosixSerialPort::LinkPath() const {
+    return portFolder_ / ("COM" + std::to_string(number_));
+}
+
+std::string PosixSerialPort::DeviceName() {
+    std::error_code noLink;
+    return std::filesystem::read_symlink(LinkPath(), noLink).string();
+}
 
 int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
     Close();
@@ -76,9 +87,8 @@ int PosixSerialPort::Open(std::int32_t port, std::int32_t speed) {
 }
 
 ErrorCode PosixSerialPort::OpenDevice() {
-    const std::filesystem::path path = portFolder_ / ("COM" + std::to_string(number_));
     ErrorCode error;
-    device_.open(path.string(), error);
+    device_.open(LinkPath().string(), error);
     if (!error) {
         error = LockForUs(device_.native_handle());
     }
@@ -134,14 +144,10 @@ void PosixSerialPort::Write(std::string_view bytes) {
 }
 
 std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) {
-    if (!IsOpen() || maxCount == 0) {
+    if (!IsOpen() || maxCount == 0 || !HaveDevice()) {
         return {};
     }
     const auto deadline = SteadyClock::now() + std::chrono::milliseconds(timeoutMs);
-    if (!HaveDevice()) {
-        std::this_thread::sleep_until(deadline);
-        return {};
-    }
     const int device = device_.native_handle();
     std::array<char, kReadChunk> buffer;
     for (;;) {
@@ -150,14 +156,27 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
             return {buffer.data(), static_cast<std::size_t>(count)};
         }
         if (count == 0 || !IsTemporary(errno)) {
-            // The device is gone, and every poll would report that at once: wait in silence for the whole time instead.
             CloseDevice();
-            std::this_thread::sleep_until(deadline);
             return {};
         }
-        if (!WaitFor(device, POLLIN, deadline)) {
+        if (!AwaitBytes(deadline)) {
             return {};
         }
+    }
+}
+
+/// False at the time limit. Waits in slices, so that no cached read waits for the mount.
+bool PosixSerialPort::AwaitBytes(SteadyClock::time_point deadline) {
+    constexpr std::chrono::milliseconds kSlice{PosixClock::kReadSliceMs};
+    for (;;) {
+        const auto slice = letReadsIn_ ? std::min(deadline, SteadyClock::now() + kSlice) : deadline;
+        if (WaitFor(device_.native_handle(), POLLIN, slice)) {
+            return true;
+        }
+        if (slice == deadline) {
+            return false;
+        }
+        letReadsIn_();
     }
 }
 

@@ -5,6 +5,7 @@
 #include <boost/system/error_code.hpp>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 
 #include "platform/serial_port.h"
 
@@ -14,15 +15,18 @@ namespace kestrane {
 /// two of our programs never share a line; a locked device fails to open with EWOULDBLOCK. Opening discards nothing:
 /// bytes that wait on the line are read like any others.
 ///
-/// When a device goes away while it is open, the port stays open and silent. Each later write or read checks whether
-/// the device is back under its number and opens it again, so that nobody has to do anything after a cable is put back.
+/// When a device goes away while it is open, the port stays open and silent, and a read returns at once. Each later
+/// write or read checks whether the device is back under its number and opens it again, so that nobody has to do
+/// anything after a cable is put back.
 class PosixSerialPort final : public SerialPort {
 public:
     static constexpr std::chrono::milliseconds kWriteLimit{200};
 
     /// `portFolder` holds one symbolic link "COMn" for each port number. `writeLimit` is the time for a whole write,
     /// however much of it the line has taken by then; see `Write`.
-    explicit PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit = kWriteLimit);
+    /// `letReadsIn` runs the cached reads that wait; called again and again while a read waits for bytes.
+    explicit PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit = kWriteLimit,
+                             std::function<void()> letReadsIn = {});
 
     /// ENOENT when no device has the number, ENOTTY when the link names no terminal, EINVAL for a speed that the device
     /// does not support.
@@ -33,8 +37,12 @@ public:
     /// until the line takes bytes again.
     void Write(std::string_view bytes) override;
     std::string Read(std::size_t maxCount, std::int32_t timeoutMs) override;
+    bool DeviceIsGone() override { return open_ && !device_.is_open(); }
+    std::string DeviceName() override;
 
 private:
+    std::filesystem::path LinkPath() const;
+    bool AwaitBytes(std::chrono::steady_clock::time_point deadline);
     boost::system::error_code OpenDevice();
     void CloseDevice();
     /// Whether the device is there; first tries to open one that was gone.
@@ -42,6 +50,7 @@ private:
 
     const std::filesystem::path portFolder_;
     const std::chrono::milliseconds writeLimit_;
+    const std::function<void()> letReadsIn_;
     std::int32_t number_ = 0;
     std::int32_t speed_ = 0;
     bool open_ = false;   ///< between `Open` and `Close`, whether the device is there or not

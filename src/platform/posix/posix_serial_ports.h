@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 
 #include "platform/posix/port_links.h"
 #include "platform/serial_port.h"
@@ -12,7 +13,9 @@ namespace kestrane {
 /// names. `PortLinks` makes the links of the devices that have none.
 class PosixSerialPorts final : public SerialPorts {
 public:
-    explicit PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder = PortLinks::kSystemDevices);
+    /// `letReadsIn`: see `PosixSerialPort`.
+    explicit PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder = PortLinks::kSystemDevices,
+                              std::function<void()> letReadsIn = {});
 
     SerialPortList ListPorts() override;
     std::unique_ptr<SerialPort> CreatePort() override;
@@ -22,6 +25,7 @@ private:
 
     Folders& folders_;
     const std::filesystem::path deviceFolder_;
+    const std::function<void()> letReadsIn_;
 };
 
 }  // namespace kestrane

@@ -56,8 +56,9 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
 
 /// Moves a little to the east and north and checks which way the position changed. An east move increases the right
 /// ascension; a north move decreases the declination on the east side of the pier and increases it on the west side.
+/// Each question has a single try: the attempts of the calibration are its retries.
 bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
-    const std::string startSide = mount.CommandString(wire::GetPierSide);
+    const std::string startSide = mount.CommandStringOnce(wire::GetPierSide);
     if (!IsPierSide(startSide, "... Bad response to Pier Side Command: ")) {
         return false;
     }
@@ -68,7 +69,7 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         return false;
     }
     MakeTestMove();
-    const std::string endSide = mount.CommandString(wire::GetPierSide);
+    const std::string endSide = mount.CommandStringOnce(wire::GetPierSide);
     driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Ending Pier Side: " + endSide);
     if (!IsPierSide(endSide, "... Bad response to Pier Side Command (2): ")) {
         return false;
@@ -113,7 +114,7 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
 }
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {
-    const std::string reply = mount.CommandString(wire::GetRa);
+    const std::string reply = mount.CommandStringOnce(wire::GetRa);
     if (!ReadRaReply(reply, driver_.log)) {
         return false;
     }
@@ -123,7 +124,7 @@ bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view la
 }
 
 bool CalibrationSteps::AskDec(Sequence& mount, double& degrees, std::string_view label) {
-    const std::string reply = mount.CommandString(wire::GetDec);
+    const std::string reply = mount.CommandStringOnce(wire::GetDec);
     const auto read = ReadDecReply(reply, driver_.log);
     if (!read) {
         return false;

@@ -50,7 +50,7 @@ class SlewCommandSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
-    void StartFromSiderealTracking();
+    void StartFromSiderealTracking(Sequence& mount);
     std::int16_t SendTarget(Sequence& mount);
     std::string SendRaDecSequence(Sequence& mount);
     std::string SendAltAzSequence(Sequence& mount);
@@ -69,7 +69,7 @@ void Telescope::SendSlewCommands() {
     CheckConnected();
     UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
-        steps.StartFromSiderealTracking();
+        steps.StartFromSiderealTracking(mount);
         mount.LetStopIn();
         steps.ApplySlewRateOfSettings(mount);
         if (const std::int16_t result = steps.SendTarget(mount); result != 0) {
@@ -99,9 +99,9 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     return result;
 }
 
-void SlewCommandSteps::StartFromSiderealTracking() {
+/// A part of the slew: after a stop, which puts back the custom rates, the sidereal rate must not go out any more.
+void SlewCommandSteps::StartFromSiderealTracking(Sequence& mount) {
     if (state_.g_bTracking) {
-        Sequence mount = Talk(procedure::SiderealTracking);
         CustomRates(core_).ClearCustomDecRate(mount);
         mount.CommandBlindInternal(wire::TrackingRate, wire_rate::kSidereal);
     }
@@ -153,7 +153,7 @@ std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin)
     ResumeNext errors{driver_.ledger, "SendSlew"};
     mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
     std::string reply;
-    errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCounted(1) : std::string{}; });
+    errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCharacter() : std::string{}; });
     driver_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
     return reply;
 }

@@ -23,6 +23,7 @@ protected:
         Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});
         telescope = ConnectedTelescope();
         machine.AdvanceTime(10'000);
+        driver->InternalInstance().MaxSerialRetries(0);  // a refused rate is asked for once
         log.clear();
     }
     void TearDown() override {

@@ -101,7 +101,7 @@ TEST_P(SlewLineFaultTest, SlewCommandThatIsAnsweredLate_CountsAsAccepted_AndItsA
 // --- refused halves and legs ----------------------------------------------------------------------------------------
 
 TEST_P(SlewLineFaultTest, RefusedHalfOfAFirstLeg_IsLogged_AndTheSecondLegFollows) {
-    telescope->MaxSerialRetries(0);
+    driver->InternalInstance().MaxSerialRetries(0);
     for (const char* command : {"Sr", "Sd"}) {
         SCOPED_TRACE(command);
         const double ra = TwoLegsAway();

@@ -187,7 +187,7 @@ TEST_F(SlewRefusalTest, RefusedRaOrDec_IsLogged_AndTheSlewGoesOn) {
 
 TEST_F(SlewRefusalTest, RefusedAltitudeOrAzimuth_EndsTheSlew) {
     SetUpMount();
-    telescope->MaxSerialRetries(0);
+    driver->InternalInstance().MaxSerialRetries(0);
     struct Row {
         const char* refused;
         const char* logged;

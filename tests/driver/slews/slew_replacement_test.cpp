@@ -163,7 +163,7 @@ struct HorizontalRefusal {
 };
 
 TEST_P(ReplacementTest, AltAzSlewThatIsRefusedDuringAFirstLeg_EndsSlewing) {
-    telescope->MaxSerialRetries(0);
+    driver->InternalInstance().MaxSerialRetries(0);
     for (const HorizontalRefusal& row : {HorizontalRefusal{"", "", 90.5, 0x80040405},
                                          {"Sa", "0", 45.0, 0x80040418},
                                          {"Sz", "0", 45.0, 0x80040418},

@@ -27,6 +27,7 @@ public:
             jumps.erase(jumps.begin());
         }
     }
+    void PumpBriefly(std::int32_t) override { ++pumps; }
     void PumpStops() override { ++stopPumps; }
     bool OvertakenByStop() const override { return false; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
