@@ -99,7 +99,7 @@ void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connect
 
 /// Called on the I/O thread, and on the logic thread for a call that has to wait for its object.
 void RequestHandler::PostCall(std::shared_ptr<const DeviceCall> call) {
-    const CallKind kind = call->request.route->kind;
+    const CallKind kind = call->request.route->KindOf(call->request.arguments);
     needs_.pump.Post(kind, [this, call = std::move(call)] {
         if (needs_.objects.BeingCreated(call->request.key)) {
             PostCall(call);
@@ -119,9 +119,29 @@ void RequestHandler::FinishCall(std::uint32_t serverTransaction, const http::Ans
     }
 }
 
+/// Whether the call would start a motion that a later call has stopped already: that stop went ahead of it. Runs on the
+/// logic thread.
+bool RequestHandler::CameBeforeAStop(const DeviceCall& call) {
+    const Route* const route = call.request.route;
+    if (route->stopForm == nullptr) {
+        return false;
+    }
+    const Arguments& arguments = call.request.arguments;
+    std::uint32_t& lastStop = lastStops_[{route, route->stopForm->motion(arguments)}];
+    const bool isLater = static_cast<std::int32_t>(call.ids.server - lastStop) > 0 || lastStop == 0;
+    if (route->stopForm->stops(arguments)) {
+        lastStop = isLater ? call.ids.server : lastStop;
+        return false;
+    }
+    return !isLater;
+}
+
 /// Runs on the logic thread.
 http::Answer RequestHandler::RunCall(const DeviceCall& call) {
     const Route& route = *call.request.route;
+    if (CameBeforeAStop(call)) {
+        return ValueAnswer(call.ids, {});  // as for a motion that was stopped as soon as it began
+    }
     try {
         return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, [&](ClientObject& object) {
             if (route.handler == nullptr) {

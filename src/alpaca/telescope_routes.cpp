@@ -64,6 +64,11 @@ std::string ReadDestinationSideOfPier(ClientObject& object, const Arguments& arg
     return JsonOf(DeviceOf<ServedTelescope>(object).DestinationSideOfPier(arguments.Number(0), arguments.Number(1)));
 }
 
+constexpr StopForm kMoveAxisStops{[](const Arguments& arguments) { return arguments.Number(1) == 0.0; },
+                                  [](const Arguments& arguments) { return arguments.Integer(0); }};
+constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !arguments.Boolean(0); },
+                                  [](const Arguments&) { return std::int32_t{0}; }};
+
 constexpr Handler kSlewAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAz>;
 constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAzAsync>;
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
@@ -159,7 +164,7 @@ std::vector<Route> TelescopeRoutes() {
         {"TargetRightAscension",    Get, Brief, kNone,                                     kRead<double, &T::TargetRightAscension>},
         {"TargetRightAscension",    Put, Brief, {{"TargetRightAscension", Num}},           kWrite<double, &T::TargetRightAscension>},
         {"Tracking",                Get, Brief, kNone,                                     kRead<bool, &T::Tracking>},
-        {"Tracking",                Put, Brief, {{"Tracking", Bool}},                      kWrite<bool, &T::Tracking>},
+        {"Tracking",                Put, Brief, {{"Tracking", Bool}},                      kWrite<bool, &T::Tracking>, &kTrackingStops},
         {"TrackingRate",            Get, Brief, kNone,                                     kRead<std::int32_t, &T::TrackingRate>},
         {"TrackingRate",            Put, Brief, {{"TrackingRate", Int}},                   kWrite<std::int32_t, &T::TrackingRate>},
         {"TrackingRates",           Get, Brief, kNone,                                     ReadTrackingRates},
@@ -171,7 +176,7 @@ std::vector<Route> TelescopeRoutes() {
         {"CanMoveAxis",             Get, Brief, {{"Axis", Int}},                           ReadCanMoveAxis},
         {"DestinationSideOfPier",   Get, Brief, kEquatorial,                               ReadDestinationSideOfPier},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
-        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis},
+        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis, &kMoveAxisStops},
         {"Park",                    Put, Long,  kNone,                                     kNotBuilt},
         {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   kNotBuilt},
         {"SetPark",                 Put, Brief, kNone,                                     kNotBuilt},

@@ -16,6 +16,9 @@ enum class CallKind {
     WaitsLong,
     /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`.
     Stop,
+    /// As `Stop`, but of one motion: calls that it goes ahead of are not overtaken by it. Whoever posts it looks after
+    /// those that would undo it.
+    StopsOne,
 };
 
 /// A repeating timer of the pump. Fires in a pump when its time is due; a timer that was due several times while nobody

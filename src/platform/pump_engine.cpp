@@ -159,8 +159,9 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
 }
 
 bool PumpEngine::RunStop(const Horizon& horizon) {
-    const std::optional<PostedCall> stop =
-        TakePosted(horizon, [&](const PostedCall& call) { return call.kind == CallKind::Stop && MayStart(call.kind); });
+    const std::optional<PostedCall> stop = TakePosted(horizon, [&](const PostedCall& call) {
+        return (call.kind == CallKind::Stop || call.kind == CallKind::StopsOne) && MayStart(call.kind);
+    });
     if (stop) {
         RunCall(stop->kind, stop->place.second, stop->call);
     }

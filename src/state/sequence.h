@@ -147,6 +147,7 @@ public:
     /// The same, on a line that is out of step only.
     void ClearIfOutOfStep();
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
+    CharacterReply CommandCharacterInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});
     std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
     std::string DriverCommandInternal(std::string_view verb);
