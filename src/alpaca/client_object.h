@@ -15,6 +15,10 @@ public:
     /// A telescope's `Connected`, a focuser's `Link`. May pump; raises what the driver raises.
     virtual bool Connected() = 0;
     virtual void Connected(bool connect) = 0;
+    /// Whether a motion runs that goes on until its client ends it.
+    virtual bool MovesOn() { return false; }
+    /// Ends such motions; raises nothing.
+    virtual void EndMotions() {}
 };
 
 class DeviceFactory {

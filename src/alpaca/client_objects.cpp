@@ -87,6 +87,9 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
             if (objects.LeaseEnd(slot->first, slot->second, end)) {
                 objects.WakeAt(end);
             }
+            if (objects.MotionEnd(slot->first, slot->second, end)) {
+                objects.WakeAt(end);
+            }
         }
     };
     NoteActivity();
@@ -143,12 +146,34 @@ bool ClientObjects::LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) 
         end = slot.lastUse + needs_.leases.idle;
         return true;
     }
-    const auto client = clients_.find(key.client);
-    if (client != clients_.end() && !client->second.connections.empty()) {
+    if (HasConnection(key.client)) {
         return false;
     }
     end = slot.lastSign + needs_.leases.connected;
     return true;
+}
+
+bool ClientObjects::HasConnection(const ClientName& name) const {
+    const auto client = clients_.find(name);
+    return client != clients_.end() && !client->second.connections.empty();
+}
+
+bool ClientObjects::MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const {
+    if (slot.object == nullptr || slot.calls > 0 || HasConnection(key.client) || !slot.object->Device().MovesOn()) {
+        return false;
+    }
+    end = slot.lastSign + kMotionWithoutClient;
+    return true;
+}
+
+/// A telescope that turns with nobody to stop it runs into its pier.
+void ClientObjects::EndMotionsOfVanishedClients() {
+    for (auto& [key, slot] : slots_) {
+        Tick end;
+        if (MotionEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0) {
+            slot.object->Device().EndMotions();
+        }
+    }
 }
 
 bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
@@ -184,6 +209,9 @@ void ClientObjects::WakeForAll() {
         if (LeaseEnd(key, slot, end)) {
             WakeAt(end);
         }
+        if (MotionEnd(key, slot, end)) {
+            WakeAt(end);
+        }
     }
 }
 
@@ -200,6 +228,7 @@ void ClientObjects::OnTimer() {
 
 void ClientObjects::ReleaseWhatIsOver() {
     releasePosted_ = false;
+    EndMotionsOfVanishedClients();
     std::vector<ClientKey> keys;
     for (const auto& [key, slot] : slots_) {
         keys.push_back(key);

@@ -65,6 +65,8 @@ class ClientObjects {
 public:
     /// More objects than any real clients need together; a further client is refused by `std::runtime_error`.
     static constexpr std::size_t kMostObjects = 1000;
+    /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds.
+    static constexpr std::int32_t kMotionWithoutClient = 60'000;
     /// Pause before the next try when the gate could not be shut, in milliseconds.
     static constexpr std::int32_t kGateRetry = 200;
 
@@ -106,6 +108,10 @@ private:
 
     /// When the object's lease is over; false while it has no end.
     bool LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) const;
+    /// When a motion that the client has left running is to be ended; false when there is none.
+    bool MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const;
+    void EndMotionsOfVanishedClients();
+    bool HasConnection(const ClientName& name) const;
     bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
     bool EverythingIsOver() const;
     void WakeAt(Tick end);

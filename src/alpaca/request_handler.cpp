@@ -121,7 +121,7 @@ void RequestHandler::StartCall(DeviceRequest request, http::ConnectionId connect
     AnnounceConnection(connection);
     const TransactionIds ids{request.clientTransaction, NextTransaction()};
     underWay_.insert_or_assign(ids.server, CallUnderWay{request.putIdentity, connection, {answer}});
-    const CallKind kind = request.route->kind;
+    const CallKind kind = request.route->KindOf(request.arguments);
     PostCall(std::make_shared<const DeviceCall>(DeviceCall{std::move(request), ids, connection}), kind);
 }
 
@@ -150,9 +150,29 @@ void RequestHandler::FinishCall(std::uint32_t serverTransaction, const http::Ans
     }
 }
 
+/// Whether the call would start a motion that a later call has stopped already: that stop went ahead of it. Runs on the
+/// logic thread.
+bool RequestHandler::CameBeforeAStop(const DeviceCall& call) {
+    const Route* const route = call.request.route;
+    if (route->stopForm == nullptr) {
+        return false;
+    }
+    const Arguments& arguments = call.request.arguments;
+    std::uint32_t& lastStop = lastStops_[{route, route->stopForm->motion(arguments)}];
+    const bool isLater = static_cast<std::int32_t>(call.ids.server - lastStop) > 0 || lastStop == 0;
+    if (route->stopForm->stops(arguments)) {
+        lastStop = isLater ? call.ids.server : lastStop;
+        return false;
+    }
+    return !isLater;
+}
+
 /// Runs on the logic thread.
 http::Answer RequestHandler::RunCall(const DeviceCall& call) {
     const Route& route = *call.request.route;
+    if (CameBeforeAStop(call)) {
+        return ValueAnswer(call.ids, {});  // as for a motion that was stopped as soon as it began
+    }
     try {
         return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, [&](ClientObject& object) {
             if (route.handler == nullptr) {

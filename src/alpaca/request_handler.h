@@ -37,7 +37,7 @@ struct RequestHandlerNeeds {
 };
 
 /// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the
-/// logic thread. I/O thread only; outlives every call it posted.
+/// logic thread. I/O thread only, except where it says so; outlives every call it posted.
 class RequestHandler {
 public:
     explicit RequestHandler(RequestHandlerNeeds needs) : needs_(std::move(needs)) {}
@@ -75,6 +75,7 @@ private:
     void PostCall(std::shared_ptr<const DeviceCall> call, CallKind kind);
     void FinishCall(std::uint32_t serverTransaction, const http::Answer& answer);
     http::Answer RunCall(const DeviceCall& call);
+    bool CameBeforeAStop(const DeviceCall& call);
     void AnnounceConnection(http::ConnectionId connection);
     void TellObjects(std::function<void(ClientObjects&)> message);
     /// The next server transaction number.
@@ -85,6 +86,8 @@ private:
     std::set<http::ConnectionId> clientConnections_;            ///< open ones that carried a device request
     std::map<std::uint32_t, CallUnderWay> underWay_;            ///< by server transaction
     std::deque<std::pair<std::string, http::Answer>> unheard_;  ///< by PUT, the oldest first
+    /// The latest stop that has run, as a server transaction, by route and motion. Logic thread only.
+    std::map<std::pair<const Route*, std::int32_t>, std::uint32_t> lastStops_;
 };
 
 }  // namespace kestrane::alpaca

@@ -50,12 +50,24 @@ private:
 /// raises.
 using Handler = std::string (*)(ClientObject& object, const Arguments& arguments);
 
+/// How to tell writes of a member that stop one motion from those that start it. Such a stop goes ahead of other calls;
+/// writes of the same motion that were asked for before it and would run after it are not run.
+struct StopForm {
+    bool (*stops)(const Arguments& arguments) = nullptr;
+    std::int32_t (*motion)(const Arguments& arguments) = nullptr;  ///< which one, where the member has several
+};
+
 struct Route {
     std::string_view name;  ///< the name as clients use it ("SlewToCoordinates"); in lower case in the path
     Verb verb = Verb::Get;
     CallKind kind = CallKind::Brief;
     std::vector<Parameter> parameters;
-    Handler handler = nullptr;  ///< null: the member is not implemented and answers that
+    Handler handler = nullptr;   ///< null: the member is not implemented and answers that
+    const StopForm* stopForm = nullptr;  ///< null: `kind` holds for all arguments
+
+    CallKind KindOf(const Arguments& arguments) const {
+        return stopForm && stopForm->stops(arguments) ? CallKind::StopsOne : kind;
+    }
 };
 
 /// All routes of the devices, for look-up by path.

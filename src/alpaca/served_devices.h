@@ -14,6 +14,8 @@ public:
 
     bool Connected() override { return telescope_->Connected(); }
     void Connected(bool connect) override { telescope_->Connected(connect); }
+    bool MovesOn() override { return telescope_->Axes().Runs(); }
+    void EndMotions() override { telescope_->StopOwnAxes(); }
     Telescope& Device() { return *telescope_; }
 
 private:

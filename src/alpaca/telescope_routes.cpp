@@ -64,6 +64,11 @@ std::string ReadDestinationSideOfPier(ClientObject& object, const Arguments& arg
     return JsonOf(DeviceOf<ServedTelescope>(object).DestinationSideOfPier(arguments.Number(0), arguments.Number(1)));
 }
 
+constexpr StopForm kMoveAxisStops{[](const Arguments& arguments) { return arguments.Number(1) == 0.0; },
+                                  [](const Arguments& arguments) { return arguments.Integer(0); }};
+constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !arguments.Boolean(0); },
+                                  [](const Arguments&) { return std::int32_t{0}; }};
+
 constexpr Handler kSlewAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAz>;
 constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAzAsync>;
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
@@ -161,7 +166,7 @@ std::vector<Route> TelescopeRoutes() {
         {"TargetRightAscension",    Get, Read,  kNone,                                     kRead<double, &T::TargetRightAscension>},
         {"TargetRightAscension",    Put, Brief, {{"TargetRightAscension", Num}},           kWrite<double, &T::TargetRightAscension>},
         {"Tracking",                Get, Read,  kNone,                                     kRead<bool, &T::Tracking>},
-        {"Tracking",                Put, Brief, {{"Tracking", Bool}},                      kWrite<bool, &T::Tracking>},
+        {"Tracking",                Put, Brief, {{"Tracking", Bool}},                      kWrite<bool, &T::Tracking>, &kTrackingStops},
         {"TrackingRate",            Get, Read,  kNone,                                     kRead<std::int32_t, &T::TrackingRate>},
         {"TrackingRate",            Put, Brief, {{"TrackingRate", Int}},                   kWrite<std::int32_t, &T::TrackingRate>},
         {"TrackingRates",           Get, Read,  kNone,                                     ReadTrackingRates},
@@ -173,7 +178,7 @@ std::vector<Route> TelescopeRoutes() {
         {"CanMoveAxis",             Get, Read,  {{"Axis", Int}},                           ReadCanMoveAxis},
         {"DestinationSideOfPier",   Get, Read,  kEquatorial,                               ReadDestinationSideOfPier},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
-        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis},
+        {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis, &kMoveAxisStops},
         {"Park",                    Put, Long,  kNone,                                     kNotBuilt},
         {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   kNotBuilt},
         {"SetPark",                 Put, Brief, kNone,                                     kNotBuilt},

@@ -76,6 +76,9 @@ bool CommandExchange::CommandBoolInternal(std::string_view command, bool raw) {
 bool CommandExchange::CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) {
     return Bool(command, {.origin = kDriver});
 }
+CharacterReply CommandExchange::CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) {
+    return Character(command, {.origin = kDriver});
+}
 
 std::string CommandExchange::CommandString(std::string_view command, bool raw) {
     return CommandString(OwnText<ReplyForm::Text>(command, raw));
@@ -100,6 +103,7 @@ void CommandExchange::CommandBlindLight(std::string_view command) {
     ResumeNext errors{driver_.ledger, "CommandBlindLight"};
     const std::string text = OwnText<ReplyForm::None>(command, false).OnTheWire();
     Info(kAscom, "TX: " + text);
+    needs_.noteSent(text);
     errors.Step([&] { Link().Transmit(text); });
 }
 
@@ -121,6 +125,7 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
     const std::string text = command.OnTheWire();
     ResumeNext errors{driver_.ledger, "CommandBlind"};
     Info(origin, "CommandBlind TX='" + text + "'");
+    needs_.noteSent(text);
     DropInputIfOutOfStep(errors);
     DropLateBytes(origin, errors);
     errors.Step([&] { Link().Transmit(text); });
@@ -128,18 +133,24 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
 }
 
 bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {
+    return Character(command, caller) == CharacterReply::Good;
+}
+
+CharacterReply CommandExchange::Character(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {
     GetInStep();
     if (command.text.empty()) {
         Info(caller.origin, "CommandBool TX (no Chars to send)");
-        return true;
+        return CharacterReply::Good;
     }
     const std::string text = command.OnTheWire();
     ResumeNext errors{driver_.ledger, "CommandBool"};
     std::string reply;
+    bool answered = false;
     for (int retriesLeft = maxSerialRetries_; retriesLeft >= 0; --retriesLeft) {
         if (TryBool(text, reply, caller, errors)) {
-            return true;
+            return CharacterReply::Good;
         }
+        answered = answered || !reply.empty();
         driver_.counters.CountRetransmit();
         if (retriesLeft > 0) {
             Error(caller.origin,
@@ -152,11 +163,12 @@ bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command,
     }
     driver_.counters.CountReceiveCountedError();
     CommandClearInternal();
-    return false;
+    return answered ? CharacterReply::Refused : CharacterReply::None;
 }
 
 bool CommandExchange::TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors) {
     Info(caller.origin, "CommandBool TX='" + text + "'");
+    needs_.noteSent(text);
     DropInputIfOutOfStep(errors);
     DropLateBytes(caller.origin, errors);
     errors.Step([&] { Link().Transmit(text); });
@@ -189,6 +201,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     std::string reply;
     for (int retriesLeft = retries; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
+        needs_.noteSent(text);
         DropInputIfOutOfStep(errors);
         if (driver_.state.g_bQuayLink) {
             return ThroughCompanion(

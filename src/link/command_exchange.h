@@ -25,6 +25,8 @@ struct ExchangeNeeds {
     std::function<std::string(std::string_view)> executeDriverCommand;
     /// Called when the mount answered well.
     std::function<void()> noteQuerySuccess;
+    /// Called with each text that goes out, framed, before it does; each attempt counts.
+    std::function<void(std::string_view)> noteSent = [](std::string_view) {};
 };
 
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the
@@ -68,6 +70,7 @@ private:
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override;
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override;
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
+    CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override;
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override;
     std::string CommandStringOnce(const OutgoingCommand<ReplyForm::Text>& command) override;
@@ -87,6 +90,7 @@ private:
 
     void Clear(std::string_view origin);
     void Blind(const OutgoingCommand<ReplyForm::None>& command, std::string_view origin);
+    CharacterReply Character(const OutgoingCommand<ReplyForm::Character>& command, Caller caller);
     bool Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller);
     bool TryBool(const std::string& text, std::string& reply, Caller caller, ResumeNext& errors);
     std::string String(const OutgoingCommand<ReplyForm::Text>& command, std::string_view origin, std::int16_t retries);

@@ -22,6 +22,9 @@ enum class CallKind {
     /// setting. Starts wherever stops get in, and also while the logic thread waits for a reply: an exchange with the
     /// mount stays whole.
     Read,
+    /// As `Stop`, but of one motion: calls that it goes ahead of are not overtaken by it. Whoever posts it looks after
+    /// those that would undo it.
+    StopsOne,
 };
 
 /// A repeating timer of the pump. Fires in a pump when its time is due; a timer that was due several times while nobody

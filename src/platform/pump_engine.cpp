@@ -125,6 +125,7 @@ std::optional<PumpEngine::TimePoint> PumpEngine::NextDue() {
 bool PumpEngine::MayStart(CallKind kind) const {
     switch (kind) {
         case CallKind::Stop:
+        case CallKind::StopsOne:
         case CallKind::Read:
             return true;
         case CallKind::WaitsLong:
@@ -186,10 +187,11 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
     return posted || timer;
 }
 
-/// Runs the earliest call of a kind that may start anywhere; false when there is none.
+/// Runs the earliest call of a kind that may start anywhere; false when there is none. Both kinds of stops are one here.
 bool PumpEngine::RunFirst(CallKind kind, const Horizon& horizon) {
-    const std::optional<PostedCall> first =
-        TakePosted(horizon, [&](const PostedCall& call) { return call.kind == kind; });
+    const std::optional<PostedCall> first = TakePosted(horizon, [&](const PostedCall& call) {
+        return call.kind == kind || (kind == CallKind::Stop && call.kind == CallKind::StopsOne);
+    });
     if (first) {
         RunCall(first->kind, first->place.second, first->call);
     }

@@ -7,6 +7,7 @@ void Motion::FirstObjectBegins() {
     state_.g_bSlewing = false;
     state_.g_bAbortSlew = false;
     state_.g_bSlewCompletePending = true;
+    state_.g_bOwnSlew = false;
 }
 
 void Motion::Disconnected() {
@@ -14,6 +15,7 @@ void Motion::Disconnected() {
     state_.g_bMountSlewing = false;
     state_.g_bSafeSlewPending = false;
     state_.g_bAbortSlew = false;
+    state_.g_bOwnSlew = false;
 }
 
 void Motion::SlewBegins() {
@@ -27,10 +29,14 @@ void Motion::SlewBegins() {
     state_.g_bSlewCompletePending = false;
     state_.g_bSlewing = true;
     state_.g_bMountSlewing = true;
+    state_.g_bStandAwaited = false;
+    state_.g_bOwnSlew = true;
 }
 
 std::uint32_t Motion::NewSlewBegins(const MotionPermit& /*permit*/) {
     SlewBegins();
+    state_.g_bSafeSlewPending = false;
+    state_.g_bSecondLegBarred = false;
     return ++state_.g_nSlewsBegun;
 }
 
@@ -40,13 +46,27 @@ void Motion::SlewIsToBeSent() {
 
 void Motion::SlewTaken() {
     SlewBegins();
+    GotoTaken();
+    if (state_.g_bSafeSlewPending) {
+        state_.g_bSecondLegBarred = false;  // what went out ahead of the first leg cannot have cut it
+    }
     ++state_.g_nSlewsTaken;
+}
+
+void Motion::GotoSent() {
+    state_.g_bGotoSent = true;
+}
+
+void Motion::GotoTaken() {
+    state_.g_bGotoSent = true;
+    state_.g_bGotoRuns = true;
 }
 
 void Motion::SlewRefused() {
     state_.g_bSlewing = false;
     state_.g_bMountSlewing = false;
     state_.g_bSafeSlewPending = false;
+    state_.g_bOwnSlew = false;
 }
 
 void Motion::SecondLegPlanned() {
@@ -59,6 +79,11 @@ void Motion::SecondLegDropped() {
 
 void Motion::SecondLegTaken() {
     state_.g_bSafeSlewPending = false;
+}
+
+void Motion::SecondLegBarred() {
+    state_.g_bSafeSlewPending = false;
+    state_.g_bSecondLegBarred = true;
 }
 
 void Motion::SecondLegWatchedByDistance() {
@@ -82,6 +107,11 @@ void Motion::SupervisionFollowsStatus() {
 
 void Motion::MountReportsSlewing(bool slewing) {
     state_.g_bMountSlewing = slewing;
+    state_.g_bGotoSent = slewing;
+    state_.g_bGotoRuns = slewing;
+    if (!slewing) {
+        state_.g_bStandAwaited = false;
+    }
 }
 
 void Motion::DistanceChanged() {
@@ -94,6 +124,13 @@ bool Motion::DistanceStayed(bool positionIsNew) {
     }
     ++state_.g_nSameDistance;
     return true;
+}
+
+void Motion::SeenToStand(bool atTarget) {
+    state_.g_bGotoRuns = false;
+    if (atTarget) {
+        state_.g_bGotoSent = false;
+    }
 }
 
 void Motion::SlewEnds() {
@@ -110,15 +147,26 @@ void Motion::SlewCompleteDue() {
 
 void Motion::SlewCompleteTaken() {
     state_.g_bSlewCompletePending = false;
+    state_.g_bOwnSlew = false;
 }
 
 void Motion::StopAskedFor() {
     ++state_.g_nAborts;
 }
 
+void Motion::StopSent() {
+    if (state_.g_bGotoRuns) {
+        state_.g_bSecondLegBarred = true;
+    }
+    state_.g_bGotoRuns = false;
+}
+
 void Motion::Stopped() {
     ++state_.g_nAborts;
     state_.g_bSafeSlewPending = false;
+    if (state_.g_bSlewing || state_.g_bParking || state_.g_bGotoSent) {
+        state_.g_bStandAwaited = true;
+    }
     if (state_.g_bSlewing) {
         state_.g_bAbortSlew = true;
     }
@@ -133,6 +181,7 @@ void Motion::AxisTakesOver() {
     state_.g_bMountSlewing = false;
     state_.g_bSafeSlewPending = false;
     state_.g_bAbortSlew = false;
+    state_.g_bOwnSlew = false;
     if (state_.g_bParking) {
         state_.g_bAbortPark = true;
     }

@@ -11,51 +11,60 @@ namespace kestrane {
 //
 //   S   g_bSlewing              K   g_bParking     nA  g_nAborts            G  g_bGuidingNorth, g_bGuidingSouth,
 //   M   g_bMountSlewing         AK  g_bAbortPark   nB  g_nSlewsBegun           g_bGuidingEast, g_bGuidingWest
-//   A   g_bAbortSlew            Pd  g_bParked      nT  g_nSlewsTaken
-//   P2  g_bSafeSlewPending                         Ax  g_bAxisMotionBegun
-//   C   g_bSlewCompletePending                     nTr g_nTrackingChoices
+//   A   g_bAbortSlew            Pd  g_bParked      nT  g_nSlewsTaken        B  g_bSecondLegBarred
+//   P2  g_bSafeSlewPending      W   g_bStandAwaited                         Gs g_bGotoSent
+//   C   g_bSlewCompletePending                     Ax  g_bAxisMotionBegun   Ga g_bGotoRuns
+//                                                  nTr g_nTrackingChoices   O  g_bOwnSlew
 //                                                  sd  g_nSameDistance
 //
 //   1 set, 0 cleared, + counted, = kept. Letters look at the flags as they were before the event:
 //   a  0 where AK is set, else kept           s  1 where S is set, else kept     c  + where S or P2 is set
 //   u  1 where the status text is usable      k  1 where K is set, else kept     n  + where the position is new, or
 //      (`g_bGosActive`), else kept            m  as M                               P2 is clear
-//   r  as reported                            1d, 0d the flag of the given direction alone
+//   r  as reported                            p  0 where P2 is set, else kept    g  1 where S, K or Gs is set, else
+//   h  kept where a slew is reported, else 0  t  0 where the target is reached,     kept
+//   e  1 where Ga is set, else kept              else kept
+//   1d, 0d the flag of the given direction alone
 //
-//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G
-//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =
-//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =
-//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =
-//   NewSlewBegins               1  1  0  =  0  a  0  =  =  +  =  0  =   0  =
-//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =
-//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =
-//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =
-//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =
-//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =
-//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =
-//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =
-//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =
-//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =
-//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =
-//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =
-//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =
-//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =
-//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =
-//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =
-//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =
-//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =
-//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =
-//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =
-//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =
-//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d
-//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d
-//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
-//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =
+//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O
+//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =  =  =  =  =  0
+//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
+//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =  =  =  =  0  1
+//   NewSlewBegins               1  1  0  0  0  a  0  =  =  +  =  0  =   0  =  0  =  =  0  1
+//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =  p  1  1  0  1
+//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =
+//   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =
+//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
+//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =
+//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =
+//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =
+//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =
+//   SeenToStand                 =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  t  0  =  =
+//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =
+//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
+//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =
+//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =
+//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =
+//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0
+//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =
+//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =
+//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =
+//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =
+//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d  =  =  =  =  =
+//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d  =  =  =  =  =
+//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
 //
 // The last two are events without a function. Intentional: a mount that cannot be heard may go on moving, so the state
 // of the link says nothing about what moves. A slew is ended by its supervision (see `DistanceStayed` for a silent
@@ -63,7 +72,8 @@ namespace kestrane {
 //
 // Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
 // rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
-// (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the distances to the target, `g_bRestoreRatePending`. The rates of each
+// (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the ticks of the last goto and of the last stop of a motion
+// (`g_tickGotoTaken`, `g_tickMotionStopped`), the distances to the target, `g_bRestoreRatePending`. The rates of each
 // object's axes are its own (`AxisMotion`).
 
 class MotionPermit;
@@ -91,8 +101,8 @@ public:
     /// A slew is asked for. What follows the end of an earlier slew must not stop this one. An aborted park ends here
     /// at the latest, and AK is cleared with it: left set, AK would end this slew after its first leg.
     void SlewBegins();
-    /// The same for a slew that takes the place of any other. Returns its number. The last slew wins: a call that
-    /// waited for an earlier slew and sees another number sends nothing more, since nobody has planned a safe way from
+    /// The same for a slew that takes the place of any other, and of the second leg that an earlier one has still to
+    /// come, whether or not this slew is planned itself. Returns its number. The last slew wins: a call that waited for an earlier slew and sees another number sends nothing more, since nobody has planned a safe way from
     /// the target of the other slew to its own. It returns without an error, even when the mount refused the later
     /// slew.
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
@@ -100,6 +110,12 @@ public:
     void SlewIsToBeSent();
     /// The mount has accepted a slew or a leg.
     void SlewTaken();
+    /// A command that starts a goto goes out, whoever sends it: Gs stays up until the driver has seen the end of that
+    /// goto. A garbled or lost answer, a supervision that ends short of the target or without hearing the mount, and
+    /// `MoveAxis` all leave it up, since the mount may still be under way then.
+    void GotoSent();
+    /// A goto that a client has sent by itself: the driver does not see its answer, so it counts as accepted.
+    void GotoTaken();
     /// The mount has refused a slew, a leg or a half of the target, or could not be asked: nothing moves. No second leg
     /// stays pending, of this slew or of an earlier one: only the supervision of a running slew starts a second leg, so
     /// a client that waits for the end would wait for ever.
@@ -111,6 +127,8 @@ public:
     /// The supervision starts the second leg. Called before its commands go out: a call that gets in meanwhile must not
     /// start it again.
     void SecondLegTaken();
+    /// The second leg must not be sent any more: what has happened in the first leg may have left the mount anywhere.
+    void SecondLegBarred();
     /// After the start of a second leg, even of one that the mount has refused: the supervision finds its end.
     void SecondLegWatchedByDistance();
     /// The same by the status text; S follows.
@@ -120,6 +138,7 @@ public:
     void SupervisionBegins();
     /// S follows the status text: a motion that the mount began by itself counts as a slew too.
     void SupervisionFollowsStatus();
+    /// By the status text. A mount that reports that it stands has no goto under way.
     void MountReportsSlewing(bool slewing);
     /// The distance to the target has changed since the last pass.
     void DistanceChanged();
@@ -128,6 +147,8 @@ public:
     /// one cuts off the way round that the first one is for. The end of a single leg moves nothing, so there silence
     /// counts.
     bool DistanceStayed(bool positionIsNew);
+    /// The supervision has heard the mount stand still, `atTarget` or short of it.
+    void SeenToStand(bool atTarget);
     /// The slew is over, by arrival or by a stop. AK stays: it shows a park that waits how it ended.
     void SlewEnds();
     void SlewCompleteDue();
@@ -139,7 +160,12 @@ public:
     /// later would see nothing. It is counted even before the stop goes out, for a call that waits and has sent nothing
     /// yet.
     void StopAskedFor();
-    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows.
+    /// A stop of all motion goes out, whoever sends it: a stop, a write of the tracking, a client's own text. It cuts the
+    /// leg that is under way, so the second one never follows. A mount that stands is stopped by it as little as by the
+    /// end of a test move.
+    void StopSent();
+    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays up
+    /// until the mount reports that it stands.
     void Stopped();
     /// `MoveAxis` takes over the mount, which ends a slew without stopping it. It counts like a stop, so that no call
     /// that waits for that slew goes on to its next leg. A park is aborted, since nobody would look for its end any

@@ -7,6 +7,13 @@
 
 namespace kestrane {
 
+/// What became of a command that is answered by one character.
+enum class CharacterReply {
+    Good,
+    Refused,  ///< another character than the good one, in one attempt at least
+    None,     ///< no answer in any attempt
+};
+
 /// The exchange with the mount, as the driver's own procedures use it: always through a `Sequence`, which lets stops
 /// in. None of these raises or pumps, except where it says so; a failed exchange gives an empty text or false. The
 /// twins without "Internal" log as a client's command does.
@@ -22,6 +29,8 @@ private:
     virtual void CommandClear() = 0;
     virtual void CommandClearInternal() = 0;
     virtual bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;
+    /// The same exchange as above, for callers to whom a refusal and silence are two things.
+    virtual CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;
     virtual std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) = 0;
     virtual std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) = 0;
     /// `CommandString` with a single try.

@@ -328,7 +328,9 @@ void MountQueries::NoteNoResponse() {
     if (state_.g_nNoResponse < std::numeric_limits<std::int16_t>::max()) {
         ++state_.g_nNoResponse;
     }
+    ++state_.g_nSilences;
     if (state_.g_nNoResponse >= kLostAfter) {
+        state_.g_nLinkLosses += state_.g_bLostComms ? 0 : 1;
         state_.g_bLostComms = true;
         BlankPosition();
         needs_.handBox.lblLST.Text("");

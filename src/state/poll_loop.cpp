@@ -4,6 +4,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kParkedBeforePauseMs = 3 * 60 * 1000;
+constexpr std::int32_t kIntervalAfterAbortMs = 1000;  // of the status text
 constexpr std::int32_t kRed = 255;
 
 /// Marks the poll step as running, however it ends.
@@ -57,10 +58,15 @@ void PollLoop::UpdateMountInfo() {
     }
 }
 
+/// After an abort the mount is asked more often, until it reports that it stands: clients wait for that.
+std::int32_t PollLoop::StatusInterval() const {
+    return state_.g_bStandAwaited ? kIntervalAfterAbortMs : MountQueries::kSlowIntervalMs;
+}
+
 void PollLoop::WatchMotion() {
     ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     errors.Step([&] {
-        if (needs_.queries.IsDue(state_.g_tickLastGos, MountQueries::kSlowIntervalMs)) {
+        if (needs_.queries.IsDue(state_.g_tickLastGos, StatusInterval())) {
             needs_.queries.QueryGos();
         }
     });
@@ -83,7 +89,7 @@ void PollLoop::AskWhatIsDue() {
     MountQueries& queries = needs_.queries;
     errors.Step([&] { needs_.periodicQuayCheck(); });
     errors.Step([&] {
-        if (state_.g_bSlewCompletePending) {
+        if (state_.g_bSlewCompletePending && !SlewCompleteWaits()) {
             queries.QuerySideOfMount();
         }
     });

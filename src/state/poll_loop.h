@@ -50,7 +50,10 @@ public:
     void UpdateMountInfo();
     /// Runs one supervision pass; returns whether a slew runs.
     bool CheckSlewing();
-    /// Does what follows the end of a slew, when that is due.
+    /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May
+    /// ask the mount where it stands.
+    std::string_view WhyNoSecondLeg();
+    /// Does what follows the end of a slew, when that is due. After a connect that waits until the mount stands.
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.
     void SetPolling(bool enable);
@@ -59,6 +62,7 @@ private:
     enum class Asked { Lst, Time, Other };
 
     // poll_loop.cpp
+    std::int32_t StatusInterval() const;
     void WatchMotion();
     void AskWhatIsDue();
     void FinishSlew();
@@ -79,6 +83,9 @@ private:
     double Threshold() const;
     void StartSecondLeg();
     bool MayStartSecondLeg() const;
+    bool SecondLegFollows();
+    bool LinkWasLostInLeg() const;
+    bool SlewCompleteWaits() const;
     void PushSettleEnd();
     void CompleteSlew();
     void FinishPark(std::string_view text);
@@ -88,6 +95,7 @@ private:
     Essentials driver_;
     DriverState& state_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
+    bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
 };
 
 }  // namespace kestrane

@@ -70,6 +70,10 @@ bool Sequence::CommandBoolInternal(const CharacterCommand& row, std::string_view
     return Next().CommandBoolInternal(row.With(argument));
 }
 
+CharacterReply Sequence::CommandCharacterInternal(const CharacterCommand& row, std::string_view argument) {
+    return Next().CommandCharacterInternal(row.With(argument));
+}
+
 std::string Sequence::CommandString(const TextCommand& row, std::string_view argument) {
     return Next().CommandString(row.With(argument));
 }

@@ -167,6 +167,7 @@ public:
     /// The same, on a line that is out of step only.
     void ClearIfOutOfStep();
     bool CommandBoolInternal(const CharacterCommand& row, std::string_view argument = {});
+    CharacterReply CommandCharacterInternal(const CharacterCommand& row, std::string_view argument = {});
     std::string CommandString(const TextCommand& row, std::string_view argument = {});
     std::string CommandStringInternal(const TextCommand& row, std::string_view argument = {});
     /// `CommandString` with a single try, for a procedure that begins again when a reply is missing.

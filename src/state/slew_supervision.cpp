@@ -17,6 +17,7 @@ constexpr double kStillDegrees = 0.01;        // a smaller change of distance co
 constexpr std::int16_t kStillPasses = 3;      // still passes that end a slew short of its target
 constexpr double kRaDecThreshold = 0.1;       // degrees
 constexpr double kAltAzThreshold = 0.5;       // degrees
+constexpr double kNearFirstLegDegrees = 1.0;
 constexpr double kDegreesPerHour = 15.0;
 constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
@@ -46,7 +47,7 @@ bool PollLoop::CheckByStatus() {
         return false;
     }
     if (state_.g_bSlewing && !state_.g_bMountSlewing) {
-        if (MayStartSecondLeg()) {
+        if (SecondLegFollows()) {
             StartSecondLeg();
             needs_.motion.SecondLegWatchedByStatus();
         } else {
@@ -100,12 +101,19 @@ void PollLoop::DistancePass() {
         return;
     }
     const bool still = delta < kStillDegrees;
-    if (MayStartSecondLeg() && (distance < Threshold() || still)) {
+    const bool nearIsEnough = distance < Threshold() && !LinkWasLostInLeg();
+    if (MayStartSecondLeg() && !nearIsEnough && !(still && (positionIsNew_ || !LinkWasLostInLeg()))) {
+        return;  // the mount is not heard yet, or not to stand
+    }
+    if (SecondLegFollows()) {
         StartSecondLeg();
         PushSettleEnd();
         needs_.motion.SecondLegWatchedByDistance();
     } else if (still && driver_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
         BeepUnlessParking();  // intentional: once more when the pass has ended
+        if (positionIsNew_) {
+            needs_.motion.SeenToStand(distance <= Threshold());
+        }
         needs_.motion.SlewEnds();
     }
 }
@@ -119,10 +127,10 @@ double PollLoop::MeasureDistance() {
                            "Slew Target Distance=" + FormatUs(distance, kDistancePattern) +
                                ",  Delta=" + FormatUs(delta, kDistancePattern) +
                                ", Delta Change=" + FormatUs(deltaChange, kDistancePattern));
-    const bool positionIsNew = NotePosition();
+    positionIsNew_ = NotePosition();
     if (delta >= kStillDegrees) {
         needs_.motion.DistanceChanged();
-    } else if (needs_.motion.DistanceStayed(positionIsNew)) {
+    } else if (needs_.motion.DistanceStayed(positionIsNew_)) {
         driver_.log.LogMessage("CheckSlewing", LogLevel::Info,
                                "Target Distance equal to last time: " + std::to_string(state_.g_nSameDistance));
     }
@@ -169,6 +177,51 @@ bool PollLoop::MayStartSecondLeg() const {
     return state_.g_bSafeSlewPending && !state_.g_bAbortSlew && !state_.g_bAbortPark;
 }
 
+/// Whether the second leg is to be sent now. One that must not be sent any more is dropped: the slew ends where it is.
+bool PollLoop::SecondLegFollows() {
+    if (!MayStartSecondLeg()) {
+        return false;
+    }
+    const std::string_view reason = WhyNoSecondLeg();
+    if (!reason.empty()) {
+        driver_.log.LogMessage("SafeSlew", LogLevel::Warning,
+                               "The slew ends here, its second leg is not sent: " + std::string(reason));
+        needs_.motion.SecondLegBarred();
+    }
+    return reason.empty();
+}
+
+bool PollLoop::LinkWasLostInLeg() const {
+    return state_.g_bSafeSlewPending && state_.g_nLinkLosses != state_.g_nLinkLossesAtGoto;
+}
+
+/// A first leg that was cut, or that nobody could watch, may have left the mount where a direct way to the target leads
+/// past the counterweights. A mount without power for a moment has forgotten where it points.
+std::string_view PollLoop::WhyNoSecondLeg() {
+    if (state_.g_bSecondLegBarred) {
+        return "its first leg was cut, or could not be watched";
+    }
+    const CoordinateReads before = needs_.queries.Reads();
+    const bool wasSilent = state_.g_bSafeSlewPending && state_.g_nSilences != state_.g_nSilencesAtGoto;
+    if (wasSilent) {
+        needs_.queries.QueryRa();
+        needs_.queries.QueryDec();
+    }
+    if (state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec) {
+        return "the mount reports its power-on position";
+    }
+    if (LinkWasLostInLeg()) {
+        const CoordinateReads now = needs_.queries.Reads();
+        const bool read = now.ra != before.ra && now.dec != before.dec;
+        const double distance =
+            AngularDistance(state_.g_dRa, state_.g_dDec, state_.g_dFirstLegRa, state_.g_dFirstLegDec);
+        if (!read || distance > kNearFirstLegDegrees) {
+            return "communications were lost, and the mount does not stand at the end of the first leg";
+        }
+    }
+    return {};
+}
+
 void PollLoop::StartSecondLeg() {
     const double rightAscension = state_.g_dSafeSlewRa;
     const double declination = state_.g_dSafeSlewDec;
@@ -189,8 +242,14 @@ void PollLoop::PushSettleEnd() {
     state_.g_tickSettleEnd = driver_.clock.GetTickCount() + state_.g_nSlewSettleTime * kSettleUnitMs;
 }
 
+/// What follows a connect stops the mount; a goto that is under way then goes on first.
+bool PollLoop::SlewCompleteWaits() const {
+    const bool isOfConnect = !state_.g_bSideInitDone && !state_.g_bOwnSlew;
+    return isOfConnect && (state_.g_bSlewing || state_.g_bMountSlewing);
+}
+
 void PollLoop::CheckSlewComplete() {
-    if (!state_.g_bSlewCompletePending) {
+    if (!state_.g_bSlewCompletePending || SlewCompleteWaits()) {
         return;
     }
     needs_.motion.SlewCompleteTaken();

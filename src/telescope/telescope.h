@@ -69,10 +69,11 @@ public:
 
     // --- commands (see `CommandExchange`) -------------------------------------------------------------------------
 
-    void CommandBlind(std::string_view command, bool raw) { exchange_.CommandBlind(command, raw); }
+    // A client's own text that starts a goto is not sent when a stop has overtaken it: false, or an empty text.
+    void CommandBlind(std::string_view command, bool raw);
     void CommandClear() { exchange_.CommandClear(); }
-    bool CommandBool(std::string_view command, bool raw) { return exchange_.CommandBool(command, raw); }
-    std::string CommandString(std::string_view command, bool raw) { return exchange_.CommandString(command, raw); }
+    bool CommandBool(std::string_view command, bool raw);
+    std::string CommandString(std::string_view command, bool raw);
     void CommandBlindInternal(std::string_view command, bool raw) { exchange_.CommandBlindInternal(command, raw); }
     void CommandClearInternal() { exchange_.CommandClearInternal(); }
     bool CommandBoolInternal(std::string_view command, bool raw) { return exchange_.CommandBoolInternal(command, raw); }
@@ -187,7 +188,8 @@ public:
     /// others, which are kept all the same.
     std::int32_t TrackingRate();
     void TrackingRate(std::int32_t rate);
-    /// Seconds of RA per sidereal second; 0x80040400 without custom rates. Writing: motion check, not parked, tracking.
+    /// Seconds of RA per sidereal second; 0x80040400 without custom rates. Writing: 0x80040405 beyond the largest
+    /// multiple of sidereal that the mount takes; motion check, not parked, tracking.
     double RightAscensionRate();
     void RightAscensionRate(double secondsPerSiderealSecond);
     /// Arc-seconds per second; as above.
@@ -242,6 +244,8 @@ public:
     void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
+    /// Stops the axes of a client that has gone, where nothing else has ended their motion, and logs it. Raises nothing.
+    void StopOwnAxes();
     /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` unchanged, for a text that is no position.
     bool LongitudeOfSettings(double& degrees);
@@ -275,8 +279,6 @@ public:
 
 private:
     friend class TelescopeSteps;
-
-    void StopOwnAxes();
 };
 
 /// Ends a device object as its class asks, then deletes it.

@@ -1,10 +1,16 @@
 #include "telescope/telescope_core.h"
 
+#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
+namespace {
+
+constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
+
+}  // namespace
 
 TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std::string_view)> executeDriverCommand)
     : needs_(std::move(needs)),
@@ -15,6 +21,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .link = needs_.link,
           .executeDriverCommand = std::move(executeDriverCommand),
           .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
+          .noteSent = [this](std::string_view text) { NoteSent(text); },
       }) {}
 
 MountCommands& TelescopeCore::OwnCommands() {
@@ -50,6 +57,46 @@ void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool i
         driver_.log.LogMessage("ASCOM", LogLevel::Exception,
                                "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
         throw DriverError(ErrorNumber::OutOfRange);
+    }
+}
+
+/// What goes out is looked at here, since a client's own text moves or stops the mount as well as the driver's
+/// procedures do.
+void TelescopeCore::NoteSent(std::string_view text) {
+    if (text.find(wire::StopRaw.text) != std::string_view::npos) {
+        NoteMotionStops();
+        needs_.motion.StopSent();
+    }
+    if (text.find(wire::SlewRaw.text) != std::string_view::npos) {
+        needs_.motion.GotoSent();
+    }
+}
+
+std::string_view TelescopeCore::WhatMoves() const {
+    if (state_.g_bGotoRuns) {
+        return "the end of a goto has not been seen";
+    }
+    if (needs_.axisMotions.AnyRuns() || state_.g_bAxisMotionBegun) {
+        return "an axis runs";
+    }
+    const bool guiding =
+        state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
+    return guiding ? "a guide pulse runs" : std::string_view{};
+}
+
+std::string_view TelescopeCore::WhyMountMayMove() const {
+    if (const std::string_view moves = WhatMoves(); !moves.empty()) {
+        return moves;
+    }
+    const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickMotionStopped;
+    const bool justStopped = state_.g_bMotionStopped && elapsed >= 0 && elapsed < kUntilStandingMs;
+    return justStopped ? "a motion was stopped less than three seconds ago" : std::string_view{};
+}
+
+void TelescopeCore::NoteMotionStops() {
+    if (!WhatMoves().empty()) {
+        state_.g_tickMotionStopped = driver_.clock.GetTickCount();
+        state_.g_bMotionStopped = true;
     }
 }
 

@@ -92,11 +92,21 @@ public:
     /// Logs and raises 0x80040405 unless `inRange`.
     void RefuseOutOfRange(std::string_view name, double value, bool inRange);
 
+    /// Why the mount may be moving now, in words for the log: a goto whose end was not seen, an axis, a guide pulse, or
+    /// one of these that was stopped less than three seconds ago. Empty when none of these is known.
+    std::string_view WhyMountMayMove() const;
+    /// To be called before something that stops the motions named above, or ends one.
+    void NoteMotionStops();
+
     TelescopeNeeds needs_;
     Essentials driver_;
     DriverState& state_;
     CommandExchange exchange_;  ///< for the texts that a client hands to this object
     AxisMotion axes_;
+
+private:
+    void NoteSent(std::string_view text);
+    std::string_view WhatMoves() const;
 };
 
 /// What the private steps of one subject work on. Each subject keeps its steps in a class of its own, in its `.cpp`.

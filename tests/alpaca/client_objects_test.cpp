@@ -129,6 +129,24 @@ TEST_P(ClientObjectsTest, Connected_AreReleasedTheLongLeaseAfterTheLastConnectio
     EXPECT_EQ(ended, 1);
 }
 
+TEST_P(ClientObjectsTest, MotionOfAClientWithoutAConnection_IsEndedAMinuteAfterItsLastSign) {
+    objects->ConnectionOpened(1);
+    Connect(kAnna, 1);
+    Call(kAnna, 1, [&](ClientObject&) { world.movesOn = true; });
+    pump.AdvanceTime(600'000);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 0) << "its connection is open";
+    objects->ConnectionClosed(1);
+    pump.AdvanceTime(50'000);
+    Call(kAnna, 2);  // over a connection that has closed again
+    pump.AdvanceTime(59'900);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 0);
+    pump.AdvanceTime(200);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 1);
+    EXPECT_EQ(objects->Count(), 1U) << "the client may come back to its object";
+    pump.AdvanceTime(200'000);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 1);
+}
+
 TEST_P(ClientObjectsTest, Connected_ANewConnectionOfTheClientEndsTheLease) {
     objects->ConnectionOpened(1);
     Connect(kAnna, 1);

@@ -42,6 +42,7 @@ struct FakeWorld {
     DeviceDiary diary;
     std::function<void(DeviceKind)> onCreate;  ///< runs inside the creation
     std::function<void(bool)> onConnected;     ///< runs inside each `Connected` write
+    bool movesOn = false;                      ///< each device has a motion that its client must end
 };
 
 class FakeDevice final : public DeviceObject {
@@ -60,6 +61,12 @@ public:
         }
         connected_ = connect;
         world_.diary.Note(name_ + (connect ? " true" : " false"));
+    }
+
+    bool MovesOn() override { return world_.movesOn; }
+    void EndMotions() override {
+        world_.movesOn = false;
+        world_.diary.Note(name_ + " stops");
     }
 
 private:

@@ -344,6 +344,18 @@ TEST_P(PumpTest, Stop_OvertakesCallsAndTicks) {
     EXPECT_EQ(Taken(), (Texts{"stop", "call", "tick"}));
 }
 
+TEST_P(PumpTest, StopOfOneMotion_OvertakesCalls_ButNoneCountsAsOvertaken_AndStopsKeepTheirOrder) {
+    pump_.Post(Brief, [this] { Note(pump_.OvertakenByStop() ? "overtaken" : "free"); });
+    PostNote("one", CallKind::StopsOne);
+    pump_.PumpMessages();
+    pump_.Post(Brief, [this] { Note(pump_.OvertakenByStop() ? "overtaken" : "free"); });
+    PostNote("two", CallKind::StopsOne);
+    PostNote("all", Stop);
+    pump_.PumpStops();
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"one", "free", "two", "all", "overtaken"}));
+}
+
 TEST_P(PumpTest, PumpStops_RunsStopsAndNothingElse) {
     const auto timer = StartTimer(10, [this] { Note("tick"); });
     Advance(10);

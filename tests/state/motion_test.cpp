@@ -49,6 +49,11 @@ static_assert(!Writable<&DriverState::g_nSlewsTaken>());
 static_assert(!Writable<&DriverState::g_bAxisMotionBegun>());
 static_assert(!Writable<&DriverState::g_nTrackingChoices>());
 static_assert(!Writable<&DriverState::g_nSameDistance>());
+static_assert(!Writable<&DriverState::g_bSecondLegBarred>());
+static_assert(!Writable<&DriverState::g_bGotoSent>());
+static_assert(!Writable<&DriverState::g_bGotoRuns>());
+static_assert(!Writable<&DriverState::g_bStandAwaited>());
+static_assert(!Writable<&DriverState::g_bOwnSlew>());
 static_assert(!Writable<&DriverState::g_bGuidingNorth>());
 static_assert(!Writable<&DriverState::g_bGuidingSouth>());
 static_assert(!Writable<&DriverState::g_bGuidingEast>());
@@ -60,10 +65,11 @@ static_assert(!std::is_copy_assignable_v<DriverState> && !std::is_move_assignabl
 
 // --- the table
 
-constexpr std::size_t kColumns = 18;
+constexpr std::size_t kColumns = 23;
 constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2",  "C",  "K",  "AK", "Pd", "nA",
-                                                        "nB", "nT", "Ax", "nTr", "sd", "GN", "GS", "GE", "GW"};
-enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW };
+                                                        "nB", "nT", "Ax", "nTr", "sd", "GN", "GS", "GE", "GW",
+                                                        "B",  "Gs", "Ga", "W",   "O"};
+enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW, B, Gs, Ga, W, O };
 
 /// The flags and counts of one moment.
 struct Picture {
@@ -79,7 +85,8 @@ Picture PictureOf(const DriverState& state) {
              state.g_bSlewCompletePending, state.g_bParking, state.g_bAbortPark, state.g_bParked, state.g_nAborts,
              state.g_nSlewsBegun, state.g_nSlewsTaken, state.g_bAxisMotionBegun, state.g_nTrackingChoices,
              static_cast<std::uint32_t>(state.g_nSameDistance), state.g_bGuidingNorth, state.g_bGuidingSouth,
-             state.g_bGuidingEast, state.g_bGuidingWest}};
+             state.g_bGuidingEast, state.g_bGuidingWest, state.g_bSecondLegBarred, state.g_bGotoSent,
+             state.g_bGotoRuns, state.g_bStandAwaited, state.g_bOwnSlew}};
 }
 
 /// As a failed comparison shows it.
@@ -111,7 +118,8 @@ void Do(Motion& motion, bool told) {
     if constexpr (std::is_invocable_v<decltype(Event), Motion&, bool>) {
         (motion.*Event)(told);
     } else if constexpr (std::is_invocable_v<decltype(Event), Motion&, const MotionPermit&>) {
-        (motion.*Event)(SomePermit());
+        static const MotionPermit permit = SomePermit();
+        (motion.*Event)(permit);
     } else {
         (motion.*Event)();
     }
@@ -128,46 +136,51 @@ constexpr auto kWest = GuideDirection::West;
 
 // clang-format off
 constexpr Row kRows[] = {
-    //                             S M A P C K A P n n n A n s G G G G
-    //                                   2     K d A B T x T d N S E W
+    //                             S M A P C K A P n n n A n s G G G G B G G W O
+    //                                   2     K d A B T x T d N S E W   s a
     //                                                     r
-    {"FirstObjectBegins",          "0 = 0 = 1 = = 0 = = = = = = = = = =", Do<&Motion::FirstObjectBegins>},
-    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = =", Do<&Motion::Disconnected>},
-    {"SlewBegins",                 "1 1 0 = 0 a 0 = = = = 0 = 0 = = = =", Do<&Motion::SlewBegins>},
-    {"NewSlewBegins",              "1 1 0 = 0 a 0 = = + = 0 = 0 = = = =", Do<&Motion::NewSlewBegins>},
-    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
-    {"SlewTaken",                  "1 1 0 = 0 a 0 = = = + 0 = 0 = = = =", Do<&Motion::SlewTaken>},
-    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = =", Do<&Motion::SlewRefused>},
-    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
-    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
-    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
-    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByDistance>},
-    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByStatus>},
-    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
-    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
-    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = =", Do<&Motion::MountReportsSlewing>},
-    {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = =", Do<&Motion::DistanceChanged>},
-    {"DistanceStayed",             "= = = = = = = = = = = = = n = = = =", Do<&Motion::DistanceStayed>},
-    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = =", Do<&Motion::SlewEnds>},
-    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
-    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = =", Do<&Motion::SlewCompleteTaken>},
-    {"StopAskedFor",               "= = = = = = = = + = = = = = = = = =", Do<&Motion::StopAskedFor>},
-    {"Stopped",                    "= = s 0 = = k = + = = = = = = = = =", Do<&Motion::Stopped>},
-    {"AxisTakesOver",              "0 0 0 0 = = k = + = = = = = = = = =", Do<&Motion::AxisTakesOver>},
-    {"AxisMotionBegins",           "= = = = = = = = = = = 1 = = = = = =", Do<&Motion::AxisMotionBegins>},
-    {"AxisMotionsEnd",             "= = = = = = = = = = = 0 = = = = = =", Do<&Motion::AxisMotionsEnd>},
-    {"TrackingChosen",             "= = = 0 = = = = c = = 0 + = = = = =", Do<&Motion::TrackingChosen>},
-    {"ParkBegins",                 "= = = = = 1 = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
-    {"ParkEnds",                   "= = = = = 0 = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
-    {"MountReportsParked",         "= = = = = = = r = = = = = = = = = =", Do<&Motion::MountReportsParked>},
-    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = 1 = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
-    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = 1 = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
-    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = 1 =", Pulse<&Motion::GuidePulseBegins, kEast>},
-    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = 1", Pulse<&Motion::GuidePulseBegins, kWest>},
-    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = 0 = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
-    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = 0 = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
-    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = 0 =", Pulse<&Motion::GuidePulseEnds, kEast>},
-    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = 0", Pulse<&Motion::GuidePulseEnds, kWest>},
+    {"FirstObjectBegins",          "0 = 0 = 1 = = 0 = = = = = = = = = = = = = = 0", Do<&Motion::FirstObjectBegins>},
+    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = = = = = = 0", Do<&Motion::Disconnected>},
+    {"SlewBegins",                 "1 1 0 = 0 a 0 = = = = 0 = 0 = = = = = = = 0 1", Do<&Motion::SlewBegins>},
+    {"NewSlewBegins",              "1 1 0 0 0 a 0 = = + = 0 = 0 = = = = 0 = = 0 1", Do<&Motion::NewSlewBegins>},
+    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
+    {"SlewTaken",                  "1 1 0 = 0 a 0 = = = + 0 = 0 = = = = p 1 1 0 1", Do<&Motion::SlewTaken>},
+    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = 1 = = =", Do<&Motion::GotoSent>},
+    {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = 1 1 = =", Do<&Motion::GotoTaken>},
+    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = 0", Do<&Motion::SlewRefused>},
+    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
+    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
+    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
+    {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::SecondLegBarred>},
+    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByDistance>},
+    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByStatus>},
+    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
+    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
+    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h =", Do<&Motion::MountReportsSlewing>},
+    {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = = = = = = =", Do<&Motion::DistanceChanged>},
+    {"DistanceStayed",             "= = = = = = = = = = = = = n = = = = = = = = =", Do<&Motion::DistanceStayed>},
+    {"SeenToStand",                "= = = = = = = = = = = = = = = = = = = t 0 = =", Do<&Motion::SeenToStand>},
+    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = = = = = = =", Do<&Motion::SlewEnds>},
+    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
+    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = 0", Do<&Motion::SlewCompleteTaken>},
+    {"StopAskedFor",               "= = = = = = = = + = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
+    {"StopSent",                   "= = = = = = = = = = = = = = = = = = e = 0 = =", Do<&Motion::StopSent>},
+    {"Stopped",                    "= = s 0 = = k = + = = = = = = = = = = = = g =", Do<&Motion::Stopped>},
+    {"AxisTakesOver",              "0 0 0 0 = = k = + = = = = = = = = = = = = = 0", Do<&Motion::AxisTakesOver>},
+    {"AxisMotionBegins",           "= = = = = = = = = = = 1 = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
+    {"AxisMotionsEnd",             "= = = = = = = = = = = 0 = = = = = = = = = = =", Do<&Motion::AxisMotionsEnd>},
+    {"TrackingChosen",             "= = = 0 = = = = c = = 0 + = = = = = = = = = =", Do<&Motion::TrackingChosen>},
+    {"ParkBegins",                 "= = = = = 1 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
+    {"ParkEnds",                   "= = = = = 0 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
+    {"MountReportsParked",         "= = = = = = = r = = = = = = = = = = = = = = =", Do<&Motion::MountReportsParked>},
+    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = 1 = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
+    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = 1 = = = = = = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
+    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = 1 = = = = = =", Pulse<&Motion::GuidePulseBegins, kEast>},
+    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = 1 = = = = =", Pulse<&Motion::GuidePulseBegins, kWest>},
+    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = 0 = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
+    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = 0 = = = = = = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
+    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = 0 = = = = = =", Pulse<&Motion::GuidePulseEnds, kEast>},
+    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = 0 = = = = =", Pulse<&Motion::GuidePulseEnds, kWest>},
 };
 // clang-format on
 
@@ -197,6 +210,16 @@ std::uint32_t After(char cell, const Picture& before, std::size_t column, bool g
             return told ? 1 : 0;
         case 'c':
             return before[S] || before[P2] ? kept + 1 : kept;
+        case 'e':
+            return before[Ga] ? 1 : kept;
+        case 'p':
+            return before[P2] ? 0 : kept;
+        case 'h':
+            return told ? kept : 0;
+        case 't':
+            return told ? 0 : kept;
+        case 'g':
+            return before[S] || before[K] || before[Gs] ? 1 : kept;
         case 'n':
             return told || !before[P2] ? kept + 1 : kept;
         default:
@@ -239,26 +262,33 @@ TEST(MotionTable, OfTheHeader_IsTheOneTested) {
     EXPECT_EQ(RowsOfHeader(), RowsOfTest());
 }
 
-/// The flags that a bit pattern stands for; the guiding flags all alike.
+/// The flags that a bit pattern stands for; the guiding flags all alike, and some flags alike that no event looks at
+/// together. A goto that was accepted was sent.
 Picture Wish(unsigned bits) {
     Picture wish{};
-    for (const Column column : {S, M, A, P2, C, K, AK, Pd, Ax, GN}) {
+    for (const Column column : {S, M, A, P2, C, K, AK, Pd, Ax, GN, Gs, Ga, W}) {
         wish[column] = bits & 1U;
         bits >>= 1U;
     }
+    wish[Gs] |= wish[Ga];
+    wish[B] = wish[Ax];
+    wish[O] = wish[GN];
     wish[GS] = wish[GE] = wish[GW] = wish[GN];
     return wish;
 }
-constexpr unsigned kWishes = 1U << 10U;
+constexpr unsigned kWishes = 1U << 13U;
 
 class MotionTableTest : public testing::TestWithParam<Row> {
 protected:
     /// Brings the flags to where they are wished, by events; the counts go where these take them.
     void Arrange(const Picture& wish) {
+        static const MotionPermit permit = SomePermit();
         motion.ParkEnds();
-        motion.SlewBegins();
+        motion.NewSlewBegins(permit);
         motion.SlewEnds();
-        motion.SlewCompleteTaken();
+        if (!wish[O]) {
+            motion.SlewCompleteTaken();
+        }
         motion.DistanceStayed(true);
         motion.DistanceStayed(true);
         if (wish[AK]) {
@@ -270,11 +300,32 @@ protected:
             motion.SecondLegWatchedByDistance();
             motion.Stopped();
         }
-        motion.MountReportsSlewing(wish[S]);
+        if (wish[B]) {
+            motion.SecondLegBarred();
+        }
+        motion.MountReportsSlewing(false);  // whatever stood still was seen to
         motion.SupervisionFollowsStatus();
-        motion.MountReportsSlewing(wish[M]);
+        if (wish[W]) {
+            motion.GotoSent();
+            motion.Stopped();
+            motion.SeenToStand(true);
+        }
+        if (wish[S]) {
+            motion.SecondLegWatchedByDistance();
+        }
+        if (wish[M]) {
+            motion.SecondLegWatchedByStatus();
+        }
+        if (wish[Gs]) {
+            motion.GotoSent();
+        }
+        if (wish[Ga]) {
+            motion.GotoTaken();
+        }
         wish[P2] ? motion.SecondLegPlanned() : motion.SecondLegDropped();
-        wish[C] ? motion.SlewCompleteDue() : motion.SlewCompleteTaken();
+        if (wish[C]) {
+            motion.SlewCompleteDue();
+        }
         wish[K] ? motion.ParkBegins() : motion.ParkEnds();
         motion.MountReportsParked(wish[Pd]);
         wish[Ax] ? motion.AxisMotionBegins() : motion.AxisMotionsEnd();

@@ -31,6 +31,10 @@ private:
         Take(command.text);
         return true;
     }
+    CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
+        Take(command.text);
+        return CharacterReply::Good;
+    }
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override {
         Take(command.text);
         return "reply";

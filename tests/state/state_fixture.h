@@ -36,6 +36,10 @@ private:
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
         return Answer(command.text) == "1";
     }
+    CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
+        const std::string reply = Answer(command.text);
+        return reply == "1" ? CharacterReply::Good : reply.empty() ? CharacterReply::None : CharacterReply::Refused;
+    }
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override { return Answer(command.text); }
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
         return Answer(command.text);

@@ -15,6 +15,7 @@ class CalibrationSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
+    bool MountStands();
     bool CalibrateOnce(Sequence& mount);
     void MakeTestMove();
     bool IsPierSide(const std::string& side, std::string_view complaint);
@@ -37,10 +38,16 @@ void Telescope::CalibrateOnFirstSlew() {
 
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     CalibrationSteps steps(*this);
+    if (!steps.MountStands()) {
+        return;
+    }
     UntilStopped(procedure::Calibration, [&](Sequence& mount) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
         for (int attempt = 1; attempt <= attempts; ++attempt) {
             mount.LetStopIn();
+            if (!steps.MountStands()) {
+                return;
+            }
             driver_.log.LogMessage(kOrigin, LogLevel::Info, "Starting attempt " + std::to_string(attempt));
             bool calibrated = false;
             ResumeNext errors{driver_.ledger, kOrigin};
@@ -52,6 +59,16 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
             }
         }
     });
+}
+
+/// False, and logged, while something moves the mount: a motion that is not the test move would be taken for it, and the
+/// directions be swapped.
+bool CalibrationSteps::MountStands() {
+    const std::string_view reason = state_.g_bParked ? "the mount is parked" : core_.WhyMountMayMove();
+    if (!reason.empty()) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Warning, "No calibration now: " + std::string(reason));
+    }
+    return reason.empty();
 }
 
 /// Moves a little to the east and north and checks which way the position changed. An east move increases the right

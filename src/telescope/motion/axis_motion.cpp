@@ -71,6 +71,9 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     if (exists && steps.MoveAxisComesTooLate(degreesPerSecond)) {
         return;
     }
+    if (degreesPerSecond == 0.0) {
+        NoteMotionStops();
+    }
     needs_.motion.AxisTakesOver();
     if (!exists) {
         throw DriverError(ErrorNumber::NotImplemented,
@@ -183,6 +186,7 @@ void Telescope::StopOwnAxes() {
     ResumeNext errors{driver_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
         driver_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
+        NoteMotionStops();
         if (secondaryRuns) {
             errors.Step([&] { steps.MoveSecondaryAxis(0.0); });
         }

@@ -16,6 +16,7 @@ public:
     bool ReadPositionForPlan();
     bool SendFirstLeg(double viaRightAscension);
     bool SendLeg(double rightAscension, double declination);
+    bool TargetIsBarred();
 };
 
 }  // namespace
@@ -50,6 +51,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
     state_.g_dSafeSlewRa = rightAscension;
     state_.g_dSafeSlewDec = declination;
     double viaRightAscension = 0.0;
+    bool inTwoLegs = false;
     if (steps.PlanFirstLeg(rightAscension, declination, viaRightAscension)) {
         const bool accepted = steps.SendFirstLeg(viaRightAscension);
         if (!accepted || returns == SlewReturns::AtOnce) {
@@ -59,8 +61,9 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
         if (wait.Replaced(slew, "SafeSlew")) {
             return;  // the mount is at the target of the other slew: nobody has planned a way from there to this one
         }
+        inTwoLegs = true;
     }
-    if (wait.Aborted()) {
+    if (wait.Aborted() || (inTwoLegs && steps.TargetIsBarred())) {
         return;
     }
     steps.SendLeg(rightAscension, declination);
@@ -79,12 +82,25 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
 
 bool SafeSlewSteps::SendFirstLeg(double viaRightAscension) {
     driver_.log.LogMessage("SafeSlew", LogLevel::Info, "Slew 1 of 2: " + RaDecText(viaRightAscension, state_.g_dDec));
+    state_.g_dFirstLegRa = viaRightAscension;
+    state_.g_dFirstLegDec = state_.g_dDec;
     const bool accepted = SendLeg(viaRightAscension, state_.g_dDec);
     if (!accepted) {
         // A refused first leg must not become a direct slew past the counterweights, or a slew without an end.
         needs_.motion.SecondLegDropped();
     }
     return accepted;
+}
+
+/// Whether the target must not be sent any more after a first leg.
+bool SafeSlewSteps::TargetIsBarred() {
+    const std::string_view reason = needs_.poll.WhyNoSecondLeg();
+    if (!reason.empty()) {
+        driver_.log.LogMessage("SafeSlew", LogLevel::Warning,
+                               "The target is not sent to the mount again: " + std::string(reason));
+        needs_.motion.SecondLegDropped();
+    }
+    return !reason.empty();
 }
 
 /// False when the mount has refused it.

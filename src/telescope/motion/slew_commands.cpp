@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -52,7 +54,9 @@ public:
 
     void StartFromSiderealTracking(Sequence& mount);
     std::int16_t SendTarget(Sequence& mount);
-    std::string SendRaDecSequence(Sequence& mount);
+    std::optional<std::string> SendRaDecSequence(Sequence& mount);
+    bool SendRaDecHalf(Sequence& mount, const CharacterCommand& command, std::string_view property,
+                       const std::string& text);
     std::string SendAltAzSequence(Sequence& mount);
     void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
                        std::string_view property, const std::string& text);
@@ -78,11 +82,13 @@ void Telescope::SendSlewCommands() {
         needs_.motion.SlewTaken();
         const Tick now = driver_.clock.GetTickCount();
         state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-        state_.g_tickLastSlewCheck = now;
+        state_.g_tickLastSlewCheck = state_.g_tickGotoTaken = now;
+        state_.g_nSilencesAtGoto = state_.g_nSilences;
+        state_.g_nLinkLossesAtGoto = state_.g_nLinkLosses;
     });
 }
 
-/// The result of the slew command: see `SlewResult`.
+/// The result of the slew command: see `SlewResult`. 9 when nothing was sent for want of a target.
 std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     const bool isRaDec = state_.g_bTargetRaSet && state_.g_bTargetDecSet;
     const bool isAltAz = state_.g_bTargetAltSet && state_.g_bTargetAzSet;
@@ -92,7 +98,12 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
     }
     telescope_.CalibrateOnFirstSlew();
     mount.LetStopIn();  // before the poll is held off, whose rhythm that would change
-    const std::int16_t result = SlewResult(isRaDec ? SendRaDecSequence(mount) : SendAltAzSequence(mount));
+    const std::optional<std::string> reply =
+        isRaDec ? SendRaDecSequence(mount) : std::optional<std::string>(SendAltAzSequence(mount));
+    if (!reply) {
+        return kNoTarget;
+    }
+    const std::int16_t result = SlewResult(*reply);
     if (result != 0) {
         LogRefusal(result);
     }
@@ -107,24 +118,41 @@ void SlewCommandSteps::StartFromSiderealTracking(Sequence& mount) {
     }
 }
 
-std::string SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
+/// The reply to the slew command; nothing when a half of the target may not have reached the mount.
+std::optional<std::string> SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
     std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
     if (ra.starts_with("24")) {
         ra.replace(0, 2, "00");  // rounded up across midnight; the mount accepts no hour 24
     }
-    // Intentional: when the mount refuses a half of the target, that is logged and the sequence goes on. Only the reply
-    // to the slew command counts.
-    if (!mount.CommandBoolInternal(wire::SetTargetRa, ra)) {
-        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
-        needs_.poll.SetPolling(true);
+    if (!SendRaDecHalf(mount, wire::SetTargetRa, "TargetRightAscension", ra)) {
+        return std::nullopt;
     }
     const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
-    if (!mount.CommandBoolInternal(wire::SetTargetDec, dec)) {
-        driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetDeclination FAILED!");
-        needs_.poll.SetPolling(true);
+    if (!SendRaDecHalf(mount, wire::SetTargetDec, "TargetDeclination", dec)) {
+        return std::nullopt;
     }
     return SendSlew(mount, "Slew RA/Dec");
+}
+
+/// False when the mount has not answered: a slew command would lead to the half of an older target, far from both.
+/// Intentional: when the mount refuses a half, that is logged and the sequence goes on. Only the reply to the slew
+/// command counts then.
+bool SlewCommandSteps::SendRaDecHalf(Sequence& mount, const CharacterCommand& command, std::string_view property,
+                                     const std::string& text) {
+    const CharacterReply reply = mount.CommandCharacterInternal(command, text);
+    if (reply == CharacterReply::Good) {
+        return true;
+    }
+    driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SET " + std::string(property) + " FAILED!");
+    needs_.poll.SetPolling(true);
+    if (reply == CharacterReply::Refused) {
+        return true;
+    }
+    driver_.log.LogMessage(
+        "SendSlewCommands", LogLevel::Error,
+        "The mount did not answer " + std::string(property) + ": the slew is not sent. Check the line to the mount");
+    return false;
 }
 
 std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
@@ -133,8 +161,10 @@ std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
     const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
                                  DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz);
     SendAltAzHalf(mount, wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
-    const std::string azimuth =
-        WithThreeDigits(DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz));
+    std::string azimuth = WithThreeDigits(DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz));
+    if (azimuth.starts_with("360")) {
+        azimuth.replace(0, 3, "000");  // rounded up to a full turn; the mount accepts no 360
+    }
     SendAltAzHalf(mount, wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
     return SendSlew(mount, "Slew ALT/AZ");
 }

@@ -7,11 +7,14 @@ namespace {
 
 constexpr std::int32_t kStopSpacingMs = 20;
 
+/// When the stop goes out to the mount.
+enum class StopPair { IfMoving, Always };
+
 class StopSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
-    void StopMotion(std::string_view origin);
+    void StopMotion(std::string_view origin, StopPair pair);
     void ReinstateCustomRates();
     void StopAxes(std::string_view origin);
     void SendStopPair();
@@ -26,10 +29,13 @@ void Telescope::AbortSlew() {
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("ASCOM");
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
-        steps.StopMotion("ASCOM");
+        steps.StopMotion("ASCOM", StopPair::IfMoving);
     } else if (state_.g_bTracking) {
         TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back on
                                                 // the sidereal rate
+    } else if (state_.g_bGotoSent) {
+        // A goto whose end nobody has seen may still be under way, and nothing but this stop would end it.
+        steps.StopMotion("ASCOM", StopPair::Always);
     }
 }
 
@@ -38,14 +44,14 @@ void Telescope::AbortSlewDriver() {
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("Driver");
     } else {
-        steps.StopMotion("Driver");
+        steps.StopMotion("Driver", StopPair::Always);  // a person sees more than the driver does
     }
 }
 
-void StopSteps::StopMotion(std::string_view origin) {
+void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
     driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
-    if (state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
+    if (pair == StopPair::Always || state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
         SendStopPair();
     }
     ReinstateCustomRates();

@@ -51,6 +51,9 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     SlewSteps steps(*this);
     steps.CheckSlewRange(rightAscension, declination);
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
+    // Before the permit: a client without a link or with a parked mount hears of that. The whole check comes after it,
+    // since that may switch tracking on.
+    check_connected("SlewToCoordinates", Parked::IsRefused, TrackingMust::BeEither);
     const auto permit = needs_.door.Permit("SlewToCoordinates");
     if (!permit) {
         return;
@@ -79,6 +82,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         driver_.log.LogMessage("ASCOM", LogLevel::Info,
                                "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
+    check_connected("SlewToCoordinatesAsync", Parked::IsRefused, TrackingMust::BeEither);
     const auto permit = needs_.door.Permit("SlewToCoordinatesAsync");
     if (!permit) {
         return;
@@ -106,6 +110,7 @@ void Telescope::SlewToTarget() {
     SlewSteps steps(*this);
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
+    check_connected("SlewToTarget", Parked::IsRefused, TrackingMust::BeEither);
     const auto permit = needs_.door.Permit("SlewToTarget");
     if (!permit) {
         return;
@@ -151,6 +156,7 @@ void Telescope::SlewToTargetAsync() {
     SlewSteps steps(*this);
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
+    check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeEither);
     const auto permit = needs_.door.Permit("SlewToTargetAsync");
     if (!permit) {
         return;

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -72,6 +74,7 @@ void TrackingSteps::StopTracking() {
 }
 
 void TrackingSteps::NoteTrackingChoice() {
+    core_.NoteMotionStops();
     if (needs_.motion.TrackingChosen()) {
         driver_.log.LogMessage("Slewing", LogLevel::Warning,
                                "The slew ends here: a write of the tracking stops the mount");
@@ -128,6 +131,8 @@ void Telescope::RightAscensionRate(double secondsPerSiderealSecond) {
     TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("RightAscensionRate");
     LogSet("RightAscensionRate", PlainNumber(secondsPerSiderealSecond));
+    RefuseOutOfRange("RightAscensionRate", secondsPerSiderealSecond,
+                     std::abs(secondsPerSiderealSecond) <= state_.g_dMaxMoveRate);
     // Before the check, which may switch tracking on by itself: a call that a stop has overtaken sends nothing.
     if (secondsPerSiderealSecond != 0.0 && !needs_.door.Permit("RightAscensionRate")) {
         return;
@@ -144,6 +149,8 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("DeclinationRate");
     LogSet("DeclinationRate", PlainNumber(arcSecondsPerSecond));
+    const double multiple = arcSecondsPerSecond / kSiderealSpeed;
+    RefuseOutOfRange("DeclinationRate", arcSecondsPerSecond, std::abs(multiple) <= state_.g_dMaxMoveRate);
     // Before the check, as for the other rate.
     if (arcSecondsPerSecond != 0.0 && !needs_.door.Permit("DeclinationRate")) {
         return;
@@ -152,7 +159,6 @@ void Telescope::DeclinationRate(double arcSecondsPerSecond) {
     state_.g_dDecRate = arcSecondsPerSecond;
     CustomRates(*this).ShowCustomRate(needs_.handBox.txtDecCustom, arcSecondsPerSecond);
     steps.ShowCustomOrSidereal();
-    const double multiple = arcSecondsPerSecond / kSiderealSpeed;
     CustomRates(*this).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -16,6 +18,13 @@ struct SlewRateLabel {
 };
 
 constexpr std::array<SlewRateLabel, 3> kSlewRates{{{"x300", "x600"}, {"x450", "x900"}, {"x600", "x1200"}}};
+
+/// Digits with at most one point: a text of the settings goes out as it is, and anything else could be a command.
+bool IsPlainNumber(std::string_view text) {
+    const auto points = std::ranges::count(text, '.');
+    const auto digits = std::ranges::count_if(text, [](char c) { return c >= '0' && c <= '9'; });
+    return points <= 1 && digits > 0 && static_cast<std::size_t>(points + digits) == text.size();
+}
 
 class RateSteps : TelescopeSteps {
 public:
@@ -42,7 +51,7 @@ void Telescope::SetSlewRate(Sequence& mount, int index) {
 
 void RateSteps::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
     const double value = Val_Global(rate, driver_.log);
-    if (!(value > 0.0 && value <= kMostCustomSlewRate)) {
+    if (!IsPlainNumber(rate) || !(value > 0.0 && value <= kMostCustomSlewRate)) {
         driver_.log.LogMessage("SetSlewRate", LogLevel::Error,
                                "The custom slew rate is out of range, it is not sent: '" + std::string(rate) + "'");
         return;

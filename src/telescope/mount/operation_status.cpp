@@ -9,6 +9,8 @@ namespace kestrane {
 namespace {
 
 constexpr std::size_t kUsableLength = 11;
+constexpr std::int32_t kTooEarlyMs = 900;      // after an accepted goto
+constexpr std::int32_t kAskedAgainMs = 1000;   // after it
 constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
 
 /// Positions of the fields, from 0. All fields after the fault are optional.
@@ -93,6 +95,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void ParseParkState(char park);
+    void ParseSlew(char slew);
     void ParseTracking(char tracking);
     void ParseRates(char guide, char move, char slew);
     void ParsePem(char pem);
@@ -114,9 +117,7 @@ void Telescope::ParseGOS(std::string_view status) {
     ResumeNext errors{driver_.ledger, "ParseGOS"};
     errors.Step([&] { steps.ParseParkState(park); });
     errors.Step([&] { steps.ParseTracking(tracking); });
-    if (at(kSlew) == 'S' || at(kSlew) == '0') {
-        needs_.motion.MountReportsSlewing(at(kSlew) == 'S');
-    }
+    steps.ParseSlew(at(kSlew));
     errors.Step([&] { steps.ParseRates(at(kGuideRate), at(kMoveRate), at(kSlewRate)); });
     errors.Step([&] { steps.ParsePem(at(kPem)); });
     errors.Step([&] { steps.ParseFault(at(kFault)); });
@@ -149,6 +150,20 @@ void StatusSteps::ParseParkState(char park) {
     state_.g_tickParkedSince = Tick{};
 }
 
+/// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun.
+void StatusSteps::ParseSlew(char slew) {
+    if (slew == 'S') {
+        needs_.motion.MountReportsSlewing(true);
+    } else if (slew == '0') {
+        const std::int32_t asked = state_.g_tickLastGos - state_.g_tickGotoTaken;
+        if (state_.g_bGotoRuns && asked >= 0 && asked < kTooEarlyMs) {
+            state_.g_tickLastGos = state_.g_tickGotoTaken + kAskedAgainMs - MountQueries::kSlowIntervalMs;
+        } else {
+            needs_.motion.MountReportsSlewing(false);
+        }
+    }
+}
+
 void StatusSteps::ParseTracking(char tracking) {
     // Not below zero: after 24 days with one rate the difference of the ticks becomes negative.
     const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickDisplayedRate;
@@ -158,6 +173,12 @@ void StatusSteps::ParseTracking(char tracking) {
     const auto row = RowOf(kTrackingRows, tracking);
     if (row != kTrackingRows.end()) {
         state_.g_bTracking = row->tracking;
+        if (state_.g_bOwnSlew) {
+            // The driver itself has put the mount on the sidereal rate for its slew; the rate that is shown is the one
+            // to come back to.
+            needs_.panel.EnableRateControls();
+            return;
+        }
         needs_.panel.ShowTrackingRate(row->displayedRate, row->correction);
     }
 }

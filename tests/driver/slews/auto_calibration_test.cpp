@@ -423,6 +423,33 @@ TEST_F(AutoCalibrationTest, ThreeBadSides_LeaveTheFirstSlewUncalibrated_AndTheSe
     EXPECT_EQ(TimesSent("Me"), 1);
 }
 
+TEST_F(AutoCalibrationTest, SlewThatReplacesAnother_DoesNotCalibrateInMidSlew_AndALaterOneDoes) {
+    Connect();
+    mount->Add(std::make_unique<CorruptsReply>("pS"));
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 20.0);
+    mount->ClearMisbehaviours();
+    machine.AdvanceTime(1'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 30.0);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_EQ(TimesSent("Me"), 0);
+    EXPECT_FALSE(driver->state.g_bAutoCalibrated);
+    machine.AdvanceTime(60'000);
+    Slew();
+    EXPECT_EQ(TimesSent("Me"), 1);
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
+TEST_F(AutoCalibrationTest, SlewRightAfterTrackingWasSwitchedOn_Calibrates) {
+    Connect();
+    machine.AdvanceTime(10'000);
+    telescope->Tracking(true);
+    machine.AdvanceTime(200);
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 20.0);
+    EXPECT_EQ(TimesSent("Me"), 1);
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
 TEST_F(AutoCalibrationTest, StopDuringTheCalibration_EndsIt_AndNothingMovesBehindIt) {
     Connect();
     mount->Add(std::make_unique<AnswersLate>("GD", 200));

@@ -21,6 +21,13 @@ protected:
         EXPECT_TRUE(driver->state.g_bAutoCalibrated);
         EXPECT_EQ(TimesLogged("Autocalibration Successful!"), 1);
     }
+    void ExpectNoCalibration(const std::string& reason) {
+        log.clear();
+        std::string reply;
+        EXPECT_EQ(MotionDuring([&] { reply = telescope->CommandString("RAW,AutoCalibrateNSEW", true); }), "");
+        EXPECT_EQ(reply, "1");
+        EXPECT_TRUE(LoggedAs("AutoCalibrateNSEW", 1, "No calibration now: " + reason));
+    }
     void SlewAndAbort() {
         telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 20.0);
         machine.AdvanceTime(1'000);
@@ -29,10 +36,34 @@ protected:
     }
 };
 
-TEST_F(CalibrationVerbTest, RightBehindAnAbortedSlew_Runs) {
+TEST_F(CalibrationVerbTest, WithinThreeSecondsOfAnAbort_DoesNothing_AndRunsAfterThem) {
     SlewAndAbort();
-    machine.AdvanceTime(500);
+    machine.AdvanceTime(2'800);
+    ExpectNoCalibration("a motion was stopped less than three seconds ago");
+    machine.AdvanceTime(250);
     ExpectCalibration();
+}
+
+TEST_F(CalibrationVerbTest, DuringAGoto_DoesNothing) {
+    telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 20.0);
+    machine.AdvanceTime(1'000);
+    ExpectNoCalibration("the end of a goto has not been seen");
+    telescope->AbortSlew();
+}
+
+TEST_F(CalibrationVerbTest, WhileAnAxisRuns_DoesNothing_NorRightAfterIt) {
+    telescope->MoveAxis(1, 0.1);
+    ExpectNoCalibration("an axis runs");
+    telescope->MoveAxis(1, 0.0);
+    ExpectNoCalibration("a motion was stopped less than three seconds ago");
+    machine.AdvanceTime(3'000);
+    ExpectCalibration();
+}
+
+TEST_F(CalibrationVerbTest, OfAParkedMount_DoesNothing) {
+    driver->motion.MountReportsParked(true);
+    ExpectNoCalibration("the mount is parked");
+    driver->motion.MountReportsParked(false);
 }
 
 TEST_F(CalibrationVerbTest, BehindAnAbortedSlewAndAnAxisMotion_Runs) {

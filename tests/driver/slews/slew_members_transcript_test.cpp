@@ -160,6 +160,10 @@ INSTANTIATE_TEST_SUITE_P(Settings, SlewRateTest,
                                          SlewRateRow{"1", "3", "0", "", true},       //
                                          SlewRateRow{"1", "3", "-5", "", true},      //
                                          SlewRateRow{"1", "3", "fast", "", true},    //
+                                         SlewRateRow{"1", "3", " 800 ", "Rs800"},    //
+                                         SlewRateRow{"1", "3", "600#:KA", "", true}, //
+                                         SlewRateRow{"1", "3", "6.0.0", "", true},   //
+                                         SlewRateRow{"1", "3", "8e2", "", true},     //
                                          SlewRateRow{"1", "4", "600", ""},           // no such entry
                                          SlewRateRow{"0", "2", "600", ""},           //
                                          SlewRateRow{"2", "2", "600", ""},           // only "1" is on

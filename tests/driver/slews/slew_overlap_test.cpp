@@ -103,14 +103,24 @@ TEST_P(SlewOverlapTest, SlewInTwoLegs_PutsItsSecondLegInThePlaceOfAnEarlierOne) 
     EXPECT_EQ(TimesLogged("Slew 2 of 2"), 1);
 }
 
-TEST_P(SlewOverlapTest, SlewWithoutAPlan_LeavesTheSecondLegOfAnEarlierOneToFollow) {
+TEST_P(SlewOverlapTest, SlewWithoutAPlan_EndsTheSecondLegOfAnEarlierOne) {
     StartTwoLegs(30.0);
     driver->persist.WriteIniValue("DisableSafeSlew", "1");
     telescope->SlewToCoordinatesAsync(NormalizeHours(lst - 4.0), 50.0);
-    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
     EXPECT_TRUE(WaitForEnd());
-    ExpectAt(lst + 2.0, 30.0);
-    EXPECT_EQ(TimesSent("MS"), 3);
+    ExpectAt(lst - 4.0, 50.0);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_FALSE(Logged("Slew 2 of 2"));
+}
+
+TEST_P(SlewOverlapTest, SynchronousSlewWithoutAPlan_WaitsForTheFirstLegOnly) {
+    StartTwoLegs(30.0);
+    driver->persist.WriteIniValue("DisableSafeSlew", "1");
+    OtherClient().SlewToCoordinates(NormalizeHours(lst - 4.0), 50.0);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_FALSE(Logged("Slew 2 of 2"));
+    ExpectAt(lst - 4.0, 50.0);
 }
 
 TEST_P(SlewOverlapTest, SynchronousSlewWithoutSafeSlew_WaitsAnEarlierOneOut) {

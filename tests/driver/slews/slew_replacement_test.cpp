@@ -34,11 +34,11 @@ protected:
 
 // --- a second slew under one that waits -----------------------------------------------------------------------------
 
-using Slew = std::function<void(Telescope&, double, double)>;
+using SlewTo = std::function<void(Telescope&, double, double)>;
 
 struct SlewMember {
     const char* name;
-    Slew slew;
+    SlewTo slew;
     bool waits;
 
     friend void PrintTo(const SlewMember& member, std::ostream* out) { *out << member.name; }
@@ -117,7 +117,7 @@ TEST_P(ReplacementTest, SlewThatBeginsWhileAnotherWaitsForItsTurn_KeepsTheTelesc
     mount->ClearMisbehaviours();
     telescope->SlewToCoordinatesAsync(NormalizeHours(lst - 1.0), 20.0);
     driver->persist.WriteIniValue("DisableSafeSlew", "1");
-    for (const Slew& waiting : {kCoordinates.slew, kTarget.slew}) {
+    for (const SlewTo& waiting : {kCoordinates.slew, kTarget.slew}) {
         const int gotos = TimesSent("MS");
         machine.pump.PostAt(In(700), CallKind::Brief,
                             [&] { other->SlewToCoordinatesAsync(NormalizeHours(lst - 4.0), 50.0); });

@@ -129,6 +129,55 @@ TEST_F(OvertakenTest, SlewThatWasAskedForBeforeTheStop_DoesNotBegin_AndTheNextOn
     EXPECT_EQ(TimesSent("MS"), 1);
 }
 
+TEST_F(OvertakenTest, SlewOfAParkedMountOrWithoutALink_RaisesItsError_AlsoAfterAStop) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    const TelescopeObject other = driver->CreateTelescope();
+    const std::vector<std::function<void()>> slews{
+        [&] { telescope->SlewToCoordinatesAsync(5.0, 40.0); },
+        [&] { telescope->SlewToCoordinates(5.0, 40.0); },
+        [&] { telescope->SlewToTarget(); },
+        [&] { telescope->SlewToTargetAsync(); },
+        [&] { telescope->SlewToAltAz(120.0, 40.0); },
+    };
+    driver->motion.MountReportsParked(true);
+    const auto errorAfterStop = [&](const std::function<void()>& slew) {
+        std::uint32_t error = 0;
+        machine.pump.Post(CallKind::Brief, [&] { error = ErrorOf(slew); });
+        machine.pump.Post(CallKind::Stop, [&] { ErrorOf([&] { other->AbortSlew(); }); });
+        machine.pump.PumpMessages();
+        return error;
+    };
+    for (const auto& slew : slews) {
+        EXPECT_EQ(errorAfterStop(slew), 0x80040409U);
+    }
+    driver->motion.MountReportsParked(false);
+    telescope->Connected(false);
+    for (const auto& slew : slews) {
+        EXPECT_EQ(errorAfterStop(slew), 0x80040404U);
+    }
+    EXPECT_EQ(TimesSent("MS"), 0);
+}
+
+TEST_F(OvertakenTest, GotoOfAClientsOwnText_IsNotSent_AndOtherTextsAre) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->Tracking(true);
+    bool good = true;
+    std::string reply = "none";
+    machine.pump.Post(CallKind::WaitsLong, [&] { good = telescope->CommandBool("MS", false); });
+    machine.pump.Post(CallKind::WaitsLong, [&] { reply = telescope->CommandString(":MS#", true); });
+    machine.pump.Post(CallKind::WaitsLong, [&] { telescope->CommandBlind("MS", false); });
+    machine.pump.Post(CallKind::WaitsLong, [&] { telescope->CommandBlind("Q", false); });
+    machine.pump.Post(CallKind::Stop, [&] { telescope->AbortSlew(); });
+    const int stops = TimesSent("Q");
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(good);
+    EXPECT_EQ(reply, "");
+    EXPECT_EQ(TimesSent("MS"), 0);
+    EXPECT_EQ(TimesSent("Q"), stops + 2);
+    EXPECT_TRUE(telescope->CommandBool("MS", false)) << "one that no stop has overtaken goes out";
+    EXPECT_EQ(TimesSent("MS"), 1);
+}
+
 TEST_F(OvertakenTest, HorizontalSlewThatWasAskedForBeforeTheStop_DoesNotBegin) {
     const TelescopeObject telescope = ConnectedTelescope();
     telescope->Tracking(false);

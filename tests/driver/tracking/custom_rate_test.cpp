@@ -78,6 +78,21 @@ TEST_P(CustomRateByGenerationTest, EachValue_IsSentInTheMountsOwnSense) {
 INSTANTIATE_TEST_SUITE_P(Mounts, CustomRateByGenerationTest,
                          testing::Values("S", "U", "VKC4-P01-00", "VKC4-P02-07", "VKC4-P02-08", "VKC5-P03-01"));
 
+TEST_F(RateWireFixture, RateBeyondWhatTheMountTakes_IsRefused_AndTheLargestOneIsSent) {
+    Connect();
+    const double most = driver->state.g_dMaxMoveRate;
+    for (const double beyond : {most + 0.001, -most - 0.001, 1e300}) {
+        EXPECT_EQ(WireOf([&] { EXPECT_EQ(ErrorOf([&] { telescope->RightAscensionRate(beyond); }), 0x80040405U); }), "");
+        EXPECT_EQ(
+            WireOf([&] { EXPECT_EQ(ErrorOf([&] { telescope->DeclinationRate(beyond * 15.04107); }), 0x80040405U); }),
+            "");
+    }
+    EXPECT_EQ(telescope->RightAscensionRate(), 0.0);
+    EXPECT_EQ(telescope->DeclinationRate(), 0.0);
+    EXPECT_EQ(ErrorOf([&] { telescope->RightAscensionRate(most); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->DeclinationRate(-most * 15.04106); }), 0U);
+}
+
 // --- mounts without custom rates -------------------------------------------------------------------------------------
 
 class NoCustomRateTest : public RateWireFixture, public testing::WithParamInterface<const char*> {};

@@ -49,6 +49,44 @@ TEST_F(RateRestoreTest, ARateOfTheClient_IsTakenUpAgain) {
     }
 }
 
+TEST_F(RateRestoreTest, ARateOfTheClient_IsTakenUpAgain_AlsoWhereTheMountReportsAnotherDuringTheSlew) {
+    for (const std::int32_t rate : {1, 2}) {
+        Connect();
+        telescope->TrackingRate(rate);
+        machine.AdvanceTime(10'000);
+        const double ra = telescope->SiderealTime() - 2.0;
+        telescope->SlewToCoordinatesAsync(ra < 0.0 ? ra + 24.0 : ra, 20.0 + rate);
+        machine.AdvanceTime(7'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        EXPECT_EQ(mount->Picture().tracking, '2') << "the slew itself is at the sidereal rate";
+        EXPECT_EQ(driver->state.g_nDisplayedRate, rate + 1);
+        EXPECT_TRUE(telescope->Tracking());
+        machine.AdvanceTime(60'000);
+        EXPECT_EQ(mount->Picture().tracking, rate == 1 ? '0' : '1');
+        EXPECT_EQ(driver->state.g_nDisplayedRate, rate + 1);
+        EXPECT_EQ(telescope->TrackingRate(), rate);
+        telescope.reset();
+        driver.reset();
+        machine.serialPorts.Disconnect(1);
+    }
+}
+
+TEST_F(RateRestoreTest, ACustomRate_FallsBackToSidereal_AlsoWhereTheMountReportsItsRate) {
+    Connect();
+    telescope->RightAscensionRate(0.1);
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(SentAfterSlew().substr(0, 2), "RT");
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 1);
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
+TEST_F(RateRestoreTest, ARateThatAPersonSetsAtTheMount_IsShown_WhileNothingSlews) {
+    Connect();
+    mount->Write(":RT0#");
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 2);
+}
+
 TEST_F(RateRestoreTest, TheKingRate_IsTakenUpAgain) {
     Connect({.asksStatus = false, .king = true});
     telescope->TrackingRate(3);

@@ -1,0 +1,117 @@
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "alpaca/client_objects.h"
+#include "alpaca/request_handler.h"
+#include "fake_devices.h"
+#include "support/virtual_clock.h"
+#include "support/virtual_pump.h"
+
+/// Writes that stop one motion go ahead of other calls, and annul only earlier writes of the same motion.
+namespace kestrane::alpaca {
+namespace {
+
+std::vector<std::string>& Ran() {
+    static std::vector<std::string> ran;
+    return ran;
+}
+
+std::string NoteMoveAxis(ClientObject&, const Arguments& arguments) {
+    Ran().push_back("axis " + std::to_string(arguments.Integer(0)) + (arguments.Number(1) == 0.0 ? " stops" : " runs"));
+    return {};
+}
+
+std::string NoteTracking(ClientObject&, const Arguments& arguments) {
+    Ran().emplace_back(arguments.Boolean(0) ? "tracking on" : "tracking off");
+    return {};
+}
+
+std::string NoteOther(ClientObject&, const Arguments&) {
+    Ran().emplace_back("other");
+    return {};
+}
+
+/// The rows of the telescope, with handlers that note what ran.
+std::vector<Route> NotingRoutes() {
+    std::vector<Route> routes = TelescopeRoutes();
+    for (Route& route : routes) {
+        route.handler = route.name == "MoveAxis"                                 ? NoteMoveAxis
+                        : route.name == "Tracking" && route.verb == Verb::Put ? NoteTracking
+                                                                                 : NoteOther;
+    }
+    return routes;
+}
+
+class StopOrderTest : public testing::Test {
+protected:
+    StopOrderTest() { Ran().clear(); }
+
+    /// Asks all of these at once, "member?body", and returns what ran, in order.
+    std::vector<std::string> Ask(const std::vector<std::pair<std::string, std::string>>& puts) {
+        for (const auto& [member, body] : puts) {
+            http::Request request;
+            request.verb = Verb::Put;
+            request.path = "/api/v1/telescope/0/" + member;
+            request.body = "ClientID=1&" + body;
+            request.remoteAddress = "10.0.0.1";
+            request.connection = 1;
+            handler.Handle(request, [this](const http::Answer& answer) { answered += answer.status == 200 ? 1 : 0; });
+        }
+        pump.PumpMessages();
+        return std::exchange(Ran(), {});
+    }
+
+    VirtualClock clock;
+    VirtualPump pump{clock};
+    FakeWorld world;
+    FakeDevices devices{world};
+    RequestGate gate{[](const std::function<void(bool)>&) {}, [] {}};
+    ClientObjects objects{ClientObjectsNeeds{pump, clock, devices, gate, [] {}, LeaseTimes{}}};
+    RouteTable routes{NotingRoutes(), FocuserRoutes()};
+    Management management{{}, std::filesystem::temp_directory_path() / "no_such_file"};
+    RequestHandler handler{RequestHandlerNeeds{
+        routes, objects, pump, management, [](const std::function<void()>& function) { function(); },
+        [](http::ConnectionId) { return false; }}};
+    int answered = 0;
+};
+
+using Texts = std::vector<std::string>;
+
+TEST_F(StopOrderTest, AxisThatIsStopped_GoesAheadOfOtherCalls_AndAnEarlierStartOfItIsNotRun) {
+    EXPECT_EQ(Ask({{"slewtotarget", ""}, {"moveaxis", "Axis=0&Rate=1"}, {"moveaxis", "Axis=0&Rate=0"}}),
+              (Texts{"axis 0 stops", "other"}));
+    EXPECT_EQ(answered, 3) << "each call is answered";
+    EXPECT_EQ(Ask({{"moveaxis", "Axis=0&Rate=1"}}), Texts{"axis 0 runs"});
+}
+
+TEST_F(StopOrderTest, WritesOfOneAxisKeepTheirOrder) {
+    EXPECT_EQ(Ask({{"moveaxis", "Axis=0&Rate=0"}, {"moveaxis", "Axis=0&Rate=1"}}),
+              (Texts{"axis 0 stops", "axis 0 runs"}));
+    EXPECT_EQ(Ask({{"moveaxis", "Axis=1&Rate=1"},
+                   {"moveaxis", "Axis=1&Rate=0"},
+                   {"moveaxis", "Axis=1&Rate=2"},
+                   {"moveaxis", "Axis=1&Rate=0"},
+                   {"moveaxis", "Axis=1&Rate=3"}}),
+              (Texts{"axis 1 stops", "axis 1 stops", "axis 1 runs"}));
+}
+
+TEST_F(StopOrderTest, StopOfOneAxis_LeavesTheOtherOneAndTrackingAlone) {
+    EXPECT_EQ(Ask({{"moveaxis", "Axis=1&Rate=1"}, {"tracking", "Tracking=True"}, {"moveaxis", "Axis=0&Rate=0"}}),
+              (Texts{"axis 0 stops", "axis 1 runs", "tracking on"}));
+}
+
+TEST_F(StopOrderTest, TrackingThatIsSwitchedOff_GoesAhead_AndAnEarlierSwitchingOnIsNotRun) {
+    EXPECT_EQ(Ask({{"slewtotarget", ""},
+                   {"tracking", "Tracking=True"},
+                   {"moveaxis", "Axis=0&Rate=1"},
+                   {"tracking", "Tracking=False"}}),
+              (Texts{"tracking off", "other", "axis 0 runs"}));
+    EXPECT_EQ(Ask({{"tracking", "Tracking=False"}, {"tracking", "Tracking=True"}}),
+              (Texts{"tracking off", "tracking on"}));
+}
+
+}  // namespace
+}  // namespace kestrane::alpaca

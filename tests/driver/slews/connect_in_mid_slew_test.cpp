@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include "kernel/base/conversions.h"
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+class ConnectInMidSlewTest : public DriverFixture {};
+
+TEST_F(ConnectInMidSlewTest, ConnectDuringAGoto_LetsItArrive_AndDoesWhatFollowsAConnectThen) {
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = false;
+    options.slewSpeed = 1.0;
+    BuildMount(options);
+    const std::string ra =
+        HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
+    mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
+    machine.AdvanceTime(500);
+    mount->Read(100);
+    ASSERT_TRUE(mount->Picture().slewing);
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(8'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    EXPECT_EQ(TimesSent("Q"), 0);
+    EXPECT_FALSE(driver->state.g_bSideInitDone);
+    machine.AdvanceTime(120'000);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_NEAR(mount->Picture().declination, 20.0, 0.05);
+    EXPECT_TRUE(driver->state.g_bSideInitDone);
+}
+
+TEST_F(ConnectInMidSlewTest, ConnectToAMountThatStands_DoesWhatFollowsAtOnce) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(driver->state.g_bSideInitDone);
+}
+
+}  // namespace
+}  // namespace kestrane
