@@ -1,5 +1,6 @@
 #include "state/mount_queries.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "catalogue/vocabulary.h"
@@ -105,6 +106,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
     }
     state_.g_dRa = ra;
     ++reads_.ra;
+    readAt_.ra = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastRaText_ = HoursText(ra);
     needs_.statusWindow.lblRA.Text(lastRaText_);
@@ -157,6 +159,7 @@ bool MountQueries::KeepDec(double dec) {
     }
     state_.g_dDec = dec;
     ++reads_.dec;
+    readAt_.dec = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastDecText_ = DegreesText(dec, ForcedSign::Yes);
     needs_.statusWindow.lblDEC.Text(lastDecText_);
@@ -233,6 +236,7 @@ bool MountQueries::QueryAz() {
         return false;
     }
     ShowAz(*azimuth);
+    readAt_.az = driver_.clock.GetTickCount();
     NoteQuerySuccess();
     return true;
 }
@@ -264,6 +268,7 @@ void MountQueries::CalcAltAz() {
     RaDecToAltAz(state_.g_dSiteLatitude, GetLst(), state_.g_dRa, state_.g_dDec, altitude, azimuth);
     ShowAz(azimuth);
     ShowAlt(altitude);
+    readAt_.az = readAt_.ra && readAt_.dec && *readAt_.ra - *readAt_.dec > 0 ? readAt_.dec : readAt_.ra;
 }
 
 bool MountQueries::QueryGos() {
@@ -273,6 +278,11 @@ bool MountQueries::QueryGos() {
     state_.g_tickLastGos = driver_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
         const std::string reply = Ask(wire::Status);
+        if (reply.empty()) {
+            NoteSilence(statusSilences_, state_.g_tickLastGos);
+        } else {
+            statusSilences_ = 0;
+        }
         if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
             // A coordinate or a time may have the length of a status text, and would be read as motion or stillness.
             RecoverSlippedExchange("GOS Query", kIgnored);
@@ -321,6 +331,15 @@ void MountQueries::NoteNoResponse() {
         state_.g_bLostComms = true;
         BlankPosition();
         needs_.handBox.lblLST.Text("");
+    }
+}
+
+/// A query that the mount has stopped answering costs each time what all tries of an exchange cost: it is asked less
+/// often.
+void MountQueries::NoteSilence(std::int16_t& silences, Tick& stamp) {
+    silences = static_cast<std::int16_t>(std::min(silences + 1, int{kSilentAfter}));
+    if (silences == kSilentAfter) {
+        stamp = driver_.clock.GetTickCount() + kSlowIntervalMs;
     }
 }
 

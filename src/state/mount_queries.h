@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -42,6 +43,12 @@ struct CoordinateReads {
     std::uint32_t dec = 0;
     std::uint32_t alt = 0;
     std::uint32_t az = 0;
+};
+
+/// When each coordinate was accepted last; nothing before the first time. A computed azimuth is as old as what it was
+/// computed from.
+struct CoordinateTimes {
+    std::optional<Tick> ra, dec, az;
 };
 
 /// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round of
@@ -108,6 +115,7 @@ public:
 
     /// Lets the caller tell a coordinate that has not moved from one that was not read.
     CoordinateReads Reads() const { return reads_; }
+    CoordinateTimes ReadAt() const { return readAt_; }
     /// Texts of the last answered position, for the slew flash.
     const std::string& LastRaText() const { return lastRaText_; }
     const std::string& LastDecText() const { return lastDecText_; }
@@ -115,6 +123,7 @@ public:
     const std::string& LastAzText() const { return lastAzText_; }
 
 private:
+    static constexpr std::int16_t kSilentAfter = 3;  // unanswered queries of one kind in a row
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
     bool KeepRa(const std::string& reply);
@@ -122,6 +131,7 @@ private:
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
     void LogIgnored(std::string_view origin);
+    void NoteSilence(std::int16_t& silences, Tick& stamp);
     /// What waits on a line that needs a resync when a question is about to go out.
     enum class Leftovers { Cleared, Kept };
     std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared);
@@ -149,6 +159,10 @@ private:
     bool fillingHandBox_ = false;  ///< `CheckInitialPosition` is filling the hand box
     std::string shownTime_;        ///< the mount's local time as the hand box shows it
     CoordinateReads reads_;
+    CoordinateTimes readAt_;
+    std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer
+    std::int16_t delaySilences_ = 0;   ///< the same of the meridian delay
+    Tick meridianDelayAsked_;          ///< its stamp
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };
 

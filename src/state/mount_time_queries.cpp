@@ -116,11 +116,16 @@ bool MountQueries::QueryTime() {
 
 void MountQueries::QueryMeridianDelay() {
     constexpr std::string_view origin = "Meridian Limits Query";
+    if (delaySilences_ == kSilentAfter && !IsDue(meridianDelayAsked_, kSlowIntervalMs)) {
+        return;
+    }
     const std::string reply = Ask(wire::GetMeridianDelay);
     if (reply.empty()) {
+        NoteSilence(delaySilences_, meridianDelayAsked_);
         driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
     }
+    delaySilences_ = 0;
     if (!ReadMeridianReply(reply, driver_.log)) {
         LogIgnored(origin);
         return;

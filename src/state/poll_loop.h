@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "forms/frm_ask_abort_slew.h"
@@ -54,15 +55,20 @@ public:
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.
     void SetPolling(bool enable);
+    /// Whether a coordinate that was accepted last at `readAt` (nothing: never) is too old for clients: more than 30 s,
+    /// although the poll could ask. While the driver keeps the poll off the line, and for 10 s after it, nothing is.
+    bool IsStale(std::optional<Tick> readAt) const;
 
 private:
-    enum class Asked { Lst, Time, Other };
+    using Query = bool (MountQueries::*)();
 
     // poll_loop.cpp
     void WatchMotion();
     void AskWhatIsDue();
     void FinishSlew();
-    Asked RunDueQuery();
+    Query RunDueQuery();
+    Query ChooseQuery();
+    void NoteHeldOff();
     void ShowLogState();
     void PauseLogWhileParked();
 
@@ -88,6 +94,9 @@ private:
     Essentials driver_;
     DriverState& state_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
+    /// Since when the poll may ask for the coordinates, and for the rest, which waits during slews; nothing before the
+    /// first step.
+    std::optional<Tick> asksSince_, asksRestSince_;
 };
 
 }  // namespace kestrane
