@@ -17,7 +17,6 @@ constexpr std::int32_t kDrainLimitMs = 2000;
 
 constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
-constexpr std::string_view kNeverInAStatusText = ":*";
 
 /// The first character, "0" and the last eight characters, unless the degrees begin with a digit from 0 to 3.
 std::string WithDroppedDigit(const std::string& reply) {
@@ -105,6 +104,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
         return false;
     }
     state_.g_dRa = ra;
+    state_.g_bRaRead = true;
     ++reads_.ra;
     readAt_.ra = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
@@ -158,6 +158,7 @@ bool MountQueries::KeepDec(double dec) {
         return false;
     }
     state_.g_dDec = dec;
+    state_.g_bDecRead = true;
     ++reads_.dec;
     readAt_.dec = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
@@ -283,8 +284,9 @@ bool MountQueries::QueryGos() {
         } else {
             statusSilences_ = 0;
         }
-        if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
+        if (!MayBeStatusText(reply)) {
             // A coordinate or a time may have the length of a status text, and would be read as motion or stillness.
+            state_.g_bGosActive = false;
             RecoverSlippedExchange("GOS Query", kIgnored);
             ClearReceiveBuffer();
             return false;
@@ -299,8 +301,12 @@ bool MountQueries::QueryGos() {
     return false;
 }
 
+bool MountQueries::IsAtPowerOnPosition() const {
+    return state_.g_bRaRead && state_.g_bDecRead && state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec;
+}
+
 void MountQueries::CheckInitialPosition() {
-    if (state_.g_dRa != kPowerOnRa || state_.g_dDec != kPowerOnDec) {
+    if (!IsAtPowerOnPosition()) {
         state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = false;
         return;
     }

@@ -95,10 +95,17 @@ public:
     void UpdateMountTimeDisplay();
     /// Shows `g_dTimeZone` with the usual sign: local time minus UTC.
     void ShowTimeZone();
+    /// Keeps a meridian delay (hours) that the mount has told twice, and shows it.
+    void TakeOverMeridianDelay(double hours);
+    /// The mount has told a meridian delay that is the known one.
+    void NoteMeridianDelayAgrees();
     void UpdateCounterweightState();
     /// Computes altitude and azimuth from RA, Dec and sidereal time.
     void CalcAltAz();
 
+    /// Whether the mount reports exactly RA 0 and Dec 90, and both were read since the link was opened: a value that
+    /// was never read looks the same.
+    bool IsAtPowerOnPosition() const;
     /// For use after a declination was read. A mount that reports exactly RA 0 and Dec 90 was never given its position.
     /// The hand box is filled on the first such report and on every second one after it; an open confirmation of
     /// an unpark stops that until the position changes.

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kTimeLength = 8;       // HH:MM:SS
 constexpr std::size_t kTimeZoneLength = 10;  // HH:MM:SS.S
+constexpr std::size_t kStatusFields = 14;    // what follows them has no meaning
 
 struct Sexagesimal {
     bool negative = false;
@@ -86,6 +87,10 @@ bool IsTimeZone(std::string_view text, Log& log) {
 }
 
 }  // namespace
+
+bool MayBeStatusText(std::string_view reply) {
+    return reply.substr(0, kStatusFields).find_first_of(":*") == std::string_view::npos;
+}
 
 std::optional<double> ReadRaReply(std::string_view reply, Log& log) {
     const std::optional<double> hours = ReadHours(reply, log);

@@ -131,10 +131,24 @@ void MountQueries::QueryMeridianDelay() {
         return;
     }
     const double delay = ProtocolHours(reply, driver_.log);
-    if (delay != state_.g_dMeridianDelay) {
-        state_.g_dMeridianDelay = delay;
-        needs_.panel.SetMeridianDelayUI(delay);
+    if (delay == state_.g_dMeridianDelay) {
+        NoteMeridianDelayAgrees();
+    } else if (ReadMeridianReply(Ask(wire::GetMeridianDelay), driver_.log) == delay) {
+        TakeOverMeridianDelay(delay);
+    } else {
+        driver_.log.LogMessage(origin, LogLevel::Warning, "Two readings differ; neither is used.");
     }
+}
+
+void MountQueries::TakeOverMeridianDelay(double hours) {
+    state_.g_dMeridianDelay = hours;
+    state_.g_bMeridianDelayRead = state_.g_bMeridianDelayKnown = true;
+    needs_.panel.SetMeridianDelayUI(hours);
+}
+
+void MountQueries::NoteMeridianDelayAgrees() {
+    state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayKnown || state_.g_bMeridianDelayRead;
+    state_.g_bMeridianDelayRead = true;
 }
 
 /// Gives the mount the PC's time, date and zone.

@@ -231,10 +231,12 @@ void Telescope::ReadPosition() {
     if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, driver_.log) && value >= 0.0 &&
         value < 24.0) {
         state_.g_dRa = value;
+        state_.g_bRaRead = true;
     }
     if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetDec), value, driver_.log) && value >= -90.0 &&
         value <= 90.0) {
         state_.g_dDec = value;
+        state_.g_bDecRead = true;
     }
 }
 

@@ -173,6 +173,7 @@ protected:
         EXPECT_FALSE(state.g_bParking);
         EXPECT_TRUE(state.g_bTracking);
         EXPECT_EQ(state.g_nNoResponse, 0);
+        EXPECT_EQ(mount->Picture().meridianDelay, 0.0);
         EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
     }
 

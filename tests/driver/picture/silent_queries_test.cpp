@@ -95,6 +95,21 @@ TEST_F(SilentQueriesTest, WhileTheDriverKeepsThePollOffTheLine_NoCoordinateIsOld
     EXPECT_EQ(ErrorOf([&] { telescope->RightAscension(); }), kLostCommunications);
 }
 
+TEST_F(SilentQueriesTest, MeridianDelayOfTheMount_SurvivesAConnectThatCannotReadIt) {
+    ExpectSwallow("CommandString");
+    mount->Write(":SM01:00:00#");
+    machine.AdvanceTime(1'000);
+    mount->Read(100);
+    ASSERT_EQ(mount->Picture().meridianDelay, 1.0);
+    machine.clock.SetLocalTime(DateTime{2024, 3, 20, 21, 5, 30, 0});  // the mount's clock is set at the connect
+    mount->Add(std::make_unique<DropsReply>("GM", 3));
+    telescope = ConnectedTelescope();
+    machine.AdvanceTime(20'000);
+    EXPECT_TRUE(Logged("SET utcDate = ")) << "which sends the delay along";
+    EXPECT_EQ(mount->Picture().meridianDelay, 1.0);
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.0);
+}
+
 TEST_F(SilentQueriesTest, StatusAndMeridianDelay_AreAskedLessOftenFromTheirThirdSilenceOn) {
     Connect();
     Silence({"GOS", "GM"});
