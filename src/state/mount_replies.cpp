@@ -97,6 +97,14 @@ std::optional<double> ReadRaReply(std::string_view reply, Log& log) {
     return hours && *hours >= 0.0 && *hours < 24.0 ? hours : std::nullopt;
 }
 
+bool IsShortAngle(std::string_view reply) {
+    const std::string text = Trim(reply);
+    const std::string_view digits = std::string_view(text).substr(text.find_first_of("+-") == 0 ? 1 : 0);
+    const std::size_t star = digits.find('*');
+    return star != std::string_view::npos && star > 0 && star <= 3 && IsAllDigits(digits.substr(0, star)) &&
+           IsTwoDigits(digits.substr(star + 1), 59);
+}
+
 std::optional<double> ReadDegrees(std::string_view reply, Log& log) {
     double degrees = 0.0;
     return ParseProtocolDegrees(reply, degrees, log) ? std::optional(degrees) : std::nullopt;

@@ -17,6 +17,8 @@ namespace kestrane {
 bool MayBeStatusText(std::string_view reply);
 /// Right ascension and sidereal time: hours, from 0 up to below 24.
 std::optional<double> ReadRaReply(std::string_view reply, Log& log);
+/// Whether the reply is an angle of the short format, without seconds: [s]D[DD]*MM.
+bool IsShortAngle(std::string_view reply);
 /// Declination and altitude: sDD*MM:SS, degrees up to 90; the sign plays no part in the form.
 std::optional<double> ReadDecReply(std::string_view reply, Log& log);
 /// The same where no check of the form is made.
