@@ -48,6 +48,9 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
 
 void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& address) {
     Opening opening{.ip = ip, .portText = address};
+    // What was read from the mount of an earlier link says nothing about this one.
+    state_.g_bRaRead = state_.g_bDecRead = false;
+    state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayRead = false;
     if (!ip) {
         opening.portText = driver_.persist.Read(setting::Port);
         if (opening.portText.empty()) {

@@ -1,6 +1,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/connection_manager.h"
+#include "state/site_query.h"
 
 namespace kestrane {
 namespace {
@@ -91,11 +92,10 @@ void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeou
 }
 
 bool ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
-    const std::string reply = Talk(procedure::ReadSite).CommandStringInternal(question);
-    double read = 0.0;
-    const bool good = ParseProtocolDegrees(reply, read, driver_.log);
-    degrees = good ? read : 0.0;
-    return good;
+    Sequence mount = Talk(procedure::ReadSite);
+    const std::optional<double> read = AskSiteDegrees(mount, question, driver_.log);
+    degrees = read.value_or(0.0);
+    return read.has_value();
 }
 
 bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,

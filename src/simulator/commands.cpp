@@ -70,8 +70,20 @@ std::string RightAscensionText(const MountModel& mount) {
     return mount.longFormat ? HoursText(hours, RaDecimals(mount)) : ShortHoursText(hours);
 }
 
+bool AnglesAreShort(const MountModel& mount) {
+    return mount.shortAngles && !mount.longFormat;
+}
+
+std::string AngleText(const MountModel& mount, double degrees) {
+    return AnglesAreShort(mount) ? ShortSignedDegreesText(degrees) : SignedDegreesText(degrees, AngleDecimals(mount));
+}
+
+std::string AroundText(const MountModel& mount, double degrees) {
+    return AnglesAreShort(mount) ? ShortCircleText(degrees) : CircleText(degrees, AngleDecimals(mount));
+}
+
 std::string DeclinationText(const MountModel& mount) {
-    std::string text = SignedDegreesText(mount.Declination(), AngleDecimals(mount));
+    std::string text = AngleText(mount, mount.Declination());
     if (mount.firmware.strayDecDigit && mount.Initialised()) {
         text.insert(1, 1, '8');
     }
@@ -304,15 +316,15 @@ constexpr std::array kRows{
     // Queries
     Row{"GR",      kNone,     [](Call& c) { return Text(RightAscensionText(c.mount)); }},
     Row{"GD",      kNone,     [](Call& c) { return Text(DeclinationText(c.mount)); }},
-    Row{"GA",      kNone,     [](Call& c) { return Text(SignedDegreesText(c.mount.AltAz().altitude, AngleDecimals(c.mount))); }},
-    Row{"GZ",      kNone,     [](Call& c) { return Text(CircleText(c.mount.AltAz().azimuth, AngleDecimals(c.mount))); }},
+    Row{"GA",      kNone,     [](Call& c) { return Text(AngleText(c.mount, c.mount.AltAz().altitude)); }},
+    Row{"GZ",      kNone,     [](Call& c) { return Text(AroundText(c.mount, c.mount.AltAz().azimuth)); }},
     Row{"GS",      kNone,     [](Call& c) { return Text(HoursText(c.mount.SiderealTime(), 0)); }},
     Row{"GL",      kNone,     [](Call& c) { return Text(HoursText(std::floor(c.mount.clock.LocalHours() * 3600 + 1e-6) / 3600, 0)); }},
     Row{"GG",      kNone,     [](Call& c) { return Text(OffsetText(c.mount.clock.Zone())); }},
     Row{"GM",      kNone,     [](Call& c) { return Text(OffsetText(c.mount.meridianDelay)); }, HasMeridianDelay},
     Row{"pS",      kNone,     [](Call& c) { return Text(c.mount.axes.Side() == PierSide::East ? "East" : "West"); }, HasPierSide},
-    Row{"Gg",      kNone,     [](Call& c) { return Text(CircleText(c.mount.longitudeWest, AngleDecimals(c.mount))); }},
-    Row{"Gt",      kNone,     [](Call& c) { return Text(SignedDegreesText(c.mount.Latitude(), AngleDecimals(c.mount))); }},
+    Row{"Gg",      kNone,     [](Call& c) { return Text(AroundText(c.mount, c.mount.longitudeWest)); }},
+    Row{"Gt",      kNone,     [](Call& c) { return Text(AngleText(c.mount, c.mount.Latitude())); }},
     Row{"Rc",      kNone,     [](Call& c) { return Text(NumberText(c.mount.rates.centering)); }},
 
     // Settings

@@ -40,6 +40,7 @@ MountModel::MountModel(const MountSimulatorOptions& options, const Firmware& fam
       axes(options.slewAcceleration, options.parkedAtPowerOn ? kHome : kUnparkedStart, PierSide::East),
       longitudeWest(FoldCircle(options.longitudeWest)),
       longFormat(options.longFormat),
+      shortAngles(options.shortAngles),
       latitude_(options.latitude),
       slewSpeed_(options.slewSpeed),
       minimumElevation_(options.minimumElevation),

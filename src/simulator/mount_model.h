@@ -81,6 +81,7 @@ public:
     double decBacklash = 0;    ///< arc-seconds
     double raBacklash = 0;     ///< arc-seconds
     bool longFormat;
+    bool shortAngles;  ///< in short format angles have no seconds
     bool swappedEastWest = false;
     bool swappedNorthSouth = false;
     bool autoPark = false;  ///< only shown in the status string

@@ -33,6 +33,7 @@ struct MountSimulatorOptions {
     double latitude = 47.0;                ///< degrees, north positive
     double longitudeWest = 350.0;          ///< degrees, 0 to 360, west positive (350 is 10 degrees east)
     bool longFormat = true;                ///< long format at power-on
+    bool shortAngles = false;              ///< in short format angles have no seconds either: sDD*MM, DDD*MM
     bool parkedAtPowerOn = true;           ///< power-on state: RA 0, Dec 90, not initialised; else it tracks
     std::optional<MountPointing> start;    ///< of a mount that tracks; nothing for 3 h west, 45 degrees from the pole
     GotoPath gotoPath = GotoPath::CounterweightDown;

@@ -170,6 +170,16 @@ std::string CircleText(double degrees, int decimals) {
     return Text(Split(Folded(degrees, 360), decimals, 360), 3, '*', decimals);
 }
 
+std::string ShortSignedDegreesText(double degrees) {
+    const std::int64_t minutes = std::llround(std::abs(degrees) * 60.0);
+    return (degrees < 0 && minutes != 0 ? "-" : "+") + Padded(minutes / 60, 2) + '*' + Padded(minutes % 60, 2);
+}
+
+std::string ShortCircleText(double degrees) {
+    const std::int64_t minutes = std::llround(Folded(degrees, 360) * 60.0) % 21600;
+    return Padded(minutes / 60, 3) + '*' + Padded(minutes % 60, 2);
+}
+
 std::string NumberText(double value) {
     std::array<char, 32> buffer{};
     const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);

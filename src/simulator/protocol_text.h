@@ -19,6 +19,9 @@ std::string OffsetText(double hours);
 std::string SignedDegreesText(double degrees, int decimals);
 /// DDD*MM:SS with `decimals` digits; brought into the range from 0 to below 360.
 std::string CircleText(double degrees, int decimals);
+/// sDD*MM and DDD*MM, the short forms of angles.
+std::string ShortSignedDegreesText(double degrees);
+std::string ShortCircleText(double degrees);
 /// A plain number without trailing zeros.
 std::string NumberText(double value);
 

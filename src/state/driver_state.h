@@ -83,7 +83,11 @@ struct DriverState : LogState, CounterState {
     double g_dMountTime = 0.0;      ///< last local time read from the mount, hours
     double g_dTimeZone = 0.0;       ///< last UTC offset read from the mount, hours, with the mount's sign
     double g_dMeridianDelay = 0.0;  ///< hours, -6 to 6
-    double g_dHourAngle = 0.0;      ///< hours, -12 to 12
+    /// Two readings since the link was opened agreed with it, or a person has set it: only then is it sent to the
+    /// mount.
+    bool g_bMeridianDelayKnown = false;
+    bool g_bMeridianDelayRead = false;  ///< one reading since the link was opened agreed with it
+    double g_dHourAngle = 0.0;          ///< hours, -12 to 12
     std::int16_t g_nSideOfPier = pier_side::East;
     OwnedBy<Motion, bool> g_bParked{false};
     bool g_bTracking = false;
@@ -96,6 +100,8 @@ struct DriverState : LogState, CounterState {
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time
     std::int16_t g_nSamePosition = 0;           ///< reports in a row that repeated the last position
+    bool g_bRaRead = false;                     ///< `g_dRa` was read since the link was opened
+    bool g_bDecRead = false;                    ///< `g_dDec` likewise
     bool g_bInitUiDone = false;                 ///< the hand box was filled for the reported power-on position
     bool g_bUnparkConfirmOpen = false;          ///< the hand box asks from which position to unpark the mount
 

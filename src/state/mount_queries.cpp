@@ -1,5 +1,6 @@
 #include "state/mount_queries.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "catalogue/vocabulary.h"
@@ -16,7 +17,6 @@ constexpr std::int32_t kDrainLimitMs = 2000;
 
 constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
-constexpr std::string_view kNeverInAStatusText = ":*";
 
 /// The first character, "0" and the last eight characters, unless the degrees begin with a digit from 0 to 3.
 std::string WithDroppedDigit(const std::string& reply) {
@@ -115,7 +115,9 @@ bool MountQueries::KeepRa(const std::string& reply) {
         return false;
     }
     state_.g_dRa = ra;
+    state_.g_bRaRead = true;
     ++reads_.ra;
+    readAt_.ra = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastRaText_ = HoursText(ra);
     needs_.statusWindow.lblRA.Text(lastRaText_);
@@ -167,7 +169,9 @@ bool MountQueries::KeepDec(double dec) {
         return false;
     }
     state_.g_dDec = dec;
+    state_.g_bDecRead = true;
     ++reads_.dec;
+    readAt_.dec = driver_.clock.GetTickCount();
     needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec);
     lastDecText_ = DegreesText(dec, ForcedSign::Yes);
     needs_.statusWindow.lblDEC.Text(lastDecText_);
@@ -244,6 +248,7 @@ bool MountQueries::QueryAz() {
         return false;
     }
     ShowAz(*azimuth);
+    readAt_.az = driver_.clock.GetTickCount();
     NoteQuerySuccess();
     return true;
 }
@@ -275,6 +280,7 @@ void MountQueries::CalcAltAz() {
     RaDecToAltAz(state_.g_dSiteLatitude, GetLst(), state_.g_dRa, state_.g_dDec, altitude, azimuth);
     ShowAz(azimuth);
     ShowAlt(altitude);
+    readAt_.az = readAt_.ra && readAt_.dec && *readAt_.ra - *readAt_.dec > 0 ? readAt_.dec : readAt_.ra;
 }
 
 bool MountQueries::QueryGos() {
@@ -284,8 +290,14 @@ bool MountQueries::QueryGos() {
     state_.g_tickLastGos = driver_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
         const std::string reply = Ask(wire::Status);
-        if (reply.find_first_of(kNeverInAStatusText) != std::string::npos) {
+        if (reply.empty()) {
+            NoteSilence(statusSilences_, state_.g_tickLastGos);
+        } else {
+            statusSilences_ = 0;
+        }
+        if (!MayBeStatusText(reply)) {
             // A coordinate or a time may have the length of a status text, and would be read as motion or stillness.
+            state_.g_bGosActive = false;
             RecoverSlippedExchange("GOS Query", kIgnored);
             ClearReceiveBuffer();
             return false;
@@ -300,8 +312,12 @@ bool MountQueries::QueryGos() {
     return false;
 }
 
+bool MountQueries::IsAtPowerOnPosition() const {
+    return state_.g_bRaRead && state_.g_bDecRead && state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec;
+}
+
 void MountQueries::CheckInitialPosition() {
-    if (state_.g_dRa != kPowerOnRa || state_.g_dDec != kPowerOnDec) {
+    if (!IsAtPowerOnPosition()) {
         state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = false;
         return;
     }
@@ -334,6 +350,15 @@ void MountQueries::NoteNoResponse() {
         state_.g_bLostComms = true;
         BlankPosition();
         needs_.handBox.lblLST.Text("");
+    }
+}
+
+/// A query that the mount has stopped answering costs each time what all tries of an exchange cost: it is asked less
+/// often.
+void MountQueries::NoteSilence(std::int16_t& silences, Tick& stamp) {
+    silences = static_cast<std::int16_t>(std::min(silences + 1, int{kSilentAfter}));
+    if (silences == kSilentAfter) {
+        stamp = driver_.clock.GetTickCount() + kSlowIntervalMs;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -42,6 +43,12 @@ struct CoordinateReads {
     std::uint32_t dec = 0;
     std::uint32_t alt = 0;
     std::uint32_t az = 0;
+};
+
+/// When each coordinate was accepted last; nothing before the first time. A computed azimuth is as old as what it was
+/// computed from.
+struct CoordinateTimes {
+    std::optional<Tick> ra, dec, az;
 };
 
 /// The driver's picture of the mount: one procedure for each thing that the mount can be asked, each a whole round of
@@ -95,10 +102,17 @@ public:
     void UpdateMountTimeDisplay();
     /// Shows `g_dTimeZone` with the usual sign: local time minus UTC.
     void ShowTimeZone();
+    /// Keeps a meridian delay (hours) that the mount has told twice, and shows it.
+    void TakeOverMeridianDelay(double hours);
+    /// The mount has told a meridian delay that is the known one.
+    void NoteMeridianDelayAgrees();
     void UpdateCounterweightState();
     /// Computes altitude and azimuth from RA, Dec and sidereal time.
     void CalcAltAz();
 
+    /// Whether the mount reports exactly RA 0 and Dec 90, and both were read since the link was opened: a value that
+    /// was never read looks the same.
+    bool IsAtPowerOnPosition() const;
     /// For use after a declination was read. A mount that reports exactly RA 0 and Dec 90 was never given its position.
     /// The hand box is filled on the first such report and on every second one after it; an open confirmation of
     /// an unpark stops that until the position changes.
@@ -115,6 +129,7 @@ public:
 
     /// Lets the caller tell a coordinate that has not moved from one that was not read.
     CoordinateReads Reads() const { return reads_; }
+    CoordinateTimes ReadAt() const { return readAt_; }
     /// Texts of the last answered position, for the slew flash.
     const std::string& LastRaText() const { return lastRaText_; }
     const std::string& LastDecText() const { return lastDecText_; }
@@ -122,6 +137,7 @@ public:
     const std::string& LastAzText() const { return lastAzText_; }
 
 private:
+    static constexpr std::int16_t kSilentAfter = 3;  // unanswered queries of one kind in a row
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
     bool KeepRa(const std::string& reply);
@@ -129,6 +145,7 @@ private:
     void RecoverSlippedExchange(std::string_view origin, std::string_view text);
     void LogNoResponse(std::string_view origin, std::string_view what);
     void LogIgnored(std::string_view origin);
+    void NoteSilence(std::int16_t& silences, Tick& stamp);
     /// What waits on a line that needs a resync when a question is about to go out.
     enum class Leftovers { Cleared, Kept };
     std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared);
@@ -160,6 +177,10 @@ private:
     bool inTick_ = false;          ///< a poll step runs
     bool silent_ = false;          ///< a question of this poll step went unanswered
     CoordinateReads reads_;
+    CoordinateTimes readAt_;
+    std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer
+    std::int16_t delaySilences_ = 0;   ///< the same of the meridian delay
+    Tick meridianDelayAsked_;          ///< its stamp
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };
 

@@ -32,8 +32,10 @@ void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
     }
     const std::string newType{type};
     if (!factory_->CreateRateCollections(newType, guide_, centering_, slew_)) {
-        driver_.log.LogMessage("UpdateMountRates", LogLevel::Error,
-                               "Failed to create mount rate lists for mount type '" + newType + "'");
+        if (unknownTypes_.insert(newType).second) {  // once: the status text repeats it every few seconds
+            driver_.log.LogMessage("UpdateMountRates", LogLevel::Error,
+                                   "Failed to create mount rate lists for mount type '" + newType + "'");
+        }
         return;
     }
     driver_.state.g_sMountRateType = newType;
@@ -42,7 +44,12 @@ void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
     LogRates("Centering Rate", centering_);
     LogRates("Slew Rate", slew_);
     FillLists();
-    driver_.persist.Write(setting::MountRateType, newType);
+    // The controller only says that it does not know the type; what the mount has told stays stored.
+    const bool told = !newType.empty() || rebuild == RebuildRates::WhenTypeIsNew;
+    if (told && newType != stored_) {
+        driver_.persist.Write(setting::MountRateType, newType);
+        stored_ = newType;
+    }
 }
 
 bool MountRates::IsRateTypeOpen() const {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <optional>
+#include <set>
+#include <string>
 #include <string_view>
 
 #include "catalogue/ks_mount.h"
@@ -31,8 +33,9 @@ public:
     explicit MountRates(MountRatesNeeds needs) : needs_(needs), driver_(needs_.driver) {}
 
     /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in use, when there are none yet,
-    /// or always; then fills the lists and stores the type as `MountRateType`. Any other type gives the legacy rows and
-    /// an error in the log; the type in use, its setting and the lists stay as they were.
+    /// or always; then fills the lists and stores the type as `MountRateType`, unless it was stored last already or is
+    /// an empty one that was to be built always. Any other type gives the legacy rows and, the first time, an error in
+    /// the log; the type in use, its setting and the lists stay as they were.
     void UpdateMountRates(std::string_view type, RebuildRates rebuild = RebuildRates::WhenTypeIsNew);
 
     /// Whether the mount has not reported its rate type: "" and "unknown".
@@ -51,6 +54,8 @@ private:
     MountRatesNeeds needs_;
     Essentials driver_;
     std::optional<MountRatesFactory> factory_;
+    std::optional<std::string> stored_;   ///< the type that was stored last
+    std::set<std::string> unknownTypes_;  ///< they are logged once
     MountRateCollection guide_, centering_, slew_;
 };
 

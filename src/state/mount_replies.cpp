@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kTimeLength = 8;       // HH:MM:SS
 constexpr std::size_t kTimeZoneLength = 10;  // HH:MM:SS.S
+constexpr std::size_t kStatusFields = 14;    // what follows them has no meaning
 
 struct Sexagesimal {
     bool negative = false;
@@ -87,9 +88,21 @@ bool IsTimeZone(std::string_view text, Log& log) {
 
 }  // namespace
 
+bool MayBeStatusText(std::string_view reply) {
+    return reply.substr(0, kStatusFields).find_first_of(":*") == std::string_view::npos;
+}
+
 std::optional<double> ReadRaReply(std::string_view reply, Log& log) {
     const std::optional<double> hours = ReadHours(reply, log);
     return hours && *hours >= 0.0 && *hours < 24.0 ? hours : std::nullopt;
+}
+
+bool IsShortAngle(std::string_view reply) {
+    const std::string text = Trim(reply);
+    const std::string_view digits = std::string_view(text).substr(text.find_first_of("+-") == 0 ? 1 : 0);
+    const std::size_t star = digits.find('*');
+    return star != std::string_view::npos && star > 0 && star <= 3 && IsAllDigits(digits.substr(0, star)) &&
+           IsTwoDigits(digits.substr(star + 1), 59);
 }
 
 std::optional<double> ReadDegrees(std::string_view reply, Log& log) {

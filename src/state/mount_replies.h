@@ -12,8 +12,13 @@
 /// value.
 namespace kestrane {
 
+/// Whether a reply may be a status text: the 14 characters that have a meaning hold neither ":" nor "*", which are in
+/// every time and angle.
+bool MayBeStatusText(std::string_view reply);
 /// Right ascension and sidereal time: hours, from 0 up to below 24.
 std::optional<double> ReadRaReply(std::string_view reply, Log& log);
+/// Whether the reply is an angle of the short format, without seconds: [s]D[DD]*MM.
+bool IsShortAngle(std::string_view reply);
 /// Declination and altitude: sDD*MM:SS, degrees up to 90; the sign plays no part in the form.
 std::optional<double> ReadDecReply(std::string_view reply, Log& log);
 /// The same where no check of the form is made.

@@ -116,20 +116,39 @@ bool MountQueries::QueryTime() {
 
 void MountQueries::QueryMeridianDelay() {
     constexpr std::string_view origin = "Meridian Limits Query";
+    if (delaySilences_ == kSilentAfter && !IsDue(meridianDelayAsked_, kSlowIntervalMs)) {
+        return;
+    }
     const std::string reply = Ask(wire::GetMeridianDelay);
     if (reply.empty()) {
+        NoteSilence(delaySilences_, meridianDelayAsked_);
         driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");
         return;
     }
+    delaySilences_ = 0;
     if (!ReadMeridianReply(reply, driver_.log)) {
         LogIgnored(origin);
         return;
     }
     const double delay = ProtocolHours(reply, driver_.log);
-    if (delay != state_.g_dMeridianDelay) {
-        state_.g_dMeridianDelay = delay;
-        needs_.panel.SetMeridianDelayUI(delay);
+    if (delay == state_.g_dMeridianDelay) {
+        NoteMeridianDelayAgrees();
+    } else if (ReadMeridianReply(Ask(wire::GetMeridianDelay), driver_.log) == delay) {
+        TakeOverMeridianDelay(delay);
+    } else {
+        driver_.log.LogMessage(origin, LogLevel::Warning, "Two readings differ; neither is used.");
     }
+}
+
+void MountQueries::TakeOverMeridianDelay(double hours) {
+    state_.g_dMeridianDelay = hours;
+    state_.g_bMeridianDelayRead = state_.g_bMeridianDelayKnown = true;
+    needs_.panel.SetMeridianDelayUI(hours);
+}
+
+void MountQueries::NoteMeridianDelayAgrees() {
+    state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayKnown || state_.g_bMeridianDelayRead;
+    state_.g_bMeridianDelayRead = true;
 }
 
 /// Gives the mount the PC's time, date and zone.

@@ -1,11 +1,42 @@
 #include "state/poll_loop.h"
 
+#include <array>
+
 namespace kestrane {
 namespace {
 
 constexpr std::int32_t kParkedBeforePauseMs = 3 * 60 * 1000;
 constexpr std::int32_t kIntervalAfterAbortMs = 1000;  // of the status text
 constexpr std::int32_t kRed = 255;
+constexpr double kStarvedIntervals = 3.0;
+constexpr std::int32_t kOldestReadingMs = 30'000;
+constexpr std::int32_t kFirstReadingsMs = 10'000;  // until each coordinate was asked for again
+constexpr std::int32_t kLongestWaitMs = 600'000;   // that is looked at; keeps the ticks far from their wrap
+
+struct PolledQuery {
+    Tick DriverState::*stamp;
+    std::int32_t intervalMs;
+    bool (MountQueries::*ask)();
+    bool duringSlews;
+};
+
+/// In the order in which they have their turn.
+// clang-format off
+constexpr std::array kPolledQueries{
+    PolledQuery{&DriverState::g_tickLastLst,      MountQueries::kSlowIntervalMs,       &MountQueries::QueryLst,         false},
+    PolledQuery{&DriverState::g_tickLastTime,     MountQueries::kSlowIntervalMs,       &MountQueries::QueryTime,        false},
+    PolledQuery{&DriverState::g_tickLastTimeZone, MountQueries::kTimeZoneIntervalMs,   &MountQueries::QueryTimeZone,    false},
+    PolledQuery{&DriverState::g_tickLastSide,     MountQueries::kSideIntervalMs,       &MountQueries::QuerySideOfMount, false},
+    PolledQuery{&DriverState::g_tickLastAlt,      MountQueries::kCoordinateIntervalMs, &MountQueries::QueryAlt,         true},
+    PolledQuery{&DriverState::g_tickLastAz,       MountQueries::kCoordinateIntervalMs, &MountQueries::QueryAz,          true},
+    PolledQuery{&DriverState::g_tickLastRa,       MountQueries::kCoordinateIntervalMs, &MountQueries::QueryRa,          true},
+    PolledQuery{&DriverState::g_tickLastDec,      MountQueries::kCoordinateIntervalMs, &MountQueries::QueryDec,         true},
+};
+// clang-format on
+
+Tick Later(Tick a, Tick b) {
+    return a - b > 0 ? a : b;
+}
 
 /// Marks the poll step as running, however it ends.
 class InPoll {
@@ -34,6 +65,9 @@ private:
 }  // namespace
 
 void PollLoop::SetPolling(bool enable) {
+    if (enable && (state_.g_bPollSuspended || !needs_.handBox.tmrQueryRaDecAltAz.Enabled())) {
+        NoteHeldOff();
+    }
     state_.g_bPollSuspended = !enable;
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(enable);
 }
@@ -44,6 +78,8 @@ void PollLoop::OnTimer() {
         UpdateMountInfo();
     } else if (state_.g_bInPoll) {
         driver_.log.LogMessage("timer", LogLevel::Info, "In Timer cannot Poll");
+    } else {
+        NoteHeldOff();
     }
     ResumeNext errors{driver_.ledger, "tmrQueryRaDecAltAz"};
     errors.Step([&] { ShowLogState(); });
@@ -93,15 +129,15 @@ void PollLoop::AskWhatIsDue() {
             queries.QuerySideOfMount();
         }
     });
-    Asked asked = Asked::Other;
+    Query asked = nullptr;
     errors.Step([&] { asked = RunDueQuery(); });
     errors.Step([&] {
-        if (asked != Asked::Time) {
+        if (asked != &MountQueries::QueryTime) {
             queries.UpdateMountTimeDisplay();
         }
     });
     errors.Step([&] {
-        if (asked != Asked::Lst) {
+        if (asked != &MountQueries::QueryLst) {
             queries.UpdateHourAngle();
         }
     });
@@ -112,37 +148,56 @@ void PollLoop::FinishSlew() {
     errors.Step([&] { CheckSlewComplete(); });
 }
 
-/// Runs the first query that is due, and no other. During a slew only the coordinates are asked for.
-PollLoop::Asked PollLoop::RunDueQuery() {
-    MountQueries& queries = needs_.queries;
-    const auto due = [&](Tick stamp, std::int32_t interval) { return queries.IsDue(stamp, interval); };
+/// Runs one query that is due, and returns which.
+PollLoop::Query PollLoop::RunDueQuery() {
     const bool slewing = state_.g_bSlewing;
-    constexpr std::int32_t fast = MountQueries::kCoordinateIntervalMs;
-    if (!slewing && due(state_.g_tickLastLst, MountQueries::kSlowIntervalMs)) {
-        queries.QueryLst();
-        return Asked::Lst;
+    const Query query = ChooseQuery();
+    if (query && (needs_.queries.*query)() && query == &MountQueries::QueryDec && !slewing) {
+        needs_.queries.TickEnds();  // this may pump: other calls have queries of their own
+        needs_.queries.CheckInitialPosition();
     }
-    if (!slewing && due(state_.g_tickLastTime, MountQueries::kSlowIntervalMs)) {
-        queries.QueryTime();
-        return Asked::Time;
+    return query;
+}
+
+/// The first one that is due. But on a line that is slow or silent for some queries, the first ones are due again
+/// before the last ones had their turn: from three intervals on, the one that has waited the most intervals is next.
+/// During a slew only the coordinates are asked for; the rest has not waited for that time.
+PollLoop::Query PollLoop::ChooseQuery() {
+    const Tick now = driver_.clock.GetTickCount();
+    if (!asksSince_) {
+        NoteHeldOff();
     }
-    if (!slewing && due(state_.g_tickLastTimeZone, MountQueries::kTimeZoneIntervalMs)) {
-        queries.QueryTimeZone();
-    } else if (!slewing && due(state_.g_tickLastSide, MountQueries::kSideIntervalMs)) {
-        queries.QuerySideOfMount();
-    } else if (due(state_.g_tickLastAlt, fast)) {
-        queries.QueryAlt();
-    } else if (due(state_.g_tickLastAz, fast)) {
-        queries.QueryAz();
-    } else if (due(state_.g_tickLastRa, fast)) {
-        queries.QueryRa();
-    } else if (due(state_.g_tickLastDec, fast)) {
-        if (queries.QueryDec() && !slewing) {
-            queries.TickEnds();  // this may pump: other calls have queries of their own
-            queries.CheckInitialPosition();
+    asksSince_ = Later(*asksSince_, now - kLongestWaitMs);
+    asksRestSince_ = state_.g_bSlewing ? now : Later(*asksRestSince_, now - kLongestWaitMs);
+    Query first = nullptr;
+    Query starved = nullptr;
+    double longest = kStarvedIntervals;
+    for (const PolledQuery& row : kPolledQueries) {
+        if ((state_.g_bSlewing && !row.duringSlews) || !needs_.queries.IsDue(state_.*row.stamp, row.intervalMs)) {
+            continue;
+        }
+        first = first ? first : row.ask;
+        const Tick since = Later(state_.*row.stamp, row.duringSlews ? *asksSince_ : *asksRestSince_);
+        const double waited = static_cast<double>(now - since) / row.intervalMs;
+        if (waited > longest) {
+            longest = waited;
+            starved = row.ask;
         }
     }
-    return Asked::Other;
+    return starved ? starved : first;
+}
+
+/// The poll could not ask until now: what has waited, has waited by the driver's own doing.
+void PollLoop::NoteHeldOff() {
+    asksSince_ = asksRestSince_ = driver_.clock.GetTickCount();
+}
+
+bool PollLoop::IsStale(std::optional<Tick> readAt) const {
+    if (!asksSince_ || state_.g_bPollSuspended || !needs_.handBox.tmrQueryRaDecAltAz.Enabled()) {
+        return false;
+    }
+    const Tick now = driver_.clock.GetTickCount();
+    return now - readAt.value_or(*asksSince_) > kOldestReadingMs && now - *asksSince_ > kFirstReadingsMs;
 }
 
 void PollLoop::ShowLogState() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "forms/frm_ask_abort_slew.h"
@@ -57,16 +58,21 @@ public:
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.
     void SetPolling(bool enable);
+    /// Whether a coordinate that was accepted last at `readAt` (nothing: never) is too old for clients: more than 30 s,
+    /// although the poll could ask. While the driver keeps the poll off the line, and for 10 s after it, nothing is.
+    bool IsStale(std::optional<Tick> readAt) const;
 
 private:
-    enum class Asked { Lst, Time, Other };
+    using Query = bool (MountQueries::*)();
 
     // poll_loop.cpp
     std::int32_t StatusInterval() const;
     void WatchMotion();
     void AskWhatIsDue();
     void FinishSlew();
-    Asked RunDueQuery();
+    Query RunDueQuery();
+    Query ChooseQuery();
+    void NoteHeldOff();
     void ShowLogState();
     void PauseLogWhileParked();
 
@@ -96,6 +102,9 @@ private:
     DriverState& state_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
+    /// Since when the poll may ask for the coordinates, and for the rest, which waits during slews; nothing before the
+    /// first step.
+    std::optional<Tick> asksSince_, asksRestSince_;
 };
 
 }  // namespace kestrane

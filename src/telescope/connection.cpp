@@ -35,7 +35,6 @@ public:
     void OpenForFirstClient();
     void ShowMountAddress();
     void WarnAboutSync();
-    bool IsAtPowerOnPosition() const;
     void InitAfterPowerOn();
     void DisconnectClient();
     void WaitForTimerIdle();
@@ -73,6 +72,9 @@ void ConnectionSteps::InitializeFirstObject() {
         return static_cast<Mount_Type>(ModelNumber(driver_.persist.Read(setting::MountType), driver_.log));
     });
     telescope_.CreateAxisRates();
+    // Before the controller, which knows no rate type but one: what the mount told in an earlier run still holds.
+    std::string rateType;
+    errors.Assign(rateType, [&] { return driver_.persist.Read(setting::MountRateType); });
     errors.Step([&] {
         const std::int16_t controller = ModelNumber(driver_.persist.Read(setting::Controller), driver_.log);
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
@@ -105,7 +107,11 @@ void ConnectionSteps::InitializeFirstObject() {
         state_.g_bRawRaDecSlews = safeSlew == "0";
         driver_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
     });
-    errors.Step([&] { needs_.rates.UpdateMountRates(driver_.persist.Read(setting::MountRateType)); });
+    errors.Step([&] {
+        if (!rateType.empty() || needs_.rates.IsRateTypeOpen()) {
+            needs_.rates.UpdateMountRates(rateType);
+        }
+    });
 }
 
 void Telescope::Class_Terminate() {
@@ -254,7 +260,7 @@ void Telescope::InitUI() {
     errors.Step([&] { InitBasicValues(); });
     errors.Step([&] { needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec); });
     errors.Step([&] {
-        if (steps.IsAtPowerOnPosition()) {
+        if (needs_.queries.IsAtPowerOnPosition()) {
             steps.InitAfterPowerOn();
         }
     });
@@ -262,10 +268,6 @@ void Telescope::InitUI() {
     errors.Step([&] { steps.InitUiPanel(); });
     needs_.handBox.m_bFormLoaded = true;
     needs_.panel.UpdateControls();
-}
-
-bool ConnectionSteps::IsAtPowerOnPosition() const {
-    return state_.g_dRa == kPowerOnRa && state_.g_dDec == kPowerOnDec;
 }
 
 /// The mount has lost its position. Only a person can say where it points: with nobody to ask, the mount is given no
@@ -288,10 +290,12 @@ void ConnectionSteps::InitUiPanel() {
     queries.QuerySideOfMount();
     queries.QueryTimeZone();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
-    if (IsAtPowerOnPosition()) {
+    if (queries.IsAtPowerOnPosition()) {
         needs_.panel.SetParkStatus("Parked", "InitUiPanel");
         needs_.motion.MountReportsParked(true);
-        state_.g_tickParkedSince = driver_.clock.GetTickCount();
+        if (state_.g_tickParkedSince == Tick{}) {  // later ones would put off the pause of the log for ever
+            state_.g_tickParkedSince = driver_.clock.GetTickCount();
+        }
     } else if (state_.g_bFreshConnect && !state_.g_bGosSupported) {
         const std::string parkStatus = driver_.persist.Read(setting::ParkStatus);
         needs_.panel.SetParkStatus(parkStatus, "InitUiPanel2");

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -115,6 +116,8 @@ public:
 
     // --- position and site --------------------------------------------------------------------------------------
 
+    // RightAscension, Declination and Azimuth raise 0x80040429 also when the last accepted reading is older than 30 s
+    // on an open line that the poll may use.
     double RightAscension();  ///< hours; link check
     double Declination();     ///< link check
     double Altitude();        ///< asks the mount; link check
@@ -279,6 +282,9 @@ public:
 
 private:
     friend class TelescopeSteps;
+
+    /// The link check, and 0x80040429 for a coordinate that is too old.
+    void CheckFresh(std::optional<Tick> readAt);
 };
 
 /// Ends a device object as its class asks, then deletes it.

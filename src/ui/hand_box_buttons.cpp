@@ -101,6 +101,7 @@ void HandBoxPanel::SetMeridianDelayUI(double hours) {
 /// The mount's clock includes the delay, so the time is sent again and read back at once.
 void HandBoxPanel::SendMeridianDelay(double hours) {
     SetMeridianDelayUI(hours);
+    state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayKnown || state_.g_dMeridianDelay == hours;
     SyncMountTime();
     state_.g_tickLastTime = driver_.clock.GetTickCount() - kAskTimeAgainMs;
 }

@@ -197,6 +197,8 @@ private:
     ButtonAction delayed_ = ButtonAction::None;
     bool runsDelayed_ = false;  ///< a delayed action is under way
     bool siteRead_ = false;     ///< the mount's site was read since the link was opened
+    int siteFailures_ = 0;      ///< readings of the site since then that failed
+    Tick siteAskedAt_;          ///< the last of them
 };
 
 }  // namespace kestrane

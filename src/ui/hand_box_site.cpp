@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include "catalogue/vocabulary.h"
@@ -12,6 +13,9 @@ namespace {
 
 /// The mount keeps its site to the arc-second, the settings to a tenth.
 constexpr double kSiteToleranceDegrees = 1.01 / kArcSecondsPerDegree;
+
+constexpr int kSiteFailures = 3;  // in a row; from then on the site is asked for less often
+constexpr std::int32_t kSitePauseMs = 60'000;
 
 bool Near(double differenceDegrees) {
     return std::abs(differenceDegrees) <= kSiteToleranceDegrees;
@@ -77,9 +81,19 @@ void HandBoxPanel::OnSiteTick() {
     errors.Assign(connected, [&] { return needs_.linkConnected(); });
     if (!connected) {
         siteRead_ = false;
-    } else if (!siteRead_ && !state_.g_bInPoll && !state_.g_bPollSuspended) {
-        needs_.readMountSite(Notice::LogOnly);
+        siteFailures_ = 0;
+        return;
     }
+    if (siteRead_ || state_.g_bInPoll || state_.g_bPollSuspended || state_.g_sVersion.empty()) {
+        return;
+    }
+    const Tick now = driver_.clock.GetTickCount();
+    if (siteFailures_ == kSiteFailures && now - siteAskedAt_ < kSitePauseMs) {
+        return;
+    }
+    siteAskedAt_ = now;
+    siteFailures_ = std::min(siteFailures_ + 1, kSiteFailures);
+    needs_.readMountSite(Notice::LogOnly);
 }
 
 }  // namespace kestrane

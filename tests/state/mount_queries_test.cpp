@@ -209,7 +209,7 @@ TEST_F(MountQueriesTest, CoordinateInPlaceOfAStatusText_IsASlip_AndSaysNothingOf
         EXPECT_EQ(counters.Values().g_nRetransmits, ++retransmits);
     }
     EXPECT_TRUE(telescope.calls.empty());
-    EXPECT_TRUE(state.g_bGosActive);
+    EXPECT_FALSE(state.g_bGosActive) << "until a good one the slew is watched by its distance";
     EXPECT_TRUE(state.g_bMountSlewing);
     EXPECT_EQ(state.g_sStatus, "020S0020000001");
     EXPECT_TRUE(Logged("GOS Query|2|Ignoring Invalid format response..."));
@@ -217,6 +217,15 @@ TEST_F(MountQueriesTest, CoordinateInPlaceOfAStatusText_IsASlip_AndSaysNothingOf
     mount.sent.clear();
     EXPECT_TRUE(queries.QueryGos());
     EXPECT_EQ(mount.sent, (std::vector<std::string>{"<clear>", "GOS"}));
+}
+
+TEST_F(MountQueriesTest, WhatFollowsTheFieldsOfAStatusText_IsNotLookedAt) {
+    state.g_bGosSupported = true;
+    mount.replies["GOS"] = "020S0020000001 12:30*";
+    EXPECT_TRUE(queries.QueryGos());
+    EXPECT_TRUE(state.g_bGosActive);
+    mount.replies["GOS"] = "020S002000000:";
+    EXPECT_FALSE(queries.QueryGos());
 }
 
 TEST_F(MountQueriesTest, FirmwareWithoutAStatusText_IsNotAskedForIt) {
@@ -532,9 +541,11 @@ TEST_F(MountQueriesTest, HourAngle_IsFoldedAndShown_UnlessCommunicationsAreLost)
 
 class PowerOnPositionTest : public StateFixture {
 protected:
-    void Report(double ra, double dec) {
-        state.g_dRa = ra;
-        state.g_dDec = dec;
+    void Report(const std::string& ra, const std::string& dec) {
+        mount.replies["GR"] = ra;
+        mount.replies["GD"] = dec;
+        queries.QueryRa();
+        queries.QueryDec();
         queries.CheckInitialPosition();
     }
     int Filled() const { return telescope.Times("InitUI"); }
@@ -542,32 +553,41 @@ protected:
 
 TEST_F(PowerOnPositionTest, EverySecondReport_FillsTheHandBoxAnew) {
     for (const int filled : {1, 1, 2, 2, 3, 3}) {
-        Report(0.0, 90.0);
+        Report("00:00:00.0", "+90*00:00");
         EXPECT_EQ(Filled(), filled);
     }
 }
 
+TEST_F(PowerOnPositionTest, PoleWithARightAscensionThatWasNeverRead_IsNoPowerOnPosition) {
+    for (int i = 0; i < 3; ++i) {
+        Report("03:30.5", "+90*00:00");  // the short format of a mount that tracks at the pole
+    }
+    EXPECT_EQ(Filled(), 0);
+    Report("00:00:00.0", "+90*00:00");
+    EXPECT_EQ(Filled(), 1);
+}
+
 TEST_F(PowerOnPositionTest, AnyOtherPosition_StartsAfresh) {
-    Report(0.0, 90.0);
-    Report(0.0, 89.99);
+    Report("00:00:00.0", "+90*00:00");
+    Report("00:00:00.0", "+89*59:24");
     EXPECT_FALSE(state.g_bInitUiDone);
-    Report(0.0, 90.0);
+    Report("00:00:00.0", "+90*00:00");
     EXPECT_EQ(Filled(), 2);
-    Report(0.0001, 90.0);
-    Report(0.0001, 90.0);
+    Report("00:00:00.4", "+90*00:00");
+    Report("00:00:00.4", "+90*00:00");
     EXPECT_EQ(Filled(), 2);
 }
 
 TEST_F(PowerOnPositionTest, OpenConfirmation_BlocksOnlyTheClearing) {
     state.g_bUnparkConfirmOpen = true;
-    Report(0.0, 90.0);
+    Report("00:00:00.0", "+90*00:00");
     EXPECT_EQ(Filled(), 1);
     for (int i = 0; i < 5; ++i) {
-        Report(0.0, 90.0);
+        Report("00:00:00.0", "+90*00:00");
     }
     EXPECT_EQ(Filled(), 1);
     EXPECT_TRUE(state.g_bInitUiDone);
-    Report(1.0, 90.0);
+    Report("01:00:00.0", "+90*00:00");
     EXPECT_FALSE(state.g_bInitUiDone);
     EXPECT_FALSE(state.g_bUnparkConfirmOpen);
 }

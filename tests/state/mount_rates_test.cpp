@@ -58,6 +58,17 @@ TEST_F(MountRatesTest, AnotherType_BuildsAndIsKept) {
     EXPECT_EQ(rates.centeringRateCollection().Count(), 8U);
 }
 
+TEST_F(MountRatesTest, EmptyTypeByForce_LeavesWhatIsStored) {
+    rates.UpdateMountRates("2");
+    rates.UpdateMountRates("", RebuildRates::Always);
+    EXPECT_EQ(state.g_sMountRateType, "");
+    EXPECT_EQ(Setting("MountRateType"), "2");
+    rates.UpdateMountRates("3", RebuildRates::Always);
+    EXPECT_EQ(Setting("MountRateType"), "3");
+    rates.UpdateMountRates("");
+    EXPECT_EQ(Setting("MountRateType"), "");
+}
+
 TEST_F(MountRatesTest, ATypeHandedAsTheOneInForce_SurvivesItsOwnReplacement) {
     rates.UpdateMountRates("2");
     rates.UpdateMountRates(state.g_sMountRateType, RebuildRates::Always);
@@ -77,7 +88,7 @@ TEST_F(MountRatesTest, AnUnknownType_GivesLegacyRows_TellsTheLog_AndLeavesTypeSe
     EXPECT_EQ(handBox.cbxMoveRate.ListItems(), kNumberedMove);
 
     rates.UpdateMountRates("4");
-    EXPECT_EQ(Times("UpdateMountRates|2|Failed to create mount rate lists for mount type '4'"), 2)
+    EXPECT_EQ(Times("UpdateMountRates|2|Failed to create mount rate lists for mount type '4'"), 1)
         << "it still differs";
     rates.UpdateMountRates("0");
     EXPECT_EQ(rates.centeringRateCollection().Count(), 4U) << "the type in force builds nothing: wanted";

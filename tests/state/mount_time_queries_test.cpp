@@ -131,7 +131,24 @@ TEST_F(TimeQueryTest, MeridianDelay_IsTakenWhenItDiffers_AndTheQueryGoesOn) {
     EXPECT_EQ(panel.calls, std::vector<std::string>{"SetMeridianDelayUI -0.500000"});
     EXPECT_TRUE(queries.QueryTime());
     EXPECT_EQ(panel.calls.size(), 1U);
-    EXPECT_EQ(mount.sent, (std::vector<std::string>{"GM", "GL", "GM", "GL"}));
+    EXPECT_EQ(mount.sent, (std::vector<std::string>{"GM", "GM", "GL", "GM", "GL"})) << "a new one twice";
+}
+
+TEST_F(TimeQueryTest, MeridianDelayThatASecondReadingDoesNotConfirm_IsNotTaken) {
+    state.g_bHasMeridianQuery = true;
+    state.g_dMeridianDelay = 0.5;
+    mount.replies["GL"] = "20:00:00";
+    mount.replies["GM"] = "00:30:00.0";
+    for (const std::string wrong : {"07:30:00.0", "00:80:00.0", "20:00:00"}) {
+        mount.inTurn["GM"] = {wrong};
+        EXPECT_TRUE(queries.QueryTime());
+        EXPECT_EQ(state.g_dMeridianDelay, 0.5) << wrong;
+    }
+    mount.inTurn["GM"] = {"07:30:00.0", ""};
+    EXPECT_TRUE(queries.QueryTime());
+    EXPECT_EQ(state.g_dMeridianDelay, 0.5);
+    EXPECT_TRUE(panel.calls.empty());
+    EXPECT_TRUE(Logged("Meridian Limits Query|1|Two readings differ; neither is used."));
 }
 
 TEST_F(TimeQueryTest, BadMeridianDelay_IsLogged_CountsNoSilence_AndTheQueryGoesOn) {

@@ -52,6 +52,36 @@ TEST_F(PollLoopTest, AfterAQueryThatWentUnanswered_AStepBeginsNoFurtherOne) {
     EXPECT_EQ(Steps(1), (std::vector<std::string>{"pS"}));
 }
 
+TEST_F(PollLoopTest, AfterALongSlew_WhatHasWaitedForItsEnd_KeepsTheOrderOfTheTable) {
+    Steps(9);
+    mount.replies["GOS"] = "020S0020000001";
+    for (int i = 0; i < 400; ++i) {
+        Pass(150);
+        poll.UpdateMountInfo();
+    }
+    mount.replies["GOS"] = "02000020000001";
+    state.g_tickLastGos = state.g_tickLastRa = state.g_tickLastDec = machine.clock.GetTickCount();
+    motion.MountReportsSlewing(false);
+    motion.SlewEnds();
+    EXPECT_EQ(Steps(4), (std::vector<std::string>{"GS", "GL", "RAW,InitTime", "GG", "pS"}));
+}
+
+TEST_F(PollLoopTest, QueryThatHasWaitedThreeIntervals_GoesAheadOfThoseThatAreDue) {
+    Steps(9);
+    Pass(100'000);
+    const Tick later = machine.clock.GetTickCount();
+    for (Tick DriverState::*stamp :
+         {&DriverState::g_tickLastLst, &DriverState::g_tickLastTime, &DriverState::g_tickLastTimeZone,
+          &DriverState::g_tickLastSide, &DriverState::g_tickLastGos, &DriverState::g_tickLastAz}) {
+        state.*stamp = later;
+    }
+    state.g_tickLastAlt = later - 2'900;
+    state.g_tickLastRa = later - 3'100;
+    state.g_tickLastDec = later - 3'200;
+    state.g_tickLastLst = later - 5'100;
+    EXPECT_EQ(Steps(4), (std::vector<std::string>{"GD", "GR", "GS", "GA"}));
+}
+
 TEST_F(PollLoopTest, Slew_LeavesTheLineToTheCoordinates) {
     mount.replies["GOS"] = "020S0020000001";
     EXPECT_EQ(Steps(6), (std::vector<std::string>{"GOS", "GA", "GZ", "GR", "GD"}));
@@ -74,6 +104,8 @@ TEST_F(PollLoopTest, ShownTimeAndHourAngle_RunOn_ButNotOnTheTickOfTheirQuery) {
 
     mount.replies["GS"] = mount.replies["GL"] = "";
     Pass(5'000);
+    state.g_tickLastAlt = state.g_tickLastAz = state.g_tickLastRa = state.g_tickLastDec =
+        machine.clock.GetTickCount();  // no coordinate has missed its turn
     handBox.lblTime.Text("old");
     statusWindow.lblHourAngle.Text("old");
     EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "GS"}));

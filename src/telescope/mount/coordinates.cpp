@@ -19,18 +19,26 @@ public:
 
 }  // namespace
 
-double Telescope::RightAscension() {
+/// An old coordinate must not pass for where the mount points now.
+void Telescope::CheckFresh(std::optional<Tick> readAt) {
     CheckConnected();
+    if (needs_.poll.IsStale(readAt) && needs_.link && needs_.link->Connected()) {
+        throw DriverError(ErrorNumber::LostCommunications);
+    }
+}
+
+double Telescope::RightAscension() {
+    CheckFresh(needs_.queries.ReadAt().ra);
     return LogGet("RightAscension", state_.g_dRa);
 }
 
 double Telescope::Declination() {
-    CheckConnected();
+    CheckFresh(needs_.queries.ReadAt().dec);
     return LogGet("Declination", state_.g_dDec);
 }
 
 double Telescope::Azimuth() {
-    CheckConnected();
+    CheckFresh(needs_.queries.ReadAt().az);
     return LogGet("Azimuth", state_.g_dAz);
 }
 

@@ -3,6 +3,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "state/site_query.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -211,12 +212,11 @@ void FirmwareSteps::ReadFirstPicture() {
         }
     }
     telescope_.ReadPosition();
-    double value = 0.0;
-    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLatitude), value, driver_.log)) {
-        state_.g_dSiteLatitude = value;
+    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log)) {
+        state_.g_dSiteLatitude = *latitude;
     }
-    if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLongitude), value, driver_.log)) {
-        state_.g_dSiteLongitude = -value;
+    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
+        state_.g_dSiteLongitude = -*west;
     }
     const std::string& status = state_.g_sStatus;
     if (status.size() > 2 && status[0] != 'P' && status[1] != '9') {
@@ -231,10 +231,12 @@ void Telescope::ReadPosition() {
     if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, driver_.log) && value >= 0.0 &&
         value < 24.0) {
         state_.g_dRa = value;
+        state_.g_bRaRead = true;
     }
     if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetDec), value, driver_.log) && value >= -90.0 &&
         value <= 90.0) {
         state_.g_dDec = value;
+        state_.g_bDecRead = true;
     }
 }
 

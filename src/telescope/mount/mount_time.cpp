@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
+constexpr double kLongestDelayHours = 6.0;        // either way
 constexpr double kSameZoneHours = 0.001;
 
 /// Around midnight the mount would change its date.
@@ -86,15 +87,37 @@ void Telescope::utcDate(const DateTime& utc) {
 }
 
 void TimeSteps::SendMeridianDelay(Sequence& mount) {
-    double inMount = 0.0;
-    if (!ParseProtocolHours(mount.CommandStringInternal(wire::GetMeridianDelay), inMount, driver_.log)) {
+    const auto ask = [&] {
+        return ReadMeridianReply(mount.CommandStringInternal(wire::GetMeridianDelay), driver_.log);
+    };
+    const std::optional<double> inMount = ask();
+    if (!inMount) {
         // While the delay of the mount is not known, no other value is written over it.
         driver_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
         return;
     }
-    if (std::abs(inMount - state_.g_dMeridianDelay) < kSameDelayHours) {
+    if (std::abs(*inMount - state_.g_dMeridianDelay) < kSameDelayHours) {
+        needs_.queries.NoteMeridianDelayAgrees();
         driver_.log.LogMessage("Telescope", LogLevel::Info,
                                "Meridian Delay matches currently set value - no need to change!");
+        return;
+    }
+    if (ask() != inMount) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "Two readings of the Meridian Delay differ; it is not changed.");
+        return;
+    }
+    if (!state_.g_bMeridianDelayKnown) {
+        // What the driver holds was neither read from this mount nor chosen by anybody.
+        driver_.log.LogMessage("Telescope", LogLevel::Warning,
+                               "The Meridian Delay of the mount is taken over: " + PlainNumber(*inMount));
+        needs_.queries.TakeOverMeridianDelay(*inMount);
+        return;
+    }
+    if (std::abs(state_.g_dMeridianDelay) > kLongestDelayHours) {
+        driver_.log.LogMessage(
+            "Telescope", LogLevel::Error,
+            "A Meridian Delay of more than 6 hours is not sent to the mount: " + PlainNumber(state_.g_dMeridianDelay));
         return;
     }
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);

@@ -3,6 +3,7 @@
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
+#include "state/mount_replies.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -108,7 +109,7 @@ public:
 void Telescope::ParseGOS(std::string_view status) {
     StatusSteps steps(*this);
     const auto at = [&](Field field) { return field < status.size() ? status[field] : '\0'; };
-    state_.g_bGosActive = status.size() >= kUsableLength;
+    state_.g_bGosActive = status.size() >= kUsableLength && MayBeStatusText(status);
     if (!state_.g_bGosActive) {
         return;
     }

@@ -6,6 +6,7 @@
 #include "kernel/base/text.h"
 #include "settings/database.h"
 #include "settings/site_text.h"
+#include "state/site_query.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -37,10 +38,9 @@ public:
 
 double Telescope::SiteLatitude() {
     CheckConnected();
-    double latitude = 0.0;
-    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLatitude), latitude,
-                             driver_.log)) {
-        state_.g_dSiteLatitude = latitude;
+    Sequence mount = Talk(procedure::Picture);
+    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log)) {
+        state_.g_dSiteLatitude = *latitude;
     }
     return LogGet("SiteLatitude", state_.g_dSiteLatitude);
 }
@@ -57,9 +57,9 @@ void Telescope::SiteLatitude(double degrees) {
 
 double Telescope::SiteLongitude() {
     CheckConnected();
-    double west = 0.0;
-    if (ParseProtocolDegrees(Talk(procedure::Question).CommandStringInternal(wire::GetLongitude), west, driver_.log)) {
-        state_.g_dSiteLongitude = -west;
+    Sequence mount = Talk(procedure::Picture);
+    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
+        state_.g_dSiteLongitude = -*west;
     }
     const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
     return LogGet("SiteLongitude", east);

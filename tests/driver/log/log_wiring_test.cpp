@@ -100,14 +100,30 @@ TEST_F(LogWiringTest, LogWhenParked_NeverPauses_AndEndsAPause) {
     EXPECT_FALSE(driver->handBox.pbLoggingPaused.Visible());
 }
 
-TEST_F(LogWiringTest, AMountAtItsPowerOnPosition_StartsTheThreeMinutesAgainAndAgain_AndNeverPauses) {
+TEST_F(LogWiringTest, AMountAtItsPowerOnPosition_PausesLikeAnyParkedOne) {
     MountSimulatorOptions options;
     options.parkedAtPowerOn = true;
     BuildMount(options);
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(kThreeMinutes + 10'000);
     EXPECT_TRUE(driver->state.g_bParked);
-    EXPECT_FALSE(driver->state.g_bLogPaused);
+    EXPECT_TRUE(driver->state.g_bLogPaused);
+}
+
+TEST_F(LogWiringTest, AMountAtItsPowerOnPosition_IsInitializedAgainAndAgain_ButNoSettingIsWritten) {
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = true;
+    BuildMount(options);
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(10'000);
+    log.clear();
+    machine.AdvanceTime(60'000);
+    EXPECT_GE(TimesLogged("Precision: RA="), 5) << "initialized";
+    EXPECT_FALSE(Logged("MountRateType=>''"));
+    EXPECT_EQ(TimesLoggedAs("WriteIniValue", 0, "MountRateType=>'0'"), 0);
+    for (const LogLine& line : log) {
+        EXPECT_NE(line.origin, "WriteIniValue") << line.message;
+    }
 }
 
 TEST_F(LogWiringTest, NotParked_NeverPauses) {

@@ -316,6 +316,18 @@ TEST_F(OperationStatusTest, SwappedDirections_AreMarkedOnTheirButtons) {
     EXPECT_EQ(HandBox().btnSwapNS.ToolTip(), "");
 }
 
+TEST_F(OperationStatusTest, TextThatHoldsATimeOrAnAngle_IsNotUsed) {
+    Parse("020S0020000000");
+    ASSERT_TRUE(State().g_bMountSlewing);
+    for (const char* slipped : {"03:36:03.1700", "+45*0000000000"}) {
+        Parse(slipped);
+        EXPECT_FALSE(State().g_bGosActive) << slipped;
+        EXPECT_TRUE(State().g_bMountSlewing) << slipped;
+    }
+    Parse("020S0020000000 12:30*");
+    EXPECT_TRUE(State().g_bGosActive) << "what follows the fields is not looked at";
+}
+
 TEST_F(OperationStatusTest, FourteenthCharacter_ChoosesTheRateTables) {
     Parse("02000020000002");
     EXPECT_EQ(State().g_sMountRateType, "2");

@@ -163,8 +163,10 @@ TEST_F(QueryTranscriptTest, TimeIsAskedBehindTheMeridianDelay_OfFirmwareThatKnow
         0   = Time -> True
         0   > :GM#
         10  < 00:30:00.0#
-        10  > :GL#
-        20  < 20:00:00#
+        10  > :GM#
+        20  < 00:30:00.0#
+        20  > :GL#
+        30  < 20:00:00#
         500 = Zone -> True
         500 > :GG#
         510 < -01:00:00.0#

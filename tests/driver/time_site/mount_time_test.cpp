@@ -20,6 +20,12 @@ protected:
         machine.clock.SetLocalTime(DateTime{2024, 3, 20, 21, 5, 30, 0});
     }
 
+    /// A person has set the delay, hours.
+    void ChooseDelay(double hours) {
+        driver->state.g_dMeridianDelay = hours;
+        driver->state.g_bMeridianDelayKnown = true;
+    }
+
     void Play(std::string_view script, const DateTime& utc = DateTime{2024, 3, 20, 20, 5, 30, 0}) {
         WireTranscript transcript(machine.clock, machine.pump, script);
         transcript.Call("Set", [&] { driver->InternalInstance().utcDate(utc); });
@@ -50,9 +56,11 @@ TEST_F(MountTimeTest, UtcDate_GoesOutAsLocalTimeDateAndZone) {
 }
 
 TEST_F(MountTimeTest, DelayAndZoneThatDiffer_AreWritten) {
-    driver->state.g_dMeridianDelay = 1.5;
+    ChooseDelay(1.5);
     Play(R"(
         0   = Set
+        *   > :GM#
+        *   < -00:30:00#
         *   > :GM#
         *   < -00:30:00#
         *   > :SM01:30:00#
@@ -71,6 +79,57 @@ TEST_F(MountTimeTest, DelayAndZoneThatDiffer_AreWritten) {
     EXPECT_EQ(driver->state.g_dTimeZone, -1.0);
     EXPECT_EQ(driver->handBox.lblTZ.Text(), "01:00:00.0");
     EXPECT_EQ(driver->statusWindow.lblTimeZone.Text(), "01:00:00.0");
+}
+
+/// What goes out after the delay was looked at.
+constexpr std::string_view kTimeDateAndZone = R"(
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )";
+
+TEST_F(MountTimeTest, DelayThatNobodyReadOrSet_IsNotWritten_ThatOfTheMountIsTakenOver) {
+    driver->state.g_dMeridianDelay = 1.5;  // of an earlier mount
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < -00:30:00#
+        *   > :GM#
+        *   < -00:30:00#
+        *   L Telescope Warning The Meridian Delay of the mount is taken over: -0.5
+    )" + std::string(kTimeDateAndZone));
+    EXPECT_EQ(driver->state.g_dMeridianDelay, -0.5);
+    EXPECT_EQ(driver->handBox.lblMeridianDelay.Text(), "-0.5");
+}
+
+TEST_F(MountTimeTest, DelayThatASecondReadingDoesNotConfirm_ChangesNothing) {
+    ChooseDelay(1.5);
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < 09:30:00#
+        *   > :GM#
+        *   < 01:30:00#
+        *   L Telescope Error Two readings of the Meridian Delay differ; it is not changed.
+    )" + std::string(kTimeDateAndZone));
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.5);
+}
+
+TEST_F(MountTimeTest, DelayBeyondSixHours_IsNotSent) {
+    ChooseDelay(-6.5);
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < 00:00:00#
+        *   > :GM#
+        *   < 00:00:00#
+        *   L Telescope Error A Meridian Delay of more than 6 hours is not sent to the mount: -6.5
+    )" + std::string(kTimeDateAndZone));
 }
 
 TEST_F(MountTimeTest, DelayThatTheMountDoesNotTell_IsNotWrittenOver) {
@@ -149,9 +208,11 @@ TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
 }
 
 TEST_F(MountTimeTest, DelayOfAFractionBelowZero_GoesOutInWholeSeconds) {
-    driver->state.g_dMeridianDelay = -1.2501;
+    ChooseDelay(-1.2501);
     Play(R"(
         0   = Set
+        *   > :GM#
+        *   < 00:00:00#
         *   > :GM#
         *   < 00:00:00#
         *   > :SM-01:15:00#

@@ -230,6 +230,71 @@ TEST_F(SitePositionTest, AReplyThatCannotBeRead_LeavesTheLastValue) {
     EXPECT_EQ(driver->state.g_dSiteLongitude, -275.0);
 }
 
+TEST_F(SitePositionTest, ReplyWithoutSeconds_TogglesTheFormatAndIsAskedForOnceMore) {
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = false;
+    options.shortAngles = true;
+    options.latitude = 47.5125;
+    options.longitudeWest = 350.2525;
+    BuildMount(options);
+    telescope = ConnectedTelescope();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    const auto shorten = [&] {
+        if (mount->Picture().longFormat) {
+            mount->Write(":U#");
+            machine.AdvanceTime(100);
+        }
+    };
+    shorten();
+    driver->state.g_dSiteLatitude = driver->state.g_dSiteLongitude = 1.0;
+    EXPECT_EQ(SentBy([&] { EXPECT_NEAR(telescope->SiteLatitude(), 47.5125, 0.0003); }),
+              (std::vector<std::string>{"Gt", "U", "Gt"}));
+    shorten();
+    EXPECT_EQ(SentBy([&] { EXPECT_NEAR(telescope->SiteLongitude(), 9.7475, 0.0003); }),
+              (std::vector<std::string>{"Gg", "U", "Gg"}));
+    shorten();
+    // The reading for the hand box toggles the format first, as always: here from long to short.
+    mount->Write(":U#");
+    machine.AdvanceTime(100);
+    ASSERT_TRUE(mount->Picture().longFormat);
+    EXPECT_EQ(SentBy([&] { driver->connections.ReadMountSite(Notice::LogOnly); }),
+              (std::vector<std::string>{"U", "Gg", "U", "Gg", "Gt"}));
+    EXPECT_FALSE(Logged("Failed to get Longitude/Latitude from mount!"));
+}
+
+TEST_F(SitePositionTest, GarbledReply_IsAskedForOnceMore_AndTogglesNothing) {
+    Connect();
+    for (const char* garbled : {"Gt", "Gg"}) {
+        mount->Add(std::make_unique<CorruptsReply>(garbled, 1, 3, '?'));
+    }
+    EXPECT_EQ(WireOf([&] { EXPECT_EQ(telescope->SiteLatitude(), 47.0); }), ":Gt#:Gt#");
+    EXPECT_EQ(WireOf([&] { EXPECT_EQ(telescope->SiteLongitude(), 10.0); }), ":Gg#:Gg#");
+}
+
+TEST_F(SitePositionTest, SiteThatCannotBeRead_IsAskedForEachMinute_FromTheFourthTimeOn) {
+    BuildMount("VKC4-P02-08");
+    mount->Add(std::make_unique<CorruptsReply>("Gg", kEveryTime, 3, '?'));
+    telescope = ConnectedTelescope();
+    machine.AdvanceTime(10'000);
+    const int asked = TimesSent("Gg");
+    machine.AdvanceTime(600'000);
+    EXPECT_GE(TimesSent("Gg") - asked, 2 * 9);
+    EXPECT_LE(TimesSent("Gg") - asked, 2 * 11);
+    mount->ClearMisbehaviours();
+    machine.AdvanceTime(61'000);
+    EXPECT_EQ(driver->handBox.txtActualLongitude.Text(), "10*00:00");
+}
+
+TEST_F(SitePositionTest, SiteOfAMountThatHasNotToldItsVersion_IsNotAskedFor) {
+    Connect();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->link->Connected(false);
+    machine.AdvanceTime(5'000);
+    driver->state.g_sVersion.clear();
+    driver->link->Connected(true);
+    EXPECT_TRUE(SentBy([&] { machine.AdvanceTime(10'000); }).empty());
+}
+
 TEST_F(SitePositionTest, ValueThatIsNoNumber_IsRefused) {
     Connect();
     const double none = std::nan("");

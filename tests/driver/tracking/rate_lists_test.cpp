@@ -131,7 +131,7 @@ TEST_F(RateListsTest, TrackingRates_NeedAConnection_AndHoldThreeRatesBeforeIt) {
 
 // --- the first object -------------------------------------------------------------------------------------------
 
-TEST_F(RateListsTest, TheFirstObject_AppliesTheStoredController_WhichOpensTheRateType) {
+TEST_F(RateListsTest, TheFirstObject_AppliesTheStoredController_AndKeepsTheStoredRateType) {
     Seed({{"Controller", "3"}, {"MountType", "2"}, {"MountRateType", "2"}});
     Start();
     const TelescopeObject telescope = driver->CreateTelescope();
@@ -140,9 +140,9 @@ TEST_F(RateListsTest, TheFirstObject_AppliesTheStoredController_WhichOpensTheRat
     EXPECT_EQ(driver->handBox.lblControllerType.Text(), "Controller Type: VTRKC4");
     EXPECT_TRUE(driver->initialSetup.chkIPAddress.Visible());
     EXPECT_FALSE(driver->state.g_bBacklashAvailable);
-    EXPECT_EQ(driver->state.g_sMountRateType, "");
-    EXPECT_EQ(driver->persist.Read(setting::MountRateType), "");
-    EXPECT_EQ(driver->handBox.cbxMoveRate.ListItems().size(), 7U);
+    EXPECT_EQ(driver->state.g_sMountRateType, "2");
+    EXPECT_EQ(driver->persist.Read(setting::MountRateType), "2");
+    EXPECT_EQ(driver->handBox.cbxMoveRate.ListItems().size(), 8U);
 }
 
 TEST_F(RateListsTest, TheFirstObject_ForTheFirModel_HasTheHalfSpeedRows) {
