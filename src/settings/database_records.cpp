@@ -1,5 +1,6 @@
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -124,29 +125,41 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
         if (std::get<std::int16_t>(getProperty("id")) == 0) {
             isNew = true;
         }
+        KeptWrite write;
+        write.sqlWithoutRow = InsertStatement(getProperty, table, columns);
+        write.sql = isNew ? std::exchange(write.sqlWithoutRow, {}) : UpdateStatement(getProperty, table, columns);
         Settle();
-        ChooseSyncOfWrites(Sync::Now);
-        if (!isNew) {
-            Run(UpdateStatement(getProperty, table, columns));
-            isNew = Changes() == 0;  // the row no longer exists
-        }
-        if (isNew) {
-            Run(InsertStatement(getProperty, table, columns));
-        }
-        changed = Changes() >= 1;
-        answered_ = true;
-        wait_.GotThrough();
+        const bool ran = WriteOrKeep(write, [&] {
+            isNew = RunRecord(write) || isNew;
+            changed = Changes() >= 1;
+            answered_ = true;
+        });
+        changed = changed || !ran;
     });
     return changed;
+}
+
+bool Database::RunRecord(const KeptWrite& write) {
+    ChooseSyncOfWrites(Sync::Now);
+    Run(write.sql);
+    const bool noRow = Changes() == 0 && !write.sqlWithoutRow.empty();
+    if (noRow) {
+        Run(write.sqlWithoutRow);
+    }
+    if (Changes() > 0) {
+        NoteWritten();
+    }
+    return noRow;
 }
 
 bool Database::DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id) {
     ResumeNext errors{needs_.ledger, procedure};
     return errors.Step([&] {
+        KeptWrite write;
+        write.sql = "Delete from " + std::string(table) + " WHERE " + std::string(table) + "Index = '" +
+                    std::to_string(id) + "'";
         Settle();
-        ChooseSyncOfWrites(Sync::Now);
-        Run("Delete from " + std::string(table) + " WHERE " + std::string(table) + "Index = '" + std::to_string(id) +
-            "'");
+        WriteOrKeep(write, [&] { RunRecord(write); });
     });
 }
 
@@ -157,8 +170,13 @@ bool Database::ReadAll(std::string_view procedure, std::string_view table, Recor
     ResumeNext errors{needs_.ledger, procedure};
     errors.Step([&] {
         Settle();
-        for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
-            errors.Assign(array.emplace_back(), [&] { return read(rows); });
+        try {
+            for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
+                errors.Assign(array.emplace_back(), [&] { return read(rows); });
+            }
+        } catch (const DiskFault& fault) {
+            NoteUnread(fault.Message());
+            throw;
         }
         answered_ = true;
     });
