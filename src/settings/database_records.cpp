@@ -74,9 +74,16 @@ Site ParseSite(const SiteRow& row, std::size_t slot, Log& log, ResumeNext& error
     Site site = row.site;
     say("Site " + std::to_string(slot));
     say("  Site Name, Lat/Long: '" + site.Name + "' - '" + site.Longitude + "' / '" + site.Latitude + "'");
-    errors.Assign(site.Longitude, [&] { return NormalizeSiteText(site.Longitude, log); });
+    const auto normalize = [&](std::string& position) {
+        if (!errors.Assign(position, [&] { return NormalizeSiteText(position, log); })) {
+            log.LogMessage("GetAllSites", LogLevel::Warning,
+                           "Site '" + site.Name + "' has no position, since its text has not four fields with single " +
+                               "blanks between them: '" + position + "'");
+        }
+    };
+    normalize(site.Longitude);
     say("  Parsed Longitude: '" + site.Longitude + "'");
-    errors.Assign(site.Latitude, [&] { return NormalizeSiteText(site.Latitude, log); });
+    normalize(site.Latitude);
     say("  Parsed Latitude: '" + site.Latitude + "'");
     site.ElevationMeters = Val_Global(row.elevation, log);
     say("  Elevation: '" + row.elevation + "' (" + PlainNumber(site.ElevationMeters) + ")");
