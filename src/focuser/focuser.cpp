@@ -53,6 +53,11 @@ std::int32_t Focuser::LogGet(std::string_view name, std::int32_t value) {
     return value;
 }
 
+std::string Focuser::LogGet(std::string_view name, std::string value) {
+    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + value);
+    return value;
+}
+
 bool Focuser::Link() {
     return LogGet("Link", needs_.connections.IsClientConnected(ClientKind::Focuser));
 }
@@ -90,19 +95,19 @@ bool Focuser::TempCompAvailable() {
     return LogGet("TempCompAvailable", false);
 }
 int Focuser::InterfaceVersion() {
-    return kInterfaceVersion;
+    return LogGet("InterfaceVersion", kInterfaceVersion);
 }
 std::string Focuser::Name() {
-    return "KestraneV2";
+    return LogGet("Name", std::string("KestraneV2"));
 }
 std::string Focuser::Description() {
-    return "Kestrane VTR V2 Focuser";
+    return LogGet("Description", std::string("Kestrane VTR V2 Focuser"));
 }
 std::string Focuser::DriverInfo() {
-    return application::DriverInfoText();
+    return LogGet("DriverInfo", application::DriverInfoText());
 }
 std::string Focuser::DriverVersion() {
-    return std::string(application::kDriverVersion);
+    return LogGet("DriverVersion", std::string(application::kDriverVersion));
 }
 
 std::int16_t Focuser::ClientCount() {

@@ -62,6 +62,7 @@ public:
 private:
     bool LogGet(std::string_view name, bool value);
     std::int32_t LogGet(std::string_view name, std::int32_t value);
+    std::string LogGet(std::string_view name, std::string value);
 
     FocuserNeeds needs_;
     Essentials driver_;

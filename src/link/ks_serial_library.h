@@ -24,8 +24,8 @@ public:
     /// Opens port number `port` (1 up) at `speed` baud with a read limit in milliseconds. 0 on success, else the
     /// system's error code, and the port is closed. When the port is already open with that number and speed, it sets
     /// the read limit and does nothing else: no byte is lost, and a device that resets when it is opened is left alone.
-    /// With another number or speed it opens the port again. A device that has gone away is opened again only after
-    /// `KsSerDisconnectFromPort`.
+    /// With another number or speed it opens the port again. A device that has gone away is taken up again by itself
+    /// once it is back; the port stays open meanwhile.
     std::int32_t KsSerConnectToPort(std::int32_t port, std::int32_t speed, std::int32_t timeoutMs);
     /// Closes the port and drops what was received and not read. Always 0.
     std::int32_t KsSerDisconnectFromPort();

@@ -31,6 +31,26 @@ std::string Concat(const Pieces&... pieces) {
     return text;
 }
 
+/// Gives the file and what belongs to it a dated name, and returns that of the file. Raises a `RunTimeError` when the
+/// file stays where it is.
+std::filesystem::path MoveAside(const std::filesystem::path& path, const std::string& stamp) {
+    std::filesystem::path aside = path;
+    aside += "." + stamp;
+    std::error_code failure;
+    for (int again = 2; std::filesystem::exists(aside, failure); ++again) {
+        aside = path;
+        aside += "." + stamp + "_" + std::to_string(again);
+    }
+    std::filesystem::rename(path, aside, failure);
+    if (failure) {
+        RaiseFileAccess();
+    }
+    for (const char* part : {"-wal", "-shm", "-journal"}) {
+        std::filesystem::rename(path.string() + part, aside.string() + part, failure);
+    }
+    return aside;
+}
+
 }  // namespace
 
 std::string EscapedForSql(std::string_view text) {
@@ -62,8 +82,13 @@ Database::Database(DatabaseNeeds needs) : needs_(needs), wait_(needs.clock) {
 }
 
 Database::~Database() {
-    wait_.BeginAnew();
-    StorePending();
+    if (!kept_.empty()) {
+        wait_.Begin();
+        if (!MayWrite(file_)) {
+            TryToOpen();
+        }
+        StoreKept();
+    }
 }
 
 void Database::Open() {
@@ -76,28 +101,70 @@ void Database::Open() {
         OpenFile();
     } catch (const DriverError& error) {
         needs_.messageBoxes.Show("Init DB Error: " + error.Message(), application::kTitle, MessageIcon::Critical);
+        const auto* fault = dynamic_cast<const DiskFault*>(&error);
+        if (fault == nullptr || !fault->NoDatabase() || !BeginAnew()) {
+            NoteUnread(error.Message());
+        }
     }
+    wait_.Forbid();
 }
 
 void Database::OpenFile() {
+    lockedOut_ = false;
+    sync_.reset();
+    file_ = {};  // our own connection would keep the new one from the file
     try {
-        lockedOut_ = false;
-        sync_.reset();
         file_ = OpenSettingsFile(path_, wait_);
     } catch (const FileLocked&) {
         lockedOut_ = true;
         throw;
+    } catch (const DiskFault&) {
+        faultAt_ = needs_.clock.GetTickCount();
+        throw;
+    }
+    everOpen_ = true;
+    faultAt_.reset();
+    if (file_.access != FileAccess::Shared) {
+        faultAt_ = needs_.clock.GetTickCount();
+    }
+    if (file_.access == FileAccess::ReadOnly) {
+        SayOnce(refusalSaid_, "The settings file can only be read, and the last writes may be missing",
+                "changes are kept until the disk can be written, at most as long as the driver runs");
     }
 }
 
-void Database::Settle() {
-    wait_.Forbid();
-    if (lockedOut_) {
-        ResumeNext errors{needs_.ledger, "Database.Settle"};
-        errors.Step([&] { OpenFile(); });
+void Database::TryToOpen() {
+    ResumeNext errors{needs_.ledger, "Database.Settle"};
+    errors.Step([&] { OpenFile(); });
+}
+
+bool Database::BeginAnew() {
+    ResumeNext errors{needs_.ledger, "Database.BeginAnew"};
+    return errors.Step([&] {
+        const std::filesystem::path aside = MoveAside(path_, needs_.log.GetFileTimestamp());
+        needs_.log.LogTrouble("Settings", LogLevel::Error,
+                              "The settings file held no database. It was kept as " + aside.string() +
+                                  "; new settings begin with their defaults");
+        OpenFile();
+    });
+}
+
+bool Database::RetryIsDue() {
+    if (!faultAt_) {
+        return false;
     }
-    StorePending();
-    wait_.Begin();
+    const std::int32_t since = needs_.clock.GetTickCount() - *faultAt_;
+    return since < 0 || since >= kRetryMs;
+}
+
+void Database::Settle() {
+    const bool due = RetryIsDue();
+    if (lockedOut_ || (due && (file_.access != FileAccess::Shared || !MayWrite(file_)))) {
+        TryToOpen();
+    }
+    if (due || !faultAt_) {
+        StoreKept();
+    }
     answered_ = false;
 }
 
@@ -105,10 +172,41 @@ RowSet Database::Run(std::string_view sql) {
     if (lockedOut_) {
         throw FileLocked();
     }
+    if (!IsOpen() && everOpen_) {
+        throw DiskFault(SQLITE_CANTOPEN, "unable to open database file");
+    }
     if (!IsOpen()) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "Object variable or With block variable not set");
     }
     return RunStatement(*file_.connection, sql);
+}
+
+void Database::SayOnce(bool& said, std::string_view what, std::string_view reason) {
+    if (!said) {
+        said = true;
+        needs_.log.LogTrouble("Settings", LogLevel::Error, Concat(what, ": ", path_.string(), ": ", reason));
+    }
+}
+
+void Database::NoteRefusedWrite(const DiskFault& fault) {
+    if (!faultAt_ || RetryIsDue()) {
+        faultAt_ = needs_.clock.GetTickCount();
+    }
+    SayOnce(refusalSaid_, "The settings cannot be written; they are kept and tried again while the driver runs",
+            fault.Message());
+}
+
+void Database::NoteWritten() {
+    if (file_.access == FileAccess::Shared) {
+        faultAt_.reset();
+    }
+    if (std::exchange(refusalSaid_, false)) {
+        needs_.log.LogTrouble("Settings", LogLevel::Info, "The settings can be written again");
+    }
+}
+
+void Database::NoteUnread(std::string_view reason) {
+    SayOnce(unreadSaid_, "The settings could not be read; defaults take their place", reason);
 }
 
 void Database::ChooseSyncOfWrites(Sync sync) {
@@ -157,15 +255,33 @@ bool Database::ReadValue(const KeyedTable& table, std::string_view property, std
                          std::string_view fallback) {
     ResumeNext errors{needs_.ledger, "Database.ReadValue"};
     return errors.Assign(value, [&] {
-        Settle();
         RequireUsableKey(property);
-        if (const Pending pending = FindPending(table, property); pending != pending_.end()) {
+        Settle();
+        if (const KeptWrite* kept = FindKept(table, property); kept != nullptr) {
             answered_ = true;
-            return pending->value;
+            return kept->value.value_or(std::string(fallback));
         }
-        const RowSet rows = Run(table.Select(property));
-        answered_ = true;
-        return rows.AtEnd() ? std::string(fallback) : rows.Text(kValueColumn);
+        try {
+            const RowSet rows = Run(table.Select(property));
+            answered_ = true;
+            if (rows.AtEnd()) {
+                return std::string(fallback);
+            }
+            std::string stored = rows.Text(kValueColumn);
+            Remember(table, property, stored);
+            return stored;
+        } catch (const FileLocked&) {
+            if (const std::string* known = LastKnown(table, property); known != nullptr) {
+                return *known;
+            }
+            throw;
+        } catch (const DiskFault& fault) {
+            NoteUnread(fault.Message());
+            if (const std::string* known = LastKnown(table, property); known != nullptr) {
+                return *known;
+            }
+            throw;
+        }
     });
 }
 
@@ -184,8 +300,13 @@ bool Database::SetFirstSetting(std::string_view property, std::string_view value
     errors.Step([&] {
         RequireUsableKey(property);
         Settle();
-        written = StoreValue(isCommon ? kCommon : kDriver, isCommon ? common->second : property, value, sync,
-                             Concat(" and Value = '", EscapedForSql(noRow), "'"));
+        try {
+            written = StoreValue(isCommon ? kCommon : kDriver, isCommon ? common->second : property, value, sync,
+                                 Concat(" and Value = '", EscapedForSql(noRow), "'"));
+        } catch (const DiskFault& fault) {
+            NoteRefusedWrite(fault);
+            throw;
+        }
     });
     return written;
 }
@@ -200,18 +321,34 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
     errors.Step([&] {
         RequireUsableKey(property);
         Settle();
-        try {
-            StorePending();  // now with the wait of this write
-            if (!pending_.empty()) {
-                throw FileLocked();  // not before the writes that came earlier
-            }
-            written = StoreValue(table, property, value, Sync::Now);
-        } catch (const FileLocked&) {
-            KeepForLater({&table, std::string(property), std::string(value)});
-            throw;
-        }
+        WriteOrKeep({.table = &table, .property = std::string(property), .value = std::string(value)},
+                    [&] { written = StoreValue(table, property, value, Sync::Now); });
     });
     return written;
+}
+
+bool Database::WriteOrKeep(KeptWrite write, const std::function<void()>& run) {
+    if (!everOpen_) {  // a value may come from a default, and would replace what the file holds
+        run();
+        return true;
+    }
+    if (kept_.empty() && Attempt(run)) {  // not before the writes that came earlier
+        return true;
+    }
+    KeepForLater(std::move(write));
+    return false;
+}
+
+bool Database::Attempt(const std::function<void()>& run) {
+    try {
+        run();
+        return true;
+    } catch (const FileLocked&) {
+        return false;
+    } catch (const DiskFault& fault) {
+        NoteRefusedWrite(fault);
+        return false;
+    }
 }
 
 bool Database::StoreValue(const KeyedTable& table, std::string_view property, std::string_view value, Sync sync,
@@ -232,8 +369,9 @@ bool Database::StoreValue(const KeyedTable& table, std::string_view property, st
                    escaped, "');"));
     }
     const bool written = Changes() > 0;
-    wait_.GotThrough();
     if (written) {
+        NoteWritten();
+        Remember(table, property, value);
         WriteAudit(table.name, property, oldValue == kNoRow ? std::string_view{} : oldValue, value);
     }
     return written;
@@ -244,61 +382,95 @@ bool Database::WriteAudit(std::string_view table, std::string_view property, std
     bool written = false;
     ResumeNext errors{needs_.ledger, "Database.WriteAudit"};
     errors.Step([&] {
-        ChooseSyncOfWrites(Sync::Later);
-        Run(
-            Concat("insert or ignore into PropertyChangedEvent "
-                   "('DateTime', 'ChangedBy', 'Table', 'Property', 'OldValue', 'NewValue') VALUES (",
-                   "'", LocalNow(), "', ", "'Driver', ", "'", table, "', ", "'", property, "', ", "'",
-                   EscapedForSql(oldValue), "', ", "'", EscapedForSql(newValue), "');"));
-        written = Changes() > 0;
+        KeptWrite row;
+        row.isAudit = true;
+        row.sql = Concat(
+            "insert or ignore into PropertyChangedEvent "
+            "('DateTime', 'ChangedBy', 'Table', 'Property', 'OldValue', 'NewValue') VALUES (",
+            "'", LocalNow(), "', ", "'Driver', ", "'", table, "', ", "'", property, "', ", "'", EscapedForSql(oldValue),
+            "', ", "'", EscapedForSql(newValue), "');");
+        written = Attempt([&] {
+            ChooseSyncOfWrites(Sync::Later);
+            Run(row.sql);
+        });
+        if (!written) {
+            KeepForLater(std::move(row));
+        }
     });
-    return written;
+    return written && Changes() > 0;
 }
 
 bool Database::TryDeleteSetting(std::string_view property) {
     RequireUsableKey(property);
     Settle();
-    ChooseSyncOfWrites(Sync::Now);
-    Run(Concat("Delete from Driver where Property = '", ToLower(property), "'"));
-    if (const Pending pending = FindPending(kDriver, property); pending != pending_.end()) {
-        pending_.erase(pending);
-    }
+    WriteOrKeep({.table = &kDriver, .property = std::string(property)}, [&] { DeleteValue(property); });
     return false;
 }
 
-// --- writes that met a lock ------------------------------------------------------------------------------------------
+void Database::DeleteValue(std::string_view property) {
+    ChooseSyncOfWrites(Sync::Now);
+    Run(Concat("Delete from Driver where Property = '", ToLower(property), "'"));
+    if (Changes() > 0) {
+        NoteWritten();
+    }
+    lastKnown_.erase(NameOf(kDriver, property));
+}
 
-Database::Pending Database::FindPending(const KeyedTable& table, std::string_view property) {
-    return std::find_if(pending_.begin(), pending_.end(), [&](const PendingWrite& write) {
+// --- what is kept and what is remembered -----------------------------------------------------------------------------
+
+std::string Database::NameOf(const KeyedTable& table, std::string_view property) {
+    return Concat(table.name, ".", ToLower(property));
+}
+
+const std::string* Database::LastKnown(const KeyedTable& table, std::string_view property) const {
+    const auto known = lastKnown_.find(NameOf(table, property));
+    return known == lastKnown_.end() ? nullptr : &known->second;
+}
+
+void Database::Remember(const KeyedTable& table, std::string_view property, std::string_view value) {
+    lastKnown_.insert_or_assign(NameOf(table, property), std::string(value));
+}
+
+const Database::KeptWrite* Database::FindKept(const KeyedTable& table, std::string_view property) const {
+    const auto kept = std::find_if(kept_.begin(), kept_.end(), [&](const KeptWrite& write) {
         return write.table == &table && ToLower(write.property) == ToLower(property);
     });
+    return kept == kept_.end() ? nullptr : &*kept;
 }
 
-void Database::KeepForLater(PendingWrite write) {
-    if (lockedOut_) {
-        return;  // a value kept now may come from defaults, and would replace what the file holds
-    }
-    if (const Pending older = FindPending(*write.table, write.property); older != pending_.end()) {
-        pending_.erase(older);
-    }
-    pending_.push_back(std::move(write));
+bool Database::KeepsRecords() const {
+    return std::any_of(kept_.begin(), kept_.end(),
+                       [](const KeptWrite& write) { return write.table == nullptr && !write.isAudit; });
 }
 
-void Database::StorePending() {
-    ResumeNext errors{needs_.ledger, "Database.StorePending"};
-    bool locked = false;
-    while (!pending_.empty() && !locked) {
-        errors.Step([&] {
-            const PendingWrite& write = pending_.front();
-            try {
-                StoreValue(*write.table, write.property, write.value, Sync::Now);
-            } catch (const FileLocked&) {
-                locked = true;
-            }
+void Database::KeepForLater(KeptWrite write) {
+    if (write.table != nullptr) {
+        std::erase_if(kept_, [&](const KeptWrite& older) {
+            return older.table == write.table && ToLower(older.property) == ToLower(write.property);
         });
-        if (!locked) {
-            pending_.erase(pending_.begin());
+    }
+    kept_.push_back(std::move(write));
+}
+
+void Database::StoreKept() {
+    ResumeNext errors{needs_.ledger, "Database.StoreKept"};
+    bool refused = kept_.empty();
+    while (!refused) {
+        errors.Step([&] { refused = !Attempt([&] { Store(kept_.front()); }); });
+        if (!refused) {
+            kept_.erase(kept_.begin());
+            refused = kept_.empty();
         }
+    }
+}
+
+void Database::Store(const KeptWrite& write) {
+    if (write.table == nullptr) {
+        RunRecord(write);
+    } else if (write.value) {
+        StoreValue(*write.table, write.property, *write.value, Sync::Now);
+    } else {
+        DeleteValue(write.property);
     }
 }
 

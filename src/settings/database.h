@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -37,13 +38,20 @@ struct DatabaseNeeds {
 /// cannot be stored: such a write fails and leaves the old value. A key that holds an apostrophe fails before it
 /// reaches SQL.
 ///
-/// When a second program holds the file, calls wait for it, `LockWait::kLongestMs` at most. After that
-/// - opening ends without a file and is tried again, without a wait, by each call; until it succeeds nothing is kept;
-/// - a write of a setting returns false and is kept: the newest per key, in their order. Each later call first tries to
-///   store the kept writes, a write of a setting with its own wait and the other calls without one, and the end of the
-///   object tries for the last time; until then reads of the key give the kept value. A kill of the process loses them.
-///   One that then fails for another reason, such as a full disk, is lost as it would be without a lock;
-/// - every other call fails.
+/// No call waits for a second program that holds the file, except the opening at the start and the last writes at the
+/// end of the object (`LockWait::kLongestMs` at most), nor for a disk that is full or read-only. Then
+/// - opening ends without a file; until a later call succeeds in opening it nothing is kept, since such a write may
+/// come
+///   from a default that was read in the file's place;
+/// - a write of a setting is kept, the newest per key, and so are records and deletions; all go out in their order as
+///   soon as a call finds the file free. Reads of a setting give the kept value, lists do not show kept records. A kill
+///   of the process loses what is kept;
+/// - a read gives what the setting was when it was last read or written.
+/// A lock is tried again by each call, a disk that refused a write each `kRetryMs` at the earliest, then with the file
+/// opened anew if need be. A full or read-only disk costs one line in the log, and so do settings that cannot be read.
+///
+/// A file that holds no database is moved aside once the message box of the failed opening was shown, and a new one
+/// begins.
 ///
 /// Every member that returns a flag returns false on a failure, which is noted in the ledger and reported nowhere else;
 /// `TryDeleteSetting` is the exception. With no file open all of them fail. Where false has other reasons too,
@@ -51,6 +59,7 @@ struct DatabaseNeeds {
 class Database {
 public:
     static constexpr std::string_view kFileName = "Settings.ksdb";
+    static constexpr std::int32_t kRetryMs = 10'000;  ///< from a fault of the disk to the next attempt
 
     /// Opens the file; creates folder, file and missing tables. A failure shows a message box and leaves no file open.
     /// Raises only what the look-up of the common data folder raises.
@@ -65,12 +74,13 @@ public:
     const std::filesystem::path& DatabasePath() const { return path_; }
 
     /// Whether the last call that read a setting or a list, or saved a record, got its answer from the file, even
-    /// "none" or "no". False when the file is not open, when another program holds it, or when a statement failed.
+    /// "none" or "no". False when the file is not open, when it refused the call, or when a statement failed.
     bool Answered() const { return answered_; }
 
     /// True when the row now holds `value`. An equal value is not written; a changed one leaves an audit row.
     bool SetDriverSetting(std::string_view property, std::string_view value);
-    /// True when the statement ran; `value` is `fallback` when there is no row. Unchanged on a failure.
+    /// True when the statement ran, or `value` is what the setting was before; `value` is `fallback` when there is no
+    /// row. Unchanged on a failure.
     bool GetDriverSetting(std::string_view property, std::string& value, std::string_view fallback);
     bool SetSetting(std::string_view property, std::string_view value) { return SetDriverSetting(property, value); }
     /// Stores the answer of a first read when the key has no row, or one that holds `noRow`; any other row stays as it
@@ -80,10 +90,11 @@ public:
     bool GetSetting(std::string_view property, std::string& value, std::string_view fallback) {
         return GetDriverSetting(property, value, fallback);
     }
-    /// Always false. A key that is kept in the common settings stays there. Raises what the statement raises.
+    /// Always false. A key that is kept in the common settings stays there. Raises what the statement raises, unless
+    /// the deletion is kept for later.
     bool TryDeleteSetting(std::string_view property);
     /// True when there are rows and all can be read; the same for all members of this kind. Rows come in the order of
-    /// the table, as they are in the file; writes of settings that are kept for later are not included. A row with an
+    /// the table, as they are in the file; what is kept for later is not included. A row with an
     /// id beyond 16 bits, or a setting that is NULL, leaves its slot empty and makes the list false; the rows after it
     /// are read. A NULL in a record is an empty text, or 0.
     bool GetAllDriverSettings(RecordArray<PropValue>& propValList);
@@ -92,16 +103,19 @@ public:
     bool GetCommonSetting(std::string_view property, std::string& value, std::string_view fallback);
     bool GetAllCommonSettings(RecordArray<PropValue>& propValList);
 
-    /// True when a row changed. A record with id 0, or whose row no longer exists, is inserted, and `isNew` comes back
-    /// true; the id of the new row is not read back. A number that is not finite fails. The same for all members of
-    /// this kind.
+    /// True when a row changed, or will once the record, which is kept, goes out. A record with id 0, or whose row no
+    /// longer exists, is inserted, and `isNew` comes back true; the id of the new row is not read back. A number that
+    /// is not finite fails. The same for all members of this kind.
     bool SetGotoAltAz(const GotoAltAz& obj, bool& isNew);
     bool SetGotoRaDec(const GotoRaDec& obj, bool& isNew);
     /// When another row has the name already, nothing changes: false.
     bool SetSite(const Site& obj, bool& isNew);
     bool SetParkPosition(const ParkPosition& obj, bool& isNew);
 
-    /// True when the statement ran, also when no row had that id.
+    /// Whether records or deletions of records are kept for later: the lists do not show them yet.
+    bool KeepsRecords() const;
+
+    /// True when the statement ran or is kept for later, also when no row had that id.
     bool DeleteGotoAltAz(std::int16_t id);
     bool DeleteGotoRaDec(std::int16_t id);
     bool DeleteSite(std::int16_t id);
@@ -124,20 +138,37 @@ public:
 
 private:
     struct KeyedTable;  // one of the two tables that hold settings
-    struct PendingWrite {
-        const KeyedTable* table;
-        std::string property;
-        std::string value;
+    /// A write that waits for its file: of the setting `property` in `table`, or of a record.
+    struct KeptWrite {
+        const KeyedTable* table = nullptr;  ///< null: a record
+        std::string property = {};
+        std::optional<std::string> value = {};  ///< nothing: the setting is deleted
+        std::string sql = {};                   ///< of the record
+        std::string sqlWithoutRow = {};         ///< of a record, when `sql` changed no row; may be empty
+        bool isAudit = false;                   ///< a row that no list shows
     };
     static const KeyedTable kDriver;
     static const KeyedTable kCommon;
 
     void OpenFile();
-    /// Before each call: opens a file that was locked before, stores what is pending, and allows this call its wait.
+    void TryToOpen();
+    /// Moves the file aside and begins a new one; false when that failed.
+    bool BeginAnew();
+    /// Before each call, without a wait: makes the file usable again when that is due, and stores what is kept.
     void Settle();
-    void StorePending();
+    bool RetryIsDue();
+    void StoreKept();
+    void Store(const KeptWrite& write);
     /// Runs the one statement in `sql`.
     RowSet Run(std::string_view sql);
+    /// Runs a write now, or keeps it when the file or an earlier write is in its way: then false.
+    bool WriteOrKeep(KeptWrite write, const std::function<void()>& run);
+    /// Runs a write; false when another program or the disk refused it, which is noted.
+    bool Attempt(const std::function<void()>& run);
+    void NoteRefusedWrite(const DiskFault& fault);
+    void NoteWritten();
+    void NoteUnread(std::string_view reason);
+    void SayOnce(bool& said, std::string_view what, std::string_view reason);
     void ChooseSyncOfWrites(Sync sync);
     /// Rows changed by the last statement that could change rows.
     int Changes() const;
@@ -150,10 +181,17 @@ private:
                     std::string_view condition = {});
     bool WriteAudit(std::string_view table, std::string_view property, std::string_view oldValue,
                     std::string_view newValue);
-    using Pending = std::vector<PendingWrite>::iterator;
-    Pending FindPending(const KeyedTable& table, std::string_view property);
-    void KeepForLater(PendingWrite write);
+    void DeleteValue(std::string_view property);
+    static std::string NameOf(const KeyedTable& table, std::string_view property);
+    /// The kept write of the setting, or null.
+    const KeptWrite* FindKept(const KeyedTable& table, std::string_view property) const;
+    void KeepForLater(KeptWrite write);
+    /// What the setting was when it was last read or written; null when nobody knows.
+    const std::string* LastKnown(const KeyedTable& table, std::string_view property) const;
+    void Remember(const KeyedTable& table, std::string_view property, std::string_view value);
 
+    /// True when `sqlWithoutRow` had to run.
+    bool RunRecord(const KeptWrite& write);
     bool SaveRecord(std::string_view procedure, const std::function<PropertyValue(std::string_view)>& getProperty,
                     bool& isNew, std::string_view table, std::span<const std::string_view> columns);
     bool DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id);
@@ -168,9 +206,14 @@ private:
     LockWait wait_;
     SettingsFile file_;
     bool answered_ = false;
-    bool lockedOut_ = false;  ///< another program held the file each time we tried to open it
+    bool lockedOut_ = false;  ///< another program held the file when we last tried to open it
+    bool everOpen_ = false;
+    std::optional<Tick> faultAt_;  ///< when the disk last refused an opening or a write
+    bool refusalSaid_ = false;
+    bool unreadSaid_ = false;
     std::optional<Sync> sync_;
-    std::vector<PendingWrite> pending_;
+    std::deque<KeptWrite> kept_;                                 ///< grows at its end while the first is stored
+    std::map<std::string, std::string, std::less<>> lastKnown_;  ///< by table and key in lower case
 };
 
 /// `text` in the form that it needs between two apostrophes of a statement.

@@ -1,5 +1,6 @@
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -73,9 +74,16 @@ Site ParseSite(const SiteRow& row, std::size_t slot, Log& log, ResumeNext& error
     Site site = row.site;
     say("Site " + std::to_string(slot));
     say("  Site Name, Lat/Long: '" + site.Name + "' - '" + site.Longitude + "' / '" + site.Latitude + "'");
-    errors.Assign(site.Longitude, [&] { return NormalizeSiteText(site.Longitude, log); });
+    const auto normalize = [&](std::string& position) {
+        if (!errors.Assign(position, [&] { return NormalizeSiteText(position, log); })) {
+            log.LogMessage("GetAllSites", LogLevel::Warning,
+                           "Site '" + site.Name + "' has no position, since its text has not four fields with single " +
+                               "blanks between them: '" + position + "'");
+        }
+    };
+    normalize(site.Longitude);
     say("  Parsed Longitude: '" + site.Longitude + "'");
-    errors.Assign(site.Latitude, [&] { return NormalizeSiteText(site.Latitude, log); });
+    normalize(site.Latitude);
     say("  Parsed Latitude: '" + site.Latitude + "'");
     site.ElevationMeters = Val_Global(row.elevation, log);
     say("  Elevation: '" + row.elevation + "' (" + PlainNumber(site.ElevationMeters) + ")");
@@ -124,29 +132,41 @@ bool Database::SaveRecord(std::string_view procedure, const std::function<Proper
         if (std::get<std::int16_t>(getProperty("id")) == 0) {
             isNew = true;
         }
+        KeptWrite write;
+        write.sqlWithoutRow = InsertStatement(getProperty, table, columns);
+        write.sql = isNew ? std::exchange(write.sqlWithoutRow, {}) : UpdateStatement(getProperty, table, columns);
         Settle();
-        ChooseSyncOfWrites(Sync::Now);
-        if (!isNew) {
-            Run(UpdateStatement(getProperty, table, columns));
-            isNew = Changes() == 0;  // the row no longer exists
-        }
-        if (isNew) {
-            Run(InsertStatement(getProperty, table, columns));
-        }
-        changed = Changes() >= 1;
-        answered_ = true;
-        wait_.GotThrough();
+        const bool ran = WriteOrKeep(write, [&] {
+            isNew = RunRecord(write) || isNew;
+            changed = Changes() >= 1;
+            answered_ = true;
+        });
+        changed = changed || !ran;
     });
     return changed;
+}
+
+bool Database::RunRecord(const KeptWrite& write) {
+    ChooseSyncOfWrites(Sync::Now);
+    Run(write.sql);
+    const bool noRow = Changes() == 0 && !write.sqlWithoutRow.empty();
+    if (noRow) {
+        Run(write.sqlWithoutRow);
+    }
+    if (Changes() > 0) {
+        NoteWritten();
+    }
+    return noRow;
 }
 
 bool Database::DeleteRecord(std::string_view procedure, std::string_view table, std::int16_t id) {
     ResumeNext errors{needs_.ledger, procedure};
     return errors.Step([&] {
+        KeptWrite write;
+        write.sql = "Delete from " + std::string(table) + " WHERE " + std::string(table) + "Index = '" +
+                    std::to_string(id) + "'";
         Settle();
-        ChooseSyncOfWrites(Sync::Now);
-        Run("Delete from " + std::string(table) + " WHERE " + std::string(table) + "Index = '" + std::to_string(id) +
-            "'");
+        WriteOrKeep(write, [&] { RunRecord(write); });
     });
 }
 
@@ -157,8 +177,13 @@ bool Database::ReadAll(std::string_view procedure, std::string_view table, Recor
     ResumeNext errors{needs_.ledger, procedure};
     errors.Step([&] {
         Settle();
-        for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
-            errors.Assign(array.emplace_back(), [&] { return read(rows); });
+        try {
+            for (RowSet rows = Run("Select * from " + std::string(table)); !rows.AtEnd(); rows.MoveNext()) {
+                errors.Assign(array.emplace_back(), [&] { return read(rows); });
+            }
+        } catch (const DiskFault& fault) {
+            NoteUnread(fault.Message());
+            throw;
         }
         answered_ = true;
     });

@@ -1,39 +1,30 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "platform/clock.h"
 
 namespace kestrane {
 
 /// How long a statement waits for a second program that holds the settings file. A wait blocks the logic thread, so
-/// there is one of at most `kLongestMs`. After one that did not succeed nobody waits again for `kRestMs`, or until a
-/// write succeeded. Logic thread only.
+/// only the start and the end of the process allow one. Logic thread only.
 class LockWait {
 public:
     static constexpr std::int32_t kLongestMs = 2000;
     static constexpr std::int32_t kStepMs = 10;
-    static constexpr std::int32_t kRestMs = 10'000;
 
     explicit LockWait(Clock& clock) : clock_(clock) {}
 
-    /// The statements that follow may wait, together `kLongestMs`, unless a wait failed a short while ago.
-    void Begin();
-    /// The statements that follow may wait, even after a wait that failed.
-    void BeginAnew();
-    /// The statements that follow never wait.
+    /// The statements that follow may wait, together `kLongestMs`.
+    void Begin() { leftMs_ = kLongestMs; }
+    /// The statements that follow never wait; so it is from the beginning.
     void Forbid() { leftMs_ = 0; }
     /// Waits one step; false when the time to wait is used up.
     bool WaitAStep();
-    void GotThrough() { inVainAt_.reset(); }
 
 private:
-    bool Rests() const;
-
     Clock& clock_;
     std::int32_t leftMs_ = 0;
-    std::optional<Tick> inVainAt_;
 };
 
 }  // namespace kestrane

@@ -4,6 +4,7 @@
 
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
 #include "settings/database.h"
 #include "settings/legacy_ini.h"
 
@@ -54,9 +55,9 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
     } else if (!ReadFile(variable, value)) {
         value = fallback;
     } else if (value == kMissing) {
-        value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
-        // A default needs no wait for the disk: if a power cut loses its row, the next first reader asks with it again.
-        m_db->SetFirstSetting(variable, value, kMissing, value == fallback ? Sync::Later : Sync::Now);
+        value = FirstAnswer(variable, fallback);
+    } else if (!notStored_.empty()) {
+        notStored_.erase(ToLower(variable));  // the file has a value by now, which counts
     }
     if (value == "false") {
         value = "False";
@@ -64,6 +65,23 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
         value = "True";
     }
     LogAccess("ReadIniValue", variable, value);
+    return value;
+}
+
+std::string Persist::FirstAnswer(std::string_view variable, std::string_view fallback) {
+    const std::string key = ToLower(variable);
+    std::string value;
+    if (const auto given = notStored_.find(key); given != notStored_.end()) {
+        value = given->second;
+    } else {
+        value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
+    }
+    // A default needs no wait for the disk: if a power cut loses its row, the next first reader asks with it again.
+    if (m_db->SetFirstSetting(variable, value, kMissing, value == fallback ? Sync::Later : Sync::Now)) {
+        notStored_.erase(key);
+    } else {
+        notStored_.insert_or_assign(key, value);
+    }
     return value;
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,10 +32,10 @@ struct PersistNeeds {
 
 /// Named settings: a text under a text key; upper and lower case of the key do not matter. A read asks the settings
 /// file, then the legacy ini file, then takes the caller's default. The answer of a first read is stored at once: from
-/// then on neither the ini file nor the default of another caller counts. When a second program holds the file, the
-/// answer is given but not stored, and the next read of the key is a first one again. There is no cache; a write takes
-/// effect at once and survives a kill of the process and a power cut, unless a second program holds the file (see
-/// `Database`). A read that fails gives the default and stores nothing. Logic thread only.
+/// then on neither the ini file nor the default of another caller counts. When a second program or the disk keeps it
+/// from being stored, the answer still counts in this process and is stored by a later read, unless the other program
+/// has set the key by then. A write takes effect at once and survives a kill of the process and a power cut, unless it
+/// had to be kept (see `Database`). A read that fails gives the default and stores nothing. Logic thread only.
 class Persist {
 public:
     explicit Persist(PersistNeeds needs);
@@ -73,6 +74,8 @@ public:
 private:
     std::unique_ptr<Database> CreateDatabase();
     void FindLegacyFile(const std::filesystem::path& folder);
+    /// The answer for a key without a row, which is stored.
+    std::string FirstAnswer(std::string_view variable, std::string_view fallback);
     bool ReadFile(std::string_view variable, std::string& value);
     void ShowFailure(std::string_view text);
     void LogAccess(std::string_view origin, std::string_view variable, std::string_view value);
@@ -81,6 +84,7 @@ private:
     std::unique_ptr<Database> m_db;
     bool answered_ = false;  ///< whether the last read got its answer from the settings file
     std::filesystem::path legacyFile_;
+    std::map<std::string, std::string, std::less<>> notStored_;  ///< first answers by key in lower case
 };
 
 }  // namespace kestrane

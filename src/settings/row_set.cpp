@@ -6,15 +6,37 @@
 namespace kestrane {
 namespace {
 
-[[noreturn]] void RaiseStatementFailure(int status, const char* message) {
+constexpr bool IsDiskFault(int status) {
+    switch (status & 0xFF) {
+        case SQLITE_FULL:
+        case SQLITE_READONLY:
+        case SQLITE_IOERR:
+        case SQLITE_CANTOPEN:
+        case SQLITE_PERM:
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+void RaiseSqliteFailure(int status, const char* message) {
     // The last one is the status of a write-ahead log when other programs used it for too long.
     if (status == SQLITE_BUSY || status == SQLITE_LOCKED || status == SQLITE_PROTOCOL) {
         throw FileLocked();
     }
+    if (IsDiskFault(status)) {
+        throw DiskFault(static_cast<std::uint32_t>(status), message);
+    }
     throw RunTimeError(static_cast<std::uint32_t>(status), message);
 }
 
-}  // namespace
+bool DiskFault::NoDatabase() const {
+    return Number() == SQLITE_NOTADB;
+}
 
 FileLocked::FileLocked() : RunTimeError(SQLITE_BUSY, "database is locked") {}
 
@@ -29,7 +51,7 @@ RowSet::RowSet(Statement statement) : statement_(std::move(statement)) {
 void RowSet::MoveNext() {
     const int status = sqlite3_step(statement_.get());
     if (status != SQLITE_ROW && status != SQLITE_DONE) {
-        RaiseStatementFailure(status, sqlite3_errmsg(sqlite3_db_handle(statement_.get())));
+        RaiseSqliteFailure(status, sqlite3_errmsg(sqlite3_db_handle(statement_.get())));
     }
     atEnd_ = status == SQLITE_DONE;
 }
@@ -69,7 +91,7 @@ RowSet RunStatement(sqlite3& connection, std::string_view sql) {
     const int status = sqlite3_prepare_v2(&connection, sql.data(), static_cast<int>(sql.size()), &prepared, &rest);
     RowSet::Statement statement(prepared);
     if (status != SQLITE_OK) {
-        RaiseStatementFailure(status, sqlite3_errmsg(&connection));
+        RaiseSqliteFailure(status, sqlite3_errmsg(&connection));
     }
     if (!statement || rest != sql.data() + sql.size()) {
         throw RunTimeError(SQLITE_MISUSE, "One statement at a time");

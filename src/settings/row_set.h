@@ -18,6 +18,18 @@ public:
     FileLocked();
 };
 
+/// A statement that the disk or the file itself refused (full, read-only, unreadable, damaged); the number is SQLite's.
+/// Nothing happened, and the same statement may succeed once somebody has mended that.
+class DiskFault final : public RunTimeError {
+public:
+    using RunTimeError::RunTimeError;
+    /// Whether the file holds something else than a database.
+    bool NoDatabase() const;
+};
+
+/// Raises the failure of a call of SQLite as `FileLocked`, `DiskFault` or another `RunTimeError`.
+[[noreturn]] void RaiseSqliteFailure(int status, const char* message);
+
 struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const;
 };

@@ -104,16 +104,29 @@ int WaitForTheOther(void* wait, int) {
     return static_cast<LockWait*>(wait)->WaitAStep() ? 1 : 0;
 }
 
-SettingsConnection Connect(const std::filesystem::path& path) {
+SettingsConnection Connect(const char* name, int flags) {
     sqlite3* opened = nullptr;
-    const int status = sqlite3_open_v2(path.c_str(), &opened,
-                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int status = sqlite3_open_v2(name, &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     SettingsConnection connection(opened);
     if (status != SQLITE_OK) {
-        throw RunTimeError(static_cast<std::uint32_t>(status),
-                           opened == nullptr ? sqlite3_errstr(status) : sqlite3_errmsg(opened));
+        RaiseSqliteFailure(status, opened == nullptr ? sqlite3_errstr(status) : sqlite3_errmsg(opened));
     }
     return connection;
+}
+
+/// The file as a name with a query: the characters with a meaning in it are written by their number.
+std::string ImmutableName(const std::filesystem::path& path) {
+    constexpr std::string_view kHex = "0123456789ABCDEF";
+    std::string name = "file:";
+    for (const char c : path.string()) {
+        if (c == '%' || c == '?' || c == '#') {
+            const auto byte = static_cast<unsigned char>(c);
+            name.append(1, '%').append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
+        } else {
+            name += c;
+        }
+    }
+    return name + "?immutable=1";
 }
 
 /// The change of the journal needs the file to itself for a moment; never waits, and a failure does not matter.
@@ -125,14 +138,8 @@ bool TakeWriteAheadLog(sqlite3& connection) {
     }
 }
 
-}  // namespace
-
-void CloseConnection::operator()(sqlite3* connection) const {
-    sqlite3_close(connection);
-}
-
-SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait) {
-    SettingsFile file{Connect(path)};
+SettingsFile OpenShared(const std::filesystem::path& path, LockWait& wait) {
+    SettingsFile file{Connect(path.c_str(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)};
     file.writeAheadLog = TakeWriteAheadLog(*file.connection);
     sqlite3_busy_handler(file.connection.get(), &WaitForTheOther, &wait);
     ChooseSync(file, Sync::Later);  // tables that a power cut has lost are made again
@@ -142,6 +149,48 @@ SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait)
         file.writeAheadLog = TakeWriteAheadLog(*file.connection);
     }
     return file;
+}
+
+/// The file as far as it can be read without a write; raises a `RunTimeError` when it holds no settings to read.
+SettingsFile OpenForReading(const std::filesystem::path& path, FileAccess access) {
+    const bool alone = access == FileAccess::Alone;
+    SettingsFile file{alone ? Connect(path.c_str(), SQLITE_OPEN_READWRITE)
+                            : Connect(ImmutableName(path).c_str(), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI),
+                      access};
+    if (alone) {
+        RunStatement(*file.connection, "PRAGMA locking_mode = EXCLUSIVE");
+    }
+    RunStatement(*file.connection, "Select * from Driver");
+    file.writeAheadLog = alone && RunStatement(*file.connection, "PRAGMA journal_mode").Text(0) == "wal";
+    return file;
+}
+
+}  // namespace
+
+void CloseConnection::operator()(sqlite3* connection) const {
+    sqlite3_close(connection);
+}
+
+SettingsFile OpenSettingsFile(const std::filesystem::path& path, LockWait& wait) {
+    try {
+        return OpenShared(path, wait);
+    } catch (const DiskFault& fault) {
+        if (fault.NoDatabase()) {
+            throw;
+        }
+        for (const FileAccess access : {FileAccess::Alone, FileAccess::ReadOnly}) {
+            try {
+                return OpenForReading(path, access);
+            } catch (const RunTimeError&) {
+                // The next access reads less, but may still read something.
+            }
+        }
+        throw;
+    }
+}
+
+bool MayWrite(const SettingsFile& file) {
+    return file.connection != nullptr && sqlite3_db_readonly(file.connection.get(), "main") == 0;
 }
 
 void ChooseSync(const SettingsFile& file, Sync sync) {

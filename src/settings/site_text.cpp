@@ -31,7 +31,7 @@ bool ParseField(std::string_view field, bool whole, double most, double& value, 
 }
 
 bool ParseHalf(std::string_view text, const HalfLimits& limits, double& degrees, Log& log) {
-    if (std::ranges::count(text, ' ') != 3) {
+    if (std::ranges::count(text, ' ') != 3 || text.find("  ") != std::string_view::npos) {
         return false;
     }
     const auto [letter, degreeField, minuteField, secondField] = SplitSiteText(text);
@@ -68,6 +68,10 @@ SiteFields SplitSiteText(std::string_view text) {
         }
         fields[i] = text.substr(0, blank);
         text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
+        if (i > 0 && fields[i].empty() && blank != std::string_view::npos) {  // two blanks would shift the fields after
+                                                                              // them: the site would be somewhere else
+            throw RunTimeError(RunTimeError::kSubscriptOutOfRange, "Subscript out of range");
+        }
     }
     return fields;
 }

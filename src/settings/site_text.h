@@ -16,7 +16,7 @@ std::string PadWithZeros(std::string_view text, std::size_t width);
 using SiteFields = std::array<std::string_view, 4>;
 
 /// The four fields of a site's position text, which are separated by single blanks; what follows them is dropped. A
-/// text without its four fields is a run-time error (9). The fields point into `text`.
+/// text without its four fields, or with two blanks in a row, is a run-time error (9). The fields point into `text`.
 SiteFields SplitSiteText(std::string_view text);
 
 /// The position text of four fields: degrees padded to `degreeWidth`, minutes to 2, seconds with one decimal to 4.

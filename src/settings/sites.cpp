@@ -75,7 +75,7 @@ RecordArray<Site>& Sites::g_Sites() {
 
 bool Sites::GetAllSites() {
     if (started_) {
-        return LoadSites() && listWhole_;
+        return LoadSites() && listWhole_ && !KeepsSites();
     }
     StartOnce();
     return started_ && listWhole_;
@@ -144,7 +144,12 @@ bool Sites::StartUp() {
     if (!errors.Step([&] { answered = FindCurrentSite(); })) {
         WarnOfLastFailure("The current site cannot be found");
     }
-    return answered;
+    return answered && !KeepsSites();
+}
+
+/// Sites that wait for another program or for room on the disk are in no list yet.
+bool Sites::KeepsSites() const {
+    return needs_.persist.database()->KeepsRecords();
 }
 
 bool Sites::CopySitesOnce() {

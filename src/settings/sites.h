@@ -61,6 +61,7 @@ private:
     void StartOnce();
     // These are false when the settings file did not answer, so that a later use has to begin again.
     bool StartUp();
+    bool KeepsSites() const;
     bool CopySitesOnce();
     bool CopyPackedSites();
     bool LoadSites();

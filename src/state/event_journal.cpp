@@ -17,9 +17,13 @@ std::string Number(double value) {
     return FormatUs(value, "");
 }
 
-/// Plain digits only.
+/// A whole number in digits, also with a fraction of zeros: some programs send "5.0".
 std::optional<std::int32_t> ParseIndex(std::string_view text) {
-    const std::string digits = Trim(text);
+    std::string digits = Trim(text);
+    const std::size_t point = digits.find_first_of(".,");
+    if (point != std::string::npos && digits.find_first_not_of('0', point + 1) == std::string::npos) {
+        digits.resize(point);
+    }
     std::int16_t index = 0;
     if (!IsAllDigits(digits) || !TryParseInteger(digits, index) || index >= EventJournal::kCapacity) {
         return std::nullopt;

@@ -95,9 +95,10 @@ void ConnectionSteps::InitializeFirstObject() {
     });
     errors.Step([&] {
         // Here the default is on, unlike at the start of the process. The default of the first reader is stored and
-        // stays.
-        const std::string enabled = driver_.persist.Read(AskedLater(setting::chkEnableDebugLog));
-        state_.g_bDebugLog = Val_Global(enabled, driver_.log) != 0.0;
+        // stays. A settings file that does not answer turns nothing on.
+        if (const auto enabled = driver_.persist.ReadIfAnswered(AskedLater(setting::chkEnableDebugLog))) {
+            state_.g_bDebugLog = Val_Global(*enabled, driver_.log) != 0.0;
+        }
         if (state_.g_bDebugLog) {
             driver_.log.OpenLog();
         }

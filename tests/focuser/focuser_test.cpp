@@ -172,7 +172,11 @@ TEST_P(LoggedMemberTest, FixedMember_GivesItsValueAndLogsIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Members, LoggedMemberTest,
-    testing::Values(MemberRow{"Absolute", [](Focuser& f) { return Text(f.Absolute()); }, "False"},
+    testing::Values(MemberRow{"InterfaceVersion", [](Focuser& f) { return std::to_string(f.InterfaceVersion()); }, "2"},
+                    MemberRow{"Name", [](Focuser& f) { return f.Name(); }, "KestraneV2"},
+                    MemberRow{"Description", [](Focuser& f) { return f.Description(); }, "Kestrane VTR V2 Focuser"},
+                    MemberRow{"DriverVersion", [](Focuser& f) { return f.DriverVersion(); }, "5.50.03"},
+                    MemberRow{"Absolute", [](Focuser& f) { return Text(f.Absolute()); }, "False"},
                     MemberRow{"IsMoving", [](Focuser& f) { return Text(f.IsMoving()); }, "False"},
                     MemberRow{"Link", [](Focuser& f) { return Text(f.Link()); }, "False"},
                     MemberRow{"MaxIncrement", [](Focuser& f) { return std::to_string(f.MaxIncrement()); }, "5000"},
@@ -180,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MemberRow{"TempComp", [](Focuser& f) { return Text(f.TempComp()); }, "False"},
                     MemberRow{"TempCompAvailable", [](Focuser& f) { return Text(f.TempCompAvailable()); }, "False"}));
 
-TEST_F(FocuserTest, IdentityMembers_AreFixedAndLogNothing) {
+TEST_F(FocuserTest, IdentityMembers_AreFixedAndLogged) {
     Start();
     const FocuserObject focuser = driver->CreateFocuser();
     EXPECT_EQ(focuser->InterfaceVersion(), 2);
@@ -188,7 +192,8 @@ TEST_F(FocuserTest, IdentityMembers_AreFixedAndLogNothing) {
     EXPECT_EQ(focuser->Description(), "Kestrane VTR V2 Focuser");
     EXPECT_EQ(focuser->DriverInfo(), "5.50.3 Kestrane V2\r\nKestrane V2 telescope-mount driver");
     EXPECT_EQ(focuser->DriverVersion(), "5.50.03");
-    EXPECT_TRUE(FocuserLog().empty());
+    EXPECT_EQ(FocuserLog().size(), 5U);
+    EXPECT_EQ(FocuserLog().at(3), "GET DriverInfo = 5.50.3 Kestrane V2Kestrane V2 telescope-mount driver");
 }
 
 TEST_F(FocuserTest, LinkWrites_AreLoggedWithTheirValue) {

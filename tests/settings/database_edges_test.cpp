@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "settings/sites.h"
 #include "settings_fakes.h"
 #include "support/comma_locale.h"
 
@@ -358,6 +360,25 @@ TEST(UnusableFileTest, EveryOperation_FailsQuietlyAndClearsItsList) {
     EXPECT_TRUE(world.logged.empty());
     Persist persist(world.NeedsOfPersist());
     EXPECT_EQ(persist.GetAllValues(), "");
+}
+
+TEST_F(DatabaseEdgesTest, APositionWithTwoBlanks_StaysInTheListWithoutAPositionAndIsLogged) {
+    logState.g_bDebugLog = true;
+    Foreign().Run("insert into Sites values (1, 'home', '', 'W  1 2 3.44', 'N 1 2 3', 0, 0, 0, 0, 0)");
+    RecordArray<Site> sites;
+    EXPECT_FALSE(db.GetAllSites(sites));
+    ASSERT_EQ(sites.size(), 2U);
+    EXPECT_EQ(sites[1]->Longitude, "W  1 2 3.44");
+    EXPECT_EQ(sites[1]->Latitude, "N 01 02 03.0");
+    const std::string line =
+        "GetAllSites|1|Site 'home' has no position, since its text has not four fields with single "
+        "blanks between them: 'W  1 2 3.44'";
+    EXPECT_EQ(std::count(logged.begin(), logged.end(), line), 1);
+    Persist persist(NeedsOfPersist());
+    Sites list(SitesNeeds{persist, log, ledger});
+    SiteNumbers numbers;
+    EXPECT_FALSE(list.GetSiteNumbers("home", numbers));
+    EXPECT_EQ(numbers.longitude, 0.0);
 }
 
 // --- under a decimal comma -------------------------------------------------------------------------------------------

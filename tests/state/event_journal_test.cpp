@@ -141,6 +141,16 @@ INSTANTIATE_TEST_SUITE_P(Arguments, JournalArgumentTest,
                                          BadArgument{"1;2", kOutOfRange}),
                          [](const auto& row) { return "Row" + std::to_string(row.index); });
 
+class JournalIndexTest : public EventJournalTest {};
+
+TEST_F(JournalIndexTest, AWholeIndex_IsTakenWithAFractionOfZerosToo) {
+    for (const char* index : {"0.0", " 0.00 ", "0,0", "0."}) {
+        EXPECT_EQ(journal.PulseGuideEvents(index), journal.PulseGuideEvents("0")) << index;
+    }
+    EXPECT_EQ(journal.RaDecEvents("5.0"), journal.RaDecEvents("5"));
+    EXPECT_EQ(journal.RaDecEvents("5.5"), journal.RaDecEvents("x"));
+}
+
 // --- what a position that stands still means
 
 class StandingStillTest : public StateFixture {

@@ -121,11 +121,31 @@ void Log::LogMessage(std::string_view origin, LogLevel level, std::string_view m
 }
 
 void Log::LogMessage(std::string_view origin, int level, std::string_view message) {
-    if (!state_.g_bDebugLog) {
+    if (state_.g_bDebugLog) {
+        LogLine(GetTimestamp(), origin, level, message);
+    }
+}
+
+void Log::LogTrouble(std::string_view origin, LogLevel level, std::string_view message) {
+    if (state_.g_bDebugLog) {
+        LogMessage(origin, level, message);
         return;
     }
+    if (troubles_.size() == kKeptTroubles) {
+        troubles_.pop_front();
+    }
+    troubles_.push_back({GetTimestamp(), std::string(origin), level, std::string(message)});
+}
+
+void Log::LogKeptTroubles() {
+    for (const Trouble& trouble : std::exchange(troubles_, {})) {
+        LogLine(trouble.timestamp, trouble.origin, static_cast<int>(trouble.level), trouble.message);
+    }
+}
+
+void Log::LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message) {
     const std::string text = ReplaceAll(message, "\r\n", "");
-    std::string line = GetTimestamp();
+    std::string line = timestamp;
     line.append(": ").append(origin);
     line.append(origin.size() < kOriginWidth ? kOriginWidth - origin.size() : 0, ' ');
     line.append(": ").append(LevelText(level)).append(" : ").append(text);
@@ -166,6 +186,9 @@ void Log::OpenLog() {
     }
     state_.g_nLogLine = 0;
     WriteHeader();
+    if (state_.g_bDebugLog) {
+        LogKeptTroubles();
+    }
 }
 
 void Log::OpenFile() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -69,6 +70,10 @@ public:
     void LogMessage(std::string_view origin, LogLevel level, std::string_view message);
     /// For levels outside the enumeration, which print as their number.
     void LogMessage(std::string_view origin, int level, std::string_view message);
+    /// For what must be found later too: logs the message or, while logging is off, keeps it (the newest
+    /// `kKeptTroubles`) with its time for the next log, which shows it after its head.
+    void LogTrouble(std::string_view origin, LogLevel level, std::string_view message);
+    static constexpr std::size_t kKeptTroubles = 20;
 
     /// Opens a new file with its header if none is open. Failures leave the log without a file.
     void OpenLog();
@@ -95,6 +100,8 @@ private:
     void ChooseFolder();
     void OpenFile();
     void WriteHeader();
+    void LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message);
+    void LogKeptTroubles();
     void FeedWindow(std::string_view line);
     void ShowWindow(bool visible);
 
@@ -107,6 +114,13 @@ private:
     std::filesystem::path fileName_;
     std::string commonFolder_;  ///< the folder used when none is set; made again at each open
     Listener listener_;
+
+    struct Trouble {
+        std::string timestamp, origin;
+        LogLevel level;
+        std::string message;
+    };
+    std::deque<Trouble> troubles_;  ///< of the time without a log
 };
 
 }  // namespace kestrane

@@ -26,6 +26,31 @@ std::string Mapped(std::string_view text, char (*map)(char)) {
     return result;
 }
 
+/// All significant digits of the number without an exponent; empty when it would need more than 15 places on a side.
+std::string FixedNumber(double value) {
+    if (!std::isfinite(value)) {
+        return {};
+    }
+    std::array<char, 32> buffer{};
+    const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::abs(value),
+                                       std::chars_format::scientific, kSignificantDigits - 1);
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data()));
+    const std::size_t mark = text.find('e');
+    int exponent = 0;
+    std::from_chars(text.data() + mark + (text[mark + 1] == '+' ? 2 : 1), text.data() + text.size(), exponent);
+    if (exponent < -kSignificantDigits || exponent >= kSignificantDigits) {
+        return {};
+    }
+    std::string digits = std::string(text.substr(0, 1)).append(text.substr(2, mark - 2));
+    if (exponent < 0) {
+        digits.insert(0, static_cast<std::size_t>(-exponent), '0');
+    }
+    const std::size_t whole = exponent < 0 ? 1 : static_cast<std::size_t>(exponent) + 1;
+    const std::size_t end = std::max(digits.find_last_not_of('0') + 1, whole);
+    std::string number = (value < 0.0 ? "-" : "") + digits.substr(0, whole);
+    return end > whole ? number.append(".").append(digits.substr(whole, end - whole)) : number;
+}
+
 }  // namespace
 
 std::string_view TrueFalse(bool value) {
@@ -37,6 +62,9 @@ std::string PlainNumber(double value) {
         return "0";  // also for a negative zero
     }
     std::array<char, 32> buffer{};
+    if (const std::string fixed = FixedNumber(value); !fixed.empty()) {
+        return fixed;
+    }
     const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general,
                                        kSignificantDigits);
     return ToUpper(std::string_view(buffer.data(), static_cast<std::size_t>(written.ptr - buffer.data())));

@@ -1,0 +1,124 @@
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <sqlite3.h>
+#include <utility>
+
+#include "support/driver_fixture.h"
+#include "support/small_disk.h"
+
+/// A driver whose settings file is held by another program, or is on a full disk.
+namespace kestrane {
+namespace {
+
+class OtherProgram {
+public:
+    explicit OtherProgram(const std::filesystem::path& file) {
+        sqlite3* opened = nullptr;
+        sqlite3_open(file.c_str(), &opened);
+        connection_.reset(opened);
+    }
+    bool Run(const char* sql) { return sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+
+private:
+    struct Close {
+        void operator()(sqlite3* connection) const { sqlite3_close(connection); }
+    };
+    std::unique_ptr<sqlite3, Close> connection_;
+};
+
+struct LockRow {
+    const char* journal;
+    const char* lock;
+};
+
+class LockedSettingsTest : public DriverFixture, public testing::WithParamInterface<LockRow> {};
+
+INSTANTIATE_TEST_SUITE_P(Locks, LockedSettingsTest,
+                         testing::Values(LockRow{"PRAGMA journal_mode = WAL", "BEGIN IMMEDIATE"},
+                                         LockRow{"PRAGMA journal_mode = DELETE", "BEGIN EXCLUSIVE"}));
+
+TEST_P(LockedSettingsTest, ALockAtTheStart_TurnsNoLogOnAndHoldsTheConnectUpForNothing) {
+    Seed({{"Port", "COM1"}});
+    OtherProgram other(machine.folders.SettingsFile());
+    ASSERT_TRUE(other.Run(GetParam().journal));
+    ASSERT_TRUE(other.Run(GetParam().lock));
+    std::int32_t sleptMs = 0;
+    machine.clock.OnSleep([&](std::int32_t milliseconds) { sleptMs += milliseconds; });
+    driver = Main(machine.Services(), true);
+    ExpectSwallow("*");
+    const std::int32_t ofTheStart = std::exchange(sleptMs, 0);
+    EXPECT_LE(ofTheStart, 2000);
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_FALSE(driver->state.g_bDebugLog);
+    EXPECT_FALSE(std::filesystem::exists(machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "Logs"));
+    EXPECT_EQ(sleptMs, 0);
+    telescope->Connected(true);
+    EXPECT_TRUE(telescope->Connected());
+    EXPECT_FALSE(driver->state.g_bDebugLog);
+}
+
+TEST_F(DriverFixture, WithoutALock_TheLogIsOnOnlyWhenItsSettingSaysSo) {
+    driver = Main(machine.Services(), true);
+    const TelescopeObject first = driver->CreateTelescope();
+    EXPECT_FALSE(driver->state.g_bDebugLog);
+}
+
+class FullDiskTest : public DriverFixture {
+protected:
+    void SetUp() override {
+        if (!disk.Mounted()) {
+            GTEST_SKIP() << "mounting is not permitted here: " << disk.WhyNot();
+        }
+    }
+    std::filesystem::path Logs() { return machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "Logs"; }
+    /// A slew of two hours, and back.
+    void Slew(const TelescopeObject& telescope) {
+        telescope->Tracking(true);
+        const double ra = telescope->SiderealTime();
+        const double target = ra < 2.0 ? ra + 22.0 : ra - 2.0;
+        telescope->SlewToCoordinates(target, 40.0);
+        EXPECT_FALSE(telescope->Slewing());
+        machine.AdvanceTime(3000);
+        EXPECT_NEAR(telescope->RightAscension(), target, 0.01);
+    }
+
+    SmallDisk disk{machine.folders.CommonAppData()};
+};
+
+TEST_F(FullDiskTest, ADiskThatFillsDuringARun_HoldsUpNoMotionAndLosesNoSetting) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    Slew(telescope);
+    disk.Fill();
+    Slew(telescope);
+    for (int i = 0; i < 20; ++i) {
+        driver->persist.WriteIniValue("SiteName", std::string(6000, static_cast<char>('a' + i)));
+    }
+    EXPECT_EQ(driver->persist.Read(setting::SiteName), std::string(6000, 't'));
+    EXPECT_EQ(TimesLogged("The settings cannot be written"), 1);
+    telescope->AbortSlew();
+    EXPECT_TRUE(telescope->Connected());
+    disk.MakeRoom();
+    machine.AdvanceTime(30'000);
+    Slew(telescope);
+    EXPECT_EQ(TimesLogged("The settings can be written again"), 1);
+    driver.reset();
+    Start();
+    EXPECT_EQ(driver->persist.Read(setting::SiteName), std::string(6000, 't'));
+}
+
+TEST_F(FullDiskTest, ADiskThatIsFullAtTheStart_GivesTheSettingsAndServesAsUsual) {
+    Seed({{"Retry", "4"}, {"chkEnableDebugLog", "1"}});
+    disk.Fill();
+    driver = Main(machine.Services(), true);
+    EXPECT_EQ(driver->persist.Read(setting::Retry), "4");
+    EXPECT_TRUE(driver->state.g_bDebugLog);
+    EXPECT_TRUE(machine.messageBoxes.Texts().empty());
+    ExpectSwallow("*");
+    const TelescopeObject telescope = ConnectedTelescope();
+    Slew(telescope);
+}
+
+}  // namespace
+}  // namespace kestrane
