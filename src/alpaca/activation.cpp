@@ -11,6 +11,7 @@
 #include <optional>
 #include <poll.h>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,6 +34,11 @@ sigset_t OurSignals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    struct sigaction hangup = {};
+    ::sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) {  // as after `nohup`
+        sigaddset(&signals, SIGHUP);     // comes at a logout
+    }
     sigaddset(&signals, SIGCHLD);
     return signals;
 }
@@ -84,7 +90,7 @@ public:
     /// Runs until a signal ends it.
     void Run() {
         int pauseMs = 0;
-        while (!ending_ && Pause(pauseMs) && WaitForClient()) {
+        while (askedToEnd_ == 0 && Pause(pauseMs) && WaitForClient()) {
             pauseMs = RunDriver() ? 0 : std::clamp(pauseMs * 2, kFirstPauseMs, kLongestPauseMs);
         }
     }
@@ -113,7 +119,7 @@ private:
         if (WaitForSignal(milliseconds)) {
             ReadSignals();
         }
-        return !ending_;  // the signal may have been read while the driver ran
+        return askedToEnd_ == 0;  // the signal may have been read while the driver ran
     }
 
     /// True when there is a signal to read.
@@ -126,9 +132,9 @@ private:
     bool ReadSignals() {
         signalfd_siginfo info{};
         while (::read(signals_.Number(), &info, sizeof(info)) == ssize_t{sizeof(info)}) {
-            ending_ = ending_ || info.ssi_signo != SIGCHLD;
+            askedToEnd_ += info.ssi_signo != SIGCHLD ? 1 : 0;
         }
-        return ending_;
+        return askedToEnd_ > 0;
     }
 
     /// Starts the driver and waits for its end; false when it failed soon after its start.
@@ -143,7 +149,7 @@ private:
             WaitForEnd(*driver, -1);
         }
         const bool good = WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
-        if (!good && !ending_) {
+        if (!good && askedToEnd_ == 0) {
             Report();
         }
         return good || !endedSoon;
@@ -160,17 +166,23 @@ private:
     /// Nothing when the system has no room for another process at the moment; the client meanwhile waits in the queue.
     std::optional<pid_t> Start() {
         DriverEnvironment environment(discovery_.IsOpen());
+        const pid_t us = ::getpid();
         const pid_t driver = ::fork();
         if (driver < 0) {
             return std::nullopt;
         }
         if (driver == 0) {
-            BecomeDriver(environment);
+            BecomeDriver(environment, us);
         }
         return driver;
     }
 
-    [[noreturn]] void BecomeDriver(DriverEnvironment& environment) const {
+    [[noreturn]] void BecomeDriver(DriverEnvironment& environment, pid_t activator) const {
+        // The driver of a killed activator ends too: nobody could start its next one, or find this one.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (::getppid() != activator) {
+            ::_exit(0);
+        }
         environment.WritePid(::getpid());
         // First moves both out of the way: each socket may have the number that the other one needs.
         const int http = ::fcntl(http_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2);
@@ -212,7 +224,11 @@ private:
                 ::waitpid(driver, &status_, 0);
                 return;
             }
+            const int before = askedToEnd_;
             ReadSignals();
+            if (askedToEnd_ > before) {
+                ::kill(driver, SIGTERM);  // a second one ends it at once
+            }
         }
     }
 
@@ -223,7 +239,7 @@ private:
     Descriptor signals_;
     sigset_t oldMask_{};
     int status_ = 0;
-    bool ending_ = false;
+    int askedToEnd_ = 0;  ///< signals that asked this program to end
 };
 
 }  // namespace

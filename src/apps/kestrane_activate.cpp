@@ -1,6 +1,7 @@
 // Starts the driver for the first client that calls, on systems without another socket activation.
 
 #include <charconv>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -90,5 +91,6 @@ int RunProgram(int argc, char** argv) {
 }  // namespace kestrane
 
 int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);  // a message for a reader that has gone ends nobody
     return kestrane::RunProgram(argc, argv);
 }

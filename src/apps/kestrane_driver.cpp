@@ -2,6 +2,7 @@
 // one.
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -18,6 +19,7 @@
 #include "kernel/base/application_info.h"
 #include "kernel/base/errors.h"
 #include "kernel/driver.h"
+#include "platform/posix/posix_end_signals.h"
 #include "platform/posix/posix_platform.h"
 
 namespace kestrane {
@@ -88,12 +90,16 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
 
 int RunProgram(bool hasArguments) {
     PosixPlatform platform(OnFault);
+    PosixEndSignals endSignals;  // before the first thread
     const std::optional<alpaca::ServerSockets> sockets =
         hasArguments ? std::nullopt : alpaca::TakeInheritedSockets(std::getenv, getpid());
     const std::unique_ptr<Driver> driver = Main(platform.Services(), sockets.has_value());
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
+    // A stop is the only call that gets into everything that waits. Nothing of it runs once `Serve` is over.
+    endSignals.Watch(
+        [&platform, &driver] { platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); }); });
     Serve(platform, *driver, *sockets);
     return kExitGood;
 }
@@ -102,5 +108,6 @@ int RunProgram(bool hasArguments) {
 }  // namespace kestrane
 
 int main(int argc, char**) {
+    std::signal(SIGPIPE, SIG_IGN);  // a message for a reader that has gone ends nobody
     return kestrane::RunProgram(argc > 1);
 }

@@ -99,6 +99,10 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     }
     state_.g_nReceiveTimeoutMS = needs_.link->ReceiveTimeoutMS();
     opening.linkSetUp = true;
+    needs_.door.LetStopIn();
+    if (ended_) {
+        return PassResult::Failed;
+    }
     if (ProbeMount()) {
         return PassResult::MountFound;
     }
@@ -254,12 +258,15 @@ void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
 }
 
 void ConnectionManager::CountClient(ClientKind kind) {
+    // A program that connects again and again without end must not come out as minus 32768 clients.
+    const auto count = [](std::int16_t& connects, bool& connected) {
+        connected = true;
+        connects = ToShort(connects + 1);
+    };
     if (kind == ClientKind::Telescope) {
-        state_.g_bConnected = true;
-        ++state_.g_nScopeConnects;
+        count(state_.g_nScopeConnects, state_.g_bConnected);
     } else {
-        state_.g_bFocuserConnected = true;
-        ++state_.g_nFocuserConnects;
+        count(state_.g_nFocuserConnects, state_.g_bFocuserConnected);
     }
     UpdateClientsLabel();
     driver_.log.LogMessage("Connections", LogLevel::Info, "OpenConnection: " + Counts());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
@@ -205,6 +206,23 @@ FocuserObject Driver::CreateFocuser() {
     })};
     object->Class_Initialize();
     return object;
+}
+
+void Driver::EndOnRequest() {
+    log.LogMessage("ShutdownDriver", LogLevel::Info, "The process was asked to end");
+    motion.StopAskedFor();
+    StopRunningAxes();
+    connections.ShutdownDriver();
+}
+
+void Driver::StopRunningAxes() {
+    if (!axisMotions.AnyStillRuns() || !link || !link->Connected()) {
+        return;
+    }
+    ResumeNext errors{ledger, "ShutdownDriver"};
+    errors.Step(
+        [&] { Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop); });
+    axisMotions.StopAll("The driver ends: its axes are stopped");
 }
 
 void Driver::ShowLowPower() {

@@ -111,6 +111,10 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
             if (longitude > 180.0) {
                 longitude -= 360.0;
             }
+            needs_.door.LetStopIn();
+            if (ended_) {
+                return false;
+            }
             const bool haveLatitude = AskDegrees(wire::GetLatitude, latitude);
             return haveLongitude && haveLatitude;
         });

@@ -61,12 +61,18 @@ void PumpEngine::Post(CallKind kind, std::function<void()> call) {
 }
 
 void PumpEngine::PumpMessages() {
+    if (over_) {
+        return;
+    }
     const Horizon horizon = HorizonNow();
     while (RunNext(horizon)) {
     }
 }
 
 void PumpEngine::PumpStops() {
+    if (over_) {
+        return;
+    }
     const Horizon horizon = HorizonNow();
     while (RunStop(horizon)) {
     }
@@ -140,6 +146,7 @@ void PumpEngine::RunLoop(std::optional<TimePoint> end) {
         const std::optional<TimePoint> next = NextDue();
         time_.SleepUntil(next && end ? std::min(*next, *end) : next ? next : end);
     }
+    over_ = true;
 }
 
 /// Runs a stop, or else the earliest of what is due and may start; false when there is nothing.

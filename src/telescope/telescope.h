@@ -272,11 +272,12 @@ public:
     /// The rate lists of the process, made once.
     void CreateAxisRates();
     void CreateTrackingRates();
+    /// Stops the axes that this object runs and still owns, with `reason` in the log, and restores the tracking; see
+    /// `AxisMotions`. Raises nothing.
+    void StopOwnAxes(std::string_view reason);
 
 private:
     friend class TelescopeSteps;
-
-    void StopOwnAxes();
 };
 
 /// Ends a device object as its class asks, then deletes it.
