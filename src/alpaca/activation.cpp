@@ -8,16 +8,19 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <optional>
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 #include "alpaca/activation_sockets.h"
+#include "alpaca/discovery.h"
 #include "alpaca/inherited_sockets.h"
 
 extern char** environ;
@@ -48,12 +51,13 @@ struct DriverEnvironment {
     std::vector<std::string> texts;
     std::vector<char*> pointers;
 
-    explicit DriverEnvironment(bool discovery) {
+    DriverEnvironment(bool discovery, const std::string& allowedHosts) {
         for (char** variable = environ; *variable != nullptr; ++variable) {
             if (!std::string_view(*variable).starts_with("LISTEN_")) {
                 texts.emplace_back(*variable);
             }
         }
+        AllowHosts(allowedHosts);
         texts.emplace_back(discovery ? "LISTEN_FDS=2" : "LISTEN_FDS=1");
         texts.emplace_back(discovery ? "LISTEN_FDNAMES=alpaca:discovery" : "LISTEN_FDNAMES=alpaca");
         texts.emplace_back("LISTEN_PID=" + std::string(20, '\0'));
@@ -61,6 +65,20 @@ struct DriverEnvironment {
             pointers.push_back(text.data());
         }
         pointers.push_back(nullptr);
+    }
+
+    /// Adds names to those that the environment allows already.
+    void AllowHosts(const std::string& names) {
+        constexpr std::string_view kName = "KESTRANE_ALLOW_HOSTS=";
+        if (names.empty()) {
+            return;
+        }
+        const auto own = std::ranges::find_if(texts, [&](const std::string& text) { return text.starts_with(kName); });
+        if (own == texts.end()) {
+            texts.push_back(std::string(kName) + names);
+        } else {
+            *own += "," + names;
+        }
     }
 
     void WritePid(pid_t pid) {
@@ -75,8 +93,12 @@ public:
     explicit Activation(const ActivationOptions& options)
         : driverPath_(options.driverPath),
           endingMs_(options.endingMs),
+          bindAddress_(options.bindAddress),
           http_(BindHttp(options.bindAddress, options.port)),
           discovery_(BindDiscovery(options.discoveryPort)) {
+        for (const std::string& name : options.allowedHosts) {
+            allowedHosts_ += (allowedHosts_.empty() ? "" : ",") + name;
+        }
         const sigset_t signals = OurSignals();
         ::sigprocmask(SIG_BLOCK, &signals, &oldMask_);
         signals_ = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -96,7 +118,8 @@ public:
     }
 
 private:
-    /// Waits for a client without accepting anything; false when a signal asked the program to end.
+    /// Waits for a client without accepting anything, and answers discovery calls; false when a signal asked the
+    /// program to end.
     bool WaitForClient() {
         std::array<pollfd, 3> polled{{{signals_.Number(), POLLIN, 0},
                                       {http_.Number(), POLLIN, 0},
@@ -108,9 +131,33 @@ private:
             if (polled[0].revents != 0 && ReadSignals()) {
                 return false;
             }
-            if (polled[1].revents != 0 || polled[2].revents != 0) {
+            if (polled[2].revents != 0) {
+                AnswerDiscovery();
+            }
+            if (polled[1].revents != 0) {
                 return true;
             }
+        }
+    }
+
+    /// A call on the network is no client yet: who only looks around starts no driver.
+    void AnswerDiscovery() {
+        std::array<char, 512> buffer{};
+        sockaddr_in sender{};
+        socklen_t size = sizeof(sender);
+        auto* const address = reinterpret_cast<sockaddr*>(&sender);
+        const ssize_t count =
+            ::recvfrom(discovery_.Number(), buffer.data(), buffer.size(), MSG_DONTWAIT, address, &size);
+        if (count < 0) {
+            return;
+        }
+        const boost::asio::ip::udp::endpoint caller(boost::asio::ip::address_v4(ntohl(sender.sin_addr.s_addr)),
+                                                    ntohs(sender.sin_port));
+        const std::optional<std::string> reply =
+            DiscoveryReplyTo(caller, {buffer.data(), static_cast<std::size_t>(count)},
+                             {{boost::asio::ip::make_address(bindAddress_), Port()}});
+        if (reply) {
+            ::sendto(discovery_.Number(), reply->data(), reply->size(), MSG_DONTWAIT, address, size);
         }
     }
 
@@ -165,7 +212,7 @@ private:
 
     /// Nothing when the system has no room for another process at the moment; the client meanwhile waits in the queue.
     std::optional<pid_t> Start() {
-        DriverEnvironment environment(discovery_.IsOpen());
+        DriverEnvironment environment(discovery_.IsOpen(), allowedHosts_);
         const pid_t us = ::getpid();
         const pid_t driver = ::fork();
         if (driver < 0) {
@@ -234,6 +281,8 @@ private:
 
     std::string driverPath_;
     int endingMs_;
+    std::string bindAddress_;
+    std::string allowedHosts_;  ///< with commas between them
     Descriptor http_;
     Descriptor discovery_;
     Descriptor signals_;
@@ -250,7 +299,9 @@ int RunActivation(const ActivationOptions& options) {
             FailActivation("there is no driver at " + options.driverPath);
         }
         Activation activation(options);
-        std::printf("Alpaca: http://%s/\n", AddressText(options.bindAddress, activation.Port()).c_str());
+        for (const std::string& address : AddressesOf(options.bindAddress)) {
+            std::printf("Alpaca: http://%s/\n", AddressText(address, activation.Port()).c_str());
+        }
         std::fflush(stdout);
         activation.Run();
         return 0;

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "alpaca/client_objects.h"
 #include "alpaca/inherited_sockets.h"
@@ -24,6 +26,7 @@ struct ObjectServerNeeds {
     std::filesystem::path deviceIdFile;
     LeaseTimes leases;
     http::Limits limits;
+    std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread

@@ -27,6 +27,8 @@ struct RequestHandlerNeeds {
     std::function<void(std::function<void()>)> postToIo;
     /// Whether the connection is closed, or closed by its client.
     std::function<bool(http::ConnectionId)> connectionIsGone;
+    /// Says to whom a connection belongs.
+    std::function<void(http::ConnectionId, const std::string& holder)> setHolder;
 };
 
 /// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the

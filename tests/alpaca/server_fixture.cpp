@@ -126,7 +126,8 @@ void TestServer::RunLogicThread(std::promise<void> ready, const Options& options
                          .identity = identity,
                          .deviceIdFile = folders_.CommonAppData() / "DeviceIds.ini",
                          .leases = options.leases,
-                         .limits = options.limits},
+                         .limits = options.limits,
+                         .hostNames = {"dome.example.org"}},
                         sockets);
     server_ = &server;
     ready.set_value();
