@@ -118,6 +118,7 @@ Driver::Driver(Platform platform)
           .statusWindow = statusWindow,
           .panel = panel,
           .companion = companion,
+          .serialPorts = platform_.serialPorts,
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
@@ -131,6 +132,13 @@ Driver::Driver(Platform platform)
           .journal = journal,
           .resetErrorCounts = [this] { connections.ResetCommCounters(); },
           .internalInstance = [this] { return internalInstance_.get(); },
+          .enableDebugLog =
+              [this](bool enable) {
+                  handBox.chkEnableDebugLog.Checked(enable);
+                  handBox.chkEnableDebugLog.FireClick();
+              },
+          .connectFailure = [this] { return connections.ConnectFailure(); },
+          .checkMount = [this](std::string& versionOrReason) { return connections.CheckMount(versionOrReason); },
       }),
       startup(StartupNeeds{
           .driver = essentials,

@@ -15,6 +15,8 @@ public:
     explicit PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder = PortLinks::kSystemDevices);
 
     SerialPortList ListPorts() override;
+    std::string Describe(std::int32_t port) override;
+    std::string WhyNotOpened(std::int32_t port, int error) override;
     std::unique_ptr<SerialPort> CreatePort() override;
 
 private:
