@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <sys/stat.h>
 
 #include "process/process_fixture.h"
 #include "process/silent_port.h"
@@ -131,6 +132,78 @@ TEST_F(ProcessFixture, Driver_GetsSigpipe_GoesOn) {
     ASSERT_EQ(::kill(activator->Pid(), SIGPIPE), 0);
     Good(client.Get("rightascension"));
     EXPECT_EQ(Driver(), driver);
+}
+
+TEST_F(ProcessFixture, AConnectThatFails_SaysWhy) {
+    namespace fs = std::filesystem;
+    Seed({{"chkEnableDebugLog", "1"}, {"txtConnectTimeout", "0.1"}});
+    StartActivator();
+    HttpClient client = Client(1);
+    const auto why = [&] {
+        EXPECT_EQ(client.Put("connected", "Connected=True").errorMessage,
+                  "No mount on IP Address or COM port, or initialization failed.");
+        return std::string(
+            Good(client.Put("commandstring", "Command=RAW,GetConnectFailure&Raw=True")).value.as_string());
+    };
+    EXPECT_EQ(why(), "1,COM1: no device has this number");
+    fs::create_directories(portLink.parent_path());
+    fs::create_symlink("/dev/serial/by-id/none", portLink);
+    EXPECT_EQ(why(), "1,COM1 (/dev/serial/by-id/none): there is no such device; is it plugged in?");
+    fs::remove(portLink);
+    fs::create_symlink("/dev/null", portLink);
+    EXPECT_EQ(why(), "1,COM1 (/dev/null): it is no serial line");
+    fs::remove(portLink);
+    {
+        const SilentPort line(portLink);
+        const std::string silent = why();
+        EXPECT_NE(silent.find("): it could be opened, but nothing answered in "), std::string::npos) << silent;
+    }
+    EXPECT_NE(LogText().find("OpenConnection Failed. No response from COM1. COM1 (/dev/null): it is no serial line"),
+              std::string::npos);
+}
+
+TEST_F(ProcessFixture, CheckMount_ShowsTheVersionOrWhyThereIsNone) {
+    StartActivator();
+    HttpClient client = Client(1);
+    const auto check = [&] {
+        return std::string(Good(client.Put("commandstring", "Command=RAW,CheckMount&Raw=True")).value.as_string());
+    };
+    EXPECT_EQ(check(), "0,COM1: no device has this number");
+    StartMount({"--verbose"});
+    EXPECT_TRUE(check().starts_with("1,VKC")) << check();
+    EXPECT_EQ(mount->Errors().find(" > :U#"), std::string::npos);  // nothing but its version was asked
+}
+
+TEST_F(ProcessFixture, FilesOfADriver_AreForTheUserAloneInTheUsersOwnFolder) {
+    namespace fs = std::filesystem;
+    const fs::perms user = fs::perms::owner_read | fs::perms::owner_write;
+    const fs::path own = folder.Path() / "Kestrane";
+    ::umask(S_IWGRP | S_IWOTH);
+    for (const bool shared : {true, false}) {  // the second one finds the files of the first
+        if (!shared) {
+            ::unsetenv("KESTRANE_COMMON_APPDATA");
+            ::setenv("XDG_DATA_HOME", folder.Path().c_str(), 1);
+        } else {
+            Seed({{"chkEnableDebugLog", "1"}});
+        }
+        StartActivator();
+        Good(Client(1).Get("interfaceversion"));
+        activator->Signal(SIGTERM);
+        ASSERT_TRUE(activator->WaitForEnd(kPatience));
+        int files = 0;
+        for (const fs::path& place : {own, own / "ASCOM" / "Logs"}) {
+            for (const auto& file : fs::directory_iterator(place)) {
+                if (file.is_regular_file()) {
+                    ++files;
+                    EXPECT_EQ((file.status().permissions() & fs::perms::others_read) != fs::perms::none, shared)
+                        << file.path();
+                    EXPECT_EQ(file.status().permissions() & user, user) << file.path();
+                }
+            }
+        }
+        EXPECT_GE(files, 2);
+    }
+    ::unsetenv("XDG_DATA_HOME");
 }
 
 TEST_F(ProcessFixture, Activator_AddressInUse_SaysSoAndEndsWithOne) {
