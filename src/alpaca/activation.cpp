@@ -8,15 +8,19 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <optional>
 #include <poll.h>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 #include "alpaca/activation_sockets.h"
+#include "alpaca/discovery.h"
 #include "alpaca/inherited_sockets.h"
 
 extern char** environ;
@@ -33,6 +37,11 @@ sigset_t OurSignals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    struct sigaction hangup = {};
+    ::sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) {  // as after `nohup`
+        sigaddset(&signals, SIGHUP);     // comes at a logout
+    }
     sigaddset(&signals, SIGCHLD);
     return signals;
 }
@@ -42,12 +51,13 @@ struct DriverEnvironment {
     std::vector<std::string> texts;
     std::vector<char*> pointers;
 
-    explicit DriverEnvironment(bool discovery) {
+    DriverEnvironment(bool discovery, const std::string& allowedHosts) {
         for (char** variable = environ; *variable != nullptr; ++variable) {
             if (!std::string_view(*variable).starts_with("LISTEN_")) {
                 texts.emplace_back(*variable);
             }
         }
+        AllowHosts(allowedHosts);
         texts.emplace_back(discovery ? "LISTEN_FDS=2" : "LISTEN_FDS=1");
         texts.emplace_back(discovery ? "LISTEN_FDNAMES=alpaca:discovery" : "LISTEN_FDNAMES=alpaca");
         texts.emplace_back("LISTEN_PID=" + std::string(20, '\0'));
@@ -55,6 +65,20 @@ struct DriverEnvironment {
             pointers.push_back(text.data());
         }
         pointers.push_back(nullptr);
+    }
+
+    /// Adds names to those that the environment allows already.
+    void AllowHosts(const std::string& names) {
+        constexpr std::string_view kName = "KESTRANE_ALLOW_HOSTS=";
+        if (names.empty()) {
+            return;
+        }
+        const auto own = std::ranges::find_if(texts, [&](const std::string& text) { return text.starts_with(kName); });
+        if (own == texts.end()) {
+            texts.push_back(std::string(kName) + names);
+        } else {
+            *own += "," + names;
+        }
     }
 
     void WritePid(pid_t pid) {
@@ -69,8 +93,12 @@ public:
     explicit Activation(const ActivationOptions& options)
         : driverPath_(options.driverPath),
           endingMs_(options.endingMs),
+          bindAddress_(options.bindAddress),
           http_(BindHttp(options.bindAddress, options.port)),
           discovery_(BindDiscovery(options.discoveryPort)) {
+        for (const std::string& name : options.allowedHosts) {
+            allowedHosts_ += (allowedHosts_.empty() ? "" : ",") + name;
+        }
         const sigset_t signals = OurSignals();
         ::sigprocmask(SIG_BLOCK, &signals, &oldMask_);
         signals_ = Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -84,13 +112,14 @@ public:
     /// Runs until a signal ends it.
     void Run() {
         int pauseMs = 0;
-        while (!ending_ && Pause(pauseMs) && WaitForClient()) {
+        while (askedToEnd_ == 0 && Pause(pauseMs) && WaitForClient()) {
             pauseMs = RunDriver() ? 0 : std::clamp(pauseMs * 2, kFirstPauseMs, kLongestPauseMs);
         }
     }
 
 private:
-    /// Waits for a client without accepting anything; false when a signal asked the program to end.
+    /// Waits for a client without accepting anything, and answers discovery calls; false when a signal asked the
+    /// program to end.
     bool WaitForClient() {
         std::array<pollfd, 3> polled{{{signals_.Number(), POLLIN, 0},
                                       {http_.Number(), POLLIN, 0},
@@ -102,9 +131,33 @@ private:
             if (polled[0].revents != 0 && ReadSignals()) {
                 return false;
             }
-            if (polled[1].revents != 0 || polled[2].revents != 0) {
+            if (polled[2].revents != 0) {
+                AnswerDiscovery();
+            }
+            if (polled[1].revents != 0) {
                 return true;
             }
+        }
+    }
+
+    /// A call on the network is no client yet: who only looks around starts no driver.
+    void AnswerDiscovery() {
+        std::array<char, 512> buffer{};
+        sockaddr_in sender{};
+        socklen_t size = sizeof(sender);
+        auto* const address = reinterpret_cast<sockaddr*>(&sender);
+        const ssize_t count =
+            ::recvfrom(discovery_.Number(), buffer.data(), buffer.size(), MSG_DONTWAIT, address, &size);
+        if (count < 0) {
+            return;
+        }
+        const boost::asio::ip::udp::endpoint caller(boost::asio::ip::address_v4(ntohl(sender.sin_addr.s_addr)),
+                                                    ntohs(sender.sin_port));
+        const std::optional<std::string> reply =
+            DiscoveryReplyTo(caller, {buffer.data(), static_cast<std::size_t>(count)},
+                             {{boost::asio::ip::make_address(bindAddress_), Port()}});
+        if (reply) {
+            ::sendto(discovery_.Number(), reply->data(), reply->size(), MSG_DONTWAIT, address, size);
         }
     }
 
@@ -113,7 +166,7 @@ private:
         if (WaitForSignal(milliseconds)) {
             ReadSignals();
         }
-        return !ending_;  // the signal may have been read while the driver ran
+        return askedToEnd_ == 0;  // the signal may have been read while the driver ran
     }
 
     /// True when there is a signal to read.
@@ -126,9 +179,9 @@ private:
     bool ReadSignals() {
         signalfd_siginfo info{};
         while (::read(signals_.Number(), &info, sizeof(info)) == ssize_t{sizeof(info)}) {
-            ending_ = ending_ || info.ssi_signo != SIGCHLD;
+            askedToEnd_ += info.ssi_signo != SIGCHLD ? 1 : 0;
         }
-        return ending_;
+        return askedToEnd_ > 0;
     }
 
     /// Starts the driver and waits for its end; false when it failed soon after its start.
@@ -143,7 +196,7 @@ private:
             WaitForEnd(*driver, -1);
         }
         const bool good = WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
-        if (!good && !ending_) {
+        if (!good && askedToEnd_ == 0) {
             Report();
         }
         return good || !endedSoon;
@@ -159,18 +212,24 @@ private:
 
     /// Nothing when the system has no room for another process at the moment; the client meanwhile waits in the queue.
     std::optional<pid_t> Start() {
-        DriverEnvironment environment(discovery_.IsOpen());
+        DriverEnvironment environment(discovery_.IsOpen(), allowedHosts_);
+        const pid_t us = ::getpid();
         const pid_t driver = ::fork();
         if (driver < 0) {
             return std::nullopt;
         }
         if (driver == 0) {
-            BecomeDriver(environment);
+            BecomeDriver(environment, us);
         }
         return driver;
     }
 
-    [[noreturn]] void BecomeDriver(DriverEnvironment& environment) const {
+    [[noreturn]] void BecomeDriver(DriverEnvironment& environment, pid_t activator) const {
+        // The driver of a killed activator ends too: nobody could start its next one, or find this one.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (::getppid() != activator) {
+            ::_exit(0);
+        }
         environment.WritePid(::getpid());
         // First moves both out of the way: each socket may have the number that the other one needs.
         const int http = ::fcntl(http_.Number(), F_DUPFD_CLOEXEC, kFirstDescriptor + 2);
@@ -212,18 +271,24 @@ private:
                 ::waitpid(driver, &status_, 0);
                 return;
             }
+            const int before = askedToEnd_;
             ReadSignals();
+            if (askedToEnd_ > before) {
+                ::kill(driver, SIGTERM);  // a second one ends it at once
+            }
         }
     }
 
     std::string driverPath_;
     int endingMs_;
+    std::string bindAddress_;
+    std::string allowedHosts_;  ///< with commas between them
     Descriptor http_;
     Descriptor discovery_;
     Descriptor signals_;
     sigset_t oldMask_{};
     int status_ = 0;
-    bool ending_ = false;
+    int askedToEnd_ = 0;  ///< signals that asked this program to end
 };
 
 }  // namespace
@@ -234,7 +299,9 @@ int RunActivation(const ActivationOptions& options) {
             FailActivation("there is no driver at " + options.driverPath);
         }
         Activation activation(options);
-        std::printf("Alpaca: http://%s/\n", AddressText(options.bindAddress, activation.Port()).c_str());
+        for (const std::string& address : AddressesOf(options.bindAddress)) {
+            std::printf("Alpaca: http://%s/\n", AddressText(address, activation.Port()).c_str());
+        }
         std::fflush(stdout);
         activation.Run();
         return 0;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace kestrane::alpaca {
 
@@ -10,15 +11,17 @@ struct ActivationOptions {
     std::string bindAddress = "127.0.0.1";  ///< an IP address
     std::uint16_t port = 11111;             ///< 0: any free one
     std::uint16_t discoveryPort = 32227;    ///< 0: no discovery
+    std::vector<std::string> allowedHosts;  ///< further names under which clients may reach the driver
     std::string driverPath;                 ///< the program that serves the sockets
     int endingMs = 5'000;                   ///< granted to a driver that was asked to end, in milliseconds
 };
 
-/// Binds the sockets and prints "Alpaca: http://ADDR:PORT/" on standard output. Starts the driver whenever a client
-/// calls and no driver runs, until SIGTERM or SIGINT, which end the driver first. A driver that fails soon after its
-/// start is started again only after a pause that grows. Blocks both signals and SIGCHLD for this thread, so there must
-/// be no other thread. The result is the exit status: 0 after a signal, 1 with a message on standard error when the
-/// address cannot be bound or there is no driver.
+/// Binds the sockets and prints "Alpaca: http://ADDR:PORT/" on standard output; for a socket on all addresses one such
+/// line for each address of this machine, loopback first. Starts the driver whenever a client calls and no driver runs,
+/// answers discovery calls meanwhile, which start none, until SIGTERM or SIGINT, which end the driver first. A driver
+/// that fails soon after its start is started again only after a pause that grows. Blocks both signals and SIGCHLD for
+/// this thread, so there must be no other thread. The result is the exit status: 0 after a signal, 1 with a message on
+/// standard error when the address cannot be bound or there is no driver.
 int RunActivation(const ActivationOptions& options);
 
 }  // namespace kestrane::alpaca

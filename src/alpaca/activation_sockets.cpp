@@ -1,9 +1,12 @@
 #include "alpaca/activation_sockets.h"
 
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ifaddrs.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -80,6 +83,29 @@ std::uint16_t PortOf(const Descriptor& socket) {
     }
     // The port is at the same place in both kinds of address.
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address.storage)->sin_port);
+}
+
+std::vector<std::string> AddressesOf(const std::string& bound) {
+    if (bound != "0.0.0.0" && bound != "::") {
+        return {bound};
+    }
+    std::vector<std::string> addresses{bound == "::" ? "::1" : "127.0.0.1"};
+    ifaddrs* first = nullptr;
+    if (::getifaddrs(&first) != 0) {
+        return addresses;
+    }
+    for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
+        const bool usable = each->ifa_addr != nullptr && each->ifa_addr->sa_family == AF_INET &&
+                            (each->ifa_flags & IFF_UP) != 0 && (each->ifa_flags & IFF_LOOPBACK) == 0;
+        std::array<char, INET_ADDRSTRLEN> text{};
+        if (usable) {
+            const auto* address = reinterpret_cast<const sockaddr_in*>(each->ifa_addr);
+            ::inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
+            addresses.emplace_back(text.data());
+        }
+    }
+    ::freeifaddrs(first);
+    return addresses;
 }
 
 Descriptor BindDiscovery(std::uint16_t port) {

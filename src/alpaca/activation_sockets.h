@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// The sockets that the activator binds for its driver.
 namespace kestrane::alpaca {
@@ -48,5 +49,9 @@ Descriptor BindHttp(const std::string& address, std::uint16_t port);
 Descriptor BindDiscovery(std::uint16_t port);
 
 std::uint16_t PortOf(const Descriptor& socket);
+
+/// The addresses at which a client reaches a socket that is bound to `bound`: itself, or for "0.0.0.0" and "::" the
+/// loopback address and those of the networks that this machine is on now.
+std::vector<std::string> AddressesOf(const std::string& bound);
 
 }  // namespace kestrane::alpaca

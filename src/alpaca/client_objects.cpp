@@ -73,7 +73,7 @@ bool ClientObjects::BeingCreated(const ClientKey& key) const {
 }
 
 std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection,
-                                const std::function<std::string(ClientObject&)>& call) {
+                                const std::function<std::string(ClientObject&)>& call, CallKind kind) {
     struct InUse {
         ClientObjects& objects;
         Slots::iterator slot;
@@ -93,18 +93,35 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
         }
     };
     NoteActivity();
-    const InUse use{*this, FindOrCreate(key)};
+    const InUse use{*this, FindOrCreate(key, kind)};
     ConnectionServes(key.client, connection);
     return call(*use.slot->second.object);
 }
 
-ClientObjects::Slots::iterator ClientObjects::FindOrCreate(const ClientKey& key) {
+/// Releases the object that is not connected and has been silent longest, if there is one.
+void ClientObjects::MakeRoom() {
+    auto longest = slots_.end();
+    for (auto slot = slots_.begin(); slot != slots_.end(); ++slot) {
+        const bool idle = slot->second.object && slot->second.calls == 0 && !slot->second.object->IsConnected();
+        if (idle && (longest == slots_.end() || slot->second.lastUse - longest->second.lastUse < 0)) {
+            longest = slot;
+        }
+    }
+    if (longest != slots_.end()) {
+        Release(longest);
+    }
+}
+
+ClientObjects::Slots::iterator ClientObjects::FindOrCreate(const ClientKey& key, CallKind kind) {
     assert(!BeingCreated(key));
     const auto found = slots_.find(key);
     if (found != slots_.end()) {
         return found;
     }
     if (slots_.size() >= kMostObjects) {
+        MakeRoom();
+    }
+    if (slots_.size() >= kMostObjects + (kind == CallKind::Stop ? kMostForStops : 0)) {
         throw std::runtime_error("too many clients");
     }
     const auto made = slots_.emplace(key, Slot{}).first;

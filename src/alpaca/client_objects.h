@@ -63,10 +63,13 @@ struct ClientObjectsNeeds {
 /// request is lost. Logic thread only; outlives every call that was posted for it.
 class ClientObjects {
 public:
-    /// More objects than any real clients need together; a further client is refused by `std::runtime_error`.
+    /// More objects than any real clients need together. A further client takes the place of the one that is not
+    /// connected and has been silent longest; when all are connected, it is refused by `std::runtime_error`.
     static constexpr std::size_t kMostObjects = 1000;
     /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds.
     static constexpr std::int32_t kMotionWithoutClient = 60'000;
+    /// As many more for clients that want to stop the telescope.
+    static constexpr std::size_t kMostForStops = 100;
     /// Pause before the next try when the gate could not be shut, in milliseconds.
     static constexpr std::int32_t kGateRetry = 200;
 
@@ -86,7 +89,7 @@ public:
     /// Runs a call on the client's object; makes the object first if there is none. The object lives until the call is
     /// over.
     std::string Call(const ClientKey& key, http::ConnectionId connection,
-                     const std::function<std::string(ClientObject&)>& call);
+                     const std::function<std::string(ClientObject&)>& call, CallKind kind = CallKind::Brief);
 
     std::size_t Count() const { return slots_.size(); }
 
@@ -102,7 +105,8 @@ private:
     };
     using Slots = std::map<ClientKey, Slot>;
 
-    Slots::iterator FindOrCreate(const ClientKey& key);
+    Slots::iterator FindOrCreate(const ClientKey& key, CallKind kind);
+    void MakeRoom();
     void ForgetClientWithoutUse(const ClientName& name);
     bool HasAnyObject(const ClientName& name) const;
 

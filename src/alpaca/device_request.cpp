@@ -58,6 +58,10 @@ Arguments ConvertAll(const http::RequestParameters& parameters, http::NameMatch 
     std::vector<Argument> values;
     for (const Parameter& parameter : route.parameters) {
         const std::string* text = parameters.Find(parameter.name, match);
+        if (text == nullptr && parameter.mayBeMissing) {
+            values.emplace_back(std::string());
+            continue;
+        }
         if (text == nullptr) {
             throw RequestRefused("Parameter " + std::string(parameter.name) + " is missing.");
         }
@@ -77,6 +81,12 @@ std::string PutIdentity(const http::Request& request, std::uint32_t transaction)
 
 bool IsDevicePath(std::string_view path) {
     return path.starts_with(kApiRoot);
+}
+
+bool IsStop(std::string_view method, std::string_view target, const RouteTable& routes) {
+    const std::optional<DevicePath> path = ParseDevicePath(http::SplitTarget(target).path);
+    const Route* route = path && method == "PUT" ? routes.Find(path->device, Verb::Put, path->member) : nullptr;
+    return route != nullptr && route->kind == CallKind::Stop;
 }
 
 DeviceRequest ReadDeviceRequest(const http::Request& request, const RouteTable& routes) {

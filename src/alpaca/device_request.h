@@ -29,6 +29,9 @@ struct RequestRefused : std::runtime_error {
 /// Whether a path is meant for a device at all.
 bool IsDevicePath(std::string_view path);
 
+/// Whether a request, by its method and its target as they came, is for a member that stops motion.
+bool IsStop(std::string_view method, std::string_view target, const RouteTable& routes);
+
 /// Raises `RequestRefused` for an unknown device or member and for parameters that are missing or bad.
 DeviceRequest ReadDeviceRequest(const http::Request& request, const RouteTable& routes);
 

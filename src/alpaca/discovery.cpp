@@ -12,8 +12,9 @@ using boost::system::error_code;
 using udp = asio::ip::udp;
 
 /// The address from which this machine would write to `sender`; unspecified when it cannot.
-asio::ip::address ShownTo(asio::io_context& io, const udp::endpoint& sender) {
+asio::ip::address ShownTo(const udp::endpoint& sender) {
     error_code error;
+    asio::io_context io;
     udp::socket probe(io);
     probe.open(sender.protocol(), error);
     probe.connect(sender, error);
@@ -34,9 +35,23 @@ bool IsReachable(const asio::ip::address& bound, const asio::ip::address& shown)
     return bound.is_unspecified() || bound == shown;
 }
 
+std::optional<std::string> DiscoveryReplyTo(const udp::endpoint& sender, std::string_view datagram,
+                                            const std::vector<asio::ip::tcp::endpoint>& http) {
+    if (!IsDiscoveryCall(datagram)) {
+        return std::nullopt;
+    }
+    const asio::ip::address shown = ShownTo(sender);
+    for (const asio::ip::tcp::endpoint& each : http) {
+        if (IsReachable(each.address(), shown)) {
+            return DiscoveryReply(each.port());
+        }
+    }
+    return std::nullopt;
+}
+
 Discovery::Discovery(asio::io_context& io, int socket, std::vector<asio::ip::tcp::endpoint> http,
                      std::function<void()> heard)
-    : io_(io), socket_(io), pause_(io), http_(std::move(http)), heard_(std::move(heard)) {
+    : socket_(io), pause_(io), http_(std::move(http)), heard_(std::move(heard)) {
     socket_.assign(udp::v4(), socket);
 }
 
@@ -74,13 +89,9 @@ void Discovery::Answer(std::string_view datagram) {
         return;
     }
     heard_();
-    const asio::ip::address shown = ShownTo(io_, sender_);
-    for (const asio::ip::tcp::endpoint& http : http_) {
-        if (IsReachable(http.address(), shown)) {
-            error_code ignored;
-            socket_.send_to(asio::buffer(DiscoveryReply(http.port())), sender_, 0, ignored);
-            return;
-        }
+    if (const std::optional<std::string> reply = DiscoveryReplyTo(sender_, datagram, http_)) {
+        error_code ignored;
+        socket_.send_to(asio::buffer(*reply), sender_, 0, ignored);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,11 @@ std::string DiscoveryReply(std::uint16_t port);
 /// Whether a server bound to `bound` can be reached by a client that sees this machine at the address `shown`: clients
 /// try the address that the reply comes from.
 bool IsReachable(const boost::asio::ip::address& bound, const boost::asio::ip::address& shown);
+
+/// The reply to what a sender wrote: nothing when that is no discovery call, or when the sender can reach none of the
+/// addresses served.
+std::optional<std::string> DiscoveryReplyTo(const boost::asio::ip::udp::endpoint& sender, std::string_view datagram,
+                                            const std::vector<boost::asio::ip::tcp::endpoint>& http);
 
 /// Answers discovery calls on one datagram socket. I/O thread only.
 class Discovery {
@@ -36,7 +42,6 @@ private:
     void Answer(std::string_view datagram);
     void ReceiveLater();
 
-    boost::asio::io_context& io_;
     boost::asio::ip::udp::socket socket_;
     boost::asio::steady_timer pause_;
     std::vector<boost::asio::ip::tcp::endpoint> http_;

@@ -28,7 +28,7 @@ const std::vector<Parameter> kCommand{{"Command", Text}, {"Raw", Bool}};
 std::vector<Route> FocuserRoutes() {
     using F = Focuser;
     return {
-        {"Action",            Put, Brief, {{"Action", Text}, {"Parameters", Text}}, RefuseAction},
+        {"Action",            Put, Brief, {{"Action", Text}, {"Parameters", Text, true}}, RefuseAction},
         {"CommandBlind",      Put, Long,  kCommand,                                 kNotBuilt},
         {"CommandBool",       Put, Long,  kCommand,                                 kNotBuilt},
         {"CommandString",     Put, Long,  kCommand,                                 kNotBuilt},

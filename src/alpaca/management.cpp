@@ -20,6 +20,12 @@ constexpr std::array kDevices{
     ConfiguredDevice{DeviceKind::Focuser, "Focuser", "Kestrane V2 Focuser", "/setup/v1/focuser/0/setup"},
 };
 
+constexpr std::string_view kNothingToSetUp =
+    "<p>There is nothing to set up on this page.</p>\n"
+    "<p>The log is turned on by <code>kestrane-client log on</code>, shown by <code>kestrane-client log show</code> "
+    "and "
+    "turned off by <code>kestrane-client log off</code>.</p>\n";
+
 std::string HtmlText(std::string_view text) {
     std::string html;
     for (const char c : text) {
@@ -77,7 +83,7 @@ std::string Management::ConfiguredDevices() {
 }
 
 std::optional<std::string> Management::PageOf(std::string_view path) const {
-    if (path == "/setup") {
+    if (path == "/setup" || path == "/") {
         std::string content = "<p>" + HtmlText(identity_.manufacturer) + ", version " + HtmlText(identity_.version) +
                               ", on " + HtmlText(identity_.location) + "</p>\n<ul>\n";
         for (const ConfiguredDevice& device : kDevices) {
@@ -87,8 +93,7 @@ std::optional<std::string> Management::PageOf(std::string_view path) const {
     }
     for (const ConfiguredDevice& device : kDevices) {
         if (path == device.setupPath) {
-            return Page(device.name,
-                        "<p>There is nothing to set up on this page.</p>\n<p><a href=\"/setup\">Back</a></p>\n");
+            return Page(device.name, std::string(kNothingToSetUp) + "<p><a href=\"/setup\">Back</a></p>\n");
         }
     }
     return std::nullopt;

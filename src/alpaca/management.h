@@ -24,7 +24,7 @@ public:
 
     /// The JSON value of a /management path; nothing when there is no such path.
     std::optional<std::string> ValueOf(std::string_view path);
-    /// The HTML of a /setup path; nothing when there is no such path.
+    /// The HTML of a /setup path, or of "/", which shows the same as "/setup"; nothing when there is no such path.
     std::optional<std::string> PageOf(std::string_view path) const;
 
 private:

@@ -3,6 +3,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <future>
 
+#include "alpaca/device_request.h"
 #include "alpaca/discovery.h"
 #include "alpaca/request_handler.h"
 #include "http/io_thread.h"
@@ -97,17 +98,22 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
                     }
                 });
             },
-            needs_.repeatTime};
+            needs_.repeatTime,
+            [this](http::ConnectionId id, const std::string& holder) { http_.SetHolder(id, holder); }};
 }
 
 http::ServerNeeds ObjectServer::Inside::HttpNeeds() {
     const http::RequestFunction handle = [this](const http::Request& request, const http::AnswerFunction& answer) {
         handler_.Handle(request, answer);
     };
+    std::vector<std::string> names = http::MachineNames();
+    names.insert(names.end(), needs_.hostNames.begin(), needs_.hostNames.end());
     return {.limits = needs_.limits,
-            .branches = {{"", http::Guard::Changes, handle}, {"/setup", http::Guard::Everything, handle}},
-            .machineNames = http::MachineNames(),
-            .closed = [this](http::ConnectionId id) { handler_.ConnectionClosed(id); }};
+            .branches = {{"", handle}},
+            .names = std::move(names),
+            .closed = [this](http::ConnectionId id) { handler_.ConnectionClosed(id); },
+            .isUrgent = [this](std::string_view method,
+                               std::string_view target) { return IsStop(method, target, needs_.routes); }};
 }
 
 std::size_t ObjectServer::Inside::ConnectionCount() {

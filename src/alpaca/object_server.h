@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "alpaca/client_objects.h"
 #include "alpaca/inherited_sockets.h"
@@ -26,6 +28,7 @@ struct ObjectServerNeeds {
     LeaseTimes leases;
     http::Limits limits;
     std::chrono::milliseconds repeatTime{60'000};  ///< see `RequestHandlerNeeds`
+    std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread

@@ -1,5 +1,6 @@
 #include "alpaca/parameter_values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -44,6 +45,7 @@ public:
         rest_.remove_prefix(there ? 1 : 0);
         return there;
     }
+    void Skip(std::size_t count) { rest_.remove_prefix(std::min(count, rest_.size())); }
     /// The digits of a fraction of a second, at least one; what is below a millisecond is cut off.
     int Milliseconds() {
         int milliseconds = 100 * Digit();
@@ -115,7 +117,11 @@ std::optional<DateTime> ParseUtcDate(std::string_view text) {
     if (reader.Take('.')) {
         date.millisecond = reader.Milliseconds();
     }
-    reader.Take('Z');
+    if (text.ends_with("+00:00")) {
+        reader.Skip(std::string_view("+00:00").size());
+    } else {
+        reader.Take('Z');
+    }
     return reader.IsAtGoodEnd() && Exists(date) ? std::optional(date) : std::nullopt;
 }
 

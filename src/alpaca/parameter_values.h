@@ -20,7 +20,7 @@ std::optional<bool> ParseBoolean(std::string_view text);
 std::optional<std::int32_t> ParseInteger(std::string_view text);
 /// A finite number with a point; an exponent is allowed.
 std::optional<double> ParseNumber(std::string_view text);
-/// "yyyy-MM-ddTHH:mm:ss" with an optional fraction (cut to milliseconds), with or without a "Z" at its end. A
+/// "yyyy-MM-ddTHH:mm:ss" with an optional fraction (cut to milliseconds), with "Z", "+00:00" or nothing at its end. A
 /// calendar date that exists, years 1 to 9999.
 std::optional<DateTime> ParseUtcDate(std::string_view text);
 

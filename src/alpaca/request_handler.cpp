@@ -46,6 +46,7 @@ void RequestHandler::HandleManagement(const http::Request& request, const http::
 void RequestHandler::HandleDevice(const http::Request& request, const http::AnswerFunction& answer) {
     try {
         DeviceRequest device = ReadDeviceRequest(request, needs_.routes);
+        needs_.setHolder(request.connection, request.remoteAddress + " " + std::to_string(device.key.client.clientId));
         if (!JoinRunningPut(device, request.connection, answer) && !AnswerFromMemory(device, answer)) {
             StartCall(std::move(device), request.connection, answer);
         }
@@ -174,13 +175,14 @@ http::Answer RequestHandler::RunCall(const DeviceCall& call) {
         return ValueAnswer(call.ids, {});  // as for a motion that was stopped as soon as it began
     }
     try {
-        return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, [&](ClientObject& object) {
+        const auto run = [&](ClientObject& object) {
             if (route.handler == nullptr) {
                 throw DriverError(ErrorNumber::NotImplemented,
                                   std::string(route.name) + " is not implemented in this driver.");
             }
             return route.handler(object, call.request.arguments);
-        }));
+        };
+        return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, run, route.kind));
     } catch (const DriverError& error) {
         return ErrorAnswer(call.ids, AlpacaErrorNumber(error.Number()), error.Message());
     } catch (const std::exception& error) {

@@ -34,6 +34,8 @@ struct RequestHandlerNeeds {
     std::function<void(std::chrono::milliseconds, std::function<void()>)> after;
     /// How long the answer of a PUT is kept whose client went away before it came.
     std::chrono::milliseconds repeatTime{60'000};
+    /// Says to whom a connection belongs.
+    std::function<void(http::ConnectionId, const std::string& holder)> setHolder;
 };
 
 /// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the

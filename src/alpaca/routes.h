@@ -25,6 +25,7 @@ enum class ValueType { Boolean, Integer, Number, Text, UtcDate };
 struct Parameter {
     std::string_view name;
     ValueType type = ValueType::Text;
+    bool mayBeMissing = false;  ///< a text only: it counts as empty then
 };
 
 using Argument = std::variant<bool, std::int32_t, double, std::string, DateTime>;

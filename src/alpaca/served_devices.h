@@ -15,7 +15,7 @@ public:
     bool Connected() override { return telescope_->Connected(); }
     void Connected(bool connect) override { telescope_->Connected(connect); }
     bool MovesOn() override { return telescope_->Axes().Runs(); }
-    void EndMotions() override { telescope_->StopOwnAxes(); }
+    void EndMotions() override { telescope_->StopOwnAxes("The client has gone: its axes are stopped"); }
     Telescope& Device() { return *telescope_; }
 
 private:

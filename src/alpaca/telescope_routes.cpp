@@ -98,7 +98,7 @@ const std::vector<Parameter> kHorizontal{{"Azimuth", Num}, {"Altitude", Num}};
 std::vector<Route> TelescopeRoutes() {
     using T = Telescope;
     return {
-        {"Action",                  Put, Brief, {{"Action", Text}, {"Parameters", Text}},  RefuseAction},
+        {"Action",                  Put, Brief, {{"Action", Text}, {"Parameters", Text, true}},  RefuseAction},
         {"CommandBlind",            Put, Long,  kCommand,                                  SendBlind},
         {"CommandBool",             Put, Long,  kCommand,                                  SendBool},
         {"CommandString",           Put, Long,  kCommand,                                  SendString},

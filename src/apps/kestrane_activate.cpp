@@ -1,6 +1,7 @@
 // Starts the driver for the first client that calls, on systems without another socket activation.
 
 #include <charconv>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -26,6 +27,7 @@ constexpr std::string_view kHelp =
     "  --bind ADDRESS       serve at this IP address (default 127.0.0.1; 0.0.0.0 for the whole network)\n"
     "  --port N             serve at this port (default 11111; 0 for any free one)\n"
     "  --discovery-port N   answer discovery at this port (default 32227; 0 for none)\n"
+    "  --allow-host NAME    take requests under this name of the machine too; may be given more than once\n"
     "  --help               shows this text\n";
 
 struct UsageError : std::runtime_error {
@@ -41,6 +43,13 @@ std::uint16_t ParsePort(std::string_view option, std::string_view text) {
     return port;
 }
 
+std::string ParseHostName(std::string_view text) {
+    if (text.empty() || text.find_first_of(" ,:/[]") != std::string_view::npos) {
+        throw UsageError("--allow-host takes a name as clients write it, without a port");
+    }
+    return std::string(text);
+}
+
 /// Nothing when only the help was asked for.
 std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
     alpaca::ActivationOptions options;
@@ -49,7 +58,7 @@ std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
         if (option == "--help" || option == "-h") {
             return std::nullopt;
         }
-        if (option != "--bind" && option != "--port" && option != "--discovery-port") {
+        if (option != "--bind" && option != "--port" && option != "--discovery-port" && option != "--allow-host") {
             throw UsageError("there is no option " + std::string(option));
         }
         if (++i == argc) {
@@ -58,6 +67,8 @@ std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
         const std::string_view value = argv[i];
         if (option == "--bind") {
             options.bindAddress = value == "localhost" ? "127.0.0.1" : value;
+        } else if (option == "--allow-host") {
+            options.allowedHosts.push_back(ParseHostName(value));
         } else if (option == "--port") {
             options.port = ParsePort(option, value);
         } else {
@@ -90,5 +101,6 @@ int RunProgram(int argc, char** argv) {
 }  // namespace kestrane
 
 int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);  // a message for a reader that has gone ends nobody
     return kestrane::RunProgram(argc, argv);
 }

@@ -2,22 +2,28 @@
 // one.
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "alpaca/inherited_sockets.h"
 #include "alpaca/object_server.h"
 #include "alpaca/served_devices.h"
 #include "http/limits.h"
+#include "http/own_hosts.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/errors.h"
 #include "kernel/driver.h"
+#include "platform/posix/posix_end_signals.h"
 #include "platform/posix/posix_platform.h"
 
 namespace kestrane {
@@ -56,6 +62,29 @@ std::string HostName() {
     return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
 }
 
+std::string_view TextOf(const char* variable) {
+    return variable == nullptr ? std::string_view() : variable;
+}
+
+/// In the user's own folders, settings and logs are for the user alone: they say where the telescope stands. Somebody
+/// who names a common folder shares it with others, by the rules of the system.
+void KeepFilesPrivate(PosixFolders& folders) {
+    namespace fs = std::filesystem;
+    if (!TextOf(std::getenv("KESTRANE_COMMON_APPDATA")).empty()) {
+        return;
+    }
+    ::umask(S_IRWXG | S_IRWXO);
+    const fs::path folder = folders.CommonAppData() / "Kestrane";
+    for (const fs::path& place : {folder, folder / "ASCOM" / "Logs"}) {
+        std::error_code ignored;
+        for (fs::directory_iterator file(place, ignored), end; file != end; file.increment(ignored)) {
+            if (file->is_regular_file(ignored) && !file->is_symlink(ignored)) {
+                fs::permissions(file->path(), fs::perms::owner_read | fs::perms::owner_write, ignored);
+            }
+        }
+    }
+}
+
 alpaca::ServerIdentity Identity() {
     alpaca::ServerIdentity identity;
     identity.serverName = application::kTitle;
@@ -68,7 +97,7 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
     const http::Limits limits;
-    AllowDescriptors(limits.connections);
+    AllowDescriptors(limits.connections + limits.urgentConnections);
     const alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
@@ -81,6 +110,7 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
             .leases =
                 alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
+            .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
         },
         sockets);
     platform.pump.Run();
@@ -88,12 +118,19 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
 
 int RunProgram(bool hasArguments) {
     PosixPlatform platform(OnFault);
+    PosixEndSignals endSignals;  // before the first thread
     const std::optional<alpaca::ServerSockets> sockets =
         hasArguments ? std::nullopt : alpaca::TakeInheritedSockets(std::getenv, getpid());
+    if (sockets) {
+        KeepFilesPrivate(platform.folders);
+    }
     const std::unique_ptr<Driver> driver = Main(platform.Services(), sockets.has_value());
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
+    // A stop is the only call that gets into everything that waits. Nothing of it runs once `Serve` is over.
+    endSignals.Watch(
+        [&platform, &driver] { platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); }); });
     Serve(platform, *driver, *sockets);
     return kExitGood;
 }
@@ -102,5 +139,6 @@ int RunProgram(bool hasArguments) {
 }  // namespace kestrane
 
 int main(int argc, char**) {
+    std::signal(SIGPIPE, SIG_IGN);  // a message for a reader that has gone ends nobody
     return kestrane::RunProgram(argc > 1);
 }

@@ -25,7 +25,9 @@ constexpr std::array kCommands{
     CommandRow{Command::Unpark, "unpark", "", 0, 0, "unpark"},
     CommandRow{Command::Get, "get", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "read any member"},
     CommandRow{Command::Put, "put", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "write or call any member"},
-    CommandRow{Command::Text, "command", "TEXT", 1, 1, "send a text to the device as it is and show the reply"},
+    CommandRow{Command::Text, "command", "TEXT", 1, 1,
+               "send a text to the device as it is and show the reply; RAW,... is for the driver"},
+    CommandRow{Command::Log, "log", "on | off | show", 1, 1, "turn the driver's log on or off, or show its end"},
 };
 
 /// Stores the value of an option in the arguments; raises `UsageError` when the text is no such value.
@@ -179,6 +181,10 @@ void CheckOperands(const Arguments& arguments) {
     if (isSlew && arguments.brightStar ? count != 0 : (count < row.fewest || count > row.most || (isSlew && !count))) {
         throw UsageError("write: kestrane-client " + std::string(row.name) +
                          (row.operands.empty() ? "" : " " + std::string(row.operands)));
+    }
+    if (row.command == Command::Log && arguments.operands[0] != "on" && arguments.operands[0] != "off" &&
+        arguments.operands[0] != "show") {
+        throw UsageError("write: kestrane-client log on, log off or log show");
     }
     if ((arguments.wait || arguments.brightStar) && !isSlew) {
         throw UsageError("--wait and --bright-star go with slew only");

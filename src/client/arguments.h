@@ -17,7 +17,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-enum class Command { Discover, Status, Connect, Disconnect, Slew, Stars, Abort, Park, Unpark, Get, Put, Text };
+enum class Command { Discover, Status, Connect, Disconnect, Slew, Stars, Abort, Park, Unpark, Get, Put, Text, Log };
 
 struct CommandRow {
     Command command;

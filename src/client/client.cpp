@@ -4,6 +4,8 @@
 #include <array>
 #include <boost/json.hpp>
 #include <boost/system/system_error.hpp>
+#include <deque>
+#include <fstream>
 
 #include "client/angles.h"
 #include "client/arguments.h"
@@ -15,6 +17,9 @@ namespace kestrane::client {
 namespace {
 
 namespace json = boost::json;
+
+constexpr std::int64_t kUnspecifiedError = 0x4FF;  ///< of Alpaca
+constexpr std::size_t kShownLogLines = 200;
 
 /// How a value of the status list is written.
 enum class Form { Plain, Hours, Degrees, Side };
@@ -97,14 +102,15 @@ void RunStatus(Session& session) {
         if (!session.arguments.json) {
             std::string label(row.label);
             label.resize(20, ' ');
-            session.surroundings.out << label << InForm(value, row.form) << "\n";
+            session.surroundings.out << label << Shown(InForm(value, row.form)) << "\n";
         }
+    }
+    if (std::all_of(all.begin(), all.end(), [](const auto& member) { return member.value().is_null(); })) {
+        throw DeviceError(0, "there is no " + session.arguments.deviceType + " " +
+                                 std::to_string(session.arguments.device) + " at this address");
     }
     if (session.arguments.json) {
         session.Tell("", all);
-    } else if (std::all_of(all.begin(), all.end(), [](const auto& member) { return member.value().is_null(); })) {
-        throw DeviceError(0, "there is no " + session.arguments.deviceType + " " +
-                                 std::to_string(session.arguments.device) + " at this address");
     }
 }
 
@@ -146,11 +152,50 @@ void RunPut(Session& session) {
 }
 
 void RunText(Session& session) {
-    session.EnsureConnected();
+    if (!session.arguments.operands[0].starts_with("RAW,")) {
+        session.EnsureConnected();
+    }
     const json::value value =
         session.device.Put("CommandString", {{"Command", session.arguments.operands[0]}, {"Raw", "True"}});
     TellValue(session, value);
     session.LetGo();
+}
+
+/// The end of the driver's log, where its file can be reached from here.
+void ShowLog(Session& session, const std::string& path) {
+    if (path.empty()) {
+        throw DeviceError(0, "there is no log yet; turn it on: kestrane-client log on");
+    }
+    std::ifstream file(path);
+    if (!file) {
+        throw DeviceError(0, "the log cannot be read from here; on the driver's machine it is " + path);
+    }
+    std::deque<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+        if (lines.size() > kShownLogLines) {
+            lines.pop_front();
+        }
+    }
+    session.Note("the end of " + path);
+    for (const std::string& line : lines) {
+        session.Tell(line, {{"Line", line}});
+    }
+}
+
+void RunLog(Session& session) {
+    const std::string& what = session.arguments.operands[0];
+    if (what != "show") {
+        session.AskDriver(what == "on" ? "SetEnableDebugLog,1" : "SetEnableDebugLog,0");
+    }
+    const std::string path = session.AskDriver("GetLogFilename");
+    if (what == "show") {
+        ShowLog(session, path);
+    } else if (what == "on") {
+        session.Tell("the log is on: " + path, {{"Enabled", true}, {"File", path}});
+    } else {
+        session.Tell("the log is off", {{"Enabled", false}, {"File", path}});
+    }
 }
 
 /// A motion command that needs the connection and has no value.
@@ -201,7 +246,7 @@ void RunDiscover(const Arguments& arguments, const Surroundings& surroundings) {
         }
         surroundings.out << server.host << ":" << server.port << std::endl;
         for (const auto& device : devices) {
-            surroundings.out << "  " << DeviceLine(device) << std::endl;
+            surroundings.out << "  " << Shown(DeviceLine(device)) << std::endl;
         }
     }
 }
@@ -236,15 +281,20 @@ void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
             return RunPut(session);
         case Command::Text:
             return RunText(session);
+        case Command::Log:
+            return RunLog(session);
     }
 }
 
 ExitCode Failure(ExitCode code, const std::string& message, std::int64_t number, bool isJson,
                  const Surroundings& surroundings) {
     if (isJson) {
-        surroundings.out << JsonText(json::object{{"ErrorNumber", number}, {"ErrorMessage", message}}) << std::endl;
+        // 0 would say that all went well.
+        surroundings.out << JsonText(json::object{{"ErrorNumber", number == 0 ? kUnspecifiedError : number},
+                                                  {"ErrorMessage", message}})
+                         << std::endl;
     } else {
-        surroundings.progress << "kestrane-client: " << message << std::endl;
+        surroundings.progress << "kestrane-client: " << Shown(message) << std::endl;
     }
     return code;
 }

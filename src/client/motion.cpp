@@ -11,8 +11,9 @@ namespace kestrane::client {
 namespace {
 
 constexpr double kPollSeconds = 0.25;
-constexpr double kMissedDegrees = 1.0;  ///< farther from the target than this, a slew did not arrive
-constexpr int kEquinoxJ2000 = 2;        ///< of EquatorialSystem
+constexpr double kMissedDegrees = 1.0;      ///< farther from the target than this, a slew did not arrive
+constexpr double kStoodStillDegrees = 0.1;  ///< nearer to the start than this, it did not begin
+constexpr int kEquinoxJ2000 = 2;            ///< of EquatorialSystem
 
 /// Years since J2000 to precess by for this device; none when it works in J2000 itself.
 double YearsOf(Session& session) {
@@ -57,6 +58,23 @@ SlewTarget TargetOf(Session& session) {
         return {std::string(star->name), position.ra, position.dec};
     }
     return {"", *ParseRightAscension(operands[0]), *ParseDeclination(operands[1])};
+}
+
+/// A target below the horizon is for the device to refuse; a person should know why it will.
+void NoteIfBelowHorizon(Session& session, const SlewTarget& target) {
+    const auto latitude =
+        session.arguments.latitude ? session.arguments.latitude : session.device.TryNumber("SiteLatitude");
+    const auto siderealTime =
+        session.arguments.longitude
+            ? std::optional(SiderealTimeAt(session.surroundings.unixSeconds(), *session.arguments.longitude))
+            : session.device.TryNumber("SiderealTime");
+    if (!latitude || !siderealTime) {
+        return;
+    }
+    const double altitude = Altitude({target.ra, target.dec}, *siderealTime, *latitude);
+    if (altitude < 0.0) {
+        session.Note("the target is " + FormatFixed(-altitude, 1) + " degrees below the horizon");
+    }
 }
 
 /// Called before the device is asked for anything.
@@ -126,6 +144,7 @@ void RunSlew(Session& session) {
     session.EnsureConnected();
     const SlewTarget target = TargetOf(session);
     const std::string place = (target.name.empty() ? "" : target.name + ", ") + PlaceText(target.ra, target.dec);
+    NoteIfBelowHorizon(session, target);
     session.Note("slewing to " + place);
     const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
     StartSlew(session, target);
@@ -138,7 +157,10 @@ void RunSlew(Session& session) {
     const double left = FollowSlew(session, target, whole);
     if (left > kMissedDegrees) {
         session.LetGo();
-        throw DeviceError(0, "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
+        const bool stoodStill = std::abs(left - whole) < kStoodStillDegrees;
+        throw DeviceError(0, stoodStill ? "the device did not slew: it has refused, or was stopped, " +
+                                              FormatFixed(left, 1) + " degrees from the target"
+                                        : "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
     }
     const auto ra = session.device.Number("RightAscension");
     const auto dec = session.device.Number("Declination");

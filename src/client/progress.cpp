@@ -7,7 +7,8 @@ namespace kestrane::client {
 
 void Progress::Show(double fraction, const std::string& words, double now) {
     const bool isKnown = fraction >= 0.0;
-    const double bounded = std::clamp(fraction, 0.0, 1.0);
+    farthest_ = std::max(farthest_, std::clamp(fraction, 0.0, 1.0));
+    const double bounded = farthest_;
     const std::string percent = isKnown ? std::to_string(std::lround(bounded * 100.0)) + "%" : "";
     if (!isTerminal_) {
         if (!anyShown_ || now >= nextLine_) {
@@ -34,6 +35,7 @@ void Progress::Finish() {
     }
     isLineOpen_ = false;
     anyShown_ = false;
+    farthest_ = 0.0;
 }
 
 }  // namespace kestrane::client

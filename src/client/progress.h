@@ -15,7 +15,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `fraction` from 0 to 1, below 0 when it is not known; `now` in seconds from any start, never decreasing.
+    /// `fraction` from 0 to 1, below 0 when it is not known; one that is smaller than an earlier one shows the earlier
+    /// one; `now` in seconds from any start, never decreasing.
     void Show(double fraction, const std::string& words, double now);
     /// Ends the line of the bar. The next `Show` begins a new one.
     void Finish();
@@ -25,6 +26,7 @@ private:
     bool isTerminal_;
     double lineEvery_;
     double nextLine_ = 0.0;
+    double farthest_ = 0.0;
     bool anyShown_ = false;
     bool isLineOpen_ = false;
 };

@@ -1,9 +1,13 @@
 #include "client/session.h"
 
+#include <algorithm>
+
 #include "client/json_text.h"
 
 namespace kestrane::client {
 namespace {
+
+constexpr std::int64_t kNoMount = 0x402;  ///< the driver's error for a connect that found none
 
 AlpacaDevice::Limits LimitsOf(const Arguments& arguments) {
     AlpacaDevice::Limits limits;
@@ -28,10 +32,32 @@ void Session::EnsureConnected() {
     const bool isTelescope = arguments.deviceType == "telescope";
     const bool isConnected =
         device.TryFlag("Connected").value_or(false) && device.TryGet(isTelescope ? "RightAscension" : "IsMoving");
-    if (!isConnected) {
-        device.Put("Connected", {{"Connected", "True"}});
-        hasConnected_ = true;
+    if (isConnected) {
+        return;
     }
+    try {
+        device.Put("Connected", {{"Connected", "True"}});
+    } catch (const DeviceError& error) {
+        const std::string why = error.Number() == kNoMount && isTelescope ? WhyNoMount() : "";
+        throw DeviceError(error.Number(), error.what() + (why.empty() ? "" : " " + why));
+    }
+    hasConnected_ = true;
+}
+
+std::string Session::WhyNoMount() {
+    try {
+        return AskDriver("GetConnectFailure");
+    } catch (const DeviceError&) {
+        return {};  // another driver
+    }
+}
+
+std::string Session::AskDriver(const std::string& verb) {
+    const std::string reply = PlainText(device.Put("CommandString", {{"Command", "RAW," + verb}, {"Raw", "True"}}));
+    if (reply == "1" || reply.starts_with("1,")) {
+        return reply.substr(std::min<std::size_t>(2, reply.size()));
+    }
+    throw DeviceError(0, reply.starts_with("0,") ? reply.substr(2) : "this is no driver that knows " + verb);
 }
 
 void Session::LetGo() {
@@ -47,12 +73,12 @@ void Session::LetGo() {
 }
 
 void Session::Tell(const std::string& words, const boost::json::object& object) {
-    surroundings.out << (arguments.json ? JsonText(object) : words) << std::endl;
+    surroundings.out << (arguments.json ? JsonText(object) : Shown(words)) << std::endl;
 }
 
 void Session::Note(const std::string& words) {
     if (!arguments.json) {
-        surroundings.progress << words << std::endl;
+        surroundings.progress << Shown(words) << std::endl;
     }
 }
 

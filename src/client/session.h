@@ -19,11 +19,16 @@ public:
     const Surroundings& surroundings;
     AlpacaDevice device;
 
-    /// Connects unless this client is connected already. Raises `DeviceError`, `Unreachable`.
+    /// Connects unless this client is connected already. Raises `DeviceError`, `Unreachable`. When a driver of this
+    /// project has found no mount, the error says why.
     void EnsureConnected();
     /// Disconnects if `EnsureConnected` has connected; a failure does not matter any more.
     void LetGo();
     bool HasConnected() const { return hasConnected_; }
+
+    /// Runs a command to the driver itself, which needs no connection: the value in its reply. Raises `DeviceError`,
+    /// also for a reply that reports a failure.
+    std::string AskDriver(const std::string& verb);
 
     /// The result: one line of words, or the object in one line of JSON.
     void Tell(const std::string& words, const boost::json::object& object);
@@ -34,6 +39,8 @@ public:
     bool ShowsProgress() const { return !arguments.json; }
 
 private:
+    std::string WhyNoMount();
+
     bool hasConnected_ = false;
 };
 

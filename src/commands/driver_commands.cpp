@@ -127,6 +127,36 @@ std::string SetComRetries(Verb verb, std::string_view arguments) {
     return kDone;
 }
 
+std::string SetEnableDebugLog(Verb verb, std::string_view arguments) {
+    const std::optional<std::int32_t> enable = WholeNumber(arguments, verb.needs.driver.log);
+    if (enable != 0 && enable != 1) {
+        return Failure("Value must be numeric 0-1");
+    }
+    verb.needs.enableDebugLog(enable == 1);
+    return kDone;
+}
+
+std::string GetEnableDebugLog(Verb verb, std::string_view) {
+    return Value(verb.needs.driver.state.g_bDebugLog ? "1" : "0");
+}
+
+std::string GetLogDir(Verb verb, std::string_view) {
+    return Value(verb.needs.driver.state.g_sLogDir);
+}
+
+std::string GetLogFilename(Verb verb, std::string_view) {
+    return Value(verb.needs.driver.log.FileName().string());
+}
+
+std::string GetConnectFailure(Verb verb, std::string_view) {
+    return Value(verb.needs.connectFailure());
+}
+
+std::string CheckMount(Verb verb, std::string_view) {
+    std::string versionOrReason;
+    return verb.needs.checkMount(versionOrReason) ? Value(versionOrReason) : Failure(versionOrReason);
+}
+
 std::string GetIniValue(Verb verb, std::string_view keyword) {
     if (keyword.empty()) {
         return Failure("No INI Keyword specified");
@@ -169,6 +199,12 @@ constexpr std::array kVerbs{
     DriverVerb{"SetComRetries",             "1", SetComRetries},
     DriverVerb{"GetIniValue",               "1", GetIniValue},
     DriverVerb{"SetIniValue",               "1", SetIniValue},
+    DriverVerb{"SetEnableDebugLog",         "1", SetEnableDebugLog},
+    DriverVerb{"GetEnableDebugLog",         "1", GetEnableDebugLog},
+    DriverVerb{"GetLogDir",                 "1", GetLogDir},
+    DriverVerb{"GetLogFilename",            "1", GetLogFilename},
+    DriverVerb{"GetConnectFailure",         "1", GetConnectFailure},
+    DriverVerb{"CheckMount",                "1", CheckMount},
     DriverVerb{"AutoCalibrateNSEW",         "1", AutoCalibrateNSEW},
 };
 // clang-format on

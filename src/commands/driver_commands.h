@@ -24,6 +24,10 @@ struct DriverCommandsNeeds {
     EventJournal& journal;
     std::function<void()> resetErrorCounts;        ///< the same as the button of the hand box
     std::function<Telescope*()> internalInstance;  ///< null while there is none
+    std::function<void(bool)> enableDebugLog;      ///< the same as the box of the hand box
+    std::function<std::string()> connectFailure;   ///< why the last connect failed; empty when it did not
+    /// Asks the mount on the port of the settings for its version; else gives the reason why there is none.
+    std::function<bool(std::string& versionOrReason)> checkMount;
 };
 
 /// One run of a verb: the object through which it came.

@@ -11,6 +11,10 @@ std::string_view ReasonOf(int status) {
             return "Bad Request";
         case 403:
             return "Forbidden";
+        case 413:
+            return "Payload Too Large";
+        case 503:
+            return "Service Unavailable";
         default:
             return "Internal Server Error";
     }

@@ -6,7 +6,7 @@
 /// What is sent back over HTTP. Pure functions.
 namespace kestrane::http {
 
-/// A complete answer: status (200, 400, 403 or 500), kind of content, content.
+/// A complete answer: status (200, 400, 403, 413, 500 or 503), kind of content, content.
 struct Answer {
     int status = 200;
     std::string_view contentType;  ///< of static storage

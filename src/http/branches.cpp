@@ -30,9 +30,8 @@ const Branch* BranchOf(const std::vector<Branch>& branches, std::string_view pat
     return longest;
 }
 
-bool IsKeptOut(const Branch* branch, Verb verb, const OwnHosts& own, const ReceivedRequest& received) {
-    const bool guarded = verb == Verb::Put || branch == nullptr || branch->guard == Guard::Everything;
-    return guarded && !(IsOwnHost(received.host, own) && IsOwnOrigin(received.origin, own));
+bool IsKeptOut(const OwnHosts& own, const ReceivedRequest& received) {
+    return !(IsOwnHost(received.host, own) && IsOwnOrigin(received.origin, own) && IsOwnSite(received.fetchSite));
 }
 
 }  // namespace
@@ -46,7 +45,7 @@ void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, Received
     }
     const RequestTarget target = SplitTarget(received.target);
     const Branch* branch = BranchOf(branches, target.path);
-    if (IsKeptOut(branch, *verb, own, received)) {
+    if (IsKeptOut(own, received)) {
         answer(RefusalAnswer(403, "The request names a host or an origin that is not this machine."));
     } else if (branch == nullptr) {
         answer(RefusalAnswer(400, "There is no such path."));

@@ -40,7 +40,8 @@ std::string AddressText(asio::ip::address address) {
     return address.to_string();
 }
 
-std::string HeaderText(const beast::request<beast::string_body>& message, beast::field field) {
+template <typename Field>
+std::string HeaderText(const beast::request<beast::string_body>& message, Field field) {
     const auto value = message[field];
     return std::string(value.data(), value.size());
 }
@@ -64,6 +65,7 @@ void Connection::Start() {
     }
     KeepWatch(socket_);
     remoteAddress_ = AddressText(remote.address());
+    holder_ = remoteAddress_;
     needs_.own.localAddress = AddressText(local.address());
     needs_.own.port = local.port();
     WaitForRequest();
@@ -133,10 +135,28 @@ void Connection::OnRequest(const error_code& error) {
     }
     Enter(Phase::Working, 0);
     carriedRequest_ = true;
-    const AnswerForm form{parser_->keep_alive(), parser_->get().version() < 11,
-                          parser_->get().method() == beast::verb::head};
-    Dispatch(needs_.branches, needs_.own, TakeRequest(),
-             [self = shared_from_this(), form](const Answer& answer) { self->Write(answer, form); });
+    form_ = {parser_->keep_alive(), parser_->get().version() < 11, parser_->get().method() == beast::verb::head};
+    waiting_ = TakeRequest();
+    Proceed();
+}
+
+void Connection::Proceed() {
+    if (!waiting_ || !needs_.admits(id_, waiting_->method, waiting_->target)) {
+        return;
+    }
+    ReceivedRequest request = std::move(*waiting_);
+    waiting_.reset();
+    Dispatch(needs_.branches, needs_.own, std::move(request),
+             [self = shared_from_this(), form = form_](const Answer& answer) { self->Write(answer, form); });
+}
+
+bool Connection::Refuse() {
+    if (!waiting_) {
+        return false;
+    }
+    waiting_.reset();
+    Write(RefusalAnswer(503, "All connections are in use."), {.keepAlive = false});
+    return true;
 }
 
 ReceivedRequest Connection::TakeRequest() {
@@ -145,6 +165,7 @@ ReceivedRequest Connection::TakeRequest() {
             .target = std::string(message.target()),
             .host = HeaderText(message, beast::field::host),
             .origin = HeaderText(message, beast::field::origin),
+            .fetchSite = HeaderText(message, "Sec-Fetch-Site"),
             .body = std::move(message.body()),
             .remoteAddress = remoteAddress_,
             .connection = id_};
@@ -157,6 +178,8 @@ void Connection::OnReadError(const error_code& error) {
     const bool malformed = error.category() == make_error_code(beast::error::bad_method).category();
     if (outOfTime_) {
         Write(RefusalAnswer(400, "The request did not come to its end in time."), {.keepAlive = false});
+    } else if (error == beast::error::body_limit) {
+        Write(RefusalAnswer(413, "The body of the request is too long."), {.keepAlive = false});
     } else if (malformed && error != beast::error::end_of_stream) {
         Write(RefusalAnswer(400, "This is no HTTP request: " + error.message() + "."), {.keepAlive = false});
     } else {
@@ -228,7 +251,7 @@ bool Connection::IsQuiet() {
 }
 
 bool Connection::MayBeEvicted() {
-    return phase_ == Phase::Idle && IsQuiet() && !kept_;
+    return phase_ == Phase::Idle && IsQuiet();
 }
 
 bool Connection::IsGone() {

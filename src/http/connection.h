@@ -21,7 +21,9 @@ namespace kestrane::http {
 struct ConnectionNeeds {
     const Limits& limits;
     const std::vector<Branch>& branches;
-    OwnHosts own;  ///< without the local address, which the connection finds itself
+    OwnHosts own;  ///< without address and port, which the connection finds itself
+    /// Whether there is room for a request now.
+    std::function<bool(ConnectionId, const std::string& method, const std::string& target)> admits;
     std::function<void(ConnectionId)> closed;
 };
 
@@ -39,8 +41,17 @@ public:
     /// Waits for a request of which no byte has come, and is not new, or is already given up: may be closed without a
     /// loss. Never while an answer is due, even to a client that has gone.
     bool IsQuiet();
-    /// Quiet, and no answer has asked to keep it: may make room for another.
+    /// Waits for its next request: may make room for another. Its client opens a new one when it needs one.
     bool MayBeEvicted();
+    /// Goes on with a request that the server had no room for, if it has now.
+    void Proceed();
+    /// Refuses such a request; false when there is none.
+    bool Refuse();
+    /// Has not sent a whole request yet.
+    bool HasAskedNothing() const { return !carriedRequest_ && (phase_ == Phase::Idle || phase_ == Phase::Reading); }
+    /// Whose connection it is; its client's address as long as nobody has set another.
+    const std::string& Holder() const { return holder_; }
+    void SetHolder(const std::string& holder) { holder_ = holder; }
     /// Closed, or closed by the client, although an answer may still be due to it.
     bool IsGone();
 
@@ -65,6 +76,7 @@ private:
     boost::asio::ip::tcp::socket socket_;
     ConnectionNeeds needs_;
     std::string remoteAddress_;
+    std::string holder_;
     boost::beast::flat_buffer buffer_;
     std::optional<Parser> parser_;
     std::string output_;
@@ -73,7 +85,9 @@ private:
     Phase phase_ = Phase::Idle;
     int stepsLeft_ = 0;  ///< 0: no limit
     bool carriedRequest_ = false;
-    bool kept_ = false;  ///< an answer has asked to keep the connection
+    std::optional<ReceivedRequest> waiting_;  ///< until the server has room
+    AnswerForm form_;                         ///< of the answer to the last request
+    bool kept_ = false;                       ///< an answer has asked to keep the connection
     bool outOfTime_ = false;
 };
 

@@ -10,6 +10,8 @@ struct Limits {
     std::size_t headerBytes = std::size_t{16} * 1024;
     std::size_t bodyBytes = std::size_t{64} * 1024;
     std::size_t connections = 1024;
+    std::size_t perHolder = 64;          ///< connections of one holder, see `Server::SetHolder`
+    std::size_t urgentConnections = 16;  ///< beyond `connections`, for urgent requests only
     std::chrono::milliseconds step{1000};
     int readSteps = 15;   ///< from the first byte of a request to its last
     int idleSteps = 150;  ///< of a connection without a request; not for one that an answer has kept

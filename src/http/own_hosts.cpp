@@ -11,18 +11,25 @@ namespace kestrane::http {
 namespace {
 
 struct HostAndPort {
-    std::string name;  ///< lower case, without brackets and final point
-    std::string_view port;
+    std::string name;       ///< lower case, without brackets and final point
+    std::string_view port;  ///< digits; empty when there is none
+    bool good = true;       ///< nothing else stands there
 };
+
+bool IsPort(std::string_view text) {
+    return !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
 
 HostAndPort SplitHost(std::string_view host) {
     std::string_view name = host;
     std::string_view port;
+    bool good = true;
     const std::size_t bracket = host.rfind(']');
     const std::size_t colon = host.rfind(':');
     if (colon != std::string_view::npos && (bracket == std::string_view::npos || colon > bracket)) {
         name = host.substr(0, colon);
         port = host.substr(colon + 1);
+        good = port.empty() || IsPort(port);
     }
     if (name.size() >= 2 && name.front() == '[' && name.back() == ']') {
         name = name.substr(1, name.size() - 2);
@@ -30,7 +37,7 @@ HostAndPort SplitHost(std::string_view host) {
     if (!name.empty() && name.back() == '.') {
         name.remove_suffix(1);
     }
-    return {ToLower(name), port};
+    return {ToLower(name), port, good};
 }
 
 /// Four decimal numbers up to 255, the first of them 127.
@@ -56,16 +63,14 @@ bool IsOwnName(const std::string& name, const OwnHosts& own) {
     if (name == "localhost" || name == "::1" || IsLoopback4(name)) {
         return true;
     }
-    if (own.loopbackOnly) {
-        return false;
-    }
-    return name == own.localAddress || std::ranges::find(own.machineNames, name) != own.machineNames.end();
+    return !name.empty() && (name == own.localAddress || std::ranges::find(own.names, name) != own.names.end());
 }
 
 }  // namespace
 
 bool IsOwnHost(std::string_view host, const OwnHosts& own) {
-    return host.empty() || IsOwnName(SplitHost(host).name, own);
+    const HostAndPort parts = SplitHost(host);
+    return host.empty() || (parts.good && IsOwnName(parts.name, own));
 }
 
 bool IsOwnOrigin(std::string_view origin, const OwnHosts& own) {
@@ -79,6 +84,23 @@ bool IsOwnOrigin(std::string_view origin, const OwnHosts& own) {
     const HostAndPort parts = SplitHost(origin.substr(kScheme.size()));
     const std::string port(parts.port.empty() ? "80" : parts.port);
     return port == std::to_string(own.port) && IsOwnName(parts.name, own);
+}
+
+bool IsOwnSite(std::string_view fetchSite) {
+    return ToLower(fetchSite) != "cross-site";
+}
+
+std::vector<std::string> HostNames(std::string_view list) {
+    std::vector<std::string> names;
+    while (!list.empty()) {
+        const std::size_t comma = std::min(list.find(','), list.size());
+        HostAndPort name = SplitHost(list.substr(0, comma));
+        if (!name.name.empty()) {
+            names.push_back(std::move(name.name));
+        }
+        list.remove_prefix(std::min(comma + 1, list.size()));
+    }
+    return names;
 }
 
 std::vector<std::string> MachineNames() {

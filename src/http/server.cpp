@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <boost/asio/error.hpp>
 #include <cassert>
+#include <functional>
+#include <iterator>
 #include <sys/socket.h>
 
 #include "http/connection.h"
@@ -36,8 +38,6 @@ void Server::AddListener(int socket) {
 }
 
 void Server::Start() {
-    loopbackOnly_ =
-        std::ranges::all_of(BoundTo(), [](const auto& endpoint) { return endpoint.address().is_loopback(); });
     AcceptOnAll();
     StepLater();
 }
@@ -60,14 +60,59 @@ std::vector<tcp::endpoint> Server::BoundTo() const {
     return endpoints;
 }
 
-/// At the limit, an idle connection that no answer has kept makes room for the next.
-bool Server::MayAccept() {
-    return !gateShut_ && (connections_.size() < needs_.limits.connections || EvictStranger());
+bool Server::MayAccept() const {
+    return !gateShut_ && connections_.size() < needs_.limits.connections + needs_.limits.urgentConnections;
 }
 
-bool Server::EvictStranger() {
-    const auto oldest =
-        std::ranges::find_if(connections_, [](const auto& entry) { return entry.second->MayBeEvicted(); });
+/// The oldest connections up to the limit are regular ones; when one of them closes, the next one becomes regular.
+bool Server::Admits(ConnectionId id, const std::string& method, const std::string& target) const {
+    const std::size_t limit = needs_.limits.connections;
+    if (connections_.size() <= limit) {
+        return true;
+    }
+    const auto older = std::distance(connections_.begin(), connections_.find(id));
+    return static_cast<std::size_t>(older) < limit || (needs_.isUrgent && needs_.isUrgent(method, target));
+}
+
+/// Closes idle connections down to the limit, of whoever holds most first.
+void Server::MakeRoom() {
+    while (connections_.size() > needs_.limits.connections) {
+        std::map<std::string, std::size_t> counts;
+        for (const auto& [id, connection] : connections_) {
+            ++counts[connection->Holder()];
+        }
+        std::vector<std::pair<std::size_t, std::string>> holders;
+        for (const auto& [holder, count] : counts) {
+            holders.emplace_back(count, holder);
+        }
+        std::ranges::sort(holders, std::greater{});
+        if (!CloseOneOf(holders)) {
+            return;
+        }
+    }
+}
+
+/// Those who have just come, and have not asked yet, are idle soon: until then nobody who holds fewer has to go.
+bool Server::CloseOneOf(const std::vector<std::pair<std::size_t, std::string>>& holders) {
+    for (const auto& entry : holders) {
+        const std::string& holder = entry.second;
+        if (CloseOldestIdle(holder)) {
+            return true;
+        }
+        const bool asksSoon = std::ranges::any_of(connections_, [&holder](const auto& each) {
+            return each.second->Holder() == holder && each.second->HasAskedNothing();
+        });
+        if (asksSoon) {
+            return false;
+        }
+    }
+    return false;
+}
+
+bool Server::CloseOldestIdle(const std::string& holder) {
+    const auto oldest = std::ranges::find_if(connections_, [&holder](const auto& entry) {
+        return entry.second->Holder() == holder && entry.second->MayBeEvicted();
+    });
     if (oldest == connections_.end()) {
         return false;
     }
@@ -76,9 +121,46 @@ bool Server::EvictStranger() {
     return true;
 }
 
+/// The places for urgent requests must not be taken up by those who ask nothing, or wait for room. The newest one is
+/// spared: its request is on the way.
+void Server::FreeUrgentPlace() {
+    const std::size_t limit = needs_.limits.connections;
+    if (connections_.size() < limit + needs_.limits.urgentConnections) {
+        return;
+    }
+    std::vector<std::shared_ptr<Connection>> places;
+    for (auto entry = std::next(connections_.begin(), static_cast<std::ptrdiff_t>(limit));
+         std::next(entry) != connections_.end(); ++entry) {
+        places.push_back(entry->second);
+    }
+    const auto silent = std::ranges::find_if(places, [](const auto& place) { return place->HasAskedNothing(); });
+    if (silent != places.end()) {
+        (*silent)->Close();
+        return;
+    }
+    for (const auto& place : places) {
+        if (place->Refuse()) {
+            return;
+        }
+    }
+}
+
+void Server::SetHolder(ConnectionId id, const std::string& holder) {
+    const auto found = connections_.find(id);
+    if (found == connections_.end() || found->second->Holder() == holder) {
+        return;
+    }
+    found->second->SetHolder(holder);
+    const auto count =
+        std::ranges::count_if(connections_, [&holder](const auto& entry) { return entry.second->Holder() == holder; });
+    if (static_cast<std::size_t>(count) > needs_.limits.perHolder) {
+        CloseOldestIdle(holder);
+    }
+}
+
 void Server::AcceptOnAll() {
     for (const auto& listener : listeners_) {
-        if (!listener->accepting && !gateShut_ && connections_.size() < needs_.limits.connections) {
+        if (!listener->accepting && MayAccept()) {
             Accept(*listener);
         }
     }
@@ -99,7 +181,7 @@ void Server::OnAccepted(const error_code& error, tcp::socket socket) {
     }
     if (gateAsked_) {
         DecideGate();
-    } else if (!error && MayAccept()) {
+    } else if (!error) {
         AcceptOnAll();  // an eviction may have accepted already
     }
     // After an error (no descriptor left, a connection gone while it waited) the next step accepts again.
@@ -107,19 +189,28 @@ void Server::OnAccepted(const error_code& error, tcp::socket socket) {
 
 void Server::AddConnection(tcp::socket socket) {
     const ConnectionId id = ++lastConnection_;
-    const auto connection =
-        std::make_shared<Connection>(id, std::move(socket),
-                                     ConnectionNeeds{.limits = needs_.limits,
-                                                     .branches = needs_.branches,
-                                                     .own = {loopbackOnly_, {}, 0, needs_.machineNames},
-                                                     .closed = [this](ConnectionId gone) { OnClosed(gone); }});
+    const auto connection = std::make_shared<Connection>(
+        id, std::move(socket),
+        ConnectionNeeds{.limits = needs_.limits,
+                        .branches = needs_.branches,
+                        .own = {{}, 0, needs_.names},
+                        .admits = [this](ConnectionId asking, const std::string& method,
+                                         const std::string& target) { return Admits(asking, method, target); },
+                        .closed = [this](ConnectionId gone) { OnClosed(gone); }});
     connections_.emplace(id, connection);
     connection->Start();
+    MakeRoom();
+    FreeUrgentPlace();
 }
 
 void Server::OnClosed(ConnectionId id) {
     connections_.erase(id);
     needs_.closed(id);
+    const std::size_t limit = needs_.limits.connections;
+    if (!gateShut_ && limit > 0 && connections_.size() >= limit) {
+        const auto promoted = std::next(connections_.begin(), static_cast<std::ptrdiff_t>(limit) - 1)->second;
+        promoted->Proceed();
+    }
     AcceptOnAll();
 }
 
@@ -133,9 +224,8 @@ void Server::StepLater() {
         for (const auto& [id, connection] : now) {
             connection->Step();
         }
-        if (MayAccept()) {
-            AcceptOnAll();
-        }
+        MakeRoom();  // what was too new to be closed
+        AcceptOnAll();
         StepLater();
     });
 }

@@ -65,8 +65,9 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
         if (found) {
             MountFound();
         }
-    } catch (const DriverError&) {
+    } catch (const DriverError& error) {
         if (!opening.linkSetUp) {
+            connectFailure_ = "COM" + opening.portText + ": " + error.Message();
             throw;  // the transport's own error reaches the client unchanged
         }
         found = false;
@@ -102,6 +103,10 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     }
     state_.g_nReceiveTimeoutMS = needs_.link->ReceiveTimeoutMS();
     opening.linkSetUp = true;
+    needs_.door.LetStopIn();
+    if (ended_) {
+        return PassResult::Failed;
+    }
     if (ProbeMount()) {
         return PassResult::MountFound;
     }
@@ -247,22 +252,43 @@ void ConnectionManager::ReadMountForm() {
     }
 }
 
+std::string ConnectionManager::WhyNoMount(std::int32_t port, bool opened, Tick start) const {
+    std::string why = needs_.serialPorts.Describe(port) + ": ";
+    if (!opened) {
+        const std::int32_t error = needs_.link ? needs_.link->OpenError() : 0;
+        return why + (error == 0 ? "it could not be opened" : needs_.serialPorts.WhyNotOpened(port, error));
+    }
+    const double seconds = (driver_.clock.GetTickCount() - start) / 1000.0;
+    return why + "it could be opened, but nothing answered in " + FormatUs(seconds, "0.0") +
+           " s; is the mount switched on?";
+}
+
 /// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
 /// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
+    if (opening.ip) {
+        connectFailure_ = opening.portText + ": nothing answered";
+    } else {
+        connectFailure_ = WhyNoMount(ToInteger(opening.portText, driver_.log), needs_.link && needs_.link->Connected(),
+                                     opening.start);
+    }
     driver_.log.LogMessage("OpenConnection", LogLevel::Error,
-                           "OpenConnection Failed. No response from COM" + opening.portText);
+                           "OpenConnection Failed. No response from COM" + opening.portText + ". " + connectFailure_);
     CloseConnection(kind);
     throw DriverError(ErrorNumber::NoMount);
 }
 
 void ConnectionManager::CountClient(ClientKind kind) {
+    connectFailure_.clear();
+    // A program that connects again and again without end must not come out as minus 32768 clients.
+    const auto count = [](std::int16_t& connects, bool& connected) {
+        connected = true;
+        connects = ToShort(connects + 1);
+    };
     if (kind == ClientKind::Telescope) {
-        state_.g_bConnected = true;
-        ++state_.g_nScopeConnects;
+        count(state_.g_nScopeConnects, state_.g_bConnected);
     } else {
-        state_.g_bFocuserConnected = true;
-        ++state_.g_nFocuserConnects;
+        count(state_.g_nFocuserConnects, state_.g_bFocuserConnected);
     }
     UpdateClientsLabel();
     driver_.log.LogMessage("Connections", LogLevel::Info, "OpenConnection: " + Counts());

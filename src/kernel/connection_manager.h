@@ -15,6 +15,7 @@
 #include "kernel/base/waits.h"
 #include "kernel/companion.h"
 #include "link/mount_link.h"
+#include "platform/serial_port.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/client_connections.h"
@@ -35,6 +36,7 @@ struct ConnectionManagerNeeds {
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
     Companion& companion;
+    SerialPorts& serialPorts;
     std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
     std::function<void(const std::string& key)> updateMountRates;
@@ -61,6 +63,11 @@ public:
     /// Looks for a mount on a port, for the setup dialog. When the link is closed, the port is opened for the check and
     /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump.
     bool CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version);
+    /// The same for the port of the settings, with a text for a person: the version, or why there is none.
+    bool CheckMount(std::string& versionOrReason);
+    /// Why the last connect failed, in a sentence for a person: the port, its device and the cause. Empty when it
+    /// succeeded, or there was none.
+    const std::string& ConnectFailure() const { return connectFailure_; }
     /// Reads the site from a mount, in the same frame. Degrees, longitude west positive, -180 to 180. A reply that
     /// cannot be read counts as no reply: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
@@ -107,6 +114,7 @@ private:
     void MountFound();
     void ReadRateKey();
     void ReadMountForm();
+    std::string WhyNoMount(std::int32_t port, bool opened, Tick start) const;
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
     std::string MountInfoCaption(std::string_view port);
@@ -127,6 +135,7 @@ private:
     ConnectionManagerNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    std::string connectFailure_;
     bool ended_ = false;  ///< the driver was shut down, perhaps inside the pump of a call that still runs
 };
 

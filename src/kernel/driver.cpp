@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
@@ -117,6 +118,7 @@ Driver::Driver(Platform platform)
           .statusWindow = statusWindow,
           .panel = panel,
           .companion = companion,
+          .serialPorts = platform_.serialPorts,
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
@@ -130,6 +132,13 @@ Driver::Driver(Platform platform)
           .journal = journal,
           .resetErrorCounts = [this] { connections.ResetCommCounters(); },
           .internalInstance = [this] { return internalInstance_.get(); },
+          .enableDebugLog =
+              [this](bool enable) {
+                  handBox.chkEnableDebugLog.Checked(enable);
+                  handBox.chkEnableDebugLog.FireClick();
+              },
+          .connectFailure = [this] { return connections.ConnectFailure(); },
+          .checkMount = [this](std::string& versionOrReason) { return connections.CheckMount(versionOrReason); },
       }),
       startup(StartupNeeds{
           .driver = essentials,
@@ -205,6 +214,23 @@ FocuserObject Driver::CreateFocuser() {
     })};
     object->Class_Initialize();
     return object;
+}
+
+void Driver::EndOnRequest() {
+    log.LogMessage("ShutdownDriver", LogLevel::Info, "The process was asked to end");
+    motion.StopAskedFor();
+    StopRunningAxes();
+    connections.ShutdownDriver();
+}
+
+void Driver::StopRunningAxes() {
+    if (!axisMotions.AnyStillRuns() || !link || !link->Connected()) {
+        return;
+    }
+    ResumeNext errors{ledger, "ShutdownDriver"};
+    errors.Step(
+        [&] { Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop); });
+    axisMotions.StopAll("The driver ends: its axes are stopped");
 }
 
 void Driver::ShowLowPower() {

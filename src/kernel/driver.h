@@ -53,6 +53,11 @@ public:
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 
+    /// Ends the process in order, as an operating system wishes that shuts down: axes that run are stopped, the link is
+    /// closed, calls that wait return. A slew or a park goes on in the mount, but a slew gets no second leg. To be run
+    /// as a stop, so that it gets into every call that waits; settings and log are closed by the destructor.
+    void EndOnRequest();
+
     // AlarmActions
     void ShowLowPower() override;
 
@@ -101,6 +106,7 @@ public:
 private:
     TelescopeNeeds NeedsOfTelescope();
     LogFileFacts FactsOfLog();
+    void StopRunningAxes();
 
     std::unique_ptr<Telescope> internalInstance_;
 };

@@ -1,5 +1,6 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
 #include "kernel/connection_manager.h"
 #include "state/site_query.h"
 
@@ -82,6 +83,20 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
         });
 }
 
+bool ConnectionManager::CheckMount(std::string& versionOrReason) {
+    const std::string portText = driver_.persist.Read(setting::Port);
+    std::int16_t port = 0;
+    TryParseInteger(portText.substr(std::min<std::size_t>(3, portText.size())), port);  // after "COM"
+    std::int16_t timeout = 0;
+    TryParseInteger(driver_.persist.Read(setting::Timeout), timeout);
+    const Tick start = driver_.clock.GetTickCount();
+    const bool found = CheckConnection(port, timeout, versionOrReason);
+    if (!found) {
+        versionOrReason = WhyNoMount(port, needs_.link && needs_.link->OpenError() == 0, start);
+    }
+    return found;
+}
+
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
     link.ClearBuffers();
     Talk(procedure::ReadSite).CommandBlindInternal(wire::ToggleFormat);
@@ -110,6 +125,10 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
             const bool haveLongitude = AskDegrees(wire::GetLongitude, longitude);
             if (longitude > 180.0) {
                 longitude -= 360.0;
+            }
+            needs_.door.LetStopIn();
+            if (ended_) {
+                return false;
             }
             const bool haveLatitude = AskDegrees(wire::GetLatitude, latitude);
             return haveLongitude && haveLatitude;

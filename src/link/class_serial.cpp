@@ -79,6 +79,7 @@ void classSerial::OpenSerialObject() {
 void classSerial::OpenLibrary() {
     LogOpening("KS Serial");
     const std::int32_t error = library_->KsSerConnectToPort(port_, speed_, receiveTimeoutMs_);
+    openError_ = error;
     if (error != 0) {
         needs_.log.LogMessage("Serial", LogLevel::Error, "Failed to connect: Error = " + std::to_string(error));
     }

@@ -44,6 +44,8 @@ public:
     /// `AscomSerial::Connected`.
     void Connected(bool connect) override;
 
+    std::int32_t OpenError() override { return openError_; }
+
     std::int32_t Port() override { return port_; }
     void Port(std::int32_t port) override { port_ = port; }
     std::int32_t Speed() override { return speed_; }
@@ -90,7 +92,8 @@ private:
     std::string ReadTerminated(std::string_view terminator);
 
     SerialNeeds needs_;
-    std::int32_t port_ = 1;                ///< number, without "COM"
+    std::int32_t port_ = 1;  ///< number, without "COM"
+    std::int32_t openError_ = 0;
     std::int32_t speed_ = 9600;            ///< baud
     std::int32_t receiveTimeoutMs_ = 250;  ///< read limit
     bool isUsingAscom_;

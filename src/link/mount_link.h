@@ -18,6 +18,9 @@ public:
     /// closed. True on an open line is harmless.
     virtual void Connected(bool connect) = 0;
 
+    /// The system's error of the last opening that failed; 0 when it is not known.
+    virtual std::int32_t OpenError() { return 0; }
+
     virtual std::int32_t Port() = 0;
     virtual void Port(std::int32_t port) = 0;
     virtual std::int32_t Speed() = 0;

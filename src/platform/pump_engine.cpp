@@ -72,6 +72,9 @@ void PumpEngine::PumpBriefly(std::int32_t milliseconds) {
 }
 
 void PumpEngine::PumpUntil(std::optional<TimePoint> end) {
+    if (over_) {
+        return;
+    }
     const Horizon horizon = HorizonNow();
     do {
         // These may have come since the pump began: a stop must not wait for more than the call that runs.
@@ -80,6 +83,9 @@ void PumpEngine::PumpUntil(std::optional<TimePoint> end) {
 }
 
 void PumpEngine::PumpStops() {
+    if (over_) {
+        return;
+    }
     const Horizon horizon = HorizonNow();
     while (RunFirst(CallKind::Stop, horizon) || RunFirst(CallKind::Read, horizon)) {
     }
@@ -169,6 +175,7 @@ void PumpEngine::RunLoop(std::optional<TimePoint> end) {
         const std::optional<TimePoint> next = NextDue();
         time_.SleepUntil(next && end ? std::min(*next, *end) : next ? next : end);
     }
+    over_ = true;
 }
 
 /// Runs a stop or a read, or else the earliest of what is due and may start; false when there is nothing.

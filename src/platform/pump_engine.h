@@ -66,7 +66,8 @@ public:
     /// The outermost loop up to a time: what becomes due later waits, even when a call has run on past the end.
     void RunUntil(TimePoint end) { RunLoop(end); }
     /// Ends the outermost loop after the call that is running now, and leaves alone what is still queued; a loop that
-    /// has not begun yet ends at once. Pumps inside the running call go on as usual. There is no way back. Idempotent.
+    /// has not begun yet ends at once. Pumps inside the running call go on as usual; once the loop has ended, a pump
+    /// runs nothing any more, since what posted the calls is being taken down. There is no way back. Idempotent.
     void Quit();
 
     /// When the next call or tick becomes due, or became due if it still waits; nothing when none is to come.
@@ -120,6 +121,7 @@ private:
     bool quit_ = false;
 
     std::vector<std::shared_ptr<TimerState>> timers_;  ///< in order of creation
+    bool over_ = false;                                ///< the outermost loop has ended by `Quit`
     int nesting_ = 0;                                  ///< calls on the stack
     int briefNesting_ = 0;                             ///< the calls on the stack that are not long
     std::uint64_t runningNumber_ = 0;                  ///< place in the queue of the innermost call that runs

@@ -58,6 +58,11 @@ public:
     /// ever, also while it is unplugged. Never raises; logic thread only.
     virtual SerialPortList ListPorts() = 0;
 
+    /// The port in the words of its user: its name, and the device of that number where there is one.
+    virtual std::string Describe(std::int32_t port) { return "COM" + std::to_string(port); }
+    /// Why `SerialPort::Open` gave an error for the port, and what to do about it: part of a sentence for a person.
+    virtual std::string WhyNotOpened(std::int32_t /*port*/, int error) { return "error " + std::to_string(error); }
+
     /// A closed port object, owned by the caller.
     virtual std::unique_ptr<SerialPort> CreatePort() = 0;
 };

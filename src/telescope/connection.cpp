@@ -116,7 +116,7 @@ void ConnectionSteps::InitializeFirstObject() {
 }
 
 void Telescope::Class_Terminate() {
-    StopOwnAxes();
+    StopOwnAxes("The client has gone: its axes are stopped");
     needs_.axisMotions.Leave(*this);
     --state_.g_nScopeObjects;
     needs_.connections.UpdateClientsLabel();

@@ -247,8 +247,6 @@ public:
     void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
-    /// Stops the axes of a client that has gone, where nothing else has ended their motion, and logs it. Raises nothing.
-    void StopOwnAxes();
     /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` unchanged, for a text that is no position.
     bool LongitudeOfSettings(double& degrees);
@@ -279,6 +277,9 @@ public:
     /// The rate lists of the process, made once.
     void CreateAxisRates();
     void CreateTrackingRates();
+    /// Stops the axes that this object runs and still owns, with `reason` in the log, and restores the tracking; see
+    /// `AxisMotions`. Raises nothing.
+    void StopOwnAxes(std::string_view reason);
 
 private:
     friend class TelescopeSteps;

@@ -1,5 +1,7 @@
 #include "alpaca/activation.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +11,7 @@
 #include <sstream>
 #include <string>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +26,7 @@ struct Told {
     int processId = 0;
     int http = 0;
     int discovery = 0;
+    std::string allowed;  ///< KESTRANE_ALLOW_HOSTS
 };
 
 /// The activator in a process of its own, with the fake driver.
@@ -37,6 +41,7 @@ public:
             ::setenv("FAKE_DRIVER", mode.c_str(), 1);
             ::setenv("FAKE_DRIVER_FILE", file.c_str(), 1);
             ::setenv("LISTEN_FDS", "7", 1);  // not for its driver
+            ::setenv("KESTRANE_ALLOW_HOSTS", "hut", 1);
             ::dup2(output[1], STDOUT_FILENO);
             ::dup2(output[1], STDERR_FILENO);
             ::_exit(RunActivation(options));
@@ -95,7 +100,7 @@ public:
         }
         ::close(socket);
         Told told;
-        std::istringstream(text) >> told.processId >> told.http >> told.discovery;
+        std::istringstream(text) >> told.processId >> told.http >> told.discovery >> told.allowed;
         return told;
     }
 
@@ -126,6 +131,47 @@ TEST(Activation, HandsTheDiscoverySocketOnToo) {
     Activator activator("answer", options);
     EXPECT_EQ(activator.Ask().discovery, 1);
     ::close(reserved);
+}
+
+TEST(Activation, AnswersDiscoveryCallsWithoutADriver) {
+    const TemporaryFolders folders;
+    const std::filesystem::path starts = folders.Root() / "starts";
+    ActivationOptions options = Activator::Options();
+    const int reserved = http::ListenOnLoopback();
+    options.discoveryPort = http::PortOfSocket(reserved);
+    Activator activator("crash", options, starts.string());
+    const int caller = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const timeval limit{10, 0};
+    ::setsockopt(caller, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(options.discoveryPort);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    for (const std::string text : {"hello", "", "alpacadiscovery1"}) {
+        ::sendto(caller, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    }
+    std::array<char, 100> reply{};
+    const ssize_t count = ::recv(caller, reply.data(), reply.size(), 0);
+    EXPECT_EQ(std::string(reply.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))),
+              "{\"AlpacaPort\":" + std::to_string(activator.Port()) + "}");
+    EXPECT_FALSE(std::filesystem::exists(starts));  // it started nobody
+    ::close(caller);
+    ::close(reserved);
+}
+
+TEST(Activation, HandsOnTheNamesThatAreAllowed) {
+    ActivationOptions options = Activator::Options();
+    options.allowedHosts = {"dome.example.org", "pi"};
+    Activator activator("answer", options);
+    EXPECT_EQ(activator.Ask().allowed, "hut,dome.example.org,pi");
+}
+
+TEST(Activation, OnAllAddresses_PrintsOnesThatWork) {
+    ActivationOptions options = Activator::Options();
+    options.bindAddress = "0.0.0.0";
+    Activator activator("answer", options);
+    EXPECT_EQ(activator.FirstLine(), "Alpaca: http://127.0.0.1:" + std::to_string(activator.Port()) + "/");
+    EXPECT_GT(activator.Ask().processId, 0);
 }
 
 TEST(Activation, StartsADriverForEachClientAfterTheLastOneEnded) {

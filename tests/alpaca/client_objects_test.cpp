@@ -355,13 +355,38 @@ TEST_P(ClientObjectsTest, AFailedCreationLeavesNothingBehind) {
     EXPECT_EQ(objects->Count(), 1U);
 }
 
-TEST_P(ClientObjectsTest, AreLimitedInNumber) {
+TEST_P(ClientObjectsTest, AtTheirLimit_TheOneThatIsNotConnectedAndSilentLongestMakesRoom) {
+    const auto key = [](std::uint32_t id) { return ClientKey{{"10.0.0.1", id}, DeviceKind::Telescope}; };
     for (std::uint32_t id = 0; id < ClientObjects::kMostObjects; ++id) {
-        Call({{"10.0.0.1", id}, DeviceKind::Telescope}, 1);
+        Call(key(id), 1);
+        pump.AdvanceTime(1);
+    }
+    Connect(key(0), 1);
+    Call(key(1), 1);
+    Call(kCleo, 1);
+    EXPECT_EQ(objects->Count(), ClientObjects::kMostObjects);
+    const auto made = world.diary.Count("+telescope");
+    Call(key(0), 1);
+    Call(key(1), 1);
+    EXPECT_EQ(world.diary.Count("+telescope"), made);
+    Call(key(2), 1);  // this one had to go
+    EXPECT_EQ(world.diary.Count("+telescope"), made + 1);
+}
+
+TEST_P(ClientObjectsTest, AtTheirLimitWithAllConnected_TakeInWhoWantsToStopOnly) {
+    for (std::uint32_t id = 0; id < ClientObjects::kMostObjects; ++id) {
+        Connect({{"10.0.0.1", id}, DeviceKind::Telescope}, 1);
     }
     EXPECT_THROW(Call(kCleo, 1), std::runtime_error);
-    pump.AdvanceTime(kIdle);
-    EXPECT_EQ(objects->Count(), 0U);
+    bool stopped = false;
+    objects->Call(
+        kCleo, 1,
+        [&](ClientObject&) {
+            stopped = true;
+            return std::string();
+        },
+        CallKind::Stop);
+    EXPECT_TRUE(stopped);
 }
 
 TEST(LeaseTimes, ComeFromTheEnvironmentInSecondsAndKeepTheirDefaultsOtherwise) {

@@ -29,7 +29,8 @@ int main() {
     }
     const int client = ::accept(sockets->http.front(), nullptr, nullptr);
     const std::string text = std::to_string(::getpid()) + " " + std::to_string(sockets->http.size()) + " " +
-                             std::to_string(sockets->discovery.size()) + "\n";
+                             std::to_string(sockets->discovery.size()) + " " + std::getenv("KESTRANE_ALLOW_HOSTS") +
+                             "\n";
     if (::write(client, text.data(), text.size()) < 0) {
         return 6;
     }

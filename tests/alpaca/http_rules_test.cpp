@@ -48,8 +48,7 @@ void ExpectPuts(TestServer& server, const std::vector<PutRow>& rows) {
 TEST(HttpRules, UnknownPathsGetStatus400WithOneLineOfText) {
     TestServer server;
     RawClient client = server.Connect();
-    for (const std::string target : {"/",
-                                     "/api",
+    for (const std::string target : {"/api",
                                      "/api/v1",
                                      "/api/v1/",
                                      "/api/v1/telescope",
@@ -176,6 +175,8 @@ TEST(HttpRules, GoodValuesReachTheDriver) {
                         {"commandstring", "Command=a+b%05&Raw=False", 200, "\"Value\":\"a b\\u0005\""},
                         {"commandstring", "Raw=False&Command=", 200, "\"Value\":\"\""},
                         {"utcdate", "UTCDate=2024-03-05T20:01:02.5Z", 200, "\"2024-03-05T20:01:02.5000000Z\""},
+                        {"utcdate", "UTCDate=2024-03-05T20:01:02.5%2B00:00", 200, "\"2024-03-05T20:01:02.5000000Z\""},
+                        {"action", "Action=Dance", 200, "\"ErrorNumber\":0"},
                         {"utcdate", "UTCDate=2024-03-05T20:01:02", 200, "\"2024-03-05T20:01:02.0000000Z\""}});
 }
 
@@ -228,7 +229,7 @@ TEST(HttpRules, AnyOtherFailureIsStatus500InOneLine) {
     EXPECT_EQ(client.Get(kTelescope + "rightascension")->status, 200);
 }
 
-TEST(HttpRules, AForeignHostOrOriginReachesNoPutAndNoSetupPage) {
+TEST(HttpRules, AForeignHostOriginOrSiteReachesNothing) {
     TestServer server;
     const std::string ownOrigin = "Origin: http://localhost:" + std::to_string(server.Port()) + "\r\n";
     const auto text = [](const std::string& verb, const std::string& target, const std::string& headers) {
@@ -238,24 +239,29 @@ TEST(HttpRules, AForeignHostOrOriginReachesNoPutAndNoSetupPage) {
     };
     struct Row {
         std::string headers;
-        int putStatus, setupStatus, getStatus;
+        int status;
     };
     RawClient client = server.Connect();
     for (const Row& row :
-         {Row{"Host: localhost\r\n", 200, 200, 200}, Row{"Host: 127.0.0.1:11111\r\n" + ownOrigin, 200, 200, 200},
-          Row{"", 200, 200, 200}, Row{"Host: evil.example\r\n", 403, 403, 200},
-          Row{"Host: localhost\r\nOrigin: http://evil.example\r\n", 403, 403, 200},
-          Row{"Host: localhost\r\nOrigin: null\r\n", 403, 403, 200},
-          Row{"Host: localhost\r\nOrigin: http://localhost:1\r\n", 403, 403, 200}}) {
+         {Row{"Host: evil.example\r\n", 403}, Row{"Host: localhost\r\nOrigin: http://evil.example\r\n", 403},
+          Row{"Host: localhost\r\nOrigin: null\r\n", 403},
+          Row{"Host: localhost\r\nOrigin: http://localhost:1\r\n", 403},
+          Row{"Host: localhost\r\nSec-Fetch-Site: cross-site\r\n", 403}, Row{"Host: localhost\r\n", 200},
+          Row{"Host: 127.0.0.1:11111\r\n" + ownOrigin, 200}, Row{"", 200},
+          Row{"Host: dome.example.org\r\nSec-Fetch-Site: none\r\n", 200}}) {
         SCOPED_TRACE(row.headers);
-        ASSERT_TRUE(client.Send(text("PUT", kTelescope + "connected", row.headers)));
-        EXPECT_EQ(client.Read()->status, row.putStatus);
-        ASSERT_TRUE(client.Send(text("GET", "/setup", row.headers)));
-        EXPECT_EQ(client.Read()->status, row.setupStatus);
-        ASSERT_TRUE(client.Send(text("GET", kTelescope + "name", row.headers)));
-        EXPECT_EQ(client.Read()->status, row.getStatus);
+        if (row.status == 200 && server.World().diary.Entries().empty()) {
+            EXPECT_EQ(server.ObjectCount(), 0U);  // no foreign request has made one
+        }
+        for (const std::string& request :
+             {text("PUT", kTelescope + "connected", row.headers), text("GET", "/setup", row.headers),
+              text("GET", "/management/apiversions", row.headers),
+              text("GET", kTelescope + "sitelatitude", row.headers)}) {
+            ASSERT_TRUE(client.Send(request));
+            EXPECT_EQ(client.Read()->status, row.status) << request;
+        }
     }
-    EXPECT_EQ(server.World().diary.Count("telescope true"), 3);
+    EXPECT_EQ(server.World().diary.Count("telescope true"), 4);
 }
 
 TEST(HttpRules, ManagementAndSetupPagesCreateNoObject) {
@@ -266,6 +272,8 @@ TEST(HttpRules, ManagementAndSetupPagesCreateNoObject) {
                 {"/management/v1/configureddevices", 200, R"("DeviceType":"Telescope","DeviceNumber":0,)"},
                 {"/management/v1/configureddevices", 200, R"("DeviceType":"Focuser","DeviceNumber":0,)"},
                 {"/setup", 200, "<h1>Kestrane V2</h1>"},
+                {"/", 200, "<h1>Kestrane V2</h1>"},
+                {"/setup/v1/telescope/0/setup", 200, "kestrane-client log on"},
                 {"/setup/v1/telescope/0/setup", 200, "Telescope"},
                 {"/setup/v1/focuser/0/setup", 200, "Focuser"}});
     EXPECT_EQ(server.Connect().Put("/management/apiversions", "")->status, 400);

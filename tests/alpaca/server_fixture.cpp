@@ -127,7 +127,8 @@ void TestServer::RunLogicThread(std::promise<void> ready, const Options& options
                          .deviceIdFile = folders_.CommonAppData() / "DeviceIds.ini",
                          .leases = options.leases,
                          .limits = options.limits,
-                         .repeatTime = options.repeatTime},
+                         .repeatTime = options.repeatTime,
+                         .hostNames = {"dome.example.org"}},
                         sockets);
     server_ = &server;
     ready.set_value();

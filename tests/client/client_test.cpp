@@ -2,12 +2,15 @@
 
 #include <boost/asio/ip/udp.hpp>
 #include <boost/json.hpp>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
 #include "client/alpaca_device.h"
 #include "client/discovery.h"
 #include "client/fake_alpaca_server.h"
+#include "support/temporary_folder.h"
 
 namespace kestrane::client {
 namespace {
@@ -31,6 +34,8 @@ public:
     bool isConnected = true;
     std::atomic<int> looksLeft = 0;
     double reachesDec = 10.0;
+    bool hasMount = true;
+    std::string driverReply = "reply";  ///< to a text
     Answer slewAnswer = FakeAlpacaServer::Done();
 
 private:
@@ -70,6 +75,9 @@ private:
 
     Answer Put(const std::string& member, const std::string& body) {
         if (member == "connected") {
+            if (!hasMount && body.starts_with("Connected=True")) {
+                return FakeAlpacaServer::Error(0x402, "No mount.");
+            }
             isConnected = body.starts_with("Connected=True");
         } else if (member == "slewtocoordinatesasync") {
             isThere_ = true;
@@ -78,7 +86,7 @@ private:
         } else if (member == "park") {
             isParked_ = true;
         } else if (member == "commandstring") {
-            return FakeAlpacaServer::Value("\"reply\"");
+            return FakeAlpacaServer::Value("\"" + driverReply + "\"");
         }
         return FakeAlpacaServer::Done();
     }
@@ -359,6 +367,78 @@ TEST(Client, Command_SendsTheTextRaw) {
     FakeAlpacaServer server(std::ref(telescope));
     EXPECT_EQ(RunAt(server, {"command", "RAW,Version"}).out, "reply\n");
     EXPECT_EQ(server.Requests().back().body.substr(0, 30), "Command=RAW%2CVersion&Raw=True");
+}
+
+TEST(Client, Command_ToTheDriverNeedsNoConnection) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.hasMount = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"command", "RAW,Version"}).out, "reply\n");
+    EXPECT_EQ(Calls(server), std::vector<std::string>{"PUT commandstring"});
+    EXPECT_EQ(RunAt(server, {"command", ":GR#"}).code, ExitCode::DeviceError);
+}
+
+TEST(Client, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.hasMount = false;
+    telescope.driverReply = "1,COM1 (/dev/ttyUSB0): it is in use by another program";
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"connect"}).notes,
+              "kestrane-client: No mount. COM1 (/dev/ttyUSB0): it is in use by another program (0x402)\n");
+    telescope.driverReply = "what?";
+    EXPECT_EQ(RunAt(server, {"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
+}
+
+TEST(Client, Log_IsTurnedOnAndOffAndShown) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    const TemporaryFolders folders;
+    const std::filesystem::path file = folders.Root() / "KS.log";
+    std::ofstream(file) << "one\ntwo \x1b[2J\n";
+    telescope.driverReply = "1," + file.string();
+    EXPECT_EQ(RunAt(server, {"log", "on"}).out, "the log is on: " + file.string() + "\n");
+    EXPECT_EQ(server.Requests().at(0).body.substr(0, 32), "Command=RAW%2CSetEnableDebugLog%");
+    EXPECT_EQ(RunAt(server, {"log", "off"}).out, "the log is off\n");
+    EXPECT_EQ(RunAt(server, {"log", "show"}).out, "one\ntwo \\x1b[2J\n");
+    telescope.driverReply = "1,";
+    EXPECT_NE(RunAt(server, {"log", "show"}).notes.find("there is no log yet"), std::string::npos);
+    EXPECT_EQ(RunAt(server, {"log", "loud"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"log"}).code, ExitCode::Usage);
+}
+
+TEST(Client, Status_OfAMissingDeviceIsAnErrorInJsonToo_AndNoFailureHasTheNumberZero) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"status", "--device", "9", "--json"},
+                                                  {"fly", "--json"},
+                                                  {"get", "x", "--device", "9", "--json"}}) {
+        const Outcome outcome = RunAt(server, words);
+        EXPECT_NE(outcome.code, ExitCode::Done);
+        EXPECT_EQ(boost::json::parse(outcome.out).at("ErrorNumber"), 0x4FF) << outcome.out;
+    }
+}
+
+TEST(Client, Slew_BelowTheHorizonIsToldFirst_AndOneThatDidNotBeginAfterIt) {
+    FakeTelescope telescope;
+    telescope.reachesDec = 90.0;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "6:36", "-60", "--wait"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    const std::size_t below = outcome.notes.find("the target is 77.0 degrees below the horizon\n");
+    EXPECT_LT(below, outcome.notes.find("slewing to")) << outcome.notes;
+    EXPECT_NE(outcome.notes.find("the device did not slew"), std::string::npos) << outcome.notes;
+    EXPECT_EQ(RunAt(server, {"slew", "18:36", "40"}).notes.find("below the horizon"), std::string::npos);
+}
+
+TEST(Client, ControlCharactersOfAServerAreShown) {
+    FakeAlpacaServer server([](const Request&) { return FakeAlpacaServer::Error(0x500, R"(\u001b[2Jgone)"); });
+    EXPECT_EQ(RunAt(server, {"get", "name"}).notes, "kestrane-client: \\x1b[2Jgone (0x500)\n");
+    FakeAlpacaServer good([](const Request&) { return FakeAlpacaServer::Value(R"("\u001b[2Ja\nb")"); });
+    EXPECT_EQ(RunAt(good, {"get", "name"}).out, "\\x1b[2Ja\\x0ab\n");
+    EXPECT_NE(RunAt(good, {"status"}).out.find("name                \\x1b[2Ja; b\n"), std::string::npos);
 }
 
 TEST(AlpacaDevice, AKeptConnectionThatWasClosedIsOpenedAnewOnce) {

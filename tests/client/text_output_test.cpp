@@ -44,6 +44,22 @@ TEST(Progress, ElsewherePlainLinesComeNowAndThen) {
     EXPECT_EQ(out.str(), "0%  a\n40%  c\nd\n");
 }
 
+TEST(Shown, ControlCharactersAreShown_AndLettersOfAllLanguagesStay) {
+    EXPECT_EQ(Shown("a\x1b[2Jb\r\n\x7f"), "a\\x1b[2Jb\\x0d\\x0a\\x7f");
+    EXPECT_EQ(Shown("caf\xC3\xA9 \xE2\x98\x85 \xC2\x9B"), "caf\xC3\xA9 \xE2\x98\x85 \\x9b");
+    EXPECT_EQ(Shown("\xFF\xC3"), "\\xff\\xc3");
+    EXPECT_EQ(JsonText("a\x1b\x7f\xC2\x9B"), R"("a\u001b\u007f\u009b")");
+}
+
+TEST(Progress, NeverRunsBackwards) {
+    std::ostringstream out;
+    Progress progress(out, false, 0.0);
+    progress.Show(0.5, "a", 0.0);
+    progress.Show(0.3, "b", 1.0);
+    progress.Show(0.6, "c", 2.0);
+    EXPECT_EQ(out.str(), "50%  a\n50%  b\n60%  c\n");
+}
+
 TEST(Progress, FractionsBeyondTheEndsAreBounded) {
     std::ostringstream out;
     Progress progress(out, false, 0.0);

@@ -6,20 +6,16 @@
 namespace kestrane::http {
 namespace {
 
-/// A site with a page that only this machine's own pages may ask for, an interface that programs elsewhere may read,
-/// and a corner within it of somebody else's.
+/// A site with a page, an interface, and a corner within it of somebody else's.
 class BranchesTest : public testing::Test {
 protected:
-    BranchesTest()
-        : branches{{"/page", Guard::Everything, Names("page")},
-                   {"/api", Guard::Changes, Names("api")},
-                   {"/api/corner", Guard::Changes, Names("corner")}} {}
+    BranchesTest() : branches{{"/page", Names("page")}, {"/api", Names("api")}, {"/api/corner", Names("corner")}} {}
 
     /// The name of the branch that answered, or status and line of a refusal.
     std::string Ask(const char* method, const char* target, const std::string& host = "",
-                    const std::string& origin = "") {
+                    const std::string& origin = "", const std::string& fetchSite = "") {
         std::optional<Answer> got;
-        Dispatch(branches, own, {method, target, host, origin, "y=2", "127.0.0.2", 7},
+        Dispatch(branches, own, {method, target, host, origin, fetchSite, "y=2", "127.0.0.2", 7},
                  [&got](const Answer& answer) { got = answer; });
         if (!got) {
             return "nothing";
@@ -34,7 +30,7 @@ protected:
         };
     }
 
-    OwnHosts own{true, "127.0.0.1", 11111, {}};
+    OwnHosts own{"127.0.0.1", 11111, {}};
     std::vector<Branch> branches;
     Request seen;
 };
@@ -55,7 +51,7 @@ TEST_F(BranchesTest, TakeTheirPathAndAllBelowIt_TheLongestFirst) {
 }
 
 TEST_F(BranchesTest, OfNoPath_TakeWhatNobodyElseTakes) {
-    branches.push_back({"", Guard::Changes, Names("rest")});
+    branches.push_back({"", Names("rest")});
     for (const char* target : {"/", "*", "", "/pages", "http://127.0.0.1/page"}) {
         EXPECT_EQ(Ask("GET", target), "rest") << target;
     }
@@ -80,20 +76,22 @@ TEST_F(BranchesTest, SeeGetAndPutOnly) {
     }
 }
 
-TEST_F(BranchesTest, AreGuardedAgainstForeignHostsAndOrigins) {
+TEST_F(BranchesTest, AreGuardedAgainstForeignHostsOriginsAndSites) {
     struct Row {
         std::string host;
         std::string origin;
+        std::string fetchSite;
     };
     const std::string foreign = "403 The request names a host or an origin that is not this machine.\n";
-    for (const Row& row : {Row{"evil.example", ""}, Row{"localhost", "http://evil.example"}, Row{"localhost", "null"},
-                           Row{"localhost", "http://localhost:1"}}) {
+    for (const Row& row :
+         {Row{"evil.example", "", ""}, Row{"localhost", "http://evil.example", ""}, Row{"localhost", "null", ""},
+          Row{"localhost", "http://localhost:1", ""}, Row{"localhost", "", "cross-site"}}) {
         const auto ask = [&](const char* method, const char* target) {
-            return Ask(method, target, row.host, row.origin);
+            return Ask(method, target, row.host, row.origin, row.fetchSite);
         };
         EXPECT_EQ(ask("GET", "/page"), foreign);
         EXPECT_EQ(ask("PUT", "/page"), foreign);
-        EXPECT_EQ(ask("GET", "/api"), "api");
+        EXPECT_EQ(ask("GET", "/api"), foreign);
         EXPECT_EQ(ask("PUT", "/api"), foreign);
         EXPECT_EQ(ask("GET", "/nowhere"), foreign);
     }

@@ -140,10 +140,10 @@ TEST(HttpConnection, HoldsHeadersAndBodiesToTheirLimits) {
     EXPECT_EQ(server.Connect().Get(kPath, "X: " + std::string(15'000, 'x') + "\r\n")->status, 200);
     EXPECT_EQ(server.Connect().Get(kPath, "X: " + std::string(17'000, 'x') + "\r\n")->status, 400);
     EXPECT_EQ(server.Connect().Put(put, body(64 * 1024))->status, 200);
-    EXPECT_EQ(server.Connect().Put(put, body(64 * 1024 + 1))->status, 400);
+    EXPECT_EQ(server.Connect().Put(put, body(64 * 1024 + 1))->status, 413);
     RawClient claims = server.Connect();
     ASSERT_TRUE(claims.Send("PUT " + put + " HTTP/1.1\r\nContent-Length: 18446744073709551615\r\n\r\n"));
-    EXPECT_EQ(claims.Read()->status, 400);
+    EXPECT_EQ(claims.Read()->status, 413);
 }
 
 TEST(HttpConnection, WithHalfARequest_IsGivenUpAfterTheReadLimit) {
@@ -228,30 +228,98 @@ TEST(HttpConnection, BeyondTheirNumber_IdleStrangersMakeRoom) {
     limits.connections = 20;
     TestServer server(limits);
     RawClient client = server.Connect();
-    ASSERT_EQ(client.Get("/kept")->status, 200);
+    ASSERT_EQ(client.Get("/kept/one")->status, 200);
     std::vector<RawClient> strangers;
     for (int i = 0; i < 100; ++i) {
         strangers.push_back(server.Connect());
     }
+    EXPECT_EQ(client.Get(kPath)->status, 200);
+    while (server.ConnectionCount() > 20U) {
+        std::this_thread::yield();  // new ones are spared for a moment
+    }
     ExpectAlive(server);
     EXPECT_EQ(client.Get(kPath)->status, 200);
-    EXPECT_LE(server.ConnectionCount(), 20U);
 }
 
-TEST(HttpConnection, BeyondTheirNumber_WithoutStrangersANewOneWaitsForItsTurn) {
+TEST(HttpConnection, BeyondTheirNumber_TheOldestIdleOneOfWhoeverHoldsMostMakesRoom) {
     Limits limits;
     limits.connections = 5;
     TestServer server(limits);
     std::vector<RawClient> clients;
-    for (int i = 0; i < 5; ++i) {
+    for (const char* holder : {"one", "many", "many", "many", "other"}) {
         clients.push_back(server.Connect());
-        ASSERT_EQ(clients.back().Get("/kept")->status, 200);
+        ASSERT_EQ(clients.back().Get(std::string("/kept/") + holder)->status, 200);
     }
-    RawClient waiting = server.Connect();
-    ASSERT_TRUE(waiting.Send(RawClient::GetText(kPath)));
-    EXPECT_EQ(clients.front().Get(kPath)->status, 200);
-    clients.pop_back();
-    EXPECT_EQ(waiting.Read()->status, 200);
+    RawClient late = server.Connect();
+    EXPECT_EQ(late.Get(kPath)->status, 200);
+    EXPECT_TRUE(clients[1].WaitForClose());
+    for (const std::size_t kept : {0U, 2U, 3U, 4U}) {
+        EXPECT_EQ(clients[kept].Get(kPath)->status, 200);
+    }
+}
+
+TEST(HttpConnection, OfOneHolder_AreClosedBeyondTheirNumber_TheOldestIdleOneFirst) {
+    Limits limits;
+    limits.perHolder = 3;
+    TestServer server(limits);
+    RawClient other = server.Connect();
+    ASSERT_EQ(other.Get("/kept/other")->status, 200);
+    std::vector<RawClient> clients;
+    clients.push_back(server.Connect());
+    ASSERT_TRUE(clients.back().Send(RawClient::GetText("/held/one")));  // busy: it is spared
+    while (server.Held() < 1) {
+        std::this_thread::yield();
+    }
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(server.Connect());
+        ASSERT_EQ(clients.back().Get("/kept/one")->status, 200);
+    }
+    EXPECT_TRUE(clients[1].WaitForClose());
+    server.Release();
+    EXPECT_EQ(clients[0].Read()->status, 200);
+    EXPECT_EQ(clients[2].Get(kPath)->status, 200);
+    EXPECT_EQ(clients[3].Get(kPath)->status, 200);
+    EXPECT_EQ(other.Get(kPath)->status, 200);
+}
+
+TEST(HttpConnection, WithAllOfThemBusy_AnUrgentRequestFindsAWayIn_AndNoOther) {
+    Limits limits;
+    limits.connections = 4;
+    limits.urgentConnections = 3;
+    TestServer server(limits);
+    std::vector<RawClient> busy;
+    for (int i = 0; i < 4; ++i) {
+        busy.push_back(server.Connect());
+        ASSERT_TRUE(busy.back().Send(RawClient::GetText("/held")));
+    }
+    while (server.Held() < 4) {
+        std::this_thread::yield();
+    }
+    std::vector<RawClient> silent;
+    for (int i = 0; i < 10; ++i) {
+        silent.push_back(server.Connect());
+        silent.back().Send("GET /no");
+    }
+    RawClient first = server.Connect();
+    ASSERT_TRUE(first.Send(RawClient::GetText(kPath)));
+    while (server.Considered() < 1) {
+        std::this_thread::yield();
+    }
+    RawClient second = server.Connect();
+    ASSERT_TRUE(second.Send(RawClient::GetText(kPath)));
+    while (server.Considered() < 2) {
+        std::this_thread::yield();
+    }
+    RawClient urgent = server.Connect();
+    EXPECT_EQ(urgent.Put("/now/urgent", "")->status, 200);
+    EXPECT_EQ(first.Read()->status, 503);
+    EXPECT_TRUE(first.WaitForClose());
+    server.Release();
+    EXPECT_EQ(second.Read()->status, 200);  // it has waited for room
+    for (RawClient& client : busy) {
+        EXPECT_EQ(client.Read()->status, 200);
+    }
+    ExpectAlive(server);
 }
 
 TEST(Gate, ShutsWhenNothingIsUnderWay_AndLeavesNewClientsOutside) {

@@ -5,8 +5,8 @@
 namespace kestrane::http {
 namespace {
 
-const OwnHosts kLoopback{true, "127.0.0.1", 11111, {"hut", "hut.local"}};
-const OwnHosts kNetwork{false, "192.168.1.10", 11111, {"hut", "hut.local"}};
+const OwnHosts kLoopback{"127.0.0.1", 11111, {"hut", "hut.local"}};
+const OwnHosts kNetwork{"192.168.1.10", 11111, {"hut", "hut.local"}};
 
 TEST(IsOwnHost, KnowsTheNamesOfThisMachine) {
     struct Row {
@@ -22,8 +22,8 @@ TEST(IsOwnHost, KnowsTheNamesOfThisMachine) {
                            Row{"127.1.2.3", true, true},
                            Row{"[::1]:11111", true, true},
                            Row{"192.168.1.10:11111", false, true},
-                           Row{"hut", false, true},
-                           Row{"HUT.local:11111", false, true},
+                           Row{"hut", true, true},
+                           Row{"HUT.local:11111", true, true},
                            Row{"192.168.1.11", false, false},
                            Row{"evil.example", false, false},
                            Row{"localhost.evil.example", false, false},
@@ -36,6 +36,12 @@ TEST(IsOwnHost, KnowsTheNamesOfThisMachine) {
                            Row{"0x7f000001", false, false},
                            Row{"[", false, false},
                            Row{":", false, false},
+                           Row{"localhost:", true, true},
+                           Row{"localhost:11111.evil.example", false, false},
+                           Row{"127.0.0.1:80@evil.example", false, false},
+                           Row{"localhost:80x", false, false},
+                           Row{"localhost:123456", false, false},
+                           Row{"[::1]:80 ", false, false},
                            Row{"evil.example:127.0.0.1", false, false}}) {
         EXPECT_EQ(IsOwnHost(row.host, kLoopback), row.onLoopback) << row.host;
         EXPECT_EQ(IsOwnHost(row.host, kNetwork), row.onNetwork) << row.host;
@@ -55,8 +61,20 @@ TEST(IsOwnOrigin, TakesPagesOfThisServerOnly) {
         EXPECT_EQ(IsOwnOrigin(row.origin, kLoopback), row.own) << row.origin;
     }
     EXPECT_TRUE(IsOwnOrigin("http://hut.local:11111", kNetwork));
-    EXPECT_FALSE(IsOwnOrigin("http://hut.local:11111", kLoopback));
-    EXPECT_TRUE(IsOwnOrigin("http://localhost", OwnHosts{true, "127.0.0.1", 80, {}}));
+    EXPECT_TRUE(IsOwnOrigin("http://localhost", OwnHosts{"127.0.0.1", 80, {}}));
+}
+
+TEST(IsOwnSite, IsEverythingButWhatABrowserMarksAsForeign) {
+    for (const std::string_view own : {"", "none", "same-origin", "same-site"}) {
+        EXPECT_TRUE(IsOwnSite(own)) << own;
+    }
+    EXPECT_FALSE(IsOwnSite("cross-site"));
+    EXPECT_FALSE(IsOwnSite("Cross-Site"));
+}
+
+TEST(HostNames, AreTakenFromAListInLowerCase) {
+    EXPECT_EQ(HostNames(""), std::vector<std::string>{});
+    EXPECT_EQ(HostNames("Dome.example.org,,pi."), (std::vector<std::string>{"dome.example.org", "pi"}));
 }
 
 }  // namespace

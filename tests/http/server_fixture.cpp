@@ -39,6 +39,10 @@ ServerNeeds TestServer::Needs(const Limits& limits) {
     const auto counted = [this](auto handle) {
         return [this, handle](const Request& request, const AnswerFunction& answer) {
             ++handled_;
+            const std::size_t holder = request.path.find('/', 1);
+            if (holder != std::string::npos) {
+                server_.SetHolder(request.connection, request.path.substr(holder + 1));
+            }
             handle(request, answer);
         };
     };
@@ -56,12 +60,17 @@ ServerNeeds TestServer::Needs(const Limits& limits) {
         ++held_;
     };
     return {.limits = limits,
-            .branches = {{"/now", Guard::Everything, counted(now)},
-                         {"/later", Guard::Everything, counted(later)},
-                         {"/kept", Guard::Everything, counted(kept)},
-                         {"/held", Guard::Everything, counted(held)}},
-            .machineNames = {},
-            .closed = [this](ConnectionId) { ++closed_; }};
+            .branches = {{"/now", counted(now)},
+                         {"/later", counted(later)},
+                         {"/kept", counted(kept)},
+                         {"/held", counted(held)}},
+            .names = {},
+            .closed = [this](ConnectionId) { ++closed_; },
+            .isUrgent =
+                [this](std::string_view method, std::string_view target) {
+                    ++considered_;
+                    return method == "PUT" && target == "/now/urgent";
+                }};
 }
 
 void TestServer::OnIoThread(const std::function<void()>& function) {

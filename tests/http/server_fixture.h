@@ -21,6 +21,7 @@ Limits QuickLimits();
 ///   /later   after other work of the I/O thread
 ///   /kept    at once, and the connection is kept from then on
 ///   /held    when the test releases it
+/// What follows after one more "/" is the holder of the connection. PUT /now/urgent is urgent.
 class TestServer {
 public:
     explicit TestServer(Limits limits = {});
@@ -34,6 +35,8 @@ public:
     /// Connections that have closed.
     int Closed() const { return closed_; }
     int Held() const { return held_; }
+    /// How often the server has asked whether a request beyond the limit is urgent.
+    int Considered() const { return considered_; }
     /// Answers all requests that are held.
     void Release();
     /// Asks the gate and waits for what it says.
@@ -49,6 +52,7 @@ private:
     std::atomic<int> handled_{0};
     std::atomic<int> closed_{0};
     std::atomic<int> held_{0};
+    std::atomic<int> considered_{0};
     IoThread io_;
     std::vector<std::pair<AnswerFunction, Answer>> heldAnswers_;  ///< on the I/O thread
     Server server_;

@@ -541,6 +541,18 @@ TEST_P(RunTest, Quit_LetsTheRunningCallPumpOn) {
     EXPECT_EQ(order, "ab");
 }
 
+TEST_P(RunTest, AfterTheLoopHasQuit_APumpRunsNothing) {
+    std::string order;
+    pump_.Post(Brief, [&] { pump_.Quit(); });
+    pump_.Post(Brief, [&] { order += "a"; });
+    pump_.Post(CallKind::Stop, [&] { order += "s"; });
+    pump_.Run();
+    pump_.Post(CallKind::Stop, [&] { order += "t"; });
+    pump_.PumpMessages();
+    pump_.PumpStops();
+    EXPECT_EQ(order, "s");
+}
+
 TEST_P(RunTest, Run_FiresTimersWithoutBeingWokenByCalls) {
     int ticks = 0;
     const auto timer = pump_.CreateTimer([&] {

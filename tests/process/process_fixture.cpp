@@ -1,6 +1,8 @@
 #include "process/process_fixture.h"
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -46,6 +48,15 @@ void ProcessFixture::Seed(const std::vector<std::pair<std::string, std::string>>
     for (const auto& [key, value] : settings) {
         persist.WriteIniValue(key, value);
     }
+}
+
+std::string ProcessFixture::LogText() const {
+    std::ostringstream text;
+    std::error_code error;
+    for (const auto& file : fs::directory_iterator(folder.Path() / "Kestrane" / "ASCOM" / "Logs", error)) {
+        text << std::ifstream(file.path()).rdbuf();
+    }
+    return text.str();
 }
 
 void ProcessFixture::StartMount(std::vector<std::string> options) {

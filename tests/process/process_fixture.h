@@ -47,6 +47,8 @@ protected:
         EXPECT_EQ(answer.errorNumber, 0) << answer.errorMessage;
         return answer;
     }
+    /// All lines of all logs of the drivers so far.
+    std::string LogText() const;
     static void Connect(HttpClient& client) { Good(client.Put("connected", "Connected=True")); }
 
     TemporaryFolder folder{TemporaryFolder::Place::Disk};

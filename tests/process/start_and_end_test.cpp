@@ -2,12 +2,23 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <sys/stat.h>
 
 #include "process/process_fixture.h"
 #include "process/silent_port.h"
 
 namespace kestrane::process {
 namespace {
+
+constexpr std::string_view kAskedToEnd = "The process was asked to end";
+
+std::size_t TimesIn(const std::string& text, std::string_view part) {
+    std::size_t times = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++times;
+    }
+    return times;
+}
 
 constexpr std::string_view kRefusal = "This is an ASCOM driver. It cannot be run stand-alone";
 
@@ -46,8 +57,8 @@ TEST_F(ProcessFixture, Activator_GetsSigterm_EndsWithItsDriver) {
     EXPECT_THROW(Client(2).Get("interfaceversion"), NoAnswer);
 }
 
-TEST_F(ProcessFixture, Activator_IsKilled_TheDriverServesItsClientOnAndEndsWithTheLease) {
-    Leases(0.3, 600);
+TEST_F(ProcessFixture, Activator_IsKilled_ItsDriverEndsInOrder) {
+    Seed({{"chkEnableDebugLog", "1"}});
     StartSystem();
     HttpClient client = Client(1);
     Connect(client);
@@ -55,14 +66,144 @@ TEST_F(ProcessFixture, Activator_IsKilled_TheDriverServesItsClientOnAndEndsWithT
     ASSERT_NE(driver, 0);
     activator->Signal(SIGKILL);
     ASSERT_TRUE(activator->WaitForEnd(kPatience));
-    Good(client.Get("rightascension"));
-    Good(client.Put("connected", "Connected=False"));
-    client.Close();
-    const bool ended = WaitUntil(kPatience, [&] { return !Exists(driver); });
+    const bool ended = WaitUntil(Seconds(5), [&] { return !Exists(driver); });
     EXPECT_TRUE(ended);
     if (!ended) {
         ::kill(driver, SIGKILL);  // nobody else would
     }
+    EXPECT_NE(LogText().find(kAskedToEnd), std::string::npos);
+}
+
+TEST_F(ProcessFixture, Driver_GetsASignalToEnd_EndsInOrder) {
+    Seed({{"chkEnableDebugLog", "1"}});
+    StartSystem();
+    std::size_t ends = 0;
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        HttpClient client = Client(1);
+        Connect(client);
+        const pid_t driver = Driver();
+        ASSERT_NE(driver, 0);
+        ASSERT_EQ(::kill(driver, signal), 0);
+        EXPECT_TRUE(WaitUntil(Seconds(5), [&] { return !Exists(driver); })) << signal;
+        EXPECT_EQ(TimesIn(LogText(), kAskedToEnd), ++ends) << signal;
+    }
+    EXPECT_EQ(activator->Errors(), "");
+}
+
+TEST_F(ProcessFixture, Driver_GetsSigtermWhileAnAxisRuns_StopsIt) {
+    StartMount({"--verbose"});
+    StartActivator();
+    HttpClient client = Client(1);
+    Connect(client);
+    Good(client.Put("moveaxis", "Axis=1&Rate=0.5"));
+    const std::size_t before = mount->Errors().size();
+    const pid_t driver = Driver();
+    ASSERT_EQ(::kill(driver, SIGTERM), 0);
+    ASSERT_TRUE(WaitUntil(Seconds(5), [&] { return !Exists(driver); }));
+    const std::string told = mount->Errors().substr(before);
+    EXPECT_NE(told.find(" > :Q#"), std::string::npos) << told;
+    EXPECT_NE(told.find(" > :RD0.00000#"), std::string::npos) << told;
+}
+
+TEST_F(ProcessFixture, Driver_GetsASecondSignal_EndsAtOnce) {
+    Seed({{"Timeout", "20000"}, {"txtConnectTimeout", "0"}});  // one read may hold it for 20 s
+    const SilentPort line(portLink);
+    StartActivator();
+    std::future<void> asked = std::async(
+        std::launch::async, [this] { EXPECT_THROW(Client(1).Put("connected", "Connected=True"), NoAnswer); });
+    ASSERT_TRUE(line.HearsSomething(kPatience));
+    const pid_t driver = Driver();
+    ASSERT_EQ(::kill(driver, SIGTERM), 0);
+    EXPECT_FALSE(WaitUntil(Seconds(1), [&] { return !Exists(driver); }));  // the first one waits for the exchange
+    ASSERT_EQ(::kill(driver, SIGTERM), 0);
+    EXPECT_TRUE(WaitUntil(Seconds(1), [&] { return !Exists(driver); }));
+    EXPECT_TRUE(WaitUntil(kPatience, [&] {
+        return activator->Errors().find("the driver was ended by signal 15") != std::string::npos;
+    })) << activator->Errors();
+    activator.reset();  // else it starts a driver for the client, which asks again
+}
+
+TEST_F(ProcessFixture, Driver_GetsSigpipe_GoesOn) {
+    StartSystem();
+    HttpClient client = Client(1);
+    Connect(client);
+    const pid_t driver = Driver();
+    ASSERT_EQ(::kill(driver, SIGPIPE), 0);
+    ASSERT_EQ(::kill(activator->Pid(), SIGPIPE), 0);
+    Good(client.Get("rightascension"));
+    EXPECT_EQ(Driver(), driver);
+}
+
+TEST_F(ProcessFixture, AConnectThatFails_SaysWhy) {
+    namespace fs = std::filesystem;
+    Seed({{"chkEnableDebugLog", "1"}, {"txtConnectTimeout", "0.1"}});
+    StartActivator();
+    HttpClient client = Client(1);
+    const auto why = [&] {
+        EXPECT_EQ(client.Put("connected", "Connected=True").errorMessage,
+                  "No mount on IP Address or COM port, or initialization failed.");
+        return std::string(
+            Good(client.Put("commandstring", "Command=RAW,GetConnectFailure&Raw=True")).value.as_string());
+    };
+    EXPECT_EQ(why(), "1,COM1: no device has this number");
+    fs::create_directories(portLink.parent_path());
+    fs::create_symlink("/dev/serial/by-id/none", portLink);
+    EXPECT_EQ(why(), "1,COM1 (/dev/serial/by-id/none): there is no such device; is it plugged in?");
+    fs::remove(portLink);
+    fs::create_symlink("/dev/null", portLink);
+    EXPECT_EQ(why(), "1,COM1 (/dev/null): it is no serial line");
+    fs::remove(portLink);
+    {
+        const SilentPort line(portLink);
+        const std::string silent = why();
+        EXPECT_NE(silent.find("): it could be opened, but nothing answered in "), std::string::npos) << silent;
+    }
+    EXPECT_NE(LogText().find("OpenConnection Failed. No response from COM1. COM1 (/dev/null): it is no serial line"),
+              std::string::npos);
+}
+
+TEST_F(ProcessFixture, CheckMount_ShowsTheVersionOrWhyThereIsNone) {
+    StartActivator();
+    HttpClient client = Client(1);
+    const auto check = [&] {
+        return std::string(Good(client.Put("commandstring", "Command=RAW,CheckMount&Raw=True")).value.as_string());
+    };
+    EXPECT_EQ(check(), "0,COM1: no device has this number");
+    StartMount({"--verbose"});
+    EXPECT_TRUE(check().starts_with("1,VKC")) << check();
+    EXPECT_EQ(mount->Errors().find(" > :U#"), std::string::npos);  // nothing but its version was asked
+}
+
+TEST_F(ProcessFixture, FilesOfADriver_AreForTheUserAloneInTheUsersOwnFolder) {
+    namespace fs = std::filesystem;
+    const fs::perms user = fs::perms::owner_read | fs::perms::owner_write;
+    const fs::path own = folder.Path() / "Kestrane";
+    ::umask(S_IWGRP | S_IWOTH);
+    for (const bool shared : {true, false}) {  // the second one finds the files of the first
+        if (!shared) {
+            ::unsetenv("KESTRANE_COMMON_APPDATA");
+            ::setenv("XDG_DATA_HOME", folder.Path().c_str(), 1);
+        } else {
+            Seed({{"chkEnableDebugLog", "1"}});
+        }
+        StartActivator();
+        Good(Client(1).Get("interfaceversion"));
+        activator->Signal(SIGTERM);
+        ASSERT_TRUE(activator->WaitForEnd(kPatience));
+        int files = 0;
+        for (const fs::path& place : {own, own / "ASCOM" / "Logs"}) {
+            for (const auto& file : fs::directory_iterator(place)) {
+                if (file.is_regular_file()) {
+                    ++files;
+                    EXPECT_EQ((file.status().permissions() & fs::perms::others_read) != fs::perms::none, shared)
+                        << file.path();
+                    EXPECT_EQ(file.status().permissions() & user, user) << file.path();
+                }
+            }
+        }
+        EXPECT_GE(files, 2);
+    }
+    ::unsetenv("XDG_DATA_HOME");
 }
 
 TEST_F(ProcessFixture, Activator_AddressInUse_SaysSoAndEndsWithOne) {
@@ -78,15 +219,14 @@ TEST_F(ProcessFixture, Activator_AddressInUse_SaysSoAndEndsWithOne) {
 }
 
 TEST_F(ProcessFixture, Activator_GetsSigtermDuringAConnectWithoutLimit_EndsWithItsDriver) {
-    Seed({{"txtConnectTimeout", "0"}});
+    Seed({{"txtConnectTimeout", "0"}, {"chkEnableDebugLog", "1"}});
     const SilentPort line(portLink);
     StartActivator();
-    std::future<bool> answered = std::async(std::launch::async, [this] {
+    std::future<void> answered = std::async(std::launch::async, [this] {
         try {
-            Client(1).Put("connected", "Connected=True");
-            return true;
+            EXPECT_NE(Client(1).Put("connected", "Connected=True").errorNumber, 0);
         } catch (const NoAnswer&) {
-            return false;
+            // As good: nobody is connected.
         }
     });
     ASSERT_TRUE(line.HearsSomething(kPatience));
@@ -101,8 +241,9 @@ TEST_F(ProcessFixture, Activator_GetsSigtermDuringAConnectWithoutLimit_EndsWithI
     ASSERT_TRUE(ending);
     EXPECT_EQ(ending->code, 0);
     EXPECT_FALSE(Exists(driver));
-    EXPECT_LE(Since(asked).count(), 3.0);  // of itself: the activator's patience is longer
-    EXPECT_FALSE(answered.get());
+    EXPECT_LE(Since(asked).count(), 1.0);  // of itself: the activator's patience is longer
+    EXPECT_EQ(TimesIn(LogText(), kAskedToEnd), 1U);
+    answered.wait();  // by an error, or by nothing when the connection was faster closed
 }
 
 }  // namespace

@@ -18,6 +18,8 @@ public:
                               std::function<void()> letReadsIn = {});
 
     SerialPortList ListPorts() override;
+    std::string Describe(std::int32_t port) override;
+    std::string WhyNotOpened(std::int32_t port, int error) override;
     std::unique_ptr<SerialPort> CreatePort() override;
 
 private:

@@ -30,6 +30,7 @@ public:
     void ClearRates();
     void PutBackTracking();
     bool StillRuns(std::int32_t axis) const;
+    void StopSecondaryAxis();
 };
 
 }  // namespace
@@ -44,6 +45,23 @@ void AxisMotions::Leave(const Telescope& object) {
 
 bool AxisMotions::AnyRuns() const {
     return std::any_of(objects_.begin(), objects_.end(), [](const Telescope* object) { return object->Axes().Runs(); });
+}
+
+bool AxisMotions::AnyStillRuns() const {
+    return std::any_of(objects_.begin(), objects_.end(), [](Telescope* object) {
+        const AxisSteps steps(*object);
+        return steps.StillRuns(mount_axis::Primary) || steps.StillRuns(mount_axis::Secondary);
+    });
+}
+
+void AxisMotions::StopAll(std::string_view reason) {
+    // The secondary axes first: to restore the tracking counts as the end of every motion.
+    for (Telescope* object : objects_) {
+        AxisSteps(*object).StopSecondaryAxis();
+    }
+    for (Telescope* object : objects_) {
+        object->StopOwnAxes(reason);
+    }
 }
 
 void AxisMotions::EndAll() {
@@ -158,6 +176,13 @@ bool AxisSteps::StillRuns(std::int32_t axis) const {
            counts.slewsTaken == state_.g_nSlewsTaken;
 }
 
+void AxisSteps::StopSecondaryAxis() {
+    if (StillRuns(mount_axis::Secondary)) {
+        ResumeNext errors{driver_.ledger, "StopOwnAxes"};
+        errors.Step([&] { MoveSecondaryAxis(0.0); });
+    }
+}
+
 void AxisSteps::ClearRates() {
     axes_.rates = {};
     needs_.motion.AxisMotionsEnd();
@@ -177,7 +202,7 @@ void AxisSteps::PutBackTracking() {
 
 /// The mount is never left running without an owner. Nothing is sent during a slew: its end restores the tracking,
 /// which ends the axis motion too.
-void Telescope::StopOwnAxes() {
+void Telescope::StopOwnAxes(std::string_view reason) {
     AxisSteps steps(*this);
     const bool primaryRuns =
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
@@ -185,7 +210,7 @@ void Telescope::StopOwnAxes() {
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
     ResumeNext errors{driver_.ledger, "StopOwnAxes"};
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
-        driver_.log.LogMessage("MoveAxis", LogLevel::Warning, "The client has gone: its axes are stopped");
+        driver_.log.LogMessage("MoveAxis", LogLevel::Warning, reason);
         NoteMotionStops();
         if (secondaryRuns) {
             errors.Step([&] { steps.MoveSecondaryAxis(0.0); });

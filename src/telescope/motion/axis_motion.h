@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "catalogue/vocabulary.h"
@@ -55,6 +56,10 @@ public:
 
     /// Whether an axis of any object runs.
     bool AnyRuns() const;
+    /// The same, without those that a later slew or a later choice of the tracking has ended in the mount.
+    bool AnyStillRuns() const;
+    /// Ends the axes of each object as its own end would, with `reason` in the log. Raises nothing.
+    void StopAll(std::string_view reason);
     /// For a mount that was just stopped: sets all rates to 0, and each object that remembers a tracking state restores
     /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();

@@ -70,6 +70,34 @@ TEST_F(AxisStopTest, StopOfTheHandBox_EndsTheAxes) {
     ExpectAtRest();
 }
 
+TEST_F(AxisStopTest, EndOfTheProcess_StopsTheAxesOfAllClientsAndRestoresTheTracking) {
+    telescope->MoveAxis(0, 0.5);
+    other->MoveAxis(1, 0.25);
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), (Wire{"Q", "RD0.00000", "Q", "RT3", "RT2"}));
+    EXPECT_TRUE(LoggedAs("MoveAxis", 1, "The driver ends: its axes are stopped"));
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_EQ(machine.processes.ends, 1);
+}
+
+TEST_F(AxisStopTest, EndOfTheProcess_WithoutARunningAxis_SendsNothingAndLetsASlewGoOn) {
+    telescope->MoveAxis(1, 0.25);
+    other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);  // ends the axis' motion
+    machine.AdvanceTime(1'500);
+    ASSERT_TRUE(mount->Picture().slewing);
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{});
+    EXPECT_TRUE(mount->Picture().slewing);
+    EXPECT_FALSE(driver->link->Connected());
+}
+
+TEST_F(AxisStopTest, EndOfTheProcess_ReleasesACallThatWaitsForItsSlew) {
+    ExpectSwallow("CommandString");  // the link is closed under the call
+    machine.pump.PostAt(machine.clock.Elapsed() + 3'000, CallKind::Stop, [&] { driver->EndOnRequest(); });
+    const Tick start = machine.clock.GetTickCount();
+    telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 2.0), 60.0);
+    EXPECT_LT(machine.clock.GetTickCount() - start, 4'000);  // the slew itself takes some ten seconds
+    EXPECT_TRUE(mount->Picture().slewing);
+}
+
 TEST_F(AxisStopTest, Abort_WithASecondaryAxisOnly_IsTheStopPair) {
     telescope->MoveAxis(1, 0.5);
     EXPECT_EQ(SentBy([&] { telescope->AbortSlew(); }), (Wire{"Q", "Q"}));

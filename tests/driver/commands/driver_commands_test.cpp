@@ -36,7 +36,10 @@ TEST_P(VerbTableTest, Verb_AnswersInItsForm) {
 INSTANTIATE_TEST_SUITE_P(
     Verbs, VerbTableTest,
     testing::Values(VerbRow{"Version", "1,5.50.03"}, VerbRow{"Version,with,arguments", "1,5.50.03"},
-                    VerbRow{"version", "0,Unknown Command: version"},
+                    VerbRow{"version", "0,Unknown Command: version"}, VerbRow{"SetEnableDebugLog,1", "1"},
+                    VerbRow{"SetEnableDebugLog,0", "1"}, VerbRow{"SetEnableDebugLog", "0,Value must be numeric 0-1"},
+                    VerbRow{"SetEnableDebugLog,2", "0,Value must be numeric 0-1"},
+                    VerbRow{"SetEnableDebugLog,on", "0,Value must be numeric 0-1"}, VerbRow{"GetConnectFailure", "1,"},
                     VerbRow{"Nonsense,1,2", "0,Unknown Command: Nonsense,1,2"}, VerbRow{"", "0,Unknown Command: "},
                     VerbRow{",", "0,Unknown Command: ,"}, VerbRow{"GetCommunicationErrors", "1,0,0,0,0,0"},
                     VerbRow{"ResetCommunicationErrors", "1"}, VerbRow{"ResetEvents", "1"},
@@ -133,6 +136,27 @@ TEST_F(DriverCommandsTest, Command_IsLoggedWithItsReplyAndNeverReachesTheMount) 
     }
     EXPECT_NE(log[0].message.find("RAW,Version"), std::string::npos);
     EXPECT_NE(log[1].message.find("1,5.50.03"), std::string::npos);
+}
+
+TEST_F(DriverCommandsTest, SetEnableDebugLog_IsTheBoxOfTheHandBox) {
+    EXPECT_EQ(Run("SetEnableDebugLog,0"), "1");
+    EXPECT_EQ(Run("GetEnableDebugLog"), "1,0");
+    EXPECT_FALSE(driver->log.IsOpen());
+    EXPECT_EQ(Run("SetEnableDebugLog,1"), "1");
+    EXPECT_TRUE(driver->state.g_bDebugLog);
+    EXPECT_TRUE(driver->log.IsOpen());
+    EXPECT_TRUE(driver->handBox.chkEnableDebugLog.Checked());
+    EXPECT_EQ(driver->persist.Read(setting::chkEnableDebugLog), "1");
+    EXPECT_EQ(Run("GetEnableDebugLog"), "1,1");
+    EXPECT_EQ(Run("GetLogFilename"), "1," + driver->log.FileName().string());
+    EXPECT_EQ(Run("GetLogDir"), "1," + driver->log.FileName().parent_path().string());
+}
+
+TEST_F(DriverCommandsTest, CheckMount_AsksForTheVersionOnly_OrSaysWhyThereIsNone) {
+    EXPECT_EQ(SentBy([&] { EXPECT_TRUE(Run("CheckMount").starts_with("1,VKC")); }), (std::vector<std::string>{"V"}));
+    EXPECT_FALSE(driver->link->Connected());
+    machine.serialPorts.Disconnect(1);
+    EXPECT_EQ(Run("CheckMount"), "0,COM1: error 2");
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ TEST_F(ConnectTranscriptTest, SilentMount_IsAskedAgainUntilTheTimeIsOver) {
         723 > :V#
         1223 ~
         1223 > #
-        1244 L OpenConnection Error OpenConnection Failed. No response from COM1
+        1244 L OpenConnection Error OpenConnection Failed. No response from COM1. COM1: it could be opened, but nothing answered in 1.2 s; is the mount switched on?
         1244 L Connections Info CloseConnection: Scope Clients/Connects=0/0, Focuser Clients/Connects=0/0
         1244 ! 0x80040402 No mount on IP Address or COM port, or initialization failed.
     )");

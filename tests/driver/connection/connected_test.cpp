@@ -31,6 +31,17 @@ TEST_F(ConnectedTest, SecondClient_WakesAStuckPoll) {
     EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
 }
 
+TEST_F(ConnectedTest, ManyMoreConnectsThanAnyoneCounts_StayAtTheGreatestCount) {
+    const TelescopeObject first = ConnectedTelescope();
+    const FocuserObject focuser = driver->CreateFocuser();
+    driver->state.g_nScopeConnects = 32767;
+    driver->state.g_nFocuserConnects = 32767;
+    first->Connected(true);
+    focuser->Link(true);
+    EXPECT_EQ(driver->state.g_nScopeConnects, 32767);
+    EXPECT_EQ(driver->state.g_nFocuserConnects, 32767);
+}
+
 TEST_F(ConnectedTest, SilentMount_IsNoMount_AndALaterClientOfTheOpenLinkIsToldOfTheSilence) {
     ExpectSwallow("CommandString");
     mount->SetLineDead(true);

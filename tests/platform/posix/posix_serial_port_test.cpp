@@ -377,5 +377,24 @@ TEST(PosixSerialPorts, CreatePort_GivesAClosedPortOfTheDataFolder) {
     EXPECT_EQ(farEnd.Receive(2), "ok");
 }
 
+TEST(PosixSerialPorts, SayWhyAPortDidNotOpen) {
+    const TemporaryFolders folders;
+    const std::filesystem::path ports = folders.Root() / "Kestrane" / "Ports";
+    std::filesystem::create_directories(ports);
+    std::filesystem::create_symlink("/dev/null", ports / "COM2");
+    test::FixedFolders data(folders.Root());
+    PosixSerialPorts serialPorts(data);
+    EXPECT_EQ(serialPorts.Describe(1), "COM1");
+    EXPECT_EQ(serialPorts.Describe(2), "COM2 (/dev/null)");
+    EXPECT_EQ(serialPorts.WhyNotOpened(1, ENOENT), "no device has this number");
+    EXPECT_EQ(serialPorts.WhyNotOpened(2, ENOENT), "there is no such device; is it plugged in?");
+    EXPECT_EQ(serialPorts.WhyNotOpened(2, EWOULDBLOCK), "it is in use by another program");
+    EXPECT_EQ(serialPorts.WhyNotOpened(2, EBUSY), "it is in use by another program");
+    EXPECT_EQ(serialPorts.WhyNotOpened(2, ENOTTY), "it is no serial line");
+    EXPECT_EQ(serialPorts.WhyNotOpened(2, EIO), "Input/output error");
+    const std::string refused = serialPorts.WhyNotOpened(2, EACCES);
+    EXPECT_TRUE(refused.starts_with("this user may not use it; join the group root (sudo adduser ")) << refused;
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -1,0 +1,135 @@
+// The script ./run as a person starts it, with the programs of this build in place of those that it would build.
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "process/process_fixture.h"
+#include "process/silent_port.h"
+
+namespace kestrane::process {
+namespace {
+
+namespace fs = std::filesystem;
+
+class RunScript : public ProcessFixture {
+protected:
+    RunScript() {
+        fs::copy_file(fs::path(KESTRANE_SOURCES) / "run", place / "run");
+        fs::create_directories(place / "build" / "release");
+        fs::create_directory_symlink(KESTRANE_PROGRAMS, place / "build" / "release" / "bin");
+        WriteScript(place / "tools" / "setup");
+        WriteScript(place / "stubs" / "cmake");
+        const char* path = std::getenv("PATH");
+        ::setenv("PATH", ((place / "stubs").string() + ":" + path).c_str(), 1);
+    }
+    ~RunScript() override {
+        EXPECT_TRUE(WaitUntil(Seconds(10), [this] { return Children() == 0; }));
+    }
+
+    static void WriteScript(const fs::path& path) {
+        fs::create_directories(path.parent_path());
+        std::ofstream(path) << "#!/bin/sh\nexit 0\n";
+        fs::permissions(path, fs::perms::owner_all);
+    }
+
+    std::unique_ptr<Program> Start(std::vector<std::string> options) const {
+        return std::make_unique<Program>((place / "run").string(), std::move(options));
+    }
+
+    /// Processes with the folders of this run in their environment, without the script itself.
+    int Children() const {
+        int count = 0;
+        std::error_code error;
+        for (fs::directory_iterator entry("/proc", error), end; entry != end; entry.increment(error)) {
+            std::ifstream stream(entry->path() / "environ");
+            const std::string text{std::istreambuf_iterator<char>(stream), {}};
+            count += text.find("=" + (place / "build" / "run").string()) != std::string::npos ? 1 : 0;
+        }
+        return count;
+    }
+
+    static bool Says(const Program& run, std::string_view text) {
+        return (run.Output() + run.Errors()).find(text) != std::string::npos;
+    }
+
+    fs::path place = folder.Path();
+};
+
+TEST_F(RunScript, GetsSigtermInTheFirstSlew_EndsAtOnceWithItsChildren) {
+    const auto run = Start({});
+    ASSERT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "slewing to "); })) << run->Errors();
+    EXPECT_GE(Children(), 3);
+    run->Signal(SIGTERM);
+    EXPECT_TRUE(run->WaitForEnd(Seconds(3)));
+}
+
+TEST_F(RunScript, IsKilled_LeavesNoChildBehind) {
+    const auto run = Start({});
+    ASSERT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "slewing to "); })) << run->Errors();
+    run->Signal(SIGKILL);
+    EXPECT_TRUE(WaitUntil(Seconds(5), [this] { return Children() == 0; }));
+}
+
+TEST_F(RunScript, WithAClosedPipe_LeavesNoChildBehind) {
+    WriteScript(place / "piped");
+    std::ofstream(place / "piped") << "#!/bin/sh\n" << (place / "run").string() << " 2>&1 | head -n 1\n";
+    Program piped((place / "piped").string(), {});
+    EXPECT_TRUE(piped.WaitForEnd(Seconds(40)));
+    EXPECT_TRUE(WaitUntil(Seconds(5), [this] { return Children() == 0; }));
+}
+
+TEST_F(RunScript, SaysThatItTakesAnotherPort) {
+    const int taken = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(11111);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    // Whether this succeeds or not, the port is taken then.
+    if (::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+        ::listen(taken, 1);
+    }
+    const auto run = Start({});
+    EXPECT_TRUE(WaitUntil(kPatience, [&] {
+        return Says(*run, "Port 11111 is taken by another program: this one is served at port ");
+    })) << run->Errors();
+    run->Signal(SIGTERM);
+    EXPECT_TRUE(run->WaitForEnd(Seconds(5)));
+    ::close(taken);
+}
+
+TEST_F(RunScript, WithARealPort_ShowsTheVersionOfItsMountOrWhyThereIsNone) {
+    StartMount({"--verbose"});
+    {
+        const auto run = Start({"--port", portLink.string()});
+        EXPECT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "Serving until"); })) << run->Errors();
+        EXPECT_TRUE(Says(*run, ", version VKC")) << run->Output();
+        EXPECT_EQ(mount->Errors().find(" > :U#"), std::string::npos);  // it was asked for nothing else
+        run->Signal(SIGTERM);
+        EXPECT_TRUE(run->WaitForEnd(Seconds(10)));
+    }
+    mount.reset();
+    const SilentPort line(place / "silent");
+    const auto run = Start({"--port", (place / "silent").string()});
+    EXPECT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "but nothing answered in "); })) << run->Output();
+    run->Signal(SIGTERM);
+    EXPECT_TRUE(run->WaitForEnd(Seconds(10)));
+}
+
+TEST_F(RunScript, RefusesAnEmptyDeviceName) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"--port", ""}, {"--port="}}) {
+        const auto run = Start(words);
+        const auto ending = run->WaitForEnd(kPatience);
+        ASSERT_TRUE(ending);
+        EXPECT_EQ(ending->code, 2);
+        EXPECT_TRUE(Says(*run, "--port wants the name of a device"));
+    }
+}
+
+}  // namespace
+}  // namespace kestrane::process
