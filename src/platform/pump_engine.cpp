@@ -194,7 +194,8 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
     return posted || timer;
 }
 
-/// Runs the earliest call of a kind that may start anywhere; false when there is none. Both kinds of stops are one here.
+/// Runs the earliest call of a kind that may start anywhere; false when there is none. Both kinds of stops are one
+/// here.
 bool PumpEngine::RunFirst(CallKind kind, const Horizon& horizon) {
     const std::optional<PostedCall> first = TakePosted(horizon, [&](const PostedCall& call) {
         return call.kind == kind || (kind == CallKind::Stop && call.kind == CallKind::StopsOne);

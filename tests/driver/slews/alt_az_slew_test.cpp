@@ -100,9 +100,9 @@ TEST_F(AltAzTargetTest, Azimuth_HasThreeDigitsOfDegrees) {
         double azimuth;
         const char* sent;
     };
-    for (const Row& row : {Row{0.0, "Sz000*00:00"}, Row{9.5, "Sz009*30:00"}, Row{60.0, "Sz060*00:00"},
-                           Row{99.9999, "Sz100*00:00"}, Row{359.5, "Sz359*30:00"}, Row{359.99999, "Sz000*00:00"},
-                           Row{360.0, "Sz000*00:00"}}) {
+    for (const Row& row :
+         {Row{0.0, "Sz000*00:00"}, Row{9.5, "Sz009*30:00"}, Row{60.0, "Sz060*00:00"}, Row{99.9999, "Sz100*00:00"},
+          Row{359.5, "Sz359*30:00"}, Row{359.99999, "Sz000*00:00"}, Row{360.0, "Sz000*00:00"}}) {
         EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(row.azimuth, 45.0); }),
                   std::string("# Q RT9 Sa+45*00:00 ") + row.sent + " MS");
     }

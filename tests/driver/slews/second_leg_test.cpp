@@ -117,7 +117,8 @@ TEST_P(SecondLegTest, MountThatComesBackAtItsPowerOnPosition_GetsNoSecondLeg) {
 
 INSTANTIATE_TEST_SUITE_P(Roads, SecondLegTest, testing::Values("S", "D"));
 
-// --- the status text around a goto and an abort -------------------------------------------------------------------------
+// --- the status text around a goto and an abort
+// -------------------------------------------------------------------------
 
 /// Reports for a while after a goto that nothing moves.
 class ReportsTheGotoLate final : public Misbehaviour {
