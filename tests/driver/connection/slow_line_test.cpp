@@ -15,21 +15,6 @@ namespace {
 
 constexpr std::int64_t kLongestExchangeMs = 2'800;  // three tries without a reply
 
-/// Calls a function when the mount is about to answer a command, once.
-class WhenAsked final : public Misbehaviour {
-public:
-    WhenAsked(std::string command, std::function<void()> call) : command_(std::move(command)), call_(std::move(call)) {}
-    void Change(SimulatedReply& reply) override {
-        if (reply.name == command_ && call_) {
-            std::exchange(call_, nullptr)();
-        }
-    }
-
-private:
-    std::string command_;
-    std::function<void()> call_;
-};
-
 class SlowLineTest : public DriverFixture {
 protected:
     void TearDown() override {
@@ -173,22 +158,6 @@ TEST_F(SlowLineTest, StopWhileTheSiteIsRead_GetsInBetweenItsExchanges) {
         EXPECT_GE(delay, 0);
         EXPECT_LE(delay, kLongestExchangeMs);
     }
-}
-
-TEST_F(SlowLineTest, StopWhileASlewClearsTheCustomRate_IsFollowedByNoTrackingCommandOfTheSlew) {
-    Connect("E3");
-    driver->state.g_bHasCustomRates = true;
-    driver->state.g_bGosActive = false;
-    mount->Add(
-        std::make_unique<WhenAsked>("RD", [&] { machine.pump.Post(CallKind::Stop, [&] { other->AbortSlew(); }); }));
-    const std::vector<std::string> sent = SentBy([&] {
-        machine.pump.Run(CallKind::Brief, [&] {
-            telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
-        });
-    });
-    const auto stop = std::find(sent.begin(), sent.end(), "Q");
-    ASSERT_NE(stop, sent.end());
-    EXPECT_EQ(std::vector<std::string>(stop, sent.end()), (std::vector<std::string>{"Q", "Q"}));
 }
 
 }  // namespace
