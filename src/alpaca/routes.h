@@ -62,7 +62,7 @@ struct Route {
     Verb verb = Verb::Get;
     CallKind kind = CallKind::Brief;
     std::vector<Parameter> parameters;
-    Handler handler = nullptr;   ///< null: the member is not implemented and answers that
+    Handler handler = nullptr;           ///< null: the member is not implemented and answers that
     const StopForm* stopForm = nullptr;  ///< null: `kind` holds for all arguments
 
     CallKind KindOf(const Arguments& arguments) const {

@@ -124,6 +124,7 @@ struct DriverState : LogState, CounterState {
     // --- site and optics ----------------------------------------------------------------------------------------
     double g_dSiteLatitude = 0.0;   ///< degrees, north positive
     double g_dSiteLongitude = 0.0;  ///< degrees, east positive: the negated mount value, not folded
+    bool g_bLongitudeRead = false;  ///< the mount has told its longitude since the link was opened
     double g_dSiteElevation = 0.0;  ///< metres
     double g_dAperture = 0.0;       ///< metres
     double g_dFocalLength = 0.0;    ///< metres
@@ -140,21 +141,21 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, std::uint32_t> g_nSlewsTaken{0};
     /// `MoveAxis` has started an axis, and the driver has seen nothing since that ended the motion.
     OwnedBy<Motion, bool> g_bAxisMotionBegun{false};
-    OwnedBy<Motion, bool> g_bSafeSlewPending{false};                ///< the second leg is still to be sent
+    OwnedBy<Motion, bool> g_bSafeSlewPending{false};  ///< the second leg is still to be sent
     OwnedBy<Motion, bool> g_bSecondLegBarred{false};  ///< the second leg must not be sent any more
     OwnedBy<Motion, bool> g_bGotoSent{false};         ///< a goto went out, and nobody has seen its end yet
     OwnedBy<Motion, bool> g_bGotoRuns{false};         ///< the mount has accepted a goto, and nothing seen ended it
-    OwnedBy<Motion, bool> g_bStandAwaited{false};     ///< a stop went out, and the mount has not reported that it stands
-    OwnedBy<Motion, bool> g_bOwnSlew{false};          ///< the driver slews, or what follows such a slew is to come
-    Tick g_tickGotoTaken;                             ///< when the mount accepted the last goto
-    Tick g_tickMotionStopped;                         ///< when a motion was stopped; valid where one was
-    bool g_bMotionStopped = false;                    ///< a motion was stopped since the start
-    double g_dFirstLegRa = 0.0;                       ///< target of the first leg, hours
-    double g_dFirstLegDec = 0.0;                      ///< target of the first leg, degrees
-    std::uint32_t g_nSilencesAtGoto = 0;              ///< `g_nSilences` when the mount accepted the last goto
-    std::uint32_t g_nLinkLossesAtGoto = 0;            ///< `g_nLinkLosses` at that moment
-    double g_dSafeSlewRa = 0.0;                                     ///< final target of the two-leg slew, hours
-    double g_dSafeSlewDec = 0.0;                                    ///< final target of the two-leg slew, degrees
+    OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
+    OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
+    Tick g_tickGotoTaken;                          ///< when the mount accepted the last goto
+    Tick g_tickMotionStopped;                      ///< when a motion was stopped; valid where one was
+    bool g_bMotionStopped = false;                 ///< a motion was stopped since the start
+    double g_dFirstLegRa = 0.0;                    ///< target of the first leg, hours
+    double g_dFirstLegDec = 0.0;                   ///< target of the first leg, degrees
+    std::uint32_t g_nSilencesAtGoto = 0;           ///< `g_nSilences` when the mount accepted the last goto
+    std::uint32_t g_nLinkLossesAtGoto = 0;         ///< `g_nLinkLosses` at that moment
+    double g_dSafeSlewRa = 0.0;                    ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;                   ///< final target of the two-leg slew, degrees
     OwnedBy<Motion, bool> g_bSlewCompletePending{false};            ///< the slew-complete step is to run
     Tick g_tickSettleEnd;                                           ///< when settling ends
     Tick g_tickLastSlewCheck;                                       ///< last slew check

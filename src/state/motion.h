@@ -102,9 +102,9 @@ public:
     /// at the latest, and AK is cleared with it: left set, AK would end this slew after its first leg.
     void SlewBegins();
     /// The same for a slew that takes the place of any other, and of the second leg that an earlier one has still to
-    /// come, whether or not this slew is planned itself. Returns its number. The last slew wins: a call that waited for an earlier slew and sees another number sends nothing more, since nobody has planned a safe way from
-    /// the target of the other slew to its own. It returns without an error, even when the mount refused the later
-    /// slew.
+    /// come, whether or not this slew is planned itself. Returns its number. The last slew wins: a call that waited for
+    /// an earlier slew and sees another number sends nothing more, since nobody has planned a safe way from the target
+    /// of the other slew to its own. It returns without an error, even when the mount refused the later slew.
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
     /// The commands of a slew or of a leg are about to go out.
     void SlewIsToBeSent();
@@ -160,12 +160,12 @@ public:
     /// later would see nothing. It is counted even before the stop goes out, for a call that waits and has sent nothing
     /// yet.
     void StopAskedFor();
-    /// A stop of all motion goes out, whoever sends it: a stop, a write of the tracking, a client's own text. It cuts the
-    /// leg that is under way, so the second one never follows. A mount that stands is stopped by it as little as by the
-    /// end of a test move.
+    /// A stop of all motion goes out, whoever sends it: a stop, a write of the tracking, a client's own text. It cuts
+    /// the leg that is under way, so the second one never follows. A mount that stands is stopped by it as little as by
+    /// the end of a test move.
     void StopSent();
-    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays up
-    /// until the mount reports that it stands.
+    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays
+    /// up until the mount reports that it stands.
     void Stopped();
     /// `MoveAxis` takes over the mount, which ends a slew without stopping it. It counts like a stop, so that no call
     /// that waits for that slew goes on to its next leg. A park is aborted, since nobody would look for its end any

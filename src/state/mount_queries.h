@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -83,6 +84,14 @@ public:
     double GetLst();
     /// Whether the sidereal time has been read from the mount yet.
     bool LstKnown() const { return lstKnown_; }
+    /// Sidereal time for the plan of a slew, hours: as above, but where it was never read from the mount it is computed
+    /// from the PC's clock and a longitude in degrees, east positive.
+    double PlanLst(double longitude);
+    /// Side of the pier for the plan of a slew. Asks again when the last query got no side, which the plan must not
+    /// guess: then the side that the mount told last since the link was opened counts, then `hourAngle`, in hours.
+    std::int16_t PlanSide(double hourAngle);
+    /// To be called when a link is opened: another mount may be at its end.
+    void ForgetToldSide() { lastToldSide_.reset(); }
     void UpdateHourAngle();
     /// Shows the mount's local time, carried on from the last one read.
     void UpdateMountTimeDisplay();
@@ -134,6 +143,7 @@ private:
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
     bool PositionLabelsShown() const;
+    bool SideIsToldByMount() const;
     void ShowAlt(double altitude);
     void ShowAz(double azimuth);
     void BlankPosition();
@@ -148,6 +158,8 @@ private:
     bool mountTimeKnown_ = false;  ///< `g_dMountTime` was read at all
     bool fillingHandBox_ = false;  ///< `CheckInitialPosition` is filling the hand box
     std::string shownTime_;        ///< the mount's local time as the hand box shows it
+    bool sideTold_ = false;        ///< the last query of the side got one
+    std::optional<std::int16_t> lastToldSide_;
     CoordinateReads reads_;
     std::string lastRaText_, lastDecText_, lastAltText_, lastAzText_;
 };

@@ -244,7 +244,8 @@ public:
     void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
-    /// Stops the axes of a client that has gone, where nothing else has ended their motion, and logs it. Raises nothing.
+    /// Stops the axes of a client that has gone, where nothing else has ended their motion, and logs it. Raises
+    /// nothing.
     void StopOwnAxes();
     /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
     /// north positive. False, with `degrees` unchanged, for a text that is no position.

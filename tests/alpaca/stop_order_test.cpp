@@ -38,9 +38,9 @@ std::string NoteOther(ClientObject&, const Arguments&) {
 std::vector<Route> NotingRoutes() {
     std::vector<Route> routes = TelescopeRoutes();
     for (Route& route : routes) {
-        route.handler = route.name == "MoveAxis"                                 ? NoteMoveAxis
+        route.handler = route.name == "MoveAxis"                              ? NoteMoveAxis
                         : route.name == "Tracking" && route.verb == Verb::Put ? NoteTracking
-                                                                                 : NoteOther;
+                                                                              : NoteOther;
     }
     return routes;
 }
@@ -71,10 +71,10 @@ protected:
     RequestGate gate{[](const std::function<void(bool)>&) {}, [] {}};
     ClientObjects objects{ClientObjectsNeeds{pump, clock, devices, gate, [] {}, LeaseTimes{}}};
     RouteTable routes{NotingRoutes(), FocuserRoutes()};
-    Management management{{}, std::filesystem::temp_directory_path() / "no_such_file"};
-    RequestHandler handler{RequestHandlerNeeds{
-        routes, objects, pump, management, [](const std::function<void()>& function) { function(); },
-        [](http::ConnectionId) { return false; }}};
+    Management management{{"server", "maker", "1", "here"}, std::filesystem::temp_directory_path() / "no_such_file"};
+    RequestHandler handler{RequestHandlerNeeds{routes, objects, pump, management,
+                                               [](const std::function<void()>& function) { function(); },
+                                               [](http::ConnectionId) { return false; }}};
     int answered = 0;
 };
 

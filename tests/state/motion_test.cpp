@@ -63,9 +63,9 @@ static_assert(!std::is_copy_assignable_v<DriverState> && !std::is_move_assignabl
 // --- the table
 
 constexpr std::size_t kColumns = 23;
-constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2",  "C",  "K",  "AK", "Pd", "nA",
-                                                        "nB", "nT", "Ax", "nTr", "sd", "GN", "GS", "GE", "GW",
-                                                        "B",  "Gs", "Ga", "W",   "O"};
+constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2", "C",   "K",  "AK", "Pd",
+                                                        "nA", "nB", "nT", "Ax", "nTr", "sd", "GN", "GS",
+                                                        "GE", "GW", "B",  "Gs", "Ga",  "W",  "O"};
 enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW, B, Gs, Ga, W, O };
 
 /// The flags and counts of one moment.
@@ -78,12 +78,29 @@ struct Picture {
 };
 
 Picture PictureOf(const DriverState& state) {
-    return {{state.g_bSlewing, state.g_bMountSlewing, state.g_bAbortSlew, state.g_bSafeSlewPending,
-             state.g_bSlewCompletePending, state.g_bParking, state.g_bAbortPark, state.g_bParked, state.g_nAborts,
-             state.g_nSlewsBegun, state.g_nSlewsTaken, state.g_bAxisMotionBegun, state.g_nTrackingChoices,
-             static_cast<std::uint32_t>(state.g_nSameDistance), state.g_bGuidingNorth, state.g_bGuidingSouth,
-             state.g_bGuidingEast, state.g_bGuidingWest, state.g_bSecondLegBarred, state.g_bGotoSent,
-             state.g_bGotoRuns, state.g_bStandAwaited, state.g_bOwnSlew}};
+    return {{state.g_bSlewing,
+             state.g_bMountSlewing,
+             state.g_bAbortSlew,
+             state.g_bSafeSlewPending,
+             state.g_bSlewCompletePending,
+             state.g_bParking,
+             state.g_bAbortPark,
+             state.g_bParked,
+             state.g_nAborts,
+             state.g_nSlewsBegun,
+             state.g_nSlewsTaken,
+             state.g_bAxisMotionBegun,
+             state.g_nTrackingChoices,
+             static_cast<std::uint32_t>(state.g_nSameDistance),
+             state.g_bGuidingNorth,
+             state.g_bGuidingSouth,
+             state.g_bGuidingEast,
+             state.g_bGuidingWest,
+             state.g_bSecondLegBarred,
+             state.g_bGotoSent,
+             state.g_bGotoRuns,
+             state.g_bStandAwaited,
+             state.g_bOwnSlew}};
 }
 
 /// As a failed comparison shows it.

@@ -61,8 +61,8 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     });
 }
 
-/// False, and logged, while something moves the mount: a motion that is not the test move would be taken for it, and the
-/// directions be swapped.
+/// False, and logged, while something moves the mount: a motion that is not the test move would be taken for it, and
+/// the directions be swapped.
 bool CalibrationSteps::MountStands() {
     const std::string_view reason = state_.g_bParked ? "the mount is parked" : core_.WhyMountMayMove();
     if (!reason.empty()) {

@@ -217,6 +217,7 @@ void FirmwareSteps::ReadFirstPicture() {
     }
     if (ParseProtocolDegrees(mount.CommandStringInternal(wire::GetLongitude), value, driver_.log)) {
         state_.g_dSiteLongitude = -value;
+        state_.g_bLongitudeRead = true;
     }
     const std::string& status = state_.g_sStatus;
     if (status.size() > 2 && status[0] != 'P' && status[1] != '9') {

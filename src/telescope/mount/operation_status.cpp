@@ -9,9 +9,9 @@ namespace kestrane {
 namespace {
 
 constexpr std::size_t kUsableLength = 11;
-constexpr std::int32_t kTooEarlyMs = 900;      // after an accepted goto
-constexpr std::int32_t kAskedAgainMs = 1000;   // after it
-constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
+constexpr std::int32_t kTooEarlyMs = 900;     // after an accepted goto
+constexpr std::int32_t kAskedAgainMs = 1000;  // after it
+constexpr std::int32_t kRateHoldMs = 1500;    // a status sent before a rate command must not undo it on the display
 
 /// Positions of the fields, from 0. All fields after the fault are optional.
 enum Field : std::size_t {

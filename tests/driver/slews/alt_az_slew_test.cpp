@@ -100,9 +100,9 @@ TEST_F(AltAzTargetTest, Azimuth_HasThreeDigitsOfDegrees) {
         double azimuth;
         const char* sent;
     };
-    for (const Row& row : {Row{0.0, "Sz000*00:00"}, Row{9.5, "Sz009*30:00"}, Row{60.0, "Sz060*00:00"},
-                           Row{99.9999, "Sz100*00:00"}, Row{359.5, "Sz359*30:00"}, Row{359.99999, "Sz000*00:00"},
-                           Row{360.0, "Sz000*00:00"}}) {
+    for (const Row& row :
+         {Row{0.0, "Sz000*00:00"}, Row{9.5, "Sz009*30:00"}, Row{60.0, "Sz060*00:00"}, Row{99.9999, "Sz100*00:00"},
+          Row{359.5, "Sz359*30:00"}, Row{359.99999, "Sz000*00:00"}, Row{360.0, "Sz000*00:00"}}) {
         EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(row.azimuth, 45.0); }),
                   std::string("# Q RT9 Sa+45*00:00 ") + row.sent + " MS");
     }
@@ -117,7 +117,7 @@ TEST_F(AltAzTargetTest, PlaceThatIsNone_IsRefused_WithTheFlagsDown) {
         EXPECT_FALSE(driver->state.g_bSlewing);
         EXPECT_FALSE(driver->state.g_bMountSlewing);
     }
-    EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(360.0, 45.0); }), "# Q RT9 Sa+45*00:00 Sz360*00:00 MS");
+    EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(360.0, 45.0); }), "# Q RT9 Sa+45*00:00 Sz000*00:00 MS");
 }
 
 TEST_F(AltAzTargetTest, CustomRatesWithoutTheStatusText_AreClearedByTheStop) {

@@ -13,8 +13,7 @@ TEST_F(ConnectInMidSlewTest, ConnectDuringAGoto_LetsItArrive_AndDoesWhatFollowsA
     options.parkedAtPowerOn = false;
     options.slewSpeed = 1.0;
     BuildMount(options);
-    const std::string ra =
-        HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
+    const std::string ra = HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
     mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
     machine.AdvanceTime(500);
     mount->Read(100);

@@ -79,7 +79,7 @@ TEST_P(SecondLegTest, CalibrationAheadOfTheFirstLeg_IsNoSuchStop) {
         Prepare({{"chkAutoCalibrateOnFirstSlew", "1"}});
         const int gotos = TimesSent("MS");
         waits ? telescope->SlewToCoordinates(ra, 30.0) : telescope->SlewToCoordinatesAsync(ra, 30.0);
-        EXPECT_EQ(TimesSent("Me"), 1);
+        EXPECT_EQ(TimesSent("Me"), GetParam() == "S" ? 1 : 0) << "the other one tells no declination that can be read";
         EXPECT_TRUE(WaitForEnd());
         EXPECT_EQ(TimesSent("MS"), gotos + (waits ? 3 : 2));
         ExpectAt(ra, 30.0);
@@ -117,7 +117,8 @@ TEST_P(SecondLegTest, MountThatComesBackAtItsPowerOnPosition_GetsNoSecondLeg) {
 
 INSTANTIATE_TEST_SUITE_P(Roads, SecondLegTest, testing::Values("S", "D"));
 
-// --- the status text around a goto and an abort -------------------------------------------------------------------------
+// --- the status text around a goto and an abort
+// -------------------------------------------------------------------------
 
 /// Reports for a while after a goto that nothing moves.
 class ReportsTheGotoLate final : public Misbehaviour {

@@ -150,23 +150,23 @@ TEST_P(SlewRateTest, GoesOutAheadOfTheTarget) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Settings, SlewRateTest,
-                         testing::Values(SlewRateRow{"1", "0", "600", "RS0"},        //
-                                         SlewRateRow{" 1 ", "1", "600", "RS1"},      //
-                                         SlewRateRow{"1", "2", "600", "RS2"},        //
-                                         SlewRateRow{"1", "3", "600", "Rs600"},      //
-                                         SlewRateRow{"1", "3", " 1200 ", "Rs1200"},  // the most
-                                         SlewRateRow{"1", "3", "0.5", "Rs0.5"},      //
-                                         SlewRateRow{"1", "3", "1200.1", "", true},  //
-                                         SlewRateRow{"1", "3", "0", "", true},       //
-                                         SlewRateRow{"1", "3", "-5", "", true},      //
-                                         SlewRateRow{"1", "3", "fast", "", true},    //
-                                         SlewRateRow{"1", "3", " 800 ", "Rs800"},    //
-                                         SlewRateRow{"1", "3", "600#:KA", "", true}, //
-                                         SlewRateRow{"1", "3", "6.0.0", "", true},   //
-                                         SlewRateRow{"1", "3", "8e2", "", true},     //
-                                         SlewRateRow{"1", "4", "600", ""},           // no such entry
-                                         SlewRateRow{"0", "2", "600", ""},           //
-                                         SlewRateRow{"2", "2", "600", ""},           // only "1" is on
+                         testing::Values(SlewRateRow{"1", "0", "600", "RS0"},         //
+                                         SlewRateRow{" 1 ", "1", "600", "RS1"},       //
+                                         SlewRateRow{"1", "2", "600", "RS2"},         //
+                                         SlewRateRow{"1", "3", "600", "Rs600"},       //
+                                         SlewRateRow{"1", "3", " 1200 ", "Rs1200"},   // the most
+                                         SlewRateRow{"1", "3", "0.5", "Rs0.5"},       //
+                                         SlewRateRow{"1", "3", "1200.1", "", true},   //
+                                         SlewRateRow{"1", "3", "0", "", true},        //
+                                         SlewRateRow{"1", "3", "-5", "", true},       //
+                                         SlewRateRow{"1", "3", "fast", "", true},     //
+                                         SlewRateRow{"1", "3", " 800 ", "Rs800"},     //
+                                         SlewRateRow{"1", "3", "600#:KA", "", true},  //
+                                         SlewRateRow{"1", "3", "6.0.0", "", true},    //
+                                         SlewRateRow{"1", "3", "8e2", "", true},      //
+                                         SlewRateRow{"1", "4", "600", ""},            // no such entry
+                                         SlewRateRow{"0", "2", "600", ""},            //
+                                         SlewRateRow{"2", "2", "600", ""},            // only "1" is on
                                          SlewRateRow{"True", "2", "600", ""}));
 
 // --- through the companion ------------------------------------------------------------------------------------------
