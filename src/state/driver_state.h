@@ -130,6 +130,7 @@ struct DriverState : LogState, CounterState {
     // --- site and optics ----------------------------------------------------------------------------------------
     double g_dSiteLatitude = 0.0;   ///< degrees, north positive
     double g_dSiteLongitude = 0.0;  ///< degrees, east positive: the negated mount value, not folded
+    bool g_bLongitudeRead = false;  ///< the mount has told its longitude since the link was opened
     double g_dSiteElevation = 0.0;  ///< metres
     double g_dAperture = 0.0;       ///< metres
     double g_dFocalLength = 0.0;    ///< metres

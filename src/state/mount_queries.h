@@ -97,6 +97,14 @@ public:
     double GetLst();
     /// Whether the sidereal time has been read from the mount yet.
     bool LstKnown() const { return lstKnown_; }
+    /// Sidereal time for the plan of a slew, hours: as above, but where it was never read from the mount it is computed
+    /// from the PC's clock and a longitude in degrees, east positive.
+    double PlanLst(double longitude);
+    /// Side of the pier for the plan of a slew. Asks again when the last query got no side, which the plan must not
+    /// guess: then the side that the mount told last since the link was opened counts, then `hourAngle`, in hours.
+    std::int16_t PlanSide(double hourAngle);
+    /// To be called when a link is opened: another mount may be at its end.
+    void ForgetToldSide() { lastToldSide_.reset(); }
     void UpdateHourAngle();
     /// Shows the mount's local time, carried on from the last one read.
     void UpdateMountTimeDisplay();
@@ -160,6 +168,7 @@ private:
     void NoteComputed();
     bool MayAsk() const;
     bool PositionLabelsShown() const;
+    bool SideIsToldByMount() const;
     void ShowAlt(double altitude);
     void ShowAz(double azimuth);
     void BlankPosition();
@@ -176,6 +185,8 @@ private:
     std::string shownTime_;        ///< the mount's local time as the hand box shows it
     bool inTick_ = false;          ///< a poll step runs
     bool silent_ = false;          ///< a question of this poll step went unanswered
+    bool sideTold_ = false;        ///< the last query of the side got one
+    std::optional<std::int16_t> lastToldSide_;
     CoordinateReads reads_;
     CoordinateTimes readAt_;
     std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer

@@ -1,5 +1,6 @@
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
 #include "state/mount_queries.h"
 #include "state/position_text.h"
 
@@ -17,7 +18,30 @@ double FoldHourAngle(double hours) {
     return hours < -12.0 ? hours + 24.0 : hours;
 }
 
+std::int16_t SideByHourAngle(double hourAngle) {
+    return hourAngle < 0.0 || hourAngle >= 12.0 ? pier_side::West : pier_side::East;
+}
+
 }  // namespace
+
+bool MountQueries::SideIsToldByMount() const {
+    return state_.g_sVersion > kLastWithoutPierSide;
+}
+
+double MountQueries::PlanLst(double longitude) {
+    const bool isComputed = needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery;
+    return lstKnown_ || isComputed ? GetLst() : LocalSiderealTime(longitude, needs_.astronomy);
+}
+
+std::int16_t MountQueries::PlanSide(double hourAngle) {
+    if (!SideIsToldByMount()) {
+        return lstKnown_ ? state_.g_nSideOfPier : SideByHourAngle(hourAngle);
+    }
+    if (!sideTold_) {
+        QuerySideOfMount();
+    }
+    return sideTold_ ? state_.g_nSideOfPier : lastToldSide_.value_or(SideByHourAngle(hourAngle));
+}
 
 bool MountQueries::QuerySideOfMount() {
     if (!MayAsk()) {
@@ -30,14 +54,13 @@ bool MountQueries::QuerySideOfMount() {
     }
     state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);
     // Kept only together with what follows from it: a stop may end the query while it asks.
-    std::int16_t sideOfPier =
-        (state_.g_dHourAngle < 0.0 || state_.g_dHourAngle >= 12.0) ? pier_side::West : pier_side::East;
-    if (state_.g_sVersion > kLastWithoutPierSide) {
+    std::int16_t sideOfPier = SideByHourAngle(state_.g_dHourAngle);
+    if (SideIsToldByMount()) {
         const std::string reply = Ask(wire::GetPierSide);
-        if (reply == pier_side::kEastText) {
-            sideOfPier = pier_side::East;
-        } else if (reply == pier_side::kWestText) {
-            sideOfPier = pier_side::West;
+        sideTold_ = reply == pier_side::kEastText || reply == pier_side::kWestText;
+        if (sideTold_) {
+            sideOfPier = reply == pier_side::kEastText ? pier_side::East : pier_side::West;
+            lastToldSide_ = sideOfPier;
         }
         if (reply.empty()) {
             NoteNoResponse();

@@ -150,7 +150,8 @@ void ConnectionSteps::ConnectClient() {
         needs_.poll.SetPolling(true);
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
-        state_.g_bAutoCalibrated = false;
+        state_.g_bAutoCalibrated = state_.g_bLongitudeRead = false;
+        needs_.queries.ForgetToldSide();
         state_.g_nTrackingRate = tracking_rate::Sidereal;  // the rate of an earlier connection does not count
         needs_.registration.EnsureDriverHelper();
         OpenForFirstClient();

@@ -1,6 +1,6 @@
 #include "telescope/telescope_core.h"
 
-#include "catalogue/wire_commands.h"
+#include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
@@ -63,11 +63,11 @@ void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool i
 /// What goes out is looked at here, since a client's own text moves or stops the mount as well as the driver's
 /// procedures do.
 void TelescopeCore::NoteSent(std::string_view text) {
-    if (text.find(wire::StopRaw.text) != std::string_view::npos) {
+    if (wire::StopsAllMotion(text)) {
         NoteMotionStops();
         needs_.motion.StopSent();
     }
-    if (text.find(wire::SlewRaw.text) != std::string_view::npos) {
+    if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
     }
 }

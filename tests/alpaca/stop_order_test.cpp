@@ -71,7 +71,7 @@ protected:
     RequestGate gate{[](const std::function<void(bool)>&) {}, [] {}};
     ClientObjects objects{ClientObjectsNeeds{pump, clock, devices, gate, [] {}, LeaseTimes{}}};
     RouteTable routes{NotingRoutes(), FocuserRoutes()};
-    Management management{{}, std::filesystem::temp_directory_path() / "no_such_file"};
+    Management management{{"server", "maker", "1", "here"}, std::filesystem::temp_directory_path() / "no_such_file"};
     RequestHandler handler{RequestHandlerNeeds{routes, objects, pump, management,
                                                [](const std::function<void()>& function) { function(); },
                                                [](http::ConnectionId) { return false; }}};

@@ -1,4 +1,4 @@
-#include "catalogue/wire_commands.h"
+#include "catalogue/wire_texts.h"
 #include "telescope/telescope.h"
 
 /// The commands that clients hand over as texts of their own.
@@ -7,7 +7,7 @@ namespace {
 
 /// Whether the text starts a goto, alone or among others.
 bool StartsGoto(std::string_view command, bool raw) {
-    return raw ? command.find(wire::SlewRaw.text) != std::string_view::npos : command == wire::Slew.text;
+    return wire::StartsGoto(raw ? std::string(command) : ":" + std::string(command) + "#");
 }
 
 class ClientCommandSteps : TelescopeSteps {

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "telescope/motion/safe_slew_path.h"
 #include "telescope/motion/slew_wait.h"
@@ -14,9 +15,14 @@ public:
     bool PlanFirstLeg(double rightAscension, double declination, double& viaRightAscension);
     void RefreshPosition();
     bool ReadPositionForPlan();
+    void ReadSideForPlan();
     bool SendFirstLeg(double viaRightAscension);
     bool SendLeg(double rightAscension, double declination);
     bool TargetIsBarred();
+
+    double planLst_ = 0.0;        ///< hours
+    double planHourAngle_ = 0.0;  ///< hours, -12 to 12
+    std::int16_t planSide_ = pier_side::East;
 };
 
 }  // namespace
@@ -35,8 +41,21 @@ bool SafeSlewSteps::ReadPositionForPlan() {
         }
         RefreshPosition();
         needs_.queries.UpdateHourAngle();
+        ReadSideForPlan();
         mount.LetStopIn();
     });
+}
+
+/// A wrong side or sidereal time would plan a direct way past the counterweights. What clients read and the hand box
+/// shows stays as the mount told it.
+void SafeSlewSteps::ReadSideForPlan() {
+    double longitude = state_.g_dSiteLongitude;
+    if (double west = 0.0; !state_.g_bLongitudeRead && telescope_.LongitudeOfSettings(west)) {
+        longitude = -west;
+    }
+    planLst_ = needs_.queries.PlanLst(longitude);
+    planHourAngle_ = NormalizeHourAngle(planLst_ - state_.g_dRa);
+    planSide_ = needs_.queries.PlanSide(planHourAngle_);
 }
 
 /// The whole procedure runs with errors ignored: a refusal of the mount reaches no client. It is logged with its
@@ -123,7 +142,7 @@ bool SafeSlewSteps::PlanFirstLeg(double rightAscension, double declination, doub
                                "SafeSlew will not be used - Target Dec is withing 1 degree");
         return false;
     }
-    const auto via = IntermediateRa(state_.g_nSideOfPier, state_.g_dHourAngle, needs_.queries.GetLst());
+    const auto via = IntermediateRa(planSide_, planHourAngle_, planLst_);
     if (!via) {
         return false;
     }

@@ -217,6 +217,7 @@ void FirmwareSteps::ReadFirstPicture() {
     }
     if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
         state_.g_dSiteLongitude = -*west;
+        state_.g_bLongitudeRead = true;
     }
     const std::string& status = state_.g_sStatus;
     if (status.size() > 2 && status[0] != 'P' && status[1] != '9') {

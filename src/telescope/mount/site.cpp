@@ -60,6 +60,7 @@ double Telescope::SiteLongitude() {
     Sequence mount = Talk(procedure::Picture);
     if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
         state_.g_dSiteLongitude = -*west;
+        state_.g_bLongitudeRead = true;
     }
     const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;
     return LogGet("SiteLongitude", east);

@@ -117,7 +117,7 @@ TEST_F(AltAzTargetTest, PlaceThatIsNone_IsRefused_WithTheFlagsDown) {
         EXPECT_FALSE(driver->state.g_bSlewing);
         EXPECT_FALSE(driver->state.g_bMountSlewing);
     }
-    EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(360.0, 45.0); }), "# Q RT9 Sa+45*00:00 Sz360*00:00 MS");
+    EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(360.0, 45.0); }), "# Q RT9 Sa+45*00:00 Sz000*00:00 MS");
 }
 
 TEST_F(AltAzTargetTest, CustomRatesWithoutTheStatusText_AreClearedByTheStop) {

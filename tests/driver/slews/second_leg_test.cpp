@@ -79,7 +79,7 @@ TEST_P(SecondLegTest, CalibrationAheadOfTheFirstLeg_IsNoSuchStop) {
         Prepare({{"chkAutoCalibrateOnFirstSlew", "1"}});
         const int gotos = TimesSent("MS");
         waits ? telescope->SlewToCoordinates(ra, 30.0) : telescope->SlewToCoordinatesAsync(ra, 30.0);
-        EXPECT_EQ(TimesSent("Me"), 1);
+        EXPECT_EQ(TimesSent("Me"), GetParam() == "S" ? 1 : 0) << "the other one tells no declination that can be read";
         EXPECT_TRUE(WaitForEnd());
         EXPECT_EQ(TimesSent("MS"), gotos + (waits ? 3 : 2));
         ExpectAt(ra, 30.0);

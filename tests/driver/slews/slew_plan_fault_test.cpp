@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "driver/slews/slew_wire_fixture.h"
+#include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
 
 namespace kestrane {
@@ -27,7 +28,7 @@ protected:
     StandingMount* standing = nullptr;
 };
 
-TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsTheOneOfAHangingCounterweight) {
+TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsAskedForOnceMore_AndIsTheLastOneThatWas) {
     ExpectSwallow("CommandString");
     for (const char* reply : {"", "north#", "#"}) {
         SCOPED_TRACE(std::string("reply '") + reply + "'");
@@ -35,15 +36,59 @@ TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsTheOneOfAHangingCounterweight) {
         ReadAll();
         ASSERT_EQ(driver->state.g_nSideOfPier, 0);
         standing->replies["pS"] = reply;
-        const std::string motion = MotionDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
+        const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
         EXPECT_EQ(error, 0U);
-        EXPECT_TRUE(motion.ends_with("RT2 Sr14:15:00.0 Sd+20*00:00 MS")) << motion;
-        EXPECT_EQ(driver->state.g_nSideOfPier, 1) << "two hours before the meridian it hangs on the west side";
-        EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+        EXPECT_NE(sent.find(" pS"), sent.rfind(" pS")) << sent;
+        EXPECT_NE(sent.find("RT2 Sr11:30:"), std::string::npos) << sent;
+        EXPECT_TRUE(driver->state.g_bSafeSlewPending) << "the side was east, with the counterweight up";
+        EXPECT_EQ(driver->state.g_nSideOfPier, 1) << "what clients read is the side of a hanging counterweight";
         telescope.reset();
         driver.reset();
         machine.serialPorts.Disconnect(1);
     }
+}
+
+TEST_F(SlewPlanFaultTest, SideThatIsToldAtTheSecondQuestion_Counts) {
+    Prepare();
+    ReadAll();
+    int asked = 0;
+    standing->onCommand = [&](const std::string& command) {
+        if (command == "pS") {
+            standing->replies["pS"] = ++asked == 1 ? "E?st#" : "West#";
+        }
+    };
+    telescope->SlewToCoordinatesAsync(14.25, 20.0);
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending) << "on the west side its counterweight hangs";
+}
+
+TEST_F(SlewPlanFaultTest, SideThatIsTold_IsAskedForOnce) {
+    Prepare();
+    ReadAll();
+    const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
+    EXPECT_EQ(sent.find("pS"), sent.rfind("pS")) << sent;
+    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+}
+
+/// Nobody has read the sidereal time since the start, and the mount still keeps silent about it.
+TEST_F(SlewPlanFaultTest, SiderealTimeThatIsNeverTold_IsComputedForThePlan) {
+    BuildMount("S");
+    ExpectSwallow("CommandString");
+    mount->Add(std::make_unique<DropsReply>("GS"));
+    Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
+    telescope = ConnectedTelescope();
+    ASSERT_FALSE(driver->queries.LstKnown());
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->state.g_bTracking = true;
+    standing = &Stand();
+    const double lst = LocalSiderealTime(driver->state.g_dSiteLongitude, machine.astronomy);
+    const double ra = NormalizeHours(lst + 2.0);
+    standing->Stand(HoursToHMS(ra, ":", ":", "", 1), "+45*00:00.0", "", "East");
+    standing->replies["GS"] = "";
+    const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(NormalizeHours(ra + 0.25), 20.0); });
+    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+    EXPECT_NEAR(NormalizeHourAngle(driver->state.g_dFirstLegRa - (lst - 0.5)), 0.0, 0.01) << sent;
+    EXPECT_FALSE(driver->queries.LstKnown()) << "for the plan alone";
 }
 
 TEST_F(SlewPlanFaultTest, PositionThatIsNotTold_IsTheLastOneThatWas) {

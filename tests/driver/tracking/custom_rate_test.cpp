@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "driver/rate_wire_fixture.h"
+#include "simulator/misbehaviours.h"
 
 namespace kestrane {
 namespace {
@@ -198,8 +199,9 @@ TEST_F(CustomRateTest, Read_NeedsNothingButTheController) {
 
 TEST_F(CustomRateTest, RefusalByTheMount_IsNoError) {
     Connect();
-    EXPECT_EQ(ErrorOf([&] { telescope->RightAscensionRate(123456.0); }), 0U) << "the mount answers 0";
-    EXPECT_EQ(telescope->RightAscensionRate(), 123456.0);
+    mount->Add(std::make_unique<CorruptsReply>("RR", kEveryTime, 0, '0'));
+    EXPECT_EQ(ErrorOf([&] { telescope->RightAscensionRate(0.5); }), 0U) << "the mount answers 0";
+    EXPECT_EQ(telescope->RightAscensionRate(), 0.5);
 }
 
 TEST_F(CustomRateTest, RateOfAClient_IsShown_ButTheSettingsKeepTheUsersOwn) {
