@@ -1,7 +1,6 @@
 #include "kernel/connection_manager.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -18,15 +17,13 @@ constexpr std::int32_t kPassWaitMs = 200;
 constexpr std::int32_t kFormatToggleWaitMs = 20;
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
+constexpr std::int32_t kDefaultTimeoutMs = 500;
+constexpr std::int32_t kLongestTimeoutMs = 60'000;
+constexpr std::int32_t kDefaultRetries = 2;
+constexpr std::int32_t kMostRetries = 5;
 constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
 constexpr std::string_view kCompanionApplication = "QUAY";
 constexpr std::string_view kCompanionSection = "Driver";
-
-/// Limited to the range of 16 bits.
-std::int16_t ToShort(std::int32_t value) {
-    return static_cast<std::int16_t>(std::clamp<std::int32_t>(value, std::numeric_limits<std::int16_t>::min(),
-                                                              std::numeric_limits<std::int16_t>::max()));
-}
 
 std::int32_t ToInteger(const std::string& text, Log& log) {
     return RoundHalfEven(Val_Global(text, log));
@@ -40,6 +37,8 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
     if (!needs_.link || !needs_.link->Connected()) {
         OpenLink(kind, ip, address);
     } else if (state_.g_sVersion.empty()) {
+        state_.g_bMountUnproved = true;
+        answeredBefore_ = state_.g_nAnsweredQueries;
         driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
                                "The link is open although no mount has answered on it.");
     }
@@ -60,6 +59,7 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     }
     needs_.statusWindow.lblComPortValue.Text(opening.portText);
     bool found = false;
+    state_.g_bOpeningLink = true;
     try {
         found = FindMount(opening);
         if (found) {
@@ -68,9 +68,14 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     } catch (const DriverError& error) {
         if (!opening.linkSetUp) {
             connectFailure_ = "COM" + opening.portText + ": " + error.Message();
+            state_.g_bOpeningLink = false;
             throw;  // the transport's own error reaches the client unchanged
         }
         found = false;
+    }
+    state_.g_bOpeningLink = false;
+    if (!found && state_.g_bMountUnproved) {
+        needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);  // for a client that connected during the attempts
     }
     if (!found) {
         FailOpening(kind, opening);
@@ -147,7 +152,7 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
     }
     MountLink& link = *needs_.link;
-    const std::int32_t timeout = ToInteger(driver_.persist.Read(setting::Timeout), driver_.log);
+    const std::int32_t timeout = ReadTimeout();
     if (opening.ip) {
         link.ReceiveTimeoutMS(timeout);
         link.Connected(true);
@@ -158,6 +163,19 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
     link.ReceiveTimeoutMS(timeout);
     link.Connected(true);
     return link.Connected() || opening.quay;
+}
+
+/// Milliseconds. A setting that is no number or below 1 counts as the default.
+std::int32_t ConnectionManager::ReadTimeout() {
+    const std::string text = driver_.persist.Read(setting::Timeout);
+    const std::int32_t timeout = IsNumericText(Trim(text)) ? ToInteger(text, driver_.log) : 0;
+    return timeout < 1 ? kDefaultTimeoutMs : std::min(timeout, kLongestTimeoutMs);
+}
+
+std::int16_t ConnectionManager::ReadRetries() {
+    const std::string text = driver_.persist.Read(setting::Retry);
+    const std::int32_t retries = IsNumericText(Trim(text)) ? ToInteger(text, driver_.log) : kDefaultRetries;
+    return static_cast<std::int16_t>(std::clamp(retries, 0, kMostRetries));
 }
 
 bool ConnectionManager::ProbeMount() {
@@ -192,11 +210,35 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
     return false;
 }
 
+/// A client was connected although no mount had answered. Once one answers the poll, everything is made up for that a
+/// connect does when it finds a mount; the clients were counted before.
+void ConnectionManager::HealConnect() {
+    if (!state_.g_bMountUnproved || healing_ || state_.g_bOpeningLink || state_.g_bInPoll ||
+        state_.g_nAnsweredQueries == answeredBefore_) {
+        return;
+    }
+    healing_ = true;
+    driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
+                           "A mount answers on the open link. The connect is completed now.");
+    needs_.handBox.tmrQueryRaDecAltAz.Enabled(false);
+    ResumeNext errors{driver_.ledger, "HealConnect"};
+    bool found = false;
+    errors.Assign(found, [&] { return ProbeMount(); });
+    if (found) {
+        errors.Step([&] { MountFound(); });
+        errors.Step([&] { needs_.internalInstance().InitUI(); });
+    }
+    answeredBefore_ = state_.g_nAnsweredQueries;
+    needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
+    healing_ = false;
+}
+
 void ConnectionManager::MountFound() {
+    state_.g_bMountUnproved = false;
     state_.g_bQuayLink = false;
-    needs_.link->ReceiveTimeoutMS(ToInteger(driver_.persist.Read(setting::Timeout), driver_.log));
+    needs_.link->ReceiveTimeoutMS(ReadTimeout());
     Telescope& internal = needs_.internalInstance();
-    internal.MaxSerialRetries(ToShort(ToInteger(driver_.persist.Read(setting::Retry), driver_.log)));
+    internal.MaxSerialRetries(ReadRetries());
     Talk(procedure::Connect).CommandBlindInternal(wire::ToggleFormatRaw);
     driver_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();

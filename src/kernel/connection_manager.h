@@ -81,6 +81,9 @@ public:
     void CheckQuay();
     /// The same each minute while it is wanted and not proved; called by the poll.
     void PeriodicQuayCheck();
+    /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply. For
+    /// use after a poll step, not inside one. Pumps; does not raise.
+    void HealConnect();
     /// Writes the caption of the mount's frame; a port is also stored in the settings.
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
@@ -109,6 +112,8 @@ private:
     PassResult TryOnce(Opening& opening);
     void ChooseCompanionPort(Opening& opening);
     bool SetUpLink(const Opening& opening);
+    std::int32_t ReadTimeout();
+    std::int16_t ReadRetries();
     bool ProbeMount();
     bool StartedOrRetriesCompanion(Opening& opening);
     void MountFound();
@@ -136,7 +141,9 @@ private:
     Essentials driver_;
     DriverState& state_;
     std::string connectFailure_;
-    bool ended_ = false;  ///< the driver was shut down, perhaps inside the pump of a call that still runs
+    bool healing_ = false;              ///< `HealConnect` runs
+    std::uint16_t answeredBefore_ = 0;  ///< queries that were answered when the mount was found missing last
+    bool ended_ = false;                ///< the driver was shut down, perhaps inside the pump of a call that still runs
 };
 
 }  // namespace kestrane

@@ -152,7 +152,10 @@ Driver::Driver(Platform platform)
     alarmFilter.SetActions(this);
     mount.SetSendCommand(
         [this](std::string_view command, bool raw) { InternalInstance().CommandBlindInternal(command, raw); });
-    handBox.tmrQueryRaDecAltAz.OnTick([this] { poll.OnTimer(); });
+    handBox.tmrQueryRaDecAltAz.OnTick([this] {
+        poll.OnTimer();
+        connections.HealConnect();
+    });
     startup.Run();
 }
 

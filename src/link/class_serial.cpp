@@ -1,5 +1,6 @@
 #include "link/class_serial.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -13,6 +14,43 @@ namespace {
 constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
 constexpr int kMostAlarmsBeforeReply = 3;  // one of each letter
+
+/// On the line a character is one byte; texts of the driver are UTF-8. Characters beyond 0xFF become "?"; bytes that
+/// are no UTF-8 go out as they are.
+std::string ToLine(std::string_view text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 1;
+        std::size_t follow = 1;
+        while (follow < length && i + follow < text.size() &&
+               (static_cast<unsigned char>(text[i + follow]) & 0xC0) == 0x80) {
+            ++follow;
+        }
+        if (length == 1 || follow < length) {
+            bytes += text[i++];
+            continue;
+        }
+        const int low = static_cast<unsigned char>(text[i + 1]) & 0x3F;
+        bytes += lead <= 0xC3 ? static_cast<char>((lead & 0x03) << 6 | low) : '?';
+        i += length;
+    }
+    return bytes;
+}
+
+std::string FromLine(std::string_view bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code < 0x80) {
+            text += byte;
+        } else {
+            text += static_cast<char>(0xC0 | code >> 6);
+            text += static_cast<char>(0x80 | (code & 0x3F));
+        }
+    }
+    return text;
+}
 
 /// Whether `text` ends with `terminator`, ignoring case. Raises run-time error 5 when the text is shorter.
 bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
@@ -73,12 +111,30 @@ void classSerial::OpenSerialObject() {
     errors.Step([&] { serialObject_->Speed(speed_); });
     errors.Step([&] { serialObject_->ReceiveTimeoutMS(receiveTimeoutMs_); });
     LogOpening("ASCOM Serial");
-    serialObject_->Connected(true);
+    try {
+        serialObject_->Connected(true);
+    } catch (const DriverError&) {
+        if (!NumbersThisPort()) {
+            throw;
+        }
+        serialObject_->Connected(true);
+    }
+}
+
+/// Adapters get their numbers at the start; one that was plugged in later gets it here. Whether the port is there now.
+bool classSerial::NumbersThisPort() {
+    const SerialPortList list = needs_.ports.ListPorts();
+    return std::ranges::any_of(list.ports,
+                               [&](const SerialPortEntry& entry) { return entry.number == port_ && entry.present; });
 }
 
 void classSerial::OpenLibrary() {
     LogOpening("KS Serial");
-    const std::int32_t error = library_->KsSerConnectToPort(port_, speed_, receiveTimeoutMs_);
+    const auto connect = [&] { return library_->KsSerConnectToPort(port_, speed_, receiveTimeoutMs_); };
+    std::int32_t error = connect();
+    if (error != 0 && NumbersThisPort()) {
+        error = connect();
+    }
     openError_ = error;
     if (error != 0) {
         needs_.log.LogMessage("Serial", LogLevel::Error, "Failed to connect: Error = " + std::to_string(error));
@@ -143,7 +199,7 @@ std::string classSerial::Receive() {
         errors.Assign(text, [&] { return ReadWaiting(); });
         FilterAlarms(text);
     }
-    return text;
+    return FromLine(text);
 }
 
 std::string classSerial::ReceiveCounted(std::int32_t count) {
@@ -156,7 +212,7 @@ std::string classSerial::ReceiveCounted(std::int32_t count) {
     if (static_cast<std::int64_t>(text.size()) != count) {
         needs_.counters.CountReceiveCountedError();
     }
-    return text;
+    return FromLine(text);
 }
 
 std::string classSerial::ReceiveTerminated(std::string_view terminator) {
@@ -169,7 +225,7 @@ std::string classSerial::ReceiveTerminated(std::string_view terminator) {
     if (!EndsWithTerminator(text, terminator)) {
         needs_.counters.CountReceiveTerminatedError();
     }
-    return text;
+    return FromLine(text);
 }
 
 std::string classSerial::ReceiveCharacter() {
@@ -197,7 +253,8 @@ std::string classSerial::TakeLateBytes() {
     return text;
 }
 
-void classSerial::Transmit(std::string_view text) {
+void classSerial::Transmit(std::string_view characters) {
+    const std::string text = ToLine(characters);
     if (isUsingAscom_) {
         ResumeNext errors{needs_.ledger, "classSerial.Transmit"};
         errors.Step([&] { serialObject_->Transmit(text); });

@@ -32,8 +32,11 @@ struct SerialNeeds {
 /// `chkUseASCOMSerialObject`: the driver's own serial layer, or the platform's serial object. All members run with
 /// errors ignored, but two errors reach the caller: that of `ReceiveTerminated`, and what the platform's object raises
 /// while it opens (the driver's own layer only stays closed). Alarm letters are removed from every text read, but not
-/// from the head of a companion's reply, which does not come from the mount ("QUAY," holds a "Y"). Closed at creation,
-/// closed and logged at destruction.
+/// from the head of a companion's reply, which does not come from the mount ("QUAY," holds a "Y"). Texts are
+/// UTF-8 here and one byte for each character on the line: 0xDF goes out as one byte and comes back as the same
+/// character, one beyond 0xFF goes out as "?". An open that fails numbers adapters that were plugged in since the
+/// start, and is tried once more when the port is one of those present. Closed at creation, closed and logged at
+/// destruction.
 class classSerial final : public MountLink {
 public:
     explicit classSerial(SerialNeeds needs);
@@ -78,6 +81,7 @@ public:
 private:
     void OpenSerialObject();
     void OpenLibrary();
+    bool NumbersThisPort();
     void LogOpening(std::string_view backEnd);
     /// Sets the limit of the open back end only; the stored limit stays.
     void SetReadLimit(std::int32_t milliseconds);

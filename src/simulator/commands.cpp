@@ -253,9 +253,12 @@ Answer TrackingRate(Call& call) {
     return Silence();
 }
 
+// Multiples of sidereal: the fastest slew, 5 degrees per second.
+constexpr double kHighestCustomRate = 1200;
+
 Answer CustomRate(Call& call, void (MountModel::*set)(double)) {
     const auto multiple = ParseNumber(call.argument);
-    const bool good = multiple && std::abs(*multiple) <= call.mount.firmware.highestRate;
+    const bool good = multiple && std::abs(*multiple) <= kHighestCustomRate;
     if (good) {
         (call.mount.*set)(*multiple);
     }

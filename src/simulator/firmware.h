@@ -17,7 +17,6 @@ struct Firmware {
     bool reticleLevels;           ///< has "B0" to "B7"
     bool fixedParks;              ///< has "$K"
     std::int32_t longestPulseMs;  ///< longest timed move that it accepts
-    double highestRate;           ///< highest custom rate, multiples of sidereal
     char rateType;                ///< last character of a status string of 14
     int revision;                 ///< reply to "G_S"; 0 for firmware without it
 };

@@ -31,6 +31,8 @@ struct DriverState : LogState, CounterState {
     double g_dConnectTimeout = 1.0;        ///< seconds; 0: no limit
     std::int32_t g_nReceiveTimeoutMS = 0;  ///< the receive time-out with which the link was opened, ms
     std::string g_sVersion;                ///< firmware version, without its terminator
+    bool g_bOpeningLink = false;           ///< a connect tries to open the link and to find a mount
+    bool g_bMountUnproved = false;         ///< a client is connected over a link on which no mount has answered yet
     bool g_bVersionKnown = false;          ///< `OpenConnection` has just read the version
     bool g_bFreshConnect = false;          ///< a real connect has just been made
     std::string g_sForkReply;              ///< reply to the mount form query

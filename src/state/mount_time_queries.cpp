@@ -65,7 +65,7 @@ double MountQueries::GetLst() {
         return LocalSiderealTime(state_.g_dSiteLongitude, needs_.astronomy);
     }
     const double lst = state_.g_dLst + (driver_.clock.GetTickCount() - lstBase_) / kMsPerHour;
-    return lst >= 24.0 ? lst - 24.0 : lst;
+    return NormalizeHours(lst);  // a base may be days old, or the tick counter may have turned since
 }
 
 bool MountQueries::QueryTime() {

@@ -147,7 +147,9 @@ void ConnectionSteps::ConnectClient() {
     telescope_.LoadTelescopeOptions();
     state_.g_bPollSuspended = false;
     if (needs_.link && needs_.link->Connected()) {
-        needs_.poll.SetPolling(true);
+        if (!state_.g_bOpeningLink) {  // the attempts of another client have the line to themselves
+            needs_.poll.SetPolling(true);
+        }
         needs_.connections.OpenConnection(ClientKind::Telescope);
     } else {
         state_.g_bAutoCalibrated = state_.g_bLongitudeRead = false;

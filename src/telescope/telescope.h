@@ -272,6 +272,8 @@ public:
     void TargetAzimuth(double degrees);
     double TargetAltitude();
     void TargetAltitude(double degrees);
+    /// Switches the hold of the mount; for outside use.
+    void HoldMount(bool hold);
     /// Right ascension and declination; a value that is not possible is not taken.
     void ReadPosition();
     /// The rate lists of the process, made once.

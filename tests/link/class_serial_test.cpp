@@ -384,6 +384,15 @@ TEST_P(SerialLink, Transmit_WritesEveryByteAsItIs) {
     EXPECT_EQ(line.written, bytes);
 }
 
+TEST_P(SerialLink, CharacterOfTheText_IsOneByteOnTheLine_AndComesBackAsTheSame) {
+    Play(R"(
+        0   = Transmit S\xC3\x9F\xE2\x82\xAC\xDF#
+        0   > S\xDF?\xDF#
+        100 = ReceiveTerminated # -> \xC3\x9F#
+        110 < \xDF#
+    )");
+}
+
 TEST_P(SerialLink, Transmit_OnAClosedLink_IsDropped) {
     link->Connected(false);
     Play(R"(

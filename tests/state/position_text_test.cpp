@@ -21,5 +21,12 @@ TEST(PositionTextTest, DegreesThatRoundUpToAFullTurn_AreNorth) {
     EXPECT_EQ(DegreesText(89.99999, ForcedSign::Yes), "+90:00:00");
 }
 
+TEST(PositionTextTest, ValueThatRoundsUpToZero_HasNoMinus) {
+    EXPECT_EQ(HoursText(-0.000001, ForcedSign::No), "00:00:00.0");
+    EXPECT_EQ(HoursText(-0.000001, ForcedSign::Yes), "+00:00:00.0");
+    EXPECT_EQ(DegreesText(-0.0001, ForcedSign::Yes), "+00:00:00");
+    EXPECT_EQ(DegreesText(-0.001, ForcedSign::Yes), "-00:00:04");
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -225,6 +225,10 @@ void FirmwareSteps::ReadFirstPicture() {
     }
 }
 
+void Telescope::HoldMount(bool hold) {
+    Talk(procedure::OneSetting).CommandBlindInternal(hold ? wire::HoldOn : wire::HoldOff);
+}
+
 /// A position that is not possible is left to the queries, which can recover.
 void Telescope::ReadPosition() {
     Sequence mount = Talk(procedure::FirstPicture);

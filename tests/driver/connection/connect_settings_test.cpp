@@ -72,6 +72,18 @@ TEST_F(ConnectSettingsTest, Timeout_IsReadAnewOnceTheMountIsFound) {
     machine.serialPorts.Disconnect(1);
 }
 
+TEST_F(ConnectSettingsTest, TimeoutThatMakesNoSense_CountsAsOneThatDoes) {
+    Start();
+    for (const auto& [text, milliseconds] :
+         {std::pair{"soon", 500}, {"", 500}, {"0", 500}, {"-20", 500}, {"60000", 60000}, {"90000", 60000}}) {
+        driver->link->Connected(false);
+        driver->persist.WriteIniValue("Timeout", text);
+        EXPECT_EQ(Open(), 0U) << text;
+        EXPECT_EQ(driver->link->ReceiveTimeoutMS(), milliseconds) << text;
+        EXPECT_EQ(driver->persist.ReadIniValue("Timeout", "?"), text) << "the setting stays";
+    }
+}
+
 TEST_F(ConnectSettingsTest, Retry_IsThatOfTheDriversOwnObject) {
     Seed({{"Retry", "4"}});
     Start();

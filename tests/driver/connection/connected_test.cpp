@@ -43,6 +43,7 @@ TEST_F(ConnectedTest, ManyMoreConnectsThanAnyoneCounts_StayAtTheGreatestCount) {
 }
 
 TEST_F(ConnectedTest, SilentMount_IsNoMount_AndALaterClientOfTheOpenLinkIsToldOfTheSilence) {
+    ExpectSwallow("CheckSlewComplete");  // it asks for the latitude, over the link check
     ExpectSwallow("CommandString");
     mount->SetLineDead(true);
     Start();

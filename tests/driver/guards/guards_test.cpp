@@ -212,7 +212,7 @@ TEST_P(RetryTest, DriversOwnExchanges_TakeTheSetting_AndAClientsTakeOneAttempt) 
 
 INSTANTIATE_TEST_SUITE_P(Settings, RetryTest,
                          testing::Values(RetryRow{"2", 3}, RetryRow{"0", 1}, RetryRow{"9", 6}, RetryRow{"-1", 1},
-                                         RetryRow{"40000", 6}, RetryRow{"", 1}));
+                                         RetryRow{"40000", 6}, RetryRow{"", 3}, RetryRow{"many", 3}));
 
 TEST_F(GuardFormTest, RetriesOfAnObject_AreItsOwn) {
     const TelescopeObject first = ConnectedTelescope();
