@@ -195,7 +195,10 @@ void Log::LogMessage(std::string_view origin, int level, std::string_view messag
 void Log::LogTrouble(std::string_view origin, LogLevel level, std::string_view message) {
     if (state_.g_bDebugLog) {
         LogMessage(origin, level, message);
-        return;
+        // Without a folder the first log is only about to be opened: its file must have the message too.
+        if (IsOpen() || !state_.g_sLogDir.empty()) {
+            return;
+        }
     }
     if (troubles_.size() == kKeptTroubles) {
         troubles_.pop_front();
