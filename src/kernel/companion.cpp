@@ -65,7 +65,12 @@ bool Companion::StartCompanion() {
     if (executable.empty() || IsProcessRunning(executable)) {
         return false;
     }
-    processes_.Start(path, " -c");
+    if (!processes_.Start(path, " -c")) {
+        log_.LogMessage(
+            "StartCompanion", LogLevel::Warning,
+            "The companion could not be started: " + path + ". Start it yourself, or check its installation");
+        return false;
+    }
     waits_.WaitForMilliseconds(kStartWaitMs);
     return true;
 }

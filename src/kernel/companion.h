@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "kernel/base/log.h"
 #include "kernel/base/waits.h"
 #include "platform/system_services.h"
 
@@ -11,8 +12,8 @@ namespace kestrane {
 /// Finds and starts the companion application. Logic thread only.
 class Companion {
 public:
-    Companion(Registry& registry, Processes& processes, Waits& waits)
-        : registry_(registry), processes_(processes), waits_(waits) {}
+    Companion(Registry& registry, Processes& processes, Waits& waits, Log& log)
+        : registry_(registry), processes_(processes), waits_(waits), log_(log) {}
 
     /// Path of the companion's executable, or an empty text. A registry value that is a number gives its digits; any
     /// other type gives nothing.
@@ -20,13 +21,15 @@ public:
     /// Whether a process with that executable name runs; case does not matter. `name` is changed to lower case in
     /// place.
     bool IsProcessRunning(std::string& name);
-    /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps).
+    /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps). One that cannot
+    /// be started is logged.
     bool StartCompanion();
 
 private:
     Registry& registry_;
     Processes& processes_;
     Waits& waits_;
+    Log& log_;
 };
 
 /// Sets the priority class of a process and returns the class read back. The process is `processId` (0: none), else the

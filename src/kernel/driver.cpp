@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "catalogue/wire_commands.h"
+#include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
@@ -21,12 +22,13 @@ std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient) {
 Driver::Driver(Platform platform)
     : platform_(platform),
       log(state, platform_.clock),
+      messageBoxes(platform_.messageBoxes, log),
       counters(state, log),
       alarmFilter(counters),
       waits(platform_.clock, platform_.pump),
       door(waits, log, state),
       windows(platform_.pump),
-      persist(PersistNeeds{state, log, platform_.clock, platform_.folders, platform_.messageBoxes, ledger}),
+      persist(PersistNeeds{state, log, platform_.clock, platform_.folders, messageBoxes, ledger}),
       sites(SitesNeeds{persist, log, ledger}),
       logPanel(LogPanelNeeds{
           .state = state,
@@ -37,7 +39,7 @@ Driver::Driver(Platform platform)
       }),
       panel(HandBoxPanelNeeds{
           .driver = essentials,
-          .messageBoxes = platform_.messageBoxes,
+          .messageBoxes = messageBoxes,
           .systemInfo = platform_.systemInfo,
           .processes = platform_.processes,
           .sites = sites,
@@ -107,7 +109,7 @@ Driver::Driver(Platform platform)
           .periodicQuayCheck = [this] { connections.PeriodicQuayCheck(); },
           .restoreTrackingRate = [this](std::int16_t rate) { tracking.ChooseRate(rate); },
       }),
-      companion(platform_.registry, platform_.processes, waits),
+      companion(platform_.registry, platform_.processes, waits, log),
       connections(ConnectionManagerNeeds{
           .driver = essentials,
           .link = link,
@@ -143,6 +145,7 @@ Driver::Driver(Platform platform)
       startup(StartupNeeds{
           .driver = essentials,
           .platform = platform_,
+          .messageBoxes = messageBoxes,
           .alarmFilter = alarmFilter,
           .link = link,
           .showMountInfo = [this] { connections.ShowMountInfo(""); },
@@ -256,7 +259,28 @@ LogFileFacts Driver::FactsOfLog() {
         .osName = [this] { return GetOsName(platform_.systemInfo); },
         .isAdmin = [this] { return IsAdmin(platform_.systemInfo); },
         .commonAppData = [this] { return platform_.folders.CommonAppData(); },
+        .limits = [this] { return LimitsOfLog(); },
+        .reportMissingFolder =
+            [this](const std::string& folder) {
+                messageBoxes.Show("The log folder of the setting LogFileDir cannot be used: " + folder +
+                                      ". No log file is written. Make the folder, or empty the setting, and turn "
+                                      "logging off and on.",
+                                  application::kTitle, MessageIcon::Information);
+            },
     };
+}
+
+/// A setting that is no number, or below 1, counts as its default.
+LogLimits Driver::LimitsOfLog() {
+    constexpr double kBytesOfAMByte = 1e6;
+    static constexpr double kMost = 1e9;
+    const auto number = [this](const SettingKey& key) {
+        const std::string text = persist.ReadQuietly(key);
+        const double value = IsNumericText(text) ? Val_Global(text, log) : 0.0;
+        return std::min(value >= 1.0 ? value : Val_Global(key.fallback, log), kMost);
+    };
+    return LogLimits{.keptBytes = static_cast<std::uintmax_t>(number(setting::LogKeepMBytes) * kBytesOfAMByte),
+                     .keptDays = static_cast<int>(number(setting::LogKeepDays))};
 }
 
 }  // namespace kestrane

@@ -13,6 +13,7 @@
 #include "kernel/base/waits.h"
 #include "kernel/companion.h"
 #include "kernel/connection_manager.h"
+#include "kernel/logged_message_boxes.h"
 #include "kernel/startup.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
@@ -69,6 +70,7 @@ public:
     Motion motion{state};
     SwallowLedger ledger;
     Log log;
+    LoggedMessageBoxes messageBoxes;
     Counters counters;
     AlarmFilter alarmFilter;
     Waits waits;
@@ -107,6 +109,7 @@ private:
     TelescopeNeeds NeedsOfTelescope();
     LogFileFacts FactsOfLog();
     void StopRunningAxes();
+    LogLimits LimitsOfLog();
 
     std::unique_ptr<Telescope> internalInstance_;
 };

@@ -101,7 +101,7 @@ bool Startup::UtilAvailable() {
 }
 
 bool Startup::Refuse(std::string_view message) {
-    needs_.platform.messageBoxes.Show(message, application::kTitle, MessageIcon::Critical);
+    needs_.messageBoxes.Show(message, application::kTitle, MessageIcon::Critical);
     needs_.platform.processes.EndThisProcess();
     return false;
 }

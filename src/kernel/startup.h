@@ -19,6 +19,7 @@ namespace kestrane {
 struct StartupNeeds {
     Essentials driver;
     Platform& platform;
+    MessageBoxes& messageBoxes;
     AlarmFilter& alarmFilter;
     std::unique_ptr<MountLink>& link;
     std::function<void()> showMountInfo;  ///< the caption of the mount's frame, without a port

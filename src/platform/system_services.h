@@ -33,6 +33,8 @@ public:
     virtual ~SystemInfo() = default;
     /// Nothing when the system has no such record (every system that is not of that family).
     virtual std::optional<OsVersion> GetVersion() = 0;
+    /// Name and version of a system without such a record, for people; empty when unknown.
+    virtual std::string Name() { return {}; }
     /// The shell's own administrator test.
     virtual bool ShellAdminTest() = 0;
     /// Elevation type of the process token: 1 default, 2 full, 3 limited; nothing when it cannot be read.
@@ -55,8 +57,9 @@ public:
     virtual void SetPriorityClass(ProcessHandle handle, std::uint32_t priorityClass) = 0;
     virtual std::uint32_t GetPriorityClass(ProcessHandle handle) = 0;
     virtual void Close(ProcessHandle handle) = 0;
-    /// Starts a program with a normal window; does not wait for it.
-    virtual void Start(std::string_view path, std::string_view arguments) = 0;
+    /// Starts a program with a normal window; does not wait for it. False when it could not be started. The arguments
+    /// are separated by blanks; one with a blank in it stands between double quotes.
+    virtual bool Start(std::string_view path, std::string_view arguments) = 0;
     /// Ends this process as soon as the running call has returned to the outermost loop. Idempotent.
     virtual void EndThisProcess() = 0;
 };

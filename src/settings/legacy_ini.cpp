@@ -8,6 +8,7 @@
 
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
+#include "settings/legacy_text.h"
 
 namespace kestrane {
 namespace {
@@ -34,7 +35,9 @@ std::vector<std::string> ReadLines(const std::filesystem::path& file) {
     const std::filesystem::file_status status = std::filesystem::status(file, failure);
     if (status.type() == std::filesystem::file_type::not_found) {
         std::ofstream created(file, std::ios::binary);
-    } else if (!std::filesystem::is_regular_file(status)) {
+        return {};
+    }
+    if (!std::filesystem::is_regular_file(status)) {
         RaiseFileAccess();  // a directory would be found empty, a pipe would be waited for
     }
     std::filesystem::permissions(file, std::filesystem::perms::owner_write, std::filesystem::perm_options::add,
@@ -65,7 +68,7 @@ std::string ReadLegacyValue(const std::filesystem::path& file, std::string_view 
         if (IsHeader(line)) {
             inSection = lowerLine == section;
         } else if (inSection && lowerLine.starts_with(prefix)) {
-            return line.substr(prefix.size());
+            return Utf8OfLegacyText(line.substr(prefix.size()));
         }
     }
     return std::string(fallback);

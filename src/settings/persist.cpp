@@ -1,6 +1,7 @@
 #include "settings/persist.h"
 
 #include <system_error>
+#include <utility>
 
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
@@ -48,6 +49,13 @@ void Persist::ShowFailure(std::string_view text) {
 }
 
 std::string Persist::ReadIniValue(std::string_view variable, std::string_view fallback) {
+    std::string value = ReadValue(variable, fallback);
+    LogAccess("ReadIniValue", variable, value);
+    return value;
+}
+
+std::string Persist::ReadValue(std::string_view variable, std::string_view fallback) {
+    legacyFailed_ = false;
     std::string value;
     if (!m_db) {
         ShowFailure("ReadIniValue: No DB initialized!");
@@ -64,7 +72,6 @@ std::string Persist::ReadIniValue(std::string_view variable, std::string_view fa
     } else if (value == "true") {
         value = "True";
     }
-    LogAccess("ReadIniValue", variable, value);
     return value;
 }
 
@@ -73,8 +80,11 @@ std::string Persist::FirstAnswer(std::string_view variable, std::string_view fal
     std::string value;
     if (const auto given = notStored_.find(key); given != notStored_.end()) {
         value = given->second;
+    } else if (std::optional<std::string> legacy = ReadLegacy(variable, fallback)) {
+        value = std::move(*legacy);
     } else {
-        value = ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
+        legacyFailed_ = true;
+        return std::string(fallback);
     }
     // A default needs no wait for the disk: if a power cut loses its row, the next first reader asks with it again.
     if (m_db->SetFirstSetting(variable, value, kMissing, value == fallback ? Sync::Later : Sync::Now)) {
@@ -83,6 +93,18 @@ std::string Persist::FirstAnswer(std::string_view variable, std::string_view fal
         notStored_.insert_or_assign(key, value);
     }
     return value;
+}
+
+std::optional<std::string> Persist::ReadLegacy(std::string_view variable, std::string_view fallback) {
+    try {
+        return ReadLegacyValue(legacyFile_, kLegacySection, variable, fallback);
+    } catch (const RunTimeError&) {
+        if (!std::exchange(legacyFaultShown_, true)) {
+            ShowFailure("The old settings file cannot be read: " + legacyFile_.string() +
+                        ". Settings that only it may hold have their defaults, which are not stored.");
+        }
+        return std::nullopt;
+    }
 }
 
 bool Persist::ReadFile(std::string_view variable, std::string& value) {
@@ -96,6 +118,9 @@ std::optional<std::string> Persist::ReadIfAnswered(std::string_view variable, st
         return std::nullopt;
     }
     std::string value = ReadIniValue(variable, fallback);
+    if (legacyFailed_) {
+        RaiseFileAccess();
+    }
     return answered_ ? std::optional(std::move(value)) : std::nullopt;
 }
 

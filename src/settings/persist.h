@@ -35,7 +35,8 @@ struct PersistNeeds {
 /// then on neither the ini file nor the default of another caller counts. When a second program or the disk keeps it
 /// from being stored, the answer still counts in this process and is stored by a later read, unless the other program
 /// has set the key by then. A write takes effect at once and survives a kill of the process and a power cut, unless it
-/// had to be kept (see `Database`). A read that fails gives the default and stores nothing. Logic thread only.
+/// had to be kept (see `Database`). A read that fails gives the default and stores nothing, and so does one of a key
+/// that may be in an ini file which cannot be read. Logic thread only.
 class Persist {
 public:
     explicit Persist(PersistNeeds needs);
@@ -47,8 +48,10 @@ public:
     std::string ReadIniValue(std::string_view variable, std::string_view fallback);
     /// The same, but nothing when the settings file did not answer (see `Database::Answered`): for callers that would
     /// do harm if they acted on a default in place of a stored value. Without a database it returns nothing and shows
-    /// no box.
+    /// no box. Raises run-time error 75 for a key that may be in an ini file which cannot be read.
     std::optional<std::string> ReadIfAnswered(std::string_view variable, std::string_view fallback);
+    /// A read that leaves no line in the log: for values that are asked for many times a second.
+    std::string ReadQuietly(const SettingKey& key) { return ReadValue(key.name, key.fallback); }
     void WriteIniValue(std::string_view variable, std::string_view value);
     void TryDeleteIniValue(std::string_view variable);
     /// "name=value," repeated. Intentional: on a non-empty settings table it fails with run-time error 91.
@@ -74,6 +77,9 @@ public:
 private:
     std::unique_ptr<Database> CreateDatabase();
     void FindLegacyFile(const std::filesystem::path& folder);
+    std::string ReadValue(std::string_view variable, std::string_view fallback);
+    /// The value in the legacy file, or the default; nothing, after one message box, while the file cannot be read.
+    std::optional<std::string> ReadLegacy(std::string_view variable, std::string_view fallback);
     /// The answer for a key without a row, which is stored.
     std::string FirstAnswer(std::string_view variable, std::string_view fallback);
     bool ReadFile(std::string_view variable, std::string& value);
@@ -84,6 +90,8 @@ private:
     std::unique_ptr<Database> m_db;
     bool answered_ = false;  ///< whether the last read got its answer from the settings file
     std::filesystem::path legacyFile_;
+    bool legacyFaultShown_ = false;
+    bool legacyFailed_ = false;  ///< the last read got a default, since the ini file cannot be read
     std::map<std::string, std::string, std::less<>> notStored_;  ///< first answers by key in lower case
 };
 

@@ -166,6 +166,8 @@ inline constexpr SettingKey chkShowFocuserCommands{"chkShowFocuserCommands", "1"
 inline constexpr SettingKey chkShowNoRaDecAltAz{"chkShowNoRaDecAltAz", "0", SettingKind::Flag};
 inline constexpr SettingKey LogFileDir{"LogFileDir", ""};
 inline constexpr SettingKey LogWhenParked{"LogWhenParked", "0", SettingKind::Flag};
+inline constexpr SettingKey LogKeepMBytes{"LogKeepMBytes", "500"};
+inline constexpr SettingKey LogKeepDays{"LogKeepDays", "30"};
 inline constexpr SettingKey chkNewVersion{"chkNewVersion", "1", SettingKind::Flag};
 
 // Computed positions and hidden buttons
@@ -300,6 +302,8 @@ inline constexpr std::array kAllSettings{
     setting::chkShowNoRaDecAltAz,
     setting::LogFileDir,
     setting::LogWhenParked,
+    setting::LogKeepMBytes,
+    setting::LogKeepDays,
     setting::chkNewVersion,
     // Computed positions and hidden buttons
     setting::chkCalcAzAlt,

@@ -219,7 +219,7 @@ void PollLoop::ShowLogState() {
 
 void PollLoop::PauseLogWhileParked() {
     PictureBox& indicator = needs_.handBox.pbLoggingPaused;
-    if (driver_.persist.Read(setting::LogWhenParked) != "0") {
+    if (driver_.persist.ReadQuietly(setting::LogWhenParked) != "0") {
         indicator.Visible(false);
         state_.g_bLogPaused = false;
         return;

@@ -118,7 +118,12 @@ void HandBoxPanel::SyncMountTime() {
 /// Before the first log there is nothing to open: the folder is known only then.
 void HandBoxPanel::OpenLogFolder() {
     if (!state_.g_sLogDir.empty()) {
-        needs_.processes.Start("explorer.exe", state_.g_sLogDir);
+        const std::string& folder = state_.g_sLogDir;
+        const bool quoted = folder.find(' ') != std::string::npos;
+        if (!needs_.processes.Start("xdg-open", quoted ? "\"" + folder + "\"" : folder)) {
+            driver_.log.LogMessage("OpenLogFolder", LogLevel::Warning,
+                                   "No file browser could be started. The logs are in " + folder);
+        }
     }
 }
 

@@ -67,18 +67,50 @@ TEST_F(PersistEdgesTest, LegacyFilesOfOtherEditors_AreReadAll) {
     }
 }
 
-TEST_F(PersistEdgesTest, AMissingLegacyFolder_RaisesAPathError) {
+TEST_F(PersistEdgesTest, AMissingLegacyFolder_MeansNoLegacyValues) {
     std::filesystem::remove_all(folders.LegacyFile().parent_path());
-    try {
-        persist.ReadIniValue("Port", "COM1");
-        ADD_FAILURE();
-    } catch (const RunTimeError& error) {
-        EXPECT_EQ(error.Number(), RunTimeError::kFileAccess);
-    }
-    EXPECT_EQ(Stored("port"), "(no row)");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
+    EXPECT_EQ(Stored("port"), "COM1");
+    EXPECT_TRUE(boxes.Texts().empty());
 }
 
-TEST_F(PersistEdgesTest, WhatIsNoPlainLegacyFile_RaisesAPathErrorAndIsNotWaitedFor) {
+TEST_F(PersistEdgesTest, ALegacyFileThatCannotBeRead_CostsOneMessageAndStoresNoDefault) {
+    std::filesystem::create_directories(folders.LegacyFile());  // a folder in its place
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
+    EXPECT_EQ(persist.ReadIniValue("Retry", "2"), "2");
+    EXPECT_THROW(persist.ReadIfAnswered("Port", "COM1"), RunTimeError) << "nobody may act on this default";
+    EXPECT_EQ(boxes.Texts().size(), 1U);
+    EXPECT_NE(boxes.Texts().at(0).find(folders.LegacyFile().string()), std::string::npos);
+    EXPECT_EQ(Stored("port"), "(no row)");
+    std::filesystem::remove(folders.LegacyFile());
+    WriteLegacyFile("[default]\nport=COM7\n");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM7");
+    EXPECT_EQ(Stored("port"), "COM7");
+}
+
+TEST_F(PersistEdgesTest, ALegacyFileThatCanBeRead_ShowsNothing) {
+    WriteLegacyFile("[default]\nport=COM7\n");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM7");
+    EXPECT_TRUE(boxes.Texts().empty());
+}
+
+TEST_F(PersistEdgesTest, ALegacyValue_IsStoredAsUtf8) {
+    WriteLegacyFile("[default]\nsitename=Ca\xF1on\noldsitename=Ca\xC3\xB1on\n");
+    EXPECT_EQ(persist.ReadIniValue("SiteName", ""), "Ca\xC3\xB1on");
+    EXPECT_EQ(Stored("sitename"), "Ca\xC3\xB1on");
+    EXPECT_EQ(persist.ReadIniValue("OldSiteName", ""), "Ca\xC3\xB1on");
+}
+
+TEST_F(PersistEdgesTest, AQuietRead_LeavesNoLineInTheLog) {
+    logState.g_bDebugLog = true;
+    EXPECT_EQ(persist.ReadQuietly(setting::LogWhenParked), "0");
+    EXPECT_TRUE(logged.empty());
+    EXPECT_EQ(Stored("logwhenparked"), "0");
+    persist.Read(setting::LogWhenParked);
+    EXPECT_EQ(logged.size(), 1U);
+}
+
+TEST_F(PersistEdgesTest, WhatIsNoPlainLegacyFile_IsNotReadNorWaitedFor) {
     const std::filesystem::path file = folders.LegacyFile();
     const std::vector<std::function<bool()>> makers{
         [&] { return std::filesystem::create_directory(file); },
@@ -86,7 +118,7 @@ TEST_F(PersistEdgesTest, WhatIsNoPlainLegacyFile_RaisesAPathErrorAndIsNotWaitedF
     };
     for (const auto& make : makers) {
         ASSERT_TRUE(make());
-        EXPECT_THROW(persist.ReadIniValue("Port", "COM1"), RunTimeError);
+        EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM1");
         EXPECT_EQ(Stored("port"), "(no row)");
         std::filesystem::remove(file);
     }

@@ -64,7 +64,7 @@ const std::vector<ExpectedKey> kExpected{
     {"hscrReticleBrightness", "1"}, {"mPopShowLogWindow", "0", '0'}, {"mPopTopmost", "0", '0'},
     {"PopupShowStatus", "1", '0'}, {"chkEnableDebugLog", "0", '0', "1"}, {"chkShowASCOMCommands", "1", '0'},
     {"chkShowTelescopeCommands", "1", '0'}, {"chkShowFocuserCommands", "1", '0'}, {"chkShowNoRaDecAltAz", "0", '0'},
-    {"LogFileDir", ""}, {"LogWhenParked", "0", '0'}, {"chkNewVersion", "1", '0'},
+    {"LogFileDir", ""}, {"LogWhenParked", "0", '0'}, {"LogKeepMBytes", "500"}, {"LogKeepDays", "30"}, {"chkNewVersion", "1", '0'},
 
     {"chkCalcAzAlt", "0", '0'}, {"chkCalcLST", "0", '0'}, {"ShowInitNowButton", "0", '0'},
 };

@@ -52,10 +52,12 @@ public:
 class SettableSystemInfo final : public SystemInfo {
 public:
     std::optional<OsVersion> version;
+    std::string name;
     bool shellAdmin = false;
     std::optional<int> elevationType;
 
     std::optional<OsVersion> GetVersion() override { return version; }
+    std::string Name() override { return name; }
     bool ShellAdminTest() override { return shellAdmin; }
     std::optional<int> TokenElevationType() override { return elevationType; }
 };
@@ -74,6 +76,7 @@ public:
     std::function<bool(std::uint32_t processId, std::uint32_t accessMask)> mayOpen;  ///< empty: all may be opened
     std::map<std::uint32_t, std::uint32_t> priorities;  ///< priority class by process id; 32 (normal) without an entry
     std::vector<std::pair<std::string, std::string>> starts;  ///< path and arguments
+    bool canStart = true;
     int openHandles = 0;
     int ends = 0;  ///< calls of `EndThisProcess`
 
@@ -98,7 +101,10 @@ public:
         return priority == priorities.end() ? 32 : priority->second;
     }
     void Close(ProcessHandle) override { --openHandles; }
-    void Start(std::string_view path, std::string_view arguments) override { starts.emplace_back(path, arguments); }
+    bool Start(std::string_view path, std::string_view arguments) override {
+        starts.emplace_back(path, arguments);
+        return canStart;
+    }
     void EndThisProcess() override { ++ends; }
 };
 

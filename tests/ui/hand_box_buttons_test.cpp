@@ -166,8 +166,20 @@ TEST_F(HandBoxButtons, ButtonsOfTheTime_SendTimeAndDate) {
 TEST_F(HandBoxButtons, OpenLogDirectory_OpensTheFolderOfTheLog) {
     HandBox().btnOpenLogDirectory.FireClick();
     ASSERT_NE(driver->state.g_sLogDir, "");
-    const std::vector<std::pair<std::string, std::string>> expected{{"explorer.exe", driver->state.g_sLogDir}};
+    const std::vector<std::pair<std::string, std::string>> expected{{"xdg-open", driver->state.g_sLogDir}};
     EXPECT_EQ(machine.processes.starts, expected);
+}
+
+TEST_F(HandBoxButtons, OpenLogDirectory_WithABlankInTheFolder_PassesItAsOneWord) {
+    driver->state.g_sLogDir = "/my logs";
+    HandBox().btnOpenLogDirectory.FireClick();
+    EXPECT_EQ(machine.processes.starts.at(0).second, "\"/my logs\"");
+}
+
+TEST_F(HandBoxButtons, OpenLogDirectory_WithoutAFileBrowser_NamesTheFolderInTheLog) {
+    machine.processes.canStart = false;
+    HandBox().btnOpenLogDirectory.FireClick();
+    EXPECT_TRUE(Logged("The logs are in " + driver->state.g_sLogDir));
 }
 
 TEST_F(HandBoxButtons, OpenLogDirectory_BeforeTheFirstLogOpensNothing) {

@@ -30,6 +30,10 @@ DateTime AddMilliseconds(const DateTime& date, std::int64_t count) {
                     .millisecond = static_cast<int>(time.subseconds().count())};
 }
 
+std::int64_t SecondsSince1970(const DateTime& date) {
+    return floor<seconds>(ToPoint(date)).time_since_epoch().count();
+}
+
 std::string TwoDigits(int value) {
     return (value < 10 ? "0" : "") + std::to_string(value);
 }

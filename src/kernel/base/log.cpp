@@ -1,17 +1,23 @@
 #include "kernel/base/log.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <limits>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "kernel/base/application_info.h"
+#include "kernel/base/date_time.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
 
 namespace kestrane {
 namespace {
 
+constexpr std::string_view kFilePrefix = "KS_ASCOM_";
+constexpr std::string_view kFileSuffix = ".log";
 constexpr std::size_t kOriginWidth = 16;
 constexpr std::size_t kLineNumberWidth = 6;
 constexpr std::size_t kDateWidth = 10;
@@ -95,6 +101,66 @@ WindowChoice ChooseForWindow(std::string_view line, LogState& state) {
     return {};
 }
 
+/// A text on one line, whatever it holds.
+std::string OnOneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    for (const char c : text) {
+        switch (c) {
+            case '\r':
+                line += "\\r";
+                break;
+            case '\n':
+                line += "\\n";
+                break;
+            case '\x1B':
+                line += "\\e";
+                break;
+            case '\0':
+                line += "\\0";
+                break;
+            default:
+                line += c;
+        }
+    }
+    return line;
+}
+
+bool IsLogName(const std::string& name) {
+    return name.starts_with(kFilePrefix) && name.ends_with(kFileSuffix);
+}
+
+/// A log file that is not written any more.
+struct OldFile {
+    std::filesystem::path path;
+    std::filesystem::file_time_type lastLine;
+    std::uintmax_t bytes = 0;
+};
+
+/// The log files of a folder but one, oldest first.
+std::vector<OldFile> OldFiles(const std::filesystem::path& folder, const std::filesystem::path& open) {
+    std::vector<OldFile> files;
+    std::error_code failure;
+    for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        std::error_code ignored;
+        const std::filesystem::path& path = entry->path();
+        if (IsLogName(path.filename().string()) && path != open &&
+            std::filesystem::is_regular_file(entry->symlink_status(ignored))) {
+            files.push_back({path, entry->last_write_time(ignored), entry->file_size(ignored)});
+        }
+    }
+    std::ranges::sort(files, [](const OldFile& left, const OldFile& right) {
+        return std::tie(left.lastLine, left.path) < std::tie(right.lastLine, right.path);
+    });
+    return files;
+}
+
+std::int64_t SecondsOf(std::filesystem::file_time_type time) {
+    using Clock = std::filesystem::file_time_type::clock;
+    return std::chrono::duration_cast<std::chrono::seconds>(Clock::to_sys(time).time_since_epoch()).count();
+}
+
 /// Runs one statement and drops its failure: a log never fails its caller.
 template <typename Statement>
 void Quietly(Statement&& statement) {
@@ -129,7 +195,10 @@ void Log::LogMessage(std::string_view origin, int level, std::string_view messag
 void Log::LogTrouble(std::string_view origin, LogLevel level, std::string_view message) {
     if (state_.g_bDebugLog) {
         LogMessage(origin, level, message);
-        return;
+        // Without a folder the first log is only about to be opened: its file must have the message too.
+        if (IsOpen() || !state_.g_sLogDir.empty()) {
+            return;
+        }
     }
     if (troubles_.size() == kKeptTroubles) {
         troubles_.pop_front();
@@ -144,10 +213,11 @@ void Log::LogKeptTroubles() {
 }
 
 void Log::LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message) {
-    const std::string text = ReplaceAll(message, "\r\n", "");
+    const std::string text = OnOneLine(ReplaceAll(message, "\r\n", ""));
     std::string line = timestamp;
-    line.append(": ").append(origin);
-    line.append(origin.size() < kOriginWidth ? kOriginWidth - origin.size() : 0, ' ');
+    const std::string shownOrigin = OnOneLine(origin);
+    line.append(": ").append(shownOrigin);
+    line.append(shownOrigin.size() < kOriginWidth ? kOriginWidth - shownOrigin.size() : 0, ' ');
     line.append(": ").append(LevelText(level)).append(" : ").append(text);
     if (!state_.g_bLogPaused) {
         WriteLogLine(line);
@@ -185,20 +255,101 @@ void Log::OpenLog() {
         OpenFile();
     }
     state_.g_nLogLine = 0;
+    limits_ = Ask<LogLimits>(facts_.limits, {});
     WriteHeader();
     if (state_.g_bDebugLog) {
         LogKeptTroubles();
     }
+    if (IsOpen()) {
+        RemoveOldFiles();
+    } else {
+        ReportMissingFolder();
+    }
+}
+
+void Log::ReportMissingFolder() {
+    if (!missingFolderReported_ && !state_.g_sLogDir.empty() && state_.g_sLogDir != commonFolder_) {
+        missingFolderReported_ = true;
+        if (facts_.reportMissingFolder) {
+            Quietly([&] { facts_.reportMissingFolder(state_.g_sLogDir); });
+        }
+    }
 }
 
 void Log::OpenFile() {
-    fileName_ = std::filesystem::path(state_.g_sLogDir) / ("KS_ASCOM_" + GetFileTimestamp() + ".log");
+    OpenPart(FreeName());
+}
+
+/// The name of the present second, unless that file is full already.
+std::filesystem::path Log::FreeName() const {
+    constexpr int kMostParts = 1000;  // of one second
+    const std::filesystem::path folder = state_.g_sLogDir;
+    const std::string name = std::string(kFilePrefix) + GetFileTimestamp();
+    std::filesystem::path file = folder / (name + std::string(kFileSuffix));
+    std::error_code failure;
+    for (int part = 2; part < kMostParts; ++part) {
+        const std::uintmax_t bytes = std::filesystem::file_size(file, failure);
+        if (failure || bytes < kPartBytes) {
+            break;
+        }
+        file = folder / (name + "_" + std::to_string(part) + std::string(kFileSuffix));
+    }
+    return file;
+}
+
+void Log::OpenPart(const std::filesystem::path& file) {
+    fileName_ = file;
+    std::error_code failure;
+    fileBytes_ = std::filesystem::file_size(file, failure);
+    if (failure) {
+        fileBytes_ = 0;
+    }
+    lineIsBroken_ = false;
+    if (fileBytes_ > 0) {
+        std::ifstream written(file, std::ios::binary);
+        lineIsBroken_ = written.seekg(-1, std::ios::end) && written.get() != '\n';
+    }
     // Without a buffer each line goes to the system in one write: a killed process loses no line, and a line that a
     // full disk refused is not kept and written later.
     stream_ = std::ofstream();
     stream_.rdbuf()->pubsetbuf(nullptr, 0);
-    stream_.open(fileName_, std::ios::binary | std::ios::trunc);
-    lineIsBroken_ = false;
+    stream_.open(file, std::ios::binary | std::ios::app);
+}
+
+void Log::NextPart() {
+    const std::filesystem::path before = fileName_;
+    stream_.close();
+    OpenFile();
+    if (!IsOpen()) {
+        OpenPart(before);
+        fileBytes_ = 0;  // the next part is tried again after as many bytes
+        return;
+    }
+    for (const std::string& line : header_) {
+        PutLine(line);
+    }
+    PutLine("# Continues: " + before.filename().string());
+    RemoveOldFiles();
+}
+
+void Log::RemoveOldFiles() {
+    if (commonFolder_.empty() || state_.g_sLogDir != commonFolder_) {
+        return;
+    }
+    constexpr std::int64_t kSecondsOfADay = 24 * 60 * 60;
+    const std::int64_t now = SecondsSince1970(clock_.DateLocalToUTC(clock_.GetLocalTime()));
+    const std::vector<OldFile> files = OldFiles(commonFolder_, fileName_);
+    std::uintmax_t bytes = fileBytes_;
+    for (const OldFile& file : files) {
+        bytes += file.bytes;
+    }
+    for (const OldFile& file : files) {
+        const bool old = now - SecondsOf(file.lastLine) > limits_.keptDays * kSecondsOfADay;
+        std::error_code failure;
+        if ((old || bytes > limits_.keptBytes) && std::filesystem::remove(file.path, failure)) {
+            bytes -= file.bytes;
+        }
+    }
 }
 
 void Log::ChooseFolder() {
@@ -218,14 +369,21 @@ void Log::ChooseFolder() {
 
 void Log::WriteHeader() {
     // The facts are read line by line: reading one may itself log, and that line must come before the line of the fact.
-    WriteLogLine("# KS ASCOM Driver - " + std::string(application::kDriverVersion));
-    WriteLogLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "")));
-    WriteLogLine("# Mount Type: " + Ask<std::string>(facts_.mountTypeName, ""));
-    WriteLogLine("# O/S: " + Ask<std::string>(facts_.osName, "unknown"));
-    WriteLogLine("# Admin: " + std::string(TrueFalse(Ask<bool>(facts_.isAdmin, false))));
+    header_.clear();
+    WriteHeaderLine("# KS ASCOM Driver - " + std::string(application::kDriverVersion));
+    WriteHeaderLine("# Controller: " + ControllerText(Ask<std::string>(facts_.controller, "")));
+    WriteHeaderLine("# Mount Type: " + Ask<std::string>(facts_.mountTypeName, ""));
+    WriteHeaderLine("# O/S: " + Ask<std::string>(facts_.osName, "unknown"));
+    WriteHeaderLine("# Admin: " + std::string(TrueFalse(Ask<bool>(facts_.isAdmin, false))));
+}
+
+void Log::WriteHeaderLine(const std::string& line) {
+    header_.push_back(OnOneLine(line));
+    PutLine(header_.back());
 }
 
 void Log::CloseLog() {
+    state_.g_bLogPaused = false;
     if (IsOpen()) {
         stream_.close();
     }
@@ -251,6 +409,16 @@ void Log::WriteLogLine(std::string_view line) {
     if (!IsOpen()) {
         return;
     }
+    if (fileBytes_ >= kPartBytes) {
+        NextPart();
+    }
+    PutLine(line);
+}
+
+void Log::PutLine(std::string_view line) {
+    if (!IsOpen()) {
+        return;
+    }
     std::string text;
     text.reserve(line.size() + kLineNumberWidth + 3);
     if (lineIsBroken_) {
@@ -267,6 +435,7 @@ void Log::WriteLogLine(std::string_view line) {
     // Writes to the buffer itself: it reports how much the disk took, and a failure does not block the next line.
     const std::streamsize taken = stream_.rdbuf()->sputn(text.data(), std::ssize(text));
     if (taken > 0) {
+        fileBytes_ += static_cast<std::uintmax_t>(taken);
         lineIsBroken_ = text[static_cast<std::size_t>(taken) - 1] != '\n';
     }
 }
@@ -283,7 +452,7 @@ std::string Log::GetTimestamp() {
     return text;
 }
 
-std::string Log::GetFileTimestamp() {
+std::string Log::GetFileTimestamp() const {
     const DateTime now = clock_.GetLocalTime();
     std::string text = std::to_string(now.year);
     AppendPadded(text += '-', now.month, 2);

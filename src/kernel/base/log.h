@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/clock.h"
 
@@ -42,6 +43,12 @@ public:
     virtual void Show(bool visible) = 0;
 };
 
+/// How many old log files are kept in the driver's own folder.
+struct LogLimits {
+    std::uintmax_t keptBytes = 500'000'000;  ///< of all together, the open one included
+    int keptDays = 30;                       ///< since the last line
+};
+
 /// What the head of a log file contains and where the file goes; read at each `OpenLog`, in this order, even when no
 /// file can be opened. One that is not set, or that fails, counts as its harmless value (an empty text, "unknown",
 /// false).
@@ -52,6 +59,9 @@ struct LogFileFacts {
     std::function<std::string()> osName;
     std::function<bool()> isAdmin;
     std::function<std::filesystem::path()> commonAppData;
+    std::function<LogLimits()> limits = {};
+    /// Called, once in a process, when no file can be opened in the folder of the settings.
+    std::function<void(const std::string& folder)> reportMissingFolder = {};
 };
 
 /// Takes every log line of the driver: writes it to the log file, with number and time, and passes a filtered, coloured
@@ -66,7 +76,8 @@ public:
     /// `window` may be null; it must outlive the log or be taken away first.
     void SetWindow(LogWindow* window) { window_ = window; }
 
-    /// Logs one message: nothing happens while `g_bDebugLog` is false. Every CR LF pair is removed from it.
+    /// Logs one message: nothing happens while `g_bDebugLog` is false. Every CR LF pair is removed from it; a CR, LF,
+    /// ESC or NUL that is left shows as "\r", "\n", "\e", "\0".
     void LogMessage(std::string_view origin, LogLevel level, std::string_view message);
     /// For levels outside the enumeration, which print as their number.
     void LogMessage(std::string_view origin, int level, std::string_view message);
@@ -75,8 +86,13 @@ public:
     void LogTrouble(std::string_view origin, LogLevel level, std::string_view message);
     static constexpr std::size_t kKeptTroubles = 20;
 
-    /// Opens a new file with its header if none is open. Failures leave the log without a file.
+    static constexpr std::uintmax_t kPartBytes = 50'000'000;  ///< of a file; the log goes on in the next one
+
+    /// Opens a file with its header if none is open; one of the same name is continued. Failures leave the log without
+    /// a file. Removes files "KS_ASCOM_*.log" beyond the limits, oldest first, from the driver's own folder only: never
+    /// from one that a person chose, and never the open one.
     void OpenLog();
+    /// Also ends a pause.
     void CloseLog();
     bool IsOpen() const { return stream_.is_open(); }
     /// By `g_bDebugLog`, opens the log and shows or hides the window as asked, or closes both.
@@ -88,7 +104,7 @@ public:
     /// Local time as YYYY-MM-DD HH:MM:SS.mmm.
     std::string GetTimestamp();
     /// Local time as YYYY-MM-DD_HH-MM-SS.
-    std::string GetFileTimestamp();
+    std::string GetFileTimestamp() const;
 
     const std::filesystem::path& FileName() const { return fileName_; }
 
@@ -99,7 +115,15 @@ public:
 private:
     void ChooseFolder();
     void OpenFile();
+    std::filesystem::path FreeName() const;
+    void OpenPart(const std::filesystem::path& file);
+    void NextPart();
+    /// Into the file that is open, however long it is.
+    void PutLine(std::string_view line);
     void WriteHeader();
+    void WriteHeaderLine(const std::string& line);
+    void RemoveOldFiles();
+    void ReportMissingFolder();
     void LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message);
     void LogKeptTroubles();
     void FeedWindow(std::string_view line);
@@ -111,6 +135,10 @@ private:
     LogWindow* window_ = nullptr;
     std::ofstream stream_;
     bool lineIsBroken_ = false;  ///< the disk took a part of the last line only
+    std::uintmax_t fileBytes_ = 0;
+    std::vector<std::string> header_;  ///< repeated in each part
+    LogLimits limits_;
+    bool missingFolderReported_ = false;
     std::filesystem::path fileName_;
     std::string commonFolder_;  ///< the folder used when none is set; made again at each open
     Listener listener_;

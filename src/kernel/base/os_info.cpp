@@ -45,7 +45,8 @@ bool IsAdmin(SystemInfo& system) {
 std::string GetOsName(SystemInfo& system) {
     const std::optional<OsVersion> version = system.GetVersion();
     if (!version) {
-        return "unknown";
+        const std::string name = system.Name();
+        return name.empty() ? "unknown" : name;
     }
     switch (version->platformId) {
         case kWin32s:

@@ -10,7 +10,8 @@ namespace kestrane {
 /// of the shell's own test. When a test fails, the answer is no.
 bool IsAdmin(SystemInfo& system);
 
-/// Name of the operating system for the log header; "unknown" where the system has no version record.
+/// Name of the operating system for the log header, by its version record or by the name that it gives itself;
+/// "unknown" where it has neither.
 std::string GetOsName(SystemInfo& system);
 
 }  // namespace kestrane

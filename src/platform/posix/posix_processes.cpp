@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <signal.h>
 #include <spawn.h>
 #include <sstream>
@@ -74,9 +73,23 @@ std::string ExecutableName(id_t process) {
     return name;
 }
 
-std::vector<std::string> SplitAtBlanks(std::string_view text) {
-    std::istringstream words{std::string(text)};
-    return {std::istream_iterator<std::string>(words), {}};
+/// The words of a text; one between double quotes may hold blanks.
+std::vector<std::string> SplitWords(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    std::vector<std::string> words;
+    for (std::size_t at = text.find_first_not_of(kBlanks); at != std::string_view::npos;
+         at = text.find_first_not_of(kBlanks, at)) {
+        const std::size_t quote = text[at] == '"' ? text.find('"', at + 1) : std::string_view::npos;
+        if (quote != std::string_view::npos) {
+            words.emplace_back(text.substr(at + 1, quote - at - 1));
+            at = quote + 1;
+        } else {
+            const std::size_t end = std::min(text.find_first_of(kBlanks, at), text.size());
+            words.emplace_back(text.substr(at, end - at));
+            at = end;
+        }
+    }
+    return words;
 }
 
 /// What a started program gets: a session of its own, the usual signals, none of our files, nothing to read or print
@@ -172,8 +185,8 @@ void PosixProcesses::Close(ProcessHandle handle) {
     opened_.erase(handle);
 }
 
-void PosixProcesses::Start(std::string_view path, std::string_view arguments) {
-    std::vector<std::string> words = SplitAtBlanks(arguments);
+bool PosixProcesses::Start(std::string_view path, std::string_view arguments) {
+    std::vector<std::string> words = SplitWords(arguments);
     words.insert(words.begin(), std::string(path));
     std::vector<char*> argv;
     for (std::string& word : words) {
@@ -184,10 +197,11 @@ void PosixProcesses::Start(std::string_view path, std::string_view arguments) {
     const SpawnSettings settings;
     pid_t process = 0;
     if (posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ) != 0) {
-        return;
+        return false;
     }
     // An ended child leaves the process list only when its parent waits for it.
     std::thread([process] { waitpid(process, nullptr, 0); }).detach();
+    return true;
 }
 
 void PosixProcesses::EndThisProcess() {

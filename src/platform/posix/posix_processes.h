@@ -26,9 +26,8 @@ public:
     /// 0 when the process is gone.
     std::uint32_t GetPriorityClass(ProcessHandle handle) override;
     void Close(ProcessHandle handle) override;
-    /// `arguments` is split at its blanks. The program gets a session of its own and none of our files and sockets; it
-    /// goes on after we have ended. A program that cannot be started is ignored.
-    void Start(std::string_view path, std::string_view arguments) override;
+    /// The program gets a session of its own and none of our files and sockets; it goes on after we have ended.
+    bool Start(std::string_view path, std::string_view arguments) override;
     void EndThisProcess() override;
 
 private:

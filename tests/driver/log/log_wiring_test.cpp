@@ -50,6 +50,12 @@ protected:
 // --- pausing
 // -----------------------------------------------------------------------------------------------------------
 
+TEST_F(LogWiringTest, TheQuestionWhetherToLogAParkedMount_LeavesNoLine) {
+    const TelescopeObject telescope = ParkedTelescope();
+    machine.AdvanceTime(10'000);
+    EXPECT_FALSE(Logged("LogWhenParked"));
+}
+
 TEST_F(LogWiringTest, ParkedForThreeMinutes_PausesTheFile_AfterSayingSoOnce) {
     const TelescopeObject telescope = ParkedTelescope();
     machine.AdvanceTime(kThreeMinutes - 5000);

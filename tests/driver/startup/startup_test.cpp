@@ -239,7 +239,8 @@ class CompanionTest : public StartupTest {
 protected:
     static constexpr std::string_view kKey = "KestraneCommandCenter\\ExeName";
     Waits waits{machine.clock, machine.pump};
-    Companion companion{machine.registry, machine.processes, waits};
+    KeptLog kept;
+    Companion companion{machine.registry, machine.processes, waits, kept.log};
 };
 
 TEST_F(CompanionTest, Path_ComesFromATextOrANumber_AndFromNothingElse) {
@@ -268,6 +269,17 @@ TEST_F(CompanionTest, Start_WhileItRunsInAnyCase_StartsNothing) {
     machine.processes.list.push_back("qUAY.exe");
     EXPECT_FALSE(companion.StartCompanion());
     EXPECT_TRUE(machine.processes.starts.empty());
+}
+
+TEST_F(CompanionTest, Start_OfOneThatCannotBeStarted_CountsAsNotStartedAndIsLoggedAsAWarning) {
+    machine.registry.SetText(kKey, "Name", "/opt/quay/Quay");
+    machine.processes.canStart = false;
+    const Tick before = machine.clock.GetTickCount();
+    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_EQ(machine.clock.GetTickCount() - before, 0);
+    ASSERT_EQ(kept.messages.size(), 1U);
+    EXPECT_EQ(kept.messages[0].level, 1);
+    EXPECT_NE(kept.messages[0].message.find("/opt/quay/Quay"), std::string::npos);
 }
 
 TEST_F(CompanionTest, Start_WithoutAnExecutableName_StartsNothing) {

@@ -1,4 +1,6 @@
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -63,6 +65,49 @@ TEST_F(DriverFixture, WithoutALock_TheLogIsOnOnlyWhenItsSettingSaysSo) {
     driver = Main(machine.Services(), true);
     const TelescopeObject first = driver->CreateTelescope();
     EXPECT_FALSE(driver->state.g_bDebugLog);
+}
+
+TEST_F(DriverFixture, AMessageBoxOfTheTimeWithoutALog_IsInTheNextOne) {
+    Seed({{"chkEnableDebugLog", "1"}});
+    std::filesystem::create_directories(machine.folders.LegacyFile());  // cannot be read
+    Start();
+    ASSERT_EQ(machine.messageBoxes.shown.size(), 1U);
+    EXPECT_NE(ContentOf(driver->log.FileName()).find(": MessageBox      : Error     : The old settings file cannot"),
+              std::string::npos);
+    ExpectSwallow("*");
+    EXPECT_NO_THROW(ConnectedTelescope());
+    EXPECT_EQ(machine.messageBoxes.shown.size(), 1U);
+}
+
+TEST_F(DriverFixture, ALogFolderThatIsNotThere_IsReportedOnce) {
+    const std::string folder = (machine.folders.Root() / "gone").string();
+    Seed({{"LogFileDir", folder}});
+    Start();
+    const TelescopeObject telescope = ConnectedTelescope();
+    ASSERT_EQ(machine.messageBoxes.Texts().size(), 1U);
+    EXPECT_NE(machine.messageBoxes.Texts()[0].find(folder), std::string::npos);
+}
+
+TEST_F(DriverFixture, TheLimitsOfTheLogs_AreSettings) {
+    const auto keeps = [&](const char* days) {
+        driver.reset();
+        machine.AdvanceTime(1000);
+        Seed({{"LogKeepDays", days}});
+        const std::filesystem::path old =
+            machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "Logs" / "KS_ASCOM_1970-01-01_00-00-00.log";
+        std::filesystem::create_directories(old.parent_path());
+        std::ofstream(old) << "old";
+        using FileClock = std::filesystem::file_time_type::clock;
+        const std::chrono::sys_days day = std::chrono::year{machine.clock.GetLocalTime().year} / 1 / 1;
+        std::filesystem::last_write_time(
+            old, std::chrono::time_point_cast<std::filesystem::file_time_type::duration>(FileClock::from_sys(
+                     std::chrono::time_point_cast<std::chrono::seconds>(day - std::chrono::days{60}))));
+        Start();
+        return std::filesystem::exists(old);
+    };
+    EXPECT_FALSE(keeps("30"));
+    EXPECT_TRUE(keeps("100000"));
+    EXPECT_FALSE(keeps("none")) << "counts as 30";
 }
 
 class FullDiskTest : public DriverFixture {

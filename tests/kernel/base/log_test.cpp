@@ -15,7 +15,8 @@ TEST_F(LogTest, AFile_IsToTheByteAsItWasAlways) {
     log.LogMessage("OpenConnection", LogLevel::Fatal, "");
     log.LogMessage("ASCOM", LogLevel::Exception, "SET TargetRightAscension FAILED!");
     log.LogMessage("AnOriginLongerThan16", 7, "kept whole");
-    log.LogMessage("SixteenCharacter", -1, "a\rb\nc");
+    log.LogMessage("SixteenCharacter", -1, std::string("a\rb\nc\x1B[2J\0d", 11));
+    log.LogMessage("A\nB", 0, "\r\r\n\n");
     EXPECT_EQ(log.FileName(), LogFile());
     EXPECT_EQ(ContentOf(LogFile()),
               "000001 # KS ASCOM Driver - 5.50.03\n"
@@ -29,7 +30,8 @@ TEST_F(LogTest, AFile_IsToTheByteAsItWasAlways) {
               "000009 2024-03-07 09:05:02.008: OpenConnection  : Fatal     : \n"
               "000010 2024-03-07 09:05:02.008: ASCOM           : Exception : SET TargetRightAscension FAILED!\n"
               "000011 2024-03-07 09:05:02.008: AnOriginLongerThan16: 7 : kept whole\n"
-              "000012 2024-03-07 09:05:02.008: SixteenCharacter: -1 : a\rb\nc\n");
+              "000012 2024-03-07 09:05:02.008: SixteenCharacter: -1 : a\\rb\\nc\\e[2J\\0d\n"
+              "000013 2024-03-07 09:05:02.008: A\\nB            : Info      : \\r\\n\n");
 }
 
 TEST_F(LogTest, Timestamps_HaveTheYearUnpadded) {
@@ -49,6 +51,7 @@ TEST_F(LogTest, Header_NamesTheController) {
     for (const ControllerRow& row : rows) {
         log.SetFacts(
             LogFileFacts{{}, [&] { return std::string(row.setting); }, {}, {}, {}, [this] { return folder.Path(); }});
+        std::filesystem::remove(LogFile());
         log.OpenLog();
         log.CloseLog();
         EXPECT_NE(ContentOf(LogFile()).find("# Controller: " + std::string(row.text) + "\n"), std::string::npos);
@@ -135,12 +138,20 @@ TEST_F(LogTest, OpenLog_OnAnOpenLog_GoesOnWithIt) {
     EXPECT_EQ(state.g_nLogLine, 5);
 }
 
-TEST_F(LogTest, OpenLog_ReplacesAFileOfTheSameName) {
+TEST_F(LogTest, OpenLog_ContinuesAFileOfTheSameName) {
     log.OpenLog();
     log.LogMessage("ASCOM", LogLevel::Info, "old");
     log.CloseLog();
+    const std::string before = ContentOf(LogFile());
     log.OpenLog();
-    EXPECT_EQ(ContentOf(LogFile()).find("old"), std::string::npos);
+    EXPECT_TRUE(ContentOf(LogFile()).starts_with(before + "000001 # KS ASCOM Driver"));
+}
+
+TEST_F(LogTest, OpenLog_AfterALineThatAKillCutShort_BeginsANewLine) {
+    std::filesystem::create_directories(LogsFolder());
+    std::ofstream(LogFile()) << "000006 cut sh";
+    log.OpenLog();
+    EXPECT_TRUE(ContentOf(LogFile()).starts_with("000006 cut sh\n000001 # KS ASCOM Driver"));
 }
 
 TEST_F(LogTest, OpenLog_WithoutASetFolder_MakesTheCommonOneEachTime) {
@@ -188,10 +199,18 @@ TEST_F(LogTest, OpenLog_WithAFolderInTheSettings_NeverAsksForTheCommonOne) {
 
 TEST_F(LogTest, OpenLog_WithAFolderInTheSettingsThatIsMissing_MakesNone) {
     const std::filesystem::path set = folder.Path() / "mine";
-    log.SetFacts(LogFileFacts{[&] { return set.string(); }, {}, {}, {}, {}, [this] { return folder.Path(); }});
+    int reported = 0;
+    LogFileFacts facts{[&] { return set.string(); }, {}, {}, {}, {}, [this] { return folder.Path(); }};
+    facts.reportMissingFolder = [&](const std::string& missing) {
+        EXPECT_EQ(missing, set.string());
+        ++reported;
+    };
+    log.SetFacts(facts);
     log.OpenLog();
     EXPECT_FALSE(log.IsOpen());
     EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+    log.OpenLog();
+    EXPECT_EQ(reported, 1) << "once";
 }
 
 TEST_F(LogTest, ToggleLog_OpensAndClosesWithTheFlag) {
@@ -208,6 +227,49 @@ TEST_F(LogTest, ToggleLog_OpensAndClosesWithTheFlag) {
     log.ToggleLog(true);
     EXPECT_FALSE(log.IsOpen());
     EXPECT_FALSE(window.visible);
+}
+
+TEST_F(LogTest, ToggleLog_Off_EndsAPause) {
+    log.ToggleLog(false);
+    state.g_bLogPaused = true;
+    state.g_bDebugLog = false;
+    log.ToggleLog(false);
+    EXPECT_FALSE(state.g_bLogPaused);
+}
+
+TEST_F(LogTest, ToggleLog_OnAnOpenLog_LeavesAPause) {
+    log.ToggleLog(false);
+    state.g_bLogPaused = true;
+    log.ToggleLog(false);
+    EXPECT_TRUE(state.g_bLogPaused);
+}
+
+// --- troubles
+
+TEST_F(LogTest, ATroubleOfTheTimeWithoutALog_StandsAfterTheHeadOfTheNextWithItsOwnTime) {
+    state.g_bDebugLog = false;
+    for (std::size_t i = 0; i <= Log::kKeptTroubles; ++i) {
+        log.LogTrouble("Settings", LogLevel::Error, "no " + std::to_string(i));
+    }
+    log.LogMessage("ASCOM", LogLevel::Info, "lost");
+    clock.SetLocalTime({2024, 3, 7, 10, 0, 0, 0});
+    state.g_bDebugLog = true;
+    log.OpenLog();
+    const std::string content = ContentOf(log.FileName());
+    EXPECT_NE(content.find("True\n000006 2024-03-07 09:05:02.008: Settings        : Error     : no 1\n"),
+              std::string::npos)
+        << content;
+    EXPECT_TRUE(content.ends_with(": no 20\n"));
+    log.CloseLog();
+    std::filesystem::remove(log.FileName());
+    log.OpenLog();
+    EXPECT_EQ(ContentOf(log.FileName()).find("Settings"), std::string::npos) << "once";
+}
+
+TEST_F(LogTest, ATroubleWithALog_IsALineLikeOthers) {
+    log.OpenLog();
+    log.LogTrouble("Settings", LogLevel::Error, "text");
+    EXPECT_TRUE(ContentOf(LogFile()).ends_with(": Settings        : Error     : text\n"));
 }
 
 }  // namespace

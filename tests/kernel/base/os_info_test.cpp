@@ -11,7 +11,10 @@ struct ToldSystem final : SystemInfo {
     bool ShellAdminTest() override { return shellSaysAdmin; }
     std::optional<int> TokenElevationType() override { return elevation; }
 
+    std::string Name() override { return name; }
+
     std::optional<OsVersion> version;
+    std::string name;
     bool shellSaysAdmin = false;
     std::optional<int> elevation;
 };
@@ -34,6 +37,8 @@ TEST(OsInfoTest, GetOsName_OfEachVersion_IsItsName) {
     };
     ToldSystem system;
     EXPECT_EQ(GetOsName(system), "unknown");
+    system.name = "Debian GNU/Linux 12 (bookworm), Linux 6.1.0 x86_64";
+    EXPECT_EQ(GetOsName(system), system.name);
     for (const Row& row : rows) {
         system.version = row.version;
         EXPECT_EQ(GetOsName(system), row.name);

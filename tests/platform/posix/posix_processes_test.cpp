@@ -151,6 +151,10 @@ TEST_F(StartTest, Start_SplitsTheArgumentsAtBlanks) {
     EXPECT_EQ(StartScript("$#:$1:$2", " -c  \"quoted "), "2:-c:\"quoted\n");
 }
 
+TEST_F(StartTest, Start_KeepsAQuotedArgumentWhole) {
+    EXPECT_EQ(StartScript("$#:$1:$2", "-c \"/my logs\""), "2:-c:/my logs\n");
+}
+
 TEST_F(StartTest, Start_WithoutArguments_PassesNone) {
     EXPECT_EQ(StartScript("$#", " "), "0\n");
 }
@@ -182,8 +186,8 @@ TEST_F(StartTest, StartedProgram_LeavesNoZombie) {
 }
 
 TEST_F(StartTest, Start_OfAMissingProgram_IsPassedOver) {
-    processes_.Start((folder_.Path() / "missing").string(), " -c");
-    processes_.Start("", "");
+    EXPECT_FALSE(processes_.Start((folder_.Path() / "missing").string(), " -c"));
+    EXPECT_FALSE(processes_.Start("", ""));
     EXPECT_EQ(StartScript("still here", ""), "still here\n");
 }
 
@@ -212,6 +216,7 @@ TEST(PosixPlatform, SmallServices_AnswerForThisKindOfMachine) {
     EXPECT_FALSE(services.systemInfo.GetVersion());
     EXPECT_FALSE(services.systemInfo.TokenElevationType());
     EXPECT_EQ(services.systemInfo.ShellAdminTest(), geteuid() == 0);
+    EXPECT_NE(services.systemInfo.Name().find("Linux "), std::string::npos) << services.systemInfo.Name();
     EXPECT_TRUE(services.utility.Available());
 
     testing::internal::CaptureStderr();
