@@ -19,9 +19,9 @@ inline constexpr int kFirstDescriptor = 3;
 using ReadEnvironment = std::function<const char*(const char* name)>;
 
 /// The sockets handed over by the socket-activation protocol: LISTEN_PID names this process, LISTEN_FDS counts the
-/// sockets from `kFirstDescriptor` up, and LISTEN_FDNAMES ("alpaca:discovery") gives the purpose of each. Nothing when the
-/// process was started without a listening "alpaca" socket: then no client asked for it. Sockets of other names or of
-/// the wrong kind are left alone; those taken are closed in programs that are started later.
+/// sockets from `kFirstDescriptor` up, and LISTEN_FDNAMES ("alpaca:discovery") gives the purpose of each. Nothing when
+/// the process was started without a listening "alpaca" socket: then no client asked for it. Sockets of other names or
+/// of the wrong kind are left alone; those taken are closed in programs that are started later.
 std::optional<ServerSockets> TakeInheritedSockets(const ReadEnvironment& environment, int processId);
 
 }  // namespace kestrane::alpaca
