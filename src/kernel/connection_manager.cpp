@@ -1,6 +1,7 @@
 #include "kernel/connection_manager.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -325,7 +326,9 @@ void ConnectionManager::CountClient(ClientKind kind) {
     // A program that connects again and again without end must not come out as minus 32768 clients.
     const auto count = [](std::int16_t& connects, bool& connected) {
         connected = true;
-        connects = ToShort(connects + 1);
+        if (connects < std::numeric_limits<std::int16_t>::max()) {
+            ++connects;
+        }
     };
     if (kind == ClientKind::Telescope) {
         count(state_.g_nScopeConnects, state_.g_bConnected);

@@ -92,8 +92,12 @@ void HandBoxPanel::OnSiteTick() {
         return;
     }
     siteAskedAt_ = now;
-    siteFailures_ = std::min(siteFailures_ + 1, kSiteFailures);
+    // Only refused replies count: a silent mount may answer at any moment.
+    const std::int32_t silences = driver_.counters.Values().g_nReceiveTerminatedErrors;
     needs_.readMountSite(Notice::LogOnly);
+    if (driver_.counters.Values().g_nReceiveTerminatedErrors == silences) {
+        siteFailures_ = std::min(siteFailures_ + 1, kSiteFailures);
+    }
 }
 
 }  // namespace kestrane

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
@@ -72,9 +73,10 @@ protected:
     ClientObjects objects{ClientObjectsNeeds{pump, clock, devices, gate, [] {}, LeaseTimes{}}};
     RouteTable routes{NotingRoutes(), FocuserRoutes()};
     Management management{{"server", "maker", "1", "here"}, std::filesystem::temp_directory_path() / "no_such_file"};
-    RequestHandler handler{RequestHandlerNeeds{routes, objects, pump, management,
-                                               [](const std::function<void()>& function) { function(); },
-                                               [](http::ConnectionId) { return false; }}};
+    RequestHandler handler{RequestHandlerNeeds{
+        routes, objects, pump, management, [](const std::function<void()>& function) { function(); },
+        [](http::ConnectionId) { return false; }, [](std::chrono::milliseconds, const std::function<void()>&) {},
+        std::chrono::milliseconds{60'000}, [](http::ConnectionId, const std::string&) {}}};
     int answered = 0;
 };
 

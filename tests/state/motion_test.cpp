@@ -4,13 +4,15 @@
 #include <cstddef>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <map>
 #include <ostream>
-#include <regex>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "state/sequence.h"
 #include "support/virtual_platform.h"
@@ -251,17 +253,36 @@ std::string WithoutSpaces(std::string_view cells) {
     return text;
 }
 
-/// The rows of the table in the header: name, then the cells without their blanks, those of guiding left out.
+/// Without the columns of guiding, which the header gives one and this file four.
+constexpr std::size_t kGuidingColumns = 4;
+
+std::string WithoutGuiding(std::vector<std::string> cells, std::size_t columns) {
+    const auto first = cells.begin() + GN;
+    cells.erase(first, first + static_cast<std::ptrdiff_t>(columns));
+    std::string text;
+    for (const std::string& cell : cells) {
+        text += cell;
+    }
+    return text;
+}
+
+std::vector<std::string> Words(const std::string& line) {
+    std::istringstream stream(line);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
 std::map<std::string, std::string> RowsOfHeader() {
     std::map<std::string, std::string> rows;
     std::ifstream header(KESTRANE_MOTION_TABLE);
-    const std::regex event(R"(^//   ([A-Z][A-Za-z]+) +((?:[^ ]+ +){13,}[^ ]+)$)");
+    bool inTable = false;
     for (std::string line; std::getline(header, line);) {
-        if (std::smatch parts;
-            std::regex_match(line, parts, event) && parts[2].str().find("g_b") == std::string::npos) {
-            const std::string cells = parts[2];
-            rows[parts[1]] = WithoutSpaces(cells.substr(0, cells.find_last_of(' ')));
+        std::vector<std::string> words = Words(line);
+        const bool isRow =
+            words.size() == kColumns - kGuidingColumns + 3;  // the slashes, the name, one cell of guiding
+        if (inTable && isRow && line.starts_with("//   ") && words[1] != "the") {
+            rows[words[1]] = WithoutGuiding({words.begin() + 2, words.end()}, 1);
         }
+        inTable = inTable || (words.size() > 2 && words[1] == "S" && words[2] == "M");
     }
     return rows;
 }
@@ -269,8 +290,8 @@ std::map<std::string, std::string> RowsOfHeader() {
 std::map<std::string, std::string> RowsOfTest() {
     std::map<std::string, std::string> rows;
     for (const Row& row : kRows) {
-        const std::string cells = WithoutSpaces(row.cells);
-        rows[std::string(row.name.substr(0, row.name.find('(')))] = cells.substr(0, GN);
+        rows[std::string(row.name.substr(0, row.name.find('(')))] =
+            WithoutGuiding(Words(std::string(row.cells)), kGuidingColumns);
     }
     return rows;
 }

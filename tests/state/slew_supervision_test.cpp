@@ -621,6 +621,7 @@ TEST_P(ParkAbortTest, ParkThatStandsOutOfTolerance_IsEndedByAnAbort) {
     EXPECT_TRUE(state.g_bParking);
     motion.Stopped();
     poll.UpdateMountInfo();
+    poll.UpdateMountInfo();  // a status text that does not come ends a step
     EXPECT_FALSE(state.g_bParking);
 }
 

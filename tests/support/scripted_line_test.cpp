@@ -50,7 +50,7 @@ TEST_F(ScriptedLineTest, WritesAndSilences_AreTold) {
     port->Read(1, 250);
     EXPECT_EQ(told, ":GR#:GD#");
     EXPECT_EQ(line.written, told);
-    EXPECT_EQ(waits, (std::vector<std::int32_t>{0, 250}));
+    EXPECT_EQ(waits, (std::vector<std::int32_t>{250}));
 }
 
 TEST_F(ScriptedLineTest, Flood_BringsAByteEachSoManyMilliseconds_BetweenThoseThatWereTold) {
@@ -73,7 +73,7 @@ TEST_F(ScriptedLineTest, Reads_AreCountedAlsoOfAClosedPort) {
     port->Read(1, 0);
     port->Close();
     EXPECT_EQ(port->Read(1, 100), "");
-    EXPECT_EQ(ports.Reads(), 2);
+    EXPECT_EQ(ports.Reads(), 1) << "a look without a wait is none";
     EXPECT_EQ(clock.Elapsed(), 0);
 }
 

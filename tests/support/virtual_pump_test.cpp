@@ -45,7 +45,7 @@ TEST_F(VirtualPumpTest, AdvanceTime_EndsThoughATimerIsSlowerThanItsInterval) {
         clock.Sleep(25);
     });
     pump.AdvanceTime(40);
-    EXPECT_EQ(ran, (Names{"tick@10", "tick@35"}));
+    EXPECT_EQ(ran, Names{"tick@10"}) << "a whole interval follows a tick that took longer than one";
 }
 
 TEST_F(VirtualPumpTest, PostAt_WhenTicksFallDue_ComesAfterThem) {

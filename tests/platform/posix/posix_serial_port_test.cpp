@@ -315,6 +315,7 @@ TEST_F(SerialTest, WaitForBytes_LetsReadsInAgainAndAgain) {
                                  farEnd_.Send("x");
                              }
                          }};
+    Link(1, farEnd_.Name());
     ASSERT_EQ(port.Open(1, 9600), 0);
     EXPECT_EQ(port.Read(10, 3'600'000), "x");
     EXPECT_GE(reads, 3);
