@@ -133,7 +133,7 @@ protected:
 };
 
 TEST_F(FullDiskTest, ADiskThatFillsDuringARun_HoldsUpNoMotionAndLosesNoSetting) {
-    const TelescopeObject telescope = ConnectedTelescope();
+    TelescopeObject telescope = ConnectedTelescope();
     Slew(telescope);
     disk.Fill();
     Slew(telescope);
@@ -148,6 +148,7 @@ TEST_F(FullDiskTest, ADiskThatFillsDuringARun_HoldsUpNoMotionAndLosesNoSetting) 
     machine.AdvanceTime(30'000);
     Slew(telescope);
     EXPECT_EQ(TimesLogged("The settings can be written again"), 1);
+    telescope.reset();
     driver.reset();
     Start();
     EXPECT_EQ(driver->persist.Read(setting::SiteName), std::string(6000, 't'));
