@@ -32,6 +32,7 @@ public:
     Tick GetTickCount() override { return {}; }
     DateTime GetLocalTime() override { return {2024, 3, 7, 9, 5, 2, 8}; }
     void Sleep(std::int32_t) override {}
+    void SleepWithReads(std::int32_t) override {}
     double TimeZoneOffset() override { return 0.0; }
     DateTime DateLocalToUTC(const DateTime& local) override { return local; }
     DateTime DateUTCToLocal(const DateTime& utc) override { return utc; }

@@ -129,15 +129,20 @@ void PollLoop::AskWhatIsDue() {
             queries.QuerySideOfMount();
         }
     });
-    Query asked = nullptr;
-    errors.Step([&] { asked = RunDueQuery(); });
+    bool timeAsked = false;
+    bool lstAsked = false;
     errors.Step([&] {
-        if (asked != &MountQueries::QueryTime) {
+        const Query asked = RunDueQuery();
+        timeAsked = asked == &MountQueries::QueryTime;
+        lstAsked = asked == &MountQueries::QueryLst;
+    });
+    errors.Step([&] {
+        if (!timeAsked) {
             queries.UpdateMountTimeDisplay();
         }
     });
     errors.Step([&] {
-        if (asked != &MountQueries::QueryLst) {
+        if (!lstAsked) {
             queries.UpdateHourAngle();
         }
     });
