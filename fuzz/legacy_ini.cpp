@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "settings/legacy_text.h"
 #include "support.h"
 
 namespace {
@@ -81,7 +82,7 @@ std::string NaiveLookUp(std::string_view content, std::string_view key) {
         const bool longEnough = line.size() > key.size();
         if (Lower(header) == kSection && longEnough && Lower(line.substr(0, key.size())) == Lower(key) &&
             line[key.size()] == '=') {
-            return line.substr(key.size() + 1);
+            return Utf8OfLegacyText(line.substr(key.size() + 1));
         }
     }
     return std::string(kFallback);
