@@ -14,6 +14,7 @@ namespace {
 constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
 constexpr int kMostAlarmsBeforeReply = 3;  // one of each letter
+constexpr std::string_view kMotionAccepted = "0";
 
 /// On the line a character is one byte; texts of the driver are UTF-8. Characters beyond 0xFF become "?"; bytes that
 /// are no UTF-8 go out as they are.
@@ -237,7 +238,22 @@ std::string classSerial::ReceiveCharacter() {
             break;
         }
     }
-    return text;
+    return LastOfDoubledReply(std::move(text));
+}
+
+/// The byte of an earlier reply may come while this command goes out, and is read in place of the answer. "0" starts
+/// motion, so it must not be taken for a late byte of something else.
+std::string classSerial::LastOfDoubledReply(std::string reply) {
+    if (reply.empty() || reply == kMotionAccepted) {
+        return reply;
+    }
+    const std::string rest = TakeLateBytes();
+    if (!rest.empty()) {
+        needs_.counters.CountRetransmit();
+        needs_.log.LogMessage("Serial", LogLevel::Warning,
+                              "More than the reply of one character was there: '" + reply + FromLine(rest) + "'");
+    }
+    return rest == kMotionAccepted ? rest : reply;
 }
 
 std::int32_t classSerial::AlarmsCounted() const {

@@ -89,6 +89,7 @@ private:
     /// The same for a text that may hold several replies.
     void FilterDrained(std::string& text);
     std::int32_t AlarmsCounted() const;
+    std::string LastOfDoubledReply(std::string reply);
     /// Logs that the device has gone, or is back.
     void NoteDevice();
     std::string ReadWaiting();

@@ -44,7 +44,8 @@ public:
     /// line is silent.
     virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
     /// One character, as `ReceiveCounted` reads it. When an alarm letter came in its place, the short read counts, and
-    /// one more character is read for each such letter, three at most.
+    /// one more character is read for each such letter, three at most. What waits after another character than "0" is
+    /// dropped, counted as a retransmit and logged; a single "0" there is the reply, since a late one stood before it.
     virtual std::string ReceiveCharacter() = 0;
     /// The bytes that wait now, without the alarm letters; waits for none. What waits before a command goes out belongs
     /// to an earlier one.

@@ -88,6 +88,22 @@ TEST_F(BlindExchange, ReplyToTheSlewBehindAnAlarmLetter_IsReadAllTheSame) {
     EXPECT_TRUE(exchange->CommandBool("MS", false));
 }
 
+TEST_F(BlindExchange, ReplyToTheSlewBehindADoubledOne_IsReadAllTheSame) {
+    for (const auto& [bytes, reply, dropped] :
+         {std::tuple{"10", "0", 1}, {"11", "1", 1}, {"12", "1", 1}, {"1", "1", 0}, {"1Z", "1", 0}, {"1Z0", "0", 1}}) {
+        SCOPED_TRACE(bytes);
+        line.Schedule(clock.Elapsed() + 10, bytes);
+        const std::int32_t retransmits = counters.Values().g_nRetransmits;
+        clock.Sleep(10);
+        EXPECT_EQ(link->ReceiveCharacter(), reply);
+        EXPECT_EQ(counters.Values().g_nRetransmits - retransmits, dropped);
+        EXPECT_EQ(link->TakeLateBytes(), "");
+    }
+    line.Schedule(clock.Elapsed() + 10, "01");
+    EXPECT_EQ(link->ReceiveCharacter(), "0");
+    EXPECT_EQ(link->TakeLateBytes(), "1") << "after an accepted slew nothing is looked for";
+}
+
 TEST_F(BlindExchange, DeviceThatGoesAndComesBack_IsLoggedByName) {
     machine.serialPorts.Disconnect(1);
     const std::int64_t start = clock.Elapsed();

@@ -123,7 +123,9 @@ void StormNight::Slew() {
     const double dec = -10.0 + choice_.Below(80);
     slewAsked_ = true;  // also when it raises: the mount may have understood
     ++report_.slews;
-    Try([&] { client_->SlewToCoordinatesAsync(ra, dec); });
+    if (!Try([&] { client_->SlewToCoordinatesAsync(ra, dec); })) {
+        Abort();  // as a careful program does: a garbled answer can hide that the mount has accepted
+    }
 }
 
 void StormNight::Abort() {
