@@ -204,7 +204,7 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
         driver_.waits.WaitForMilliseconds(kCompanionWaitMs);
         return true;
     }
-    if (needs_.companion.StartCompanion()) {
+    if (needs_.companion.StartCompanion(opening.companionFailureTold)) {
         opening.startAttempts = 1;
         return true;
     }

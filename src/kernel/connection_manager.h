@@ -103,6 +103,7 @@ private:
         std::string portText;
         Tick start{};
         int startAttempts = 0;
+        bool companionFailureTold = false;
         bool linkSetUp = false;  ///< the set-up of the link has been done once
     };
     enum class PassResult { MountFound, NextPass, Failed };
