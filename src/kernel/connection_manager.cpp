@@ -368,6 +368,9 @@ bool ConnectionManager::IsClientConnected(ClientKind kind) {
 }
 
 void ConnectionManager::UpdateClientsLabel() {
+    if (ended_) {
+        return;  // a write would load the window again
+    }
     const auto shown = [](std::int16_t objects) { return std::to_string(std::max(0, objects - 1)); };
     needs_.handBox.lblClients.Text("Clients:  " + shown(state_.g_nScopeObjects) + " / " +
                                    shown(state_.g_nFocuserObjects));

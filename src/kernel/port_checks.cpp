@@ -31,7 +31,7 @@ bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void
 /// open, also after a failure.
 bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                                const std::function<bool(MountLink&, bool openedHere)>& work) {
-    if (!needs_.link) {
+    if (!needs_.link || ended_) {
         return false;
     }
     MountLink& link = *needs_.link;
