@@ -68,7 +68,8 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
         }
     } catch (const DriverError& error) {
         if (!opening.linkSetUp) {
-            connectFailure_ = "COM" + opening.portText + ": " + error.Message();
+            connectFailure_ = ip ? opening.portText + ": " + error.Message()
+                                 : WhyNoMount(ToInteger(opening.portText, driver_.log), false, opening.start);
             state_.g_bOpeningLink = false;
             throw;  // the transport's own error reaches the client unchanged
         }
@@ -148,7 +149,7 @@ void ConnectionManager::ChooseCompanionPort(Opening& opening) {
 }
 
 /// False when a serial port cannot be opened and no companion is configured that might still create it.
-bool ConnectionManager::SetUpLink(const Opening& opening) {
+bool ConnectionManager::SetUpLink(Opening& opening) {
     if (!needs_.link) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
     }
@@ -162,8 +163,10 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
     link.Port(ToInteger(opening.portText, driver_.log));
     link.Speed(kLinkSpeed);
     link.ReceiveTimeoutMS(timeout);
+    opening.opened = false;
     link.Connected(true);
-    return link.Connected() || opening.quay;
+    opening.opened = link.Connected();
+    return opening.opened || opening.quay;
 }
 
 /// Milliseconds. A setting that is no number or below 1 counts as the default.
@@ -309,12 +312,8 @@ std::string ConnectionManager::WhyNoMount(std::int32_t port, bool opened, Tick s
 /// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
 /// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
-    if (opening.ip) {
-        connectFailure_ = opening.portText + ": nothing answered";
-    } else {
-        connectFailure_ = WhyNoMount(ToInteger(opening.portText, driver_.log), needs_.link && needs_.link->Connected(),
-                                     opening.start);
-    }
+    connectFailure_ = opening.ip ? WhyNoMountAt(opening.portText)
+                                 : WhyNoMount(ToInteger(opening.portText, driver_.log), opening.opened, opening.start);
     driver_.log.LogMessage("OpenConnection", LogLevel::Error,
                            "OpenConnection Failed. No response from COM" + opening.portText + ". " + connectFailure_);
     CloseConnection(kind);

@@ -103,6 +103,7 @@ private:
         std::string portText;
         Tick start{};
         int startAttempts = 0;
+        bool opened = false;  ///< by the last set-up of the link
         bool companionFailureTold = false;
         bool linkSetUp = false;  ///< the set-up of the link has been done once
     };
@@ -112,7 +113,7 @@ private:
     bool FindMount(Opening& opening);
     PassResult TryOnce(Opening& opening);
     void ChooseCompanionPort(Opening& opening);
-    bool SetUpLink(const Opening& opening);
+    bool SetUpLink(Opening& opening);
     std::int32_t ReadTimeout();
     std::int16_t ReadRetries();
     bool ProbeMount();
@@ -121,6 +122,7 @@ private:
     void ReadRateKey();
     void ReadMountForm();
     std::string WhyNoMount(std::int32_t port, bool opened, Tick start) const;
+    static std::string WhyNoMountAt(const std::string& address) { return address + ": nothing answered"; }
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
     std::string MountInfoCaption(std::string_view port);
@@ -131,6 +133,7 @@ private:
     }
 
     // port_checks.cpp
+    bool LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened);
     bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
     bool OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                 const std::function<bool(MountLink&, bool openedHere)>& work);

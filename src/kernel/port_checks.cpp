@@ -66,11 +66,18 @@ bool ConnectionManager::AskVersion(std::string& version) {
 }
 
 bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version) {
+    bool opened = false;
+    return LookForMount(port, timeoutMs, version, opened);
+}
+
+/// `opened` is whether the port could be opened, or was open.
+bool ConnectionManager::LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened) {
     driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
     version.clear();
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeoutMS(kCheckTimeoutMs); },
         [&](MountLink& link, bool openedHere) {
+            opened = true;
             link.ClearBuffers();
             if (!openedHere) {
                 link.Transmit(wire::EndInput.With("").OnTheWire());
@@ -90,9 +97,12 @@ bool ConnectionManager::CheckMount(std::string& versionOrReason) {
     std::int16_t timeout = 0;
     TryParseInteger(driver_.persist.Read(setting::Timeout), timeout);
     const Tick start = driver_.clock.GetTickCount();
-    const bool found = CheckConnection(port, timeout, versionOrReason);
+    bool opened = false;
+    const bool found = LookForMount(port, timeout, versionOrReason, opened);
     if (!found) {
-        versionOrReason = WhyNoMount(port, needs_.link && needs_.link->OpenError() == 0, start);
+        versionOrReason = driver_.persist.ReadFlag(setting::chkIPAddress)
+                              ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
+                              : WhyNoMount(port, opened, start);
     }
     return found;
 }
