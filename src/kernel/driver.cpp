@@ -230,7 +230,7 @@ void Driver::EndOnRequest() {
 }
 
 void Driver::StopRunningAxes() {
-    if (!axisMotions.AnyStillRuns() || !link || !link->Connected()) {
+    if (!(axisMotions.AnyStillRuns() || state.g_bMoveSent) || !link || !link->Connected()) {
         return;
     }
     ResumeNext errors{ledger, "ShutdownDriver"};

@@ -153,6 +153,7 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bSecondLegBarred{false};  ///< the second leg must not be sent any more
     OwnedBy<Motion, bool> g_bGotoSent{false};         ///< a goto went out, and nobody has seen its end yet
     OwnedBy<Motion, bool> g_bGotoRuns{false};         ///< the mount has accepted a goto, and nothing seen ended it
+    OwnedBy<Motion, bool> g_bMoveSent{false};      ///< a move without a time went out, and nothing since that ends it
     OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
     OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
     Tick g_tickGotoTaken;                          ///< when the mount accepted the last goto

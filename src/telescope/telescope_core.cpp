@@ -70,6 +70,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
     if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
     }
+    if (wire::StartsEndlessMove(text)) {
+        needs_.motion.MoveSent();
+    }
 }
 
 std::string_view TelescopeCore::WhatMoves() const {
