@@ -128,9 +128,12 @@ int RunProgram(bool hasArguments) {
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
-    // A stop is the only call that gets into everything that waits. Nothing of it runs once `Serve` is over.
-    endSignals.Watch(
-        [&platform, &driver] { platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); }); });
+    // A stop is the only call that gets into everything that waits, but not into the read of an exchange. Nothing of it
+    // runs once `Serve` is over.
+    endSignals.Watch([&platform, &driver] {
+        platform.EndReads();
+        platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); });
+    });
     Serve(platform, *driver, *sockets);
     return kExitGood;
 }
