@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sys/stat.h>
 
 #include "process/process_fixture.h"
@@ -126,6 +127,9 @@ TEST_F(ProcessFixture, AConnectThatFails_SaysWhy) {
     }
     EXPECT_NE(LogText().find("OpenConnection Failed. No response from COM1. COM1 (/dev/null): it is no serial line"),
               std::string::npos);
+    const std::string head = LogText();
+    EXPECT_NE(head.find("# O/S: "), std::string::npos);
+    EXPECT_EQ(head.find("# O/S: unknown"), std::string::npos);
 }
 
 TEST_F(ProcessFixture, CheckMount_ShowsTheVersionOrWhyThereIsNone) {
@@ -143,9 +147,12 @@ TEST_F(ProcessFixture, CheckMount_ShowsTheVersionOrWhyThereIsNone) {
 TEST_F(ProcessFixture, FilesOfADriver_AreForTheUserAloneInTheUsersOwnFolder) {
     namespace fs = std::filesystem;
     const fs::perms user = fs::perms::owner_read | fs::perms::owner_write;
+    const fs::perms others = fs::perms::group_all | fs::perms::others_all;
     const fs::path own = folder.Path() / "Kestrane";
     ::umask(S_IWGRP | S_IWOTH);
-    for (const bool shared : {true, false}) {  // the second one finds the files of the first
+    fs::create_directories(own / "ASCOM");
+    std::ofstream(own / "ASCOM" / "ks.ini") << "[default]\n";  // as an earlier version left it
+    for (const bool shared : {true, false}) {                  // the second one finds the files of the first
         if (!shared) {
             ::unsetenv("KESTRANE_COMMON_APPDATA");
             ::setenv("XDG_DATA_HOME", folder.Path().c_str(), 1);
@@ -157,17 +164,16 @@ TEST_F(ProcessFixture, FilesOfADriver_AreForTheUserAloneInTheUsersOwnFolder) {
         activator->Signal(SIGTERM);
         ASSERT_TRUE(activator->WaitForEnd(kPatience));
         int files = 0;
-        for (const fs::path& place : {own, own / "ASCOM" / "Logs"}) {
+        for (const fs::path& place : {own, own / "ASCOM", own / "ASCOM" / "Logs"}) {
             for (const auto& file : fs::directory_iterator(place)) {
                 if (file.is_regular_file()) {
                     ++files;
-                    EXPECT_EQ((file.status().permissions() & fs::perms::others_read) != fs::perms::none, shared)
-                        << file.path();
+                    EXPECT_EQ((file.status().permissions() & others) != fs::perms::none, shared) << file.path();
                     EXPECT_EQ(file.status().permissions() & user, user) << file.path();
                 }
             }
         }
-        EXPECT_GE(files, 2);
+        EXPECT_GE(files, 3);
     }
     ::unsetenv("XDG_DATA_HOME");
 }

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -38,6 +39,23 @@ TEST_P(AxisRatesOfModelTest, TwoAxes_HaveOneRangeUpToTheModelsFastest) {
 INSTANTIATE_TEST_SUITE_P(Models, AxisRatesOfModelTest,
                          testing::Values(ModelRow{"0", 5.0}, ModelRow{"4", 5.0}, ModelRow{"5", 2.5}, ModelRow{"6", 5.0},
                                          ModelRow{"11", 5.0}, ModelRow{"12", 5.0}));
+
+TEST_P(AxisRatesOfModelTest, FastestRate_IsTakenByTheMountInBothDirections) {
+    Seed({{"MountType", GetParam().mountType}, {"chkAutoCalibrateOnFirstSlew", "0"}});
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(10'000);
+    for (const std::int32_t axis : {0, 1}) {
+        const double fastest = telescope->AxisRates(axis)->Item(1)->Maximum();
+        for (const double rate : {fastest, -fastest}) {
+            telescope->MoveAxis(axis, rate);
+            const auto picture = mount->Picture();
+            const double speed = axis == 0 ? picture.hourSpeed : picture.polarSpeed;
+            EXPECT_NEAR(std::abs(speed), fastest, 0.01) << axis << " at " << rate;
+            EXPECT_EQ(driver->counters.Values().g_nRetransmits, 0) << axis << " at " << rate;
+            telescope->MoveAxis(axis, 0.0);
+        }
+    }
+}
 
 TEST_F(RateListsTest, AnyOtherAxis_HasAnEmptyList) {
     const TelescopeObject telescope = ConnectedTelescope();
