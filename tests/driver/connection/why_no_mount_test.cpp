@@ -9,8 +9,12 @@ namespace {
 
 class WhyNoMountTest : public DriverFixture {
 protected:
+    void TearDown() override {
+        telescope.reset();
+        DriverFixture::TearDown();
+    }
     std::string WhyNotConnected() {
-        const TelescopeObject telescope = driver->CreateTelescope();
+        telescope = driver->CreateTelescope();
         EXPECT_NE(ErrorOf([&] { telescope->Connected(true); }), 0U);
         return driver->connections.ConnectFailure();
     }
@@ -19,6 +23,8 @@ protected:
         EXPECT_FALSE(driver->connections.CheckMount(text));
         return text;
     }
+
+    TelescopeObject telescope;  ///< with its end the process would end
 };
 
 TEST_F(WhyNoMountTest, SilentPort_WhereACompanionMightAnswer_WasOpened) {
