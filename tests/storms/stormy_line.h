@@ -46,8 +46,8 @@ public:
     /// A line of its own in what is kept.
     void Mark(std::string_view text);
 
-    /// Whether a fault has made another command of one since the last look, such as ":MS#" of ":GS#": the mount then does
-    /// what nobody has asked for.
+    /// Whether a fault has made another command of one since the last look, such as ":MS#" of ":GS#": the mount then
+    /// does what nobody has asked for.
     bool TakeForged() { return std::exchange(forged_, false); }
 
     /// Replies to "GR" and "GD" that went out without a fault.
