@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "platform/posix/posix_message_boxes.h"
+
+#include <gtest/gtest.h>
 
 namespace kestrane {
 namespace {
