@@ -77,6 +77,8 @@ private:
     void PauseLogWhileParked();
 
     // slew_supervision.cpp
+    void LookForUnseenGoto();
+    bool CoordinatesMove();
     bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
@@ -100,6 +102,15 @@ private:
     PollLoopNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    /// Watches a mount that has refused a goto, for a while: the refusal may be a garbled answer.
+    struct RefusedGoto {
+        Tick seenAt;
+        CoordinateReads reads;
+        double ra = 0.0;
+        double dec = 0.0;
+        int moves = 0;  ///< readings in a row that are far from the one before
+    };
+    std::optional<RefusedGoto> refusedGoto_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
     /// Since when the poll may ask for the coordinates, and for the rest, which waits during slews; nothing before the

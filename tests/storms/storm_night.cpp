@@ -49,6 +49,9 @@ StormNight::StormNight(const Plan& plan)
     auto line = std::make_unique<StormyLine>(mount_, line_);
     stormy_ = line.get();
     stormy_->onWrite = [this](std::string_view bytes) { OnWrite(bytes); };
+    if (plan_.tail) {
+        stormy_->KeepTail(machine_.clock);
+    }
     machine_.serialPorts.Connect(1, std::move(line));
     SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}});
     driver_ = Main(machine_.Services(), true);
@@ -123,12 +126,14 @@ void StormNight::Slew() {
     const double dec = -10.0 + choice_.Below(80);
     slewAsked_ = true;  // also when it raises: the mount may have understood
     ++report_.slews;
+    stormy_->Mark("* slews");
     if (!Try([&] { client_->SlewToCoordinatesAsync(ra, dec); })) {
         Abort();  // as a careful program does: a garbled answer can hide that the mount has accepted
     }
 }
 
 void StormNight::Abort() {
+    stormy_->Mark("* aborts");
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (Try([&] { client_->AbortSlew(); })) {
             break;
@@ -140,6 +145,7 @@ void StormNight::Abort() {
 
 void StormNight::MoveAnAxis() {
     axisAsked_ = true;
+    stormy_->Mark("* moves an axis");
     const auto axis = static_cast<std::int32_t>(choice_.Below(2));
     Try([&] { client_->MoveAxis(axis, choice_.Below(2) == 0 ? 0.5 : -0.5); });
     Watch(3 * kSecond);
@@ -163,6 +169,9 @@ void StormNight::Read() {
     Try([&] { client_->Declination(); });
     bool slewing = true;
     if (Try([&] { slewing = client_->Slewing(); }) && !slewing) {
+        if (slewAsked_) {
+            stormy_->Mark("* sees no slew any more");
+        }
         slewAsked_ = false;
     }
 }
@@ -174,13 +183,14 @@ void StormNight::Look() {
 }
 
 void StormNight::LookForUnaskedMotion(const MountPicture& picture) {
-    if (picture.slewing && !wasSlewing_ && !slewAsked_) {
+    const bool moves = std::max(std::abs(picture.hourSpeed), std::abs(picture.polarSpeed)) > kMovesDegreesPerSecond;
+    forged_ = stormy_->TakeForged() || (forged_ && (picture.slewing || moves));
+    if (picture.slewing && !wasSlewing_ && !slewAsked_ && !forged_) {
         Note(&StormReport::unaskedMotions, "a goto that nobody asked for");
     }
     wasSlewing_ = picture.slewing;
-    const bool moves = std::max(std::abs(picture.hourSpeed), std::abs(picture.polarSpeed)) > kMovesDegreesPerSecond;
     lastMotion_ = moves ? machine_.clock.Elapsed() : lastMotion_;
-    if (!moves || slewAsked_ || axisAsked_) {
+    if (!moves || slewAsked_ || axisAsked_ || forged_ || driver_->state.g_bSlewing) {
         unwatchedSince_ = -1;
     } else if (unwatchedSince_ < 0) {
         unwatchedSince_ = machine_.clock.Elapsed();
@@ -230,7 +240,7 @@ void StormNight::LookAtStuckFlags() {
         {"g_bSafeSlewPending", state.g_bSafeSlewPending},
         {"g_bSlewCompletePending", state.g_bSlewCompletePending},
         {"g_bAbortSlew", state.g_bAbortSlew},
-        {"g_bParked", state.g_bParked},
+        {"g_bParked", state.g_bParked != mount_.Picture().parked},
         {"g_bParking", state.g_bParking},
         {"g_bAxisMotionBegun", state.g_bAxisMotionBegun},
         {"g_bGosActive", state.g_bGosActive != state.g_bGosSupported},
@@ -288,13 +298,20 @@ void StormNight::Note(int StormReport::*count, const std::string& text) {
     ++(report_.*count);
     report_.notes.push_back("firmware " + plan_.firmware + ", seed " + std::to_string(plan_.seed) + ", " +
                             std::to_string(machine_.clock.Elapsed() / kSecond) + " s: " + text);
+    if (plan_.tail) {
+        for (const std::string& line : stormy_->Tail()) {
+            *plan_.tail << line << "\n";
+        }
+        *plan_.tail << report_.notes.back() << "\n\n";
+    }
 }
 
 bool StormNight::Try(const std::function<void()>& call) {
     try {
         call();
         return true;
-    } catch (const DriverError&) {
+    } catch (const DriverError& error) {
+        stormy_->Mark("! " + std::string(error.what()));
         return false;
     }
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,7 @@ public:
         std::uint32_t seed = 1;
         double probability = 0;  ///< of a fault, for each command and each reply, 0 to 1
         std::int64_t lengthMs = 0;
+        std::ostream* tail = nullptr;  ///< gets what last went over the line before anything went wrong
     };
 
     explicit StormNight(const Plan& plan);
@@ -88,6 +90,7 @@ private:
     bool slewAsked_ = false;  ///< and not known to be over
     bool axisAsked_ = false;
     bool wasSlewing_ = false;
+    bool forged_ = false;  ///< what the mount does now may come of a command that the line has made
     std::int64_t unwatchedSince_ = -1;
     std::int64_t lastMotion_ = 0;
     WrongReading ra_;

@@ -1,6 +1,7 @@
 // Runs nights on lines with faults and prints what went wrong, as a table and then one by one:
 //
-//     storm_table [SEEDS [HOURS]]        20 seeds of 10 hours when not given
+//     storm_table [SEEDS [HOURS]]                20 seeds of 10 hours when not given
+//     storm_table --night FIRMWARE SEED PERCENT  one night, with what went over the line before anything went wrong
 //
 // and then the same for a cable that is out for a while, at moments of a slew. Exit status 1 when anything went wrong.
 #include <array>
@@ -10,6 +11,7 @@
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -121,6 +123,16 @@ bool Print(const std::vector<Row>& rows) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 5 && std::string_view(argv[1]) == "--night") {
+        const kestrane::StormReport report =
+            kestrane::StormNight({.firmware = argv[2],
+                                  .seed = static_cast<std::uint32_t>(std::atoi(argv[3])),
+                                  .probability = std::atof(argv[4]) / 100,
+                                  .lengthMs = 36'000'000,
+                                  .tail = &std::cout})
+                .Run();
+        return report.Clean() ? 0 : 1;
+    }
     std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : 20, argc > 2 ? std::atoi(argv[2]) : 10);
     for (Row& row : CableRows()) {
         rows.push_back(std::move(row));

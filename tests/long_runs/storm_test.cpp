@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "driver/long_runs/run_length.h"
+#include "long_runs/run_length.h"
 #include "storms/storm_night.h"
 
 namespace kestrane {
