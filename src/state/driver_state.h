@@ -95,7 +95,7 @@ struct DriverState : LogState, CounterState {
     bool g_bTracking = false;
     std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
     std::uint32_t g_nSilences = 0;              ///< queries without an answer so far; wraps
-    std::uint32_t g_nLinkLosses = 0;            ///< how often communications were lost so far; wraps
+    std::uint32_t g_nLinkLosses = 0;            ///< how often three questions in a row went unanswered; wraps
     bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
     bool g_bLowPower = false;                   ///< the low power letter was seen
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps

@@ -12,7 +12,6 @@ namespace {
 
 constexpr double kMillimetres = 1000.0;
 constexpr std::int32_t kStatusWindowDelayMs = 1000;
-constexpr std::int32_t kYieldMs = 20;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
     return text.empty() ? whenEmpty : Val_Global(text, log);
@@ -309,10 +308,8 @@ void ConnectionSteps::InitUiPanel() {
 }
 
 bool Telescope::AtPark() {
-    ConnectionSteps steps(*this);
     const bool parked = LogGet("AtPark", state_.g_bParked);
-    needs_.door.Pause(kYieldMs);
-    steps.WaitForTimerIdle();
+    YieldToOthers();
     return parked;
 }
 
@@ -320,7 +317,7 @@ bool Telescope::IsPulseGuiding() {
     const bool guiding =
         state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
     LogGet("IsPulseGuiding", guiding);
-    driver_.waits.PumpOnce();
+    driver_.waits.PumpBriefly();
     return guiding;
 }
 
