@@ -212,11 +212,11 @@ void FirmwareSteps::ReadFirstPicture() {
         }
     }
     telescope_.ReadPosition();
-    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log)) {
-        state_.g_dSiteLatitude = *latitude;
+    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log); latitude.Read()) {
+        state_.g_dSiteLatitude = latitude.degrees;
     }
-    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
-        state_.g_dSiteLongitude = -*west;
+    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log); west.Read()) {
+        state_.g_dSiteLongitude = -west.degrees;
         state_.g_bLongitudeRead = true;
     }
     const std::string& status = state_.g_sStatus;
