@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "state/mount_replies.h"
 
 namespace kestrane {
 namespace {
@@ -68,6 +69,7 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     // What was read from the mount of an earlier link says nothing about this one.
     state_.g_bRaRead = state_.g_bDecRead = false;
     state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayRead = false;
+    needs_.rates.ForgetToldType();
     if (!ip) {
         opening.portText = driver_.persist.Read(setting::Port);
         if (opening.portText.empty()) {
@@ -309,8 +311,8 @@ void ConnectionManager::ReadRateKey() {
         return;
     }
     const std::string status = Talk(procedure::Connect).CommandString(wire::Status);
-    if (status.size() > kRateKeyPosition) {
-        needs_.updateMountRates(status.substr(kRateKeyPosition, 1));
+    if (status.size() > kRateKeyPosition && MayBeStatusText(status)) {
+        needs_.rates.UpdateMountRates(status.substr(kRateKeyPosition, 1));
     }
 }
 

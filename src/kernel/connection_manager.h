@@ -23,6 +23,7 @@
 #include "state/driver_state.h"
 #include "state/essentials.h"
 #include "state/mount_queries.h"
+#include "state/mount_rates.h"
 #include "state/sequence.h"
 #include "state/site_query.h"
 #include "telescope/telescope.h"
@@ -35,6 +36,7 @@ struct ConnectionManagerNeeds {
     StopDoor& door;
     MessagePump& pump;
     const MountQueries& queries;
+    MountRates& rates;
     SystemInfo& systemInfo;
     ApplicationSettings& applicationSettings;
     frmHandBox& handBox;
@@ -44,7 +46,6 @@ struct ConnectionManagerNeeds {
     SerialPorts& serialPorts;
     std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
-    std::function<void(const std::string& key)> updateMountRates;
     std::function<void()> checkForUpdate;
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;

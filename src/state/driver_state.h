@@ -69,6 +69,7 @@ struct DriverState : LogState, CounterState {
     bool g_bAutoCalibrated = false;    ///< the directions were calibrated since the link was opened, or need not be
 
     // --- features of the controller -----------------------------------------------------------------------------
+    bool g_bControllerTakesRates = false;  ///< by the setting `Controller`, as it was read last
     bool g_bPemAvailable = true;
     bool g_bFocuserAvailable = true;
     bool g_bBacklashAvailable = true;
