@@ -78,6 +78,8 @@ private:
     void PauseLogWhileParked();
 
     // slew_supervision.cpp
+    void LookForUnseenGoto();
+    bool CoordinatesMove();
     bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
@@ -102,6 +104,15 @@ private:
     PollLoopNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    /// Watches a mount that has refused a goto, for a while: the refusal may be a garbled answer.
+    struct RefusedGoto {
+        Tick seenAt;
+        CoordinateReads reads;
+        double ra = 0.0;
+        double dec = 0.0;
+        int moves = 0;  ///< readings in a row that are far from the one before
+    };
+    std::optional<RefusedGoto> refusedGoto_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
     /// The side that is asked for at the end of a slew went unanswered, and so did all since then.

@@ -19,6 +19,9 @@ constexpr double kRaDecThreshold = 0.1;       // degrees
 constexpr double kAltAzThreshold = 0.5;       // degrees
 constexpr double kNearFirstLegDegrees = 1.0;
 constexpr double kDegreesPerHour = 15.0;
+constexpr std::int32_t kRefusalDoubtedMs = 15'000;
+constexpr double kGotoDegrees = 0.5;  // between two readings; no tracking moves that fast
+constexpr int kGotoMoves = 2;         // one alone may be a wrong reading
 constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
@@ -28,12 +31,46 @@ constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 }  // namespace
 
 bool PollLoop::CheckSlewing() {
+    LookForUnseenGoto();
     if (ParkAborted() && !state_.g_bSlewing) {
         // The park has stopped out of tolerance, or the firmware moves it: the supervision sees no motion that could
         // end.
         needs_.motion.SlewCompleteDue();
     }
     return state_.g_bGosActive && !state_.g_bDontUseGosForSlew ? CheckByStatus() : CheckByDistance();
+}
+
+/// A garbled answer can hide that the mount has accepted a goto. Where the status text does not show the motion, the
+/// coordinates do: it is watched then like any other slew.
+void PollLoop::LookForUnseenGoto() {
+    const bool refused = state_.g_bGotoSent && !state_.g_bGotoRuns;
+    if (!refused || state_.g_bSlewing || state_.g_bParking || state_.g_bAxisMotionBegun || state_.g_bStandAwaited) {
+        refusedGoto_.reset();
+        return;
+    }
+    const Tick now = driver_.clock.GetTickCount();
+    if (!refusedGoto_) {
+        refusedGoto_ = RefusedGoto{now, needs_.queries.Reads(), state_.g_dRa, state_.g_dDec};
+    } else if (now - refusedGoto_->seenAt < kRefusalDoubtedMs && CoordinatesMove()) {
+        driver_.log.LogMessage(
+            "CheckSlewing", LogLevel::Warning,
+            "The mount moves, although its answer to the slew was no acceptance: the slew is watched");
+        needs_.motion.SupervisionBegins();
+        state_.g_tickLastSlewCheck = now;
+        PushSettleEnd();
+    }
+}
+
+/// Whether the position has gone far with each of the last readings.
+bool PollLoop::CoordinatesMove() {
+    const CoordinateReads reads = needs_.queries.Reads();
+    if (reads.ra == refusedGoto_->reads.ra || reads.dec == refusedGoto_->reads.dec) {
+        return false;
+    }
+    const double way = AngularDistance(refusedGoto_->ra, refusedGoto_->dec, state_.g_dRa, state_.g_dDec);
+    const int moves = way > kGotoDegrees ? refusedGoto_->moves + 1 : 0;
+    refusedGoto_ = RefusedGoto{refusedGoto_->seenAt, reads, state_.g_dRa, state_.g_dDec, moves};
+    return moves >= kGotoMoves;
 }
 
 bool PollLoop::ParkAborted() const {

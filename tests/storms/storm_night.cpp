@@ -13,6 +13,7 @@ constexpr std::int64_t kSecond = 1'000;
 constexpr std::int64_t kMinute = 60 * kSecond;
 constexpr std::int64_t kLookMs = 250;
 constexpr std::int64_t kReadMs = 1'000;
+constexpr std::int64_t kMomentMs = 5;
 constexpr std::int64_t kLongestSlewMs = 4 * kMinute;
 constexpr std::int64_t kCalmMs = 2 * kMinute;
 constexpr std::int64_t kUnwatchedMs = 30 * kSecond;  // a motion may be unseen for as long as replies may be lost
@@ -49,8 +50,11 @@ StormNight::StormNight(const Plan& plan)
     auto line = std::make_unique<StormyLine>(mount_, line_);
     stormy_ = line.get();
     stormy_->onWrite = [this](std::string_view bytes) { OnWrite(bytes); };
+    if (plan_.tail) {
+        stormy_->KeepTail(machine_.clock);
+    }
     machine_.serialPorts.Connect(1, std::move(line));
-    SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}});
+    SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", plan.calibrates ? "1" : "0"}});
     driver_ = Main(machine_.Services(), true);
     client_ = driver_->CreateTelescope();
     client_->Connected(true);
@@ -78,9 +82,17 @@ StormReport StormNight::Run() {
     return report_;
 }
 
-StormReport StormNight::RunCableOut(std::int64_t afterMs, std::int64_t outMs) {
+StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
     machine_.pump.Post(CallKind::WaitsLong, [this] { Slew(); });
-    machine_.AdvanceTime(afterMs);
+    const std::int64_t begin = machine_.clock.Elapsed();
+    const auto since = [&] { return machine_.clock.Elapsed() - begin; };
+    while (!moment(driver_->state, mount_.Picture(), since()) && since() < kLongestSlewMs) {
+        machine_.AdvanceTime(kMomentMs);
+        if (since() % kReadMs == 0) {
+            Read();
+        }
+    }
+    report_.faults += since() < kLongestSlewMs ? 1 : 0;
     mount_.SetLineDead(true);
     Watch(outMs);
     mount_.SetLineDead(false);
@@ -123,12 +135,14 @@ void StormNight::Slew() {
     const double dec = -10.0 + choice_.Below(80);
     slewAsked_ = true;  // also when it raises: the mount may have understood
     ++report_.slews;
+    stormy_->Mark("* slews");
     if (!Try([&] { client_->SlewToCoordinatesAsync(ra, dec); })) {
         Abort();  // as a careful program does: a garbled answer can hide that the mount has accepted
     }
 }
 
 void StormNight::Abort() {
+    stormy_->Mark("* aborts");
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (Try([&] { client_->AbortSlew(); })) {
             break;
@@ -140,6 +154,7 @@ void StormNight::Abort() {
 
 void StormNight::MoveAnAxis() {
     axisAsked_ = true;
+    stormy_->Mark("* moves an axis");
     const auto axis = static_cast<std::int32_t>(choice_.Below(2));
     Try([&] { client_->MoveAxis(axis, choice_.Below(2) == 0 ? 0.5 : -0.5); });
     Watch(3 * kSecond);
@@ -163,6 +178,9 @@ void StormNight::Read() {
     Try([&] { client_->Declination(); });
     bool slewing = true;
     if (Try([&] { slewing = client_->Slewing(); }) && !slewing) {
+        if (slewAsked_) {
+            stormy_->Mark("* sees no slew any more");
+        }
         slewAsked_ = false;
     }
 }
@@ -174,13 +192,14 @@ void StormNight::Look() {
 }
 
 void StormNight::LookForUnaskedMotion(const MountPicture& picture) {
-    if (picture.slewing && !wasSlewing_ && !slewAsked_) {
+    const bool moves = std::max(std::abs(picture.hourSpeed), std::abs(picture.polarSpeed)) > kMovesDegreesPerSecond;
+    forged_ = stormy_->TakeForged() || (forged_ && (picture.slewing || moves));
+    if (picture.slewing && !wasSlewing_ && !slewAsked_ && !forged_) {
         Note(&StormReport::unaskedMotions, "a goto that nobody asked for");
     }
     wasSlewing_ = picture.slewing;
-    const bool moves = std::max(std::abs(picture.hourSpeed), std::abs(picture.polarSpeed)) > kMovesDegreesPerSecond;
     lastMotion_ = moves ? machine_.clock.Elapsed() : lastMotion_;
-    if (!moves || slewAsked_ || axisAsked_) {
+    if (!moves || slewAsked_ || axisAsked_ || forged_ || driver_->state.g_bSlewing) {
         unwatchedSince_ = -1;
     } else if (unwatchedSince_ < 0) {
         unwatchedSince_ = machine_.clock.Elapsed();
@@ -230,7 +249,7 @@ void StormNight::LookAtStuckFlags() {
         {"g_bSafeSlewPending", state.g_bSafeSlewPending},
         {"g_bSlewCompletePending", state.g_bSlewCompletePending},
         {"g_bAbortSlew", state.g_bAbortSlew},
-        {"g_bParked", state.g_bParked},
+        {"g_bParked", state.g_bParked != mount_.Picture().parked},
         {"g_bParking", state.g_bParking},
         {"g_bAxisMotionBegun", state.g_bAxisMotionBegun},
         {"g_bGosActive", state.g_bGosActive != state.g_bGosSupported},
@@ -288,13 +307,20 @@ void StormNight::Note(int StormReport::*count, const std::string& text) {
     ++(report_.*count);
     report_.notes.push_back("firmware " + plan_.firmware + ", seed " + std::to_string(plan_.seed) + ", " +
                             std::to_string(machine_.clock.Elapsed() / kSecond) + " s: " + text);
+    if (plan_.tail) {
+        for (const std::string& line : stormy_->Tail()) {
+            *plan_.tail << line << "\n";
+        }
+        *plan_.tail << report_.notes.back() << "\n\n";
+    }
 }
 
 bool StormNight::Try(const std::function<void()>& call) {
     try {
         call();
         return true;
-    } catch (const DriverError&) {
+    } catch (const DriverError& error) {
+        stormy_->Mark("! " + std::string(error.what()));
         return false;
     }
 }

@@ -8,6 +8,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::uint32_t kLongestDelayMs = 3'000;
+constexpr std::size_t kTailLines = 400;
 
 /// Makes another digit of one of the text's digits; a text without digits stays as it is.
 void ChangeADigit(std::string& text, Chance& chance) {
@@ -108,10 +109,12 @@ void StormyLine::Write(std::string_view bytes) {
     if (onWrite) {
         onWrite(bytes);
     }
+    Mark("> " + std::string(bytes));
     std::string text(bytes);
     if (!text.empty() && chance_.Strikes()) {
         switch (chance_.Below(5)) {
             case 0:
+                Mark("  lost");
                 return;
             case 1:
                 text.resize(chance_.Below(static_cast<std::uint32_t>(text.size())));
@@ -121,13 +124,42 @@ void StormyLine::Write(std::string_view bytes) {
                 break;
             case 3:
                 HitWithNoise(text, chance_);
+                forged_ = true;
                 break;
             default:
                 ChangeADigit(text, chance_);
+                forged_ = true;
                 break;
         }
     }
+    if (text != bytes) {
+        Mark("  arrives as " + text);
+    }
     mount_.Write(text);
+}
+
+std::string StormyLine::Read(std::size_t maxCount) {
+    std::string text = mount_.Read(maxCount);
+    if (clock_ && !text.empty()) {
+        if (reading_) {
+            tail_.back() += text;
+        } else {
+            Mark("< " + text);
+            reading_ = true;
+        }
+    }
+    return text;
+}
+
+void StormyLine::Mark(std::string_view text) {
+    if (!clock_) {
+        return;
+    }
+    reading_ = false;
+    tail_.push_back(std::to_string(clock_->Elapsed()) + " " + std::string(text));
+    if (tail_.size() > kTailLines) {
+        tail_.pop_front();
+    }
 }
 
 void StormyLine::Opened() {

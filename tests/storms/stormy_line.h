@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "simulator/mount_simulator.h"
+#include "support/virtual_clock.h"
 #include "support/virtual_serial_ports.h"
 
 namespace kestrane {
@@ -37,12 +40,22 @@ public:
 
     std::function<void(std::string_view bytes)> onWrite;  ///< what the driver sends, before any fault
 
+    /// Keeps what was written and read from now on, and what a fault has made of it, each line with its time.
+    void KeepTail(const VirtualClock& clock) { clock_ = &clock; }
+    const std::deque<std::string>& Tail() const { return tail_; }
+    /// A line of its own in what is kept.
+    void Mark(std::string_view text);
+
+    /// Whether a fault has made another command of one since the last look, such as ":MS#" of ":GS#": the mount then
+    /// does what nobody has asked for.
+    bool TakeForged() { return std::exchange(forged_, false); }
+
     /// Replies to "GR" and "GD" that went out without a fault.
     int GoodRaReplies() const;
     int GoodDecReplies() const;
 
     void Write(std::string_view bytes) override;
-    std::string Read(std::size_t maxCount) override { return mount_.Read(maxCount); }
+    std::string Read(std::size_t maxCount) override;
     std::optional<std::int32_t> NextByteIn() override { return mount_.NextByteIn(); }
     void Opened() override;
 
@@ -52,6 +65,10 @@ private:
     MountSimulator& mount_;
     Chance& chance_;
     ReplyStorm* replies_;  ///< owned by the mount
+    const VirtualClock* clock_ = nullptr;
+    bool forged_ = false;
+    std::deque<std::string> tail_;
+    bool reading_ = false;  ///< the last line of the tail is what was read
 };
 
 }  // namespace kestrane

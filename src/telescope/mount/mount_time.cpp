@@ -14,6 +14,7 @@ constexpr double kMsPerHour = 3600.0 * 1000.0;
 constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole seconds
 constexpr double kLongestDelayHours = 6.0;        // either way
 constexpr double kSameZoneHours = 0.001;
+constexpr std::int32_t kNoticeableMs = 1000;
 
 /// Around midnight the mount would change its date.
 bool IsAroundMidnight(const DateTime& local) {
@@ -66,6 +67,7 @@ void Telescope::utcDate(const DateTime& utc) {
     driver_.log.LogMessage(
         "ASCOM", LogLevel::Info,
         "SET utcDate = " + DateTimeText(utc) + ", Meridian Delay = " + PlainNumber(state_.g_dMeridianDelay));
+    const Tick askedAt = driver_.clock.GetTickCount();
     DateTime local = driver_.clock.DateUTCToLocal(utc);
     if (IsAroundMidnight(local)) {
         driver_.log.LogMessage("ASCOM", LogLevel::Error, "Unable to SET Date/time from 23:58 until 00:02");
@@ -78,6 +80,9 @@ void Telescope::utcDate(const DateTime& utc) {
     } else if (state_.g_dMeridianDelay != 0.0) {
         // Earlier firmware has no delay: its clock is shifted instead.
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
+    }
+    if (const std::int32_t passed = driver_.clock.GetTickCount() - askedAt; passed >= kNoticeableMs) {
+        local = AddMilliseconds(local, passed);  // the mount was silent to the delay: the time has gone on
     }
     if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
         driver_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");

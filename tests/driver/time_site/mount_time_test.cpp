@@ -151,6 +151,30 @@ TEST_F(MountTimeTest, DelayThatTheMountDoesNotTell_IsNotWrittenOver) {
     )");
 }
 
+TEST_F(MountTimeTest, TimeAfterASilence_IsSentAsItIsThen) {
+    ExpectSwallow("CommandString");
+    driver->InternalInstance().MaxSerialRetries(2);
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   ~
+        *   > #
+        *   > :GM#
+        *   ~
+        *   > #
+        *   > :GM#
+        *   < +00:00:00#
+        *   > :SL21:05:32#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+}
+
 TEST_F(MountTimeTest, EarlierFirmware_GetsTheDelayAddedToItsClock) {
     driver->state.g_bHasMeridianQuery = false;
     driver->state.g_dMeridianDelay = 1.0;

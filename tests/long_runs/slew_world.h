@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "driver/long_runs/slew_plan.h"
 #include "kernel/driver.h"
+#include "long_runs/slew_plan.h"
 #include "simulator/mount_simulator.h"
 #include "support/virtual_platform.h"
 

@@ -1,4 +1,4 @@
-#include "driver/long_runs/slew_world.h"
+#include "long_runs/slew_world.h"
 
 #include "simulator/protocol_text.h"
 #include "support/seed_settings.h"

@@ -1,4 +1,4 @@
-#include "driver/long_runs/slew_plan.h"
+#include "long_runs/slew_plan.h"
 
 #include <algorithm>
 #include <cmath>

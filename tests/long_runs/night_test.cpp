@@ -5,8 +5,8 @@
 #include <malloc.h>
 #include <random>
 
-#include "driver/long_runs/run_length.h"
 #include "kernel/base/conversions.h"
+#include "long_runs/run_length.h"
 #include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
 

@@ -6,8 +6,8 @@
 #include <random>
 #include <sstream>
 
-#include "driver/long_runs/run_length.h"
-#include "driver/long_runs/slew_world.h"
+#include "long_runs/run_length.h"
+#include "long_runs/slew_world.h"
 #include "simulator/geometry.h"
 
 namespace kestrane {
