@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "state/mount_replies.h"
 
 namespace kestrane {
 namespace {
@@ -30,6 +32,19 @@ std::int32_t ToInteger(const std::string& text, Log& log) {
     return RoundHalfEven(Val_Global(text, log));
 }
 
+/// Marks that a connect makes its attempts, however they end. They may be nested: the outer ones go on after the inner.
+class Attempts {
+public:
+    explicit Attempts(bool& opening) : opening_(opening), outer_(std::exchange(opening, true)) {}
+    ~Attempts() { opening_ = outer_; }
+    Attempts(const Attempts&) = delete;
+    Attempts& operator=(const Attempts&) = delete;
+
+private:
+    bool& opening_;
+    const bool outer_;
+};
+
 }  // namespace
 
 void ConnectionManager::OpenConnection(ClientKind kind) {
@@ -39,7 +54,10 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
         OpenLink(kind, ip, address);
     } else if (state_.g_sVersion.empty()) {
         state_.g_bMountUnproved = true;
-        answeredBefore_ = state_.g_nAnsweredQueries;
+        answersBefore_ = needs_.queries.Answers();
+        if (!state_.g_bOpeningLink) {
+            needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);  // it notices when a mount answers at last
+        }
         driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
                                "The link is open although no mount has answered on it.");
     }
@@ -51,6 +69,7 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     // What was read from the mount of an earlier link says nothing about this one.
     state_.g_bRaRead = state_.g_bDecRead = false;
     state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayRead = false;
+    needs_.rates.ForgetToldType();
     if (!ip) {
         opening.portText = driver_.persist.Read(setting::Port);
         if (opening.portText.empty()) {
@@ -60,8 +79,8 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     }
     needs_.statusWindow.lblComPortValue.Text(opening.portText);
     bool found = false;
-    state_.g_bOpeningLink = true;
     try {
+        const Attempts attempts(state_.g_bOpeningLink);
         found = FindMount(opening);
         if (found) {
             MountFound();
@@ -70,13 +89,11 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
         if (!opening.linkSetUp) {
             connectFailure_ = ip ? opening.portText + ": " + error.Message()
                                  : WhyNoMount(ToInteger(opening.portText, driver_.log), false, opening.start);
-            state_.g_bOpeningLink = false;
             throw;  // the transport's own error reaches the client unchanged
         }
         found = false;
     }
-    state_.g_bOpeningLink = false;
-    if (!found && state_.g_bMountUnproved) {
+    if (!found && state_.g_bMountUnproved && !state_.g_bOpeningLink) {
         needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);  // for a client that connected during the attempts
     }
     if (!found) {
@@ -212,14 +229,29 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
     return false;
 }
 
+bool ConnectionManager::HealIsDue() const {
+    return state_.g_bMountUnproved && !ended_ && !state_.g_bOpeningLink && needs_.queries.Answers() != answersBefore_;
+}
+
+/// A long call of its own: it takes seconds and pumps, which would hold up a tick and the calls around it.
+void ConnectionManager::HealWhenDue() {
+    if (!HealIsDue() || std::exchange(healPosted_, true)) {
+        return;
+    }
+    needs_.pump.Post(CallKind::WaitsLong, [this, token = std::weak_ptr<int>(token_)] {
+        if (!token.expired()) {
+            HealConnect();
+            healPosted_ = false;
+        }
+    });
+}
+
 /// A client was connected although no mount had answered. Once one answers the poll, everything is made up for that a
 /// connect does when it finds a mount; the clients were counted before.
 void ConnectionManager::HealConnect() {
-    if (!state_.g_bMountUnproved || healing_ || state_.g_bOpeningLink || state_.g_bInPoll ||
-        state_.g_nAnsweredQueries == answeredBefore_) {
-        return;
+    if (!HealIsDue()) {
+        return;  // another connect got in first
     }
-    healing_ = true;
     driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
                            "A mount answers on the open link. The connect is completed now.");
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(false);
@@ -230,9 +262,8 @@ void ConnectionManager::HealConnect() {
         errors.Step([&] { MountFound(); });
         errors.Step([&] { needs_.internalInstance().InitUI(); });
     }
-    answeredBefore_ = state_.g_nAnsweredQueries;
+    answersBefore_ = needs_.queries.Answers();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
-    healing_ = false;
 }
 
 void ConnectionManager::MountFound() {
@@ -257,22 +288,23 @@ void ConnectionManager::MountFound() {
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
 }
 
-void ConnectionManager::ReadMountSite(Notice notice) {
+SiteAnswer ConnectionManager::ReadMountSite(Notice notice) {
     double westLongitude = 0.0;
     double latitude = 0.0;
-    bool told = false;
+    SiteAnswer answer = SiteAnswer::Silent;
     ResumeNext errors{driver_.ledger, "GetLongLatFromMount"};
-    errors.Assign(told, [&] {
+    errors.Assign(answer, [&] {
         const std::string port = driver_.persist.Read(setting::Port);
         std::int16_t number = 0;
         TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
-        return GetMountLongLat(number, 0, westLongitude, latitude);
+        return AskLongLat(number, 0, westLongitude, latitude);
     });
-    if (told) {
+    if (answer == SiteAnswer::Read) {
         needs_.panel.ShowMountSite(-westLongitude, latitude, notice);
     } else {
         needs_.panel.ShowNoMountSite(notice);
     }
+    return answer;
 }
 
 void ConnectionManager::ReadRateKey() {
@@ -280,8 +312,8 @@ void ConnectionManager::ReadRateKey() {
         return;
     }
     const std::string status = Talk(procedure::Connect).CommandString(wire::Status);
-    if (status.size() > kRateKeyPosition) {
-        needs_.updateMountRates(status.substr(kRateKeyPosition, 1));
+    if (status.size() > kRateKeyPosition && MayBeStatusText(status)) {
+        needs_.rates.UpdateMountRates(status.substr(kRateKeyPosition, 1));
     }
 }
 

@@ -69,6 +69,7 @@ struct DriverState : LogState, CounterState {
     bool g_bAutoCalibrated = false;    ///< the directions were calibrated since the link was opened, or need not be
 
     // --- features of the controller -----------------------------------------------------------------------------
+    bool g_bControllerTakesRates = false;  ///< by the setting `Controller`, as it was read last
     bool g_bPemAvailable = true;
     bool g_bFocuserAvailable = true;
     bool g_bBacklashAvailable = true;
@@ -95,7 +96,7 @@ struct DriverState : LogState, CounterState {
     bool g_bTracking = false;
     std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
     std::uint32_t g_nSilences = 0;              ///< queries without an answer so far; wraps
-    std::uint32_t g_nLinkLosses = 0;            ///< how often communications were lost so far; wraps
+    std::uint32_t g_nLinkLosses = 0;            ///< how often three questions in a row went unanswered; wraps
     bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
     bool g_bLowPower = false;                   ///< the low power letter was seen
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps

@@ -9,6 +9,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
+constexpr std::int32_t kYieldMs = 20;
 
 }  // namespace
 
@@ -20,7 +21,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .driver = driver_,
           .link = needs_.link,
           .executeDriverCommand = std::move(executeDriverCommand),
-          .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
+          .noteQuerySuccess = [this] { needs_.queries.NoteAnswered(); },
           .noteSent = [this](std::string_view text) { NoteSent(text); },
       }) {}
 
@@ -57,6 +58,17 @@ void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool i
         driver_.log.LogMessage("ASCOM", LogLevel::Exception,
                                "SET " + std::string(name) + " (out of range) = " + PlainNumber(value));
         throw DriverError(ErrorNumber::OutOfRange);
+    }
+}
+
+void TelescopeCore::YieldToOthers() {
+    needs_.door.Pause(kYieldMs);
+    if (!state_.g_bInPoll) {
+        driver_.waits.PumpBriefly();
+        return;
+    }
+    for (int i = 0; i < 3; ++i) {
+        driver_.clock.Sleep(1);
     }
 }
 

@@ -107,6 +107,41 @@ TEST_F(RateListsTest, CanMoveAxis_IsTrueForTwoAxes_AlsoUnconnected) {
     EXPECT_EQ(TimesOnAscom("CanMoveAxis(axisTertiary) = False"), 2);
 }
 
+// --- the rate type of the status text -------------------------------------------------------------------------
+
+/// Tells the rate type "1", whatever its controller has.
+class TellsRateTypeOne final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "GOS") {
+            reply.parts.front().bytes.at(13) = '1';
+        }
+    }
+};
+
+TEST_F(RateListsTest, RateTypeThatTheMountHasTold_IsStoredOnce_AndInUseAgainAfterARestart) {
+    for (const char* firmware : {"VKC4-P02-08", "VKC5-P03-01"}) {
+        driver.reset();
+        log.clear();
+        BuildMount(firmware);
+        mount->Add(std::make_unique<TellsRateTypeOne>());
+        Start();
+        {
+            const TelescopeObject telescope = ConnectedTelescope();
+            EXPECT_EQ(driver->persist.ReadIniValue("MountRateType", "none"), "1") << firmware;
+            log.clear();
+            driver->InternalInstance().InitUI();
+            driver->InternalInstance().InitUI();
+            EXPECT_FALSE(LoggedAs("WriteIniValue", 0, "MountRateType=>'3'")) << firmware;
+            EXPECT_FALSE(LoggedAs("WriteIniValue", 0, "MountRateType=>'1'")) << firmware;
+            EXPECT_EQ(driver->state.g_sMountRateType, "1");
+        }
+        Restart();
+        const TelescopeObject telescope = driver->CreateTelescope();
+        EXPECT_EQ(driver->state.g_sMountRateType, "1") << firmware;
+    }
+}
+
 // --- tracking rates ---------------------------------------------------------------------------------------------
 
 TEST_F(RateListsTest, TrackingRates_HaveTheKingRateWithTheTwoNewestControllers) {
@@ -136,7 +171,13 @@ TEST_F(RateListsTest, AnOlderListOfTrackingRates_KeepsItsContents) {
     EXPECT_NE(older, newer);
     EXPECT_EQ(older->Count(), 3);
     EXPECT_EQ(newer->Count(), 4);
-    EXPECT_EQ(driver->rateLists.tracking, newer);
+}
+
+TEST_F(RateListsTest, ReadingTheTrackingRates_ChangesNothing) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    const auto before = driver->rateLists.tracking;
+    telescope->TrackingRates();
+    EXPECT_EQ(driver->rateLists.tracking, before);
 }
 
 TEST_F(RateListsTest, TrackingRates_NeedAConnection_AndHoldThreeRatesBeforeIt) {
