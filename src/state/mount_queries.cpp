@@ -346,7 +346,8 @@ void MountQueries::NoteNoResponse() {
     }
     ++state_.g_nSilences;
     if (state_.g_nNoResponse >= kLostAfter) {
-        state_.g_nLinkLosses += state_.g_bLostComms ? 0 : 1;
+        state_.g_nLinkLosses +=
+            state_.g_nNoResponse == kLostAfter ? 1 : 0;  // low power may have raised the flag before
         state_.g_bLostComms = true;
         BlankPosition();
         needs_.handBox.lblLST.Text("");

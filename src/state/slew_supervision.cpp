@@ -233,7 +233,8 @@ bool PollLoop::SecondLegFollows() {
                                "The slew ends here, its second leg is not sent: " + std::string(reason));
         needs_.motion.SecondLegBarred();
     }
-    return reason.empty();
+    // Looked at again: a stop may have come in while the mount was asked where it stands.
+    return reason.empty() && MayStartSecondLeg() && !state_.g_bSecondLegBarred;
 }
 
 bool PollLoop::LinkWasLostInLeg() const {
