@@ -268,6 +268,8 @@ void ConnectionManager::ReadMountSite(Notice notice) {
         return GetMountLongLat(number, 0, westLongitude, latitude);
     });
     if (told) {
+        state_.g_dSiteLongitude = -westLongitude;
+        state_.g_bLongitudeRead = true;
         needs_.panel.ShowMountSite(-westLongitude, latitude, notice);
     } else {
         needs_.panel.ShowNoMountSite(notice);
