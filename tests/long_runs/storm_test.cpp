@@ -19,7 +19,11 @@ std::string Words(const StormReport& report) {
 class StormTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(StormTest, FaultsOfTheLine_LeaveNoStuckFlagNoStrangeMotionAndNoWrongValue) {
-    StormNight night({.firmware = GetParam(), .seed = 1, .probability = 0.02, .lengthMs = RunLength(60) * 60'000});
+    StormNight night({.firmware = GetParam(),
+                      .seed = 1,
+                      .probability = 0.02,
+                      .lengthMs = RunLength(60) * 60'000,
+                      .calibrates = true});
     const StormReport report = night.Run();
     EXPECT_TRUE(report.Clean()) << Words(report);
     EXPECT_GT(report.faults, RunLength(60)) << "the storm has struck";
@@ -29,7 +33,8 @@ TEST_P(StormTest, FaultsOfTheLine_LeaveNoStuckFlagNoStrangeMotionAndNoWrongValue
 TEST_P(StormTest, ACableThatIsOut_LeavesNoStuckFlagAndNoSlewWithoutEnd) {
     for (const std::int64_t afterMs : {80, 6'000, 15'000}) {
         StormNight night({.firmware = GetParam(), .seed = 2});
-        const StormReport report = night.RunCableOut(afterMs, 10'000);
+        const StormReport report = night.RunCableOut(
+            [=](const DriverState&, const MountPicture&, std::int64_t sinceMs) { return sinceMs >= afterMs; }, 10'000);
         EXPECT_TRUE(report.Clean()) << Words(report);
     }
 }

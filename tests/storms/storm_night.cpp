@@ -13,6 +13,7 @@ constexpr std::int64_t kSecond = 1'000;
 constexpr std::int64_t kMinute = 60 * kSecond;
 constexpr std::int64_t kLookMs = 250;
 constexpr std::int64_t kReadMs = 1'000;
+constexpr std::int64_t kMomentMs = 5;
 constexpr std::int64_t kLongestSlewMs = 4 * kMinute;
 constexpr std::int64_t kCalmMs = 2 * kMinute;
 constexpr std::int64_t kUnwatchedMs = 30 * kSecond;  // a motion may be unseen for as long as replies may be lost
@@ -53,7 +54,7 @@ StormNight::StormNight(const Plan& plan)
         stormy_->KeepTail(machine_.clock);
     }
     machine_.serialPorts.Connect(1, std::move(line));
-    SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}});
+    SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", plan.calibrates ? "1" : "0"}});
     driver_ = Main(machine_.Services(), true);
     client_ = driver_->CreateTelescope();
     client_->Connected(true);
@@ -81,9 +82,17 @@ StormReport StormNight::Run() {
     return report_;
 }
 
-StormReport StormNight::RunCableOut(std::int64_t afterMs, std::int64_t outMs) {
+StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
     machine_.pump.Post(CallKind::WaitsLong, [this] { Slew(); });
-    machine_.AdvanceTime(afterMs);
+    const std::int64_t begin = machine_.clock.Elapsed();
+    const auto since = [&] { return machine_.clock.Elapsed() - begin; };
+    while (!moment(driver_->state, mount_.Picture(), since()) && since() < kLongestSlewMs) {
+        machine_.AdvanceTime(kMomentMs);
+        if (since() % kReadMs == 0) {
+            Read();
+        }
+    }
+    report_.faults += since() < kLongestSlewMs ? 1 : 0;
     mount_.SetLineDead(true);
     Watch(outMs);
     mount_.SetLineDead(false);

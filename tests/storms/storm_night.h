@@ -18,7 +18,7 @@ namespace kestrane {
 
 /// What went wrong in a night, counted.
 struct StormReport {
-    int faults = 0;                  ///< of the line
+    int faults = 0;                  ///< of the line, or cables that were out
     int slews = 0;                   ///< that the client asked for
     int stuckFlags = 0;              ///< that did not fall after the storm
     int unaskedMotions = 0;          ///< gotos that no client asked for, and motions that nobody watches
@@ -39,6 +39,7 @@ public:
         std::uint32_t seed = 1;
         double probability = 0;  ///< of a fault, for each command and each reply, 0 to 1
         std::int64_t lengthMs = 0;
+        bool calibrates = false;       ///< its first slew measures the directions
         std::ostream* tail = nullptr;  ///< gets what last went over the line before anything went wrong
     };
 
@@ -47,8 +48,11 @@ public:
 
     /// Storms for as long as the plan says, and then a calm.
     StormReport Run();
-    /// One slew; `afterMs` after it began the cable is out for `outMs`. Faults of the line besides as planned.
-    StormReport RunCableOut(std::int64_t afterMs, std::int64_t outMs);
+    /// A moment of a slew, which began `sinceMs` ago.
+    using Moment = std::function<bool(const DriverState& state, const MountPicture& mount, std::int64_t sinceMs)>;
+    /// One slew; from the moment on the cable is out for `outMs`. A slew that never comes to the moment runs
+    /// undisturbed.
+    StormReport RunCableOut(const Moment& moment, std::int64_t outMs);
 
 private:
     void Cycle();

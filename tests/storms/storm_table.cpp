@@ -19,13 +19,16 @@
 
 namespace {
 
+using kestrane::StormNight;
+using kestrane::StormReport;
+
 constexpr std::array kFirmwares{"D", "S", "VKC4-P02-08", "VKC5-P03-01"};
 
 struct Row {
     std::string head;  ///< the first cells
     int nights = 0;
-    std::function<kestrane::StormReport(int night)> run;
-    kestrane::StormReport report = {};
+    std::function<StormReport(int night)> run;
+    StormReport report = {};
 };
 
 std::vector<Row> StormRows(int seeds, int hours) {
@@ -33,10 +36,11 @@ std::vector<Row> StormRows(int seeds, int hours) {
     for (const double probability : {0.001, 0.005, 0.02}) {
         for (const std::string firmware : kFirmwares) {
             const auto run = [=](int night) {
-                return kestrane::StormNight({.firmware = firmware,
-                                             .seed = static_cast<std::uint32_t>(night + 1),
-                                             .probability = probability,
-                                             .lengthMs = std::int64_t{hours} * 3'600'000})
+                return StormNight({.firmware = firmware,
+                                   .seed = static_cast<std::uint32_t>(night + 1),
+                                   .probability = probability,
+                                   .lengthMs = std::int64_t{hours} * 3'600'000,
+                                   .calibrates = night % 2 == 1})
                     .Run();
             };
             std::ostringstream head;
@@ -47,20 +51,45 @@ std::vector<Row> StormRows(int seeds, int hours) {
     return rows;
 }
 
-/// A cable that is out; each night has another moment of the slew and another target.
+StormNight::Moment After(std::int64_t milliseconds) {
+    return [=](const auto&, const auto&, std::int64_t sinceMs) { return sinceMs >= milliseconds; };
+}
+
+/// Each phase of a slew: while its commands go out, in and between its legs, at and after its end.
+std::vector<StormNight::Moment> MomentsOfASlew() {
+    return {After(5),
+            After(30),
+            After(80),
+            After(200),
+            After(500),
+            After(3'000),
+            After(10'000),
+            [](const auto& state, const auto& mount, std::int64_t) {
+                return state.g_bSafeSlewPending && state.g_nSlewsTaken > 0 && !mount.slewing;
+            },
+            [](const auto& state, const auto&, std::int64_t) { return state.g_nSlewsTaken == 2; },
+            [](const auto& state, const auto& mount, std::int64_t) {
+                return !state.g_bSafeSlewPending && state.g_nSlewsTaken > 0 && state.g_bSlewing && !mount.slewing;
+            },
+            [](const auto& state, const auto&, std::int64_t) {
+                return state.g_nSlewsTaken > 0 && state.g_bSlewCompletePending;
+            },
+            [](const auto& state, const auto&, std::int64_t) { return state.g_nSlewsTaken > 0 && !state.g_bSlewing; }};
+}
+
+/// A cable that is out; each night has another phase of the slew and another target.
 std::vector<Row> CableRows() {
-    constexpr std::array<std::int64_t, 12> kMoments{5,     30,    80,     200,    500,    1'000,
-                                                    3'000, 6'000, 10'000, 15'000, 20'000, 30'000};
+    const std::vector<StormNight::Moment> moments = MomentsOfASlew();
     std::vector<Row> rows;
     for (const std::int64_t outSeconds : {1, 5, 10, 600}) {
         for (const std::string firmware : kFirmwares) {
             const auto run = [=](int night) {
-                const auto moment = static_cast<std::size_t>(night) % kMoments.size();
-                return kestrane::StormNight({.firmware = firmware, .seed = static_cast<std::uint32_t>(night + 1)})
-                    .RunCableOut(kMoments[moment], outSeconds * 1'000);
+                const auto moment = static_cast<std::size_t>(night) % moments.size();
+                return StormNight({.firmware = firmware, .seed = static_cast<std::uint32_t>(night + 1)})
+                    .RunCableOut(moments[moment], outSeconds * 1'000);
             };
             rows.push_back({"cable out " + std::to_string(outSeconds) + " s | " + firmware,
-                            4 * static_cast<int>(kMoments.size()), run});
+                            4 * static_cast<int>(moments.size()), run});
         }
     }
     return rows;
@@ -84,7 +113,7 @@ void Run(std::vector<Row>& rows) {
             Row& mine = rows[row];
             const int number = night++;
             lock.unlock();
-            const kestrane::StormReport report = mine.run(number);
+            const StormReport report = mine.run(number);
             lock.lock();
             mine.report.Add(report);
         }
@@ -106,7 +135,7 @@ bool Print(const std::vector<Row>& rows) {
                  "|---|---|---|---|---|---|---|---|---|\n";
     bool clean = true;
     for (const Row& row : rows) {
-        const kestrane::StormReport& report = row.report;
+        const StormReport& report = row.report;
         std::cout << "| " << row.head << " | " << row.nights << " | " << report.slews << " | " << report.faults << " | "
                   << report.stuckFlags << " | " << report.unaskedMotions << " | " << report.wrongWrites << " | "
                   << report.outlivedReadings << " |\n";
@@ -124,13 +153,12 @@ bool Print(const std::vector<Row>& rows) {
 
 int main(int argc, char** argv) {
     if (argc == 5 && std::string_view(argv[1]) == "--night") {
-        const kestrane::StormReport report =
-            kestrane::StormNight({.firmware = argv[2],
-                                  .seed = static_cast<std::uint32_t>(std::atoi(argv[3])),
-                                  .probability = std::atof(argv[4]) / 100,
-                                  .lengthMs = 36'000'000,
-                                  .tail = &std::cout})
-                .Run();
+        const StormReport report = StormNight({.firmware = argv[2],
+                                               .seed = static_cast<std::uint32_t>(std::atoi(argv[3])),
+                                               .probability = std::atof(argv[4]) / 100,
+                                               .lengthMs = 36'000'000,
+                                               .tail = &std::cout})
+                                       .Run();
         return report.Clean() ? 0 : 1;
     }
     std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : 20, argc > 2 ? std::atoi(argv[2]) : 10);
