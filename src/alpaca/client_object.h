@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "alpaca/device_kind.h"
 
@@ -17,8 +18,10 @@ public:
     virtual void Connected(bool connect) = 0;
     /// Whether a motion runs that goes on until its client ends it.
     virtual bool MovesOn() { return false; }
-    /// Ends such motions; raises nothing.
+    /// Ends such motions; raises nothing. One that the mount did not hear end goes on.
     virtual void EndMotions() {}
+    /// Logs that a member was stopped before it could begin.
+    virtual void DoesNotBegin(std::string_view /*member*/) {}
 };
 
 class DeviceFactory {

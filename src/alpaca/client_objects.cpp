@@ -83,6 +83,7 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
         ~InUse() {
             --slot->second.calls;
             slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
+            slot->second.stopAgain.reset();
             Tick end;
             if (objects.LeaseEnd(slot->first, slot->second, end)) {
                 objects.WakeAt(end);
@@ -179,7 +180,7 @@ bool ClientObjects::MotionEnd(const ClientKey& key, const Slot& slot, Tick& end)
     if (slot.object == nullptr || slot.calls > 0 || HasConnection(key.client) || !slot.object->Device().MovesOn()) {
         return false;
     }
-    end = slot.lastSign + kMotionWithoutClient;
+    end = slot.stopAgain.value_or(slot.lastSign + kMotionWithoutClient);
     return true;
 }
 
@@ -189,6 +190,7 @@ void ClientObjects::EndMotionsOfVanishedClients() {
         Tick end;
         if (MotionEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0) {
             slot.object->Device().EndMotions();
+            slot.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
         }
     }
 }

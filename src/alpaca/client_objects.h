@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -68,6 +69,8 @@ public:
     static constexpr std::size_t kMostObjects = 1000;
     /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds.
     static constexpr std::int32_t kMotionWithoutClient = 60'000;
+    /// When the mount did not hear that, it is tried again so much later, in milliseconds.
+    static constexpr std::int32_t kMotionStopAgain = 10'000;
     /// As many more for clients that want to stop the telescope.
     static constexpr std::size_t kMostForStops = 100;
     /// Pause before the next try when the gate could not be shut, in milliseconds.
@@ -99,6 +102,7 @@ private:
         int calls = 0;                         ///< calls on the stack
         Tick lastUse;                          ///< end of the last call
         Tick lastSign;                         ///< the same, or the last closing of a connection of its client
+        std::optional<Tick> stopAgain;         ///< when a motion that could not be ended is to be ended again
     };
     struct Client {
         std::set<http::ConnectionId> connections;  ///< open ones that carried a request of the client

@@ -70,8 +70,10 @@ Arguments ConvertAll(const http::RequestParameters& parameters, http::NameMatch 
     return Arguments(std::move(values));
 }
 
-std::string PutIdentity(const http::Request& request, std::uint32_t transaction) {
-    if (request.verb != http::Verb::Put || transaction == 0) {
+/// Empty for a stop: it runs each time it is asked for.
+std::string PutIdentity(const http::Request& request, std::uint32_t transaction, CallKind kind) {
+    const bool stops = kind == CallKind::Stop || kind == CallKind::StopsOne;
+    if (request.verb != http::Verb::Put || transaction == 0 || stops) {
         return {};
     }
     return request.remoteAddress + "\n" + request.path + "\n" + request.body;
@@ -102,11 +104,13 @@ DeviceRequest ReadDeviceRequest(const http::Request& request, const RouteTable& 
         throw RequestRefused("There is no such device or member.");
     }
     const std::uint32_t transaction = ParseId(parameters->Find("ClientTransactionID", match));
+    Arguments arguments = ConvertAll(*parameters, match, *route);
+    std::string identity = PutIdentity(request, transaction, route->KindOf(arguments));
     return {.route = route,
             .key = {{request.remoteAddress, ParseId(parameters->Find("ClientID", match))}, path->device},
             .clientTransaction = transaction,
-            .arguments = ConvertAll(*parameters, match, *route),
-            .putIdentity = PutIdentity(request, transaction)};
+            .arguments = std::move(arguments),
+            .putIdentity = std::move(identity)};
 }
 
 }  // namespace kestrane::alpaca

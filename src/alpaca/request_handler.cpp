@@ -47,7 +47,8 @@ void RequestHandler::HandleDevice(const http::Request& request, const http::Answ
     try {
         DeviceRequest device = ReadDeviceRequest(request, needs_.routes);
         needs_.setHolder(request.connection, request.remoteAddress + " " + std::to_string(device.key.client.clientId));
-        if (!JoinRunningPut(device, request.connection, answer) && !AnswerFromMemory(device, answer)) {
+        if (!JoinRunningPut(device, request.connection, answer) &&
+            !AnswerFromMemory(device, request.connection, answer)) {
             StartCall(std::move(device), request.connection, answer);
         }
     } catch (const RequestRefused& refused) {
@@ -67,21 +68,27 @@ bool RequestHandler::JoinRunningPut(const DeviceRequest& request, http::Connecti
     }
     running->second.connection = connection;
     running->second.answers.push_back(answer);
-    AnnounceConnection(connection);
-    TellObjects([client = request.key.client, connection](ClientObjects& objects) {
-        objects.ConnectionServes(client, connection);
-    });
+    NoteClient(request, connection);
     return true;
 }
 
-bool RequestHandler::AnswerFromMemory(const DeviceRequest& request, const http::AnswerFunction& answer) {
+void RequestHandler::NoteClient(const DeviceRequest& request, http::ConnectionId connection) {
+    AnnounceConnection(connection);
+    TellObjects([client = request.key.client, connection](ClientObjects& objects) {
+        objects.NoteActivity();
+        objects.ConnectionServes(client, connection);
+    });
+}
+
+bool RequestHandler::AnswerFromMemory(const DeviceRequest& request, http::ConnectionId connection,
+                                      const http::AnswerFunction& answer) {
     const auto kept = std::ranges::find_if(unheard_, [&](const auto& entry) {
         return !request.putIdentity.empty() && entry.first == request.putIdentity;
     });
     if (kept == unheard_.end()) {
         return false;
     }
-    TellObjects([](ClientObjects& objects) { objects.NoteActivity(); });
+    NoteClient(request, connection);
     answer(kept->second);
     return true;
 }
@@ -171,11 +178,13 @@ bool RequestHandler::CameBeforeAStop(const DeviceCall& call) {
 /// Runs on the logic thread.
 http::Answer RequestHandler::RunCall(const DeviceCall& call) {
     const Route& route = *call.request.route;
-    if (CameBeforeAStop(call)) {
-        return ValueAnswer(call.ids, {});  // as for a motion that was stopped as soon as it began
-    }
+    const bool tooLate = CameBeforeAStop(call);
     try {
         const auto run = [&](ClientObject& object) {
+            if (tooLate) {  // it is answered as a motion that was stopped as soon as it began
+                object.Device().DoesNotBegin(route.name);
+                return std::string();
+            }
             if (route.handler == nullptr) {
                 throw DriverError(ErrorNumber::NotImplemented,
                                   std::string(route.name) + " is not implemented in this driver.");

@@ -71,7 +71,10 @@ private:
                         const http::AnswerFunction& answer);
     /// Answers a repeated PUT whose first client went away before the answer came: somebody may have aborted meanwhile
     /// what it started, and it must not start again. False when no such answer is kept.
-    bool AnswerFromMemory(const DeviceRequest& request, const http::AnswerFunction& answer);
+    bool AnswerFromMemory(const DeviceRequest& request, http::ConnectionId connection,
+                          const http::AnswerFunction& answer);
+    /// For a request that starts no call of its own: its client is there all the same.
+    void NoteClient(const DeviceRequest& request, http::ConnectionId connection);
     void Remember(const std::string& putIdentity, const http::Answer& answer);
     void StartCall(DeviceRequest request, http::ConnectionId connection, const http::AnswerFunction& answer);
     void PostCall(std::shared_ptr<const DeviceCall> call, CallKind kind);

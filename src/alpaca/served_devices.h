@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "alpaca/client_object.h"
 #include "kernel/driver.h"
@@ -16,6 +17,7 @@ public:
     void Connected(bool connect) override { telescope_->Connected(connect); }
     bool MovesOn() override { return telescope_->Axes().Runs(); }
     void EndMotions() override { telescope_->StopOwnAxes("The client has gone: its axes are stopped"); }
+    void DoesNotBegin(std::string_view member) override { telescope_->DoesNotBegin(member); }
     Telescope& Device() { return *telescope_; }
 
 private:

@@ -4,6 +4,7 @@
 #include <array>
 #include <boost/json/src.hpp>
 #include <cmath>
+#include <random>
 
 namespace kestrane::client {
 namespace {
@@ -26,6 +27,12 @@ std::string Lowered(std::string_view text) {
 std::string FirstLine(const std::string& body) {
     constexpr std::size_t kMost = 200;
     return body.substr(0, std::min(body.find_first_of("\r\n"), kMost));
+}
+
+/// Each run of the program has numbers of its own: a driver takes an equal request for a repeat of the earlier one.
+std::uint32_t RandomTransaction() {
+    constexpr std::uint32_t kHighest = 2'000'000'000;  // leaves room to count on
+    return std::random_device{}() % kHighest;
 }
 
 const json::value* Field(const json::object& object, std::string_view name) {
@@ -84,7 +91,10 @@ std::string FormEncoded(const Values& values) {
 }
 
 AlpacaDevice::AlpacaDevice(Address address, Limits limits)
-    : address_(std::move(address)), limits_(limits), connection_(address_.host, address_.port) {}
+    : address_(std::move(address)),
+      limits_(limits),
+      connection_(address_.host, address_.port),
+      transaction_(RandomTransaction()) {}
 
 json::value AlpacaDevice::Get(std::string_view member, const Values& values) {
     return Call(HttpConnection::Verb::Get, member, values);

@@ -90,7 +90,7 @@ private:
     Address address_;
     Limits limits_;
     HttpConnection connection_;
-    std::uint32_t transaction_ = 0;
+    std::uint32_t transaction_;  ///< of the last request
     std::function<void()> whileWaiting_;
 };
 

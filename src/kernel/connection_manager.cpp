@@ -300,6 +300,8 @@ SiteAnswer ConnectionManager::ReadMountSite(Notice notice) {
         return AskLongLat(number, 0, westLongitude, latitude);
     });
     if (answer == SiteAnswer::Read) {
+        state_.g_dSiteLongitude = -westLongitude;
+        state_.g_bLongitudeRead = true;
         needs_.panel.ShowMountSite(-westLongitude, latitude, notice);
     } else {
         needs_.panel.ShowNoMountSite(notice);

@@ -229,7 +229,7 @@ std::string classSerial::ReceiveTerminated(std::string_view terminator) {
     return FromLine(text);
 }
 
-std::string classSerial::ReceiveCharacter() {
+ReceivedCharacter classSerial::ReceiveCharacter() {
     std::string text;
     for (int alarms = 0; alarms <= kMostAlarmsBeforeReply; ++alarms) {
         const std::int32_t before = AlarmsCounted();
@@ -243,9 +243,9 @@ std::string classSerial::ReceiveCharacter() {
 
 /// The byte of an earlier reply may come while this command goes out, and is read in place of the answer. "0" starts
 /// motion, so it must not be taken for a late byte of something else.
-std::string classSerial::LastOfDoubledReply(std::string reply) {
+ReceivedCharacter classSerial::LastOfDoubledReply(std::string reply) {
     if (reply.empty() || reply == kMotionAccepted) {
-        return reply;
+        return {.reply = std::move(reply)};
     }
     const std::string rest = TakeLateBytes();
     if (!rest.empty()) {
@@ -253,7 +253,8 @@ std::string classSerial::LastOfDoubledReply(std::string reply) {
         needs_.log.LogMessage("Serial", LogLevel::Warning,
                               "More than the reply of one character was there: '" + reply + rest + "'");
     }
-    return rest == kMotionAccepted ? rest : reply;
+    const bool takesRest = rest == kMotionAccepted;
+    return {.reply = takesRest ? rest : reply, .afterAnother = takesRest};
 }
 
 std::int32_t classSerial::AlarmsCounted() const {

@@ -70,7 +70,7 @@ public:
     /// A text shorter than the terminator, also an empty one, raises run-time error 5 and counts nothing: this shows a
     /// line that is silent or closed.
     std::string ReceiveTerminated(std::string_view terminator) override;
-    std::string ReceiveCharacter() override;
+    ReceivedCharacter ReceiveCharacter() override;
     /// Spares the heads of companion replies, like `ClearBuffers`.
     std::string TakeLateBytes() override;
     void Transmit(std::string_view text) override;
@@ -89,7 +89,7 @@ private:
     /// The same for a text that may hold several replies.
     void FilterDrained(std::string& text);
     std::int32_t AlarmsCounted() const;
-    std::string LastOfDoubledReply(std::string reply);
+    ReceivedCharacter LastOfDoubledReply(std::string reply);
     /// Logs that the device has gone, or is back.
     void NoteDevice();
     std::string ReadWaiting();

@@ -38,7 +38,7 @@ public:
     std::string Receive() override { return {}; }
     std::string ReceiveCounted(std::int32_t) override { return {}; }
     std::string ReceiveTerminated(std::string_view) override { return {}; }
-    std::string ReceiveCharacter() override { return {}; }
+    ReceivedCharacter ReceiveCharacter() override { return {}; }
     std::string TakeLateBytes() override { return {}; }
     void Transmit(std::string_view) override {}
     /// The read limit first, the others 0.

@@ -173,7 +173,7 @@ bool CommandExchange::TryBool(const std::string& text, std::string& reply, Calle
     DropLateBytes(caller.origin, errors);
     errors.Step([&] { Link().Transmit(text); });
     const bool startsSlew = wire::CareOf(text).zeroIsGood;  // an alarm letter must not hide whether it begins
-    errors.Assign(reply, [&] { return startsSlew ? Link().ReceiveCharacter() : Link().ReceiveCounted(1); });
+    errors.Assign(reply, [&] { return startsSlew ? Link().ReceiveCharacter().reply : Link().ReceiveCounted(1); });
     const bool isGoodZero = reply == "0" && caller.zeroMayBeGood && startsSlew;
     if (reply != "1" && !isGoodZero) {
         return false;
@@ -199,11 +199,12 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
     // recovery of the attempt before has read, and such a late reply is accepted.
     std::string reply;
+    const bool toCompanion = driver_.state.g_bQuayLink;
     for (int retriesLeft = retries; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
-        needs_.noteSent(text);
+        needs_.noteSent(toCompanion ? ":" + command.text + "#" : text);  // the companion frames also what is raw
         DropInputIfOutOfStep(errors);
-        if (driver_.state.g_bQuayLink) {
+        if (toCompanion) {
             return ThroughCompanion(
                 {command.text, WrapForCompanion(command.text, command.Raw(), driver_.state.g_nQuaySeq), origin},
                 errors);

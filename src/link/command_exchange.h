@@ -25,7 +25,7 @@ struct ExchangeNeeds {
     std::function<std::string(std::string_view)> executeDriverCommand;
     /// Called when the mount answered well.
     std::function<void()> noteQuerySuccess;
-    /// Called with each text that goes out, framed, before it does; each attempt counts.
+    /// Called with each text that goes out, framed as the mount gets it, before it does; each attempt counts.
     std::function<void(std::string_view)> noteSent = [](std::string_view) {};
 };
 

@@ -6,6 +6,12 @@
 
 namespace kestrane {
 
+/// A reply of one character.
+struct ReceivedCharacter {
+    std::string reply;          ///< empty when none came
+    bool afterAnother = false;  ///< other bytes stood before it: it may belong to an earlier exchange
+};
+
 /// The way to the mount, over any transport. Text is passed byte for byte. Logic thread only; nothing here pumps.
 /// Unless stated otherwise no member raises: a closed or dead line reads as empty text.
 class MountLink {
@@ -45,8 +51,9 @@ public:
     virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
     /// One character, as `ReceiveCounted` reads it. When an alarm letter came in its place, the short read counts, and
     /// one more character is read for each such letter, three at most. What waits after another character than "0" is
-    /// dropped, counted as a retransmit and logged; a single "0" there is the reply, since a late one stood before it.
-    virtual std::string ReceiveCharacter() = 0;
+    /// dropped, counted as a retransmit and logged; a single "0" there is the reply, since a late one stood before it,
+    /// but it may itself be a late byte that stands after a refusal.
+    virtual ReceivedCharacter ReceiveCharacter() = 0;
     /// The bytes that wait now, without the alarm letters; waits for none. What waits before a command goes out belongs
     /// to an earlier one.
     virtual std::string TakeLateBytes() = 0;

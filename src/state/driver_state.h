@@ -157,7 +157,7 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bMoveSent{false};      ///< a move without a time went out, and nothing since that ends it
     OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
     OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
-    Tick g_tickGotoTaken;                          ///< when the mount accepted the last goto
+    Tick g_tickLastGoto;                           ///< when the last goto went out, or was accepted after that
     Tick g_tickMotionStopped;                      ///< when a motion was stopped; valid where one was
     bool g_bMotionStopped = false;                 ///< a motion was stopped since the start
     double g_dFirstLegRa = 0.0;                    ///< target of the first leg, hours

@@ -160,7 +160,7 @@ void Motion::StopAskedFor() {
 }
 
 void Motion::StopSent() {
-    if (state_.g_bGotoRuns) {
+    if (state_.g_bGotoRuns || state_.g_bSafeSlewPending) {
         state_.g_bSecondLegBarred = true;
     }
     state_.g_bGotoRuns = false;

@@ -23,7 +23,8 @@ namespace kestrane {
 //      (`g_bGosActive`), else kept            m  as M                               P2 is clear
 //   r  as reported                            p  0 where P2 is set, else kept    g  1 where S, K or Gs is set, else
 //   h  kept where a slew is reported, else 0  t  0 where the target is reached,     kept
-//   e  1 where Ga is set, else kept              else kept
+//   e  1 where Ga or P2 is set,                  else kept
+//      else kept
 //   1d, 0d the flag of the given direction alone
 //
 //                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O  Mv
@@ -74,7 +75,7 @@ namespace kestrane {
 // Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
 // rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
 // (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the ticks of the last goto and of the last stop of a motion
-// (`g_tickGotoTaken`, `g_tickMotionStopped`), the distances to the target, `g_bRestoreRatePending`. The rates of each
+// (`g_tickLastGoto`, `g_tickMotionStopped`), the distances to the target, `g_bRestoreRatePending`. The rates of each
 // object's axes are its own (`AxisMotion`).
 
 class MotionPermit;

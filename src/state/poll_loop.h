@@ -107,10 +107,12 @@ private:
     /// Watches a mount that has refused a goto, for a while: the refusal may be a garbled answer.
     struct RefusedGoto {
         Tick seenAt;
-        CoordinateReads reads;
+        double firstRa = 0.0;   ///< hours; the first reading, and the last one
+        double firstDec = 0.0;  ///< degrees
         double ra = 0.0;
         double dec = 0.0;
-        int moves = 0;  ///< readings in a row that are far from the one before
+        CoordinateReads reads;
+        int moves = 0;  ///< readings in a row that are far from the first one and from the one before
     };
     std::optional<RefusedGoto> refusedGoto_;
     CoordinateReads lastReads_;  ///< at the last supervision pass

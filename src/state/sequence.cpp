@@ -6,9 +6,13 @@ std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
     if (!waits_.OvertakenByStop()) {
         return MotionPermit{};
     }
+    LogOvertaken(member);
+    return std::nullopt;
+}
+
+void StopDoor::LogOvertaken(std::string_view member) {
     log_.LogMessage("ASCOM", LogLevel::Warning,
                     std::string(member) + "() does not begin: it was stopped before it could");
-    return std::nullopt;
 }
 
 Sequence::Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop)

@@ -17,7 +17,7 @@ namespace kestrane {
 /// When a stop gets into a procedure.
 enum class Doors {
     BeforeEach,  ///< before each of its exchanges
-    Closed,      ///< not at all: it is the stop itself, or too short, or must not be interrupted yet
+    Closed,      ///< not at all: it is the stop itself, or too short, or must not be interrupted
 };
 
 /// A procedure that could move the mount: once a stop has come, nothing of it goes out any more.
@@ -52,8 +52,8 @@ inline constexpr CompletingProcedure Question         {"question",            Do
 inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Doors::Closed};      // has its own door
 inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
-inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::Closed};
-inline constexpr CompletingProcedure Connect          {"connect",             Doors::Closed};
+inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::BeforeEach};
+inline constexpr CompletingProcedure Connect          {"connect",             Doors::BeforeEach};
 inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
 inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
 // clang-format on
@@ -90,6 +90,8 @@ public:
     /// Gives no permit, and logs a line, when a stop that was asked for after this call has run before it: whoever
     /// stopped the mount meant this motion too. Such a call returns like an aborted slew.
     std::optional<MotionPermit> Permit(std::string_view member);
+    /// The line that `Permit` logs, for a call that is known to have been overtaken.
+    void LogOvertaken(std::string_view member);
     /// A short pause of a call that waits: pumps nothing, but a stop gets in within a millisecond.
     void Pause(std::int32_t milliseconds) {
         const Outside outside(*this);

@@ -50,7 +50,9 @@ void PollLoop::LookForUnseenGoto() {
     }
     const Tick now = driver_.clock.GetTickCount();
     if (!refusedGoto_) {
-        refusedGoto_ = RefusedGoto{now, needs_.queries.Reads(), state_.g_dRa, state_.g_dDec};
+        const double ra = state_.g_dRa;
+        const double dec = state_.g_dDec;
+        refusedGoto_ = RefusedGoto{now, ra, dec, ra, dec, needs_.queries.Reads()};
     } else if (now - refusedGoto_->seenAt < kRefusalDoubtedMs && CoordinatesMove()) {
         driver_.log.LogMessage(
             "CheckSlewing", LogLevel::Warning,
@@ -61,16 +63,22 @@ void PollLoop::LookForUnseenGoto() {
     }
 }
 
-/// Whether the position has gone far with each of the last readings.
+/// Whether the position has gone far with each of the last readings. The reading after a wrong one is far from that one
+/// too, but not from the first.
 bool PollLoop::CoordinatesMove() {
     const CoordinateReads reads = needs_.queries.Reads();
     if (reads.ra == refusedGoto_->reads.ra || reads.dec == refusedGoto_->reads.dec) {
         return false;
     }
-    const double way = AngularDistance(refusedGoto_->ra, refusedGoto_->dec, state_.g_dRa, state_.g_dDec);
-    const int moves = way > kGotoDegrees ? refusedGoto_->moves + 1 : 0;
-    refusedGoto_ = RefusedGoto{refusedGoto_->seenAt, reads, state_.g_dRa, state_.g_dDec, moves};
-    return moves >= kGotoMoves;
+    const auto isFarFrom = [&](double ra, double dec) {
+        return AngularDistance(ra, dec, state_.g_dRa, state_.g_dDec) > kGotoDegrees;
+    };
+    RefusedGoto& seen = *refusedGoto_;
+    seen.moves = isFarFrom(seen.ra, seen.dec) && isFarFrom(seen.firstRa, seen.firstDec) ? seen.moves + 1 : 0;
+    seen.ra = state_.g_dRa;
+    seen.dec = state_.g_dDec;
+    seen.reads = reads;
+    return seen.moves >= kGotoMoves;
 }
 
 bool PollLoop::ParkAborted() const {
@@ -225,7 +233,8 @@ bool PollLoop::SecondLegFollows() {
                                "The slew ends here, its second leg is not sent: " + std::string(reason));
         needs_.motion.SecondLegBarred();
     }
-    return reason.empty();
+    // Looked at again: a stop may have come in while the mount was asked where it stands.
+    return reason.empty() && MayStartSecondLeg() && !state_.g_bSecondLegBarred;
 }
 
 bool PollLoop::LinkWasLostInLeg() const {

@@ -283,8 +283,10 @@ public:
     void CreateAxisRates();
     void CreateTrackingRates();
     /// Stops the axes that this object runs and still owns, with `reason` in the log, and restores the tracking; see
-    /// `AxisMotions`. Raises nothing.
+    /// `AxisMotions`. Raises nothing. An axis whose stop the mount did not answer stays this object's: call again.
     void StopOwnAxes(std::string_view reason);
+    /// Logs that `member` was stopped before it could begin.
+    void DoesNotBegin(std::string_view member) { needs_.door.LogOvertaken(member); }
 
 private:
     friend class TelescopeSteps;

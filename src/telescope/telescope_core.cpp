@@ -81,6 +81,7 @@ void TelescopeCore::NoteSent(std::string_view text) {
     }
     if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
+        state_.g_tickLastGoto = driver_.clock.GetTickCount();
     }
     if (wire::StartsEndlessMove(text)) {
         needs_.motion.MoveSent();
@@ -113,6 +114,22 @@ void TelescopeCore::NoteMotionStops() {
         state_.g_tickMotionStopped = driver_.clock.GetTickCount();
         state_.g_bMotionStopped = true;
     }
+}
+
+void TelescopeCore::NoteGotoTaken() {
+    needs_.motion.GotoTaken();
+    state_.g_tickLastGoto = driver_.clock.GetTickCount();
+}
+
+void TelescopeCore::LogSlewNotSent(std::string_view origin) {
+    driver_.log.LogMessage(origin, LogLevel::Warning, "The slew is not sent: it was stopped before it could");
+}
+
+void TelescopeCore::BarSecondLeg(std::string_view reason) {
+    if (state_.g_bSafeSlewPending) {
+        driver_.log.LogMessage("SafeSlew", LogLevel::Warning, "No second leg is sent any more: " + std::string(reason));
+    }
+    needs_.motion.SecondLegBarred();
 }
 
 TelescopeSteps::TelescopeSteps(Telescope& telescope)

@@ -101,6 +101,12 @@ public:
     std::string_view WhyMountMayMove() const;
     /// To be called before something that stops the motions named above, or ends one.
     void NoteMotionStops();
+    /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
+    void NoteGotoTaken();
+    /// For a slew that a stop has ended before its command went out.
+    void LogSlewNotSent(std::string_view origin);
+    /// No second leg of the slew under way is sent any more, nor its target again; logged where one waits.
+    void BarSecondLeg(std::string_view reason);
 
     TelescopeNeeds needs_;
     Essentials driver_;

@@ -147,6 +147,27 @@ TEST_P(ClientObjectsTest, MotionOfAClientWithoutAConnection_IsEndedAMinuteAfterI
     EXPECT_EQ(world.diary.Count("telescope stops"), 1);
 }
 
+TEST_P(ClientObjectsTest, MotionThatCouldNotBeEnded_IsEndedAgainEachTenSeconds_UntilItIs) {
+    Connect(kAnna, 1);
+    Call(kAnna, 1, [&](ClientObject&) { world.movesOn = world.stopsFail = true; });
+    pump.AdvanceTime(60'100);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 1);
+    pump.AdvanceTime(9'800);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 1);
+    pump.AdvanceTime(10'300);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 3);
+    world.stopsFail = false;
+    pump.AdvanceTime(10'000);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 4);
+    pump.AdvanceTime(100'000);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 4);
+    Call(kAnna, 1, [&](ClientObject&) { world.movesOn = true; });
+    pump.AdvanceTime(59'900);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 4) << "a later motion has its full minute";
+    pump.AdvanceTime(200);
+    EXPECT_EQ(world.diary.Count("telescope stops"), 5);
+}
+
 TEST_P(ClientObjectsTest, Connected_ANewConnectionOfTheClientEndsTheLease) {
     objects->ConnectionOpened(1);
     Connect(kAnna, 1);

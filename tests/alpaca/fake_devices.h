@@ -43,6 +43,7 @@ struct FakeWorld {
     std::function<void(DeviceKind)> onCreate;  ///< runs inside the creation
     std::function<void(bool)> onConnected;     ///< runs inside each `Connected` write
     bool movesOn = false;                      ///< each device has a motion that its client must end
+    bool stopsFail = false;                    ///< such motions go on when they are ended
 };
 
 class FakeDevice final : public DeviceObject {
@@ -65,8 +66,11 @@ public:
 
     bool MovesOn() override { return world_.movesOn; }
     void EndMotions() override {
-        world_.movesOn = false;
+        world_.movesOn = world_.stopsFail;
         world_.diary.Note(name_ + " stops");
+    }
+    void DoesNotBegin(std::string_view member) override {
+        world_.diary.Note(name_ + " does not begin " + std::string(member));
     }
 
 private:

@@ -118,6 +118,33 @@ TEST_F(ServedDevicesTest, AnAxisRunsForAClient_UntilItEndsTheMotionOrGoes) {
     EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
 }
 
+TEST_F(ServedDevicesTest, AxisWhoseStopTheMountDoesNotHear_MovesOn_UntilAStopIsHeard) {
+    for (const char* procedure : {"CommandString", "CommandBool", "CommandBlind", "CommandClear"}) {
+        ExpectSwallow(procedure);
+    }
+    const ClientObject other = Make(DeviceKind::Telescope);
+    for (const std::int32_t axis : {0, 1}) {
+        SCOPED_TRACE(axis);
+        ClientObject telescope = Make(DeviceKind::Telescope);
+        Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
+        machine.AdvanceTime(10'000);
+        EXPECT_EQ(Answer(telescope, DeviceKind::Telescope, Verb::Put, "moveaxis", {axis, 0.25}), "");
+        mount->SetLineDead(true);
+        machine.AdvanceTime(30'000);
+        for (int i = 0; i < 2; ++i) {
+            telescope.Device().EndMotions();
+            EXPECT_TRUE(telescope.Device().MovesOn());
+        }
+        mount->SetLineDead(false);
+        machine.AdvanceTime(10'000);
+        telescope.Device().EndMotions();
+        EXPECT_FALSE(telescope.Device().MovesOn());
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
+        EXPECT_TRUE(driver->state.g_bTracking) << "as before the motion";
+    }
+}
+
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
     for (const DeviceKind kind : {DeviceKind::Telescope, DeviceKind::Focuser}) {
         ClientObject object = Make(kind);

@@ -86,6 +86,7 @@ TEST_F(StopOrderTest, AxisThatIsStopped_GoesAheadOfOtherCalls_AndAnEarlierStartO
     EXPECT_EQ(Ask({{"slewtotarget", ""}, {"moveaxis", "Axis=0&Rate=1"}, {"moveaxis", "Axis=0&Rate=0"}}),
               (Texts{"axis 0 stops", "other"}));
     EXPECT_EQ(answered, 3) << "each call is answered";
+    EXPECT_EQ(world.diary.Count("telescope does not begin MoveAxis"), 1);
     EXPECT_EQ(Ask({{"moveaxis", "Axis=0&Rate=1"}}), Texts{"axis 0 runs"});
 }
 
@@ -111,6 +112,7 @@ TEST_F(StopOrderTest, TrackingThatIsSwitchedOff_GoesAhead_AndAnEarlierSwitchingO
                    {"moveaxis", "Axis=0&Rate=1"},
                    {"tracking", "Tracking=False"}}),
               (Texts{"tracking off", "other", "axis 0 runs"}));
+    EXPECT_EQ(world.diary.Count("telescope does not begin Tracking"), 1);
     EXPECT_EQ(Ask({{"tracking", "Tracking=False"}, {"tracking", "Tracking=True"}}),
               (Texts{"tracking off", "tracking on"}));
 }

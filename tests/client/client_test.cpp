@@ -134,13 +134,37 @@ std::vector<std::string> Calls(FakeAlpacaServer& server) {
     return calls;
 }
 
+/// The transaction number at the end of a text; the text is left without it. Each run begins at another one.
+std::uint32_t TakeTransaction(std::string& text) {
+    constexpr std::string_view kName = "ClientTransactionID=";
+    const std::size_t digits = text.find(kName) + kName.size();
+    const std::uint32_t number = static_cast<std::uint32_t>(std::stoul(text.substr(digits)));
+    text.resize(digits);
+    return number;
+}
+
+TEST(Client, EachRun_CountsItsRequestsFromANumberOfItsOwn) {
+    std::vector<std::uint32_t> numbers;
+    for (int run = 0; run < 2; ++run) {
+        FakeTelescope telescope;
+        FakeAlpacaServer server(std::ref(telescope));
+        RunAt(server, {"get", "SiteLatitude"});
+        std::string target = server.Requests().at(0).target;
+        numbers.push_back(TakeTransaction(target));
+        EXPECT_NE(numbers.back(), 0U) << "0 is no number";
+    }
+    EXPECT_NE(numbers[0], numbers[1]) << "a driver would take the second for a repeat of the first";
+}
+
 TEST(Client, Get_ShowsTheValueOfAMemberNamedInAnyCase) {
     FakeTelescope telescope;
     FakeAlpacaServer server(std::ref(telescope));
     const Outcome outcome = RunAt(server, {"get", "SiteLatitude", "--client-id", "42"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "47\n");
-    EXPECT_EQ(server.Requests().at(0).target, "/api/v1/telescope/0/sitelatitude?ClientID=42&ClientTransactionID=1");
+    std::string target = server.Requests().at(0).target;
+    TakeTransaction(target);
+    EXPECT_EQ(target, "/api/v1/telescope/0/sitelatitude?ClientID=42&ClientTransactionID=");
 }
 
 TEST(Client, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
@@ -149,7 +173,9 @@ TEST(Client, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
     const Outcome outcome = RunAt(server, {"put", "CommandString", "Command=a b&c", "Raw=True", "--client-id", "0"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "reply\n");
-    EXPECT_EQ(server.Requests().at(0).body, "Command=a%20b%26c&Raw=True&ClientID=0&ClientTransactionID=1");
+    std::string body = server.Requests().at(0).body;
+    TakeTransaction(body);
+    EXPECT_EQ(body, "Command=a%20b%26c&Raw=True&ClientID=0&ClientTransactionID=");
 }
 
 TEST(Client, ADevicesErrorIsExitOneWithItsWordsAndNumber) {

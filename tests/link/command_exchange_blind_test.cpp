@@ -92,7 +92,7 @@ TEST_F(BlindExchange, ReplyToTheSlewBehindAnAlarmLetter_IsReadAllTheSame) {
         line.Schedule(clock.Elapsed() + 10, bytes);
         const std::int32_t shortReads = counters.Values().g_nReceiveCountedErrors;
         const bool letters = bytes[1] != 0 || *bytes == 'Z';
-        EXPECT_EQ(link->ReceiveCharacter(), reply);
+        EXPECT_EQ(link->ReceiveCharacter().reply, reply);
         EXPECT_EQ(counters.Values().g_nReceiveCountedErrors > shortReads, letters);
         EXPECT_EQ(line.Unread(), "");
     }
@@ -107,12 +107,14 @@ TEST_F(BlindExchange, ReplyToTheSlewBehindADoubledOne_IsReadAllTheSame) {
         line.Schedule(clock.Elapsed() + 10, bytes);
         const std::int32_t retransmits = counters.Values().g_nRetransmits;
         clock.Sleep(10);
-        EXPECT_EQ(link->ReceiveCharacter(), reply);
+        const ReceivedCharacter received = link->ReceiveCharacter();
+        EXPECT_EQ(received.reply, reply);
+        EXPECT_EQ(received.afterAnother, received.reply == "0");
         EXPECT_EQ(counters.Values().g_nRetransmits - retransmits, dropped);
         EXPECT_EQ(link->TakeLateBytes(), "");
     }
     line.Schedule(clock.Elapsed() + 10, "01");
-    EXPECT_EQ(link->ReceiveCharacter(), "0");
+    EXPECT_EQ(link->ReceiveCharacter().reply, "0");
     EXPECT_EQ(link->TakeLateBytes(), "1") << "after an accepted slew nothing is looked for";
 }
 

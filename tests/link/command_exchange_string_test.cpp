@@ -294,7 +294,7 @@ public:
             return {};
         }
     }
-    std::string ReceiveCharacter() override { return serial_->ReceiveCharacter(); }
+    ReceivedCharacter ReceiveCharacter() override { return serial_->ReceiveCharacter(); }
     std::string TakeLateBytes() override { return serial_->TakeLateBytes(); }
     void Transmit(std::string_view text) override { serial_->Transmit(text); }
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override {

@@ -233,7 +233,7 @@ std::uint32_t After(char cell, const Picture& before, std::size_t column, bool g
         case 'c':
             return before[S] || before[P2] ? kept + 1 : kept;
         case 'e':
-            return before[Ga] ? 1 : kept;
+            return before[Ga] || before[P2] ? 1 : kept;
         case 'p':
             return before[P2] ? 0 : kept;
         case 'h':

@@ -22,8 +22,9 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     bool MoveAxisComesTooLate(double degreesPerSecond);
-    void MovePrimaryAxis(double degreesPerSecond);
-    void MoveSecondaryAxis(double degreesPerSecond);
+    bool MovePrimaryAxis(double degreesPerSecond);
+    bool MoveSecondaryAxis(double degreesPerSecond);
+    AxisMotion Stop(bool primary, bool secondary);
     void ShowAxisRates();
     bool TrackingChosenSinceMoveAxis() const;
     void ForgetEndedMotion();
@@ -121,7 +122,8 @@ bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
     return !endsMotion && !needs_.door.Permit("MoveAxis");
 }
 
-void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
+/// False when the mount has not taken the rate, as far as that is known.
+bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
     axes_.rates[mount_axis::Primary] = degreesPerSecond;
     // The mount counts from sidereal tracking: an axis that is at rest against the ground runs at minus one sidereal
     // rate.
@@ -133,7 +135,7 @@ void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
         const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
         telescope_.Tracking(tracked);
-        return;
+        return !state_.g_bLostComms;  // the commands that end the motion have no reply
     }
     ShowAxisRates();
     const bool isFirst = axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet;
@@ -145,16 +147,17 @@ void AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
         axes_.tracked = state_.g_bTracking;
     }
     axes_.counts[mount_axis::Primary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
-    CustomRates(core_).SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
+    return CustomRates(core_).SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
 }
 
-void AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
+/// False when the mount has not taken the rate.
+bool AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
     axes_.rates[mount_axis::Secondary] = degreesPerSecond;
     axes_.counts[mount_axis::Secondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     const double multiple = MultipleOfSidereal(degreesPerSecond);
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
-    CustomRates(core_).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+    return CustomRates(core_).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
 }
 
 void AxisSteps::ShowAxisRates() {
@@ -200,6 +203,31 @@ void AxisSteps::PutBackTracking() {
     errors.Step([&] { telescope_.Tracking(axes_.tracked); });
 }
 
+/// Stops these axes; returns the motion that the mount did not hear end.
+AxisMotion AxisSteps::Stop(bool primary, bool secondary) {
+    AxisMotion left = axes_;
+    ResumeNext errors{driver_.ledger, "StopOwnAxes"};
+    bool secondaryStopped = true;
+    bool primaryStopped = true;
+    if (secondary) {
+        errors.Assign(secondaryStopped, [&] { return MoveSecondaryAxis(0.0); });
+    }
+    if (primary) {
+        axes_.m_MoveAxisTrackingState =
+            axes_.tracked ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
+        errors.Assign(primaryStopped, [&] { return MovePrimaryAxis(0.0); });
+    }
+    if (primaryStopped) {
+        left.rates[mount_axis::Primary] = 0.0;
+        left.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
+    }
+    if (secondaryStopped) {
+        left.rates[mount_axis::Secondary] = 0.0;
+    }
+    left.counts.fill({state_.g_nTrackingChoices, state_.g_nSlewsTaken});  // what was sent here has ended nothing
+    return left.Runs() ? left : AxisMotion{};
+}
+
 /// The mount is never left running without an owner. Nothing is sent during a slew: its end restores the tracking,
 /// which ends the axis motion too.
 void Telescope::StopOwnAxes(std::string_view reason) {
@@ -208,20 +236,13 @@ void Telescope::StopOwnAxes(std::string_view reason) {
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
-    ResumeNext errors{driver_.ledger, "StopOwnAxes"};
+    AxisMotion left;
     if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
         driver_.log.LogMessage("MoveAxis", LogLevel::Warning, reason);
         NoteMotionStops();
-        if (secondaryRuns) {
-            errors.Step([&] { steps.MoveSecondaryAxis(0.0); });
-        }
-        if (primaryRuns) {
-            axes_.m_MoveAxisTrackingState =
-                axes_.tracked ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
-            errors.Step([&] { steps.MovePrimaryAxis(0.0); });
-        }
+        left = steps.Stop(primaryRuns, secondaryRuns);
     }
-    axes_ = {};
+    axes_ = left;
     steps.ForgetEndedMotion();
 }
 

@@ -5,31 +5,37 @@
 namespace kestrane {
 namespace {
 
-/// Whether the text starts a goto, alone or among others.
-bool StartsGoto(std::string_view command, bool raw) {
-    return wire::StartsGoto(raw ? std::string(command) : ":" + std::string(command) + "#");
-}
-
 class ClientCommandSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
     bool MayBeSent(std::string_view member, std::string_view command, bool raw);
     void NoteGoto(std::string_view command, bool raw);
+    /// The companion gets each text in a frame of its own.
+    bool GoesRaw(bool raw) const { return raw && !state_.g_bQuayLink; }
+
+private:
+    static bool StartsGoto(std::string_view command, bool raw);
 };
 
 }  // namespace
+
+/// Whether the text starts a goto, alone or among others.
+bool ClientCommandSteps::StartsGoto(std::string_view command, bool raw) {
+    return wire::StartsGoto(raw ? std::string(command) : ":" + std::string(command) + "#");
+}
 
 /// False for a goto that was asked for before a stop.
 bool ClientCommandSteps::MayBeSent(std::string_view member, std::string_view command, bool raw) {
     return !StartsGoto(command, raw) || needs_.door.Permit(member).has_value();
 }
 
-/// The answer went to the client, so the goto counts as accepted.
+/// The answer went to the client, so the goto counts as accepted. It goes somewhere else than a slew that is under way,
+/// and nobody has planned a safe way from there to the target of that one.
 void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
     if (StartsGoto(command, raw)) {
-        needs_.motion.GotoTaken();
-        state_.g_tickGotoTaken = driver_.clock.GetTickCount();
+        core_.NoteGotoTaken();
+        core_.BarSecondLeg("a client has sent a goto of its own");
     }
 }
 
@@ -53,11 +59,11 @@ bool Telescope::CommandBool(std::string_view command, bool raw) {
 
 std::string Telescope::CommandString(std::string_view command, bool raw) {
     ClientCommandSteps steps(*this);
-    if (!steps.MayBeSent("CommandString", command, raw)) {
+    if (!steps.MayBeSent("CommandString", command, steps.GoesRaw(raw))) {
         return {};
     }
     std::string reply = exchange_.CommandString(command, raw);
-    steps.NoteGoto(command, raw);
+    steps.NoteGoto(command, steps.GoesRaw(raw));
     return reply;
 }
 

@@ -15,8 +15,8 @@ void CustomRates::ShowCustomRate(TextBox& box, double rate) {
     box.Text(FormatUs(rate, kRatePattern));
 }
 
-void CustomRates::SendCustomRate(const CharacterCommand& command, double multiple) {
-    core_.Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
+bool CustomRates::SendCustomRate(const CharacterCommand& command, double multiple) {
+    return core_.Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
 }
 
 void CustomRates::ClearCustomDecRate(Sequence& mount) {

@@ -12,8 +12,9 @@ public:
     /// Shows a rate in its box; the settings keep the rate that the user typed.
     void ShowCustomRate(TextBox& box, double rate);
     /// Multiples of sidereal. A refusal of the mount is in the log of the exchange; nothing is raised. A rate that
-    /// rounds to no offset goes out as "0.00000", never with a minus, on either side and in either hemisphere.
-    void SendCustomRate(const CharacterCommand& command, double multiple);
+    /// rounds to no offset goes out as "0.00000", never with a minus, on either side and in either hemisphere. Returns
+    /// whether the mount has taken it.
+    bool SendCustomRate(const CharacterCommand& command, double multiple);
     /// Where the mount has custom rates and reports no status, its declination rate stays on after a change of the
     /// tracking.
     void ClearCustomDecRate(Sequence& mount);

@@ -65,6 +65,7 @@ void Telescope::SafeSlew(double rightAscension, double declination, SlewReturns 
     SlewWait wait(*this);
     const std::uint32_t slew = state_.g_nSlewsBegun;
     if (!steps.ReadPositionForPlan()) {
+        LogSlewNotSent("SafeSlew");
         return;
     }
     state_.g_dSafeSlewRa = rightAscension;

@@ -61,9 +61,13 @@ public:
     void SendAltAzHalf(Sequence& mount, const CharacterCommand& command, std::string_view logged,
                        std::string_view property, const std::string& text);
     std::string SendSlew(Sequence& mount, std::string_view origin);
+    void NoteAccepted();
     void LogRefusal(std::int16_t result);
     [[noreturn]] void RaiseSlewRefusal(std::int16_t result);
     void ApplySlewRateOfSettings(Sequence& mount);
+
+private:
+    bool replyIsDoubtful_ = false;  ///< the reply to the slew command may belong to an earlier exchange
 };
 
 }  // namespace
@@ -71,7 +75,7 @@ public:
 void Telescope::SendSlewCommands() {
     SlewCommandSteps steps(*this);
     CheckConnected();
-    UntilStopped(procedure::Slew, [&](Sequence& mount) {
+    const bool sent = UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
         steps.StartFromSiderealTracking(mount);
         mount.LetStopIn();
@@ -79,13 +83,24 @@ void Telescope::SendSlewCommands() {
         if (const std::int16_t result = steps.SendTarget(mount); result != 0) {
             steps.RaiseSlewRefusal(result);
         }
-        needs_.motion.SlewTaken();
-        const Tick now = driver_.clock.GetTickCount();
-        state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-        state_.g_tickLastSlewCheck = state_.g_tickGotoTaken = now;
-        state_.g_nSilencesAtGoto = state_.g_nSilences;
-        state_.g_nLinkLossesAtGoto = state_.g_nLinkLosses;
+        steps.NoteAccepted();
     });
+    if (!sent) {
+        LogSlewNotSent("SendSlewCommands");
+    }
+}
+
+void SlewCommandSteps::NoteAccepted() {
+    needs_.motion.SlewTaken();
+    const Tick now = driver_.clock.GetTickCount();
+    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
+    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
+    state_.g_nSilencesAtGoto = state_.g_nSilences;
+    state_.g_nLinkLossesAtGoto = state_.g_nLinkLosses;
+    if (replyIsDoubtful_ && state_.g_bSafeSlewPending) {
+        // If the mount has refused this leg, it stands where the way to the target may lead past the counterweights.
+        core_.BarSecondLeg("the answer to the first one is in doubt");
+    }
 }
 
 /// The result of the slew command: see `SlewResult`. 9 when nothing was sent for want of a target.
@@ -182,10 +197,11 @@ void SlewCommandSteps::SendAltAzHalf(Sequence& mount, const CharacterCommand& co
 std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin) {
     ResumeNext errors{driver_.ledger, "SendSlew"};
     mount.CommandBlindInternal(wire::Slew.ReplyReadApart());
-    std::string reply;
-    errors.Assign(reply, [&] { return needs_.link ? needs_.link->ReceiveCharacter() : std::string{}; });
-    driver_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + reply);
-    return reply;
+    ReceivedCharacter received;
+    errors.Assign(received, [&] { return needs_.link ? needs_.link->ReceiveCharacter() : ReceivedCharacter{}; });
+    driver_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + received.reply);
+    replyIsDoubtful_ = received.afterAnother;
+    return received.reply;
 }
 
 /// No client may hear of the refusal, so the log reports why nothing moved.

@@ -233,8 +233,13 @@ bool SlewSteps::QuayTakesSlews() const {
 
 std::string SlewSteps::SendToCompanion(const TextCommand& command, std::string_view target) {
     std::string reply;
-    core_.UntilStopped(procedure::CompanionSlew,
-                       [&](Sequence& mount) { reply = mount.CommandString(command, target); });
+    const bool sent = core_.UntilStopped(procedure::CompanionSlew,
+                                         [&](Sequence& mount) { reply = mount.CommandString(command, target); });
+    if (sent) {
+        core_.NoteGotoTaken();
+    } else {
+        core_.LogSlewNotSent("SendSlewCommands");
+    }
     return reply;
 }
 

@@ -10,7 +10,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::size_t kUsableLength = 11;
-constexpr std::int32_t kTooEarlyMs = 900;     // after an accepted goto
+constexpr std::int32_t kTooEarlyMs = 900;     // after a goto
 constexpr std::int32_t kAskedAgainMs = 1000;  // after it
 constexpr std::int32_t kRateHoldMs = 1500;    // a status sent before a rate command must not undo it on the display
 
@@ -151,14 +151,15 @@ void StatusSteps::ParseParkState(char park) {
     state_.g_tickParkedSince = Tick{};
 }
 
-/// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun.
+/// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun,
+/// or one whose acceptance was garbled on its way.
 void StatusSteps::ParseSlew(char slew) {
     if (slew == 'S') {
         needs_.motion.MountReportsSlewing(true);
     } else if (slew == '0') {
-        const std::int32_t asked = state_.g_tickLastGos - state_.g_tickGotoTaken;
-        if (state_.g_bGotoRuns && asked >= 0 && asked < kTooEarlyMs) {
-            state_.g_tickLastGos = state_.g_tickGotoTaken + kAskedAgainMs - MountQueries::kSlowIntervalMs;
+        const std::int32_t asked = state_.g_tickLastGos - state_.g_tickLastGoto;
+        if (state_.g_bGotoSent && asked >= 0 && asked < kTooEarlyMs) {
+            state_.g_tickLastGos = state_.g_tickLastGoto + kAskedAgainMs - MountQueries::kSlowIntervalMs;
         } else {
             needs_.motion.MountReportsSlewing(false);
         }

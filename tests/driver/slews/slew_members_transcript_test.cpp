@@ -226,6 +226,26 @@ TEST_F(CompanionSlewTest, CompanionThatTakesNoSlews_OrIsNotThere_LeavesThemToThe
     EXPECT_TRUE(sent.ends_with("Sr05:30:00.0 Sd+30*15:00 MS")) << sent;
 }
 
+TEST_F(CompanionSlewTest, SlewThatMoveAxisTookOver_IsStoppedByAnAbort_AndMeasuredByNoCalibration) {
+    driver->state.g_bTracking = false;
+    telescope->SlewToAltAzAsync(123.456, 45.0);
+    telescope->MoveAxis(1, 0.0);
+    const auto calibrate = [&] { telescope->CommandString("RAW,AutoCalibrateNSEW", true); };
+    EXPECT_EQ(MotionDuring(calibrate), "");
+    EXPECT_TRUE(LoggedAs("AutoCalibrateNSEW", 1, "No calibration now: the end of a goto has not been seen"));
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q");
+}
+
+TEST_F(CompanionSlewTest, TextOfAClientWithoutAFrame_CountsAsWhatItDoes) {
+    ASSERT_FALSE(driver->state.g_bGotoSent);
+    telescope->CommandBlind("MS", true);
+    EXPECT_FALSE(driver->state.g_bGotoSent) << "it goes out as it is, and is no command";
+    telescope->CommandString("MS", true);
+    EXPECT_TRUE(driver->state.g_bGotoSent && driver->state.g_bGotoRuns);
+    telescope->CommandString("Q", true);
+    EXPECT_FALSE(driver->state.g_bGotoRuns);
+}
+
 // --- the side of the pier at the end ---------------------------------------------------------------------------------
 
 struct SideRow {

@@ -48,6 +48,31 @@ TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsAskedForOnceMore_AndIsTheLastOneTh
     }
 }
 
+TEST_F(SlewPlanFaultTest, LongitudeThatOnlyTheConnectHasRead_Counts) {
+    class TellsItsLongitudeOnce final : public Misbehaviour {
+    public:
+        void Change(SimulatedReply& reply) override {
+            if (reply.name == "Gg" && ++asked_ > 1) {
+                reply.parts.clear();
+            }
+        }
+
+    private:
+        int asked_ = 0;
+    };
+    ExpectSwallow("CommandString");
+    MountSimulatorOptions options;
+    options.firmware = "S";
+    options.parkedAtPowerOn = false;
+    options.longitudeWest = 350.0;
+    BuildMount(options);
+    mount->Add(std::make_unique<TellsItsLongitudeOnce>());
+    telescope = ConnectedTelescope();
+    EXPECT_GT(TimesSent("Gg"), 1);
+    EXPECT_TRUE(driver->state.g_bLongitudeRead);
+    EXPECT_NEAR(driver->state.g_dSiteLongitude, 10.0, 0.001);
+}
+
 TEST_F(SlewPlanFaultTest, SideThatIsToldAtTheSecondQuestion_Counts) {
     Prepare();
     ReadAll();

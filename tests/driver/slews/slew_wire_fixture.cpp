@@ -91,6 +91,10 @@ std::string StandingMount::ReplyTo(const std::string& command) const {
 }
 
 SlewWireTest::~SlewWireTest() {
+    EndTheDriver();
+}
+
+void SlewWireTest::EndTheDriver() {
     clients_.clear();
     telescope.reset();
     driver.reset();

@@ -55,6 +55,17 @@ protected:
         }
     }
 
+    /// A rate that is restored comes after a stop of its own.
+    static bool SlewGoesOnAfterTheStopPair(const std::vector<std::string>& sent) {
+        const auto pair = std::ranges::adjacent_find(
+            sent, [](const std::string& a, const std::string& b) { return a == "Q" && b == "Q"; });
+        if (pair == sent.end()) {
+            return false;
+        }
+        const auto rate = std::find(pair + 2, sent.end(), "RT2");
+        return rate != sent.end() && std::count(pair + 2, rate, "Q") == 0;
+    }
+
     TelescopeObject telescope, other;
 };
 
@@ -82,7 +93,9 @@ TEST_P(StopDoorTest, StopAtAnyMomentOfASlewsBeginning_WaitsForOneExchangeAtMost_
         const auto& sent = mount->Commands();
         ASSERT_GT(sent.size(), sentBefore);
         EXPECT_TRUE(sent[sentBefore] == "Q" || !driver->state.g_bTracking) << sent[sentBefore];
-        EXPECT_EQ(std::count(sent.begin() + static_cast<std::ptrdiff_t>(sentBefore), sent.end(), "MS"), 0);
+        const auto after = sent.begin() + static_cast<std::ptrdiff_t>(sentBefore);
+        EXPECT_EQ(std::count(after, sent.end(), "MS"), 0);
+        EXPECT_FALSE(SlewGoesOnAfterTheStopPair({after, sent.end()}));
         EXPECT_FALSE(telescope->Slewing());
         EXPECT_FALSE(driver->state.g_bSafeSlewPending);
         EXPECT_FALSE(driver->state.g_bPollSuspended);
@@ -127,6 +140,54 @@ TEST_F(OvertakenTest, SlewThatWasAskedForBeforeTheStop_DoesNotBegin_AndTheNextOn
     machine.pump.Post(CallKind::Brief, slews[0]);
     machine.AdvanceTime(1'000);
     EXPECT_EQ(TimesSent("MS"), 1);
+}
+
+TEST_F(OvertakenTest, SlewThatAnAxisOfAnotherClientEnds_BeforeItIsSent_SaysSo) {
+    BuildMount("S");
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->Tracking(true);
+    machine.AdvanceTime(6'000);
+    const TelescopeObject other = driver->CreateTelescope();
+    mount->Add(std::make_unique<AnswersLate>("", kReplyLateMs));
+    for (const std::int64_t offset : {100, 1'500}) {  // in the plan, and among the commands
+        SCOPED_TRACE(offset);
+        log.clear();
+        machine.pump.PostAt(machine.clock.Elapsed() + offset, CallKind::StopsOne, [&] { other->MoveAxis(1, 0.0); });
+        telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 40.0);
+        EXPECT_EQ(TimesSent("MS"), 0);
+        EXPECT_EQ(TimesLogged("The slew is not sent: it was stopped before it could"), 1);
+    }
+}
+
+TEST_F(OvertakenTest, StopWhileAConnectHeals_OrTheHandBoxIsFilledAgain_WaitsForOneExchange) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->Tracking(true);
+    machine.AdvanceTime(6'000);
+    mount->Add(std::make_unique<AnswersLate>("", kReplyLateMs));
+    const TelescopeObject other = driver->CreateTelescope();
+    for (const bool heals : {true, false}) {
+        for (std::int64_t offset = 50; offset < 2'500; offset += 150) {
+            SCOPED_TRACE(std::string(heals ? "heal" : "fill") + " after " + std::to_string(offset));
+            const std::int64_t due = machine.clock.Elapsed() + offset;
+            std::int64_t delay = -1;
+            machine.pump.PostAt(due, CallKind::Stop, [&] {
+                delay = machine.clock.Elapsed() - due;
+                other->AbortSlew();
+            });
+            driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+            if (heals) {
+                driver->state.g_bMountUnproved = true;
+                ++driver->state.g_nAnsweredQueries;
+                driver->connections.HealConnect();
+            } else {
+                driver->InternalInstance().InitUI();
+            }
+            machine.AdvanceTime(3'000);
+            ASSERT_GE(delay, 0);
+            EXPECT_LE(delay, kLongestExchangeMs);
+            EXPECT_EQ(driver->state.g_sVersion, "VKC4-P02-08");
+        }
+    }
 }
 
 TEST_F(OvertakenTest, SlewOfAParkedMountOrWithoutALink_RaisesItsError_AlsoAfterAStop) {
