@@ -21,9 +21,9 @@ constexpr std::int32_t kFormatToggleWaitMs = 20;
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
 constexpr std::int32_t kDefaultTimeoutMs = 500;
-constexpr std::int32_t kLongestTimeoutMs = 60'000;
-constexpr std::int32_t kDefaultRetries = 2;
-constexpr std::int32_t kMostRetries = 5;
+constexpr double kLongestTimeoutMs = 60'000.0;
+constexpr double kDefaultRetries = 2.0;
+constexpr double kMostRetries = 5.0;
 constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
 constexpr std::string_view kCompanionApplication = "QUAY";
 constexpr std::string_view kCompanionSection = "Driver";
@@ -185,15 +185,13 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
 
 /// Milliseconds. A setting that is no number or below 1 counts as the default.
 std::int32_t ConnectionManager::ReadTimeout() {
-    const std::string text = driver_.persist.Read(setting::Timeout);
-    const std::int32_t timeout = IsNumericText(Trim(text)) ? ToInteger(text, driver_.log) : 0;
-    return timeout < 1 ? kDefaultTimeoutMs : std::min(timeout, kLongestTimeoutMs);
+    const double timeout = PlainDecimal(driver_.persist.Read(setting::Timeout), driver_.log).value_or(0.0);
+    return timeout < 1.0 ? kDefaultTimeoutMs : RoundHalfEven(std::min(timeout, kLongestTimeoutMs));
 }
 
 std::int16_t ConnectionManager::ReadRetries() {
-    const std::string text = driver_.persist.Read(setting::Retry);
-    const std::int32_t retries = IsNumericText(Trim(text)) ? ToInteger(text, driver_.log) : kDefaultRetries;
-    return static_cast<std::int16_t>(std::clamp(retries, 0, kMostRetries));
+    const double retries = PlainDecimal(driver_.persist.Read(setting::Retry), driver_.log).value_or(kDefaultRetries);
+    return static_cast<std::int16_t>(RoundHalfEven(std::clamp(retries, 0.0, kMostRetries)));
 }
 
 bool ConnectionManager::ProbeMount() {

@@ -272,13 +272,12 @@ LogFileFacts Driver::FactsOfLog() {
     };
 }
 
-/// A setting that is no number, or below 1, counts as its default.
+/// A setting that is no plain decimal number, or below 1, counts as its default.
 LogLimits Driver::LimitsOfLog() {
     constexpr double kBytesOfAMByte = 1e6;
     static constexpr double kMost = 1e9;
     const auto number = [this](const SettingKey& key) {
-        const std::string text = persist.ReadQuietly(key);
-        const double value = IsNumericText(text) ? Val_Global(text, log) : 0.0;
+        const double value = PlainDecimal(persist.ReadQuietly(key), log).value_or(0.0);
         return std::min(value >= 1.0 ? value : Val_Global(key.fallback, log), kMost);
     };
     return LogLimits{.keptBytes = static_cast<std::uintmax_t>(number(setting::LogKeepMBytes) * kBytesOfAMByte),

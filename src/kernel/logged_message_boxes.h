@@ -16,6 +16,7 @@ public:
         log_.LogTrouble("MessageBox", icon == MessageIcon::Critical ? LogLevel::Error : LogLevel::Info, text);
         return boxes_.Show(text, title, icon);
     }
+    void Mention(std::string_view line) override { boxes_.Mention(line); }
 
 private:
     MessageBoxes& boxes_;

@@ -337,7 +337,8 @@ void CommandExchange::DropLateBytes(std::string_view origin, ResumeNext& errors)
 
 void CommandExchange::EndLongReadLimit(ResumeNext& errors) {
     errors.Step([&] {
-        if (Link().ReceiveTimeoutMS() == kPortCheckReadLimitMs) {
+        const bool wasOpened = driver_.state.g_nReceiveTimeoutMS > 0;  // else there is no limit to go back to
+        if (wasOpened && Link().ReceiveTimeoutMS() == kPortCheckReadLimitMs) {
             Link().ReceiveTimeoutMS(driver_.state.g_nReceiveTimeoutMS);
         }
     });

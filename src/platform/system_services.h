@@ -19,6 +19,8 @@ class MessageBoxes {
 public:
     virtual ~MessageBoxes() = default;
     virtual MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) = 0;
+    /// A line for whoever runs the process, where a box would be too much.
+    virtual void Mention(std::string_view /*line*/) {}
 };
 
 /// Version record of the operating system. `platformId` 2 is the NT family.

@@ -142,9 +142,8 @@ bool Database::BeginAnew() {
     ResumeNext errors{needs_.ledger, "Database.BeginAnew"};
     return errors.Step([&] {
         const std::filesystem::path aside = MoveAside(path_, needs_.log.GetFileTimestamp());
-        needs_.log.LogTrouble("Settings", LogLevel::Error,
-                              "The settings file held no database. It was kept as " + aside.string() +
-                                  "; new settings begin with their defaults");
+        Say(LogLevel::Error, "The settings file held no database. It was kept as " + aside.string() +
+                                 "; new settings begin with their defaults");
         OpenFile();
     });
 }
@@ -182,16 +181,25 @@ RowSet Database::Run(std::string_view sql) {
 }
 
 void Database::SayOnce(bool& said, std::string_view what, std::string_view reason) {
-    if (!said) {
-        said = true;
-        needs_.log.LogTrouble("Settings", LogLevel::Error, Concat(what, ": ", path_.string(), ": ", reason));
+    if (!std::exchange(said, true)) {
+        Say(LogLevel::Error, Concat(what, ": ", path_.string(), ": ", reason));
+    }
+}
+
+/// The log may be on the disk that fails, or off.
+void Database::Say(LogLevel level, const std::string& text) {
+    needs_.log.LogTrouble("Settings", level, text);
+    needs_.messageBoxes.Mention("Settings: " + text);
+}
+
+void Database::TryAgainLater() {
+    if (!faultAt_ || RetryIsDue()) {
+        faultAt_ = needs_.clock.GetTickCount();
     }
 }
 
 void Database::NoteRefusedWrite(const DiskFault& fault) {
-    if (!faultAt_ || RetryIsDue()) {
-        faultAt_ = needs_.clock.GetTickCount();
-    }
+    TryAgainLater();
     SayOnce(refusalSaid_, "The settings cannot be written; they are kept and tried again while the driver runs",
             fault.Message());
 }
@@ -201,7 +209,7 @@ void Database::NoteWritten() {
         faultAt_.reset();
     }
     if (std::exchange(refusalSaid_, false)) {
-        needs_.log.LogTrouble("Settings", LogLevel::Info, "The settings can be written again");
+        Say(LogLevel::Info, "The settings can be written again");
     }
 }
 
@@ -329,24 +337,35 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
 
 bool Database::WriteOrKeep(KeptWrite write, const std::function<void()>& run) {
     if (!everOpen_) {  // a value may come from a default, and would replace what the file holds
+        if (!std::exchange(dropSaid_, true)) {
+            Say(LogLevel::Warning,
+                "The settings file could not be opened yet. Until then, changes of settings, sites and bookmarks are "
+                "not kept: " +
+                    path_.string());
+        }
         run();
         return true;
     }
-    if (kept_.empty() && Attempt(run)) {  // not before the writes that came earlier
+    const bool isFirst = std::ranges::all_of(kept_, &KeptWrite::isAudit);  // not before the writes that came earlier
+    if (isFirst && Attempt(false, run)) {
         return true;
     }
     KeepForLater(std::move(write));
     return false;
 }
 
-bool Database::Attempt(const std::function<void()>& run) {
+bool Database::Attempt(bool isAudit, const std::function<void()>& run) {
     try {
         run();
         return true;
     } catch (const FileLocked&) {
         return false;
     } catch (const DiskFault& fault) {
-        NoteRefusedWrite(fault);
+        if (isAudit) {
+            TryAgainLater();
+        } else {
+            NoteRefusedWrite(fault);
+        }
         return false;
     }
 }
@@ -389,7 +408,7 @@ bool Database::WriteAudit(std::string_view table, std::string_view property, std
             "('DateTime', 'ChangedBy', 'Table', 'Property', 'OldValue', 'NewValue') VALUES (",
             "'", LocalNow(), "', ", "'Driver', ", "'", table, "', ", "'", property, "', ", "'", EscapedForSql(oldValue),
             "', ", "'", EscapedForSql(newValue), "');");
-        written = Attempt([&] {
+        written = Attempt(true, [&] {
             ChooseSyncOfWrites(Sync::Later);
             Run(row.sql);
         });
@@ -454,12 +473,16 @@ void Database::KeepForLater(KeptWrite write) {
 
 void Database::StoreKept() {
     ResumeNext errors{needs_.ledger, "Database.StoreKept"};
-    bool refused = kept_.empty();
-    while (!refused) {
-        errors.Step([&] { refused = !Attempt([&] { Store(kept_.front()); }); });
+    for (std::size_t i = 0; i < kept_.size();) {
+        const bool isAudit = kept_[i].isAudit;
+        bool refused = false;
+        errors.Step([&] { refused = !Attempt(isAudit, [&] { Store(kept_[i]); }); });
         if (!refused) {
-            kept_.erase(kept_.begin());
-            refused = kept_.empty();
+            kept_.erase(kept_.begin() + static_cast<std::ptrdiff_t>(i));
+        } else if (isAudit) {
+            ++i;
+        } else {
+            return;
         }
     }
 }

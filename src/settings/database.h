@@ -41,14 +41,15 @@ struct DatabaseNeeds {
 /// No call waits for a second program that holds the file, except the opening at the start and the last writes at the
 /// end of the object (`LockWait::kLongestMs` at most), nor for a disk that is full or read-only. Then
 /// - opening ends without a file; until a later call succeeds in opening it nothing is kept, since such a write may
-/// come
-///   from a default that was read in the file's place;
+///   come from a default that was read in the file's place; the first one that is dropped costs a line in the log;
 /// - a write of a setting is kept, the newest per key, and so are records and deletions; all go out in their order as
 ///   soon as a call finds the file free. Reads of a setting give the kept value, lists do not show kept records. A kill
 ///   of the process loses what is kept;
 /// - a read gives what the setting was when it was last read or written.
 /// A lock is tried again by each call, a disk that refused a write each `kRetryMs` at the earliest, then with the file
-/// opened anew if need be. A full or read-only disk costs one line in the log, and so do settings that cannot be read.
+/// opened anew if need be. A full or read-only disk costs one line in the log, and so do settings that cannot be read;
+/// these lines also go to the standard error stream. An audit row that finds no room costs none, and holds up no other
+/// write.
 ///
 /// A file that holds no database is moved aside once the message box of the failed opening was shown, and a new one
 /// begins.
@@ -163,12 +164,15 @@ private:
     RowSet Run(std::string_view sql);
     /// Runs a write now, or keeps it when the file or an earlier write is in its way: then false.
     bool WriteOrKeep(KeptWrite write, const std::function<void()>& run);
-    /// Runs a write; false when another program or the disk refused it, which is noted.
-    bool Attempt(const std::function<void()>& run);
+    /// Runs a write; false when another program or the disk refused it, which is noted, and said unless it is a row
+    /// that no list shows.
+    bool Attempt(bool isAudit, const std::function<void()>& run);
+    void TryAgainLater();
     void NoteRefusedWrite(const DiskFault& fault);
     void NoteWritten();
     void NoteUnread(std::string_view reason);
     void SayOnce(bool& said, std::string_view what, std::string_view reason);
+    void Say(LogLevel level, const std::string& text);
     void ChooseSyncOfWrites(Sync sync);
     /// Rows changed by the last statement that could change rows.
     int Changes() const;
@@ -211,6 +215,7 @@ private:
     std::optional<Tick> faultAt_;  ///< when the disk last refused an opening or a write
     bool refusalSaid_ = false;
     bool unreadSaid_ = false;
+    bool dropSaid_ = false;
     std::optional<Sync> sync_;
     std::deque<KeptWrite> kept_;                                 ///< grows at its end while the first is stored
     std::map<std::string, std::string, std::less<>> lastKnown_;  ///< by table and key in lower case

@@ -62,10 +62,18 @@ struct SiteRow {
     std::string elevation;
 };
 
+/// In a form that the parser of numbers knows: SQLite writes small ones with an exponent.
+std::string ElevationText(const RowSet& row) {
+    constexpr int kElevation = 5;
+    std::string text = row.TextOrEmpty(kElevation);
+    const bool hasExponent = row.IsReal(kElevation) && text.find('e') != std::string::npos;
+    return hasExponent ? PlainNumber(row.Number(kElevation)) : text;
+}
+
 SiteRow ReadSiteRow(const RowSet& row) {
     return {Site{row.Id(), row.TextOrEmpty(1), row.TextOrEmpty(2), row.TextOrEmpty(3), row.TextOrEmpty(4), 0.0,
                  row.Number(6), row.Number(7), row.Number(8), row.Number(9)},
-            row.TextOrEmpty(5)};
+            ElevationText(row)};
 }
 
 /// A position that has no normal form stays as it is, and is noted in `errors`.

@@ -15,8 +15,9 @@ public:
 
     explicit LockWait(Clock& clock) : clock_(clock) {}
 
-    /// The statements that follow may wait, together `kLongestMs`.
-    void Begin() { leftMs_ = kLongestMs; }
+    /// The statements that follow may wait, together so long.
+    void Begin(std::int32_t milliseconds = kLongestMs) { leftMs_ = milliseconds; }
+    std::int32_t LeftMs() const { return leftMs_; }
     /// The statements that follow never wait; so it is from the beginning.
     void Forbid() { leftMs_ = 0; }
     /// Waits one step; false when the time to wait is used up.

@@ -60,6 +60,10 @@ bool RowSet::IsNull(int column) const {
     return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
 }
 
+bool RowSet::IsReal(int column) const {
+    return sqlite3_column_type(statement_.get(), column) == SQLITE_FLOAT;
+}
+
 std::string RowSet::Text(int column) const {
     const auto* text =
         static_cast<const char*>(static_cast<const void*>(sqlite3_column_text(statement_.get(), column)));

@@ -47,6 +47,8 @@ public:
     void MoveNext();
 
     bool IsNull(int column) const;
+    /// Whether the value is stored as a number with a fraction or an exponent.
+    bool IsReal(int column) const;
     /// A NULL has no text: run-time error 94.
     std::string Text(int column) const;
     /// The same, empty for a NULL.

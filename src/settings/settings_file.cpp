@@ -145,8 +145,10 @@ SettingsFile OpenShared(const std::filesystem::path& path, LockWait& wait) {
     ChooseSync(file, Sync::Later);  // tables that a power cut has lost are made again
     CreateSchema(*file.connection);
     if (!file.writeAheadLog) {  // another program may have been using it
+        const std::int32_t leftMs = wait.LeftMs();
         wait.Forbid();
         file.writeAheadLog = TakeWriteAheadLog(*file.connection);
+        wait.Begin(leftMs);
     }
     return file;
 }

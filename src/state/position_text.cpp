@@ -14,13 +14,12 @@ std::string WithoutFullTurn(std::string text, std::string_view fullTurn) {
     return text.starts_with(fullTurn) ? "00" + text.substr(fullTurn.size()) : text;
 }
 
-/// A value just below zero may round up to it; zero has no minus.
+}  // namespace
+
 std::string WithoutEmptyMinus(std::string text) {
     const bool empty = text.find_first_of("123456789") == std::string::npos;
     return empty && text.starts_with('-') ? text.substr(1) : text;
 }
-
-}  // namespace
 
 std::string HoursText(double hours, ForcedSign sign) {
     return WithSign(WithoutEmptyMinus(WithoutFullTurn(HoursToHMS(hours, ":", ":", "", 1), "24")), sign);

@@ -119,8 +119,9 @@ void HandBoxPanel::SyncMountTime() {
 void HandBoxPanel::OpenLogFolder() {
     if (!state_.g_sLogDir.empty()) {
         const std::string& folder = state_.g_sLogDir;
-        const bool quoted = folder.find(' ') != std::string::npos;
-        if (!needs_.processes.Start("xdg-open", quoted ? "\"" + folder + "\"" : folder)) {
+        const bool quoted = folder.find_first_of(" \t\r\n") != std::string::npos;
+        const bool isOneWord = !quoted || folder.find('"') == std::string::npos;
+        if (!isOneWord || !needs_.processes.Start("xdg-open", quoted ? "\"" + folder + "\"" : folder)) {
             driver_.log.LogMessage("OpenLogFolder", LogLevel::Warning,
                                    "No file browser could be started. The logs are in " + folder);
         }

@@ -5,6 +5,7 @@
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
 #include "settings/site_text.h"
+#include "state/position_text.h"
 #include "ui/colours.h"
 #include "ui/hand_box_panel.h"
 
@@ -34,8 +35,8 @@ void HandBoxPanel::ShowNoMountSite(Notice notice) {
 
 void HandBoxPanel::ShowMountSite(double longitude, double latitude, Notice notice) {
     siteRead_ = true;
-    const std::string latitudeText = DegreesToDMS(latitude, "*", ":", "", 0);
-    const std::string longitudeText = DegreesToDMS(longitude, "*", ":", "", 0);
+    const std::string latitudeText = WithoutEmptyMinus(DegreesToDMS(latitude, "*", ":", "", 0));
+    const std::string longitudeText = WithoutEmptyMinus(DegreesToDMS(longitude, "*", ":", "", 0));
     needs_.handBox.txtActualLatitude.Text(latitudeText);
     needs_.handBox.txtActualLongitude.Text(longitudeText);
     needs_.statusWindow.lblLatitude.Text(latitudeText);

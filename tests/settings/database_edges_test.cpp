@@ -286,6 +286,22 @@ TEST_F(DatabaseEdgesTest, NumbersOfManyDigits_ComeBackWhole) {
     EXPECT_DOUBLE_EQ(sites.at(1)->HumidityPercent, 1e20);
 }
 
+TEST_F(DatabaseEdgesTest, ASmallElevation_ComesBackAsItWas) {
+    for (const double elevation : {1.5e-5, -1.5e-5, 1e-9, 123456789012345.0}) {
+        Foreign().Run("delete from Sites");
+        Site site = SiteNamed("home");
+        site.ElevationMeters = elevation;
+        EXPECT_TRUE(db.SetSite(site, isNew));
+        RecordArray<Site> sites;
+        EXPECT_TRUE(db.GetAllSites(sites));
+        EXPECT_EQ(sites.at(1)->ElevationMeters, elevation);
+    }
+    Foreign().Run("update Sites set ElevationMeters = 'one'");
+    RecordArray<Site> sites;
+    EXPECT_TRUE(db.GetAllSites(sites));
+    EXPECT_EQ(sites.at(1)->ElevationMeters, 0.0) << "a text stays one";
+}
+
 TEST_F(DatabaseEdgesTest, ANumberThatIsNotFinite_IsNotStored) {
     for (const double number : {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
                                 std::numeric_limits<double>::quiet_NaN()}) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "settings_fakes.h"
@@ -104,6 +105,32 @@ TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBack) {
     persist.WriteIniValue("Port", "COM6");
     EXPECT_EQ(Stored("port"), "COM6");
     EXPECT_EQ(boxes.Texts().size(), 1U);
+}
+
+TEST_F(LockedFileTest, ChangesBeforeTheFileWasOpen_AreDroppedWithOneLine) {
+    MakeFile("delete");
+    logState.g_bDebugLog = true;
+    const std::string line =
+        "Settings|1|The settings file could not be opened yet. Until then, changes of settings, sites and bookmarks "
+        "are not kept: " +
+        folders.SettingsFile().string();
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE");
+    Persist persist(NeedsOfPersist());
+    persist.ReadIniValue("Port", "COM1");
+    logged.clear();
+    boxes.mentioned.clear();
+    bool isNew = true;
+    for (int i = 0; i < 3; ++i) {
+        persist.WriteIniValue("Retry", "7");
+        EXPECT_FALSE(persist.database()->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    }
+    EXPECT_EQ(std::ranges::count(logged, line), 1);
+    EXPECT_EQ(boxes.mentioned, std::vector<std::string>{line.substr(0, 8) + ": " + line.substr(11)});
+    other.Run("COMMIT");
+    persist.WriteIniValue("Retry", "8");
+    EXPECT_EQ(Stored("retry"), "8");
+    EXPECT_EQ(std::ranges::count(logged, line), 1);
 }
 
 TEST_F(LockedFileTest, ALockThatGoesDuringTheWait_IsWaitedOut) {

@@ -475,6 +475,27 @@ TEST_F(MountQueriesTest, SiderealTime_RunsOn_AndIsNotShiftedByAReplyThatDropsOut
     EXPECT_NEAR(queries.GetLst(), 10.0 / 3600.0, 1e-9);
 }
 
+TEST_F(MountQueriesTest, SiderealTime_StaysBelowADayHoweverOldTheReplyIs) {
+    constexpr std::int32_t kDayMs = 24 * 60 * 60 * 1000;
+    for (const std::int32_t days : {2, 20}) {
+        mount.replies["GS"] = "23:00:00";
+        queries.QueryLst();
+        Pass(days * kDayMs + 2 * 3'600'000);
+        EXPECT_NEAR(queries.GetLst(), 1.0, 1e-6) << days;
+    }
+}
+
+TEST_F(MountQueriesTest, SiderealTime_AfterATurnOfTheTickCounter_IsStillATimeOfDay) {
+    mount.replies["GS"] = "23:00:00";
+    queries.QueryLst();
+    constexpr std::int32_t kTenDaysMs = 10 * 24 * 60 * 60 * 1000;
+    for (int i = 0; i < 5; ++i) {
+        Pass(kTenDaysMs);
+        EXPECT_GE(queries.GetLst(), 0.0) << i;
+        EXPECT_LT(queries.GetLst(), 24.0) << i;
+    }
+}
+
 TEST_F(MountQueriesTest, SiderealTimeByComputation_IsForFirmwareWithoutAMeridianDelay) {
     machine.astronomy.lst = 7.5;
     handBox.chkCalcLST.Checked(true);

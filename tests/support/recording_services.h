@@ -25,6 +25,7 @@ public:
         MessageIcon icon = MessageIcon::None;
     };
     std::vector<Box> shown;
+    std::vector<std::string> mentioned;
     std::deque<MessageAnswer> answers;          ///< to the next boxes; OK after they are used up
     std::function<void(const Box&)> whenShown;  ///< runs while the box is on the screen
 
@@ -47,6 +48,7 @@ public:
         answers.pop_front();
         return answer;
     }
+    void Mention(std::string_view line) override { mentioned.emplace_back(line); }
 };
 
 class SettableSystemInfo final : public SystemInfo {

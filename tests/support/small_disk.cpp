@@ -59,6 +59,10 @@ void SmallDisk::MakeRoom() const {
     std::filesystem::remove(Filler(folder_));
 }
 
+void SmallDisk::MakeRoom(std::uintmax_t bytes) const {
+    std::filesystem::resize_file(Filler(folder_), std::filesystem::file_size(Filler(folder_)) - bytes);
+}
+
 void SmallDisk::ReadOnly(bool readOnly) const {
     const unsigned long flags = readOnly ? MS_REMOUNT | MS_RDONLY : MS_REMOUNT;
     if (::mount("tmpfs", folder_.c_str(), "tmpfs", flags, kSize) != 0) {

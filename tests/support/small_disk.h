@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -22,6 +23,8 @@ public:
     void Fill() const;
     /// Removes that file.
     void MakeRoom() const;
+    /// Cuts so many bytes off that file.
+    void MakeRoom(std::uintmax_t bytes) const;
     /// No file may be open for writing.
     void ReadOnly(bool readOnly) const;
 

@@ -109,11 +109,14 @@ std::unique_ptr<SerialPort> VirtualSerialPorts::CreatePort() {
 SerialPortList VirtualSerialPorts::ListPorts() {
     ++listings_;
     std::int32_t number = 1;
-    for (std::string& device : waiting_) {
+    for (auto& [device, end] : waiting_) {
         while (known_.contains(number)) {
             ++number;
         }
         known_[number] = {std::move(device), true};
+        if (end != nullptr) {
+            ends_[number] = end;
+        }
     }
     waiting_.clear();
     SerialPortList list;

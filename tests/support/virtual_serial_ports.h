@@ -52,7 +52,9 @@ public:
     /// connected by its number is listed too. What was there once is later listed as absent.
     SerialPortList ListPorts() override;
     /// A device that has no number yet.
-    void PlugIn(std::string_view device) { waiting_.emplace_back(device); }
+    void PlugIn(std::string_view device) { waiting_.emplace_back(device, nullptr); }
+    /// The same with something at its far end, which must be disconnected before it ends.
+    void PlugIn(std::string_view device, LineEnd& end) { waiting_.emplace_back(device, &end); }
     int Listings() const { return listings_; }
     /// The troubles that the listings report from now on.
     void SetTroubles(std::vector<std::string> troubles) { troubles_ = std::move(troubles); }
@@ -92,7 +94,7 @@ private:
     std::vector<Opening> openings_;
     int reads_ = 0;
     std::map<std::int32_t, KnownPort> known_;
-    std::vector<std::string> waiting_;
+    std::vector<std::pair<std::string, LineEnd*>> waiting_;
     std::vector<std::string> troubles_;
     int listings_ = 0;
 };

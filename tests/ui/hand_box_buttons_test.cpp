@@ -171,9 +171,21 @@ TEST_F(HandBoxButtons, OpenLogDirectory_OpensTheFolderOfTheLog) {
 }
 
 TEST_F(HandBoxButtons, OpenLogDirectory_WithABlankInTheFolder_PassesItAsOneWord) {
-    driver->state.g_sLogDir = "/my logs";
+    for (const std::string folder : {"/my logs", "/my\tlogs"}) {
+        driver->state.g_sLogDir = folder;
+        HandBox().btnOpenLogDirectory.FireClick();
+        EXPECT_EQ(machine.processes.starts.back().second, "\"" + folder + "\"");
+    }
+}
+
+TEST_F(HandBoxButtons, OpenLogDirectory_WithAQuoteInTheFolder_PassesItWholeOrNamesItInTheLog) {
+    driver->state.g_sLogDir = "/my\"logs";
     HandBox().btnOpenLogDirectory.FireClick();
-    EXPECT_EQ(machine.processes.starts.at(0).second, "\"/my logs\"");
+    EXPECT_EQ(machine.processes.starts.at(0).second, "/my\"logs");
+    driver->state.g_sLogDir = "/my \"logs";
+    HandBox().btnOpenLogDirectory.FireClick();
+    EXPECT_EQ(machine.processes.starts.size(), 1U) << "no word can hold both";
+    EXPECT_TRUE(Logged("The logs are in /my \"logs"));
 }
 
 TEST_F(HandBoxButtons, OpenLogDirectory_WithoutAFileBrowser_NamesTheFolderInTheLog) {

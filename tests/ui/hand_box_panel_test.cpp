@@ -198,6 +198,16 @@ protected:
     static constexpr std::string_view kLongitude = "Longitude does not match site setting";
 };
 
+TEST_F(SiteFromMount, ASiteJustBelowZero_IsShownWithoutAMinus) {
+    Start();
+    driver->panel.ShowMountSite(-0.0001, -0.0001, Notice::LogOnly);
+    EXPECT_EQ(HandBox().txtActualLatitude.Text(), "00*00:00");
+    EXPECT_EQ(HandBox().txtActualLongitude.Text(), "00*00:00");
+    driver->panel.ShowMountSite(-0.0003, -10.0, Notice::LogOnly);
+    EXPECT_EQ(HandBox().txtActualLatitude.Text(), "-10*00:00");
+    EXPECT_EQ(HandBox().txtActualLongitude.Text(), "-00*00:01");
+}
+
 TEST_F(SiteFromMount, Connect_ReadsTheSiteOnceAndWithoutABox) {
     auto telescope = ConnectedTelescope();
     EXPECT_EQ(HandBox().txtActualLatitude.Text(), "47*00:00");

@@ -342,6 +342,13 @@ bool IsNumericText(std::string_view text) {
     return NumericValue(text, ignored);
 }
 
+std::optional<double> PlainDecimal(std::string_view text, Log& log) {
+    if (!IsNumericText(text) || text.find_first_of("eE") != std::string_view::npos) {
+        return std::nullopt;
+    }
+    return Val_Global(text, log);
+}
+
 std::string FormatUs(double value, std::string_view pattern) {
     if (pattern.empty() || !std::isfinite(value)) {
         return PlainNumber(value);

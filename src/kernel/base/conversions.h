@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,8 @@ bool UsesDecimalPoint();
 /// or none; blanks may be around it, none within. No words ("inf"), no hexadecimal digits, no grouping of thousands.
 /// The value must fit a double.
 bool IsNumericText(std::string_view text);
+/// The value of a text that `IsNumericText` accepts and that has no exponent; nothing for any other text.
+std::optional<double> PlainDecimal(std::string_view text, Log& log);
 
 /// `value` by a pattern of "0" (always a digit), "#" (a digit, left out when it is a zero at the edge) and one ".",
 /// rounded half away from zero, with a point. Text before and after these places stays, with points for its commas;

@@ -126,6 +126,11 @@ std::string OnOneLine(std::string_view text) {
     return line;
 }
 
+/// A message as all lines show it.
+std::string TextOf(std::string_view message) {
+    return OnOneLine(ReplaceAll(message, "\r\n", ""));
+}
+
 bool IsLogName(const std::string& name) {
     return name.starts_with(kFilePrefix) && name.ends_with(kFileSuffix);
 }
@@ -187,42 +192,66 @@ void Log::LogMessage(std::string_view origin, LogLevel level, std::string_view m
 }
 
 void Log::LogMessage(std::string_view origin, int level, std::string_view message) {
-    if (state_.g_bDebugLog) {
-        LogLine(GetTimestamp(), origin, level, message);
+    if (!state_.g_bDebugLog) {
+        return;
     }
+    const std::string text = TextOf(message);
+    const std::string line = LineOf(origin, level, text);
+    if (!state_.g_bLogPaused) {
+        WriteLogLine(line);
+    }
+    Announce(line, origin, level, text);
 }
 
 void Log::LogTrouble(std::string_view origin, LogLevel level, std::string_view message) {
-    if (state_.g_bDebugLog) {
-        LogMessage(origin, level, message);
-        // Without a folder the first log is only about to be opened: its file must have the message too.
-        if (IsOpen() || !state_.g_sLogDir.empty()) {
-            return;
-        }
-    }
+    const std::string text = TextOf(message);
+    const std::string line = LineOf(origin, static_cast<int>(level), text);
     if (troubles_.size() == kKeptTroubles) {
         troubles_.pop_front();
     }
-    troubles_.push_back({GetTimestamp(), std::string(origin), level, std::string(message)});
-}
-
-void Log::LogKeptTroubles() {
-    for (const Trouble& trouble : std::exchange(troubles_, {})) {
-        LogLine(trouble.timestamp, trouble.origin, static_cast<int>(trouble.level), trouble.message);
+    troubles_.push_back({line, std::string(origin), text, static_cast<int>(level), state_.g_bDebugLog});
+    if (state_.g_bDebugLog) {
+        WriteKeptTroubles();
+        Announce(line, origin, static_cast<int>(level), text);
     }
 }
 
-void Log::LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message) {
-    const std::string text = OnOneLine(ReplaceAll(message, "\r\n", ""));
-    std::string line = timestamp;
+void Log::WriteKeptTroubles() {
+    while (!troubles_.empty() && FileIsReady()) {
+        const std::int32_t number = state_.g_nLogLine;
+        if (!PutLine(troubles_.front().line)) {
+            state_.g_nLogLine = number;  // it will have its number when the file takes it
+            return;
+        }
+        troubles_.pop_front();
+    }
+}
+
+void Log::LogKeptTroubles() {
+    std::vector<Trouble> unknown;
+    for (Trouble& trouble : troubles_) {
+        if (!std::exchange(trouble.announced, true)) {
+            unknown.push_back(trouble);
+        }
+    }
+    WriteKeptTroubles();
+    for (const Trouble& trouble : unknown) {
+        Announce(trouble.line, trouble.origin, trouble.level, trouble.text);
+    }
+}
+
+std::string Log::LineOf(std::string_view origin, int level, std::string_view text) {
+    std::string line = GetTimestamp();
     const std::string shownOrigin = OnOneLine(origin);
     line.append(": ").append(shownOrigin);
     line.append(shownOrigin.size() < kOriginWidth ? kOriginWidth - shownOrigin.size() : 0, ' ');
     line.append(": ").append(LevelText(level)).append(" : ").append(text);
-    if (!state_.g_bLogPaused) {
-        WriteLogLine(line);
-    }
-    FeedWindow(std::string_view(line).substr(kDateWidth));
+    return line;
+}
+
+/// To the window and the listener.
+void Log::Announce(std::string_view line, std::string_view origin, int level, std::string_view text) {
+    FeedWindow(line.substr(kDateWidth));
     if (listener_) {
         Quietly([&] { listener_(origin, level, text); });
     }
@@ -250,10 +279,12 @@ void Log::OpenLog() {
     if (IsOpen()) {
         return;
     }
+    partIsLost_ = false;
     ChooseFolder();
     if (!state_.g_sLogDir.empty()) {
         OpenFile();
     }
+    chooseFolderAgain_ = !IsOpen();
     state_.g_nLogLine = 0;
     limits_ = Ask<LogLimits>(facts_.limits, {});
     WriteHeader();
@@ -323,8 +354,10 @@ void Log::NextPart() {
     if (!IsOpen()) {
         OpenPart(before);
         fileBytes_ = 0;  // the next part is tried again after as many bytes
+        partIsLost_ = !IsOpen();
         return;
     }
+    partIsLost_ = false;
     for (const std::string& line : header_) {
         PutLine(line);
     }
@@ -353,7 +386,7 @@ void Log::RemoveOldFiles() {
 }
 
 void Log::ChooseFolder() {
-    if (state_.g_sLogDir.empty()) {
+    if (state_.g_sLogDir.empty() || chooseFolderAgain_) {
         state_.g_sLogDir = Ask<std::string>(facts_.logFileDir, "");
     }
     if (state_.g_sLogDir.empty()) {
@@ -383,7 +416,7 @@ void Log::WriteHeaderLine(const std::string& line) {
 }
 
 void Log::CloseLog() {
-    state_.g_bLogPaused = false;
+    state_.g_bLogPaused = partIsLost_ = false;
     if (IsOpen()) {
         stream_.close();
     }
@@ -406,18 +439,22 @@ void Log::ShowWindow(bool visible) {
 }
 
 void Log::WriteLogLine(std::string_view line) {
-    if (!IsOpen()) {
-        return;
+    if (FileIsReady()) {
+        WriteKeptTroubles();
+        PutLine(line);
     }
-    if (fileBytes_ >= kPartBytes) {
-        NextPart();
-    }
-    PutLine(line);
 }
 
-void Log::PutLine(std::string_view line) {
+bool Log::FileIsReady() {
+    if (partIsLost_ || (IsOpen() && fileBytes_ >= kPartBytes)) {
+        NextPart();
+    }
+    return IsOpen();
+}
+
+bool Log::PutLine(std::string_view line) {
     if (!IsOpen()) {
-        return;
+        return false;
     }
     std::string text;
     text.reserve(line.size() + kLineNumberWidth + 3);
@@ -438,6 +475,7 @@ void Log::PutLine(std::string_view line) {
         fileBytes_ += static_cast<std::uintmax_t>(taken);
         lineIsBroken_ = text[static_cast<std::size_t>(taken) - 1] != '\n';
     }
+    return taken == std::ssize(text);
 }
 
 std::string Log::GetTimestamp() {

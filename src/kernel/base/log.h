@@ -60,7 +60,8 @@ struct LogFileFacts {
     std::function<bool()> isAdmin;
     std::function<std::filesystem::path()> commonAppData;
     std::function<LogLimits()> limits = {};
-    /// Called, once in a process, when no file can be opened in the folder of the settings.
+    /// Called, once in a process, when no file can be opened in the folder of the settings. The next `OpenLog` reads
+    /// the setting again.
     std::function<void(const std::string& folder)> reportMissingFolder = {};
 };
 
@@ -81,8 +82,9 @@ public:
     void LogMessage(std::string_view origin, LogLevel level, std::string_view message);
     /// For levels outside the enumeration, which print as their number.
     void LogMessage(std::string_view origin, int level, std::string_view message);
-    /// For what must be found later too: logs the message or, while logging is off, keeps it (the newest
-    /// `kKeptTroubles`) with its time for the next log, which shows it after its head.
+    /// For what must be found later too: logs the message, also during a pause. While logging is off, and when the file
+    /// does not take it whole, it is kept (the newest `kKeptTroubles`) with its time: the next log has it after its
+    /// head, the same file before the next line that it takes.
     void LogTrouble(std::string_view origin, LogLevel level, std::string_view message);
     static constexpr std::size_t kKeptTroubles = 20;
 
@@ -118,14 +120,19 @@ private:
     std::filesystem::path FreeName() const;
     void OpenPart(const std::filesystem::path& file);
     void NextPart();
-    /// Into the file that is open, however long it is.
-    void PutLine(std::string_view line);
+    /// Whether a file is open, after the change to the next part where that is due.
+    bool FileIsReady();
+    /// Into the file that is open, however long it is; false when the file did not take the whole line.
+    bool PutLine(std::string_view line);
     void WriteHeader();
     void WriteHeaderLine(const std::string& line);
     void RemoveOldFiles();
     void ReportMissingFolder();
-    void LogLine(const std::string& timestamp, std::string_view origin, int level, std::string_view message);
+    std::string LineOf(std::string_view origin, int level, std::string_view text);
+    /// Into the file, as many as it takes.
+    void WriteKeptTroubles();
     void LogKeptTroubles();
+    void Announce(std::string_view line, std::string_view origin, int level, std::string_view text);
     void FeedWindow(std::string_view line);
     void ShowWindow(bool visible);
 
@@ -139,16 +146,18 @@ private:
     std::vector<std::string> header_;  ///< repeated in each part
     LogLimits limits_;
     bool missingFolderReported_ = false;
+    bool chooseFolderAgain_ = false;  ///< no file could be opened in the last one
+    bool partIsLost_ = false;  ///< neither the next part nor the file before could be opened; each line tries again
     std::filesystem::path fileName_;
     std::string commonFolder_;  ///< the folder used when none is set; made again at each open
     Listener listener_;
 
     struct Trouble {
-        std::string timestamp, origin;
-        LogLevel level;
-        std::string message;
+        std::string line, origin, text;
+        int level = 0;
+        bool announced = false;  ///< the window and the listener had it
     };
-    std::deque<Trouble> troubles_;  ///< of the time without a log
+    std::deque<Trouble> troubles_;  ///< those that no file has
 };
 
 }  // namespace kestrane

@@ -16,6 +16,8 @@ public:
     explicit PosixMessageBoxes(LogFunction log = {});
 
     MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) override;
+    /// To standard error only.
+    void Mention(std::string_view line) override;
 
 private:
     LogFunction log_;

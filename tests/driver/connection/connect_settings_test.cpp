@@ -74,8 +74,17 @@ TEST_F(ConnectSettingsTest, Timeout_IsReadAnewOnceTheMountIsFound) {
 
 TEST_F(ConnectSettingsTest, TimeoutThatMakesNoSense_CountsAsOneThatDoes) {
     Start();
-    for (const auto& [text, milliseconds] :
-         {std::pair{"soon", 500}, {"", 500}, {"0", 500}, {"-20", 500}, {"60000", 60000}, {"90000", 60000}}) {
+    for (const auto& [text, milliseconds] : {std::pair{"soon", 500},
+                                             {"", 500},
+                                             {"0", 500},
+                                             {"0.9", 500},
+                                             {"-20", 500},
+                                             {"1e3", 500},
+                                             {"-3000000000", 500},
+                                             {" 750 ", 750},
+                                             {"60000", 60000},
+                                             {"90000", 60000},
+                                             {"3000000000", 60000}}) {
         driver->link->Connected(false);
         driver->persist.WriteIniValue("Timeout", text);
         EXPECT_EQ(Open(), 0U) << text;
@@ -84,11 +93,44 @@ TEST_F(ConnectSettingsTest, TimeoutThatMakesNoSense_CountsAsOneThatDoes) {
     }
 }
 
+TEST_F(ConnectSettingsTest, AnAdapterThatIsPluggedInAfterTheStart_GetsItsNumberWhenItsPortCannotBeOpened) {
+    SimulatorLine line(*mount);
+    for (const auto& [ascomObject, port] : {std::pair{"0", 2}, {"1", 3}}) {
+        Seed({{"Port", "COM" + std::to_string(port)}, {"chkUseASCOMSerialObject", ascomObject}});
+        Start();
+        machine.serialPorts.PlugIn("an adapter", line);
+        const int listings = machine.serialPorts.Listings();
+        EXPECT_EQ(Open(), 0U) << port;
+        EXPECT_EQ(machine.serialPorts.Listings(), listings + 1);
+        EXPECT_EQ(machine.serialPorts.Openings().back().port, port);
+        driver.reset();
+        machine.serialPorts.Disconnect(port);
+    }
+}
+
 TEST_F(ConnectSettingsTest, Retry_IsThatOfTheDriversOwnObject) {
     Seed({{"Retry", "4"}});
     Start();
     EXPECT_EQ(Open(), 0U);
     EXPECT_EQ(driver->InternalInstance().MaxSerialRetries(), 4);
+}
+
+TEST_F(ConnectSettingsTest, RetryThatMakesNoSense_CountsAsOneThatDoes) {
+    Start();
+    for (const auto& [text, retries] : {std::pair{"often", 2},
+                                        {"", 2},
+                                        {"1e0", 2},
+                                        {"-1", 0},
+                                        {"-3000000000", 0},
+                                        {"0", 0},
+                                        {"3.7", 4},
+                                        {"6", 5},
+                                        {"3000000000", 5}}) {
+        driver->link->Connected(false);
+        driver->persist.WriteIniValue("Retry", text);
+        EXPECT_EQ(Open(), 0U) << text;
+        EXPECT_EQ(driver->InternalInstance().MaxSerialRetries(), retries) << text;
+    }
 }
 
 TEST_F(ConnectSettingsTest, Probe_IsNeverRepeatedByTheExchange_NotEvenInASecondConnect) {

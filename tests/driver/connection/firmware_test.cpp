@@ -253,5 +253,25 @@ TEST_F(FirmwareTest, KingCorrection_IsNotSentToAMountWithoutIt) {
     EXPECT_EQ(TimesSent("RT3") + TimesSent("RT8"), 0);
 }
 
+TEST_F(DriverFixture, HoldMount_SendsOneCommandAndReadsNoReply) {
+    Start();
+    Telescope& telescope = driver->InternalInstance();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    WireTranscript transcript(machine.clock, machine.pump, R"(
+        0    = Hold
+        0    > :ho#
+        1000 = Release
+        1000 > :hq#
+        3000 = End
+    )");
+    transcript.Call("Hold", [&] { telescope.HoldMount(true); });
+    transcript.Call("Release", [&] { telescope.HoldMount(false); });
+    transcript.Call("End", [] {});
+    const int reads = machine.serialPorts.Reads();
+    transcript.CountAllThatIsNamed();
+    PlayOnOpenLink(transcript);
+    EXPECT_EQ(machine.serialPorts.Reads(), reads);
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -30,6 +30,21 @@ TEST_F(PortChecksTest, SiteWrite_OnALinkOpenedForIt_ReadsForOneSecond) {
     EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 700);
 }
 
+TEST_F(PortChecksTest, ACheckWithALongTimeout_Works_AndTheLimitStaysRight) {
+    Seed({{"Timeout", "5000"}});
+    Start();
+    std::string version;
+    EXPECT_TRUE(driver->connections.CheckMount(version));
+    EXPECT_TRUE(version.starts_with("VKC")) << version;
+    EXPECT_FALSE(driver->link->Connected());
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 5000);
+    EXPECT_TRUE(driver->connections.CheckMount(version));
+    EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 5000);
+    EXPECT_EQ(driver->state.g_nReceiveTimeoutMS, 5000);
+    EXPECT_TRUE(telescope->Connected());
+}
+
 TEST_F(PortChecksTest, SiteWrite_OnAnOpenLink_LeavesItsLimit) {
     const TelescopeObject telescope = ConnectedTelescope();
     EXPECT_TRUE(WriteSite(0));

@@ -91,6 +91,17 @@ TEST_F(LogWiringTest, Paused_GoesOnWritingWhenTheMountIsUnparked_AndPausesAnewOn
     EXPECT_EQ(TimesIn(LogFile(), "Pausing Logging..."), 2U);
 }
 
+TEST_F(LogWiringTest, TurningLoggingOff_EndsThePauseOfAParkedMount) {
+    const TelescopeObject telescope = ParkedTelescope();
+    machine.AdvanceTime(kThreeMinutes + 5000);
+    ASSERT_TRUE(driver->state.g_bLogPaused);
+    driver->handBox.EnsureLoaded();
+    driver->handBox.chkEnableDebugLog.Checked(false);
+    EXPECT_FALSE(driver->state.g_bLogPaused);
+    machine.AdvanceTime(1000);
+    EXPECT_FALSE(driver->state.g_bLogPaused);
+}
+
 TEST_F(LogWiringTest, LogWhenParked_NeverPauses_AndEndsAPause) {
     Seed({{"LogWhenParked", "1"}});
     const TelescopeObject telescope = ParkedTelescope();

@@ -108,6 +108,41 @@ TEST_F(DriverFixture, TheLimitsOfTheLogs_AreSettings) {
     EXPECT_FALSE(keeps("30"));
     EXPECT_TRUE(keeps("100000"));
     EXPECT_FALSE(keeps("none")) << "counts as 30";
+    EXPECT_FALSE(keeps("1e5")) << "and so does this";
+}
+
+TEST_F(DriverFixture, TheSizeOfTheLogs_IsASettingInMillionsOfBytes) {
+    const auto keeps = [&](const char* megabytes) {
+        driver.reset();
+        machine.AdvanceTime(1000);
+        Seed({{"LogKeepMBytes", megabytes}, {"LogKeepDays", "1000000"}});
+        const std::filesystem::path old =
+            machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "Logs" / "KS_ASCOM_1970-01-01_00-00-00.log";
+        std::filesystem::create_directories(old.parent_path());
+        std::ofstream(old).close();
+        std::filesystem::resize_file(old, 3'000'000);
+        Start();
+        return std::filesystem::exists(old);
+    };
+    EXPECT_TRUE(keeps("4"));
+    EXPECT_FALSE(keeps("2"));
+    EXPECT_TRUE(keeps("2e0")) << "no number: 500";
+    EXPECT_TRUE(keeps("")) << "the same";
+}
+
+TEST_F(DriverFixture, ALogFolderThatIsNotThere_CanBeTakenBackWithoutANewStart) {
+    Seed({{"LogFileDir", (machine.folders.Root() / "gone").string()}});
+    Start();
+    ASSERT_FALSE(driver->log.IsOpen());
+    driver->handBox.EnsureLoaded();
+    driver->persist.WriteIniValue("LogFileDir", "");
+    driver->handBox.chkEnableDebugLog.Checked(false);
+    driver->handBox.chkEnableDebugLog.Checked(true);
+    ASSERT_TRUE(driver->log.IsOpen());
+    EXPECT_EQ(driver->log.FileName().parent_path(), machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "Logs");
+    EXPECT_NE(ContentOf(driver->log.FileName()).find("The log folder of the setting LogFileDir cannot be used"),
+              std::string::npos)
+        << "what the box said";
 }
 
 class FullDiskTest : public DriverFixture {
@@ -152,6 +187,51 @@ TEST_F(FullDiskTest, ADiskThatFillsDuringARun_HoldsUpNoMotionAndLosesNoSetting) 
     driver.reset();
     Start();
     EXPECT_EQ(driver->persist.Read(setting::SiteName), std::string(6000, 't'));
+}
+
+TEST_F(FullDiskTest, WhatAFullDiskRefused_IsInTheFileOfTheLogOnceThereIsRoom) {
+    Start();
+    const std::filesystem::path file = driver->log.FileName();
+    disk.Fill();
+    for (int i = 0; i < 5; ++i) {
+        driver->persist.WriteIniValue("SiteName", std::string(6000, static_cast<char>('a' + i)));
+    }
+    EXPECT_EQ(ContentOf(file).find("The settings cannot be written"), std::string::npos);
+    ASSERT_EQ(machine.messageBoxes.mentioned.size(), 1U);
+    EXPECT_NE(machine.messageBoxes.mentioned[0].find("The settings cannot be written"), std::string::npos);
+    disk.MakeRoom();
+    machine.AdvanceTime(30'000);
+    driver->persist.Read(setting::SiteName);
+    const std::string content = ContentOf(file);
+    const std::size_t refused = content.find(": Settings        : Error     : The settings cannot be written; ");
+    const std::size_t written = content.find(": Settings        : Info      : The settings can be written again\n");
+    ASSERT_NE(refused, std::string::npos);
+    ASSERT_NE(written, std::string::npos);
+    EXPECT_LT(refused, written);
+    EXPECT_EQ(content.find("The settings cannot be written", refused + 50), std::string::npos) << "once";
+}
+
+TEST_F(FullDiskTest, ADiskThatIsReadOnlyAtTheStart_GivesTheSettings_AndTheLogOnceItCanBeWritten) {
+    Seed({{"Retry", "4"}, {"chkEnableDebugLog", "1"}});
+    disk.ReadOnly(true);
+    driver = Main(machine.Services(), true);
+    ExpectSwallow("*");
+    EXPECT_EQ(driver->persist.Read(setting::Retry), "4");
+    EXPECT_TRUE(driver->state.g_bDebugLog);
+    EXPECT_FALSE(driver->log.IsOpen());
+    EXPECT_TRUE(machine.messageBoxes.Texts().empty());
+    EXPECT_EQ(machine.messageBoxes.mentioned.size(), 1U);
+    TelescopeObject telescope = ConnectedTelescope();
+    Slew(telescope);
+    disk.ReadOnly(false);
+    driver->handBox.EnsureLoaded();
+    driver->handBox.chkEnableDebugLog.Checked(false);
+    driver->handBox.chkEnableDebugLog.Checked(true);
+    ASSERT_TRUE(driver->log.IsOpen());
+    EXPECT_NE(ContentOf(driver->log.FileName())
+                  .find(": Settings        : Error     : The settings file can only be read, and the last writes may "
+                        "be missing: "),
+              std::string::npos);
 }
 
 TEST_F(FullDiskTest, ADiskThatIsFullAtTheStart_GivesTheSettingsAndServesAsUsual) {

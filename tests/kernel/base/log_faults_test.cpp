@@ -113,6 +113,55 @@ TEST_F(LogTest, ALogOpenedAgain_AfterALineThatWasBroken_BeginsANewLine) {
     EXPECT_NE(ContentOf(LogFile()).find("\n000\n000001 # KS ASCOM Driver"), std::string::npos);
 }
 
+TEST_F(LogTest, ATroubleThatAFullDiskRefuses_IsInTheFileBeforeTheNextLineThatItTakes) {
+    std::vector<std::string> heard;
+    log.SetListener([&](std::string_view, int, std::string_view message) { heard.emplace_back(message); });
+    UseWindow();
+    log.OpenLog();
+    {
+        const FullDisk disk(std::filesystem::file_size(LogFile()) + 5);
+        log.LogTrouble("Settings", LogLevel::Error, "no room\nat all");
+        log.LogMessage("ASCOM", LogLevel::Info, "lost");
+    }
+    log.LogMessage("ASCOM", LogLevel::Info, "after");
+    log.LogMessage("ASCOM", LogLevel::Info, "at the end");
+    EXPECT_EQ(LinesAfterTheHeader(LogFile()),
+              "00000\n"
+              "000007 2024-03-07 09:05:02.008: Settings        : Error     : no room\\nat all\n"
+              "000008 2024-03-07 09:05:02.008: ASCOM           : Info      : after\n"
+              "000009 2024-03-07 09:05:02.008: ASCOM           : Info      : at the end\n");
+    EXPECT_EQ(heard, (std::vector<std::string>{"no room\\nat all", "lost", "after", "at the end"}));
+    EXPECT_EQ(window.lines.size(), 4U);
+}
+
+TEST_F(LogTest, ATroubleOfTheTimeBeforeAFolderThatCannotBeMade_WaitsForTheFirstFile) {
+    std::ofstream(folder.Path() / "Kestrane") << "a file in the folder's place";
+    state.g_bDebugLog = false;
+    log.LogTrouble("Settings", LogLevel::Error, "before");
+    state.g_bDebugLog = true;
+    log.ToggleLog(false);
+    ASSERT_FALSE(log.IsOpen());
+    log.LogTrouble("Settings", LogLevel::Error, "with the log on");
+    std::filesystem::remove(folder.Path() / "Kestrane");
+    log.ToggleLog(false);
+    EXPECT_EQ(LinesAfterTheHeader(LogFile()),
+              "000006 2024-03-07 09:05:02.008: Settings        : Error     : before\n"
+              "000007 2024-03-07 09:05:02.008: Settings        : Error     : with the log on\n");
+}
+
+TEST_F(LogTest, ADiskThatIsFullAtTheOpening_KeepsTheTroubles) {
+    state.g_bDebugLog = false;
+    log.LogTrouble("Settings", LogLevel::Error, "text");
+    state.g_bDebugLog = true;
+    {
+        const FullDisk disk(0);
+        log.OpenLog();
+    }
+    log.WriteLogLine("after");
+    EXPECT_TRUE(ContentOf(LogFile()).ends_with(": Settings        : Error     : text\n000007 after\n"))
+        << ContentOf(LogFile());
+}
+
 TEST_F(LogTest, ADeletedFile_FailsNobody_AndTheNextSwitchingOnMakesANewOne) {
     log.ToggleLog(false);
     std::filesystem::remove(LogFile());

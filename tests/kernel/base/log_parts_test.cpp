@@ -80,6 +80,33 @@ TEST_F(LogPartsTest, FilesBeyond500MBytes_AreRemovedOldestFirst) {
     EXPECT_TRUE(Names().contains("KS_ASCOM_10.log"));
 }
 
+TEST_F(LogPartsTest, ANewPart_RemovesOldFilesToo) {
+    log.OpenLog();
+    log.CloseLog();
+    std::filesystem::resize_file(LogFile(), Log::kPartBytes - 100);
+    log.OpenLog();
+    MakeFile("KS_ASCOM_old.log", 10, 30 * 24 + 1);
+    clock.SetLocalTime({2024, 3, 7, 10, 0, 0, 0});
+    log.WriteLogLine("next");
+    EXPECT_EQ(Names(), (std::set<std::string>{opened, "KS_ASCOM_2024-03-07_10-00-00.log"}));
+}
+
+TEST_F(LogPartsTest, WithoutTheNextPartAndTheFileBefore_EachLineTriesAgain) {
+    log.OpenLog();
+    log.CloseLog();
+    std::filesystem::resize_file(LogFile(), Log::kPartBytes - 100);
+    log.OpenLog();
+    std::filesystem::rename(LogsFolder(), folder.Path() / "away");
+    log.WriteLogLine("lost");
+    EXPECT_FALSE(log.IsOpen());
+    log.LogTrouble("Settings", LogLevel::Error, "kept");
+    std::filesystem::create_directory(LogsFolder());
+    log.WriteLogLine("next");
+    const std::string content = ContentOf(log.FileName());
+    EXPECT_NE(content.find(": kept\n"), std::string::npos) << content;
+    EXPECT_TRUE(content.ends_with(" next\n")) << content;
+}
+
 TEST_F(LogPartsTest, BothLimits_AreSettings) {
     MakeFile("KS_ASCOM_a.log", 10, 25);
     MakeFile("KS_ASCOM_b.log", 900, 2);
@@ -102,6 +129,26 @@ TEST_F(LogPartsTest, OtherFilesAndLinks_AreLeftAlone) {
     log.OpenLog();
     EXPECT_EQ(Names(), (std::set<std::string>{"KS_ASCOM_old.txt", "MyKS_ASCOM_.log", "KS_ASCOM_folder.log",
                                               "KS_ASCOM_link.log", opened}));
+}
+
+TEST_F(LogPartsTest, AFolderThatAPersonChose_IsReadAgainWhenNoFileCouldBeOpenedInIt) {
+    std::string chosen = (folder.Path() / "gone").string();
+    facts.logFileDir = [&] { return chosen; };
+    std::vector<std::string> reported;
+    facts.reportMissingFolder = [&](const std::string& where) { reported.push_back(where); };
+    log.SetFacts(facts);
+    log.OpenLog();
+    EXPECT_EQ(reported, std::vector<std::string>{chosen});
+    log.OpenLog();
+    ASSERT_FALSE(log.IsOpen());
+    chosen.clear();
+    log.OpenLog();
+    EXPECT_EQ(log.FileName(), LogFile());
+    chosen = (folder.Path() / "gone").string();
+    log.CloseLog();
+    log.OpenLog();
+    EXPECT_EQ(log.FileName(), LogFile()) << "a folder that works is kept";
+    EXPECT_EQ(reported.size(), 1U);
 }
 
 TEST_F(LogPartsTest, AFolderThatAPersonChose_IsLeftAlone) {

@@ -266,6 +266,24 @@ TEST_F(LogTest, ATroubleOfTheTimeWithoutALog_StandsAfterTheHeadOfTheNextWithItsO
     EXPECT_EQ(ContentOf(log.FileName()).find("Settings"), std::string::npos) << "once";
 }
 
+TEST_F(LogTest, ATrouble_ReachesTheFileDuringAPauseToo) {
+    log.OpenLog();
+    state.g_bLogPaused = true;
+    log.LogTrouble("Settings", LogLevel::Error, "text");
+    log.LogMessage("ASCOM", LogLevel::Info, "paused");
+    EXPECT_TRUE(ContentOf(LogFile()).ends_with(": Settings        : Error     : text\n"));
+    EXPECT_TRUE(state.g_bLogPaused);
+}
+
+TEST_F(LogTest, AKeptTrouble_StandsOnOneLine) {
+    state.g_bDebugLog = false;
+    log.LogTrouble("Set\ntings", LogLevel::Error, "two\nlines\x1B[2J");
+    state.g_bDebugLog = true;
+    log.OpenLog();
+    EXPECT_TRUE(ContentOf(LogFile()).ends_with(": Set\\ntings      : Error     : two\\nlines\\e[2J\n"))
+        << ContentOf(LogFile());
+}
+
 TEST_F(LogTest, ATroubleWithALog_IsALineLikeOthers) {
     log.OpenLog();
     log.LogTrouble("Settings", LogLevel::Error, "text");

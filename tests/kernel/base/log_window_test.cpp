@@ -39,6 +39,13 @@ TEST_F(LogTest, Window_ShowsTheLineWithoutItsDate) {
     EXPECT_EQ(window.lines[0].first, " 09:05:02.008: ASCOM           : Info      : text");
 }
 
+TEST_F(LogTest, Window_ShowsAMessageOnOneLine) {
+    UseWindow();
+    log.LogMessage("AS\rCOM", LogLevel::Info, std::string("two\nlines\x1B[2J\0", 14));
+    ASSERT_EQ(window.lines.size(), 1U);
+    EXPECT_EQ(window.lines[0].first, " 09:05:02.008: AS\\rCOM         : Info      : two\\nlines\\e[2J\\0");
+}
+
 TEST_F(LogTest, Window_HidesWhatTheFiltersHide) {
     UseWindow();
     state.g_bShowFocuser = false;
