@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <string_view>
 #include <sys/prctl.h>
+#include <sys/select.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -22,6 +23,7 @@
 #include "alpaca/activation_sockets.h"
 #include "alpaca/discovery.h"
 #include "alpaca/inherited_sockets.h"
+#include "platform/posix/end_signals.h"
 
 extern char** environ;
 
@@ -32,16 +34,9 @@ constexpr int kSoonMs = 5'000;      // a driver that fails within this time fail
 constexpr int kFirstPauseMs = 100;  // before it is started again; doubled each time
 constexpr int kLongestPauseMs = 30'000;
 
+/// Those that ask this program to end, and the one that the end of its driver sends.
 sigset_t OurSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    struct sigaction hangup = {};
-    ::sigaction(SIGHUP, nullptr, &hangup);
-    if (hangup.sa_handler != SIG_IGN) {  // as after `nohup`
-        sigaddset(&signals, SIGHUP);     // comes at a logout
-    }
+    sigset_t signals = EndSignals();
     sigaddset(&signals, SIGCHLD);
     return signals;
 }
@@ -118,26 +113,53 @@ public:
     }
 
 private:
-    /// Waits for a client without accepting anything, and answers discovery calls; false when a signal asked the
-    /// program to end.
+    enum class Event { Client, TimeLimit, Other };
+
+    /// Waits for a client without accepting anything; false when a signal asked the program to end.
     bool WaitForClient() {
-        std::array<pollfd, 3> polled{{{signals_.Number(), POLLIN, 0},
-                                      {http_.Number(), POLLIN, 0},
-                                      {discovery_.Number(), POLLIN, 0}}};  // a negative number is ignored
-        while (true) {
-            if (::poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) {
-                FailActivation("clients cannot be awaited");
-            }
-            if (polled[0].revents != 0 && ReadSignals()) {
-                return false;
-            }
-            if (polled[2].revents != 0) {
-                AnswerDiscovery();
-            }
-            if (polled[1].revents != 0) {
+        while (askedToEnd_ == 0) {
+            if (Await(http_, nullptr) == Event::Client && askedToEnd_ == 0) {
                 return true;
             }
         }
+        return false;
+    }
+
+    /// Waits for the time and nothing else; false when a signal asked the program to end.
+    bool Pause(int milliseconds) {
+        timeval left{milliseconds / 1000, milliseconds % 1000 * 1000};
+        while (askedToEnd_ == 0 && Await(Descriptor(), &left) != Event::TimeLimit) {
+        }
+        return askedToEnd_ == 0;  // the signal may have been read while the driver ran
+    }
+
+    /// One wait for whatever comes first. Signals are read and discovery calls answered. What has passed is taken off
+    /// `limit`; without one there is none.
+    Event Await(const Descriptor& clients, timeval* limit) {
+        fd_set readable;
+        FD_ZERO(&readable);
+        int highest = 0;
+        for (const Descriptor* each : std::array<const Descriptor*, 3>{&signals_, &discovery_, &clients}) {
+            if (each->IsOpen()) {
+                FD_SET(each->Number(), &readable);
+                highest = std::max(highest, each->Number());
+            }
+        }
+        const int ready = ::select(highest + 1, &readable, nullptr, nullptr, limit);
+        if (ready < 0 && errno != EINTR) {
+            FailActivation("clients cannot be awaited");
+        }
+        if (ready <= 0) {
+            return ready == 0 ? Event::TimeLimit : Event::Other;
+        }
+        const auto came = [&](const Descriptor& each) { return each.IsOpen() && FD_ISSET(each.Number(), &readable); };
+        if (came(signals_)) {
+            ReadSignals();
+        }
+        if (came(discovery_)) {
+            AnswerDiscovery();
+        }
+        return came(clients) ? Event::Client : Event::Other;
     }
 
     /// A call on the network is no client yet: who only looks around starts no driver.
@@ -159,14 +181,6 @@ private:
         if (reply) {
             ::sendto(discovery_.Number(), reply->data(), reply->size(), MSG_DONTWAIT, address, size);
         }
-    }
-
-    /// False when a signal asked the program to end.
-    bool Pause(int milliseconds) {
-        if (WaitForSignal(milliseconds)) {
-            ReadSignals();
-        }
-        return askedToEnd_ == 0;  // the signal may have been read while the driver ran
     }
 
     /// True when there is a signal to read.

@@ -39,6 +39,18 @@ Address ParseAddress(const std::string& text, std::uint16_t port) {
     return address;
 }
 
+/// One address may be written in many ways: "::0" is "::".
+std::string InPlainForm(const std::string& text) {
+    const Address address = ParseAddress(text, 0);
+    const auto* v4 = reinterpret_cast<const sockaddr_in*>(&address.storage);
+    const auto* v6 = reinterpret_cast<const sockaddr_in6*>(&address.storage);
+    const bool isV4 = address.storage.ss_family == AF_INET;
+    std::array<char, INET6_ADDRSTRLEN> plain{};
+    ::inet_ntop(address.storage.ss_family, isV4 ? static_cast<const void*>(&v4->sin_addr) : &v6->sin6_addr,
+                plain.data(), plain.size());
+    return plain.data();
+}
+
 void Allow(int descriptor, int option) {
     const int on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, option, &on, sizeof(on));
@@ -85,7 +97,8 @@ std::uint16_t PortOf(const Descriptor& socket) {
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address.storage)->sin_port);
 }
 
-std::vector<std::string> AddressesOf(const std::string& bound) {
+std::vector<std::string> AddressesOf(const std::string& written) {
+    const std::string bound = InPlainForm(written);
     if (bound != "0.0.0.0" && bound != "::") {
         return {bound};
     }

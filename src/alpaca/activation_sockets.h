@@ -50,8 +50,9 @@ Descriptor BindDiscovery(std::uint16_t port);
 
 std::uint16_t PortOf(const Descriptor& socket);
 
-/// The addresses at which a client reaches a socket that is bound to `bound`: itself, or for "0.0.0.0" and "::" the
-/// loopback address and those of the networks that this machine is on now.
-std::vector<std::string> AddressesOf(const std::string& bound);
+/// The addresses at which a client reaches a socket that is bound to the address `written`, in their plain form:
+/// itself, or for "0.0.0.0" and "::" the loopback address and those of the networks that this machine is on now. Raises
+/// `ActivationError` for what is no address.
+std::vector<std::string> AddressesOf(const std::string& written);
 
 }  // namespace kestrane::alpaca

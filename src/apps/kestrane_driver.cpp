@@ -1,6 +1,7 @@
 // The process of the driver: serves client objects on the sockets with which it was started, and ends with the last
 // one.
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -47,14 +48,20 @@ void OnFault(const std::exception_ptr& fault) {
     std::abort();
 }
 
-/// The descriptors that so many connections need, and some more for the driver itself.
-void AllowDescriptors(std::size_t connections) {
+/// Takes the descriptors that the connections of `limits` need, and some more for the driver itself. Where the system
+/// permits fewer, fewer connections are allowed: one that finds no descriptor could not even be told so.
+void AllowDescriptors(http::Limits& limits) {
+    constexpr rlim_t kForTheDriver = 256;
+    constexpr rlim_t kFewest = 16;
+    const rlim_t others = kForTheDriver + limits.urgentConnections;
+    const rlim_t wanted = limits.connections + others;
     rlimit limit{};
-    const rlim_t wanted = connections + 256;
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < wanted) {
-        limit.rlim_cur = limit.rlim_max < wanted ? limit.rlim_max : wanted;
-        setrlimit(RLIMIT_NOFILE, &limit);
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) {
+        return;
     }
+    limit.rlim_cur = std::min(limit.rlim_max, wanted);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    limits.connections = std::max(limit.rlim_cur, others + kFewest) - others;
 }
 
 std::string HostName() {
@@ -67,15 +74,16 @@ std::string_view TextOf(const char* variable) {
 }
 
 /// In the user's own folders, settings and logs are for the user alone: they say where the telescope stands. Somebody
-/// who names a common folder shares it with others, by the rules of the system.
-void KeepFilesPrivate(PosixFolders& folders) {
+/// who names a common folder shares it with others, by the rules of the system. Programs that the driver starts keep
+/// the rules of its user.
+void KeepFilesPrivate(PosixPlatform& platform) {
     namespace fs = std::filesystem;
     if (!TextOf(std::getenv("KESTRANE_COMMON_APPDATA")).empty()) {
         return;
     }
-    ::umask(S_IRWXG | S_IRWXO);
-    const fs::path folder = folders.CommonAppData() / "Kestrane";
-    for (const fs::path& place : {folder, folder / "ASCOM" / "Logs"}) {
+    platform.processes.UmaskOfChildren(::umask(S_IRWXG | S_IRWXO));
+    const fs::path folder = platform.folders.CommonAppData() / "Kestrane";
+    for (const fs::path& place : {folder, folder / "ASCOM", folder / "ASCOM" / "Logs"}) {
         std::error_code ignored;
         for (fs::directory_iterator file(place, ignored), end; file != end; file.increment(ignored)) {
             if (file->is_regular_file(ignored) && !file->is_symlink(ignored)) {
@@ -96,8 +104,8 @@ alpaca::ServerIdentity Identity() {
 void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets& sockets) {
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
-    const http::Limits limits;
-    AllowDescriptors(limits.connections + limits.urgentConnections);
+    http::Limits limits;
+    AllowDescriptors(limits);
     const alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
@@ -122,15 +130,18 @@ int RunProgram(bool hasArguments) {
     const std::optional<alpaca::ServerSockets> sockets =
         hasArguments ? std::nullopt : alpaca::TakeInheritedSockets(std::getenv, getpid());
     if (sockets) {
-        KeepFilesPrivate(platform.folders);
+        KeepFilesPrivate(platform);
     }
     const std::unique_ptr<Driver> driver = Main(platform.Services(), sockets.has_value());
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
-    // A stop is the only call that gets into everything that waits. Nothing of it runs once `Serve` is over.
-    endSignals.Watch(
-        [&platform, &driver] { platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); }); });
+    // A stop is the only call that gets into everything that waits, but not into the read of an exchange. Nothing of it
+    // runs once `Serve` is over.
+    endSignals.Watch([&platform, &driver] {
+        platform.EndReads();
+        platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); });
+    });
     Serve(platform, *driver, *sockets);
     return kExitGood;
 }

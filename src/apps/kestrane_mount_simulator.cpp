@@ -43,6 +43,7 @@ constexpr std::string_view kHelp =
     "\n"
     "  --link PATH          makes PATH a symbolic link to the terminal; removed at the end\n"
     "  --firmware NAME      version text: D, E3, EK5, S, U, VKC4-P01-03, VKC4-P02-08 (default), VKC5-P03-01, ...\n"
+    "                       D, E3 and EK5 know no custom rates (RR, RD): MoveAxis runs no axis there\n"
     "  --latitude DEGREES   of the site, north positive (default 47)\n"
     "  --longitude DEGREES  of the site, east positive (default 10)\n"
     "  --slew-speed DEG/S   at the mount's slew rate 1200 (default 5)\n"

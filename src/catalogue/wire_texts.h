@@ -16,4 +16,14 @@ inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
 }
 
+/// A move without a time: it goes on until it is stopped.
+inline bool StartsEndlessMove(std::string_view onTheWire) {
+    for (const BlindCommand& row : {MoveNorth, MoveSouth, MoveEast, MoveWest}) {
+        if (onTheWire.find(row.With("").OnTheWire()) != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace kestrane::wire

@@ -1,5 +1,6 @@
 #include "client/json_text.h"
 
+#include <algorithm>
 #include <boost/json.hpp>
 
 #include "client/angles.h"
@@ -35,44 +36,34 @@ std::size_t LengthOfCharacter(std::string_view text) {
     return length;
 }
 
-/// JSON leaves two kinds of control characters as they are: DEL and those above it.
-std::string WithoutControls(std::string_view serialized) {
-    std::string text;
-    for (std::size_t at = 0; at < serialized.size(); ++at) {
-        const auto byte = static_cast<unsigned char>(serialized[at]);
-        const bool second =
-            byte == 0xC2 && at + 1 < serialized.size() && static_cast<unsigned char>(serialized[at + 1]) < 0xA0;
-        if (byte == 0x7F) {
-            text += "\\u007f";
-        } else if (second) {
-            text += Escaped(static_cast<unsigned char>(serialized[++at]), "\\u00");
-        } else {
-            text += serialized[at];
-        }
-    }
-    return text;
-}
-
-}  // namespace
-
-std::string Shown(std::string_view text) {
+/// `text` with its control characters, and the bytes that are no UTF-8, as `prefix` and two digits.
+std::string WithoutControls(std::string_view text, std::string_view prefix) {
     std::string shown;
     while (!text.empty()) {
         const std::size_t length = LengthOfCharacter(text);
         const auto first = static_cast<unsigned char>(text[0]);
         const bool upperControl = length == 2 && first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
         if (length == 0 || first < 0x20 || first == 0x7F) {
-            shown += Escaped(first, "\\x");
-            text.remove_prefix(1);
+            shown += Escaped(first, prefix);
         } else if (upperControl) {
-            shown += Escaped(static_cast<unsigned char>(text[1]), "\\x");
-            text.remove_prefix(2);
+            shown += Escaped(static_cast<unsigned char>(text[1]), prefix);
         } else {
             shown += text.substr(0, length);
-            text.remove_prefix(length);
         }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return shown;
+}
+
+/// JSON as the serializer writes it leaves the upper control characters, and what is no UTF-8, as they are.
+std::string Serialized(const json::value& value) {
+    return WithoutControls(json::serialize(value), "\\u00");
+}
+
+}  // namespace
+
+std::string Shown(std::string_view text) {
+    return WithoutControls(text, "\\x");
 }
 
 std::string JsonText(const json::value& value) {
@@ -82,8 +73,7 @@ std::string JsonText(const json::value& value) {
     }
     if (const auto* object = value.if_object()) {
         for (const auto& member : *object) {
-            text += (text.empty() ? "" : ",") + WithoutControls(json::serialize(json::string(member.key()))) + ":" +
-                    JsonText(member.value());
+            text += (text.empty() ? "" : ",") + Serialized(json::string(member.key())) + ":" + JsonText(member.value());
         }
         return "{" + text + "}";
     }
@@ -93,7 +83,7 @@ std::string JsonText(const json::value& value) {
         }
         return "[" + text + "]";
     }
-    return WithoutControls(json::serialize(value));
+    return Serialized(value);
 }
 
 std::string PlainText(const json::value& value) {

@@ -6,7 +6,8 @@
 
 namespace kestrane::client {
 
-/// JSON in one line, numbers in their shortest plain form ("12.5", not "1.25E1").
+/// JSON in one line, numbers in their shortest plain form ("12.5", not "1.25E1"), control characters and bytes that are
+/// no UTF-8 as escapes.
 std::string JsonText(const boost::json::value& value);
 
 /// A text as a terminal may get it: control characters as "\x1b", so that whoever wrote the text moves no cursor. Takes

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <boost/json.hpp>
 #include <cmath>
+#include <utility>
 
 #include "client/angles.h"
 #include "client/progress.h"
@@ -60,8 +61,8 @@ SlewTarget TargetOf(Session& session) {
     return {"", *ParseRightAscension(operands[0]), *ParseDeclination(operands[1])};
 }
 
-/// A target below the horizon is for the device to refuse; a person should know why it will.
-void NoteIfBelowHorizon(Session& session, const SlewTarget& target) {
+/// A target below the horizon is for the device to refuse; a person should know why it will. Empty for any other.
+std::string HorizonNote(Session& session, const SlewTarget& target) {
     const auto latitude =
         session.arguments.latitude ? session.arguments.latitude : session.device.TryNumber("SiteLatitude");
     const auto siderealTime =
@@ -69,12 +70,10 @@ void NoteIfBelowHorizon(Session& session, const SlewTarget& target) {
             ? std::optional(SiderealTimeAt(session.surroundings.unixSeconds(), *session.arguments.longitude))
             : session.device.TryNumber("SiderealTime");
     if (!latitude || !siderealTime) {
-        return;
+        return {};
     }
     const double altitude = Altitude({target.ra, target.dec}, *siderealTime, *latitude);
-    if (altitude < 0.0) {
-        session.Note("the target is " + FormatFixed(-altitude, 1) + " degrees below the horizon");
-    }
+    return altitude < 0.0 ? "the target is " + FormatFixed(-altitude, 1) + " degrees below the horizon" : "";
 }
 
 /// Called before the device is asked for anything.
@@ -137,6 +136,44 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     return left;
 }
 
+[[noreturn]] void FailSlew(Session& session, double left, bool stoodStill) {
+    session.LetGo();
+    throw DeviceError(0, stoodStill ? "the device did not slew: it has refused, or was stopped, " +
+                                          FormatFixed(left, 1) + " degrees from the target"
+                                    : "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
+}
+
+/// A device may take a slew without an error, and refuse it afterwards.
+void CheckThatItBegan(Session& session, const SlewTarget& target) {
+    if (session.device.TryFlag("Slewing").value_or(true)) {
+        return;
+    }
+    const double left = Remaining(session, target);
+    if (left > kMissedDegrees) {
+        FailSlew(session, left, true);
+    }
+}
+
+void Slew(Session& session, const SlewTarget& target, boost::json::object result) {
+    const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
+    StartSlew(session, target);
+    if (!session.arguments.wait) {
+        CheckThatItBegan(session, target);
+        session.Tell("slew started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
+                     result);
+        return;
+    }
+    const double left = FollowSlew(session, target, whole);
+    if (left > kMissedDegrees) {
+        FailSlew(session, left, std::abs(left - whole) < kStoodStillDegrees);
+    }
+    const auto ra = session.device.Number("RightAscension");
+    const auto dec = session.device.Number("Declination");
+    result["Off"] = left;
+    session.Tell("arrived at " + PlaceText(ra, dec), result);
+    session.LetGo();
+}
+
 }  // namespace
 
 void RunSlew(Session& session) {
@@ -144,29 +181,21 @@ void RunSlew(Session& session) {
     session.EnsureConnected();
     const SlewTarget target = TargetOf(session);
     const std::string place = (target.name.empty() ? "" : target.name + ", ") + PlaceText(target.ra, target.dec);
-    NoteIfBelowHorizon(session, target);
-    session.Note("slewing to " + place);
-    const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
-    StartSlew(session, target);
+    const std::string note = HorizonNote(session, target);
     boost::json::object result{{"Name", target.name}, {"RightAscension", target.ra}, {"Declination", target.dec}};
-    if (!session.arguments.wait) {
-        session.Tell("slew started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
-                     result);
-        return;
+    if (!note.empty()) {
+        session.Note(note);
+        result["Note"] = note;
     }
-    const double left = FollowSlew(session, target, whole);
-    if (left > kMissedDegrees) {
-        session.LetGo();
-        const bool stoodStill = std::abs(left - whole) < kStoodStillDegrees;
-        throw DeviceError(0, stoodStill ? "the device did not slew: it has refused, or was stopped, " +
-                                              FormatFixed(left, 1) + " degrees from the target"
-                                        : "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
+    session.Note("slewing to " + place);
+    try {
+        Slew(session, target, std::move(result));
+    } catch (const DeviceError& error) {
+        if (note.empty() || !session.arguments.json) {
+            throw;
+        }
+        throw DeviceError(error.Number(), std::string(error.what()) + "; " + note);  // it was shown nowhere else
     }
-    const auto ra = session.device.Number("RightAscension");
-    const auto dec = session.device.Number("Declination");
-    result["Off"] = left;
-    session.Tell("arrived at " + PlaceText(ra, dec), result);
-    session.LetGo();
 }
 
 void RunStars(Session& session) {

@@ -29,30 +29,38 @@ Session::Session(const Arguments& theArguments, const Surroundings& theSurroundi
 void Session::EnsureConnected() {
     // A device that several clients share may report a connection while this client has none: a member that needs the
     // connection then reports that.
-    const bool isTelescope = arguments.deviceType == "telescope";
     const bool isConnected =
-        device.TryFlag("Connected").value_or(false) && device.TryGet(isTelescope ? "RightAscension" : "IsMoving");
+        device.TryFlag("Connected").value_or(false) && device.TryGet(IsTelescope() ? "RightAscension" : "IsMoving");
     if (isConnected) {
         return;
     }
     try {
         device.Put("Connected", {{"Connected", "True"}});
     } catch (const DeviceError& error) {
-        const std::string why = error.Number() == kNoMount && isTelescope ? WhyNoMount() : "";
+        const std::string why = error.Number() == kNoMount ? WhyNoMount() : "";
         throw DeviceError(error.Number(), error.what() + (why.empty() ? "" : " " + why));
     }
     hasConnected_ = true;
 }
 
+/// Empty when nobody says why; nothing takes the place of the error that the connect gave.
 std::string Session::WhyNoMount() {
+    constexpr const char* kVerb = "GetConnectFailure";
     try {
-        return AskDriver("GetConnectFailure");
+        if (IsTelescope()) {
+            return AskDriver(kVerb);
+        }
+        AlpacaDevice telescope({arguments.host, arguments.port, "telescope", 0, arguments.clientId},
+                               LimitsOf(arguments));
+        return AskDriver(telescope, kVerb);
     } catch (const DeviceError&) {
         return {};  // another driver
+    } catch (const Unreachable&) {
+        return {};
     }
 }
 
-std::string Session::AskDriver(const std::string& verb) {
+std::string Session::AskDriver(AlpacaDevice& device, const std::string& verb) {
     const std::string reply = PlainText(device.Put("CommandString", {{"Command", "RAW," + verb}, {"Raw", "True"}}));
     if (reply == "1" || reply.starts_with("1,")) {
         return reply.substr(std::min<std::size_t>(2, reply.size()));

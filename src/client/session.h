@@ -20,7 +20,7 @@ public:
     AlpacaDevice device;
 
     /// Connects unless this client is connected already. Raises `DeviceError`, `Unreachable`. When a driver of this
-    /// project has found no mount, the error says why.
+    /// project has found no mount, the error says why, to a focuser by the first telescope of its server.
     void EnsureConnected();
     /// Disconnects if `EnsureConnected` has connected; a failure does not matter any more.
     void LetGo();
@@ -28,7 +28,7 @@ public:
 
     /// Runs a command to the driver itself, which needs no connection: the value in its reply. Raises `DeviceError`,
     /// also for a reply that reports a failure.
-    std::string AskDriver(const std::string& verb);
+    std::string AskDriver(const std::string& verb) { return AskDriver(device, verb); }
 
     /// The result: one line of words, or the object in one line of JSON.
     void Tell(const std::string& words, const boost::json::object& object);
@@ -39,7 +39,9 @@ public:
     bool ShowsProgress() const { return !arguments.json; }
 
 private:
+    bool IsTelescope() const { return arguments.deviceType == "telescope"; }
     std::string WhyNoMount();
+    static std::string AskDriver(AlpacaDevice& device, const std::string& verb);
 
     bool hasConnected_ = false;
 };

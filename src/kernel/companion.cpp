@@ -1,6 +1,7 @@
 #include "kernel/companion.h"
 
 #include <array>
+#include <utility>
 
 #include "kernel/base/text.h"
 
@@ -59,16 +60,18 @@ bool Companion::IsProcessRunning(std::string& name) {
     return running;
 }
 
-bool Companion::StartCompanion() {
+bool Companion::StartCompanion(bool& toldBefore) {
     const std::string path = GetCompanionExePath();
     std::string executable = LastPiece(path);
     if (executable.empty() || IsProcessRunning(executable)) {
         return false;
     }
     if (!processes_.Start(path, " -c")) {
-        log_.LogMessage(
-            "StartCompanion", LogLevel::Warning,
-            "The companion could not be started: " + path + ". Start it yourself, or check its installation");
+        if (!std::exchange(toldBefore, true)) {
+            log_.LogMessage(
+                "StartCompanion", LogLevel::Warning,
+                "The companion could not be started: " + path + ". Start it yourself, or check its installation");
+        }
         return false;
     }
     waits_.WaitForMilliseconds(kStartWaitMs);

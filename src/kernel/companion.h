@@ -22,8 +22,8 @@ public:
     /// place.
     bool IsProcessRunning(std::string& name);
     /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps). One that cannot
-    /// be started is logged.
-    bool StartCompanion();
+    /// be started is logged, unless `toldBefore` says so already.
+    bool StartCompanion(bool& toldBefore);
 
 private:
     Registry& registry_;

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "state/mount_replies.h"
 
 namespace kestrane {
 namespace {
@@ -30,6 +32,19 @@ std::int32_t ToInteger(const std::string& text, Log& log) {
     return RoundHalfEven(Val_Global(text, log));
 }
 
+/// Marks that a connect makes its attempts, however they end. They may be nested: the outer ones go on after the inner.
+class Attempts {
+public:
+    explicit Attempts(bool& opening) : opening_(opening), outer_(std::exchange(opening, true)) {}
+    ~Attempts() { opening_ = outer_; }
+    Attempts(const Attempts&) = delete;
+    Attempts& operator=(const Attempts&) = delete;
+
+private:
+    bool& opening_;
+    const bool outer_;
+};
+
 }  // namespace
 
 void ConnectionManager::OpenConnection(ClientKind kind) {
@@ -39,7 +54,10 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
         OpenLink(kind, ip, address);
     } else if (state_.g_sVersion.empty()) {
         state_.g_bMountUnproved = true;
-        answeredBefore_ = state_.g_nAnsweredQueries;
+        answersBefore_ = needs_.queries.Answers();
+        if (!state_.g_bOpeningLink) {
+            needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);  // it notices when a mount answers at last
+        }
         driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
                                "The link is open although no mount has answered on it.");
     }
@@ -51,6 +69,7 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     // What was read from the mount of an earlier link says nothing about this one.
     state_.g_bRaRead = state_.g_bDecRead = false;
     state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayRead = false;
+    needs_.rates.ForgetToldType();
     if (!ip) {
         opening.portText = driver_.persist.Read(setting::Port);
         if (opening.portText.empty()) {
@@ -60,22 +79,21 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
     }
     needs_.statusWindow.lblComPortValue.Text(opening.portText);
     bool found = false;
-    state_.g_bOpeningLink = true;
     try {
+        const Attempts attempts(state_.g_bOpeningLink);
         found = FindMount(opening);
         if (found) {
             MountFound();
         }
     } catch (const DriverError& error) {
         if (!opening.linkSetUp) {
-            connectFailure_ = "COM" + opening.portText + ": " + error.Message();
-            state_.g_bOpeningLink = false;
+            connectFailure_ = ip ? opening.portText + ": " + error.Message()
+                                 : WhyNoMount(ToInteger(opening.portText, driver_.log), false, opening.start);
             throw;  // the transport's own error reaches the client unchanged
         }
         found = false;
     }
-    state_.g_bOpeningLink = false;
-    if (!found && state_.g_bMountUnproved) {
+    if (!found && state_.g_bMountUnproved && !state_.g_bOpeningLink) {
         needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);  // for a client that connected during the attempts
     }
     if (!found) {
@@ -148,7 +166,7 @@ void ConnectionManager::ChooseCompanionPort(Opening& opening) {
 }
 
 /// False when a serial port cannot be opened and no companion is configured that might still create it.
-bool ConnectionManager::SetUpLink(const Opening& opening) {
+bool ConnectionManager::SetUpLink(Opening& opening) {
     if (!needs_.link) {
         throw RunTimeError(RunTimeError::kObjectNotSet, "The link does not exist.");
     }
@@ -162,8 +180,10 @@ bool ConnectionManager::SetUpLink(const Opening& opening) {
     link.Port(ToInteger(opening.portText, driver_.log));
     link.Speed(kLinkSpeed);
     link.ReceiveTimeoutMS(timeout);
+    opening.opened = false;
     link.Connected(true);
-    return link.Connected() || opening.quay;
+    opening.opened = link.Connected();
+    return opening.opened || opening.quay;
 }
 
 /// Milliseconds. A setting that is no number or below 1 counts as the default.
@@ -202,21 +222,36 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
         driver_.waits.WaitForMilliseconds(kCompanionWaitMs);
         return true;
     }
-    if (needs_.companion.StartCompanion()) {
+    if (needs_.companion.StartCompanion(opening.companionFailureTold)) {
         opening.startAttempts = 1;
         return true;
     }
     return false;
 }
 
+bool ConnectionManager::HealIsDue() const {
+    return state_.g_bMountUnproved && !ended_ && !state_.g_bOpeningLink && needs_.queries.Answers() != answersBefore_;
+}
+
+/// A long call of its own: it takes seconds and pumps, which would hold up a tick and the calls around it.
+void ConnectionManager::HealWhenDue() {
+    if (!HealIsDue() || std::exchange(healPosted_, true)) {
+        return;
+    }
+    needs_.pump.Post(CallKind::WaitsLong, [this, token = std::weak_ptr<int>(token_)] {
+        if (!token.expired()) {
+            HealConnect();
+            healPosted_ = false;
+        }
+    });
+}
+
 /// A client was connected although no mount had answered. Once one answers the poll, everything is made up for that a
 /// connect does when it finds a mount; the clients were counted before.
 void ConnectionManager::HealConnect() {
-    if (!state_.g_bMountUnproved || healing_ || state_.g_bOpeningLink || state_.g_bInPoll ||
-        state_.g_nAnsweredQueries == answeredBefore_) {
-        return;
+    if (!HealIsDue()) {
+        return;  // another connect got in first
     }
-    healing_ = true;
     driver_.log.LogMessage("OpenConnection", LogLevel::Warning,
                            "A mount answers on the open link. The connect is completed now.");
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(false);
@@ -227,9 +262,8 @@ void ConnectionManager::HealConnect() {
         errors.Step([&] { MountFound(); });
         errors.Step([&] { needs_.internalInstance().InitUI(); });
     }
-    answeredBefore_ = state_.g_nAnsweredQueries;
+    answersBefore_ = needs_.queries.Answers();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
-    healing_ = false;
 }
 
 void ConnectionManager::MountFound() {
@@ -254,24 +288,25 @@ void ConnectionManager::MountFound() {
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
 }
 
-void ConnectionManager::ReadMountSite(Notice notice) {
+SiteAnswer ConnectionManager::ReadMountSite(Notice notice) {
     double westLongitude = 0.0;
     double latitude = 0.0;
-    bool told = false;
+    SiteAnswer answer = SiteAnswer::Silent;
     ResumeNext errors{driver_.ledger, "GetLongLatFromMount"};
-    errors.Assign(told, [&] {
+    errors.Assign(answer, [&] {
         const std::string port = driver_.persist.Read(setting::Port);
         std::int16_t number = 0;
         TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
-        return GetMountLongLat(number, 0, westLongitude, latitude);
+        return AskLongLat(number, 0, westLongitude, latitude);
     });
-    if (told) {
+    if (answer == SiteAnswer::Read) {
         state_.g_dSiteLongitude = -westLongitude;
         state_.g_bLongitudeRead = true;
         needs_.panel.ShowMountSite(-westLongitude, latitude, notice);
     } else {
         needs_.panel.ShowNoMountSite(notice);
     }
+    return answer;
 }
 
 void ConnectionManager::ReadRateKey() {
@@ -279,8 +314,8 @@ void ConnectionManager::ReadRateKey() {
         return;
     }
     const std::string status = Talk(procedure::Connect).CommandString(wire::Status);
-    if (status.size() > kRateKeyPosition) {
-        needs_.updateMountRates(status.substr(kRateKeyPosition, 1));
+    if (status.size() > kRateKeyPosition && MayBeStatusText(status)) {
+        needs_.rates.UpdateMountRates(status.substr(kRateKeyPosition, 1));
     }
 }
 
@@ -309,12 +344,8 @@ std::string ConnectionManager::WhyNoMount(std::int32_t port, bool opened, Tick s
 /// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
 /// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
-    if (opening.ip) {
-        connectFailure_ = opening.portText + ": nothing answered";
-    } else {
-        connectFailure_ = WhyNoMount(ToInteger(opening.portText, driver_.log), needs_.link && needs_.link->Connected(),
-                                     opening.start);
-    }
+    connectFailure_ = opening.ip ? WhyNoMountAt(opening.portText)
+                                 : WhyNoMount(ToInteger(opening.portText, driver_.log), opening.opened, opening.start);
     driver_.log.LogMessage("OpenConnection", LogLevel::Error,
                            "OpenConnection Failed. No response from COM" + opening.portText + ". " + connectFailure_);
     CloseConnection(kind);
@@ -368,6 +399,9 @@ bool ConnectionManager::IsClientConnected(ClientKind kind) {
 }
 
 void ConnectionManager::UpdateClientsLabel() {
+    if (ended_) {
+        return;  // a write would load the window again
+    }
     const auto shown = [](std::int16_t objects) { return std::to_string(std::max(0, objects - 1)); };
     needs_.handBox.lblClients.Text("Clients:  " + shown(state_.g_nScopeObjects) + " / " +
                                    shown(state_.g_nFocuserObjects));

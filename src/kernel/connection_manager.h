@@ -15,13 +15,17 @@
 #include "kernel/base/waits.h"
 #include "kernel/companion.h"
 #include "link/mount_link.h"
+#include "platform/message_pump.h"
 #include "platform/serial_port.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/client_connections.h"
 #include "state/driver_state.h"
 #include "state/essentials.h"
+#include "state/mount_queries.h"
+#include "state/mount_rates.h"
 #include "state/sequence.h"
+#include "state/site_query.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -30,6 +34,9 @@ struct ConnectionManagerNeeds {
     Essentials driver;
     const std::unique_ptr<MountLink>& link;
     StopDoor& door;
+    MessagePump& pump;
+    const MountQueries& queries;
+    MountRates& rates;
     SystemInfo& systemInfo;
     ApplicationSettings& applicationSettings;
     frmHandBox& handBox;
@@ -39,7 +46,6 @@ struct ConnectionManagerNeeds {
     SerialPorts& serialPorts;
     std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
-    std::function<void(const std::string& key)> updateMountRates;
     std::function<void()> checkForUpdate;
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;
@@ -72,7 +78,7 @@ public:
     /// cannot be read counts as no reply: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
     /// Reads the site of the mount on the port of the settings and shows it on the hand box. Does not raise.
-    void ReadMountSite(Notice notice);
+    SiteAnswer ReadMountSite(Notice notice);
     /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);
@@ -81,9 +87,9 @@ public:
     void CheckQuay();
     /// The same each minute while it is wanted and not proved; called by the poll.
     void PeriodicQuayCheck();
-    /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply. For
-    /// use after a poll step, not inside one. Pumps; does not raise.
-    void HealConnect();
+    /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply: posts
+    /// that as a long call. For use after each poll step.
+    void HealWhenDue();
     /// Writes the caption of the mount's frame; a port is also stored in the settings.
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
@@ -103,6 +109,8 @@ private:
         std::string portText;
         Tick start{};
         int startAttempts = 0;
+        bool opened = false;  ///< by the last set-up of the link
+        bool companionFailureTold = false;
         bool linkSetUp = false;  ///< the set-up of the link has been done once
     };
     enum class PassResult { MountFound, NextPass, Failed };
@@ -111,15 +119,18 @@ private:
     bool FindMount(Opening& opening);
     PassResult TryOnce(Opening& opening);
     void ChooseCompanionPort(Opening& opening);
-    bool SetUpLink(const Opening& opening);
+    bool SetUpLink(Opening& opening);
     std::int32_t ReadTimeout();
     std::int16_t ReadRetries();
     bool ProbeMount();
+    bool HealIsDue() const;
+    void HealConnect();
     bool StartedOrRetriesCompanion(Opening& opening);
     void MountFound();
     void ReadRateKey();
     void ReadMountForm();
     std::string WhyNoMount(std::int32_t port, bool opened, Tick start) const;
+    static std::string WhyNoMountAt(const std::string& address) { return address + ": nothing answered"; }
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
     std::string MountInfoCaption(std::string_view port);
@@ -130,20 +141,23 @@ private:
     }
 
     // port_checks.cpp
+    bool LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened);
     bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
     bool OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                 const std::function<bool(MountLink&, bool openedHere)>& work);
     bool AskVersion(std::string& version);
     void ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs);
-    bool AskDegrees(const TextCommand& question, double& degrees);
+    SiteAnswer AskDegrees(const TextCommand& question, double& degrees);
+    SiteAnswer AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
 
     ConnectionManagerNeeds needs_;
     Essentials driver_;
     DriverState& state_;
     std::string connectFailure_;
-    bool healing_ = false;              ///< `HealConnect` runs
-    std::uint16_t answeredBefore_ = 0;  ///< queries that were answered when the mount was found missing last
-    bool ended_ = false;                ///< the driver was shut down, perhaps inside the pump of a call that still runs
+    bool healPosted_ = false;          ///< `HealConnect` waits in the pump or runs
+    std::uint32_t answersBefore_ = 0;  ///< what the mount had answered when it was found missing last
+    bool ended_ = false;               ///< the driver was shut down, perhaps inside the pump of a call that still runs
+    std::shared_ptr<int> token_ = std::make_shared<int>();  ///< as long as this lives, a posted call finds it
 };
 
 }  // namespace kestrane

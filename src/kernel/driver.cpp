@@ -54,7 +54,7 @@ Driver::Driver(Platform platform)
           .askAbortSlew = askAbortSlew,
           .telescope = [this] { return internalInstance_.get(); },
           .linkConnected = [this] { return link && link->Connected(); },
-          .readMountSite = [this](Notice notice) { connections.ReadMountSite(notice); },
+          .readMountSite = [this](Notice notice) { return connections.ReadMountSite(notice); },
           .resetCommCounters = [this] { connections.ResetCommCounters(); },
           .applyWindowsPriority = [this](int index) { ApplyWindowsPriority(platform_.processes, index); },
       }),
@@ -114,6 +114,9 @@ Driver::Driver(Platform platform)
           .driver = essentials,
           .link = link,
           .door = door,
+          .pump = platform_.pump,
+          .queries = queries,
+          .rates = rates,
           .systemInfo = platform_.systemInfo,
           .applicationSettings = platform_.applicationSettings,
           .handBox = handBox,
@@ -123,7 +126,6 @@ Driver::Driver(Platform platform)
           .serialPorts = platform_.serialPorts,
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
-          .updateMountRates = [this](const std::string& key) { rates.UpdateMountRates(key); },
           .checkForUpdate = [] {},
           .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
@@ -157,7 +159,7 @@ Driver::Driver(Platform platform)
         [this](std::string_view command, bool raw) { InternalInstance().CommandBlindInternal(command, raw); });
     handBox.tmrQueryRaDecAltAz.OnTick([this] {
         poll.OnTimer();
-        connections.HealConnect();
+        connections.HealWhenDue();
     });
     startup.Run();
 }
@@ -230,7 +232,7 @@ void Driver::EndOnRequest() {
 }
 
 void Driver::StopRunningAxes() {
-    if (!axisMotions.AnyStillRuns() || !link || !link->Connected()) {
+    if (!(axisMotions.AnyStillRuns() || state.g_bMoveSent) || !link || !link->Connected()) {
         return;
     }
     ResumeNext errors{ledger, "ShutdownDriver"};

@@ -54,9 +54,10 @@ public:
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 
-    /// Ends the process in order, as an operating system wishes that shuts down: axes that run are stopped, the link is
-    /// closed, calls that wait return. A slew or a park goes on in the mount, but a slew gets no second leg. To be run
-    /// as a stop, so that it gets into every call that waits; settings and log are closed by the destructor.
+    /// Ends the process in order, as an operating system wishes that shuts down: axes that run are stopped, also those
+    /// that a client's own text set in motion, the link is closed, calls that wait return. A slew or a park goes on in
+    /// the mount, but a slew gets no second leg. To be run as a stop, so that it gets into every call that waits;
+    /// settings and log are closed by the destructor.
     void EndOnRequest();
 
     // AlarmActions

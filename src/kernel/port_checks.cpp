@@ -2,7 +2,6 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "kernel/connection_manager.h"
-#include "state/site_query.h"
 
 namespace kestrane {
 namespace {
@@ -31,7 +30,7 @@ bool ConnectionManager::OpenForCheck(std::int16_t port, const std::function<void
 /// open, also after a failure.
 bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                                const std::function<bool(MountLink&, bool openedHere)>& work) {
-    if (!needs_.link) {
+    if (!needs_.link || ended_) {
         return false;
     }
     MountLink& link = *needs_.link;
@@ -66,11 +65,18 @@ bool ConnectionManager::AskVersion(std::string& version) {
 }
 
 bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version) {
+    bool opened = false;
+    return LookForMount(port, timeoutMs, version, opened);
+}
+
+/// `opened` is whether the port could be opened, or was open.
+bool ConnectionManager::LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened) {
     driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
     version.clear();
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeoutMS(kCheckTimeoutMs); },
         [&](MountLink& link, bool openedHere) {
+            opened = true;
             link.ClearBuffers();
             if (!openedHere) {
                 link.Transmit(wire::EndInput.With("").OnTheWire());
@@ -90,9 +96,12 @@ bool ConnectionManager::CheckMount(std::string& versionOrReason) {
     std::int16_t timeout = 0;
     TryParseInteger(driver_.persist.Read(setting::Timeout), timeout);
     const Tick start = driver_.clock.GetTickCount();
-    const bool found = CheckConnection(port, timeout, versionOrReason);
+    bool opened = false;
+    const bool found = LookForMount(port, timeout, versionOrReason, opened);
     if (!found) {
-        versionOrReason = WhyNoMount(port, needs_.link && needs_.link->OpenError() == 0, start);
+        versionOrReason = driver_.persist.ReadFlag(setting::chkIPAddress)
+                              ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
+                              : WhyNoMount(port, opened, start);
     }
     return found;
 }
@@ -106,23 +115,30 @@ void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeou
     }
 }
 
-bool ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
+SiteAnswer ConnectionManager::AskDegrees(const TextCommand& question, double& degrees) {
     Sequence mount = Talk(procedure::ReadSite);
-    const std::optional<double> read = AskSiteDegrees(mount, question, driver_.log);
-    degrees = read.value_or(0.0);
-    return read.has_value();
+    const SiteDegrees site = AskSiteDegrees(mount, question, driver_.log);
+    degrees = site.degrees;
+    return site.answer;
 }
 
 bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
                                         double& latitude) {
+    return AskLongLat(port, timeoutMs, longitude, latitude) == SiteAnswer::Read;
+}
+
+/// Refused as soon as one half is.
+SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
+                                         double& latitude) {
     driver_.log.LogMessage("GetMountLongLat", LogLevel::Info,
                            "Getting Long/Lat for mount on COM" + std::to_string(port));
     longitude = latitude = 0.0;
-    return OnLink(
+    SiteAnswer answer = SiteAnswer::Silent;
+    const bool whole = OnLink(
         port, [](MountLink&) {},
         [&](MountLink& link, bool) {
             ToggleFormatForSite(link, timeoutMs);
-            const bool haveLongitude = AskDegrees(wire::GetLongitude, longitude);
+            answer = AskDegrees(wire::GetLongitude, longitude);
             if (longitude > 180.0) {
                 longitude -= 360.0;
             }
@@ -130,9 +146,11 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
             if (ended_) {
                 return false;
             }
-            const bool haveLatitude = AskDegrees(wire::GetLatitude, latitude);
-            return haveLongitude && haveLatitude;
+            const SiteAnswer other = AskDegrees(wire::GetLatitude, latitude);
+            answer = answer == SiteAnswer::Refused || other == SiteAnswer::Read ? answer : other;
+            return true;
         });
+    return whole || answer == SiteAnswer::Refused ? answer : SiteAnswer::Silent;
 }
 
 bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,

@@ -38,9 +38,9 @@ void AscomSerial::Connected(bool connect) {
         port_->Close();
         return;
     }
-    const int error = port_->Open(number_, speed_);
-    if (error != 0) {
-        Raise(kCannotOpen, "Cannot open COM" + std::to_string(number_) + ": error " + std::to_string(error));
+    openError_ = port_->Open(number_, speed_);
+    if (openError_ != 0) {
+        Raise(kCannotOpen, "Cannot open COM" + std::to_string(number_) + ": error " + std::to_string(openError_));
     }
 }
 

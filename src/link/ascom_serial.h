@@ -37,6 +37,9 @@ public:
     std::int32_t ReceiveTimeoutMS() const { return timeoutMs_; }
     void ReceiveTimeoutMS(std::int32_t milliseconds) { timeoutMs_ = milliseconds; }
 
+    /// The system's error of the last opening; 0 when it succeeded, or there was none.
+    std::int32_t OpenError() const { return openError_; }
+
     bool Connected();
     /// True opens the port with `Port` and `Speed`, and opens an open one again; raises `kCannotOpen`.
     void Connected(bool connect);
@@ -61,6 +64,7 @@ private:
     SerialReader reader_;
     std::int32_t number_ = 1;
     std::int32_t speed_ = 9600;
+    std::int32_t openError_ = 0;
     std::int32_t timeoutMs_ = 5000;
 };
 

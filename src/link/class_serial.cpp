@@ -251,7 +251,7 @@ ReceivedCharacter classSerial::LastOfDoubledReply(std::string reply) {
     if (!rest.empty()) {
         needs_.counters.CountRetransmit();
         needs_.log.LogMessage("Serial", LogLevel::Warning,
-                              "More than the reply of one character was there: '" + reply + FromLine(rest) + "'");
+                              "More than the reply of one character was there: '" + reply + rest + "'");
     }
     const bool takesRest = rest == kMotionAccepted;
     return {.reply = takesRest ? rest : reply, .afterAnother = takesRest};
@@ -267,7 +267,7 @@ std::string classSerial::TakeLateBytes() {
     if (!text.empty()) {
         FilterDrained(text);
     }
-    return text;
+    return FromLine(text);
 }
 
 void classSerial::Transmit(std::string_view characters) {

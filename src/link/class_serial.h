@@ -47,7 +47,7 @@ public:
     /// `AscomSerial::Connected`.
     void Connected(bool connect) override;
 
-    std::int32_t OpenError() override { return openError_; }
+    std::int32_t OpenError() override { return isUsingAscom_ ? serialObject_->OpenError() : openError_; }
 
     std::int32_t Port() override { return port_; }
     void Port(std::int32_t port) override { port_ = port; }

@@ -62,7 +62,9 @@ public:
     /// then returns. What arrives during the pump waits for the next one, so that a pump always ends; but stops and
     /// reads are let in before each of its calls.
     virtual void PumpMessages() = 0;
-    /// The same, but starts no further call once `milliseconds` have passed: for a caller that has to answer soon.
+    /// The same, but starts no further call once `milliseconds` have passed: for a caller that has to answer soon. A
+    /// caller that was due more than 150 ms before lets in stops and reads only: it has waited for others already, and
+    /// what waits was queued after it.
     virtual void PumpBriefly(std::int32_t milliseconds) = 0;
 
     /// Runs the stops and reads that were queued before, and nothing else. For use between two steps of a procedure

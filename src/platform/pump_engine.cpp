@@ -5,6 +5,12 @@
 
 namespace kestrane {
 
+namespace {
+
+constexpr std::chrono::milliseconds kLongestDelay{150};  // of a call that still pumps briefly
+
+}  // namespace
+
 class PumpEngine::Timer final : public PumpTimer {
 public:
     Timer(PumpEngine& pump, std::shared_ptr<TimerState> state) : pump_(pump), state_(std::move(state)) {}
@@ -68,7 +74,12 @@ void PumpEngine::PumpMessages() {
 }
 
 void PumpEngine::PumpBriefly(std::int32_t milliseconds) {
-    PumpUntil(time_.Now() + std::chrono::milliseconds(milliseconds));
+    const TimePoint now = time_.Now();
+    if (nesting_ > 0 && now - running_.first > kLongestDelay) {
+        PumpStops();
+    } else {
+        PumpUntil(now + std::chrono::milliseconds(milliseconds));
+    }
 }
 
 void PumpEngine::PumpUntil(std::optional<TimePoint> end) {
@@ -92,6 +103,9 @@ void PumpEngine::PumpStops() {
 }
 
 void PumpEngine::PumpReads() {
+    if (over_) {
+        return;
+    }
     const Horizon horizon = HorizonNow();
     while (RunFirst(CallKind::Read, horizon)) {
     }
@@ -187,7 +201,7 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
     const std::optional<PostedCall> posted = TakePosted(
         horizon, [&](const PostedCall& call) { return MayStart(call.kind) && (!timer || call.place < timer->place); });
     if (posted) {
-        RunCall(posted->kind, posted->place.second, posted->call);
+        RunCall(posted->kind, posted->place, posted->call);
     } else if (timer) {
         RunTick(*timer);
     }
@@ -201,7 +215,7 @@ bool PumpEngine::RunFirst(CallKind kind, const Horizon& horizon) {
         return call.kind == kind || (kind == CallKind::Stop && call.kind == CallKind::StopsOne);
     });
     if (first) {
-        RunCall(first->kind, first->place.second, first->call);
+        RunCall(first->kind, first->place, first->call);
     }
     return first.has_value();
 }
@@ -237,21 +251,22 @@ std::shared_ptr<PumpEngine::TimerState> PumpEngine::FirstTimer(const Horizon& ho
 
 void PumpEngine::RunTick(TimerState& timer) {
     const TimePoint now = time_.Now();
-    const TimePoint next = timer.place.first + timer.interval;
+    const TimePoint due = timer.place.first;
+    const TimePoint next = due + timer.interval;
     timer.place.first = next > now ? next : now + timer.interval;
     const std::uint32_t starts = timer.starts;
-    RunCall(CallKind::Brief, TakeNumber(), timer.onTick);
+    RunCall(CallKind::Brief, {due, TakeNumber()}, timer.onTick);
     const TimePoint end = time_.Now();
     if (timer.starts == starts && end - now > timer.interval) {
         timer.place.first = end + timer.interval;
     }
 }
 
-void PumpEngine::RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call) {
+void PumpEngine::RunCall(CallKind kind, Place place, const std::function<void()>& call) {
     const int brief = kind == CallKind::WaitsLong ? 0 : 1;
-    const std::uint64_t outerNumber = std::exchange(runningNumber_, number);
+    const Place outer = std::exchange(running_, place);
     if (kind == CallKind::Stop) {
-        lastStop_ = std::max(lastStop_, number);
+        lastStop_ = std::max(lastStop_, place.second);
     }
     nesting_ += 1;
     briefNesting_ += brief;
@@ -262,7 +277,7 @@ void PumpEngine::RunCall(CallKind kind, std::uint64_t number, const std::functio
     }
     nesting_ -= 1;
     briefNesting_ -= brief;
-    runningNumber_ = outerNumber;
+    running_ = outer;
 }
 
 }  // namespace kestrane

@@ -58,7 +58,7 @@ public:
     void PumpStops() override;
     /// Runs the reads that were queued before, and nothing else: for the waits inside an exchange.
     void PumpReads();
-    bool OvertakenByStop() const override { return nesting_ > 0 && runningNumber_ < lastStop_; }
+    bool OvertakenByStop() const override { return nesting_ > 0 && running_.second < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
 
     /// The outermost loop: runs what becomes due and sleeps in between, until `Quit`.
@@ -110,7 +110,7 @@ private:
     std::optional<PostedCall> TakePosted(const Horizon& horizon, const Suits& suits);
     std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;
     void RunTick(TimerState& timer);
-    void RunCall(CallKind kind, std::uint64_t number, const std::function<void()>& call);
+    void RunCall(CallKind kind, Place place, const std::function<void()>& call);
 
     PumpTime& time_;
     const FaultHandler onFault_;
@@ -124,7 +124,7 @@ private:
     bool over_ = false;                                ///< the outermost loop has ended by `Quit`
     int nesting_ = 0;                                  ///< calls on the stack
     int briefNesting_ = 0;                             ///< the calls on the stack that are not long
-    std::uint64_t runningNumber_ = 0;                  ///< place in the queue of the innermost call that runs
+    Place running_{};                                  ///< of the innermost call that runs
     std::uint64_t lastStop_ = 0;                       ///< the latest place in the queue of a stop that has run
 };
 

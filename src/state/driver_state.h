@@ -69,6 +69,7 @@ struct DriverState : LogState, CounterState {
     bool g_bAutoCalibrated = false;    ///< the directions were calibrated since the link was opened, or need not be
 
     // --- features of the controller -----------------------------------------------------------------------------
+    bool g_bControllerTakesRates = false;  ///< by the setting `Controller`, as it was read last
     bool g_bPemAvailable = true;
     bool g_bFocuserAvailable = true;
     bool g_bBacklashAvailable = true;
@@ -95,7 +96,7 @@ struct DriverState : LogState, CounterState {
     bool g_bTracking = false;
     std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
     std::uint32_t g_nSilences = 0;              ///< queries without an answer so far; wraps
-    std::uint32_t g_nLinkLosses = 0;            ///< how often communications were lost so far; wraps
+    std::uint32_t g_nLinkLosses = 0;            ///< how often three questions in a row went unanswered; wraps
     bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
     bool g_bLowPower = false;                   ///< the low power letter was seen
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps
@@ -153,6 +154,7 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bSecondLegBarred{false};  ///< the second leg must not be sent any more
     OwnedBy<Motion, bool> g_bGotoSent{false};         ///< a goto went out, and nobody has seen its end yet
     OwnedBy<Motion, bool> g_bGotoRuns{false};         ///< the mount has accepted a goto, and nothing seen ended it
+    OwnedBy<Motion, bool> g_bMoveSent{false};      ///< a move without a time went out, and nothing since that ends it
     OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
     OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
     Tick g_tickLastGoto;                           ///< when the last goto went out, or was accepted after that

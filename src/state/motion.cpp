@@ -60,6 +60,11 @@ void Motion::GotoSent() {
 void Motion::GotoTaken() {
     state_.g_bGotoSent = true;
     state_.g_bGotoRuns = true;
+    state_.g_bMoveSent = false;
+}
+
+void Motion::MoveSent() {
+    state_.g_bMoveSent = true;
 }
 
 void Motion::SlewRefused() {
@@ -159,6 +164,7 @@ void Motion::StopSent() {
         state_.g_bSecondLegBarred = true;
     }
     state_.g_bGotoRuns = false;
+    state_.g_bMoveSent = false;
 }
 
 void Motion::Stopped() {

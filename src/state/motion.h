@@ -15,7 +15,7 @@ namespace kestrane {
 //   P2  g_bSafeSlewPending      W   g_bStandAwaited                         Gs g_bGotoSent
 //   C   g_bSlewCompletePending                     Ax  g_bAxisMotionBegun   Ga g_bGotoRuns
 //                                                  nTr g_nTrackingChoices   O  g_bOwnSlew
-//                                                  sd  g_nSameDistance
+//                                                  sd  g_nSameDistance      Mv g_bMoveSent
 //
 //   1 set, 0 cleared, + counted, = kept. Letters look at the flags as they were before the event:
 //   a  0 where AK is set, else kept           s  1 where S is set, else kept     c  + where S or P2 is set
@@ -27,45 +27,46 @@ namespace kestrane {
 //      else kept
 //   1d, 0d the flag of the given direction alone
 //
-//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O
-//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =  =  =  =  =  0
-//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
-//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =  =  =  =  0  1
-//   NewSlewBegins               1  1  0  0  0  a  0  =  =  +  =  0  =   0  =  0  =  =  0  1
-//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =  p  1  1  0  1
-//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =
-//   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =
-//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
-//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =
-//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =
-//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =
-//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =
-//   SeenToStand                 =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  t  0  =  =
-//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =
-//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0
-//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =
-//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =
-//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =
-//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0
-//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =
-//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =
-//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =
-//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =
-//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d  =  =  =  =  =
-//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d  =  =  =  =  =
-//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
-//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =
+//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O  Mv
+//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =  =  =  =  0  1  =
+//   NewSlewBegins               1  1  0  0  0  a  0  =  =  +  =  0  =   0  =  0  =  =  0  1  =
+//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =  p  1  1  0  1  0
+//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
+//   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
+//   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  1
+//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =  =
+//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =  =
+//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
+//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =  =
+//   SeenToStand                 =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  t  0  =  =  =
+//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
+//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =  =
+//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =  0
+//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =  =
+//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0  =
+//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =  =
+//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =  =
+//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =  =
+//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d  =  =  =  =  =  =
+//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d  =  =  =  =  =  =
+//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //
 // The last two are events without a function. Intentional: a mount that cannot be heard may go on moving, so the state
 // of the link says nothing about what moves. A slew is ended by its supervision (see `DistanceStayed` for a silent
@@ -165,6 +166,9 @@ public:
     /// the leg that is under way, so the second one never follows. A mount that stands is stopped by it as little as by
     /// the end of a test move.
     void StopSent();
+    /// A move without a time goes out, by a client's own text or for a test. Nobody supervises it; it goes on until a
+    /// stop of all motion, or a goto, takes its place.
+    void MoveSent();
     /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays
     /// up until the mount reports that it stands.
     void Stopped();

@@ -12,8 +12,8 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int16_t kLostAfter = 3;  // unanswered queries in a row
 constexpr std::int32_t kDrainLimitMs = 2000;
+constexpr std::int32_t kOldestKeptMs = 600'000;  // of a reading; keeps the ticks far from their wrap
 
 constexpr std::string_view kFirmwareThatDropsADigit = "D";
 constexpr std::size_t kLongFormLength = 9;  // sDD*MM:SS
@@ -55,8 +55,20 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) 
         mount.ClearIfOutOfStep();
     }
     std::string reply = mount.CommandStringInternal(question);
-    silent_ = silent_ || reply.empty();
+    if (reply.empty()) {
+        NoteUnanswered();
+    } else {
+        unanswered_ = 0;
+    }
     return reply;
+}
+
+/// Computed values count as answers elsewhere, and hide no silence here.
+void MountQueries::NoteUnanswered() {
+    silent_ = true;
+    if (unanswered_ < kLostAfter && ++unanswered_ == kLostAfter) {
+        ++state_.g_nLinkLosses;
+    }
 }
 
 bool MountQueries::MayAsk() const {
@@ -66,6 +78,12 @@ bool MountQueries::MayAsk() const {
 void MountQueries::TickBegins() {
     inTick_ = true;
     silent_ = false;
+    const Tick oldest = driver_.clock.GetTickCount() - kOldestKeptMs;
+    for (std::optional<Tick>* readAt : {&readAt_.ra, &readAt_.dec, &readAt_.az}) {
+        if (*readAt && oldest - **readAt > 0) {
+            *readAt = oldest;
+        }
+    }
 }
 
 /// For what a query sends besides its question.
@@ -124,7 +142,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
     if (PositionLabelsShown()) {
         needs_.handBox.lblRA.Text(lastRaText_);
     }
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -178,7 +196,7 @@ bool MountQueries::KeepDec(double dec) {
     if (PositionLabelsShown()) {
         needs_.handBox.lblDEC.Text(lastDecText_);
     }
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -197,7 +215,7 @@ bool MountQueries::QueryAlt() {
     }
     if (!MountIsAskedForAltAz()) {
         CalcAltAz();
-        NoteComputed();
+        NoteQuerySuccess();  // intentional: a computed value counts
         return true;
     }
     const std::string reply = Ask(wire::GetAltitude);
@@ -213,7 +231,7 @@ bool MountQueries::QueryAlt() {
         return false;
     }
     ShowAlt(*altitude);
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -228,7 +246,7 @@ bool MountQueries::QueryAz() {
     }
     if (!MountIsAskedForAltAz()) {
         CalcAltAz();
-        NoteComputed();
+        NoteQuerySuccess();  // intentional: a computed value counts
         return true;
     }
     // Intentional: no clear before this query; its clear comes after a failed exchange.
@@ -249,7 +267,7 @@ bool MountQueries::QueryAz() {
     }
     ShowAz(*azimuth);
     readAt_.az = driver_.clock.GetTickCount();
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -280,7 +298,7 @@ void MountQueries::CalcAltAz() {
     RaDecToAltAz(state_.g_dSiteLatitude, GetLst(), state_.g_dRa, state_.g_dDec, altitude, azimuth);
     ShowAz(azimuth);
     ShowAlt(altitude);
-    readAt_.az = readAt_.ra && readAt_.dec && *readAt_.ra - *readAt_.dec > 0 ? readAt_.dec : readAt_.ra;
+    readAt_.az = !readAt_.ra || !readAt_.dec ? std::nullopt : *readAt_.ra - *readAt_.dec > 0 ? readAt_.dec : readAt_.ra;
 }
 
 bool MountQueries::QueryGos() {
@@ -346,8 +364,6 @@ void MountQueries::NoteNoResponse() {
     }
     ++state_.g_nSilences;
     if (state_.g_nNoResponse >= kLostAfter) {
-        state_.g_nLinkLosses +=
-            state_.g_nNoResponse == kLostAfter ? 1 : 0;  // low power may have raised the flag before
         state_.g_bLostComms = true;
         BlankPosition();
         needs_.handBox.lblLST.Text("");
@@ -371,11 +387,10 @@ void MountQueries::NoteQuerySuccess() {
     ++state_.g_nAnsweredQueriesTotal;
 }
 
-/// On a healthy line a computed value counts like an answer. It ends no silence: nobody has answered.
-void MountQueries::NoteComputed() {
-    if (state_.g_nNoResponse == 0) {
-        NoteQuerySuccess();
-    }
+void MountQueries::NoteAnswered() {
+    unanswered_ = 0;
+    ++answers_;
+    NoteQuerySuccess();
 }
 
 void MountQueries::ShowLowPower() {

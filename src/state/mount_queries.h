@@ -46,7 +46,7 @@ struct CoordinateReads {
 };
 
 /// When each coordinate was accepted last; nothing before the first time. A computed azimuth is as old as what it was
-/// computed from.
+/// computed from. Readings of more than ten minutes ago are kept as ten minutes old.
 struct CoordinateTimes {
     std::optional<Tick> ra, dec, az;
 };
@@ -128,8 +128,13 @@ public:
 
     /// A query went unanswered: the third in a row declares communications lost and blanks the display.
     void NoteNoResponse();
-    /// The mount answered well.
-    void NoteQuerySuccess();
+    /// The mount answered well: a query, or an exchange that is none.
+    void NoteAnswered();
+    /// How often that was so; wraps.
+    std::uint32_t Answers() const { return answers_; }
+    /// Whether the last three questions to the mount or more, of any kind, got no reply at all. Clients hear that
+    /// communications are lost also when values that are computed meanwhile count as answers.
+    bool LineIsSilent() const { return unanswered_ == kLostAfter; }
     /// Shows the low power alarm over the position.
     void ShowLowPower();
     /// Reads byte by byte until the line is silent.
@@ -145,6 +150,7 @@ public:
     const std::string& LastAzText() const { return lastAzText_; }
 
 private:
+    static constexpr std::int16_t kLostAfter = 3;    // unanswered questions in a row
     static constexpr std::int16_t kSilentAfter = 3;  // unanswered queries of one kind in a row
     static constexpr std::string_view kIgnored = "Ignoring Invalid format response...";
 
@@ -165,7 +171,8 @@ private:
     void ResendTime();
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
-    void NoteComputed();
+    void NoteQuerySuccess();
+    void NoteUnanswered();
     bool MayAsk() const;
     bool PositionLabelsShown() const;
     bool SideIsToldByMount() const;
@@ -189,6 +196,8 @@ private:
     std::optional<std::int16_t> lastToldSide_;
     CoordinateReads reads_;
     CoordinateTimes readAt_;
+    std::int16_t unanswered_ = 0;  ///< questions in a row without a reply, up to `kLostAfter`
+    std::uint32_t answers_ = 0;
     std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer
     std::int16_t delaySilences_ = 0;   ///< the same of the meridian delay
     Tick meridianDelayAsked_;          ///< its stamp

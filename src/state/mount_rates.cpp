@@ -24,7 +24,9 @@ std::vector<std::string> TextsOf(const MountRateCollection& rates) {
 
 void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
     const bool isNew = type != driver_.state.g_sMountRateType;
-    if (factory_ && !isNew && rebuild == RebuildRates::WhenTypeIsNew) {
+    const bool forced = rebuild == RebuildRates::Always;
+    if (factory_ && !isNew && !forced) {
+        told_ = true;
         return;
     }
     if (!factory_) {
@@ -44,11 +46,11 @@ void MountRates::UpdateMountRates(std::string_view type, RebuildRates rebuild) {
     LogRates("Centering Rate", centering_);
     LogRates("Slew Rate", slew_);
     FillLists();
-    // The controller only says that it does not know the type; what the mount has told stays stored.
-    const bool told = !newType.empty() || rebuild == RebuildRates::WhenTypeIsNew;
-    if (told && newType != stored_) {
+    // The controller only says what it knows itself, which may be nothing; what the mount has told stays stored.
+    const bool stays = forced && (newType.empty() || told_);
+    told_ = told_ || !forced;
+    if (!stays && newType != driver_.persist.ReadQuietly(setting::MountRateType)) {
         driver_.persist.Write(setting::MountRateType, newType);
-        stored_ = newType;
     }
 }
 

@@ -33,10 +33,14 @@ public:
     explicit MountRates(MountRatesNeeds needs) : needs_(needs), driver_(needs_.driver) {}
 
     /// Builds the tables for a rate type ("", "0" to "3") when it differs from the one in use, when there are none yet,
-    /// or always; then fills the lists and stores the type as `MountRateType`, unless it was stored last already or is
-    /// an empty one that was to be built always. Any other type gives the legacy rows and, the first time, an error in
-    /// the log; the type in use, its setting and the lists stay as they were.
+    /// or always; then fills the lists and stores the type as `MountRateType`, unless that holds it already. A type
+    /// that was to be built always is not stored when it is empty, or while the mount has told one. Any other type
+    /// gives the legacy rows and, the first time, an error in the log; the type in use, its setting and the lists stay
+    /// as they were.
     void UpdateMountRates(std::string_view type, RebuildRates rebuild = RebuildRates::WhenTypeIsNew);
+
+    /// To be called when a link is opened: another mount may be at its end.
+    void ForgetToldType() { told_ = false; }
 
     /// Whether the mount has not reported its rate type: "" and "unknown".
     bool IsRateTypeOpen() const;
@@ -54,7 +58,7 @@ private:
     MountRatesNeeds needs_;
     Essentials driver_;
     std::optional<MountRatesFactory> factory_;
-    std::optional<std::string> stored_;   ///< the type that was stored last
+    bool told_ = false;                   ///< the mount has told its type on this link
     std::set<std::string> unknownTypes_;  ///< they are logged once
     MountRateCollection guide_, centering_, slew_;
 };

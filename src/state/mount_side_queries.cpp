@@ -67,7 +67,7 @@ bool MountQueries::QuerySideOfMount() {
             LogNoResponse("SideOfMount Query", "SideOfMount");
             state_.g_tickLastSide = driver_.clock.GetTickCount() + kSlowIntervalMs;
         } else {
-            NoteQuerySuccess();
+            NoteAnswered();
         }
     }
     state_.g_nSideOfPier = sideOfPier;

@@ -56,7 +56,7 @@ bool MountQueries::QueryLst() {
     state_.g_tickLastLst = lstBase_ = driver_.clock.GetTickCount();
     lstKnown_ = true;
     UpdateHourAngle();
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -110,7 +110,7 @@ bool MountQueries::QueryTime() {
         return false;  // intentional: shows nothing; the display runs on by itself
     }
     ShowTime(reply);
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 
@@ -231,7 +231,7 @@ bool MountQueries::QueryTimeZone() {
         CorrectTimeZone();
     }
     ShowTimeZone();
-    NoteQuerySuccess();
+    NoteAnswered();
     return true;
 }
 

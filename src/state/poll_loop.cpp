@@ -1,6 +1,7 @@
 #include "state/poll_loop.h"
 
 #include <array>
+#include <utility>
 
 namespace kestrane {
 namespace {
@@ -123,12 +124,12 @@ void PollLoop::WatchMotion() {
 void PollLoop::AskWhatIsDue() {
     ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     MountQueries& queries = needs_.queries;
-    errors.Step([&] { needs_.periodicQuayCheck(); });
     errors.Step([&] {
-        if (state_.g_bSlewCompletePending && !SlewCompleteWaits()) {
-            queries.QuerySideOfMount();
+        if (!queries.TickIsSilent()) {
+            needs_.periodicQuayCheck();
         }
     });
+    errors.Step([&] { AskSideAtEnd(); });
     bool timeAsked = false;
     bool lstAsked = false;
     errors.Step([&] {
@@ -148,7 +149,23 @@ void PollLoop::AskWhatIsDue() {
     });
 }
 
+/// What follows a slew begins with the side. One that went unanswered is left out of the next steps, until something
+/// else was answered: a mount that never tells it must not keep the rest from being asked.
+void PollLoop::AskSideAtEnd() {
+    if (state_.g_bSlewCompletePending && !SlewCompleteWaits() && !needs_.queries.TickIsSilent() && !sideUnanswered_) {
+        needs_.queries.QuerySideOfMount();
+        sideUnanswered_ = needs_.queries.TickIsSilent();
+    }
+}
+
+/// Not on a step with a silence: it would judge by what was read before the end.
 void PollLoop::FinishSlew() {
+    if (needs_.queries.TickIsSilent()) {
+        return;
+    }
+    if (std::exchange(sideUnanswered_, false)) {
+        needs_.queries.TickEnds();  // the line is not silent, only the side: the position after it is asked for
+    }
     ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     errors.Step([&] { CheckSlewComplete(); });
 }

@@ -69,6 +69,7 @@ private:
     std::int32_t StatusInterval() const;
     void WatchMotion();
     void AskWhatIsDue();
+    void AskSideAtEnd();
     void FinishSlew();
     Query RunDueQuery();
     Query ChooseQuery();
@@ -97,6 +98,7 @@ private:
     void PushSettleEnd();
     void CompleteSlew();
     void FinishPark(std::string_view text);
+    bool JudgedLater();
     void CheckParkArrival();
 
     PollLoopNeeds needs_;
@@ -115,6 +117,8 @@ private:
     std::optional<RefusedGoto> refusedGoto_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
+    /// The side that is asked for at the end of a slew went unanswered, and so did all since then.
+    bool sideUnanswered_ = false;
     /// Since when the poll may ask for the coordinates, and for the rest, which waits during slews; nothing before the
     /// first step.
     std::optional<Tick> asksSince_, asksRestSince_;

@@ -7,20 +7,23 @@
 
 namespace kestrane {
 
-std::optional<double> AskSiteDegrees(Sequence& mount, const TextCommand& question, Log& log) {
+SiteDegrees AskSiteDegrees(Sequence& mount, const TextCommand& question, Log& log) {
     std::string reply = mount.CommandStringInternal(question);
     double degrees = 0.0;
     if (ParseProtocolDegrees(reply, degrees, log)) {
-        return degrees;
+        return {SiteAnswer::Read, degrees};
     }
     if (reply.empty()) {
-        return std::nullopt;  // the exchange has repeated it
+        return {};  // the exchange has repeated it
     }
     if (IsShortAngle(reply)) {
         mount.CommandBlindInternal(wire::ToggleFormat);
     }
     reply = mount.CommandStringInternal(question);
-    return ParseProtocolDegrees(reply, degrees, log) ? std::optional(degrees) : std::nullopt;
+    if (ParseProtocolDegrees(reply, degrees, log)) {
+        return {SiteAnswer::Read, degrees};
+    }
+    return {SiteAnswer::Refused};
 }
 
 }  // namespace kestrane

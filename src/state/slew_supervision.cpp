@@ -343,6 +343,15 @@ void PollLoop::FinishPark(std::string_view text) {
     needs_.motion.ParkEnds();
 }
 
+/// A park whose position went unanswered is judged on a later tick, when it was read.
+bool PollLoop::JudgedLater() {
+    const bool later = needs_.queries.TickIsSilent();
+    if (later) {
+        needs_.motion.SlewCompleteDue();
+    }
+    return later;
+}
+
 /// A park that has stopped out of tolerance stays under way.
 void PollLoop::CheckParkArrival() {
     if (state_.g_bAbortPark) {
@@ -353,6 +362,9 @@ void PollLoop::CheckParkArrival() {
     if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
         needs_.queries.QueryRa();
         needs_.queries.QueryDec();
+        if (JudgedLater()) {
+            return;
+        }
         const double raDistance = std::abs(NormalizeHourAngle(state_.g_dTargetRa - state_.g_dRa));
         if (raDistance < kParkRaHours && std::abs(state_.g_dTargetDec - state_.g_dDec) < kParkDecDegrees) {
             FinishPark("Completed move to parked position(2)");
@@ -360,6 +372,9 @@ void PollLoop::CheckParkArrival() {
     } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
         needs_.queries.QueryAlt();
         needs_.queries.QueryAz();
+        if (JudgedLater()) {
+            return;
+        }
         const double azDistance = std::abs(NormalizeDegrees180(state_.g_dTargetAz - state_.g_dAz));
         if (std::abs(state_.g_dTargetAlt - state_.g_dAlt) < kParkAltAzDegrees && azDistance < kParkAltAzDegrees) {
             FinishPark("Completed move to parked position(3)");

@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kMillimetres = 1000.0;
 constexpr std::int32_t kStatusWindowDelayMs = 1000;
-constexpr std::int32_t kYieldMs = 20;
+constexpr double kFirstControllerWithRates = 2.0;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
     return text.empty() ? whenEmpty : Val_Global(text, log);
@@ -79,6 +79,7 @@ void ConnectionSteps::InitializeFirstObject() {
         const std::int16_t controller = ModelNumber(driver_.persist.Read(setting::Controller), driver_.log);
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
+    errors.Step([&] { telescope_.LoadControllerOption(); });
     state_.g_dGuideRate = 1.0;
     state_.g_nSlewSettleTime = 1;
     state_.g_bTargetRaSet = state_.g_bTargetDecSet = state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
@@ -223,7 +224,14 @@ void ConnectionSteps::WaitForTimerIdle() {
     }
 }
 
+void Telescope::LoadControllerOption() {
+    const std::string controller = driver_.persist.ReadQuietly(setting::Controller);
+    state_.g_bControllerTakesRates =
+        !controller.empty() && Val_Global(controller, driver_.log) >= kFirstControllerWithRates;
+}
+
 void Telescope::LoadTelescopeOptions() {
+    LoadControllerOption();
     const auto read = [&](const SettingKey& key, double whenEmpty) {
         return NumberOr(driver_.persist.Read(key), whenEmpty, driver_.log);
     };
@@ -261,7 +269,13 @@ void Telescope::InitUI() {
     ConnectionSteps steps(*this);
     ResumeNext errors{driver_.ledger, "InitUI"};
     needs_.journal.ResetEvents();
-    errors.Step([&] { InitBasicValues(); });
+    bool answered = true;
+    errors.Assign(answered, [&] { return InitBasicValues(); });
+    if (!answered) {
+        // Each further question would cost seconds. The mount is initialized again when it reports the pole again.
+        needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
+        return;
+    }
     errors.Step([&] { needs_.journal.AddRaDecEvent(state_.g_dRa, state_.g_dDec); });
     errors.Step([&] {
         if (needs_.queries.IsAtPowerOnPosition()) {
@@ -309,10 +323,8 @@ void ConnectionSteps::InitUiPanel() {
 }
 
 bool Telescope::AtPark() {
-    ConnectionSteps steps(*this);
     const bool parked = LogGet("AtPark", state_.g_bParked);
-    needs_.door.Pause(kYieldMs);
-    steps.WaitForTimerIdle();
+    YieldToOthers();
     return parked;
 }
 
@@ -320,7 +332,7 @@ bool Telescope::IsPulseGuiding() {
     const bool guiding =
         state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
     LogGet("IsPulseGuiding", guiding);
-    driver_.waits.PumpOnce();
+    driver_.waits.PumpBriefly();
     return guiding;
 }
 

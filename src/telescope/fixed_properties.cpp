@@ -1,5 +1,4 @@
 #include "kernel/base/application_info.h"
-#include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
 
@@ -9,14 +8,6 @@ namespace {
 constexpr int kGermanPolar = 2;
 constexpr int kLocalTopocentric = 1;
 constexpr int kInterfaceVersion = 2;
-constexpr double kFirstControllerWithRates = 2.0;
-
-class ControllerSteps : TelescopeSteps {
-public:
-    using TelescopeSteps::TelescopeSteps;
-
-    bool ControllerTakesRates();
-};
 
 }  // namespace
 
@@ -67,8 +58,7 @@ bool Telescope::CanPulseGuide() {
     return LogGet("CanPulseGuide", true);
 }
 bool Telescope::CanSetDeclinationRate() {
-    ControllerSteps steps(*this);
-    return LogGet("CanSetDeclinationRate", steps.ControllerTakesRates());
+    return LogGet("CanSetDeclinationRate", state_.g_bControllerTakesRates);
 }
 bool Telescope::CanSetGuideRates() {
     return LogGet("CanSetGuideRates", true);
@@ -80,8 +70,7 @@ bool Telescope::CanSetPierSide() {
     return LogGet("CanSetPierSide", false);
 }
 bool Telescope::CanSetRightAscensionRate() {
-    ControllerSteps steps(*this);
-    return LogGet("CanSetRightAscensionRate", steps.ControllerTakesRates());
+    return LogGet("CanSetRightAscensionRate", state_.g_bControllerTakesRates);
 }
 bool Telescope::CanSetTracking() {
     return LogGet("CanSetTracking", true);
@@ -106,11 +95,6 @@ bool Telescope::CanSyncAltAz() {
 }
 bool Telescope::CanUnpark() {
     return LogGet("CanUnpark", true);
-}
-
-bool ControllerSteps::ControllerTakesRates() {
-    const std::string controller = driver_.persist.Read(setting::Controller);
-    return !controller.empty() && Val_Global(controller, driver_.log) >= kFirstControllerWithRates;
 }
 
 void Telescope::FindHome() {

@@ -7,7 +7,7 @@ void Telescope::CheckConnected() {
     if (!needs_.connections.IsClientConnected(ClientKind::Telescope)) {
         throw DriverError(ErrorNumber::NotConnected);
     }
-    if (state_.g_bLostComms || state_.g_bMountUnproved) {
+    if (state_.g_bLostComms || state_.g_bMountUnproved || needs_.queries.LineIsSilent()) {
         throw DriverError(ErrorNumber::LostCommunications);
     }
 }

@@ -233,14 +233,17 @@ public:
 
     // --- for the driver itself ----------------------------------------------------------------------------------
 
-    /// Reads the firmware version and decides from it what the mount can do.
-    void InitBasicValues();
+    /// Reads the firmware version and decides from it what the mount can do. False, and nothing has changed, when a
+    /// mount whose version is known does not answer.
+    bool InitBasicValues();
     /// Fills the hand box after a real connect and runs the first round of queries.
     void InitUI() override;
     /// Takes a status text apart into flags and displays.
     void ParseGOS(std::string_view status) override;
     void StartSecondLeg(double rightAscension, double declination) override;
     void LoadTelescopeOptions();
+    /// Reads the setting `Controller` for those who must not read settings.
+    void LoadControllerOption();
     /// Switches the King correction of the mount on or off, as the user wants it.
     void SendKingCorrection();
     /// Gives the mount the PC's time, date and zone, as the verb "InitTime" of the driver does.

@@ -9,6 +9,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
+constexpr std::int32_t kYieldMs = 20;
 
 }  // namespace
 
@@ -20,7 +21,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .driver = driver_,
           .link = needs_.link,
           .executeDriverCommand = std::move(executeDriverCommand),
-          .noteQuerySuccess = [this] { needs_.queries.NoteQuerySuccess(); },
+          .noteQuerySuccess = [this] { needs_.queries.NoteAnswered(); },
           .noteSent = [this](std::string_view text) { NoteSent(text); },
       }) {}
 
@@ -60,6 +61,17 @@ void TelescopeCore::RefuseOutOfRange(std::string_view name, double value, bool i
     }
 }
 
+void TelescopeCore::YieldToOthers() {
+    needs_.door.Pause(kYieldMs);
+    if (!state_.g_bInPoll) {
+        driver_.waits.PumpBriefly();
+        return;
+    }
+    for (int i = 0; i < 3; ++i) {
+        driver_.clock.Sleep(1);
+    }
+}
+
 /// What goes out is looked at here, since a client's own text moves or stops the mount as well as the driver's
 /// procedures do.
 void TelescopeCore::NoteSent(std::string_view text) {
@@ -70,6 +82,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
     if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
         state_.g_tickLastGoto = driver_.clock.GetTickCount();
+    }
+    if (wire::StartsEndlessMove(text)) {
+        needs_.motion.MoveSent();
     }
 }
 

@@ -92,6 +92,10 @@ public:
     /// Logs and raises 0x80040405 unless `inRange`.
     void RefuseOutOfRange(std::string_view name, double value, bool inRange);
 
+    /// For members that clients ask in a tight loop, which must not starve the poll: a short pause, and a pump. But
+    /// nobody waits there for all that others ask: with a slow mount, that takes longer than clients wait.
+    void YieldToOthers();
+
     /// Why the mount may be moving now, in words for the log: a goto whose end was not seen, an axis, a guide pulse, or
     /// one of these that was stopped less than three seconds ago. Empty when none of these is known.
     std::string_view WhyMountMayMove() const;

@@ -24,6 +24,7 @@
 #include "state/essentials.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
+#include "state/site_query.h"
 #include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
 #include "ui/move_commands.h"
@@ -48,7 +49,7 @@ struct HandBoxPanelNeeds {
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
     /// Asks the mount for its site and shows it. Talks to the mount.
-    std::function<void(Notice notice)> readMountSite;
+    std::function<SiteAnswer(Notice notice)> readMountSite;
     std::function<void()> resetCommCounters;
     /// By the index of `cbxWindowsPriority`.
     std::function<void(int)> applyWindowsPriority;

@@ -94,9 +94,7 @@ void HandBoxPanel::OnSiteTick() {
     }
     siteAskedAt_ = now;
     // Only refused replies count: a silent mount may answer at any moment.
-    const std::int32_t silences = driver_.counters.Values().g_nReceiveTerminatedErrors;
-    needs_.readMountSite(Notice::LogOnly);
-    if (driver_.counters.Values().g_nReceiveTerminatedErrors == silences) {
+    if (needs_.readMountSite(Notice::LogOnly) == SiteAnswer::Refused) {
         siteFailures_ = std::min(siteFailures_ + 1, kSiteFailures);
     }
 }

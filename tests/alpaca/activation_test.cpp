@@ -29,6 +29,34 @@ struct Told {
     std::string allowed;  ///< KESTRANE_ALLOW_HOSTS
 };
 
+/// A program that looks for servers.
+class Caller {
+public:
+    explicit Caller(std::uint16_t discoveryPort, timeval limit) {
+        ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+        address_.sin_family = AF_INET;
+        address_.sin_port = htons(discoveryPort);
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    }
+    ~Caller() { ::close(socket_); }
+    Caller(const Caller&) = delete;
+    Caller& operator=(const Caller&) = delete;
+
+    void Send(const std::string& text) const {
+        ::sendto(socket_, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&address_), sizeof(address_));
+    }
+    /// Empty at the time limit.
+    std::string Receive() const {
+        std::array<char, 100> reply{};
+        const ssize_t count = ::recv(socket_, reply.data(), reply.size(), 0);
+        return {reply.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+    }
+
+private:
+    int socket_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address_{};
+};
+
 /// The activator in a process of its own, with the fake driver.
 class Activator {
 public:
@@ -140,22 +168,12 @@ TEST(Activation, AnswersDiscoveryCallsWithoutADriver) {
     const int reserved = http::ListenOnLoopback();
     options.discoveryPort = http::PortOfSocket(reserved);
     Activator activator("crash", options, starts.string());
-    const int caller = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const timeval limit{10, 0};
-    ::setsockopt(caller, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(options.discoveryPort);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const Caller caller(options.discoveryPort, {10, 0});
     for (const std::string text : {"hello", "", "alpacadiscovery1"}) {
-        ::sendto(caller, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+        caller.Send(text);
     }
-    std::array<char, 100> reply{};
-    const ssize_t count = ::recv(caller, reply.data(), reply.size(), 0);
-    EXPECT_EQ(std::string(reply.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))),
-              "{\"AlpacaPort\":" + std::to_string(activator.Port()) + "}");
+    EXPECT_EQ(caller.Receive(), "{\"AlpacaPort\":" + std::to_string(activator.Port()) + "}");
     EXPECT_FALSE(std::filesystem::exists(starts));  // it started nobody
-    ::close(caller);
     ::close(reserved);
 }
 
@@ -227,6 +245,37 @@ TEST(Activation, SlowsDownWhenTheDriverFailsAtOnce) {
     }
     EXPECT_LE(std::filesystem::file_size(starts), 6U);
     EXPECT_EQ(activator.Wait(SIGTERM), 0);
+}
+
+TEST(Activation, AnswersDiscoveryCallsInThePauseAfterAFailedStartToo) {
+    const TemporaryFolders folders;
+    const int reserved = http::ListenOnLoopback();
+    ActivationOptions options = Activator::Options();
+    options.discoveryPort = http::PortOfSocket(reserved);
+    Activator activator("crash", options, (folders.Root() / "starts").string());
+    http::RawClient waiting(activator.Port());
+    for (int start = 0; start < 5; ++start) {
+        EXPECT_EQ(activator.ReadLine(), "kestrane-activate: the driver ended with status 3");
+    }
+    const Caller caller(options.discoveryPort, {0, 800'000});  // the pause lasts 1.6 s now
+    caller.Send("alpacadiscovery1");
+    EXPECT_EQ(caller.Receive(), "{\"AlpacaPort\":" + std::to_string(activator.Port()) + "}");
+    EXPECT_EQ(activator.Wait(SIGTERM), 0);
+    ::close(reserved);
+}
+
+TEST(Activation, PrintsAnAddressHoweverItIsWritten) {
+    ActivationOptions options = Activator::Options();
+    for (const auto& [bind, printed] : {std::pair{"::0", "[::1]"}, std::pair{"0:0:0:0:0:0:0:1", "[::1]"}}) {
+        options.bindAddress = bind;
+        Activator activator("answer", options);
+        if (activator.FirstLine().find("cannot serve") != std::string::npos ||
+            activator.FirstLine().find("no socket") != std::string::npos) {
+            GTEST_SKIP() << "this machine has no IPv6";
+        }
+        EXPECT_EQ(activator.FirstLine(),
+                  "Alpaca: http://" + std::string(printed) + ":" + std::to_string(activator.Port()) + "/");
+    }
 }
 
 TEST(Activation, SaysThatAnAddressIsInUse) {

@@ -214,6 +214,9 @@ TEST(RouteTable, AsksForTheParametersOfTheInterfaces) {
         ASSERT_EQ(route.parameters.size(), count);
         EXPECT_TRUE(count < 1 || route.parameters[0].name == expected.first);
         EXPECT_TRUE(count < 2 || route.parameters[1].name == expected.second);
+        for (const Parameter& parameter : route.parameters) {
+            EXPECT_EQ(parameter.mayBeMissing, parameter.name == "Parameters") << parameter.name;  // of both devices
+        }
     }
 }
 

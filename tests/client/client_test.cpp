@@ -1,5 +1,6 @@
 #include "client/client.h"
 
+#include <algorithm>
 #include <boost/asio/ip/udp.hpp>
 #include <boost/json.hpp>
 #include <filesystem>
@@ -35,6 +36,8 @@ public:
     std::atomic<int> looksLeft = 0;
     double reachesDec = 10.0;
     bool hasMount = true;
+    bool slews = true;                  ///< else it takes a slew and stands
+    bool answersTexts = true;           ///< else it hangs up
     std::string driverReply = "reply";  ///< to a text
     Answer slewAnswer = FakeAlpacaServer::Done();
 
@@ -80,11 +83,13 @@ private:
             }
             isConnected = body.starts_with("Connected=True");
         } else if (member == "slewtocoordinatesasync") {
-            isThere_ = true;
-            looksLeft = 4;
+            isThere_ = slews;
+            looksLeft = slews ? 4 : 0;
             return slewAnswer;
         } else if (member == "park") {
             isParked_ = true;
+        } else if (member == "commandstring" && !answersTexts) {
+            return {"", true};
         } else if (member == "commandstring") {
             return FakeAlpacaServer::Value("\"" + driverReply + "\"");
         }
@@ -326,7 +331,27 @@ TEST(Client, SlewWithoutWait_StaysConnected) {
     const Outcome outcome = RunAt(server, {"slew", "5:30", "10"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "slew started; the client stays connected\n");
-    EXPECT_EQ(Calls(server).back(), "PUT slewtocoordinatesasync");
+    const std::vector<std::string> calls = Calls(server);
+    ASSERT_GE(calls.size(), 2U);
+    EXPECT_EQ(calls[calls.size() - 2], "PUT slewtocoordinatesasync");
+    EXPECT_EQ(calls.back(), "GET slewing");  // one look whether it began
+}
+
+TEST(Client, SlewWithoutWait_ThatDoesNotBeginIsAnError) {
+    FakeTelescope telescope;
+    telescope.slews = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"slew", "5:30", "10"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.notes.find("the device did not slew"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithoutWait_ThatHasArrivedAtOnceIsNone) {
+    FakeTelescope telescope;
+    telescope.slews = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"slew", "5:30", "90"}).out, "slew started\n");  // where it stands
 }
 
 TEST(Client, Slew_ThatTheDeviceRefusesTellsWhy) {
@@ -351,7 +376,10 @@ TEST(Client, SlewToAStar_SendsItsPlace) {
     FakeTelescope telescope;
     FakeAlpacaServer server(std::ref(telescope));
     EXPECT_EQ(RunAt(server, {"slew", "vega"}).code, ExitCode::Done);
-    EXPECT_EQ(server.Requests().back().body.substr(0, 49), "RightAscension=18.61565&Declination=38.7837&Clien");
+    const auto requests = server.Requests();
+    const auto slew = std::ranges::find(requests, "/api/v1/telescope/0/slewtocoordinatesasync", &Request::target);
+    ASSERT_NE(slew, requests.end());
+    EXPECT_EQ(slew->body.substr(0, 49), "RightAscension=18.61565&Declination=38.7837&Clien");
 }
 
 TEST(Client, SlewToABrightStar_ChoosesOneThatIsUp) {
@@ -415,6 +443,22 @@ TEST(Client, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
               "kestrane-client: No mount. COM1 (/dev/ttyUSB0): it is in use by another program (0x402)\n");
     telescope.driverReply = "what?";
     EXPECT_EQ(RunAt(server, {"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
+    telescope.answersTexts = false;
+    EXPECT_EQ(RunAt(server, {"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
+}
+
+TEST(Client, AConnectOfAFocuserThatFindsNoMount_AsksTheTelescopeWhy) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.driverReply = "1,COM1: no device has this number";
+    FakeAlpacaServer server([&](const Request& request) {
+        const bool isFocuser = request.target.starts_with("/api/v1/focuser/0/");
+        Answer noMount = FakeAlpacaServer::Error(0x402, "No mount.");
+        noMount.closesAfter = true;  // the server has one connection at a time
+        return isFocuser ? noMount : telescope(request);
+    });
+    EXPECT_EQ(RunAt(server, {"connect", "--type", "focuser"}).notes,
+              "kestrane-client: No mount. COM1: no device has this number (0x402)\n");
 }
 
 TEST(Client, Log_IsTurnedOnAndOffAndShown) {
@@ -457,6 +501,11 @@ TEST(Client, Slew_BelowTheHorizonIsToldFirst_AndOneThatDidNotBeginAfterIt) {
     EXPECT_LT(below, outcome.notes.find("slewing to")) << outcome.notes;
     EXPECT_NE(outcome.notes.find("the device did not slew"), std::string::npos) << outcome.notes;
     EXPECT_EQ(RunAt(server, {"slew", "18:36", "40"}).notes.find("below the horizon"), std::string::npos);
+    const std::string error = RunAt(server, {"slew", "6:36", "-60", "--wait", "--json"}).out;
+    EXPECT_NE(error.find("; the target is 77.0 degrees below the horizon\"}"), std::string::npos) << error;
+    telescope.reachesDec = -60.0;
+    const std::string good = RunAt(server, {"slew", "5:30", "-60", "--json"}).out;
+    EXPECT_NE(good.find("\"Note\":\"the target is "), std::string::npos) << good;
 }
 
 TEST(Client, ControlCharactersOfAServerAreShown) {

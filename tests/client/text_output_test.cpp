@@ -13,6 +13,13 @@ TEST(JsonText, NumbersArePlain) {
               R"({"a":12.5,"b":[0.1,-3,true,null,"x\"y"],"c":{}})");
 }
 
+TEST(JsonText, EscapesEveryControlCharacterAndEveryByteThatIsNoText) {
+    EXPECT_EQ(JsonText("a\x1b\x7f\xc2\x9b"), R"("a\u001b\u007f\u009b")");
+    EXPECT_EQ(JsonText("\x9b"), R"("\u009b")");
+    EXPECT_EQ(JsonText("\xc3\xa4\xe2\x82\xac"), "\"\xc3\xa4\xe2\x82\xac\"");
+    EXPECT_EQ(JsonText("\xc3"), R"("\u00c3")");
+}
+
 TEST(JsonText, PlainText_IsForPeople) {
     EXPECT_EQ(PlainText(nullptr), "-");
     EXPECT_EQ(PlainText(true), "True");

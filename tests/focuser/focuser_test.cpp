@@ -104,6 +104,34 @@ TEST_F(FocuserTest, LinkTrue_WithoutAMount_IsRefused_AndTakesOneFromTheFocusersA
     EXPECT_FALSE(PollIsOn());
 }
 
+TEST_F(FocuserTest, LinkTrue_BeforeAMountAnswers_IsCompletedOnceOneDoes) {
+    ExpectSwallow("*");
+    mount->SetLineDead(true);
+    Start();
+    const FocuserObject focuser = driver->CreateFocuser();
+    EXPECT_EQ(ErrorOf([&] { focuser->Link(true); }), kNoMount);
+    EXPECT_EQ(ErrorOf([&] { focuser->Link(true); }), 0U);
+    machine.AdvanceTime(10'000);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(State().g_sVersion, "VKC4-P02-08");
+    EXPECT_EQ(State().g_nFocuserConnects, 1);
+    EXPECT_TRUE(PollIsOn());
+}
+
+TEST_F(FocuserTest, LinkTrue_DuringTheAttemptsOfAnother_StartsNoPollInThem) {
+    ExpectSwallow("*");
+    Seed({{"txtConnectTimeout", "3"}});
+    mount->SetLineDead(true);
+    Start();
+    const FocuserObject first = driver->CreateFocuser();
+    const FocuserObject second = driver->CreateFocuser();
+    machine.pump.PostAt(1'000, CallKind::Brief, [&] { second->Link(true); });
+    EXPECT_EQ(ErrorOf([&] { first->Link(true); }), kNoMount);
+    EXPECT_EQ(TimesLogged("No response querying"), 0);
+    EXPECT_TRUE(PollIsOn());
+}
+
 // --- objects -------------------------------------------------------------------------------------------------------
 
 TEST_F(FocuserTest, LastFocuser_EndsTheProcess_AndSendsNothing) {

@@ -144,6 +144,10 @@ TEST(HttpConnection, HoldsHeadersAndBodiesToTheirLimits) {
     RawClient claims = server.Connect();
     ASSERT_TRUE(claims.Send("PUT " + put + " HTTP/1.1\r\nContent-Length: 18446744073709551615\r\n\r\n"));
     EXPECT_EQ(claims.Read()->status, 413);
+    RawClient chunked = server.Connect();
+    chunked.Send("PUT " + put + " HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n11170\r\n" + body(70'000) +
+                 "\r\n0\r\n\r\n");
+    EXPECT_EQ(chunked.Read()->status, 413);
 }
 
 TEST(HttpConnection, WithHalfARequest_IsGivenUpAfterTheReadLimit) {

@@ -1,6 +1,11 @@
 #include "http/own_hosts.h"
 
+#include <array>
 #include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+
+#include "kernel/base/text.h"
 
 namespace kestrane::http {
 namespace {
@@ -46,6 +51,19 @@ TEST(IsOwnHost, KnowsTheNamesOfThisMachine) {
         EXPECT_EQ(IsOwnHost(row.host, kLoopback), row.onLoopback) << row.host;
         EXPECT_EQ(IsOwnHost(row.host, kNetwork), row.onNetwork) << row.host;
     }
+}
+
+TEST(MachineNames, AreTheHostNameInFullAndInShort_WithAndWithoutLocal) {
+    std::array<char, 256> name{};
+    ASSERT_EQ(::gethostname(name.data(), name.size() - 1), 0);
+    const std::string full = ToLower(name.data());
+    const std::string brief = full.substr(0, full.find('.'));
+    const OwnHosts own{"127.0.0.1", 11111, MachineNames()};
+    for (const std::string& host : {full, brief, full + ".local", brief + ".local", brief + ".local:11111"}) {
+        EXPECT_TRUE(IsOwnHost(host, own)) << host;
+    }
+    EXPECT_FALSE(IsOwnHost(brief + ".local.example", own));
+    EXPECT_FALSE(IsOwnHost("x" + brief, own));
 }
 
 TEST(IsOwnOrigin, TakesPagesOfThisServerOnly) {

@@ -21,6 +21,18 @@ TEST_F(BlindExchange, CommandBlind_SendsAndWaitsTenMillisecondsWithoutReading) {
     EXPECT_EQ(machine.serialPorts.Reads(), 0);
 }
 
+TEST_F(BlindExchange, LateBytes_AreShownAsTheCharactersTheyAre) {
+    Play(R"(
+        0   < +05\xDF00:00#
+        5   = CommandBlindInternal Mn
+        5   L Driver Info CommandBlind TX=':Mn#'
+        5   L Telescope Warning Retransmits: 1
+        5   L Driver Warning Dropped a late reply before the next command: '+05\xC3\x9F00:00#'
+        5   > :Mn#
+        15  = ->
+    )");
+}
+
 TEST_F(BlindExchange, LateBytes_AreReadOffBeforeTheCommand_WithoutAWait_AndCountOnce) {
     Play(R"(
         0   < 0

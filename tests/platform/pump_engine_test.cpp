@@ -414,6 +414,32 @@ TEST_P(PumpTest, PumpBriefly_StartsNothingOnceItsTimeIsOver_ButStops) {
     EXPECT_EQ(Taken(), Texts{"later"});
 }
 
+TEST_P(PumpTest, PumpBriefly_OfACallThatHasWaitedLong_RunsNothingButStopsAndReads) {
+    pump_.Post(Brief, [this] {
+        PostNote("brief");
+        PostNote("stop", Stop);
+        PostNote("read", Read);
+        pump_.PumpBriefly(5);
+        Note("end");
+    });
+    Advance(151);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"stop", "read", "end"}));
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Texts{"brief"});
+}
+
+TEST_P(PumpTest, PumpBriefly_OfACallThatHasWaitedALittle_RunsWhatIsDue) {
+    pump_.Post(Brief, [this] {
+        PostNote("brief");
+        pump_.PumpBriefly(5);
+        Note("end");
+    });
+    Advance(150);
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"brief", "end"}));
+}
+
 TEST_P(PumpTest, PumpStops_LeavesAStopThatIsPostedMeanwhileToTheNextPump) {
     pump_.Post(Stop, [this] { PostNote("second", Stop); });
     pump_.PumpStops();
@@ -548,8 +574,10 @@ TEST_P(RunTest, AfterTheLoopHasQuit_APumpRunsNothing) {
     pump_.Post(CallKind::Stop, [&] { order += "s"; });
     pump_.Run();
     pump_.Post(CallKind::Stop, [&] { order += "t"; });
+    pump_.Post(CallKind::Read, [&] { order += "r"; });
     pump_.PumpMessages();
     pump_.PumpStops();
+    pump_.PumpReads();
     EXPECT_EQ(order, "s");
 }
 

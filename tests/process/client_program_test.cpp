@@ -1,5 +1,6 @@
 #include <boost/json.hpp>
 #include <cmath>
+#include <filesystem>
 
 #include "process/process_fixture.h"
 
@@ -98,6 +99,27 @@ TEST_F(ClientProgramTest, Connect_NoMount_GivesTheDevicesErrorAndOne) {
     const Run run = RunClient({"connect"});
     EXPECT_EQ(run.code, kDeviceError);
     EXPECT_NE(run.errors.find("0x402"), std::string::npos) << run.errors;
+}
+
+TEST_F(ClientProgramTest, Connect_OfAFocuserOverThePlatformsSerialObject_SaysWhy) {
+    Seed({{"chkUseASCOMSerialObject", "1"}});
+    std::filesystem::create_directories(portLink.parent_path());
+    std::filesystem::create_symlink("/dev/null", portLink);
+    StartActivator();
+    const Run focuser = RunClient({"--type", "focuser", "connect"});
+    EXPECT_EQ(focuser.code, kDeviceError);
+    const Run telescope = RunClient({"connect"});
+    EXPECT_NE(telescope.errors.find("COM1 (/dev/null): it is no serial line (0x402)"), std::string::npos)
+        << telescope.errors;
+    const Run check = RunClient({"command", "RAW,CheckMount"});
+    EXPECT_EQ(check.output, "0,COM1 (/dev/null): it is no serial line\n");
+}
+
+TEST_F(ClientProgramTest, Connect_OfAFocuserWithoutAMount_SaysWhy) {
+    StartActivator();
+    const Run run = RunClient({"--type", "focuser", "connect"});
+    EXPECT_EQ(run.code, kDeviceError);
+    EXPECT_NE(run.errors.find("COM1: no device has this number"), std::string::npos) << run.errors;
 }
 
 TEST_F(ClientProgramTest, UnknownCommand_EndsWithTwo) {

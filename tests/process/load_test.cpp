@@ -1,6 +1,8 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <random>
@@ -48,6 +50,24 @@ Polling PollInTurn(HttpClient client, const std::atomic<bool>& stop) {
         polling.Note(error.what());
     }
     return polling;
+}
+
+TEST_F(ProcessFixture, FewDescriptorsPermitted_IdleConnectionsMakeRoomForANewOne) {
+    const std::filesystem::path limited = folder.Path() / "limited";
+    std::ofstream(limited) << "#!/bin/sh\nulimit -n 320\nexec " << KESTRANE_PROGRAMS << "/kestrane-activate \"$@\"\n";
+    std::filesystem::permissions(limited, std::filesystem::perms::owner_all);
+    activator =
+        std::make_unique<Program>(limited.string(), std::vector<std::string>{"--port", "0", "--discovery-port", "0"});
+    const std::string address = activator->FirstLine(kPatience);
+    ASSERT_NE(address, "") << activator->Errors();
+    port = static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
+    Good(Client(1).Get("interfaceversion"));
+    std::vector<Socket> idle;
+    for (int i = 0; i < 400; ++i) {
+        idle.emplace_back(port);
+    }
+    Good(HttpClient(port, 2, Seconds(5)).Get("interfaceversion"));  // after all those before it
+    EXPECT_LE(OpenFilesOf(Driver()), 100U);
 }
 
 TEST_F(ProcessFixture, Slew_WaitedForByOneClient_OthersReadAndAbortAtOnce) {

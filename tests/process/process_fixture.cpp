@@ -18,6 +18,17 @@ namespace fs = std::filesystem;
 
 constexpr double kLongLease = 600;
 
+/// The settings file, without a driver.
+struct SettingsOfNoDriver {
+    LogState logState;
+    PosixClock clock;
+    PosixFolders folders;
+    PosixMessageBoxes messageBoxes;
+    SwallowLedger ledger;
+    Log log{logState, clock};
+    Persist persist{PersistNeeds{logState, log, clock, folders, messageBoxes, ledger}};
+};
+
 }  // namespace
 
 ProcessFixture::ProcessFixture() {
@@ -38,16 +49,14 @@ void ProcessFixture::Leases(double idleSeconds, double connectedSeconds) {
 }
 
 void ProcessFixture::Seed(const std::vector<std::pair<std::string, std::string>>& settings) {
-    LogState logState;
-    PosixClock clock;
-    PosixFolders folders;
-    PosixMessageBoxes messageBoxes;
-    SwallowLedger ledger;
-    Log log(logState, clock);
-    Persist persist(PersistNeeds{logState, log, clock, folders, messageBoxes, ledger});
+    SettingsOfNoDriver file;
     for (const auto& [key, value] : settings) {
-        persist.WriteIniValue(key, value);
+        file.persist.WriteIniValue(key, value);
     }
+}
+
+std::string ProcessFixture::Setting(const std::string& key) {
+    return SettingsOfNoDriver().persist.ReadIniValue(key, "");
 }
 
 std::string ProcessFixture::LogText() const {

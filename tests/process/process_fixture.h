@@ -30,6 +30,8 @@ protected:
     static void Leases(double idleSeconds, double connectedSeconds);
     /// Writes settings as an earlier driver would have left them.
     static void Seed(const std::vector<std::pair<std::string, std::string>>& settings);
+    /// A setting as the drivers so far have left it.
+    static std::string Setting(const std::string& key);
 
     void StartMount(std::vector<std::string> options = {});
     void StartActivator();

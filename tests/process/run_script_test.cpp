@@ -25,6 +25,7 @@ protected:
         fs::create_directory_symlink(KESTRANE_PROGRAMS, place / "build" / "release" / "bin");
         WriteScript(place / "tools" / "setup");
         WriteScript(place / "stubs" / "cmake");
+        WriteScript(place / "stubs" / "ninja");
         const char* path = std::getenv("PATH");
         ::setenv("PATH", ((place / "stubs").string() + ":" + path).c_str(), 1);
     }
@@ -32,9 +33,9 @@ protected:
         EXPECT_TRUE(WaitUntil(Seconds(10), [this] { return Children() == 0; }));
     }
 
-    static void WriteScript(const fs::path& path) {
+    static void WriteScript(const fs::path& path, const std::string& commands = "exit 0") {
         fs::create_directories(path.parent_path());
-        std::ofstream(path) << "#!/bin/sh\nexit 0\n";
+        std::ofstream(path) << "#!/bin/sh\n" << commands << "\n";
         fs::permissions(path, fs::perms::owner_all);
     }
 
@@ -76,9 +77,56 @@ TEST_F(RunScript, IsKilled_LeavesNoChildBehind) {
     EXPECT_TRUE(WaitUntil(Seconds(5), [this] { return Children() == 0; }));
 }
 
+TEST_F(RunScript, IsEndedWhileItBuilds_LeavesNoBuildBehind) {
+    for (const std::string tool : {"cmake", "ninja"}) {
+        const fs::path note = place / (tool + ".pid");
+        WriteScript(place / "stubs" / tool, "echo $$ > " + note.string() + "\nexec sleep 30");
+        for (const int signal : {SIGTERM, SIGKILL}) {
+            fs::remove(note);
+            const auto run = Start({});
+            pid_t process = 0;
+            ASSERT_TRUE(WaitUntil(kPatience, [&] { return (std::ifstream(note) >> process) && process > 0; }));
+            run->Signal(signal);
+            EXPECT_TRUE(run->WaitForEnd(Seconds(2))) << tool << " " << signal;
+            EXPECT_TRUE(WaitUntil(Seconds(2), [&] { return !Exists(process); })) << tool << " " << signal;
+            if (Exists(process)) {
+                ::kill(process, SIGKILL);  // nobody else would
+            }
+        }
+        WriteScript(place / "stubs" / tool);
+    }
+}
+
+TEST_F(RunScript, WithAPipeThatClosesWhileItServes_EndsWithItsChildren) {
+    const SilentPort line(place / "silent");
+    WriteScript(place / "piped",
+                (place / "run").string() + " --port " + (place / "silent").string() + " 2>&1 | sed '/settings  /q'");
+    Program piped((place / "piped").string(), {});
+    ASSERT_TRUE(WaitUntil(kPatience, [&] { return Says(piped, "settings  "); }));
+    EXPECT_TRUE(piped.WaitForEnd(Seconds(10)));
+    EXPECT_TRUE(WaitUntil(Seconds(5), [this] { return Children() == 0; }));
+}
+
+TEST_F(RunScript, SaysThatDiscoveryIsTaken) {
+    const int taken = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(32227);
+    if (::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        ::close(taken);
+        GTEST_SKIP() << "another program answers discovery here, and may share its port";
+    }
+    const SilentPort line(place / "silent");
+    const auto run = Start({"--port", (place / "silent").string()});
+    EXPECT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "Discovery is taken by another program"); }))
+        << run->Errors();
+    run->Signal(SIGTERM);
+    EXPECT_TRUE(run->WaitForEnd(Seconds(10)));
+    ::close(taken);
+}
+
 TEST_F(RunScript, WithAClosedPipe_LeavesNoChildBehind) {
-    WriteScript(place / "piped");
-    std::ofstream(place / "piped") << "#!/bin/sh\n" << (place / "run").string() << " 2>&1 | head -n 1\n";
+    WriteScript(place / "piped", (place / "run").string() + " 2>&1 | head -n 1");
     Program piped((place / "piped").string(), {});
     EXPECT_TRUE(piped.WaitForEnd(Seconds(40)));
     EXPECT_TRUE(WaitUntil(Seconds(5), [this] { return Children() == 0; }));

@@ -1,6 +1,8 @@
 #include "state/controller_features.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -113,16 +115,20 @@ TEST_F(ControllerFeaturesTest, TheRateTables_AreRebuiltByForce) {
     EXPECT_EQ(rates.slewRateCollection().GetMaxRate(), 1800.0);
 }
 
-TEST_F(ControllerFeaturesTest, NoSettingIsWritten_ButTheRateType) {
+TEST_F(ControllerFeaturesTest, NoSettingIsWritten_ButTheRateTypeThatTheControllerKnows) {
     persist.WriteIniValue("chkIPAddress", "1");
     persist.WriteIniValue("Controller", "4");
     logged.clear();
+    const auto writes = [this] {
+        std::vector<std::string> lines;
+        std::ranges::copy_if(logged, std::back_inserter(lines),
+                             [](const std::string& line) { return line.starts_with("WriteIniValue"); });
+        return lines;
+    };
     controller.Apply(Controller_Type::VTRKC2, 0, 0);
-    for (const std::string& line : logged) {
-        if (line.starts_with("WriteIniValue")) {
-            EXPECT_EQ(line, "WriteIniValue|0|MountRateType=>''");
-        }
-    }
+    EXPECT_EQ(writes(), std::vector<std::string>{});
+    controller.Apply(Controller_Type::VTRKC5, 0, 0);
+    EXPECT_EQ(writes(), std::vector<std::string>{"WriteIniValue|0|MountRateType=>'3'"});
     EXPECT_EQ(Setting("chkIPAddress"), "1");
     EXPECT_EQ(Setting("Controller"), "4");
 }

@@ -56,6 +56,7 @@ static_assert(!Writable<&DriverState::g_bGotoSent>());
 static_assert(!Writable<&DriverState::g_bGotoRuns>());
 static_assert(!Writable<&DriverState::g_bStandAwaited>());
 static_assert(!Writable<&DriverState::g_bOwnSlew>());
+static_assert(!Writable<&DriverState::g_bMoveSent>());
 static_assert(!Writable<&DriverState::g_bGuidingNorth>());
 static_assert(!Writable<&DriverState::g_bGuidingSouth>());
 static_assert(!Writable<&DriverState::g_bGuidingEast>());
@@ -67,11 +68,11 @@ static_assert(!std::is_copy_assignable_v<DriverState> && !std::is_move_assignabl
 
 // --- the table
 
-constexpr std::size_t kColumns = 23;
+constexpr std::size_t kColumns = 24;
 constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2", "C",   "K",  "AK", "Pd",
                                                         "nA", "nB", "nT", "Ax", "nTr", "sd", "GN", "GS",
-                                                        "GE", "GW", "B",  "Gs", "Ga",  "W",  "O"};
-enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW, B, Gs, Ga, W, O };
+                                                        "GE", "GW", "B",  "Gs", "Ga",  "W",  "O",  "Mv"};
+enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW, B, Gs, Ga, W, O, Mv };
 
 /// The flags and counts of one moment.
 struct Picture {
@@ -105,7 +106,8 @@ Picture PictureOf(const DriverState& state) {
              state.g_bGotoSent,
              state.g_bGotoRuns,
              state.g_bStandAwaited,
-             state.g_bOwnSlew}};
+             state.g_bOwnSlew,
+             state.g_bMoveSent}};
 }
 
 /// As a failed comparison shows it.
@@ -155,51 +157,52 @@ constexpr auto kWest = GuideDirection::West;
 
 // clang-format off
 constexpr Row kRows[] = {
-    //                             S M A P C K A P n n n A n s G G G G B G G W O
-    //                                   2     K d A B T x T d N S E W   s a
+    //                             S M A P C K A P n n n A n s G G G G B G G W O M
+    //                                   2     K d A B T x T d N S E W   s a     v
     //                                                     r
-    {"FirstObjectBegins",          "0 = 0 = 1 = = 0 = = = = = = = = = = = = = = 0", Do<&Motion::FirstObjectBegins>},
-    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = = = = = = 0", Do<&Motion::Disconnected>},
-    {"SlewBegins",                 "1 1 0 = 0 a 0 = = = = 0 = 0 = = = = = = = 0 1", Do<&Motion::SlewBegins>},
-    {"NewSlewBegins",              "1 1 0 0 0 a 0 = = + = 0 = 0 = = = = 0 = = 0 1", Do<&Motion::NewSlewBegins>},
-    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
-    {"SlewTaken",                  "1 1 0 = 0 a 0 = = = + 0 = 0 = = = = p 1 1 0 1", Do<&Motion::SlewTaken>},
-    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = 1 = = =", Do<&Motion::GotoSent>},
-    {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = 1 1 = =", Do<&Motion::GotoTaken>},
-    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = 0", Do<&Motion::SlewRefused>},
-    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
-    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
-    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
-    {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::SecondLegBarred>},
-    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByDistance>},
-    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByStatus>},
-    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
-    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
-    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h =", Do<&Motion::MountReportsSlewing>},
-    {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = = = = = = =", Do<&Motion::DistanceChanged>},
-    {"DistanceStayed",             "= = = = = = = = = = = = = n = = = = = = = = =", Do<&Motion::DistanceStayed>},
-    {"SeenToStand",                "= = = = = = = = = = = = = = = = = = = t 0 = =", Do<&Motion::SeenToStand>},
-    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = = = = = = =", Do<&Motion::SlewEnds>},
-    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
-    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = 0", Do<&Motion::SlewCompleteTaken>},
-    {"StopAskedFor",               "= = = = = = = = + = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
-    {"StopSent",                   "= = = = = = = = = = = = = = = = = = e = 0 = =", Do<&Motion::StopSent>},
-    {"Stopped",                    "= = s 0 = = k = + = = = = = = = = = = = = g =", Do<&Motion::Stopped>},
-    {"AxisTakesOver",              "0 0 0 0 = = k = + = = = = = = = = = = = = = 0", Do<&Motion::AxisTakesOver>},
-    {"AxisMotionBegins",           "= = = = = = = = = = = 1 = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
-    {"AxisMotionsEnd",             "= = = = = = = = = = = 0 = = = = = = = = = = =", Do<&Motion::AxisMotionsEnd>},
-    {"TrackingChosen",             "= = = 0 = = = = c = = 0 + = = = = = = = = = =", Do<&Motion::TrackingChosen>},
-    {"ParkBegins",                 "= = = = = 1 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
-    {"ParkEnds",                   "= = = = = 0 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
-    {"MountReportsParked",         "= = = = = = = r = = = = = = = = = = = = = = =", Do<&Motion::MountReportsParked>},
-    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = 1 = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
-    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = 1 = = = = = = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
-    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = 1 = = = = = =", Pulse<&Motion::GuidePulseBegins, kEast>},
-    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = 1 = = = = =", Pulse<&Motion::GuidePulseBegins, kWest>},
-    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = 0 = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
-    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = 0 = = = = = = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
-    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = 0 = = = = = =", Pulse<&Motion::GuidePulseEnds, kEast>},
-    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = 0 = = = = =", Pulse<&Motion::GuidePulseEnds, kWest>},
+    {"FirstObjectBegins",          "0 = 0 = 1 = = 0 = = = = = = = = = = = = = = 0 =", Do<&Motion::FirstObjectBegins>},
+    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::Disconnected>},
+    {"SlewBegins",                 "1 1 0 = 0 a 0 = = = = 0 = 0 = = = = = = = 0 1 =", Do<&Motion::SlewBegins>},
+    {"NewSlewBegins",              "1 1 0 0 0 a 0 = = + = 0 = 0 = = = = 0 = = 0 1 =", Do<&Motion::NewSlewBegins>},
+    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
+    {"SlewTaken",                  "1 1 0 = 0 a 0 = = = + 0 = 0 = = = = p 1 1 0 1 0", Do<&Motion::SlewTaken>},
+    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
+    {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
+    {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = = 1", Do<&Motion::MoveSent>},
+    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewRefused>},
+    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
+    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
+    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
+    {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = 1 = = = = =", Do<&Motion::SecondLegBarred>},
+    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByDistance>},
+    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByStatus>},
+    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
+    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
+    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h = =", Do<&Motion::MountReportsSlewing>},
+    {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::DistanceChanged>},
+    {"DistanceStayed",             "= = = = = = = = = = = = = n = = = = = = = = = =", Do<&Motion::DistanceStayed>},
+    {"SeenToStand",                "= = = = = = = = = = = = = = = = = = = t 0 = = =", Do<&Motion::SeenToStand>},
+    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::SlewEnds>},
+    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
+    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewCompleteTaken>},
+    {"StopAskedFor",               "= = = = = = = = + = = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
+    {"StopSent",                   "= = = = = = = = = = = = = = = = = = e = 0 = = 0", Do<&Motion::StopSent>},
+    {"Stopped",                    "= = s 0 = = k = + = = = = = = = = = = = = g = =", Do<&Motion::Stopped>},
+    {"AxisTakesOver",              "0 0 0 0 = = k = + = = = = = = = = = = = = = 0 =", Do<&Motion::AxisTakesOver>},
+    {"AxisMotionBegins",           "= = = = = = = = = = = 1 = = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
+    {"AxisMotionsEnd",             "= = = = = = = = = = = 0 = = = = = = = = = = = =", Do<&Motion::AxisMotionsEnd>},
+    {"TrackingChosen",             "= = = 0 = = = = c = = 0 + = = = = = = = = = = =", Do<&Motion::TrackingChosen>},
+    {"ParkBegins",                 "= = = = = 1 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
+    {"ParkEnds",                   "= = = = = 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
+    {"MountReportsParked",         "= = = = = = = r = = = = = = = = = = = = = = = =", Do<&Motion::MountReportsParked>},
+    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = 1 = = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
+    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = 1 = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
+    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = 1 = = = = = = =", Pulse<&Motion::GuidePulseBegins, kEast>},
+    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = 1 = = = = = =", Pulse<&Motion::GuidePulseBegins, kWest>},
+    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = 0 = = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
+    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = 0 = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
+    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = 0 = = = = = = =", Pulse<&Motion::GuidePulseEnds, kEast>},
+    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = 0 = = = = = =", Pulse<&Motion::GuidePulseEnds, kWest>},
 };
 // clang-format on
 
@@ -310,7 +313,7 @@ Picture Wish(unsigned bits) {
     }
     wish[Gs] |= wish[Ga];
     wish[B] = wish[Ax];
-    wish[O] = wish[GN];
+    wish[O] = wish[Mv] = wish[GN];
     wish[GS] = wish[GE] = wish[GW] = wish[GN];
     return wish;
 }
@@ -322,6 +325,7 @@ protected:
     void Arrange(const Picture& wish) {
         static const MotionPermit permit = SomePermit();
         motion.ParkEnds();
+        motion.StopSent();
         motion.NewSlewBegins(permit);
         motion.SlewEnds();
         if (!wish[O]) {
@@ -359,6 +363,9 @@ protected:
         }
         if (wish[Ga]) {
             motion.GotoTaken();
+        }
+        if (wish[Mv]) {
+            motion.MoveSent();
         }
         wish[P2] ? motion.SecondLegPlanned() : motion.SecondLegDropped();
         if (wish[C]) {

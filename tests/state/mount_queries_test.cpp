@@ -419,7 +419,7 @@ TEST_F(MountQueriesTest, ComputedAzimuthOfAFullTurn_IsNorth) {
     EXPECT_EQ(handBox.lblAz.Text(), "00:00:00");
 }
 
-TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_ButEndsNoSilence) {
+TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_ButHidesNoSilentLine) {
     handBox.chkCalcAzAlt.Checked(true);
     state.g_bTracking = true;
     EXPECT_TRUE(queries.QueryAlt());
@@ -429,9 +429,35 @@ TEST_F(MountQueriesTest, ComputedAltAz_CountsAsAnswered_ButEndsNoSilence) {
     EXPECT_EQ(state.g_nNoResponse, 2);
     EXPECT_TRUE(queries.QueryAlt());
     EXPECT_TRUE(queries.QueryAz());
-    EXPECT_EQ(state.g_nNoResponse, 2);
+    EXPECT_EQ(state.g_nNoResponse, 0);
+    EXPECT_FALSE(queries.LineIsSilent());
     queries.QueryRa();
-    EXPECT_TRUE(state.g_bLostComms);
+    EXPECT_FALSE(state.g_bLostComms);
+    EXPECT_TRUE(queries.LineIsSilent());
+    EXPECT_TRUE(queries.QueryAlt());
+    EXPECT_TRUE(queries.LineIsSilent());
+    EXPECT_EQ(state.g_nLinkLosses, 1U);
+    queries.QueryRa();
+    EXPECT_EQ(state.g_nLinkLosses, 1U) << "the same loss";
+}
+
+TEST_F(MountQueriesTest, SilentLine_IsCountedInQuestionsOfEveryKind_AndEndsWithAnyReply) {
+    state.g_bGosSupported = state.g_bHasMeridianQuery = true;
+    queries.QueryGos();
+    EXPECT_FALSE(queries.LineIsSilent());
+    queries.QueryTime();  // with the meridian delay
+    EXPECT_TRUE(queries.LineIsSilent());
+    EXPECT_EQ(state.g_nNoResponse, 1);
+    mount.replies["GD"] = "rubbish";
+    queries.QueryDec();
+    EXPECT_FALSE(queries.LineIsSilent());
+    for (int i = 0; i < 3; ++i) {
+        queries.QueryRa();
+    }
+    EXPECT_TRUE(queries.LineIsSilent());
+    queries.NoteAnswered();  // an exchange that is no query
+    EXPECT_FALSE(queries.LineIsSilent());
+    EXPECT_EQ(state.g_nLinkLosses, 2U);
 }
 
 // --- sidereal time, side of the pier, counterweight

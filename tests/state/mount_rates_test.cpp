@@ -63,10 +63,36 @@ TEST_F(MountRatesTest, EmptyTypeByForce_LeavesWhatIsStored) {
     rates.UpdateMountRates("", RebuildRates::Always);
     EXPECT_EQ(state.g_sMountRateType, "");
     EXPECT_EQ(Setting("MountRateType"), "2");
+    rates.ForgetToldType();
     rates.UpdateMountRates("3", RebuildRates::Always);
     EXPECT_EQ(Setting("MountRateType"), "3");
     rates.UpdateMountRates("");
     EXPECT_EQ(Setting("MountRateType"), "");
+}
+
+TEST_F(MountRatesTest, TypeThatSomebodyElseHasStored_IsReplacedByTheNextOneThatIsBuilt) {
+    rates.UpdateMountRates("2");
+    persist.WriteIniValue("MountRateType", "1");
+    rates.ForgetToldType();
+    rates.UpdateMountRates("2", RebuildRates::Always);
+    EXPECT_EQ(Setting("MountRateType"), "2");
+}
+
+TEST_F(MountRatesTest, TypeThatIsStoredAlready_IsNotWritten) {
+    persist.WriteIniValue("MountRateType", "2");
+    logged.clear();
+    rates.UpdateMountRates("2");
+    EXPECT_FALSE(LoggedPart("WriteIniValue"));
+}
+
+TEST_F(MountRatesTest, TypeOfTheController_IsNotStoredOverTheOneThatTheMountHasToldOnThisLink) {
+    rates.UpdateMountRates("1");
+    rates.UpdateMountRates("3", RebuildRates::Always);
+    EXPECT_EQ(state.g_sMountRateType, "3");
+    EXPECT_EQ(Setting("MountRateType"), "1");
+    rates.ForgetToldType();
+    rates.UpdateMountRates("3", RebuildRates::Always);
+    EXPECT_EQ(Setting("MountRateType"), "3");
 }
 
 TEST_F(MountRatesTest, ATypeHandedAsTheOneInForce_SurvivesItsOwnReplacement) {

@@ -93,6 +93,63 @@ TEST_F(PollLoopTest, PendingEndOfASlew_AsksForTheSideTwice) {
     EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "pS", "GS", "pS"}));
 }
 
+TEST_F(PollLoopTest, SilenceAtTheEndOfASlew_PutsOffWhatFollowsToTheNextStep) {
+    mount.replies["GOS"] = "020S0020000001";
+    Steps(1);
+    mount.replies["GOS"] = "02000020000001";
+    mount.inTurn["GR"] = {""};
+    MakeAllDue();
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "GR"}));
+    EXPECT_FALSE(state.g_bSlewing);
+    EXPECT_TRUE(state.g_bSlewCompletePending);
+    EXPECT_EQ(quayChecks, 1) << "that asks the line too";
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"pS", "GS", "pS"}));
+    EXPECT_FALSE(state.g_bSlewCompletePending);
+}
+
+TEST_F(PollLoopTest, ParkThatEndsOnASilence_IsJudgedByAPositionReadAfterIt) {
+    state.g_bTargetRaSet = state.g_bTargetDecSet = true;
+    state.g_dTargetRa = 3.0;
+    state.g_dTargetDec = 40.0;
+    motion.ParkBegins();
+    mount.replies["GOS"] = "020S0020000001";
+    Steps(1);
+    mount.replies["GOS"] = "02000020000001";
+    mount.inTurn["GR"] = {""};
+    MakeAllDue();
+    Steps(1);
+    EXPECT_TRUE(state.g_bParking);
+    mount.inTurn["GR"] = {""};  // and once more, while the park is judged
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"pS", "GS", "pS", "GR"}));
+    EXPECT_TRUE(state.g_bParking);
+    EXPECT_TRUE(state.g_bSlewCompletePending);
+    Steps(1);
+    EXPECT_FALSE(state.g_bParking);
+    EXPECT_FALSE(state.g_bSlewCompletePending);
+    EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position(2)"));
+}
+
+TEST_F(PollLoopTest, SideThatIsNeverTold_DoesNotKeepASlewFromBeingCompleted_NorTheRestFromBeingAsked) {
+    mount.replies["pS"] = "";
+    motion.SlewCompleteDue();
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "pS"}));
+    EXPECT_TRUE(state.g_bSlewCompletePending);
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GS", "pS"}));
+    EXPECT_FALSE(state.g_bSlewCompletePending);
+}
+
+TEST_F(PollLoopTest, EndOfASlewOnADeadLine_WaitsForAnAnswer) {
+    mount.replies = {};
+    state.g_bGosSupported = false;
+    motion.SlewCompleteDue();
+    for (int i = 0; i < 20; ++i) {
+        Pass(1'000);
+        Steps(1);
+        EXPECT_EQ(mount.sent.size(), 1U);
+    }
+    EXPECT_TRUE(state.g_bSlewCompletePending);
+}
+
 TEST_F(PollLoopTest, ShownTimeAndHourAngle_RunOn_ButNotOnTheTickOfTheirQuery) {
     Steps(9);
     Pass(900);
@@ -162,6 +219,20 @@ TEST_F(PollLoopTest, PowerOnPosition_IsNoticedAfterADeclination_ButNotDuringASle
     mount.replies["GOS"] = "020S0020000001";
     Steps(9);
     EXPECT_TRUE(state.g_bInitUiDone);
+}
+
+TEST_F(PollLoopTest, CoordinateThatIsNeverReadAgain_StaysTooOldForMonths) {
+    handBox.tmrQueryRaDecAltAz.Enabled(true);
+    Steps(9);
+    mount.replies["GZ"] = "";
+    for (int day = 1; day < 60; ++day) {
+        Pass(24 * 3'600 * 1'000);
+        Steps(1);
+        Pass(11'000);
+        Steps(1);
+        Pass(11'000);
+        ASSERT_TRUE(poll.IsStale(queries.ReadAt().az)) << day;
+    }
 }
 
 TEST_F(PollLoopTest, CompanionCheck_IsOfferedOnEachStep) {

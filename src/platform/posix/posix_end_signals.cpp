@@ -14,19 +14,6 @@
 
 namespace kestrane {
 
-sigset_t EndSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    struct sigaction hangup = {};
-    ::sigaction(SIGHUP, nullptr, &hangup);
-    if (hangup.sa_handler != SIG_IGN) {
-        sigaddset(&signals, SIGHUP);
-    }
-    return signals;
-}
-
 PosixEndSignals::PosixEndSignals() : parent_(::getppid()), wake_(::eventfd(0, EFD_CLOEXEC)) {
     if (wake_ < 0) {
         throw std::system_error(errno, std::generic_category(), "eventfd");

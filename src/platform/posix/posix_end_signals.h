@@ -5,11 +5,9 @@
 #include <sys/types.h>
 #include <thread>
 
-namespace kestrane {
+#include "platform/posix/end_signals.h"
 
-/// The signals that ask a process to end: SIGTERM, SIGINT, and SIGHUP, which comes at a logout, unless it was ignored
-/// at the start of the process, as `nohup` does.
-sigset_t EndSignals();
+namespace kestrane {
 
 /// Takes the signals that ask this process to end. There is no handler: a thread waits for them, so that what is to be
 /// done may be ordinary code.

@@ -7,11 +7,24 @@ namespace kestrane {
 PosixPlatform::PosixPlatform(PosixMessagePump::FaultHandler onFault, PosixMessageBoxes::LogFunction logMessageBox)
     : clock([this] { pump.PumpReads(); }),
       pump(std::move(onFault)),
-      serialPorts(folders, PortLinks::kSystemDevices, [this] { pump.PumpReads(); }),
+      serialPorts(folders, PortLinks::kSystemDevices, [this] { return LetReadsIn(); }),
       messageBoxes(std::move(logMessageBox)),
       processes([this] { pump.Quit(); }),
       profileStore(folders),
       astronomy(PosixClock::GetUtcTime) {}
+
+void PosixPlatform::EndReads() {
+    std::chrono::steady_clock::rep none = 0;
+    endOfReads_.compare_exchange_strong(none,
+                                        (std::chrono::steady_clock::now() + kLastReads).time_since_epoch().count());
+}
+
+/// False when reads of a serial port are to wait no longer.
+bool PosixPlatform::LetReadsIn() {
+    pump.PumpReads();
+    const auto end = endOfReads_.load();
+    return end == 0 || std::chrono::steady_clock::now().time_since_epoch().count() < end;
+}
 
 Platform PosixPlatform::Services() {
     return {.clock = clock,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
+
 #include "platform/platform.h"
 #include "platform/posix/erfa_astronomy.h"
 #include "platform/posix/file_profile_store.h"
@@ -24,6 +27,12 @@ struct PosixPlatform {
     /// References into this object.
     Platform Services();
 
+    /// The process is about to end: from `kLastReads` after the first call on, no read of a serial port waits for bytes
+    /// any more. So an exchange with a mount that answers comes to its end, and one with a silent mount holds up
+    /// nobody, whatever its read limit. Writes go out as before. Any thread.
+    void EndReads();
+    static constexpr std::chrono::milliseconds kLastReads{200};
+
     PosixClock clock;
     PosixMessagePump pump;
     PosixFolders folders;
@@ -37,6 +46,12 @@ struct PosixPlatform {
     PosixUtility utility;
     ErfaAstronomy astronomy;
     PosixSounds sounds;
+
+private:
+    bool LetReadsIn();
+
+    /// Of the steady clock; 0 while there is none.
+    std::atomic<std::chrono::steady_clock::rep> endOfReads_{0};
 };
 
 }  // namespace kestrane

@@ -12,6 +12,7 @@
 #include <spawn.h>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -196,7 +197,13 @@ bool PosixProcesses::Start(std::string_view path, std::string_view arguments) {
 
     const SpawnSettings settings;
     pid_t process = 0;
-    if (posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ) != 0) {
+    // The new process takes over what is in force here at this moment; a spawn cannot set it.
+    const mode_t own = umaskOfChildren_ ? ::umask(*umaskOfChildren_) : 0;
+    const int error = posix_spawnp(&process, argv[0], &settings.files, &settings.attributes, argv.data(), environ);
+    if (umaskOfChildren_) {
+        ::umask(own);
+    }
+    if (error != 0) {
         return false;
     }
     // An ended child leaves the process list only when its parent waits for it.

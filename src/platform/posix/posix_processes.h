@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <map>
+#include <optional>
+#include <sys/types.h>
 
 #include "platform/system_services.h"
 
@@ -30,8 +32,12 @@ public:
     bool Start(std::string_view path, std::string_view arguments) override;
     void EndThisProcess() override;
 
+    /// The umask of the programs that are started from now on; without it they get that of this process.
+    void UmaskOfChildren(mode_t umask) { umaskOfChildren_ = umask; }
+
 private:
     std::function<void()> onEnd_;
+    std::optional<mode_t> umaskOfChildren_;
     std::map<ProcessHandle, std::uint32_t> opened_;
     ProcessHandle nextHandle_ = 1;
 };

@@ -62,7 +62,7 @@ ErrorCode SetLine(asio::serial_port& device, std::int32_t speed) {
 }  // namespace
 
 PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit,
-                                 std::function<void()> letReadsIn)
+                                 std::function<bool()> letReadsIn)
     : portFolder_(std::move(portFolder)), writeLimit_(writeLimit), letReadsIn_(std::move(letReadsIn)) {}
 
 std::filesystem::path PosixSerialPort::LinkPath() const {
@@ -165,7 +165,8 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
     }
 }
 
-/// False at the time limit. Waits in slices, so that no cached read waits for the mount.
+/// False at the time limit. Waits in slices, so that neither a cached read nor the end of the process waits for the
+/// mount.
 bool PosixSerialPort::AwaitBytes(SteadyClock::time_point deadline) {
     constexpr std::chrono::milliseconds kSlice{PosixClock::kReadSliceMs};
     for (;;) {
@@ -173,10 +174,9 @@ bool PosixSerialPort::AwaitBytes(SteadyClock::time_point deadline) {
         if (WaitFor(device_.native_handle(), POLLIN, slice)) {
             return true;
         }
-        if (slice == deadline) {
+        if (slice == deadline || !letReadsIn_()) {
             return false;
         }
-        letReadsIn_();
     }
 }
 

@@ -24,9 +24,10 @@ public:
 
     /// `portFolder` holds one symbolic link "COMn" for each port number. `writeLimit` is the time for a whole write,
     /// however much of it the line has taken by then; see `Write`.
-    /// `letReadsIn` runs the cached reads that wait; called again and again while a read waits for bytes.
+    /// `letReadsIn` runs the cached reads that wait; called again and again while a read waits for bytes. When it
+    /// returns false the read ends, as at its limit.
     explicit PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit = kWriteLimit,
-                             std::function<void()> letReadsIn = {});
+                             std::function<bool()> letReadsIn = {});
 
     /// ENOENT when no device has the number, ENOTTY when the link names no terminal, EINVAL for a speed that the device
     /// does not support.
@@ -50,7 +51,7 @@ private:
 
     const std::filesystem::path portFolder_;
     const std::chrono::milliseconds writeLimit_;
-    const std::function<void()> letReadsIn_;
+    const std::function<bool()> letReadsIn_;
     std::int32_t number_ = 0;
     std::int32_t speed_ = 0;
     bool open_ = false;   ///< between `Open` and `Close`, whether the device is there or not

@@ -28,7 +28,7 @@ std::string UserName() {
 }  // namespace
 
 PosixSerialPorts::PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder,
-                                   std::function<void()> letReadsIn)
+                                   std::function<bool()> letReadsIn)
     : folders_(folders), deviceFolder_(std::move(deviceFolder)), letReadsIn_(std::move(letReadsIn)) {}
 
 SerialPortList PosixSerialPorts::ListPorts() {

@@ -15,7 +15,7 @@ class PosixSerialPorts final : public SerialPorts {
 public:
     /// `letReadsIn`: see `PosixSerialPort`.
     explicit PosixSerialPorts(Folders& folders, std::filesystem::path deviceFolder = PortLinks::kSystemDevices,
-                              std::function<void()> letReadsIn = {});
+                              std::function<bool()> letReadsIn = {});
 
     SerialPortList ListPorts() override;
     std::string Describe(std::int32_t port) override;
@@ -27,7 +27,7 @@ private:
 
     Folders& folders_;
     const std::filesystem::path deviceFolder_;
-    const std::function<void()> letReadsIn_;
+    const std::function<bool()> letReadsIn_;
 };
 
 }  // namespace kestrane

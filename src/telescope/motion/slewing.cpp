@@ -9,7 +9,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kYieldMs = 20;
 constexpr std::int16_t kMaxSettleTime = 100;
 
 class SlewSteps : TelescopeSteps {
@@ -267,16 +266,7 @@ bool Telescope::Slewing() {
                            "GET Slewing = " + std::string(TrueFalse(slewing)) +
                                ", MoveAxis(0)=" + PlainNumber(axes_.rates[mount_axis::Primary]) +
                                ", MoveAxis(1)=" + PlainNumber(axes_.rates[mount_axis::Secondary]));
-    // A client that asks in a tight loop must not starve the poll. But it does not wait for all that others ask: with a
-    // slow mount, that takes longer than clients wait.
-    needs_.door.Pause(kYieldMs);
-    if (state_.g_bInPoll) {
-        for (int i = 0; i < 3; ++i) {
-            driver_.clock.Sleep(1);
-        }
-    } else {
-        driver_.waits.PumpBriefly();
-    }
+    YieldToOthers();
     return slewing;
 }
 

@@ -3,6 +3,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "state/mount_replies.h"
 #include "state/site_query.h"
 #include "telescope/telescope.h"
 
@@ -44,16 +45,17 @@ public:
 
 }  // namespace
 
-void Telescope::InitBasicValues() {
+bool Telescope::InitBasicValues() {
     FirmwareSteps steps(*this);
     ResumeNext errors{driver_.ledger, "InitBasicValues"};
     Sequence mount = Talk(procedure::FirstPicture);
     mount.CommandClearInternal();
     if (!state_.g_bVersionKnown) {
         const std::string version = mount.CommandStringInternal(wire::VersionRaw);
-        if (!version.empty()) {
-            state_.g_sVersion = version;  // the mount is still the same one when a reply is lost
+        if (version.empty() && !state_.g_sVersion.empty()) {
+            return false;  // the mount is still the same one when a reply is lost
         }
+        state_.g_sVersion = version;
     }
     state_.g_bVersionKnown = false;
     needs_.handBox.lblFirmware.Text(state_.g_sVersion);
@@ -75,6 +77,7 @@ void Telescope::InitBasicValues() {
             ", MaxMoveRate=" + PlainNumber(state_.g_dMaxMoveRate));
     errors.Step([&] { steps.ApplyStatusSettings(); });
     errors.Step([&] { steps.ReadFirstPicture(); });
+    return true;
 }
 
 void FirmwareSteps::ResetFirmwareFlags() {
@@ -206,17 +209,18 @@ void FirmwareSteps::ApplyStatusSettings() {
 void FirmwareSteps::ReadFirstPicture() {
     Sequence mount = Talk(procedure::FirstPicture);
     if (state_.g_bGosSupported) {
-        state_.g_sStatus = mount.CommandStringInternal(wire::Status);
-        if (!state_.g_sStatus.empty()) {
-            telescope_.ParseGOS(state_.g_sStatus);
+        const std::string status = mount.CommandStringInternal(wire::Status);
+        if (!status.empty() && MayBeStatusText(status)) {
+            state_.g_sStatus = status;
+            telescope_.ParseGOS(status);
         }
     }
     telescope_.ReadPosition();
-    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log)) {
-        state_.g_dSiteLatitude = *latitude;
+    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log); latitude.Read()) {
+        state_.g_dSiteLatitude = latitude.degrees;
     }
-    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
-        state_.g_dSiteLongitude = -*west;
+    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log); west.Read()) {
+        state_.g_dSiteLongitude = -west.degrees;
         state_.g_bLongitudeRead = true;
     }
     const std::string& status = state_.g_sStatus;

@@ -50,7 +50,6 @@ std::shared_ptr<const TrackingRates> Telescope::TrackingRates() {
     if (controller == Controller_Type::VTRKC4 || controller == Controller_Type::VTRKC5) {
         rates->Add(tracking_rate::King);
     }
-    needs_.rateLists.tracking = rates;
     return rates;
 }
 

@@ -39,8 +39,8 @@ public:
 double Telescope::SiteLatitude() {
     CheckConnected();
     Sequence mount = Talk(procedure::Picture);
-    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log)) {
-        state_.g_dSiteLatitude = *latitude;
+    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log); latitude.Read()) {
+        state_.g_dSiteLatitude = latitude.degrees;
     }
     return LogGet("SiteLatitude", state_.g_dSiteLatitude);
 }
@@ -58,8 +58,8 @@ void Telescope::SiteLatitude(double degrees) {
 double Telescope::SiteLongitude() {
     CheckConnected();
     Sequence mount = Talk(procedure::Picture);
-    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log)) {
-        state_.g_dSiteLongitude = -*west;
+    if (const auto west = AskSiteDegrees(mount, wire::GetLongitude, driver_.log); west.Read()) {
+        state_.g_dSiteLongitude = -west.degrees;
         state_.g_bLongitudeRead = true;
     }
     const double east = state_.g_dSiteLongitude < -180.0 ? state_.g_dSiteLongitude + 360.0 : state_.g_dSiteLongitude;

@@ -89,6 +89,35 @@ TEST_F(AxisStopTest, EndOfTheProcess_WithoutARunningAxis_SendsNothingAndLetsASle
     EXPECT_FALSE(driver->link->Connected());
 }
 
+TEST_F(AxisStopTest, EndOfTheProcess_StopsAMoveThatAClientsOwnTextBegan) {
+    telescope->CommandBlind("Me", false);
+    telescope->CommandBlind(":Qn#", true);  // another direction
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{"Q"});
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 0.005);
+}
+
+TEST_F(AxisStopTest, EndOfTheProcess_SendsNothingForAMoveThatHasEnded) {
+    const auto ends = [&](const std::function<void()>& call) {
+        telescope.reset();
+        other.reset();
+        Restart();
+        telescope = ConnectedTelescope();
+        other = ConnectedTelescope();
+        machine.AdvanceTime(10'000);
+        call();
+        EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{});
+    };
+    ends([&] {
+        telescope->CommandBlind(":Mn#:Me#", true);
+        telescope->CommandBlind("Q", false);
+    });
+    ends([&] { telescope->CommandBlind("Me500", false); });  // ends by itself
+    ends([&] {
+        telescope->CommandBlind("Ms", false);
+        other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);  // takes its place
+    });
+}
+
 TEST_F(AxisStopTest, EndOfTheProcess_ReleasesACallThatWaitsForItsSlew) {
     ExpectSwallow("CommandString");  // the link is closed under the call
     machine.pump.PostAt(machine.clock.Elapsed() + 3'000, CallKind::Stop, [&] { driver->EndOnRequest(); });

@@ -120,6 +120,49 @@ TEST_P(RateCapabilityTest, CustomRates_AreForTheThirdGenerationUp) {
     EXPECT_EQ(telescope->CanSetRightAscensionRate(), GetParam().can);
 }
 
+TEST_F(ConnectedTest, CustomRates_AreKnownWithoutReadingASetting) {
+    Seed({{"Controller", "4"}});
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    const int reads = TimesLogged("Controller=>");
+    EXPECT_TRUE(telescope->CanSetDeclinationRate());
+    EXPECT_TRUE(telescope->CanSetRightAscensionRate());
+    EXPECT_EQ(TimesLogged("Controller=>"), reads);
+    EXPECT_EQ(telescope->CommandString("RAW,SetIniValue,controller=1", true), "1");
+    EXPECT_FALSE(telescope->CanSetDeclinationRate());
+    driver->persist.WriteIniValue("Controller", "3");  // as another program does
+    telescope->Connected(true);
+    EXPECT_TRUE(telescope->CanSetRightAscensionRate());
+}
+
+/// A mount that is initialized again falls silent.
+TEST_F(ConnectedTest, InitializationOnALineThatHasFallenSilent_AsksForTheVersionOnly) {
+    ExpectSwallow("*");
+    const TelescopeObject telescope = ConnectedTelescope();
+    mount->SetLineDead(true);
+    const Tick start = machine.clock.GetTickCount();
+    driver->InternalInstance().InitUI();
+    EXPECT_LE(machine.clock.GetTickCount() - start, 3'000) << "three tries";
+    EXPECT_TRUE(driver->state.g_bGosSupported) << "what is known of the firmware stays";
+    EXPECT_EQ(driver->state.g_nPrecisionRa, 2);
+    EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
+}
+
+TEST_F(ConnectedTest, PoleOfAnEarlierLink_IsNoPowerOnPosition) {
+    ExpectSwallow("*");
+    Seed({{"chkCalcAzAlt", "0"}});
+    TelescopeObject telescope = ConnectedTelescope();
+    driver->state.g_dRa = 0.0;
+    driver->state.g_dDec = 90.0;
+    ASSERT_TRUE(driver->queries.IsAtPowerOnPosition());
+    driver->link->Connected(false);
+    mount->Add(std::make_unique<DropsReply>("GR"));
+    mount->Add(std::make_unique<DropsReply>("GD"));
+    telescope->Connected(true);
+    EXPECT_FALSE(driver->queries.IsAtPowerOnPosition());
+    EXPECT_FALSE(driver->state.g_bParked);
+}
+
 INSTANTIATE_TEST_SUITE_P(Controllers, RateCapabilityTest,
                          testing::Values(RateCapabilityRow{"", false}, RateCapabilityRow{"0", false},
                                          RateCapabilityRow{"1", false}, RateCapabilityRow{"2", true},

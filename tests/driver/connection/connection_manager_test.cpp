@@ -211,6 +211,19 @@ TEST_F(ConnectionManagerTest, LastObject_EndsTheProcess_AndSendsNothing) {
     EXPECT_EQ(mount->Commands().size(), sent);
 }
 
+TEST_F(ConnectionManagerTest, ObjectsThatOutliveTheEnd_LoadNoWindowAndOpenNoPort) {
+    TelescopeObject telescope = ConnectedTelescope();
+    FocuserObject focuser = driver->CreateFocuser();
+    driver->EndOnRequest();
+    const std::size_t openings = machine.serialPorts.Openings().size();
+    std::string version;
+    EXPECT_FALSE(driver->connections.CheckConnection(1, 300, version));
+    EXPECT_EQ(machine.serialPorts.Openings().size(), openings);
+    telescope.reset();
+    focuser.reset();
+    EXPECT_FALSE(driver->handBox.Loaded());
+}
+
 TEST_F(ConnectionManagerTest, LastTelescope_WithAFocuserAlive_KeepsProcessAndLink) {
     TelescopeObject telescope = ConnectedTelescope();
     FocuserObject focuser = driver->CreateFocuser();
@@ -284,6 +297,21 @@ TEST_F(CompanionConnectTest, AbsentPort_StartsTheCompanionOnceAndKeepsTrying) {
     EXPECT_EQ(machine.processes.starts[0].second, " -c");
     // The first pass, 99 more after the start, and the passes of the connect time-out, which is over by then.
     EXPECT_EQ(machine.serialPorts.Openings().size(), 100U);
+}
+
+TEST_F(CompanionConnectTest, CompanionThatCannotBeStarted_IsToldOnceForEachConnect) {
+    Seed({{"chkQUAY", "1"}, {"txtConnectTimeout", "5"}});
+    ExpectSwallow("CommandString");
+    InstallCompanion();
+    machine.processes.canStart = false;
+    mount->SetLineDead(true);
+    Start();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    for (int connects = 1; connects <= 2; ++connects) {
+        EXPECT_EQ(ErrorOf([&] { telescope->Connected(true); }), kNoMount);
+        EXPECT_EQ(TimesLogged("The companion could not be started: C:\\Quay\\Quay.exe"), connects);
+        driver->link->Connected(false);
+    }
 }
 
 TEST_F(CompanionConnectTest, CompanionThatAppears_IsFound) {

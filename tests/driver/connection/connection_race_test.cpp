@@ -83,8 +83,10 @@ TEST_F(ConnectionRaceTest, SecondClientWhileTheCompanionStarts_OpensTheClosedLin
         mount->SetLineDead(false);
         second->Connected(true);
         connectsThen = driver->state.g_nScopeConnects;
+        EXPECT_TRUE(driver->state.g_bOpeningLink) << "the first one still makes its attempts";
     });
     EXPECT_EQ(ErrorOf([&] { first->Connected(true); }), 0U);
+    EXPECT_FALSE(driver->state.g_bOpeningLink);
     EXPECT_FALSE(linkWasOpen);
     EXPECT_EQ(connectsThen, 1);
     EXPECT_EQ(driver->state.g_nScopeConnects, 2);

@@ -1,5 +1,10 @@
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
 
+#include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane {
@@ -57,6 +62,76 @@ TEST_F(ConnectWithoutMountTest, MountThatComesLater_CompletesTheConnect) {
     EXPECT_EQ(TimesLogged("The connect is completed now."), 1);
     EXPECT_EQ(ErrorOf([&] { EXPECT_NEAR(telescope->RightAscension(), mount->Picture().rightAscension, 0.01); }), 0U);
     EXPECT_TRUE(driver->handBox.tmrQueryRaDecAltAz.Enabled());
+}
+
+TEST_F(ConnectWithoutMountTest, ConnectIsCompleted_WithAllThatAConnectSends) {
+    machine.AdvanceTime(10'000);
+    mount->SetLineDead(false);
+    const std::vector<std::string> sent = SentBy([&] { machine.AdvanceTime(20'000); });
+    const auto begin = std::ranges::find(sent, "V");
+    ASSERT_GE(sent.end() - begin, 11);
+    EXPECT_EQ((std::vector<std::string>(begin, begin + 8)),
+              (std::vector<std::string>{"V", "#", "U", "GOS", "G\x05", "U", "Gg", "Gt"}));
+    const auto picture = std::find(begin, sent.end(), "G_S");
+    ASSERT_NE(picture, sent.end()) << "the first picture follows";
+    EXPECT_EQ((std::vector<std::string>(picture + 1, picture + 6)),
+              (std::vector<std::string>{"GOS", "GR", "GD", "Gt", "Gg"}));
+    EXPECT_EQ(TimesSent("V"), 1);
+}
+
+TEST_F(ConnectWithoutMountTest, VersionThatIsLostAgain_IsAskedForAfterTheNextAnswer) {
+    machine.AdvanceTime(10'000);
+    mount->Add(std::make_unique<DropsReply>("V", 1));
+    mount->SetLineDead(false);
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesSent("V"), 2);
+    EXPECT_EQ(TimesLogged("The connect is completed now."), 2);
+    EXPECT_EQ(driver->state.g_sVersion, "VKC4-P02-08");
+    EXPECT_FALSE(driver->state.g_bMountUnproved);
+}
+
+/// Tries to start a long call while the version is asked for, which the pump allows where no brief call and no tick is
+/// on the stack.
+class StartsALongCall final : public Misbehaviour {
+public:
+    explicit StartsALongCall(VirtualPump& pump) : pump_(pump) {}
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "V") {
+            pump_.Post(CallKind::WaitsLong, [this] { ++starts; });
+            pump_.PumpMessages();
+        }
+    }
+
+    int starts = 0;
+
+private:
+    VirtualPump& pump_;
+};
+
+TEST_F(ConnectWithoutMountTest, ConnectIsCompleted_OutsideATick_AndNotInsideABriefCall) {
+    machine.AdvanceTime(10'000);
+    mount->SetLineDead(false);
+    bool inside = true;
+    machine.pump.Run(CallKind::Brief, [&] {
+        driver->waits.WaitForMilliseconds(15'000);
+        inside = TimesSent("V") > 0;
+    });
+    EXPECT_FALSE(inside);
+    auto look = std::make_unique<StartsALongCall>(machine.pump);
+    const StartsALongCall& looked = *look;
+    mount->Add(std::move(look));
+    machine.AdvanceTime(100);
+    EXPECT_EQ(driver->state.g_sVersion, "VKC4-P02-08");
+    EXPECT_EQ(looked.starts, 1);
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(TimesLogged("The connect is completed now."), 1);
+}
+
+TEST_F(ConnectWithoutMountTest, ComputedCoordinates_AreNoAnswer) {
+    driver->handBox.chkCalcAzAlt.Checked(true);
+    driver->state.g_bTracking = true;
+    machine.AdvanceTime(30'000);
+    EXPECT_EQ(TimesLogged("The connect is completed now."), 0);
 }
 
 TEST_F(RecoveryTest, ClientThatConnectsDuringTheAttemptsOfAnother_StartsNoPollInThem) {

@@ -72,49 +72,112 @@ TEST_F(SlowLineTest, CachedRead_LeavesTheExchangeWhole) {
     EXPECT_EQ(driver->counters.Values().g_nRetransmits, retransmits);
 }
 
-TEST_F(SlowLineTest, DeviceThatIsGone_IsDeclaredLostWithinFourSeconds) {
+/// How the line fails, and how soon a read of a coordinate must say so.
+struct LossRow {
+    std::string name;
+    bool gone;  ///< the device is unplugged; else the mount is silent
+    std::string firmware;
+    bool calculates;  ///< altitude and azimuth are computed
+};
+
+class LossTest : public SlowLineTest, public testing::WithParamInterface<LossRow> {};
+
+TEST_P(LossTest, ReadOfACoordinate_SaysSoInTime) {
+    const LossRow& row = GetParam();
+    const std::int64_t limit = row.gone ? 4'000 : 11'000;
+    for (std::int64_t phase = 0; phase < 6'000; phase += 370) {
+        telescope.reset();
+        other.reset();
+        driver.reset();
+        Connect(row.firmware);
+        driver->handBox.chkCalcAzAlt.Checked(row.calculates);
+        machine.AdvanceTime(phase);
+        row.gone ? machine.serialPorts.Disconnect(1) : mount->SetLineDead(true);
+        const std::int64_t start = Now();
+        while (ErrorOf([&] { telescope->RightAscension(); }) != 0x80040429U && Now() < start + 60'000) {
+            machine.AdvanceTime(50);
+        }
+        EXPECT_LE(Now() - start, limit) << phase;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, LossTest,
+    testing::Values(LossRow{"Gone", true, "VKC4-P02-08", false}, LossRow{"GoneComputed", true, "VKC4-P02-08", true},
+                    LossRow{"GoneOld", true, "E3", false}, LossRow{"GoneOldComputed", true, "E3", true},
+                    LossRow{"Silent", false, "VKC4-P02-08", false},
+                    LossRow{"SilentComputed", false, "VKC4-P02-08", true}, LossRow{"SilentOld", false, "E3", false},
+                    LossRow{"SilentOldComputed", false, "E3", true}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(SlowLineTest, MountThatNeverAnswersOneQuery_IsNotLost) {
     for (const char* firmware : {"VKC4-P02-08", "E3"}) {
-        for (const bool gone : {true}) {
-            std::int64_t longest = 0;
-            for (std::int64_t phase = 0; phase < 6'000; phase += 370) {
-                telescope.reset();
-                other.reset();
-                driver.reset();
-                Connect(firmware);
-                machine.AdvanceTime(phase);
-                if (gone) {
-                    machine.serialPorts.Disconnect(1);
-                } else {
-                    mount->SetLineDead(true);
-                }
-                const std::int64_t start = Now();
-                while (!driver->state.g_bLostComms && Now() < start + 60'000) {
-                    machine.AdvanceTime(50);
-                }
-                longest = std::max(longest, Now() - start);
-                mount->SetLineDead(false);
+        for (const char* silent : {"GOS", "GM", "GL", "GS", "GG", "pS", "GA", "GZ"}) {
+            telescope.reset();
+            other.reset();
+            driver.reset();
+            Connect(firmware);
+            mount->Add(std::make_unique<DropsReply>(silent));
+            for (int i = 0; i < 400; ++i) {
+                machine.AdvanceTime(100);
+                ASSERT_EQ(ErrorOf([&] { telescope->RightAscension(); }), 0U) << firmware << " " << silent;
             }
-            EXPECT_LE(longest, 4'000) << firmware;
         }
     }
 }
 
-TEST_F(SlowLineTest, Slewing_OfSixClients_WaitsForTwoExchangesAtMost) {
-    Connect("VKC4-P02-08");
-    mount->SetLineDead(true);
-    std::vector<std::int64_t> waited;
-    const std::int64_t start = Now();
-    for (int client = 0; client < 6; ++client) {
-        for (std::int64_t due = start + client * 30; due < start + 8'000; due += 700) {
-            machine.pump.PostAt(due, CallKind::Brief, [&, due] {
-                telescope->Slewing();
-                waited.push_back(Now() - due);
-            });
-        }
+/// Twenty clients that ask on a dead line, each again a moment after its answer.
+class BusyLineTest : public SlowLineTest {
+protected:
+    static constexpr std::int64_t kLongestQueryMs = kLongestExchangeMs + 500;  // with the drain after a declination
+    static constexpr std::int64_t kQueueMs = 700;  // of twenty calls that take 20 ms each, and before the next tick
+
+    void Ask(std::size_t client) {
+        const std::int64_t due = Now() + 30;
+        machine.pump.PostAt(due, CallKind::Brief, [this, client, due] {
+            if (over_) {
+                return;
+            }
+            members_[client % members_.size()]();
+            longest_ = std::max(longest_, Now() - due);
+            ++answers_;
+            Ask(client);
+        });
     }
-    machine.AdvanceTime(60'000);
-    EXPECT_GT(waited.size(), 60U);
-    EXPECT_LE(*std::max_element(waited.begin(), waited.end()), 2 * kLongestExchangeMs);
+    std::int64_t LongestWait(std::vector<std::function<void()>> members) {
+        members_ = std::move(members);
+        mount->SetLineDead(true);
+        for (std::size_t client = 0; client < 20; ++client) {
+            Ask(client);
+        }
+        machine.AdvanceTime(60'000);
+        over_ = true;
+        EXPECT_GT(answers_, 150);
+        return longest_;
+    }
+
+private:
+    std::vector<std::function<void()>> members_;
+    std::int64_t longest_ = 0;
+    int answers_ = 0;
+    bool over_ = false;
+};
+
+TEST_F(BusyLineTest, Slewing_WaitsForOneQueryAtMost) {
+    Connect("E3");
+    EXPECT_LE(LongestWait({[&] { telescope->Slewing(); }}), kLongestQueryMs + kQueueMs);
+}
+
+TEST_F(BusyLineTest, Slewing_WithAMeridianDelay_WaitsForTheTwoExchangesOfTheTimeAtMost) {
+    Connect("VKC4-P02-08");
+    EXPECT_LE(LongestWait({[&] { telescope->Slewing(); }}), 2 * kLongestExchangeMs + kQueueMs);
+}
+
+TEST_F(BusyLineTest, MembersThatPump_BesideOneAnother_WaitNoLonger) {
+    Connect("E3");
+    EXPECT_LE(
+        LongestWait({[&] { telescope->Slewing(); }, [&] { telescope->AtPark(); }, [&] { other->IsPulseGuiding(); }}),
+        kLongestQueryMs + kQueueMs);
 }
 
 TEST_F(SlowLineTest, StopDuringASynchronousSlew_WaitsForOneOfTheCallsThatAPumpRuns) {

@@ -83,6 +83,28 @@ TEST_F(SilentQueriesTest, ComputedAzimuth_IsAsOldAsThePositionItIsComputedFrom) 
     EXPECT_EQ(ErrorOf([&] { telescope->Azimuth(); }), kLostCommunications);
 }
 
+TEST_F(SilentQueriesTest, AzimuthComputedFromAPositionThatWasNeverWholeRead_IsOldToo) {
+    ExpectSwallow("CommandString");
+    for (const char* silent : {"GD", "GR"}) {
+        telescope.reset();
+        driver.reset();
+        BuildMount("VKC4-P02-08");
+        Silence({silent});
+        Connect();
+        driver->handBox.chkCalcAzAlt.Checked(true);
+        machine.AdvanceTime(60'000);
+        EXPECT_EQ(ErrorOf([&] { telescope->Azimuth(); }), kLostCommunications) << silent;
+    }
+}
+
+TEST_F(SilentQueriesTest, OnALineThatIsClosed_NoCoordinateIsOld) {
+    Connect();
+    machine.clock.Sleep(40'000);  // nothing ran meanwhile
+    EXPECT_EQ(ErrorOf([&] { telescope->RightAscension(); }), kLostCommunications);
+    driver->link->Connected(false);
+    EXPECT_EQ(ErrorOf([&] { telescope->RightAscension(); }), 0U);
+}
+
 TEST_F(SilentQueriesTest, WhileTheDriverKeepsThePollOffTheLine_NoCoordinateIsOld) {
     Connect();
     driver->poll.SetPolling(false);
@@ -108,6 +130,19 @@ TEST_F(SilentQueriesTest, MeridianDelayOfTheMount_SurvivesAConnectThatCannotRead
     EXPECT_TRUE(Logged("SET utcDate = ")) << "which sends the delay along";
     EXPECT_EQ(mount->Picture().meridianDelay, 1.0);
     EXPECT_EQ(driver->state.g_dMeridianDelay, 1.0);
+}
+
+TEST_F(SilentQueriesTest, MeridianDelayThatAPersonHasSet_IsKeptThroughOneWrongReading) {
+    Connect();
+    driver->handBox.txtMeridianDelay.Text("1");
+    driver->handBox.btnSetMeridianDelay.FireClick();
+    machine.AdvanceTime(2'000);
+    ASSERT_EQ(mount->Picture().meridianDelay, 1.0);
+    mount->Add(std::make_unique<CorruptsReply>("GM", 1, 1, '4'));
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesLogged("Two readings differ; neither is used."), 1);
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.0);
+    EXPECT_EQ(mount->Picture().meridianDelay, 1.0);
 }
 
 TEST_F(SilentQueriesTest, StatusAndMeridianDelay_AreAskedLessOftenFromTheirThirdSilenceOn) {

@@ -319,6 +319,22 @@ TEST_F(SlewTest, StatusTextThatIsCutInMidSlew_LeavesTheEndToTheDistance) {
     EXPECT_TRUE(Logged("Slew Target Distance="));
 }
 
+TEST_F(SlewTest, StatusTextThatIsRefused_LeavesTheEndToTheDistance) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);
+    machine.AdvanceTime(1'000);
+    mount->Add(std::make_unique<Replies>("GOS", "03:06:03.17#"));
+    int seconds = 0;
+    while (telescope->Slewing() && seconds < 60) {
+        machine.AdvanceTime(1'000);
+        ++seconds;
+    }
+    EXPECT_LT(seconds, 60);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_NEAR(mount->Picture().declination, 0.0, 0.01);
+    EXPECT_TRUE(Logged("Slew Target Distance="));
+}
+
 TEST_F(SlewTest, CoordinateInPlaceOfTheStatusText_EndsNoSlew) {
     const TelescopeObject telescope = ConnectedTelescope();
     telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);

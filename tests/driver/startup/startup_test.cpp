@@ -241,6 +241,7 @@ protected:
     Waits waits{machine.clock, machine.pump};
     KeptLog kept;
     Companion companion{machine.registry, machine.processes, waits, kept.log};
+    bool toldBefore = false;
 };
 
 TEST_F(CompanionTest, Path_ComesFromATextOrANumber_AndFromNothingElse) {
@@ -256,7 +257,7 @@ TEST_F(CompanionTest, Path_ComesFromATextOrANumber_AndFromNothingElse) {
 TEST_F(CompanionTest, Start_WithArgumentAndTwoSecondsOfPumping) {
     machine.registry.SetText(kKey, "Name", "C:\\Quay\\Quay.exe");
     const Tick before = machine.clock.GetTickCount();
-    EXPECT_TRUE(companion.StartCompanion());
+    EXPECT_TRUE(companion.StartCompanion(toldBefore));
     ASSERT_EQ(machine.processes.starts.size(), 1U);
     EXPECT_EQ(machine.processes.starts[0].first, "C:\\Quay\\Quay.exe");
     EXPECT_EQ(machine.processes.starts[0].second, " -c");
@@ -267,7 +268,7 @@ TEST_F(CompanionTest, Start_WithArgumentAndTwoSecondsOfPumping) {
 TEST_F(CompanionTest, Start_WhileItRunsInAnyCase_StartsNothing) {
     machine.registry.SetText(kKey, "Name", "C:\\Quay\\Quay.EXE");
     machine.processes.list.push_back("qUAY.exe");
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
     EXPECT_TRUE(machine.processes.starts.empty());
 }
 
@@ -275,8 +276,10 @@ TEST_F(CompanionTest, Start_OfOneThatCannotBeStarted_CountsAsNotStartedAndIsLogg
     machine.registry.SetText(kKey, "Name", "/opt/quay/Quay");
     machine.processes.canStart = false;
     const Tick before = machine.clock.GetTickCount();
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
     EXPECT_EQ(machine.clock.GetTickCount() - before, 0);
+    EXPECT_TRUE(toldBefore);
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));  // which says it no second time
     ASSERT_EQ(kept.messages.size(), 1U);
     EXPECT_EQ(kept.messages[0].level, 1);
     EXPECT_NE(kept.messages[0].message.find("/opt/quay/Quay"), std::string::npos);
@@ -284,27 +287,27 @@ TEST_F(CompanionTest, Start_OfOneThatCannotBeStarted_CountsAsNotStartedAndIsLogg
 
 TEST_F(CompanionTest, Start_WithoutAnExecutableName_StartsNothing) {
     machine.registry.SetText(kKey, "Name", "C:\\Quay\\");
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
     EXPECT_TRUE(machine.processes.starts.empty());
 }
 
 TEST_F(CompanionTest, Start_WithAnEmptyText_StartsNothing) {
     machine.registry.SetText(kKey, "Name", "");
     EXPECT_EQ(companion.GetCompanionExePath(), "");
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
     EXPECT_TRUE(machine.processes.starts.empty());
 }
 
 TEST_F(CompanionTest, Start_TakesTheNameBehindTheLastSlashOfEitherKind) {
     machine.registry.SetText(kKey, "Name", "/opt/quay/Quay");
     machine.processes.list.push_back("quay");
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
     machine.processes.list.pop_back();
-    EXPECT_TRUE(companion.StartCompanion());
+    EXPECT_TRUE(companion.StartCompanion(toldBefore));
     ASSERT_EQ(machine.processes.starts.size(), 1U);
     EXPECT_EQ(machine.processes.starts[0].first, "/opt/quay/Quay");
     machine.registry.SetText(kKey, "Name", "/opt/quay/");
-    EXPECT_FALSE(companion.StartCompanion());
+    EXPECT_FALSE(companion.StartCompanion(toldBefore));
 }
 
 TEST_F(CompanionTest, ProcessName_IsLoweredInPlaceAndCutAtItsFirstNul) {

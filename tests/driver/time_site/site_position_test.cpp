@@ -285,6 +285,49 @@ TEST_F(SitePositionTest, SiteThatCannotBeRead_IsAskedForEachMinute_FromTheFourth
     EXPECT_EQ(driver->handBox.txtActualLongitude.Text(), "10*00:00");
 }
 
+TEST_F(SitePositionTest, SiteOfWhichOneHalfIsRefusedAndOneSilent_IsAskedForEachMinuteToo) {
+    ExpectSwallow("CommandString");
+    BuildMount("VKC4-P02-08");
+    mount->Add(std::make_unique<CorruptsReply>("Gg", kEveryTime, 3, '?'));
+    mount->Add(std::make_unique<DropsReply>("Gt"));
+    telescope = ConnectedTelescope();
+    machine.AdvanceTime(60'000);
+    const int asked = TimesSent("Gg");
+    machine.AdvanceTime(600'000);
+    EXPECT_GE(TimesSent("Gg") - asked, 2 * 9);
+    EXPECT_LE(TimesSent("Gg") - asked, 2 * 11);
+}
+
+TEST_F(SitePositionTest, SiteThatCannotBeRead_IsAskedForOften_WhenTheLinkIsOpenedAnew) {
+    BuildMount("VKC4-P02-08");
+    mount->Add(std::make_unique<CorruptsReply>("Gg", kEveryTime, 3, '?'));
+    telescope = ConnectedTelescope();
+    machine.AdvanceTime(30'000);
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->link->Connected(false);
+    machine.AdvanceTime(3'000);
+    driver->link->Connected(true);
+    const int asked = TimesSent("Gg");
+    machine.AdvanceTime(8'000);
+    EXPECT_EQ(TimesSent("Gg") - asked, 2 * 3);
+}
+
+/// A latitude without seconds, whatever the format.
+class StaysShort final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "Gt") {
+            reply.parts.front().bytes = "+40*30#";
+        }
+    }
+};
+
+TEST_F(SitePositionTest, SecondReplyWithoutSeconds_SendsNoSecondToggle) {
+    Connect();
+    mount->Add(std::make_unique<StaysShort>());
+    EXPECT_EQ(SentBy([&] { EXPECT_EQ(telescope->SiteLatitude(), 47.0); }), (std::vector<std::string>{"Gt", "U", "Gt"}));
+}
+
 TEST_F(SitePositionTest, SiteOfAMountThatHasNotToldItsVersion_IsNotAskedFor) {
     Connect();
     driver->handBox.tmrQueryRaDecAltAz.Enabled(false);

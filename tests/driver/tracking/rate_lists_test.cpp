@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -38,6 +39,23 @@ TEST_P(AxisRatesOfModelTest, TwoAxes_HaveOneRangeUpToTheModelsFastest) {
 INSTANTIATE_TEST_SUITE_P(Models, AxisRatesOfModelTest,
                          testing::Values(ModelRow{"0", 5.0}, ModelRow{"4", 5.0}, ModelRow{"5", 2.5}, ModelRow{"6", 5.0},
                                          ModelRow{"11", 5.0}, ModelRow{"12", 5.0}));
+
+TEST_P(AxisRatesOfModelTest, FastestRate_IsTakenByTheMountInBothDirections) {
+    Seed({{"MountType", GetParam().mountType}, {"chkAutoCalibrateOnFirstSlew", "0"}});
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(10'000);
+    for (const std::int32_t axis : {0, 1}) {
+        const double fastest = telescope->AxisRates(axis)->Item(1)->Maximum();
+        for (const double rate : {fastest, -fastest}) {
+            telescope->MoveAxis(axis, rate);
+            const auto picture = mount->Picture();
+            const double speed = axis == 0 ? picture.hourSpeed : picture.polarSpeed;
+            EXPECT_NEAR(std::abs(speed), fastest, 0.01) << axis << " at " << rate;
+            EXPECT_EQ(driver->counters.Values().g_nRetransmits, 0) << axis << " at " << rate;
+            telescope->MoveAxis(axis, 0.0);
+        }
+    }
+}
 
 TEST_F(RateListsTest, AnyOtherAxis_HasAnEmptyList) {
     const TelescopeObject telescope = ConnectedTelescope();
@@ -89,6 +107,41 @@ TEST_F(RateListsTest, CanMoveAxis_IsTrueForTwoAxes_AlsoUnconnected) {
     EXPECT_EQ(TimesOnAscom("CanMoveAxis(axisTertiary) = False"), 2);
 }
 
+// --- the rate type of the status text -------------------------------------------------------------------------
+
+/// Tells the rate type "1", whatever its controller has.
+class TellsRateTypeOne final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "GOS") {
+            reply.parts.front().bytes.at(13) = '1';
+        }
+    }
+};
+
+TEST_F(RateListsTest, RateTypeThatTheMountHasTold_IsStoredOnce_AndInUseAgainAfterARestart) {
+    for (const char* firmware : {"VKC4-P02-08", "VKC5-P03-01"}) {
+        driver.reset();
+        log.clear();
+        BuildMount(firmware);
+        mount->Add(std::make_unique<TellsRateTypeOne>());
+        Start();
+        {
+            const TelescopeObject telescope = ConnectedTelescope();
+            EXPECT_EQ(driver->persist.ReadIniValue("MountRateType", "none"), "1") << firmware;
+            log.clear();
+            driver->InternalInstance().InitUI();
+            driver->InternalInstance().InitUI();
+            EXPECT_FALSE(LoggedAs("WriteIniValue", 0, "MountRateType=>'3'")) << firmware;
+            EXPECT_FALSE(LoggedAs("WriteIniValue", 0, "MountRateType=>'1'")) << firmware;
+            EXPECT_EQ(driver->state.g_sMountRateType, "1");
+        }
+        Restart();
+        const TelescopeObject telescope = driver->CreateTelescope();
+        EXPECT_EQ(driver->state.g_sMountRateType, "1") << firmware;
+    }
+}
+
 // --- tracking rates ---------------------------------------------------------------------------------------------
 
 TEST_F(RateListsTest, TrackingRates_HaveTheKingRateWithTheTwoNewestControllers) {
@@ -118,7 +171,13 @@ TEST_F(RateListsTest, AnOlderListOfTrackingRates_KeepsItsContents) {
     EXPECT_NE(older, newer);
     EXPECT_EQ(older->Count(), 3);
     EXPECT_EQ(newer->Count(), 4);
-    EXPECT_EQ(driver->rateLists.tracking, newer);
+}
+
+TEST_F(RateListsTest, ReadingTheTrackingRates_ChangesNothing) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    const auto before = driver->rateLists.tracking;
+    telescope->TrackingRates();
+    EXPECT_EQ(driver->rateLists.tracking, before);
 }
 
 TEST_F(RateListsTest, TrackingRates_NeedAConnection_AndHoldThreeRatesBeforeIt) {

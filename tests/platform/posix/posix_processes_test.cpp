@@ -174,6 +174,14 @@ TEST_F(StartTest, StartedProgram_HasASessionOfItsOwnAndNoneOfOurFiles) {
     EXPECT_EQ(input, "/dev/null");
 }
 
+TEST_F(StartTest, StartedProgram_GetsTheUmaskThatItIsGiven) {
+    const mode_t before = ::umask(S_IRWXG | S_IRWXO);
+    EXPECT_EQ(StartScript("$(umask)", ""), "0077\n");
+    processes_.UmaskOfChildren(S_IWGRP | S_IWOTH);
+    EXPECT_EQ(StartScript("$(umask)", ""), "0022\n");
+    EXPECT_EQ(::umask(before), mode_t{S_IRWXG | S_IRWXO});  // ours is as it was
+}
+
 TEST_F(StartTest, StartedProgram_LeavesNoZombie) {
     const pid_t process = std::stoi(StartScript("$$", ""));
     PosixClock clock;

@@ -314,11 +314,26 @@ TEST_F(SerialTest, WaitForBytes_LetsReadsInAgainAndAgain) {
                              if (++reads == 3) {
                                  farEnd_.Send("x");
                              }
+                             return true;
                          }};
     Link(1, farEnd_.Name());
     ASSERT_EQ(port.Open(1, 9600), 0);
     EXPECT_EQ(port.Read(10, 3'600'000), "x");
     EXPECT_GE(reads, 3);
+}
+
+TEST_F(SerialTest, WaitForBytes_EndsWhenThoseLetInSaySo) {
+    bool goesOn = false;
+    PosixSerialPort port{folder_.Path(), milliseconds(20), [&] { return goesOn; }};
+    Link(1, farEnd_.Name());
+    ASSERT_EQ(port.Open(1, 9600), 0);
+    EXPECT_EQ(port.Read(10, 3'600'000), "");
+    EXPECT_TRUE(port.IsOpen());
+    EXPECT_FALSE(port.DeviceIsGone());
+    farEnd_.Send("x");
+    EXPECT_EQ(port.Read(10, 3'600'000), "x");  // what is there is read all the same
+    port.Write("y");
+    EXPECT_EQ(farEnd_.Receive(1), "y");
 }
 
 TEST_F(SerialTest, LineThatIsGone_StaysOpenSilentAndSwallowsWrites) {
