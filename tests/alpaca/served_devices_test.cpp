@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "alpaca/client_objects.h"
 #include "alpaca/routes.h"
 #include "kernel/base/errors.h"
 #include "support/driver_fixture.h"
@@ -143,6 +144,29 @@ TEST_F(ServedDevicesTest, AxisWhoseStopTheMountDoesNotHear_MovesOn_UntilAStopIsH
         EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
         EXPECT_TRUE(driver->state.g_bTracking) << "as before the motion";
     }
+}
+
+TEST_F(ServedDevicesTest, AxisOfAClientThatVanished_IsStoppedAMinuteAfterItsLastSign) {
+    DriverDevices devices(*driver);
+    const ClientObject other = Make(DeviceKind::Telescope);
+    ClientObjects objects(ClientObjectsNeeds{
+        machine.pump, machine.clock, devices, {[](const std::function<void(bool)>&) {}, [] {}}, [] {}, LeaseTimes{}});
+    const ClientKey key{{"10.0.0.1", 1}, DeviceKind::Telescope};
+    const auto call = [&](std::string_view member, std::vector<Argument> arguments) {
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            objects.Call(key, 1, [&](ClientObject& object) {
+                return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
+            });
+        });
+    };
+    call("connected", {true});
+    machine.AdvanceTime(10'000);
+    call("moveaxis", {1, 0.25});
+    machine.AdvanceTime(59'800);
+    EXPECT_NEAR(std::abs(mount->Picture().polarSpeed), 0.25, 1e-4);
+    machine.AdvanceTime(1'000);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_TRUE(LoggedAs("MoveAxis", 1, "The client has gone: its axes are stopped"));
 }
 
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {

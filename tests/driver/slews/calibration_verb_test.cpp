@@ -60,6 +60,13 @@ TEST_F(CalibrationVerbTest, WhileAnAxisRuns_DoesNothing_NorRightAfterIt) {
     ExpectCalibration();
 }
 
+TEST_F(CalibrationVerbTest, DuringAGuidePulse_DoesNothing) {
+    driver->motion.GuidePulseBegins(GuideDirection::West);
+    ExpectNoCalibration("a guide pulse runs");
+    driver->motion.GuidePulseEnds(GuideDirection::West);
+    ExpectCalibration();
+}
+
 TEST_F(CalibrationVerbTest, OfAParkedMount_DoesNothing) {
     driver->motion.MountReportsParked(true);
     ExpectNoCalibration("the mount is parked");

@@ -29,6 +29,32 @@ TEST_F(ConnectInMidSlewTest, ConnectDuringAGoto_LetsItArrive_AndDoesWhatFollowsA
     EXPECT_TRUE(driver->state.g_bSideInitDone);
 }
 
+TEST_F(ConnectInMidSlewTest, SlewOfTheClientItself_BeforeTheGotoHasEnded_ArrivesUndisturbed) {
+    Seed({{"chkAutoCalibrateOnFirstSlew", "0"}});
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = false;
+    options.slewSpeed = 1.0;
+    BuildMount(options);
+    const std::string ra = HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
+    mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
+    machine.AdvanceTime(500);
+    mount->Read(100);
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(5'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    ASSERT_FALSE(driver->state.g_bSideInitDone);
+    driver->state.g_bTracking = true;
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 40.0);
+    const int stops = TimesSent("Q");
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    EXPECT_EQ(TimesSent("Q"), stops) << "nothing stops it on its way";
+    machine.AdvanceTime(120'000);
+    EXPECT_FALSE(telescope->Slewing());
+    EXPECT_NEAR(mount->Picture().declination, 40.0, 0.05);
+    EXPECT_TRUE(driver->state.g_bSideInitDone);
+}
+
 TEST_F(ConnectInMidSlewTest, ConnectToAMountThatStands_DoesWhatFollowsAtOnce) {
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(1'000);

@@ -154,6 +154,21 @@ TEST_P(SecondLegTest, MountThatComesBackAtItsPowerOnPosition_GetsNoSecondLeg) {
     EXPECT_EQ(TimesLogged("its second leg is not sent: the mount reports its power-on position"), 1);
 }
 
+TEST_P(SecondLegTest, MountThatComesBackAtItsPowerOnPosition_InASlewThatWaits_DoesNotGetTheTargetAgain) {
+    Prepare();
+    const When comesBack(
+        machine.pump, [&] { return TimesSent("MS") == 2 && mount->Picture().slewing; },
+        [&] {
+            mount->Add(std::make_unique<AnswersWith>("GR", "00:00:00.0#", kEveryTime));
+            mount->Add(std::make_unique<AnswersWith>("GD", "+90*00:00#", kEveryTime));
+        });
+    telescope->SlewToCoordinates(ra, 30.0);
+    ASSERT_TRUE(comesBack.Happened());
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_EQ(TimesLogged("The target is not sent to the mount again: the mount reports its power-on position"), 1);
+}
+
 TEST_P(SecondLegTest, StopWhileTheMountIsAskedWhereItStands_IsTheLastWord) {
     ExpectLineFaults();
     const auto end = [](Telescope& client, bool byAxis) { byAxis ? client.MoveAxis(1, 0.0) : client.Tracking(false); };
@@ -349,6 +364,21 @@ TEST_F(StatusAfterGotoTest, StandstillReportedTooEarly_BehindAGarbledAnswer_Leav
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q");
     machine.AdvanceTime(3'000);
     EXPECT_FALSE(mount->Picture().slewing);
+}
+
+TEST_F(StatusAfterGotoTest, EndOfTrackingInMidSlew_IsKnown_AndChangesNoChosenRate) {
+    telescope->TrackingRate(1);
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(driver->state.g_bTracking && mount->Picture().slewing);
+    const int shown = driver->state.g_nDisplayedRate;
+    telescope->ParseGOS("090S00232O0000");
+    EXPECT_FALSE(driver->state.g_bTracking);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, shown);
+    EXPECT_EQ(driver->state.g_nTrackingRate, 1);
+    telescope->ParseGOS("020S00232O0000");
+    EXPECT_TRUE(driver->state.g_bTracking);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, shown);
 }
 
 TEST_F(StatusAfterGotoTest, AfterAnAbort_TheStatusIsDueEachSecond_UntilTheMountStands) {

@@ -48,6 +48,21 @@ TEST_F(SlewPlanFaultTest, SideThatIsNotTold_IsAskedForOnceMore_AndIsTheLastOneTh
     }
 }
 
+TEST_F(SlewPlanFaultTest, SideThatWasNeverTold_IsThatOfTheHourAngle) {
+    ExpectSwallow("CommandString");
+    Prepare();
+    ReadAll();
+    driver->queries.ForgetToldSide();
+    standing->replies["pS"] = "";
+    for (const char* ra : {"14:00:00.00", "10:00:00.00"}) {
+        SCOPED_TRACE(ra);
+        standing->replies["GR"] = std::string(ra) + "#";
+        telescope->SlewToCoordinatesAsync(NormalizeHours(*ra == '1' && ra[1] == '4' ? 14.25 : 9.75), 20.0);
+        EXPECT_EQ(error, 0U);
+        EXPECT_FALSE(driver->state.g_bSafeSlewPending) << "on that side the counterweight hangs";
+    }
+}
+
 TEST_F(SlewPlanFaultTest, LongitudeThatOnlyTheConnectHasRead_Counts) {
     class TellsItsLongitudeOnce final : public Misbehaviour {
     public:

@@ -178,7 +178,7 @@ TEST_F(OvertakenTest, StopWhileAConnectHeals_OrTheHandBoxIsFilledAgain_WaitsForO
             if (heals) {
                 driver->state.g_bMountUnproved = true;
                 ++driver->state.g_nAnsweredQueries;
-                driver->connections.HealConnect();
+                driver->connections.HealWhenDue();
             } else {
                 driver->InternalInstance().InitUI();
             }
