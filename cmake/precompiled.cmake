@@ -5,6 +5,7 @@
 # This is for builds that are made often. A header must compile without it, and the compiler gives no warnings for
 # headers that it reads in this way. So release and bench are built without.
 
+set(KESTRANE_PCH_OPTIMISED -O1)
 set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>
     <functional> <limits> <map> <memory> <mutex> <optional> <set> <span> <sstream> <stdexcept> <string> <string_view>
     <system_error> <thread> <utility> <variant> <vector>)
@@ -30,6 +31,9 @@ function(kestrane_precompiled_kind name kind libraries)
     set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
   endif()
   target_compile_options(${name} PRIVATE "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
+  if(NOT "TEST" IN_LIST kind)
+    target_compile_options(${name} PRIVATE ${KESTRANE_PCH_OPTIMISED})
+  endif()
   foreach(headers IN LISTS kind)
     target_precompile_headers(${name} PRIVATE ${KESTRANE_PCH_${headers}})
   endforeach()
@@ -64,6 +68,10 @@ function(kestrane_precompile folder)
     endif()
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
+    # What tests run thousands of times is optimised a little; the tests themselves run once, and compile faster without.
+    if(NOT "TEST" IN_LIST kind)
+      target_compile_options(${target} PRIVATE ${KESTRANE_PCH_OPTIMISED})
+    endif()
     # With GCC: lets ccache see with which precompiled header a file was compiled.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
   endforeach()
