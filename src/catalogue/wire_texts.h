@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
 #include "catalogue/wire_commands.h"
@@ -16,14 +19,22 @@ inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
 }
 
-/// A move without a time: it goes on until it is stopped.
-inline bool StartsEndlessMove(std::string_view onTheWire) {
-    for (const BlindCommand& row : {MoveNorth, MoveSouth, MoveEast, MoveWest}) {
-        if (onTheWire.find(row.With("").OnTheWire()) != std::string_view::npos) {
-            return true;
+enum class EndlessMove { Untouched, Begins, Ends };
+
+/// What a text does to a move without a time, which goes on until it is stopped or the mount parks. The stop of one
+/// direction leaves it open whether another goes on, so it ends none.
+inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
+    const auto last = [&](std::initializer_list<BlindCommand> rows) {
+        std::ptrdiff_t place = -1;
+        for (const BlindCommand& row : rows) {
+            const std::size_t found = onTheWire.rfind(row.With("").OnTheWire());
+            place = found == std::string_view::npos ? place : std::max(place, static_cast<std::ptrdiff_t>(found));
         }
-    }
-    return false;
+        return place;
+    };
+    const std::ptrdiff_t begin = last({MoveNorth, MoveSouth, MoveEast, MoveWest});
+    const std::ptrdiff_t end = last({StopRaw, Park});
+    return begin > end ? EndlessMove::Begins : end > begin ? EndlessMove::Ends : EndlessMove::Untouched;
 }
 
 }  // namespace kestrane::wire

@@ -21,7 +21,7 @@ std::string_view PropertyName(Property property) {
 }
 
 void Form::EnsureLoaded() {
-    if (loaded_) {
+    if (loaded_ || loadsNoMore_) {
         return;
     }
     loaded_ = true;
@@ -53,7 +53,7 @@ void Form::Unload() {
 
 void Form::Visible(bool visible) {
     EnsureLoaded();
-    if (visible_ != visible) {
+    if (loaded_ && visible_ != visible) {
         visible_ = visible;
         Announce("", Property::Visible);
     }

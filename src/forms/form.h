@@ -106,6 +106,9 @@ public:
     /// Runs the unload handler, hides the window and stops its timers. The values of its controls stay as they are.
     /// Nothing happens to a window that is not loaded.
     void Unload();
+    /// From now on nothing loads the window: a write to a control changes its value and no more. For the end of the
+    /// process, during which calls may still be under way.
+    void LoadNoMore() { loadsNoMore_ = true; }
     void OnLoad(std::function<void()> handler) { onLoad_ = std::move(handler); }
     void OnUnload(std::function<void()> handler) { onUnload_ = std::move(handler); }
 
@@ -138,6 +141,7 @@ private:
     std::string caption_;
     bool loaded_ = false;
     bool unloading_ = false;
+    bool loadsNoMore_ = false;
     bool visible_ = false;
     std::function<void()> onLoad_, onUnload_;
     std::vector<Control*> controls_;

@@ -37,9 +37,13 @@ public:
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window, the initialisation of the mount and the question about a slew stay as they are and end with the process.
+    /// Nothing loads a window any more.
     void UnloadAtShutdown() {
         for (Form* form : std::array<Form*, 5>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow}) {
             form->Unload();
+        }
+        for (Form* form : All()) {
+            form->LoadNoMore();
         }
     }
 };

@@ -84,11 +84,13 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
         found = FindMount(opening);
         if (found) {
             MountFound();
+            found = !ended_;
         }
     } catch (const DriverError& error) {
         if (!opening.linkSetUp) {
-            connectFailure_ = ip ? opening.portText + ": " + error.Message()
-                                 : WhyNoMount(ToInteger(opening.portText, driver_.log), false, opening.start);
+            const bool portFailed = !ip && needs_.link && needs_.link->OpenError() != 0;
+            connectFailure_ = portFailed ? WhyNoMount(ToInteger(opening.portText, driver_.log), false, opening.start)
+                                         : opening.portText + ": " + error.Message();
             throw;  // the transport's own error reaches the client unchanged
         }
         found = false;
@@ -133,6 +135,10 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     }
     if (ProbeMount()) {
         return PassResult::MountFound;
+    }
+    needs_.door.LetStopIn();
+    if (ended_) {
+        return PassResult::Failed;
     }
     if (StartedOrRetriesCompanion(opening)) {
         return PassResult::NextPass;
@@ -240,8 +246,8 @@ void ConnectionManager::HealWhenDue() {
     }
     needs_.pump.Post(CallKind::WaitsLong, [this, token = std::weak_ptr<int>(token_)] {
         if (!token.expired()) {
-            HealConnect();
             healPosted_ = false;
+            HealConnect();
         }
     });
 }
@@ -260,12 +266,18 @@ void ConnectionManager::HealConnect() {
     errors.Assign(found, [&] { return ProbeMount(); });
     if (found) {
         errors.Step([&] { MountFound(); });
+    }
+    if (ended_) {
+        return;
+    }
+    if (found) {
         errors.Step([&] { needs_.internalInstance().InitUI(); });
     }
     answersBefore_ = needs_.queries.Answers();
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
 }
 
+/// The end of the process may get in between two questions and close the link: the rest is then left out.
 void ConnectionManager::MountFound() {
     state_.g_bMountUnproved = false;
     state_.g_bQuayLink = false;
@@ -276,12 +288,18 @@ void ConnectionManager::MountFound() {
     driver_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();
     ReadMountForm();
+    if (ended_) {
+        return;
+    }
     state_.g_bQuayConfigured =
         driver_.persist.ReadFlag(setting::chkQUAY) || driver_.persist.ReadFlag(setting::chkQuayRestApi);
     state_.g_tickLastQuayCheck = driver_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
     state_.g_bVersionKnown = true;
     CheckQuay();
     ReadMountSite(Notice::LogOnly);
+    if (ended_) {
+        return;
+    }
     if (state_.g_bFreshConnect) {
         needs_.checkForUpdate();
     }
@@ -399,9 +417,6 @@ bool ConnectionManager::IsClientConnected(ClientKind kind) {
 }
 
 void ConnectionManager::UpdateClientsLabel() {
-    if (ended_) {
-        return;  // a write would load the window again
-    }
     const auto shown = [](std::int16_t objects) { return std::to_string(std::max(0, objects - 1)); };
     needs_.handBox.lblClients.Text("Clients:  " + shown(state_.g_nScopeObjects) + " / " +
                                    shown(state_.g_nFocuserObjects));

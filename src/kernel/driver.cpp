@@ -228,6 +228,9 @@ void Driver::EndOnRequest() {
     log.LogMessage("ShutdownDriver", LogLevel::Info, "The process was asked to end");
     motion.StopAskedFor();
     StopRunningAxes();
+    if (link && link->Connected()) {
+        InternalInstance().MaxSerialRetries(0);  // what a connect under way still asks finds a closed link
+    }
     connections.ShutdownDriver();
 }
 

@@ -67,6 +67,10 @@ void Motion::MoveSent() {
     state_.g_bMoveSent = true;
 }
 
+void Motion::MoveEnded() {
+    state_.g_bMoveSent = false;
+}
+
 void Motion::SlewRefused() {
     state_.g_bSlewing = false;
     state_.g_bMountSlewing = false;

@@ -37,6 +37,7 @@ namespace kestrane {
 //   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
 //   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
 //   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  1
+//   MoveEnded                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  0
 //   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
 //   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
@@ -169,6 +170,8 @@ public:
     /// A move without a time goes out, by a client's own text or for a test. Nobody supervises it; it goes on until a
     /// stop of all motion, or a goto, takes its place.
     void MoveSent();
+    /// The last of what goes out is a stop of all motion or a park.
+    void MoveEnded();
     /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays
     /// up until the mount reports that it stands.
     void Stopped();

@@ -49,14 +49,14 @@ void MountQueries::ResetQueryTimes() {
     MakeDue(state_.g_tickLastSide, kSideIntervalMs);
 }
 
-std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) {
+std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers, SilenceIs silence) {
     Sequence mount(needs_.telescope()->Commands(), needs_.door, procedure::Picture);
     if (leftovers == Leftovers::Cleared) {
         mount.ClearIfOutOfStep();
     }
     std::string reply = mount.CommandStringInternal(question);
     if (reply.empty()) {
-        NoteUnanswered();
+        NoteUnanswered(silence);
     } else {
         unanswered_ = 0;
     }
@@ -64,9 +64,9 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers) 
 }
 
 /// Computed values count as answers elsewhere, and hide no silence here.
-void MountQueries::NoteUnanswered() {
+void MountQueries::NoteUnanswered(SilenceIs silence) {
     silent_ = true;
-    if (unanswered_ < kLostAfter && ++unanswered_ == kLostAfter) {
+    if (silence == SilenceIs::News && unanswered_ < kLostAfter && ++unanswered_ == kLostAfter) {
         ++state_.g_nLinkLosses;
     }
 }
@@ -307,7 +307,7 @@ bool MountQueries::QueryGos() {
     }
     state_.g_tickLastGos = driver_.clock.GetTickCount();
     if (needs_.telescope() && state_.g_bGosSupported) {
-        const std::string reply = Ask(wire::Status);
+        const std::string reply = Ask(wire::Status, Leftovers::Cleared, SilenceOf(statusSilences_));
         if (reply.empty()) {
             NoteSilence(statusSilences_, state_.g_tickLastGos);
         } else {

@@ -162,7 +162,13 @@ private:
     void NoteSilence(std::int16_t& silences, Tick& stamp);
     /// What waits on a line that needs a resync when a question is about to go out.
     enum class Leftovers { Cleared, Kept };
-    std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared);
+    /// A query that has been silent for long says nothing about the line any more.
+    enum class SilenceIs { News, Known };
+    static SilenceIs SilenceOf(std::int16_t silences) {
+        return silences == kSilentAfter ? SilenceIs::Known : SilenceIs::News;
+    }
+    std::string Ask(const TextCommand& question, Leftovers leftovers = Leftovers::Cleared,
+                    SilenceIs silence = SilenceIs::News);
     Sequence Talk(const CompletingProcedure& procedure);
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
@@ -172,7 +178,7 @@ private:
     void CorrectTimeZone();
     bool MountIsAskedForAltAz();
     void NoteQuerySuccess();
-    void NoteUnanswered();
+    void NoteUnanswered(SilenceIs silence);
     bool MayAsk() const;
     bool PositionLabelsShown() const;
     bool SideIsToldByMount() const;

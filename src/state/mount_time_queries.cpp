@@ -119,7 +119,7 @@ void MountQueries::QueryMeridianDelay() {
     if (delaySilences_ == kSilentAfter && !IsDue(meridianDelayAsked_, kSlowIntervalMs)) {
         return;
     }
-    const std::string reply = Ask(wire::GetMeridianDelay);
+    const std::string reply = Ask(wire::GetMeridianDelay, Leftovers::Cleared, SilenceOf(delaySilences_));
     if (reply.empty()) {
         NoteSilence(delaySilences_, meridianDelayAsked_);
         driver_.log.LogMessage(origin, LogLevel::Error, "No Response from mount...");

@@ -106,7 +106,7 @@ private:
     DriverState& state_;
     /// Watches a mount that has refused a goto, for a while: the refusal may be a garbled answer.
     struct RefusedGoto {
-        Tick seenAt;
+        Tick sentAt;
         double firstRa = 0.0;   ///< hours; the first reading, and the last one
         double firstDec = 0.0;  ///< degrees
         double ra = 0.0;

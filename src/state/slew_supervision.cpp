@@ -43,17 +43,19 @@ bool PollLoop::CheckSlewing() {
 /// A garbled answer can hide that the mount has accepted a goto. Where the status text does not show the motion, the
 /// coordinates do: it is watched then like any other slew.
 void PollLoop::LookForUnseenGoto() {
-    const bool refused = state_.g_bGotoSent && !state_.g_bGotoRuns;
-    if (!refused || state_.g_bSlewing || state_.g_bParking || state_.g_bAxisMotionBegun || state_.g_bStandAwaited) {
+    const Tick now = driver_.clock.GetTickCount();
+    const std::int32_t passed = now - state_.g_tickLastGoto;
+    const bool doubted =
+        state_.g_bGotoSent && !state_.g_bGotoRuns && passed >= 0 && passed < kRefusalDoubtedMs && !state_.g_bMoveSent;
+    if (!doubted || state_.g_bSlewing || state_.g_bParking || state_.g_bAxisMotionBegun || state_.g_bStandAwaited) {
         refusedGoto_.reset();
         return;
     }
-    const Tick now = driver_.clock.GetTickCount();
-    if (!refusedGoto_) {
+    if (!refusedGoto_ || refusedGoto_->sentAt != state_.g_tickLastGoto) {
         const double ra = state_.g_dRa;
         const double dec = state_.g_dDec;
-        refusedGoto_ = RefusedGoto{now, ra, dec, ra, dec, needs_.queries.Reads()};
-    } else if (now - refusedGoto_->seenAt < kRefusalDoubtedMs && CoordinatesMove()) {
+        refusedGoto_ = RefusedGoto{state_.g_tickLastGoto, ra, dec, ra, dec, needs_.queries.Reads()};
+    } else if (CoordinatesMove()) {
         driver_.log.LogMessage(
             "CheckSlewing", LogLevel::Warning,
             "The mount moves, although its answer to the slew was no acceptance: the slew is watched");

@@ -112,6 +112,7 @@ void ConnectionSteps::InitializeFirstObject() {
     errors.Step([&] {
         if (!rateType.empty() || needs_.rates.IsRateTypeOpen()) {
             needs_.rates.UpdateMountRates(rateType);
+            needs_.rates.ForgetToldType();  // no mount has told it yet
         }
     });
 }

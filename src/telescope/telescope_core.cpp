@@ -83,8 +83,15 @@ void TelescopeCore::NoteSent(std::string_view text) {
         needs_.motion.GotoSent();
         state_.g_tickLastGoto = driver_.clock.GetTickCount();
     }
-    if (wire::StartsEndlessMove(text)) {
-        needs_.motion.MoveSent();
+    switch (wire::EndlessMoveAfter(text)) {
+        case wire::EndlessMove::Begins:
+            needs_.motion.MoveSent();
+            break;
+        case wire::EndlessMove::Ends:
+            needs_.motion.MoveEnded();
+            break;
+        case wire::EndlessMove::Untouched:
+            break;
     }
 }
 

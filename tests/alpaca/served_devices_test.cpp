@@ -124,8 +124,9 @@ TEST_F(ServedDevicesTest, AxisWhoseStopTheMountDoesNotHear_MovesOn_UntilAStopIsH
         ExpectSwallow(procedure);
     }
     const ClientObject other = Make(DeviceKind::Telescope);
-    for (const std::int32_t axis : {0, 1}) {
-        SCOPED_TRACE(axis);
+    for (const auto& [axis, computed] : {std::pair{0, "0"}, {1, "0"}, {0, "1"}, {1, "1"}}) {
+        SCOPED_TRACE(std::to_string(axis) + " " + computed);
+        driver->persist.Write(setting::chkCalcAzAlt, computed);
         ClientObject telescope = Make(DeviceKind::Telescope);
         Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
         machine.AdvanceTime(10'000);

@@ -106,6 +106,18 @@ TEST_F(HandBox, Unload_RunsItsHandlerHidesAndStopsTheTimers) {
     EXPECT_FALSE(pump.NextDue()) << "no timer of the window runs";
 }
 
+TEST_F(HandBox, LoadNoMore_LetsNothingLoadTheWindowAgain) {
+    handBox.EnsureLoaded();
+    handBox.Unload();
+    handBox.LoadNoMore();
+    handBox.lblRA.Text("12:00:00");
+    handBox.tmrQueryRaDecAltAz.Enabled(true);
+    handBox.Show();
+    EXPECT_FALSE(handBox.Loaded());
+    EXPECT_FALSE(handBox.Visible());
+    EXPECT_EQ(handBox.lblRA.Text(), "12:00:00");
+}
+
 TEST_F(HandBox, Unload_OfAWindowNotLoaded_DoesNothing) {
     handBox.Unload();
     EXPECT_EQ(unloads, 0);

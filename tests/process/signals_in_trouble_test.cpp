@@ -75,7 +75,7 @@ TEST_F(SignalsInTrouble, Sigterm_OnASilentLineWithALongReadLimit_StopsTheAxisInT
 }
 
 TEST_F(SignalsInTrouble, Sigterm_AfterTheVersionWhenTheMountFallsSilent_EndsInOrder) {
-    Seed({{"chkEnableDebugLog", "1"}});
+    Seed({{"chkEnableDebugLog", "1"}, {"Retry", "5"}});
     const SilentPort line(portLink);
     StartActivator();
     const std::future<void> asked = ConnectBeside();

@@ -169,6 +169,7 @@ constexpr Row kRows[] = {
     {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
     {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
     {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = = 1", Do<&Motion::MoveSent>},
+    {"MoveEnded",                  "= = = = = = = = = = = = = = = = = = = = = = = 0", Do<&Motion::MoveEnded>},
     {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewRefused>},
     {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
     {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},

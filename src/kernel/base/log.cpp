@@ -217,7 +217,7 @@ void Log::LogTrouble(std::string_view origin, LogLevel level, std::string_view m
 }
 
 void Log::WriteKeptTroubles() {
-    while (!troubles_.empty() && FileIsReady()) {
+    while (!headIsBeingWritten_ && !troubles_.empty() && FileIsReady()) {
         const std::int32_t number = state_.g_nLogLine;
         if (!PutLine(troubles_.front().line)) {
             state_.g_nLogLine = number;  // it will have its number when the file takes it
@@ -280,6 +280,7 @@ void Log::OpenLog() {
         return;
     }
     partIsLost_ = false;
+    headIsBeingWritten_ = true;
     ChooseFolder();
     if (!state_.g_sLogDir.empty()) {
         OpenFile();
@@ -288,6 +289,7 @@ void Log::OpenLog() {
     state_.g_nLogLine = 0;
     limits_ = Ask<LogLimits>(facts_.limits, {});
     WriteHeader();
+    headIsBeingWritten_ = false;
     if (state_.g_bDebugLog) {
         LogKeptTroubles();
     }

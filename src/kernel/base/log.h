@@ -146,7 +146,8 @@ private:
     std::vector<std::string> header_;  ///< repeated in each part
     LogLimits limits_;
     bool missingFolderReported_ = false;
-    bool chooseFolderAgain_ = false;  ///< no file could be opened in the last one
+    bool headIsBeingWritten_ = false;  ///< its facts may log; troubles wait until it is whole
+    bool chooseFolderAgain_ = false;   ///< no file could be opened in the last one
     bool partIsLost_ = false;  ///< neither the next part nor the file before could be opened; each line tries again
     std::filesystem::path fileName_;
     std::string commonFolder_;  ///< the folder used when none is set; made again at each open

@@ -135,7 +135,7 @@ bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
         const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
         telescope_.Tracking(tracked);
-        return !state_.g_bLostComms;  // the commands that end the motion have no reply
+        return !state_.g_bLostComms && !needs_.queries.LineIsSilent();  // what ends the motion has no reply
     }
     ShowAxisRates();
     const bool isFirst = axes_.m_MoveAxisTrackingState == MoveAxisTrackingState::NotSet;
@@ -216,6 +216,9 @@ AxisMotion AxisSteps::Stop(bool primary, bool secondary) {
         axes_.m_MoveAxisTrackingState =
             axes_.tracked ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
         errors.Assign(primaryStopped, [&] { return MovePrimaryAxis(0.0); });
+    }
+    if (!state_.g_bHasCustomRates) {
+        primaryStopped = secondaryStopped = true;  // such firmware answers no rate, and runs at none
     }
     if (primaryStopped) {
         left.rates[mount_axis::Primary] = 0.0;

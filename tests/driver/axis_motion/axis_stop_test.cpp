@@ -111,11 +111,40 @@ TEST_F(AxisStopTest, EndOfTheProcess_SendsNothingForAMoveThatHasEnded) {
         telescope->CommandBlind(":Mn#:Me#", true);
         telescope->CommandBlind("Q", false);
     });
+    ends([&] { telescope->CommandBlind(":Mn#:Q#", true); });
     ends([&] { telescope->CommandBlind("Me500", false); });  // ends by itself
     ends([&] {
         telescope->CommandBlind("Ms", false);
         other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);  // takes its place
     });
+}
+
+TEST_F(AxisStopTest, EndOfTheProcess_LetsAParkGoOnThatFollowedAMove) {
+    telescope->CommandBlind("Mn", false);
+    telescope->CommandBlind("KA", false);
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{});
+}
+
+TEST_F(AxisStopTest, EndOfTheProcess_StopsAMoveThatBeganAfterAStopInOneText) {
+    telescope->CommandBlind(":Q#:Mn#", true);
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{"Q"});
+}
+
+TEST_F(AxisStopTest, StopOfAnOwnersAxis_OnFirmwareWithoutRates_IsOver) {
+    ExpectSwallow("CommandBool");
+    ExpectSwallow("CommandClear");
+    for (const char* firmware : {"E3", "D"}) {
+        SCOPED_TRACE(firmware);
+        telescope.reset();
+        other.reset();
+        driver.reset();
+        BuildMount(firmware);
+        telescope = ConnectedTelescope();
+        machine.AdvanceTime(10'000);
+        telescope->MoveAxis(1, 0.1);
+        telescope->StopOwnAxes("The client has gone: its axes are stopped");
+        EXPECT_FALSE(telescope->Axes().Runs());
+    }
 }
 
 TEST_F(AxisStopTest, EndOfTheProcess_ReleasesACallThatWaitsForItsSlew) {

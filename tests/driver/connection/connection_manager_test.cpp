@@ -224,6 +224,33 @@ TEST_F(ConnectionManagerTest, ObjectsThatOutliveTheEnd_LoadNoWindowAndOpenNoPort
     EXPECT_FALSE(driver->handBox.Loaded());
 }
 
+TEST_F(ConnectionManagerTest, EndAtAnyMomentOfAConnect_LoadsNoWindowAgain_AndIsOverSoon) {
+    for (const char* procedure : {"CommandString", "CommandBool", "CommandBlind", "CommandClear", "SendStatus"}) {
+        ExpectSwallow(procedure);
+    }
+    for (std::int64_t offset = 10; offset < 1'500; offset += 70) {
+        SCOPED_TRACE(offset);
+        driver.reset();
+        Start();
+        TelescopeObject telescope = driver->CreateTelescope();
+        std::int64_t endedAt = -1;
+        machine.pump.PostAt(machine.clock.Elapsed() + offset, CallKind::Stop, [&] {
+            driver->EndOnRequest();
+            endedAt = machine.clock.Elapsed();
+        });
+        try {
+            telescope->Connected(true);
+        } catch (const DriverError& error) {
+            EXPECT_EQ(error.Number(), static_cast<std::uint32_t>(ErrorNumber::NoMount));
+        }
+        const std::int64_t over = machine.clock.Elapsed();
+        machine.AdvanceTime(3'000);
+        ASSERT_GE(endedAt, 0);
+        EXPECT_LE(over - endedAt, 1'000);
+        EXPECT_FALSE(driver->handBox.Loaded());
+    }
+}
+
 TEST_F(ConnectionManagerTest, LastTelescope_WithAFocuserAlive_KeepsProcessAndLink) {
     TelescopeObject telescope = ConnectedTelescope();
     FocuserObject focuser = driver->CreateFocuser();

@@ -126,6 +126,23 @@ TEST_F(SlowLineTest, MountThatNeverAnswersOneQuery_IsNotLost) {
     }
 }
 
+TEST_F(SlowLineTest, MountThatNeverAnswersThreeQueries_IsNotLost) {
+    for (const auto& silent : {std::array{"GOS", "GA", "GZ"}, {"GOS", "GA", "pS"}, {"GOS", "GM", "GZ"}}) {
+        telescope.reset();
+        other.reset();
+        driver.reset();
+        Connect("VKC4-P02-08");
+        for (const char* query : silent) {
+            mount->Add(std::make_unique<DropsReply>(query));
+        }
+        machine.AdvanceTime(45'000);
+        for (int i = 0; i < 400; ++i) {
+            machine.AdvanceTime(100);
+            ASSERT_EQ(ErrorOf([&] { telescope->RightAscension(); }), 0U) << silent[1] << " " << silent[2];
+        }
+    }
+}
+
 /// Twenty clients that ask on a dead line, each again a moment after its answer.
 class BusyLineTest : public SlowLineTest {
 protected:

@@ -86,6 +86,20 @@ TEST_P(UnseenGotoTest, RefusedGoto_IsNoMotion_AlsoWhenOneReadingIsWrong) {
     }
 }
 
+TEST_P(UnseenGotoTest, GotoWithAGarbledAnswer_AfterAnEarlierOneThatWasRefused_IsWatchedToo) {
+    for (const std::int64_t between : {12'000, 20'000}) {
+        SCOPED_TRACE(between);
+        Prepare(40.0);
+        Slew(nullptr, 5.5);
+        ASSERT_TRUE(Logged("The mount refused the slew: reply 2"));
+        machine.AdvanceTime(between);
+        mount->Add(std::make_unique<AnswersWith>("MS", "2"));
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() + 1.0), 40.0);
+        EXPECT_GT(TimesSlewing(5'000), 0);
+        EndTheDriver();
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Roads, UnseenGotoTest, testing::Values("S", "D"));
 
 }  // namespace

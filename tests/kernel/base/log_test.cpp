@@ -266,6 +266,29 @@ TEST_F(LogTest, ATroubleOfTheTimeWithoutALog_StandsAfterTheHeadOfTheNextWithItsO
     EXPECT_EQ(ContentOf(log.FileName()).find("Settings"), std::string::npos) << "once";
 }
 
+TEST_F(LogTest, ATroubleOfTheTimeWithoutALog_StandsAfterTheHeadAlsoWhenAFactOfItLogs) {
+    int announced = 0;
+    log.SetListener([&](std::string_view origin, int, std::string_view) { announced += origin == "Settings" ? 1 : 0; });
+    LogFileFacts facts{{},
+                       [this] {
+                           log.LogMessage("ReadIniValue", LogLevel::Info, "Controller");
+                           return std::string("4");
+                       },
+                       {},
+                       {},
+                       {},
+                       [this] { return folder.Path(); }};
+    log.SetFacts(facts);
+    state.g_bDebugLog = false;
+    log.LogTrouble("Settings", LogLevel::Error, "the disk is full");
+    state.g_bDebugLog = true;
+    log.OpenLog();
+    const std::string content = ContentOf(log.FileName());
+    EXPECT_LT(content.find("# Controller:"), content.find("the disk is full")) << content;
+    EXPECT_TRUE(content.ends_with(": the disk is full\n")) << content;
+    EXPECT_EQ(announced, 1);
+}
+
 TEST_F(LogTest, ATrouble_ReachesTheFileDuringAPauseToo) {
     log.OpenLog();
     state.g_bLogPaused = true;
