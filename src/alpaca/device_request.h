@@ -18,8 +18,8 @@ struct DeviceRequest {
     ClientKey key;
     std::uint32_t clientTransaction = 0;  ///< 0: none
     Arguments arguments;
-    std::string
-        putIdentity;  ///< equal for repeats of a PUT; empty when a repeat cannot be recognised, or must run again
+    /// Equal for repeats of a PUT; empty when a repeat cannot be recognised, or must run again.
+    std::string putIdentity;
 };
 
 /// A request that does not reach the driver; the message is the line for its client.

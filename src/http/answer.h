@@ -11,8 +11,8 @@ struct Answer {
     int status = 200;
     std::string_view contentType;  ///< of static storage
     std::string body;
-    /// From this answer on the connection stays open, however long it is silent: a client depends on it. Others may be
-    /// closed when they are idle, or to make room.
+    /// From this answer on the connection stays open, however long it is silent: a client depends on it. Only a
+    /// full table may close it while it is idle. Others may be closed whenever they are idle.
     bool keepsConnection = false;
 };
 

@@ -12,8 +12,9 @@ struct ReceivedCharacter {
     bool afterAnother = false;  ///< other bytes stood before it: it may belong to an earlier exchange
 };
 
-/// The way to the mount, over any transport. Text is passed byte for byte. Logic thread only; nothing here pumps.
-/// Unless stated otherwise no member raises: a closed or dead line reads as empty text.
+/// The way to the mount, over any transport. Texts are UTF-8; on a serial line each character up to 0xFF is one byte,
+/// and any other goes out as "?". Logic thread only; nothing here pumps. Unless stated otherwise no member raises: a
+/// closed or dead line reads as empty text.
 class MountLink {
 public:
     virtual ~MountLink() = default;

@@ -122,8 +122,8 @@ private:
 
 /// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but
 /// stops runs inside. What a procedure of the driver tells a mount goes this way, so that no exchange can forget the
-/// door. Apart from it stand the check of a port, which ends the mount's input over a link of its own, and the texts
-/// that clients and `KsMount` hand over.
+/// door. Apart from it stand the lone "#" with which the check of a port ends the mount's input, and the texts that
+/// clients and `KsMount` hand over.
 ///
 /// A procedure may be part of another. One that begins inside a procedure which a stop ends looks for a stop first, and
 /// does not begin after one, also when its own doors are closed. No step of a procedure that a stop ends may pump.

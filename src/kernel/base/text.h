@@ -14,7 +14,8 @@ constexpr std::string_view ZeroOrOne(bool value) {
     return value ? "1" : "0";
 }
 
-/// Up to 15 significant digits, a point, no trailing zeros: 12.5 is "12.5", 3 is "3", 1e-7 is "1E-07".
+/// Up to 15 significant digits, a point, no trailing zeros: 12.5 is "12.5", 3 is "3", 1e-7 is "0.0000001". An exponent
+/// only below 1e-15 and from 1e15 on.
 std::string PlainNumber(double value);
 
 /// To an integer, halves to the even neighbour, as all conversions of the driver round. A value that does not fit into
