@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 #include "catalogue/wire_commands.h"
@@ -17,6 +18,21 @@ inline bool StopsAllMotion(std::string_view onTheWire) {
 
 inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
+}
+
+/// Whether a text gives an axis a custom rate other than 0.
+inline bool ChoosesCustomRate(std::string_view onTheWire) {
+    const auto chooses = [&](const CharacterCommand& row) {
+        const std::string head = ":" + std::string(row.text);
+        for (std::size_t at = onTheWire.find(head); at != std::string_view::npos; at = onTheWire.find(head, at + 1)) {
+            const std::string_view rate = onTheWire.substr(at + head.size());
+            if (rate.substr(0, rate.find('#')).find_first_of("123456789") != std::string_view::npos) {
+                return true;
+            }
+        }
+        return false;
+    };
+    return chooses(CustomRaRate) || chooses(CustomDecRate);
 }
 
 enum class EndlessMove { Untouched, Begins, Ends };

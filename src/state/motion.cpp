@@ -97,10 +97,12 @@ void Motion::SecondLegBarred() {
 
 void Motion::SecondLegWatchedByDistance() {
     state_.g_bSlewing = true;
+    state_.g_bOwnSlew = true;
 }
 
 void Motion::SecondLegWatchedByStatus() {
     state_.g_bMountSlewing = true;
+    state_.g_bOwnSlew = true;
 }
 
 void Motion::SupervisionBegins() {

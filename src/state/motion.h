@@ -43,8 +43,8 @@ namespace kestrane {
 //   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =  =
-//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
+//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
 //   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =  =

@@ -66,7 +66,8 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers, 
 /// Computed values count as answers elsewhere, and hide no silence here.
 void MountQueries::NoteUnanswered(SilenceIs silence) {
     silent_ = true;
-    if (silence == SilenceIs::News && unanswered_ < kLostAfter && ++unanswered_ == kLostAfter) {
+    const bool knownAsLost = state_.g_nNoResponse >= kLostAfter;
+    if (silence == SilenceIs::News && unanswered_ < kLostAfter && ++unanswered_ == kLostAfter && !knownAsLost) {
         ++state_.g_nLinkLosses;
     }
 }
@@ -363,6 +364,9 @@ void MountQueries::NoteNoResponse() {
         ++state_.g_nNoResponse;
     }
     ++state_.g_nSilences;
+    if (state_.g_nNoResponse == kLostAfter && unanswered_ < kLostAfter) {
+        ++state_.g_nLinkLosses;  // refused replies between the silences do not help: the driver does not know the position
+    }
     if (state_.g_nNoResponse >= kLostAfter) {
         state_.g_bLostComms = true;
         BlankPosition();

@@ -30,7 +30,7 @@ bool MountQueries::SideIsToldByMount() const {
 
 double MountQueries::PlanLst(double longitude) {
     const bool isComputed = needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery;
-    return lstKnown_ || isComputed ? GetLst() : LocalSiderealTime(longitude, needs_.astronomy);
+    return lstKnown_ && !isComputed ? GetLst() : LocalSiderealTime(longitude, needs_.astronomy);
 }
 
 std::int16_t MountQueries::PlanSide(double hourAngle) {

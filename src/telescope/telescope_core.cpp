@@ -83,6 +83,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
         needs_.motion.GotoSent();
         state_.g_tickLastGoto = driver_.clock.GetTickCount();
     }
+    if (wire::ChoosesCustomRate(text)) {
+        needs_.axisMotions.CustomRateChosen();
+    }
     switch (wire::EndlessMoveAfter(text)) {
         case wire::EndlessMove::Begins:
             needs_.motion.MoveSent();
@@ -102,6 +105,9 @@ std::string_view TelescopeCore::WhatMoves() const {
     if (needs_.axisMotions.AnyRuns() || state_.g_bAxisMotionBegun) {
         return "an axis runs";
     }
+    if (needs_.axisMotions.EndIsInDoubt() && state_.g_bGosActive) {
+        return "the mount has not reported that an axis has stopped";
+    }
     const bool guiding =
         state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
     return guiding ? "a guide pulse runs" : std::string_view{};
@@ -110,6 +116,9 @@ std::string_view TelescopeCore::WhatMoves() const {
 std::string_view TelescopeCore::WhyMountMayMove() const {
     if (const std::string_view moves = WhatMoves(); !moves.empty()) {
         return moves;
+    }
+    if (state_.g_bMoveSent) {
+        return "a move without an end was sent";
     }
     const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickMotionStopped;
     const bool justStopped = state_.g_bMotionStopped && elapsed >= 0 && elapsed < kUntilStandingMs;

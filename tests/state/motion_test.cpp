@@ -175,8 +175,8 @@ constexpr Row kRows[] = {
     {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
     {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
     {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = 1 = = = = =", Do<&Motion::SecondLegBarred>},
-    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByDistance>},
-    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegWatchedByStatus>},
+    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByDistance>},
+    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByStatus>},
     {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
     {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
     {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h = =", Do<&Motion::MountReportsSlewing>},
@@ -329,9 +329,6 @@ protected:
         motion.StopSent();
         motion.NewSlewBegins(permit);
         motion.SlewEnds();
-        if (!wish[O]) {
-            motion.SlewCompleteTaken();
-        }
         motion.DistanceStayed(true);
         motion.DistanceStayed(true);
         if (wish[AK]) {
@@ -358,6 +355,9 @@ protected:
         }
         if (wish[M]) {
             motion.SecondLegWatchedByStatus();
+        }
+        if (!wish[O]) {
+            motion.SlewCompleteTaken();
         }
         if (wish[Gs]) {
             motion.GotoSent();

@@ -33,6 +33,7 @@ public:
     void ClearRates();
     void PutBackTracking();
     void EndByTracking(bool tracked);
+    void NoteDoubtedEnd(bool tracked, std::uint32_t trackingChoices);
     bool StillRuns(std::int32_t axis) const;
     void StopSecondaryAxis();
 };
@@ -77,18 +78,23 @@ void AxisMotions::EndAll() {
     }
 }
 
-bool AxisMotions::EndWasLost(bool isCustomRate, Tick askedAt, std::uint32_t slewsTaken) {
-    if (!doubtedEnd_ || AnyRuns() || askedAt - doubtedEnd_->sentAt < 0) {
-        return false;
+std::optional<bool> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
+    const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
+                       state.g_bGotoSent || state.g_bMoveSent;
+    if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < 0) {
+        return std::nullopt;
     }
-    const bool lost =
-        isCustomRate && doubtedEnd_->slewsTaken == slewsTaken && doubtedEnd_->repeats < kMostRepeatsOfAnEnd;
-    if (!lost) {
+    DoubtedEnd& end = *doubtedEnd_;
+    if (!isCustomRate || end.slewsTaken != state.g_nSlewsTaken || end.repeats == kMostRepeatsOfAnEnd) {
         doubtedEnd_.reset();
-        return false;
+        return std::nullopt;
     }
-    ++doubtedEnd_->repeats;
-    return true;
+    if (static_cast<std::int32_t>(state.g_nTrackingChoices - end.trackingChoices) > 0) {
+        end.tracked = state.g_bTracking;  // somebody has chosen it since
+    }
+    ++end.repeats;
+    end.trackingChoices = state.g_nTrackingChoices + 1;  // the repeat is one too
+    return end.tracked;
 }
 
 void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
@@ -120,8 +126,8 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     }
     if (axis == mount_axis::Primary) {
         steps.MovePrimaryAxis(degreesPerSecond);
-    } else {
-        steps.MoveSecondaryAxis(degreesPerSecond);
+    } else if (!steps.MoveSecondaryAxis(degreesPerSecond) && degreesPerSecond == 0.0) {
+        steps.NoteDoubtedEnd(state_.g_bTracking, state_.g_nTrackingChoices);
     }
     steps.ForgetEndedMotion();
 }
@@ -221,8 +227,15 @@ void AxisSteps::PutBackTracking() {
 }
 
 void AxisSteps::EndByTracking(bool tracked) {
+    NoteDoubtedEnd(tracked, state_.g_nTrackingChoices + 1);
     telescope_.Tracking(tracked);
-    needs_.axisMotions.EndIsDoubted(driver_.clock.GetTickCount(), state_.g_nSlewsTaken);
+}
+
+void AxisSteps::NoteDoubtedEnd(bool tracked, std::uint32_t trackingChoices) {
+    needs_.axisMotions.EndIsDoubted({.sentAt = driver_.clock.GetTickCount(),
+                                     .tracked = tracked,
+                                     .trackingChoices = trackingChoices,
+                                     .slewsTaken = state_.g_nSlewsTaken});
 }
 
 /// Stops these axes; returns the motion that the mount did not hear end.

@@ -9,6 +9,7 @@
 
 #include "catalogue/vocabulary.h"
 #include "platform/clock.h"
+#include "state/driver_state.h"
 
 namespace kestrane {
 
@@ -66,21 +67,24 @@ public:
     /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();
 
-    /// What ends the motion of a primary axis has just gone out. It has no reply, so it is doubted until the mount
-    /// reports another rate than a custom one, or until somebody chooses a custom rate or the mount accepts a slew.
-    void EndIsDoubted(Tick now, std::uint32_t slewsTaken) { doubtedEnd_ = DoubtedEnd{now, slewsTaken}; }
-    void CustomRateChosen() { doubtedEnd_.reset(); }
-    /// The mount's status text, asked for at `askedAt`, reports a rate. Returns whether the end of a motion has to be
-    /// sent again; that is five times at most.
-    bool EndWasLost(bool isCustomRate, Tick askedAt, std::uint32_t slewsTaken);
-
-private:
+    /// What ends the motion of an axis goes out, and nobody hears whether the mount takes it. The end is in doubt until
+    /// the mount reports another rate than a custom one, or until somebody chooses a custom rate or the mount accepts a
+    /// slew.
     struct DoubtedEnd {
         Tick sentAt;
+        bool tracked = false;               ///< whether the mount is to track then
+        std::uint32_t trackingChoices = 0;  ///< `g_nTrackingChoices` once the end has gone out
         std::uint32_t slewsTaken = 0;
         int repeats = 0;
     };
+    void EndIsDoubted(const DoubtedEnd& end) { doubtedEnd_ = end; }
+    bool EndIsInDoubt() const { return doubtedEnd_.has_value(); }
+    void CustomRateChosen() { doubtedEnd_.reset(); }
+    /// The mount's status text has come and reports a custom rate, or another. When the end of a motion has to go out
+    /// again, returns whether the mount is to track then. That is five times at most, and never during another motion.
+    std::optional<bool> LostEnd(bool isCustomRate, const DriverState& state);
 
+private:
     std::vector<Telescope*> objects_;
     std::optional<DoubtedEnd> doubtedEnd_;
 };

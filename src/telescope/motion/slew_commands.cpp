@@ -12,6 +12,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kSettleUnitMs = 1000;
+constexpr std::string_view kAccepted = "0";
 constexpr std::int16_t kNoTarget = 9;  ///< a result that the mount does not give
 
 /// 0 for a slew that the mount has accepted. Intentional: a reply that is no number counts as 0.
@@ -67,7 +68,8 @@ public:
     void ApplySlewRateOfSettings(Sequence& mount);
 
 private:
-    bool replyIsDoubtful_ = false;  ///< the reply to the slew command may belong to an earlier exchange
+    bool acceptanceHeard_ = false;  ///< the reply to the slew command was the one that accepts it
+    bool replyIsDoubtful_ = false;  ///< that reply may belong to an earlier exchange
 };
 
 }  // namespace
@@ -95,8 +97,11 @@ void SlewCommandSteps::NoteAccepted() {
     const Tick now = driver_.clock.GetTickCount();
     state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
     state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
-    state_.g_nSilencesAtGoto = state_.g_nSilences;
-    state_.g_nLinkLossesAtGoto = state_.g_nLinkLosses;
+    // A slew whose acceptance was not heard may never have begun. It counts as one that was lost from sight: its second
+    // leg follows only from where the first was to end.
+    const std::uint32_t unheard = acceptanceHeard_ ? 0 : 1;
+    state_.g_nSilencesAtGoto = state_.g_nSilences - unheard;
+    state_.g_nLinkLossesAtGoto = state_.g_nLinkLosses - unheard;
     if (replyIsDoubtful_ && state_.g_bSafeSlewPending) {
         // If the mount has refused this leg, it stands where the way to the target may lead past the counterweights.
         core_.BarSecondLeg("the answer to the first one is in doubt");
@@ -200,6 +205,7 @@ std::string SlewCommandSteps::SendSlew(Sequence& mount, std::string_view origin)
     ReceivedCharacter received;
     errors.Assign(received, [&] { return needs_.link ? needs_.link->ReceiveCharacter() : ReceivedCharacter{}; });
     driver_.log.LogMessage(origin, LogLevel::Info, "Sent 'MS', Response: " + received.reply);
+    acceptanceHeard_ = received.reply == kAccepted;
     replyIsDoubtful_ = received.afterAnother;
     return received.reply;
 }

@@ -64,6 +64,10 @@ void StopSteps::StopAxes(std::string_view origin) {
     needs_.motion.Stopped();
     SendStopPair();
     needs_.axisMotions.EndAll();
+    needs_.axisMotions.EndIsDoubted({.sentAt = driver_.clock.GetTickCount(),
+                                     .tracked = state_.g_bTracking,
+                                     .trackingChoices = state_.g_nTrackingChoices,
+                                     .slewsTaken = state_.g_nSlewsTaken});
 }
 
 void StopSteps::SendStopPair() {

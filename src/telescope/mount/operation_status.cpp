@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
@@ -100,7 +101,7 @@ public:
     void ParseParkState(char park);
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
-    void EndAxisMotionAgain();
+    void EndAxisMotionAgain(bool tracked);
     void ParseRates(char guide, char move, char slew);
     void ParsePem(char pem);
     void ParseFault(char fault);
@@ -180,8 +181,8 @@ void StatusSteps::ParseTracking(char tracking) {
         return;
     }
     const bool isCustom = row->displayedRate == displayed_rate::Custom;
-    if (needs_.axisMotions.EndWasLost(isCustom, state_.g_tickLastGos, state_.g_nSlewsTaken)) {
-        EndAxisMotionAgain();
+    if (const std::optional<bool> tracked = needs_.axisMotions.LostEnd(isCustom, state_)) {
+        EndAxisMotionAgain(*tracked);
         return;
     }
     state_.g_bTracking = row->tracking;
@@ -195,10 +196,10 @@ void StatusSteps::ParseTracking(char tracking) {
 }
 
 /// An axis that nobody runs any more would turn until somebody sees it.
-void StatusSteps::EndAxisMotionAgain() {
+void StatusSteps::EndAxisMotionAgain(bool tracked) {
     driver_.log.LogMessage("MoveAxis", LogLevel::Warning,
                            "The mount still runs at the rate of an axis that has ended: the end is sent again");
-    telescope_.Tracking(state_.g_bTracking);
+    telescope_.Tracking(tracked);
     state_.g_tickLastGos = driver_.clock.GetTickCount() + kLookedAtAgainMs - MountQueries::kSlowIntervalMs;
 }
 

@@ -526,6 +526,101 @@ TEST_F(AxisStopTest, EndThatTheMountNeverHears_IsSentAgainFiveTimes) {
     EXPECT_EQ(driver->state.g_nDisplayedRate, displayed_rate::Custom) << "what the mount reports is shown then";
 }
 
+TEST_F(AxisStopTest, EndOfTheSecondaryAxis_ThatTheMountHasNotHeard_IsSentAgain) {
+    ExpectSwallow("CommandBool");
+    telescope->MoveAxis(1, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(1, 0.0);
+    mount->SetLineDead(false);
+    ASSERT_GT(std::abs(mount->Picture().polarSpeed), 0.4);
+    machine.AdvanceTime(15'000);
+    ExpectAtRest();
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+}
+
+TEST_F(AxisStopTest, AbortOfAnAxis_ThatTheMountHasNotHeard_IsSentAgain) {
+    for (const std::int32_t axis : {0, 1}) {
+        log.clear();
+        telescope->MoveAxis(axis, 0.5);
+        mount->SetLineDead(true);
+        telescope->AbortSlew();
+        mount->SetLineDead(false);
+        machine.AdvanceTime(15'000);
+        ExpectAtRest();
+        EXPECT_EQ(TimesLogged(kEndSentAgain), 1) << axis;
+    }
+}
+
+TEST_F(AxisStopTest, RepeatOfAnEnd_RestoresTheTrackingThatItsMotionFound) {
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(10'000);  // the mount reports a custom rate, and that it tracks
+    EXPECT_FALSE(Logged(kEndSentAgain)) << "the other axis runs";
+    telescope->MoveAxis(1, 0.0);
+    machine.AdvanceTime(15'000);
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+    EXPECT_FALSE(telescope->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '9');
+}
+
+TEST_F(AxisStopTest, RepeatOfAnEnd_TakesTheTrackingThatSomebodyHasChosenSince) {
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    other->Tracking(true);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+    EXPECT_TRUE(telescope->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
+TEST_F(AxisStopTest, RepeatOfAnEnd_StopsNoGotoOfAClientsOwn) {
+    telescope->MoveAxis(0, 0.2);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    mount->SetLineDead(false);
+    const double ra = NormalizeHours(telescope->SiderealTime() - 3.0);
+    telescope->CommandBool(":Sr" + HoursToHMS(ra, ":", ":", "", 0) + "#", true);
+    telescope->CommandBool(":Sd+20*00:00#", true);
+    telescope->CommandBlind(":MS#", true);
+    while (mount->Picture().slewing) {
+        machine.AdvanceTime(250);
+        ASSERT_EQ(TimesLogged(kEndSentAgain), 0);
+    }
+    EXPECT_NEAR(mount->Picture().declination, 20.0, 0.5);
+    machine.AdvanceTime(20'000);
+    ExpectAtRest();
+}
+
+TEST_F(AxisStopTest, ClientsOwnCustomRate_IsNotTakenForALostEnd) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(0, 0.0);
+    telescope->CommandBool(":RR1.5#", true);
+    machine.AdvanceTime(20'000);
+    EXPECT_FALSE(Logged(kEndSentAgain));
+}
+
+TEST_F(AxisStopTest, NoCalibration_WhileTheEndOfAnAxisIsInDoubt) {
+    telescope->MoveAxis(0, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(3'500);
+    if (!Logged(kEndSentAgain)) {
+        telescope->CommandString("RAW,AutoCalibrateNSEW", true);
+        EXPECT_TRUE(Logged("No calibration now: the mount has not reported that an axis has stopped"));
+    }
+    machine.AdvanceTime(20'000);
+    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
+    EXPECT_TRUE(Logged("Autocalibration Successful!"));
+}
+
 TEST_F(AxisStopTest, CustomRateThatIsChosenAfterAnAxisMotion_Stays) {
     telescope->MoveAxis(0, 0.5);
     telescope->MoveAxis(0, 0.0);

@@ -60,6 +60,14 @@ TEST_F(CalibrationVerbTest, WhileAnAxisRuns_DoesNothing_NorRightAfterIt) {
     ExpectCalibration();
 }
 
+TEST_F(CalibrationVerbTest, DuringAMoveOfAClientsOwnText_DoesNothing) {
+    telescope->CommandBlind(":Mw#", true);
+    ExpectNoCalibration("a move without an end was sent");
+    telescope->CommandBlind(":Q#", true);
+    machine.AdvanceTime(3'000);
+    ExpectCalibration();
+}
+
 TEST_F(CalibrationVerbTest, DuringAGuidePulse_DoesNothing) {
     driver->motion.GuidePulseBegins(GuideDirection::West);
     ExpectNoCalibration("a guide pulse runs");

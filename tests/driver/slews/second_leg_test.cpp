@@ -143,6 +143,58 @@ TEST_P(SecondLegTest, MountThatStandsShortOfTheFirstLeg_AfterItWasLost_GetsNoSec
     ExpectEndInTheFirstLeg();
 }
 
+/// Nothing but silence and declinations that cannot be read.
+class AnswersWithRubbish final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (strikes && reply.name == "GD") {
+            reply.parts = {{0, "+9x#"}};
+        } else if (strikes) {
+            reply.parts.clear();
+        }
+    }
+    bool strikes = true;
+};
+
+TEST_P(SecondLegTest, RubbishBetweenTheSilences_HidesNoLossOfTheFirstLeg) {
+    ExpectLineFaults();
+    Prepare();
+    mount->Add(std::make_unique<Stalls>(5.0));
+    StartTwoLegs();
+    auto rubbish = std::make_unique<AnswersWithRubbish>();
+    bool& strikes = rubbish->strikes;
+    mount->Add(std::move(rubbish));
+    machine.AdvanceTime(40'000);
+    ASSERT_TRUE(driver->state.g_bLostComms);
+    strikes = false;
+    ExpectEndInTheFirstLeg();
+}
+
+TEST_P(SecondLegTest, FirstLegWhoseCommandWasLost_GetsNoSecondLeg) {
+    for (const char* answer : {"", "#"}) {
+        SCOPED_TRACE(answer);
+        log.clear();
+        ExpectSwallow("SendSlew");
+        Prepare();
+        mount->Add(std::make_unique<Stalls>(300.0));  // it does not begin to move
+        mount->Add(std::make_unique<AnswersWith>("MS", answer));
+        telescope->SlewToCoordinatesAsync(ra, 30.0);
+        ASSERT_TRUE(driver->state.g_bSafeSlewPending);
+        ExpectEndInTheFirstLeg();
+        EndTheDriver();
+    }
+}
+
+TEST_P(SecondLegTest, FirstLegWhoseAnswerWasLost_IsFollowedByTheSecond) {
+    ExpectSwallow("SendSlew");
+    Prepare();
+    mount->Add(std::make_unique<AnswersWith>("MS", ""));
+    telescope->SlewToCoordinatesAsync(ra, 30.0);
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_EQ(TimesSent("MS"), 2);
+    ExpectAt(ra, 30.0);
+}
+
 TEST_P(SecondLegTest, MountThatComesBackAtItsPowerOnPosition_GetsNoSecondLeg) {
     Prepare();
     StartTwoLegs();

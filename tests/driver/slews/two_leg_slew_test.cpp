@@ -295,8 +295,13 @@ TEST_P(TwoLegsTest, RefusedSecondLeg_EndsTheSlewWhereTheFirstHasEnded) {
         int gotos_ = 0;
     };
     mount->Add(std::make_unique<RefusesTheSecond>());
+    telescope->TrackingRate(tracking_rate::Lunar);
+    machine.AdvanceTime(10'000);
     telescope->SlewToCoordinatesAsync(ra, kDec);
     EXPECT_TRUE(WaitForEnd());
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(telescope->TrackingRate(), tracking_rate::Lunar);
+    EXPECT_EQ(mount->Picture().tracking, '0');
     EXPECT_EQ(TimesSent("MS"), 2);
     EXPECT_EQ(TimesLogged("The mount refused the slew: reply 2, below the minimum elevation"), 1);
     EXPECT_FALSE(driver->state.g_bSafeSlewPending);

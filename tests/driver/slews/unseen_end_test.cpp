@@ -2,6 +2,7 @@
 
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
+#include "simulator/misbehaviours.h"
 
 /// Stops while nothing is supervised, but a goto may still be under way: its end was not seen.
 namespace kestrane {
@@ -68,6 +69,15 @@ TEST_P(UnseenEndTest, GotoThatNobodyHeardForLong_IsStopped) {
     driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
     mount->SetLineDead(false);
     ExpectStop();
+}
+
+TEST_P(UnseenEndTest, GotoThatStoppedShortOfItsTarget_IsStopped_UnlessTheMountReportsThatItStands) {
+    Prepare();
+    mount->Add(std::make_unique<Stalls>(20.0));
+    telescope->SlewToAltAzAsync(90.0, 40.0);
+    machine.AdvanceTime(400'000);
+    ASSERT_FALSE(driver->state.g_bSlewing || driver->state.g_bTracking);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), GetParam() == "D" ? "Q Q" : "");
 }
 
 TEST_P(UnseenEndTest, HandBoxStop_AlwaysGoesOut) {
