@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <stdexcept>
-#include <vector>
 
 #include "alpaca/parameter_values.h"
 
@@ -72,16 +71,24 @@ bool ClientObjects::BeingCreated(const ClientKey& key) const {
     return slot != slots_.end() && slot->second.object == nullptr;
 }
 
+/// Nothing releases the object meanwhile.
+struct ClientObjects::InUse {
+    Slot& slot;
+    explicit InUse(Slot& used) : slot(used) { ++slot.calls; }
+    InUse(const InUse&) = delete;
+    InUse& operator=(const InUse&) = delete;
+    ~InUse() { --slot.calls; }
+};
+
 std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection,
                                 const std::function<std::string(ClientObject&)>& call, CallKind kind) {
-    struct InUse {
+    struct EndOfCall {
         ClientObjects& objects;
         Slots::iterator slot;
-        InUse(ClientObjects& all, Slots::iterator used) : objects(all), slot(used) { ++slot->second.calls; }
-        InUse(const InUse&) = delete;
-        InUse& operator=(const InUse&) = delete;
-        ~InUse() {
-            --slot->second.calls;
+        EndOfCall(ClientObjects& all, Slots::iterator used) : objects(all), slot(used) {}
+        EndOfCall(const EndOfCall&) = delete;
+        EndOfCall& operator=(const EndOfCall&) = delete;
+        ~EndOfCall() {
             slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
             slot->second.stopAgain.reset();
             Tick end;
@@ -94,9 +101,10 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
         }
     };
     NoteActivity();
-    const InUse use{*this, FindOrCreate(key, kind)};
+    const EndOfCall end{*this, FindOrCreate(key, kind)};
+    const InUse use{end.slot->second};
     ConnectionServes(key.client, connection);
-    return call(*use.slot->second.object);
+    return call(*end.slot->second.object);
 }
 
 /// Releases the object that is not connected and has been silent longest, if there is one.
@@ -186,13 +194,24 @@ bool ClientObjects::MotionEnd(const ClientKey& key, const Slot& slot, Tick& end)
 
 /// A telescope that turns with nobody to stop it runs into its pier.
 void ClientObjects::EndMotionsOfVanishedClients() {
-    for (auto& [key, slot] : slots_) {
+    // Stops get in between the exchanges, and with them new clients: the table may change.
+    for (const ClientKey& key : Keys()) {
+        const auto found = slots_.find(key);
         Tick end;
-        if (MotionEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0) {
-            slot.object->Device().EndMotions();
-            slot.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
+        if (found != slots_.end() && MotionEnd(key, found->second, end) && needs_.clock.GetTickCount() - end >= 0) {
+            const InUse use{found->second};
+            found->second.object->Device().EndMotions();
+            found->second.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
         }
     }
+}
+
+std::vector<ClientKey> ClientObjects::Keys() const {
+    std::vector<ClientKey> keys;
+    for (const auto& [key, slot] : slots_) {
+        keys.push_back(key);
+    }
+    return keys;
 }
 
 bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
@@ -248,11 +267,7 @@ void ClientObjects::OnTimer() {
 void ClientObjects::ReleaseWhatIsOver() {
     releasePosted_ = false;
     EndMotionsOfVanishedClients();
-    std::vector<ClientKey> keys;
-    for (const auto& [key, slot] : slots_) {
-        keys.push_back(key);
-    }
-    for (const ClientKey& key : keys) {
+    for (const ClientKey& key : Keys()) {
         // A release may pump, so each time the table is looked at again.
         const auto slot = slots_.find(key);
         if (slots_.size() > 1 && slot != slots_.end() && LeaseIsOver(key, slot->second)) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "alpaca/client_object.h"
 #include "alpaca/device_kind.h"
@@ -99,7 +100,7 @@ public:
 private:
     struct Slot {
         std::unique_ptr<ClientObject> object;  ///< null while being created
-        int calls = 0;                         ///< calls on the stack
+        int calls = 0;                         ///< calls on the stack, and stops of its motions
         Tick lastUse;                          ///< end of the last call
         Tick lastSign;                         ///< the same, or the last closing of a connection of its client
         std::optional<Tick> stopAgain;         ///< when a motion that could not be ended is to be ended again
@@ -108,6 +109,7 @@ private:
         std::set<http::ConnectionId> connections;  ///< open ones that carried a request of the client
     };
     using Slots = std::map<ClientKey, Slot>;
+    struct InUse;
 
     Slots::iterator FindOrCreate(const ClientKey& key, CallKind kind);
     void MakeRoom();
@@ -119,6 +121,7 @@ private:
     /// When a motion that the client has left running is to be ended; false when there is none.
     bool MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const;
     void EndMotionsOfVanishedClients();
+    std::vector<ClientKey> Keys() const;
     bool HasConnection(const ClientName& name) const;
     bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
     bool EverythingIsOver() const;

@@ -32,7 +32,9 @@ struct FakeGate {
 
 class ClientObjectsTest : public testing::TestWithParam<Tick> {
 protected:
-    ClientObjectsTest() : clock(GetParam()), pump(clock), devices(world) {
+    ClientObjectsTest() : clock(GetParam()), pump(clock), devices(world) { Begin({kIdle, kConnected}); }
+
+    void Begin(LeaseTimes leases) {
         RequestGate requestGate;
         requestGate.close = [this](std::function<void(bool)> done) {
             ++gate.asked;
@@ -43,8 +45,7 @@ protected:
             ++gate.opened;
             gate.shut = false;
         };
-        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; },
-                                           LeaseTimes{kIdle, kConnected}});
+        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; }, leases});
     }
 
     void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
@@ -408,6 +409,31 @@ TEST_P(ClientObjectsTest, AtTheirLimitWithAllConnected_TakeInWhoWantsToStopOnly)
         },
         CallKind::Stop);
     EXPECT_TRUE(stopped);
+}
+
+TEST_P(ClientObjectsTest, AtTheirLimit_AStopThatGetsInWhileAMotionIsEnded_LeavesTheMovingObjectAlone) {
+    Begin({100'000, kConnected});
+    objects->ConnectionOpened(1);
+    for (std::uint32_t id = 0; id + 1 < ClientObjects::kMostObjects; ++id) {
+        Connect({{"10.0.0.3", id}, DeviceKind::Telescope}, 1);
+    }
+    Call(kAnna, 2);  // not connected, over a connection that has closed
+    world.movesOn = true;
+    objects->ConnectionClosed(2);
+    int stops = 0;
+    world.onEndMotions = [&] {
+        objects->Call(
+            kBert, 1,
+            [&](ClientObject&) {
+                ++stops;
+                return std::string();
+            },
+            CallKind::Stop);
+        EXPECT_EQ(world.diary.Count("-telescope"), 0);
+    };
+    pump.AdvanceTime(99'000);
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(world.diary.Count("-telescope"), 0);
 }
 
 TEST(LeaseTimes, ComeFromTheEnvironmentInSecondsAndKeepTheirDefaultsOtherwise) {
