@@ -131,6 +131,30 @@ TEST_F(SlewPlanFaultTest, SiderealTimeThatIsNeverTold_IsComputedForThePlan) {
     EXPECT_FALSE(driver->queries.LstKnown()) << "for the plan alone";
 }
 
+/// The mount has told neither, and the site of the settings is far from where it would stand without one.
+TEST_F(SlewPlanFaultTest, LongitudeThatWasNeverTold_IsTheSitesInThePlan) {
+    BuildMount("S");
+    ExpectSwallow("CommandString");
+    mount->Add(std::make_unique<DropsReply>("GS"));
+    mount->Add(std::make_unique<DropsReply>("Gg"));
+    Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
+    Seed({{"Longitude", "W 75 00 00"}});
+    telescope = ConnectedTelescope();
+    ASSERT_FALSE(driver->queries.LstKnown());
+    ASSERT_FALSE(driver->state.g_bLongitudeRead);
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->state.g_bTracking = true;
+    standing = &Stand();
+    const double lst = LocalSiderealTime(-75.0, machine.astronomy);
+    const double ra = NormalizeHours(lst + 2.0);
+    standing->Stand(HoursToHMS(ra, ":", ":", "", 1), "+45*00:00.0", "", "East");
+    standing->replies["GS"] = "";
+    const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(NormalizeHours(ra + 0.25), 20.0); });
+    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+    EXPECT_NEAR(NormalizeHourAngle(driver->state.g_dFirstLegRa - (lst - 0.5)), 0.0, 0.01) << sent;
+    EXPECT_FALSE(driver->state.g_bLongitudeRead) << "for the plan alone";
+}
+
 TEST_F(SlewPlanFaultTest, PositionThatIsNotTold_IsTheLastOneThatWas) {
     ExpectSwallow("CommandString");
     Prepare();
