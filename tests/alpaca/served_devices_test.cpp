@@ -124,9 +124,9 @@ TEST_F(ServedDevicesTest, AxisWhoseStopTheMountDoesNotHear_MovesOn_UntilAStopIsH
         ExpectSwallow(procedure);
     }
     const ClientObject other = Make(DeviceKind::Telescope);
-    for (const auto& [axis, computed] : {std::pair{0, "0"}, {1, "0"}, {0, "1"}, {1, "1"}}) {
-        SCOPED_TRACE(std::to_string(axis) + " " + computed);
-        driver->persist.Write(setting::chkCalcAzAlt, computed);
+    for (const auto& [axis, computed] : {std::pair{0, false}, {1, false}, {0, true}, {1, true}}) {
+        SCOPED_TRACE(std::to_string(axis) + (computed ? ", computed" : ", asked for"));
+        driver->handBox.chkCalcAzAlt.Checked(computed);
         ClientObject telescope = Make(DeviceKind::Telescope);
         Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
         machine.AdvanceTime(10'000);
