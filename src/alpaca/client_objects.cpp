@@ -107,12 +107,16 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
     return call(*end.slot->second.object);
 }
 
-/// Releases the object that is not connected and has been silent longest, if there is one.
+/// Whether nobody misses the object: it is not connected and leaves nothing moving.
+bool ClientObjects::MayGo(const Slot& slot) {
+    return slot.object && slot.calls == 0 && !slot.object->IsConnected() && !slot.object->Device().MovesOn();
+}
+
+/// Releases the object that may go and has been silent longest, if there is one.
 void ClientObjects::MakeRoom() {
     auto longest = slots_.end();
     for (auto slot = slots_.begin(); slot != slots_.end(); ++slot) {
-        const bool idle = slot->second.object && slot->second.calls == 0 && !slot->second.object->IsConnected();
-        if (idle && (longest == slots_.end() || slot->second.lastUse - longest->second.lastUse < 0)) {
+        if (MayGo(slot->second) && (longest == slots_.end() || slot->second.lastUse - longest->second.lastUse < 0)) {
             longest = slot;
         }
     }
@@ -168,14 +172,17 @@ bool ClientObjects::LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) 
     if (slot.object == nullptr || slot.calls > 0) {
         return false;
     }
-    if (!slot.object->IsConnected()) {
-        end = slot.lastUse + needs_.leases.idle;
-        return true;
-    }
-    if (HasConnection(key.client)) {
+    const bool connected = slot.object->IsConnected();
+    if (connected && HasConnection(key.client)) {
         return false;
     }
-    end = slot.lastSign + needs_.leases.connected;
+    if (connected) {
+        end = slot.lastSign + needs_.leases.connected;
+    } else if (slot.object->Device().MovesOn()) {  // the object is all that knows of the motion
+        end = slot.lastUse + std::max(needs_.leases.idle, needs_.leases.connected);
+    } else {
+        end = slot.lastUse + needs_.leases.idle;
+    }
     return true;
 }
 
@@ -185,10 +192,17 @@ bool ClientObjects::HasConnection(const ClientName& name) const {
 }
 
 bool ClientObjects::MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const {
-    if (slot.object == nullptr || slot.calls > 0 || HasConnection(key.client) || !slot.object->Device().MovesOn()) {
+    if (slot.object == nullptr || slot.calls > 0 || !slot.object->Device().MovesOn()) {
         return false;
     }
-    end = slot.stopAgain.value_or(slot.lastSign + kMotionWithoutClient);
+    const bool connected = slot.object->IsConnected();
+    const bool gone = !HasConnection(key.client);
+    if (connected && !gone) {
+        return false;
+    }
+    const Tick vanished = slot.lastSign + kMotionWithoutClient;
+    const Tick idle = slot.lastUse + needs_.leases.idle;
+    end = slot.stopAgain.value_or(connected || (gone && vanished - idle < 0) ? vanished : idle);
     return true;
 }
 

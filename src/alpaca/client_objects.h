@@ -35,7 +35,9 @@ struct ClientKey {
 
 /// How long an object lives after its client has gone, in milliseconds (up to 24 days).
 struct LeaseTimes {
-    std::int32_t idle = 10'000;          ///< not connected: after its last request
+    /// Not connected: after its last request. One whose motion the mount has not heard end stays as long as `connected`
+    /// after that: with the object nobody would know of the motion.
+    std::int32_t idle = 10'000;
     std::int32_t connected = 3'600'000;  ///< connected: after the last TCP connection of its client closed
 };
 
@@ -68,7 +70,8 @@ public:
     /// More objects than any real clients need together. A further client takes the place of the one that is not
     /// connected and has been silent longest; when all are connected, it is refused by `std::runtime_error`.
     static constexpr std::size_t kMostObjects = 1000;
-    /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds.
+    /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds, that
+    /// of an object that is not connected at the end of its idle lease.
     static constexpr std::int32_t kMotionWithoutClient = 60'000;
     /// When the mount did not hear that, it is tried again so much later, in milliseconds.
     static constexpr std::int32_t kMotionStopAgain = 10'000;
@@ -112,6 +115,7 @@ private:
     struct InUse;
 
     Slots::iterator FindOrCreate(const ClientKey& key, CallKind kind);
+    static bool MayGo(const Slot& slot);
     void MakeRoom();
     void ForgetClientWithoutUse(const ClientName& name);
     bool HasAnyObject(const ClientName& name) const;

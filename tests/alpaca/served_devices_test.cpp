@@ -170,6 +170,35 @@ TEST_F(ServedDevicesTest, AxisOfAClientThatVanished_IsStoppedAMinuteAfterItsLast
     EXPECT_TRUE(LoggedAs("MoveAxis", 1, "The client has gone: its axes are stopped"));
 }
 
+TEST_F(ServedDevicesTest, AxisOfAClientThatDisconnectedOnADeadLine_IsStoppedWhenTheMountHearsAgain) {
+    ExpectSwallow("*");
+    DriverDevices devices(*driver);
+    const ClientObject other = Make(DeviceKind::Telescope);
+    ClientObjects objects(ClientObjectsNeeds{
+        machine.pump, machine.clock, devices, {[](const std::function<void(bool)>&) {}, [] {}}, [] {}, LeaseTimes{}});
+    const auto call = [&](std::uint32_t client, std::string_view member, std::vector<Argument> arguments) {
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            objects.Call({{"10.0.0.1", client}, DeviceKind::Telescope}, 1, [&](ClientObject& object) {
+                return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
+            });
+        });
+    };
+    call(2, "connected", {true});
+    call(1, "connected", {true});
+    machine.AdvanceTime(10'000);
+    call(1, "moveaxis", {1, 0.25});
+    mount->SetLineDead(true);
+    call(1, "connected", {false});
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(objects.Count(), 2U);
+    EXPECT_TRUE(driver->axisMotions.AnyRuns());
+    mount->SetLineDead(false);
+    machine.AdvanceTime(20'000);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_FALSE(driver->axisMotions.AnyRuns());
+    EXPECT_EQ(objects.Count(), 1U);
+}
+
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
     for (const DeviceKind kind : {DeviceKind::Telescope, DeviceKind::Focuser}) {
         ClientObject object = Make(kind);
