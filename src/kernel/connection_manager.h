@@ -141,7 +141,7 @@ private:
     }
 
     // port_checks.cpp
-    bool LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened);
+    bool LookForMount(std::int16_t port, std::int32_t timeoutMs, std::string& version, bool& opened);
     bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
     bool OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                 const std::function<bool(MountLink&, bool openedHere)>& work);

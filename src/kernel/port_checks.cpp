@@ -70,7 +70,7 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
 }
 
 /// `opened` is whether the port could be opened, or was open.
-bool ConnectionManager::LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened) {
+bool ConnectionManager::LookForMount(std::int16_t port, std::int32_t timeoutMs, std::string& version, bool& opened) {
     driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
     version.clear();
     return OnLink(
@@ -93,8 +93,7 @@ bool ConnectionManager::CheckMount(std::string& versionOrReason) {
     const std::string portText = driver_.persist.Read(setting::Port);
     std::int16_t port = 0;
     TryParseInteger(portText.substr(std::min<std::size_t>(3, portText.size())), port);  // after "COM"
-    std::int16_t timeout = 0;
-    TryParseInteger(driver_.persist.Read(setting::Timeout), timeout);
+    const std::int32_t timeout = ReadTimeout();
     const Tick start = driver_.clock.GetTickCount();
     bool opened = false;
     const bool found = LookForMount(port, timeout, versionOrReason, opened);

@@ -45,6 +45,21 @@ TEST_F(PortChecksTest, ACheckWithALongTimeout_Works_AndTheLimitStaysRight) {
     EXPECT_TRUE(telescope->Connected());
 }
 
+TEST_F(PortChecksTest, ACheck_TakesTheTimeoutAsAConnectDoes) {
+    struct Row {
+        const char* setting;
+        std::int32_t limit;
+    };
+    Start();
+    for (const Row& row : {Row{"700", 700}, Row{"40000", 40'000}, Row{"60001", 60'000}, Row{"1e9", 500}, Row{"0", 500},
+                           Row{"-3", 500}, Row{"soon", 500}, Row{"250.4", 250}}) {
+        driver->persist.Write(setting::Timeout, row.setting);
+        std::string version;
+        EXPECT_TRUE(driver->connections.CheckMount(version)) << row.setting;
+        EXPECT_EQ(driver->link->ReceiveTimeoutMS(), row.limit) << row.setting;
+    }
+}
+
 TEST_F(PortChecksTest, SiteWrite_OnAnOpenLink_LeavesItsLimit) {
     const TelescopeObject telescope = ConnectedTelescope();
     EXPECT_TRUE(WriteSite(0));
