@@ -125,6 +125,9 @@ void classSerial::OpenSerialObject() {
 /// Adapters get their numbers at the start; one that was plugged in later gets it here. Whether the port is there now.
 bool classSerial::NumbersThisPort() {
     const SerialPortList list = needs_.ports.ListPorts();
+    for (const SerialPortEntry& entry : list.numberedNow) {
+        needs_.log.LogMessage("Serial", LogLevel::Warning, entry.name + " is " + entry.device + " from now on");
+    }
     return std::ranges::any_of(list.ports,
                                [&](const SerialPortEntry& entry) { return entry.number == port_ && entry.present; });
 }

@@ -46,6 +46,8 @@ struct SerialPortEntry {
 
 struct SerialPortList {
     std::vector<SerialPortEntry> ports;  ///< by number, each number once
+    /// Those of them that had no number before this listing.
+    std::vector<SerialPortEntry> numberedNow;
     /// What could not be read or numbered, one sentence each for a person to read. Empty when all went well.
     std::vector<std::string> troubles;
 };

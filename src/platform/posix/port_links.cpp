@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -70,6 +71,10 @@ PortLinks::PortLinks(fs::path linkFolder, fs::path deviceFolder)
 SerialPortList PortLinks::List() {
     SerialPortList list;
     std::vector<Link> links = ReadLinks(list);
+    std::set<std::int32_t> known;
+    for (const Link& link : links) {
+        known.insert(link.entry.number);
+    }
     if (list.troubles.empty()) {  // who cannot see the links cannot know which devices have none
         for (const fs::path& device : Devices(list)) {
             const bool named =
@@ -82,6 +87,9 @@ SerialPortList PortLinks::List() {
         }
     }
     for (Link& link : links) {
+        if (!known.contains(link.entry.number)) {
+            list.numberedNow.push_back(link.entry);
+        }
         list.ports.push_back(std::move(link.entry));
     }
     return list;
