@@ -120,6 +120,7 @@ private:
     PassResult TryOnce(Opening& opening);
     void ChooseCompanionPort(Opening& opening);
     bool SetUpLink(Opening& opening);
+    std::int16_t PortOfSettings();
     std::int32_t ReadTimeout();
     std::int16_t ReadRetries();
     bool ProbeMount();

@@ -6,6 +6,7 @@
 
 #include "kernel/base/text.h"
 #include "link/companion_wrap.h"
+#include "platform/port_names.h"
 #include "settings/setting_keys.h"
 
 namespace kestrane {
@@ -289,7 +290,7 @@ void classSerial::NoteDevice() {
         return;
     }
     deviceGone_ = !deviceGone_;
-    std::string name = "COM" + std::to_string(port_);
+    std::string name = PortName(port_);
     if (const std::string device = device_->DeviceName(); !device.empty()) {
         name += " (" + device + ")";
     }
