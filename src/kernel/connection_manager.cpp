@@ -110,7 +110,7 @@ bool ConnectionManager::FindMount(Opening& opening) {
         opening.quay = driver_.persist.ReadFlag(setting::chkQUAY);
         opening.quayRest = driver_.persist.ReadFlag(setting::chkQuayRestApi);
     }
-    state_.g_dConnectTimeout = Val_Global(driver_.persist.Read(setting::txtConnectTimeout), driver_.log);
+    state_.g_dConnectTimeout = driver_.persist.ReadNumber(setting::txtConnectTimeout);
     opening.start = driver_.clock.GetTickCount();
     opening.elevated = IsAdmin(needs_.systemInfo);
     PassResult result = PassResult::NextPass;

@@ -19,8 +19,8 @@ double NumberOr(const std::string& text, double whenEmpty, Log& log) {
 }
 
 /// The stored number of a model; run-time error 6 when it does not fit.
-std::int16_t ModelNumber(const std::string& text, Log& log) {
-    const std::int32_t number = RoundHalfEven(Val_Global(text, log));
+std::int16_t ModelNumber(double stored) {
+    const std::int32_t number = RoundHalfEven(stored);
     if (number != static_cast<std::int16_t>(number)) {
         throw RunTimeError(RunTimeError::kOverflow, "Overflow");
     }
@@ -68,15 +68,14 @@ void ConnectionSteps::InitializeFirstObject() {
     if (!needs_.registration.RegisterTelescope()) {
         return;
     }
-    errors.Assign(needs_.mount.mountType, [&] {
-        return static_cast<Mount_Type>(ModelNumber(driver_.persist.Read(setting::MountType), driver_.log));
-    });
+    errors.Assign(needs_.mount.mountType,
+                  [&] { return static_cast<Mount_Type>(ModelNumber(driver_.persist.ReadNumber(setting::MountType))); });
     telescope_.CreateAxisRates();
     // Before the controller, which knows no rate type but one: what the mount told in an earlier run still holds.
     std::string rateType;
     errors.Assign(rateType, [&] { return driver_.persist.Read(setting::MountRateType); });
     errors.Step([&] {
-        const std::int16_t controller = ModelNumber(driver_.persist.Read(setting::Controller), driver_.log);
+        const std::int16_t controller = ModelNumber(driver_.persist.ReadNumber(setting::Controller));
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
     errors.Step([&] { telescope_.LoadControllerOption(); });
