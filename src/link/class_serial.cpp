@@ -6,6 +6,7 @@
 
 #include "kernel/base/text.h"
 #include "link/companion_wrap.h"
+#include "link/line_text.h"
 #include "platform/port_names.h"
 #include "settings/setting_keys.h"
 
@@ -16,43 +17,6 @@ constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
 constexpr int kMostAlarmsBeforeReply = 3;  // one of each letter
 constexpr std::string_view kMotionAccepted = "0";
-
-/// On the line a character is one byte; texts of the driver are UTF-8. Characters beyond 0xFF become "?"; bytes that
-/// are no UTF-8 go out as they are.
-std::string ToLine(std::string_view text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 1;
-        std::size_t follow = 1;
-        while (follow < length && i + follow < text.size() &&
-               (static_cast<unsigned char>(text[i + follow]) & 0xC0) == 0x80) {
-            ++follow;
-        }
-        if (length == 1 || follow < length) {
-            bytes += text[i++];
-            continue;
-        }
-        const int low = static_cast<unsigned char>(text[i + 1]) & 0x3F;
-        bytes += lead <= 0xC3 ? static_cast<char>((lead & 0x03) << 6 | low) : '?';
-        i += length;
-    }
-    return bytes;
-}
-
-std::string FromLine(std::string_view bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x80) {
-            text += byte;
-        } else {
-            text += static_cast<char>(0xC0 | code >> 6);
-            text += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-    return text;
-}
 
 /// Whether `text` ends with `terminator`, ignoring case. Raises run-time error 5 when the text is shorter.
 bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
