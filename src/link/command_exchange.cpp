@@ -205,9 +205,8 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
         needs_.noteSent(toCompanion ? ":" + command.text + "#" : text);  // the companion frames also what is raw
         DropInputIfOutOfStep(errors);
         if (toCompanion) {
-            return ThroughCompanion(
-                {command.text, WrapForCompanion(command.text, command.Raw(), driver_.state.g_nQuaySeq), origin},
-                errors);
+            const auto wrap = command.Raw() ? WrapRawForCompanion : WrapForCompanion;
+            return ThroughCompanion({command.text, wrap(command.text, driver_.state.g_nQuaySeq), origin}, errors);
         }
         EndLongReadLimit(errors);
         DropLateBytes(origin, errors);
