@@ -142,7 +142,7 @@ Driver::Driver(Platform platform)
                   handBox.chkEnableDebugLog.FireClick();
               },
           .connectFailure = [this] { return connections.ConnectFailure(); },
-          .checkMount = [this](std::string& versionOrReason) { return connections.CheckMount(versionOrReason); },
+          .checkMount = [this] { return connections.CheckMount(); },
       }),
       startup(StartupNeeds{
           .driver = essentials,

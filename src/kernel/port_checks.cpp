@@ -90,18 +90,19 @@ bool ConnectionManager::LookForMount(std::int16_t port, std::int32_t timeoutMs, 
         });
 }
 
-bool ConnectionManager::CheckMount(std::string& versionOrReason) {
+MountCheck ConnectionManager::CheckMount() {
     const std::int16_t port = PortOfSettings();
     const std::int32_t timeout = ReadTimeout();
     const Tick start = driver_.clock.GetTickCount();
     bool opened = false;
-    const bool found = LookForMount(port, timeout, versionOrReason, opened);
-    if (!found) {
-        versionOrReason = driver_.persist.ReadFlag(setting::chkIPAddress)
-                              ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
-                              : WhyNoMount(port, opened, start);
+    MountCheck check;
+    if (!LookForMount(port, timeout, check.version, opened)) {
+        check.version.clear();
+        check.whyNone = driver_.persist.ReadFlag(setting::chkIPAddress)
+                            ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
+                            : WhyNoMount(port, opened, start);
     }
-    return found;
+    return check;
 }
 
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
