@@ -131,6 +131,8 @@ public:
     /// The view must be detached before its end. Attaching announces nothing.
     void Attach(FormView& view);
     void Detach(FormView& view);
+    /// Whether anybody can see the window.
+    bool HasView() const { return !views_.empty(); }
 
 private:
     friend class Control;

@@ -3,6 +3,12 @@
 #include <array>
 
 #include "forms/frm_ask_abort_slew.h"
+#include "forms/frm_ask_and_warn_parked.h"
+#include "forms/frm_ask_custom_park_ok.h"
+#include "forms/frm_ask_park.h"
+#include "forms/frm_ask_swap_ewns.h"
+#include "forms/frm_ask_unpark.h"
+#include "forms/frm_ask_user_close_driver.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -17,7 +23,7 @@ namespace kestrane {
 /// thread only.
 class Windows {
 public:
-    explicit Windows(MessagePump& pump) : handBox(pump), statusWindow(pump) {}
+    explicit Windows(MessagePump& pump) : handBox(pump), statusWindow(pump), askPark(pump), askCustomParkOK(pump) {}
 
     frmHandBox handBox;
     frmStatus statusWindow;
@@ -27,19 +33,28 @@ public:
     frmSetupFocuser setupFocuser;
     frmRcalSyncWarning rcalSyncWarning;
     frmAskAbortSlew askAbortSlew;
+    frmAskUnpark askUnpark;
+    frmAskPark askPark;
+    frmAskSwapEWNS askSwapEWNS;
+    frmAskCustomParkOK askCustomParkOK;
+    frmAskAndWarnParked askAndWarnParked;
+    frmAskUserCloseDriver askUserCloseDriver;
 
     /// In the order in which they were made.
-    std::array<Form*, 8> All() {
-        return {&handBox,   &statusWindow, &logWindow,       &initialSetup,
-                &initMount, &setupFocuser, &rcalSyncWarning, &askAbortSlew};
+    std::array<Form*, 14> All() {
+        return {&handBox,      &statusWindow,    &logWindow,        &initialSetup,      &initMount,
+                &setupFocuser, &rcalSyncWarning, &askAbortSlew,     &askUnpark,         &askPark,
+                &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver};
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window, the initialisation of the mount and the question about a slew stay as they are and end with the process.
-    /// Nothing loads a window any more.
+    /// Questions for which somebody waits are unloaded too, which cancels them. Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::array<Form*, 5>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow}) {
+        for (Form* form :
+             std::array<Form*, 11>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &askUnpark,
+                                   &askPark, &askSwapEWNS, &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver}) {
             form->Unload();
         }
         for (Form* form : All()) {

@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/east_slew.h"
 
 namespace kestrane {
 
@@ -64,6 +65,16 @@ Driver::Driver(Platform platform)
           .telescope = [this] { return internalInstance_.get(); },
       }),
       rcalSyncWarning(rcalSyncWarningForm, log),
+      modal(waits, log),
+      questions(QuestionWindowsNeeds{
+          .modal = modal,
+          .persist = persist,
+          .log = log,
+          .windows = windows,
+          .eastSlewHours = [this] { return EastSlewHours(essentials); },
+          .clientCount =
+              [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
+      }),
       rates(MountRatesNeeds{
           .driver = essentials,
           .mount = mount,

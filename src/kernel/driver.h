@@ -30,6 +30,7 @@
 #include "telescope/telescope.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
+#include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
 
 namespace kestrane {
@@ -95,6 +96,8 @@ public:
     HandBoxPanel panel;
     TrackingOperations tracking;
     RcalSyncWarning rcalSyncWarning;
+    Modal modal;
+    QuestionWindows questions;
     MountRates rates;
     ControllerFeatures controller;
     EventJournal journal;

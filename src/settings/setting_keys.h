@@ -90,7 +90,7 @@ inline constexpr SettingKey chkSwapEW{"chkSwapEW", "0", SettingKind::Flag};
 inline constexpr SettingKey chkSwapNS{"chkSwapNS", "0", SettingKind::Flag};
 inline constexpr SettingKey chkRotate90{"chkRotate90", "0", SettingKind::Flag};
 inline constexpr SettingKey chkSlewEast{"chkSlewEast", "0", SettingKind::Flag};
-inline constexpr SettingKey txtSlewEastFirstHours{"txtSlewEastFirstHours", "", SettingKind::Text, {}, true};
+inline constexpr SettingKey txtSlewEastFirstHours{"txtSlewEastFirstHours", "10", SettingKind::Text, {}, true};
 inline constexpr SettingKey txtMeridianDelay{"txtMeridianDelay", "", SettingKind::Text, {}, true};
 inline constexpr SettingKey txtRaCustom{"txtRaCustom", "", SettingKind::Text, {}, true};
 inline constexpr SettingKey txtDecCustom{"txtDecCustom", "", SettingKind::Text, {}, true};

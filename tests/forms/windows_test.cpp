@@ -1,6 +1,7 @@
 #include "forms/windows.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -45,10 +46,13 @@ protected:
         std::ranges::sort(names);
         return names;
     }
+    void Load(Form& form) {
+        form.EnsureLoaded();
+        form.OnUnload([this, &form] { unloaded.push_back(form.Name()); });
+    }
     void LoadAll() {
         for (Form* form : windows.All()) {
-            form->EnsureLoaded();
-            form->OnUnload([this, form] { unloaded.push_back(form->Name()); });
+            Load(*form);
         }
     }
 
@@ -61,6 +65,9 @@ protected:
 const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSetupFocuser", "frmRcalSyncWarning",
                                         "frmLogWindow"};
 
+const std::vector<std::string> kQuestions{"frmAskUnpark",       "frmAskPark",          "frmAskSwapEWNS",
+                                          "frmAskCustomParkOK", "frmAskAndWarnParked", "frmAskUserCloseDriver"};
+
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();
     EXPECT_GE(declared.size(), 8U);
@@ -71,16 +78,22 @@ TEST_F(WindowsTest, NoWindowIsLoadedAtFirst) {
     EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }), std::vector<std::string>{});
 }
 
-TEST_F(WindowsTest, Shutdown_UnloadsFiveWindowsInTheirOrder) {
+TEST_F(WindowsTest, Shutdown_UnloadsFiveWindowsInTheirOrder_AndThenTheQuestions) {
     LoadAll();
     windows.UnloadAtShutdown();
-    EXPECT_EQ(unloaded, kInOrder);
+    ASSERT_EQ(unloaded.size(), kInOrder.size() + kQuestions.size());
+    const auto questions = unloaded.begin() + static_cast<std::ptrdiff_t>(kInOrder.size());
+    EXPECT_EQ(std::vector(unloaded.begin(), questions), kInOrder);
+    EXPECT_EQ(std::vector(questions, unloaded.end()), kQuestions);
     EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }),
               (std::vector<std::string>{"frmAskAbortSlew", "frmInitMount", "frmStatus"}));
 }
 
 TEST_F(WindowsTest, Shutdown_PassesOverWindowsThatAreNotLoaded) {
-    LoadAll();
+    for (Form* form : std::array<Form*, 5>{&windows.handBox, &windows.initialSetup, &windows.setupFocuser,
+                                           &windows.rcalSyncWarning, &windows.logWindow}) {
+        Load(*form);
+    }
     windows.initialSetup.Unload();
     windows.logWindow.Unload();
     unloaded.clear();

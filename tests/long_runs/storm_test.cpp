@@ -33,8 +33,8 @@ TEST_P(StormTest, FaultsOfTheLine_LeaveNoStuckFlagNoStrangeMotionAndNoWrongValue
 TEST_P(StormTest, ACableThatIsOut_LeavesNoStuckFlagAndNoSlewWithoutEnd) {
     for (const std::int64_t afterMs : {80, 6'000, 15'000}) {
         StormNight night({.firmware = GetParam(), .seed = 2});
-        const StormReport report = night.RunCableOut(
-            [=](const DriverState&, const MountPicture&, std::int64_t sinceMs) { return sinceMs >= afterMs; }, 10'000);
+        const StormReport report =
+            night.RunCableOut([=](const StormNight::Progress& slew) { return slew.sinceMs >= afterMs; }, 10'000);
         EXPECT_TRUE(report.Clean()) << Words(report);
     }
 }

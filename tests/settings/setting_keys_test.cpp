@@ -37,7 +37,7 @@ const std::vector<ExpectedKey> kExpected{
     {"chkRaMoveAxisOfZeroStopsTracking", "0", '0'}, {"chkUseRCAL", "1", '0'}, {"chkAsyncPark", "0", '0'},
     {"chkSynchronousPulseGuide", "0", '0'}, {"chkShowPulseGuideMovements", "0", '0'}, {"chkSwapEW", "0", '0'},
     {"chkSwapNS", "0", '0'}, {"chkRotate90", "0", '0'}, {"chkSlewEast", "0", '0'},
-    {"txtSlewEastFirstHours", "", '-', {}, true}, {"txtMeridianDelay", "", '-', {}, true},
+    {"txtSlewEastFirstHours", "10", '-', {}, true}, {"txtMeridianDelay", "", '-', {}, true},
     {"txtRaCustom", "", '-', {}, true}, {"txtDecCustom", "", '-', {}, true}, {"cbxMoveRate", "2", '-', "4"},
     {"cbxWindowsPriority", "1"}, {"DisableSafeSlew", "0", '0'}, {"SafeSlewRaDec", "1", '0'},
     {"DontQueryGOS", "0", '0'}, {"DontUseGOSForSlew", "0", '0'}, {"ForceOldBSequence", "0", '0'},

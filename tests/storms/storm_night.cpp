@@ -5,6 +5,7 @@
 
 #include "kernel/base/conversions.h"
 #include "support/seed_settings.h"
+#include "support/stands_west.h"
 
 namespace kestrane {
 namespace {
@@ -15,6 +16,8 @@ constexpr std::int64_t kLookMs = 250;
 constexpr std::int64_t kReadMs = 1'000;
 constexpr std::int64_t kMomentMs = 5;
 constexpr std::int64_t kLongestSlewMs = 4 * kMinute;
+constexpr double kAcrossHours = 2.0;  // on either side of the meridian
+constexpr std::int64_t kSideReadMs = 10 * kSecond;
 constexpr std::int64_t kCalmMs = 2 * kMinute;
 constexpr std::int64_t kUnwatchedMs = 30 * kSecond;  // a motion may be unseen for as long as replies may be lost
 constexpr std::int64_t kAfterMotionMs = 5 * kSecond;
@@ -22,6 +25,8 @@ constexpr double kMovesDegreesPerSecond = 0.05;  // far above tracking
 constexpr double kRightHours = 0.02;
 constexpr double kRightDegrees = 0.2;
 constexpr double kNearPole = 80.0;
+// The good replies to all tries of one query may wait unread when the wrong value is kept.
+constexpr int kRepliesUnderWay = 3;
 constexpr double kClockOffHours = 3.0 / 3600.0;
 
 MountSimulatorOptions OptionsOf(const StormNight::Plan& plan) {
@@ -83,10 +88,15 @@ StormReport StormNight::Run() {
 }
 
 StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
-    machine_.pump.Post(CallKind::WaitsLong, [this] { Slew(); });
+    StandBeforeTwoLegs();
+    machine_.pump.Post(CallKind::WaitsLong, [this] { SlewTo(HourAngleRa(kAcrossHours), RandomDec()); });
     const std::int64_t begin = machine_.clock.Elapsed();
+    const std::uint32_t slewsBefore = driver_->state.g_nSlewsTaken;
     const auto since = [&] { return machine_.clock.Elapsed() - begin; };
-    while (!moment(driver_->state, mount_.Picture(), since()) && since() < kLongestSlewMs) {
+    const auto hasCome = [&] {
+        return moment({driver_->state, mount_.Picture(), since(), driver_->state.g_nSlewsTaken - slewsBefore});
+    };
+    while (!hasCome() && since() < kLongestSlewMs) {
         machine_.AdvanceTime(kMomentMs);
         if (since() % kReadMs == 0) {
             Read();
@@ -96,9 +106,7 @@ StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
     mount_.SetLineDead(true);
     Watch(outMs);
     mount_.SetLineDead(false);
-    for (std::int64_t left = kLongestSlewMs; slewAsked_ && left > 0; left -= kSecond) {
-        Watch(kSecond);
-    }
+    WaitForEndOfSlew();
     if (slewAsked_) {
         Note(&StormReport::stuckFlags, "the slew has no end");
     }
@@ -119,9 +127,7 @@ void StormNight::Cycle() {
             break;
         default:
             Slew();
-            for (std::int64_t left = kLongestSlewMs; slewAsked_ && left > 0; left -= kSecond) {
-                Watch(kSecond);
-            }
+            WaitForEndOfSlew();
             if (slewAsked_) {
                 Abort();  // as a program does that loses patience
             }
@@ -130,9 +136,36 @@ void StormNight::Cycle() {
     Watch((1 + choice_.Below(3)) * kMinute);
 }
 
+/// Leaves a mount without a way of its own around the pier so that a slew over the meridian needs two legs.
+void StormNight::StandBeforeTwoLegs() {
+    SlewTo(HourAngleRa(-kAcrossHours), RandomDec());
+    WaitForEndOfSlew();
+    Watch(kMinute);
+    mount_.Add(std::make_unique<StandsWest>());
+    Watch(kSideReadMs);
+}
+
+void StormNight::WaitForEndOfSlew() {
+    for (std::int64_t left = kLongestSlewMs; slewAsked_ && left > 0; left -= kSecond) {
+        Watch(kSecond);
+    }
+}
+
+/// Right ascension, in hours, so far east of the meridian.
+double StormNight::HourAngleRa(double hoursEast) {
+    return NormalizeHours(mount_.Picture().siderealTime + hoursEast);
+}
+
+double StormNight::RandomDec() {
+    return -10.0 + choice_.Below(80);
+}
+
 void StormNight::Slew() {
-    const double ra = NormalizeHours(mount_.Picture().siderealTime - 4.0 + 0.1 * choice_.Below(80));
-    const double dec = -10.0 + choice_.Below(80);
+    const double ra = HourAngleRa(-4.0 + 0.1 * choice_.Below(80));
+    SlewTo(ra, RandomDec());
+}
+
+void StormNight::SlewTo(double ra, double dec) {
     slewAsked_ = true;  // also when it raises: the mount may have understood
     ++report_.slews;
     stormy_->Mark("* slews");
@@ -229,8 +262,7 @@ void StormNight::LookAtOne(WrongReading& reading, bool right, int goodReplies, s
         reading.since = -1;
     } else if (reading.since < 0) {
         reading = {machine_.clock.Elapsed(), goodReplies};
-    } else if (goodReplies >= reading.goodReplies + 2) {
-        // The first may have been under way when the wrong value was kept.
+    } else if (goodReplies > reading.goodReplies + kRepliesUnderWay) {
         Note(&StormReport::outlivedReadings, "a wrong " + std::string(name));
         reading.since = -1;
     }

@@ -48,15 +48,26 @@ public:
 
     /// Storms for as long as the plan says, and then a calm.
     StormReport Run();
-    /// A moment of a slew, which began `sinceMs` ago.
-    using Moment = std::function<bool(const DriverState& state, const MountPicture& mount, std::int64_t sinceMs)>;
-    /// One slew; from the moment on the cable is out for `outMs`. A slew that never comes to the moment runs
-    /// undisturbed.
+    /// What a slew has come to.
+    struct Progress {
+        const DriverState& state;
+        const MountPicture& mount;
+        std::int64_t sinceMs;     ///< its begin
+        std::uint32_t legsTaken;  ///< by the mount
+    };
+    using Moment = std::function<bool(const Progress&)>;
+    /// One slew, over the meridian; from the moment on the cable is out for `outMs`. A slew that never comes to the
+    /// moment runs undisturbed.
     StormReport RunCableOut(const Moment& moment, std::int64_t outMs);
 
 private:
     void Cycle();
     void Slew();
+    void SlewTo(double ra, double dec);
+    void StandBeforeTwoLegs();
+    void WaitForEndOfSlew();
+    double HourAngleRa(double hoursEast);
+    double RandomDec();
     void Abort();
     void MoveAnAxis();
     /// Lets time pass, with a client that reads once a second.

@@ -22,6 +22,8 @@ namespace {
 using kestrane::StormNight;
 using kestrane::StormReport;
 
+constexpr int kSeeds = 20;
+constexpr int kHours = 10;
 constexpr std::array kFirmwares{"D", "S", "VKC4-P02-08", "VKC5-P03-01"};
 
 struct Row {
@@ -31,17 +33,21 @@ struct Row {
     StormReport report = {};
 };
 
+/// A night of the table: every second one calibrates on its first slew.
+StormNight::Plan StormPlan(const std::string& firmware, int seed, double probability, int hours) {
+    return {.firmware = firmware,
+            .seed = static_cast<std::uint32_t>(seed),
+            .probability = probability,
+            .lengthMs = std::int64_t{hours} * 3'600'000,
+            .calibrates = seed % 2 == 0};
+}
+
 std::vector<Row> StormRows(int seeds, int hours) {
     std::vector<Row> rows;
     for (const double probability : {0.001, 0.005, 0.02}) {
         for (const std::string firmware : kFirmwares) {
             const auto run = [=](int night) {
-                return StormNight({.firmware = firmware,
-                                   .seed = static_cast<std::uint32_t>(night + 1),
-                                   .probability = probability,
-                                   .lengthMs = std::int64_t{hours} * 3'600'000,
-                                   .calibrates = night % 2 == 1})
-                    .Run();
+                return StormNight(StormPlan(firmware, night + 1, probability, hours)).Run();
             };
             std::ostringstream head;
             head << probability * 100 << " % | " << firmware;
@@ -52,29 +58,27 @@ std::vector<Row> StormRows(int seeds, int hours) {
 }
 
 StormNight::Moment After(std::int64_t milliseconds) {
-    return [=](const auto&, const auto&, std::int64_t sinceMs) { return sinceMs >= milliseconds; };
+    return [=](const StormNight::Progress& slew) { return slew.sinceMs >= milliseconds; };
 }
 
 /// Each phase of a slew: while its commands go out, in and between its legs, at and after its end.
 std::vector<StormNight::Moment> MomentsOfASlew() {
-    return {After(5),
-            After(30),
-            After(80),
-            After(200),
-            After(500),
-            After(3'000),
-            After(10'000),
-            [](const auto& state, const auto& mount, std::int64_t) {
-                return state.g_bSafeSlewPending && state.g_nSlewsTaken > 0 && !mount.slewing;
-            },
-            [](const auto& state, const auto&, std::int64_t) { return state.g_nSlewsTaken == 2; },
-            [](const auto& state, const auto& mount, std::int64_t) {
-                return !state.g_bSafeSlewPending && state.g_nSlewsTaken > 0 && state.g_bSlewing && !mount.slewing;
-            },
-            [](const auto& state, const auto&, std::int64_t) {
-                return state.g_nSlewsTaken > 0 && state.g_bSlewCompletePending;
-            },
-            [](const auto& state, const auto&, std::int64_t) { return state.g_nSlewsTaken > 0 && !state.g_bSlewing; }};
+    using Progress = StormNight::Progress;
+    const auto ends = [](const Progress& slew) {
+        return slew.legsTaken > 0 && !slew.state.g_bSafeSlewPending && !slew.mount.slewing;
+    };
+    return {
+        After(5),
+        After(30),
+        After(80),
+        After(200),
+        After(500),
+        After(3'000),
+        After(10'000),
+        [](const Progress& slew) { return slew.state.g_bSafeSlewPending && slew.legsTaken > 0 && !slew.mount.slewing; },
+        [](const Progress& slew) { return slew.legsTaken == 2; },
+        [=](const Progress& slew) { return ends(slew) && slew.state.g_bSlewing; },
+        [=](const Progress& slew) { return ends(slew) && !slew.state.g_bSlewing; }};
 }
 
 /// A cable that is out; each night has another phase of the slew and another target.
@@ -103,7 +107,7 @@ void Run(std::vector<Row>& rows) {
     const auto work = [&] {
         for (;;) {
             std::unique_lock lock(mutex);
-            if (row < rows.size() && night == rows[row].nights) {
+            while (row < rows.size() && night == rows[row].nights) {
                 ++row;
                 night = 0;
             }
@@ -153,15 +157,11 @@ bool Print(const std::vector<Row>& rows) {
 
 int main(int argc, char** argv) {
     if (argc == 5 && std::string_view(argv[1]) == "--night") {
-        const StormReport report = StormNight({.firmware = argv[2],
-                                               .seed = static_cast<std::uint32_t>(std::atoi(argv[3])),
-                                               .probability = std::atof(argv[4]) / 100,
-                                               .lengthMs = 36'000'000,
-                                               .tail = &std::cout})
-                                       .Run();
-        return report.Clean() ? 0 : 1;
+        StormNight::Plan night = StormPlan(argv[2], std::atoi(argv[3]), std::atof(argv[4]) / 100, kHours);
+        night.tail = &std::cout;
+        return StormNight(night).Run().Clean() ? 0 : 1;
     }
-    std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : 20, argc > 2 ? std::atoi(argv[2]) : 10);
+    std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : kSeeds, argc > 2 ? std::atoi(argv[2]) : kHours);
     for (Row& row : CableRows()) {
         rows.push_back(std::move(row));
     }

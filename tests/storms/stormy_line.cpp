@@ -8,7 +8,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::uint32_t kLongestDelayMs = 3'000;
-constexpr std::size_t kTailLines = 400;
+constexpr std::size_t kTailLines = 2000;
 
 /// Makes another digit of one of the text's digits; a text without digits stays as it is.
 void ChangeADigit(std::string& text, Chance& chance) {
@@ -49,8 +49,10 @@ public:
         if (chance_.Strikes()) {
             Strike(reply);
         } else {
-            goodRa += reply.name == "GR" ? 1 : 0;
-            goodDec += reply.name == "GD" ? 1 : 0;
+            // The short forms, with one part less, are refused.
+            const auto colons = std::ranges::count(reply.parts.front().bytes, ':');
+            goodRa += reply.name == "GR" && colons == 2 ? 1 : 0;
+            goodDec += reply.name == "GD" && colons == 1 ? 1 : 0;
         }
     }
 

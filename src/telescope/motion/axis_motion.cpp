@@ -13,6 +13,8 @@
 namespace kestrane {
 namespace {
 
+constexpr int kMostRepeatsOfAnEnd = 5;
+
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
 }
@@ -30,6 +32,7 @@ public:
     void ForgetEndedMotion();
     void ClearRates();
     void PutBackTracking();
+    void EndByTracking(bool tracked);
     bool StillRuns(std::int32_t axis) const;
     void StopSecondaryAxis();
 };
@@ -72,6 +75,20 @@ void AxisMotions::EndAll() {
     for (Telescope* object : objects_) {
         AxisSteps(*object).PutBackTracking();
     }
+}
+
+bool AxisMotions::EndWasLost(bool isCustomRate, Tick askedAt, std::uint32_t slewsTaken) {
+    if (!doubtedEnd_ || AnyRuns() || askedAt - doubtedEnd_->sentAt < 0) {
+        return false;
+    }
+    const bool lost =
+        isCustomRate && doubtedEnd_->slewsTaken == slewsTaken && doubtedEnd_->repeats < kMostRepeatsOfAnEnd;
+    if (!lost) {
+        doubtedEnd_.reset();
+        return false;
+    }
+    ++doubtedEnd_->repeats;
+    return true;
 }
 
 void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
@@ -134,7 +151,7 @@ bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
         axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {
         const bool tracked = axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::TrackingWasDisabled;
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
-        telescope_.Tracking(tracked);
+        EndByTracking(tracked);
         return !state_.g_bLostComms && !needs_.queries.LineIsSilent();  // what ends the motion has no reply
     }
     ShowAxisRates();
@@ -200,7 +217,12 @@ void AxisSteps::PutBackTracking() {
     }
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     ResumeNext errors{driver_.ledger, "PutBackTracking"};
-    errors.Step([&] { telescope_.Tracking(axes_.tracked); });
+    errors.Step([&] { EndByTracking(axes_.tracked); });
+}
+
+void AxisSteps::EndByTracking(bool tracked) {
+    telescope_.Tracking(tracked);
+    needs_.axisMotions.EndIsDoubted(driver_.clock.GetTickCount(), state_.g_nSlewsTaken);
 }
 
 /// Stops these axes; returns the motion that the mount did not hear end.

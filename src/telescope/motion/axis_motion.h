@@ -3,10 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "catalogue/vocabulary.h"
+#include "platform/clock.h"
 
 namespace kestrane {
 
@@ -64,8 +66,23 @@ public:
     /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();
 
+    /// What ends the motion of a primary axis has just gone out. It has no reply, so it is doubted until the mount
+    /// reports another rate than a custom one, or until somebody chooses a custom rate or the mount accepts a slew.
+    void EndIsDoubted(Tick now, std::uint32_t slewsTaken) { doubtedEnd_ = DoubtedEnd{now, slewsTaken}; }
+    void CustomRateChosen() { doubtedEnd_.reset(); }
+    /// The mount's status text, asked for at `askedAt`, reports a rate. Returns whether the end of a motion has to be
+    /// sent again; that is five times at most.
+    bool EndWasLost(bool isCustomRate, Tick askedAt, std::uint32_t slewsTaken);
+
 private:
+    struct DoubtedEnd {
+        Tick sentAt;
+        std::uint32_t slewsTaken = 0;
+        int repeats = 0;
+    };
+
     std::vector<Telescope*> objects_;
+    std::optional<DoubtedEnd> doubtedEnd_;
 };
 
 }  // namespace kestrane

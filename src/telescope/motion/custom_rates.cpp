@@ -16,6 +16,9 @@ void CustomRates::ShowCustomRate(TextBox& box, double rate) {
 }
 
 bool CustomRates::SendCustomRate(const CharacterCommand& command, double multiple) {
+    if (multiple != 0.0) {
+        needs_.axisMotions.CustomRateChosen();
+    }
     return core_.Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
 }
 

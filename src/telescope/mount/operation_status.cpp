@@ -12,7 +12,9 @@ namespace {
 constexpr std::size_t kUsableLength = 11;
 constexpr std::int32_t kTooEarlyMs = 900;     // after a goto
 constexpr std::int32_t kAskedAgainMs = 1000;  // after it
-constexpr std::int32_t kRateHoldMs = 1500;    // a status sent before a rate command must not undo it on the display
+constexpr std::int32_t kLookedAtAgainMs =
+    2000;                                   // after the end of an axis motion was sent again; beyond the hold below
+constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
 
 /// Positions of the fields, from 0. All fields after the fault are optional.
 enum Field : std::size_t {
@@ -98,6 +100,7 @@ public:
     void ParseParkState(char park);
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
+    void EndAxisMotionAgain();
     void ParseRates(char guide, char move, char slew);
     void ParsePem(char pem);
     void ParseFault(char fault);
@@ -173,16 +176,30 @@ void StatusSteps::ParseTracking(char tracking) {
         return;
     }
     const auto row = RowOf(kTrackingRows, tracking);
-    if (row != kTrackingRows.end()) {
-        state_.g_bTracking = row->tracking;
-        if (state_.g_bOwnSlew) {
-            // The driver itself has put the mount on the sidereal rate for its slew; the rate that is shown is the one
-            // to come back to.
-            needs_.panel.EnableRateControls();
-            return;
-        }
-        needs_.panel.ShowTrackingRate(row->displayedRate, row->correction);
+    if (row == kTrackingRows.end()) {
+        return;
     }
+    const bool isCustom = row->displayedRate == displayed_rate::Custom;
+    if (needs_.axisMotions.EndWasLost(isCustom, state_.g_tickLastGos, state_.g_nSlewsTaken)) {
+        EndAxisMotionAgain();
+        return;
+    }
+    state_.g_bTracking = row->tracking;
+    if (state_.g_bOwnSlew) {
+        // The driver itself has put the mount on the sidereal rate for its slew; the rate that is shown is the one to
+        // come back to.
+        needs_.panel.EnableRateControls();
+        return;
+    }
+    needs_.panel.ShowTrackingRate(row->displayedRate, row->correction);
+}
+
+/// An axis that nobody runs any more would turn until somebody sees it.
+void StatusSteps::EndAxisMotionAgain() {
+    driver_.log.LogMessage("MoveAxis", LogLevel::Warning,
+                           "The mount still runs at the rate of an axis that has ended: the end is sent again");
+    telescope_.Tracking(state_.g_bTracking);
+    state_.g_tickLastGos = driver_.clock.GetTickCount() + kLookedAtAgainMs - MountQueries::kSlowIntervalMs;
 }
 
 void StatusSteps::ParseRates(char guide, char move, char slew) {

@@ -471,5 +471,69 @@ TEST_F(AxisStopTest, TrackingOffWhileParked_DoesNothing_AndIsNoChoice) {
     ExpectAtRest();
 }
 
+constexpr std::string_view kEndSentAgain =
+    "The mount still runs at the rate of an axis that has ended: the end is sent again";
+
+/// A mount that goes on to report a custom rate, whatever it is told.
+class ReportsCustomRate final : public Misbehaviour {
+public:
+    void Change(SimulatedReply& reply) override {
+        if (reply.name == "GOS") {
+            reply.parts.front().bytes[1] = 'C';
+        }
+    }
+};
+
+TEST_F(AxisStopTest, EndThatTheMountHasNotHeard_IsSentAgain) {
+    telescope->MoveAxis(0, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    mount->SetLineDead(false);
+    ASSERT_GT(std::abs(mount->Picture().hourSpeed), 0.4);
+    machine.AdvanceTime(10'000);
+    ExpectAtRest();
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+    EXPECT_TRUE(LoggedAs("MoveAxis", 1, kEndSentAgain));
+    EXPECT_TRUE(telescope->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
+TEST_F(AxisStopTest, EndThatTheMountHasNotHeard_IsSentAgain_AlsoWhereTheMountDidNotTrack) {
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(10'000);
+    EXPECT_FALSE(telescope->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '9');
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+}
+
+TEST_F(AxisStopTest, EndThatTheMountHasHeard_IsSentOnce) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(0, 0.0);
+    machine.AdvanceTime(20'000);
+    EXPECT_FALSE(Logged(kEndSentAgain));
+}
+
+TEST_F(AxisStopTest, EndThatTheMountNeverHears_IsSentAgainFiveTimes) {
+    telescope->MoveAxis(0, 0.5);
+    mount->Add(std::make_unique<ReportsCustomRate>());
+    telescope->MoveAxis(0, 0.0);
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 5);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, displayed_rate::Custom) << "what the mount reports is shown then";
+}
+
+TEST_F(AxisStopTest, CustomRateThatIsChosenAfterAnAxisMotion_Stays) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(0, 0.0);
+    other->DeclinationRate(1.0);
+    machine.AdvanceTime(20'000);
+    EXPECT_FALSE(Logged(kEndSentAgain));
+    EXPECT_GT(std::abs(mount->Picture().polarSpeed), 1e-4);
+}
+
 }  // namespace
 }  // namespace kestrane

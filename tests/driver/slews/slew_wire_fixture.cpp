@@ -180,12 +180,6 @@ Telescope& SlewWireTest::OtherClient() {
     return *clients_.back();
 }
 
-void StandsWest::Change(SimulatedReply& reply) {
-    if (reply.name == "pS") {
-        reply.parts = {{0, "West#"}};
-    }
-}
-
 void AnswersWith::Change(SimulatedReply& reply) {
     if (reply.name == command_ && timesLeft_ > 0) {
         --timesLeft_;

@@ -13,6 +13,7 @@
 #include "platform/message_pump.h"
 #include "support/driver_fixture.h"
 #include "support/simulator_line.h"
+#include "support/stands_west.h"
 #include "support/virtual_serial_ports.h"
 
 namespace kestrane {
@@ -127,13 +128,6 @@ private:
     std::unique_ptr<SimulatorLine> tap_;
     std::unique_ptr<StandingMount> standing_;
     std::vector<TelescopeObject> clients_;
-};
-
-/// Says that it stands on the west side of the pier wherever it stands: with the hour angle of a healthy mount, a slew
-/// over the meridian then takes two legs.
-class StandsWest final : public Misbehaviour {
-public:
-    void Change(SimulatedReply& reply) override;
 };
 
 /// Has one answer to a command, so many times: "1" to "MS".

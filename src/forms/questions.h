@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace kestrane {
+
+/// What becomes of a question that nobody can be asked, since no view shows windows.
+enum class Unasked { IsCancelled, IsAccepted };
+
+enum class SwappedAxes { EastWest, NorthSouth };
+
+/// A place to park at, as a person is asked whether to keep it.
+struct ParkPlace {
+    double altitude = 0;  ///< degrees
+    double azimuth = 0;   ///< degrees
+    bool counterweightUp = false;
+    bool eastSide = false;
+};
+
+/// What the driver asks a person before it does something. Each question shows its window and pumps until it is
+/// answered; the poll and other calls go on meanwhile. A question whose window is open already counts as cancelled.
+/// Logic thread only.
+class Questions {
+public:
+    virtual ~Questions() = default;
+
+    /// Whether to unpark, and from which position, an index of `cbxUnparkFrom` from 0 to 6. Nothing: do not.
+    /// `proposed` is selected at first, without one the position of the settings, and what is selected is the answer of
+    /// a question that `IsAccepted`.
+    virtual std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) = 0;
+    /// Whether to park, and where, an index of `cbxParkTo` from 0 to 6. Nothing: do not. The text of an accepted
+    /// position is kept in the settings.
+    virtual std::optional<std::int16_t> AskPark() = 0;
+    /// Whether the mount is to swap its directions.
+    virtual bool AskSwap(SwappedAxes axes) = 0;
+    /// Whether to keep the place as the user's own.
+    virtual bool AskSetPark(const ParkPlace& place) = 0;
+    /// Whether to end the process although clients are connected.
+    virtual bool AskCloseDriver() = 0;
+    /// Says that a parked mount does not move.
+    virtual void WarnParked() = 0;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,188 @@
+#include "ui/question_windows.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "kernel/base/conversions.h"
+#include "settings/park_settings.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kAltAz = "Alt";
+constexpr std::string_view kCounterweightUp = "WARNING: Counter-weight is in the up position!!";
+constexpr std::string_view kSetPark = "Are you sure you want to set this Alt/Az Park Position?";
+
+std::string BelowALine(std::string_view line) {
+    return std::string(line) + "\r\n" + std::string(kSetPark);
+}
+
+/// Selects the entry that the settings name by its text, else by its index. The text of the user's own place shows its
+/// angles, so only its beginning counts.
+void Select(ComboBox& box, std::string_view text, std::int16_t index) {
+    const std::vector<std::string>& items = box.ListItems();
+    const auto named = std::ranges::find_if(items, [&](const std::string& item) {
+        return !text.empty() && (item == text || (text.starts_with(kAltAz) && item.starts_with(kAltAz)));
+    });
+    box.ListIndex(named != items.end() ? static_cast<std::int32_t>(named - items.begin()) : index);
+}
+
+std::vector<std::string> Positions(std::string_view first, const std::string& last) {
+    return {std::string(first), "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", last};
+}
+
+/// Accepts the selected entry; a list without a selection keeps its question open.
+void Accept(Form& form, const ComboBox& box, bool& accepted, std::int16_t& index) {
+    if (box.ListIndex() >= 0) {
+        index = static_cast<std::int16_t>(box.ListIndex());
+        accepted = true;
+        form.Hide();
+    }
+}
+
+void WireYesOrNo(Form& form, Button& yes, Button& no, bool& answer) {
+    yes.OnClick([&form, &answer] {
+        answer = true;
+        form.Hide();
+    });
+    no.OnClick([&form] { form.Hide(); });
+}
+
+}  // namespace
+
+QuestionWindows::QuestionWindows(QuestionWindowsNeeds needs) : needs_(std::move(needs)) {
+    Windows& windows = needs_.windows;
+    WirePositions();
+    WireYesOrNo(windows.askSwapEWNS, windows.askSwapEWNS.btnOK, windows.askSwapEWNS.btnCancel,
+                windows.askSwapEWNS.UserPressedOK);
+    WireYesOrNo(windows.askCustomParkOK, windows.askCustomParkOK.btnOK, windows.askCustomParkOK.btnCancel,
+                windows.askCustomParkOK.UserPressedOK);
+    WireYesOrNo(windows.askUserCloseDriver, windows.askUserCloseDriver.btnOK, windows.askUserCloseDriver.btnCancel,
+                windows.askUserCloseDriver.UserPressedOK);
+    windows.askCustomParkOK.tmrBlink.OnTick([&form = windows.askCustomParkOK] {
+        const bool shown = form.lblMessage.Text().starts_with(kCounterweightUp);
+        form.lblMessage.Text(shown ? BelowALine("") : BelowALine(kCounterweightUp));
+    });
+    windows.askAndWarnParked.btnOK.OnClick([&form = windows.askAndWarnParked] { form.Hide(); });
+}
+
+void QuestionWindows::WirePositions() {
+    frmAskUnpark& unpark = needs_.windows.askUnpark;
+    unpark.btnOK.OnClick([&unpark] { Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex); });
+    unpark.btnCancel.OnClick([&unpark] { unpark.Hide(); });
+    frmAskPark& park = needs_.windows.askPark;
+    park.btnOK.OnClick([&park] { Accept(park, park.cbxAskParkTo, park.UserOk, park.UserParkIndex); });
+    park.btnCancel.OnClick([&park] { park.Hide(); });
+    park.tmrWarning.OnTick([&park] { park.lblEastSlewWarning.Visible(!park.lblEastSlewWarning.Visible()); });
+}
+
+std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) {
+    frmAskUnpark& form = needs_.windows.askUnpark;
+    if (form.Visible()) {
+        return std::nullopt;
+    }
+    form.UserOk = false;
+    form.cbxAskUnparkFrom.ListItems(Positions("Last Parked", UserPlace()));
+    if (proposed) {
+        form.cbxAskUnparkFrom.ListIndex(*proposed);
+    } else {
+        Select(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText),
+               StoredUnparkIndex(needs_.persist, needs_.log));
+    }
+    needs_.modal.ShowModal(
+        form, unasked == Unasked::IsAccepted ? [&form] { form.btnOK.FireClick(); } : std::function<void()>());
+    form.Unload();
+    return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
+}
+
+std::optional<std::int16_t> QuestionWindows::AskPark() {
+    frmAskPark& form = needs_.windows.askPark;
+    if (form.Visible()) {
+        return std::nullopt;
+    }
+    form.UserOk = false;
+    form.cbxAskParkTo.ListItems(Positions("Current Position", UserPlace()));
+    Select(form.cbxAskParkTo, needs_.persist.Read(setting::cbxParkToText), StoredParkIndex(needs_.persist, needs_.log));
+    ShowEastSlewWarning();
+    needs_.modal.ShowModal(form);
+    form.tmrWarning.Enabled(false);
+    form.Unload();
+    if (!form.UserOk) {
+        return std::nullopt;
+    }
+    needs_.persist.Write(setting::cbxParkToText, form.cbxAskParkTo.Text());
+    return form.UserParkIndex;
+}
+
+void QuestionWindows::ShowEastSlewWarning() {
+    frmAskPark& form = needs_.windows.askPark;
+    const std::optional<double> hours = needs_.eastSlewHours();
+    form.lblEastSlewWarning.Text(
+        hours ? "WARNING: Mount will slew EAST in RA " + FormatUs(*hours, "0.0") + " Hours before parking..." : "");
+    form.lblEastSlewWarning.Visible(hours.has_value());
+    form.tmrWarning.Enabled(hours.has_value());
+}
+
+bool QuestionWindows::AskSwap(SwappedAxes axes) {
+    frmAskSwapEWNS& form = needs_.windows.askSwapEWNS;
+    if (form.Visible()) {
+        return false;
+    }
+    form.UserPressedOK = false;
+    form.DoNS = axes == SwappedAxes::NorthSouth;
+    form.lblCaptionNS.Visible(form.DoNS);
+    form.lblCaptionEW.Visible(!form.DoNS);
+    return AskYesOrNo(form, form.UserPressedOK);
+}
+
+bool QuestionWindows::AskSetPark(const ParkPlace& place) {
+    frmAskCustomParkOK& form = needs_.windows.askCustomParkOK;
+    if (form.Visible()) {
+        return false;
+    }
+    form.UserPressedOK = false;
+    form.Alt = place.altitude;
+    form.Az = place.azimuth;
+    form.IsCwUp = place.counterweightUp;
+    form.IsOnEastSide = place.eastSide;
+    form.lblAlt.Text(FormatUs(form.Alt, "0.0000"));
+    form.lblAz.Text(FormatUs(form.Az, "0.0000"));
+    form.lblMessage.Text(form.IsCwUp ? BelowALine(kCounterweightUp) : std::string(kSetPark));
+    form.tmrBlink.Enabled(form.IsCwUp);
+    return AskYesOrNo(form, form.UserPressedOK);
+}
+
+bool QuestionWindows::AskCloseDriver() {
+    frmAskUserCloseDriver& form = needs_.windows.askUserCloseDriver;
+    if (form.Visible()) {
+        return false;
+    }
+    form.UserPressedOK = false;
+    form.lblMessage.Text("Clients connected: " + std::to_string(needs_.clientCount()) +
+                         ". They lose the mount when the driver is closed. Close it?");
+    return AskYesOrNo(form, form.UserPressedOK);
+}
+
+bool QuestionWindows::AskYesOrNo(Form& form, const bool& accepted) {
+    needs_.modal.ShowModal(form);
+    form.Unload();
+    return accepted;
+}
+
+void QuestionWindows::WarnParked() {
+    frmAskAndWarnParked& form = needs_.windows.askAndWarnParked;
+    if (!form.Visible()) {
+        needs_.modal.ShowModal(form);
+        form.Unload();
+    }
+}
+
+std::string QuestionWindows::UserPlace() {
+    const auto angle = [&](const SettingKey& key) {
+        return FormatUs(Val_Global(needs_.persist.Read(key), needs_.log), "0.00");
+    };
+    return "Alt/Az (" + angle(setting::txtUserParkAlt) + "... / " + angle(setting::txtUserParkAz) + "...)";
+}
+
+}  // namespace kestrane

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "forms/modal.h"
+#include "forms/questions.h"
+#include "forms/windows.h"
+#include "settings/persist.h"
+
+namespace kestrane {
+
+struct QuestionWindowsNeeds {
+    Modal& modal;
+    Persist& persist;
+    Log& log;
+    Windows& windows;
+    /// Hours by which a park that began now would go east first; nothing when it would not.
+    std::function<std::optional<double>()> eastSlewHours;
+    std::function<std::int32_t()> clientCount;  ///< telescope and focuser objects of clients
+};
+
+/// The questions of the driver, each in its window. Logic thread only.
+class QuestionWindows final : public Questions {
+public:
+    explicit QuestionWindows(QuestionWindowsNeeds needs);
+
+    std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
+    std::optional<std::int16_t> AskPark() override;
+    bool AskSwap(SwappedAxes axes) override;
+    bool AskSetPark(const ParkPlace& place) override;
+    bool AskCloseDriver() override;
+    void WarnParked() override;
+
+private:
+    void WirePositions();
+    bool AskYesOrNo(Form& form, const bool& accepted);
+    void ShowEastSlewWarning();
+    std::string UserPlace();
+
+    QuestionWindowsNeeds needs_;
+};
+
+}  // namespace kestrane

@@ -1,0 +1,292 @@
+#include "ui/question_windows.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/driver_fixture.h"
+
+namespace kestrane {
+namespace {
+
+class Watcher final : public FormView {
+public:
+    void Changed(Form&, std::string_view, Property) override {}
+};
+
+class QuestionWindowsTest : public DriverFixture {
+protected:
+    void TearDown() override {
+        timer_.reset();
+        DriverFixture::TearDown();
+    }
+    Questions& Ask() { return driver->questions; }
+    Windows& Window() { return driver->windows; }
+    std::string Setting(std::string_view key) { return driver->persist.ReadIniValue(key, "no such setting"); }
+    /// What a person does in the window, two seconds and a quarter after it was shown.
+    template <class Answer>
+    Answer WithPerson(Form& form, const std::function<void()>& does, const std::function<Answer()>& ask) {
+        form.Attach(view_);
+        timer_ = machine.pump.CreateTimer([this, does] {
+            timer_->SetEnabled(false);
+            does();
+        });
+        timer_->SetInterval(2'250);
+        timer_->SetEnabled(true);
+        const Answer answer = ask();
+        form.Detach(view_);
+        EXPECT_FALSE(form.Loaded());
+        return answer;
+    }
+
+private:
+    Watcher view_;
+    std::unique_ptr<PumpTimer> timer_;
+};
+
+using Index = std::optional<std::int16_t>;
+
+const std::string kNobody = "No window can be shown: the question counts as cancelled";
+
+// --- unpark
+
+TEST_F(QuestionWindowsTest, Unpark_ShowsThePositions_AndTheOneOfTheSettings) {
+    Seed({{"cbxUnparkFrom", "3"}, {"txtUserParkAlt", "12.345"}, {"txtUserParkAz", "7"}});
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    std::vector<std::string> items;
+    std::string selected;
+    const Index answer = WithPerson<Index>(
+        form,
+        [&] {
+            items = form.cbxAskUnparkFrom.ListItems();
+            selected = form.cbxAskUnparkFrom.Text();
+            form.cbxAskUnparkFrom.ListIndex(4);
+            form.btnOK.FireClick();
+        },
+        [&] { return Ask().AskUnpark(std::nullopt, Unasked::IsCancelled); });
+    EXPECT_EQ(items, (std::vector<std::string>{"Last Parked", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5",
+                                               "Alt/Az (12.35... / 7.00...)"}));
+    EXPECT_EQ(selected, "Park 3");
+    EXPECT_EQ(answer, 4);
+    EXPECT_EQ(Setting("cbxUnparkFrom"), "3");
+}
+
+struct SelectionRow {
+    const char* index;
+    const char* text;
+    int selected;
+};
+
+class UnparkSelection : public QuestionWindowsTest, public testing::WithParamInterface<SelectionRow> {};
+
+TEST_P(UnparkSelection, GoesByTheTextWhereThereIsOne) {
+    Seed({{"cbxUnparkFrom", GetParam().index}, {"cbxUnparkFromText", GetParam().text}});
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    int selected = -2;
+    WithPerson<Index>(
+        form,
+        [&] {
+            selected = form.cbxAskUnparkFrom.ListIndex();
+            form.btnCancel.FireClick();
+        },
+        [&] { return Ask().AskUnpark(std::nullopt, Unasked::IsCancelled); });
+    EXPECT_EQ(selected, GetParam().selected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, UnparkSelection,
+                         testing::Values(SelectionRow{"0", "", 0}, SelectionRow{"5", "", 6},
+                                         SelectionRow{"5", "Park 5", 5}, SelectionRow{"2", "Park 4", 4},
+                                         SelectionRow{"2", "Alt/Az", 6}, SelectionRow{"2", "no such place", 2},
+                                         SelectionRow{"7", "Don't Unpark", -1}, SelectionRow{"x", "", 0}));
+
+TEST_F(QuestionWindowsTest, Unpark_WithAPositionOfTheCommand_SelectsThat) {
+    Seed({{"cbxUnparkFrom", "3"}});
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    EXPECT_EQ(WithPerson<Index>(
+                  form, [&] { form.btnOK.FireClick(); },
+                  [&] { return Ask().AskUnpark(std::int16_t{2}, Unasked::IsCancelled); }),
+              2);
+}
+
+TEST_F(QuestionWindowsTest, Unpark_OfAListWithoutASelection_WaitsForOne) {
+    Seed({{"cbxUnparkFrom", "7"}});
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    EXPECT_EQ(WithPerson<Index>(
+                  form,
+                  [&] {
+                      form.btnOK.FireClick();
+                      EXPECT_TRUE(form.Visible());
+                      form.btnCancel.FireClick();
+                  },
+                  [&] { return Ask().AskUnpark(std::nullopt, Unasked::IsCancelled); }),
+              std::nullopt);
+}
+
+TEST_F(QuestionWindowsTest, Unpark_ThatNobodyCanBeAsked_IsWhatTheCallerSays) {
+    Start();
+    EXPECT_EQ(Ask().AskUnpark(std::int16_t{3}, Unasked::IsCancelled), std::nullopt);
+    EXPECT_TRUE(LoggedAs("frmAskUnpark", 1, kNobody));
+    EXPECT_EQ(Ask().AskUnpark(std::int16_t{3}, Unasked::IsAccepted), 3);
+    EXPECT_TRUE(
+        LoggedAs("frmAskUnpark", 1, "No window can be shown: the question gets the answer that came with the command"));
+}
+
+TEST_F(QuestionWindowsTest, QuestionThatIsOpenAlready_CountsAsCancelled) {
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    Index second = std::int16_t{9};
+    const Index first = WithPerson<Index>(
+        form,
+        [&] {
+            second = Ask().AskUnpark(std::int16_t{5}, Unasked::IsAccepted);
+            form.btnOK.FireClick();
+        },
+        [&] { return Ask().AskUnpark(std::int16_t{2}, Unasked::IsCancelled); });
+    EXPECT_EQ(second, std::nullopt);
+    EXPECT_EQ(first, 2);
+}
+
+// --- park
+
+TEST_F(QuestionWindowsTest, Park_KeepsTheTextOfThePosition_WhenAccepted) {
+    Seed({{"cbxParkTo", "1"}});
+    Start();
+    frmAskPark& form = Window().askPark;
+    const auto press = [&](Button& button) {
+        return WithPerson<Index>(
+            form,
+            [&] {
+                EXPECT_EQ(form.cbxAskParkTo.ListItems().front(), "Current Position");
+                EXPECT_EQ(form.cbxAskParkTo.Text(), "Park 1");
+                form.cbxAskParkTo.ListIndex(3);
+                button.FireClick();
+            },
+            [&] { return Ask().AskPark(); });
+    };
+    EXPECT_EQ(press(form.btnCancel), std::nullopt);
+    EXPECT_EQ(Setting("cbxParkToText"), "");
+    EXPECT_EQ(press(form.btnOK), 3);
+    EXPECT_EQ(Setting("cbxParkToText"), "Park 3");
+    EXPECT_EQ(Setting("cbxParkTo"), "1");
+}
+
+TEST_F(QuestionWindowsTest, Park_ThatWillGoEastFirst_SaysSo) {
+    Seed({{"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "3.5"}});
+    Start();
+    driver->state.g_nSideOfPier = pier_side::West;
+    frmAskPark& form = Window().askPark;
+    for (const auto& [hourAngle, text] :
+         {std::pair{2.0, "WARNING: Mount will slew EAST in RA 3.5 Hours before parking..."}, {7.0, ""}}) {
+        driver->state.g_dHourAngle = hourAngle;
+        bool shown = false;
+        WithPerson<Index>(
+            form,
+            [&] {
+                EXPECT_EQ(form.lblEastSlewWarning.Text(), text);
+                const bool before = form.lblEastSlewWarning.Visible();
+                driver->waits.WaitForMilliseconds(form.tmrWarning.Interval());
+                shown = before || form.lblEastSlewWarning.Visible();
+                form.btnCancel.FireClick();
+            },
+            [&] { return Ask().AskPark(); });
+        EXPECT_EQ(shown, hourAngle == 2.0) << "it blinks";
+    }
+}
+
+// --- yes or no
+
+TEST_F(QuestionWindowsTest, Swap_NamesTheDirections) {
+    Start();
+    frmAskSwapEWNS& form = Window().askSwapEWNS;
+    for (const SwappedAxes axes : {SwappedAxes::EastWest, SwappedAxes::NorthSouth}) {
+        const bool northSouth = axes == SwappedAxes::NorthSouth;
+        const auto press = [&](Button& button) {
+            return WithPerson<bool>(
+                form,
+                [&] {
+                    EXPECT_EQ(form.DoNS, northSouth);
+                    EXPECT_EQ(form.lblCaptionNS.Visible(), northSouth);
+                    EXPECT_EQ(form.lblCaptionEW.Visible(), !northSouth);
+                    button.FireClick();
+                },
+                [&] { return Ask().AskSwap(axes); });
+        };
+        EXPECT_TRUE(press(form.btnOK));
+        EXPECT_FALSE(press(form.btnCancel)) << "the answer before is forgotten";
+    }
+}
+
+TEST_F(QuestionWindowsTest, SetPark_WarnsOfARaisedCounterweight) {
+    Start();
+    frmAskCustomParkOK& form = Window().askCustomParkOK;
+    const std::string question = "Are you sure you want to set this Alt/Az Park Position?";
+    const std::string warning = "WARNING: Counter-weight is in the up position!!";
+    EXPECT_TRUE(WithPerson<bool>(
+        form,
+        [&] {
+            EXPECT_EQ(form.lblAlt.Text(), "12.3457");
+            EXPECT_EQ(form.lblAz.Text(), "340.0000");
+            driver->waits.WaitForMilliseconds(10 * form.tmrBlink.Interval());
+            EXPECT_EQ(form.lblMessage.Text(), question);
+            form.btnOK.FireClick();
+        },
+        [&] { return Ask().AskSetPark({.altitude = 12.34567, .azimuth = 340.0}); }));
+    EXPECT_FALSE(WithPerson<bool>(
+        form,
+        [&] {
+            const std::string one = form.lblMessage.Text();
+            driver->waits.WaitForMilliseconds(form.tmrBlink.Interval());
+            const std::string other = form.lblMessage.Text();
+            EXPECT_TRUE((one == warning + "\r\n" + question) != (other == warning + "\r\n" + question));
+            EXPECT_TRUE((one == "\r\n" + question) != (other == "\r\n" + question));
+            EXPECT_TRUE(form.IsCwUp);
+            EXPECT_TRUE(form.IsOnEastSide);
+            form.btnCancel.FireClick();
+        },
+        [&] { return Ask().AskSetPark({.counterweightUp = true, .eastSide = true}); }));
+}
+
+TEST_F(QuestionWindowsTest, CloseDriver_TellsHowManyClientsThereAre) {
+    Start();
+    const TelescopeObject one = driver->CreateTelescope();
+    const TelescopeObject other = driver->CreateTelescope();
+    frmAskUserCloseDriver& form = Window().askUserCloseDriver;
+    std::string text;
+    EXPECT_TRUE(WithPerson<bool>(
+        form,
+        [&] {
+            text = form.lblMessage.Text();
+            form.btnOK.FireClick();
+        },
+        [&] { return Ask().AskCloseDriver(); }));
+    EXPECT_NE(text.find("connected: 2."), std::string::npos) << text;
+    EXPECT_FALSE(Ask().AskCloseDriver()) << "nobody can be asked";
+}
+
+TEST_F(QuestionWindowsTest, ParkedWarning_WaitsForItsButton) {
+    Start();
+    frmAskAndWarnParked& form = Window().askAndWarnParked;
+    const std::int64_t begin = machine.clock.Elapsed();
+    WithPerson<bool>(
+        form, [&] { form.btnOK.FireClick(); },
+        [&] {
+            Ask().WarnParked();
+            return true;
+        });
+    EXPECT_GE(machine.clock.Elapsed() - begin, 2'000);
+}
+
+TEST_F(QuestionWindowsTest, EndOfTheDriver_CancelsAnOpenQuestion) {
+    Start();
+    frmAskSwapEWNS& form = Window().askSwapEWNS;
+    EXPECT_FALSE(WithPerson<bool>(
+        form, [&] { Window().UnloadAtShutdown(); }, [&] { return Ask().AskSwap(SwappedAxes::EastWest); }));
+}
+
+}  // namespace
+}  // namespace kestrane
