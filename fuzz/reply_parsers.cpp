@@ -76,6 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckInteger(text);
     const CompanionReply companion = SplitCompanionReply(text);
     Require(companion.result.size() <= text.size(), "a companion's result is a part of its reply");
-    WrapForCompanion(text, size % 2 == 0, 7);
+    WrapForCompanion(text, 7);
+    WrapRawForCompanion(text, 7);
     return 0;
 }

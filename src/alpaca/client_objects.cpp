@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <stdexcept>
-#include <vector>
 
 #include "alpaca/parameter_values.h"
 
@@ -72,16 +71,24 @@ bool ClientObjects::BeingCreated(const ClientKey& key) const {
     return slot != slots_.end() && slot->second.object == nullptr;
 }
 
+/// Nothing releases the object meanwhile.
+struct ClientObjects::InUse {
+    Slot& slot;
+    explicit InUse(Slot& used) : slot(used) { ++slot.calls; }
+    InUse(const InUse&) = delete;
+    InUse& operator=(const InUse&) = delete;
+    ~InUse() { --slot.calls; }
+};
+
 std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection,
                                 const std::function<std::string(ClientObject&)>& call, CallKind kind) {
-    struct InUse {
+    struct EndOfCall {
         ClientObjects& objects;
         Slots::iterator slot;
-        InUse(ClientObjects& all, Slots::iterator used) : objects(all), slot(used) { ++slot->second.calls; }
-        InUse(const InUse&) = delete;
-        InUse& operator=(const InUse&) = delete;
-        ~InUse() {
-            --slot->second.calls;
+        EndOfCall(ClientObjects& all, Slots::iterator used) : objects(all), slot(used) {}
+        EndOfCall(const EndOfCall&) = delete;
+        EndOfCall& operator=(const EndOfCall&) = delete;
+        ~EndOfCall() {
             slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
             slot->second.stopAgain.reset();
             Tick end;
@@ -94,17 +101,22 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
         }
     };
     NoteActivity();
-    const InUse use{*this, FindOrCreate(key, kind)};
+    const EndOfCall end{*this, FindOrCreate(key, kind)};
+    const InUse use{end.slot->second};
     ConnectionServes(key.client, connection);
-    return call(*use.slot->second.object);
+    return call(*end.slot->second.object);
 }
 
-/// Releases the object that is not connected and has been silent longest, if there is one.
+/// Whether nobody misses the object: it is not connected and leaves nothing moving.
+bool ClientObjects::MayGo(const Slot& slot) {
+    return slot.object && slot.calls == 0 && !slot.object->IsConnected() && !slot.object->Device().MovesOn();
+}
+
+/// Releases the object that may go and has been silent longest, if there is one.
 void ClientObjects::MakeRoom() {
     auto longest = slots_.end();
     for (auto slot = slots_.begin(); slot != slots_.end(); ++slot) {
-        const bool idle = slot->second.object && slot->second.calls == 0 && !slot->second.object->IsConnected();
-        if (idle && (longest == slots_.end() || slot->second.lastUse - longest->second.lastUse < 0)) {
+        if (MayGo(slot->second) && (longest == slots_.end() || slot->second.lastUse - longest->second.lastUse < 0)) {
             longest = slot;
         }
     }
@@ -160,14 +172,17 @@ bool ClientObjects::LeaseEnd(const ClientKey& key, const Slot& slot, Tick& end) 
     if (slot.object == nullptr || slot.calls > 0) {
         return false;
     }
-    if (!slot.object->IsConnected()) {
-        end = slot.lastUse + needs_.leases.idle;
-        return true;
-    }
-    if (HasConnection(key.client)) {
+    const bool connected = slot.object->IsConnected();
+    if (connected && HasConnection(key.client)) {
         return false;
     }
-    end = slot.lastSign + needs_.leases.connected;
+    if (connected) {
+        end = slot.lastSign + needs_.leases.connected;
+    } else if (slot.object->Device().MovesOn()) {  // the object is all that knows of the motion
+        end = slot.lastUse + std::max(needs_.leases.idle, needs_.leases.connected);
+    } else {
+        end = slot.lastUse + needs_.leases.idle;
+    }
     return true;
 }
 
@@ -177,22 +192,40 @@ bool ClientObjects::HasConnection(const ClientName& name) const {
 }
 
 bool ClientObjects::MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const {
-    if (slot.object == nullptr || slot.calls > 0 || HasConnection(key.client) || !slot.object->Device().MovesOn()) {
+    if (slot.object == nullptr || slot.calls > 0 || !slot.object->Device().MovesOn()) {
         return false;
     }
-    end = slot.stopAgain.value_or(slot.lastSign + kMotionWithoutClient);
+    const bool connected = slot.object->IsConnected();
+    const bool gone = !HasConnection(key.client);
+    if (connected && !gone) {
+        return false;
+    }
+    const Tick vanished = slot.lastSign + kMotionWithoutClient;
+    const Tick idle = slot.lastUse + needs_.leases.idle;
+    end = slot.stopAgain.value_or(connected || (gone && vanished - idle < 0) ? vanished : idle);
     return true;
 }
 
 /// A telescope that turns with nobody to stop it runs into its pier.
 void ClientObjects::EndMotionsOfVanishedClients() {
-    for (auto& [key, slot] : slots_) {
+    // Stops get in between the exchanges, and with them new clients: the table may change.
+    for (const ClientKey& key : Keys()) {
+        const auto found = slots_.find(key);
         Tick end;
-        if (MotionEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0) {
-            slot.object->Device().EndMotions();
-            slot.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
+        if (found != slots_.end() && MotionEnd(key, found->second, end) && needs_.clock.GetTickCount() - end >= 0) {
+            const InUse use{found->second};
+            found->second.object->Device().EndMotions();
+            found->second.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
         }
     }
+}
+
+std::vector<ClientKey> ClientObjects::Keys() const {
+    std::vector<ClientKey> keys;
+    for (const auto& [key, slot] : slots_) {
+        keys.push_back(key);
+    }
+    return keys;
 }
 
 bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
@@ -248,11 +281,7 @@ void ClientObjects::OnTimer() {
 void ClientObjects::ReleaseWhatIsOver() {
     releasePosted_ = false;
     EndMotionsOfVanishedClients();
-    std::vector<ClientKey> keys;
-    for (const auto& [key, slot] : slots_) {
-        keys.push_back(key);
-    }
-    for (const ClientKey& key : keys) {
+    for (const ClientKey& key : Keys()) {
         // A release may pump, so each time the table is looked at again.
         const auto slot = slots_.find(key);
         if (slots_.size() > 1 && slot != slots_.end() && LeaseIsOver(key, slot->second)) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "alpaca/client_object.h"
 #include "alpaca/device_kind.h"
@@ -34,7 +35,9 @@ struct ClientKey {
 
 /// How long an object lives after its client has gone, in milliseconds (up to 24 days).
 struct LeaseTimes {
-    std::int32_t idle = 10'000;          ///< not connected: after its last request
+    /// Not connected: after its last request. One whose motion the mount has not heard end stays as long as `connected`
+    /// after that: with the object nobody would know of the motion.
+    std::int32_t idle = 10'000;
     std::int32_t connected = 3'600'000;  ///< connected: after the last TCP connection of its client closed
 };
 
@@ -67,7 +70,8 @@ public:
     /// More objects than any real clients need together. A further client takes the place of the one that is not
     /// connected and has been silent longest; when all are connected, it is refused by `std::runtime_error`.
     static constexpr std::size_t kMostObjects = 1000;
-    /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds.
+    /// A motion of a client without any open connection ends so long after its last sign of life, in milliseconds, that
+    /// of an object that is not connected at the end of its idle lease.
     static constexpr std::int32_t kMotionWithoutClient = 60'000;
     /// When the mount did not hear that, it is tried again so much later, in milliseconds.
     static constexpr std::int32_t kMotionStopAgain = 10'000;
@@ -99,7 +103,7 @@ public:
 private:
     struct Slot {
         std::unique_ptr<ClientObject> object;  ///< null while being created
-        int calls = 0;                         ///< calls on the stack
+        int calls = 0;                         ///< calls on the stack, and stops of its motions
         Tick lastUse;                          ///< end of the last call
         Tick lastSign;                         ///< the same, or the last closing of a connection of its client
         std::optional<Tick> stopAgain;         ///< when a motion that could not be ended is to be ended again
@@ -108,8 +112,10 @@ private:
         std::set<http::ConnectionId> connections;  ///< open ones that carried a request of the client
     };
     using Slots = std::map<ClientKey, Slot>;
+    struct InUse;
 
     Slots::iterator FindOrCreate(const ClientKey& key, CallKind kind);
+    static bool MayGo(const Slot& slot);
     void MakeRoom();
     void ForgetClientWithoutUse(const ClientName& name);
     bool HasAnyObject(const ClientName& name) const;
@@ -119,6 +125,7 @@ private:
     /// When a motion that the client has left running is to be ended; false when there is none.
     bool MotionEnd(const ClientKey& key, const Slot& slot, Tick& end) const;
     void EndMotionsOfVanishedClients();
+    std::vector<ClientKey> Keys() const;
     bool HasConnection(const ClientName& name) const;
     bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
     bool EverythingIsOver() const;

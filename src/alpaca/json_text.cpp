@@ -6,45 +6,13 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "kernel/base/utf8.h"
+
 namespace kestrane::alpaca {
 namespace {
 
 unsigned Byte(char c) {
     return static_cast<unsigned char>(c);
-}
-
-/// Length of the UTF-8 sequence at the front of `text`; 0 when there is none.
-std::size_t Utf8Length(std::string_view text) {
-    const unsigned lead = Byte(text[0]);
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xC2 ? 0
-                               : lead < 0xE0 ? 2
-                               : lead < 0xF0 ? 3
-                               : lead < 0xF5 ? 4
-                                             : 0;
-    if (length == 0 || text.size() < length) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((Byte(text[i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    const unsigned second = length > 2 ? Byte(text[1]) : 0;
-    const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-    const bool surrogateOrBeyond = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
-    return overlong || surrogateOrBeyond ? 0 : length;
-}
-
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = Utf8Length(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
 }
 
 void AppendEscape(std::string& json, unsigned byte) {

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
 #include "kernel/base/errors.h"
 
 namespace kestrane {
@@ -16,41 +17,41 @@ constexpr std::uint32_t kNotInitialized = 1;
 struct RateRow {
     std::string_view text;
     double value;
-    std::string_view command;
+    std::string_view argument;  ///< of the command of its table
 };
 
 // clang-format off
 constexpr std::array kLegacyCentering{
-    RateRow{"12x",     12.0,  ":RC0#"},
-    RateRow{"64x",     64.0,  ":RC1#"},
-    RateRow{"600x",   600.0,  ":RC2#"},
-    RateRow{"1200x", 1200.0,  ":RC3#"},
+    RateRow{"12x",     12.0,  "0"},
+    RateRow{"64x",     64.0,  "1"},
+    RateRow{"600x",   600.0,  "2"},
+    RateRow{"1200x", 1200.0,  "3"},
 };
 constexpr std::array kLegacyCenteringFir{
-    RateRow{"12x",     12.0,  ":RC0#"},
-    RateRow{"64x",     64.0,  ":RC1#"},
-    RateRow{"300x",   300.0,  ":RC2#"},
-    RateRow{"600x",   600.0,  ":RC3#"},
+    RateRow{"12x",     12.0,  "0"},
+    RateRow{"64x",     64.0,  "1"},
+    RateRow{"300x",   300.0,  "2"},
+    RateRow{"600x",   600.0,  "3"},
 };
 constexpr std::array kLegacySlew{
-    RateRow{"600x",   600.0,  ":RS0#"},
-    RateRow{"900x",   900.0,  ":RS1#"},
-    RateRow{"1200x", 1200.0,  ":RS2#"},
+    RateRow{"600x",   600.0,  "0"},
+    RateRow{"900x",   900.0,  "1"},
+    RateRow{"1200x", 1200.0,  "2"},
 };
 constexpr std::array kLegacySlewFir{
-    RateRow{"300x",   300.0,  ":RS0#"},
-    RateRow{"450x",   450.0,  ":RS1#"},
-    RateRow{"600x",   600.0,  ":RS2#"},
+    RateRow{"300x",   300.0,  "0"},
+    RateRow{"450x",   450.0,  "1"},
+    RateRow{"600x",   600.0,  "2"},
 };
 
 /// The first centering rows of all numbered types; two faster ones follow, which depend on the type.
 constexpr std::array kNumberedCentering{
-    RateRow{"0.25x",    0.25, ":RC5#"},
-    RateRow{"0.50x",    0.5,  ":RC6#"},
-    RateRow{"1.00x",    1.0,  ":RC7#"},
-    RateRow{"12x",     12.0,  ":RC0#"},
-    RateRow{"64x",     64.0,  ":RC1#"},
-    RateRow{"200x",   200.0,  ":RC2#"},
+    RateRow{"0.25x",    0.25, "5"},
+    RateRow{"0.50x",    0.5,  "6"},
+    RateRow{"1.00x",    1.0,  "7"},
+    RateRow{"12x",     12.0,  "0"},
+    RateRow{"64x",     64.0,  "1"},
+    RateRow{"200x",   200.0,  "2"},
 };
 
 struct NumberedTable {
@@ -61,23 +62,23 @@ struct NumberedTable {
 
 constexpr std::array kNumbered{
     NumberedTable{"0",
-        {{{"600x",   600.0, ":RC3#"}, {"1200x", 1200.0, ":RC4#"}}},
-        {{{"600x",   600.0, ":RS0#"}, {"900x",   900.0, ":RS1#"}, {"1200x", 1200.0, ":RS2#"}}}},
+        {{{"600x",   600.0, "3"}, {"1200x", 1200.0, "4"}}},
+        {{{"600x",   600.0, "0"}, {"900x",   900.0, "1"}, {"1200x", 1200.0, "2"}}}},
     NumberedTable{"1",
-        {{{"500x",   500.0, ":RC3#"}, {"900x",   900.0, ":RC4#"}}},
-        {{{"400x",   400.0, ":RS0#"}, {"650x",   650.0, ":RS1#"}, {"900x",   900.0, ":RS2#"}}}},
+        {{{"500x",   500.0, "3"}, {"900x",   900.0, "4"}}},
+        {{{"400x",   400.0, "0"}, {"650x",   650.0, "1"}, {"900x",   900.0, "2"}}}},
     NumberedTable{"2",
-        {{{"400x",   400.0, ":RC3#"}, {"600x",   600.0, ":RC4#"}}},
-        {{{"300x",   300.0, ":RS0#"}, {"450x",   450.0, ":RS1#"}, {"600x",   600.0, ":RS2#"}}}},
+        {{{"400x",   400.0, "3"}, {"600x",   600.0, "4"}}},
+        {{{"300x",   300.0, "0"}, {"450x",   450.0, "1"}, {"600x",   600.0, "2"}}}},
     NumberedTable{"3",
-        {{{"600x",   600.0, ":RC3#"}, {"1200x", 1200.0, ":RC4#"}}},
-        {{{"600x",   600.0, ":RS0#"}, {"1000x", 1000.0, ":RS1#"}, {"1800x", 1800.0, ":RS2#"}}}},
+        {{{"600x",   600.0, "3"}, {"1200x", 1200.0, "4"}}},
+        {{{"600x",   600.0, "0"}, {"1000x", 1000.0, "1"}, {"1800x", 1800.0, "2"}}}},
 };
 // clang-format on
 
-void Append(MountRateCollection& collection, std::span<const RateRow> rows) {
+void Append(MountRateCollection& collection, const BlindCommand& command, std::span<const RateRow> rows) {
     for (const RateRow& row : rows) {
-        collection.AddRate(row.value, row.text, row.command);
+        collection.AddRate(row.value, row.text, command.With(row.argument).OnTheWire());
     }
 }
 
@@ -180,18 +181,18 @@ bool MountRatesFactory::CreateRateCollections(std::string_view mountRateType, Mo
     centeringRateCollection = MountRateCollection{};
     slewRateCollection = MountRateCollection{};
     for (const GuideRateRow& rate : kGuideRates) {
-        guideRateCollection.AddRate(rate.multiple, rate.text, rate.command);
+        guideRateCollection.AddRate(rate.multiple, rate.text, wire::GuideRate.With(rate.argument).OnTheWire());
     }
     const auto numbered = std::ranges::find(kNumbered, mountRateType, &NumberedTable::type);
     if (numbered != kNumbered.end()) {
-        Append(centeringRateCollection, kNumberedCentering);
-        Append(centeringRateCollection, numbered->fastCentering);
-        Append(slewRateCollection, numbered->slew);
+        Append(centeringRateCollection, wire::CenteringRate, kNumberedCentering);
+        Append(centeringRateCollection, wire::CenteringRate, numbered->fastCentering);
+        Append(slewRateCollection, wire::SlewRate, numbered->slew);
         return true;
     }
     const bool halfSpeed = mount_.mountType == Mount_Type::FIR;
-    Append(centeringRateCollection, halfSpeed ? kLegacyCenteringFir : kLegacyCentering);
-    Append(slewRateCollection, halfSpeed ? kLegacySlewFir : kLegacySlew);
+    Append(centeringRateCollection, wire::CenteringRate, halfSpeed ? kLegacyCenteringFir : kLegacyCentering);
+    Append(slewRateCollection, wire::SlewRate, halfSpeed ? kLegacySlewFir : kLegacySlew);
     return mountRateType.empty();
 }
 

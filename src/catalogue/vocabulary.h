@@ -42,17 +42,17 @@ enum : std::int32_t { Primary = 0, Secondary = 1 };
 
 /// A guide rate that the mount has.
 struct GuideRateRow {
-    double multiple;           ///< of the sidereal rate
-    std::string_view setting;  ///< the value of setting `cbxInitGuideRate`
-    char status;               ///< its character in the status text
-    std::string_view text;     ///< as shown to people
-    std::string_view command;  ///< the raw command that selects it
+    double multiple;            ///< of the sidereal rate
+    std::string_view setting;   ///< the value of setting `cbxInitGuideRate`
+    char status;                ///< its character in the status text
+    std::string_view text;      ///< as shown to people
+    std::string_view argument;  ///< of the wire's command for it
 };
 
 inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
-    {0.25, "0", '0', "0.25x", ":RG0#"},
-    {0.5, "1", '1', "0.50x", ":RG1#"},
-    {1.0, "2", '2', "1.00x", ":RG2#"},
+    {0.25, "0", '0', "0.25x", "0"},
+    {0.5, "1", '1', "0.50x", "1"},
+    {1.0, "2", '2', "1.00x", "2"},
 }};
 
 /// The verb of the driver that gives the mount the PC's time, date and zone; what the driver itself sends too.

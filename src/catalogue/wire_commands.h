@@ -27,6 +27,18 @@ struct Care {
     friend constexpr bool operator==(const Care&, const Care&) = default;
 };
 
+namespace wire {
+
+/// The end of each reply of the form `Text`.
+inline constexpr std::string_view kReplyEnd = "#";
+
+/// A text in the frame of the exchange.
+inline std::string InFrame(std::string_view text) {
+    return ":" + std::string(text) + "#";
+}
+
+}  // namespace wire
+
 /// A command with its argument, ready to be sent. `OwnText` makes one from a client's own text.
 template <ReplyForm form>
 struct OutgoingCommand {
@@ -35,7 +47,7 @@ struct OutgoingCommand {
 
     bool Raw() const { return framing == Framing::Raw; }
     /// What goes over the line.
-    std::string OnTheWire() const { return Raw() ? text : ":" + text + "#"; }
+    std::string OnTheWire() const { return Raw() ? text : wire::InFrame(text); }
 };
 
 /// One command of the mount's protocol, a row of the table below. The form of its reply is part of its type, so that a

@@ -153,8 +153,8 @@ std::string GetConnectFailure(Verb verb, std::string_view) {
 }
 
 std::string CheckMount(Verb verb, std::string_view) {
-    std::string versionOrReason;
-    return verb.needs.checkMount(versionOrReason) ? Value(versionOrReason) : Failure(versionOrReason);
+    const MountCheck check = verb.needs.checkMount();
+    return check.Found() ? Value(check.version) : Failure(check.whyNone);
 }
 
 std::string GetIniValue(Verb verb, std::string_view keyword) {

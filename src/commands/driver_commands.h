@@ -12,6 +12,7 @@
 #include "settings/persist.h"
 #include "state/essentials.h"
 #include "state/event_journal.h"
+#include "state/mount_check.h"
 #include "state/sequence.h"
 #include "telescope/telescope.h"
 
@@ -26,8 +27,7 @@ struct DriverCommandsNeeds {
     std::function<Telescope*()> internalInstance;  ///< null while there is none
     std::function<void(bool)> enableDebugLog;      ///< the same as the box of the hand box
     std::function<std::string()> connectFailure;   ///< why the last connect failed; empty when it did not
-    /// Asks the mount on the port of the settings for its version; else gives the reason why there is none.
-    std::function<bool(std::string& versionOrReason)> checkMount;
+    std::function<MountCheck()> checkMount;        ///< asks the mount on the port of the settings for its version
 };
 
 /// One run of a verb: the object through which it came.

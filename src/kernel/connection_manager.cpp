@@ -8,12 +8,12 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "platform/port_names.h"
 #include "state/mount_replies.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::size_t kComLetters = 3;           // of "COM" before a port's number
 constexpr std::int32_t kMaxStartAttempts = 100;  // passes after the companion was started
 constexpr std::int32_t kCompanionWaitMs = 250;
 constexpr std::int32_t kPassWaitMs = 200;
@@ -106,11 +106,11 @@ void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& ad
 bool ConnectionManager::FindMount(Opening& opening) {
     needs_.ensureUtil();
     if (!opening.ip) {
-        opening.portText = opening.portText.substr(std::min(kComLetters, opening.portText.size()));
+        opening.portText = AfterPortLetters(opening.portText);
         opening.quay = driver_.persist.ReadFlag(setting::chkQUAY);
         opening.quayRest = driver_.persist.ReadFlag(setting::chkQuayRestApi);
     }
-    state_.g_dConnectTimeout = Val_Global(driver_.persist.Read(setting::txtConnectTimeout), driver_.log);
+    state_.g_dConnectTimeout = driver_.persist.ReadNumber(setting::txtConnectTimeout);
     opening.start = driver_.clock.GetTickCount();
     opening.elevated = IsAdmin(needs_.systemInfo);
     PassResult result = PassResult::NextPass;
@@ -165,9 +165,9 @@ void ConnectionManager::ChooseCompanionPort(Opening& opening) {
         return;
     }
     const std::string first = chosen.substr(0, blank);
-    if (first.size() > kComLetters && ToUpper(first.substr(0, kComLetters)) == "COM") {
+    if (first.size() > kPortLetters.size() && ToUpper(first).starts_with(kPortLetters)) {
         ShowMountInfo(first);
-        opening.portText = first.substr(kComLetters);
+        opening.portText = AfterPortLetters(first);
     }
 }
 
@@ -190,6 +190,13 @@ bool ConnectionManager::SetUpLink(Opening& opening) {
     link.Connected(true);
     opening.opened = link.Connected();
     return opening.opened || opening.quay;
+}
+
+/// 0 for a name without a number of 16 bits.
+std::int16_t ConnectionManager::PortOfSettings() {
+    std::int16_t port = 0;
+    TryParseInteger(AfterPortLetters(driver_.persist.Read(setting::Port)), port);
+    return port;
 }
 
 /// Milliseconds. A setting that is no number or below 1 counts as the default.
@@ -311,12 +318,7 @@ SiteAnswer ConnectionManager::ReadMountSite(Notice notice) {
     double latitude = 0.0;
     SiteAnswer answer = SiteAnswer::Silent;
     ResumeNext errors{driver_.ledger, "GetLongLatFromMount"};
-    errors.Assign(answer, [&] {
-        const std::string port = driver_.persist.Read(setting::Port);
-        std::int16_t number = 0;
-        TryParseInteger(port.substr(std::min(kComLetters, port.size())), number);
-        return AskLongLat(number, 0, westLongitude, latitude);
-    });
+    errors.Assign(answer, [&] { return AskLongLat(PortOfSettings(), 0, westLongitude, latitude); });
     if (answer == SiteAnswer::Read) {
         state_.g_dSiteLongitude = -westLongitude;
         state_.g_bLongitudeRead = true;

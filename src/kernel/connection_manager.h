@@ -22,6 +22,7 @@
 #include "state/client_connections.h"
 #include "state/driver_state.h"
 #include "state/essentials.h"
+#include "state/mount_check.h"
 #include "state/mount_queries.h"
 #include "state/mount_rates.h"
 #include "state/sequence.h"
@@ -69,8 +70,8 @@ public:
     /// Looks for a mount on a port, for the setup dialog. When the link is closed, the port is opened for the check and
     /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump.
     bool CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version);
-    /// The same for the port of the settings, with a text for a person: the version, or why there is none.
-    bool CheckMount(std::string& versionOrReason);
+    /// The same for the port of the settings.
+    MountCheck CheckMount();
     /// Why the last connect failed, in a sentence for a person: the port, its device and the cause. Empty when it
     /// succeeded, or there was none.
     const std::string& ConnectFailure() const { return connectFailure_; }
@@ -120,6 +121,7 @@ private:
     PassResult TryOnce(Opening& opening);
     void ChooseCompanionPort(Opening& opening);
     bool SetUpLink(Opening& opening);
+    std::int16_t PortOfSettings();
     std::int32_t ReadTimeout();
     std::int16_t ReadRetries();
     bool ProbeMount();
@@ -141,7 +143,7 @@ private:
     }
 
     // port_checks.cpp
-    bool LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened);
+    bool LookForMount(std::int16_t port, std::int32_t timeoutMs, std::string& version, bool& opened);
     bool OpenForCheck(std::int16_t port, const std::function<void(MountLink&)>& setTimeout);
     bool OnLink(std::int16_t port, const std::function<void(MountLink&)>& setTimeout,
                 const std::function<bool(MountLink&, bool openedHere)>& work);

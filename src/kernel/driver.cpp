@@ -153,7 +153,7 @@ Driver::Driver(Platform platform)
                   handBox.chkEnableDebugLog.FireClick();
               },
           .connectFailure = [this] { return connections.ConnectFailure(); },
-          .checkMount = [this](std::string& versionOrReason) { return connections.CheckMount(versionOrReason); },
+          .checkMount = [this] { return connections.CheckMount(); },
       }),
       startup(StartupNeeds{
           .driver = essentials,
@@ -267,7 +267,7 @@ LogFileFacts Driver::FactsOfLog() {
             [this] {
                 // A number too large for any model is clamped, so that it stays a number without a name.
                 using Limits = std::numeric_limits<std::int16_t>;
-                const double number = Val_Global(persist.Read(setting::MountType), log);
+                const double number = persist.ReadNumber(setting::MountType);
                 auto type =
                     static_cast<std::int16_t>(RoundHalfEven(std::clamp<double>(number, Limits::min(), Limits::max())));
                 return std::string(mount.GetMountType(type));

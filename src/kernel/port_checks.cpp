@@ -2,6 +2,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "kernel/connection_manager.h"
+#include "platform/port_names.h"
 
 namespace kestrane {
 namespace {
@@ -70,8 +71,8 @@ bool ConnectionManager::CheckConnection(std::int16_t port, std::int16_t timeoutM
 }
 
 /// `opened` is whether the port could be opened, or was open.
-bool ConnectionManager::LookForMount(std::int16_t port, std::int16_t timeoutMs, std::string& version, bool& opened) {
-    driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on COM" + std::to_string(port));
+bool ConnectionManager::LookForMount(std::int16_t port, std::int32_t timeoutMs, std::string& version, bool& opened) {
+    driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Checking for mount on " + PortName(port));
     version.clear();
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeoutMS(kCheckTimeoutMs); },
@@ -89,21 +90,19 @@ bool ConnectionManager::LookForMount(std::int16_t port, std::int16_t timeoutMs, 
         });
 }
 
-bool ConnectionManager::CheckMount(std::string& versionOrReason) {
-    const std::string portText = driver_.persist.Read(setting::Port);
-    std::int16_t port = 0;
-    TryParseInteger(portText.substr(std::min<std::size_t>(3, portText.size())), port);  // after "COM"
-    std::int16_t timeout = 0;
-    TryParseInteger(driver_.persist.Read(setting::Timeout), timeout);
+MountCheck ConnectionManager::CheckMount() {
+    const std::int16_t port = PortOfSettings();
+    const std::int32_t timeout = ReadTimeout();
     const Tick start = driver_.clock.GetTickCount();
     bool opened = false;
-    const bool found = LookForMount(port, timeout, versionOrReason, opened);
-    if (!found) {
-        versionOrReason = driver_.persist.ReadFlag(setting::chkIPAddress)
-                              ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
-                              : WhyNoMount(port, opened, start);
+    MountCheck check;
+    if (!LookForMount(port, timeout, check.version, opened)) {
+        check.version.clear();
+        check.whyNone = driver_.persist.ReadFlag(setting::chkIPAddress)
+                            ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
+                            : WhyNoMount(port, opened, start);
     }
-    return found;
+    return check;
 }
 
 void ConnectionManager::ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs) {
@@ -130,8 +129,7 @@ bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutM
 /// Refused as soon as one half is.
 SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
                                          double& latitude) {
-    driver_.log.LogMessage("GetMountLongLat", LogLevel::Info,
-                           "Getting Long/Lat for mount on COM" + std::to_string(port));
+    driver_.log.LogMessage("GetMountLongLat", LogLevel::Info, "Getting Long/Lat for mount on " + PortName(port));
     longitude = latitude = 0.0;
     SiteAnswer answer = SiteAnswer::Silent;
     const bool whole = OnLink(
@@ -155,8 +153,7 @@ SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeout
 
 bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                                         std::string_view latitude) {
-    driver_.log.LogMessage("SetMountLongLat", LogLevel::Info,
-                           "Setting Long/Lat for mount on COM" + std::to_string(port));
+    driver_.log.LogMessage("SetMountLongLat", LogLevel::Info, "Setting Long/Lat for mount on " + PortName(port));
     return OnLink(
         port, [](MountLink& link) { link.ReceiveTimeout(1); },
         [&](MountLink& link, bool) {

@@ -6,6 +6,8 @@
 
 #include "kernel/base/text.h"
 #include "link/companion_wrap.h"
+#include "link/line_text.h"
+#include "platform/port_names.h"
 #include "settings/setting_keys.h"
 
 namespace kestrane {
@@ -15,43 +17,6 @@ constexpr std::int32_t kDrainReadLimitMs = 1;
 constexpr std::int32_t kDrainTimeMs = 2000;
 constexpr int kMostAlarmsBeforeReply = 3;  // one of each letter
 constexpr std::string_view kMotionAccepted = "0";
-
-/// On the line a character is one byte; texts of the driver are UTF-8. Characters beyond 0xFF become "?"; bytes that
-/// are no UTF-8 go out as they are.
-std::string ToLine(std::string_view text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 1;
-        std::size_t follow = 1;
-        while (follow < length && i + follow < text.size() &&
-               (static_cast<unsigned char>(text[i + follow]) & 0xC0) == 0x80) {
-            ++follow;
-        }
-        if (length == 1 || follow < length) {
-            bytes += text[i++];
-            continue;
-        }
-        const int low = static_cast<unsigned char>(text[i + 1]) & 0x3F;
-        bytes += lead <= 0xC3 ? static_cast<char>((lead & 0x03) << 6 | low) : '?';
-        i += length;
-    }
-    return bytes;
-}
-
-std::string FromLine(std::string_view bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x80) {
-            text += byte;
-        } else {
-            text += static_cast<char>(0xC0 | code >> 6);
-            text += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-    return text;
-}
 
 /// Whether `text` ends with `terminator`, ignoring case. Raises run-time error 5 when the text is shorter.
 bool EndsWithTerminator(std::string_view text, std::string_view terminator) {
@@ -125,6 +90,9 @@ void classSerial::OpenSerialObject() {
 /// Adapters get their numbers at the start; one that was plugged in later gets it here. Whether the port is there now.
 bool classSerial::NumbersThisPort() {
     const SerialPortList list = needs_.ports.ListPorts();
+    for (const SerialPortEntry& entry : list.numberedNow) {
+        needs_.log.LogMessage("Serial", LogLevel::Warning, entry.name + " is " + entry.device + " from now on");
+    }
     return std::ranges::any_of(list.ports,
                                [&](const SerialPortEntry& entry) { return entry.number == port_ && entry.present; });
 }
@@ -286,7 +254,7 @@ void classSerial::NoteDevice() {
         return;
     }
     deviceGone_ = !deviceGone_;
-    std::string name = "COM" + std::to_string(port_);
+    std::string name = PortName(port_);
     if (const std::string device = device_->DeviceName(); !device.empty()) {
         name += " (" + device + ")";
     }

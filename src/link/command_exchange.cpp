@@ -11,7 +11,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kTerminator = "#";
 constexpr std::string_view kDriverCommandHead = "RAW,";  // of a text that never reaches the mount
 constexpr std::string_view kAscom = "ASCOM";
 constexpr std::string_view kDriver = "Driver";
@@ -110,7 +109,7 @@ void CommandExchange::CommandBlindLight(std::string_view command) {
 void CommandExchange::Clear(std::string_view origin) {
     ResumeNext errors{driver_.ledger, "CommandClear"};
     Info(origin, "CommandClear()");
-    errors.Step([&] { Link().Transmit(kTerminator); });
+    errors.Step([&] { Link().Transmit(wire::EndInput.With("").OnTheWire()); });
     driver_.waits.WaitForMilliseconds(kPauseBeforeDrainMs);
     errors.Step([&] { Link().ClearBuffers(); });
     driver_.state.g_bResync = false;
@@ -202,12 +201,11 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     const bool toCompanion = driver_.state.g_bQuayLink;
     for (int retriesLeft = retries; retriesLeft >= 0; --retriesLeft) {
         Info(origin, "CommandString TX='" + text + "'");
-        needs_.noteSent(toCompanion ? ":" + command.text + "#" : text);  // the companion frames also what is raw
+        needs_.noteSent(toCompanion ? wire::InFrame(command.text) : text);  // the companion frames also what is raw
         DropInputIfOutOfStep(errors);
         if (toCompanion) {
-            return ThroughCompanion(
-                {command.text, WrapForCompanion(command.text, command.Raw(), driver_.state.g_nQuaySeq), origin},
-                errors);
+            const auto wrap = command.Raw() ? WrapRawForCompanion : WrapForCompanion;
+            return ThroughCompanion({command.text, wrap(command.text, driver_.state.g_nQuaySeq), origin}, errors);
         }
         EndLongReadLimit(errors);
         DropLateBytes(origin, errors);
@@ -230,7 +228,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
 bool CommandExchange::TryString(const std::string& text, std::string& reply, std::string_view origin,
                                 ResumeNext& errors) {
     errors.Step([&] { Link().Transmit(text); });
-    errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+    errors.Assign(reply, [&] { return Link().ReceiveTerminated(wire::kReplyEnd); });
     if (reply.empty()) {
         return false;
     }
@@ -263,7 +261,7 @@ std::string CommandExchange::DriverCommand(const std::string& text, std::string_
 std::string CommandExchange::ThroughCompanion(const Wrapped& wrapped, ResumeNext& errors) {
     errors.Step([&] { Link().Transmit(wrapped.text); });
     std::string reply;
-    errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+    errors.Assign(reply, [&] { return Link().ReceiveTerminated(wire::kReplyEnd); });
     std::string result = CompanionResult(std::move(reply), wrapped, errors);
     if (!result.empty()) {
         result.pop_back();
@@ -296,10 +294,10 @@ std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& w
             driver_.log.LogMessage(kTelescope, LogLevel::Warning,
                                    "CommandString: Sequence number is behind by " + std::to_string(lag));
             errors.Step([&] { Link().ClearBuffers(); });
-            return std::string(kTerminator);
+            return std::string(wire::kReplyEnd);
         }
         reply.clear();  // a silent read must not leave the stale reply in place
-        errors.Assign(reply, [&] { return Link().ReceiveTerminated(kTerminator); });
+        errors.Assign(reply, [&] { return Link().ReceiveTerminated(wire::kReplyEnd); });
     }
 }
 

@@ -19,16 +19,18 @@ bool TakeField(std::string_view& text, std::string_view& field) {
 
 }  // namespace
 
-std::string WrapForCompanion(std::string_view command, bool raw, std::int32_t sequence) {
-    if (raw) {
-        if (command.starts_with(':')) {
-            command.remove_prefix(1);
-        }
-        if (command.size() >= 2 && command[command.size() - 2] == '#') {
-            command.remove_suffix(1);
-        }
-    }
+std::string WrapForCompanion(std::string_view command, std::int32_t sequence) {
     return ":" + std::string(kHead) + std::to_string(sequence) + "," + std::string(command) + "#";
+}
+
+std::string WrapRawForCompanion(std::string_view command, std::int32_t sequence) {
+    if (command.starts_with(':')) {
+        command.remove_prefix(1);
+    }
+    if (command.size() >= 2 && command[command.size() - 2] == '#') {
+        command.remove_suffix(1);
+    }
+    return WrapForCompanion(command, sequence);
 }
 
 CompanionReply SplitCompanionReply(std::string_view reply) {

@@ -14,10 +14,12 @@ namespace kestrane {
 ///     to the companion    :QUAY,<number>,<command>#
 ///     from the companion  QUAY,<echo>,<number>,<result>#
 
-/// The text to send for a command as the caller gave it. A raw command loses its leading ":", and its last character
-/// when the character before that is "#". Intentional: the last but one counts, so a raw ":GR#" keeps its "#" and goes
-/// out as ":QUAY,7,GR##".
-std::string WrapForCompanion(std::string_view command, bool raw, std::int32_t sequence);
+/// The text to send for a command without a frame.
+std::string WrapForCompanion(std::string_view command, std::int32_t sequence);
+/// The same for a raw command, which brings a frame of its own: it loses its leading ":", and its last character when
+/// the character before that is "#". Intentional: the last but one counts, so a raw ":GR#" keeps its "#" and goes out
+/// as ":QUAY,7,GR##".
+std::string WrapRawForCompanion(std::string_view command, std::int32_t sequence);
 
 /// A companion's reply taken apart.
 struct CompanionReply {

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/port_names.h"
+
 namespace kestrane {
 
 /// One serial line as bytes: 8 data bits, no parity, 1 stop bit, no flow control. Logic thread only. No member raises:
@@ -46,6 +48,8 @@ struct SerialPortEntry {
 
 struct SerialPortList {
     std::vector<SerialPortEntry> ports;  ///< by number, each number once
+    /// Those of them that had no number before this listing.
+    std::vector<SerialPortEntry> numberedNow;
     /// What could not be read or numbered, one sentence each for a person to read. Empty when all went well.
     std::vector<std::string> troubles;
 };
@@ -59,7 +63,7 @@ public:
     virtual SerialPortList ListPorts() = 0;
 
     /// The port in the words of its user: its name, and the device of that number where there is one.
-    virtual std::string Describe(std::int32_t port) { return "COM" + std::to_string(port); }
+    virtual std::string Describe(std::int32_t port) { return PortName(port); }
     /// Why `SerialPort::Open` gave an error for the port, and what to do about it: part of a sentence for a person.
     virtual std::string WhyNotOpened(std::int32_t /*port*/, int error) { return "error " + std::to_string(error); }
 

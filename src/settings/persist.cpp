@@ -168,8 +168,12 @@ std::string Persist::GetAllValues() {
     return all;
 }
 
+double Persist::ReadNumber(const SettingKey& key) {
+    return Val_Global(Read(key), needs_.log);
+}
+
 bool Persist::ReadFlag(const SettingKey& key) {
-    return Val_Global(Read(key), needs_.log) != 0.0;
+    return ReadNumber(key) != 0.0;
 }
 
 }  // namespace kestrane

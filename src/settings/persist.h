@@ -59,7 +59,9 @@ public:
 
     /// The value under a known key with that key's own default.
     std::string Read(const SettingKey& key) { return ReadIniValue(key.name, key.fallback); }
-    /// Whether the value under the key, as a number, is not zero.
+    /// The value as a number (see `Val_Global`): 0 for a text that begins with none.
+    double ReadNumber(const SettingKey& key);
+    /// Whether that is not zero.
     bool ReadFlag(const SettingKey& key);
     std::optional<std::string> ReadIfAnswered(const SettingKey& key) { return ReadIfAnswered(key.name, key.fallback); }
     void Write(const SettingKey& key, std::string_view value) { WriteIniValue(key.name, value); }

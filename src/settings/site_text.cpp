@@ -10,44 +10,25 @@
 namespace kestrane {
 namespace {
 
-/// The limits of one half of a position.
-struct HalfLimits {
-    std::string_view positive;
-    std::string_view negative;
-    double mostDegrees;
-};
+constexpr double kMostLongitudeDegrees = 359.0;
 
 bool IsDecimal(std::string_view field) {
     return IsNumericText(field) && field.find_first_not_of("0123456789.,") == std::string_view::npos;
 }
 
-/// A field without a sign or exponent whose number is from 0 to `most`.
-bool ParseField(std::string_view field, bool whole, double most, double& value, Log& log) {
-    if (!(whole ? IsAllDigits(field) : IsDecimal(field))) {
-        return false;
-    }
+bool NumberUpTo(double most, std::string_view field, double& value, Log& log) {
     value = Val_Global(field, log);
     return value <= most;
 }
 
-bool ParseHalf(std::string_view text, const HalfLimits& limits, double& degrees, Log& log) {
-    if (std::ranges::count(text, ' ') != 3 || text.find("  ") != std::string_view::npos) {
-        return false;
-    }
-    const auto [letter, degreeField, minuteField, secondField] = SplitSiteText(text);
-    const std::string hemisphere = ToUpper(letter);
-    double whole = 0.0;
-    double minutes = 0.0;
-    double seconds = 0.0;
-    if ((hemisphere != limits.positive && hemisphere != limits.negative) ||
-        !ParseField(degreeField, true, limits.mostDegrees, whole, log) ||
-        !ParseField(minuteField, true, 59.0, minutes, log) || !ParseField(secondField, false, 60.0, seconds, log) ||
-        seconds == 60.0) {
-        return false;
-    }
-    const double value = whole + (minutes * 60.0 + seconds) / 3600.0;
-    degrees = hemisphere == limits.negative && value != 0.0 ? -value : value;
-    return true;
+/// A field of digits alone whose number is from 0 to `most`.
+bool ParseWhole(std::string_view field, double most, double& value, Log& log) {
+    return IsAllDigits(field) && NumberUpTo(most, field, value, log);
+}
+
+/// The same with a fraction; no sign, no exponent.
+bool ParseDecimal(std::string_view field, double most, double& value, Log& log) {
+    return IsDecimal(field) && NumberUpTo(most, field, value, log);
 }
 
 }  // namespace
@@ -96,16 +77,22 @@ double SiteTextDegrees(std::string_view text, std::string_view negativeHemispher
 }
 
 bool ParseLongitudeText(std::string_view text, double& degrees, Log& log) {
-    double west = 0.0;
-    if (!ParseHalf(text, {"W", "E", 359.0}, west, log)) {
+    if (std::ranges::count(text, ' ') != 3 || text.find("  ") != std::string_view::npos) {
         return false;
     }
-    degrees = west < 0.0 ? west + 360.0 : west;
+    const auto [letter, degreeField, minuteField, secondField] = SplitSiteText(text);
+    const std::string hemisphere = ToUpper(letter);
+    double whole = 0.0;
+    double minutes = 0.0;
+    double seconds = 0.0;
+    if ((hemisphere != "W" && hemisphere != "E") || !ParseWhole(degreeField, kMostLongitudeDegrees, whole, log) ||
+        !ParseWhole(minuteField, 59.0, minutes, log) || !ParseDecimal(secondField, 60.0, seconds, log) ||
+        seconds == 60.0) {
+        return false;
+    }
+    const double value = whole + (minutes * 60.0 + seconds) / 3600.0;
+    degrees = hemisphere == "E" && value != 0.0 ? 360.0 - value : value;
     return true;
-}
-
-bool ParseLatitudeText(std::string_view text, double& degrees, Log& log) {
-    return ParseHalf(text, {"N", "S", 90.0}, degrees, log);
 }
 
 }  // namespace kestrane

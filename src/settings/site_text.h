@@ -34,7 +34,5 @@ double SiteTextDegrees(std::string_view text, std::string_view negativeHemispher
 /// is 349.5. The text has exactly four fields with single blanks between them: "E" or "W" in any case, whole degrees up
 /// to 359, whole minutes up to 59, seconds below 60. False, with `degrees` unchanged, for any other text.
 bool ParseLongitudeText(std::string_view text, double& degrees, Log& log);
-/// The latitude, north positive: "N" or "S", degrees up to 90, else as above.
-bool ParseLatitudeText(std::string_view text, double& degrees, Log& log);
 
 }  // namespace kestrane

@@ -137,11 +137,13 @@ bool Motion::DistanceStayed(bool positionIsNew) {
     return true;
 }
 
-void Motion::SeenToStand(bool atTarget) {
+void Motion::SeenToStandAtTarget() {
     state_.g_bGotoRuns = false;
-    if (atTarget) {
-        state_.g_bGotoSent = false;
-    }
+    state_.g_bGotoSent = false;
+}
+
+void Motion::SeenToStandShort() {
+    state_.g_bGotoRuns = false;
 }
 
 void Motion::SlewEnds() {

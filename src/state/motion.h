@@ -22,9 +22,8 @@ namespace kestrane {
 //   u  1 where the status text is usable      k  1 where K is set, else kept     n  + where the position is new, or
 //      (`g_bGosActive`), else kept            m  as M                               P2 is clear
 //   r  as reported                            p  0 where P2 is set, else kept    g  1 where S, K or Gs is set, else
-//   h  kept where a slew is reported, else 0  t  0 where the target is reached,     kept
-//   e  1 where Ga or P2 is set,                  else kept
-//      else kept
+//   h  kept where a slew is reported, else 0  e  1 where Ga or P2 is set,           kept
+//                                                else kept
 //   1d, 0d the flag of the given direction alone
 //
 //                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O  Mv
@@ -50,7 +49,8 @@ namespace kestrane {
 //   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =  =
 //   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
 //   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =  =
-//   SeenToStand                 =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  t  0  =  =  =
+//   SeenToStandAtTarget         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  0  0  =  =  =
+//   SeenToStandShort            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  0  =  =  =
 //   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
 //   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
@@ -150,8 +150,10 @@ public:
     /// one cuts off the way round that the first one is for. The end of a single leg moves nothing, so there silence
     /// counts.
     bool DistanceStayed(bool positionIsNew);
-    /// The supervision has heard the mount stand still, `atTarget` or short of it.
-    void SeenToStand(bool atTarget);
+    /// The supervision has heard the mount stand still at the target.
+    void SeenToStandAtTarget();
+    /// The same short of it.
+    void SeenToStandShort();
     /// The slew is over, by arrival or by a stop. AK stays: it shows a park that waits how it ended.
     void SlewEnds();
     void SlewCompleteDue();

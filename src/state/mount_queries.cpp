@@ -76,6 +76,20 @@ bool MountQueries::MayAsk() const {
     return !state_.g_bPollSuspended && !TickIsSilent();
 }
 
+/// Stamps a query that may be asked now. False for one that may not, and where nobody is there to ask: what it would
+/// show is blanked then.
+bool MountQueries::Begins(Tick& stamp, Label& shown) {
+    if (!MayAsk()) {
+        return false;
+    }
+    stamp = driver_.clock.GetTickCount();
+    if (!needs_.telescope()) {
+        shown.Text("");
+        return false;
+    }
+    return true;
+}
+
 void MountQueries::TickBegins() {
     inTick_ = true;
     silent_ = false;
@@ -93,12 +107,7 @@ Sequence MountQueries::Talk(const CompletingProcedure& procedure) {
 }
 
 bool MountQueries::QueryRa() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastRa = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblRA.Text("");
+    if (!Begins(state_.g_tickLastRa, needs_.handBox.lblRA)) {
         return false;
     }
     const std::string reply = Ask(wire::GetRa);
@@ -148,12 +157,7 @@ bool MountQueries::KeepRa(const std::string& reply) {
 }
 
 bool MountQueries::QueryDec() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastDec = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblDEC.Text("");
+    if (!Begins(state_.g_tickLastDec, needs_.handBox.lblDEC)) {
         return false;
     }
     std::string reply = Ask(wire::GetDec);
@@ -206,12 +210,7 @@ bool MountQueries::MountIsAskedForAltAz() {
 }
 
 bool MountQueries::QueryAlt() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastAlt = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblAlt.Text("");
+    if (!Begins(state_.g_tickLastAlt, needs_.handBox.lblAlt)) {
         return false;
     }
     if (!MountIsAskedForAltAz()) {
@@ -237,12 +236,7 @@ bool MountQueries::QueryAlt() {
 }
 
 bool MountQueries::QueryAz() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastAz = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblAz.Text("");
+    if (!Begins(state_.g_tickLastAz, needs_.handBox.lblAz)) {
         return false;
     }
     if (!MountIsAskedForAltAz()) {

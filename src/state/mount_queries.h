@@ -180,6 +180,7 @@ private:
     void NoteQuerySuccess();
     void NoteUnanswered(SilenceIs silence);
     bool MayAsk() const;
+    bool Begins(Tick& stamp, Label& shown);
     bool PositionLabelsShown() const;
     bool SideIsToldByMount() const;
     void ShowAlt(double altitude);

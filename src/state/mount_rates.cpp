@@ -93,7 +93,7 @@ void MountRates::FillLists() {
 
 void MountRates::Fill(ComboBox& list, const std::vector<std::string>& texts, const SettingKey& selection) {
     const double last = static_cast<double>(texts.size()) - 1;
-    const double stored = Val_Global(driver_.persist.Read(selection), driver_.log);
+    const double stored = driver_.persist.ReadNumber(selection);
     list.ListItems(texts);
     list.ListIndex(RoundHalfEven(std::clamp(stored, -1.0, last)));
 }

@@ -44,12 +44,7 @@ std::int16_t MountQueries::PlanSide(double hourAngle) {
 }
 
 bool MountQueries::QuerySideOfMount() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastSide = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblPierSide.Text("");
+    if (!Begins(state_.g_tickLastSide, needs_.handBox.lblPierSide)) {
         return false;
     }
     state_.g_dHourAngle = FoldHourAngle(GetLst() - state_.g_dRa);

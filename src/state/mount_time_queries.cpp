@@ -31,12 +31,7 @@ std::string TimeText(double hours) {
 }  // namespace
 
 bool MountQueries::QueryLst() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastLst = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblLST.Text("");
+    if (!Begins(state_.g_tickLastLst, needs_.handBox.lblLST)) {
         return false;
     }
     const std::string reply = Ask(wire::GetSiderealTime);
@@ -199,12 +194,7 @@ void MountQueries::ShowTime(const std::string& text) {
 }
 
 bool MountQueries::QueryTimeZone() {
-    if (!MayAsk()) {
-        return false;
-    }
-    state_.g_tickLastTimeZone = driver_.clock.GetTickCount();
-    if (!needs_.telescope()) {
-        needs_.handBox.lblTZ.Text("");
+    if (!Begins(state_.g_tickLastTimeZone, needs_.handBox.lblTZ)) {
         return false;
     }
     const std::string reply = Ask(wire::GetTimeZone);

@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace kestrane {
+#include "kernel/base/astronomy_funcs.h"
 
-enum class ForcedSign { No, Yes };
+namespace kestrane {
 
 /// Without the minus of a value that was rounded up to zero.
 std::string WithoutEmptyMinus(std::string text);

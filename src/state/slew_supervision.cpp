@@ -159,7 +159,7 @@ void PollLoop::DistancePass() {
     } else if (still && driver_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
         BeepUnlessParking();  // intentional: once more when the pass has ended
         if (positionIsNew_) {
-            needs_.motion.SeenToStand(distance <= Threshold());
+            distance <= Threshold() ? needs_.motion.SeenToStandAtTarget() : needs_.motion.SeenToStandShort();
         }
         needs_.motion.SlewEnds();
     }

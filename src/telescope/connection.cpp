@@ -19,8 +19,8 @@ double NumberOr(const std::string& text, double whenEmpty, Log& log) {
 }
 
 /// The stored number of a model; run-time error 6 when it does not fit.
-std::int16_t ModelNumber(const std::string& text, Log& log) {
-    const std::int32_t number = RoundHalfEven(Val_Global(text, log));
+std::int16_t ModelNumber(double stored) {
+    const std::int32_t number = RoundHalfEven(stored);
     if (number != static_cast<std::int16_t>(number)) {
         throw RunTimeError(RunTimeError::kOverflow, "Overflow");
     }
@@ -39,6 +39,11 @@ public:
     void DisconnectClient();
     void WaitForTimerIdle();
     void InitializeFirstObject();
+    void ResetState();
+    void MinimizeStatusWindowLater();
+    void TurnLogOn();
+    void ReadSafeSlew();
+    void TakeUpRateType(const std::string& rateType);
     void InitUiPanel();
 };
 
@@ -68,18 +73,26 @@ void ConnectionSteps::InitializeFirstObject() {
     if (!needs_.registration.RegisterTelescope()) {
         return;
     }
-    errors.Assign(needs_.mount.mountType, [&] {
-        return static_cast<Mount_Type>(ModelNumber(driver_.persist.Read(setting::MountType), driver_.log));
-    });
+    errors.Assign(needs_.mount.mountType,
+                  [&] { return static_cast<Mount_Type>(ModelNumber(driver_.persist.ReadNumber(setting::MountType))); });
     telescope_.CreateAxisRates();
     // Before the controller, which knows no rate type but one: what the mount told in an earlier run still holds.
     std::string rateType;
     errors.Assign(rateType, [&] { return driver_.persist.Read(setting::MountRateType); });
     errors.Step([&] {
-        const std::int16_t controller = ModelNumber(driver_.persist.Read(setting::Controller), driver_.log);
+        const std::int16_t controller = ModelNumber(driver_.persist.ReadNumber(setting::Controller));
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
     errors.Step([&] { telescope_.LoadControllerOption(); });
+    ResetState();
+    telescope_.CreateTrackingRates();
+    errors.Step([&] { MinimizeStatusWindowLater(); });
+    errors.Step([&] { TurnLogOn(); });
+    errors.Step([&] { ReadSafeSlew(); });
+    errors.Step([&] { TakeUpRateType(rateType); });
+}
+
+void ConnectionSteps::ResetState() {
     state_.g_dGuideRate = 1.0;
     state_.g_nSlewSettleTime = 1;
     state_.g_bTargetRaSet = state_.g_bTargetDecSet = state_.g_bTargetAltSet = state_.g_bTargetAzSet = false;
@@ -87,34 +100,37 @@ void ConnectionSteps::InitializeFirstObject() {
     state_.g_tickSettleEnd = state_.g_tickLastSlewCheck = Tick{};
     state_.g_sTrackingCommand = "RT2";
     state_.g_bTracking = state_.g_bWestSide = state_.g_bFlashShowing = false;
-    telescope_.CreateTrackingRates();
-    errors.Step([&] {
-        if (driver_.state.g_nFocuserObjects < 2 && driver_.persist.Read(setting::MinimizeStatusWindow) == "1") {
-            needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);
-            needs_.handBox.bForceMinimize = true;
-        }
-    });
-    errors.Step([&] {
-        // Here the default is on, unlike at the start of the process. The default of the first reader is stored and
-        // stays. A settings file that does not answer turns nothing on.
-        if (const auto enabled = driver_.persist.ReadIfAnswered(AskedLater(setting::chkEnableDebugLog))) {
-            state_.g_bDebugLog = Val_Global(*enabled, driver_.log) != 0.0;
-        }
-        if (state_.g_bDebugLog) {
-            driver_.log.OpenLog();
-        }
-    });
-    errors.Step([&] {
-        const std::string safeSlew = driver_.persist.Read(setting::SafeSlewRaDec);
-        state_.g_bRawRaDecSlews = safeSlew == "0";
-        driver_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
-    });
-    errors.Step([&] {
-        if (!rateType.empty() || needs_.rates.IsRateTypeOpen()) {
-            needs_.rates.UpdateMountRates(rateType);
-            needs_.rates.ForgetToldType();  // no mount has told it yet
-        }
-    });
+}
+
+void ConnectionSteps::MinimizeStatusWindowLater() {
+    if (state_.g_nFocuserObjects < 2 && driver_.persist.Read(setting::MinimizeStatusWindow) == "1") {
+        needs_.handBox.tmrMinimize.Interval(kStatusWindowDelayMs);
+        needs_.handBox.bForceMinimize = true;
+    }
+}
+
+/// Here the default is on, unlike at the start of the process. The default of the first reader is stored and stays. A
+/// settings file that does not answer turns nothing on.
+void ConnectionSteps::TurnLogOn() {
+    if (const auto enabled = driver_.persist.ReadIfAnswered(AskedLater(setting::chkEnableDebugLog))) {
+        state_.g_bDebugLog = Val_Global(*enabled, driver_.log) != 0.0;
+    }
+    if (state_.g_bDebugLog) {
+        driver_.log.OpenLog();
+    }
+}
+
+void ConnectionSteps::ReadSafeSlew() {
+    const std::string safeSlew = driver_.persist.Read(setting::SafeSlewRaDec);
+    state_.g_bRawRaDecSlews = safeSlew == "0";
+    driver_.log.LogMessage("Initialize", LogLevel::Info, "SafeSlewRaDec = " + safeSlew);
+}
+
+void ConnectionSteps::TakeUpRateType(const std::string& rateType) {
+    if (!rateType.empty() || needs_.rates.IsRateTypeOpen()) {
+        needs_.rates.UpdateMountRates(rateType);
+        needs_.rates.ForgetToldType();  // no mount has told it yet
+    }
 }
 
 void Telescope::Class_Terminate() {

@@ -228,8 +228,6 @@ public:
     void check_connected(std::string_view operation, Parked parked, TrackingMust tracking);
     /// The motion check of Alt/Az operations: tracking must be off, 0x8004040b.
     void check_connected(std::string_view operation, Parked parked);
-    /// The check before a park: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
-    void check_connected_park(std::string_view operation, Parked parked);
 
     // --- for the driver itself ----------------------------------------------------------------------------------
 
@@ -250,10 +248,9 @@ public:
     void SyncMountTime();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
-    /// The site as the settings "Longitude" and "Latitude" give it: degrees, west positive from 0 to below 360, and
-    /// north positive. False, with `degrees` unchanged, for a text that is no position.
+    /// The site as the setting "Longitude" gives it: degrees, west positive from 0 to below 360. False, with `degrees`
+    /// unchanged, for a text that is no position.
     bool LongitudeOfSettings(double& degrees);
-    bool LatitudeOfSettings(double& degrees);
 
     /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error. A refusal by the
     /// mount raises 0x80040412, 0x80040413 or 0x80040414; a refused half of a horizontal target raises 0x80040418.

@@ -112,7 +112,9 @@ public:
     void Press(ButtonAction action);
 
     /// The commands of the nine-button pad, for the rate type that the mount has reported so far.
-    MoveCommands Moves() const { return LoadMoveCommands(needs_.rates.IsRateTypeOpen()); }
+    MoveCommands Moves() const {
+        return needs_.rates.IsRateTypeOpen() ? MoveCommandsOfOpenType() : MoveCommandsOfToldType();
+    }
 
 private:
     struct CheckRow {

@@ -1,5 +1,7 @@
 #include "ui/move_commands.h"
 
+#include <utility>
+
 #include "catalogue/wire_commands.h"
 
 namespace kestrane {
@@ -23,9 +25,7 @@ std::vector<std::string> Joined(std::vector<std::string> first, const std::vecto
     return first;
 }
 
-}  // namespace
-
-MoveCommands LoadMoveCommands(bool rateTypeOpen) {
+MoveCommands WithRates(std::vector<std::string> rates) {
     const std::string north = Framed(wire::MoveNorth);
     const std::string south = Framed(wire::MoveSouth);
     const std::string east = Framed(wire::MoveEast);
@@ -33,10 +33,19 @@ MoveCommands LoadMoveCommands(bool rateTypeOpen) {
     const std::string stop = Framed(wire::Stop);
     return MoveCommands{
         .move = {north + west, north, north + east, west, stop + stop, east, south + west, south, south + east},
-        .rate = rateTypeOpen ? Joined(FramedAll(wire::GuideRate, "012"), FramedAll(wire::CenteringRate, "0123"))
-                             : FramedAll(wire::CenteringRate, "56701234"),
+        .rate = std::move(rates),
         .guide = FramedAll(wire::GuideRate, "0123"),
     };
+}
+
+}  // namespace
+
+MoveCommands MoveCommandsOfToldType() {
+    return WithRates(FramedAll(wire::CenteringRate, "56701234"));
+}
+
+MoveCommands MoveCommandsOfOpenType() {
+    return WithRates(Joined(FramedAll(wire::GuideRate, "012"), FramedAll(wire::CenteringRate, "0123")));
 }
 
 }  // namespace kestrane

@@ -13,7 +13,9 @@ struct MoveCommands {
     std::vector<std::string> guide;   ///< by the index of `cbxInitGuideRate`
 };
 
-/// The tables for a mount that has reported its rate type, or for one that has not (`rateTypeOpen`).
-MoveCommands LoadMoveCommands(bool rateTypeOpen);
+/// The tables for a mount that has reported its rate type.
+MoveCommands MoveCommandsOfToldType();
+/// The tables for one that has not.
+MoveCommands MoveCommandsOfOpenType();
 
 }  // namespace kestrane

@@ -32,7 +32,9 @@ struct FakeGate {
 
 class ClientObjectsTest : public testing::TestWithParam<Tick> {
 protected:
-    ClientObjectsTest() : clock(GetParam()), pump(clock), devices(world) {
+    ClientObjectsTest() : clock(GetParam()), pump(clock), devices(world) { Begin({kIdle, kConnected}); }
+
+    void Begin(LeaseTimes leases) {
         RequestGate requestGate;
         requestGate.close = [this](std::function<void(bool)> done) {
             ++gate.asked;
@@ -43,8 +45,7 @@ protected:
             ++gate.opened;
             gate.shut = false;
         };
-        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; },
-                                           LeaseTimes{kIdle, kConnected}});
+        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; }, leases});
     }
 
     void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
@@ -166,6 +167,41 @@ TEST_P(ClientObjectsTest, MotionThatCouldNotBeEnded_IsEndedAgainEachTenSeconds_U
     EXPECT_EQ(world.diary.Count("telescope stops"), 4) << "a later motion has its full minute";
     pump.AdvanceTime(200);
     EXPECT_EQ(world.diary.Count("telescope stops"), 5);
+}
+
+TEST_P(ClientObjectsTest, NotConnected_WithAMotion_AreReleasedOnceItHasEnded) {
+    objects->ConnectionOpened(1);
+    Call(kBert, 1);
+    for (const bool heard : {true, false}) {
+        SCOPED_TRACE(heard);
+        const int stops = world.diary.Count("telescope stops");
+        const int released = world.diary.Count("-telescope");
+        Call(kAnna, 1, [&](ClientObject&) {
+            world.movesOn = true;
+            world.stopsFail = !heard;
+        });
+        Connect(kBert, 1);
+        pump.AdvanceTime(kIdle - 1);
+        EXPECT_EQ(world.diary.Count("telescope stops"), stops);
+        pump.AdvanceTime(1);
+        EXPECT_EQ(world.diary.Count("telescope stops"), stops + 1);
+        EXPECT_EQ(world.diary.Count("-telescope"), released + (heard ? 1 : 0));
+        pump.AdvanceTime(30'000);
+        EXPECT_EQ(world.diary.Count("telescope stops"), stops + (heard ? 1 : 4)) << "again each ten seconds";
+        EXPECT_EQ(world.diary.Count("-telescope"), released + (heard ? 1 : 0));
+        world.stopsFail = false;
+        pump.AdvanceTime(10'000);
+        EXPECT_EQ(world.diary.Count("-telescope"), released + 1);
+    }
+}
+
+TEST_P(ClientObjectsTest, NotConnected_WithAMotionThatNeverEnds_AreReleasedAfterTheLongLease) {
+    Call(kAnna, 1, [&](ClientObject&) { world.movesOn = world.stopsFail = true; });
+    pump.AdvanceTime(kConnected - 1);
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_EQ(ended, 0);
+    pump.AdvanceTime(kIdle);
+    EXPECT_EQ(ended, 1);
 }
 
 TEST_P(ClientObjectsTest, Connected_ANewConnectionOfTheClientEndsTheLease) {
@@ -394,6 +430,19 @@ TEST_P(ClientObjectsTest, AtTheirLimit_TheOneThatIsNotConnectedAndSilentLongestM
     EXPECT_EQ(world.diary.Count("+telescope"), made + 1);
 }
 
+TEST_P(ClientObjectsTest, AtTheirLimit_OneWhoseMotionGoesOnMakesNoRoom) {
+    objects->ConnectionOpened(1);
+    for (std::uint32_t id = 0; id + 1 < ClientObjects::kMostObjects; ++id) {
+        Connect({{"10.0.0.3", id}, DeviceKind::Telescope}, 1);
+    }
+    Call(kAnna, 1, [&](ClientObject&) { world.movesOn = true; });
+    EXPECT_THROW(Call(kCleo, 1), std::runtime_error);
+    EXPECT_EQ(world.diary.Count("-telescope"), 0);
+    world.movesOn = false;
+    Call(kCleo, 1);
+    EXPECT_EQ(world.diary.Count("-telescope"), 1);
+}
+
 TEST_P(ClientObjectsTest, AtTheirLimitWithAllConnected_TakeInWhoWantsToStopOnly) {
     for (std::uint32_t id = 0; id < ClientObjects::kMostObjects; ++id) {
         Connect({{"10.0.0.1", id}, DeviceKind::Telescope}, 1);
@@ -408,6 +457,31 @@ TEST_P(ClientObjectsTest, AtTheirLimitWithAllConnected_TakeInWhoWantsToStopOnly)
         },
         CallKind::Stop);
     EXPECT_TRUE(stopped);
+}
+
+TEST_P(ClientObjectsTest, AtTheirLimit_AStopThatGetsInWhileAMotionIsEnded_LeavesTheMovingObjectAlone) {
+    Begin({100'000, kConnected});
+    objects->ConnectionOpened(1);
+    for (std::uint32_t id = 0; id + 1 < ClientObjects::kMostObjects; ++id) {
+        Connect({{"10.0.0.3", id}, DeviceKind::Telescope}, 1);
+    }
+    Call(kAnna, 2);  // not connected, over a connection that has closed
+    world.movesOn = true;
+    objects->ConnectionClosed(2);
+    int stops = 0;
+    world.onEndMotions = [&] {
+        objects->Call(
+            kBert, 1,
+            [&](ClientObject&) {
+                ++stops;
+                return std::string();
+            },
+            CallKind::Stop);
+        EXPECT_EQ(world.diary.Count("-telescope"), 0);
+    };
+    pump.AdvanceTime(99'000);
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(world.diary.Count("-telescope"), 0);
 }
 
 TEST(LeaseTimes, ComeFromTheEnvironmentInSecondsAndKeepTheirDefaultsOtherwise) {

@@ -42,6 +42,7 @@ struct FakeWorld {
     DeviceDiary diary;
     std::function<void(DeviceKind)> onCreate;  ///< runs inside the creation
     std::function<void(bool)> onConnected;     ///< runs inside each `Connected` write
+    std::function<void()> onEndMotions;        ///< runs inside each stop of motions
     bool movesOn = false;                      ///< each device has a motion that its client must end
     bool stopsFail = false;                    ///< such motions go on when they are ended
 };
@@ -68,6 +69,9 @@ public:
     void EndMotions() override {
         world_.movesOn = world_.stopsFail;
         world_.diary.Note(name_ + " stops");
+        if (world_.onEndMotions) {
+            world_.onEndMotions();
+        }
     }
     void DoesNotBegin(std::string_view member) override {
         world_.diary.Note(name_ + " does not begin " + std::string(member));

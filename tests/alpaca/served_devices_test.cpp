@@ -124,9 +124,9 @@ TEST_F(ServedDevicesTest, AxisWhoseStopTheMountDoesNotHear_MovesOn_UntilAStopIsH
         ExpectSwallow(procedure);
     }
     const ClientObject other = Make(DeviceKind::Telescope);
-    for (const auto& [axis, computed] : {std::pair{0, "0"}, {1, "0"}, {0, "1"}, {1, "1"}}) {
-        SCOPED_TRACE(std::to_string(axis) + " " + computed);
-        driver->persist.Write(setting::chkCalcAzAlt, computed);
+    for (const auto& [axis, computed] : {std::pair{0, false}, {1, false}, {0, true}, {1, true}}) {
+        SCOPED_TRACE(std::to_string(axis) + (computed ? ", computed" : ", asked for"));
+        driver->handBox.chkCalcAzAlt.Checked(computed);
         ClientObject telescope = Make(DeviceKind::Telescope);
         Answer(telescope, DeviceKind::Telescope, Verb::Put, "connected", {true});
         machine.AdvanceTime(10'000);
@@ -168,6 +168,35 @@ TEST_F(ServedDevicesTest, AxisOfAClientThatVanished_IsStoppedAMinuteAfterItsLast
     machine.AdvanceTime(1'000);
     EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
     EXPECT_TRUE(LoggedAs("MoveAxis", 1, "The client has gone: its axes are stopped"));
+}
+
+TEST_F(ServedDevicesTest, AxisOfAClientThatDisconnectedOnADeadLine_IsStoppedWhenTheMountHearsAgain) {
+    ExpectSwallow("*");
+    DriverDevices devices(*driver);
+    const ClientObject other = Make(DeviceKind::Telescope);
+    ClientObjects objects(ClientObjectsNeeds{
+        machine.pump, machine.clock, devices, {[](const std::function<void(bool)>&) {}, [] {}}, [] {}, LeaseTimes{}});
+    const auto call = [&](std::uint32_t client, std::string_view member, std::vector<Argument> arguments) {
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            objects.Call({{"10.0.0.1", client}, DeviceKind::Telescope}, 1, [&](ClientObject& object) {
+                return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
+            });
+        });
+    };
+    call(2, "connected", {true});
+    call(1, "connected", {true});
+    machine.AdvanceTime(10'000);
+    call(1, "moveaxis", {1, 0.25});
+    mount->SetLineDead(true);
+    call(1, "connected", {false});
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(objects.Count(), 2U);
+    EXPECT_TRUE(driver->axisMotions.AnyRuns());
+    mount->SetLineDead(false);
+    machine.AdvanceTime(20'000);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_FALSE(driver->axisMotions.AnyRuns());
+    EXPECT_EQ(objects.Count(), 1U);
 }
 
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {

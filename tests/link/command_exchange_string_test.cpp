@@ -401,11 +401,7 @@ TEST_P(StringExchange, CommandString_OutOfStep_ClearsTheLineFirst) {
 }
 
 TEST_P(StringExchange, CommandString_OutOfStepAfterItsClear_DropsTheInputOnceMore) {
-    onLog = [this](std::string_view logged) {
-        if (logged == "Telescope Info CommandString TX=':GR#'") {
-            state.g_bResync = true;
-        }
-    };
+    FallOutOfStepAt("Telescope Info CommandString TX=':GR#'");
     Play(R"(
         0   < 99:99#
         0   = CommandString GR
@@ -501,9 +497,7 @@ TEST_P(StringExchange, CommandString_WithoutALink_FailsSilentlyAfterAllItsTries)
         60  L Driver Info CommandClear()
         80  = ->
     )");
-    for (const SwallowedError& error : ledger.Entries()) {
-        EXPECT_EQ(error.number, RunTimeError::kObjectNotSet);
-    }
+    ExpectSwallowedForWantOfALink();
 }
 
 TEST_P(StringExchange, CommandString_OnAClosedLink_FailsAtOnceWithoutWaitingForTheReadLimit) {

@@ -24,9 +24,9 @@ TEST(CompanionWrap, WrapsFramedAndRawCommands) {
         {":", true, ":QUAY,7,#"},
     };
     for (const WrapRow& row : rows) {
-        EXPECT_EQ(WrapForCompanion(row.command, row.raw, 7), row.wrapped) << row.command;
+        EXPECT_EQ((row.raw ? WrapRawForCompanion : WrapForCompanion)(row.command, 7), row.wrapped) << row.command;
     }
-    EXPECT_EQ(WrapForCompanion("GR", false, -3), ":QUAY,-3,GR#");
+    EXPECT_EQ(WrapForCompanion("GR", -3), ":QUAY,-3,GR#");
 }
 
 struct SplitRow {

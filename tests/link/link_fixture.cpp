@@ -87,6 +87,16 @@ void LinkFixture::TakeLinkAway() {
     logLines_.clear();
 }
 
+void LinkFixture::FallOutOfStepAt(const std::string& logged) {
+    onLog = [this, logged](std::string_view now) { state.g_bResync = state.g_bResync || now == logged; };
+}
+
+void LinkFixture::ExpectSwallowedForWantOfALink() const {
+    for (const SwallowedError& error : ledger.Entries()) {
+        EXPECT_EQ(error.number, RunTimeError::kObjectNotSet);
+    }
+}
+
 void LinkFixture::TearDown() {
     EXPECT_EQ(machine.pump.Pumps(), 0) << "The link pumped messages";
     if (!swallowsExpected) {

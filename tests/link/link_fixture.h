@@ -44,6 +44,11 @@ protected:
     void OpenLink();
     void TakeLinkAway();
 
+    /// Puts the exchange out of step as soon as this line is logged.
+    void FallOutOfStepAt(const std::string& logged);
+    /// All failing statements failed since there is no link.
+    void ExpectSwallowedForWantOfALink() const;
+
     std::vector<std::string> LogLines() const { return logLines_; }
 
     /// What the newest opening of a port asked for.

@@ -53,8 +53,7 @@ TEST_F(ProcessFixture, Polling_TheLineGoesAndComesBack_TheClientIsToldAndThenRea
     Answer answer;
     const auto reads = [&](int errorNumber) {
         answer = client.Get("rightascension");
-        // Behind two exchanges that get no reply: three tries of half a second each, and what is dropped between them.
-        EXPECT_LE(answer.took.count(), 10.0);
+        EXPECT_LE(answer.took.count(), 2.0);  // such a read waits for no exchange; the rest is for a busy machine
         return answer.errorNumber == errorNumber;
     };
     ASSERT_TRUE(WaitUntil(Seconds(20), [&] { return reads(kLostCommunications); })) << answer.errorNumber;

@@ -25,6 +25,21 @@ protected:
             }
         });
     }
+    HttpClient ClientOfAVerboseMount() {
+        StartMount({"--verbose"});
+        StartActivator();
+        HttpClient client = Client(1);
+        Connect(client);
+        return client;
+    }
+    /// Not connected; the driver runs.
+    HttpClient ClientWithoutALog() {
+        Seed({{"chkEnableDebugLog", "0"}});
+        StartActivator();
+        HttpClient client = Client(1);
+        Good(client.Get("interfaceversion"));
+        return client;
+    }
     bool LogsTheEndOnce() const {
         const std::string log = LogText();
         const std::size_t at = log.find(kAskedToEnd);
@@ -44,10 +59,7 @@ protected:
 };
 
 TEST_F(SignalsInTrouble, Sigterm_WhileAnAxisRuns_StopsIt) {
-    StartMount({"--verbose"});
-    StartActivator();
-    HttpClient client = Client(1);
-    Connect(client);
+    HttpClient client = ClientOfAVerboseMount();
     Good(client.Put("moveaxis", "Axis=1&Rate=0.5"));
     const std::size_t before = mount->Errors().size();
     const pid_t driver = Driver();
@@ -60,10 +72,7 @@ TEST_F(SignalsInTrouble, Sigterm_WhileAnAxisRuns_StopsIt) {
 
 TEST_F(SignalsInTrouble, Sigterm_OnASilentLineWithALongReadLimit_StopsTheAxisInTime) {
     Seed({{"Timeout", "1500"}});
-    StartMount({"--verbose"});
-    StartActivator();
-    HttpClient client = Client(1);
-    Connect(client);
+    HttpClient client = ClientOfAVerboseMount();
     Good(client.Put("moveaxis", "Axis=1&Rate=0.5"));
     mount->Signal(SIGSTOP);
     const std::size_t before = mount->Errors().size();
@@ -127,10 +136,7 @@ private:
 };
 
 TEST_F(SignalsInTrouble, Sigterm_WhileAnotherProgramHoldsTheSettings_StoresThemAfterIt) {
-    Seed({{"chkEnableDebugLog", "0"}});
-    StartActivator();
-    HttpClient client = Client(1);
-    Good(client.Get("interfaceversion"));
+    HttpClient client = ClientWithoutALog();
     const pid_t driver = Driver();
     {
         const SettingsHeld held(folder.Path() / "Kestrane" / "Settings.ksdb");
@@ -143,10 +149,7 @@ TEST_F(SignalsInTrouble, Sigterm_WhileAnotherProgramHoldsTheSettings_StoresThemA
 }
 
 TEST_F(SignalsInTrouble, SecondSignal_EndsAtOnce) {
-    Seed({{"chkEnableDebugLog", "0"}});
-    StartActivator();
-    HttpClient client = Client(1);
-    Good(client.Get("interfaceversion"));
+    HttpClient client = ClientWithoutALog();
     const pid_t driver = Driver();
     const SettingsHeld held(folder.Path() / "Kestrane" / "Settings.ksdb");
     SwitchLog(client, true);
@@ -160,10 +163,7 @@ TEST_F(SignalsInTrouble, SecondSignal_EndsAtOnce) {
 }
 
 TEST_F(SignalsInTrouble, SecondSignalToTheActivator_EndsItsDriverAtOnce) {
-    Seed({{"chkEnableDebugLog", "0"}});
-    StartActivator();
-    HttpClient client = Client(1);
-    Good(client.Get("interfaceversion"));
+    HttpClient client = ClientWithoutALog();
     const pid_t driver = Driver();
     const SettingsHeld held(folder.Path() / "Kestrane" / "Settings.ksdb");
     SwitchLog(client, true);
@@ -175,10 +175,7 @@ TEST_F(SignalsInTrouble, SecondSignalToTheActivator_EndsItsDriverAtOnce) {
 }
 
 TEST_F(SignalsInTrouble, Sigterm_DuringAGoto_LetsItGoOn) {
-    StartMount({"--verbose"});
-    StartActivator();
-    HttpClient client = Client(1);
-    Connect(client);
+    HttpClient client = ClientOfAVerboseMount();
     Good(client.Put("tracking", "Tracking=True"));
     const double siderealTime = Good(client.Get("siderealtime")).value.to_number<double>();
     const double ra = siderealTime < 2.0 ? siderealTime + 22.0 : siderealTime - 2.0;

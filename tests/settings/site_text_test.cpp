@@ -123,28 +123,5 @@ TEST(SiteTextTest, ParseLongitudeText_CountsWestFromZeroToThreeHundredSixty) {
     }
 }
 
-TEST(SiteTextTest, ParseLatitudeText_IsNegativeInTheSouth) {
-    SettingsWorld world;
-    for (const ParsedRow& row : {
-             ParsedRow{"N 42 0 0", 42.0},
-             ParsedRow{"n 41 30 12", 41.0 + 1812.0 / 3600.0},
-             ParsedRow{"S 33 15 0", -33.25},
-             ParsedRow{"s 33 15 0", -33.25},
-             ParsedRow{"S 0 0 0", 0.0},
-             ParsedRow{"N 90 0 0", 90.0},
-             ParsedRow{"S 90 0 0", -90.0},
-             ParsedRow{"N 91 0 0", kNone},
-             ParsedRow{"E 10 0 0", kNone},
-             ParsedRow{"N 10 60 0", kNone},
-             ParsedRow{"N 10 0 60.0", kNone},
-             ParsedRow{"N 10 0", kNone},
-             ParsedRow{"", kNone},
-         }) {
-        double degrees = kNone;
-        EXPECT_EQ(ParseLatitudeText(row.text, degrees, world.log), row.degrees != kNone) << row.text;
-        EXPECT_NEAR(degrees, row.degrees, 1e-9) << row.text;
-    }
-}
-
 }  // namespace
 }  // namespace kestrane

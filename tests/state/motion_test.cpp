@@ -182,7 +182,8 @@ constexpr Row kRows[] = {
     {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h = =", Do<&Motion::MountReportsSlewing>},
     {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::DistanceChanged>},
     {"DistanceStayed",             "= = = = = = = = = = = = = n = = = = = = = = = =", Do<&Motion::DistanceStayed>},
-    {"SeenToStand",                "= = = = = = = = = = = = = = = = = = = t 0 = = =", Do<&Motion::SeenToStand>},
+    {"SeenToStandAtTarget",        "= = = = = = = = = = = = = = = = = = = 0 0 = = =", Do<&Motion::SeenToStandAtTarget>},
+    {"SeenToStandShort",           "= = = = = = = = = = = = = = = = = = = = 0 = = =", Do<&Motion::SeenToStandShort>},
     {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::SlewEnds>},
     {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
     {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewCompleteTaken>},
@@ -239,8 +240,6 @@ std::uint32_t After(char cell, const Picture& before, std::size_t column, bool g
             return before[P2] ? 0 : kept;
         case 'h':
             return told ? kept : 0;
-        case 't':
-            return told ? 0 : kept;
         case 'g':
             return before[S] || before[K] || before[Gs] ? 1 : kept;
         case 'n':
@@ -348,7 +347,7 @@ protected:
         if (wish[W]) {
             motion.GotoSent();
             motion.Stopped();
-            motion.SeenToStand(true);
+            motion.SeenToStandAtTarget();
         }
         if (wish[S]) {
             motion.SecondLegWatchedByDistance();

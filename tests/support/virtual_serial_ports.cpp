@@ -106,22 +106,28 @@ std::unique_ptr<SerialPort> VirtualSerialPorts::CreatePort() {
     return std::make_unique<Port>(*this);
 }
 
+SerialPortEntry VirtualSerialPorts::EntryOf(std::int32_t number) const {
+    const KnownPort& port = known_.at(number);
+    return {number, "COM" + std::to_string(number), port.device, port.present};
+}
+
 SerialPortList VirtualSerialPorts::ListPorts() {
     ++listings_;
+    SerialPortList list;
     std::int32_t number = 1;
     for (auto& [device, end] : waiting_) {
         while (known_.contains(number)) {
             ++number;
         }
         known_[number] = {std::move(device), true};
+        list.numberedNow.push_back(EntryOf(number));
         if (end != nullptr) {
             ends_[number] = end;
         }
     }
     waiting_.clear();
-    SerialPortList list;
     for (const auto& [known, port] : known_) {
-        list.ports.push_back({known, "COM" + std::to_string(known), port.device, port.present});
+        list.ports.push_back(EntryOf(known));
     }
     list.troubles = troubles_;
     return list;

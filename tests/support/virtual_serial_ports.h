@@ -83,6 +83,7 @@ private:
         bool present = true;
     };
 
+    SerialPortEntry EntryOf(std::int32_t number) const;
     LineEnd* EndAt(std::int32_t port) const;
     int TryOpen(Port& opener, std::int32_t port);
 

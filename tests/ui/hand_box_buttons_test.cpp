@@ -302,14 +302,14 @@ TEST_F(HandBoxButtons, KingCheckBox_AtAnotherRateOnlyKeepsTheChoice) {
 }
 
 TEST_F(HandBoxButtons, MoveCommands_ByButtonAndByRateList) {
-    const MoveCommands open = LoadMoveCommands(true);
+    const MoveCommands open = MoveCommandsOfOpenType();
     const std::array<std::string, 9> move{":Mn#:Mw#", ":Mn#",     ":Mn#:Me#", ":Mw#",    ":Q#:Q#",
                                           ":Me#",     ":Ms#:Mw#", ":Ms#",     ":Ms#:Me#"};
     const std::vector<std::string> guide{":RG0#", ":RG1#", ":RG2#", ":RG3#"};
     EXPECT_EQ(open.move, move);
     EXPECT_EQ(open.rate, (std::vector<std::string>{":RG0#", ":RG1#", ":RG2#", ":RC0#", ":RC1#", ":RC2#", ":RC3#"}));
     EXPECT_EQ(open.guide, guide);
-    const MoveCommands told = LoadMoveCommands(false);
+    const MoveCommands told = MoveCommandsOfToldType();
     EXPECT_EQ(told.move, move);
     EXPECT_EQ(told.rate,
               (std::vector<std::string>{":RC5#", ":RC6#", ":RC7#", ":RC0#", ":RC1#", ":RC2#", ":RC3#", ":RC4#"}));

@@ -23,11 +23,11 @@ std::string TwoDigits(std::int64_t value) {
     return digits.size() < 2 ? "0" + digits : digits;
 }
 
-std::string Sign(double value, bool plus) {
+std::string Sign(double value, ForcedSign forced) {
     if (value < 0.0) {
         return "-";
     }
-    return plus ? "+" : "";
+    return forced == ForcedSign::Yes ? "+" : "";
 }
 
 double Radians(double degrees) {
@@ -69,27 +69,27 @@ SexagesimalTenths SplitToTenths(double value) {
     return parts;
 }
 
-std::string SexagesimalText(double value, bool plus) {
-    return SexagesimalText(value, plus, ":");
+std::string SexagesimalText(double value, ForcedSign sign) {
+    return SexagesimalText(value, sign, ":");
 }
 
-std::string SexagesimalText(double value, bool plus, std::string_view delimiter) {
+std::string SexagesimalText(double value, ForcedSign sign, std::string_view delimiter) {
     double rest = Magnitude(value);
     const int whole = static_cast<int>(rest);
     rest = (rest - whole) * 60.0;
     const int minutes = static_cast<int>(rest);
     const int seconds = static_cast<int>((rest - minutes) * 60.0);
-    std::string text = Sign(value, plus) + TwoDigits(whole);
+    std::string text = Sign(value, sign) + TwoDigits(whole);
     text.append(delimiter).append(TwoDigits(minutes));
     return text.append(delimiter).append(TwoDigits(seconds));
 }
 
-std::string SexagesimalTenthsText(double value, bool plus) {
+std::string SexagesimalTenthsText(double value, ForcedSign sign) {
     constexpr std::int64_t kTenthsInUnit = 36000;
     constexpr std::int64_t kTenthsInMinute = 600;
     const auto tenths = static_cast<std::int64_t>(Magnitude(value) * kTenthsInUnit + 0.5);
     const std::int64_t inMinute = tenths % kTenthsInMinute;
-    return Sign(value, plus) + TwoDigits(tenths / kTenthsInUnit) + ":" +
+    return Sign(value, sign) + TwoDigits(tenths / kTenthsInUnit) + ":" +
            TwoDigits(tenths % kTenthsInUnit / kTenthsInMinute) + ":" + TwoDigits(inMinute / 10) + "." +
            std::to_string(inMinute % 10);
 }

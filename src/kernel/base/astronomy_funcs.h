@@ -30,14 +30,17 @@ SexagesimalParts SplitToSeconds(double value);
 /// cuts that off. Seconds of 59.95 and above become 0 of the next minute.
 SexagesimalTenths SplitToTenths(double value);
 
+/// Whether a value that is not negative is shown with "+".
+enum class ForcedSign { No, Yes };
+
 /// sHH:MM:SS with two digits for each part, cut off at each step, not rounded. In a double of hours, every second whole
 /// number of seconds is a very little too small and shows the second before it (13 seconds give "00:00:12"). Not for a
-/// text that is read back or compared; for that, see `SexagesimalTenthsText`. The sign is always shown with `plus`,
-/// else only when negative.
-std::string SexagesimalText(double value, bool plus);
-std::string SexagesimalText(double value, bool plus, std::string_view delimiter);
+/// text that is read back or compared; for that, see `SexagesimalTenthsText`. Without `ForcedSign::Yes` a sign is shown
+/// only when the value is negative.
+std::string SexagesimalText(double value, ForcedSign sign);
+std::string SexagesimalText(double value, ForcedSign sign, std::string_view delimiter);
 /// sHH:MM:SS.S, rounded to the tenth; the rounding carries.
-std::string SexagesimalTenthsText(double value, bool plus);
+std::string SexagesimalTenthsText(double value, ForcedSign sign);
 
 /// Pi as used by the driver's geometry.
 inline constexpr double kPi = 3.14159265358979;

@@ -3,22 +3,24 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
+
+#include "platform/port_names.h"
 
 namespace kestrane {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kPrefix = "COM";
 constexpr int kMostSteps = 40;  // of links that lead to links; the system follows no more either
 
 std::optional<std::int32_t> NumberOf(std::string_view name) {
-    if (!name.starts_with(kPrefix)) {
+    if (!name.starts_with(kPortLetters)) {
         return std::nullopt;
     }
-    name.remove_prefix(kPrefix.size());
+    name.remove_prefix(kPortLetters.size());
     std::int32_t number = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
     const bool whole = error == std::errc() && end == name.data() + name.size();
@@ -26,10 +28,6 @@ std::optional<std::int32_t> NumberOf(std::string_view name) {
         return std::nullopt;
     }
     return number;
-}
-
-fs::path LinkPath(const fs::path& folder, std::int32_t number) {
-    return folder / (std::string(kPrefix) + std::to_string(number));
 }
 
 bool IsThere(const fs::path& path) {
@@ -70,6 +68,10 @@ PortLinks::PortLinks(fs::path linkFolder, fs::path deviceFolder)
 SerialPortList PortLinks::List() {
     SerialPortList list;
     std::vector<Link> links = ReadLinks(list);
+    std::set<std::int32_t> known;
+    for (const Link& link : links) {
+        known.insert(link.entry.number);
+    }
     if (list.troubles.empty()) {  // who cannot see the links cannot know which devices have none
         for (const fs::path& device : Devices(list)) {
             const bool named =
@@ -82,6 +84,9 @@ SerialPortList PortLinks::List() {
         }
     }
     for (Link& link : links) {
+        if (!known.contains(link.entry.number)) {
+            list.numberedNow.push_back(link.entry);
+        }
         list.ports.push_back(std::move(link.entry));
     }
     return list;
@@ -153,7 +158,7 @@ void PortLinks::GiveNumber(const fs::path& device, SerialPortList& list) const {
     // Always from 1 up, and not from the numbers seen free: any other process that numbers this device now tries the
     // same names in the same order, so its link is found here.
     for (std::int32_t number = 1; number <= kLastNumber; ++number) {
-        const fs::path path = LinkPath(linkFolder_, number);
+        const fs::path path = linkFolder_ / PortName(number);
         fs::create_symlink(WithoutDetours(device), path, error);
         if (!error || (error == std::errc::file_exists && Names(ReadLink(path, number), device))) {
             return;

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/port_names.h"
 #include "platform/posix/posix_clock.h"
 
 namespace kestrane {
@@ -66,7 +67,7 @@ PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::
     : portFolder_(std::move(portFolder)), writeLimit_(writeLimit), letReadsIn_(std::move(letReadsIn)) {}
 
 std::filesystem::path PosixSerialPort::LinkPath() const {
-    return portFolder_ / ("COM" + std::to_string(number_));
+    return portFolder_ / PortName(number_);
 }
 
 std::string PosixSerialPort::DeviceName() {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/port_names.h"
 #include "platform/posix/posix_serial_port.h"
 
 namespace kestrane {
@@ -36,14 +37,14 @@ SerialPortList PosixSerialPorts::ListPorts() {
 }
 
 std::string PosixSerialPorts::Describe(std::int32_t port) {
-    const std::string name = "COM" + std::to_string(port);
+    const std::string name = PortName(port);
     std::error_code error;
     const std::filesystem::path device = std::filesystem::read_symlink(LinkFolder() / name, error);
     return error ? name : name + " (" + device.string() + ")";
 }
 
 std::string PosixSerialPorts::WhyNotOpened(std::int32_t port, int error) {
-    const std::filesystem::path link = LinkFolder() / ("COM" + std::to_string(port));
+    const std::filesystem::path link = LinkFolder() / PortName(port);
     std::error_code ignored;
     switch (error) {
         case ENOENT:

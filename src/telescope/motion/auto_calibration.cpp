@@ -29,7 +29,7 @@ void Telescope::CalibrateOnFirstSlew() {
     if (state_.g_bAutoCalibrated) {
         return;
     }
-    if (Val_Global(driver_.persist.Read(setting::chkAutoCalibrateOnFirstSlew), driver_.log) == 1.0) {
+    if (driver_.persist.ReadNumber(setting::chkAutoCalibrateOnFirstSlew) == 1.0) {
         AutoCalibrateNSEW(kCalibrationAttempts);
     } else {
         state_.g_bAutoCalibrated = true;

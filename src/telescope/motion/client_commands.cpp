@@ -22,7 +22,7 @@ private:
 
 /// Whether the text starts a goto, alone or among others.
 bool ClientCommandSteps::StartsGoto(std::string_view command, bool raw) {
-    return wire::StartsGoto(raw ? std::string(command) : ":" + std::string(command) + "#");
+    return wire::StartsGoto(raw ? std::string(command) : wire::InFrame(command));
 }
 
 /// False for a goto that was asked for before a stop.

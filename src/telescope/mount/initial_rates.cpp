@@ -38,7 +38,7 @@ public:
 void Telescope::SetSlewRate(Sequence& mount, int index) {
     RateSteps steps(*this);
     if (index == kSlewRateOfSettings) {
-        index = RoundHalfEven(Val_Global(driver_.persist.Read(setting::cbxInitSlewRate), driver_.log));
+        index = RoundHalfEven(driver_.persist.ReadNumber(setting::cbxInitSlewRate));
     }
     if (index >= 0 && index < kCustomSlewRate) {
         const SlewRateLabel& row = kSlewRates[static_cast<std::size_t>(index)];

@@ -133,7 +133,7 @@ void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
     if (driver_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
         // Over the serial line a second reply follows: the mount reports that it computes.
-        needs_.link->ReceiveTerminated("#");
+        needs_.link->ReceiveTerminated(wire::kReplyEnd);
     }
 }
 

@@ -80,10 +80,6 @@ bool Telescope::LongitudeOfSettings(double& degrees) {
     return ParseLongitudeText(driver_.persist.Read(setting::Longitude), degrees, driver_.log);
 }
 
-bool Telescope::LatitudeOfSettings(double& degrees) {
-    return ParseLatitudeText(driver_.persist.Read(setting::Latitude), degrees, driver_.log);
-}
-
 double Telescope::SiteElevation() {
     return LogGet("SiteElevation", state_.g_dSiteElevation);
 }

@@ -103,6 +103,7 @@ TEST_F(ConnectSettingsTest, AnAdapterThatIsPluggedInAfterTheStart_GetsItsNumberW
         EXPECT_EQ(Open(), 0U) << port;
         EXPECT_EQ(machine.serialPorts.Listings(), listings + 1);
         EXPECT_EQ(machine.serialPorts.Openings().back().port, port);
+        EXPECT_EQ(TimesLoggedAs("Serial", 1, "COM" + std::to_string(port) + " is an adapter from now on"), 1);
         driver.reset();
         machine.serialPorts.Disconnect(port);
     }

@@ -33,16 +33,29 @@ TEST_F(PortChecksTest, SiteWrite_OnALinkOpenedForIt_ReadsForOneSecond) {
 TEST_F(PortChecksTest, ACheckWithALongTimeout_Works_AndTheLimitStaysRight) {
     Seed({{"Timeout", "5000"}});
     Start();
-    std::string version;
-    EXPECT_TRUE(driver->connections.CheckMount(version));
+    const std::string version = driver->connections.CheckMount().version;
     EXPECT_TRUE(version.starts_with("VKC")) << version;
     EXPECT_FALSE(driver->link->Connected());
     const TelescopeObject telescope = ConnectedTelescope();
     EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 5000);
-    EXPECT_TRUE(driver->connections.CheckMount(version));
+    EXPECT_TRUE(driver->connections.CheckMount().Found());
     EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 5000);
     EXPECT_EQ(driver->state.g_nReceiveTimeoutMS, 5000);
     EXPECT_TRUE(telescope->Connected());
+}
+
+TEST_F(PortChecksTest, ACheck_TakesTheTimeoutAsAConnectDoes) {
+    struct Row {
+        const char* setting;
+        std::int32_t limit;
+    };
+    Start();
+    for (const Row& row : {Row{"700", 700}, Row{"40000", 40'000}, Row{"60001", 60'000}, Row{"1e9", 500}, Row{"0", 500},
+                           Row{"-3", 500}, Row{"soon", 500}, Row{"250.4", 250}}) {
+        driver->persist.Write(setting::Timeout, row.setting);
+        EXPECT_TRUE(driver->connections.CheckMount().Found()) << row.setting;
+        EXPECT_EQ(driver->link->ReceiveTimeoutMS(), row.limit) << row.setting;
+    }
 }
 
 TEST_F(PortChecksTest, SiteWrite_OnAnOpenLink_LeavesItsLimit) {

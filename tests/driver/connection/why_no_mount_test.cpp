@@ -19,9 +19,9 @@ protected:
         return driver->connections.ConnectFailure();
     }
     std::string WhatTheCheckSays() {
-        std::string text;
-        EXPECT_FALSE(driver->connections.CheckMount(text));
-        return text;
+        const MountCheck check = driver->connections.CheckMount();
+        EXPECT_FALSE(check.Found());
+        return check.whyNone;
     }
 
     TelescopeObject telescope;  ///< with its end the process would end

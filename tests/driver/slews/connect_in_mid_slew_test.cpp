@@ -6,18 +6,24 @@
 namespace kestrane {
 namespace {
 
-class ConnectInMidSlewTest : public DriverFixture {};
+class ConnectInMidSlewTest : public DriverFixture {
+protected:
+    /// A slow mount that somebody has sent to Dec +20 half a second ago.
+    void BuildMountInMidSlew() {
+        MountSimulatorOptions options;
+        options.parkedAtPowerOn = false;
+        options.slewSpeed = 1.0;
+        BuildMount(options);
+        const std::string ra = HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
+        mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
+        machine.AdvanceTime(500);
+        mount->Read(100);
+        ASSERT_TRUE(mount->Picture().slewing);
+    }
+};
 
 TEST_F(ConnectInMidSlewTest, ConnectDuringAGoto_LetsItArrive_AndDoesWhatFollowsAConnectThen) {
-    MountSimulatorOptions options;
-    options.parkedAtPowerOn = false;
-    options.slewSpeed = 1.0;
-    BuildMount(options);
-    const std::string ra = HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
-    mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
-    machine.AdvanceTime(500);
-    mount->Read(100);
-    ASSERT_TRUE(mount->Picture().slewing);
+    BuildMountInMidSlew();
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(8'000);
     ASSERT_TRUE(mount->Picture().slewing);
@@ -31,14 +37,7 @@ TEST_F(ConnectInMidSlewTest, ConnectDuringAGoto_LetsItArrive_AndDoesWhatFollowsA
 
 TEST_F(ConnectInMidSlewTest, SlewOfTheClientItself_BeforeTheGotoHasEnded_ArrivesUndisturbed) {
     Seed({{"chkAutoCalibrateOnFirstSlew", "0"}});
-    MountSimulatorOptions options;
-    options.parkedAtPowerOn = false;
-    options.slewSpeed = 1.0;
-    BuildMount(options);
-    const std::string ra = HoursToHMS(NormalizeHours(mount->Picture().siderealTime - 1.0), ":", ":", "", 1);
-    mount->Write(":Sr" + ra + "#:Sd+20*00:00#:MS#");
-    machine.AdvanceTime(500);
-    mount->Read(100);
+    BuildMountInMidSlew();
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(5'000);
     ASSERT_TRUE(mount->Picture().slewing);

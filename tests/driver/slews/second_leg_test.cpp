@@ -1,9 +1,11 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "catalogue/wire_commands.h"
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
+#include "state/sequence.h"
 
 /// When a second leg starts, and when the slew ends after its first one. The firmware chooses the road of the
 /// supervision.
@@ -107,6 +109,26 @@ TEST_P(SecondLegTest, StopOfAClientsOwnText_InTheSecondLegOfASlewThatWaits_IsThe
     ASSERT_TRUE(stop.Happened());
     machine.AdvanceTime(20'000);
     EXPECT_EQ(TimesSent("MS"), 2);
+}
+
+TEST_P(SecondLegTest, StopThatEndsAGuidePulse_EndsTheSlewInItsFirstLeg) {
+    Prepare();
+    StartTwoLegs();
+    driver->motion.GuidePulseBegins(GuideDirection::East);
+    Sequence(driver->InternalInstance().Commands(), driver->door, procedure::Question).CommandBlindInternal(wire::Stop);
+    driver->motion.GuidePulseEnds(GuideDirection::East);
+    ExpectEndInTheFirstLeg();
+}
+
+TEST_P(SecondLegTest, GuidePulseThatEndsByItself_LetsTheSecondLegFollow) {
+    Prepare();
+    StartTwoLegs();
+    driver->motion.GuidePulseBegins(GuideDirection::East);
+    machine.AdvanceTime(500);
+    driver->motion.GuidePulseEnds(GuideDirection::East);
+    EXPECT_TRUE(WaitForEnd());
+    EXPECT_EQ(TimesSent("MS"), 2);
+    ExpectAt(ra, 30.0);
 }
 
 TEST_P(SecondLegTest, ResetOfCountedStalls_EndsTheSlewInItsFirstLeg) {

@@ -25,6 +25,30 @@ protected:
         ASSERT_TRUE(driver->queries.QueryDec());
         ASSERT_TRUE(driver->queries.QuerySideOfMount());
     }
+    /// To a mount that has kept silent about this since the start.
+    void ConnectInSilence(const std::vector<std::string>& questions, const SettingTexts& settings = {}) {
+        BuildMount("S");
+        ExpectSwallow("CommandString");
+        for (const std::string& question : questions) {
+            mount->Add(std::make_unique<DropsReply>(question));
+        }
+        SeedForSlews(settings);
+        telescope = ConnectedTelescope();
+        ASSERT_FALSE(driver->queries.LstKnown());
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+        driver->state.g_bTracking = true;
+        standing = &Stand();
+    }
+    /// A slew from two hours east of the meridian, with a sidereal time that is never told, is planned by this one.
+    void ExpectPlanBy(double siderealTime) {
+        const double ra = NormalizeHours(siderealTime + 2.0);
+        standing->Stand(HoursToHMS(ra, ":", ":", "", 1), "+45*00:00.0", "", "East");
+        standing->replies["GS"] = "";
+        const std::string sent =
+            SentDuring([&] { telescope->SlewToCoordinatesAsync(NormalizeHours(ra + 0.25), 20.0); });
+        EXPECT_TRUE(driver->state.g_bSafeSlewPending);
+        EXPECT_NEAR(NormalizeHourAngle(driver->state.g_dFirstLegRa - (siderealTime - 0.5)), 0.0, 0.01) << sent;
+    }
     StandingMount* standing = nullptr;
 };
 
@@ -110,25 +134,17 @@ TEST_F(SlewPlanFaultTest, SideThatIsTold_IsAskedForOnce) {
     EXPECT_TRUE(driver->state.g_bSafeSlewPending);
 }
 
-/// Nobody has read the sidereal time since the start, and the mount still keeps silent about it.
 TEST_F(SlewPlanFaultTest, SiderealTimeThatIsNeverTold_IsComputedForThePlan) {
-    BuildMount("S");
-    ExpectSwallow("CommandString");
-    mount->Add(std::make_unique<DropsReply>("GS"));
-    Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
-    telescope = ConnectedTelescope();
-    ASSERT_FALSE(driver->queries.LstKnown());
-    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
-    driver->state.g_bTracking = true;
-    standing = &Stand();
-    const double lst = LocalSiderealTime(driver->state.g_dSiteLongitude, machine.astronomy);
-    const double ra = NormalizeHours(lst + 2.0);
-    standing->Stand(HoursToHMS(ra, ":", ":", "", 1), "+45*00:00.0", "", "East");
-    standing->replies["GS"] = "";
-    const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(NormalizeHours(ra + 0.25), 20.0); });
-    EXPECT_TRUE(driver->state.g_bSafeSlewPending);
-    EXPECT_NEAR(NormalizeHourAngle(driver->state.g_dFirstLegRa - (lst - 0.5)), 0.0, 0.01) << sent;
+    ConnectInSilence({"GS"});
+    ExpectPlanBy(LocalSiderealTime(driver->state.g_dSiteLongitude, machine.astronomy));
     EXPECT_FALSE(driver->queries.LstKnown()) << "for the plan alone";
+}
+
+TEST_F(SlewPlanFaultTest, LongitudeThatIsNeverToldEither_IsTheSitesInThePlan) {
+    ConnectInSilence({"GS", "Gg"}, {{"Longitude", "W 75 00 00"}});
+    ASSERT_FALSE(driver->state.g_bLongitudeRead);
+    ExpectPlanBy(LocalSiderealTime(-75.0, machine.astronomy));
+    EXPECT_FALSE(driver->state.g_bLongitudeRead) << "for the plan alone";
 }
 
 TEST_F(SlewPlanFaultTest, PositionThatIsNotTold_IsTheLastOneThatWas) {
@@ -144,20 +160,8 @@ TEST_F(SlewPlanFaultTest, PositionThatIsNotTold_IsTheLastOneThatWas) {
     EXPECT_EQ(error, 0U);
 }
 
-/// The mount has kept silent about it when the client connected.
 TEST_F(SlewPlanFaultTest, SiderealTimeThatWasNeverRead_IsAskedForAheadOfTheSide) {
-    MountSimulatorOptions options;
-    options.firmware = "S";
-    options.parkedAtPowerOn = false;
-    BuildMount(options);
-    ExpectSwallow("CommandString");
-    mount->Add(std::make_unique<DropsReply>("GS"));
-    Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
-    telescope = ConnectedTelescope();
-    ASSERT_FALSE(driver->queries.LstKnown());
-    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
-    driver->state.g_bTracking = true;
-    standing = &Stand();
+    ConnectInSilence({"GS"});
     standing->Stand("14:00:00.00", "+45*00:00.0", "12:00:00", "East");
     const std::string sent = SentDuring([&] { telescope->SlewToCoordinatesAsync(14.25, 20.0); });
     EXPECT_TRUE(sent.starts_with("GS GR GD pS ")) << sent;

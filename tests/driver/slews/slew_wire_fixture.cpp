@@ -110,10 +110,14 @@ void SlewWireTest::Connect(const std::string& firmware, const SettingTexts& sett
     Connect(options, settings);
 }
 
-void SlewWireTest::Connect(const MountSimulatorOptions& options, const SettingTexts& settings) {
-    BuildMount(options);
+void SlewWireTest::SeedForSlews(const SettingTexts& settings) {
     Seed({{"chkSetSlewRate", "0"}, {"chkAutoCalibrateOnFirstSlew", "0"}, {"chkKeepMountTimeSyncedToPcTime", "0"}});
     Seed(settings);
+}
+
+void SlewWireTest::Connect(const MountSimulatorOptions& options, const SettingTexts& settings) {
+    BuildMount(options);
+    SeedForSlews(settings);
     telescope = ConnectedTelescope();
     if (!driver->state.g_bTracking) {
         telescope->Tracking(true);

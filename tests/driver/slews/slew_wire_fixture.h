@@ -95,6 +95,8 @@ protected:
 
     void Connect(const std::string& firmware, const SettingTexts& settings = {});
     void Connect(const MountSimulatorOptions& options, const SettingTexts& settings = {});
+    /// The settings of such a connect, and others.
+    void SeedForSlews(const SettingTexts& settings);
     /// All clients go, and the process ends; `Connect` begins anew.
     void EndTheDriver();
     /// The end of a slew puts the displayed rate back on the mount, once one was displayed: not in these tests.

@@ -98,6 +98,17 @@ TEST_F(RateRestoreTest, TheKingRate_IsTakenUpAgain) {
     EXPECT_EQ(SentAfterSlew(), "RT8 Q RD0.0000 RT2");
 }
 
+TEST_F(RateRestoreTest, TheKingRate_IsTakenUpAgain_AlsoWhereTheMountReportsAnotherDuringTheSlew) {
+    Connect({.king = true});
+    telescope->TrackingRate(3);
+    machine.AdvanceTime(10'000);
+    for (int slew = 0; slew < 2; ++slew) {
+        EXPECT_EQ(SentAfterSlew(), "RT8 Q RT8 RT2");
+        EXPECT_EQ(telescope->TrackingRate(), 3);
+        EXPECT_EQ(driver->statusWindow.lblTrackingRate.Text(), "King");
+    }
+}
+
 TEST_F(RateRestoreTest, ACustomRate_FallsBackToTheSiderealButton) {
     Connect({.asksStatus = false});
     telescope->RightAscensionRate(0.1);

@@ -62,32 +62,32 @@ TEST(AstronomyFuncsTest, SplitToTenths_AddsHalfATenthAndCarriesNearTheMinute) {
 }
 
 TEST(AstronomyFuncsTest, SexagesimalText_CutsOffAtEachStep) {
-    EXPECT_EQ(SexagesimalText(Dms(12, 34, 56.9), false), "12:34:56");
-    EXPECT_EQ(SexagesimalText(Dms(12, 34, 56.9), true), "+12:34:56");
-    EXPECT_EQ(SexagesimalText(-Dms(1, 2, 3.5), false), "-01:02:03");
-    EXPECT_EQ(SexagesimalText(-Dms(1, 2, 3.5), true, " "), "-01 02 03");
-    EXPECT_EQ(SexagesimalText(123.5, false, "*"), "123*30*00");
+    EXPECT_EQ(SexagesimalText(Dms(12, 34, 56.9), ForcedSign::No), "12:34:56");
+    EXPECT_EQ(SexagesimalText(Dms(12, 34, 56.9), ForcedSign::Yes), "+12:34:56");
+    EXPECT_EQ(SexagesimalText(-Dms(1, 2, 3.5), ForcedSign::No), "-01:02:03");
+    EXPECT_EQ(SexagesimalText(-Dms(1, 2, 3.5), ForcedSign::Yes, " "), "-01 02 03");
+    EXPECT_EQ(SexagesimalText(123.5, ForcedSign::No, "*"), "123*30*00");
 }
 
 TEST(AstronomyFuncsTest, SexagesimalText_OfWholeSeconds_MayShowTheSecondBefore) {
-    EXPECT_EQ(SexagesimalText(Dms(0, 0, 13.0), false), "00:00:12");
-    EXPECT_EQ(SexagesimalText(Dms(0, 0, 12.0), false), "00:00:12");
+    EXPECT_EQ(SexagesimalText(Dms(0, 0, 13.0), ForcedSign::No), "00:00:12");
+    EXPECT_EQ(SexagesimalText(Dms(0, 0, 12.0), ForcedSign::No), "00:00:12");
 }
 
 TEST(AstronomyFuncsTest, SexagesimalTenthsText_RoundsAndCarries) {
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.749), false), "12:34:56.7");
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.751), false), "12:34:56.8");
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.949), false), "12:34:59.9");
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.951), false), "12:35:00.0");
-    EXPECT_EQ(SexagesimalTenthsText(0.0, true), "+00:00:00.0");
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.74), false), "12:34:56.7");
-    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.76), true), "+12:34:56.8");
-    EXPECT_EQ(SexagesimalTenthsText(-Dms(12, 59, 59.96), false), "-13:00:00.0");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.749), ForcedSign::No), "12:34:56.7");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.751), ForcedSign::No), "12:34:56.8");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.949), ForcedSign::No), "12:34:59.9");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 59.951), ForcedSign::No), "12:35:00.0");
+    EXPECT_EQ(SexagesimalTenthsText(0.0, ForcedSign::Yes), "+00:00:00.0");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.74), ForcedSign::No), "12:34:56.7");
+    EXPECT_EQ(SexagesimalTenthsText(Dms(12, 34, 56.76), ForcedSign::Yes), "+12:34:56.8");
+    EXPECT_EQ(SexagesimalTenthsText(-Dms(12, 59, 59.96), ForcedSign::No), "-13:00:00.0");
 }
 
 TEST(AstronomyFuncsTest, Splits_OfRubbish_DoNotRaise) {
     EXPECT_EQ(SplitToSeconds(std::nan("")).whole, 0);
-    EXPECT_FALSE(SexagesimalTenthsText(std::numeric_limits<double>::infinity(), false).empty());
+    EXPECT_FALSE(SexagesimalTenthsText(std::numeric_limits<double>::infinity(), ForcedSign::No).empty());
 }
 
 TEST(AstronomyFuncsTest, Trigonometry_InDegrees) {

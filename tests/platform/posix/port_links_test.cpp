@@ -174,6 +174,15 @@ TEST_F(PortLinksTest, List_PassesOverOddNames_AndLeavesThem) {
     }
 }
 
+TEST_F(PortLinksTest, List_SaysWhichPortsItHasNumbered) {
+    Link("COM2", Device(kBeta));
+    Plug(kAlpha, "ttyUSB0");
+    Plug(kBeta, "ttyUSB1");
+    Plug(kGamma, "ttyUSB2");
+    EXPECT_EQ(List().numberedNow, (Entries{Entry(1, Device(kAlpha)), Entry(3, Device(kGamma))}));
+    EXPECT_EQ(List().numberedNow, Entries{});
+}
+
 TEST_F(PortLinksTest, List_TakesTheHighestNumberForALink) {
     Link("COM32767", "/dev/null");
     EXPECT_EQ(ListWithoutTrouble().ports, Entries{Entry(32767, "/dev/null")});
