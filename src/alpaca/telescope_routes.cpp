@@ -72,6 +72,8 @@ constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !argum
 constexpr Handler kSlewAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAz>;
 constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAzAsync>;
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
+constexpr Handler kSyncAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SyncToAltAz>;
+constexpr Handler kSync = CallWithTwoNumbers<ServedTelescope, &Telescope::SyncToCoordinates>;
 constexpr Handler kNotBuilt = nullptr;
 
 constexpr Verb Get = Verb::Get;
@@ -188,9 +190,9 @@ std::vector<Route> TelescopeRoutes() {
         {"SlewToCoordinatesAsync",  Put, Brief, kEquatorial,                               SlewAsync},
         {"SlewToTarget",            Put, Long,  kNone,                                     kCall<&T::SlewToTarget>},
         {"SlewToTargetAsync",       Put, Brief, kNone,                                     kCall<&T::SlewToTargetAsync>},
-        {"SyncToAltAz",             Put, Brief, kHorizontal,                               kNotBuilt},
-        {"SyncToCoordinates",       Put, Brief, kEquatorial,                               kNotBuilt},
-        {"SyncToTarget",            Put, Brief, kNone,                                     kNotBuilt},
+        {"SyncToAltAz",             Put, Brief, kHorizontal,                               kSyncAltAz},
+        {"SyncToCoordinates",       Put, Brief, kEquatorial,                               kSync},
+        {"SyncToTarget",            Put, Brief, kNone,                                     kCall<&T::SyncToTarget>},
         {"Unpark",                  Put, Long,  kNone,                                     kNotBuilt},
     };
 }

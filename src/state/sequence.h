@@ -46,6 +46,7 @@ inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Do
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Tracking         {"tracking",            Doors::Closed};      // begins with a stop
 inline constexpr CompletingProcedure CustomRate       {"custom rate",         Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach};  // each query
 inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange

@@ -22,6 +22,9 @@ enum class TrackingMust { BeOn, BeOff, BeEither };
 /// When a slew gives control back to its caller.
 enum class SlewReturns { AtOnce, OnArrival };
 
+/// A plain sync, or one that leaves the meridian logic of the mount alone.
+enum class SyncKind { Plain, Recal };
+
 /// Who asks for a slew.
 enum class SlewAsker { Client, SecondLeg };
 
@@ -179,6 +182,18 @@ public:
     std::int16_t SlewSettleTime();
     void SlewSettleTime(std::int16_t seconds);
 
+    // --- syncs --------------------------------------------------------------------------------------------------
+
+    // While the mount moves: 0x8004040b, and nothing is sent. 0x80040418 when the mount refuses a half of the target.
+
+    /// Tells the mount that it points there. Ranges as for a slew: 0x80040405. Motion check: not parked, tracking.
+    void SyncToCoordinates(double rightAscension, double declination);
+    /// The same with the equatorial target; 0x80040407 when half of it is missing.
+    void SyncToTarget();
+    /// Degrees; tracking must be off, 0x8004040b. A refused half leaves the poll off the line until the next connect,
+    /// slew, park or unpark.
+    void SyncToAltAz(double azimuth, double altitude);
+
     // --- state --------------------------------------------------------------------------------------------------
 
     bool AtPark();
@@ -266,6 +281,10 @@ public:
     /// Index 0 to 2 of the slew rates, 3 the custom one, -1 the one of the settings.
     void SetSlewRate(Sequence& mount, int index);
     static constexpr int kSlewRateOfSettings = -1;
+    /// The sync with the horizontal target; 0x80040407 when half of it is missing.
+    void SyncToAltAzTarget();
+    /// Degrees. Sends the sync and reads the position anew; 0x80040418 as above.
+    void SyncAltAz(double altitude, double azimuth, SyncKind kind);
     /// The horizontal target: degrees, azimuth 0 to 360, altitude -90 to 90, else 0x80040405; link check. A write
     /// replaces an equatorial target.
     double TargetAzimuth();

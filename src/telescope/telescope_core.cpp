@@ -132,6 +132,11 @@ void TelescopeCore::NoteMotionStops() {
     }
 }
 
+std::uint32_t TelescopeCore::NewSlewBegins(const MotionPermit& permit) {
+    state_.g_bPollSuspended = false;
+    return needs_.motion.NewSlewBegins(permit);
+}
+
 void TelescopeCore::NoteGotoTaken() {
     needs_.motion.GotoTaken();
     state_.g_tickLastGoto = driver_.clock.GetTickCount();

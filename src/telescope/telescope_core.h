@@ -101,6 +101,8 @@ public:
     std::string_view WhyMountMayMove() const;
     /// To be called before something that stops the motions named above, or ends one.
     void NoteMotionStops();
+    /// `Motion::NewSlewBegins`, and the poll runs again: a refused sync may have left it off the line.
+    std::uint32_t NewSlewBegins(const MotionPermit& permit);
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();
     /// For a slew that a stop has ended before its command went out.

@@ -2,10 +2,9 @@
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
-#include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/custom_rates.h"
-#include "telescope/position_words.h"
+#include "telescope/target_texts.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -44,10 +43,6 @@ public:
 private:
     PollLoop& poll_;
 };
-
-std::string WithPlus(const std::string& angle) {
-    return angle.starts_with('-') ? angle : "+" + angle;
-}
 
 class SlewCommandSteps : TelescopeSteps {
 public:
@@ -141,14 +136,11 @@ void SlewCommandSteps::StartFromSiderealTracking(Sequence& mount) {
 /// The reply to the slew command; nothing when a half of the target may not have reached the mount.
 std::optional<std::string> SlewCommandSteps::SendRaDecSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
-    std::string ra = HoursToHMS(state_.g_dTargetRa, ":", ":", "", state_.g_nPrecisionRa);
-    if (ra.starts_with("24")) {
-        ra.replace(0, 2, "00");  // rounded up across midnight; the mount accepts no hour 24
-    }
+    const std::string ra = RaTargetText(state_.g_dTargetRa, state_);
     if (!SendRaDecHalf(mount, wire::SetTargetRa, "TargetRightAscension", ra)) {
         return std::nullopt;
     }
-    const std::string dec = WithPlus(DegreesToDMS(state_.g_dTargetDec, "*", ":", "", state_.g_nPrecisionDec));
+    const std::string dec = DecTargetText(state_.g_dTargetDec, state_);
     if (!SendRaDecHalf(mount, wire::SetTargetDec, "TargetDeclination", dec)) {
         return std::nullopt;
     }
@@ -177,15 +169,9 @@ bool SlewCommandSteps::SendRaDecHalf(Sequence& mount, const CharacterCommand& co
 
 std::string SlewCommandSteps::SendAltAzSequence(Sequence& mount) {
     const PollPause pause(needs_.poll);
-    // Here the sign comes from the value; with a declination it comes from the text.
-    const std::string altitude = (state_.g_dTargetAlt >= 0.0 ? "+" : "") +
-                                 DegreesToDMS(state_.g_dTargetAlt, "*", ":", "", state_.g_nPrecisionAltAz);
-    SendAltAzHalf(mount, wire::SetTargetAlt, "TargetAlt", "TargetAltitude", altitude);
-    std::string azimuth = WithThreeDigits(DegreesToDMS(state_.g_dTargetAz, "*", ":", "", state_.g_nPrecisionAltAz));
-    if (azimuth.starts_with("360")) {
-        azimuth.replace(0, 3, "000");  // rounded up to a full turn; the mount accepts no 360
-    }
-    SendAltAzHalf(mount, wire::SetTargetAz, "TargetAz", "TargetAzimuth", azimuth);
+    SendAltAzHalf(mount, wire::SetTargetAlt, "TargetAlt", "TargetAltitude",
+                  AltTargetText(state_.g_dTargetAlt, state_.g_dTargetAlt, state_));
+    SendAltAzHalf(mount, wire::SetTargetAz, "TargetAz", "TargetAzimuth", AzTargetText(state_.g_dTargetAz, state_));
     return SendSlew(mount, "Slew ALT/AZ");
 }
 

@@ -60,7 +60,7 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     check_connected("SlewToCoordinates", Parked::IsRefused, TrackingMust::BeOn);
     const bool safeSlew = steps.SafeSlewWanted();
     SlewWait wait(*this);
-    needs_.motion.NewSlewBegins(*permit);
+    NewSlewBegins(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (steps.QuayTakesSlews()) {
@@ -88,7 +88,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
     }
     check_connected("SlewToCoordinatesAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (fromClient) {
-        needs_.motion.NewSlewBegins(*permit);
+        NewSlewBegins(*permit);
     } else {
         needs_.motion.SlewBegins();
     }
@@ -118,7 +118,7 @@ void Telescope::SlewToTarget() {
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     SlewWait wait(*this);
-    const std::uint32_t slew = needs_.motion.NewSlewBegins(*permit);
+    const std::uint32_t slew = NewSlewBegins(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
@@ -165,7 +165,7 @@ void Telescope::SlewToTargetAsync() {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    needs_.motion.NewSlewBegins(*permit);
+    NewSlewBegins(*permit);
     if (steps.QuayTakesSlews()) {
         steps.SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (steps.SafeSlewWanted()) {
@@ -198,7 +198,7 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
     }
     telescope_.Tracking(false);  // intentional: stops the mount once more although it does not track
     SlewWait wait(core_);
-    needs_.motion.NewSlewBegins(*permit);
+    core_.NewSlewBegins(*permit);
     try {
         telescope_.TargetAzimuth(azimuth);
         telescope_.TargetAltitude(altitude);
