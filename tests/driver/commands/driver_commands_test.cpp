@@ -1,4 +1,6 @@
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <string>
 
 #include "support/driver_fixture.h"
 
@@ -150,6 +152,21 @@ TEST_F(DriverCommandsTest, SetEnableDebugLog_IsTheBoxOfTheHandBox) {
     EXPECT_EQ(Run("GetEnableDebugLog"), "1,1");
     EXPECT_EQ(Run("GetLogFilename"), "1," + driver->log.FileName().string());
     EXPECT_EQ(Run("GetLogDir"), "1," + driver->log.FileName().parent_path().string());
+}
+
+TEST_F(DriverCommandsTest, SetEnableDebugLog_StoresTheWishAlsoWhereLoggingIsLikeThatAlready) {
+    for (const std::string wish : {"0", "1"}) {
+        SCOPED_TRACE(wish);
+        Run("SetEnableDebugLog," + wish);
+        const std::filesystem::path file = driver->log.FileName();
+        EXPECT_EQ(Run("SetIniValue,chkEnableDebugLog=" + std::string(wish == "0" ? "1" : "0")), "1");
+        machine.AdvanceTime(2'000);
+        EXPECT_EQ(Run("SetEnableDebugLog," + wish), "1");
+        EXPECT_EQ(driver->persist.Read(setting::chkEnableDebugLog), wish);
+        EXPECT_EQ(driver->log.IsOpen(), wish == "1");
+        EXPECT_EQ(driver->handBox.chkEnableDebugLog.Checked(), wish == "1");
+        EXPECT_EQ(driver->log.FileName(), file) << "a log that is on goes on";
+    }
 }
 
 TEST_F(DriverCommandsTest, CheckMount_AsksForTheVersionOnly_OrSaysWhyThereIsNone) {
