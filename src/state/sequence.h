@@ -54,7 +54,7 @@ inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Do
 inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::BeforeEach};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::BeforeEach};
-inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
+inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::BeforeEach};
 inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
 // clang-format on
 }  // namespace procedure
