@@ -192,7 +192,9 @@ void RunLog(Session& session) {
     if (what == "show") {
         ShowLog(session, path);
     } else if (what == "on") {
-        session.Tell("the log is on: " + path, {{"Enabled", true}, {"File", path}});
+        session.Tell(
+            path.empty() ? "the log is on, but the driver could open no file for it" : "the log is on: " + path,
+            {{"Enabled", true}, {"File", path}});
     } else {
         session.Tell("the log is off", {{"Enabled", false}, {"File", path}});
     }

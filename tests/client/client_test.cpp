@@ -475,6 +475,7 @@ TEST(Client, Log_IsTurnedOnAndOffAndShown) {
     EXPECT_EQ(RunAt(server, {"log", "show"}).out, "one\ntwo \\x1b[2J\n");
     telescope.driverReply = "1,";
     EXPECT_NE(RunAt(server, {"log", "show"}).notes.find("there is no log yet"), std::string::npos);
+    EXPECT_EQ(RunAt(server, {"log", "on"}).out, "the log is on, but the driver could open no file for it\n");
     EXPECT_EQ(RunAt(server, {"log", "loud"}).code, ExitCode::Usage);
     EXPECT_EQ(RunAt(server, {"log"}).code, ExitCode::Usage);
 }

@@ -169,6 +169,14 @@ TEST_F(DriverCommandsTest, SetEnableDebugLog_StoresTheWishAlsoWhereLoggingIsLike
     }
 }
 
+TEST_F(DriverCommandsTest, GetLogFilename_NamesNoFileThatCouldNotBeOpened) {
+    EXPECT_NE(Run("GetLogFilename"), "1,");
+    Run("SetEnableDebugLog,0");
+    driver->state.g_sLogDir = (machine.folders.Root() / "gone").string();
+    EXPECT_EQ(Run("SetEnableDebugLog,1"), "1");
+    EXPECT_EQ(Run("GetLogFilename"), "1,");
+}
+
 TEST_F(DriverCommandsTest, CheckMount_AsksForTheVersionOnly_OrSaysWhyThereIsNone) {
     EXPECT_EQ(SentBy([&] { EXPECT_TRUE(Run("CheckMount").starts_with("1,VKC")); }), (std::vector<std::string>{"V"}));
     EXPECT_FALSE(driver->link->Connected());
