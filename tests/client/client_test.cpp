@@ -5,6 +5,7 @@
 #include <boost/json.hpp>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -35,6 +36,8 @@ public:
     bool isConnected = true;
     std::atomic<int> looksLeft = 0;
     double reachesDec = 10.0;
+    int looks = 4;                                     ///< that a slew takes
+    std::function<double(int looksLeft)> wayDec = {};  ///< declination on the way; empty: where it started
     bool hasMount = true;
     bool slews = true;                  ///< else it takes a slew and stands
     bool answersTexts = true;           ///< else it hangs up
@@ -56,7 +59,8 @@ private:
             return FakeAlpacaServer::Value(isThere_ ? "5.5" : "0.0");
         }
         if (member == "declination") {
-            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : 90.0));
+            const double onTheWay = isThere_ && wayDec ? wayDec(looksLeft) : 90.0;
+            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : onTheWay));
         }
         if (member == "atpark") {
             return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
@@ -84,7 +88,7 @@ private:
             isConnected = body.starts_with("Connected=True");
         } else if (member == "slewtocoordinatesasync") {
             isThere_ = slews;
-            looksLeft = slews ? 4 : 0;
+            looksLeft = slews ? looks : 0;
             return slewAnswer;
         } else if (member == "park") {
             isParked_ = true;
@@ -283,6 +287,21 @@ TEST(Client, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
     EXPECT_NE(outcome.notes.find("slewing to RA 05:30:00.0  Dec +10:00:00\n"), std::string::npos) << outcome.notes;
     EXPECT_NE(outcome.notes.find("0%  slewing, 80.0 degrees to go\n"), std::string::npos) << outcome.notes;
     EXPECT_NE(outcome.notes.find("100%  arrived\n"), std::string::npos) << outcome.notes;
+}
+
+TEST(Client, SlewWithWait_ThatGoesRound_ShowsNoDistanceThatGrows) {
+    FakeTelescope telescope;
+    telescope.looks = 40;  // ten seconds, a line every two
+    telescope.wayDec = [](int left) { return left > 30 ? 50.0 : left > 10 ? 89.0 : 30.0; };
+    FakeAlpacaServer server(std::ref(telescope));
+    const std::string notes = RunAt(server, {"slew", "5:30", "10", "--wait"}).notes;
+    const std::size_t first = notes.find("slewing, 40.0 degrees to go\n");
+    const std::size_t round = notes.find("slewing, on the way round\n");
+    const std::size_t last = notes.find("slewing, 20.0 degrees to go\n");
+    EXPECT_LT(first, round) << notes;
+    EXPECT_LT(round, last) << notes;
+    EXPECT_NE(last, std::string::npos) << notes;
+    EXPECT_EQ(notes.find("79.0"), std::string::npos) << notes;
 }
 
 TEST(Client, SlewWithWait_UsesOneConnection) {
