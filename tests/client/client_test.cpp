@@ -452,6 +452,16 @@ TEST(Client, Command_ToTheDriverNeedsNoConnection) {
     EXPECT_EQ(RunAt(server, {"command", ":GR#"}).code, ExitCode::DeviceError);
 }
 
+TEST(Client, CommandsToTheDriverOfAFocuser_GoToTheTelescope) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.driverReply = "1,5.50.03";
+    FakeAlpacaServer server(std::ref(telescope));  // it has no focuser
+    EXPECT_EQ(RunAt(server, {"command", "RAW,Version", "--type", "focuser"}).out, "1,5.50.03\n");
+    EXPECT_EQ(RunAt(server, {"log", "off", "--type", "focuser"}).out, "the log is off\n");
+    EXPECT_EQ(RunAt(server, {"command", ":FQ#", "--type", "focuser"}).code, ExitCode::DeviceError);
+}
+
 TEST(Client, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
     FakeTelescope telescope;
     telescope.isConnected = false;
