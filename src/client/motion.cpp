@@ -31,14 +31,14 @@ std::vector<RisenStar> StarsUpAt(Session& session) {
         latitude = session.arguments.latitude;
     }
     if (!latitude) {
-        throw DeviceError(0, "the device does not tell its latitude: add --latitude DEG");
+        throw DeviceError(0, "the device does not report its latitude: add --latitude DEG");
     }
     auto siderealTime = session.device.TryNumber("SiderealTime");
     if (session.arguments.longitude) {
         siderealTime = SiderealTimeAt(session.surroundings.unixSeconds(), *session.arguments.longitude);
     }
     if (!siderealTime) {
-        throw DeviceError(0, "the device does not tell its sidereal time: add --longitude DEG");
+        throw DeviceError(0, "the device does not report its sidereal time: add --longitude DEG");
     }
     return StarsUp(*siderealTime, *latitude, YearsOf(session));
 }
