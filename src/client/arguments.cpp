@@ -15,7 +15,7 @@ constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
 constexpr std::array kCommands{
     CommandRow{Command::Discover, "discover", "", 0, 0, "list the Alpaca devices that answer on the network"},
-    CommandRow{Command::Status, "status", "", 0, 0, "show what the device tells of itself"},
+    CommandRow{Command::Status, "status", "", 0, 0, "show what the device reports of itself"},
     CommandRow{Command::Connect, "connect", "", 0, 0, "connect, and stay connected when this program ends"},
     CommandRow{Command::Disconnect, "disconnect", "", 0, 0, "let go again"},
     CommandRow{Command::Slew, "slew", "RA DEC | STAR", 0, 2, "slew there; --wait shows the way and ends with the slew"},
@@ -116,7 +116,7 @@ constexpr std::array kOptions{
               [](Arguments& a, std::string_view o, const std::string& v) {
                   a.latitude = Degrees(o, v, 90.0, "a latitude from -90 to 90 degrees, north positive");
               },
-              "the site's latitude, in place of what the device tells"},
+              "the site's latitude, in place of what the device reports"},
     OptionRow{"--longitude", "DEG",
               [](Arguments& a, std::string_view o, const std::string& v) {
                   a.longitude = Degrees(o, v, 360.0, "a longitude in degrees, east positive");

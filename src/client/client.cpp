@@ -152,12 +152,12 @@ void RunPut(Session& session) {
 }
 
 void RunText(Session& session) {
-    if (!session.arguments.operands[0].starts_with("RAW,")) {
-        session.EnsureConnected();
+    const std::string& text = session.arguments.operands[0];
+    if (text.starts_with("RAW,")) {
+        return TellValue(session, session.PutToDriver(text));
     }
-    const json::value value =
-        session.device.Put("CommandString", {{"Command", session.arguments.operands[0]}, {"Raw", "True"}});
-    TellValue(session, value);
+    session.EnsureConnected();
+    TellValue(session, PutText(session.device, text));
     session.LetGo();
 }
 
@@ -192,7 +192,9 @@ void RunLog(Session& session) {
     if (what == "show") {
         ShowLog(session, path);
     } else if (what == "on") {
-        session.Tell("the log is on: " + path, {{"Enabled", true}, {"File", path}});
+        session.Tell(
+            path.empty() ? "the log is on, but the driver could open no file for it" : "the log is on: " + path,
+            {{"Enabled", true}, {"File", path}});
     } else {
         session.Tell("the log is off", {{"Enabled", false}, {"File", path}});
     }

@@ -31,14 +31,14 @@ std::vector<RisenStar> StarsUpAt(Session& session) {
         latitude = session.arguments.latitude;
     }
     if (!latitude) {
-        throw DeviceError(0, "the device does not tell its latitude: add --latitude DEG");
+        throw DeviceError(0, "the device does not report its latitude: add --latitude DEG");
     }
     auto siderealTime = session.device.TryNumber("SiderealTime");
     if (session.arguments.longitude) {
         siderealTime = SiderealTimeAt(session.surroundings.unixSeconds(), *session.arguments.longitude);
     }
     if (!siderealTime) {
-        throw DeviceError(0, "the device does not tell its sidereal time: add --longitude DEG");
+        throw DeviceError(0, "the device does not report its sidereal time: add --longitude DEG");
     }
     return StarsUp(*siderealTime, *latitude, YearsOf(session));
 }
@@ -113,6 +113,7 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
     Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
     const double start = session.surroundings.unixSeconds();
     double left = whole;
+    double nearest = whole;
     session.surroundings.watchInterrupts();
     while (session.device.Flag("Slewing")) {
         if (session.surroundings.interrupted()) {
@@ -122,10 +123,14 @@ double FollowSlew(Session& session, const SlewTarget& target, double whole) {
         }
         left = Remaining(session, target);
         if (session.ShowsProgress()) {
-            // The first leg of a slew in two legs goes farther away from the target.
-            const double fraction = whole > 0.0 ? std::max(0.0, 1.0 - left / whole) : 1.0;
-            progress.Show(fraction, "slewing, " + FormatFixed(left, 1) + " degrees to go",
-                          session.surroundings.unixSeconds() - start);
+            // The first leg of a slew in two legs may come near the target and then go away from it.
+            const bool goesRound = left > nearest + kStoodStillDegrees;
+            nearest = std::min(nearest, left);
+            const double fraction = whole > 0.0 ? std::max(0.0, 1.0 - nearest / whole) : 1.0;
+            progress.Show(
+                fraction,
+                goesRound ? "slewing, on the way round" : "slewing, " + FormatFixed(nearest, 1) + " degrees to go",
+                session.surroundings.unixSeconds() - start);
         }
         session.surroundings.waitSeconds(kPollSeconds);
     }

@@ -19,6 +19,10 @@ AlpacaDevice::Limits LimitsOf(const Arguments& arguments) {
 
 }  // namespace
 
+boost::json::value PutText(AlpacaDevice& device, const std::string& text) {
+    return device.Put("CommandString", {{"Command", text}, {"Raw", "True"}});
+}
+
 Session::Session(const Arguments& theArguments, const Surroundings& theSurroundings)
     : arguments(theArguments),
       surroundings(theSurroundings),
@@ -45,14 +49,8 @@ void Session::EnsureConnected() {
 
 /// Empty when nobody says why; nothing takes the place of the error that the connect gave.
 std::string Session::WhyNoMount() {
-    constexpr const char* kVerb = "GetConnectFailure";
     try {
-        if (IsTelescope()) {
-            return AskDriver(kVerb);
-        }
-        AlpacaDevice telescope({arguments.host, arguments.port, "telescope", 0, arguments.clientId},
-                               LimitsOf(arguments));
-        return AskDriver(telescope, kVerb);
+        return AskDriver("GetConnectFailure");
     } catch (const DeviceError&) {
         return {};  // another driver
     } catch (const Unreachable&) {
@@ -60,8 +58,16 @@ std::string Session::WhyNoMount() {
     }
 }
 
-std::string Session::AskDriver(AlpacaDevice& device, const std::string& verb) {
-    const std::string reply = PlainText(device.Put("CommandString", {{"Command", "RAW," + verb}, {"Raw", "True"}}));
+boost::json::value Session::PutToDriver(const std::string& text) {
+    if (IsTelescope()) {
+        return PutText(device, text);
+    }
+    AlpacaDevice telescope({arguments.host, arguments.port, "telescope", 0, arguments.clientId}, LimitsOf(arguments));
+    return PutText(telescope, text);
+}
+
+std::string Session::AskDriver(const std::string& verb) {
+    const std::string reply = PlainText(PutToDriver("RAW," + verb));
     if (reply == "1" || reply.starts_with("1,")) {
         return reply.substr(std::min<std::size_t>(2, reply.size()));
     }

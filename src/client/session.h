@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,9 @@
 #include "client/client.h"
 
 namespace kestrane::client {
+
+/// Sends a text as it is; the reply.
+boost::json::value PutText(AlpacaDevice& device, const std::string& text);
 
 /// One run of the program with one device: what the commands share.
 class Session {
@@ -26,9 +30,11 @@ public:
     void LetGo();
     bool HasConnected() const { return hasConnected_; }
 
-    /// Runs a command to the driver itself, which needs no connection: the value in its reply. Raises `DeviceError`,
-    /// also for a reply that reports a failure.
-    std::string AskDriver(const std::string& verb) { return AskDriver(device, verb); }
+    /// Sends a text to the driver itself, which needs no connection; for a focuser, which takes no texts, by the first
+    /// telescope of its server. Raises `DeviceError`, `Unreachable`.
+    boost::json::value PutToDriver(const std::string& text);
+    /// Runs a verb of the driver: the value in its reply. Raises `DeviceError` also for a reply that reports a failure.
+    std::string AskDriver(const std::string& verb);
 
     /// The result: one line of words, or the object in one line of JSON.
     void Tell(const std::string& words, const boost::json::object& object);
@@ -41,7 +47,6 @@ public:
 private:
     bool IsTelescope() const { return arguments.deviceType == "telescope"; }
     std::string WhyNoMount();
-    static std::string AskDriver(AlpacaDevice& device, const std::string& verb);
 
     bool hasConnected_ = false;
 };

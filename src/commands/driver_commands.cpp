@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <optional>
 
@@ -23,14 +24,16 @@ std::string Failure(std::string_view message) {
     return "0," + std::string(message);
 }
 
-/// The text as a whole number; nothing when it is no number or does not fit.
+/// The text as a whole number; nothing when it is none or does not fit.
 std::optional<std::int32_t> WholeNumber(std::string_view text, Log& log) {
     if (!IsNumericText(text) || text.find_first_of("eE") != std::string_view::npos) {
         return std::nullopt;
     }
     const double value = Val_Global(text, log);
     constexpr double limit = std::numeric_limits<std::int32_t>::max();
-    return value >= -limit && value <= limit ? std::optional(RoundHalfEven(value)) : std::nullopt;
+    return value >= -limit && value <= limit && value == std::trunc(value)
+               ? std::optional(static_cast<std::int32_t>(value))
+               : std::nullopt;
 }
 
 std::int64_t ReceiveErrors(const CounterState& counts) {

@@ -11,6 +11,7 @@ namespace {
 constexpr std::uint32_t kTypeText = 1;
 constexpr std::uint32_t kTypeDoubleWord = 4;
 constexpr std::int32_t kStartWaitMs = 2000;
+constexpr std::int32_t kPieceOfWaitMs = 200;
 constexpr std::uint32_t kQueryAndSetAccess = 1536;
 constexpr std::uint32_t kQueryAccess = 1024;
 
@@ -60,7 +61,7 @@ bool Companion::IsProcessRunning(std::string& name) {
     return running;
 }
 
-bool Companion::StartCompanion(bool& toldBefore) {
+bool Companion::StartCompanion(bool& toldBefore, const std::function<bool()>& isOver) {
     const std::string path = GetCompanionExePath();
     std::string executable = LastPiece(path);
     if (executable.empty() || IsProcessRunning(executable)) {
@@ -74,7 +75,9 @@ bool Companion::StartCompanion(bool& toldBefore) {
         }
         return false;
     }
-    waits_.WaitForMilliseconds(kStartWaitMs);
+    for (std::int32_t waited = 0; waited < kStartWaitMs && !isOver(); waited += kPieceOfWaitMs) {
+        waits_.WaitForMilliseconds(kPieceOfWaitMs);
+    }
     return true;
 }
 

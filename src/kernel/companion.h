@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -21,9 +22,11 @@ public:
     /// Whether a process with that executable name runs; case does not matter. `name` is changed to lower case in
     /// place.
     bool IsProcessRunning(std::string& name);
-    /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps). One that cannot
-    /// be started is logged, unless `toldBefore` says so already.
-    bool StartCompanion(bool& toldBefore);
+    /// Starts the companion unless it runs; true when this call started it, after two seconds (pumps), or as soon as
+    /// `isOver` says that nobody waits for it any more, which is asked each 200 ms. One that cannot be started is
+    /// logged, unless `toldBefore` says so already.
+    bool StartCompanion(
+        bool& toldBefore, const std::function<bool()>& isOver = [] { return false; });
 
 private:
     Registry& registry_;

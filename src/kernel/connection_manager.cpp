@@ -235,7 +235,7 @@ bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
         driver_.waits.WaitForMilliseconds(kCompanionWaitMs);
         return true;
     }
-    if (needs_.companion.StartCompanion(opening.companionFailureTold)) {
+    if (needs_.companion.StartCompanion(opening.companionFailureTold, [this] { return ended_; })) {
         opening.startAttempts = 1;
         return true;
     }

@@ -68,7 +68,8 @@ public:
     std::string QuayRestPort() override;
 
     /// Looks for a mount on a port, for the setup dialog. When the link is closed, the port is opened for the check and
-    /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump.
+    /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump, but
+    /// stops get in between its exchanges.
     bool CheckConnection(std::int16_t port, std::int16_t timeoutMs, std::string& version);
     /// The same for the port of the settings.
     MountCheck CheckMount();

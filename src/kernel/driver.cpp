@@ -147,11 +147,7 @@ Driver::Driver(Platform platform)
           .journal = journal,
           .resetErrorCounts = [this] { connections.ResetCommCounters(); },
           .internalInstance = [this] { return internalInstance_.get(); },
-          .enableDebugLog =
-              [this](bool enable) {
-                  handBox.chkEnableDebugLog.Checked(enable);
-                  handBox.chkEnableDebugLog.FireClick();
-              },
+          .enableDebugLog = [this](bool enable) { logPanel.Enable(enable); },
           .connectFailure = [this] { return connections.ConnectFailure(); },
           .checkMount = [this] { return connections.CheckMount(); },
       }),

@@ -57,8 +57,9 @@ bool ConnectionManager::OnLink(std::int16_t port, const std::function<void(Mount
     return result;
 }
 
+/// A stop gets in between two tries. The end of the process does too, and closes the link.
 bool ConnectionManager::AskVersion(std::string& version) {
-    for (int i = 0; i < kTries && version.empty(); ++i) {
+    for (int i = 0; i < kTries && version.empty() && !ended_; ++i) {
         driver_.log.LogMessage("CheckConnection", LogLevel::Info, "Sending request for version");
         version = Talk(procedure::PortCheck).CommandStringInternal(wire::Version);
     }

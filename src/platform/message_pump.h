@@ -15,8 +15,7 @@ enum class CallKind {
     /// has.
     WaitsLong,
     /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`,
-    /// and
-    /// however deep calls are nested.
+    /// and however deep calls are nested.
     Stop,
     /// Reads what the driver knows already and writes log lines, nothing else: no exchange with the mount, no pump, no
     /// setting. Starts wherever stops get in, and also while the logic thread waits for a reply: an exchange with the

@@ -40,12 +40,14 @@ struct DatabaseNeeds {
 ///
 /// No call waits for a second program that holds the file, except the opening at the start and the last writes at the
 /// end of the object (`LockWait::kLongestMs` at most), nor for a disk that is full or read-only. Then
-/// - opening ends without a file; until a later call succeeds in opening it nothing is kept, since such a write may
-///   come from a default that was read in the file's place; the first one that is dropped costs a line in the log;
+/// - opening ends without a file, and a later call opens it;
 /// - a write of a setting is kept, the newest per key, and so are records and deletions; all go out in their order as
 ///   soon as a call finds the file free. Reads of a setting give the kept value, lists do not show kept records. A kill
 ///   of the process loses what is kept;
-/// - a read gives what the setting was when it was last read or written.
+/// - a read gives what the setting was when it was last read or written. Without a file it fails: a caller that would
+///   write again what it read must ask whether the file `Answered`.
+/// While the file has never been open for another reason than a lock, nothing is kept; the first write that is dropped
+/// costs a line in the log.
 /// A lock is tried again by each call, a disk that refused a write each `kRetryMs` at the earliest, then with the file
 /// opened anew if need be. A full or read-only disk costs one line in the log, and so do settings that cannot be read;
 /// these lines also go to the standard error stream. An audit row that finds no room costs none, and holds up no other

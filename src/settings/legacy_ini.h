@@ -10,8 +10,7 @@
 namespace kestrane {
 
 /// The value under the key (in any case) in the section: the text after "=" up to the end of the line, as UTF-8 (see
-/// `Utf8OfLegacyText`) and else unchanged;
-/// `fallback` when there is none.
+/// `Utf8OfLegacyText`) and else unchanged; `fallback` when there is none.
 std::string ReadLegacyValue(const std::filesystem::path& file, std::string_view section, std::string_view key,
                             std::string_view fallback);
 

@@ -311,6 +311,17 @@ inline constexpr std::array kAllSettings{
     setting::ShowInitNowButton,
 };
 
+/// Sites as older versions packed them: ten fields each. Not in `kAllSettings`: only the transfer to the table of sites
+/// reads them.
+inline constexpr std::string_view kUnusedPackedSite = "Not Used|N|0|0|0|W|0|0|0|0";
+inline constexpr std::array kPackedSites{
+    SettingKey{"cbxSiteList_01", "Default|N|0|0|0|W|0|0|0|0"}, SettingKey{"cbxSiteList_02", kUnusedPackedSite},
+    SettingKey{"cbxSiteList_03", kUnusedPackedSite},           SettingKey{"cbxSiteList_04", kUnusedPackedSite},
+    SettingKey{"cbxSiteList_05", kUnusedPackedSite},           SettingKey{"cbxSiteList_06", kUnusedPackedSite},
+    SettingKey{"cbxSiteList_07", kUnusedPackedSite},           SettingKey{"cbxSiteList_08", kUnusedPackedSite},
+    SettingKey{"cbxSiteList_09", kUnusedPackedSite},           SettingKey{"cbxSiteList_10", kUnusedPackedSite},
+};
+
 /// The older form of the site's position, in parts; deleted when the setup dialog saves a site.
 inline constexpr std::array<std::string_view, 8> kRemovedKeys{"LatitudeDeg",  "LatitudeMin",  "LatitudeSec",
                                                               "LatitudeNS",   "LongitudeDeg", "LongitudeMin",

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "kernel/base/conversions.h"
@@ -17,11 +18,6 @@ constexpr std::string_view kNotCopied = "False";
 constexpr std::string_view kUnusedName = "Not Used";
 
 // --- sites as older versions packed them: ten settings of ten fields each --------------------------------------------
-
-constexpr int kPackedSites = 10;
-constexpr std::string_view kPackedKey = "cbxSiteList_";
-constexpr std::string_view kFirstPackedDefault = "Default|N|0|0|0|W|0|0|0|0";
-constexpr std::string_view kPackedDefault = "Not Used|N|0|0|0|W|0|0|0|0";
 
 constexpr std::size_t kNameField = 0;
 constexpr std::size_t kLatitudeField = 1;   // and the three after it
@@ -164,15 +160,13 @@ bool Sites::CopyPackedSites() {
     }
     const std::int16_t selected = IndexOf(*list, needs_.log);
     bool allStand = true;
-    for (int i = 1; i <= kPackedSites; ++i) {
-        const std::string key = std::string(kPackedKey) + PadWithZeros(std::to_string(i), 2);
-        const std::optional<std::string> stored =
-            needs_.persist.ReadIfAnswered(key, i == 1 ? kFirstPackedDefault : kPackedDefault);
+    for (std::size_t i = 0; i < kPackedSites.size(); ++i) {
+        const std::optional<std::string> stored = needs_.persist.ReadIfAnswered(kPackedSites[i]);
         if (!stored) {
             return false;
         }
         const std::string packed = Utf8OfLegacyText(*stored);
-        if (i - 1 == selected) {
+        if (std::cmp_equal(i, selected)) {
             needs_.persist.Write(setting::OldSiteName, SplitPacked(packed)[kNameField]);
         }
         allStand = CopyPackedSite(packed) && allStand;

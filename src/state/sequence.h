@@ -55,7 +55,7 @@ inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Do
 inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::BeforeEach};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::BeforeEach};
-inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::Closed};
+inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::BeforeEach};
 inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
 // clang-format on
 }  // namespace procedure
@@ -81,7 +81,7 @@ class StopDoor {
 public:
     StopDoor(Waits& waits, Log& log, const DriverState& state) : waits_(waits), log_(log), state_(state) {}
 
-    /// Runs the stops that wait, and nothing else.
+    /// Runs the stops and the cached reads that wait, and nothing else.
     void LetStopIn() {
         const Outside outside(*this);
         waits_.PumpStops();
@@ -159,7 +159,8 @@ public:
         }
     }
 
-    /// Lets a stop in before a step that has no exchange and must not run after a stop.
+    /// Lets a stop in before a step that has no exchange and must not run after a stop. Each exchange does so by
+    /// itself: only a step that sets flags, pauses or decides by what the mount has answered needs this call before it.
     void LetStopIn();
 
     void CommandBlind(const BlindCommand& row, std::string_view argument = {});

@@ -45,14 +45,20 @@ void LogPanel::ShowLogWindow(bool show) {
     needs_.logWindow.ForLog().Show(show);
 }
 
-void LogPanel::OnEnableClick() {
-    const bool enable = needs_.handBox.chkEnableDebugLog.Checked();
-    if (needs_.handBox.fillings > 0 || enable == needs_.state.g_bDebugLog) {
-        return;  // the box was only updated to the present state
-    }
+void LogPanel::Enable(bool enable) {
     needs_.persist.Write(setting::chkEnableDebugLog, ZeroOrOne(enable));
-    needs_.state.g_bDebugLog = enable;
-    ToggleLog();
+    const bool changes = std::exchange(needs_.state.g_bDebugLog, enable) != enable;
+    const FillsHandBox filling(needs_.handBox);
+    needs_.handBox.chkEnableDebugLog.Checked(enable);
+    if (changes) {
+        ToggleLog();
+    }
+}
+
+void LogPanel::OnEnableClick() {
+    if (needs_.handBox.fillings == 0) {
+        Enable(needs_.handBox.chkEnableDebugLog.Checked());
+    }
 }
 
 void LogPanel::LoadFilters() {

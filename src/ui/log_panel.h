@@ -28,6 +28,9 @@ public:
     /// By `g_bDebugLog`, opens a new log and shows the window if the user wants it (`mPopShowLogWindow`), or closes
     /// both.
     void ToggleLog();
+    /// Turns logging on or off and keeps that as a setting, also where logging is that way already: another program may
+    /// have stored something else.
+    void Enable(bool enable);
     /// Keeps whether the user wants the window, and shows or hides it.
     void ShowLogWindow(bool show);
 

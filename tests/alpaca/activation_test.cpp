@@ -102,6 +102,7 @@ public:
         }
         return line;
     }
+    void Send(int signal) const { ::kill(process_, signal); }
     /// Sends a signal (0 for none) and waits for the end; the exit status, or -1 for an end by signal.
     int Wait(int signal) {
         if (process_ == 0) {
@@ -211,13 +212,25 @@ TEST(Activation, StartsANewDriverAfterAKill) {
 }
 
 TEST(Activation, EndsTheDriverAndItselfOnASignal) {
-    for (const int signal : {SIGTERM, SIGINT}) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
         Activator activator("stay");
         const int driver = activator.Ask().processId;
         EXPECT_TRUE(IsAlive(driver));
         EXPECT_EQ(activator.Wait(signal), 0);
         EXPECT_FALSE(IsAlive(driver));
     }
+}
+
+TEST(Activation, GoesOnAfterAHangupThatWasIgnoredAtItsStart) {
+    const auto before = ::signal(SIGHUP, SIG_IGN);  // as nohup does
+    Activator activator("stay");
+    ::signal(SIGHUP, before);
+    const int first = activator.Ask().processId;
+    activator.Send(SIGHUP);
+    ASSERT_EQ(::kill(first, SIGKILL), 0);
+    const int second = activator.Ask().processId;
+    EXPECT_GT(second, 0);
+    EXPECT_NE(first, second);
 }
 
 TEST(Activation, EndsWithoutADriver) {

@@ -5,6 +5,7 @@
 #include <boost/json.hpp>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -35,6 +36,8 @@ public:
     bool isConnected = true;
     std::atomic<int> looksLeft = 0;
     double reachesDec = 10.0;
+    int looks = 4;                                     ///< that a slew takes
+    std::function<double(int looksLeft)> wayDec = {};  ///< declination on the way; empty: where it started
     bool hasMount = true;
     bool slews = true;                  ///< else it takes a slew and stands
     bool answersTexts = true;           ///< else it hangs up
@@ -56,7 +59,8 @@ private:
             return FakeAlpacaServer::Value(isThere_ ? "5.5" : "0.0");
         }
         if (member == "declination") {
-            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : 90.0));
+            const double onTheWay = isThere_ && wayDec ? wayDec(looksLeft) : 90.0;
+            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : onTheWay));
         }
         if (member == "atpark") {
             return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
@@ -84,7 +88,7 @@ private:
             isConnected = body.starts_with("Connected=True");
         } else if (member == "slewtocoordinatesasync") {
             isThere_ = slews;
-            looksLeft = slews ? 4 : 0;
+            looksLeft = slews ? looks : 0;
             return slewAnswer;
         } else if (member == "park") {
             isParked_ = true;
@@ -285,6 +289,21 @@ TEST(Client, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
     EXPECT_NE(outcome.notes.find("100%  arrived\n"), std::string::npos) << outcome.notes;
 }
 
+TEST(Client, SlewWithWait_ThatGoesRound_ShowsNoDistanceThatGrows) {
+    FakeTelescope telescope;
+    telescope.looks = 40;  // ten seconds, a line every two
+    telescope.wayDec = [](int left) { return left > 30 ? 50.0 : left > 10 ? 89.0 : 30.0; };
+    FakeAlpacaServer server(std::ref(telescope));
+    const std::string notes = RunAt(server, {"slew", "5:30", "10", "--wait"}).notes;
+    const std::size_t first = notes.find("slewing, 40.0 degrees to go\n");
+    const std::size_t round = notes.find("slewing, on the way round\n");
+    const std::size_t last = notes.find("slewing, 20.0 degrees to go\n");
+    EXPECT_LT(first, round) << notes;
+    EXPECT_LT(round, last) << notes;
+    EXPECT_NE(last, std::string::npos) << notes;
+    EXPECT_EQ(notes.find("79.0"), std::string::npos) << notes;
+}
+
 TEST(Client, SlewWithWait_UsesOneConnection) {
     FakeTelescope telescope;
     FakeAlpacaServer server(std::ref(telescope));
@@ -433,6 +452,16 @@ TEST(Client, Command_ToTheDriverNeedsNoConnection) {
     EXPECT_EQ(RunAt(server, {"command", ":GR#"}).code, ExitCode::DeviceError);
 }
 
+TEST(Client, CommandsToTheDriverOfAFocuser_GoToTheTelescope) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.driverReply = "1,5.50.03";
+    FakeAlpacaServer server(std::ref(telescope));  // it has no focuser
+    EXPECT_EQ(RunAt(server, {"command", "RAW,Version", "--type", "focuser"}).out, "1,5.50.03\n");
+    EXPECT_EQ(RunAt(server, {"log", "off", "--type", "focuser"}).out, "the log is off\n");
+    EXPECT_EQ(RunAt(server, {"command", ":FQ#", "--type", "focuser"}).code, ExitCode::DeviceError);
+}
+
 TEST(Client, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
     FakeTelescope telescope;
     telescope.isConnected = false;
@@ -475,6 +504,7 @@ TEST(Client, Log_IsTurnedOnAndOffAndShown) {
     EXPECT_EQ(RunAt(server, {"log", "show"}).out, "one\ntwo \\x1b[2J\n");
     telescope.driverReply = "1,";
     EXPECT_NE(RunAt(server, {"log", "show"}).notes.find("there is no log yet"), std::string::npos);
+    EXPECT_EQ(RunAt(server, {"log", "on"}).out, "the log is on, but the driver could open no file for it\n");
     EXPECT_EQ(RunAt(server, {"log", "loud"}).code, ExitCode::Usage);
     EXPECT_EQ(RunAt(server, {"log"}).code, ExitCode::Usage);
 }

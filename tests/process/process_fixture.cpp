@@ -75,9 +75,9 @@ void ProcessFixture::StartMount(std::vector<std::string> options) {
     ASSERT_NE(mount->FirstLine(kPatience), "") << mount->Errors();
 }
 
-void ProcessFixture::StartActivator() {
-    activator = std::make_unique<Program>("kestrane-activate",
-                                          std::vector<std::string>{"--port", "0", "--discovery-port", "0"});
+void ProcessFixture::StartActivator(std::vector<std::string> options) {
+    options.insert(options.end(), {"--port", "0", "--discovery-port", "0"});
+    activator = std::make_unique<Program>("kestrane-activate", options);
     const std::string address = activator->FirstLine(kPatience);
     ASSERT_NE(address, "") << activator->Errors();
     port = static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));

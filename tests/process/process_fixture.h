@@ -34,7 +34,7 @@ protected:
     static std::string Setting(const std::string& key);
 
     void StartMount(std::vector<std::string> options = {});
-    void StartActivator();
+    void StartActivator(std::vector<std::string> options = {});
     void StartSystem() {
         StartMount();
         StartActivator();

@@ -90,6 +90,22 @@ TEST_F(ProcessFixture, Driver_GetsASignalToEnd_EndsInOrder) {
     EXPECT_EQ(activator->Errors(), "");
 }
 
+TEST_F(ProcessFixture, ADriverThatIgnoredAHangupAtItsStart_DoesNotCountIt) {
+    Seed({{"chkEnableDebugLog", "1"}});
+    const auto before = ::signal(SIGHUP, SIG_IGN);  // as nohup does
+    StartSystem();
+    ::signal(SIGHUP, before);
+    HttpClient client = Client(1);
+    Connect(client);
+    const pid_t driver = Driver();
+    ASSERT_NE(driver, 0);
+    ASSERT_EQ(::kill(driver, SIGHUP), 0);
+    ASSERT_EQ(::kill(driver, SIGTERM), 0);  // as a second signal it would end the driver at once
+    EXPECT_TRUE(WaitUntil(Seconds(5), [&] { return !Exists(driver); }));
+    EXPECT_NE(LogText().find(kAskedToEnd), std::string::npos);
+    EXPECT_EQ(activator->Errors(), "");
+}
+
 TEST_F(ProcessFixture, Driver_GetsSigpipe_GoesOn) {
     StartSystem();
     HttpClient client = Client(1);

@@ -89,33 +89,54 @@ TEST_F(LockedFileTest, ALockAgainstReading_HoldsTheStartUpOnceAndForABoundedTime
     EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
-TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBack) {
+TEST_F(LockedFileTest, OnceTheLockIsGone_TheSettingsAreBackAndWhatWasWrittenGoesOut) {
     MakeFile("delete");
     ForeignProgram other = Foreign();
     other.Run("BEGIN EXCLUSIVE");
     Persist persist(NeedsOfPersist());
+    logState.g_bDebugLog = true;
+    logged.clear();
+    boxes.mentioned.clear();
     persist.WriteIniValue("Retry", "7");
-    persist.WriteIniValue("Port", "COM1");
+    bool isNew = true;
+    EXPECT_TRUE(persist.database()->SetGotoRaDec(GotoRaDec{0, "a", "", "", "1", "2"}, isNew));
+    EXPECT_EQ(persist.ReadIniValue("Retry", "2"), "7");
     EXPECT_EQ(persist.ReadIniValue("Timeout", "500"), "500");
+    EXPECT_EQ(WaitedMs(), LockWait::kLongestMs) << "that of the opening";
+    EXPECT_TRUE(boxes.mentioned.empty());
     other.Run("COMMIT");
-    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5") << "a write that may come of a default is not kept";
-    EXPECT_EQ(Stored("retry"), "(no row)");
-    EXPECT_EQ(Stored("timeout"), "(no row)");
+    EXPECT_EQ(persist.ReadIniValue("Port", "COM1"), "COM5");
+    EXPECT_EQ(Stored("retry"), "7");
+    EXPECT_EQ(Stored("timeout"), "(no row)") << "a default is not kept";
+    EXPECT_EQ(*Foreign().Run("select Name from GotoRaDec"), std::vector<std::string>{"a"});
+    EXPECT_EQ(std::ranges::count_if(logged, [](const std::string& line) { return line.starts_with("Settings|"); }), 0);
     EXPECT_EQ(Foreign().Cell("PRAGMA journal_mode"), "wal");
     persist.WriteIniValue("Port", "COM6");
     EXPECT_EQ(Stored("port"), "COM6");
     EXPECT_EQ(boxes.Texts().size(), 1U);
 }
 
-TEST_F(LockedFileTest, ChangesBeforeTheFileWasOpen_AreDroppedWithOneLine) {
+TEST_F(LockedFileTest, AFileThatWasNeverOpen_GetsWhatWasKeptAtTheEnd) {
     MakeFile("delete");
+    ForeignProgram other = Foreign();
+    other.Run("BEGIN EXCLUSIVE");
+    {
+        Persist persist(NeedsOfPersist());
+        persist.WriteIniValue("Port", "COM6");
+        WaitedMs();
+        ReleaseAfter(other, 500);
+    }
+    EXPECT_EQ(WaitedMs(), 500) << "the last chance is worth a wait";
+    EXPECT_EQ(Stored("port"), "COM6");
+}
+
+TEST_F(LockedFileTest, ChangesBeforeAFileThatCannotBeRead_AreDroppedWithOneLine) {
+    std::filesystem::create_directories(folders.SettingsFile());  // no program opens that
     logState.g_bDebugLog = true;
     const std::string line =
         "Settings|1|The settings file could not be opened yet. Until then, changes of settings, sites and bookmarks "
         "are not kept: " +
         folders.SettingsFile().string();
-    ForeignProgram other = Foreign();
-    other.Run("BEGIN EXCLUSIVE");
     Persist persist(NeedsOfPersist());
     persist.ReadIniValue("Port", "COM1");
     logged.clear();
@@ -127,7 +148,9 @@ TEST_F(LockedFileTest, ChangesBeforeTheFileWasOpen_AreDroppedWithOneLine) {
     }
     EXPECT_EQ(std::ranges::count(logged, line), 1);
     EXPECT_EQ(boxes.mentioned, std::vector<std::string>{line.substr(0, 8) + ": " + line.substr(11)});
-    other.Run("COMMIT");
+    std::filesystem::remove(folders.SettingsFile());
+    PassTime(Database::kRetryMs);
+    EXPECT_EQ(persist.ReadIniValue("Retry", "2"), "2");
     persist.WriteIniValue("Retry", "8");
     EXPECT_EQ(Stored("retry"), "8");
     EXPECT_EQ(std::ranges::count(logged, line), 1);

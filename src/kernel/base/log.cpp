@@ -286,6 +286,9 @@ void Log::OpenLog() {
         OpenFile();
     }
     chooseFolderAgain_ = !IsOpen();
+    if (!IsOpen()) {
+        fileName_.clear();
+    }
     state_.g_nLogLine = 0;
     limits_ = Ask<LogLimits>(facts_.limits, {});
     WriteHeader();

@@ -108,7 +108,8 @@ public:
     /// Local time as YYYY-MM-DD_HH-MM-SS.
     std::string GetFileTimestamp() const;
 
-    const std::filesystem::path& FileName() const { return fileName_; }
+    /// Of the open log, or of the last one. Empty before the first, and while logging has no file.
+    std::filesystem::path FileName() const { return partIsLost_ ? std::filesystem::path() : fileName_; }
 
     /// Gets the origin, level and message of every logged line, also without a file; for tests and for views.
     using Listener = std::function<void(std::string_view origin, int level, std::string_view message)>;

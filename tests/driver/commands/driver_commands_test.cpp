@@ -1,4 +1,6 @@
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <string>
 
 #include "support/driver_fixture.h"
 
@@ -40,6 +42,11 @@ INSTANTIATE_TEST_SUITE_P(
                     VerbRow{"SetEnableDebugLog,0", "1"}, VerbRow{"SetEnableDebugLog", "0,Value must be numeric 0-1"},
                     VerbRow{"SetEnableDebugLog,2", "0,Value must be numeric 0-1"},
                     VerbRow{"SetEnableDebugLog,on", "0,Value must be numeric 0-1"}, VerbRow{"GetConnectFailure", "1,"},
+                    VerbRow{"SetEnableDebugLog,0.4", "0,Value must be numeric 0-1"},
+                    VerbRow{"SetEnableDebugLog,1.4", "0,Value must be numeric 0-1"},
+                    VerbRow{"SetEnableDebugLog,1.0", "1"},
+                    VerbRow{"SetComTimeout,0.6", "0,Value must be numeric, greater than 0"},
+                    VerbRow{"SetComTimeout,750.0", "1"}, VerbRow{"SetComRetries,1.5", "0,Value must be numeric, >= 0"},
                     VerbRow{"Nonsense,1,2", "0,Unknown Command: Nonsense,1,2"}, VerbRow{"", "0,Unknown Command: "},
                     VerbRow{",", "0,Unknown Command: ,"}, VerbRow{"GetCommunicationErrors", "1,0,0,0,0,0"},
                     VerbRow{"ResetCommunicationErrors", "1"}, VerbRow{"ResetEvents", "1"},
@@ -150,6 +157,29 @@ TEST_F(DriverCommandsTest, SetEnableDebugLog_IsTheBoxOfTheHandBox) {
     EXPECT_EQ(Run("GetEnableDebugLog"), "1,1");
     EXPECT_EQ(Run("GetLogFilename"), "1," + driver->log.FileName().string());
     EXPECT_EQ(Run("GetLogDir"), "1," + driver->log.FileName().parent_path().string());
+}
+
+TEST_F(DriverCommandsTest, SetEnableDebugLog_StoresTheWishAlsoWhereLoggingIsLikeThatAlready) {
+    for (const std::string wish : {"0", "1"}) {
+        SCOPED_TRACE(wish);
+        Run("SetEnableDebugLog," + wish);
+        const std::filesystem::path file = driver->log.FileName();
+        EXPECT_EQ(Run("SetIniValue,chkEnableDebugLog=" + std::string(wish == "0" ? "1" : "0")), "1");
+        machine.AdvanceTime(2'000);
+        EXPECT_EQ(Run("SetEnableDebugLog," + wish), "1");
+        EXPECT_EQ(driver->persist.Read(setting::chkEnableDebugLog), wish);
+        EXPECT_EQ(driver->log.IsOpen(), wish == "1");
+        EXPECT_EQ(driver->handBox.chkEnableDebugLog.Checked(), wish == "1");
+        EXPECT_EQ(driver->log.FileName(), file) << "a log that is on goes on";
+    }
+}
+
+TEST_F(DriverCommandsTest, GetLogFilename_NamesNoFileThatCouldNotBeOpened) {
+    EXPECT_NE(Run("GetLogFilename"), "1,");
+    Run("SetEnableDebugLog,0");
+    driver->state.g_sLogDir = (machine.folders.Root() / "gone").string();
+    EXPECT_EQ(Run("SetEnableDebugLog,1"), "1");
+    EXPECT_EQ(Run("GetLogFilename"), "1,");
 }
 
 TEST_F(DriverCommandsTest, CheckMount_AsksForTheVersionOnly_OrSaysWhyThereIsNone) {

@@ -224,6 +224,24 @@ TEST_F(ConnectionManagerTest, ObjectsThatOutliveTheEnd_LoadNoWindowAndOpenNoPort
     EXPECT_FALSE(driver->handBox.Loaded());
 }
 
+TEST_F(ConnectionManagerTest, EndWhileTheCompanionStarts_IsOverSoon) {
+    Seed({{"chkQUAY", "1"}, {"txtConnectTimeout", "0"}});
+    machine.registry.SetText("KestraneCommandCenter\\ExeName", "Name", "/opt/quay/Quay");
+    ExpectSwallow("*");
+    mount->SetLineDead(true);
+    Start();
+    TelescopeObject telescope = driver->CreateTelescope();
+    std::int64_t endedAt = -1;
+    machine.pump.PostAt(machine.clock.Elapsed() + 1'500, CallKind::Stop, [&] {
+        EXPECT_EQ(machine.processes.starts.size(), 1U);
+        driver->EndOnRequest();
+        endedAt = machine.clock.Elapsed();
+    });
+    EXPECT_THROW(telescope->Connected(true), DriverError);
+    ASSERT_GE(endedAt, 0);
+    EXPECT_LE(machine.clock.Elapsed() - endedAt, 200);
+}
+
 TEST_F(ConnectionManagerTest, EndAtAnyMomentOfAConnect_LoadsNoWindowAgain_AndIsOverSoon) {
     for (const char* procedure : {"CommandString", "CommandBool", "CommandBlind", "CommandClear", "SendStatus"}) {
         ExpectSwallow(procedure);

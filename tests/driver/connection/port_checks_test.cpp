@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -55,6 +56,47 @@ TEST_F(PortChecksTest, ACheck_TakesTheTimeoutAsAConnectDoes) {
         driver->persist.Write(setting::Timeout, row.setting);
         EXPECT_TRUE(driver->connections.CheckMount().Found()) << row.setting;
         EXPECT_EQ(driver->link->ReceiveTimeoutMS(), row.limit) << row.setting;
+    }
+}
+
+TEST_F(PortChecksTest, AStopDuringACheckOfASilentLine_GetsInAfterOneExchange_AndTheCheckGoesOn) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    const TelescopeObject other = driver->CreateTelescope();
+    ExpectSwallow("CommandString");
+    driver->poll.SetPolling(false);
+    mount->Add(std::make_unique<DropsReply>("V"));
+    machine.pump.PostAt(machine.clock.Elapsed() + 300, CallKind::Stop, [&] { other->AbortSlew(); });
+    const std::vector<std::string> sent = SentBy([&] { EXPECT_FALSE(driver->connections.CheckMount().Found()); });
+    const auto stop = std::ranges::find(sent, "Q");
+    ASSERT_NE(stop, sent.end());
+    EXPECT_EQ(std::count(sent.begin(), stop, "V"), 3) << "the exchange under way with its retries";
+    EXPECT_EQ(std::count(stop, sent.end(), "V"), 6);
+    EXPECT_TRUE(telescope->Connected());
+}
+
+TEST_F(PortChecksTest, TheEndOfTheProcessDuringACheck_EndsItAfterOneExchange) {
+    for (const bool isOpen : {false, true}) {
+        SCOPED_TRACE(isOpen);
+        driver.reset();
+        BuildMount("VKC4-P02-08");
+        const TelescopeObject telescope = isOpen ? ConnectedTelescope() : TelescopeObject{};
+        ExpectSwallow("*");
+        if (isOpen) {
+            driver->poll.SetPolling(false);
+        } else {
+            Start();
+        }
+        mount->Add(std::make_unique<DropsReply>("V"));
+        std::int64_t endedAt = -1;
+        machine.pump.PostAt(machine.clock.Elapsed() + 300, CallKind::Stop, [&] {
+            driver->EndOnRequest();
+            endedAt = machine.clock.Elapsed();
+        });
+        const std::vector<std::string> sent = SentBy([&] { EXPECT_FALSE(driver->connections.CheckMount().Found()); });
+        EXPECT_EQ(std::ranges::count(sent, "V"), isOpen ? 3 : 1) << "without a client there are no retries";
+        ASSERT_GE(endedAt, 0);
+        EXPECT_LE(machine.clock.Elapsed() - endedAt, 500);
+        EXPECT_FALSE(driver->link->Connected());
     }
 }
 

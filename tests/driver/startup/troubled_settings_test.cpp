@@ -61,6 +61,30 @@ TEST_P(LockedSettingsTest, ALockAtTheStart_TurnsNoLogOnAndHoldsTheConnectUpForNo
     EXPECT_FALSE(driver->state.g_bDebugLog);
 }
 
+TEST_F(DriverFixture, ALockSinceTheStart_KeepsWhatAClientStores_AndNoDefaultReplacesASetting) {
+    const SettingTexts stored{{"Port", "COM2"}, {"MountType", "11"}, {"Controller", "4"}, {"MountRateType", "3"}};
+    BuildMount("VKC5-P03-01");
+    Seed(stored);
+    OtherProgram other(machine.folders.SettingsFile());
+    ASSERT_TRUE(other.Run("PRAGMA journal_mode = DELETE"));
+    ASSERT_TRUE(other.Run("BEGIN EXCLUSIVE"));
+    driver = Main(machine.Services(), true);
+    ExpectSwallow("*");
+    TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_EQ(telescope->CommandString("RAW,SetComTimeout,900", true), "1");
+    telescope->Connected(true);  // with the defaults
+    ASSERT_TRUE(telescope->Connected());
+    driver->handBox.EnsureLoaded();
+    driver->panel.UpdateControls();
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(telescope->CommandString("RAW,GetComTimeout", true), "1,900");
+    ASSERT_TRUE(other.Run("COMMIT"));
+    EXPECT_EQ(telescope->CommandString("RAW,GetComTimeout", true), "1,900");
+    for (const auto& [key, value] : stored) {
+        EXPECT_EQ(driver->persist.ReadIniValue(key, "none"), value) << key;
+    }
+}
+
 TEST_F(DriverFixture, WithoutALock_TheLogIsOnOnlyWhenItsSettingSaysSo) {
     driver = Main(machine.Services(), true);
     const TelescopeObject first = driver->CreateTelescope();

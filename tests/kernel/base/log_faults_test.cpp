@@ -200,6 +200,18 @@ TEST_F(LogTest, ToggleLog_WithAFolderThatCannotBeMade_ShowsTheWindowAndTriesAgai
     EXPECT_FALSE(ContentOf(LogFile()).empty());
 }
 
+TEST_F(LogTest, FileName_IsThatOfTheLastLog_AndEmptyWhenNoneCouldBeOpened) {
+    log.OpenLog();
+    const std::filesystem::path first = log.FileName();
+    EXPECT_TRUE(std::filesystem::exists(first));
+    log.CloseLog();
+    EXPECT_EQ(log.FileName(), first) << "it can still be shown";
+    std::filesystem::remove_all(folder.Path() / "Kestrane");
+    std::ofstream(folder.Path() / "Kestrane") << "a file in the folder's place";
+    log.OpenLog();
+    EXPECT_EQ(log.FileName(), "");
+}
+
 TEST_F(LogTest, OpenLog_WithNoFolderAtAll_StaysWithoutAFileAndCountsAnew) {
     log.SetFacts({});
     state.g_nLogLine = 17;

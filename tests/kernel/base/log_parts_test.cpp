@@ -99,6 +99,7 @@ TEST_F(LogPartsTest, WithoutTheNextPartAndTheFileBefore_EachLineTriesAgain) {
     std::filesystem::rename(LogsFolder(), folder.Path() / "away");
     log.WriteLogLine("lost");
     EXPECT_FALSE(log.IsOpen());
+    EXPECT_EQ(log.FileName(), "");
     log.LogTrouble("Settings", LogLevel::Error, "kept");
     std::filesystem::create_directory(LogsFolder());
     log.WriteLogLine("next");
