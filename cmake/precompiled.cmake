@@ -5,7 +5,7 @@
 # This is for builds that are made often. A header must compile without it, and the compiler gives no warnings for
 # headers that it reads in this way. So release and bench are built without.
 
-set(KESTRANE_PCH_OPTIMISED -O1)
+set(KESTRANE_PCH_OPTIMISED $<$<CONFIG:Debug>:-O1>)
 set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>
     <functional> <limits> <map> <memory> <mutex> <optional> <set> <span> <sstream> <stdexcept> <string> <string_view>
     <system_error> <thread> <utility> <variant> <vector>)
