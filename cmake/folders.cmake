@@ -25,17 +25,25 @@ function(kestrane_program name source)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endfunction()
 
+define_property(TARGET PROPERTY KESTRANE_TEST_PROGRAM BRIEF_DOCS "Whether this is a program of tests")
+
+# kestrane_test_program(NAME SOURCES file... DEPENDS lib... [PROPERTIES name value...]): a program of tests; the
+# properties are those of each test.
+function(kestrane_test_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;PROPERTIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} kestrane_flags GTest::gtest GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests KESTRANE_TEST_PROGRAM ON)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})
+endfunction()
+
 # kestrane_tests(NAME [SOURCES pattern...] DEPENDS lib...): one test program from all *_test.cpp of the current folder
 # and all files of the patterns.
 function(kestrane_tests name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS *_test.cpp ${ARG_SOURCES})
-  if(NOT sources)
-    return()
+  if(sources)
+    kestrane_test_program(test_${name} SOURCES ${sources} DEPENDS ${ARG_DEPENDS})
   endif()
-  add_executable(test_${name} ${sources})
-  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(test_${name} PRIVATE ${ARG_DEPENDS} kestrane_flags GTest::gtest GTest::gtest_main)
-  set_target_properties(test_${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-  gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

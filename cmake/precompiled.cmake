@@ -1,11 +1,11 @@
-# Precompiled headers (KESTRANE_PCH): the headers that nearly every file of a kind includes are compiled once for the
-# build and used by all targets of that kind. A target's kind follows from the libraries that it links, so that no
-# folder has to name it.
+# Precompiled headers (KESTRANE_PCH; TESTS: of the test programs alone): the headers that nearly every file of a kind
+# includes are compiled once for the build and used by all targets of that kind. A target's kind follows from the
+# libraries that it links, so that no folder has to name it.
 #
 # This is for builds that are made often. A header must compile without it, and the compiler gives no warnings for
-# headers that it reads in this way. So release and bench are built without.
+# headers that it reads in this way. So release is built without, and bench uses it for its test programs only.
 
-set(KESTRANE_PCH_OPTIMISED -O1)
+set(KESTRANE_PCH_OPTIMISED $<$<CONFIG:Debug>:-O1>)
 set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>
     <functional> <limits> <map> <memory> <mutex> <optional> <set> <span> <sstream> <stdexcept> <string> <string_view>
     <system_error> <thread> <utility> <variant> <vector>)
@@ -31,7 +31,9 @@ function(kestrane_precompiled_kind name kind libraries)
     set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
   endif()
   target_compile_options(${name} PRIVATE "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
-  if(NOT "TEST" IN_LIST kind)
+  if("TEST" IN_LIST kind)
+    set_target_properties(${name} PROPERTIES KESTRANE_TEST_PROGRAM ON)
+  else()
     target_compile_options(${name} PRIVATE ${KESTRANE_PCH_OPTIMISED})
   endif()
   foreach(headers IN LISTS kind)
@@ -44,7 +46,8 @@ function(kestrane_precompile folder)
   kestrane_targets_below(${folder} targets)
   foreach(target IN LISTS targets)
     get_target_property(type ${target} TYPE)
-    if(NOT type MATCHES "^(EXECUTABLE|STATIC_LIBRARY|OBJECT_LIBRARY)$")
+    get_target_property(is_test ${target} KESTRANE_TEST_PROGRAM)
+    if(NOT type MATCHES "^(EXECUTABLE|STATIC_LIBRARY|OBJECT_LIBRARY)$" OR (KESTRANE_PCH STREQUAL "TESTS" AND NOT is_test))
       continue()
     endif()
     kestrane_libraries_of(${target} libraries)
@@ -60,7 +63,7 @@ function(kestrane_precompile folder)
       list(APPEND kind TEST)
       string(APPEND name _test)
       list(APPEND needed GTest::gtest)
-      if(kestrane_kernel IN_LIST libraries AND kestrane_test_support IN_LIST libraries)
+      if(kestrane_test_support IN_LIST libraries AND NOT BOOST IN_LIST kind)
         list(APPEND kind DRIVER)
         string(APPEND name _driver)
         list(APPEND needed kestrane_kernel kestrane_test_support)
@@ -68,7 +71,7 @@ function(kestrane_precompile folder)
     endif()
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
-    # What tests run thousands of times is optimised a little; the tests themselves run once, and compile faster without.
+    # What tests run thousands of times is optimised a little.
     if(NOT "TEST" IN_LIST kind)
       target_compile_options(${target} PRIVATE ${KESTRANE_PCH_OPTIMISED})
     endif()

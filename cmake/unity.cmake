@@ -1,5 +1,5 @@
-# Unity builds (KESTRANE_UNITY): a few files of one folder are compiled as one, which takes less than half the time, since
-# most of a file is the same templates again. The contents of their anonymous namespaces then meet: no two files of a
+# Unity builds (KESTRANE_UNITY; TESTS: of the test programs alone): a few files of one folder are compiled as one, which
+# takes less than half the time, since most of a file is the same templates again. The contents of their anonymous namespaces then meet: no two files of a
 # folder may give different things the same name. Where that is not possible, a file stays alone with
 #
 #     set_source_files_properties(some_test.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
@@ -16,8 +16,8 @@ function(kestrane_unite folder)
   kestrane_targets_below(${folder} targets)
   foreach(target IN LISTS targets)
     get_target_property(type ${target} TYPE)
-    get_target_property(libraries ${target} LINK_LIBRARIES)
-    if(type STREQUAL "STATIC_LIBRARY" OR "GTest::gtest_main" IN_LIST libraries)
+    get_target_property(is_test ${target} KESTRANE_TEST_PROGRAM)
+    if(is_test OR (type STREQUAL "STATIC_LIBRARY" AND NOT KESTRANE_UNITY STREQUAL "TESTS"))
       kestrane_unite_target(${target} ${folder})
     endif()
   endforeach()
