@@ -359,7 +359,8 @@ void MountQueries::NoteNoResponse() {
     }
     ++state_.g_nSilences;
     if (state_.g_nNoResponse == kLostAfter && unanswered_ < kLostAfter) {
-        ++state_.g_nLinkLosses;  // refused replies between the silences do not help: the driver does not know the position
+        ++state_.g_nLinkLosses;  // refused replies between the silences do not help: the driver does not know the
+                                 // position
     }
     if (state_.g_nNoResponse >= kLostAfter) {
         state_.g_bLostComms = true;

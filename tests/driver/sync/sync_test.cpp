@@ -116,7 +116,8 @@ TEST_F(SyncTest, RefusedHalfOfAnEquatorialTarget_IsAnError_AndNothingFollows) {
     ExpectError(kRejected, "KS mount rejected set TargetDeclination = +20*00:00");
     EXPECT_TRUE(LoggedAs("ASCOM", 4, "SyncToTarget: Set TargetDeclination FAILED!"));
     mount->Add(std::make_unique<AnswersWith>("Sr", "0"));
-    EXPECT_EQ(SentDuring([&] { Try([&] { telescope->SyncToCoordinates(12.5, 20.0); }); }), "Sd+20*00:00 Sr12:30:00.0 #");
+    EXPECT_EQ(SentDuring([&] { Try([&] { telescope->SyncToCoordinates(12.5, 20.0); }); }),
+              "Sd+20*00:00 Sr12:30:00.0 #");
     ExpectError(kRejected, "KS mount rejected set TargetRightAscension = 12:30:00.0");
     EXPECT_TRUE(LoggedAs("ASCOM", 4, "SyncToTarget: Set TargetRightAscension FAILED!"));
     EXPECT_TRUE(PollRuns());
