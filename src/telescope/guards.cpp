@@ -48,4 +48,19 @@ void Telescope::check_connected(std::string_view operation, Parked parked) {
     }
 }
 
+void Telescope::check_connected_park(std::string_view operation, Parked parked) {
+    const std::string name{operation};
+    const auto log = [&](std::string_view text) {
+        driver_.log.LogMessage("check_connected_park", LogLevel::Exception, text);
+    };
+    if (!needs_.internalInstance() || !state_.g_bConnected) {
+        log("Telescope not connected or is Nothing : " + name);
+        throw DriverError(ErrorNumber::NotConnected);
+    }
+    if (parked == Parked::IsRefused && state_.g_bParked) {
+        log(name + " : bPark and g_bParked: True, True");
+        throw DriverError(ErrorNumber::IllegalWhileParked);
+    }
+}
+
 }  // namespace kestrane

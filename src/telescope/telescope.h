@@ -243,6 +243,8 @@ public:
     void check_connected(std::string_view operation, Parked parked, TrackingMust tracking);
     /// The motion check of Alt/Az operations: tracking must be off, 0x8004040b.
     void check_connected(std::string_view operation, Parked parked);
+    /// The check before a park: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
+    void check_connected_park(std::string_view operation, Parked parked);
 
     // --- for the driver itself ----------------------------------------------------------------------------------
 

@@ -79,6 +79,19 @@ TEST_F(GuardFormTest, AltAzCheck_RefusesATrackingMount) {
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsAllowed); }), 0x80040404U);
 }
 
+TEST_F(GuardFormTest, ParkCheck_HasItsOwnWords) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0U);
+    driver->motion.MountReportsParked(true);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsAllowed); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0x80040409U);
+    EXPECT_EQ(log.back().origin, "check_connected_park");
+    EXPECT_EQ(log.back().message, "Park : bPark and g_bParked: True, True");
+    driver->state.g_bConnected = false;
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Park", Parked::IsRefused); }), 0x80040404U);
+    EXPECT_EQ(log.back().message, "Telescope not connected or is Nothing : Park");
+}
+
 TEST_F(GuardFormTest, LinkCheck_TellsALostMountFromALostClient) {
     const TelescopeObject telescope = ConnectedTelescope();
     EXPECT_EQ(ErrorOf([&] { telescope->CheckConnected(); }), 0U);
@@ -138,6 +151,7 @@ TEST_F(GuardFormTest, MotionChecks_DoNotAskForCommunications) {
     driver->state.g_bLostComms = true;
     driver->state.g_bTracking = true;
     EXPECT_EQ(ErrorOf([&] { telescope->check_connected("Op", Parked::IsRefused, TrackingMust::BeOn); }), 0U);
+    EXPECT_EQ(ErrorOf([&] { telescope->check_connected_park("Op", Parked::IsRefused); }), 0U);
 }
 
 TEST_F(GuardFormTest, LinkCheck_CountsTelescopeClientsOnly) {
