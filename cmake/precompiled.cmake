@@ -33,7 +33,7 @@ function(kestrane_precompiled_kind name kind libraries)
   target_compile_options(${name} PRIVATE "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
   if("TEST" IN_LIST kind)
     set_target_properties(${name} PROPERTIES KESTRANE_TEST_PROGRAM ON)
-  else()
+  elseif(NOT "BOOST" IN_LIST kind)
     target_compile_options(${name} PRIVATE ${KESTRANE_PCH_OPTIMISED})
   endif()
   foreach(headers IN LISTS kind)
@@ -71,8 +71,9 @@ function(kestrane_precompile folder)
     endif()
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
-    # What tests run thousands of times is optimised a little.
-    if(NOT "TEST" IN_LIST kind)
+    # What tests run thousands of times is optimised a little: all of src, but for what talks to a network. That mostly
+    # waits, and its templates take three times as long to compile when they are optimised.
+    if(NOT "TEST" IN_LIST kind AND NOT "BOOST" IN_LIST kind)
       target_compile_options(${target} PRIVATE ${KESTRANE_PCH_OPTIMISED})
     endif()
     # With GCC: lets ccache see with which precompiled header a file was compiled.
