@@ -47,6 +47,7 @@ public:
     /// `AscomSerial::Connected`.
     void Connected(bool connect) override;
 
+    bool DeviceIsGone() override { return device_->DeviceIsGone(); }
     std::int32_t OpenError() override { return isUsingAscom_ ? serialObject_->OpenError() : openError_; }
 
     std::int32_t Port() override { return port_; }

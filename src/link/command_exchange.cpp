@@ -99,8 +99,11 @@ std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
 }
 
 void CommandExchange::CommandBlindLight(std::string_view command) {
+    CommandBlindLight(OwnText<ReplyForm::None>(command, false));
+}
+void CommandExchange::CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) {
     ResumeNext errors{driver_.ledger, "CommandBlindLight"};
-    const std::string text = OwnText<ReplyForm::None>(command, false).OnTheWire();
+    const std::string text = command.OnTheWire();
     Info(kAscom, "TX: " + text);
     needs_.noteSent(text);
     errors.Step([&] { Link().Transmit(text); });

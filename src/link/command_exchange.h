@@ -69,6 +69,7 @@ private:
     // MountCommands: the rows of the catalogue
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override;
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override;
+    void CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) override;
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
     CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) override;
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override;

@@ -26,6 +26,8 @@ private:
 
     virtual void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) = 0;
     virtual void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) = 0;
+    /// Sends the frame, waits for nothing and touches no flag: for runs that last as long as their time says.
+    virtual void CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) = 0;
     virtual void CommandClear() = 0;
     virtual void CommandClearInternal() = 0;
     virtual bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) = 0;

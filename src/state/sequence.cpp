@@ -52,6 +52,10 @@ void Sequence::CommandBlindInternal(const BlindCommand& row, std::string_view ar
     Next().CommandBlindInternal(row.With(argument));
 }
 
+void Sequence::CommandBlindLight(const BlindCommand& row, std::string_view argument) {
+    Next().CommandBlindLight(row.With(argument));
+}
+
 void Sequence::CommandClear() {
     Next().CommandClear();
     looked_ = true;

@@ -46,6 +46,8 @@ inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Do
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Tracking         {"tracking",            Doors::Closed};      // begins with a stop
 inline constexpr CompletingProcedure CustomRate       {"custom rate",         Doors::Closed};      // one exchange
+inline constexpr CompletingProcedure FocuserRun       {"focuser run",         Doors::Closed};      // sent without a wait
+inline constexpr CompletingProcedure FocuserStop      {"focuser stop",        Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach};  // each query
@@ -165,6 +167,7 @@ public:
 
     void CommandBlind(const BlindCommand& row, std::string_view argument = {});
     void CommandBlindInternal(const BlindCommand& row, std::string_view argument = {});
+    void CommandBlindLight(const BlindCommand& row, std::string_view argument = {});
     void CommandClear();
     /// This clear belongs to the exchange that follows: no stop gets in between the two.
     void CommandClearInternal();

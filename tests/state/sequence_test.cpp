@@ -25,6 +25,7 @@ private:
     }
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
+    void CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
     void CommandClear() override { Take("<clear>"); }
     void CommandClearInternal() override { Take("<clear>"); }
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {

@@ -31,6 +31,7 @@ public:
 private:
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { sent.push_back("!" + command.text); }
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { CommandBlind(command); }
+    void CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) override { CommandBlind(command); }
     void CommandClear() override { CommandClearInternal(); }
     void CommandClearInternal() override;
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
