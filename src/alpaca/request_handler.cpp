@@ -166,7 +166,7 @@ bool RequestHandler::CameBeforeAStop(const DeviceCall& call) {
         return false;
     }
     const Arguments& arguments = call.request.arguments;
-    std::uint32_t& lastStop = lastStops_[{route, route->stopForm->motion(arguments)}];
+    std::uint32_t& lastStop = lastStops_[{route->stopForm, route->stopForm->motion(arguments)}];
     const bool isLater = static_cast<std::int32_t>(call.ids.server - lastStop) > 0 || lastStop == 0;
     if (route->stopForm->stops(arguments)) {
         lastStop = isLater ? call.ids.server : lastStop;

@@ -91,8 +91,8 @@ private:
     std::set<http::ConnectionId> clientConnections_;            ///< open ones that carried a device request
     std::map<std::uint32_t, CallUnderWay> underWay_;            ///< by server transaction
     std::deque<std::pair<std::string, http::Answer>> unheard_;  ///< by PUT, the oldest first
-    /// The latest stop that has run, as a server transaction, by route and motion. Logic thread only.
-    std::map<std::pair<const Route*, std::int32_t>, std::uint32_t> lastStops_;
+    /// The latest stop that has run, as a server transaction, by form and motion. Logic thread only.
+    std::map<std::pair<const StopForm*, std::int32_t>, std::uint32_t> lastStops_;
 };
 
 }  // namespace kestrane::alpaca

@@ -37,6 +37,7 @@ public:
     Arguments() = default;
     explicit Arguments(std::vector<Argument> values) : values_(std::move(values)) {}
 
+    bool IsEmpty() const { return values_.empty(); }
     bool Boolean(std::size_t index) const { return std::get<bool>(values_.at(index)); }
     std::int32_t Integer(std::size_t index) const { return std::get<std::int32_t>(values_.at(index)); }
     double Number(std::size_t index) const { return std::get<double>(values_.at(index)); }
@@ -51,8 +52,9 @@ private:
 /// raises.
 using Handler = std::string (*)(ClientObject& object, const Arguments& arguments);
 
-/// How to tell writes of a member that stop one motion from those that start it. Such a stop goes ahead of other calls;
-/// writes of the same motion that were asked for before it and would run after it are not run.
+/// How to tell writes that stop one motion from those that start it. Such a stop goes ahead of other calls; writes of
+/// the same motion that were asked for before it and would run after it are not run. Members that stop and start the
+/// same motion share one object of this.
 struct StopForm {
     bool (*stops)(const Arguments& arguments) = nullptr;
     std::int32_t (*motion)(const Arguments& arguments) = nullptr;  ///< which one, where the member has several
