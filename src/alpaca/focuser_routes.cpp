@@ -8,7 +8,17 @@ namespace {
 template <typename Value, Value (Focuser::*Member)()>
 constexpr Handler kRead = ReadProperty<ServedFocuser, Member>;
 
-constexpr Handler kNotBuilt = nullptr;
+template <typename Value, void (Focuser::*Member)(Value)>
+constexpr Handler kWrite = WriteProperty<ServedFocuser, Value, Member>;
+template <void (Focuser::*Member)()>
+constexpr Handler kCall = CallMethod<ServedFocuser, Member>;
+
+/// A stop of the motor goes ahead of other calls; a move that was asked for before it must not undo it.
+constexpr StopForm kFocuserStops{
+    [](const Arguments& arguments) { return arguments.IsEmpty() || arguments.Integer(0) == 0; },
+    [](const Arguments&) { return std::int32_t{0}; }};
+
+constexpr Handler kNotOffered = nullptr;
 
 constexpr Verb Get = Verb::Get;
 constexpr Verb Put = Verb::Put;
@@ -29,9 +39,9 @@ std::vector<Route> FocuserRoutes() {
     using F = Focuser;
     return {
         {"Action",            Put, Brief, {{"Action", Text}, {"Parameters", Text, true}}, RefuseAction},
-        {"CommandBlind",      Put, Long,  kCommand,                                 kNotBuilt},
-        {"CommandBool",       Put, Long,  kCommand,                                 kNotBuilt},
-        {"CommandString",     Put, Long,  kCommand,                                 kNotBuilt},
+        {"CommandBlind",      Put, Long,  kCommand,                                 kNotOffered},
+        {"CommandBool",       Put, Long,  kCommand,                                 kNotOffered},
+        {"CommandString",     Put, Long,  kCommand,                                 kNotOffered},
         {"Connected",         Get, Read,  kNone,                                    ReadConnected},
         {"Connected",         Put, Long,  {{"Connected", Bool}},                    WriteConnected},
         {"Description",       Get, Read,  kNone,                                    kRead<std::string, &F::Description>},
@@ -45,15 +55,15 @@ std::vector<Route> FocuserRoutes() {
         {"IsMoving",          Get, Read,  kNone,                                    kRead<bool, &F::IsMoving>},
         {"MaxIncrement",      Get, Read,  kNone,                                    kRead<std::int32_t, &F::MaxIncrement>},
         {"MaxStep",           Get, Read,  kNone,                                    kRead<std::int32_t, &F::MaxStep>},
-        {"Position",          Get, Brief, kNone,                                    kNotBuilt},
-        {"StepSize",          Get, Brief, kNone,                                    kNotBuilt},
+        {"Position",          Get, Brief, kNone,                                    kRead<std::int32_t, &F::Position>},
+        {"StepSize",          Get, Brief, kNone,                                    kRead<double, &F::StepSize>},
         {"TempComp",          Get, Read,  kNone,                                    kRead<bool, &F::TempComp>},
-        {"TempComp",          Put, Brief, {{"TempComp", Bool}},                     kNotBuilt},
+        {"TempComp",          Put, Brief, {{"TempComp", Bool}},                     kWrite<bool, &F::TempComp>},
         {"TempCompAvailable", Get, Read,  kNone,                                    kRead<bool, &F::TempCompAvailable>},
-        {"Temperature",       Get, Brief, kNone,                                    kNotBuilt},
+        {"Temperature",       Get, Brief, kNone,                                    kRead<double, &F::Temperature>},
 
-        {"Halt",              Put, Brief, kNone,                                    kNotBuilt},
-        {"Move",              Put, Brief, {{"Position", Int}},                      kNotBuilt},
+        {"Halt",              Put, Brief, kNone,                                    kCall<&F::Halt>, &kFocuserStops},
+        {"Move",              Put, Brief, {{"Position", Int}},                      kWrite<std::int32_t, &F::Move>, &kFocuserStops},
     };
 }
 // clang-format on

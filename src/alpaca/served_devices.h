@@ -31,6 +31,7 @@ public:
 
     bool Connected() override { return focuser_->Link(); }
     void Connected(bool connect) override { focuser_->Link(connect); }
+    void DoesNotBegin(std::string_view member) override { focuser_->DoesNotBegin(member); }
     Focuser& Device() { return *focuser_; }
 
 private:

@@ -1,15 +1,14 @@
 #include "focuser/focuser.h"
 
+#include <utility>
+
 #include "kernel/base/application_info.h"
-#include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kOrigin = "FOCUSER";
 constexpr int kInterfaceVersion = 2;
-constexpr std::string_view kMaxIncrementWhenEmpty = "5000";
 
 }  // namespace
 
@@ -35,26 +34,18 @@ void Focuser::Class_Terminate() {
     needs_.connections.ExitIfNoClients();
 }
 
-void Focuser::UpdateValues() {
-    std::string maxIncrement = driver_.persist.Read(setting::Focus_txtMaxIncrementMSecs);
-    if (maxIncrement.empty()) {
-        maxIncrement = kMaxIncrementWhenEmpty;
-    }
-    state_.g_nFocusMaxIncrement = RoundHalfEven(Val_Global(maxIncrement, driver_.log));
-}
-
 bool Focuser::LogGet(std::string_view name, bool value) {
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
+    Note(LogLevel::Info, "GET " + std::string(name) + " = " + std::string(TrueFalse(value)));
     return value;
 }
 
 std::int32_t Focuser::LogGet(std::string_view name, std::int32_t value) {
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + std::to_string(value));
+    Note(LogLevel::Info, "GET " + std::string(name) + " = " + std::to_string(value));
     return value;
 }
 
 std::string Focuser::LogGet(std::string_view name, std::string value) {
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, "GET " + std::string(name) + " = " + value);
+    Note(LogLevel::Info, "GET " + std::string(name) + " = " + value);
     return value;
 }
 
@@ -63,7 +54,7 @@ bool Focuser::Link() {
 }
 
 void Focuser::Link(bool connect) {
-    driver_.log.LogMessage(kOrigin, LogLevel::Info, "SET Link = " + std::string(TrueFalse(connect)));
+    Note(LogLevel::Info, "SET Link = " + std::string(TrueFalse(connect)));
     if (!connect) {
         needs_.connections.CloseConnection(ClientKind::Focuser);
         return;
@@ -76,11 +67,63 @@ void Focuser::Link(bool connect) {
     }
 }
 
+void Focuser::Move(std::int32_t NewPosition) {
+    Note(LogLevel::Info, "SET Move = " + std::to_string(NewPosition));
+    if (!needs_.connections.IsClientConnected(ClientKind::Focuser)) {
+        return;
+    }
+    const std::int64_t greatest = state_.g_nFocusMaxIncrement;
+    if (NewPosition < -greatest || NewPosition > greatest) {
+        throw DriverError(ErrorNumber::NoMount);  // Intentional: the words do not fit the cause
+    }
+    needs_.motor.Move(NewPosition);
+}
+
+void Focuser::Halt() {
+    Note(LogLevel::Info, "Halt()");
+    if (needs_.connections.IsClientConnected(ClientKind::Focuser)) {
+        needs_.motor.Halt();
+    }
+}
+
+void Focuser::SetupDialog() {
+    Note(LogLevel::Info, "SetupDialog()");
+    needs_.showSetup();
+    UpdateValues();
+}
+
+void Focuser::DoesNotBegin(std::string_view member) {
+    Note(LogLevel::Warning, std::string(member) + "() does not begin: it was stopped before it could");
+}
+
+void Focuser::Note(LogLevel level, std::string_view text) {
+    driver_.log.LogMessage(kFocuserOrigin, level, text);
+}
+
+void Focuser::RefuseMember(std::string_view logged, std::string_view property) {
+    Note(LogLevel::Warning, logged);
+    throw DriverError(ErrorNumber::NotImplemented,
+                      "Property " + std::string(property) + " is not implemented in this driver.");
+}
+
+std::int32_t Focuser::Position() {
+    RefuseMember("GET Position", "Position");
+}
+double Focuser::StepSize() {
+    RefuseMember("GET StepSize", "StepSize ");  // Intentional: with the blank
+}
+void Focuser::TempComp(bool /*compensate*/) {
+    RefuseMember("SET TempComp", "TempComp");
+}
+double Focuser::Temperature() {
+    RefuseMember("GET Temperature", "Temperature");
+}
+
 bool Focuser::Absolute() {
     return LogGet("Absolute", false);
 }
 bool Focuser::IsMoving() {
-    return LogGet("IsMoving", false);
+    return LogGet("IsMoving", needs_.motor.IsMoving());
 }
 std::int32_t Focuser::MaxIncrement() {
     return LogGet("MaxIncrement", state_.g_nFocusMaxIncrement);

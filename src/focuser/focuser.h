@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "focuser/focus_motor.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "link/mount_link.h"
@@ -22,11 +23,13 @@ struct FocuserNeeds {
     const std::unique_ptr<MountLink>& link;
     ClientConnections& connections;
     DeviceRegistration& registration;
+    FocusMotor& motor;
     std::function<void()> runFirstConnection;  ///< the first-connection step of the telescope side
+    std::function<void()> showSetup;           ///< shows the setup window and waits until it is closed
 };
 
-/// The focuser on the mount's auxiliary port as clients see it: relative and open-loop, where a step is a time. Members
-/// log on origin "FOCUSER". Logic thread only.
+/// The focuser on the mount's auxiliary port as clients see it: relative and open-loop, where a step is a time. All
+/// objects share one motor (see `FocusMotor`). Members log on origin "FOCUSER". Logic thread only.
 class Focuser {
 public:
     explicit Focuser(FocuserNeeds needs);
@@ -40,13 +43,26 @@ public:
     /// 0x80040402 when no mount answers); pumps. False takes one off the count.
     void Link(bool connect);
 
+    /// Moves by so many steps: positive is out, negative in; returns at once. 0 stops the motor. Nothing happens while
+    /// no focuser client is connected. 0x80040402 beyond the greatest step count. See `FocusMotor::Move`.
+    void Move(std::int32_t NewPosition);
+    /// Stops the motor; nothing happens while no focuser client is connected.
+    void Halt();
+    /// Shows the setup window and waits until it is closed; pumps. Then reloads the shared values.
+    void SetupDialog();
+
     bool Absolute();              ///< false
-    bool IsMoving();              ///< false: this build runs no motor
+    bool IsMoving();              ///< while a run or its pause is under way
     std::int32_t MaxIncrement();  ///< steps of one move
     std::int32_t MaxStep();       ///< the same
     bool TempComp();              ///< false
     bool TempCompAvailable();     ///< false
-    int InterfaceVersion();       ///< 2
+    // The motor has no encoder and no thermometer: these raise 0x80040400.
+    std::int32_t Position();
+    double StepSize();
+    void TempComp(bool compensate);
+    double Temperature();
+    int InterfaceVersion();  ///< 2
     std::string Name();
     std::string Description();
     std::string DriverInfo();
@@ -57,9 +73,13 @@ public:
     void ClientCount(std::int16_t count);
 
     /// Reloads the shared values from the settings.
-    void UpdateValues();
+    void UpdateValues() { needs_.motor.UpdateValues(); }
+    /// Logs that a member was stopped before it could begin.
+    void DoesNotBegin(std::string_view member);
 
 private:
+    void Note(LogLevel level, std::string_view text);
+    [[noreturn]] void RefuseMember(std::string_view logged, std::string_view property);
     bool LogGet(std::string_view name, bool value);
     std::int32_t LogGet(std::string_view name, std::int32_t value);
     std::string LogGet(std::string_view name, std::string value);

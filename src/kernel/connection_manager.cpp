@@ -433,6 +433,7 @@ void ConnectionManager::ExitIfNoClients() {
 void ConnectionManager::ShutdownDriver() {
     ResumeNext errors{driver_.ledger, "ShutdownDriver"};
     ended_ = true;
+    errors.Step([&] { needs_.endRuns(); });
     if (needs_.link && needs_.link->Connected()) {
         errors.Step([&] { needs_.link->ClearBuffers(); });
         errors.Step([&] { needs_.link->Connected(false); });

@@ -48,6 +48,7 @@ struct ConnectionManagerNeeds {
     std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
     std::function<void()> checkForUpdate;
+    std::function<void()> endRuns;  ///< stops what would run on by itself, before the link is closed
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;
 };
@@ -96,7 +97,8 @@ public:
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
     void ResetCommCounters();
-    /// Closes the link, unloads the windows, ends the process. The mount is left as it is.
+    /// Stops a run of the focuser, closes the link, unloads the windows, ends the process. The mount itself is left as
+    /// it is.
     void ShutdownDriver();
 
 private:

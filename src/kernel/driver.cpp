@@ -48,6 +48,7 @@ Driver::Driver(Platform platform)
           .queries = queries,
           .rates = rates,
           .tracking = tracking,
+          .focusMotor = focusMotor,
           .handBox = handBox,
           .statusWindow = statusWindow,
           .initialSetup = initialSetup,
@@ -74,6 +75,25 @@ Driver::Driver(Platform platform)
           .eastSlewHours = [this] { return EastSlewHours(essentials); },
           .clientCount =
               [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
+      }),
+      focusMotor(FocusMotorNeeds{
+          .driver = essentials,
+          .pump = platform_.pump,
+          .door = door,
+          .link = link,
+          .commands = [this]() -> MountCommands& { return InternalInstance().Commands(); },
+      }),
+      focuserSetup(FocuserSetupNeeds{
+          .driver = essentials,
+          .modal = modal,
+          .messageBoxes = messageBoxes,
+          .serialPorts = platform_.serialPorts,
+          .form = setupFocuser,
+          .linkConnected = [this] { return link && link->Connected(); },
+          .checkConnection =
+              [this](std::int16_t port, std::int16_t timeoutMs, std::string& version) {
+                  return connections.CheckConnection(port, timeoutMs, version);
+              },
       }),
       rates(MountRatesNeeds{
           .driver = essentials,
@@ -138,6 +158,7 @@ Driver::Driver(Platform platform)
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .checkForUpdate = [] {},
+          .endRuns = [this] { focusMotor.EndRun(); },
           .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
       }),
@@ -225,7 +246,9 @@ FocuserObject Driver::CreateFocuser() {
         .link = link,
         .connections = connections,
         .registration = startup,
+        .motor = focusMotor,
         .runFirstConnection = [this] { InternalInstance().InitUI(); },
+        .showSetup = [this] { focuserSetup.ShowModal(); },
     })};
     object->Class_Initialize();
     return object;

@@ -5,6 +5,7 @@
 #include "catalogue/client_rates.h"
 #include "catalogue/ks_mount.h"
 #include "commands/driver_commands.h"
+#include "focuser/focus_motor.h"
 #include "focuser/focuser.h"
 #include "forms/windows.h"
 #include "kernel/base/counters.h"
@@ -28,6 +29,7 @@
 #include "state/sequence.h"
 #include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
+#include "ui/focuser_setup.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
 #include "ui/question_windows.h"
@@ -98,6 +100,8 @@ public:
     RcalSyncWarning rcalSyncWarning;
     Modal modal;
     QuestionWindows questions;
+    FocusMotor focusMotor;
+    FocuserSetup focuserSetup;
     MountRates rates;
     ControllerFeatures controller;
     EventJournal journal;

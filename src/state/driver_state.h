@@ -178,7 +178,15 @@ struct DriverState : LogState, CounterState {
     bool g_bSideInitDone = false;                      ///< the first slew-complete since the start has passed
 
     // --- focuser ------------------------------------------------------------------------------------------------
+    std::string g_sFocusInCommand = "F-";      ///< the command that runs the motor in
+    std::string g_sFocusOutCommand = "F+";     ///< the command that runs it out
+    std::string g_sFocusBacklash = "100";      ///< backlash run, ms, a whole number as text
+    bool g_bFocusFinalOut = true;              ///< moves end outward
+    bool g_bFocusFast = true;                  ///< the fast speed
     std::int32_t g_nFocusMaxIncrement = 5000;  ///< greatest step count of one move
+    std::int32_t g_nFocusStepMultiplier = 1;   ///< ms for each step
+    bool g_bFocusBacklashReturn = false;       ///< a return leg is still to come
+    bool g_bFocusFirstLegOut = false;          ///< the first leg of the backlash move was sent as "F+"
 
     // --- tracking, axis motion, guiding, parking ----------------------------------------------------------------
     double g_dGuideRate = 1.0;  ///< multiples of sidereal

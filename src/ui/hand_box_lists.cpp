@@ -36,7 +36,7 @@ std::span<const HandBoxPanel::CheckRow> HandBoxPanel::CheckRows() {
         {&frmHandBox::chkUseRCAL, setting::chkUseRCAL},
         {&frmHandBox::chkCalcAzAlt, setting::chkCalcAzAlt},
         {&frmHandBox::chkCalcLST, setting::chkCalcLST},
-        {&frmHandBox::chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection},
+        {&frmHandBox::chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection, &HandBoxPanel::OnFocuserChange},
         {&frmHandBox::chkShowAllControls, setting::chkShowAllControls, &HandBoxPanel::OnShowAllChange},
     };
     return rows;
@@ -55,9 +55,11 @@ std::span<const HandBoxPanel::TextRow> HandBoxPanel::TextRows() {
         {&frmHandBox::txtScopeFocalLength, setting::txtScopeFocalLength},
         {&frmHandBox::txtScopeAperture, setting::txtScopeAperture},
         {&frmHandBox::txtMeridianDelay, setting::txtMeridianDelay},
-        {&frmHandBox::txtBacklashMSecs, setting::Focus_txtBacklashMSecs},
-        {&frmHandBox::txtStepMultiplierMSecs, setting::Focus_txtStepMultiplierMSecs},
-        {&frmHandBox::txtMaxIncrementMSecs, setting::Focus_txtMaxIncrementMSecs},
+        {&frmHandBox::txtBacklashMSecs, setting::Focus_txtBacklashMSecs, &HandBoxPanel::IsWholeNumber, &HandBoxPanel::OnFocuserChange},
+        {&frmHandBox::txtStepMultiplierMSecs, setting::Focus_txtStepMultiplierMSecs, &HandBoxPanel::IsWholeNumber,
+         &HandBoxPanel::OnFocuserChange},
+        {&frmHandBox::txtMaxIncrementMSecs, setting::Focus_txtMaxIncrementMSecs, &HandBoxPanel::IsWholeNumber,
+         &HandBoxPanel::OnFocuserChange},
     };
     return rows;
 }
@@ -78,9 +80,9 @@ std::span<const HandBoxPanel::ListRow> HandBoxPanel::ListRows() {
 
 std::span<const HandBoxPanel::OptionRow> HandBoxPanel::OptionRows() {
     static constexpr OptionRow rows[] = {
-        {&frmHandBox::radFocusFast, &frmHandBox::radFocusSlow, setting::Focus_radFocusFast},
+        {&frmHandBox::radFocusFast, &frmHandBox::radFocusSlow, setting::Focus_radFocusFast, &HandBoxPanel::OnFocuserChange},
         {&frmHandBox::radFocusFinalDirectionIn, &frmHandBox::radFocusFinalDirectionOut,
-         setting::Focus_radFocusFinalDirectionIn},
+         setting::Focus_radFocusFinalDirectionIn, &HandBoxPanel::OnFocuserChange},
     };
     return rows;
 }
@@ -101,6 +103,9 @@ void HandBoxPanel::WireSettings() {
             const std::string text = (needs_.handBox.*row.control).Text();
             if (!row.good || (this->*row.good)(text)) {
                 Keep(row.key, text);
+                if (row.changed) {
+                    (this->*row.changed)();
+                }
             }
         });
     }
@@ -119,7 +124,12 @@ void HandBoxPanel::WireSettings() {
         });
     }
     for (const OptionRow& row : OptionRows()) {
-        const auto keep = [this, &row] { Keep(row.key, TrueFalse((needs_.handBox.*row.whenTrue).Checked())); };
+        const auto keep = [this, &row] {
+            Keep(row.key, TrueFalse((needs_.handBox.*row.whenTrue).Checked()));
+            if (row.changed) {
+                (this->*row.changed)();
+            }
+        };
         (handBox.*row.whenTrue).OnClick(keep);
         (handBox.*row.whenFalse).OnClick(keep);
     }

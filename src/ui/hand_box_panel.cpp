@@ -63,6 +63,7 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
     WireSettings();
     WireButtons();
     WireRateButtons();
+    WireFocuser();
     WirePaging();
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "catalogue/ks_mount.h"
+#include "focuser/focus_motor.h"
 #include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
@@ -41,6 +42,7 @@ struct HandBoxPanelNeeds {
     MountQueries& queries;
     MountRates& rates;
     TrackingOperations& tracking;
+    FocusMotor& focusMotor;
     frmHandBox& handBox;
     frmStatus& statusWindow;
     frmInitialSetup& initialSetup;
@@ -126,6 +128,7 @@ private:
         TextBox frmHandBox::*control;
         SettingKey key;
         bool (HandBoxPanel::*good)(std::string_view text) = nullptr;  ///< a text for which it is false is not kept
+        void (HandBoxPanel::*changed)() = nullptr;                    ///< what else happens at a change that is good
     };
     struct ListRow {
         ComboBox frmHandBox::*control;
@@ -138,6 +141,7 @@ private:
         OptionButton frmHandBox::*whenTrue;
         OptionButton frmHandBox::*whenFalse;
         SettingKey key;
+        void (HandBoxPanel::*changed)() = nullptr;  ///< what else happens at a change
     };
     static std::span<const CheckRow> CheckRows();
     static std::span<const TextRow> TextRows();
@@ -180,6 +184,11 @@ private:
     void SetCustomRate(const std::string& text, void (Telescope::*write)(double));
     void OnKingRateChange();
     bool CustomRateIsGood(std::string_view text);
+
+    // hand_box_focuser.cpp
+    void WireFocuser();
+    void OnFocuserChange();
+    bool IsWholeNumber(std::string_view text);
 
     // hand_box_site.cpp
     void OnSiteTick();

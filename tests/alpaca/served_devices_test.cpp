@@ -225,6 +225,38 @@ TEST_F(ServedDevicesTest, AFocuserAnswersItsFixedMembers_AndConnectedIsItsLink) 
     EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "connected"), "false");
 }
 
+TEST_F(ServedDevicesTest, AFocuserAlone_MovesItsMotorForAClient_UntilItIsHalted) {
+    ClientObject focuser = Make(DeviceKind::Focuser);
+    const auto put = [&](std::string_view member, std::vector<Argument> arguments) {
+        return Answer(focuser, DeviceKind::Focuser, Verb::Put, member, std::move(arguments));
+    };
+    EXPECT_EQ(put("move", {std::int32_t{100}}), "") << "nothing happens before the connect";
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "ismoving"), "false");
+    EXPECT_EQ(put("connected", {true}), "");
+    EXPECT_EQ(put("move", {std::int32_t{5001}}),
+              "error 1026 No mount on IP Address or COM port, or initialization failed.");
+    EXPECT_EQ(put("move", {std::int32_t{4000}}), "");
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "ismoving"), "true");
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(put("halt", {}), "");
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "ismoving"), "false");
+    EXPECT_EQ(mount->Picture().focuserRuns, 0);
+    EXPECT_NEAR(mount->Picture().focuserPosition, 1000.0, 200.0);
+    EXPECT_EQ(put("move", {std::int32_t{-50}}), "");
+    machine.AdvanceTime(5'000);
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "ismoving"), "false");
+    EXPECT_NEAR(mount->Picture().focuserPosition, 950.0, 400.0);
+    EXPECT_EQ(put("tempcomp", {true}), "error 1024 Property TempComp is not implemented in this driver.");
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "position"),
+              "error 1024 Property Position is not implemented in this driver.");
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "stepsize"),
+              "error 1024 Property StepSize  is not implemented in this driver.");
+    EXPECT_EQ(Get(focuser, DeviceKind::Focuser, "temperature"),
+              "error 1024 Property Temperature is not implemented in this driver.");
+    focuser.Device().DoesNotBegin("Move");
+    EXPECT_TRUE(LoggedAs("FOCUSER", 1, "Move() does not begin: it was stopped before it could"));
+}
+
 TEST_F(ServedDevicesTest, TheProcessEndsWithTheLastObjectOnly_AlsoWhenNoneWasEverConnected) {
     auto first = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));
     auto second = std::make_unique<ClientObject>(Make(DeviceKind::Telescope));

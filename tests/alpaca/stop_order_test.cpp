@@ -30,6 +30,11 @@ std::string NoteTracking(ClientObject&, const Arguments& arguments) {
     return {};
 }
 
+std::string NoteFocuser(ClientObject&, const Arguments& arguments) {
+    Ran().push_back(arguments.IsEmpty() ? "halt" : "move " + std::to_string(arguments.Integer(0)));
+    return {};
+}
+
 std::string NoteOther(ClientObject&, const Arguments&) {
     Ran().emplace_back("other");
     return {};
@@ -46,16 +51,26 @@ std::vector<Route> NotingRoutes() {
     return routes;
 }
 
+/// Those of the focuser likewise.
+std::vector<Route> NotingFocuserRoutes() {
+    std::vector<Route> routes = FocuserRoutes();
+    for (Route& route : routes) {
+        route.handler = route.name == "Halt" || route.name == "Move" ? NoteFocuser : NoteOther;
+    }
+    return routes;
+}
+
 class StopOrderTest : public testing::Test {
 protected:
     StopOrderTest() { Ran().clear(); }
 
     /// Asks all of these at once, "member?body", and returns what ran, in order.
-    std::vector<std::string> Ask(const std::vector<std::pair<std::string, std::string>>& puts) {
+    std::vector<std::string> Ask(const std::vector<std::pair<std::string, std::string>>& puts,
+                                 const std::string& device = "telescope") {
         for (const auto& [member, body] : puts) {
             http::Request request;
             request.verb = Verb::Put;
-            request.path = "/api/v1/telescope/0/" + member;
+            request.path = "/api/v1/" + device + "/0/" + member;
             request.body = "ClientID=1&" + body;
             request.remoteAddress = "10.0.0.1";
             request.connection = 1;
@@ -71,7 +86,7 @@ protected:
     FakeDevices devices{world};
     RequestGate gate{[](const std::function<void(bool)>&) {}, [] {}};
     ClientObjects objects{ClientObjectsNeeds{pump, clock, devices, gate, [] {}, LeaseTimes{}}};
-    RouteTable routes{NotingRoutes(), FocuserRoutes()};
+    RouteTable routes{NotingRoutes(), NotingFocuserRoutes()};
     Management management{{"server", "maker", "1", "here"}, std::filesystem::temp_directory_path() / "no_such_file"};
     RequestHandler handler{RequestHandlerNeeds{
         routes, objects, pump, management, [](const std::function<void()>& function) { function(); },
@@ -115,6 +130,16 @@ TEST_F(StopOrderTest, TrackingThatIsSwitchedOff_GoesAhead_AndAnEarlierSwitchingO
     EXPECT_EQ(world.diary.Count("telescope does not begin Tracking"), 1);
     EXPECT_EQ(Ask({{"tracking", "Tracking=False"}, {"tracking", "Tracking=True"}}),
               (Texts{"tracking off", "tracking on"}));
+}
+
+TEST_F(StopOrderTest, HaltOfTheFocuser_GoesAhead_AndAnEarlierMoveIsNotRun) {
+    const auto ask = [&](const std::vector<std::pair<std::string, std::string>>& puts) { return Ask(puts, "focuser"); };
+    EXPECT_EQ(ask({{"tempcomp", "TempComp=False"}, {"move", "Position=10"}, {"halt", ""}}), (Texts{"halt", "other"}));
+    EXPECT_EQ(answered, 3) << "each call is answered";
+    EXPECT_EQ(world.diary.Count("focuser does not begin Move"), 1);
+    EXPECT_EQ(ask({{"halt", ""}, {"move", "Position=10"}}), (Texts{"halt", "move 10"}));
+    EXPECT_EQ(ask({{"move", "Position=10"}, {"move", "Position=0"}, {"move", "Position=-5"}}),
+              (Texts{"move 0", "move -5"}));
 }
 
 }  // namespace

@@ -253,7 +253,7 @@ INSTANTIATE_TEST_SUITE_P(Settings, MaxIncrementTest,
 
 TEST_F(FocuserTest, StepCountBeyondAllMeasure_HarmsNeitherCountsNorProcess) {
     Seed({{"Focus.txtMaxIncrementMSecs", "99999999999"}});
-    ExpectSwallow("Class_Initialize");
+    ExpectSwallow("UpdateValues");
     Start();
     {
         const FocuserObject focuser = driver->CreateFocuser();

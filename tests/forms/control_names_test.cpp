@@ -5,6 +5,7 @@
 
 #include "forms/frm_hand_box.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_setup_focuser.h"
 #include "forms/frm_status.h"
 #include "support/virtual_clock.h"
 #include "support/virtual_pump.h"
@@ -180,6 +181,23 @@ TEST_F(ControlNames, StatusWindow_HasEachControlUnderItsNameAndKind) {
                        {ControlKind::Button, {"cmdStopAll"}},
                        {ControlKind::CheckBox, {"chkKeepOn"}},
                    });
+}
+
+TEST_F(ControlNames, SetupOfTheFocuser_HasEachControlUnderItsNameAndKind) {
+    const frmSetupFocuser form;
+    ExpectControls(form,
+                   {
+                       {ControlKind::Label, {"lblVersion", "lblBacklash", "lblStepMultiplier", "lblMaxIncrement"}},
+                       {ControlKind::ComboBox, {"cbxPort"}},
+                       {ControlKind::Button, {"btnCheckPort", "btnOK"}},
+                       {ControlKind::OptionButton,
+                        {"radFocusFast", "radFocusSlow", "radFocusFinalDirectionIn", "radFocusFinalDirectionOut"}},
+                       {ControlKind::TextBox, {"txtBacklashMSecs", "txtStepMultiplierMSecs", "txtMaxIncrementMSecs"}},
+                       {ControlKind::CheckBox, {"chkReverseFocusDirection"}},
+                   });
+    EXPECT_EQ(form.lblStepMultiplier.Text(), "Step Multiplier (mSec/step):");
+    EXPECT_EQ(form.lblMaxIncrement.Text(), "Max Increment (steps):");
+    EXPECT_EQ(form.lblBacklash.Text(), "Time (mSec)");
 }
 
 TEST_F(ControlNames, LogWindow_HasEachControlUnderItsNameAndKind) {

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "forms/frm_setup_focuser.h"
+#include "forms/modal.h"
+#include "platform/serial_port.h"
+#include "platform/system_services.h"
+#include "settings/persist.h"
+#include "state/essentials.h"
+
+namespace kestrane {
+
+struct FocuserSetupNeeds {
+    Essentials driver;
+    Modal& modal;
+    MessageBoxes& messageBoxes;
+    SerialPorts& serialPorts;
+    frmSetupFocuser& form;
+    std::function<bool()> linkConnected;
+    /// Looks for a mount on a port; see `ConnectionManager::CheckConnection`.
+    std::function<bool(std::int16_t port, std::int16_t timeoutMs, std::string& version)> checkConnection;
+};
+
+/// The logic of the setup window of the focuser. Logic thread only.
+class FocuserSetup {
+public:
+    explicit FocuserSetup(FocuserSetupNeeds needs);
+
+    /// Shows the window with the values of the settings and pumps until it is closed. Only its OK stores what it shows,
+    /// unchecked: a text that is no number reads as 0 later.
+    void ShowModal();
+
+private:
+    void Fill();
+    void FillPorts();
+    void CheckPort();
+    void Store();
+    std::string Stored(const SettingKey& key);
+
+    FocuserSetupNeeds needs_;
+    Essentials driver_;
+};
+
+}  // namespace kestrane
