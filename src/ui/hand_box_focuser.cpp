@@ -25,7 +25,7 @@ void HandBoxPanel::OnFocuserChange() {
 }
 
 bool HandBoxPanel::IsWholeNumber(std::string_view text) {
-    return !text.empty() && IsAllDigits(text);
+    return IsAllDigits(text);
 }
 
 }  // namespace kestrane
