@@ -60,6 +60,11 @@ std::string MoveAxis(ClientObject& object, const Arguments& arguments) {
     return {};
 }
 
+std::string PulseGuide(ClientObject& object, const Arguments& arguments) {
+    DeviceOf<ServedTelescope>(object).PulseGuide(arguments.Integer(0), arguments.Integer(1));
+    return {};
+}
+
 std::string ReadDestinationSideOfPier(ClientObject& object, const Arguments& arguments) {
     return JsonOf(DeviceOf<ServedTelescope>(object).DestinationSideOfPier(arguments.Number(0), arguments.Number(1)));
 }
@@ -68,7 +73,12 @@ constexpr StopForm kMoveAxisStops{[](const Arguments& arguments) { return argume
                                   [](const Arguments& arguments) { return arguments.Integer(0); }};
 constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !arguments.Boolean(0); },
                                   [](const Arguments&) { return std::int32_t{0}; }};
-
+/// Each axis has a pulse of its own: north and south have one, all other directions have the other.
+constexpr StopForm kPulseGuideStops{[](const Arguments& arguments) { return arguments.Integer(1) <= 0; },
+                                    [](const Arguments& arguments) {
+                                        const std::int32_t direction = arguments.Integer(0);
+                                        return std::int32_t{direction == 0 || direction == 1};
+                                    }};
 constexpr Handler kSlewAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAz>;
 constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToAltAzAsync>;
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
@@ -182,7 +192,7 @@ std::vector<Route> TelescopeRoutes() {
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
         {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis, &kMoveAxisStops},
         {"Park",                    Put, Long,  kNone,                                     kNotBuilt},
-        {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   kNotBuilt},
+        {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   PulseGuide, &kPulseGuideStops},
         {"SetPark",                 Put, Brief, kNone,                                     kNotBuilt},
         {"SlewToAltAz",             Put, Long,  kHorizontal,                               kSlewAltAz},
         {"SlewToAltAzAsync",        Put, Brief, kHorizontal,                               kSlewAltAzAsync},

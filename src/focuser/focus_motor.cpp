@@ -195,7 +195,7 @@ void FocusMotor::Send(const CompletingProcedure& procedure, const BlindCommand& 
 
 /// Whether what was written last went out.
 bool FocusMotor::LineTakesBytes() const {
-    return needs_.link && needs_.link->Connected() && !needs_.link->DeviceIsGone();
+    return needs_.link && needs_.link->CanSend();
 }
 
 void FocusMotor::Note(LogLevel level, std::string_view text) {

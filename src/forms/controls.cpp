@@ -137,8 +137,10 @@ std::string RichTextBox::Text() const {
     return text;
 }
 
-Timer::Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled)
-    : Control(form, name, kKind), pumpTimer_(pump.CreateTimer([this] { FireTick(); })) {
+Timer::Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled, Ticks ticks)
+    : Control(form, name, kKind),
+      pumpTimer_(ticks == Ticks::Promptly ? pump.CreatePromptTimer([this] { FireTick(); })
+                                          : pump.CreateTimer([this] { FireTick(); })) {
     assert(intervalMs >= 0);
     FirstValues().value = intervalMs;
     FirstValues().enabled = enabled;

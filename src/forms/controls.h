@@ -209,10 +209,14 @@ private:
 
 /// A repeating timer of a window. It runs while it is enabled and its window is loaded; with 0 milliseconds it never
 /// fires.
+/// Whether the ticks of a timer wait for their turn, or come at their time (`MessagePump::CreatePromptTimer`).
+enum class Ticks { InTurn, Promptly };
+
 class Timer : public Control {
 public:
     static constexpr ControlKind kKind = ControlKind::Timer;
-    Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled);
+    Timer(Form& form, std::string_view name, MessagePump& pump, std::int32_t intervalMs, bool enabled,
+          Ticks ticks = Ticks::InTurn);
 
     std::int32_t Interval() const { return Value(); }
     /// Milliseconds. A new interval begins at once; the same one changes nothing.

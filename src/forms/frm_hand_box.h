@@ -232,11 +232,11 @@ public:
     Timer tmrSavePos{*this, "tmrSavePos", pump_, 50, true};                     ///< saves the window's place
     Timer tmrGetLatLong{*this, "tmrGetLatLong", pump_, 2000, true};             ///< reads the site from the mount
     Timer tmrCheckShellNotifyIcon{*this, "tmrCheckShellNotifyIcon", pump_, 5000, true};  ///< tray, always on top
-    Timer tmrMinimize{*this, "tmrMinimize", pump_, 0, true};     ///< restores the tray icon; interval set at run time
-    Timer tmrEastStop{*this, "tmrEastStop", pump_, 0, false};    ///< end of a pulse, its length
-    Timer tmrWestStop{*this, "tmrWestStop", pump_, 0, false};    ///< end of a pulse, its length
-    Timer tmrNorthStop{*this, "tmrNorthStop", pump_, 0, false};  ///< end of a pulse, its length
-    Timer tmrSouthStop{*this, "tmrSouthStop", pump_, 0, false};  ///< end of a pulse, its length
+    Timer tmrMinimize{*this, "tmrMinimize", pump_, 0, true};  ///< restores the tray icon; interval set at run time
+    Timer tmrEastStop{*this, "tmrEastStop", pump_, 0, false, Ticks::Promptly};         ///< end of a pulse, its length
+    Timer tmrWestStop{*this, "tmrWestStop", pump_, 0, false, Ticks::Promptly};         ///< end of a pulse, its length
+    Timer tmrNorthStop{*this, "tmrNorthStop", pump_, 0, false, Ticks::Promptly};       ///< end of a pulse, its length
+    Timer tmrSouthStop{*this, "tmrSouthStop", pump_, 0, false, Ticks::Promptly};       ///< end of a pulse, its length
     Timer tmrCalibratePulseGuide{*this, "tmrCalibratePulseGuide", pump_, 250, false};  ///< without an action
     Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< shows a new version in `lblMain`
 };

@@ -46,8 +46,8 @@ public:
     virtual void UpdateErrorCounts() = 0;
     /// One phase of the flash that shows a slew.
     virtual void SlewFlashDisplay() = 0;
-    /// Turns the mark of a guide pulse on or off: 0 north, 1 south, 2 east, 3 west, -1 all four. Of the other numbers,
-    /// even ones mean north and south together, odd ones east and west.
+    /// Turns the mark of a guide pulse on or off: 0 north, 1 south, 2 east, 3 west, -1 all four, any other
+    /// number none.
     virtual void SetUiGuideIndicator(std::int32_t direction, bool on) = 0;
 };
 

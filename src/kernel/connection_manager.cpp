@@ -432,8 +432,8 @@ void ConnectionManager::ExitIfNoClients() {
 
 void ConnectionManager::ShutdownDriver() {
     ResumeNext errors{driver_.ledger, "ShutdownDriver"};
-    ended_ = true;
     errors.Step([&] { needs_.endRuns(); });
+    ended_ = true;
     if (needs_.link && needs_.link->Connected()) {
         errors.Step([&] { needs_.link->ClearBuffers(); });
         errors.Step([&] { needs_.link->Connected(false); });

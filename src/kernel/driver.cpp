@@ -140,6 +140,18 @@ Driver::Driver(Platform platform)
           .periodicQuayCheck = [this] { connections.PeriodicQuayCheck(); },
           .restoreTrackingRate = [this](std::int16_t rate) { tracking.ChooseRate(rate); },
       }),
+      guidePulses(GuidePulsesNeeds{
+          .driver = essentials,
+          .motion = motion,
+          .door = door,
+          .link = link,
+          .pump = platform_.pump,
+          .handBox = handBox,
+          .panel = panel,
+          .journal = journal,
+          .queries = queries,
+          .commands = [this]() -> MountCommands& { return InternalInstance().Commands(); },
+      }),
       companion(platform_.registry, platform_.processes, waits, log),
       connections(ConnectionManagerNeeds{
           .driver = essentials,
@@ -158,7 +170,11 @@ Driver::Driver(Platform platform)
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .checkForUpdate = [] {},
-          .endRuns = [this] { focusMotor.EndRun(); },
+          .endRuns =
+              [this] {
+                  guidePulses.EndAll();
+                  focusMotor.EndRun();
+              },
           .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
       }),
@@ -215,6 +231,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .queries = queries,
         .poll = poll,
         .axisMotions = axisMotions,
+        .guidePulses = guidePulses,
         .connections = connections,
         .registration = startup,
         .setKingRateState = [this] { tracking.SetKingRateState(); },
@@ -257,6 +274,7 @@ FocuserObject Driver::CreateFocuser() {
 void Driver::EndOnRequest() {
     log.LogMessage("ShutdownDriver", LogLevel::Info, "The process was asked to end");
     motion.StopAskedFor();
+    guidePulses.EndAll();
     StopRunningAxes();
     if (link && link->Connected()) {
         InternalInstance().MaxSerialRetries(0);  // what a connect under way still asks finds a closed link

@@ -108,6 +108,7 @@ public:
     MountQueries queries;
     PollLoop poll;
     AxisMotions axisMotions;
+    GuidePulses guidePulses;
     Companion companion;
     ConnectionManager connections;
     DriverCommands driverCommands;

@@ -43,11 +43,11 @@ public:
     ~classSerial() override;
 
     bool Connected() override;
+    bool CanSend() override { return Connected() && !device_->DeviceIsGone(); }
     /// True on an open link repeats the opening; see `KsSerialLibrary::KsSerConnectToPort` and
     /// `AscomSerial::Connected`.
     void Connected(bool connect) override;
 
-    bool DeviceIsGone() override { return device_->DeviceIsGone(); }
     std::int32_t OpenError() override { return isUsingAscom_ ? serialObject_->OpenError() : openError_; }
 
     std::int32_t Port() override { return port_; }

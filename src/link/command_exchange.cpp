@@ -158,6 +158,7 @@ CharacterReply CommandExchange::Character(const OutgoingCommand<ReplyForm::Chara
             Error(caller.origin,
                   Exchanged("CommandBool: NO Response or bad response to '", text, reply) + "' -> Retrying!");
             CommandClearInternal();
+            needs_.betweenTries();
         } else {
             Error(caller.origin,
                   Exchanged("CommandBool: NO Response or bad response: '", text, reply) + "' -> Giving up!");
@@ -245,11 +246,13 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
     std::int32_t total = 0;
     std::int32_t multiplier = 0;
     std::int32_t interval = 0;
+    needs_.betweenTries();
     errors.Step([&] { Link().GetReadTimeouts(total, multiplier, interval); });
     Error(origin, fault + "' -> Retrying!");
     driver_.waits.WaitForMilliseconds(kPauseBeforeRetryMs);
     CommandClearInternal();
     errors.Assign(reply, [&] { return Link().Receive(); });
+    needs_.betweenTries();
 }
 
 std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {

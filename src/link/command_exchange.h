@@ -27,6 +27,8 @@ struct ExchangeNeeds {
     std::function<void()> noteQuerySuccess;
     /// Called with each text that goes out, framed as the mount gets it, before it does; each attempt counts.
     std::function<void(std::string_view)> noteSent = [](std::string_view) {};
+    /// Called between two tries of one exchange, when no reply is awaited. May send what the mount does not answer.
+    std::function<void()> betweenTries = [] {};
 };
 
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the

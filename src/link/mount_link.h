@@ -25,8 +25,8 @@ public:
     /// closed. True on an open line is harmless.
     virtual void Connected(bool connect) = 0;
 
-    /// Whether the device of an open line was gone at the last write or read: what was written then is lost.
-    virtual bool DeviceIsGone() { return false; }
+    /// Whether a text that is sent now goes out, as far as the transport knows.
+    virtual bool CanSend() { return Connected(); }
 
     /// The system's error of the last opening that failed; 0 when it is not known.
     virtual std::int32_t OpenError() { return 0; }

@@ -70,12 +70,19 @@ public:
     /// that only a stop may enter.
     virtual void PumpStops() = 0;
 
+    /// Runs the ticks of prompt timers that are due, and nothing else, not even stops.
+    virtual void PumpPromptTicks() = 0;
+
     /// Whether a stop has run that was queued after the call which is running now. Motion that this call has not
     /// started yet must not start: whoever stopped the mount meant it too. False outside any call.
     virtual bool OvertakenByStop() const = 0;
 
     /// Makes a disabled timer that calls `onTick` on the logic thread; its tick counts as a brief call.
     virtual std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) = 0;
+    /// The same for what must happen at its time: the tick goes ahead of all calls but stops, and starts wherever a
+    /// stop may start, however deep calls are nested. It is brief, counts as `CallKind::StopsOne`, and must send
+    /// nothing that the mount answers.
+    virtual std::unique_ptr<PumpTimer> CreatePromptTimer(std::function<void()> onTick) = 0;
 };
 
 }  // namespace kestrane

@@ -98,7 +98,16 @@ void PumpEngine::PumpStops() {
         return;
     }
     const Horizon horizon = HorizonNow();
-    while (RunFirst(CallKind::Stop, horizon) || RunFirst(CallKind::Read, horizon)) {
+    while (RunUrgent(horizon)) {
+    }
+}
+
+void PumpEngine::PumpPromptTicks() {
+    if (over_) {
+        return;
+    }
+    const Horizon horizon = HorizonNow();
+    while (RunPromptTick(horizon)) {
     }
 }
 
@@ -112,8 +121,17 @@ void PumpEngine::PumpReads() {
 }
 
 std::unique_ptr<PumpTimer> PumpEngine::CreateTimer(std::function<void()> onTick) {
+    return MakeTimer(CallKind::Brief, std::move(onTick));
+}
+
+std::unique_ptr<PumpTimer> PumpEngine::CreatePromptTimer(std::function<void()> onTick) {
+    return MakeTimer(CallKind::StopsOne, std::move(onTick));
+}
+
+std::unique_ptr<PumpTimer> PumpEngine::MakeTimer(CallKind kind, std::function<void()> onTick) {
     assert(onTick);
     auto state = std::make_shared<TimerState>();
+    state->kind = kind;
     state->onTick = std::move(onTick);
     state->place.second = TakeNumber();
     timers_.push_back(state);
@@ -192,12 +210,13 @@ void PumpEngine::RunLoop(std::optional<TimePoint> end) {
     over_ = true;
 }
 
-/// Runs a stop or a read, or else the earliest of what is due and may start; false when there is nothing.
+/// Runs what may start anywhere, or else the earliest of what is due and may start; false when there is nothing.
 bool PumpEngine::RunNext(const Horizon& horizon) {
-    if (RunFirst(CallKind::Stop, horizon) || RunFirst(CallKind::Read, horizon)) {
+    if (RunUrgent(horizon)) {
         return true;
     }
-    const std::shared_ptr<TimerState> timer = FirstTimer(horizon);
+    const std::shared_ptr<TimerState> timer =
+        MayStart(CallKind::Brief) ? FirstTimer(CallKind::Brief, horizon) : nullptr;
     const std::optional<PostedCall> posted = TakePosted(
         horizon, [&](const PostedCall& call) { return MayStart(call.kind) && (!timer || call.place < timer->place); });
     if (posted) {
@@ -206,6 +225,19 @@ bool PumpEngine::RunNext(const Horizon& horizon) {
         RunTick(*timer);
     }
     return posted || timer;
+}
+
+/// Runs a stop, or a tick of a prompt timer, or a read; false when there is none.
+bool PumpEngine::RunUrgent(const Horizon& horizon) {
+    return RunFirst(CallKind::Stop, horizon) || RunPromptTick(horizon) || RunFirst(CallKind::Read, horizon);
+}
+
+bool PumpEngine::RunPromptTick(const Horizon& horizon) {
+    const std::shared_ptr<TimerState> timer = FirstTimer(CallKind::StopsOne, horizon);
+    if (timer) {
+        RunTick(*timer);
+    }
+    return timer != nullptr;
 }
 
 /// Runs the earliest call of a kind that may start anywhere; false when there is none. Both kinds of stops are one
@@ -235,13 +267,11 @@ std::optional<PumpEngine::PostedCall> PumpEngine::TakePosted(const Horizon& hori
     return taken;
 }
 
-std::shared_ptr<PumpEngine::TimerState> PumpEngine::FirstTimer(const Horizon& horizon) const {
-    if (!MayStart(CallKind::Brief)) {
-        return nullptr;
-    }
+/// The earliest timer that is due, of those whose ticks are of that kind; null when there is none.
+std::shared_ptr<PumpEngine::TimerState> PumpEngine::FirstTimer(CallKind kind, const Horizon& horizon) const {
     std::shared_ptr<TimerState> first;
     for (const auto& timer : timers_) {
-        const bool due = timer->Armed() && timer->place.first <= horizon.due;
+        const bool due = timer->kind == kind && timer->Armed() && timer->place.first <= horizon.due;
         if (due && (!first || timer->place < first->place)) {
             first = timer;
         }
@@ -255,7 +285,7 @@ void PumpEngine::RunTick(TimerState& timer) {
     const TimePoint next = due + timer.interval;
     timer.place.first = next > now ? next : now + timer.interval;
     const std::uint32_t starts = timer.starts;
-    RunCall(CallKind::Brief, {due, TakeNumber()}, timer.onTick);
+    RunCall(timer.kind, {due, TakeNumber()}, timer.onTick);
     const TimePoint end = time_.Now();
     if (timer.starts == starts && end - now > timer.interval) {
         timer.place.first = end + timer.interval;

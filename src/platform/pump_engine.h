@@ -34,9 +34,9 @@ public:
 /// The message pump on any source of time: which call may start where, in what order, and when timers fire. The thread
 /// that pumps is the logic thread; `Post` and `Quit` may be called from any thread, everything else only there.
 ///
-/// Stops run first, then reads; other calls and ticks run in the order in which they became due, then in the order in
-/// which they were created. A call that the nesting rules hold back keeps its place; those that may start go ahead of
-/// it.
+/// Stops run first, then ticks of prompt timers, then reads; other calls and ticks run in the order in which they
+/// became due, then in the order in which they were created. A call that the nesting rules hold back keeps its place;
+/// those that may start go ahead of it.
 class PumpEngine final : public MessagePump {
 public:
     using TimePoint = PumpTime::TimePoint;
@@ -56,10 +56,12 @@ public:
     void PumpMessages() override;
     void PumpBriefly(std::int32_t milliseconds) override;
     void PumpStops() override;
+    void PumpPromptTicks() override;
     /// Runs the reads that were queued before, and nothing else: for the waits inside an exchange.
     void PumpReads();
     bool OvertakenByStop() const override { return nesting_ > 0 && running_.second < lastStop_; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
+    std::unique_ptr<PumpTimer> CreatePromptTimer(std::function<void()> onTick) override;
 
     /// The outermost loop: runs what becomes due and sleeps in between, until `Quit`.
     void Run() { RunLoop(std::nullopt); }
@@ -86,7 +88,8 @@ private:
         Place place;
         std::chrono::milliseconds interval{0};
         bool enabled = false;
-        std::uint32_t starts = 0;  ///< new beginnings of the interval; wraps
+        CallKind kind = CallKind::Brief;  ///< of its ticks
+        std::uint32_t starts = 0;         ///< new beginnings of the interval; wraps
 
         bool Armed() const { return enabled && interval.count() > 0; }
     };
@@ -105,10 +108,13 @@ private:
     bool Quitting();
     bool RunNext(const Horizon& horizon);
     bool RunFirst(CallKind kind, const Horizon& horizon);
+    bool RunUrgent(const Horizon& horizon);
+    bool RunPromptTick(const Horizon& horizon);
+    std::unique_ptr<PumpTimer> MakeTimer(CallKind kind, std::function<void()> onTick);
     void PumpUntil(std::optional<TimePoint> end);
     template <class Suits>
     std::optional<PostedCall> TakePosted(const Horizon& horizon, const Suits& suits);
-    std::shared_ptr<TimerState> FirstTimer(const Horizon& horizon) const;
+    std::shared_ptr<TimerState> FirstTimer(CallKind kind, const Horizon& horizon) const;
     void RunTick(TimerState& timer);
     void RunCall(CallKind kind, Place place, const std::function<void()>& call);
 

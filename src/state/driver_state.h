@@ -210,6 +210,9 @@ struct DriverState : LogState, CounterState {
     double g_dMaxAxisRate = 5.0;      ///< largest MoveAxis rate, degrees per second
     OwnedBy<Motion, bool> g_bGuidingNorth{false}, g_bGuidingSouth{false};  ///< a guide pulse in this direction runs
     OwnedBy<Motion, bool> g_bGuidingEast{false}, g_bGuidingWest{false};
+    std::int32_t g_nPulseNorth = 0, g_nPulseSouth = 0;  ///< milliseconds of the last pulse in this direction
+    std::int32_t g_nPulseEast = 0, g_nPulseWest = 0;
+    bool g_bSynchronousPulseGuide = false;  ///< setting `chkSynchronousPulseGuide`
 };
 
 }  // namespace kestrane

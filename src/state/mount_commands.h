@@ -26,7 +26,7 @@ private:
 
     virtual void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) = 0;
     virtual void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) = 0;
-    /// Sends the frame, waits for nothing and touches no flag: for runs that last as long as their time says.
+    /// Frames and sends, and does nothing else: for guide pulses and focuser runs.
     virtual void CommandBlindLight(const OutgoingCommand<ReplyForm::None>& command) = 0;
     virtual void CommandClear() = 0;
     virtual void CommandClearInternal() = 0;

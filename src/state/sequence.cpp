@@ -1,5 +1,7 @@
 #include "state/sequence.h"
 
+#include <algorithm>
+
 namespace kestrane {
 
 std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
@@ -13,6 +15,25 @@ std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
 void StopDoor::LogOvertaken(std::string_view member) {
     log_.LogMessage("ASCOM", LogLevel::Warning,
                     std::string(member) + "() does not begin: it was stopped before it could");
+}
+
+/// Remembers the slowest one, and forgets it little by little.
+void StopDoor::NoteExchange(std::int32_t milliseconds) {
+    constexpr std::int32_t kMostMs = 300;  // a silent mount must not keep the poll off the line
+    slowestMs_ = std::max(std::min(milliseconds, kMostMs), slowestMs_ * 7 / 8);
+}
+
+/// A pulse may end in each direction.
+void StopDoor::AwaitNearPulseEnd() {
+    constexpr std::int32_t kReserveMs = 5;
+    constexpr int kMostEnds = 4;
+    for (int ends = 0; ends < kMostEnds && pulseEnd_; ++ends) {
+        const std::int32_t left = *pulseEnd_ - waits_.GetTickCount();
+        if (left <= 0 || left > slowestMs_ + kReserveMs) {
+            return;
+        }
+        Pause(left);
+    }
 }
 
 Sequence::Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop onStop)
@@ -36,9 +57,17 @@ void Sequence::LetStopIn() {
     }
 }
 
+void Sequence::LetStopInNow() {
+    LetStopIn();
+    looked_ = true;
+}
+
 /// The way to the mount for the next exchange.
 MountCommands& Sequence::Next() {
     if (doors_ == Doors::BeforeEach && !std::exchange(looked_, false)) {
+        if (waitsForPulseEnds_) {
+            door_.AwaitNearPulseEnd();
+        }
         LetStopIn();
     }
     return commands_;
@@ -87,7 +116,9 @@ std::string Sequence::CommandString(const TextCommand& row, std::string_view arg
 }
 
 std::string Sequence::CommandStringInternal(const TextCommand& row, std::string_view argument) {
-    return Next().CommandStringInternal(row.With(argument));
+    MountCommands& commands = Next();
+    const StopDoor::Measured measured(door_);
+    return commands.CommandStringInternal(row.With(argument));
 }
 
 std::string Sequence::CommandStringOnce(const TextCommand& row) {

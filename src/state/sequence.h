@@ -31,6 +31,8 @@ struct EndingProcedure {
 struct CompletingProcedure {
     std::string_view name;
     Doors doors;
+    /// No exchange of it begins when a guide pulse is about to end: the end would wait for it.
+    bool waitsForPulseEnds = false;
 };
 
 /// Every procedure that talks to the mount, and what a stop does to it. The mount answers one exchange at a time, and
@@ -41,6 +43,8 @@ inline constexpr EndingProcedure     SafeSlew         {"safe slew",           Do
 inline constexpr EndingProcedure     Slew             {"slew",                Doors::BeforeEach};
 inline constexpr EndingProcedure     Calibration      {"calibration",         Doors::BeforeEach};
 inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Doors::Closed};      // one exchange
+inline constexpr EndingProcedure     GuidePulse       {"guide pulse",         Doors::BeforeEach};  // its start
+inline constexpr CompletingProcedure GuidePulseEnd    {"end of a pulse",      Doors::Closed};      // is a stop
 inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop
 inline constexpr CompletingProcedure SwapDirections   {"swap of directions",  Doors::Closed};
 inline constexpr CompletingProcedure StopPair         {"stop",                Doors::Closed};      // is the stop
@@ -50,7 +54,7 @@ inline constexpr CompletingProcedure FocuserRun       {"focuser run",         Do
 inline constexpr CompletingProcedure FocuserStop      {"focuser stop",        Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
-inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach};  // each query
+inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach, true};  // each query
 inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Doors::Closed};      // has its own door
@@ -88,6 +92,13 @@ public:
         const Outside outside(*this);
         waits_.PumpStops();
     }
+    /// Lets in what must happen at its time, and no stop: for the time between two tries of one exchange.
+    void LetPromptTicksIn() {
+        const Outside outside(*this);
+        waits_.PumpPromptTicks();
+    }
+    /// When the next guide pulse ends that the mount does not end by itself; nothing when none runs.
+    void ExpectPulseEnd(std::optional<Tick> end) { pulseEnd_ = end; }
     /// Stops asked for so far; wraps.
     std::uint32_t Stops() const { return state_.g_nAborts; }
     /// Gives no permit, and logs a line, when a stop that was asked for after this call has run before it: whoever
@@ -103,6 +114,22 @@ public:
 
 private:
     friend class Sequence;
+
+    /// Measures one exchange.
+    class Measured {
+    public:
+        explicit Measured(StopDoor& door) : door_(door), begin_(door.waits_.GetTickCount()) {}
+        ~Measured() { door_.NoteExchange(door_.waits_.GetTickCount() - begin_); }
+        Measured(const Measured&) = delete;
+        Measured& operator=(const Measured&) = delete;
+
+    private:
+        StopDoor& door_;
+        const Tick begin_;
+    };
+
+    void NoteExchange(std::int32_t milliseconds);
+    void AwaitNearPulseEnd();
 
     /// What a stop sends is no part of the procedure that it gets into.
     class Outside {
@@ -120,7 +147,9 @@ private:
     Waits& waits_;
     Log& log_;
     const DriverState& state_;
-    Sequence* ending_ = nullptr;  ///< the innermost procedure that a stop ends; null inside a stop that got in
+    std::optional<Tick> pulseEnd_;
+    std::int32_t slowestMs_ = 40;  ///< the slowest question of late
+    Sequence* ending_ = nullptr;   ///< the innermost procedure that a stop ends; null inside a stop that got in
 };
 
 /// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but
@@ -141,7 +170,9 @@ private:
 class Sequence {
 public:
     Sequence(MountCommands& commands, StopDoor& door, const CompletingProcedure& procedure)
-        : Sequence(commands, door, procedure.doors, OnStop::Completes) {}
+        : Sequence(commands, door, procedure.doors, OnStop::Completes) {
+        waitsForPulseEnds_ = procedure.waitsForPulseEnds;
+    }
     ~Sequence() { door_.ending_ = outer_; }
     Sequence(const Sequence&) = delete;
     Sequence& operator=(const Sequence&) = delete;
@@ -164,9 +195,12 @@ public:
     /// Lets a stop in before a step that has no exchange and must not run after a stop. Each exchange does so by
     /// itself: only a step that sets flags, pauses or decides by what the mount has answered needs this call before it.
     void LetStopIn();
+    /// The same before an exchange that must not go out after a look at the flags: no stop gets in between the two.
+    void LetStopInNow();
 
     void CommandBlind(const BlindCommand& row, std::string_view argument = {});
     void CommandBlindInternal(const BlindCommand& row, std::string_view argument = {});
+    /// Frames and sends, and waits for nothing.
     void CommandBlindLight(const BlindCommand& row, std::string_view argument = {});
     void CommandClear();
     /// This clear belongs to the exchange that follows: no stop gets in between the two.
@@ -198,7 +232,8 @@ private:
     const OnStop onStop_;
     Sequence* const outer_;            ///< the procedure that this one is part of, where a stop ends that
     const std::uint32_t stopsBefore_;  ///< when the whole of it began
-    bool looked_ = false;              ///< no stop gets in before the exchange that follows
+    bool waitsForPulseEnds_ = false;
+    bool looked_ = false;  ///< no stop gets in before the exchange that follows
 };
 
 }  // namespace kestrane

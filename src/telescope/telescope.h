@@ -234,6 +234,15 @@ public:
     /// largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
+    // --- guiding ------------------------------------------------------------------------------------------------
+
+    /// Moves one axis at the guide rate for so many milliseconds: 0 north, 1 south, 2 east, 3 west. Takes the place of
+    /// a pulse of the same axis. A duration of 0 or less ends a pulse of the axis, or else stops the mount. Returns at
+    /// once, or at the end of the pulse: for short ones that the mount does not end by itself, and with the setting
+    /// `chkSynchronousPulseGuide`; pumps then. Any stop ends it. Intentional: another direction sends the guide rate
+    /// and moves nothing. Motion check: not parked.
+    void PulseGuide(std::int32_t direction, std::int32_t duration);
+
     // --- guards at the head of client members ---------------------------------------------------------------------
 
     /// The link check: 0x80040404 without a connected telescope client, 0x80040429 while communications are lost.

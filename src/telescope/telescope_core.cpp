@@ -23,6 +23,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .executeDriverCommand = std::move(executeDriverCommand),
           .noteQuerySuccess = [this] { needs_.queries.NoteAnswered(); },
           .noteSent = [this](std::string_view text) { NoteSent(text); },
+          .betweenTries = [this] { needs_.door.LetPromptTicksIn(); },
       }) {}
 
 MountCommands& TelescopeCore::OwnCommands() {
@@ -78,6 +79,7 @@ void TelescopeCore::NoteSent(std::string_view text) {
     if (wire::StopsAllMotion(text)) {
         NoteMotionStops();
         needs_.motion.StopSent();
+        needs_.guidePulses.NoteMountStopped();
     }
     if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
@@ -88,7 +90,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
     }
     switch (wire::EndlessMoveAfter(text)) {
         case wire::EndlessMove::Begins:
-            needs_.motion.MoveSent();
+            if (!needs_.guidePulses.SendsItself()) {  // a pulse has its own end
+                needs_.motion.MoveSent();
+            }
             break;
         case wire::EndlessMove::Ends:
             needs_.motion.MoveEnded();
@@ -108,8 +112,8 @@ std::string_view TelescopeCore::WhatMoves() const {
     if (needs_.axisMotions.EndIsInDoubt() && state_.g_bGosActive) {
         return "the mount has not reported that an axis has stopped";
     }
-    const bool guiding =
-        state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
+    const bool guiding = state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast ||
+                         state_.g_bGuidingWest || needs_.guidePulses.MayMove();
     return guiding ? "a guide pulse runs" : std::string_view{};
 }
 

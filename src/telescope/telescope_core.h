@@ -31,6 +31,7 @@
 #include "state/poll_loop.h"
 #include "state/sequence.h"
 #include "telescope/motion/axis_motion.h"
+#include "telescope/motion/guiding.h"
 
 namespace kestrane {
 
@@ -54,6 +55,7 @@ struct TelescopeNeeds {
     MountQueries& queries;
     PollLoop& poll;
     AxisMotions& axisMotions;
+    GuidePulses& guidePulses;
     ClientConnections& connections;
     DeviceRegistration& registration;
     std::function<void()> setKingRateState;        ///< see `TrackingOperations`

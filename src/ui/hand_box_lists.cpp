@@ -32,7 +32,8 @@ std::span<const HandBoxPanel::CheckRow> HandBoxPanel::CheckRows() {
         {&frmHandBox::chkEnableKingRate, setting::chkEnableKingRate, &HandBoxPanel::OnKingRateChange},
         {&frmHandBox::chkEnableMountTracking, setting::chkEnableMountTracking},
         {&frmHandBox::chkKeepMountTimeSyncedToPcTime, setting::chkKeepMountTimeSyncedToPcTime},
-        {&frmHandBox::chkSynchronousPulseGuide, setting::chkSynchronousPulseGuide},
+        {&frmHandBox::chkSynchronousPulseGuide, setting::chkSynchronousPulseGuide,
+         &HandBoxPanel::OnSynchronousPulseChange},
         {&frmHandBox::chkUseRCAL, setting::chkUseRCAL},
         {&frmHandBox::chkCalcAzAlt, setting::chkCalcAzAlt},
         {&frmHandBox::chkCalcLST, setting::chkCalcLST},
@@ -193,6 +194,10 @@ void HandBoxPanel::EnableUserPark() {
     const bool used = handBox.cbxParkTo.Text() == kAltAz || handBox.cbxUnparkFrom.Text() == kAltAz;
     handBox.txtUserParkAlt.Enabled(used);
     handBox.txtUserParkAz.Enabled(used);
+}
+
+void HandBoxPanel::OnSynchronousPulseChange() {
+    state_.g_bSynchronousPulseGuide = needs_.handBox.chkSynchronousPulseGuide.Checked();
 }
 
 void HandBoxPanel::OnPriorityChange() {

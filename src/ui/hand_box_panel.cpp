@@ -204,14 +204,9 @@ void HandBoxPanel::SetUiGuideIndicator(std::int32_t direction, bool on) {
         Paint(*single[direction], colours);
         return;
     }
-    const bool northSouth = direction == kAllGuideMarks || direction % 2 == 0;
-    const bool eastWest = direction == kAllGuideMarks || direction % 2 != 0;
-    for (const std::size_t mark : {std::size_t{0}, std::size_t{1}}) {
-        if (northSouth) {
-            Paint(*single[mark], colours);
-        }
-        if (eastWest) {
-            Paint(*single[mark + 2], colours);
+    if (direction == kAllGuideMarks) {
+        for (Label* const mark : single) {
+            Paint(*mark, colours);
         }
     }
 }

@@ -168,6 +168,7 @@ private:
     std::int32_t StoredNumber(const SettingKey& key);
     void Keep(const SettingKey& key, std::string_view value);
     void EnableUserPark();
+    void OnSynchronousPulseChange();
     void OnPriorityChange();
 
     // hand_box_buttons.cpp

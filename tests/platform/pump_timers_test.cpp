@@ -173,5 +173,85 @@ TEST_P(PumpTimerTest, Timer_FiresAgainInsideItsOwnTick_WhenThatPumps) {
     EXPECT_EQ(Taken(), (Texts{"begin", "inner", "end"}));
 }
 
+// --- prompt timers --------------------------------------------------------------------------------------------------
+
+class PromptTimerTest : public PumpTest {
+protected:
+    std::unique_ptr<PumpTimer> Prompt(std::int32_t interval, std::function<void()> onTick) {
+        auto timer = pump_.CreatePromptTimer(std::move(onTick));
+        timer->SetInterval(interval);
+        timer->SetEnabled(true);
+        return timer;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Pump, PromptTimerTest, BothClocks(), NameOfClock);
+
+TEST_P(PromptTimerTest, Ticks_WhereAStopGetsIn_AfterTheStop) {
+    const auto timer = StartTimer(10, Notes("tick"));
+    const auto prompt = Prompt(10, Notes("prompt"));
+    PostNote("read", CallKind::Read);
+    PostNote("stop", CallKind::Stop);
+    PostNote("call");
+    pump_.PumpReads();
+    EXPECT_EQ(Taken(), Texts{"read"});
+    Advance(10);
+    pump_.PumpReads();
+    EXPECT_EQ(Taken(), Texts{}) << "a reply is awaited";
+    pump_.PumpStops();
+    EXPECT_EQ(Taken(), (Texts{"stop", "prompt"}));
+}
+
+TEST_P(PromptTimerTest, PumpPromptTicks_RunsNothingElse) {
+    const auto prompt = Prompt(10, Notes("prompt"));
+    PostNote("stop", CallKind::Stop);
+    PostNote("read", CallKind::Read);
+    pump_.PumpPromptTicks();
+    EXPECT_EQ(Taken(), Texts{});
+    Advance(10);
+    pump_.PumpPromptTicks();
+    EXPECT_EQ(Taken(), Texts{"prompt"});
+}
+
+TEST_P(PromptTimerTest, DueDuringACallOfAPump_TicksBeforeTheNextCall) {
+    const auto prompt = Prompt(10, Notes("prompt"));
+    pump_.Post(CallKind::Brief, [&] {
+        Note("first");
+        Advance(10);
+    });
+    PostNote("second");
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"first", "prompt", "second"}));
+}
+
+TEST_P(PromptTimerTest, Ticks_HoweverDeepCallsAreNested) {
+    int depth = 0;
+    const auto prompt = Prompt(10, Notes("prompt"));
+    std::function<void()> nest = [&] {
+        if (++depth < MessagePump::kMaxNesting) {
+            pump_.Post(CallKind::Brief, nest);
+            pump_.PumpMessages();
+        } else {
+            Advance(10);
+            pump_.PumpMessages();
+        }
+    };
+    pump_.Post(CallKind::Brief, nest);
+    pump_.PumpMessages();
+    EXPECT_EQ(depth, MessagePump::kMaxNesting);
+    EXPECT_EQ(Taken(), Texts{"prompt"});
+}
+
+TEST_P(PromptTimerTest, ATick_IsNoStopThatOvertakesCalls) {
+    const auto prompt = Prompt(10, Notes("prompt"));
+    pump_.Post(CallKind::Brief, [&] {
+        Advance(10);
+        pump_.PumpStops();
+        EXPECT_FALSE(pump_.OvertakenByStop());
+    });
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), Texts{"prompt"});
+}
+
 }  // namespace
 }  // namespace kestrane

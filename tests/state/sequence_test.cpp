@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -250,6 +252,86 @@ TEST_F(SequenceTest, WhatFollowsAProcedureThatWasEnded_IsItsOwn) {
     EXPECT_TRUE(
         Sequence::UntilStopped(mount, door, kEnding, [](Sequence& sequence) { sequence.CommandString(wire::GetDec); }));
     EXPECT_EQ(mount.sent, (Sent{"GR", "GD"}));
+}
+
+// --- ends of guide pulses -------------------------------------------------------------------------------------------
+
+class PulseEndDoor : public SequenceTest {
+protected:
+    /// A pulse whose end is due in so many milliseconds.
+    void PulseEndsIn(std::int32_t milliseconds) {
+        end_ = machine.pump.CreatePromptTimer([this] {
+            end_->SetEnabled(false);
+            door.ExpectPulseEnd(std::nullopt);
+            mount.sent.push_back("end");
+        });
+        end_->SetInterval(milliseconds);
+        end_->SetEnabled(true);
+        door.ExpectPulseEnd(machine.clock.GetTickCount() + milliseconds);
+    }
+    void QuestionsTake(std::int32_t milliseconds) {
+        mount.during = [this, milliseconds](const std::string& text) {
+            if (text == "GR") {
+                machine.clock.Sleep(milliseconds);
+            }
+        };
+        for (int i = 0; i < 30; ++i) {
+            Sequence(mount, door, procedure::Picture).CommandStringInternal(wire::GetRa);
+        }
+        mount.sent.clear();
+    }
+    std::int32_t Asked(const CompletingProcedure& procedure) {
+        const Tick before = machine.clock.GetTickCount();
+        mount.during = [this, before](const std::string& text) {
+            if (text == "GR") {
+                askedAfterMs_ = machine.clock.GetTickCount() - before;
+            }
+        };
+        Sequence(mount, door, procedure).CommandStringInternal(wire::GetRa);
+        return askedAfterMs_;
+    }
+
+private:
+    std::unique_ptr<PumpTimer> end_;
+    std::int32_t askedAfterMs_ = -1;
+};
+
+TEST_F(PulseEndDoor, AQuestionOfThePoll_WaitsForAnEndThatWouldWaitForIt) {
+    QuestionsTake(100);
+    PulseEndsIn(90);
+    EXPECT_EQ(Asked(procedure::Picture), 90);
+    EXPECT_EQ(mount.sent, (Sent{"end", "GR"}));
+}
+
+TEST_F(PulseEndDoor, AQuestionThatIsDoneBefore_DoesNotWait) {
+    QuestionsTake(100);
+    PulseEndsIn(120);
+    EXPECT_EQ(Asked(procedure::Picture), 0);
+}
+
+TEST_F(PulseEndDoor, ASlowLine_KeepsAQuestionForThreeTenthsOfASecond) {
+    QuestionsTake(2'000);
+    PulseEndsIn(310);
+    EXPECT_EQ(Asked(procedure::Picture), 0);
+    PulseEndsIn(250);
+    EXPECT_EQ(Asked(procedure::Picture), 250);
+}
+
+TEST_F(PulseEndDoor, OtherProcedures_DoNotWait) {
+    QuestionsTake(100);
+    PulseEndsIn(50);
+    EXPECT_EQ(Asked(procedure::Question), 0);
+    EXPECT_EQ(Asked(procedure::SetTime), 0);
+}
+
+TEST_F(SequenceTest, LetStopInNow_LeavesNoDoorBeforeTheNextExchange) {
+    Sequence sequence(mount, door, kOpen);
+    sequence.LetStopInNow();
+    machine.pump.Post(CallKind::Stop, [this] { RunStop(); });
+    sequence.CommandBlindLight(wire::MoveNorth, "250");
+    EXPECT_EQ(mount.sent, (Sent{"Mn250"}));
+    sequence.CommandBlindLight(wire::StopNorth);
+    EXPECT_EQ(mount.sent, (Sent{"Mn250", "stop", "Q", "Qn"}));
 }
 
 }  // namespace

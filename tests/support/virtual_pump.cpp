@@ -61,6 +61,10 @@ std::unique_ptr<PumpTimer> VirtualPump::CreateTimer(std::function<void()> onTick
     return engine_.CreateTimer(std::move(onTick));
 }
 
+std::unique_ptr<PumpTimer> VirtualPump::CreatePromptTimer(std::function<void()> onTick) {
+    return engine_.CreatePromptTimer(std::move(onTick));
+}
+
 void VirtualPump::AdvanceTime(std::int64_t milliseconds) {
     assert(milliseconds >= 0);
     engine_.RunUntil(time_.Now() + std::chrono::milliseconds(milliseconds));

@@ -44,8 +44,10 @@ public:
     void PumpMessages() override;
     void PumpBriefly(std::int32_t milliseconds) override;
     void PumpStops() override { engine_.PumpStops(); }
+    void PumpPromptTicks() override { engine_.PumpPromptTicks(); }
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override;
+    std::unique_ptr<PumpTimer> CreatePromptTimer(std::function<void()> onTick) override;
 
     /// The outermost loop for `milliseconds`: runs everything that becomes due on the way, at its due time, or directly
     /// after another call that held it up. Not for use inside a call.

@@ -142,13 +142,13 @@ TEST_F(HandBoxDisplay, SetMeridianDelayUI_SaysTheValueInTheLog) {
     EXPECT_EQ(HandBox().frameMeridianDelay.Caption(), "Meridian Delay: Disabled");
 }
 
-TEST_F(HandBoxDisplay, GuideIndicator_LightsOneOrAPair) {
+TEST_F(HandBoxDisplay, GuideIndicator_LightsOneOrAllFour) {
     struct Row {
         std::int32_t direction;
         std::vector<std::string> lit;
     };
     const Row rows[] = {
-        {0, {"N"}}, {1, {"S"}}, {2, {"E"}}, {3, {"W"}}, {4, {"N", "S"}}, {5, {"E", "W"}}, {-1, {"N", "S", "E", "W"}},
+        {0, {"N"}}, {1, {"S"}}, {2, {"E"}}, {3, {"W"}}, {4, {}}, {5, {}}, {-2, {}}, {-1, {"N", "S", "E", "W"}},
     };
     for (const Row& row : rows) {
         driver->panel.SetUiGuideIndicator(row.direction, true);

@@ -47,4 +47,8 @@ void Waits::PumpStops() {
     pump_.PumpStops();
 }
 
+void Waits::PumpPromptTicks() {
+    pump_.PumpPromptTicks();
+}
+
 }  // namespace kestrane

@@ -26,6 +26,9 @@ public:
     void PumpBriefly();
     /// Lets stops and cached reads in, and nothing else. For use between two exchanges of one procedure.
     void PumpStops();
+    /// Runs the prompt ticks that are due, and nothing else: see `MessagePump`.
+    void PumpPromptTicks();
+    Tick GetTickCount() const { return clock_.GetTickCount(); }
     /// Whether a stop has run that was asked for after the call that is running: see `MessagePump`.
     bool OvertakenByStop() const { return pump_.OvertakenByStop(); }
 

@@ -21,11 +21,15 @@ public:
     void PumpMessages() override { engine_.PumpMessages(); }
     void PumpBriefly(std::int32_t milliseconds) override { engine_.PumpBriefly(milliseconds); }
     void PumpStops() override { engine_.PumpStops(); }
+    void PumpPromptTicks() override { engine_.PumpPromptTicks(); }
     /// Runs the cached reads that wait: for what the logic thread waits in.
     void PumpReads() { engine_.PumpReads(); }
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()> onTick) override {
         return engine_.CreateTimer(std::move(onTick));
+    }
+    std::unique_ptr<PumpTimer> CreatePromptTimer(std::function<void()> onTick) override {
+        return engine_.CreatePromptTimer(std::move(onTick));
     }
 
     /// The outermost loop, until `Quit`: see `PumpEngine`.

@@ -115,6 +115,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     }
     if (degreesPerSecond == 0.0) {
         NoteMotionStops();
+        needs_.guidePulses.EndOnAxis(axis);
     }
     needs_.motion.AxisTakesOver();
     if (!exists) {

@@ -10,9 +10,9 @@ namespace {
 
 constexpr double kShortSlewDegrees = 1.0;
 constexpr double kDegreesPerHour = 15.0;
-constexpr double kFarHourAngle = 6.0;  // hours
-constexpr double kNearLeg = 0.5;       // hours from the meridian
-constexpr double kFarLeg = 12.5;       // hours from the meridian
+constexpr double kLongWayHourAngle = 6.0;  // hours
+constexpr double kNearLeg = 0.5;           // hours from the meridian
+constexpr double kFarLeg = 12.5;           // hours from the meridian
 
 }  // namespace
 
@@ -24,10 +24,10 @@ bool IsShortSlew(double currentRa, double currentDec, double finalRa, double fin
 
 std::optional<double> IntermediateRa(std::int16_t sideOfPier, double hourAngle, double siderealTime) {
     if (sideOfPier == pier_side::East && hourAngle < 0.0) {
-        return NormalizeHours(hourAngle <= -kFarHourAngle ? siderealTime + kFarLeg : siderealTime - kNearLeg);
+        return NormalizeHours(hourAngle <= -kLongWayHourAngle ? siderealTime + kFarLeg : siderealTime - kNearLeg);
     }
     if (sideOfPier == pier_side::West && hourAngle > 0.0) {
-        return NormalizeHours(hourAngle < kFarHourAngle ? siderealTime + kNearLeg : siderealTime - kFarLeg);
+        return NormalizeHours(hourAngle < kLongWayHourAngle ? siderealTime + kNearLeg : siderealTime - kFarLeg);
     }
     return std::nullopt;
 }

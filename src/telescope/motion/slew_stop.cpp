@@ -29,12 +29,12 @@ void Telescope::AbortSlew() {
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("ASCOM");
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
-        steps.StopMotion("ASCOM", StopPair::IfMoving);
+        steps.StopMotion("ASCOM", needs_.guidePulses.MayMove() ? StopPair::Always : StopPair::IfMoving);
     } else if (state_.g_bTracking) {
         TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back on
                                                 // the sidereal rate
-    } else if (state_.g_bGotoSent) {
-        // A goto whose end nobody has seen may still be under way, and nothing but this stop would end it.
+    } else if (state_.g_bGotoSent || needs_.guidePulses.MayMove()) {
+        // A goto whose end nobody has seen may still be under way, and nothing but this stop would end it now.
         steps.StopMotion("ASCOM", StopPair::Always);
     }
 }

@@ -28,12 +28,12 @@ void CommandTape::Note(std::int64_t ms, std::string_view bytes) {
     }
 }
 
-std::string CommandTape::Join(std::size_t from, bool motionOnly, bool timed) const {
+std::string CommandTape::Join(std::size_t from, bool motionOnly, bool timed, std::int64_t since) const {
     std::string text;
     for (std::size_t i = from; i < commands_.size(); ++i) {
         if (!motionOnly || !IsQuestion(commands_[i].text)) {
             text += text.empty() ? "" : " ";
-            text += timed ? std::to_string(commands_[i].ms - commands_.front().ms) + ":" : "";
+            text += timed ? std::to_string(commands_[i].ms - since) + ":" : "";
             text += commands_[i].text;
         }
     }

@@ -29,15 +29,17 @@ public:
     std::string All(std::size_t from = 0) const { return Join(from, false, false); }
     /// The same without the questions of the poll: what can move the mount or tells it where to.
     std::string Motion(std::size_t from = 0) const { return Join(from, true, false); }
+    /// The same, each after the milliseconds from a time on.
+    std::string TimedMotion(std::int64_t since) const { return Join(0, true, true, since); }
     /// All commands, each after the milliseconds from the first one.
-    std::string Timed() const { return Join(0, false, true); }
+    std::string Timed() const { return Join(0, false, true, commands_.front().ms); }
 
 private:
     struct Command {
         std::int64_t ms;
         std::string text;
     };
-    std::string Join(std::size_t from, bool motionOnly, bool timed) const;
+    std::string Join(std::size_t from, bool motionOnly, bool timed, std::int64_t since = 0) const;
 
     std::string pending_;
     std::vector<Command> commands_;

@@ -29,11 +29,14 @@ public:
     }
     void PumpBriefly(std::int32_t) override { ++pumps; }
     void PumpStops() override { ++stopPumps; }
+    void PumpPromptTicks() override { ++promptPumps; }
     bool OvertakenByStop() const override { return false; }
     std::unique_ptr<PumpTimer> CreateTimer(std::function<void()>) override { return nullptr; }
+    std::unique_ptr<PumpTimer> CreatePromptTimer(std::function<void()>) override { return nullptr; }
 
     int pumps = 0;
     int stopPumps = 0;
+    int promptPumps = 0;
     std::int32_t pumpTakesMs = 0;
     std::vector<std::int32_t> jumps;  ///< by how much the ticks jump at the first pumps
 

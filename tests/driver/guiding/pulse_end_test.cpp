@@ -1,0 +1,318 @@
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "driver/guiding/guiding_fixture.h"
+#include "kernel/base/conversions.h"
+#include "simulator/misbehaviours.h"
+
+/// The end of a pulse: at its time, whatever else the driver does, or by a stop.
+namespace kestrane {
+namespace {
+
+class PulseEndTest : public GuidingTest {};
+
+std::vector<std::string> Split(const std::string& text, char at) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, at);) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+// --- at its time ----------------------------------------------------------------------------------------------------
+
+TEST_F(PulseEndTest, ALongPulseInsideAShortSynchronousOne_DoesNotStretchIt) {
+    ConnectTo(kUntimed, {{"chkSynchronousPulseGuide", "1"}});
+    Begin();
+    GuideAt(0, 0, 200);
+    GuideAt(50, 2, 5'000);
+    machine.AdvanceTime(6'000);
+    EXPECT_EQ(Wire(), "0:RG2 20:Mn 120:RG2 140:Me 220:Qn 5140:Qe");
+    EXPECT_EQ(returnedMs, 5'140);
+}
+
+TEST_F(PulseEndTest, APulseOfTheSameAxisInsideASynchronousOne_TakesItsPlace) {
+    ConnectTo(kUntimed, {{"chkSynchronousPulseGuide", "1"}});
+    Begin();
+    GuideAt(0, 0, 3'000);
+    GuideAt(50, 0, 500);
+    machine.AdvanceTime(6'000);
+    EXPECT_EQ(Wire(), "0:RG2 20:Mn 120:Q 120:RG2 140:Mn 640:Qn");
+    EXPECT_EQ(Flags(), "");
+    EXPECT_EQ(returnedMs, 640);  // of both
+}
+
+TEST_F(PulseEndTest, UnderALongCall_TheEndGoesOutAtItsTime) {
+    ConnectTo(kUntimed);
+    const double ra = NormalizeHours(telescope->SiderealTime() - 3.0);
+    Begin();
+    machine.pump.PostAt(startMs, CallKind::WaitsLong, [&] { telescope->SlewToCoordinates(ra, 20.0); });
+    GuideAt(3'000, 2, 733);
+    machine.AdvanceTime(3'000 + 900);
+    const std::string wire = Wire();
+    const std::size_t move = wire.find(":Me");
+    ASSERT_NE(move, std::string::npos) << wire;
+    const int begun = std::stoi(wire.substr(wire.rfind(' ', move) + 1));
+    EXPECT_NE(wire.find(std::to_string(begun + 733) + ":Qe"), std::string::npos) << wire;
+    EXPECT_TRUE(WaitForEnd());
+}
+
+TEST_F(PulseEndTest, UnderReadsThatFollowEachOther_TheEndGoesOutAtItsTime) {
+    ConnectTo(kUntimed);
+    TelescopeObject other = driver->CreateTelescope();
+    Begin();
+    GuideAt(0, 2, 1'003);
+    for (std::int64_t ms = 0; ms < 3'000; ms += 25) {
+        machine.pump.PostAt(startMs + ms, CallKind::Brief, [&] { other->IsPulseGuiding(); });
+    }
+    machine.AdvanceTime(4'000);
+    EXPECT_EQ(Wire(), "0:RG2 20:Me 1023:Qe");
+}
+
+TEST_F(PulseEndTest, ThePollBeginsNoQuestionThatTheEndWouldWaitFor) {
+    ConnectTo(kUntimed);
+    mount->Add(std::make_unique<AnswersLate>("", 120));
+    machine.AdvanceTime(10'000);
+    for (std::int32_t duration = 400; duration < 2'400; duration += 37) {
+        const std::string wire = WireOf(2, duration, duration + 1'000);
+        const int begun = std::stoi(wire.substr(wire.find(' ') + 1));
+        const std::size_t end = wire.find(std::to_string(begun + duration) + ":Qe");
+        EXPECT_NE(end, std::string::npos) << duration << ": " << wire;
+    }
+}
+
+TEST_F(PulseEndTest, BetweenTheTriesOfAQuestion_TheEndGoesOut) {
+    ExpectSwallow("CommandString");
+    ConnectTo(kUntimed);
+    Begin();
+    GuideAt(0, 0, 300);
+    machine.AdvanceTime(100);
+    mount->Add(std::make_unique<DropsReply>("GA", 3));
+    machine.pump.Post(CallKind::Brief, [&] { telescope->Altitude(); });  // three tries of 500 ms each
+    machine.AdvanceTime(3'000);
+    EXPECT_EQ(Wire(), "0:RG2 20:Mn 600:Qn 650:# 1711:# 2732:#") << Tape().Timed();
+}
+
+// --- by a stop ------------------------------------------------------------------------------------------------------
+
+struct StopRow {
+    std::string name;
+    std::function<void(Driver&, Telescope&)> stop;
+    friend void PrintTo(const StopRow& row, std::ostream* out) { *out << row.name; }
+};
+
+struct PulseKind {
+    std::string_view firmware;
+    bool synchronous;
+};
+
+class PulseStopTest : public GuidingTest, public testing::WithParamInterface<StopRow> {};
+
+TEST_P(PulseStopTest, EndsThePulse_ItsTimerAndItsFlag_AndASynchronousOneReturns) {
+    for (const PulseKind kind : {PulseKind{kUntimed, false}, PulseKind{kLongTimed, false}, PulseKind{kUntimed, true},
+                                 PulseKind{kLongTimed, true}}) {
+        for (const bool tracks : {true, false}) {
+            SCOPED_TRACE(std::string(kind.firmware) + (kind.synchronous ? " sync" : " async") + (tracks ? "" : " off"));
+            EndTheDriver();
+            ConnectTo(kind.firmware, {{"chkSynchronousPulseGuide", kind.synchronous ? "1" : "0"}});
+            telescope->Tracking(tracks);
+            machine.AdvanceTime(1'000);
+            Begin();
+            returnedMs = -1;
+            std::int64_t stoppedMs = 0;
+            GuideAt(0, 0, 30'000);
+            StopAt(1'030, [&] {
+                EXPECT_EQ(Flags(), "N");
+                EXPECT_NE(mount->Picture().polarSpeed, 0.0);
+                GetParam().stop(*driver, *telescope);
+                stoppedMs = machine.clock.Elapsed() - startMs;
+            });
+            machine.AdvanceTime(4'000);
+            EXPECT_EQ(Flags(), "");
+            EXPECT_FALSE(AnyTimerRuns());
+            EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+            EXPECT_GE(returnedMs, 0);
+            EXPECT_LE(returnedMs, stoppedMs + 50);
+            const std::string wire = Wire();
+            machine.AdvanceTime(40'000);
+            EXPECT_EQ(Wire(), wire);  // nothing comes later
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Stops, PulseStopTest,
+    testing::Values(StopRow{"a client's abort", [](Driver&, Telescope& client) { client.AbortSlew(); }},
+                    StopRow{"the window", [](Driver& driver, Telescope&) { driver.panel.AbortSlew(); }},
+                    StopRow{"a write of the tracking", [](Driver&, Telescope& client) { client.Tracking(false); }},
+                    StopRow{"a write of the rate", [](Driver&, Telescope& client) { client.TrackingRate(0); }},
+                    StopRow{"a client's text", [](Driver&, Telescope& client) { client.CommandBlind("Q", false); }},
+                    StopRow{"the end of an axis", [](Driver&, Telescope& client) { client.MoveAxis(1, 0.0); }}));
+
+TEST_F(PulseEndTest, AStopBeforeTheMove_LeavesNothingBehind) {
+    ConnectTo(kUntimed);
+    for (const bool tracks : {true, false}) {
+        for (const std::int64_t ms : {5, 15}) {
+            telescope->Tracking(tracks);
+            machine.AdvanceTime(1'000);
+            Begin();
+            GuideAt(0, 0, 30'000);
+            StopAt(ms, [&] { telescope->AbortSlew(); });
+            machine.AdvanceTime(2'000);
+            EXPECT_EQ(Wire().find("Mn"), std::string::npos) << Wire();
+            EXPECT_EQ(Flags(), "");
+            EXPECT_FALSE(AnyTimerRuns());
+        }
+        Begin();
+        GuideAt(0, 0, 30'000);
+        StopAt(15, [&] { telescope->Tracking(false); });
+        machine.AdvanceTime(2'000);
+        EXPECT_EQ(Wire().find("Mn"), std::string::npos) << Wire();
+        EXPECT_EQ(Flags(), "");
+    }
+}
+
+TEST_F(PulseEndTest, APulseThatAStopHasOvertaken_DoesNotBegin) {
+    ConnectTo(kUntimed);
+    Begin();
+    machine.pump.Post(CallKind::WaitsLong, [&] { telescope->PulseGuide(0, 500); });
+    machine.pump.Post(CallKind::Stop, [&] { telescope->AbortSlew(); });
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(Wire().find("Mn"), std::string::npos) << Wire();
+    EXPECT_EQ(Wire().find("RG"), std::string::npos) << Wire();
+}
+
+TEST_F(PulseEndTest, TheEndOfAnAxis_LeavesThePulseOfTheOtherAxis) {
+    ConnectTo(kBrieflyTimed);
+    Begin();
+    GuideAt(0, 2, 2'000);
+    StopAt(500, [&] { telescope->MoveAxis(1, 0.0); });
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(Flags(), "E");
+    machine.AdvanceTime(2'000);
+    EXPECT_EQ(Flags(), "");
+}
+
+TEST_F(PulseEndTest, TheEndOfTheProcess_EndsOpenPulses_AndLeavesASlew) {
+    for (const bool bySignal : {true, false}) {
+        SCOPED_TRACE(bySignal);
+        EndTheDriver();
+        ConnectTo(kUntimed);
+        Begin();
+        GuideAt(0, 0, 30'000);
+        GuideAt(100, 3, 30'000);
+        machine.AdvanceTime(500);
+        if (bySignal) {
+            StopAt(600, [&] { driver->EndOnRequest(); });
+            machine.AdvanceTime(200);
+        } else {
+            telescope.reset();
+        }
+        EXPECT_EQ(Tape().Motion(), "RG2 Mn RG2 Mw Qn Qw");
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    }
+}
+
+TEST_F(PulseEndTest, AnEndThatTheSilentLineSwallowed_GoesOutWhenTheMountAnswersAgain) {
+    ExpectSwallow("CommandString");
+    ExpectSwallow("CommandBlind");
+    ConnectTo(kUntimed);
+    Begin();
+    GuideAt(0, 0, 20'000);
+    machine.AdvanceTime(1'000);
+    mount->SetLineDead(true);
+    machine.AdvanceTime(30'000);
+    EXPECT_EQ(Flags(), "");
+    EXPECT_NE(mount->Picture().polarSpeed, 0.0);
+    EXPECT_TRUE(Logged("The mount may not have heard the end of a pulse."));
+    mount->SetLineDead(false);
+    machine.AdvanceTime(15'000);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_TRUE(Logged("The end of a pulse went out again"));
+    Begin();
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(Wire(), "");
+}
+
+TEST_F(PulseEndTest, AfterAnOpenPulse_NothingCountsAsAMoveWithoutAnEnd) {
+    ConnectTo(kUntimed);
+    WireOf(0, 500, 1'000);
+    EXPECT_FALSE(driver->state.g_bMoveSent);
+    telescope->CommandBlind("Mn", false);
+    EXPECT_TRUE(driver->state.g_bMoveSent);
+    WireOf(2, 500, 1'000);
+    EXPECT_TRUE(driver->state.g_bMoveSent);
+}
+
+// --- many -----------------------------------------------------------------------------------------------------------
+
+TEST_F(PulseEndTest, TwoThousandPulses_TheJournalIsTheWire) {
+    for (const std::string_view firmware : {kUntimed, kLongTimed}) {
+        SCOPED_TRACE(firmware);
+        EndTheDriver();
+        ConnectTo(firmware);
+        TelescopeObject guider = driver->CreateTelescope();
+        driver->journal.ResetEvents();
+        const std::int64_t resetMs = machine.clock.Elapsed();
+        Begin();
+        std::string journal;
+        std::string index = "0";
+        const auto readOn = [&] {
+            const std::string answer = driver->journal.PulseGuideEvents(index);
+            const std::vector<std::string> fields = Split(answer, ',');
+            for (std::size_t i = 4; i + 4 <= fields.size() - 1; i += 4) {
+                journal += fields[i] + ":" + fields[i + 2] + ":" + fields[i + 3] + " ";
+            }
+            index = fields.back() == "1000" ? "0" : fields.back();
+        };
+        std::uint32_t random = 12'345;
+        for (int i = 0; i < 2'000; ++i) {
+            random = random * 1'664'525U + 1'013'904'223U;
+            const auto direction = static_cast<std::int32_t>(random >> 30U);
+            const auto duration = static_cast<std::int32_t>(20 + (random >> 8U) % 480);
+            guider->PulseGuide(direction, duration);
+            const std::int64_t begun = machine.clock.Elapsed();
+            for (int reads = 0; reads < 40; ++reads) {
+                guider->IsPulseGuiding();
+                machine.AdvanceTime(25);
+            }
+            EXPECT_GE(machine.clock.Elapsed(), begun + 500);
+            EXPECT_EQ(Flags(), "");
+            if (i % 100 == 99) {
+                readOn();
+            }
+        }
+        // What the wire says: of each move its time, less the pause before it, its direction and its duration.
+        std::string seen;
+        std::string last;
+        for (const std::string& command : Split(Tape().TimedMotion(resetMs), ' ')) {
+            const std::vector<std::string> parts = Split(command, ':');
+            const std::string& text = parts[1];
+            const auto codeOf = [](char letter) {
+                return letter == 'e' ? 1 : letter == 'w' ? 2 : letter == 'n' ? 3 : 4;
+            };
+            if (text[0] == 'M' && text.size() > 2) {
+                seen += std::to_string(std::stol(parts[0]) - 10) + ":" + text.substr(2) + ":" +
+                        std::to_string(codeOf(text[1])) + " ";
+            } else if (text[0] == 'M') {
+                last = parts[0];
+            } else if (text[0] == 'Q') {
+                ASSERT_EQ(text.size(), 2U);
+                seen += std::to_string(std::stol(last) - 10) + ":" +
+                        std::to_string(std::stol(parts[0]) - std::stol(last)) + ":" + std::to_string(codeOf(text[1])) +
+                        " ";
+            }
+        }
+        EXPECT_EQ(std::ranges::count(journal, ' '), 2'000);
+        EXPECT_EQ(journal, seen);
+    }
+}
+
+}  // namespace
+}  // namespace kestrane
