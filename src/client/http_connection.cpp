@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <utility>
@@ -79,21 +80,23 @@ private:
         stream_->socket().set_option(asio::ip::tcp::no_delay(true), error);
     }
 
-    HttpReply Exchange(const Request& request, error_code& error) {
-        http::request<http::string_body> message(request.verb == Verb::Get ? http::verb::get : http::verb::put,
-                                                 request.target, 11);
-        message.set(http::field::host, host_ + ":" + port_);
-        message.set(http::field::user_agent, "kestrane-client");
-        message.set(http::field::accept, "application/json");
+    /// The request as it goes over the line.
+    std::string Message(const Request& request) const {
+        std::string message = (request.verb == Verb::Get ? "GET " : "PUT ") + request.target + " HTTP/1.1\r\n" +
+                              "Host: " + host_ + ":" + port_ + "\r\n" + "User-Agent: kestrane-client\r\n" +
+                              "Accept: application/json\r\n";
         if (request.verb == Verb::Put) {
-            message.set(http::field::content_type, "application/x-www-form-urlencoded");
-            message.body() = request.form;
+            message += "Content-Type: application/x-www-form-urlencoded\r\n";
+            message += "Content-Length: " + std::to_string(request.form.size()) + "\r\n";
         }
-        message.prepare_payload();
+        return message + "\r\n" + (request.verb == Verb::Put ? request.form : "");
+    }
 
+    HttpReply Exchange(const Request& request, error_code& error) {
+        const std::string message = Message(request);
         anyByteCame_ = false;
         stream_->expires_after(request.limit);
-        error = Await(request, [&](auto done) { http::async_write(*stream_, message, done); });
+        error = Await(request, [&](auto done) { asio::async_write(*stream_, asio::buffer(message), done); });
         if (error) {
             return {};
         }
