@@ -6,6 +6,10 @@
 # ctest starts a process for each single test. There are thousands of them, and a sanitized process is slow to start.
 # Without "-C Whole" these tests do not exist. A program whose tests mostly wait sets KESTRANE_TESTS_WAIT and is left
 # out: its tests run better one by one, many at a time.
+#
+# A program has a share for each 16 files, or as many as KESTRANE_TEST_SHARES says; those with most shares start first, so
+# that all processors are busy until the end.
+define_property(TARGET PROPERTY KESTRANE_TEST_SHARES BRIEF_DOCS "In how many parts the tests of this program are run")
 define_property(TARGET PROPERTY KESTRANE_TESTS_WAIT BRIEF_DOCS "Whether the tests of this program mostly wait for others")
 
 set(KESTRANE_FILES_OF_A_SHARE 16)
@@ -20,14 +24,17 @@ function(kestrane_whole_programs folder)
     endif()
     get_target_property(sources ${target} SOURCES)
     get_target_property(working_folder ${target} BINARY_DIR)
-    list(LENGTH sources shares)
-    math(EXPR last_share "(${shares} - 1) / ${KESTRANE_FILES_OF_A_SHARE}")
-    math(EXPR shares "${last_share} + 1")
+    get_target_property(shares ${target} KESTRANE_TEST_SHARES)
+    if(NOT shares)
+      list(LENGTH sources shares)
+      math(EXPR shares "(${shares} - 1) / ${KESTRANE_FILES_OF_A_SHARE} + 1")
+    endif()
+    math(EXPR last_share "${shares} - 1")
     foreach(share RANGE ${last_share})
       set(test Whole.${target}_${share})
       add_test(NAME ${test} CONFIGURATIONS Whole WORKING_DIRECTORY ${working_folder}
                COMMAND ${target} --gtest_brief=1)
-      set_tests_properties(${test} PROPERTIES TIMEOUT 900 LABELS whole
+      set_tests_properties(${test} PROPERTIES TIMEOUT 900 COST ${shares} LABELS whole
         ENVIRONMENT "GTEST_TOTAL_SHARDS=${shares};GTEST_SHARD_INDEX=${share}")
     endforeach()
   endforeach()
