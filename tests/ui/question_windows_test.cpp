@@ -180,21 +180,24 @@ TEST_F(QuestionWindowsTest, Park_ThatWillGoEastFirst_SaysSo) {
     Start();
     driver->state.g_nSideOfPier = pier_side::West;
     frmAskPark& form = Window().askPark;
-    for (const auto& [hourAngle, text] :
-         {std::pair{2.0, "WARNING: Mount will slew EAST in RA 3.5 Hours before parking..."}, {7.0, ""}}) {
-        driver->state.g_dHourAngle = hourAngle;
+    struct Row {
+        double hourAngle;
+        const char* text;
+    };
+    for (const Row& row : {Row{2.0, "WARNING: Mount will slew EAST in RA 3.5 Hours before parking..."}, Row{7.0, ""}}) {
+        driver->state.g_dHourAngle = row.hourAngle;
         bool shown = false;
         WithPerson<Index>(
             form,
             [&] {
-                EXPECT_EQ(form.lblEastSlewWarning.Text(), text);
+                EXPECT_EQ(form.lblEastSlewWarning.Text(), row.text);
                 const bool before = form.lblEastSlewWarning.Visible();
                 driver->waits.WaitForMilliseconds(form.tmrWarning.Interval());
                 shown = before || form.lblEastSlewWarning.Visible();
                 form.btnCancel.FireClick();
             },
             [&] { return Ask().AskPark(); });
-        EXPECT_EQ(shown, hourAngle == 2.0) << "it blinks";
+        EXPECT_EQ(shown, row.hourAngle == 2.0) << "it blinks";
     }
 }
 
