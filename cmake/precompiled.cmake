@@ -72,7 +72,7 @@ function(kestrane_precompile folder)
     kestrane_precompiled_kind(${name} "${kind}" "${needed}")
     target_precompile_headers(${target} REUSE_FROM ${name})
     # What tests run thousands of times is optimised a little: all of src, but for what talks to a network. That mostly
-    # waits, and its templates take three times as long to compile when they are optimised.
+    # waits, and its templates take much longer to compile when they are optimised.
     if(NOT "TEST" IN_LIST kind AND NOT "BOOST" IN_LIST kind)
       target_compile_options(${target} PRIVATE ${KESTRANE_PCH_OPTIMISED})
     endif()

@@ -7,7 +7,7 @@ target_compile_options(kestrane_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wsuggest-override -Woverloaded-virtual
   -Wnon-virtual-dtor -Wold-style-cast -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # The second line: GCC tidies its memory when it has grown to 400 MB, and not at each 128 MB; a sixth of its time for a
+  # The second line: GCC tidies its memory when it has grown to 400 MB, and not at each 128 MB: a part of its time for a
   # unit of tests.
   target_compile_options(kestrane_flags INTERFACE -Wduplicated-cond -Wlogical-op
     --param=ggc-min-heapsize=400000 --param=ggc-min-expand=300)
