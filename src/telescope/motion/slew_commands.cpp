@@ -2,6 +2,7 @@
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/custom_rates.h"
 #include "telescope/target_texts.h"
