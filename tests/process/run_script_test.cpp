@@ -138,10 +138,11 @@ TEST_F(RunScript, SaysThatItTakesAnotherPort) {
     address.sin_family = AF_INET;
     address.sin_port = htons(11111);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    // Whether this succeeds or not, the port is taken then.
-    if (::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-        ::listen(taken, 1);
-    }
+    // Another test may have it for a moment. A program that has it for long does as well.
+    WaitUntil(kPatience, [&] {
+        return ::bind(taken, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
+               ::listen(taken, 1) == 0;
+    });
     const auto run = Start({});
     EXPECT_TRUE(WaitUntil(kPatience, [&] {
         return Says(*run, "Port 11111 is taken by another program: this one is served at port ");
