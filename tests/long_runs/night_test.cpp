@@ -6,9 +6,9 @@
 #include <random>
 
 #include "kernel/base/conversions.h"
-#include "long_runs/run_length.h"
 #include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
+#include "support/run_length.h"
 
 namespace kestrane {
 namespace {

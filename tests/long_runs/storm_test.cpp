@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "long_runs/run_length.h"
 #include "storms/storm_night.h"
+#include "support/run_length.h"
 
 namespace kestrane {
 namespace {

@@ -6,9 +6,9 @@
 #include <random>
 #include <sstream>
 
-#include "long_runs/run_length.h"
 #include "long_runs/slew_world.h"
 #include "simulator/geometry.h"
+#include "support/run_length.h"
 
 namespace kestrane {
 namespace {

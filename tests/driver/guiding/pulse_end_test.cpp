@@ -9,6 +9,7 @@
 #include "driver/guiding/guiding_fixture.h"
 #include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
+#include "support/run_length.h"
 
 /// The end of a pulse: at its time, whatever else the driver does, or by a stop.
 namespace kestrane {
@@ -253,6 +254,7 @@ TEST_F(PulseEndTest, AfterAnOpenPulse_NothingCountsAsAMoveWithoutAnEnd) {
 // --- many -----------------------------------------------------------------------------------------------------------
 
 TEST_F(PulseEndTest, TwoThousandPulses_TheJournalIsTheWire) {
+    const int pulses = RunLength(2'000);
     for (const std::string_view firmware : {kUntimed, kLongTimed}) {
         SCOPED_TRACE(firmware);
         EndTheDriver();
@@ -272,7 +274,7 @@ TEST_F(PulseEndTest, TwoThousandPulses_TheJournalIsTheWire) {
             index = fields.back() == "1000" ? "0" : fields.back();
         };
         std::uint32_t random = 12'345;
-        for (int i = 0; i < 2'000; ++i) {
+        for (int i = 0; i < pulses; ++i) {
             random = random * 1'664'525U + 1'013'904'223U;
             const auto direction = static_cast<std::int32_t>(random >> 30U);
             const auto duration = static_cast<std::int32_t>(20 + (random >> 8U) % 480);
@@ -309,7 +311,7 @@ TEST_F(PulseEndTest, TwoThousandPulses_TheJournalIsTheWire) {
                         " ";
             }
         }
-        EXPECT_EQ(std::ranges::count(journal, ' '), 2'000);
+        EXPECT_EQ(std::ranges::count(journal, ' '), pulses);
         EXPECT_EQ(journal, seen);
     }
 }
