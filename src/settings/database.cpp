@@ -336,7 +336,7 @@ bool Database::WriteValue(const KeyedTable& table, std::string_view property, st
 }
 
 bool Database::WriteOrKeep(KeptWrite write, const std::function<void()>& run) {
-    if (!everOpen_ && !lockedOut_) {  // nobody knows what the file holds, or whether there will be one
+    if (!everOpen_ && !lockedOut_ && kept_.empty()) {  // nobody knows what the file holds, or whether there will be one
         if (!std::exchange(dropSaid_, true)) {
             Say(LogLevel::Warning,
                 "The settings file could not be opened yet. Until then, changes of settings, sites and bookmarks are "

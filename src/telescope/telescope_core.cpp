@@ -109,9 +109,6 @@ std::string_view TelescopeCore::WhatMoves() const {
     if (needs_.axisMotions.AnyRuns() || state_.g_bAxisMotionBegun) {
         return "an axis runs";
     }
-    if (needs_.axisMotions.EndIsInDoubt() && state_.g_bGosActive) {
-        return "the mount has not reported that an axis has stopped";
-    }
     const bool guiding = state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast ||
                          state_.g_bGuidingWest || needs_.guidePulses.MayMove();
     return guiding ? "a guide pulse runs" : std::string_view{};
@@ -123,6 +120,9 @@ std::string_view TelescopeCore::WhyMountMayMove() const {
     }
     if (state_.g_bMoveSent) {
         return "a move without an end was sent";
+    }
+    if (needs_.axisMotions.EndIsInDoubt() && state_.g_bGosActive) {
+        return "the mount has not reported that an axis has stopped";
     }
     const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickMotionStopped;
     const bool justStopped = state_.g_bMotionStopped && elapsed >= 0 && elapsed < kUntilStandingMs;

@@ -85,8 +85,11 @@ std::optional<bool> AxisMotions::LostEnd(bool isCustomRate, const DriverState& s
         return std::nullopt;
     }
     DoubtedEnd& end = *doubtedEnd_;
-    if (!isCustomRate || end.slewsTaken != state.g_nSlewsTaken || end.repeats == kMostRepeatsOfAnEnd) {
+    if (!isCustomRate || end.slewsTaken != state.g_nSlewsTaken) {
         doubtedEnd_.reset();
+        return std::nullopt;
+    }
+    if (end.repeats == kMostRepeatsOfAnEnd) {
         return std::nullopt;
     }
     if (static_cast<std::int32_t>(state.g_nTrackingChoices - end.trackingChoices) > 0) {

@@ -523,6 +523,8 @@ TEST_F(AxisStopTest, EndThatTheMountNeverHears_IsSentAgainFiveTimes) {
     telescope->MoveAxis(0, 0.0);
     machine.AdvanceTime(60'000);
     EXPECT_EQ(TimesLogged(kEndSentAgain), 5);
+    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
+    EXPECT_TRUE(Logged("No calibration now: the mount has not reported that an axis has stopped"));
     EXPECT_EQ(driver->state.g_nDisplayedRate, displayed_rate::Custom) << "what the mount reports is shown then";
 }
 
