@@ -1,5 +1,6 @@
 #include "telescope/telescope_core.h"
 
+#include "catalogue/wire_commands.h"
 #include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -10,6 +11,7 @@ namespace {
 
 constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
 constexpr std::int32_t kYieldMs = 20;
+constexpr std::int32_t kStopSpacingMs = 20;
 
 }  // namespace
 
@@ -144,6 +146,13 @@ std::uint32_t TelescopeCore::NewSlewBegins(const MotionPermit& permit) {
 void TelescopeCore::NoteGotoTaken() {
     needs_.motion.GotoTaken();
     state_.g_tickLastGoto = driver_.clock.GetTickCount();
+}
+
+void TelescopeCore::SendStopPair() {
+    Sequence mount = Talk(procedure::StopPair);
+    mount.CommandBlind(wire::Stop);
+    driver_.waits.WaitForMilliseconds(kStopSpacingMs);
+    mount.CommandBlind(wire::Stop);
 }
 
 void TelescopeCore::LogSlewNotSent(std::string_view origin) {

@@ -107,6 +107,8 @@ public:
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();
+    /// Stops all that moves; tracking goes on.
+    void SendStopPair();
     /// For a slew that a stop has ended before its command went out.
     void LogSlewNotSent(std::string_view origin);
     /// No second leg of the slew under way is sent any more, nor its target again; logged where one waits.

@@ -14,9 +14,19 @@ namespace kestrane {
 namespace {
 
 constexpr int kMostRepeatsOfAnEnd = 5;
+constexpr std::int32_t kLookedAtAfterEndMs = 1600;  // a status that was asked for earlier leaves the rates alone
 
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
+}
+
+bool ChoosesTracking(AxisEnd end) {
+    return end == AxisEnd::TrackingOff || end == AxisEnd::TrackingOn;
+}
+
+/// `g_nTrackingChoices` once the end has gone out.
+std::uint32_t ChoicesAfter(AxisEnd end, const DriverState& state) {
+    return state.g_nTrackingChoices + (ChoosesTracking(end) ? 1 : 0);
 }
 
 class AxisSteps : TelescopeSteps {
@@ -33,7 +43,7 @@ public:
     void ClearRates();
     void PutBackTracking();
     void EndByTracking(bool tracked);
-    void NoteDoubtedEnd(bool tracked, std::uint32_t trackingChoices);
+    void NoteDoubtedEnd(AxisEnd end);
     bool StillRuns(std::int32_t axis) const;
     void StopSecondaryAxis();
 };
@@ -78,7 +88,37 @@ void AxisMotions::EndAll() {
     }
 }
 
-std::optional<bool> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
+bool AxisMotions::AxisBegins(const DriverState& state) {
+    const auto isOutdated = [&] {
+        return before_->counts.trackingChoices != state.g_nTrackingChoices ||
+               before_->counts.slewsTaken != state.g_nSlewsTaken || (!state.g_bGosActive && !AnyStillRuns());
+    };
+    if (!before_ || isOutdated()) {
+        before_ = {state.g_bTracking, {state.g_nTrackingChoices, state.g_nSlewsTaken}};
+    }
+    return before_->tracked;
+}
+
+void AxisMotions::EndIsDoubted(AxisEnd end, Tick sentAt, const DriverState& state) {
+    if (doubtedEnd_) {
+        TakeChoiceSince(*doubtedEnd_, state);
+        end = ChoosesTracking(end) ? end : std::max(end, doubtedEnd_->end);
+    }
+    doubtedEnd_ = {end, sentAt, ChoicesAfter(end, state), state.g_nSlewsTaken};
+}
+
+/// Somebody has chosen the tracking since: that is what the mount is to do then.
+void AxisMotions::TakeChoiceSince(DoubtedEnd& end, const DriverState& state) const {
+    if (static_cast<std::int32_t>(state.g_nTrackingChoices - end.trackingChoices) > 0) {
+        end.end = state.g_bTracking ? AxisEnd::TrackingOn : AxisEnd::TrackingOff;
+        end.trackingChoices = state.g_nTrackingChoices;
+    }
+}
+
+std::optional<AxisEnd> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
+    if (!isCustomRate && !AnyRuns()) {
+        before_.reset();
+    }
     const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
                        state.g_bGotoSent || state.g_bMoveSent;
     if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < 0) {
@@ -92,12 +132,10 @@ std::optional<bool> AxisMotions::LostEnd(bool isCustomRate, const DriverState& s
     if (end.repeats == kMostRepeatsOfAnEnd) {
         return std::nullopt;
     }
-    if (static_cast<std::int32_t>(state.g_nTrackingChoices - end.trackingChoices) > 0) {
-        end.tracked = state.g_bTracking;  // somebody has chosen it since
-    }
+    TakeChoiceSince(end, state);
     ++end.repeats;
-    end.trackingChoices = state.g_nTrackingChoices + 1;  // the repeat is one too
-    return end.tracked;
+    end.trackingChoices = ChoicesAfter(end.end, state);
+    return end.end;
 }
 
 void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
@@ -131,7 +169,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     if (axis == mount_axis::Primary) {
         steps.MovePrimaryAxis(degreesPerSecond);
     } else if (!steps.MoveSecondaryAxis(degreesPerSecond) && degreesPerSecond == 0.0) {
-        steps.NoteDoubtedEnd(state_.g_bTracking, state_.g_nTrackingChoices);
+        steps.NoteDoubtedEnd(AxisEnd::RateOfSecondary);
     }
     steps.ForgetEndedMotion();
 }
@@ -151,6 +189,7 @@ bool AxisSteps::MoveAxisComesTooLate(double degreesPerSecond) {
 
 /// False when the mount has not taken the rate, as far as that is known.
 bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
+    const bool trackedBefore = needs_.axisMotions.AxisBegins(state_);
     axes_.rates[mount_axis::Primary] = degreesPerSecond;
     // The mount counts from sidereal tracking: an axis that is at rest against the ground runs at minus one sidereal
     // rate.
@@ -171,7 +210,7 @@ bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
                                                               : MoveAxisTrackingState::TrackingWasDisabled;
     }
     if (isFirst || TrackingChosenSinceMoveAxis()) {
-        axes_.tracked = state_.g_bTracking;
+        axes_.tracked = trackedBefore;
     }
     axes_.counts[mount_axis::Primary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     return CustomRates(core_).SendCustomRate(wire::CustomRaRate, state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
@@ -179,6 +218,9 @@ bool AxisSteps::MovePrimaryAxis(double degreesPerSecond) {
 
 /// False when the mount has not taken the rate.
 bool AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
+    if (degreesPerSecond != 0.0) {
+        needs_.axisMotions.AxisBegins(state_);
+    }
     axes_.rates[mount_axis::Secondary] = degreesPerSecond;
     axes_.counts[mount_axis::Secondary] = {state_.g_nTrackingChoices, state_.g_nSlewsTaken};
     const double multiple = MultipleOfSidereal(degreesPerSecond);
@@ -231,15 +273,15 @@ void AxisSteps::PutBackTracking() {
 }
 
 void AxisSteps::EndByTracking(bool tracked) {
-    NoteDoubtedEnd(tracked, state_.g_nTrackingChoices + 1);
+    NoteDoubtedEnd(tracked ? AxisEnd::TrackingOn : AxisEnd::TrackingOff);
     telescope_.Tracking(tracked);
 }
 
-void AxisSteps::NoteDoubtedEnd(bool tracked, std::uint32_t trackingChoices) {
-    needs_.axisMotions.EndIsDoubted({.sentAt = driver_.clock.GetTickCount(),
-                                     .tracked = tracked,
-                                     .trackingChoices = trackingChoices,
-                                     .slewsTaken = state_.g_nSlewsTaken});
+/// The status is due early, since no calibration begins before the mount has reported that the axis stands.
+void AxisSteps::NoteDoubtedEnd(AxisEnd end) {
+    const Tick now = driver_.clock.GetTickCount();
+    needs_.axisMotions.EndIsDoubted(end, now, state_);
+    state_.g_tickLastGos = now + kLookedAtAfterEndMs - MountQueries::kSlowIntervalMs;
 }
 
 /// Stops these axes; returns the motion that the mount did not hear end.
@@ -278,8 +320,12 @@ void Telescope::StopOwnAxes(std::string_view reason) {
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
+    const bool isToStop = (primaryRuns || secondaryRuns) && !replaced;
+    if (isToStop && !(needs_.link && needs_.link->Connected())) {
+        return;  // it goes on in the mount, and is stopped once the line is open again
+    }
     AxisMotion left;
-    if ((primaryRuns || secondaryRuns) && !replaced && needs_.link && needs_.link->Connected()) {
+    if (isToStop) {
         driver_.log.LogMessage("MoveAxis", LogLevel::Warning, reason);
         NoteMotionStops();
         left = steps.Stop(primaryRuns, secondaryRuns);

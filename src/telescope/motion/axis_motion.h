@@ -22,6 +22,9 @@ enum class MoveAxisTrackingState : std::int16_t {
     TrackingWasEnabled = 2,
 };
 
+/// What ends the motion of an axis, the weakest first. A choice of the tracking stops both axes ahead of it.
+enum class AxisEnd { RateOfSecondary, StopPair, TrackingOff, TrackingOn };
+
 /// The state that the `MoveAxis` calls of one telescope object have left.
 struct AxisMotion {
     std::array<double, 2> rates{};  ///< degrees per second of axis 0 (primary) and 1 (secondary), as last given
@@ -34,7 +37,8 @@ struct AxisMotion {
         std::uint32_t slewsTaken = 0;
     };
     std::array<Counts, 2> counts{};
-    /// Whether the mount tracked at the last rate of the primary axis: a stop, and the end of the client, restore that.
+    /// Whether the mount tracked before the axes that run began: a stop, and the end of the client, restore that. A
+    /// mount at rest reports a custom rate, and so seems to track, as soon as one of its axes runs.
     bool tracked = false;
 
     bool Runs() const { return rates[mount_axis::Primary] != 0.0 || rates[mount_axis::Secondary] != 0.0; }
@@ -67,26 +71,40 @@ public:
     /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();
 
+    /// To be called before an axis begins. Returns whether the mount tracked before the first of those that run.
+    bool AxisBegins(const DriverState& state);
+
     /// What ends the motion of an axis goes out, and nobody hears whether the mount takes it. The end is in doubt until
     /// the mount reports another rate than a custom one, or until somebody chooses a custom rate or the mount accepts a
-    /// slew.
+    /// slew. Of two doubted ends the stronger one stays: it ends what the other was to end. To be called before a
+    /// choice of the tracking goes out, and after any other end.
+    void EndIsDoubted(AxisEnd end, Tick sentAt, const DriverState& state);
+    bool EndIsInDoubt() const { return doubtedEnd_.has_value(); }
+    /// The mount has taken the end after all.
+    void EndIsHeard() { doubtedEnd_.reset(); }
+    void CustomRateChosen() { doubtedEnd_.reset(); }
+    /// The mount's status text has come and reports a custom rate, or another. Returns the end that has to go out
+    /// again. That is five times at most, and never during another motion.
+    std::optional<AxisEnd> LostEnd(bool isCustomRate, const DriverState& state);
+
+private:
     struct DoubtedEnd {
+        AxisEnd end;
         Tick sentAt;
-        bool tracked = false;               ///< whether the mount is to track then
         std::uint32_t trackingChoices = 0;  ///< `g_nTrackingChoices` once the end has gone out
         std::uint32_t slewsTaken = 0;
         int repeats = 0;
     };
-    void EndIsDoubted(const DoubtedEnd& end) { doubtedEnd_ = end; }
-    bool EndIsInDoubt() const { return doubtedEnd_.has_value(); }
-    void CustomRateChosen() { doubtedEnd_.reset(); }
-    /// The mount's status text has come and reports a custom rate, or another. When the end of a motion has to go out
-    /// again, returns whether the mount is to track then. That is five times at most, and never during another motion.
-    std::optional<bool> LostEnd(bool isCustomRate, const DriverState& state);
 
-private:
+    struct Before {
+        bool tracked = false;
+        AxisMotion::Counts counts;
+    };
+    void TakeChoiceSince(DoubtedEnd& end, const DriverState& state) const;
+
     std::vector<Telescope*> objects_;
     std::optional<DoubtedEnd> doubtedEnd_;
+    std::optional<Before> before_;  ///< the first axis; kept until the mount reports that no axis runs any more
 };
 
 }  // namespace kestrane

@@ -5,8 +5,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kStopSpacingMs = 20;
-
 /// When the stop goes out to the mount.
 enum class StopPair { IfMoving, Always };
 
@@ -17,7 +15,6 @@ public:
     void StopMotion(std::string_view origin, StopPair pair);
     void ReinstateCustomRates();
     void StopAxes(std::string_view origin);
-    void SendStopPair();
 };
 
 }  // namespace
@@ -52,7 +49,7 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
     driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     if (pair == StopPair::Always || state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
-        SendStopPair();
+        core_.SendStopPair();
     }
     ReinstateCustomRates();
 }
@@ -62,19 +59,9 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
 void StopSteps::StopAxes(std::string_view origin) {
     driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
-    SendStopPair();
+    core_.SendStopPair();
     needs_.axisMotions.EndAll();
-    needs_.axisMotions.EndIsDoubted({.sentAt = driver_.clock.GetTickCount(),
-                                     .tracked = state_.g_bTracking,
-                                     .trackingChoices = state_.g_nTrackingChoices,
-                                     .slewsTaken = state_.g_nSlewsTaken});
-}
-
-void StopSteps::SendStopPair() {
-    Sequence mount = Talk(procedure::StopPair);
-    mount.CommandBlind(wire::Stop);
-    driver_.waits.WaitForMilliseconds(kStopSpacingMs);
-    mount.CommandBlind(wire::Stop);
+    needs_.axisMotions.EndIsDoubted(AxisEnd::StopPair, driver_.clock.GetTickCount(), state_);
 }
 
 /// A stop clears the custom rates of the mount. They are offsets from tracking: a mount that does not track stays at

@@ -5,6 +5,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "state/mount_replies.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -101,7 +102,7 @@ public:
     void ParseParkState(char park);
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
-    void EndAxisMotionAgain(bool tracked);
+    void EndAxisMotionAgain(AxisEnd end);
     void ParseRates(char guide, char move, char slew);
     void ParsePem(char pem);
     void ParseFault(char fault);
@@ -181,8 +182,8 @@ void StatusSteps::ParseTracking(char tracking) {
         return;
     }
     const bool isCustom = row->displayedRate == displayed_rate::Custom;
-    if (const std::optional<bool> tracked = needs_.axisMotions.LostEnd(isCustom, state_)) {
-        EndAxisMotionAgain(*tracked);
+    if (const std::optional<AxisEnd> end = needs_.axisMotions.LostEnd(isCustom, state_)) {
+        EndAxisMotionAgain(*end);
         return;
     }
     state_.g_bTracking = row->tracking;
@@ -196,10 +197,23 @@ void StatusSteps::ParseTracking(char tracking) {
 }
 
 /// An axis that nobody runs any more would turn until somebody sees it.
-void StatusSteps::EndAxisMotionAgain(bool tracked) {
+void StatusSteps::EndAxisMotionAgain(AxisEnd end) {
     driver_.log.LogMessage("MoveAxis", LogLevel::Warning,
                            "The mount still runs at the rate of an axis that has ended: the end is sent again");
-    telescope_.Tracking(tracked);
+    switch (end) {
+        case AxisEnd::RateOfSecondary:
+            if (CustomRates(core_).SendCustomRate(wire::CustomDecRate, 0.0)) {
+                needs_.axisMotions.EndIsHeard();
+            }
+            break;
+        case AxisEnd::StopPair:
+            core_.SendStopPair();
+            break;
+        case AxisEnd::TrackingOff:
+        case AxisEnd::TrackingOn:
+            telescope_.Tracking(end == AxisEnd::TrackingOn);
+            break;
+    }
     state_.g_tickLastGos = driver_.clock.GetTickCount() + kLookedAtAgainMs - MountQueries::kSlowIntervalMs;
 }
 

@@ -5,44 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "driver/axis_motion/axis_stop_fixture.h"
 #include "kernel/base/conversions.h"
-#include "support/driver_fixture.h"
 
 /// Axes that `MoveAxis` runs come to a stop: by a client's abort, by the hand box, by the end of their owner.
 namespace kestrane {
 namespace {
 
 using Wire = std::vector<std::string>;
-
-class AxisStopTest : public DriverFixture {
-protected:
-    void SetUp() override {
-        Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});
-        telescope = ConnectedTelescope();
-        other = ConnectedTelescope();
-        machine.AdvanceTime(10'000);
-        log.clear();
-    }
-    void TearDown() override {
-        telescope.reset();
-        other.reset();
-        DriverFixture::TearDown();
-    }
-
-    void ExpectAtRest() {
-        EXPECT_FALSE(telescope->Axes().Runs());
-        EXPECT_FALSE(other->Axes().Runs());
-        EXPECT_EQ(telescope->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
-        EXPECT_EQ(other->Axes().m_MoveAxisTrackingState, MoveAxisTrackingState::NotSet);
-        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
-        EXPECT_LT(mount->Picture().hourSpeed, 0.005);
-        EXPECT_FALSE(telescope->Slewing());
-        EXPECT_FALSE(other->Slewing());
-    }
-
-    TelescopeObject telescope;
-    TelescopeObject other;
-};
 
 const Wire kStopAndTrack{"Q", "Q", "Q", "RT3", "RT2"};
 
@@ -469,167 +439,6 @@ TEST_F(AxisStopTest, TrackingOffWhileParked_DoesNothing_AndIsNoChoice) {
     EXPECT_EQ(SentBy([&] { telescope.reset(); }), (Wire{"Q", "RT3", "RT2"}));
     telescope = ConnectedTelescope();
     ExpectAtRest();
-}
-
-constexpr std::string_view kEndSentAgain =
-    "The mount still runs at the rate of an axis that has ended: the end is sent again";
-
-/// A mount that goes on to report a custom rate, whatever it is told.
-class ReportsCustomRate final : public Misbehaviour {
-public:
-    void Change(SimulatedReply& reply) override {
-        if (reply.name == "GOS") {
-            reply.parts.front().bytes[1] = 'C';
-        }
-    }
-};
-
-TEST_F(AxisStopTest, EndThatTheMountHasNotHeard_IsSentAgain) {
-    telescope->MoveAxis(0, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    mount->SetLineDead(false);
-    ASSERT_GT(std::abs(mount->Picture().hourSpeed), 0.4);
-    machine.AdvanceTime(10'000);
-    ExpectAtRest();
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
-    EXPECT_TRUE(LoggedAs("MoveAxis", 1, kEndSentAgain));
-    EXPECT_TRUE(telescope->Tracking());
-    EXPECT_EQ(mount->Picture().tracking, '2');
-}
-
-TEST_F(AxisStopTest, EndThatTheMountHasNotHeard_IsSentAgain_AlsoWhereTheMountDidNotTrack) {
-    telescope->Tracking(false);
-    telescope->MoveAxis(0, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    mount->SetLineDead(false);
-    machine.AdvanceTime(10'000);
-    EXPECT_FALSE(telescope->Tracking());
-    EXPECT_EQ(mount->Picture().tracking, '9');
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
-}
-
-TEST_F(AxisStopTest, EndThatTheMountHasHeard_IsSentOnce) {
-    telescope->MoveAxis(0, 0.5);
-    telescope->MoveAxis(0, 0.0);
-    machine.AdvanceTime(20'000);
-    EXPECT_FALSE(Logged(kEndSentAgain));
-}
-
-TEST_F(AxisStopTest, EndThatTheMountNeverHears_IsSentAgainFiveTimes) {
-    telescope->MoveAxis(0, 0.5);
-    mount->Add(std::make_unique<ReportsCustomRate>());
-    telescope->MoveAxis(0, 0.0);
-    machine.AdvanceTime(60'000);
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 5);
-    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
-    EXPECT_TRUE(Logged("No calibration now: the mount has not reported that an axis has stopped"));
-    EXPECT_EQ(driver->state.g_nDisplayedRate, displayed_rate::Custom) << "what the mount reports is shown then";
-}
-
-TEST_F(AxisStopTest, EndOfTheSecondaryAxis_ThatTheMountHasNotHeard_IsSentAgain) {
-    ExpectSwallow("CommandBool");
-    telescope->MoveAxis(1, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(1, 0.0);
-    mount->SetLineDead(false);
-    ASSERT_GT(std::abs(mount->Picture().polarSpeed), 0.4);
-    machine.AdvanceTime(15'000);
-    ExpectAtRest();
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
-}
-
-TEST_F(AxisStopTest, AbortOfAnAxis_ThatTheMountHasNotHeard_IsSentAgain) {
-    for (const std::int32_t axis : {0, 1}) {
-        log.clear();
-        telescope->MoveAxis(axis, 0.5);
-        mount->SetLineDead(true);
-        telescope->AbortSlew();
-        mount->SetLineDead(false);
-        machine.AdvanceTime(15'000);
-        ExpectAtRest();
-        EXPECT_EQ(TimesLogged(kEndSentAgain), 1) << axis;
-    }
-}
-
-TEST_F(AxisStopTest, RepeatOfAnEnd_RestoresTheTrackingThatItsMotionFound) {
-    telescope->Tracking(false);
-    telescope->MoveAxis(0, 0.5);
-    telescope->MoveAxis(1, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    mount->SetLineDead(false);
-    machine.AdvanceTime(10'000);  // the mount reports a custom rate, and that it tracks
-    EXPECT_FALSE(Logged(kEndSentAgain)) << "the other axis runs";
-    telescope->MoveAxis(1, 0.0);
-    machine.AdvanceTime(15'000);
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
-    EXPECT_FALSE(telescope->Tracking());
-    EXPECT_EQ(mount->Picture().tracking, '9');
-}
-
-TEST_F(AxisStopTest, RepeatOfAnEnd_TakesTheTrackingThatSomebodyHasChosenSince) {
-    telescope->Tracking(false);
-    telescope->MoveAxis(0, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    other->Tracking(true);
-    mount->SetLineDead(false);
-    machine.AdvanceTime(10'000);
-    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
-    EXPECT_TRUE(telescope->Tracking());
-    EXPECT_EQ(mount->Picture().tracking, '2');
-}
-
-TEST_F(AxisStopTest, RepeatOfAnEnd_StopsNoGotoOfAClientsOwn) {
-    telescope->MoveAxis(0, 0.2);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    mount->SetLineDead(false);
-    const double ra = NormalizeHours(telescope->SiderealTime() - 3.0);
-    telescope->CommandBool(":Sr" + HoursToHMS(ra, ":", ":", "", 0) + "#", true);
-    telescope->CommandBool(":Sd+20*00:00#", true);
-    telescope->CommandBlind(":MS#", true);
-    while (mount->Picture().slewing) {
-        machine.AdvanceTime(250);
-        ASSERT_EQ(TimesLogged(kEndSentAgain), 0);
-    }
-    EXPECT_NEAR(mount->Picture().declination, 20.0, 0.5);
-    machine.AdvanceTime(20'000);
-    ExpectAtRest();
-}
-
-TEST_F(AxisStopTest, ClientsOwnCustomRate_IsNotTakenForALostEnd) {
-    telescope->MoveAxis(0, 0.5);
-    telescope->MoveAxis(0, 0.0);
-    telescope->CommandBool(":RR1.5#", true);
-    machine.AdvanceTime(20'000);
-    EXPECT_FALSE(Logged(kEndSentAgain));
-}
-
-TEST_F(AxisStopTest, NoCalibration_WhileTheEndOfAnAxisIsInDoubt) {
-    telescope->MoveAxis(0, 0.5);
-    mount->SetLineDead(true);
-    telescope->MoveAxis(0, 0.0);
-    mount->SetLineDead(false);
-    machine.AdvanceTime(3'500);
-    if (!Logged(kEndSentAgain)) {
-        telescope->CommandString("RAW,AutoCalibrateNSEW", true);
-        EXPECT_TRUE(Logged("No calibration now: the mount has not reported that an axis has stopped"));
-    }
-    machine.AdvanceTime(20'000);
-    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
-    EXPECT_TRUE(Logged("Autocalibration Successful!"));
-}
-
-TEST_F(AxisStopTest, CustomRateThatIsChosenAfterAnAxisMotion_Stays) {
-    telescope->MoveAxis(0, 0.5);
-    telescope->MoveAxis(0, 0.0);
-    other->DeclinationRate(1.0);
-    machine.AdvanceTime(20'000);
-    EXPECT_FALSE(Logged(kEndSentAgain));
-    EXPECT_GT(std::abs(mount->Picture().polarSpeed), 1e-4);
 }
 
 }  // namespace
