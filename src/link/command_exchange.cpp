@@ -6,6 +6,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
+#include "kernel/base/utf8.h"
 #include "link/companion_wrap.h"
 
 namespace kestrane {
@@ -214,7 +215,8 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
         EndLongReadLimit(errors);
         DropLateBytes(origin, errors);
         if (TryString(text, reply, origin, errors)) {
-            return reply.substr(0, reply.size() - 1);
+            DropLastCharacter(reply);
+            return reply;
         }
         driver_.counters.CountRetransmit();
         const std::string fault = Exchanged("CommandString: NO Response or bad response: '", text, reply);
@@ -269,9 +271,7 @@ std::string CommandExchange::ThroughCompanion(const Wrapped& wrapped, ResumeNext
     std::string reply;
     errors.Assign(reply, [&] { return Link().ReceiveTerminated(wire::kReplyEnd); });
     std::string result = CompanionResult(std::move(reply), wrapped, errors);
-    if (!result.empty()) {
-        result.pop_back();
-    }
+    DropLastCharacter(result);
     if (driver_.state.g_nQuaySeq < std::numeric_limits<std::int32_t>::max()) {
         ++driver_.state.g_nQuaySeq;
     }

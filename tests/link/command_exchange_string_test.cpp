@@ -27,6 +27,15 @@ TEST_P(StringExchange, CommandString_WithAReply_GivesItWithoutItsTerminator) {
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
 }
 
+TEST_P(StringExchange, ReplyThatEndsInTheMiddle_LosesItsLastCharacterWhole) {
+    Play(R"(
+        0   = CommandString GD
+        0   > :GD#
+        35  < +05\xDF
+        500 = -> +05
+    )");
+}
+
 TEST_P(StringExchange, CommandStringInternal_LogsAsTheDriver) {
     Play(R"(
         0   = CommandStringInternal GR

@@ -48,6 +48,16 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
+void DropLastCharacter(std::string& text) {
+    const auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
+    while (!text.empty() && isContinuation(text.back())) {
+        text.pop_back();
+    }
+    if (!text.empty()) {
+        text.pop_back();
+    }
+}
+
 void AppendUtf8(std::string& text, std::uint32_t character) {
     if (character < 0x80) {
         text += static_cast<char>(character);

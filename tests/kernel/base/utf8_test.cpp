@@ -43,5 +43,17 @@ TEST(Utf8, EachCharacterOfTheBasicPlaneThatIsAppended_IsRead) {
     }
 }
 
+TEST(Utf8, DropLastCharacter_TakesAllBytesOfIt) {
+    struct Row {
+        std::string text, left;
+    };
+    for (const Row& row : {Row{"", ""}, Row{"#", ""}, Row{"12#", "12"}, Row{"+05\xC3\x9F", "+05"},
+                           Row{"\xC3\x9F#", "\xC3\x9F"}, Row{"\xE2\x82\xAC", ""}}) {
+        std::string text = row.text;
+        DropLastCharacter(text);
+        EXPECT_EQ(text, row.left);
+    }
+}
+
 }  // namespace
 }  // namespace kestrane
