@@ -94,11 +94,11 @@ struct DriverState : LogState, CounterState {
     std::int16_t g_nSideOfPier = pier_side::East;
     OwnedBy<Motion, bool> g_bParked{false};
     bool g_bTracking = false;
-    std::int16_t g_nNoResponse = 0;             ///< consecutive queries without an answer
-    std::uint32_t g_nSilences = 0;              ///< queries without an answer so far; wraps
-    std::uint32_t g_nLinkLosses = 0;            ///< how often three questions in a row went unanswered; wraps
-    bool g_bLostComms = false;                  ///< three queries in a row had no answer, or low power
-    bool g_bLowPower = false;                   ///< the low power letter was seen
+    std::int16_t g_nNoResponse = 0;   ///< consecutive queries without an answer
+    std::uint32_t g_nSilences = 0;    ///< queries without an answer so far; wraps
+    std::uint32_t g_nLinkLosses = 0;  ///< how often three questions went unanswered with no good reply between; wraps
+    bool g_bLostComms = false;        ///< three queries in a row had no answer, or low power
+    bool g_bLowPower = false;         ///< the low power letter was seen
     std::uint16_t g_nAnsweredQueries = 0;       ///< running count of answered queries, wraps
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time

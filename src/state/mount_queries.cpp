@@ -59,15 +59,20 @@ std::string MountQueries::Ask(const TextCommand& question, Leftovers leftovers, 
         NoteUnanswered(silence);
     } else {
         unanswered_ = 0;
+        silences_ = silences_ == kLostAfter ? 0 : silences_;
     }
     return reply;
 }
 
-/// Computed values count as answers elsewhere, and hide no silence here.
+/// Computed values count as answers elsewhere, and hide no silence here. Nor do refused replies between the silences
+/// hide a loss: the driver does not know the position.
 void MountQueries::NoteUnanswered(SilenceIs silence) {
     silent_ = true;
-    const bool knownAsLost = state_.g_nNoResponse >= kLostAfter;
-    if (silence == SilenceIs::News && unanswered_ < kLostAfter && ++unanswered_ == kLostAfter && !knownAsLost) {
+    if (silence != SilenceIs::News) {
+        return;
+    }
+    unanswered_ = static_cast<std::int16_t>(std::min(unanswered_ + 1, int{kLostAfter}));
+    if (silences_ < kLostAfter && ++silences_ == kLostAfter) {
         ++state_.g_nLinkLosses;
     }
 }
@@ -358,10 +363,6 @@ void MountQueries::NoteNoResponse() {
         ++state_.g_nNoResponse;
     }
     ++state_.g_nSilences;
-    if (state_.g_nNoResponse == kLostAfter && unanswered_ < kLostAfter) {
-        ++state_.g_nLinkLosses;  // refused replies between the silences do not help: the driver does not know the
-                                 // position
-    }
     if (state_.g_nNoResponse >= kLostAfter) {
         state_.g_bLostComms = true;
         BlankPosition();
@@ -387,7 +388,7 @@ void MountQueries::NoteQuerySuccess() {
 }
 
 void MountQueries::NoteAnswered() {
-    unanswered_ = 0;
+    unanswered_ = silences_ = 0;
     ++answers_;
     NoteQuerySuccess();
 }

@@ -183,6 +183,8 @@ private:
     bool Begins(Tick& stamp, Label& shown);
     bool PositionLabelsShown() const;
     bool SideIsToldByMount() const;
+    /// Whether the plan of a slew uses the sidereal time of the mount.
+    bool PlanUsesLstOfMount() const;
     void ShowAlt(double altitude);
     void ShowAz(double azimuth);
     void BlankPosition();
@@ -204,6 +206,7 @@ private:
     CoordinateReads reads_;
     CoordinateTimes readAt_;
     std::int16_t unanswered_ = 0;  ///< questions in a row without a reply, up to `kLostAfter`
+    std::int16_t silences_ = 0;    ///< questions without a reply since the last good one, up to `kLostAfter`
     std::uint32_t answers_ = 0;
     std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer
     std::int16_t delaySilences_ = 0;   ///< the same of the meridian delay

@@ -28,14 +28,18 @@ bool MountQueries::SideIsToldByMount() const {
     return state_.g_sVersion > kLastWithoutPierSide;
 }
 
-double MountQueries::PlanLst(double longitude) {
+bool MountQueries::PlanUsesLstOfMount() const {
     const bool isComputed = needs_.handBox.chkCalcLST.Checked() && !state_.g_bHasMeridianQuery;
-    return lstKnown_ && !isComputed ? GetLst() : LocalSiderealTime(longitude, needs_.astronomy);
+    return lstKnown_ && !isComputed;
+}
+
+double MountQueries::PlanLst(double longitude) {
+    return PlanUsesLstOfMount() ? GetLst() : LocalSiderealTime(longitude, needs_.astronomy);
 }
 
 std::int16_t MountQueries::PlanSide(double hourAngle) {
     if (!SideIsToldByMount()) {
-        return lstKnown_ ? state_.g_nSideOfPier : SideByHourAngle(hourAngle);
+        return PlanUsesLstOfMount() ? state_.g_nSideOfPier : SideByHourAngle(hourAngle);
     }
     if (!sideTold_) {
         QuerySideOfMount();

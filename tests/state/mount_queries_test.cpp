@@ -460,6 +460,21 @@ TEST_F(MountQueriesTest, SilentLine_IsCountedInQuestionsOfEveryKind_AndEndsWithA
     EXPECT_EQ(state.g_nLinkLosses, 2U);
 }
 
+TEST_F(MountQueriesTest, RefusedRepliesAndComputedValuesBetweenSilences_HideNoLoss) {
+    handBox.chkCalcAzAlt.Checked(true);
+    state.g_bTracking = true;
+    mount.replies["GD"] = "rubbish";
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(state.g_nLinkLosses, 0U);
+        queries.QueryRa();
+        queries.QueryDec();
+        queries.QueryAlt();
+        EXPECT_EQ(state.g_nNoResponse, 0);
+        EXPECT_FALSE(queries.LineIsSilent());
+    }
+    EXPECT_EQ(state.g_nLinkLosses, 1U);
+}
+
 // --- sidereal time, side of the pier, counterweight
 
 TEST_F(MountQueriesTest, SiderealTime_RunsOn_AndIsNotShiftedByAReplyThatDropsOut) {
@@ -502,6 +517,20 @@ TEST_F(MountQueriesTest, SiderealTimeByComputation_IsForFirmwareWithoutAMeridian
     EXPECT_EQ(queries.GetLst(), 7.5);
     state.g_bHasMeridianQuery = true;
     EXPECT_LT(queries.GetLst(), 1.0);
+}
+
+TEST_F(MountQueriesTest, SideForThePlan_FollowsTheSiderealTimeOfThePlan) {
+    mount.replies["GS"] = "12:00:00";
+    queries.QueryLst();
+    handBox.chkCalcLST.Checked(true);
+    machine.astronomy.lst = 12.0;
+    state.g_dRa = 11.0;
+    queries.QuerySideOfMount();
+    ASSERT_EQ(state.g_nSideOfPier, pier_side::East);
+    machine.astronomy.lst = 10.0;  // with the longitude of the plan
+    EXPECT_EQ(queries.PlanSide(queries.PlanLst(0.0) - state.g_dRa), pier_side::West);
+    handBox.chkCalcLST.Checked(false);
+    EXPECT_EQ(queries.PlanSide(queries.PlanLst(0.0) - state.g_dRa), pier_side::East);
 }
 
 struct SideRow {
