@@ -136,6 +136,9 @@ void ConnectionSteps::TakeUpRateType(const std::string& rateType) {
 void Telescope::Class_Terminate() {
     StopOwnAxes("The client has gone: its axes are stopped");
     needs_.axisMotions.Leave(*this);
+    if (!needs_.axisMotions.AnyRuns()) {
+        needs_.motion.AxisMotionsEnd();  // also after an axis that could not be stopped, since the link is closed
+    }
     --state_.g_nScopeObjects;
     needs_.connections.UpdateClientsLabel();
     if (state_.g_nScopeObjects < 2) {

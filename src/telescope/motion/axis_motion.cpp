@@ -89,36 +89,45 @@ void AxisMotions::EndAll() {
 }
 
 bool AxisMotions::AxisBegins(const DriverState& state) {
-    const auto isOutdated = [&] {
-        return before_->counts.trackingChoices != state.g_nTrackingChoices ||
-               before_->counts.slewsTaken != state.g_nSlewsTaken || (!state.g_bGosActive && !AnyStillRuns());
-    };
-    if (!before_ || isOutdated()) {
+    if (!before_ || HasBeenReplaced(*before_, state)) {
         before_ = {state.g_bTracking, {state.g_nTrackingChoices, state.g_nSlewsTaken}};
     }
     return before_->tracked;
 }
 
-void AxisMotions::EndIsDoubted(AxisEnd end, Tick sentAt, const DriverState& state) {
+void AxisMotions::AxisEnded(DriverState& state) {
+    if (!before_ || AnyRuns()) {
+        return;
+    }
+    if (!before_->tracked && !HasBeenReplaced(*before_, state)) {
+        state.g_bTracking = false;
+    }
+    before_.reset();
+}
+
+/// Whether a later choice of the tracking or a later slew rules now.
+bool AxisMotions::HasBeenReplaced(const Before& before, const DriverState& state) const {
+    return before.counts.trackingChoices != state.g_nTrackingChoices || before.counts.slewsTaken != state.g_nSlewsTaken;
+}
+
+void AxisMotions::EndIsDoubted(AxisEnd end, Tick now, DriverState& state) {
     if (doubtedEnd_) {
         TakeChoiceSince(*doubtedEnd_, state);
         end = ChoosesTracking(end) ? end : std::max(end, doubtedEnd_->end);
     }
-    doubtedEnd_ = {end, sentAt, ChoicesAfter(end, state), state.g_nSlewsTaken};
+    doubtedEnd_ = {end, now, ChoicesAfter(end, state), state.g_nSlewsTaken};
+    state.g_tickLastGos = now + kLookedAtAfterEndMs - MountQueries::kSlowIntervalMs;
 }
 
 /// Somebody has chosen the tracking since: that is what the mount is to do then.
 void AxisMotions::TakeChoiceSince(DoubtedEnd& end, const DriverState& state) const {
     if (static_cast<std::int32_t>(state.g_nTrackingChoices - end.trackingChoices) > 0) {
-        end.end = state.g_bTracking ? AxisEnd::TrackingOn : AxisEnd::TrackingOff;
+        end.end = tracksByChoice_ ? AxisEnd::TrackingOn : AxisEnd::TrackingOff;
         end.trackingChoices = state.g_nTrackingChoices;
     }
 }
 
 std::optional<AxisEnd> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
-    if (!isCustomRate && !AnyRuns()) {
-        before_.reset();
-    }
     const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
                        state.g_bGotoSent || state.g_bMoveSent;
     if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < 0) {
@@ -175,6 +184,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
 }
 
 void AxisSteps::ForgetEndedMotion() {
+    needs_.axisMotions.AxisEnded(state_);
     if (!needs_.axisMotions.AnyRuns()) {
         needs_.motion.AxisMotionsEnd();
     }
@@ -277,11 +287,8 @@ void AxisSteps::EndByTracking(bool tracked) {
     telescope_.Tracking(tracked);
 }
 
-/// The status is due early, since no calibration begins before the mount has reported that the axis stands.
 void AxisSteps::NoteDoubtedEnd(AxisEnd end) {
-    const Tick now = driver_.clock.GetTickCount();
-    needs_.axisMotions.EndIsDoubted(end, now, state_);
-    state_.g_tickLastGos = now + kLookedAtAfterEndMs - MountQueries::kSlowIntervalMs;
+    needs_.axisMotions.EndIsDoubted(end, driver_.clock.GetTickCount(), state_);
 }
 
 /// Stops these axes; returns the motion that the mount did not hear end.

@@ -73,12 +73,17 @@ public:
 
     /// To be called before an axis begins. Returns whether the mount tracked before the first of those that run.
     bool AxisBegins(const DriverState& state);
+    /// To be called after an axis has ended. Once none runs, a mount that did not track before does not track now,
+    /// whatever its last report was.
+    void AxisEnded(DriverState& state);
+    /// To be called when somebody chooses whether the mount tracks.
+    void TrackingChosen(bool tracks) { tracksByChoice_ = tracks; }
 
     /// What ends the motion of an axis goes out, and nobody hears whether the mount takes it. The end is in doubt until
     /// the mount reports another rate than a custom one, or until somebody chooses a custom rate or the mount accepts a
     /// slew. Of two doubted ends the stronger one stays: it ends what the other was to end. To be called before a
-    /// choice of the tracking goes out, and after any other end.
-    void EndIsDoubted(AxisEnd end, Tick sentAt, const DriverState& state);
+    /// choice of the tracking goes out, and after any other end. Makes the next status due early.
+    void EndIsDoubted(AxisEnd end, Tick now, DriverState& state);
     bool EndIsInDoubt() const { return doubtedEnd_.has_value(); }
     /// The mount has taken the end after all.
     void EndIsHeard() { doubtedEnd_.reset(); }
@@ -100,11 +105,13 @@ private:
         bool tracked = false;
         AxisMotion::Counts counts;
     };
+    bool HasBeenReplaced(const Before& before, const DriverState& state) const;
     void TakeChoiceSince(DoubtedEnd& end, const DriverState& state) const;
 
     std::vector<Telescope*> objects_;
     std::optional<DoubtedEnd> doubtedEnd_;
-    std::optional<Before> before_;  ///< the first axis; kept until the mount reports that no axis runs any more
+    std::optional<Before> before_;  ///< the first axis of those that run
+    bool tracksByChoice_ = false;   ///< the last choice of the tracking; what the mount reports leaves it alone
 };
 
 }  // namespace kestrane

@@ -30,8 +30,8 @@ void Telescope::AbortSlew() {
     } else if (state_.g_bTracking) {
         TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back on
                                                 // the sidereal rate
-    } else if (state_.g_bGotoSent || needs_.guidePulses.MayMove()) {
-        // A goto whose end nobody has seen may still be under way, and nothing but this stop would end it now.
+    } else if (state_.g_bGotoSent || needs_.guidePulses.MayMove() || needs_.axisMotions.EndIsInDoubt()) {
+        // What nobody has seen end may still be under way, and nothing but this stop would end it now.
         steps.StopMotion("ASCOM", StopPair::Always);
     }
 }
@@ -61,6 +61,7 @@ void StopSteps::StopAxes(std::string_view origin) {
     needs_.motion.Stopped();
     core_.SendStopPair();
     needs_.axisMotions.EndAll();
+    needs_.axisMotions.AxisEnded(state_);
     needs_.axisMotions.EndIsDoubted(AxisEnd::StopPair, driver_.clock.GetTickCount(), state_);
 }
 

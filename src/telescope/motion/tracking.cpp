@@ -36,7 +36,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StopTracking();
-    void NoteTrackingChoice();
+    void NoteTrackingChoice(bool tracks);
     double GuideRate(std::string_view name);
     void SetGuideRate(std::string_view name, double degreesPerSecond);
     void RefuseWithoutCustomRates(std::string_view name);
@@ -63,7 +63,7 @@ void Telescope::Tracking(bool track) {
 }
 
 void TrackingSteps::StopTracking() {
-    NoteTrackingChoice();
+    NoteTrackingChoice(false);
     state_.g_bTracking = false;
     Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::EndInput);
@@ -73,8 +73,9 @@ void TrackingSteps::StopTracking() {
     needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
 
-void TrackingSteps::NoteTrackingChoice() {
+void TrackingSteps::NoteTrackingChoice(bool tracks) {
     core_.NoteMotionStops();
+    needs_.axisMotions.TrackingChosen(tracks);
     if (needs_.motion.TrackingChosen()) {
         driver_.log.LogMessage("Slewing", LogLevel::Warning,
                                "The slew ends here: a write of the tracking stops the mount");
@@ -90,7 +91,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
     state_.g_nTrackingRate = rate;
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
-    steps.NoteTrackingChoice();
+    steps.NoteTrackingChoice(true);
     Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::Stop);
     CustomRates(*this).ClearCustomDecRate(mount);

@@ -102,6 +102,7 @@ public:
     void ParseParkState(char park);
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
+    std::optional<AxisEnd> LostEndOfAxis(bool isCustomRate);
     void EndAxisMotionAgain(AxisEnd end);
     void ParseRates(char guide, char move, char slew);
     void ParsePem(char pem);
@@ -182,7 +183,7 @@ void StatusSteps::ParseTracking(char tracking) {
         return;
     }
     const bool isCustom = row->displayedRate == displayed_rate::Custom;
-    if (const std::optional<AxisEnd> end = needs_.axisMotions.LostEnd(isCustom, state_)) {
+    if (const std::optional<AxisEnd> end = LostEndOfAxis(isCustom)) {
         EndAxisMotionAgain(*end);
         return;
     }
@@ -196,10 +197,17 @@ void StatusSteps::ParseTracking(char tracking) {
     needs_.panel.ShowTrackingRate(row->displayedRate, row->correction);
 }
 
+/// Not during a pulse: it would be cut.
+std::optional<AxisEnd> StatusSteps::LostEndOfAxis(bool isCustomRate) {
+    return needs_.guidePulses.MayMove() ? std::nullopt : needs_.axisMotions.LostEnd(isCustomRate, state_);
+}
+
 /// An axis that nobody runs any more would turn until somebody sees it.
 void StatusSteps::EndAxisMotionAgain(AxisEnd end) {
     driver_.log.LogMessage("MoveAxis", LogLevel::Warning,
                            "The mount still runs at the rate of an axis that has ended: the end is sent again");
+    state_.g_tickMotionStopped = driver_.clock.GetTickCount();
+    state_.g_bMotionStopped = true;
     switch (end) {
         case AxisEnd::RateOfSecondary:
             if (CustomRates(core_).SendCustomRate(wire::CustomDecRate, 0.0)) {

@@ -163,6 +163,75 @@ TEST_F(AxisEndTest, Abort_RestoresTheTrackingFromBeforeTheFirstOfTwoAxes) {
     ExpectAtRest();
 }
 
+TEST_F(AxisEndTest, AfterTheEndOfAnAxisOfAMountAtRest_NothingStartsItsTracking) {
+    const std::vector<std::function<void()>> ends{[&] { telescope->MoveAxis(1, 0.0); },
+                                                  [&] { telescope->AbortSlew(); }};
+    for (const auto& end : ends) {
+        telescope->Tracking(false);
+        telescope->MoveAxis(1, 0.5);
+        machine.AdvanceTime(10'000);
+        ASSERT_TRUE(driver->state.g_bTracking) << "the mount reports a custom rate";
+        end();
+        EXPECT_FALSE(telescope->Tracking());
+        telescope->AbortSlew();
+        machine.AdvanceTime(10'000);
+        EXPECT_EQ(mount->Picture().tracking, '9');
+        ExpectAtRest();
+    }
+}
+
+TEST_F(AxisEndTest, RepeatOfAnEnd_TakesTheChosenTracking_NotTheReportedOne) {
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    other->Tracking(false);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(6'000);
+    ASSERT_TRUE(driver->state.g_bTracking) << "the mount reports a custom rate";
+    telescope->MoveAxis(1, 0.0);
+    machine.AdvanceTime(15'000);
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+    EXPECT_EQ(mount->Picture().tracking, '9');
+    ExpectAtRest();
+}
+
+TEST_F(AxisEndTest, NoCalibrationBegins_RightAfterTheRepeatThatStoppedTheAxis) {
+    ExpectSwallow("CommandBool");
+    telescope->MoveAxis(1, 0.5);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(1, 0.0);
+    mount->SetLineDead(false);
+    while (!Logged(kEndSentAgain)) {
+        machine.AdvanceTime(100);
+    }
+    machine.AdvanceTime(1'000);
+    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
+    EXPECT_TRUE(Logged("No calibration now: a motion was stopped less than three seconds ago"));
+}
+
+TEST_F(AxisEndTest, AbortOfAnAxis_BarsTheCalibrationForThreeSecondsOnly) {
+    telescope->MoveAxis(1, 0.5);
+    telescope->AbortSlew();
+    machine.AdvanceTime(3'200);
+    telescope->CommandString("RAW,AutoCalibrateNSEW", true);
+    EXPECT_TRUE(Logged("Autocalibration Successful!"));
+}
+
+TEST_F(AxisEndTest, AbortAndEndOfTheProcess_StopAnAxisWhoseEndIsInDoubt) {
+    const std::vector<std::function<void()>> stops{[&] { other->AbortSlew(); }, [&] { driver->EndOnRequest(); }};
+    for (const auto& stop : stops) {
+        telescope->Tracking(false);
+        telescope->MoveAxis(0, 0.5);
+        mount->SetLineDead(true);
+        telescope->MoveAxis(0, 0.0);
+        mount->SetLineDead(false);
+        ASSERT_GT(std::abs(mount->Picture().hourSpeed), 0.4);
+        stop();
+        EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 1e-9);
+    }
+}
+
 TEST_F(AxisEndTest, RepeatOfTheSecondaryEnd_LeavesACustomRateOfTheOtherAxis) {
     ExpectSwallow("CommandBool");
     telescope->RightAscensionRate(1.0);
