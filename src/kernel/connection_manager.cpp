@@ -199,7 +199,7 @@ std::int16_t ConnectionManager::PortOfSettings() {
     return port;
 }
 
-/// Milliseconds. A setting that is no number or below 1 counts as the default.
+/// A setting that is no number or below 1 counts as the default.
 std::int32_t ConnectionManager::ReadTimeout() {
     const double timeout = PlainDecimal(driver_.persist.Read(setting::Timeout), driver_.log).value_or(0.0);
     return timeout < 1.0 ? kDefaultTimeoutMs : RoundHalfEven(std::min(timeout, kLongestTimeoutMs));
@@ -313,12 +313,12 @@ void ConnectionManager::MountFound() {
     needs_.handBox.tmrQueryRaDecAltAz.Enabled(true);
 }
 
-SiteAnswer ConnectionManager::ReadMountSite(Notice notice) {
+SiteAnswer ConnectionManager::ReadMountSite(Notice notice, AfterSilence afterSilence) {
     double westLongitude = 0.0;
     double latitude = 0.0;
     SiteAnswer answer = SiteAnswer::Silent;
     ResumeNext errors{driver_.ledger, "GetLongLatFromMount"};
-    errors.Assign(answer, [&] { return AskLongLat(PortOfSettings(), 0, westLongitude, latitude); });
+    errors.Assign(answer, [&] { return AskLongLat(PortOfSettings(), 0, westLongitude, latitude, afterSilence); });
     if (answer == SiteAnswer::Read) {
         state_.g_dSiteLongitude = -westLongitude;
         state_.g_bLongitudeRead = true;

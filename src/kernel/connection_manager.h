@@ -81,7 +81,9 @@ public:
     /// cannot be read counts as no reply: 0 and false.
     bool GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
     /// Reads the site of the mount on the port of the settings and shows it on the hand box. Does not raise.
-    SiteAnswer ReadMountSite(Notice notice);
+    SiteAnswer ReadMountSite(Notice notice, AfterSilence afterSilence = AfterSilence::AsksOn);
+    /// How long a read of the link waits, by the settings: 1 to 60000 ms.
+    std::int32_t ReadTimeout();
     /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);
@@ -125,7 +127,6 @@ private:
     void ChooseCompanionPort(Opening& opening);
     bool SetUpLink(Opening& opening);
     std::int16_t PortOfSettings();
-    std::int32_t ReadTimeout();
     std::int16_t ReadRetries();
     bool ProbeMount();
     bool HealIsDue() const;
@@ -153,7 +154,8 @@ private:
     bool AskVersion(std::string& version);
     void ToggleFormatForSite(MountLink& link, std::int16_t timeoutMs);
     SiteAnswer AskDegrees(const TextCommand& question, double& degrees);
-    SiteAnswer AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude);
+    SiteAnswer AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude,
+                          AfterSilence afterSilence);
 
     ConnectionManagerNeeds needs_;
     Essentials driver_;

@@ -56,7 +56,9 @@ Driver::Driver(Platform platform)
           .askAbortSlew = askAbortSlew,
           .telescope = [this] { return internalInstance_.get(); },
           .linkConnected = [this] { return link && link->Connected(); },
-          .readMountSite = [this](Notice notice) { return connections.ReadMountSite(notice); },
+          .readMountSite = [this](
+                               Notice notice,
+                               AfterSilence afterSilence) { return connections.ReadMountSite(notice, afterSilence); },
           .resetCommCounters = [this] { connections.ResetCommCounters(); },
           .applyWindowsPriority = [this](int index) { ApplyWindowsPriority(platform_.processes, index); },
       }),
@@ -90,6 +92,7 @@ Driver::Driver(Platform platform)
           .serialPorts = platform_.serialPorts,
           .form = setupFocuser,
           .linkConnected = [this] { return link && link->Connected(); },
+          .readTimeout = [this] { return connections.ReadTimeout(); },
           .checkConnection =
               [this](std::int16_t port, std::int16_t timeoutMs, std::string& version) {
                   return connections.CheckConnection(port, timeoutMs, version);
@@ -283,7 +286,9 @@ void Driver::EndOnRequest() {
 }
 
 void Driver::StopRunningAxes() {
-    if (!(axisMotions.AnyStillRuns() || state.g_bMoveSent) || !link || !link->Connected()) {
+    const bool slews = state.g_bSlewing || state.g_bParking || state.g_bGotoSent;  // goes on, as it is meant to
+    const bool mayRun = axisMotions.AnyStillRuns() || state.g_bMoveSent || (axisMotions.EndIsInDoubt() && !slews);
+    if (!mayRun || !link || !link->Connected()) {
         return;
     }
     ResumeNext errors{ledger, "ShutdownDriver"};

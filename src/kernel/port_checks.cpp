@@ -124,12 +124,12 @@ SiteAnswer ConnectionManager::AskDegrees(const TextCommand& question, double& de
 
 bool ConnectionManager::GetMountLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
                                         double& latitude) {
-    return AskLongLat(port, timeoutMs, longitude, latitude) == SiteAnswer::Read;
+    return AskLongLat(port, timeoutMs, longitude, latitude, AfterSilence::AsksOn) == SiteAnswer::Read;
 }
 
 /// Refused as soon as one half is.
-SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude,
-                                         double& latitude) {
+SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude,
+                                         AfterSilence afterSilence) {
     driver_.log.LogMessage("GetMountLongLat", LogLevel::Info, "Getting Long/Lat for mount on " + PortName(port));
     longitude = latitude = 0.0;
     SiteAnswer answer = SiteAnswer::Silent;
@@ -142,7 +142,7 @@ SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeout
                 longitude -= 360.0;
             }
             needs_.door.LetStopIn();
-            if (ended_) {
+            if (ended_ || (answer == SiteAnswer::Silent && afterSilence == AfterSilence::Ends)) {
                 return false;
             }
             const SiteAnswer other = AskDegrees(wire::GetLatitude, latitude);

@@ -128,6 +128,8 @@ public:
 
     /// A query went unanswered: the third in a row declares communications lost and blanks the display.
     void NoteNoResponse();
+    /// A question that is no query of the picture went unanswered: it counts for `LineIsSilent`.
+    void NoteSilentQuestion() { NoteUnanswered(SilenceIs::News); }
     /// The mount answered well: a query, or an exchange that is none.
     void NoteAnswered();
     /// How often that was so; wraps.

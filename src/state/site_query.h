@@ -12,6 +12,9 @@ enum class SiteAnswer {
     Silent,
 };
 
+/// What a reading of the site does once a half of it went unanswered.
+enum class AfterSilence { AsksOn, Ends };
+
 /// Degrees, as the mount gives them; 0 unless they were read.
 struct SiteDegrees {
     SiteAnswer answer = SiteAnswer::Silent;

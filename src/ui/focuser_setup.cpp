@@ -74,12 +74,12 @@ void FocuserSetup::FillPorts() {
 }
 
 void FocuserSetup::CheckPort() {
-    constexpr double kLongest = std::numeric_limits<std::int16_t>::max();
-    const double timeout = std::clamp(driver_.persist.ReadNumber(setting::Timeout), 0.0, kLongest);
+    constexpr std::int32_t kLongest = std::numeric_limits<std::int16_t>::max();
+    const auto timeout = static_cast<std::int16_t>(std::min(needs_.readTimeout(), kLongest));
     std::int16_t port = 0;
     TryParseInteger(AfterPortLetters(needs_.form.cbxPort.Text()), port);
     std::string version;
-    const bool found = needs_.checkConnection(port, static_cast<std::int16_t>(RoundHalfEven(timeout)), version);
+    const bool found = needs_.checkConnection(port, timeout, version);
     if (version.ends_with('#')) {
         version.pop_back();
     }

@@ -20,6 +20,7 @@ struct FocuserSetupNeeds {
     SerialPorts& serialPorts;
     frmSetupFocuser& form;
     std::function<bool()> linkConnected;
+    std::function<std::int32_t()> readTimeout;  ///< see `ConnectionManager`
     /// Looks for a mount on a port; see `ConnectionManager::CheckConnection`.
     std::function<bool(std::int16_t port, std::int16_t timeoutMs, std::string& version)> checkConnection;
 };

@@ -45,7 +45,7 @@ void HandBoxPanel::WireButtons() {
     OnAction(ButtonAction::SetMeridianDelay,
              [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), driver_.log)); });
     OnAction(ButtonAction::ClearMeridianDelay, [this] { SendMeridianDelay(0.0); });
-    OnAction(ButtonAction::GetLongLat, [this] { needs_.readMountSite(Notice::Shown); });
+    OnAction(ButtonAction::GetLongLat, [this] { needs_.readMountSite(Notice::Shown, AfterSilence::AsksOn); });
 }
 
 void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {

@@ -51,7 +51,7 @@ struct HandBoxPanelNeeds {
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
     /// Asks the mount for its site and shows it. Talks to the mount.
-    std::function<SiteAnswer(Notice notice)> readMountSite;
+    std::function<SiteAnswer(Notice notice, AfterSilence afterSilence)> readMountSite;
     std::function<void()> resetCommCounters;
     /// By the index of `cbxWindowsPriority`.
     std::function<void(int)> applyWindowsPriority;

@@ -85,7 +85,8 @@ void HandBoxPanel::OnSiteTick() {
         siteFailures_ = 0;
         return;
     }
-    if (siteRead_ || state_.g_bInPoll || state_.g_bPollSuspended || state_.g_sVersion.empty()) {
+    const bool isLost = state_.g_bLostComms || needs_.queries.LineIsSilent();
+    if (siteRead_ || isLost || state_.g_bInPoll || state_.g_bPollSuspended || state_.g_sVersion.empty()) {
         return;
     }
     const Tick now = driver_.clock.GetTickCount();
@@ -94,8 +95,11 @@ void HandBoxPanel::OnSiteTick() {
     }
     siteAskedAt_ = now;
     // Only refused replies count: a silent mount may answer at any moment.
-    if (needs_.readMountSite(Notice::LogOnly) == SiteAnswer::Refused) {
+    const SiteAnswer answer = needs_.readMountSite(Notice::LogOnly, AfterSilence::Ends);
+    if (answer == SiteAnswer::Refused) {
         siteFailures_ = std::min(siteFailures_ + 1, kSiteFailures);
+    } else if (answer == SiteAnswer::Silent) {
+        needs_.queries.NoteSilentQuestion();
     }
 }
 

@@ -195,6 +195,18 @@ TEST_F(FocuserSetupTest, CheckOfAPort_TellsTheFirmware) {
     EXPECT_EQ(Setting("Port"), "COM4");
 }
 
+TEST_F(FocuserSetupTest, CheckOfAPort_WithATimeoutThatIsNone_TakesTheUsualOne) {
+    Seed({{"Port", "COM1"}, {"Timeout", "soon"}});
+    WithPerson([&] {
+        Window().btnCheckPort.FireClick();
+        EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 500);
+        driver->persist.Write(setting::Timeout, "60000");
+        Window().btnCheckPort.FireClick();
+        EXPECT_EQ(driver->link->ReceiveTimeoutMS(), 32'767);
+        Close();
+    });
+}
+
 TEST_F(FocuserSetupTest, CheckOfAPortWithoutAMount_SaysSo) {
     Seed({{"Port", "COM4"}});
     WithPerson([&] {

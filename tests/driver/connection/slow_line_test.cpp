@@ -110,6 +110,30 @@ INSTANTIATE_TEST_SUITE_P(
                     LossRow{"SilentOldComputed", false, "E3", true}),
     [](const auto& row) { return row.param.name; });
 
+TEST_F(SlowLineTest, LossIsSaidInTime_AlsoWhereTheSiteWasNeverRead) {
+    for (std::int64_t phase = 0; phase < 6'000; phase += 370) {
+        telescope.reset();
+        other.reset();
+        driver.reset();
+        Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});
+        BuildMount("VKC4-P02-08");
+        mount->Add(std::make_unique<DropsReply>("Gg"));
+        ExpectSwallow("*");
+        telescope = ConnectedTelescope();
+        other = driver->CreateTelescope();
+        machine.AdvanceTime(phase);
+        mount->SetLineDead(true);
+        const std::int64_t start = Now();
+        while (ErrorOf([&] { telescope->RightAscension(); }) != 0x80040429U && Now() < start + 60'000) {
+            machine.AdvanceTime(50);
+        }
+        EXPECT_LE(Now() - start, 11'000) << phase;
+        const std::size_t sent = static_cast<std::size_t>(TimesSent("Gg"));
+        machine.AdvanceTime(20'000);
+        EXPECT_EQ(static_cast<std::size_t>(TimesSent("Gg")), sent) << "the site is not asked of a lost mount";
+    }
+}
+
 TEST_F(SlowLineTest, MountThatNeverAnswersOneQuery_IsNotLost) {
     for (const char* firmware : {"VKC4-P02-08", "E3"}) {
         for (const char* silent : {"GOS", "GM", "GL", "GS", "GG", "pS", "GA", "GZ"}) {
