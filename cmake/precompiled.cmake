@@ -2,8 +2,8 @@
 # includes are compiled once for the build and used by all targets of that kind. A target's kind follows from the
 # libraries that it links, so that no folder has to name it.
 #
-# This is for builds that are made often. A header must compile without it, and the compiler gives no warnings for
-# headers that it reads in this way. So release is built without, and bench uses it for its test programs only.
+# This is for builds that are made often. The compiler gives no warnings for headers that it reads in this way. So release
+# is built without, and bench uses it for its test programs only.
 
 set(KESTRANE_PCH_OPTIMISED $<$<CONFIG:Debug>:-O1>)
 set(KESTRANE_PCH_STANDARD <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <deque> <filesystem> <fstream>

@@ -1,10 +1,12 @@
 # Unity builds (KESTRANE_UNITY; TESTS: of the test programs alone): a few files of one folder are compiled as one, which
-# takes less than half the time, since most of a file is the same templates again. The contents of their anonymous namespaces then meet: no two files of a
-# folder may give different things the same name. Where that is not possible, a file stays alone with
+# takes less than half the time, since most of a file is the same templates again. The contents of their anonymous
+# namespaces then meet: no two files of a folder may give different things the same name. Where that is not possible, a
+# file stays alone with
 #
 #     set_source_files_properties(some_test.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 #
-# Who works on a few files and builds often is better off without: cmake --preset dev -DKESTRANE_UNITY=OFF.
+# Who works on a few files and builds often is better off without: cmake --preset dev -DKESTRANE_UNITY=OFF. That each file
+# includes what it uses is seen in such a build only: `./test --long` makes one.
 #
 # The files written here name the sources by their path under src/ or tests/, so that ccache recognises them in another
 # clone.
