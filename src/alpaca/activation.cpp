@@ -107,8 +107,12 @@ public:
     /// Runs until a signal ends it.
     void Run() {
         int pauseMs = 0;
-        while (askedToEnd_ == 0 && Pause(pauseMs) && WaitForClient()) {
+        bool crashed = false;
+        while (askedToEnd_ == 0 && Pause(pauseMs) && (crashed || WaitForClient())) {
+            const bool afterCrash = crashed;
             pauseMs = RunDriver() ? 0 : std::clamp(pauseMs * 2, kFirstPauseMs, kLongestPauseMs);
+            // The next driver stops what this one has left moving. When that one crashes too, a client has to ask.
+            crashed = WIFSIGNALED(status_) && !afterCrash;
         }
     }
 

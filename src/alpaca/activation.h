@@ -19,7 +19,8 @@ struct ActivationOptions {
 /// Binds the sockets and prints "Alpaca: http://ADDR:PORT/" on standard output; for a socket on all addresses one such
 /// line for each address of this machine, loopback first. Starts the driver whenever a client calls and no driver runs,
 /// answers discovery calls meanwhile, which start none, until SIGTERM, SIGINT or SIGHUP (not after `nohup`), which end
-/// the driver first. A driver that fails soon after its start is started again only after a pause that grows. Blocks
+/// the driver first. A driver that crashes or is killed is started again at once, without a client, so that it can stop
+/// what it has left moving; one that fails soon after its start only after a pause that grows. Blocks
 /// these signals and SIGCHLD for this thread, so there must be no other thread. The result is the exit status: 0 after
 /// a signal, 1 with a message on standard error when the address cannot be bound or there is no driver.
 int RunActivation(const ActivationOptions& options);

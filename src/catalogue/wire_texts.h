@@ -35,6 +35,12 @@ inline bool ChoosesCustomRate(std::string_view onTheWire) {
     return chooses(CustomRaRate) || chooses(CustomDecRate);
 }
 
+/// Whether a text sets the focus motor in motion.
+inline bool RunsFocuser(std::string_view onTheWire) {
+    return onTheWire.find(FocusPlus.With("").OnTheWire()) != std::string_view::npos ||
+           onTheWire.find(FocusMinus.With("").OnTheWire()) != std::string_view::npos;
+}
+
 enum class EndlessMove { Untouched, Begins, Ends };
 
 /// What a text does to a move without a time, which goes on until it is stopped or the mount parks. The stop of one

@@ -14,6 +14,7 @@
 #include "kernel/base/log.h"
 #include "kernel/base/waits.h"
 #include "kernel/companion.h"
+#include "kernel/open_motion_file.h"
 #include "link/mount_link.h"
 #include "platform/message_pump.h"
 #include "platform/serial_port.h"
@@ -84,6 +85,9 @@ public:
     SiteAnswer ReadMountSite(Notice notice, AfterSilence afterSilence = AfterSilence::AsksOn);
     /// How long a read of the link waits, by the settings: 1 to 60000 ms.
     std::int32_t ReadTimeout();
+    /// Stops what moves of a mount on the port of the settings, in the same frame. False when the port cannot be
+    /// opened.
+    bool SendStop(OpenMotion open);
     /// Writes the site to a mount, in the same frame; texts in the forms of the wire.
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "catalogue/wire_commands.h"
+#include "catalogue/wire_texts.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
@@ -11,6 +13,11 @@
 #include "telescope/motion/east_slew.h"
 
 namespace kestrane {
+namespace {
+
+constexpr std::int32_t kStopLeftAgainMs = 1000;
+
+}  // namespace
 
 std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient) {
     if (!startedByClient) {
@@ -23,6 +30,7 @@ std::unique_ptr<Driver> Main(const Platform& platform, bool startedByClient) {
 Driver::Driver(Platform platform)
     : platform_(platform),
       log(state, platform_.clock),
+      openMotionFile(platform_.folders.CommonAppData() / "Kestrane" / "ASCOM" / "OpenMotion", log),
       messageBoxes(platform_.messageBoxes, log),
       counters(state, log),
       alarmFilter(counters),
@@ -209,9 +217,18 @@ Driver::Driver(Platform platform)
         connections.HealWhenDue();
     });
     startup.Run();
+    left_ = openMotionFile.Left();
+    if (left_.Any()) {
+        stopLeftTimer_ = platform_.pump.CreateTimer([this] { StopWhatWasLeft(); });
+        stopLeftTimer_->SetInterval(1);
+        stopLeftTimer_->SetEnabled(true);
+    }
 }
 
 Driver::~Driver() {
+    if (!left_.Any()) {
+        NoteOpenMotion("");
+    }
     counters.SetView(nullptr);
     alarmFilter.SetActions(nullptr);
 }
@@ -240,6 +257,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .setKingRateState = [this] { tracking.SetKingRateState(); },
         .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
         .internalInstance = [this] { return internalInstance_.get(); },
+        .noteOpenMotion = [this](std::string_view text) { NoteOpenMotion(text); },
         .executeDriverCommand = [this](Telescope& object,
                                        std::string_view command) { return driverCommands.Execute(object, command); },
     };
@@ -295,6 +313,28 @@ void Driver::StopRunningAxes() {
     errors.Step(
         [&] { Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop); });
     axisMotions.StopAll("The driver ends: its axes are stopped");
+}
+
+void Driver::NoteOpenMotion(std::string_view text) {
+    const bool beginsMove = wire::EndlessMoveAfter(text) == wire::EndlessMove::Begins;
+    openMotionFile.Note(
+        {.mount = left_.mount || beginsMove || state.g_bMoveSent || axisMotions.AnyStillRuns() || guidePulses.MayMove(),
+         .focuser = left_.focuser || wire::RunsFocuser(text) || focusMotor.MayRun()});
+}
+
+void Driver::StopWhatWasLeft() {
+    const std::string what = "The last driver ended while something moved that only it would have ended: ";
+    if (!state.g_bOpeningLink && connections.SendStop(left_)) {
+        log.LogMessage("Motion", LogLevel::Error, what + "the stop has gone out");
+        left_ = {};
+        stopLeftTimer_->SetEnabled(false);
+        NoteOpenMotion("");
+        return;
+    }
+    if (!std::exchange(stopLeftDelayed_, true)) {
+        log.LogMessage("Motion", LogLevel::Error, what + "the stop goes out once the port can be opened");
+        stopLeftTimer_->SetInterval(kStopLeftAgainMs);
+    }
 }
 
 void Driver::ShowLowPower() {

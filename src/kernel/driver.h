@@ -15,6 +15,7 @@
 #include "kernel/companion.h"
 #include "kernel/connection_manager.h"
 #include "kernel/logged_message_boxes.h"
+#include "kernel/open_motion_file.h"
 #include "kernel/startup.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
@@ -44,7 +45,8 @@ using FocuserObject = std::unique_ptr<Focuser, EndsDeviceObject>;
 /// one test program. Logic thread only.
 class Driver final : public AlarmActions {
 public:
-    /// Opens the settings and runs the start-up; the platform must outlive the driver.
+    /// Opens the settings and runs the start-up; the platform must outlive the driver. What a killed driver has left
+    /// moving is stopped, as soon as the pump runs and the port can be opened.
     explicit Driver(Platform platform);
     ~Driver() override;
     Driver(const Driver&) = delete;
@@ -74,6 +76,7 @@ public:
     Motion motion{state};
     SwallowLedger ledger;
     Log log;
+    OpenMotionFile openMotionFile;
     LoggedMessageBoxes messageBoxes;
     Counters counters;
     AlarmFilter alarmFilter;
@@ -118,9 +121,14 @@ private:
     TelescopeNeeds NeedsOfTelescope();
     LogFileFacts FactsOfLog();
     void StopRunningAxes();
+    void NoteOpenMotion(std::string_view text);
+    void StopWhatWasLeft();
     LogLimits LimitsOfLog();
 
     std::unique_ptr<Telescope> internalInstance_;
+    OpenMotion left_;  ///< by the process before this one
+    std::unique_ptr<PumpTimer> stopLeftTimer_;
+    bool stopLeftDelayed_ = false;  ///< the port could not be opened at once
 };
 
 /// Process start: refuses a start that no client asked for, with one message, and makes nothing (null); otherwise

@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::int32_t kCheckTimeoutMs = 5000;
 constexpr std::int32_t kSettleMs = 100;
+constexpr std::int32_t kStopSpacingMs = 20;
 constexpr int kTries = 3;
 
 }  // namespace
@@ -150,6 +151,22 @@ SiteAnswer ConnectionManager::AskLongLat(std::int16_t port, std::int16_t timeout
             return true;
         });
     return whole || answer == SiteAnswer::Refused ? answer : SiteAnswer::Silent;
+}
+
+bool ConnectionManager::SendStop(OpenMotion open) {
+    return OnLink(
+        PortOfSettings(), [](MountLink&) {},
+        [&](MountLink& link, bool) {
+            if (open.mount) {
+                Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
+                driver_.waits.WaitForMilliseconds(kStopSpacingMs);
+                Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
+            }
+            if (open.focuser) {
+                Talk(procedure::FocuserStop).CommandBlindLight(wire::FocusStop);
+            }
+            return link.CanSend();
+        });
 }
 
 bool ConnectionManager::SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,

@@ -102,6 +102,7 @@ void TelescopeCore::NoteSent(std::string_view text) {
         case wire::EndlessMove::Untouched:
             break;
     }
+    needs_.noteOpenMotion(text);
 }
 
 std::string_view TelescopeCore::WhatMoves() const {

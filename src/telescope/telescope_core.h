@@ -61,6 +61,8 @@ struct TelescopeNeeds {
     std::function<void()> setKingRateState;        ///< see `TrackingOperations`
     std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; the caller does not wait
     std::function<Telescope*()> internalInstance;  ///< null while there is none
+    /// Called with each text that is about to go out to the mount.
+    std::function<void(std::string_view text)> noteOpenMotion;
     /// Runs a command to the driver, the text after "RAW,", that came through an object; returns its reply.
     std::function<std::string(Telescope& object, std::string_view command)> executeDriverCommand;
 };

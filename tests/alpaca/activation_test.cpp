@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sstream>
@@ -103,6 +104,15 @@ public:
         return line;
     }
     void Send(int signal) const { ::kill(process_, signal); }
+    /// Waits until there is a driver; its process.
+    int AwaitDriver() const {
+        const std::string id = std::to_string(process_);
+        int driver = 0;
+        while (!(std::ifstream("/proc/" + id + "/task/" + id + "/children") >> driver)) {
+            ::usleep(10'000);
+        }
+        return driver;
+    }
     /// Sends a signal (0 for none) and waits for the end; the exit status, or -1 for an end by signal.
     int Wait(int signal) {
         if (process_ == 0) {
@@ -209,6 +219,20 @@ TEST(Activation, StartsANewDriverAfterAKill) {
     const int second = activator.Ask().processId;
     EXPECT_GT(second, 0);
     EXPECT_NE(first, second);
+}
+
+TEST(Activation, StartsTheDriverAgainAfterACrash_WithoutAClient_Once) {
+    Activator activator("stay");
+    const int first = activator.Ask().processId;
+    ASSERT_EQ(::kill(first, SIGKILL), 0);
+    EXPECT_EQ(activator.ReadLine(), "kestrane-activate: the driver was ended by signal 9");
+    const int second = activator.AwaitDriver();
+    EXPECT_GT(second, 0);
+    ASSERT_EQ(::kill(second, SIGKILL), 0);
+    EXPECT_EQ(activator.ReadLine(), "kestrane-activate: the driver was ended by signal 9");
+    const int third = activator.Ask().processId;
+    EXPECT_GT(third, 0);
+    EXPECT_NE(third, second);
 }
 
 TEST(Activation, EndsTheDriverAndItselfOnASignal) {

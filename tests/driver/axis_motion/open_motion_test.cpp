@@ -1,0 +1,167 @@
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "kernel/base/conversions.h"
+#include "simulator/misbehaviours.h"
+#include "support/driver_fixture.h"
+
+/// What a killed driver leaves moving, and how the next one stops it.
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kStopSent =
+    "The last driver ended while something moved that only it would have ended: the stop has gone out";
+constexpr std::string_view kStopComes =
+    "The last driver ended while something moved that only it would have ended: the stop goes out once the port can be "
+    "opened";
+
+class OpenMotionTest : public DriverFixture {
+protected:
+    OpenMotionTest() { Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}}); }
+    void TearDown() override {
+        telescope.reset();
+        DriverFixture::TearDown();
+    }
+    void Connect() {
+        telescope = ConnectedTelescope();
+        telescope->Tracking(true);
+        machine.AdvanceTime(10'000);
+    }
+    std::filesystem::path File() { return machine.folders.CommonAppData() / "Kestrane" / "ASCOM" / "OpenMotion"; }
+    std::string Words() {
+        std::ifstream file(File());
+        std::string words;
+        for (std::string word; file >> word;) {
+            words += words.empty() ? word : " " + word;
+        }
+        return words;
+    }
+    void Leave(std::string_view words) {
+        std::filesystem::create_directories(File().parent_path());
+        std::ofstream(File()) << words;
+    }
+
+    TelescopeObject telescope;
+    std::string atCommand;  ///< the file's words when the mount got a command
+};
+
+TEST_F(OpenMotionTest, FileNamesWhatOnlyTheDriverWouldEnd_AndGoesAfterIt) {
+    Connect();
+    const FocuserObject focuser = driver->CreateFocuser();
+    focuser->Link(true);
+    EXPECT_FALSE(std::filesystem::exists(File()));
+    struct Row {
+        std::string words;
+        std::function<void()> begin, end;
+    };
+    const std::vector<Row> rows{
+        {"mount", [&] { telescope->MoveAxis(0, 0.1); }, [&] { telescope->MoveAxis(0, 0.0); }},
+        {"mount", [&] { telescope->MoveAxis(1, 0.1); }, [&] { telescope->AbortSlew(); }},
+        {"mount", [&] { telescope->PulseGuide(0, 60'000); }, [&] { telescope->AbortSlew(); }},
+        {"mount", [&] { telescope->CommandBlind("Mn", false); }, [&] { telescope->CommandBlind("Q", false); }},
+        {"focuser", [&] { focuser->Move(5'000); }, [&] { focuser->Halt(); }},
+    };
+    for (const Row& row : rows) {
+        row.begin();
+        EXPECT_EQ(Words(), row.words);
+        machine.AdvanceTime(3'000);
+        EXPECT_EQ(Words(), row.words) << "the poll leaves it alone";
+        row.end();
+        machine.AdvanceTime(2'000);
+        EXPECT_FALSE(std::filesystem::exists(File()));
+    }
+    driver->state.g_nFocuserObjects = 9;  // the process goes on after the release of the object
+}
+
+TEST_F(OpenMotionTest, FileStandsBeforeTheCommandGoesOut) {
+    struct Looks final : Misbehaviour {
+        explicit Looks(std::function<void()> look) : look_(std::move(look)) {}
+        void Change(SimulatedReply& reply) override {
+            if (reply.name == "RD") {
+                look_();
+            }
+        }
+        std::function<void()> look_;
+    };
+    Connect();
+    mount->Add(std::make_unique<Looks>([this] { atCommand = Words(); }));
+    telescope->MoveAxis(1, 0.1);
+    EXPECT_EQ(atCommand, "mount");
+}
+
+TEST_F(OpenMotionTest, ASlewIsNoOpenMotion_AlsoAfterAnAxis) {
+    Connect();
+    telescope->MoveAxis(1, 0.1);
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    machine.AdvanceTime(1'500);
+    ASSERT_TRUE(mount->Picture().slewing);
+    EXPECT_FALSE(std::filesystem::exists(File()));
+}
+
+TEST_F(OpenMotionTest, NextDriver_StopsWhatWasLeft) {
+    struct Row {
+        std::string words;
+        std::vector<std::string> sent;
+    };
+    for (const Row& row : {Row{"mount", {"Q", "Q"}}, Row{"focuser", {"FQ"}}, Row{"mount\nfocuser", {"Q", "Q", "FQ"}}}) {
+        driver.reset();
+        log.clear();
+        Leave(row.words);
+        Start();
+        EXPECT_EQ(SentBy([&] { machine.AdvanceTime(1'000); }), row.sent);
+        EXPECT_TRUE(LoggedAs("Motion", 2, kStopSent));
+        EXPECT_FALSE(std::filesystem::exists(File()));
+        EXPECT_FALSE(driver->link->Connected());
+        EXPECT_EQ(SentBy([&] { machine.AdvanceTime(10'000); }), std::vector<std::string>{});
+    }
+}
+
+TEST_F(OpenMotionTest, AxisThatRunsWhenTheDriverIsKilled_StandsAfterTheNextStart) {
+    Connect();
+    telescope->MoveAxis(1, 0.1);
+    ASSERT_GT(std::abs(mount->Picture().polarSpeed), 0.05);
+    telescope->CommandBlind(":Mn#", true);
+    mount->SetLineDead(true);  // the end of this driver stops nothing, as if it were killed
+    ExpectSwallow("*");
+    telescope.reset();
+    driver.reset();
+    mount->SetLineDead(false);
+    Leave("mount");
+    Start();
+    machine.AdvanceTime(1'000);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+}
+
+TEST_F(OpenMotionTest, WhatWasLeft_IsStoppedOnceThePortCanBeOpened) {
+    ExpectSwallow("CheckConnection");
+    Leave("mount");
+    machine.serialPorts.Disconnect(1);
+    Start();
+    machine.AdvanceTime(5'500);
+    EXPECT_EQ(TimesLoggedAs("Motion", 2, kStopComes), 1);
+    EXPECT_FALSE(Logged(kStopSent));
+    EXPECT_TRUE(std::filesystem::exists(File()));
+    machine.ConnectMount(1, *mount);
+    EXPECT_EQ(SentBy([&] { machine.AdvanceTime(1'500); }), (std::vector<std::string>{"Q", "Q"}));
+    EXPECT_FALSE(std::filesystem::exists(File()));
+}
+
+TEST_F(OpenMotionTest, WithoutAFile_AStartSendsNothing) {
+    Start();
+    EXPECT_EQ(SentBy([&] { machine.AdvanceTime(5'000); }), std::vector<std::string>{});
+    Leave("rubbish");
+    driver.reset();
+    Start();
+    EXPECT_EQ(SentBy([&] { machine.AdvanceTime(5'000); }), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace kestrane
