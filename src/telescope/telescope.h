@@ -272,6 +272,9 @@ public:
     void SendKingCorrection();
     /// Gives the mount the PC's time, date and zone, as the verb "InitTime" of the driver does.
     void SyncMountTime();
+    /// What a park and an unpark begin with: the meridian delay becomes 0, in the mount too, and the mount gets the
+    /// PC's time in any case. Ends with a pause of 40 ms; does not pump. Raises what a write of `utcDate` raises.
+    void SendTimeAfresh();
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
     /// The site as the setting "Longitude" gives it: degrees, west positive from 0 to below 360. False, with `degrees`

@@ -15,6 +15,7 @@ constexpr double kSameDelayHours = 0.5 / 3600.0;  // the mount keeps whole secon
 constexpr double kLongestDelayHours = 6.0;        // either way
 constexpr double kSameZoneHours = 0.001;
 constexpr std::int32_t kNoticeableMs = 1000;
+constexpr std::int32_t kAfterTimeMs = 40;
 
 /// Around midnight the mount would change its date.
 bool IsAroundMidnight(const DateTime& local) {
@@ -59,6 +60,15 @@ DateTime Telescope::utcDate() {
 
 void Telescope::SyncMountTime() {
     Talk(procedure::DriverVerb).DriverCommandInternal(kInitTimeVerb);
+}
+
+void Telescope::SendTimeAfresh() {
+    if (state_.g_dMeridianDelay != 0.0) {
+        needs_.panel.SetMeridianDelayUI(0.0);
+        state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
+    }
+    utcDate(driver_.clock.DateLocalToUTC(driver_.clock.GetLocalTime()));
+    driver_.waits.WaitForMilliseconds(kAfterTimeMs);
 }
 
 void Telescope::utcDate(const DateTime& utc) {

@@ -32,6 +32,7 @@ protected:
         transcript.Call("Get", [&] { return DateTimeText(driver->InternalInstance().utcDate()); });
         transcript.Call("InitTime",
                         [&] { return driver->InternalInstance().CommandStringInternal("RAW,InitTime", true); });
+        transcript.Call("SendTimeAfresh", [&] { driver->InternalInstance().SendTimeAfresh(); });
         PlayOnOpenLink(transcript);
     }
 };
@@ -105,6 +106,63 @@ TEST_F(MountTimeTest, DelayThatNobodyReadOrSet_IsNotWritten_ThatOfTheMountIsTake
     )" + std::string(kTimeDateAndZone));
     EXPECT_EQ(driver->state.g_dMeridianDelay, -0.5);
     EXPECT_EQ(driver->handBox.lblMeridianDelay.Text(), "-0.5");
+}
+
+TEST_F(MountTimeTest, SentAfresh_TheTimeGoesOutWithoutADelayToo_AndThenTheMountHas40Ms) {
+    Play(R"(
+        0   = SendTimeAfresh
+        0   > :GM#
+        0   < +00:00:00#
+        0   > :SL21:05:30#
+        0   < 1
+        0   > :SC03/20/24#
+        0   < 1Updating#
+        0   < data#
+        0   > :GG#
+        0   < -01:00:00.0#
+        40  = ->
+    )");
+}
+
+TEST_F(MountTimeTest, SentAfresh_ADelayBecomesZero_AlsoOneThatNoReadingConfirmed) {
+    driver->state.g_dMeridianDelay = 1.5;
+    Play(R"(
+        0   = SendTimeAfresh
+        *   L SetMeridianDelayUI Info Setting Meridian Delay: 0
+        *   > :GM#
+        *   < -01:30:00#
+        *   > :GM#
+        *   < -01:30:00#
+        *   > :SM00:00:00#
+        *   < 1
+        *   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0);
+    EXPECT_EQ(driver->handBox.lblMeridianDelay.Text(), "");
+}
+
+TEST_F(MountTimeTest, SentAfresh_FirmwareWithoutADelayGetsItsClockBack) {
+    driver->state.g_bHasMeridianQuery = false;
+    ChooseDelay(1.5);
+    Play(R"(
+        0   = SendTimeAfresh
+        0   > :SL21:05:30#
+        *   < 1
+        *   > :SC03/20/24#
+        *   < 1Updating#
+        *   < data#
+        *   > :GG#
+        *   < -01:00:00.0#
+        *   = ->
+    )");
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0);
 }
 
 TEST_F(MountTimeTest, DelayThatASecondReadingDoesNotConfirm_ChangesNothing) {
