@@ -29,6 +29,9 @@ struct DatabaseNeeds {
     Clock& clock;
 };
 
+/// Whether the name of a site is looked at when it is stored.
+enum class SiteNames { MustBeGood, AsTheyAre };
+
 /// The settings file: `Kestrane/Settings.ksdb` in the common data folder, one SQLite file shared with other programs.
 /// The only class that uses SQL. Each call is one or two statements of their own, without a cache and without a
 /// transaction around them, so that a kill at any moment leaves the file whole and loses at most the call under way.
@@ -112,7 +115,8 @@ public:
     bool SetGotoAltAz(const GotoAltAz& obj, bool& isNew);
     bool SetGotoRaDec(const GotoRaDec& obj, bool& isNew);
     /// When another row has the name already, nothing changes: false.
-    bool SetSite(const Site& obj, bool& isNew);
+    /// Refuses a name that no init string of the mount can hold; a site that is stored already may keep its own.
+    bool SetSite(const Site& obj, bool& isNew, SiteNames names = SiteNames::MustBeGood);
     bool SetParkPosition(const ParkPosition& obj, bool& isNew);
 
     /// Whether records or deletions of records are kept for later: the lists do not show them yet.

@@ -214,7 +214,13 @@ bool Database::SetGotoRaDec(const GotoRaDec& obj, bool& isNew) {
     return SaveRecord("Database.SetGotoRaDec", PropertiesOf(obj), isNew, "GotoRaDec", kGotoRaDecColumns);
 }
 
-bool Database::SetSite(const Site& obj, bool& isNew) {
+bool Database::SetSite(const Site& obj, bool& isNew, SiteNames names) {
+    if (names == SiteNames::MustBeGood && !IsGoodSiteName(obj.Name)) {
+        answered_ = true;
+        needs_.log.LogMessage("SetSite", LogLevel::Warning,
+                              "The name of a site must not hold \",\" or \"=\", it is not stored: '" + obj.Name + "'");
+        return false;
+    }
     return SaveRecord("Database.SetSite", PropertiesOf(obj), isNew, "Sites", kSiteColumns);
 }
 

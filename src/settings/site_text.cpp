@@ -40,6 +40,10 @@ std::string PadWithZeros(std::string_view text, std::size_t width) {
     return std::string(width > text.size() ? width - text.size() : 0, '0').append(text);
 }
 
+bool IsGoodSiteName(std::string_view name) {
+    return name.find_first_of(",=") == std::string_view::npos;
+}
+
 SiteFields SplitSiteText(std::string_view text) {
     SiteFields fields;
     for (std::size_t i = 0; i < fields.size(); ++i) {

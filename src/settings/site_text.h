@@ -12,6 +12,9 @@ namespace kestrane {
 /// "07" and "099" is "99" for a width of 2, "122" stays.
 std::string PadWithZeros(std::string_view text, std::size_t width);
 
+/// Whether an init string of the mount can hold the name: without "," and "=".
+bool IsGoodSiteName(std::string_view name);
+
 /// Hemisphere letter, degrees, minutes, seconds.
 using SiteFields = std::array<std::string_view, 4>;
 

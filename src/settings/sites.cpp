@@ -194,7 +194,7 @@ bool Sites::CopyPackedSite(std::string_view packed) {
     site.ElevationMeters = fields.size() > kElevationField ? Val_Global(fields[kElevationField], needs_.log) : 0.0;
     Database& database = *needs_.persist.database();
     bool isNew = true;
-    if (database.SetSite(site, isNew)) {
+    if (database.SetSite(site, isNew, SiteNames::AsTheyAre)) {
         return true;
     }
     const bool refused = database.Answered();

@@ -107,7 +107,7 @@ void SiteSteps::SaveSitePosition(std::string Site::*half, const SettingKey& key,
         (*site).*half = text;
         bool isNew = false;
         if (Database* const database = driver_.persist.database()) {
-            database->SetSite(*site, isNew);
+            database->SetSite(*site, isNew, SiteNames::AsTheyAre);
         }
         driver_.persist.Write(key, text);
         return;
