@@ -203,7 +203,7 @@ std::vector<Route> TelescopeRoutes() {
         {"SyncToAltAz",             Put, Brief, kHorizontal,                               kSyncAltAz},
         {"SyncToCoordinates",       Put, Brief, kEquatorial,                               kSync},
         {"SyncToTarget",            Put, Brief, kNone,                                     kCall<&T::SyncToTarget>},
-        {"Unpark",                  Put, Long,  kNone,                                     kNotBuilt},
+        {"Unpark",                  Put, Long,  kNone,                                     kCall<&T::Unpark>},
     };
 }
 // clang-format on

@@ -22,6 +22,7 @@ public:
     bool m_bShowHA = false;       ///< `lblLST` shows the hour angle instead of the sidereal time
     bool noMessageBoxes = false;  ///< messages are only logged
     bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
+    bool inTray = false;          ///< an icon in the tray stands for the window
 
     /// The number of fillings under way, see `FillsHandBox`. Changes are kept in the settings only while it is 0.
     int fillings = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace kestrane {
@@ -29,6 +30,13 @@ public:
     /// `proposed` is selected at first, without one the position of the settings, and what is selected is the answer of
     /// a question that `IsAccepted`.
     virtual std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) = 0;
+    /// The same question for a caller that does not wait: shows the window and returns. `answered` is called once, with
+    /// the position that a person accepted, or with nothing. Without a view it is called at once, with a warning in the
+    /// log.
+    virtual void OfferUnpark(std::int16_t proposed,
+                             std::function<void(std::optional<std::int16_t> index)> answered) = 0;
+    /// Takes such an offer back, which counts as cancelled; nothing without one.
+    virtual void WithdrawUnpark() = 0;
     /// Whether to park, and where, an index of `cbxParkTo` from 0 to 6. Nothing: do not. The text of an accepted
     /// position is kept in the settings.
     virtual std::optional<std::int16_t> AskPark() = 0;

@@ -67,7 +67,7 @@ void ConnectionManager::OpenConnection(ClientKind kind) {
 void ConnectionManager::OpenLink(ClientKind kind, bool ip, const std::string& address) {
     Opening opening{.ip = ip, .portText = address};
     // What was read from the mount of an earlier link says nothing about this one.
-    state_.g_bRaRead = state_.g_bDecRead = false;
+    state_.g_bRaRead = state_.g_bDecRead = state_.g_bPowerOnInitDone = false;
     state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayRead = false;
     needs_.rates.ForgetToldType();
     if (!ip) {

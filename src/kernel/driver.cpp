@@ -62,6 +62,8 @@ Driver::Driver(Platform platform)
           .initialSetup = initialSetup,
           .initMount = initMount,
           .askAbortSlew = askAbortSlew,
+          .questions = questions,
+          .askForPlainSyncs = [this] { return rcalSyncWarning.AskForPlainSyncs(); },
           .telescope = [this] { return internalInstance_.get(); },
           .linkConnected = [this] { return link && link->Connected(); },
           .readMountSite = [this](
@@ -75,8 +77,8 @@ Driver::Driver(Platform platform)
           .panel = panel,
           .telescope = [this] { return internalInstance_.get(); },
       }),
-      rcalSyncWarning(rcalSyncWarningForm, log),
       modal(waits, log),
+      rcalSyncWarning(rcalSyncWarningForm, modal, log),
       questions(QuestionWindowsNeeds{
           .modal = modal,
           .persist = persist,
@@ -256,6 +258,9 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .registration = startup,
         .setKingRateState = [this] { tracking.SetKingRateState(); },
         .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
+        .questions = questions,
+        .offerUnpark = [this](std::int16_t index) { panel.OfferUnpark(index); },
+        .readMountSite = [this] { connections.ReadMountSite(Notice::LogOnly); },
         .internalInstance = [this] { return internalInstance_.get(); },
         .noteOpenMotion = [this](std::string_view text) { NoteOpenMotion(text); },
         .executeDriverCommand = [this](Telescope& object,

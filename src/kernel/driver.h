@@ -100,8 +100,8 @@ public:
     std::unique_ptr<MountLink> link;
     HandBoxPanel panel;
     TrackingOperations tracking;
-    RcalSyncWarning rcalSyncWarning;
     Modal modal;
+    RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;

@@ -106,6 +106,7 @@ struct DriverState : LogState, CounterState {
     bool g_bRaRead = false;                     ///< `g_dRa` was read since the link was opened
     bool g_bDecRead = false;                    ///< `g_dDec` likewise
     bool g_bInitUiDone = false;                 ///< the hand box was filled for the reported power-on position
+    bool g_bPowerOnInitDone = false;            ///< the mount was initialized for the reported power-on position
     bool g_bUnparkConfirmOpen = false;          ///< the hand box asks from which position to unpark the mount
 
     // --- query stamps -------------------------------------------------------------------------------------------

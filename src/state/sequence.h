@@ -63,6 +63,8 @@ inline constexpr CompletingProcedure FirstPicture     {"first picture",       Do
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::BeforeEach};
 inline constexpr CompletingProcedure PortCheck        {"port check",          Doors::BeforeEach};
 inline constexpr CompletingProcedure ReadSite         {"site of the mount",   Doors::BeforeEach};
+inline constexpr CompletingProcedure Initialization   {"initialization",      Doors::BeforeEach};
+inline constexpr CompletingProcedure Unpark           {"unpark",              Doors::BeforeEach};  // starts tracking at most
 // clang-format on
 }  // namespace procedure
 

@@ -1,10 +1,12 @@
 #include <limits>
+#include <utility>
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "settings/setting_keys.h"
+#include "telescope/mount/mount_initialization.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -308,12 +310,15 @@ void Telescope::InitUI() {
     needs_.panel.UpdateControls();
 }
 
-/// The mount has lost its position. Only a person can say where it points: with nobody to ask, the mount is given no
-/// guessed position.
+/// The mount has lost its position. It is initialized once, and not at each report of that position. Only a person can
+/// say where it points: a position of the settings is offered, and until somebody accepts it the mount gets none.
 void ConnectionSteps::InitAfterPowerOn() {
-    driver_.log.LogMessage("InitUI", LogLevel::Warning,
-                           "The mount reports its power-on position. Nobody is there to confirm where it "
-                           "stands, so no position is given to it.");
+    if (std::exchange(state_.g_bPowerOnInitDone, true)) {
+        return;
+    }
+    ResumeNext errors{driver_.ledger, "InitUI"};
+    errors.Step([&] { MountInitialization(telescope_).InitAfterParkCheck(true, Confirmation::Offered); });
+    telescope_.EnsureLongFormat(true);  // the initialization has toggled it
     telescope_.ReadPosition();
 }
 

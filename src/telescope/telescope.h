@@ -234,6 +234,12 @@ public:
     /// largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
+    // --- parking ------------------------------------------------------------------------------------------------
+
+    /// Starts a parked mount where it stands (see `Unparking`); sends nothing to one that is not parked. Raises
+    /// nothing.
+    void Unpark();
+
     // --- guiding ------------------------------------------------------------------------------------------------
 
     /// Moves one axis at the guide rate for so many milliseconds: 0 north, 1 south, 2 east, 3 west. Takes the place of
@@ -275,6 +281,10 @@ public:
     /// What a park and an unpark begin with: the meridian delay becomes 0, in the mount too, and the mount gets the
     /// PC's time in any case. Ends with a pause of 40 ms; does not pump. Raises what a write of `utcDate` raises.
     void SendTimeAfresh();
+    /// Unparks from a position, as the verb "UnparkMount" of the driver does.
+    void UnparkByVerb(std::int16_t index);
+    /// Brings the replies of the mount into the long format, or into the short one. Whether they are long afterwards.
+    bool EnsureLongFormat(bool wanted);
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
     /// The site as the setting "Longitude" gives it: degrees, west positive from 0 to below 360. False, with `degrees`

@@ -12,6 +12,7 @@
 #include "forms/frm_hand_box.h"
 #include "forms/frm_status.h"
 #include "forms/hand_box_display.h"
+#include "forms/questions.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -58,8 +59,13 @@ struct TelescopeNeeds {
     GuidePulses& guidePulses;
     ClientConnections& connections;
     DeviceRegistration& registration;
-    std::function<void()> setKingRateState;        ///< see `TrackingOperations`
-    std::function<void()> warnAboutSync;           ///< shows the warning about plain syncs; the caller does not wait
+    std::function<void()> setKingRateState;  ///< see `TrackingOperations`
+    std::function<void()> warnAboutSync;     ///< shows the warning about plain syncs; the caller does not wait
+    Questions& questions;
+    /// Asks a person, as soon as the hand box can, whether to unpark from a position; an accepted one is unparked from.
+    /// The caller does not wait.
+    std::function<void(std::int16_t index)> offerUnpark;
+    std::function<void()> readMountSite;           ///< shows on the hand box the site that the mount has
     std::function<Telescope*()> internalInstance;  ///< null while there is none
     /// Called with each text that is about to go out to the mount.
     std::function<void(std::string_view text)> noteOpenMotion;

@@ -35,12 +35,16 @@ constexpr ActionRow kActionButtons[] = {
 
 void HandBoxPanel::WireButtons() {
     frmHandBox& handBox = needs_.handBox;
-    handBox.tmrButtonDelay.OnTick([this] { RunDelayedAction(); });
+    handBox.tmrButtonDelay.OnTick([this] {
+        ShowOfferWhenDue();
+        RunDelayedAction();
+    });
     for (const ActionRow& row : kActionButtons) {
         (handBox.*row.button).OnClick([this, action = row.action] { Press(action); });
     }
     handBox.btnResetErrorCounts.OnClick([this] { needs_.resetCommCounters(); });
     handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(); });
+    WirePark();
     OnAction(ButtonAction::SyncMountTime, [this] { SyncMountTime(); });
     OnAction(ButtonAction::SetMeridianDelay,
              [this] { SendMeridianDelay(Val_Global(needs_.handBox.txtMeridianDelay.Text(), driver_.log)); });

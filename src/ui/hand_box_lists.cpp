@@ -34,7 +34,7 @@ std::span<const HandBoxPanel::CheckRow> HandBoxPanel::CheckRows() {
         {&frmHandBox::chkKeepMountTimeSyncedToPcTime, setting::chkKeepMountTimeSyncedToPcTime},
         {&frmHandBox::chkSynchronousPulseGuide, setting::chkSynchronousPulseGuide,
          &HandBoxPanel::OnSynchronousPulseChange},
-        {&frmHandBox::chkUseRCAL, setting::chkUseRCAL},
+        {&frmHandBox::chkUseRCAL, setting::chkUseRCAL, nullptr, &HandBoxPanel::MayClearRcal},
         {&frmHandBox::chkCalcAzAlt, setting::chkCalcAzAlt},
         {&frmHandBox::chkCalcLST, setting::chkCalcLST},
         {&frmHandBox::chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection, &HandBoxPanel::OnFocuserChange},
@@ -92,12 +92,7 @@ std::span<const HandBoxPanel::OptionRow> HandBoxPanel::OptionRows() {
 void HandBoxPanel::WireSettings() {
     frmHandBox& handBox = needs_.handBox;
     for (const CheckRow& row : CheckRows()) {
-        (handBox.*row.control).OnClick([this, &row] {
-            Keep(row.key, ZeroOrOne((needs_.handBox.*row.control).Checked()));
-            if (row.changed) {
-                (this->*row.changed)();
-            }
-        });
+        (handBox.*row.control).OnClick([this, &row] { OnCheck(row); });
     }
     for (const TextRow& row : TextRows()) {
         (handBox.*row.control).OnChange([this, &row] {
@@ -139,6 +134,19 @@ void HandBoxPanel::WireSettings() {
         needs_.handBox.lblBrightness.Text(value);
         Keep(setting::hscrReticleBrightness, value);
     });
+}
+
+void HandBoxPanel::OnCheck(const CheckRow& row) {
+    CheckBox& box = needs_.handBox.*row.control;
+    if (row.mayClear && needs_.handBox.fillings == 0 && !box.Checked() && !(this->*row.mayClear)()) {
+        const FillsHandBox filling(needs_.handBox);
+        box.Checked(true);
+        return;
+    }
+    Keep(row.key, ZeroOrOne(box.Checked()));
+    if (row.changed) {
+        (this->*row.changed)();
+    }
 }
 
 void HandBoxPanel::Keep(const SettingKey& key, std::string_view value) {

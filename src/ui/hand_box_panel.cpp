@@ -123,11 +123,23 @@ void HandBoxPanel::UserShow() {
     handBox.EnsureLoaded();
     handBox.bForceMinimize = driver_.persist.ReadFlag(setting::MinimizeStatusWindow);
     if (handBox.bForceMinimize) {
-        handBox.Hide();
+        Minimize();
         handBox.tmrMinimize.Interval(kMinimizeDelayMs);
     } else {
-        handBox.Show();
+        Maximize();
     }
+}
+
+void HandBoxPanel::Maximize() {
+    needs_.handBox.EnsureLoaded();
+    needs_.handBox.Show();
+    needs_.handBox.inTray = false;
+}
+
+void HandBoxPanel::Minimize() {
+    needs_.handBox.EnsureLoaded();
+    needs_.handBox.Hide();
+    needs_.handBox.inTray = true;
 }
 
 void HandBoxPanel::SetParkStatus(std::string_view text, std::string_view /*origin*/) {

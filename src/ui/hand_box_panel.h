@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -14,6 +15,7 @@
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_status.h"
 #include "forms/hand_box_display.h"
+#include "forms/questions.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -48,7 +50,9 @@ struct HandBoxPanelNeeds {
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
     frmAskAbortSlew& askAbortSlew;
-    std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
+    Questions& questions;
+    std::function<bool()> askForPlainSyncs;  ///< whether a person who has unticked recals means it; pumps
+    std::function<Telescope*()> telescope;   ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;
     /// Asks the mount for its site and shows it. Talks to the mount.
     std::function<SiteAnswer(Notice notice, AfterSilence afterSilence)> readMountSite;
@@ -75,6 +79,7 @@ enum class ButtonAction : std::int32_t {
     SetMeridianDelay = 13,
     ClearMeridianDelay = 14,
     GetLongLat = 15,
+    UnparkAsOffered = 16,  ///< no button: a person has accepted the position that was offered
 };
 
 /// The logic of the hand box: what it shows and what its controls do. Logic thread only.
@@ -105,6 +110,14 @@ public:
     /// Shows the stored brightness of the reticle.
     void ResetReticleBrightness();
 
+    /// Shows the window, or puts it into the tray.
+    void Maximize();
+    void Minimize();
+
+    /// Asks whether to unpark a mount that reports its power-on position, as soon as no poll step runs; the caller does
+    /// not wait. The question goes when the mount reports another position.
+    void OfferUnpark(std::int16_t index);
+
     /// Stops a slew or a park.
     void AbortSlew();
 
@@ -122,7 +135,8 @@ private:
     struct CheckRow {
         CheckBox frmHandBox::*control;
         SettingKey key;
-        void (HandBoxPanel::*changed)() = nullptr;  ///< what else happens at a change
+        void (HandBoxPanel::*changed)() = nullptr;   ///< what else happens at a change
+        bool (HandBoxPanel::*mayClear)() = nullptr;  ///< the box is ticked again where it is false
     };
     struct TextRow {
         TextBox frmHandBox::*control;
@@ -167,6 +181,8 @@ private:
     std::int32_t NumberOf(std::string_view text);
     std::int32_t StoredNumber(const SettingKey& key);
     void Keep(const SettingKey& key, std::string_view value);
+    void OnCheck(const CheckRow& row);
+    bool MayClearRcal() { return needs_.askForPlainSyncs(); }
     void EnableUserPark();
     void OnSynchronousPulseChange();
     void OnPriorityChange();
@@ -178,6 +194,15 @@ private:
     void SendMeridianDelay(double hours);
     void SyncMountTime();
     void OpenLogFolder();
+
+    // hand_box_park.cpp
+    void WirePark();
+    void EnableParkButtons(bool enabled);
+    void AskAndUnpark();
+    void UnparkFrom(std::int16_t index);
+    void ShowOfferWhenDue();
+    void OnOfferAnswered(std::optional<std::int16_t> index);
+    void UnparkAsOffered();
 
     // hand_box_rates.cpp
     void WireRateButtons();
@@ -206,12 +231,14 @@ private:
     HandBoxPanelNeeds needs_;
     Essentials driver_;
     DriverState& state_;
-    std::array<std::function<void()>, 16> actions_;
+    std::array<std::function<void()>, 17> actions_;
     ButtonAction delayed_ = ButtonAction::None;
-    bool runsDelayed_ = false;  ///< a delayed action is under way
-    bool siteRead_ = false;     ///< the mount's site was read since the link was opened
-    int siteFailures_ = 0;      ///< readings of the site since then that failed
-    Tick siteAskedAt_;          ///< the last of them
+    bool runsDelayed_ = false;           ///< a delayed action is under way
+    std::optional<std::int16_t> offer_;  ///< a position to unpark from that is to be offered, or was accepted
+    bool offerOpen_ = false;             ///< it is being offered
+    bool siteRead_ = false;              ///< the mount's site was read since the link was opened
+    int siteFailures_ = 0;               ///< readings of the site since then that failed
+    Tick siteAskedAt_;                   ///< the last of them
 };
 
 }  // namespace kestrane

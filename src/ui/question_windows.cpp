@@ -69,8 +69,14 @@ QuestionWindows::QuestionWindows(QuestionWindowsNeeds needs) : needs_(std::move(
 
 void QuestionWindows::WirePositions() {
     frmAskUnpark& unpark = needs_.windows.askUnpark;
-    unpark.btnOK.OnClick([&unpark] { Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex); });
-    unpark.btnCancel.OnClick([&unpark] { unpark.Hide(); });
+    unpark.btnOK.OnClick([this, &unpark] {
+        Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex);
+        EndOffer();
+    });
+    unpark.btnCancel.OnClick([this, &unpark] {
+        unpark.Hide();
+        EndOffer();
+    });
     frmAskPark& park = needs_.windows.askPark;
     park.btnOK.OnClick([&park] { Accept(park, park.cbxAskParkTo, park.UserOk, park.UserParkIndex); });
     park.btnCancel.OnClick([&park] { park.Hide(); });
@@ -82,6 +88,15 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
     if (form.Visible()) {
         return std::nullopt;
     }
+    FillUnpark(proposed);
+    needs_.modal.ShowModal(
+        form, unasked == Unasked::IsAccepted ? [&form] { form.btnOK.FireClick(); } : std::function<void()>());
+    form.Unload();
+    return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
+}
+
+void QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
+    frmAskUnpark& form = needs_.windows.askUnpark;
     form.UserOk = false;
     form.cbxAskUnparkFrom.ListItems(Positions("Last Parked", UserPlace()));
     if (proposed) {
@@ -90,10 +105,38 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
         Select(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText),
                StoredUnparkIndex(needs_.persist, needs_.log));
     }
-    needs_.modal.ShowModal(
-        form, unasked == Unasked::IsAccepted ? [&form] { form.btnOK.FireClick(); } : std::function<void()>());
-    form.Unload();
-    return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
+}
+
+void QuestionWindows::OfferUnpark(std::int16_t proposed,
+                                  std::function<void(std::optional<std::int16_t> index)> answered) {
+    frmAskUnpark& form = needs_.windows.askUnpark;
+    if (form.Visible() || !form.HasView()) {
+        needs_.log.LogMessage(form.Name(), LogLevel::Warning,
+                              "No window can be shown: the question counts as cancelled");
+        answered(std::nullopt);
+        return;
+    }
+    FillUnpark(proposed);
+    offered_ = std::move(answered);
+    form.Show();
+}
+
+void QuestionWindows::WithdrawUnpark() {
+    if (offered_) {
+        needs_.windows.askUnpark.Hide();
+        EndOffer();
+    }
+}
+
+/// The window of an offer has a caller that gets the answer here; that of a question has one that waits for it.
+void QuestionWindows::EndOffer() {
+    frmAskUnpark& form = needs_.windows.askUnpark;
+    if (offered_ && !form.Visible()) {
+        const std::optional<std::int16_t> answer = form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
+        const auto answered = std::exchange(offered_, nullptr);
+        form.Unload();
+        answered(answer);
+    }
 }
 
 std::optional<std::int16_t> QuestionWindows::AskPark() {

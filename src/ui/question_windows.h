@@ -28,6 +28,8 @@ public:
     explicit QuestionWindows(QuestionWindowsNeeds needs);
 
     std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
+    void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
+    void WithdrawUnpark() override;
     std::optional<std::int16_t> AskPark() override;
     bool AskSwap(SwappedAxes axes) override;
     bool AskSetPark(const ParkPlace& place) override;
@@ -36,11 +38,14 @@ public:
 
 private:
     void WirePositions();
+    void FillUnpark(std::optional<std::int16_t> proposed);
+    void EndOffer();
     bool AskYesOrNo(Form& form, const bool& accepted);
     void ShowEastSlewWarning();
     std::string UserPlace();
 
     QuestionWindowsNeeds needs_;
+    std::function<void(std::optional<std::int16_t> index)> offered_;  ///< gets the answer to an open offer
 };
 
 }  // namespace kestrane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "forms/frm_rcal_sync_warning.h"
+#include "forms/modal.h"
 #include "kernel/base/log.h"
 
 namespace kestrane {
@@ -8,15 +9,21 @@ namespace kestrane {
 /// The logic of the warning about plain syncs. Logic thread only.
 class RcalSyncWarning {
 public:
-    RcalSyncWarning(frmRcalSyncWarning& form, Log& log);
+    RcalSyncWarning(frmRcalSyncWarning& form, Modal& modal, Log& log);
 
     /// Reports the option at a connect: in the log, and in the window where a person may see it. Returns at once, so
     /// that no client waits for a person.
     void ShowAtConnect();
+    /// Whether a person who has unticked the option means it; pumps until the answer. Without a view, and while the
+    /// same is asked already: no.
+    bool AskForPlainSyncs();
 
 private:
     frmRcalSyncWarning& form_;
+    Modal& modal_;
     Log& log_;
+    bool asking_ = false;
+    bool accepted_ = false;
 };
 
 }  // namespace kestrane

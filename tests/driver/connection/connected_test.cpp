@@ -67,16 +67,33 @@ TEST_F(ConnectedTest, CalibrationOfTheDirections_IsWantedAnewByARealConnectOnly)
     EXPECT_FALSE(driver->state.g_bAutoCalibrated);
 }
 
-TEST_F(ConnectedTest, PowerOnPosition_IsToldAndNoPositionIsGivenToTheMount) {
+TEST_F(ConnectedTest, PowerOnPosition_WithAPositionToConfirm_IsToldAndNoneIsGivenToTheMount) {
+    MountSimulatorOptions options;
+    options.parkedAtPowerOn = true;
+    BuildMount(options);
+    Seed({{"cbxUnparkFrom", "3"}});
+    const TelescopeObject telescope = ConnectedTelescope();
+    EXPECT_TRUE(driver->state.g_bParked);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(TimesLoggedAs("frmAskUnpark", 1, "No window can be shown: the question counts as cancelled"), 1);
+    EXPECT_EQ(TimesSent("CM") + TimesSent("CMR") + TimesSent("PO"), 0);
+    EXPECT_FALSE(mount->Picture().initialised);
+}
+
+TEST_F(ConnectedTest, PowerOnPosition_WithTheOneOfTheLastPark_IsLeft_AndNoPositionIsGivenToTheMount) {
     MountSimulatorOptions options;
     options.parkedAtPowerOn = true;
     BuildMount(options);
     const TelescopeObject telescope = ConnectedTelescope();
-    EXPECT_TRUE(Logged("Nobody is there to confirm where it stands"));
-    EXPECT_TRUE(driver->state.g_bParked);
-    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
-    EXPECT_EQ(TimesSent("CM") + TimesSent("CMR") + TimesSent("PO"), 0);
-    EXPECT_FALSE(mount->Picture().initialised);
+    EXPECT_FALSE(driver->state.g_bParked);
+    EXPECT_TRUE(driver->state.g_bTracking);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Unparked");
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(TimesSent("PO"), 1);
+    EXPECT_EQ(TimesSent("CM") + TimesSent("CMR"), 0);
+    EXPECT_EQ(mount->Picture().tracking, '2');
 }
 
 struct ParkStateRow {

@@ -121,6 +121,7 @@ TEST_F(LogWiringTest, AMountAtItsPowerOnPosition_PausesLikeAnyParkedOne) {
     MountSimulatorOptions options;
     options.parkedAtPowerOn = true;
     BuildMount(options);
+    Seed({{"cbxUnparkFrom", "3"}});  // nobody is there to confirm it
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(kThreeMinutes + 10'000);
     EXPECT_TRUE(driver->state.g_bParked);
@@ -131,6 +132,7 @@ TEST_F(LogWiringTest, AMountAtItsPowerOnPosition_IsInitializedAgainAndAgain_ButN
     MountSimulatorOptions options;
     options.parkedAtPowerOn = true;
     BuildMount(options);
+    Seed({{"cbxUnparkFrom", "3"}});  // nobody is there to confirm it
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(10'000);
     log.clear();

@@ -1,0 +1,178 @@
+#include "telescope/motion/unparking.h"
+
+#include <cmath>
+#include <string>
+
+#include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "telescope/motion/park_geometry.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kNoMeridianDelay = "0:00:00.0";
+constexpr std::size_t kLongRaLength = 8;  // HH:MM:SS; in the short format HH:MM.T
+
+}  // namespace
+
+void Telescope::Unpark() {
+    ResumeNext errors{driver_.ledger, "Unpark"};
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "Unpark");
+    if (state_.g_bParked) {
+        needs_.motion.MountReportsParked(false);
+        state_.g_bTracking = false;
+        Unparking(*this).UnparkMount(park_index::Current, Confirmation::AskedElseAccepted);
+    }
+    errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
+}
+
+void Telescope::UnparkByVerb(std::int16_t index) {
+    Talk(procedure::DriverVerb).DriverCommandInternal(std::string(kUnparkVerb) + "," + std::to_string(index));
+}
+
+bool Telescope::EnsureLongFormat(bool wanted) {
+    Sequence mount = Talk(procedure::Unpark);
+    const auto isLong = [&] { return mount.CommandStringInternal(wire::GetRa).size() >= kLongRaLength; };
+    if (isLong() != wanted) {
+        mount.CommandBlindInternal(wire::ToggleFormat);
+    }
+    return isLong();
+}
+
+bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
+    if (index < park_index::Current || index > park_index::DontUnpark) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "Unpark Mount: there is no position " + std::to_string(index));
+        return false;
+    }
+    ResumeNext errors{driver_.ledger, "UnparkMount"};
+    state_.g_bPollSuspended = false;  // a refused sync may have left it
+    EndLogPause();
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Mount, " + std::to_string(index));
+    errors.Step([&] { StopTracking(); });
+    errors.Step([&] { telescope_.SendTimeAfresh(); });
+    bool goesOn = false;
+    errors.Assign(goesOn, [&] { return Confirm(index, confirmation); });
+    if (!goesOn) {
+        return false;
+    }
+    const bool left = LeavePowerOnState();
+    errors.Step([&] { ChooseTracking(); });
+    const std::string shownBefore = needs_.handBox.lblParkStatus.Text();
+    needs_.panel.SetParkStatus("Unparking", "UnParkMount");
+    errors.Step([&] { telescope_.SiteLatitude(); });
+    // Intentional: not to unpark is no reason to leave the tracking alone.
+    if (index == park_index::DontUnpark || !SyncTo(index)) {
+        needs_.panel.SetParkStatus(shownBefore, "UnParkMount 7");
+        return left;
+    }
+    needs_.motion.ParkEnds();
+    needs_.motion.MountReportsParked(false);
+    needs_.panel.SetParkStatus("Unparked", "UnparkMount");
+    errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Complete, " + std::to_string(index));
+    return left;
+}
+
+void Unparking::EndLogPause() {
+    needs_.handBox.pbLoggingPaused.Visible(false);
+    state_.g_bLogPaused = false;
+    state_.g_tickParkedSince = Tick{};
+}
+
+void Unparking::StopTracking() {
+    {
+        Sequence mount = Talk(procedure::Unpark);
+        mount.CommandBlindInternal(wire::TrackingRate, wire_rate::kStopTracking);
+        mount.CommandBlindInternal(wire::ToggleFormat);
+        if (state_.g_bHasMeridianQuery) {
+            mount.CommandBoolInternal(wire::SetMeridianDelay, kNoMeridianDelay);
+        }
+    }
+    state_.g_bTracking = false;
+    needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
+}
+
+/// Whether to go on, and from where: a person may choose another position.
+bool Unparking::Confirm(std::int16_t& index, Confirmation confirmation) {
+    if (index == park_index::Current || !needs_.handBox.btnUNPARK.Enabled()) {
+        return true;
+    }
+    if (index == park_index::DontUnpark) {
+        return confirmation != Confirmation::Offered;  // there is no position to confirm
+    }
+    if (confirmation == Confirmation::Offered) {
+        needs_.offerUnpark(index);
+        return false;
+    }
+    const auto unasked = confirmation == Confirmation::AskedElseAccepted ? Unasked::IsAccepted : Unasked::IsCancelled;
+    const std::optional<std::int16_t> accepted = needs_.questions.AskUnpark(index, unasked);
+    index = accepted.value_or(index);
+    return accepted.has_value();
+}
+
+bool Unparking::LeavePowerOnState() {
+    const bool atPowerOn = needs_.queries.IsAtPowerOnPosition();
+    Sequence mount = Talk(procedure::Unpark);
+    if (atPowerOn) {
+        mount.CommandBlindInternal(wire::Unpark);
+    } else {
+        needs_.motion.Stopped();  // whatever still moves is to stand before it is told where it is
+        mount.CommandBlind(wire::StopClean);
+    }
+    return atPowerOn;
+}
+
+void Unparking::ChooseTracking() {
+    const bool tracks = driver_.persist.ReadFlag(setting::chkEnableMountTracking);
+    state_.g_bTracking = tracks;
+    Talk(procedure::Unpark)
+        .CommandBlindInternal(wire::TrackingRate, tracks ? wire_rate::kSidereal : wire_rate::kStopTracking);
+    if (tracks) {
+        needs_.panel.ShowTrackingRate(displayed_rate::Sidereal, RateCorrection::Off);
+        driver_.log.LogMessage("UnparkMount", LogLevel::Info, "Enabled tracking");
+    }
+}
+
+Unparking::Place Unparking::PlaceOf(std::int16_t index) {
+    const auto degrees = [&](std::string_view text) { return ProtocolDegrees(text, driver_.log); };
+    if (index == park_index::User) {
+        // As the mount would take it: with the precision of its angles.
+        const auto ofSetting = [&](const SettingKey& key) {
+            return degrees(DegreesToDMS(driver_.persist.ReadNumber(key), "*", ":", "", state_.g_nPrecisionAltAz));
+        };
+        return {ofSetting(setting::txtUserParkAlt), ofSetting(setting::txtUserParkAz)};
+    }
+    const FixedPlace& place = FixedUnparkPlace(index);
+    const double latitude = state_.g_dSiteLatitude;
+    return {place.altitude.empty() ? std::abs(latitude) : degrees(place.altitude), degrees(place.Azimuth(latitude))};
+}
+
+/// Tells the mount the position; false when it could not be told. Nothing is told at position 0.
+bool Unparking::SyncTo(std::int16_t index) {
+    if (index == park_index::Current) {
+        return true;
+    }
+    const std::string at = "Unpark Mount, " + std::to_string(index) + ": ";
+    if (MayMove()) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error, at + "the mount moves, so no position is given to it");
+        return false;
+    }
+    ResumeNext errors{driver_.ledger, "UnparkMount"};
+    if (errors.Step([&] {
+            const Place place = PlaceOf(index);
+            telescope_.SyncAltAz(place.altitude, place.azimuth, SyncKind::Plain);
+        })) {
+        return true;
+    }
+    driver_.log.LogMessage("Telescope", LogLevel::Error, at + driver_.ledger.Entries().back().message);
+    return false;
+}
+
+bool Unparking::MayMove() const {
+    return state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || state_.g_bParking ||
+           state_.g_bAxisMotionBegun || !core_.WhyMountMayMove().empty();
+}
+
+}  // namespace kestrane

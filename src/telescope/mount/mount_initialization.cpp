@@ -1,0 +1,117 @@
+#include "telescope/mount/mount_initialization.h"
+
+#include "catalogue/wire_commands.h"
+#include "settings/park_settings.h"
+#include "telescope/mount/mount_setup.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kAfterStopMs = 20;
+
+}  // namespace
+
+InitSteps MountInitialization::StepsOfSettings() {
+    const auto wants = [&](const SettingKey& key) { return driver_.persist.ReadFlag(key); };
+    const auto ofSettings = [&](const SettingKey& key) {
+        return wants(key) ? std::optional(kOfSettings) : std::nullopt;
+    };
+    InitSteps steps;
+    if (wants(setting::chkSetLongLat)) {
+        steps.site = needs_.sites.CurrentSiteName();
+    }
+    steps.time = wants(setting::chkSyncMountToPCTime);
+    steps.decBacklash = ofSettings(setting::chkSetDecBacklash);
+    steps.raBacklash = ofSettings(setting::chkSetRABacklash);
+    steps.guideRate = ofSettings(setting::chkSetGuiderRate);
+    steps.pem = ofSettings(setting::chkSetPEM);
+    steps.slewRate = ofSettings(setting::chkSetSlewRate);
+    return steps;
+}
+
+void MountInitialization::InitMount(std::string_view initString, std::optional<std::int16_t> unparkFrom,
+                                    Confirmation confirmation) {
+    ResumeNext errors{driver_.ledger, "InitMount"};
+    InitSteps steps;
+    errors.Assign(steps,
+                  [&] { return initString.empty() ? StepsOfSettings() : StepsOfInitString(initString, driver_.log); });
+    if (!initString.empty()) {
+        driver_.log.LogMessage("UI_INIT", LogLevel::Info, initString);
+    }
+    if (unparkFrom) {
+        steps.unparkFrom = unparkFrom;
+    }
+    {
+        Sequence mount = Talk(procedure::Initialization);
+        mount.CommandClearInternal();
+        mount.CommandBlindInternal(wire::EndInput);
+        mount.CommandBlindInternal(wire::ToggleFormat);
+    }
+    Run(steps, confirmation);
+}
+
+void MountInitialization::Run(const InitSteps& steps, Confirmation confirmation) {
+    MountSetup setup(telescope_);
+    ResumeNext errors{driver_.ledger, "InitMount"};
+    bool leftPowerOn = false;
+    const auto step = [&](const auto& value, auto send) {
+        if (value) {
+            errors.Step([&] { send(*value); });
+        }
+    };
+    if (steps.time) {
+        errors.Step([&] { telescope_.SyncMountTime(); });
+    }
+    step(steps.site, [&](const std::string& name) { setup.SendLongLat(name); });
+    step(steps.unparkFrom,
+         [&](std::int16_t index) { leftPowerOn = Unparking(telescope_).UnparkMount(index, confirmation); });
+    step(steps.decBacklash, [&](double seconds) { setup.SetDecBacklash(seconds); });
+    step(steps.raBacklash, [&](double seconds) { setup.SetRaBacklash(seconds); });
+    step(steps.guideRate, [&](int index) { setup.SetGuideRate(index); });
+    step(steps.pem, [&](int index) { setup.SetPem(index); });
+    step(steps.slewRate, [&](int index) { setup.SetSlewRate(index); });
+    step(steps.trackingRate, [&](int index) { setup.SetTrackingRate(index); });
+    if (leftPowerOn) {
+        errors.Step([&] { telescope_.Tracking(driver_.persist.ReadFlag(setting::chkEnableMountTracking)); });
+    }
+}
+
+/// What runs here waits for the mount, and pumps while a person is asked; the poll must not get in between two of its
+/// commands, and goes on whatever happens.
+template <typename Steps>
+void MountInitialization::WithoutPoll(Steps&& steps) {
+    telescope_.CheckConnected();
+    needs_.handBox.tmrQueryRaDecAltAz.Enabled(false);
+    ResumeNext errors{driver_.ledger, "InitMount"};
+    errors.Step(std::forward<Steps>(steps));
+    needs_.poll.SetPolling(true);
+}
+
+void MountInitialization::InitAfterParkCheck(bool unparks, Confirmation confirmation) {
+    WithoutPoll([&] {
+        Talk(procedure::Initialization).CommandClearInternal();
+        std::optional<std::int16_t> from;
+        if (unparks) {
+            needs_.motion.MountReportsParked(false);
+            from = StoredUnparkIndex(driver_.persist, driver_.log);
+        } else {
+            Talk(procedure::Initialization).CommandBlindInternal(wire::ToggleFormat);
+        }
+        InitMount("", from, confirmation);
+    });
+}
+
+void MountInitialization::InitWithTime(std::string_view initString) {
+    WithoutPoll([&] {
+        {
+            Sequence mount = Talk(procedure::Initialization);
+            mount.CommandClearInternal();
+            mount.CommandBlindInternal(wire::StopClean);
+            driver_.waits.WaitForMilliseconds(kAfterStopMs);
+            mount.CommandBlindInternal(wire::ToggleFormat);
+        }
+        InitMount(initString, std::nullopt, Confirmation::AskedElseAccepted);
+    });
+}
+
+}  // namespace kestrane

@@ -1,0 +1,158 @@
+#include "telescope/mount/mount_setup.h"
+
+#include <algorithm>
+#include <array>
+
+#include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "settings/site_text.h"
+
+namespace kestrane {
+namespace {
+
+constexpr double kMostBacklash = 59.9;  // arc-seconds
+constexpr std::string_view kBacklashPattern = "00.0";
+constexpr double kSlewRateLimit = 1200.0;  // multiples of sidereal
+constexpr std::int16_t kPemIsOn = 1;
+constexpr std::int16_t kPemIsOff = 2;
+constexpr double kMostIndex = 1e6;
+
+/// West positive, three digits of degrees: "-010*30:00".
+std::string LongitudeText(double east, int secondDecimals) {
+    std::string text = DegreesToDMS(-east, "*", ":", "", secondDecimals);
+    const std::size_t sign = text.starts_with('-') ? 1 : 0;
+    const std::size_t digits = text.find('*') - sign;
+    return text.insert(sign, digits < 3 ? 3 - digits : 0, '0');
+}
+
+}  // namespace
+
+void MountSetup::SetDecBacklash(double seconds) {
+    SetBacklash(wire::SetDecBacklash, "Dec", setting::txtInitDecBacklash, seconds);
+}
+
+void MountSetup::SetRaBacklash(double seconds) {
+    SetBacklash(wire::SetRaBacklash, "RA", setting::txtInitRaBacklash, seconds);
+}
+
+void MountSetup::SetBacklash(const CharacterCommand& command, std::string_view axis, const SettingKey& key,
+                             double seconds) {
+    const double wanted = seconds == kOfSettings ? driver_.persist.ReadNumber(key) : seconds;
+    const double backlash = std::clamp(wanted, 0.0, kMostBacklash);
+    if (!Talk(procedure::Initialization).CommandBoolInternal(command, FormatUs(backlash, kBacklashPattern))) {
+        const std::string name = std::string(axis) + " Backlash";
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "Error setting " + name + "-> " + name + " = " + PlainNumber(backlash));
+    }
+}
+
+int MountSetup::Choose(int index, const SettingKey& key) {
+    const auto stored = [&] { return std::clamp(driver_.persist.ReadNumber(key), -kMostIndex, kMostIndex); };
+    return index == kOfSettings ? RoundHalfEven(stored()) : index;
+}
+
+void MountSetup::SetGuideRate(int index) {
+    constexpr int last = static_cast<int>(kGuideRates.size()) - 1;
+    const int chosen = Choose(index, setting::cbxInitGuideRate);
+    const GuideRateRow& row = kGuideRates[static_cast<std::size_t>(chosen >= 0 && chosen < last ? chosen : last)];
+    state_.g_dGuideRate = row.multiple;
+    Talk(procedure::Initialization).CommandBlindInternal(wire::GuideRate, row.argument);
+    needs_.statusWindow.lblGuidingRate.Text(row.text);
+}
+
+void MountSetup::SetPem(int index) {
+    if (!state_.g_bPemAvailable) {
+        return;
+    }
+    const int chosen = Choose(index, setting::cbxInitPEM);
+    if (chosen == 1) {
+        Talk(procedure::Initialization).CommandBlindInternal(wire::PemOn);
+        ShowPem("Enabled", kPemIsOn);
+    } else if (chosen == 0) {
+        Talk(procedure::Initialization).CommandBlindInternal(wire::PemOff);
+        ShowPem("Disabled", kPemIsOff);
+    }
+}
+
+void MountSetup::ShowPem(std::string_view text, std::int16_t state) {
+    state_.g_nPemState = state;
+    needs_.handBox.framePemSettings.Caption("PEM: " + std::string(text));
+    needs_.statusWindow.lblPECState.Text(text);
+}
+
+void MountSetup::SetSlewRate(int index) {
+    Sequence mount = Talk(procedure::Initialization);
+    ResumeNext errors{driver_.ledger, "SetSlewRate"};
+    errors.Step([&] { telescope_.SetSlewRate(mount, index); });
+}
+
+void MountSetup::SendCustomSlewRate(double multiple) {
+    if (multiple > 0.0 && multiple < kSlewRateLimit) {
+        Talk(procedure::Initialization).CommandBlindInternal(wire::CustomSlewRate, PlainNumber(multiple));
+        needs_.statusWindow.lblSlewRate.Text(PlainNumber(multiple));
+    }
+}
+
+/// The order is that of the list in the window, not that of the clients' rates.
+void MountSetup::SetTrackingRate(int index) {
+    constexpr std::array rates{tracking_rate::Lunar, tracking_rate::Solar, tracking_rate::Sidereal};
+    const int chosen = Choose(index, setting::cbxInitTrackingRate);
+    ResumeNext errors{driver_.ledger, "SetTrackingRate"};
+    if (chosen >= 0 && chosen < static_cast<int>(rates.size())) {
+        errors.Step([&] { telescope_.TrackingRate(rates[static_cast<std::size_t>(chosen)]); });
+    } else if (chosen == static_cast<int>(rates.size())) {
+        errors.Step([&] { telescope_.Tracking(false); });
+    }
+}
+
+const Site* MountSetup::SiteNamed(std::string_view name) {
+    needs_.sites.GetAllSites();
+    for (const std::optional<Site>& site : needs_.sites.g_Sites()) {
+        if (site && ToLower(site->Name) == ToLower(name)) {
+            return &*site;
+        }
+    }
+    return nullptr;
+}
+
+void MountSetup::SendLongLat(std::string_view siteName) {
+    ResumeNext errors{driver_.ledger, "SendLongLat"};
+    SiteNumbers numbers;
+    const Site* site = nullptr;
+    errors.Assign(site, [&] { return SiteNamed(siteName); });
+    if (site != nullptr && IsGoodSiteName(siteName) && needs_.sites.GetSiteNumbers(siteName, numbers)) {
+        // From here on the writes of a site's position go into the record of this one.
+        needs_.sites.g_SiteDbIndex(site->id);
+        driver_.persist.Write(setting::SiteDbIndex, std::to_string(site->id));
+        SendPosition(numbers);
+    } else {
+        driver_.log.LogMessage("SendLongLat", LogLevel::Warning,
+                               "Not sending Longitude, Latitude to the mount: error getting latitude or longitude for "
+                               "site='" +
+                                   std::string(siteName) + "'");
+    }
+    errors.Step([&] { needs_.readMountSite(); });
+}
+
+void MountSetup::SendPosition(const SiteNumbers& numbers) {
+    ResumeNext errors{driver_.ledger, "SendLongLat"};
+    const std::string latitude = DegreesToDMS(numbers.latitude, "*", ":", "", state_.g_nPrecisionLatLong);
+    Sequence mount = Talk(procedure::Initialization);
+    SendHalf(mount, wire::SetLatitude, "latitudeSiteLatitude", latitude.starts_with('-') ? latitude : "+" + latitude);
+    SendHalf(mount, wire::SetLongitude, "longitudeSiteLongitude",
+             LongitudeText(numbers.longitude, state_.g_nPrecisionLatLong));
+    errors.Step([&] { telescope_.SiteLongitude(numbers.longitude); });
+    errors.Step([&] { telescope_.SiteLatitude(numbers.latitude); });
+}
+
+/// A refusal is logged, and the rest goes out all the same.
+void MountSetup::SendHalf(Sequence& mount, const CharacterCommand& command, std::string_view what,
+                          const std::string& text) {
+    if (!mount.CommandBoolInternal(command, text)) {
+        driver_.log.LogMessage("SendLongLat", LogLevel::Error, "KS mount rejected " + std::string(what) + " = " + text);
+    }
+}
+
+}  // namespace kestrane

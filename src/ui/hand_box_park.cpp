@@ -1,0 +1,83 @@
+#include <utility>
+
+#include "ui/hand_box_panel.h"
+
+namespace kestrane {
+
+void HandBoxPanel::WirePark() {
+    OnAction(ButtonAction::Unpark, [this] { AskAndUnpark(); });
+    OnAction(ButtonAction::UnparkAsOffered, [this] { UnparkAsOffered(); });
+}
+
+void HandBoxPanel::EnableParkButtons(bool enabled) {
+    needs_.handBox.btnPark.Enabled(enabled);
+    needs_.handBox.btnUNPARK.Enabled(enabled);
+}
+
+void HandBoxPanel::AskAndUnpark() {
+    ResumeNext errors{driver_.ledger, "btnUNPARK"};
+    EnableParkButtons(false);
+    errors.Step([&] {
+        if (const auto index = needs_.questions.AskUnpark(std::nullopt, Unasked::IsCancelled)) {
+            UnparkFrom(*index);
+        }
+    });
+    EnableParkButtons(true);
+}
+
+/// The button is disabled meanwhile, so that the position is not asked for a second time.
+void HandBoxPanel::UnparkFrom(std::int16_t index) {
+    if (Telescope* const telescope = needs_.telescope()) {
+        telescope->UnparkByVerb(index);
+    }
+}
+
+void HandBoxPanel::OfferUnpark(std::int16_t index) {
+    offer_ = index;
+    state_.g_bUnparkConfirmOpen = true;
+}
+
+/// Neither the poll nor a client waits for the answer: they may go on all night.
+void HandBoxPanel::ShowOfferWhenDue() {
+    if (offerOpen_) {
+        if (!state_.g_bUnparkConfirmOpen) {
+            needs_.questions.WithdrawUnpark();  // the mount knows by now where it is
+        }
+        return;
+    }
+    if (!state_.g_bUnparkConfirmOpen || state_.g_bInPoll || !offer_) {
+        return;
+    }
+    EnableParkButtons(false);
+    offerOpen_ = true;
+    needs_.questions.OfferUnpark(*std::exchange(offer_, std::nullopt),
+                                 [this](std::optional<std::int16_t> index) { OnOfferAnswered(index); });
+}
+
+void HandBoxPanel::OnOfferAnswered(std::optional<std::int16_t> index) {
+    offerOpen_ = false;
+    state_.g_bUnparkConfirmOpen = false;
+    EnableParkButtons(true);
+    if (index) {
+        offer_ = index;
+        Press(ButtonAction::UnparkAsOffered);
+    }
+}
+
+void HandBoxPanel::UnparkAsOffered() {
+    const std::optional<std::int16_t> index = std::exchange(offer_, std::nullopt);
+    if (!index) {
+        return;
+    }
+    if (!needs_.queries.IsAtPowerOnPosition()) {
+        driver_.log.LogMessage("btnUNPARK", LogLevel::Warning,
+                               "The mount has left its power-on position: it is not unparked any more");
+        return;
+    }
+    ResumeNext errors{driver_.ledger, "btnUNPARK"};
+    EnableParkButtons(false);
+    errors.Step([&] { UnparkFrom(*index); });
+    EnableParkButtons(true);
+}
+
+}  // namespace kestrane
