@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "forms/frm_hand_box.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -23,6 +24,10 @@ struct DriverCommandsNeeds {
     Essentials driver;
     StopDoor& door;
     EventJournal& journal;
+    frmHandBox& handBox;                           ///< several verbs do what a person does there
+    std::function<void()> fillHandBox;             ///< its lists and boxes, where no connect has filled them
+    std::function<void()> maximize;                ///< shows it
+    std::function<void()> minimize;                ///< puts it into the tray
     std::function<void()> resetErrorCounts;        ///< the same as the button of the hand box
     std::function<Telescope*()> internalInstance;  ///< null while there is none
     std::function<void(bool)> enableDebugLog;      ///< the same as the box of the hand box
@@ -37,7 +42,7 @@ struct Verb {
 };
 
 /// A verb of the driver: the reply that is sent when its action fails, and the action. The action gets the text after
-/// the first comma and returns the reply.
+/// the first comma and returns the reply. Without a preset reply, a failed action is answered like an unknown verb.
 struct DriverVerb {
     std::string_view name;
     std::string_view presetReply;

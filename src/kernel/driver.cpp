@@ -195,6 +195,15 @@ Driver::Driver(Platform platform)
           .driver = essentials,
           .door = door,
           .journal = journal,
+          .handBox = handBox,
+          .fillHandBox =
+              [this] {
+                  if (!handBox.m_bFormLoaded) {
+                      panel.UpdateControls();
+                  }
+              },
+          .maximize = [this] { panel.Maximize(); },
+          .minimize = [this] { panel.Minimize(); },
           .resetErrorCounts = [this] { connections.ResetCommCounters(); },
           .internalInstance = [this] { return internalInstance_.get(); },
           .enableDebugLog = [this](bool enable) { logPanel.Enable(enable); },

@@ -17,7 +17,13 @@ std::vector<std::string> VerbsOfPage(std::istream& page) {
     for (std::string line; std::getline(page, line);) {
         inTable = line.starts_with("| verb |") || (inTable && line.starts_with('|'));
         if (inTable && line.starts_with("| `")) {
-            verbs.push_back(line.substr(3, line.find('`', 3) - 3));
+            // One row may tell several verbs: "| `A`, `B` |".
+            const std::string cell = line.substr(0, line.find('|', 1));
+            for (std::size_t begin = cell.find('`'); begin != std::string::npos;) {
+                const std::size_t end = cell.find('`', begin + 1);
+                verbs.push_back(cell.substr(begin + 1, end - begin - 1));
+                begin = cell.find('`', end + 1);
+            }
         }
     }
     std::ranges::sort(verbs);
@@ -44,9 +50,9 @@ TEST(DriverCommandsDocument, CanFail) {
     EXPECT_NE(VerbsOfRows(), std::vector<std::string>{"Version"});
 }
 
-TEST(DriverVerbs, HaveAPresetReplyThatSaysDone) {
+TEST(DriverVerbs, HaveAPresetReplyThatSaysDone_ButForTheOneThatFailsOnPurpose) {
     for (const DriverVerb& verb : DriverVerbs()) {
-        EXPECT_EQ(verb.presetReply, "1") << verb.name;
+        EXPECT_EQ(verb.presetReply, verb.name == "GetAllIniValues" ? "" : "1") << verb.name;
         EXPECT_NE(verb.run, nullptr) << verb.name;
     }
 }

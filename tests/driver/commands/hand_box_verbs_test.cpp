@@ -1,0 +1,295 @@
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "driver/slews/slew_wire_fixture.h"
+
+/// The verbs that choose an option of the hand box or of the mount, with what they send and store.
+namespace kestrane {
+namespace {
+
+class HandBoxVerbsTest : public SlewWireTest {
+protected:
+    void TearDown() override {
+        EndTheDriver();
+        SlewWireTest::TearDown();
+    }
+    std::string Run(const std::string& command) { return telescope->CommandString("RAW," + command, true); }
+    std::string Setting(const std::string& key) { return driver->persist.ReadIniValue(key, "none"); }
+    frmHandBox& HandBox() { return driver->handBox; }
+};
+
+struct OptionRow {
+    std::string command;
+    std::string reply;
+    std::string sent;
+    std::string key = {};
+    std::string stored = {};
+};
+
+class OptionVerbs : public HandBoxVerbsTest, public testing::WithParamInterface<OptionRow> {};
+
+TEST_P(OptionVerbs, AnswerSendAndStore) {
+    const OptionRow& row = GetParam();
+    SCOPED_TRACE(row.command);
+    // The mount has four slew rates, and options that none of the rows chooses.
+    Connect("S", {{"cbxInitSlewRate", "1"},
+                  {"cbxInitGuideRate", "1"},
+                  {"cbxInitPEM", "1"},
+                  {"txtInitRaBacklash", "11"},
+                  {"txtInitDecBacklash", "12"},
+                  {"txtUserParkAlt", "1.5"},
+                  {"txtUserParkAz", "2.5"},
+                  {"cbxParkTo", "1"},
+                  {"cbxUnparkFrom", "2"}});
+    const std::string before = row.key.empty() ? "" : Setting(row.key);
+    EXPECT_EQ(MotionDuring([&] { EXPECT_EQ(Run(row.command), row.reply); }), row.sent);
+    if (!row.key.empty()) {
+        EXPECT_EQ(Setting(row.key), row.stored.empty() ? before : row.stored);
+    }
+}
+
+const std::string kNo01 = "0,Value must be numeric 0-1";
+const std::string kNo02 = "0,Value must be numeric 0-2";
+const std::string kNo59 = "0,Value must be numeric 0-59";
+const std::string kNo6 = "0,Value must be numeric -6 to +6";
+
+INSTANTIATE_TEST_SUITE_P(SlewRate, OptionVerbs,
+                         testing::Values(OptionRow{"SetSlewRate", "1", "RS1"}, OptionRow{"SetSlewRate,", "1", "RS1"},
+                                         OptionRow{"SetSlewRate,0", "1", "RS0", "cbxInitSlewRate", "0"},
+                                         OptionRow{"SetSlewRate,2", "1", "RS2", "cbxInitSlewRate", "2"},
+                                         OptionRow{"SetSlewRate,1.0", "1", "RS1", "cbxInitSlewRate", "1"},
+                                         OptionRow{"SetSlewRate,750", "1", "Rs750", "txtCustomSlewRate", "750"},
+                                         OptionRow{"SetSlewRate,750", "1", "Rs750", "cbxInitSlewRate", "3"},
+                                         OptionRow{"SetSlewRate,3", "1", "Rs3", "txtCustomSlewRate", "3"},
+                                         OptionRow{"SetSlewRate,1.5", "1", "Rs1.5", "txtCustomSlewRate", "1.5"},
+                                         OptionRow{"SetSlewRate,1199", "1", "Rs1199"},
+                                         OptionRow{"SetSlewRate,1200", "1", ""},
+                                         OptionRow{"SetSlewRate,1500", "1", "", "txtCustomSlewRate", "1500"},
+                                         OptionRow{"SetSlewRate,1500", "1", "", "cbxInitSlewRate", "3"},
+                                         OptionRow{"SetSlewRate,-5", "1", "", "txtCustomSlewRate", "-5"},
+                                         OptionRow{"SetSlewRate,abc", "1", "", "cbxInitSlewRate"},
+                                         OptionRow{"SetSlewRate,abc", "1", "", "txtCustomSlewRate"},
+                                         OptionRow{"SetSlewRate,1e2", "1", "", "cbxInitSlewRate"},
+                                         OptionRow{"GetSlewRate", "1,1", ""}));
+
+INSTANTIATE_TEST_SUITE_P(GuideRateAndPem, OptionVerbs,
+                         testing::Values(OptionRow{"SetGuideRate", "1", "RG1"},
+                                         OptionRow{"SetGuideRate,0", "1", "RG0", "cbxInitGuideRate", "0"},
+                                         OptionRow{"SetGuideRate,2", "1", "RG2", "cbxInitGuideRate", "2"},
+                                         OptionRow{"SetGuideRate,3", "0,Range is 0-2", "", "cbxInitGuideRate"},
+                                         OptionRow{"SetGuideRate,-1", "0,Range is 0-2", "", "cbxInitGuideRate"},
+                                         OptionRow{"SetGuideRate,0.5", "0,Range is 0-2", ""},
+                                         OptionRow{"SetGuideRate,x", kNo02, "", "cbxInitGuideRate"},
+                                         OptionRow{"GetGuideRate", "1,1", ""}, OptionRow{"SetPem", "1", "pP"},
+                                         OptionRow{"SetPem,0", "1", "p", "cbxInitPEM", "0"},
+                                         OptionRow{"SetPem,1", "1", "pP", "cbxInitPEM", "1"},
+                                         OptionRow{"SetPem,2", kNo01, "", "cbxInitPEM"},
+                                         OptionRow{"SetPem,on", kNo01, ""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Backlash, OptionVerbs,
+    testing::Values(OptionRow{"SetRaBacklash", "1", "Br0*00:11.0"}, OptionRow{"SetDecBacklash", "1", "Bd0*00:12.0"},
+                    OptionRow{"SetRaBacklash,0", "1", "Br0*00:00.0", "txtInitRaBacklash", "0"},
+                    OptionRow{"SetRaBacklash,59", "1", "Br0*00:59.0", "txtInitRaBacklash", "59"},
+                    OptionRow{"SetDecBacklash,2.5", "1", "Bd0*00:02.5", "txtInitDecBacklash", "2.5"},
+                    OptionRow{"SetRaBacklash,60", kNo59, "", "txtInitRaBacklash"},
+                    OptionRow{"SetRaBacklash,59.1", kNo59, ""},
+                    OptionRow{"SetDecBacklash,-1", kNo59, "", "txtInitDecBacklash"},
+                    OptionRow{"SetDecBacklash,x", kNo59, ""}, OptionRow{"GetRaBacklash", "1,11", ""},
+                    OptionRow{"GetDecBacklash", "1,12", ""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    MeridianDelay, OptionVerbs,
+    testing::Values(OptionRow{"SetMeridianDelay", "0,No value specified... must be numeric -6 to +6", ""},
+                    OptionRow{"SetMeridianDelay,6.1", kNo6, "", "txtMeridianDelay"},
+                    OptionRow{"SetMeridianDelay,-7", kNo6, ""}, OptionRow{"SetMeridianDelay,x", kNo6, ""},
+                    OptionRow{"GetMeridianDelay", "1,True,0", ""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Boxes, OptionVerbs,
+    testing::Values(OptionRow{"GetUseRcalForSync", "1,1", ""},
+                    OptionRow{"SetUseRcalForSync,1", "1", "", "chkUseRCAL", "1"},
+                    OptionRow{"SetUseRcalForSync,2", kNo01, ""}, OptionRow{"SetUseRcalForSync", kNo01, ""},
+                    OptionRow{"SetUseRcalForSync,0", "1", "", "chkUseRCAL", "1"},  // nobody is there to mean it
+                    OptionRow{"GetEnableTrackingOnUnpark", "1,1", ""},
+                    OptionRow{"SetEnableTrackingOnUnpark,0", "1", "", "chkEnableMountTracking", "0"},
+                    OptionRow{"SetEnableTrackingOnUnpark,1", "1", "", "chkEnableMountTracking", "1"},
+                    OptionRow{"SetEnableTrackingOnUnpark,x", kNo01, ""}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Positions, OptionVerbs,
+    testing::Values(OptionRow{"GetParkPosition", "1,1,Park 1", ""}, OptionRow{"GetUnparkPosition", "1,2,Park 2", ""},
+                    OptionRow{"SetParkPosition", "0,No Park Position specified", ""},
+                    OptionRow{"SetUnparkPosition,", "0,No UnPark Position specified", ""},
+                    OptionRow{"SetParkPosition,6", "1,Alt/Az", "", "cbxParkTo", "6"},
+                    OptionRow{"SetParkPosition,6", "1,Alt/Az", "", "cbxParkToText", "Alt/Az"},
+                    OptionRow{"SetParkPosition,7", "0,Park Position must be in range 0-6", "", "cbxParkTo"},
+                    OptionRow{"SetParkPosition,-1", "0,Park Position must be in range 0-6", ""},
+                    OptionRow{"SetParkPosition,1.5", "0,Park Position must be in range 0-6", ""},
+                    OptionRow{"SetUnparkPosition,8", "0,UnPark Position must be in range 0-7", ""},
+                    OptionRow{"SetUnparkPosition,7", "1,Don't Unpark", "", "cbxUnparkFrom", "7"},
+                    OptionRow{"SetParkPosition,Park 3", "1,3,Park 3", "", "cbxParkTo", "3"},
+                    OptionRow{"SetParkPosition,Park 3", "1,3,Park 3", "", "cbxParkToText", "Park 3"},
+                    OptionRow{"SetParkPosition,park 3", "0,Invalid Park Position", "", "cbxParkTo"},
+                    OptionRow{"SetUnparkPosition,Nowhere", "0,Invalid Unpark Position", ""},
+                    OptionRow{"SetParkPosition,AltAz", "1,6,Alt/Az", "", "cbxParkTo", "6"},
+                    OptionRow{"SetUnparkPosition,AltAz", "1,6,Alt/Az", "", "cbxUnparkFrom", "6"}));
+
+const std::string kBoth = "0,Alt,Az both not specified";
+
+INSTANTIATE_TEST_SUITE_P(
+    ParkAltAz, OptionVerbs,
+    testing::Values(OptionRow{"GetParkAltAz", "1,1.5,2.5", ""},
+                    OptionRow{"SetParkAltAz, 45 , 180.5 ", "1", "", "txtUserParkAlt", "45"},
+                    OptionRow{"SetParkAltAz,45,180.5", "1", "", "txtUserParkAz", "180.5"},
+                    OptionRow{"SetParkAltAz,-5,0", "1", "", "txtUserParkAlt", "-5"},
+                    OptionRow{"SetParkAltAz,90,359.9", "1", "", "txtUserParkAlt", "90"},
+                    OptionRow{"SetParkAltAz,-5.1,0", "0,Alt not in range -5 to 90", "", "txtUserParkAlt"},
+                    OptionRow{"SetParkAltAz,90.1,400", "0,Alt not in range -5 to 90", ""},
+                    OptionRow{"SetParkAltAz,45,360", "0,Az not in range 0 to <360", "", "txtUserParkAlt"},
+                    OptionRow{"SetParkAltAz,45,-1", "0,Az not in range 0 to <360", ""},
+                    OptionRow{"SetParkAltAz,45", kBoth, ""}, OptionRow{"SetParkAltAz,45,", kBoth, ""},
+                    OptionRow{"SetParkAltAz,,45", kBoth, ""}, OptionRow{"SetParkAltAz,a,b", kBoth, ""}));
+
+INSTANTIATE_TEST_SUITE_P(Others, OptionVerbs,
+                         testing::Values(OptionRow{"QuayPointingCorrection,1,2.5,x", "1", "ZZ00,1,2.5,x"},
+                                         OptionRow{"Quay", "1,0", ""},
+                                         OptionRow{"GetDisableSafetySlews", "1,False", ""},
+                                         OptionRow{"IsFormMinimized", "1,False", ""}));
+
+TEST_F(HandBoxVerbsTest, CustomRate_IsReadBack_AndNeedsAListThatHasIt) {
+    Connect("S");
+    EXPECT_EQ(Run("SetSlewRate,750"), "1");
+    EXPECT_EQ(Run("GetSlewRate"), "1,3,750");
+    HandBox().cbxInitSlewRate.ListItems({"300x", "450x", "600x"});
+    const std::string stored = Setting("txtCustomSlewRate");
+    EXPECT_EQ(SentDuring([&] {
+                  EXPECT_EQ(Run("SetSlewRate,800"), "0,Custom Slew rates are not supported by this mount");
+                  EXPECT_EQ(Run("SetSlewRate,abc"), "1");
+              }),
+              "");
+    EXPECT_EQ(Setting("txtCustomSlewRate"), stored);
+}
+
+TEST_F(HandBoxVerbsTest, MeridianDelay_GoesOutWithTheTime) {
+    Connect("S");
+    const std::string sent = SentDuring([&] { EXPECT_EQ(Run("SetMeridianDelay,-1.5"), "1"); });
+    EXPECT_EQ(sent.substr(0, 22), "GM GM SM-01:30:00 SL20") << sent;
+    EXPECT_EQ(Run("GetMeridianDelay"), "1,True,-1.5");
+    EXPECT_EQ(Setting("txtMeridianDelay"), "-1.5");
+    EXPECT_EQ(driver->state.g_dMeridianDelay, -1.5);
+    EXPECT_EQ(HandBox().frameMeridianDelay.Caption(), "Meridian Delay: Enabled");
+}
+
+TEST_F(HandBoxVerbsTest, Pem_IsToldByItsState) {
+    Connect("S");
+    EXPECT_EQ(Run("SetPem,1"), "1");
+    EXPECT_EQ(Run("GetPem"), "1,1");
+    EXPECT_EQ(Run("SetPem,0"), "1");
+    EXPECT_EQ(Run("GetPem"), "1,2");
+}
+
+TEST_F(HandBoxVerbsTest, ChoiceThatStandsAlready_IsStoredAnew) {
+    Connect("S", {{"cbxParkTo", "3"}});
+    driver->persist.WriteIniValue("cbxParkTo", "1");
+    driver->persist.WriteIniValue("chkEnableMountTracking", "0");
+    EXPECT_EQ(Run("SetParkPosition,3"), "1,Park 3");
+    EXPECT_EQ(Run("SetEnableTrackingOnUnpark,1"), "1");
+    EXPECT_EQ(Setting("cbxParkTo"), "3");
+    EXPECT_EQ(Setting("chkEnableMountTracking"), "1");
+}
+
+TEST_F(HandBoxVerbsTest, SafetySlews_ComeBackOnlyWhereTheFirmwareHasNoneOfItsOwn) {
+    Connect("S");
+    ASSERT_FALSE(driver->state.g_bFirmwareSafeSlew);
+    EXPECT_EQ(Run("DisableSafetySlews,1"), "1");
+    EXPECT_EQ(Run("GetDisableSafetySlews"), "1,True");
+    EXPECT_EQ(Run("DisableSafetySlews,0"), "1");
+    EXPECT_EQ(Run("GetDisableSafetySlews"), "1,False");
+    driver->state.g_bFirmwareSafeSlew = true;
+    EXPECT_EQ(Run("DisableSafetySlews,1"), "1");
+    EXPECT_EQ(Run("DisableSafetySlews"), "1");
+    EXPECT_EQ(Run("GetDisableSafetySlews"), "1,True");
+}
+
+TEST_F(HandBoxVerbsTest, Companion_IsToldOnceItIsProved) {
+    Connect("S");
+    driver->state.g_bQuayLink = true;
+    EXPECT_EQ(Run("Quay"), "1,1");
+    driver->state.g_bQuayLink = false;
+}
+
+TEST_F(HandBoxVerbsTest, Window_GoesToTheTrayAndComesBack) {
+    Connect("S");
+    ASSERT_TRUE(HandBox().Visible());
+    EXPECT_EQ(Run("Minimize"), "1");
+    EXPECT_FALSE(HandBox().Visible());
+    EXPECT_EQ(Run("IsFormMinimized"), "1,True");
+    EXPECT_EQ(Run("Maximize"), "1");
+    EXPECT_TRUE(HandBox().Visible());
+    EXPECT_EQ(Run("IsFormMinimized"), "1,False");
+}
+
+TEST_F(HandBoxVerbsTest, LegacyFile_IsNamed_AndDeletedOnce) {
+    Connect("S");
+    const std::filesystem::path file = driver->persist.LegacyFile();
+    EXPECT_EQ(Run("GetIniFilename"), "1," + file.string());
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << "[KS]\n";
+    EXPECT_EQ(Run("DeleteIniFile"), "1");
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(Run("DeleteIniFile"), "0,File does not exist: " + file.string());
+}
+
+TEST_F(HandBoxVerbsTest, AllValues_FailLikeAnUnknownVerb_WhereThereAreAny) {
+    Connect("S");
+    EXPECT_EQ(Run("GetAllIniValues"), "0,Unknown Command: GetAllIniValues");
+    ExpectSwallow("ExecuteDriverCommand");
+}
+
+TEST_F(HandBoxVerbsTest, UnmeantPlainSyncs_LeaveTheBoxTicked_AndMeantOnesClearIt) {
+    Connect("S");
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    EXPECT_EQ(Run("SetUseRcalForSync,0"), "1");
+    EXPECT_TRUE(HandBox().chkUseRCAL.Checked());
+    EXPECT_EQ(Run("GetUseRcalForSync"), "1,1");
+    EXPECT_TRUE(LoggedAs("frmRcalSyncWarning", 1, "No window can be shown: the question counts as cancelled"));
+
+    class Watcher final : public FormView {
+    public:
+        void Changed(Form&, std::string_view, Property) override {}
+    } view;
+    frmRcalSyncWarning& form = driver->rcalSyncWarningForm;
+    form.Attach(view);
+    std::string words;
+    std::string storedMeanwhile;
+    const When answers(
+        machine.pump, [&] { return form.Visible(); },
+        [&] {
+            words = form.btnOK.Text() + "|" + form.btnCancel.Text();
+            storedMeanwhile = Setting("chkUseRCAL");
+            form.btnOK.FireClick();
+        });
+    EXPECT_EQ(Run("SetUseRcalForSync,0"), "1");
+    EXPECT_EQ(words, "OK to continue unchecked|CANCEL to leave checked");
+    EXPECT_EQ(storedMeanwhile, "1");
+    EXPECT_EQ(Setting("chkUseRCAL"), "0");
+    EXPECT_EQ(Run("GetUseRcalForSync"), "1,0");
+    EXPECT_EQ(Run("SetUseRcalForSync,0"), "1") << "nothing is unticked, so nobody is asked";
+    form.Detach(view);
+}
+
+TEST_F(HandBoxVerbsTest, BeforeTheFirstConnect_TheSettingsAreTold) {
+    Seed({{"txtInitRaBacklash", "7"}, {"cbxParkTo", "2"}, {"cbxInitPEM", "1"}});
+    Start();
+    telescope = driver->CreateTelescope();
+    EXPECT_EQ(Run("GetRaBacklash"), "1,7");
+    EXPECT_EQ(Run("GetParkPosition"), "1,2,Park 2");
+    EXPECT_EQ(Run("SetParkPosition,4"), "1,Park 4");
+    EXPECT_EQ(Setting("cbxParkTo"), "4");
+}
+
+}  // namespace
+}  // namespace kestrane
