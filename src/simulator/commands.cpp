@@ -250,6 +250,7 @@ Answer TrackingRate(Call& call) {
         default:
             return Unknown();
     }
+    call.mount.LeavePark();
     return Silence();
 }
 

@@ -75,7 +75,7 @@ AxisAngles AxesFor(const Equatorial& direction, PierSide side, double latitude) 
 }
 
 PierSide SideFor(double hourAngleDegrees, double meridianDelayHours) {
-    return FoldDegrees(hourAngleDegrees - meridianDelayHours * 15) < 0 ? PierSide::West : PierSide::East;
+    return FoldDegrees(hourAngleDegrees + meridianDelayHours * 15) < 0 ? PierSide::West : PierSide::East;
 }
 
 }  // namespace kestrane::simulator

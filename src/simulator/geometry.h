@@ -38,8 +38,8 @@ Equatorial ToEquatorial(const Horizontal& direction, double latitude);
 Equatorial DirectionOf(const AxisAngles& axes, PierSide side, double latitude);
 /// The axes that point in `direction` from `side`, the hour axis in -180 up to below 180.
 AxisAngles AxesFor(const Equatorial& direction, PierSide side, double latitude);
-/// The side from which a goto reaches an hour angle with the counterweight down. A meridian delay (hours) moves the
-/// change of side to later hour angles.
+/// The side from which a goto reaches an hour angle. A meridian delay (hours) works as a clock that is ahead by so much
+/// would: the mount takes the target for one that lies that much further west, and chooses its side by that.
 PierSide SideFor(double hourAngleDegrees, double meridianDelayHours);
 
 }  // namespace kestrane::simulator

@@ -197,6 +197,11 @@ void MountModel::Unpark() {
     Track(Tracking::Sidereal);
 }
 
+void MountModel::LeavePark() {
+    parked_ = false;
+    FollowTracking();
+}
+
 void MountModel::GotoFixedPark(int index) {
     assert(index >= 1 && static_cast<std::size_t>(index) <= kFixedParks.size());
     StopAll();

@@ -51,6 +51,7 @@ public:
     void StopMove(Direction direction);
     void Park();
     void Unpark();
+    void LeavePark();  ///< as each choice of the tracking does
     /// Goes to one of the five fixed places (1 to 5) and parks there.
     void GotoFixedPark(int index);
 
