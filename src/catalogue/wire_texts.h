@@ -20,6 +20,14 @@ inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
 }
 
+inline bool Parks(std::string_view onTheWire) {
+    return onTheWire.find(Park.With("").OnTheWire()) != std::string_view::npos;
+}
+
+inline bool Unparks(std::string_view onTheWire) {
+    return onTheWire.find(Unpark.With("").OnTheWire()) != std::string_view::npos;
+}
+
 /// Whether a text gives an axis a custom rate other than 0.
 inline bool ChoosesCustomRate(std::string_view onTheWire) {
     const auto chooses = [&](const CharacterCommand& row) {

@@ -8,6 +8,7 @@
 #include "commands/verbs.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/park_geometry.h"
 #include "telescope/motion/unparking.h"
 #include "telescope/mount/mount_initialization.h"
 #include "telescope/mount/mount_setup.h"
@@ -110,6 +111,17 @@ std::string InitMount(Verb verb, std::string_view arguments) {
 std::string UnparkMount(Verb verb, std::string_view arguments) {
     const std::int16_t index = PositionOf(arguments, verb.needs.driver.log);
     Unparking(verb.object).UnparkMount(index, Confirmation::AskedElseAccepted);
+    return Done();
+}
+
+std::string ParkMount(Verb verb, std::string_view arguments) {
+    verb.object.ParkMount(arguments.empty() ? std::int16_t{park_index::FromSettings}
+                                            : PositionOf(arguments, verb.needs.driver.log));
+    return Done();
+}
+
+std::string CancelPark(Verb verb, std::string_view) {
+    verb.object.CancelPark();
     return Done();
 }
 

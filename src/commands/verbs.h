@@ -13,6 +13,8 @@ namespace kestrane::verbs {
 std::string InitTime(Verb verb, std::string_view arguments);
 std::string InitMount(Verb verb, std::string_view arguments);
 std::string UnparkMount(Verb verb, std::string_view arguments);
+std::string ParkMount(Verb verb, std::string_view arguments);
+std::string CancelPark(Verb verb, std::string_view arguments);
 std::string SetSlewRate(Verb verb, std::string_view arguments);
 std::string GetSlewRate(Verb verb, std::string_view arguments);
 std::string SetGuideRate(Verb verb, std::string_view arguments);

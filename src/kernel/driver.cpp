@@ -88,6 +88,15 @@ Driver::Driver(Platform platform)
           .clientCount =
               [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
       }),
+      parkButtons(ParkButtonsNeeds{
+          .driver = essentials,
+          .messageBoxes = messageBoxes,
+          .questions = questions,
+          .handBox = handBox,
+          .panel = panel,
+          .queries = queries,
+          .telescope = [this] { return internalInstance_.get(); },
+      }),
       focusMotor(FocusMotorNeeds{
           .driver = essentials,
           .pump = platform_.pump,
@@ -254,6 +263,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .handBox = handBox,
         .statusWindow = statusWindow,
         .panel = panel,
+        .sounds = platform_.sounds,
         .mount = mount,
         .rateLists = rateLists,
         .rates = rates,

@@ -33,6 +33,7 @@
 #include "ui/focuser_setup.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
+#include "ui/park_buttons.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
 
@@ -103,6 +104,7 @@ public:
     Modal modal;
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
+    ParkButtons parkButtons;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     MountRates rates;

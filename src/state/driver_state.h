@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "catalogue/vocabulary.h"
@@ -206,14 +207,27 @@ struct DriverState : LogState, CounterState {
     bool g_bRestoreRatePending = false;
     OwnedBy<Motion, bool> g_bParking{false};
     OwnedBy<Motion, bool> g_bAbortPark{false};
-    bool g_bWestSide = false;         ///< the mount is on the west side of the pier
-    bool g_bCounterweightUp = false;  ///< result of the counterweight-up rule
-    double g_dMaxAxisRate = 5.0;      ///< largest MoveAxis rate, degrees per second
+    std::int16_t g_nParkIndex = -1;   ///< position of the park under way; -1 once the first of its two legs has ended
+    std::int16_t g_nParkStarted = 0;  ///< the position with which it began
+    bool g_bCwUpPark = false;         ///< it is to end with the counterweight up
+    bool g_bSlewingEast = false;      ///< a park moves the mount east before its goto
+    bool g_bLeavingCwUp = false;      ///< a park lets the counterweight down before its goto
+    bool g_bSavedTracking = false;    ///< whether the mount tracked when the park began
+    bool g_bDelayTaken = false;       ///< the mount has the meridian delay that went with the last time
+    std::optional<Tick> g_tickParkSent, g_tickUnparkSent;  ///< the last of the two commands; the other is empty
+    bool g_bWestSide = false;                              ///< the mount is on the west side of the pier
+    bool g_bCounterweightUp = false;                       ///< result of the counterweight-up rule
+    double g_dMaxAxisRate = 5.0;                           ///< largest MoveAxis rate, degrees per second
     OwnedBy<Motion, bool> g_bGuidingNorth{false}, g_bGuidingSouth{false};  ///< a guide pulse in this direction runs
     OwnedBy<Motion, bool> g_bGuidingEast{false}, g_bGuidingWest{false};
     std::int32_t g_nPulseNorth = 0, g_nPulseSouth = 0;  ///< milliseconds of the last pulse in this direction
     std::int32_t g_nPulseEast = 0, g_nPulseWest = 0;
     bool g_bSynchronousPulseGuide = false;  ///< setting `chkSynchronousPulseGuide`
 };
+
+/// Whether a park moves the mount by itself, ahead of its goto.
+inline bool InParkMove(const DriverState& state) {
+    return state.g_bSlewingEast || state.g_bLeavingCwUp;
+}
 
 }  // namespace kestrane

@@ -220,6 +220,55 @@ bool Motion::TrackingChosen() {
     return slewEnds;
 }
 
+void Motion::ParkAskedFor() {
+    state_.g_bAbortPark = false;
+}
+
+void Motion::ParkMoveBegins() {
+    state_.g_bSlewing = true;
+    if (state_.g_bGosActive) {
+        state_.g_bMountSlewing = true;
+    }
+    state_.g_bAbortSlew = false;
+    state_.g_bSafeSlewPending = false;
+    state_.g_bSlewCompletePending = false;
+    state_.g_bParking = true;
+    state_.g_bParked = false;
+    ++state_.g_nSlewsBegun;
+    state_.g_nSameDistance = 0;
+}
+
+void Motion::ParkMoveEnds() {
+    state_.g_bSlewing = false;
+    state_.g_bMountSlewing = false;
+    state_.g_bAbortSlew = false;
+}
+
+void Motion::ParkTakesOver() {
+    state_.g_bSlewing = false;
+    state_.g_bMountSlewing = false;
+    state_.g_bAbortSlew = false;
+    state_.g_bSafeSlewPending = false;
+    state_.g_bSlewCompletePending = false;
+    state_.g_bParking = false;
+    state_.g_bParked = false;
+    ++state_.g_nSlewsBegun;
+    state_.g_nSameDistance = 0;
+    state_.g_bOwnSlew = false;
+}
+
+void Motion::ParkAborted() {
+    if (state_.g_bParking) {
+        state_.g_bAbortPark = true;
+    }
+}
+
+void Motion::ParkLeft() {
+    ParkAborted();
+    state_.g_bParking = false;
+    state_.g_bSlewCompletePending = false;
+}
+
 void Motion::ParkBegins() {
     state_.g_bParking = true;
 }

@@ -61,6 +61,12 @@ namespace kestrane {
 //   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =  =
 //   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =  =
 //   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =  =
+//   ParkAskedFor                =  =  =  =  =  =  0  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkMoveBegins              1  u  0  0  0  1  =  0  =  +  =  =  =   0  =  =  =  =  =  =  =
+//   ParkMoveEnds                0  0  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkTakesOver               0  0  0  0  0  0  =  0  =  +  =  =  =   0  =  =  =  =  =  0  =
+//   ParkAborted                 =  =  =  =  =  =  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkLeft                    =  =  =  =  0  0  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =  =
@@ -192,6 +198,18 @@ public:
 
     // --- park and guiding ---------------------------------------------------------------------------------------
 
+    /// A park is asked for: what aborted an earlier one does not abort it.
+    void ParkAskedFor();
+    /// A park moves the mount by itself before its goto. It is a slew that counts as asked for.
+    void ParkMoveBegins();
+    void ParkMoveEnds();
+    /// The park stops the mount and whatever slewed it. A call that waits for its slew gives way as to a later slew. It
+    /// ends an earlier park, of which this one is another try.
+    void ParkTakesOver();
+    /// The park that is under way is to end; nothing is stopped by that.
+    void ParkAborted();
+    /// Somebody takes the mount from a park that is under way. AK tells a park that waits.
+    void ParkLeft();
     void ParkBegins();
     /// Leaves AK: it shows a park that waits how it ended. The next slew clears it.
     void ParkEnds();

@@ -51,6 +51,11 @@ public:
     void UpdateMountInfo();
     /// Runs one supervision pass; returns whether a slew runs.
     bool CheckSlewing();
+    /// The mount was told to go to a park position by itself, which it may not have heard: nothing shows the end of
+    /// that but its status text, or that it has moved and stands, or that it stood there all along. Degrees.
+    void MarkPark(double altitude, double azimuth);
+    /// A park begins whose target the driver knows.
+    void UnmarkPark() { markedPark_.reset(); }
     /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May
     /// ask the mount where it stands.
     std::string_view WhyNoSecondLeg();
@@ -98,8 +103,13 @@ private:
     void PushSettleEnd();
     void CompleteSlew();
     void FinishPark(std::string_view text);
+    void HandParkOver();
     bool JudgedLater();
     void CheckParkArrival();
+    void ArriveAt(std::string_view text, bool arrived);
+    void WatchMarkedPark();
+    void CheckMarkedPark();
+    double DegreesFrom(double altitude, double azimuth) const;
 
     PollLoopNeeds needs_;
     Essentials driver_;
@@ -115,6 +125,16 @@ private:
         int moves = 0;  ///< readings in a row that are far from the first one and from the one before
     };
     std::optional<RefusedGoto> refusedGoto_;
+    /// A park that the mount drives to a position of its own.
+    struct MarkedPark {
+        double startAlt, startAz;  ///< degrees
+        double alt, az;            ///< of the position
+        CoordinateReads reads;
+        int moves = 0;            ///< readings in a row that are far from the start
+        bool saidToMove = false;  ///< by the status text
+        bool nearAllAlong = true;
+    };
+    std::optional<MarkedPark> markedPark_;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
     /// The side that is asked for at the end of a slew went unanswered, and so did all since then.

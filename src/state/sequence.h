@@ -43,6 +43,7 @@ inline constexpr EndingProcedure     SafeSlew         {"safe slew",           Do
 inline constexpr EndingProcedure     Slew             {"slew",                Doors::BeforeEach};
 inline constexpr EndingProcedure     Calibration      {"calibration",         Doors::BeforeEach};
 inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Doors::Closed};      // one exchange
+inline constexpr EndingProcedure     Park             {"park",                Doors::BeforeEach};
 inline constexpr EndingProcedure     GuidePulse       {"guide pulse",         Doors::BeforeEach};  // its start
 inline constexpr CompletingProcedure GuidePulseEnd    {"end of a pulse",      Doors::Closed};      // is a stop
 inline constexpr CompletingProcedure TestMove         {"test move",           Doors::Closed};      // ends by its own stop

@@ -25,14 +25,20 @@ constexpr int kGotoMoves = 2;         // one alone may be a wrong reading
 constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
+constexpr double kAtMarkedDegrees = 2.0;
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 
 }  // namespace
 
 bool PollLoop::CheckSlewing() {
+    if (InParkMove(state_)) {
+        return true;  // by the targets of an earlier slew, a pass could see an arrival in the middle of the move
+    }
     LookForUnseenGoto();
-    if (ParkAborted() && !state_.g_bSlewing) {
+    WatchMarkedPark();
+    const bool isParked = state_.g_bParking && state_.g_bParked;
+    if ((ParkAborted() || isParked) && !state_.g_bSlewing) {
         // The park has stopped out of tolerance, or the firmware moves it: the supervision sees no motion that could
         // end.
         needs_.motion.SlewCompleteDue();
@@ -297,7 +303,7 @@ bool PollLoop::SlewCompleteWaits() const {
 }
 
 void PollLoop::CheckSlewComplete() {
-    if (!state_.g_bSlewCompletePending || SlewCompleteWaits()) {
+    if (!state_.g_bSlewCompletePending || SlewCompleteWaits() || InParkMove(state_)) {
         return;
     }
     needs_.motion.SlewCompleteTaken();
@@ -342,7 +348,15 @@ void PollLoop::CompleteSlew() {
 
 void PollLoop::FinishPark(std::string_view text) {
     driver_.log.LogMessage(kSlewComplete, LogLevel::Info, text);
-    needs_.motion.ParkEnds();
+    HandParkOver();
+}
+
+void PollLoop::HandParkOver() {
+    if (TelescopeActions* telescope = needs_.telescope()) {
+        telescope->HandleParkComplete();
+    } else {
+        needs_.motion.ParkEnds();
+    }
 }
 
 /// A park whose position went unanswered is judged on a later tick, when it was read.
@@ -357,30 +371,77 @@ bool PollLoop::JudgedLater() {
 /// A park that has stopped out of tolerance stays under way.
 void PollLoop::CheckParkArrival() {
     if (state_.g_bAbortPark) {
-        needs_.motion.ParkEnds();
+        HandParkOver();
         return;
     }
     driver_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");
-    if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
+    if (markedPark_) {
+        CheckMarkedPark();
+    } else if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
         needs_.queries.QueryRa();
         needs_.queries.QueryDec();
-        if (JudgedLater()) {
-            return;
-        }
         const double raDistance = std::abs(NormalizeHourAngle(state_.g_dTargetRa - state_.g_dRa));
-        if (raDistance < kParkRaHours && std::abs(state_.g_dTargetDec - state_.g_dDec) < kParkDecDegrees) {
-            FinishPark("Completed move to parked position(2)");
-        }
+        ArriveAt("Completed move to parked position(2)",
+                 raDistance < kParkRaHours && std::abs(state_.g_dTargetDec - state_.g_dDec) < kParkDecDegrees);
     } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
         needs_.queries.QueryAlt();
         needs_.queries.QueryAz();
-        if (JudgedLater()) {
-            return;
-        }
         const double azDistance = std::abs(NormalizeDegrees180(state_.g_dTargetAz - state_.g_dAz));
-        if (std::abs(state_.g_dTargetAlt - state_.g_dAlt) < kParkAltAzDegrees && azDistance < kParkAltAzDegrees) {
-            FinishPark("Completed move to parked position(3)");
-        }
+        ArriveAt("Completed move to parked position(3)",
+                 std::abs(state_.g_dTargetAlt - state_.g_dAlt) < kParkAltAzDegrees && azDistance < kParkAltAzDegrees);
+    }
+}
+
+void PollLoop::ArriveAt(std::string_view text, bool arrived) {
+    if (!JudgedLater() && arrived) {
+        FinishPark(text);
+    }
+}
+
+void PollLoop::MarkPark(double altitude, double azimuth) {
+    markedPark_ = MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, needs_.queries.Reads()};
+    markedPark_->nearAllAlong = DegreesFrom(altitude, azimuth) <= kAtMarkedDegrees;
+}
+
+double PollLoop::DegreesFrom(double altitude, double azimuth) const {
+    return AngularDistance(state_.g_dAz / kDegreesPerHour, state_.g_dAlt, azimuth / kDegreesPerHour, altitude);
+}
+
+/// A mount that stands stays at its place of the sky: it does not track during a park.
+void PollLoop::WatchMarkedPark() {
+    if (!state_.g_bParking) {
+        markedPark_.reset();
+    }
+    if (!markedPark_) {
+        return;
+    }
+    MarkedPark& park = *markedPark_;
+    const bool textIsNew = state_.g_tickLastGos - state_.g_tickLastGoto >= 0;
+    park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && state_.g_bMountSlewing);
+    const CoordinateReads now = needs_.queries.Reads();
+    if (now.alt == park.reads.alt || now.az == park.reads.az) {
+        return;
+    }
+    park.reads = now;
+    park.nearAllAlong = park.nearAllAlong && DegreesFrom(park.alt, park.az) <= kAtMarkedDegrees;
+    if (park.moves < kGotoMoves) {
+        park.moves = DegreesFrom(park.startAlt, park.startAz) > kGotoDegrees ? park.moves + 1 : 0;
+    }
+}
+
+/// The command has no reply: a lost one must not end as a park wherever the mount stands.
+void PollLoop::CheckMarkedPark() {
+    needs_.queries.QueryAlt();
+    needs_.queries.QueryAz();
+    if (JudgedLater()) {
+        return;
+    }
+    WatchMarkedPark();
+    if (markedPark_->saidToMove || markedPark_->moves >= kGotoMoves || markedPark_->nearAllAlong) {
+        FinishPark("Completed move to parked position(4)");
+    } else {
+        driver_.log.LogMessage(kSlewComplete, LogLevel::Warning,
+                               "The mount was not seen to go to its park position: the park is not finished");
     }
 }
 

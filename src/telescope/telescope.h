@@ -182,6 +182,16 @@ public:
     std::int16_t SlewSettleTime();
     void SlewSettleTime(std::int16_t seconds);
 
+    // --- parking ------------------------------------------------------------------------------------------------
+
+    /// Goes to the park position of the settings and parks there; a parked mount stays. Link check; nothing else is
+    /// raised. Returns when the mount is on its way, or, where it has to move ahead of that, pumps until then. With a
+    /// companion that parks, pumps up to five minutes.
+    void Park();
+    /// Keeps the direction in which the telescope points, in whole degrees, as the user's own park position. Link
+    /// check; 0x8004040b, and nothing is kept, when the mount does not report where it points.
+    void SetPark();
+
     // --- syncs --------------------------------------------------------------------------------------------------
 
     // While the mount moves: 0x8004040b, and nothing is sent. 0x80040418 when the mount refuses a half of the target.
@@ -271,6 +281,20 @@ public:
     /// Takes a status text apart into flags and displays.
     void ParseGOS(std::string_view status) override;
     void StartSecondLeg(double rightAscension, double declination) override;
+    /// Parks at a position by its index of `cbxParkTo`, 0 to 6, or -1 for the one of the settings; any other is logged
+    /// only. Also for a parked mount. Errors and pumps as for `Park`.
+    void ParkMount(std::int16_t index);
+    /// The park under way is to end. Sends nothing by itself; the supervision ends it then.
+    void CancelPark() { needs_.motion.ParkAborted(); }
+    void HandleParkComplete() override;
+    /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
+    /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
+    bool CheckSlewEast();
+    /// Lets the counterweight down where firmware does not do that by itself. False when it stays up, or the park is
+    /// over. Pumps; raises nothing.
+    bool LeaveCounterweightUp();
+    /// Gives the mount a meridian delay, in hours, with the time. False when the mount does not have it after that.
+    bool SetTimeOffset(double hours);
     void LoadTelescopeOptions();
     /// Reads the setting `Controller` for those who must not read settings.
     void LoadControllerOption();

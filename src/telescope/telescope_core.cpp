@@ -87,6 +87,13 @@ void TelescopeCore::NoteSent(std::string_view text) {
         needs_.motion.GotoSent();
         state_.g_tickLastGoto = driver_.clock.GetTickCount();
     }
+    if (wire::Parks(text)) {
+        state_.g_tickParkSent = driver_.clock.GetTickCount();
+        state_.g_tickUnparkSent.reset();
+    } else if (wire::Unparks(text)) {
+        state_.g_tickUnparkSent = driver_.clock.GetTickCount();
+        state_.g_tickParkSent.reset();
+    }
     if (wire::ChoosesCustomRate(text)) {
         needs_.axisMotions.CustomRateChosen();
     }
@@ -140,13 +147,25 @@ void TelescopeCore::NoteMotionStops() {
 }
 
 std::uint32_t TelescopeCore::NewSlewBegins(const MotionPermit& permit) {
+    TakeMountFromPark();
     state_.g_bPollSuspended = false;
     return needs_.motion.NewSlewBegins(permit);
 }
 
-void TelescopeCore::NoteGotoTaken() {
-    needs_.motion.GotoTaken();
-    state_.g_tickLastGoto = driver_.clock.GetTickCount();
+void TelescopeCore::TakeMountFromPark() {
+    if (!state_.g_bParking) {
+        return;
+    }
+    const bool parkMoves = InParkMove(state_);
+    state_.g_bSlewingEast = state_.g_bLeavingCwUp = false;
+    needs_.motion.ParkLeft();
+    needs_.panel.SetParkStatus("Park Canceled", "TakeMountFromPark");
+    driver_.persist.Write(setting::ParkStatus, "UnParked");
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Park canceled...");
+    if (parkMoves) {
+        needs_.motion.ParkMoveEnds();
+        SendStopPair();
+    }
 }
 
 void TelescopeCore::SendStopPair() {
@@ -154,6 +173,11 @@ void TelescopeCore::SendStopPair() {
     mount.CommandBlind(wire::Stop);
     driver_.waits.WaitForMilliseconds(kStopSpacingMs);
     mount.CommandBlind(wire::Stop);
+}
+
+void TelescopeCore::NoteGotoTaken() {
+    needs_.motion.GotoTaken();
+    state_.g_tickLastGoto = driver_.clock.GetTickCount();
 }
 
 void TelescopeCore::LogSlewNotSent(std::string_view origin) {

@@ -19,6 +19,7 @@
 #include "kernel/base/waits.h"
 #include "link/command_exchange.h"
 #include "link/mount_link.h"
+#include "platform/system_services.h"
 #include "settings/persist.h"
 #include "settings/sites.h"
 #include "state/client_connections.h"
@@ -48,6 +49,7 @@ struct TelescopeNeeds {
     frmHandBox& handBox;
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
+    Sounds& sounds;
     KsMount& mount;
     ClientRateLists& rateLists;
     MountRates& rates;
@@ -113,9 +115,12 @@ public:
     void NoteMotionStops();
     /// `Motion::NewSlewBegins`, and the poll runs again: a refused sync may have left it off the line.
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
+    /// To be called before the first command of whatever takes the mount from a park: a park under way is cancelled. It
+    /// sends nothing, but for the stop of a move that the park itself has begun and nobody else would end.
+    void TakeMountFromPark();
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();
-    /// Stops all that moves; tracking goes on.
+    /// Stops all motion, twice: one of the two may be lost. Tracking goes on.
     void SendStopPair();
     /// For a slew that a stop has ended before its command went out.
     void LogSlewNotSent(std::string_view origin);

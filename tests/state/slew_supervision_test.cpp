@@ -489,7 +489,7 @@ TEST_F(SupervisionTest, ParkedMount_FinishesThePark_AndRestoresNoRate) {
     poll.CheckSlewComplete();
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position"));
     EXPECT_FALSE(state.g_bParking);
-    EXPECT_TRUE(telescope.calls.empty());
+    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
     EXPECT_TRUE(panel.calls.empty());
 }
 
@@ -572,7 +572,7 @@ TEST_F(SupervisionTest, ParkThatArrivedBeforeItsAbort_IsFinishedAsParked) {
     poll.CheckSlewComplete();
     EXPECT_TRUE(Logged("SLEW COMPLETE|0|Completed move to parked position"));
     EXPECT_FALSE(state.g_bParking);
-    EXPECT_TRUE(telescope.calls.empty());
+    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
 }
 
 TEST_F(SupervisionTest, Park_BeepsNeverDuringItsSlew) {
@@ -601,7 +601,7 @@ TEST_P(ParkAbortTest, AbortedPark_EndsOnBothRoads_AndTheParkLearnsOfIt) {
     EXPECT_EQ(machine.sounds.beeps, 0);
     poll.CheckSlewComplete();
     EXPECT_FALSE(state.g_bParking);
-    EXPECT_TRUE(telescope.calls.empty());
+    EXPECT_EQ(telescope.calls, std::vector<std::string>{"HandleParkComplete"});
     EXPECT_FALSE(LoggedPart("Parking operation in progress"));
     EXPECT_FALSE(state.g_bSlewCompletePending);
     EXPECT_FALSE(NextPass());

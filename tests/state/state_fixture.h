@@ -68,6 +68,10 @@ public:
     MountCommands& Commands() override { return commands_; }
     void ParseGOS(std::string_view status) override;
     void InitUI() override { calls.emplace_back("InitUI"); }
+    void HandleParkComplete() override {
+        calls.emplace_back("HandleParkComplete");
+        motion_.ParkEnds();
+    }
     void StartSecondLeg(double rightAscension, double declination) override;
     double SiteLatitude() override;
     /// Calls that begin with `call`.

@@ -167,6 +167,7 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
         NoteMotionStops();
         needs_.guidePulses.EndOnAxis(axis);
     }
+    TakeMountFromPark();
     needs_.motion.AxisTakesOver();
     if (!exists) {
         throw DriverError(ErrorNumber::NotImplemented,

@@ -22,12 +22,13 @@ constexpr std::array<FixedPlace, park_index::LastFixed> kParkPlaces{{
 
 constexpr FixedPlace kUnparkPlace1{"+00*00:00", "+359*59:50", "+180*00:10"};
 
-constexpr double kEastSlewFrom = -11.999;  // hours
-constexpr double kEastSlewTo = -6.001;     // hours
-constexpr double kFarHourAngle = 6.0;      // hours
-constexpr double kLongestEastSlew = 12.0;  // hours
-constexpr double kNearMeridian = 0.1;      // hours
-constexpr double kHalfTurn = 12.0;         // hours
+constexpr double kEastSlewFrom = -11.999;      // hours
+constexpr double kEastSlewTo = -6.001;         // hours
+constexpr double kFarHourAngle = 6.0;          // hours
+constexpr double kLongestEastSlew = 12.0;      // hours
+constexpr double kNearMeridian = 0.1;          // hours
+constexpr double kLongestMeridianDelay = 6.0;  // hours
+constexpr double kHalfTurn = 12.0;             // hours
 
 bool IsFar(double hourAngle) {
     return std::abs(hourAngle) >= kFarHourAngle;
@@ -65,6 +66,10 @@ double CounterweightUpSecondRa(double hourAngle, double siderealTime) {
 double CounterweightUpDelay(double hourAngle, double offset) {
     const double size = IsFar(hourAngle) ? -1.0 : kHalfTurn + 1.0;
     return hourAngle <= 0.0 ? offset + size : offset - size;
+}
+
+bool IsPossibleMeridianDelay(double hours) {
+    return std::abs(hours) <= kLongestMeridianDelay;
 }
 
 double CounterweightUpOffset(std::int16_t sideOfPier, double hourAngle) {

@@ -51,6 +51,8 @@ double CounterweightUpSecondRa(double hourAngle, double siderealTime);
 /// That delay, in hours. `offset` as the settings keep it beside the hour angle. A mount takes -6 to 6 hours, which
 /// leaves out hour angles whose size lies between 5 and 7.
 double CounterweightUpDelay(double hourAngle, double offset);
+/// Whether a mount takes a delay, in hours.
+bool IsPossibleMeridianDelay(double hours);
 /// The offset that belongs to a mount with the counterweight up.
 double CounterweightUpOffset(std::int16_t sideOfPier, double hourAngle);
 

@@ -1,5 +1,4 @@
 #include "catalogue/vocabulary.h"
-#include "catalogue/wire_commands.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {

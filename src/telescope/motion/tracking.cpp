@@ -52,6 +52,7 @@ bool Telescope::Tracking() {
 void Telescope::Tracking(bool track) {
     TrackingSteps steps(*this);
     LogSet("Tracking", TrueFalse(track));
+    TakeMountFromPark();
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     if (track) {
         state_.g_bTracking = true;
@@ -91,6 +92,7 @@ void Telescope::TrackingRate(std::int32_t rate) {
     state_.g_nTrackingRate = rate;
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     LogSet("TrackingRate", std::to_string(rate));
+    TakeMountFromPark();
     steps.NoteTrackingChoice(true);
     Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::Stop);

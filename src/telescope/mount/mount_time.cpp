@@ -34,7 +34,7 @@ class TimeSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
-    void SendMeridianDelay(Sequence& mount);
+    bool SendMeridianDelay(Sequence& mount);
     void SendDate(Sequence& mount, const DateTime& local);
     void SendTimeZone(Sequence& mount);
 };
@@ -74,6 +74,7 @@ void Telescope::SendTimeAfresh() {
 void Telescope::utcDate(const DateTime& utc) {
     TimeSteps steps(*this);
     CheckConnected();
+    state_.g_bDelayTaken = false;
     driver_.log.LogMessage(
         "ASCOM", LogLevel::Info,
         "SET utcDate = " + DateTimeText(utc) + ", Meridian Delay = " + PlainNumber(state_.g_dMeridianDelay));
@@ -86,7 +87,7 @@ void Telescope::utcDate(const DateTime& utc) {
     ResumeNext errors{driver_.ledger, "utcDate"};
     Sequence mount = Talk(procedure::SetTime);
     if (state_.g_bHasMeridianQuery) {
-        errors.Step([&] { steps.SendMeridianDelay(mount); });
+        errors.Assign(state_.g_bDelayTaken, [&] { return steps.SendMeridianDelay(mount); });
     } else if (state_.g_dMeridianDelay != 0.0) {
         // Earlier firmware has no delay: its clock is shifted instead.
         local = AddMilliseconds(local, std::llround(state_.g_dMeridianDelay * kMsPerHour));
@@ -94,14 +95,17 @@ void Telescope::utcDate(const DateTime& utc) {
     if (const std::int32_t passed = driver_.clock.GetTickCount() - askedAt; passed >= kNoticeableMs) {
         local = AddMilliseconds(local, passed);  // the mount was silent to the delay: the time has gone on
     }
-    if (!mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local))) {
+    const bool timeTaken = mount.CommandBoolInternal(wire::SetLocalTime, TimeOfDay(local));
+    state_.g_bDelayTaken = state_.g_bHasMeridianQuery ? state_.g_bDelayTaken : timeTaken;
+    if (!timeTaken) {
         driver_.log.LogMessage("ASCOM", LogLevel::Error, "The time value was rejected by the KS mount.");
     }
     errors.Step([&] { steps.SendDate(mount, local); });
     errors.Step([&] { steps.SendTimeZone(mount); });
 }
 
-void TimeSteps::SendMeridianDelay(Sequence& mount) {
+/// Whether the mount has the delay now.
+bool TimeSteps::SendMeridianDelay(Sequence& mount) {
     const auto ask = [&] {
         return ReadMeridianReply(mount.CommandStringInternal(wire::GetMeridianDelay), driver_.log);
     };
@@ -109,34 +113,34 @@ void TimeSteps::SendMeridianDelay(Sequence& mount) {
     if (!inMount) {
         // While the delay of the mount is not known, no other value is written over it.
         driver_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
-        return;
+        return false;
     }
     if (std::abs(*inMount - state_.g_dMeridianDelay) < kSameDelayHours) {
         needs_.queries.NoteMeridianDelayAgrees();
         driver_.log.LogMessage("Telescope", LogLevel::Info,
                                "Meridian Delay matches currently set value - no need to change!");
-        return;
+        return true;
     }
     if (ask() != inMount) {
         driver_.log.LogMessage("Telescope", LogLevel::Error,
                                "Two readings of the Meridian Delay differ; it is not changed.");
-        return;
+        return false;
     }
     if (!state_.g_bMeridianDelayKnown) {
         // What the driver holds was neither read from this mount nor chosen by anybody.
         driver_.log.LogMessage("Telescope", LogLevel::Warning,
                                "The Meridian Delay of the mount is taken over: " + PlainNumber(*inMount));
         needs_.queries.TakeOverMeridianDelay(*inMount);
-        return;
+        return false;
     }
     if (std::abs(state_.g_dMeridianDelay) > kLongestDelayHours) {
         driver_.log.LogMessage(
             "Telescope", LogLevel::Error,
             "A Meridian Delay of more than 6 hours is not sent to the mount: " + PlainNumber(state_.g_dMeridianDelay));
-        return;
+        return false;
     }
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
-    mount.CommandBoolInternal(wire::SetMeridianDelay, delay);
+    return mount.CommandBoolInternal(wire::SetMeridianDelay, delay);
 }
 
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {

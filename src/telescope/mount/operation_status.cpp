@@ -12,6 +12,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::size_t kUsableLength = 11;
+constexpr std::int32_t kParkShownMs = 2000;   // after a park or its end was sent
 constexpr std::int32_t kTooEarlyMs = 900;     // after a goto
 constexpr std::int32_t kAskedAgainMs = 1000;  // after it
 constexpr std::int32_t kLookedAtAgainMs =
@@ -100,6 +101,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void ParseParkState(char park);
+    bool IsAskedTooEarly(std::optional<Tick> sent);
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
     std::optional<AxisEnd> LostEndOfAxis(bool isCustomRate);
@@ -138,6 +140,9 @@ void Telescope::ParseGOS(std::string_view status) {
 
 void StatusSteps::ParseParkState(char park) {
     if (park == 'P') {
+        if (IsAskedTooEarly(state_.g_tickUnparkSent)) {
+            return;
+        }
         needs_.panel.SetParkStatus("Parked", "ParseGOS");
         needs_.panel.SetParkToolTip("");
         needs_.motion.MountReportsParked(true);
@@ -146,15 +151,32 @@ void StatusSteps::ParseParkState(char park) {
         }
         return;
     }
-    if (state_.g_bParking) {
+    if (state_.g_bParking || (state_.g_bParked && IsAskedTooEarly(state_.g_tickParkSent))) {
         return;
     }
     if (park == '0' || park == '1') {
+        if (state_.g_bParked && state_.g_tickParkSent) {
+            driver_.log.LogMessage("ParseGOS", LogLevel::Warning, "The mount reports that it is not parked any more");
+        }
         needs_.panel.SetParkStatus(park == '0' ? "Unparked" : "Unparked*", park == '0' ? "ParseGOS0" : "ParseGOS*");
         needs_.panel.SetParkToolTip(park == '0' ? "" : "Auto-Park enabled");
         needs_.motion.MountReportsParked(false);
     }
     state_.g_tickParkedSince = Tick{};
+}
+
+/// A mount takes a moment to report a park or its end: what it was asked before then says nothing, and it is asked
+/// again soon.
+bool StatusSteps::IsAskedTooEarly(std::optional<Tick> sent) {
+    if (!sent) {
+        return false;
+    }
+    const std::int32_t asked = state_.g_tickLastGos - *sent;
+    const bool tooEarly = asked >= 0 && asked < kParkShownMs;
+    if (tooEarly) {
+        state_.g_tickLastGos = *sent + kParkShownMs - MountQueries::kSlowIntervalMs;
+    }
+    return tooEarly;
 }
 
 /// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun,

@@ -267,6 +267,7 @@ TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
 
 TEST_P(TwoLegTest, AbortedPark_HasNoSayInTheNextSlew) {
     for (const bool supervisionHasEndedThePark : {true, false}) {
+        driver->state.g_bSavedTracking = true;
         driver->motion.ParkBegins();
         telescope->AbortSlew();
         EXPECT_TRUE(driver->state.g_bAbortPark);

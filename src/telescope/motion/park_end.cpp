@@ -1,0 +1,133 @@
+#include "telescope/motion/park_end.h"
+
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "telescope/motion/park_geometry.h"
+#include "telescope/telescope.h"
+
+/// What follows when a move of a park has ended.
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kParkEnd = "PARK**";
+constexpr std::int32_t kBeforeSecondLegMs = 20;
+constexpr std::int32_t kTimeAskedAgainMs = 5000;
+
+}  // namespace
+
+CounterweightUpPlace ReadCounterweightUpPlace(Essentials driver) {
+    const auto number = [&](const SettingKey& key) { return Val_Global(driver.persist.Read(key), driver.log); };
+    return {number(setting::CounterWeightsUpHourAngle), number(setting::CounterWeightsUpTimeOffset),
+            number(setting::CounterWeightsUpParkIntermediateSlewDec)};
+}
+
+void Telescope::HandleParkComplete() {
+    if (!state_.g_bParking || InParkMove(state_)) {
+        return;
+    }
+    driver_.log.LogMessage(kParkEnd, LogLevel::Info, "HandleParkComplete");
+    ParkEnd end(*this);
+    // A mount that reports its park had arrived before the abort.
+    const bool aborted = state_.g_bAbortPark && !state_.g_bParked;
+    if (!state_.g_bAbortPark && state_.g_nParkIndex == park_index::User && state_.g_bCwUpPark) {
+        end.StartSecondLeg();
+        return;
+    }
+    end.ReleaseCompanion();
+    aborted ? end.Cancel() : end.Finish();
+}
+
+void ParkEnd::ReleaseCompanion() {
+    if (state_.g_bQuayLink) {
+        const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "0");
+        driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Re-enabled QUAY Safe Slewing = " + reply);
+    }
+}
+
+/// The index tells that this leg has begun: its end is the end of the park.
+void ParkEnd::StartSecondLeg() {
+    state_.g_nParkIndex = -1;
+    Leg leg = Leg::Refused;
+    if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {
+        Cancel();
+    } else if (leg == Leg::Refused) {
+        Fail("The mount stays at the end of the first leg of its park: the second one could not be sent");
+    }
+}
+
+ParkEnd::Leg ParkEnd::SendSecondLeg() {
+    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
+    const CounterweightUpPlace place = ReadCounterweightUpPlace(driver_);
+    const bool targetIsSet = errors.Step([&] {
+        telescope_.TargetDeclination(place.declination);
+        telescope_.TargetRightAscension(CounterweightUpSecondRa(place.hourAngle, state_.g_dLst));
+    });
+    // Without its delay the mount would go there from the other side, with the counterweight swinging round.
+    if (!targetIsSet || !telescope_.SetTimeOffset(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {
+        return Leg::Refused;
+    }
+    driver_.waits.WaitForMilliseconds(kBeforeSecondLegMs);
+    errors.Step([&] { telescope_.SendSlewCommands(); });
+    return state_.g_bSlewing ? Leg::Taken : Leg::Refused;
+}
+
+bool Telescope::SetTimeOffset(double hours) {
+    if (!IsPossibleMeridianDelay(hours)) {
+        driver_.log.LogMessage(kParkEnd, LogLevel::Warning, kNoDelayForCounterweightUp);
+        return false;
+    }
+    needs_.panel.SetMeridianDelayUI(hours);
+    state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
+    SyncMountTime();
+    state_.g_tickLastTime = driver_.clock.GetTickCount() - kTimeAskedAgainMs;
+    return state_.g_bDelayTaken;
+}
+
+void ParkEnd::Finish() {
+    const bool parks = !state_.g_bQuayLink || (state_.g_bQuayHandlesSlews && state_.g_nParkStarted == park_index::User);
+    const bool parked = core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
+        mount.LetStopIn();
+        if (parks) {
+            driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Sending CommandBlindInternal KA");
+            mount.CommandBlindInternal(wire::Park);
+        }
+    });
+    if (!parked) {
+        Cancel();
+        return;
+    }
+    needs_.motion.MountReportsParked(true);
+    state_.g_bTracking = false;
+    needs_.motion.ParkEnds();
+    needs_.panel.SetParkStatus("Parked", "ParkMount-Done");
+    driver_.persist.Write(setting::ParkStatus, "Parked");
+    driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park completed...");
+    state_.g_tickParkedSince = driver_.clock.GetTickCount();
+    needs_.sounds.Beep();
+}
+
+void ParkEnd::Cancel() {
+    needs_.motion.ParkEnds();  // first: a write of the tracking would take the mount from it
+    ShowCancelled();
+    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
+    errors.Step([&] { telescope_.Tracking(state_.g_bSavedTracking); });
+    driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park canceled...");
+    needs_.sounds.Beep();
+}
+
+void ParkEnd::Fail(std::string_view reason) {
+    driver_.log.LogMessage(kParkEnd, LogLevel::Warning, reason);
+    needs_.motion.ParkEnds();
+    ShowCancelled();
+    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
+    errors.Step([&] { telescope_.Tracking(false); });
+    driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park canceled...");
+    needs_.sounds.Beep();
+}
+
+void ParkEnd::ShowCancelled() {
+    needs_.panel.SetParkStatus("Park Canceled", "ParkMount-Done");
+    driver_.persist.Write(setting::ParkStatus, "UnParked");
+}
+
+}  // namespace kestrane

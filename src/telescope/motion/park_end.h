@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string_view>
+
+#include "telescope/telescope_core.h"
+
+namespace kestrane {
+
+/// Where a park with the counterweight up is to end, as the settings keep it.
+struct CounterweightUpPlace {
+    double hourAngle = 0.0;    ///< hours
+    double timeOffset = 0.0;   ///< hours; see `CounterweightUpDelay`
+    double declination = 0.0;  ///< degrees
+};
+CounterweightUpPlace ReadCounterweightUpPlace(Essentials driver);
+
+/// What is logged where the mount cannot have the delay that such a park needs.
+inline constexpr std::string_view kNoDelayForCounterweightUp =
+    "No park with the counterweight up at this hour angle: the mount takes meridian delays up to 6 hours";
+
+/// How a park under way ends.
+class ParkEnd : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    /// What follows the first leg of a park with the counterweight up.
+    void StartSecondLeg();
+    /// The mount stands at its place: parks it, unless a stop gets in.
+    void Finish();
+    /// Somebody has stopped the park: the tracking from before is restored.
+    void Cancel();
+    /// The mount does not go where the park should end: it is left without tracking, so that it stands.
+    void Fail(std::string_view reason);
+    void ReleaseCompanion();
+
+private:
+    enum class Leg { Taken, Refused };
+
+    Leg SendSecondLeg();
+    void ShowCancelled();
+};
+
+}  // namespace kestrane

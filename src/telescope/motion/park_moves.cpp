@@ -1,0 +1,254 @@
+#include <algorithm>
+
+#include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/motion/east_slew.h"
+#include "telescope/telescope.h"
+
+/// The moves of a park ahead of its goto. They run at a fixed rate with nobody but these loops to end them.
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kMoveRate = "2";
+constexpr std::int32_t kBetweenCommandsMs = 20;
+constexpr std::int32_t kUntilMovingMs = 100;
+constexpr std::int32_t kEastRoundMs = 200;
+constexpr std::int32_t kLeavingRoundMs = 10;
+constexpr double kMsPerHourOfMove = 6.0 * 1000.0;
+constexpr double kSlowMountFactor = 2.0;
+constexpr double kExtraMs = 10.0 * 1000.0;
+constexpr double kLongestLeavingHours = 12.0;
+constexpr std::int32_t kOldestRaMs = 3000;
+constexpr double kWrongWayHours = -0.01;  // readings may differ by less although the mount has not begun to move
+constexpr double kFarFromMeridian = 6.0;  // hours
+constexpr double kOnMeridian = 0.001;     // hours
+constexpr double kBelowPole = 11.999;     // hours
+
+class ParkMoveSteps : TelescopeSteps {
+public:
+    explicit ParkMoveSteps(Telescope& telescope) : TelescopeSteps(telescope), stops_(needs_.door.Stops()) {}
+
+    void LogEastSlew();
+    bool SlewEast(double hours);
+    bool LetCounterweightDown();
+    const BlindCommand* WayDown() const;
+
+private:
+    void Begin(double hours);
+    bool Start(const BlindCommand& move);
+    bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
+    std::string_view WhyOver() const;
+    bool MayGoOn();
+    void Round(std::int32_t milliseconds);
+    void StopMountThatSlews();
+    void AwaitEast(double hours);
+    void Reverse();
+    void NoteMoved();
+    bool EndEast(double hours);
+    std::int32_t RoundsLeft() const;
+
+    const std::uint32_t stops_;
+    Tick begin_;
+    std::int32_t limitMs_ = 0;
+    double lastRa_ = 0.0;
+    double moved_ = 0.0;  ///< hours to the east
+};
+
+}  // namespace
+
+bool Telescope::CheckSlewEast() {
+    ParkMoveSteps steps(*this);
+    steps.LogEastSlew();
+    needs_.queries.QuerySideOfMount();
+    const std::optional<double> hours = EastSlewHours(driver_);
+    return !hours || steps.SlewEast(*hours);
+}
+
+bool Telescope::LeaveCounterweightUp() {
+    if (state_.g_bRawRaDecSlews || state_.g_bFirmwareSafeSlew) {
+        return false;
+    }
+    ParkMoveSteps steps(*this);
+    return steps.LetCounterweightDown();
+}
+
+void ParkMoveSteps::LogEastSlew() {
+    const bool isWest = state_.g_nSideOfPier == pier_side::West;
+    driver_.log.LogMessage("CheckSlewEast", LogLevel::Info,
+                           "Slew East First=" + driver_.persist.Read(setting::chkSlewEast) +
+                               ", East Hours=" + driver_.persist.Read(setting::txtSlewEastFirstHours) +
+                               ", SideOfPier=" + std::string(isWest ? pier_side::kWestText : pier_side::kEastText) +
+                               ", HourAngle=" + PlainNumber(state_.g_dHourAngle));
+}
+
+/// `hours` of move; sets the time that it may take.
+void ParkMoveSteps::Begin(double hours) {
+    const double factor = needs_.mount.mountType == Mount_Type::FIR ? kSlowMountFactor : 1.0;
+    limitMs_ = static_cast<std::int32_t>(hours * kMsPerHourOfMove * factor + kExtraMs);
+    begin_ = driver_.clock.GetTickCount();
+    needs_.motion.ParkMoveBegins();
+    needs_.handBox.tmrSlewFlashUI.Enabled(true);
+}
+
+/// False when a stop was there first.
+bool ParkMoveSteps::Start(const BlindCommand& move) {
+    return core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
+        mount.CommandBlind(wire::CenteringRate, kMoveRate);
+        driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
+        mount.CommandBlind(move);
+    });
+}
+
+/// Why the move ends short of its end, in words for the log; empty when nothing speaks against it.
+std::string_view ParkMoveSteps::WhyOver() const {
+    const Tick now = driver_.clock.GetTickCount();
+    const std::optional<Tick> readAt = needs_.queries.ReadAt().ra;
+    const std::int32_t unread = std::min(now - begin_, readAt ? now - *readAt : now - begin_);
+    if (state_.g_bLostComms) {
+        return "communications are lost";
+    }
+    if (unread > kOldestRaMs) {
+        return "the right ascension was not read for 3 seconds";
+    }
+    return now - begin_ >= limitMs_ ? "it takes too long" : std::string_view{};
+}
+
+/// Aborts the park when it must not go on.
+bool ParkMoveSteps::MayGoOn() {
+    if (const std::string_view reason = WhyOver(); !Aborted() && !reason.empty()) {
+        driver_.log.LogMessage("Telescope", LogLevel::Warning,
+                               "The move before the park ends here: " + std::string(reason));
+        needs_.motion.ParkAborted();
+    }
+    return !Aborted();
+}
+
+void ParkMoveSteps::Round(std::int32_t milliseconds) {
+    if (state_.g_bInPoll) {
+        needs_.poll.UpdateMountInfo();  // the timer cannot fire inside a poll step
+    }
+    driver_.waits.PumpOnce();
+    needs_.door.Pause(milliseconds);
+}
+
+/// A mount that slews takes no move.
+void ParkMoveSteps::StopMountThatSlews() {
+    if (state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending) {
+        core_.SendStopPair();
+    }
+}
+
+/// False when the park is over.
+bool ParkMoveSteps::SlewEast(double hours) {
+    const std::string text = PlainNumber(hours);
+    driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slew East " + text + " hours");
+    StopMountThatSlews();
+    needs_.panel.SetParkStatus("East Slew...", "");
+    driver_.persist.Write(setting::ParkStatus, "UnParked");
+    state_.g_bSlewingEast = true;
+    lastRa_ = state_.g_dRa;
+    Begin(hours);
+    if (Start(wire::MoveEast)) {
+        needs_.door.Pause(kUntilMovingMs);
+        AwaitEast(hours);
+    }
+    if (!state_.g_bSlewingEast) {
+        return false;  // somebody has taken the mount, and stopped it for that
+    }
+    core_.SendStopPair();
+    return EndEast(hours);
+}
+
+void ParkMoveSteps::AwaitEast(double hours) {
+    while (moved_ < hours && MayGoOn()) {
+        Round(kEastRoundMs);
+        if (!state_.g_bSlewingEast || Aborted()) {
+            return;
+        }
+        NoteMoved();
+        if (moved_ < kWrongWayHours) {
+            Reverse();
+        }
+    }
+}
+
+void ParkMoveSteps::NoteMoved() {
+    moved_ += NormalizeHourAngle(state_.g_dRa - lastRa_);
+    lastRa_ = state_.g_dRa;
+    needs_.panel.SetParkStatus("East: " + FormatUs(moved_, "0.0"), "");
+    driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East: " + PlainNumber(moved_));
+}
+
+/// Intentional: also in each further round until the mount is back where it began.
+void ParkMoveSteps::Reverse() {
+    core_.SendStopPair();
+    driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
+    core_.UntilStopped(procedure::Park, [&](Sequence& mount) { mount.CommandBlind(wire::MoveWest); });
+    driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East: Reversing Direction");
+}
+
+bool ParkMoveSteps::EndEast(double hours) {
+    state_.g_bSlewingEast = false;
+    needs_.motion.ParkMoveEnds();
+    if (Aborted() || moved_ < hours) {
+        needs_.motion.ParkEnds();
+        needs_.panel.SetParkStatus("Park Canceled", "CheckSlewEast");
+        driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East Aborted!");
+        return false;
+    }
+    needs_.panel.SetParkStatus("East Slew Done", "CheckSlewEast");
+    driver_.log.LogMessage("CheckSlewEast", LogLevel::Info,
+                           "Park Slewing East Done: " + PlainNumber(moved_) +
+                               " hours, Residual Sanity Time=" + std::to_string(RoundsLeft()));
+    return true;
+}
+
+std::int32_t ParkMoveSteps::RoundsLeft() const {
+    return std::max(0, limitMs_ - (driver_.clock.GetTickCount() - begin_)) / kEastRoundMs;
+}
+
+/// The move that lets the counterweight down; null when it is neither up on one side nor on the other.
+const BlindCommand* ParkMoveSteps::WayDown() const {
+    const double hourAngle = state_.g_dHourAngle;
+    if (state_.g_nSideOfPier == pier_side::East) {
+        return hourAngle < -kFarFromMeridian ? &wire::MoveEast : &wire::MoveWest;
+    }
+    if (hourAngle > kOnMeridian && hourAngle < kBelowPole) {
+        return hourAngle < kFarFromMeridian ? &wire::MoveEast : &wire::MoveWest;
+    }
+    return nullptr;
+}
+
+/// False when the park is over.
+bool ParkMoveSteps::LetCounterweightDown() {
+    if (!state_.g_bCounterweightUp) {
+        return !Aborted();
+    }
+    const BlindCommand* const way = WayDown();
+    if (!way) {
+        return !Aborted();
+    }
+    state_.g_bLeavingCwUp = true;
+    Begin(kLongestLeavingHours);
+    const bool began = Start(*way);
+    while (began && state_.g_bCounterweightUp && MayGoOn()) {
+        Round(kLeavingRoundMs);
+        if (!state_.g_bLeavingCwUp) {
+            return false;  // somebody has taken the mount, and stopped it for that
+        }
+        needs_.queries.UpdateHourAngle();
+    }
+    if (Aborted()) {
+        core_.SendStopPair();
+    } else {
+        Talk(procedure::StopPair).CommandBlind(wire::Stop);
+    }
+    state_.g_bLeavingCwUp = false;
+    needs_.motion.ParkMoveEnds();
+    needs_.handBox.tmrSlewFlashUI.Enabled(false);
+    return !Aborted();
+}
+
+}  // namespace kestrane

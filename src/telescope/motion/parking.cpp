@@ -1,0 +1,282 @@
+#include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "settings/park_settings.h"
+#include "telescope/motion/park_end.h"
+#include "telescope/motion/park_geometry.h"
+#include "telescope/motion/park_goto.h"
+#include "telescope/telescope.h"
+
+/// The road of a park up to where the mount is on its way: from there on the supervision watches it.
+namespace kestrane {
+namespace {
+
+constexpr std::int32_t kParkSettleUnitMs = 1000;
+constexpr std::int32_t kCompanionRoundMs = 20;
+constexpr std::int32_t kCompanionBeginsMs = 2000;
+constexpr std::int32_t kCompanionAskedMs = 1000;
+constexpr std::int32_t kCompanionLongestMs = 300'000;
+
+/// Whether the firmware knows positions to which it goes by itself.
+bool HasFirmwareParkPositions(const DriverState& state) {
+    return state.g_bRev160;
+}
+
+bool IsFixedPlace(std::int16_t index) {
+    return index >= park_index::FirstFixed && index <= park_index::LastFixed;
+}
+
+class ParkSteps : TelescopeSteps {
+public:
+    explicit ParkSteps(Telescope& telescope)
+        : TelescopeSteps(telescope), stops_(needs_.door.Stops()), isAnotherTry_(state_.g_bParking) {}
+
+    bool MayBegin(std::int16_t& index);
+    void NoteTracking();
+    void Run(std::int16_t index);
+
+private:
+    template <typename Steps>
+    bool UntilAborted(Steps&& steps) {
+        return !Aborted() && core_.UntilStopped(procedure::Park, std::forward<Steps>(steps)) && !Aborted();
+    }
+    bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
+    void EndAborted();
+
+    void Prepare(Sequence& mount);
+    bool GoTo(std::int16_t index);
+    bool GoByDriver(std::int16_t index);
+    double Latitude();
+    void ParkHere(Sequence& mount);
+    void SendFirmwarePark(Sequence& mount, std::int16_t index);
+    void NoteUnderWay(const HorizonPlace& place);
+    bool CompanionParks(std::int16_t index);
+    bool GoByCompanion(std::int16_t index);
+    void SendCompanionPark(Sequence& mount, std::int16_t index);
+    void AwaitCompanion();
+    void AskForAll();
+
+    const std::uint32_t stops_;
+    const bool isAnotherTry_;  ///< a park was under way already
+    bool isAsync_ = false;
+};
+
+}  // namespace
+
+void Telescope::Park() {
+    driver_.log.LogMessage("ASCOM", LogLevel::Info, "Park()");
+    if (!state_.g_bParked) {
+        ParkMount(park_index::FromSettings);
+    }
+}
+
+void Telescope::ParkMount(std::int16_t index) {
+    CheckConnected();
+    ParkSteps steps(*this);
+    if (!steps.MayBegin(index) || !needs_.door.Permit("ParkMount")) {
+        return;
+    }
+    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Park started...");
+    needs_.motion.ParkAskedFor();
+    steps.NoteTracking();
+    if (!CheckSlewEast()) {
+        driver_.log.LogMessage("Telescope", LogLevel::Info, "Park aborted in Slew East operation");
+        return;
+    }
+    steps.Run(index);
+}
+
+/// Puts the position of the settings in the place of -1.
+bool ParkSteps::MayBegin(std::int16_t& index) {
+    if (InParkMove(state_)) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error, "A park is under way already: this one does not begin");
+        return false;
+    }
+    if (index == park_index::FromSettings) {
+        index = StoredParkIndex(driver_.persist, driver_.log);
+    }
+    const bool exists = index >= park_index::Current && index <= park_index::User;
+    if (!exists) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error, "There is no park position " + std::to_string(index));
+    }
+    return exists;
+}
+
+/// The mount does not track during a park: another try must not take that for the state from before.
+void ParkSteps::NoteTracking() {
+    if (!isAnotherTry_) {
+        state_.g_bSavedTracking = state_.g_bTracking;
+    }
+}
+
+void ParkSteps::Run(std::int16_t index) {
+    const bool goesOn = UntilAborted([&](Sequence& mount) { Prepare(mount); }) && GoTo(index);
+    if (!goesOn) {
+        EndAborted();
+    }
+}
+
+void ParkSteps::EndAborted() {
+    if (!state_.g_bParked) {
+        needs_.motion.ParkBegins();
+        needs_.motion.ParkAborted();
+        telescope_.HandleParkComplete();
+    }
+}
+
+void ParkSteps::Prepare(Sequence& mount) {
+    ResumeNext errors{driver_.ledger, "ParkMount"};
+    errors.Step([&] { telescope_.SendTimeAfresh(); });
+    mount.CommandClearInternal();
+    mount.CommandBlindInternal(wire::Stop);
+    if (!isAnotherTry_) {
+        state_.g_bSavedTracking = telescope_.Tracking();
+    }
+    needs_.motion.ParkTakesOver();
+    needs_.poll.UnmarkPark();
+    telescope_.Tracking(false);
+    state_.g_bTracking = false;
+    needs_.queries.QueryGos();
+    // The time that was just set may have moved the sidereal time, and the position with it.
+    needs_.queries.QueryLst();
+    needs_.queries.QueryRa();
+    needs_.queries.QuerySideOfMount();
+    mount.LetStopIn();
+    needs_.motion.ParkBegins();
+    needs_.panel.SetParkStatus("Parking", "ParkMount");
+}
+
+/// False when the park was aborted.
+bool ParkSteps::GoTo(std::int16_t index) {
+    state_.g_nParkIndex = state_.g_nParkStarted = index;
+    isAsync_ = driver_.persist.Read(setting::chkAsyncPark) != "0";
+    driver_.log.LogMessage(
+        "Telescope", LogLevel::Info,
+        "Parking to index " + std::to_string(index) + ", Async = " + std::string(TrueFalse(isAsync_)));
+    state_.g_bCwUpPark = driver_.persist.ReadFlag(setting::CounterWeightsUpPark);
+    if (CompanionParks(index)) {
+        return GoByCompanion(index);
+    }
+    if (index == park_index::Current) {
+        return UntilAborted([&](Sequence& mount) { ParkHere(mount); });
+    }
+    if (IsFixedPlace(index) && HasFirmwareParkPositions(state_)) {
+        return UntilAborted([&](Sequence& mount) { SendFirmwarePark(mount, index); });
+    }
+    return GoByDriver(index);
+}
+
+bool ParkSteps::GoByDriver(std::int16_t index) {
+    telescope_.LeaveCounterweightUp();
+    if (!state_.g_bParking) {
+        return true;  // somebody has taken the mount meanwhile, and the park is cancelled
+    }
+    bool accepted = false;
+    const bool goesOn = UntilAborted([&](Sequence&) { accepted = ParkGoto(telescope_, Latitude()).Send(index); });
+    if (goesOn && !accepted) {
+        ParkEnd(telescope_).Fail("The mount does not go to its park position");
+    }
+    return goesOn;
+}
+
+/// Degrees; the last one where the mount does not tell it.
+double ParkSteps::Latitude() {
+    ResumeNext errors{driver_.ledger, "ParkMount"};
+    double latitude = state_.g_dSiteLatitude;
+    errors.Assign(latitude, [&] { return telescope_.SiteLatitude(); });
+    return latitude;
+}
+
+/// Intentional: the setting `ParkStatus` does not hear of this park.
+void ParkSteps::ParkHere(Sequence& mount) {
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Sending CommandBlind KA");
+    mount.CommandBlind(wire::Park);
+    needs_.motion.MountReportsParked(true);
+    needs_.motion.ParkEnds();
+    needs_.panel.SetParkStatus("Parked", "Park0");
+}
+
+void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
+    const HorizonPlace place = ParkGoto(telescope_, Latitude()).Place(index);
+    mount.CommandBlind(wire::Stop);
+    mount.CommandBoolInternal(wire::CustomDecRate, "0");
+    mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
+    mount.CommandBlindInternal(wire::SetParkSlot, std::to_string(index));
+    NoteUnderWay(place);
+    driver_.log.LogMessage("Telescope", LogLevel::Info,
+                           "Parking to encoder fixed Park position " + std::to_string(index));
+}
+
+/// For a mount that goes there by itself: it is watched like a slew that it has accepted.
+void ParkSteps::NoteUnderWay(const HorizonPlace& place) {
+    needs_.motion.ParkBegins();
+    needs_.motion.SlewTaken();
+    const Tick now = driver_.clock.GetTickCount();
+    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kParkSettleUnitMs;
+    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
+    needs_.poll.MarkPark(place.altitude, place.azimuth);
+}
+
+bool ParkSteps::CompanionParks(std::int16_t index) {
+    const bool takesIt = state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
+    return takesIt && !(index == park_index::User && state_.g_bCwUpPark);
+}
+
+bool ParkSteps::GoByCompanion(std::int16_t index) {
+    if (!UntilAborted([&](Sequence& mount) { SendCompanionPark(mount, index); })) {
+        return false;
+    }
+    if (isAsync_) {
+        driver_.log.LogMessage("Telescope", LogLevel::Info, "Async Park");
+    } else {
+        AwaitCompanion();
+    }
+    return true;
+}
+
+void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
+    HorizonPlace place{state_.g_dAlt, state_.g_dAz};
+    if (index != park_index::Current) {
+        place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(index);
+    }
+    if (index == park_index::User) {
+        mount.CommandString(wire::CompanionParkAltAz, FormatUs(place.altitude, "") + "," + FormatUs(place.azimuth, ""));
+    } else {
+        mount.CommandString(wire::CompanionPark, std::to_string(index));
+    }
+    NoteUnderWay(place);
+}
+
+/// Returns without a word when the park does not end in five minutes.
+void ParkSteps::AwaitCompanion() {
+    const Tick begin = driver_.clock.GetTickCount();
+    Tick askedAt = begin + kCompanionBeginsMs - kCompanionAskedMs;
+    for (Tick now = begin; now - begin < kCompanionLongestMs; now = driver_.clock.GetTickCount()) {
+        if (state_.g_bAbortPark || (state_.g_bParked && !state_.g_bSlewing)) {
+            return;
+        }
+        if (now - askedAt >= kCompanionAskedMs) {
+            askedAt = now;
+            AskForAll();
+        }
+        if (state_.g_bInPoll) {
+            needs_.poll.UpdateMountInfo();  // the timer cannot fire inside a poll step
+        }
+        driver_.waits.PumpOnce();
+        needs_.door.Pause(kCompanionRoundMs);
+    }
+}
+
+void ParkSteps::AskForAll() {
+    MountQueries& queries = needs_.queries;
+    queries.QueryGos();
+    needs_.poll.CheckSlewing();
+    queries.QueryRa();
+    queries.QueryDec();
+    queries.QueryLst();
+    queries.QueryAlt();
+    queries.QueryAz();
+}
+
+}  // namespace kestrane

@@ -1,0 +1,96 @@
+#include "ui/park_buttons.h"
+
+#include <string>
+#include <utility>
+
+#include "catalogue/vocabulary.h"
+#include "kernel/base/application_info.h"
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
+#include "telescope/motion/park_geometry.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kShown = "0.0000";
+
+/// Keeps the two buttons from being pressed while one of them is at work.
+class ParkButtonsOff {
+public:
+    explicit ParkButtonsOff(frmHandBox& handBox) : handBox_(handBox) { Enable(false); }
+    ~ParkButtonsOff() { Enable(true); }
+    ParkButtonsOff(const ParkButtonsOff&) = delete;
+    ParkButtonsOff& operator=(const ParkButtonsOff&) = delete;
+
+private:
+    void Enable(bool enable) {
+        handBox_.btnPark.Enabled(enable);
+        handBox_.btnUNPARK.Enabled(enable);
+    }
+
+    frmHandBox& handBox_;
+};
+
+}  // namespace
+
+ParkButtons::ParkButtons(ParkButtonsNeeds needs)
+    : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {
+    needs_.panel.OnAction(ButtonAction::Park, [this] { Park(); });
+    needs_.panel.OnAction(ButtonAction::SetPark, [this] { SetPark(); });
+}
+
+void ParkButtons::Park() {
+    const ParkButtonsOff off(needs_.handBox);
+    const std::optional<std::int16_t> index = needs_.questions.AskPark();
+    Telescope* const telescope = needs_.telescope();
+    if (index && telescope) {
+        telescope->CommandStringInternal("RAW,ParkMount," + std::to_string(*index), true);
+    }
+}
+
+void ParkButtons::SetPark() {
+    const bool east = state_.g_nSideOfPier == pier_side::East;
+    const double hourAngle = state_.g_dHourAngle;
+    const ParkPlace place{state_.g_dAlt, state_.g_dAz, east ? hourAngle < 0.0 : hourAngle > 0.0, east};
+    if (MayBeParkedAt(place) && needs_.questions.AskSetPark(place)) {
+        KeepPlace(place);
+    }
+    needs_.queries.QuerySideOfMount();
+}
+
+/// A park with the counterweight up needs a meridian delay that not every hour angle allows.
+bool ParkButtons::MayBeParkedAt(const ParkPlace& place) {
+    const double hourAngle = state_.g_dHourAngle;
+    const double offset = CounterweightUpOffset(state_.g_nSideOfPier, hourAngle);
+    if (!place.counterweightUp || IsPossibleMeridianDelay(CounterweightUpDelay(hourAngle, offset))) {
+        return true;
+    }
+    needs_.messageBoxes.Show(
+        "The mount cannot park here with its counterweight up: that needs an hour angle of up to 5 hours, or of 7 "
+        "hours "
+        "or more, and here it is " +
+            FormatUs(hourAngle, "0.0") + ". The park position is not changed.",
+        application::kTitle, MessageIcon::Information);
+    return false;
+}
+
+void ParkButtons::KeepPlace(const ParkPlace& place) {
+    Persist& persist = driver_.persist;
+    const std::string altitude = FormatUs(place.altitude, kShown);
+    const std::string azimuth = FormatUs(place.azimuth, kShown);
+    persist.Write(setting::txtUserParkAlt, altitude);
+    persist.Write(setting::txtUserParkAz, azimuth);
+    persist.Write(setting::CounterWeightsUpPark, place.counterweightUp ? "1" : "0");
+    if (place.counterweightUp) {
+        const double hourAngle = state_.g_dHourAngle;
+        persist.Write(setting::CounterWeightsUpParkIntermediateSlewDec, PlainNumber(state_.g_dDec));
+        persist.Write(setting::CounterWeightsUpHourAngle, PlainNumber(hourAngle));
+        persist.Write(setting::CounterWeightsUpTimeOffset,
+                      PlainNumber(CounterweightUpOffset(state_.g_nSideOfPier, hourAngle)));
+    }
+    const FillsHandBox filling(needs_.handBox);
+    needs_.handBox.txtUserParkAlt.Text(altitude);
+    needs_.handBox.txtUserParkAz.Text(azimuth);
+}
+
+}  // namespace kestrane
