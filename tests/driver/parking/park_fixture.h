@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cmath>
+#include <memory>
+#include <string>
+
+#include "driver/slews/slew_wire_fixture.h"
+#include "kernel/base/conversions.h"
+
+namespace kestrane {
+
+/// A mount that is to park.
+class ParkTest : public SlewWireTest {
+protected:
+    /// As other tests connect, at a latitude.
+    void ConnectAt(double latitude, const std::string& firmware, const SettingTexts& settings,
+                   std::optional<MountPointing> start = std::nullopt) {
+        MountSimulatorOptions options;
+        options.firmware = firmware;
+        options.latitude = latitude;
+        options.parkedAtPowerOn = false;
+        options.start = start;
+        Connect(options, settings);
+        if (!telescope->Tracking()) {
+            telescope->Tracking(true);
+        }
+        machine.AdvanceTime(6'000);
+    }
+
+    /// Waits until no park is under way, three minutes at most.
+    bool WaitForParkEnd() {
+        for (int i = 0; i < 720 && driver->state.g_bParking; ++i) {
+            machine.AdvanceTime(250);
+        }
+        return !driver->state.g_bParking;
+    }
+    /// The mount has parked, and driver and settings say so.
+    void ExpectParked(const std::string& parkStatus = "Parked") {
+        EXPECT_TRUE(WaitForParkEnd());
+        machine.AdvanceTime(10'000);
+        EXPECT_TRUE(telescope->AtPark());
+        EXPECT_FALSE(telescope->Slewing());
+        EXPECT_FALSE(telescope->Tracking());
+        EXPECT_TRUE(mount->Picture().parked);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), parkStatus);
+        EXPECT_EQ(TimesSent("KA"), 1);
+    }
+    /// No park has come of it, and nothing but tracking moves.
+    void ExpectCancelled(bool tracks = true) {
+        EXPECT_TRUE(WaitForParkEnd());
+        machine.AdvanceTime(5'000);
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        EXPECT_NEAR(mount->Picture().hourSpeed, tracks ? 0.00418 : 0.0, 1e-4);
+        machine.AdvanceTime(10'000);
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_FALSE(telescope->Slewing());
+        EXPECT_EQ(telescope->Tracking(), tracks);
+        EXPECT_FALSE(mount->Picture().parked);
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+        EXPECT_EQ(TimesSent("KA"), 0);
+    }
+    void ExpectPointsAt(double altitude, double azimuth, double tolerance) {
+        const MountPicture picture = mount->Picture();
+        EXPECT_LT(AngularDistance(picture.azimuth / 15.0, picture.altitude, azimuth / 15.0, altitude), tolerance)
+            << "alt " << picture.altitude << ", az " << picture.azimuth;
+    }
+    /// A mount that is asked to do so answers to a question in this way.
+    bool RunUntil(const std::function<bool()>& condition, int seconds = 120) {
+        for (int i = 0; i < seconds * 10 && !condition(); ++i) {
+            machine.AdvanceTime(100);
+        }
+        return condition();
+    }
+};
+
+}  // namespace kestrane
