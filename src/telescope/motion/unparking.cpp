@@ -47,6 +47,13 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
         return false;
     }
     ResumeNext errors{driver_.ledger, "UnparkMount"};
+    if (confirmation == Confirmation::Offered && HasToBeConfirmed(index)) {
+        if (index != park_index::DontUnpark) {
+            needs_.offerUnpark(index);
+        }
+        return false;
+    }
+    core_.TakeMountFromPark();
     state_.g_bPollSuspended = false;  // a refused sync may have left it
     EndLogPause();
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Mount, " + std::to_string(index));
@@ -69,6 +76,8 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
     }
     needs_.motion.ParkEnds();
     needs_.motion.MountReportsParked(false);
+    state_.g_tickParkSent.reset();
+    state_.g_tickUnparkSent = driver_.clock.GetTickCount();  // a status text from before says nothing about it
     needs_.panel.SetParkStatus("Unparked", "UnparkMount");
     errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Complete, " + std::to_string(index));
@@ -94,17 +103,14 @@ void Unparking::StopTracking() {
     needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
 
+bool Unparking::HasToBeConfirmed(std::int16_t index) const {
+    return index != park_index::Current && needs_.handBox.btnUNPARK.Enabled();
+}
+
 /// Whether to go on, and from where: a person may choose another position.
 bool Unparking::Confirm(std::int16_t& index, Confirmation confirmation) {
-    if (index == park_index::Current || !needs_.handBox.btnUNPARK.Enabled()) {
-        return true;
-    }
-    if (index == park_index::DontUnpark) {
-        return confirmation != Confirmation::Offered;  // there is no position to confirm
-    }
-    if (confirmation == Confirmation::Offered) {
-        needs_.offerUnpark(index);
-        return false;
+    if (!HasToBeConfirmed(index) || index == park_index::DontUnpark) {
+        return true;  // not to unpark is no position that somebody could confirm
     }
     const auto unasked = confirmation == Confirmation::AskedElseAccepted ? Unasked::IsAccepted : Unasked::IsCancelled;
     const std::optional<std::int16_t> accepted = needs_.questions.AskUnpark(index, unasked);

@@ -6,12 +6,12 @@
 
 namespace kestrane {
 
-/// How a person confirms the position from which a mount is unparked. Nobody is asked for positions 0 and 7, nor while
-/// the button that asks is disabled.
+/// How a person confirms the position from which a mount is unparked. Nobody is asked about position 0, nor while the
+/// button that asks is disabled. Position 7 is none that somebody could confirm: only an offer leaves it out.
 enum class Confirmation {
     AskedElseAccepted,   ///< where nobody can be asked, the position stands
     AskedElseCancelled,  ///< where nobody can be asked, the mount is not unparked
-    Offered,             ///< the mount is not unparked now; a person may still accept it later
+    Offered,             ///< nothing is sent now; a person may still accept it later
 };
 
 /// Unparks a mount: tells it where it points, from a known position, and starts it.
@@ -32,6 +32,7 @@ private:
 
     void EndLogPause();
     void StopTracking();
+    bool HasToBeConfirmed(std::int16_t index) const;
     bool Confirm(std::int16_t& index, Confirmation confirmation);
     bool LeavePowerOnState();
     void ChooseTracking();

@@ -236,6 +236,53 @@ TEST_F(UnparkingTest, AMountThatMoves_IsStopped_AndIsGivenNoPosition) {
     EXPECT_TRUE(Unpark(",4").ends_with("CM U"));
 }
 
+TEST_F(UnparkingTest, AParkUnderWay_IsCancelled) {
+    ConnectAt(47.0, {{"cbxParkTo", "2"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(driver->state.g_bParking);
+    ASSERT_TRUE(mount->Picture().slewing);
+    Unpark(",0");
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_TRUE(Logged("Park canceled..."));
+    EXPECT_EQ(Label(), "Unparked");
+    machine.AdvanceTime(20'000);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_FALSE(telescope->Slewing());
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(Stored(), "UnParked");
+    EXPECT_EQ(TimesSent("KA"), 0);
+    EXPECT_TRUE(driver->state.g_bTracking);
+}
+
+TEST_F(UnparkingTest, StatusOfBefore_DoesNotParkTheMountAgain) {
+    ConnectAt(47.0);
+    Park();
+    telescope->Unpark();
+    machine.AdvanceTime(1'000);
+    driver->state.g_tickLastGos = machine.clock.GetTickCount();
+    driver->InternalInstance().ParseGOS("P90000232O0000");
+    EXPECT_FALSE(driver->state.g_bParked);
+    EXPECT_EQ(Label(), "Unparked");
+}
+
+TEST_F(UnparkingTest, ParkAndUnpark_GoRoundAndRound) {
+    ConnectAt(47.0, {{"cbxParkTo", "0"}});
+    for (int round = 0; round < 3; ++round) {
+        telescope->Park();
+        machine.AdvanceTime(20'000);
+        ASSERT_TRUE(telescope->AtPark());
+        ASSERT_TRUE(mount->Picture().parked);
+        telescope->Unpark();
+        machine.AdvanceTime(20'000);
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_FALSE(mount->Picture().parked);
+        EXPECT_EQ(mount->Picture().tracking, '2');
+        EXPECT_TRUE(telescope->Tracking());
+        EXPECT_EQ(Stored(), "UnParked");
+    }
+}
+
 TEST_F(UnparkingTest, SuspensionOfThePoll_IsLiftedAtTheHead) {
     ConnectAt(47.0);
     driver->state.g_bPollSuspended = true;
@@ -363,7 +410,8 @@ TEST_F(OfferTest, Connect_DoesNotWaitForIt_AndThePollGoesOn) {
     const int asked = TimesSent("GR");
     machine.AdvanceTime(10'000);
     EXPECT_GE(TimesSent("GR") - asked, 8);
-    EXPECT_EQ(TimesSent("PO") + TimesSent("CM"), 0);
+    EXPECT_EQ(TimesSent("PO") + TimesSent("CM") + TimesSent("RT9"), 0);
+    EXPECT_TRUE(mount->Picture().parked);
 }
 
 TEST_F(OfferTest, AcceptedOne_UnparksFromThere) {
