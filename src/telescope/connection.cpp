@@ -313,7 +313,8 @@ void Telescope::InitUI() {
 /// The mount has lost its position. It is initialized once, and not at each report of that position. Only a person can
 /// say where it points: a position of the settings is offered, and until somebody accepts it the mount gets none.
 void ConnectionSteps::InitAfterPowerOn() {
-    if (std::exchange(state_.g_bPowerOnInitDone, true)) {
+    const bool hasClient = state_.g_bConnected;  // a client of the focuser alone initializes no mount
+    if (!hasClient || std::exchange(state_.g_bPowerOnInitDone, true)) {
         return;
     }
     ResumeNext errors{driver_.ledger, "InitUI"};

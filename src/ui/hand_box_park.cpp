@@ -33,8 +33,10 @@ void HandBoxPanel::UnparkFrom(std::int16_t index) {
 }
 
 void HandBoxPanel::OfferUnpark(std::int16_t index) {
-    offer_ = index;
     state_.g_bUnparkConfirmOpen = true;
+    if (!offerOpen_) {
+        offer_ = index;
+    }
 }
 
 /// Neither the poll nor a client waits for the answer: they may go on all night.
@@ -69,9 +71,9 @@ void HandBoxPanel::UnparkAsOffered() {
     if (!index) {
         return;
     }
-    if (!needs_.queries.IsAtPowerOnPosition()) {
+    if (!needs_.linkConnected() || !needs_.queries.IsAtPowerOnPosition()) {
         driver_.log.LogMessage("btnUNPARK", LogLevel::Warning,
-                               "The mount has left its power-on position: it is not unparked any more");
+                               "The mount does not report its power-on position any more: it is not unparked");
         return;
     }
     ResumeNext errors{driver_.ledger, "btnUNPARK"};

@@ -47,7 +47,7 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
         return false;
     }
     ResumeNext errors{driver_.ledger, "UnparkMount"};
-    if (confirmation == Confirmation::Offered && HasToBeConfirmed(index)) {
+    if (confirmation == Confirmation::Offered && index != park_index::Current) {
         if (index != park_index::DontUnpark) {
             needs_.offerUnpark(index);
         }
@@ -103,14 +103,11 @@ void Unparking::StopTracking() {
     needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
 
-bool Unparking::HasToBeConfirmed(std::int16_t index) const {
-    return index != park_index::Current && needs_.handBox.btnUNPARK.Enabled();
-}
-
 /// Whether to go on, and from where: a person may choose another position.
 bool Unparking::Confirm(std::int16_t& index, Confirmation confirmation) {
-    if (!HasToBeConfirmed(index) || index == park_index::DontUnpark) {
-        return true;  // not to unpark is no position that somebody could confirm
+    // Not to unpark is no position that somebody could confirm.
+    if (index == park_index::Current || index == park_index::DontUnpark || !needs_.handBox.btnUNPARK.Enabled()) {
+        return true;
     }
     const auto unasked = confirmation == Confirmation::AskedElseAccepted ? Unasked::IsAccepted : Unasked::IsCancelled;
     const std::optional<std::int16_t> accepted = needs_.questions.AskUnpark(index, unasked);

@@ -32,7 +32,6 @@ private:
 
     void EndLogPause();
     void StopTracking();
-    bool HasToBeConfirmed(std::int16_t index) const;
     bool Confirm(std::int16_t& index, Confirmation confirmation);
     bool LeavePowerOnState();
     void ChooseTracking();

@@ -11,6 +11,14 @@ constexpr std::int32_t kAfterStopMs = 20;
 
 }  // namespace
 
+/// The site of new settings lies at longitude and latitude 0. A mount would take that for its place.
+bool MountInitialization::NobodySetTheSite() {
+    const std::string name = needs_.sites.CurrentSiteName();
+    SiteNumbers numbers;
+    return name == setting::SiteName.fallback && needs_.sites.GetSiteNumbers(name, numbers) &&
+           numbers.longitude == 0.0 && numbers.latitude == 0.0;
+}
+
 InitSteps MountInitialization::StepsOfSettings() {
     const auto wants = [&](const SettingKey& key) { return driver_.persist.ReadFlag(key); };
     const auto ofSettings = [&](const SettingKey& key) {
@@ -18,7 +26,12 @@ InitSteps MountInitialization::StepsOfSettings() {
     };
     InitSteps steps;
     if (wants(setting::chkSetLongLat)) {
-        steps.site = needs_.sites.CurrentSiteName();
+        if (NobodySetTheSite()) {
+            driver_.log.LogMessage("UI_INIT", LogLevel::Warning,
+                                   "Nobody has set the site yet: the mount keeps its own");
+        } else {
+            steps.site = needs_.sites.CurrentSiteName();
+        }
     }
     steps.time = wants(setting::chkSyncMountToPCTime);
     steps.decBacklash = ofSettings(setting::chkSetDecBacklash);

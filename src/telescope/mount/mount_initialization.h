@@ -30,6 +30,7 @@ public:
 
 private:
     InitSteps StepsOfSettings();
+    bool NobodySetTheSite();
     void Run(const InitSteps& steps, Confirmation confirmation);
     template <typename Steps>
     void WithoutPoll(Steps&& steps);

@@ -152,7 +152,7 @@ TEST_F(InitializationTest, WithoutAString_TheSettingsDecide_AndTheStoredPosition
                       {"txtInitRaBacklash", "3"},
                       {"txtInitDecBacklash", "4"},
                       {"cbxUnparkFrom", "0"}});
-        if (driver->sites.g_SiteDbIndex() < 1) {
+        if (driver->sites.CurrentSiteName() != "Home") {  // the settings are those of the round before
             AddSite("Home", "N 47 0 0", "E 10 0 0");
             driver->sites.g_SiteDbIndex(Stored("Home").id);
         }
@@ -242,6 +242,16 @@ TEST_F(InitializationTest, WithoutUnparking_TheFormatIsToggledTwice) {
 }
 
 // --- sites
+
+TEST_F(InitializationTest, SiteThatNobodyHasSet_IsNotSent) {
+    Connect("S");
+    ASSERT_EQ(driver->sites.CurrentSiteName(), "Default");
+    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }).find("St"), std::string::npos);
+    EXPECT_TRUE(LoggedAs("UI_INIT", 1, "Nobody has set the site yet: the mount keeps its own"));
+    EXPECT_EQ(mount->Picture().latitude, 47.0);
+    telescope->SiteLatitude(12.0);
+    EXPECT_NE(Sent([&] { telescope->CommandString("RAW,InitMount", true); }).find("St+12*00:00"), std::string::npos);
+}
 
 TEST_F(InitializationTest, SiteThatIsNamed_BecomesTheCurrentOne_AndNoOtherChanges) {
     Connect("VKC4-P02-08");

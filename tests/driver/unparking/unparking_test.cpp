@@ -429,6 +429,32 @@ TEST_F(OfferTest, AcceptedOne_UnparksFromThere) {
     EXPECT_FALSE(Form().Visible());
 }
 
+TEST_F(OfferTest, ALinkThatIsOpenedAnew_ChangesNothingAboutAnOpenOne) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    ASSERT_TRUE(Form().Visible());
+    driver->link->Connected(false);
+    machine.AdvanceTime(1'000);
+    telescope->Connected(true);
+    machine.AdvanceTime(10'000);
+    EXPECT_TRUE(Form().Visible());
+    EXPECT_EQ(TimesSent("PO") + TimesSent("CM"), 0);
+    Form().btnOK.FireClick();
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(TimesSent("CM"), 1);
+}
+
+TEST_F(OfferTest, OneThatIsAcceptedOnAClosedLink_DoesNothing) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->link->Connected(false);
+    Form().btnOK.FireClick();
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(Logged("The mount does not report its power-on position any more: it is not unparked"));
+    EXPECT_TRUE(driver->state.g_bParked);
+}
+
 TEST_F(OfferTest, CancelledOne_IsNotMadeAgain) {
     ConnectWithPerson();
     machine.AdvanceTime(1'000);
