@@ -19,10 +19,17 @@ constexpr std::array kCommands{
     CommandRow{Command::Connect, "connect", "", 0, 0, "connect, and stay connected when this program ends"},
     CommandRow{Command::Disconnect, "disconnect", "", 0, 0, "let go again"},
     CommandRow{Command::Slew, "slew", "RA DEC | STAR", 0, 2, "slew there; --wait shows the way and ends with the slew"},
+    CommandRow{Command::Sync, "sync", "RA DEC | STAR", 1, 2, "tell the device that it points there"},
     CommandRow{Command::Stars, "stars", "", 0, 0, "list the bright stars that are up now at the device's site"},
     CommandRow{Command::Abort, "abort", "", 0, 0, "stop a slew at once"},
+    CommandRow{Command::Track, "track", "on | off | RATE", 1, 1,
+               "track, or not; RATE is sidereal, lunar, solar or king, and tracks"},
+    CommandRow{Command::Guide, "guide", "DIRECTION MS", 2, 2,
+               "one guide pulse, north, south, east or west; --wait ends with it"},
     CommandRow{Command::Park, "park", "", 0, 0, "park, and wait for it"},
     CommandRow{Command::Unpark, "unpark", "", 0, 0, "unpark"},
+    CommandRow{Command::Init, "init", "[STRING]", 0, 1,
+               "initialize the mount by an init string, or by the settings of a driver of this project"},
     CommandRow{Command::Get, "get", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "read any member"},
     CommandRow{Command::Put, "put", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "write or call any member"},
     CommandRow{Command::Text, "command", "TEXT", 1, 1,
@@ -186,8 +193,11 @@ void CheckOperands(const Arguments& arguments) {
         arguments.operands[0] != "show") {
         throw UsageError("write: kestrane-client log on, log off or log show");
     }
-    if ((arguments.wait || arguments.brightStar) && !isSlew) {
-        throw UsageError("--wait and --bright-star go with slew only");
+    if (arguments.wait && !isSlew && row.command != Command::Guide) {
+        throw UsageError("--wait goes with slew and guide only");
+    }
+    if (arguments.brightStar && !isSlew) {
+        throw UsageError("--bright-star goes with slew only");
     }
 }
 

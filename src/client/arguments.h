@@ -17,7 +17,25 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-enum class Command { Discover, Status, Connect, Disconnect, Slew, Stars, Abort, Park, Unpark, Get, Put, Text, Log };
+enum class Command {
+    Discover,
+    Status,
+    Connect,
+    Disconnect,
+    Slew,
+    Sync,
+    Stars,
+    Abort,
+    Track,
+    Guide,
+    Park,
+    Unpark,
+    Init,
+    Get,
+    Put,
+    Text,
+    Log
+};
 
 struct CommandRow {
     Command command;

@@ -269,6 +269,14 @@ void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
             return RunDisconnect(session);
         case Command::Slew:
             return RunSlew(session);
+        case Command::Sync:
+            return RunSync(session);
+        case Command::Track:
+            return RunTrack(session);
+        case Command::Guide:
+            return RunGuide(session);
+        case Command::Init:
+            return RunInit(session);
         case Command::Stars:
             return RunStars(session);
         case Command::Abort:

@@ -203,6 +203,19 @@ void RunSlew(Session& session) {
     }
 }
 
+void RunSync(Session& session) {
+    CheckTargetWords(session.arguments);
+    session.EnsureConnected();
+    const SlewTarget target = TargetOf(session);
+    session.device.Put("SyncToCoordinates",
+                       {{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}});
+    const double ra = session.device.Number("RightAscension");
+    const double dec = session.device.Number("Declination");
+    session.Tell("synced; the device reports " + PlaceText(ra, dec),
+                 {{"Name", target.name}, {"RightAscension", ra}, {"Declination", dec}});
+    session.LetGo();
+}
+
 void RunStars(Session& session) {
     session.EnsureConnected();
     const auto up = StarsUpAt(session);

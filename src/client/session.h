@@ -59,6 +59,10 @@ struct SlewTarget {
 };
 
 void RunSlew(Session& session);
+void RunSync(Session& session);
+void RunTrack(Session& session);
+void RunGuide(Session& session);
+void RunInit(Session& session);
 void RunStars(Session& session);
 void RunPark(Session& session);
 

@@ -65,6 +65,12 @@ private:
         if (member == "atpark") {
             return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
         }
+        if (member == "tracking") {
+            return FakeAlpacaServer::Value(tracks_ ? "true" : "false");
+        }
+        if (member == "ispulseguiding") {
+            return FakeAlpacaServer::Value(looksLeft-- > 0 ? "true" : "false");
+        }
         if (member == "sitelatitude") {
             return FakeAlpacaServer::Value("47");
         }
@@ -92,6 +98,10 @@ private:
             return slewAnswer;
         } else if (member == "park") {
             isParked_ = true;
+        } else if (member == "tracking") {
+            tracks_ = body.starts_with("Tracking=True");
+        } else if (member == "pulseguide") {
+            looksLeft = looks;
         } else if (member == "commandstring" && !answersTexts) {
             return {"", true};
         } else if (member == "commandstring") {
@@ -102,6 +112,7 @@ private:
 
     bool isThere_ = false;
     bool isParked_ = false;
+    bool tracks_ = false;
 };
 
 struct Outcome {
@@ -426,6 +437,69 @@ TEST(Client, Park_WaitsUntilTheDeviceIsParked) {
     const Outcome outcome = RunAt(server, {"park"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "parked\n");
+}
+
+TEST(Client, Sync_TellsThePlaceAndShowsWhatIsReported) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"sync", "5.5", "-16.5"});
+    EXPECT_EQ(outcome.code, ExitCode::Done);
+    EXPECT_EQ(outcome.out.substr(0, 31), "synced; the device reports RA 0");
+    const auto requests = server.Requests();
+    const auto sync = std::ranges::find_if(
+        requests, [](const Request& request) { return request.target.ends_with("synctocoordinates"); });
+    ASSERT_NE(sync, requests.end());
+    EXPECT_EQ(sync->body.substr(0, 37), "RightAscension=5.5&Declination=-16.5&");
+    EXPECT_EQ(RunAt(server, {"sync"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"sync", "25", "0"}).code, ExitCode::Usage);
+}
+
+TEST(Client, Track_ChoosesARateAndBegins_OrEnds) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"track", "lunar"}).out, "tracking, lunar\n");
+    std::vector<std::string> bodies;
+    for (const Request& request : server.Requests()) {
+        if (request.verb == "PUT") {
+            bodies.push_back(request.body.substr(0, request.body.find('&')));
+        }
+    }
+    EXPECT_EQ(bodies, (std::vector<std::string>{"TrackingRate=1", "Tracking=True"}));
+    EXPECT_EQ(RunAt(server, {"track", "off"}).out, "not tracking\n");
+    EXPECT_EQ(RunAt(server, {"track", "on", "--json"}).out, "{\"Tracking\":true}\n");
+    EXPECT_EQ(RunAt(server, {"track", "fast"}).code, ExitCode::Usage);
+}
+
+TEST(Client, Guide_SendsAPulse_AndWaitsForItsEndWhereItIsTold) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"guide", "east", "500"}).out, "pulse started\n");
+    EXPECT_EQ(server.Requests().back().body.substr(0, 25), "Direction=2&Duration=500&");
+    const Outcome outcome = RunAt(server, {"guide", "south", "400", "--wait"});
+    EXPECT_EQ(outcome.out, "the pulse has ended\n");
+    EXPECT_LT(telescope.looksLeft, 0);
+    EXPECT_EQ(RunAt(server, {"guide", "up", "500"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"guide", "east", "0"}).code, ExitCode::Usage);
+    EXPECT_EQ(RunAt(server, {"guide", "east", "1s"}).code, ExitCode::Usage);
+}
+
+TEST(Client, Guide_ThatIsInterrupted_StopsThePulse) {
+    FakeTelescope telescope;
+    telescope.looks = 1'000;
+    FakeAlpacaServer server(std::ref(telescope));
+    std::vector<std::string> words{"guide", "west", "60000", "--wait", "--port", std::to_string(server.Port())};
+    EXPECT_EQ(RunHere(words, 1.0).code, ExitCode::DeviceError);
+    EXPECT_EQ(Calls(server).back(), "PUT abortslew");
+}
+
+TEST(Client, Init_RunsTheVerbOfTheDriver) {
+    FakeTelescope telescope;
+    telescope.driverReply = "1";
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"init", "SyncTime,PEM=1"}).code, ExitCode::Done);
+    EXPECT_EQ(server.Requests().back().body.substr(0, 51), "Command=RAW%2CInitMount%2CSyncTime%2CPEM%3D1&Raw=Tr");
+    EXPECT_EQ(RunAt(server, {"init", "--json"}).out, "{\"InitString\":\"\"}\n");
+    EXPECT_EQ(server.Requests().back().body.substr(0, 30), "Command=RAW%2CInitMount&Raw=Tr");
 }
 
 TEST(Client, Abort_StopsAtOnce) {

@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <boost/json.hpp>
+#include <charconv>
+#include <cstdint>
+#include <iterator>
+#include <string>
+
+#include "client/angles.h"
+#include "client/progress.h"
+#include "client/session.h"
+
+/// The commands that choose how a mount tracks, guide it, and initialize it.
+namespace kestrane::client {
+namespace {
+
+constexpr double kPulsePollSeconds = 0.1;
+constexpr std::int32_t kLongestPulseMs = 600'000;
+
+/// By their numbers.
+constexpr std::string_view kRates[] = {"sidereal", "lunar", "solar", "king"};
+constexpr std::string_view kDirections[] = {"north", "south", "east", "west"};
+
+/// The number of a word in its list; -1 for none.
+template <std::size_t size>
+int NumberOf(const std::string& word, const std::string_view (&words)[size]) {
+    const auto found = std::ranges::find(words, word);
+    return found == std::end(words) ? -1 : static_cast<int>(found - std::begin(words));
+}
+
+std::int32_t Milliseconds(const std::string& text) {
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || value < 1 || value > kLongestPulseMs) {
+        throw UsageError("MS " + text + ": milliseconds from 1 to " + std::to_string(kLongestPulseMs) + " are wanted");
+    }
+    return value;
+}
+
+/// Returns when the device reports no pulse any more. An interruption stops it.
+void FollowPulse(Session& session, double seconds) {
+    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
+    const double start = session.surroundings.unixSeconds();
+    session.surroundings.watchInterrupts();
+    while (session.device.Flag("IsPulseGuiding")) {
+        if (session.surroundings.interrupted()) {
+            session.device.Put("AbortSlew");
+            session.LetGo();
+            throw DeviceError(0, "interrupted; the pulse was stopped");
+        }
+        if (session.ShowsProgress()) {
+            const double passed = session.surroundings.unixSeconds() - start;
+            progress.Show(std::min(1.0, passed / seconds), "guiding", passed);
+        }
+        session.surroundings.waitSeconds(kPulsePollSeconds);
+    }
+}
+
+}  // namespace
+
+void RunTrack(Session& session) {
+    const std::string& word = session.arguments.operands[0];
+    const int rate = NumberOf(word, kRates);
+    if (word != "on" && word != "off" && rate < 0) {
+        throw UsageError("write: kestrane-client track on, off, sidereal, lunar, solar or king");
+    }
+    session.EnsureConnected();
+    if (rate >= 0) {
+        session.device.Put("TrackingRate", {{"TrackingRate", std::to_string(rate)}});
+    }
+    // A device need not begin to track with its rate.
+    if (rate < 0 || !session.device.Flag("Tracking")) {
+        session.device.Put("Tracking", {{"Tracking", word == "off" ? "False" : "True"}});
+    }
+    const bool tracks = session.device.Flag("Tracking");
+    session.Tell(tracks ? "tracking" + (rate >= 0 ? ", " + word : std::string()) : "not tracking",
+                 {{"Tracking", tracks}});
+    session.LetGo();
+}
+
+void RunGuide(Session& session) {
+    const int direction = NumberOf(session.arguments.operands[0], kDirections);
+    if (direction < 0) {
+        throw UsageError("DIRECTION " + session.arguments.operands[0] + ": north, south, east or west is wanted");
+    }
+    const std::int32_t milliseconds = Milliseconds(session.arguments.operands[1]);
+    session.EnsureConnected();
+    session.device.Put("PulseGuide",
+                       {{"Direction", std::to_string(direction)}, {"Duration", std::to_string(milliseconds)}});
+    if (session.arguments.wait) {
+        FollowPulse(session, milliseconds / 1000.0);
+    }
+    const boost::json::object result{{"Direction", session.arguments.operands[0]}, {"Duration", milliseconds}};
+    if (session.arguments.wait) {
+        session.Tell("the pulse has ended", result);
+        session.LetGo();
+    } else {
+        // Without its client, the device may end the pulse early.
+        session.Tell("pulse started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
+                     result);
+    }
+}
+
+void RunInit(Session& session) {
+    const auto& operands = session.arguments.operands;
+    const std::string text = operands.empty() ? "" : operands[0];
+    session.EnsureConnected();
+    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
+    const double start = session.surroundings.unixSeconds();
+    session.device.WhileWaiting([&] {
+        if (session.ShowsProgress()) {
+            const double seconds = session.surroundings.unixSeconds() - start;
+            progress.Show(-1.0, "initializing for " + FormatFixed(seconds, 0) + " s", seconds);
+        }
+    });
+    session.AskDriver(text.empty() ? "InitMount" : "InitMount," + text);
+    session.device.WhileWaiting({});
+    progress.Finish();
+    session.Tell("initialized; what the mount refused is in the log", {{"InitString", text}});
+    session.LetGo();
+}
+
+}  // namespace kestrane::client
