@@ -386,6 +386,40 @@ INSTANTIATE_TEST_SUITE_P(Times, MidnightTest,
                                          MidnightRow{23, 59, 59, false}, MidnightRow{0, 0, 0, false},
                                          MidnightRow{0, 1, 59, false}, MidnightRow{0, 2, 0, true}));
 
+struct ShiftRow {
+    int hour;
+    int minute;
+    double delay;
+    std::string sent;  ///< time and date; empty for nothing
+};
+
+class ShiftedMidnightTest : public MountTimeTest, public testing::WithParamInterface<ShiftRow> {};
+
+TEST_P(ShiftedMidnightTest, TheComputersTimeDecides_AndTheShiftedOneIsSentWithItsDate) {
+    const ShiftRow& row = GetParam();
+    driver->state.g_bHasMeridianQuery = false;
+    driver->state.g_dMeridianDelay = row.delay;
+    machine.ConnectMount(1, *mount);
+    driver->link->Port(1);
+    driver->link->ReceiveTimeoutMS(500);
+    driver->link->Connected(true);
+    const DateTime local{2024, 3, 20, row.hour, row.minute, 30, 0};
+    driver->InternalInstance().utcDate(machine.clock.DateLocalToUTC(local));
+    std::string sent;
+    for (const std::string& command : mount->Commands()) {
+        sent += command.starts_with("SL") || command.starts_with("SC") ? command + " " : "";
+    }
+    EXPECT_EQ(sent, row.sent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Times, ShiftedMidnightTest,
+                         testing::Values(ShiftRow{23, 57, 0.0, "SL23:57:30 SC03/20/24 "}, ShiftRow{23, 58, 0.0, ""},
+                                         ShiftRow{0, 1, 0.0, ""}, ShiftRow{0, 2, 0.0, "SL00:02:30 SC03/20/24 "},
+                                         ShiftRow{21, 59, 2.0, "SL23:59:30 SC03/20/24 "},
+                                         ShiftRow{22, 0, 2.0, "SL00:00:30 SC03/21/24 "}, ShiftRow{23, 59, 2.0, ""},
+                                         ShiftRow{0, 0, -2.0, ""}, ShiftRow{1, 59, -2.0, "SL23:59:30 SC03/19/24 "},
+                                         ShiftRow{2, 0, -2.0, "SL00:00:30 SC03/20/24 "}));
+
 TEST_F(MountTimeTest, UtcDate_IsTheMountsTimeOnTheComputersDate) {
     Play(R"(
         0   = Get

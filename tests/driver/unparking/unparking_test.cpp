@@ -1,5 +1,6 @@
 #include "telescope/motion/unparking.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <regex>
 #include <string>
@@ -391,7 +392,9 @@ protected:
         telescope->Connected(true);
     }
     void TearDown() override {
-        Form().Detach(view_);
+        if (driver) {
+            Form().Detach(view_);
+        }
         UnparkingTest::TearDown();
     }
     frmAskUnpark& Form() { return driver->windows.askUnpark; }
@@ -463,6 +466,29 @@ TEST_F(OfferTest, CancelledOne_IsNotMadeAgain) {
     EXPECT_FALSE(Form().Visible());
     EXPECT_EQ(TimesSent("PO"), 0);
     EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
+}
+
+TEST_F(OfferTest, AMountThatLosesItsPowerAgain_IsInitializedAndOfferedAgain) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    Form().btnOK.FireClick();
+    machine.AdvanceTime(10'000);
+    ASSERT_FALSE(telescope->AtPark());
+    MountSimulatorOptions options;
+    options.firmware = "S";
+    options.parkedAtPowerOn = true;
+    MountSimulator fresh(machine.clock, options);
+    SimulatorLine line(fresh);
+    machine.serialPorts.Splice(1, line);
+    machine.AdvanceTime(10'000);
+    EXPECT_TRUE(Form().Visible());
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_EQ(fresh.Commands().end(), std::ranges::find(fresh.Commands(), "CM"));
+    Form().btnOK.FireClick();
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_NEAR(fresh.Picture().azimuth, 90.0, 0.1);
+    EndTheDriver();
 }
 
 TEST_F(OfferTest, AMountThatIsUnparkedAnotherWay_TakesItBack) {
