@@ -180,8 +180,8 @@ struct SideCase {
 
 TEST_F(MotionTest, Slew_ChoosesTheSideWithTheCounterweightDown) {
     const std::vector<SideCase> cases{
-        {0.1, "0:00:00", "East#"},  {5, "0:00:00", "East#"},      {-0.1, "0:00:00", "West#"}, {-5, "0:00:00", "West#"},
-        {0.25, "0:30:00", "West#"}, {-0.25, "-0:30:00", "East#"}, {0.6, "0:30:00", "East#"},
+        {0.1, "0:00:00", "East#"},   {5, "0:00:00", "East#"},     {-0.1, "0:00:00", "West#"}, {-5, "0:00:00", "West#"},
+        {-0.25, "0:30:00", "East#"}, {0.25, "-0:30:00", "West#"}, {-0.6, "0:30:00", "West#"},
     };
     for (const SideCase& side : cases) {
         SCOPED_TRACE(side.hourAngle);
