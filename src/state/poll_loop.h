@@ -133,6 +133,8 @@ private:
         int moves = 0;            ///< readings in a row that are far from the start
         bool saidToMove = false;  ///< by the status text
         bool nearAllAlong = true;
+        bool tracking = false;    ///< while the mount tracks, altitude and azimuth may be computed
+        bool beginsAnew = false;  ///< the next reading is the start
     };
     std::optional<MarkedPark> markedPark_;
     CoordinateReads lastReads_;  ///< at the last supervision pass

@@ -401,6 +401,7 @@ void PollLoop::ArriveAt(std::string_view text, bool arrived) {
 void PollLoop::MarkPark(double altitude, double azimuth) {
     markedPark_ = MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, needs_.queries.Reads()};
     markedPark_->nearAllAlong = DegreesFrom(altitude, azimuth) <= kAtMarkedDegrees;
+    markedPark_->tracking = state_.g_bTracking;
 }
 
 double PollLoop::DegreesFrom(double altitude, double azimuth) const {
@@ -416,13 +417,23 @@ void PollLoop::WatchMarkedPark() {
         return;
     }
     MarkedPark& park = *markedPark_;
-    const bool textIsNew = state_.g_tickLastGos - state_.g_tickLastGoto >= 0;
+    const bool textIsNew = state_.g_tickLastGos - state_.g_tickLastGoto > 0;
     park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && state_.g_bMountSlewing);
     const CoordinateReads now = needs_.queries.Reads();
+    if (park.tracking != state_.g_bTracking) {
+        // What is computed and what the mount tells may differ: that is no motion.
+        park.tracking = state_.g_bTracking;
+        park.reads = now;
+        park.beginsAnew = true;
+    }
     if (now.alt == park.reads.alt || now.az == park.reads.az) {
         return;
     }
     park.reads = now;
+    if (std::exchange(park.beginsAnew, false)) {
+        park.startAlt = state_.g_dAlt;
+        park.startAz = state_.g_dAz;
+    }
     park.nearAllAlong = park.nearAllAlong && DegreesFrom(park.alt, park.az) <= kAtMarkedDegrees;
     if (park.moves < kGotoMoves) {
         park.moves = DegreesFrom(park.startAlt, park.startAz) > kGotoDegrees ? park.moves + 1 : 0;

@@ -44,7 +44,7 @@ void ParkButtons::Park() {
     const std::optional<std::int16_t> index = needs_.questions.AskPark();
     Telescope* const telescope = needs_.telescope();
     if (index && telescope) {
-        telescope->CommandStringInternal("RAW,ParkMount," + std::to_string(*index), true);
+        telescope->ParkMount(*index);
     }
 }
 

@@ -40,7 +40,9 @@ private:
     bool Start(const BlindCommand& move);
     bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
     std::string_view WhyOver() const;
+    bool GoesTheWrongWay(const BlindCommand& way);
     bool MayGoOn();
+    void Abort(std::string_view reason);
     void Round(std::int32_t milliseconds);
     void StopMountThatSlews();
     void AwaitEast(double hours);
@@ -117,12 +119,18 @@ std::string_view ParkMoveSteps::WhyOver() const {
 
 /// Aborts the park when it must not go on.
 bool ParkMoveSteps::MayGoOn() {
-    if (const std::string_view reason = WhyOver(); !Aborted() && !reason.empty()) {
+    if (const std::string_view reason = WhyOver(); !reason.empty()) {
+        Abort(reason);
+    }
+    return !Aborted();
+}
+
+void ParkMoveSteps::Abort(std::string_view reason) {
+    if (!Aborted()) {
         driver_.log.LogMessage("Telescope", LogLevel::Warning,
                                "The move before the park ends here: " + std::string(reason));
         needs_.motion.ParkAborted();
     }
-    return !Aborted();
 }
 
 void ParkMoveSteps::Round(std::int32_t milliseconds) {
@@ -221,6 +229,14 @@ const BlindCommand* ParkMoveSteps::WayDown() const {
     return nullptr;
 }
 
+/// Whether a mount with reversed directions swings its counterweight further up.
+bool ParkMoveSteps::GoesTheWrongWay(const BlindCommand& way) {
+    const double east = NormalizeHourAngle(state_.g_dRa - lastRa_);
+    lastRa_ = state_.g_dRa;
+    moved_ += &way == &wire::MoveEast ? east : -east;
+    return moved_ < kWrongWayHours;
+}
+
 /// False when the park is over.
 bool ParkMoveSteps::LetCounterweightDown() {
     if (!state_.g_bCounterweightUp) {
@@ -231,6 +247,7 @@ bool ParkMoveSteps::LetCounterweightDown() {
         return !Aborted();
     }
     state_.g_bLeavingCwUp = true;
+    lastRa_ = state_.g_dRa;
     Begin(kLongestLeavingHours);
     const bool began = Start(*way);
     while (began && state_.g_bCounterweightUp && MayGoOn()) {
@@ -239,6 +256,9 @@ bool ParkMoveSteps::LetCounterweightDown() {
             return false;  // somebody has taken the mount, and stopped it for that
         }
         needs_.queries.UpdateHourAngle();
+        if (GoesTheWrongWay(*way)) {
+            Abort("the mount goes the other way, its directions are reversed");
+        }
     }
     if (Aborted()) {
         core_.SendStopPair();

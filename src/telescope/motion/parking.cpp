@@ -46,9 +46,11 @@ private:
     void Prepare(Sequence& mount);
     bool GoTo(std::int16_t index);
     bool GoByDriver(std::int16_t index);
+    bool DelayIsPossible();
     double Latitude();
     void ParkHere(Sequence& mount);
     void SendFirmwarePark(Sequence& mount, std::int16_t index);
+    void AskWhereItStands();
     void NoteUnderWay(const HorizonPlace& place);
     bool CompanionParks(std::int16_t index);
     bool GoByCompanion(std::int16_t index);
@@ -168,6 +170,10 @@ bool ParkSteps::GoTo(std::int16_t index) {
 }
 
 bool ParkSteps::GoByDriver(std::int16_t index) {
+    if (index == park_index::User && state_.g_bCwUpPark && !DelayIsPossible()) {
+        ParkEnd(telescope_).Fail(kNoDelayForCounterweightUp);
+        return true;
+    }
     telescope_.LeaveCounterweightUp();
     if (!state_.g_bParking) {
         return true;  // somebody has taken the mount meanwhile, and the park is cancelled
@@ -178,6 +184,11 @@ bool ParkSteps::GoByDriver(std::int16_t index) {
         ParkEnd(telescope_).Fail("The mount does not go to its park position");
     }
     return goesOn;
+}
+
+bool ParkSteps::DelayIsPossible() {
+    const CounterweightUpPlace place = ReadCounterweightUpPlace(driver_);
+    return IsPossibleMeridianDelay(CounterweightUpDelay(place.hourAngle, place.timeOffset));
 }
 
 /// Degrees; the last one where the mount does not tell it.
@@ -199,6 +210,7 @@ void ParkSteps::ParkHere(Sequence& mount) {
 
 void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
     const HorizonPlace place = ParkGoto(telescope_, Latitude()).Place(index);
+    AskWhereItStands();
     mount.CommandBlind(wire::Stop);
     mount.CommandBoolInternal(wire::CustomDecRate, "0");
     mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
@@ -206,6 +218,12 @@ void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
     NoteUnderWay(place);
     driver_.log.LogMessage("Telescope", LogLevel::Info,
                            "Parking to encoder fixed Park position " + std::to_string(index));
+}
+
+/// By its own account, and not computed: its next places are compared with this one.
+void ParkSteps::AskWhereItStands() {
+    needs_.queries.QueryAlt();
+    needs_.queries.QueryAz();
 }
 
 /// For a mount that goes there by itself: it is watched like a slew that it has accepted.
@@ -236,6 +254,7 @@ bool ParkSteps::GoByCompanion(std::int16_t index) {
 }
 
 void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
+    AskWhereItStands();
     HorizonPlace place{state_.g_dAlt, state_.g_dAz};
     if (index != park_index::Current) {
         place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(index);

@@ -9,6 +9,12 @@
 
 namespace kestrane {
 
+/// A person who looks at a window.
+class ParkWatcher final : public FormView {
+public:
+    void Changed(Form&, std::string_view, Property) override {}
+};
+
 /// A mount that is to park.
 class ParkTest : public SlewWireTest {
 protected:
@@ -63,12 +69,28 @@ protected:
         EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
         EXPECT_EQ(TimesSent("KA"), 0);
     }
+    /// A mount that stands and takes the time.
+    StandingMount& StandForPark() {
+        StandingMount& standing = Stand();
+        standing.replies["SL"] = "1";
+        standing.replies["SC"] = "1Updating#data#";
+        standing.replies["Gt"] = "+47*00:00.0#";
+        standing.replies["Rc"] = "12#";
+        return standing;
+    }
+    /// What went out but questions, also those for a rate.
+    std::string Sent() {
+        std::string text = Tape().Motion();
+        for (std::size_t at = text.find(" Rc"); at != std::string::npos; at = text.find(" Rc")) {
+            text.erase(at, 3);
+        }
+        return text;
+    }
     void ExpectPointsAt(double altitude, double azimuth, double tolerance) {
         const MountPicture picture = mount->Picture();
         EXPECT_LT(AngularDistance(picture.azimuth / 15.0, picture.altitude, azimuth / 15.0, altitude), tolerance)
             << "alt " << picture.altitude << ", az " << picture.azimuth;
     }
-    /// A mount that is asked to do so answers to a question in this way.
     bool RunUntil(const std::function<bool()>& condition, int seconds = 120) {
         for (int i = 0; i < seconds * 10 && !condition(); ++i) {
             machine.AdvanceTime(100);

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include "driver/parking/park_fixture.h"
+
+/// A companion that takes slews takes parks too.
+namespace kestrane {
+namespace {
+
+class CompanionParkTest : public ParkTest {
+protected:
+    StandingMount& Ready(const SettingTexts& settings) {
+        Connect("S", settings);
+        StandingMount& standing = StandForPark();
+        standing.replies["*PARK"] = "OK#";
+        standing.replies["*DISABLESAFESLEW"] = "OK#";
+        driver->state.g_bQuayConfigured = true;
+        driver->state.g_bQuayLink = true;
+        driver->state.g_bQuayHandlesSlews = true;
+        driver->state.g_nQuaySeq = 1;
+        machine.AdvanceTime(10'000);
+        Tape().Clear();
+        ExpectSwallow("*");
+        return standing;
+    }
+    bool WasSent(const std::string& text) { return Tape().All().find(text) != std::string::npos; }
+};
+
+TEST_F(CompanionParkTest, EachPositionIsItsOwn) {
+    for (int index = 0; index < 6; ++index) {
+        StandingMount& standing =
+            Ready({{"cbxParkTo", std::to_string(index)}, {"cbxParkToText", "Park"}, {"chkAsyncPark", "1"}});
+        telescope->Park();
+        EXPECT_TRUE(WasSent("*PARK," + std::to_string(index))) << Tape().All();
+        EXPECT_FALSE(WasSent("MS"));
+        EXPECT_TRUE(driver->state.g_bParking);
+        EXPECT_TRUE(Logged("Async Park"));
+        standing.replies["GOS"] = "P90000232O0000#";
+        machine.AdvanceTime(15'000);
+        EXPECT_TRUE(telescope->AtPark());
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(WasSent("KA")) << "the companion has parked it";
+        EXPECT_TRUE(WasSent("*DISABLESAFESLEW,0"));
+        EndTheDriver();
+    }
+}
+
+TEST_F(CompanionParkTest, TheUsersPlace_GoesWithItsAngles) {
+    Ready({{"cbxParkTo", "6"}, {"txtUserParkAlt", "30.5"}, {"txtUserParkAz", "120"}, {"chkAsyncPark", "1"}});
+    telescope->Park();
+    EXPECT_TRUE(WasSent("*PARKALTAZ,30.5,120")) << Tape().All();
+}
+
+TEST_F(CompanionParkTest, ASynchronousPark_ReturnsWhenItHasEnded) {
+    StandingMount& standing = Ready({{"cbxParkTo", "2"}});
+    const std::int64_t start = machine.clock.Elapsed();
+    const When parked(
+        machine.pump, [&] { return machine.clock.Elapsed() > start + 20'000; },
+        [&] { standing.replies["GOS"] = "P90000232O0000#"; });
+    telescope->Park();
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_LT(machine.clock.Elapsed() - start, 30'000);
+}
+
+TEST_F(CompanionParkTest, AnAbort_EndsTheWait) {
+    Ready({{"cbxParkTo", "2"}});
+    const std::int64_t start = machine.clock.Elapsed();
+    const When stop(
+        machine.pump, [&] { return machine.clock.Elapsed() > start + 5'000; }, [&] { telescope->AbortSlew(); });
+    telescope->Park();
+    EXPECT_LT(machine.clock.Elapsed() - start, 8'000);
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_FALSE(telescope->AtPark());
+}
+
+TEST_F(CompanionParkTest, AParkThatNeverEnds_ReturnsAfterFiveMinutes) {
+    Ready({{"cbxParkTo", "2"}});
+    const std::int64_t start = machine.clock.Elapsed();
+    telescope->Park();
+    EXPECT_NEAR(static_cast<double>(machine.clock.Elapsed() - start), 300'000.0, 3'000.0);
+    EXPECT_TRUE(driver->state.g_bParking);
+}
+
+}  // namespace
+}  // namespace kestrane

@@ -1,0 +1,161 @@
+#include <cmath>
+#include <gtest/gtest.h>
+
+#include "driver/parking/park_fixture.h"
+#include "simulator/misbehaviours.h"
+
+namespace kestrane {
+namespace {
+
+/// A place with the counterweight up that a person keeps, and a park there later.
+class CounterweightUpParkTest : public ParkTest {
+protected:
+    void ConnectUp(const MountPointing& place, const SettingTexts& settings = {}, const std::string& firmware = "S") {
+        ConnectAt(47.0, firmware, settings, place);
+        ASSERT_TRUE(driver->state.g_bCounterweightUp);
+    }
+    /// Presses the button and accepts what it asks.
+    void PressSetPark() {
+        frmAskCustomParkOK& form = driver->windows.askCustomParkOK;
+        form.Attach(view_);
+        const When shown(
+            machine.pump, [&] { return form.Visible(); }, [&] { form.btnOK.FireClick(); });
+        driver->handBox.btnSetPark.FireClick();
+        form.Detach(view_);
+        EXPECT_TRUE(shown.Happened());
+        driver->persist.Write(setting::cbxParkTo, "6");
+    }
+    void GoElsewhere() {
+        telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+        telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() + 1.0), 20.0);
+        machine.AdvanceTime(6'000);
+    }
+
+private:
+    ParkWatcher view_;
+};
+
+class PlaceReachedTest : public CounterweightUpParkTest, public testing::WithParamInterface<MountPointing> {};
+
+TEST_P(PlaceReachedTest, ThePlaceReachedIsThePlacePressed_OnTheSameSide) {
+    const MountPointing place = GetParam();
+    ConnectUp(place);
+    const MountPicture pressed = mount->Picture();
+    PressSetPark();
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "1");
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    ExpectParked();
+    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    const MountPicture reached = mount->Picture();
+    EXPECT_EQ(reached.westSide, pressed.westSide);
+    EXPECT_NEAR(reached.hourAngle, pressed.hourAngle, 0.02);
+    EXPECT_NEAR(reached.declination, pressed.declination, 0.02);
+    EXPECT_NEAR(reached.hourAxis, pressed.hourAxis, 0.5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, PlaceReachedTest,
+                         testing::Values(MountPointing{-0.5, 40.0, false}, MountPointing{-2.0, 40.0, false},
+                                         MountPointing{-4.8, 60.0, false}, MountPointing{-7.2, 75.0, false},
+                                         MountPointing{-9.0, 75.0, false}, MountPointing{-11.0, 75.0, false},
+                                         MountPointing{0.5, 40.0, true}, MountPointing{2.0, 40.0, true},
+                                         MountPointing{4.8, 60.0, true}, MountPointing{7.2, 75.0, true},
+                                         MountPointing{9.0, 75.0, true}, MountPointing{11.0, 75.0, true}),
+                         [](const auto& row) {
+                             return std::string(row.param.westSide ? "West" : "East") +
+                                    std::to_string(static_cast<int>(std::abs(row.param.hourAngle) * 10));
+                         });
+
+TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    Tape().Clear();
+    telescope->Park();
+    ExpectParked();
+    const std::string sent = Tape().Motion();
+    const auto first = sent.find("MS");
+    const auto delay = sent.find("SM-03:00:");
+    const auto second = sent.find("MS", first + 2);
+    ASSERT_NE(delay, std::string::npos) << sent;
+    EXPECT_LT(first, delay);
+    EXPECT_LT(delay, second);
+    EXPECT_TRUE(sent.ends_with("MS KA")) << sent;
+}
+
+TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
+    for (const bool isRefused : {true, false}) {
+        ConnectUp({2.0, 40.0, true});
+        PressSetPark();
+        GoElsewhere();
+        ExpectSwallow("*");
+        const int gotos = TimesSent("MS");
+        telescope->Park();
+        if (isRefused) {
+            mount->Add(std::make_unique<AnswersWith>("SM", "0", 9));
+        } else {
+            mount->Add(std::make_unique<DropsReply>("SM", 9));
+        }
+        ExpectCancelled(false);
+        EXPECT_EQ(TimesSent("MS") - gotos, 1);
+        EXPECT_TRUE(Logged("the second one could not be sent"));
+        EndTheDriver();
+    }
+}
+
+TEST_F(CounterweightUpParkTest, AroundMidnight_TheSecondLegNeverFollows) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    machine.clock.SetLocalTime(DateTime{2024, 3, 5, 23, 58, 10, 0});
+    ExpectCancelled(false);
+    EXPECT_EQ(TimesSent("MS") - gotos, 1);
+}
+
+TEST_F(CounterweightUpParkTest, AnHourAngleWithoutADelay_IsSaidAtOnce_AndNothingMoves) {
+    ConnectUp({6.0, 75.0, true});
+    driver->handBox.btnSetPark.FireClick();
+    ASSERT_EQ(machine.messageBoxes.shown.size(), 1U);
+    EXPECT_TRUE(machine.messageBoxes.shown[0].text.starts_with("The mount cannot park here with its counterweight up"));
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+    driver->persist.Write(setting::cbxParkTo, "6");
+    driver->persist.Write(setting::CounterWeightsUpPark, "1");
+    driver->persist.Write(setting::CounterWeightsUpHourAngle, "6");
+    driver->persist.Write(setting::CounterWeightsUpTimeOffset, "6");
+    telescope->Park();
+    ExpectCancelled(false);
+    EXPECT_EQ(TimesSent("MS"), 0);
+    EXPECT_EQ(TimesSent("RC2"), 0);
+    EXPECT_TRUE(Logged("No park with the counterweight up at this hour angle"));
+}
+
+TEST_F(CounterweightUpParkTest, AnAbortInEitherLeg_EndsThePark) {
+    for (const int leg : {1, 2}) {
+        ConnectUp({2.0, 40.0, true});
+        PressSetPark();
+        GoElsewhere();
+        const int gotos = TimesSent("MS");
+        const When stop(
+            machine.pump, [&] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; },
+            [&] { telescope->AbortSlew(); });
+        telescope->Park();
+        ASSERT_TRUE(RunUntil([&] { return stop.Happened(); }));
+        ExpectCancelled();
+        EXPECT_EQ(TimesSent("MS") - gotos, leg);
+        EXPECT_TRUE(Logged("Park canceled..."));
+        EndTheDriver();
+    }
+}
+
+TEST_F(CounterweightUpParkTest, SetParkOfAClient_EndsIt) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    telescope->SetPark();
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+}
+
+}  // namespace
+}  // namespace kestrane

@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+#include <tuple>
+
+#include "driver/parking/park_fixture.h"
+#include "simulator/misbehaviours.h"
+
+namespace kestrane {
+namespace {
+
+enum class Stage { LettingDown, Goto, OutOfTolerance };
+enum class Stopper { TheClientItself, AnotherClient, TheHandBox, TheVerb };
+
+class ParkStopTest : public ParkTest, public testing::WithParamInterface<std::tuple<std::string, Stage, Stopper>> {
+protected:
+    bool IsNow() {
+        switch (std::get<1>(GetParam())) {
+            case Stage::LettingDown:
+                return driver->state.g_bLeavingCwUp && mount->Picture().hourSpeed != 0.0;
+            case Stage::Goto:
+                return TimesSent("MS") == 1 && mount->Picture().slewing;
+            case Stage::OutOfTolerance:
+                return driver->state.g_bParking && TimesSent("MS") == 1 && !driver->state.g_bSlewing;
+        }
+        return false;
+    }
+    void Stop() {
+        switch (std::get<2>(GetParam())) {
+            case Stopper::TheClientItself:
+                return telescope->AbortSlew();
+            case Stopper::AnotherClient:
+                return other_->AbortSlew();
+            case Stopper::TheHandBox:
+                return driver->panel.AbortSlew();
+            case Stopper::TheVerb:
+                telescope->CommandString("RAW,CancelPark", true);
+        }
+    }
+    Telescope* other_ = nullptr;
+};
+
+TEST_P(ParkStopTest, EndsThePark_AndRestoresTheTracking) {
+    ConnectAt(47.0, std::get<0>(GetParam()), {{"cbxParkTo", "2"}}, MountPointing{2.0, 40.0, true});
+    other_ = &OtherClient();
+    if (std::get<1>(GetParam()) == Stage::OutOfTolerance) {
+        mount->Add(std::make_unique<Stalls>(5.0));
+    }
+    const When stop(
+        machine.pump, [&] { return IsNow(); },
+        [&] {
+            Stop();
+            EXPECT_EQ(std::get<1>(GetParam()) == Stage::LettingDown ? driver->state.g_bParking : true, true);
+        });
+    telescope->Park();
+    ASSERT_TRUE(RunUntil([&] { return stop.Happened(); }));
+    machine.AdvanceTime(4'000);
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_TRUE(Logged("Park canceled..."));
+    ExpectCancelled();
+    EXPECT_LE(TimesSent("MS"), 1);
+}
+
+using ParkStopRow = std::tuple<std::string, Stage, Stopper>;
+
+std::string NameOfStop(const testing::TestParamInfo<ParkStopRow>& row) {
+    constexpr const char* kStages[]{"LettingDown", "Goto", "OutOfTolerance"};
+    constexpr const char* kStoppers[]{"Client", "Other", "HandBox", "Verb"};
+    return std::get<0>(row.param) + kStages[static_cast<int>(std::get<1>(row.param))] +
+           kStoppers[static_cast<int>(std::get<2>(row.param))];
+}
+
+INSTANTIATE_TEST_SUITE_P(Stages, ParkStopTest,
+                         testing::Combine(testing::Values("S", "D"),
+                                          testing::Values(Stage::LettingDown, Stage::Goto, Stage::OutOfTolerance),
+                                          testing::Values(Stopper::TheClientItself, Stopper::AnotherClient,
+                                                          Stopper::TheHandBox, Stopper::TheVerb)),
+                         NameOfStop);
+
+/// Index and firmware: the road by "KA" at once, by the firmware, by the driver.
+class ParkDoorTest : public ParkTest, public testing::WithParamInterface<std::tuple<std::string, int>> {};
+
+TEST_P(ParkDoorTest, AStopBetweenAnyTwoExchanges_EndsIt) {
+    const auto [firmware, index] = GetParam();
+    int stoppedInTime = 0;
+    for (std::size_t exchange = 1; exchange < 40; ++exchange) {
+        SCOPED_TRACE("stop in exchange " + std::to_string(exchange));
+        ConnectAt(47.0, firmware,
+                  {{"cbxParkTo", std::to_string(index)}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}});
+        mount->Add(std::make_unique<AnswersLate>("", 50));
+        const std::size_t before = mount->Commands().size();
+        bool stopped = false;
+        std::size_t sentBefore = 0;
+        const auto stop = [&] {
+            stopped = true;
+            sentBefore = mount->Commands().size();
+            driver->panel.AbortSlew();
+        };
+        const std::int64_t at = machine.clock.Elapsed() + static_cast<std::int64_t>(exchange) * 60;
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            machine.pump.PostAt(at, CallKind::Stop, stop);
+            telescope->Park();
+        });
+        const auto wasSent = [&](const std::string& command, std::size_t until) {
+            const std::vector<std::string>& all = mount->Commands();
+            for (std::size_t i = before; i < std::min(until, all.size()); ++i) {
+                if (all[i] == command) {
+                    return true;
+                }
+            }
+            return false;
+        };
+        machine.AdvanceTime(200);
+        ASSERT_TRUE(stopped);
+        const bool wasUnderWay = wasSent("MS", sentBefore) || wasSent("$K" + std::to_string(index), sentBefore);
+        if (wasSent("KA", sentBefore)) {
+            break;
+        }
+        stoppedInTime += wasUnderWay ? 0 : 1;
+        machine.AdvanceTime(15'000);
+        EXPECT_FALSE(wasSent("KA", ~std::size_t{0}));
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_EQ(mount->Picture().tracking, '2') << "as before";
+        if (!wasUnderWay) {
+            EXPECT_FALSE(wasSent("MS", ~std::size_t{0}));
+            EXPECT_FALSE(wasSent("$K" + std::to_string(index), ~std::size_t{0}));
+        }
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+        EndTheDriver();
+        if (wasUnderWay) {
+            break;
+        }
+    }
+    EXPECT_GT(stoppedInTime, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, ParkDoorTest,
+                         testing::Values(std::tuple{"S", 0}, std::tuple{"S", 2}, std::tuple{"VKC5-P03-01", 2},
+                                         std::tuple{"D", 6}),
+                         [](const auto& row) {
+                             return std::string(std::get<0>(row.param)).substr(0, 1) +
+                                    std::to_string(std::get<1>(row.param));
+                         });
+
+class ParkTakenTest : public ParkTest {
+protected:
+    void ParkAndTake(const std::function<void()>& take) {
+        ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+        telescope->Park();
+        machine.AdvanceTime(3'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        take();
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+        machine.AdvanceTime(30'000);
+        EXPECT_EQ(TimesSent("KA"), 0);
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_FALSE(driver->state.g_bParking);
+    }
+};
+
+TEST_F(ParkTakenTest, BySlew) {
+    ParkAndTake([&] {
+        EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(150.0, 45.0); }),
+                  "# Q RT9 Sa+45*00:00 Sz150*00:00 MS");
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+    });
+    ExpectPointsAt(45.0, 150.0, 0.1);
+}
+
+TEST_F(ParkTakenTest, ByAxisMotion) {
+    ParkAndTake([&] {
+        EXPECT_EQ(MotionDuring([&] { telescope->MoveAxis(1, 0.1); }).find("Q Q"), std::string::npos);
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+        telescope->MoveAxis(1, 0.0);
+    });
+}
+
+TEST_F(ParkTakenTest, ByTracking) {
+    ParkAndTake([&] {
+        EXPECT_EQ(MotionDuring([&] { telescope->Tracking(true); }), "Q RT2");
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+    });
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
+TEST_F(ParkTakenTest, ByATrackingRate) {
+    ParkAndTake([&] { EXPECT_EQ(MotionDuring([&] { telescope->TrackingRate(1); }), "Q RT0"); });
+    EXPECT_EQ(mount->Picture().tracking, '0');
+}
+
+TEST_F(ParkTakenTest, AnAbortedPark_EndsBeforeTheFirstCommandOfTheSlewThatOvertakesIt) {
+    ParkAndTake([&] {
+        telescope->AbortSlew();
+        ASSERT_TRUE(driver->state.g_bParking);
+        EXPECT_EQ(MotionDuring([&] { telescope->SlewToAltAzAsync(150.0, 45.0); }),
+                  "# Q RT9 Sa+45*00:00 Sz150*00:00 MS");
+    });
+    ExpectPointsAt(45.0, 150.0, 0.1);
+}
+
+TEST_F(ParkTakenTest, AnotherParkTakesItsPlace_AndKnowsTheTrackingFromBefore) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    telescope->CommandString("RAW,ParkMount,4", true);
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(driver->state.g_bSavedTracking);
+    ExpectParked();
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
+TEST_F(ParkTakenTest, ASlewUnderWay_EndsForAPark) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    bool parked = false;
+    const When slews(
+        machine.pump, [&] { return mount->Picture().slewing && driver->state.g_bSlewing; },
+        [&] {
+            telescope->Park();
+            parked = true;
+        });
+    telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() + 2.0), 30.0);
+    EXPECT_TRUE(parked);
+    ExpectParked();
+    EXPECT_EQ(TimesSent("MS"), 2) << "the slew gives way";
+    ExpectPointsAt(0.0, 90.0, 0.1);
+}
+
+}  // namespace
+}  // namespace kestrane

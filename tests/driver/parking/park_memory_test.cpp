@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include "driver/parking/park_fixture.h"
+
+/// What driver and mount know of a park afterwards.
+namespace kestrane {
+namespace {
+
+class ParkMemoryTest : public ParkTest {
+protected:
+    void StartAgain() {
+        telescope.reset();
+        EndTheDriver();
+        machine.ConnectMount(1, *mount);
+        telescope = ConnectedTelescope();
+        machine.AdvanceTime(8'000);
+    }
+};
+
+TEST_F(ParkMemoryTest, ARestart_KnowsThePark) {
+    for (const char* firmware : {"D", "S"}) {
+        ConnectAt(47.0, firmware, {{"cbxParkTo", "2"}});
+        telescope->Park();
+        ExpectParked();
+        StartAgain();
+        EXPECT_TRUE(telescope->AtPark()) << firmware;
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+        EndTheDriver();
+    }
+}
+
+TEST_F(ParkMemoryTest, ARestartInMidPark_IsNotParked) {
+    for (const char* firmware : {"D", "S"}) {
+        ConnectAt(47.0, firmware, {{"cbxParkTo", "2"}});
+        telescope->Park();
+        machine.AdvanceTime(5'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        StartAgain();
+        EXPECT_FALSE(telescope->AtPark()) << firmware;
+        EndTheDriver();
+    }
+}
+
+TEST_F(ParkMemoryTest, AStatusTextJustAfterThePark_IsNotBelieved_ALaterOneIs) {
+    Connect("S", {{"cbxParkTo", "0"}});
+    StandForPark();  // says always that it is not parked
+    machine.AdvanceTime(10'000);
+    telescope->Park();
+    const std::int64_t parkedAt = machine.clock.Elapsed();
+    ASSERT_TRUE(telescope->AtPark());
+    for (int i = 0; i < 3; ++i) {
+        driver->queries.QueryGos();
+        EXPECT_TRUE(telescope->AtPark()) << machine.clock.Elapsed() - parkedAt;
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+        machine.AdvanceTime(500);
+    }
+    EXPECT_FALSE(Logged("The mount reports that it is not parked any more"));
+    machine.AdvanceTime(1'500);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(TimesLogged("The mount reports that it is not parked any more"), 1);
+}
+
+TEST_F(ParkMemoryTest, AStatusTextJustAfterAnUnpark_IsNotBelieved) {
+    Connect("S");
+    StandForPark().replies["GOS"] = "P90000232O0000#";
+    machine.AdvanceTime(10'000);
+    ASSERT_TRUE(telescope->AtPark());
+    driver->motion.MountReportsParked(false);
+    telescope->CommandBlind("PO", false);
+    driver->queries.QueryGos();
+    EXPECT_FALSE(telescope->AtPark());
+    machine.AdvanceTime(3'000);
+    EXPECT_TRUE(telescope->AtPark());
+}
+
+TEST_F(ParkMemoryTest, TheButton_AsksWhere_AndParksThere) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    frmAskPark& form = driver->windows.askPark;
+    ParkWatcher view;
+    form.Attach(view);
+    const When shown(
+        machine.pump, [&] { return form.Visible(); },
+        [&] {
+            EXPECT_FALSE(driver->handBox.btnPark.Enabled());
+            EXPECT_FALSE(driver->handBox.btnUNPARK.Enabled());
+            form.cbxAskParkTo.ListIndex(4);
+            form.btnOK.FireClick();
+        });
+    driver->handBox.btnPark.FireClick();
+    form.Detach(view);
+    EXPECT_TRUE(driver->handBox.btnPark.Enabled());
+    EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
+    ExpectParked();
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
+TEST_F(ParkMemoryTest, TheButtonWithNobodyToAsk_DoesNothing) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    EXPECT_EQ(MotionDuring([&] { driver->handBox.btnPark.FireClick(); }), "");
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_TRUE(driver->handBox.btnPark.Enabled());
+}
+
+}  // namespace
+}  // namespace kestrane

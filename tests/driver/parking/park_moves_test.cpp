@@ -1,0 +1,262 @@
+#include <gtest/gtest.h>
+
+#include "driver/parking/park_fixture.h"
+#include "simulator/misbehaviours.h"
+
+/// What a park does ahead of its goto: it goes east, and it lets the counterweight down.
+namespace kestrane {
+namespace {
+
+constexpr MountPointing kLowInTheEast{-8.0, 70.0, false};
+
+class EastFirstTest : public ParkTest, public testing::WithParamInterface<std::string> {
+protected:
+    /// A mount from which a park goes east first, by so many hours.
+    void ConnectLow(const std::string& hours, const std::string& ticked = "1") {
+        ConnectAt(47.0, GetParam(), {{"cbxParkTo", "2"}, {"chkSlewEast", ticked}, {"txtSlewEastFirstHours", hours}},
+                  kLowInTheEast);
+    }
+    int Count(const std::string& command) {
+        int count = 0;
+        for (const std::string& sent : mount->Commands()) {
+            count += sent == command ? 1 : 0;
+        }
+        return count;
+    }
+};
+
+TEST_P(EastFirstTest, TheMountGoesEast_AndThenToItsPlace) {
+    ConnectLow("3");
+    const double before = mount->Picture().hourAxis;
+    bool wasParking = false;
+    const When moving(
+        machine.pump, [&] { return driver->state.g_bSlewingEast && mount->Picture().hourAxis < before - 20.0; },
+        [&] {
+            wasParking = driver->state.g_bParking && telescope->Slewing() && !telescope->AtPark();
+            EXPECT_TRUE(driver->handBox.lblParkStatus.Text().starts_with("East: "));
+            EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+        });
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    EXPECT_TRUE(wasParking);
+    EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q SL")) << Sent();
+    EXPECT_TRUE(Logged("Park Slew East 3 hours"));
+    EXPECT_TRUE(Logged("Park Slewing East Done: 3"));
+    ExpectParked();
+    ExpectPointsAt(0.0, 90.0, 0.1);
+}
+
+TEST_P(EastFirstTest, AMountWithReversedDirections_IsTurnedRound_UntilItIsBackWhereItBegan) {
+    ConnectLow("5");
+    telescope->CommandBlind("#:EW#", true);
+    machine.AdvanceTime(500);
+    const double before = mount->Picture().hourAxis;
+    telescope->Park();
+    EXPECT_GE(Count("Mw"), 1);
+    EXPECT_EQ(Count("Me"), 1);
+    EXPECT_TRUE(Logged("Park Slewing East: Reversing Direction"));
+    EXPECT_TRUE(Logged("Park Slewing East Done: 5"));
+    EXPECT_LT(mount->Picture().hourAxis, before - 74.0);
+    ExpectParked();
+}
+
+TEST_P(EastFirstTest, HoursThatNoMountGoes_AndAnUntickedBox_LeaveItOut) {
+    for (const auto& [hours, ticked] : {std::pair{"0", "1"}, {"13", "1"}, {"-1", "1"}, {"3", "0"}}) {
+        ConnectLow(hours, ticked);
+        telescope->Park();
+        EXPECT_FALSE(Logged("Park Slew East ")) << hours;
+        EXPECT_TRUE(driver->state.g_bParking);
+        EndTheDriver();
+    }
+}
+
+TEST_P(EastFirstTest, WhatStopsIt_EndsThePark) {
+    const std::vector<std::function<void()>> stops{
+        [&] { telescope->AbortSlew(); },
+        [&] { OtherClient().AbortSlew(); },
+        [&] { driver->panel.AbortSlew(); },
+        [&] { telescope->CommandString("RAW,CancelPark", true); },
+    };
+    for (const auto& stop : stops) {
+        ConnectLow("5");
+        const double before = mount->Picture().hourAxis;
+        std::int64_t stoppedAt = 0;
+        const When moving(
+            machine.pump, [&] { return mount->Picture().hourAxis < before - 20.0; },
+            [&] {
+                stop();
+                stoppedAt = machine.clock.Elapsed();
+            });
+        Tape().Clear();
+        telescope->Park();
+        EXPECT_LT(machine.clock.Elapsed() - stoppedAt, 500);
+        EXPECT_EQ(Sent().substr(0, 10), "RC2 Me Q Q");
+        EXPECT_EQ(Sent().find("SL"), std::string::npos) << Sent();
+        EXPECT_TRUE(Logged("Park Slewing East Aborted!"));
+        EXPECT_TRUE(Logged("Park aborted in Slew East operation"));
+        EXPECT_EQ(TimesSent("MS"), 0);
+        ExpectCancelled();
+        EndTheDriver();
+    }
+}
+
+TEST_P(EastFirstTest, WhatTakesTheMount_StopsTheMove_AndGoesOn) {
+    ConnectLow("5");
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 20.0; },
+        [&] {
+            telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), 30.0);
+            EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+        });
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_EQ(Sent().substr(0, 10), "RC2 Me Q Q");
+    EXPECT_EQ(Sent().find("Q", 10), std::string::npos) << Sent();
+    EXPECT_TRUE(WaitForEnd());
+    machine.AdvanceTime(5'000);
+    EXPECT_NEAR(mount->Picture().declination, 30.0, 0.05);
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_EQ(TimesSent("KA"), 0);
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
+
+TEST_P(EastFirstTest, ASecondParkMeanwhile_DoesNotBegin) {
+    ConnectLow("3");
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 20.0; },
+        [&] {
+            EXPECT_EQ(MotionDuring([&] { telescope->Park(); }), "");
+            EXPECT_EQ(error, 0U);
+        });
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    EXPECT_TRUE(Logged("A park is under way already: this one does not begin"));
+    ExpectParked();
+}
+
+TEST_P(EastFirstTest, NothingSeesAnArrivalInMidMove) {
+    ConnectLow("5");
+    // The last goto led to where the mount comes by on its way east.
+    telescope->TargetRightAscension(NormalizeHours(mount->Picture().rightAscension + 1.0));
+    telescope->TargetDeclination(mount->Picture().declination);
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; },
+        [&] {
+            driver->motion.SlewCompleteDue();
+            driver->InternalInstance().HandleParkComplete();
+            EXPECT_TRUE(driver->state.g_bParking);
+        });
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    EXPECT_EQ(TimesSent("KA"), 0);
+    EXPECT_TRUE(Logged("Park Slewing East Done: 5"));
+    ExpectParked();
+}
+
+TEST_P(EastFirstTest, ALineThatIsSilent_EndsTheMove) {
+    ConnectLow("5");
+    ExpectSwallow("*");
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; },
+        [&] { mount->Add(std::make_unique<DropsReply>()); });
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    machine.AdvanceTime(2'000);
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-3);
+    EXPECT_EQ(TimesSent("MS"), 0);
+    EXPECT_TRUE(Logged("The move before the park ends here"));
+    mount->ClearMisbehaviours();
+}
+
+TEST_P(EastFirstTest, ACounterweightThatGoesFurtherUp_IsStopped) {
+    ConnectLow("2", "0");
+    telescope->CommandBlind("#:EW#", true);
+    machine.AdvanceTime(500);
+    const double before = mount->Picture().hourAxis;
+    telescope->Park();
+    EXPECT_LT(mount->Picture().hourAxis, before + 10.0);
+    EXPECT_TRUE(Logged("The move before the park ends here: the mount goes the other way"));
+    EXPECT_EQ(TimesSent("MS"), 0);
+    ExpectCancelled();
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, EastFirstTest, testing::Values("D", "EK5"),
+                         [](const auto& row) { return row.param; });
+
+class ParkMoveTest : public ParkTest {};
+
+TEST_F(ParkMoveTest, AMountThatGoesWestWhateverItIsTold_IsStoppedWhenTheTimeIsOver) {
+    Connect("EK5", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}});
+    StandingMount& standing = StandForPark();
+    standing.Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
+    standing.replies["GOS"] = "0200002320O00";
+    machine.AdvanceTime(10'000);
+    int asked = 0;
+    standing.onCommand = [&](const std::string& command) {
+        if (command == "GR") {
+            standing.replies["GR"] = "11:" + std::to_string(59 - ++asked % 50) + ":00.0#";
+        }
+    };
+    const std::int64_t start = machine.clock.Elapsed();
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_GE(machine.clock.Elapsed() - start, 22'000);
+    EXPECT_LT(machine.clock.Elapsed() - start, 24'000);
+    const std::string sent = Sent();
+    EXPECT_TRUE(sent.starts_with("RC2 Me Q Q Mw Q Q Mw Q Q Mw")) << sent;
+    EXPECT_TRUE(sent.ends_with("Q Q")) << sent;
+    EXPECT_TRUE(LoggedAs("Telescope", 3, "The move before the park ends here: it takes too long") ||
+                Logged("The move before the park ends here: it takes too long"));
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+}
+
+struct UpRow {
+    std::string name;
+    MountPointing start;
+    std::string move;
+
+    friend void PrintTo(const UpRow& row, std::ostream* out) { *out << row.name; }
+};
+
+class LeavingTest : public ParkTest, public testing::WithParamInterface<UpRow> {};
+
+TEST_P(LeavingTest, ARaisedCounterweight_GoesDownFirst) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "3"}}, GetParam().start);
+    ASSERT_TRUE(driver->state.g_bCounterweightUp);
+    bool up = true;
+    const When goes(
+        machine.pump, [&] { return TimesSent("MS") == 1; }, [&] { up = driver->state.g_bCounterweightUp; });
+    Tape().Clear();
+    telescope->Park();
+    const std::string sent = Sent();
+    EXPECT_NE(sent.find("RT9 RC2 " + GetParam().move + " Q Sa"), std::string::npos) << sent;
+    EXPECT_FALSE(driver->state.g_bLeavingCwUp);
+    ExpectParked();
+    EXPECT_FALSE(up);
+    ExpectPointsAt(47.0, 0.0, 0.1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sides, LeavingTest,
+                         testing::Values(UpRow{"EastFar", {-8.0, 70.0, false}, "Me"},
+                                         UpRow{"EastNear", {-2.0, 40.0, false}, "Mw"},
+                                         UpRow{"WestNear", {2.0, 40.0, true}, "Me"},
+                                         UpRow{"WestFar", {8.0, 70.0, true}, "Mw"}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ParkMoveTest, FirmwareThatKnowsASafeWay_IsLeftToIt) {
+    ConnectAt(47.0, "VKC4-P02-08", {{"cbxParkTo", "6"}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}},
+              MountPointing{2.0, 40.0, true});
+    ASSERT_TRUE(driver->state.g_bFirmwareSafeSlew);
+    telescope->Park();
+    EXPECT_EQ(TimesSent("RC2"), 0);
+    ExpectParked();
+}
+
+}  // namespace
+}  // namespace kestrane
