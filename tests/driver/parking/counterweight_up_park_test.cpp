@@ -150,6 +150,25 @@ TEST_F(CounterweightUpParkTest, AnAbortInEitherLeg_EndsThePark) {
     }
 }
 
+TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
+    ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
+    const MountPicture pressed = mount->Picture();
+    PressSetPark();
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+    EXPECT_EQ(driver->handBox.txtUserParkAlt.Text(), driver->persist.Read(setting::txtUserParkAlt));
+    GoElsewhere();
+    telescope->Park();
+    ExpectParked();
+    ExpectPointsAt(pressed.altitude, pressed.azimuth, 0.1);
+}
+
+TEST_F(CounterweightUpParkTest, APlaceThatIsNotAccepted_ChangesNothing) {
+    ConnectUp({2.0, 40.0, true}, {{"txtUserParkAlt", "11"}});
+    driver->handBox.btnSetPark.FireClick();  // nobody sees the question
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+    EXPECT_EQ(driver->persist.Read(setting::txtUserParkAlt), "11");
+}
+
 TEST_F(CounterweightUpParkTest, SetParkOfAClient_EndsIt) {
     ConnectUp({2.0, 40.0, true});
     PressSetPark();

@@ -157,20 +157,30 @@ TEST_P(EastFirstTest, NothingSeesAnArrivalInMidMove) {
     ExpectParked();
 }
 
-TEST_P(EastFirstTest, ALineThatIsSilent_EndsTheMove) {
-    ConnectLow("5");
-    ExpectSwallow("*");
-    const double before = mount->Picture().hourAxis;
-    const When moving(
-        machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; },
-        [&] { mount->Add(std::make_unique<DropsReply>()); });
-    telescope->Park();
-    EXPECT_TRUE(moving.Happened());
-    machine.AdvanceTime(2'000);
-    EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-3);
-    EXPECT_EQ(TimesSent("MS"), 0);
-    EXPECT_TRUE(Logged("The move before the park ends here"));
-    mount->ClearMisbehaviours();
+TEST_P(EastFirstTest, APositionThatIsNotHeard_EndsTheMove) {
+    for (const char* command : {"", "GR"}) {
+        SCOPED_TRACE(command);
+        ConnectLow("8");
+        ExpectSwallow("*");
+        const double before = mount->Picture().hourAxis;
+        std::int64_t silentFrom = 0;
+        const When moving(
+            machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; },
+            [&] {
+                mount->Add(std::make_unique<DropsReply>(command));
+                silentFrom = machine.clock.Elapsed();
+            });
+        telescope->Park();
+        EXPECT_TRUE(moving.Happened());
+        EXPECT_LT(machine.clock.Elapsed() - silentFrom, 7'000);
+        machine.AdvanceTime(2'000);
+        EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-3);
+        EXPECT_EQ(TimesSent("MS"), 0);
+        EXPECT_TRUE(Logged("The move before the park ends here"));
+        mount->ClearMisbehaviours();
+        EndTheDriver();
+    }
+    EXPECT_TRUE(Logged("The move before the park ends here: the right ascension was not read for 3 seconds"));
 }
 
 TEST_P(EastFirstTest, ACounterweightThatGoesFurtherUp_IsStopped) {
