@@ -305,6 +305,8 @@ TEST_F(ProcessFixture, Motion_WithNobodyConnected_IsRefused) {
              {"slewtoaltazasync", "Azimuth=10&Altitude=20"},
              {"sitelongitude", "SiteLongitude=10"},
              {"abortslew", ""},
+             {"park", ""},
+             {"setpark", ""},
          }) {
         const Answer answer = stranger.Put(member, form);
         EXPECT_EQ(answer.errorNumber, 0x404) << member;

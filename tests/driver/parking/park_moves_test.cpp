@@ -195,6 +195,20 @@ TEST_P(EastFirstTest, ACounterweightThatGoesFurtherUp_IsStopped) {
     ExpectCancelled();
 }
 
+TEST_P(EastFirstTest, TheEndOfTheProcess_StopsTheMove) {
+    ConnectLow("8");
+    ExpectSwallow("*");
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; }, [&] { driver->EndOnRequest(); });
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    machine.AdvanceTime(3'000);
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-3);
+    EXPECT_EQ(TimesSent("MS"), 0);
+    EXPECT_EQ(TimesSent("KA"), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Families, EastFirstTest, testing::Values("D", "EK5"),
                          [](const auto& row) { return row.param; });
 
