@@ -54,6 +54,7 @@ public:
     /// The mount was told to go to a park position by itself, which it may not have heard: nothing shows the end of
     /// that but its status text, or that it has moved and stands, or that it stood there all along. Degrees.
     void MarkPark(double altitude, double azimuth);
+    bool ParkIsMarked() const { return markedPark_.has_value(); }
     /// A park begins whose target the driver knows.
     void UnmarkPark() { markedPark_.reset(); }
     /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May

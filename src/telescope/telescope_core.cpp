@@ -164,6 +164,8 @@ void TelescopeCore::TakeMountFromPark() {
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Park canceled...");
     if (parkMoves) {
         needs_.motion.ParkMoveEnds();
+    }
+    if (parkMoves || needs_.poll.ParkIsMarked()) {
         SendStopPair();
     }
 }

@@ -116,7 +116,8 @@ public:
     /// `Motion::NewSlewBegins`, and the poll runs again: a refused sync may have left it off the line.
     std::uint32_t NewSlewBegins(const MotionPermit& permit);
     /// To be called before the first command of whatever takes the mount from a park: a park under way is cancelled. It
-    /// sends nothing, but for the stop of a move that the park itself has begun and nobody else would end.
+    /// sends nothing, but for the stop of a move that the park itself has begun, or that ends in a park by itself:
+    /// nobody else would end these.
     void TakeMountFromPark();
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();

@@ -91,6 +91,19 @@ TEST_F(FirmwareParkTest, AStatusTextAskedForAtOnce_EndsNothing) {
     EXPECT_TRUE(telescope->Slewing());
 }
 
+TEST_F(FirmwareParkTest, AMountThatIsTakenFromIt_IsNotParkedAfterAll) {
+    ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    EXPECT_TRUE(MotionDuring([&] { telescope->MoveAxis(1, 0.1); }).starts_with("Q Q"));
+    telescope->MoveAxis(1, 0.0);
+    machine.AdvanceTime(60'000);
+    EXPECT_FALSE(mount->Picture().parked);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
+
 TEST_F(FirmwareParkTest, AStop_EndsIt) {
     ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
     telescope->Park();

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+#include <random>
+
+#include "driver/parking/park_fixture.h"
+#include "support/run_length.h"
+
+/// Parks among all that clients and people do meanwhile.
+namespace kestrane {
+namespace {
+
+const int kHours = RunLength(400);
+constexpr int kSteps = 8;
+
+class RandomParkTest : public ParkTest, public testing::WithParamInterface<std::string> {
+protected:
+    std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
+
+    MountPointing SomePlace() {
+        const double hourAngle = Below(2) == 0 ? -2.0 : 2.0;
+        return {hourAngle, 30.0 + Below(30), Below(2) == 0};
+    }
+    void DoSomething() {
+        if (driver->state.g_bParked) {
+            return;
+        }
+        Telescope& client = Below(2) == 0 ? *telescope : *other_;
+        switch (Below(9)) {
+            case 0:
+            case 1:
+            case 2:
+                return Park(client);
+            case 3:
+                return Try([&] { client.AbortSlew(); });
+            case 4:
+                return driver->panel.AbortSlew();
+            case 5:
+                return Try([&] { client.CommandString("RAW,CancelPark", true); });
+            case 6:
+                return Try([&] { client.Tracking(Below(2) == 0); });
+            case 7:
+                return Try([&] {
+                    client.SlewToCoordinatesAsync(NormalizeHours(client.SiderealTime() + Below(4) - 2.0), 40.0);
+                });
+            default:
+                return Try([&] { client.MoveAxis(1, Below(2) == 0 ? 0.0 : 0.5); });
+        }
+    }
+    /// Somebody else may come in the middle of what a park does itself.
+    void Park(Telescope& client) {
+        const std::int64_t now = machine.clock.Elapsed();
+        if (!driver->state.g_bSlewingEast && !driver->state.g_bLeavingCwUp) {
+            machine.pump.PostAt(now + Below(4'000), Below(2) == 0 ? CallKind::Stop : CallKind::Brief, [this] {
+                if (!driver->state.g_bParked) {
+                    Below(2) == 0 ? driver->panel.AbortSlew() : Try([&] { telescope->MoveAxis(1, 0.0); });
+                }
+            });
+        }
+        Try([&] { client.CommandString("RAW,ParkMount," + std::to_string(Below(7)), true); });
+    }
+
+    Telescope* other_ = nullptr;
+    std::mt19937 random_{20261122};
+};
+
+TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
+    ExpectSwallow("*");
+    int parks = 0;
+    for (int hour = 0; hour < kHours; ++hour) {
+        SCOPED_TRACE("hour " + std::to_string(hour));
+        ConnectAt(47.0, GetParam(),
+                  {{"txtUserParkAlt", "30"},
+                   {"txtUserParkAz", "120"},
+                   {"chkSlewEast", Below(2) == 0 ? "1" : "0"},
+                   {"chkConvertAltAzToRaDec", Below(2) == 0 ? "1" : "0"},
+                   {"txtSlewEastFirstHours", "1"}},
+                  SomePlace());
+        other_ = &OtherClient();
+        other_->Connected(true);
+        for (int step = 0; step < kSteps; ++step) {
+            DoSomething();
+            machine.AdvanceTime(Below(2) == 0 ? Below(2'000) : Below(20'000));
+        }
+        if (Below(3) == 0) {
+            machine.AdvanceTime(100'000);
+        }
+        if (!driver->state.g_bParked) {
+            driver->panel.AbortSlew();
+        }
+        machine.AdvanceTime(5'000);
+        const MountPicture stopped = mount->Picture();
+        EXPECT_FALSE(stopped.slewing);
+        EXPECT_NEAR(stopped.polarSpeed, 0.0, 1e-3);
+        EXPECT_LT(std::abs(stopped.hourSpeed), 0.005);
+        machine.AdvanceTime(10'000);
+        const MountPicture quiet = mount->Picture();
+        EXPECT_EQ(telescope->AtPark(), quiet.parked);
+        EXPECT_FALSE(telescope->Slewing() && !driver->axisMotions.AnyRuns());
+        EXPECT_EQ(telescope->Tracking(), quiet.tracking != '9');
+        EXPECT_FALSE(driver->state.g_bParking);
+        const std::string kept = driver->persist.Read(setting::ParkStatus);
+        EXPECT_TRUE(kept == "Parked" ? quiet.parked : true);
+        EXPECT_TRUE(quiet.parked && driver->state.g_nParkStarted != 0 ? kept == "Parked" : true) << kept;
+        parks += quiet.parked ? 1 : 0;
+        EndTheDriver();
+    }
+    EXPECT_GT(parks, kHours / 10);
+    EXPECT_LT(parks, kHours);
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, RandomParkTest, testing::Values("S", "D", "EK5", "VKC5-P03-01"),
+                         [](const auto& row) { return row.param.substr(0, row.param.find('-')); });
+
+}  // namespace
+}  // namespace kestrane
