@@ -28,6 +28,9 @@ constexpr std::array kCommands{
                "one guide pulse, north, south, east or west; --wait ends with it"},
     CommandRow{Command::Park, "park", "", 0, 0, "park, and wait for it"},
     CommandRow{Command::Unpark, "unpark", "", 0, 0, "unpark"},
+    CommandRow{Command::SetPark, "setpark", "", 0, 0, "keep where the device points as its place to park"},
+    CommandRow{Command::Focus, "focus", "STEPS", 1, 1,
+               "move the focuser, out by positive steps, in by negative ones; --wait ends with the move"},
     CommandRow{Command::Init, "init", "[STRING]", 0, 1,
                "initialize the mount by an init string, or by the settings of a driver of this project"},
     CommandRow{Command::Get, "get", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "read any member"},
@@ -130,7 +133,7 @@ constexpr std::array kOptions{
               },
               "its longitude, to reckon the sidereal time from"},
     OptionRow{"--wait", "", [](Arguments& a, std::string_view, const std::string&) { a.wait = true; },
-              "slew: show the way and end with the slew; Ctrl-C stops the telescope"},
+              "show the way and end with the motion; Ctrl-C stops it"},
     OptionRow{"--bright-star", "", [](Arguments& a, std::string_view, const std::string&) { a.brightStar = true; },
               "slew: to the brightest star well above the horizon"},
     OptionRow{"--json", "", [](Arguments& a, std::string_view, const std::string&) { a.json = true; },
@@ -193,8 +196,9 @@ void CheckOperands(const Arguments& arguments) {
         arguments.operands[0] != "show") {
         throw UsageError("write: kestrane-client log on, log off or log show");
     }
-    if (arguments.wait && !isSlew && row.command != Command::Guide) {
-        throw UsageError("--wait goes with slew and guide only");
+    const std::array waiting{Command::Slew, Command::Guide, Command::Focus, Command::Park};
+    if (arguments.wait && std::ranges::find(waiting, row.command) == waiting.end()) {
+        throw UsageError("--wait goes with slew, guide, focus and park only");
     }
     if (arguments.brightStar && !isSlew) {
         throw UsageError("--bright-star goes with slew only");
@@ -233,6 +237,9 @@ Arguments ParseArguments(std::span<const std::string> words) {
         throw UsageError("a command is wanted; --help lists them");
     }
     CheckOperands(arguments);
+    if (arguments.row->command == Command::Focus) {
+        arguments.deviceType = "focuser";
+    }
     return arguments;
 }
 

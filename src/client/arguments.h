@@ -30,6 +30,8 @@ enum class Command {
     Guide,
     Park,
     Unpark,
+    SetPark,
+    Focus,
     Init,
     Get,
     Put,

@@ -285,6 +285,10 @@ void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
             return RunPark(session);
         case Command::Unpark:
             return RunPlain(session, "Unpark", "unparked");
+        case Command::SetPark:
+            return RunPlain(session, "SetPark", "this is the place to park now");
+        case Command::Focus:
+            return RunFocus(session);
         case Command::Get:
             return RunGet(session);
         case Command::Put:

@@ -12,6 +12,7 @@ namespace kestrane::client {
 namespace {
 
 constexpr double kPollSeconds = 0.25;
+constexpr double kStandsSeconds = 5.0;      // a park with two legs stands for less between them
 constexpr double kMissedDegrees = 1.0;      ///< farther from the target than this, a slew did not arrive
 constexpr double kStoodStillDegrees = 0.1;  ///< nearer to the start than this, it did not begin
 constexpr int kEquinoxJ2000 = 2;            ///< of EquatorialSystem
@@ -236,6 +237,29 @@ void RunStars(Session& session) {
     session.LetGo();
 }
 
+namespace {
+
+/// Whether the device has parked. It may stand for a moment on its way there. An interruption stops it.
+bool AwaitPark(Session& session, const std::function<void()>& show) {
+    double standing = 0.0;  // seconds
+    while (!session.device.Flag("AtPark")) {
+        if (session.surroundings.interrupted()) {
+            session.device.Put("AbortSlew");
+            session.LetGo();
+            throw DeviceError(0, "interrupted; the park was stopped");
+        }
+        standing = session.device.Flag("Slewing") ? 0.0 : standing + kPollSeconds;
+        if (standing > kStandsSeconds) {
+            return false;
+        }
+        show();
+        session.surroundings.waitSeconds(kPollSeconds);
+    }
+    return true;
+}
+
+}  // namespace
+
 void RunPark(Session& session) {
     session.EnsureConnected();
     Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
@@ -247,14 +271,11 @@ void RunPark(Session& session) {
         }
     };
     session.device.WhileWaiting(show);
+    session.surroundings.watchInterrupts();
     session.device.Put("Park");
     session.device.WhileWaiting({});
-    while (!session.device.Flag("AtPark") && session.device.Flag("Slewing")) {
-        show();
-        session.surroundings.waitSeconds(kPollSeconds);
-    }
+    const bool isParked = AwaitPark(session, show);
     progress.Finish();
-    const bool isParked = session.device.Flag("AtPark");
     session.LetGo();
     if (!isParked) {
         throw DeviceError(0, "the device stands still and is not parked");

@@ -65,5 +65,6 @@ void RunGuide(Session& session);
 void RunInit(Session& session);
 void RunStars(Session& session);
 void RunPark(Session& session);
+void RunFocus(Session& session);
 
 }  // namespace kestrane::client

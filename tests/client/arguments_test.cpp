@@ -85,7 +85,7 @@ TEST(Arguments, WrongUsageIsToldInWords) {
         {{"slew"}, "kestrane-client slew RA DEC"},
         {{"slew", "1", "2", "3"}, "kestrane-client slew RA DEC"},
         {{"slew", "--bright-star", "Vega"}, "kestrane-client slew RA DEC"},
-        {{"park", "--wait"}, "goes with slew and guide only"},
+        {{"stars", "--wait"}, "goes with slew, guide, focus and park only"},
         {{"get"}, "kestrane-client get MEMBER"},
         {{"command"}, "kestrane-client command TEXT"},
     };

@@ -25,7 +25,7 @@ class FakeTelescope {
 public:
     Answer operator()(const Request& request) {
         const std::string path = request.target.substr(0, request.target.find('?'));
-        const std::string prefix = "/api/v1/telescope/0/";
+        const std::string prefix = isFocuser ? "/api/v1/focuser/0/" : "/api/v1/telescope/0/";
         if (!path.starts_with(prefix)) {
             return {FakeAlpacaServer::Http("no such device", "400 Bad Request"), false};
         }
@@ -33,6 +33,7 @@ public:
         return request.verb == "GET" ? Get(member) : Put(member, request.body);
     }
 
+    bool isFocuser = false;
     bool isConnected = true;
     std::atomic<int> looksLeft = 0;
     double reachesDec = 10.0;
@@ -40,6 +41,7 @@ public:
     std::function<double(int looksLeft)> wayDec = {};  ///< declination on the way; empty: where it started
     bool hasMount = true;
     bool slews = true;                  ///< else it takes a slew and stands
+    bool parks = true;                  ///< else it takes a park and stands in the end
     bool answersTexts = true;           ///< else it hangs up
     std::string driverReply = "reply";  ///< to a text
     Answer slewAnswer = FakeAlpacaServer::Done();
@@ -68,7 +70,7 @@ private:
         if (member == "tracking") {
             return FakeAlpacaServer::Value(tracks_ ? "true" : "false");
         }
-        if (member == "ispulseguiding") {
+        if (member == "ispulseguiding" || member == "ismoving") {
             return FakeAlpacaServer::Value(looksLeft-- > 0 ? "true" : "false");
         }
         if (member == "sitelatitude") {
@@ -97,10 +99,11 @@ private:
             looksLeft = slews ? looks : 0;
             return slewAnswer;
         } else if (member == "park") {
-            isParked_ = true;
+            isParked_ = parks;
+            looksLeft = looks;
         } else if (member == "tracking") {
             tracks_ = body.starts_with("Tracking=True");
-        } else if (member == "pulseguide") {
+        } else if (member == "pulseguide" || member == "move") {
             looksLeft = looks;
         } else if (member == "commandstring" && !answersTexts) {
             return {"", true};
@@ -133,10 +136,10 @@ Outcome RunHere(std::vector<std::string> words, double interruptedAfter = 1e9) {
     return {code, out.str(), notes.str()};
 }
 
-Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words) {
+Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words, double interruptedAfter = 1e9) {
     words.push_back("--port");
     words.push_back(std::to_string(server.Port()));
-    return RunHere(std::move(words));
+    return RunHere(std::move(words), interruptedAfter);
 }
 
 /// Verb and member of each request, in order.
@@ -437,6 +440,64 @@ TEST(Client, Park_WaitsUntilTheDeviceIsParked) {
     const Outcome outcome = RunAt(server, {"park"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "parked\n");
+}
+
+TEST(Client, Park_ThatDoesNotArrive_IsAFailure) {
+    FakeTelescope telescope;
+    telescope.parks = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"park", "--json"});
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.out.find("the device stands still and is not parked"), std::string::npos) << outcome.out;
+}
+
+TEST(Client, Park_ThatIsInterrupted_IsStopped) {
+    FakeTelescope telescope;
+    telescope.parks = false;
+    telescope.looks = 1000;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"park", "--wait"}, 3.0);
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_NE(outcome.notes.find("interrupted; the park was stopped"), std::string::npos) << outcome.notes;
+    const auto requests = server.Requests();
+    EXPECT_TRUE(std::ranges::any_of(requests, [](const Request& each) { return each.target.ends_with("abortslew"); }));
+}
+
+TEST(Client, SetPark_KeepsThePlace) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"setpark"}).out, "this is the place to park now\n");
+    const auto requests = server.Requests();
+    EXPECT_TRUE(std::ranges::any_of(requests, [](const Request& each) { return each.target.ends_with("setpark"); }));
+}
+
+TEST(Client, Focus_MovesTheFocuser) {
+    FakeTelescope focuser;
+    focuser.isFocuser = true;
+    focuser.isConnected = false;
+    FakeAlpacaServer server(std::ref(focuser));
+    EXPECT_EQ(RunAt(server, {"focus", "-120"}).out, "move started; the client stays connected\n");
+    const auto requests = server.Requests();
+    const auto move = std::ranges::find_if(
+        requests, [](const Request& each) { return each.target.starts_with("/api/v1/focuser/0/move"); });
+    ASSERT_NE(move, requests.end());
+    EXPECT_EQ(move->body.substr(0, 14), "Position=-120&");
+    EXPECT_EQ(RunAt(server, {"focus", "+40", "--wait"}).out, "the focuser stands\n");
+    EXPECT_EQ(RunAt(server, {"focus", "40", "--json", "--wait"}).out, "{\"Steps\":40}\n");
+    for (const char* steps : {"0", "near", "1.5", "--1"}) {
+        EXPECT_EQ(RunAt(server, {"focus", steps}).code, ExitCode::Usage) << steps;
+    }
+}
+
+TEST(Client, Focus_ThatIsInterrupted_IsStopped) {
+    FakeTelescope focuser;
+    focuser.isFocuser = true;
+    focuser.looks = 1000;
+    FakeAlpacaServer server(std::ref(focuser));
+    const Outcome outcome = RunAt(server, {"focus", "9", "--wait"}, 2.0);
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    const auto requests = server.Requests();
+    EXPECT_TRUE(std::ranges::any_of(requests, [](const Request& each) { return each.target.ends_with("halt"); }));
 }
 
 TEST(Client, Sync_TellsThePlaceAndShowsWhatIsReported) {

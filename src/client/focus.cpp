@@ -1,0 +1,64 @@
+#include <boost/json.hpp>
+#include <charconv>
+#include <cstdint>
+#include <string>
+
+#include "client/angles.h"
+#include "client/progress.h"
+#include "client/session.h"
+
+/// The command that moves a focuser.
+namespace kestrane::client {
+namespace {
+
+constexpr double kFocusPollSeconds = 0.2;
+
+std::int32_t Steps(const std::string& text) {
+    std::int32_t steps = 0;
+    const char* const begin = text.data() + (text.starts_with('+') ? 1 : 0);
+    const auto [end, error] = std::from_chars(begin, text.data() + text.size(), steps);
+    if (error != std::errc{} || end != text.data() + text.size() || steps == 0) {
+        throw UsageError("STEPS " + text + ": a whole number is wanted, above 0 for out and below it for in");
+    }
+    return steps;
+}
+
+/// Returns when the device reports no move any more. An interruption stops it.
+void FollowFocuser(Session& session) {
+    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
+    const double start = session.surroundings.unixSeconds();
+    session.surroundings.watchInterrupts();
+    while (session.device.Flag("IsMoving")) {
+        if (session.surroundings.interrupted()) {
+            session.device.Put("Halt");
+            session.LetGo();
+            throw DeviceError(0, "interrupted; the focuser was stopped");
+        }
+        if (session.ShowsProgress()) {
+            const double seconds = session.surroundings.unixSeconds() - start;
+            progress.Show(-1.0, "moving for " + FormatFixed(seconds, 0) + " s", seconds);
+        }
+        session.surroundings.waitSeconds(kFocusPollSeconds);
+    }
+    progress.Finish();
+}
+
+}  // namespace
+
+void RunFocus(Session& session) {
+    const std::int32_t steps = Steps(session.arguments.operands[0]);
+    session.EnsureConnected();
+    session.device.Put("Move", {{"Position", std::to_string(steps)}});
+    const boost::json::object result{{"Steps", steps}};
+    if (session.arguments.wait) {
+        FollowFocuser(session);
+        session.Tell("the focuser stands", result);
+        session.LetGo();
+    } else {
+        // Without its client, the device may end the move early.
+        session.Tell("move started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
+                     result);
+    }
+}
+
+}  // namespace kestrane::client
