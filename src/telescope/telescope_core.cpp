@@ -140,7 +140,7 @@ std::string_view TelescopeCore::WhyMountMayMove() const {
 }
 
 void TelescopeCore::NoteMotionStops() {
-    if (!WhatMoves().empty()) {
+    if (!WhatMoves().empty() || state_.g_bMoveSent) {
         state_.g_tickMotionStopped = driver_.clock.GetTickCount();
         state_.g_bMotionStopped = true;
     }

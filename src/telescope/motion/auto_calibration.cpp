@@ -114,12 +114,16 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
 
 /// Lets nothing in, not even a stop: the move is ended by its own stop, and is too short to pump.
 void CalibrationSteps::MakeTestMove() {
+    const bool stoppedBefore = state_.g_bMotionStopped;
+    const Tick stoppedAt = state_.g_tickMotionStopped;
     Sequence mount = Talk(procedure::TestMove);
     mount.CommandBlind(wire::CenteringRate, "1");
     mount.CommandBlind(wire::MoveEast);
     mount.CommandBlind(wire::MoveNorth);
     driver_.waits.WaitForMilliseconds(kTestMoveMs);
     mount.CommandBlind(wire::Stop);
+    state_.g_bMotionStopped = stoppedBefore;  // the next attempt does not wait for the end of this one
+    state_.g_tickMotionStopped = stoppedAt;
 }
 
 bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view complaint) {

@@ -10,6 +10,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     bool MayBeSent(std::string_view member, std::string_view command, bool raw);
+    void NoteStop(std::string_view command, bool raw);
     void NoteGoto(std::string_view command, bool raw);
     /// The companion gets each text in a frame of its own.
     bool GoesRaw(bool raw) const { return raw && !state_.g_bQuayLink; }
@@ -25,8 +26,16 @@ bool ClientCommandSteps::StartsGoto(std::string_view command, bool raw) {
     return wire::StartsGoto(raw ? std::string(command) : wire::InFrame(command));
 }
 
+/// A park that is stopped on its way must not count as arrived where it stands.
+void ClientCommandSteps::NoteStop(std::string_view command, bool raw) {
+    if (wire::StopsAllMotion(raw ? std::string(command) : wire::InFrame(command))) {
+        needs_.motion.ParkAborted();
+    }
+}
+
 /// False for a goto that was asked for before a stop.
 bool ClientCommandSteps::MayBeSent(std::string_view member, std::string_view command, bool raw) {
+    NoteStop(command, raw);
     return !StartsGoto(command, raw) || needs_.door.Permit(member).has_value();
 }
 

@@ -2,6 +2,7 @@
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
+#include "telescope/telescope.h"
 
 namespace kestrane {
 namespace {
@@ -17,6 +18,19 @@ void CustomRates::ShowCustomRate(TextBox& box, double rate) {
 
 bool CustomRates::SendCustomRate(const CharacterCommand& command, double multiple) {
     return core_.Talk(procedure::CustomRate).CommandBoolInternal(command, FormatUs(multiple, kRatePattern));
+}
+
+void CustomRates::Reinstate(Telescope& telescope) {
+    if (!state_.g_bTracking) {
+        return;
+    }
+    ResumeNext errors{core_.driver_.ledger, "AbortSlew"};
+    if (state_.g_dRaRate != 0.0) {
+        errors.Step([&] { telescope.RightAscensionRate(state_.g_dRaRate); });
+    }
+    if (state_.g_dDecRate != 0.0) {
+        errors.Step([&] { telescope.DeclinationRate(state_.g_dDecRate); });
+    }
 }
 
 void CustomRates::ClearCustomDecRate(Sequence& mount) {

@@ -15,6 +15,9 @@ public:
     /// rounds to no offset goes out as "0.00000", never with a minus, on either side and in either hemisphere. Returns
     /// whether the mount has taken it.
     bool SendCustomRate(const CharacterCommand& command, double multiple);
+    /// After a stop, which clears the custom rates of the mount. They are offsets from tracking: a mount that does not
+    /// track stays at rest, even where something could switch tracking on by itself. Raises nothing.
+    void Reinstate(Telescope& telescope);
     /// Where the mount has custom rates and reports no status, its declination rate stays on after a change of the
     /// tracking.
     void ClearCustomDecRate(Sequence& mount);

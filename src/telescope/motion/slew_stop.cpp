@@ -1,4 +1,5 @@
 #include "catalogue/vocabulary.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -12,7 +13,6 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StopMotion(std::string_view origin, StopPair pair);
-    void ReinstateCustomRates();
     void StopAxes(std::string_view origin);
 };
 
@@ -50,7 +50,7 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
     if (pair == StopPair::Always || state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
         core_.SendStopPair();
     }
-    ReinstateCustomRates();
+    CustomRates(core_).Reinstate(telescope_);
 }
 
 /// Stops the axes that `MoveAxis` of any client runs. The tracking from before is restored in place of the custom
@@ -62,21 +62,6 @@ void StopSteps::StopAxes(std::string_view origin) {
     needs_.axisMotions.EndAll();
     needs_.axisMotions.AxisEnded(state_);
     needs_.axisMotions.EndIsDoubted(AxisEnd::StopPair, driver_.clock.GetTickCount(), state_);
-}
-
-/// A stop clears the custom rates of the mount. They are offsets from tracking: a mount that does not track stays at
-/// rest, even where something could switch tracking on by itself.
-void StopSteps::ReinstateCustomRates() {
-    if (!state_.g_bTracking) {
-        return;
-    }
-    ResumeNext errors{driver_.ledger, "AbortSlew"};
-    if (state_.g_dRaRate != 0.0) {
-        errors.Step([&] { telescope_.RightAscensionRate(state_.g_dRaRate); });
-    }
-    if (state_.g_dDecRate != 0.0) {
-        errors.Step([&] { telescope_.DeclinationRate(state_.g_dDecRate); });
-    }
 }
 
 }  // namespace kestrane

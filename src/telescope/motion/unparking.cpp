@@ -19,7 +19,7 @@ constexpr std::size_t kLongRaLength = 8;  // HH:MM:SS; in the short format HH:MM
 void Telescope::Unpark() {
     ResumeNext errors{driver_.ledger, "Unpark"};
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "Unpark");
-    if (state_.g_bParked) {
+    if (state_.g_bParked && errors.Step([&] { CheckConnected(); })) {
         needs_.motion.MountReportsParked(false);
         state_.g_bTracking = false;
         Unparking(*this).UnparkMount(park_index::Current, Confirmation::AskedElseAccepted);
@@ -33,11 +33,12 @@ void Telescope::UnparkByVerb(std::int16_t index) {
 
 bool Telescope::EnsureLongFormat(bool wanted) {
     Sequence mount = Talk(procedure::Unpark);
-    const auto isLong = [&] { return mount.CommandStringInternal(wire::GetRa).size() >= kLongRaLength; };
-    if (isLong() != wanted) {
+    const auto isLong = [](std::string_view reply) { return reply.size() >= kLongRaLength; };
+    const std::string reply = mount.CommandStringInternal(wire::GetRa);
+    if (!reply.empty() && isLong(reply) != wanted) {
         mount.CommandBlindInternal(wire::ToggleFormat);
     }
-    return isLong();
+    return isLong(mount.CommandStringInternal(wire::GetRa));
 }
 
 bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
@@ -51,6 +52,13 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
         if (index != park_index::DontUnpark) {
             needs_.offerUnpark(index);
         }
+        return false;
+    }
+    // To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.
+    if (!errors.Step([&] { telescope_.CheckConnected(); })) {
+        driver_.log.LogMessage(
+            "Telescope", LogLevel::Error,
+            "Unpark Mount, " + std::to_string(index) + ": " + driver_.ledger.Entries().back().message);
         return false;
     }
     core_.TakeMountFromPark();
@@ -129,6 +137,8 @@ bool Unparking::LeavePowerOnState() {
 
 void Unparking::ChooseTracking() {
     const bool tracks = driver_.persist.ReadFlag(setting::chkEnableMountTracking);
+    needs_.axisMotions.TrackingChosen(tracks);
+    needs_.motion.TrackingChosen();  // which ends the axes of all clients
     state_.g_bTracking = tracks;
     Talk(procedure::Unpark)
         .CommandBlindInternal(wire::TrackingRate, tracks ? wire_rate::kSidereal : wire_rate::kStopTracking);

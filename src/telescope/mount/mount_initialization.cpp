@@ -2,6 +2,7 @@
 
 #include "catalogue/wire_commands.h"
 #include "settings/park_settings.h"
+#include "telescope/motion/custom_rates.h"
 #include "telescope/mount/mount_setup.h"
 
 namespace kestrane {
@@ -114,15 +115,25 @@ void MountInitialization::InitAfterParkCheck(bool unparks, Confirmation confirma
     });
 }
 
+/// The stop ends a slew, a park and the axes of any client, and clears the custom rates of the mount, which come back.
+void MountInitialization::StopMount() {
+    Sequence mount = Talk(procedure::Initialization);
+    mount.CommandClearInternal();
+    needs_.motion.Stopped();
+    mount.CommandBlindInternal(wire::StopClean);
+    driver_.waits.WaitForMilliseconds(kAfterStopMs);
+    if (needs_.axisMotions.AnyRuns()) {
+        needs_.axisMotions.EndAll();
+        needs_.axisMotions.AxisEnded(state_);
+    } else {
+        CustomRates(core_).Reinstate(telescope_);
+    }
+}
+
 void MountInitialization::InitWithTime(std::string_view initString) {
     WithoutPoll([&] {
-        {
-            Sequence mount = Talk(procedure::Initialization);
-            mount.CommandClearInternal();
-            mount.CommandBlindInternal(wire::StopClean);
-            driver_.waits.WaitForMilliseconds(kAfterStopMs);
-            mount.CommandBlindInternal(wire::ToggleFormat);
-        }
+        StopMount();
+        Talk(procedure::Initialization).CommandBlindInternal(wire::ToggleFormat);
         InitMount(initString, std::nullopt, Confirmation::AskedElseAccepted);
     });
 }

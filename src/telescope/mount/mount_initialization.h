@@ -31,6 +31,7 @@ public:
 private:
     InitSteps StepsOfSettings();
     bool NobodySetTheSite();
+    void StopMount();
     void Run(const InitSteps& steps, Confirmation confirmation);
     template <typename Steps>
     void WithoutPoll(Steps&& steps);

@@ -1,5 +1,6 @@
 #include "telescope/mount/mount_initialization.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <regex>
 #include <string>
@@ -52,6 +53,19 @@ protected:
     }
     MountSetup Steps() { return MountSetup(driver->InternalInstance()); }
 };
+
+TEST_F(InitializationTest, TheStop_EndsTheAxes_AndACustomRateComesBack) {
+    Connect("S");
+    telescope->MoveAxis(0, 1.0);
+    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount,PEM=2", true); }), "# # Q Q RT2 U # # U");
+    EXPECT_FALSE(driver->axisMotions.AnyStillRuns());
+    EXPECT_EQ(mount->Picture().tracking, '2') << "as before the axis";
+    telescope->DeclinationRate(1.0);
+    const double speed = mount->Picture().polarSpeed;
+    ASSERT_GT(std::abs(speed), 1e-4);
+    Sent([&] { telescope->CommandString("RAW,InitMount,PEM=2", true); });
+    EXPECT_NEAR(mount->Picture().polarSpeed, speed, 1e-9);
+}
 
 // --- init strings
 

@@ -1,4 +1,6 @@
+#include <functional>
 #include <gtest/gtest.h>
+#include <vector>
 
 #include "driver/parking/park_fixture.h"
 #include "simulator/misbehaviours.h"
@@ -102,6 +104,26 @@ TEST_F(FirmwareParkTest, AMountThatIsTakenFromIt_IsNotParkedAfterAll) {
     EXPECT_FALSE(mount->Picture().parked);
     EXPECT_FALSE(telescope->AtPark());
     EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
+
+TEST_F(FirmwareParkTest, AStopThatIsNoAbort_CancelsIt) {
+    const std::vector<std::function<void()>> stops{[&] { telescope->CommandString("RAW,InitMount,GuideRate=1", true); },
+                                                   [&] { telescope->CommandBlind("Q", false); },
+                                                   [&] { telescope->CommandBlind(":Q#", true); }};
+    for (const auto& stop : stops) {
+        ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
+        telescope->Park();
+        machine.AdvanceTime(3'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        Tape().Clear();
+        stop();
+        machine.AdvanceTime(60'000);
+        EXPECT_EQ(Tape().Motion().find("KA"), std::string::npos) << Tape().Motion();
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+        EndTheDriver();
+    }
 }
 
 TEST_F(FirmwareParkTest, AStop_EndsIt) {

@@ -237,6 +237,54 @@ TEST_F(UnparkingTest, AMountThatMoves_IsStopped_AndIsGivenNoPosition) {
     EXPECT_TRUE(Unpark(",4").ends_with("CM U"));
 }
 
+TEST_F(UnparkingTest, AMotionWithoutAnEnd_IsStopped_AndNoPositionIsGivenForThreeSeconds) {
+    ConnectAt(47.0);
+    for (const char* verb : {"RAW,UnparkMount,4", "RAW,InitMount,Unpark=4"}) {
+        telescope->CommandBlind("Mn", false);
+        EXPECT_EQ(WithoutTimes(MotionDuring([&] { telescope->CommandString(verb, true); })).find("CM"),
+                  std::string::npos)
+            << verb;
+        machine.AdvanceTime(4'000);
+    }
+    EXPECT_EQ(TimesLogged("Unpark Mount, 4: the mount moves, so no position is given to it"), 2);
+    EXPECT_TRUE(Unpark(",4").ends_with("CM U"));
+}
+
+TEST_F(UnparkingTest, AMoveAheadOfAPark_IsStopped_AndNoPositionIsGivenAtOnce) {
+    ConnectAt(47.0, {{"cbxParkTo", "2"}});
+    driver->motion.ParkMoveBegins();
+    driver->state.g_bSlewingEast = true;
+    telescope->CommandBlind("Me", false);
+    EXPECT_EQ(Unpark(",4").find("CM"), std::string::npos);
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
+TEST_F(UnparkingTest, AxesOfAllClients_EndWithIt) {
+    ConnectAt(47.0);
+    telescope->Tracking(false);
+    telescope->MoveAxis(0, 1.0);
+    Unpark(",0");
+    EXPECT_EQ(mount->Picture().tracking, '2');
+    EXPECT_FALSE(driver->axisMotions.AnyStillRuns());
+    EXPECT_FALSE(driver->state.g_bAxisMotionBegun);
+    EXPECT_EQ(MotionDuring([&] { telescope->StopOwnAxes("The client has gone: its axes are stopped"); }), "");
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
+TEST_F(UnparkingTest, WithoutALine_TheMountStaysParked) {
+    ConnectAt(47.0);
+    ExpectSwallow("*");
+    Park();
+    driver->state.g_bTracking = false;
+    driver->state.g_bLostComms = true;
+    EXPECT_EQ(Unpark(",0"), "");
+    telescope->Unpark();
+    EXPECT_TRUE(driver->state.g_bParked);
+    EXPECT_FALSE(driver->state.g_bTracking);
+    EXPECT_EQ(Label(), "Parked");
+    EXPECT_FALSE(Logged("Unpark Complete"));
+}
+
 TEST_F(UnparkingTest, AParkUnderWay_IsCancelled) {
     ConnectAt(47.0, {{"cbxParkTo", "2"}});
     telescope->Park();
@@ -512,6 +560,11 @@ TEST_F(UnparkingTest, LongFormat_IsEnsured) {
     EXPECT_EQ(SentDuring([&] { EXPECT_TRUE(internal.EnsureLongFormat(true)); }), "GR GR");
     EXPECT_EQ(SentDuring([&] { EXPECT_FALSE(internal.EnsureLongFormat(false)); }), "GR U GR");
     EXPECT_EQ(SentDuring([&] { EXPECT_TRUE(internal.EnsureLongFormat(true)); }), "GR U GR");
+    mount->SetLineDead(true);
+    ExpectSwallow("*");
+    internal.MaxSerialRetries(0);
+    EXPECT_EQ(SentDuring([&] { EXPECT_FALSE(internal.EnsureLongFormat(true)); }).find('U'), std::string::npos)
+        << "silence says nothing about the format";
 }
 
 TEST_F(UnparkingTest, FormatOfTheReplies_IsLongAgainSoonAfterwards) {
