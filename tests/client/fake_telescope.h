@@ -1,0 +1,151 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/client.h"
+#include "client/fake_alpaca_server.h"
+
+namespace kestrane::client {
+
+using Answer = FakeAlpacaServer::Answer;
+using Request = FakeAlpacaServer::Request;
+
+/// A telescope that is connected, stands at 0 h / 90 degrees and takes four looks to arrive at a target.
+class FakeTelescope {
+public:
+    Answer operator()(const Request& request) {
+        const std::string path = request.target.substr(0, request.target.find('?'));
+        const std::string prefix = isFocuser ? "/api/v1/focuser/0/" : "/api/v1/telescope/0/";
+        if (!path.starts_with(prefix)) {
+            return {FakeAlpacaServer::Http("no such device", "400 Bad Request"), false};
+        }
+        const std::string member = path.substr(prefix.size());
+        return request.verb == "GET" ? Get(member) : Put(member, request.body);
+    }
+
+    bool isFocuser = false;
+    bool isConnected = true;
+    std::atomic<int> looksLeft = 0;
+    double reachesDec = 10.0;
+    int looks = 4;                                     ///< that a slew takes
+    std::function<double(int looksLeft)> wayDec = {};  ///< declination on the way; empty: where it started
+    bool hasMount = true;
+    bool slews = true;                  ///< else it takes a slew and stands
+    bool parks = true;                  ///< else it takes a park and stands in the end
+    bool answersTexts = true;           ///< else it hangs up
+    std::string driverReply = "reply";  ///< to a text
+    Answer slewAnswer = FakeAlpacaServer::Done();
+
+private:
+    Answer Get(const std::string& member) {
+        if (member == "connected") {
+            return FakeAlpacaServer::Value(isConnected ? "true" : "false");
+        }
+        if (!isConnected) {
+            return FakeAlpacaServer::Error(0x404, "not connected");
+        }
+        if (member == "slewing") {
+            return FakeAlpacaServer::Value(looksLeft-- > 0 ? "true" : "false");
+        }
+        if (member == "rightascension") {
+            return FakeAlpacaServer::Value(isThere_ ? "5.5" : "0.0");
+        }
+        if (member == "declination") {
+            const double onTheWay = isThere_ && wayDec ? wayDec(looksLeft) : 90.0;
+            return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : onTheWay));
+        }
+        if (member == "atpark") {
+            return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
+        }
+        if (member == "tracking") {
+            return FakeAlpacaServer::Value(tracks_ ? "true" : "false");
+        }
+        if (member == "ispulseguiding" || member == "ismoving") {
+            return FakeAlpacaServer::Value(looksLeft-- > 0 ? "true" : "false");
+        }
+        if (member == "sitelatitude") {
+            return FakeAlpacaServer::Value("47");
+        }
+        if (member == "siderealtime") {
+            return FakeAlpacaServer::Value("18.6");
+        }
+        if (member == "driverinfo") {
+            return FakeAlpacaServer::Value(R"("one\r\ntwo")");
+        }
+        if (member == "equatorialsystem") {
+            return FakeAlpacaServer::Value("2");
+        }
+        return FakeAlpacaServer::Error(0x400, member + " is not implemented");
+    }
+
+    Answer Put(const std::string& member, const std::string& body) {
+        if (member == "connected") {
+            if (!hasMount && body.starts_with("Connected=True")) {
+                return FakeAlpacaServer::Error(0x402, "No mount.");
+            }
+            isConnected = body.starts_with("Connected=True");
+        } else if (member == "slewtocoordinatesasync") {
+            isThere_ = slews;
+            looksLeft = slews ? looks : 0;
+            return slewAnswer;
+        } else if (member == "park") {
+            isParked_ = parks;
+            looksLeft = looks;
+        } else if (member == "tracking") {
+            tracks_ = body.starts_with("Tracking=True");
+        } else if (member == "pulseguide" || member == "move") {
+            looksLeft = looks;
+        } else if (member == "commandstring" && !answersTexts) {
+            return {"", true};
+        } else if (member == "commandstring") {
+            return FakeAlpacaServer::Value("\"" + driverReply + "\"");
+        }
+        return FakeAlpacaServer::Done();
+    }
+
+    bool isThere_ = false;
+    bool isParked_ = false;
+    bool tracks_ = false;
+};
+
+struct Outcome {
+    ExitCode code;
+    std::string out;
+    std::string notes;
+};
+
+/// The program on a time of its own that only its waits move.
+inline Outcome RunHere(std::vector<std::string> words, double interruptedAfter = 1e9) {
+    std::ostringstream out;
+    std::ostringstream notes;
+    double now = 946728000.0;
+    const double end = now + interruptedAfter;
+    const ExitCode code =
+        RunClient(words, {out, notes, false, [&] { return now; }, [&](double seconds) { now += seconds; }, [] {},
+                          [&] { return now >= end; }});
+    return {code, out.str(), notes.str()};
+}
+
+inline Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words, double interruptedAfter = 1e9) {
+    words.push_back("--port");
+    words.push_back(std::to_string(server.Port()));
+    return RunHere(std::move(words), interruptedAfter);
+}
+
+/// Verb and member of each request, in order.
+inline std::vector<std::string> Calls(FakeAlpacaServer& server) {
+    std::vector<std::string> calls;
+    for (const Request& request : server.Requests()) {
+        const std::string path = request.target.substr(0, request.target.find('?'));
+        calls.push_back(request.verb + " " + path.substr(path.rfind('/') + 1));
+    }
+    return calls;
+}
+
+}  // namespace kestrane::client
