@@ -11,7 +11,7 @@
 # The files written here name the sources by their path under src/ or tests/, so that ccache recognises them in another
 # clone.
 
-set(KESTRANE_FILES_OF_A_UNIT 6)
+set(KESTRANE_FILES_OF_A_UNIT 12)
 
 # kestrane_unite(FOLDER): the libraries and the test programs; call it when all targets below the folder exist.
 function(kestrane_unite folder)

@@ -80,10 +80,12 @@ namespace kestrane {
 // line) or by a stop. A park is cancelled by `Stopped`, like a slew.
 //
 // Not in the table, with writers of their own: whether the mount tracks and at which rates (`g_bTracking` and the
-// rates), where the second leg goes (`g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of settling and supervision
-// (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the ticks of the last goto and of the last stop of a motion
-// (`g_tickLastGoto`, `g_tickMotionStopped`), the distances to the target, `g_bRestoreRatePending`. The rates of each
-// object's axes are its own (`AxisMotion`).
+// rates), where the legs go (`g_dFirstLegRa`, `g_dFirstLegDec`, `g_dSafeSlewRa`, `g_dSafeSlewDec`), the ticks of
+// settling and supervision (`g_tickSettleEnd`, `g_tickLastSlewCheck`), the last goto, with the state of the line then
+// (`g_tickLastGoto`, `g_nSilencesAtGoto`, `g_nLinkLossesAtGoto`), the last stop of a motion (`g_bMotionStopped`,
+// `g_tickMotionStopped`), the position of a park and the move ahead of it (`g_nParkIndex`, `g_nParkStarted`,
+// `g_bSlewingEast`, `g_bLeavingCwUp`), the distances to the target, `g_bRestoreRatePending`. The rates of each object's
+// axes are its own (`AxisMotion`), as is whether their end was heard (`AxisMotions`).
 
 class MotionPermit;
 

@@ -71,14 +71,14 @@ TEST(NumberTextsTest, FormatUs_KeepsTheTextAroundItsPlaces) {
     EXPECT_EQ(FormatUs(0.5, "0%"), "1%");
 }
 
-struct AngleRow {
+struct AngleTextRow {
     const char* text;
     bool good;
     double value;
 };
 
 TEST(NumberTextsTest, ParseProtocolHours_AtTheEdges) {
-    const std::vector<AngleRow> rows{
+    const std::vector<AngleTextRow> rows{
         {"--5:30:00", true, 4.5},
         {"+-5:00:00", true, -5.0},
         {"-+5:00:00", true, -5.0},
@@ -89,7 +89,7 @@ TEST(NumberTextsTest, ParseProtocolHours_AtTheEdges) {
         {"-12:60:00", false, 12.0},
         {"12:30:59.9x", false, 12.5},
     };
-    for (const AngleRow& row : rows) {
+    for (const AngleTextRow& row : rows) {
         KeptLog kept;
         double hours = 99.0;
         EXPECT_EQ(ParseProtocolHours(row.text, hours, kept.log), row.good) << row.text;
@@ -105,7 +105,7 @@ TEST(NumberTextsTest, ParseProtocolHours_LogsTheTextWithItsBlanks) {
 }
 
 TEST(NumberTextsTest, ParseProtocolDegrees_AtTheEdges) {
-    const std::vector<AngleRow> rows{
+    const std::vector<AngleTextRow> rows{
         {"--45*30:00", true, 44.5},
         {"+-45*00:00", true, -45.0},
         {"45*59:00", true, 45.0 + 59.0 / 60.0},
@@ -117,7 +117,7 @@ TEST(NumberTextsTest, ParseProtocolDegrees_AtTheEdges) {
         {"-45*60:00", false, 45.0},
         {"-x*30:00", false, 0.0},
     };
-    for (const AngleRow& row : rows) {
+    for (const AngleTextRow& row : rows) {
         KeptLog kept;
         double degrees = 99.0;
         EXPECT_EQ(ParseProtocolDegrees(row.text, degrees, kept.log), row.good) << row.text;
