@@ -38,6 +38,13 @@ struct PollLoopNeeds {
     std::function<void(std::int16_t rate)> restoreTrackingRate;
 };
 
+/// Where a park is to end that the driver leads there.
+struct ParkGoal {
+    bool isRaDec = true;
+    double around = 0.0;  ///< right ascension in hours, else azimuth in degrees
+    double up = 0.0;      ///< declination, else altitude; degrees
+};
+
 /// Keeps the picture of the mount current and supervises slews, on the poll timer of the hand box. At most one query of
 /// a position or time runs on a tick, so that a tick is short and the window stays live. Nothing here raises into the
 /// timer.
@@ -55,8 +62,13 @@ public:
     /// that but its status text, or that it has moved and stands, or that it stood there all along. Degrees.
     void MarkPark(double altitude, double azimuth);
     bool ParkIsMarked() const { return markedPark_.has_value(); }
-    /// A park begins whose target the driver knows.
-    void UnmarkPark() { markedPark_.reset(); }
+    /// A park begins: what was known of an earlier one is forgotten. Returns its number.
+    std::uint32_t BeginPark();
+    /// Of the last park that has begun; wraps.
+    std::uint32_t ParkNumber() const { return parkNumber_; }
+    /// The park that has begun ends there, whatever targets are written meanwhile: the first of two legs has a target
+    /// of its own, and so have other clients.
+    void ExpectParkAt(const ParkGoal& goal) { parkGoal_ = goal; }
     /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May
     /// ask the mount where it stands.
     std::string_view WhyNoSecondLeg();
@@ -106,8 +118,8 @@ private:
     void FinishPark(std::string_view text);
     void HandParkOver();
     bool JudgedLater();
+    bool StandsAtGoal(const ParkGoal& goal) const;
     void CheckParkArrival();
-    void ArriveAt(std::string_view text, bool arrived);
     void WatchMarkedPark();
     void CheckMarkedPark();
     double DegreesFrom(double altitude, double azimuth) const;
@@ -138,6 +150,8 @@ private:
         bool beginsAnew = false;  ///< the next reading is the start
     };
     std::optional<MarkedPark> markedPark_;
+    std::optional<ParkGoal> parkGoal_;  ///< of a park that is not marked
+    std::uint32_t parkNumber_ = 0;
     CoordinateReads lastReads_;  ///< at the last supervision pass
     bool positionIsNew_ = true;  ///< both coordinates of the distance were read since the pass before
     /// The side that is asked for at the end of a slew went unanswered, and so did all since then.

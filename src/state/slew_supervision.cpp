@@ -377,25 +377,38 @@ void PollLoop::CheckParkArrival() {
     driver_.log.LogMessage(kSlewComplete, LogLevel::Info, "Parking operation in progress");
     if (markedPark_) {
         CheckMarkedPark();
-    } else if (state_.g_bTargetRaSet && state_.g_bTargetDecSet) {
-        needs_.queries.QueryRa();
-        needs_.queries.QueryDec();
-        const double raDistance = std::abs(NormalizeHourAngle(state_.g_dTargetRa - state_.g_dRa));
-        ArriveAt("Completed move to parked position(2)",
-                 raDistance < kParkRaHours && std::abs(state_.g_dTargetDec - state_.g_dDec) < kParkDecDegrees);
-    } else if (state_.g_bTargetAltSet && state_.g_bTargetAzSet) {
-        needs_.queries.QueryAlt();
-        needs_.queries.QueryAz();
-        const double azDistance = std::abs(NormalizeDegrees180(state_.g_dTargetAz - state_.g_dAz));
-        ArriveAt("Completed move to parked position(3)",
-                 std::abs(state_.g_dTargetAlt - state_.g_dAlt) < kParkAltAzDegrees && azDistance < kParkAltAzDegrees);
+        return;
+    }
+    if (!parkGoal_) {
+        return;
+    }
+    const ParkGoal goal = *parkGoal_;
+    goal.isRaDec ? needs_.queries.QueryRa() : needs_.queries.QueryAlt();
+    goal.isRaDec ? needs_.queries.QueryDec() : needs_.queries.QueryAz();
+    if (JudgedLater()) {
+        return;
+    }
+    if (StandsAtGoal(goal)) {
+        FinishPark(goal.isRaDec ? "Completed move to parked position(2)" : "Completed move to parked position(3)");
+    } else {
+        driver_.log.LogMessage(kSlewComplete, LogLevel::Warning,
+                               "The mount has stopped away from its park position: the park is not finished");
     }
 }
 
-void PollLoop::ArriveAt(std::string_view text, bool arrived) {
-    if (!JudgedLater() && arrived) {
-        FinishPark(text);
+bool PollLoop::StandsAtGoal(const ParkGoal& goal) const {
+    if (goal.isRaDec) {
+        return std::abs(NormalizeHourAngle(goal.around - state_.g_dRa)) < kParkRaHours &&
+               std::abs(goal.up - state_.g_dDec) < kParkDecDegrees;
     }
+    return std::abs(NormalizeDegrees180(goal.around - state_.g_dAz)) < kParkAltAzDegrees &&
+           std::abs(goal.up - state_.g_dAlt) < kParkAltAzDegrees;
+}
+
+std::uint32_t PollLoop::BeginPark() {
+    markedPark_.reset();
+    parkGoal_.reset();
+    return ++parkNumber_;
 }
 
 void PollLoop::MarkPark(double altitude, double azimuth) {

@@ -108,9 +108,7 @@ TEST_F(PollLoopTest, SilenceAtTheEndOfASlew_PutsOffWhatFollowsToTheNextStep) {
 }
 
 TEST_F(PollLoopTest, ParkThatEndsOnASilence_IsJudgedByAPositionReadAfterIt) {
-    state.g_bTargetRaSet = state.g_bTargetDecSet = true;
-    state.g_dTargetRa = 3.0;
-    state.g_dTargetDec = 40.0;
+    poll.ExpectParkAt({true, 3.0, 40.0});
     motion.ParkBegins();
     mount.replies["GOS"] = "020S0020000001";
     Steps(1);

@@ -498,7 +498,7 @@ TEST_F(SupervisionTest, ParkedMount_FinishesThePark_AndRestoresNoRate) {
 struct ParkRow {
     std::string name;
     bool raDec;
-    double atRaOrAlt, atDecOrAz;  ///< the target is RA 23.9, Dec -10, or Alt 30, Az 359.5
+    double atRaOrAlt, atDecOrAz;  ///< the park ends at RA 23.9, Dec -10, or Alt 30, Az 359.5
     bool arrived;
 };
 
@@ -510,12 +510,11 @@ TEST_P(ParkArrivalTest, Park_EndsWithinItsTolerance_AndStaysUnderWayOutsideIt) {
     motion.ParkBegins();
     motion.SlewCompleteDue();
     state.g_bRestoreRatePending = true;
-    state.g_bTargetRaSet = state.g_bTargetDecSet = row.raDec;
-    state.g_bTargetAltSet = state.g_bTargetAzSet = true;
-    state.g_dTargetRa = 23.9;
-    state.g_dTargetDec = -10.0;
-    state.g_dTargetAlt = 30.0;
-    state.g_dTargetAz = 359.5;
+    poll.ExpectParkAt(row.raDec ? ParkGoal{true, 23.9, -10.0} : ParkGoal{false, 359.5, 30.0});
+    // Of another client, which has written it meanwhile.
+    state.g_bTargetRaSet = state.g_bTargetDecSet = true;
+    state.g_dTargetRa = row.atRaOrAlt;
+    state.g_dTargetDec = row.atDecOrAz;
     if (row.raDec) {
         Point(row.atRaOrAlt, row.atDecOrAz);
     } else {
@@ -528,6 +527,8 @@ TEST_P(ParkArrivalTest, Park_EndsWithinItsTolerance_AndStaysUnderWayOutsideIt) {
     EXPECT_EQ(Logged(std::string("SLEW COMPLETE|0|Completed move to parked position") + (row.raDec ? "(2)" : "(3)")),
               row.arrived);
     EXPECT_EQ(state.g_bParking, !row.arrived);
+    EXPECT_EQ(Logged("SLEW COMPLETE|1|The mount has stopped away from its park position: the park is not finished"),
+              !row.arrived);
     EXPECT_TRUE(panel.calls.empty());
 }
 
@@ -542,12 +543,12 @@ INSTANTIATE_TEST_SUITE_P(Rows, ParkArrivalTest,
                                          ParkRow{"AltADegreeOff", false, 31.0, 359.5, false}),
                          [](const auto& row) { return row.param.name; });
 
-TEST_F(SupervisionTest, ParkWithHalfOfATarget_StaysUnderWay) {
+TEST_F(SupervisionTest, ParkWithoutAGoal_StaysUnderWay) {
+    poll.ExpectParkAt({true, state.g_dRa, state.g_dDec});
+    poll.BeginPark();
     motion.SlewEnds();
     motion.ParkBegins();
     motion.SlewCompleteDue();
-    state.g_bTargetDecSet = false;
-    state.g_bTargetAltSet = true;
     poll.CheckSlewComplete();
     EXPECT_TRUE(state.g_bParking);
     EXPECT_EQ(mount.sent, std::vector<std::string>{"pS"});
@@ -557,6 +558,7 @@ TEST_F(SupervisionTest, SilentParkCheck_LeavesTheParkUnderWay) {
     motion.SlewEnds();
     motion.ParkBegins();
     motion.SlewCompleteDue();
+    poll.ExpectParkAt({true, state.g_dTargetRa, state.g_dTargetDec});
     state.g_dRa = 12.0;
     mount.replies["GR"] = mount.replies["GD"] = "";
     poll.CheckSlewComplete();

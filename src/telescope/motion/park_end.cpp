@@ -58,9 +58,11 @@ void ParkEnd::StartSecondLeg() {
 ParkEnd::Leg ParkEnd::SendSecondLeg() {
     ResumeNext errors{driver_.ledger, "HandleParkComplete"};
     const CounterweightUpPlace place = ReadCounterweightUpPlace(driver_);
+    const double rightAscension = CounterweightUpSecondRa(place.hourAngle, state_.g_dLst);
     const bool targetIsSet = errors.Step([&] {
         telescope_.TargetDeclination(place.declination);
-        telescope_.TargetRightAscension(CounterweightUpSecondRa(place.hourAngle, state_.g_dLst));
+        telescope_.TargetRightAscension(rightAscension);
+        needs_.poll.ExpectParkAt({true, rightAscension, place.declination});
     });
     // Without its delay the mount would go there from the other side, with the counterweight swinging round.
     if (!targetIsSet || !telescope_.SetTimeOffset(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {

@@ -71,6 +71,7 @@ ParkGoto::Way ParkGoto::SetTarget(std::int16_t index) {
 void ParkGoto::SetAltAz(const HorizonPlace& place) {
     telescope_.TargetAltitude(place.altitude);
     telescope_.TargetAzimuth(place.azimuth);
+    needs_.poll.ExpectParkAt({false, place.azimuth, place.altitude});
 }
 
 void ParkGoto::SetRaDec(const HorizonPlace& place, double siderealTime) {
@@ -79,8 +80,13 @@ void ParkGoto::SetRaDec(const HorizonPlace& place, double siderealTime) {
     if (!AltAzToHaDec(latitude_, place.altitude, place.azimuth, hourAngle, declination)) {
         throw DriverError(ErrorNumber::OutOfRange);
     }
+    SetTargetRaDec(NormalizeHours(siderealTime - hourAngle), declination);
+}
+
+void ParkGoto::SetTargetRaDec(double rightAscension, double declination) {
     telescope_.TargetDeclination(declination);
-    telescope_.TargetRightAscension(NormalizeHours(siderealTime - hourAngle));
+    telescope_.TargetRightAscension(rightAscension);
+    needs_.poll.ExpectParkAt({true, rightAscension, declination});
 }
 
 /// Rounded as in a text for the mount.
@@ -95,8 +101,7 @@ void ParkGoto::SetFirstLeg() {
         const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "1");
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Disabling QUAY Safe Slewing for CW Up Park = " + reply);
     }
-    telescope_.TargetDeclination(place.declination);
-    telescope_.TargetRightAscension(CounterweightUpFirstRa(place.hourAngle, state_.g_dLst));
+    SetTargetRaDec(CounterweightUpFirstRa(place.hourAngle, state_.g_dLst), place.declination);
 }
 
 }  // namespace kestrane

@@ -29,6 +29,7 @@ private:
 
     Way SetTarget(std::int16_t index);
     void SetRaDec(const HorizonPlace& place, double siderealTime);
+    void SetTargetRaDec(double rightAscension, double declination);
     void SetAltAz(const HorizonPlace& place);
     void SetFirstLeg();
     HorizonPlace UserPlace();

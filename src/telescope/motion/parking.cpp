@@ -136,7 +136,7 @@ void ParkSteps::Prepare(Sequence& mount) {
         state_.g_bSavedTracking = telescope_.Tracking();
     }
     needs_.motion.ParkTakesOver();
-    needs_.poll.UnmarkPark();
+    needs_.poll.BeginPark();
     telescope_.Tracking(false);
     state_.g_bTracking = false;
     needs_.queries.QueryGos();

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -207,6 +208,18 @@ TEST_F(ParkTakenTest, AnotherParkTakesItsPlace_AndKnowsTheTrackingFromBefore) {
     EXPECT_TRUE(driver->state.g_bSavedTracking);
     ExpectParked();
     ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
+TEST_F(ParkTakenTest, TargetsThatAnotherClientWrites_DoNotMatter) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}, {"chkConvertAltAzToRaDec", "1"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    Telescope& other = OtherClient();
+    other.Connected(true);
+    other.TargetRightAscension(3.0);
+    other.TargetDeclination(50.0);
+    ExpectParked();
 }
 
 TEST_F(ParkTakenTest, ASlewUnderWay_EndsForAPark) {

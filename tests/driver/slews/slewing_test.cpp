@@ -258,6 +258,7 @@ TEST_P(TwoLegTest, SecondLegOfAPark_GoesOutWithTrackingOff) {
     ASSERT_TRUE(driver->state.g_bSafeSlewPending);
     mount->Add(std::make_unique<ReportsNoTracking>());
     driver->motion.ParkBegins();
+    driver->poll.ExpectParkAt({true, targetRa, kTargetDec});
     driver->state.g_bTracking = false;
     EXPECT_TRUE(WaitForEnd());
     EXPECT_FALSE(driver->state.g_bTracking);
