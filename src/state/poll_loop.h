@@ -108,7 +108,7 @@ private:
     double TargetDistance();
     bool NotePosition();
     double Threshold() const;
-    void StartSecondLeg();
+    bool StartSecondLeg();
     bool MayStartSecondLeg() const;
     bool SecondLegFollows();
     bool LinkWasLostInLeg() const;

@@ -101,8 +101,9 @@ bool PollLoop::CheckByStatus() {
     }
     if (state_.g_bSlewing && !state_.g_bMountSlewing) {
         if (SecondLegFollows()) {
-            StartSecondLeg();
-            needs_.motion.SecondLegWatchedByStatus();
+            if (StartSecondLeg()) {
+                needs_.motion.SecondLegWatchedByStatus();
+            }
         } else {
             needs_.queries.QueryRa();
             needs_.queries.QueryDec();
@@ -121,13 +122,15 @@ bool PollLoop::CheckByDistance() {
     if (driver_.clock.GetTickCount() - state_.g_tickLastSlewCheck < kSupervisionIntervalMs) {
         return true;
     }
+    const bool parks = state_.g_bParking;
     if (state_.g_bAbortSlew || ParkAborted()) {
         needs_.motion.SlewEnds();
     } else {
         DistancePass();
     }
     state_.g_tickLastSlewCheck = driver_.clock.GetTickCount();
-    if (!state_.g_bSlewing) {
+    const bool parkHasFailed = parks && !state_.g_bParking;
+    if (!state_.g_bSlewing && !parkHasFailed) {
         BeepUnlessParking();
         ReadEndOfSlew();
     }
@@ -159,9 +162,10 @@ void PollLoop::DistancePass() {
         return;  // the mount is not heard yet, or not to stand
     }
     if (SecondLegFollows()) {
-        StartSecondLeg();
-        PushSettleEnd();
-        needs_.motion.SecondLegWatchedByDistance();
+        if (StartSecondLeg()) {
+            PushSettleEnd();
+            needs_.motion.SecondLegWatchedByDistance();
+        }
     } else if (still && driver_.clock.GetTickCount() - state_.g_tickSettleEnd > 0) {
         BeepUnlessParking();  // intentional: once more when the pass has ended
         if (positionIsNew_) {
@@ -276,7 +280,9 @@ std::string_view PollLoop::WhyNoSecondLeg() {
     return {};
 }
 
-void PollLoop::StartSecondLeg() {
+/// False when that was the end of a park, and nothing is left to be watched.
+bool PollLoop::StartSecondLeg() {
+    const bool parks = state_.g_bParking;
     const double rightAscension = state_.g_dSafeSlewRa;
     const double declination = state_.g_dSafeSlewDec;
     driver_.log.LogMessage("SafeSlew", LogLevel::Info,
@@ -290,6 +296,7 @@ void PollLoop::StartSecondLeg() {
             telescope->StartSecondLeg(rightAscension, declination);
         }
     });
+    return !parks || state_.g_bParking;
 }
 
 void PollLoop::PushSettleEnd() {

@@ -18,6 +18,8 @@ CounterweightUpPlace ReadCounterweightUpPlace(Essentials driver);
 inline constexpr std::string_view kNoDelayForCounterweightUp =
     "No park with the counterweight up at this hour angle: the mount takes meridian delays up to 6 hours";
 
+inline constexpr std::string_view kParkGotoRefused = "The mount does not go to its park position";
+
 /// How a park under way ends.
 class ParkEnd : TelescopeSteps {
 public:

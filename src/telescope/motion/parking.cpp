@@ -181,7 +181,7 @@ bool ParkSteps::GoByDriver(std::int16_t index) {
     bool accepted = false;
     const bool goesOn = UntilAborted([&](Sequence&) { accepted = ParkGoto(telescope_, Latitude()).Send(index); });
     if (goesOn && !accepted) {
-        ParkEnd(telescope_).Fail("The mount does not go to its park position");
+        ParkEnd(telescope_).Fail(kParkGotoRefused);
     }
     return goesOn;
 }

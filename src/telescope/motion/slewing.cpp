@@ -2,6 +2,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/park_end.h"
 #include "telescope/motion/slew_wait.h"
 #include "telescope/position_words.h"
 #include "telescope/telescope.h"
@@ -250,14 +251,21 @@ void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, 
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {
-    if (state_.g_bParking) {
-        // Tracking is off during a park; the check that clients must pass would refuse the leg.
+    if (!state_.g_bParking) {
+        SlewToCoordinatesAsync(rightAscension, declination, SlewAsker::SecondLeg);
+        return;
+    }
+    ResumeNext errors{driver_.ledger, "ParkMount"};
+    // Tracking is off during a park; the check that clients must pass would refuse the leg.
+    const bool sent = errors.Step([&] {
         TargetRightAscension(rightAscension);
         TargetDeclination(declination);
         SendSlewCommands();
-        return;
+    });
+    if (!sent) {
+        needs_.motion.SlewRefused();  // also where it could not be asked
+        ParkEnd(*this).Fail(kParkGotoRefused);
     }
-    SlewToCoordinatesAsync(rightAscension, declination, SlewAsker::SecondLeg);
 }
 
 bool Telescope::Slewing() {

@@ -53,6 +53,17 @@ TEST_P(SafeSlewParkTest, WithoutItsSecondLeg_TheParkIsNotFinished) {
     ExpectCancelled();
 }
 
+TEST_P(SafeSlewParkTest, ARefusedSecondLeg_EndsThePark_WithoutTracking) {
+    StartPark();
+    ExpectSwallow("ParkMount");
+    mount->Add(std::make_unique<AnswersWith>("MS", "1"));
+    ExpectCancelled(false);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_TRUE(Logged("The mount refused the slew: reply 1"));
+    EXPECT_TRUE(Logged("The mount does not go to its park position"));
+    EXPECT_TRUE(Logged("Park canceled..."));
+}
+
 INSTANTIATE_TEST_SUITE_P(Families, SafeSlewParkTest, testing::Values("S", "D"),
                          [](const auto& row) { return row.param; });
 
