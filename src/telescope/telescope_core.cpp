@@ -4,6 +4,7 @@
 #include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/motion/park_geometry.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -162,6 +163,11 @@ void TelescopeCore::TakeMountFromPark() {
     needs_.panel.SetParkStatus("Park Canceled", "TakeMountFromPark");
     driver_.persist.Write(setting::ParkStatus, "UnParked");
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Park canceled...");
+    if (state_.g_nParkIndex == park_index::InSecondLeg && state_.g_dMeridianDelay != 0.0) {
+        driver_.log.LogMessage("Telescope", LogLevel::Warning,
+                               "The mount keeps the meridian delay that the park has given it: " +
+                                   PlainNumber(state_.g_dMeridianDelay) + " hours. The next park or unpark clears it");
+    }
     if (parkMoves) {
         needs_.motion.ParkMoveEnds();
     }

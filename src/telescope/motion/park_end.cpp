@@ -46,7 +46,7 @@ void ParkEnd::ReleaseCompanion() {
 
 /// The index tells that this leg has begun: its end is the end of the park.
 void ParkEnd::StartSecondLeg() {
-    state_.g_nParkIndex = -1;
+    state_.g_nParkIndex = park_index::InSecondLeg;
     Leg leg = Leg::Refused;
     if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {
         Cancel();
@@ -80,6 +80,7 @@ bool Telescope::SetTimeOffset(double hours) {
     }
     needs_.panel.SetMeridianDelayUI(hours);
     state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
+    state_.g_bDelayTaken = false;         // that of the last time must not pass for this one
     SyncMountTime();
     state_.g_tickLastTime = driver_.clock.GetTickCount() - kTimeAskedAgainMs;
     return state_.g_bDelayTaken;
@@ -111,10 +112,15 @@ void ParkEnd::Finish() {
 void ParkEnd::Cancel() {
     needs_.motion.ParkEnds();  // first: a write of the tracking would take the mount from it
     ShowCancelled();
-    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
-    errors.Step([&] { telescope_.Tracking(state_.g_bSavedTracking); });
+    Restore();
     driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park canceled...");
     needs_.sounds.Beep();
+}
+
+void ParkEnd::Restore() {
+    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
+    errors.Step([&] { telescope_.Tracking(state_.g_bSavedTracking); });
+    errors.Step([&] { TakeBackDelay(); });
 }
 
 void ParkEnd::Fail(std::string_view reason) {
@@ -123,8 +129,21 @@ void ParkEnd::Fail(std::string_view reason) {
     ShowCancelled();
     ResumeNext errors{driver_.ledger, "HandleParkComplete"};
     errors.Step([&] { telescope_.Tracking(false); });
+    errors.Step([&] { TakeBackDelay(); });
     driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park canceled...");
     needs_.sounds.Beep();
+}
+
+/// The delay of a second leg has no use but at the end of that. Left in the mount, it would send every later goto near
+/// the meridian to the wrong side. Around midnight it stays there for now; but the driver has 0, which goes out with
+/// the next time.
+void ParkEnd::TakeBackDelay() {
+    if (state_.g_nParkIndex != park_index::InSecondLeg || state_.g_dMeridianDelay == 0.0) {
+        return;
+    }
+    needs_.panel.SetMeridianDelayUI(0.0);
+    state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
+    telescope_.SyncMountTime();
 }
 
 void ParkEnd::ShowCancelled() {

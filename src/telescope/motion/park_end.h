@@ -34,12 +34,15 @@ public:
     /// The mount does not go where the park should end: it is left without tracking, so that it stands.
     void Fail(std::string_view reason);
     void ReleaseCompanion();
+    /// After the end of a park that came to nothing: puts back the tracking from before, and takes a delay back.
+    void Restore();
 
 private:
     enum class Leg { Taken, Refused };
 
     Leg SendSecondLeg();
     void ShowCancelled();
+    void TakeBackDelay();
 };
 
 }  // namespace kestrane

@@ -16,6 +16,7 @@ enum : std::int16_t {
     LastFixed = 5,
     User = 6,
     DontUnpark = 7,
+    InSecondLeg = -1,  ///< in the place of the index of a park whose second leg has begun
 };
 }  // namespace park_index
 

@@ -32,7 +32,7 @@ public:
         : TelescopeSteps(telescope), stops_(needs_.door.Stops()), isAnotherTry_(state_.g_bParking) {}
 
     bool MayBegin(std::int16_t& index);
-    void NoteTracking();
+    void NoteStart(std::int16_t index);
     void Run(std::int16_t index);
 
 private:
@@ -81,7 +81,7 @@ void Telescope::ParkMount(std::int16_t index) {
     state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Park started...");
     needs_.motion.ParkAskedFor();
-    steps.NoteTracking();
+    steps.NoteStart(index);
     if (!CheckSlewEast()) {
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Park aborted in Slew East operation");
         return;
@@ -105,10 +105,12 @@ bool ParkSteps::MayBegin(std::int16_t& index) {
     return exists;
 }
 
-/// The mount does not track during a park: another try must not take that for the state from before.
-void ParkSteps::NoteTracking() {
+/// The mount does not track during a park: another try must not take that for the state from before. It may also have
+/// a delay to take back.
+void ParkSteps::NoteStart(std::int16_t index) {
     if (!isAnotherTry_) {
         state_.g_bSavedTracking = state_.g_bTracking;
+        state_.g_nParkIndex = index;
     }
 }
 

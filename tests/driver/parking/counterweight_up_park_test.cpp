@@ -19,12 +19,23 @@ protected:
         frmAskCustomParkOK& form = driver->windows.askCustomParkOK;
         form.Attach(view_);
         const When shown(
-            machine.pump, [&] { return form.Visible(); }, [&] { form.btnOK.FireClick(); });
+            machine.pump, [&] { return form.Visible(); },
+            [&] {
+                whileAsked();
+                form.btnOK.FireClick();
+            });
         driver->handBox.btnSetPark.FireClick();
         form.Detach(view_);
         EXPECT_TRUE(shown.Happened());
         driver->persist.Write(setting::cbxParkTo, "6");
     }
+    /// Neither driver nor mount has a meridian delay.
+    void ExpectNoDelay() {
+        EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0);
+        EXPECT_EQ(mount->Picture().meridianDelay, 0.0);
+    }
+    std::function<void()> whileAsked = [] {};  ///< runs while the question of the button is open
+
     void GoElsewhere() {
         telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
         telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() + 1.0), 20.0);
@@ -100,6 +111,7 @@ TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
         ExpectCancelled(false);
         EXPECT_EQ(TimesSent("MS") - gotos, 1);
         EXPECT_TRUE(Logged("the second one could not be sent"));
+        ExpectNoDelay();
         EndTheDriver();
     }
 }
@@ -113,6 +125,7 @@ TEST_F(CounterweightUpParkTest, AroundMidnight_TheSecondLegNeverFollows) {
     machine.clock.SetLocalTime(DateTime{2024, 3, 5, 23, 58, 10, 0});
     ExpectCancelled(false);
     EXPECT_EQ(TimesSent("MS") - gotos, 1);
+    ExpectNoDelay();
 }
 
 TEST_F(CounterweightUpParkTest, AnHourAngleWithoutADelay_IsSaidAtOnce_AndNothingMoves) {
@@ -146,8 +159,45 @@ TEST_F(CounterweightUpParkTest, AnAbortInEitherLeg_EndsThePark) {
         ExpectCancelled();
         EXPECT_EQ(TimesSent("MS") - gotos, leg);
         EXPECT_TRUE(Logged("Park canceled..."));
+        ExpectNoDelay();
         EndTheDriver();
     }
+}
+
+TEST_F(CounterweightUpParkTest, ARefusedSecondLeg_LeavesNoDelay) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    ExpectSwallow("*");
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    ASSERT_EQ(TimesSent("MS") - gotos, 1);
+    mount->Add(std::make_unique<AnswersWith>("MS", "1"));
+    ExpectCancelled(false);
+    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    ExpectNoDelay();
+}
+
+TEST_F(CounterweightUpParkTest, WhoTakesTheMountInTheSecondLeg_IsToldOfTheDelay) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    ASSERT_TRUE(RunUntil([&] { return TimesSent("MS") - gotos == 2 && mount->Picture().slewing; }));
+    EXPECT_EQ(MotionDuring([&] { telescope->Tracking(true); }), "Q RT2");
+    EXPECT_TRUE(Logged("The mount keeps the meridian delay that the park has given it: -3"));
+    telescope->Park();
+    ASSERT_TRUE(driver->state.g_bParking);
+    EXPECT_EQ(mount->Picture().meridianDelay, 0.0);
+}
+
+TEST_F(CounterweightUpParkTest, ADelayThatCannotBeSent_IsNotTaken) {
+    ConnectUp({2.0, 40.0, true});
+    ExpectSwallow("*");
+    driver->state.g_bDelayTaken = true;  // the one of an earlier time
+    driver->state.g_bLostComms = true;
+    EXPECT_FALSE(driver->InternalInstance().SetTimeOffset(-3.0));
 }
 
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
