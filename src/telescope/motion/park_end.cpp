@@ -49,6 +49,7 @@ void ParkEnd::StartSecondLeg() {
     state_.g_nParkIndex = park_index::InSecondLeg;
     Leg leg = Leg::Refused;
     if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {
+        ReleaseCompanion();
         Cancel();
     } else if (leg == Leg::Refused) {
         Fail("The mount stays at the end of the first leg of its park: the second one could not be sent");
@@ -125,9 +126,10 @@ void ParkEnd::Restore() {
 
 void ParkEnd::Fail(std::string_view reason) {
     driver_.log.LogMessage(kParkEnd, LogLevel::Warning, reason);
+    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
+    errors.Step([&] { ReleaseCompanion(); });
     needs_.motion.ParkEnds();
     ShowCancelled();
-    ResumeNext errors{driver_.ledger, "HandleParkComplete"};
     errors.Step([&] { telescope_.Tracking(false); });
     errors.Step([&] { TakeBackDelay(); });
     driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park canceled...");

@@ -73,6 +73,55 @@ TEST_F(CompanionParkTest, AnAbort_EndsTheWait) {
     EXPECT_FALSE(telescope->AtPark());
 }
 
+/// A park with the counterweight up, which the driver leads: the companion must not slew in its own way meanwhile.
+class CompanionReleaseTest : public CompanionParkTest {
+protected:
+    StandingMount& ReadyUp() {
+        StandingMount& standing = Ready({{"cbxParkTo", "6"},
+                                         {"CounterWeightsUpPark", "1"},
+                                         {"CounterWeightsUpHourAngle", "2"},
+                                         {"CounterWeightsUpTimeOffset", "10"},
+                                         {"CounterWeightsUpParkIntermediateSlewDec", "40"}});
+        // Near the end of the first leg.
+        standing.Stand("04:06:00.0", "+40*00:00.0", "04:00:00", "West");
+        machine.AdvanceTime(10'000);
+        Tape().Clear();
+        return standing;
+    }
+    void ExpectReleased() {
+        const std::string sent = Tape().All();
+        const std::size_t forbidden = sent.rfind("*DISABLESAFESLEW,1");
+        const std::size_t allowed = sent.rfind("*DISABLESAFESLEW,0");
+        ASSERT_NE(forbidden, std::string::npos) << sent;
+        ASSERT_NE(allowed, std::string::npos) << sent;
+        EXPECT_LT(forbidden, allowed) << sent;
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(WasSent("KA"));
+    }
+};
+
+TEST_F(CompanionReleaseTest, AfterARefusedFirstLeg) {
+    ReadyUp().replies["MS"] = "1";
+    telescope->Park();
+    ExpectReleased();
+}
+
+TEST_F(CompanionReleaseTest, AfterAStopOnTheWayToTheSecondLeg) {
+    StandingMount& standing = ReadyUp();
+    bool stopped = false;
+    standing.onCommand = [&](const std::string& command) {
+        if (!stopped && driver->state.g_nParkIndex == -1 && command.find("GM") != std::string::npos) {
+            stopped = true;
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::Stop, [&] { driver->panel.AbortSlew(); });
+        }
+    };
+    telescope->Park();
+    machine.AdvanceTime(30'000);
+    EXPECT_TRUE(stopped);
+    ExpectReleased();
+    EXPECT_TRUE(Logged("Park canceled..."));
+}
+
 TEST_F(CompanionParkTest, AParkThatNeverEnds_ReturnsAfterFiveMinutes) {
     Ready({{"cbxParkTo", "2"}});
     const std::int64_t start = machine.clock.Elapsed();
