@@ -42,6 +42,8 @@ private:
     }
     bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
     void EndAborted();
+    /// Whether somebody has taken the mount from this park, or another park its place.
+    bool IsTaken() const { return !state_.g_bParking || needs_.poll.ParkNumber() != park_; }
 
     void Prepare(Sequence& mount);
     bool GoTo(std::int16_t index);
@@ -61,6 +63,7 @@ private:
     const std::uint32_t stops_;
     const bool isAnotherTry_;  ///< a park was under way already
     bool isAsync_ = false;
+    std::uint32_t park_ = 0;  ///< its number
 };
 
 }  // namespace
@@ -138,7 +141,7 @@ void ParkSteps::Prepare(Sequence& mount) {
         state_.g_bSavedTracking = telescope_.Tracking();
     }
     needs_.motion.ParkTakesOver();
-    needs_.poll.BeginPark();
+    park_ = needs_.poll.BeginPark();
     telescope_.Tracking(false);
     state_.g_bTracking = false;
     needs_.queries.QueryGos();
@@ -177,8 +180,8 @@ bool ParkSteps::GoByDriver(std::int16_t index) {
         return true;
     }
     telescope_.LeaveCounterweightUp();
-    if (!state_.g_bParking) {
-        return true;  // somebody has taken the mount meanwhile, and the park is cancelled
+    if (IsTaken()) {
+        return true;  // the park is cancelled
     }
     bool accepted = false;
     const bool goesOn = UntilAborted([&](Sequence&) { accepted = ParkGoto(telescope_, Latitude()).Send(index); });
@@ -274,7 +277,7 @@ void ParkSteps::AwaitCompanion() {
     const Tick begin = driver_.clock.GetTickCount();
     Tick askedAt = begin + kCompanionBeginsMs - kCompanionAskedMs;
     for (Tick now = begin; now - begin < kCompanionLongestMs; now = driver_.clock.GetTickCount()) {
-        if (state_.g_bAbortPark || (state_.g_bParked && !state_.g_bSlewing)) {
+        if (IsTaken() || state_.g_bAbortPark || (state_.g_bParked && !state_.g_bSlewing)) {
             return;
         }
         if (now - askedAt >= kCompanionAskedMs) {

@@ -73,6 +73,18 @@ TEST_F(CompanionParkTest, AnAbort_EndsTheWait) {
     EXPECT_FALSE(telescope->AtPark());
 }
 
+TEST_F(CompanionParkTest, ASlewThatTakesTheMount_EndsTheWait) {
+    Ready({{"cbxParkTo", "2"}});
+    const std::int64_t start = machine.clock.Elapsed();
+    const When taken(
+        machine.pump, [&] { return machine.clock.Elapsed() > start + 5'000; },
+        [&] { telescope->SlewToCoordinatesAsync(4.0, 40.0); });
+    telescope->Park();
+    EXPECT_TRUE(taken.Happened());
+    EXPECT_LT(machine.clock.Elapsed() - start, 8'000);
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
 /// A park with the counterweight up, which the driver leads: the companion must not slew in its own way meanwhile.
 class CompanionReleaseTest : public CompanionParkTest {
 protected:

@@ -210,6 +210,22 @@ TEST_F(ParkTakenTest, AnotherParkTakesItsPlace_AndKnowsTheTrackingFromBefore) {
     ExpectPointsAt(0.0, 180.0, 0.1);
 }
 
+TEST_F(ParkTakenTest, AnotherParkDuringTheMoveBeforeThisOne_IsTheOnlyOneThatGoesOn) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}}, MountPointing{2.0, 40.0, true});
+    Telescope& other = OtherClient();
+    const When taken(
+        machine.pump, [&] { return driver->state.g_bLeavingCwUp && std::abs(mount->Picture().hourSpeed) > 0.5; },
+        [&] {
+            other.Tracking(true);
+            other.CommandString("RAW,ParkMount,4", true);
+        });
+    telescope->Park();
+    EXPECT_TRUE(taken.Happened());
+    ExpectParked();
+    EXPECT_EQ(TimesSent("MS"), 1);
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
 TEST_F(ParkTakenTest, TargetsThatAnotherClientWrites_DoNotMatter) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "2"}, {"chkConvertAltAzToRaDec", "1"}});
     telescope->Park();
