@@ -37,7 +37,7 @@ public:
 
 private:
     void Begin(double hours);
-    bool Start(const BlindCommand& move);
+    bool Start(const BlindCommand* move);
     bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
     std::string_view WhyOver() const;
     bool GoesTheWrongWay(const BlindCommand& way);
@@ -94,12 +94,14 @@ void ParkMoveSteps::Begin(double hours) {
     needs_.handBox.tmrSlewFlashUI.Enabled(true);
 }
 
-/// False when a stop was there first.
-bool ParkMoveSteps::Start(const BlindCommand& move) {
-    return core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
+/// False when a stop was there first. Without a move, only its rate goes out.
+bool ParkMoveSteps::Start(const BlindCommand* move) {
+    return !Aborted() && core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
         mount.CommandBlind(wire::CenteringRate, kMoveRate);
-        driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
-        mount.CommandBlind(move);
+        if (move) {
+            driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
+            mount.CommandBlind(*move);
+        }
     });
 }
 
@@ -152,13 +154,15 @@ void ParkMoveSteps::StopMountThatSlews() {
 bool ParkMoveSteps::SlewEast(double hours) {
     const std::string text = PlainNumber(hours);
     driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slew East " + text + " hours");
-    StopMountThatSlews();
+    if (!Aborted()) {
+        StopMountThatSlews();
+    }
     needs_.panel.SetParkStatus("East Slew...", "");
     driver_.persist.Write(setting::ParkStatus, "UnParked");
     state_.g_bSlewingEast = true;
     lastRa_ = state_.g_dRa;
     Begin(hours);
-    if (Start(wire::MoveEast)) {
+    if (Start(&wire::MoveEast)) {
         needs_.door.Pause(kUntilMovingMs);
         AwaitEast(hours);
     }
@@ -244,12 +248,13 @@ bool ParkMoveSteps::LetCounterweightDown() {
     }
     const BlindCommand* const way = WayDown();
     if (!way) {
+        Start(nullptr);  // intentional: the rate goes out all the same
         return !Aborted();
     }
     state_.g_bLeavingCwUp = true;
     lastRa_ = state_.g_dRa;
     Begin(kLongestLeavingHours);
-    const bool began = Start(*way);
+    const bool began = Start(way);
     while (began && state_.g_bCounterweightUp && MayGoOn()) {
         Round(kLeavingRoundMs);
         if (!state_.g_bLeavingCwUp) {

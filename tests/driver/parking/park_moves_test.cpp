@@ -71,6 +71,36 @@ TEST_P(EastFirstTest, HoursThatNoMountGoes_AndAnUntickedBox_LeaveItOut) {
     }
 }
 
+/// The call of another client, or of a person, comes while the park asks on which side the mount is.
+TEST_P(EastFirstTest, AStopAheadOfTheMove_KeepsItFromBeginning) {
+    int stoppedInTime = 0;
+    for (std::int64_t ms = 5; ms < 1'000; ms += 15) {
+        SCOPED_TRACE("stop after " + std::to_string(ms) + " ms");
+        ConnectLow("5");
+        mount->Add(std::make_unique<AnswersLate>("", 50));
+        Tape().Clear();
+        std::string sentBefore;
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            machine.pump.PostAt(machine.clock.Elapsed() + ms, CallKind::Stop, [&] {
+                sentBefore = Sent();
+                driver->panel.AbortSlew();
+            });
+            telescope->Park();
+        });
+        const bool wasMoving = sentBefore.find("Me") != std::string::npos;
+        if (!wasMoving) {
+            ++stoppedInTime;
+            EXPECT_EQ(Sent().find("Me"), std::string::npos) << Sent();
+        }
+        ExpectCancelled();
+        EndTheDriver();
+        if (wasMoving) {
+            break;
+        }
+    }
+    EXPECT_GT(stoppedInTime, 4);
+}
+
 TEST_P(EastFirstTest, WhatStopsIt_EndsThePark) {
     const std::vector<std::function<void()>> stops{
         [&] { telescope->AbortSlew(); },
@@ -272,6 +302,13 @@ INSTANTIATE_TEST_SUITE_P(Sides, LeavingTest,
                                          UpRow{"WestNear", {2.0, 40.0, true}, "Me"},
                                          UpRow{"WestFar", {8.0, 70.0, true}, "Mw"}),
                          [](const auto& row) { return row.param.name; });
+
+TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
+    ConnectAt(47.0, "S", {}, MountPointing{-3.0, 40.0, true});
+    driver->state.g_bCounterweightUp = true;
+    ASSERT_EQ(driver->state.g_nSideOfPier, pier_side::West);
+    EXPECT_EQ(MotionDuring([&] { driver->InternalInstance().LeaveCounterweightUp(); }), "RC2");
+}
 
 TEST_F(ParkMoveTest, FirmwareThatKnowsASafeWay_IsLeftToIt) {
     ConnectAt(47.0, "VKC4-P02-08", {{"cbxParkTo", "6"}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}},
