@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
@@ -21,6 +23,11 @@ constexpr double kSlowMountFactor = 2.0;
 constexpr double kExtraMs = 10.0 * 1000.0;
 constexpr double kLongestLeavingHours = 12.0;
 constexpr std::int32_t kOldestRaMs = 3000;
+constexpr double kEastward = 1.0;
+constexpr double kFastestFactor = 1.5;  // of the rate above, that a reading may show
+constexpr double kReadingReserveHours = 0.05;
+constexpr double kSameStartHours = 0.1;   // two readings of a mount that stands or tracks
+constexpr int kStartReadings = 3;         // at most
 constexpr double kWrongWayHours = -0.01;  // readings may differ by less although the mount has not begun to move
 constexpr double kFarFromMeridian = 6.0;  // hours
 constexpr double kOnMeridian = 0.001;     // hours
@@ -38,6 +45,8 @@ public:
 private:
     void Begin(double hours);
     bool Start(const BlindCommand* move);
+    void ReadStart();
+    void TakeReading(double direction);
     bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
     std::string_view WhyOver() const;
     bool GoesTheWrongWay(const BlindCommand& way);
@@ -54,8 +63,11 @@ private:
     const std::uint32_t stops_;
     Tick begin_;
     std::int32_t limitMs_ = 0;
-    double lastRa_ = 0.0;
-    double moved_ = 0.0;  ///< hours to the east
+    std::uint32_t lastRead_ = 0;       ///< the number of the last reading
+    double lastRa_ = 0.0;              ///< hours; of the last reading that counts
+    Tick lastReadAt_;                  ///< its time
+    std::optional<double> doubtedRa_;  ///< of a reading since then that the next one has to confirm
+    double moved_ = 0.0;               ///< hours in the direction of the move
 };
 
 }  // namespace
@@ -103,6 +115,41 @@ bool ParkMoveSteps::Start(const BlindCommand* move) {
             mount.CommandBlind(*move);
         }
     });
+}
+
+/// The whole way is measured from here: one reading alone may be wrong.
+void ParkMoveSteps::ReadStart() {
+    for (int i = 0; i < kStartReadings; ++i) {
+        const double before = state_.g_dRa;
+        needs_.queries.QueryRa();
+        if (std::abs(NormalizeHourAngle(state_.g_dRa - before)) < kSameStartHours) {
+            break;
+        }
+    }
+    lastRead_ = needs_.queries.Reads().ra;
+    lastRa_ = state_.g_dRa;
+    lastReadAt_ = driver_.clock.GetTickCount();
+}
+
+/// Adds what a new reading shows; `direction` is 1 for a move east and -1 for one west. One reading alone may be wrong:
+/// a way that the mount cannot have gone, and one that has turned the wrong way, count when the next reading agrees.
+void ParkMoveSteps::TakeReading(double direction) {
+    if (std::exchange(lastRead_, needs_.queries.Reads().ra) == needs_.queries.Reads().ra) {
+        return;
+    }
+    const Tick now = driver_.clock.GetTickCount();
+    const double possible = (now - lastReadAt_) / kMsPerHourOfMove * kFastestFactor + kReadingReserveHours;
+    const double way = NormalizeHourAngle(state_.g_dRa - lastRa_) * direction;
+    const bool turns = moved_ >= kWrongWayHours && moved_ + way < kWrongWayHours;
+    const bool isConfirmed = doubtedRa_ && std::abs(NormalizeHourAngle(state_.g_dRa - *doubtedRa_)) < possible;
+    if ((std::abs(way) > possible || turns) && !isConfirmed) {
+        doubtedRa_ = state_.g_dRa;
+        return;
+    }
+    doubtedRa_.reset();
+    moved_ += way;
+    lastRa_ = state_.g_dRa;
+    lastReadAt_ = now;
 }
 
 /// Why the move ends short of its end, in words for the log; empty when nothing speaks against it.
@@ -159,8 +206,8 @@ bool ParkMoveSteps::SlewEast(double hours) {
     }
     needs_.panel.SetParkStatus("East Slew...", "");
     driver_.persist.Write(setting::ParkStatus, "UnParked");
+    ReadStart();
     state_.g_bSlewingEast = true;
-    lastRa_ = state_.g_dRa;
     Begin(hours);
     if (Start(&wire::MoveEast)) {
         needs_.door.Pause(kUntilMovingMs);
@@ -187,8 +234,7 @@ void ParkMoveSteps::AwaitEast(double hours) {
 }
 
 void ParkMoveSteps::NoteMoved() {
-    moved_ += NormalizeHourAngle(state_.g_dRa - lastRa_);
-    lastRa_ = state_.g_dRa;
+    TakeReading(kEastward);
     needs_.panel.SetParkStatus("East: " + FormatUs(moved_, "0.0"), "");
     driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East: " + PlainNumber(moved_));
 }
@@ -235,9 +281,7 @@ const BlindCommand* ParkMoveSteps::WayDown() const {
 
 /// Whether a mount with reversed directions swings its counterweight further up.
 bool ParkMoveSteps::GoesTheWrongWay(const BlindCommand& way) {
-    const double east = NormalizeHourAngle(state_.g_dRa - lastRa_);
-    lastRa_ = state_.g_dRa;
-    moved_ += &way == &wire::MoveEast ? east : -east;
+    TakeReading(&way == &wire::MoveEast ? kEastward : -kEastward);
     return moved_ < kWrongWayHours;
 }
 
@@ -251,8 +295,8 @@ bool ParkMoveSteps::LetCounterweightDown() {
         Start(nullptr);  // intentional: the rate goes out all the same
         return !Aborted();
     }
+    ReadStart();
     state_.g_bLeavingCwUp = true;
-    lastRa_ = state_.g_dRa;
     Begin(kLongestLeavingHours);
     const bool began = Start(way);
     while (began && state_.g_bCounterweightUp && MayGoOn()) {

@@ -71,6 +71,27 @@ TEST_P(EastFirstTest, HoursThatNoMountGoes_AndAnUntickedBox_LeaveItOut) {
     }
 }
 
+TEST_P(EastFirstTest, OneWrongReading_NeitherTurnsItRoundNorEndsIt) {
+    for (const double hours : {-2.0, -0.1, 6.0}) {
+        SCOPED_TRACE(hours);
+        ConnectLow("4");
+        const double before = mount->Picture().hourAxis;
+        const When moving(
+            machine.pump, [&] { return mount->Picture().hourAxis < before - 15.0; },
+            [&] {
+                const double wrong = NormalizeHours(mount->Picture().rightAscension + hours);
+                mount->Add(std::make_unique<AnswersWith>("GR", HoursToHMS(wrong, ":", ":", "", 1) + "#"));
+            });
+        telescope->Park();
+        EXPECT_TRUE(moving.Happened());
+        EXPECT_EQ(Count("Mw"), 0);
+        EXPECT_TRUE(Logged("Park Slewing East Done: 4"));
+        EXPECT_LT(mount->Picture().hourAxis, before - 59.0);
+        EndTheDriver();
+        log.clear();
+    }
+}
+
 /// The call of another client, or of a person, comes while the park asks on which side the mount is.
 TEST_P(EastFirstTest, AStopAheadOfTheMove_KeepsItFromBeginning) {
     int stoppedInTime = 0;
