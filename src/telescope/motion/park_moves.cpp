@@ -7,6 +7,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/east_slew.h"
+#include "telescope/motion/park_end.h"
 #include "telescope/telescope.h"
 
 /// The moves of a park ahead of its goto. They run at a fixed rate with nobody but these loops to end them.
@@ -35,7 +36,8 @@ constexpr double kBelowPole = 11.999;     // hours
 
 class ParkMoveSteps : TelescopeSteps {
 public:
-    explicit ParkMoveSteps(Telescope& telescope) : TelescopeSteps(telescope), stops_(needs_.door.Stops()) {}
+    explicit ParkMoveSteps(Telescope& telescope)
+        : TelescopeSteps(telescope), stops_(needs_.door.Stops()), isAnotherTry_(state_.g_bParking) {}
 
     void LogEastSlew();
     bool SlewEast(double hours);
@@ -61,6 +63,7 @@ private:
     std::int32_t RoundsLeft() const;
 
     const std::uint32_t stops_;
+    const bool isAnotherTry_;  ///< a park was under way already
     Tick begin_;
     std::int32_t limitMs_ = 0;
     std::uint32_t lastRead_ = 0;       ///< the number of the last reading
@@ -254,6 +257,9 @@ bool ParkMoveSteps::EndEast(double hours) {
         needs_.motion.ParkEnds();
         needs_.panel.SetParkStatus("Park Canceled", "CheckSlewEast");
         driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East Aborted!");
+        if (isAnotherTry_) {
+            ParkEnd(telescope_).Restore();
+        }
         return false;
     }
     needs_.panel.SetParkStatus("East Slew Done", "CheckSlewEast");

@@ -122,6 +122,23 @@ TEST_P(EastFirstTest, AStopAheadOfTheMove_KeepsItFromBeginning) {
     EXPECT_GT(stoppedInTime, 4);
 }
 
+TEST_P(EastFirstTest, AnotherTryThatIsStopped_RestoresTheTrackingFromBeforeTheFirst) {
+    ConnectLow("1");
+    driver->state.g_bRawRaDecSlews = true;  // nothing but the move east comes ahead of the goto
+    mount->Add(std::make_unique<Stalls>(1'000.0));
+    telescope->Park();
+    machine.AdvanceTime(10'000);
+    ASSERT_TRUE(driver->state.g_bParking);
+    ASSERT_FALSE(driver->state.g_bTracking);
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return driver->state.g_bSlewingEast && mount->Picture().hourAxis < before - 5.0; },
+        [&] { telescope->AbortSlew(); });
+    telescope->CommandString("RAW,ParkMount,4", true);
+    ASSERT_TRUE(moving.Happened());
+    ExpectCancelled();
+}
+
 TEST_P(EastFirstTest, WhatStopsIt_EndsThePark) {
     const std::vector<std::function<void()>> stops{
         [&] { telescope->AbortSlew(); },
