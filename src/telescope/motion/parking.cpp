@@ -49,7 +49,7 @@ private:
     bool GoTo(std::int16_t index);
     bool GoByDriver(std::int16_t index);
     bool DelayIsPossible();
-    double Latitude();
+    void ReadLatitude();
     void ParkHere(Sequence& mount);
     void SendFirmwarePark(Sequence& mount, std::int16_t index);
     void AskWhereItStands();
@@ -64,6 +64,7 @@ private:
     const bool isAnotherTry_;  ///< a park was under way already
     bool isAsync_ = false;
     std::uint32_t park_ = 0;  ///< its number
+    double latitude_ = 0.0;   ///< degrees
 };
 
 }  // namespace
@@ -165,6 +166,9 @@ bool ParkSteps::GoTo(std::int16_t index) {
     if (CompanionParks(index)) {
         return GoByCompanion(index);
     }
+    if (!UntilAborted([&](Sequence&) { ReadLatitude(); })) {
+        return false;
+    }
     if (index == park_index::Current) {
         return UntilAborted([&](Sequence& mount) { ParkHere(mount); });
     }
@@ -184,7 +188,7 @@ bool ParkSteps::GoByDriver(std::int16_t index) {
         return true;  // the park is cancelled
     }
     bool accepted = false;
-    const bool goesOn = UntilAborted([&](Sequence&) { accepted = ParkGoto(telescope_, Latitude()).Send(index); });
+    const bool goesOn = UntilAborted([&](Sequence&) { accepted = ParkGoto(telescope_, latitude_).Send(index); });
     if (goesOn && !accepted) {
         ParkEnd(telescope_).Fail(kParkGotoRefused);
     }
@@ -196,12 +200,11 @@ bool ParkSteps::DelayIsPossible() {
     return IsPossibleMeridianDelay(CounterweightUpDelay(place.hourAngle, place.timeOffset));
 }
 
-/// Degrees; the last one where the mount does not tell it.
-double ParkSteps::Latitude() {
+/// The last one counts where the mount does not tell it.
+void ParkSteps::ReadLatitude() {
     ResumeNext errors{driver_.ledger, "ParkMount"};
-    double latitude = state_.g_dSiteLatitude;
-    errors.Assign(latitude, [&] { return telescope_.SiteLatitude(); });
-    return latitude;
+    latitude_ = state_.g_dSiteLatitude;
+    errors.Assign(latitude_, [&] { return telescope_.SiteLatitude(); });
 }
 
 /// Intentional: the setting `ParkStatus` does not hear of this park.
@@ -214,7 +217,7 @@ void ParkSteps::ParkHere(Sequence& mount) {
 }
 
 void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
-    const HorizonPlace place = ParkGoto(telescope_, Latitude()).Place(index);
+    const HorizonPlace place = ParkGoto(telescope_, latitude_).Place(index);
     AskWhereItStands();
     mount.CommandBlind(wire::Stop);
     mount.CommandBoolInternal(wire::CustomDecRate, "0");

@@ -348,6 +348,16 @@ TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
     EXPECT_EQ(MotionDuring([&] { driver->InternalInstance().LeaveCounterweightUp(); }), "RC2");
 }
 
+TEST_F(ParkMoveTest, TheLatitudeIsAskedForBeforeAnyMove) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "3"}}, MountPointing{2.0, 40.0, true});
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_LT(Tape().All().find(" Gt "), Tape().All().find(" RC2 Me "));
+    EndTheDriver();
+    ConnectAt(47.0, "S", {{"cbxParkTo", "0"}});
+    EXPECT_NE(SentDuring([&] { telescope->Park(); }).find(" Gt "), std::string::npos);
+}
+
 TEST_F(ParkMoveTest, FirmwareThatKnowsASafeWay_IsLeftToIt) {
     ConnectAt(47.0, "VKC4-P02-08", {{"cbxParkTo", "6"}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}},
               MountPointing{2.0, 40.0, true});
