@@ -26,6 +26,7 @@ constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
 constexpr double kAtMarkedDegrees = 2.0;
+constexpr std::size_t kSlewField = 3;  // of the status text
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 
@@ -438,7 +439,9 @@ void PollLoop::WatchMarkedPark() {
     }
     MarkedPark& park = *markedPark_;
     const bool textIsNew = state_.g_tickLastGos - state_.g_tickLastGoto > 0;
-    park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && state_.g_bMountSlewing);
+    // The flag of the motion would not do: it is set from the command on, until a text clears it.
+    const bool textSaysSo = state_.g_sStatus.size() > kSlewField && state_.g_sStatus[kSlewField] == 'S';
+    park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && textSaysSo);
     const CoordinateReads now = needs_.queries.Reads();
     if (park.tracking != state_.g_bTracking) {
         // What is computed and what the mount tells may differ: that is no motion.

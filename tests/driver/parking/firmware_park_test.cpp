@@ -62,6 +62,24 @@ TEST_F(FirmwareParkTest, ALostCommand_NeverEndsInAPark) {
     EXPECT_TRUE(Logged("Park canceled..."));
 }
 
+TEST_F(FirmwareParkTest, ADamagedStatusText_IsNoMotion) {
+    StandingMount& standing = StandAt("+60*00:00.0", "180*00:00.0");
+    int texts = 0;
+    standing.onCommand = [&](const std::string& command) {
+        if (command == "GOS") {
+            standing.replies["GOS"] = texts++ == 0 ? "020?00232O0000#" : "020000232O0000#";
+        }
+    };
+    Tape().Clear();
+    telescope->Park();
+    texts = 0;  // the first one after the command is the damaged one
+    machine.AdvanceTime(60'000);
+    EXPECT_GT(texts, 2);
+    EXPECT_EQ(Tape().Motion().find("KA"), std::string::npos);
+    EXPECT_TRUE(driver->state.g_bParking);
+    EXPECT_EQ(TimesLogged("The mount was not seen to go to its park position"), 1);
+}
+
 TEST_F(FirmwareParkTest, AMountThatStoodThereAllAlong_IsParked) {
     StandAt("+01*00:00.0", "089*30:00.0");
     Tape().Clear();
