@@ -17,6 +17,8 @@ struct ParkPlace {
     double azimuth = 0;   ///< degrees
     bool counterweightUp = false;
     bool eastSide = false;
+    double hourAngle = 0;    ///< hours, -12 to 12
+    double declination = 0;  ///< degrees
 };
 
 /// What the driver asks a person before it does something. Each question shows its window and pumps until it is

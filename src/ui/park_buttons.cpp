@@ -31,6 +31,10 @@ private:
     frmHandBox& handBox_;
 };
 
+double OffsetOf(const ParkPlace& place) {
+    return CounterweightUpOffset(place.eastSide ? pier_side::East : pier_side::West, place.hourAngle);
+}
+
 }  // namespace
 
 ParkButtons::ParkButtons(ParkButtonsNeeds needs)
@@ -48,10 +52,16 @@ void ParkButtons::Park() {
     }
 }
 
+/// All of the place is taken before the question: the mount may move while somebody thinks it over.
 void ParkButtons::SetPark() {
     const bool east = state_.g_nSideOfPier == pier_side::East;
     const double hourAngle = state_.g_dHourAngle;
-    const ParkPlace place{state_.g_dAlt, state_.g_dAz, east ? hourAngle < 0.0 : hourAngle > 0.0, east};
+    const ParkPlace place{.altitude = state_.g_dAlt,
+                          .azimuth = state_.g_dAz,
+                          .counterweightUp = east ? hourAngle < 0.0 : hourAngle > 0.0,
+                          .eastSide = east,
+                          .hourAngle = hourAngle,
+                          .declination = state_.g_dDec};
     if (MayBeParkedAt(place) && needs_.questions.AskSetPark(place)) {
         KeepPlace(place);
     }
@@ -60,16 +70,14 @@ void ParkButtons::SetPark() {
 
 /// A park with the counterweight up needs a meridian delay that not every hour angle allows.
 bool ParkButtons::MayBeParkedAt(const ParkPlace& place) {
-    const double hourAngle = state_.g_dHourAngle;
-    const double offset = CounterweightUpOffset(state_.g_nSideOfPier, hourAngle);
-    if (!place.counterweightUp || IsPossibleMeridianDelay(CounterweightUpDelay(hourAngle, offset))) {
+    if (!place.counterweightUp || IsPossibleMeridianDelay(CounterweightUpDelay(place.hourAngle, OffsetOf(place)))) {
         return true;
     }
     needs_.messageBoxes.Show(
         "The mount cannot park here with its counterweight up: that needs an hour angle of up to 5 hours, or of 7 "
         "hours "
         "or more, and here it is " +
-            FormatUs(hourAngle, "0.0") + ". The park position is not changed.",
+            FormatUs(place.hourAngle, "0.0") + ". The park position is not changed.",
         application::kTitle, MessageIcon::Information);
     return false;
 }
@@ -82,11 +90,9 @@ void ParkButtons::KeepPlace(const ParkPlace& place) {
     persist.Write(setting::txtUserParkAz, azimuth);
     persist.Write(setting::CounterWeightsUpPark, place.counterweightUp ? "1" : "0");
     if (place.counterweightUp) {
-        const double hourAngle = state_.g_dHourAngle;
-        persist.Write(setting::CounterWeightsUpParkIntermediateSlewDec, PlainNumber(state_.g_dDec));
-        persist.Write(setting::CounterWeightsUpHourAngle, PlainNumber(hourAngle));
-        persist.Write(setting::CounterWeightsUpTimeOffset,
-                      PlainNumber(CounterweightUpOffset(state_.g_nSideOfPier, hourAngle)));
+        persist.Write(setting::CounterWeightsUpParkIntermediateSlewDec, PlainNumber(place.declination));
+        persist.Write(setting::CounterWeightsUpHourAngle, PlainNumber(place.hourAngle));
+        persist.Write(setting::CounterWeightsUpTimeOffset, PlainNumber(OffsetOf(place)));
     }
     const FillsHandBox filling(needs_.handBox);
     needs_.handBox.txtUserParkAlt.Text(altitude);

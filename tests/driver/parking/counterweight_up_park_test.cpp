@@ -200,6 +200,20 @@ TEST_F(CounterweightUpParkTest, ADelayThatCannotBeSent_IsNotTaken) {
     EXPECT_FALSE(driver->InternalInstance().SetTimeOffset(-3.0));
 }
 
+TEST_F(CounterweightUpParkTest, ThePlaceIsTheOneWhenTheButtonWasPressed) {
+    ConnectUp({2.0, 40.0, true});
+    whileAsked = [&] {
+        driver->state.g_dHourAngle = 3.0;
+        driver->state.g_dDec = 10.0;
+        driver->state.g_nSideOfPier = pier_side::East;
+    };
+    PressSetPark();
+    const auto number = [&](const SettingKey& key) { return std::stod(driver->persist.Read(key)); };
+    EXPECT_NEAR(number(setting::CounterWeightsUpHourAngle), 2.0, 0.02);
+    EXPECT_NEAR(number(setting::CounterWeightsUpTimeOffset), 10.0, 0.02);
+    EXPECT_NEAR(number(setting::CounterWeightsUpParkIntermediateSlewDec), 40.0, 0.02);
+}
+
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
     ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
     const MountPicture pressed = mount->Picture();
