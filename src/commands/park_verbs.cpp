@@ -104,6 +104,8 @@ std::string SetParkAltAz(Verb verb, std::string_view arguments) {
     verb.needs.fillHandBox();
     handBox.txtUserParkAlt.Text(altitudeText);
     handBox.txtUserParkAz.Text(azimuthText);
+    verb.needs.driver.persist.Write(setting::CounterWeightsUpPark,
+                                    "0");  // else a park would go to the place from before
     return Done();
 }
 

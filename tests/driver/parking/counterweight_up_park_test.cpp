@@ -214,6 +214,14 @@ TEST_F(CounterweightUpParkTest, ThePlaceIsTheOneWhenTheButtonWasPressed) {
     EXPECT_NEAR(number(setting::CounterWeightsUpParkIntermediateSlewDec), 40.0, 0.02);
 }
 
+TEST_F(CounterweightUpParkTest, ThePlaceOfAVerb_EndsIt) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    ASSERT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "1");
+    EXPECT_EQ(telescope->CommandString("RAW,SetParkAltAz,30,120", true), "1");
+    EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+}
+
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
     ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
     const MountPicture pressed = mount->Picture();
