@@ -59,6 +59,8 @@ inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
 inline constexpr std::string_view kInitTimeVerb = "InitTime";
 /// The verb that unparks the mount, with a comma and the position after it.
 inline constexpr std::string_view kUnparkVerb = "UnparkMount";
+/// The same to park it.
+inline constexpr std::string_view kParkVerb = "ParkMount";
 
 inline constexpr double kSiderealSpeed = 15.04107;  ///< arc-seconds per second
 inline constexpr double kArcSecondsPerDegree = 3600.0;

@@ -15,7 +15,7 @@ constexpr std::array kVerbs{
     DriverVerb{kInitTimeVerb,                "1", verbs::InitTime},
     DriverVerb{"InitMount",                  "1", verbs::InitMount},
     DriverVerb{kUnparkVerb,                  "1", verbs::UnparkMount},
-    DriverVerb{"ParkMount",                  "1", verbs::ParkMount},
+    DriverVerb{kParkVerb,                    "1", verbs::ParkMount},
     DriverVerb{"CancelPark",                 "1", verbs::CancelPark},
     DriverVerb{"SetSlewRate",                "1", verbs::SetSlewRate},
     DriverVerb{"GetSlewRate",                "1", verbs::GetSlewRate},

@@ -305,6 +305,8 @@ public:
     /// What a park and an unpark begin with: the meridian delay becomes 0, in the mount too, and the mount gets the
     /// PC's time in any case. Ends with a pause of 40 ms; does not pump. Raises what a write of `utcDate` raises.
     void SendTimeAfresh();
+    /// Parks at a position, as the verb "ParkMount" of the driver does. Raises nothing; pumps as `Park` does.
+    void ParkByVerb(std::int16_t index);
     /// Unparks from a position, as the verb "UnparkMount" of the driver does.
     void UnparkByVerb(std::int16_t index);
     /// Brings the replies of the mount into the long format, or into the short one. Whether they are long afterwards.

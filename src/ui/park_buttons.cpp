@@ -48,7 +48,7 @@ void ParkButtons::Park() {
     const std::optional<std::int16_t> index = needs_.questions.AskPark();
     Telescope* const telescope = needs_.telescope();
     if (index && telescope) {
-        telescope->ParkMount(*index);
+        telescope->ParkByVerb(*index);
     }
 }
 

@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -74,6 +75,10 @@ void Telescope::Park() {
     if (!state_.g_bParked) {
         ParkMount(park_index::FromSettings);
     }
+}
+
+void Telescope::ParkByVerb(std::int16_t index) {
+    Talk(procedure::DriverVerb).DriverCommandInternal(std::string(kParkVerb) + "," + std::to_string(index));
 }
 
 void Telescope::ParkMount(std::int16_t index) {

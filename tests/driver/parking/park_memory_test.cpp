@@ -90,6 +90,7 @@ TEST_F(ParkMemoryTest, TheButton_AsksWhere_AndParksThere) {
     form.Detach(view);
     EXPECT_TRUE(driver->handBox.btnPark.Enabled());
     EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
+    EXPECT_TRUE(Logged("ParkMount,4")) << "by the verb";
     ExpectParked();
     ExpectPointsAt(0.0, 180.0, 0.1);
 }
