@@ -58,6 +58,17 @@ protected:
         Try([&] { client.CommandString("RAW,ParkMount," + std::to_string(Below(7)), true); });
     }
 
+    /// What was logged at last, without what is written each second.
+    std::string WhatHappened() const {
+        std::string lines;
+        for (std::size_t at = log.size() > 400 ? log.size() - 400 : 0; at < log.size(); ++at) {
+            if (log[at].message.find(":G") == std::string::npos) {
+                lines += log[at].origin + " | " + log[at].message + "\n";
+            }
+        }
+        return lines;
+    }
+
     Telescope* other_ = nullptr;
     std::mt19937 random_{20261122};
 };
@@ -67,6 +78,7 @@ TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
     int parks = 0;
     for (int hour = 0; hour < kHours; ++hour) {
         SCOPED_TRACE("hour " + std::to_string(hour));
+        log.clear();
         ConnectAt(47.0, GetParam(),
                   {{"txtUserParkAlt", "30"},
                    {"txtUserParkAz", "120"},
@@ -93,7 +105,7 @@ TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
         EXPECT_LT(std::abs(stopped.hourSpeed), 0.005);
         machine.AdvanceTime(10'000);
         const MountPicture quiet = mount->Picture();
-        EXPECT_EQ(telescope->AtPark(), quiet.parked);
+        EXPECT_EQ(telescope->AtPark(), quiet.parked) << WhatHappened();
         EXPECT_FALSE(telescope->Slewing() && !driver->axisMotions.AnyRuns());
         EXPECT_EQ(telescope->Tracking(), quiet.tracking != '9');
         EXPECT_FALSE(driver->state.g_bParking);

@@ -40,7 +40,7 @@ TEST_P(SafeSlewParkTest, WithoutItsSecondLeg_TheParkIsNotFinished) {
             return now.slewing && std::abs(now.hourAngle + 0.5) < 0.2 &&
                    std::abs(now.declination - declination) < 0.005;
         },
-        [&] { telescope->CommandBlind("Q", false); });
+        [&] { driver->motion.SecondLegBarred(); });
     ASSERT_TRUE(RunUntil([&] { return nearEnd.Happened(); }));
     machine.AdvanceTime(60'000);
     EXPECT_EQ(TimesSent("MS"), 1);
