@@ -473,17 +473,21 @@ void ConnectionManager::CheckQuay() {
     ShowMountInfo("");
 }
 
-void ConnectionManager::PeriodicQuayCheck() {
+bool ConnectionManager::PeriodicQuayCheck() {
     if (state_.g_bQuayLink || !state_.g_bQuayConfigured) {
-        return;
+        return true;
     }
     const Tick now = driver_.clock.GetTickCount();
     if (state_.g_tickLastQuayCheck == Tick{}) {
         state_.g_tickLastQuayCheck = now;
-    } else if (now - state_.g_tickLastQuayCheck >= kQuayCheckIntervalMs) {
-        CheckQuay();
-        state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();
+        return true;
     }
+    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs) {
+        return true;
+    }
+    CheckQuay();
+    state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();
+    return state_.g_bQuayLink;
 }
 
 void ConnectionManager::ShowMountInfo(std::string_view port) {

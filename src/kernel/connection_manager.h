@@ -94,8 +94,9 @@ public:
 
     /// Asks whether the companion is between driver and mount; does nothing once that is proved.
     void CheckQuay();
-    /// The same each minute while it is wanted and not proved; called by the poll.
-    void PeriodicQuayCheck();
+    /// The same each minute while it is wanted and not proved; called by the poll. False when it has asked, and nothing
+    /// answered.
+    bool PeriodicQuayCheck();
     /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply: posts
     /// that as a long call. For use after each poll step.
     void HealWhenDue();

@@ -130,6 +130,8 @@ public:
     void NoteNoResponse();
     /// A question that is no query of the picture went unanswered: it counts for `LineIsSilent`.
     void NoteSilentQuestion() { NoteUnanswered(SilenceIs::News); }
+    /// A question that says nothing about the mount went unanswered: it ends the tick, and counts for nothing else.
+    void NoteSilentTick() { silent_ = true; }
     /// The mount answered well: a query, or an exchange that is none.
     void NoteAnswered();
     /// How often that was so; wraps.

@@ -125,8 +125,8 @@ void PollLoop::AskWhatIsDue() {
     ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
     MountQueries& queries = needs_.queries;
     errors.Step([&] {
-        if (!queries.TickIsSilent()) {
-            needs_.periodicQuayCheck();
+        if (!queries.TickIsSilent() && !needs_.periodicQuayCheck()) {
+            queries.NoteSilentTick();
         }
     });
     errors.Step([&] { AskSideAtEnd(); });

@@ -32,7 +32,7 @@ struct PollLoopNeeds {
     HandBoxDisplay& panel;
     MountQueries& queries;
     std::function<TelescopeActions*()> telescope;  ///< null while there is none
-    std::function<void()> periodicQuayCheck;
+    std::function<bool()> periodicQuayCheck;       ///< false when it has asked, and nothing answered
     /// Makes the mount track again after a slew. Rate 0 off, 1 sidereal, 2 lunar, 3 solar; any other does nothing.
     /// Talks to the mount and does not raise.
     std::function<void(std::int16_t rate)> restoreTrackingRate;

@@ -321,7 +321,11 @@ void PollLoop::CheckSlewComplete() {
     TelescopeActions* telescope = needs_.telescope();
     if (telescope && state_.g_dSiteLatitude == 0.0) {
         ResumeNext errors{driver_.ledger, "CheckSlewComplete"};
-        errors.Assign(state_.g_dSiteLatitude, [&] { return telescope->SiteLatitude(); });
+        errors.Step([&] {
+            if (telescope->ReadSiteLatitude() == SiteAnswer::Silent) {
+                needs_.queries.NoteSilentQuestion();
+            }
+        });
     }
     needs_.queries.QuerySideOfMount();
     if (state_.g_bParked) {

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "state/mount_commands.h"
+#include "state/site_query.h"
 
 namespace kestrane {
 
@@ -20,8 +21,8 @@ public:
     virtual void StartSecondLeg(double rightAscension, double declination) = 0;
     /// A move of a park has ended: starts its second leg, or finishes or cancels the park. Raises nothing.
     virtual void HandleParkComplete() = 0;
-    /// Asks the mount; degrees, north positive. May raise.
-    virtual double SiteLatitude() = 0;
+    /// Asks the mount for the site's latitude and keeps it. May raise.
+    virtual SiteAnswer ReadSiteLatitude() = 0;
 };
 
 }  // namespace kestrane

@@ -134,9 +134,9 @@ public:
     double FocalLength();
     bool DoesRefraction();  ///< asks the companion when it is there
     void DoesRefraction(bool does);
-    double SiteLatitude() override;  ///< asks the mount; the last value when its reply cannot be read; link check
-    double SiteLongitude();          ///< east positive, -180 to 180; asks the mount as above; link check
-    double SiteElevation();          ///< metres
+    double SiteLatitude();   ///< asks the mount; the last value when its reply cannot be read; link check
+    double SiteLongitude();  ///< east positive, -180 to 180; asks the mount as above; link check
+    double SiteElevation();  ///< metres
     /// These three keep the value in the current site's record and in the settings; the mount gets its site when it is
     /// initialized. Elevation -300 to 10000 metres, else 0x80040405; longitude: link check.
     void SiteElevation(double metres);
@@ -278,6 +278,8 @@ public:
     bool InitBasicValues();
     /// Fills the hand box after a real connect and runs the first round of queries.
     void InitUI() override;
+    /// Asks the mount for the latitude and keeps it; errors as for a read of `SiteLatitude`.
+    SiteAnswer ReadSiteLatitude() override;
     /// Takes a status text apart into flags and displays.
     void ParseGOS(std::string_view status) override;
     void StartSecondLeg(double rightAscension, double declination) override;

@@ -107,6 +107,21 @@ TEST_F(PollLoopTest, SilenceAtTheEndOfASlew_PutsOffWhatFollowsToTheNextStep) {
     EXPECT_FALSE(state.g_bSlewCompletePending);
 }
 
+TEST_F(PollLoopTest, LatitudeThatGoesUnanswered_EndsTheStep) {
+    state.g_dSiteLatitude = 0.0;
+    telescope.latitudeSilent = true;
+    motion.SlewCompleteDue();
+    EXPECT_EQ(Steps(1), (std::vector<std::string>{"GOS", "pS", "GS"})) << "and not the side once more";
+    EXPECT_EQ(telescope.Times("ReadSiteLatitude"), 1);
+}
+
+TEST_F(PollLoopTest, CompanionThatDoesNotAnswer_EndsTheStep) {
+    quayAnswers = false;
+    EXPECT_EQ(Steps(2), (std::vector<std::string>{"GOS"}));
+    quayAnswers = true;
+    EXPECT_EQ(Steps(1), std::vector<std::string>{"GS"});
+}
+
 TEST_F(PollLoopTest, ParkThatEndsOnASilence_IsJudgedByAPositionReadAfterIt) {
     poll.ExpectParkAt({true, 3.0, 40.0});
     motion.ParkBegins();

@@ -475,10 +475,10 @@ TEST_F(SupervisionTest, LatitudeOfExactlyZero_IsAskedFor) {
     motion.SlewCompleteDue();
     poll.CheckSlewComplete();
     EXPECT_EQ(state.g_dSiteLatitude, 47.0);
-    EXPECT_EQ(telescope.Times("SiteLatitude"), 1);
+    EXPECT_EQ(telescope.Times("ReadSiteLatitude"), 1);
     motion.SlewCompleteDue();
     poll.CheckSlewComplete();
-    EXPECT_EQ(telescope.Times("SiteLatitude"), 1);
+    EXPECT_EQ(telescope.Times("ReadSiteLatitude"), 1);
 }
 
 TEST_F(SupervisionTest, ParkedMount_FinishesThePark_AndRestoresNoRate) {

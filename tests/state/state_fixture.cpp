@@ -45,9 +45,13 @@ void RecordingTelescope::StartSecondLeg(double rightAscension, double declinatio
     }
 }
 
-double RecordingTelescope::SiteLatitude() {
-    calls.emplace_back("SiteLatitude");
-    return 47.0;
+SiteAnswer RecordingTelescope::ReadSiteLatitude() {
+    calls.emplace_back("ReadSiteLatitude");
+    if (latitudeSilent) {
+        return SiteAnswer::Silent;
+    }
+    state_.g_dSiteLatitude = 47.0;
+    return SiteAnswer::Read;
 }
 
 int RecordingTelescope::Times(std::string_view call) const {

@@ -63,6 +63,7 @@ public:
 
     std::vector<std::string> calls;
     bool secondLegFails = false;
+    bool latitudeSilent = false;
     std::function<void()> duringSecondLeg;  ///< what enters while the leg is being started
 
     MountCommands& Commands() override { return commands_; }
@@ -73,7 +74,7 @@ public:
         motion_.ParkEnds();
     }
     void StartSecondLeg(double rightAscension, double declination) override;
-    double SiteLatitude() override;
+    SiteAnswer ReadSiteLatitude() override;
     /// Calls that begin with `call`.
     int Times(std::string_view call) const;
 
@@ -133,6 +134,7 @@ protected:
     TelescopeActions* telescopeThere = &telescope;
     int drains = 0;  ///< reads of a single byte that found the line silent
     int quayChecks = 0;
+    bool quayAnswers = true;
     std::function<void()> duringQuayCheck;
     Waits waits{machine.clock, machine.pump};
     StopDoor door{waits, log, state};
@@ -173,6 +175,7 @@ protected:
                 if (duringQuayCheck) {
                     duringQuayCheck();
                 }
+                return quayAnswers;
             },
         .restoreTrackingRate =
             [this](std::int16_t rate) { panel.calls.push_back("RestoreTrackingRate " + std::to_string(rate)); },

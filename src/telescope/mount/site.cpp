@@ -37,12 +37,19 @@ public:
 }  // namespace
 
 double Telescope::SiteLatitude() {
+    ReadSiteLatitude();
+    return state_.g_dSiteLatitude;
+}
+
+SiteAnswer Telescope::ReadSiteLatitude() {
     CheckConnected();
     Sequence mount = Talk(procedure::Picture);
-    if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log); latitude.Read()) {
+    const SiteDegrees latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log);
+    if (latitude.Read()) {
         state_.g_dSiteLatitude = latitude.degrees;
     }
-    return LogGet("SiteLatitude", state_.g_dSiteLatitude);
+    LogGet("SiteLatitude", state_.g_dSiteLatitude);
+    return latitude.answer;
 }
 
 void Telescope::SiteLatitude(double degrees) {
