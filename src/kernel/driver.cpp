@@ -159,7 +159,7 @@ Driver::Driver(Platform platform)
           .panel = panel,
           .queries = queries,
           .telescope = [this]() -> TelescopeActions* { return internalInstance_.get(); },
-          .periodicQuayCheck = [this] { connections.PeriodicQuayCheck(); },
+          .periodicQuayCheck = [this] { return connections.PeriodicQuayCheck(); },
           .restoreTrackingRate = [this](std::int16_t rate) { tracking.ChooseRate(rate); },
       }),
       guidePulses(GuidePulsesNeeds{
@@ -328,9 +328,7 @@ void Driver::EndOnRequest() {
 }
 
 void Driver::StopRunningAxes() {
-    const bool slews = state.g_bSlewing || state.g_bParking || state.g_bGotoSent;  // goes on, as it is meant to
-    const bool mayRun = axisMotions.AnyStillRuns() || state.g_bMoveSent || (axisMotions.EndIsInDoubt() && !slews);
-    if (!mayRun || !link || !link->Connected()) {
+    if (!AxisMayRun() || !link || !link->Connected()) {
         return;
     }
     ResumeNext errors{ledger, "ShutdownDriver"};
@@ -339,15 +337,26 @@ void Driver::StopRunningAxes() {
     axisMotions.StopAll("The driver ends: its axes are stopped");
 }
 
+bool Driver::SlewOrParkGoesOn() const {
+    return state.g_bSlewing || state.g_bParking || state.g_bGotoSent;
+}
+
+bool Driver::AxisMayRun() const {
+    const bool endIsInDoubt = axisMotions.EndIsInDoubt() && !SlewOrParkGoesOn();
+    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endIsInDoubt;
+}
+
 void Driver::NoteOpenMotion(std::string_view text) {
-    const bool beginsMove = wire::EndlessMoveAfter(text) == wire::EndlessMove::Begins;
-    openMotionFile.Note(
-        {.mount = left_.mount || beginsMove || state.g_bMoveSent || axisMotions.AnyStillRuns() || guidePulses.MayMove(),
-         .focuser = left_.focuser || wire::RunsFocuser(text) || focusMotor.MayRun()});
+    const bool begins = wire::EndlessMoveAfter(text) == wire::EndlessMove::Begins;
+    openMotionFile.Note({.mount = left_.mount || begins || AxisMayRun() || guidePulses.MayMove(),
+                         .focuser = left_.focuser || wire::RunsFocuser(text) || focusMotor.MayRun()});
 }
 
 void Driver::StopWhatWasLeft() {
     const std::string what = "The last driver ended while something moved that only it would have ended: ";
+    if (SlewOrParkGoesOn()) {
+        return;  // asked for since then: the stop waits for its end
+    }
     if (!state.g_bOpeningLink && connections.SendStop(left_)) {
         log.LogMessage("Motion", LogLevel::Error, what + "the stop has gone out");
         left_ = {};

@@ -122,6 +122,8 @@ public:
 private:
     TelescopeNeeds NeedsOfTelescope();
     LogFileFacts FactsOfLog();
+    bool SlewOrParkGoesOn() const;
+    bool AxisMayRun() const;
     void StopRunningAxes();
     void NoteOpenMotion(std::string_view text);
     void StopWhatWasLeft();

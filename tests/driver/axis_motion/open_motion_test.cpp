@@ -81,6 +81,19 @@ TEST_F(OpenMotionTest, FileNamesWhatOnlyTheDriverWouldEnd_AndGoesAfterIt) {
     driver->state.g_nFocuserObjects = 9;  // the process goes on after the release of the object
 }
 
+TEST_F(OpenMotionTest, AxisWhoseEndTheMountMayNotHaveHeard_StaysNoted) {
+    ExpectSwallow("CommandString");  // the poll's
+    Connect();
+    telescope->MoveAxis(0, 0.1);
+    mount->SetLineDead(true);
+    telescope->MoveAxis(0, 0.0);
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(Words(), "mount");
+    mount->SetLineDead(false);
+    machine.AdvanceTime(15'000);
+    EXPECT_FALSE(std::filesystem::exists(File()));
+}
+
 TEST_F(OpenMotionTest, FileStandsBeforeTheCommandGoesOut) {
     struct Looks final : Misbehaviour {
         explicit Looks(std::function<void()> look) : look_(std::move(look)) {}
@@ -151,6 +164,24 @@ TEST_F(OpenMotionTest, WhatWasLeft_IsStoppedOnceThePortCanBeOpened) {
     EXPECT_TRUE(std::filesystem::exists(File()));
     machine.ConnectMount(1, *mount);
     EXPECT_EQ(SentBy([&] { machine.AdvanceTime(1'500); }), (std::vector<std::string>{"Q", "Q"}));
+    EXPECT_FALSE(std::filesystem::exists(File()));
+}
+
+TEST_F(OpenMotionTest, StopOfWhatWasLeft_WaitsForASlewThatWasAskedForSinceThen) {
+    ExpectSwallow("*");
+    Leave("mount");
+    machine.serialPorts.Disconnect(1);
+    Start();
+    machine.AdvanceTime(1'900);
+    machine.ConnectMount(1, *mount);
+    telescope = ConnectedTelescope();
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 20.0);
+    machine.AdvanceTime(3'000);
+    EXPECT_TRUE(mount->Picture().slewing);
+    EXPECT_FALSE(Logged(kStopSent));
+    machine.AdvanceTime(60'000);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_TRUE(Logged(kStopSent));
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 
