@@ -167,18 +167,18 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
 }
 
 /// False at the time limit. Waits in slices, so that neither a cached read nor the end of the process waits for the
-/// mount.
+/// mount. A reply whose bytes come one by one is many short waits: the first thing in each is to let reads in.
 bool PosixSerialPort::AwaitBytes(SteadyClock::time_point deadline) {
     constexpr std::chrono::milliseconds kSlice{PosixClock::kReadSliceMs};
-    for (;;) {
-        const auto slice = letReadsIn_ ? std::min(deadline, SteadyClock::now() + kSlice) : deadline;
-        if (WaitFor(device_.native_handle(), POLLIN, slice)) {
-            return true;
-        }
-        if (slice == deadline || !letReadsIn_()) {
+    for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
+        if (letReadsIn_ && !letReadsIn_()) {
             return false;
         }
+        if (WaitFor(device_.native_handle(), POLLIN, letReadsIn_ ? std::min(deadline, now + kSlice) : deadline)) {
+            return true;
+        }
     }
+    return false;
 }
 
 }  // namespace kestrane

@@ -322,6 +322,21 @@ TEST_F(SerialTest, WaitForBytes_LetsReadsInAgainAndAgain) {
     EXPECT_GE(reads, 3);
 }
 
+TEST_F(SerialTest, WaitForBytes_LetsReadsInFirst_SoThatAReplyByteByByteHoldsThemUpForOneByte) {
+    constexpr int kBytes = 200;
+    PosixSerialPort port{folder_.Path(), milliseconds(20), [&] {
+                             farEnd_.Send("x");
+                             return true;
+                         }};
+    Link(1, farEnd_.Name());
+    ASSERT_EQ(port.Open(1, 9600), 0);
+    const Tick start = clock_.GetTickCount();
+    for (int i = 0; i < kBytes; ++i) {
+        ASSERT_EQ(port.Read(1, 3'600'000), "x");
+    }
+    EXPECT_LT(clock_.GetTickCount() - start, kBytes * PosixClock::kReadSliceMs);
+}
+
 TEST_F(SerialTest, WaitForBytes_EndsWhenThoseLetInSaySo) {
     bool goesOn = false;
     PosixSerialPort port{folder_.Path(), milliseconds(20), [&] { return goesOn; }};
