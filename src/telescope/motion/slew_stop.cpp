@@ -13,6 +13,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StopMotion(std::string_view origin, StopPair pair);
+    void StopUnwatchedMotion();
     void StopAxes(std::string_view origin);
 };
 
@@ -26,12 +27,12 @@ void Telescope::AbortSlew() {
         steps.StopAxes("ASCOM");
     } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
         steps.StopMotion("ASCOM", needs_.guidePulses.MayMove() ? StopPair::Always : StopPair::IfMoving);
-    } else if (state_.g_bTracking) {
-        TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back on
-                                                // the sidereal rate
-    } else if (state_.g_bGotoSent || needs_.guidePulses.MayMove() || needs_.axisMotions.EndIsInDoubt()) {
-        // What nobody has seen end may still be under way, and nothing but this stop would end it now.
-        steps.StopMotion("ASCOM", StopPair::Always);
+    } else {
+        steps.StopUnwatchedMotion();
+        if (state_.g_bTracking) {
+            TrackingRate(tracking_rate::Sidereal);  // intentional: with nothing to stop, an abort puts the mount back
+                                                    // on the sidereal rate
+        }
     }
 }
 
@@ -51,6 +52,15 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
         core_.SendStopPair();
     }
     CustomRates(core_).Reinstate(telescope_);
+}
+
+/// What nobody has seen end may still be under way, and nothing but this stop would end it now. The single stop that
+/// sets the tracking rate anew could be lost, but it ends the doubt about an axis.
+void StopSteps::StopUnwatchedMotion() {
+    const bool endIsInDoubt = needs_.axisMotions.EndIsInDoubt() && !state_.g_bTracking;
+    if (state_.g_bGotoSent || state_.g_bMoveSent || needs_.guidePulses.MayMove() || endIsInDoubt) {
+        StopMotion("ASCOM", StopPair::Always);
+    }
 }
 
 /// Stops the axes that `MoveAxis` of any client runs. The tracking from before is restored in place of the custom

@@ -163,6 +163,24 @@ TEST_F(StopTest, AbortWithNothingToStop_AndNoTracking_SendsNothing) {
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlewDriver(); }), "Q Q") << "a person's stop always goes out";
 }
 
+TEST_F(StopTest, Abort_StopsAMoveOfAClientsOwnText) {
+    Connect("S");
+    for (const bool tracks : {false, true}) {
+        telescope->Tracking(tracks);
+        telescope->CommandBlind("Mn", false);
+        machine.AdvanceTime(2'000);
+        EXPECT_EQ(MotionDuring([&] { OtherClient().AbortSlew(); }), tracks ? "Q Q Q RT2" : "Q Q");
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    }
+}
+
+TEST_F(StopTest, Abort_StopsAGuidePulseOfATrackingMountByThePair) {
+    Connect("S");
+    telescope->Tracking(true);
+    telescope->PulseGuide(0, 4'000);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q Q RT2");
+}
+
 TEST_F(StopTest, HandBoxStop_OfATrackingMount_IsTheStopPair) {
     Connect("S");
     Stand();
