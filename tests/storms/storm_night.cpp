@@ -4,16 +4,16 @@
 #include <cmath>
 
 #include "kernel/base/conversions.h"
+#include "storms/storm_times.h"
 #include "support/seed_settings.h"
 #include "support/stands_west.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::int64_t kSecond = 1'000;
-constexpr std::int64_t kMinute = 60 * kSecond;
+using storm::kMinute, storm::kReadMs, storm::kSecond;
+
 constexpr std::int64_t kLookMs = 250;
-constexpr std::int64_t kReadMs = 1'000;
 constexpr std::int64_t kMomentMs = 5;
 constexpr std::int64_t kLongestSlewMs = 4 * kMinute;
 constexpr double kAcrossHours = 2.0;  // on either side of the meridian

@@ -114,7 +114,7 @@ void StormyLine::Write(std::string_view bytes) {
     Mark("> " + std::string(bytes));
     std::string text(bytes);
     if (!text.empty() && chance_.Strikes()) {
-        switch (chance_.Below(5)) {
+        switch (chance_.Below(forges ? 5 : 3)) {
             case 0:
                 Mark("  lost");
                 return;

@@ -39,6 +39,7 @@ public:
     StormyLine(MountSimulator& mount, Chance& chance);
 
     std::function<void(std::string_view bytes)> onWrite;  ///< what the driver sends, before any fault
+    bool forges = true;  ///< whether bytes of a command may change, which may make another command of it
 
     /// Keeps what was written and read from now on, and what a fault has made of it, each line with its time.
     void KeepTail(const VirtualClock& clock) { clock_ = &clock; }
