@@ -1,6 +1,7 @@
+#include "storms/random_hour.h"
+
 #include <gtest/gtest.h>
 
-#include "storms/random_hour.h"
 #include "support/run_length.h"
 
 namespace kestrane {

@@ -31,8 +31,8 @@ namespace kestrane {
 ///   - a pulse that stops the mount ends one on the other axis as well, whose flag stays up to its time;
 ///   - `MoveAxis` takes the mount over from a slew without stopping it: the slew goes on unseen on the other axis, or
 ///     on both where the axis ends at once;
-///   - without a status text nobody hears that a command to track or to park was lost, and a mount whose position is read
-///     twice counts as not parked;
+///   - without a status text nobody hears that a command to track or to park was lost, and a mount whose position is
+///     read twice counts as not parked;
 ///   - what a fault of the line has made of a command is not the driver's doing.
 class RandomHour {
 public:
