@@ -1,4 +1,4 @@
-# Unity builds (KESTRANE_UNITY; TESTS: of the test programs alone): a few files of one folder are compiled as one, which
+# Unity builds (KESTRANE_UNITY): a few files of one folder are compiled as one, which
 # takes less than half the time, since most of a file is the same templates again. The contents of their anonymous
 # namespaces then meet: no two files of a folder may give different things the same name. Where that is not possible, a
 # file stays alone with
@@ -19,7 +19,7 @@ function(kestrane_unite folder)
   foreach(target IN LISTS targets)
     get_target_property(type ${target} TYPE)
     get_target_property(is_test ${target} KESTRANE_TEST_PROGRAM)
-    if(is_test OR (type STREQUAL "STATIC_LIBRARY" AND NOT KESTRANE_UNITY STREQUAL "TESTS"))
+    if(is_test OR type STREQUAL "STATIC_LIBRARY")
       kestrane_unite_target(${target} ${folder})
     endif()
   endforeach()
