@@ -149,7 +149,8 @@ void GuidePulses::Guide(std::int32_t direction, std::int32_t milliseconds) {
         mount.LetStopInNow();
         if (row && Runs(*row, *number)) {
             SendMove(mount, *row, milliseconds, form);
-            returnsAtEnd ? ArmOwnEnd(*row, milliseconds) : ArmStopTimer(*row, milliseconds);
+            PulseOf(*row).awaited = returnsAtEnd;
+            returnsAtEnd ? ArmEndTimer(*row, milliseconds) : ArmStopTimer(*row, milliseconds);
         }
     });
     if (row && number && Runs(*row, *number)) {
@@ -220,8 +221,20 @@ void GuidePulses::SendMove(Sequence& mount, const DirectionRow& row, std::int32_
     pulse.moves = true;
     pulse.open = !timed;
     pulse.end = driver_.clock.GetTickCount() + milliseconds;
-    pulse.endOwed = PulseOf(Rows()[row.partner]).endOwed = false;  // the axis has got a new command
+    TakeOverAxis(row);
     ExpectNextEnd();
+}
+
+/// An axis that has got a new command needs no owed end any more. On a line that does not stand it has got none.
+void GuidePulses::TakeOverAxis(const DirectionRow& row) {
+    if (!LineStands()) {
+        return;
+    }
+    for (Pulse* const pulse : {&PulseOf(row), &PulseOf(Rows()[row.partner])}) {
+        if (std::exchange(pulse->endOwed, false)) {
+            pulse->endTimer->SetEnabled(false);
+        }
+    }
 }
 
 void GuidePulses::ArmStopTimer(const DirectionRow& row, std::int32_t milliseconds) {
@@ -233,7 +246,7 @@ void GuidePulses::ArmStopTimer(const DirectionRow& row, std::int32_t millisecond
     timer.Enabled(true);
 }
 
-void GuidePulses::ArmOwnEnd(const DirectionRow& row, std::int32_t milliseconds) {
+void GuidePulses::ArmEndTimer(const DirectionRow& row, std::int32_t milliseconds) {
     PumpTimer& timer = *PulseOf(row).endTimer;
     timer.SetEnabled(false);
     timer.SetInterval(milliseconds);
@@ -270,7 +283,7 @@ void GuidePulses::OnStopTimer(const DirectionRow& row) {
 void GuidePulses::OnEndTimer(const DirectionRow& row) {
     Pulse& pulse = PulseOf(row);
     pulse.endTimer->SetEnabled(false);
-    if (pulse.runs) {
+    if (pulse.runs && pulse.awaited) {
         EndItself(row);
     } else if (pulse.endOwed) {
         SendOwedEnd(row);
@@ -295,28 +308,35 @@ void GuidePulses::SendEnd(const DirectionRow& row) {
 
 /// Nobody hears whether the mount takes the stop of a direction: where the line says no, the end is owed.
 void GuidePulses::NoteEndSent(const DirectionRow& row) {
-    PulseOf(row).endOwed = PulseOf(row).open && !LineStands();
-    if (PulseOf(row).endOwed) {
+    Pulse& pulse = PulseOf(row);
+    const bool wasOwed = pulse.endOwed;
+    pulse.endOwed = (pulse.open || wasOwed) && !LineStands();
+    if (pulse.endOwed && !wasOwed) {
         driver_.log.LogMessage("PulseGuide", LogLevel::Error,
                                "The mount may not have heard the end of a pulse. It goes out again when the line is "
                                "back.");
     }
 }
 
+/// A port that is gone is tried: nothing else may find out that it is back.
 void GuidePulses::SendOwedEnd(const DirectionRow& row) {
-    if (!LineStands()) {
-        ArmOwnEnd(row, kOwedEndIntervalMs);
-        return;
+    if (LineStands() || !PortIsThere()) {
+        SendEnd(row);
     }
-    SendEnd(row);
-    if (!PulseOf(row).endOwed) {
+    if (PulseOf(row).endOwed) {
+        ArmEndTimer(row, kOwedEndIntervalMs);
+    } else {
         driver_.log.LogMessage("PulseGuide", LogLevel::Warning, "The end of a pulse went out again");
     }
 }
 
 bool GuidePulses::LineStands() const {
     const bool answers = !state_.g_bLostComms && state_.g_nNoResponse == 0 && !needs_.queries.LineIsSilent();
-    return answers && needs_.link && needs_.link->CanSend();
+    return answers && PortIsThere();
+}
+
+bool GuidePulses::PortIsThere() const {
+    return needs_.link && needs_.link->CanSend();
 }
 
 void GuidePulses::NoteMountStopped() {
@@ -324,8 +344,9 @@ void GuidePulses::NoteMountStopped() {
         return;
     }
     for (const DirectionRow& row : Rows()) {
-        PulseOf(row).endOwed = PulseOf(row).endOwed && !LineStands();
-        if (PulseOf(row).runs) {
+        Pulse& pulse = PulseOf(row);
+        pulse.endOwed = (pulse.endOwed || (pulse.moves && pulse.open)) && !LineStands();
+        if (pulse.runs) {
             (needs_.handBox.*row.timer).Enabled(false);
             Forget(row);
         }
@@ -340,6 +361,8 @@ void GuidePulses::EndOnAxis(std::int32_t axis) {
                 SendEnd(row);
             }
             Forget(row);
+        } else if (row.axis == axis && PulseOf(row).endOwed) {
+            SendOwedEnd(row);
         }
     }
 }
@@ -356,10 +379,10 @@ void GuidePulses::Forget(const DirectionRow& row) {
         state_.g_tickMotionStopped = driver_.clock.GetTickCount();
         state_.g_bMotionStopped = true;
     }
-    pulse.runs = pulse.moves = pulse.open = false;
+    pulse.runs = pulse.moves = pulse.open = pulse.awaited = false;
     pulse.endTimer->SetEnabled(false);
     if (pulse.endOwed) {
-        ArmOwnEnd(row, kOwedEndIntervalMs);
+        ArmEndTimer(row, kOwedEndIntervalMs);
     }
     needs_.motion.GuidePulseEnds(row.direction);
     needs_.panel.SetUiGuideIndicator(static_cast<std::int32_t>(&row - Rows().data()), false);

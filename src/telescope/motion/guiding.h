@@ -51,7 +51,7 @@ struct GuidePulsesNeeds {
 ///
 /// A pulse that the driver ends ends at its time: by a prompt timer, whose tick runs wherever a stop gets in, also
 /// under a call that runs inside the one which waits for the pulse. When the line is silent or gone at that time, the
-/// end goes out once more after it is back.
+/// end is owed: it goes out once more after the line is back, also when a stop of all motion was to end the pulse.
 ///
 /// Intentional: a pulse in place of another one of its axis sends a stop that stops the whole mount; the flag of a
 /// pulse on the other axis stays up until its own end all the same. Any other stop ends all pulses.
@@ -88,9 +88,10 @@ private:
         bool runs = false;         ///< as its flag
         bool moves = false;        ///< its move has gone out
         bool open = false;         ///< the driver is to end it
+        bool awaited = false;      ///< a call waits for it: its end comes by `endTimer`, not by that of the hand box
         Tick end;                  ///< of a pulse that moves
         bool endOwed = false;      ///< its stop went out to a line that was silent or gone
-        std::unique_ptr<PumpTimer> endTimer;
+        std::unique_ptr<PumpTimer> endTimer;  ///< of an awaited pulse, or of an end that is owed
     };
 
     class SendingItself;
@@ -102,7 +103,8 @@ private:
     std::uint32_t Begin(const DirectionRow* row, std::int32_t milliseconds, std::size_t rate);
     void SendMove(Sequence& mount, const DirectionRow& row, std::int32_t milliseconds, PulseForm form);
     void ArmStopTimer(const DirectionRow& row, std::int32_t milliseconds);
-    void ArmOwnEnd(const DirectionRow& row, std::int32_t milliseconds);
+    void ArmEndTimer(const DirectionRow& row, std::int32_t milliseconds);
+    void TakeOverAxis(const DirectionRow& row);
     void AwaitEnd(const DirectionRow& row, std::uint32_t number, std::int32_t milliseconds);
     void OnStopTimer(const DirectionRow& row);
     void OnEndTimer(const DirectionRow& row);
@@ -113,6 +115,7 @@ private:
     void Forget(const DirectionRow& row);
     void ExpectNextEnd();
     bool LineStands() const;
+    bool PortIsThere() const;
 
     GuidePulsesNeeds needs_;
     Essentials driver_;
