@@ -152,8 +152,7 @@ void FocusMotor::EndRun() {
     Note(LogLevel::Warning, "The driver ends: the focuser is stopped");
     held_ = false;
     Halt();
-    stopOwed_ = false;  // nobody is left to send it
-    stopAgain_.Enabled(false);
+    stopAgain_.Enabled(false);  // a stop that is owed is left to the next driver
 }
 
 std::int32_t FocusMotor::Backlash() const {

@@ -76,7 +76,8 @@ public:
     /// Whether the motor runs, may run or will run by itself: a run, a held button, or a stop that is still to be
     /// written.
     bool MayRun() const { return IsMoving() || held_ || stopOwed_; }
-    /// For the end of the process: stops the motor if it may run.
+    /// For the end of the process: stops the motor if it may run. Where the stop cannot be written, `MayRun` stays
+    /// true.
     void EndRun();
 
 private:
