@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cmath>
+
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
@@ -9,6 +12,9 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kTestMoveMs = 100;
+constexpr double kDegreesInAnHour = 15.0;
+constexpr double kMostOfTestMoveDegrees = 0.5;         // at 64 times sidereal in two seconds
+constexpr double kSameReadingDegrees = 30.0 / 3600.0;  // a third of what the move makes
 constexpr std::string_view kOrigin = "AutoCalibrateNSEW";
 
 class CalibrationSteps : TelescopeSteps {
@@ -21,6 +27,13 @@ public:
     bool IsPierSide(const std::string& side, std::string_view complaint);
     bool AskRa(Sequence& mount, double& hours, std::string_view label);
     bool AskDec(Sequence& mount, double& degrees, std::string_view label);
+
+private:
+    struct Place {
+        double hours = 0.0;
+        double degrees = 0.0;
+    };
+    bool MayBeSwapped(Sequence& mount, const Place& start, const Place& end);
 };
 
 }  // namespace
@@ -100,14 +113,41 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     if (!AskRa(mount, endRa, "Got End RA: ") || !AskDec(mount, endDec, "Got Ending Dec: ")) {
         return false;
     }
+    const bool eastWest = NormalizeHourAngle(endRa - startRa) < 0.0;
+    const bool northSouth = startSide == pier_side::kEastText ? startDec < endDec : startDec > endDec;
+    if ((eastWest || northSouth) && !MayBeSwapped(mount, {startRa, startDec}, {endRa, endDec})) {
+        return false;
+    }
     Sequence swaps = Talk(procedure::SwapDirections);
-    if (NormalizeHourAngle(endRa - startRa) < 0.0) {
+    if (eastWest) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
         swaps.CommandBlind(wire::SwapEastWest);
     }
-    if (startSide == pier_side::kEastText ? startDec < endDec : startDec > endDec) {
+    if (northSouth) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
         swaps.CommandBlind(wire::SwapNorthSouth);
+    }
+    return true;
+}
+
+/// A swap stays in the mount, so no single reading decides on one: the end must be read twice the same, and be no
+/// farther from the start than the test move goes.
+bool CalibrationSteps::MayBeSwapped(Sequence& mount, const Place& start, const Place& end) {
+    const auto apart = [](const Place& a, const Place& b) {
+        return std::max(std::abs(NormalizeHourAngle(a.hours - b.hours)) * kDegreesInAnHour,
+                        std::abs(a.degrees - b.degrees));
+    };
+    if (apart(start, end) > kMostOfTestMoveDegrees) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "The test move cannot have gone that far... retrying");
+        return false;
+    }
+    Place second;
+    if (!AskRa(mount, second.hours, "Got End RA again: ") || !AskDec(mount, second.degrees, "Got Ending Dec again: ")) {
+        return false;
+    }
+    if (apart(end, second) > kSameReadingDegrees) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "Two readings differ... retrying");
+        return false;
     }
     return true;
 }

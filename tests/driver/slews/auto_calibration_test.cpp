@@ -86,8 +86,12 @@ TEST_F(AutoCalibrationTranscriptTest, BothDirectionsReversed_AreSwappedInTheMoun
         190 < 03:35:56.8#
         190 > :GD#
         200 < +45*01:36#
-        200 L AutoCalibrateNSEW Info Swapping E/W
-        200 > :EW#
+        200 > :GR#
+        210 < 03:35:56.8#
+        210 > :GD#
+        220 < +45*01:36#
+        220 L AutoCalibrateNSEW Info Swapping E/W
+        220 > :EW#
         *   L AutoCalibrateNSEW Info Swapping N/S
         *   > :NS#
         *   L AutoCalibrateNSEW Info Autocalibration Successful!
@@ -226,6 +230,41 @@ TEST_F(AutoCalibrationTranscriptTest, SilentMount_IsAskedThreeTimes_AndNeverMove
     EXPECT_FALSE(driver->state.g_bAutoCalibrated);
 }
 
+/// A false reading, which a second one does not confirm or which the test move cannot make, swaps nothing.
+struct FalseReadingRow {
+    std::string startRa, startDec;
+    std::string endRa, endDec;
+    std::string secondRa, secondDec;  ///< empty where it is not asked for
+};
+
+class FalseReadingTest : public AutoCalibrationTranscriptTest, public testing::WithParamInterface<FalseReadingRow> {};
+
+TEST_P(FalseReadingTest, CostsAnAttempt_AndSwapsNothing) {
+    const FalseReadingRow& row = GetParam();
+    const auto exchange = [](const std::string& command, const std::string& reply) {
+        return reply.empty() ? "" : "* > :" + command + "#\n" + "* < " + reply + "#\n";
+    };
+    const auto attempt = [&](const std::string& startRa, const std::string& startDec, const std::string& endRa,
+                             const std::string& endDec) {
+        return exchange("pS", "East") + exchange("GR", startRa) + exchange("GD", startDec) +
+               "* > :RC1#\n* > :Me#\n* > :Mn#\n* > :Q#\n" + exchange("pS", "East") + exchange("GR", endRa) +
+               exchange("GD", endDec);
+    };
+    Play("0 = Calibrate -> 1\n" + attempt(row.startRa, row.startDec, row.endRa, row.endDec) +
+         exchange("GR", row.secondRa) + exchange("GD", row.secondDec) +
+         attempt("03:00:06.4", "+44*58:24", "03:00:12.8", "+44*56:48"));
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, FalseReadingTest,
+    testing::Values(FalseReadingRow{"03:00:00.0", "+45*00:00", "02:59:06.4", "+44*58:24", "03:00:06.4", "+44*58:24"},
+                    FalseReadingRow{"03:00:00.0", "+45*00:00", "03:00:06.4", "+45*08:24", "03:00:06.4", "+44*58:24"},
+                    FalseReadingRow{"03:00:40.0", "+45*00:00", "03:00:06.4", "+44*58:24", "03:00:06.4", "+44*50:24"},
+                    FalseReadingRow{"13:00:00.0", "+45*00:00", "03:00:06.4", "+44*58:24", "", ""},
+                    FalseReadingRow{"03:00:00.0", "+15*00:00", "03:00:06.4", "+44*58:24", "", ""}),
+    [](const auto& row) { return "Row" + std::to_string(row.index); });
+
 /// How the two ends of the test move are taken.
 struct DecisionRow {
     std::string side;
@@ -244,8 +283,9 @@ TEST_P(DecisionTest, EndsOfTheMove_DecideWhatIsSwapped) {
     };
     Play("0 = Calibrate -> 1\n" + exchange("pS", row.side) + exchange("GR", row.startRa) +
          exchange("GD", row.startDec) + "* > :RC1#\n* > :Me#\n* > :Mn#\n* > :Q#\n" + exchange("pS", row.side) +
-         exchange("GR", row.endRa) + exchange("GD", row.endDec) + (row.swapsEastWest ? "* > :EW#\n" : "") +
-         (row.swapsNorthSouth ? "* > :NS#\n" : ""));
+         exchange("GR", row.endRa) + exchange("GD", row.endDec) +
+         (row.swapsEastWest || row.swapsNorthSouth ? exchange("GR", row.endRa) + exchange("GD", row.endDec) : "") +
+         (row.swapsEastWest ? "* > :EW#\n" : "") + (row.swapsNorthSouth ? "* > :NS#\n" : ""));
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
 }
 
@@ -261,7 +301,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DecisionRow{"West", "03:00:00.0", "03:00:00.0", "+45*00:00", "+45*00:00", false, false},
                     // Across the hour 0: a change of -23.9 hours is one of 0.1, and the other way round.
                     DecisionRow{"East", "23:57:00.0", "00:03:00.0", "+45*00:00", "+44*58:24", false, false},
-                    DecisionRow{"East", "00:03:00.0", "23:57:00.0", "+45*00:00", "+44*58:24", true, false},
+                    DecisionRow{"East", "00:00:03.0", "23:59:57.0", "+45*00:00", "+44*58:24", true, false},
                     // South of the equator declinations count the same way.
                     DecisionRow{"East", "03:00:00.0", "03:00:06.4", "-10*00:00", "-10*01:36", false, false},
                     DecisionRow{"East", "03:00:00.0", "03:00:06.4", "-00*00:48", "+00*00:48", false, true}),
