@@ -482,8 +482,8 @@ bool ConnectionManager::PeriodicQuayCheck() {
         state_.g_tickLastQuayCheck = now;
         return true;
     }
-    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs) {
-        return true;
+    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs || needs_.door.ExpectsPulseEnd()) {
+        return true;  // the end of a pulse would wait for the answer
     }
     CheckQuay();
     state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();

@@ -91,7 +91,9 @@ bool MountQueries::QueryTime() {
     const double mountTime = ProtocolHours(TimeOfReply(reply), driver_.log);
     const double secondsOff = SecondsFromPcTime(mountTime);
     const std::string kept = driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
-    if (state_.g_bQuayLink) {
+    if (needs_.door.ExpectsPulseEnd()) {
+        // Its end would wait for these exchanges, which may as well follow the next reading.
+    } else if (state_.g_bQuayLink) {
         AskQuayForTime(kept);
     } else if (kept == kOn && secondsOff >= kSecondsOff) {
         driver_.log.LogMessage("QueryTime", LogLevel::Warning,
@@ -226,6 +228,9 @@ bool MountQueries::QueryTimeZone() {
 }
 
 void MountQueries::CorrectTimeZone() {
+    if (needs_.door.ExpectsPulseEnd()) {
+        return;  // its end would wait for the exchanges
+    }
     if (!state_.g_bQuayLink) {
         driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
         ResendTime();

@@ -104,7 +104,9 @@ void Sequence::ClearIfOutOfStep() {
 }
 
 bool Sequence::CommandBoolInternal(const CharacterCommand& row, std::string_view argument) {
-    return Next().CommandBoolInternal(row.With(argument));
+    MountCommands& commands = Next();
+    const StopDoor::Measured measured(door_);
+    return commands.CommandBoolInternal(row.With(argument));
 }
 
 CharacterReply Sequence::CommandCharacterInternal(const CharacterCommand& row, std::string_view argument) {
@@ -112,7 +114,9 @@ CharacterReply Sequence::CommandCharacterInternal(const CharacterCommand& row, s
 }
 
 std::string Sequence::CommandString(const TextCommand& row, std::string_view argument) {
-    return Next().CommandString(row.With(argument));
+    MountCommands& commands = Next();
+    const StopDoor::Measured measured(door_);
+    return commands.CommandString(row.With(argument));
 }
 
 std::string Sequence::CommandStringInternal(const TextCommand& row, std::string_view argument) {

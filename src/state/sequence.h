@@ -54,7 +54,7 @@ inline constexpr CompletingProcedure CustomRate       {"custom rate",         Do
 inline constexpr CompletingProcedure FocuserRun       {"focuser run",         Doors::Closed};      // sent without a wait
 inline constexpr CompletingProcedure FocuserStop      {"focuser stop",        Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
-inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
+inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach, true};  // as the poll does too
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach, true};  // each query
 inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange
@@ -102,6 +102,7 @@ public:
     }
     /// When the next guide pulse ends that the mount does not end by itself; nothing when none runs.
     void ExpectPulseEnd(std::optional<Tick> end) { pulseEnd_ = end; }
+    bool ExpectsPulseEnd() const { return pulseEnd_.has_value(); }
     /// Stops asked for so far; wraps.
     std::uint32_t Stops() const { return state_.g_nAborts; }
     /// Gives no permit, and logs a line, when a stop that was asked for after this call has run before it: whoever
