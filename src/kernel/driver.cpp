@@ -192,11 +192,7 @@ Driver::Driver(Platform platform)
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .checkForUpdate = [] {},
-          .endRuns =
-              [this] {
-                  guidePulses.EndAll();
-                  focusMotor.EndRun();
-              },
+          .endRuns = [this] { EndRuns(); },
           .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
       }),
@@ -319,12 +315,16 @@ FocuserObject Driver::CreateFocuser() {
 void Driver::EndOnRequest() {
     log.LogMessage("ShutdownDriver", LogLevel::Info, "The process was asked to end");
     motion.StopAskedFor();
+    connections.ShutdownDriver();
+}
+
+void Driver::EndRuns() {
     guidePulses.EndAll();
     StopRunningAxes();
+    focusMotor.EndRun();
     if (link && link->Connected()) {
         InternalInstance().MaxSerialRetries(0);  // what a connect under way still asks finds a closed link
     }
-    connections.ShutdownDriver();
 }
 
 void Driver::StopRunningAxes() {
@@ -335,6 +335,11 @@ void Driver::StopRunningAxes() {
     errors.Step(
         [&] { Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop); });
     axisMotions.StopAll("The driver ends: its axes are stopped");
+    if (link->CanSend() && !queries.LineIsSilent()) {
+        axisMotions.EndIsHeard();
+    } else {
+        stopMayBeLost_ = true;
+    }
 }
 
 bool Driver::SlewOrParkGoesOn() const {
@@ -342,8 +347,8 @@ bool Driver::SlewOrParkGoesOn() const {
 }
 
 bool Driver::AxisMayRun() const {
-    const bool endIsInDoubt = axisMotions.EndIsInDoubt() && !SlewOrParkGoesOn();
-    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endIsInDoubt;
+    const bool endMayBeLost = axisMotions.EndMayBeLost(state) && !SlewOrParkGoesOn();
+    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endMayBeLost || stopMayBeLost_;
 }
 
 void Driver::NoteOpenMotion(std::string_view text) {

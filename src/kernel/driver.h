@@ -60,8 +60,8 @@ public:
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 
-    /// Ends the process in order, as an operating system wishes that shuts down: axes that run are stopped, also those
-    /// that a client's own text set in motion, the link is closed, calls that wait return. A slew or a park goes on in
+    /// Ends the process in order, as an operating system wishes that shuts down: what only the driver would end is
+    /// stopped, as at each end of the process, the link is closed, calls that wait return. A slew or a park goes on in
     /// the mount, but a slew gets no second leg. To be run as a stop, so that it gets into every call that waits;
     /// settings and log are closed by the destructor.
     void EndOnRequest();
@@ -124,6 +124,7 @@ private:
     LogFileFacts FactsOfLog();
     bool SlewOrParkGoesOn() const;
     bool AxisMayRun() const;
+    void EndRuns();
     void StopRunningAxes();
     void NoteOpenMotion(std::string_view text);
     void StopWhatWasLeft();
@@ -133,6 +134,7 @@ private:
     OpenMotion left_;  ///< by the process before this one
     std::unique_ptr<PumpTimer> stopLeftTimer_;
     bool stopLeftDelayed_ = false;  ///< the port could not be opened at once
+    bool stopMayBeLost_ = false;    ///< that of the end of the process
 };
 
 /// Process start: refuses a start that no client asked for, with one message, and makes nothing (null); otherwise

@@ -127,6 +127,10 @@ void AxisMotions::TakeChoiceSince(DoubtedEnd& end, const DriverState& state) con
     }
 }
 
+bool AxisMotions::EndMayBeLost(const DriverState& state) const {
+    return doubtedEnd_ && state.g_bGosSupported && doubtedEnd_->slewsTaken == state.g_nSlewsTaken;
+}
+
 std::optional<AxisEnd> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
     const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
                        state.g_bGotoSent || state.g_bMoveSent;
@@ -178,8 +182,8 @@ void Telescope::MoveAxis(std::int32_t axis, double degreesPerSecond) {
     }
     if (axis == mount_axis::Primary) {
         steps.MovePrimaryAxis(degreesPerSecond);
-    } else if (!steps.MoveSecondaryAxis(degreesPerSecond) && degreesPerSecond == 0.0) {
-        steps.NoteDoubtedEnd(AxisEnd::RateOfSecondary);
+    } else {
+        steps.MoveSecondaryAxis(degreesPerSecond);
     }
     steps.ForgetEndedMotion();
 }
@@ -237,7 +241,12 @@ bool AxisSteps::MoveSecondaryAxis(double degreesPerSecond) {
     const double multiple = MultipleOfSidereal(degreesPerSecond);
     CustomRates(core_).ShowCustomRate(needs_.handBox.txtDecCustom, multiple);
     ShowAxisRates();
-    return CustomRates(core_).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+    const bool taken =
+        CustomRates(core_).SendCustomRate(wire::CustomDecRate, state_.g_bWestSide ? -multiple : multiple);
+    if (!taken && degreesPerSecond == 0.0 && state_.g_bHasCustomRates) {
+        NoteDoubtedEnd(AxisEnd::RateOfSecondary);
+    }
+    return taken;
 }
 
 void AxisSteps::ShowAxisRates() {

@@ -85,6 +85,8 @@ public:
     /// choice of the tracking goes out, and after any other end. Makes the next status due early.
     void EndIsDoubted(AxisEnd end, Tick now, DriverState& state);
     bool EndIsInDoubt() const { return doubtedEnd_.has_value(); }
+    /// The same where the status of the mount will say how it is, and no later slew has ended the motion.
+    bool EndMayBeLost(const DriverState& state) const;
     /// The mount has taken the end after all.
     void EndIsHeard() { doubtedEnd_.reset(); }
     void CustomRateChosen() { doubtedEnd_.reset(); }

@@ -85,6 +85,19 @@ TEST_F(AxisEndTest, EndOfTheSecondaryAxis_ThatTheMountHasNotHeard_IsSentAgain) {
     EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
 }
 
+TEST_F(AxisEndTest, EndOfTheSecondaryAxisOfAClientThatGoes_ThatTheMountHasNotHeard_IsSentAgain) {
+    ExpectSwallow("CommandBool");
+    telescope->MoveAxis(1, 0.5);
+    mount->SetLineDead(true);
+    telescope.reset();
+    mount->SetLineDead(false);
+    ASSERT_GT(std::abs(mount->Picture().polarSpeed), 0.4);
+    machine.AdvanceTime(15'000);
+    EXPECT_EQ(TimesLogged(kEndSentAgain), 1);
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    telescope = ConnectedTelescope();
+}
+
 TEST_F(AxisEndTest, AbortOfAnAxis_ThatTheMountHasNotHeard_IsSentAgain) {
     for (const std::int32_t axis : {0, 1}) {
         log.clear();

@@ -49,6 +49,55 @@ TEST_F(AxisStopTest, EndOfTheProcess_StopsTheAxesOfAllClientsAndRestoresTheTrack
     EXPECT_EQ(machine.processes.ends, 1);
 }
 
+TEST_F(AxisStopTest, EachEndOfTheProcess_StopsWhatNobodyElseWouldEnd) {
+    struct Motion {
+        std::string name;
+        std::function<void()> begin;
+        Wire sent;
+    };
+    const std::vector<Motion> motions{
+        {"both axes",
+         [&] {
+             telescope->MoveAxis(0, 0.5);
+             telescope->MoveAxis(1, 0.5);
+         },
+         {}},
+        {"a move of a client's own text", [&] { telescope->CommandBlind("Mn", false); }, {"Q"}},
+        {"a held button", [&] { driver->InternalInstance().CommandBlindInternal(":RC1#:Mn#", true); }, {"Q"}},
+        {"a pulse", [&] { telescope->PulseGuide(0, 200'000); }, {"Qn"}},
+    };
+    const std::vector<std::function<void()>> ends{
+        [&] {
+            other.reset();
+            telescope.reset();
+        },
+        [&] { telescope->ClientCount(1); },
+        [&] { driver->EndOnRequest(); },
+    };
+    for (const Motion& motion : motions) {
+        for (const auto& end : ends) {
+            SCOPED_TRACE(motion.name);
+            motion.begin();
+            machine.AdvanceTime(1'000);
+            ASSERT_GT(std::abs(mount->Picture().polarSpeed), 1e-4);
+            const int before = machine.processes.ends;
+            const Wire sent = SentBy(end);
+            EXPECT_TRUE(motion.sent.empty() || sent == motion.sent) << testing::PrintToString(sent);
+            EXPECT_GT(machine.processes.ends, before);
+            EXPECT_FALSE(driver->link->Connected());
+            machine.AdvanceTime(200);  // the simulated mount brakes
+            EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+            EXPECT_LT(mount->Picture().hourSpeed, 0.005);
+            telescope.reset();
+            other.reset();
+            Restart();
+            telescope = ConnectedTelescope();
+            other = ConnectedTelescope();
+            machine.AdvanceTime(10'000);
+        }
+    }
+}
+
 TEST_F(AxisStopTest, EndOfTheProcess_WithoutARunningAxis_SendsNothingAndLetsASlewGoOn) {
     telescope->MoveAxis(1, 0.25);
     other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);  // ends the axis' motion

@@ -94,6 +94,69 @@ TEST_F(OpenMotionTest, AxisWhoseEndTheMountMayNotHaveHeard_StaysNoted) {
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 
+TEST_F(OpenMotionTest, HealthyEnds_LeaveNoFile) {
+    ExpectSwallow("CommandBool");
+    ExpectSwallow("CommandClear");
+    struct Row {
+        std::string firmware;
+        std::function<void()> run;
+    };
+    const std::vector<Row> rows{
+        {"VKC4-P02-08", [&] { telescope->MoveAxis(0, 0.1); }},
+        {"VKC4-P02-08", [&] { telescope->MoveAxis(1, 0.1); }},
+        {"VKC4-P02-08", [&] { telescope->CommandBlind("Mn", false); }},
+        {"VKC4-P02-08", [&] { telescope->PulseGuide(0, 200'000); }},
+        {"E3", [&] { telescope->PulseGuide(0, 60'000); }},
+        {"E3",  // reports no status, so the mount never says that it has heard the end
+         [&] {
+             telescope->MoveAxis(0, 0.1);
+             telescope->MoveAxis(0, 0.0);
+         }},
+    };
+    for (const Row& row : rows) {
+        BuildMount(row.firmware);
+        Connect();
+        row.run();
+        machine.AdvanceTime(1'000);
+        telescope.reset();  // the last client
+        EXPECT_EQ(machine.processes.ends, 1);
+        machine.processes.ends = 0;
+        driver.reset();
+        EXPECT_FALSE(std::filesystem::exists(File())) << row.firmware;
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    }
+}
+
+TEST_F(OpenMotionTest, EndThatThePulledCableSwallowed_LeavesTheFileToTheNextDriver) {
+    ExpectSwallow("*");
+    const std::vector<std::function<void()>> motions{
+        [&] { telescope->MoveAxis(1, 0.1); },
+        [&] { telescope->CommandBlind("Mn", false); },
+        [&] { telescope->PulseGuide(0, 200'000); },
+    };
+    const std::vector<std::function<void()>> ends{[&] { telescope.reset(); }, [&] { telescope->ClientCount(1); },
+                                                  [&] { driver->EndOnRequest(); }};
+    for (const auto& begin : motions) {
+        for (const auto& end : ends) {
+            BuildMount("VKC4-P02-08");
+            Connect();
+            begin();
+            machine.AdvanceTime(500);
+            machine.serialPorts.Disconnect(1);
+            end();
+            telescope.reset();
+            driver.reset();
+            EXPECT_EQ(Words(), "mount");
+            EXPECT_NE(mount->Picture().polarSpeed, 0.0);
+            machine.ConnectMount(1, *mount);
+            Start();
+            machine.AdvanceTime(1'500);
+            EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+            driver.reset();
+        }
+    }
+}
+
 TEST_F(OpenMotionTest, FileStandsBeforeTheCommandGoesOut) {
     struct Looks final : Misbehaviour {
         explicit Looks(std::function<void()> look) : look_(std::move(look)) {}

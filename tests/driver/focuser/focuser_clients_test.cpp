@@ -239,6 +239,22 @@ TEST_F(FocuserClientsTest, AStopThatCouldNotBeWritten_GoesOutWhenTheLineIsBack) 
     EXPECT_EQ(FocusWire(mark), Wire{"FQ"}) << "once is enough";
 }
 
+TEST_F(FocuserClientsTest, AStopThatTheEndOfTheProcessCouldNotWrite_IsLeftToTheNextDriver) {
+    ExpectSwallow("*");
+    FocuserObject focuser = LinkedFocuser();
+    focuser->Move(5000);
+    machine.serialPorts.Disconnect(1);
+    focuser.reset();
+    driver.reset();
+    machine.ConnectMount(1, *mount);
+    EXPECT_EQ(Runs(), 1);
+    const std::size_t mark = Mark();
+    Start();
+    machine.AdvanceTime(1'500);
+    EXPECT_EQ(FocusWire(mark), Wire{"FQ"});
+    EXPECT_EQ(Runs(), 0);
+}
+
 TEST_F(FocuserClientsTest, AMoveThatTheMountHears_ReplacesAStopThatIsOwed) {
     ExpectSwallow("*");
     const FocuserObject focuser = LinkedFocuser();

@@ -77,14 +77,33 @@ TEST_F(PulseEndTest, UnderReadsThatFollowEachOther_TheEndGoesOutAtItsTime) {
 }
 
 TEST_F(PulseEndTest, ThePollBeginsNoQuestionThatTheEndWouldWaitFor) {
-    ConnectTo(kUntimed);
-    mount->Add(std::make_unique<AnswersLate>("", 120));
-    machine.AdvanceTime(10'000);
-    for (std::int32_t duration = 400; duration < 2'400; duration += 37) {
-        const std::string wire = WireOf(2, duration, duration + 1'000);
-        const int begun = std::stoi(wire.substr(wire.find(' ') + 1));
-        const std::size_t end = wire.find(std::to_string(begun + duration) + ":Qe");
-        EXPECT_NE(end, std::string::npos) << duration << ": " << wire;
+    ExpectSwallow("*");
+    struct Row {
+        std::string_view firmware;
+        SettingTexts settings;
+    };
+    const std::vector<Row> rows{
+        {kUntimed, {}},
+        {kUntimed, {{"chkKeepMountTimeSyncedToPcTime", "1"}}},  // a clock that is off is set again and again
+        {kBrieflyTimed, {{"chkKeepMountTimeSyncedToPcTime", "1"}}},
+        {kUntimed, {{"chkQUAY", "1"}}},  // the companion is looked for again
+    };
+    for (const Row& row : rows) {
+        EndTheDriver();
+        ConnectTo(row.firmware, row.settings);
+        mount->Add(std::make_unique<AnswersWith>("GL", "01:00:00#", kEveryTime));
+        mount->Add(std::make_unique<AnswersLate>("", 120));
+        machine.AdvanceTime(10'000);
+        for (std::int32_t duration = 1'400; duration < 3'400; duration += 37) {
+            driver->state.g_tickLastQuayCheck = machine.clock.GetTickCount() - 59'000;  // due soon
+            const std::string wire = WireOf(2, duration, duration + 1'000);
+            const std::size_t move = wire.find(":Me");
+            ASSERT_NE(move, std::string::npos) << wire;
+            const std::size_t before = wire.rfind(' ', move);
+            const int begun = std::stoi(wire.substr(before == std::string::npos ? 0 : before + 1));
+            const std::size_t end = wire.find(std::to_string(begun + duration) + ":Qe");
+            EXPECT_NE(end, std::string::npos) << duration << ": " << wire;
+        }
     }
 }
 
@@ -239,6 +258,80 @@ TEST_F(PulseEndTest, AnEndThatTheSilentLineSwallowed_GoesOutWhenTheMountAnswersA
     Begin();
     machine.AdvanceTime(20'000);
     EXPECT_EQ(Wire(), "");
+}
+
+// --- the cable is pulled; nothing is asked meanwhile, so only the port says so ---------------------------------------
+
+class PulledCableTest : public PulseEndTest {
+protected:
+    void ConnectTo(std::string_view firmware) {
+        ExpectSwallow("*");
+        PulseEndTest::ConnectTo(firmware);
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+        Begin();
+    }
+    void PullAt(std::int64_t ms) {
+        machine.pump.PostAt(startMs + ms, CallKind::Brief, [this] { machine.serialPorts.Disconnect(1); });
+    }
+    void PlugAt(std::int64_t ms) {
+        machine.pump.PostAt(startMs + ms, CallKind::Brief, [this] { machine.ConnectMount(1, *mount); });
+    }
+    bool Moves() const { return std::abs(mount->Picture().polarSpeed) > 1e-9; }
+    void GoTo(std::int64_t ms) { machine.AdvanceTime(startMs + ms - machine.clock.Elapsed()); }
+};
+
+TEST_F(PulledCableTest, AnEndThatCouldNotBeWritten_GoesOutWhenTheCableIsBack) {
+    ConnectTo(kUntimed);
+    GuideAt(0, 0, 2'000);
+    PullAt(1'000);
+    PlugAt(4'000);
+    GoTo(3'900);
+    EXPECT_EQ(Flags(), "");
+    EXPECT_TRUE(Moves());
+    GoTo(5'200);
+    EXPECT_FALSE(Moves());
+}
+
+TEST_F(PulledCableTest, AnOwedEnd_OutlivesAPulseOfItsAxisThatTheMountCannotHear) {
+    for (const std::int32_t direction : {0, 1}) {
+        EndTheDriver();
+        ConnectTo(kBrieflyTimed);
+        GuideAt(0, 0, 2'000);
+        PullAt(1'000);
+        GuideAt(2'500, direction, 300);
+        PlugAt(4'000);
+        GoTo(3'900);
+        EXPECT_TRUE(Moves());
+        GoTo(5'200);
+        EXPECT_FALSE(Moves()) << direction;
+    }
+}
+
+TEST_F(PulledCableTest, AStopThatCouldNotBeWritten_LeavesTheEndOwed) {
+    ConnectTo(kUntimed);
+    GuideAt(0, 0, 60'000);
+    PullAt(1'000);
+    StopAt(1'500, [&] { telescope->AbortSlew(); });
+    PlugAt(4'000);
+    GoTo(3'900);
+    EXPECT_EQ(Flags(), "");
+    EXPECT_TRUE(Moves());
+    GoTo(5'200);
+    EXPECT_FALSE(Moves());
+}
+
+TEST_F(PulledCableTest, ANewPulseAfterTheReturn_KeepsItsLength) {
+    ConnectTo(kUntimed);
+    GuideAt(0, 0, 1'000);
+    PullAt(500);
+    PlugAt(1'200);
+    GuideAt(1'300, 0, 3'000);
+    GoTo(4'310);
+    EXPECT_EQ(Flags(), "N");
+    EXPECT_TRUE(Moves());
+    GoTo(4'330);
+    EXPECT_EQ(Flags(), "");
+    EXPECT_FALSE(Moves());
 }
 
 TEST_F(PulseEndTest, AfterAnOpenPulse_NothingCountsAsAMoveWithoutAnEnd) {
