@@ -102,11 +102,14 @@ std::int32_t PollLoop::StatusInterval() const {
 
 void PollLoop::WatchMotion() {
     ResumeNext errors{driver_.ledger, "UpdateMountInfo"};
+    std::optional<Tick> textAskedAt;
     errors.Step([&] {
-        if (needs_.queries.IsDue(state_.g_tickLastGos, StatusInterval())) {
-            needs_.queries.QueryGos();
+        const Tick now = driver_.clock.GetTickCount();
+        if (needs_.queries.IsDue(state_.g_tickLastGos, StatusInterval()) && needs_.queries.QueryGos()) {
+            textAskedAt = now;
         }
     });
+    errors.Step([&] { RepeatStop(textAskedAt); });
     if (needs_.queries.TickIsSilent()) {
         return;  // the supervision must not judge by a position that it may not ask for
     }
@@ -118,6 +121,13 @@ void PollLoop::WatchMotion() {
     if (slewHasBegun) {
         errors.Step([&] { needs_.panel.SlewFlashDisplay(); });
         errors.Step([&] { needs_.handBox.tmrSlewFlashUI.Enabled(true); });
+    }
+}
+
+void PollLoop::RepeatStop(std::optional<Tick> textAskedAt) {
+    TelescopeActions* const telescope = needs_.telescope();
+    if (telescope && stopWatch_.RepeatIsDue(textAskedAt, needs_.queries.Reads())) {
+        telescope->StopAgain();
     }
 }
 

@@ -18,6 +18,7 @@
 #include "state/motion.h"
 #include "state/mount_queries.h"
 #include "state/sequence.h"
+#include "state/stop_watch.h"
 #include "state/telescope_actions.h"
 
 namespace kestrane {
@@ -50,7 +51,11 @@ struct ParkGoal {
 /// timer.
 class PollLoop {
 public:
-    explicit PollLoop(PollLoopNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {}
+    explicit PollLoop(PollLoopNeeds needs)
+        : needs_(std::move(needs)),
+          driver_(needs_.driver),
+          state_(driver_.state),
+          stopWatch_(driver_.state, driver_.log, driver_.clock) {}
 
     /// The tick of `tmrQueryRaDecAltAz`: polls while a client holds a device object.
     void OnTimer();
@@ -72,6 +77,8 @@ public:
     /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May
     /// ask the mount where it stands.
     std::string_view WhyNoSecondLeg();
+    /// A stop pair goes out, which the poll repeats while the mount goes on moving: see `StopWatch`.
+    void StopGoesOut() { stopWatch_.StopGoesOut(); }
     /// Does what follows the end of a slew, when that is due. After a connect that waits until the mount stands.
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.
@@ -86,6 +93,7 @@ private:
     // poll_loop.cpp
     std::int32_t StatusInterval() const;
     void WatchMotion();
+    void RepeatStop(std::optional<Tick> textAskedAt);
     void AskWhatIsDue();
     void AskSideAtEnd();
     void FinishSlew();
@@ -97,7 +105,6 @@ private:
 
     // slew_supervision.cpp
     void LookForUnseenGoto();
-    bool CoordinatesMove();
     bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
@@ -127,15 +134,11 @@ private:
     PollLoopNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    StopWatch stopWatch_;
     /// Watches a mount that has refused a goto, for a while: the refusal may be a garbled answer.
     struct RefusedGoto {
         Tick sentAt;
-        double firstRa = 0.0;   ///< hours; the first reading, and the last one
-        double firstDec = 0.0;  ///< degrees
-        double ra = 0.0;
-        double dec = 0.0;
-        CoordinateReads reads;
-        int moves = 0;  ///< readings in a row that are far from the first one and from the one before
+        MotionByReadings readings;
     };
     std::optional<RefusedGoto> refusedGoto_;
     /// A park that the mount drives to a position of its own.

@@ -54,7 +54,7 @@ inline constexpr CompletingProcedure CustomRate       {"custom rate",         Do
 inline constexpr CompletingProcedure FocuserRun       {"focuser run",         Doors::Closed};      // sent without a wait
 inline constexpr CompletingProcedure FocuserStop      {"focuser stop",        Doors::Closed};      // is the stop
 inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
-inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach, true};  // as the poll does too
+inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach, true};  // each query
 inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
 inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange

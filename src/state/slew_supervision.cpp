@@ -20,8 +20,6 @@ constexpr double kAltAzThreshold = 0.5;       // degrees
 constexpr double kNearFirstLegDegrees = 1.0;
 constexpr double kDegreesPerHour = 15.0;
 constexpr std::int32_t kRefusalDoubtedMs = 15'000;
-constexpr double kGotoDegrees = 0.5;  // between two readings; no tracking moves that fast
-constexpr int kGotoMoves = 2;         // one alone may be a wrong reading
 constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
@@ -59,10 +57,8 @@ void PollLoop::LookForUnseenGoto() {
         return;
     }
     if (!refusedGoto_ || refusedGoto_->sentAt != state_.g_tickLastGoto) {
-        const double ra = state_.g_dRa;
-        const double dec = state_.g_dDec;
-        refusedGoto_ = RefusedGoto{state_.g_tickLastGoto, ra, dec, ra, dec, needs_.queries.Reads()};
-    } else if (CoordinatesMove()) {
+        refusedGoto_.emplace(RefusedGoto{state_.g_tickLastGoto, MotionByReadings(state_, needs_.queries.Reads())});
+    } else if (refusedGoto_->readings.Look(state_, needs_.queries.Reads()) == MotionByReadings::Seen::Moves) {
         driver_.log.LogMessage(
             "CheckSlewing", LogLevel::Warning,
             "The mount moves, although its answer to the slew was no acceptance: the slew is watched");
@@ -70,24 +66,6 @@ void PollLoop::LookForUnseenGoto() {
         state_.g_tickLastSlewCheck = now;
         PushSettleEnd();
     }
-}
-
-/// Whether the position has gone far with each of the last readings. The reading after a wrong one is far from that one
-/// too, but not from the first.
-bool PollLoop::CoordinatesMove() {
-    const CoordinateReads reads = needs_.queries.Reads();
-    if (reads.ra == refusedGoto_->reads.ra || reads.dec == refusedGoto_->reads.dec) {
-        return false;
-    }
-    const auto isFarFrom = [&](double ra, double dec) {
-        return AngularDistance(ra, dec, state_.g_dRa, state_.g_dDec) > kGotoDegrees;
-    };
-    RefusedGoto& seen = *refusedGoto_;
-    seen.moves = isFarFrom(seen.ra, seen.dec) && isFarFrom(seen.firstRa, seen.firstDec) ? seen.moves + 1 : 0;
-    seen.ra = state_.g_dRa;
-    seen.dec = state_.g_dDec;
-    seen.reads = reads;
-    return seen.moves >= kGotoMoves;
 }
 
 bool PollLoop::ParkAborted() const {
@@ -462,8 +440,8 @@ void PollLoop::WatchMarkedPark() {
         park.startAz = state_.g_dAz;
     }
     park.nearAllAlong = park.nearAllAlong && DegreesFrom(park.alt, park.az) <= kAtMarkedDegrees;
-    if (park.moves < kGotoMoves) {
-        park.moves = DegreesFrom(park.startAlt, park.startAz) > kGotoDegrees ? park.moves + 1 : 0;
+    if (park.moves < MotionByReadings::kFarReadings) {
+        park.moves = DegreesFrom(park.startAlt, park.startAz) > MotionByReadings::kFarDegrees ? park.moves + 1 : 0;
     }
 }
 
@@ -475,7 +453,7 @@ void PollLoop::CheckMarkedPark() {
         return;
     }
     WatchMarkedPark();
-    if (markedPark_->saidToMove || markedPark_->moves >= kGotoMoves || markedPark_->nearAllAlong) {
+    if (markedPark_->saidToMove || markedPark_->moves >= MotionByReadings::kFarReadings || markedPark_->nearAllAlong) {
         FinishPark("Completed move to parked position(4)");
     } else {
         driver_.log.LogMessage(kSlewComplete, LogLevel::Warning,

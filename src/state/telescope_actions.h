@@ -19,6 +19,8 @@ public:
     virtual void InitUI() = 0;
     /// Starts the second leg of a two-leg slew. May raise.
     virtual void StartSecondLeg(double rightAscension, double declination) = 0;
+    /// Stops all motion once more.
+    virtual void StopAgain() = 0;
     /// A move of a park has ended: starts its second leg, or finishes or cancels the park. Raises nothing.
     virtual void HandleParkComplete() = 0;
     /// Asks the mount for the site's latitude and keeps it. May raise.

@@ -289,6 +289,7 @@ public:
     /// The park under way is to end. Sends nothing by itself; the supervision ends it then.
     void CancelPark() { needs_.motion.ParkAborted(); }
     void HandleParkComplete() override;
+    void StopAgain() override { SendStopPair(); }
     /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
     /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
     bool CheckSlewEast();

@@ -177,6 +177,7 @@ void TelescopeCore::TakeMountFromPark() {
 }
 
 void TelescopeCore::SendStopPair() {
+    needs_.poll.StopGoesOut();
     Sequence mount = Talk(procedure::StopPair);
     mount.CommandBlind(wire::Stop);
     driver_.waits.WaitForMilliseconds(kStopSpacingMs);

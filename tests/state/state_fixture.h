@@ -73,6 +73,7 @@ public:
         calls.emplace_back("HandleParkComplete");
         motion_.ParkEnds();
     }
+    void StopAgain() override { calls.emplace_back("StopAgain"); }
     void StartSecondLeg(double rightAscension, double declination) override;
     SiteAnswer ReadSiteLatitude() override;
     /// Calls that begin with `call`.

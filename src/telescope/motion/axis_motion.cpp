@@ -14,7 +14,7 @@ namespace kestrane {
 namespace {
 
 constexpr int kMostRepeatsOfAnEnd = 5;
-constexpr std::int32_t kLookedAtAfterEndMs = 1600;  // a status that was asked for earlier leaves the rates alone
+constexpr std::int32_t kLookedAtAfterEndMs = 1000;
 
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;

@@ -12,12 +12,11 @@ namespace kestrane {
 namespace {
 
 constexpr std::size_t kUsableLength = 11;
-constexpr std::int32_t kParkShownMs = 2000;   // after a park or its end was sent
-constexpr std::int32_t kTooEarlyMs = 900;     // after a goto
-constexpr std::int32_t kAskedAgainMs = 1000;  // after it
-constexpr std::int32_t kLookedAtAgainMs =
-    2000;                                   // after the end of an axis motion was sent again; beyond the hold below
-constexpr std::int32_t kRateHoldMs = 1500;  // a status sent before a rate command must not undo it on the display
+constexpr std::int32_t kParkShownMs = 2000;      // after a park or its end was sent
+constexpr std::int32_t kTooEarlyMs = 900;        // after a goto
+constexpr std::int32_t kAskedAgainMs = 1000;     // after it
+constexpr std::int32_t kLookedAtAgainMs = 1000;  // after the end of an axis motion was sent again
+constexpr std::int32_t kRateHoldMs = 1500;       // a status sent before a rate command must not undo it on the display
 
 /// Positions of the fields, from 0. All fields after the fault are optional.
 enum Field : std::size_t {
@@ -195,11 +194,6 @@ void StatusSteps::ParseSlew(char slew) {
 }
 
 void StatusSteps::ParseTracking(char tracking) {
-    // Not below zero: after 24 days with one rate the difference of the ticks becomes negative.
-    const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickDisplayedRate;
-    if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate != displayed_rate::NoneYet) {
-        return;
-    }
     const auto row = RowOf(kTrackingRows, tracking);
     if (row == kTrackingRows.end()) {
         return;
@@ -207,6 +201,11 @@ void StatusSteps::ParseTracking(char tracking) {
     const bool isCustom = row->displayedRate == displayed_rate::Custom;
     if (const std::optional<AxisEnd> end = LostEndOfAxis(isCustom)) {
         EndAxisMotionAgain(*end);
+        return;
+    }
+    // Not below zero: after 24 days with one rate the difference of the ticks becomes negative.
+    const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickDisplayedRate;
+    if (elapsed >= 0 && elapsed <= kRateHoldMs && state_.g_nDisplayedRate != displayed_rate::NoneYet) {
         return;
     }
     state_.g_bTracking = row->tracking;

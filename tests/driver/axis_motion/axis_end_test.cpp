@@ -200,7 +200,7 @@ TEST_F(AxisEndTest, RepeatOfAnEnd_TakesTheChosenTracking_NotTheReportedOne) {
     telescope->MoveAxis(0, 0.0);
     other->Tracking(false);
     mount->SetLineDead(false);
-    machine.AdvanceTime(6'000);
+    machine.AdvanceTime(8'000);
     ASSERT_TRUE(driver->state.g_bTracking) << "the mount reports a custom rate";
     telescope->MoveAxis(1, 0.0);
     machine.AdvanceTime(15'000);

@@ -317,6 +317,84 @@ TEST_F(StopTest, SlewOvertakenByAStop_DoesNotTurnTrackingOn) {
               "Q RT2 RT2 Sr05:30:00.0 Sd+30*00:00 MS");
 }
 
+// --- a stop that the mount has not heard, or does not obey
+
+constexpr std::string_view kStopAgain = "The mount still moves: the stop is sent again";
+constexpr std::string_view kGivenUp = "The mount still moves although it was stopped again and again";
+constexpr const char* kReportsSlewing = "020S00232O0000#";
+
+class UnheardStopTest : public StopTest, public testing::WithParamInterface<std::tuple<std::string, bool>> {};
+
+TEST_P(UnheardStopTest, GoesOutAgainWhenTheLineIsBack) {
+    const auto& [firmware, cableIsPulled] = GetParam();
+    ExpectSwallow("*");
+    Connect(firmware, {{"DisableSafeSlew", "1"}});
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 1.0), -20.0);
+    machine.AdvanceTime(2'000);
+    cableIsPulled ? machine.serialPorts.Disconnect(1) : mount->SetLineDead(true);
+    telescope->AbortSlew();
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(mount->Picture().slewing);
+    cableIsPulled ? machine.ConnectMount(1, *mount) : mount->SetLineDead(false);
+    machine.AdvanceTime(8'000);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_GT(mount->Picture().declination, -10.0) << "it was stopped on its way";
+    EXPECT_TRUE(LoggedAs("Motion", 1, kStopAgain));
+    EXPECT_FALSE(Logged(kGivenUp));
+    const int stops = TimesSent("Q");
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesSent("Q"), stops);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, UnheardStopTest, testing::Combine(testing::Values("S", "D"), testing::Bool()));
+
+TEST_F(StopTest, MountThatGoesOnMoving_GetsTheStopAgainEachSecond_FiveTimes) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    telescope->SlewToCoordinatesAsync(5.5, 30.0);
+    standing.replies["GOS"] = kReportsSlewing;
+    Tape().Clear();
+    const Tick start = machine.clock.GetTickCount();
+    telescope->AbortSlew();
+    while (!Logged(kGivenUp) && machine.clock.GetTickCount() - start < 60'000) {
+        machine.AdvanceTime(100);
+    }
+    EXPECT_LT(machine.clock.GetTickCount() - start, 8'000);
+    EXPECT_EQ(Tape().Motion(), "Q Q Q Q Q Q Q Q Q Q Q Q");
+    EXPECT_EQ(TimesLoggedAs("Motion", 1, kStopAgain), 5);
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesLoggedAs("Motion", 2, kGivenUp), 1);
+    EXPECT_EQ(Tape().Motion(), "Q Q Q Q Q Q Q Q Q Q Q Q");
+    telescope->AbortSlew();  // another stop has repeats of its own
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesLogged(kStopAgain), 10);
+}
+
+TEST_F(StopTest, WhatMovesTheMountAfterAStop_EndsItsRepeats) {
+    ExpectSwallow("*");
+    const std::vector<std::function<void()>> motions{
+        [&] { telescope->SlewToCoordinatesAsync(5.5, 31.0); },
+        [&] { telescope->CommandBlind(":MS#", true); },
+        [&] { telescope->CommandBlind("Mn", false); },
+        [&] { telescope->CommandBlind("KA", false); },
+        [&] { telescope->MoveAxis(1, 0.5); },
+    };
+    for (const auto& move : motions) {
+        EndTheDriver();
+        Connect("S");
+        StandingMount& standing = Stand();
+        telescope->SlewToCoordinatesAsync(5.5, 30.0);
+        standing.replies["GOS"] = kReportsSlewing;
+        telescope->AbortSlew();
+        machine.AdvanceTime(1'800);
+        ASSERT_EQ(TimesLogged(kStopAgain), 1);
+        move();
+        machine.AdvanceTime(10'000);
+        EXPECT_EQ(TimesLogged(kStopAgain), 1);
+        log.clear();
+    }
+}
+
 TEST_F(StopTest, StopPair_IsTwentyMillisecondsApart) {
     Connect("S");
     telescope->SlewToCoordinatesAsync(5.5, 30.0);
