@@ -14,6 +14,13 @@ namespace kestrane {
 
 class Motion;
 
+/// Where a park with the counterweight up is to end, as the settings keep it.
+struct CounterweightUpPlace {
+    double hourAngle = 0.0;    ///< hours
+    double timeOffset = 0.0;   ///< hours; see `CounterweightUpDelay`
+    double declination = 0.0;  ///< degrees
+};
+
 /// The shared state of the driver, grouped by owner. All procedures on the logic thread read and write it directly. The
 /// exception is what moves: `Motion` alone writes that, by events, and everybody reads it (`OwnedBy<Motion, ...>`). It
 /// has no behaviour. Ticks are milliseconds of `Clock::GetTickCount`.
@@ -206,14 +213,16 @@ struct DriverState : LogState, CounterState {
     double g_dDecRate = 0.0;             ///< custom Dec rate
     bool g_bRestoreRatePending = false;
     OwnedBy<Motion, bool> g_bParking{false};
+    OwnedBy<Motion, bool> g_bParkAsked{false};  ///< a park has begun that does not count as under way yet
     OwnedBy<Motion, bool> g_bAbortPark{false};
-    std::int16_t g_nParkIndex = -1;   ///< position of the park under way; -1 once the first of its two legs has ended
-    std::int16_t g_nParkStarted = 0;  ///< the position with which it began
-    bool g_bCwUpPark = false;         ///< it is to end with the counterweight up
-    bool g_bSlewingEast = false;      ///< a park moves the mount east before its goto
-    bool g_bLeavingCwUp = false;      ///< a park lets the counterweight down before its goto
-    bool g_bSavedTracking = false;    ///< whether the mount tracked when the park began
-    bool g_bDelayTaken = false;       ///< the mount has the meridian delay that went with the last time
+    std::int16_t g_nParkIndex = -1;    ///< position of the park under way; -1 once the first of its two legs has ended
+    std::int16_t g_nParkStarted = 0;   ///< the position with which it began
+    bool g_bCwUpPark = false;          ///< it is to end with the counterweight up
+    bool g_bSlewingEast = false;       ///< a park moves the mount east before its goto
+    bool g_bLeavingCwUp = false;       ///< a park lets the counterweight down before its goto
+    CounterweightUpPlace g_cwUpPlace;  ///< where a park with the counterweight up leads, from its first leg on
+    bool g_bSavedTracking = false;     ///< whether the mount tracked when the park began
+    bool g_bDelayTaken = false;        ///< the mount has the meridian delay that went with the last time
     std::optional<Tick> g_tickParkSent, g_tickUnparkSent;  ///< the last of the two commands; the other is empty
     bool g_bWestSide = false;                              ///< the mount is on the west side of the pier
     bool g_bCounterweightUp = false;                       ///< result of the counterweight-up rule
@@ -224,6 +233,11 @@ struct DriverState : LogState, CounterState {
     std::int32_t g_nPulseEast = 0, g_nPulseWest = 0;
     bool g_bSynchronousPulseGuide = false;  ///< setting `chkSynchronousPulseGuide`
 };
+
+/// Whether somebody can take the mount from a park: it is under way, or its first commands go out.
+inline bool InPark(const DriverState& state) {
+    return state.g_bParking || state.g_bParkAsked;
+}
 
 /// Whether a park moves the mount by itself, ahead of its goto.
 inline bool InParkMove(const DriverState& state) {

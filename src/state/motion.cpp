@@ -184,9 +184,7 @@ void Motion::Stopped() {
     if (state_.g_bSlewing) {
         state_.g_bAbortSlew = true;
     }
-    if (state_.g_bParking) {
-        state_.g_bAbortPark = true;
-    }
+    ParkAborted();
 }
 
 void Motion::AxisTakesOver() {
@@ -196,9 +194,7 @@ void Motion::AxisTakesOver() {
     state_.g_bSafeSlewPending = false;
     state_.g_bAbortSlew = false;
     state_.g_bOwnSlew = false;
-    if (state_.g_bParking) {
-        state_.g_bAbortPark = true;
-    }
+    ParkAborted();
 }
 
 void Motion::AxisMotionBegins() {
@@ -222,6 +218,7 @@ bool Motion::TrackingChosen() {
 
 void Motion::ParkAskedFor() {
     state_.g_bAbortPark = false;
+    state_.g_bParkAsked = true;
 }
 
 void Motion::ParkMoveBegins() {
@@ -258,23 +255,33 @@ void Motion::ParkTakesOver() {
 }
 
 void Motion::ParkAborted() {
-    if (state_.g_bParking) {
+    if (InPark(state_)) {
         state_.g_bAbortPark = true;
+    }
+}
+
+void Motion::ParkStopAskedFor() {
+    ParkAborted();
+    if (InPark(state_)) {
+        ++state_.g_nAborts;
     }
 }
 
 void Motion::ParkLeft() {
     ParkAborted();
     state_.g_bParking = false;
+    state_.g_bParkAsked = false;
     state_.g_bSlewCompletePending = false;
 }
 
 void Motion::ParkBegins() {
     state_.g_bParking = true;
+    state_.g_bParkAsked = false;
 }
 
 void Motion::ParkEnds() {
     state_.g_bParking = false;
+    state_.g_bParkAsked = false;
 }
 
 void Motion::MountReportsParked(bool parked) {

@@ -12,68 +12,70 @@ namespace kestrane {
 //   S   g_bSlewing              K   g_bParking     nA  g_nAborts            G  g_bGuidingNorth, g_bGuidingSouth,
 //   M   g_bMountSlewing         AK  g_bAbortPark   nB  g_nSlewsBegun           g_bGuidingEast, g_bGuidingWest
 //   A   g_bAbortSlew            Pd  g_bParked      nT  g_nSlewsTaken        B  g_bSecondLegBarred
-//   P2  g_bSafeSlewPending      W   g_bStandAwaited                         Gs g_bGotoSent
-//   C   g_bSlewCompletePending                     Ax  g_bAxisMotionBegun   Ga g_bGotoRuns
+//   P2  g_bSafeSlewPending      Kq  g_bParkAsked                            Gs g_bGotoSent
+//   C   g_bSlewCompletePending  W   g_bStandAwaited  Ax  g_bAxisMotionBegun Ga g_bGotoRuns
 //                                                  nTr g_nTrackingChoices   O  g_bOwnSlew
 //                                                  sd  g_nSameDistance      Mv g_bMoveSent
 //
 //   1 set, 0 cleared, + counted, = kept. Letters look at the flags as they were before the event:
 //   a  0 where AK is set, else kept           s  1 where S is set, else kept     c  + where S or P2 is set
-//   u  1 where the status text is usable      k  1 where K is set, else kept     n  + where the position is new, or
-//      (`g_bGosActive`), else kept            m  as M                               P2 is clear
+//   u  1 where the status text is usable      k  1 where K or Kq is set, else    n  + where the position is new, or
+//      (`g_bGosActive`), else kept               kept                               P2 is clear
+//   m  as M                                   q  + where K or Kq is set
 //   r  as reported                            p  0 where P2 is set, else kept    g  1 where S, K or Gs is set, else
 //   h  kept where a slew is reported, else 0  e  1 where Ga or P2 is set,           kept
 //                                                else kept
 //   1d, 0d the flag of the given direction alone
 //
-//                               S  M  A  P2 C  K  AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O  Mv
-//   FirstObjectBegins           0  =  0  =  1  =  =  0  =  =  =  =  =   =  =  =  =  =  =  0  =
-//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
-//   SlewBegins                  1  1  0  =  0  a  0  =  =  =  =  0  =   0  =  =  =  =  0  1  =
-//   NewSlewBegins               1  1  0  0  0  a  0  =  =  +  =  0  =   0  =  0  =  =  0  1  =
-//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SlewTaken                   1  1  0  =  0  a  0  =  =  =  +  0  =   0  =  p  1  1  0  1  0
-//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
-//   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
-//   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  1
-//   MoveEnded                   =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  0
-//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
-//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =  =
-//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
-//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
-//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =  =
-//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
-//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =  =
-//   SeenToStandAtTarget         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  0  0  =  =  =
-//   SeenToStandShort            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  0  =  =  =
-//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
-//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
-//   StopAskedFor                =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =  =
-//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =  0
-//   Stopped                     =  =  s  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =  =
-//   AxisTakesOver               0  0  0  0  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0  =
-//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =  =
-//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =  =
-//   TrackingChosen              =  =  =  0  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =  =
-//   ParkAskedFor                =  =  =  =  =  =  0  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkMoveBegins              1  u  0  0  0  1  =  0  =  +  =  =  =   0  =  =  =  =  =  =  =
-//   ParkMoveEnds                0  0  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkTakesOver               0  0  0  0  0  0  =  0  =  +  =  =  =   0  =  =  =  =  =  0  =
-//   ParkAborted                 =  =  =  =  =  =  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkLeft                    =  =  =  =  0  0  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkBegins                  =  =  =  =  =  1  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkEnds                    =  =  =  =  =  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   MountReportsParked          =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d  =  =  =  =  =  =
-//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d  =  =  =  =  =  =
-//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//                               S  M  A  P2 C  K  Kq AK Pd nA nB nT Ax nTr sd G  B  Gs Ga W  O  Mv
+//   FirstObjectBegins           0  =  0  =  1  =  =  =  0  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   Disconnected                0  0  0  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   SlewBegins                  1  1  0  =  0  a  =  0  =  =  =  =  0  =   0  =  =  =  =  0  1  =
+//   NewSlewBegins               1  1  0  0  0  a  =  0  =  =  +  =  0  =   0  =  0  =  =  0  1  =
+//   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SlewTaken                   1  1  0  =  0  a  =  0  =  =  =  +  0  =   0  =  p  1  1  0  1  0
+//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
+//   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
+//   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  1
+//   MoveEnded                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  0
+//   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegDropped            =  =  =  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegTaken              =  =  =  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SecondLegBarred             =  =  =  0  =  =  =  =  =  =  =  =  =  =   =  =  1  =  =  =  =  =
+//   SecondLegWatchedByDistance  1  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
+//   SecondLegWatchedByStatus    =  1  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  1  =
+//   SupervisionBegins           1  u  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SupervisionFollowsStatus    m  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   MountReportsSlewing         =  r  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  r  r  h  =  =
+//   DistanceChanged             =  =  =  =  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
+//   DistanceStayed              =  =  =  =  =  =  =  =  =  =  =  =  =  =   n  =  =  =  =  =  =  =
+//   SeenToStandAtTarget         =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  0  0  =  =  =
+//   SeenToStandShort            =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  0  =  =  =
+//   SlewEnds                    0  0  0  0  =  =  =  =  =  =  =  =  =  =   0  =  =  =  =  =  =  =
+//   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
+//   StopAskedFor                =  =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =  =
+//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =  0
+//   Stopped                     =  =  s  0  =  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =  =
+//   AxisTakesOver               0  0  0  0  =  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0  =
+//   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =  =
+//   AxisMotionsEnd              =  =  =  =  =  =  =  =  =  =  =  =  0  =   =  =  =  =  =  =  =  =
+//   TrackingChosen              =  =  =  0  =  =  =  =  =  c  =  =  0  +   =  =  =  =  =  =  =  =
+//   ParkAskedFor                =  =  =  =  =  =  1  0  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkMoveBegins              1  u  0  0  0  1  =  =  0  =  +  =  =  =   0  =  =  =  =  =  =  =
+//   ParkMoveEnds                0  0  0  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkTakesOver               0  0  0  0  0  0  =  =  0  =  +  =  =  =   0  =  =  =  =  =  0  =
+//   ParkAborted                 =  =  =  =  =  =  =  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkStopAskedFor            =  =  =  =  =  =  =  k  =  q  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkLeft                    =  =  =  =  0  0  0  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkBegins                  =  =  =  =  =  1  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   ParkEnds                    =  =  =  =  =  0  0  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   MountReportsParked          =  =  =  =  =  =  =  =  r  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   GuidePulseBegins            =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  1d =  =  =  =  =  =
+//   GuidePulseEnds              =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  0d =  =  =  =  =  =
+//   the link is lost            =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
+//   the link comes back         =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //
 // The last two are events without a function. Intentional: a mount that cannot be heard may go on moving, so the state
 // of the link says nothing about what moves. A slew is ended by its supervision (see `DistanceStayed` for a silent
@@ -200,7 +202,8 @@ public:
 
     // --- park and guiding ---------------------------------------------------------------------------------------
 
-    /// A park is asked for: what aborted an earlier one does not abort it.
+    /// A park is asked for: what aborted an earlier one does not abort it. Kq stays up while its first commands go out:
+    /// K would make the supervision look for its end.
     void ParkAskedFor();
     /// A park moves the mount by itself before its goto. It is a slew that counts as asked for.
     void ParkMoveBegins();
@@ -208,9 +211,12 @@ public:
     /// The park stops the mount and whatever slewed it. A call that waits for its slew gives way as to a later slew. It
     /// ends an earlier park, of which this one is another try.
     void ParkTakesOver();
-    /// The park that is under way is to end; nothing is stopped by that.
+    /// The park is to end; nothing is stopped by that.
     void ParkAborted();
-    /// Somebody takes the mount from a park that is under way. AK tells a park that waits.
+    /// The same by what gets in between two exchanges of the park, like a stop: it is counted like one, so that nothing
+    /// of the park goes out any more.
+    void ParkStopAskedFor();
+    /// Somebody takes the mount from the park. AK tells a park that waits.
     void ParkLeft();
     void ParkBegins();
     /// Leaves AK: it shows a park that waits how it ended. The next slew clears it.

@@ -43,6 +43,7 @@ static_assert(!Writable<&DriverState::g_bAbortSlew>());
 static_assert(!Writable<&DriverState::g_bSafeSlewPending>());
 static_assert(!Writable<&DriverState::g_bSlewCompletePending>());
 static_assert(!Writable<&DriverState::g_bParking>());
+static_assert(!Writable<&DriverState::g_bParkAsked>());
 static_assert(!Writable<&DriverState::g_bAbortPark>());
 static_assert(!Writable<&DriverState::g_bParked>());
 static_assert(!Writable<&DriverState::g_nAborts>());
@@ -68,11 +69,37 @@ static_assert(!std::is_copy_assignable_v<DriverState> && !std::is_move_assignabl
 
 // --- the table
 
-constexpr std::size_t kColumns = 24;
-constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2", "C",   "K",  "AK", "Pd",
-                                                        "nA", "nB", "nT", "Ax", "nTr", "sd", "GN", "GS",
-                                                        "GE", "GW", "B",  "Gs", "Ga",  "W",  "O",  "Mv"};
-enum Column : std::size_t { S, M, A, P2, C, K, AK, Pd, nA, nB, nT, Ax, nTr, sd, GN, GS, GE, GW, B, Gs, Ga, W, O, Mv };
+constexpr std::size_t kColumns = 25;
+constexpr std::array<std::string_view, kColumns> kNames{"S",  "M",  "A",  "P2", "C",   "K",  "Kq", "AK", "Pd",
+                                                        "nA", "nB", "nT", "Ax", "nTr", "sd", "GN", "GS", "GE",
+                                                        "GW", "B",  "Gs", "Ga", "W",   "O",  "Mv"};
+enum Column : std::size_t {
+    S,
+    M,
+    A,
+    P2,
+    C,
+    K,
+    Kq,
+    AK,
+    Pd,
+    nA,
+    nB,
+    nT,
+    Ax,
+    nTr,
+    sd,
+    GN,
+    GS,
+    GE,
+    GW,
+    B,
+    Gs,
+    Ga,
+    W,
+    O,
+    Mv
+};
 
 /// The flags and counts of one moment.
 struct Picture {
@@ -84,29 +111,14 @@ struct Picture {
 };
 
 Picture PictureOf(const DriverState& state) {
-    return {{state.g_bSlewing,
-             state.g_bMountSlewing,
-             state.g_bAbortSlew,
-             state.g_bSafeSlewPending,
-             state.g_bSlewCompletePending,
-             state.g_bParking,
-             state.g_bAbortPark,
-             state.g_bParked,
-             state.g_nAborts,
-             state.g_nSlewsBegun,
-             state.g_nSlewsTaken,
-             state.g_bAxisMotionBegun,
-             state.g_nTrackingChoices,
-             static_cast<std::uint32_t>(state.g_nSameDistance),
-             state.g_bGuidingNorth,
-             state.g_bGuidingSouth,
-             state.g_bGuidingEast,
-             state.g_bGuidingWest,
-             state.g_bSecondLegBarred,
-             state.g_bGotoSent,
-             state.g_bGotoRuns,
-             state.g_bStandAwaited,
-             state.g_bOwnSlew,
+    return {{state.g_bSlewing,         state.g_bMountSlewing,        state.g_bAbortSlew,
+             state.g_bSafeSlewPending, state.g_bSlewCompletePending, state.g_bParking,
+             state.g_bParkAsked,       state.g_bAbortPark,           state.g_bParked,
+             state.g_nAborts,          state.g_nSlewsBegun,          state.g_nSlewsTaken,
+             state.g_bAxisMotionBegun, state.g_nTrackingChoices,     static_cast<std::uint32_t>(state.g_nSameDistance),
+             state.g_bGuidingNorth,    state.g_bGuidingSouth,        state.g_bGuidingEast,
+             state.g_bGuidingWest,     state.g_bSecondLegBarred,     state.g_bGotoSent,
+             state.g_bGotoRuns,        state.g_bStandAwaited,        state.g_bOwnSlew,
              state.g_bMoveSent}};
 }
 
@@ -157,60 +169,61 @@ constexpr auto kWest = GuideDirection::West;
 
 // clang-format off
 constexpr Row kRows[] = {
-    //                             S M A P C K A P n n n A n s G G G G B G G W O M
-    //                                   2     K d A B T x T d N S E W   s a     v
-    //                                                     r
-    {"FirstObjectBegins",          "0 = 0 = 1 = = 0 = = = = = = = = = = = = = = 0 =", Do<&Motion::FirstObjectBegins>},
-    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::Disconnected>},
-    {"SlewBegins",                 "1 1 0 = 0 a 0 = = = = 0 = 0 = = = = = = = 0 1 =", Do<&Motion::SlewBegins>},
-    {"NewSlewBegins",              "1 1 0 0 0 a 0 = = + = 0 = 0 = = = = 0 = = 0 1 =", Do<&Motion::NewSlewBegins>},
-    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
-    {"SlewTaken",                  "1 1 0 = 0 a 0 = = = + 0 = 0 = = = = p 1 1 0 1 0", Do<&Motion::SlewTaken>},
-    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
-    {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
-    {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = = 1", Do<&Motion::MoveSent>},
-    {"MoveEnded",                  "= = = = = = = = = = = = = = = = = = = = = = = 0", Do<&Motion::MoveEnded>},
-    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewRefused>},
-    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
-    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
-    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
-    {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = 1 = = = = =", Do<&Motion::SecondLegBarred>},
-    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByDistance>},
-    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByStatus>},
-    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
-    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
-    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = r r h = =", Do<&Motion::MountReportsSlewing>},
-    {"DistanceChanged",            "= = = = = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::DistanceChanged>},
-    {"DistanceStayed",             "= = = = = = = = = = = = = n = = = = = = = = = =", Do<&Motion::DistanceStayed>},
-    {"SeenToStandAtTarget",        "= = = = = = = = = = = = = = = = = = = 0 0 = = =", Do<&Motion::SeenToStandAtTarget>},
-    {"SeenToStandShort",           "= = = = = = = = = = = = = = = = = = = = 0 = = =", Do<&Motion::SeenToStandShort>},
-    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::SlewEnds>},
-    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
-    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewCompleteTaken>},
-    {"StopAskedFor",               "= = = = = = = = + = = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
-    {"StopSent",                   "= = = = = = = = = = = = = = = = = = e = 0 = = 0", Do<&Motion::StopSent>},
-    {"Stopped",                    "= = s 0 = = k = + = = = = = = = = = = = = g = =", Do<&Motion::Stopped>},
-    {"AxisTakesOver",              "0 0 0 0 = = k = + = = = = = = = = = = = = = 0 =", Do<&Motion::AxisTakesOver>},
-    {"AxisMotionBegins",           "= = = = = = = = = = = 1 = = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
-    {"AxisMotionsEnd",             "= = = = = = = = = = = 0 = = = = = = = = = = = =", Do<&Motion::AxisMotionsEnd>},
-    {"TrackingChosen",             "= = = 0 = = = = c = = 0 + = = = = = = = = = = =", Do<&Motion::TrackingChosen>},
-    {"ParkAskedFor",               "= = = = = = 0 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAskedFor>},
-    {"ParkMoveBegins",             "1 u 0 0 0 1 = 0 = + = = = 0 = = = = = = = = = =", Do<&Motion::ParkMoveBegins>},
-    {"ParkMoveEnds",               "0 0 0 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkMoveEnds>},
-    {"ParkTakesOver",              "0 0 0 0 0 0 = 0 = + = = = 0 = = = = = = = = 0 =", Do<&Motion::ParkTakesOver>},
-    {"ParkAborted",                "= = = = = = k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAborted>},
-    {"ParkLeft",                   "= = = = 0 0 k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkLeft>},
-    {"ParkBegins",                 "= = = = = 1 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
-    {"ParkEnds",                   "= = = = = 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
-    {"MountReportsParked",         "= = = = = = = r = = = = = = = = = = = = = = = =", Do<&Motion::MountReportsParked>},
-    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = 1 = = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
-    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = 1 = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
-    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = 1 = = = = = = =", Pulse<&Motion::GuidePulseBegins, kEast>},
-    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = 1 = = = = = =", Pulse<&Motion::GuidePulseBegins, kWest>},
-    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = 0 = = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
-    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = 0 = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
-    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = 0 = = = = = = =", Pulse<&Motion::GuidePulseEnds, kEast>},
-    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = 0 = = = = = =", Pulse<&Motion::GuidePulseEnds, kWest>},
+    //                             S M A P C K K A P n n n A n s G G G G B G G W O M
+    //                                   2     q K d A B T x T d N S E W   s a     v
+    //                                                       r
+    {"FirstObjectBegins",          "0 = 0 = 1 = = = 0 = = = = = = = = = = = = = = 0 =", Do<&Motion::FirstObjectBegins>},
+    {"Disconnected",               "0 0 0 0 = = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::Disconnected>},
+    {"SlewBegins",                 "1 1 0 = 0 a = 0 = = = = 0 = 0 = = = = = = = 0 1 =", Do<&Motion::SlewBegins>},
+    {"NewSlewBegins",              "1 1 0 0 0 a = 0 = = + = 0 = 0 = = = = 0 = = 0 1 =", Do<&Motion::NewSlewBegins>},
+    {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
+    {"SlewTaken",                  "1 1 0 = 0 a = 0 = = = + 0 = 0 = = = = p 1 1 0 1 0", Do<&Motion::SlewTaken>},
+    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
+    {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
+    {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = = = 1", Do<&Motion::MoveSent>},
+    {"MoveEnded",                  "= = = = = = = = = = = = = = = = = = = = = = = = 0", Do<&Motion::MoveEnded>},
+    {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewRefused>},
+    {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
+    {"SecondLegDropped",           "= = = 0 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegDropped>},
+    {"SecondLegTaken",             "= = = 0 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegTaken>},
+    {"SecondLegBarred",            "= = = 0 = = = = = = = = = = = = = = = 1 = = = = =", Do<&Motion::SecondLegBarred>},
+    {"SecondLegWatchedByDistance", "1 = = = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByDistance>},
+    {"SecondLegWatchedByStatus",   "= 1 = = = = = = = = = = = = = = = = = = = = = 1 =", Do<&Motion::SecondLegWatchedByStatus>},
+    {"SupervisionBegins",          "1 u = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionBegins>},
+    {"SupervisionFollowsStatus",   "m = = = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SupervisionFollowsStatus>},
+    {"MountReportsSlewing",        "= r = = = = = = = = = = = = = = = = = = r r h = =", Do<&Motion::MountReportsSlewing>},
+    {"DistanceChanged",            "= = = = = = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::DistanceChanged>},
+    {"DistanceStayed",             "= = = = = = = = = = = = = = n = = = = = = = = = =", Do<&Motion::DistanceStayed>},
+    {"SeenToStandAtTarget",        "= = = = = = = = = = = = = = = = = = = = 0 0 = = =", Do<&Motion::SeenToStandAtTarget>},
+    {"SeenToStandShort",           "= = = = = = = = = = = = = = = = = = = = = 0 = = =", Do<&Motion::SeenToStandShort>},
+    {"SlewEnds",                   "0 0 0 0 = = = = = = = = = = 0 = = = = = = = = = =", Do<&Motion::SlewEnds>},
+    {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
+    {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewCompleteTaken>},
+    {"StopAskedFor",               "= = = = = = = = = + = = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
+    {"StopSent",                   "= = = = = = = = = = = = = = = = = = = e = 0 = = 0", Do<&Motion::StopSent>},
+    {"Stopped",                    "= = s 0 = = = k = + = = = = = = = = = = = = g = =", Do<&Motion::Stopped>},
+    {"AxisTakesOver",              "0 0 0 0 = = = k = + = = = = = = = = = = = = = 0 =", Do<&Motion::AxisTakesOver>},
+    {"AxisMotionBegins",           "= = = = = = = = = = = = 1 = = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
+    {"AxisMotionsEnd",             "= = = = = = = = = = = = 0 = = = = = = = = = = = =", Do<&Motion::AxisMotionsEnd>},
+    {"TrackingChosen",             "= = = 0 = = = = = c = = 0 + = = = = = = = = = = =", Do<&Motion::TrackingChosen>},
+    {"ParkAskedFor",               "= = = = = = 1 0 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAskedFor>},
+    {"ParkMoveBegins",             "1 u 0 0 0 1 = = 0 = + = = = 0 = = = = = = = = = =", Do<&Motion::ParkMoveBegins>},
+    {"ParkMoveEnds",               "0 0 0 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkMoveEnds>},
+    {"ParkTakesOver",              "0 0 0 0 0 0 = = 0 = + = = = 0 = = = = = = = = 0 =", Do<&Motion::ParkTakesOver>},
+    {"ParkAborted",                "= = = = = = = k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAborted>},
+    {"ParkStopAskedFor",           "= = = = = = = k = q = = = = = = = = = = = = = = =", Do<&Motion::ParkStopAskedFor>},
+    {"ParkLeft",                   "= = = = 0 0 0 k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkLeft>},
+    {"ParkBegins",                 "= = = = = 1 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkBegins>},
+    {"ParkEnds",                   "= = = = = 0 0 = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkEnds>},
+    {"MountReportsParked",         "= = = = = = = = r = = = = = = = = = = = = = = = =", Do<&Motion::MountReportsParked>},
+    {"GuidePulseBegins(North)",    "= = = = = = = = = = = = = = = 1 = = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kNorth>},
+    {"GuidePulseBegins(South)",    "= = = = = = = = = = = = = = = = 1 = = = = = = = =", Pulse<&Motion::GuidePulseBegins, kSouth>},
+    {"GuidePulseBegins(East)",     "= = = = = = = = = = = = = = = = = 1 = = = = = = =", Pulse<&Motion::GuidePulseBegins, kEast>},
+    {"GuidePulseBegins(West)",     "= = = = = = = = = = = = = = = = = = 1 = = = = = =", Pulse<&Motion::GuidePulseBegins, kWest>},
+    {"GuidePulseEnds(North)",      "= = = = = = = = = = = = = = = 0 = = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kNorth>},
+    {"GuidePulseEnds(South)",      "= = = = = = = = = = = = = = = = 0 = = = = = = = =", Pulse<&Motion::GuidePulseEnds, kSouth>},
+    {"GuidePulseEnds(East)",       "= = = = = = = = = = = = = = = = = 0 = = = = = = =", Pulse<&Motion::GuidePulseEnds, kEast>},
+    {"GuidePulseEnds(West)",       "= = = = = = = = = = = = = = = = = = 0 = = = = = =", Pulse<&Motion::GuidePulseEnds, kWest>},
 };
 // clang-format on
 
@@ -231,7 +244,9 @@ std::uint32_t After(char cell, const Picture& before, std::size_t column, bool g
         case 's':
             return before[S] ? 1 : kept;
         case 'k':
-            return before[K] ? 1 : kept;
+            return before[K] || before[Kq] ? 1 : kept;
+        case 'q':
+            return before[K] || before[Kq] ? kept + 1 : kept;
         case 'u':
             return gosActive ? 1 : kept;
         case 'm':
@@ -319,6 +334,7 @@ Picture Wish(unsigned bits) {
     }
     wish[Gs] |= wish[Ga];
     wish[B] = wish[Ax];
+    wish[Kq] = wish[C];
     wish[O] = wish[Mv] = wish[GN];
     wish[GS] = wish[GE] = wish[GW] = wish[GN];
     return wish;
@@ -378,6 +394,12 @@ protected:
             motion.SlewCompleteDue();
         }
         wish[K] ? motion.ParkBegins() : motion.ParkEnds();
+        if (wish[Kq]) {
+            motion.ParkAskedFor();
+        }
+        if (wish[Kq] && wish[AK]) {
+            motion.ParkAborted();
+        }
         motion.MountReportsParked(wish[Pd]);
         wish[Ax] ? motion.AxisMotionBegins() : motion.AxisMotionsEnd();
         for (const GuideDirection direction : {kNorth, kSouth, kEast, kWest}) {

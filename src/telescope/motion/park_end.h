@@ -6,12 +6,7 @@
 
 namespace kestrane {
 
-/// Where a park with the counterweight up is to end, as the settings keep it.
-struct CounterweightUpPlace {
-    double hourAngle = 0.0;    ///< hours
-    double timeOffset = 0.0;   ///< hours; see `CounterweightUpDelay`
-    double declination = 0.0;  ///< degrees
-};
+/// The place of the settings.
 CounterweightUpPlace ReadCounterweightUpPlace(Essentials driver);
 
 /// What is logged where the mount cannot have the delay that such a park needs.
