@@ -61,6 +61,10 @@ inline constexpr std::string_view kInitTimeVerb = "InitTime";
 inline constexpr std::string_view kUnparkVerb = "UnparkMount";
 /// The same to park it.
 inline constexpr std::string_view kParkVerb = "ParkMount";
+/// The verb that cancels a park.
+inline constexpr std::string_view kCancelParkVerb = "CancelPark";
+/// The head of a text that never reaches the mount: a verb of the driver comes after it.
+inline constexpr std::string_view kDriverCommandHead = "RAW,";
 
 inline constexpr double kSiderealSpeed = 15.04107;  ///< arc-seconds per second
 inline constexpr double kArcSecondsPerDegree = 3600.0;

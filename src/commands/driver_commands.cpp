@@ -16,7 +16,7 @@ constexpr std::array kVerbs{
     DriverVerb{"InitMount",                  "1", verbs::InitMount},
     DriverVerb{kUnparkVerb,                  "1", verbs::UnparkMount},
     DriverVerb{kParkVerb,                    "1", verbs::ParkMount},
-    DriverVerb{"CancelPark",                 "1", verbs::CancelPark},
+    DriverVerb{kCancelParkVerb,              "1", verbs::CancelPark},
     DriverVerb{"SetSlewRate",                "1", verbs::SetSlewRate},
     DriverVerb{"GetSlewRate",                "1", verbs::GetSlewRate},
     DriverVerb{"SetGuideRate",               "1", verbs::SetGuideRate},

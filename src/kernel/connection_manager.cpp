@@ -516,6 +516,7 @@ void ConnectionManager::ResetCommCounters() {
     driver_.counters.Reset();
     needs_.panel.UpdateErrorCounts();
     if (stalls >= 1) {
+        needs_.internalInstance().CancelPark();  // stopped on its way, it must not count as arrived where it stands
         Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
@@ -12,7 +13,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kDriverCommandHead = "RAW,";  // of a text that never reaches the mount
 constexpr std::string_view kAscom = "ASCOM";
 constexpr std::string_view kDriver = "Driver";
 constexpr std::string_view kTelescope = "Telescope";

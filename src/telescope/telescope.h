@@ -25,6 +25,9 @@ enum class SlewReturns { AtOnce, OnArrival };
 /// A plain sync, or one that leaves the meridian logic of the mount alone.
 enum class SyncKind { Plain, Recal };
 
+/// What a client's text has to do with parks.
+enum class ParkText { Other, Begins, Cancels };
+
 /// Who asks for a slew.
 enum class SlewAsker { Client, SecondLeg };
 
@@ -286,8 +289,13 @@ public:
     /// Parks at a position by its index of `cbxParkTo`, 0 to 6, or -1 for the one of the settings; any other is logged
     /// only. Also for a parked mount. Errors and pumps as for `Park`.
     void ParkMount(std::int16_t index);
-    /// The park under way is to end. Sends nothing by itself; the supervision ends it then.
-    void CancelPark() { needs_.motion.ParkAborted(); }
+    /// The park is to end: no exchange of it goes out any more. Sends nothing by itself; what sends the park, or the
+    /// supervision, ends it then.
+    void CancelPark() { needs_.motion.ParkStopAskedFor(); }
+    /// A write of `Tracking` by the park itself, which does not take the mount from it.
+    void StopTrackingForPark();
+    /// Whether a client's text for `CommandString` is a driver command that begins a park, or that cancels one.
+    static ParkText ParkTextOf(std::string_view command, bool raw);
     void HandleParkComplete() override;
     void StopAgain() override { SendStopPair(); }
     /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when

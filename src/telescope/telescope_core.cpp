@@ -92,8 +92,7 @@ void TelescopeCore::NoteSent(std::string_view text) {
         state_.g_tickParkSent = driver_.clock.GetTickCount();
         state_.g_tickUnparkSent.reset();
     } else if (wire::Unparks(text)) {
-        state_.g_tickUnparkSent = driver_.clock.GetTickCount();
-        state_.g_tickParkSent.reset();
+        NoteLeavesPark();
     }
     if (wire::ChoosesCustomRate(text)) {
         needs_.axisMotions.CustomRateChosen();
@@ -154,7 +153,7 @@ std::uint32_t TelescopeCore::NewSlewBegins(const MotionPermit& permit) {
 }
 
 void TelescopeCore::TakeMountFromPark() {
-    if (!state_.g_bParking) {
+    if (!InPark(state_)) {
         return;
     }
     const bool parkMoves = InParkMove(state_);
@@ -182,6 +181,11 @@ void TelescopeCore::SendStopPair() {
     mount.CommandBlind(wire::Stop);
     driver_.waits.WaitForMilliseconds(kStopSpacingMs);
     mount.CommandBlind(wire::Stop);
+}
+
+void TelescopeCore::NoteLeavesPark() {
+    state_.g_tickUnparkSent = driver_.clock.GetTickCount();
+    state_.g_tickParkSent.reset();
 }
 
 void TelescopeCore::NoteGotoTaken() {

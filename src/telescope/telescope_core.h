@@ -119,6 +119,8 @@ public:
     /// sends nothing, but for the stop of a move that the park itself has begun, or that ends in a park by itself:
     /// nobody else would end these.
     void TakeMountFromPark();
+    /// To be called after a command that takes a parked mount from its park: a status text may lag behind.
+    void NoteLeavesPark();
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();
     /// Stops all motion, twice: one of the two may be lost. Tracking goes on.

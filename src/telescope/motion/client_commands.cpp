@@ -1,3 +1,4 @@
+#include "catalogue/vocabulary.h"
 #include "catalogue/wire_texts.h"
 #include "telescope/telescope.h"
 
@@ -46,6 +47,15 @@ void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
         core_.NoteGotoTaken();
         core_.BarSecondLeg("a client has sent a goto of its own");
     }
+}
+
+ParkText Telescope::ParkTextOf(std::string_view command, bool raw) {
+    if (!raw || !command.starts_with(kDriverCommandHead)) {
+        return ParkText::Other;
+    }
+    command.remove_prefix(kDriverCommandHead.size());
+    const std::string_view verb = command.substr(0, command.find(','));
+    return verb == kParkVerb ? ParkText::Begins : verb == kCancelParkVerb ? ParkText::Cancels : ParkText::Other;
 }
 
 void Telescope::CommandBlind(std::string_view command, bool raw) {

@@ -167,6 +167,7 @@ void GuidePulses::Guide(std::int32_t direction, std::int32_t milliseconds) {
 /// Intentional: with a pulse on the axis the stop goes out for that pulse, and no other.
 void GuidePulses::StopNow(std::int32_t direction) {
     const DirectionRow* const row = RowOf(direction);
+    needs_.motion.ParkStopAskedFor();
     Sequence mount(needs_.commands(), needs_.door, procedure::GuidePulseEnd);
     if (!ClearAxis(mount, row && row->axis == mount_axis::Secondary)) {
         mount.CommandBlind(wire::Stop);
@@ -185,6 +186,7 @@ bool GuidePulses::ClearAxis(Sequence& mount, bool northSouth) {
     }
     for (const DirectionRow& row : Rows()) {
         if (row.axis == axis && state_.*row.flag) {
+            needs_.motion.ParkAborted();  // a park that is stopped on its way must not count as arrived where it stands
             const SendingItself own(*this);
             mount.CommandBlindLight(wire::Stop);
             Forget(row);

@@ -49,8 +49,10 @@ void ParkEnd::StartSecondLeg() {
     state_.g_nParkIndex = park_index::InSecondLeg;
     Leg leg = Leg::Refused;
     if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {
-        ReleaseCompanion();
-        Cancel();
+        if (state_.g_bParking) {  // else whatever has taken the mount from the park has ended it
+            ReleaseCompanion();
+            Cancel();
+        }
     } else if (leg == Leg::Refused) {
         Fail("The mount stays at the end of the first leg of its park: the second one could not be sent");
     }
@@ -97,7 +99,9 @@ void ParkEnd::Finish() {
         }
     });
     if (!parked) {
-        Cancel();
+        if (state_.g_bParking) {  // else it is ended already, as above
+            Cancel();
+        }
         return;
     }
     needs_.motion.MountReportsParked(true);

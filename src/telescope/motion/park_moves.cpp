@@ -54,6 +54,8 @@ private:
     bool GoesTheWrongWay(const BlindCommand& way);
     bool MayGoOn();
     void Abort(std::string_view reason);
+    /// Whether somebody has taken the mount from the park, and ended it, while questions went out.
+    bool IsTaken() const { return !InPark(state_) && needs_.door.Stops() != stops_; }
     void Round(std::int32_t milliseconds);
     void StopMountThatSlews();
     void AwaitEast(double hours);
@@ -247,6 +249,9 @@ void ParkMoveSteps::Reverse() {
     core_.SendStopPair();
     driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
     core_.UntilStopped(procedure::Park, [&](Sequence& mount) { mount.CommandBlind(wire::MoveWest); });
+    if (IsTaken()) {
+        return false;
+    }
     driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East: Reversing Direction");
 }
 
@@ -327,3 +332,6 @@ bool ParkMoveSteps::LetCounterweightDown() {
 }
 
 }  // namespace kestrane
+    if (IsTaken()) {
+        return false;
+    }

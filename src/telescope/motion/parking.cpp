@@ -131,7 +131,7 @@ void ParkSteps::Run(std::int16_t index) {
 }
 
 void ParkSteps::EndAborted() {
-    if (!state_.g_bParked) {
+    if (!state_.g_bParked && InPark(state_)) {
         needs_.motion.ParkBegins();
         needs_.motion.ParkAborted();
         telescope_.HandleParkComplete();
@@ -148,7 +148,8 @@ void ParkSteps::Prepare(Sequence& mount) {
     }
     needs_.motion.ParkTakesOver();
     park_ = needs_.poll.BeginPark();
-    telescope_.Tracking(false);
+    telescope_.StopTrackingForPark();
+    core_.NoteLeavesPark();
     state_.g_bTracking = false;
     needs_.queries.QueryGos();
     // The time that was just set may have moved the sidereal time, and the position with it.

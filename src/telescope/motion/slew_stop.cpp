@@ -25,7 +25,7 @@ void Telescope::AbortSlew() {
     needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("ASCOM");
-    } else if (state_.g_bSlewing || state_.g_bParking || state_.g_bSafeSlewPending) {
+    } else if (state_.g_bSlewing || InPark(state_) || state_.g_bSafeSlewPending) {
         steps.StopMotion("ASCOM", needs_.guidePulses.MayMove() ? StopPair::Always : StopPair::IfMoving);
     } else {
         steps.StopUnwatchedMotion();
@@ -48,7 +48,7 @@ void Telescope::AbortSlewDriver() {
 void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
     driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
-    if (pair == StopPair::Always || state_.g_bTracking || state_.g_bSlewing || state_.g_bParking) {
+    if (pair == StopPair::Always || state_.g_bTracking || state_.g_bSlewing || InPark(state_)) {
         core_.SendStopPair();
     }
     CustomRates(core_).Reinstate(telescope_);

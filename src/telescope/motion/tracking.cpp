@@ -35,6 +35,7 @@ class TrackingSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
+    void ChooseTracking(bool track);
     void StopTracking();
     void NoteTrackingChoice(bool tracks);
     double GuideRate(std::string_view name);
@@ -52,13 +53,24 @@ bool Telescope::Tracking() {
 void Telescope::Tracking(bool track) {
     TrackingSteps steps(*this);
     LogSet("Tracking", TrueFalse(track));
+    needs_.motion.ParkStopAskedFor();  // it gets in between two exchanges of a park, like a stop
     TakeMountFromPark();
+    steps.ChooseTracking(track);
+}
+
+void Telescope::StopTrackingForPark() {
+    TrackingSteps steps(*this);
+    LogSet("Tracking", TrueFalse(false));
+    steps.ChooseTracking(false);
+}
+
+void TrackingSteps::ChooseTracking(bool track) {
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     if (track) {
         state_.g_bTracking = true;
-        TrackingRate(state_.g_nTrackingRate);
+        telescope_.TrackingRate(state_.g_nTrackingRate);
     } else if (!state_.g_bParked) {
-        steps.StopTracking();
+        StopTracking();
     }
     needs_.panel.EnableRateControls();
 }

@@ -7,6 +7,17 @@
 namespace kestrane {
 namespace {
 
+/// Does something when the mount answers a command, the first time.
+class Tells final : public ReplyMisbehaviour {
+public:
+    Tells(std::string_view command, std::function<void()> action)
+        : ReplyMisbehaviour(command, 1), action_(std::move(action)) {}
+
+private:
+    void Strike(SimulatedReply&) override { action_(); }
+    std::function<void()> action_;
+};
+
 /// A place with the counterweight up that a person keeps, and a park there later.
 class CounterweightUpParkTest : public ParkTest {
 protected:
@@ -225,6 +236,29 @@ TEST_F(CounterweightUpParkTest, ThePlaceOfAVerb_EndsIt) {
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
     ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
     const MountPicture pressed = mount->Picture();
+TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_KeepsItFromBeginning) {
+    for (const std::string at : {"SM", "Sr", "Sd"}) {
+        SCOPED_TRACE(at);
+        ConnectUp({2.0, 40.0, true});
+        PressSetPark();
+        GoElsewhere();
+        const int gotos = TimesSent("MS");
+        telescope->Park();
+        bool called = false;
+        mount->Add(std::make_unique<Tells>(at, [&] {
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] {
+                called = true;
+                telescope->Tracking(false);
+            });
+        }));
+        machine.AdvanceTime(120'000);
+        ASSERT_TRUE(called);
+        EXPECT_EQ(TimesSent("MS") - gotos, 1);
+        ExpectCancelled(false);
+        EndTheDriver();
+    }
+}
+
     PressSetPark();
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
     EXPECT_EQ(driver->handBox.txtUserParkAlt.Text(), driver->persist.Read(setting::txtUserParkAlt));

@@ -125,9 +125,20 @@ TEST_F(FirmwareParkTest, AMountThatIsTakenFromIt_IsNotParkedAfterAll) {
 }
 
 TEST_F(FirmwareParkTest, AStopThatIsNoAbort_CancelsIt) {
-    const std::vector<std::function<void()>> stops{[&] { telescope->CommandString("RAW,InitMount,GuideRate=1", true); },
-                                                   [&] { telescope->CommandBlind("Q", false); },
-                                                   [&] { telescope->CommandBlind(":Q#", true); }};
+    const std::vector<std::function<void()>> stops{
+        [&] { telescope->CommandString("RAW,InitMount,GuideRate=1", true); },
+        [&] { telescope->CommandBlind("Q", false); },
+        [&] { telescope->CommandBlind(":Q#", true); },
+        [&] { telescope->PulseGuide(0, 0); },
+        [&] {
+            telescope->PulseGuide(0, 5'000);
+            telescope->PulseGuide(1, 500);  // ends the other one of its axis
+        },
+        [&] {
+            driver->counters.CountMotorStall();
+            telescope->CommandString("RAW,ResetCommunicationErrors", true);
+        },
+    };
     for (const auto& stop : stops) {
         ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
         telescope->Park();

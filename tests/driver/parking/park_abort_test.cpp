@@ -76,28 +76,55 @@ INSTANTIATE_TEST_SUITE_P(Stages, ParkStopTest,
                                                           Stopper::TheHandBox, Stopper::TheVerb)),
                          NameOfStop);
 
-/// Index and firmware: the road by "KA" at once, by the firmware, by the driver.
-class ParkDoorTest : public ParkTest, public testing::WithParamInterface<std::tuple<std::string, int>> {};
+/// What gets in between two exchanges of a park.
+enum class Caller { Stop, TrackingOff, AxisStop, CancelVerb, PulseStop };
+constexpr const char* kCallers[]{"Stop", "TrackingOff", "AxisStop", "CancelVerb", "PulseStop"};
 
-TEST_P(ParkDoorTest, AStopBetweenAnyTwoExchanges_EndsIt) {
-    const auto [firmware, index] = GetParam();
+/// Index and firmware: the road by "KA" at once, by the firmware, by the driver.
+class ParkDoorTest : public ParkTest, public testing::WithParamInterface<std::tuple<std::string, int, Caller>> {
+protected:
+    void Call(Telescope& client) {
+        switch (std::get<2>(GetParam())) {
+            case Caller::Stop:
+                return driver->panel.AbortSlew();
+            case Caller::TrackingOff:
+                return client.Tracking(false);
+            case Caller::AxisStop:
+                return client.MoveAxis(1, 0.0);
+            case Caller::CancelVerb:
+                EXPECT_EQ(client.CommandString("RAW,CancelPark", true), "1");
+                return;
+            case Caller::PulseStop:
+                return client.PulseGuide(0, 0);
+        }
+    }
+    CallKind Kind() const { return std::get<2>(GetParam()) == Caller::Stop ? CallKind::Stop : CallKind::StopsOne; }
+    /// Whether the mount is taken from the park, so that the tracking is left to the call.
+    bool Takes() const {
+        return std::get<2>(GetParam()) == Caller::TrackingOff || std::get<2>(GetParam()) == Caller::AxisStop;
+    }
+};
+
+TEST_P(ParkDoorTest, ACallBetweenAnyTwoExchanges_EndsIt) {
+    const auto [firmware, index, caller] = GetParam();
     int stoppedInTime = 0;
     for (std::size_t exchange = 1; exchange < 40; ++exchange) {
-        SCOPED_TRACE("stop in exchange " + std::to_string(exchange));
+        SCOPED_TRACE("call in exchange " + std::to_string(exchange));
         ConnectAt(47.0, firmware,
                   {{"cbxParkTo", std::to_string(index)}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}});
+        Telescope& other = OtherClient();
+        other.Connected(true);
         mount->Add(std::make_unique<AnswersLate>("", 50));
         const std::size_t before = mount->Commands().size();
-        bool stopped = false;
+        bool called = false;
         std::size_t sentBefore = 0;
-        const auto stop = [&] {
-            stopped = true;
-            sentBefore = mount->Commands().size();
-            driver->panel.AbortSlew();
-        };
         const std::int64_t at = machine.clock.Elapsed() + static_cast<std::int64_t>(exchange) * 60;
         machine.pump.Run(CallKind::WaitsLong, [&] {
-            machine.pump.PostAt(at, CallKind::Stop, stop);
+            machine.pump.PostAt(at, Kind(), [&] {
+                called = true;
+                sentBefore = mount->Commands().size();
+                Try([&] { Call(other); });  // a parked mount takes no axis and no pulse
+            });
             telescope->Park();
         });
         const auto wasSent = [&](const std::string& command, std::size_t until) {
@@ -110,7 +137,7 @@ TEST_P(ParkDoorTest, AStopBetweenAnyTwoExchanges_EndsIt) {
             return false;
         };
         machine.AdvanceTime(200);
-        ASSERT_TRUE(stopped);
+        ASSERT_TRUE(called);
         const bool wasUnderWay = wasSent("MS", sentBefore) || wasSent("$K" + std::to_string(index), sentBefore);
         if (wasSent("KA", sentBefore)) {
             break;
@@ -119,28 +146,66 @@ TEST_P(ParkDoorTest, AStopBetweenAnyTwoExchanges_EndsIt) {
         machine.AdvanceTime(15'000);
         EXPECT_FALSE(wasSent("KA", ~std::size_t{0}));
         EXPECT_FALSE(driver->state.g_bParking);
-        EXPECT_FALSE(mount->Picture().slewing);
-        EXPECT_EQ(mount->Picture().tracking, '2') << "as before";
-        if (!wasUnderWay) {
-            EXPECT_FALSE(wasSent("MS", ~std::size_t{0}));
-            EXPECT_FALSE(wasSent("$K" + std::to_string(index), ~std::size_t{0}));
-        }
         EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
-        EndTheDriver();
+        EXPECT_EQ(TimesLogged("Park canceled..."), 1);
+        EXPECT_EQ(telescope->Tracking(), mount->Picture().tracking != '9');
+        if (!Takes()) {
+            EXPECT_EQ(mount->Picture().tracking, '2') << "as before";
+        }
+        if (caller == Caller::TrackingOff) {
+            EXPECT_EQ(mount->Picture().tracking, '9') << "as the client wrote";
+        }
         if (wasUnderWay) {
             break;
         }
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_FALSE(wasSent("MS", ~std::size_t{0}));
+        EXPECT_FALSE(wasSent("$K" + std::to_string(index), ~std::size_t{0}));
+        EndTheDriver();
+        log.clear();
     }
     EXPECT_GT(stoppedInTime, 4);
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, ParkDoorTest,
-                         testing::Values(std::tuple{"S", 0}, std::tuple{"S", 2}, std::tuple{"VKC5-P03-01", 2},
-                                         std::tuple{"D", 6}),
-                         [](const auto& row) {
-                             return std::string(std::get<0>(row.param)).substr(0, 1) +
-                                    std::to_string(std::get<1>(row.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Roads, ParkDoorTest,
+    testing::Values(std::tuple{"S", 0, Caller::Stop}, std::tuple{"S", 2, Caller::Stop},
+                    std::tuple{"VKC5-P03-01", 2, Caller::Stop}, std::tuple{"D", 6, Caller::Stop},
+                    std::tuple{"S", 0, Caller::TrackingOff}, std::tuple{"S", 2, Caller::TrackingOff},
+                    std::tuple{"VKC5-P03-01", 2, Caller::TrackingOff}, std::tuple{"D", 6, Caller::TrackingOff},
+                    std::tuple{"S", 0, Caller::AxisStop}, std::tuple{"S", 2, Caller::AxisStop},
+                    std::tuple{"VKC5-P03-01", 2, Caller::AxisStop}, std::tuple{"S", 0, Caller::CancelVerb},
+                    std::tuple{"S", 2, Caller::CancelVerb}, std::tuple{"VKC5-P03-01", 2, Caller::CancelVerb},
+                    std::tuple{"S", 0, Caller::PulseStop}, std::tuple{"S", 2, Caller::PulseStop},
+                    std::tuple{"VKC5-P03-01", 2, Caller::PulseStop}),
+    [](const auto& row) {
+        return std::string(std::get<0>(row.param)).substr(0, 1) + std::to_string(std::get<1>(row.param)) +
+               kCallers[static_cast<int>(std::get<2>(row.param))];
+    });
+
+/// The last exchange of a park is the command that parks.
+TEST_F(ParkTest, TrackingThatIsSwitchedOffBeforeTheEnd_KeepsTheMountFromBeingParked) {
+    Connect("S", {{"cbxParkTo", "2"}});
+    StandingMount& standing = StandForPark();
+    machine.AdvanceTime(10'000);
+    telescope->Park();
+    standing.replies["GA"] = "+00*00:10.0#";
+    standing.replies["GZ"] = "090*00:10.0#";
+    bool asked = false;
+    standing.onCommand = [&](const std::string& command) {
+        if (!asked && command == "GZ" && Logged("Parking operation in progress")) {
+            asked = true;
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] { telescope->Tracking(false); });
+        }
+    };
+    Tape().Clear();
+    machine.AdvanceTime(30'000);
+    ASSERT_TRUE(asked);
+    EXPECT_EQ(Tape().Motion(), "# Q RT9") << "as the client wrote, and nothing else";
+    EXPECT_FALSE(driver->state.g_bParking);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
 
 class ParkTakenTest : public ParkTest {
 protected:

@@ -93,33 +93,46 @@ TEST_P(EastFirstTest, OneWrongReading_NeitherTurnsItRoundNorEndsIt) {
 }
 
 /// The call of another client, or of a person, comes while the park asks on which side the mount is.
-TEST_P(EastFirstTest, AStopAheadOfTheMove_KeepsItFromBeginning) {
-    int stoppedInTime = 0;
-    for (std::int64_t ms = 5; ms < 1'000; ms += 15) {
-        SCOPED_TRACE("stop after " + std::to_string(ms) + " ms");
-        ConnectLow("5");
-        mount->Add(std::make_unique<AnswersLate>("", 50));
-        Tape().Clear();
-        std::string sentBefore;
-        machine.pump.Run(CallKind::WaitsLong, [&] {
-            machine.pump.PostAt(machine.clock.Elapsed() + ms, CallKind::Stop, [&] {
-                sentBefore = Sent();
-                driver->panel.AbortSlew();
+TEST_P(EastFirstTest, ACallAheadOfTheMove_KeepsItFromBeginning) {
+    struct {
+        const char* name;
+        CallKind kind;
+        std::function<void()> call;
+    } const calls[]{
+        {"stop", CallKind::Stop, [&] { driver->panel.AbortSlew(); }},
+        {"tracking off", CallKind::StopsOne, [&] { telescope->Tracking(false); }},
+        {"axis stop", CallKind::StopsOne, [&] { telescope->MoveAxis(1, 0.0); }},
+        {"verb", CallKind::StopsOne, [&] { telescope->CommandString("RAW,CancelPark", true); }},
+    };
+    for (const auto& row : calls) {
+        int stoppedInTime = 0;
+        for (std::int64_t ms = 5; ms < 1'000; ms += 15) {
+            SCOPED_TRACE(std::string(row.name) + " after " + std::to_string(ms) + " ms");
+            ConnectLow("5");
+            mount->Add(std::make_unique<AnswersLate>("", 50));
+            Tape().Clear();
+            std::string sentBefore;
+            machine.pump.Run(CallKind::WaitsLong, [&] {
+                machine.pump.PostAt(machine.clock.Elapsed() + ms, row.kind, [&] {
+                    sentBefore = Sent();
+                    row.call();
+                });
+                telescope->Park();
             });
-            telescope->Park();
-        });
-        const bool wasMoving = sentBefore.find("Me") != std::string::npos;
-        if (!wasMoving) {
-            ++stoppedInTime;
-            EXPECT_EQ(Sent().find("Me"), std::string::npos) << Sent();
+            const bool wasMoving = sentBefore.find("Me") != std::string::npos;
+            if (!wasMoving) {
+                ++stoppedInTime;
+                EXPECT_EQ(Sent().find("Me"), std::string::npos) << Sent();
+            }
+            ExpectCancelled(std::string(row.name) != "tracking off");
+            EXPECT_EQ(TimesSent("MS"), 0);
+            EndTheDriver();
+            if (wasMoving) {
+                break;
+            }
         }
-        ExpectCancelled();
-        EndTheDriver();
-        if (wasMoving) {
-            break;
-        }
+        EXPECT_GT(stoppedInTime, 4) << row.name;
     }
-    EXPECT_GT(stoppedInTime, 4);
 }
 
 TEST_P(EastFirstTest, AnotherTryThatIsStopped_RestoresTheTrackingFromBeforeTheFirst) {
@@ -339,6 +352,29 @@ INSTANTIATE_TEST_SUITE_P(Sides, LeavingTest,
                                          UpRow{"EastNear", {-2.0, 40.0, false}, "Mw"},
                                          UpRow{"WestNear", {2.0, 40.0, true}, "Me"},
                                          UpRow{"WestFar", {8.0, 70.0, true}, "Mw"}),
+TEST_F(ParkMoveTest, TrackingThatIsSwitchedOffWhileTheMoveTurnsRound_KeepsItFromGoingOn) {
+    Connect("EK5", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}});
+    StandingMount& standing = StandForPark();
+    standing.Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
+    machine.AdvanceTime(10'000);
+    int asked = 0;
+    int stops = 0;
+    standing.onCommand = [&](const std::string& command) {
+        if (command == "GR") {
+            standing.replies["GR"] = "11:" + std::to_string(59 - ++asked % 50) + ":00.0#";
+        }
+        stops += command == "Q" ? 1 : 0;
+        if (command == "Q" && stops == 2) {  // the next is to be the move
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] { telescope->Tracking(false); });
+        }
+    };
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q ")) << Sent();
+    EXPECT_EQ(Sent().find("Mw"), std::string::npos) << Sent();
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
