@@ -183,7 +183,7 @@ http::Answer RequestHandler::RunCall(const DeviceCall& call) {
         const auto run = [&](ClientObject& object) {
             if (tooLate) {  // it is answered as a motion that was stopped as soon as it began
                 object.Device().DoesNotBegin(route.name);
-                return std::string();
+                return std::string(route.valueIfStopped);
             }
             if (route.handler == nullptr) {
                 throw DriverError(ErrorNumber::NotImplemented,

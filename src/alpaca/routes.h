@@ -67,6 +67,7 @@ struct Route {
     std::vector<Parameter> parameters;
     Handler handler = nullptr;           ///< null: the member is not implemented and answers that
     const StopForm* stopForm = nullptr;  ///< null: `kind` holds for all arguments
+    std::string_view valueIfStopped{};   ///< the JSON value of a call that a stop of its motion went ahead of
 
     CallKind KindOf(const Arguments& arguments) const {
         return stopForm && stopForm->stops(arguments) ? CallKind::StopsOne : kind;

@@ -73,6 +73,16 @@ constexpr StopForm kMoveAxisStops{[](const Arguments& arguments) { return argume
                                   [](const Arguments& arguments) { return arguments.Integer(0); }};
 constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !arguments.Boolean(0); },
                                   [](const Arguments&) { return std::int32_t{0}; }};
+/// Of a call without a text: the member that parks.
+ParkText ParkTextOf(const Arguments& arguments) {
+    return arguments.IsEmpty() ? ParkText::Begins : Telescope::ParkTextOf(arguments.Text(0), arguments.Boolean(1));
+}
+
+/// The driver command that cancels a park, and what begins one; other texts have nothing to do with it.
+constexpr StopForm kParkStops{
+    [](const Arguments& arguments) { return ParkTextOf(arguments) == ParkText::Cancels; },
+    [](const Arguments& arguments) { return std::int32_t{ParkTextOf(arguments) != ParkText::Other}; }};
+constexpr std::string_view kVerbDone = "\"1\"";
 /// Each axis has a pulse of its own: north and south have one, all other directions have the other.
 constexpr StopForm kPulseGuideStops{[](const Arguments& arguments) { return arguments.Integer(1) <= 0; },
                                     [](const Arguments& arguments) {
@@ -113,7 +123,7 @@ std::vector<Route> TelescopeRoutes() {
         {"Action",                  Put, Brief, {{"Action", Text}, {"Parameters", Text, true}},  RefuseAction},
         {"CommandBlind",            Put, Long,  kCommand,                                  SendBlind},
         {"CommandBool",             Put, Long,  kCommand,                                  SendBool},
-        {"CommandString",           Put, Long,  kCommand,                                  SendString},
+        {"CommandString",           Put, Long,  kCommand,                                  SendString, &kParkStops, kVerbDone},
         {"Connected",               Get, Read,  kNone,                                     ReadConnected},
         {"Connected",               Put, Long,  {{"Connected", Bool}},                     WriteConnected},
         {"Description",             Get, Read,  kNone,                                     kRead<std::string, &T::Description>},
@@ -191,7 +201,7 @@ std::vector<Route> TelescopeRoutes() {
         {"DestinationSideOfPier",   Get, Read,  kEquatorial,                               ReadDestinationSideOfPier},
         {"FindHome",                Put, Brief, kNone,                                     kCall<&T::FindHome>},
         {"MoveAxis",                Put, Brief, {{"Axis", Int}, {"Rate", Num}},            MoveAxis, &kMoveAxisStops},
-        {"Park",                    Put, Long,  kNone,                                     kCall<&T::Park>},
+        {"Park",                    Put, Long,  kNone,                                     kCall<&T::Park>, &kParkStops},
         {"PulseGuide",              Put, Long,  {{"Direction", Int}, {"Duration", Int}},   PulseGuide, &kPulseGuideStops},
         {"SetPark",                 Put, Brief, kNone,                                     kCall<&T::SetPark>},
         {"SlewToAltAz",             Put, Long,  kHorizontal,                               kSlewAltAz},

@@ -30,6 +30,16 @@ std::string NoteTracking(ClientObject&, const Arguments& arguments) {
     return {};
 }
 
+std::string NoteText(ClientObject&, const Arguments& arguments) {
+    Ran().push_back(arguments.Text(0));
+    return "\"reply\"";
+}
+
+std::string NotePark(ClientObject&, const Arguments&) {
+    Ran().emplace_back("park");
+    return {};
+}
+
 std::string NoteFocuser(ClientObject&, const Arguments& arguments) {
     Ran().push_back(arguments.IsEmpty() ? "halt" : "move " + std::to_string(arguments.Integer(0)));
     return {};
@@ -46,6 +56,8 @@ std::vector<Route> NotingRoutes() {
     for (Route& route : routes) {
         route.handler = route.name == "MoveAxis"                              ? NoteMoveAxis
                         : route.name == "Tracking" && route.verb == Verb::Put ? NoteTracking
+                        : route.name == "CommandString"                       ? NoteText
+                        : route.name == "Park"                                ? NotePark
                                                                               : NoteOther;
     }
     return routes;
@@ -67,6 +79,7 @@ protected:
     /// Asks all of these at once, "member?body", and returns what ran, in order.
     std::vector<std::string> Ask(const std::vector<std::pair<std::string, std::string>>& puts,
                                  const std::string& device = "telescope") {
+        bodies.clear();
         for (const auto& [member, body] : puts) {
             http::Request request;
             request.verb = Verb::Put;
@@ -74,7 +87,11 @@ protected:
             request.body = "ClientID=1&" + body;
             request.remoteAddress = "10.0.0.1";
             request.connection = 1;
-            handler.Handle(request, [this](const http::Answer& answer) { answered += answer.status == 200 ? 1 : 0; });
+            bodies.emplace_back();
+            handler.Handle(request, [this, index = bodies.size() - 1](const http::Answer& answer) {
+                answered += answer.status == 200 ? 1 : 0;
+                bodies[index] = answer.body;
+            });
         }
         pump.PumpMessages();
         return std::exchange(Ran(), {});
@@ -93,6 +110,7 @@ protected:
         [](http::ConnectionId) { return false; }, [](std::chrono::milliseconds, const std::function<void()>&) {},
         std::chrono::milliseconds{60'000}, [](http::ConnectionId, const std::string&) {}}};
     int answered = 0;
+    std::vector<std::string> bodies;  ///< of the answers, by the order of the questions
 };
 
 using Texts = std::vector<std::string>;
@@ -130,6 +148,31 @@ TEST_F(StopOrderTest, TrackingThatIsSwitchedOff_GoesAhead_AndAnEarlierSwitchingO
     EXPECT_EQ(world.diary.Count("telescope does not begin Tracking"), 1);
     EXPECT_EQ(Ask({{"tracking", "Tracking=False"}, {"tracking", "Tracking=True"}}),
               (Texts{"tracking off", "tracking on"}));
+}
+
+TEST_F(StopOrderTest, CancelledPark_GoesAheadOfOtherCalls_AndAnEarlierParkIsNotRun) {
+    EXPECT_EQ(Ask({{"slewtotarget", ""},
+                   {"park", ""},
+                   {"commandstring", "Command=RAW,ParkMount,2&Raw=True"},
+                   {"commandstring", "Command=GR&Raw=False"},
+                   {"commandstring", "Command=RAW,UnparkMount&Raw=True"},
+                   {"commandstring", "Command=RAW,CancelPark&Raw=True"}}),
+              (Texts{"RAW,CancelPark", "other", "GR", "RAW,UnparkMount"}));
+    EXPECT_EQ(world.diary.Count("telescope does not begin Park"), 1);
+    EXPECT_EQ(world.diary.Count("telescope does not begin CommandString"), 1);
+    EXPECT_NE(bodies[2].find("\"Value\":\"1\""), std::string::npos) << "as a park that was cancelled: " << bodies[2];
+    EXPECT_EQ(Ask({{"commandstring", "Command=RAW,CancelPark&Raw=True"},
+                   {"park", ""},
+                   {"commandstring", "Command=RAW,ParkMount&Raw=True"}}),
+              (Texts{"RAW,CancelPark", "park", "RAW,ParkMount"}));
+}
+
+TEST_F(StopOrderTest, TextThatIsNoCancel_KeepsItsPlace) {
+    EXPECT_EQ(Ask({{"slewtotarget", ""},
+                   {"commandstring", "Command=RAW,CancelPark&Raw=False"},
+                   {"commandstring", "Command=RAW,CancelParkX&Raw=True"},
+                   {"commandstring", "Command=RAW,CancelPark,1&Raw=True"}}),
+              (Texts{"RAW,CancelPark,1", "other", "RAW,CancelPark", "RAW,CancelParkX"}));
 }
 
 TEST_F(StopOrderTest, HaltOfTheFocuser_GoesAhead_AndAnEarlierMoveIsNotRun) {
