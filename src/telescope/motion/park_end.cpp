@@ -60,7 +60,7 @@ void ParkEnd::StartSecondLeg() {
 
 ParkEnd::Leg ParkEnd::SendSecondLeg() {
     ResumeNext errors{driver_.ledger, "HandleParkComplete"};
-    const CounterweightUpPlace place = ReadCounterweightUpPlace(driver_);
+    const CounterweightUpPlace place = state_.g_cwUpPlace;
     const double rightAscension = CounterweightUpSecondRa(place.hourAngle, state_.g_dLst);
     const bool targetIsSet = errors.Step([&] {
         telescope_.TargetDeclination(place.declination);

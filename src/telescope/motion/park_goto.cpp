@@ -97,6 +97,11 @@ double ParkGoto::AsTheMountTakesIt(double degrees) {
 /// The way of a park with the counterweight up begins near the meridian, on the side on which it is to end.
 void ParkGoto::SetFirstLeg() {
     const CounterweightUpPlace place = ReadCounterweightUpPlace(driver_);
+    if (!IsPossibleMeridianDelay(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {
+        driver_.log.LogMessage("Telescope", LogLevel::Warning, kNoDelayForCounterweightUp);
+        throw DriverError(ErrorNumber::OutOfRange);
+    }
+    state_.g_cwUpPlace = place;  // the second leg leads there, also when another place is kept meanwhile
     if (state_.g_bQuayLink) {
         const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "1");
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Disabling QUAY Safe Slewing for CW Up Park = " + reply);

@@ -27,8 +27,12 @@ constexpr std::int32_t kOldestRaMs = 3000;
 constexpr double kEastward = 1.0;
 constexpr double kFastestFactor = 1.5;  // of the rate above, that a reading may show
 constexpr double kReadingReserveHours = 0.05;
-constexpr double kSameStartHours = 0.1;   // two readings of a mount that stands or tracks
-constexpr int kStartReadings = 3;         // at most
+constexpr double kSameStartHours = 0.1;  // two readings of a mount that stands or tracks
+constexpr int kStartReadings = 3;        // at most
+constexpr std::int32_t kLongestBrakingMs = 3000;
+constexpr std::int32_t kBrakingRoundMs = 200;
+constexpr double kStandsHours = 0.001;    // two readings of a mount that tracks at most, a round apart
+constexpr double kStandsDegrees = 0.015;  // likewise
 constexpr double kWrongWayHours = -0.01;  // readings may differ by less although the mount has not begun to move
 constexpr double kFarFromMeridian = 6.0;  // hours
 constexpr double kOnMeridian = 0.001;     // hours
@@ -50,14 +54,16 @@ private:
     void ReadStart();
     void TakeReading(double direction);
     bool Aborted() const { return state_.g_bAbortPark || needs_.door.Stops() != stops_; }
+    /// Whether somebody has taken the mount from the park, and ended it, while questions went out.
+    bool IsTaken() const { return !InPark(state_) && needs_.door.Stops() != stops_; }
     std::string_view WhyOver() const;
     bool GoesTheWrongWay(const BlindCommand& way);
     bool MayGoOn();
     void Abort(std::string_view reason);
-    /// Whether somebody has taken the mount from the park, and ended it, while questions went out.
-    bool IsTaken() const { return !InPark(state_) && needs_.door.Stops() != stops_; }
     void Round(std::int32_t milliseconds);
-    void StopMountThatSlews();
+    void LeavePark();
+    void StopMountThatMoves();
+    void AwaitStanding();
     void AwaitEast(double hours);
     void Reverse();
     void NoteMoved();
@@ -195,10 +201,39 @@ void ParkMoveSteps::Round(std::int32_t milliseconds) {
     needs_.door.Pause(milliseconds);
 }
 
-/// A mount that slews takes no move.
-void ParkMoveSteps::StopMountThatSlews() {
-    if (state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending) {
+/// A mount that is parked takes no move. Any choice of the tracking takes it from there.
+void ParkMoveSteps::LeavePark() {
+    if (state_.g_bParked) {
+        core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
+            mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
+            core_.NoteLeavesPark();
+        });
+    }
+}
+
+/// A mount that slews takes no move, and the end of a pulse would cut it.
+void ParkMoveSteps::StopMountThatMoves() {
+    if (state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || needs_.guidePulses.MayMove()) {
         core_.SendStopPair();
+    }
+}
+
+/// A mount that is still slowing down takes no move, and its way would be taken for that of the move. Pumps nothing:
+/// the supervision must not look at it meanwhile.
+void ParkMoveSteps::AwaitStanding() {
+    const Tick begin = driver_.clock.GetTickCount();
+    bool stands = core_.WhyMountMayMove().empty();
+    while (!stands && !Aborted() && driver_.clock.GetTickCount() - begin < kLongestBrakingMs) {
+        const double ra = state_.g_dRa;
+        const double dec = state_.g_dDec;
+        const CoordinateReads before = needs_.queries.Reads();
+        needs_.door.Pause(kBrakingRoundMs);
+        needs_.queries.QueryRa();
+        needs_.queries.QueryDec();
+        const CoordinateReads now = needs_.queries.Reads();
+        stands = now.ra != before.ra && now.dec != before.dec &&
+                 std::abs(NormalizeHourAngle(state_.g_dRa - ra)) < kStandsHours &&
+                 std::abs(state_.g_dDec - dec) < kStandsDegrees;
     }
 }
 
@@ -207,11 +242,16 @@ bool ParkMoveSteps::SlewEast(double hours) {
     const std::string text = PlainNumber(hours);
     driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slew East " + text + " hours");
     if (!Aborted()) {
-        StopMountThatSlews();
+        LeavePark();
+        StopMountThatMoves();
+        AwaitStanding();
     }
     needs_.panel.SetParkStatus("East Slew...", "");
     driver_.persist.Write(setting::ParkStatus, "UnParked");
     ReadStart();
+    if (IsTaken()) {
+        return false;
+    }
     state_.g_bSlewingEast = true;
     Begin(hours);
     if (Start(&wire::MoveEast)) {
@@ -249,9 +289,6 @@ void ParkMoveSteps::Reverse() {
     core_.SendStopPair();
     driver_.waits.WaitForMilliseconds(kBetweenCommandsMs);
     core_.UntilStopped(procedure::Park, [&](Sequence& mount) { mount.CommandBlind(wire::MoveWest); });
-    if (IsTaken()) {
-        return false;
-    }
     driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East: Reversing Direction");
 }
 
@@ -263,6 +300,7 @@ bool ParkMoveSteps::EndEast(double hours) {
         needs_.panel.SetParkStatus("Park Canceled", "CheckSlewEast");
         driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East Aborted!");
         if (isAnotherTry_) {
+            ParkEnd(telescope_).ReleaseCompanion();
             ParkEnd(telescope_).Restore();
         }
         return false;
@@ -298,7 +336,10 @@ bool ParkMoveSteps::GoesTheWrongWay(const BlindCommand& way) {
 
 /// False when the park is over.
 bool ParkMoveSteps::LetCounterweightDown() {
-    if (!state_.g_bCounterweightUp) {
+    if (state_.g_bCounterweightUp) {
+        AwaitStanding();
+    }
+    if (!state_.g_bCounterweightUp || IsTaken()) {
         return !Aborted();
     }
     const BlindCommand* const way = WayDown();
@@ -307,6 +348,9 @@ bool ParkMoveSteps::LetCounterweightDown() {
         return !Aborted();
     }
     ReadStart();
+    if (IsTaken()) {
+        return false;
+    }
     state_.g_bLeavingCwUp = true;
     Begin(kLongestLeavingHours);
     const bool began = Start(way);
@@ -332,6 +376,3 @@ bool ParkMoveSteps::LetCounterweightDown() {
 }
 
 }  // namespace kestrane
-    if (IsTaken()) {
-        return false;
-    }

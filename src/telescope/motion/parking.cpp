@@ -130,6 +130,7 @@ void ParkSteps::Run(std::int16_t index) {
     }
 }
 
+/// Whatever has taken the mount from the park has ended it already.
 void ParkSteps::EndAborted() {
     if (!state_.g_bParked && InPark(state_)) {
         needs_.motion.ParkBegins();
@@ -274,7 +275,8 @@ void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
         place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(index);
     }
     if (index == park_index::User) {
-        mount.CommandString(wire::CompanionParkAltAz, FormatUs(place.altitude, "") + "," + FormatUs(place.azimuth, ""));
+        mount.CommandString(wire::CompanionParkAltAz, driver_.persist.Read(setting::txtUserParkAlt) + "," +
+                                                          driver_.persist.Read(setting::txtUserParkAz));
     } else {
         mount.CommandString(wire::CompanionPark, std::to_string(index));
     }

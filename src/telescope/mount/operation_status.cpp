@@ -101,6 +101,7 @@ public:
 
     void ParseParkState(char park);
     bool IsAskedTooEarly(std::optional<Tick> sent);
+    bool IsAskedJustAfterGoto() const;
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
     std::optional<AxisEnd> LostEndOfAxis(bool isCustomRate);
@@ -139,7 +140,7 @@ void Telescope::ParseGOS(std::string_view status) {
 
 void StatusSteps::ParseParkState(char park) {
     if (park == 'P') {
-        if (IsAskedTooEarly(state_.g_tickUnparkSent)) {
+        if (IsAskedTooEarly(state_.g_tickUnparkSent) || (state_.g_bParking && IsAskedJustAfterGoto())) {
             return;
         }
         needs_.panel.SetParkStatus("Parked", "ParseGOS");
@@ -149,6 +150,9 @@ void StatusSteps::ParseParkState(char park) {
             state_.g_tickParkedSince = driver_.clock.GetTickCount();
         }
         return;
+    }
+    if (state_.g_bParking && (park == '0' || park == '1')) {
+        needs_.motion.MountReportsParked(false);  // what an earlier text has said was wrong
     }
     if (state_.g_bParking || (state_.g_bParked && IsAskedTooEarly(state_.g_tickParkSent))) {
         return;
@@ -178,14 +182,18 @@ bool StatusSteps::IsAskedTooEarly(std::optional<Tick> sent) {
     return tooEarly;
 }
 
+bool StatusSteps::IsAskedJustAfterGoto() const {
+    const std::int32_t asked = state_.g_tickLastGos - state_.g_tickLastGoto;
+    return asked >= 0 && asked < kTooEarlyMs;
+}
+
 /// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun,
 /// or one whose acceptance was garbled on its way.
 void StatusSteps::ParseSlew(char slew) {
     if (slew == 'S') {
         needs_.motion.MountReportsSlewing(true);
     } else if (slew == '0') {
-        const std::int32_t asked = state_.g_tickLastGos - state_.g_tickLastGoto;
-        if (state_.g_bGotoSent && asked >= 0 && asked < kTooEarlyMs) {
+        if (state_.g_bGotoSent && IsAskedJustAfterGoto()) {
             state_.g_tickLastGos = state_.g_tickLastGoto + kAskedAgainMs - MountQueries::kSlowIntervalMs;
         } else {
             needs_.motion.MountReportsSlewing(false);

@@ -45,9 +45,9 @@ TEST_F(CompanionParkTest, EachPositionIsItsOwn) {
 }
 
 TEST_F(CompanionParkTest, TheUsersPlace_GoesWithItsAngles) {
-    Ready({{"cbxParkTo", "6"}, {"txtUserParkAlt", "30.5"}, {"txtUserParkAz", "120"}, {"chkAsyncPark", "1"}});
+    Ready({{"cbxParkTo", "6"}, {"txtUserParkAlt", "030.50"}, {"txtUserParkAz", "120"}, {"chkAsyncPark", "1"}});
     telescope->Park();
-    EXPECT_TRUE(WasSent("*PARKALTAZ,30.5,120")) << Tape().All();
+    EXPECT_TRUE(WasSent("*PARKALTAZ,030.50,120")) << "as it is kept: " << Tape().All();
 }
 
 TEST_F(CompanionParkTest, ASynchronousPark_ReturnsWhenItHasEnded) {
@@ -132,6 +132,21 @@ TEST_F(CompanionReleaseTest, AfterAStopOnTheWayToTheSecondLeg) {
     EXPECT_TRUE(stopped);
     ExpectReleased();
     EXPECT_TRUE(Logged("Park canceled..."));
+}
+
+TEST_F(CompanionReleaseTest, AfterAStopOfAnotherTryThatGoesEast) {
+    StandingMount& standing = ReadyUp();
+    telescope->Park();
+    ASSERT_TRUE(driver->state.g_bParking);
+    standing.Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
+    machine.AdvanceTime(3'000);
+    driver->persist.Write(setting::chkSlewEast, "1");
+    driver->persist.Write(setting::txtSlewEastFirstHours, "5");
+    const When goesEast(
+        machine.pump, [&] { return driver->state.g_bSlewingEast; }, [&] { telescope->AbortSlew(); });
+    telescope->CommandString("RAW,ParkMount,6", true);
+    EXPECT_TRUE(goesEast.Happened());
+    ExpectReleased();
 }
 
 TEST_F(CompanionParkTest, AParkThatNeverEnds_ReturnsAfterFiveMinutes) {

@@ -106,6 +106,39 @@ TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
     EXPECT_TRUE(sent.ends_with("MS KA")) << sent;
 }
 
+TEST_F(CounterweightUpParkTest, APlaceKeptOnTheWay_IsThatOfTheNextPark) {
+    ConnectUp({2.0, 40.0, true});
+    const MountPicture pressed = mount->Picture();
+    PressSetPark();
+    GoElsewhere();
+    Tape().Clear();
+    telescope->Park();
+    driver->persist.Write(setting::CounterWeightsUpHourAngle, "4");
+    driver->persist.Write(setting::CounterWeightsUpTimeOffset, "8");
+    driver->persist.Write(setting::CounterWeightsUpParkIntermediateSlewDec, "10");
+    ExpectParked();
+    EXPECT_NE(Tape().Motion().find("SM-03:00:"), std::string::npos) << Tape().Motion();
+    EXPECT_NEAR(mount->Picture().hourAngle, pressed.hourAngle, 0.02);
+    EXPECT_NEAR(mount->Picture().declination, pressed.declination, 0.02);
+}
+
+TEST_F(CounterweightUpParkTest, APlaceWithoutADelayThatComesDuringTheMoveBefore_EndsThePark) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    const When lettingDown(
+        machine.pump, [&] { return driver->state.g_bLeavingCwUp && mount->Picture().hourSpeed != 0.0; },
+        [&] {
+            driver->persist.Write(setting::CounterWeightsUpHourAngle, "6");
+            driver->persist.Write(setting::CounterWeightsUpTimeOffset, "6");
+        });
+    ExpectSwallow("ParkMount");
+    telescope->Park();
+    EXPECT_TRUE(lettingDown.Happened());
+    ExpectCancelled(false);
+    EXPECT_EQ(TimesSent("MS"), 0);
+    EXPECT_TRUE(Logged("No park with the counterweight up at this hour angle"));
+}
+
 TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
     for (const bool isRefused : {true, false}) {
         ConnectUp({2.0, 40.0, true});
@@ -203,6 +236,29 @@ TEST_F(CounterweightUpParkTest, WhoTakesTheMountInTheSecondLeg_IsToldOfTheDelay)
     EXPECT_EQ(mount->Picture().meridianDelay, 0.0);
 }
 
+TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_KeepsItFromBeginning) {
+    for (const std::string at : {"SM", "Sr", "Sd"}) {
+        SCOPED_TRACE(at);
+        ConnectUp({2.0, 40.0, true});
+        PressSetPark();
+        GoElsewhere();
+        const int gotos = TimesSent("MS");
+        telescope->Park();
+        bool called = false;
+        mount->Add(std::make_unique<Tells>(at, [&] {
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] {
+                called = true;
+                telescope->Tracking(false);
+            });
+        }));
+        machine.AdvanceTime(120'000);
+        ASSERT_TRUE(called);
+        EXPECT_EQ(TimesSent("MS") - gotos, 1);
+        ExpectCancelled(false);
+        EndTheDriver();
+    }
+}
+
 TEST_F(CounterweightUpParkTest, ADelayThatCannotBeSent_IsNotTaken) {
     ConnectUp({2.0, 40.0, true});
     ExpectSwallow("*");
@@ -236,29 +292,6 @@ TEST_F(CounterweightUpParkTest, ThePlaceOfAVerb_EndsIt) {
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
     ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
     const MountPicture pressed = mount->Picture();
-TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_KeepsItFromBeginning) {
-    for (const std::string at : {"SM", "Sr", "Sd"}) {
-        SCOPED_TRACE(at);
-        ConnectUp({2.0, 40.0, true});
-        PressSetPark();
-        GoElsewhere();
-        const int gotos = TimesSent("MS");
-        telescope->Park();
-        bool called = false;
-        mount->Add(std::make_unique<Tells>(at, [&] {
-            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] {
-                called = true;
-                telescope->Tracking(false);
-            });
-        }));
-        machine.AdvanceTime(120'000);
-        ASSERT_TRUE(called);
-        EXPECT_EQ(TimesSent("MS") - gotos, 1);
-        ExpectCancelled(false);
-        EndTheDriver();
-    }
-}
-
     PressSetPark();
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
     EXPECT_EQ(driver->handBox.txtUserParkAlt.Text(), driver->persist.Read(setting::txtUserParkAlt));

@@ -111,6 +111,18 @@ TEST_F(FirmwareParkTest, AStatusTextAskedForAtOnce_EndsNothing) {
     EXPECT_TRUE(telescope->Slewing());
 }
 
+TEST_F(FirmwareParkTest, AStatusTextAskedForAtOnceThatSaysParked_EndsNothing) {
+    StandingMount& standing = StandAt("+60*00:00.0", "180*00:00.0");
+    telescope->Park();
+    standing.replies["GOS"] = "P90000232O0000#";
+    driver->queries.QueryGos();
+    EXPECT_FALSE(telescope->AtPark());
+    standing.replies["GOS"] = "020S00232O0000#";
+    machine.AdvanceTime(10'000);
+    EXPECT_TRUE(driver->state.g_bParking);
+    EXPECT_EQ(TimesLogged("Park completed..."), 0);
+}
+
 TEST_F(FirmwareParkTest, AMountThatIsTakenFromIt_IsNotParkedAfterAll) {
     ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
     telescope->Park();

@@ -60,6 +60,48 @@ TEST_F(ParkMemoryTest, AStatusTextJustAfterThePark_IsNotBelieved_ALaterOneIs) {
     EXPECT_EQ(TimesLogged("The mount reports that it is not parked any more"), 1);
 }
 
+TEST_F(ParkMemoryTest, AParkedMountThatParksElsewhere_IsNotTakenForParkedOnItsWay) {
+    Connect("S");
+    StandingMount& standing = StandForPark();
+    standing.replies["GOS"] = "P90000232O0000#";
+    machine.AdvanceTime(10'000);
+    ASSERT_TRUE(telescope->AtPark());
+    std::int64_t left = 0;
+    standing.onCommand = [&](const std::string& command) {
+        left = left == 0 && command == "RT9" ? machine.clock.Elapsed() : left;
+        // The status text lags behind.
+        const bool late = left == 0 || machine.clock.Elapsed() - left < 1'500;
+        standing.replies["GOS"] = late ? "P90000232O0000#" : "090S00232O0000#";
+    };
+    telescope->CommandString("RAW,ParkMount,2", true);
+    ASSERT_NE(left, 0);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parking");
+    machine.AdvanceTime(3'000);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_TRUE(driver->state.g_bParking);
+    Try([&] { telescope->AbortSlew(); });
+    EXPECT_EQ(error, 0U);
+    Tape().Clear();
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(Tape().Motion().find("KA"), std::string::npos) << Tape().Motion();
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
+
+TEST_F(ParkMemoryTest, AStatusTextDuringAPark_TakesAWrongOneBack_WithoutShowingIt) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    telescope->Park();
+    machine.AdvanceTime(2'000);
+    driver->state.g_tickLastGos = machine.clock.GetTickCount();
+    driver->InternalInstance().ParseGOS("P90S00232O0000");
+    EXPECT_TRUE(driver->state.g_bParked);
+    driver->InternalInstance().ParseGOS("090S00232O0000");
+    EXPECT_FALSE(driver->state.g_bParked);
+    EXPECT_NE(driver->handBox.lblParkStatus.Text(), "Unparked");
+    ExpectParked();
+}
+
 TEST_F(ParkMemoryTest, AStatusTextJustAfterAnUnpark_IsNotBelieved) {
     Connect("S");
     StandForPark().replies["GOS"] = "P90000232O0000#";

@@ -152,6 +152,37 @@ TEST_P(EastFirstTest, AnotherTryThatIsStopped_RestoresTheTrackingFromBeforeTheFi
     ExpectCancelled();
 }
 
+TEST_P(EastFirstTest, AnotherParkInMidGoto_BeginsWhenTheMountStands) {
+    ConnectLow("2", "0");
+    driver->state.g_bRawRaDecSlews = true;  // nothing but the move east comes ahead of the goto
+    telescope->Park();
+    machine.AdvanceTime(1'500);
+    ASSERT_TRUE(mount->Picture().slewing);
+    driver->persist.Write(setting::chkSlewEast, "1");
+    telescope->CommandString("RAW,ParkMount,4", true);
+    EXPECT_TRUE(Logged("Park Slewing East Done: 2"));
+    EXPECT_EQ(Count("Mw"), 0);
+    ExpectParked();
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
+TEST_P(EastFirstTest, AParkedMount_LeavesItsParkFirst) {
+    ConnectLow("2", "0");
+    telescope->CommandString("RAW,ParkMount,0", true);
+    machine.AdvanceTime(10'000);
+    ASSERT_TRUE(mount->Picture().parked);
+    driver->persist.Write(setting::chkSlewEast, "1");
+    Tape().Clear();
+    telescope->CommandString("RAW,ParkMount,2", true);
+    EXPECT_TRUE(Sent().starts_with("RT9 RC2 Me Q Q ")) << Sent();
+    EXPECT_TRUE(Logged("Park Slewing East Done: 2"));
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(5'000);
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_TRUE(mount->Picture().parked);
+    ExpectPointsAt(0.0, 90.0, 0.1);
+}
+
 TEST_P(EastFirstTest, WhatStopsIt_EndsThePark) {
     const std::vector<std::function<void()>> stops{
         [&] { telescope->AbortSlew(); },
@@ -321,6 +352,29 @@ TEST_F(ParkMoveTest, AMountThatGoesWestWhateverItIsTold_IsStoppedWhenTheTimeIsOv
     EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
 }
 
+TEST_F(ParkMoveTest, TrackingThatIsSwitchedOffWhileTheMoveTurnsRound_KeepsItFromGoingOn) {
+    Connect("EK5", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}});
+    StandingMount& standing = StandForPark();
+    standing.Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
+    machine.AdvanceTime(10'000);
+    int asked = 0;
+    int stops = 0;
+    standing.onCommand = [&](const std::string& command) {
+        if (command == "GR") {
+            standing.replies["GR"] = "11:" + std::to_string(59 - ++asked % 50) + ":00.0#";
+        }
+        stops += command == "Q" ? 1 : 0;
+        if (command == "Q" && stops == 2) {  // the next is to be the move
+            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] { telescope->Tracking(false); });
+        }
+    };
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q ")) << Sent();
+    EXPECT_EQ(Sent().find("Mw"), std::string::npos) << Sent();
+    EXPECT_FALSE(driver->state.g_bParking);
+}
+
 struct UpRow {
     std::string name;
     MountPointing start;
@@ -352,30 +406,33 @@ INSTANTIATE_TEST_SUITE_P(Sides, LeavingTest,
                                          UpRow{"EastNear", {-2.0, 40.0, false}, "Mw"},
                                          UpRow{"WestNear", {2.0, 40.0, true}, "Me"},
                                          UpRow{"WestFar", {8.0, 70.0, true}, "Mw"}),
-TEST_F(ParkMoveTest, TrackingThatIsSwitchedOffWhileTheMoveTurnsRound_KeepsItFromGoingOn) {
-    Connect("EK5", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}});
-    StandingMount& standing = StandForPark();
-    standing.Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
-    machine.AdvanceTime(10'000);
-    int asked = 0;
-    int stops = 0;
-    standing.onCommand = [&](const std::string& command) {
-        if (command == "GR") {
-            standing.replies["GR"] = "11:" + std::to_string(59 - ++asked % 50) + ":00.0#";
-        }
-        stops += command == "Q" ? 1 : 0;
-        if (command == "Q" && stops == 2) {  // the next is to be the move
-            machine.pump.PostAt(machine.clock.Elapsed(), CallKind::StopsOne, [&] { telescope->Tracking(false); });
-        }
-    };
-    Tape().Clear();
-    telescope->Park();
-    EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q ")) << Sent();
-    EXPECT_EQ(Sent().find("Mw"), std::string::npos) << Sent();
-    EXPECT_FALSE(driver->state.g_bParking);
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ParkMoveTest, ARaisedCounterweightOfAMountThatSlews_GoesDownWhenTheMountStands) {
+    for (const bool west : {false, true}) {
+        ConnectAt(47.0, "S", {{"cbxParkTo", "3"}}, MountPointing{west ? 2.0 : -2.0, 40.0, west});
+        driver->state.g_bRawRaDecSlews = true;
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - (west ? -3.0 : 3.0)), 10.0);
+        machine.AdvanceTime(1'200);
+        ASSERT_TRUE(mount->Picture().slewing);
+        ASSERT_TRUE(driver->state.g_bCounterweightUp);
+        driver->state.g_bRawRaDecSlews = false;
+        telescope->Park();
+        EXPECT_FALSE(Logged("The move before the park ends here"));
+        ExpectParked();
+        EndTheDriver();
+        log.clear();
+    }
 }
 
-                         [](const auto& row) { return row.param.name; });
+TEST_F(ParkMoveTest, APulseThatRuns_EndsBeforeTheMove) {
+    ConnectAt(47.0, "D", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}}, kLowInTheEast);
+    telescope->PulseGuide(0, 3'000);
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_TRUE(Sent().starts_with("Q Q RC2 Me Q Q ")) << Sent();
+    ExpectParked();
+}
 
 TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
     ConnectAt(47.0, "S", {}, MountPointing{-3.0, 40.0, true});
