@@ -55,8 +55,7 @@ std::string SetCustomSlewRate(Verb verb, double multiple) {
         return Failure("Custom Slew rates are not supported by this mount");
     }
     Choose(handBox.cbxInitSlewRate, kCustomSlewRate);
-    handBox.txtCustomSlewRate.Text(PlainNumber(multiple));
-    verb.needs.driver.persist.Write(setting::txtCustomSlewRate, PlainNumber(multiple));
+    SetText(handBox.txtCustomSlewRate, PlainNumber(multiple), verb.needs.driver.persist, setting::txtCustomSlewRate);
     MountSetup(verb.object).SendCustomSlewRate(multiple);
     return Done();
 }
@@ -83,8 +82,7 @@ std::string SetBacklash(Verb verb, std::string_view arguments, const Backlash& b
         return Failure("Value must be numeric 0-59");
     }
     verb.needs.fillHandBox();
-    verb.needs.driver.persist.Write(backlash.key, PlainNumber(*seconds));
-    (verb.needs.handBox.*backlash.box).Text(PlainNumber(*seconds));
+    SetText(verb.needs.handBox.*backlash.box, PlainNumber(*seconds), verb.needs.driver.persist, backlash.key);
     (setup.*backlash.send)(*seconds);
     return Done();
 }
@@ -215,7 +213,7 @@ std::string SetMeridianDelay(Verb verb, std::string_view arguments) {
         return Failure("Value must be numeric -6 to +6");
     }
     verb.needs.fillHandBox();
-    verb.needs.handBox.txtMeridianDelay.Text(Trim(arguments));
+    SetText(verb.needs.handBox.txtMeridianDelay, Trim(arguments), verb.needs.driver.persist, setting::txtMeridianDelay);
     verb.needs.handBox.btnSetMeridianDelay.FireClick();
     return Done();
 }

@@ -101,11 +101,11 @@ std::string SetParkAltAz(Verb verb, std::string_view arguments) {
     if (*azimuth < 0.0 || *azimuth >= kFullTurn) {
         return Failure("Az not in range 0 to <360");
     }
+    Persist& persist = verb.needs.driver.persist;
     verb.needs.fillHandBox();
-    handBox.txtUserParkAlt.Text(altitudeText);
-    handBox.txtUserParkAz.Text(azimuthText);
-    verb.needs.driver.persist.Write(setting::CounterWeightsUpPark,
-                                    "0");  // else a park would go to the place from before
+    SetText(handBox.txtUserParkAlt, altitudeText, persist, setting::txtUserParkAlt);
+    SetText(handBox.txtUserParkAz, azimuthText, persist, setting::txtUserParkAz);
+    persist.Write(setting::CounterWeightsUpPark, "0");  // else a park would go to the place from before
     return Done();
 }
 

@@ -29,6 +29,11 @@ void SetBox(CheckBox& box, bool checked, Persist& persist, const SettingKey& key
     }
 }
 
+void SetText(TextBox& box, std::string_view text, Persist& persist, const SettingKey& key) {
+    box.Text(text);
+    persist.Write(key, text);
+}
+
 void Choose(ComboBox& list, std::int32_t index) {
     if (list.ListIndex() == index) {
         list.FireClick();

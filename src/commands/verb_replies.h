@@ -32,6 +32,8 @@ std::optional<bool> ZeroOrOneOf(std::string_view text, Log& log);
 /// Ticks or unticks a box as a person does. The setting is written also where the box is that way already: another
 /// program may have stored something else.
 void SetBox(CheckBox& box, bool checked, Persist& persist, const SettingKey& key);
+/// Writes a box as a person does, and the setting also where the box shows that text already.
+void SetText(TextBox& box, std::string_view text, Persist& persist, const SettingKey& key);
 /// Selects an entry as a person does, also one that is selected already.
 void Choose(ComboBox& list, std::int32_t index);
 

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <string>
 
 #include "driver/slews/slew_wire_fixture.h"
@@ -191,14 +192,50 @@ TEST_F(HandBoxVerbsTest, Pem_IsToldByItsState) {
     EXPECT_EQ(Run("GetPem"), "1,2");
 }
 
-TEST_F(HandBoxVerbsTest, ChoiceThatStandsAlready_IsStoredAnew) {
-    Connect("S", {{"cbxParkTo", "3"}});
-    driver->persist.WriteIniValue("cbxParkTo", "1");
-    driver->persist.WriteIniValue("chkEnableMountTracking", "0");
-    EXPECT_EQ(Run("SetParkPosition,3"), "1,Park 3");
-    EXPECT_EQ(Run("SetEnableTrackingOnUnpark,1"), "1");
-    EXPECT_EQ(Setting("cbxParkTo"), "3");
-    EXPECT_EQ(Setting("chkEnableMountTracking"), "1");
+struct StandingChoice {
+    std::string command;
+    std::map<std::string, std::string> stored;
+};
+
+class StandingChoices : public HandBoxVerbsTest, public testing::WithParamInterface<StandingChoice> {};
+
+TEST_P(StandingChoices, AreStoredAnew_AfterAnotherProgramHasWrittenTheSetting) {
+    const SettingTexts settings(GetParam().stored.begin(), GetParam().stored.end());
+    Connect("S", settings);
+    for (const auto& [key, value] : settings) {
+        ASSERT_EQ(Setting(key), value);
+        EXPECT_EQ(Run("SetIniValue," + key + "=" + (value == "1" ? "0" : "2")), "1");
+    }
+    EXPECT_EQ(Run(GetParam().command).substr(0, 1), "1");
+    for (const auto& [key, value] : settings) {
+        EXPECT_EQ(Setting(key), value) << key;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Verbs, StandingChoices,
+    testing::Values(StandingChoice{"SetParkPosition,3", {{"cbxParkTo", "3"}, {"cbxParkToText", "Park 3"}}},
+                    StandingChoice{"SetUnparkPosition,Park 4",
+                                   {{"cbxUnparkFrom", "4"}, {"cbxUnparkFromText", "Park 4"}}},
+                    StandingChoice{"SetEnableTrackingOnUnpark,1", {{"chkEnableMountTracking", "1"}}},
+                    StandingChoice{"SetUseRcalForSync,1", {{"chkUseRCAL", "1"}}},
+                    StandingChoice{"SetParkAltAz,45,180", {{"txtUserParkAlt", "45"}, {"txtUserParkAz", "180"}}},
+                    StandingChoice{"SetMeridianDelay,1.5", {{"txtMeridianDelay", "1.5"}}},
+                    StandingChoice{"SetRaBacklash,7", {{"txtInitRaBacklash", "7"}}},
+                    StandingChoice{"SetDecBacklash,8", {{"txtInitDecBacklash", "8"}}},
+                    StandingChoice{"SetGuideRate,1", {{"cbxInitGuideRate", "1"}}},
+                    StandingChoice{"SetPem,1", {{"cbxInitPEM", "1"}}},
+                    StandingChoice{"SetSlewRate,1", {{"cbxInitSlewRate", "1"}}},
+                    StandingChoice{"SetSlewRate,750", {{"cbxInitSlewRate", "3"}, {"txtCustomSlewRate", "750"}}}));
+
+TEST_F(HandBoxVerbsTest, UsersPlaceThatStandsAlready_IsWhereTheMountParks_AfterAnotherProgramHasWrittenOne) {
+    Connect("S");
+    EXPECT_EQ(Run("SetParkAltAz,45,180"), "1");
+    EXPECT_EQ(Run("SetIniValue,txtUserParkAlt=10"), "1");
+    EXPECT_EQ(Run("SetParkAltAz,45,180"), "1");
+    EXPECT_EQ(Run("GetParkAltAz"), "1,45,180");
+    const std::string sent = MotionDuring([&] { EXPECT_EQ(Run("ParkMount,6"), "1"); });
+    EXPECT_NE(sent.find("Sa+45*00:00 Sz180*00:00"), std::string::npos) << sent;
 }
 
 TEST_F(HandBoxVerbsTest, SafetySlews_ComeBackOnlyWhereTheFirmwareHasNoneOfItsOwn) {
