@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "catalogue/vocabulary.h"
+#include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
@@ -96,7 +97,7 @@ std::string CommandExchange::CommandStringInternal(const OutgoingCommand<ReplyFo
     return String(command, kDriver, maxSerialRetries_);
 }
 std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
-    return CommandStringInternal(std::string(kDriverCommandHead) + std::string(verb), true);
+    return CommandStringInternal(std::string(wire::kDriverCommandHead) + std::string(verb), true);
 }
 
 void CommandExchange::CommandBlindLight(std::string_view command) {
@@ -197,7 +198,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     }
     const std::string text = command.OnTheWire();
     ResumeNext errors{driver_.ledger, "CommandString"};
-    if (text.starts_with(kDriverCommandHead)) {
+    if (wire::IsForDriver(command.text, command.Raw())) {
         return DriverCommand(text, origin, errors);
     }
     // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
@@ -260,8 +261,9 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
 std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {
     Info(origin, "CommandString Extended Command TX='" + text + "'");
     std::string result;
-    errors.Assign(
-        result, [&] { return needs_.executeDriverCommand(std::string_view(text).substr(kDriverCommandHead.size())); });
+    errors.Assign(result, [&] {
+        return needs_.executeDriverCommand(std::string_view(text).substr(wire::kDriverCommandHead.size()));
+    });
     Info(origin, "CommandString Extended Command RX='" + result + "'");
     return result;
 }

@@ -77,6 +77,9 @@ bool Telescope::CommandBool(std::string_view command, bool raw) {
 }
 
 std::string Telescope::CommandString(std::string_view command, bool raw) {
+    if (wire::IsForDriver(command, raw)) {
+        return exchange_.CommandString(command, raw);
+    }
     ClientCommandSteps steps(*this);
     if (!steps.MayBeSent("CommandString", command, steps.GoesRaw(raw))) {
         return {};
