@@ -32,6 +32,8 @@ public:
     /// `proposed` is selected at first, without one the position of the settings, and what is selected is the answer of
     /// a question that `IsAccepted`.
     virtual std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) = 0;
+    /// Whether a view could show that question to somebody.
+    virtual bool CanAskUnpark() const = 0;
     /// The same question for a caller that does not wait: shows the window and returns. `answered` is called once, with
     /// the position that a person accepted, or with nothing. Without a view it is called at once, with a warning in the
     /// log.

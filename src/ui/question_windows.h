@@ -28,6 +28,7 @@ public:
     explicit QuestionWindows(QuestionWindowsNeeds needs);
 
     std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
+    bool CanAskUnpark() const override { return needs_.windows.askUnpark.HasView(); }
     void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
     void WithdrawUnpark() override;
     std::optional<std::int16_t> AskPark() override;

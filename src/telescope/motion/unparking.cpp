@@ -54,15 +54,13 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
         }
         return false;
     }
-    // To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.
-    if (!errors.Step([&] { telescope_.CheckConnected(); })) {
-        driver_.log.LogMessage(
-            "Telescope", LogLevel::Error,
-            "Unpark Mount, " + std::to_string(index) + ": " + driver_.ledger.Entries().back().message);
+    if (confirmation == Confirmation::AskedElseCancelled && !needs_.questions.CanAskUnpark() &&
+        !Confirm(index, confirmation)) {
+        return false;  // before the stop of the tracking, which nobody has confirmed either
+    }
+    if (!TakeMount(index)) {
         return false;
     }
-    core_.TakeMountFromPark();
-    state_.g_bPollSuspended = false;  // a refused sync may have left it
     EndLogPause();
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Mount, " + std::to_string(index));
     errors.Step([&] { StopTracking(); });
@@ -78,7 +76,9 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
     needs_.panel.SetParkStatus("Unparking", "UnParkMount");
     errors.Step([&] { telescope_.SiteLatitude(); });
     // Intentional: not to unpark is no reason to leave the tracking alone.
-    if (index == park_index::DontUnpark || !SyncTo(index)) {
+    const bool leaves = index != park_index::DontUnpark && SyncTo(index);
+    EndAxes();
+    if (!leaves) {
         needs_.panel.SetParkStatus(shownBefore, "UnParkMount 7");
         return left;
     }
@@ -90,6 +90,20 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
     errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Complete, " + std::to_string(index));
     return left;
+}
+
+/// To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.
+bool Unparking::TakeMount(std::int16_t index) {
+    ResumeNext errors{driver_.ledger, "UnparkMount"};
+    if (!errors.Step([&] { telescope_.CheckConnected(); })) {
+        driver_.log.LogMessage(
+            "Telescope", LogLevel::Error,
+            "Unpark Mount, " + std::to_string(index) + ": " + driver_.ledger.Entries().back().message);
+        return false;
+    }
+    core_.TakeMountFromPark();
+    state_.g_bPollSuspended = false;  // a refused sync may have left it
+    return true;
 }
 
 void Unparking::EndLogPause() {
@@ -107,6 +121,8 @@ void Unparking::StopTracking() {
             mount.CommandBoolInternal(wire::SetMeridianDelay, kNoMeridianDelay);
         }
     }
+    // What was just sent is chosen: a mount that did not take it gets it once more with the time.
+    state_.g_bMeridianDelayKnown = state_.g_bMeridianDelayKnown || state_.g_dMeridianDelay == 0.0;
     state_.g_bTracking = false;
     needs_.panel.ShowTrackingRate(displayed_rate::Off, RateCorrection::Off);
 }
@@ -118,9 +134,24 @@ bool Unparking::Confirm(std::int16_t& index, Confirmation confirmation) {
         return true;
     }
     const auto unasked = confirmation == Confirmation::AskedElseAccepted ? Unasked::IsAccepted : Unasked::IsCancelled;
-    const std::optional<std::int16_t> accepted = needs_.questions.AskUnpark(index, unasked);
+    const std::optional<std::int16_t> accepted = Ask(index, unasked);
     index = accepted.value_or(index);
-    return accepted.has_value();
+    // While a person thought about it, the line may have gone, and somebody may have begun a park.
+    return accepted.has_value() && TakeMount(index);
+}
+
+/// The poll goes on under the question, however long it stands open, also where the caller keeps the poll off the line.
+std::optional<std::int16_t> Unparking::Ask(std::int16_t proposed, Unasked unasked) {
+    Timer& timer = needs_.handBox.tmrQueryRaDecAltAz;
+    const bool isKeptOff = !timer.Enabled() && needs_.questions.CanAskUnpark();
+    if (isKeptOff) {
+        needs_.poll.SetPolling(true);
+    }
+    const std::optional<std::int16_t> accepted = needs_.questions.AskUnpark(proposed, unasked);
+    if (isKeptOff) {
+        timer.Enabled(false);
+    }
+    return accepted;
 }
 
 bool Unparking::LeavePowerOnState() {
@@ -181,6 +212,12 @@ bool Unparking::SyncTo(std::int16_t index) {
     }
     driver_.log.LogMessage("Telescope", LogLevel::Error, at + driver_.ledger.Entries().back().message);
     return false;
+}
+
+/// The axes of all clients have ended in the mount: none of them bars a later unpark until its client says so too.
+void Unparking::EndAxes() {
+    needs_.axisMotions.EndAll();
+    needs_.axisMotions.AxisEnded(state_);
 }
 
 bool Unparking::MayMove() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "telescope/telescope.h"
 
@@ -32,11 +33,14 @@ private:
 
     void EndLogPause();
     void StopTracking();
+    bool TakeMount(std::int16_t index);
+    std::optional<std::int16_t> Ask(std::int16_t proposed, Unasked unasked);
     bool Confirm(std::int16_t& index, Confirmation confirmation);
     bool LeavePowerOnState();
     void ChooseTracking();
     Place PlaceOf(std::int16_t index);
     bool SyncTo(std::int16_t index);
+    void EndAxes();
     bool MayMove() const;
 };
 
