@@ -41,6 +41,8 @@ public:
     /// The site that the mount has reported, degrees, east and north positive: fills the boxes of the actual site and
     /// compares them with the current site. A difference is logged, and shown in a message box if `notice` says so.
     virtual void ShowMountSite(double longitude, double latitude, Notice notice) = 0;
+    /// Shows the name and the position of the current site, writing nothing back.
+    virtual void ShowCurrentSite() = 0;
     /// The mount was asked for its site and did not report it: logged, and shown in a message box if `notice` says so.
     virtual void ShowNoMountSite(Notice notice) = 0;
     virtual void UpdateErrorCounts() = 0;

@@ -219,12 +219,18 @@ void HandBoxPanel::FillMountLabels() {
     handBox.lblMountType.Text(needs_.mount.Name());
     needs_.statusWindow.lblMountType.Text(needs_.mount.Name());
     needs_.statusWindow.lblControlBox.Text(needs_.mount.ControllerName);
-    handBox.lblSiteTag.Text(needs_.sites.CurrentSiteName());
+    FillSite();
+}
+
+void HandBoxPanel::ShowCurrentSite() {
+    needs_.handBox.EnsureLoaded();
+    const FillsHandBox filling(needs_.handBox);
     FillSite();
 }
 
 void HandBoxPanel::FillSite() {
     frmHandBox& handBox = needs_.handBox;
+    handBox.lblSiteTag.Text(needs_.sites.CurrentSiteName());
     if (const Site* const site = CurrentSite()) {
         handBox.txtSiteName.Text(site->Name);
         handBox.txtLatitude.Text(site->Latitude);

@@ -98,6 +98,7 @@ public:
     void EnableRateControls() override;
     void SetMeridianDelayUI(double hours) override;
     void ShowMountSite(double longitude, double latitude, Notice notice) override;
+    void ShowCurrentSite() override;
     void ShowNoMountSite(Notice notice) override;
     void UpdateErrorCounts() override;
     void SlewFlashDisplay() override;

@@ -101,6 +101,7 @@ public:
     void EnableRateControls() override {}
     void SetMeridianDelayUI(double hours) override { calls.push_back("SetMeridianDelayUI " + std::to_string(hours)); }
     void ShowMountSite(double, double, Notice) override {}
+    void ShowCurrentSite() override {}
     void ShowNoMountSite(Notice) override {}
     void UpdateErrorCounts() override {}
     void SlewFlashDisplay() override;

@@ -123,10 +123,9 @@ void MountSetup::SendLongLat(std::string_view siteName) {
     const Site* site = nullptr;
     errors.Assign(site, [&] { return SiteNamed(siteName); });
     if (site != nullptr && IsGoodSiteName(siteName) && needs_.sites.GetSiteNumbers(siteName, numbers)) {
-        // From here on the writes of a site's position go into the record of this one.
-        needs_.sites.g_SiteDbIndex(site->id);
-        driver_.persist.Write(setting::SiteDbIndex, std::to_string(site->id));
+        MakeCurrent(site->id, numbers.elevation);
         SendPosition(numbers);
+        needs_.panel.ShowCurrentSite();
     } else {
         driver_.log.LogMessage("SendLongLat", LogLevel::Warning,
                                "Not sending Longitude, Latitude to the mount: error getting latitude or longitude for "
@@ -134,6 +133,17 @@ void MountSetup::SendLongLat(std::string_view siteName) {
                                    std::string(siteName) + "'");
     }
     errors.Step([&] { needs_.readMountSite(); });
+}
+
+/// From here on the writes of a site's position go into the record of this one. The elevation of the site that is the
+/// current one already stays: a client may have written another.
+void MountSetup::MakeCurrent(std::int16_t siteId, double elevation) {
+    if (needs_.sites.g_SiteDbIndex() != siteId) {
+        ResumeNext errors{driver_.ledger, "SendLongLat"};
+        errors.Step([&] { telescope_.SiteElevation(elevation); });
+    }
+    needs_.sites.g_SiteDbIndex(siteId);
+    driver_.persist.Write(setting::SiteDbIndex, std::to_string(siteId));
 }
 
 void MountSetup::SendPosition(const SiteNumbers& numbers) {

@@ -38,6 +38,7 @@ public:
 private:
     void SetBacklash(const CharacterCommand& command, std::string_view axis, const SettingKey& key, double seconds);
     const Site* SiteNamed(std::string_view name);
+    void MakeCurrent(std::int16_t siteId, double elevation);
     void SendPosition(const SiteNumbers& numbers);
     void SendHalf(Sequence& mount, const CharacterCommand& command, std::string_view what, const std::string& text);
     void ShowPem(std::string_view text, std::int16_t state);

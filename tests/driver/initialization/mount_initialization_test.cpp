@@ -13,6 +13,10 @@
 namespace kestrane {
 namespace {
 
+const SettingTexts kNoSteps{{"chkSetLongLat", "0"},    {"chkSyncMountToPCTime", "0"}, {"chkSetDecBacklash", "0"},
+                            {"chkSetRABacklash", "0"}, {"chkSetGuiderRate", "0"},     {"chkSetPEM", "0"},
+                            {"chkSetSlewRate", "0"}};
+
 class InitializationTest : public SlewWireTest {
 protected:
     void TearDown() override {
@@ -31,9 +35,11 @@ protected:
         EXPECT_TRUE(sent.starts_with(head)) << sent;
         return sent.size() > head.size() ? sent.substr(head.size() + 1) : "";
     }
-    void AddSite(const std::string& name, const std::string& latitude, const std::string& longitude) {
+    void AddSite(const std::string& name, const std::string& latitude, const std::string& longitude,
+                 double elevation = 0.0) {
         Site site;
         site.Name = name;
+        site.ElevationMeters = elevation;
         site.Latitude = latitude;
         site.Longitude = longitude;
         bool isNew = true;
@@ -133,6 +139,32 @@ TEST_F(InitializationTest, EachStep_FollowsOneThatTheMountRefuses) {
     EXPECT_TRUE(Logged("Error setting RA Backlash-> RA Backlash = 1"));
 }
 
+TEST_F(InitializationTest, RefusedHalfOfThePosition_EndsTheUnparkAlone) {
+    for (const char* half : {"Sa", "Sz"}) {
+        SCOPED_TRACE(half);
+        Connect("S");
+        ExpectSwallow("UnparkMount");
+        driver->InternalInstance().MaxSerialRetries(0);
+        mount->Add(std::make_unique<AnswersWith>(half, "0"));
+        const bool altitude = std::string(half) == "Sa";
+        EXPECT_EQ(InitMount("Unpark=4,PEM=1"), std::string("RT9 U SM0:00:00.0 SL SC # Q RT2 Sa+00*00:10 ") +
+                                                   (altitude ? "" : "Sz180*00:10 ") + "# pP");
+        EXPECT_TRUE(LoggedAs("Telescope", 2,
+                             altitude ? "Unpark Mount, 4: KS mount rejected set TargetAltitude = +00*00:10"
+                                      : "Unpark Mount, 4: KS mount rejected set TargetAzimuth = 180*00:10"));
+        EndTheDriver();
+    }
+}
+
+TEST_F(InitializationTest, DontUnparkInAString_ChoosesTheTracking_AndTheRestFollows) {
+    Connect("S");
+    driver->motion.MountReportsParked(true);
+    driver->panel.SetParkStatus("Parked", "test");
+    EXPECT_EQ(InitMount("Unpark=7,PEM=1"), "RT9 U SM0:00:00.0 SL SC # Q RT2 pP");
+    EXPECT_TRUE(driver->state.g_bParked);
+    EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parked");
+}
+
 TEST_F(InitializationTest, ASilentMount_GetsEachStep_AndThePollGoesOn) {
     Connect("S");
     mount->SetLineDead(true);
@@ -180,26 +212,28 @@ TEST_F(InitializationTest, WithoutAString_TheSettingsDecide_AndTheStoredPosition
 }
 
 TEST_F(InitializationTest, EachSetting_TurnsItsStepOff) {
-    const SettingTexts none{{"chkSetLongLat", "0"},    {"chkSyncMountToPCTime", "0"}, {"chkSetDecBacklash", "0"},
-                            {"chkSetRABacklash", "0"}, {"chkSetGuiderRate", "0"},     {"chkSetPEM", "0"},
-                            {"chkSetSlewRate", "0"}};
-    Connect("S", none);
-    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }),
-              "# # # U RT9 U SM0:00:00.0 SL SC # Q RT2");
-    const std::pair<const char*, const char*> rows[] = {{"chkSyncMountToPCTime", " SL SC"},
-                                                        {"chkSetDecBacklash", " Bd0*00:00.0"},
-                                                        {"chkSetRABacklash", " Br0*00:00.0"},
-                                                        {"chkSetGuiderRate", " RG2"},
-                                                        {"chkSetPEM", " p"},
-                                                        {"chkSetSlewRate", " RS2"}};
-    for (const auto& [key, sent] : rows) {
-        driver->persist.WriteIniValue(key, "1");
-        const std::string all = Sent([&] { telescope->CommandString("RAW,InitMount", true); });
-        driver->persist.WriteIniValue(key, "0");
-        const std::string expected = std::string(key) == "chkSyncMountToPCTime"
-                                         ? "# # # U SL SC RT9 U SM0:00:00.0 SL SC # Q RT2"
-                                         : "# # # U RT9 U SM0:00:00.0 SL SC # Q RT2" + std::string(sent);
-        EXPECT_EQ(all, expected) << key;
+    SettingTexts settings = kNoSteps;
+    settings.emplace_back("cbxUnparkFrom", "0");
+    Connect("S", settings);
+    AddSite("Home", "S 33 30 15.0", "E 151 12 30.0");
+    driver->sites.g_SiteDbIndex(Stored("Home").id);
+    const std::string unpark = " RT9 U SM0:00:00.0 SL SC # Q RT2";
+    const auto init = [&] { return Sent([&] { telescope->CommandString("RAW,InitMount", true); }); };
+    EXPECT_EQ(init(), "# # # U" + unpark);
+    struct {
+        const char* key;
+        std::string before, after;
+    } const rows[] = {{"chkSyncMountToPCTime", " SL SC", ""},
+                      {"chkSetLongLat", " St-33*30:15 Sg-151*12:30 U", ""},
+                      {"chkSetDecBacklash", "", " Bd0*00:00.0"},
+                      {"chkSetRABacklash", "", " Br0*00:00.0"},
+                      {"chkSetGuiderRate", "", " RG2"},
+                      {"chkSetPEM", "", " p"},
+                      {"chkSetSlewRate", "", " RS2"}};
+    for (const auto& row : rows) {
+        driver->persist.WriteIniValue(row.key, "1");
+        EXPECT_EQ(init(), "# # # U" + row.before + unpark + row.after) << row.key;
+        driver->persist.WriteIniValue(row.key, "0");
     }
 }
 
@@ -209,9 +243,17 @@ TEST_F(InitializationTest, TrackingRateOfTheSettings_IsNotApplied) {
 }
 
 TEST_F(InitializationTest, StoredPosition_OfAMountThatWasNotParked_IsNotUsedUnconfirmed) {
-    Connect("S", {{"cbxUnparkFrom", "5"}, {"cbxUnparkFromText", "Park 5"}});
-    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }).find("CM"), std::string::npos);
+    SettingTexts settings = kNoSteps;
+    settings.insert(settings.end(), {{"chkSetSlewRate", "1"}, {"cbxUnparkFrom", "5"}, {"cbxUnparkFromText", "Park 5"}});
+    Connect("S", settings);
+    driver->panel.SetMeridianDelayUI(1.5);
+    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }), "# # # U RS2")
+        << "nothing of the unpark goes out, not even the end of the tracking";
     EXPECT_TRUE(LoggedAs("frmAskUnpark", 1, "No window can be shown: the question counts as cancelled"));
+    EXPECT_TRUE(telescope->Tracking());
+    EXPECT_EQ(mount->Picture().tracking, '2');
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.5);
+    EXPECT_TRUE(PollRuns());
     driver->motion.MountReportsParked(true);
     EXPECT_NE(Sent([&] { telescope->CommandString("RAW,InitMount", true); }).find("Sz000*00:10 CM"), std::string::npos);
 }
@@ -283,6 +325,27 @@ TEST_F(InitializationTest, SiteThatIsNamed_BecomesTheCurrentOne_AndNoOtherChange
     EXPECT_EQ(driver->handBox.txtActualLatitude.Text(), "-33*30:15");
 }
 
+TEST_F(InitializationTest, SiteThatIsNamed_IsShown_AndItsElevationCounts) {
+    Connect("S");
+    AddSite("Other", "N 1 2 3.0", "E 4 5 6.0", 100.0);
+    AddSite("Home", "S 33 30 15.0", "W 70 12 30.0", 2400.0);
+    driver->sites.g_SiteDbIndex(Stored("Other").id);
+    driver->panel.UpdateControls();
+    const frmHandBox& handBox = driver->handBox;
+    ASSERT_EQ(handBox.lblSiteTag.Text(), "Other");
+    InitMount("Site=Home");
+    EXPECT_EQ(handBox.lblSiteTag.Text(), "Home");
+    EXPECT_EQ(handBox.txtSiteName.Text(), "Home");
+    EXPECT_EQ(handBox.txtLatitude.Text(), "S 33 30 15");
+    EXPECT_EQ(handBox.txtLongitude.Text(), "W 70 12 30");
+    EXPECT_EQ(handBox.txtElevation.Text(), "2400");
+    EXPECT_EQ(telescope->SiteElevation(), 2400.0);
+    EXPECT_EQ(driver->persist.Read(setting::Elevation), "2400");
+    telescope->SiteElevation(2450.0);
+    InitMount("Site=Home");
+    EXPECT_EQ(telescope->SiteElevation(), 2450.0) << "a client's elevation of the current site stays";
+}
+
 TEST_F(InitializationTest, SiteThatIsNotThere_OrHasNoPosition_IsNotSent_ButTheMountsIsRead) {
     Connect("S");
     AddSite("Broken", "here", "there");
@@ -321,6 +384,32 @@ TEST_F(InitializationTest, GuideRate_IsThatOfLaterPulsesToo) {
         Steps().SetGuideRate(index);
         EXPECT_EQ(driver->state.g_dGuideRate, rate) << index;
         EXPECT_NEAR(mount->Picture().guideRate, rate, 1e-9);
+    }
+}
+
+TEST_F(InitializationTest, Rates_AreShownInTheStatusWindow) {
+    Connect("S", {{"txtCustomSlewRate", " 800 "}, {"cbxInitSlewRate", "1"}});
+    struct {
+        int index;
+        const char *command, *others, *fir;
+    } const rows[] = {{0, "RS0", "x600", "x300"},
+                      {1, "RS1", "x900", "x450"},
+                      {2, "RS2", "x1200", "x600"},
+                      {3, "Rs800", "x800", "x800"},
+                      {-1, "RS1", "x900", "x450"}};
+    const Mount_Type other = driver->mount.mountType;
+    ASSERT_NE(other, Mount_Type::FIR);
+    for (const auto& row : rows) {
+        for (const bool fir : {false, true}) {
+            driver->mount.mountType = fir ? Mount_Type::FIR : other;
+            EXPECT_EQ(Sent([&] { Steps().SetSlewRate(row.index); }), row.command);
+            EXPECT_EQ(driver->statusWindow.lblSlewRate.Text(), fir ? row.fir : row.others) << row.index << fir;
+        }
+    }
+    const std::pair<int, const char*> guiding[] = {{0, "0.25x"}, {1, "0.50x"}, {2, "1.00x"}, {9, "1.00x"}};
+    for (const auto& [index, text] : guiding) {
+        Steps().SetGuideRate(index);
+        EXPECT_EQ(driver->statusWindow.lblGuidingRate.Text(), text);
     }
 }
 
