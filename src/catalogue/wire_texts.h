@@ -11,14 +11,6 @@
 /// What a text on its way out does, whoever sends it: a client's own text may hold several commands.
 namespace kestrane::wire {
 
-/// The beginning of a text that is for the driver itself, and never reaches the mount.
-inline constexpr std::string_view kDriverCommandHead = "RAW,";
-
-/// Whether a text that a client asks a reply for is for the driver. A frame would send it to the mount.
-inline bool IsForDriver(std::string_view text, bool raw) {
-    return raw && text.starts_with(kDriverCommandHead);
-}
-
 /// `onTheWire` with its frame.
 inline bool StopsAllMotion(std::string_view onTheWire) {
     return onTheWire.find(StopRaw.text) != std::string_view::npos;

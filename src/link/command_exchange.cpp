@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "catalogue/vocabulary.h"
-#include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
@@ -14,6 +13,7 @@
 namespace kestrane {
 namespace {
 
+constexpr std::string_view kDriverCommandHead = "RAW,";  // of a text that never reaches the mount
 constexpr std::string_view kAscom = "ASCOM";
 constexpr std::string_view kDriver = "Driver";
 constexpr std::string_view kTelescope = "Telescope";
@@ -96,8 +96,11 @@ std::string CommandExchange::CommandStringOnce(const OutgoingCommand<ReplyForm::
 std::string CommandExchange::CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) {
     return String(command, kDriver, maxSerialRetries_);
 }
+bool CommandExchange::IsForDriver(std::string_view command, bool raw) {
+    return raw && command.starts_with(kDriverCommandHead);
+}
 std::string CommandExchange::DriverCommandInternal(std::string_view verb) {
-    return CommandStringInternal(std::string(wire::kDriverCommandHead) + std::string(verb), true);
+    return CommandStringInternal(std::string(kDriverCommandHead) + std::string(verb), true);
 }
 
 void CommandExchange::CommandBlindLight(std::string_view command) {
@@ -198,7 +201,7 @@ std::string CommandExchange::String(const OutgoingCommand<ReplyForm::Text>& comm
     }
     const std::string text = command.OnTheWire();
     ResumeNext errors{driver_.ledger, "CommandString"};
-    if (wire::IsForDriver(command.text, command.Raw())) {
+    if (IsForDriver(command.text, command.Raw())) {
         return DriverCommand(text, origin, errors);
     }
     // The reply is kept from one attempt to the next: on a line where a silent read fails, it still holds what the
@@ -261,9 +264,8 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
 std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {
     Info(origin, "CommandString Extended Command TX='" + text + "'");
     std::string result;
-    errors.Assign(result, [&] {
-        return needs_.executeDriverCommand(std::string_view(text).substr(wire::kDriverCommandHead.size()));
-    });
+    errors.Assign(
+        result, [&] { return needs_.executeDriverCommand(std::string_view(text).substr(kDriverCommandHead.size())); });
     Info(origin, "CommandString Extended Command RX='" + result + "'");
     return result;
 }

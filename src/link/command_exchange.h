@@ -63,7 +63,9 @@ public:
     bool CommandBool(std::string_view command, bool raw);
     bool CommandBoolInternal(std::string_view command, bool raw);
 
-    /// The reply without its terminator; empty when none came. "RAW," texts go to the driver command channel.
+    /// Whether a text for `CommandString` goes to the driver command channel: a raw one that begins with "RAW,".
+    static bool IsForDriver(std::string_view command, bool raw);
+    /// The reply without its terminator; empty when none came.
     std::string CommandString(std::string_view command, bool raw);
     std::string CommandStringInternal(std::string_view command, bool raw);
 

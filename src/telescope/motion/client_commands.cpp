@@ -77,7 +77,7 @@ bool Telescope::CommandBool(std::string_view command, bool raw) {
 }
 
 std::string Telescope::CommandString(std::string_view command, bool raw) {
-    if (wire::IsForDriver(command, raw)) {
+    if (CommandExchange::IsForDriver(command, raw)) {
         return exchange_.CommandString(command, raw);
     }
     ClientCommandSteps steps(*this);
