@@ -13,7 +13,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kDriverCommandHead = "RAW,";  // of a text that never reaches the mount
 constexpr std::string_view kAscom = "ASCOM";
 constexpr std::string_view kDriver = "Driver";
 constexpr std::string_view kTelescope = "Telescope";

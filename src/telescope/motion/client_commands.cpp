@@ -50,7 +50,7 @@ void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
 }
 
 ParkText Telescope::ParkTextOf(std::string_view command, bool raw) {
-    if (!raw || !command.starts_with(kDriverCommandHead)) {
+    if (!CommandExchange::IsForDriver(command, raw)) {
         return ParkText::Other;
     }
     command.remove_prefix(kDriverCommandHead.size());
