@@ -33,6 +33,7 @@ namespace kestrane {
 ///     on both where the axis ends at once;
 ///   - without a status text nobody hears that a command to track or to park was lost, and a mount whose position is
 ///     read twice counts as not parked;
+///   - a move by text or an axis goes on where the line has lost its stop and no status text shows the motion;
 ///   - what a fault of the line has made of a command is not the driver's doing.
 class RandomHour {
 public:
@@ -104,6 +105,7 @@ private:
     std::int64_t forgedAt_ = -3'600'000;
     std::int64_t pulsesEndAt_ = 0;
     bool parkLeft_ = false;   ///< by other means than an unpark
+    bool stopLost_ = false;   ///< of a motion that still goes on
     bool takenOver_ = false;  ///< a slew that still runs, by `MoveAxis`
     int posted_ = 0;
     int begun_ = 0;

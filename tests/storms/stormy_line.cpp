@@ -113,10 +113,13 @@ void StormyLine::Write(std::string_view bytes) {
     }
     Mark("> " + std::string(bytes));
     std::string text(bytes);
+    const bool isStop = bytes.find(":Q") != std::string_view::npos;
+    lostStop_ = lostStop_ || (isStop && cut_);
     if (!text.empty() && chance_.Strikes()) {
         switch (chance_.Below(forges ? 5 : 3)) {
             case 0:
                 Mark("  lost");
+                lostStop_ = lostStop_ || isStop;
                 return;
             case 1:
                 text.resize(chance_.Below(static_cast<std::uint32_t>(text.size())));
@@ -136,7 +139,9 @@ void StormyLine::Write(std::string_view bytes) {
     }
     if (text != bytes) {
         Mark("  arrives as " + text);
+        lostStop_ = lostStop_ || isStop;
     }
+    cut_ = text.empty() ? cut_ : text.back() != '#';
     mount_.Write(text);
 }
 

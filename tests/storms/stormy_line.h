@@ -51,6 +51,9 @@ public:
     /// does what nobody has asked for.
     bool TakeForged() { return std::exchange(forged_, false); }
 
+    /// Whether a stop has been lost since the last look, by itself or with the command before it, which was cut.
+    bool TakeLostStop() { return std::exchange(lostStop_, false); }
+
     /// Replies to "GR" and "GD" that went out without a fault.
     int GoodRaReplies() const;
     int GoodDecReplies() const;
@@ -68,6 +71,8 @@ private:
     ReplyStorm* replies_;  ///< owned by the mount
     const VirtualClock* clock_ = nullptr;
     bool forged_ = false;
+    bool lostStop_ = false;
+    bool cut_ = false;  ///< the last command arrived without its end
     std::deque<std::string> tail_;
     bool reading_ = false;  ///< the last line of the tail is what was read
 };

@@ -222,6 +222,7 @@ void GuidePulses::SendMove(Sequence& mount, const DirectionRow& row, std::int32_
     mount.CommandBlindLight(row.move, timed ? std::to_string(milliseconds) : "");
     pulse.moves = true;
     pulse.open = !timed;
+    endMayBeLost_ = endMayBeLost_ || pulse.open;
     pulse.end = driver_.clock.GetTickCount() + milliseconds;
     TakeOverAxis(row);
     ExpectNextEnd();
@@ -345,6 +346,7 @@ void GuidePulses::NoteMountStopped() {
     if (sendsItself_) {
         return;
     }
+    endMayBeLost_ = false;
     for (const DirectionRow& row : Rows()) {
         Pulse& pulse = PulseOf(row);
         pulse.endOwed = (pulse.endOwed || (pulse.moves && pulse.open)) && !LineStands();

@@ -66,6 +66,9 @@ public:
 
     /// Whether a pulse moves the mount now, or may do so because the mount has not heard its end.
     bool MayMove() const;
+    /// Whether one that the driver ends has gone out since the last stop of all motion. Its end has no reply: where it
+    /// was lost, the mount goes on until such a stop.
+    bool EndMayBeLost() const { return endMayBeLost_; }
     /// Whether what goes out now is a command of a pulse.
     bool SendsItself() const { return sendsItself_; }
     /// A command goes out that stops all motion: all pulses have ended.
@@ -122,6 +125,7 @@ private:
     DriverState& state_;
     std::array<Pulse, kDirections> pulses_;
     bool sendsItself_ = false;
+    bool endMayBeLost_ = false;
 };
 
 }  // namespace kestrane

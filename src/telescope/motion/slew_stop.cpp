@@ -54,10 +54,11 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
     CustomRates(core_).Reinstate(telescope_);
 }
 
-/// What nobody has seen end may still be under way, and nothing but this stop would end it now. The single stop that
-/// sets the tracking rate anew could be lost, but it ends the doubt about an axis.
+/// What nobody has seen end may still be under way, and nothing but this stop would end it now. With tracking a stop
+/// goes out anyway, which is enough for what has most likely ended.
 void StopSteps::StopUnwatchedMotion() {
-    const bool endIsInDoubt = needs_.axisMotions.EndIsInDoubt() && !state_.g_bTracking;
+    const bool endIsInDoubt =
+        !state_.g_bTracking && (needs_.axisMotions.EndIsInDoubt() || needs_.guidePulses.EndMayBeLost());
     if (state_.g_bGotoSent || state_.g_bMoveSent || needs_.guidePulses.MayMove() || endIsInDoubt) {
         StopMotion("ASCOM", StopPair::Always);
     }

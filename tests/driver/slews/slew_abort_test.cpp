@@ -181,6 +181,18 @@ TEST_F(StopTest, Abort_StopsAGuidePulseOfATrackingMountByThePair) {
     EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q Q RT2");
 }
 
+TEST_F(StopTest, Abort_StopsAGuidePulseWhoseEndTheLineHasLost) {
+    Connect("S");
+    telescope->Tracking(false);
+    telescope->PulseGuide(0, 300);
+    mount->SetLineDead(true);
+    machine.AdvanceTime(320);
+    mount->SetLineDead(false);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "Q Q");
+    EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+    EXPECT_EQ(MotionDuring([&] { telescope->AbortSlew(); }), "") << "then nothing is left to stop";
+}
+
 TEST_F(StopTest, HandBoxStop_OfATrackingMount_IsTheStopPair) {
     Connect("S");
     Stand();
