@@ -344,7 +344,7 @@ std::string RandomHour::Disagreement() {
             wrong += says("IsPulseGuiding", true);
         }
         const std::string kept = driver_->persist.Read(setting::ParkStatus);
-        if (kept == "Parked" && !picture.parked && !underWay && !parkLeft_ && !mayBeUnheard) {
+        if (kept == "Parked" && !picture.parked && !underWay && !parkLeft_ && plan_.probability == 0.0) {
             wrong += "ParkStatus is Parked; ";
         }
         if (kept != "Parked" && picture.parked && atPark && state.g_nParkStarted > 0 && !state.g_bRev160) {
