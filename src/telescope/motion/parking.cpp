@@ -82,12 +82,12 @@ void Telescope::ParkByVerb(std::int16_t index) {
 }
 
 void Telescope::ParkMount(std::int16_t index) {
+    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     CheckConnected();
     ParkSteps steps(*this);
     if (!steps.MayBegin(index) || !needs_.door.Permit("ParkMount")) {
         return;
     }
-    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Park started...");
     needs_.motion.ParkAskedFor();
     steps.NoteStart(index);

@@ -95,6 +95,7 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
 /// To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.
 bool Unparking::TakeMount(std::int16_t index) {
     ResumeNext errors{driver_.ledger, "UnparkMount"};
+    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     if (!errors.Step([&] { telescope_.CheckConnected(); })) {
         driver_.log.LogMessage(
             "Telescope", LogLevel::Error,
@@ -102,7 +103,6 @@ bool Unparking::TakeMount(std::int16_t index) {
         return false;
     }
     core_.TakeMountFromPark();
-    state_.g_bPollSuspended = false;  // a refused sync may have left it
     return true;
 }
 
