@@ -16,6 +16,7 @@ class SlewSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
+    void BringPollBack();
     void CheckSlewRange(double rightAscension, double declination);
     std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
@@ -26,6 +27,11 @@ public:
 };
 
 }  // namespace
+
+/// A refused sync may have left it off the line. Each slew call lifts that, also one that its checks refuse.
+void SlewSteps::BringPollBack() {
+    state_.g_bPollSuspended = false;
+}
 
 void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
     // Intentional: both slews log the words of the asynchronous one.
@@ -49,6 +55,7 @@ bool SlewSteps::SafeSlewWanted() {
 
 void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     SlewSteps steps(*this);
+    steps.BringPollBack();
     steps.CheckSlewRange(rightAscension, declination);
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
     // Before the permit: a client without a link or with a parked mount hears of that. The whole check comes after it,
@@ -77,6 +84,9 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
 void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination, SlewAsker asker) {
     const bool fromClient = asker == SlewAsker::Client;
     SlewSteps steps(*this);
+    if (fromClient) {
+        steps.BringPollBack();
+    }
     steps.CheckSlewRange(rightAscension, declination);
     if (fromClient) {
         driver_.log.LogMessage("ASCOM", LogLevel::Info,
@@ -108,6 +118,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
 
 void Telescope::SlewToTarget() {
     SlewSteps steps(*this);
+    steps.BringPollBack();
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTarget", Parked::IsRefused, TrackingMust::BeEither);
@@ -154,6 +165,7 @@ void SlewSteps::TakeBackTarget(double rightAscension, double declination) {
 
 void Telescope::SlewToTargetAsync() {
     SlewSteps steps(*this);
+    steps.BringPollBack();
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
     check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeEither);
@@ -191,6 +203,7 @@ void Telescope::SlewToAltAzAsync(double azimuth, double altitude) {
 /// Begins the slew. Returns the wait for its end, or nothing when it does not begin.
 std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, double azimuth, double altitude) {
     const std::string name{member};
+    BringPollBack();
     driver_.log.LogMessage("ASCOM", LogLevel::Info, name + "() " + AzAltText(azimuth, altitude));
     telescope_.check_connected(name, Parked::IsRefused, TrackingMust::BeOff);
     const auto permit = needs_.door.Permit(member);

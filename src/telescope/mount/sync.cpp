@@ -96,7 +96,7 @@ void Telescope::SyncAltAz(double altitude, double azimuth, SyncKind kind) {
 void SyncSteps::RefuseWhileMoving(std::string_view member) {
     const bool moves = state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || state_.g_bParking ||
                        state_.g_bAxisMotionBegun || needs_.axisMotions.AnyRuns();
-    if (state_.g_bConnected && moves) {
+    if (moves) {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, std::string(member) + " : the mount moves");
         throw DriverError(ErrorNumber::InvalidOperation);
     }

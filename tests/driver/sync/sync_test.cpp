@@ -77,6 +77,7 @@ TEST_F(SyncTest, TrackingThatIsOff_IsNoticedAfterTheTargetHasGoneOut) {
     TurnTrackingOff();
     EXPECT_EQ(SentDuring([&] { Try([&] { telescope->SyncToTarget(); }); }), "Sd+20*00:00 Sr12:30:00.0");
     ExpectError(0x80040411U);
+    EXPECT_EQ(words, "Wrong tracking state");
     ExpectNothingSent([&] { telescope->SyncToCoordinates(12.5, 20.0); }, 0x80040411U);
 }
 
@@ -150,6 +151,19 @@ protected:
 TEST_F(SyncOfAMovingMount, InASlew_IsRefused) {
     telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 3.0), 20.0);
     ExpectRefused();
+    EXPECT_TRUE(WaitForEnd());
+}
+
+TEST_F(SyncOfAMovingMount, OfADisconnectedClient_IsRefusedToo) {
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), -20.0);
+    machine.AdvanceTime(1'500);
+    telescope->Connected(false);
+    while (!driver->state.g_bSlewing && mount->Picture().slewing) {
+        machine.AdvanceTime(100);
+    }
+    ASSERT_TRUE(driver->state.g_bSlewing) << "the mount reports the slew";
+    ExpectNothingSent([&] { telescope->SyncToTarget(); }, 0x8004040bU);
+    telescope->Connected(true);
     EXPECT_TRUE(WaitForEnd());
 }
 
@@ -234,6 +248,12 @@ TEST_F(SyncTest, RefusedHalfOfAHorizontalTarget_LeavesThePollOffTheLine_UntilThe
     };
     refuse("Sa", "KS mount rejected set TargetAltitude = +40*00:00");
     telescope->Connected(true);
+    EXPECT_TRUE(PollRuns());
+    refuse("Sa", "KS mount rejected set TargetAltitude = +40*00:00");
+    driver->state.g_bTargetRaSet = false;
+    telescope->Tracking(true);
+    Try([&] { telescope->SlewToTargetAsync(); });
+    EXPECT_NE(error, 0U) << "the target is incomplete";
     EXPECT_TRUE(PollRuns());
     refuse("Sz", "KS mount rejected set TargetAzimuth = 090*00:00");
     telescope->SlewToAltAzAsync(100.0, 40.0);
