@@ -329,14 +329,16 @@ AxisMotion AxisSteps::Stop(bool primary, bool secondary) {
     return left.Runs() ? left : AxisMotion{};
 }
 
-/// The mount is never left running without an owner. Nothing is sent during a slew: its end restores the tracking,
-/// which ends the axis motion too.
+/// The mount is never left running without an owner. During a slew that the axis came after, the stop of the primary
+/// axis would stop that too: it counts as a move without an end then, which a stop, a goto or the end of the process
+/// ends.
 void Telescope::StopOwnAxes(std::string_view reason) {
     AxisSteps steps(*this);
     const bool primaryRuns =
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
-    const bool replaced = state_.g_bSlewing || state_.g_bParking || state_.g_bParked;
+    const bool replaced = state_.g_bParking || state_.g_bParked;
+    const bool leavesPrimary = primaryRuns && state_.g_bSlewing;
     const bool isToStop = (primaryRuns || secondaryRuns) && !replaced;
     if (isToStop && !(needs_.link && needs_.link->Connected())) {
         return;  // it goes on in the mount, and is stopped once the line is open again
@@ -345,7 +347,10 @@ void Telescope::StopOwnAxes(std::string_view reason) {
     if (isToStop) {
         driver_.log.LogMessage("MoveAxis", LogLevel::Warning, reason);
         NoteMotionStops();
-        left = steps.Stop(primaryRuns, secondaryRuns);
+        left = steps.Stop(primaryRuns && !leavesPrimary, secondaryRuns);
+        if (leavesPrimary) {
+            needs_.motion.MoveSent();
+        }
     }
     axes_ = left;
     steps.ForgetEndedMotion();

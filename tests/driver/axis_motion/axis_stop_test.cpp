@@ -307,6 +307,30 @@ TEST_F(AxisStopTest, ClientThatGoes_DoesNotStopALaterSlew) {
     telescope = ConnectedTelescope();
 }
 
+TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay) {
+    for (const std::int32_t axis : {0, 1}) {
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), -20.0);
+        machine.AdvanceTime(1'500);
+        telescope->MoveAxis(axis, axis == 0 ? -0.5 : 0.1);
+        while (!driver->state.g_bSlewing && mount->Picture().slewing) {
+            machine.AdvanceTime(100);
+        }
+        ASSERT_TRUE(driver->state.g_bSlewing) << "the mount reports the slew";
+        EXPECT_EQ(SentBy([&] {
+                      other.reset();
+                      telescope.reset();
+                  }),
+                  axis == 0 ? Wire{"Q"} : Wire{"RD0.00000"});
+        machine.AdvanceTime(60'000);
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
+        Restart();
+        telescope = ConnectedTelescope();
+        other = ConnectedTelescope();
+        machine.AdvanceTime(10'000);
+    }
+}
+
 TEST_F(AxisStopTest, ClientThatGoes_LeavesTrackingAloneThatItChoseAfterItsMotion) {
     telescope->MoveAxis(0, 0.5);
     telescope->TrackingRate(1);
