@@ -40,6 +40,11 @@ std::string NotePark(ClientObject&, const Arguments&) {
     return {};
 }
 
+std::string NotePulse(ClientObject&, const Arguments& arguments) {
+    Ran().push_back("pulse " + std::to_string(arguments.Integer(0)) + (arguments.Integer(1) <= 0 ? " stops" : " runs"));
+    return {};
+}
+
 std::string NoteFocuser(ClientObject&, const Arguments& arguments) {
     Ran().push_back(arguments.IsEmpty() ? "halt" : "move " + std::to_string(arguments.Integer(0)));
     return {};
@@ -55,6 +60,7 @@ std::vector<Route> NotingRoutes() {
     std::vector<Route> routes = TelescopeRoutes();
     for (Route& route : routes) {
         route.handler = route.name == "MoveAxis"                              ? NoteMoveAxis
+                        : route.name == "PulseGuide"                          ? NotePulse
                         : route.name == "Tracking" && route.verb == Verb::Put ? NoteTracking
                         : route.name == "CommandString"                       ? NoteText
                         : route.name == "Park"                                ? NotePark
@@ -173,6 +179,23 @@ TEST_F(StopOrderTest, TextThatIsNoCancel_KeepsItsPlace) {
                    {"commandstring", "Command=RAW,CancelParkX&Raw=True"},
                    {"commandstring", "Command=RAW,CancelPark,1&Raw=True"}}),
               (Texts{"RAW,CancelPark,1", "other", "RAW,CancelPark", "RAW,CancelParkX"}));
+}
+
+TEST_F(StopOrderTest, PulseWithoutADuration_GoesAhead_AndEarlierPulsesOfItsAxisAreNotRun) {
+    EXPECT_EQ(Ask({{"slewtotarget", ""},
+                   {"pulseguide", "Direction=0&Duration=500"},
+                   {"pulseguide", "Direction=2&Duration=500"},
+                   {"pulseguide", "Direction=1&Duration=0"}}),
+              (Texts{"pulse 1 stops", "other", "pulse 2 runs"}));
+    EXPECT_EQ(answered, 4) << "each call is answered";
+    EXPECT_EQ(world.diary.Count("telescope does not begin PulseGuide"), 1);
+    // A direction that there is not stops the axis that it would move: the primary one.
+    EXPECT_EQ(Ask({{"pulseguide", "Direction=0&Duration=500"},
+                   {"pulseguide", "Direction=3&Duration=500"},
+                   {"pulseguide", "Direction=9&Duration=0"}}),
+              (Texts{"pulse 9 stops", "pulse 0 runs"}));
+    EXPECT_EQ(Ask({{"pulseguide", "Direction=0&Duration=0"}, {"pulseguide", "Direction=0&Duration=500"}}),
+              (Texts{"pulse 0 stops", "pulse 0 runs"}));
 }
 
 TEST_F(StopOrderTest, HaltOfTheFocuser_GoesAhead_AndAnEarlierMoveIsNotRun) {
