@@ -288,10 +288,12 @@ void ClientObjects::ReleaseWhatIsOver() {
             Release(slot);
         }
     }
-    if (EverythingIsOver()) {
+    if (!EverythingIsOver()) {
+        WakeForAll();
+    } else if (MayEnd()) {
         ShutGate();
     } else {
-        WakeForAll();
+        WakeAt(needs_.clock.GetTickCount() + kEndRetry);
     }
 }
 
@@ -322,7 +324,7 @@ void ClientObjects::OnGate(bool closed) {
 }
 
 void ClientObjects::FinishProcess() {
-    if (!EverythingIsOver()) {
+    if (!EverythingIsOver() || !MayEnd()) {
         gateAsked_ = false;
         needs_.gate.open();
         WakeForAll();

@@ -60,6 +60,9 @@ struct ClientObjectsNeeds {
     RequestGate gate;
     std::function<void()> endProcess;
     LeaseTimes leases;
+    /// False while the process has something to do without clients: it ends a second later at the earliest. Empty:
+    /// never.
+    std::function<bool()> mayEnd = {};
 };
 
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release
@@ -79,6 +82,8 @@ public:
     static constexpr std::size_t kMostForStops = 100;
     /// Pause before the next try when the gate could not be shut, in milliseconds.
     static constexpr std::int32_t kGateRetry = 200;
+    /// Pause before it is asked again whether the process may end, in milliseconds.
+    static constexpr std::int32_t kEndRetry = 1'000;
 
     explicit ClientObjects(ClientObjectsNeeds needs);
 
@@ -129,6 +134,7 @@ private:
     bool HasConnection(const ClientName& name) const;
     bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
     bool EverythingIsOver() const;
+    bool MayEnd() const { return !needs_.mayEnd || needs_.mayEnd(); }
     void WakeAt(Tick end);
     void WakeForAll();
     void OnTimer();

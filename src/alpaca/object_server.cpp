@@ -80,7 +80,8 @@ ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
         });
     };
     gate.open = [this] { io_.Post([this] { http_.OpenGate(); }); };
-    return {needs_.pump, needs_.clock, needs_.devices, std::move(gate), needs_.endProcess, needs_.leases};
+    return {needs_.pump,       needs_.clock,  needs_.devices, std::move(gate),
+            needs_.endProcess, needs_.leases, needs_.mayEnd};
 }
 
 RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {

@@ -43,17 +43,11 @@ inline bool ChoosesCustomRate(std::string_view onTheWire) {
     return chooses(CustomRaRate) || chooses(CustomDecRate);
 }
 
-/// Whether a text sets the focus motor in motion.
-inline bool RunsFocuser(std::string_view onTheWire) {
-    return onTheWire.find(FocusPlus.With("").OnTheWire()) != std::string_view::npos ||
-           onTheWire.find(FocusMinus.With("").OnTheWire()) != std::string_view::npos;
-}
-
 enum class EndlessMove { Untouched, Begins, Ends };
 
-/// What a text does to a move without a time, which goes on until it is stopped or the mount parks. The stop of one
-/// direction leaves it open whether another goes on, so it ends none.
-inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
+/// What a text does to a move that `begins` begin and `ends` end: the last of these commands counts.
+inline EndlessMove EndlessMoveAfter(std::string_view onTheWire, std::initializer_list<BlindCommand> begins,
+                                    std::initializer_list<BlindCommand> ends) {
     const auto last = [&](std::initializer_list<BlindCommand> rows) {
         std::ptrdiff_t place = -1;
         for (const BlindCommand& row : rows) {
@@ -62,9 +56,20 @@ inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
         }
         return place;
     };
-    const std::ptrdiff_t begin = last({MoveNorth, MoveSouth, MoveEast, MoveWest});
-    const std::ptrdiff_t end = last({StopRaw, Park});
+    const std::ptrdiff_t begin = last(begins);
+    const std::ptrdiff_t end = last(ends);
     return begin > end ? EndlessMove::Begins : end > begin ? EndlessMove::Ends : EndlessMove::Untouched;
+}
+
+/// The same for a move without a time, which goes on until it is stopped or the mount parks. The stop of one direction
+/// leaves it open whether another goes on, so it ends none.
+inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
+    return EndlessMoveAfter(onTheWire, {MoveNorth, MoveSouth, MoveEast, MoveWest}, {StopRaw, Park});
+}
+
+/// The same for the focus motor.
+inline EndlessMove FocuserRunAfter(std::string_view onTheWire) {
+    return EndlessMoveAfter(onTheWire, {FocusPlus, FocusMinus}, {FocusStop});
 }
 
 }  // namespace kestrane::wire

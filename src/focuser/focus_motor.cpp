@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "catalogue/wire_texts.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"
@@ -143,6 +144,11 @@ void FocusMotor::Release() {
     if (std::exchange(held_, false)) {
         SendStop();
     }
+}
+
+void FocusMotor::NoteSent(std::string_view onTheWire) {
+    const wire::EndlessMove run = wire::FocuserRunAfter(onTheWire);
+    runs_ = run == wire::EndlessMove::Untouched ? runs_ : run == wire::EndlessMove::Begins;
 }
 
 void FocusMotor::EndRun() {

@@ -73,9 +73,13 @@ public:
     void Hold(FocusDirection direction, FocusSpeed speed);
     void Release();
 
-    /// Whether the motor runs, may run or will run by itself: a run, a held button, or a stop that is still to be
-    /// written.
-    bool MayRun() const { return IsMoving() || held_ || stopOwed_; }
+    /// To be called with each text that goes out: a client's own text may run or stop the motor too.
+    void NoteSent(std::string_view onTheWire);
+    /// Whether the motor runs, may run or will run by itself: no stop followed what has set it in motion, the pause
+    /// between two legs, or a stop that is still to be written.
+    bool MayRun() const { return IsMoving() || runs_ || stopOwed_; }
+    /// Whether a stop could not be written yet.
+    bool StopIsOwed() const { return stopOwed_; }
     /// For the end of the process: stops the motor if it may run. Where the stop cannot be written, `MayRun` stays
     /// true.
     void EndRun();
@@ -114,6 +118,7 @@ private:
     RunTimer delay_;      ///< between the two legs of a backlash move
     RunTimer stopAgain_;  ///< while a stop is owed
     bool held_ = false;
+    bool runs_ = false;  ///< by the last text that has run or stopped it
     bool stopOwed_ = false;
 };
 

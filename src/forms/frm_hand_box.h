@@ -226,6 +226,9 @@ public:
     Button btnContract2{*this, "btnContract2", "<< Less"};
     CheckBox chkShowAllControls{*this, "chkShowAllControls", "Show All Controls"};
 
+    // --- popup menu of the tray icon
+    Menu mPopFocuser{*this, "mPopFocuser", "Setup &Focuser..."};
+
     // --- timers: first interval in milliseconds, first state
     Timer tmrQueryRaDecAltAz{*this, "tmrQueryRaDecAltAz", pump_, 1000, false};  ///< the poll; 150 once loaded
     Timer tmrButtonDelay{*this, "tmrButtonDelay", pump_, 20, true};             ///< deferred button actions

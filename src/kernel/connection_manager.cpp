@@ -291,6 +291,7 @@ void ConnectionManager::MountFound() {
     needs_.link->ReceiveTimeoutMS(ReadTimeout());
     Telescope& internal = needs_.internalInstance();
     internal.MaxSerialRetries(ReadRetries());
+    needs_.stopWhatWasLeft();  // before any client can move something
     Talk(procedure::Connect).CommandBlindInternal(wire::ToggleFormatRaw);
     driver_.waits.WaitForMilliseconds(kFormatToggleWaitMs);
     ReadRateKey();

@@ -49,7 +49,8 @@ struct ConnectionManagerNeeds {
     std::function<Telescope&()> internalInstance;  ///< made when first needed
     std::function<void()> ensureUtil;
     std::function<void()> checkForUpdate;
-    std::function<void()> endRuns;  ///< stops what would run on by itself, before the link is closed
+    std::function<void()> stopWhatWasLeft;  ///< stops what an earlier driver has left moving, on the open link
+    std::function<void()> endRuns;          ///< stops what would run on by itself, before the link is closed
     std::function<void()> unloadWindows;
     std::function<void()> endProcess;
 };
@@ -104,8 +105,8 @@ public:
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
     void ResetCommCounters();
-    /// Stops a run of the focuser, closes the link, unloads the windows, ends the process. The mount itself is left as
-    /// it is.
+    /// Stops what would run on by itself, closes the link, unloads the windows, ends the process. Slews and parks go
+    /// on.
     void ShutdownDriver();
 
 private:

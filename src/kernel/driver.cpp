@@ -16,6 +16,7 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kStopLeftAgainMs = 1000;
+constexpr std::string_view kLeftMoving = "The last driver ended while something moved that only it would have ended: ";
 
 }  // namespace
 
@@ -192,6 +193,7 @@ Driver::Driver(Platform platform)
           .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
           .ensureUtil = [this] { startup.EnsureUtil(); },
           .checkForUpdate = [] {},
+          .stopWhatWasLeft = [this] { SendWhatWasLeft(left_); },
           .endRuns = [this] { EndRuns(); },
           .unloadWindows = [this] { windows.UnloadAtShutdown(); },
           .endProcess = [this] { platform_.processes.EndThisProcess(); },
@@ -231,6 +233,12 @@ Driver::Driver(Platform platform)
     handBox.tmrQueryRaDecAltAz.OnTick([this] {
         poll.OnTimer();
         connections.HealWhenDue();
+    });
+    handBox.mPopFocuser.OnClick([this] {
+        if (!setupFocuser.Visible()) {
+            focuserSetup.ShowModal();
+            focusMotor.UpdateValues();
+        }
     });
     startup.Run();
     left_ = openMotionFile.Left();
@@ -353,24 +361,35 @@ bool Driver::AxisMayRun() const {
 
 void Driver::NoteOpenMotion(std::string_view text) {
     const bool begins = wire::EndlessMoveAfter(text) == wire::EndlessMove::Begins;
+    focusMotor.NoteSent(text);
     openMotionFile.Note({.mount = left_.mount || begins || AxisMayRun() || guidePulses.MayMove(),
-                         .focuser = left_.focuser || wire::RunsFocuser(text) || focusMotor.MayRun()});
+                         .focuser = left_.focuser || focusMotor.MayRun()});
 }
 
+/// True when it has gone out.
+bool Driver::SendWhatWasLeft(OpenMotion stopped) {
+    if (!stopped.Any() || !connections.SendStop(stopped)) {
+        return false;
+    }
+    log.LogMessage("Motion", LogLevel::Error, std::string(kLeftMoving) + "the stop has gone out");
+    left_.mount = left_.mount && !stopped.mount;
+    left_.focuser = left_.focuser && !stopped.focuser;
+    NoteOpenMotion("");
+    return true;
+}
+
+/// Without a client, or after a connect that could not do it.
 void Driver::StopWhatWasLeft() {
-    const std::string what = "The last driver ended while something moved that only it would have ended: ";
-    if (SlewOrParkGoesOn()) {
-        return;  // asked for since then: the stop waits for its end
-    }
-    if (!state.g_bOpeningLink && connections.SendStop(left_)) {
-        log.LogMessage("Motion", LogLevel::Error, what + "the stop has gone out");
-        left_ = {};
-        stopLeftTimer_->SetEnabled(false);
+    if (state.g_nSlewsTaken != 0) {
+        left_.mount = false;  // a goto has ended in the mount what was left of it
         NoteOpenMotion("");
-        return;
     }
-    if (!std::exchange(stopLeftDelayed_, true)) {
-        log.LogMessage("Motion", LogLevel::Error, what + "the stop goes out once the port can be opened");
+    const bool sent = !state.g_bOpeningLink &&
+                      SendWhatWasLeft({.mount = left_.mount && !SlewOrParkGoesOn(), .focuser = left_.focuser});
+    stopLeftTimer_->SetEnabled(left_.Any());
+    if (!sent && left_.Any() && !std::exchange(stopLeftDelayed_, true)) {
+        log.LogMessage("Motion", LogLevel::Error,
+                       std::string(kLeftMoving) + "the stop goes out once the port can be opened");
         stopLeftTimer_->SetInterval(kStopLeftAgainMs);
     }
 }

@@ -57,6 +57,10 @@ public:
     TelescopeObject CreateTelescope();
     FocuserObject CreateFocuser();
 
+    /// Whether a stop is still to go out, once the port can be opened or takes bytes again: of what an earlier driver
+    /// has left moving, of a guide pulse, or of the focus motor.
+    bool StopIsOwed() const { return left_.Any() || guidePulses.EndIsOwed() || focusMotor.StopIsOwed(); }
+
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 
@@ -127,6 +131,7 @@ private:
     void EndRuns();
     void StopRunningAxes();
     void NoteOpenMotion(std::string_view text);
+    bool SendWhatWasLeft(OpenMotion stopped);
     void StopWhatWasLeft();
     LogLimits LimitsOfLog();
 

@@ -45,7 +45,8 @@ protected:
             ++gate.opened;
             gate.shut = false;
         };
-        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; }, leases});
+        objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; }, leases,
+                                           [this] { return mayEnd; }});
     }
 
     void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
@@ -71,6 +72,7 @@ protected:
     FakeDevices devices;
     FakeGate gate;
     int ended = 0;
+    bool mayEnd = true;
     std::optional<ClientObjects> objects;
 };
 
@@ -97,6 +99,23 @@ TEST_P(ClientObjectsTest, NotConnected_AreReleasedTheIdleLeaseAfterTheLastReques
     EXPECT_EQ(world.diary.Entries(), (Diary{"+telescope", "+telescope", "-telescope"}));
     EXPECT_EQ(objects->Count(), 1U);
     EXPECT_EQ(ended, 0);
+}
+
+TEST_P(ClientObjectsTest, ProcessThatStillOwesAStop_GoesOn_AlsoWithoutAClient) {
+    for (const bool withAnObject : {false, true}) {
+        Begin({kIdle, kConnected});
+        ended = 0;
+        mayEnd = false;
+        if (withAnObject) {
+            Call(kAnna, 1);
+        }
+        pump.AdvanceTime(10 * kIdle);
+        EXPECT_EQ(ended, 0);
+        EXPECT_EQ(objects->Count(), withAnObject ? 1U : 0U);
+        mayEnd = true;
+        pump.AdvanceTime(1'100);
+        EXPECT_EQ(ended, 1);
+    }
 }
 
 TEST_P(ClientObjectsTest, NotConnected_AreReleasedThoughTheirTcpConnectionIsOpen) {

@@ -166,6 +166,7 @@ TEST_F(ControlNames, HandBox_HasEachControlUnderItsNameAndKind) {
             {ControlKind::OptionButton,
              {"radFocusFast", "radFocusSlow", "radFocusFinalDirectionIn", "radFocusFinalDirectionOut"}},
             {ControlKind::ScrollBar, {"hscrReticleBrightness"}},
+            {ControlKind::Menu, {"mPopFocuser"}},
         });
 }
 

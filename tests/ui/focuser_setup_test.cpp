@@ -49,6 +49,26 @@ private:
     std::unique_ptr<PumpTimer> timer_;
 };
 
+TEST_F(FocuserSetupTest, EntryOfTheTrayMenu_OpensTheWindowOnce_AndItsValuesHoldAtOnce) {
+    SetupWatcher view;
+    Start();
+    Window().Attach(view);
+    EXPECT_EQ(driver->handBox.mPopFocuser.Text(), "Setup &Focuser...");
+    const auto person = machine.pump.CreateTimer([&] {
+        ASSERT_TRUE(Window().Visible());
+        driver->handBox.mPopFocuser.FireClick();  // a second window does not open
+        Window().txtBacklashMSecs.Text("170");
+        Window().btnOK.FireClick();
+    });
+    person->SetInterval(1'000);
+    person->SetEnabled(true);
+    driver->handBox.mPopFocuser.FireClick();
+    person->SetEnabled(false);
+    EXPECT_FALSE(Window().Loaded());
+    EXPECT_EQ(driver->state.g_sFocusBacklash, "170");
+    Window().Detach(view);
+}
+
 TEST_F(FocuserSetupTest, ShowsTheSettings) {
     Seed({{"Port", "COM4"},
           {"Focus.radFocusFast", "False"},

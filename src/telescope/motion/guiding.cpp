@@ -130,6 +130,10 @@ bool GuidePulses::MayMove() const {
     return std::ranges::any_of(pulses_, [](const Pulse& pulse) { return pulse.runs || pulse.endOwed; });
 }
 
+bool GuidePulses::EndIsOwed() const {
+    return std::ranges::any_of(pulses_, &Pulse::endOwed);
+}
+
 void GuidePulses::Guide(std::int32_t direction, std::int32_t milliseconds) {
     if (milliseconds <= 0) {
         StopNow(direction);

@@ -69,6 +69,8 @@ public:
     /// Whether one that the driver ends has gone out since the last stop of all motion. Its end has no reply: where it
     /// was lost, the mount goes on until such a stop.
     bool EndMayBeLost() const { return endMayBeLost_; }
+    /// Whether the end of a pulse went out to a line that was silent or gone, and goes out once more.
+    bool EndIsOwed() const;
     /// Whether what goes out now is a command of a pulse.
     bool SendsItself() const { return sendsItself_; }
     /// A command goes out that stops all motion: all pulses have ended.

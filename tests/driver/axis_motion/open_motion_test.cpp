@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -68,6 +69,7 @@ TEST_F(OpenMotionTest, FileNamesWhatOnlyTheDriverWouldEnd_AndGoesAfterIt) {
         {"mount", [&] { telescope->PulseGuide(0, 60'000); }, [&] { telescope->AbortSlew(); }},
         {"mount", [&] { telescope->CommandBlind("Mn", false); }, [&] { telescope->CommandBlind("Q", false); }},
         {"focuser", [&] { focuser->Move(5'000); }, [&] { focuser->Halt(); }},
+        {"focuser", [&] { telescope->CommandBlind("F+", false); }, [&] { telescope->CommandBlind("FQ", false); }},
     };
     for (const Row& row : rows) {
         row.begin();
@@ -230,21 +232,59 @@ TEST_F(OpenMotionTest, WhatWasLeft_IsStoppedOnceThePortCanBeOpened) {
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 
-TEST_F(OpenMotionTest, StopOfWhatWasLeft_WaitsForASlewThatWasAskedForSinceThen) {
+TEST_F(OpenMotionTest, AConnectStopsWhatWasLeft_BeforeAClientMovesAnything) {
     ExpectSwallow("*");
-    Leave("mount");
+    struct Row {
+        std::function<void(Telescope&, Focuser&)> move;
+        std::function<bool()> goesOn;
+    };
+    const std::vector<Row> rows{
+        {[](Telescope& scope, Focuser&) {
+             scope.SlewToCoordinatesAsync(NormalizeHours(scope.SiderealTime() - 2.0), -20.0);
+         },
+         [&] { return mount->Picture().slewing; }},
+        {[](Telescope& scope, Focuser&) { scope.MoveAxis(1, 0.1); },
+         [&] { return std::abs(mount->Picture().polarSpeed) > 0.05; }},
+        {[](Telescope& scope, Focuser&) { scope.PulseGuide(0, 200'000); },
+         [&] { return std::abs(mount->Picture().polarSpeed) > 1e-4; }},
+        {[](Telescope&, Focuser& focuser) { focuser.Move(5'000); }, [&] { return mount->Picture().focuserRuns != 0; }},
+    };
+    for (const Row& row : rows) {
+        BuildMount("VKC4-P02-08");
+        Leave("mount\nfocuser");
+        machine.serialPorts.Disconnect(1);
+        Start();
+        log.clear();
+        machine.AdvanceTime(1'900);
+        machine.ConnectMount(1, *mount);
+        EXPECT_FALSE(Logged(kStopSent));
+        telescope = ConnectedTelescope();
+        EXPECT_TRUE(Logged(kStopSent));
+        FocuserObject focuser = driver->CreateFocuser();
+        focuser->Link(true);
+        telescope->Tracking(true);
+        driver->motion.SlewCompleteTaken();  // what follows a connect has a stop of its own
+        EXPECT_EQ(TimesSent("FQ"), 1);
+        row.move(*telescope, *focuser);
+        const std::vector<std::string> sent = SentBy([&] { machine.AdvanceTime(3'000); });
+        EXPECT_EQ(std::ranges::count(sent, "Q") + std::ranges::count(sent, "FQ"), 0);
+        EXPECT_TRUE(row.goesOn());
+        EXPECT_EQ(TimesLogged(kStopSent), 1);
+        focuser.reset();
+        telescope.reset();
+        driver.reset();
+    }
+}
+
+TEST_F(OpenMotionTest, ASlewThatTheMountHasTaken_EndsWhatWasLeftOfTheMount_ButNotOfTheFocuser) {
+    ExpectSwallow("*");
+    Leave("mount\nfocuser");
     machine.serialPorts.Disconnect(1);
     Start();
-    machine.AdvanceTime(1'900);
+    machine.AdvanceTime(1'500);
+    driver->motion.SlewTaken();
     machine.ConnectMount(1, *mount);
-    telescope = ConnectedTelescope();
-    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 2.0), 20.0);
-    machine.AdvanceTime(3'000);
-    EXPECT_TRUE(mount->Picture().slewing);
-    EXPECT_FALSE(Logged(kStopSent));
-    machine.AdvanceTime(60'000);
-    EXPECT_FALSE(mount->Picture().slewing);
-    EXPECT_TRUE(Logged(kStopSent));
+    EXPECT_EQ(SentBy([&] { machine.AdvanceTime(3'000); }), std::vector<std::string>{"FQ"});
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 

@@ -195,6 +195,16 @@ INSTANTIATE_TEST_SUITE_P(Stages, FocuserEndTest,
                                          EndRow{"ReturnLeg", 1'650, 1}),
                          [](const auto& row) { return row.param.name; });
 
+TEST_F(FocuserClientsTest, EndOfTheProcess_StopsAMotorThatAClientsOwnTextRuns) {
+    TelescopeObject telescope = ConnectedTelescope();
+    telescope->CommandBlind(":FQ#:FS#:F+#", true);
+    ASSERT_EQ(Runs(), 1);
+    const std::size_t mark = Mark();
+    telescope.reset();
+    EXPECT_EQ(FocusWire(mark), Wire{"FQ"});
+    EXPECT_EQ(Runs(), 0);
+}
+
 TEST_F(FocuserClientsTest, EndOfTheProcess_AtRestSendsNoStop) {
     FocuserObject focuser = LinkedFocuser();
     focuser->Move(5);
