@@ -111,7 +111,7 @@ struct DriverState : LogState, CounterState {
     std::uint16_t g_nAnsweredQueriesTotal = 0;  ///< the same, for a second observer, wraps
     bool g_bQuayTimeSync = true;                ///< the companion may be asked to synchronise time
     std::int16_t g_nSamePosition = 0;           ///< reports in a row that repeated the last position
-    bool g_bRaRead = false;                     ///< `g_dRa` was read since the link was opened
+    bool g_bRaRead = false;                     ///< `g_dRa` was read on this link, and after an unpark at power-on
     bool g_bDecRead = false;                    ///< `g_dDec` likewise
     bool g_bInitUiDone = false;                 ///< the hand box was filled for the reported power-on position
     bool g_bPowerOnInitDone = false;            ///< the mount was initialized for the reported power-on position

@@ -159,6 +159,8 @@ bool Unparking::LeavePowerOnState() {
     Sequence mount = Talk(procedure::Unpark);
     if (atPowerOn) {
         mount.CommandBlindInternal(wire::Unpark);
+        // Half of the old position, beside a half read after this, would show a mount that is parked again.
+        state_.g_bRaRead = state_.g_bDecRead = false;
     } else {
         needs_.motion.Stopped();  // whatever still moves is to stand before it is told where it is
         mount.CommandBlind(wire::StopClean);

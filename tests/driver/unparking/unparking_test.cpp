@@ -55,6 +55,24 @@ TEST_F(UnparkingTest, AMountAfterPowerOn_LeavesThatState_AndIsNotStopped) {
     EXPECT_NE(mount->Picture().rightAscension, 0.0);
 }
 
+/// Milliseconds by which the unpark comes later: the poll has another query next.
+class UnparkAmongQueries : public UnparkingTest, public testing::WithParamInterface<int> {};
+
+TEST_P(UnparkAmongQueries, OfAMountAfterPowerOn_IsNotTakenForParkedAgain_ByAPositionReadBefore) {
+    ConnectAfterPowerOn();
+    machine.AdvanceTime(GetParam());
+    ASSERT_TRUE(driver->state.g_bParked);
+    telescope->Unpark();
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_FALSE(driver->state.g_bParked) << i * 50 << " ms after it";
+        machine.AdvanceTime(50);
+    }
+    EXPECT_NE(driver->state.g_dRa, 0.0);
+    EXPECT_EQ(Label(), "Unparked");
+}
+
+INSTANTIATE_TEST_SUITE_P(Times, UnparkAmongQueries, testing::Range(0, 3'000, 75));
+
 TEST_F(UnparkingTest, AMountAfterPowerOn_IsSyncedToTheNamedPosition) {
     ConnectAfterPowerOn();
     EXPECT_EQ(Unpark(",2"), "RT9 U SM0:00:00.0 SL SC PO RT2 Sa+00*00:10 Sz090*00:10 CM U");
