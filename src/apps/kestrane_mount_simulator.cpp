@@ -47,6 +47,7 @@ constexpr std::string_view kHelp =
     "  --latitude DEGREES   of the site, north positive (default 47)\n"
     "  --longitude DEGREES  of the site, east positive (default 10)\n"
     "  --slew-speed DEG/S   at the mount's slew rate 1200 (default 5)\n"
+    "  --acceleration DEG/S2  up to that speed and down again (default 5)\n"
     "  --unparked           starts tracking in the west, not parked\n"
     "  --hour-angle HOURS   where the tube points when it starts unparked, west positive (-12 to 12)\n"
     "  --declination DEG    the same (-90 to 90)\n"
@@ -115,6 +116,7 @@ std::vector<Option> Options() {
         {"--latitude",   true,  [](Arguments& a, std::string_view v) { a.mount.latitude = NumberBetween("--latitude", v, -90, 90); }},
         {"--longitude",  true,  [](Arguments& a, std::string_view v) { a.mount.longitudeWest = -NumberBetween("--longitude", v, -180, 360); }},
         {"--slew-speed", true,  [](Arguments& a, std::string_view v) { a.mount.slewSpeed = NumberBetween("--slew-speed", v, 0.01, 1000); }},
+        {"--acceleration", true, [](Arguments& a, std::string_view v) { a.mount.slewAcceleration = NumberBetween("--acceleration", v, 0.01, 1000); }},
         {"--unparked",   false, [](Arguments& a, std::string_view)   { a.mount.parkedAtPowerOn = false; }},
         {"--hour-angle", true,  [](Arguments& a, std::string_view v) { StartOf(a).hourAngle = NumberBetween("--hour-angle", v, -12, 12); }},
         {"--declination",true,  [](Arguments& a, std::string_view v) { StartOf(a).declination = NumberBetween("--declination", v, -90, 90); }},

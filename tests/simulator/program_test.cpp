@@ -147,6 +147,7 @@ TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
         {{"--firmware", "Z9"}, 2, "no firmware is called 'Z9'; --help names those there are"},
         {{"--latitude", "91"}, 2, "--latitude takes a number from -90 to 90, not '91'"},
         {{"--slew-speed", "0"}, 2, "--slew-speed takes a number from 0.01 to 1000, not '0'"},
+        {{"--acceleration", "0"}, 2, "--acceleration takes a number from 0.01 to 1000, not '0'"},
         {{"--longitude", "1O"}, 2, "--longitude takes a number from -180 to 360, not '1O'"},
         {{"--hour-angle", "12.5"}, 2, "--hour-angle takes a number from -12 to 12, not '12.5'"},
         {{"--declination=-91"}, 2, "--declination takes a number from -90 to 90, not '-91'"},
