@@ -124,15 +124,22 @@ std::string Socket::Receive() {
 }
 
 Answer HttpClient::Get(std::string_view member, const std::string& form) {
-    return Ask("GET /api/v1/telescope/0/" + std::string(member) + "?" + WithIds(form) +
-               " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    return GetPath(PathOf(member) + "?" + WithIds(form));
+}
+
+Answer HttpClient::GetPath(const std::string& path) {
+    return Ask("GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
 }
 
 Answer HttpClient::Put(std::string_view member, const std::string& form) {
     const std::string body = WithIds(form);
-    return Ask("PUT /api/v1/telescope/0/" + std::string(member) +
+    return Ask("PUT " + PathOf(member) +
                " HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
                std::to_string(body.size()) + "\r\n\r\n" + body);
+}
+
+std::string HttpClient::PathOf(std::string_view member) const {
+    return "/api/v1/" + device_ + "/0/" + std::string(member);
 }
 
 std::string HttpClient::WithIds(const std::string& form) {

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "process/waiting.h"
 
@@ -43,27 +44,31 @@ struct Answer {
     Seconds took{0};
 };
 
-/// A client of the telescope over one connection, which is opened at the first request, and anew when the driver has
+/// A client of one device over one connection, which is opened at the first request, and anew when the driver has
 /// closed it since.
 class HttpClient {
 public:
-    HttpClient(std::uint16_t port, int clientId, Seconds limit = Seconds(30))
-        : port_(port), clientId_(clientId), limit_(limit) {}
+    HttpClient(std::uint16_t port, int clientId, Seconds limit = Seconds(30), std::string device = "telescope")
+        : port_(port), clientId_(clientId), limit_(limit), device_(std::move(device)) {}
 
     /// Members in lower case; `form` as "Key=Value&Key=Value". Raises `NoAnswer`; a failure of the device is in the
     /// answer.
     Answer Get(std::string_view member, const std::string& form = "");
     Answer Put(std::string_view member, const std::string& form = "");
+    /// What a path outside the devices answers.
+    Answer GetPath(const std::string& path);
 
     void Close() { socket_.reset(); }
 
 private:
     Answer Ask(const std::string& request);
+    std::string PathOf(std::string_view member) const;
     std::string WithIds(const std::string& form);
 
     std::uint16_t port_;
     int clientId_;
     Seconds limit_;
+    std::string device_;
     int transaction_ = 0;
     std::unique_ptr<Socket> socket_;
 };

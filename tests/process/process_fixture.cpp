@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
@@ -69,14 +70,19 @@ std::string ProcessFixture::LogText() const {
 }
 
 void ProcessFixture::StartMount(std::vector<std::string> options) {
+    options.emplace_back("--unparked");
+    StartParkedMount(std::move(options));
+}
+
+void ProcessFixture::StartParkedMount(std::vector<std::string> options) {
     fs::create_directories(portLink.parent_path());
-    options.insert(options.end(), {"--link", portLink.string(), "--unparked"});
+    options.insert(options.end(), {"--link", portLink.string()});
     mount = std::make_unique<Program>("kestrane-mount-simulator", options);
     ASSERT_NE(mount->FirstLine(kPatience), "") << mount->Errors();
 }
 
 void ProcessFixture::StartActivator(std::vector<std::string> options) {
-    options.insert(options.end(), {"--port", "0", "--discovery-port", "0"});
+    options.insert(options.begin(), {"--port", "0", "--discovery-port", "0"});
     activator = std::make_unique<Program>("kestrane-activate", options);
     const std::string address = activator->FirstLine(kPatience);
     ASSERT_NE(address, "") << activator->Errors();

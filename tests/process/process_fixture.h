@@ -34,6 +34,9 @@ protected:
     static std::string Setting(const std::string& key);
 
     void StartMount(std::vector<std::string> options = {});
+    /// As it is after its power-on: parked, and it does not know where it points.
+    void StartParkedMount(std::vector<std::string> options = {});
+    /// Without discovery, unless the options name its port.
     void StartActivator(std::vector<std::string> options = {});
     void StartSystem() {
         StartMount();
