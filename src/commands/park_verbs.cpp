@@ -92,7 +92,8 @@ std::string SetParkAltAz(Verb verb, std::string_view arguments) {
     const std::string azimuthText = comma == std::string_view::npos ? "" : Trim(arguments.substr(comma + 1));
     const std::optional<double> altitude = PlainDecimal(altitudeText, verb.needs.driver.log);
     const std::optional<double> azimuth = PlainDecimal(azimuthText, verb.needs.driver.log);
-    if (!altitude || !azimuth) {
+    const bool isThird = azimuthText.find(',') != std::string::npos;  // it would pass for a part of a number
+    if (!altitude || !azimuth || isThird) {
         return Failure("Alt,Az both not specified");
     }
     if (*altitude < kLowestAltitude || *altitude > kHighestAltitude) {

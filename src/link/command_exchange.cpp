@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/errors.h"
 #include "kernel/base/text.h"

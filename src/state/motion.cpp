@@ -248,7 +248,6 @@ void Motion::ParkTakesOver() {
     state_.g_bSafeSlewPending = false;
     state_.g_bSlewCompletePending = false;
     state_.g_bParking = false;
-    state_.g_bParked = false;
     ++state_.g_nSlewsBegun;
     state_.g_nSameDistance = 0;
     state_.g_bOwnSlew = false;

@@ -65,7 +65,7 @@ namespace kestrane {
 //   ParkAskedFor                =  =  =  =  =  =  1  0  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   ParkMoveBegins              1  u  0  0  0  1  =  =  0  =  +  =  =  =   0  =  =  =  =  =  =  =
 //   ParkMoveEnds                0  0  0  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
-//   ParkTakesOver               0  0  0  0  0  0  =  =  0  =  +  =  =  =   0  =  =  =  =  =  0  =
+//   ParkTakesOver               0  0  0  0  0  0  =  =  =  =  +  =  =  =   0  =  =  =  =  =  0  =
 //   ParkAborted                 =  =  =  =  =  =  =  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   ParkStopAskedFor            =  =  =  =  =  =  =  k  =  q  =  =  =  =   =  =  =  =  =  =  =  =
 //   ParkLeft                    =  =  =  =  0  0  0  k  =  =  =  =  =  =   =  =  =  =  =  =  =  =
@@ -209,7 +209,7 @@ public:
     void ParkMoveBegins();
     void ParkMoveEnds();
     /// The park stops the mount and whatever slewed it. A call that waits for its slew gives way as to a later slew. It
-    /// ends an earlier park, of which this one is another try.
+    /// ends an earlier park, of which this one is another try. A parked mount is still parked.
     void ParkTakesOver();
     /// The park is to end; nothing is stopped by that.
     void ParkAborted();

@@ -292,7 +292,8 @@ public:
     /// The park is to end: no exchange of it goes out any more. Sends nothing by itself; what sends the park, or the
     /// supervision, ends it then.
     void CancelPark() { needs_.motion.ParkStopAskedFor(); }
-    /// A write of `Tracking` by the park itself, which does not take the mount from it.
+    /// A write of `Tracking` by the park itself, which does not take the mount from it. It goes out to a parked mount
+    /// too, and takes it from where it is parked.
     void StopTrackingForPark();
     /// Whether a client's text for `CommandString` is a driver command that begins a park, or that cancels one.
     static ParkText ParkTextOf(std::string_view command, bool raw);

@@ -156,6 +156,11 @@ void TelescopeCore::TakeMountFromPark() {
     if (!InPark(state_)) {
         return;
     }
+    if (state_.g_bParked && !state_.g_bParking) {
+        needs_.motion.ParkLeft();  // the mount has not left its earlier park, and stays there
+        driver_.log.LogMessage("Telescope", LogLevel::Info, "Park canceled...");
+        return;
+    }
     const bool parkMoves = InParkMove(state_);
     state_.g_bSlewingEast = state_.g_bLeavingCwUp = false;
     needs_.motion.ParkLeft();

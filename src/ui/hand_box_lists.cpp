@@ -46,8 +46,8 @@ std::span<const HandBoxPanel::CheckRow> HandBoxPanel::CheckRows() {
 std::span<const HandBoxPanel::TextRow> HandBoxPanel::TextRows() {
     static constexpr TextRow rows[] = {
         {&frmHandBox::txtSlewEastFirstHours, setting::txtSlewEastFirstHours},
-        {&frmHandBox::txtUserParkAlt, setting::txtUserParkAlt},
-        {&frmHandBox::txtUserParkAz, setting::txtUserParkAz},
+        {&frmHandBox::txtUserParkAlt, setting::txtUserParkAlt, nullptr, &HandBoxPanel::OnUserParkChange},
+        {&frmHandBox::txtUserParkAz, setting::txtUserParkAz, nullptr, &HandBoxPanel::OnUserParkChange},
         {&frmHandBox::txtRaCustom, setting::txtRaCustom, &HandBoxPanel::CustomRateIsGood},
         {&frmHandBox::txtDecCustom, setting::txtDecCustom, &HandBoxPanel::CustomRateIsGood},
         {&frmHandBox::txtInitRaBacklash, setting::txtInitRaBacklash},

@@ -198,6 +198,7 @@ private:
 
     // hand_box_park.cpp
     void WirePark();
+    void OnUserParkChange();
     void EnableParkButtons(bool enabled);
     void AskAndUnpark();
     void UnparkFrom(std::int16_t index);

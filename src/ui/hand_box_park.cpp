@@ -9,6 +9,11 @@ void HandBoxPanel::WirePark() {
     OnAction(ButtonAction::UnparkAsOffered, [this] { UnparkAsOffered(); });
 }
 
+/// A place that a person types is a plain one: a park would go to the place with the counterweight up from before.
+void HandBoxPanel::OnUserParkChange() {
+    Keep(setting::CounterWeightsUpPark, "0");
+}
+
 void HandBoxPanel::EnableParkButtons(bool enabled) {
     needs_.handBox.btnPark.Enabled(enabled);
     needs_.handBox.btnUNPARK.Enabled(enabled);

@@ -209,7 +209,7 @@ constexpr Row kRows[] = {
     {"ParkAskedFor",               "= = = = = = 1 0 = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAskedFor>},
     {"ParkMoveBegins",             "1 u 0 0 0 1 = = 0 = + = = = 0 = = = = = = = = = =", Do<&Motion::ParkMoveBegins>},
     {"ParkMoveEnds",               "0 0 0 = = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::ParkMoveEnds>},
-    {"ParkTakesOver",              "0 0 0 0 0 0 = = 0 = + = = = 0 = = = = = = = = 0 =", Do<&Motion::ParkTakesOver>},
+    {"ParkTakesOver",              "0 0 0 0 0 0 = = = = + = = = 0 = = = = = = = = 0 =", Do<&Motion::ParkTakesOver>},
     {"ParkAborted",                "= = = = = = = k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkAborted>},
     {"ParkStopAskedFor",           "= = = = = = = k = q = = = = = = = = = = = = = = =", Do<&Motion::ParkStopAskedFor>},
     {"ParkLeft",                   "= = = = 0 0 0 k = = = = = = = = = = = = = = = = =", Do<&Motion::ParkLeft>},

@@ -206,6 +206,7 @@ void ParkMoveSteps::LeavePark() {
     if (state_.g_bParked) {
         core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
             mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
+            needs_.motion.MountReportsParked(false);
             core_.NoteLeavesPark();
         });
     }
@@ -245,6 +246,10 @@ bool ParkMoveSteps::SlewEast(double hours) {
         LeavePark();
         StopMountThatMoves();
         AwaitStanding();
+    }
+    if (state_.g_bParked) {
+        needs_.motion.ParkEnds();  // a stop was there before the mount left its park
+        return false;
     }
     needs_.panel.SetParkStatus("East Slew...", "");
     driver_.persist.Write(setting::ParkStatus, "UnParked");

@@ -130,9 +130,12 @@ void ParkSteps::Run(std::int16_t index) {
     }
 }
 
-/// Whatever has taken the mount from the park has ended it already.
+/// Whatever has taken the mount from the park has ended it already. A mount that has not left an earlier park, or that
+/// is parked by now, stays parked.
 void ParkSteps::EndAborted() {
-    if (!state_.g_bParked && InPark(state_)) {
+    if (state_.g_bParked) {
+        needs_.motion.ParkEnds();
+    } else if (InPark(state_)) {
         needs_.motion.ParkBegins();
         needs_.motion.ParkAborted();
         telescope_.HandleParkComplete();
@@ -150,6 +153,7 @@ void ParkSteps::Prepare(Sequence& mount) {
     needs_.motion.ParkTakesOver();
     park_ = needs_.poll.BeginPark();
     telescope_.StopTrackingForPark();
+    needs_.motion.MountReportsParked(false);  // not before: a stop may have got in ahead of what takes it from its park
     core_.NoteLeavesPark();
     state_.g_bTracking = false;
     needs_.queries.QueryGos();

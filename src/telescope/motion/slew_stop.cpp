@@ -21,7 +21,8 @@ public:
 
 void Telescope::AbortSlew() {
     StopSteps steps(*this);
-    check_connected("AbortSlew", Parked::IsRefused, TrackingMust::BeEither);
+    // A parked mount that begins to park elsewhere is to be stopped.
+    check_connected("AbortSlew", InPark(state_) ? Parked::IsAllowed : Parked::IsRefused, TrackingMust::BeEither);
     needs_.motion.StopAskedFor();
     if (needs_.axisMotions.AnyRuns()) {
         steps.StopAxes("ASCOM");

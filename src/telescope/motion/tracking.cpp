@@ -61,7 +61,9 @@ void Telescope::Tracking(bool track) {
 void Telescope::StopTrackingForPark() {
     TrackingSteps steps(*this);
     LogSet("Tracking", TrueFalse(false));
-    steps.ChooseTracking(false);
+    axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
+    steps.StopTracking();
+    needs_.panel.EnableRateControls();
 }
 
 void TrackingSteps::ChooseTracking(bool track) {

@@ -152,7 +152,8 @@ INSTANTIATE_TEST_SUITE_P(
                     OptionRow{"SetParkAltAz,45,360", "0,Az not in range 0 to <360", "", "txtUserParkAlt"},
                     OptionRow{"SetParkAltAz,45,-1", "0,Az not in range 0 to <360", ""},
                     OptionRow{"SetParkAltAz,45", kBoth, ""}, OptionRow{"SetParkAltAz,45,", kBoth, ""},
-                    OptionRow{"SetParkAltAz,,45", kBoth, ""}, OptionRow{"SetParkAltAz,a,b", kBoth, ""}));
+                    OptionRow{"SetParkAltAz,,45", kBoth, ""}, OptionRow{"SetParkAltAz,a,b", kBoth, ""},
+                    OptionRow{"SetParkAltAz,45,5,180", kBoth, "", "txtUserParkAz"}));
 
 INSTANTIATE_TEST_SUITE_P(Others, OptionVerbs,
                          testing::Values(OptionRow{"QuayPointingCorrection,1,2.5,x", "1", "ZZ00,1,2.5,x"},

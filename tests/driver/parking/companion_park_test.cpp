@@ -112,6 +112,20 @@ protected:
     }
 };
 
+TEST_F(CompanionReleaseTest, AfterBothLegs_WhichEndWithTheParkOfTheDriver) {
+    StandingMount& standing = ReadyUp();
+    standing.replies["SM"] = "1";
+    telescope->Park();
+    EXPECT_TRUE(Logged("Disabling QUAY Safe Slewing for CW Up Park = "));
+    ASSERT_TRUE(RunUntil([&] { return driver->state.g_nParkIndex == -1 && driver->state.g_bSlewing; }));
+    EXPECT_FALSE(Logged("Re-enabled QUAY Safe Slewing = ")) << "not between the legs";
+    standing.Stand("02:00:00.0", "+40*00:00.0", "04:00:00", "West");
+    ASSERT_TRUE(WaitForParkEnd());
+    EXPECT_TRUE(Logged("Re-enabled QUAY Safe Slewing = "));
+    EXPECT_TRUE(WasSent("KA")) << "a park with the counterweight up is that of the driver";
+    EXPECT_TRUE(telescope->AtPark());
+}
+
 TEST_F(CompanionReleaseTest, AfterARefusedFirstLeg) {
     ReadyUp().replies["MS"] = "1";
     telescope->Park();

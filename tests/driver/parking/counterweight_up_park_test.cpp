@@ -106,6 +106,67 @@ TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
     EXPECT_TRUE(sent.ends_with("MS KA")) << sent;
 }
 
+TEST_F(CounterweightUpParkTest, ByDistance_BothLegsLeadToItToo) {
+    ConnectUp({2.0, 40.0, true}, {{"DontUseGOSForSlew", "1"}, {"DontQueryGOS", "1"}});
+    const MountPicture pressed = mount->Picture();
+    PressSetPark();
+    GoElsewhere();
+    telescope->Park();
+    ExpectParked();
+    EXPECT_NEAR(mount->Picture().hourAngle, pressed.hourAngle, 0.02);
+    EXPECT_EQ(mount->Picture().westSide, pressed.westSide);
+}
+
+TEST_F(CounterweightUpParkTest, AFirstLegThatEndsShort_IsFollowedByNothing) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    mount->Add(std::make_unique<Stalls>(5.0));
+    telescope->Park();
+    machine.AdvanceTime(90'000);
+    EXPECT_EQ(TimesSent("MS") - gotos, 1);
+    EXPECT_EQ(TimesSent("KA"), 0);
+    EXPECT_TRUE(driver->state.g_bParking);
+    telescope->AbortSlew();
+    ExpectCancelled();
+    ExpectNoDelay();
+}
+
+/// Firmware that knows no delay gets it with its clock.
+TEST_F(CounterweightUpParkTest, WithoutTheCommandsOfADelay_TheSecondLegFollowsTheTimeThatStandsForIt) {
+    for (const bool taken : {true, false}) {
+        SCOPED_TRACE(taken ? "taken" : "refused");
+        Connect("E3", {{"cbxParkTo", "6"},
+                       {"CounterWeightsUpPark", "1"},
+                       {"CounterWeightsUpHourAngle", "2"},
+                       {"CounterWeightsUpTimeOffset", "10"},
+                       {"CounterWeightsUpParkIntermediateSlewDec", "40"}});
+        ExpectSwallow("*");
+        StandingMount& standing = StandForPark();
+        machine.AdvanceTime(10'000);
+        ASSERT_FALSE(driver->state.g_bHasMeridianQuery);
+        Tape().Clear();
+        telescope->Park();
+        ASSERT_TRUE(driver->state.g_bParking);
+        const std::string first = Tape().Motion();
+        standing.replies["SL"] = taken ? "1" : "0";
+        // At the end of the first leg.
+        standing.Stand(HoursToHMS(driver->state.g_dTargetRa, ":", ":", "", 1), "+40*00:00.0", "04:00:00", "West");
+        Tape().Clear();
+        machine.AdvanceTime(15'000);
+        const std::string second = Tape().Motion();
+        EXPECT_NE(second.find("SL"), std::string::npos) << first << " | " << second;
+        EXPECT_EQ(second.find("MS") != std::string::npos, taken) << first << " | " << second;
+        EXPECT_EQ(driver->state.g_bParking, taken);
+        if (!taken) {
+            EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0) << "the next time takes the clock back";
+        }
+        EndTheDriver();
+        log.clear();
+    }
+}
+
 TEST_F(CounterweightUpParkTest, APlaceKeptOnTheWay_IsThatOfTheNextPark) {
     ConnectUp({2.0, 40.0, true});
     const MountPicture pressed = mount->Picture();

@@ -44,6 +44,7 @@ TEST_F(FirmwareParkTest, ByDistance_TheMotionIsSeenByItsCoordinates) {
     ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}, {"DontUseGOSForSlew", "1"}, {"DontQueryGOS", "1"}});
     telescope->Park();
     ExpectParked();
+    EXPECT_TRUE(Logged("Completed move to parked position(4)"));
 }
 
 TEST_F(FirmwareParkTest, ALostCommand_NeverEndsInAPark) {

@@ -56,6 +56,9 @@ TEST_P(ParkStopTest, EndsThePark_AndRestoresTheTracking) {
     machine.AdvanceTime(4'000);
     EXPECT_FALSE(driver->state.g_bParking);
     EXPECT_TRUE(Logged("Park canceled..."));
+    if (!driver->state.g_bGosActive) {  // a status text shows what the mount says
+        EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Park Canceled");
+    }
     ExpectCancelled();
     EXPECT_LE(TimesSent("MS"), 1);
 }
@@ -182,6 +185,40 @@ INSTANTIATE_TEST_SUITE_P(
         return std::string(std::get<0>(row.param)).substr(0, 1) + std::to_string(std::get<1>(row.param)) +
                kCallers[static_cast<int>(std::get<2>(row.param))];
     });
+
+TEST_F(ParkTest, AStopWhileAParkedMountBeginsToParkElsewhere_IsNotRefused) {
+    int stoppedInTime = 0;
+    for (std::int64_t ms = 5; ms < 1'500; ms += 60) {
+        SCOPED_TRACE("stop after " + std::to_string(ms) + " ms");
+        ConnectAt(47.0, "S", {{"cbxParkTo", "0"}});
+        telescope->Park();
+        machine.AdvanceTime(5'000);
+        ASSERT_TRUE(telescope->AtPark());
+        Telescope& other = OtherClient();
+        other.Connected(true);
+        mount->Add(std::make_unique<AnswersLate>("", 50));
+        error = 0;
+        bool wasSent = false;
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            machine.pump.PostAt(machine.clock.Elapsed() + ms, CallKind::Stop, [&] {
+                wasSent = TimesSent("MS") > 0;
+                Try([&] { other.AbortSlew(); });
+            });
+            telescope->CommandString("RAW,ParkMount,2", true);
+        });
+        EXPECT_EQ(error, 0U) << words;
+        machine.AdvanceTime(15'000);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_EQ(telescope->AtPark(), mount->Picture().parked);
+        if (!wasSent) {
+            EXPECT_EQ(TimesSent("MS"), 0);
+        }
+        EndTheDriver();
+        stoppedInTime += wasSent ? 0 : 1;
+    }
+    EXPECT_GT(stoppedInTime, 4);
+}
 
 /// The last exchange of a park is the command that parks.
 TEST_F(ParkTest, TrackingThatIsSwitchedOffBeforeTheEnd_KeepsTheMountFromBeingParked) {

@@ -41,6 +41,57 @@ TEST_F(ParkMemoryTest, ARestartInMidPark_IsNotParked) {
     }
 }
 
+TEST_F(ParkMemoryTest, ARestartInTheMoveBeforeAPark_IsNotParked) {
+    ConnectAt(47.0, "D", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "5"}},
+              MountPointing{-8.0, 70.0, false});
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 20.0; }, [&] { driver->EndOnRequest(); });
+    ExpectSwallow("*");
+    telescope->Park();
+    ASSERT_TRUE(moving.Happened());
+    StartAgain();
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-3);
+}
+
+TEST_F(ParkMemoryTest, ARestartInAParkOfTheFirmware_KnowsItsEnd) {
+    ConnectAt(47.0, "VKC5-P03-01", {{"cbxParkTo", "3"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    StartAgain();
+    EXPECT_FALSE(telescope->AtPark());
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(telescope->AtPark(), mount->Picture().parked);
+}
+
+TEST_F(ParkMemoryTest, ARestartAfterACancelledPark_IsNotParked) {
+    for (const char* firmware : {"D", "S"}) {
+        ConnectAt(47.0, firmware, {{"cbxParkTo", "2"}});
+        telescope->Park();
+        machine.AdvanceTime(3'000);
+        telescope->AbortSlew();
+        ExpectCancelled();
+        StartAgain();
+        EXPECT_FALSE(telescope->AtPark()) << firmware;
+        EndTheDriver();
+    }
+}
+
+/// Intentional: the setting does not hear of a park where the mount stands.
+TEST_F(ParkMemoryTest, ARestartAfterAParkWhereTheMountStood_KnowsItByTheStatusTextOnly) {
+    for (const char* firmware : {"D", "S"}) {
+        ConnectAt(47.0, firmware, {{"cbxParkTo", "0"}});
+        telescope->Park();
+        ExpectParked("Unknown");
+        const bool told = driver->state.g_bGosSupported;
+        StartAgain();
+        EXPECT_EQ(telescope->AtPark(), told) << firmware;
+        EndTheDriver();
+    }
+}
+
 TEST_F(ParkMemoryTest, AStatusTextJustAfterThePark_IsNotBelieved_ALaterOneIs) {
     Connect("S", {{"cbxParkTo", "0"}});
     StandForPark();  // says always that it is not parked

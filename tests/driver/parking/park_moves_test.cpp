@@ -41,7 +41,10 @@ TEST_P(EastFirstTest, TheMountGoesEast_AndThenToItsPlace) {
     EXPECT_TRUE(moving.Happened());
     EXPECT_TRUE(wasParking);
     EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q SL")) << Sent();
+    EXPECT_TRUE(
+        Logged("Slew East First=1, East Hours=3, SideOfPier=" + std::string(pier_side::kEastText) + ", HourAngle=-"));
     EXPECT_TRUE(Logged("Park Slew East 3 hours"));
+    EXPECT_TRUE(Logged(", Residual Sanity Time="));
     EXPECT_TRUE(Logged("Park Slewing East Done: 3"));
     ExpectParked();
     ExpectPointsAt(0.0, 90.0, 0.1);
@@ -150,6 +153,36 @@ TEST_P(EastFirstTest, AnotherTryThatIsStopped_RestoresTheTrackingFromBeforeTheFi
     telescope->CommandString("RAW,ParkMount,4", true);
     ASSERT_TRUE(moving.Happened());
     ExpectCancelled();
+}
+
+TEST_P(EastFirstTest, ThePollStep_CanBegin_WithoutHoldingUpTheMove) {
+    ConnectLow("3");
+    driver->state.g_bInPoll = true;  // the timer cannot fire: the move runs the step itself
+    telescope->Park();
+    driver->state.g_bInPoll = false;
+    EXPECT_TRUE(Logged("Park Slewing East Done: 3"));
+    ExpectParked();
+}
+
+TEST_P(EastFirstTest, TwelveHours_AreTheMost) {
+    ConnectLow("12");
+    const double before = mount->Picture().hourAxis;
+    const When moving(
+        machine.pump, [&] { return mount->Picture().hourAxis < before - 20.0; }, [&] { telescope->AbortSlew(); });
+    telescope->Park();
+    EXPECT_TRUE(moving.Happened());
+    EXPECT_TRUE(Logged("Park Slew East 12 hours"));
+    ExpectCancelled();
+}
+
+TEST_P(EastFirstTest, AMountOnTheWestSideBeforeSixHours_GoesEastToo) {
+    ConnectAt(47.0, GetParam(), {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "1"}},
+              MountPointing{4.0, 40.0, true});
+    Tape().Clear();
+    telescope->Park();
+    EXPECT_TRUE(Sent().starts_with("RC2 Me Q Q ")) << Sent();
+    EXPECT_TRUE(Logged("Park Slewing East Done: 1"));
+    ExpectParked();
 }
 
 TEST_P(EastFirstTest, AnotherParkInMidGoto_BeginsWhenTheMountStands) {
@@ -375,6 +408,18 @@ TEST_F(ParkMoveTest, TrackingThatIsSwitchedOffWhileTheMoveTurnsRound_KeepsItFrom
     EXPECT_FALSE(driver->state.g_bParking);
 }
 
+TEST_F(ParkMoveTest, AMountOfTheSlowModel_GetsTwiceTheTime) {
+    Connect("EK5", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}});
+    driver->mount.mountType = Mount_Type::FIR;
+    StandForPark().Stand("12:00:00.0", "+70*00:00.0", "04:00:00", "East");
+    machine.AdvanceTime(10'000);
+    const std::int64_t start = machine.clock.Elapsed();
+    telescope->Park();
+    EXPECT_GE(machine.clock.Elapsed() - start, 34'000);
+    EXPECT_LT(machine.clock.Elapsed() - start, 36'000);
+    EXPECT_TRUE(Logged("The move before the park ends here: it takes too long"));
+}
+
 struct UpRow {
     std::string name;
     MountPointing start;
@@ -407,6 +452,14 @@ INSTANTIATE_TEST_SUITE_P(Sides, LeavingTest,
                                          UpRow{"WestNear", {2.0, 40.0, true}, "Me"},
                                          UpRow{"WestFar", {8.0, 70.0, true}, "Mw"}),
                          [](const auto& row) { return row.param.name; });
+
+TEST_F(ParkMoveTest, ARaisedCounterweightInsideAPollStep_GoesDownToo) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "3"}}, MountPointing{2.0, 40.0, true});
+    driver->state.g_bInPoll = true;
+    telescope->Park();
+    driver->state.g_bInPoll = false;
+    ExpectParked();
+}
 
 TEST_F(ParkMoveTest, ARaisedCounterweightOfAMountThatSlews_GoesDownWhenTheMountStands) {
     for (const bool west : {false, true}) {

@@ -20,10 +20,10 @@ protected:
         return {hourAngle, 30.0 + Below(30), Below(2) == 0};
     }
     void DoSomething() {
-        if (driver->state.g_bParked) {
-            return;
-        }
         Telescope& client = Below(2) == 0 ? *telescope : *other_;
+        if (driver->state.g_bParked) {
+            return Below(3) == 0 ? Park(client) : void();
+        }
         switch (Below(9)) {
             case 0:
             case 1:
@@ -49,13 +49,30 @@ protected:
     void Park(Telescope& client) {
         const std::int64_t now = machine.clock.Elapsed();
         if (!driver->state.g_bSlewingEast && !driver->state.g_bLeavingCwUp) {
-            machine.pump.PostAt(now + Below(4'000), Below(2) == 0 ? CallKind::Stop : CallKind::Brief, [this] {
+            const std::uint32_t call = Below(5);
+            machine.pump.PostAt(now + Below(4'000), call == 0 ? CallKind::Stop : CallKind::StopsOne, [this, call] {
                 if (!driver->state.g_bParked) {
-                    Below(2) == 0 ? driver->panel.AbortSlew() : Try([&] { telescope->MoveAxis(1, 0.0); });
+                    GetIn(call);
                 }
             });
         }
         Try([&] { client.CommandString("RAW,ParkMount," + std::to_string(Below(7)), true); });
+    }
+
+    /// What may come between any two exchanges of a park.
+    void GetIn(std::uint32_t call) {
+        switch (call) {
+            case 0:
+                return driver->panel.AbortSlew();
+            case 1:
+                return Try([&] { telescope->MoveAxis(1, 0.0); });
+            case 2:
+                return Try([&] { telescope->Tracking(false); });
+            case 3:
+                return Try([&] { telescope->CommandString("RAW,CancelPark", true); });
+            default:
+                return Try([&] { telescope->PulseGuide(0, 0); });
+        }
     }
 
     /// What was logged at last, without what is written each second.

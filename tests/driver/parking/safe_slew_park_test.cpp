@@ -29,6 +29,16 @@ TEST_P(SafeSlewParkTest, BothLegsLeadToIt) {
     ExpectPointsAt(0.0, 90.0, 0.6);
 }
 
+TEST_P(SafeSlewParkTest, WhereTheSettingForbidsTwoLegs_OneLeadsToIt) {
+    ConnectAt(47.0, GetParam(), {{"cbxParkTo", "2"}, {"chkConvertAltAzToRaDec", "1"}, {"DisableSafeSlew", "1"}});
+    mount->Add(std::make_unique<StandsWest>());
+    mount->Add(std::make_unique<AnswersWith>("pS", "East#", 2));
+    telescope->Park();
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    ExpectParked();
+    EXPECT_EQ(TimesSent("MS"), 1);
+}
+
 TEST_P(SafeSlewParkTest, WithoutItsSecondLeg_TheParkIsNotFinished) {
     StartPark();
     // Near the end of the first leg, half an hour before the meridian, in the declination that the mount had.

@@ -67,6 +67,21 @@ TEST_F(SetParkTest, ARefusedReply_KeepsNothing) {
     }
 }
 
+/// A place that a person types is a plain one; one that the driver fills in says nothing about that.
+TEST_F(SetParkTest, ATypedPlace_EndsTheOneWithTheCounterweightUp) {
+    for (TextBox frmHandBox::*const box : {&frmHandBox::txtUserParkAlt, &frmHandBox::txtUserParkAz}) {
+        Ready();
+        {
+            const FillsHandBox filling(driver->handBox);
+            (driver->handBox.*box).Text("31");
+        }
+        EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "1");
+        (driver->handBox.*box).Text("32");
+        EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
+        EndTheDriver();
+    }
+}
+
 TEST_F(SetParkTest, WithoutAConnection_Raises) {
     Start();
     TelescopeObject client = driver->CreateTelescope();
