@@ -213,7 +213,8 @@ std::string SetMeridianDelay(Verb verb, std::string_view arguments) {
         return Failure("Value must be numeric -6 to +6");
     }
     verb.needs.fillHandBox();
-    SetText(verb.needs.handBox.txtMeridianDelay, Trim(arguments), verb.needs.driver.persist, setting::txtMeridianDelay);
+    SetText(verb.needs.handBox.txtMeridianDelay, PlainNumber(*hours), verb.needs.driver.persist,
+            setting::txtMeridianDelay);
     verb.needs.handBox.btnSetMeridianDelay.FireClick();
     return Done();
 }
@@ -224,7 +225,13 @@ std::string GetMeridianDelay(Verb verb, std::string_view) {
     return Value(std::string(TrueFalse(box.Enabled())) + "," + box.Text());
 }
 
+/// A "#" would end the command, and what follows it would be a command of its own, past the doors of a goto.
 std::string QuayPointingCorrection(Verb verb, std::string_view arguments) {
+    if (arguments.find('#') != std::string_view::npos) {
+        verb.needs.driver.log.LogMessage("QuayPointingCorrection", LogLevel::Warning,
+                                         "A text that holds \"#\" is not sent: '" + std::string(arguments) + "'");
+        return Done();
+    }
     Sequence(verb.object.Commands(), verb.needs.door, procedure::OneSetting)
         .CommandBlindInternal(wire::PointingCorrection, arguments);
     return Done();

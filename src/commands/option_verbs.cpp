@@ -30,7 +30,15 @@ std::string GetOption(Verb verb, CheckBox frmHandBox::*box) {
 
 }  // namespace
 
+/// Only a person's answer lets the option become 0. While the question is open the box is unticked, and the setting
+/// still says 1: a second wish then changes nothing.
 std::string SetUseRcalForSync(Verb verb, std::string_view arguments) {
+    if (ZeroOrOneOf(arguments, verb.needs.driver.log) == false) {
+        verb.needs.fillHandBox();
+        if (!verb.needs.handBox.chkUseRCAL.Checked() && verb.needs.driver.persist.ReadFlag(setting::chkUseRCAL)) {
+            return Done();
+        }
+    }
     return SetOption(verb, arguments, &frmHandBox::chkUseRCAL, setting::chkUseRCAL);
 }
 

@@ -37,45 +37,68 @@ TEST_P(VerbTableTest, Verb_AnswersInItsForm) {
 
 INSTANTIATE_TEST_SUITE_P(
     Verbs, VerbTableTest,
-    testing::Values(VerbRow{"Version", "1,5.50.03"}, VerbRow{"Version,with,arguments", "1,5.50.03"},
-                    VerbRow{"version", "0,Unknown Command: version"}, VerbRow{"SetEnableDebugLog,1", "1"},
-                    VerbRow{"SetEnableDebugLog,0", "1"}, VerbRow{"SetEnableDebugLog", "0,Value must be numeric 0-1"},
-                    VerbRow{"SetEnableDebugLog,2", "0,Value must be numeric 0-1"},
-                    VerbRow{"SetEnableDebugLog,on", "0,Value must be numeric 0-1"}, VerbRow{"GetConnectFailure", "1,"},
-                    VerbRow{"SetEnableDebugLog,0.4", "0,Value must be numeric 0-1"},
-                    VerbRow{"SetEnableDebugLog,1.4", "0,Value must be numeric 0-1"},
-                    VerbRow{"SetEnableDebugLog,1.0", "1"},
-                    VerbRow{"SetComTimeout,0.6", "0,Value must be numeric, greater than 0"},
-                    VerbRow{"SetComTimeout,750.0", "1"}, VerbRow{"SetComRetries,1.5", "0,Value must be numeric, >= 0"},
-                    VerbRow{"Nonsense,1,2", "0,Unknown Command: Nonsense,1,2"}, VerbRow{"", "0,Unknown Command: "},
-                    VerbRow{",", "0,Unknown Command: ,"}, VerbRow{"GetCommunicationErrors", "1,0,0,0,0,0"},
-                    VerbRow{"ResetCommunicationErrors", "1"}, VerbRow{"ResetEvents", "1"},
-                    VerbRow{"GetPulseGuideEventInfo", "1,0,0"}, VerbRow{"GetRaDecEventInfo", "1,0,0"},
-                    VerbRow{"GetPulseGuideEvents,1000", "0,GetPulseGuideEvents argument must have an index 0-999"},
-                    VerbRow{"GetPulseGuideEvents,x", "0,GetPulseGuideEvents argument must have an index 0-999"},
-                    VerbRow{"GetPulseGuideEvents", "0,GetPulseGuideEvents no index argument must have an index 0-999"},
-                    VerbRow{"GetRaDecEvents,-1", "0,GetRaDecEvents argument must have an index 0-999"},
-                    VerbRow{"GetRaDecEvents", "0,GetRaDecEvents no index argument must have an index 0-999"},
-                    VerbRow{"GetComTimeout", "1,500"}, VerbRow{"SetComTimeout,0", "0,Value must be greater than 0"},
-                    VerbRow{"SetComTimeout,-5", "0,Value must be greater than 0"},
-                    VerbRow{"SetComTimeout,x", "0,Value must be numeric, greater than 0"},
-                    VerbRow{"SetComTimeout", "0,Value must be numeric, greater than 0"},
-                    VerbRow{"SetComTimeout,99999999999", "0,Value must be numeric, greater than 0"},
-                    VerbRow{"SetComTimeout,1e3", "0,Value must be numeric, greater than 0"},
-                    VerbRow{"SetComTimeout,1", "1"}, VerbRow{"GetComRetries", "1,2"}, VerbRow{"SetComRetries,0", "1"},
-                    VerbRow{"SetComRetries,-1", "0,Value must be >= 0"},
-                    VerbRow{"SetComRetries,many", "0,Value must be numeric, >= 0"},
-                    VerbRow{"SetComRetries", "0,Value must be numeric, >= 0"},
-                    VerbRow{"GetIniValue,NoSuchKey", "0,INI Keyword not found: NoSuchKey"},
-                    VerbRow{"GetIniValue", "0,No INI Keyword specified"},
-                    VerbRow{"SetIniValue,=5", "0,Keyword=Value not specified"},
-                    VerbRow{"SetIniValue, =5", "0,Keyword=Value not specified"},
-                    VerbRow{"SetIniValue,Key", "0,Keyword=Value not specified"},
-                    VerbRow{"SetIniValue", "0,No Keyword specified"}, VerbRow{"SetIniValue,Key=", "1"}));
+    testing::Values(
+        VerbRow{"Version", "1,5.50.03"}, VerbRow{"Version,with,arguments", "1,5.50.03"},
+        VerbRow{"version", "0,Unknown Command: version"}, VerbRow{"SetEnableDebugLog,1", "1"},
+        VerbRow{"SetEnableDebugLog,0", "1"}, VerbRow{"SetEnableDebugLog", "0,Value must be numeric 0-1"},
+        VerbRow{"SetEnableDebugLog,2", "0,Value must be numeric 0-1"},
+        VerbRow{"SetEnableDebugLog,on", "0,Value must be numeric 0-1"}, VerbRow{"GetConnectFailure", "1,"},
+        VerbRow{"SetEnableDebugLog,0.4", "0,Value must be numeric 0-1"},
+        VerbRow{"SetEnableDebugLog,1.4", "0,Value must be numeric 0-1"}, VerbRow{"SetEnableDebugLog,1.0", "1"},
+        VerbRow{"SetComTimeout,0.6", "0,Value must be numeric, greater than 0"}, VerbRow{"SetComTimeout,750.0", "1"},
+        VerbRow{"SetComRetries,1.5", "0,Value must be numeric, >= 0"},
+        VerbRow{"Nonsense,1,2", "0,Unknown Command: Nonsense,1,2"}, VerbRow{"", "0,Unknown Command: "},
+        VerbRow{",", "0,Unknown Command: ,"}, VerbRow{"GetCommunicationErrors", "1,0,0,0,0,0"},
+        VerbRow{"ResetCommunicationErrors", "1"}, VerbRow{"ResetEvents", "1"},
+        VerbRow{"GetPulseGuideEventInfo", "1,0,0"}, VerbRow{"GetRaDecEventInfo", "1,0,0"},
+        VerbRow{"GetPulseGuideEvents,1000", "0,GetPulseGuideEvents argument must have an index 0-999"},
+        VerbRow{"GetPulseGuideEvents,x", "0,GetPulseGuideEvents argument must have an index 0-999"},
+        VerbRow{"GetPulseGuideEvents", "0,GetPulseGuideEvents no index argument must have an index 0-999"},
+        VerbRow{"GetRaDecEvents,-1", "0,GetRaDecEvents argument must have an index 0-999"},
+        VerbRow{"GetRaDecEvents", "0,GetRaDecEvents no index argument must have an index 0-999"},
+        VerbRow{"GetComTimeout", "1,500"}, VerbRow{"SetComTimeout,0", "0,Value must be greater than 0"},
+        VerbRow{"SetComTimeout,-5", "0,Value must be greater than 0"},
+        VerbRow{"SetComTimeout,x", "0,Value must be numeric, greater than 0"},
+        VerbRow{"SetComTimeout", "0,Value must be numeric, greater than 0"},
+        VerbRow{"SetComTimeout,99999999999", "0,Value must be numeric, greater than 0"},
+        VerbRow{"SetComTimeout,1e3", "0,Value must be numeric, greater than 0"}, VerbRow{"SetComTimeout,1", "1"},
+        VerbRow{"GetComRetries", "1,2"}, VerbRow{"SetComRetries,0", "1"},
+        VerbRow{"SetComRetries,-1", "0,Value must be >= 0"},
+        VerbRow{"SetComRetries,many", "0,Value must be numeric, >= 0"},
+        VerbRow{"SetComRetries", "0,Value must be numeric, >= 0"},
+        VerbRow{"GetIniValue,NoSuchKey", "0,INI Keyword not found: NoSuchKey"},
+        VerbRow{"GetIniValue", "0,No INI Keyword specified"},
+        VerbRow{"SetIniValue,=5", "0,Keyword=Value not specified"},
+        VerbRow{"SetIniValue, =5", "0,Keyword=Value not specified"},
+        VerbRow{"SetIniValue,Key", "0,Keyword=Value not specified"}, VerbRow{"SetIniValue", "0,No Keyword specified"},
+        VerbRow{"SetIniValue,Key=", "1"}, VerbRow{"SetIniValue,", "0,No Keyword specified"},
+        VerbRow{"SetIniValue,k=v", "1"}, VerbRow{"GetIniValue,", "0,No INI Keyword specified"},
+        VerbRow{"SetComTimeout,", "0,Value must be numeric, greater than 0"},
+        VerbRow{"GetRaDecEvents,", "0,GetRaDecEvents no index argument must have an index 0-999"},
+        VerbRow{"GetPulseGuideEvents,999", "1,999,4,1,-1,0,0,0,0"}, VerbRow{"GetRaDecEvents,999", "1,999,4,1,-1,0,0,0"},
+        VerbRow{"GetRaDecEvents,1000", "0,GetRaDecEvents argument must have an index 0-999"},
+        VerbRow{"GetRaDecEvents,x", "0,GetRaDecEvents argument must have an index 0-999"}, VerbRow{"CancelPark", "1"},
+        VerbRow{"IsFormMinimized", "1,False"}, VerbRow{"Quay", "1,0"}));
 
 TEST_F(DriverCommandsTest, IniValue_ComesBackTrimmedAndMayHoldAnEqualsSign) {
     EXPECT_EQ(Run("SetIniValue, MyKey = a=b "), "1");
     EXPECT_EQ(Run("GetIniValue,mykey"), "1,a=b");
+}
+
+TEST_F(DriverCommandsTest, IniValue_ThatIsEmpty_CountsAsNotFound) {
+    EXPECT_EQ(Run("SetIniValue,Key="), "1");
+    EXPECT_EQ(Run("GetIniValue,Key"), "0,INI Keyword not found: Key");
+}
+
+/// Verbs that talk to the mount, without a link: their answer is that of a failed action.
+TEST_F(DriverCommandsTest, VerbsOfTheMount_AreDoneWithoutALink_AndSendNothing) {
+    ExpectSwallow("*");
+    for (const char* command :
+         {"InitTime", "InitMount", "InitMount,PEM=1", "ParkMount", "ParkMount,2", "UnparkMount,2"}) {
+        EXPECT_EQ(Run(command), "1") << command;
+    }
+    EXPECT_EQ(mount->Commands().size(), 0U);
+    EXPECT_FALSE(driver->state.g_bParking);
 }
 
 TEST_F(DriverCommandsTest, AutoCalibrate_IsDoneAlsoWhereTheMountIsOutOfReach) {
@@ -104,13 +127,17 @@ TEST_F(DriverCommandsTest, CommunicationErrors_AreThoseOfTheHandBoxAndTheStalls)
     driver->counters.CountRetransmit();
     driver->counters.CountRetransmit();
     driver->counters.CountReceiveTerminatedError();
+    driver->counters.CountReceiveCountedError();
+    driver->counters.CountReceiveCountedError();
     driver->counters.CountMotorStall();
     driver->counters.CountServoFault();
     driver->counters.CountServoFault();
     driver->counters.CountLowPower();
     driver->counters.CountLowPower();
     driver->counters.CountLowPower();
-    EXPECT_EQ(Run("GetCommunicationErrors"), "1,2,1,1,2,3");
+    EXPECT_EQ(Run("GetCommunicationErrors"), "1,2,3,1,2,3");
+    EXPECT_EQ(driver->handBox.lblRetransmits.Text(), "2");
+    EXPECT_EQ(driver->handBox.lblReceiveStringErrors.Text(), "3");
     EXPECT_EQ(Run("ResetCommunicationErrors"), "1");
     EXPECT_EQ(Run("GetCommunicationErrors"), "1,0,0,0,0,0");
 }

@@ -1,7 +1,9 @@
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "driver/slews/slew_wire_fixture.h"
@@ -73,40 +75,50 @@ INSTANTIATE_TEST_SUITE_P(SlewRate, OptionVerbs,
                                          OptionRow{"SetSlewRate,abc", "1", "", "cbxInitSlewRate"},
                                          OptionRow{"SetSlewRate,abc", "1", "", "txtCustomSlewRate"},
                                          OptionRow{"SetSlewRate,1e2", "1", "", "cbxInitSlewRate"},
-                                         OptionRow{"GetSlewRate", "1,1", ""}));
+                                         OptionRow{"GetSlewRate", "1,1", ""},
+                                         OptionRow{"SetSlewRate,1", "1", "RS1", "cbxInitSlewRate", "1"},
+                                         OptionRow{"SetSlewRate,0.5", "1", "Rs0.5", "txtCustomSlewRate", "0.5"},
+                                         OptionRow{"SetSlewRate,0,5", "1", "Rs0.5", "cbxInitSlewRate", "3"}));
 
-INSTANTIATE_TEST_SUITE_P(GuideRateAndPem, OptionVerbs,
-                         testing::Values(OptionRow{"SetGuideRate", "1", "RG1"},
-                                         OptionRow{"SetGuideRate,0", "1", "RG0", "cbxInitGuideRate", "0"},
-                                         OptionRow{"SetGuideRate,2", "1", "RG2", "cbxInitGuideRate", "2"},
-                                         OptionRow{"SetGuideRate,3", "0,Range is 0-2", "", "cbxInitGuideRate"},
-                                         OptionRow{"SetGuideRate,-1", "0,Range is 0-2", "", "cbxInitGuideRate"},
-                                         OptionRow{"SetGuideRate,0.5", "0,Range is 0-2", ""},
-                                         OptionRow{"SetGuideRate,x", kNo02, "", "cbxInitGuideRate"},
-                                         OptionRow{"GetGuideRate", "1,1", ""}, OptionRow{"SetPem", "1", "pP"},
-                                         OptionRow{"SetPem,0", "1", "p", "cbxInitPEM", "0"},
-                                         OptionRow{"SetPem,1", "1", "pP", "cbxInitPEM", "1"},
-                                         OptionRow{"SetPem,2", kNo01, "", "cbxInitPEM"},
-                                         OptionRow{"SetPem,on", kNo01, ""}));
+INSTANTIATE_TEST_SUITE_P(
+    GuideRateAndPem, OptionVerbs,
+    testing::Values(OptionRow{"SetGuideRate", "1", "RG1"},
+                    OptionRow{"SetGuideRate,0", "1", "RG0", "cbxInitGuideRate", "0"},
+                    OptionRow{"SetGuideRate,2", "1", "RG2", "cbxInitGuideRate", "2"},
+                    OptionRow{"SetGuideRate,3", "0,Range is 0-2", "", "cbxInitGuideRate"},
+                    OptionRow{"SetGuideRate,-1", "0,Range is 0-2", "", "cbxInitGuideRate"},
+                    OptionRow{"SetGuideRate,0.5", "0,Range is 0-2", ""},
+                    OptionRow{"SetGuideRate,x", kNo02, "", "cbxInitGuideRate"}, OptionRow{"GetGuideRate", "1,1", ""},
+                    OptionRow{"SetPem", "1", "pP"}, OptionRow{"SetPem,0", "1", "p", "cbxInitPEM", "0"},
+                    OptionRow{"SetPem,1", "1", "pP", "cbxInitPEM", "1"}, OptionRow{"SetPem,2", kNo01, "", "cbxInitPEM"},
+                    OptionRow{"SetPem,on", kNo01, ""}, OptionRow{"SetGuideRate,", "1", "RG1", "cbxInitGuideRate"},
+                    OptionRow{"SetGuideRate,1", "1", "RG1", "cbxInitGuideRate", "1"},
+                    OptionRow{"SetPem,", "1", "pP", "cbxInitPEM"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Backlash, OptionVerbs,
-    testing::Values(OptionRow{"SetRaBacklash", "1", "Br0*00:11.0"}, OptionRow{"SetDecBacklash", "1", "Bd0*00:12.0"},
-                    OptionRow{"SetRaBacklash,0", "1", "Br0*00:00.0", "txtInitRaBacklash", "0"},
-                    OptionRow{"SetRaBacklash,59", "1", "Br0*00:59.0", "txtInitRaBacklash", "59"},
-                    OptionRow{"SetDecBacklash,2.5", "1", "Bd0*00:02.5", "txtInitDecBacklash", "2.5"},
-                    OptionRow{"SetRaBacklash,60", kNo59, "", "txtInitRaBacklash"},
-                    OptionRow{"SetRaBacklash,59.1", kNo59, ""},
-                    OptionRow{"SetDecBacklash,-1", kNo59, "", "txtInitDecBacklash"},
-                    OptionRow{"SetDecBacklash,x", kNo59, ""}, OptionRow{"GetRaBacklash", "1,11", ""},
-                    OptionRow{"GetDecBacklash", "1,12", ""}));
+    testing::Values(
+        OptionRow{"SetRaBacklash", "1", "Br0*00:11.0"}, OptionRow{"SetDecBacklash", "1", "Bd0*00:12.0"},
+        OptionRow{"SetRaBacklash,0", "1", "Br0*00:00.0", "txtInitRaBacklash", "0"},
+        OptionRow{"SetRaBacklash,59", "1", "Br0*00:59.0", "txtInitRaBacklash", "59"},
+        OptionRow{"SetDecBacklash,2.5", "1", "Bd0*00:02.5", "txtInitDecBacklash", "2.5"},
+        OptionRow{"SetRaBacklash,60", kNo59, "", "txtInitRaBacklash"}, OptionRow{"SetRaBacklash,59.1", kNo59, ""},
+        OptionRow{"SetDecBacklash,-1", kNo59, "", "txtInitDecBacklash"}, OptionRow{"SetDecBacklash,x", kNo59, ""},
+        OptionRow{"GetRaBacklash", "1,11", ""}, OptionRow{"GetDecBacklash", "1,12", ""},
+        OptionRow{"SetRaBacklash,", "1", "Br0*00:11.0", "txtInitRaBacklash"},
+        OptionRow{"SetRaBacklash,-1", kNo59, "", "txtInitRaBacklash"}, OptionRow{"SetRaBacklash,x", kNo59, ""},
+        OptionRow{"SetDecBacklash,0", "1", "Bd0*00:00.0", "txtInitDecBacklash", "0"},
+        OptionRow{"SetDecBacklash,59", "1", "Bd0*00:59.0", "txtInitDecBacklash", "59"},
+        OptionRow{"SetDecBacklash,60", kNo59, "", "txtInitDecBacklash"}));
 
 INSTANTIATE_TEST_SUITE_P(
     MeridianDelay, OptionVerbs,
     testing::Values(OptionRow{"SetMeridianDelay", "0,No value specified... must be numeric -6 to +6", ""},
                     OptionRow{"SetMeridianDelay,6.1", kNo6, "", "txtMeridianDelay"},
                     OptionRow{"SetMeridianDelay,-7", kNo6, ""}, OptionRow{"SetMeridianDelay,x", kNo6, ""},
-                    OptionRow{"GetMeridianDelay", "1,True,0", ""}));
+                    OptionRow{"GetMeridianDelay", "1,True,0", ""},
+                    OptionRow{"SetMeridianDelay,", "0,No value specified... must be numeric -6 to +6", "",
+                              "txtMeridianDelay"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Boxes, OptionVerbs,
@@ -117,7 +129,10 @@ INSTANTIATE_TEST_SUITE_P(
                     OptionRow{"GetEnableTrackingOnUnpark", "1,1", ""},
                     OptionRow{"SetEnableTrackingOnUnpark,0", "1", "", "chkEnableMountTracking", "0"},
                     OptionRow{"SetEnableTrackingOnUnpark,1", "1", "", "chkEnableMountTracking", "1"},
-                    OptionRow{"SetEnableTrackingOnUnpark,x", kNo01, ""}));
+                    OptionRow{"SetEnableTrackingOnUnpark,x", kNo01, ""},
+                    OptionRow{"SetEnableTrackingOnUnpark", kNo01, "", "chkEnableMountTracking"},
+                    OptionRow{"SetEnableTrackingOnUnpark,2", kNo01, "", "chkEnableMountTracking"},
+                    OptionRow{"SetUseRcalForSync,x", kNo01, "", "chkUseRCAL"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Positions, OptionVerbs,
@@ -136,7 +151,17 @@ INSTANTIATE_TEST_SUITE_P(
                     OptionRow{"SetParkPosition,park 3", "0,Invalid Park Position", "", "cbxParkTo"},
                     OptionRow{"SetUnparkPosition,Nowhere", "0,Invalid Unpark Position", ""},
                     OptionRow{"SetParkPosition,AltAz", "1,6,Alt/Az", "", "cbxParkTo", "6"},
-                    OptionRow{"SetUnparkPosition,AltAz", "1,6,Alt/Az", "", "cbxUnparkFrom", "6"}));
+                    OptionRow{"SetUnparkPosition,AltAz", "1,6,Alt/Az", "", "cbxUnparkFrom", "6"},
+                    OptionRow{"SetUnparkPosition,Park 3", "1,3,Park 3", "", "cbxUnparkFrom", "3"},
+                    OptionRow{"SetUnparkPosition,Park 3", "1,3,Park 3", "", "cbxUnparkFromText", "Park 3"},
+                    OptionRow{"SetUnparkPosition,-1", "0,UnPark Position must be in range 0-7", "", "cbxUnparkFrom"},
+                    OptionRow{"SetUnparkPosition,1.5", "0,UnPark Position must be in range 0-7", "", "cbxUnparkFrom"},
+                    OptionRow{"SetParkPosition,0", "1,Current Position", "", "cbxParkTo", "0"},
+                    OptionRow{"SetUnparkPosition,0", "1,Last Parked", "", "cbxUnparkFrom", "0"},
+                    OptionRow{"SetParkPosition,Alt/Az", "1,6,Alt/Az", "", "cbxParkToText", "Alt/Az"},
+                    OptionRow{"SetUnparkPosition,Alt/Az", "1,6,Alt/Az", "", "cbxUnparkFromText", "Alt/Az"},
+                    OptionRow{"SetParkPosition,7", "0,Park Position must be in range 0-6", "", "cbxParkToText"},
+                    OptionRow{"SetParkPosition,", "0,No Park Position specified", "", "cbxParkTo"}));
 
 const std::string kBoth = "0,Alt,Az both not specified";
 
@@ -153,11 +178,15 @@ INSTANTIATE_TEST_SUITE_P(
                     OptionRow{"SetParkAltAz,45,-1", "0,Az not in range 0 to <360", ""},
                     OptionRow{"SetParkAltAz,45", kBoth, ""}, OptionRow{"SetParkAltAz,45,", kBoth, ""},
                     OptionRow{"SetParkAltAz,,45", kBoth, ""}, OptionRow{"SetParkAltAz,a,b", kBoth, ""},
-                    OptionRow{"SetParkAltAz,45,5,180", kBoth, "", "txtUserParkAz"}));
+                    OptionRow{"SetParkAltAz,45,5,180", kBoth, "", "txtUserParkAz"}),
+                    OptionRow{"SetParkAltAz,45,360", "0,Az not in range 0 to <360", "", "txtUserParkAz"},
+                    OptionRow{"SetParkAltAz,45", kBoth, "", "txtUserParkAlt"}));
 
 INSTANTIATE_TEST_SUITE_P(Others, OptionVerbs,
                          testing::Values(OptionRow{"QuayPointingCorrection,1,2.5,x", "1", "ZZ00,1,2.5,x"},
-                                         OptionRow{"Quay", "1,0", ""},
+                                         OptionRow{"QuayPointingCorrection", "1", "ZZ00,"},
+                                         OptionRow{"QuayPointingCorrection,1#:MS", "1", ""},
+                                         OptionRow{"QuayPointingCorrection,#", "1", ""}, OptionRow{"Quay", "1,0", ""},
                                          OptionRow{"GetDisableSafetySlews", "1,False", ""},
                                          OptionRow{"IsFormMinimized", "1,False", ""}));
 
@@ -173,6 +202,94 @@ TEST_F(HandBoxVerbsTest, CustomRate_IsReadBack_AndNeedsAListThatHasIt) {
               }),
               "");
     EXPECT_EQ(Setting("txtCustomSlewRate"), stored);
+}
+
+TEST_F(HandBoxVerbsTest, CustomRate_IsShown_AlsoOneThatIsNotSent) {
+    Connect("S", {{"cbxInitSlewRate", "1"}});
+    EXPECT_EQ(Run("SetSlewRate,1500"), "1");
+    EXPECT_EQ(HandBox().cbxInitSlewRate.ListIndex(), 3);
+    EXPECT_EQ(HandBox().txtCustomSlewRate.Text(), "1500");
+    EXPECT_EQ(Run("GetSlewRate"), "1,3,1500");
+    EXPECT_EQ(Run("SetSlewRate,0"), "1");
+    HandBox().cbxInitSlewRate.ListItems({"300x", "450x", "600x"});
+    driver->persist.WriteIniValue("cbxInitSlewRate", "0");
+    EXPECT_EQ(Run("SetSlewRate,800")[0], '0');
+    EXPECT_EQ(Setting("cbxInitSlewRate"), "0");
+}
+
+TEST_F(HandBoxVerbsTest, Backlash_IsReadBack) {
+    Connect("S");
+    EXPECT_EQ(Run("SetRaBacklash,3,5"), "1");
+    EXPECT_EQ(Run("GetRaBacklash"), "1,3.5");
+    EXPECT_EQ(Run("SetDecBacklash,59"), "1");
+    EXPECT_EQ(Run("GetDecBacklash"), "1,59");
+    EXPECT_EQ(Run("SetDecBacklash,60")[0], '0');
+    EXPECT_EQ(Run("GetDecBacklash"), "1,59");
+}
+
+TEST_F(HandBoxVerbsTest, UsersPlace_CanBeChangedWhereAListHasIt) {
+    Connect("S", {{"cbxParkTo", "0"}, {"cbxUnparkFrom", "0"}});
+    const auto enabled = [&] { return HandBox().txtUserParkAlt.Enabled() && HandBox().txtUserParkAz.Enabled(); };
+    EXPECT_FALSE(enabled());
+    for (const std::string list : {"SetParkPosition", "SetUnparkPosition"}) {
+        EXPECT_EQ(Run(list + ",AltAz"), "1,6,Alt/Az");
+        EXPECT_TRUE(enabled());
+        EXPECT_EQ(Run(list + ",Park 2"), "1,2,Park 2");
+        EXPECT_FALSE(enabled());
+        EXPECT_EQ(Run(list + ",99")[0], '0');
+        EXPECT_EQ(Run(list + ",Alt")[0], '0');
+        EXPECT_FALSE(enabled());
+    }
+    EXPECT_EQ(Run("GetParkPosition"), "1,2,Park 2");
+    EXPECT_EQ(Run("GetUnparkPosition"), "1,2,Park 2");
+}
+
+struct DelayRow {
+    std::string argument;
+    std::string sent;
+    double hours;
+    std::string shown;
+};
+
+class MeridianDelays : public HandBoxVerbsTest, public testing::WithParamInterface<DelayRow> {};
+
+TEST_P(MeridianDelays, GoToTheMountWithTheTime_WhichIsAskedForAtOnce) {
+    const auto& [argument, sent, hours, shown] = GetParam();
+    Connect("S");
+    EXPECT_EQ(Run("SetMeridianDelay,2"), "1");
+    machine.AdvanceTime(1'000);
+    const Tick before = driver->state.g_tickLastTime;
+    const std::string all = SentDuring([&] { EXPECT_EQ(Run("SetMeridianDelay," + argument), "1"); });
+    EXPECT_EQ(all.find("GM GM " + sent + " SL"), 0U) << all;
+    EXPECT_EQ(driver->state.g_dMeridianDelay, hours);
+    EXPECT_EQ(mount->Picture().meridianDelay, hours);
+    EXPECT_EQ(Setting("txtMeridianDelay"), shown);
+    EXPECT_EQ(Run("GetMeridianDelay"), "1,True," + shown);
+    EXPECT_LE(driver->state.g_tickLastTime - before, 0) << "the time is due for the next step of the poll";
+    EXPECT_GE(machine.clock.GetTickCount() - driver->state.g_tickLastTime, 5'000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hours, MeridianDelays,
+                         testing::Values(DelayRow{"6", "SM06:00:00", 6.0, "6"},
+                                         DelayRow{"-6", "SM-06:00:00", -6.0, "-6"},
+                                         DelayRow{"0", "SM00:00:00", 0.0, "0"},
+                                         DelayRow{"1,5", "SM01:30:00", 1.5, "1.5"},
+                                         DelayRow{" -0.5 ", "SM-00:30:00", -0.5, "-0.5"}));
+
+TEST_F(HandBoxVerbsTest, MeridianDelay_InAStepOfThePoll_GoesOutAfterIt) {
+    Connect("S");
+    driver->state.g_bInPoll = true;
+    EXPECT_EQ(SentDuring([&] { EXPECT_EQ(Run("SetMeridianDelay,1"), "1"); }), "");
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(200);
+    EXPECT_EQ(driver->state.g_dMeridianDelay, 1.0);
+    EXPECT_EQ(mount->Picture().meridianDelay, 1.0);
+}
+
+TEST_F(HandBoxVerbsTest, MeridianDelay_SaysWhetherItsBoxCanBeChanged) {
+    Connect("S");
+    HandBox().txtMeridianDelay.Enabled(false);
+    EXPECT_EQ(Run("GetMeridianDelay"), "1,False,0");
 }
 
 TEST_F(HandBoxVerbsTest, MeridianDelay_GoesOutWithTheTime) {
@@ -191,6 +308,17 @@ TEST_F(HandBoxVerbsTest, Pem_IsToldByItsState) {
     EXPECT_EQ(Run("GetPem"), "1,1");
     EXPECT_EQ(Run("SetPem,0"), "1");
     EXPECT_EQ(Run("GetPem"), "1,2");
+    for (const std::int16_t state : {std::int16_t{3}, std::int16_t{0}}) {
+        driver->state.g_nPemState = state;
+        EXPECT_EQ(Run("GetPem"), "1," + std::to_string(state));
+    }
+}
+
+TEST_F(HandBoxVerbsTest, Pem_OnFirmwareWithoutIt_IsOnlyStored) {
+    Connect("S", {{"cbxInitPEM", "0"}});
+    driver->state.g_bPemAvailable = false;
+    EXPECT_EQ(MotionDuring([&] { EXPECT_EQ(Run("SetPem,1"), "1"); }), "");
+    EXPECT_EQ(Setting("cbxInitPEM"), "1");
 }
 
 struct StandingChoice {
@@ -252,6 +380,17 @@ TEST_F(HandBoxVerbsTest, SafetySlews_ComeBackOnlyWhereTheFirmwareHasNoneOfItsOwn
     EXPECT_EQ(Run("GetDisableSafetySlews"), "1,True");
 }
 
+TEST_F(HandBoxVerbsTest, SafetySlews_AreTurnedOffForThisProcessAlone) {
+    Connect("S", {{"DisableSafeSlew", "0"}, {"SafeSlewRaDec", "1"}});
+    EXPECT_EQ(Run("DisableSafetySlews,1"), "1");
+    EXPECT_EQ(Setting("DisableSafeSlew"), "0");
+    EXPECT_EQ(Setting("SafeSlewRaDec"), "1");
+    EXPECT_FALSE(driver->state.g_bForkMount);
+    EXPECT_FALSE(driver->state.g_bFirmwareSafeSlew);
+    EXPECT_EQ(Run("DisableSafetySlews,yes"), "1");
+    EXPECT_EQ(Run("GetDisableSafetySlews"), "1,False");
+}
+
 TEST_F(HandBoxVerbsTest, Companion_IsToldOnceItIsProved) {
     Connect("S");
     driver->state.g_bQuayLink = true;
@@ -262,12 +401,16 @@ TEST_F(HandBoxVerbsTest, Companion_IsToldOnceItIsProved) {
 TEST_F(HandBoxVerbsTest, Window_GoesToTheTrayAndComesBack) {
     Connect("S");
     ASSERT_TRUE(HandBox().Visible());
-    EXPECT_EQ(Run("Minimize"), "1");
-    EXPECT_FALSE(HandBox().Visible());
-    EXPECT_EQ(Run("IsFormMinimized"), "1,True");
-    EXPECT_EQ(Run("Maximize"), "1");
-    EXPECT_TRUE(HandBox().Visible());
-    EXPECT_EQ(Run("IsFormMinimized"), "1,False");
+    for (int twice = 0; twice < 2; ++twice) {
+        EXPECT_EQ(Run("Minimize"), "1");
+        EXPECT_FALSE(HandBox().Visible());
+        EXPECT_EQ(Run("IsFormMinimized"), "1,True");
+    }
+    for (int twice = 0; twice < 2; ++twice) {
+        EXPECT_EQ(Run("Maximize"), "1");
+        EXPECT_TRUE(HandBox().Visible());
+        EXPECT_EQ(Run("IsFormMinimized"), "1,False");
+    }
 }
 
 TEST_F(HandBoxVerbsTest, LegacyFile_IsNamed_AndDeletedOnce) {
@@ -281,42 +424,99 @@ TEST_F(HandBoxVerbsTest, LegacyFile_IsNamed_AndDeletedOnce) {
     EXPECT_EQ(Run("DeleteIniFile"), "0,File does not exist: " + file.string());
 }
 
+TEST_F(HandBoxVerbsTest, LegacyFile_ThatCannotBeDeleted_IsLogged) {
+    Connect("S");
+    const std::filesystem::path file = driver->persist.LegacyFile();
+    std::filesystem::remove(file);
+    std::filesystem::create_directories(file / "not empty");
+    EXPECT_EQ(Run("DeleteIniFile"), "1");
+    EXPECT_EQ(TimesLogged("Cannot delete " + file.string() + ": "), 1);
+    EXPECT_TRUE(std::filesystem::exists(file));
+}
+
 TEST_F(HandBoxVerbsTest, AllValues_FailLikeAnUnknownVerb_WhereThereAreAny) {
     Connect("S");
     EXPECT_EQ(Run("GetAllIniValues"), "0,Unknown Command: GetAllIniValues");
     ExpectSwallow("ExecuteDriverCommand");
 }
 
-TEST_F(HandBoxVerbsTest, UnmeantPlainSyncs_LeaveTheBoxTicked_AndMeantOnesClearIt) {
+/// A person in front of the warning about plain syncs.
+class PlainSyncWarning : public HandBoxVerbsTest {
+protected:
+    void Show() {
+        Connect("S");
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+        Form().Attach(view_);
+    }
+    void TearDown() override {
+        if (driver) {
+            Form().Detach(view_);
+        }
+        HandBoxVerbsTest::TearDown();
+    }
+    frmRcalSyncWarning& Form() { return driver->rcalSyncWarningForm; }
+    void AnswerWith(const std::function<void()>& answer) {
+        answers_ = std::make_unique<When>(
+            machine.pump, [&] { return Form().Visible(); }, answer);
+        EXPECT_EQ(Run("SetUseRcalForSync,0"), "1");
+        EXPECT_TRUE(answers_->Happened());
+    }
+
+private:
+    class Watcher final : public FormView {
+    public:
+        void Changed(kestrane::Form&, std::string_view, Property) override {}
+    } view_;
+    std::unique_ptr<When> answers_;
+};
+
+TEST_F(PlainSyncWarning, WithoutAView_LeavesTheBoxTicked) {
     Connect("S");
-    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
     EXPECT_EQ(Run("SetUseRcalForSync,0"), "1");
     EXPECT_TRUE(HandBox().chkUseRCAL.Checked());
     EXPECT_EQ(Run("GetUseRcalForSync"), "1,1");
     EXPECT_TRUE(LoggedAs("frmRcalSyncWarning", 1, "No window can be shown: the question counts as cancelled"));
+}
 
-    class Watcher final : public FormView {
-    public:
-        void Changed(Form&, std::string_view, Property) override {}
-    } view;
-    frmRcalSyncWarning& form = driver->rcalSyncWarningForm;
-    form.Attach(view);
+TEST_F(PlainSyncWarning, ThatIsAccepted_ClearsTheOption) {
+    Show();
     std::string words;
     std::string storedMeanwhile;
-    const When answers(
-        machine.pump, [&] { return form.Visible(); },
-        [&] {
-            words = form.btnOK.Text() + "|" + form.btnCancel.Text();
-            storedMeanwhile = Setting("chkUseRCAL");
-            form.btnOK.FireClick();
-        });
-    EXPECT_EQ(Run("SetUseRcalForSync,0"), "1");
+    AnswerWith([&] {
+        words = Form().btnOK.Text() + "|" + Form().btnCancel.Text();
+        storedMeanwhile = Setting("chkUseRCAL");
+        Form().btnOK.FireClick();
+    });
     EXPECT_EQ(words, "OK to continue unchecked|CANCEL to leave checked");
     EXPECT_EQ(storedMeanwhile, "1");
     EXPECT_EQ(Setting("chkUseRCAL"), "0");
     EXPECT_EQ(Run("GetUseRcalForSync"), "1,0");
     EXPECT_EQ(Run("SetUseRcalForSync,0"), "1") << "nothing is unticked, so nobody is asked";
-    form.Detach(view);
+}
+
+TEST_F(PlainSyncWarning, ThatIsCancelled_LeavesTheOption) {
+    Show();
+    AnswerWith([&] { Form().btnCancel.FireClick(); });
+    EXPECT_EQ(Setting("chkUseRCAL"), "1");
+    EXPECT_EQ(Run("GetUseRcalForSync"), "1,1");
+}
+
+TEST_F(PlainSyncWarning, OnlyItsAnswerCounts_NotASecondWishMeanwhile) {
+    Show();
+    std::string storedMeanwhile;
+    AnswerWith([&] {
+        EXPECT_EQ(OtherClient().CommandString("RAW,SetUseRcalForSync,0", true), "1");
+        storedMeanwhile = Setting("chkUseRCAL");
+        Form().btnCancel.FireClick();
+    });
+    EXPECT_EQ(storedMeanwhile, "1");
+    EXPECT_EQ(Setting("chkUseRCAL"), "1");
+    EXPECT_TRUE(HandBox().chkUseRCAL.Checked());
+    AnswerWith([&] {
+        EXPECT_EQ(OtherClient().CommandString("RAW,SetUseRcalForSync,0", true), "1");
+        Form().btnOK.FireClick();
+    });
+    EXPECT_EQ(Setting("chkUseRCAL"), "0");
 }
 
 TEST_F(HandBoxVerbsTest, BeforeTheFirstConnect_TheSettingsAreTold) {
