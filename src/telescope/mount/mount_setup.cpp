@@ -148,12 +148,12 @@ void MountSetup::MakeCurrent(std::int16_t siteId, double elevation) {
 
 void MountSetup::SendPosition(const SiteNumbers& numbers) {
     ResumeNext errors{driver_.ledger, "SendLongLat"};
+    const double east = NormalizeDegrees180(numbers.longitude);  // an old site may have 200 degrees east
     const std::string latitude = DegreesToDMS(numbers.latitude, "*", ":", "", state_.g_nPrecisionLatLong);
     Sequence mount = Talk(procedure::Initialization);
     SendHalf(mount, wire::SetLatitude, "latitudeSiteLatitude", latitude.starts_with('-') ? latitude : "+" + latitude);
-    SendHalf(mount, wire::SetLongitude, "longitudeSiteLongitude",
-             LongitudeText(numbers.longitude, state_.g_nPrecisionLatLong));
-    errors.Step([&] { telescope_.SiteLongitude(numbers.longitude); });
+    SendHalf(mount, wire::SetLongitude, "longitudeSiteLongitude", LongitudeText(east, state_.g_nPrecisionLatLong));
+    errors.Step([&] { telescope_.SiteLongitude(east); });
     errors.Step([&] { telescope_.SiteLatitude(numbers.latitude); });
 }
 

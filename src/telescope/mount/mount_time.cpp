@@ -140,7 +140,12 @@ bool TimeSteps::SendMeridianDelay(Sequence& mount) {
         return false;
     }
     const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
-    return mount.CommandBoolInternal(wire::SetMeridianDelay, delay);
+    if (!mount.CommandBoolInternal(wire::SetMeridianDelay, delay)) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "The Meridian Delay was rejected by the KS mount: " + delay);
+        return false;
+    }
+    return true;
 }
 
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {

@@ -1,7 +1,9 @@
 #include "telescope/mount/mount_initialization.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <map>
 #include <regex>
 #include <string>
 
@@ -91,7 +93,10 @@ struct ItemRow {
 class InitItems : public InitializationTest, public testing::WithParamInterface<ItemRow> {};
 
 TEST_P(InitItems, SendsItsStepAlone) {
-    Connect("S", {{"txtCustomSlewRate", " 800 "}, {"txtInitRaBacklash", "7"}, {"cbxInitTrackingRate", "0"}});
+    Connect("S", {{"txtCustomSlewRate", " 800 "},
+                  {"txtInitRaBacklash", "7"},
+                  {"txtInitDecBacklash", "8"},
+                  {"cbxInitTrackingRate", "0"}});
     EXPECT_EQ(InitMount(GetParam().item), GetParam().sent);
 }
 
@@ -100,13 +105,15 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ItemRow{"Nonsense=3", ""}, ItemRow{"CustomSlewRate=700", ""},
                     ItemRow{"DecBacklash=60", "Bd0*00:59.9"}, ItemRow{"DecBacklash=-3", "Bd0*00:00.0"},
                     ItemRow{"DecBacklash=12.34", "Bd0*00:12.3"}, ItemRow{"RaBacklash=5", "Br0*00:05.0"},
-                    ItemRow{"RaBacklash=-1", "Br0*00:07.0"}, ItemRow{"GuideRate=0", "RG0"},
-                    ItemRow{"GuideRate=1", "RG1"}, ItemRow{"GuideRate=2", "RG2"}, ItemRow{"GuideRate=9", "RG2"},
-                    ItemRow{"PEM=1", "pP"}, ItemRow{"PEM=0", "p"}, ItemRow{"PEM=2", ""}, ItemRow{"SlewRate=0", "RS0"},
-                    ItemRow{"SlewRate=1", "RS1"}, ItemRow{"SlewRate=2", "RS2"}, ItemRow{"SlewRate=3", "Rs800"},
-                    ItemRow{"SlewRate=4", ""}, ItemRow{"TrackingRate=0", "Q RT0"}, ItemRow{"TrackingRate=1", "Q RT1"},
-                    ItemRow{"TrackingRate=2", "Q RT2"}, ItemRow{"TrackingRate=3", "# Q RT9"},
-                    ItemRow{"TrackingRate=-1", "Q RT0"}, ItemRow{"TrackingRate=4", ""}, ItemRow{"Site=Nowhere", "U"}));
+                    ItemRow{"RaBacklash=-1", "Br0*00:07.0"}, ItemRow{"RaBacklash=60", "Br0*00:59.9"},
+                    ItemRow{"RaBacklash=-3", "Br0*00:00.0"}, ItemRow{"DecBacklash=-1", "Bd0*00:08.0"},
+                    ItemRow{"GuideRate=0", "RG0"}, ItemRow{"GuideRate=1", "RG1"}, ItemRow{"GuideRate=2", "RG2"},
+                    ItemRow{"GuideRate=9", "RG2"}, ItemRow{"PEM=1", "pP"}, ItemRow{"PEM=0", "p"}, ItemRow{"PEM=2", ""},
+                    ItemRow{"SlewRate=0", "RS0"}, ItemRow{"SlewRate=1", "RS1"}, ItemRow{"SlewRate=2", "RS2"},
+                    ItemRow{"SlewRate=3", "Rs800"}, ItemRow{"SlewRate=4", ""}, ItemRow{"TrackingRate=0", "Q RT0"},
+                    ItemRow{"TrackingRate=1", "Q RT1"}, ItemRow{"TrackingRate=2", "Q RT2"},
+                    ItemRow{"TrackingRate=3", "# Q RT9"}, ItemRow{"TrackingRate=-1", "Q RT0"},
+                    ItemRow{"TrackingRate=4", ""}, ItemRow{"Site=Nowhere", "U"}));
 
 TEST_F(InitializationTest, AllItems_GoOutInTheirOrder) {
     Connect("S");
@@ -137,6 +144,12 @@ TEST_F(InitializationTest, EachStep_FollowsOneThatTheMountRefuses) {
     EXPECT_TRUE(Logged("KS mount rejected longitudeSiteLongitude = 010*00:00"));
     EXPECT_TRUE(Logged("Error setting Dec Backlash-> Dec Backlash = 2"));
     EXPECT_TRUE(Logged("Error setting RA Backlash-> RA Backlash = 1"));
+    const auto line = [&](const std::string& text) {
+        return std::ranges::find_if(log, [&](const LogLine& each) { return each.message.starts_with(text); });
+    };
+    EXPECT_EQ(driver->persist.Read(setting::Latitude), "N 50 0 0") << "stored although the mount has refused it";
+    EXPECT_EQ(driver->persist.Read(setting::Longitude), "W 10 0 0");
+    EXPECT_LT(line("SET SiteLongitude = "), line("SET SiteLatitude = "));
 }
 
 TEST_F(InitializationTest, RefusedHalfOfThePosition_EndsTheUnparkAlone) {
@@ -242,6 +255,13 @@ TEST_F(InitializationTest, TrackingRateOfTheSettings_IsNotApplied) {
     EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }).find("RT0"), std::string::npos);
 }
 
+TEST_F(InitializationTest, PositionThatNobodyHasChosen_IsWhereTheMountStands) {
+    Connect("S", kNoSteps);
+    EXPECT_EQ(Sent([&] { telescope->CommandString("RAW,InitMount", true); }),
+              "# # # U RT9 U SM0:00:00.0 SL SC # Q RT2");
+    EXPECT_TRUE(PollRuns());
+}
+
 TEST_F(InitializationTest, StoredPosition_OfAMountThatWasNotParked_IsNotUsedUnconfirmed) {
     SettingTexts settings = kNoSteps;
     settings.insert(settings.end(), {{"chkSetSlewRate", "1"}, {"cbxUnparkFrom", "5"}, {"cbxUnparkFromText", "Park 5"}});
@@ -323,6 +343,32 @@ TEST_F(InitializationTest, SiteThatIsNamed_BecomesTheCurrentOne_AndNoOtherChange
     EXPECT_TRUE(Logged("SET SiteLongitude = -70.2084"));
     EXPECT_NEAR(mount->Picture().latitude, -33.504167, 1e-4);
     EXPECT_EQ(driver->handBox.txtActualLatitude.Text(), "-33*30:15");
+}
+
+TEST_F(InitializationTest, LongitudeBeyondHalfATurn_IsTheSamePlaceForMountAndSettings) {
+    Connect("S");
+    AddSite("Far", "N 1 0 0.0", "E 200 0 0.0");
+    EXPECT_EQ(InitMount("Site=Far"), "St+01*00:00 Sg160*00:00 U");
+    EXPECT_EQ(driver->persist.Read(setting::Longitude), "W 160 0 0");
+}
+
+TEST_F(InitializationTest, ThePollIsOffTheLineUntilItsEnd) {
+    Connect("S");
+    AddSite("Home", "S 33 30 15.0", "W 70 12 30.0");
+    StandingMount& standing = Stand();
+    standing.replies["S"] = "1";
+    standing.replies["Bd"] = "1";
+    standing.replies["SC"] = "1Updating#data#";
+    std::map<std::string, bool> polled;
+    standing.onCommand = [&](const std::string& command) {
+        polled[command.substr(0, 2)] |= driver->handBox.tmrQueryRaDecAltAz.Enabled();
+    };
+    EXPECT_EQ(telescope->CommandString("RAW,InitMount,SyncTime,Site=Home,Unpark=0,DecBacklash=1,PEM=1", true), "1");
+    for (const char* command : {"SL", "SC", "GG", "St", "Sg", "RT", "Bd", "pP"}) {
+        ASSERT_EQ(polled.count(command), 1U) << command;
+        EXPECT_FALSE(polled[command]) << command;
+    }
+    EXPECT_TRUE(PollRuns());
 }
 
 TEST_F(InitializationTest, SiteThatIsNamed_IsShown_AndItsElevationCounts) {

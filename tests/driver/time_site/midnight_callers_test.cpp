@@ -49,6 +49,7 @@ TEST_P(MidnightCallers, SendAllButTheTime) {
     ConnectWith("S");
     EXPECT_EQ(Sent(), time.sent ? caller.withTime : caller.withoutTime);
     EXPECT_EQ(LoggedAs("ASCOM", 2, "Unable to SET Date/time from 23:58 until 00:02"), !time.sent);
+    EXPECT_EQ(Tape().All().find("GG") != std::string::npos, time.sent) << "nor is anything asked";
     EXPECT_TRUE(PollRuns());
 }
 

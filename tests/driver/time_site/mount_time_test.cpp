@@ -267,6 +267,21 @@ TEST_F(MountTimeTest, RefusedTime_IsLoggedAndTheDateFollows) {
     )");
 }
 
+TEST_F(MountTimeTest, RefusedDelay_IsLoggedAndTheTimeFollows) {
+    ChooseDelay(1.5);
+    Play(R"(
+        0   = Set
+        *   > :GM#
+        *   < 00:00:00#
+        *   > :GM#
+        *   < 00:00:00#
+        *   > :SM01:30:00#
+        *   < 0
+        *   > #
+        *   L Telescope Error The Meridian Delay was rejected by the KS mount: 01:30:00
+    )" + std::string(kTimeDateAndZone));
+}
+
 TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
     driver->state.g_dTimeZone = 7.0;
     Play(R"(
