@@ -314,10 +314,14 @@ void Telescope::InitUI() {
 /// say where it points: a position of the settings is offered, and until somebody accepts it the mount gets none.
 void ConnectionSteps::InitAfterPowerOn() {
     const bool hasClient = state_.g_bConnected;  // a client of the focuser alone initializes no mount
-    if (!hasClient || std::exchange(state_.g_bPowerOnInitDone, true)) {
+    if (!hasClient || state_.g_bPowerOnInitDone) {
         return;
     }
     ResumeNext errors{driver_.ledger, "InitUI"};
+    if (!errors.Step([&] { telescope_.CheckConnected(); })) {
+        return;  // the next report of that position begins it
+    }
+    state_.g_bPowerOnInitDone = true;
     errors.Step([&] { MountInitialization(telescope_).InitAfterParkCheck(true, Confirmation::Offered); });
     telescope_.EnsureLongFormat(true);  // the initialization has toggled it
     telescope_.ReadPosition();

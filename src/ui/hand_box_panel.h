@@ -204,6 +204,7 @@ private:
     void UnparkFrom(std::int16_t index);
     void ShowOfferWhenDue();
     void OnOfferAnswered(std::optional<std::int16_t> index);
+    void RunAcceptedOffer();
     void UnparkAsOffered();
 
     // hand_box_rates.cpp
@@ -238,6 +239,7 @@ private:
     bool runsDelayed_ = false;           ///< a delayed action is under way
     std::optional<std::int16_t> offer_;  ///< a position to unpark from that is to be offered, or was accepted
     bool offerOpen_ = false;             ///< it is being offered
+    bool offerAccepted_ = false;         ///< it was accepted, and runs once no poll step does
     bool siteRead_ = false;              ///< the mount's site was read since the link was opened
     int siteFailures_ = 0;               ///< readings of the site since then that failed
     Tick siteAskedAt_;                   ///< the last of them

@@ -41,11 +41,16 @@ void HandBoxPanel::OfferUnpark(std::int16_t index) {
     state_.g_bUnparkConfirmOpen = true;
     if (!offerOpen_) {
         offer_ = index;
+        offerAccepted_ = false;  // a mount that has lost its power again is asked about anew
     }
 }
 
 /// Neither the poll nor a client waits for the answer: they may go on all night.
 void HandBoxPanel::ShowOfferWhenDue() {
+    if (offerAccepted_) {
+        RunAcceptedOffer();
+        return;
+    }
     if (offerOpen_) {
         if (!state_.g_bUnparkConfirmOpen) {
             needs_.questions.WithdrawUnpark();  // the mount knows by now where it is
@@ -67,7 +72,17 @@ void HandBoxPanel::OnOfferAnswered(std::optional<std::int16_t> index) {
     EnableParkButtons(true);
     if (index) {
         offer_ = index;
-        Press(ButtonAction::UnparkAsOffered);
+        offerAccepted_ = true;
+        RunAcceptedOffer();
+    }
+}
+
+/// In a step of the poll it waits for the end of that, and not in the place where a pressed button waits: the next
+/// press would take that place.
+void HandBoxPanel::RunAcceptedOffer() {
+    if (!state_.g_bInPoll) {
+        offerAccepted_ = false;
+        Run(ButtonAction::UnparkAsOffered);
     }
 }
 

@@ -142,6 +142,16 @@ TEST_F(OpenQuestionTest, ThePollGoesOnUnderIt_AlsoInAnInitialization) {
     EXPECT_TRUE(PollRuns());
 }
 
+TEST_F(OpenQuestionTest, ThatIsCancelledInAnInitialization_LeavesTheStepsAfterIt) {
+    ConnectAt(47.0);
+    Park();
+    const std::string sent =
+        AcceptedAfter(500, "InitMount,Unpark=4,PEM=1,GuideRate=0", [&] { Form().btnCancel.FireClick(); });
+    EXPECT_EQ(sent, "# # Q U # # U RT9 U SM0:00:00.0 SL SC RG0 pP");
+    EXPECT_EQ(Stored(), "Parked");
+    EXPECT_TRUE(PollRuns());
+}
+
 TEST_F(OpenQuestionTest, ALineThatIsLostUnderIt_LeavesTheMountParked) {
     ConnectAt(47.0);
     ExpectSwallow("*");
@@ -192,6 +202,20 @@ protected:
         UnparkingTest::TearDown();
     }
     frmAskUnpark& Form() { return driver->windows.askUnpark; }
+    /// All commands so far that set an option of the mount, start or stop it, each after a blank.
+    std::string OptionsSent() {
+        std::string sent;
+        for (const std::string& command : mount->Commands()) {
+            for (const char* option : {"SL", "SC", "SM", "Bd", "Br", "RG2", "p", "RT9", "RT2", "PO", "CM", "Q"}) {
+                const std::string name = option;
+                const bool whole = name.size() == 1 || name.size() == 3;
+                if (whole ? command == name : command.starts_with(name)) {
+                    sent += " " + name;
+                }
+            }
+        }
+        return sent;
+    }
 
 private:
     UnparkWatcher view_;
@@ -260,6 +284,79 @@ TEST_F(OfferTest, OneThatIsAcceptedOnAClosedLink_DoesNothing) {
     machine.AdvanceTime(1'000);
     EXPECT_TRUE(Logged("The mount does not report its power-on position any more: it is not unparked"));
     EXPECT_TRUE(driver->state.g_bParked);
+}
+
+TEST_F(OfferTest, OneThatIsAcceptedInAStepOfThePoll_IsNotLostToAnotherButton) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    driver->state.g_bInPoll = true;
+    Form().btnOK.FireClick();
+    driver->handBox.btnSyncMountTime.FireClick();
+    machine.AdvanceTime(100);
+    EXPECT_EQ(TimesSent("PO"), 0);
+    const int times = TimesSent("GG");
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(2'000);
+    EXPECT_EQ(TimesSent("PO"), 1);
+    EXPECT_EQ(TimesSent("CM"), 1);
+    EXPECT_GE(TimesSent("GG") - times, 2) << "the time of the other button, and that of the unpark";
+    EXPECT_TRUE(Logged("RAW,UnparkMount,2"));
+}
+
+TEST_F(OfferTest, OneThatIsMadeAgainBeforeItRan_IsAskedAgain) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    driver->state.g_bInPoll = true;
+    Form().btnOK.FireClick();
+    driver->panel.OfferUnpark(3);
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(TimesSent("PO"), 0);
+    ASSERT_TRUE(Form().Visible());
+    EXPECT_EQ(Form().cbxAskUnparkFrom.Text(), "Park 3");
+}
+
+TEST_F(OfferTest, Initialization_WaitsForALineThatCarries) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    Form().btnCancel.FireClick();
+    ExpectSwallow("InitUI");
+    driver->state.g_bPowerOnInitDone = false;
+    driver->state.g_bMountUnproved = true;
+    const int done = TimesSent("RG2");
+    driver->InternalInstance().InitUI();
+    EXPECT_EQ(TimesSent("RG2"), done);
+    driver->state.g_bMountUnproved = false;
+    driver->InternalInstance().InitUI();
+    EXPECT_EQ(TimesSent("RG2"), done + 1) << "the try before it was none";
+    driver->InternalInstance().InitUI();
+    EXPECT_EQ(TimesSent("RG2"), done + 1);
+}
+
+TEST_F(OfferTest, Initialization_AtTheConnect_LeavesNoOptionOut) {
+    ConnectWithPerson();
+    machine.AdvanceTime(2'000);
+    EXPECT_NE(OptionsSent().find(" SL SC Bd Br RG2 p"), std::string::npos) << OptionsSent();
+    EXPECT_EQ(TimesSent("RT9") + TimesSent("Q") + TimesSent("PO"), 0);
+}
+
+TEST_F(OfferTest, LastParked_NeedsNoPerson_AndTheTrackingIsChosenAtTheEnd_AfterEachOpening) {
+    ConnectWithPerson("0");
+    machine.AdvanceTime(2'000);
+    EXPECT_FALSE(Form().Visible());
+    const std::string initialization = " SL SC RT9 SM SL SC PO RT2 Bd Br RG2 p Q RT2";
+    EXPECT_NE(OptionsSent().find(initialization), std::string::npos) << OptionsSent();
+    MountSimulatorOptions options;
+    options.firmware = "S";
+    options.parkedAtPowerOn = true;
+    telescope->Connected(false);
+    driver->link->Connected(false);
+    machine.serialPorts.Disconnect(1);
+    BuildMount(options);
+    telescope->Connected(true);
+    machine.AdvanceTime(2'000);
+    EXPECT_NE(OptionsSent().find(initialization), std::string::npos) << OptionsSent();
 }
 
 TEST_F(OfferTest, CancelledOne_IsNotMadeAgain) {

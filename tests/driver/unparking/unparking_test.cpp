@@ -42,6 +42,10 @@ TEST_F(UnparkingTest, OrderOfTheWholeExchange_WithTheQuestions) {
 TEST_F(UnparkingTest, HighPrecision_GoesOutWithATenthOfASecond) {
     ConnectAt(47.0, {{"txtUserParkAlt", "30.50001"}, {"txtUserParkAz", "7"}}, "VKC4-P02-08");
     EXPECT_TRUE(Unpark(",6").ends_with(" Sa+30*30:00.0 Sz007*00:00.0 CM U"));
+    machine.AdvanceTime(2'000);
+    EXPECT_TRUE(Unpark(",1").ends_with(" Sa+00*00:00.0 Sz359*59:50.0 CM U"));
+    machine.AdvanceTime(2'000);
+    EXPECT_TRUE(Unpark(",4").ends_with(" Sa+00*00:10.0 Sz180*00:10.0 CM U"));
 }
 
 TEST_F(UnparkingTest, AMountAfterPowerOn_LeavesThatState_AndIsNotStopped) {
@@ -219,6 +223,33 @@ TEST_F(UnparkingTest, AMoveAheadOfAPark_IsStopped_AndNoPositionIsGivenAtOnce) {
     EXPECT_FALSE(driver->state.g_bParking);
 }
 
+TEST_F(UnparkingTest, AStop_WaitsForOneExchange_AndOnlyTrackingGoesOnAfterIt) {
+    ConnectAt(47.0);
+    Telescope& other = OtherClient();
+    for (std::int64_t offset = 0; offset < 2'000; offset += 30) {
+        Park();
+        const std::int64_t due = machine.clock.Elapsed() + offset;
+        std::int64_t stopped = -1;
+        machine.pump.PostAt(due, CallKind::Stop, [&] {
+            stopped = machine.clock.Elapsed();
+            other.AbortSlewDriver();
+        });
+        const std::string sent = Unpark(",4");
+        for (const char* part : {"RT9", "SM0:00:00.0", "SL", "SC", "RT2", "CM"}) {
+            EXPECT_NE(sent.find(part), std::string::npos) << part << " of " << sent;
+        }
+        if (stopped < 0) {
+            return;  // the unpark was over before
+        }
+        EXPECT_LE(stopped - due, 200) << offset;
+        EXPECT_EQ(Label(), "Unparked");
+        machine.AdvanceTime(4'000);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_EQ(mount->Picture().tracking, '2');
+    }
+    ADD_FAILURE() << "no round in which the unpark ended before its stop";
+}
+
 TEST_F(UnparkingTest, AxesOfAllClients_EndWithIt) {
     ConnectAt(47.0);
     telescope->Tracking(false);
@@ -273,6 +304,19 @@ TEST_F(UnparkingTest, StatusOfBefore_DoesNotParkTheMountAgain) {
     driver->InternalInstance().ParseGOS("P90000232O0000");
     EXPECT_FALSE(driver->state.g_bParked);
     EXPECT_EQ(Label(), "Unparked");
+}
+
+TEST_F(UnparkingTest, StoredParkState_CountsOncePerOpening_WhereTheFirmwareTellsNone) {
+    ConnectAt(47.0, {}, "E");
+    ASSERT_FALSE(driver->state.g_bGosSupported);
+    ASSERT_FALSE(driver->state.g_bFreshConnect);
+    driver->persist.Write(setting::ParkStatus, "Parked");
+    driver->InternalInstance().InitUI();
+    EXPECT_FALSE(driver->state.g_bParked) << "known by now better than from the settings";
+    driver->state.g_bFreshConnect = true;
+    driver->InternalInstance().InitUI();
+    EXPECT_TRUE(driver->state.g_bParked);
+    EXPECT_EQ(Label(), "Parked");
 }
 
 TEST_F(UnparkingTest, ParkAndUnpark_GoRoundAndRound) {
