@@ -7,6 +7,7 @@
 #include <string>
 
 #include "driver/slews/slew_wire_fixture.h"
+#include "settings/database.h"
 
 /// The verbs that choose an option of the hand box or of the mount, with what they send and store.
 namespace kestrane {
@@ -438,6 +439,19 @@ TEST_F(HandBoxVerbsTest, AllValues_FailLikeAnUnknownVerb_WhereThereAreAny) {
     Connect("S");
     EXPECT_EQ(Run("GetAllIniValues"), "0,Unknown Command: GetAllIniValues");
     ExpectSwallow("ExecuteDriverCommand");
+}
+
+TEST_F(HandBoxVerbsTest, AllValues_OfAnEmptyTable_AreNone) {
+    Connect("S");
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    RecordArray<PropValue> settings;
+    ASSERT_TRUE(driver->persist.database()->GetAllDriverSettings(settings));
+    for (const std::optional<PropValue>& setting : settings) {
+        if (setting) {
+            driver->persist.database()->TryDeleteSetting(setting->Name);
+        }
+    }
+    EXPECT_EQ(Run("GetAllIniValues"), "1");
 }
 
 /// A person in front of the warning about plain syncs.
