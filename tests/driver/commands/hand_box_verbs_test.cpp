@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(
                     OptionRow{"SetParkAltAz,45,-1", "0,Az not in range 0 to <360", ""},
                     OptionRow{"SetParkAltAz,45", kBoth, ""}, OptionRow{"SetParkAltAz,45,", kBoth, ""},
                     OptionRow{"SetParkAltAz,,45", kBoth, ""}, OptionRow{"SetParkAltAz,a,b", kBoth, ""},
-                    OptionRow{"SetParkAltAz,45,5,180", kBoth, "", "txtUserParkAz"}),
+                    OptionRow{"SetParkAltAz,45,5,180", kBoth, "", "txtUserParkAz"},
                     OptionRow{"SetParkAltAz,45,360", "0,Az not in range 0 to <360", "", "txtUserParkAz"},
                     OptionRow{"SetParkAltAz,45", kBoth, "", "txtUserParkAlt"}));
 
