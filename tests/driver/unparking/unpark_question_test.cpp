@@ -206,7 +206,8 @@ protected:
     std::string OptionsSent() {
         std::string sent;
         for (const std::string& command : mount->Commands()) {
-            for (const char* option : {"SL", "SC", "SM", "Bd", "Br", "RG2", "p", "RT9", "RT2", "PO", "CM", "Q"}) {
+            for (const char* option :
+                 {"#", "U", "SL", "SC", "SM", "Bd", "Br", "RG2", "p", "RT9", "RT2", "PO", "CM", "Q"}) {
                 const std::string name = option;
                 const bool whole = name.size() == 1 || name.size() == 3;
                 if (whole ? command == name : command.starts_with(name)) {
@@ -337,7 +338,7 @@ TEST_F(OfferTest, Initialization_WaitsForALineThatCarries) {
 TEST_F(OfferTest, Initialization_AtTheConnect_LeavesNoOptionOut) {
     ConnectWithPerson();
     machine.AdvanceTime(2'000);
-    EXPECT_NE(OptionsSent().find(" SL SC Bd Br RG2 p"), std::string::npos) << OptionsSent();
+    EXPECT_NE(OptionsSent().find(" # # # U SL SC Bd Br RG2 p U"), std::string::npos) << OptionsSent();
     EXPECT_EQ(TimesSent("RT9") + TimesSent("Q") + TimesSent("PO"), 0);
 }
 
@@ -345,7 +346,7 @@ TEST_F(OfferTest, LastParked_NeedsNoPerson_AndTheTrackingIsChosenAtTheEnd_AfterE
     ConnectWithPerson("0");
     machine.AdvanceTime(2'000);
     EXPECT_FALSE(Form().Visible());
-    const std::string initialization = " SL SC RT9 SM SL SC PO RT2 Bd Br RG2 p Q RT2";
+    const std::string initialization = " # # # U SL SC RT9 U SM SL SC PO RT2 Bd Br RG2 p Q RT2";
     EXPECT_NE(OptionsSent().find(initialization), std::string::npos) << OptionsSent();
     MountSimulatorOptions options;
     options.firmware = "S";
