@@ -255,17 +255,17 @@ struct DelayRow {
 class MeridianDelays : public HandBoxVerbsTest, public testing::WithParamInterface<DelayRow> {};
 
 TEST_P(MeridianDelays, GoToTheMountWithTheTime_WhichIsAskedForAtOnce) {
-    const auto& [argument, sent, hours, shown] = GetParam();
+    const DelayRow& row = GetParam();
     Connect("S");
     EXPECT_EQ(Run("SetMeridianDelay,2"), "1");
     machine.AdvanceTime(1'000);
     const Tick before = driver->state.g_tickLastTime;
-    const std::string all = SentDuring([&] { EXPECT_EQ(Run("SetMeridianDelay," + argument), "1"); });
-    EXPECT_EQ(all.find("GM GM " + sent + " SL"), 0U) << all;
-    EXPECT_EQ(driver->state.g_dMeridianDelay, hours);
-    EXPECT_EQ(mount->Picture().meridianDelay, hours);
-    EXPECT_EQ(Setting("txtMeridianDelay"), shown);
-    EXPECT_EQ(Run("GetMeridianDelay"), "1,True," + shown);
+    const std::string all = SentDuring([&] { EXPECT_EQ(Run("SetMeridianDelay," + row.argument), "1"); });
+    EXPECT_EQ(all.find("GM GM " + row.sent + " SL"), 0U) << all;
+    EXPECT_EQ(driver->state.g_dMeridianDelay, row.hours);
+    EXPECT_EQ(mount->Picture().meridianDelay, row.hours);
+    EXPECT_EQ(Setting("txtMeridianDelay"), row.shown);
+    EXPECT_EQ(Run("GetMeridianDelay"), "1,True," + row.shown);
     EXPECT_LE(driver->state.g_tickLastTime - before, 0) << "the time is due for the next step of the poll";
     EXPECT_GE(machine.clock.GetTickCount() - driver->state.g_tickLastTime, 5'000);
 }

@@ -30,8 +30,8 @@ protected:
     std::string Sent() {
         const auto& [time, caller] = GetParam();
         machine.clock.SetLocalTime(DateTime{2024, 3, 20, time.hour, time.minute, time.second, 0});
-        const std::string sent =
-            MotionDuring([&] { EXPECT_EQ(telescope->CommandString("RAW," + caller.verb, true), "1"); });
+        const std::string verb = "RAW," + caller.verb;
+        const std::string sent = MotionDuring([&] { EXPECT_EQ(telescope->CommandString(verb, true), "1"); });
         return std::regex_replace(std::regex_replace(sent, std::regex("SL\\S+"), "SL"), std::regex("SC\\S+"), "SC");
     }
     void ConnectWith(const std::string& firmware) {

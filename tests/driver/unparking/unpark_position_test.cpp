@@ -41,10 +41,9 @@ TEST_P(UnparkPlaces, MountIsToldWhereItPoints) {
         ConnectAt(row.latitude, place);
         Park();
     }
-    const std::string verb = road == Road::Verb ? "UnparkMount," : "InitMount,Unpark=";
-    EXPECT_EQ(WithoutTimes(MotionDuring(
-                  [&] { EXPECT_EQ(telescope->CommandString("RAW," + verb + std::to_string(row.index), true), "1"); })),
-              Expected());
+    const std::string verb =
+        (road == Road::Verb ? "RAW,UnparkMount," : "RAW,InitMount,Unpark=") + std::to_string(row.index);
+    EXPECT_EQ(WithoutTimes(MotionDuring([&] { EXPECT_EQ(telescope->CommandString(verb, true), "1"); })), Expected());
     EXPECT_FALSE(driver->state.g_bParked);
     EXPECT_EQ(Label(), "Unparked");
     EXPECT_EQ(Stored(), "UnParked");
