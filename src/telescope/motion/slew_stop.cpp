@@ -58,9 +58,9 @@ void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
 /// What nobody has seen end may still be under way, and nothing but this stop would end it now. With tracking a stop
 /// goes out anyway, which is enough for what has most likely ended.
 void StopSteps::StopUnwatchedMotion() {
-    const bool endIsInDoubt =
-        !state_.g_bTracking && (needs_.axisMotions.EndIsInDoubt() || needs_.guidePulses.EndMayBeLost());
-    if (state_.g_bGotoSent || state_.g_bMoveSent || needs_.guidePulses.MayMove() || endIsInDoubt) {
+    const bool mayNotHaveEnded =
+        state_.g_bGotoSent || needs_.axisMotions.EndIsInDoubt() || needs_.guidePulses.EndMayBeLost();
+    if (state_.g_bMoveSent || needs_.guidePulses.MayMove() || (mayNotHaveEnded && !state_.g_bTracking)) {
         StopMotion("ASCOM", StopPair::Always);
     }
 }

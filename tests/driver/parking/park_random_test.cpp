@@ -122,7 +122,9 @@ TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
         EXPECT_LT(std::abs(stopped.hourSpeed), 0.005);
         machine.AdvanceTime(10'000);
         const MountPicture quiet = mount->Picture();
-        EXPECT_EQ(telescope->AtPark(), quiet.parked) << WhatHappened();
+        // Without a status text a position that is read twice shows no parked mount.
+        const bool mayCountAsNotParked = quiet.parked && !driver->state.g_bGosSupported;
+        EXPECT_TRUE(telescope->AtPark() == quiet.parked || mayCountAsNotParked) << WhatHappened();
         EXPECT_FALSE(telescope->Slewing() && !driver->axisMotions.AnyRuns());
         EXPECT_EQ(telescope->Tracking(), quiet.tracking != '9');
         EXPECT_FALSE(driver->state.g_bParking);

@@ -182,7 +182,8 @@ TEST_F(StopTest, Abort_StopsAGuidePulseOfATrackingMountByThePair) {
 }
 
 TEST_F(StopTest, Abort_StopsAGuidePulseWhoseEndTheLineHasLost) {
-    Connect("S");
+    ExpectSwallow("CommandString");  // the poll's
+    Connect("E3");
     telescope->Tracking(false);
     telescope->PulseGuide(0, 300);
     mount->SetLineDead(true);
