@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kMostRepeatsOfAnEnd = 5;
 constexpr std::int32_t kLookedAtAfterEndMs = 1000;
+constexpr std::int32_t kTooEarlyForEndMs = 900;  // a mount takes a moment to report what it was told
 
 double MultipleOfSidereal(double degreesPerSecond) {
     return degreesPerSecond * kArcSecondsPerDegree / kSiderealSpeed;
@@ -134,7 +135,7 @@ bool AxisMotions::EndMayBeLost(const DriverState& state) const {
 std::optional<AxisEnd> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
     const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
                        state.g_bGotoSent || state.g_bMoveSent;
-    if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < 0) {
+    if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < kTooEarlyForEndMs) {
         return std::nullopt;
     }
     DoubtedEnd& end = *doubtedEnd_;
