@@ -133,8 +133,8 @@ bool AxisMotions::EndMayBeLost(const DriverState& state) const {
 }
 
 std::optional<AxisEnd> AxisMotions::LostEnd(bool isCustomRate, const DriverState& state) {
-    const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || state.g_bParking ||
-                       state.g_bGotoSent || state.g_bMoveSent;
+    const bool moves = AnyRuns() || state.g_bSlewing || state.g_bMountSlewing || InPark(state) || state.g_bGotoSent ||
+                       state.g_bMoveSent;
     if (!doubtedEnd_ || moves || state.g_tickLastGos - doubtedEnd_->sentAt < kTooEarlyForEndMs) {
         return std::nullopt;
     }
