@@ -345,6 +345,7 @@ void Driver::StopRunningAxes() {
     axisMotions.StopAll("The driver ends: its axes are stopped");
     if (link->CanSend() && !queries.LineIsSilent()) {
         axisMotions.EndIsHeard();
+        motion.MoveEnded();
     } else {
         stopMayBeLost_ = true;
     }
@@ -356,7 +357,7 @@ bool Driver::SlewOrParkGoesOn() const {
 
 bool Driver::AxisMayRun() const {
     const bool endMayBeLost = axisMotions.EndMayBeLost(state) && !SlewOrParkGoesOn();
-    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endMayBeLost || stopMayBeLost_;
+    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endMayBeLost || stopMayBeLost_ || poll.StopIsOwed();
 }
 
 void Driver::NoteOpenMotion(std::string_view text) {

@@ -126,7 +126,8 @@ void PollLoop::WatchMotion() {
 
 void PollLoop::RepeatStop(std::optional<Tick> textAskedAt) {
     TelescopeActions* const telescope = needs_.telescope();
-    if (telescope && stopWatch_.RepeatIsDue(textAskedAt, needs_.queries.Reads())) {
+    if (telescope && (stopWatch_.OwedIsDue(needs_.queries.Answers()) ||
+                      stopWatch_.RepeatIsDue(textAskedAt, needs_.queries.Reads()))) {
         telescope->StopAgain();
     }
 }

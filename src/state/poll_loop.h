@@ -79,6 +79,9 @@ public:
     std::string_view WhyNoSecondLeg();
     /// A stop pair goes out, which the poll repeats while the mount goes on moving: see `StopWatch`.
     void StopGoesOut() { stopWatch_.StopGoesOut(); }
+    /// The same for any stop of a mount that moves, or may, without a goto.
+    void StopOfAMoveGoesOut() { stopWatch_.StopOfAMoveGoesOut(needs_.queries.Answers()); }
+    bool StopIsOwed() const { return stopWatch_.StopIsOwed(); }
     /// Does what follows the end of a slew, when that is due. After a connect that waits until the mount stands.
     void CheckSlewComplete();
     /// Keeps the poll off the line while a command sequence runs, and brings it back.

@@ -38,11 +38,37 @@ void StopWatch::StopGoesOut() {
     repeating_ = false;
 }
 
+void StopWatch::StopOfAMoveGoesOut(std::uint32_t answers) {
+    moveStopped_ = MoveStopped{.stoppedAt = clock_.GetTickCount(), .answers = answers};
+}
+
+bool StopWatch::OwedIsDue(std::uint32_t answers) {
+    if (!moveStopped_) {
+        return false;
+    }
+    if (SomethingElseMoves(moveStopped_->stoppedAt)) {
+        moveStopped_.reset();
+        return false;
+    }
+    if (answers == moveStopped_->answers) {
+        moveStopped_->lineFailed =
+            moveStopped_->lineFailed || clock_.GetTickCount() - moveStopped_->stoppedAt >= kUntilRepeatMs;
+        return false;
+    }
+    const bool due = moveStopped_->lineFailed;
+    moveStopped_.reset();
+    if (due) {
+        log_.LogMessage("Motion", LogLevel::Warning, "The mount may not have heard a stop: it is sent again");
+        StopOfAMoveGoesOut(answers);
+    }
+    return due;
+}
+
 bool StopWatch::RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads reads) {
     if (!watched_) {
         return false;
     }
-    if (!state_.g_bStandAwaited || SomethingElseMoves()) {
+    if (!state_.g_bStandAwaited || SomethingElseMoves(watched_->stoppedAt)) {
         watched_.reset();
         return false;
     }
@@ -70,14 +96,17 @@ bool StopWatch::MountMoves(std::optional<Tick> textAskedAt, CoordinateReads read
     if (!watched_->readings) {
         watched_->readings.emplace(state_, reads);
     }
+    if (state_.g_bTracking && (state_.g_dRaRate != 0.0 || state_.g_dDecRate != 0.0)) {
+        return false;  // custom rates may go as fast as a goto
+    }
     const MotionByReadings::Seen seen = watched_->readings->Look(state_, reads);
     watched_->givenUp = watched_->givenUp || seen == MotionByReadings::Seen::Stands;
     return seen == MotionByReadings::Seen::Moves;
 }
 
 /// A goto, a move, an axis or a park that came after the stop, also a client's own.
-bool StopWatch::SomethingElseMoves() const {
-    const auto isLater = [&](Tick tick) { return tick - watched_->stoppedAt > 0; };
+bool StopWatch::SomethingElseMoves(Tick stoppedAt) const {
+    const auto isLater = [&](Tick tick) { return tick - stoppedAt > 0; };
     const bool parks = (state_.g_bParking && !state_.g_bAbortPark) ||
                        (state_.g_tickParkSent && isLater(*state_.g_tickParkSent)) || state_.g_bParked;
     return isLater(state_.g_tickLastGoto) || state_.g_bMoveSent || state_.g_bAxisMotionBegun || parks;

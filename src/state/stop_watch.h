@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -34,20 +35,27 @@ private:
 
 /// Whether a mount that was stopped stands: one that did not hear the stop, or does not obey, gets it again, each
 /// second and five times at most. It is known to move by its status text or, where it has none, by its coordinates.
-/// Nothing is repeated once anything else was to move the mount. Raises nothing. Logic thread only.
+/// Neither shows a move, an axis or a pulse: their stop goes out again where the line had failed, as soon as the mount
+/// answers. Nothing is repeated once anything else was to move the mount. Raises nothing. Logic thread only.
 class StopWatch {
 public:
     StopWatch(const DriverState& state, Log& log, Clock& clock) : state_(state), log_(log), clock_(clock) {}
 
     /// A stop pair goes out. It is watched where the stop has aborted something.
     void StopGoesOut();
+    /// A stop goes out to a mount that moves, or may, without a goto. `answers` counts what the mount has answered.
+    void StopOfAMoveGoesOut(std::uint32_t answers);
+    /// Whether the line has failed since such a stop, so that the mount may not have heard it.
+    bool StopIsOwed() const { return moveStopped_ && moveStopped_->lineFailed; }
+    /// To be called again and again. Returns whether a stop that is owed is to be sent now.
+    bool OwedIsDue(std::uint32_t answers);
     /// `textAskedAt` is when a status text was asked for that has just come, or nothing; `reads` counts the readings so
     /// far. Returns whether the stop is to be sent again now.
     bool RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads reads);
 
 private:
     bool MountMoves(std::optional<Tick> textAskedAt, CoordinateReads reads);
-    bool SomethingElseMoves() const;
+    bool SomethingElseMoves(Tick stoppedAt) const;
 
     struct Watched {
         Tick stoppedAt;  ///< the last time
@@ -56,10 +64,17 @@ private:
         std::optional<MotionByReadings> readings;
     };
 
+    struct MoveStopped {
+        Tick stoppedAt;
+        std::uint32_t answers = 0;  ///< before it
+        bool lineFailed = false;
+    };
+
     const DriverState& state_;
     Log& log_;
     Clock& clock_;
     std::optional<Watched> watched_;
+    std::optional<MoveStopped> moveStopped_;
     bool repeating_ = false;
 };
 

@@ -298,7 +298,8 @@ public:
     /// Whether a client's text for `CommandString` is a driver command that begins a park, or that cancels one.
     static ParkText ParkTextOf(std::string_view command, bool raw);
     void HandleParkComplete() override;
-    void StopAgain() override { SendStopPair(); }
+    /// The stop pair once more, and the custom rates that it clears in the mount.
+    void StopAgain() override;
     /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
     /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
     bool CheckSlewEast();

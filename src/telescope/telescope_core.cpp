@@ -76,10 +76,18 @@ void TelescopeCore::YieldToOthers() {
     }
 }
 
+bool TelescopeCore::MayMoveWithoutGoto() const {
+    return state_.g_bMoveSent || InParkMove(state_) || needs_.axisMotions.AnyStillRuns() ||
+           (needs_.guidePulses.MayMove() && !needs_.guidePulses.SendsItself());
+}
+
 /// What goes out is looked at here, since a client's own text moves or stops the mount as well as the driver's
 /// procedures do.
 void TelescopeCore::NoteSent(std::string_view text) {
     if (wire::StopsAllMotion(text)) {
+        if (MayMoveWithoutGoto()) {
+            needs_.poll.StopOfAMoveGoesOut();
+        }
         NoteMotionStops();
         needs_.motion.StopSent();
         needs_.guidePulses.NoteMountStopped();

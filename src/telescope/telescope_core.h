@@ -138,6 +138,7 @@ public:
 
 private:
     void NoteSent(std::string_view text);
+    bool MayMoveWithoutGoto() const;
     std::string_view WhatMoves() const;
 };
 

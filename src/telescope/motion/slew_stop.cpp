@@ -13,6 +13,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StopMotion(std::string_view origin, StopPair pair);
+    void StopAgain();
     void StopUnwatchedMotion();
     void StopAxes(std::string_view origin);
 };
@@ -44,6 +45,15 @@ void Telescope::AbortSlewDriver() {
     } else {
         steps.StopMotion("Driver", StopPair::Always);  // a person sees more than the driver does
     }
+}
+
+void Telescope::StopAgain() {
+    StopSteps(*this).StopAgain();
+}
+
+void StopSteps::StopAgain() {
+    core_.SendStopPair();
+    CustomRates(core_).Reinstate(telescope_);
 }
 
 void StopSteps::StopMotion(std::string_view origin, StopPair pair) {

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -357,6 +358,50 @@ TEST_P(UnheardStopTest, GoesOutAgainWhenTheLineIsBack) {
     const int stops = TimesSent("Q");
     machine.AdvanceTime(20'000);
     EXPECT_EQ(TimesSent("Q"), stops);
+}
+
+TEST_P(UnheardStopTest, OfAMove_GoesOutAgainWhenTheLineIsBack) {
+    const auto& [firmware, cableIsPulled] = GetParam();
+    ExpectSwallow("*");
+    Connect(firmware);
+    for (const bool tracks : {false, true}) {
+        telescope->Tracking(tracks);
+        telescope->CommandBlind("Mn", false);
+        machine.AdvanceTime(500);
+        cableIsPulled ? machine.serialPorts.Disconnect(1) : mount->SetLineDead(true);
+        telescope->AbortSlew();
+        machine.AdvanceTime(3'000);
+        EXPECT_GT(std::abs(mount->Picture().polarSpeed), 1e-3);
+        cableIsPulled ? machine.ConnectMount(1, *mount) : mount->SetLineDead(false);
+        machine.AdvanceTime(8'000);
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        EXPECT_EQ(TimesLoggedAs("Motion", 1, "The mount may not have heard a stop: it is sent again"), 1);
+        const int stops = TimesSent("Q");
+        machine.AdvanceTime(20'000);
+        EXPECT_EQ(TimesSent("Q"), stops);
+        log.clear();
+    }
+}
+
+TEST_F(StopTest, StopOfAMoveThatTheMountHears_IsNotRepeated_NorOneThatAnotherMoveFollows) {
+    ExpectSwallow("*");
+    Connect("S");
+    telescope->CommandBlind("Mn", false);
+    telescope->AbortSlew();
+    machine.AdvanceTime(10'000);
+    const int stops = TimesSent("Q");
+    telescope->CommandBlind("Mn", false);
+    mount->SetLineDead(true);
+    telescope->AbortSlew();
+    machine.AdvanceTime(2'000);
+    telescope->CommandBlind("Ms", false);
+    mount->SetLineDead(false);
+    telescope->CommandBlind("Ms", false);
+    const int stopsBefore = TimesSent("Q");
+    machine.AdvanceTime(10'000);
+    EXPECT_EQ(TimesSent("Q"), stopsBefore);
+    EXPECT_GT(stops, 0);
+    EXPECT_FALSE(Logged("The mount may not have heard a stop: it is sent again"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, UnheardStopTest, testing::Combine(testing::Values("S", "D"), testing::Bool()));
