@@ -97,6 +97,7 @@ void TelescopeCore::NoteSent(std::string_view text) {
         state_.g_tickLastGoto = driver_.clock.GetTickCount();
     }
     if (wire::Parks(text)) {
+        state_.g_nSamePosition = 0;  // what the mount reported before then says nothing about it from now on
         state_.g_tickParkSent = driver_.clock.GetTickCount();
         state_.g_tickUnparkSent.reset();
     } else if (wire::Unparks(text)) {

@@ -41,6 +41,20 @@ TEST_F(ParkMemoryTest, ARestartInMidPark_IsNotParked) {
     }
 }
 
+/// Without a status text, a position that stays the same shows that a mount tracks: but not one from before the park.
+TEST_F(ParkMemoryTest, AMountThatTrackedForLong_StaysParked) {
+    for (int phase = 0; phase < 1'000; phase += 50) {
+        SCOPED_TRACE(phase);
+        ConnectAt(47.0, "D", {{"cbxParkTo", "0"}});
+        machine.AdvanceTime(phase);
+        telescope->Park();
+        machine.AdvanceTime(10'000);
+        EXPECT_TRUE(mount->Picture().parked);
+        EXPECT_TRUE(telescope->AtPark());
+        EndTheDriver();
+    }
+}
+
 TEST_F(ParkMemoryTest, ARestartInTheMoveBeforeAPark_IsNotParked) {
     ConnectAt(47.0, "D", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "5"}},
               MountPointing{-8.0, 70.0, false});

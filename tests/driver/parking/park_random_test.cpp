@@ -78,8 +78,9 @@ protected:
     /// What was logged at last, without what is written each second.
     std::string WhatHappened() const {
         std::string lines;
-        for (std::size_t at = log.size() > 400 ? log.size() - 400 : 0; at < log.size(); ++at) {
-            if (log[at].message.find(":G") == std::string::npos) {
+        for (std::size_t at = log.size() > 2'000 ? log.size() - 2'000 : 0; at < log.size(); ++at) {
+            const bool isOften = log[at].message.find(":G") != std::string::npos || log[at].origin.starts_with("Parse");
+            if (!isOften) {
                 lines += log[at].origin + " | " + log[at].message + "\n";
             }
         }
