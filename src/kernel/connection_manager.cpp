@@ -426,8 +426,22 @@ void ConnectionManager::UpdateClientsLabel() {
 }
 
 void ConnectionManager::ExitIfNoClients() {
-    if (state_.g_nFocuserObjects < 2 && state_.g_nScopeObjects < 2) {
-        ShutdownDriver();
+    if (state_.g_nFocuserObjects >= 2 || state_.g_nScopeObjects >= 2) {
+        return;
+    }
+    exitWaitsForPark_ = ParkIsOnItsWay(state_);
+    if (exitWaitsForPark_) {
+        driver_.log.LogMessage("Connections", LogLevel::Info,
+                               "The last client has gone: the park comes to its end first");
+        return;
+    }
+    ShutdownDriver();
+}
+
+void ConnectionManager::ExitAfterPark() {
+    if (exitWaitsForPark_ && !ended_ && !ParkIsOnItsWay(state_)) {
+        exitWaitsForPark_ = false;
+        ExitIfNoClients();
     }
 }
 

@@ -101,6 +101,8 @@ public:
     /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply: posts
     /// that as a long call. For use after each poll step.
     void HealWhenDue();
+    /// Ends the process that outlived its last client for a park, once that has ended. For use after each poll step.
+    void ExitAfterPark();
     /// Writes the caption of the mount's frame; a port is also stored in the settings.
     void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
@@ -169,6 +171,7 @@ private:
     std::string connectFailure_;
     bool healPosted_ = false;          ///< `HealConnect` waits in the pump or runs
     std::uint32_t answersBefore_ = 0;  ///< what the mount had answered when it was found missing last
+    bool exitWaitsForPark_ = false;    ///< the last client has gone in mid-park
     bool ended_ = false;               ///< the driver was shut down, perhaps inside the pump of a call that still runs
     std::shared_ptr<int> token_ = std::make_shared<int>();  ///< as long as this lives, a posted call finds it
 };

@@ -233,6 +233,7 @@ Driver::Driver(Platform platform)
     handBox.tmrQueryRaDecAltAz.OnTick([this] {
         poll.OnTimer();
         connections.HealWhenDue();
+        connections.ExitAfterPark();
     });
     handBox.mPopFocuser.OnClick([this] {
         if (!setupFocuser.Visible()) {

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "state/driver_state.h"
+
 namespace kestrane {
 
 enum class ClientKind { Telescope = 0, Focuser = 1 };
@@ -20,12 +22,19 @@ public:
 
     /// Shows the counts of device objects on the hand box.
     virtual void UpdateClientsLabel() = 0;
-    /// Ends the process when no client holds an object of either kind.
+    /// Ends the process when no client holds an object of either kind. A park on its way comes to its end first.
     virtual void ExitIfNoClients() = 0;
 
     /// Port of the companion's REST interface, from its own settings.
     virtual std::string QuayRestPort() = 0;
 };
+
+/// Whether a park is on its way whose end only the driver can bring about. One that stands away from its place, or that
+/// cannot be heard, is not.
+inline bool ParkIsOnItsWay(const DriverState& state) {
+    const bool moves = state.g_bSlewing || state.g_bSafeSlewPending || state.g_bSlewCompletePending;
+    return state.g_bParking && moves && !state.g_bLostComms;
+}
 
 /// What a device class needs from the start-up procedures when its first object is made.
 class DeviceRegistration {

@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "state/client_connections.h"
+
 namespace kestrane {
 namespace {
 
@@ -74,7 +76,8 @@ void PollLoop::SetPolling(bool enable) {
 }
 
 void PollLoop::OnTimer() {
-    if (!state_.g_bInPoll && (state_.g_nScopeObjects > 1 || state_.g_nFocuserObjects >= 2)) {
+    const bool isWanted = state_.g_nScopeObjects > 1 || state_.g_nFocuserObjects >= 2 || ParkIsOnItsWay(state_);
+    if (!state_.g_bInPoll && isWanted) {
         const InPoll inPoll(state_);
         UpdateMountInfo();
     } else if (state_.g_bInPoll) {

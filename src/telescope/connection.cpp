@@ -225,7 +225,9 @@ void ConnectionSteps::DisconnectClient() {
     if (state_.g_nScopeObjects < 2) {
         ResumeNext errors{driver_.ledger, "Connected"};
         errors.Step([&] { WaitForTimerIdle(); });
-        needs_.motion.Disconnected();
+        if (!ParkIsOnItsWay(state_)) {
+            needs_.motion.Disconnected();
+        }
         errors.Step([&] {
             if (!needs_.link) {
                 throw RunTimeError(RunTimeError::kObjectNotSet, "no link");

@@ -4,7 +4,7 @@
 namespace kestrane {
 
 void Telescope::CheckConnected() {
-    if (!needs_.connections.IsClientConnected(ClientKind::Telescope)) {
+    if (!sendsParkLeg_ && !needs_.connections.IsClientConnected(ClientKind::Telescope)) {
         throw DriverError(ErrorNumber::NotConnected);
     }
     if (state_.g_bLostComms || state_.g_bMountUnproved || needs_.queries.LineIsSilent()) {

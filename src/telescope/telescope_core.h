@@ -133,13 +133,27 @@ public:
     TelescopeNeeds needs_;
     Essentials driver_;
     DriverState& state_;
-    CommandExchange exchange_;  ///< for the texts that a client hands to this object
+    bool sendsParkLeg_ = false;  ///< see `SendingParkLeg`
+    CommandExchange exchange_;   ///< for the texts that a client hands to this object
     AxisMotion axes_;
 
 private:
     void NoteSent(std::string_view text);
     bool MayMoveWithoutGoto() const;
     std::string_view WhatMoves() const;
+};
+
+/// While it lives, this object sends the second leg of a park: that follows also when no client is connected any more.
+class SendingParkLeg {
+public:
+    explicit SendingParkLeg(TelescopeCore& core) : core_(core), outer_(std::exchange(core.sendsParkLeg_, true)) {}
+    ~SendingParkLeg() { core_.sendsParkLeg_ = outer_; }
+    SendingParkLeg(const SendingParkLeg&) = delete;
+    SendingParkLeg& operator=(const SendingParkLeg&) = delete;
+
+private:
+    TelescopeCore& core_;
+    const bool outer_;
 };
 
 /// What the private steps of one subject work on. Each subject keeps its steps in a class of its own, in its `.cpp`.

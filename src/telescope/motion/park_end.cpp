@@ -46,6 +46,7 @@ void ParkEnd::ReleaseCompanion() {
 
 /// The index tells that this leg has begun: its end is the end of the park.
 void ParkEnd::StartSecondLeg() {
+    const SendingParkLeg sending(core_);
     state_.g_nParkIndex = park_index::InSecondLeg;
     Leg leg = Leg::Refused;
     if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {

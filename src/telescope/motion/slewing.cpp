@@ -270,6 +270,7 @@ void Telescope::StartSecondLeg(double rightAscension, double declination) {
     }
     ResumeNext errors{driver_.ledger, "ParkMount"};
     // Tracking is off during a park; the check that clients must pass would refuse the leg.
+    const SendingParkLeg leg(*this);
     const bool sent = errors.Step([&] {
         TargetRightAscension(rightAscension);
         TargetDeclination(declination);

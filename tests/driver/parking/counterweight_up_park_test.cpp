@@ -320,6 +320,20 @@ TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_
     }
 }
 
+TEST_F(CounterweightUpParkTest, AClientThatGoesInTheFirstLeg_DoesNotKeepTheSecondFromFollowing) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    telescope->Connected(false);
+    telescope.reset();
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(3'000);
+    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    EXPECT_TRUE(mount->Picture().parked);
+}
+
 TEST_F(CounterweightUpParkTest, ADelayThatCannotBeSent_IsNotTaken) {
     ConnectUp({2.0, 40.0, true});
     ExpectSwallow("*");

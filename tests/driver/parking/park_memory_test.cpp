@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "driver/parking/park_fixture.h"
+#include "simulator/misbehaviours.h"
 
 /// What driver and mount know of a park afterwards.
 namespace kestrane {
@@ -39,6 +40,47 @@ TEST_F(ParkMemoryTest, ARestartInMidPark_IsNotParked) {
         EXPECT_FALSE(telescope->AtPark()) << firmware;
         EndTheDriver();
     }
+}
+
+TEST_F(ParkMemoryTest, TheLastClientThatGoes_LeavesAParkToItsEnd) {
+    for (const char* firmware : {"D", "S", "VKC5-P03-01"}) {
+        SCOPED_TRACE(firmware);
+        ConnectAt(47.0, firmware, {{"cbxParkTo", "3"}});
+        const int ends = machine.processes.ends;
+        telescope->Park();
+        machine.AdvanceTime(2'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        telescope->Connected(false);
+        telescope.reset();
+        EXPECT_EQ(machine.processes.ends, ends);
+        EXPECT_TRUE(WaitForParkEnd());
+        machine.AdvanceTime(3'000);
+        EXPECT_TRUE(mount->Picture().parked);
+        EXPECT_EQ(machine.processes.ends, ends + 1);
+        EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "Parked");
+        EndTheDriver();
+    }
+}
+
+TEST_F(ParkMemoryTest, TheLastClientThatGoes_DoesNotWaitForAParkThatStandsElsewhere) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "3"}});
+    mount->Add(std::make_unique<Stalls>(20.0));
+    telescope->Park();
+    machine.AdvanceTime(2'000);
+    telescope.reset();
+    EXPECT_EQ(machine.processes.ends, 0);
+    machine.AdvanceTime(60'000);
+    EXPECT_EQ(machine.processes.ends, 1);
+    EXPECT_FALSE(mount->Picture().parked);
+}
+
+TEST_F(ParkMemoryTest, ASignalAfterTheLastClient_EndsTheProcessInMidPark) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "3"}});
+    telescope->Park();
+    machine.AdvanceTime(2'000);
+    telescope.reset();
+    driver->EndOnRequest();
+    EXPECT_EQ(machine.processes.ends, 1);
 }
 
 /// Without a status text, a position that stays the same shows that a mount tracks: but not one from before the park.

@@ -29,6 +29,16 @@ TEST_P(SafeSlewParkTest, BothLegsLeadToIt) {
     ExpectPointsAt(0.0, 90.0, 0.6);
 }
 
+TEST_P(SafeSlewParkTest, AClientThatGoesInTheFirstLeg_DoesNotKeepTheSecondFromFollowing) {
+    StartPark();
+    telescope->Connected(false);
+    telescope.reset();
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(3'000);
+    EXPECT_EQ(TimesSent("MS"), 2);
+    EXPECT_TRUE(mount->Picture().parked);
+}
+
 TEST_P(SafeSlewParkTest, WhereTheSettingForbidsTwoLegs_OneLeadsToIt) {
     ConnectAt(47.0, GetParam(), {{"cbxParkTo", "2"}, {"chkConvertAltAzToRaDec", "1"}, {"DisableSafeSlew", "1"}});
     mount->Add(std::make_unique<StandsWest>());
