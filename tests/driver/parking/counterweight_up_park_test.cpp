@@ -89,6 +89,43 @@ INSTANTIATE_TEST_SUITE_P(Places, PlaceReachedTest,
                                     std::to_string(static_cast<int>(std::abs(row.param.hourAngle) * 10));
                          });
 
+TEST_F(CounterweightUpParkTest, ADelayOfTheUser_DoesNotMoveThePlace) {
+    ConnectUp({2.0, 40.0, true});
+    const MountPicture pressed = mount->Picture();
+    PressSetPark();
+    EXPECT_EQ(telescope->CommandString("RAW,SetMeridianDelay,1", true), "1");
+    machine.AdvanceTime(2'000);
+    GoElsewhere();
+    Tape().Clear();
+    telescope->Park();
+    ExpectParked();
+    EXPECT_NE(Tape().Motion().find("SM-03:00:"), std::string::npos) << Tape().Motion();
+    EXPECT_EQ(mount->Picture().westSide, pressed.westSide);
+    EXPECT_NEAR(mount->Picture().hourAngle, pressed.hourAngle, 0.02);
+}
+
+TEST_F(CounterweightUpParkTest, ARestartInEitherLeg_IsNotParked_AndSendsNoSecondLeg) {
+    for (const int leg : {1, 2}) {
+        SCOPED_TRACE(leg);
+        ConnectUp({2.0, 40.0, true});
+        PressSetPark();
+        GoElsewhere();
+        const int gotos = TimesSent("MS");
+        telescope->Park();
+        ASSERT_TRUE(RunUntil([&] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; }));
+        driver->EndOnRequest();
+        telescope.reset();
+        EndTheDriver();
+        machine.ConnectMount(1, *mount);
+        telescope = ConnectedTelescope();
+        machine.AdvanceTime(90'000);
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_FALSE(mount->Picture().parked);
+        EXPECT_EQ(TimesSent("MS") - gotos, leg);
+        EndTheDriver();
+    }
+}
+
 TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
     ConnectUp({2.0, 40.0, true});
     PressSetPark();

@@ -222,6 +222,49 @@ TEST_F(ParkMemoryTest, AStatusTextJustAfterAnUnpark_IsNotBelieved) {
     EXPECT_TRUE(telescope->AtPark());
 }
 
+TEST_F(ParkMemoryTest, AStatusTextJustAfterAParkAtAPlace_IsNotBelievedEither) {
+    Connect("S", {{"cbxParkTo", "2"}});
+    StandingMount& standing = StandForPark();  // says always that it is not parked
+    machine.AdvanceTime(10'000);
+    telescope->Park();
+    standing.replies["GA"] = "+00*00:10.0#";
+    standing.replies["GZ"] = "090*00:10.0#";
+    ASSERT_TRUE(RunUntil([&] { return Logged("Park completed..."); }));
+    for (int i = 0; i < 3; ++i) {
+        driver->queries.QueryGos();
+        EXPECT_TRUE(telescope->AtPark()) << i;
+        machine.AdvanceTime(500);
+    }
+    machine.AdvanceTime(2'000);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(TimesLogged("The mount reports that it is not parked any more"), 1);
+}
+
+TEST_F(ParkMemoryTest, TheButton_TakesAParkedMountElsewhere) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "0"}});
+    telescope->Park();
+    machine.AdvanceTime(5'000);
+    ASSERT_TRUE(telescope->AtPark());
+    frmAskPark& form = driver->windows.askPark;
+    ParkWatcher view;
+    form.Attach(view);
+    const When shown(
+        machine.pump, [&] { return form.Visible(); },
+        [&] {
+            form.cbxAskParkTo.ListIndex(4);
+            form.btnOK.FireClick();
+        });
+    driver->handBox.btnPark.FireClick();
+    form.Detach(view);
+    EXPECT_TRUE(shown.Happened());
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(5'000);
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_TRUE(mount->Picture().parked);
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
 TEST_F(ParkMemoryTest, TheButton_AsksWhere_AndParksThere) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
     frmAskPark& form = driver->windows.askPark;
