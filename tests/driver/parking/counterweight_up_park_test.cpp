@@ -89,6 +89,24 @@ INSTANTIATE_TEST_SUITE_P(Places, PlaceReachedTest,
                                     std::to_string(static_cast<int>(std::abs(row.param.hourAngle) * 10));
                          });
 
+TEST_F(CounterweightUpParkTest, InTheSouth_ThePlaceReachedIsThePlacePressed) {
+    for (const bool west : {true, false}) {
+        SCOPED_TRACE(west ? "west" : "east");
+        ConnectAt(-47.0, "S", {}, MountPointing{west ? 2.0 : -2.0, -40.0, west});
+        ASSERT_TRUE(driver->state.g_bCounterweightUp);
+        const MountPicture pressed = mount->Picture();
+        PressSetPark();
+        telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), -20.0);
+        machine.AdvanceTime(6'000);
+        telescope->Park();
+        ExpectParked();
+        EXPECT_EQ(mount->Picture().westSide, pressed.westSide);
+        EXPECT_NEAR(mount->Picture().hourAngle, pressed.hourAngle, 0.02);
+        EXPECT_NEAR(mount->Picture().declination, pressed.declination, 0.02);
+        EndTheDriver();
+    }
+}
+
 TEST_F(CounterweightUpParkTest, ADelayOfTheUser_DoesNotMoveThePlace) {
     ConnectUp({2.0, 40.0, true});
     const MountPicture pressed = mount->Picture();
