@@ -78,9 +78,9 @@ void TrackingSteps::ChooseTracking(bool track) {
 }
 
 void TrackingSteps::StopTracking() {
+    Sequence mount = Talk(procedure::Tracking);  // first: inside a park, a stop may keep it from beginning
     NoteTrackingChoice(false);
     state_.g_bTracking = false;
-    Sequence mount = Talk(procedure::Tracking);
     mount.CommandBlindInternal(wire::EndInput);
     mount.CommandBlindInternal(wire::StopRaw);
     CustomRates(core_).ClearCustomDecRate(mount);

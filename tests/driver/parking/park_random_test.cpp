@@ -127,7 +127,7 @@ TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
         const bool mayCountAsNotParked = quiet.parked && !driver->state.g_bGosSupported;
         EXPECT_TRUE(telescope->AtPark() == quiet.parked || mayCountAsNotParked) << WhatHappened();
         EXPECT_FALSE(telescope->Slewing() && !driver->axisMotions.AnyRuns());
-        EXPECT_EQ(telescope->Tracking(), quiet.tracking != '9');
+        EXPECT_EQ(telescope->Tracking(), quiet.tracking != '9') << WhatHappened();
         EXPECT_FALSE(driver->state.g_bParking);
         const std::string kept = driver->persist.Read(setting::ParkStatus);
         EXPECT_TRUE(kept == "Parked" ? quiet.parked : true);
