@@ -135,7 +135,7 @@ TEST_P(RandomParkTest, AfterAStop_NothingButTrackingMoves_AndAllAgree) {
         parks += quiet.parked ? 1 : 0;
         EndTheDriver();
     }
-    EXPECT_GT(parks, kHours / 10);
+    EXPECT_GT(parks, kHours / 20);
     EXPECT_LT(parks, kHours);
 }
 
