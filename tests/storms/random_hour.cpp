@@ -313,6 +313,9 @@ std::string RandomHour::Disagreement() {
     const auto says = [](std::string_view name, bool value) {
         return std::string(name) + " is " + std::string(TrueFalse(value)) + "; ";
     };
+    if (state.g_bPollSuspended) {
+        return {};
+    }
     std::string wrong;
     try {
         const bool moves =

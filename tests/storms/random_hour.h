@@ -25,6 +25,7 @@ namespace kestrane {
 ///   - a parked mount whose tracking is turned on, also by an unpark of index 7, leaves its park, and "Parked" stays in
 ///     the settings; one that its firmware parks goes on when `MoveAxis` takes it over, and "UnParked" stays there;
 ///   - a mount without a position counts as parked;
+///   - a sync or an unpark whose position the mount refuses leaves the poll off the line, and the picture as it was;
 ///   - a status text shows that the line has lost the last command of a park: `AtPark` falls, and "Parked" stays in the
 ///     settings, which such firmware does not ask for;
 ///   - without a status text a slew ends once the distance to its target stays the same, which near the pole it does
