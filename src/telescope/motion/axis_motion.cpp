@@ -42,6 +42,7 @@ public:
     bool TrackingChosenSinceMoveAxis() const;
     void ForgetEndedMotion();
     void ClearRates();
+    void EndByUnpark(bool tracks);
     void PutBackTracking();
     void EndByTracking(bool tracked);
     void NoteDoubtedEnd(AxisEnd end);
@@ -86,6 +87,12 @@ void AxisMotions::EndAll() {
     }
     for (Telescope* object : objects_) {
         AxisSteps(*object).PutBackTracking();
+    }
+}
+
+void AxisMotions::EndAllByUnpark(const DriverState& state) {
+    for (Telescope* object : objects_) {
+        AxisSteps(*object).EndByUnpark(state.g_bTracking);
     }
 }
 
@@ -281,6 +288,15 @@ void AxisSteps::ClearRates() {
     needs_.motion.AxisMotionsEnd();
     if (TrackingChosenSinceMoveAxis()) {
         axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
+    }
+}
+
+void AxisSteps::EndByUnpark(bool tracks) {
+    axes_.rates = {};
+    needs_.motion.AxisMotionsEnd();
+    if (axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {
+        axes_.m_MoveAxisTrackingState =
+            tracks ? MoveAxisTrackingState::TrackingWasEnabled : MoveAxisTrackingState::TrackingWasDisabled;
     }
 }
 

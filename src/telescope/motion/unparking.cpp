@@ -218,7 +218,7 @@ bool Unparking::SyncTo(std::int16_t index) {
 
 /// The axes of all clients have ended in the mount: none of them bars a later unpark until its client says so too.
 void Unparking::EndAxes() {
-    needs_.axisMotions.EndAll();
+    needs_.axisMotions.EndAllByUnpark(state_);
     needs_.axisMotions.AxisEnded(state_);
 }
 

@@ -262,6 +262,15 @@ TEST_F(UnparkingTest, AxesOfAllClients_EndWithIt) {
     EXPECT_EQ(mount->Picture().tracking, '2');
 }
 
+TEST_F(UnparkingTest, AxisThatItsClientEndsAfterwards_LeavesTheTrackingOfTheUnpark) {
+    ConnectAt(47.0);
+    telescope->Tracking(true);
+    telescope->MoveAxis(0, 1.0);
+    Unpark(",0");
+    EXPECT_EQ(MotionDuring([&] { telescope->MoveAxis(0, 0.0); }), "Q RT2");
+    EXPECT_EQ(mount->Picture().tracking, '2');
+}
+
 TEST_F(UnparkingTest, WithoutALine_TheMountStaysParked) {
     ConnectAt(47.0);
     ExpectSwallow("*");
