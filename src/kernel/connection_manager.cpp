@@ -429,7 +429,7 @@ void ConnectionManager::ExitIfNoClients() {
     if (state_.g_nFocuserObjects >= 2 || state_.g_nScopeObjects >= 2) {
         return;
     }
-    exitWaitsForPark_ = ParkIsOnItsWay(state_);
+    exitWaitsForPark_ = !ended_ && ParkIsOnItsWay(state_);
     if (exitWaitsForPark_) {
         driver_.log.LogMessage("Connections", LogLevel::Info,
                                "The last client has gone: the park comes to its end first");

@@ -61,6 +61,10 @@ public:
     /// has left moving, of a guide pulse, or of the focus motor.
     bool StopIsOwed() const { return left_.Any() || guidePulses.EndIsOwed() || focusMotor.StopIsOwed(); }
 
+    /// Whether the process may end by itself once its last client has gone: no stop is owed, and no park is under way
+    /// whose end nobody else would see to.
+    bool MayEnd() const { return !StopIsOwed() && !ParkIsOnItsWay(state); }
+
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();
 

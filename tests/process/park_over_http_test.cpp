@@ -25,5 +25,20 @@ TEST_F(ProcessFixture, Park_GoesWhereSetParkWasCalled_AndAnotherClientReadsIt) {
     EXPECT_EQ(slew.errorNumber, 0x409);
 }
 
+TEST_F(ProcessFixture, Park_ComesToItsEnd_ThoughItsClientHasGone_AndThenTheProcessEnds) {
+    Leases(0.3, 600);
+    Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"cbxParkTo", "2"}});
+    StartMount({"--verbose"});
+    StartActivator();
+    HttpClient client = Client(1);
+    Connect(client);
+    const pid_t driver = Driver();
+    Good(client.Put("park"));
+    Good(client.Put("connected", "Connected=False"));
+    client.Close();
+    EXPECT_TRUE(WaitUntil(Seconds(60), [&] { return !Exists(driver); }));
+    EXPECT_NE(mount->Errors().find(" > :KA#"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace kestrane::process
