@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "catalogue/wire_commands.h"
+#include "catalogue/wire_texts.h"
 #include "commands/verb_replies.h"
 #include "commands/verbs.h"
 #include "kernel/base/conversions.h"
@@ -225,11 +226,17 @@ std::string GetMeridianDelay(Verb verb, std::string_view) {
     return Value(std::string(TrueFalse(box.Enabled())) + "," + box.Text());
 }
 
-/// A "#" would end the command, and what follows it would be a command of its own, past the doors of a goto.
+/// Whether a mount could take a part of the text for a command of its own, past the doors of a goto or a stop.
+bool HoldsACommand(std::string_view text) {
+    const std::string frame = wire::InFrame(text);
+    return text.find('#') != std::string_view::npos || wire::StartsGoto(frame) || wire::StopsAllMotion(frame) ||
+           wire::Parks(frame) || wire::Unparks(frame) || wire::EndlessMoveAfter(frame) != wire::EndlessMove::Untouched;
+}
+
 std::string QuayPointingCorrection(Verb verb, std::string_view arguments) {
-    if (arguments.find('#') != std::string_view::npos) {
+    if (HoldsACommand(arguments)) {
         verb.needs.driver.log.LogMessage("QuayPointingCorrection", LogLevel::Warning,
-                                         "A text that holds \"#\" is not sent: '" + std::string(arguments) + "'");
+                                         "A text that holds a command is not sent: '" + std::string(arguments) + "'");
         return Done();
     }
     Sequence(verb.object.Commands(), verb.needs.door, procedure::OneSetting)

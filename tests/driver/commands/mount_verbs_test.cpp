@@ -47,7 +47,7 @@ TEST_F(MountVerbsTest, TextInAFrame_ThatOnlyBeginsLikeOneToTheDriver_IsWatched) 
 TEST_F(MountVerbsTest, PointingCorrection_ThatHoldsAnotherCommand_IsNotSent) {
     Connect("S");
     EXPECT_EQ(MotionDuring([&] { EXPECT_EQ(Run("QuayPointingCorrection,1#:MS"), "1"); }), "");
-    EXPECT_TRUE(LoggedAs("QuayPointingCorrection", 1, "A text that holds \"#\" is not sent: '1#:MS'"));
+    EXPECT_TRUE(LoggedAs("QuayPointingCorrection", 1, "A text that holds a command is not sent: '1#:MS'"));
     EXPECT_FALSE(driver->state.g_bGotoRuns);
 }
 
