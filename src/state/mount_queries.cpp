@@ -336,7 +336,10 @@ bool MountQueries::IsAtPowerOnPosition() const {
 
 void MountQueries::CheckInitialPosition() {
     if (!IsAtPowerOnPosition()) {
-        state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = state_.g_bPowerOnInitDone = false;
+        state_.g_bInitUiDone = state_.g_bUnparkConfirmOpen = false;
+        if (state_.g_bRaRead && state_.g_bDecRead) {
+            state_.g_bPowerOnInitDone = false;
+        }
         return;
     }
     if (state_.g_bInitUiDone) {

@@ -251,6 +251,9 @@ bool ParkMoveSteps::SlewEast(double hours) {
         needs_.motion.ParkEnds();  // a stop was there before the mount left its park
         return false;
     }
+    if (IsTaken()) {
+        return false;
+    }
     needs_.panel.SetParkStatus("East Slew...", "");
     driver_.persist.Write(setting::ParkStatus, "UnParked");
     ReadStart();

@@ -124,6 +124,7 @@ void ParkSteps::NoteStart(std::int16_t index) {
 }
 
 void ParkSteps::Run(std::int16_t index) {
+    const SendingParkLeg sending(core_);
     const bool goesOn = UntilAborted([&](Sequence& mount) { Prepare(mount); }) && GoTo(index);
     if (!goesOn) {
         EndAborted();

@@ -110,6 +110,9 @@ public:
     void ParsePem(char pem);
     void ParseFault(char fault);
     void ShowSwapped(Button& button, bool swapped, std::string_view warning, std::string_view normal);
+
+private:
+    const Tick askedAt_ = state_.g_tickLastGos;  ///< of this text; the next one may be made due before it is read whole
 };
 
 }  // namespace
@@ -174,7 +177,7 @@ bool StatusSteps::IsAskedTooEarly(std::optional<Tick> sent) {
     if (!sent) {
         return false;
     }
-    const std::int32_t asked = state_.g_tickLastGos - *sent;
+    const std::int32_t asked = askedAt_ - *sent;
     const bool tooEarly = asked >= 0 && asked < kParkShownMs;
     if (tooEarly) {
         state_.g_tickLastGos = *sent + kParkShownMs - MountQueries::kSlowIntervalMs;
@@ -183,7 +186,7 @@ bool StatusSteps::IsAskedTooEarly(std::optional<Tick> sent) {
 }
 
 bool StatusSteps::IsAskedJustAfterGoto() const {
-    const std::int32_t asked = state_.g_tickLastGos - state_.g_tickLastGoto;
+    const std::int32_t asked = askedAt_ - state_.g_tickLastGoto;
     return asked >= 0 && asked < kTooEarlyMs;
 }
 
