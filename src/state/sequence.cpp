@@ -23,16 +23,24 @@ void StopDoor::NoteExchange(std::int32_t milliseconds) {
     slowestMs_ = std::max(std::min(milliseconds, kMostMs), slowestMs_ * 7 / 8);
 }
 
-/// A pulse may end in each direction.
+/// A pulse may end in each direction. An end whose tick has come may still be a part of a millisecond away: the ticks
+/// are whole ones, the timer that ends the pulse is not.
 void StopDoor::AwaitNearPulseEnd() {
     constexpr std::int32_t kReserveMs = 5;
+    constexpr std::int32_t kOverdueMs = 2;  // later than that nothing is about to end
     constexpr int kMostEnds = 4;
     for (int ends = 0; ends < kMostEnds && pulseEnd_; ++ends) {
         const std::int32_t left = *pulseEnd_ - waits_.GetTickCount();
-        if (left <= 0 || left > slowestMs_ + kReserveMs) {
+        if (left < -kOverdueMs || left > slowestMs_ + kReserveMs) {
             return;
         }
-        Pause(left);
+        const Tick end = *pulseEnd_;
+        if (left <= 0) {
+            LetStopIn();
+        }
+        if (pulseEnd_ == end) {
+            Pause(std::max(left, 1));
+        }
     }
 }
 
