@@ -240,7 +240,7 @@ TEST_F(UnparkingTest, AStop_WaitsForOneExchange_AndOnlyTrackingGoesOnAfterIt) {
         }
         if (stopped < 0) {  // the unpark was over before
             machine.AdvanceTime(offset);
-            EXPECT_EQ(stopped, due);
+            EXPECT_GE(stopped, due);
             return;
         }
         EXPECT_LE(stopped - due, 200) << offset;
