@@ -93,11 +93,11 @@ double Telescope::SiteElevation() {
 
 void Telescope::SiteElevation(double metres) {
     if (!(metres >= kLowestSite && metres <= kHighestSite)) {
-        const DriverError error(ErrorNumber::OutOfRange, "Property SiteElevation The property value is out of range");
+        constexpr ErrorNumber kNumber = ErrorNumber::OutOfRange;
         driver_.log.LogMessage("ASCOM", LogLevel::Exception,
                                "SET SiteElevation (out of range) = " + PlainNumber(metres) +
-                                   " Err=" + std::to_string(static_cast<std::int32_t>(error.Number())));
-        throw error;
+                                   " Err=" + std::to_string(static_cast<std::int32_t>(kNumber)));
+        throw DriverError(kNumber, "Property SiteElevation The property value is out of range");
     }
     LogSet("SiteElevation", PlainNumber(metres));
     state_.g_dSiteElevation = metres;

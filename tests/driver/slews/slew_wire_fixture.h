@@ -92,9 +92,10 @@ private:
 /// A connected client with a tap on the wire, ten seconds after the connect. Neither the slew rate of the settings nor
 /// the calibration of the directions stands in the way unless a test seeds it, nor does a clock that is set.
 class SlewWireTest : public DriverFixture {
-protected:
+public:
     ~SlewWireTest() override;
 
+protected:
     void Connect(const std::string& firmware, const SettingTexts& settings = {});
     void Connect(const MountSimulatorOptions& options, const SettingTexts& settings = {});
     /// The settings of such a connect, and others.
