@@ -233,12 +233,19 @@ bool ClientObjects::LeaseIsOver(const ClientKey& key, const Slot& slot) const {
     return LeaseEnd(key, slot, end) && needs_.clock.GetTickCount() - end >= 0;
 }
 
-/// Whether the lease is over for the only object left, or for a process without objects.
-bool ClientObjects::EverythingIsOver() const {
-    if (slots_.size() == 1) {
-        return LeaseIsOver(slots_.begin()->first, slots_.begin()->second);
+/// Since the lease was over for the only object left, or for a process without objects; nothing before.
+std::optional<std::int32_t> ClientObjects::MsWithoutClients() const {
+    Tick end = lastActivity_ + needs_.leases.idle;
+    if (slots_.size() > 1 || (slots_.size() == 1 && !LeaseEnd(slots_.begin()->first, slots_.begin()->second, end))) {
+        return {};
     }
-    return slots_.empty() && needs_.clock.GetTickCount() - (lastActivity_ + needs_.leases.idle) >= 0;
+    const std::int32_t passed = needs_.clock.GetTickCount() - end;
+    return passed >= 0 ? std::optional(passed) : std::nullopt;
+}
+
+bool ClientObjects::MayEnd() const {
+    const std::optional<std::int32_t> withoutClientsMs = MsWithoutClients();
+    return withoutClientsMs && (!needs_.mayEnd || needs_.mayEnd(*withoutClientsMs));
 }
 
 void ClientObjects::WakeAt(Tick end) {
@@ -324,7 +331,7 @@ void ClientObjects::OnGate(bool closed) {
 }
 
 void ClientObjects::FinishProcess() {
-    if (!EverythingIsOver() || !MayEnd()) {
+    if (!MayEnd()) {
         gateAsked_ = false;
         needs_.gate.open();
         WakeForAll();

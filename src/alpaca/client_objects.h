@@ -60,9 +60,9 @@ struct ClientObjectsNeeds {
     RequestGate gate;
     std::function<void()> endProcess;
     LeaseTimes leases;
-    /// False while the process has something to do without clients: it ends a second later at the earliest. Empty:
-    /// never.
-    std::function<bool()> mayEnd = {};
+    /// Whether the process may end, so many milliseconds after its last lease was over. While it has something to do
+    /// without clients, it is asked again each second. Empty: it may.
+    std::function<bool(std::int32_t withoutClientsMs)> mayEnd = {};
 };
 
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release
@@ -133,8 +133,9 @@ private:
     std::vector<ClientKey> Keys() const;
     bool HasConnection(const ClientName& name) const;
     bool LeaseIsOver(const ClientKey& key, const Slot& slot) const;
-    bool EverythingIsOver() const;
-    bool MayEnd() const { return !needs_.mayEnd || needs_.mayEnd(); }
+    std::optional<std::int32_t> MsWithoutClients() const;
+    bool EverythingIsOver() const { return MsWithoutClients().has_value(); }
+    bool MayEnd() const;
     void WakeAt(Tick end);
     void WakeForAll();
     void OnTimer();

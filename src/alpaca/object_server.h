@@ -22,8 +22,8 @@ struct ObjectServerNeeds {
     Clock& clock;
     DeviceFactory& devices;
     const RouteTable& routes;
-    std::function<void()> endProcess;   ///< on the logic thread, with the gate shut
-    std::function<bool()> mayEnd = {};  ///< see `ClientObjectsNeeds`
+    std::function<void()> endProcess;                                ///< on the logic thread, with the gate shut
+    std::function<bool(std::int32_t withoutClientsMs)> mayEnd = {};  ///< see `ClientObjectsNeeds`
     ServerIdentity identity;
     std::filesystem::path deviceIdFile;
     LeaseTimes leases;

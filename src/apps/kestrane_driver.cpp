@@ -113,7 +113,7 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
             .devices = devices,
             .routes = routes,
             .endProcess = [&platform] { platform.processes.EndThisProcess(); },
-            .mayEnd = [&driver] { return driver.MayEnd(); },
+            .mayEnd = [&driver](std::int32_t withoutClientsMs) { return driver.MayEnd(withoutClientsMs); },
             .identity = Identity(),
             .deviceIdFile = platform.folders.CommonAppData() / "Kestrane" / "ASCOM" / "DeviceIds.ini",
             .leases =

@@ -19,6 +19,7 @@ constexpr std::int32_t kCompanionWaitMs = 250;
 constexpr std::int32_t kPassWaitMs = 200;
 constexpr std::int32_t kFormatToggleWaitMs = 20;
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
+constexpr std::int32_t kLongestParkWithoutClientsMs = 30 * 60 * 1000;  // a mount may report a slew for ever
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
 constexpr std::int32_t kDefaultTimeoutMs = 500;
 constexpr double kLongestTimeoutMs = 60'000.0;
@@ -427,20 +428,32 @@ void ConnectionManager::UpdateClientsLabel() {
 
 void ConnectionManager::ExitIfNoClients() {
     if (state_.g_nFocuserObjects >= 2 || state_.g_nScopeObjects >= 2) {
+        parkIsGivenUp_ = false;
         return;
     }
-    exitWaitsForPark_ = !ended_ && ParkIsOnItsWay(state_);
-    if (exitWaitsForPark_) {
+    const bool parks = !ended_ && ParkIsOnItsWay(state_);
+    if (parks && !parkIsGivenUp_) {
+        exitAwaitsParkSince_ = driver_.clock.GetTickCount();
         driver_.log.LogMessage("Connections", LogLevel::Info,
                                "The last client has gone: the park comes to its end first");
         return;
     }
+    if (parks) {
+        driver_.log.LogMessage("Connections", LogLevel::Warning,
+                               "The park has not ended 30 minutes after the last client left: the driver ends, and the "
+                               "mount is left to itself");
+    }
     ShutdownDriver();
 }
 
+bool ConnectionManager::AwaitsPark(std::int32_t withoutClientsMs) {
+    parkIsGivenUp_ = withoutClientsMs >= kLongestParkWithoutClientsMs;
+    return ParkIsOnItsWay(state_) && !parkIsGivenUp_;
+}
+
 void ConnectionManager::ExitAfterPark() {
-    if (exitWaitsForPark_ && !ended_ && !ParkIsOnItsWay(state_)) {
-        exitWaitsForPark_ = false;
+    if (exitAwaitsParkSince_ && !ended_ && !AwaitsPark(driver_.clock.GetTickCount() - *exitAwaitsParkSince_)) {
+        exitAwaitsParkSince_.reset();
         ExitIfNoClients();
     }
 }

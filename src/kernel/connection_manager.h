@@ -101,7 +101,11 @@ public:
     /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply: posts
     /// that as a long call. For use after each poll step.
     void HealWhenDue();
-    /// Ends the process that outlived its last client for a park, once that has ended. For use after each poll step.
+    /// Whether a park that is on its way keeps the process from ending, so many milliseconds after its last client
+    /// left: for 30 minutes at most. The last answer holds for `ExitIfNoClients`.
+    bool AwaitsPark(std::int32_t withoutClientsMs);
+    /// Ends the process that outlived its last client for a park, once that has ended or is given up. For use after
+    /// each poll step.
     void ExitAfterPark();
     /// Writes the caption of the mount's frame; a port is also stored in the settings.
     void ShowMountInfo(std::string_view port);
@@ -169,10 +173,11 @@ private:
     Essentials driver_;
     DriverState& state_;
     std::string connectFailure_;
-    bool healPosted_ = false;          ///< `HealConnect` waits in the pump or runs
-    std::uint32_t answersBefore_ = 0;  ///< what the mount had answered when it was found missing last
-    bool exitWaitsForPark_ = false;    ///< the last client has gone in mid-park
-    bool ended_ = false;               ///< the driver was shut down, perhaps inside the pump of a call that still runs
+    bool healPosted_ = false;                  ///< `HealConnect` waits in the pump or runs
+    std::uint32_t answersBefore_ = 0;          ///< what the mount had answered when it was found missing last
+    std::optional<Tick> exitAwaitsParkSince_;  ///< when the last client went in mid-park
+    bool parkIsGivenUp_ = false;               ///< the process has waited long enough for it
+    bool ended_ = false;  ///< the driver was shut down, perhaps inside the pump of a call that still runs
     std::shared_ptr<int> token_ = std::make_shared<int>();  ///< as long as this lives, a posted call finds it
 };
 

@@ -61,9 +61,9 @@ public:
     /// has left moving, of a guide pulse, or of the focus motor.
     bool StopIsOwed() const { return left_.Any() || guidePulses.EndIsOwed() || focusMotor.StopIsOwed(); }
 
-    /// Whether the process may end by itself once its last client has gone: no stop is owed, and no park is under way
-    /// whose end nobody else would see to.
-    bool MayEnd() const { return !StopIsOwed() && !ParkIsOnItsWay(state); }
+    /// Whether the process may end by itself, so many milliseconds after its last client left: no stop is owed, and no
+    /// park is under way whose end nobody else would see to. A park holds it for 30 minutes at most.
+    bool MayEnd(std::int32_t withoutClientsMs) { return !connections.AwaitsPark(withoutClientsMs) && !StopIsOwed(); }
 
     /// The driver's own telescope object, counted among the objects; made when first needed.
     Telescope& InternalInstance();

@@ -46,7 +46,10 @@ protected:
             gate.shut = false;
         };
         objects.emplace(ClientObjectsNeeds{pump, clock, devices, std::move(requestGate), [this] { ++ended; }, leases,
-                                           [this] { return mayEnd; }});
+                                           [this](std::int32_t withoutClientsMs) {
+                                               withoutClients = withoutClientsMs;
+                                               return mayEnd;
+                                           }});
     }
 
     void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
@@ -73,6 +76,7 @@ protected:
     FakeGate gate;
     int ended = 0;
     bool mayEnd = true;
+    std::int32_t withoutClients = -1;  ///< what was asked last with that
     std::optional<ClientObjects> objects;
 };
 
@@ -115,6 +119,27 @@ TEST_P(ClientObjectsTest, ProcessThatStillOwesAStop_GoesOn_AlsoWithoutAClient) {
         mayEnd = true;
         pump.AdvanceTime(1'100);
         EXPECT_EQ(ended, 1);
+    }
+}
+
+TEST_P(ClientObjectsTest, ProcessThatMayNotEnd_IsAskedHowLongItHadNoClient_FromItsLastOneOn) {
+    for (const bool withAnObject : {false, true}) {
+        Begin({kIdle, kConnected});
+        mayEnd = false;
+        if (withAnObject) {
+            Call(kAnna, 1);
+        }
+        pump.AdvanceTime(kIdle + 5'000);
+        EXPECT_EQ(withoutClients, 5'000);
+        Call(kAnna, 1);
+        withoutClients = -1;
+        pump.AdvanceTime(kIdle - 1);
+        EXPECT_EQ(withoutClients, -1) << "a client is there";
+        pump.AdvanceTime(60'001);
+        EXPECT_GE(withoutClients, 59'000);
+        EXPECT_LE(withoutClients, 60'000);
+        mayEnd = true;
+        pump.AdvanceTime(1'100);
     }
 }
 

@@ -74,6 +74,68 @@ TEST_F(ParkMemoryTest, TheLastClientThatGoes_DoesNotWaitForAParkThatStandsElsewh
     EXPECT_FALSE(mount->Picture().parked);
 }
 
+/// A mount that reports a slew for ever.
+class EndlessParkTest : public ParkMemoryTest {
+protected:
+    static constexpr std::int32_t kBoundMs = 30 * 60 * 1000;
+    static constexpr const char* kGivenUp = "The park has not ended 30 minutes after the last client left";
+
+    void ParkWithoutEnd() {
+        Connect("S", {{"cbxParkTo", "2"}});
+        StandForPark().replies["GOS"] = "020S00232O0000#";
+        machine.AdvanceTime(10'000);
+        telescope->Park();
+        ASSERT_TRUE(driver->state.g_bParking);
+    }
+    void ExpectGivenUp() {
+        EXPECT_EQ(machine.processes.ends, 1);
+        EXPECT_EQ(TimesLogged(kGivenUp), 1);
+        EXPECT_EQ(TimesLoggedAs("Connections", static_cast<int>(LogLevel::Warning),
+                                std::string(kGivenUp) + ": the driver ends, and the mount is left to itself"),
+                  1);
+    }
+};
+
+TEST_F(EndlessParkTest, HoldsTheProcessForHalfAnHourAfterTheLastClient) {
+    ParkWithoutEnd();
+    telescope.reset();
+    machine.AdvanceTime(kBoundMs - 1'000);
+    EXPECT_EQ(machine.processes.ends, 0);
+    EXPECT_EQ(TimesLogged(kGivenUp), 0);
+    Tape().Clear();
+    machine.AdvanceTime(2'000);
+    ExpectGivenUp();
+    EXPECT_EQ(Tape().Motion(), "") << "whatever moves goes on";
+    EXPECT_FALSE(driver->link->Connected());
+}
+
+TEST_F(EndlessParkTest, ForAClientThatComesAndGoes_TheTimeBeginsAnew) {
+    ParkWithoutEnd();
+    telescope.reset();
+    machine.AdvanceTime(kBoundMs - 60'000);
+    telescope = driver->CreateTelescope();
+    machine.AdvanceTime(120'000);
+    EXPECT_EQ(machine.processes.ends, 0) << "a client is there";
+    telescope.reset();
+    machine.AdvanceTime(kBoundMs - 1'000);
+    EXPECT_EQ(machine.processes.ends, 0);
+    machine.AdvanceTime(2'000);
+    ExpectGivenUp();
+}
+
+/// As the server asks, which keeps the object of the last client until the process may end.
+TEST_F(EndlessParkTest, LetsTheServerEndTheProcessAfterHalfAnHour) {
+    ParkWithoutEnd();
+    EXPECT_FALSE(driver->MayEnd(0));
+    EXPECT_FALSE(driver->MayEnd(kBoundMs - 1));
+    EXPECT_TRUE(driver->MayEnd(kBoundMs));
+    EXPECT_EQ(TimesLogged(kGivenUp), 0) << "the client may still come back";
+    EXPECT_FALSE(driver->MayEnd(0)) << "it was back";
+    EXPECT_TRUE(driver->MayEnd(kBoundMs));
+    telescope.reset();
+    ExpectGivenUp();
+}
+
 TEST_F(ParkMemoryTest, ASignalAfterTheLastClient_EndsTheProcessInMidPark) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "3"}});
     telescope->Park();
