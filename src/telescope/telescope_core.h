@@ -143,7 +143,8 @@ private:
     std::string_view WhatMoves() const;
 };
 
-/// While it lives, this object sends a park or its second leg: they follow also when no client is connected any more.
+/// While it lives, this object sends a park, its second leg, or what takes back a park that came to nothing: they
+/// follow also when no client is connected any more.
 class SendingParkLeg {
 public:
     explicit SendingParkLeg(TelescopeCore& core) : core_(core), outer_(std::exchange(core.sendsParkLeg_, true)) {}

@@ -145,12 +145,10 @@ void ParkEnd::Fail(std::string_view reason) {
 /// the meridian to the wrong side. Around midnight it stays there for now; but the driver has 0, which goes out with
 /// the next time.
 void ParkEnd::TakeBackDelay() {
-    if (state_.g_nParkIndex != park_index::InSecondLeg || state_.g_dMeridianDelay == 0.0) {
-        return;
+    if (state_.g_nParkIndex == park_index::InSecondLeg && state_.g_dMeridianDelay != 0.0) {
+        const SendingParkLeg sending(core_);
+        telescope_.SendTimeAfresh();
     }
-    needs_.panel.SetMeridianDelayUI(0.0);
-    state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
-    telescope_.SyncMountTime();
 }
 
 void ParkEnd::ShowCancelled() {

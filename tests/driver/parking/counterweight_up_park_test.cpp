@@ -1,5 +1,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "driver/parking/park_fixture.h"
 #include "simulator/misbehaviours.h"
@@ -305,23 +306,88 @@ TEST_F(CounterweightUpParkTest, AnHourAngleWithoutADelay_IsSaidAtOnce_AndNothing
     EXPECT_TRUE(Logged("No park with the counterweight up at this hour angle"));
 }
 
-TEST_F(CounterweightUpParkTest, AnAbortInEitherLeg_EndsThePark) {
-    for (const int leg : {1, 2}) {
-        ConnectUp({2.0, 40.0, true});
-        PressSetPark();
-        GoElsewhere();
-        const int gotos = TimesSent("MS");
-        const When stop(
-            machine.pump, [&] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; },
-            [&] { telescope->AbortSlew(); });
-        telescope->Park();
-        ASSERT_TRUE(RunUntil([&] { return stop.Happened(); }));
-        ExpectCancelled();
-        EXPECT_EQ(TimesSent("MS") - gotos, leg);
-        EXPECT_TRUE(Logged("Park canceled..."));
-        ExpectNoDelay();
-        EndTheDriver();
+enum class LegStopper { Client, Verb, HandBox, HandBoxWithoutClients };
+constexpr const char* kLegStoppers[]{"Client", "Verb", "HandBox", "HandBoxWithoutClients"};
+
+class LegStopTest : public CounterweightUpParkTest,
+                    public testing::WithParamInterface<std::tuple<std::string, int, LegStopper>> {
+protected:
+    void Stop() {
+        switch (std::get<LegStopper>(GetParam())) {
+            case LegStopper::Client:
+                return telescope->AbortSlew();
+            case LegStopper::Verb:
+                EXPECT_EQ(telescope->CommandString("RAW,CancelPark", true), "1");
+                return;
+            case LegStopper::HandBoxWithoutClients:
+                telescope->Connected(false);
+                telescope.reset();
+                [[fallthrough]];
+            case LegStopper::HandBox:
+                driver->panel.AbortSlew();
+        }
     }
+};
+
+TEST_P(LegStopTest, EndsThePark_AndLeavesNoDelay) {
+    const auto [firmware, leg, stopper] = GetParam();
+    ConnectUp({2.0, 40.0, true}, {}, firmware);
+    PressSetPark();
+    GoElsewhere();
+    const int gotos = TimesSent("MS");
+    ParkLabel label(driver->handBox);
+    const When stop(
+        machine.pump, [&, leg = leg] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; },
+        [&] {
+            Tape().Clear();
+            Stop();
+        });
+    telescope->Park();
+    ASSERT_TRUE(RunUntil([&] { return stop.Happened(); }));
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(5'000);
+    EXPECT_EQ(TimesSent("MS") - gotos, leg);
+    EXPECT_EQ(TimesSent("KA"), 0);
+    EXPECT_EQ(label.Times("Park Canceled"), 1);
+    EXPECT_EQ(TimesLogged("Park canceled..."), 1);
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_EQ(mount->Picture().tracking, '2') << "as before";
+    const std::string sent = Tape().Motion();
+    const std::string time = driver->state.g_bHasMeridianQuery ? "RT2 SM00:00:00 SL" : "RT2 SL";
+    EXPECT_EQ(sent.find(time) != std::string::npos, leg == 2) << sent;
+    ExpectNoDelay();
+    if (telescope) {
+        ExpectCancelled();
+    } else {
+        EXPECT_EQ(machine.processes.ends, 1);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Legs, LegStopTest,
+                         testing::Combine(testing::Values("S", "EK5"), testing::Values(1, 2),
+                                          testing::Values(LegStopper::Client, LegStopper::Verb, LegStopper::HandBox,
+                                                          LegStopper::HandBoxWithoutClients)),
+                         [](const auto& row) {
+                             return std::get<0>(row.param) + "Leg" + std::to_string(std::get<1>(row.param)) +
+                                    kLegStoppers[static_cast<int>(std::get<2>(row.param))];
+                         });
+
+TEST_F(CounterweightUpParkTest, AClientThatGoesInTheSecondLegThatIsRefused_LeavesNoDelay) {
+    ConnectUp({2.0, 40.0, true});
+    PressSetPark();
+    GoElsewhere();
+    ExpectSwallow("*");
+    const int gotos = TimesSent("MS");
+    telescope->Park();
+    telescope->Connected(false);
+    telescope.reset();
+    mount->Add(std::make_unique<AnswersWith>("MS", "1"));
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(5'000);
+    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    EXPECT_EQ(TimesSent("KA"), 0);
+    ExpectNoDelay();
 }
 
 TEST_F(CounterweightUpParkTest, ARefusedSecondLeg_LeavesNoDelay) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
@@ -15,9 +17,32 @@ public:
     void Changed(Form&, std::string_view, Property) override {}
 };
 
+/// What the label of the park has shown since this was made, each text once in a row.
+class ParkLabel final : public FormView {
+public:
+    explicit ParkLabel(frmHandBox& handBox) : handBox_(handBox) { handBox_.Attach(*this); }
+    ~ParkLabel() override { handBox_.Detach(*this); }
+    ParkLabel(const ParkLabel&) = delete;
+    ParkLabel& operator=(const ParkLabel&) = delete;
+
+    void Changed(Form&, std::string_view control, Property property) override {
+        if (control == handBox_.lblParkStatus.Name() && property == Property::Text) {
+            texts_.push_back(handBox_.lblParkStatus.Text());
+        }
+    }
+    const std::vector<std::string>& Texts() const { return texts_; }
+    int Times(std::string_view text) const { return static_cast<int>(std::count(texts_.begin(), texts_.end(), text)); }
+
+private:
+    frmHandBox& handBox_;
+    std::vector<std::string> texts_;
+};
+
 /// A mount that is to park.
 class ParkTest : public SlewWireTest {
 protected:
+    double slewAcceleration = MountSimulatorOptions{}.slewAcceleration;  ///< degrees per second squared
+
     /// As other tests connect, at a latitude.
     void ConnectAt(double latitude, const std::string& firmware, const SettingTexts& settings,
                    std::optional<MountPointing> start = std::nullopt) {
@@ -26,6 +51,7 @@ protected:
         options.latitude = latitude;
         options.parkedAtPowerOn = false;
         options.start = start;
+        options.slewAcceleration = slewAcceleration;
         Connect(options, settings);
         if (!telescope->Tracking()) {
             telescope->Tracking(true);
