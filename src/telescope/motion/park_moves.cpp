@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "catalogue/vocabulary.h"
@@ -27,10 +28,11 @@ constexpr std::int32_t kOldestRaMs = 3000;
 constexpr double kEastward = 1.0;
 constexpr double kFastestFactor = 1.5;  // of the rate above, that a reading may show
 constexpr double kReadingReserveHours = 0.05;
-constexpr double kSameStartHours = 0.1;  // two readings of a mount that stands or tracks
-constexpr int kStartReadings = 3;        // at most
-constexpr std::int32_t kLongestBrakingMs = 3000;
+constexpr double kSameStartHours = 0.1;    // two readings of a mount that stands or tracks
+constexpr int kStartReadings = 3;          // at most
+constexpr std::int32_t kBrakingMs = 3000;  // since a mount was seen to get slower, at most
 constexpr std::int32_t kBrakingRoundMs = 200;
+constexpr double kSlower = 0.95;          // of the way in a round
 constexpr double kStandsHours = 0.001;    // two readings of a mount that tracks at most, a round apart
 constexpr double kStandsDegrees = 0.015;  // likewise
 constexpr double kWrongWayHours = -0.01;  // readings may differ by less although the mount has not begun to move
@@ -64,6 +66,7 @@ private:
     void LeavePark();
     void StopMountThatMoves();
     void AwaitStanding();
+    double WayInARound();
     void AwaitEast(double hours);
     void Reverse();
     void NoteMoved();
@@ -219,23 +222,36 @@ void ParkMoveSteps::StopMountThatMoves() {
     }
 }
 
-/// A mount that is still slowing down takes no move, and its way would be taken for that of the move. Pumps nothing:
-/// the supervision must not look at it meanwhile.
+/// A mount that is still slowing down takes no move, and its way would be taken for that of the move. One that is not
+/// heard, or does not get slower, is not waited for. Pumps nothing: the supervision must not look at it meanwhile.
 void ParkMoveSteps::AwaitStanding() {
-    const Tick begin = driver_.clock.GetTickCount();
     bool stands = core_.WhyMountMayMove().empty();
-    while (!stands && !Aborted() && driver_.clock.GetTickCount() - begin < kLongestBrakingMs) {
-        const double ra = state_.g_dRa;
-        const double dec = state_.g_dDec;
-        const CoordinateReads before = needs_.queries.Reads();
-        needs_.door.Pause(kBrakingRoundMs);
-        needs_.queries.QueryRa();
-        needs_.queries.QueryDec();
-        const CoordinateReads now = needs_.queries.Reads();
-        stands = now.ra != before.ra && now.dec != before.dec &&
-                 std::abs(NormalizeHourAngle(state_.g_dRa - ra)) < kStandsHours &&
-                 std::abs(state_.g_dDec - dec) < kStandsDegrees;
+    double least = std::numeric_limits<double>::max();
+    Tick slowedAt = driver_.clock.GetTickCount();
+    while (!stands && !Aborted() && driver_.clock.GetTickCount() - slowedAt < kBrakingMs) {
+        const double way = WayInARound();
+        if (way < least * kSlower) {
+            least = way;
+            slowedAt = driver_.clock.GetTickCount();
+        }
+        stands = way < 1.0;
     }
+}
+
+/// How far the mount has gone between two readings: below 1 it stands. Without a new one, as far as can be.
+double ParkMoveSteps::WayInARound() {
+    const double ra = state_.g_dRa;
+    const double dec = state_.g_dDec;
+    const CoordinateReads before = needs_.queries.Reads();
+    needs_.door.Pause(kBrakingRoundMs);
+    needs_.queries.QueryRa();
+    needs_.queries.QueryDec();
+    const CoordinateReads now = needs_.queries.Reads();
+    if (now.ra == before.ra || now.dec == before.dec) {
+        return std::numeric_limits<double>::max();
+    }
+    return std::max(std::abs(NormalizeHourAngle(state_.g_dRa - ra)) / kStandsHours,
+                    std::abs(state_.g_dDec - dec) / kStandsDegrees);
 }
 
 /// False when the park is over.

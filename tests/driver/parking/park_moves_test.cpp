@@ -50,6 +50,20 @@ TEST_P(EastFirstTest, TheMountGoesEast_AndThenToItsPlace) {
     ExpectPointsAt(0.0, 90.0, 0.1);
 }
 
+TEST_P(EastFirstTest, TheLabelSaysHowFarTheParkIs) {
+    ConnectLow("1");
+    ParkLabel label(driver->handBox);
+    telescope->Park();
+    ExpectParked();
+    const std::vector<std::string>& texts = label.Texts();
+    const auto done = std::find(texts.begin(), texts.end(), "East Slew Done");
+    ASSERT_NE(done, texts.end());
+    EXPECT_EQ(texts.front(), "East Slew...");
+    EXPECT_TRUE((done - 1)->starts_with("East: 1.")) << *(done - 1);
+    EXPECT_NE(std::find(done, texts.end(), "Parking"), texts.end());
+    EXPECT_EQ(texts.back(), "Parked");
+}
+
 TEST_P(EastFirstTest, AMountWithReversedDirections_IsTurnedRound_UntilItIsBackWhereItBegan) {
     ConnectLow("5");
     telescope->CommandBlind("#:EW#", true);
@@ -191,6 +205,21 @@ TEST_P(EastFirstTest, AnotherParkInMidGoto_BeginsWhenTheMountStands) {
     telescope->Park();
     machine.AdvanceTime(1'500);
     ASSERT_TRUE(mount->Picture().slewing);
+    driver->persist.Write(setting::chkSlewEast, "1");
+    telescope->CommandString("RAW,ParkMount,4", true);
+    EXPECT_TRUE(Logged("Park Slewing East Done: 2"));
+    EXPECT_EQ(Count("Mw"), 0);
+    ExpectParked();
+    ExpectPointsAt(0.0, 180.0, 0.1);
+}
+
+TEST_P(EastFirstTest, AnotherParkInMidGoto_WaitsAlsoForAMountThatSlowsDownForSeconds) {
+    slewAcceleration = 0.7;
+    ConnectLow("2", "0");
+    driver->state.g_bRawRaDecSlews = true;  // nothing but the move east comes ahead of the goto
+    telescope->Park();
+    machine.AdvanceTime(6'000);
+    ASSERT_GT(std::abs(mount->Picture().hourSpeed) + std::abs(mount->Picture().polarSpeed), 3.0);
     driver->persist.Write(setting::chkSlewEast, "1");
     telescope->CommandString("RAW,ParkMount,4", true);
     EXPECT_TRUE(Logged("Park Slewing East Done: 2"));
