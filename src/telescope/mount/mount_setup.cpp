@@ -123,9 +123,9 @@ void MountSetup::SendLongLat(std::string_view siteName) {
     const Site* site = nullptr;
     errors.Assign(site, [&] { return SiteNamed(siteName); });
     if (site != nullptr && IsGoodSiteName(siteName) && needs_.sites.GetSiteNumbers(siteName, numbers)) {
-        MakeCurrent(site->id, numbers.elevation);
-        SendPosition(numbers);
-        needs_.panel.ShowCurrentSite();
+        errors.Step([&] { MakeCurrent(site->id, numbers.elevation); });
+        errors.Step([&] { SendPosition(numbers); });
+        errors.Step([&] { needs_.panel.ShowCurrentSite(); });
     } else {
         driver_.log.LogMessage("SendLongLat", LogLevel::Warning,
                                "Not sending Longitude, Latitude to the mount: error getting latitude or longitude for "

@@ -392,6 +392,17 @@ TEST_F(InitializationTest, SiteThatIsNamed_IsShown_AndItsElevationCounts) {
     EXPECT_EQ(telescope->SiteElevation(), 2450.0) << "a client's elevation of the current site stays";
 }
 
+TEST_F(InitializationTest, SiteThatCannotBeShown_IsSentAndStored_AndTheRestFollows) {
+    Connect("S");
+    AddSite("Home", "S 33 30 15.0", "E 151 12 30.0");
+    ExpectSwallow("SendLongLat");
+    driver->handBox.txtSiteName.OnChange([] { throw RunTimeError(RunTimeError::kObjectNotSet, "the window"); });
+    Tape().Clear();
+    EXPECT_EQ(InitMount("Site=Home,GuideRate=1"), "St-33*30:15 Sg-151*12:30 U RG1");
+    EXPECT_NE(Tape().All().find("Gg"), std::string::npos) << "what the mount took is read back";
+    EXPECT_EQ(driver->sites.CurrentSiteName(), "Home");
+}
+
 TEST_F(InitializationTest, SiteThatIsNotThere_OrHasNoPosition_IsNotSent_ButTheMountsIsRead) {
     Connect("S");
     AddSite("Broken", "here", "there");
