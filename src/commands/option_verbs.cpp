@@ -30,12 +30,14 @@ std::string GetOption(Verb verb, CheckBox frmHandBox::*box) {
 
 }  // namespace
 
-/// Only a person's answer lets the option become 0. While the question is open the box is unticked, and the setting
-/// still says 1: a second wish then changes nothing.
+/// Only a person's answer lets the option become 0, also where the box is unticked and another program has stored 1. A
+/// second wish while the question is open changes nothing.
 std::string SetUseRcalForSync(Verb verb, std::string_view arguments) {
     if (ZeroOrOneOf(arguments, verb.needs.driver.log) == false) {
         verb.needs.fillHandBox();
-        if (!verb.needs.handBox.chkUseRCAL.Checked() && verb.needs.driver.persist.ReadFlag(setting::chkUseRCAL)) {
+        CheckBox& box = verb.needs.handBox.chkUseRCAL;
+        if (!box.Checked() && verb.needs.driver.persist.ReadFlag(setting::chkUseRCAL)) {
+            box.FireClick();
             return Done();
         }
     }

@@ -138,10 +138,10 @@ void HandBoxPanel::WireSettings() {
 
 void HandBoxPanel::OnCheck(const CheckRow& row) {
     CheckBox& box = needs_.handBox.*row.control;
-    if (row.mayClear && needs_.handBox.fillings == 0 && !box.Checked() && !(this->*row.mayClear)()) {
+    if (row.mayClear && needs_.handBox.fillings == 0 && !box.Checked()) {
+        const bool clears = (this->*row.mayClear)();
         const FillsHandBox filling(needs_.handBox);
-        box.Checked(true);
-        return;
+        box.Checked(!clears);  // the answer counts, also where the box was filled anew meanwhile
     }
     Keep(row.key, ZeroOrOne(box.Checked()));
     if (row.changed) {

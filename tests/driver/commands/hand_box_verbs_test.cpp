@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -428,6 +429,25 @@ TEST_F(HandBoxVerbsTest, LegacyFile_IsNamed_AndDeletedOnce) {
     EXPECT_EQ(Run("DeleteIniFile"), "0,File does not exist: " + file.string());
 }
 
+TEST_F(HandBoxVerbsTest, LegacyFile_WithoutACommonFolder_HasNoName) {
+    class NoFolders final : public Folders {
+    public:
+        std::filesystem::path CommonAppData() override { throw RunTimeError(RunTimeError::kObjectNotSet, ""); }
+        std::filesystem::path Documents() override { return {}; }
+    } folders;
+    Connect("S");
+    Persist persist(PersistNeeds{driver->state, driver->log, machine.clock, folders, driver->messageBoxes,
+                                 driver->ledger, [] { return std::unique_ptr<Database>(); }});
+    Essentials essentials{driver->state, persist,        driver->log,     machine.clock,
+                          driver->waits, driver->ledger, driver->counters};
+    DriverCommands commands(DriverCommandsNeeds{
+        essentials, driver->door, driver->journal, driver->handBox, {}, {}, {}, {}, {}, {}, {}, {}});
+    ASSERT_TRUE(persist.LegacyFile().empty());
+    EXPECT_EQ(commands.Execute(*telescope, "DeleteIniFile"), "0,KS.INI is not initialized");
+    EXPECT_EQ(commands.Execute(*telescope, "GetIniFilename"), "1,");
+    ExpectSwallow("Persist");
+}
+
 TEST_F(HandBoxVerbsTest, LegacyFile_ThatCannotBeDeleted_IsLogged) {
     Connect("S");
     const std::filesystem::path file = driver->persist.LegacyFile();
@@ -461,7 +481,7 @@ TEST_F(HandBoxVerbsTest, AllValues_OfAnEmptyTable_AreNone) {
 class PlainSyncWarning : public HandBoxVerbsTest {
 protected:
     void Show() {
-        Connect("S");
+        Connect("S", {{"chkUseRCAL", "1"}});
         driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
         Form().Attach(view_);
     }
@@ -479,11 +499,12 @@ protected:
         EXPECT_TRUE(answers_->Happened());
     }
 
-private:
     class Watcher final : public FormView {
     public:
         void Changed(kestrane::Form&, std::string_view, Property) override {}
     } view_;
+
+private:
     std::unique_ptr<When> answers_;
 };
 
@@ -534,6 +555,46 @@ TEST_F(PlainSyncWarning, OnlyItsAnswerCounts_NotASecondWishMeanwhile) {
         Form().btnOK.FireClick();
     });
     EXPECT_EQ(Setting("chkUseRCAL"), "0");
+}
+
+TEST_F(PlainSyncWarning, WhileTheHandBoxIsFilledAnew_IsNeitherAskedAnewNorAnswered) {
+    for (const bool accepts : {true, false}) {
+        for (const char* storedMeanwhile : {"1", "0"}) {
+            SCOPED_TRACE(std::string(accepts ? "accepted" : "cancelled") + ", " + storedMeanwhile);
+            Show();
+            std::size_t mark = 0;
+            AnswerWith([&] {
+                Run(std::string("SetIniValue,chkUseRCAL=") + storedMeanwhile);
+                mark = log.size();
+                driver->InternalInstance().InitUI();
+                driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+                EXPECT_EQ(Setting("chkUseRCAL"), storedMeanwhile);
+                EXPECT_TRUE(Form().Visible());
+                (accepts ? Form().btnOK : Form().btnCancel).FireClick();
+            });
+            EXPECT_EQ(Setting("chkUseRCAL"), accepts ? "0" : "1");
+            EXPECT_EQ(HandBox().chkUseRCAL.Checked(), !accepts);
+            const auto warned = [&](const LogLine& line) { return line.origin == "frmRcalSyncWarning"; };
+            EXPECT_EQ(std::count_if(log.begin() + static_cast<std::ptrdiff_t>(mark), log.end(), warned), 0);
+            Form().Detach(view_);
+            EndTheDriver();
+        }
+    }
+}
+
+TEST_F(PlainSyncWarning, IsAskedToo_WhereAnotherProgramHasStoredTheOptionOfATickedBox) {
+    for (const bool accepts : {true, false}) {
+        SCOPED_TRACE(accepts ? "accepted" : "cancelled");
+        Show();
+        AnswerWith([&] { Form().btnOK.FireClick(); });
+        ASSERT_FALSE(HandBox().chkUseRCAL.Checked());
+        EXPECT_EQ(Run("SetIniValue,chkUseRCAL=1"), "1");
+        AnswerWith([&] { (accepts ? Form().btnOK : Form().btnCancel).FireClick(); });
+        EXPECT_EQ(Setting("chkUseRCAL"), accepts ? "0" : "1");
+        EXPECT_EQ(HandBox().chkUseRCAL.Checked(), !accepts);
+        Form().Detach(view_);
+        EndTheDriver();
+    }
 }
 
 TEST_F(HandBoxVerbsTest, BeforeTheFirstConnect_TheSettingsAreTold) {
