@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "kernel/base/date_time.h"
 #include "support/driver_fixture.h"
@@ -376,30 +377,60 @@ TEST_F(MountTimeTest, OverTheNetwork_NoSecondLineIsRead) {
 }
 
 struct MidnightRow {
+    std::string name;
     int hour;
     int minute;
     int second;
-    bool sent;
+    std::string sent;         ///< time and date; empty for nothing
+    std::string sentShifted;  ///< to firmware without a delay, with one of an hour and a half
 };
 
-class MidnightTest : public MountTimeTest, public testing::WithParamInterface<MidnightRow> {};
+enum class Delay { None, HourAndHalf };
+enum class DelayCommands { Known, Unknown };
+
+class MidnightTest : public MountTimeTest,
+                     public testing::WithParamInterface<std::tuple<MidnightRow, Delay, DelayCommands>> {
+protected:
+    std::string Script() const {
+        const auto& [row, delay, commands] = GetParam();
+        if (row.sent.empty()) {
+            return R"(
+        0   = Set
+        *   L ASCOM Error Unable to SET Date/time from 23:58 until 00:02
+        0   = ->
+    )";
+        }
+        const bool isShifted = delay == Delay::HourAndHalf && commands == DelayCommands::Unknown;
+        const std::string& sent = isShifted ? row.sentShifted : row.sent;
+        const std::string zero = "\n 0 > :GM#\n 0 < 00:00:00#";
+        const std::string delayed = zero + zero + "\n 0 > :SM01:30:00#\n 0 < 1";
+        const std::string asked = delay == Delay::None ? zero : delayed;
+        return "\n 0 = Set" + (commands == DelayCommands::Known ? asked : "") + "\n 0 > :SL" + sent.substr(0, 8) +
+               "#\n 0 < 1\n 0 > :SC" + sent.substr(9) +
+               "#\n 0 < 1Updating#\n 0 < data#\n 0 > :GG#\n 0 < -01:00:00.0#\n * = ->\n";
+    }
+};
 
 TEST_P(MidnightTest, AroundLocalMidnight_NothingIsSentAndNothingIsRaised) {
-    const auto& [hour, minute, second, sent] = GetParam();
-    machine.ConnectMount(1, *mount);
-    driver->link->Port(1);
-    driver->link->ReceiveTimeoutMS(500);
-    driver->link->Connected(true);
-    const DateTime local{2024, 3, 20, hour, minute, second, 0};
-    driver->InternalInstance().utcDate(machine.clock.DateLocalToUTC(local));
-    EXPECT_EQ(!mount->Commands().empty(), sent);
-    EXPECT_EQ(Logged("Unable to SET Date/time from 23:58 until 00:02"), !sent);
+    const auto& [row, delay, commands] = GetParam();
+    driver->state.g_bHasMeridianQuery = commands == DelayCommands::Known;
+    ChooseDelay(delay == Delay::None ? 0.0 : 1.5);
+    const DateTime local{2024, 3, 20, row.hour, row.minute, row.second, 0};
+    Play(Script(), machine.clock.DateLocalToUTC(local));
 }
 
-INSTANTIATE_TEST_SUITE_P(Times, MidnightTest,
-                         testing::Values(MidnightRow{23, 57, 59, true}, MidnightRow{23, 58, 0, false},
-                                         MidnightRow{23, 59, 59, false}, MidnightRow{0, 0, 0, false},
-                                         MidnightRow{0, 1, 59, false}, MidnightRow{0, 2, 0, true}));
+INSTANTIATE_TEST_SUITE_P(
+    Times, MidnightTest,
+    testing::Combine(testing::Values(MidnightRow{"Before", 23, 57, 59, "23:57:59 03/20/24", "01:27:59 03/21/24"},
+                                     MidnightRow{"Begins", 23, 58, 0, "", ""}, MidnightRow{"Last", 23, 59, 59, "", ""},
+                                     MidnightRow{"First", 0, 0, 0, "", ""}, MidnightRow{"Ends", 0, 1, 59, "", ""},
+                                     MidnightRow{"After", 0, 2, 0, "00:02:00 03/20/24", "01:32:00 03/20/24"}),
+                     testing::Values(Delay::None, Delay::HourAndHalf),
+                     testing::Values(DelayCommands::Known, DelayCommands::Unknown)),
+    [](const auto& row) {
+        return std::get<0>(row.param).name + (std::get<1>(row.param) == Delay::None ? "" : "Delayed") +
+               (std::get<2>(row.param) == DelayCommands::Known ? "Delays" : "NoDelays");
+    });
 
 struct ShiftRow {
     int hour;
