@@ -30,6 +30,9 @@ bool ClientCommandSteps::StartsGoto(std::string_view command, bool raw) {
 /// A park that is stopped on its way must not count as arrived where it stands.
 void ClientCommandSteps::NoteStop(std::string_view command, bool raw) {
     if (wire::StopsAllMotion(raw ? std::string(command) : wire::InFrame(command))) {
+        if (InPark(state_) && !state_.g_bAbortPark) {
+            driver_.log.LogMessage("Telescope", LogLevel::Info, "The park ends: a client's own text stops the mount");
+        }
         needs_.motion.ParkAborted();
     }
 }

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -357,6 +359,52 @@ TEST_F(ParkTakenTest, ASlewUnderWay_EndsForAPark) {
     EXPECT_EQ(TimesSent("MS"), 2) << "the slew gives way";
     ExpectPointsAt(0.0, 90.0, 0.1);
 }
+
+struct CauseRow {
+    std::string name;
+    std::string line;  ///< a part of the log line that names it
+    std::function<void(Telescope& client, Driver& driver)> call;
+
+    friend void PrintTo(const CauseRow& row, std::ostream* out) { *out << row.name; }
+};
+
+class CauseOfTheEndTest : public ParkTest, public testing::WithParamInterface<CauseRow> {};
+
+TEST_P(CauseOfTheEndTest, StandsInTheLogAheadOfIt) {
+    ConnectAt(47.0, "D", {{"cbxParkTo", "2"}});
+    telescope->Park();
+    machine.AdvanceTime(3'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    const auto mark = static_cast<std::ptrdiff_t>(log.size());
+    Try([&] { GetParam().call(*telescope, *driver); });
+    EXPECT_EQ(error, 0U) << words;
+    EXPECT_TRUE(WaitForParkEnd());
+    const auto find = [&](std::string_view part) {
+        return std::find_if(log.begin() + mark, log.end(),
+                            [&](const LogLine& line) { return line.message.find(part) != std::string::npos; });
+    };
+    const auto end = find("Park canceled...");
+    EXPECT_NE(end, log.end());
+    EXPECT_LT(find(GetParam().line) - log.begin(), end - log.begin());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Causes, CauseOfTheEndTest,
+    testing::Values(
+        CauseRow{"Stop", "AbortSlew()", [](Telescope& client, Driver&) { client.AbortSlew(); }},
+        CauseRow{"HandBox", "AbortSlew()", [](Telescope&, Driver& driver) { driver.panel.AbortSlew(); }},
+        CauseRow{"Verb", "RAW,CancelPark",
+                 [](Telescope& client, Driver&) { client.CommandString("RAW,CancelPark", true); }},
+        CauseRow{"Text", "The park ends: a client's own text stops the mount",
+                 [](Telescope& client, Driver&) { client.CommandBlind("Q", false); }},
+        CauseRow{"Tracking", "SET Tracking = False", [](Telescope& client, Driver&) { client.Tracking(false); }},
+        CauseRow{"Rate", "SET TrackingRate = 1", [](Telescope& client, Driver&) { client.TrackingRate(1); }},
+        CauseRow{"Axis", "MoveAxis", [](Telescope& client, Driver&) { client.MoveAxis(1, 0.0); }},
+        CauseRow{"Pulse", "PulseGuide", [](Telescope& client, Driver&) { client.PulseGuide(0, 0); }},
+        CauseRow{"Unpark", "RAW,UnparkMount",
+                 [](Telescope& client, Driver&) { client.CommandString("RAW,UnparkMount,0", true); }},
+        CauseRow{"Slew", "SlewToAltAz", [](Telescope& client, Driver&) { client.SlewToAltAzAsync(150.0, 45.0); }}),
+    [](const auto& row) { return row.param.name; });
 
 }  // namespace
 }  // namespace kestrane
