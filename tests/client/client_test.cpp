@@ -353,9 +353,7 @@ TEST(Client, AConnectOfAFocuserThatFindsNoMount_AsksTheTelescopeWhy) {
     telescope.driverReply = "1,COM1: no device has this number";
     FakeAlpacaServer server([&](const Request& request) {
         const bool isFocuser = request.target.starts_with("/api/v1/focuser/0/");
-        Answer noMount = FakeAlpacaServer::Error(0x402, "No mount.");
-        noMount.closesAfter = true;  // the server has one connection at a time
-        return isFocuser ? noMount : telescope(request);
+        return isFocuser ? FakeAlpacaServer::Error(0x402, "No mount.") : telescope(request);
     });
     EXPECT_EQ(RunAt(server, {"connect", "--type", "focuser"}).notes,
               "kestrane-client: No mount. COM1: no device has this number (0x402)\n");

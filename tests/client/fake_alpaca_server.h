@@ -15,7 +15,8 @@
 
 namespace kestrane::client {
 
-/// A tiny HTTP server on a free port of this machine, serving one connection after the other in a thread of its own.
+/// A tiny HTTP server on a free port of this machine, with a thread for each connection. Its end waits for that of the
+/// connections.
 class FakeAlpacaServer {
 public:
     struct Request {
@@ -43,6 +44,9 @@ public:
         boost::asio::ip::tcp::socket knock(context_);
         knock.connect({boost::asio::ip::address_v4::loopback(), port_}, error);
         thread_.join();
+        for (std::thread& each : servants_) {
+            each.join();
+        }
     }
 
     std::uint16_t Port() const { return port_; }
@@ -71,14 +75,18 @@ private:
             boost::system::error_code error;
             boost::asio::ip::tcp::socket socket(context_);
             acceptor_.accept(socket, error);
-            ++connections_;
-            while (!error && !isStopping_ && ServeOne(socket)) {
+            if (!error && !isStopping_) {
+                const int connection = static_cast<int>(servants_.size()) + 1;
+                servants_.emplace_back([this, connection, taken = std::move(socket)]() mutable {
+                    while (!isStopping_ && ServeOne(taken, connection)) {
+                    }
+                });
             }
         }
     }
 
     /// False when the connection is over.
-    bool ServeOne(boost::asio::ip::tcp::socket& socket) {
+    bool ServeOne(boost::asio::ip::tcp::socket& socket, int connection) {
         boost::system::error_code error;
         boost::asio::streambuf buffer;
         const std::size_t headLength = boost::asio::read_until(socket, buffer, "\r\n\r\n", error);
@@ -90,7 +98,7 @@ private:
         request.verb = text.substr(0, text.find(' '));
         request.target = text.substr(request.verb.size() + 1, text.find(" HTTP/") - request.verb.size() - 1);
         request.body = text.substr(headLength);
-        request.connection = connections_;
+        request.connection = connection;
         const std::size_t length = ContentLength(text);
         std::string rest(length - std::min(length, request.body.size()), '\0');
         boost::asio::read(socket, boost::asio::buffer(rest), error);
@@ -115,9 +123,9 @@ private:
     boost::asio::ip::tcp::acceptor acceptor_;
     std::uint16_t port_;
     std::atomic<bool> isStopping_ = false;
-    int connections_ = 0;
     std::mutex mutex_;
     std::vector<Request> requests_;
+    std::vector<std::thread> servants_;  ///< one for each connection; of the thread that accepts
     std::thread thread_;
 };
 

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -26,6 +29,7 @@ public:
             return {FakeAlpacaServer::Http("no such device", "400 Bad Request"), false};
         }
         const std::string member = path.substr(prefix.size());
+        const std::lock_guard lock(mutex_);
         return request.verb == "GET" ? Get(member) : Put(member, request.body);
     }
 
@@ -38,6 +42,10 @@ public:
     bool hasMount = true;
     bool slews = true;                  ///< else it takes a slew and stands
     bool parks = true;                  ///< else it takes a park and stands in the end
+    bool unparks = true;                ///< else it takes an unpark and stays parked
+    bool choosesTracking = true;        ///< else it takes a write of Tracking and goes on as before
+    int looksParked = 0;                ///< that it is still parked after an unpark
+    std::string refused = {};           ///< a member whose PUT it refuses
     bool answersTexts = true;           ///< else it hangs up
     std::string driverReply = "reply";  ///< to a text
     Answer slewAnswer = FakeAlpacaServer::Done();
@@ -61,7 +69,7 @@ private:
             return FakeAlpacaServer::Value(std::to_string(isThere_ && looksLeft <= 0 ? reachesDec : onTheWay));
         }
         if (member == "atpark") {
-            return FakeAlpacaServer::Value(isParked_ ? "true" : "false");
+            return FakeAlpacaServer::Value(isParked_ || looksParked-- > 0 ? "true" : "false");
         }
         if (member == "tracking") {
             return FakeAlpacaServer::Value(tracks_ ? "true" : "false");
@@ -85,6 +93,9 @@ private:
     }
 
     Answer Put(const std::string& member, const std::string& body) {
+        if (member == refused) {
+            return FakeAlpacaServer::Error(0x40b, "Invalid operation");
+        }
         if (member == "connected") {
             if (!hasMount && body.starts_with("Connected=True")) {
                 return FakeAlpacaServer::Error(0x402, "No mount.");
@@ -97,7 +108,9 @@ private:
         } else if (member == "park") {
             isParked_ = parks;
             looksLeft = looks;
-        } else if (member == "tracking") {
+        } else if (member == "unpark") {
+            isParked_ = !unparks;
+        } else if (member == "tracking" && choosesTracking) {
             tracks_ = body.starts_with("Tracking=True");
         } else if (member == "pulseguide" || member == "move") {
             looksLeft = looks;
@@ -109,6 +122,7 @@ private:
         return FakeAlpacaServer::Done();
     }
 
+    std::mutex mutex_;
     bool isThere_ = false;
     bool isParked_ = false;
     bool tracks_ = false;
@@ -120,32 +134,89 @@ struct Outcome {
     std::string notes;
 };
 
+/// A text that says when somebody writes to it.
+class WatchedText final : public std::stringbuf {
+public:
+    explicit WatchedText(std::function<void()> onWritten) : onWritten_(std::move(onWritten)) {}
+
+protected:
+    int sync() override {
+        if (onWritten_) {
+            onWritten_();
+        }
+        return 0;
+    }
+
+private:
+    std::function<void()> onWritten_;
+};
+
 /// The program on a time of its own that only its waits move.
-inline Outcome RunHere(std::vector<std::string> words, double interruptedAfter = 1e9) {
+inline Outcome RunHere(std::vector<std::string> words, double interruptedAfter = 1e9,
+                       std::function<void()> onNotes = {}) {
     std::ostringstream out;
-    std::ostringstream notes;
+    WatchedText noted(std::move(onNotes));
+    std::ostream notes(&noted);
     double now = 946728000.0;
     const double end = now + interruptedAfter;
     const ExitCode code =
         RunClient(words, {out, notes, false, [&] { return now; }, [&](double seconds) { now += seconds; }, [] {},
                           [&] { return now >= end; }});
-    return {code, out.str(), notes.str()};
+    return {code, out.str(), noted.str()};
 }
 
-inline Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words, double interruptedAfter = 1e9) {
+inline Outcome RunAt(FakeAlpacaServer& server, std::vector<std::string> words, double interruptedAfter = 1e9,
+                     std::function<void()> onNotes = {}) {
     words.push_back("--port");
     words.push_back(std::to_string(server.Port()));
-    return RunHere(std::move(words), interruptedAfter);
+    return RunHere(std::move(words), interruptedAfter, std::move(onNotes));
+}
+
+/// An event that a request waits for, so that its answer is held back until then.
+class Gate {
+public:
+    void Open() {
+        const std::lock_guard lock(mutex_);
+        isOpen_ = true;
+        opened_.notify_all();
+    }
+    /// False when it does not open within ten seconds.
+    bool Pass() {
+        std::unique_lock lock(mutex_);
+        return opened_.wait_for(lock, std::chrono::seconds(10), [this] { return isOpen_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+/// Member of a request, as in its path.
+inline std::string MemberOf(const Request& request) {
+    const std::string path = request.target.substr(0, request.target.find('?'));
+    return path.substr(path.rfind('/') + 1);
 }
 
 /// Verb and member of each request, in order.
 inline std::vector<std::string> Calls(FakeAlpacaServer& server) {
     std::vector<std::string> calls;
     for (const Request& request : server.Requests()) {
-        const std::string path = request.target.substr(0, request.target.find('?'));
-        calls.push_back(request.verb + " " + path.substr(path.rfind('/') + 1));
+        calls.push_back(request.verb + " " + MemberOf(request));
     }
     return calls;
+}
+
+/// Member and values of each PUT, in order: "tracking Tracking=True".
+inline std::vector<std::string> Puts(FakeAlpacaServer& server) {
+    std::vector<std::string> puts;
+    for (const Request& request : server.Requests()) {
+        if (request.verb == "PUT") {
+            const std::string values = request.body.substr(0, request.body.find("ClientID="));
+            puts.push_back(MemberOf(request) + (values.empty() ? "" : " " + values.substr(0, values.size() - 1)));
+        }
+    }
+    return puts;
 }
 
 }  // namespace kestrane::client
