@@ -253,12 +253,8 @@ void RunDiscover(const Arguments& arguments, const Surroundings& surroundings) {
     }
 }
 
-void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
-    if (arguments.row->command == Command::Discover) {
-        return RunDiscover(arguments, surroundings);
-    }
-    Session session(arguments, surroundings);
-    switch (arguments.row->command) {
+void RunOnDevice(Session& session) {
+    switch (session.arguments.row->command) {
         case Command::Discover:
             break;
         case Command::Status:
@@ -280,7 +276,7 @@ void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
         case Command::Stars:
             return RunStars(session);
         case Command::Abort:
-            return RunPlain(session, arguments.deviceType == "focuser" ? "Halt" : "AbortSlew", "stopped");
+            return RunPlain(session, session.arguments.deviceType == "focuser" ? "Halt" : "AbortSlew", "stopped");
         case Command::Park:
             return RunPark(session);
         case Command::Unpark:
@@ -297,6 +293,19 @@ void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
             return RunText(session);
         case Command::Log:
             return RunLog(session);
+    }
+}
+
+void RunCommand(const Arguments& arguments, const Surroundings& surroundings) {
+    if (arguments.row->command == Command::Discover) {
+        return RunDiscover(arguments, surroundings);
+    }
+    Session session(arguments, surroundings);
+    try {
+        RunOnDevice(session);
+    } catch (const DeviceError&) {
+        session.LetGo();
+        throw;
     }
 }
 
