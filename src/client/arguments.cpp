@@ -203,6 +203,9 @@ void CheckOperands(const Arguments& arguments) {
     if (arguments.brightStar && !isSlew) {
         throw UsageError("--bright-star goes with slew only");
     }
+    if (row.command == Command::Init && arguments.deviceType != "telescope") {
+        throw UsageError("init is for a telescope; leave out --type " + arguments.deviceType);
+    }
 }
 
 std::string Padded(std::string text, std::size_t width) {

@@ -86,6 +86,7 @@ TEST(Arguments, WrongUsageIsToldInWords) {
         {{"slew", "1", "2", "3"}, "kestrane-client slew RA DEC"},
         {{"slew", "--bright-star", "Vega"}, "kestrane-client slew RA DEC"},
         {{"stars", "--wait"}, "goes with slew, guide, focus and park only"},
+        {{"init", "--type", "focuser"}, "init is for a telescope"},
         {{"get"}, "kestrane-client get MEMBER"},
         {{"command"}, "kestrane-client command TEXT"},
     };
