@@ -208,6 +208,17 @@ void RunPlain(Session& session, std::string_view member, const std::string& word
     session.LetGo();
 }
 
+/// A device may answer without an error, and stay parked.
+void RunUnpark(Session& session) {
+    session.EnsureConnected();
+    session.device.Put("Unpark");
+    if (session.device.Flag("AtPark")) {
+        throw DeviceError(0, "the device is still parked");
+    }
+    session.Tell("unparked", {{"Value", nullptr}});
+    session.LetGo();
+}
+
 /// The devices of one server; an entry without devices when it does not report them.
 json::array DevicesOf(const FoundServer& server, double seconds) {
     HttpConnection connection(server.host, server.port);
@@ -280,7 +291,7 @@ void RunOnDevice(Session& session) {
         case Command::Park:
             return RunPark(session);
         case Command::Unpark:
-            return RunPlain(session, "Unpark", "unparked");
+            return RunUnpark(session);
         case Command::SetPark:
             return RunPlain(session, "SetPark", "this is the place to park now");
         case Command::Focus:

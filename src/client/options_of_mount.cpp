@@ -63,17 +63,21 @@ void RunTrack(Session& session) {
     if (word != "on" && word != "off" && rate < 0) {
         throw UsageError("write: kestrane-client track on, off, sidereal, lunar, solar or king");
     }
+    const bool asked = word != "off";
     session.EnsureConnected();
     if (rate >= 0) {
         session.device.Put("TrackingRate", {{"TrackingRate", std::to_string(rate)}});
     }
     // A device need not begin to track with its rate.
     if (rate < 0 || !session.device.Flag("Tracking")) {
-        session.device.Put("Tracking", {{"Tracking", word == "off" ? "False" : "True"}});
+        session.device.Put("Tracking", {{"Tracking", asked ? "True" : "False"}});
     }
-    const bool tracks = session.device.Flag("Tracking");
-    session.Tell(tracks ? "tracking" + (rate >= 0 ? ", " + word : std::string()) : "not tracking",
-                 {{"Tracking", tracks}});
+    // It may also answer without an error, and go on as before.
+    if (session.device.Flag("Tracking") != asked) {
+        throw DeviceError(0, asked ? "the device does not track" : "the device still tracks");
+    }
+    session.Tell(asked ? "tracking" + (rate >= 0 ? ", " + word : std::string()) : "not tracking",
+                 {{"Tracking", asked}});
     session.LetGo();
 }
 

@@ -37,5 +37,25 @@ TEST(ClientVerbs, ThatFail_LetGoOfWhatTheyConnected) {
     }
 }
 
+TEST(ClientVerbs, Unpark_OfADeviceThatStaysParked_IsAFailure) {
+    FakeTelescope telescope;
+    telescope.unparks = false;
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_EQ(RunAt(server, {"unpark"}).notes, "kestrane-client: the device is still parked\n");
+}
+
+TEST(ClientVerbs, Track_OfADeviceThatGoesOnAsBefore_IsAFailure) {
+    FakeTelescope telescope;
+    FakeAlpacaServer server(std::ref(telescope));
+    telescope.choosesTracking = false;
+    for (const char* word : {"on", "solar"}) {
+        EXPECT_EQ(RunAt(server, {"track", word}).notes, "kestrane-client: the device does not track\n") << word;
+    }
+    telescope.choosesTracking = true;
+    EXPECT_EQ(RunAt(server, {"track", "on"}).out, "tracking\n");
+    telescope.choosesTracking = false;
+    EXPECT_EQ(RunAt(server, {"track", "off"}).notes, "kestrane-client: the device still tracks\n");
+}
+
 }  // namespace
 }  // namespace kestrane::client
