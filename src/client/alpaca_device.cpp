@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <boost/json/src.hpp>
+#include <charconv>
 #include <cmath>
 #include <random>
 
@@ -12,9 +13,20 @@ namespace {
 namespace json = boost::json;
 
 /// Members whose answer may wait for the mount, in lower case.
-constexpr std::array<std::string_view, 10> kPatientMembers{
-    "connected",    "park",        "unpark",       "findhome",    "slewtocoordinates",
-    "slewtotarget", "slewtoaltaz", "commandblind", "commandbool", "commandstring"};
+constexpr std::array<std::string_view, 9> kPatientMembers{"connected",         "unpark",       "findhome",
+                                                          "slewtocoordinates", "slewtotarget", "slewtoaltaz",
+                                                          "commandblind",      "commandbool",  "commandstring"};
+
+/// The duration of a guide pulse in seconds; 0 when it is none.
+double PulseSeconds(const Values& values) {
+    std::int32_t milliseconds = 0;
+    for (const auto& [key, value] : values) {
+        if (key == "Duration") {
+            std::from_chars(value.data(), value.data() + value.size(), milliseconds);
+        }
+    }
+    return std::max(milliseconds, 0) / 1000.0;
+}
 
 std::string Lowered(std::string_view text) {
     std::string lowered(text);
@@ -104,6 +116,17 @@ json::value AlpacaDevice::Put(std::string_view member, const Values& values) {
     return Call(HttpConnection::Verb::Put, member, values);
 }
 
+double AlpacaDevice::LimitOfPut(const Limits& limits, std::string_view member, const Values& values) {
+    if (member == "park") {
+        return limits.park;
+    }
+    if (member == "pulseguide") {
+        return limits.brief + PulseSeconds(values);
+    }
+    const bool isPatient = std::ranges::find(kPatientMembers, member) != kPatientMembers.end();
+    return isPatient ? limits.patient : limits.brief;
+}
+
 json::value AlpacaDevice::Call(HttpConnection::Verb verb, std::string_view member, Values values) {
     const std::string name = Lowered(member);
     const bool isPut = verb == HttpConnection::Verb::Put;
@@ -114,9 +137,7 @@ json::value AlpacaDevice::Call(HttpConnection::Verb verb, std::string_view membe
     request.verb = verb;
     request.target = "/api/v1/" + address_.type + "/" + std::to_string(address_.device) + "/" + PercentEncoded(name);
     (isPut ? request.form : request.target) += (isPut ? "" : "?") + FormEncoded(values);
-    const bool isPatient =
-        isPut && std::find(kPatientMembers.begin(), kPatientMembers.end(), name) != kPatientMembers.end();
-    const double seconds = isPatient ? limits_.patient : limits_.brief;
+    const double seconds = isPut ? LimitOfPut(limits_, name, values) : limits_.brief;
     request.limit = std::chrono::milliseconds(std::llround(seconds * 1000.0));
     request.whileWaiting = whileWaiting_;
 

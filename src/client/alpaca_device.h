@@ -55,12 +55,15 @@ public:
         std::uint32_t device = 0;
         std::uint32_t clientId = 0;
     };
-    /// The longest wait for an answer in seconds: of most members, and of those that move or connect before they
-    /// answer.
+    /// The longest wait for an answer in seconds: of most members, of those that move or connect before they answer,
+    /// and of a park, which may make other moves first.
     struct Limits {
         double brief = 10.0;
         double patient = 120.0;
+        double park = 600.0;
     };
+    /// The limit of a PUT to a member in lower case. A guide pulse may be answered at its end: its duration is added.
+    static double LimitOfPut(const Limits& limits, std::string_view member, const Values& values);
 
     AlpacaDevice(Address address, Limits limits);
 

@@ -18,21 +18,22 @@ constexpr std::array kCommands{
     CommandRow{Command::Status, "status", "", 0, 0, "show what the device reports of itself"},
     CommandRow{Command::Connect, "connect", "", 0, 0, "connect, and stay connected when this program ends"},
     CommandRow{Command::Disconnect, "disconnect", "", 0, 0, "let go again"},
-    CommandRow{Command::Slew, "slew", "RA DEC | STAR", 0, 2, "slew there; --wait shows the way and ends with the slew"},
-    CommandRow{Command::Sync, "sync", "RA DEC | STAR", 1, 2, "tell the device that it points there"},
+    CommandRow{Command::Slew, "slew", "RA DEC | STAR", 0, 2, "slew there; --wait shows the way and ends with the slew",
+               true},
+    CommandRow{Command::Sync, "sync", "RA DEC | STAR", 1, 2, "tell the device that it points there", true},
     CommandRow{Command::Stars, "stars", "", 0, 0, "list the bright stars that are up now at the device's site"},
     CommandRow{Command::Abort, "abort", "", 0, 0, "stop a slew at once"},
     CommandRow{Command::Track, "track", "on | off | RATE", 1, 1,
-               "track, or not; RATE is sidereal, lunar, solar or king, and tracks"},
+               "track, or not; RATE is sidereal, lunar, solar or king, and tracks", true},
     CommandRow{Command::Guide, "guide", "DIRECTION MS", 2, 2,
-               "one guide pulse, north, south, east or west; --wait ends with it"},
-    CommandRow{Command::Park, "park", "", 0, 0, "park, and wait for it"},
-    CommandRow{Command::Unpark, "unpark", "", 0, 0, "unpark"},
-    CommandRow{Command::SetPark, "setpark", "", 0, 0, "keep where the device points as its place to park"},
+               "one guide pulse, north, south, east or west; --wait ends with it", true},
+    CommandRow{Command::Park, "park", "", 0, 0, "park, and wait for it", true},
+    CommandRow{Command::Unpark, "unpark", "", 0, 0, "unpark; --wait ends when the device is unparked", true},
+    CommandRow{Command::SetPark, "setpark", "", 0, 0, "keep where the device points as its place to park", true},
     CommandRow{Command::Focus, "focus", "STEPS", 1, 1,
-               "move the focuser, out by positive steps, in by negative ones; --wait ends with the move"},
+               "move the focuser, out by positive steps, in by negative ones; --wait ends with the move", true},
     CommandRow{Command::Init, "init", "[STRING]", 0, 1,
-               "initialize the mount by an init string, or by the settings of a driver of this project"},
+               "initialize the mount by an init string, or by the settings of a driver of this project", true},
     CommandRow{Command::Get, "get", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "read any member"},
     CommandRow{Command::Put, "put", "MEMBER [KEY=VALUE...]", 1, kAnyNumber, "write or call any member"},
     CommandRow{Command::Text, "command", "TEXT", 1, 1,
@@ -121,7 +122,8 @@ constexpr std::array kOptions{
     OptionRow{"--discovery-port", "N",
               [](Arguments& a, std::string_view o, const std::string& v) { a.discoveryPort = PortNumber(o, v); },
               "UDP port that discover asks on (32227)"},
-    OptionRow{"--timeout", "S", TakeTimeout, "seconds that an answer may take (10; 120 for what moves or connects)"},
+    OptionRow{"--timeout", "S", TakeTimeout,
+              "seconds that an answer may take (10; 120 for what moves or connects, 600 for park)"},
     OptionRow{"--latitude", "DEG",
               [](Arguments& a, std::string_view o, const std::string& v) {
                   a.latitude = Degrees(o, v, 90.0, "a latitude from -90 to 90 degrees, north positive");
@@ -133,7 +135,7 @@ constexpr std::array kOptions{
               },
               "its longitude, to reckon the sidereal time from"},
     OptionRow{"--wait", "", [](Arguments& a, std::string_view, const std::string&) { a.wait = true; },
-              "show the way and end with the motion; Ctrl-C stops it"},
+              "show the progress and end with the motion; Ctrl-C stops it"},
     OptionRow{"--bright-star", "", [](Arguments& a, std::string_view, const std::string&) { a.brightStar = true; },
               "slew: to the brightest star well above the horizon"},
     OptionRow{"--json", "", [](Arguments& a, std::string_view, const std::string&) { a.json = true; },
@@ -184,6 +186,17 @@ const CommandRow& FindCommand(const std::string& name) {
     return *row;
 }
 
+/// "slew, sync, track".
+std::string WaitingCommands() {
+    std::string names;
+    for (const CommandRow& row : kCommands) {
+        if (row.mayWait) {
+            names += (names.empty() ? "" : ", ") + std::string(row.name);
+        }
+    }
+    return names;
+}
+
 void CheckOperands(const Arguments& arguments) {
     const CommandRow& row = *arguments.row;
     const std::size_t count = arguments.operands.size();
@@ -196,9 +209,8 @@ void CheckOperands(const Arguments& arguments) {
         arguments.operands[0] != "show") {
         throw UsageError("write: kestrane-client log on, log off or log show");
     }
-    const std::array waiting{Command::Slew, Command::Guide, Command::Focus, Command::Park};
-    if (arguments.wait && std::ranges::find(waiting, row.command) == waiting.end()) {
-        throw UsageError("--wait goes with slew, guide, focus and park only");
+    if (arguments.wait && !row.mayWait) {
+        throw UsageError("--wait goes only with " + WaitingCommands());
     }
     if (arguments.brightStar && !isSlew) {
         throw UsageError("--bright-star goes with slew only");

@@ -46,6 +46,7 @@ struct CommandRow {
     std::size_t fewest;         ///< number of operands
     std::size_t most;
     std::string_view what;
+    bool mayWait = false;  ///< whether --wait goes with it
 };
 
 /// All commands, in the order of the usage.

@@ -12,6 +12,7 @@
 #include "client/discovery.h"
 #include "client/json_text.h"
 #include "client/session.h"
+#include "client/watched_action.h"
 
 namespace kestrane::client {
 namespace {
@@ -200,22 +201,13 @@ void RunLog(Session& session) {
     }
 }
 
-/// A motion command that needs the connection and has no value.
-void RunPlain(Session& session, std::string_view member, const std::string& words) {
+/// A command that needs the connection and has no value.
+void RunPlain(Session& session, std::string_view member, const std::string& doing, const std::string& words) {
     session.EnsureConnected();
-    session.device.Put(member);
+    WatchedAction action(session, doing);
+    action.Put(member);
+    action.Finish();
     session.Tell(words, {{"Value", nullptr}});
-    session.LetGo();
-}
-
-/// A device may answer without an error, and stay parked.
-void RunUnpark(Session& session) {
-    session.EnsureConnected();
-    session.device.Put("Unpark");
-    if (session.device.Flag("AtPark")) {
-        throw DeviceError(0, "the device is still parked");
-    }
-    session.Tell("unparked", {{"Value", nullptr}});
     session.LetGo();
 }
 
@@ -287,13 +279,14 @@ void RunOnDevice(Session& session) {
         case Command::Stars:
             return RunStars(session);
         case Command::Abort:
-            return RunPlain(session, session.arguments.deviceType == "focuser" ? "Halt" : "AbortSlew", "stopped");
+            return RunPlain(session, session.arguments.deviceType == "focuser" ? "Halt" : "AbortSlew", "stopping",
+                            "stopped");
         case Command::Park:
             return RunPark(session);
         case Command::Unpark:
             return RunUnpark(session);
         case Command::SetPark:
-            return RunPlain(session, "SetPark", "this is the place to park now");
+            return RunPlain(session, "SetPark", "setting the place to park", "this is the place to park now");
         case Command::Focus:
             return RunFocus(session);
         case Command::Get:

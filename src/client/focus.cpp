@@ -3,9 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "client/angles.h"
-#include "client/progress.h"
 #include "client/session.h"
+#include "client/watched_action.h"
 
 /// The command that moves a focuser.
 namespace kestrane::client {
@@ -23,24 +22,13 @@ std::int32_t Steps(const std::string& text) {
     return steps;
 }
 
-/// Returns when the device reports no move any more. An interruption stops it.
-void FollowFocuser(Session& session) {
-    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
-    const double start = session.surroundings.unixSeconds();
-    session.surroundings.watchInterrupts();
+/// Returns when the device reports no move any more.
+void FollowFocuser(Session& session, WatchedAction& action) {
     while (session.device.Flag("IsMoving")) {
-        if (session.surroundings.interrupted()) {
-            session.device.Put("Halt");
-            session.LetGo();
-            throw DeviceError(0, "interrupted; the focuser was stopped");
-        }
-        if (session.ShowsProgress()) {
-            const double seconds = session.surroundings.unixSeconds() - start;
-            progress.Show(-1.0, "moving for " + FormatFixed(seconds, 0) + " s", seconds);
-        }
+        action.EndIfInterrupted();
+        action.Show();
         session.surroundings.waitSeconds(kFocusPollSeconds);
     }
-    progress.Finish();
 }
 
 }  // namespace
@@ -48,10 +36,14 @@ void FollowFocuser(Session& session) {
 void RunFocus(Session& session) {
     const std::int32_t steps = Steps(session.arguments.operands[0]);
     session.EnsureConnected();
-    session.device.Put("Move", {{"Position", std::to_string(steps)}});
+    WatchedAction action(session, "moving", {"Halt", "the focuser was stopped"});
+    action.Put("Move", {{"Position", std::to_string(steps)}});
+    if (session.arguments.wait) {
+        FollowFocuser(session, action);
+    }
+    action.Finish();
     const boost::json::object result{{"Steps", steps}};
     if (session.arguments.wait) {
-        FollowFocuser(session);
         session.Tell("the focuser stands", result);
         session.LetGo();
     } else {

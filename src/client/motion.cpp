@@ -4,15 +4,14 @@
 #include <utility>
 
 #include "client/angles.h"
-#include "client/progress.h"
 #include "client/session.h"
 #include "client/stars.h"
+#include "client/watched_action.h"
 
 namespace kestrane::client {
 namespace {
 
 constexpr double kPollSeconds = 0.25;
-constexpr double kStandsSeconds = 5.0;      // a park with two legs stands for less between them
 constexpr double kMissedDegrees = 1.0;      ///< farther from the target than this, a slew did not arrive
 constexpr double kStoodStillDegrees = 0.1;  ///< nearer to the start than this, it did not begin
 constexpr int kEquinoxJ2000 = 2;            ///< of EquatorialSystem
@@ -92,10 +91,10 @@ void CheckTargetWords(const Arguments& arguments) {
 }
 
 /// Starts the slew, and returns at once where the device can do so; older devices answer when the slew has ended.
-void StartSlew(Session& session, const SlewTarget& target) {
+void StartSlew(Session& session, WatchedAction& action, const SlewTarget& target) {
     const Values values{{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}};
     const bool isAsync = session.device.TryFlag("CanSlewAsync").value_or(true);
-    session.device.Put(isAsync ? "SlewToCoordinatesAsync" : "SlewToCoordinates", values);
+    action.Put(isAsync ? "SlewToCoordinatesAsync" : "SlewToCoordinates", values);
 }
 
 double Remaining(Session& session, const SlewTarget& target) {
@@ -110,40 +109,27 @@ std::string PlaceText(double ra, double dec) {
 
 /// Returns the degrees that are left when the device no longer reports a slew. An interruption stops the telescope: a
 /// person who presses Ctrl-C in the middle of a slew wants that.
-double FollowSlew(Session& session, const SlewTarget& target, double whole) {
-    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
-    const double start = session.surroundings.unixSeconds();
+double FollowSlew(Session& session, WatchedAction& action, const SlewTarget& target, double whole) {
     double left = whole;
     double nearest = whole;
-    session.surroundings.watchInterrupts();
     while (session.device.Flag("Slewing")) {
-        if (session.surroundings.interrupted()) {
-            session.device.Put("AbortSlew");
-            session.LetGo();
-            throw DeviceError(0, "interrupted; the slew was stopped");
-        }
+        action.EndIfInterrupted();
         left = Remaining(session, target);
-        if (session.ShowsProgress()) {
-            // The first leg of a slew in two legs may come near the target and then go away from it.
-            const bool goesRound = left > nearest + kStoodStillDegrees;
-            nearest = std::min(nearest, left);
-            const double fraction = whole > 0.0 ? std::max(0.0, 1.0 - nearest / whole) : 1.0;
-            progress.Show(
-                fraction,
-                goesRound ? "slewing, on the way round" : "slewing, " + FormatFixed(nearest, 1) + " degrees to go",
-                session.surroundings.unixSeconds() - start);
-        }
+        // The first leg of a slew in two legs may come near the target and then go away from it.
+        const bool goesRound = left > nearest + kStoodStillDegrees;
+        nearest = std::min(nearest, left);
+        action.Show(whole > 0.0 ? std::max(0.0, 1.0 - nearest / whole) : 1.0,
+                    goesRound ? "slewing, on the way round" : "slewing, " + FormatFixed(nearest, 1) + " degrees to go");
         session.surroundings.waitSeconds(kPollSeconds);
     }
     left = Remaining(session, target);
-    if (session.ShowsProgress() && left <= kMissedDegrees) {
-        progress.Show(1.0, "arrived", session.surroundings.unixSeconds() - start + 1000.0);
+    if (left <= kMissedDegrees) {
+        action.ShowLast(1.0, "arrived");
     }
     return left;
 }
 
-[[noreturn]] void FailSlew(Session& session, double left, bool stoodStill) {
-    session.LetGo();
+[[noreturn]] void FailSlew(double left, bool stoodStill) {
     throw DeviceError(0, stoodStill ? "the device did not slew: it has refused, or was stopped, " +
                                           FormatFixed(left, 1) + " degrees from the target"
                                     : "the slew ended " + FormatFixed(left, 1) + " degrees from its target");
@@ -156,22 +142,25 @@ void CheckThatItBegan(Session& session, const SlewTarget& target) {
     }
     const double left = Remaining(session, target);
     if (left > kMissedDegrees) {
-        FailSlew(session, left, true);
+        FailSlew(left, true);
     }
 }
 
 void Slew(Session& session, const SlewTarget& target, boost::json::object result) {
     const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
-    StartSlew(session, target);
+    WatchedAction action(session, "slewing", {"AbortSlew", "the slew was stopped"});
+    StartSlew(session, action, target);
     if (!session.arguments.wait) {
         CheckThatItBegan(session, target);
+        action.Finish();
         session.Tell("slew started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
                      result);
         return;
     }
-    const double left = FollowSlew(session, target, whole);
+    const double left = FollowSlew(session, action, target, whole);
+    action.Finish();
     if (left > kMissedDegrees) {
-        FailSlew(session, left, std::abs(left - whole) < kStoodStillDegrees);
+        FailSlew(left, std::abs(left - whole) < kStoodStillDegrees);
     }
     const auto ra = session.device.Number("RightAscension");
     const auto dec = session.device.Number("Declination");
@@ -208,8 +197,10 @@ void RunSync(Session& session) {
     CheckTargetWords(session.arguments);
     session.EnsureConnected();
     const SlewTarget target = TargetOf(session);
-    session.device.Put("SyncToCoordinates",
-                       {{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}});
+    WatchedAction action(session, "syncing");
+    action.Put("SyncToCoordinates",
+               {{"RightAscension", FormatNumber(target.ra)}, {"Declination", FormatNumber(target.dec)}});
+    action.Finish();
     const double ra = session.device.Number("RightAscension");
     const double dec = session.device.Number("Declination");
     session.Tell("synced; the device reports " + PlaceText(ra, dec),
@@ -235,52 +226,6 @@ void RunStars(Session& session) {
                       {"Magnitude", star.star->magnitude}});
     }
     session.LetGo();
-}
-
-namespace {
-
-/// Whether the device has parked. It may stand for a moment on its way there. An interruption stops it.
-bool AwaitPark(Session& session, const std::function<void()>& show) {
-    double standing = 0.0;  // seconds
-    while (!session.device.Flag("AtPark")) {
-        if (session.surroundings.interrupted()) {
-            session.device.Put("AbortSlew");
-            session.LetGo();
-            throw DeviceError(0, "interrupted; the park was stopped");
-        }
-        standing = session.device.Flag("Slewing") ? 0.0 : standing + kPollSeconds;
-        if (standing > kStandsSeconds) {
-            return false;
-        }
-        show();
-        session.surroundings.waitSeconds(kPollSeconds);
-    }
-    return true;
-}
-
-}  // namespace
-
-void RunPark(Session& session) {
-    session.EnsureConnected();
-    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
-    const double start = session.surroundings.unixSeconds();
-    const auto show = [&] {
-        if (session.ShowsProgress()) {
-            const double seconds = session.surroundings.unixSeconds() - start;
-            progress.Show(-1.0, "parking for " + FormatFixed(seconds, 0) + " s", seconds);
-        }
-    };
-    session.device.WhileWaiting(show);
-    session.surroundings.watchInterrupts();
-    session.device.Put("Park");
-    session.device.WhileWaiting({});
-    const bool isParked = AwaitPark(session, show);
-    progress.Finish();
-    session.LetGo();
-    if (!isParked) {
-        throw DeviceError(0, "the device stands still and is not parked");
-    }
-    session.Tell("parked", {{"AtPark", true}});
 }
 
 }  // namespace kestrane::client

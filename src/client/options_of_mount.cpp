@@ -5,9 +5,8 @@
 #include <iterator>
 #include <string>
 
-#include "client/angles.h"
-#include "client/progress.h"
 #include "client/session.h"
+#include "client/watched_action.h"
 
 /// The commands that choose how a mount tracks, guide it, and initialize it.
 namespace kestrane::client {
@@ -36,21 +35,11 @@ std::int32_t Milliseconds(const std::string& text) {
     return value;
 }
 
-/// Returns when the device reports no pulse any more. An interruption stops it.
-void FollowPulse(Session& session, double seconds) {
-    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
-    const double start = session.surroundings.unixSeconds();
-    session.surroundings.watchInterrupts();
+/// Returns when the device reports no pulse any more.
+void FollowPulse(Session& session, WatchedAction& action) {
     while (session.device.Flag("IsPulseGuiding")) {
-        if (session.surroundings.interrupted()) {
-            session.device.Put("AbortSlew");
-            session.LetGo();
-            throw DeviceError(0, "interrupted; the pulse was stopped");
-        }
-        if (session.ShowsProgress()) {
-            const double passed = session.surroundings.unixSeconds() - start;
-            progress.Show(std::min(1.0, passed / seconds), "guiding", passed);
-        }
+        action.EndIfInterrupted();
+        action.Show();
         session.surroundings.waitSeconds(kPulsePollSeconds);
     }
 }
@@ -65,17 +54,19 @@ void RunTrack(Session& session) {
     }
     const bool asked = word != "off";
     session.EnsureConnected();
+    WatchedAction action(session, "changing the tracking");
     if (rate >= 0) {
-        session.device.Put("TrackingRate", {{"TrackingRate", std::to_string(rate)}});
+        action.Put("TrackingRate", {{"TrackingRate", std::to_string(rate)}});
     }
     // A device need not begin to track with its rate.
     if (rate < 0 || !session.device.Flag("Tracking")) {
-        session.device.Put("Tracking", {{"Tracking", asked ? "True" : "False"}});
+        action.Put("Tracking", {{"Tracking", asked ? "True" : "False"}});
     }
     // It may also answer without an error, and go on as before.
     if (session.device.Flag("Tracking") != asked) {
         throw DeviceError(0, asked ? "the device does not track" : "the device still tracks");
     }
+    action.Finish();
     session.Tell(asked ? "tracking" + (rate >= 0 ? ", " + word : std::string()) : "not tracking",
                  {{"Tracking", asked}});
     session.LetGo();
@@ -88,11 +79,13 @@ void RunGuide(Session& session) {
     }
     const std::int32_t milliseconds = Milliseconds(session.arguments.operands[1]);
     session.EnsureConnected();
-    session.device.Put("PulseGuide",
-                       {{"Direction", std::to_string(direction)}, {"Duration", std::to_string(milliseconds)}});
+    // Some devices answer when the pulse has ended.
+    WatchedAction action(session, "guiding", {"AbortSlew", "the pulse was stopped"}, milliseconds / 1000.0);
+    action.Put("PulseGuide", {{"Direction", std::to_string(direction)}, {"Duration", std::to_string(milliseconds)}});
     if (session.arguments.wait) {
-        FollowPulse(session, milliseconds / 1000.0);
+        FollowPulse(session, action);
     }
+    action.Finish();
     const boost::json::object result{{"Direction", session.arguments.operands[0]}, {"Duration", milliseconds}};
     if (session.arguments.wait) {
         session.Tell("the pulse has ended", result);
@@ -108,17 +101,9 @@ void RunInit(Session& session) {
     const auto& operands = session.arguments.operands;
     const std::string text = operands.empty() ? "" : operands[0];
     session.EnsureConnected();
-    Progress progress(session.surroundings.progress, session.surroundings.isTerminal);
-    const double start = session.surroundings.unixSeconds();
-    session.device.WhileWaiting([&] {
-        if (session.ShowsProgress()) {
-            const double seconds = session.surroundings.unixSeconds() - start;
-            progress.Show(-1.0, "initializing for " + FormatFixed(seconds, 0) + " s", seconds);
-        }
-    });
+    WatchedAction action(session, "initializing");
     session.AskDriver(text.empty() ? "InitMount" : "InitMount," + text);
-    session.device.WhileWaiting({});
-    progress.Finish();
+    action.Finish();
     session.Tell("initialized; what the mount refused is in the log", {{"InitString", text}});
     session.LetGo();
 }

@@ -12,7 +12,7 @@ constexpr std::int64_t kNoMount = 0x402;  ///< the driver's error for a connect 
 AlpacaDevice::Limits LimitsOf(const Arguments& arguments) {
     AlpacaDevice::Limits limits;
     if (arguments.timeout) {
-        limits = {*arguments.timeout, *arguments.timeout};
+        limits = {*arguments.timeout, *arguments.timeout, *arguments.timeout};
     }
     return limits;
 }
@@ -56,6 +56,10 @@ std::string Session::WhyNoMount() {
     } catch (const Unreachable&) {
         return {};
     }
+}
+
+AlpacaDevice Session::DeviceOnAnotherConnection() const {
+    return {device.Where(), LimitsOf(arguments)};
 }
 
 boost::json::value Session::PutToDriver(const std::string& text) {

@@ -30,6 +30,9 @@ public:
     void LetGo();
     bool HasConnected() const { return hasConnected_; }
 
+    /// The same device, for a request while another one waits for its answer.
+    AlpacaDevice DeviceOnAnotherConnection() const;
+
     /// Sends a text to the driver itself, which needs no connection; for a focuser, which takes no texts, by the first
     /// telescope of its server. Raises `DeviceError`, `Unreachable`.
     boost::json::value PutToDriver(const std::string& text);
@@ -40,9 +43,6 @@ public:
     void Tell(const std::string& words, const boost::json::object& object);
     /// A note beside the result; nothing with --json.
     void Note(const std::string& words);
-
-    /// Whether progress is shown.
-    bool ShowsProgress() const { return !arguments.json; }
 
 private:
     bool IsTelescope() const { return arguments.deviceType == "telescope"; }
@@ -65,6 +65,7 @@ void RunGuide(Session& session);
 void RunInit(Session& session);
 void RunStars(Session& session);
 void RunPark(Session& session);
+void RunUnpark(Session& session);
 void RunFocus(Session& session);
 
 }  // namespace kestrane::client

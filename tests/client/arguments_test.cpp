@@ -85,7 +85,7 @@ TEST(Arguments, WrongUsageIsToldInWords) {
         {{"slew"}, "kestrane-client slew RA DEC"},
         {{"slew", "1", "2", "3"}, "kestrane-client slew RA DEC"},
         {{"slew", "--bright-star", "Vega"}, "kestrane-client slew RA DEC"},
-        {{"stars", "--wait"}, "goes with slew, guide, focus and park only"},
+        {{"stars", "--wait"}, "--wait goes only with slew, sync, track, guide, park, unpark, setpark, focus, init"},
         {{"init", "--type", "focuser"}, "init is for a telescope"},
         {{"get"}, "kestrane-client get MEMBER"},
         {{"command"}, "kestrane-client command TEXT"},

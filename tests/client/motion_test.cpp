@@ -10,14 +10,6 @@
 namespace kestrane::client {
 namespace {
 
-TEST(Client, Park_WaitsUntilTheDeviceIsParked) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"park"});
-    EXPECT_EQ(outcome.code, ExitCode::Done);
-    EXPECT_EQ(outcome.out, "parked\n");
-}
-
 TEST(Client, Park_ThatDoesNotArrive_IsAFailure) {
     FakeTelescope telescope;
     telescope.parks = false;
@@ -37,14 +29,6 @@ TEST(Client, Park_ThatIsInterrupted_IsStopped) {
     EXPECT_NE(outcome.notes.find("interrupted; the park was stopped"), std::string::npos) << outcome.notes;
     const auto requests = server.Requests();
     EXPECT_TRUE(std::ranges::any_of(requests, [](const Request& each) { return each.target.ends_with("abortslew"); }));
-}
-
-TEST(Client, SetPark_KeepsThePlace) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"setpark"}).out, "this is the place to park now\n");
-    const auto requests = server.Requests();
-    EXPECT_TRUE(std::ranges::any_of(requests, [](const Request& each) { return each.target.ends_with("setpark"); }));
 }
 
 TEST(Client, Focus_MovesTheFocuser) {

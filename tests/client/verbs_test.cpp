@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
+#include "client/alpaca_device.h"
 #include "client/fake_telescope.h"
 
 /// What the commands that move and set up a device have in common.
@@ -10,6 +12,150 @@ namespace kestrane::client {
 namespace {
 
 using Words = std::vector<std::string>;
+
+struct Row {
+    Words words;
+    std::string plain;
+    std::string json;
+    std::vector<std::string> puts;
+    std::string progress;  ///< while the answer to the last PUT is awaited
+};
+
+const std::vector<Row> kRows{
+    {{"park"}, "parked", R"({"AtPark":true})", {"park"}, "parking for 0 s"},
+    {{"unpark"}, "unparked", R"({"Value":null})", {"unpark"}, "unparking for 0 s"},
+    {{"setpark"},
+     "this is the place to park now",
+     R"({"Value":null})",
+     {"setpark"},
+     "setting the place to park for 0 s"},
+    {{"sync", "5.5", "-16.5"},
+     "synced; the device reports RA 00:00:00.0  Dec +90:00:00",
+     R"({"Name":"","RightAscension":0,"Declination":90})",
+     {"synctocoordinates RightAscension=5.5&Declination=-16.5"},
+     "syncing for 0 s"},
+    {{"guide", "east", "500"},
+     "the pulse has ended",
+     R"({"Direction":"east","Duration":500})",
+     {"pulseguide Direction=2&Duration=500"},
+     "0%  guiding"},
+    {{"track", "lunar"},
+     "tracking, lunar",
+     R"({"Tracking":true})",
+     {"trackingrate TrackingRate=1", "tracking Tracking=True"},
+     "changing the tracking for 0 s"},
+    {{"focus", "-120"}, "the focuser stands", R"({"Steps":-120})", {"move Position=-120"}, "moving for 0 s"},
+    {{"init", "PEM=1"},
+     "initialized; what the mount refused is in the log",
+     R"({"InitString":"PEM=1"})",
+     {"commandstring Command=RAW%2CInitMount%2CPEM%3D1&Raw=True"},
+     "initializing for 0 s"},
+};
+
+TEST(ClientVerbs, WithWait_SendTheirPuts_AndReportTheirEnd_ConnectedOrNot_InWordsAndInJson) {
+    for (const Row& row : kRows) {
+        for (const bool isConnected : {true, false}) {
+            for (const bool isJson : {false, true}) {
+                SCOPED_TRACE(row.words[0] + (isConnected ? ", connected" : "") + (isJson ? ", in JSON" : ""));
+                FakeTelescope telescope;
+                telescope.isFocuser = row.words[0] == "focus";
+                telescope.isConnected = isConnected;
+                telescope.driverReply = "1";
+                FakeAlpacaServer server(std::ref(telescope));
+                Words words = row.words;
+                words.push_back("--wait");
+                if (isJson) {
+                    words.push_back("--json");
+                }
+                const Outcome outcome = RunAt(server, words);
+                EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
+                EXPECT_EQ(outcome.out, (isJson ? row.json : row.plain) + "\n");
+                if (isJson) {
+                    EXPECT_EQ(outcome.notes, "");
+                }
+                std::vector<std::string> puts = row.puts;
+                if (!isConnected) {
+                    puts.insert(puts.begin(), "connected Connected=True");
+                    puts.push_back("connected Connected=False");
+                }
+                EXPECT_EQ(Puts(server), puts);
+            }
+        }
+    }
+}
+
+TEST(ClientVerbs, WhileTheirAnswerIsAwaited_ShowTheirProgress) {
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.words[0]);
+        FakeTelescope telescope;
+        telescope.isFocuser = row.words[0] == "focus";
+        telescope.driverReply = "1";
+        telescope.looks = 0;  // nothing is shown after the answer
+        const std::string held = row.puts.back().substr(0, row.puts.back().find(' '));
+        Gate shown;
+        std::atomic<bool> isShownInTime = false;
+        FakeAlpacaServer server([&](const Request& request) {
+            if (MemberOf(request) == held && request.verb == "PUT") {
+                isShownInTime = shown.Pass();
+            }
+            return telescope(request);
+        });
+        const Outcome outcome = RunAt(server, row.words, 1e9, [&] { shown.Open(); });
+        EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
+        EXPECT_TRUE(isShownInTime);
+        EXPECT_EQ(outcome.notes, row.progress + "\n");
+    }
+}
+
+TEST(ClientVerbs, ThatAreInterruptedWhileTheirAnswerIsAwaited_StopTheDeviceOnce_OverAnotherConnection) {
+    struct Motion {
+        Words words;
+        std::string held;
+        std::string stop;
+        std::string told;
+    };
+    for (const Motion& row :
+         {Motion{{"park"}, "park", "abortslew", "interrupted; the park was stopped"},
+          Motion{{"guide", "west", "60000", "--wait"}, "pulseguide", "abortslew", "interrupted; the pulse was stopped"},
+          Motion{{"guide", "west", "60000"}, "pulseguide", "abortslew", "interrupted; the pulse was stopped"},
+          Motion{{"slew", "5:30", "10"}, "slewtocoordinatesasync", "abortslew", "interrupted; the slew was stopped"},
+          Motion{{"focus", "9"}, "move", "halt", "interrupted; the focuser was stopped"}}) {
+        SCOPED_TRACE(row.words[0] + " " + row.words.back());
+        FakeTelescope telescope;
+        telescope.isFocuser = row.words[0] == "focus";
+        telescope.isConnected = false;
+        Gate stopped;
+        std::atomic<bool> isStoppedInTime = false;
+        FakeAlpacaServer server([&](const Request& request) {
+            const std::string member = MemberOf(request);
+            if (member == row.held) {
+                isStoppedInTime = stopped.Pass();
+            }
+            Answer answer = telescope(request);
+            if (member == row.stop) {
+                stopped.Open();
+            }
+            return answer;
+        });
+        const Outcome outcome = RunAt(server, row.words, 0.0);
+        EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+        EXPECT_TRUE(outcome.notes.ends_with("kestrane-client: " + row.told + "\n")) << outcome.notes;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(isStoppedInTime);
+        EXPECT_EQ(std::ranges::count(Calls(server), "PUT " + row.stop), 1);
+        EXPECT_EQ(Puts(server).back(), "connected Connected=False");
+    }
+}
+
+TEST(ClientVerbs, WhoseStopTheDeviceRefuses_SaySo) {
+    FakeTelescope telescope;
+    telescope.looks = 1'000;
+    telescope.parks = false;
+    telescope.refused = "abortslew";
+    FakeAlpacaServer server(std::ref(telescope));
+    EXPECT_TRUE(RunAt(server, {"park"}, 1.0)
+                    .notes.ends_with("interrupted, but the device was not stopped: Invalid operation\n"));
+}
 
 TEST(ClientVerbs, ThatFail_LetGoOfWhatTheyConnected) {
     struct Refusal {
@@ -38,10 +184,23 @@ TEST(ClientVerbs, ThatFail_LetGoOfWhatTheyConnected) {
 }
 
 TEST(ClientVerbs, Unpark_OfADeviceThatStaysParked_IsAFailure) {
+    for (const Words& words : {Words{"unpark"}, Words{"unpark", "--wait"}}) {
+        FakeTelescope telescope;
+        telescope.unparks = false;
+        FakeAlpacaServer server(std::ref(telescope));
+        const Outcome outcome = RunAt(server, words);
+        EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(outcome.notes.ends_with("kestrane-client: the device is still parked\n")) << outcome.notes;
+    }
+}
+
+TEST(ClientVerbs, Unpark_WithWait_GoesOnUntilTheDeviceIsUnparked) {
     FakeTelescope telescope;
-    telescope.unparks = false;
+    telescope.looksParked = 3;
     FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"unpark"}).notes, "kestrane-client: the device is still parked\n");
+    EXPECT_EQ(RunAt(server, {"unpark", "--wait"}).out, "unparked\n");
+    EXPECT_EQ(std::ranges::count(Calls(server), "GET atpark"), 4);
 }
 
 TEST(ClientVerbs, Track_OfADeviceThatGoesOnAsBefore_IsAFailure) {
@@ -55,6 +214,20 @@ TEST(ClientVerbs, Track_OfADeviceThatGoesOnAsBefore_IsAFailure) {
     EXPECT_EQ(RunAt(server, {"track", "on"}).out, "tracking\n");
     telescope.choosesTracking = false;
     EXPECT_EQ(RunAt(server, {"track", "off"}).notes, "kestrane-client: the device still tracks\n");
+}
+
+TEST(AlpacaDevice, LimitOfPut_IsThatOfTheLongestWayToAnAnswer) {
+    const AlpacaDevice::Limits limits;
+    const auto of = [&](std::string_view member, const Values& values = {}) {
+        return AlpacaDevice::LimitOfPut(limits, member, values);
+    };
+    EXPECT_EQ(of("tracking"), 10.0);
+    EXPECT_EQ(of("unpark"), 120.0);
+    EXPECT_EQ(of("slewtocoordinates"), 120.0);
+    EXPECT_EQ(of("park"), 600.0);
+    EXPECT_EQ(of("pulseguide", {{"Direction", "0"}, {"Duration", "45500"}}), 55.5);
+    EXPECT_EQ(of("pulseguide", {{"Duration", "-1"}}), 10.0);
+    EXPECT_EQ(of("pulseguide", {{"Duration", "long"}}), 10.0);
 }
 
 }  // namespace

@@ -1,0 +1,85 @@
+#include "client/watched_action.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "client/angles.h"
+
+namespace kestrane::client {
+
+WatchedAction::WatchedAction(Session& session, std::string doing, Interruption interruption, double seconds)
+    : session_(session),
+      doing_(std::move(doing)),
+      interruption_(interruption),
+      seconds_(seconds),
+      progress_(session.surroundings.progress, session.surroundings.isTerminal),
+      start_(session.surroundings.unixSeconds()) {
+    if (!interruption_.member.empty()) {
+        session_.surroundings.watchInterrupts();
+    }
+    session_.device.WhileWaiting([this] {
+        StopIfInterrupted();
+        if (!hasOwnWords_) {
+            Show();
+        }
+    });
+}
+
+void WatchedAction::Put(std::string_view member, const Values& values) {
+    try {
+        session_.device.Put(member, values);
+    } catch (const std::runtime_error&) {
+        EndIfInterrupted();  // what a stopped call answers is no news
+        throw;
+    }
+    EndIfInterrupted();
+}
+
+void WatchedAction::EndIfInterrupted() {
+    if (!IsInterrupted()) {
+        return;
+    }
+    StopIfInterrupted();
+    throw DeviceError(0, whyNotStopped_.empty() ? "interrupted; " + std::string(interruption_.told)
+                                                : "interrupted, but the device was not stopped: " + whyNotStopped_);
+}
+
+/// Raises nothing, since a request may be under way. A device that cannot be reached is tried again by the next call.
+void WatchedAction::StopIfInterrupted() {
+    if (isStopAnswered_ || !IsInterrupted()) {
+        return;
+    }
+    whyNotStopped_.clear();
+    try {
+        isStopAnswered_ = true;
+        session_.DeviceOnAnotherConnection().Put(interruption_.member);
+    } catch (const DeviceError& error) {
+        whyNotStopped_ = error.what();
+    } catch (const std::runtime_error& error) {
+        whyNotStopped_ = error.what();
+        isStopAnswered_ = false;
+    }
+}
+
+void WatchedAction::Show() {
+    const double passed = SecondsPassed();
+    if (seconds_ > 0.0) {
+        ShowAt(passed, std::min(1.0, passed / seconds_), doing_);
+    } else {
+        ShowAt(passed, -1.0, doing_ + " for " + FormatFixed(passed, 0) + " s");
+    }
+}
+
+void WatchedAction::ShowAt(double now, double fraction, const std::string& words) {
+    if (!session_.arguments.json) {
+        progress_.Show(fraction, words, now);
+    }
+}
+
+void WatchedAction::Finish() {
+    session_.device.WhileWaiting({});
+    progress_.Finish();
+}
+
+}  // namespace kestrane::client
