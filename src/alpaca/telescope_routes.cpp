@@ -94,7 +94,6 @@ constexpr Handler kSlewAltAzAsync = CallWithTwoNumbers<ServedTelescope, &Telesco
 constexpr Handler kSlew = CallWithTwoNumbers<ServedTelescope, &Telescope::SlewToCoordinates>;
 constexpr Handler kSyncAltAz = CallWithTwoNumbers<ServedTelescope, &Telescope::SyncToAltAz>;
 constexpr Handler kSync = CallWithTwoNumbers<ServedTelescope, &Telescope::SyncToCoordinates>;
-constexpr Handler kNotBuilt = nullptr;
 
 constexpr Verb Get = Verb::Get;
 constexpr Verb Put = Verb::Put;
