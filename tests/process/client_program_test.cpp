@@ -1,5 +1,6 @@
 #include <boost/json.hpp>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 
 #include "process/process_fixture.h"
@@ -20,13 +21,27 @@ protected:
         std::string errors;
     };
 
-    Run RunClient(std::vector<std::string> words) const {
+    Run RunClient(const std::vector<std::string>& words) const {
+        const auto program = StartClient(words);
+        return EndOf(*program, Seconds(60));
+    }
+    std::unique_ptr<Program> StartClient(std::vector<std::string> words) const {
         words.insert(words.end(), {"--port", std::to_string(port)});
-        Program program("kestrane-client", words);
-        const std::optional<Ending> ending = program.WaitForEnd(Seconds(60));
+        return std::make_unique<Program>("kestrane-client", words);
+    }
+    static Run EndOf(Program& program, Seconds limit) {
+        const std::optional<Ending> ending = program.WaitForEnd(limit);
         EXPECT_TRUE(ending);
         EXPECT_FALSE(ending && ending->bySignal);
         return {ending ? ending->code : -1, program.Output(), program.Errors()};
+    }
+    /// Presses Ctrl-C at a client once the mount has got a command; the client ends long before its motion would.
+    Run InterruptAt(std::string_view command, const std::vector<std::string>& words) const {
+        const auto program = StartClient(words);
+        const std::string line = " > " + std::string(command);
+        EXPECT_TRUE(WaitUntil(kPatience, [&] { return mount->Errors().find(line) != std::string::npos; })) << command;
+        program->Signal(SIGINT);
+        return EndOf(*program, kPatience);
     }
     static boost::json::object Object(const Run& run) {
         boost::system::error_code error;
@@ -81,6 +96,58 @@ TEST_F(ClientProgramTest, Slew_WithWait_EndsWhenTheMountIsThere) {
     EXPECT_NEAR(Object(run).at("Declination").to_number<double>(), target, 0.001);
     EXPECT_EQ(Good(client.Get("slewing")).value, false);
     EXPECT_NEAR(Good(client.Get("declination")).value.to_number<double>(), target, 0.05);
+}
+
+TEST_F(ClientProgramTest, EveryVerb_DoesWithTheMountWhatItSays) {
+    Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"cbxParkTo", "6"}});
+    StartMount({"--slew-speed", "80", "--acceleration", "160", "--verbose"});
+    StartActivator();
+    struct Verb {
+        std::vector<std::string> words;
+        std::string command;  ///< one that the mount gets by it
+        std::string output;
+    };
+    const std::vector<Verb> verbs{
+        {{"init", "PEM=0"}, ":p#", R"({"InitString":"PEM=0"})"},
+        {{"track", "lunar"}, ":RT0#", R"({"Tracking":true})"},
+        {{"guide", "east", "300"}, ":Me300#", R"({"Direction":"east","Duration":300})"},
+        {{"focus", "50"}, ":F+#", R"({"Steps":50})"},
+        {{"sync", "3.5", "45"}, ":CMR#", R"({"Name":"","RightAscension":3.5,"Declination":45})"},
+        {{"setpark"}, ":GZ#", R"({"Value":null})"},
+        {{"park"}, ":KA#", R"({"AtPark":true})"},
+        {{"unpark"}, ":RT2#", R"({"Value":null})"},
+    };
+    for (const Verb& verb : verbs) {
+        SCOPED_TRACE(verb.words[0]);
+        const std::size_t before = mount->Errors().size();
+        std::vector<std::string> words = verb.words;
+        words.insert(words.end(), {"--wait", "--json"});
+        const Run run = RunClient(words);
+        EXPECT_EQ(run.code, kDone) << run.errors;
+        EXPECT_EQ(run.output, verb.output + "\n");
+        EXPECT_EQ(run.errors, "");
+        EXPECT_NE(mount->Errors().find(verb.command, before), std::string::npos) << mount->Errors().substr(before);
+    }
+}
+
+TEST_F(ClientProgramTest, CtrlC_StopsAPulseAndAPark_ThatAreNotAnsweredYet) {
+    Seed({{"chkAutoCalibrateOnFirstSlew", "0"},
+          {"chkSynchronousPulseGuide", "1"},
+          {"chkSlewEast", "1"},
+          {"txtSlewEastFirstHours", "5"},
+          {"cbxParkTo", "2"}});
+    StartMount({"--hour-angle", "-8", "--declination", "70", "--side", "east", "--verbose"});
+    StartActivator();
+    const Run pulse = InterruptAt(":Mn60000#", {"guide", "north", "60000"});
+    EXPECT_EQ(pulse.code, kDeviceError);
+    EXPECT_TRUE(pulse.errors.ends_with("kestrane-client: interrupted; the pulse was stopped\n")) << pulse.errors;
+    const Run park = InterruptAt(":Me#", {"park"});
+    EXPECT_EQ(park.code, kDeviceError);
+    EXPECT_TRUE(park.errors.ends_with("kestrane-client: interrupted; the park was stopped\n")) << park.errors;
+    const std::string wire = mount->Errors();
+    EXPECT_NE(wire.find(" > :Q#", wire.find(" > :Me#")), std::string::npos) << wire;
+    EXPECT_EQ(wire.find(" > :MS#"), std::string::npos) << wire;
+    EXPECT_EQ(wire.find(" > :KA#"), std::string::npos) << wire;
 }
 
 TEST_F(ClientProgramTest, Get_NotConnected_GivesTheDevicesErrorAndOne) {
