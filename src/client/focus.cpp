@@ -36,7 +36,7 @@ void FollowFocuser(Session& session, WatchedAction& action) {
 void RunFocus(Session& session) {
     const std::int32_t steps = Steps(session.arguments.operands[0]);
     session.EnsureConnected();
-    WatchedAction action(session, "moving", {"Halt", "the focuser was stopped"});
+    WatchedAction action(session, "moving", {"Halt", "IsMoving", "the focuser was stopped"});
     action.Put("Move", {{"Position", std::to_string(steps)}});
     if (session.arguments.wait) {
         FollowFocuser(session, action);

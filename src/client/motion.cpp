@@ -148,7 +148,7 @@ void CheckThatItBegan(Session& session, const SlewTarget& target) {
 
 void Slew(Session& session, const SlewTarget& target, boost::json::object result) {
     const double whole = session.arguments.wait ? Remaining(session, target) : 0.0;
-    WatchedAction action(session, "slewing", {"AbortSlew", "the slew was stopped"});
+    WatchedAction action(session, "slewing", {"AbortSlew", "Slewing", "the slew was stopped"});
     StartSlew(session, action, target);
     if (!session.arguments.wait) {
         CheckThatItBegan(session, target);

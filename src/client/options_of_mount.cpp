@@ -80,7 +80,8 @@ void RunGuide(Session& session) {
     const std::int32_t milliseconds = Milliseconds(session.arguments.operands[1]);
     session.EnsureConnected();
     // Some devices answer when the pulse has ended.
-    WatchedAction action(session, "guiding", {"AbortSlew", "the pulse was stopped"}, milliseconds / 1000.0);
+    WatchedAction action(session, "guiding", {"AbortSlew", "IsPulseGuiding", "the pulse was stopped"},
+                         milliseconds / 1000.0);
     action.Put("PulseGuide", {{"Direction", std::to_string(direction)}, {"Duration", std::to_string(milliseconds)}});
     if (session.arguments.wait) {
         FollowPulse(session, action);

@@ -29,7 +29,7 @@ bool AwaitParked(Session& session, WatchedAction& action, bool wanted) {
 
 void RunPark(Session& session) {
     session.EnsureConnected();
-    WatchedAction action(session, "parking", {"AbortSlew", "the park was stopped"});
+    WatchedAction action(session, "parking", {"AbortSlew", "Slewing", "the park was stopped"});
     action.Put("Park");
     if (!AwaitParked(session, action, true)) {
         throw DeviceError(0, "the device stands still and is not parked");

@@ -7,6 +7,11 @@
 #include "client/angles.h"
 
 namespace kestrane::client {
+namespace {
+
+constexpr double kBetweenStopsSeconds = 3.0;
+
+}  // namespace
 
 WatchedAction::WatchedAction(Session& session, std::string doing, Interruption interruption, double seconds)
     : session_(session),
@@ -33,6 +38,9 @@ void WatchedAction::Put(std::string_view member, const Values& values) {
         EndIfInterrupted();  // what a stopped call answers is no news
         throw;
     }
+    if (isStopped_ && session_.device.TryFlag(interruption_.moving).value_or(false)) {
+        isStopped_ = false;  // the stop has overtaken the call, which moves the device now
+    }
     EndIfInterrupted();
 }
 
@@ -40,25 +48,26 @@ void WatchedAction::EndIfInterrupted() {
     if (!IsInterrupted()) {
         return;
     }
+    if (!isStopped_) {
+        nextStop_ = 0.0;
+    }
     StopIfInterrupted();
-    throw DeviceError(0, whyNotStopped_.empty() ? "interrupted; " + std::string(interruption_.told)
-                                                : "interrupted, but the device was not stopped: " + whyNotStopped_);
+    throw DeviceError(0, isStopped_ ? "interrupted; " + std::string(interruption_.told)
+                                    : "interrupted, but the device was not stopped: " + whyNotStopped_);
 }
 
-/// Raises nothing, since a request may be under way. A device that cannot be reached is tried again by the next call.
+/// Raises nothing, since a request may be under way. A stop may be refused, reach nobody, or overtake the call that it
+/// is meant for: so the next one follows while the answer is awaited.
 void WatchedAction::StopIfInterrupted() {
-    if (isStopAnswered_ || !IsInterrupted()) {
+    if (!IsInterrupted() || SecondsPassed() < nextStop_) {
         return;
     }
-    whyNotStopped_.clear();
+    nextStop_ = SecondsPassed() + kBetweenStopsSeconds;
     try {
-        isStopAnswered_ = true;
         session_.DeviceOnAnotherConnection().Put(interruption_.member);
-    } catch (const DeviceError& error) {
-        whyNotStopped_ = error.what();
+        isStopped_ = true;
     } catch (const std::runtime_error& error) {
         whyNotStopped_ = error.what();
-        isStopAnswered_ = false;
     }
 }
 

@@ -12,6 +12,7 @@ namespace kestrane::client {
 /// How Ctrl-C ends an action of the device.
 struct Interruption {
     std::string_view member;  ///< stops the device; empty: Ctrl-C ends the program, as it does by itself
+    std::string_view moving;  ///< whether it moves
     std::string_view told;    ///< "the park was stopped"
 };
 
@@ -28,7 +29,7 @@ public:
 
     /// Writes or calls a member of the device. Raises `DeviceError`, `Unreachable`; an interruption instead of them.
     void Put(std::string_view member, const Values& values = {});
-    /// After a Ctrl-C: has the device stopped, once, and raises `DeviceError`.
+    /// After a Ctrl-C: has the device stopped, and raises `DeviceError`.
     void EndIfInterrupted();
 
     /// Shows how long the action has taken.
@@ -54,7 +55,8 @@ private:
     Progress progress_;
     double start_;
     bool hasOwnWords_ = false;
-    bool isStopAnswered_ = false;  ///< the device has taken the stop, or refused it
+    double nextStop_ = 0.0;   ///< in seconds since the start, the earliest
+    bool isStopped_ = false;  ///< the device has taken a stop
     std::string whyNotStopped_;
 };
 

@@ -114,6 +114,8 @@ private:
             tracks_ = body.starts_with("Tracking=True");
         } else if (member == "pulseguide" || member == "move") {
             looksLeft = looks;
+        } else if (member == "abortslew" || member == "halt") {
+            looksLeft = 0;
         } else if (member == "commandstring" && !answersTexts) {
             return {"", true};
         } else if (member == "commandstring") {

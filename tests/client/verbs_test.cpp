@@ -107,44 +107,92 @@ TEST(ClientVerbs, WhileTheirAnswerIsAwaited_ShowTheirProgress) {
     }
 }
 
-TEST(ClientVerbs, ThatAreInterruptedWhileTheirAnswerIsAwaited_StopTheDeviceOnce_OverAnotherConnection) {
-    struct Motion {
-        Words words;
-        std::string held;
-        std::string stop;
-        std::string told;
-    };
-    for (const Motion& row :
-         {Motion{{"park"}, "park", "abortslew", "interrupted; the park was stopped"},
-          Motion{{"guide", "west", "60000", "--wait"}, "pulseguide", "abortslew", "interrupted; the pulse was stopped"},
-          Motion{{"guide", "west", "60000"}, "pulseguide", "abortslew", "interrupted; the pulse was stopped"},
-          Motion{{"slew", "5:30", "10"}, "slewtocoordinatesasync", "abortslew", "interrupted; the slew was stopped"},
-          Motion{{"focus", "9"}, "move", "halt", "interrupted; the focuser was stopped"}}) {
-        SCOPED_TRACE(row.words[0] + " " + row.words.back());
-        FakeTelescope telescope;
-        telescope.isFocuser = row.words[0] == "focus";
-        telescope.isConnected = false;
-        Gate stopped;
-        std::atomic<bool> isStoppedInTime = false;
-        FakeAlpacaServer server([&](const Request& request) {
-            const std::string member = MemberOf(request);
-            if (member == row.held) {
-                isStoppedInTime = stopped.Pass();
-            }
+struct Motion {
+    Words words;
+    std::string held;
+    std::string stop;
+    std::string told;
+};
+
+const std::vector<Motion> kMotions{
+    {{"park"}, "park", "abortslew", "the park was stopped"},
+    {{"guide", "west", "60000", "--wait"}, "pulseguide", "abortslew", "the pulse was stopped"},
+    {{"guide", "west", "60000"}, "pulseguide", "abortslew", "the pulse was stopped"},
+    {{"slew", "5:30", "10"}, "slewtocoordinatesasync", "abortslew", "the slew was stopped"},
+    {{"focus", "9"}, "move", "halt", "the focuser was stopped"},
+};
+
+/// Runs a motion with a Ctrl-C whose answer is held back until the stop has come; how often that came. The device
+/// begins it before the stop, or `overtaken`, after it.
+std::ptrdiff_t StopsOfInterrupted(const Motion& row, bool overtaken) {
+    FakeTelescope telescope;
+    telescope.isFocuser = row.words[0] == "focus";
+    telescope.isConnected = false;
+    telescope.parks = false;
+    Gate stopped;
+    std::atomic<bool> isStoppedInTime = false;
+    FakeAlpacaServer server([&](const Request& request) {
+        const std::string member = MemberOf(request);
+        if (member != row.held) {
             Answer answer = telescope(request);
             if (member == row.stop) {
                 stopped.Open();
             }
             return answer;
-        });
-        const Outcome outcome = RunAt(server, row.words, 0.0);
-        EXPECT_EQ(outcome.code, ExitCode::DeviceError);
-        EXPECT_TRUE(outcome.notes.ends_with("kestrane-client: " + row.told + "\n")) << outcome.notes;
-        EXPECT_EQ(outcome.out, "");
-        EXPECT_TRUE(isStoppedInTime);
-        EXPECT_EQ(std::ranges::count(Calls(server), "PUT " + row.stop), 1);
-        EXPECT_EQ(Puts(server).back(), "connected Connected=False");
+        }
+        if (overtaken) {
+            isStoppedInTime = stopped.Pass();
+            return telescope(request);
+        }
+        Answer answer = telescope(request);
+        isStoppedInTime = stopped.Pass();
+        return answer;
+    });
+    const Outcome outcome = RunAt(server, row.words, 0.0);
+    EXPECT_EQ(outcome.code, ExitCode::DeviceError);
+    EXPECT_TRUE(outcome.notes.ends_with("kestrane-client: interrupted; " + row.told + "\n")) << outcome.notes;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(isStoppedInTime);
+    EXPECT_LE(telescope.looksLeft, 0) << "it moves on";
+    EXPECT_EQ(Puts(server).back(), "connected Connected=False");
+    return std::ranges::count(Calls(server), "PUT " + row.stop);
+}
+
+TEST(ClientVerbs, ThatAreInterruptedWhileTheirAnswerIsAwaited_StopTheDeviceOnce_OverAnotherConnection) {
+    for (const Motion& row : kMotions) {
+        SCOPED_TRACE(row.words[0] + " " + row.words.back());
+        EXPECT_EQ(StopsOfInterrupted(row, false), 1);
     }
+}
+
+TEST(ClientVerbs, ThatTheStopHasOvertaken_AreStoppedOnceMore) {
+    for (const Motion& row : kMotions) {
+        SCOPED_TRACE(row.words[0] + " " + row.words.back());
+        EXPECT_EQ(StopsOfInterrupted(row, true), 2);
+    }
+}
+
+TEST(ClientVerbs, WhoseAnswerStaysAwayAfterTheStop_AreStoppedAgain) {
+    FakeTelescope telescope;
+    Gate stoppedAgain;
+    std::atomic<int> stops = 0;
+    std::atomic<bool> isStoppedInTime = false;
+    FakeAlpacaServer server([&](const Request& request) {
+        const std::string member = MemberOf(request);
+        if (member == "abortslew" && ++stops == 2) {
+            stoppedAgain.Open();
+        }
+        if (member == "pulseguide") {
+            isStoppedInTime = stoppedAgain.Pass();
+        }
+        return telescope(request);
+    });
+    std::ostringstream out;
+    double now = 0.0;
+    RunClient(Words{"guide", "west", "60000", "--port", std::to_string(server.Port())},
+              {out, out, false, [&] { return now += 1.0; }, [](double) {}, [] {}, [] { return true; }});
+    EXPECT_TRUE(isStoppedInTime);
+    EXPECT_TRUE(out.str().ends_with("interrupted; the pulse was stopped\n")) << out.str();
 }
 
 TEST(ClientVerbs, WhoseStopTheDeviceRefuses_SaySo) {
