@@ -145,6 +145,7 @@ void GuidePulses::Guide(std::int32_t direction, std::int32_t milliseconds) {
         state_.g_bSynchronousPulseGuide || (form == PulseForm::Open && milliseconds < kShortestOfTimerMs);
     std::optional<std::uint32_t> number;
     Sequence::UntilStopped(needs_.commands(), needs_.door, procedure::GuidePulse, [&](Sequence& mount) {
+        mount.LetStopInNow();  // what it ends needs no room any more
         ClearAxis(mount, row && row->axis == mount_axis::Secondary);
         const std::size_t rate = GuideRateIndex(state_.g_dGuideRate);
         mount.CommandBlindInternal(wire::GuideRate, kGuideRates[rate].argument);
@@ -179,7 +180,8 @@ void GuidePulses::StopNow(std::int32_t direction) {
     }
 }
 
-/// Ends the pulse of an axis to make room for another; true when there was one.
+/// Ends the pulse of an axis to make room for another; true when there was one. A stop must not get in at its own stop,
+/// which would pass for a part of this one.
 bool GuidePulses::ClearAxis(Sequence& mount, bool northSouth) {
     const std::int32_t axis = northSouth ? mount_axis::Secondary : mount_axis::Primary;
     bool stopped = false;

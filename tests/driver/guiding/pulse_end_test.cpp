@@ -210,6 +210,36 @@ TEST_F(PulseEndTest, APulseThatAStopHasOvertaken_DoesNotBegin) {
     EXPECT_EQ(Wire().find("RG"), std::string::npos) << Wire();
 }
 
+TEST_F(PulseEndTest, AStopAtTheFirstDoorOfAPulse_EndsThePulseThatIsToMakeRoomToo) {
+    for (const bool synchronous : {false, true}) {
+        SCOPED_TRACE(synchronous);
+        EndTheDriver();
+        ConnectTo(kUntimed, {{"chkSynchronousPulseGuide", synchronous ? "1" : "0"}});
+        Begin();
+        int returned = 0;
+        const auto guideAt = [&](std::int64_t ms, std::int32_t direction, std::int32_t duration) {
+            machine.pump.PostAt(startMs + ms, CallKind::WaitsLong, [this, &returned, direction, duration] {
+                telescope->PulseGuide(direction, duration);
+                ++returned;
+            });
+        };
+        guideAt(0, 0, 5'000);
+        guideAt(1'000, 1, 400);
+        driver->log.SetListener([this](std::string_view, int, std::string_view message) {
+            if (message.starts_with("PulseGuide(1, 400)")) {
+                machine.pump.Post(CallKind::Stop, [this] { telescope->AbortSlew(); });
+            }
+        });
+        machine.AdvanceTime(2'000);
+        EXPECT_LT(machine.clock.Elapsed(), startMs + 3'000);
+        EXPECT_EQ(returned, 2);
+        EXPECT_EQ(Flags(), "");
+        EXPECT_FALSE(AnyTimerRuns());
+        EXPECT_EQ(Wire().find("Ms"), std::string::npos) << Wire();
+        ExpectOnlyTracking();
+    }
+}
+
 TEST_F(PulseEndTest, TheEndOfAnAxis_LeavesThePulseOfTheOtherAxis) {
     ConnectTo(kBrieflyTimed);
     Begin();
