@@ -19,10 +19,13 @@ constexpr std::size_t kLongRaLength = 8;  // HH:MM:SS; in the short format HH:MM
 void Telescope::Unpark() {
     ResumeNext errors{driver_.ledger, "Unpark"};
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "Unpark");
-    if (state_.g_bParked && errors.Step([&] { CheckConnected(); })) {
-        needs_.motion.MountReportsParked(false);
-        state_.g_bTracking = false;
-        Unparking(*this).UnparkMount(park_index::Current, Confirmation::AskedElseAccepted);
+    if (state_.g_bParked) {
+        state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
+        if (errors.Step([&] { CheckConnected(); })) {
+            needs_.motion.MountReportsParked(false);
+            state_.g_bTracking = false;
+            Unparking(*this).UnparkMount(park_index::Current, Confirmation::AskedElseAccepted);
+        }
     }
     errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
 }
@@ -47,6 +50,7 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
                                "Unpark Mount: there is no position " + std::to_string(index));
         return false;
     }
+    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     ResumeNext errors{driver_.ledger, "UnparkMount"};
     if (confirmation == Confirmation::Offered && index != park_index::Current) {
         if (index != park_index::DontUnpark) {
@@ -95,7 +99,6 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
 /// To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.
 bool Unparking::TakeMount(std::int16_t index) {
     ResumeNext errors{driver_.ledger, "UnparkMount"};
-    state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     if (!errors.Step([&] { telescope_.CheckConnected(); })) {
         driver_.log.LogMessage(
             "Telescope", LogLevel::Error,

@@ -1,7 +1,10 @@
 #include "telescope/motion/unparking.h"
 
+#include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 #include "driver/unparking/unparking_fixture.h"
 
@@ -347,11 +350,36 @@ TEST_F(UnparkingTest, ParkAndUnpark_GoRoundAndRound) {
     }
 }
 
-TEST_F(UnparkingTest, SuspensionOfThePoll_IsLiftedAtTheHead) {
+TEST_F(UnparkingTest, SuspensionOfThePoll_IsLiftedAtTheHead_WhateverComesOfIt) {
     ConnectAt(47.0);
-    driver->state.g_bPollSuspended = true;
-    Unpark(",0");
-    EXPECT_FALSE(driver->state.g_bPollSuspended);
+    struct Row {
+        const char* name;
+        std::function<void()> call;
+        bool isLifted = true;
+    };
+    const auto unpark = [&](std::int16_t index, Confirmation confirmation) {
+        Unparking(*telescope).UnparkMount(index, confirmation);
+    };
+    const std::vector<Row> rows{
+        {"unpark", [&] { unpark(0, Confirmation::AskedElseAccepted); }},
+        {"offer", [&] { unpark(2, Confirmation::Offered); }},
+        {"nobody to ask", [&] { unpark(2, Confirmation::AskedElseCancelled); }},
+        {"no position", [&] { unpark(8, Confirmation::AskedElseAccepted); }, false},
+        {"lost line",
+         [&] {
+             ExpectSwallow("Unpark");
+             Park();
+             driver->state.g_bLostComms = true;
+             telescope->Unpark();
+             driver->state.g_bLostComms = false;
+         }},
+    };
+    for (const Row& row : rows) {
+        driver->state.g_bPollSuspended = true;
+        row.call();
+        EXPECT_EQ(driver->state.g_bPollSuspended, !row.isLifted) << row.name;
+    }
+    driver->state.g_bPollSuspended = false;
 }
 
 TEST_F(UnparkingTest, PauseOfTheLog_Ends) {
