@@ -1,5 +1,10 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "catalogue/vocabulary.h"
 #include "catalogue/wire_commands.h"
@@ -13,8 +18,10 @@ namespace {
 
 constexpr std::int32_t kTestMoveMs = 100;
 constexpr double kDegreesInAnHour = 15.0;
-constexpr double kMostOfTestMoveDegrees = 0.5;         // at 64 times sidereal in two seconds
+constexpr double kMostOfTestMoveDegrees = 0.1;         // the move makes a quarter of it, at 64 times sidereal
 constexpr double kSameReadingDegrees = 30.0 / 3600.0;  // a third of what the move makes
+constexpr double kSameStartDegrees = 60.0 / 3600.0;    // less than the move makes
+constexpr std::int32_t kFreshMs = 2000;                // in which the sky turns by half of that
 constexpr std::string_view kOrigin = "AutoCalibrateNSEW";
 
 class CalibrationSteps : TelescopeSteps {
@@ -22,18 +29,25 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     bool MountStands();
+    void TakeFreshPicture();
     bool CalibrateOnce(Sequence& mount);
-    void MakeTestMove();
-    bool IsPierSide(const std::string& side, std::string_view complaint);
-    bool AskRa(Sequence& mount, double& hours, std::string_view label);
-    bool AskDec(Sequence& mount, double& degrees, std::string_view label);
 
 private:
     struct Place {
         double hours = 0.0;
         double degrees = 0.0;
     };
+    static double Apart(const Place& a, const Place& b);
+
+    bool IsPierSide(const std::string& side, std::string_view complaint);
+    bool AskPlace(Sequence& mount, Place& place, std::string_view raLabel, std::string_view decLabel);
+    bool AskRa(Sequence& mount, double& hours, std::string_view label);
+    bool AskDec(Sequence& mount, double& degrees, std::string_view label);
+    bool StandsWhereSeen(const Place& start);
+    void MakeTestMove();
     bool MayBeSwapped(Sequence& mount, const Place& start, const Place& end);
+
+    std::optional<Place> seen_;  ///< where the mount stands, by a reading that is none of the present attempt
 };
 
 }  // namespace
@@ -56,6 +70,7 @@ void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     }
     UntilStopped(procedure::Calibration, [&](Sequence& mount) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Starting Autocalibration of RA/Dec Move commands");
+        steps.TakeFreshPicture();
         for (int attempt = 1; attempt <= attempts; ++attempt) {
             mount.LetStopIn();
             if (!steps.MountStands()) {
@@ -84,6 +99,16 @@ bool CalibrationSteps::MountStands() {
     return reason.empty();
 }
 
+/// What the poll has read last, unless that is too long ago.
+void CalibrationSteps::TakeFreshPicture() {
+    const CoordinateTimes readAt = needs_.queries.ReadAt();
+    const Tick now = driver_.clock.GetTickCount();
+    const auto isFresh = [&](const std::optional<Tick>& at) { return at && now - *at <= kFreshMs; };
+    if (isFresh(readAt.ra) && isFresh(readAt.dec)) {
+        seen_ = Place{state_.g_dRa, state_.g_dDec};
+    }
+}
+
 /// Moves a little to the east and north and checks which way the position changed. An east move increases the right
 /// ascension; a north move decreases the declination on the east side of the pier and increases it on the west side.
 /// Each question has a single try: the attempts of the calibration are its retries.
@@ -93,9 +118,12 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         return false;
     }
     driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Starting Pier Side: " + startSide);
-    double startRa = 0.0;
-    double startDec = 0.0;
-    if (!AskRa(mount, startRa, "Got Start RA: ") || !AskDec(mount, startDec, "Got Start Dec: ")) {
+    Place start;
+    if (!AskPlace(mount, start, "Got Start RA: ", "Got Start Dec: ")) {
+        return false;
+    }
+    const bool startIsSure = seen_.has_value();
+    if (!StandsWhereSeen(start)) {
         return false;
     }
     MakeTestMove();
@@ -108,15 +136,22 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         driver_.log.LogMessage(kOrigin, LogLevel::Error, "Pier Side Changed... retrying");
         return false;
     }
-    double endRa = 0.0;
-    double endDec = 0.0;
-    if (!AskRa(mount, endRa, "Got End RA: ") || !AskDec(mount, endDec, "Got Ending Dec: ")) {
+    Place end;
+    if (!AskPlace(mount, end, "Got End RA: ", "Got Ending Dec: ")) {
         return false;
     }
-    const bool eastWest = NormalizeHourAngle(endRa - startRa) < 0.0;
-    const bool northSouth = startSide == pier_side::kEastText ? startDec < endDec : startDec > endDec;
-    if ((eastWest || northSouth) && !MayBeSwapped(mount, {startRa, startDec}, {endRa, endDec})) {
-        return false;
+    const bool eastWest = NormalizeHourAngle(end.hours - start.hours) < 0.0;
+    const bool northSouth =
+        startSide == pier_side::kEastText ? start.degrees < end.degrees : start.degrees > end.degrees;
+    if (eastWest || northSouth) {
+        if (!MayBeSwapped(mount, start, end)) {
+            return false;
+        }
+        if (!startIsSure) {
+            driver_.log.LogMessage(kOrigin, LogLevel::Warning,
+                                   "The start was read only once: a swap takes another attempt");
+            return false;
+        }
     }
     Sequence swaps = Talk(procedure::SwapDirections);
     if (eastWest) {
@@ -130,30 +165,45 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
     return true;
 }
 
-/// A swap stays in the mount, so no single reading decides on one: the end must be read twice the same, and be no
-/// farther from the start than the test move goes.
-bool CalibrationSteps::MayBeSwapped(Sequence& mount, const Place& start, const Place& end) {
-    const auto apart = [](const Place& a, const Place& b) {
-        return std::max(std::abs(NormalizeHourAngle(a.hours - b.hours)) * kDegreesInAnHour,
-                        std::abs(a.degrees - b.degrees));
-    };
-    if (apart(start, end) > kMostOfTestMoveDegrees) {
-        driver_.log.LogMessage(kOrigin, LogLevel::Error, "The test move cannot have gone that far... retrying");
-        return false;
-    }
-    Place second;
-    if (!AskRa(mount, second.hours, "Got End RA again: ") || !AskDec(mount, second.degrees, "Got Ending Dec again: ")) {
-        return false;
-    }
-    if (apart(end, second) > kSameReadingDegrees) {
-        driver_.log.LogMessage(kOrigin, LogLevel::Error, "Two readings differ... retrying");
+/// Degrees on the axis that is farther away.
+double CalibrationSteps::Apart(const Place& a, const Place& b) {
+    return std::max(std::abs(NormalizeHourAngle(a.hours - b.hours)) * kDegreesInAnHour,
+                    std::abs(a.degrees - b.degrees));
+}
+
+/// Whether an earlier reading agrees, or there is none. Of two that differ nobody knows which is wrong: the next
+/// attempt compares its start with this one.
+bool CalibrationSteps::StandsWhereSeen(const Place& start) {
+    const Place seen = std::exchange(seen_, start).value_or(start);
+    if (Apart(start, seen) > kSameStartDegrees) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "The start differs from the reading before it... retrying");
         return false;
     }
     return true;
 }
 
+/// A swap stays in the mount, so no single reading decides on one: start and end must be read twice the same, and be no
+/// farther from each other than the test move goes. The end is where the next attempt has to start.
+bool CalibrationSteps::MayBeSwapped(Sequence& mount, const Place& start, const Place& end) {
+    if (Apart(start, end) > kMostOfTestMoveDegrees) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "The test move cannot have gone that far... retrying");
+        return false;
+    }
+    Place second;
+    if (!AskPlace(mount, second, "Got End RA again: ", "Got Ending Dec again: ")) {
+        return false;
+    }
+    if (Apart(end, second) > kSameReadingDegrees) {
+        driver_.log.LogMessage(kOrigin, LogLevel::Error, "Two readings differ... retrying");
+        return false;
+    }
+    seen_ = end;
+    return true;
+}
+
 /// Lets nothing in, not even a stop: the move is ended by its own stop, and is too short to pump.
 void CalibrationSteps::MakeTestMove() {
+    seen_.reset();
     const bool stoppedBefore = state_.g_bMotionStopped;
     const Tick stoppedAt = state_.g_tickMotionStopped;
     Sequence mount = Talk(procedure::TestMove);
@@ -172,6 +222,10 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
     }
     driver_.log.LogMessage(kOrigin, LogLevel::Error, std::string(complaint) + side);
     return false;
+}
+
+bool CalibrationSteps::AskPlace(Sequence& mount, Place& place, std::string_view raLabel, std::string_view decLabel) {
+    return AskRa(mount, place.hours, raLabel) && AskDec(mount, place.degrees, decLabel);
 }
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {

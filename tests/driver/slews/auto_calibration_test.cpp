@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
 #include "support/driver_fixture.h"
@@ -14,6 +15,9 @@ namespace {
 /// The calibration of directions on the wire of an open link, with a read limit of 500 ms.
 class AutoCalibrationTranscriptTest : public DriverFixture {
 protected:
+    struct Place {
+        std::string ra, dec;
+    };
     AutoCalibrationTranscriptTest() {
         Start();
         telescope = driver->CreateTelescope();
@@ -28,9 +32,22 @@ protected:
 
     void Play(std::string_view script) {
         WireTranscript transcript(machine.clock, machine.pump, script);
+        transcript.Call("Read", [&] {
+            driver->queries.QueryRa();
+            driver->queries.QueryDec();
+        });
         transcript.Call("Calibrate", [&] { return telescope->CommandString("RAW,AutoCalibrateNSEW", true); });
         PlayOnOpenLink(transcript);
     }
+    static std::string Exchange(const std::string& command, const std::string& reply) {
+        return reply.empty() ? "" : "* > :" + command + "#\n" + "* < " + reply + "#\n";
+    }
+    /// One attempt up to the reading of its end.
+    static std::string Attempt(const std::string& side, const Place& start, const Place& end) {
+        return Exchange("pS", side) + Exchange("GR", start.ra) + Exchange("GD", start.dec) +
+               "* > :RC1#\n* > :Me#\n* > :Mn#\n* > :Q#\n" + Exchange("pS", side) + Position(end);
+    }
+    static std::string Position(const Place& place) { return Exchange("GR", place.ra) + Exchange("GD", place.dec); }
 
     TelescopeObject telescope;
 };
@@ -69,34 +86,71 @@ TEST_F(AutoCalibrationTranscriptTest, MountThatCountsAsExpected_IsMovedForATenth
 
 TEST_F(AutoCalibrationTranscriptTest, BothDirectionsReversed_AreSwappedInTheMount) {
     Play(R"(
-        0   = Calibrate -> 1
-        0   > :pS#
-        10  < East#
-        10  > :GR#
-        20  < 03:36:03.2#
-        20  > :GD#
-        30  < +45*00:00#
-        30  > :RC1#
-        40  > :Me#
-        50  > :Mn#
-        160 > :Q#
-        170 > :pS#
-        180 < East#
-        180 > :GR#
-        190 < 03:35:56.8#
-        190 > :GD#
-        200 < +45*01:36#
+        0   = Read
+        0   > :GR#
+        10  < 03:36:03.2#
+        10  > :GD#
+        20  < +45*00:00#
+        20  = Calibrate -> 1
+        20  > :pS#
+        30  < East#
+        30  > :GR#
+        40  < 03:36:03.2#
+        40  > :GD#
+        50  < +45*00:00#
+        50  > :RC1#
+        60  > :Me#
+        70  > :Mn#
+        180 > :Q#
+        190 > :pS#
+        200 < East#
         200 > :GR#
         210 < 03:35:56.8#
         210 > :GD#
         220 < +45*01:36#
-        220 L AutoCalibrateNSEW Info Swapping E/W
-        220 > :EW#
+        220 > :GR#
+        230 < 03:35:56.8#
+        230 > :GD#
+        240 < +45*01:36#
+        240 L AutoCalibrateNSEW Info Swapping E/W
+        240 > :EW#
         *   L AutoCalibrateNSEW Info Swapping N/S
         *   > :NS#
         *   L AutoCalibrateNSEW Info Autocalibration Successful!
     )");
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
+TEST_F(AutoCalibrationTranscriptTest, WithoutAFreshPicture_ASwapTakesASecondAttempt) {
+    const Place start{"03:36:03.2", "+45*00:00"};
+    const Place end{"03:35:56.8", "+45*01:36"};
+    const Place secondEnd{"03:35:50.4", "+45*03:12"};
+    Play("0 = Calibrate -> 1\n" + Attempt("East", start, end) + Position(end) +
+         "* L AutoCalibrateNSEW Warning The start was read only once: a swap takes another attempt\n" +
+         Attempt("East", end, secondEnd) + Position(secondEnd) + "* > :EW#\n* > :NS#\n");
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
+TEST_F(AutoCalibrationTranscriptTest, StartThatDiffersFromAFreshPicture_CostsAnAttempt_AheadOfTheMove) {
+    struct Row {
+        Place picture;  ///< what the poll has read before
+        int ageMs;
+        bool costsAnAttempt;
+    };
+    const Place start{"03:36:03.2", "+45*00:00"};
+    const Place end{"03:36:09.6", "+44*58:24"};
+    for (const Row& row :
+         {Row{{"03:36:12.0", "+45*00:00"}, 1'900, true}, Row{{"03:36:03.2", "+45*02:00"}, 1'900, true},
+          Row{{"03:36:05.2", "+44*59:40"}, 1'900, false}, Row{{"03:36:12.0", "+45*00:00"}, 2'100, false}}) {
+        SCOPED_TRACE(row.picture.ra + row.picture.dec);
+        driver->state.g_bAutoCalibrated = false;
+        const std::string lost =
+            Exchange("pS", "East") + Position(start) +
+            "* L AutoCalibrateNSEW Error The start differs from the reading before it... retrying\n";
+        Play("0 = Read\n" + Position(row.picture) + std::to_string(row.ageMs) + " = Calibrate -> 1\n" +
+             (row.costsAnAttempt ? lost : "") + Attempt("East", start, end));
+        EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+    }
 }
 
 TEST_F(AutoCalibrationTranscriptTest, SideThatChangesDuringTheMove_CostsOneAttempt) {
@@ -241,26 +295,22 @@ class FalseReadingTest : public AutoCalibrationTranscriptTest, public testing::W
 
 TEST_P(FalseReadingTest, CostsAnAttempt_AndSwapsNothing) {
     const FalseReadingRow& row = GetParam();
-    const auto exchange = [](const std::string& command, const std::string& reply) {
-        return reply.empty() ? "" : "* > :" + command + "#\n" + "* < " + reply + "#\n";
-    };
-    const auto attempt = [&](const std::string& startRa, const std::string& startDec, const std::string& endRa,
-                             const std::string& endDec) {
-        return exchange("pS", "East") + exchange("GR", startRa) + exchange("GD", startDec) +
-               "* > :RC1#\n* > :Me#\n* > :Mn#\n* > :Q#\n" + exchange("pS", "East") + exchange("GR", endRa) +
-               exchange("GD", endDec);
-    };
-    Play("0 = Calibrate -> 1\n" + attempt(row.startRa, row.startDec, row.endRa, row.endDec) +
-         exchange("GR", row.secondRa) + exchange("GD", row.secondDec) +
-         attempt("03:00:06.4", "+44*58:24", "03:00:12.8", "+44*56:48"));
+    Play("0 = Calibrate -> 1\n" + Attempt("East", {row.startRa, row.startDec}, {row.endRa, row.endDec}) +
+         Position({row.secondRa, row.secondDec}) +
+         Attempt("East", {"03:00:06.4", "+44*58:24"}, {"03:00:12.8", "+44*56:48"}));
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, FalseReadingTest,
-    testing::Values(FalseReadingRow{"03:00:00.0", "+45*00:00", "02:59:06.4", "+44*58:24", "03:00:06.4", "+44*58:24"},
-                    FalseReadingRow{"03:00:00.0", "+45*00:00", "03:00:06.4", "+45*08:24", "03:00:06.4", "+44*58:24"},
-                    FalseReadingRow{"03:00:40.0", "+45*00:00", "03:00:06.4", "+44*58:24", "03:00:06.4", "+44*50:24"},
+    testing::Values(FalseReadingRow{"03:00:00.0", "+45*00:00", "02:59:46.4", "+44*58:24", "03:00:06.4", "+44*58:24"},
+                    FalseReadingRow{"03:00:00.0", "+45*00:00", "03:00:06.4", "+45*03:24", "03:00:06.4", "+44*58:24"},
+                    // Of the start: the readings of the end agree.
+                    FalseReadingRow{"03:00:20.0", "+45*00:00", "03:00:06.4", "+44*58:24", "03:00:06.4", "+44*58:24"},
+                    FalseReadingRow{"03:00:00.0", "+44*56:00", "03:00:06.4", "+44*58:24", "03:00:06.4", "+44*58:24"},
+                    // Farther than the test move goes.
+                    FalseReadingRow{"03:00:00.0", "+45*00:00", "02:59:06.4", "+44*58:24", "", ""},
+                    FalseReadingRow{"03:00:00.0", "+45*00:00", "03:00:06.4", "+45*08:24", "", ""},
                     FalseReadingRow{"13:00:00.0", "+45*00:00", "03:00:06.4", "+44*58:24", "", ""},
                     FalseReadingRow{"03:00:00.0", "+15*00:00", "03:00:06.4", "+44*58:24", "", ""}),
     [](const auto& row) { return "Row" + std::to_string(row.index); });
@@ -278,14 +328,12 @@ class DecisionTest : public AutoCalibrationTranscriptTest, public testing::WithP
 
 TEST_P(DecisionTest, EndsOfTheMove_DecideWhatIsSwapped) {
     const DecisionRow& row = GetParam();
-    const auto exchange = [](const std::string& command, const std::string& reply) {
-        return "* > :" + command + "#\n" + "* < " + reply + "#\n";
-    };
-    Play("0 = Calibrate -> 1\n" + exchange("pS", row.side) + exchange("GR", row.startRa) +
-         exchange("GD", row.startDec) + "* > :RC1#\n* > :Me#\n* > :Mn#\n* > :Q#\n" + exchange("pS", row.side) +
-         exchange("GR", row.endRa) + exchange("GD", row.endDec) +
-         (row.swapsEastWest || row.swapsNorthSouth ? exchange("GR", row.endRa) + exchange("GD", row.endDec) : "") +
-         (row.swapsEastWest ? "* > :EW#\n" : "") + (row.swapsNorthSouth ? "* > :NS#\n" : ""));
+    const Place start{row.startRa, row.startDec};
+    const Place end{row.endRa, row.endDec};
+    const bool swaps = row.swapsEastWest || row.swapsNorthSouth;
+    Play("0 = Read\n" + Position(start) + "* = Calibrate -> 1\n" + Attempt(row.side, start, end) +
+         (swaps ? Position(end) : "") + (row.swapsEastWest ? "* > :EW#\n" : "") +
+         (row.swapsNorthSouth ? "* > :NS#\n" : ""));
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
 }
 
@@ -420,6 +468,7 @@ TEST_P(SwappedMountTest, SwappedDirections_AreSetRight_AndRightOnesAreLeftAlone)
     EXPECT_FALSE(mount->Picture().swappedNorthSouth);
     EXPECT_EQ(TimesSent("EW"), GetParam().eastWest ? 2 : 0);
     EXPECT_EQ(TimesSent("NS"), GetParam().northSouth ? 2 : 0);
+    EXPECT_EQ(TimesSent("Me"), 1) << "the poll has just read the start";
     EXPECT_EQ(telescope->CommandString("RAW,AutoCalibrateNSEW", true), "1");
     EXPECT_FALSE(mount->Picture().swappedEastWest);
     EXPECT_FALSE(mount->Picture().swappedNorthSouth);
@@ -478,6 +527,18 @@ TEST_F(AutoCalibrationTest, SlewThatReplacesAnother_DoesNotCalibrateInMidSlew_An
     Slew();
     EXPECT_EQ(TimesSent("Me"), 1);
     EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
+TEST_F(AutoCalibrationTest, FalseReadingOfTheStart_SwapsNothing) {
+    Connect();
+    machine.AdvanceTime(4'000);
+    const double falseRa = NormalizeHours(mount->Picture().rightAscension + 20.0 / 3600.0);
+    mount->Add(std::make_unique<AnswersWith>("GR", HoursToHMS(falseRa, ":", ":", "", 1) + "#"));
+    EXPECT_EQ(telescope->CommandString("RAW,AutoCalibrateNSEW", true), "1");
+    EXPECT_TRUE(Logged("The start differs from the reading before it... retrying"));
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+    EXPECT_EQ(TimesSent("Me"), 1);
+    EXPECT_EQ(TimesSent("EW"), 0);
 }
 
 TEST_F(AutoCalibrationTest, SlewRightAfterTrackingWasSwitchedOn_Calibrates) {
