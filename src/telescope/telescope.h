@@ -197,7 +197,9 @@ public:
 
     // --- syncs --------------------------------------------------------------------------------------------------
 
-    // While the mount moves: 0x8004040b, and nothing is sent. 0x80040418 when the mount refuses a half of the target.
+    // While the mount moves: 0x8004040b, and nothing is sent. That is also so while a slew goes on that `MoveAxis` took
+    // over: until the status text shows its end, or without status texts five minutes from its beginning. 0x80040418
+    // when the mount refuses a half of the target.
 
     /// Tells the mount that it points there. Ranges as for a slew: 0x80040405. Motion check: not parked, tracking.
     void SyncToCoordinates(double rightAscension, double declination);

@@ -1,5 +1,8 @@
+#include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "driver/slews/slew_wire_fixture.h"
@@ -50,13 +53,13 @@ TEST_F(SyncTest, SettingAgainstRecals_SendsAPlainSync) {
 }
 
 TEST_F(SyncTest, OnlyZeroIsAgainstRecals) {
-    for (const char* value : {"1", "2", "-1"}) {
+    const std::string target = "Sd+20*00:00 Sr12:30:00.0 ";
+    EXPECT_EQ(MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); }), target + "CMR");
+    for (const auto& [value, command] :
+         {std::pair{"1", "CMR"}, {"2", "CMR"}, {"-1", "CMR"}, {"0", "CM"}, {"0.5", "CMR"}}) {
         driver->persist.Write(setting::chkUseRCAL, value);
-        EXPECT_TRUE(MotionDuring([&] { telescope->SyncToTarget(); }).ends_with(" CMR") || error == 0x80040407U);
+        EXPECT_EQ(MotionDuring([&] { telescope->SyncToTarget(); }), target + command) << value;
     }
-    telescope->SyncToCoordinates(12.5, 20.0);
-    driver->persist.Write(setting::chkUseRCAL, "2");
-    EXPECT_TRUE(MotionDuring([&] { telescope->SyncToTarget(); }).ends_with(" CMR"));
 }
 
 TEST_F(SyncTest, AnyReplyToTheSync_CountsAsSuccess) {
@@ -176,8 +179,7 @@ TEST_F(SyncOfAMovingMount, BetweenTwoLegs_IsRefused) {
     EXPECT_EQ(error, 0x8004040bU) << "of the last refusal";
 }
 
-TEST_F(SyncOfAMovingMount, InAPark_IsRefused) {
-    telescope->SyncToCoordinates(NormalizeHours(telescope->SiderealTime() - 3.0), 20.0);
+TEST_F(SyncOfAMovingMount, InAPark_IsRefused_AlsoWithoutATarget) {
     driver->motion.ParkBegins();
     ExpectRefused();
     driver->motion.ParkEnds();
@@ -188,6 +190,52 @@ TEST_F(SyncOfAMovingMount, WhileAnAxisRuns_IsRefused) {
     telescope->MoveAxis(1, 0.5);
     ExpectRefused();
     telescope->MoveAxis(1, 0.0);
+}
+
+/// What ends the supervision of a slew, and does not stop the mount.
+struct CutRow {
+    std::string firmware;
+    bool hasStatusText;
+    std::function<void(Telescope&)> cut;
+};
+
+TEST_F(SyncOfAMovingMount, InASlewThatNobodyWatchesAnyMore_IsRefused_UntilItsEnd) {
+    const auto axis = [](Telescope& client) {
+        client.MoveAxis(1, 0.25);
+        client.MoveAxis(1, 0.0);
+    };
+    const auto refusedAxis = [](Telescope& client) {
+        EXPECT_EQ(ErrorOf([&] { client.MoveAxis(2, 1.0); }), 0x80040400U);
+    };
+    for (const CutRow& row : {CutRow{"S", true, axis}, CutRow{"S", true, refusedAxis}, CutRow{"D", false, axis},
+                              CutRow{"D", false, refusedAxis}}) {
+        SCOPED_TRACE(row.firmware);
+        EndTheDriver();
+        Connect(row.firmware);
+        ASSERT_EQ(driver->state.g_bGosActive, row.hasStatusText);
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 3.0), 20.0);
+        machine.AdvanceTime(1'000);
+        row.cut(*telescope);
+        ASSERT_TRUE(mount->Picture().slewing);
+        ASSERT_FALSE(driver->state.g_bSlewing || driver->state.g_bMountSlewing);
+        ExpectRefused();
+        machine.AdvanceTime(row.hasStatusText ? 60'000 : 290'000);
+        ASSERT_FALSE(mount->Picture().slewing);
+        if (!row.hasStatusText) {
+            ExpectRefused();  // nothing shows the end
+            machine.AdvanceTime(10'000);
+        }
+        EXPECT_TRUE(MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); }).ends_with(" CMR"));
+        EXPECT_EQ(error, 0U);
+    }
+}
+
+TEST_F(SyncOfAMovingMount, AfterASlewThatHasEndedTheAxisOfAnotherClient_GoesOut) {
+    telescope->MoveAxis(1, 0.3);
+    Telescope& other = OtherClient();
+    other.SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), 20.0);
+    EXPECT_TRUE(MotionDuring([&] { other.SyncToCoordinates(12.5, 20.0); }).ends_with(" CMR"));
+    EXPECT_EQ(error, 0U);
 }
 
 TEST_F(SyncOfAMovingMount, NeverTurnsTrackingOn) {
@@ -267,6 +315,25 @@ TEST_F(SyncTest, RefusedHalfOfAHorizontalTarget_LeavesThePollOffTheLine_UntilThe
     EXPECT_TRUE(PollRuns());
     EXPECT_TRUE(WaitForEnd());
     telescope->Connected(false);
+}
+
+TEST_F(SyncTest, PollThatARefusedSyncHasLeftOffTheLine_IsBackBeforeTheFirstQuestionOfAParkOrUnpark) {
+    driver->InternalInstance().MaxSerialRetries(0);
+    const auto refused = [&] {
+        TurnTrackingOff();
+        mount->Add(std::make_unique<AnswersWith>("Sa", "0"));
+        Try([&] { telescope->SyncToAltAz(90.0, 40.0); });
+        ASSERT_TRUE(driver->state.g_bPollSuspended);
+    };
+    refused();
+    const std::string unpark = SentDuring([&] { telescope->CommandString("RAW,UnparkMount,0", true); });
+    EXPECT_TRUE(unpark.starts_with("RT9 U SM0:00:00.0 GM SL")) << unpark;
+    machine.AdvanceTime(2'000);
+    refused();
+    const std::string park = SentDuring([&] { telescope->CommandString("RAW,ParkMount,1", true); });
+    EXPECT_TRUE(park.starts_with("pS ")) << park;
+    EXPECT_TRUE(PollRuns());
+    telescope->AbortSlew();
 }
 
 TEST_F(SyncTest, StopInTheMiddleOfASync_GetsIn_AndTheSyncIsWhole) {
