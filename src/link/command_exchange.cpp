@@ -134,7 +134,7 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
     DropInputIfOutOfStep(errors);
     DropLateBytes(origin, errors);
     errors.Step([&] { Link().Transmit(text); });
-    driver_.waits.WaitForMilliseconds(kPauseAfterBlindMs);
+    needs_.pause(kPauseAfterBlindMs);
 }
 
 bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {

@@ -29,6 +29,10 @@ struct ExchangeNeeds {
     std::function<void(std::string_view)> noteSent = [](std::string_view) {};
     /// Called between two tries of one exchange, when no reply is awaited. May send what the mount does not answer.
     std::function<void()> betweenTries = [] {};
+    /// Waits so many milliseconds after a command that the mount does not answer. May send such commands meanwhile.
+    std::function<void(std::int32_t)> pause = [&waits = driver.waits](std::int32_t milliseconds) {
+        waits.WaitForMilliseconds(milliseconds);
+    };
 };
 
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the

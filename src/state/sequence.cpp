@@ -1,6 +1,7 @@
 #include "state/sequence.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrane {
 
@@ -15,6 +16,24 @@ std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
 void StopDoor::LogOvertaken(std::string_view member) {
     log_.LogMessage("ASCOM", LogLevel::Warning,
                     std::string(member) + "() does not begin: it was stopped before it could");
+}
+
+/// Step by step only where a tick may come: cached reads run in both.
+void StopDoor::PauseForTicks(std::int32_t milliseconds) {
+    if (!pulseEnd_) {
+        waits_.WaitForMilliseconds(milliseconds);
+        return;
+    }
+    if (std::exchange(pausesForTicks_, true)) {
+        return;
+    }
+    const Tick begin = waits_.GetTickCount();
+    LetPromptTicksIn();
+    while (waits_.GetTickCount() - begin < milliseconds) {
+        waits_.WaitForMilliseconds(1);
+        LetPromptTicksIn();
+    }
+    pausesForTicks_ = false;
 }
 
 /// Remembers the slowest one, and forgets it little by little.

@@ -115,6 +115,9 @@ public:
         const Outside outside(*this);
         waits_.PauseForStops(milliseconds);
     }
+    /// The pause after a command that the mount does not answer: lets in what must happen at its time, also at its very
+    /// end, and no stop. What is sent then has no pause of its own; it shares this one.
+    void PauseForTicks(std::int32_t milliseconds);
 
 private:
     friend class Sequence;
@@ -154,6 +157,7 @@ private:
     std::optional<Tick> pulseEnd_;
     std::int32_t slowestMs_ = 40;  ///< the slowest question of late
     Sequence* ending_ = nullptr;   ///< the innermost procedure that a stop ends; null inside a stop that got in
+    bool pausesForTicks_ = false;
 };
 
 /// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but

@@ -27,6 +27,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .noteQuerySuccess = [this] { needs_.queries.NoteAnswered(); },
           .noteSent = [this](std::string_view text) { NoteSent(text); },
           .betweenTries = [this] { needs_.door.LetPromptTicksIn(); },
+          .pause = [this](std::int32_t milliseconds) { needs_.door.PauseForTicks(milliseconds); },
       }) {}
 
 MountCommands& TelescopeCore::OwnCommands() {

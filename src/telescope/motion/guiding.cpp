@@ -150,7 +150,7 @@ void GuidePulses::Guide(std::int32_t direction, std::int32_t milliseconds) {
         const std::size_t rate = GuideRateIndex(state_.g_dGuideRate);
         mount.CommandBlindInternal(wire::GuideRate, kGuideRates[rate].argument);
         number = Begin(row, milliseconds, rate);
-        driver_.waits.WaitForMilliseconds(kPauseBeforeMoveMs);
+        needs_.door.PauseForTicks(kPauseBeforeMoveMs);
         mount.LetStopInNow();
         if (row && Runs(*row, *number)) {
             SendMove(mount, *row, milliseconds, form);
