@@ -10,7 +10,7 @@ constexpr std::int32_t kRoundMs = 20;
 void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
     form.Show();
     while (form.Visible() && form.HasView()) {
-        waits_.PumpOnce();
+        waits_.PumpForPerson();
         waits_.PauseForStops(kRoundMs);
     }
     if (!form.Visible()) {

@@ -13,7 +13,8 @@ class Modal {
 public:
     Modal(Waits& waits, Log& log) : waits_(waits), log_(log) {}
 
-    /// Shows the window and pumps until it is hidden or unloaded. Where no view shows the window, or the last one goes
+    /// Shows the window and pumps until it is hidden or unloaded; calls of clients that wait long may start meanwhile.
+    /// Where no view shows the window, or the last one goes
     /// while it is open, nobody can answer: `answer` presses what the opener has chosen for that case, and the window
     /// is hidden, with a warning in the log. Without an `answer` the window stays as it is, which means Cancel. The
     /// opener sets what the window asks before the call, and reads the answer and unloads the window after it.

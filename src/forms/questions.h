@@ -22,8 +22,9 @@ struct ParkPlace {
 };
 
 /// What the driver asks a person before it does something. Each question shows its window and pumps until it is
-/// answered; the poll and other calls go on meanwhile. A question whose window is open already counts as cancelled.
-/// Logic thread only.
+/// answered; the poll and other calls go on meanwhile, also those that wait long. Whoever asks from a call that a
+/// client waits for holds that client. A question whose window is open already counts as cancelled, with a warning in
+/// the log. Logic thread only.
 class Questions {
 public:
     virtual ~Questions() = default;

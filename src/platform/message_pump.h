@@ -65,6 +65,9 @@ public:
     /// caller that was due more than 150 ms before lets in stops and reads only: it has waited for others already, and
     /// what waits was queued after it.
     virtual void PumpBriefly(std::int32_t milliseconds) = 0;
+    /// As `PumpMessages`, for a call that waits for a person, who may never answer. It and the calls below it count as
+    /// calls that wait long, whatever their kind: those of clients may start, as far as their own limit lets them.
+    virtual void PumpForPerson() = 0;
 
     /// Runs the stops and reads that were queued before, and nothing else. For use between two steps of a procedure
     /// that only a stop may enter.

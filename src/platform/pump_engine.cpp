@@ -82,6 +82,12 @@ void PumpEngine::PumpBriefly(std::int32_t milliseconds) {
     }
 }
 
+void PumpEngine::PumpForPerson() {
+    const int brief = std::exchange(briefNesting_, 0);
+    PumpMessages();
+    briefNesting_ = brief;
+}
+
 void PumpEngine::PumpUntil(std::optional<TimePoint> end) {
     if (over_) {
         return;

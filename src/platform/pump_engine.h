@@ -55,6 +55,7 @@ public:
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
     void PumpBriefly(std::int32_t milliseconds) override;
+    void PumpForPerson() override;
     void PumpStops() override;
     void PumpPromptTicks() override;
     /// Runs the reads that were queued before, and nothing else: for the waits inside an exchange.
@@ -129,7 +130,7 @@ private:
     std::vector<std::shared_ptr<TimerState>> timers_;  ///< in order of creation
     bool over_ = false;                                ///< the outermost loop has ended by `Quit`
     int nesting_ = 0;                                  ///< calls on the stack
-    int briefNesting_ = 0;                             ///< the calls on the stack that are not long
+    int briefNesting_ = 0;                             ///< the calls on the stack that do not wait long
     Place running_{};                                  ///< of the innermost call that runs
     std::uint64_t lastStop_ = 0;                       ///< the latest place in the queue of a stop that has run
 };

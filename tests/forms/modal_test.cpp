@@ -10,6 +10,7 @@
 #include "forms/controls.h"
 #include "kernel/base/log.h"
 #include "support/kept_log.h"
+#include "support/onlooker.h"
 #include "support/virtual_clock.h"
 #include "support/virtual_pump.h"
 
@@ -21,11 +22,6 @@ public:
     Question() : Form("frmQuestion", "Question") {}
     Button btnOK{*this, "btnOK", "OK"};
     bool accepted = false;
-};
-
-class Watcher final : public FormView {
-public:
-    void Changed(Form&, std::string_view, Property) override {}
 };
 
 class ModalTest : public testing::Test {
@@ -57,7 +53,7 @@ protected:
     Waits waits{clock, pump};
     Modal modal{waits, log.log};
     Question form;
-    Watcher view;
+    Onlooker view;
     std::unique_ptr<PumpTimer> timer;
     std::int64_t happenedAt = -1;
 };
@@ -71,6 +67,19 @@ TEST_F(ModalTest, CallerWaits_WhileOthersRun_UntilThePersonAnswers) {
     EXPECT_EQ(happenedAt, 5'000);
     EXPECT_LT(clock.Elapsed(), 5'050);
     EXPECT_TRUE(log.messages.empty());
+    form.Detach(view);
+}
+
+TEST_F(ModalTest, CallsThatWaitLong_StartUnderAQuestionOfABriefCall) {
+    form.Attach(view);
+    After(60'000, [&] { form.btnOK.FireClick(); });
+    std::int64_t startedAt = -1;
+    pump.PostAt(1'000, CallKind::WaitsLong, [&] { startedAt = clock.Elapsed(); });
+    pump.Post(CallKind::Brief, [&] { modal.ShowModal(form); });
+    pump.AdvanceTime(90'000);
+    EXPECT_GE(startedAt, 1'000);
+    EXPECT_LT(startedAt, 1'100);
+    EXPECT_TRUE(form.accepted);
     form.Detach(view);
 }
 

@@ -239,6 +239,26 @@ TEST_P(PumpTest, LongCall_HeldBackByABriefOneInsideALongOne_StartsInTheNextPumpO
     EXPECT_EQ(Taken(), (Texts{"brief", "long", "outer"}));
 }
 
+TEST_P(PumpTest, LongCall_StartsWhereABriefOneWaitsForAPerson_ButNotInsideOtherBriefOnesThere) {
+    pump_.Post(Brief, [this] {
+        PostNote("long", WaitsLong);
+        pump_.PumpForPerson();
+        Note("round");
+        pump_.Post(Brief, [this] {
+            PostNote("held back", WaitsLong);
+            pump_.PumpMessages();
+            Note("inner");
+        });
+        pump_.PumpForPerson();
+        Note("answered");
+        pump_.PumpMessages();
+    });
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"long", "round", "inner", "answered"})) << "after the answer it is brief again";
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"held back"}));
+}
+
 TEST_P(PumpTest, Tick_CountsAsABriefCall) {
     const auto timer = StartTimer(10, [this] {
         PostNote("long", WaitsLong);

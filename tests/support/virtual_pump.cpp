@@ -57,6 +57,11 @@ void VirtualPump::PumpBriefly(std::int32_t milliseconds) {
     engine_.PumpBriefly(milliseconds);
 }
 
+void VirtualPump::PumpForPerson() {
+    ++pumps_;
+    engine_.PumpForPerson();
+}
+
 std::unique_ptr<PumpTimer> VirtualPump::CreateTimer(std::function<void()> onTick) {
     return engine_.CreateTimer(std::move(onTick));
 }

@@ -43,6 +43,7 @@ public:
     void Post(CallKind kind, std::function<void()> call) override;
     void PumpMessages() override;
     void PumpBriefly(std::int32_t milliseconds) override;
+    void PumpForPerson() override;
     void PumpStops() override { engine_.PumpStops(); }
     void PumpPromptTicks() override { engine_.PumpPromptTicks(); }
     bool OvertakenByStop() const override { return engine_.OvertakenByStop(); }

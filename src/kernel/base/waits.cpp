@@ -43,6 +43,10 @@ void Waits::PumpBriefly() {
     }
 }
 
+void Waits::PumpForPerson() {
+    pump_.PumpForPerson();
+}
+
 void Waits::PumpStops() {
     pump_.PumpStops();
 }

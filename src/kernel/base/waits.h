@@ -24,6 +24,8 @@ public:
     /// The same for a call that has to answer soon: starts nothing any more once one call has talked to the mount.
     /// Inside such a pump it does nothing: what waits is run by the outer one.
     void PumpBriefly();
+    /// Pumps messages once for a call that waits for a person: see `MessagePump`.
+    void PumpForPerson();
     /// Lets stops and cached reads in, and nothing else. For use between two exchanges of one procedure.
     void PumpStops();
     /// Runs the prompt ticks that are due, and nothing else: see `MessagePump`.

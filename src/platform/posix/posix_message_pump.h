@@ -20,6 +20,7 @@ public:
     void Post(CallKind kind, std::function<void()> call) override { engine_.Post(kind, std::move(call)); }
     void PumpMessages() override { engine_.PumpMessages(); }
     void PumpBriefly(std::int32_t milliseconds) override { engine_.PumpBriefly(milliseconds); }
+    void PumpForPerson() override { engine_.PumpForPerson(); }
     void PumpStops() override { engine_.PumpStops(); }
     void PumpPromptTicks() override { engine_.PumpPromptTicks(); }
     /// Runs the cached reads that wait: for what the logic thread waits in.

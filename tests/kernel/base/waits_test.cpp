@@ -28,6 +28,7 @@ public:
         }
     }
     void PumpBriefly(std::int32_t) override { ++pumps; }
+    void PumpForPerson() override { ++pumps; }
     void PumpStops() override { ++stopPumps; }
     void PumpPromptTicks() override { ++promptPumps; }
     bool OvertakenByStop() const override { return false; }
