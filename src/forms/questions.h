@@ -40,6 +40,8 @@ public:
     /// log.
     virtual void OfferUnpark(std::int16_t proposed,
                              std::function<void(std::optional<std::int16_t> index)> answered) = 0;
+    /// Whether an offer still waits for its answer. A window that a person has closed waits for none.
+    virtual bool OfferIsOpen() const = 0;
     /// Takes such an offer back, which counts as cancelled; nothing without one.
     virtual void WithdrawUnpark() = 0;
     /// Whether to park, and where, an index of `cbxParkTo` from 0 to 6. Nothing: do not. The text of an accepted
@@ -47,6 +49,10 @@ public:
     virtual std::optional<std::int16_t> AskPark() = 0;
     /// Whether the mount is to swap its directions.
     virtual bool AskSwap(SwappedAxes axes) = 0;
+    /// Asks whether to stop the slew, or the park; shows the window and returns. OK stops the mount at once: a stop
+    /// must not wait for the calls that run while a question pumps. Without a view nothing is stopped, with a warning
+    /// in the log.
+    virtual void AskAbort(bool parking) = 0;
     /// Whether to keep the place as the user's own.
     virtual bool AskSetPark(const ParkPlace& place) = 0;
     /// Whether to end the process although clients are connected.

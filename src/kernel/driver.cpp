@@ -62,7 +62,6 @@ Driver::Driver(Platform platform)
           .statusWindow = statusWindow,
           .initialSetup = initialSetup,
           .initMount = initMount,
-          .askAbortSlew = askAbortSlew,
           .questions = questions,
           .askForPlainSyncs = [this] { return rcalSyncWarning.AskForPlainSyncs(); },
           .telescope = [this] { return internalInstance_.get(); },
@@ -86,6 +85,7 @@ Driver::Driver(Platform platform)
           .log = log,
           .windows = windows,
           .eastSlewHours = [this] { return EastSlewHours(essentials); },
+          .abortSlew = [this] { panel.AbortSlew(); },
           .clientCount =
               [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
       }),

@@ -59,7 +59,10 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
     needs_.handBox.tmrGetLatLong.OnTick([this] { OnSiteTick(); });
     needs_.handBox.lblLstHA.OnClick([this] { ToggleHourAngle(); });
-    WireAbort();
+    for (Label* label :
+         {&needs_.handBox.lblRA, &needs_.handBox.lblDEC, &needs_.handBox.lblAlt, &needs_.handBox.lblAz}) {
+        label->OnClick([this] { AskAbortSlew(); });
+    }
     WireSettings();
     WireButtons();
     WireRateButtons();
@@ -176,26 +179,10 @@ void HandBoxPanel::OnFlashTick() {
     SlewFlashDisplay();
 }
 
-void HandBoxPanel::WireAbort() {
-    frmHandBox& handBox = needs_.handBox;
-    for (Label* label : {&handBox.lblRA, &handBox.lblDEC, &handBox.lblAlt, &handBox.lblAz}) {
-        label->OnClick([this] { AskAbortSlew(); });
-    }
-    needs_.askAbortSlew.btnOK.OnClick([this] {
-        needs_.askAbortSlew.UserPressedOK = true;
-        needs_.askAbortSlew.Hide();
-        AbortSlew();
-    });
-    needs_.askAbortSlew.btnCancel.OnClick([this] { needs_.askAbortSlew.Hide(); });
-}
-
 void HandBoxPanel::AskAbortSlew() {
-    if (!needs_.handBox.tmrSlewFlashUI.Enabled()) {
-        return;
+    if (needs_.handBox.tmrSlewFlashUI.Enabled()) {
+        needs_.questions.AskAbort(state_.g_bParking);
     }
-    needs_.askAbortSlew.UserPressedOK = false;
-    needs_.askAbortSlew.Label1.Text(state_.g_bParking ? "ABORT PARK?" : "ABORT SLEW?");
-    needs_.askAbortSlew.Show();
 }
 
 void HandBoxPanel::AbortSlew() {

@@ -3,13 +3,13 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 
 #include "catalogue/ks_mount.h"
 #include "focuser/focus_motor.h"
-#include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -49,7 +49,6 @@ struct HandBoxPanelNeeds {
     frmStatus& statusWindow;
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
-    frmAskAbortSlew& askAbortSlew;
     Questions& questions;
     std::function<bool()> askForPlainSyncs;  ///< whether a person who has unticked recals means it; pumps
     std::function<Telescope*()> telescope;   ///< the driver's own object; null while there is none
@@ -169,7 +168,6 @@ private:
     void SavePosition();
     void OnFlashTick();
     void ToggleHourAngle();
-    void WireAbort();
     void AskAbortSlew();
 
     // hand_box_lists.cpp

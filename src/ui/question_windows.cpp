@@ -54,6 +54,7 @@ void WireYesOrNo(Form& form, Button& yes, Button& no, bool& answer) {
 QuestionWindows::QuestionWindows(QuestionWindowsNeeds needs) : needs_(std::move(needs)) {
     Windows& windows = needs_.windows;
     WirePositions();
+    WireAbort();
     WireYesOrNo(windows.askSwapEWNS, windows.askSwapEWNS.btnOK, windows.askSwapEWNS.btnCancel,
                 windows.askSwapEWNS.UserPressedOK);
     WireYesOrNo(windows.askCustomParkOK, windows.askCustomParkOK.btnOK, windows.askCustomParkOK.btnCancel,
@@ -83,14 +84,45 @@ void QuestionWindows::WirePositions() {
     park.tmrWarning.OnTick([&park] { park.lblEastSlewWarning.Visible(!park.lblEastSlewWarning.Visible()); });
 }
 
+void QuestionWindows::WireAbort() {
+    frmAskAbortSlew& abort = needs_.windows.askAbortSlew;
+    abort.btnOK.OnClick([this, &abort] {
+        abort.UserPressedOK = true;
+        abort.Hide();
+        needs_.abortSlew();
+    });
+    abort.btnCancel.OnClick([&abort] { abort.Hide(); });
+}
+
+bool QuestionWindows::IsOpenAlready(const Form& form) {
+    if (form.Visible()) {
+        needs_.log.LogMessage(form.Name(), LogLevel::Warning,
+                              "The question is open already: this one counts as cancelled");
+    }
+    return form.Visible();
+}
+
+bool QuestionWindows::NobodyCanSee(const Form& form) {
+    if (!form.HasView()) {
+        needs_.log.LogMessage(form.Name(), LogLevel::Warning,
+                              "No window can be shown: the question counts as cancelled");
+    }
+    return !form.HasView();
+}
+
+/// Where the last view goes while the question is open, what the person was looking at is no answer: the list goes back
+/// to what was proposed.
 std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) {
     frmAskUnpark& form = needs_.windows.askUnpark;
-    if (form.Visible()) {
+    if (IsOpenAlready(form)) {
         return std::nullopt;
     }
     FillUnpark(proposed);
-    needs_.modal.ShowModal(
-        form, unasked == Unasked::IsAccepted ? [&form] { form.btnOK.FireClick(); } : std::function<void()>());
+    const auto acceptProposed = [&] {
+        FillUnpark(proposed);
+        form.btnOK.FireClick();
+    };
+    needs_.modal.ShowModal(form, unasked == Unasked::IsAccepted ? acceptProposed : std::function<void()>());
     form.Unload();
     return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
 }
@@ -110,15 +142,17 @@ void QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
 void QuestionWindows::OfferUnpark(std::int16_t proposed,
                                   std::function<void(std::optional<std::int16_t> index)> answered) {
     frmAskUnpark& form = needs_.windows.askUnpark;
-    if (form.Visible() || !form.HasView()) {
-        needs_.log.LogMessage(form.Name(), LogLevel::Warning,
-                              "No window can be shown: the question counts as cancelled");
+    if (IsOpenAlready(form) || NobodyCanSee(form)) {
         answered(std::nullopt);
         return;
     }
     FillUnpark(proposed);
     offered_ = std::move(answered);
     form.Show();
+}
+
+bool QuestionWindows::OfferIsOpen() const {
+    return offered_ && needs_.windows.askUnpark.Visible();
 }
 
 void QuestionWindows::WithdrawUnpark() {
@@ -141,7 +175,7 @@ void QuestionWindows::EndOffer() {
 
 std::optional<std::int16_t> QuestionWindows::AskPark() {
     frmAskPark& form = needs_.windows.askPark;
-    if (form.Visible()) {
+    if (IsOpenAlready(form)) {
         return std::nullopt;
     }
     form.UserOk = false;
@@ -169,7 +203,7 @@ void QuestionWindows::ShowEastSlewWarning() {
 
 bool QuestionWindows::AskSwap(SwappedAxes axes) {
     frmAskSwapEWNS& form = needs_.windows.askSwapEWNS;
-    if (form.Visible()) {
+    if (IsOpenAlready(form)) {
         return false;
     }
     form.UserPressedOK = false;
@@ -179,9 +213,19 @@ bool QuestionWindows::AskSwap(SwappedAxes axes) {
     return AskYesOrNo(form, form.UserPressedOK);
 }
 
+void QuestionWindows::AskAbort(bool parking) {
+    frmAskAbortSlew& form = needs_.windows.askAbortSlew;
+    if (NobodyCanSee(form)) {
+        return;
+    }
+    form.UserPressedOK = false;
+    form.Label1.Text(parking ? "ABORT PARK?" : "ABORT SLEW?");
+    form.Show();
+}
+
 bool QuestionWindows::AskSetPark(const ParkPlace& place) {
     frmAskCustomParkOK& form = needs_.windows.askCustomParkOK;
-    if (form.Visible()) {
+    if (IsOpenAlready(form)) {
         return false;
     }
     form.UserPressedOK = false;
@@ -198,7 +242,7 @@ bool QuestionWindows::AskSetPark(const ParkPlace& place) {
 
 bool QuestionWindows::AskCloseDriver() {
     frmAskUserCloseDriver& form = needs_.windows.askUserCloseDriver;
-    if (form.Visible()) {
+    if (IsOpenAlready(form)) {
         return false;
     }
     form.UserPressedOK = false;

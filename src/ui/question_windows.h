@@ -19,6 +19,7 @@ struct QuestionWindowsNeeds {
     Windows& windows;
     /// Hours by which a park that began now would go east first; nothing when it would not.
     std::function<std::optional<double>()> eastSlewHours;
+    std::function<void()> abortSlew;            ///< stops a slew or a park
     std::function<std::int32_t()> clientCount;  ///< telescope and focuser objects of clients
 };
 
@@ -30,18 +31,23 @@ public:
     std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
     bool CanAskUnpark() const override { return needs_.windows.askUnpark.HasView(); }
     void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
+    bool OfferIsOpen() const override;
     void WithdrawUnpark() override;
     std::optional<std::int16_t> AskPark() override;
     bool AskSwap(SwappedAxes axes) override;
+    void AskAbort(bool parking) override;
     bool AskSetPark(const ParkPlace& place) override;
     bool AskCloseDriver() override;
     void WarnParked() override;
 
 private:
     void WirePositions();
+    void WireAbort();
     void FillUnpark(std::optional<std::int16_t> proposed);
     void EndOffer();
     bool AskYesOrNo(Form& form, const bool& accepted);
+    bool IsOpenAlready(const Form& form);
+    bool NobodyCanSee(const Form& form);
     void ShowEastSlewWarning();
     std::string UserPlace();
 

@@ -2,6 +2,7 @@
 
 #include "kernel/base/conversions.h"
 #include "support/driver_fixture.h"
+#include "support/onlooker.h"
 
 namespace kestrane {
 namespace {
@@ -255,6 +256,8 @@ TEST_F(SlewFlash, SlewThatEnds_LeavesNoClickOnALabelAfterTheNextTick) {
 
 TEST_F(SlewFlash, ClickDuringTheFlash_AsksAndAbortsOnOk) {
     frmAskAbortSlew& ask = driver->askAbortSlew;
+    Onlooker view;
+    ask.Attach(view);
     HandBox().lblRA.FireClick();
     EXPECT_FALSE(ask.Visible()) << "nothing slews";
     for (const bool accept : {false, true}) {
@@ -273,14 +276,28 @@ TEST_F(SlewFlash, ClickDuringTheFlash_AsksAndAbortsOnOk) {
         machine.AdvanceTime(3000);
         EXPECT_EQ(telescope_->Slewing(), !accept);
     }
+    ask.Detach(view);
+}
+
+TEST_F(SlewFlash, ClickThatNobodyCanBeAskedAbout_LetsTheSlewGoOn) {
+    telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), 50.0);
+    machine.AdvanceTime(1500);
+    HandBox().lblRA.FireClick();
+    EXPECT_FALSE(driver->askAbortSlew.Visible());
+    EXPECT_TRUE(LoggedAs("frmAskAbortSlew", 1, "No window can be shown: the question counts as cancelled"));
+    machine.AdvanceTime(3000);
+    EXPECT_TRUE(telescope_->Slewing());
 }
 
 TEST_F(SlewFlash, ClickDuringAPark_AsksForThePark) {
     driver->motion.SlewBegins();
     driver->motion.ParkBegins();
     HandBox().tmrSlewFlashUI.Enabled(true);
+    Onlooker view;
+    driver->askAbortSlew.Attach(view);
     HandBox().lblAz.FireClick();
     EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT PARK?");
+    driver->askAbortSlew.Detach(view);
     driver->motion.ParkEnds();
     driver->motion.SlewEnds();
 }

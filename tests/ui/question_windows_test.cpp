@@ -6,14 +6,10 @@
 #include <vector>
 
 #include "support/driver_fixture.h"
+#include "support/onlooker.h"
 
 namespace kestrane {
 namespace {
-
-class Watcher final : public FormView {
-public:
-    void Changed(Form&, std::string_view, Property) override {}
-};
 
 class QuestionWindowsTest : public DriverFixture {
 protected:
@@ -40,13 +36,17 @@ protected:
         return answer;
     }
 
+    /// The only view of the window goes.
+    void LookAway(Form& form) { form.Detach(view_); }
+
 private:
-    Watcher view_;
+    Onlooker view_;
     std::unique_ptr<PumpTimer> timer_;
 };
 
 using Index = std::optional<std::int16_t>;
 
+const std::string kAlreadyOpen = "The question is open already: this one counts as cancelled";
 const std::string kNobody = "No window can be shown: the question counts as cancelled";
 
 // --- unpark
@@ -151,6 +151,60 @@ TEST_F(QuestionWindowsTest, QuestionThatIsOpenAlready_CountsAsCancelled) {
     EXPECT_EQ(first, 2);
 }
 
+TEST_F(QuestionWindowsTest, QuestionThatIsOpenAlready_SaysSoInTheLog) {
+    Start();
+    Windows& windows = Window();
+    struct Row {
+        Form& form;
+        std::function<bool()> ask;
+    };
+    for (const Row& row : {Row{windows.askUnpark, [&] { return Ask().AskUnpark({}, Unasked::IsAccepted).has_value(); }},
+                           Row{windows.askPark, [&] { return Ask().AskPark().has_value(); }},
+                           Row{windows.askSwapEWNS, [&] { return Ask().AskSwap(SwappedAxes::NorthSouth); }},
+                           Row{windows.askCustomParkOK, [&] { return Ask().AskSetPark({}); }},
+                           Row{windows.askUserCloseDriver, [&] { return Ask().AskCloseDriver(); }}}) {
+        WithPerson<bool>(
+            row.form,
+            [&] {
+                EXPECT_FALSE(row.ask());
+                row.form.Hide();
+            },
+            row.ask);
+        EXPECT_EQ(TimesLoggedAs(row.form.Name(), 1, kAlreadyOpen), 1) << row.form.Name();
+    }
+}
+
+TEST_F(QuestionWindowsTest, OfferUnderAnOpenQuestion_IsCancelled_AndNotForWantOfAView) {
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    int answers = 0;
+    EXPECT_EQ(WithPerson<Index>(
+                  form,
+                  [&] {
+                      Ask().OfferUnpark(3, [&](Index index) { answers += index ? 100 : 1; });
+                      EXPECT_FALSE(Ask().OfferIsOpen());
+                      form.btnOK.FireClick();
+                  },
+                  [&] { return Ask().AskUnpark(std::int16_t{2}, Unasked::IsCancelled); }),
+              2);
+    EXPECT_EQ(answers, 1);
+    EXPECT_TRUE(LoggedAs("frmAskUnpark", 1, kAlreadyOpen));
+    EXPECT_FALSE(Logged(kNobody));
+}
+
+TEST_F(QuestionWindowsTest, PositionOfTheCommand_IsTaken_ThoughThePersonWhoHasGoneLookedAtAnother) {
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    EXPECT_EQ(WithPerson<Index>(
+                  form,
+                  [&] {
+                      form.cbxAskUnparkFrom.ListIndex(1);
+                      LookAway(form);
+                  },
+                  [&] { return Ask().AskUnpark(std::int16_t{4}, Unasked::IsAccepted); }),
+              4);
+}
+
 // --- park
 
 TEST_F(QuestionWindowsTest, Park_KeepsTheTextOfThePosition_WhenAccepted) {
@@ -252,6 +306,14 @@ TEST_F(QuestionWindowsTest, SetPark_WarnsOfARaisedCounterweight) {
             form.btnCancel.FireClick();
         },
         [&] { return Ask().AskSetPark({.counterweightUp = true, .eastSide = true}); }));
+}
+
+TEST_F(QuestionWindowsTest, Abort_ThatNobodyCanBeAsked_StopsNothing) {
+    Start();
+    Ask().AskAbort(false);
+    EXPECT_FALSE(Window().askAbortSlew.Visible());
+    EXPECT_TRUE(LoggedAs("frmAskAbortSlew", 1, kNobody));
+    EXPECT_FALSE(Logged("AbortSlew()"));
 }
 
 TEST_F(QuestionWindowsTest, CloseDriver_TellsHowManyClientsThereAre) {

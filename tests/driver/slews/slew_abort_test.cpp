@@ -4,6 +4,7 @@
 
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
+#include "support/onlooker.h"
 
 namespace kestrane {
 namespace {
@@ -48,11 +49,14 @@ protected:
                 other_->AbortSlew();
                 break;
             case Stopper::TheHandBox:
+                Onlooker view;
+                driver->askAbortSlew.Attach(view);
                 driver->handBox.lblRA.FireClick();
                 EXPECT_TRUE(driver->askAbortSlew.Visible());
                 EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT SLEW?");
                 driver->askAbortSlew.btnOK.FireClick();
                 EXPECT_FALSE(driver->askAbortSlew.Visible());
+                driver->askAbortSlew.Detach(view);
                 break;
         }
     }
