@@ -51,6 +51,7 @@ Driver::Driver(Platform platform)
           .driver = essentials,
           .messageBoxes = messageBoxes,
           .systemInfo = platform_.systemInfo,
+          .pump = platform_.pump,
           .processes = platform_.processes,
           .sites = sites,
           .mount = mount,

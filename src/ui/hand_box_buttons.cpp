@@ -31,6 +31,11 @@ constexpr ActionRow kActionButtons[] = {
     {&frmHandBox::btnGetLongLat, ButtonAction::GetLongLat},
 };
 
+/// A person is asked about these, and may take all night.
+constexpr bool AsksAPerson(ButtonAction action) {
+    return action == ButtonAction::Park || action == ButtonAction::Unpark || action == ButtonAction::SetPark;
+}
+
 }  // namespace
 
 void HandBoxPanel::WireButtons() {
@@ -75,13 +80,27 @@ void HandBoxPanel::Run(ButtonAction action) {
     });
 }
 
+/// An action that asks becomes a long call of its own: the tick may run in the pump of a client's call, which would
+/// have to wait for the answer.
 void HandBoxPanel::RunDelayedAction() {
     if (delayed_ == ButtonAction::None || state_.g_bInPoll || runsDelayed_) {
         return;
     }
     runsDelayed_ = true;
-    Run(std::exchange(delayed_, ButtonAction::None));
-    runsDelayed_ = false;
+    const ButtonAction action = std::exchange(delayed_, ButtonAction::None);
+    const auto run = [this, action] {
+        Run(action);
+        runsDelayed_ = false;
+    };
+    if (!AsksAPerson(action)) {
+        run();
+        return;
+    }
+    needs_.pump.Post(CallKind::WaitsLong, [run, token = std::weak_ptr<int>(token_)] {
+        if (!token.expired()) {
+            run();
+        }
+    });
 }
 
 void HandBoxPanel::SetMeridianDelayUI(double hours) {

@@ -20,6 +20,7 @@
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "platform/clock.h"
+#include "platform/message_pump.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "settings/sites.h"
@@ -38,6 +39,7 @@ struct HandBoxPanelNeeds {
     Essentials driver;
     MessageBoxes& messageBoxes;
     SystemInfo& systemInfo;
+    MessagePump& pump;
     Processes& processes;
     Sites& sites;
     KsMount& mount;
@@ -234,13 +236,14 @@ private:
     DriverState& state_;
     std::array<std::function<void()>, 17> actions_;
     ButtonAction delayed_ = ButtonAction::None;
-    bool runsDelayed_ = false;           ///< a delayed action is under way
+    bool runsDelayed_ = false;           ///< a delayed action is under way, or has its turn next
     std::optional<std::int16_t> offer_;  ///< a position to unpark from that is to be offered, or was accepted
     bool offerOpen_ = false;             ///< it is being offered
     bool offerAccepted_ = false;         ///< it was accepted, and runs once no poll step does
     bool siteRead_ = false;              ///< the mount's site was read since the link was opened
     int siteFailures_ = 0;               ///< readings of the site since then that failed
     Tick siteAskedAt_;                   ///< the last of them
+    std::shared_ptr<int> token_ = std::make_shared<int>();  ///< for posted calls, which may outlive the panel
 };
 
 }  // namespace kestrane

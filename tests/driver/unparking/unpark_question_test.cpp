@@ -2,6 +2,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 #include "driver/unparking/unparking_fixture.h"
 
@@ -178,6 +179,73 @@ TEST_F(OpenQuestionTest, AParkThatBeginsUnderIt_EndsWithTheAnswer) {
     EXPECT_FALSE(telescope->AtPark());
     EXPECT_FALSE(mount->Picture().slewing);
     EXPECT_EQ(TimesSent("KA"), 0);
+}
+
+/// A person who has pressed "unpark", and goes away from the open question for a minute.
+class ForgottenQuestionTest : public OpenQuestionTest {
+protected:
+    void SetUp() override {
+        ConnectAt(47.0, {{"cbxParkTo", "2"}});
+        other_ = &OtherClient();
+        Form().Attach(view_);
+    }
+    void TearDown() override {
+        Form().Detach(view_);
+        OpenQuestionTest::TearDown();
+    }
+    Telescope& Other() { return *other_; }
+    void PressInAStepOfThePoll() {
+        driver->state.g_bInPoll = true;
+        driver->handBox.btnUNPARK.FireClick();
+        driver->state.g_bInPoll = false;
+    }
+    /// The minute, after which the person does not unpark.
+    void Forget() {
+        machine.pump.PostAt(machine.clock.Elapsed() + 60'000, CallKind::Brief, [this] {
+            wasOpen = Form().Visible();
+            atTheEnd();
+            Form().btnCancel.FireClick();
+        });
+        machine.AdvanceTime(61'000);
+        EXPECT_TRUE(wasOpen);
+    }
+
+    bool wasOpen = false;
+    std::function<void()> atTheEnd = [] {};
+
+private:
+    Telescope* other_ = nullptr;
+    UnparkWatcher view_;
+};
+
+TEST_F(ForgottenQuestionTest, ParkOfAClient_Begins_WhereverTheButtonWasPressed) {
+    const std::vector<std::function<void()>> presses{
+        [&] { PressInAStepOfThePoll(); },
+        [&] { machine.pump.Post(CallKind::Brief, [&] { driver->handBox.btnUNPARK.FireClick(); }); }};
+    for (const auto& press : presses) {
+        bool parks = false;
+        atTheEnd = [&] { parks = driver->state.g_bParking; };
+        press();
+        machine.pump.PostAt(machine.clock.Elapsed() + 50'000, CallKind::WaitsLong, [&] { Other().Park(); });
+        Forget();
+        EXPECT_TRUE(parks);
+        telescope->AbortSlew();
+        machine.AdvanceTime(20'000);
+        ASSERT_FALSE(driver->state.g_bParking);
+    }
+}
+
+TEST_F(ForgottenQuestionTest, BriefCall_InWhosePumpTheButtonsTimerTicks_IsNotHeld) {
+    const std::int64_t begin = machine.clock.Elapsed();
+    std::int64_t answered = 0;
+    machine.pump.Post(CallKind::Brief, [&] {
+        PressInAStepOfThePoll();
+        machine.clock.Sleep(30);
+        Other().Slewing();
+        answered = machine.clock.Elapsed();
+    });
+    Forget();
+    EXPECT_LT(answered - begin, 1'000);
 }
 
 // --- the offer after power-on
