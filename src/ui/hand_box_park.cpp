@@ -52,8 +52,9 @@ void HandBoxPanel::ShowOfferWhenDue() {
         return;
     }
     if (offerOpen_) {
-        if (!state_.g_bUnparkConfirmOpen) {
-            needs_.questions.WithdrawUnpark();  // the mount knows by now where it is
+        // The mount knows by now where it is, or a person has closed the window without an answer.
+        if (!state_.g_bUnparkConfirmOpen || !needs_.questions.OfferIsOpen()) {
+            needs_.questions.WithdrawUnpark();
         }
         return;
     }

@@ -438,6 +438,27 @@ TEST_F(OfferTest, CancelledOne_IsNotMadeAgain) {
     EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
 }
 
+TEST_F(OfferTest, WindowThatAPersonCloses_CountsAsCancelled) {
+    ConnectWithPerson();
+    machine.AdvanceTime(1'000);
+    const std::vector<std::function<void()>> ways{[&] { Form().Unload(); }, [&] { Form().Hide(); }};
+    for (const auto& close : ways) {
+        ASSERT_TRUE(Form().Visible());
+        ASSERT_FALSE(driver->handBox.btnUNPARK.Enabled());
+        close();
+        machine.AdvanceTime(60'000);
+        EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
+        EXPECT_TRUE(driver->handBox.btnPark.Enabled());
+        EXPECT_FALSE(driver->state.g_bUnparkConfirmOpen);
+        EXPECT_FALSE(Form().Visible());
+        EXPECT_FALSE(Form().Loaded());
+        EXPECT_EQ(TimesSent("PO"), 0);
+        driver->panel.OfferUnpark(3);
+        machine.AdvanceTime(1'000);
+    }
+    EXPECT_TRUE(Form().Visible()) << "the next one is offered";
+}
+
 TEST_F(OfferTest, AMountThatLosesItsPowerAgain_IsInitializedAndOfferedAgain) {
     ConnectWithPerson();
     machine.AdvanceTime(1'000);
