@@ -138,9 +138,13 @@ bool Unparking::Confirm(std::int16_t& index, Confirmation confirmation) {
     }
     const auto unasked = confirmation == Confirmation::AskedElseAccepted ? Unasked::IsAccepted : Unasked::IsCancelled;
     const std::optional<std::int16_t> accepted = Ask(index, unasked);
-    index = accepted.value_or(index);
+    if (!accepted) {
+        driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Mount, " + std::to_string(index) + ": cancelled");
+        return false;
+    }
+    index = *accepted;
     // While a person thought about it, the line may have gone, and somebody may have begun a park.
-    return accepted.has_value() && TakeMount(index);
+    return TakeMount(index);
 }
 
 /// The poll goes on under the question, however long it stands open, also where the caller keeps the poll off the line.

@@ -44,6 +44,7 @@ TEST_F(UnparkingTest, AskedPersonWhoCancels_LeavesTheMountWithoutTracking) {
     EXPECT_TRUE(driver->state.g_bParked);
     EXPECT_FALSE(driver->state.g_bTracking);
     EXPECT_EQ(Stored(), "Parked");
+    EXPECT_TRUE(LoggedAs("Telescope", 0, "Unpark Mount, 4: cancelled"));
     form.Detach(view);
 }
 
