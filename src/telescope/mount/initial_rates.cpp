@@ -38,14 +38,16 @@ public:
 void Telescope::SetSlewRate(Sequence& mount, int index) {
     RateSteps steps(*this);
     if (index == kSlewRateOfSettings) {
-        index = RoundHalfEven(driver_.persist.ReadNumber(setting::cbxInitSlewRate));
+        const double stored = driver_.persist.ReadNumber(setting::cbxInitSlewRate);
+        index = RoundHalfEven(std::clamp(stored, -1.0, kCustomSlewRate + 1.0));
     }
     if (index >= 0 && index < kCustomSlewRate) {
         const SlewRateLabel& row = kSlewRates[static_cast<std::size_t>(index)];
         mount.CommandBlindInternal(wire::SlewRate, std::to_string(index));
         needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
     } else if (index == kCustomSlewRate) {
-        steps.SendCustomSlewRate(mount, Trim(driver_.persist.Read(setting::txtCustomSlewRate)));
+        // A person may have typed a decimal comma.
+        steps.SendCustomSlewRate(mount, ReplaceAll(Trim(driver_.persist.Read(setting::txtCustomSlewRate)), ",", "."));
     }
 }
 

@@ -164,7 +164,11 @@ INSTANTIATE_TEST_SUITE_P(Settings, SlewRateTest,
                                          SlewRateRow{"1", "3", "600#:KA", "", true},  //
                                          SlewRateRow{"1", "3", "6.0.0", "", true},    //
                                          SlewRateRow{"1", "3", "8e2", "", true},      //
+                                         SlewRateRow{"1", "3", "800,5", "Rs800.5"},   // a decimal comma
+                                         SlewRateRow{"1", "3", "1200,5", "", true},   //
+                                         SlewRateRow{"1", "3", "6,0,0", "", true},    //
                                          SlewRateRow{"1", "4", "600", ""},            // no such entry
+                                         SlewRateRow{"1", "99999999999", "600", ""},  //
                                          SlewRateRow{"0", "2", "600", ""},            //
                                          SlewRateRow{"2", "2", "600", ""},            // only "1" is on
                                          SlewRateRow{"True", "2", "600", ""}));
