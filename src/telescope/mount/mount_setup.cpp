@@ -107,14 +107,19 @@ void MountSetup::SetTrackingRate(int index) {
     }
 }
 
+/// An init string loses the blanks around a name, which an old site may have in the list. The exact name comes first.
 const Site* MountSetup::SiteNamed(std::string_view name) {
     needs_.sites.GetAllSites();
+    const Site* withBlanks = nullptr;
     for (const std::optional<Site>& site : needs_.sites.g_Sites()) {
         if (site && ToLower(site->Name) == ToLower(name)) {
             return &*site;
         }
+        if (site && withBlanks == nullptr && ToLower(Trim(site->Name)) == ToLower(Trim(name))) {
+            withBlanks = &*site;
+        }
     }
-    return nullptr;
+    return withBlanks;
 }
 
 void MountSetup::SendLongLat(std::string_view siteName) {
@@ -122,7 +127,7 @@ void MountSetup::SendLongLat(std::string_view siteName) {
     SiteNumbers numbers;
     const Site* site = nullptr;
     errors.Assign(site, [&] { return SiteNamed(siteName); });
-    if (site != nullptr && IsGoodSiteName(siteName) && needs_.sites.GetSiteNumbers(siteName, numbers)) {
+    if (site != nullptr && IsGoodSiteName(siteName) && needs_.sites.GetSiteNumbers(site->Name, numbers)) {
         errors.Step([&] { MakeCurrent(site->id, numbers.elevation); });
         errors.Step([&] { SendPosition(numbers); });
         errors.Step([&] { needs_.panel.ShowCurrentSite(); });

@@ -403,6 +403,16 @@ TEST_F(InitializationTest, SiteThatCannotBeShown_IsSentAndStored_AndTheRestFollo
     EXPECT_EQ(driver->sites.CurrentSiteName(), "Home");
 }
 
+TEST_F(InitializationTest, BlanksAroundTheNameOfAnOldSite_DoNotCount_UnlessAnotherHasTheExactName) {
+    Connect("S");
+    AddSite(" Home ", "N 50 0 0", "W 10 0 0");
+    EXPECT_EQ(InitMount("Site=home"), "St+50*00:00 Sg010*00:00 U");
+    EXPECT_EQ(driver->sites.g_SiteDbIndex(), Stored(" Home ").id);
+    AddSite("Home", "N 40 0 0", "W 20 0 0");
+    EXPECT_EQ(InitMount("Site=home"), "St+40*00:00 Sg020*00:00 U");
+    EXPECT_EQ(Stored(" Home ").Latitude, "N 50 00 00.0");
+}
+
 TEST_F(InitializationTest, SiteThatIsNotThere_OrHasNoPosition_IsNotSent_ButTheMountsIsRead) {
     Connect("S");
     AddSite("Broken", "here", "there");
