@@ -46,12 +46,12 @@ InitSteps MountInitialization::StepsOfSettings() {
 void MountInitialization::InitMount(std::string_view initString, std::optional<std::int16_t> unparkFrom,
                                     Confirmation confirmation) {
     ResumeNext errors{driver_.ledger, "InitMount"};
-    InitSteps steps;
-    errors.Assign(steps,
-                  [&] { return initString.empty() ? StepsOfSettings() : StepsOfInitString(initString, driver_.log); });
     if (!initString.empty()) {
         driver_.log.LogMessage("UI_INIT", LogLevel::Info, initString);
     }
+    InitSteps steps;
+    errors.Assign(steps,
+                  [&] { return initString.empty() ? StepsOfSettings() : StepsOfInitString(initString, driver_.log); });
     if (unparkFrom) {
         steps.unparkFrom = unparkFrom;
     }
