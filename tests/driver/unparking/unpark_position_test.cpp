@@ -65,6 +65,16 @@ INSTANTIATE_TEST_SUITE_P(
             PlaceRow{6, -33.0, " Sa+30*30:00 Sz123*15:00 CM U"}),
         testing::Bool(), testing::Values(Road::Verb, Road::InitString)));
 
+TEST_F(UnparkingTest, TheLatitude_IsToldToTheSecond_ByAMountWhoseOwnAnglesHaveNone) {
+    MountSimulatorOptions options;
+    options.firmware = "S";
+    options.parkedAtPowerOn = false;
+    options.shortAngles = true;
+    options.latitude = 47.5125;
+    Connect(options);
+    EXPECT_EQ(Unpark(",3"), kHead + " U Sa+47*30:45 Sz359*59:50 CM");
+}
+
 /// A position, north or south.
 class RoundTrips : public UnparkingTest, public testing::WithParamInterface<std::tuple<int, bool>> {};
 

@@ -283,7 +283,9 @@ TEST_F(UnparkingTest, WithoutALine_TheMountStaysParked) {
     driver->state.g_bTracking = false;
     driver->state.g_bLostComms = true;
     EXPECT_EQ(Unpark(",0"), "");
+    EXPECT_EQ(Stored(), "Parked");
     telescope->Unpark();
+    EXPECT_EQ(Stored(), "UnParked") << "intentional: the call of a client is kept, whatever became of it";
     EXPECT_TRUE(driver->state.g_bParked);
     EXPECT_FALSE(driver->state.g_bTracking);
     EXPECT_EQ(Label(), "Parked");
