@@ -72,4 +72,18 @@ inline EndlessMove FocuserRunAfter(std::string_view onTheWire) {
     return EndlessMoveAfter(onTheWire, {FocusPlus, FocusMinus}, {FocusStop});
 }
 
+/// Whether a text begins, after its last stop, what moves the mount until its own end or without one: a goto, a park or
+/// a move, also by the companion. Guide pulses, which have a time, do not count, nor do rates.
+inline bool MovesInTheEnd(std::string_view onTheWire) {
+    const std::size_t stop = onTheWire.rfind(StopRaw.text);
+    const std::string_view rest = stop == std::string_view::npos ? onTheWire : onTheWire.substr(stop);
+    const auto holds = [&](std::string_view text) { return rest.find(text) != std::string_view::npos; };
+    for (const TextCommand& row : {CompanionSlew, CompanionSlewAltAz, CompanionPark, CompanionParkAltAz}) {
+        if (holds(row.text)) {
+            return true;
+        }
+    }
+    return StartsGoto(rest) || Parks(rest) || holds(SetParkSlot.text) || EndlessMoveAfter(rest) == EndlessMove::Begins;
+}
+
 }  // namespace kestrane::wire

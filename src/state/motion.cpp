@@ -65,6 +65,7 @@ void Motion::GotoTaken() {
 
 void Motion::MoveSent() {
     state_.g_bMoveSent = true;
+    state_.g_bStandAwaited = false;
 }
 
 void Motion::MoveEnded() {
@@ -171,6 +172,7 @@ void Motion::StopSent() {
     if (state_.g_bGotoRuns || state_.g_bSafeSlewPending) {
         state_.g_bSecondLegBarred = true;
     }
+    AwaitStand();
     state_.g_bGotoRuns = false;
     state_.g_bMoveSent = false;
 }
@@ -178,13 +180,17 @@ void Motion::StopSent() {
 void Motion::Stopped() {
     ++state_.g_nAborts;
     state_.g_bSafeSlewPending = false;
-    if (state_.g_bSlewing || state_.g_bParking || state_.g_bGotoSent) {
-        state_.g_bStandAwaited = true;
-    }
+    AwaitStand();
     if (state_.g_bSlewing) {
         state_.g_bAbortSlew = true;
     }
     ParkAborted();
+}
+
+void Motion::AwaitStand() {
+    if (state_.g_bSlewing || state_.g_bParking || state_.g_bGotoSent) {
+        state_.g_bStandAwaited = true;
+    }
 }
 
 void Motion::AxisTakesOver() {

@@ -36,7 +36,7 @@ namespace kestrane {
 //   SlewTaken                   1  1  0  =  0  a  =  0  =  =  =  +  0  =   0  =  p  1  1  0  1  0
 //   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
 //   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
-//   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  1
+//   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  0  =  1
 //   MoveEnded                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  0
 //   SlewRefused                 0  0  =  0  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
 //   SecondLegPlanned            =  =  =  1  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
@@ -56,7 +56,7 @@ namespace kestrane {
 //   SlewCompleteDue             =  =  =  =  1  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SlewCompleteTaken           =  =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  0  =
 //   StopAskedFor                =  =  =  =  =  =  =  =  =  +  =  =  =  =   =  =  =  =  =  =  =  =
-//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  =  =  0
+//   StopSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  e  =  0  g  =  0
 //   Stopped                     =  =  s  0  =  =  =  k  =  +  =  =  =  =   =  =  =  =  =  g  =  =
 //   AxisTakesOver               0  0  0  0  =  =  =  k  =  +  =  =  =  =   =  =  =  =  =  =  0  =
 //   AxisMotionBegins            =  =  =  =  =  =  =  =  =  =  =  =  1  =   =  =  =  =  =  =  =  =
@@ -177,15 +177,16 @@ public:
     void StopAskedFor();
     /// A stop of all motion goes out, whoever sends it: a stop, a write of the tracking, a client's own text. It cuts
     /// the leg that is under way, so the second one never follows. A mount that stands is stopped by it as little as by
-    /// the end of a test move.
+    /// the end of a test move. W goes up where a goto may be under way, and stays up until the mount reports that it
+    /// stands.
     void StopSent();
     /// A move without a time goes out, by a client's own text or for a test. Nobody supervises it; it goes on until a
-    /// stop of all motion, or a goto, takes its place.
+    /// stop of all motion, or a goto, takes its place. What was stopped before is not to stand any more.
     void MoveSent();
     /// The last of what goes out is a stop of all motion or a park.
     void MoveEnded();
-    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W stays
-    /// up until the mount reports that it stands.
+    /// The mount is being stopped: a slew and a park under way are aborted, and the second leg never follows. W goes up
+    /// as for the stop itself.
     void Stopped();
     /// `MoveAxis` takes over the mount, which ends a slew without stopping it. It counts like a stop, so that no call
     /// that waits for that slew goes on to its next leg. A park is aborted, since nobody would look for its end any
@@ -228,6 +229,7 @@ public:
 
 private:
     void SetGuiding(GuideDirection direction, bool guiding);
+    void AwaitStand();
 
     DriverState& state_;
 };

@@ -71,6 +71,7 @@ void MountQueries::NoteUnanswered(SilenceIs silence) {
     if (silence != SilenceIs::News) {
         return;
     }
+    ++questions_.unanswered;
     unanswered_ = static_cast<std::int16_t>(std::min(unanswered_ + 1, int{kLostAfter}));
     if (silences_ < kLostAfter && ++silences_ == kLostAfter) {
         ++state_.g_nLinkLosses;
@@ -392,7 +393,7 @@ void MountQueries::NoteQuerySuccess() {
 
 void MountQueries::NoteAnswered() {
     unanswered_ = silences_ = 0;
-    ++answers_;
+    ++questions_.answered;
     NoteQuerySuccess();
 }
 

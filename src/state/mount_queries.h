@@ -45,6 +45,13 @@ struct CoordinateReads {
     std::uint32_t az = 0;
 };
 
+/// How often the mount has answered well, and how often a question of the poll went unanswered although it should not;
+/// both wrap.
+struct QuestionCounts {
+    std::uint32_t answered = 0;
+    std::uint32_t unanswered = 0;
+};
+
 /// When each coordinate was accepted last; nothing before the first time. A computed azimuth is as old as what it was
 /// computed from. Readings of more than ten minutes ago are kept as ten minutes old.
 struct CoordinateTimes {
@@ -134,8 +141,8 @@ public:
     void NoteSilentTick() { silent_ = true; }
     /// The mount answered well: a query, or an exchange that is none.
     void NoteAnswered();
-    /// How often that was so; wraps.
-    std::uint32_t Answers() const { return answers_; }
+    QuestionCounts Questions() const { return questions_; }
+    std::uint32_t Answers() const { return questions_.answered; }
     /// Whether the last three questions to the mount or more, of any kind, got no reply at all. Clients hear that
     /// communications are lost also when values that are computed meanwhile count as answers.
     bool LineIsSilent() const { return unanswered_ == kLostAfter; }
@@ -211,7 +218,7 @@ private:
     CoordinateTimes readAt_;
     std::int16_t unanswered_ = 0;  ///< questions in a row without a reply, up to `kLostAfter`
     std::int16_t silences_ = 0;    ///< questions without a reply since the last good one, up to `kLostAfter`
-    std::uint32_t answers_ = 0;
+    QuestionCounts questions_;
     std::int16_t statusSilences_ = 0;  ///< status queries in a row without an answer
     std::int16_t delaySilences_ = 0;   ///< the same of the meridian delay
     Tick meridianDelayAsked_;          ///< its stamp

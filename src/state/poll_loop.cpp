@@ -129,9 +129,12 @@ void PollLoop::WatchMotion() {
 
 void PollLoop::RepeatStop(std::optional<Tick> textAskedAt) {
     TelescopeActions* const telescope = needs_.telescope();
-    if (telescope && (stopWatch_.OwedIsDue(needs_.queries.Answers()) ||
-                      stopWatch_.RepeatIsDue(textAskedAt, needs_.queries.Reads()))) {
-        telescope->StopAgain();
+    if (!telescope) {
+        return;
+    }
+    if (const auto form = stopWatch_.DueAgain(textAskedAt, needs_.queries.Questions(), needs_.queries.Reads())) {
+        telescope->StopAgain(*form);
+        stopWatch_.RepeatWentOut();
     }
 }
 

@@ -77,10 +77,12 @@ public:
     /// Why the second leg of a slew must not be sent, in words for the log; empty when nothing speaks against it. May
     /// ask the mount where it stands.
     std::string_view WhyNoSecondLeg();
-    /// A stop pair goes out, which the poll repeats while the mount goes on moving: see `StopWatch`.
-    void StopGoesOut() { stopWatch_.StopGoesOut(); }
-    /// The same for any stop of a mount that moves, or may, without a goto.
-    void StopOfAMoveGoesOut() { stopWatch_.StopOfAMoveGoesOut(needs_.queries.Answers()); }
+    /// A stop goes out, which the poll repeats while the mount goes on moving: see `StopWatch::Outgoing`.
+    void StopGoesOut(bool endsGoto, bool endsMove) {
+        stopWatch_.StopGoesOut({.endsGoto = endsGoto, .endsMove = endsMove, .questions = needs_.queries.Questions()});
+    }
+    void StopPairWentOut() { stopWatch_.PairWentOut(); }
+    void MotionBegins() { stopWatch_.MotionBegins(); }
     bool StopIsOwed() const { return stopWatch_.StopIsOwed(); }
     /// Does what follows the end of a slew, when that is due. After a connect that waits until the mount stands.
     void CheckSlewComplete();

@@ -29,46 +29,81 @@ MotionByReadings::Seen MotionByReadings::Look(const DriverState& state, Coordina
     return stands_ >= kFarReadings ? Seen::Stands : Seen::MayMove;
 }
 
-void StopWatch::StopGoesOut() {
-    if (watched_ && repeating_) {
-        watched_->stoppedAt = clock_.GetTickCount();
-    } else if (state_.g_bStandAwaited) {
-        watched_ = Watched{.stoppedAt = clock_.GetTickCount(), .readings = std::nullopt};
+void StopWatch::StopGoesOut(const Outgoing& stop) {
+    if (repeating_) {
+        if (watched_) {
+            watched_->stoppedAt = clock_.GetTickCount();
+        }
+        return;
     }
-    repeating_ = false;
+    if ((stop.endsGoto && state_.g_bStandAwaited) || stop.endsMove) {
+        const bool endsMove = stop.endsMove || (watched_ && watched_->endsMove);  // the second one of a pair
+        watched_ = Watched{.stoppedAt = clock_.GetTickCount(), .endsMove = endsMove, .readings = std::nullopt};
+    }
+    if (stop.endsMove) {
+        moveStopped_ = MoveStopped{.questions = stop.questions};
+    }
 }
 
-void StopWatch::StopOfAMoveGoesOut(std::uint32_t answers) {
-    moveStopped_ = MoveStopped{.stoppedAt = clock_.GetTickCount(), .answers = answers};
+void StopWatch::PairWentOut() {
+    if (watched_) {
+        watched_->form = StopForm::Pair;
+    }
+    if (moveStopped_) {
+        moveStopped_->form = StopForm::Pair;
+    }
 }
 
-bool StopWatch::OwedIsDue(std::uint32_t answers) {
+void StopWatch::MotionBegins() {
+    watched_.reset();
+    moveStopped_.reset();
+}
+
+std::optional<StopForm> StopWatch::DueAgain(std::optional<Tick> textAskedAt, QuestionCounts questions,
+                                            CoordinateReads reads) {
+    if (SomethingElseMoves()) {
+        MotionBegins();
+        return std::nullopt;
+    }
+    if (OwedIsDue(questions)) {
+        repeating_ = true;
+        return moveStopped_->form;
+    }
+    if (RepeatIsDue(textAskedAt, reads)) {
+        repeating_ = true;
+        return watched_->form;
+    }
+    return std::nullopt;
+}
+
+/// Until the end of a pulse that has begun since, which the stop would cut.
+bool StopWatch::OwedIsDue(QuestionCounts questions) {
     if (!moveStopped_) {
         return false;
     }
-    if (SomethingElseMoves(moveStopped_->stoppedAt)) {
-        moveStopped_.reset();
-        return false;
-    }
-    if (answers == moveStopped_->answers) {
+    const bool answers = questions.answered != moveStopped_->questions.answered;
+    if (!answers) {
         moveStopped_->lineFailed =
-            moveStopped_->lineFailed || clock_.GetTickCount() - moveStopped_->stoppedAt >= kUntilRepeatMs;
+            moveStopped_->lineFailed || questions.unanswered != moveStopped_->questions.unanswered;
         return false;
     }
-    const bool due = moveStopped_->lineFailed;
-    moveStopped_.reset();
-    if (due) {
-        log_.LogMessage("Motion", LogLevel::Warning, "The mount may not have heard a stop: it is sent again");
-        StopOfAMoveGoesOut(answers);
+    if (!moveStopped_->lineFailed) {
+        moveStopped_.reset();  // it was heard
+        return false;
     }
-    return due;
+    if (PulseRuns()) {
+        return false;
+    }
+    moveStopped_ = MoveStopped{.questions = questions, .form = moveStopped_->form};
+    log_.LogMessage("Motion", LogLevel::Warning, "The mount may not have heard a stop: it is sent again");
+    return true;
 }
 
 bool StopWatch::RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads reads) {
     if (!watched_) {
         return false;
     }
-    if (!state_.g_bStandAwaited || SomethingElseMoves(watched_->stoppedAt)) {
+    if (!state_.g_bStandAwaited && !watched_->endsMove) {
         watched_.reset();
         return false;
     }
@@ -81,18 +116,20 @@ bool StopWatch::RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads rea
         return false;
     }
     ++watched_->repeats;
-    repeating_ = true;
     log_.LogMessage("Motion", LogLevel::Warning, "The mount still moves: the stop is sent again");
     return true;
 }
 
 bool StopWatch::MountMoves(std::optional<Tick> textAskedAt, CoordinateReads reads) {
-    if (state_.g_bGosSupported) {
-        return textAskedAt && *textAskedAt - watched_->stoppedAt >= kUntilRepeatMs && state_.g_bMountSlewing;
+    const bool textIsNew = textAskedAt && *textAskedAt - watched_->stoppedAt >= kUntilRepeatMs;
+    if (state_.g_bGosActive && textIsNew && state_.g_bStandAwaited && state_.g_bMountSlewing) {
+        return true;
     }
-    if (clock_.GetTickCount() - watched_->stoppedAt < kUntilRepeatMs) {
-        return false;
-    }
+    const bool readingsCount = !state_.g_bGosActive || watched_->endsMove;
+    return readingsCount && clock_.GetTickCount() - watched_->stoppedAt >= kUntilRepeatMs && MovesByReadings(reads);
+}
+
+bool StopWatch::MovesByReadings(CoordinateReads reads) {
     if (!watched_->readings) {
         watched_->readings.emplace(state_, reads);
     }
@@ -104,12 +141,13 @@ bool StopWatch::MountMoves(std::optional<Tick> textAskedAt, CoordinateReads read
     return seen == MotionByReadings::Seen::Moves;
 }
 
-/// A goto, a move, an axis or a park that came after the stop, also a client's own.
-bool StopWatch::SomethingElseMoves(Tick stoppedAt) const {
-    const auto isLater = [&](Tick tick) { return tick - stoppedAt > 0; };
-    const bool parks = (state_.g_bParking && !state_.g_bAbortPark) ||
-                       (state_.g_tickParkSent && isLater(*state_.g_tickParkSent)) || state_.g_bParked;
-    return isLater(state_.g_tickLastGoto) || state_.g_bMoveSent || state_.g_bAxisMotionBegun || parks;
+/// An axis, or a park that somebody has begun since and nobody has aborted.
+bool StopWatch::SomethingElseMoves() const {
+    return state_.g_bAxisMotionBegun || (state_.g_bParking && !state_.g_bAbortPark) || state_.g_bParked;
+}
+
+bool StopWatch::PulseRuns() const {
+    return state_.g_bGuidingNorth || state_.g_bGuidingSouth || state_.g_bGuidingEast || state_.g_bGuidingWest;
 }
 
 }  // namespace kestrane

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "state/driver_state.h"
 #include "state/mount_queries.h"
+#include "state/telescope_actions.h"
 
 namespace kestrane {
 
@@ -34,39 +34,53 @@ private:
 };
 
 /// Whether a mount that was stopped stands: one that did not hear the stop, or does not obey, gets it again, each
-/// second and five times at most. It is known to move by its status text or, where it has none, by its coordinates.
-/// Neither shows a move, an axis or a pulse: their stop goes out again where the line had failed, as soon as the mount
-/// answers. Nothing is repeated once anything else was to move the mount. Raises nothing. Logic thread only.
+/// second and five times at most. A goto shows in the status text, where the mount gives one, else in the coordinates;
+/// what moves without a goto shows in no text, and in the coordinates when it is fast. A slow move, an axis and a pulse
+/// show nowhere: their stop goes out again where the line had failed, as soon as the mount answers. Nothing is repeated
+/// once anything else was to move the mount. Raises nothing. Logic thread only.
 class StopWatch {
 public:
     StopWatch(const DriverState& state, Log& log, Clock& clock) : state_(state), log_(log), clock_(clock) {}
 
-    /// A stop pair goes out. It is watched where the stop has aborted something.
-    void StopGoesOut();
-    /// A stop goes out to a mount that moves, or may, without a goto. `answers` counts what the mount has answered.
-    void StopOfAMoveGoesOut(std::uint32_t answers);
-    /// Whether the line has failed since such a stop, so that the mount may not have heard it.
+    /// A stop of all motion goes out, after `Motion` has heard of it.
+    struct Outgoing {
+        bool endsGoto = true;   ///< false for one that is not meant for a goto
+        bool endsMove = false;  ///< the mount moves, or may, without a goto
+        QuestionCounts questions;
+    };
+    void StopGoesOut(const Outgoing& stop);
+    /// The stop that has just gone out was the second one of a pair: both are repeated.
+    void PairWentOut();
+    /// A command goes out that moves the mount: whatever was stopped before, somebody wants it to move now. Not for a
+    /// guide pulse, which ends nothing that runs.
+    void MotionBegins();
+    /// Whether the line has failed since the stop of a move, so that the mount may not have heard it.
     bool StopIsOwed() const { return moveStopped_ && moveStopped_->lineFailed; }
-    /// To be called again and again. Returns whether a stop that is owed is to be sent now.
-    bool OwedIsDue(std::uint32_t answers);
-    /// `textAskedAt` is when a status text was asked for that has just come, or nothing; `reads` counts the readings so
-    /// far. Returns whether the stop is to be sent again now.
-    bool RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads reads);
+    /// To be called again and again. `textAskedAt` is when a status text was asked for that has just come, or nothing.
+    /// Returns the form of the stop that is to go out now; `RepeatWentOut` follows it.
+    std::optional<StopForm> DueAgain(std::optional<Tick> textAskedAt, QuestionCounts questions, CoordinateReads reads);
+    void RepeatWentOut() { repeating_ = false; }
 
 private:
+    bool OwedIsDue(QuestionCounts questions);
+    bool RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads reads);
     bool MountMoves(std::optional<Tick> textAskedAt, CoordinateReads reads);
-    bool SomethingElseMoves(Tick stoppedAt) const;
+    bool MovesByReadings(CoordinateReads reads);
+    bool SomethingElseMoves() const;
+    bool PulseRuns() const;
 
     struct Watched {
         Tick stoppedAt;  ///< the last time
+        bool endsMove = false;
+        StopForm form = StopForm::Single;
         int repeats = 0;
         bool givenUp = false;
         std::optional<MotionByReadings> readings;
     };
 
     struct MoveStopped {
-        Tick stoppedAt;
-        std::uint32_t answers = 0;  ///< before it
+        QuestionCounts questions;  ///< before it
+        StopForm form = StopForm::Single;
         bool lineFailed = false;
     };
 
@@ -75,7 +89,7 @@ private:
     Clock& clock_;
     std::optional<Watched> watched_;
     std::optional<MoveStopped> moveStopped_;
-    bool repeating_ = false;
+    bool repeating_ = false;  ///< the stop that goes out is a repeat
 };
 
 }  // namespace kestrane

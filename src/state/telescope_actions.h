@@ -7,6 +7,9 @@
 
 namespace kestrane {
 
+/// Whether a stop of all motion is one command or two, of which one may be lost.
+enum class StopForm { Single, Pair };
+
 /// What the queries and the poll need from the driver's own telescope object.
 class TelescopeActions {
 public:
@@ -20,7 +23,7 @@ public:
     /// Starts the second leg of a two-leg slew. May raise.
     virtual void StartSecondLeg(double rightAscension, double declination) = 0;
     /// Stops all motion once more.
-    virtual void StopAgain() = 0;
+    virtual void StopAgain(StopForm form) = 0;
     /// A move of a park has ended: starts its second leg, or finishes or cancels the park. Raises nothing.
     virtual void HandleParkComplete() = 0;
     /// Asks the mount for the site's latitude and keeps it. May raise.

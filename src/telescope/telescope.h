@@ -301,7 +301,7 @@ public:
     static ParkText ParkTextOf(std::string_view command, bool raw);
     void HandleParkComplete() override;
     /// The stop pair once more, and the custom rates that it clears in the mount.
-    void StopAgain() override;
+    void StopAgain(StopForm form) override;
     /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
     /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
     bool CheckSlewEast();

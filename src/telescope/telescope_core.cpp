@@ -86,12 +86,12 @@ bool TelescopeCore::MayMoveWithoutGoto() const {
 /// procedures do.
 void TelescopeCore::NoteSent(std::string_view text) {
     if (wire::StopsAllMotion(text)) {
-        if (MayMoveWithoutGoto()) {
-            needs_.poll.StopOfAMoveGoesOut();
-        }
+        const bool endsMove = MayMoveWithoutGoto();
         NoteMotionStops();
         needs_.motion.StopSent();
         needs_.guidePulses.NoteMountStopped();
+        const bool endsGoto = !needs_.guidePulses.SendsItself();  // a pulse only makes room for another
+        needs_.poll.StopGoesOut(endsGoto, endsMove);
     }
     if (wire::StartsGoto(text)) {
         needs_.motion.GotoSent();
@@ -118,6 +118,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
             break;
         case wire::EndlessMove::Untouched:
             break;
+    }
+    if (wire::MovesInTheEnd(text) && !needs_.guidePulses.SendsItself()) {
+        needs_.poll.MotionBegins();
     }
     needs_.noteOpenMotion(text);
 }
@@ -191,11 +194,11 @@ void TelescopeCore::TakeMountFromPark() {
 }
 
 void TelescopeCore::SendStopPair() {
-    needs_.poll.StopGoesOut();
     Sequence mount = Talk(procedure::StopPair);
     mount.CommandBlind(wire::Stop);
     driver_.waits.WaitForMilliseconds(kStopSpacingMs);
     mount.CommandBlind(wire::Stop);
+    needs_.poll.StopPairWentOut();
 }
 
 void TelescopeCore::NoteLeavesPark() {

@@ -180,7 +180,7 @@ constexpr Row kRows[] = {
     {"SlewTaken",                  "1 1 0 = 0 a = 0 = = = + 0 = 0 = = = = p 1 1 0 1 0", Do<&Motion::SlewTaken>},
     {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
     {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
-    {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = = = 1", Do<&Motion::MoveSent>},
+    {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = 0 = 1", Do<&Motion::MoveSent>},
     {"MoveEnded",                  "= = = = = = = = = = = = = = = = = = = = = = = = 0", Do<&Motion::MoveEnded>},
     {"SlewRefused",                "0 0 = 0 = = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewRefused>},
     {"SecondLegPlanned",           "= = = 1 = = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SecondLegPlanned>},
@@ -200,7 +200,7 @@ constexpr Row kRows[] = {
     {"SlewCompleteDue",            "= = = = 1 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewCompleteDue>},
     {"SlewCompleteTaken",          "= = = = 0 = = = = = = = = = = = = = = = = = = 0 =", Do<&Motion::SlewCompleteTaken>},
     {"StopAskedFor",               "= = = = = = = = = + = = = = = = = = = = = = = = =", Do<&Motion::StopAskedFor>},
-    {"StopSent",                   "= = = = = = = = = = = = = = = = = = = e = 0 = = 0", Do<&Motion::StopSent>},
+    {"StopSent",                   "= = = = = = = = = = = = = = = = = = = e = 0 g = 0", Do<&Motion::StopSent>},
     {"Stopped",                    "= = s 0 = = = k = + = = = = = = = = = = = = g = =", Do<&Motion::Stopped>},
     {"AxisTakesOver",              "0 0 0 0 = = = k = + = = = = = = = = = = = = = 0 =", Do<&Motion::AxisTakesOver>},
     {"AxisMotionBegins",           "= = = = = = = = = = = = 1 = = = = = = = = = = = =", Do<&Motion::AxisMotionBegins>},
@@ -366,9 +366,20 @@ protected:
         }
         motion.MountReportsSlewing(false);  // whatever stood still was seen to
         motion.SupervisionFollowsStatus();
+        if (wish[Gs]) {
+            motion.GotoSent();
+        }
+        if (wish[Ga]) {
+            motion.GotoTaken();
+        }
+        if (wish[Mv]) {
+            motion.MoveSent();
+        }
         if (wish[W]) {
             motion.GotoSent();
             motion.Stopped();
+        }
+        if (!wish[Gs]) {
             motion.SeenToStandAtTarget();
         }
         if (wish[S]) {
@@ -379,15 +390,6 @@ protected:
         }
         if (!wish[O]) {
             motion.SlewCompleteTaken();
-        }
-        if (wish[Gs]) {
-            motion.GotoSent();
-        }
-        if (wish[Ga]) {
-            motion.GotoTaken();
-        }
-        if (wish[Mv]) {
-            motion.MoveSent();
         }
         wish[P2] ? motion.SecondLegPlanned() : motion.SecondLegDropped();
         if (wish[C]) {

@@ -73,7 +73,9 @@ public:
         calls.emplace_back("HandleParkComplete");
         motion_.ParkEnds();
     }
-    void StopAgain() override { calls.emplace_back("StopAgain"); }
+    void StopAgain(StopForm form) override {
+        calls.emplace_back(form == StopForm::Pair ? "StopAgain pair" : "StopAgain");
+    }
     void StartSecondLeg(double rightAscension, double declination) override;
     SiteAnswer ReadSiteLatitude() override;
     /// Calls that begin with `call`.

@@ -1,4 +1,5 @@
 #include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
 #include "telescope/motion/custom_rates.h"
 #include "telescope/telescope.h"
 
@@ -13,7 +14,7 @@ public:
     using TelescopeSteps::TelescopeSteps;
 
     void StopMotion(std::string_view origin, StopPair pair);
-    void StopAgain();
+    void StopAgain(StopForm form);
     void StopUnwatchedMotion();
     void StopAxes(std::string_view origin);
 };
@@ -47,12 +48,16 @@ void Telescope::AbortSlewDriver() {
     }
 }
 
-void Telescope::StopAgain() {
-    StopSteps(*this).StopAgain();
+void Telescope::StopAgain(StopForm form) {
+    StopSteps(*this).StopAgain(form);
 }
 
-void StopSteps::StopAgain() {
-    core_.SendStopPair();
+void StopSteps::StopAgain(StopForm form) {
+    if (form == StopForm::Pair) {
+        core_.SendStopPair();
+    } else {
+        Talk(procedure::StopPair).CommandBlind(wire::Stop);
+    }
     CustomRates(core_).Reinstate(telescope_);
 }
 

@@ -439,6 +439,8 @@ TEST_F(StopTest, WhatMovesTheMountAfterAStop_EndsItsRepeats) {
         [&] { telescope->CommandBlind(":MS#", true); },
         [&] { telescope->CommandBlind("Mn", false); },
         [&] { telescope->CommandBlind("KA", false); },
+        [&] { telescope->CommandBlind("$K1#", true); },
+        [&] { telescope->CommandBlind(":Q#:MS#", true); },
         [&] { telescope->MoveAxis(1, 0.5); },
     };
     for (const auto& move : motions) {
