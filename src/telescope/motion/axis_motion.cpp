@@ -48,6 +48,7 @@ public:
     void NoteDoubtedEnd(AxisEnd end);
     bool StillRuns(std::int32_t axis) const;
     void StopSecondaryAxis();
+    bool EndPrimaryRate();
 };
 
 }  // namespace
@@ -346,16 +347,30 @@ AxisMotion AxisSteps::Stop(bool primary, bool secondary) {
     return left.Runs() ? left : AxisMotion{};
 }
 
-/// The mount is never left running without an owner. During a slew that the axis came after, the stop of the primary
-/// axis would stop that too: it counts as a move without an end then, which a stop, a goto or the end of the process
-/// ends.
+/// Ends the motion of the primary axis alone, by its rate: what chooses the tracking would stop the whole mount. False
+/// when the mount has not taken it.
+bool AxisSteps::EndPrimaryRate() {
+    const double multiple = axes_.tracked ? 0.0 : -1.0;  // from sidereal tracking, as in `MovePrimaryAxis`
+    ResumeNext errors{driver_.ledger, "StopOwnAxes"};
+    bool taken = false;
+    errors.Assign(taken, [&] {
+        return CustomRates(core_).SendCustomRate(wire::CustomRaRate,
+                                                 state_.g_dSiteLatitude < 0.0 ? multiple : -multiple);
+    });
+    needs_.panel.ShowTrackingRate(axes_.tracked ? displayed_rate::Sidereal : displayed_rate::Off, RateCorrection::Off);
+    return taken || !state_.g_bHasCustomRates;  // such firmware answers no rate, and runs at none
+}
+
+/// The mount is never left running without an owner, and a goto that the axis was begun over, whoever sent it, goes on.
+/// A primary axis that does not hear its end then counts as a move without an end, which a stop, a goto or the end of
+/// the process ends.
 void Telescope::StopOwnAxes(std::string_view reason) {
     AxisSteps steps(*this);
     const bool primaryRuns =
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bParking || state_.g_bParked;
-    const bool leavesPrimary = primaryRuns && state_.g_bSlewing;
+    const bool overGoto = primaryRuns && (state_.g_bSlewing || state_.g_bGotoRuns);
     const bool isToStop = (primaryRuns || secondaryRuns) && !replaced;
     if (isToStop && !(needs_.link && needs_.link->Connected())) {
         return;  // it goes on in the mount, and is stopped once the line is open again
@@ -364,8 +379,8 @@ void Telescope::StopOwnAxes(std::string_view reason) {
     if (isToStop) {
         driver_.log.LogMessage("MoveAxis", LogLevel::Warning, reason);
         NoteMotionStops();
-        left = steps.Stop(primaryRuns && !leavesPrimary, secondaryRuns);
-        if (leavesPrimary) {
+        left = steps.Stop(primaryRuns && !overGoto, secondaryRuns);
+        if (overGoto && !steps.EndPrimaryRate()) {
             needs_.motion.MoveSent();
         }
     }

@@ -309,7 +309,7 @@ TEST_F(AxisStopTest, ClientThatGoes_DoesNotStopALaterSlew) {
 
 TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay) {
     for (const std::int32_t axis : {0, 1}) {
-        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), -20.0);
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), axis == 0 ? -20.0 : 60.0);
         machine.AdvanceTime(1'500);
         telescope->MoveAxis(axis, axis == 0 ? -0.5 : 0.1);
         while (!driver->state.g_bSlewing && mount->Picture().slewing) {
@@ -320,7 +320,8 @@ TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay)
                       other.reset();
                       telescope.reset();
                   }),
-                  axis == 0 ? Wire{"Q"} : Wire{"RD0.00000"});
+                  axis == 0 ? Wire{"RR0.00000"} : Wire{"RD0.00000"});
+        EXPECT_TRUE(mount->Picture().slewing) << "the slew goes on";
         machine.AdvanceTime(60'000);
         EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
         EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
@@ -329,6 +330,70 @@ TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay)
         other = ConnectedTelescope();
         machine.AdvanceTime(10'000);
     }
+}
+
+/// A goto by a client's own text, or a slew; the owner of the axis goes before or after the mount has reported it.
+TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGoesOn) {
+    struct Goto {
+        std::string name;
+        std::function<void()> begin;
+    };
+    const auto byText = [](Telescope& client) {
+        const double ra = NormalizeHours(client.SiderealTime() - 1.0);
+        client.CommandBool("Sr" + HoursToHMS(ra, ":", ":", "", 1), false);
+        client.CommandBool("Sd-20*00:00", false);
+        client.CommandBool("MS", false);
+    };
+    const std::vector<Goto> gotos{
+        {"its own, by text", [&] { byText(*telescope); }},
+        {"another's, by text", [&] { byText(*other); }},
+        {"another's slew", [&] { other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), -20.0); }},
+    };
+    for (const std::string noText : {"0", "1"}) {
+        for (const Goto& row : gotos) {
+            for (const std::int32_t afterMs : {100, 2'500}) {
+                SCOPED_TRACE(row.name + " " + noText + " " + std::to_string(afterMs));
+                driver->persist.WriteIniValue("DontQueryGOS", noText);
+                telescope.reset();
+                other.reset();
+                Restart();
+                telescope = ConnectedTelescope();
+                other = ConnectedTelescope();
+                machine.AdvanceTime(10'000);
+                row.begin();
+                machine.AdvanceTime(1'000);
+                telescope->MoveAxis(0, -0.2);
+                machine.AdvanceTime(afterMs);
+                ASSERT_TRUE(mount->Picture().slewing);
+                EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{"RR0.00000"});
+                EXPECT_TRUE(mount->Picture().slewing);
+                EXPECT_FALSE(driver->state.g_bMoveSent) << "nothing is left to be ended";
+                machine.AdvanceTime(60'000);
+                EXPECT_NEAR(mount->Picture().declination, -20.0, 0.1);
+                EXPECT_NEAR(mount->Picture().hourSpeed, 0.00418, 1e-4);
+                mount->Place({-3.0, 40.0, false});
+            }
+        }
+    }
+    driver->persist.WriteIniValue("DontQueryGOS", "0");
+    telescope = ConnectedTelescope();
+}
+
+/// Whoever stops the mount next stops that axis too.
+TEST_F(AxisStopTest, ClientThatGoes_WhoseAxisOverAGotoDoesNotHearItsEnd_LeavesAMove) {
+    ExpectSwallow("*");
+    other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), -20.0);
+    machine.AdvanceTime(1'000);
+    telescope->MoveAxis(0, -0.2);
+    mount->SetLineDead(true);
+    telescope.reset();
+    mount->SetLineDead(false);
+    EXPECT_TRUE(driver->state.g_bMoveSent);
+    other->AbortSlew();
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
+    telescope = ConnectedTelescope();
 }
 
 TEST_F(AxisStopTest, ClientThatGoes_LeavesTrackingAloneThatItChoseAfterItsMotion) {
