@@ -175,6 +175,11 @@ bool ParkSteps::GoTo(std::int16_t index) {
         "Telescope", LogLevel::Info,
         "Parking to index " + std::to_string(index) + ", Async = " + std::string(TrueFalse(isAsync_)));
     state_.g_bCwUpPark = driver_.persist.ReadFlag(setting::CounterWeightsUpPark);
+    if (index != park_index::Current && driver_.persist.Read(setting::ParkStatus) == "Parked") {
+        // It leaves an earlier park. A driver that is killed on the way must not leave a mount that is moving as
+        // parked.
+        driver_.persist.Write(setting::ParkStatus, "UnParked");
+    }
     if (CompanionParks(index)) {
         return GoByCompanion(index);
     }

@@ -42,6 +42,50 @@ TEST_F(ParkMemoryTest, ARestartInMidPark_IsNotParked) {
     }
 }
 
+/// The goto leads on, and nobody is there who parks the mount at its end; firmware with places of its own does that.
+TEST_F(ParkMemoryTest, AKillInMidPark_LeavesAMountAtItsPlace_ParkedWhereTheFirmwareDoesIt) {
+    for (const bool wasParked : {false, true}) {
+        for (const std::string firmware : {"D", "S", "VKC5-P03-01"}) {
+            SCOPED_TRACE(firmware + (wasParked ? ", parked before" : ""));
+            const bool byFirmware = firmware.starts_with("VKC5");
+            ConnectAt(47.0, firmware, {{"cbxParkTo", "2"}, {"cbxParkToText", "Park"}});
+            if (wasParked) {
+                telescope->CommandString("RAW,ParkMount,4", true);
+                EXPECT_TRUE(WaitForParkEnd());
+                machine.AdvanceTime(5'000);
+                ASSERT_TRUE(telescope->AtPark());
+            }
+            telescope->CommandString("RAW,ParkMount,2", true);
+            machine.AdvanceTime(3'000);
+            ASSERT_TRUE(mount->Picture().slewing);
+            EXPECT_EQ(driver->handBox.lblParkStatus.Text(), "Parking");
+            ExpectSwallow("*");
+            machine.serialPorts.Disconnect(1);  // nothing goes out any more, as when it is killed
+            telescope.reset();
+            EndTheDriver();
+            machine.ConnectMount(1, *mount);
+            telescope = ConnectedTelescope();
+            machine.AdvanceTime(5'000);
+            EXPECT_FALSE(telescope->AtPark());
+            EXPECT_NE(driver->handBox.lblParkStatus.Text(), "Parked");
+            machine.AdvanceTime(60'000);
+            EXPECT_FALSE(mount->Picture().slewing);
+            ExpectPointsAt(0.0, 90.0, byFirmware ? 180.0 : 3.0);
+            EXPECT_EQ(mount->Picture().parked, byFirmware);
+            EXPECT_EQ(telescope->AtPark(), byFirmware);
+            if (!byFirmware) {
+                EXPECT_NE(driver->persist.Read(setting::ParkStatus), "Parked");
+                telescope->CommandString("RAW,ParkMount,2", true);
+                EXPECT_TRUE(WaitForParkEnd());
+                machine.AdvanceTime(5'000);
+                EXPECT_TRUE(telescope->AtPark()) << "another park ends it";
+                EXPECT_TRUE(mount->Picture().parked);
+            }
+            EndTheDriver();
+        }
+    }
+}
+
 TEST_F(ParkMemoryTest, TheLastClientThatGoes_LeavesAParkToItsEnd) {
     for (const char* firmware : {"D", "S", "VKC5-P03-01"}) {
         SCOPED_TRACE(firmware);
