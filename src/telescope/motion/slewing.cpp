@@ -18,6 +18,7 @@ public:
 
     void BringPollBack();
     void CheckSlewRange(double rightAscension, double declination);
+    std::optional<MotionPermit> CheckAndPermit(std::string_view member);
     std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     bool QuayTakesSlews() const;
     std::string SendToCompanion(const TextCommand& command, std::string_view target);
@@ -49,6 +50,18 @@ void SlewSteps::CheckSlewRange(double rightAscension, double declination) {
     }
 }
 
+/// The motion check, and the permit to begin; nothing when a stop has overtaken the call. A client without a link or
+/// with a parked mount hears of that in any case. The check of the tracking comes after the permit, since it may switch
+/// tracking on.
+std::optional<MotionPermit> SlewSteps::CheckAndPermit(std::string_view member) {
+    telescope_.check_connected(member, Parked::IsRefused, TrackingMust::BeEither);
+    std::optional<MotionPermit> permit = needs_.door.Permit(member);
+    if (permit) {
+        telescope_.check_connected(member, Parked::IsRefused, TrackingMust::BeOn);
+    }
+    return permit;
+}
+
 bool SlewSteps::SafeSlewWanted() {
     return !driver_.persist.ReadFlag(setting::DisableSafeSlew);
 }
@@ -58,14 +71,10 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     steps.BringPollBack();
     steps.CheckSlewRange(rightAscension, declination);
     driver_.log.LogMessage("ASCOM", LogLevel::Info, "SlewToCoordinates() " + RaDecText(rightAscension, declination));
-    // Before the permit: a client without a link or with a parked mount hears of that. The whole check comes after it,
-    // since that may switch tracking on.
-    check_connected("SlewToCoordinates", Parked::IsRefused, TrackingMust::BeEither);
-    const auto permit = needs_.door.Permit("SlewToCoordinates");
+    const std::optional<MotionPermit> permit = steps.CheckAndPermit("SlewToCoordinates");
     if (!permit) {
         return;
     }
-    check_connected("SlewToCoordinates", Parked::IsRefused, TrackingMust::BeOn);
     const bool safeSlew = steps.SafeSlewWanted();
     SlewWait wait(*this);
     NewSlewBegins(*permit);
@@ -92,12 +101,10 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         driver_.log.LogMessage("ASCOM", LogLevel::Info,
                                "SlewToCoordinatesAsync() " + RaDecText(rightAscension, declination));
     }
-    check_connected("SlewToCoordinatesAsync", Parked::IsRefused, TrackingMust::BeEither);
-    const auto permit = needs_.door.Permit("SlewToCoordinatesAsync");
+    const std::optional<MotionPermit> permit = steps.CheckAndPermit("SlewToCoordinatesAsync");
     if (!permit) {
         return;
     }
-    check_connected("SlewToCoordinatesAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (fromClient) {
         NewSlewBegins(*permit);
     } else {
@@ -121,12 +128,10 @@ void Telescope::SlewToTarget() {
     steps.BringPollBack();
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTarget " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    check_connected("SlewToTarget", Parked::IsRefused, TrackingMust::BeEither);
-    const auto permit = needs_.door.Permit("SlewToTarget");
+    const std::optional<MotionPermit> permit = steps.CheckAndPermit("SlewToTarget");
     if (!permit) {
         return;
     }
-    check_connected("SlewToTarget", Parked::IsRefused, TrackingMust::BeOn);
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     SlewWait wait(*this);
@@ -168,12 +173,10 @@ void Telescope::SlewToTargetAsync() {
     steps.BringPollBack();
     driver_.log.LogMessage("ASCOM", LogLevel::Info,
                            "SlewToTargetAsync " + RaDecText(state_.g_dTargetRa, state_.g_dTargetDec));
-    check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeEither);
-    const auto permit = needs_.door.Permit("SlewToTargetAsync");
+    const std::optional<MotionPermit> permit = steps.CheckAndPermit("SlewToTargetAsync");
     if (!permit) {
         return;
     }
-    check_connected("SlewToTargetAsync", Parked::IsRefused, TrackingMust::BeOn);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
