@@ -39,6 +39,17 @@ void AppendPadded(std::string& text, int value, std::size_t width) {
     text.append(width > digits.size() ? width - digits.size() : 0, '0').append(digits);
 }
 
+/// Year to second, with one sign between date and time and one inside the time.
+std::string DateAndTime(const DateTime& time, char between, char inTime) {
+    std::string text = std::to_string(time.year);
+    AppendPadded(text += '-', time.month, 2);
+    AppendPadded(text += '-', time.day, 2);
+    AppendPadded(text += between, time.hour, 2);
+    AppendPadded(text += inTime, time.minute, 2);
+    AppendPadded(text += inTime, time.second, 2);
+    return text;
+}
+
 std::string LevelText(int level) {
     const auto index = static_cast<std::size_t>(level);
     return level >= 0 && index < kLevels.size() ? std::string(kLevels[index]) : std::to_string(level);
@@ -485,25 +496,13 @@ bool Log::PutLine(std::string_view line) {
 
 std::string Log::GetTimestamp() {
     const DateTime now = clock_.GetLocalTime();
-    std::string text = std::to_string(now.year);
-    AppendPadded(text += '-', now.month, 2);
-    AppendPadded(text += '-', now.day, 2);
-    AppendPadded(text += ' ', now.hour, 2);
-    AppendPadded(text += ':', now.minute, 2);
-    AppendPadded(text += ':', now.second, 2);
+    std::string text = DateAndTime(now, ' ', ':');
     AppendPadded(text += '.', now.millisecond, 3);
     return text;
 }
 
 std::string Log::GetFileTimestamp() const {
-    const DateTime now = clock_.GetLocalTime();
-    std::string text = std::to_string(now.year);
-    AppendPadded(text += '-', now.month, 2);
-    AppendPadded(text += '-', now.day, 2);
-    AppendPadded(text += '_', now.hour, 2);
-    AppendPadded(text += '-', now.minute, 2);
-    AppendPadded(text += '-', now.second, 2);
-    return text;
+    return DateAndTime(clock_.GetLocalTime(), '_', '-');
 }
 
 }  // namespace kestrane
