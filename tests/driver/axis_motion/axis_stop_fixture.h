@@ -14,9 +14,7 @@ class AxisStopTest : public DriverFixture {
 protected:
     void SetUp() override {
         Seed({{"chkAutoCalibrateOnFirstSlew", "0"}, {"chkSetSlewRate", "0"}});
-        telescope = ConnectedTelescope();
-        other = ConnectedTelescope();
-        machine.AdvanceTime(10'000);
+        ConnectBoth();
         log.clear();
     }
     void TearDown() override {
@@ -25,6 +23,12 @@ protected:
         DriverFixture::TearDown();
     }
 
+    void StartAgain() {
+        telescope.reset();
+        other.reset();
+        Restart();
+        ConnectBoth();
+    }
     void ExpectAtRest() {
         EXPECT_FALSE(telescope->Axes().Runs());
         EXPECT_FALSE(other->Axes().Runs());
@@ -38,6 +42,13 @@ protected:
 
     TelescopeObject telescope;
     TelescopeObject other;
+
+private:
+    void ConnectBoth() {
+        telescope = ConnectedTelescope();
+        other = ConnectedTelescope();
+        machine.AdvanceTime(10'000);
+    }
 };
 
 }  // namespace kestrane

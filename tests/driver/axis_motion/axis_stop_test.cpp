@@ -88,12 +88,7 @@ TEST_F(AxisStopTest, EachEndOfTheProcess_StopsWhatNobodyElseWouldEnd) {
             machine.AdvanceTime(200);  // the simulated mount brakes
             EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
             EXPECT_LT(mount->Picture().hourSpeed, 0.005);
-            telescope.reset();
-            other.reset();
-            Restart();
-            telescope = ConnectedTelescope();
-            other = ConnectedTelescope();
-            machine.AdvanceTime(10'000);
+            StartAgain();
         }
     }
 }
@@ -108,46 +103,59 @@ TEST_F(AxisStopTest, EndOfTheProcess_WithoutARunningAxis_SendsNothingAndLetsASle
     EXPECT_FALSE(driver->link->Connected());
 }
 
-TEST_F(AxisStopTest, EndOfTheProcess_StopsAMoveThatAClientsOwnTextBegan) {
-    telescope->CommandBlind("Me", false);
-    telescope->CommandBlind(":Qn#", true);  // another direction
-    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{"Q"});
-    EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 0.005);
+struct OwnTexts {
+    std::string name;
+    std::function<void(Telescope& client, Telescope& other)> send;
+    Wire stop;
+
+    friend void PrintTo(const OwnTexts& texts, std::ostream* out) { *out << texts.name; }
+};
+
+class OwnTextsTest : public AxisStopTest, public testing::WithParamInterface<OwnTexts> {};
+
+TEST_P(OwnTextsTest, EndOfTheProcess_StopsAMoveThatStillRuns_AndNoOther) {
+    GetParam().send(*telescope, *other);
+    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), GetParam().stop);
+    if (!GetParam().stop.empty()) {
+        EXPECT_NEAR(mount->Picture().hourSpeed, 0.0, 0.005);
+    }
 }
 
-TEST_F(AxisStopTest, EndOfTheProcess_SendsNothingForAMoveThatHasEnded) {
-    const auto ends = [&](const std::function<void()>& call) {
-        telescope.reset();
-        other.reset();
-        Restart();
-        telescope = ConnectedTelescope();
-        other = ConnectedTelescope();
-        machine.AdvanceTime(10'000);
-        call();
-        EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{});
-    };
-    ends([&] {
-        telescope->CommandBlind(":Mn#:Me#", true);
-        telescope->CommandBlind("Q", false);
-    });
-    ends([&] { telescope->CommandBlind(":Mn#:Q#", true); });
-    ends([&] { telescope->CommandBlind("Me500", false); });  // ends by itself
-    ends([&] {
-        telescope->CommandBlind("Ms", false);
-        other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), 20.0);  // takes its place
-    });
-}
-
-TEST_F(AxisStopTest, EndOfTheProcess_LetsAParkGoOnThatFollowedAMove) {
-    telescope->CommandBlind("Mn", false);
-    telescope->CommandBlind("KA", false);
-    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{});
-}
-
-TEST_F(AxisStopTest, EndOfTheProcess_StopsAMoveThatBeganAfterAStopInOneText) {
-    telescope->CommandBlind(":Q#:Mn#", true);
-    EXPECT_EQ(SentBy([&] { driver->EndOnRequest(); }), Wire{"Q"});
-}
+INSTANTIATE_TEST_SUITE_P(
+    Moves, OwnTextsTest,
+    testing::Values(
+        OwnTexts{"StopOfAnotherDirection",
+                 [](Telescope& client, Telescope&) {
+                     client.CommandBlind("Me", false);
+                     client.CommandBlind(":Qn#", true);
+                 },
+                 {"Q"}},
+        OwnTexts{"BegunAfterAStopInOneText",
+                 [](Telescope& client, Telescope&) { client.CommandBlind(":Q#:Mn#", true); },
+                 {"Q"}},
+        OwnTexts{"FollowedByAPark",
+                 [](Telescope& client, Telescope&) {
+                     client.CommandBlind("Mn", false);
+                     client.CommandBlind("KA", false);
+                 },
+                 {}},
+        OwnTexts{"Stopped",
+                 [](Telescope& client, Telescope&) {
+                     client.CommandBlind(":Mn#:Me#", true);
+                     client.CommandBlind("Q", false);
+                 },
+                 {}},
+        OwnTexts{"StoppedInOneText", [](Telescope& client, Telescope&) { client.CommandBlind(":Mn#:Q#", true); }, {}},
+        OwnTexts{
+            "OfALength_EndsByItself", [](Telescope& client, Telescope&) { client.CommandBlind("Me500", false); }, {}},
+        OwnTexts{"ReplacedByASlew",
+                 [](Telescope& client, Telescope& other) {
+                     client.CommandBlind("Ms", false);
+                     const double east = NormalizeHours(other.SiderealTime() - 1.0);
+                     other.SlewToCoordinatesAsync(east, 20.0);
+                 },
+                 {}}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(AxisStopTest, StopOfAnOwnersAxis_OnFirmwareWithoutRates_IsOver) {
     ExpectSwallow("CommandBool");
@@ -325,10 +333,7 @@ TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay)
         machine.AdvanceTime(60'000);
         EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
         EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.005);
-        Restart();
-        telescope = ConnectedTelescope();
-        other = ConnectedTelescope();
-        machine.AdvanceTime(10'000);
+        StartAgain();
     }
 }
 
