@@ -50,6 +50,13 @@ protected:
         std::ofstream(File()) << words;
     }
 
+    /// A start whose port cannot be opened yet.
+    void StartWithoutACable(std::string_view left) {
+        Leave(left);
+        machine.serialPorts.Disconnect(1);
+        Start();
+    }
+
     TelescopeObject telescope;
     std::string atCommand;  ///< the file's words when the mount got a command
 };
@@ -220,9 +227,7 @@ TEST_F(OpenMotionTest, AxisThatRunsWhenTheDriverIsKilled_StandsAfterTheNextStart
 
 TEST_F(OpenMotionTest, WhatWasLeft_IsStoppedOnceThePortCanBeOpened) {
     ExpectSwallow("CheckConnection");
-    Leave("mount");
-    machine.serialPorts.Disconnect(1);
-    Start();
+    StartWithoutACable("mount");
     machine.AdvanceTime(5'500);
     EXPECT_EQ(TimesLoggedAs("Motion", 2, kStopComes), 1);
     EXPECT_FALSE(Logged(kStopSent));
@@ -251,9 +256,7 @@ TEST_F(OpenMotionTest, AConnectStopsWhatWasLeft_BeforeAClientMovesAnything) {
     };
     for (const Row& row : rows) {
         BuildMount("VKC4-P02-08");
-        Leave("mount\nfocuser");
-        machine.serialPorts.Disconnect(1);
-        Start();
+        StartWithoutACable("mount\nfocuser");
         log.clear();
         machine.AdvanceTime(1'900);
         machine.ConnectMount(1, *mount);
@@ -278,9 +281,7 @@ TEST_F(OpenMotionTest, AConnectStopsWhatWasLeft_BeforeAClientMovesAnything) {
 
 TEST_F(OpenMotionTest, ASlewThatTheMountHasTaken_EndsWhatWasLeftOfTheMount_ButNotOfTheFocuser) {
     ExpectSwallow("*");
-    Leave("mount\nfocuser");
-    machine.serialPorts.Disconnect(1);
-    Start();
+    StartWithoutACable("mount\nfocuser");
     machine.AdvanceTime(1'500);
     driver->motion.SlewTaken();
     machine.ConnectMount(1, *mount);
