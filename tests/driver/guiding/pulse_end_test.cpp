@@ -348,6 +348,15 @@ protected:
     void PullAt(std::int64_t ms) {
         machine.pump.PostAt(startMs + ms, CallKind::Brief, [this] { machine.serialPorts.Disconnect(1); });
     }
+    /// The mount is left moving by whatever should have ended it, and stops once the cable is back.
+    void ExpectTheEndComesWithTheCable() {
+        PlugAt(4'000);
+        GoTo(3'900);
+        EXPECT_EQ(Flags(), "");
+        EXPECT_TRUE(Moves());
+        GoTo(5'200);
+        EXPECT_FALSE(Moves());
+    }
     void PlugAt(std::int64_t ms) {
         machine.pump.PostAt(startMs + ms, CallKind::Brief, [this] { machine.ConnectMount(1, *mount); });
     }
@@ -359,12 +368,7 @@ TEST_F(PulledCableTest, AnEndThatCouldNotBeWritten_GoesOutWhenTheCableIsBack) {
     ConnectTo(kUntimed);
     GuideAt(0, 0, 2'000);
     PullAt(1'000);
-    PlugAt(4'000);
-    GoTo(3'900);
-    EXPECT_EQ(Flags(), "");
-    EXPECT_TRUE(Moves());
-    GoTo(5'200);
-    EXPECT_FALSE(Moves());
+    ExpectTheEndComesWithTheCable();
 }
 
 TEST_F(PulledCableTest, AnOwedEnd_OutlivesAPulseOfItsAxisThatTheMountCannotHear) {
@@ -387,12 +391,7 @@ TEST_F(PulledCableTest, AStopThatCouldNotBeWritten_LeavesTheEndOwed) {
     GuideAt(0, 0, 60'000);
     PullAt(1'000);
     StopAt(1'500, [&] { telescope->AbortSlew(); });
-    PlugAt(4'000);
-    GoTo(3'900);
-    EXPECT_EQ(Flags(), "");
-    EXPECT_TRUE(Moves());
-    GoTo(5'200);
-    EXPECT_FALSE(Moves());
+    ExpectTheEndComesWithTheCable();
 }
 
 TEST_F(PulledCableTest, ANewPulseAfterTheReturn_KeepsItsLength) {
