@@ -16,6 +16,25 @@ protected:
         telescope = ConnectedTelescope();
         machine.AdvanceTime(8'000);
     }
+    /// Presses the button, and chooses another place in the window that asks.
+    void PressParkAndChoose(
+        std::int32_t place, const std::function<void()>& whileAsked = [] {}) {
+        frmAskPark& form = driver->windows.askPark;
+        form.Attach(view_);
+        const When shown(
+            machine.pump, [&] { return form.Visible(); },
+            [&] {
+                whileAsked();
+                form.cbxAskParkTo.ListIndex(place);
+                form.btnOK.FireClick();
+            });
+        driver->handBox.btnPark.FireClick();
+        form.Detach(view_);
+        EXPECT_TRUE(shown.Happened());
+    }
+
+private:
+    ParkWatcher view_;
 };
 
 TEST_F(ParkMemoryTest, ARestart_KnowsThePark) {
@@ -351,18 +370,7 @@ TEST_F(ParkMemoryTest, TheButton_TakesAParkedMountElsewhere) {
     telescope->Park();
     machine.AdvanceTime(5'000);
     ASSERT_TRUE(telescope->AtPark());
-    frmAskPark& form = driver->windows.askPark;
-    ParkWatcher view;
-    form.Attach(view);
-    const When shown(
-        machine.pump, [&] { return form.Visible(); },
-        [&] {
-            form.cbxAskParkTo.ListIndex(4);
-            form.btnOK.FireClick();
-        });
-    driver->handBox.btnPark.FireClick();
-    form.Detach(view);
-    EXPECT_TRUE(shown.Happened());
+    PressParkAndChoose(4);
     EXPECT_FALSE(telescope->AtPark());
     EXPECT_TRUE(WaitForParkEnd());
     machine.AdvanceTime(5'000);
@@ -373,19 +381,10 @@ TEST_F(ParkMemoryTest, TheButton_TakesAParkedMountElsewhere) {
 
 TEST_F(ParkMemoryTest, TheButton_AsksWhere_AndParksThere) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
-    frmAskPark& form = driver->windows.askPark;
-    ParkWatcher view;
-    form.Attach(view);
-    const When shown(
-        machine.pump, [&] { return form.Visible(); },
-        [&] {
-            EXPECT_FALSE(driver->handBox.btnPark.Enabled());
-            EXPECT_FALSE(driver->handBox.btnUNPARK.Enabled());
-            form.cbxAskParkTo.ListIndex(4);
-            form.btnOK.FireClick();
-        });
-    driver->handBox.btnPark.FireClick();
-    form.Detach(view);
+    PressParkAndChoose(4, [&] {
+        EXPECT_FALSE(driver->handBox.btnPark.Enabled());
+        EXPECT_FALSE(driver->handBox.btnUNPARK.Enabled());
+    });
     EXPECT_TRUE(driver->handBox.btnPark.Enabled());
     EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
     EXPECT_TRUE(Logged("ParkMount,4")) << "by the verb";
