@@ -119,7 +119,18 @@ TEST_P(SlewRoadTest, AbortAtAnyMoment_IsTheLastWord) {
 
 INSTANTIATE_TEST_SUITE_P(Families, SlewRoadTest, testing::Values("VKC4-P02-08", "VKC5-P03-01", "E3", "D", "S"));
 
-class SlewTest : public DriverFixture {};
+class SlewTest : public DriverFixture {
+protected:
+    void ExpectEndWithinAMinute(Telescope& telescope) {
+        int seconds = 0;
+        while (telescope.Slewing() && seconds < 60) {
+            machine.AdvanceTime(1'000);
+            ++seconds;
+        }
+        EXPECT_LT(seconds, 60);
+        EXPECT_FALSE(mount->Picture().slewing);
+    }
+};
 
 TEST_F(SlewTest, WithoutTracking_IsTheWrongTrackingState_UnlessTrackingComesByItself) {
     const TelescopeObject telescope = ConnectedTelescope();
@@ -311,13 +322,7 @@ TEST_F(SlewTest, StatusTextThatIsCutInMidSlew_LeavesTheEndToTheDistance) {
     EXPECT_FALSE(driver->state.g_bGosActive);
     EXPECT_TRUE(telescope->Slewing());
     EXPECT_TRUE(mount->Picture().slewing);
-    int seconds = 0;
-    while (telescope->Slewing() && seconds < 60) {
-        machine.AdvanceTime(1'000);
-        ++seconds;
-    }
-    EXPECT_LT(seconds, 60);
-    EXPECT_FALSE(mount->Picture().slewing);
+    ExpectEndWithinAMinute(*telescope);
     EXPECT_TRUE(Logged("Slew Target Distance="));
 }
 
@@ -326,13 +331,7 @@ TEST_F(SlewTest, StatusTextThatIsRefused_LeavesTheEndToTheDistance) {
     telescope->SlewToCoordinatesAsync(telescope->SiderealTime(), 0.0);
     machine.AdvanceTime(1'000);
     mount->Add(std::make_unique<Replies>("GOS", "03:06:03.17#"));
-    int seconds = 0;
-    while (telescope->Slewing() && seconds < 60) {
-        machine.AdvanceTime(1'000);
-        ++seconds;
-    }
-    EXPECT_LT(seconds, 60);
-    EXPECT_FALSE(mount->Picture().slewing);
+    ExpectEndWithinAMinute(*telescope);
     EXPECT_NEAR(mount->Picture().declination, 0.0, 0.01);
     EXPECT_TRUE(Logged("Slew Target Distance="));
 }
