@@ -143,6 +143,8 @@ TEST_P(EastFirstTest, ACallAheadOfTheMove_KeepsItFromBeginning) {
             }
             ExpectCancelled(std::string(row.name) != "tracking off");
             EXPECT_EQ(TimesSent("MS"), 0);
+            // A poll that the call has kept from asking has heard no silence.
+            EXPECT_FALSE(Logged("The mount may not have heard a stop"));
             EndTheDriver();
             if (wasMoving) {
                 break;
