@@ -20,13 +20,14 @@ void StopDoor::LogOvertaken(std::string_view member) {
 
 /// Step by step only where a tick may come: cached reads run in both.
 void StopDoor::PauseForTicks(std::int32_t milliseconds) {
+    if (pausesForTicks_) {
+        return;
+    }
     if (!pulseEnd_) {
         waits_.WaitForMilliseconds(milliseconds);
         return;
     }
-    if (std::exchange(pausesForTicks_, true)) {
-        return;
-    }
+    pausesForTicks_ = true;
     const Tick begin = waits_.GetTickCount();
     LetPromptTicksIn();
     while (waits_.GetTickCount() - begin < milliseconds) {

@@ -309,7 +309,9 @@ void GuidePulses::EndItself(const DirectionRow& row) {
     Forget(row);
 }
 
+/// Its pause lets ticks in: that of the same pulse must not end it once more.
 void GuidePulses::SendEnd(const DirectionRow& row) {
+    PulseOf(row).endTimer->SetEnabled(false);
     const SendingItself own(*this);
     Sequence(needs_.commands(), needs_.door, procedure::GuidePulseEnd).CommandBlindInternal(row.stop);
     NoteEndSent(row);

@@ -286,6 +286,16 @@ TEST_F(PulseEndTest, TheEndOfAnAxis_LeavesThePulseOfTheOtherAxis) {
     EXPECT_EQ(Flags(), "");
 }
 
+TEST_F(PulseEndTest, APulseThatIsDueWhileItIsEnded_IsEndedOnce) {
+    ConnectTo(kUntimed, {{"chkSynchronousPulseGuide", "1"}});
+    Begin();
+    GuideAt(0, 0, 500);
+    StopAt(515, [&] { telescope->MoveAxis(1, 0.0); });
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(Wire().starts_with("0:RG2 20:Mn 515:Qn 525:RD0.00000")) << Wire();
+    EXPECT_EQ(Flags(), "");
+}
+
 struct ProcessEndRow {
     bool bySignal;
     bool synchronous;
