@@ -80,6 +80,11 @@ void WatchedAction::Show() {
     }
 }
 
+void WatchedAction::Show(double fraction, const std::string& words) {
+    hasOwnWords_ = true;
+    ShowAt(SecondsPassed(), fraction, words);
+}
+
 void WatchedAction::ShowAt(double now, double fraction, const std::string& words) {
     if (!session_.arguments.json) {
         progress_.Show(fraction, words, now);

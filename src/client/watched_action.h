@@ -35,7 +35,7 @@ public:
     /// Shows how long the action has taken.
     void Show();
     /// Shows words of its own, from now on in place of the others; `fraction` as in `Progress`.
-    void Show(double fraction, const std::string& words) { ShowAt(SecondsPassed(), fraction, words); }
+    void Show(double fraction, const std::string& words);
     /// The same, even if the last line was shown just now.
     void ShowLast(double fraction, const std::string& words) { ShowAt(SecondsPassed() + 1000.0, fraction, words); }
 

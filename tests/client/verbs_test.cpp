@@ -195,6 +195,33 @@ TEST(ClientVerbs, WhoseAnswerStaysAwayAfterTheStop_AreStoppedAgain) {
     EXPECT_TRUE(out.str().ends_with("interrupted; the pulse was stopped\n")) << out.str();
 }
 
+TEST(ClientVerbs, Slew_WhileAReadIsAwaited_KeepsTheWordsOfItsWay) {
+    FakeTelescope telescope;
+    Gate waited;
+    std::atomic<bool> isHeld = false;
+    std::atomic<int> reads = 0;
+    FakeAlpacaServer server([&](const Request& request) {
+        if (MemberOf(request) == "declination" && ++reads == 3) {  // the first ones are before the slew and on its way
+            isHeld = true;
+            EXPECT_TRUE(waited.Pass());
+        }
+        return telescope(request);
+    });
+    std::ostringstream out;
+    double now = 0.0;
+    const auto interrupted = [&] {
+        if (isHeld) {
+            waited.Open();
+        }
+        return false;
+    };
+    RunClient(Words{"slew", "5:30", "10", "--wait", "--port", std::to_string(server.Port())},
+              {out, out, false, [&] { return now += 5.0; }, [](double) {}, [] {}, interrupted});
+    EXPECT_TRUE(isHeld);
+    EXPECT_NE(out.str().find("degrees to go"), std::string::npos) << out.str();
+    EXPECT_EQ(out.str().find("slewing for"), std::string::npos) << out.str();
+}
+
 TEST(ClientVerbs, WhoseStopTheDeviceRefuses_SaySo) {
     FakeTelescope telescope;
     telescope.looks = 1'000;
