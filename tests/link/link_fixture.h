@@ -29,9 +29,11 @@ namespace kestrane {
 /// such as "CommandString GR", "CommandBool raw :MS#", "Receive", "Connected True". Where a script names a result, a
 /// silence or a log line, it must name all of that kind.
 class LinkFixture : public testing::Test {
+public:
+    ~LinkFixture() override;
+
 protected:
     LinkFixture();
-    ~LinkFixture() override;
     void TearDown() override;
 
     void Play(std::string_view script);

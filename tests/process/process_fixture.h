@@ -22,9 +22,11 @@ inline constexpr Seconds kPatience{20.0};
 /// The whole system in a data folder of its own: a simulated mount on COM1 and the activator at a free port, each
 /// started by the test that needs it.
 class ProcessFixture : public testing::Test {
+public:
+    ~ProcessFixture() override;
+
 protected:
     ProcessFixture();
-    ~ProcessFixture() override;
 
     /// How long objects live without their client; for drivers started from now on.
     static void Leases(double idleSeconds, double connectedSeconds);

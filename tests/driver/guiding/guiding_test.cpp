@@ -90,7 +90,7 @@ TEST_F(PulseTest, LogLines) {
     ConnectTo(kLongTimed);
     const std::array<std::string, 4> names{"North", "South", "East", "West"};
     for (std::int32_t direction = 0; direction < 4; ++direction) {
-        const std::string name = names[static_cast<std::size_t>(direction)];
+        const std::string& name = names[static_cast<std::size_t>(direction)];
         log.clear();
         telescope->PulseGuide(direction, 200);
         machine.AdvanceTime(1'000);
