@@ -289,7 +289,7 @@ TEST_P(EastFirstTest, WhatTakesTheMount_StopsTheMove_AndGoesOn) {
     Tape().Clear();
     telescope->Park();
     EXPECT_EQ(Sent().substr(0, 10), "RC2 Me Q Q");
-    EXPECT_EQ(Sent().find("Q", 10), std::string::npos) << Sent();
+    EXPECT_EQ(Sent().find('Q', 10), std::string::npos) << Sent();
     EXPECT_TRUE(WaitForEnd());
     machine.AdvanceTime(5'000);
     EXPECT_NEAR(mount->Picture().declination, 30.0, 0.05);
