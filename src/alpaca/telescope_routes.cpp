@@ -75,7 +75,7 @@ constexpr StopForm kTrackingStops{[](const Arguments& arguments) { return !argum
                                   [](const Arguments&) { return std::int32_t{0}; }};
 /// Of a call without a text: the member that parks.
 ParkText ParkTextOf(const Arguments& arguments) {
-    return arguments.IsEmpty() ? ParkText::Begins : Telescope::ParkTextOf(arguments.Text(0), arguments.Boolean(1));
+    return arguments.IsEmpty() ? ParkText::Begins : kestrane::ParkTextOf(arguments.Text(0), arguments.Boolean(1));
 }
 
 /// The driver command that cancels a park, and what begins one; other texts have nothing to do with it.

@@ -6,7 +6,6 @@
 #include "catalogue/ks_mount.h"
 #include "commands/driver_commands.h"
 #include "focuser/focus_motor.h"
-#include "focuser/focuser.h"
 #include "forms/windows.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
@@ -14,6 +13,7 @@
 #include "kernel/base/waits.h"
 #include "kernel/companion.h"
 #include "kernel/connection_manager.h"
+#include "kernel/device_objects.h"
 #include "kernel/logged_message_boxes.h"
 #include "kernel/open_motion_file.h"
 #include "kernel/startup.h"
@@ -29,7 +29,6 @@
 #include "state/poll_loop.h"
 #include "state/sequence.h"
 #include "telescope/motion/tracking_operations.h"
-#include "telescope/telescope.h"
 #include "ui/focuser_setup.h"
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
@@ -38,9 +37,6 @@
 #include "ui/rcal_sync_warning.h"
 
 namespace kestrane {
-
-/// A client's focuser object; destroying this pointer releases the object.
-using FocuserObject = std::unique_ptr<Focuser, EndsDeviceObject>;
 
 /// The whole driver of one process, put together top to bottom in the order of its members. Two of them can live in
 /// one test program. Logic thread only.

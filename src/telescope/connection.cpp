@@ -7,6 +7,7 @@
 #include "kernel/base/text.h"
 #include "settings/setting_keys.h"
 #include "telescope/mount/mount_initialization.h"
+#include "telescope/mount/rate_lists.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -77,7 +78,7 @@ void ConnectionSteps::InitializeFirstObject() {
     }
     errors.Assign(needs_.mount.mountType,
                   [&] { return static_cast<Mount_Type>(ModelNumber(driver_.persist.ReadNumber(setting::MountType))); });
-    telescope_.CreateAxisRates();
+    MakeClientRateLists(needs_);
     // Before the controller, which knows no rate type but one: what the mount told in an earlier run still holds.
     std::string rateType;
     errors.Assign(rateType, [&] { return driver_.persist.Read(setting::MountRateType); });
@@ -87,7 +88,6 @@ void ConnectionSteps::InitializeFirstObject() {
     });
     errors.Step([&] { telescope_.LoadControllerOption(); });
     ResetState();
-    telescope_.CreateTrackingRates();
     errors.Step([&] { MinimizeStatusWindowLater(); });
     errors.Step([&] { TurnLogOn(); });
     errors.Step([&] { ReadSafeSlew(); });
@@ -326,7 +326,7 @@ void ConnectionSteps::InitAfterPowerOn() {
     state_.g_bPowerOnInitDone = true;
     errors.Step([&] { MountInitialization(telescope_).InitAfterParkCheck(true, Confirmation::Offered); });
     telescope_.EnsureLongFormat(true);  // the initialization has toggled it
-    telescope_.ReadPosition();
+    core_.ReadPosition();
 }
 
 void ConnectionSteps::InitUiPanel() {

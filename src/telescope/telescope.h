@@ -2,34 +2,15 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "catalogue/client_rates.h"
-#include "platform/clock.h"
 #include "state/telescope_actions.h"
 #include "telescope/telescope_core.h"
+#include "telescope/telescope_words.h"
 
 namespace kestrane {
-
-/// Whether an operation may be asked of a parked mount.
-enum class Parked { IsAllowed, IsRefused };
-
-/// The tracking that an operation needs.
-enum class TrackingMust { BeOn, BeOff, BeEither };
-
-/// When a slew gives control back to its caller.
-enum class SlewReturns { AtOnce, OnArrival };
-
-/// A plain sync, or one that leaves the meridian logic of the mount alone.
-enum class SyncKind { Plain, Recal };
-
-/// What a client's text has to do with parks.
-enum class ParkText { Other, Begins, Cancels };
-
-/// Who asks for a slew.
-enum class SlewAsker { Client, SecondLeg };
 
 /// The telescope as clients see it, and the one class through which everything reaches the mount. Clients hold
 /// objects of it; the driver holds one more, the internal instance, for its own commands.
@@ -88,8 +69,6 @@ public:
         return exchange_.CommandStringInternal(command, raw);
     }
     void CommandBlindLight(std::string_view command) { exchange_.CommandBlindLight(command); }
-    /// The driver's own commands, through the interface that the lower floors use.
-    MountCommands& Commands() override { return exchange_; }
 
     // --- fixed properties ---------------------------------------------------------------------------------------
 
@@ -194,6 +173,9 @@ public:
     /// Keeps the direction in which the telescope points, in whole degrees, as the user's own park position. Link
     /// check; 0x8004040b, and nothing is kept, when the mount does not report where it points.
     void SetPark();
+    /// Starts a parked mount where it stands (see `Unparking`); sends nothing to one that is not parked. Raises
+    /// nothing.
+    void Unpark();
 
     // --- syncs --------------------------------------------------------------------------------------------------
 
@@ -249,12 +231,6 @@ public:
     /// largest rate, 0x80040400 for other axes. Motion check: not parked.
     void MoveAxis(std::int32_t axis, double degreesPerSecond);
 
-    // --- parking ------------------------------------------------------------------------------------------------
-
-    /// Starts a parked mount where it stands (see `Unparking`); sends nothing to one that is not parked. Raises
-    /// nothing.
-    void Unpark();
-
     // --- guiding ------------------------------------------------------------------------------------------------
 
     /// Moves one axis at the guide rate for so many milliseconds: 0 north, 1 south, 2 east, 3 west. Takes the place of
@@ -276,18 +252,23 @@ public:
     /// The check before a park: 0x80040404, and 0x80040409 when the mount is parked and that is refused.
     void check_connected_park(std::string_view operation, Parked parked);
 
+    // --- for the queries and the poll (see `TelescopeActions`) ----------------------------------------------------
+
+    MountCommands& Commands() override { return exchange_; }
+    void InitUI() override;
+    void ParseGOS(std::string_view status) override;
+    void StartSecondLeg(double rightAscension, double declination) override;
+    /// The stop pair once more, and the custom rates that it clears in the mount.
+    void StopAgain(StopForm form) override;
+    void HandleParkComplete() override;
+    /// Errors as for a read of `SiteLatitude`.
+    SiteAnswer ReadSiteLatitude() override;
+
     // --- for the driver itself ----------------------------------------------------------------------------------
 
     /// Reads the firmware version and decides from it what the mount can do. False, and nothing has changed, when a
     /// mount whose version is known does not answer.
     bool InitBasicValues();
-    /// Fills the hand box after a real connect and runs the first round of queries.
-    void InitUI() override;
-    /// Asks the mount for the latitude and keeps it; errors as for a read of `SiteLatitude`.
-    SiteAnswer ReadSiteLatitude() override;
-    /// Takes a status text apart into flags and displays.
-    void ParseGOS(std::string_view status) override;
-    void StartSecondLeg(double rightAscension, double declination) override;
     /// Parks at a position by its index of `cbxParkTo`, 0 to 6, or -1 for the one of the settings; any other is logged
     /// only. Also for a parked mount. Errors and pumps as for `Park`.
     void ParkMount(std::int16_t index);
@@ -297,11 +278,6 @@ public:
     /// A write of `Tracking` by the park itself, which does not take the mount from it. It goes out to a parked mount
     /// too, and takes it from where it is parked.
     void StopTrackingForPark();
-    /// Whether a client's text for `CommandString` is a driver command that begins a park, or that cancels one.
-    static ParkText ParkTextOf(std::string_view command, bool raw);
-    void HandleParkComplete() override;
-    /// The stop pair once more, and the custom rates that it clears in the mount.
-    void StopAgain(StopForm form) override;
     /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
     /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
     bool CheckSlewEast();
@@ -315,11 +291,6 @@ public:
     void LoadControllerOption();
     /// Switches the King correction of the mount on or off, as the user wants it.
     void SendKingCorrection();
-    /// Gives the mount the PC's time, date and zone, as the verb "InitTime" of the driver does.
-    void SyncMountTime();
-    /// What a park and an unpark begin with: the meridian delay becomes 0, in the mount too, and the mount gets the
-    /// PC's time in any case. Ends with a pause of 40 ms; does not pump. Raises what a write of `utcDate` raises.
-    void SendTimeAfresh();
     /// Parks at a position, as the verb "ParkMount" of the driver does. Raises nothing; pumps as `Park` does.
     void ParkByVerb(std::int16_t index);
     /// Unparks from a position, as the verb "UnparkMount" of the driver does.
@@ -328,9 +299,6 @@ public:
     bool EnsureLongFormat(bool wanted);
     /// The motion of this object's axes.
     const AxisMotion& Axes() const { return axes_; }
-    /// The site as the setting "Longitude" gives it: degrees, west positive from 0 to below 360. False, with `degrees`
-    /// unchanged, for a text that is no position.
-    bool LongitudeOfSettings(double& degrees);
 
     /// Sends the target to the mount and starts the slew, in one leg. A stop ends it without an error. A refusal by the
     /// mount raises 0x80040412, 0x80040413 or 0x80040414; a refused half of a horizontal target raises 0x80040418.
@@ -340,12 +308,7 @@ public:
     void SafeSlew(double rightAscension, double declination, SlewReturns returns);
     /// Finds out whether the directions of the mount are reversed, and swaps them; makes at most `attempts` attempts.
     void AutoCalibrateNSEW(std::int16_t attempts);
-    /// The same before the first slew of a connection, if the user wants it.
-    void CalibrateOnFirstSlew();
     static constexpr std::int16_t kCalibrationAttempts = 3;
-    /// Index 0 to 2 of the slew rates, 3 the custom one, -1 the one of the settings.
-    void SetSlewRate(Sequence& mount, int index);
-    static constexpr int kSlewRateOfSettings = -1;
     /// The sync with the horizontal target; 0x80040407 when half of it is missing.
     void SyncToAltAzTarget();
     /// Degrees. Sends the sync and reads the position anew; 0x80040418 as above.
@@ -358,11 +321,6 @@ public:
     void TargetAltitude(double degrees);
     /// Switches the hold of the mount; for outside use.
     void HoldMount(bool hold);
-    /// Right ascension and declination; a value that is not possible is not taken.
-    void ReadPosition();
-    /// The rate lists of the process, made once.
-    void CreateAxisRates();
-    void CreateTrackingRates();
     /// Stops the axes that this object runs and still owns, with `reason` in the log, and restores the tracking; see
     /// `AxisMotions`. Raises nothing. An axis whose stop the mount did not answer stays this object's: call again.
     void StopOwnAxes(std::string_view reason);
@@ -371,21 +329,6 @@ public:
 
 private:
     friend class TelescopeSteps;
-
-    /// The link check, and 0x80040429 for a coordinate that is too old.
-    void CheckFresh(std::optional<Tick> readAt);
 };
-
-/// Ends a device object as its class asks, then deletes it.
-struct EndsDeviceObject {
-    template <typename Device>
-    void operator()(Device* device) const {
-        device->Class_Terminate();
-        delete device;
-    }
-};
-
-/// A client's telescope object; destroying this pointer releases the object.
-using TelescopeObject = std::unique_ptr<Telescope, EndsDeviceObject>;
 
 }  // namespace kestrane

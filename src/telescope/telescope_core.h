@@ -108,6 +108,9 @@ public:
     /// nobody waits there for all that others ask: with a slow mount, that takes longer than clients wait.
     void YieldToOthers();
 
+    /// Right ascension and declination; a value that is not possible is not taken.
+    void ReadPosition();
+
     /// Why the mount may be moving now, in words for the log: a goto whose end was not seen, an axis, a guide pulse, or
     /// one of these that was stopped less than three seconds ago. Empty when none of these is known.
     std::string_view WhyMountMayMove() const;

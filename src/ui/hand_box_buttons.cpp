@@ -2,6 +2,7 @@
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "telescope/mount/mount_time.h"
 #include "ui/colours.h"
 #include "ui/hand_box_panel.h"
 
@@ -133,7 +134,7 @@ void HandBoxPanel::SyncMountTime() {
     ResumeNext errors{driver_.ledger, "btnSyncMountTime"};
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
-            telescope->SyncMountTime();
+            MountTime(*telescope).Sync();
         }
     });
 }

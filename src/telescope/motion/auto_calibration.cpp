@@ -52,17 +52,6 @@ private:
 
 }  // namespace
 
-void Telescope::CalibrateOnFirstSlew() {
-    if (state_.g_bAutoCalibrated) {
-        return;
-    }
-    if (driver_.persist.ReadNumber(setting::chkAutoCalibrateOnFirstSlew) == 1.0) {
-        AutoCalibrateNSEW(kCalibrationAttempts);
-    } else {
-        state_.g_bAutoCalibrated = true;
-    }
-}
-
 void Telescope::AutoCalibrateNSEW(std::int16_t attempts) {
     CalibrationSteps steps(*this);
     if (!steps.MountStands()) {

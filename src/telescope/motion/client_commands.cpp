@@ -52,7 +52,7 @@ void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
     }
 }
 
-ParkText Telescope::ParkTextOf(std::string_view command, bool raw) {
+ParkText ParkTextOf(std::string_view command, bool raw) {
     if (!CommandExchange::IsForDriver(command, raw)) {
         return ParkText::Other;
     }

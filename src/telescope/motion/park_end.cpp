@@ -3,6 +3,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "telescope/motion/park_geometry.h"
+#include "telescope/mount/mount_time.h"
 #include "telescope/telescope.h"
 
 /// What follows when a move of a park has ended.
@@ -85,7 +86,7 @@ bool Telescope::SetTimeOffset(double hours) {
     needs_.panel.SetMeridianDelayUI(hours);
     state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
     state_.g_bDelayTaken = false;         // that of the last time must not pass for this one
-    SyncMountTime();
+    MountTime(*this).Sync();
     state_.g_tickLastTime = driver_.clock.GetTickCount() - kTimeAskedAgainMs;
     return state_.g_bDelayTaken;
 }
@@ -147,7 +148,7 @@ void ParkEnd::Fail(std::string_view reason) {
 void ParkEnd::TakeBackDelay() {
     if (state_.g_nParkIndex == park_index::InSecondLeg && state_.g_dMeridianDelay != 0.0) {
         const SendingParkLeg sending(core_);
-        telescope_.SendTimeAfresh();
+        MountTime(telescope_).SendAfresh();
     }
 }
 

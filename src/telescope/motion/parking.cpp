@@ -6,6 +6,7 @@
 #include "telescope/motion/park_end.h"
 #include "telescope/motion/park_geometry.h"
 #include "telescope/motion/park_goto.h"
+#include "telescope/mount/mount_time.h"
 #include "telescope/telescope.h"
 
 /// The road of a park up to where the mount is on its way: from there on the supervision watches it.
@@ -145,7 +146,7 @@ void ParkSteps::EndAborted() {
 
 void ParkSteps::Prepare(Sequence& mount) {
     ResumeNext errors{driver_.ledger, "ParkMount"};
-    errors.Step([&] { telescope_.SendTimeAfresh(); });
+    errors.Step([&] { MountTime(telescope_).SendAfresh(); });
     mount.CommandClearInternal();
     mount.CommandBlindInternal(wire::Stop);
     if (!isAnotherTry_) {

@@ -1,5 +1,6 @@
 #include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
+#include "settings/site_text.h"
 #include "telescope/motion/safe_slew_path.h"
 #include "telescope/motion/slew_wait.h"
 #include "telescope/position_words.h"
@@ -50,7 +51,8 @@ bool SafeSlewSteps::ReadPositionForPlan() {
 /// shows stays as the mount told it.
 void SafeSlewSteps::ReadSideForPlan() {
     double longitude = state_.g_dSiteLongitude;
-    if (double west = 0.0; !state_.g_bLongitudeRead && telescope_.LongitudeOfSettings(west)) {
+    double west = 0.0;
+    if (!state_.g_bLongitudeRead && ParseLongitudeText(driver_.persist.Read(setting::Longitude), west, driver_.log)) {
         longitude = -west;
     }
     planLst_ = needs_.queries.PlanLst(longitude);

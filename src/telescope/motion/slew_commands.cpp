@@ -5,6 +5,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/custom_rates.h"
+#include "telescope/mount/slew_rate.h"
 #include "telescope/target_texts.h"
 #include "telescope/telescope.h"
 
@@ -64,6 +65,8 @@ public:
     void ApplySlewRateOfSettings(Sequence& mount);
 
 private:
+    void CalibrateOnFirstSlew();
+
     bool acceptanceHeard_ = false;  ///< the reply to the slew command was the one that accepts it
     bool replyIsDoubtful_ = false;  ///< that reply may belong to an earlier exchange
 };
@@ -112,7 +115,7 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
         driver_.log.LogMessage("SendSlewCommands", LogLevel::Error, "No valid Ra/Dec or Alt/Az defined");
         return kNoTarget;
     }
-    telescope_.CalibrateOnFirstSlew();
+    CalibrateOnFirstSlew();
     mount.LetStopIn();  // before the poll is held off, whose rhythm that would change
     const std::optional<std::string> reply =
         isRaDec ? SendRaDecSequence(mount) : std::optional<std::string>(SendAltAzSequence(mount));
@@ -124,6 +127,18 @@ std::int16_t SlewCommandSteps::SendTarget(Sequence& mount) {
         LogRefusal(result);
     }
     return result;
+}
+
+/// The first slew of a connection finds out whether the directions of the mount are reversed, if the user wants that.
+void SlewCommandSteps::CalibrateOnFirstSlew() {
+    if (state_.g_bAutoCalibrated) {
+        return;
+    }
+    if (driver_.persist.ReadNumber(setting::chkAutoCalibrateOnFirstSlew) == 1.0) {
+        telescope_.AutoCalibrateNSEW(Telescope::kCalibrationAttempts);
+    } else {
+        state_.g_bAutoCalibrated = true;
+    }
 }
 
 /// A part of the slew: after a stop, which puts back the custom rates, the sidereal rate must not go out any more.
@@ -214,7 +229,7 @@ void SlewCommandSteps::RaiseSlewRefusal(std::int16_t result) {
 /// A slew runs at the slew rate of the settings, if the user wants that.
 void SlewCommandSteps::ApplySlewRateOfSettings(Sequence& mount) {
     if (Trim(driver_.persist.Read(setting::chkSetSlewRate)) == "1") {
-        telescope_.SetSlewRate(mount, Telescope::kSlewRateOfSettings);
+        SlewRate(telescope_).Set(mount, SlewRate::kOfSettings);
     }
 }
 

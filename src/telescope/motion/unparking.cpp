@@ -7,6 +7,7 @@
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "telescope/motion/park_geometry.h"
+#include "telescope/mount/mount_time.h"
 
 namespace kestrane {
 namespace {
@@ -68,7 +69,7 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
     EndLogPause();
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Mount, " + std::to_string(index));
     errors.Step([&] { StopTracking(); });
-    errors.Step([&] { telescope_.SendTimeAfresh(); });
+    errors.Step([&] { MountTime(telescope_).SendAfresh(); });
     bool goesOn = false;
     errors.Assign(goesOn, [&] { return Confirm(index, confirmation); });
     if (!goesOn) {

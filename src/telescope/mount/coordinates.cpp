@@ -9,36 +9,37 @@ namespace {
 
 constexpr double kPi = 3.14159265;  // the value that clients have always had
 
-class TargetSteps : TelescopeSteps {
+class CoordinateSteps : TelescopeSteps {
 public:
     using TelescopeSteps::TelescopeSteps;
 
+    void CheckFresh(std::optional<Tick> readAt);
     double GetAltAzTarget(std::string_view name, bool isSet, double degrees);
     void SetAltAzTarget(std::string_view name, double degrees, bool inRange);
 };
 
 }  // namespace
 
-/// An old coordinate must not pass for where the mount points now.
-void Telescope::CheckFresh(std::optional<Tick> readAt) {
-    CheckConnected();
+/// The link check, and one for age: an old coordinate must not pass for where the mount points now.
+void CoordinateSteps::CheckFresh(std::optional<Tick> readAt) {
+    telescope_.CheckConnected();
     if (needs_.poll.IsStale(readAt) && needs_.link && needs_.link->Connected()) {
         throw DriverError(ErrorNumber::LostCommunications);
     }
 }
 
 double Telescope::RightAscension() {
-    CheckFresh(needs_.queries.ReadAt().ra);
+    CoordinateSteps(*this).CheckFresh(needs_.queries.ReadAt().ra);
     return LogGet("RightAscension", state_.g_dRa);
 }
 
 double Telescope::Declination() {
-    CheckFresh(needs_.queries.ReadAt().dec);
+    CoordinateSteps(*this).CheckFresh(needs_.queries.ReadAt().dec);
     return LogGet("Declination", state_.g_dDec);
 }
 
 double Telescope::Azimuth() {
-    CheckFresh(needs_.queries.ReadAt().az);
+    CoordinateSteps(*this).CheckFresh(needs_.queries.ReadAt().az);
     return LogGet("Azimuth", state_.g_dAz);
 }
 
@@ -135,37 +136,37 @@ void Telescope::TargetDeclination(double degrees) {
 }
 
 double Telescope::TargetAzimuth() {
-    TargetSteps steps(*this);
+    CoordinateSteps steps(*this);
     return steps.GetAltAzTarget("TargetAzimuth", state_.g_bTargetAzSet, state_.g_dTargetAz);
 }
 
 void Telescope::TargetAzimuth(double degrees) {
-    TargetSteps steps(*this);
+    CoordinateSteps steps(*this);
     steps.SetAltAzTarget("TargetAzimuth", degrees, degrees >= 0.0 && degrees <= 360.0);
     state_.g_dTargetAz = degrees;
     state_.g_bTargetAzSet = true;
 }
 
 double Telescope::TargetAltitude() {
-    TargetSteps steps(*this);
+    CoordinateSteps steps(*this);
     return steps.GetAltAzTarget("TargetAltitude", state_.g_bTargetAltSet, state_.g_dTargetAlt);
 }
 
 void Telescope::TargetAltitude(double degrees) {
-    TargetSteps steps(*this);
+    CoordinateSteps steps(*this);
     steps.SetAltAzTarget("TargetAltitude", degrees, degrees >= -90.0 && degrees <= 90.0);
     state_.g_dTargetAlt = degrees;
     state_.g_bTargetAltSet = true;
 }
 
-double TargetSteps::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
+double CoordinateSteps::GetAltAzTarget(std::string_view name, bool isSet, double degrees) {
     const double value = isSet ? degrees : 0.0;
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Get " + std::string(name) + " = " + PlainNumber(value));
     return value;
 }
 
 /// Checks a horizontal target; a valid one replaces an equatorial one.
-void TargetSteps::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
+void CoordinateSteps::SetAltAzTarget(std::string_view name, double degrees, bool inRange) {
     telescope_.CheckConnected();
     if (!inRange) {
         throw DriverError(ErrorNumber::OutOfRange);

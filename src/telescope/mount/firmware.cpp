@@ -215,7 +215,7 @@ void FirmwareSteps::ReadFirstPicture() {
             telescope_.ParseGOS(status);
         }
     }
-    telescope_.ReadPosition();
+    core_.ReadPosition();
     if (const auto latitude = AskSiteDegrees(mount, wire::GetLatitude, driver_.log); latitude.Read()) {
         state_.g_dSiteLatitude = latitude.degrees;
     }
@@ -234,7 +234,7 @@ void Telescope::HoldMount(bool hold) {
 }
 
 /// A position that is not possible is left to the queries, which can recover.
-void Telescope::ReadPosition() {
+void TelescopeCore::ReadPosition() {
     Sequence mount = Talk(procedure::FirstPicture);
     double value = 0.0;
     if (ParseProtocolHours(mount.CommandStringInternal(wire::GetRa), value, driver_.log) && value >= 0.0 &&

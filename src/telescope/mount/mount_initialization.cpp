@@ -4,6 +4,7 @@
 #include "settings/park_settings.h"
 #include "telescope/motion/custom_rates.h"
 #include "telescope/mount/mount_setup.h"
+#include "telescope/mount/mount_time.h"
 
 namespace kestrane {
 namespace {
@@ -74,7 +75,7 @@ void MountInitialization::Run(const InitSteps& steps, Confirmation confirmation)
         }
     };
     if (steps.time) {
-        errors.Step([&] { telescope_.SyncMountTime(); });
+        errors.Step([&] { MountTime(telescope_).Sync(); });
     }
     step(steps.site, [&](const std::string& name) { setup.SendLongLat(name); });
     step(steps.unparkFrom,

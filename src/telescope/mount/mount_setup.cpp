@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "settings/site_text.h"
+#include "telescope/mount/slew_rate.h"
 
 namespace kestrane {
 namespace {
@@ -85,7 +86,7 @@ void MountSetup::ShowPem(std::string_view text, std::int16_t state) {
 void MountSetup::SetSlewRate(int index) {
     Sequence mount = Talk(procedure::Initialization);
     ResumeNext errors{driver_.ledger, "SetSlewRate"};
-    errors.Step([&] { telescope_.SetSlewRate(mount, index); });
+    errors.Step([&] { SlewRate(telescope_).Set(mount, index); });
 }
 
 void MountSetup::SendCustomSlewRate(double multiple) {

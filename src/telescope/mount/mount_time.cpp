@@ -1,3 +1,5 @@
+#include "telescope/mount/mount_time.h"
+
 #include <cmath>
 
 #include "catalogue/wire_commands.h"
@@ -58,16 +60,16 @@ DateTime Telescope::utcDate() {
     return utc;
 }
 
-void Telescope::SyncMountTime() {
+void MountTime::Sync() {
     Talk(procedure::DriverVerb).DriverCommandInternal(kInitTimeVerb);
 }
 
-void Telescope::SendTimeAfresh() {
+void MountTime::SendAfresh() {
     if (state_.g_dMeridianDelay != 0.0) {
         needs_.panel.SetMeridianDelayUI(0.0);
         state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
     }
-    utcDate(driver_.clock.DateLocalToUTC(driver_.clock.GetLocalTime()));
+    telescope_.utcDate(driver_.clock.DateLocalToUTC(driver_.clock.GetLocalTime()));
     driver_.waits.WaitForMilliseconds(kAfterTimeMs);
 }
 

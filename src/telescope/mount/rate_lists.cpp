@@ -1,3 +1,5 @@
+#include "telescope/mount/rate_lists.h"
+
 #include "catalogue/vocabulary.h"
 #include "telescope/telescope.h"
 
@@ -23,22 +25,19 @@ std::shared_ptr<TrackingRates> RatesOfEveryController() {
 
 }  // namespace
 
-void Telescope::CreateAxisRates() {
-    ClientRateLists& lists = needs_.rateLists;
-    if (lists.primary) {
-        return;
+void MakeClientRateLists(TelescopeNeeds& needs) {
+    ClientRateLists& lists = needs.rateLists;
+    if (!lists.primary) {
+        double& fastest = needs.driver.state.g_dMaxAxisRate;
+        fastest = needs.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
+        lists.primary = std::make_shared<AxisRates>();
+        lists.secondary = std::make_shared<AxisRates>();
+        lists.tertiary = std::make_shared<AxisRates>();
+        lists.primary->Add(0.0, fastest);
+        lists.secondary->Add(0.0, fastest);
     }
-    state_.g_dMaxAxisRate = needs_.mount.Name() == "Fir VTR" ? kMaxMoveAxisRateFir : kMaxMoveAxisRate;
-    lists.primary = std::make_shared<kestrane::AxisRates>();
-    lists.secondary = std::make_shared<kestrane::AxisRates>();
-    lists.tertiary = std::make_shared<kestrane::AxisRates>();
-    lists.primary->Add(0.0, state_.g_dMaxAxisRate);
-    lists.secondary->Add(0.0, state_.g_dMaxAxisRate);
-}
-
-void Telescope::CreateTrackingRates() {
-    if (!needs_.rateLists.tracking) {
-        needs_.rateLists.tracking = RatesOfEveryController();
+    if (!lists.tracking) {
+        lists.tracking = RatesOfEveryController();
     }
 }
 

@@ -83,10 +83,6 @@ void Telescope::SiteLongitude(double degrees) {
     steps.SaveSitePosition(&Site::Longitude, setting::Longitude, text);
 }
 
-bool Telescope::LongitudeOfSettings(double& degrees) {
-    return ParseLongitudeText(driver_.persist.Read(setting::Longitude), degrees, driver_.log);
-}
-
 double Telescope::SiteElevation() {
     return LogGet("SiteElevation", state_.g_dSiteElevation);
 }

@@ -1,3 +1,5 @@
+#include "telescope/mount/mount_time.h"
+
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -33,7 +35,7 @@ protected:
         transcript.Call("Get", [&] { return DateTimeText(driver->InternalInstance().utcDate()); });
         transcript.Call("InitTime",
                         [&] { return driver->InternalInstance().CommandStringInternal("RAW,InitTime", true); });
-        transcript.Call("SendTimeAfresh", [&] { driver->InternalInstance().SendTimeAfresh(); });
+        transcript.Call("SendTimeAfresh", [&] { MountTime(driver->InternalInstance()).SendAfresh(); });
         PlayOnOpenLink(transcript);
     }
 };

@@ -114,7 +114,7 @@ TEST_F(SitePositionTest, EveryPosition_HasMinutesAndSecondsBelowSixty_AndIsHalfA
             << Setting("Latitude");
         double read = 0.0;
         telescope->SiteLongitude(degrees * 2.0);
-        ASSERT_TRUE(driver->InternalInstance().LongitudeOfSettings(read)) << Setting("Longitude");
+        ASSERT_TRUE(ParseLongitudeText(Setting("Longitude"), read, driver->log)) << Setting("Longitude");
         const double east = read > 180.0 ? 360.0 - read : -read;
         EXPECT_NEAR(std::abs(east), std::abs(degrees * 2.0), 0.5001 / 3600.0) << Setting("Longitude");
     }

@@ -1,9 +1,10 @@
+#include "telescope/mount/slew_rate.h"
+
 #include <algorithm>
 
 #include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
-#include "telescope/telescope.h"
 
 namespace kestrane {
 namespace {
@@ -26,18 +27,10 @@ bool IsPlainNumber(std::string_view text) {
     return points <= 1 && digits > 0 && static_cast<std::size_t>(points + digits) == text.size();
 }
 
-class RateSteps : TelescopeSteps {
-public:
-    using TelescopeSteps::TelescopeSteps;
-
-    void SendCustomSlewRate(Sequence& mount, std::string_view rate);
-};
-
 }  // namespace
 
-void Telescope::SetSlewRate(Sequence& mount, int index) {
-    RateSteps steps(*this);
-    if (index == kSlewRateOfSettings) {
+void SlewRate::Set(Sequence& mount, int index) {
+    if (index == kOfSettings) {
         const double stored = driver_.persist.ReadNumber(setting::cbxInitSlewRate);
         index = RoundHalfEven(std::clamp(stored, -1.0, kCustomSlewRate + 1.0));
     }
@@ -47,11 +40,11 @@ void Telescope::SetSlewRate(Sequence& mount, int index) {
         needs_.statusWindow.lblSlewRate.Text(needs_.mount.mountType == Mount_Type::FIR ? row.fir : row.others);
     } else if (index == kCustomSlewRate) {
         // A person may have typed a decimal comma.
-        steps.SendCustomSlewRate(mount, ReplaceAll(Trim(driver_.persist.Read(setting::txtCustomSlewRate)), ",", "."));
+        SendCustom(mount, ReplaceAll(Trim(driver_.persist.Read(setting::txtCustomSlewRate)), ",", "."));
     }
 }
 
-void RateSteps::SendCustomSlewRate(Sequence& mount, std::string_view rate) {
+void SlewRate::SendCustom(Sequence& mount, std::string_view rate) {
     const double value = Val_Global(rate, driver_.log);
     if (!IsPlainNumber(rate) || !(value > 0.0 && value <= kMostCustomSlewRate)) {
         driver_.log.LogMessage("SetSlewRate", LogLevel::Error,
