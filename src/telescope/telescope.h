@@ -289,8 +289,6 @@ public:
     void LoadTelescopeOptions();
     /// Reads the setting `Controller` for those who must not read settings.
     void LoadControllerOption();
-    /// Switches the King correction of the mount on or off, as the user wants it.
-    void SendKingCorrection();
     /// Parks at a position, as the verb "ParkMount" of the driver does. Raises nothing; pumps as `Park` does.
     void ParkByVerb(std::int16_t index);
     /// Unparks from a position, as the verb "UnparkMount" of the driver does.

@@ -127,11 +127,6 @@ void Telescope::TrackingRate(std::int32_t rate) {
     needs_.panel.EnableRateControls();  // until now the display showed them as for a mount that does not track
 }
 
-void Telescope::SendKingCorrection() {
-    Talk(procedure::OneSetting)
-        .CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? wire_rate::kKingOn : wire_rate::kKingOff);
-}
-
 double Telescope::RightAscensionRate() {
     TrackingSteps steps(*this);
     steps.RefuseWithoutCustomRates("RightAscensionRate");

@@ -1,10 +1,25 @@
 #include "telescope/motion/tracking_operations.h"
 
 #include "catalogue/vocabulary.h"
+#include "catalogue/wire_commands.h"
 #include "kernel/base/text.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
+namespace {
+
+class KingCorrectionSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void Send() {
+        Talk(procedure::OneSetting)
+            .CommandBlind(wire::TrackingRate, state_.g_bKingRateEnabled ? wire_rate::kKingOn : wire_rate::kKingOff);
+    }
+};
+
+}  // namespace
+
 void TrackingOperations::SetKingRateState() {
     driver_.log.LogMessage("King Rate", LogLevel::Info,
                            "King Rate Enabled: " + std::string(TrueFalse(state_.g_bKingRateEnabled)));
@@ -13,7 +28,7 @@ void TrackingOperations::SetKingRateState() {
         return;
     }
     ResumeNext errors{driver_.ledger, "SetKingRateState"};
-    errors.Step([&] { telescope->SendKingCorrection(); });
+    errors.Step([&] { KingCorrectionSteps(*telescope).Send(); });
 }
 
 void TrackingOperations::ChooseRate(std::int16_t rate) {
