@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "catalogue/client_rates.h"
@@ -124,8 +125,15 @@ public:
     Startup startup;
 
 private:
+    HandBoxPanelNeeds NeedsOfPanel();
+    QuestionWindowsNeeds NeedsOfQuestions();
+    FocuserSetupNeeds NeedsOfFocuserSetup();
+    ConnectionManagerNeeds NeedsOfConnections();
+    DriverCommandsNeeds NeedsOfCommands();
     TelescopeNeeds NeedsOfTelescope();
-    LogFileFacts FactsOfLog();
+    std::function<Telescope*()> OwnTelescope();  ///< null while there is none
+    std::function<MountCommands&()> OwnCommands();
+    std::function<bool()> LinkConnected();
     bool SlewOrParkGoesOn() const;
     bool AxisMayRun() const;
     void EndRuns();
@@ -133,7 +141,6 @@ private:
     void NoteOpenMotion(std::string_view text);
     bool SendWhatWasLeft(OpenMotion stopped);
     void StopWhatWasLeft();
-    LogLimits LimitsOfLog();
 
     std::unique_ptr<Telescope> internalInstance_;
     OpenMotion left_;  ///< by the process before this one

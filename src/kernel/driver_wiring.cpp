@@ -1,0 +1,158 @@
+#include <algorithm>
+
+#include "kernel/driver.h"
+#include "telescope/motion/east_slew.h"
+
+/// What the classes with the most surroundings need, each entry under its name: several have the same type.
+namespace kestrane {
+
+HandBoxPanelNeeds Driver::NeedsOfPanel() {
+    return HandBoxPanelNeeds{
+        .driver = essentials,
+        .messageBoxes = messageBoxes,
+        .systemInfo = platform_.systemInfo,
+        .pump = platform_.pump,
+        .processes = platform_.processes,
+        .sites = sites,
+        .mount = mount,
+        .queries = queries,
+        .rates = rates,
+        .tracking = tracking,
+        .focusMotor = focusMotor,
+        .handBox = handBox,
+        .statusWindow = statusWindow,
+        .initialSetup = initialSetup,
+        .initMount = initMount,
+        .questions = questions,
+        .askForPlainSyncs = [this] { return rcalSyncWarning.AskForPlainSyncs(); },
+        .telescope = OwnTelescope(),
+        .linkConnected = LinkConnected(),
+        .readMountSite = [this](Notice notice,
+                                AfterSilence afterSilence) { return connections.ReadMountSite(notice, afterSilence); },
+        .resetCommCounters = [this] { connections.ResetCommCounters(); },
+        .applyWindowsPriority = [this](int index) { ApplyWindowsPriority(platform_.processes, index); },
+    };
+}
+
+ConnectionManagerNeeds Driver::NeedsOfConnections() {
+    return ConnectionManagerNeeds{
+        .driver = essentials,
+        .link = link,
+        .door = door,
+        .pump = platform_.pump,
+        .queries = queries,
+        .rates = rates,
+        .systemInfo = platform_.systemInfo,
+        .applicationSettings = platform_.applicationSettings,
+        .handBox = handBox,
+        .statusWindow = statusWindow,
+        .panel = panel,
+        .companion = companion,
+        .serialPorts = platform_.serialPorts,
+        .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
+        .ensureUtil = [this] { startup.EnsureUtil(); },
+        .checkForUpdate = [] {},
+        .stopWhatWasLeft = [this] { SendWhatWasLeft(left_); },
+        .endRuns = [this] { EndRuns(); },
+        .unloadWindows = [this] { windows.UnloadAtShutdown(); },
+        .endProcess = [this] { platform_.processes.EndThisProcess(); },
+    };
+}
+
+DriverCommandsNeeds Driver::NeedsOfCommands() {
+    return DriverCommandsNeeds{
+        .driver = essentials,
+        .door = door,
+        .journal = journal,
+        .handBox = handBox,
+        .fillHandBox =
+            [this] {
+                if (!handBox.m_bFormLoaded) {
+                    panel.UpdateControls();
+                }
+            },
+        .maximize = [this] { panel.Maximize(); },
+        .minimize = [this] { panel.Minimize(); },
+        .resetErrorCounts = [this] { connections.ResetCommCounters(); },
+        .internalInstance = OwnTelescope(),
+        .enableDebugLog = [this](bool enable) { logPanel.Enable(enable); },
+        .connectFailure = [this] { return connections.ConnectFailure(); },
+        .checkMount = [this] { return connections.CheckMount(); },
+    };
+}
+
+FocuserSetupNeeds Driver::NeedsOfFocuserSetup() {
+    return FocuserSetupNeeds{
+        .driver = essentials,
+        .modal = modal,
+        .messageBoxes = messageBoxes,
+        .serialPorts = platform_.serialPorts,
+        .form = setupFocuser,
+        .linkConnected = LinkConnected(),
+        .readTimeout = [this] { return connections.ReadTimeout(); },
+        .checkConnection = [this](
+                               std::int16_t port, std::int16_t timeoutMs,
+                               std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
+    };
+}
+
+QuestionWindowsNeeds Driver::NeedsOfQuestions() {
+    return QuestionWindowsNeeds{
+        .modal = modal,
+        .persist = persist,
+        .log = log,
+        .windows = windows,
+        .eastSlewHours = [this] { return EastSlewHours(essentials); },
+        .abortSlew = [this] { panel.AbortSlew(); },
+        .clientCount =
+            [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
+    };
+}
+
+TelescopeNeeds Driver::NeedsOfTelescope() {
+    return TelescopeNeeds{
+        .driver = essentials,
+        .motion = motion,
+        .sites = sites,
+        .link = link,
+        .door = door,
+        .handBox = handBox,
+        .statusWindow = statusWindow,
+        .panel = panel,
+        .sounds = platform_.sounds,
+        .mount = mount,
+        .rateLists = rateLists,
+        .rates = rates,
+        .controller = controller,
+        .journal = journal,
+        .queries = queries,
+        .poll = poll,
+        .axisMotions = axisMotions,
+        .guidePulses = guidePulses,
+        .connections = connections,
+        .registration = startup,
+        .setKingRateState = [this] { tracking.SetKingRateState(); },
+        .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },
+        .questions = questions,
+        .offerUnpark = [this](std::int16_t index) { panel.OfferUnpark(index); },
+        .readMountSite = [this] { connections.ReadMountSite(Notice::LogOnly); },
+        .internalInstance = OwnTelescope(),
+        .noteOpenMotion = [this](std::string_view text) { NoteOpenMotion(text); },
+        .executeDriverCommand = [this](Telescope& object,
+                                       std::string_view command) { return driverCommands.Execute(object, command); },
+    };
+}
+
+std::function<Telescope*()> Driver::OwnTelescope() {
+    return [this] { return internalInstance_.get(); };
+}
+
+std::function<MountCommands&()> Driver::OwnCommands() {
+    return [this]() -> MountCommands& { return InternalInstance().Commands(); };
+}
+
+std::function<bool()> Driver::LinkConnected() {
+    return [this] { return link && link->Connected(); };
+}
+
+}  // namespace kestrane
