@@ -183,6 +183,7 @@ private:
     Sequence Talk(const CompletingProcedure& procedure);
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
+    void KeepTime(const std::string& kept, double secondsOff);
     void AskQuayForTime(const std::string& kept);
     void ShowTime(const std::string& text);
     void ResendTime();

@@ -91,14 +91,8 @@ bool MountQueries::QueryTime() {
     const double mountTime = ProtocolHours(TimeOfReply(reply), driver_.log);
     const double secondsOff = SecondsFromPcTime(mountTime);
     const std::string kept = driver_.persist.Read(setting::chkKeepMountTimeSyncedToPcTime);
-    if (needs_.door.ExpectsPulseEnd()) {
-        // Its end would wait for these exchanges, which may as well follow the next reading.
-    } else if (state_.g_bQuayLink) {
-        AskQuayForTime(kept);
-    } else if (kept == kOn && secondsOff >= kSecondsOff) {
-        driver_.log.LogMessage("QueryTime", LogLevel::Warning,
-                               "Time deviates 2 seconds or more from PC time... resending Time!");
-        ResendTime();
+    if (!needs_.door.ExpectsPulseEnd()) {  // it would wait for these exchanges, which may follow the next reading
+        KeepTime(kept, secondsOff);
     }
     state_.g_dMountTime = mountTime;
     mountTimeBase_ = readAt;
@@ -109,6 +103,17 @@ bool MountQueries::QueryTime() {
     ShowTime(reply);
     NoteAnswered();
     return true;
+}
+
+/// Brings a clock that is off back to the PC's time; `kept` is the text of the setting that wants it.
+void MountQueries::KeepTime(const std::string& kept, double secondsOff) {
+    if (state_.g_bQuayLink) {
+        AskQuayForTime(kept);
+    } else if (kept == kOn && secondsOff >= kSecondsOff) {
+        driver_.log.LogMessage("QueryTime", LogLevel::Warning,
+                               "Time deviates 2 seconds or more from PC time... resending Time!");
+        ResendTime();
+    }
 }
 
 void MountQueries::QueryMeridianDelay() {

@@ -90,50 +90,55 @@ std::span<const HandBoxPanel::OptionRow> HandBoxPanel::OptionRows() {
 // clang-format on
 
 void HandBoxPanel::WireSettings() {
-    frmHandBox& handBox = needs_.handBox;
     for (const CheckRow& row : CheckRows()) {
-        (handBox.*row.control).OnClick([this, &row] { OnCheck(row); });
+        (needs_.handBox.*row.control).OnClick([this, &row] { OnCheck(row); });
     }
     for (const TextRow& row : TextRows()) {
-        (handBox.*row.control).OnChange([this, &row] {
-            const std::string text = (needs_.handBox.*row.control).Text();
-            if (!row.good || (this->*row.good)(text)) {
-                Keep(row.key, text);
-                if (row.changed) {
-                    (this->*row.changed)();
-                }
-            }
-        });
+        (needs_.handBox.*row.control).OnChange([this, &row] { OnText(row); });
     }
     for (const ListRow& row : ListRows()) {
-        (handBox.*row.control).OnClick([this, &row] {
-            const ComboBox& box = needs_.handBox.*row.control;
-            if (box.ListIndex() >= 0) {
-                Keep(row.key, std::to_string(box.ListIndex()));
-                if (row.text) {
-                    Keep(*row.text, box.Text());
-                }
-            }
-            if (row.changed) {
-                (this->*row.changed)();
-            }
-        });
+        (needs_.handBox.*row.control).OnClick([this, &row] { OnList(row); });
     }
     for (const OptionRow& row : OptionRows()) {
-        const auto keep = [this, &row] {
-            Keep(row.key, TrueFalse((needs_.handBox.*row.whenTrue).Checked()));
-            if (row.changed) {
-                (this->*row.changed)();
-            }
-        };
-        (handBox.*row.whenTrue).OnClick(keep);
-        (handBox.*row.whenFalse).OnClick(keep);
+        const auto keep = [this, &row] { OnOption(row); };
+        (needs_.handBox.*row.whenTrue).OnClick(keep);
+        (needs_.handBox.*row.whenFalse).OnClick(keep);
     }
-    handBox.hscrReticleBrightness.OnChange([this] {
+    needs_.handBox.hscrReticleBrightness.OnChange([this] {
         const std::string value = std::to_string(needs_.handBox.hscrReticleBrightness.Value());
         needs_.handBox.lblBrightness.Text(value);
         Keep(setting::hscrReticleBrightness, value);
     });
+}
+
+void HandBoxPanel::OnText(const TextRow& row) {
+    const std::string text = (needs_.handBox.*row.control).Text();
+    if (!row.good || (this->*row.good)(text)) {
+        Keep(row.key, text);
+        if (row.changed) {
+            (this->*row.changed)();
+        }
+    }
+}
+
+void HandBoxPanel::OnList(const ListRow& row) {
+    const ComboBox& box = needs_.handBox.*row.control;
+    if (box.ListIndex() >= 0) {
+        Keep(row.key, std::to_string(box.ListIndex()));
+        if (row.text) {
+            Keep(*row.text, box.Text());
+        }
+    }
+    if (row.changed) {
+        (this->*row.changed)();
+    }
+}
+
+void HandBoxPanel::OnOption(const OptionRow& row) {
+    Keep(row.key, TrueFalse((needs_.handBox.*row.whenTrue).Checked()));
+    if (row.changed) {
+        (this->*row.changed)();
+    }
 }
 
 void HandBoxPanel::OnCheck(const CheckRow& row) {

@@ -183,6 +183,9 @@ private:
     std::int32_t StoredNumber(const SettingKey& key);
     void Keep(const SettingKey& key, std::string_view value);
     void OnCheck(const CheckRow& row);
+    void OnText(const TextRow& row);
+    void OnList(const ListRow& row);
+    void OnOption(const OptionRow& row);
     bool MayClearRcal() { return needs_.askForPlainSyncs(); }
     void EnableUserPark();
     void OnSynchronousPulseChange();

@@ -37,15 +37,21 @@ private:
         double hours = 0.0;
         double degrees = 0.0;
     };
+    /// How an answer is named in the log.
+    struct Labels {
+        std::string_view ra;
+        std::string_view dec;
+    };
     static double Apart(const Place& a, const Place& b);
 
     bool IsPierSide(const std::string& side, std::string_view complaint);
-    bool AskPlace(Sequence& mount, Place& place, std::string_view raLabel, std::string_view decLabel);
+    std::optional<Place> AskPlace(Sequence& mount, const Labels& labels);
     bool AskRa(Sequence& mount, double& hours, std::string_view label);
     bool AskDec(Sequence& mount, double& degrees, std::string_view label);
     bool StandsWhereSeen(const Place& start);
     void MakeTestMove();
     bool MayBeSwapped(Sequence& mount, const Place& start, const Place& end);
+    void Swap(bool eastWest, bool northSouth);
 
     std::optional<Place> seen_;  ///< where the mount stands, by a reading that is none of the present attempt
 };
@@ -107,12 +113,12 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         return false;
     }
     driver_.log.LogMessage(kOrigin, LogLevel::Info, "Got Starting Pier Side: " + startSide);
-    Place start;
-    if (!AskPlace(mount, start, "Got Start RA: ", "Got Start Dec: ")) {
+    const std::optional<Place> start = AskPlace(mount, {"Got Start RA: ", "Got Start Dec: "});
+    if (!start) {
         return false;
     }
     const bool startIsSure = seen_.has_value();
-    if (!StandsWhereSeen(start)) {
+    if (!StandsWhereSeen(*start)) {
         return false;
     }
     MakeTestMove();
@@ -125,15 +131,15 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         driver_.log.LogMessage(kOrigin, LogLevel::Error, "Pier Side Changed... retrying");
         return false;
     }
-    Place end;
-    if (!AskPlace(mount, end, "Got End RA: ", "Got Ending Dec: ")) {
+    const std::optional<Place> end = AskPlace(mount, {"Got End RA: ", "Got Ending Dec: "});
+    if (!end) {
         return false;
     }
-    const bool eastWest = NormalizeHourAngle(end.hours - start.hours) < 0.0;
+    const bool eastWest = NormalizeHourAngle(end->hours - start->hours) < 0.0;
     const bool northSouth =
-        startSide == pier_side::kEastText ? start.degrees < end.degrees : start.degrees > end.degrees;
+        startSide == pier_side::kEastText ? start->degrees < end->degrees : start->degrees > end->degrees;
     if (eastWest || northSouth) {
-        if (!MayBeSwapped(mount, start, end)) {
+        if (!MayBeSwapped(mount, *start, *end)) {
             return false;
         }
         if (!startIsSure) {
@@ -142,6 +148,11 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
             return false;
         }
     }
+    Swap(eastWest, northSouth);
+    return true;
+}
+
+void CalibrationSteps::Swap(bool eastWest, bool northSouth) {
     Sequence swaps = Talk(procedure::SwapDirections);
     if (eastWest) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping E/W");
@@ -151,7 +162,6 @@ bool CalibrationSteps::CalibrateOnce(Sequence& mount) {
         driver_.log.LogMessage(kOrigin, LogLevel::Info, "Swapping N/S");
         swaps.CommandBlind(wire::SwapNorthSouth);
     }
-    return true;
 }
 
 /// Degrees on the axis that is farther away.
@@ -178,11 +188,11 @@ bool CalibrationSteps::MayBeSwapped(Sequence& mount, const Place& start, const P
         driver_.log.LogMessage(kOrigin, LogLevel::Error, "The test move cannot have gone that far... retrying");
         return false;
     }
-    Place second;
-    if (!AskPlace(mount, second, "Got End RA again: ", "Got Ending Dec again: ")) {
+    const std::optional<Place> second = AskPlace(mount, {"Got End RA again: ", "Got Ending Dec again: "});
+    if (!second) {
         return false;
     }
-    if (Apart(end, second) > kSameReadingDegrees) {
+    if (Apart(end, *second) > kSameReadingDegrees) {
         driver_.log.LogMessage(kOrigin, LogLevel::Error, "Two readings differ... retrying");
         return false;
     }
@@ -213,8 +223,10 @@ bool CalibrationSteps::IsPierSide(const std::string& side, std::string_view comp
     return false;
 }
 
-bool CalibrationSteps::AskPlace(Sequence& mount, Place& place, std::string_view raLabel, std::string_view decLabel) {
-    return AskRa(mount, place.hours, raLabel) && AskDec(mount, place.degrees, decLabel);
+std::optional<CalibrationSteps::Place> CalibrationSteps::AskPlace(Sequence& mount, const Labels& labels) {
+    Place place;
+    const bool read = AskRa(mount, place.hours, labels.ra) && AskDec(mount, place.degrees, labels.dec);
+    return read ? std::optional(place) : std::nullopt;
 }
 
 bool CalibrationSteps::AskRa(Sequence& mount, double& hours, std::string_view label) {

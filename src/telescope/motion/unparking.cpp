@@ -45,25 +45,27 @@ bool Telescope::EnsureLongFormat(bool wanted) {
     return isLong(mount.CommandStringInternal(wire::GetRa));
 }
 
-bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
+/// A question that nobody could answer comes before the stop of the tracking, which nobody has confirmed either.
+bool Unparking::MayBegin(std::int16_t& index, Confirmation confirmation) {
     if (index < park_index::Current || index > park_index::DontUnpark) {
         driver_.log.LogMessage("Telescope", LogLevel::Error,
                                "Unpark Mount: there is no position " + std::to_string(index));
         return false;
     }
     state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
-    ResumeNext errors{driver_.ledger, "UnparkMount"};
     if (confirmation == Confirmation::Offered && index != park_index::Current) {
         if (index != park_index::DontUnpark) {
             needs_.offerUnpark(index);
         }
         return false;
     }
-    if (confirmation == Confirmation::AskedElseCancelled && !needs_.questions.CanAskUnpark() &&
-        !Confirm(index, confirmation)) {
-        return false;  // before the stop of the tracking, which nobody has confirmed either
-    }
-    if (!TakeMount(index)) {
+    return confirmation != Confirmation::AskedElseCancelled || needs_.questions.CanAskUnpark() ||
+           Confirm(index, confirmation);
+}
+
+bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
+    ResumeNext errors{driver_.ledger, "UnparkMount"};
+    if (!MayBegin(index, confirmation) || !TakeMount(index)) {
         return false;
     }
     EndLogPause();
@@ -87,14 +89,18 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
         needs_.panel.SetParkStatus(shownBefore, "UnParkMount 7");
         return left;
     }
+    NoteUnparked();
+    errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
+    driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Complete, " + std::to_string(index));
+    return left;
+}
+
+void Unparking::NoteUnparked() {
     needs_.motion.ParkEnds();
     needs_.motion.MountReportsParked(false);
     state_.g_tickParkSent.reset();
     state_.g_tickUnparkSent = driver_.clock.GetTickCount();  // a status text from before says nothing about it
     needs_.panel.SetParkStatus("Unparked", "UnparkMount");
-    errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
-    driver_.log.LogMessage("Telescope", LogLevel::Info, "Unpark Complete, " + std::to_string(index));
-    return left;
 }
 
 /// To a line that is closed or lost nothing goes out: the mount stays parked, and what is shown stays too.

@@ -31,6 +31,7 @@ private:
         double azimuth = 0.0;
     };
 
+    bool MayBegin(std::int16_t& index, Confirmation confirmation);
     void EndLogPause();
     void StopTracking();
     bool TakeMount(std::int16_t index);
@@ -42,6 +43,7 @@ private:
     bool SyncTo(std::int16_t index);
     void EndAxes();
     bool MayMove() const;
+    void NoteUnparked();
 };
 
 }  // namespace kestrane

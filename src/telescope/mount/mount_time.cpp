@@ -39,6 +39,10 @@ public:
     bool SendMeridianDelay(Sequence& mount);
     void SendDate(Sequence& mount, const DateTime& local);
     void SendTimeZone(Sequence& mount);
+
+private:
+    std::optional<double> AskDelay(Sequence& mount);
+    bool MayWriteDelay(Sequence& mount, double inMount);
 };
 
 }  // namespace
@@ -106,12 +110,13 @@ void Telescope::utcDate(const DateTime& utc) {
     errors.Step([&] { steps.SendTimeZone(mount); });
 }
 
+std::optional<double> TimeSteps::AskDelay(Sequence& mount) {
+    return ReadMeridianReply(mount.CommandStringInternal(wire::GetMeridianDelay), driver_.log);
+}
+
 /// Whether the mount has the delay now.
 bool TimeSteps::SendMeridianDelay(Sequence& mount) {
-    const auto ask = [&] {
-        return ReadMeridianReply(mount.CommandStringInternal(wire::GetMeridianDelay), driver_.log);
-    };
-    const std::optional<double> inMount = ask();
+    const std::optional<double> inMount = AskDelay(mount);
     if (!inMount) {
         // While the delay of the mount is not known, no other value is written over it.
         driver_.log.LogMessage("Telescope", LogLevel::Error, "The mount did not tell its Meridian Delay");
@@ -123,7 +128,21 @@ bool TimeSteps::SendMeridianDelay(Sequence& mount) {
                                "Meridian Delay matches currently set value - no need to change!");
         return true;
     }
-    if (ask() != inMount) {
+    if (!MayWriteDelay(mount, *inMount)) {
+        return false;
+    }
+    const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
+    if (!mount.CommandBoolInternal(wire::SetMeridianDelay, delay)) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "The Meridian Delay was rejected by the KS mount: " + delay);
+        return false;
+    }
+    return true;
+}
+
+/// Whether the delay of the driver may take the place of the one in the mount.
+bool TimeSteps::MayWriteDelay(Sequence& mount, double inMount) {
+    if (AskDelay(mount) != inMount) {
         driver_.log.LogMessage("Telescope", LogLevel::Error,
                                "Two readings of the Meridian Delay differ; it is not changed.");
         return false;
@@ -131,20 +150,14 @@ bool TimeSteps::SendMeridianDelay(Sequence& mount) {
     if (!state_.g_bMeridianDelayKnown) {
         // What the driver holds was neither read from this mount nor chosen by anybody.
         driver_.log.LogMessage("Telescope", LogLevel::Warning,
-                               "The Meridian Delay of the mount is taken over: " + PlainNumber(*inMount));
-        needs_.queries.TakeOverMeridianDelay(*inMount);
+                               "The Meridian Delay of the mount is taken over: " + PlainNumber(inMount));
+        needs_.queries.TakeOverMeridianDelay(inMount);
         return false;
     }
     if (std::abs(state_.g_dMeridianDelay) > kLongestDelayHours) {
         driver_.log.LogMessage(
             "Telescope", LogLevel::Error,
             "A Meridian Delay of more than 6 hours is not sent to the mount: " + PlainNumber(state_.g_dMeridianDelay));
-        return false;
-    }
-    const std::string delay = HoursToHMS(state_.g_dMeridianDelay, ":", ":", "", 0);
-    if (!mount.CommandBoolInternal(wire::SetMeridianDelay, delay)) {
-        driver_.log.LogMessage("Telescope", LogLevel::Error,
-                               "The Meridian Delay was rejected by the KS mount: " + delay);
         return false;
     }
     return true;
