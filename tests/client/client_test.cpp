@@ -39,10 +39,8 @@ TEST(Client, EachRun_CountsItsRequestsFromANumberOfItsOwn) {
     EXPECT_NE(numbers[0], numbers[1]) << "a driver would take the second for a repeat of the first";
 }
 
-TEST(Client, Get_ShowsTheValueOfAMemberNamedInAnyCase) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"get", "SiteLatitude", "--client-id", "42"});
+TEST_F(ClientTest, Get_ShowsTheValueOfAMemberNamedInAnyCase) {
+    const Outcome outcome = Run({"get", "SiteLatitude", "--client-id", "42"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "47\n");
     std::string target = server.Requests().at(0).target;
@@ -50,10 +48,8 @@ TEST(Client, Get_ShowsTheValueOfAMemberNamedInAnyCase) {
     EXPECT_EQ(target, "/api/v1/telescope/0/sitelatitude?ClientID=42&ClientTransactionID=");
 }
 
-TEST(Client, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"put", "CommandString", "Command=a b&c", "Raw=True", "--client-id", "0"});
+TEST_F(ClientTest, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
+    const Outcome outcome = Run({"put", "CommandString", "Command=a b&c", "Raw=True", "--client-id", "0"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "reply\n");
     std::string body = server.Requests().at(0).body;
@@ -61,28 +57,22 @@ TEST(Client, Put_SendsTheValuesAsAFormWithNamesAsWritten) {
     EXPECT_EQ(body, "Command=a%20b%26c&Raw=True&ClientID=0&ClientTransactionID=");
 }
 
-TEST(Client, ADevicesErrorIsExitOneWithItsWordsAndNumber) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"get", "aperture"});
+TEST_F(ClientTest, ADevicesErrorIsExitOneWithItsWordsAndNumber) {
+    const Outcome outcome = Run({"get", "aperture"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.notes, "kestrane-client: aperture is not implemented (0x400)\n");
 }
 
-TEST(Client, InJsonAnErrorIsAnObjectToo) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"get", "aperture", "--json"});
+TEST_F(ClientTest, InJsonAnErrorIsAnObjectToo) {
+    const Outcome outcome = Run({"get", "aperture", "--json"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_EQ(outcome.out, "{\"ErrorNumber\":1024,\"ErrorMessage\":\"aperture is not implemented\"}\n");
     EXPECT_EQ(outcome.notes, "");
 }
 
-TEST(Client, ARefusedRequestIsExitOneWithTheServersLine) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"get", "slewing", "--device", "3"});
+TEST_F(ClientTest, ARefusedRequestIsExitOneWithTheServersLine) {
+    const Outcome outcome = Run({"get", "slewing", "--device", "3"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("status 400: no such device"), std::string::npos) << outcome.notes;
 }
@@ -130,10 +120,8 @@ TEST(Client, AValueOfAnotherKindIsExitOneWithoutACrash) {
     EXPECT_EQ(RunAt(server, {"park"}).code, ExitCode::DeviceError);
 }
 
-TEST(Client, Status_PassesOverWhatTheDeviceDoesNotGive) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"status"});
+TEST_F(ClientTest, Status_PassesOverWhatTheDeviceDoesNotGive) {
+    const Outcome outcome = Run({"status"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_NE(outcome.out.find("declination         +90:00:00\n"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("interface version   -\n"), std::string::npos) << outcome.out;
@@ -141,26 +129,20 @@ TEST(Client, Status_PassesOverWhatTheDeviceDoesNotGive) {
     EXPECT_NE(outcome.out.find("sidereal time       18:36:00.0\n"), std::string::npos) << outcome.out;
 }
 
-TEST(Client, Status_InJsonHasNullForWhatIsNotGiven) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const auto object = boost::json::parse(RunAt(server, {"status", "--json"}).out).as_object();
+TEST_F(ClientTest, Status_InJsonHasNullForWhatIsNotGiven) {
+    const auto object = boost::json::parse(Run({"status", "--json"}).out).as_object();
     EXPECT_EQ(object.at("Declination").to_number<double>(), 90.0);
     EXPECT_TRUE(object.at("InterfaceVersion").is_null());
 }
 
-TEST(Client, Status_OfADeviceThatIsNotThereIsAnError) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"status", "--device", "9"});
+TEST_F(ClientTest, Status_OfADeviceThatIsNotThereIsAnError) {
+    const Outcome outcome = Run({"status", "--device", "9"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("there is no telescope 9"), std::string::npos) << outcome.notes;
 }
 
-TEST(Client, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+TEST_F(ClientTest, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
+    const Outcome outcome = Run({"slew", "5:30", "10", "--wait"});
     EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
     EXPECT_EQ(outcome.out, "arrived at RA 05:30:00.0  Dec +10:00:00\n");
     EXPECT_NE(outcome.notes.find("slewing to RA 05:30:00.0  Dec +10:00:00\n"), std::string::npos) << outcome.notes;
@@ -168,12 +150,10 @@ TEST(Client, SlewWithWait_ShowsTheWayAndEndsWithTheSlew) {
     EXPECT_NE(outcome.notes.find("100%  arrived\n"), std::string::npos) << outcome.notes;
 }
 
-TEST(Client, SlewWithWait_ThatGoesRound_ShowsNoDistanceThatGrows) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithWait_ThatGoesRound_ShowsNoDistanceThatGrows) {
     telescope.looks = 40;  // ten seconds, a line every two
     telescope.wayDec = [](int left) { return left > 30 ? 50.0 : left > 10 ? 89.0 : 30.0; };
-    FakeAlpacaServer server(std::ref(telescope));
-    const std::string notes = RunAt(server, {"slew", "5:30", "10", "--wait"}).notes;
+    const std::string notes = Run({"slew", "5:30", "10", "--wait"}).notes;
     const std::size_t first = notes.find("slewing, 40.0 degrees to go\n");
     const std::size_t round = notes.find("slewing, on the way round\n");
     const std::size_t last = notes.find("slewing, 20.0 degrees to go\n");
@@ -183,38 +163,30 @@ TEST(Client, SlewWithWait_ThatGoesRound_ShowsNoDistanceThatGrows) {
     EXPECT_EQ(notes.find("79.0"), std::string::npos) << notes;
 }
 
-TEST(Client, SlewWithWait_UsesOneConnection) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    RunAt(server, {"slew", "5:30", "10", "--wait"});
+TEST_F(ClientTest, SlewWithWait_UsesOneConnection) {
+    Run({"slew", "5:30", "10", "--wait"});
     EXPECT_EQ(server.Requests().back().connection, 1);
 }
 
-TEST(Client, SlewWithWait_ConnectsAndLetsGoWhereNobodyIsConnected) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithWait_ConnectsAndLetsGoWhereNobodyIsConnected) {
     telescope.isConnected = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"slew", "5:30", "10", "--wait"}).code, ExitCode::Done);
+    EXPECT_EQ(Run({"slew", "5:30", "10", "--wait"}).code, ExitCode::Done);
     const auto requests = server.Requests();
     EXPECT_EQ(requests.at(1).body.substr(0, 14), "Connected=True");
     EXPECT_EQ(requests.back().body.substr(0, 15), "Connected=False");
 }
 
-TEST(Client, SlewWithWait_ThatEndsElsewhereIsAnError) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithWait_ThatEndsElsewhereIsAnError) {
     telescope.reachesDec = 40.0;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+    const Outcome outcome = Run({"slew", "5:30", "10", "--wait"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("the slew ended 30.0 degrees from its target"), std::string::npos) << outcome.notes;
     EXPECT_EQ(outcome.notes.find("100%"), std::string::npos) << outcome.notes;
 }
 
-TEST(Client, SlewWithWait_ThatIsInterruptedStopsTheTelescope) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithWait_ThatIsInterruptedStopsTheTelescope) {
     telescope.isConnected = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunHere({"slew", "5:30", "10", "--wait", "--port", std::to_string(server.Port())}, 0.5);
+    const Outcome outcome = Run({"slew", "5:30", "10", "--wait"}, 0.5);
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("the slew was stopped"), std::string::npos) << outcome.notes;
     const auto calls = Calls(server);
@@ -222,11 +194,9 @@ TEST(Client, SlewWithWait_ThatIsInterruptedStopsTheTelescope) {
     EXPECT_EQ(calls.back(), "PUT connected");
 }
 
-TEST(Client, SlewWithoutWait_StaysConnected) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithoutWait_StaysConnected) {
     telescope.isConnected = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "5:30", "10"});
+    const Outcome outcome = Run({"slew", "5:30", "10"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(outcome.out, "slew started; the client stays connected\n");
     const std::vector<std::string> calls = Calls(server);
@@ -235,116 +205,90 @@ TEST(Client, SlewWithoutWait_StaysConnected) {
     EXPECT_EQ(calls.back(), "GET slewing");  // one look whether it began
 }
 
-TEST(Client, SlewWithoutWait_ThatDoesNotBeginIsAnError) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithoutWait_ThatDoesNotBeginIsAnError) {
     telescope.slews = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "5:30", "10"});
+    const Outcome outcome = Run({"slew", "5:30", "10"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_EQ(outcome.out, "");
     EXPECT_NE(outcome.notes.find("the device did not slew"), std::string::npos) << outcome.notes;
 }
 
-TEST(Client, SlewWithoutWait_ThatHasArrivedAtOnceIsNone) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, SlewWithoutWait_ThatHasArrivedAtOnceIsNone) {
     telescope.slews = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"slew", "5:30", "90"}).out, "slew started\n");  // where it stands
+    EXPECT_EQ(Run({"slew", "5:30", "90"}).out, "slew started\n");  // where it stands
 }
 
-TEST(Client, Slew_ThatTheDeviceRefusesTellsWhy) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, Slew_ThatTheDeviceRefusesTellsWhy) {
     telescope.slewAnswer = FakeAlpacaServer::Error(0x412, "below the horizon");
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "5:30", "10", "--wait"});
+    const Outcome outcome = Run({"slew", "5:30", "10", "--wait"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     EXPECT_NE(outcome.notes.find("below the horizon (0x412)"), std::string::npos) << outcome.notes;
 }
 
-TEST(Client, Slew_ChecksItsWordsBeforeItAsksAnything) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"slew", "25", "10"}).code, ExitCode::Usage);
-    EXPECT_EQ(RunAt(server, {"slew", "5", "100"}).code, ExitCode::Usage);
-    EXPECT_EQ(RunAt(server, {"slew", "Nowhere"}).code, ExitCode::Usage);
+TEST_F(ClientTest, Slew_ChecksItsWordsBeforeItAsksAnything) {
+    EXPECT_EQ(Run({"slew", "25", "10"}).code, ExitCode::Usage);
+    EXPECT_EQ(Run({"slew", "5", "100"}).code, ExitCode::Usage);
+    EXPECT_EQ(Run({"slew", "Nowhere"}).code, ExitCode::Usage);
     EXPECT_TRUE(server.Requests().empty());
 }
 
-TEST(Client, SlewToAStar_SendsItsPlace) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"slew", "vega"}).code, ExitCode::Done);
-    const auto requests = server.Requests();
-    const auto slew = std::ranges::find(requests, "/api/v1/telescope/0/slewtocoordinatesasync", &Request::target);
-    ASSERT_NE(slew, requests.end());
-    EXPECT_EQ(slew->body.substr(0, 49), "RightAscension=18.61565&Declination=38.7837&Clien");
+TEST_F(ClientTest, SlewToAStar_SendsItsPlace) {
+    EXPECT_EQ(Run({"slew", "vega"}).code, ExitCode::Done);
+    EXPECT_EQ(PutTo("slewtocoordinatesasync").value_or("").substr(0, 49),
+              "RightAscension=18.61565&Declination=38.7837&Clien");
 }
 
-TEST(Client, SlewToABrightStar_ChoosesOneThatIsUp) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "--bright-star", "--json"});
+TEST_F(ClientTest, SlewToABrightStar_ChoosesOneThatIsUp) {
+    const Outcome outcome = Run({"slew", "--bright-star", "--json"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_EQ(boost::json::parse(outcome.out).at("Name").as_string(), "Arcturus");
     EXPECT_EQ(outcome.notes, "");
 }
 
-TEST(Client, Stars_TakeALatitudeGivenByHand) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"stars", "--latitude", "-47"});
+TEST_F(ClientTest, Stars_TakeALatitudeGivenByHand) {
+    const Outcome outcome = Run({"stars", "--latitude", "-47"});
     EXPECT_EQ(outcome.code, ExitCode::Done);
     EXPECT_NE(outcome.out.find("Antares"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("Peacock"), std::string::npos) << outcome.out;
     EXPECT_EQ(outcome.out.find("Capella"), std::string::npos) << outcome.out;
 }
 
-TEST(Client, Abort_StopsAtOnce) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"abort"}).out, "stopped\n");
+TEST_F(ClientTest, Abort_StopsAtOnce) {
+    EXPECT_EQ(Run({"abort"}).out, "stopped\n");
     EXPECT_EQ(Calls(server).back(), "PUT abortslew");
 }
 
-TEST(Client, Command_SendsTheTextRaw) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"command", "RAW,Version"}).out, "reply\n");
+TEST_F(ClientTest, Command_SendsTheTextRaw) {
+    EXPECT_EQ(Run({"command", "RAW,Version"}).out, "reply\n");
     EXPECT_EQ(server.Requests().back().body.substr(0, 30), "Command=RAW%2CVersion&Raw=True");
 }
 
-TEST(Client, Command_ToTheDriverNeedsNoConnection) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, Command_ToTheDriverNeedsNoConnection) {
     telescope.isConnected = false;
     telescope.hasMount = false;
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"command", "RAW,Version"}).out, "reply\n");
+    EXPECT_EQ(Run({"command", "RAW,Version"}).out, "reply\n");
     EXPECT_EQ(Calls(server), std::vector<std::string>{"PUT commandstring"});
-    EXPECT_EQ(RunAt(server, {"command", ":GR#"}).code, ExitCode::DeviceError);
+    EXPECT_EQ(Run({"command", ":GR#"}).code, ExitCode::DeviceError);
 }
 
-TEST(Client, CommandsToTheDriverOfAFocuser_GoToTheTelescope) {
-    FakeTelescope telescope;
-    telescope.isConnected = false;
+TEST_F(ClientTest, CommandsToTheDriverOfAFocuser_GoToTheTelescope) {
+    telescope.isConnected = false;  // and the server has no focuser
     telescope.driverReply = "1,5.50.03";
-    FakeAlpacaServer server(std::ref(telescope));  // it has no focuser
-    EXPECT_EQ(RunAt(server, {"command", "RAW,Version", "--type", "focuser"}).out, "1,5.50.03\n");
-    EXPECT_EQ(RunAt(server, {"log", "off", "--type", "focuser"}).out, "the log is off\n");
-    EXPECT_EQ(RunAt(server, {"command", ":FQ#", "--type", "focuser"}).code, ExitCode::DeviceError);
+    EXPECT_EQ(Run({"command", "RAW,Version", "--type", "focuser"}).out, "1,5.50.03\n");
+    EXPECT_EQ(Run({"log", "off", "--type", "focuser"}).out, "the log is off\n");
+    EXPECT_EQ(Run({"command", ":FQ#", "--type", "focuser"}).code, ExitCode::DeviceError);
 }
 
-TEST(Client, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, AConnectThatFindsNoMount_SaysWhyWhereTheDriverKnows) {
     telescope.isConnected = false;
     telescope.hasMount = false;
     telescope.driverReply = "1,COM1 (/dev/ttyUSB0): it is in use by another program";
-    FakeAlpacaServer server(std::ref(telescope));
-    EXPECT_EQ(RunAt(server, {"connect"}).notes,
+    EXPECT_EQ(Run({"connect"}).notes,
               "kestrane-client: No mount. COM1 (/dev/ttyUSB0): it is in use by another program (0x402)\n");
     telescope.driverReply = "what?";
-    EXPECT_EQ(RunAt(server, {"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
+    EXPECT_EQ(Run({"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
     telescope.answersTexts = false;
-    EXPECT_EQ(RunAt(server, {"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
+    EXPECT_EQ(Run({"connect"}).notes, "kestrane-client: No mount. (0x402)\n");
 }
 
 TEST(Client, AConnectOfAFocuserThatFindsNoMount_AsksTheTelescopeWhy) {
@@ -359,51 +303,45 @@ TEST(Client, AConnectOfAFocuserThatFindsNoMount_AsksTheTelescopeWhy) {
               "kestrane-client: No mount. COM1: no device has this number (0x402)\n");
 }
 
-TEST(Client, Log_IsTurnedOnAndOffAndShown) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, Log_IsTurnedOnAndOffAndShown) {
     telescope.isConnected = false;
-    FakeAlpacaServer server(std::ref(telescope));
     const TemporaryFolders folders;
     const std::filesystem::path file = folders.Root() / "KS.log";
     std::ofstream(file) << "one\ntwo \x1b[2J\n";
     telescope.driverReply = "1," + file.string();
-    EXPECT_EQ(RunAt(server, {"log", "on"}).out, "the log is on: " + file.string() + "\n");
+    EXPECT_EQ(Run({"log", "on"}).out, "the log is on: " + file.string() + "\n");
     EXPECT_EQ(server.Requests().at(0).body.substr(0, 32), "Command=RAW%2CSetEnableDebugLog%");
-    EXPECT_EQ(RunAt(server, {"log", "off"}).out, "the log is off\n");
-    EXPECT_EQ(RunAt(server, {"log", "show"}).out, "one\ntwo \\x1b[2J\n");
+    EXPECT_EQ(Run({"log", "off"}).out, "the log is off\n");
+    EXPECT_EQ(Run({"log", "show"}).out, "one\ntwo \\x1b[2J\n");
     telescope.driverReply = "1,";
-    EXPECT_NE(RunAt(server, {"log", "show"}).notes.find("there is no log yet"), std::string::npos);
-    EXPECT_EQ(RunAt(server, {"log", "on"}).out, "the log is on, but the driver could open no file for it\n");
-    EXPECT_EQ(RunAt(server, {"log", "loud"}).code, ExitCode::Usage);
-    EXPECT_EQ(RunAt(server, {"log"}).code, ExitCode::Usage);
+    EXPECT_NE(Run({"log", "show"}).notes.find("there is no log yet"), std::string::npos);
+    EXPECT_EQ(Run({"log", "on"}).out, "the log is on, but the driver could open no file for it\n");
+    EXPECT_EQ(Run({"log", "loud"}).code, ExitCode::Usage);
+    EXPECT_EQ(Run({"log"}).code, ExitCode::Usage);
 }
 
-TEST(Client, Status_OfAMissingDeviceIsAnErrorInJsonToo_AndNoFailureHasTheNumberZero) {
-    FakeTelescope telescope;
-    FakeAlpacaServer server(std::ref(telescope));
+TEST_F(ClientTest, Status_OfAMissingDeviceIsAnErrorInJsonToo_AndNoFailureHasTheNumberZero) {
     for (const std::vector<std::string>& words : {std::vector<std::string>{"status", "--device", "9", "--json"},
                                                   {"fly", "--json"},
                                                   {"get", "x", "--device", "9", "--json"}}) {
-        const Outcome outcome = RunAt(server, words);
+        const Outcome outcome = Run(words);
         EXPECT_NE(outcome.code, ExitCode::Done);
         EXPECT_EQ(boost::json::parse(outcome.out).at("ErrorNumber"), 0x4FF) << outcome.out;
     }
 }
 
-TEST(Client, Slew_BelowTheHorizonIsToldFirst_AndOneThatDidNotBeginAfterIt) {
-    FakeTelescope telescope;
+TEST_F(ClientTest, Slew_BelowTheHorizonIsToldFirst_AndOneThatDidNotBeginAfterIt) {
     telescope.reachesDec = 90.0;
-    FakeAlpacaServer server(std::ref(telescope));
-    const Outcome outcome = RunAt(server, {"slew", "6:36", "-60", "--wait"});
+    const Outcome outcome = Run({"slew", "6:36", "-60", "--wait"});
     EXPECT_EQ(outcome.code, ExitCode::DeviceError);
     const std::size_t below = outcome.notes.find("the target is 77.0 degrees below the horizon\n");
     EXPECT_LT(below, outcome.notes.find("slewing to")) << outcome.notes;
     EXPECT_NE(outcome.notes.find("the device did not slew"), std::string::npos) << outcome.notes;
-    EXPECT_EQ(RunAt(server, {"slew", "18:36", "40"}).notes.find("below the horizon"), std::string::npos);
-    const std::string error = RunAt(server, {"slew", "6:36", "-60", "--wait", "--json"}).out;
+    EXPECT_EQ(Run({"slew", "18:36", "40"}).notes.find("below the horizon"), std::string::npos);
+    const std::string error = Run({"slew", "6:36", "-60", "--wait", "--json"}).out;
     EXPECT_NE(error.find("; the target is 77.0 degrees below the horizon\"}"), std::string::npos) << error;
     telescope.reachesDec = -60.0;
-    const std::string good = RunAt(server, {"slew", "5:30", "-60", "--json"}).out;
+    const std::string good = Run({"slew", "5:30", "-60", "--json"}).out;
     EXPECT_NE(good.find("\"Note\":\"the target is "), std::string::npos) << good;
 }
 

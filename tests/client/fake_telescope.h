@@ -5,9 +5,12 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <gtest/gtest.h>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -220,5 +223,25 @@ inline std::vector<std::string> Puts(FakeAlpacaServer& server) {
     }
     return puts;
 }
+
+/// A client of a server with one telescope, which a test may change before or between its runs.
+class ClientTest : public testing::Test {
+protected:
+    Outcome Run(std::vector<std::string> words, double interruptedAfter = 1e9) {
+        return RunAt(server, std::move(words), interruptedAfter);
+    }
+    /// What the first PUT of a member had in its body; nothing when there was none.
+    std::optional<std::string> PutTo(std::string_view member) {
+        for (const Request& request : server.Requests()) {
+            if (request.verb == "PUT" && MemberOf(request) == member) {
+                return request.body;
+            }
+        }
+        return std::nullopt;
+    }
+
+    FakeTelescope telescope;
+    FakeAlpacaServer server{std::ref(telescope)};
+};
 
 }  // namespace kestrane::client
