@@ -40,6 +40,36 @@ protected:
     }
 };
 
+// The steps of a write of the time, as a transcript has them.
+
+const std::string kSet = "0   = Set\n";
+const std::string kDone = "*   = ->\n";
+
+std::string Exchange(const std::string& sent, const std::string& reply) {
+    return "*   > :" + sent + "#\n*   < " + reply + "\n";
+}
+std::string NoAnswerTo(const std::string& sent) {
+    return "*   > :" + sent + "#\n*   ~\n*   > #\n";
+}
+std::string Refused(const std::string& sent) {
+    return Exchange(sent, "0") + "*   > #\n";
+}
+std::string DelayIs(const std::string& delay) {
+    return Exchange("GM", delay + "#");
+}
+std::string DateSet(const std::string& date = "03/20/24") {
+    return Exchange("SC" + date, "1Updating#") + "*   < data#\n";
+}
+std::string TimeAndDate(const std::string& time = "21:05:30", const std::string& date = "03/20/24") {
+    return Exchange("SL" + time, "1") + DateSet(date);
+}
+std::string ZoneIs(const std::string& zone = "-01:00:00.0") {
+    return Exchange("GG", zone + "#");
+}
+std::string Logs(const std::string& line) {
+    return "*   L " + line + "\n";
+}
+
 TEST_F(MountTimeTest, UtcDate_GoesOutAsLocalTimeDateAndZone) {
     Play(R"(
         0   = Set
@@ -61,52 +91,18 @@ TEST_F(MountTimeTest, UtcDate_GoesOutAsLocalTimeDateAndZone) {
 
 TEST_F(MountTimeTest, DelayAndZoneThatDiffer_AreWritten) {
     ChooseDelay(1.5);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < -00:30:00#
-        *   > :GM#
-        *   < -00:30:00#
-        *   > :SM01:30:00#
-        *   < 1
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < 05:00:00.0#
-        *   > :SG-01:00:00.0#
-        *   < 1
-        *   = ->
-    )");
+    Play(kSet + DelayIs("-00:30:00") + DelayIs("-00:30:00") + Exchange("SM01:30:00", "1") + TimeAndDate() +
+         ZoneIs("05:00:00.0") + Exchange("SG-01:00:00.0", "1") + kDone);
     EXPECT_EQ(driver->state.g_dTimeZone, -1.0);
     EXPECT_EQ(driver->handBox.lblTZ.Text(), "01:00:00.0");
     EXPECT_EQ(driver->statusWindow.lblTimeZone.Text(), "01:00:00.0");
 }
 
-/// What goes out after the delay was looked at.
-constexpr std::string_view kTimeDateAndZone = R"(
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )";
-
 TEST_F(MountTimeTest, DelayThatNobodyReadOrSet_IsNotWritten_ThatOfTheMountIsTakenOver) {
     driver->state.g_dMeridianDelay = 1.5;  // of an earlier mount
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < -00:30:00#
-        *   > :GM#
-        *   < -00:30:00#
-        *   L Telescope Warning The Meridian Delay of the mount is taken over: -0.5
-    )" + std::string(kTimeDateAndZone));
+    Play(kSet + DelayIs("-00:30:00") + DelayIs("-00:30:00") +
+         Logs("Telescope Warning The Meridian Delay of the mount is taken over: -0.5") + TimeAndDate() + ZoneIs() +
+         kDone);
     EXPECT_EQ(driver->state.g_dMeridianDelay, -0.5);
     EXPECT_EQ(driver->handBox.lblMeridianDelay.Text(), "-0.5");
 }
@@ -129,24 +125,8 @@ TEST_F(MountTimeTest, SentAfresh_TheTimeGoesOutWithoutADelayToo_AndThenTheMountH
 
 TEST_F(MountTimeTest, SentAfresh_ADelayBecomesZero_AlsoOneThatNoReadingConfirmed) {
     driver->state.g_dMeridianDelay = 1.5;
-    Play(R"(
-        0   = SendTimeAfresh
-        *   L SetMeridianDelayUI Info Setting Meridian Delay: 0
-        *   > :GM#
-        *   < -01:30:00#
-        *   > :GM#
-        *   < -01:30:00#
-        *   > :SM00:00:00#
-        *   < 1
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play("0   = SendTimeAfresh\n" + Logs("SetMeridianDelayUI Info Setting Meridian Delay: 0") + DelayIs("-01:30:00") +
+         DelayIs("-01:30:00") + Exchange("SM00:00:00", "1") + TimeAndDate() + ZoneIs() + kDone);
     EXPECT_EQ(driver->state.g_dMeridianDelay, 0.0);
     EXPECT_EQ(driver->handBox.lblMeridianDelay.Text(), "");
 }
@@ -170,212 +150,76 @@ TEST_F(MountTimeTest, SentAfresh_FirmwareWithoutADelayGetsItsClockBack) {
 
 TEST_F(MountTimeTest, DelayThatASecondReadingDoesNotConfirm_ChangesNothing) {
     ChooseDelay(1.5);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < 09:30:00#
-        *   > :GM#
-        *   < 01:30:00#
-        *   L Telescope Error Two readings of the Meridian Delay differ; it is not changed.
-    )" + std::string(kTimeDateAndZone));
+    Play(kSet + DelayIs("09:30:00") + DelayIs("01:30:00") +
+         Logs("Telescope Error Two readings of the Meridian Delay differ; it is not changed.") + TimeAndDate() +
+         ZoneIs() + kDone);
     EXPECT_EQ(driver->state.g_dMeridianDelay, 1.5);
 }
 
 TEST_F(MountTimeTest, DelayBeyondSixHours_IsNotSent) {
     ChooseDelay(-6.5);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :GM#
-        *   < 00:00:00#
-        *   L Telescope Error A Meridian Delay of more than 6 hours is not sent to the mount: -6.5
-    )" + std::string(kTimeDateAndZone));
+    Play(kSet + DelayIs("00:00:00") + DelayIs("00:00:00") +
+         Logs("Telescope Error A Meridian Delay of more than 6 hours is not sent to the mount: -6.5") + TimeAndDate() +
+         ZoneIs() + kDone);
 }
 
 TEST_F(MountTimeTest, DelayThatTheMountDoesNotTell_IsNotWrittenOver) {
     ExpectSwallow("CommandString");
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   ~
-        *   > #
-        *   L Telescope Error The mount did not tell its Meridian Delay
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play(kSet + NoAnswerTo("GM") + Logs("Telescope Error The mount did not tell its Meridian Delay") + TimeAndDate() +
+         ZoneIs() + kDone);
 }
 
 TEST_F(MountTimeTest, TimeAfterASilence_IsSentAsItIsThen) {
     ExpectSwallow("CommandString");
     driver->InternalInstance().MaxSerialRetries(2);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   ~
-        *   > #
-        *   > :GM#
-        *   ~
-        *   > #
-        *   > :GM#
-        *   < +00:00:00#
-        *   > :SL21:05:32#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play(kSet + NoAnswerTo("GM") + NoAnswerTo("GM") + DelayIs("+00:00:00") + TimeAndDate("21:05:32") + ZoneIs() +
+         kDone);
 }
 
 TEST_F(MountTimeTest, EarlierFirmware_GetsTheDelayAddedToItsClock) {
     driver->state.g_bHasMeridianQuery = false;
     driver->state.g_dMeridianDelay = 1.0;
-    Play(R"(
-        0   = Set
-        *   > :SL22:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play(kSet + TimeAndDate("22:05:30") + ZoneIs() + kDone);
 }
 
 TEST_F(MountTimeTest, RefusedTime_IsLoggedAndTheDateFollows) {
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < +00:00:00#
-        *   > :SL21:05:30#
-        *   < 0
-        *   > #
-        *   L ASCOM Error The time value was rejected by the KS mount.
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play(kSet + DelayIs("+00:00:00") + Refused("SL21:05:30") +
+         Logs("ASCOM Error The time value was rejected by the KS mount.") + DateSet() + ZoneIs() + kDone);
 }
 
 TEST_F(MountTimeTest, RefusedDelay_IsLoggedAndTheTimeFollows) {
     ChooseDelay(1.5);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :SM01:30:00#
-        *   < 0
-        *   > #
-        *   L Telescope Error The Meridian Delay was rejected by the KS mount: 01:30:00
-    )" + std::string(kTimeDateAndZone));
+    Play(kSet + DelayIs("00:00:00") + DelayIs("00:00:00") + Refused("SM01:30:00") +
+         Logs("Telescope Error The Meridian Delay was rejected by the KS mount: 01:30:00") + TimeAndDate() + ZoneIs() +
+         kDone);
 }
 
 TEST_F(MountTimeTest, RefusedZone_IsLoggedAndKeepsTheOldOne) {
     driver->state.g_dTimeZone = 7.0;
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < +00:00:00#
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < 05:00:00.0#
-        *   > :SG-01:00:00.0#
-        *   < 0
-        *   > #
-        *   L Telescope Error Error setting Time Zone from 5 to -1
-        *   = ->
-    )");
+    Play(kSet + DelayIs("+00:00:00") + TimeAndDate() + ZoneIs("05:00:00.0") + Refused("SG-01:00:00.0") +
+         Logs("Telescope Error Error setting Time Zone from 5 to -1") + kDone);
     EXPECT_EQ(driver->state.g_dTimeZone, 7.0);
 }
 
 TEST_F(MountTimeTest, DelayOfAFractionBelowZero_GoesOutInWholeSeconds) {
     ChooseDelay(-1.2501);
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :SM-01:15:00#
-        *   < 1
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < nonsense#
-        *   = ->
-    )");
+    Play(kSet + DelayIs("00:00:00") + DelayIs("00:00:00") + Exchange("SM-01:15:00", "1") + TimeAndDate() +
+         ZoneIs("nonsense") + kDone);
 }
 
 TEST_F(MountTimeTest, DelayPastMidnight_TakesTheDateAlong) {
     driver->state.g_bHasMeridianQuery = false;
     driver->state.g_dMeridianDelay = 3.0;
-    Play(R"(
-        0   = Set
-        *   > :SL00:05:30#
-        *   < 1
-        *   > :SC03/21/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:03.5#
-        *   = ->
-    )");
+    Play(kSet + TimeAndDate("00:05:30", "03/21/24") + ZoneIs("-01:00:03.5") + kDone);
 }
 
 TEST_F(MountTimeTest, ZoneJustBeyondItsTolerance_IsSet) {
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < 00:00:00#
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:03.7#
-        *   > :SG-01:00:00.0#
-        *   < 1
-        *   = ->
-    )");
+    Play(kSet + DelayIs("00:00:00") + TimeAndDate() + ZoneIs("-01:00:03.7") + Exchange("SG-01:00:00.0", "1") + kDone);
 }
 
 TEST_F(MountTimeTest, OverTheNetwork_NoSecondLineIsRead) {
     driver->persist.WriteIniValue("chkIPAddress", "1");
-    Play(R"(
-        0   = Set
-        *   > :GM#
-        *   < +00:00:00#
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = ->
-    )");
+    Play(kSet + DelayIs("+00:00:00") + Exchange("SL21:05:30", "1") + Exchange("SC03/20/24", "1#") + ZoneIs() + kDone);
 }
 
 struct MidnightRow {
@@ -495,19 +339,7 @@ TEST_F(MountTimeTest, Reading_NeedsTheLink) {
 }
 
 TEST_F(MountTimeTest, InitTime_GivesTheMountTheComputersTime) {
-    Play(R"(
-        0   = InitTime
-        *   > :GM#
-        *   < +00:00:00#
-        *   > :SL21:05:30#
-        *   < 1
-        *   > :SC03/20/24#
-        *   < 1Updating#
-        *   < data#
-        *   > :GG#
-        *   < -01:00:00.0#
-        *   = -> 1
-    )");
+    Play("0   = InitTime\n" + DelayIs("+00:00:00") + TimeAndDate() + ZoneIs() + "*   = -> 1\n");
 }
 
 }  // namespace
