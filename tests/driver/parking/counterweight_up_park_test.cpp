@@ -28,6 +28,7 @@ protected:
     }
     /// Presses the button and accepts what it asks.
     void PressSetPark() {
+        pressed = mount->Picture();
         frmAskCustomParkOK& form = driver->windows.askCustomParkOK;
         form.Attach(view_);
         const When shown(
@@ -54,8 +55,22 @@ protected:
         machine.AdvanceTime(6'000);
     }
 
+    /// A place is kept with the counterweight up, and the mount has gone elsewhere since.
+    void KeepAPlaceAndGo(const SettingTexts& settings = {}, const std::string& firmware = "S") {
+        ConnectUp({2.0, 40.0, true}, settings, firmware);
+        PressSetPark();
+        GoElsewhere();
+        gotosBefore_ = TimesSent("MS");
+    }
+    /// The legs that have been sent of a park to that place.
+    int Legs() { return TimesSent("MS") - gotosBefore_; }
+    bool LegIsUnderWay(int leg) { return Legs() == leg && mount->Picture().slewing; }
+
+    MountPicture pressed;  ///< when the button was pressed last
+
 private:
     ParkWatcher view_;
+    int gotosBefore_ = 0;
 };
 
 class PlaceReachedTest : public CounterweightUpParkTest, public testing::WithParamInterface<MountPointing> {};
@@ -63,7 +78,6 @@ class PlaceReachedTest : public CounterweightUpParkTest, public testing::WithPar
 TEST_P(PlaceReachedTest, ThePlaceReachedIsThePlacePressed_OnTheSameSide) {
     const MountPointing place = GetParam();
     ConnectUp(place);
-    const MountPicture pressed = mount->Picture();
     PressSetPark();
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "1");
     GoElsewhere();
@@ -95,7 +109,6 @@ TEST_F(CounterweightUpParkTest, InTheSouth_ThePlaceReachedIsThePlacePressed) {
         SCOPED_TRACE(west ? "west" : "east");
         ConnectAt(-47.0, "S", {}, MountPointing{west ? 2.0 : -2.0, -40.0, west});
         ASSERT_TRUE(driver->state.g_bCounterweightUp);
-        const MountPicture pressed = mount->Picture();
         PressSetPark();
         telescope->SlewToCoordinates(NormalizeHours(telescope->SiderealTime() - 1.0), -20.0);
         machine.AdvanceTime(6'000);
@@ -110,7 +123,6 @@ TEST_F(CounterweightUpParkTest, InTheSouth_ThePlaceReachedIsThePlacePressed) {
 
 TEST_F(CounterweightUpParkTest, ADelayOfTheUser_DoesNotMoveThePlace) {
     ConnectUp({2.0, 40.0, true});
-    const MountPicture pressed = mount->Picture();
     PressSetPark();
     EXPECT_EQ(telescope->CommandString("RAW,SetMeridianDelay,1", true), "1");
     machine.AdvanceTime(2'000);
@@ -126,12 +138,9 @@ TEST_F(CounterweightUpParkTest, ADelayOfTheUser_DoesNotMoveThePlace) {
 TEST_F(CounterweightUpParkTest, ARestartInEitherLeg_IsNotParked_AndSendsNoSecondLeg) {
     for (const int leg : {1, 2}) {
         SCOPED_TRACE(leg);
-        ConnectUp({2.0, 40.0, true});
-        PressSetPark();
-        GoElsewhere();
-        const int gotos = TimesSent("MS");
+        KeepAPlaceAndGo();
         telescope->Park();
-        ASSERT_TRUE(RunUntil([&] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; }));
+        ASSERT_TRUE(RunUntil([&] { return LegIsUnderWay(leg); }));
         driver->EndOnRequest();
         telescope.reset();
         EndTheDriver();
@@ -140,15 +149,13 @@ TEST_F(CounterweightUpParkTest, ARestartInEitherLeg_IsNotParked_AndSendsNoSecond
         machine.AdvanceTime(90'000);
         EXPECT_FALSE(telescope->AtPark());
         EXPECT_FALSE(mount->Picture().parked);
-        EXPECT_EQ(TimesSent("MS") - gotos, leg);
+        EXPECT_EQ(Legs(), leg);
         EndTheDriver();
     }
 }
 
 TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
+    KeepAPlaceAndGo();
     Tape().Clear();
     telescope->Park();
     ExpectParked();
@@ -163,10 +170,7 @@ TEST_F(CounterweightUpParkTest, BothLegsGoOutInTheirOrder) {
 }
 
 TEST_F(CounterweightUpParkTest, ByDistance_BothLegsLeadToItToo) {
-    ConnectUp({2.0, 40.0, true}, {{"DontUseGOSForSlew", "1"}, {"DontQueryGOS", "1"}});
-    const MountPicture pressed = mount->Picture();
-    PressSetPark();
-    GoElsewhere();
+    KeepAPlaceAndGo({{"DontUseGOSForSlew", "1"}, {"DontQueryGOS", "1"}});
     telescope->Park();
     ExpectParked();
     EXPECT_NEAR(mount->Picture().hourAngle, pressed.hourAngle, 0.02);
@@ -174,14 +178,11 @@ TEST_F(CounterweightUpParkTest, ByDistance_BothLegsLeadToItToo) {
 }
 
 TEST_F(CounterweightUpParkTest, AFirstLegThatEndsShort_IsFollowedByNothing) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
-    const int gotos = TimesSent("MS");
+    KeepAPlaceAndGo();
     mount->Add(std::make_unique<Stalls>(5.0));
     telescope->Park();
     machine.AdvanceTime(90'000);
-    EXPECT_EQ(TimesSent("MS") - gotos, 1);
+    EXPECT_EQ(Legs(), 1);
     EXPECT_EQ(TimesSent("KA"), 0);
     EXPECT_TRUE(driver->state.g_bParking);
     telescope->AbortSlew();
@@ -224,10 +225,7 @@ TEST_F(CounterweightUpParkTest, WithoutTheCommandsOfADelay_TheSecondLegFollowsTh
 }
 
 TEST_F(CounterweightUpParkTest, APlaceKeptOnTheWay_IsThatOfTheNextPark) {
-    ConnectUp({2.0, 40.0, true});
-    const MountPicture pressed = mount->Picture();
-    PressSetPark();
-    GoElsewhere();
+    KeepAPlaceAndGo();
     Tape().Clear();
     telescope->Park();
     driver->persist.Write(setting::CounterWeightsUpHourAngle, "4");
@@ -258,11 +256,8 @@ TEST_F(CounterweightUpParkTest, APlaceWithoutADelayThatComesDuringTheMoveBefore_
 
 TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
     for (const bool isRefused : {true, false}) {
-        ConnectUp({2.0, 40.0, true});
-        PressSetPark();
-        GoElsewhere();
+        KeepAPlaceAndGo();
         ExpectSwallow("*");
-        const int gotos = TimesSent("MS");
         telescope->Park();
         if (isRefused) {
             mount->Add(std::make_unique<AnswersWith>("SM", "0", 9));
@@ -270,7 +265,7 @@ TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
             mount->Add(std::make_unique<DropsReply>("SM", 9));
         }
         ExpectCancelled(false);
-        EXPECT_EQ(TimesSent("MS") - gotos, 1);
+        EXPECT_EQ(Legs(), 1);
         EXPECT_TRUE(Logged("the second one could not be sent"));
         ExpectNoDelay();
         EndTheDriver();
@@ -278,14 +273,11 @@ TEST_F(CounterweightUpParkTest, WithoutItsDelay_TheSecondLegNeverFollows) {
 }
 
 TEST_F(CounterweightUpParkTest, AroundMidnight_TheSecondLegNeverFollows) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
-    const int gotos = TimesSent("MS");
+    KeepAPlaceAndGo();
     telescope->Park();
     machine.clock.SetLocalTime(DateTime{2024, 3, 5, 23, 58, 10, 0});
     ExpectCancelled(false);
-    EXPECT_EQ(TimesSent("MS") - gotos, 1);
+    EXPECT_EQ(Legs(), 1);
     ExpectNoDelay();
 }
 
@@ -331,13 +323,10 @@ protected:
 
 TEST_P(LegStopTest, EndsThePark_AndLeavesNoDelay) {
     const auto [firmware, leg, stopper] = GetParam();
-    ConnectUp({2.0, 40.0, true}, {}, firmware);
-    PressSetPark();
-    GoElsewhere();
-    const int gotos = TimesSent("MS");
+    KeepAPlaceAndGo({}, firmware);
     ParkLabel label(driver->handBox);
     const When stop(
-        machine.pump, [&, leg = leg] { return TimesSent("MS") - gotos == leg && mount->Picture().slewing; },
+        machine.pump, [&, leg = leg] { return LegIsUnderWay(leg); },
         [&] {
             Tape().Clear();
             Stop();
@@ -346,7 +335,7 @@ TEST_P(LegStopTest, EndsThePark_AndLeavesNoDelay) {
     ASSERT_TRUE(RunUntil([&] { return stop.Happened(); }));
     EXPECT_TRUE(WaitForParkEnd());
     machine.AdvanceTime(5'000);
-    EXPECT_EQ(TimesSent("MS") - gotos, leg);
+    EXPECT_EQ(Legs(), leg);
     EXPECT_EQ(TimesSent("KA"), 0);
     EXPECT_EQ(label.Times("Park Canceled"), 1);
     EXPECT_EQ(TimesLogged("Park canceled..."), 1);
@@ -374,43 +363,34 @@ INSTANTIATE_TEST_SUITE_P(Legs, LegStopTest,
                          });
 
 TEST_F(CounterweightUpParkTest, AClientThatGoesInTheSecondLegThatIsRefused_LeavesNoDelay) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
+    KeepAPlaceAndGo();
     ExpectSwallow("*");
-    const int gotos = TimesSent("MS");
     telescope->Park();
     telescope->Connected(false);
     telescope.reset();
     mount->Add(std::make_unique<AnswersWith>("MS", "1"));
     EXPECT_TRUE(WaitForParkEnd());
     machine.AdvanceTime(5'000);
-    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    EXPECT_EQ(Legs(), 2);
     EXPECT_EQ(TimesSent("KA"), 0);
     ExpectNoDelay();
 }
 
 TEST_F(CounterweightUpParkTest, ARefusedSecondLeg_LeavesNoDelay) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
+    KeepAPlaceAndGo();
     ExpectSwallow("*");
-    const int gotos = TimesSent("MS");
     telescope->Park();
-    ASSERT_EQ(TimesSent("MS") - gotos, 1);
+    ASSERT_EQ(Legs(), 1);
     mount->Add(std::make_unique<AnswersWith>("MS", "1"));
     ExpectCancelled(false);
-    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    EXPECT_EQ(Legs(), 2);
     ExpectNoDelay();
 }
 
 TEST_F(CounterweightUpParkTest, WhoTakesTheMountInTheSecondLeg_IsToldOfTheDelay) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
-    const int gotos = TimesSent("MS");
+    KeepAPlaceAndGo();
     telescope->Park();
-    ASSERT_TRUE(RunUntil([&] { return TimesSent("MS") - gotos == 2 && mount->Picture().slewing; }));
+    ASSERT_TRUE(RunUntil([&] { return LegIsUnderWay(2); }));
     EXPECT_EQ(MotionDuring([&] { telescope->Tracking(true); }), "Q RT2");
     EXPECT_TRUE(Logged("The mount keeps the meridian delay that the park has given it: -3"));
     telescope->Park();
@@ -421,10 +401,7 @@ TEST_F(CounterweightUpParkTest, WhoTakesTheMountInTheSecondLeg_IsToldOfTheDelay)
 TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_KeepsItFromBeginning) {
     for (const std::string at : {"SM", "Sr", "Sd"}) {
         SCOPED_TRACE(at);
-        ConnectUp({2.0, 40.0, true});
-        PressSetPark();
-        GoElsewhere();
-        const int gotos = TimesSent("MS");
+        KeepAPlaceAndGo();
         telescope->Park();
         bool called = false;
         mount->Add(std::make_unique<Tells>(at, [&] {
@@ -435,23 +412,20 @@ TEST_F(CounterweightUpParkTest, TrackingThatIsSwitchedOffOnTheWayToTheSecondLeg_
         }));
         machine.AdvanceTime(120'000);
         ASSERT_TRUE(called);
-        EXPECT_EQ(TimesSent("MS") - gotos, 1);
+        EXPECT_EQ(Legs(), 1);
         ExpectCancelled(false);
         EndTheDriver();
     }
 }
 
 TEST_F(CounterweightUpParkTest, AClientThatGoesInTheFirstLeg_DoesNotKeepTheSecondFromFollowing) {
-    ConnectUp({2.0, 40.0, true});
-    PressSetPark();
-    GoElsewhere();
-    const int gotos = TimesSent("MS");
+    KeepAPlaceAndGo();
     telescope->Park();
     telescope->Connected(false);
     telescope.reset();
     EXPECT_TRUE(WaitForParkEnd());
     machine.AdvanceTime(3'000);
-    EXPECT_EQ(TimesSent("MS") - gotos, 2);
+    EXPECT_EQ(Legs(), 2);
     EXPECT_TRUE(mount->Picture().parked);
 }
 
@@ -487,7 +461,6 @@ TEST_F(CounterweightUpParkTest, ThePlaceOfAVerb_EndsIt) {
 
 TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
     ConnectAt(47.0, "S", {{"CounterWeightsUpPark", "1"}}, MountPointing{2.0, 40.0, false});
-    const MountPicture pressed = mount->Picture();
     PressSetPark();
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
     EXPECT_EQ(driver->handBox.txtUserParkAlt.Text(), driver->persist.Read(setting::txtUserParkAlt));
