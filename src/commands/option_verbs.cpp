@@ -142,8 +142,8 @@ std::string SetIniValue(Verb verb, std::string_view assignment) {
         return Failure("Keyword=Value not specified");
     }
     verb.needs.driver.persist.WriteIniValue(keyword, Trim(assignment.substr(equals + 1)));
-    if (Telescope* const telescope = verb.needs.internalInstance()) {
-        telescope->LoadControllerOption();  // clients read what follows from it without a setting
+    if (verb.needs.internalInstance()) {
+        LoadControllerOption(verb.needs.driver);  // clients read what follows from it without a setting
     }
     return Done();
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <string>
 
+#include "kernel/base/conversions.h"
+
 namespace kestrane {
 namespace {
 
@@ -28,11 +30,19 @@ constexpr std::array kControllers{
 };
 // clang-format on
 
+constexpr double kFirstControllerWithRates = 2.0;
+
 bool FirmwareHasKingRate(int major, int minor) {
     return major >= 3 || (major == 2 && minor >= 8);
 }
 
 }  // namespace
+
+void LoadControllerOption(const Essentials& driver) {
+    const std::string controller = driver.persist.ReadQuietly(setting::Controller);
+    driver.state.g_bControllerTakesRates =
+        !controller.empty() && Val_Global(controller, driver.log) >= kFirstControllerWithRates;
+}
 
 void ControllerFeatures::Apply(Controller_Type controller, int major, int minor) {
     DriverState& state = driver_.state;

@@ -11,6 +11,9 @@
 
 namespace kestrane {
 
+/// Reads the setting `Controller` for those who must not read settings.
+void LoadControllerOption(const Essentials& driver);
+
 struct ControllerFeaturesNeeds {
     Essentials driver;
     KsMount& mount;

@@ -15,7 +15,6 @@ namespace {
 
 constexpr double kMillimetres = 1000.0;
 constexpr std::int32_t kStatusWindowDelayMs = 1000;
-constexpr double kFirstControllerWithRates = 2.0;
 
 double NumberOr(const std::string& text, double whenEmpty, Log& log) {
     return text.empty() ? whenEmpty : Val_Global(text, log);
@@ -86,7 +85,7 @@ void ConnectionSteps::InitializeFirstObject() {
         const std::int16_t controller = ModelNumber(driver_.persist.ReadNumber(setting::Controller));
         needs_.controller.Apply(static_cast<Controller_Type>(controller), 0, 0);
     });
-    errors.Step([&] { telescope_.LoadControllerOption(); });
+    errors.Step([&] { LoadControllerOption(driver_); });
     ResetState();
     errors.Step([&] { MinimizeStatusWindowLater(); });
     errors.Step([&] { TurnLogOn(); });
@@ -248,14 +247,8 @@ void ConnectionSteps::WaitForTimerIdle() {
     }
 }
 
-void Telescope::LoadControllerOption() {
-    const std::string controller = driver_.persist.ReadQuietly(setting::Controller);
-    state_.g_bControllerTakesRates =
-        !controller.empty() && Val_Global(controller, driver_.log) >= kFirstControllerWithRates;
-}
-
 void Telescope::LoadTelescopeOptions() {
-    LoadControllerOption();
+    LoadControllerOption(driver_);
     const auto read = [&](const SettingKey& key, double whenEmpty) {
         return NumberOr(driver_.persist.Read(key), whenEmpty, driver_.log);
     };

@@ -275,24 +275,7 @@ public:
     /// The park is to end: no exchange of it goes out any more. Sends nothing by itself; what sends the park, or the
     /// supervision, ends it then.
     void CancelPark() { needs_.motion.ParkStopAskedFor(); }
-    /// A write of `Tracking` by the park itself, which does not take the mount from it. It goes out to a parked mount
-    /// too, and takes it from where it is parked.
-    void StopTrackingForPark();
-    /// Goes east where a direct way to a park position would lead across the pole, if the user wants that. False when
-    /// the park is over: it was aborted, or somebody has taken the mount. Pumps; raises nothing.
-    bool CheckSlewEast();
-    /// Lets the counterweight down where firmware does not do that by itself. False when it stays up, or the park is
-    /// over. Pumps; raises nothing.
-    bool LeaveCounterweightUp();
-    /// Gives the mount a meridian delay, in hours, with the time. False when the mount does not have it after that.
-    bool SetTimeOffset(double hours);
     void LoadTelescopeOptions();
-    /// Reads the setting `Controller` for those who must not read settings.
-    void LoadControllerOption();
-    /// Parks at a position, as the verb "ParkMount" of the driver does. Raises nothing; pumps as `Park` does.
-    void ParkByVerb(std::int16_t index);
-    /// Unparks from a position, as the verb "UnparkMount" of the driver does.
-    void UnparkByVerb(std::int16_t index);
     /// Brings the replies of the mount into the long format, or into the short one. Whether they are long afterwards.
     bool EnsureLongFormat(bool wanted);
     /// The motion of this object's axes.

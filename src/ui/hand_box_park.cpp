@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "telescope/motion/park_verbs.h"
 #include "ui/hand_box_panel.h"
 
 namespace kestrane {
@@ -33,7 +34,7 @@ void HandBoxPanel::AskAndUnpark() {
 /// The button is disabled meanwhile, so that the position is not asked for a second time.
 void HandBoxPanel::UnparkFrom(std::int16_t index) {
     if (Telescope* const telescope = needs_.telescope()) {
-        telescope->UnparkByVerb(index);
+        ParkVerbs(*telescope).Unpark(index);
     }
 }
 

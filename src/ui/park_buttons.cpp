@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/park_geometry.h"
+#include "telescope/motion/park_verbs.h"
 
 namespace kestrane {
 namespace {
@@ -48,7 +49,7 @@ void ParkButtons::Park() {
     const std::optional<std::int16_t> index = needs_.questions.AskPark();
     Telescope* const telescope = needs_.telescope();
     if (index && telescope) {
-        telescope->ParkByVerb(*index);
+        ParkVerbs(*telescope).Park(*index);
     }
 }
 

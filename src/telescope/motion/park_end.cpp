@@ -70,7 +70,7 @@ ParkEnd::Leg ParkEnd::SendSecondLeg() {
         needs_.poll.ExpectParkAt({true, rightAscension, place.declination});
     });
     // Without its delay the mount would go there from the other side, with the counterweight swinging round.
-    if (!targetIsSet || !telescope_.SetTimeOffset(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {
+    if (!targetIsSet || !SetTimeOffset(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {
         return Leg::Refused;
     }
     driver_.waits.WaitForMilliseconds(kBeforeSecondLegMs);
@@ -78,7 +78,7 @@ ParkEnd::Leg ParkEnd::SendSecondLeg() {
     return state_.g_bSlewing ? Leg::Taken : Leg::Refused;
 }
 
-bool Telescope::SetTimeOffset(double hours) {
+bool ParkEnd::SetTimeOffset(double hours) {
     if (!IsPossibleMeridianDelay(hours)) {
         driver_.log.LogMessage(kParkEnd, LogLevel::Warning, kNoDelayForCounterweightUp);
         return false;
@@ -86,7 +86,7 @@ bool Telescope::SetTimeOffset(double hours) {
     needs_.panel.SetMeridianDelayUI(hours);
     state_.g_bMeridianDelayKnown = true;  // chosen, so that it goes out
     state_.g_bDelayTaken = false;         // that of the last time must not pass for this one
-    MountTime(*this).Sync();
+    MountTime(telescope_).Sync();
     state_.g_tickLastTime = driver_.clock.GetTickCount() - kTimeAskedAgainMs;
     return state_.g_bDelayTaken;
 }

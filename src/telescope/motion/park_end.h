@@ -22,6 +22,8 @@ public:
 
     /// What follows the first leg of a park with the counterweight up.
     void StartSecondLeg();
+    /// Gives the mount a meridian delay, in hours, with the time. False when the mount does not have it after that.
+    bool SetTimeOffset(double hours);
     /// The mount stands at its place: parks it, unless a stop gets in.
     void Finish();
     /// Somebody has stopped the park: the tracking from before is restored.

@@ -1,3 +1,5 @@
+#include "telescope/motion/park_moves.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,7 +13,7 @@
 #include "telescope/motion/park_end.h"
 #include "telescope/telescope.h"
 
-/// The moves of a park ahead of its goto. They run at a fixed rate with nobody but these loops to end them.
+/// The moves run at a fixed rate with nobody but these loops to end them.
 namespace kestrane {
 namespace {
 
@@ -86,19 +88,19 @@ private:
 
 }  // namespace
 
-bool Telescope::CheckSlewEast() {
-    ParkMoveSteps steps(*this);
+bool ParkMoves::CheckSlewEast() {
+    ParkMoveSteps steps(telescope_);
     steps.LogEastSlew();
     needs_.queries.QuerySideOfMount();
     const std::optional<double> hours = EastSlewHours(driver_);
     return !hours || steps.SlewEast(*hours);
 }
 
-bool Telescope::LeaveCounterweightUp() {
+bool ParkMoves::LeaveCounterweightUp() {
     if (state_.g_bRawRaDecSlews || state_.g_bFirmwareSafeSlew) {
         return false;
     }
-    ParkMoveSteps steps(*this);
+    ParkMoveSteps steps(telescope_);
     return steps.LetCounterweightDown();
 }
 

@@ -6,6 +6,8 @@
 #include "telescope/motion/park_end.h"
 #include "telescope/motion/park_geometry.h"
 #include "telescope/motion/park_goto.h"
+#include "telescope/motion/park_moves.h"
+#include "telescope/motion/park_tracking.h"
 #include "telescope/mount/mount_time.h"
 #include "telescope/telescope.h"
 
@@ -78,10 +80,6 @@ void Telescope::Park() {
     }
 }
 
-void Telescope::ParkByVerb(std::int16_t index) {
-    Talk(procedure::DriverVerb).DriverCommandInternal(std::string(kParkVerb) + "," + std::to_string(index));
-}
-
 void Telescope::ParkMount(std::int16_t index) {
     state_.g_bPollSuspended = false;  // a refused sync may have left the poll off the line
     CheckConnected();
@@ -92,7 +90,7 @@ void Telescope::ParkMount(std::int16_t index) {
     driver_.log.LogMessage("Telescope", LogLevel::Info, "Park started...");
     needs_.motion.ParkAskedFor();
     steps.NoteStart(index);
-    if (!CheckSlewEast()) {
+    if (!ParkMoves(*this).CheckSlewEast()) {
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Park aborted in Slew East operation");
         return;
     }
@@ -154,7 +152,7 @@ void ParkSteps::Prepare(Sequence& mount) {
     }
     needs_.motion.ParkTakesOver();
     park_ = needs_.poll.BeginPark();
-    telescope_.StopTrackingForPark();
+    ParkTracking(telescope_).Stop();
     needs_.motion.MountReportsParked(false);  // not before: a stop may have got in ahead of what takes it from its park
     core_.NoteLeavesPark();
     state_.g_bTracking = false;
@@ -201,7 +199,7 @@ bool ParkSteps::GoByDriver(std::int16_t index) {
         ParkEnd(telescope_).Fail(kNoDelayForCounterweightUp);
         return true;
     }
-    telescope_.LeaveCounterweightUp();
+    ParkMoves(telescope_).LeaveCounterweightUp();
     if (IsTaken()) {
         return true;  // the park is cancelled
     }

@@ -5,6 +5,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/custom_rates.h"
+#include "telescope/motion/park_tracking.h"
 #include "telescope/telescope.h"
 
 namespace kestrane {
@@ -58,9 +59,9 @@ void Telescope::Tracking(bool track) {
     steps.ChooseTracking(track);
 }
 
-void Telescope::StopTrackingForPark() {
-    TrackingSteps steps(*this);
-    LogSet("Tracking", TrueFalse(false));
+void ParkTracking::Stop() {
+    TrackingSteps steps(telescope_);
+    core_.LogSet("Tracking", TrueFalse(false));
     axes_.m_MoveAxisTrackingState = MoveAxisTrackingState::NotSet;
     steps.StopTracking();
     needs_.panel.EnableRateControls();

@@ -31,10 +31,6 @@ void Telescope::Unpark() {
     errors.Step([&] { driver_.persist.Write(setting::ParkStatus, "UnParked"); });
 }
 
-void Telescope::UnparkByVerb(std::int16_t index) {
-    Talk(procedure::DriverVerb).DriverCommandInternal(std::string(kUnparkVerb) + "," + std::to_string(index));
-}
-
 bool Telescope::EnsureLongFormat(bool wanted) {
     Sequence mount = Talk(procedure::Unpark);
     const auto isLong = [](std::string_view reply) { return reply.size() >= kLongRaLength; };

@@ -4,6 +4,7 @@
 
 #include "driver/parking/park_fixture.h"
 #include "simulator/misbehaviours.h"
+#include "telescope/motion/park_end.h"
 
 namespace kestrane {
 namespace {
@@ -434,7 +435,7 @@ TEST_F(CounterweightUpParkTest, ADelayThatCannotBeSent_IsNotTaken) {
     ExpectSwallow("*");
     driver->state.g_bDelayTaken = true;  // the one of an earlier time
     driver->state.g_bLostComms = true;
-    EXPECT_FALSE(driver->InternalInstance().SetTimeOffset(-3.0));
+    EXPECT_FALSE(ParkEnd(driver->InternalInstance()).SetTimeOffset(-3.0));
 }
 
 TEST_F(CounterweightUpParkTest, ThePlaceIsTheOneWhenTheButtonWasPressed) {

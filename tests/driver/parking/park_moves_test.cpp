@@ -1,3 +1,5 @@
+#include "telescope/motion/park_moves.h"
+
 #include <gtest/gtest.h>
 
 #include "driver/parking/park_fixture.h"
@@ -522,7 +524,7 @@ TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
     ConnectAt(47.0, "S", {}, MountPointing{-3.0, 40.0, true});
     driver->state.g_bCounterweightUp = true;
     ASSERT_EQ(driver->state.g_nSideOfPier, pier_side::West);
-    EXPECT_EQ(MotionDuring([&] { driver->InternalInstance().LeaveCounterweightUp(); }), "RC2");
+    EXPECT_EQ(MotionDuring([&] { ParkMoves(driver->InternalInstance()).LeaveCounterweightUp(); }), "RC2");
 }
 
 TEST_F(ParkMoveTest, TheLatitudeIsAskedForBeforeAnyMove) {
