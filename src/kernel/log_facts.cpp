@@ -6,6 +6,7 @@
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
+#include "kernel/base/text.h"
 #include "settings/setting_keys.h"
 
 namespace kestrane {
