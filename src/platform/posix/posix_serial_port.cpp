@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -11,7 +10,6 @@
 #include <utility>
 
 #include "platform/port_names.h"
-#include "platform/posix/posix_clock.h"
 
 namespace kestrane {
 namespace {
@@ -25,16 +23,6 @@ constexpr std::size_t kReadChunk = 4096;
 
 bool IsTemporary(int error) {
     return error == EAGAIN || error == EINTR;
-}
-
-/// Waits until the device can do what `events` asks for, or has a fault; false at the time limit.
-bool WaitFor(int device, short events, SteadyClock::time_point deadline) {
-    const auto left = std::max(deadline - SteadyClock::now(), SteadyClock::duration::zero());
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-    const timespec limit{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
-    pollfd descriptor{device, events, 0};
-    const int ready = ppoll(&descriptor, 1, &limit, nullptr);
-    return ready > 0 || (ready < 0 && errno == EINTR);
 }
 
 ErrorCode LockForUs(int device) {
@@ -64,7 +52,7 @@ ErrorCode SetLine(asio::serial_port& device, std::int32_t speed) {
 
 PosixSerialPort::PosixSerialPort(std::filesystem::path portFolder, std::chrono::milliseconds writeLimit,
                                  std::function<bool()> letReadsIn)
-    : portFolder_(std::move(portFolder)), writeLimit_(writeLimit), letReadsIn_(std::move(letReadsIn)) {}
+    : portFolder_(std::move(portFolder)), writeLimit_(writeLimit), wait_(std::move(letReadsIn)) {}
 
 std::filesystem::path PosixSerialPort::LinkPath() const {
     return portFolder_ / PortName(number_);
@@ -127,7 +115,7 @@ void PosixSerialPort::Write(std::string_view bytes) {
     }
     const int device = device_.native_handle();
     const auto start = SteadyClock::now();
-    if (stuck_ && !WaitFor(device, POLLOUT, start)) {
+    if (stuck_ && !WaitForDescriptor(device, POLLOUT, start)) {
         return;
     }
     stuck_ = false;
@@ -140,7 +128,7 @@ void PosixSerialPort::Write(std::string_view bytes) {
             CloseDevice();
             return;
         }
-        stuck_ = !bytes.empty() && (SteadyClock::now() >= deadline || !WaitFor(device, POLLOUT, deadline));
+        stuck_ = !bytes.empty() && (SteadyClock::now() >= deadline || !WaitForDescriptor(device, POLLOUT, deadline));
     }
 }
 
@@ -160,25 +148,11 @@ std::string PosixSerialPort::Read(std::size_t maxCount, std::int32_t timeoutMs) 
             CloseDevice();
             return {};
         }
-        if (!AwaitBytes(deadline)) {
+        // A reply whose bytes come one by one is many short waits: the first thing in each is to let reads in.
+        if (!wait_.Await(device, POLLIN, deadline)) {
             return {};
         }
     }
-}
-
-/// False at the time limit. Waits in slices, so that neither a cached read nor the end of the process waits for the
-/// mount. A reply whose bytes come one by one is many short waits: the first thing in each is to let reads in.
-bool PosixSerialPort::AwaitBytes(SteadyClock::time_point deadline) {
-    constexpr std::chrono::milliseconds kSlice{PosixClock::kReadSliceMs};
-    for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
-        if (letReadsIn_ && !letReadsIn_()) {
-            return false;
-        }
-        if (WaitFor(device_.native_handle(), POLLIN, letReadsIn_ ? std::min(deadline, now + kSlice) : deadline)) {
-            return true;
-        }
-    }
-    return false;
 }
 
 }  // namespace kestrane

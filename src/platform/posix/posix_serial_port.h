@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "platform/posix/sliced_wait.h"
 #include "platform/serial_port.h"
 
 namespace kestrane {
@@ -43,7 +44,6 @@ public:
 
 private:
     std::filesystem::path LinkPath() const;
-    bool AwaitBytes(std::chrono::steady_clock::time_point deadline);
     boost::system::error_code OpenDevice();
     void CloseDevice();
     /// Whether the device is there; first tries to open one that was gone.
@@ -51,7 +51,7 @@ private:
 
     const std::filesystem::path portFolder_;
     const std::chrono::milliseconds writeLimit_;
-    const std::function<bool()> letReadsIn_;
+    const SlicedWait wait_;
     std::int32_t number_ = 0;
     std::int32_t speed_ = 0;
     bool open_ = false;   ///< between `Open` and `Close`, whether the device is there or not

@@ -1,0 +1,342 @@
+#include "platform/posix/beast_http.h"
+
+#include <condition_variable>
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+
+#include "platform/posix/scripted_http_server.h"
+
+namespace kestrane {
+namespace {
+
+using test::ScriptedHttpServer;
+using Visit = ScriptedHttpServer::Visit;
+
+constexpr std::int32_t kShortMs = 60;
+
+/// Limits that a healthy machine never reaches.
+constexpr HttpLimits kAmple{.resolveMs = 5000, .connectMs = 5000, .sendMs = 5000, .receiveMs = 5000};
+
+HttpRequest RequestTo(const ScriptedHttpServer& server, std::int32_t receiveMs = kAmple.receiveMs) {
+    HttpRequest request;
+    request.host = "127.0.0.1:" + std::to_string(server.Port());
+    request.target = "/cmd.cgi?CMD=%3AGR%23";
+    request.limits = kAmple;
+    request.limits.receiveMs = receiveMs;
+    request.mostBodyBytes = 256;
+    return request;
+}
+
+/// A port on which nothing listens.
+std::uint16_t RefusedPort() {
+    return ScriptedHttpServer({}).Port();
+}
+
+TEST(BeastHttpTest, AGet_GoesOutWithItsTargetAndHost) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("12:34:56#"))});
+    const HttpRequest request = RequestTo(server);
+    {
+        BeastHttp http;
+        const HttpReply reply = http.Send(request);
+        EXPECT_EQ(reply.status, 200U);
+        EXPECT_EQ(reply.body, "12:34:56#");
+        EXPECT_EQ(reply.error, "");
+    }
+    EXPECT_EQ(server.Requests(),
+              std::vector<std::string>{"GET /cmd.cgi?CMD=%3AGR%23 HTTP/1.1\r\nHost: " + request.host + "\r\n\r\n"});
+}
+
+TEST(BeastHttpTest, APost_GoesOutWithItsHeadersAndBody) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("{}"))});
+    HttpRequest request = RequestTo(server);
+    request.method = HttpRequest::Method::Post;
+    request.target = "/api";
+    request.headers = {{"Content-Type", "application/json"}, {"Accept", "*/*"}};
+    request.body = "{  \"Command\": \":GR#\"}";
+    {
+        BeastHttp http;
+        EXPECT_EQ(http.Send(request).body, "{}");
+    }
+    ASSERT_EQ(server.Requests().size(), 1U);
+    const std::string& sent = server.Requests().front();
+    EXPECT_TRUE(sent.starts_with("POST /api HTTP/1.1\r\n")) << sent;
+    for (const char* line : {"Content-Type: application/json\r\n", "Accept: */*\r\n", "Content-Length: 21\r\n"}) {
+        EXPECT_NE(sent.find(line), std::string::npos) << line;
+    }
+    EXPECT_TRUE(sent.ends_with("\r\n\r\n{  \"Command\": \":GR#\"}")) << sent;
+}
+
+/// What the other side sends after the request, and what becomes of it.
+TEST(BeastHttpTest, EachKindOfReply) {
+    const std::string head = "HTTP/1.1 200 OK\r\n";
+    struct Row {
+        std::string sent;
+        unsigned status;
+        std::string body;
+        std::string error;
+    };
+    const std::vector<Row> rows{
+        {head + "Content-Length: 0\r\n\r\n", 200, "", ""},
+        {"HTTP/1.0 200 OK\r\n\r\n1", 200, "1", ""},
+        {head + "Transfer-Encoding: chunked\r\n\r\n2\r\n12\r\n1\r\n#\r\n0\r\n\r\n", 200, "12#", ""},
+        {"HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1/\r\nContent-Length: 0\r\n\r\n", 302, "", ""},
+        {"HTTP/1.1 500 Oops\r\nContent-Length: 2\r\n\r\nno", 500, "no", ""},
+        {ScriptedHttpServer::Ok(std::string(256, 'x')), 200, std::string(256, 'x'), ""},
+        {ScriptedHttpServer::Ok(std::string(257, 'x')), 0, "", "the reply is longer than 256 bytes"},
+        {head + "Content-Length: 10000000\r\n\r\nxx", 0, "", "the reply is longer than 256 bytes"},
+        {head + "Content-Length: 5\r\n\r\nxx", 0, "", "the connection was closed before the whole reply"},
+        {head.substr(0, 9), 0, "", "the connection was closed before the whole reply"},
+        {"", 0, "", "the connection was closed before the whole reply"},
+    };
+    for (const Row& row : rows) {
+        ScriptedHttpServer server({[&](Visit& visit) {
+            visit.Read();
+            visit.Send(row.sent);
+        }});
+        BeastHttp http;
+        const HttpReply reply = http.Send(RequestTo(server));
+        EXPECT_EQ(reply.status, row.status) << row.sent;
+        EXPECT_EQ(reply.body, row.body) << row.sent;
+        EXPECT_EQ(reply.error, row.error) << row.sent;
+    }
+}
+
+TEST(BeastHttpTest, WhatIsNoHttp_IsNoReply) {
+    for (const std::string sent :
+         {"12:34:56# and some more\r\n\r\n", "HTTP/9.1 200 Fine\r\n\r\n", "\xff\xfe is no text either\r\n\r\n"}) {
+        ScriptedHttpServer server({[&](Visit& visit) {
+            visit.Read();
+            visit.Send(sent);
+            visit.AwaitClose();
+        }});
+        const HttpReply reply = BeastHttp().Send(RequestTo(server));
+        EXPECT_EQ(reply.status, 0U) << sent;
+        EXPECT_TRUE(reply.error.starts_with("the reply is no HTTP: ")) << reply.error;
+    }
+}
+
+TEST(BeastHttpTest, ASilentOrTricklingServer_IsGivenUpAtTheLimit) {
+    const ScriptedHttpServer::Script silent = [](Visit& visit) {
+        visit.Read();
+        visit.AwaitClose();
+    };
+    const ScriptedHttpServer::Script trickling = [](Visit& visit) {
+        visit.Read();
+        for (const char byte : std::string("HTTP/1.1 200 OK\r\n")) {
+            visit.Send(std::string(1, byte));
+        }
+        visit.AwaitClose();
+    };
+    for (const auto& script : {silent, trickling}) {
+        ScriptedHttpServer server({script});
+        BeastHttp http;
+        EXPECT_EQ(http.Send(RequestTo(server, kShortMs)).error, "no whole reply within 60 ms");
+    }
+}
+
+TEST(BeastHttpTest, WhileARequestWaits_ReadsAreLetInAgainAndAgain) {
+    ScriptedHttpServer server({[](Visit& visit) {
+        visit.Read();
+        visit.AwaitClose();
+    }});
+    int letIn = 0;
+    BeastHttp http([&] { return ++letIn < 1'000'000; });
+    http.Send(RequestTo(server, kShortMs));
+    EXPECT_GT(letIn, 5);
+}
+
+TEST(BeastHttpTest, WhenReadsAreNoLongerLetIn_TheRequestEnds) {
+    ScriptedHttpServer server({[](Visit& visit) { visit.AwaitClose(); }});
+    BeastHttp http([] { return false; });
+    EXPECT_NE(http.Send(RequestTo(server)).error, "");
+}
+
+TEST(BeastHttpTest, AConnection_IsKeptForTheNextRequest) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("1"))});
+    {
+        BeastHttp http;
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(http.Send(RequestTo(server)).body, "1");
+        }
+    }
+    EXPECT_EQ(server.Requests().size(), 3U);
+}
+
+/// The first visit ends after one request in each of these ways; the second request comes on a new connection.
+TEST(BeastHttpTest, AConnectionThatCannotBeUsedAgain_IsOpenedAnew) {
+    struct Row {
+        const char* what;
+        std::string first;
+        bool closes;
+        std::chrono::milliseconds longestRest;
+    };
+    const std::string ok = ScriptedHttpServer::Ok("1");
+    const std::vector<Row> rows{
+        {"closed by the server", ok, true, BeastHttp::kLongestRest},
+        {"the server wants to close", "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 1\r\n\r\n1", false,
+         BeastHttp::kLongestRest},
+        {"more was said than asked for", ok + ok, false, BeastHttp::kLongestRest},
+        {"rested for too long", ok, false, std::chrono::milliseconds(-1)},
+    };
+    for (const Row& row : rows) {
+        ScriptedHttpServer server({[&](Visit& visit) {
+                                       visit.Read();
+                                       visit.Send(row.first);
+                                       if (!row.closes) {
+                                           visit.AwaitClose();
+                                       }
+                                   },
+                                   ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("2"))});
+        {
+            BeastHttp http({}, HostNames::SystemLookup, row.longestRest);
+            EXPECT_EQ(http.Send(RequestTo(server)).body, "1") << row.what;
+            EXPECT_EQ(http.Send(RequestTo(server)).body, "2") << row.what;
+        }
+        EXPECT_EQ(server.Requests().size(), 2U) << row.what;
+    }
+}
+
+/// A late reply must not be taken for that to the next request, and no request is sent again.
+TEST(BeastHttpTest, AfterARequestWithoutReply_TheNextOneHasAConnectionOfItsOwn) {
+    ScriptedHttpServer server({[](Visit& visit) {
+                                   visit.Read();
+                                   visit.AwaitClose();
+                                   visit.Send(ScriptedHttpServer::Ok("late"));
+                               },
+                               ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("2"))});
+    {
+        BeastHttp http;
+        EXPECT_EQ(http.Send(RequestTo(server, kShortMs)).body, "");
+        EXPECT_EQ(http.Send(RequestTo(server)).body, "2");
+    }
+    EXPECT_EQ(server.Requests().size(), 2U);
+}
+
+TEST(BeastHttpTest, ARequestThatWentOutOnAKeptConnection_IsNotSentAgain) {
+    ScriptedHttpServer server({[](Visit& visit) {
+        visit.Read();
+        visit.Send(ScriptedHttpServer::Ok("1"));
+        visit.Read();
+    }});
+    {
+        BeastHttp http;
+        EXPECT_EQ(http.Send(RequestTo(server)).body, "1");
+        EXPECT_EQ(http.Send(RequestTo(server)).error, "the connection was closed before the whole reply");
+    }
+    EXPECT_EQ(server.Requests().size(), 2U);
+}
+
+TEST(BeastHttpTest, ARefusedPort_SaysSo) {
+    HttpRequest request;
+    request.host = "127.0.0.1";
+    request.port = RefusedPort();
+    request.limits = kAmple;
+    EXPECT_EQ(BeastHttp().Send(request).error,
+              "127.0.0.1 port " + std::to_string(request.port) + " takes no connection: Connection refused");
+}
+
+TEST(BeastHttpTest, ATextThatIsNoHost_SaysSo) {
+    struct Row {
+        const char* host;
+        const char* error;
+    };
+    for (const Row& row :
+         {Row{"", "'' names no host"}, Row{":80", "':80' names no host"}, Row{"[::1", "'[::1' names no host"},
+          Row{"[]:80", "'[]:80' names no host"}, Row{"mount:", "'mount:' has no valid port after its host"},
+          Row{"mount:0", "'mount:0' has no valid port after its host"},
+          Row{"mount:65536", "'mount:65536' has no valid port after its host"},
+          Row{"mount:80x", "'mount:80x' has no valid port after its host"}}) {
+        HttpRequest request;
+        request.host = row.host;
+        EXPECT_EQ(BeastHttp().Send(request).error, row.error);
+    }
+}
+
+class NamedHost : public testing::Test {
+protected:
+    using Addresses = std::vector<boost::asio::ip::address>;
+
+    static HostNames::Lookup Gives(const std::vector<const char*>& addresses) {
+        return [addresses](const std::string&) {
+            HostNames::Answer answer;
+            for (const char* address : addresses) {
+                answer.addresses.push_back(boost::asio::ip::make_address(address));
+            }
+            return answer;
+        };
+    }
+    HttpRequest RequestToMount(const ScriptedHttpServer& server) {
+        HttpRequest request = RequestTo(server);
+        request.host = "mount:" + std::to_string(server.Port());
+        return request;
+    }
+};
+
+TEST_F(NamedHost, WithSeveralAddresses_TheOneThatTakesConnectionsIsUsed) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("1"))});
+    BeastHttp http({}, Gives({"127.0.0.2", "::1", "127.0.0.1"}));
+    EXPECT_EQ(http.Send(RequestToMount(server)).body, "1");
+}
+
+TEST_F(NamedHost, ThatNobodyKnows_SaysSo) {
+    BeastHttp http({}, [](const std::string&) { return HostNames::Answer{.addresses = {}, .error = "not known"}; });
+    HttpRequest request;
+    request.host = "mount";
+    request.limits = kAmple;
+    EXPECT_EQ(http.Send(request).error, "there is no host mount: not known");
+}
+
+/// A lookup that ends when the test says so.
+class SlowLookup {
+public:
+    HostNames::Answer operator()(const std::string&) const {
+        std::unique_lock lock(shared_->mutex);
+        ++shared_->asked;
+        shared_->released.wait(lock, [&] { return shared_->isReleased; });
+        return {.addresses = {boost::asio::ip::make_address("127.0.0.1")}, .error = {}};
+    }
+    void Release() const {
+        const std::lock_guard lock(shared_->mutex);
+        shared_->isReleased = true;
+        shared_->released.notify_all();
+    }
+    int Asked() const {
+        const std::lock_guard lock(shared_->mutex);
+        return shared_->asked;
+    }
+
+private:
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable released;
+        bool isReleased = false;
+        int asked = 0;
+    };
+    std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
+};
+
+TEST_F(NamedHost, WhoseLookupTakesLonger_IsWaitedForAgainAndNotAskedForAgain) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("1"))});
+    const SlowLookup lookup;
+    {
+        BeastHttp http({}, lookup);
+        HttpRequest request = RequestToMount(server);
+        request.limits.resolveMs = kShortMs;
+        EXPECT_EQ(http.Send(request).error, "there is no host mount: its address was not found in time");
+        lookup.Release();
+        request.limits = kAmple;
+        EXPECT_EQ(http.Send(request).body, "1");
+    }
+    EXPECT_EQ(lookup.Asked(), 1);
+}
+
+TEST_F(NamedHost, AnAddress_IsNeverLookedUp) {
+    HostNames names([](const std::string&) -> HostNames::Answer { return {.addresses = {}, .error = "asked"}; });
+    for (const char* address : {"192.0.2.7", "::1"}) {
+        EXPECT_EQ(names.Find(address, {}, SlicedWait()).addresses, Addresses{boost::asio::ip::make_address(address)});
+    }
+}
+
+}  // namespace
+}  // namespace kestrane
