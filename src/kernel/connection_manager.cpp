@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "link/companion_settings.h"
 #include "platform/port_names.h"
 #include "state/mount_replies.h"
 
@@ -26,8 +27,6 @@ constexpr double kLongestTimeoutMs = 60'000.0;
 constexpr double kDefaultRetries = 2.0;
 constexpr double kMostRetries = 5.0;
 constexpr std::size_t kRateKeyPosition = 13;  // of the status text, from 0
-constexpr std::string_view kCompanionApplication = "QUAY";
-constexpr std::string_view kCompanionSection = "Driver";
 
 std::int32_t ToInteger(const std::string& text, Log& log) {
     return RoundHalfEven(Val_Global(text, log));
@@ -153,22 +152,11 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
     return PassResult::NextPass;
 }
 
-/// Uses the port that the companion published, if its text has the form "COMn", blank, anything.
 void ConnectionManager::ChooseCompanionPort(Opening& opening) {
-    const auto companionSetting = [&](std::string_view key, std::string_view fallback) {
-        return needs_.applicationSettings.Get(kCompanionApplication, kCompanionSection, key, fallback);
-    };
-    const std::string port = companionSetting("COMPort", "");
-    const std::string adminPort = companionSetting("COMPortAdmin", "");
-    const std::string& chosen = opening.elevated && !adminPort.empty() ? adminPort : port;
-    const std::size_t blank = chosen.find(' ');
-    if (blank == std::string::npos) {
-        return;
-    }
-    const std::string first = chosen.substr(0, blank);
-    if (first.size() > kPortLetters.size() && ToUpper(first).starts_with(kPortLetters)) {
-        ShowMountInfo(first);
-        opening.portText = AfterPortLetters(first);
+    const std::string port = CompanionSettings(needs_.applicationSettings).PortName(opening.elevated);
+    if (!port.empty()) {
+        ShowMountInfo(port);
+        opening.portText = AfterPortLetters(port);
     }
 }
 
@@ -471,7 +459,7 @@ void ConnectionManager::ShutdownDriver() {
 }
 
 std::string ConnectionManager::QuayRestPort() {
-    return needs_.applicationSettings.Get(kCompanionApplication, kCompanionSection, "RestApiPort", "60001");
+    return CompanionSettings(needs_.applicationSettings).RestPortText();
 }
 
 void ConnectionManager::CheckQuay() {

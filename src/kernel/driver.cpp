@@ -47,7 +47,7 @@ Driver::Driver(Platform platform)
       controller(ControllerFeaturesNeeds{essentials, mount, rates, handBox, initialSetup, initMount, panel}),
       journal(EventJournalNeeds{essentials, motion, panel}),
       queries(MountQueriesNeeds{essentials, door, platform_.astronomy, handBox, statusWindow, panel, journal,
-                                [this] { return link ? link->ReceiveCounted(1) : std::string{}; }, OwnTelescope()}),
+                                [this] { return link ? link->DrainOne() : std::string{}; }, OwnTelescope()}),
       poll(PollLoopNeeds{essentials, motion, door, platform_.sounds, handBox, askAbortSlew, panel, queries,
                          OwnTelescope(), [this] { return connections.PeriodicQuayCheck(); },
                          [this](std::int16_t rate) { tracking.ChooseRate(rate); }}),
@@ -56,8 +56,8 @@ Driver::Driver(Platform platform)
       companion(platform_.registry, platform_.processes, waits, log),
       connections(NeedsOfConnections()),
       driverCommands(NeedsOfCommands()),
-      startup(StartupNeeds{essentials, platform_, messageBoxes, alarmFilter, link,
-                           [this] { connections.ShowMountInfo(""); }}) {
+      startup(
+          StartupNeeds{essentials, platform_, messageBoxes, links, link, [this] { connections.ShowMountInfo(""); }}) {
     log.SetFacts(FactsOfLog(
         {.persist = persist, .mount = mount, .log = log, .platform = platform_, .messageBoxes = messageBoxes}));
     counters.SetView(&panel);

@@ -18,6 +18,7 @@
 #include "kernel/logged_message_boxes.h"
 #include "kernel/open_motion_file.h"
 #include "kernel/startup.h"
+#include "link/link_factory.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
 #include "settings/sites.h"
@@ -99,6 +100,16 @@ public:
     frmAskAbortSlew& askAbortSlew = windows.askAbortSlew;
     Persist persist;
     const Essentials essentials{state, persist, log, platform_.clock, waits, ledger, counters};
+    const LinkFactory links{.ports = platform_.serialPorts,
+                            .http = platform_.http,
+                            .applicationSettings = platform_.applicationSettings,
+                            .messageBoxes = messageBoxes,
+                            .clock = platform_.clock,
+                            .log = log,
+                            .counters = counters,
+                            .alarmFilter = alarmFilter,
+                            .ledger = ledger,
+                            .persist = persist};
     Sites sites;
     LogPanel logPanel;
     KsMount mount;

@@ -1,8 +1,6 @@
 #include "kernel/startup.h"
 
 #include "kernel/base/application_info.h"
-#include "link/class_serial.h"
-#include "link/class_tcp_comm.h"
 
 namespace kestrane {
 namespace {
@@ -65,20 +63,10 @@ void Startup::CreateLink() {
     std::string ip = "0";
     errors.Assign(ip, [&] { return driver_.persist.Read(setting::chkIPAddress); });
     if (ip == "0") {
-        errors.Step([&] {
-            needs_.link = std::make_unique<classSerial>(SerialNeeds{
-                .ports = needs_.platform.serialPorts,
-                .clock = needs_.platform.clock,
-                .log = driver_.log,
-                .counters = driver_.counters,
-                .alarmFilter = needs_.alarmFilter,
-                .ledger = driver_.ledger,
-                .persist = driver_.persist,
-            });
-        });
+        errors.Step([&] { needs_.link = needs_.links.MakeSerial(); });
         return;
     }
-    auto link = std::make_unique<classTCPComm>(driver_.log);
+    std::unique_ptr<classTCPComm> link = needs_.links.MakeIp();
     classTCPComm& adapter = *link;
     needs_.link = std::move(link);
     errors.Step([&] { adapter.IpAddress(driver_.persist.Read(setting::txtIpAddress)); });

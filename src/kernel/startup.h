@@ -7,6 +7,7 @@
 #include "kernel/base/errors.h"
 #include "kernel/base/log.h"
 #include "kernel/profile.h"
+#include "link/link_factory.h"
 #include "link/mount_link.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
@@ -20,7 +21,7 @@ struct StartupNeeds {
     Essentials driver;
     Platform& platform;
     MessageBoxes& messageBoxes;
-    AlarmFilter& alarmFilter;
+    const LinkFactory& links;
     std::unique_ptr<MountLink>& link;
     std::function<void()> showMountInfo;  ///< the caption of the mount's frame, without a port
 };

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "kernel/base/text.h"
-#include "link/companion_wrap.h"
 #include "link/line_text.h"
+#include "link/mount_alarms.h"
 #include "platform/port_names.h"
 #include "settings/setting_keys.h"
 
@@ -152,7 +152,7 @@ void classSerial::ClearBuffers() {
             text.clear();  // a read that raises brought nothing
             errors.Assign(text, [&] { return ReadWaiting(); });
             bytes += text.size();
-            FilterDrained(text);
+            RemoveAlarmsFromAll(needs_.alarmFilter, text);
         } while (!text.empty() && needs_.clock.GetTickCount() - start < kDrainTimeMs);
         SetReadLimit(receiveTimeoutMs_);
     }
@@ -166,7 +166,7 @@ std::string classSerial::Receive() {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.Receive"};
         errors.Assign(text, [&] { return ReadWaiting(); });
-        FilterAlarms(text);
+        RemoveAlarms(needs_.alarmFilter, text);
     }
     return FromLine(text);
 }
@@ -176,7 +176,7 @@ std::string classSerial::ReceiveCounted(std::int32_t count) {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.ReceiveCounted"};
         errors.Assign(text, [&] { return ReadCounted(count); });
-        FilterAlarms(text);
+        RemoveAlarms(needs_.alarmFilter, text);
     }
     if (static_cast<std::int64_t>(text.size()) != count) {
         needs_.counters.CountReceiveCountedError();
@@ -189,7 +189,7 @@ std::string classSerial::ReceiveTerminated(std::string_view terminator) {
     if (Connected()) {
         ResumeNext errors{needs_.ledger, "classSerial.ReceiveTerminated"};
         errors.Assign(text, [&] { return ReadTerminated(terminator); });
-        FilterAlarms(text);
+        RemoveAlarms(needs_.alarmFilter, text);
     }
     if (!EndsWithTerminator(text, terminator)) {
         needs_.counters.CountReceiveTerminatedError();
@@ -233,7 +233,7 @@ std::int32_t classSerial::AlarmsCounted() const {
 std::string classSerial::TakeLateBytes() {
     std::string text = isUsingAscom_ ? serialObject_->TakeWaiting() : library_->KsSerTakeWaiting();
     if (!text.empty()) {
-        FilterDrained(text);
+        RemoveAlarmsFromAll(needs_.alarmFilter, text);
     }
     return FromLine(text);
 }
@@ -277,22 +277,6 @@ void classSerial::SetReadLimit(std::int32_t milliseconds) {
     } else {
         library_->KsSerSetReceiveTimeout(milliseconds);
     }
-}
-
-void classSerial::FilterAlarms(std::string& text) {
-    const std::size_t head = text.size() - SplitCompanionReply(text).result.size();
-    std::string fromMount = text.substr(head);
-    needs_.alarmFilter.FilterAlarms(fromMount);
-    text.replace(head, std::string::npos, fromMount);
-}
-
-void classSerial::FilterDrained(std::string& text) {
-    std::string filtered;
-    for (std::string& part : CutAtCompanionHeads(text)) {
-        FilterAlarms(part);
-        filtered += part;
-    }
-    text = std::move(filtered);
 }
 
 std::string classSerial::ReadWaiting() {

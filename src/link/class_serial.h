@@ -86,9 +86,6 @@ private:
     void LogOpening(std::string_view backEnd);
     /// Sets the limit of the open back end only; the stored limit stays.
     void SetReadLimit(std::int32_t milliseconds);
-    void FilterAlarms(std::string& text);
-    /// The same for a text that may hold several replies.
-    void FilterDrained(std::string& text);
     std::int32_t AlarmsCounted() const;
     ReceivedCharacter LastOfDoubledReply(std::string reply);
     /// Logs that the device has gone, or is back.

@@ -53,6 +53,8 @@ public:
     /// On a serial line a read that brings nothing at all raises `RunTimeError` 5: this shows the exchange that the
     /// line is silent.
     virtual std::string ReceiveTerminated(std::string_view terminator) = 0;
+    /// One character of what waits, as `ReceiveCounted` reads it; for emptying the line one by one.
+    virtual std::string DrainOne() { return ReceiveCounted(1); }
     /// One character, as `ReceiveCounted` reads it. When an alarm letter came in its place, the short read counts, and
     /// one more character is read for each such letter, three at most. What waits after another character than "0" is
     /// dropped, counted as a retransmit and logged; a single "0" there is the reply, since a late one stood before it,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/http.h"
 #include "platform/message_pump.h"
 #include "platform/serial_port.h"
 #include "platform/system_services.h"
@@ -12,6 +13,7 @@ struct Platform {
     Clock& clock;
     MessagePump& pump;
     SerialPorts& serialPorts;
+    Http& http;
     MessageBoxes& messageBoxes;
     SystemInfo& systemInfo;
     Processes& processes;

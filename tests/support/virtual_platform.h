@@ -8,6 +8,7 @@
 #include "support/simulator_line.h"
 #include "support/temporary_folder.h"
 #include "support/virtual_clock.h"
+#include "support/virtual_http.h"
 #include "support/virtual_pump.h"
 #include "support/virtual_serial_ports.h"
 
@@ -27,6 +28,7 @@ struct VirtualPlatform {
     VirtualClock clock;
     VirtualPump pump{clock};
     VirtualSerialPorts serialPorts{clock};
+    VirtualHttp http{clock};
     RecordingMessageBoxes messageBoxes;
     SettableSystemInfo systemInfo;
     RecordingProcesses processes;
@@ -39,8 +41,9 @@ struct VirtualPlatform {
     CountingSounds sounds;
 
     Platform Services() {
-        return {clock,        pump,    serialPorts, messageBoxes, systemInfo, processes, registry, applicationSettings,
-                profileStore, utility, astronomy,   folders,      sounds};
+        return {clock,     pump,     serialPorts,         http,         messageBoxes, systemInfo,
+                processes, registry, applicationSettings, profileStore, utility,      astronomy,
+                folders,   sounds};
     }
 
     void AdvanceTime(std::int64_t milliseconds) { pump.AdvanceTime(milliseconds); }

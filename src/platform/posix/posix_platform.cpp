@@ -8,6 +8,7 @@ PosixPlatform::PosixPlatform(PosixMessagePump::FaultHandler onFault, PosixMessag
     : clock([this] { pump.PumpReads(); }),
       pump(std::move(onFault)),
       serialPorts(folders, PortLinks::kSystemDevices, [this] { return LetReadsIn(); }),
+      http([this] { return LetReadsIn(); }),
       messageBoxes(std::move(logMessageBox)),
       processes([this] { pump.Quit(); }),
       profileStore(folders),
@@ -19,7 +20,7 @@ void PosixPlatform::EndReads() {
                                         (std::chrono::steady_clock::now() + kLastReads).time_since_epoch().count());
 }
 
-/// False when reads of a serial port are to wait no longer.
+/// False when nothing of the mount is to be waited for any longer.
 bool PosixPlatform::LetReadsIn() {
     pump.PumpReads();
     const auto end = endOfReads_.load();
@@ -30,6 +31,7 @@ Platform PosixPlatform::Services() {
     return {.clock = clock,
             .pump = pump,
             .serialPorts = serialPorts,
+            .http = http,
             .messageBoxes = messageBoxes,
             .systemInfo = systemInfo,
             .processes = processes,

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "platform/platform.h"
+#include "platform/posix/beast_http.h"
 #include "platform/posix/erfa_astronomy.h"
 #include "platform/posix/file_profile_store.h"
 #include "platform/posix/posix_application_settings.h"
@@ -28,8 +29,8 @@ struct PosixPlatform {
     Platform Services();
 
     /// The process is about to end: from `kLastReads` after the first call on, no read of a serial port waits for bytes
-    /// any more. So an exchange with a mount that answers comes to its end, and one with a silent mount holds up
-    /// nobody, whatever its read limit. Writes go out as before. Any thread.
+    /// any more, and no request over HTTP for its reply. So an exchange with a mount that answers comes to its end, and
+    /// one with a silent mount holds up nobody, whatever its read limit. Writes go out as before. Any thread.
     void EndReads();
     static constexpr std::chrono::milliseconds kLastReads{200};
 
@@ -37,6 +38,7 @@ struct PosixPlatform {
     PosixMessagePump pump;
     PosixFolders folders;
     PosixSerialPorts serialPorts;
+    BeastHttp http;
     PosixMessageBoxes messageBoxes;
     PosixSystemInfo systemInfo;
     PosixProcesses processes;
