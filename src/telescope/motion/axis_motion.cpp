@@ -42,7 +42,7 @@ public:
     bool TrackingChosenSinceMoveAxis() const;
     void ForgetEndedMotion();
     void ClearRates();
-    void EndByUnpark(bool tracks);
+    void Forget(bool tracks);
     void PutBackTracking();
     void EndByTracking(bool tracked);
     void NoteDoubtedEnd(AxisEnd end);
@@ -91,10 +91,11 @@ void AxisMotions::EndAll() {
     }
 }
 
-void AxisMotions::EndAllByUnpark(const DriverState& state) {
+void AxisMotions::ForgetAll(DriverState& state) {
     for (Telescope* object : objects_) {
-        AxisSteps(*object).EndByUnpark(state.g_bTracking);
+        AxisSteps(*object).Forget(state.g_bTracking);
     }
+    AxisEnded(state);
 }
 
 bool AxisMotions::AxisBegins(const DriverState& state) {
@@ -292,7 +293,7 @@ void AxisSteps::ClearRates() {
     }
 }
 
-void AxisSteps::EndByUnpark(bool tracks) {
+void AxisSteps::Forget(bool tracks) {
     axes_.rates = {};
     needs_.motion.AxisMotionsEnd();
     if (axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet) {

@@ -70,9 +70,9 @@ public:
     /// For a mount that was just stopped: sets all rates to 0, and each object that remembers a tracking state restores
     /// it, unless somebody has chosen another since. Raises nothing.
     void EndAll();
-    /// The mount tracks, or does not, by what an unpark has chosen: no axis of any object runs any more. The client
-    /// that ends its motion afterwards gets that tracking again.
-    void EndAllByUnpark(const DriverState& state);
+    /// The mount tracks, or does not, by what a park or an unpark has chosen: no axis of any object runs any more. The
+    /// client that ends its motion afterwards gets that tracking again. Sends nothing.
+    void ForgetAll(DriverState& state);
 
     /// To be called before an axis begins. Returns whether the mount tracked before the first of those that run.
     bool AxisBegins(const DriverState& state);

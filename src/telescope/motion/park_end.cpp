@@ -109,6 +109,7 @@ void ParkEnd::Finish() {
     needs_.motion.MountReportsParked(true);
     state_.g_bTracking = false;
     needs_.motion.ParkEnds();
+    needs_.axisMotions.ForgetAll(state_);
     needs_.panel.SetParkStatus("Parked", "ParkMount-Done");
     driver_.persist.Write(setting::ParkStatus, "Parked");
     driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Park completed...");

@@ -229,6 +229,7 @@ void ParkSteps::ParkHere(Sequence& mount) {
     mount.CommandBlind(wire::Park);
     needs_.motion.MountReportsParked(true);
     needs_.motion.ParkEnds();
+    needs_.axisMotions.ForgetAll(state_);
     needs_.panel.SetParkStatus("Parked", "Park0");
 }
 

@@ -80,7 +80,7 @@ bool Unparking::UnparkMount(std::int16_t index, Confirmation confirmation) {
     errors.Step([&] { telescope_.SiteLatitude(); });
     // Intentional: not to unpark is no reason to leave the tracking alone.
     const bool leaves = index != park_index::DontUnpark && SyncTo(index);
-    EndAxes();
+    needs_.axisMotions.ForgetAll(state_);  // else they would bar a later unpark until their clients end them too
     if (!leaves) {
         needs_.panel.SetParkStatus(shownBefore, "UnParkMount 7");
         return left;
@@ -224,12 +224,6 @@ bool Unparking::SyncTo(std::int16_t index) {
     }
     driver_.log.LogMessage("Telescope", LogLevel::Error, at + driver_.ledger.Entries().back().message);
     return false;
-}
-
-/// The axes of all clients have ended in the mount: none of them bars a later unpark until its client says so too.
-void Unparking::EndAxes() {
-    needs_.axisMotions.EndAllByUnpark(state_);
-    needs_.axisMotions.AxisEnded(state_);
 }
 
 bool Unparking::MayMove() const {

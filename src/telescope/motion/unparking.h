@@ -41,7 +41,6 @@ private:
     void ChooseTracking();
     Place PlaceOf(std::int16_t index);
     bool SyncTo(std::int16_t index);
-    void EndAxes();
     bool MayMove() const;
     void NoteUnparked();
 };
