@@ -111,8 +111,11 @@ public:
     /// Right ascension and declination; a value that is not possible is not taken.
     void ReadPosition();
 
-    /// Why the mount may be moving now, in words for the log: a goto whose end was not seen, an axis, a guide pulse, or
-    /// one of these that was stopped less than three seconds ago. Empty when none of these is known.
+    /// What moves the mount now, in words for the log: a goto whose end was not seen, an axis, or a guide pulse. Empty
+    /// when none of these is known.
+    std::string_view WhatMoves() const;
+    /// Why the mount may be moving now: one of these, also when it was stopped less than three seconds ago, or a move
+    /// without an end. Empty when none of these is known.
     std::string_view WhyMountMayMove() const;
     /// To be called before something that stops the motions named above, or ends one.
     void NoteMotionStops();
@@ -143,7 +146,6 @@ public:
 private:
     void NoteSent(std::string_view text);
     bool MayMoveWithoutGoto() const;
-    std::string_view WhatMoves() const;
 };
 
 /// While it lives, this object sends a park, its second leg, or what takes back a park that came to nothing: they

@@ -217,10 +217,14 @@ void ParkMoveSteps::LeavePark() {
     }
 }
 
-/// A mount that slews takes no move, and the end of a pulse would cut it.
+/// A mount that slews takes no move, the end of a pulse would cut it, and an axis or another move would go on below it.
+/// The rates of the axes stay with their clients, but the flag does not: the stop of this move would pass for one that
+/// is not to be repeated.
 void ParkMoveSteps::StopMountThatMoves() {
-    if (state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || needs_.guidePulses.MayMove()) {
+    const bool slews = state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending;
+    if (slews || state_.g_bMoveSent || !core_.WhatMoves().empty()) {
         core_.SendStopPair();
+        needs_.motion.AxisMotionsEnd();
     }
 }
 

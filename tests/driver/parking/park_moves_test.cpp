@@ -1,6 +1,10 @@
 #include "telescope/motion/park_moves.h"
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+#include <tuple>
 
 #include "driver/parking/park_fixture.h"
 #include "simulator/misbehaviours.h"
@@ -510,14 +514,50 @@ TEST_F(ParkMoveTest, ARaisedCounterweightOfAMountThatSlews_GoesDownWhenTheMountS
     }
 }
 
-TEST_F(ParkMoveTest, APulseThatRuns_EndsBeforeTheMove) {
-    ConnectAt(47.0, "D", {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}}, kLowInTheEast);
-    telescope->PulseGuide(0, 3'000);
+/// A motion that a park may begin over.
+struct MotionUnderWay {
+    std::string name;
+    std::function<void(Telescope& client)> begin;
+    std::string sent = "Q Q RC2 Me Q Q ";
+
+    friend void PrintTo(const MotionUnderWay& row, std::ostream* out) { *out << row.name; }
+};
+
+class MotionUnderWayTest : public ParkTest,
+                           public testing::WithParamInterface<std::tuple<std::string, MotionUnderWay>> {};
+
+TEST_P(MotionUnderWayTest, EndsBeforeTheMove) {
+    const auto& [firmware, row] = GetParam();
+    ConnectAt(47.0, firmware, {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "2"}},
+              kLowInTheEast);
+    row.begin(*telescope);
     Tape().Clear();
     telescope->Park();
-    EXPECT_TRUE(Sent().starts_with("Q Q RC2 Me Q Q ")) << Sent();
+    EXPECT_TRUE(Sent().starts_with(row.sent)) << Sent();
     ExpectParked();
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Motions, MotionUnderWayTest,
+    testing::Combine(testing::Values("EK5", "D"),  // with and without a status text
+                     testing::Values(MotionUnderWay{"APulse", [](Telescope& client) { client.PulseGuide(0, 3'000); }},
+                                     MotionUnderWay{"APrimaryAxis", [](Telescope& client) { client.MoveAxis(0, 0.2); }},
+                                     MotionUnderWay{"ASecondaryAxis",
+                                                    [](Telescope& client) { client.MoveAxis(1, 0.2); }},
+                                     MotionUnderWay{"AMoveOfItsOwnText",
+                                                    [](Telescope& client) { client.CommandBlind(":Mn#", true); }},
+                                     MotionUnderWay{"AGotoOfItsOwnText",
+                                                    [](Telescope& client) {
+                                                        client.CommandBool("Sd+60*00:00", false);
+                                                        client.CommandBool("MS", false);
+                                                    }},
+                                     MotionUnderWay{"AnAxisThatWasJustStopped",
+                                                    [](Telescope& client) {
+                                                        client.MoveAxis(1, 0.2);
+                                                        client.AbortSlew();
+                                                    },
+                                                    "RC2 Me Q Q "})),
+    [](const auto& row) { return std::get<0>(row.param) + std::get<1>(row.param).name; });
 
 TEST_F(ParkMoveTest, ARaisedCounterweightWithoutAWayDown_GetsTheRateOnly) {
     ConnectAt(47.0, "S", {}, MountPointing{-3.0, 40.0, true});
