@@ -55,9 +55,12 @@ public:
     TelescopeObject CreateTelescope();
     FocuserObject CreateFocuser();
 
-    /// Whether a stop is still to go out, once the port can be opened or takes bytes again: of what an earlier driver
-    /// has left moving, of a guide pulse, or of the focus motor.
-    bool StopIsOwed() const { return left_.Any() || guidePulses.EndIsOwed() || focusMotor.StopIsOwed(); }
+    /// Whether a stop is still to go out, once the port can be opened, takes bytes or brings answers again: of what an
+    /// earlier driver has left moving, of an axis or another move without a goto, of a guide pulse, or of the focus
+    /// motor.
+    bool StopIsOwed() const {
+        return left_.Any() || poll.StopIsOwed() || guidePulses.EndIsOwed() || focusMotor.StopIsOwed();
+    }
 
     /// Whether the process may end by itself, so many milliseconds after its last client left: no stop is owed, and no
     /// park is under way whose end nobody else would see to. A park holds it for 30 minutes at most.

@@ -257,6 +257,42 @@ TEST_F(ServedDevicesTest, AxisOfAClientThatDisconnectedOnADeadLine_IsStoppedWhen
     EXPECT_EQ(objects.Count(), 1U);
 }
 
+TEST_F(ServedDevicesTest, StopOnADeadLine_KeepsTheProcessUntilTheMountHearsAgain) {
+    ExpectSwallow("*");
+    DriverDevices devices(*driver);
+    int ends = 0;
+    ClientObjects objects(ClientObjectsNeeds{
+        machine.pump,
+        machine.clock,
+        devices,
+        {[](const std::function<void(bool)>& report) { report(true); }, [] {}},
+        [&] { ++ends; },
+        LeaseTimes{},
+        [&](std::int32_t withoutClientsMs) { return driver->MayEnd(withoutClientsMs); },
+    });
+    const auto call = [&](std::string_view member, std::vector<Argument> arguments) {
+        machine.pump.Run(CallKind::WaitsLong, [&] {
+            objects.Call({{"10.0.0.1", 1}, DeviceKind::Telescope}, 1, [&](ClientObject& object) {
+                return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
+            });
+        });
+    };
+    call("connected", {true});
+    machine.AdvanceTime(10'000);
+    call("commandblind", {std::string("Me"), false});
+    machine.AdvanceTime(1'000);
+    mount->SetLineDead(true);
+    call("abortslew", {});
+    call("connected", {false});
+    machine.AdvanceTime(120'000);
+    EXPECT_GT(std::abs(mount->Picture().hourSpeed), 0.01) << "it has not heard the stop";
+    EXPECT_EQ(ends, 0);
+    mount->SetLineDead(false);
+    machine.AdvanceTime(20'000);
+    EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.006);
+    EXPECT_EQ(ends, 1);
+}
+
 TEST_F(ServedDevicesTest, ActionsAreNotImplemented) {
     for (const DeviceKind kind : {DeviceKind::Telescope, DeviceKind::Focuser}) {
         ClientObject object = Make(kind);

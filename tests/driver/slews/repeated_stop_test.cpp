@@ -131,6 +131,62 @@ TEST_F(RepeatedStopTest, OfAMoveAheadOfAPark_GoesByTheCoordinates) {
     }
 }
 
+/// What moves without a goto, and is stopped on a dead line.
+struct OwedStop {
+    std::string name;
+    std::function<void(Telescope& client)> begin;
+    MountPointing start{-8.0, 70.0, false};
+
+    friend void PrintTo(const OwedStop& row, std::ostream* out) { *out << row.name; }
+};
+
+class OwedStopTest : public RepeatedStopTest, public testing::WithParamInterface<std::tuple<std::string, OwedStop>> {};
+
+TEST_P(OwedStopTest, KeepsTheProcessUntilItWasHeard) {
+    const auto& [noText, row] = GetParam();
+    ExpectSwallow("*");
+    ConnectAt(47.0, "S",
+              {{"cbxParkTo", "2"}, {"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "5"}, {"DontQueryGOS", noText}},
+              row.start);
+    ASSERT_EQ(driver->state.g_bGosActive, noText == "0");
+    // A move ahead of a park ends the wait for it.
+    const When moving(
+        machine.pump, [&] { return InParkMove(driver->state) && std::abs(mount->Picture().hourSpeed) > 0.01; },
+        [&] { mount->SetLineDead(true); });
+    row.begin(*telescope);
+    if (!moving.Happened()) {
+        machine.AdvanceTime(500);
+        mount->SetLineDead(true);
+        telescope->AbortSlew();
+    }
+    machine.AdvanceTime(10'000);
+    EXPECT_GT(std::abs(mount->Picture().hourSpeed), 0.01) << "it has not heard the stop";
+    EXPECT_FALSE(driver->MayEnd(0));
+    mount->SetLineDead(false);
+    machine.AdvanceTime(15'000);
+    EXPECT_LT(std::abs(mount->Picture().hourSpeed), 0.006);
+    EXPECT_TRUE(driver->MayEnd(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Moves, OwedStopTest,
+    testing::Combine(testing::Values("0", "1"),  // with and without a status text
+                     testing::Values(OwedStop{"AMoveOfItsOwnText",
+                                              [](Telescope& client) { client.CommandBlind(":RC2#:Me#", true); }},
+                                     OwedStop{"AnAxis", [](Telescope& client) { client.MoveAxis(0, 0.2); }},
+                                     OwedStop{"AMoveEastAheadOfAPark", [](Telescope& client) { client.Park(); }},
+                                     OwedStop{"AMoveEastOverAnAxis",
+                                              [](Telescope& client) {
+                                                  client.MoveAxis(1, 0.1);
+                                                  client.Park();
+                                              }},
+                                     OwedStop{"AMoveThatLetsTheCounterweightDown",
+                                              [](Telescope& client) { client.Park(); },
+                                              {2.0, 40.0, true}})),
+    [](const auto& row) {
+        return std::get<1>(row.param).name + (std::get<0>(row.param) == "0" ? "" : "WithoutAStatusText");
+    });
+
 /// Such a park begins without a goto of the driver.
 TEST_F(RepeatedStopTest, DoesNotStopAParkOfTheFirmwareThatFollows) {
     for (const bool byText : {false, true}) {
