@@ -141,9 +141,19 @@ void Driver::StopRunningAxes() {
         return;
     }
     ResumeNext errors{ledger, "ShutdownDriver"};
-    errors.Step(
-        [&] { Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop); });
-    axisMotions.StopAll("The driver ends: its axes are stopped");
+    const auto stop = [&] {
+        errors.Step([&] {
+            Sequence(InternalInstance().Commands(), door, procedure::StopPair).CommandBlindInternal(wire::Stop);
+        });
+    };
+    const bool gotoGoesOn = GotoGoesOn();
+    if (!gotoGoesOn) {
+        stop();
+    }
+    const bool taken = axisMotions.StopAll("The driver ends: its axes are stopped");
+    if (gotoGoesOn && (!taken || state.g_bMoveSent)) {
+        stop();  // an axis that does not take its end must not go on
+    }
     if (link->CanSend() && !queries.LineIsSilent()) {
         axisMotions.EndIsHeard();
         motion.MoveEnded();
@@ -157,8 +167,17 @@ bool Driver::SlewOrParkGoesOn() const {
 }
 
 bool Driver::AxisMayRun() const {
+    return axisMotions.AnyStillRuns() || OtherMoveMayRun();
+}
+
+bool Driver::OtherMoveMayRun() const {
     const bool endMayBeLost = axisMotions.EndMayBeLost(state) && !SlewOrParkGoesOn();
-    return axisMotions.AnyStillRuns() || state.g_bMoveSent || endMayBeLost || stopMayBeLost_ || poll.StopIsOwed();
+    return state.g_bMoveSent || endMayBeLost || stopMayBeLost_ || poll.StopIsOwed();
+}
+
+/// A goto under which nothing but axes runs that would not end by itself: these are ended by their rates.
+bool Driver::GotoGoesOn() const {
+    return (state.g_bSlewing || state.g_bGotoRuns) && !state.g_bParking && !OtherMoveMayRun();
 }
 
 void Driver::NoteOpenMotion(std::string_view text) {

@@ -150,6 +150,8 @@ private:
     std::function<bool()> LinkConnected();
     bool SlewOrParkGoesOn() const;
     bool AxisMayRun() const;
+    bool OtherMoveMayRun() const;
+    bool GotoGoesOn() const;
     void EndRuns();
     void StopRunningAxes();
     void NoteOpenMotion(std::string_view text);

@@ -47,7 +47,7 @@ public:
     void EndByTracking(bool tracked);
     void NoteDoubtedEnd(AxisEnd end);
     bool StillRuns(std::int32_t axis) const;
-    void StopSecondaryAxis();
+    bool StopSecondaryAxis();
     bool EndPrimaryRate();
 };
 
@@ -72,14 +72,16 @@ bool AxisMotions::AnyStillRuns() const {
     });
 }
 
-void AxisMotions::StopAll(std::string_view reason) {
+bool AxisMotions::StopAll(std::string_view reason) {
     // The secondary axes first: to restore the tracking counts as the end of every motion.
+    bool taken = true;
     for (Telescope* object : objects_) {
-        AxisSteps(*object).StopSecondaryAxis();
+        taken = AxisSteps(*object).StopSecondaryAxis() && taken;
     }
     for (Telescope* object : objects_) {
         object->StopOwnAxes(reason);
     }
+    return taken;
 }
 
 void AxisMotions::EndAll() {
@@ -278,11 +280,15 @@ bool AxisSteps::StillRuns(std::int32_t axis) const {
            counts.slewsTaken == state_.g_nSlewsTaken;
 }
 
-void AxisSteps::StopSecondaryAxis() {
-    if (StillRuns(mount_axis::Secondary)) {
-        ResumeNext errors{driver_.ledger, "StopOwnAxes"};
-        errors.Step([&] { MoveSecondaryAxis(0.0); });
+/// False when the mount has not taken the rate, as far as that is known.
+bool AxisSteps::StopSecondaryAxis() {
+    if (!StillRuns(mount_axis::Secondary)) {
+        return true;
     }
+    ResumeNext errors{driver_.ledger, "StopOwnAxes"};
+    bool taken = false;
+    errors.Assign(taken, [&] { return MoveSecondaryAxis(0.0); });
+    return taken || !state_.g_bHasCustomRates;  // such firmware answers no rate, and runs at none
 }
 
 void AxisSteps::ClearRates() {

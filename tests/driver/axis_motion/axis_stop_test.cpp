@@ -2,11 +2,14 @@
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "driver/axis_motion/axis_stop_fixture.h"
 #include "kernel/base/conversions.h"
+#include "simulator/misbehaviours.h"
 
 /// Axes that `MoveAxis` runs come to a stop: by a client's abort, by the hand box, by the end of their owner.
 namespace kestrane {
@@ -315,8 +318,18 @@ TEST_F(AxisStopTest, ClientThatGoes_DoesNotStopALaterSlew) {
     telescope = ConnectedTelescope();
 }
 
-TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay) {
-    for (const std::int32_t axis : {0, 1}) {
+TEST_F(AxisStopTest, EachEndOfTheProcess_StopsAnAxisThatBeganOverASlewUnderWay_AndTheSlewGoesOn) {
+    const std::vector<std::function<void()>> ends{
+        [&] {
+            other.reset();
+            telescope.reset();
+        },
+        [&] { telescope->ClientCount(1); },
+        [&] { driver->EndOnRequest(); },
+    };
+    for (std::size_t i = 0; i < 2 * ends.size(); ++i) {
+        const std::int32_t axis = i % 2 == 0 ? 0 : 1;
+        SCOPED_TRACE(i);
         telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), axis == 0 ? -20.0 : 60.0);
         machine.AdvanceTime(1'500);
         telescope->MoveAxis(axis, axis == 0 ? -0.5 : 0.1);
@@ -324,11 +337,7 @@ TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay)
             machine.AdvanceTime(100);
         }
         ASSERT_TRUE(driver->state.g_bSlewing) << "the mount reports the slew";
-        EXPECT_EQ(SentBy([&] {
-                      other.reset();
-                      telescope.reset();
-                  }),
-                  axis == 0 ? Wire{"RR0.00000"} : Wire{"RD0.00000"});
+        EXPECT_EQ(SentBy(ends[i / 2]), axis == 0 ? Wire{"RR0.00000"} : Wire{"RD0.00000"});
         EXPECT_TRUE(mount->Picture().slewing) << "the slew goes on";
         machine.AdvanceTime(60'000);
         EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
@@ -337,7 +346,27 @@ TEST_F(AxisStopTest, LastClientThatGoes_StopsAnAxisThatItBeganOverASlewUnderWay)
     }
 }
 
-/// A goto by a client's own text, or a slew; the owner of the axis goes before or after the mount has reported it.
+/// Which may not have heard it.
+TEST_F(AxisStopTest, EndOfTheProcess_WhereARateIsNotTaken_StopsAllMotion) {
+    for (const std::int32_t axis : {0, 1}) {
+        SCOPED_TRACE(axis);
+        telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() - 0.5), -20.0);
+        machine.AdvanceTime(1'500);
+        telescope->MoveAxis(axis, -0.1);
+        ASSERT_TRUE(mount->Picture().slewing);
+        mount->Add(std::make_unique<DropsReply>(axis == 0 ? "RR" : "RD"));
+        const Wire sent = SentBy([&] { driver->EndOnRequest(); });
+        EXPECT_EQ(sent.back(), "Q") << testing::PrintToString(sent);
+        machine.AdvanceTime(3'000);
+        EXPECT_FALSE(mount->Picture().slewing);
+        EXPECT_NEAR(mount->Picture().polarSpeed, 0.0, 1e-9);
+        BuildMount("VKC4-P02-08");
+        StartAgain();
+    }
+}
+
+/// A goto by a client's own text, or a slew; the owner of the axis goes, or the process ends, before or after the mount
+/// has reported it.
 TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGoesOn) {
     struct Goto {
         std::string name;
@@ -354,10 +383,13 @@ TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGo
         {"another's, by text", [&] { byText(*other); }},
         {"another's slew", [&] { other->SlewToCoordinatesAsync(NormalizeHours(other->SiderealTime() - 1.0), -20.0); }},
     };
+    const std::vector<std::pair<std::int32_t, bool>> ends{{100, false}, {2'500, false}, {100, true}, {2'500, true}};
     for (const std::string noText : {"0", "1"}) {
         for (const Goto& row : gotos) {
-            for (const std::int32_t afterMs : {100, 2'500}) {
-                SCOPED_TRACE(row.name + " " + noText + " " + std::to_string(afterMs));
+            for (const auto& end : ends) {
+                const std::int32_t afterMs = end.first;
+                const bool processEnds = end.second;
+                SCOPED_TRACE(row.name + " " + noText + " " + std::to_string(afterMs) + (processEnds ? " end" : ""));
                 driver->persist.WriteIniValue("DontQueryGOS", noText);
                 telescope.reset();
                 other.reset();
@@ -370,7 +402,7 @@ TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGo
                 telescope->MoveAxis(0, -0.2);
                 machine.AdvanceTime(afterMs);
                 ASSERT_TRUE(mount->Picture().slewing);
-                EXPECT_EQ(SentBy([&] { telescope.reset(); }), Wire{"RR0.00000"});
+                EXPECT_EQ(SentBy([&] { processEnds ? driver->EndOnRequest() : telescope.reset(); }), Wire{"RR0.00000"});
                 EXPECT_TRUE(mount->Picture().slewing);
                 EXPECT_FALSE(driver->state.g_bMoveSent) << "nothing is left to be ended";
                 machine.AdvanceTime(60'000);
@@ -381,7 +413,7 @@ TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGo
         }
     }
     driver->persist.WriteIniValue("DontQueryGOS", "0");
-    telescope = ConnectedTelescope();
+    StartAgain();
 }
 
 /// Whoever stops the mount next stops that axis too.
