@@ -29,6 +29,7 @@ void FollowFocuser(Session& session, WatchedAction& action) {
         action.Show();
         session.surroundings.waitSeconds(kFocusPollSeconds);
     }
+    action.EndIfInterrupted();  // the stop may have gone out while that was asked
 }
 
 }  // namespace

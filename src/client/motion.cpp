@@ -123,6 +123,7 @@ double FollowSlew(Session& session, WatchedAction& action, const SlewTarget& tar
         session.surroundings.waitSeconds(kPollSeconds);
     }
     left = Remaining(session, target);
+    action.EndIfInterrupted();  // the stop may have gone out during these reads
     if (left <= kMissedDegrees) {
         action.ShowLast(1.0, "arrived");
     }
@@ -136,11 +137,10 @@ double FollowSlew(Session& session, WatchedAction& action, const SlewTarget& tar
 }
 
 /// A device may take a slew without an error, and refuse it afterwards.
-void CheckThatItBegan(Session& session, const SlewTarget& target) {
-    if (session.device.TryFlag("Slewing").value_or(true)) {
-        return;
-    }
-    const double left = Remaining(session, target);
+void CheckThatItBegan(Session& session, WatchedAction& action, const SlewTarget& target) {
+    const bool stands = !session.device.TryFlag("Slewing").value_or(true);
+    const double left = stands ? Remaining(session, target) : 0.0;
+    action.EndIfInterrupted();  // the stop may have gone out during these reads
     if (left > kMissedDegrees) {
         FailSlew(left, true);
     }
@@ -151,7 +151,7 @@ void Slew(Session& session, const SlewTarget& target, boost::json::object result
     WatchedAction action(session, "slewing", {"AbortSlew", "Slewing", "the slew was stopped"});
     StartSlew(session, action, target);
     if (!session.arguments.wait) {
-        CheckThatItBegan(session, target);
+        CheckThatItBegan(session, action, target);
         action.Finish();
         session.Tell("slew started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
                      result);

@@ -42,6 +42,7 @@ void FollowPulse(Session& session, WatchedAction& action) {
         action.Show();
         session.surroundings.waitSeconds(kPulsePollSeconds);
     }
+    action.EndIfInterrupted();  // the stop may have gone out while that was asked
 }
 
 }  // namespace

@@ -222,6 +222,55 @@ TEST(ClientVerbs, Slew_WhileAReadIsAwaited_KeepsTheWordsOfItsWay) {
     EXPECT_EQ(out.str().find("slewing for"), std::string::npos) << out.str();
 }
 
+/// A device that answers slowly whether it moves: the stop goes out meanwhile, and it stands when it answers.
+TEST(ClientVerbs, WhoseStopGoesOutWhileAReadIsAwaited_DoNotEndAsDone) {
+    struct Held {
+        Words words;
+        std::string read;
+        std::string stop;
+        std::string told;
+        int looks = 4;
+    };
+    for (const Held& row :
+         {Held{{"focus", "9", "--wait"}, "ismoving", "halt", "the focuser was stopped"},
+          {{"guide", "west", "60000", "--wait"}, "ispulseguiding", "abortslew", "the pulse was stopped"},
+          {{"slew", "5:30", "10", "--wait"}, "slewing", "abortslew", "the slew was stopped"},
+          {{"slew", "5:30", "10"}, "slewing", "abortslew", "the slew was stopped"},
+          {{"slew", "5:30", "10"}, "declination", "abortslew", "the slew was stopped", 0}}) {
+        SCOPED_TRACE(row.words[0] + " " + row.words.back() + ", " + row.read);
+        FakeTelescope telescope;
+        telescope.isFocuser = row.words[0] == "focus";
+        telescope.looks = row.looks;
+        Gate stopped;
+        std::atomic<bool> hasBegun = false;
+        std::atomic<bool> isPressed = false;
+        std::atomic<bool> isStoppedInTime = false;
+        FakeAlpacaServer server([&](const Request& request) {
+            const std::string member = MemberOf(request);
+            hasBegun = hasBegun || request.verb == "PUT";
+            if (member == row.read && hasBegun && !isPressed.exchange(true)) {
+                isStoppedInTime = stopped.Pass();
+            }
+            Answer answer = telescope(request);
+            if (member == row.stop) {
+                stopped.Open();
+            }
+            return answer;
+        });
+        Words words = row.words;
+        words.insert(words.end(), {"--port", std::to_string(server.Port())});
+        std::ostringstream out;
+        std::ostringstream notes;
+        const ExitCode code = RunClient(
+            words, {out, notes, false, [] { return 0.0; }, [](double) {}, [] {}, [&] { return isPressed.load(); }});
+        EXPECT_TRUE(isStoppedInTime);
+        EXPECT_EQ(code, ExitCode::DeviceError);
+        EXPECT_EQ(out.str(), "");
+        EXPECT_TRUE(notes.str().ends_with("kestrane-client: interrupted; " + row.told + "\n")) << notes.str();
+        EXPECT_EQ(std::ranges::count(Calls(server), "PUT " + row.stop), 1);
+    }
+}
+
 TEST(ClientVerbs, WhoseStopTheDeviceRefuses_SaySo) {
     FakeTelescope telescope;
     telescope.looks = 1'000;
