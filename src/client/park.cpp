@@ -39,12 +39,18 @@ void RunPark(Session& session) {
     session.Tell("parked", {{"AtPark", true}});
 }
 
-/// A device may answer without an error, and stay parked.
+/// A device may answer without an error, and stay parked; or answer at once, and be parked until it has moved.
 void RunUnpark(Session& session) {
     session.EnsureConnected();
     WatchedAction action(session, "unparking");
     action.Put("Unpark");
     const bool isParked = session.arguments.wait ? !AwaitParked(session, action, false) : session.device.Flag("AtPark");
+    if (isParked && !session.arguments.wait && session.device.TryFlag("Slewing").value_or(false)) {
+        action.Finish();
+        session.Tell("unpark started" + std::string(session.HasConnected() ? "; the client stays connected" : ""),
+                     {{"Value", nullptr}});
+        return;
+    }
     if (isParked) {
         throw DeviceError(0, "the device is still parked");
     }

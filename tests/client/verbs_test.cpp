@@ -319,6 +319,18 @@ TEST(ClientVerbs, Unpark_OfADeviceThatStaysParked_IsAFailure) {
     }
 }
 
+TEST(ClientVerbs, Unpark_OfADeviceThatMovesFirst_HasStarted) {
+    FakeTelescope telescope;
+    telescope.isConnected = false;
+    telescope.looksParked = 3;
+    telescope.looksLeft = 2;
+    FakeAlpacaServer server(std::ref(telescope));
+    const Outcome outcome = RunAt(server, {"unpark"});
+    EXPECT_EQ(outcome.code, ExitCode::Done) << outcome.notes;
+    EXPECT_EQ(outcome.out, "unpark started; the client stays connected\n");
+    EXPECT_EQ(Puts(server).back(), "unpark");
+}
+
 TEST(ClientVerbs, Unpark_WithWait_GoesOnUntilTheDeviceIsUnparked) {
     FakeTelescope telescope;
     telescope.looksParked = 3;
