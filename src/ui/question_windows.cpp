@@ -114,6 +114,7 @@ bool QuestionWindows::NobodyCanSee(const Form& form) {
 /// to what was proposed.
 std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) {
     frmAskUnpark& form = needs_.windows.askUnpark;
+    EndOffer();  // a person may just have closed its window
     if (IsOpenAlready(form)) {
         return std::nullopt;
     }
@@ -142,6 +143,7 @@ void QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
 void QuestionWindows::OfferUnpark(std::int16_t proposed,
                                   std::function<void(std::optional<std::int16_t> index)> answered) {
     frmAskUnpark& form = needs_.windows.askUnpark;
+    EndOffer();
     if (IsOpenAlready(form) || NobodyCanSee(form)) {
         answered(std::nullopt);
         return;

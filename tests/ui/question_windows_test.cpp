@@ -192,6 +192,26 @@ TEST_F(QuestionWindowsTest, OfferUnderAnOpenQuestion_IsCancelled_AndNotForWantOf
     EXPECT_FALSE(Logged(kNobody));
 }
 
+TEST_F(QuestionWindowsTest, OfferWhoseWindowAPersonHasClosed_IsCancelled_BeforeTheNextQuestionShowsIt) {
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    std::vector<Index> first;
+    std::vector<Index> second;
+    EXPECT_EQ(WithPerson<Index>(
+                  form, [&] { form.btnOK.FireClick(); },
+                  [&] {
+                      Ask().OfferUnpark(3, [&](Index index) { first.push_back(index); });
+                      form.Hide();
+                      Ask().OfferUnpark(4, [&](Index index) { second.push_back(index); });
+                      EXPECT_EQ(first, std::vector<Index>{std::nullopt});
+                      EXPECT_TRUE(Ask().OfferIsOpen());
+                      form.Hide();
+                      return Ask().AskUnpark(std::int16_t{2}, Unasked::IsCancelled);
+                  }),
+              2);
+    EXPECT_EQ(second, std::vector<Index>{std::nullopt});
+}
+
 TEST_F(QuestionWindowsTest, PositionOfTheCommand_IsTaken_ThoughThePersonWhoHasGoneLookedAtAnother) {
     Start();
     frmAskUnpark& form = Window().askUnpark;
