@@ -23,8 +23,9 @@ struct ParkPlace {
 
 /// What the driver asks a person before it does something. Each question shows its window and pumps until it is
 /// answered; the poll and other calls go on meanwhile, also those that wait long. Whoever asks from a call that a
-/// client waits for holds that client. A question whose window is open already counts as cancelled, with a warning in
-/// the log. Logic thread only.
+/// client waits for holds that client, and the calls in whose pump the question opens are held too: so a button asks
+/// from a long call of its own. A long call that runs under the question in turn holds whoever asked. A question whose
+/// window is open already counts as cancelled, with a warning in the log. Logic thread only.
 class Questions {
 public:
     virtual ~Questions() = default;
@@ -44,9 +45,10 @@ public:
     virtual bool OfferIsOpen() const = 0;
     /// Takes such an offer back, which counts as cancelled; nothing without one.
     virtual void WithdrawUnpark() = 0;
-    /// Whether to park, and where, an index of `cbxParkTo` from 0 to 6. Nothing: do not. The text of an accepted
-    /// position is kept in the settings.
-    virtual std::optional<std::int16_t> AskPark() = 0;
+    /// Whether to park, and where. `accepted` is called as soon as the person accepts a position, an index of
+    /// `cbxParkTo` from 0 to 6, whose text is then kept in the settings: a stop before that moment does not mean this
+    /// park, and one after it does. Not called otherwise.
+    virtual void AskPark(std::function<void(std::int16_t index)> accepted) = 0;
     /// Whether the mount is to swap its directions.
     virtual bool AskSwap(SwappedAxes axes) = 0;
     /// Asks whether to stop the slew, or the park; shows the window and returns. OK stops the mount at once: a stop

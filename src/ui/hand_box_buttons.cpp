@@ -32,7 +32,8 @@ constexpr ActionRow kActionButtons[] = {
     {&frmHandBox::btnGetLongLat, ButtonAction::GetLongLat},
 };
 
-/// A person is asked about these, and may take all night.
+/// A person is asked about these, and may take all night. Those of swap and "initialise now", which nobody has set yet,
+/// will ask too and belong here then.
 constexpr bool AsksAPerson(ButtonAction action) {
     return action == ButtonAction::Park || action == ButtonAction::Unpark || action == ButtonAction::SetPark;
 }
@@ -65,9 +66,22 @@ void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {
 void HandBoxPanel::Press(ButtonAction action) {
     if (state_.g_bInPoll) {
         delayed_ = action;
+    } else if (AsksAPerson(action)) {
+        RunAsLongCall([this, action] { Run(action); });
     } else {
         Run(action);
     }
+}
+
+/// A button may be pressed, and its timer tick, in the pump of a client's call, which would have to wait for the answer
+/// of a person.
+void HandBoxPanel::RunAsLongCall(std::function<void()> run) {
+    needs_.pump.Post(CallKind::WaitsLong, [this, run = std::move(run), token = std::weak_ptr<int>(token_)] {
+        if (!token.expired()) {
+            ResumeNext errors{driver_.ledger, "tmrButtonDelay"};
+            errors.Step(run);
+        }
+    });
 }
 
 void HandBoxPanel::Run(ButtonAction action) {
@@ -81,8 +95,6 @@ void HandBoxPanel::Run(ButtonAction action) {
     });
 }
 
-/// An action that asks becomes a long call of its own: the tick may run in the pump of a client's call, which would
-/// have to wait for the answer.
 void HandBoxPanel::RunDelayedAction() {
     if (delayed_ == ButtonAction::None || state_.g_bInPoll || runsDelayed_) {
         return;
@@ -93,15 +105,11 @@ void HandBoxPanel::RunDelayedAction() {
         Run(action);
         runsDelayed_ = false;
     };
-    if (!AsksAPerson(action)) {
+    if (AsksAPerson(action)) {
+        RunAsLongCall(run);
+    } else {
         run();
-        return;
     }
-    needs_.pump.Post(CallKind::WaitsLong, [run, token = std::weak_ptr<int>(token_)] {
-        if (!token.expired()) {
-            run();
-        }
-    });
 }
 
 void HandBoxPanel::SetMeridianDelayUI(double hours) {

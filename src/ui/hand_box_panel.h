@@ -125,8 +125,11 @@ public:
 
     /// Sets what a button does; an action that nobody set does nothing.
     void OnAction(ButtonAction action, std::function<void()> run);
-    /// Runs the action now, or when the poll step that is under way has ended.
+    /// Runs the action now, or when the poll step that is under way has ended; one that asks a person, as a long call
+    /// of its own.
     void Press(ButtonAction action);
+    /// Runs it as a long call of its own, while the panel is there. An error in it is swallowed, like that of a button.
+    void RunAsLongCall(std::function<void()> run);
 
     /// The commands of the nine-button pad, for the rate type that the mount has reported so far.
     MoveCommands Moves() const {

@@ -44,12 +44,17 @@ ParkButtons::ParkButtons(ParkButtonsNeeds needs)
     needs_.panel.OnAction(ButtonAction::SetPark, [this] { SetPark(); });
 }
 
+/// The park is a call of its own: a stop that came while the question was open was not meant for it.
 void ParkButtons::Park() {
     const ParkButtonsOff off(needs_.handBox);
-    const std::optional<std::int16_t> index = needs_.questions.AskPark();
-    Telescope* const telescope = needs_.telescope();
-    if (index && telescope) {
-        ParkVerbs(*telescope).Park(*index);
+    needs_.questions.AskPark(
+        [this](std::int16_t index) { needs_.panel.RunAsLongCall([this, index] { ParkAt(index); }); });
+}
+
+void ParkButtons::ParkAt(std::int16_t index) {
+    const ParkButtonsOff off(needs_.handBox);
+    if (Telescope* const telescope = needs_.telescope()) {
+        ParkVerbs(*telescope).Park(index);
     }
 }
 

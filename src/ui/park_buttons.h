@@ -30,6 +30,7 @@ public:
 
 private:
     void Park();
+    void ParkAt(std::int16_t index);
     void SetPark();
     void KeepPlace(const ParkPlace& place);
     bool MayBeParkedAt(const ParkPlace& place);

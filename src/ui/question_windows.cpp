@@ -79,7 +79,7 @@ void QuestionWindows::WirePositions() {
         EndOffer();
     });
     frmAskPark& park = needs_.windows.askPark;
-    park.btnOK.OnClick([&park] { Accept(park, park.cbxAskParkTo, park.UserOk, park.UserParkIndex); });
+    park.btnOK.OnClick([this] { AcceptPark(); });
     park.btnCancel.OnClick([&park] { park.Hide(); });
     park.tmrWarning.OnTick([&park] { park.lblEastSlewWarning.Visible(!park.lblEastSlewWarning.Visible()); });
 }
@@ -175,11 +175,12 @@ void QuestionWindows::EndOffer() {
     }
 }
 
-std::optional<std::int16_t> QuestionWindows::AskPark() {
+void QuestionWindows::AskPark(std::function<void(std::int16_t index)> accepted) {
     frmAskPark& form = needs_.windows.askPark;
     if (IsOpenAlready(form)) {
-        return std::nullopt;
+        return;
     }
+    parkAccepted_ = std::move(accepted);
     form.UserOk = false;
     form.cbxAskParkTo.ListItems(Positions("Current Position", UserPlace()));
     Select(form.cbxAskParkTo, needs_.persist.Read(setting::cbxParkToText), StoredParkIndex(needs_.persist, needs_.log));
@@ -187,11 +188,15 @@ std::optional<std::int16_t> QuestionWindows::AskPark() {
     needs_.modal.ShowModal(form);
     form.tmrWarning.Enabled(false);
     form.Unload();
-    if (!form.UserOk) {
-        return std::nullopt;
+}
+
+void QuestionWindows::AcceptPark() {
+    frmAskPark& form = needs_.windows.askPark;
+    Accept(form, form.cbxAskParkTo, form.UserOk, form.UserParkIndex);
+    if (form.UserOk && parkAccepted_) {
+        needs_.persist.Write(setting::cbxParkToText, form.cbxAskParkTo.Text());
+        std::exchange(parkAccepted_, nullptr)(form.UserParkIndex);
     }
-    needs_.persist.Write(setting::cbxParkToText, form.cbxAskParkTo.Text());
-    return form.UserParkIndex;
 }
 
 void QuestionWindows::ShowEastSlewWarning() {

@@ -33,7 +33,7 @@ public:
     void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
     bool OfferIsOpen() const override;
     void WithdrawUnpark() override;
-    std::optional<std::int16_t> AskPark() override;
+    void AskPark(std::function<void(std::int16_t index)> accepted) override;
     bool AskSwap(SwappedAxes axes) override;
     void AskAbort(bool parking) override;
     bool AskSetPark(const ParkPlace& place) override;
@@ -42,6 +42,7 @@ public:
 
 private:
     void WirePositions();
+    void AcceptPark();
     void WireAbort();
     void FillUnpark(std::optional<std::int16_t> proposed);
     void EndOffer();
@@ -53,6 +54,7 @@ private:
 
     QuestionWindowsNeeds needs_;
     std::function<void(std::optional<std::int16_t> index)> offered_;  ///< gets the answer to an open offer
+    std::function<void(std::int16_t index)> parkAccepted_;            ///< gets the position to park at
 };
 
 }  // namespace kestrane

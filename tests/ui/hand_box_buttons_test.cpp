@@ -27,9 +27,23 @@ protected:
 };
 
 TEST_F(HandBoxButtons, Press_OutsideThePollRunsAtOnce) {
-    Count(ButtonAction::Park);
-    driver->panel.Press(ButtonAction::Park);
-    EXPECT_EQ(done_, std::vector<int>{1});
+    Count(ButtonAction::SyncMountTime);
+    driver->panel.Press(ButtonAction::SyncMountTime);
+    EXPECT_EQ(done_, std::vector<int>{12});
+}
+
+TEST_F(HandBoxButtons, Press_OfAnActionThatAsksAPerson_RunsAsALongCall) {
+    for (const ButtonAction action : {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark}) {
+        Count(action);
+        done_.clear();
+        machine.pump.Post(CallKind::Brief, [&] {
+            driver->panel.Press(action);
+            machine.pump.PumpMessages();
+            EXPECT_TRUE(done_.empty()) << "the brief call would be held";
+        });
+        machine.AdvanceTime(1);
+        EXPECT_EQ(done_, std::vector<int>{static_cast<int>(action)});
+    }
 }
 
 TEST_F(HandBoxButtons, Press_InsideThePollWaitsForItsEndAndRunsOnce) {
@@ -71,6 +85,7 @@ TEST_F(HandBoxButtons, Press_OfAnActionThatNobodySetDoesNothing) {
     machine.AdvanceTime(100);
     EXPECT_TRUE(done_.empty());
     driver->panel.Press(ButtonAction::Park);
+    machine.AdvanceTime(1);
     EXPECT_EQ(done_, std::vector<int>{1});
 }
 
@@ -119,6 +134,7 @@ TEST_F(HandBoxButtons, Clicks_PressTheActionOfTheirButton) {
           Row{&frmHandBox::btnSetPark, 7}, Row{&frmHandBox::btnInitNow, 8}}) {
         Count(static_cast<ButtonAction>(row.code));
         (HandBox().*row.button).FireClick();
+        machine.AdvanceTime(1);
         EXPECT_EQ(done_, std::vector<int>{row.code});
         done_.clear();
     }

@@ -39,6 +39,7 @@ protected:
                 form.btnOK.FireClick();
             });
         driver->handBox.btnSetPark.FireClick();
+        machine.AdvanceTime(500);
         form.Detach(view_);
         EXPECT_TRUE(shown.Happened());
         driver->persist.Write(setting::cbxParkTo, "6");
@@ -285,6 +286,7 @@ TEST_F(CounterweightUpParkTest, AroundMidnight_TheSecondLegNeverFollows) {
 TEST_F(CounterweightUpParkTest, AnHourAngleWithoutADelay_IsSaidAtOnce_AndNothingMoves) {
     ConnectUp({6.0, 75.0, true});
     driver->handBox.btnSetPark.FireClick();
+    machine.AdvanceTime(500);
     ASSERT_EQ(machine.messageBoxes.shown.size(), 1U);
     EXPECT_TRUE(machine.messageBoxes.shown[0].text.starts_with("The mount cannot park here with its counterweight up"));
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
@@ -473,7 +475,9 @@ TEST_F(CounterweightUpParkTest, APlaceWithTheCounterweightDown_IsAPlainOne) {
 
 TEST_F(CounterweightUpParkTest, APlaceThatIsNotAccepted_ChangesNothing) {
     ConnectUp({2.0, 40.0, true}, {{"txtUserParkAlt", "11"}});
-    driver->handBox.btnSetPark.FireClick();  // nobody sees the question
+    driver->handBox.btnSetPark.FireClick();
+    machine.AdvanceTime(500);
+    EXPECT_TRUE(LoggedAs("frmAskCustomParkOK", 1, "No window can be shown: the question counts as cancelled"));
     EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "0");
     EXPECT_EQ(driver->persist.Read(setting::txtUserParkAlt), "11");
 }

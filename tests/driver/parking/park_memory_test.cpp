@@ -18,7 +18,8 @@ protected:
     }
     /// Presses the button, and chooses another place in the window that asks.
     void PressParkAndChoose(
-        std::int32_t place, const std::function<void()>& whileAsked = [] {}) {
+        std::int32_t place, const std::function<void()>& whileAsked = [] {},
+        const std::function<void()>& onceAnswered = [] {}) {
         frmAskPark& form = driver->windows.askPark;
         form.Attach(view_);
         const When shown(
@@ -27,8 +28,10 @@ protected:
                 whileAsked();
                 form.cbxAskParkTo.ListIndex(place);
                 form.btnOK.FireClick();
+                onceAnswered();
             });
-        driver->handBox.btnPark.FireClick();
+        machine.pump.Post(CallKind::Brief, [&] { driver->handBox.btnPark.FireClick(); });
+        machine.AdvanceTime(1'000);
         form.Detach(view_);
         EXPECT_TRUE(shown.Happened());
     }
@@ -392,9 +395,37 @@ TEST_F(ParkMemoryTest, TheButton_AsksWhere_AndParksThere) {
     ExpectPointsAt(0.0, 180.0, 0.1);
 }
 
+TEST_F(ParkMemoryTest, TheButton_Parks_UnlessAStopComesAfterTheAnswer) {
+    for (const bool afterTheAnswer : {false, true}) {
+        SCOPED_TRACE(afterTheAnswer);
+        ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+        int stops = 0;
+        const auto stop = [&] {
+            machine.pump.Post(CallKind::Stop, [&] {
+                ++stops;
+                telescope->AbortSlew();
+            });
+        };
+        const auto stopAtOnce = [&] {
+            stop();
+            machine.pump.PumpStops();
+        };
+        PressParkAndChoose(
+            4, afterTheAnswer ? [] {} : std::function<void()>(stopAtOnce),
+            afterTheAnswer ? std::function<void()>(stop) : [] {});
+        EXPECT_EQ(stops, 1);
+        EXPECT_EQ(driver->state.g_bParking, !afterTheAnswer);
+        EXPECT_EQ(Logged("ParkMount() does not begin: it was stopped before it could"), afterTheAnswer);
+        EXPECT_TRUE(driver->handBox.btnPark.Enabled());
+        EndTheDriver();
+    }
+}
+
 TEST_F(ParkMemoryTest, TheButtonWithNobodyToAsk_DoesNothing) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
-    EXPECT_EQ(MotionDuring([&] { driver->handBox.btnPark.FireClick(); }), "");
+    driver->handBox.btnPark.FireClick();
+    EXPECT_EQ(MotionDuring([&] { machine.AdvanceTime(1'000); }), "");
+    EXPECT_TRUE(LoggedAs("frmAskPark", 1, "No window can be shown: the question counts as cancelled"));
     EXPECT_FALSE(driver->state.g_bParking);
     EXPECT_TRUE(driver->handBox.btnPark.Enabled());
 }
