@@ -134,7 +134,11 @@ void CommandExchange::Blind(const OutgoingCommand<ReplyForm::None>& command, std
     DropInputIfOutOfStep(errors);
     DropLateBytes(origin, errors);
     errors.Step([&] { Link().Transmit(text); });
-    needs_.pause(kPauseAfterBlindMs);
+    if (wire::CareOf(text).zeroIsGood) {
+        driver_.waits.WaitForMilliseconds(kPauseAfterBlindMs);  // what a tick sends would drop the answer to the slew
+    } else {
+        needs_.pause(kPauseAfterBlindMs);
+    }
 }
 
 bool CommandExchange::Bool(const OutgoingCommand<ReplyForm::Character>& command, Caller caller) {

@@ -144,6 +144,49 @@ INSTANTIATE_TEST_SUITE_P(Rows, OtherAxisTest,
                                          OtherAxisRow{340, 365, 520}),
                          [](const auto& row) { return "Row" + std::to_string(row.index); });
 
+/// An end drops what the line still holds: it must not come between a slew command and the mount's answer to that.
+class EndBesideASlewTest : public GuidingTest, public testing::WithParamInterface<bool> {
+protected:
+    /// The time on the wire of a slew command that is sent beside a pulse of so long.
+    std::int64_t SlewBesideAPulseOf(std::int32_t duration) {
+        EndTheDriver();
+        MountSimulatorOptions options;
+        options.firmware = kUntimed;
+        options.parkedAtPowerOn = false;
+        options.minimumElevation = GetParam() ? 0.0 : 89.0;
+        Connect(options, {{"DisableSafeSlew", "1"}});
+        mount->Add(std::make_unique<AnswersLate>("Sd", 60));  // the slew begins long before the end, which it waits for
+        log.clear();
+        const double ra = NormalizeHours(telescope->SiderealTime() - 1.0);
+        Begin();
+        GuideAt(0, 0, duration);
+        machine.pump.PostAt(startMs + 100, CallKind::WaitsLong,
+                            [&] { Try([&] { telescope->SlewToCoordinatesAsync(ra, 20.0); }); });
+        machine.AdvanceTime(2'500);
+        const std::string wire = " " + Wire();
+        const std::size_t slew = wire.find(":MS");
+        return slew == std::string::npos ? -1 : std::stoll(wire.substr(wire.rfind(' ', slew) + 1));
+    }
+};
+
+TEST_P(EndBesideASlewTest, AnEndRightAfterTheSlewCommand_LeavesItsAnswer) {
+    const std::int64_t sentMs = SlewBesideAPulseOf(60'000);
+    ASSERT_GT(sentMs, 0);
+    for (std::int64_t after = 1; after <= 12; ++after) {
+        SCOPED_TRACE(after);
+        ASSERT_EQ(SlewBesideAPulseOf(static_cast<std::int32_t>(sentMs + after - 20)), sentMs) << Tape().Timed();
+        EXPECT_EQ(mount->Picture().slewing, GetParam());
+        EXPECT_EQ(driver->state.g_bSlewing, GetParam());
+        EXPECT_EQ(error, GetParam() ? 0U : 0x80040413U) << words;
+        EXPECT_EQ(TimesLogged(GetParam() ? "Sent 'MS', Response: 0" : "Sent 'MS', Response: 2"), 1);
+        EXPECT_FALSE(Logged("Dropped a late reply before the next command"));
+        EXPECT_NE(Wire().find(":Qn"), std::string::npos) << Wire();
+        EXPECT_EQ(Flags(), "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(TakenAndRefused, EndBesideASlewTest, testing::Bool());
+
 TEST_F(PulseEndTest, BetweenTheTriesOfAQuestion_TheEndGoesOut) {
     ExpectSwallow("CommandString");
     ConnectTo(kUntimed);
