@@ -364,6 +364,8 @@ void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
 
 void ConnectionManager::CountClient(ClientKind kind) {
     connectFailure_.clear();
+    exitAwaitsParkSince_.reset();
+    parkIsGivenUp_ = false;
     // A program that connects again and again without end must not come out as minus 32768 clients.
     const auto count = [](std::int16_t& connects, bool& connected) {
         connected = true;

@@ -202,6 +202,19 @@ TEST_F(EndlessParkTest, LetsTheServerEndTheProcessAfterHalfAnHour) {
     ExpectGivenUp();
 }
 
+TEST_F(EndlessParkTest, ForAClientThatComesBackAsTheTimeIsUp_TheTimeBeginsAnew) {
+    ParkWithoutEnd();
+    telescope->Connected(false);
+    EXPECT_TRUE(driver->MayEnd(kBoundMs));
+    telescope->Connected(true);
+    telescope.reset();
+    EXPECT_EQ(machine.processes.ends, 0);
+    machine.AdvanceTime(kBoundMs - 1'000);
+    EXPECT_EQ(machine.processes.ends, 0);
+    machine.AdvanceTime(2'000);
+    ExpectGivenUp();
+}
+
 TEST_F(ParkMemoryTest, ASignalAfterTheLastClient_EndsTheProcessInMidPark) {
     ConnectAt(47.0, "S", {{"cbxParkTo", "3"}});
     telescope->Park();
