@@ -133,8 +133,8 @@ void PollLoop::RepeatStop(std::optional<Tick> textAskedAt) {
         return;
     }
     if (const auto form = stopWatch_.DueAgain(textAskedAt, needs_.queries.Questions(), needs_.queries.Reads())) {
+        const StopWatch::Repeat repeat(stopWatch_);
         telescope->StopAgain(*form);
-        stopWatch_.RepeatWentOut();
     }
 }
 

@@ -6,7 +6,8 @@ namespace kestrane {
 namespace {
 
 constexpr int kMostStopRepeats = 5;
-constexpr std::int32_t kUntilRepeatMs = 900;  // the status text is asked for each second
+constexpr std::int32_t kUntilRepeatMs = 900;    // the status text is asked for each second
+constexpr std::int32_t kLongestPulseMs = 5000;  // that an owed stop waits for
 
 }  // namespace
 
@@ -41,7 +42,7 @@ void StopWatch::StopGoesOut(const Outgoing& stop) {
         watched_ = Watched{.stoppedAt = clock_.GetTickCount(), .endsMove = endsMove, .readings = std::nullopt};
     }
     if (stop.endsMove) {
-        moveStopped_ = MoveStopped{.questions = stop.questions};
+        moveStopped_ = MoveStopped{.questions = stop.questions, .dueSince = std::nullopt};
     }
 }
 
@@ -66,35 +67,36 @@ std::optional<StopForm> StopWatch::DueAgain(std::optional<Tick> textAskedAt, Que
         return std::nullopt;
     }
     if (OwedIsDue(questions)) {
-        repeating_ = true;
         return moveStopped_->form;
     }
     if (RepeatIsDue(textAskedAt, reads)) {
-        repeating_ = true;
         return watched_->form;
     }
     return std::nullopt;
 }
 
-/// Until the end of a pulse that has begun since, which the stop would cut.
+/// Not in a pulse that has begun since, which the stop would cut; but a move may be fast, so not for long. Between two
+/// looks a question may go unanswered and another be answered: which came first cannot be seen, and a stop too many
+/// does no harm.
 bool StopWatch::OwedIsDue(QuestionCounts questions) {
     if (!moveStopped_) {
         return false;
     }
-    const bool answers = questions.answered != moveStopped_->questions.answered;
-    if (!answers) {
-        moveStopped_->lineFailed =
-            moveStopped_->lineFailed || questions.unanswered != moveStopped_->questions.unanswered;
+    MoveStopped& stop = *moveStopped_;
+    stop.lineFailed = stop.lineFailed || questions.unanswered != stop.questions.unanswered;
+    if (questions.answered == stop.questions.answered) {
         return false;
     }
-    if (!moveStopped_->lineFailed) {
+    if (!stop.lineFailed) {
         moveStopped_.reset();  // it was heard
         return false;
     }
-    if (PulseRuns()) {
+    const Tick now = clock_.GetTickCount();
+    stop.dueSince = stop.dueSince.value_or(now);
+    if (PulseRuns() && now - *stop.dueSince < kLongestPulseMs) {
         return false;
     }
-    moveStopped_ = MoveStopped{.questions = questions, .form = moveStopped_->form};
+    moveStopped_ = MoveStopped{.questions = questions, .form = stop.form, .dueSince = std::nullopt};
     log_.LogMessage("Motion", LogLevel::Warning, "The mount may not have heard a stop: it is sent again");
     return true;
 }

@@ -57,9 +57,19 @@ public:
     /// Whether the line has failed since the stop of a move, so that the mount may not have heard it.
     bool StopIsOwed() const { return moveStopped_ && moveStopped_->lineFailed; }
     /// To be called again and again. `textAskedAt` is when a status text was asked for that has just come, or nothing.
-    /// Returns the form of the stop that is to go out now; `RepeatWentOut` follows it.
+    /// Returns the form of the stop that is to go out now, in a `Repeat`.
     std::optional<StopForm> DueAgain(std::optional<Tick> textAskedAt, QuestionCounts questions, CoordinateReads reads);
-    void RepeatWentOut() { repeating_ = false; }
+    /// While it lives, the stop that goes out is a repeat.
+    class Repeat {
+    public:
+        explicit Repeat(StopWatch& watch) : watch_(watch) { watch_.repeating_ = true; }
+        ~Repeat() { watch_.repeating_ = false; }
+        Repeat(const Repeat&) = delete;
+        Repeat& operator=(const Repeat&) = delete;
+
+    private:
+        StopWatch& watch_;
+    };
 
 private:
     bool OwedIsDue(QuestionCounts questions);
@@ -82,6 +92,7 @@ private:
         QuestionCounts questions;  ///< before it
         StopForm form = StopForm::Single;
         bool lineFailed = false;
+        std::optional<Tick> dueSince;  ///< when the mount answered again
     };
 
     const DriverState& state_;
@@ -89,7 +100,7 @@ private:
     Clock& clock_;
     std::optional<Watched> watched_;
     std::optional<MoveStopped> moveStopped_;
-    bool repeating_ = false;  ///< the stop that goes out is a repeat
+    bool repeating_ = false;  ///< see `Repeat`
 };
 
 }  // namespace kestrane

@@ -15,6 +15,7 @@ namespace {
 constexpr std::int32_t kStepMs = 150;
 constexpr std::int32_t kBeginsMs = 600;
 constexpr std::int32_t kPulseEndsMs = 8'000;
+constexpr std::int32_t kLongPulseEndsMs = 18'000;
 constexpr std::int32_t kLineFailsMs = 3'000;
 constexpr std::int32_t kUntilMs = 20'000;
 constexpr Tick kLongAgo = VirtualClock::kZero + 2'100'000'000;  // 25 days and more: the ticks have wrapped
@@ -24,9 +25,10 @@ enum class Ends { Goto, Move, Nothing };
 /// For whom it went out.
 enum class For { Client, Pulse };
 /// What the line does.
-enum class Line { Answers, AsksNothing, Fails, LosesAReply };
+/// The second loss is not looked at before the next reply has come.
+enum class Line { Answers, AsksNothing, Fails, LosesAReply, LosesAReplyUnseen };
 /// What begins after it.
-enum class Then { Nothing, Motion, Axis, Slew, Park, AbortedPark, Pulse };
+enum class Then { Nothing, Motion, Axis, Slew, Park, AbortedPark, Pulse, LongPulse };
 /// What the mount does and says.
 enum class Mount { Stands, SaysItSlews, SaysSoOnce, GoesFast, StandsWithoutText, GoesFastWithoutText };
 
@@ -111,6 +113,7 @@ protected:
                 }
                 break;
             case Then::Pulse:
+            case Then::LongPulse:
                 motion.GuidePulseBegins(GuideDirection::North);
                 break;
             case Then::Nothing:
@@ -126,6 +129,9 @@ protected:
         if ((Case().line == Line::Fails && early) || (Case().line == Line::LosesAReply && questions.unanswered == 0)) {
             ++questions.unanswered;
             return false;
+        }
+        if (Case().line == Line::LosesAReplyUnseen && questions.unanswered == 0) {
+            ++questions.unanswered;
         }
         ++questions.answered;
         ++reads.ra;
@@ -152,14 +158,14 @@ protected:
             if (now - start >= kBeginsMs && now - start < kBeginsMs + kStepMs) {
                 BeginSomething();
             }
-            if (now - start >= kPulseEndsMs) {
+            if (now - start >= (Case().then == Then::LongPulse ? kLongPulseEndsMs : kPulseEndsMs)) {
                 motion.GuidePulseEnds(GuideDirection::North);
             }
             if (const std::optional<StopForm> form = watch.DueAgain(textAskedAt, questions, reads)) {
                 sent += state.g_bGuidingNorth ? "!" : "";
                 sent += *form == StopForm::Pair ? "P" : "S";
+                const StopWatch::Repeat repeat(watch);
                 StopGoesOut(false);
-                watch.RepeatWentOut();
             }
         }
     }
@@ -211,9 +217,11 @@ INSTANTIATE_TEST_SUITE_P(Stops, StopWatchTest, testing::Values(
     StopRow{"AMove_LineFails",             Ends::Move,    kPair, For::Client, Line::Fails,       Then::Nothing,     Mount::Stands,              "P",     "h"},
     StopRow{"AMove_LineFails_Single",      Ends::Move,    kOne,  For::Client, Line::Fails,       Then::Nothing,     Mount::Stands,              "S",     "h"},
     StopRow{"AMove_AReplyIsLost",          Ends::Move,    kOne,  For::Client, Line::LosesAReply, Then::Nothing,     Mount::Stands,              "S",     "h"},
+    StopRow{"AMove_AReplyIsLost_AndOneComes", Ends::Move, kOne,  For::Client, Line::LosesAReplyUnseen, Then::Nothing, Mount::Stands,           "S",     "h"},
     StopRow{"AMove_LineFails_ThenAMotion", Ends::Move,    kPair, For::Client, Line::Fails,       Then::Motion,      Mount::Stands,              "",      ""},
     StopRow{"AMove_LineFails_ThenAnAxis",  Ends::Move,    kPair, For::Client, Line::Fails,       Then::Axis,        Mount::Stands,              "",      ""},
     StopRow{"AMove_AfterThePulse",         Ends::Move,    kPair, For::Client, Line::Fails,       Then::Pulse,       Mount::Stands,              "P",     "h"},
+    StopRow{"AMove_NotAfterALongPulse",    Ends::Move,    kPair, For::Client, Line::Fails,       Then::LongPulse,   Mount::Stands,              "!P",    "h"},
     StopRow{"AFastMoveThatGoesOn",         Ends::Move,    kPair, For::Client, Line::Answers,     Then::Nothing,     Mount::GoesFast,            "PPPPP", "sssssg"},
     StopRow{"AFastMove_WithoutText",       Ends::Move,    kOne,  For::Client, Line::Answers,     Then::Nothing,     Mount::GoesFastWithoutText, "SSSSS", "sssssg"}),
     [](const auto& row) { return std::string(row.param.name); });
