@@ -162,7 +162,7 @@ public:
     bool DistanceStayed(bool positionIsNew);
     /// The supervision has heard the mount stand still at the target.
     void SeenToStandAtTarget();
-    /// The same short of it.
+    /// The same short of it, or the poll after a goto that nothing supervises.
     void SeenToStandShort();
     /// The slew is over, by arrival or by a stop. AK stays: it shows a park that waits how it ended.
     void SlewEnds();

@@ -110,6 +110,7 @@ private:
 
     // slew_supervision.cpp
     void LookForUnseenGoto();
+    void LookForEndOfGoto();
     bool ParkAborted() const;
     bool CheckByStatus();
     bool CheckByDistance();
@@ -146,6 +147,12 @@ private:
         MotionByReadings readings;
     };
     std::optional<RefusedGoto> refusedGoto_;
+    struct UnwatchedGoto {
+        Tick sentAt;
+        Tick movedAt;  ///< when it was seen to move, or not yet to stand
+        MotionByReadings readings;
+    };
+    std::optional<UnwatchedGoto> unwatchedGoto_;
     /// A park that the mount drives to a position of its own.
     struct MarkedPark {
         double startAlt, startAz;  ///< degrees

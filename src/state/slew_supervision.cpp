@@ -24,6 +24,8 @@ constexpr double kParkRaHours = 0.5;
 constexpr double kParkDecDegrees = 0.01;
 constexpr double kParkAltAzDegrees = 1.0;
 constexpr double kAtMarkedDegrees = 2.0;
+constexpr double kStandingDegrees = 0.05;  // between two readings: a mount that does not track, in its short format
+constexpr std::int32_t kStandsForMs = 8000;
 constexpr std::size_t kSlewField = 3;  // of the status text
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
@@ -35,6 +37,7 @@ bool PollLoop::CheckSlewing() {
         return true;  // by the targets of an earlier slew, a pass could see an arrival in the middle of the move
     }
     LookForUnseenGoto();
+    LookForEndOfGoto();
     WatchMarkedPark();
     const bool isParked = state_.g_bParking && state_.g_bParked;
     if ((ParkAborted() || isParked) && !state_.g_bSlewing) {
@@ -65,6 +68,27 @@ void PollLoop::LookForUnseenGoto() {
         needs_.motion.SupervisionBegins();
         state_.g_tickLastSlewCheck = now;
         PushSettleEnd();
+    }
+}
+
+/// A goto that nothing supervises, as one of a client's own text, shows its end in no other way where there is no
+/// status text. It may pause, and end slowly.
+void PollLoop::LookForEndOfGoto() {
+    if (!state_.g_bGotoRuns || state_.g_bGosActive || state_.g_bSlewing || state_.g_bParking) {
+        unwatchedGoto_.reset();
+        return;
+    }
+    const Tick now = driver_.clock.GetTickCount();
+    if (!unwatchedGoto_ || unwatchedGoto_->sentAt != state_.g_tickLastGoto) {
+        const MotionByReadings readings(state_, needs_.queries.Reads(), kStandingDegrees);
+        unwatchedGoto_.emplace(UnwatchedGoto{.sentAt = state_.g_tickLastGoto, .movedAt = now, .readings = readings});
+        return;
+    }
+    const MotionByReadings::Seen seen = unwatchedGoto_->readings.Look(state_, needs_.queries.Reads());
+    if (seen == MotionByReadings::Seen::Moves || seen == MotionByReadings::Seen::MayMove) {
+        unwatchedGoto_->movedAt = now;
+    } else if (seen == MotionByReadings::Seen::Stands && now - unwatchedGoto_->movedAt >= kStandsForMs) {
+        needs_.motion.SeenToStandShort();
     }
 }
 

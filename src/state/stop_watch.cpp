@@ -16,7 +16,7 @@ MotionByReadings::Seen MotionByReadings::Look(const DriverState& state, Coordina
         return Seen::NothingNew;
     }
     const auto isFarFrom = [&](double ra, double dec) {
-        return AngularDistance(ra, dec, state.g_dRa, state.g_dDec) > kFarDegrees;
+        return AngularDistance(ra, dec, state.g_dRa, state.g_dDec) > farDegrees_;
     };
     const bool hasGone = isFarFrom(ra_, dec_);
     moves_ = hasGone && isFarFrom(firstRa_, firstDec_) ? moves_ + 1 : 0;

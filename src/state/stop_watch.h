@@ -17,8 +17,14 @@ public:
     static constexpr double kFarDegrees = 0.5;  ///< between two readings; no tracking moves that fast
     static constexpr int kFarReadings = 2;      ///< one alone may be a wrong reading
 
-    MotionByReadings(const DriverState& state, CoordinateReads reads)
-        : firstRa_(state.g_dRa), firstDec_(state.g_dDec), ra_(state.g_dRa), dec_(state.g_dDec), reads_(reads) {}
+    /// `farDegrees`: how far apart two readings are that show a motion.
+    MotionByReadings(const DriverState& state, CoordinateReads reads, double farDegrees = kFarDegrees)
+        : farDegrees_(farDegrees),
+          firstRa_(state.g_dRa),
+          firstDec_(state.g_dDec),
+          ra_(state.g_dRa),
+          dec_(state.g_dDec),
+          reads_(reads) {}
 
     enum class Seen { NothingNew, Stands, MayMove, Moves };
     /// To be called again and again. One far reading may be wrong, and so may the one after it seem far: the mount
@@ -26,6 +32,7 @@ public:
     Seen Look(const DriverState& state, CoordinateReads reads);
 
 private:
+    double farDegrees_;
     double firstRa_, firstDec_;  ///< hours, degrees
     double ra_, dec_;            ///< of the last reading
     CoordinateReads reads_;

@@ -7,6 +7,7 @@
 
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
+#include "telescope/target_texts.h"
 
 /// Syncs and recals, as they go over the wire.
 namespace kestrane {
@@ -138,6 +139,14 @@ TEST_F(SyncTest, ParkedMount_IsNotSynced) {
 
 class SyncOfAMovingMount : public SyncTest {
 protected:
+    void SendOwnGoto() {
+        const double ra = NormalizeHours(telescope->SiderealTime() - 3.0);
+        telescope->CommandBool("Sr" + RaTargetText(ra, driver->state), false);
+        telescope->CommandBool("Sd" + DecTargetText(20.0, driver->state), false);
+        EXPECT_TRUE(telescope->CommandBool("MS", false));
+        machine.AdvanceTime(1'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+    }
     void ExpectRefused() {
         const std::vector<std::function<void()>> syncs{
             [&] { telescope->SyncToCoordinates(12.5, 20.0); }, [&] { telescope->SyncToTarget(); },
@@ -219,15 +228,41 @@ TEST_F(SyncOfAMovingMount, InASlewThatNobodyWatchesAnyMore_IsRefused_UntilItsEnd
         ASSERT_TRUE(mount->Picture().slewing);
         ASSERT_FALSE(driver->state.g_bSlewing || driver->state.g_bMountSlewing);
         ExpectRefused();
-        machine.AdvanceTime(row.hasStatusText ? 60'000 : 290'000);
+        machine.AdvanceTime(60'000);
         ASSERT_FALSE(mount->Picture().slewing);
-        if (!row.hasStatusText) {
-            ExpectRefused();  // nothing shows the end
-            machine.AdvanceTime(10'000);
-        }
         EXPECT_TRUE(MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); }).ends_with(" CMR"));
         EXPECT_EQ(error, 0U);
     }
+}
+
+TEST_F(SyncOfAMovingMount, InAGotoOfAClientsOwnText_IsRefused_UntilItIsSeenToStand) {
+    for (const char* firmware : {"S", "D"}) {
+        SCOPED_TRACE(firmware);
+        EndTheDriver();
+        Connect(firmware);
+        SendOwnGoto();
+        while (mount->Picture().slewing) {
+            ExpectRefused();
+            machine.AdvanceTime(1'000);
+        }
+        machine.AdvanceTime(15'000);
+        EXPECT_TRUE(MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); }).ends_with(" CMR"));
+        EXPECT_EQ(error, 0U);
+    }
+}
+
+TEST_F(SyncOfAMovingMount, InAGotoThatNobodySees_IsRefused_ForAsLongAsAGotoCanTake) {
+    EndTheDriver();
+    Connect("D");
+    SendOwnGoto();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    machine.AdvanceTime(290'000);
+    ASSERT_FALSE(mount->Picture().slewing);
+    ExpectRefused();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    machine.AdvanceTime(10'000);
+    EXPECT_TRUE(MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); }).ends_with(" CMR"));
+    EXPECT_EQ(error, 0U);
 }
 
 TEST_F(SyncOfAMovingMount, AfterASlewThatHasEndedTheAxisOfAnotherClient_GoesOut) {
