@@ -13,6 +13,7 @@ namespace {
 constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
 constexpr std::int32_t kYieldMs = 20;
 constexpr std::int32_t kStopSpacingMs = 20;
+constexpr std::int32_t kLongestGotoMs = 300'000;  ///< half a turn at the slowest of the slew rates takes half of it
 
 }  // namespace
 
@@ -150,6 +151,11 @@ std::string_view TelescopeCore::WhyMountMayMove() const {
     const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickMotionStopped;
     const bool justStopped = state_.g_bMotionStopped && elapsed >= 0 && elapsed < kUntilStandingMs;
     return justStopped ? "a motion was stopped less than three seconds ago" : std::string_view{};
+}
+
+bool TelescopeCore::GotoMayRun() const {
+    const std::int32_t passed = driver_.clock.GetTickCount() - state_.g_tickLastGoto;
+    return state_.g_bGotoRuns && (state_.g_bGosActive || (passed >= 0 && passed < kLongestGotoMs));
 }
 
 void TelescopeCore::NoteMotionStops() {

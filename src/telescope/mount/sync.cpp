@@ -10,7 +10,6 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kBeforeSyncMs = 20;
-constexpr std::int32_t kLongestGotoMs = 300'000;  // half a turn at the slowest of the slew rates takes half of it
 
 class SyncSteps : TelescopeSteps {
 public:
@@ -18,7 +17,6 @@ public:
 
     void RefuseWhileMoving(std::string_view member);
     void RequireTarget(bool first, bool second);
-    bool GotoMayRun() const;
     SyncKind KindOfSettings(std::string_view member);
     void SendRaDecHalf(Sequence& mount, const CharacterCommand& command, std::string_view property,
                        const std::string& text);
@@ -97,18 +95,11 @@ void Telescope::SyncAltAz(double altitude, double azimuth, SyncKind kind) {
 /// A mount that moves is somewhere else by the time it hears where it is, and its goto would lead to a wrong place.
 void SyncSteps::RefuseWhileMoving(std::string_view member) {
     const bool moves = state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || state_.g_bParking ||
-                       state_.g_bAxisMotionBegun || needs_.axisMotions.AnyStillRuns() || GotoMayRun();
+                       state_.g_bAxisMotionBegun || needs_.axisMotions.AnyStillRuns() || core_.GotoMayRun();
     if (moves) {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, std::string(member) + " : the mount moves");
         throw DriverError(ErrorNumber::InvalidOperation);
     }
-}
-
-/// `MoveAxis` ends the watch over a slew, and the mount goes on with it. A status text shows when it stands. Without
-/// one nothing does; then the time that a goto can take has to pass.
-bool SyncSteps::GotoMayRun() const {
-    const std::int32_t passed = driver_.clock.GetTickCount() - state_.g_tickLastGoto;
-    return state_.g_bGotoRuns && (state_.g_bGosActive || (passed >= 0 && passed < kLongestGotoMs));
 }
 
 void SyncSteps::RequireTarget(bool first, bool second) {
