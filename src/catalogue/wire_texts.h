@@ -20,6 +20,13 @@ inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
 }
 
+/// Whether a text stops all motion, and starts no goto after that.
+inline bool StopComesLast(std::string_view onTheWire) {
+    const std::size_t stop = onTheWire.rfind(StopRaw.text);
+    const std::size_t slew = onTheWire.rfind(SlewRaw.text);
+    return stop != std::string_view::npos && (slew == std::string_view::npos || slew < stop);
+}
+
 inline bool Parks(std::string_view onTheWire) {
     return onTheWire.find(Park.With("").OnTheWire()) != std::string_view::npos;
 }
@@ -67,7 +74,15 @@ inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
     return EndlessMoveAfter(onTheWire, {MoveNorth, MoveSouth, MoveEast, MoveWest}, {StopRaw, Park});
 }
 
-/// The same for the focus motor.
+/// Whether a text stops a move without a time that it has begun itself.
+inline bool StopsItsOwnMove(std::string_view onTheWire) {
+    const std::size_t stop = onTheWire.rfind(StopRaw.text);
+    return stop != std::string_view::npos &&
+           EndlessMoveAfter(onTheWire.substr(0, stop), {MoveNorth, MoveSouth, MoveEast, MoveWest}, {}) ==
+               EndlessMove::Begins;
+}
+
+/// What a text does to a run of the focus motor.
 inline EndlessMove FocuserRunAfter(std::string_view onTheWire) {
     return EndlessMoveAfter(onTheWire, {FocusPlus, FocusMinus}, {FocusStop});
 }

@@ -86,17 +86,21 @@ bool TelescopeCore::MayMoveWithoutGoto() const {
 /// What goes out is looked at here, since a client's own text moves or stops the mount as well as the driver's
 /// procedures do.
 void TelescopeCore::NoteSent(std::string_view text) {
+    const bool startsGoto = wire::StartsGoto(text);
+    const bool stopComesLast = wire::StopComesLast(text);
+    if (startsGoto && stopComesLast) {
+        NoteGotoSent();
+    }
     if (wire::StopsAllMotion(text)) {
-        const bool endsMove = MayMoveWithoutGoto();
+        const bool endsMove = MayMoveWithoutGoto() || wire::StopsItsOwnMove(text);
         NoteMotionStops();
         needs_.motion.StopSent();
         needs_.guidePulses.NoteMountStopped();
         const bool endsGoto = !needs_.guidePulses.SendsItself();  // a pulse only makes room for another
         needs_.poll.StopGoesOut(endsGoto, endsMove);
     }
-    if (wire::StartsGoto(text)) {
-        needs_.motion.GotoSent();
-        state_.g_tickLastGoto = driver_.clock.GetTickCount();
+    if (startsGoto && !stopComesLast) {
+        NoteGotoSent();
     }
     if (wire::Parks(text)) {
         state_.g_nSamePosition = 0;  // what the mount reported before then says nothing about it from now on
@@ -124,6 +128,11 @@ void TelescopeCore::NoteSent(std::string_view text) {
         needs_.poll.MotionBegins();
     }
     needs_.noteOpenMotion(text);
+}
+
+void TelescopeCore::NoteGotoSent() {
+    needs_.motion.GotoSent();
+    state_.g_tickLastGoto = driver_.clock.GetTickCount();
 }
 
 std::string_view TelescopeCore::WhatMoves() const {

@@ -149,6 +149,7 @@ public:
 
 private:
     void NoteSent(std::string_view text);
+    void NoteGotoSent();
     bool MayMoveWithoutGoto() const;
 };
 

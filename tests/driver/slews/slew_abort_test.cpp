@@ -387,6 +387,22 @@ TEST_P(UnheardStopTest, OfAMove_GoesOutAgainWhenTheLineIsBack) {
     }
 }
 
+TEST_F(StopTest, StopInOneTextWithItsMove_GoesOutAgainWhereTheLineFailsAfterIt) {
+    ExpectSwallow("*");
+    Connect("S");
+    for (const char* text : {":Mn#:Q#", ":Q#:Mn#:Q#", ":Mn100#:Q#", ":Q#:Q#"}) {
+        SCOPED_TRACE(text);
+        telescope->CommandBlind(text, true);
+        mount->SetLineDead(true);
+        machine.AdvanceTime(3'000);
+        mount->SetLineDead(false);
+        machine.AdvanceTime(8'000);
+        const bool moved = std::string_view(text).find("Mn#") != std::string_view::npos;
+        EXPECT_EQ(TimesLogged("The mount may not have heard a stop: it is sent again"), moved ? 1 : 0);
+        log.clear();
+    }
+}
+
 TEST_F(StopTest, StopOfAMoveThatTheMountHears_IsNotRepeated_NorOneThatAnotherMoveFollows) {
     ExpectSwallow("*");
     Connect("S");
@@ -457,6 +473,16 @@ TEST_F(StopTest, WhatMovesTheMountAfterAStop_EndsItsRepeats) {
         EXPECT_EQ(TimesLogged(kStopAgain), 1);
         log.clear();
     }
+}
+
+TEST_F(StopTest, AStopAfterAGotoInOneText_KeepsItsRepeats) {
+    Connect("S");
+    StandingMount& standing = Stand();
+    telescope->SlewToCoordinatesAsync(5.5, 30.0);
+    standing.replies["GOS"] = kReportsSlewing;
+    telescope->CommandBlind(":MS#:Q#", true);
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesLogged(kStopAgain), 5);
 }
 
 TEST_F(StopTest, StopPair_IsTwentyMillisecondsApart) {
