@@ -4,6 +4,21 @@
 #include <utility>
 
 namespace kestrane {
+namespace {
+
+/// Marks that a pause lets ticks in, however it ends.
+class PauseWithTicks {
+public:
+    explicit PauseWithTicks(bool& pauses) : pauses_(pauses) { pauses_ = true; }
+    ~PauseWithTicks() { pauses_ = false; }
+    PauseWithTicks(const PauseWithTicks&) = delete;
+    PauseWithTicks& operator=(const PauseWithTicks&) = delete;
+
+private:
+    bool& pauses_;
+};
+
+}  // namespace
 
 std::optional<MotionPermit> StopDoor::Permit(std::string_view member) {
     if (!waits_.OvertakenByStop()) {
@@ -27,14 +42,13 @@ void StopDoor::PauseForTicks(std::int32_t milliseconds) {
         waits_.WaitForMilliseconds(milliseconds);
         return;
     }
-    pausesForTicks_ = true;
+    const PauseWithTicks inPause(pausesForTicks_);
     const Tick begin = waits_.GetTickCount();
     LetPromptTicksIn();
     while (waits_.GetTickCount() - begin < milliseconds) {
         waits_.WaitForMilliseconds(1);
         LetPromptTicksIn();
     }
-    pausesForTicks_ = false;
 }
 
 /// Remembers the slowest one, and forgets it little by little.
