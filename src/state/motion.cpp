@@ -55,6 +55,7 @@ void Motion::SlewTaken() {
 
 void Motion::GotoSent() {
     state_.g_bGotoSent = true;
+    state_.g_bStandAwaited = false;
 }
 
 void Motion::GotoTaken() {

@@ -34,7 +34,7 @@ namespace kestrane {
 //   NewSlewBegins               1  1  0  0  0  a  =  0  =  =  +  =  0  =   0  =  0  =  =  0  1  =
 //   SlewIsToBeSent              =  =  =  =  0  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  =
 //   SlewTaken                   1  1  0  =  0  a  =  0  =  =  =  +  0  =   0  =  p  1  1  0  1  0
-//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  =  =  =
+//   GotoSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  =  0  =  =
 //   GotoTaken                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  1  1  =  =  0
 //   MoveSent                    =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  0  =  1
 //   MoveEnded                   =  =  =  =  =  =  =  =  =  =  =  =  =  =   =  =  =  =  =  =  =  0
@@ -125,7 +125,8 @@ public:
     void SlewTaken();
     /// A command that starts a goto goes out, whoever sends it: Gs stays up until the driver has seen the end of that
     /// goto. A garbled or lost answer, a supervision that ends short of the target or without hearing the mount, and
-    /// `MoveAxis` all leave it up, since the mount may still be under way then.
+    /// `MoveAxis` all leave it up, since the mount may still be under way then. What was stopped before, which may be
+    /// no more than a test move, is not to stand any more.
     void GotoSent();
     /// A goto that a client has sent by itself: the driver does not see its answer, so it counts as accepted.
     void GotoTaken();

@@ -178,7 +178,7 @@ constexpr Row kRows[] = {
     {"NewSlewBegins",              "1 1 0 0 0 a = 0 = = + = 0 = 0 = = = = 0 = = 0 1 =", Do<&Motion::NewSlewBegins>},
     {"SlewIsToBeSent",             "= = = = 0 = = = = = = = = = = = = = = = = = = = =", Do<&Motion::SlewIsToBeSent>},
     {"SlewTaken",                  "1 1 0 = 0 a = 0 = = = + 0 = 0 = = = = p 1 1 0 1 0", Do<&Motion::SlewTaken>},
-    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = = 1 = = = =", Do<&Motion::GotoSent>},
+    {"GotoSent",                   "= = = = = = = = = = = = = = = = = = = = 1 = 0 = =", Do<&Motion::GotoSent>},
     {"GotoTaken",                  "= = = = = = = = = = = = = = = = = = = = 1 1 = = 0", Do<&Motion::GotoTaken>},
     {"MoveSent",                   "= = = = = = = = = = = = = = = = = = = = = = 0 = 1", Do<&Motion::MoveSent>},
     {"MoveEnded",                  "= = = = = = = = = = = = = = = = = = = = = = = = 0", Do<&Motion::MoveEnded>},

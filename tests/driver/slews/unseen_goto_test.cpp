@@ -9,14 +9,14 @@ namespace {
 
 class UnseenGotoTest : public SlewWireTest, public testing::WithParamInterface<std::string> {
 protected:
-    void Prepare(double minimumElevation = 0.0) {
+    void Prepare(double minimumElevation = 0.0, const SettingTexts& settings = {}) {
         ExpectSwallow("SafeSlew");
         ExpectSwallow("CommandString");
         MountSimulatorOptions options;
         options.firmware = GetParam();
         options.parkedAtPowerOn = false;
         options.minimumElevation = minimumElevation;
-        Connect(options);
+        Connect(options, settings);
     }
     /// With this answer to the slew command; null for the mount's own.
     void Slew(const char* answer, double hourAngle) {
@@ -51,6 +51,15 @@ TEST_P(UnseenGotoTest, GotoWithAGarbledAnswer_IsWatchedWithinFiveSeconds_UntilIt
     machine.AdvanceTime(30'000);
     EXPECT_FALSE(telescope->Slewing());
     EXPECT_EQ(TimesSent("MS"), 1);
+}
+
+TEST_P(UnseenGotoTest, FirstGotoWithAGarbledAnswer_AfterTheTestMove_IsWatchedToo) {
+    Prepare(0.0, {{"chkAutoCalibrateOnFirstSlew", "1"}});
+    Slew("2", 1.0);
+    ASSERT_GT(TimesSent("RC1"), 0);
+    EXPECT_GT(TimesSlewing(5'000), 0);
+    EXPECT_TRUE(WaitForEnd());
+    ExpectAt(ra, 20.0);
 }
 
 TEST_P(UnseenGotoTest, FirstLegWithAGarbledAnswer_IsWatched_AndGetsNoSecondLeg) {
