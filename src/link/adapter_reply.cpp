@@ -1,9 +1,5 @@
 #include "link/adapter_reply.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-
 #include "kernel/base/text.h"
 #include "link/line_text.h"
 
@@ -18,10 +14,11 @@ bool IsLetterOrDigit(char character) {
            (character >= 'a' && character <= 'z');
 }
 
-std::string Hexadecimal(const char* pattern, char byte) {
-    std::array<char, 8> digits{};
-    std::snprintf(digits.data(), digits.size(), pattern, static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    return digits.data();
+/// Two digits.
+std::string Hexadecimal(char byte) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    const auto value = static_cast<unsigned char>(byte);
+    return {kDigits[value / 16], kDigits[value % 16]};
 }
 
 /// What stands after `"key":`, or nothing.
@@ -68,7 +65,7 @@ std::string Field(std::string_view body, std::string_view key) {
 std::string EncodeUrl(std::string_view text) {
     std::string encoded;
     for (const char byte : ToLine(text)) {
-        encoded += IsLetterOrDigit(byte) ? std::string(1, byte) : Hexadecimal("%%%02X", byte);
+        encoded += IsLetterOrDigit(byte) ? std::string(1, byte) : "%" + Hexadecimal(byte);
     }
     return encoded;
 }
@@ -87,7 +84,7 @@ std::string RestBody(std::string_view command) {
             escaped += '\\';
             escaped += character;
         } else if (static_cast<unsigned char>(character) < ' ') {
-            escaped += Hexadecimal("\\u%04x", character);
+            escaped += "\\u00" + Hexadecimal(character);
         } else {
             escaped += character;
         }

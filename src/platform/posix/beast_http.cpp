@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
 #include <poll.h>
-#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 
@@ -60,9 +60,16 @@ std::string TextOf(const HttpRequest& request) {
     if (request.method == HttpRequest::Method::Post) {
         message.prepare_payload();
     }
-    std::ostringstream text;
-    text << message;
-    return text.str();
+    beast_http::serializer<true, beast_http::string_body> serializer{message};
+    std::string text;
+    ErrorCode error;
+    while (!serializer.is_done()) {
+        serializer.next(error, [&](ErrorCode&, const auto& buffers) {
+            text += boost::beast::buffers_to_string(buffers);
+            serializer.consume(boost::beast::buffer_bytes(buffers));
+        });
+    }
+    return text;
 }
 
 }  // namespace

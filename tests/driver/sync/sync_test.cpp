@@ -376,7 +376,7 @@ TEST_F(SyncTest, StopInTheMiddleOfASync_GetsIn_AndTheSyncIsWhole) {
     mount->Add(std::make_unique<AnswersWith>("Sd", "1"));
     machine.pump.Post(CallKind::Stop, [&] { other.AbortSlew(); });
     const std::string motion = MotionDuring([&] { telescope->SyncToCoordinates(12.5, 20.0); });
-    EXPECT_NE(motion.find("Q"), std::string::npos) << motion;
+    EXPECT_NE(motion.find('Q'), std::string::npos) << motion;
     EXPECT_NE(motion.find("Sd+20*00:00"), std::string::npos) << motion;
     EXPECT_TRUE(motion.ends_with("Sr12:30:00.0 CMR")) << motion;
 }
