@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kestrane::test {
 namespace {
@@ -48,7 +49,13 @@ void ScriptedHttpServer::Visit::Send(const std::string& bytes) const {
 
 void ScriptedHttpServer::Visit::AwaitClose() const {
     char byte = 0;
-    while (AwaitReadable(socket_) && ::recv(socket_, &byte, 1, 0) > 0) {
+    while (socket_ >= 0 && AwaitReadable(socket_) && ::recv(socket_, &byte, 1, 0) > 0) {
+    }
+}
+
+void ScriptedHttpServer::Visit::Close() {
+    if (socket_ >= 0) {
+        ::close(std::exchange(socket_, -1));
     }
 }
 
@@ -67,10 +74,8 @@ ScriptedHttpServer::ScriptedHttpServer(std::vector<Script> visits)
             if (!AwaitReadable(listener_)) {
                 return;
             }
-            const int socket = ::accept(listener_, nullptr, nullptr);
-            Visit visit(socket, requests_);
+            Visit visit(::accept(listener_, nullptr, nullptr), requests_);
             script(visit);
-            ::close(socket);
         }
     });
 }

@@ -17,11 +17,15 @@ public:
     class Visit {
     public:
         Visit(int socket, std::vector<std::string>& requests) : socket_(socket), requests_(requests) {}
+        ~Visit() { Close(); }
+        Visit(const Visit&) = delete;
+        Visit& operator=(const Visit&) = delete;
         /// Reads one request, head and body, and keeps it for `Requests`; false when the client has closed.
         bool Read();
         void Send(const std::string& bytes) const;
         /// Waits until the client closes.
         void AwaitClose() const;
+        void Close();
 
     private:
         int socket_;
