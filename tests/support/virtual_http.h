@@ -19,7 +19,7 @@ public:
         std::int32_t afterMs = 0;  ///< later than the receive limit: too late
         HttpReply reply;
     };
-    /// Nothing for a server that stays silent.
+    /// Nothing for a server that stays silent. It may sleep itself.
     using Server = std::function<std::optional<Answer>(const HttpRequest&)>;
 
     explicit VirtualHttp(VirtualClock& clock) : clock_(clock) {}
@@ -37,6 +37,7 @@ public:
         if (!server_) {
             return Failed(request.host + " takes no connection: Connection refused");
         }
+        const VirtualClock::LetsReadsIn reads(clock_);
         const std::optional<Answer> answer = server_(request);
         if (!answer || answer->afterMs > request.limits.receiveMs) {
             clock_.SleepWithReads(request.limits.receiveMs);
