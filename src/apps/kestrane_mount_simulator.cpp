@@ -1,4 +1,4 @@
-// A simulated mount on a pseudo-terminal, to try the driver without hardware.
+// A simulated mount on a pseudo-terminal and over HTTP, to try the driver without hardware.
 
 #include <algorithm>
 #include <array>
@@ -23,8 +23,12 @@
 #include <utility>
 #include <vector>
 
+#include "apps/local_http_server.h"
 #include "platform/posix/posix_clock.h"
+#include "simulator/companion.h"
 #include "simulator/firmware.h"
+#include "simulator/http_adapter.h"
+#include "simulator/mount_exchange.h"
 #include "simulator/mount_simulator.h"
 
 namespace kestrane {
@@ -38,7 +42,7 @@ constexpr int kLongestWaitMs = 60'000;  // the time of the mount must be moved o
 
 constexpr std::string_view kHelp =
     "Usage: kestrane-mount-simulator [OPTION...]\n"
-    "Simulates a mount on a pseudo-terminal, whose name is the one line on standard output.\n"
+    "Simulates a mount on a pseudo-terminal, whose name is the first line on standard output.\n"
     "Runs until it is interrupted (Ctrl-C, SIGTERM).\n"
     "\n"
     "  --link PATH          makes PATH a symbolic link to the terminal; removed at the end\n"
@@ -52,7 +56,12 @@ constexpr std::string_view kHelp =
     "  --hour-angle HOURS   where the tube points when it starts unparked, west positive (-12 to 12)\n"
     "  --declination DEG    the same (-90 to 90)\n"
     "  --side east|west     the side of the pier on which the tube then is\n"
-    "  --verbose            logs the line on standard error\n"
+    "  --http PORT          its network adapter too, at this port of the machine's own address (0: any free one);\n"
+    "                       the address is a second line on standard output\n"
+    "  --companion          the companion application in front of the mount: the terminal is its virtual port, and "
+    "with\n"
+    "                       --http its REST interface takes the place of the adapter\n"
+    "  --verbose            logs the line on standard error; with --http or --companion the mount's side of it\n"
     "  --help               shows this text\n";
 
 struct UsageError : std::runtime_error {
@@ -62,6 +71,8 @@ struct UsageError : std::runtime_error {
 struct Arguments {
     MountSimulatorOptions mount;
     std::optional<std::filesystem::path> link;
+    std::optional<std::uint16_t> httpPort;
+    bool companion = false;
     bool verbose = false;
     bool help = false;
 };
@@ -77,6 +88,16 @@ double NumberBetween(std::string_view option, std::string_view text, double lowe
                          "'");
     }
     return value;
+}
+
+std::uint16_t PortNamed(std::string_view text) {
+    std::uint16_t port = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, port);
+    if (error != std::errc{} || stop != end) {
+        throw UsageError("--http takes a port from 0 to 65535, not '" + std::string(text) + "'");
+    }
+    return port;
 }
 
 std::string FirmwareNamed(std::string_view name) {
@@ -121,6 +142,8 @@ std::vector<Option> Options() {
         {"--hour-angle", true,  [](Arguments& a, std::string_view v) { StartOf(a).hourAngle = NumberBetween("--hour-angle", v, -12, 12); }},
         {"--declination",true,  [](Arguments& a, std::string_view v) { StartOf(a).declination = NumberBetween("--declination", v, -90, 90); }},
         {"--side",       true,  [](Arguments& a, std::string_view v) { StartOf(a).westSide = IsWest(v); }},
+        {"--http",       true,  [](Arguments& a, std::string_view v) { a.httpPort = PortNamed(v); }},
+        {"--companion",  false, [](Arguments& a, std::string_view)   { a.companion = true; }},
         {"--verbose",    false, [](Arguments& a, std::string_view)   { a.verbose = true; }},
         {"--help",       false, [](Arguments& a, std::string_view)   { a.help = true; }},
     };
@@ -311,28 +334,112 @@ private:
     std::string gathered_;
 };
 
-void Serve(const PseudoTerminal& terminal, int endSignals, MountSimulator& mount, Clock& clock, bool verbose) {
-    ReplyLog replies(clock);
+/// The mount and what stands between it and the driver. Over the terminal it is the mount itself, or the companion's
+/// virtual port.
+class Equipment {
+public:
+    Equipment(Clock& clock, const Arguments& arguments)
+        : clock_(clock),
+          verbose_(arguments.verbose),
+          logsCommands_(arguments.companion || arguments.httpPort),
+          mount_(clock, arguments.mount),
+          adapter_(clock, mount_),
+          replies_(clock) {
+        if (arguments.companion) {
+            companion_.emplace(clock, mount_);
+        }
+        if (arguments.httpPort) {
+            server_.emplace(*arguments.httpPort,
+                            [this](const LocalHttpServer::Request& request) { return AnswerOf(request); });
+        }
+    }
+
+    LocalHttpServer* Server() { return server_ ? &*server_ : nullptr; }
+
+    std::int32_t NextLookIn() {
+        const auto next = companion_ ? companion_->NextByteIn() : mount_.NextByteIn();
+        return std::min(next.value_or(kLongestWaitMs), companion_ ? kCompanionLookMs : kLongestWaitMs);
+    }
+
+    void Write(std::string_view bytes) {
+        if (verbose_ && !logsCommands_) {
+            LogBytes(clock_, '>', bytes);
+        }
+        companion_ ? companion_->Write(bytes) : mount_.Write(bytes);
+        LogCommands();
+    }
+
+    std::string Read() {
+        std::string bytes = companion_ ? companion_->Read(kMostRead) : mount_.Read(kMostRead);
+        LogCommands();
+        if (verbose_ && !bytes.empty()) {
+            replies_.Add(bytes, companion_ || !mount_.NextByteIn());
+        }
+        return bytes;
+    }
+
+private:
+    static constexpr std::size_t kMostRead = 4096;
+    static constexpr std::int32_t kCompanionLookMs = 100;  // it follows a park of its own
+    static constexpr std::int32_t kLongestAnswerMs = 1000;
+
+    std::optional<LocalHttpServer::Answer> AnswerOf(const LocalHttpServer::Request& request) {
+        if (request.isPost != companion_.has_value()) {
+            return LocalHttpServer::Answer{.status = 405, .contentType = "text/plain", .body = {}};
+        }
+        WebAnswer answer = companion_ ? companion_->Post(request.target, request.body, kLongestAnswerMs)
+                                      : adapter_.Get(request.target, kLongestAnswerMs);
+        LogCommands();
+        if (answer.outcome != WebAnswer::Outcome::Reply) {
+            return std::nullopt;
+        }
+        if (verbose_) {
+            LogBytes(clock_, '<', answer.body);
+        }
+        return LocalHttpServer::Answer{.status = answer.status,
+                                       .contentType = companion_ ? "application/json" : "text/plain",
+                                       .body = std::move(answer.body)};
+    }
+
+    void LogCommands() {
+        const std::vector<std::string>& commands = mount_.Commands();
+        for (; logged_ < commands.size(); ++logged_) {
+            if (verbose_ && logsCommands_) {
+                LogBytes(clock_, '>', simulator::Framed(commands[logged_]));
+            }
+        }
+    }
+
+    Clock& clock_;
+    const bool verbose_;
+    const bool logsCommands_;
+    MountSimulator mount_;
+    HttpAdapter adapter_;
+    std::optional<SimulatedCompanion> companion_;
+    std::optional<LocalHttpServer> server_;
+    ReplyLog replies_;
+    std::size_t logged_ = 0;
+};
+
+void Serve(const PseudoTerminal& terminal, int endSignals, Equipment& equipment) {
+    std::vector<pollfd> waiting;
     for (;;) {
-        const int wait = std::min(mount.NextByteIn().value_or(kLongestWaitMs), kLongestWaitMs);
-        std::array<pollfd, 2> waiting{{{terminal.Descriptor(), POLLIN, 0}, {endSignals, POLLIN, 0}}};
-        if (poll(waiting.data(), waiting.size(), wait) < 0 && errno != EINTR) {
+        waiting.assign({{endSignals, POLLIN, 0}, {terminal.Descriptor(), POLLIN, 0}});
+        if (LocalHttpServer* server = equipment.Server()) {
+            server->AddTo(waiting);
+        }
+        if (poll(waiting.data(), waiting.size(), equipment.NextLookIn()) < 0 && errno != EINTR) {
             ThrowSystemError("cannot wait for the line");
         }
-        if (waiting[1].revents != 0) {
+        if (waiting.front().revents != 0) {
             return;
         }
         if (const std::string bytes = terminal.Read(); !bytes.empty()) {
-            if (verbose) {
-                LogBytes(clock, '>', bytes);
-            }
-            mount.Write(bytes);
+            equipment.Write(bytes);
         }
-        if (const std::string bytes = mount.Read(4096); !bytes.empty()) {
-            if (verbose) {
-                replies.Add(bytes, !mount.NextByteIn());
-            }
-            terminal.Write(bytes);
+        terminal.Write(equipment.Read());
+        if (LocalHttpServer* server = equipment.Server()) {
+            server->Serve();
         }
     }
 }
@@ -345,10 +452,13 @@ int Run(const Arguments& arguments) {
         link.emplace(*arguments.link, terminal.Name());
     }
     PosixClock clock;
-    MountSimulator mount(clock, arguments.mount);
+    Equipment equipment(clock, arguments);
     std::printf("%s\n", terminal.Name().c_str());
+    if (const LocalHttpServer* server = equipment.Server()) {
+        std::printf("127.0.0.1:%d\n", static_cast<int>(server->Port()));
+    }
     std::fflush(stdout);
-    Serve(terminal, endSignals.Get(), mount, clock, arguments.verbose);
+    Serve(terminal, endSignals.Get(), equipment);
     return kExitGood;
 }
 

@@ -4,9 +4,12 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <memory>
+#include <netinet/in.h>
 #include <poll.h>
 #include <spawn.h>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -86,6 +89,58 @@ std::string Ask(const std::string& terminal, const std::string& command) {
     return reply;
 }
 
+/// A connection to the HTTP side of the program, by its line on standard output.
+class Browser {
+public:
+    explicit Browser(const std::string& address) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        const std::size_t colon = address.find(':');
+        EXPECT_EQ(address.substr(0, colon), "127.0.0.1");
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        place.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(colon + 1))));
+        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place), 0) << address;
+    }
+    ~Browser() { close(socket_); }
+    Browser(const Browser&) = delete;
+    Browser& operator=(const Browser&) = delete;
+
+    void Send(const std::string& bytes) const {
+        EXPECT_EQ(send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+    }
+    /// The status line and the body of the next answer; empty at the end of the connection.
+    std::string Answer() const {
+        std::string head;
+        while (!head.ends_with("\r\n\r\n")) {
+            const std::string line = ReadUntil(socket_, '\n');
+            if (line.empty()) {
+                return {};
+            }
+            head += line;
+        }
+        const std::size_t length = std::stoul(head.substr(head.find("Content-Length: ") + 16));
+        std::string body;
+        pollfd waiting{socket_, POLLIN, 0};
+        char byte = 0;
+        while (body.size() < length && poll(&waiting, 1, kPatienceMs) == 1 && read(socket_, &byte, 1) == 1) {
+            body += byte;
+        }
+        return head.substr(9, 3) + " " + body;
+    }
+    std::string Get(const std::string& target) const {
+        Send("GET " + target + " HTTP/1.1\r\nHost: mount\r\n\r\n");
+        return Answer();
+    }
+    std::string Post(const std::string& body) const {
+        Send("POST /api/mount/sendcmd HTTP/1.1\r\nHost: mount\r\nContent-Length: " + std::to_string(body.size()) +
+             "\r\n\r\n" + body);
+        return Answer();
+    }
+
+private:
+    int socket_;
+};
+
 class ProgramTest : public testing::Test {
 protected:
     TemporaryFolder folder;
@@ -133,6 +188,68 @@ TEST_F(ProgramTest, Verbose_LogsTheLine) {
     EXPECT_EQ(ReadUntil(program.Output(), '\n').substr(12), " < VKC4-P02-08#\n");
 }
 
+TEST_F(ProgramTest, Http_ServesTheAdapterBesideTheTerminal) {
+    Program program({"--http", "0", "--link", link.string(), "--verbose"});
+    ReadUntil(program.Output(), '\n');
+    const std::string address = ReadUntil(program.Output(), '\n');
+    const Browser browser(address);
+    EXPECT_EQ(browser.Get("/cmd.cgi?CMD=%3AV%23"), "200 VKC4-P02-08#");
+    EXPECT_EQ(ReadUntil(program.Output(), '\n').substr(12), " > :V#\n");
+    EXPECT_EQ(ReadUntil(program.Output(), '\n').substr(12), " < VKC4-P02-08#\n");
+    EXPECT_EQ(Ask(link, ":pS#"), "East#");
+    EXPECT_EQ(browser.Get("/cmd.cgi?CMD=%3AQ%23"), "200 ");
+    EXPECT_EQ(browser.Get("/"), "404 ");
+    EXPECT_EQ(browser.Post("{}"), "405 ");
+    const Browser second(address);
+    second.Send("GET /cmd.cgi?CMD=%3ApS%23 HTTP/1.1\r\nConnection: close\r\n\r\n");
+    EXPECT_EQ(second.Answer(), "200 East#");
+    EXPECT_EQ(second.Answer(), "") << "closed, as it was asked";
+    browser.Send("GET /cmd.cgi?CMD=%3ApS%23 HTTP/1.1\r\n\r\nGET /cmd.cgi?CMD=%3AV%23 HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(browser.Answer(), "200 East#");
+    EXPECT_EQ(browser.Answer(), "200 VKC4-P02-08#") << "two requests at once";
+    browser.Send("nonsense\r\n\r\n");
+    EXPECT_EQ(browser.Answer(), "");
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.ExitStatus(), 0);
+}
+
+TEST_F(ProgramTest, Http_StaysOpenToNewClients_HoweverManyOldOnesThereAre) {
+    Program program({"--http=0"});
+    ReadUntil(program.Output(), '\n');
+    const std::string address = ReadUntil(program.Output(), '\n');
+    std::vector<std::unique_ptr<Browser>> browsers;
+    for (int i = 0; i < 17; ++i) {
+        browsers.push_back(std::make_unique<Browser>(address));
+        EXPECT_EQ(browsers.back()->Get("/cmd.cgi?CMD=%3ApS%23"), "200 East#");
+    }
+    EXPECT_EQ(browsers.front()->Answer(), "") << "the oldest one made room";
+    EXPECT_EQ(browsers[1]->Get("/cmd.cgi?CMD=%3ApS%23"), "200 East#");
+}
+
+TEST_F(ProgramTest, Http_AtAPortThatIsTaken_EndsItWithWords) {
+    Program first({"--http", "0"});
+    ReadUntil(first.Output(), '\n');
+    const std::string address = ReadUntil(first.Output(), '\n');
+    const std::string port = address.substr(10, address.size() - 11);
+    Program second({"--http", port});
+    EXPECT_EQ(ReadUntil(second.Output(), '\n'),
+              "kestrane-mount-simulator: cannot listen at port " + port + ": Address already in use\n");
+    EXPECT_EQ(second.ExitStatus(), 1);
+}
+
+TEST_F(ProgramTest, Companion_IsOnTheTerminalAndAtTheRestInterface) {
+    Program program({"--companion", "--http", "0", "--link", link.string(), "--unparked"});
+    ReadUntil(program.Output(), '\n');
+    const Browser browser(ReadUntil(program.Output(), '\n'));
+    EXPECT_EQ(Ask(link, ":QUAY,7,pS#"), "QUAY,pS,7,East#");
+    EXPECT_EQ(Ask(link, ":V#"), "VKC4-P02-08#");
+    EXPECT_EQ(browser.Post(R"({  "Command": ":QUAY,8,pS#"})"),
+              R"(200 {"ResponseString": "QUAY,pS,8,East#", "Result": "OK", "Success": true})");
+    EXPECT_EQ(browser.Get("/cmd.cgi?CMD=%3AV%23"), "405 ");
+    EXPECT_EQ(Ask(link, ":QUAY,9,*PARK,0#"), "QUAY,*PARK,9,1#");
+    EXPECT_NE(Ask(link, ":GOS#").find('P'), std::string::npos) << "parked";
+}
+
 struct Refusal {
     std::vector<std::string> words;
     int status;
@@ -152,6 +269,8 @@ TEST_F(ProgramTest, Arguments_ThatCannotBe_EndItWithWords) {
         {{"--hour-angle", "12.5"}, 2, "--hour-angle takes a number from -12 to 12, not '12.5'"},
         {{"--declination=-91"}, 2, "--declination takes a number from -90 to 90, not '-91'"},
         {{"--side", "left"}, 2, "--side takes east or west, not 'left'"},
+        {{"--http", "65536"}, 2, "--http takes a port from 0 to 65535, not '65536'"},
+        {{"--http=a"}, 2, "--http takes a port from 0 to 65535, not 'a'"},
         {{"--colour"}, 2, "unknown option '--colour'"},
         {{"--link", (folder.Path() / "plain").string()},
          1,
