@@ -51,7 +51,7 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
     }
     Known& known = hosts_[host];
     TakeResult(known);
-    const bool isFresh = !known.answer.addresses.empty() && SteadyClock::now() - known.since < kKnownFor;
+    const bool isFresh = !known.answer.addresses.empty() && SteadyClock::now() - known.since < knownFor_;
     if (!isFresh && !known.lookup) {
         known.lookup = Running::Begin(lookup_, host);
     }

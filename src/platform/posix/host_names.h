@@ -27,7 +27,8 @@ public:
     /// Called on a thread of its own, which may outlive the object.
     using Lookup = std::function<Answer(const std::string& host)>;
 
-    explicit HostNames(Lookup lookup = SystemLookup) : lookup_(std::move(lookup)) {}
+    explicit HostNames(Lookup lookup = SystemLookup, std::chrono::milliseconds knownFor = kKnownFor)
+        : lookup_(std::move(lookup)), knownFor_(knownFor) {}
 
     /// A host that is an address is its own answer. Of a name nobody knows yet the answer is awaited up to the
     /// deadline; a lookup that takes longer goes on, and the next call waits for the same one.
@@ -46,6 +47,7 @@ private:
     void TakeResult(Known& known);
 
     const Lookup lookup_;
+    const std::chrono::milliseconds knownFor_;
     std::map<std::string, Known> hosts_;
 };
 

@@ -1,5 +1,6 @@
 #include "platform/posix/beast_http.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <future>
 #include <gtest/gtest.h>
@@ -334,6 +335,34 @@ TEST_F(NamedHost, WhoseLookupTakesLonger_IsWaitedForAgainAndNotAskedForAgain) {
         EXPECT_EQ(http.Send(request).body, "1");
     }
     EXPECT_EQ(lookup.Asked(), 1);
+}
+
+/// Of each lookup but the first, the answer comes in the background.
+TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
+    const auto address = [](const char* text) { return Addresses{boost::asio::ip::make_address(text)}; };
+    const auto lookups = std::make_shared<std::atomic<int>>(0);  // a last lookup may outlive the test
+    const HostNames::Lookup lookup = [address, lookups](const std::string&) -> HostNames::Answer {
+        switch (++*lookups) {
+            case 1:
+                return {.addresses = address("192.0.2.1"), .error = {}};
+            case 2:
+                return {.addresses = address("192.0.2.2"), .error = {}};
+            default:
+                return {.addresses = {}, .error = "the name server is down"};
+        }
+    };
+    HostNames names(lookup, std::chrono::milliseconds(0));
+    const auto find = [&] { return names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses; };
+    const auto findUntil = [&](int count) {
+        Addresses found = find();
+        while (*lookups < count) {
+            found = find();
+        }
+        return found;
+    };
+    EXPECT_EQ(find(), address("192.0.2.1"));
+    EXPECT_EQ(find(), address("192.0.2.1")) << "while it is looked up again";
+    EXPECT_EQ(findUntil(5), address("192.0.2.2"));
 }
 
 TEST_F(NamedHost, AnAddress_IsNeverLookedUp) {
