@@ -73,10 +73,11 @@ private:
 };
 
 kestrane::Platform WithPorts(const kestrane::Platform& all, kestrane::SerialPorts& ports) {
-    return {all.clock,        all.pump,      ports,         all.messageBoxes,
-            all.systemInfo,   all.processes, all.registry,  all.applicationSettings,
-            all.profileStore, all.utility,   all.astronomy, all.folders,
-            all.sounds};
+    return {all.clock,        all.pump,         ports,
+            all.http,         all.messageBoxes, all.systemInfo,
+            all.processes,    all.registry,     all.applicationSettings,
+            all.profileStore, all.utility,      all.astronomy,
+            all.folders,      all.sounds};
 }
 
 /// Rounds of a pulse at a random moment of the poll's rhythm, and of one on the other axis that begins while it runs.
