@@ -153,6 +153,14 @@ TEST_F(AutoCalibrationTranscriptTest, StartThatDiffersFromAFreshPicture_CostsAnA
     }
 }
 
+/// An unpark gives the mount another position than the poll has read before.
+TEST_F(AutoCalibrationTranscriptTest, PictureFromBeforeAnUnpark_SaysNothingOfTheStart) {
+    Play("0 = Read\n" + Position({"00:00:00.0", "+90*00:00"}));
+    driver->state.g_tickUnparkSent = machine.clock.GetTickCount();
+    Play("500 = Calibrate -> 1\n" + Attempt("East", {"03:36:03.2", "+45*00:00"}, {"03:36:09.6", "+44*58:24"}));
+    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+}
+
 TEST_F(AutoCalibrationTranscriptTest, SideThatChangesDuringTheMove_CostsOneAttempt) {
     Play(R"(
         0   = Calibrate -> 1
