@@ -7,6 +7,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "driver/guiding/guiding_fixture.h"
@@ -513,15 +514,20 @@ TEST_F(PulseEndTest, TwoThousandPulses_TheJournalIsTheWire) {
             }
             const std::int64_t begun = machine.clock.Elapsed();
             std::optional<std::int64_t> disagreesSince;  // not for long: a byte takes its time on the line
+            bool saidGuided = false;                     // when it disagreed last
             int reads = 0;
             for (std::int64_t ms = 25; ms <= 1'000; ms += 25) {
                 machine.pump.PostAt(begun + ms, CallKind::Brief, [&] {
                     ++reads;
-                    if (guider->IsPulseGuiding() == mountIsGuided()) {
+                    const bool saysGuided = guider->IsPulseGuiding();
+                    if (saysGuided == mountIsGuided()) {
                         disagreesSince.reset();
                         return;
                     }
                     const std::int64_t now = machine.clock.Elapsed();
+                    if (std::exchange(saidGuided, saysGuided) != saysGuided) {
+                        disagreesSince.reset();  // the other way round, with no read in between
+                    }
                     disagreesSince = disagreesSince.value_or(now);
                     EXPECT_LT(now - *disagreesSince, 25) << i;
                 });
