@@ -1,5 +1,7 @@
 #include "forms/modal.h"
 
+#include <string>
+
 namespace kestrane {
 namespace {
 
@@ -8,21 +10,28 @@ constexpr std::int32_t kRoundMs = 20;
 }  // namespace
 
 void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
+    if (isHeldUp_()) {
+        AnswerUnasked(form, "The mount moves ahead of a park, and nothing may wait meanwhile", answer);
+        return;
+    }
     form.Show();
     while (form.Visible() && form.HasView()) {
         waits_.PumpForPerson();
         waits_.PauseForStops(kRoundMs);
     }
-    if (!form.Visible()) {
-        return;
+    if (form.Visible()) {
+        AnswerUnasked(form, "No window can be shown", answer);
+        form.Hide();
     }
+}
+
+void Modal::AnswerUnasked(Form& form, std::string_view why, const std::function<void()>& answer) {
     log_.LogMessage(form.Name(), LogLevel::Warning,
-                    answer ? "No window can be shown: the question gets the answer that came with the command"
-                           : "No window can be shown: the question counts as cancelled");
+                    std::string(why) + (answer ? ": the question gets the answer that came with the command"
+                                               : ": the question counts as cancelled"));
     if (answer) {
         answer();
     }
-    form.Hide();
 }
 
 }  // namespace kestrane

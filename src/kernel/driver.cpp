@@ -37,7 +37,7 @@ Driver::Driver(Platform platform)
       logPanel(LogPanelNeeds{state, persist, log, handBox, logWindow}),
       panel(NeedsOfPanel()),
       tracking(TrackingOperationsNeeds{essentials, panel, OwnTelescope()}),
-      modal(waits, log),
+      modal(waits, log, [this] { return InParkMove(state); }),
       rcalSyncWarning(rcalSyncWarningForm, modal, log),
       questions(NeedsOfQuestions()),
       parkButtons(ParkButtonsNeeds{essentials, messageBoxes, questions, handBox, panel, queries, OwnTelescope()}),

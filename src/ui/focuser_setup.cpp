@@ -29,6 +29,9 @@ FocuserSetup::FocuserSetup(FocuserSetupNeeds needs) : needs_(std::move(needs)), 
 }
 
 void FocuserSetup::ShowModal() {
+    if (needs_.form.Visible()) {
+        return;
+    }
     needs_.modal.ShowModal(needs_.form);
     needs_.form.Unload();
 }

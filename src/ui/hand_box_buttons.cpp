@@ -24,7 +24,6 @@ constexpr ActionRow kActionButtons[] = {
     {&frmHandBox::btnSwapEW, ButtonAction::SwapEW},
     {&frmHandBox::btnSlewRaDec, ButtonAction::SlewRaDec},
     {&frmHandBox::btnSlewAltAz, ButtonAction::SlewAltAz},
-    {&frmHandBox::btnSetPark, ButtonAction::SetPark},
     {&frmHandBox::btnInitNow, ButtonAction::InitNow},
     {&frmHandBox::btnSyncMountTime, ButtonAction::SyncMountTime},
     {&frmHandBox::btnSetMeridianDelay, ButtonAction::SetMeridianDelay},
@@ -64,13 +63,34 @@ void HandBoxPanel::OnAction(ButtonAction action, std::function<void()> run) {
 }
 
 void HandBoxPanel::Press(ButtonAction action) {
-    if (state_.g_bInPoll) {
+    if (MustWait(action)) {
         delayed_ = action;
     } else if (AsksAPerson(action)) {
-        RunAsLongCall([this, action] { Run(action); });
+        BeginToAsk(action);
     } else {
         Run(action);
     }
+}
+
+/// A move ahead of a park has nobody but its own loop to end it, which a question above it would hold up.
+bool HandBoxPanel::MustWait(ButtonAction action) const {
+    return state_.g_bInPoll || (AsksAPerson(action) && InParkMove(state_));
+}
+
+/// A second press before the answer asks nothing. What began in between to move the mount ahead of a park comes first.
+void HandBoxPanel::BeginToAsk(ButtonAction action) {
+    bool& asked = asked_[static_cast<std::size_t>(action)];
+    if (std::exchange(asked, true)) {
+        return;
+    }
+    RunAsLongCall([this, action, &asked] {
+        if (MustWait(action)) {
+            delayed_ = action;
+        } else {
+            Run(action);
+        }
+        asked = false;
+    });
 }
 
 /// A button may be pressed, and its timer tick, in the pump of a client's call, which would have to wait for the answer
@@ -95,21 +115,19 @@ void HandBoxPanel::Run(ButtonAction action) {
     });
 }
 
+/// A delayed action holds back the next one, but for a question: its answer may take all night.
 void HandBoxPanel::RunDelayedAction() {
-    if (delayed_ == ButtonAction::None || state_.g_bInPoll || runsDelayed_) {
+    if (delayed_ == ButtonAction::None || MustWait(delayed_) || runsDelayed_) {
+        return;
+    }
+    const ButtonAction action = std::exchange(delayed_, ButtonAction::None);
+    if (AsksAPerson(action)) {
+        BeginToAsk(action);
         return;
     }
     runsDelayed_ = true;
-    const ButtonAction action = std::exchange(delayed_, ButtonAction::None);
-    const auto run = [this, action] {
-        Run(action);
-        runsDelayed_ = false;
-    };
-    if (AsksAPerson(action)) {
-        RunAsLongCall(run);
-    } else {
-        run();
-    }
+    Run(action);
+    runsDelayed_ = false;
 }
 
 void HandBoxPanel::SetMeridianDelayUI(double hours) {

@@ -125,11 +125,15 @@ public:
 
     /// Sets what a button does; an action that nobody set does nothing.
     void OnAction(ButtonAction action, std::function<void()> run);
-    /// Runs the action now, or when the poll step that is under way has ended; one that asks a person, as a long call
-    /// of its own.
+    /// Runs the action now, or when the poll step that is under way has ended. One that asks a person runs as a long
+    /// call of its own, after a move ahead of a park that is under way, and once however often it is pressed before the
+    /// answer.
     void Press(ButtonAction action);
     /// Runs it as a long call of its own, while the panel is there. An error in it is swallowed, like that of a button.
     void RunAsLongCall(std::function<void()> run);
+    /// The buttons that park and unpark cannot be pressed while anybody holds them. Each hold needs its release.
+    void HoldParkButtons() { EnableParkButtons(++parkButtonHolds_ == 0); }
+    void ReleaseParkButtons() { EnableParkButtons(--parkButtonHolds_ == 0); }
 
     /// The commands of the nine-button pad, for the rate type that the mount has reported so far.
     MoveCommands Moves() const {
@@ -196,6 +200,8 @@ private:
 
     // hand_box_buttons.cpp
     void WireButtons();
+    bool MustWait(ButtonAction action) const;
+    void BeginToAsk(ButtonAction action);
     void RunDelayedAction();
     void Run(ButtonAction action);
     void SendMeridianDelay(double hours);
@@ -240,9 +246,12 @@ private:
     HandBoxPanelNeeds needs_;
     Essentials driver_;
     DriverState& state_;
-    std::array<std::function<void()>, 17> actions_;
+    static constexpr std::size_t kActions = 17;
+    std::array<std::function<void()>, kActions> actions_;
+    std::array<bool, kActions> asked_{};  ///< a person is being asked, or has the next turn
     ButtonAction delayed_ = ButtonAction::None;
-    bool runsDelayed_ = false;           ///< a delayed action is under way, or has its turn next
+    bool runsDelayed_ = false;  ///< a delayed action is under way
+    int parkButtonHolds_ = 0;
     std::optional<std::int16_t> offer_;  ///< a position to unpark from that is to be offered, or was accepted
     bool offerOpen_ = false;             ///< it is being offered
     bool offerAccepted_ = false;         ///< it was accepted, and runs once no poll step does

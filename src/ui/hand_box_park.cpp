@@ -2,6 +2,7 @@
 
 #include "telescope/motion/park_verbs.h"
 #include "ui/hand_box_panel.h"
+#include "ui/park_buttons_off.h"
 
 namespace kestrane {
 
@@ -22,13 +23,12 @@ void HandBoxPanel::EnableParkButtons(bool enabled) {
 
 void HandBoxPanel::AskAndUnpark() {
     ResumeNext errors{driver_.ledger, "btnUNPARK"};
-    EnableParkButtons(false);
+    const ParkButtonsOff off(*this);
     errors.Step([&] {
         if (const auto index = needs_.questions.AskUnpark(std::nullopt, Unasked::IsCancelled)) {
             UnparkFrom(*index);
         }
     });
-    EnableParkButtons(true);
 }
 
 /// The button is disabled meanwhile, so that the position is not asked for a second time.
@@ -62,7 +62,7 @@ void HandBoxPanel::ShowOfferWhenDue() {
     if (!state_.g_bUnparkConfirmOpen || state_.g_bInPoll || !offer_) {
         return;
     }
-    EnableParkButtons(false);
+    HoldParkButtons();
     offerOpen_ = true;
     needs_.questions.OfferUnpark(*std::exchange(offer_, std::nullopt),
                                  [this](std::optional<std::int16_t> index) { OnOfferAnswered(index); });
@@ -71,7 +71,7 @@ void HandBoxPanel::ShowOfferWhenDue() {
 void HandBoxPanel::OnOfferAnswered(std::optional<std::int16_t> index) {
     offerOpen_ = false;
     state_.g_bUnparkConfirmOpen = false;
-    EnableParkButtons(true);
+    ReleaseParkButtons();
     if (index) {
         offer_ = index;
         offerAccepted_ = true;
@@ -99,9 +99,8 @@ void HandBoxPanel::UnparkAsOffered() {
         return;
     }
     ResumeNext errors{driver_.ledger, "btnUNPARK"};
-    EnableParkButtons(false);
+    const ParkButtonsOff off(*this);
     errors.Step([&] { UnparkFrom(*index); });
-    EnableParkButtons(true);
 }
 
 }  // namespace kestrane

@@ -9,28 +9,12 @@
 #include "kernel/base/text.h"
 #include "telescope/motion/park_geometry.h"
 #include "telescope/motion/park_verbs.h"
+#include "ui/park_buttons_off.h"
 
 namespace kestrane {
 namespace {
 
 constexpr std::string_view kShown = "0.0000";
-
-/// Keeps the two buttons from being pressed while one of them is at work.
-class ParkButtonsOff {
-public:
-    explicit ParkButtonsOff(frmHandBox& handBox) : handBox_(handBox) { Enable(false); }
-    ~ParkButtonsOff() { Enable(true); }
-    ParkButtonsOff(const ParkButtonsOff&) = delete;
-    ParkButtonsOff& operator=(const ParkButtonsOff&) = delete;
-
-private:
-    void Enable(bool enable) {
-        handBox_.btnPark.Enabled(enable);
-        handBox_.btnUNPARK.Enabled(enable);
-    }
-
-    frmHandBox& handBox_;
-};
 
 double OffsetOf(const ParkPlace& place) {
     return CounterweightUpOffset(place.eastSide ? pier_side::East : pier_side::West, place.hourAngle);
@@ -42,32 +26,41 @@ ParkButtons::ParkButtons(ParkButtonsNeeds needs)
     : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {
     needs_.panel.OnAction(ButtonAction::Park, [this] { Park(); });
     needs_.panel.OnAction(ButtonAction::SetPark, [this] { SetPark(); });
+    needs_.handBox.btnSetPark.OnClick([this] {
+        pressedAt_ = PlaceNow();
+        needs_.panel.Press(ButtonAction::SetPark);
+    });
 }
 
 /// The park is a call of its own: a stop that came while the question was open was not meant for it.
 void ParkButtons::Park() {
-    const ParkButtonsOff off(needs_.handBox);
+    const ParkButtonsOff off(needs_.panel);
     needs_.questions.AskPark(
         [this](std::int16_t index) { needs_.panel.RunAsLongCall([this, index] { ParkAt(index); }); });
 }
 
 void ParkButtons::ParkAt(std::int16_t index) {
-    const ParkButtonsOff off(needs_.handBox);
+    const ParkButtonsOff off(needs_.panel);
     if (Telescope* const telescope = needs_.telescope()) {
         ParkVerbs(*telescope).Park(index);
     }
 }
 
-/// All of the place is taken before the question: the mount may move while somebody thinks it over.
-void ParkButtons::SetPark() {
+ParkPlace ParkButtons::PlaceNow() const {
     const bool east = state_.g_nSideOfPier == pier_side::East;
     const double hourAngle = state_.g_dHourAngle;
-    const ParkPlace place{.altitude = state_.g_dAlt,
-                          .azimuth = state_.g_dAz,
-                          .counterweightUp = east ? hourAngle < 0.0 : hourAngle > 0.0,
-                          .eastSide = east,
-                          .hourAngle = hourAngle,
-                          .declination = state_.g_dDec};
+    return {.altitude = state_.g_dAlt,
+            .azimuth = state_.g_dAz,
+            .counterweightUp = east ? hourAngle < 0.0 : hourAngle > 0.0,
+            .eastSide = east,
+            .hourAngle = hourAngle,
+            .declination = state_.g_dDec};
+}
+
+/// The place is the one where the button was pressed: the mount may move until the question opens, and while somebody
+/// thinks it over.
+void ParkButtons::SetPark() {
+    const ParkPlace place = std::exchange(pressedAt_, std::nullopt).value_or(PlaceNow());
     if (MayBeParkedAt(place) && needs_.questions.AskSetPark(place)) {
         KeepPlace(place);
     }

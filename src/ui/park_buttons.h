@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "forms/frm_hand_box.h"
 #include "forms/questions.h"
@@ -31,6 +32,7 @@ public:
 private:
     void Park();
     void ParkAt(std::int16_t index);
+    ParkPlace PlaceNow() const;
     void SetPark();
     void KeepPlace(const ParkPlace& place);
     bool MayBeParkedAt(const ParkPlace& place);
@@ -38,6 +40,7 @@ private:
     ParkButtonsNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    std::optional<ParkPlace> pressedAt_;  ///< where the mount pointed when a person asked to keep that
 };
 
 }  // namespace kestrane

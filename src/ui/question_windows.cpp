@@ -43,7 +43,7 @@ void Accept(Form& form, const ComboBox& box, bool& accepted, std::int16_t& index
 
 void WireYesOrNo(Form& form, Button& yes, Button& no, bool& answer) {
     yes.OnClick([&form, &answer] {
-        answer = true;
+        answer = answer || form.Visible();  // a press that comes too late answers nothing
         form.Hide();
     });
     no.OnClick([&form] { form.Hide(); });
@@ -71,8 +71,10 @@ QuestionWindows::QuestionWindows(QuestionWindowsNeeds needs) : needs_(std::move(
 void QuestionWindows::WirePositions() {
     frmAskUnpark& unpark = needs_.windows.askUnpark;
     unpark.btnOK.OnClick([this, &unpark] {
-        Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex);
-        EndOffer();
+        if (unpark.Visible()) {
+            Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex);
+            EndOffer();
+        }
     });
     unpark.btnCancel.OnClick([this, &unpark] {
         unpark.Hide();
@@ -121,7 +123,7 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
     FillUnpark(proposed);
     const auto acceptProposed = [&] {
         FillUnpark(proposed);
-        form.btnOK.FireClick();
+        Accept(form, form.cbxAskUnparkFrom, form.UserOk, form.UserUnparkIndex);
     };
     needs_.modal.ShowModal(form, unasked == Unasked::IsAccepted ? acceptProposed : std::function<void()>());
     form.Unload();
@@ -188,10 +190,15 @@ void QuestionWindows::AskPark(std::function<void(std::int16_t index)> accepted) 
     needs_.modal.ShowModal(form);
     form.tmrWarning.Enabled(false);
     form.Unload();
+    parkAccepted_ = nullptr;
 }
 
+/// A press that comes late, from a view that still shows the window, answers nothing.
 void QuestionWindows::AcceptPark() {
     frmAskPark& form = needs_.windows.askPark;
+    if (!form.Visible()) {
+        return;
+    }
     Accept(form, form.cbxAskParkTo, form.UserOk, form.UserParkIndex);
     if (form.UserOk && parkAccepted_) {
         needs_.persist.Write(setting::cbxParkToText, form.cbxAskParkTo.Text());

@@ -51,7 +51,8 @@ protected:
     VirtualClock& clock = log.clock;
     VirtualPump pump{clock};
     Waits waits{clock, pump};
-    Modal modal{waits, log.log};
+    bool heldUp = false;
+    Modal modal{waits, log.log, [this] { return heldUp; }};
     Question form;
     Onlooker view;
     std::unique_ptr<PumpTimer> timer;
@@ -67,6 +68,22 @@ TEST_F(ModalTest, CallerWaits_WhileOthersRun_UntilThePersonAnswers) {
     EXPECT_EQ(happenedAt, 5'000);
     EXPECT_LT(clock.Elapsed(), 5'050);
     EXPECT_TRUE(log.messages.empty());
+    form.Detach(view);
+}
+
+/// The person may never answer, and the mount would go on moving.
+TEST_F(ModalTest, AboveACallThatHasToLookAtTheMount_NothingOpens) {
+    form.Attach(view);
+    heldUp = true;
+    modal.ShowModal(form);
+    EXPECT_FALSE(form.accepted);
+    const std::string why = "The mount moves ahead of a park, and nothing may wait meanwhile: the question ";
+    EXPECT_EQ(TimesLogged(why + "counts as cancelled"), 1);
+    modal.ShowModal(form, [&] { form.btnOK.FireClick(); });
+    EXPECT_TRUE(form.accepted);
+    EXPECT_EQ(TimesLogged(why + "gets the answer that came with the command"), 1);
+    EXPECT_FALSE(form.Visible());
+    EXPECT_EQ(clock.Elapsed(), 0);
     form.Detach(view);
 }
 

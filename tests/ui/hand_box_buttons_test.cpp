@@ -92,21 +92,40 @@ TEST_F(HandBoxButtons, Press_OfAnActionThatNobodySetDoesNothing) {
 TEST_F(HandBoxButtons, DelayedAction_IsClearedBeforeItRunsAndHoldsBackOthers) {
     HandBox().EnsureLoaded();
     Count(ButtonAction::Unpark);
-    driver->panel.OnAction(ButtonAction::Park, [this] {
-        done_.push_back(1);
+    driver->panel.OnAction(ButtonAction::SwapNS, [this] {
+        done_.push_back(3);
         driver->state.g_bInPoll = true;
         driver->panel.Press(ButtonAction::Unpark);
         driver->state.g_bInPoll = false;
         HandBox().tmrButtonDelay.FireTick();  // as a pump inside the action would
-        EXPECT_EQ(done_, std::vector<int>{1});
+        EXPECT_EQ(done_, std::vector<int>{3});
+    });
+    driver->state.g_bInPoll = true;
+    driver->panel.Press(ButtonAction::SwapNS);
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(20);
+    EXPECT_EQ(done_, std::vector<int>{3});
+    machine.AdvanceTime(20);
+    EXPECT_EQ(done_, (std::vector<int>{3, 2}));
+}
+
+/// Its answer may take all night.
+TEST_F(HandBoxButtons, DelayedAction_ThatAsksAPerson_HoldsBackNoOther) {
+    HandBox().EnsureLoaded();
+    Count(ButtonAction::SyncMountTime);
+    driver->panel.OnAction(ButtonAction::Park, [this] {
+        done_.push_back(1);
+        driver->state.g_bInPoll = true;
+        driver->panel.Press(ButtonAction::SyncMountTime);
+        driver->state.g_bInPoll = false;
+        HandBox().tmrButtonDelay.FireTick();  // as the pump of the question would
+        EXPECT_EQ(done_, (std::vector<int>{1, 12}));
     });
     driver->state.g_bInPoll = true;
     driver->panel.Press(ButtonAction::Park);
     driver->state.g_bInPoll = false;
-    machine.AdvanceTime(20);
-    EXPECT_EQ(done_, std::vector<int>{1});
-    machine.AdvanceTime(20);
-    EXPECT_EQ(done_, (std::vector<int>{1, 2}));
+    machine.AdvanceTime(40);
+    EXPECT_EQ(done_, (std::vector<int>{1, 12}));
 }
 
 TEST_F(HandBoxButtons, DelayedAction_ThatFailsLetsTheNextOneRun) {
