@@ -20,11 +20,19 @@ inline bool StartsGoto(std::string_view onTheWire) {
     return onTheWire.find(SlewRaw.text) != std::string_view::npos;
 }
 
+/// Whether a text has the companion move the mount to a place.
+inline bool CompanionMoves(std::string_view onTheWire) {
+    const auto rows = {CompanionSlew, CompanionSlewAltAz, CompanionPark, CompanionParkAltAz};
+    return std::any_of(rows.begin(), rows.end(),
+                       [&](const TextCommand& row) { return onTheWire.find(row.text) != std::string_view::npos; });
+}
+
 /// Whether a text stops all motion, and starts no goto after that.
 inline bool StopComesLast(std::string_view onTheWire) {
     const std::size_t stop = onTheWire.rfind(StopRaw.text);
     const std::size_t slew = onTheWire.rfind(SlewRaw.text);
-    return stop != std::string_view::npos && (slew == std::string_view::npos || slew < stop);
+    return stop != std::string_view::npos && (slew == std::string_view::npos || slew < stop) &&
+           !CompanionMoves(onTheWire.substr(stop));
 }
 
 inline bool Parks(std::string_view onTheWire) {
@@ -33,6 +41,14 @@ inline bool Parks(std::string_view onTheWire) {
 
 inline bool Unparks(std::string_view onTheWire) {
     return onTheWire.find(Unpark.With("").OnTheWire()) != std::string_view::npos;
+}
+
+/// Whether a text tells the mount where it points: what it has reported before says nothing about the place then.
+inline bool GivesPlace(std::string_view onTheWire) {
+    const auto holds = [&](const TextCommand& row) {
+        return onTheWire.find(row.With("").OnTheWire()) != std::string_view::npos;
+    };
+    return holds(Sync) || holds(Recal) || Unparks(onTheWire);
 }
 
 /// Whether a text gives an axis a custom rate other than 0.
@@ -74,6 +90,12 @@ inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
     return EndlessMoveAfter(onTheWire, {MoveNorth, MoveSouth, MoveEast, MoveWest}, {StopRaw, Park});
 }
 
+/// Whether a text begins a move without a time after its last goto, which would have taken the place of one before.
+inline bool MoveFollowsGoto(std::string_view onTheWire) {
+    const std::size_t slew = onTheWire.rfind(SlewRaw.text);
+    return slew != std::string_view::npos && EndlessMoveAfter(onTheWire.substr(slew)) == EndlessMove::Begins;
+}
+
 /// Whether a text stops a move without a time that it has begun itself.
 inline bool StopsItsOwnMove(std::string_view onTheWire) {
     const std::size_t stop = onTheWire.rfind(StopRaw.text);
@@ -92,13 +114,8 @@ inline EndlessMove FocuserRunAfter(std::string_view onTheWire) {
 inline bool MovesInTheEnd(std::string_view onTheWire) {
     const std::size_t stop = onTheWire.rfind(StopRaw.text);
     const std::string_view rest = stop == std::string_view::npos ? onTheWire : onTheWire.substr(stop);
-    const auto holds = [&](std::string_view text) { return rest.find(text) != std::string_view::npos; };
-    for (const TextCommand& row : {CompanionSlew, CompanionSlewAltAz, CompanionPark, CompanionParkAltAz}) {
-        if (holds(row.text)) {
-            return true;
-        }
-    }
-    return StartsGoto(rest) || Parks(rest) || holds(SetParkSlot.text) || EndlessMoveAfter(rest) == EndlessMove::Begins;
+    return StartsGoto(rest) || CompanionMoves(rest) || Parks(rest) ||
+           rest.find(SetParkSlot.text) != std::string_view::npos || EndlessMoveAfter(rest) == EndlessMove::Begins;
 }
 
 }  // namespace kestrane::wire

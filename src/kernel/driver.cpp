@@ -177,7 +177,8 @@ bool Driver::OtherMoveMayRun() const {
 
 /// A goto under which nothing but axes runs that would not end by itself: these are ended by their rates.
 bool Driver::GotoGoesOn() const {
-    return (state.g_bSlewing || state.g_bGotoRuns) && !state.g_bParking && !OtherMoveMayRun();
+    const bool runs = state.g_bSlewing || GotoMayRun(state, platform_.clock.GetTickCount());
+    return runs && !state.g_bParking && !OtherMoveMayRun();
 }
 
 void Driver::NoteOpenMotion(std::string_view text) {

@@ -224,6 +224,7 @@ struct DriverState : LogState, CounterState {
     bool g_bSavedTracking = false;     ///< whether the mount tracked when the park began
     bool g_bDelayTaken = false;        ///< the mount has the meridian delay that went with the last time
     std::optional<Tick> g_tickParkSent, g_tickUnparkSent;  ///< the last of the two commands; the other is empty
+    std::optional<Tick> g_tickPlaceGiven;                  ///< the last command that told the mount where it points
     bool g_bWestSide = false;                              ///< the mount is on the west side of the pier
     bool g_bCounterweightUp = false;                       ///< result of the counterweight-up rule
     double g_dMaxAxisRate = 5.0;                           ///< largest MoveAxis rate, degrees per second
@@ -237,6 +238,16 @@ struct DriverState : LogState, CounterState {
 /// Whether somebody can take the mount from a park: it is under way, or its first commands go out.
 inline bool InPark(const DriverState& state) {
     return state.g_bParking || state.g_bParkAsked;
+}
+
+/// Half a turn at the slowest of the slew rates takes half of it.
+inline constexpr std::int32_t kLongestGotoMs = 300'000;
+
+/// Whether a goto may be under way, whoever sent it; `MoveAxis` ends the watch over a slew, and the mount goes on with
+/// it. Where neither a status text nor the coordinates show its end, the time that a goto can take has to pass.
+inline bool GotoMayRun(const DriverState& state, Tick now) {
+    const std::int32_t passed = now - state.g_tickLastGoto;
+    return state.g_bGotoRuns && (state.g_bGosActive || (passed >= 0 && passed < kLongestGotoMs));
 }
 
 /// Whether a park moves the mount by itself, ahead of its goto.

@@ -13,7 +13,7 @@ namespace {
 constexpr std::int32_t kUntilStandingMs = 3000;  ///< after a stop
 constexpr std::int32_t kYieldMs = 20;
 constexpr std::int32_t kStopSpacingMs = 20;
-constexpr std::int32_t kLongestGotoMs = 300'000;  ///< half a turn at the slowest of the slew rates takes half of it
+constexpr std::int32_t kSettleUnitMs = 1000;
 
 }  // namespace
 
@@ -110,6 +110,9 @@ void TelescopeCore::NoteSent(std::string_view text) {
         NoteLeavesPark();
     }
     if (wire::ChoosesCustomRate(text)) {
+    if (wire::GivesPlace(text)) {
+        state_.g_tickPlaceGiven = driver_.clock.GetTickCount();
+    }
         needs_.axisMotions.CustomRateChosen();
     }
     switch (wire::EndlessMoveAfter(text)) {
@@ -160,11 +163,6 @@ std::string_view TelescopeCore::WhyMountMayMove() const {
     const std::int32_t elapsed = driver_.clock.GetTickCount() - state_.g_tickMotionStopped;
     const bool justStopped = state_.g_bMotionStopped && elapsed >= 0 && elapsed < kUntilStandingMs;
     return justStopped ? "a motion was stopped less than three seconds ago" : std::string_view{};
-}
-
-bool TelescopeCore::GotoMayRun() const {
-    const std::int32_t passed = driver_.clock.GetTickCount() - state_.g_tickLastGoto;
-    return state_.g_bGotoRuns && (state_.g_bGosActive || (passed >= 0 && passed < kLongestGotoMs));
 }
 
 void TelescopeCore::NoteMotionStops() {

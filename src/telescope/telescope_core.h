@@ -117,10 +117,6 @@ public:
     /// Why the mount may be moving now: one of these, also when it was stopped less than three seconds ago, or a move
     /// without an end. Empty when none of these is known.
     std::string_view WhyMountMayMove() const;
-    /// Whether a goto may be under way, whoever sent it; `MoveAxis` ends the watch over a slew, and the mount goes on
-    /// with it. Where neither a status text nor the coordinates show its end, the time that a goto can take has to
-    /// pass.
-    bool GotoMayRun() const;
     /// To be called before something that stops the motions named above, or ends one.
     void NoteMotionStops();
     /// `Motion::NewSlewBegins`, and the poll runs again: a refused sync may have left it off the line.

@@ -94,13 +94,14 @@ bool CalibrationSteps::MountStands() {
     return reason.empty();
 }
 
-/// What the poll has read last, unless that is too long ago, or from before an unpark gave the mount its position.
+/// What the poll has read last, unless that is too long ago, or from before a sync or an unpark gave the mount its
+/// position.
 void CalibrationSteps::TakeFreshPicture() {
     const CoordinateTimes readAt = needs_.queries.ReadAt();
     const Tick now = driver_.clock.GetTickCount();
-    const std::optional<Tick>& unparkedAt = state_.g_tickUnparkSent;
+    const std::optional<Tick>& givenAt = state_.g_tickPlaceGiven;
     const auto isFresh = [&](const std::optional<Tick>& at) {
-        return at && now - *at <= kFreshMs && (!unparkedAt || *at - *unparkedAt > 0);
+        return at && now - *at <= kFreshMs && (!givenAt || *at - *givenAt > 0);
     };
     if (isFresh(readAt.ra) && isFresh(readAt.dec)) {
         seen_ = Place{state_.g_dRa, state_.g_dDec};

@@ -81,7 +81,7 @@ bool AxisMotions::StopAll(std::string_view reason) {
     for (Telescope* object : objects_) {
         object->StopOwnAxes(reason);
     }
-    return taken;
+    return taken && !AnyStillRuns();
 }
 
 void AxisMotions::EndAll() {
@@ -377,7 +377,7 @@ void Telescope::StopOwnAxes(std::string_view reason) {
         steps.StillRuns(mount_axis::Primary) && axes_.m_MoveAxisTrackingState != MoveAxisTrackingState::NotSet;
     const bool secondaryRuns = steps.StillRuns(mount_axis::Secondary);
     const bool replaced = state_.g_bParking || state_.g_bParked;
-    const bool overGoto = primaryRuns && (state_.g_bSlewing || GotoMayRun());
+    const bool overGoto = primaryRuns && (state_.g_bSlewing || GotoMayRun(state_, driver_.clock.GetTickCount()));
     const bool isToStop = (primaryRuns || secondaryRuns) && !replaced;
     if (isToStop && !(needs_.link && needs_.link->Connected())) {
         return;  // it goes on in the mount, and is stopped once the line is open again

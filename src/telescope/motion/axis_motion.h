@@ -66,7 +66,7 @@ public:
     /// The same, without those that a later slew or a later choice of the tracking has ended in the mount.
     bool AnyStillRuns() const;
     /// Ends the axes of each object as its own end would, with `reason` in the log. False when the mount has not taken
-    /// the end of a secondary axis, as far as that is known; for a primary one see `Telescope::StopOwnAxes`. Raises
+    /// the end of an axis, as far as that is known; for a primary one over a goto see `Telescope::StopOwnAxes`. Raises
     /// nothing.
     bool StopAll(std::string_view reason);
     /// For a mount that was just stopped: sets all rates to 0, and each object that remembers a tracking state restores

@@ -151,6 +151,8 @@ void StatusSteps::ParseParkState(char park) {
         needs_.motion.MountReportsParked(true);
         if (state_.g_tickParkedSince == Tick{}) {
             state_.g_tickParkedSince = driver_.clock.GetTickCount();
+        } else if (!InPark(state_) && needs_.axisMotions.AnyRuns()) {
+            needs_.axisMotions.ForgetAll(state_);  // a park that the driver does not know of; two texts agree
         }
         return;
     }

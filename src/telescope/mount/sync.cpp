@@ -95,7 +95,8 @@ void Telescope::SyncAltAz(double altitude, double azimuth, SyncKind kind) {
 /// A mount that moves is somewhere else by the time it hears where it is, and its goto would lead to a wrong place.
 void SyncSteps::RefuseWhileMoving(std::string_view member) {
     const bool moves = state_.g_bSlewing || state_.g_bMountSlewing || state_.g_bSafeSlewPending || state_.g_bParking ||
-                       state_.g_bAxisMotionBegun || needs_.axisMotions.AnyStillRuns() || core_.GotoMayRun();
+                       state_.g_bAxisMotionBegun || needs_.axisMotions.AnyStillRuns() ||
+                       GotoMayRun(state_, driver_.clock.GetTickCount());
     if (moves) {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, std::string(member) + " : the mount moves");
         throw DriverError(ErrorNumber::InvalidOperation);

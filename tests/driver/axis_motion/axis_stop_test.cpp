@@ -416,19 +416,24 @@ TEST_F(AxisStopTest, ClientThatGoes_StopsAnAxisThatItBeganOverAGoto_AndTheGotoGo
     StartAgain();
 }
 
-TEST_F(AxisStopTest, ClientThatGoes_LongAfterAnyGotoHasEnded_StopsItsAxisLikeAnyOther) {
-    driver->persist.WriteIniValue("DontQueryGOS", "1");
-    StartAgain();
-    other->CommandBool("Sr" + HoursToHMS(NormalizeHours(other->SiderealTime() - 1.0), ":", ":", "", 1), false);
-    other->CommandBool("Sd-20*00:00", false);
-    other->CommandBool("MS", false);
-    machine.AdvanceTime(1'000);
-    telescope->MoveAxis(0, -0.02);
-    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);  // nobody sees the goto end
-    machine.AdvanceTime(300'000);
-    EXPECT_EQ(SentBy([&] { telescope.reset(); }), (Wire{"Q", "RD0.0000", "RT3", "RT2"}));
+TEST_F(AxisStopTest, LongAfterAnyGotoHasEnded_AnAxisIsStoppedLikeAnyOther) {
+    for (const bool processEnds : {false, true}) {
+        SCOPED_TRACE(processEnds);
+        driver->persist.WriteIniValue("DontQueryGOS", "1");
+        StartAgain();
+        other->CommandBool("Sr" + HoursToHMS(NormalizeHours(other->SiderealTime() - 1.0), ":", ":", "", 1), false);
+        other->CommandBool("Sd-20*00:00", false);
+        other->CommandBool("MS", false);
+        machine.AdvanceTime(1'000);
+        telescope->MoveAxis(0, -0.02);
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);  // nobody sees the goto end
+        machine.AdvanceTime(300'000);
+        const Wire sent = SentBy([&] { processEnds ? driver->EndOnRequest() : telescope.reset(); });
+        EXPECT_EQ(sent,
+                  processEnds ? (Wire{"Q", "Q", "RD0.0000", "RT3", "RT2"}) : (Wire{"Q", "RD0.0000", "RT3", "RT2"}));
+    }
     driver->persist.WriteIniValue("DontQueryGOS", "0");
-    telescope = ConnectedTelescope();
+    StartAgain();
 }
 
 /// Whoever stops the mount next stops that axis too.

@@ -350,6 +350,23 @@ TEST_F(ParkMemoryTest, AStatusTextDuringAPark_TakesAWrongOneBack_WithoutShowingI
     ExpectParked();
 }
 
+/// By a client's own text, or by the hand controller. One text alone may be wrong.
+TEST_F(ParkMemoryTest, AParkThatTheMountAloneReports_EndsTheAxes) {
+    ConnectAt(47.0, "S", {{"cbxParkTo", "2"}});
+    telescope->MoveAxis(0, 0.5);
+    telescope->MoveAxis(1, 0.5);
+    driver->InternalInstance().ParseGOS("P90S00232O0000");
+    EXPECT_TRUE(telescope->Axes().Runs());
+    driver->InternalInstance().ParseGOS("090S00232O0000");
+    driver->InternalInstance().ParseGOS("P90S00232O0000");
+    EXPECT_TRUE(telescope->Axes().Runs());
+    telescope->CommandBlind("KA", false);
+    machine.AdvanceTime(5'000);
+    ASSERT_TRUE(telescope->AtPark());
+    EXPECT_FALSE(telescope->Axes().Runs());
+    EXPECT_FALSE(telescope->Slewing());
+}
+
 TEST_F(ParkMemoryTest, AStatusTextJustAfterAnUnpark_IsNotBelieved) {
     Connect("S");
     StandForPark().replies["GOS"] = "P90000232O0000#";

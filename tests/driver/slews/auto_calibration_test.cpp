@@ -36,6 +36,7 @@ protected:
             driver->queries.QueryRa();
             driver->queries.QueryDec();
         });
+        transcript.Call("Give", [&] { telescope->CommandBlind(given, false); });
         transcript.Call("Calibrate", [&] { return telescope->CommandString("RAW,AutoCalibrateNSEW", true); });
         PlayOnOpenLink(transcript);
     }
@@ -50,6 +51,7 @@ protected:
     static std::string Position(const Place& place) { return Exchange("GR", place.ra) + Exchange("GD", place.dec); }
 
     TelescopeObject telescope;
+    std::string given;  ///< what the call "Give" sends
 };
 
 TEST_F(AutoCalibrationTranscriptTest, MountThatCountsAsExpected_IsMovedForATenthOfASecond_AndSwapsNothing) {
@@ -153,12 +155,16 @@ TEST_F(AutoCalibrationTranscriptTest, StartThatDiffersFromAFreshPicture_CostsAnA
     }
 }
 
-/// An unpark gives the mount another position than the poll has read before.
-TEST_F(AutoCalibrationTranscriptTest, PictureFromBeforeAnUnpark_SaysNothingOfTheStart) {
-    Play("0 = Read\n" + Position({"00:00:00.0", "+90*00:00"}));
-    driver->state.g_tickUnparkSent = machine.clock.GetTickCount();
-    Play("500 = Calibrate -> 1\n" + Attempt("East", {"03:36:03.2", "+45*00:00"}, {"03:36:09.6", "+44*58:24"}));
-    EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+/// A sync and an unpark give the mount another position than the poll has read before.
+TEST_F(AutoCalibrationTranscriptTest, PictureFromBeforeAnotherPosition_SaysNothingOfTheStart) {
+    for (const std::string command : {"CM", "CMR", "PO"}) {
+        SCOPED_TRACE(command);
+        given = command;
+        driver->state.g_bAutoCalibrated = false;
+        Play("0 = Read\n" + Position({"00:00:00.0", "+90*00:00"}) + "100 = Give\n* > :" + command +
+             "#\n500 = Calibrate -> 1\n" + Attempt("East", {"03:36:03.2", "+45*00:00"}, {"03:36:09.6", "+44*58:24"}));
+        EXPECT_TRUE(driver->state.g_bAutoCalibrated);
+    }
 }
 
 TEST_F(AutoCalibrationTranscriptTest, SideThatChangesDuringTheMove_CostsOneAttempt) {
