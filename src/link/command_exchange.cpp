@@ -165,7 +165,7 @@ CharacterReply CommandExchange::Character(const OutgoingCommand<ReplyForm::Chara
             Error(caller.origin,
                   Exchanged("CommandBool: NO Response or bad response to '", text, reply) + "' -> Retrying!");
             CommandClearInternal();
-            needs_.betweenTries();
+            needs_.beforeNextTry();
         } else {
             Error(caller.origin,
                   Exchanged("CommandBool: NO Response or bad response: '", text, reply) + "' -> Giving up!");
@@ -260,7 +260,7 @@ void CommandExchange::PrepareStringRetry(std::string& reply, const std::string& 
     driver_.waits.WaitForMilliseconds(kPauseBeforeRetryMs);
     CommandClearInternal();
     errors.Assign(reply, [&] { return Link().Receive(); });
-    needs_.betweenTries();
+    needs_.beforeNextTry();
 }
 
 std::string CommandExchange::DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors) {

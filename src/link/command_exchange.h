@@ -29,6 +29,9 @@ struct ExchangeNeeds {
     std::function<void(std::string_view)> noteSent = [](std::string_view) {};
     /// Called between two tries of one exchange, when no reply is awaited. May send what the mount does not answer.
     std::function<void()> betweenTries = [] {};
+    /// The same before the next try, when the line has been cleared. May send anything, and may raise: then there is
+    /// no further try, and what it raises goes to the caller.
+    std::function<void()> beforeNextTry = [] {};
     /// Waits so many milliseconds after a command that the mount does not answer. May send such commands meanwhile.
     std::function<void(std::int32_t)> pause = [&waits = driver.waits](std::int32_t milliseconds) {
         waits.WaitForMilliseconds(milliseconds);
@@ -38,8 +41,8 @@ struct ExchangeNeeds {
 /// Sends commands to the mount and checks their replies: framing, retries, the clear after a reply out of sequence, the
 /// companion wrap, counters and the log of each exchange. One per `Telescope` object, since the number of retries
 /// belongs to the object: a client's texts have the retries of its object, and all that the driver sends by itself goes
-/// through the exchange of the internal instance. An exchange never pumps, so it is never entered
-/// twice. Nothing here raises.
+/// through the exchange of the internal instance. An exchange never pumps; it is entered a second time only between
+/// two tries, when no reply is awaited. Nothing here raises but `ExchangeNeeds::beforeNextTry`.
 ///
 /// Each method has a twin for the driver's own use, which differs in its log origin, and for `CommandBool` in what
 /// counts as success.

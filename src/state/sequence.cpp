@@ -33,6 +33,19 @@ void StopDoor::LogOvertaken(std::string_view member) {
                     std::string(member) + "() does not begin: it was stopped before it could");
 }
 
+void StopDoor::LetStopInBetweenTries() {
+    if (current_ == nullptr || current_->doors_ == Doors::Closed) {
+        LetPromptTicksIn();
+        return;
+    }
+    try {
+        current_->LetStopIn();
+    } catch (const Sequence::Ended&) {
+        log_.LogMessage("Driver", LogLevel::Info, "No further try: a stop has ended what the mount was asked for");
+        throw;
+    }
+}
+
 /// Step by step only where a tick may come: cached reads run in both.
 void StopDoor::PauseForTicks(std::int32_t milliseconds) {
     if (pausesForTicks_) {
@@ -83,13 +96,14 @@ Sequence::Sequence(MountCommands& commands, StopDoor& door, Doors doors, OnStop 
       door_(door),
       doors_(doors),
       onStop_(onStop),
-      outer_(door.ending_),
-      stopsBefore_(outer_ ? outer_->stopsBefore_ : door.Stops()) {
-    if (outer_) {
-        outer_->LetStopIn();
+      outer_(door.current_),
+      ending_(outer_ && outer_->onStop_ == OnStop::Ends ? outer_ : nullptr),
+      stopsBefore_(ending_ ? ending_->stopsBefore_ : door.Stops()) {
+    if (ending_) {
+        ending_->LetStopIn();
         looked_ = true;
     }
-    door_.ending_ = onStop_ == OnStop::Ends ? this : nullptr;
+    door_.current_ = this;
 }
 
 void Sequence::LetStopIn() {

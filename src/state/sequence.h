@@ -16,8 +16,9 @@ namespace kestrane {
 
 /// When a stop gets into a procedure.
 enum class Doors {
-    BeforeEach,  ///< before each of its exchanges
-    Closed,      ///< not at all: it is the stop itself, or too short, or must not be interrupted
+    BeforeEach,    ///< before each of its exchanges, and between the tries of one
+    BetweenTries,  ///< it is one exchange: between the tries of it
+    Closed,        ///< not at all: it is the stop itself, or too short, or must not be interrupted
 };
 
 /// A procedure that could move the mount: once a stop has come, nothing of it goes out any more.
@@ -36,13 +37,14 @@ struct CompletingProcedure {
 };
 
 /// Every procedure that talks to the mount, and what a stop does to it. The mount answers one exchange at a time, and
-/// with a slow mount a procedure takes seconds; a stop waits for one exchange at most where the doors are open.
+/// with a slow mount a procedure takes seconds; a stop waits for one try of one exchange at most where the doors are
+/// open.
 namespace procedure {
 // clang-format off
 inline constexpr EndingProcedure     SafeSlew         {"safe slew",           Doors::BeforeEach};
 inline constexpr EndingProcedure     Slew             {"slew",                Doors::BeforeEach};
 inline constexpr EndingProcedure     Calibration      {"calibration",         Doors::BeforeEach};
-inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Doors::Closed};      // one exchange
+inline constexpr EndingProcedure     CompanionSlew    {"companion slew",      Doors::BeforeEach};
 inline constexpr EndingProcedure     Park             {"park",                Doors::BeforeEach};
 inline constexpr EndingProcedure     GuidePulse       {"guide pulse",         Doors::BeforeEach};  // its start
 inline constexpr CompletingProcedure GuidePulseEnd    {"end of a pulse",      Doors::Closed};      // is a stop
@@ -56,8 +58,9 @@ inline constexpr CompletingProcedure FocuserStop      {"focuser stop",        Do
 inline constexpr CompletingProcedure Sync             {"sync",                Doors::BeforeEach};
 inline constexpr CompletingProcedure SetTime          {"time",                Doors::BeforeEach};
 inline constexpr CompletingProcedure Picture          {"picture",             Doors::BeforeEach, true};  // each query
-inline constexpr CompletingProcedure Question         {"question",            Doors::Closed};      // one exchange
-inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::Closed};      // one exchange
+inline constexpr EndingProcedure     ClientText       {"client's text",       Doors::BetweenTries};  // it may be a move
+inline constexpr CompletingProcedure Question         {"question",            Doors::BetweenTries};
+inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::BetweenTries};
 inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Doors::Closed};      // has its own door
 inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::BeforeEach};
@@ -100,6 +103,10 @@ public:
         const Outside outside(*this);
         waits_.PumpPromptTicks();
     }
+    /// The same before the next try of an exchange, on a line that has been cleared. Lets a stop in too, where the
+    /// procedure that is under way has its doors open; one that a stop ends sends no further try, and is left by an
+    /// exception.
+    void LetStopInBetweenTries();
     /// When the next guide pulse ends that the mount does not end by itself; nothing when none runs.
     void ExpectPulseEnd(std::optional<Tick> end) { pulseEnd_ = end; }
     bool ExpectsPulseEnd() const { return pulseEnd_.has_value(); }
@@ -141,14 +148,14 @@ private:
     /// What a stop sends is no part of the procedure that it gets into.
     class Outside {
     public:
-        explicit Outside(StopDoor& door) : door_(door), ending_(std::exchange(door.ending_, nullptr)) {}
-        ~Outside() { door_.ending_ = ending_; }
+        explicit Outside(StopDoor& door) : door_(door), current_(std::exchange(door.current_, nullptr)) {}
+        ~Outside() { door_.current_ = current_; }
         Outside(const Outside&) = delete;
         Outside& operator=(const Outside&) = delete;
 
     private:
         StopDoor& door_;
-        Sequence* const ending_;
+        Sequence* const current_;
     };
 
     Waits& waits_;
@@ -156,14 +163,14 @@ private:
     const DriverState& state_;
     std::optional<Tick> pulseEnd_;
     std::int32_t slowestMs_ = 40;  ///< the slowest question of late
-    Sequence* ending_ = nullptr;   ///< the innermost procedure that a stop ends; null inside a stop that got in
+    Sequence* current_ = nullptr;  ///< the innermost procedure; null inside a stop that got in
     bool pausesForTicks_ = false;
 };
 
-/// Sends the exchanges of one procedure, one after the other, and lets a stop in before each. Nothing of the driver but
-/// stops runs inside. What a procedure of the driver tells a mount goes this way, so that no exchange can forget the
-/// door. Apart from it stand the lone "#" with which the check of a port ends the mount's input, and the texts that
-/// clients and `KsMount` hand over.
+/// Sends the exchanges of one procedure, one after the other, and lets a stop in before each and between its tries.
+/// Nothing of the driver but stops runs inside. What a procedure of the driver tells a mount goes this way, so that no
+/// exchange can forget the door. Apart from it stand the lone "#" with which the check of a port ends the mount's
+/// input, and the texts that clients and `KsMount` hand over.
 ///
 /// A procedure may be part of another. One that begins inside a procedure which a stop ends looks for a stop first, and
 /// does not begin after one, also when its own doors are closed. No step of a procedure that a stop ends may pump.
@@ -181,7 +188,7 @@ public:
         : Sequence(commands, door, procedure.doors, OnStop::Completes) {
         waitsForPulseEnds_ = procedure.waitsForPulseEnds;
     }
-    ~Sequence() { door_.ending_ = outer_; }
+    ~Sequence() { door_.current_ = outer_; }
     Sequence(const Sequence&) = delete;
     Sequence& operator=(const Sequence&) = delete;
 
@@ -224,6 +231,8 @@ public:
     std::string DriverCommandInternal(std::string_view verb);
 
 private:
+    friend class StopDoor;
+
     enum class OnStop { Ends, Completes };
     /// Thrown by a sequence that ends, to its own `UntilStopped`.
     struct Ended {
@@ -238,7 +247,8 @@ private:
     StopDoor& door_;
     const Doors doors_;
     const OnStop onStop_;
-    Sequence* const outer_;            ///< the procedure that this one is part of, where a stop ends that
+    Sequence* const outer_;            ///< the procedure that this one is part of
+    Sequence* const ending_;           ///< the same where a stop ends that
     const std::uint32_t stopsBefore_;  ///< when the whole of it began
     bool waitsForPulseEnds_ = false;
     bool looked_ = false;  ///< no stop gets in before the exchange that follows

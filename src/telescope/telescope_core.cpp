@@ -28,6 +28,7 @@ TelescopeCore::TelescopeCore(TelescopeNeeds needs, std::function<std::string(std
           .noteQuerySuccess = [this] { needs_.queries.NoteAnswered(); },
           .noteSent = [this](std::string_view text) { NoteSent(text); },
           .betweenTries = [this] { needs_.door.LetPromptTicksIn(); },
+          .beforeNextTry = [this] { needs_.door.LetStopInBetweenTries(); },
           .pause = [this](std::int32_t milliseconds) { needs_.door.PauseForTicks(milliseconds); },
       }) {}
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kernel/base/waits.h"
@@ -19,11 +20,20 @@ class TakenDown final : public MountCommands {
 public:
     std::vector<std::string> sent;
     std::function<void(const std::string& text)> during = [](const std::string&) {};
+    int tries = 1;  ///< of each exchange that has a reply
+    std::function<void()> beforeNextTry = [] {};
 
 private:
     void Take(const std::string& text) {
         sent.push_back(text);
         during(text);
+    }
+    void Ask(const std::string& text) {
+        Take(text);
+        for (int left = tries - 1; left > 0; --left) {
+            beforeNextTry();
+            Take(text);
+        }
     }
     void CommandBlind(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
     void CommandBlindInternal(const OutgoingCommand<ReplyForm::None>& command) override { Take(command.text); }
@@ -31,15 +41,15 @@ private:
     void CommandClear() override { Take("<clear>"); }
     void CommandClearInternal() override { Take("<clear>"); }
     bool CommandBoolInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
-        Take(command.text);
+        Ask(command.text);
         return true;
     }
     CharacterReply CommandCharacterInternal(const OutgoingCommand<ReplyForm::Character>& command) override {
-        Take(command.text);
+        Ask(command.text);
         return CharacterReply::Good;
     }
     std::string CommandString(const OutgoingCommand<ReplyForm::Text>& command) override {
-        Take(command.text);
+        Ask(command.text);
         return "reply";
     }
     std::string CommandStringInternal(const OutgoingCommand<ReplyForm::Text>& command) override {
@@ -57,6 +67,8 @@ private:
 constexpr EndingProcedure kEnding{"ends", Doors::BeforeEach};
 constexpr CompletingProcedure kOpen{"open", Doors::BeforeEach};
 constexpr CompletingProcedure kClosed{"closed", Doors::Closed};
+constexpr CompletingProcedure kOneExchange{"one exchange", Doors::BetweenTries};
+constexpr EndingProcedure kEndingExchange{"one exchange that ends", Doors::BetweenTries};
 
 class SequenceTest : public testing::Test {
 protected:
@@ -119,6 +131,71 @@ TEST_F(SequenceTest, ClosedDoors_LetTheStopWait) {
     EXPECT_EQ(mount.sent, (Sent{"GD", "GR"}));
     machine.pump.PumpStops();
     EXPECT_EQ(mount.sent, (Sent{"GD", "GR", "stop", "Q"}));
+}
+
+class TriesTest : public SequenceTest {
+protected:
+    TriesTest() {
+        mount.tries = 3;
+        mount.beforeNextTry = [this] { door.LetStopInBetweenTries(); };
+        StopDuring("GD");
+    }
+};
+
+TEST_F(TriesTest, OfAProcedureThatEnds_NoneGoesOutAfterAStop) {
+    for (const EndingProcedure& procedure : {kEnding, kEndingExchange}) {
+        mount.sent.clear();
+        const bool ended = !Sequence::UntilStopped(mount, door, procedure, [](Sequence& sequence) {
+            sequence.CommandString(wire::GetDec);
+            sequence.CommandString(wire::GetRa);
+        });
+        EXPECT_TRUE(ended) << procedure.name;
+        EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q"})) << procedure.name;
+    }
+}
+
+TEST_F(TriesTest, OfAProcedureThatCompletes_GoOnAfterTheStop) {
+    for (const CompletingProcedure& procedure : {kOpen, kOneExchange}) {
+        mount.sent.clear();
+        Sequence sequence(mount, door, procedure);
+        sequence.CommandString(wire::GetDec);
+        EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GD", "stop", "Q", "GD"})) << procedure.name;
+        machine.pump.PumpStops();
+    }
+}
+
+TEST_F(TriesTest, OfAProcedureWithClosedDoorsOrOfNone_LetTheStopWait) {
+    {
+        Sequence sequence(mount, door, kClosed);
+        sequence.CommandString(wire::GetDec);
+        EXPECT_EQ(mount.sent, (Sent{"GD", "GD", "GD"}));
+    }
+    mount.during("GD");
+    door.LetStopInBetweenTries();
+    EXPECT_EQ(mount.sent, (Sent{"GD", "GD", "GD"}));
+}
+
+TEST_F(TriesTest, OfAPartThatCompletes_GoOn_AndTheProcedureEndsAfterIt) {
+    const bool ended = !Sequence::UntilStopped(mount, door, kEnding, [&](Sequence& sequence) {
+        Sequence(mount, door, kOneExchange).CommandString(wire::GetDec);
+        sequence.CommandString(wire::GetRa);
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "stop", "Q", "GD", "stop", "Q", "GD", "stop", "Q"}));
+}
+
+TEST_F(TriesTest, OfAStop_LetNoOtherStopIn) {
+    bool isFirst = true;
+    mount.during = [this, &isFirst](const std::string& text) {
+        if (text == "GD" && std::exchange(isFirst, false)) {
+            machine.pump.Post(CallKind::Stop, [this] {
+                machine.pump.Post(CallKind::Stop, [this] { mount.sent.emplace_back("other stop"); });
+                Sequence(mount, door, procedure::StopPair).CommandBoolInternal(wire::Quay);
+            });
+        }
+    };
+    Sequence(mount, door, kOpen).CommandString(wire::GetDec);
+    EXPECT_EQ(mount.sent, (Sent{"GD", "QUAY", "QUAY", "QUAY", "GD", "other stop", "GD"}));
 }
 
 TEST_F(SequenceTest, AClear_BelongsToTheExchangeThatFollows) {

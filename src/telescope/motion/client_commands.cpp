@@ -74,8 +74,10 @@ bool Telescope::CommandBool(std::string_view command, bool raw) {
     if (!steps.MayBeSent("CommandBool", command, raw)) {
         return false;
     }
-    const bool good = exchange_.CommandBool(command, raw);
-    steps.NoteGoto(command, raw);
+    bool good = false;
+    if (UntilStopped(procedure::ClientText, [&](Sequence&) { good = exchange_.CommandBool(command, raw); })) {
+        steps.NoteGoto(command, raw);
+    }
     return good;
 }
 
@@ -87,8 +89,10 @@ std::string Telescope::CommandString(std::string_view command, bool raw) {
     if (!steps.MayBeSent("CommandString", command, steps.GoesRaw(raw))) {
         return {};
     }
-    std::string reply = exchange_.CommandString(command, raw);
-    steps.NoteGoto(command, steps.GoesRaw(raw));
+    std::string reply;
+    if (UntilStopped(procedure::ClientText, [&](Sequence&) { reply = exchange_.CommandString(command, raw); })) {
+        steps.NoteGoto(command, steps.GoesRaw(raw));
+    }
     return reply;
 }
 
