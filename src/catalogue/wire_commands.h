@@ -204,7 +204,7 @@ inline constexpr BlindCommand     PointingCorrection   {"ZZ00,", Framing::Framed
 inline constexpr TextCommand      PointingCorrectionOn {"ZZ01",  Framing::Framed, "[,0 or ,1]", "reads or switches the pointing correction"};
 inline constexpr TextCommand      TrackingCorrectionOn {"ZZ02",  Framing::Framed, "[,0 or ,1]", "reads or switches the tracking rate correction"};
 inline constexpr TextCommand      CompanionSlew        {"*SLEW,", Framing::Framed, "RA,Dec",    "the companion slews, RA in hours, Dec in degrees"};
-inline constexpr TextCommand      CompanionSlewAltAz   {"*SLEWALTAZ,", Framing::Framed, "Az,Alt",   "the companion slews, both in degrees"};
+inline constexpr TextCommand      CompanionSlewAltAz   {"*SLEWALTAZ,", Framing::Framed, "Alt,Az",   "the companion slews, both in degrees"};
 inline constexpr TextCommand      CompanionPark        {"*PARK,", Framing::Framed, "0-5",       "the companion parks at a numbered position"};
 inline constexpr TextCommand      CompanionParkAltAz   {"*PARKALTAZ,", Framing::Framed, "Alt,Az",   "the companion parks, both in degrees"};
 inline constexpr TextCommand      CompanionSafeSlewOff {"*DISABLESAFESLEW,", Framing::Framed, "0 or 1", "1 switches the safe slews of the companion off, 0 on again"};

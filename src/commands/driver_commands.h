@@ -11,6 +11,7 @@
 #include "kernel/base/log.h"
 #include "platform/clock.h"
 #include "settings/persist.h"
+#include "state/companion_channel.h"
 #include "state/essentials.h"
 #include "state/event_journal.h"
 #include "state/mount_check.h"
@@ -24,6 +25,7 @@ struct DriverCommandsNeeds {
     Essentials driver;
     StopDoor& door;
     EventJournal& journal;
+    CompanionChannel& channel;
     frmHandBox& handBox;                           ///< several verbs do what a person does there
     std::function<void()> fillHandBox;             ///< its lists and boxes, where no connect has filled them
     std::function<void()> maximize;                ///< shows it

@@ -85,7 +85,7 @@ std::string IsFormMinimized(Verb verb, std::string_view) {
 }
 
 std::string Quay(Verb verb, std::string_view) {
-    return Value(ZeroOrOne(verb.needs.driver.state.g_bQuayLink));
+    return Value(ZeroOrOne(verb.needs.channel.IsProved()));
 }
 
 }  // namespace kestrane::verbs

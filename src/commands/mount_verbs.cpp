@@ -239,8 +239,7 @@ std::string QuayPointingCorrection(Verb verb, std::string_view arguments) {
                                          "A text that holds a command is not sent: '" + std::string(arguments) + "'");
         return Done();
     }
-    Sequence(verb.object.Commands(), verb.needs.door, procedure::OneSetting)
-        .CommandBlindInternal(wire::PointingCorrection, arguments);
+    verb.needs.channel.SetPointingCorrection(arguments);
     return Done();
 }
 

@@ -11,6 +11,13 @@ public:
 
     // --- link
     CheckBox chkIPAddress{*this, "chkIPAddress", "IP Address"};
+    TextBox txtIpAddress{*this, "txtIpAddress"};  ///< host or address of the mount's adapter, with ":port" if need be
+    Label lblLinkChange{*this, "lblLinkChange", "A change of the link takes effect at the next start of the driver."};
+
+    // --- companion
+    CheckBox chkQUAY{*this, "chkQUAY", "Use QUAY"};
+    CheckBox chkQuayRestApi{*this, "chkQuayRestApi", "Use QUAY REST API"};
+    Button btnQuaySettings{*this, "btnQuaySettings", "QUAY Settings..."};
 
     // --- initialization
     ComboBox cbxInitGuideRate{*this, "cbxInitGuideRate"};

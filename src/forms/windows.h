@@ -13,6 +13,7 @@
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_quay_settings.h"
 #include "forms/frm_rcal_sync_warning.h"
 #include "forms/frm_setup_focuser.h"
 #include "forms/frm_status.h"
@@ -31,6 +32,7 @@ public:
     frmInitialSetup initialSetup;
     frmInitMount initMount;
     frmSetupFocuser setupFocuser;
+    frmQuaySettings quaySettings;
     frmRcalSyncWarning rcalSyncWarning;
     frmAskAbortSlew askAbortSlew;
     frmAskUnpark askUnpark;
@@ -41,20 +43,21 @@ public:
     frmAskUserCloseDriver askUserCloseDriver;
 
     /// In the order in which they were made.
-    std::array<Form*, 14> All() {
-        return {&handBox,      &statusWindow,    &logWindow,        &initialSetup,      &initMount,
-                &setupFocuser, &rcalSyncWarning, &askAbortSlew,     &askUnpark,         &askPark,
-                &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver};
+    std::array<Form*, 15> All() {
+        return {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
+                &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
+                &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver};
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window, the initialisation of the mount and the question about a slew stay as they are and end with the process.
-    /// Questions for which somebody waits are unloaded too, which cancels them. Nothing loads a window any more.
+    /// What somebody waits for, the window of the companion and the questions, is unloaded too, which cancels it.
+    /// Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form :
-             std::array<Form*, 11>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &askUnpark,
-                                   &askPark, &askSwapEWNS, &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver}) {
+        for (Form* form : std::array<Form*, 12>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
+                                                &quaySettings, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK,
+                                                &askAndWarnParked, &askUserCloseDriver}) {
             form->Unload();
         }
         for (Form* form : All()) {

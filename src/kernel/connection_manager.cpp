@@ -8,8 +8,8 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
-#include "link/companion_settings.h"
 #include "platform/port_names.h"
+#include "settings/companion_settings.h"
 #include "state/mount_replies.h"
 
 namespace kestrane {
@@ -19,9 +19,7 @@ constexpr std::int32_t kMaxStartAttempts = 100;  // passes after the companion w
 constexpr std::int32_t kCompanionWaitMs = 250;
 constexpr std::int32_t kPassWaitMs = 200;
 constexpr std::int32_t kFormatToggleWaitMs = 20;
-constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kLongestParkWithoutClientsMs = 30 * 60 * 1000;  // a mount may report a slew for ever
-constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
 constexpr std::int32_t kDefaultTimeoutMs = 500;
 constexpr double kLongestTimeoutMs = 60'000.0;
 constexpr double kDefaultRetries = 2.0;
@@ -155,7 +153,7 @@ ConnectionManager::PassResult ConnectionManager::TryOnce(Opening& opening) {
 void ConnectionManager::ChooseCompanionPort(Opening& opening) {
     const std::string port = CompanionSettings(needs_.applicationSettings).PortName(opening.elevated);
     if (!port.empty()) {
-        ShowMountInfo(port);
+        needs_.channel.ShowMountInfo(port);
         opening.portText = AfterPortLetters(port);
     }
 }
@@ -211,7 +209,7 @@ bool ConnectionManager::ProbeMount() {
 
 /// When the companion is configured: closes the port, starts the companion once, then keeps trying for a while.
 bool ConnectionManager::StartedOrRetriesCompanion(Opening& opening) {
-    if (!driver_.persist.ReadFlag(setting::chkQUAY) && !driver_.persist.ReadFlag(setting::chkQuayRestApi)) {
+    if (!needs_.channel.IsAskedFor()) {
         return false;
     }
     needs_.link->Connected(false);
@@ -276,7 +274,7 @@ void ConnectionManager::HealConnect() {
 /// The end of the process may get in between two questions and close the link: the rest is then left out.
 void ConnectionManager::MountFound() {
     state_.g_bMountUnproved = false;
-    state_.g_bQuayLink = false;
+    needs_.channel.LinkIsNew();
     needs_.link->ReceiveTimeoutMS(ReadTimeout());
     Telescope& internal = needs_.internalInstance();
     internal.MaxSerialRetries(ReadRetries());
@@ -288,11 +286,8 @@ void ConnectionManager::MountFound() {
     if (ended_) {
         return;
     }
-    state_.g_bQuayConfigured =
-        driver_.persist.ReadFlag(setting::chkQUAY) || driver_.persist.ReadFlag(setting::chkQuayRestApi);
-    state_.g_tickLastQuayCheck = driver_.clock.GetTickCount() - kFirstQuayCheckEarlierMs;
     state_.g_bVersionKnown = true;
-    CheckQuay();
+    needs_.channel.LookForIt();
     ReadMountSite(Notice::LogOnly);
     if (ended_) {
         return;
@@ -458,75 +453,6 @@ void ConnectionManager::ShutdownDriver() {
     }
     errors.Step([&] { needs_.unloadWindows(); });
     needs_.endProcess();
-}
-
-std::string ConnectionManager::QuayRestPort() {
-    return CompanionSettings(needs_.applicationSettings).RestPortText();
-}
-
-void ConnectionManager::CheckQuay() {
-    if (state_.g_bQuayLink) {
-        return;
-    }
-    if (!state_.g_bQuayConfigured) {
-        state_.g_bQuayHandlesSlews = false;
-        return;
-    }
-    const auto log = [&](LogLevel level, const std::string& text) { driver_.log.LogMessage("CheckQuay", level, text); };
-    ResumeNext errors{driver_.ledger, "CheckQuay"};
-    log(LogLevel::Info, "Checking for QUAY!");
-    Sequence companion = Talk(procedure::Connect);
-    errors.Step([&] { companion.CommandClear(); });
-    bool answered = false;
-    errors.Assign(answered, [&] { return companion.CommandBoolInternal(wire::Quay); });
-    if (!answered) {
-        log(LogLevel::Error, "QUAY Not found!");
-        return;
-    }
-    state_.g_bQuayLink = true;
-    state_.g_nQuaySeq = 1;
-    errors.Assign(state_.g_bQuayHandlesSlews, [&] { return driver_.persist.ReadFlag(setting::QuayHandlesSlews); });
-    log(LogLevel::Info, "QUAY Found!");
-    log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));
-    ShowMountInfo("");
-}
-
-bool ConnectionManager::PeriodicQuayCheck() {
-    if (state_.g_bQuayLink || !state_.g_bQuayConfigured) {
-        return true;
-    }
-    const Tick now = driver_.clock.GetTickCount();
-    if (state_.g_tickLastQuayCheck == Tick{}) {
-        state_.g_tickLastQuayCheck = now;
-        return true;
-    }
-    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs || needs_.door.ExpectsPulseEnd()) {
-        return true;  // the end of a pulse would wait for the answer
-    }
-    CheckQuay();
-    state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();
-    return state_.g_bQuayLink;
-}
-
-void ConnectionManager::ShowMountInfo(std::string_view port) {
-    ResumeNext errors{driver_.ledger, "ShowMountInfo"};
-    errors.Step([&] { needs_.handBox.frameMountPosition.Caption(MountInfoCaption(port)); });
-}
-
-std::string ConnectionManager::MountInfoCaption(std::string_view port) {
-    if (driver_.persist.Read(setting::chkIPAddress) == "0") {
-        std::string shown{port};
-        if (shown.empty()) {
-            shown = driver_.persist.Read(setting::Port);
-        } else {
-            driver_.persist.Write(setting::Port, shown);
-        }
-        return "Mount Info: " + shown + " (QUAY)";
-    }
-    if (driver_.persist.Read(setting::chkQuayRestApi) == "0") {
-        return "Mount Info: IP=" + driver_.persist.Read(setting::txtIpAddress);
-    }
-    return "Mount Info: REST (Port " + QuayRestPort() + ")";
 }
 
 void ConnectionManager::ResetCommCounters() {

@@ -21,6 +21,7 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/client_connections.h"
+#include "state/companion_channel.h"
 #include "state/driver_state.h"
 #include "state/essentials.h"
 #include "state/mount_check.h"
@@ -44,6 +45,7 @@ struct ConnectionManagerNeeds {
     frmHandBox& handBox;
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
+    CompanionChannel& channel;
     Companion& companion;
     SerialPorts& serialPorts;
     std::function<Telescope&()> internalInstance;  ///< made when first needed
@@ -68,7 +70,6 @@ public:
     bool IsClientConnected(ClientKind kind) override;
     void UpdateClientsLabel() override;
     void ExitIfNoClients() override;
-    std::string QuayRestPort() override;
 
     /// Looks for a mount on a port, for the setup dialog. When the link is closed, the port is opened for the check and
     /// closed again; an open link that clients use stays open and keeps `timeoutMs` (0: unchanged). Does not pump, but
@@ -93,11 +94,6 @@ public:
     bool SetMountLongLat(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
                          std::string_view latitude);
 
-    /// Asks whether the companion is between driver and mount; does nothing once that is proved.
-    void CheckQuay();
-    /// The same each minute while it is wanted and not proved; called by the poll. False when it has asked, and nothing
-    /// answered.
-    bool PeriodicQuayCheck();
     /// Completes a connect that was made while no mount had answered, as soon as the poll has an accepted reply: posts
     /// that as a long call. For use after each poll step.
     void HealWhenDue();
@@ -107,8 +103,6 @@ public:
     /// Ends the process that outlived its last client for a park, once that has ended or is given up. For use after
     /// each poll step.
     void ExitAfterPark();
-    /// Writes the caption of the mount's frame; a port is also stored in the settings.
-    void ShowMountInfo(std::string_view port);
     /// Zeroes the link counters; after a motor stall it stops all motion.
     void ResetCommCounters();
     /// Stops what would run on by itself, closes the link, unloads the windows, ends the process. Slews and parks go
@@ -151,7 +145,6 @@ private:
     static std::string WhyNoMountAt(const std::string& address) { return address + ": nothing answered"; }
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
-    std::string MountInfoCaption(std::string_view port);
     std::string Counts() const;
     /// Exchanges through the driver's own telescope object.
     Sequence Talk(const CompletingProcedure& procedure) {

@@ -43,21 +43,23 @@ Driver::Driver(Platform platform)
       parkButtons(ParkButtonsNeeds{essentials, messageBoxes, questions, handBox, panel, queries, OwnTelescope()}),
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),
+      quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),
+      setupLink(SetupLinkNeeds{initialSetup, LinkConnected(), [this] { quaySettings.ShowModal(); }}),
       rates(MountRatesNeeds{essentials, mount, handBox, initialSetup, initMount}),
       controller(ControllerFeaturesNeeds{essentials, mount, rates, handBox, initialSetup, initMount, panel}),
       journal(EventJournalNeeds{essentials, motion, panel}),
-      queries(MountQueriesNeeds{essentials, door, platform_.astronomy, handBox, statusWindow, panel, journal,
+      channel(CompanionChannelNeeds{essentials, door, platform_.applicationSettings, handBox, OwnCommands()}),
+      queries(MountQueriesNeeds{essentials, door, platform_.astronomy, handBox, statusWindow, panel, journal, channel,
                                 [this] { return link ? link->DrainOne() : std::string{}; }, OwnTelescope()}),
       poll(PollLoopNeeds{essentials, motion, door, platform_.sounds, handBox, askAbortSlew, panel, queries,
-                         OwnTelescope(), [this] { return connections.PeriodicQuayCheck(); },
+                         OwnTelescope(), [this] { return channel.PeriodicQuayCheck(); },
                          [this](std::int16_t rate) { tracking.ChooseRate(rate); }}),
       guidePulses(GuidePulsesNeeds{essentials, motion, door, link, platform_.pump, handBox, panel, journal, queries,
                                    OwnCommands()}),
       companion(platform_.registry, platform_.processes, waits, log),
       connections(NeedsOfConnections()),
       driverCommands(NeedsOfCommands()),
-      startup(
-          StartupNeeds{essentials, platform_, messageBoxes, links, link, [this] { connections.ShowMountInfo(""); }}) {
+      startup(StartupNeeds{essentials, platform_, messageBoxes, links, link, [this] { channel.ShowMountInfo(""); }}) {
     log.SetFacts(FactsOfLog(
         {.persist = persist, .mount = mount, .log = log, .platform = platform_, .messageBoxes = messageBoxes}));
     counters.SetView(&panel);
@@ -132,6 +134,7 @@ void Driver::EndRuns() {
     StopRunningAxes();
     focusMotor.EndRun();
     if (link && link->Connected()) {
+        channel.EnableSafeSlewIfOwed();
         InternalInstance().MaxSerialRetries(0);  // what a connect under way still asks finds a closed link
     }
 }

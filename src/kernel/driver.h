@@ -22,6 +22,7 @@
 #include "platform/platform.h"
 #include "settings/persist.h"
 #include "settings/sites.h"
+#include "state/companion_channel.h"
 #include "state/controller_features.h"
 #include "state/driver_state.h"
 #include "state/event_journal.h"
@@ -35,8 +36,10 @@
 #include "ui/hand_box_panel.h"
 #include "ui/log_panel.h"
 #include "ui/park_buttons.h"
+#include "ui/quay_settings.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
+#include "ui/setup_link.h"
 
 namespace kestrane {
 
@@ -99,6 +102,7 @@ public:
     frmInitialSetup& initialSetup = windows.initialSetup;
     frmInitMount& initMount = windows.initMount;
     frmSetupFocuser& setupFocuser = windows.setupFocuser;
+    frmQuaySettings& quaySettingsForm = windows.quaySettings;
     frmRcalSyncWarning& rcalSyncWarningForm = windows.rcalSyncWarning;
     frmAskAbortSlew& askAbortSlew = windows.askAbortSlew;
     Persist persist;
@@ -126,9 +130,12 @@ public:
     ParkButtons parkButtons;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
+    QuaySettings quaySettings;
+    SetupLink setupLink;
     MountRates rates;
     ControllerFeatures controller;
     EventJournal journal;
+    CompanionChannel channel;
     MountQueries queries;
     PollLoop poll;
     AxisMotions axisMotions;

@@ -47,6 +47,7 @@ ConnectionManagerNeeds Driver::NeedsOfConnections() {
         .handBox = handBox,
         .statusWindow = statusWindow,
         .panel = panel,
+        .channel = channel,
         .companion = companion,
         .serialPorts = platform_.serialPorts,
         .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
@@ -64,6 +65,7 @@ DriverCommandsNeeds Driver::NeedsOfCommands() {
         .driver = essentials,
         .door = door,
         .journal = journal,
+        .channel = channel,
         .handBox = handBox,
         .fillHandBox =
             [this] {
@@ -130,6 +132,7 @@ TelescopeNeeds Driver::NeedsOfTelescope() {
         .axisMotions = axisMotions,
         .guidePulses = guidePulses,
         .connections = connections,
+        .channel = channel,
         .registration = startup,
         .setKingRateState = [this] { tracking.SetKingRateState(); },
         .warnAboutSync = [this] { rcalSyncWarning.ShowAtConnect(); },

@@ -157,15 +157,18 @@ bool ConnectionManager::SendStop(OpenMotion open) {
     return OnLink(
         PortOfSettings(), [](MountLink&) {},
         [&](MountLink& link, bool) {
+            bool sent = true;
             if (open.mount) {
                 Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
                 driver_.waits.WaitForMilliseconds(kStopSpacingMs);
                 Talk(procedure::StopPair).CommandBlindInternal(wire::Stop);
+                sent = link.CanSend();
             }
             if (open.focuser) {
                 Talk(procedure::FocuserStop).CommandBlindLight(wire::FocusStop);
+                sent = sent && link.CanSend();
             }
-            return link.CanSend();
+            return sent;
         });
 }
 

@@ -66,10 +66,12 @@ void Startup::CreateLink() {
         errors.Step([&] { needs_.link = needs_.links.MakeSerial(); });
         return;
     }
-    std::unique_ptr<classTCPComm> link = needs_.links.MakeIp();
-    classTCPComm& adapter = *link;
-    needs_.link = std::move(link);
-    errors.Step([&] { adapter.IpAddress(driver_.persist.Read(setting::txtIpAddress)); });
+    errors.Step([&] {
+        std::unique_ptr<classTCPComm> adapter = needs_.links.MakeIp();
+        classTCPComm& link = *adapter;
+        needs_.link = std::move(adapter);
+        link.IpAddress(driver_.persist.Read(setting::txtIpAddress));
+    });
     errors.Step([&] { needs_.showMountInfo(); });
 }
 

@@ -7,9 +7,9 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "link/adapter_reply.h"
-#include "link/companion_settings.h"
 #include "link/line_text.h"
 #include "link/mount_alarms.h"
+#include "settings/companion_settings.h"
 #include "settings/setting_keys.h"
 
 namespace kestrane {
@@ -170,6 +170,7 @@ bool classTCPComm::SendCgi(std::string_view host, std::string_view command, std:
     request.limits.receiveMs = timeoutMs;
     const HttpReply reply = needs_.http.Send(request);
     message = WhyNoCgiReply(reply);
+    lastWentOut_ = reply.sent;
     const std::string sent = "Sent: " + std::string(command);
     if (!message.empty()) {
         needs_.log.LogMessage(kTcp, LogLevel::Error, sent + ", ErrorMessage = " + message);
@@ -187,6 +188,7 @@ bool classTCPComm::SendRest(std::string_view command, std::int32_t timeoutMs, st
     request.limits.receiveMs = timeoutMs;
     const HttpReply reply = needs_.http.Send(request);
     message = WhyNoRestReply(reply);
+    lastWentOut_ = reply.sent;
     const std::string sent = "Sent: " + std::string(command) + ", Response = ";
     if (!message.empty()) {
         needs_.log.LogMessage(

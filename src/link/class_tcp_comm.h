@@ -52,6 +52,8 @@ public:
     bool Connected() override { return connected_; }
     /// Keeps the flag; there is nothing to open.
     void Connected(bool connect) override;
+    /// Whether the last request went out: the mount has not heard one that did not.
+    bool CanSend() override { return connected_ && lastWentOut_; }
 
     // Kept, without any effect.
     std::int32_t Port() override { return port_; }
@@ -108,7 +110,8 @@ private:
     HttpLimits limits_;
     bool useQuayRestApi_;
     bool connected_ = false;
-    std::string buffer_;  ///< replies not read yet, UTF-8
+    bool lastWentOut_ = true;  ///< true before the first request
+    std::string buffer_;       ///< replies not read yet, UTF-8
 };
 
 }  // namespace kestrane

@@ -425,7 +425,10 @@ void SimulatedCompanion::Answer(const Work& work, const std::string& result) {
 }
 
 void SimulatedCompanion::FollowPark() {
-    if (parking_ && !mount_.Picture().slewing) {
+    const Tick now = clock_.GetTickCount();
+    if (!parking_ || mount_.Picture().slewing) {
+        movedAt_ = now;
+    } else if (now - movedAt_ >= beforeParkedMs) {
         TellMount("KA");
     }
 }

@@ -74,6 +74,7 @@ public:
     bool trackingCorrection = false;
     std::string pointingText;  ///< of the last "ZZ00,"
     bool safeSlewDisabled = false;
+    std::int32_t beforeParkedMs = 0;  ///< from where the mount stands at its park until the companion parks it
 
     /// Every command so far, without frame, with its wrap: "QUAY,7,GR".
     const std::vector<std::string>& Commands() const { return commands_; }
@@ -130,6 +131,7 @@ private:
     std::string echoBefore_;
     std::string resultBefore_;
     bool parking_ = false;
+    Tick movedAt_;  ///< when the mount moved last on its way to a park, or no park was under way
     int timeSyncs_ = 0;
     std::vector<std::string> commands_;
 };

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "state/driver_state.h"
 
 namespace kestrane {
@@ -24,9 +22,6 @@ public:
     virtual void UpdateClientsLabel() = 0;
     /// Ends the process when no client holds an object of either kind. A park on its way comes to its end first.
     virtual void ExitIfNoClients() = 0;
-
-    /// Port of the companion's REST interface, from its own settings.
-    virtual std::string QuayRestPort() = 0;
 };
 
 /// Whether a park is on its way whose end only the driver can bring about. One that stands away from its place, or that

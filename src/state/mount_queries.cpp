@@ -212,7 +212,7 @@ bool MountQueries::KeepDec(double dec) {
 }
 
 bool MountQueries::MountIsAskedForAltAz() {
-    return !needs_.handBox.chkCalcAzAlt.Checked() || state_.g_bQuayLink || !state_.g_bTracking;
+    return !needs_.handBox.chkCalcAzAlt.Checked() || needs_.channel.IsProved() || !state_.g_bTracking;
 }
 
 bool MountQueries::QueryAlt() {

@@ -15,6 +15,7 @@
 #include "kernel/base/log.h"
 #include "platform/system_services.h"
 #include "settings/persist.h"
+#include "state/companion_channel.h"
 #include "state/driver_state.h"
 #include "state/essentials.h"
 #include "state/event_journal.h"
@@ -31,6 +32,7 @@ struct MountQueriesNeeds {
     frmStatus& statusWindow;
     HandBoxDisplay& panel;
     EventJournal& journal;
+    CompanionChannel& channel;
     /// Reads one byte off the line, or an empty text at the read limit.
     std::function<std::string()> receiveOne;
     /// The driver's own telescope object; null while there is none.
@@ -184,7 +186,6 @@ private:
     void QueryMeridianDelay();
     double SecondsFromPcTime(double mountTime);
     void KeepTime(const std::string& kept, double secondsOff);
-    void AskQuayForTime(const std::string& kept);
     void ShowTime(const std::string& text);
     void ResendTime();
     void CorrectTimeZone();

@@ -107,8 +107,8 @@ bool MountQueries::QueryTime() {
 
 /// Brings a clock that is off back to the PC's time; `kept` is the text of the setting that wants it.
 void MountQueries::KeepTime(const std::string& kept, double secondsOff) {
-    if (state_.g_bQuayLink) {
-        AskQuayForTime(kept);
+    if (needs_.channel.IsProved()) {
+        needs_.channel.SyncTime(kept);
     } else if (kept == kOn && secondsOff >= kSecondsOff) {
         driver_.log.LogMessage("QueryTime", LogLevel::Warning,
                                "Time deviates 2 seconds or more from PC time... resending Time!");
@@ -173,18 +173,6 @@ double MountQueries::SecondsFromPcTime(double mountTime) {
     return std::round(std::abs(hours) * kMsPerHour) / 1000.0;
 }
 
-void MountQueries::AskQuayForTime(const std::string& kept) {
-    if (!state_.g_bQuayTimeSync) {
-        return;
-    }
-    ResumeNext errors{driver_.ledger, "QueryTime"};
-    std::string reply;
-    errors.Assign(reply, [&] { return Talk(procedure::OneSetting).CommandString(wire::CompanionTimeSync, kept); });
-    if (reply.size() > 1 && reply[1] != '1') {
-        state_.g_bQuayTimeSync = false;
-    }
-}
-
 void MountQueries::UpdateMountTimeDisplay() {
     double time = state_.g_dMountTime + (driver_.clock.GetTickCount() - mountTimeBase_) / kMsPerHour;
     time -= time >= 24.0 ? 24.0 : 0.0;
@@ -236,18 +224,13 @@ void MountQueries::CorrectTimeZone() {
     if (needs_.door.ExpectsPulseEnd()) {
         return;  // its end would wait for the exchanges
     }
-    if (!state_.g_bQuayLink) {
+    if (!needs_.channel.IsProved()) {
         driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... updating Timezone.");
         ResendTime();
         return;
     }
     driver_.log.LogMessage("QueryTimeZone", LogLevel::Warning, "Timezone mismatch... sending timesync to QUAY.");
-    ResumeNext errors{driver_.ledger, "QueryTimeZone"};
-    std::string reply;
-    errors.Assign(reply, [&] { return Talk(procedure::OneSetting).CommandString(wire::CompanionTimeSync, kOn); });
-    if (!reply.starts_with('1')) {
-        state_.g_bQuayTimeSync = false;
-    }
+    needs_.channel.SyncTimeZone();
 }
 
 void MountQueries::ShowTimeZone() {

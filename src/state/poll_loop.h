@@ -63,9 +63,16 @@ public:
     void UpdateMountInfo();
     /// Runs one supervision pass; returns whether a slew runs.
     bool CheckSlewing();
-    /// The mount was told to go to a park position by itself, which it may not have heard: nothing shows the end of
-    /// that but its status text, or that it has moved and stands, or that it stood there all along. Degrees.
-    void MarkPark(double altitude, double azimuth);
+    /// What shows the end of a park that the mount, or the companion, drives to a position by itself. It may not have
+    /// heard of it: so its status text has told that it is parked, or that it moved, or it has moved by its
+    /// coordinates, or it stood there all along. It stands, and then one more thing.
+    enum class MarkedEnd {
+        Standing,    ///< nothing more
+        AtItsPlace,  ///< it stands at the position: it may pause on its way
+        Reported,    ///< the status text tells that it is parked, where the firmware has one: somebody else parks it
+    };
+    /// Degrees.
+    void MarkPark(double altitude, double azimuth, MarkedEnd end);
     bool ParkIsMarked() const { return markedPark_.has_value(); }
     /// A park begins: what was known of an earlier one is forgotten. Returns its number.
     std::uint32_t BeginPark();
@@ -157,6 +164,7 @@ private:
     struct MarkedPark {
         double startAlt, startAz;  ///< degrees
         double alt, az;            ///< of the position
+        MarkedEnd end;
         CoordinateReads reads;
         int moves = 0;            ///< readings in a row that are far from the start
         bool saidToMove = false;  ///< by the status text

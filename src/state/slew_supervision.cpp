@@ -29,6 +29,7 @@ constexpr std::int32_t kStandsForMs = 8000;
 constexpr std::size_t kSlewField = 3;  // of the status text
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
+constexpr std::string_view kStoppedAway = "The mount has stopped away from its park position";
 
 }  // namespace
 
@@ -154,6 +155,9 @@ void PollLoop::BeepUnlessParking() {
 
 void PollLoop::DistancePass() {
     const double delta = MeasureDistance();
+    if (markedPark_ && !positionIsNew_) {
+        return;  // a mount that is not heard may be on its way, and its park must not be ended there
+    }
     const double distance = state_.g_dLastTargetDistance;
     if (distance > Threshold() && state_.g_nSameDistance < kStillPasses) {
         PushSettleEnd();
@@ -406,7 +410,7 @@ void PollLoop::CheckParkArrival() {
         FinishPark(goal.isRaDec ? "Completed move to parked position(2)" : "Completed move to parked position(3)");
     } else {
         driver_.log.LogMessage(kSlewComplete, LogLevel::Warning,
-                               "The mount has stopped away from its park position: the park is not finished");
+                               std::string(kStoppedAway) + ": the park is not finished");
     }
 }
 
@@ -425,8 +429,8 @@ std::uint32_t PollLoop::BeginPark() {
     return ++parkNumber_;
 }
 
-void PollLoop::MarkPark(double altitude, double azimuth) {
-    markedPark_ = MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, needs_.queries.Reads()};
+void PollLoop::MarkPark(double altitude, double azimuth, MarkedEnd end) {
+    markedPark_ = MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, end, needs_.queries.Reads()};
     markedPark_->nearAllAlong = DegreesFrom(altitude, azimuth) <= kAtMarkedDegrees;
     markedPark_->tracking = state_.g_bTracking;
 }
@@ -477,11 +481,21 @@ void PollLoop::CheckMarkedPark() {
         return;
     }
     WatchMarkedPark();
-    if (markedPark_->saidToMove || markedPark_->moves >= MotionByReadings::kFarReadings || markedPark_->nearAllAlong) {
-        FinishPark("Completed move to parked position(4)");
+    if (state_.g_bMountSlewing) {
+        return;  // again: the end of that is looked for
+    }
+    const MarkedPark& park = *markedPark_;
+    const auto isNotFinished = [&](LogLevel level, std::string_view reason) {
+        driver_.log.LogMessage(kSlewComplete, level, std::string(reason) + ": the park is not finished");
+    };
+    if (!park.saidToMove && park.moves < MotionByReadings::kFarReadings && !park.nearAllAlong) {
+        isNotFinished(LogLevel::Warning, "The mount was not seen to go to its park position");
+    } else if (park.end == MarkedEnd::AtItsPlace && DegreesFrom(park.alt, park.az) > kAtMarkedDegrees) {
+        isNotFinished(LogLevel::Warning, kStoppedAway);
+    } else if (park.end == MarkedEnd::Reported && state_.g_bGosSupported) {
+        isNotFinished(LogLevel::Info, "The mount stands, and has not reported yet that it is parked");
     } else {
-        driver_.log.LogMessage(kSlewComplete, LogLevel::Warning,
-                               "The mount was not seen to go to its park position: the park is not finished");
+        FinishPark("Completed move to parked position(4)");
     }
 }
 

@@ -35,7 +35,6 @@ public:
 
     void ConnectClient();
     void OpenForFirstClient();
-    void ShowMountAddress();
     void WarnAboutSync();
     void InitAfterPowerOn();
     void DisconnectClient();
@@ -185,7 +184,7 @@ void ConnectionSteps::ConnectClient() {
 
 void ConnectionSteps::OpenForFirstClient() {
     try {
-        ShowMountAddress();
+        needs_.channel.ShowMountAddress();
         needs_.panel.UserShow();
         needs_.connections.OpenConnection(ClientKind::Telescope);
         telescope_.InitUI();
@@ -193,23 +192,6 @@ void ConnectionSteps::OpenForFirstClient() {
         driver_.log.LogMessage("Connected", LogLevel::Info, "No Port");
         throw DriverError(ErrorNumber::NoMount);
     }
-}
-
-void ConnectionSteps::ShowMountAddress() {
-    std::string caption;
-    if (driver_.persist.Read(setting::chkIPAddress) == "0") {
-        std::string port = driver_.persist.Read(setting::Port);
-        if (port.empty()) {
-            port = "COM1";
-            driver_.persist.Write(setting::Port, port);
-        }
-        caption = state_.g_bQuayLink ? "Mount Info: " + port + " (QUAY)" : "Mount Information: " + port;
-    } else if (driver_.persist.Read(setting::chkQuayRestApi) == "0") {
-        caption = "Mount Info: IP=" + driver_.persist.Read(setting::txtIpAddress);
-    } else {
-        caption = "Mount Info: REST (Port " + needs_.connections.QuayRestPort() + ")";
-    }
-    needs_.handBox.frameMountPosition.Caption(caption);
 }
 
 void ConnectionSteps::WarnAboutSync() {

@@ -110,10 +110,10 @@ void TelescopeCore::NoteSent(std::string_view text) {
     } else if (wire::Unparks(text)) {
         NoteLeavesPark();
     }
-    if (wire::ChoosesCustomRate(text)) {
     if (wire::GivesPlace(text)) {
         state_.g_tickPlaceGiven = driver_.clock.GetTickCount();
     }
+    if (wire::ChoosesCustomRate(text)) {
         needs_.axisMotions.CustomRateChosen();
     }
     switch (wire::EndlessMoveAfter(text)) {
@@ -223,6 +223,13 @@ void TelescopeCore::NoteLeavesPark() {
 void TelescopeCore::NoteGotoTaken() {
     needs_.motion.GotoTaken();
     state_.g_tickLastGoto = driver_.clock.GetTickCount();
+}
+
+void TelescopeCore::NoteSlewTaken() {
+    needs_.motion.SlewTaken();
+    const Tick now = driver_.clock.GetTickCount();
+    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
+    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
 }
 
 void TelescopeCore::LogSlewNotSent(std::string_view origin) {

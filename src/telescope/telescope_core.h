@@ -23,6 +23,7 @@
 #include "settings/persist.h"
 #include "settings/sites.h"
 #include "state/client_connections.h"
+#include "state/companion_channel.h"
 #include "state/controller_features.h"
 #include "state/driver_state.h"
 #include "state/essentials.h"
@@ -60,6 +61,7 @@ struct TelescopeNeeds {
     AxisMotions& axisMotions;
     GuidePulses& guidePulses;
     ClientConnections& connections;
+    CompanionChannel& channel;
     DeviceRegistration& registration;
     std::function<void()> setKingRateState;  ///< see `TrackingOperations`
     std::function<void()> warnAboutSync;     ///< shows the warning about plain syncs; the caller does not wait
@@ -129,6 +131,8 @@ public:
     void NoteLeavesPark();
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
     void NoteGotoTaken();
+    /// The mount has accepted a slew, or does one by itself: the supervision watches it from now on.
+    void NoteSlewTaken();
     /// Stops all motion, twice: one of the two may be lost. Tracking goes on.
     void SendStopPair();
     /// For a slew that a stop has ended before its command went out.

@@ -1,3 +1,4 @@
+#include "state/companion_channel.h"
 #include "ui/colours.h"
 #include "ui/hand_box_panel.h"
 
@@ -85,7 +86,7 @@ void ShowFaultCode(std::string_view code, Label& label) {
 }  // namespace
 
 void HandBoxPanel::UpdateErrorCounts() {
-    if (state_.g_bQuayLink) {
+    if (CompanionIsProved(state_)) {
         // The companion controls the line.
         state_.g_nRetransmits = state_.g_nReceiveCountedErrors = state_.g_nReceiveTerminatedErrors = 0;
     }

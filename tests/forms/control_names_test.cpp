@@ -5,6 +5,7 @@
 
 #include "forms/frm_hand_box.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_quay_settings.h"
 #include "forms/frm_setup_focuser.h"
 #include "forms/frm_status.h"
 #include "support/virtual_clock.h"
@@ -199,6 +200,11 @@ TEST_F(ControlNames, SetupOfTheFocuser_HasEachControlUnderItsNameAndKind) {
     EXPECT_EQ(form.lblStepMultiplier.Text(), "Step Multiplier (mSec/step):");
     EXPECT_EQ(form.lblMaxIncrement.Text(), "Max Increment (steps):");
     EXPECT_EQ(form.lblBacklash.Text(), "Time (mSec)");
+}
+
+TEST_F(ControlNames, SettingsOfTheCompanion_HaveEachControlUnderItsNameAndKind) {
+    ExpectControls(frmQuaySettings(), {{ControlKind::CheckBox,
+                                        {"chkEnableQUAYPointingCorrection", "chkEnableQUAYTrackingRateCorrection"}}});
 }
 
 TEST_F(ControlNames, LogWindow_HasEachControlUnderItsNameAndKind) {

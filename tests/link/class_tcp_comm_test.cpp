@@ -94,6 +94,21 @@ TEST_F(IpLink, Connected_IsAFlagOnly) {
     EXPECT_TRUE(machine.http.Requests().empty());
 }
 
+TEST_F(IpLink, CanSend_SaysWhetherTheLastRequestWentOut) {
+    for (const bool rest : {false, true}) {
+        Ip().UseQuayRestApi(rest);
+        Ip().Connected(true);
+        EXPECT_TRUE(Ip().CanSend());
+        replies.push_back({.status = 0, .body = {}, .error = "it took no connection", .sent = false});
+        Ip().Transmit(":Q#");
+        EXPECT_FALSE(Ip().CanSend());
+        Ip().Transmit(":Q#");
+        EXPECT_TRUE(Ip().CanSend()) << "without a reply the mount may have heard it";
+        Ip().Connected(false);
+        EXPECT_FALSE(Ip().CanSend());
+    }
+}
+
 TEST_F(IpLink, Transmit_AsksTheAdapterByGet) {
     Answer("12:34:56#\r\n");
     Ip().Transmit(":GR#");

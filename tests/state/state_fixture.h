@@ -148,6 +148,13 @@ protected:
         .motion = motion,
         .panel = panel,
     }};
+    CompanionChannel channel{CompanionChannelNeeds{
+        .driver = essentials,
+        .door = door,
+        .applicationSettings = machine.applicationSettings,
+        .handBox = handBox,
+        .commands = [this]() -> MountCommands& { return mount; },
+    }};
     MountQueries queries{MountQueriesNeeds{
         .driver = essentials,
         .door = door,
@@ -156,6 +163,7 @@ protected:
         .statusWindow = statusWindow,
         .panel = panel,
         .journal = journal,
+        .channel = channel,
         .receiveOne =
             [this] {
                 ++drains;

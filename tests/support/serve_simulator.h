@@ -16,8 +16,9 @@ namespace kestrane {
 
 /// What the driver gets of an answer of the simulated mount's surroundings.
 inline VirtualHttp::Answer DriverGets(const HttpRequest& request, const WebAnswer& answer) {
-    const auto failed = [](const std::string& why, std::int32_t afterMs) {
-        return VirtualHttp::Answer{.afterMs = afterMs, .reply = {.status = 0, .body = {}, .error = why}};
+    const auto failed = [&](const std::string& why, std::int32_t afterMs) {
+        const bool sent = answer.outcome != WebAnswer::Outcome::NoConnection;
+        return VirtualHttp::Answer{.afterMs = afterMs, .reply = {.status = 0, .body = {}, .error = why, .sent = sent}};
     };
     const HttpLimits& limits = request.limits;
     switch (answer.outcome) {

@@ -23,14 +23,14 @@ DateTime FromMilliseconds(std::int64_t ms) {
     const sys_time<milliseconds> time{milliseconds{ms}};
     const sys_days day = floor<days>(time);
     const year_month_day date{day};
-    const hh_mm_ss clock{time - day};
+    const std::int64_t clock = (time - day).count();
     return {.year = static_cast<int>(date.year()),
             .month = static_cast<int>(static_cast<unsigned>(date.month())),
             .day = static_cast<int>(static_cast<unsigned>(date.day())),
-            .hour = static_cast<int>(clock.hours().count()),
-            .minute = static_cast<int>(clock.minutes().count()),
-            .second = static_cast<int>(clock.seconds().count()),
-            .millisecond = static_cast<int>(clock.subseconds().count())};
+            .hour = static_cast<int>(clock / 3'600'000),
+            .minute = static_cast<int>(clock / 60'000 % 60),
+            .second = static_cast<int>(clock / 1'000 % 60),
+            .millisecond = static_cast<int>(clock % 1'000)};
 }
 
 std::int64_t HoursInMs(double hours) {
@@ -43,7 +43,7 @@ VirtualClock::VirtualClock(Tick firstTick)
     : first_(firstTick), utcAtStartMs_(ToMilliseconds({.year = 2024, .month = 3, .day = 5, .hour = 19})) {}
 
 DateTime VirtualClock::GetLocalTime() {
-    return DateUTCToLocal(Utc());
+    return LocalOf(utcAtStartMs_ + elapsedMs_);
 }
 
 void VirtualClock::Sleep(std::int32_t milliseconds) {
@@ -71,7 +71,10 @@ DateTime VirtualClock::DateLocalToUTC(const DateTime& local) {
 }
 
 DateTime VirtualClock::DateUTCToLocal(const DateTime& utc) {
-    const std::int64_t utcMs = ToMilliseconds(utc);
+    return LocalOf(ToMilliseconds(utc));
+}
+
+DateTime VirtualClock::LocalOf(std::int64_t utcMs) const {
     return FromMilliseconds(utcMs - HoursInMs(OffsetAtUtc(utcMs)));
 }
 

@@ -70,6 +70,7 @@ public:
     DateTime Utc() const;
 
 private:
+    DateTime LocalOf(std::int64_t utcMs) const;
     double OffsetAtUtc(std::int64_t utcMs) const;
 
     std::function<void(std::int32_t)> onSleep_;

@@ -35,7 +35,9 @@ public:
     HttpReply Send(const HttpRequest& request) override {
         requests_.push_back(request);
         if (!server_) {
-            return Failed(request.host + " takes no connection: Connection refused");
+            HttpReply refused = Failed(request.host + " takes no connection: Connection refused");
+            refused.sent = false;
+            return refused;
         }
         const VirtualClock::LetsReadsIn reads(clock_);
         const std::optional<Answer> answer = server_(request);

@@ -75,6 +75,7 @@ std::string TextOf(const HttpRequest& request) {
 }  // namespace
 
 HttpReply BeastHttp::Send(const HttpRequest& request) {
+    bool sent = false;
     try {
         const Place place = PlaceOf(request);
         const std::string text = TextOf(request);
@@ -91,10 +92,11 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
                 throw NoReply("the connection was closed before the request went out");
             }
         }
+        sent = true;
         return Receive(request);
     } catch (const NoReply& fault) {
         Close();
-        return {.status = 0, .body = {}, .error = fault.what()};
+        return {.status = 0, .body = {}, .error = fault.what(), .sent = sent};
     }
 }
 

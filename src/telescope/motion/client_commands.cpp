@@ -14,22 +14,25 @@ public:
     void NoteStop(std::string_view command, bool raw);
     void NoteGoto(std::string_view command, bool raw);
     /// The companion gets each text in a frame of its own.
-    bool GoesRaw(bool raw) const { return raw && !state_.g_bQuayLink; }
+    bool GoesRaw(bool raw) const { return raw && !needs_.channel.IsProved(); }
 
 private:
-    static bool StartsGoto(std::string_view command, bool raw);
+    /// Also one that the companion makes: a bare mount does not know these commands.
+    bool BeginsGoto(std::string_view onTheWire) const {
+        return wire::StartsGoto(onTheWire) || (needs_.channel.IsProved() && wire::CompanionMoves(onTheWire));
+    }
+    static std::string OnTheWire(std::string_view command, bool raw);
 };
 
 }  // namespace
 
-/// Whether the text starts a goto, alone or among others.
-bool ClientCommandSteps::StartsGoto(std::string_view command, bool raw) {
-    return wire::StartsGoto(raw ? std::string(command) : wire::InFrame(command));
+std::string ClientCommandSteps::OnTheWire(std::string_view command, bool raw) {
+    return raw ? std::string(command) : wire::InFrame(command);
 }
 
 /// A park that is stopped on its way must not count as arrived where it stands.
 void ClientCommandSteps::NoteStop(std::string_view command, bool raw) {
-    if (wire::StopsAllMotion(raw ? std::string(command) : wire::InFrame(command))) {
+    if (wire::StopsAllMotion(OnTheWire(command, raw))) {
         if (InPark(state_) && !state_.g_bAbortPark) {
             driver_.log.LogMessage("Telescope", LogLevel::Info, "The park ends: a client's own text stops the mount");
         }
@@ -40,16 +43,30 @@ void ClientCommandSteps::NoteStop(std::string_view command, bool raw) {
 /// False for a goto that was asked for before a stop.
 bool ClientCommandSteps::MayBeSent(std::string_view member, std::string_view command, bool raw) {
     NoteStop(command, raw);
-    return !StartsGoto(command, raw) || needs_.door.Permit(member).has_value();
+    if (!BeginsGoto(OnTheWire(command, raw))) {
+        return true;
+    }
+    const bool permitted = needs_.door.Permit(member).has_value();
+    if (permitted) {
+        needs_.channel.EnableSafeSlewIfOwed();
+    }
+    return permitted;
 }
 
-/// The answer went to the client, so the goto counts as accepted. It goes somewhere else than a slew that is under way,
-/// and nobody has planned a safe way from there to the target of that one.
+/// The answer went to the client, so the goto counts as accepted, unless the same text stops it. It goes somewhere else
+/// than a slew that is under way, and nobody has planned a safe way from there to the target of that one.
 void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
-    if (StartsGoto(command, raw)) {
-        core_.NoteGotoTaken();
-        core_.BarSecondLeg("a client has sent a goto of its own");
+    const std::string text = OnTheWire(command, raw);
+    if (!BeginsGoto(text)) {
+        return;
     }
+    if (!wire::StopComesLast(text)) {
+        core_.NoteGotoTaken();
+    }
+    if (wire::MoveFollowsGoto(text)) {
+        needs_.motion.MoveSent();
+    }
+    core_.BarSecondLeg("a client has sent a goto of its own");
 }
 
 ParkText ParkTextOf(std::string_view command, bool raw) {

@@ -34,15 +34,8 @@ void Telescope::HandleParkComplete() {
         end.StartSecondLeg();
         return;
     }
-    end.ReleaseCompanion();
+    needs_.channel.EnableSafeSlew();
     aborted ? end.Cancel() : end.Finish();
-}
-
-void ParkEnd::ReleaseCompanion() {
-    if (state_.g_bQuayLink) {
-        const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "0");
-        driver_.log.LogMessage(kParkEnd, LogLevel::Info, "Re-enabled QUAY Safe Slewing = " + reply);
-    }
 }
 
 /// The index tells that this leg has begun: its end is the end of the park.
@@ -52,7 +45,7 @@ void ParkEnd::StartSecondLeg() {
     Leg leg = Leg::Refused;
     if (!core_.UntilStopped(procedure::Park, [&](Sequence&) { leg = SendSecondLeg(); })) {
         if (state_.g_bParking) {  // else whatever has taken the mount from the park has ended it
-            ReleaseCompanion();
+            needs_.channel.EnableSafeSlew();
             Cancel();
         }
     } else if (leg == Leg::Refused) {
@@ -73,6 +66,7 @@ ParkEnd::Leg ParkEnd::SendSecondLeg() {
     if (!targetIsSet || !SetTimeOffset(CounterweightUpDelay(place.hourAngle, place.timeOffset))) {
         return Leg::Refused;
     }
+    errors.Step([&] { needs_.channel.KeepSafeSlewOff(); });  // it may have been found since the first leg
     driver_.waits.WaitForMilliseconds(kBeforeSecondLegMs);
     errors.Step([&] { telescope_.SendSlewCommands(); });
     return state_.g_bSlewing ? Leg::Taken : Leg::Refused;
@@ -92,7 +86,7 @@ bool ParkEnd::SetTimeOffset(double hours) {
 }
 
 void ParkEnd::Finish() {
-    const bool parks = !state_.g_bQuayLink || (state_.g_bQuayHandlesSlews && state_.g_nParkStarted == park_index::User);
+    const bool parks = !needs_.channel.EndsPark();
     const bool parked = core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
         mount.LetStopIn();
         if (parks) {
@@ -134,7 +128,7 @@ void ParkEnd::Restore() {
 void ParkEnd::Fail(std::string_view reason) {
     driver_.log.LogMessage(kParkEnd, LogLevel::Warning, reason);
     ResumeNext errors{driver_.ledger, "HandleParkComplete"};
-    errors.Step([&] { ReleaseCompanion(); });
+    errors.Step([&] { needs_.channel.EnableSafeSlew(); });
     needs_.motion.ParkEnds();
     ShowCancelled();
     errors.Step([&] { telescope_.Tracking(false); });

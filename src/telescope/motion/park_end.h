@@ -31,8 +31,6 @@ public:
     /// The mount does not go where the park should end: it is left without tracking, so that it stands. The companion
     /// is released.
     void Fail(std::string_view reason);
-    /// The companion may slew in its own safe way again, which a park with the counterweight up has forbidden it.
-    void ReleaseCompanion();
     /// After the end of a park that came to nothing: puts back the tracking from before, and takes a delay back.
     void Restore();
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "telescope/motion/park_end.h"
 #include "telescope/motion/park_geometry.h"
@@ -102,10 +101,7 @@ void ParkGoto::SetFirstLeg() {
         throw DriverError(ErrorNumber::OutOfRange);
     }
     state_.g_cwUpPlace = place;  // the second leg leads there, also when another place is kept meanwhile
-    if (state_.g_bQuayLink) {
-        const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "1");
-        driver_.log.LogMessage("Telescope", LogLevel::Info, "Disabling QUAY Safe Slewing for CW Up Park = " + reply);
-    }
+    needs_.channel.DisableSafeSlew();
     SetTargetRaDec(CounterweightUpFirstRa(place.hourAngle, state_.g_dLst), place.declination);
 }
 

@@ -330,7 +330,7 @@ bool ParkMoveSteps::EndEast(double hours) {
         needs_.panel.SetParkStatus("Park Canceled", "CheckSlewEast");
         driver_.log.LogMessage("CheckSlewEast", LogLevel::Info, "Park Slewing East Aborted!");
         if (isAnotherTry_) {
-            ParkEnd(telescope_).ReleaseCompanion();
+            needs_.channel.EnableSafeSlew();
             ParkEnd(telescope_).Restore();
         }
         return false;

@@ -15,7 +15,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kParkSettleUnitMs = 1000;
 constexpr std::int32_t kCompanionRoundMs = 20;
 constexpr std::int32_t kCompanionBeginsMs = 2000;
 constexpr std::int32_t kCompanionAskedMs = 1000;
@@ -57,7 +56,7 @@ private:
     void ParkHere(Sequence& mount);
     void SendFirmwarePark(Sequence& mount, std::int16_t index);
     void AskWhereItStands();
-    void NoteUnderWay(const HorizonPlace& place);
+    void NoteUnderWay(const HorizonPlace& place, PollLoop::MarkedEnd end);
     bool CompanionParks(std::int16_t index);
     bool GoByCompanion(std::int16_t index);
     void SendCompanionPark(Sequence& mount, std::int16_t index);
@@ -150,6 +149,8 @@ void ParkSteps::Prepare(Sequence& mount) {
     if (!isAnotherTry_) {
         state_.g_bSavedTracking = telescope_.Tracking();
     }
+    needs_.channel.EnableSafeSlewIfOwed();
+    needs_.channel.ParkBegins();
     needs_.motion.ParkTakesOver();
     park_ = needs_.poll.BeginPark();
     ParkTracking(telescope_).Stop();
@@ -240,7 +241,7 @@ void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
     mount.CommandBoolInternal(wire::CustomDecRate, "0");
     mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
     mount.CommandBlindInternal(wire::SetParkSlot, std::to_string(index));
-    NoteUnderWay(place);
+    NoteUnderWay(place, PollLoop::MarkedEnd::Standing);
     driver_.log.LogMessage("Telescope", LogLevel::Info,
                            "Parking to encoder fixed Park position " + std::to_string(index));
 }
@@ -252,18 +253,14 @@ void ParkSteps::AskWhereItStands() {
 }
 
 /// For a mount that goes there by itself: it is watched like a slew that it has accepted.
-void ParkSteps::NoteUnderWay(const HorizonPlace& place) {
+void ParkSteps::NoteUnderWay(const HorizonPlace& place, PollLoop::MarkedEnd end) {
     needs_.motion.ParkBegins();
-    needs_.motion.SlewTaken();
-    const Tick now = driver_.clock.GetTickCount();
-    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kParkSettleUnitMs;
-    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
-    needs_.poll.MarkPark(place.altitude, place.azimuth);
+    core_.NoteSlewTaken();
+    needs_.poll.MarkPark(place.altitude, place.azimuth, end);
 }
 
 bool ParkSteps::CompanionParks(std::int16_t index) {
-    const bool takesIt = state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
-    return takesIt && !(index == park_index::User && state_.g_bCwUpPark);
+    return needs_.channel.TakesSlews() && !(index == park_index::User && state_.g_bCwUpPark);
 }
 
 bool ParkSteps::GoByCompanion(std::int16_t index) {
@@ -285,12 +282,13 @@ void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
         place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(index);
     }
     if (index == park_index::User) {
-        mount.CommandString(wire::CompanionParkAltAz, driver_.persist.Read(setting::txtUserParkAlt) + "," +
-                                                          driver_.persist.Read(setting::txtUserParkAz));
+        needs_.channel.ParkAltAz(mount, driver_.persist.Read(setting::txtUserParkAlt),
+                                 driver_.persist.Read(setting::txtUserParkAz));
+        NoteUnderWay(place, PollLoop::MarkedEnd::AtItsPlace);
     } else {
-        mount.CommandString(wire::CompanionPark, std::to_string(index));
+        needs_.channel.Park(mount, index);
+        NoteUnderWay(place, PollLoop::MarkedEnd::Reported);
     }
-    NoteUnderWay(place);
 }
 
 /// Returns without a word when the park does not end in five minutes.

@@ -12,7 +12,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kSettleUnitMs = 1000;
 constexpr std::string_view kAccepted = "0";
 constexpr std::int16_t kNoTarget = 9;  ///< a result that the mount does not give
 
@@ -92,10 +91,7 @@ void Telescope::SendSlewCommands() {
 }
 
 void SlewCommandSteps::NoteAccepted() {
-    needs_.motion.SlewTaken();
-    const Tick now = driver_.clock.GetTickCount();
-    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
+    core_.NoteSlewTaken();
     // A slew whose acceptance was not heard may never have begun. It counts as one that was lost from sight: its second
     // leg follows only from where the first was to end.
     const std::uint32_t unheard = acceptanceHeard_ ? 0 : 1;

@@ -1,5 +1,6 @@
+#include <functional>
+
 #include "catalogue/vocabulary.h"
-#include "catalogue/wire_commands.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/park_end.h"
@@ -19,9 +20,10 @@ public:
     void BringPollBack();
     void CheckSlewRange(double rightAscension, double declination);
     std::optional<MotionPermit> CheckAndPermit(std::string_view member);
+    std::uint32_t Begin(const MotionPermit& permit);
     std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
-    bool QuayTakesSlews() const;
-    std::string SendToCompanion(const TextCommand& command, std::string_view target);
+    void HandOver(std::string_view origin, std::string_view head,
+                  const std::function<std::optional<std::string>()>& slew);
     void SlewThroughQuay(std::string_view origin, double rightAscension, double declination);
     bool SafeSlewWanted();
     void TakeBackTarget(double rightAscension, double declination);
@@ -62,6 +64,13 @@ std::optional<MotionPermit> SlewSteps::CheckAndPermit(std::string_view member) {
     return permit;
 }
 
+/// Not before the mount is taken from a park, whose way it would change.
+std::uint32_t SlewSteps::Begin(const MotionPermit& permit) {
+    const std::uint32_t slew = core_.NewSlewBegins(permit);
+    needs_.channel.EnableSafeSlewIfOwed();
+    return slew;
+}
+
 bool SlewSteps::SafeSlewWanted() {
     return !driver_.persist.ReadFlag(setting::DisableSafeSlew);
 }
@@ -77,10 +86,10 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     }
     const bool safeSlew = steps.SafeSlewWanted();
     SlewWait wait(*this);
-    NewSlewBegins(*permit);
+    steps.Begin(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
-    if (steps.QuayTakesSlews()) {
+    if (needs_.channel.TakesSlews()) {
         steps.SlewThroughQuay("SlewToCoordinates", rightAscension, declination);
         wait.ForEnd();
     } else if (safeSlew) {
@@ -106,13 +115,13 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         return;
     }
     if (fromClient) {
-        NewSlewBegins(*permit);
+        steps.Begin(*permit);
     } else {
         needs_.motion.SlewBegins();
     }
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
-    if (steps.QuayTakesSlews()) {
+    if (needs_.channel.TakesSlews()) {
         steps.SlewThroughQuay("SlewToCoordinatesAsync", rightAscension, declination);
         return;
     }
@@ -135,7 +144,7 @@ void Telescope::SlewToTarget() {
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     SlewWait wait(*this);
-    const std::uint32_t slew = NewSlewBegins(*permit);
+    const std::uint32_t slew = steps.Begin(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
@@ -147,7 +156,7 @@ void Telescope::SlewToTarget() {
         }
         steps.TakeBackTarget(rightAscension, declination);
     }
-    if (steps.QuayTakesSlews()) {
+    if (needs_.channel.TakesSlews()) {
         steps.SlewThroughQuay("SlewToTarget", rightAscension, declination);
         wait.ForEnd();
     } else if (safeSlew) {
@@ -181,8 +190,8 @@ void Telescope::SlewToTargetAsync() {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    NewSlewBegins(*permit);
-    if (steps.QuayTakesSlews()) {
+    steps.Begin(*permit);
+    if (needs_.channel.TakesSlews()) {
         steps.SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (steps.SafeSlewWanted()) {
         SafeSlew(state_.g_dTargetRa, state_.g_dTargetDec, SlewReturns::AtOnce);
@@ -215,14 +224,12 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
     }
     telescope_.Tracking(false);  // intentional: stops the mount once more although it does not track
     SlewWait wait(core_);
-    core_.NewSlewBegins(*permit);
+    Begin(*permit);
     try {
         telescope_.TargetAzimuth(azimuth);
         telescope_.TargetAltitude(altitude);
-        if (QuayTakesSlews()) {
-            const std::string reply =
-                SendToCompanion(wire::CompanionSlewAltAz, FormatUs(azimuth, "") + "," + FormatUs(altitude, ""));
-            driver_.log.LogMessage(name, LogLevel::Info, "Result from QUAY *SLEWALTAZ=" + reply);
+        if (needs_.channel.TakesSlews()) {
+            HandOver(name, "Result from QUAY *SLEWALTAZ=", [&] { return needs_.channel.SlewAltAz(altitude, azimuth); });
         } else {
             telescope_.SendSlewCommands();
         }
@@ -244,26 +251,21 @@ int Telescope::DestinationSideOfPier(double rightAscension, double declination) 
     return west ? pier_side::West : pier_side::East;
 }
 
-bool SlewSteps::QuayTakesSlews() const {
-    return state_.g_bQuayLink && state_.g_bQuayHandlesSlews;
-}
-
-std::string SlewSteps::SendToCompanion(const TextCommand& command, std::string_view target) {
-    std::string reply;
-    const bool sent = core_.UntilStopped(procedure::CompanionSlew,
-                                         [&](Sequence& mount) { reply = mount.CommandString(command, target); });
-    if (sent) {
-        core_.NoteGotoTaken();
-    } else {
-        core_.LogSlewNotSent("SendSlewCommands");
-    }
-    return reply;
-}
-
 void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, double declination) {
-    const std::string reply =
-        SendToCompanion(wire::CompanionSlew, FormatUs(rightAscension, "") + "," + FormatUs(declination, ""));
-    driver_.log.LogMessage(origin, LogLevel::Info, "Result from QUAY *SLEW=" + reply);
+    HandOver(origin, "Result from QUAY *SLEW=", [&] { return needs_.channel.Slew(rightAscension, declination); });
+}
+
+/// Whatever the companion answers, the slew counts as taken.
+void SlewSteps::HandOver(std::string_view origin, std::string_view head,
+                         const std::function<std::optional<std::string>()>& slew) {
+    needs_.motion.SlewIsToBeSent();
+    const std::optional<std::string> reply = slew();
+    if (!reply) {
+        core_.LogSlewNotSent("SendSlewCommands");
+        return;
+    }
+    core_.NoteSlewTaken();
+    driver_.log.LogMessage(origin, LogLevel::Info, std::string(head) + *reply);
 }
 
 void Telescope::StartSecondLeg(double rightAscension, double declination) {

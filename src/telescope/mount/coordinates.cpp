@@ -86,13 +86,7 @@ double Telescope::ApertureArea() {
 }
 
 bool Telescope::DoesRefraction() {
-    bool does = false;
-    if (state_.g_bQuayLink) {
-        const std::string reply = Talk(procedure::Question).CommandString(wire::CompanionRefraction);
-        does = reply.size() >= 3 && reply[2] == '1';
-        driver_.log.LogMessage("ASCOM", LogLevel::Info, "QUAY DoesRefraction= " + reply);
-    }
-    return LogGet("DoesRefraction", does);
+    return LogGet("DoesRefraction", needs_.channel.DoesRefraction());
 }
 
 void Telescope::DoesRefraction(bool does) {

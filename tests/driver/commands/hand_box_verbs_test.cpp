@@ -431,7 +431,7 @@ TEST_F(HandBoxVerbsTest, LegacyFile_WithoutACommonFolder_HasNoName) {
     Essentials essentials{driver->state, persist,        driver->log,     machine.clock,
                           driver->waits, driver->ledger, driver->counters};
     DriverCommands commands(DriverCommandsNeeds{
-        essentials, driver->door, driver->journal, driver->handBox, {}, {}, {}, {}, {}, {}, {}, {}});
+        essentials, driver->door, driver->journal, driver->channel, driver->handBox, {}, {}, {}, {}, {}, {}, {}, {}});
     ASSERT_TRUE(persist.LegacyFile().empty());
     EXPECT_EQ(commands.Execute(*telescope, "DeleteIniFile"), "0,KS.INI is not initialized");
     EXPECT_EQ(commands.Execute(*telescope, "GetIniFilename"), "1,");

@@ -428,7 +428,7 @@ TEST_F(CompanionConnectTest, ConfiguredButUnproved_IsAskedAgainAfterFifteenSecon
 TEST_F(CompanionConnectTest, NotConfigured_ClearsWhatTheCompanionTakesOver) {
     Start();
     driver->state.g_bQuayHandlesSlews = true;
-    driver->connections.CheckQuay();
+    driver->channel.CheckQuay();
     EXPECT_FALSE(driver->state.g_bQuayHandlesSlews);
     EXPECT_TRUE(log.empty() || !Logged("Checking for QUAY!"));
 }
@@ -446,7 +446,7 @@ TEST_P(CaptionTest, MountInfo_NamesTheRoadToTheMount) {
     const CaptionRow& row = GetParam();
     Seed({{"chkIPAddress", row.chkIPAddress}, {"chkQuayRestApi", row.chkQuayRestApi}, {"txtIPAddress", "10.0.0.7"}});
     Start();
-    driver->connections.ShowMountInfo(row.port);
+    driver->channel.ShowMountInfo(row.port);
     EXPECT_EQ(driver->handBox.frameMountPosition.Caption(), row.caption);
     EXPECT_TRUE(driver->handBox.Loaded());
     EXPECT_FALSE(driver->handBox.Visible());
@@ -459,6 +459,7 @@ INSTANTIATE_TEST_SUITE_P(Roads, CaptionTest,
                          testing::Values(CaptionRow{"0", "0", "", "Mount Info: COM1 (QUAY)"},
                                          CaptionRow{"0", "1", "COM5", "Mount Info: COM5 (QUAY)"},
                                          CaptionRow{"1", "0", "", "Mount Info: IP=10.0.0.7"},
+                                         CaptionRow{"1", "abc", "", "Mount Info: IP=10.0.0.7"},
                                          CaptionRow{"1", "1", "", "Mount Info: REST (Port 60001)"}));
 
 TEST_F(ConnectionManagerTest, AddressOfAPlainConnect_IsShownWithoutTheCompanion) {

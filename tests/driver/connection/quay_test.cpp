@@ -160,7 +160,7 @@ TEST_P(QuayFoundTest, CompanionThatAnswers_IsRemembered_AndNeverAskedAgain) {
     EXPECT_EQ(driver->handBox.frameMountPosition.Caption(), "Mount Info: COM1 (QUAY)");
     EXPECT_EQ(TimesAsked(), 1);
 
-    driver->connections.CheckQuay();
+    driver->channel.CheckQuay();
     machine.AdvanceTime(130'000);
     EXPECT_EQ(TimesAsked(), 1);
     EXPECT_EQ(TimesLogged("Checking for QUAY!"), 1);
@@ -180,7 +180,7 @@ TEST_F(QuayTest, CompanionThatIsFoundLater_StartsItsNumbersAtOne) {
     driver->state.g_nQuaySeq = 99;
     CompanionLine line(*mount);
     machine.serialPorts.Splice(1, line);
-    driver->connections.CheckQuay();
+    driver->channel.CheckQuay();
     EXPECT_TRUE(driver->state.g_bQuayLink);
     EXPECT_EQ(driver->state.g_nQuaySeq, 1);
     driver.reset();
@@ -192,14 +192,14 @@ TEST_F(QuayTest, PeriodicCheck_WithoutAStamp_OnlyStamps) {
     driver->state.g_bQuayConfigured = true;
     machine.AdvanceTime(5'000);
     ASSERT_EQ(driver->state.g_tickLastQuayCheck, Tick{});
-    driver->connections.PeriodicQuayCheck();
+    driver->channel.PeriodicQuayCheck();
     EXPECT_EQ(driver->state.g_tickLastQuayCheck - Tick{}, 5'000);
     EXPECT_FALSE(Logged("Checking for QUAY!"));
     machine.AdvanceTime(59'999);
-    driver->connections.PeriodicQuayCheck();
+    driver->channel.PeriodicQuayCheck();
     EXPECT_FALSE(Logged("Checking for QUAY!"));
     machine.AdvanceTime(1);
-    driver->connections.PeriodicQuayCheck();
+    driver->channel.PeriodicQuayCheck();
     EXPECT_EQ(TimesLogged("Checking for QUAY!"), 1);
     EXPECT_EQ(driver->state.g_tickLastQuayCheck, machine.clock.GetTickCount());
 }

@@ -485,6 +485,39 @@ TEST_F(StopTest, AStopAfterAGotoInOneText_KeepsItsRepeats) {
     EXPECT_EQ(TimesLogged(kStopAgain), 5);
 }
 
+/// A client's own text of several commands: what comes last counts.
+TEST_F(StopTest, AGotoAmongOthersInOneText_CountsAsItStandsAmongThem) {
+    struct Row {
+        std::string text;
+        bool gotoRuns;
+        bool moves;
+    };
+    for (const Row& row : {Row{":MS#", true, false}, Row{":MS#:Q#", false, false}, Row{":Q#:MS#", true, false},
+                           Row{":MS#:Me#", true, true}, Row{":Me#:MS#", true, false}, Row{":MS#:Me#:Q#", false, false},
+                           Row{":Me#:MS#:Mn#", true, true}}) {
+        for (int member = 0; member < 3; ++member) {
+            SCOPED_TRACE(row.text + " " + std::to_string(member));
+            Connect("S");
+            Stand().replies["MS"] = "0";
+            machine.AdvanceTime(5'000);
+            driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+            switch (member) {
+                case 0:
+                    telescope->CommandBlind(row.text, true);
+                    break;
+                case 1:
+                    telescope->CommandBool(row.text, true);
+                    break;
+                default:
+                    telescope->CommandString(row.text, true);
+            }
+            EXPECT_EQ(driver->state.g_bGotoRuns, row.gotoRuns);
+            EXPECT_EQ(driver->state.g_bMoveSent, row.moves);
+            EndTheDriver();
+        }
+    }
+}
+
 TEST_F(StopTest, StopPair_IsTwentyMillisecondsApart) {
     Connect("S");
     telescope->SlewToCoordinatesAsync(5.5, 30.0);

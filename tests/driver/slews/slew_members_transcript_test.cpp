@@ -205,7 +205,7 @@ TEST_F(CompanionSlewTest, AsynchronousSlews_AreOneCommand) {
     driver->state.g_bTracking = false;
     driver->state.g_nQuaySeq = 7;
     const std::string sent = SentDuring([&] { telescope->SlewToAltAzAsync(123.456, 45.0); });
-    EXPECT_TRUE(sent.ends_with(" QUAY,7,*SLEWALTAZ,123.456,45")) << sent;
+    EXPECT_TRUE(sent.ends_with(" QUAY,7,*SLEWALTAZ,45,123.456")) << sent;
     EXPECT_EQ(sent.find("Sa"), std::string::npos);
     EXPECT_TRUE(Logged("Result from QUAY *SLEWALTAZ=OK"));
 }

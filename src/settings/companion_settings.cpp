@@ -1,4 +1,4 @@
-#include "link/companion_settings.h"
+#include "settings/companion_settings.h"
 
 #include <charconv>
 

@@ -1,0 +1,46 @@
+#include "ui/quay_settings.h"
+
+#include <utility>
+
+namespace kestrane {
+
+QuaySettings::QuaySettings(QuaySettingsNeeds needs) : needs_(std::move(needs)) {
+    needs_.form.OnLoad([this] { Fill(); });
+    Connect(needs_.form.chkEnableQUAYPointingCorrection, Correction::Pointing);
+    Connect(needs_.form.chkEnableQUAYTrackingRateCorrection, Correction::TrackingRate);
+}
+
+void QuaySettings::ShowModal() {
+    if (needs_.form.Visible()) {
+        return;
+    }
+    needs_.modal.ShowModal(needs_.form);
+    needs_.form.Unload();
+}
+
+void QuaySettings::Connect(CheckBox& box, Correction correction) {
+    box.OnClick([this, &box, correction] {
+        if (!filling_ && needs_.channel.IsProved()) {
+            ResumeNext errors{needs_.ledger, needs_.form.Name()};
+            errors.Step([&] { needs_.channel.SwitchCorrection(correction, box.Checked()); });
+        }
+    });
+}
+
+void QuaySettings::Fill() {
+    ResumeNext errors{needs_.ledger, needs_.form.Name()};
+    filling_ = true;
+    const auto show = [&](CheckBox& box, Correction correction) {
+        bool on = false;
+        if (needs_.channel.IsProved()) {
+            errors.Assign(on, [&] { return needs_.channel.Corrects(correction); });
+        }
+        box.Enabled(needs_.channel.IsProved());
+        box.Checked(on);
+    };
+    show(needs_.form.chkEnableQUAYPointingCorrection, Correction::Pointing);
+    show(needs_.form.chkEnableQUAYTrackingRateCorrection, Correction::TrackingRate);
+    filling_ = false;
+}
+
+}  // namespace kestrane
