@@ -170,6 +170,28 @@ TEST_F(RunScript, WithARealPort_ShowsTheVersionOfItsMountOrWhyThereIsNone) {
     EXPECT_TRUE(run->WaitForEnd(Seconds(10)));
 }
 
+TEST_F(RunScript, WithEachRoadToTheSimulatedMount_ConnectsAndSlews) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> roads{
+        {{"--ip"}, "ip"}, {{"--quay"}, "quay"}, {{"--ip", "--quay"}, "ip-quay"}};
+    for (const auto& [options, name] : roads) {
+        const auto run = Start(options);
+        EXPECT_TRUE(WaitUntil(kPatience, [&] { return Says(*run, "slewing to "); })) << run->Errors();
+        EXPECT_TRUE(fs::exists(place / "build" / "run" / name / "data" / "Kestrane" / "Settings.ksdb"));
+        run->Signal(SIGTERM);
+        EXPECT_TRUE(run->WaitForEnd(Seconds(5)));
+    }
+}
+
+TEST_F(RunScript, RefusesARoadOfTheSimulatedMountForARealOne) {
+    for (const std::string road : {"--ip", "--quay"}) {
+        const auto run = Start({road, "--port", "/dev/null"});
+        const auto ending = run->WaitForEnd(kPatience);
+        ASSERT_TRUE(ending);
+        EXPECT_EQ(ending->code, 2);
+        EXPECT_TRUE(Says(*run, "they do not go together"));
+    }
+}
+
 TEST_F(RunScript, RefusesAnEmptyDeviceName) {
     for (const std::vector<std::string>& words : {std::vector<std::string>{"--port", ""}, {"--port="}}) {
         const auto run = Start(words);
