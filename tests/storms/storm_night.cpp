@@ -52,14 +52,13 @@ void StormReport::Add(const StormReport& other) {
 
 StormNight::StormNight(const Plan& plan)
     : plan_(plan), line_(plan.seed, 0.0), choice_(plan.seed + 1'000'000, 0.0), mount_(machine_.clock, OptionsOf(plan)) {
-    auto line = std::make_unique<StormyLine>(mount_, line_);
-    stormy_ = line.get();
+    ConnectRoad();
     stormy_->onWrite = [this](std::string_view bytes) { OnWrite(bytes); };
     if (plan_.tail) {
         stormy_->KeepTail(machine_.clock);
     }
-    machine_.serialPorts.Connect(1, std::move(line));
     SeedSettings(machine_, {{"chkEnableDebugLog", "0"}, {"chkAutoCalibrateOnFirstSlew", plan.calibrates ? "1" : "0"}});
+    SeedSettings(machine_, {{"chkIPAddress", plan.overIp ? "1" : "0"}, {"txtIpAddress", "mount.example"}});
     driver_ = Main(machine_.Services(), true);
     client_ = driver_->CreateTelescope();
     client_->Connected(true);
@@ -72,6 +71,19 @@ StormNight::~StormNight() {
     client_ = {};
     driver_.reset();
     machine_.serialPorts.Disconnect(1);
+    machine_.http.StopServing();
+}
+
+void StormNight::ConnectRoad() {
+    if (plan_.overIp) {
+        adapter_ = std::make_unique<StormyAdapter>(machine_.clock, mount_, line_);
+        stormy_ = adapter_.get();
+        machine_.http.Serve([this](const HttpRequest& request) { return adapter_->Answer(request); });
+        return;
+    }
+    auto line = std::make_unique<StormyLine>(mount_, line_);
+    stormy_ = line.get();
+    machine_.serialPorts.Connect(1, std::move(line));
 }
 
 StormReport StormNight::Run() {
@@ -88,6 +100,17 @@ StormReport StormNight::Run() {
 }
 
 StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
+    return RunOutage(moment, outMs, [this](bool begins) { mount_.SetLineDead(begins); });
+}
+
+StormReport StormNight::RunAdapterFault(const Moment& moment, AdapterFault fault, std::int64_t outMs) {
+    return RunOutage(moment, outMs, [=, this](bool begins) {
+        begins ? adapter_->Begin(fault, outMs) : adapter_->Begin(AdapterFault::None, 0);
+    });
+}
+
+StormReport StormNight::RunOutage(const Moment& moment, std::int64_t outMs,
+                                  const std::function<void(bool begins)>& outage) {
     StandBeforeTwoLegs();
     machine_.pump.Post(CallKind::WaitsLong, [this] { SlewTo(HourAngleRa(kAcrossHours), RandomDec()); });
     const std::int64_t begin = machine_.clock.Elapsed();
@@ -103,9 +126,9 @@ StormReport StormNight::RunCableOut(const Moment& moment, std::int64_t outMs) {
         }
     }
     report_.faults += since() < kLongestSlewMs ? 1 : 0;
-    mount_.SetLineDead(true);
+    outage(true);
     Watch(outMs);
-    mount_.SetLineDead(false);
+    outage(false);
     WaitForEndOfSlew();
     if (slewAsked_) {
         Note(&StormReport::stuckFlags, "the slew has no end");

@@ -11,6 +11,7 @@
 
 #include "kernel/driver.h"
 #include "simulator/mount_simulator.h"
+#include "storms/stormy_adapter.h"
 #include "storms/stormy_line.h"
 #include "support/virtual_platform.h"
 
@@ -40,6 +41,7 @@ public:
         double probability = 0;  ///< of a fault, for each command and each reply, 0 to 1
         std::int64_t lengthMs = 0;
         bool calibrates = false;       ///< its first slew measures the directions
+        bool overIp = false;           ///< over the mount's network adapter, not a serial line
         std::ostream* tail = nullptr;  ///< gets what last went over the line before anything went wrong
     };
 
@@ -59,8 +61,12 @@ public:
     /// One slew, over the meridian; from the moment on the cable is out for `outMs`. A slew that never comes to the
     /// moment runs undisturbed.
     StormReport RunCableOut(const Moment& moment, std::int64_t outMs);
+    /// The same with a fault of the adapter.
+    StormReport RunAdapterFault(const Moment& moment, AdapterFault fault, std::int64_t outMs);
 
 private:
+    StormReport RunOutage(const Moment& moment, std::int64_t outMs, const std::function<void(bool begins)>& outage);
+    void ConnectRoad();
     void Cycle();
     void Slew();
     void SlewTo(double ra, double dec);
@@ -97,7 +103,8 @@ private:
     MountSimulator mount_;
     std::unique_ptr<Driver> driver_;
     TelescopeObject client_;
-    StormyLine* stormy_ = nullptr;  ///< owned by the port
+    std::unique_ptr<StormyAdapter> adapter_;  ///< null over a serial line
+    StormyRoad* stormy_ = nullptr;            ///< the adapter, or the line, which the port owns
     double meridianDelay_ = 0;
     std::string half_;  ///< of a command that is being written
     StormReport report_;

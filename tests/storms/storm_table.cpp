@@ -2,8 +2,12 @@
 //
 //     storm_table [SEEDS [HOURS]]                20 seeds of 10 hours when not given
 //     storm_table --night FIRMWARE SEED PERCENT  one night, with what went over the line before anything went wrong
+//     storm_table --ip [SEEDS [HOURS]]           nights over a network adapter, and its faults
+//     storm_table --ip-night FIRMWARE SEED PERCENT
+//     storm_table --ip-waits                     how long clients wait while the adapter has a fault
 //
-// and then the same for a cable that is out for a while, at moments of a slew. Exit status 1 when anything went wrong.
+// and then the same for a cable that is out for a while, or an adapter that fails for a while, at moments of a slew.
+// Exit status 1 when anything went wrong.
 #include <array>
 #include <cstdlib>
 #include <functional>
@@ -15,10 +19,12 @@
 #include <thread>
 #include <vector>
 
+#include "storms/ip_waits.h"
 #include "storms/storm_night.h"
 
 namespace {
 
+using kestrane::AdapterFault;
 using kestrane::StormNight;
 using kestrane::StormReport;
 
@@ -34,20 +40,21 @@ struct Row {
 };
 
 /// A night of the table: every second one calibrates on its first slew.
-StormNight::Plan StormPlan(const std::string& firmware, int seed, double probability, int hours) {
+StormNight::Plan StormPlan(const std::string& firmware, int seed, double probability, int hours, bool overIp) {
     return {.firmware = firmware,
             .seed = static_cast<std::uint32_t>(seed),
             .probability = probability,
             .lengthMs = std::int64_t{hours} * 3'600'000,
-            .calibrates = seed % 2 == 0};
+            .calibrates = seed % 2 == 0,
+            .overIp = overIp};
 }
 
-std::vector<Row> StormRows(int seeds, int hours) {
+std::vector<Row> StormRows(int seeds, int hours, bool overIp) {
     std::vector<Row> rows;
     for (const double probability : {0.001, 0.005, 0.02}) {
         for (const std::string firmware : kFirmwares) {
             const auto run = [=](int night) {
-                return StormNight(StormPlan(firmware, night + 1, probability, hours)).Run();
+                return StormNight(StormPlan(firmware, night + 1, probability, hours, overIp)).Run();
             };
             std::ostringstream head;
             head << probability * 100 << " % | " << firmware;
@@ -94,6 +101,39 @@ std::vector<Row> CableRows() {
             };
             rows.push_back({"cable out " + std::to_string(outSeconds) + " s | " + firmware,
                             4 * static_cast<int>(moments.size()), run});
+        }
+    }
+    return rows;
+}
+
+struct NamedFault {
+    AdapterFault fault;
+    const char* name;
+};
+
+constexpr std::array kAdapterFaults{NamedFault{AdapterFault::Slow, "slow"},
+                                    NamedFault{AdapterFault::TooSlow, "too slow"},
+                                    NamedFault{AdapterFault::Silent, "silent"},
+                                    NamedFault{AdapterFault::Unplugged, "unplugged"},
+                                    NamedFault{AdapterFault::Reboots, "rebooting"},
+                                    NamedFault{AdapterFault::AnswersForAnother, "answers for another request"}};
+
+/// An adapter that fails, as the cable above.
+std::vector<Row> AdapterRows() {
+    const std::vector<StormNight::Moment> moments = MomentsOfASlew();
+    std::vector<Row> rows;
+    for (const NamedFault& fault : kAdapterFaults) {
+        for (const std::int64_t outSeconds : {5, 60}) {
+            for (const std::string firmware : kFirmwares) {
+                const auto run = [=](int night) {
+                    const auto moment = static_cast<std::size_t>(night) % moments.size();
+                    return StormNight(
+                               {.firmware = firmware, .seed = static_cast<std::uint32_t>(night + 1), .overIp = true})
+                        .RunAdapterFault(moments[moment], fault.fault, outSeconds * 1'000);
+                };
+                rows.push_back({std::string(fault.name) + " for " + std::to_string(outSeconds) + " s | " + firmware,
+                                2 * static_cast<int>(moments.size()), run});
+            }
         }
     }
     return rows;
@@ -153,16 +193,39 @@ bool Print(const std::vector<Row>& rows) {
     return clean;
 }
 
+void PrintIpWaits() {
+    std::cout
+        << "| adapter | a read of what is known waits | a stop waits | a connect | takes |\n|---|---|---|---|---|\n";
+    const auto print = [](const NamedFault& fault) {
+        const kestrane::IpWaits waits = kestrane::MeasureIpWaits(fault.fault);
+        std::cout << "| " << fault.name << " | " << waits.readMs << " ms | " << waits.stopMs << " ms | "
+                  << (waits.connects ? "succeeds" : "fails") << " | " << waits.connectMs << " ms |\n";
+    };
+    print({AdapterFault::None, "healthy"});
+    for (const NamedFault& fault : kAdapterFaults) {
+        print(fault);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 5 && std::string_view(argv[1]) == "--night") {
-        StormNight::Plan night = StormPlan(argv[2], std::atoi(argv[3]), std::atof(argv[4]) / 100, kHours);
+    const std::string_view option = argc > 1 ? argv[1] : "";
+    if (option == "--ip-waits") {
+        PrintIpWaits();
+        return 0;
+    }
+    const bool overIp = option == "--ip" || option == "--ip-night";
+    if (argc == 5 && option.ends_with("-night")) {
+        StormNight::Plan night = StormPlan(argv[2], std::atoi(argv[3]), std::atof(argv[4]) / 100, kHours, overIp);
         night.tail = &std::cout;
         return StormNight(night).Run().Clean() ? 0 : 1;
     }
-    std::vector<Row> rows = StormRows(argc > 1 ? std::atoi(argv[1]) : kSeeds, argc > 2 ? std::atoi(argv[2]) : kHours);
-    for (Row& row : CableRows()) {
+    const int first = overIp ? 2 : 1;
+    const int seeds = argc > first ? std::atoi(argv[first]) : kSeeds;
+    const int hours = argc > first + 1 ? std::atoi(argv[first + 1]) : kHours;
+    std::vector<Row> rows = StormRows(seeds, hours, overIp);
+    for (Row& row : overIp ? AdapterRows() : CableRows()) {
         rows.push_back(std::move(row));
     }
     Run(rows);

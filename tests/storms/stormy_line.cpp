@@ -147,18 +147,23 @@ void StormyLine::Write(std::string_view bytes) {
 
 std::string StormyLine::Read(std::size_t maxCount) {
     std::string text = mount_.Read(maxCount);
-    if (clock_ && !text.empty()) {
-        if (reading_) {
-            tail_.back() += text;
-        } else {
-            Mark("< " + text);
-            reading_ = true;
-        }
-    }
+    MarkRead(text);
     return text;
 }
 
-void StormyLine::Mark(std::string_view text) {
+void StormyRoad::MarkRead(std::string_view text) {
+    if (!clock_ || text.empty()) {
+        return;
+    }
+    if (reading_) {
+        tail_.back() += text;
+    } else {
+        Mark("< " + std::string(text));
+        reading_ = true;
+    }
+}
+
+void StormyRoad::Mark(std::string_view text) {
     if (!clock_) {
         return;
     }

@@ -32,14 +32,14 @@ private:
     int strikes_ = 0;
 };
 
-/// A serial line to a simulated mount on which each command and each reply may be lost, late, cut, doubled, hit by
-/// noise, or changed in a digit; before a reply an alarm letter may stand. Both outlive the line.
-class StormyLine final : public LineEnd {
+/// A road to a simulated mount that has faults, as a night sees it.
+class StormyRoad {
 public:
-    StormyLine(MountSimulator& mount, Chance& chance);
+    virtual ~StormyRoad() = default;
+    StormyRoad(const StormyRoad&) = delete;
+    StormyRoad& operator=(const StormyRoad&) = delete;
 
     std::function<void(std::string_view bytes)> onWrite;  ///< what the driver sends, before any fault
-    bool forges = true;  ///< whether bytes of a command may change, which may make another command of it
 
     /// Keeps what was written and read from now on, and what a fault has made of it, each line with its time.
     void KeepTail(const VirtualClock& clock) { clock_ = &clock; }
@@ -49,14 +49,37 @@ public:
 
     /// Whether a fault has made another command of one since the last look, such as ":MS#" of ":GS#": the mount then
     /// does what nobody has asked for.
-    bool TakeForged() { return std::exchange(forged_, false); }
+    virtual bool TakeForged() = 0;
+    /// Replies to "GR" and "GD" that went out without a fault.
+    virtual int GoodRaReplies() const = 0;
+    virtual int GoodDecReplies() const = 0;
+
+protected:
+    StormyRoad() = default;
+    /// Adds to what was read, in one line with what was read just before.
+    void MarkRead(std::string_view text);
+
+private:
+    const VirtualClock* clock_ = nullptr;
+    std::deque<std::string> tail_;
+    bool reading_ = false;  ///< the last line of the tail is what was read
+};
+
+/// A serial line to a simulated mount on which each command and each reply may be lost, late, cut, doubled, hit by
+/// noise, or changed in a digit; before a reply an alarm letter may stand. Both outlive the line.
+class StormyLine final : public LineEnd, public StormyRoad {
+public:
+    StormyLine(MountSimulator& mount, Chance& chance);
+
+    bool forges = true;  ///< whether bytes of a command may change, which may make another command of it
+
+    bool TakeForged() override { return std::exchange(forged_, false); }
 
     /// Whether a stop has been lost since the last look, by itself or with the command before it, which was cut.
     bool TakeLostStop() { return std::exchange(lostStop_, false); }
 
-    /// Replies to "GR" and "GD" that went out without a fault.
-    int GoodRaReplies() const;
-    int GoodDecReplies() const;
+    int GoodRaReplies() const override;
+    int GoodDecReplies() const override;
 
     void Write(std::string_view bytes) override;
     std::string Read(std::size_t maxCount) override;
@@ -69,12 +92,9 @@ private:
     MountSimulator& mount_;
     Chance& chance_;
     ReplyStorm* replies_;  ///< owned by the mount
-    const VirtualClock* clock_ = nullptr;
     bool forged_ = false;
     bool lostStop_ = false;
     bool cut_ = false;  ///< the last command arrived without its end
-    std::deque<std::string> tail_;
-    bool reading_ = false;  ///< the last line of the tail is what was read
 };
 
 }  // namespace kestrane
