@@ -46,7 +46,7 @@ private:
 }  // namespace
 
 void ConnectionManager::OpenConnection(ClientKind kind) {
-    const bool ip = driver_.persist.ReadFlag(setting::chkIPAddress);
+    const bool ip = needs_.link && needs_.link->IsOverIp();
     const std::string address = driver_.persist.Read(setting::txtIpAddress);
     if (!needs_.link || !needs_.link->Connected()) {
         OpenLink(kind, ip, address);

@@ -100,7 +100,7 @@ MountCheck ConnectionManager::CheckMount() {
     MountCheck check;
     if (!LookForMount(port, timeout, check.version, opened)) {
         check.version.clear();
-        check.whyNone = driver_.persist.ReadFlag(setting::chkIPAddress)
+        check.whyNone = needs_.link && needs_.link->IsOverIp()
                             ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
                             : WhyNoMount(port, opened, start);
     }

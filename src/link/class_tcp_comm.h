@@ -49,6 +49,7 @@ public:
     bool UseQuayRestApi() const { return useQuayRestApi_; }
     void UseQuayRestApi(bool use) { useQuayRestApi_ = use; }
 
+    bool IsOverIp() const override { return true; }
     bool Connected() override { return connected_; }
     /// Keeps the flag; there is nothing to open.
     void Connected(bool connect) override;

@@ -25,6 +25,10 @@ public:
     /// closed. True on an open line is harmless.
     virtual void Connected(bool connect) = 0;
 
+    /// Whether this is the link over IP, in either of its forms. The settings may name another one already: they choose
+    /// the link of the next start.
+    virtual bool IsOverIp() const { return false; }
+
     /// Whether a text that is sent now goes out, as far as the transport knows.
     virtual bool CanSend() { return Connected(); }
 

@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
-constexpr std::string_view kOverSerial = "0";  // of `chkIPAddress`
 constexpr std::string_view kTimeAndZone = "1";
 constexpr std::string_view kCorrects = "1";
 
@@ -82,7 +81,7 @@ void CompanionChannel::ShowMountInfo(std::string_view port) {
 }
 
 std::string CompanionChannel::MountInfoCaption(std::string_view port) {
-    if (driver_.persist.Read(setting::chkIPAddress) != kOverSerial) {
+    if (needs_.linkIsOverIp()) {
         return AddressOverIp();
     }
     std::string shown{port};
@@ -96,7 +95,7 @@ std::string CompanionChannel::MountInfoCaption(std::string_view port) {
 
 void CompanionChannel::ShowMountAddress() {
     std::string caption;
-    if (driver_.persist.Read(setting::chkIPAddress) != kOverSerial) {
+    if (needs_.linkIsOverIp()) {
         caption = AddressOverIp();
     } else {
         std::string port = driver_.persist.Read(setting::Port);

@@ -35,6 +35,7 @@ struct CompanionChannelNeeds {
     ApplicationSettings& applicationSettings;
     frmHandBox& handBox;
     std::function<MountCommands&()> commands;  ///< the driver's own exchange
+    std::function<bool()> linkIsOverIp;
 };
 
 /// The companion application as it stands between driver and mount: whether it is there, and the commands that it

@@ -154,6 +154,7 @@ protected:
         .applicationSettings = machine.applicationSettings,
         .handBox = handBox,
         .commands = [this]() -> MountCommands& { return mount; },
+        .linkIsOverIp = [] { return false; },
     }};
     MountQueries queries{MountQueriesNeeds{
         .driver = essentials,

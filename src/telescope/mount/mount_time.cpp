@@ -165,7 +165,7 @@ bool TimeSteps::MayWriteDelay(Sequence& mount, double inMount) {
 
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
-    if (driver_.persist.Read(setting::chkIPAddress) == "0" && needs_.link) {
+    if (needs_.link && !needs_.link->IsOverIp()) {
         // Over the serial line a second reply follows: the mount reports that it computes.
         needs_.link->ReceiveTerminated(wire::kReplyEnd);
     }
