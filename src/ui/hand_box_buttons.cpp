@@ -81,6 +81,8 @@ bool HandBoxPanel::MustWait(ButtonAction action) const {
 void HandBoxPanel::BeginToAsk(ButtonAction action) {
     bool& asked = asked_[static_cast<std::size_t>(action)];
     if (std::exchange(asked, true)) {
+        driver_.log.LogMessage("frmHandBox", LogLevel::Info,
+                               "A button does nothing: its question is being asked already");
         return;
     }
     RunAsLongCall([this, action, &asked] {

@@ -127,7 +127,7 @@ public:
     void OnAction(ButtonAction action, std::function<void()> run);
     /// Runs the action now, or when the poll step that is under way has ended. One that asks a person runs as a long
     /// call of its own, after a move ahead of a park that is under way, and once however often it is pressed before the
-    /// answer.
+    /// answer. Of several that have to wait the one pressed last stands.
     void Press(ButtonAction action);
     /// Runs it as a long call of its own, while the panel is there. An error in it is swallowed, like that of a button.
     void RunAsLongCall(std::function<void()> run);

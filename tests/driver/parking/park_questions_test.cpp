@@ -152,6 +152,7 @@ TEST_F(ParkQuestionsTest, ADoubleClick_AsksOnce_AndTheButtonsStayOffUntilTheAnsw
         machine.AdvanceTime(6'000);
         EXPECT_EQ(openMs, 4'000);
         EXPECT_FALSE(AnyOpen()) << "asked once";
+        EXPECT_TRUE(Logged("A button does nothing: its question is being asked already"));
         EXPECT_EQ(TimesCancelled(), 0);
         EXPECT_TRUE(HandBox().btnPark.Enabled());
         EXPECT_TRUE(HandBox().btnUNPARK.Enabled());
