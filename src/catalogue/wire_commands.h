@@ -58,8 +58,8 @@ struct WireRow {
 
     std::string_view text;  ///< followed by the argument where `argument` names one
     Framing framing = Framing::Framed;
-    std::string_view
-        argument;  ///< form of what follows the text; empty for none. A raw row adds its closing "#" itself
+    /// The form of what follows the text; empty for none. A raw row adds its closing "#" itself.
+    std::string_view argument;
     std::string_view meaning;
     Care care{};
 

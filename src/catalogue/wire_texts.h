@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <initializer_list>
-#include <string>
 #include <string_view>
 
 #include "catalogue/wire_commands.h"
@@ -11,13 +10,34 @@
 /// What a text on its way out does, whoever sends it: a client's own text may hold several commands.
 namespace kestrane::wire {
 
+/// The place of the last such command without an argument, npos when there is none. Looked for in each text that goes
+/// out, for many rows: nothing is copied.
+template <ReplyForm form>
+std::size_t LastOf(std::string_view onTheWire, const WireRow<form>& row) {
+    if (row.framing == Framing::Raw) {
+        return onTheWire.rfind(row.text);
+    }
+    for (std::size_t at = onTheWire.rfind(row.text); at != std::string_view::npos && at != 0;
+         at = onTheWire.rfind(row.text, at - 1)) {
+        if (onTheWire[at - 1] == ':' && onTheWire.substr(at + row.text.size()).starts_with('#')) {
+            return at - 1;
+        }
+    }
+    return std::string_view::npos;
+}
+
+template <ReplyForm form>
+bool Holds(std::string_view onTheWire, const WireRow<form>& row) {
+    return LastOf(onTheWire, row) != std::string_view::npos;
+}
+
 /// `onTheWire` with its frame.
 inline bool StopsAllMotion(std::string_view onTheWire) {
-    return onTheWire.find(StopRaw.text) != std::string_view::npos;
+    return Holds(onTheWire, StopRaw);
 }
 
 inline bool StartsGoto(std::string_view onTheWire) {
-    return onTheWire.find(SlewRaw.text) != std::string_view::npos;
+    return Holds(onTheWire, SlewRaw);
 }
 
 /// Whether a text has the companion move the mount to a place.
@@ -29,35 +49,33 @@ inline bool CompanionMoves(std::string_view onTheWire) {
 
 /// Whether a text stops all motion, and starts no goto after that.
 inline bool StopComesLast(std::string_view onTheWire) {
-    const std::size_t stop = onTheWire.rfind(StopRaw.text);
-    const std::size_t slew = onTheWire.rfind(SlewRaw.text);
+    const std::size_t stop = LastOf(onTheWire, StopRaw);
+    const std::size_t slew = LastOf(onTheWire, SlewRaw);
     return stop != std::string_view::npos && (slew == std::string_view::npos || slew < stop) &&
            !CompanionMoves(onTheWire.substr(stop));
 }
 
 inline bool Parks(std::string_view onTheWire) {
-    return onTheWire.find(Park.With("").OnTheWire()) != std::string_view::npos;
+    return Holds(onTheWire, Park);
 }
 
 inline bool Unparks(std::string_view onTheWire) {
-    return onTheWire.find(Unpark.With("").OnTheWire()) != std::string_view::npos;
+    return Holds(onTheWire, Unpark);
 }
 
 /// Whether a text tells the mount where it points: what it has reported before says nothing about the place then.
 inline bool GivesPlace(std::string_view onTheWire) {
-    const auto holds = [&](const TextCommand& row) {
-        return onTheWire.find(row.With("").OnTheWire()) != std::string_view::npos;
-    };
-    return holds(Sync) || holds(Recal) || Unparks(onTheWire);
+    return Holds(onTheWire, Sync) || Holds(onTheWire, Recal) || Unparks(onTheWire);
 }
 
 /// Whether a text gives an axis a custom rate other than 0.
 inline bool ChoosesCustomRate(std::string_view onTheWire) {
     const auto chooses = [&](const CharacterCommand& row) {
-        const std::string head = ":" + std::string(row.text);
-        for (std::size_t at = onTheWire.find(head); at != std::string_view::npos; at = onTheWire.find(head, at + 1)) {
-            const std::string_view rate = onTheWire.substr(at + head.size());
-            if (rate.substr(0, rate.find('#')).find_first_of("123456789") != std::string_view::npos) {
+        for (std::size_t at = onTheWire.find(row.text, 1); at != std::string_view::npos;
+             at = onTheWire.find(row.text, at + 1)) {
+            const std::string_view rate = onTheWire.substr(at + row.text.size());
+            const bool isCommand = onTheWire[at - 1] == ':';
+            if (isCommand && rate.substr(0, rate.find('#')).find_first_of("123456789") != std::string_view::npos) {
                 return true;
             }
         }
@@ -74,7 +92,7 @@ inline EndlessMove EndlessMoveAfter(std::string_view onTheWire, std::initializer
     const auto last = [&](std::initializer_list<BlindCommand> rows) {
         std::ptrdiff_t place = -1;
         for (const BlindCommand& row : rows) {
-            const std::size_t found = onTheWire.rfind(row.With("").OnTheWire());
+            const std::size_t found = LastOf(onTheWire, row);
             place = found == std::string_view::npos ? place : std::max(place, static_cast<std::ptrdiff_t>(found));
         }
         return place;
@@ -92,13 +110,13 @@ inline EndlessMove EndlessMoveAfter(std::string_view onTheWire) {
 
 /// Whether a text begins a move without a time after its last goto, which would have taken the place of one before.
 inline bool MoveFollowsGoto(std::string_view onTheWire) {
-    const std::size_t slew = onTheWire.rfind(SlewRaw.text);
+    const std::size_t slew = LastOf(onTheWire, SlewRaw);
     return slew != std::string_view::npos && EndlessMoveAfter(onTheWire.substr(slew)) == EndlessMove::Begins;
 }
 
 /// Whether a text stops a move without a time that it has begun itself.
 inline bool StopsItsOwnMove(std::string_view onTheWire) {
-    const std::size_t stop = onTheWire.rfind(StopRaw.text);
+    const std::size_t stop = LastOf(onTheWire, StopRaw);
     return stop != std::string_view::npos &&
            EndlessMoveAfter(onTheWire.substr(0, stop), {MoveNorth, MoveSouth, MoveEast, MoveWest}, {}) ==
                EndlessMove::Begins;
@@ -112,7 +130,7 @@ inline EndlessMove FocuserRunAfter(std::string_view onTheWire) {
 /// Whether a text begins, after its last stop, what moves the mount until its own end or without one: a goto, a park or
 /// a move, also by the companion. Guide pulses, which have a time, do not count, nor do rates.
 inline bool MovesInTheEnd(std::string_view onTheWire) {
-    const std::size_t stop = onTheWire.rfind(StopRaw.text);
+    const std::size_t stop = LastOf(onTheWire, StopRaw);
     const std::string_view rest = stop == std::string_view::npos ? onTheWire : onTheWire.substr(stop);
     return StartsGoto(rest) || CompanionMoves(rest) || Parks(rest) ||
            rest.find(SetParkSlot.text) != std::string_view::npos || EndlessMoveAfter(rest) == EndlessMove::Begins;
