@@ -94,6 +94,7 @@ TEST_F(Roads, ThatLeadNowhere_AreLoggedAsThePageSays) {
     Publish("COMPort=COM9 virtual\nRestApiPort=18998");
     for (const Row& row :
          {Row{{{"chkIPAddress", "1"}}, "'' names no host"},
+          Row{{{"txtIpAddress", "fe80::1"}}, "'fe80::1' has more than one ':'; an IPv6 address stands in brackets"},
           Row{{{"txtIpAddress", "127.0.0.1:18999"}}, "127.0.0.1 port 18999 takes no connection: Connection refused"},
           Row{{{"chkQuayRestApi", "1"}},
               "URI: http://127.0.0.1:18998/api/mount/sendcmd, Sent: :V#, Response = , ErrorMessage = 127.0.0.1 port "

@@ -114,6 +114,12 @@ BeastHttp::Place BeastHttp::PlaceOf(const HttpRequest& request) {
     if (rest.empty()) {
         return {host, request.port};
     }
+    if (!rest.starts_with(':')) {
+        throw NoReply("'" + text + "' has more than a port after its host");
+    }
+    if (rest.find(':', 1) != std::string_view::npos) {
+        throw NoReply("'" + text + "' has more than one ':'; an IPv6 address stands in brackets");
+    }
     rest.remove_prefix(1);
     std::uint16_t port = 0;
     const auto [stop, error] = std::from_chars(rest.data(), rest.data() + rest.size(), port);
@@ -179,7 +185,7 @@ ErrorCode BeastHttp::Connect(const asio::ip::tcp::endpoint& endpoint, TimePoint 
     if (!IsTemporary(error)) {
         return error;
     }
-    if (!wait_.Await(descriptor, POLLOUT, deadline)) {
+    if (!wait_.Await(descriptor, POLLOUT, deadline, SlicedWait::AtTheEnd::WaitsOn)) {
         return asio::error::timed_out;
     }
     int result = 0;
@@ -206,7 +212,7 @@ bool BeastHttp::Write(std::string_view bytes, std::int32_t limitMs) {
             }
             throw NoReply("the connection was lost while the request went out: " + error.message());
         }
-        if (!wait_.Await(socket_.native_handle(), POLLOUT, deadline)) {
+        if (!wait_.Await(socket_.native_handle(), POLLOUT, deadline, SlicedWait::AtTheEnd::WaitsOn)) {
             throw NoReply("the request did not go out" + Within(limitMs));
         }
     }

@@ -22,7 +22,8 @@ class BeastHttp final : public Http {
 public:
     static constexpr std::chrono::seconds kLongestRest{5};
 
-    /// `letReadsIn` is called again and again while a request waits, see `SlicedWait`.
+    /// `letReadsIn` is called again and again while a request waits, see `SlicedWait`. When it answers false a request
+    /// still goes out, and its reply is no longer awaited.
     explicit BeastHttp(std::function<bool()> letReadsIn = {}, HostNames::Lookup lookup = HostNames::SystemLookup,
                        std::chrono::milliseconds longestRest = kLongestRest)
         : wait_(std::move(letReadsIn)), hostNames_(std::move(lookup)), longestRest_(longestRest) {}

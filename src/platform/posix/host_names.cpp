@@ -5,6 +5,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -20,7 +21,11 @@ class HostNames::Running {
 public:
     static std::shared_ptr<Running> Begin(const Lookup& lookup, const std::string& host) {
         auto running = std::make_shared<Running>();
-        std::thread([running, lookup, host] { running->Finish(lookup(host)); }).detach();
+        try {
+            std::thread([running, lookup, host] { running->Finish(lookup(host)); }).detach();
+        } catch (const std::system_error& fault) {
+            running->Finish({.addresses = {}, .error = std::string("no lookup could begin: ") + fault.what()});
+        }
         return running;
     }
 
@@ -58,7 +63,7 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
     if (!known.answer.addresses.empty()) {
         return known.answer;
     }
-    if (!wait.AwaitThat([&] { return known.lookup->IsDone(); }, deadline)) {
+    if (!wait.AwaitThat([&] { return known.lookup->IsDone(); }, deadline, SlicedWait::AtTheEnd::WaitsOn)) {
         return {.addresses = {}, .error = "its address was not found in time"};
     }
     TakeResult(known);

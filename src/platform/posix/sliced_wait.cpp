@@ -24,11 +24,11 @@ bool WaitForDescriptor(int descriptor, short events, SlicedWait::TimePoint deadl
     return ready > 0 || (ready < 0 && errno == EINTR);
 }
 
-bool SlicedWait::Await(int descriptor, short events, TimePoint deadline) const {
-    return AwaitSlices([&](TimePoint end) { return WaitForDescriptor(descriptor, events, end); }, deadline);
+bool SlicedWait::Await(int descriptor, short events, TimePoint deadline, AtTheEnd atTheEnd) const {
+    return AwaitSlices([&](TimePoint end) { return WaitForDescriptor(descriptor, events, end); }, deadline, atTheEnd);
 }
 
-bool SlicedWait::AwaitThat(const std::function<bool()>& isDone, TimePoint deadline) const {
+bool SlicedWait::AwaitThat(const std::function<bool()>& isDone, TimePoint deadline, AtTheEnd atTheEnd) const {
     constexpr std::chrono::milliseconds kBetweenLooks{1};
     const auto look = [&](TimePoint) {
         const bool done = isDone();
@@ -37,16 +37,19 @@ bool SlicedWait::AwaitThat(const std::function<bool()>& isDone, TimePoint deadli
         }
         return done;
     };
-    return AwaitSlices(look, deadline);
+    return AwaitSlices(look, deadline, atTheEnd);
 }
 
-bool SlicedWait::AwaitSlices(const std::function<bool(TimePoint end)>& wait, TimePoint deadline) const {
+bool SlicedWait::AwaitSlices(const std::function<bool(TimePoint end)>& wait, TimePoint deadline,
+                             AtTheEnd atTheEnd) const {
     constexpr std::chrono::milliseconds kSlice{PosixClock::kReadSliceMs};
+    bool readsComeIn = letReadsIn_ != nullptr;
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
-        if (letReadsIn_ && !letReadsIn_()) {
+        readsComeIn = readsComeIn && letReadsIn_();
+        if (letReadsIn_ && !readsComeIn && atTheEnd == AtTheEnd::GivesUp) {
             return false;
         }
-        if (wait(letReadsIn_ ? std::min(deadline, now + kSlice) : deadline)) {
+        if (wait(readsComeIn ? std::min(deadline, now + kSlice) : deadline)) {
             return true;
         }
     }

@@ -11,17 +11,24 @@ class SlicedWait {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// `letReadsIn` runs the cached reads that wait; it is called before each slice. When it returns false the wait
-    /// ends, as at its limit. Without one a wait is one slice.
+    /// What a wait does once no reads are let in any more: the process is about to end.
+    enum class AtTheEnd {
+        GivesUp,  ///< as at its limit: nobody needs what it waits for
+        WaitsOn,  ///< up to its limit: what is to go out may be a stop
+    };
+
+    /// `letReadsIn` runs the cached reads that wait; it is called before each slice, and answers false when no more
+    /// reads are to come in. Without one a wait is one slice.
     explicit SlicedWait(std::function<bool()> letReadsIn = {}) : letReadsIn_(std::move(letReadsIn)) {}
 
     /// Waits until `descriptor` can do what `events` of poll(2) ask for, or has a fault; false at the deadline.
-    bool Await(int descriptor, short events, TimePoint deadline) const;
+    bool Await(int descriptor, short events, TimePoint deadline, AtTheEnd atTheEnd = AtTheEnd::GivesUp) const;
     /// Waits until `isDone`, which is asked once in each slice; false at the deadline.
-    bool AwaitThat(const std::function<bool()>& isDone, TimePoint deadline) const;
+    bool AwaitThat(const std::function<bool()>& isDone, TimePoint deadline,
+                   AtTheEnd atTheEnd = AtTheEnd::GivesUp) const;
 
 private:
-    bool AwaitSlices(const std::function<bool(TimePoint end)>& wait, TimePoint deadline) const;
+    bool AwaitSlices(const std::function<bool(TimePoint end)>& wait, TimePoint deadline, AtTheEnd atTheEnd) const;
 
     std::function<bool()> letReadsIn_;
 };
