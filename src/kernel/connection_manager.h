@@ -142,7 +142,7 @@ private:
     void ReadRateKey();
     void ReadMountForm();
     std::string WhyNoMount(std::int32_t port, bool opened, Tick start) const;
-    static std::string WhyNoMountAt(const std::string& address) { return address + ": nothing answered"; }
+    std::string WhyNoMountOverIp() const;
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
     std::string Counts() const;

@@ -100,9 +100,7 @@ MountCheck ConnectionManager::CheckMount() {
     MountCheck check;
     if (!LookForMount(port, timeout, check.version, opened)) {
         check.version.clear();
-        check.whyNone = needs_.link && needs_.link->IsOverIp()
-                            ? WhyNoMountAt(driver_.persist.Read(setting::txtIpAddress))
-                            : WhyNoMount(port, opened, start);
+        check.whyNone = needs_.link && needs_.link->IsOverIp() ? WhyNoMountOverIp() : WhyNoMount(port, opened, start);
     }
     return check;
 }

@@ -1,5 +1,7 @@
 #include "link/adapter_reply.h"
 
+#include <algorithm>
+
 #include "kernel/base/text.h"
 #include "link/line_text.h"
 
@@ -21,13 +23,13 @@ std::string Hexadecimal(char byte) {
     return {kDigits[value / 16], kDigits[value % 16]};
 }
 
-/// What stands after `"key":`, or nothing.
+/// What stands after `"key":` and blanks, or nothing.
 std::string_view AfterKey(std::string_view body, std::string_view key) {
     const std::string name = '"' + std::string(key) + '"';
     for (std::size_t at = body.find(name); at != std::string_view::npos; at = body.find(name, at + 1)) {
         const std::size_t colon = body.find_first_not_of(kBlanks, at + name.size());
         if (colon != std::string_view::npos && body[colon] == ':') {
-            return body.substr(colon + 1);
+            return body.substr(std::min(body.find_first_not_of(kBlanks, colon + 1), body.size()));
         }
     }
     return {};
@@ -56,8 +58,11 @@ std::string Field(std::string_view body, std::string_view key) {
             value += character;
         }
     }
-    value = Trim(value);
-    return !wasQuoted && value == "null" ? std::string{} : value;
+    if (wasQuoted) {
+        return Trim(value);
+    }
+    value.resize(value.find_last_not_of(kBlanks) + 1);
+    return value == "null" ? std::string{} : value;
 }
 
 }  // namespace

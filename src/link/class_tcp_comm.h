@@ -6,6 +6,7 @@
 
 #include "kernel/base/counters.h"
 #include "kernel/base/log.h"
+#include "kernel/base/text.h"
 #include "link/mount_link.h"
 #include "platform/http.h"
 #include "platform/system_services.h"
@@ -39,7 +40,7 @@ public:
 
     /// Host name or address of the mount's adapter; may carry ":port".
     const std::string& IpAddress() const { return ipAddress_; }
-    void IpAddress(std::string_view address) { ipAddress_ = address; }
+    void IpAddress(std::string_view address) { ipAddress_ = Trim(address); }
     /// Host of the companion's REST interface; at first this machine.
     const std::string& QuayIpAddress() const { return quayIpAddress_; }
     void QuayIpAddress(std::string_view address) { quayIpAddress_ = address; }
@@ -50,6 +51,9 @@ public:
     void UseQuayRestApi(bool use) { useQuayRestApi_ = use; }
 
     bool IsOverIp() const override { return true; }
+    std::string AddressOverIp() const override {
+        return useQuayRestApi_ ? quayIpAddress_ + ":" + std::to_string(quayIpPort_) : ipAddress_;
+    }
     bool Connected() override { return connected_; }
     /// Keeps the flag; there is nothing to open.
     void Connected(bool connect) override;
@@ -112,7 +116,7 @@ private:
     bool useQuayRestApi_;
     bool connected_ = false;
     bool lastWentOut_ = true;  ///< true before the first request
-    std::string buffer_;       ///< replies not read yet, UTF-8
+    std::string buffer_;       ///< replies not read yet, one byte a character
 };
 
 }  // namespace kestrane

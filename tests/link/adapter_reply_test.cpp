@@ -50,6 +50,8 @@ TEST_F(StripResponseTest, TakesTheFieldsOutOfTheBody) {
              Row{R"({"ResponseString":"12:34:56#","Result":"fine","Success":true})", "12:34:56#", "fine", true},
              Row{R"({ "Success" : true , "ResponseString" : " 1# " })", "1#", "", true},
              Row{R"({"Success":"true","ResponseString":"1#"})", "1#", "", true},
+             Row{"{\r\n\t\"Success\"\t:\n true\r\n,\"ResponseString\":\t\"1#\"\n}", "1#", "", true},
+             Row{"{\"ResponseString\":\r\nnull\r\n,\"Success\":true}", "", "", true},
              Row{R"({"Success":false,"ResponseString":"1#"})", "1#", "", false},
              Row{R"({"Success":True})", "", "", false},
              Row{R"({"ResponseString":null,"Result":null,"Success":true})", "", "", true},

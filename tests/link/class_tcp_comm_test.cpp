@@ -39,6 +39,8 @@ protected:
         }
         return *ip_;
     }
+    /// The next use makes another link.
+    void Renew() { ip_.reset(); }
     void Answer(const std::string& body, unsigned status = 200) {
         replies.push_back({.status = status, .body = body, .error = {}});
     }
@@ -83,6 +85,49 @@ TEST_F(IpLink, Limits_FollowTheSettingsAndAreGivenToEachRequest) {
     Ip().Transmit(":GR#");
     EXPECT_EQ(LastRequest().limits.receiveMs, 500);
     EXPECT_EQ(LogLines().back(), "TCP Error Sent: :GR#, ErrorMessage = no whole reply within 500 ms");
+}
+
+TEST_F(IpLink, ALimitOfTheSettings_IsAnyNumberFromOneToAMinute) {
+    struct Row {
+        const char* text;
+        std::int32_t limit;
+    };
+    for (const Row& row : {Row{"0", 100}, Row{"-5", 100}, Row{"0.4", 100}, Row{"", 100}, Row{"100ms", 100}, Row{"1", 1},
+                           Row{"60000", 60'000}, Row{"1e9", 100}, Row{"99999999999", 60'000}}) {
+        SCOPED_TRACE(row.text);
+        persist.Write(setting::IpConnectTimeoutMSecs, row.text);
+        Renew();
+        Ip().Transmit(":GR#");
+        EXPECT_EQ(LastRequest().limits.connectMs, row.limit);
+    }
+}
+
+TEST_F(IpLink, AnotherReceiveLimit_IsLoggedWithTheOthers) {
+    Ip().ReceiveTimeoutMS(500);
+    EXPECT_EQ(OwnLines().back(), "TCP Info Timeouts-> Resolve=100ms, Connect=100ms, Send=100ms, Receive=500ms");
+    Ip().ReceiveTimeout(2);
+    EXPECT_EQ(OwnLines().back(), "TCP Info Timeouts-> Resolve=100ms, Connect=100ms, Send=100ms, Receive=2000ms");
+}
+
+TEST_F(IpLink, AddressOverIp_IsWhereItsRequestsGo) {
+    EXPECT_TRUE(Ip().IsOverIp());
+    Ip().IpAddress("");
+    EXPECT_EQ(Ip().AddressOverIp(), "");
+    Ip().IpAddress(" mount.local:8080 ");
+    EXPECT_EQ(Ip().AddressOverIp(), "mount.local:8080");
+    Ip().Transmit(":GR#");
+    EXPECT_EQ(LastRequest().host, "mount.local:8080");
+    Ip().UseQuayRestApi(true);
+    Ip().QuayIpPort(60007);
+    EXPECT_EQ(Ip().AddressOverIp(), "127.0.0.1:60007");
+}
+
+TEST_F(IpLink, APortOfTheCompanionThatIsNone_CountsAsItsDefault) {
+    for (const char* text : {"", "abc", "0", "-1", "65536", "60001x"}) {
+        machine.applicationSettings.Set("QUAY", "Driver", "RestApiPort", text);
+        Renew();
+        EXPECT_EQ(Ip().QuayIpPort(), 60001) << text;
+    }
 }
 
 TEST_F(IpLink, Connected_IsAFlagOnly) {
@@ -315,6 +360,8 @@ TEST_F(IpLink, WithTheDebugSetting_EachStepIsLogged) {
                                   "TCP Info Transmit: :GR#, Cumulative response buffer: 12#",
                                   "TCP Info ReceiveTerminated = 3 bytes", "TCP Info ReceiveCounted = , Len = 0 bytes",
                                   "TCP Info Receive = , Len = 0 bytes", "TCP Info CommClearBuffers removed 0 bytes"}));
+    Renew();
+    EXPECT_EQ(OwnLines()[lines.size()], "TCP Info Terminating and releasing HTTP object...");
 }
 
 }  // namespace

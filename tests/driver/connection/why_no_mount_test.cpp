@@ -70,5 +70,22 @@ TEST_F(WhyNoMountTest, Address_IsNamedInPlaceOfAPort) {
     EXPECT_EQ(WhatTheCheckSays(), "10.0.0.7: nothing answered");
 }
 
+TEST_F(WhyNoMountTest, WithoutAnAddress_ThatIsSaid) {
+    ExpectSwallow("*");
+    Seed({{"chkIPAddress", "1"}});
+    Start();
+    EXPECT_EQ(WhyNotConnected(), "no address is set");
+    EXPECT_EQ(WhatTheCheckSays(), "no address is set");
+}
+
+TEST_F(WhyNoMountTest, RestInterface_IsNamedByItsOwnAddress) {
+    ExpectSwallow("*");
+    machine.applicationSettings.Set("QUAY", "Driver", "RestApiPort", "60007");
+    Seed({{"chkIPAddress", "1"}, {"chkQuayRestApi", "1"}, {"txtIpAddress", "10.0.0.7"}});
+    Start();
+    EXPECT_EQ(WhyNotConnected(), "127.0.0.1:60007: nothing answered");
+    EXPECT_EQ(WhatTheCheckSays(), "127.0.0.1:60007: nothing answered");
+}
+
 }  // namespace
 }  // namespace kestrane
