@@ -29,7 +29,7 @@ protected:
         const char* path = std::getenv("PATH");
         ::setenv("PATH", ((place / "stubs").string() + ":" + path).c_str(), 1);
     }
-    ~RunScript() override {
+    void TearDown() override {
         EXPECT_TRUE(WaitUntil(Seconds(10), [this] { return Children() == 0; }));
     }
 

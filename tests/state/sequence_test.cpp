@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/base/errors.h"
 #include "kernel/base/waits.h"
 #include "state/motion.h"
 #include "support/virtual_platform.h"

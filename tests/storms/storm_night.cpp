@@ -330,32 +330,38 @@ void StormNight::OnWrite(std::string_view bytes) {
 
 /// No client sets anything, so what goes out can only be what the driver keeps right by itself.
 void StormNight::LookAtSetting(std::string_view command, std::string_view argument) {
-    const auto wrong = [&] { Note(&StormReport::wrongWrites, std::string(command) + " " + std::string(argument)); };
+    if (IsWrongSetting(command, argument)) {
+        Note(&StormReport::wrongWrites, std::string(command) + " " + std::string(argument));
+    }
+}
+
+bool StormNight::IsWrongSetting(std::string_view command, std::string_view argument) {
+    if (command == "St" || command == "Sg") {
+        return true;
+    }
+    if (command != "SM" && command != "SG" && command != "SL") {
+        return false;
+    }
     LogState quiet;
     Log log(quiet, machine_.clock);
-    double value = 0.0;
-    if (command == "SM" || command == "SG" || command == "SL") {
-        if (!ParseProtocolHours(argument, value, log)) {
-            wrong();
-            return;
-        }
+    double hours = 0.0;
+    if (!ParseProtocolHours(argument, hours, log)) {
+        return true;
     }
-    if (command == "SM" && std::abs(value - meridianDelay_) > kClockOffHours) {
-        wrong();
-    } else if (command == "SG" && std::abs(value - machine_.clock.TimeZoneOffset()) > kClockOffHours) {
-        wrong();
-    } else if (command == "SL") {
-        const DateTime now = machine_.clock.GetLocalTime();
-        const double hours = now.hour + now.minute / 60.0 + now.second / 3600.0;
-        // The clock that the mount is given may stand for sidereal zones: only the minutes and seconds are compared.
-        if (HoursApart(std::fmod(value, 1.0), std::fmod(hours, 1.0)) > kClockOffHours &&
-            HoursApart(std::fmod(value, 1.0) + 1.0, std::fmod(hours, 1.0)) > kClockOffHours &&
-            HoursApart(std::fmod(value, 1.0), std::fmod(hours, 1.0) + 1.0) > kClockOffHours) {
-            wrong();
-        }
-    } else if (command == "St" || command == "Sg") {
-        wrong();
+    if (command == "SL") {
+        return !IsClockTime(hours);
     }
+    const double right = command == "SM" ? meridianDelay_ : machine_.clock.TimeZoneOffset();
+    return std::abs(hours - right) > kClockOffHours;
+}
+
+/// The clock that the mount is given may stand for sidereal zones: only the minutes and seconds are compared.
+bool StormNight::IsClockTime(double hours) {
+    const DateTime now = machine_.clock.GetLocalTime();
+    const double given = std::fmod(hours, 1.0);
+    const double right = now.minute / 60.0 + now.second / 3600.0;
+    return HoursApart(given, right) <= kClockOffHours || HoursApart(given + 1.0, right) <= kClockOffHours ||
+           HoursApart(given, right + 1.0) <= kClockOffHours;
 }
 
 void StormNight::Note(int StormReport::*count, const std::string& text) {

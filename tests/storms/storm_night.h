@@ -85,6 +85,8 @@ private:
     void LookAtStuckFlags();
     void OnWrite(std::string_view bytes);
     void LookAtSetting(std::string_view command, std::string_view argument);
+    bool IsWrongSetting(std::string_view command, std::string_view argument);
+    bool IsClockTime(double hours);
     void Note(int StormReport::*count, const std::string& text);
     /// Calls a member; false when it raised.
     bool Try(const std::function<void()>& call);
