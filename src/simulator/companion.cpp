@@ -211,6 +211,7 @@ void SimulatedCompanion::SetFault(Fault fault) {
         waiting_.clear();
         out_.clear();
         parser_.Reset();
+        planned_.reset();
         parking_ = false;
     }
 }
@@ -237,6 +238,10 @@ void SimulatedCompanion::Advance() {
             out_ += heard;
         }
         if (waiting_.empty()) {
+            if (planned_ && mountIsQuiet && clock_.GetTickCount() - planned_->since >= beforeGotoMs) {
+                BeginPlanned();
+                continue;
+            }
             break;
         }
         const auto [number, body] = Unwrapped(waiting_.front());
@@ -264,6 +269,7 @@ void SimulatedCompanion::Take(const std::string& command) {
 
 void SimulatedCompanion::TellMount(std::string_view command) {
     if (command == "Q" || command == "MS" || command == "KA" || command == "PO") {
+        planned_.reset();
         parking_ = false;
     }
     mount_.Write(Framed(command));
@@ -285,6 +291,14 @@ void SimulatedCompanion::Begin(std::string_view body, const std::optional<std::s
 void SimulatedCompanion::CarryOut(std::string_view body, Work& work) {
     const std::size_t comma = body.find(',');
     const std::string_view argument = comma == std::string_view::npos ? "" : body.substr(comma + 1);
+    const auto move = [&](bool parks) {
+        work.parksAfter = parks;
+        if (!work.steps.empty()) {
+            parking_ = false;
+            planned_.reset();
+            Plan(work);
+        }
+    };
     const auto change = [&](bool& value) {
         value = argument.empty() ? value : argument == "1";
         work.good = value ? "1" : "0";
@@ -294,13 +308,16 @@ void SimulatedCompanion::CarryOut(std::string_view body, Work& work) {
         work.end = "";
     } else if (work.echo == "*SLEW") {
         Slew(argument, work);
+        move(false);
     } else if (work.echo == "*SLEWALTAZ") {
         SlewAltAz(Pair(argument), work);
+        move(false);
     } else if (work.echo == "*PARK") {
         Park(argument, work);
+        move(argument != "0");
     } else if (work.echo == "*PARKALTAZ") {
         SlewAltAz(Pair(argument), work);
-        work.parksAfter = true;
+        move(true);
     } else if (work.echo == "*DISABLESAFESLEW") {
         safeSlewDisabled = argument == "1";
     } else if (work.echo == "*DOESREFRACTION") {
@@ -346,7 +363,6 @@ void SimulatedCompanion::Park(std::string_view number, Work& work) {
         return;
     }
     SlewAltAz(FixedPlace(simulator::ParseInteger(number).value_or(0), mount_.Picture().latitude), work);
-    work.parksAfter = true;
 }
 
 void SimulatedCompanion::TimeSync(std::string_view argument, Work& work) {
@@ -362,9 +378,25 @@ void SimulatedCompanion::TimeSync(std::string_view argument, Work& work) {
                   {Framed("SC" + DateText(now)), "#"}};
 }
 
+void SimulatedCompanion::Plan(Work& work) {
+    if (beforeGotoMs <= 0) {
+        return;
+    }
+    planned_ = Work{.echo = work.echo,
+                    .steps = std::exchange(work.steps, {}),
+                    .parksAfter = std::exchange(work.parksAfter, false),
+                    .good = work.good,
+                    .isAnswered = false,
+                    .since = clock_.GetTickCount()};
+}
+
+void SimulatedCompanion::BeginPlanned() {
+    work_ = std::exchange(planned_, std::nullopt);
+    SaySteps();
+}
+
 void SimulatedCompanion::SaySteps() {
     if (!work_->steps.empty()) {
-        parking_ = false;
         work_->since = clock_.GetTickCount();
         mount_.Write(work_->steps.front().bytes);
     }
@@ -396,8 +428,10 @@ void SimulatedCompanion::Finish(const std::string& result) {
     if (fault_ != Fault::Silent) {
         Answer(*work_, result);
     }
-    echoBefore_ = work_->echo;
-    resultBefore_ = result;
+    if (work_->number || work_->isAnswered) {
+        echoBefore_ = work_->echo;
+        resultBefore_ = result;
+    }
     work_.reset();
 }
 

@@ -37,8 +37,8 @@ namespace kestrane {
 ///     ZZ00,<text>                     pointing correction
 ///     ZZ01, ZZ02, with ",0" or ",1"   correction of pointing, of the tracking rate: "1" on, "0" off
 ///
-/// Stops ("Q", "Qe", ...) overtake all else. A stop of all motion and any goto end a park of its own. One thread; the
-/// mount outlives it.
+/// Stops ("Q", "Qe", ...) overtake all else. A stop of all motion and any goto end a park of its own, and a slew or
+/// park that it still plans. One thread; the mount outlives it.
 class SimulatedCompanion {
 public:
     enum class Fault {
@@ -74,6 +74,8 @@ public:
     bool trackingCorrection = false;
     std::string pointingText;  ///< of the last "ZZ00,"
     bool safeSlewDisabled = false;
+    /// From the answer to a slew or park until the mount hears of it. The answer is "1" then, whatever the mount says.
+    std::int32_t beforeGotoMs = 0;
     std::int32_t beforeParkedMs = 0;  ///< from where the mount stands at its park until the companion parks it
 
     /// Every command so far, without frame, with its wrap: "QUAY,7,GR".
@@ -91,7 +93,7 @@ private:
     /// A command with a number, or one of its own, while it is carried out.
     struct Work {
         std::string echo;
-        std::optional<std::string> number;
+        std::optional<std::string> number{};
         bool passesThrough = false;  ///< the result is what the mount says
         std::deque<Step> steps{};    ///< the first one has been said
         bool parksAfter = false;
@@ -100,7 +102,7 @@ private:
         std::string end = "#";   ///< of a result without a number
         bool isAnswered = true;  ///< also without a number
         std::string heard{};     ///< from the mount, since the last step
-        Tick since{};
+        Tick since{};            ///< of what is planned: the answer
     };
 
     void Take(const std::string& command);
@@ -111,6 +113,8 @@ private:
     void SlewAltAz(std::optional<std::pair<double, double>> place, Work& work);
     void Park(std::string_view number, Work& work);
     void TimeSync(std::string_view argument, Work& work);
+    void Plan(Work& work);
+    void BeginPlanned();
     void SaySteps();
     void GoOn();
     void Finish(const std::string& result);
@@ -127,6 +131,7 @@ private:
     simulator::CommandParser parser_;
     std::deque<std::string> waiting_;
     std::optional<Work> work_;
+    std::optional<Work> planned_;  ///< a slew or park that has been answered
     std::string out_;
     std::string echoBefore_;
     std::string resultBefore_;

@@ -52,6 +52,13 @@ protected:
         }
         EXPECT_FALSE(Companion().Parking());
     }
+    /// While somebody looks often.
+    void Watch(std::int32_t milliseconds) {
+        for (std::int32_t passed = 0; passed < milliseconds; passed += 50) {
+            clock.Sleep(50);
+            Companion().Advance();
+        }
+    }
     int Told(const std::string& command) {
         const auto& commands = Mount().Commands();
         return static_cast<int>(std::count(commands.begin(), commands.end(), command));
@@ -215,6 +222,49 @@ TEST_F(SimulatedCompanionTest, Park_EndsWithAStopOrAGoto) {
     EXPECT_EQ(Wrapped("*PARKALTAZ,40,160"), "1");
     EXPECT_EQ(Wrapped("*SLEWALTAZ,60,200"), "1");
     EXPECT_FALSE(Companion().Parking());
+}
+
+TEST_F(SimulatedCompanionTest, ASlewThatItPlans_IsAnsweredAtOnce_AndBeginsLater) {
+    UnparkedMount();
+    for (const std::string command : {"*SLEWALTAZ,40,120", "*PARKALTAZ,41,121", "*PARK,3"}) {
+        Companion().beforeGotoMs = 2'500;
+        const int gotos = Told("MS");
+        EXPECT_EQ(Wrapped(command), "1");
+        Watch(2'100);
+        EXPECT_EQ(Told("MS"), gotos) << command;
+        Watch(500);
+        EXPECT_EQ(Told("MS"), gotos + 1) << command;
+        EXPECT_EQ(Companion().Parking(), command.starts_with("*PARK"));
+        EXPECT_EQ(Wrapped("pS"), "East") << "nothing else was said";
+    }
+    WaitForSlew();
+    WaitForPark();
+    EXPECT_TRUE(Mount().Picture().parked);
+}
+
+TEST_F(SimulatedCompanionTest, ASlewThatItPlans_EndsWithAStopOrAGoto) {
+    UnparkedMount();
+    Companion().beforeGotoMs = 2'500;
+    for (const char* end : {":Q#", ":MS#", ":QUAY,99,MS#"}) {
+        EXPECT_EQ(Wrapped("*PARKALTAZ,40,160"), "1");
+        Port(end);
+        const int gotos = Told("MS");
+        Watch(5'000);
+        EXPECT_EQ(Told("MS"), gotos) << end;
+    }
+    EXPECT_EQ(Wrapped("*PARKALTAZ,40,160"), "1");
+    EXPECT_EQ(Wrapped("*SLEWALTAZ,60,200"), "1");
+    const int gotos = Told("MS");
+    Watch(5'000);
+    EXPECT_EQ(Told("MS"), gotos + 1);
+    EXPECT_FALSE(Companion().Parking());
+}
+
+TEST_F(SimulatedCompanionTest, ATimeSync_EndsNoPark) {
+    UnparkedMount();
+    EXPECT_EQ(Wrapped("*PARKALTAZ,40,160"), "1");
+    EXPECT_EQ(Wrapped("*TIMESYNC,1"), "11");
+    EXPECT_TRUE(Companion().Parking());
 }
 
 TEST_F(SimulatedCompanionTest, OtherCommandsOfItsOwn_AreAnswered) {
