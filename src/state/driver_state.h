@@ -167,17 +167,19 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
     OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
     Tick g_tickLastGoto;                           ///< when the last goto went out, or was accepted after that
-    Tick g_tickMotionStopped;                      ///< when a motion was stopped; valid where one was
-    bool g_bMotionStopped = false;                 ///< a motion was stopped since the start
-    double g_dFirstLegRa = 0.0;                    ///< target of the first leg, hours
-    double g_dFirstLegDec = 0.0;                   ///< target of the first leg, degrees
-    std::uint32_t g_nSilencesAtGoto = 0;           ///< `g_nSilences` when the mount accepted the last goto
-    std::uint32_t g_nLinkLossesAtGoto = 0;         ///< `g_nLinkLosses` at that moment
-    double g_dSafeSlewRa = 0.0;                    ///< final target of the two-leg slew, hours
-    double g_dSafeSlewDec = 0.0;                   ///< final target of the two-leg slew, degrees
-    OwnedBy<Motion, bool> g_bSlewCompletePending{false};            ///< the slew-complete step is to run
-    Tick g_tickSettleEnd;                                           ///< when settling ends
-    Tick g_tickLastSlewCheck;                                       ///< last slew check
+    /// The companion has the last goto, and no status text has shown since that the mount moves.
+    bool g_bGotoPlanned = false;
+    Tick g_tickMotionStopped;                             ///< when a motion was stopped; valid where one was
+    bool g_bMotionStopped = false;                        ///< a motion was stopped since the start
+    double g_dFirstLegRa = 0.0;                           ///< target of the first leg, hours
+    double g_dFirstLegDec = 0.0;                          ///< target of the first leg, degrees
+    std::uint32_t g_nSilencesAtGoto = 0;                  ///< `g_nSilences` when the mount accepted the last goto
+    std::uint32_t g_nLinkLossesAtGoto = 0;                ///< `g_nLinkLosses` at that moment
+    double g_dSafeSlewRa = 0.0;                           ///< final target of the two-leg slew, hours
+    double g_dSafeSlewDec = 0.0;                          ///< final target of the two-leg slew, degrees
+    OwnedBy<Motion, bool> g_bSlewCompletePending{false};  ///< the slew-complete step is to run
+    Tick g_tickSettleEnd;                                 ///< when settling ends
+    Tick g_tickLastSlewCheck;                             ///< last slew check
     Tick g_tickSeenRa, g_tickSeenDec, g_tickSeenAlt, g_tickSeenAz;  ///< query stamps at the last supervision pass
     std::int16_t g_nSlewSettleTime = 1;                             ///< seconds
     bool g_bRawRaDecSlews = false;                                  ///< no two-leg slews

@@ -124,7 +124,8 @@ bool StopWatch::RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads rea
 
 bool StopWatch::MountMoves(std::optional<Tick> textAskedAt, CoordinateReads reads) {
     const bool textIsNew = textAskedAt && *textAskedAt - watched_->stoppedAt >= kUntilRepeatMs;
-    if (state_.g_bGosActive && textIsNew && state_.g_bStandAwaited && state_.g_bMountSlewing) {
+    const bool textCounts = state_.g_bGosActive && textIsNew && !state_.g_bGotoPlanned;
+    if (textCounts && state_.g_bStandAwaited && state_.g_bMountSlewing) {
         return true;
     }
     const bool readingsCount = !state_.g_bGosActive || watched_->endsMove;

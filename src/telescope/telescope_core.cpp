@@ -136,7 +136,12 @@ void TelescopeCore::NoteSent(std::string_view text) {
 
 void TelescopeCore::NoteGotoSent() {
     needs_.motion.GotoSent();
+    StampGoto(GotoBy::Mount);
+}
+
+void TelescopeCore::StampGoto(GotoBy by) {
     state_.g_tickLastGoto = driver_.clock.GetTickCount();
+    state_.g_bGotoPlanned = by == GotoBy::Companion;
 }
 
 std::string_view TelescopeCore::WhatMoves() const {
@@ -220,16 +225,16 @@ void TelescopeCore::NoteLeavesPark() {
     state_.g_tickParkSent.reset();
 }
 
-void TelescopeCore::NoteGotoTaken() {
+void TelescopeCore::NoteGotoTaken(GotoBy by) {
     needs_.motion.GotoTaken();
-    state_.g_tickLastGoto = driver_.clock.GetTickCount();
+    StampGoto(by);
 }
 
-void TelescopeCore::NoteSlewTaken() {
+void TelescopeCore::NoteSlewTaken(GotoBy by) {
     needs_.motion.SlewTaken();
-    const Tick now = driver_.clock.GetTickCount();
-    state_.g_tickSettleEnd = now + state_.g_nSlewSettleTime * kSettleUnitMs;
-    state_.g_tickLastSlewCheck = state_.g_tickLastGoto = now;
+    StampGoto(by);
+    state_.g_tickLastSlewCheck = state_.g_tickLastGoto;
+    state_.g_tickSettleEnd = state_.g_tickLastGoto + state_.g_nSlewSettleTime * kSettleUnitMs;
 }
 
 void TelescopeCore::LogSlewNotSent(std::string_view origin) {

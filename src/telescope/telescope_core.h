@@ -40,6 +40,9 @@ namespace kestrane {
 
 class Telescope;
 
+/// Who has to begin a goto that counts as accepted.
+enum class GotoBy { Mount, Companion };
+
 /// What a telescope object needs from its surroundings. All of it outlives the object.
 struct TelescopeNeeds {
     Essentials driver;
@@ -130,9 +133,10 @@ public:
     /// To be called after a command that takes a parked mount from its park: a status text may lag behind.
     void NoteLeavesPark();
     /// A goto went out whose answer the driver does not read, or that has another form: it counts as accepted.
-    void NoteGotoTaken();
-    /// The mount has accepted a slew, or does one by itself: the supervision watches it from now on.
-    void NoteSlewTaken();
+    void NoteGotoTaken(GotoBy by);
+    /// The mount has accepted a slew, or does one by itself, or the companion has one: the supervision watches it from
+    /// now on.
+    void NoteSlewTaken(GotoBy by);
     /// Stops all motion, twice: one of the two may be lost. Tracking goes on.
     void SendStopPair();
     /// For a slew that a stop has ended before its command went out.
@@ -150,6 +154,7 @@ public:
 private:
     void NoteSent(std::string_view text);
     void NoteGotoSent();
+    void StampGoto(GotoBy by);
     bool MayMoveWithoutGoto() const;
 };
 

@@ -17,9 +17,12 @@ public:
     bool GoesRaw(bool raw) const { return raw && !needs_.channel.IsProved(); }
 
 private:
-    /// Also one that the companion makes: a bare mount does not know these commands.
+    /// A bare mount does not know these commands.
+    bool IsForCompanion(std::string_view onTheWire) const {
+        return needs_.channel.IsProved() && wire::CompanionMoves(onTheWire);
+    }
     bool BeginsGoto(std::string_view onTheWire) const {
-        return wire::StartsGoto(onTheWire) || (needs_.channel.IsProved() && wire::CompanionMoves(onTheWire));
+        return wire::StartsGoto(onTheWire) || IsForCompanion(onTheWire);
     }
     static std::string OnTheWire(std::string_view command, bool raw);
 };
@@ -61,7 +64,7 @@ void ClientCommandSteps::NoteGoto(std::string_view command, bool raw) {
         return;
     }
     if (!wire::StopComesLast(text)) {
-        core_.NoteGotoTaken();
+        core_.NoteGotoTaken(IsForCompanion(text) ? GotoBy::Companion : GotoBy::Mount);
     }
     if (wire::MoveFollowsGoto(text)) {
         needs_.motion.MoveSent();

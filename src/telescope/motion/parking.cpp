@@ -56,7 +56,7 @@ private:
     void ParkHere(Sequence& mount);
     void SendFirmwarePark(Sequence& mount, std::int16_t index);
     void AskWhereItStands();
-    void NoteUnderWay(const HorizonPlace& place, PollLoop::MarkedEnd end);
+    void NoteUnderWay(GotoBy by, const HorizonPlace& place, PollLoop::MarkedEnd end);
     bool CompanionParks(std::int16_t index);
     bool GoByCompanion(std::int16_t index);
     void SendCompanionPark(Sequence& mount, std::int16_t index);
@@ -241,7 +241,7 @@ void ParkSteps::SendFirmwarePark(Sequence& mount, std::int16_t index) {
     mount.CommandBoolInternal(wire::CustomDecRate, "0");
     mount.CommandBlind(wire::TrackingRate, wire_rate::kStopTracking);
     mount.CommandBlindInternal(wire::SetParkSlot, std::to_string(index));
-    NoteUnderWay(place, PollLoop::MarkedEnd::Standing);
+    NoteUnderWay(GotoBy::Mount, place, PollLoop::MarkedEnd::Standing);
     driver_.log.LogMessage("Telescope", LogLevel::Info,
                            "Parking to encoder fixed Park position " + std::to_string(index));
 }
@@ -253,9 +253,9 @@ void ParkSteps::AskWhereItStands() {
 }
 
 /// For a mount that goes there by itself: it is watched like a slew that it has accepted.
-void ParkSteps::NoteUnderWay(const HorizonPlace& place, PollLoop::MarkedEnd end) {
+void ParkSteps::NoteUnderWay(GotoBy by, const HorizonPlace& place, PollLoop::MarkedEnd end) {
     needs_.motion.ParkBegins();
-    core_.NoteSlewTaken();
+    core_.NoteSlewTaken(by);
     needs_.poll.MarkPark(place.altitude, place.azimuth, end);
 }
 
@@ -284,10 +284,10 @@ void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
     if (index == park_index::User) {
         needs_.channel.ParkAltAz(mount, driver_.persist.Read(setting::txtUserParkAlt),
                                  driver_.persist.Read(setting::txtUserParkAz));
-        NoteUnderWay(place, PollLoop::MarkedEnd::AtItsPlace);
+        NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::AtItsPlace);
     } else {
         needs_.channel.Park(mount, index);
-        NoteUnderWay(place, PollLoop::MarkedEnd::Reported);
+        NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::Reported);
     }
 }
 

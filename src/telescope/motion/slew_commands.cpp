@@ -91,7 +91,7 @@ void Telescope::SendSlewCommands() {
 }
 
 void SlewCommandSteps::NoteAccepted() {
-    core_.NoteSlewTaken();
+    core_.NoteSlewTaken(GotoBy::Mount);
     // A slew whose acceptance was not heard may never have begun. It counts as one that was lost from sight: its second
     // leg follows only from where the first was to end.
     const std::uint32_t unheard = acceptanceHeard_ ? 0 : 1;

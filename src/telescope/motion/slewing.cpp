@@ -264,7 +264,7 @@ void SlewSteps::HandOver(std::string_view origin, std::string_view head,
         core_.LogSlewNotSent("SendSlewCommands");
         return;
     }
-    core_.NoteSlewTaken();
+    core_.NoteSlewTaken(GotoBy::Companion);
     driver_.log.LogMessage(origin, LogLevel::Info, std::string(head) + *reply);
 }
 

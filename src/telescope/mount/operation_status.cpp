@@ -14,7 +14,8 @@ namespace {
 constexpr std::size_t kUsableLength = 11;
 constexpr std::int32_t kParkShownMs = 2000;      // after a park or its end was sent
 constexpr std::int32_t kTooEarlyMs = 900;        // after a goto
-constexpr std::int32_t kAskedAgainMs = 1000;     // after it
+constexpr std::int32_t kPlansWayMs = 3000;       // the same for one that the companion has, which plans its way first
+constexpr std::int32_t kAskedAgainMs = 100;      // after that
 constexpr std::int32_t kLookedAtAgainMs = 1000;  // after the end of an axis motion was sent again
 constexpr std::int32_t kRateHoldMs = 1500;       // a status sent before a rate command must not undo it on the display
 
@@ -101,6 +102,7 @@ public:
 
     void ParseParkState(char park);
     bool IsAskedTooEarly(std::optional<Tick> sent);
+    std::int32_t TooEarlyMs() const { return state_.g_bGotoPlanned ? kPlansWayMs : kTooEarlyMs; }
     bool IsAskedJustAfterGoto() const;
     void ParseSlew(char slew);
     void ParseTracking(char tracking);
@@ -189,19 +191,20 @@ bool StatusSteps::IsAskedTooEarly(std::optional<Tick> sent) {
 
 bool StatusSteps::IsAskedJustAfterGoto() const {
     const std::int32_t asked = askedAt_ - state_.g_tickLastGoto;
-    return asked >= 0 && asked < kTooEarlyMs;
+    return asked >= 0 && asked < TooEarlyMs();
 }
 
-/// A mount takes a moment to report a goto that it has just accepted: an early "0" would end a slew that has not begun,
-/// or one whose acceptance was garbled on its way.
+/// A mount takes a moment to report a goto that it has just accepted, and a companion one to begin it: an early "0"
+/// would end a slew that has not begun, or one whose acceptance was garbled on its way.
 void StatusSteps::ParseSlew(char slew) {
     if (slew == 'S') {
         needs_.motion.MountReportsSlewing(true);
+        state_.g_bGotoPlanned = false;
     } else if (slew == '0') {
-        if (state_.g_bGotoSent && IsAskedJustAfterGoto()) {
-            state_.g_tickLastGos = state_.g_tickLastGoto + kAskedAgainMs - MountQueries::kSlowIntervalMs;
-        } else {
+        if (!state_.g_bGotoSent || !IsAskedJustAfterGoto()) {
             needs_.motion.MountReportsSlewing(false);
+        } else if (!state_.g_bStandAwaited) {  // else it is asked for each second
+            state_.g_tickLastGos = state_.g_tickLastGoto + TooEarlyMs() + kAskedAgainMs - MountQueries::kSlowIntervalMs;
         }
     }
 }

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -63,6 +64,115 @@ TEST_F(HandedOverTest, AHorizontalSlew_NamesTheAltitudeFirst) {
     machine.AdvanceTime(90'000);
     EXPECT_NEAR(mount->Picture().altitude, 45.0, 0.2);
     EXPECT_NEAR(mount->Picture().azimuth, 123.5, 0.5);
+}
+
+struct PlannedRow {
+    const char* name;
+    void (*begin)(Telescope&);
+    bool (*hasCome)(const MountPicture&);
+    bool isWatched = true;
+};
+
+class PlannedTest : public HandedOverTest, public testing::WithParamInterface<PlannedRow> {
+protected:
+    void AskForStatus(std::int32_t forMs) {
+        for (std::int32_t passed = 0; passed < forMs; passed += 400) {
+            driver->queries.QueryGos();
+            machine.AdvanceTime(400);
+        }
+    }
+};
+
+/// A status text that tells that the mount stands would end it, and what follows would keep the mount from going.
+TEST_P(PlannedTest, ASlewThatTheCompanionPlansFirst_IsNotOverBeforeItBegins) {
+    const PlannedRow& row = GetParam();
+    Connect(Road::CompanionPort, {{"chkAsyncPark", "1"}, {"txtUserParkAlt", "40"}, {"txtUserParkAz", "100"}});
+    companion.beforeGotoMs = 2'500;
+    row.begin(*telescope);
+    AskForStatus(2'000);
+    EXPECT_TRUE(State().g_bGotoRuns);
+    EXPECT_EQ(State().g_bSlewing, row.isWatched);
+    AskForStatus(120'000);
+    EXPECT_TRUE(row.hasCome(mount->Picture()));
+    EXPECT_FALSE(State().g_bGotoRuns);
+    EXPECT_FALSE(telescope->Slewing());
+}
+
+bool IsAtDeclination(const MountPicture& picture) {
+    return std::abs(picture.declination - 30.0) < 0.05;
+}
+bool IsAtAltitude(const MountPicture& picture) {
+    return std::abs(picture.altitude - 45.0) < 0.2;
+}
+bool IsParked(const MountPicture& picture) {
+    return picture.parked;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Motions, PlannedTest,
+    testing::Values(PlannedRow{"Slew",
+                               [](Telescope& scope) { scope.SlewToCoordinatesAsync(scope.RightAscension(), 30.0); },
+                               IsAtDeclination},
+                    PlannedRow{"HorizontalSlew",
+                               [](Telescope& scope) {
+                                   scope.Tracking(false);
+                                   scope.SlewToAltAzAsync(123.5, 45.0);
+                               },
+                               IsAtAltitude},
+                    PlannedRow{"Park", [](Telescope& scope) { scope.ParkMount(2); }, IsParked},
+                    PlannedRow{"ParkAtAngles", [](Telescope& scope) { scope.ParkMount(6); }, IsParked},
+                    PlannedRow{"OwnText", [](Telescope& scope) { scope.CommandString("*SLEW,3,30", false); },
+                               IsAtDeclination, false}),
+    [](const auto& row) { return row.param.name; });
+
+/// It asks for the status text by itself, a second after the command.
+TEST_F(HandedOverTest, ACallThatWaitsForASlew_ReturnsAtItsTarget_AlsoWhenTheCompanionPlansFirst) {
+    Connect(Road::CompanionPort);
+    companion.beforeGotoMs = 2'500;
+    telescope->SlewToCoordinates(State().g_dRa, 30.0);
+    EXPECT_TRUE(IsAtDeclination(mount->Picture()));
+}
+
+TEST_F(HandedOverTest, AShortSlewThatATextHasShown_IsOverOnceATextSaysSo) {
+    Connect(Road::CompanionPort);
+    companion.beforeGotoMs = 100;
+    telescope->SlewToCoordinatesAsync(State().g_dRa, State().g_dDec + 3.0);
+    machine.AdvanceTime(500);
+    driver->queries.QueryGos();
+    ASSERT_TRUE(mount->Picture().slewing);
+    while (mount->Picture().slewing) {
+        machine.AdvanceTime(50);
+    }
+    driver->queries.QueryGos();
+    EXPECT_FALSE(State().g_bMountSlewing);
+}
+
+TEST_F(HandedOverTest, AStopWhileTheCompanionPlans_IsSentAgain_WhenTheMountBeginsAllTheSame) {
+    Connect(Road::CompanionPort);
+    companion.beforeGotoMs = 2'500;
+    telescope->SlewToCoordinatesAsync(State().g_dRa, 10.0);
+    machine.AdvanceTime(500);
+    MarkNow();
+    telescope->AbortSlew();
+    machine.AdvanceTime(1'500);
+    EXPECT_EQ(TimesTold("Q"), 2) << "a mount that stands is not stopped again: " << Told();
+    EXPECT_LE(TimesTold("GOS"), 2);
+    mount->Write(":Sr03:00:00#:Sd+10*00:00#:MS#");
+    ASSERT_TRUE(mount->Picture().slewing);
+    machine.AdvanceTime(3'000);
+    EXPECT_EQ(TimesLogged("The mount still moves: the stop is sent again"), 1);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_FALSE(telescope->Slewing());
+}
+
+/// Its motion, too short to be seen, is over by then.
+TEST_F(HandedOverTest, ASlewThatNoTextShows_IsOverAfterThreeSeconds) {
+    Connect(Road::CompanionPort);
+    telescope->SlewToCoordinatesAsync(State().g_dRa, State().g_dDec);
+    machine.AdvanceTime(2'800);
+    EXPECT_TRUE(telescope->Slewing());
+    machine.AdvanceTime(700);
+    EXPECT_FALSE(telescope->Slewing());
 }
 
 TEST_F(HandedOverTest, WithoutTheSetting_TheDriverSlewsAndParksThroughTheCompanion) {
