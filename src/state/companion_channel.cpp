@@ -131,8 +131,7 @@ std::optional<std::string> CompanionChannel::SendSlew(const TextCommand& command
 }
 
 void CompanionChannel::Park(Sequence& mount, std::int16_t index) {
-    mount.CommandString(wire::CompanionPark, std::to_string(index));
-    parkIsItsOwn_ = true;
+    parkIsItsOwn_ = !mount.CommandString(wire::CompanionPark, std::to_string(index)).empty();
 }
 
 void CompanionChannel::ParkAltAz(Sequence& mount, std::string_view altitude, std::string_view azimuth) {

@@ -86,8 +86,8 @@ public:
     void Park(Sequence& mount, std::int16_t index);
     /// Parks where these texts say, in degrees.
     void ParkAltAz(Sequence& mount, std::string_view altitude, std::string_view azimuth);
-    /// Whether the companion tells the mount that it is parked: after a park at a numbered position. After any other
-    /// one nobody does but the driver.
+    /// Whether the companion tells the mount that it is parked: after a park at a numbered position, which it has
+    /// answered. After any other one nobody does but the driver.
     bool EndsPark() const { return IsProved() && parkIsItsOwn_; }
 
     /// The way of a park with the counterweight up is that of the driver: the companion must not slew in its own way.
@@ -120,7 +120,7 @@ private:
     CompanionChannelNeeds needs_;
     Essentials driver_;
     DriverState& state_;
-    bool parkIsItsOwn_ = false;   ///< the last park was handed over by its number
+    bool parkIsItsOwn_ = false;   ///< the last park was handed over by its number, and answered
     bool safeSlewIsOff_ = false;  ///< and the companion has not answered yet that it is on again
 };
 

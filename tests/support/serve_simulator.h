@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -56,7 +57,14 @@ class CompanionLine final : public LineEnd {
 public:
     explicit CompanionLine(SimulatedCompanion& companion) : companion_(companion) {}
 
-    void Write(std::string_view bytes) override { companion_.Write(bytes); }
+    std::function<void(std::string_view bytes)> onWrite;  ///< called before the companion gets the bytes
+
+    void Write(std::string_view bytes) override {
+        if (onWrite) {
+            onWrite(bytes);
+        }
+        companion_.Write(bytes);
+    }
     std::string Read(std::size_t maxCount) override { return companion_.Read(maxCount); }
     std::optional<std::int32_t> NextByteIn() override { return companion_.NextByteIn(); }
     void Opened() override { companion_.Read(std::numeric_limits<std::size_t>::max()); }

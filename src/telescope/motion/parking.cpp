@@ -287,7 +287,8 @@ void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
         NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::AtItsPlace);
     } else {
         needs_.channel.Park(mount, index);
-        NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::Reported);
+        NoteUnderWay(GotoBy::Companion, place,
+                     needs_.channel.EndsPark() ? PollLoop::MarkedEnd::Reported : PollLoop::MarkedEnd::AtItsPlace);
     }
 }
 

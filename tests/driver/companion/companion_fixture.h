@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "simulator/companion.h"
@@ -59,6 +61,17 @@ protected:
     }
     void InstallCompanion() {
         machine.registry.SetText("KestraneCommandCenter\\ExeName", "Name", "C:\\Quay\\Quay.exe");
+    }
+
+    /// Does it once, right before the companion's port gets a text with this part.
+    void Before(std::string part, std::function<void()> action) {
+        line_.onWrite = [this, part = std::move(part), action = std::move(action)](std::string_view bytes) {
+            if (bytes.find(part) != std::string_view::npos) {
+                const auto once = action;  // it may wait for another text itself
+                line_.onWrite = {};
+                once();
+            }
+        };
     }
 
     /// From here on `Told` counts.

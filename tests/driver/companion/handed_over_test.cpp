@@ -244,6 +244,54 @@ INSTANTIATE_TEST_SUITE_P(Places, HandedOverParkTest,
                          testing::Values(ParkEndRow{"0", "*PARK,0", 0}, ParkEndRow{"2", "*PARK,2", 0},
                                          ParkEndRow{"6", "*PARKALTAZ,40,100", 1}));
 
+struct UnansweredRow {
+    const char* name;
+    const char* index;
+    const char* noStatusText;  ///< setting
+    SimulatedCompanion::Fault fault;
+    bool parks;
+};
+
+class UnansweredParkTest : public HandedOverTest, public testing::WithParamInterface<UnansweredRow> {};
+
+/// Nobody knows whether the companion has heard it.
+TEST_P(UnansweredParkTest, IsEndedByTheDriver_OnceTheMountStandsAtItsPlace) {
+    const UnansweredRow& row = GetParam();
+    ExpectSwallow("CommandString");
+    Connect(Road::CompanionPort, {{"cbxParkTo", row.index}, {"chkAsyncPark", "1"}, {"DontQueryGOS", row.noStatusText}});
+    companion.beforeParkedMs = 10'000'000;
+    Before("*PARK,", [&] { companion.SetFault(row.fault); });
+    telescope->Park();
+    companion.SetFault(SimulatedCompanion::Fault::None);
+    EXPECT_EQ(WaitForParkEnd(), row.parks);
+    EXPECT_EQ(TimesTold("KA"), row.parks ? 1 : 0);
+    EXPECT_EQ(telescope->AtPark(), row.parks);
+    EXPECT_EQ(mount->Picture().parked, row.parks);
+    EXPECT_EQ(Logged("The mount was not seen to go to its park position"), !row.parks);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, UnansweredParkTest,
+    testing::Values(UnansweredRow{"Heard", "2", "0", SimulatedCompanion::Fault::Silent, true},
+                    UnansweredRow{"HeardWithoutStatusText", "2", "1", SimulatedCompanion::Fault::Silent, true},
+                    UnansweredRow{"Unheard", "2", "0", SimulatedCompanion::Fault::Gone, false},
+                    UnansweredRow{"UnheardWithoutStatusText", "2", "1", SimulatedCompanion::Fault::Gone, false},
+                    UnansweredRow{"UnheardWhereItStands", "0", "0", SimulatedCompanion::Fault::Gone, true}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(HandedOverTest, AMountThatBothHaveParked_IsParked) {
+    ExpectSwallow("CommandString");
+    Connect(Road::CompanionPort, {{"cbxParkTo", "2"}, {"chkAsyncPark", "1"}});
+    Before("*PARK,", [&] { companion.SetFault(SimulatedCompanion::Fault::Silent); });
+    telescope->Park();
+    companion.SetFault(SimulatedCompanion::Fault::None);
+    EXPECT_TRUE(WaitForParkEnd());
+    machine.AdvanceTime(20'000);
+    EXPECT_EQ(TimesSent("KA"), 2);
+    EXPECT_TRUE(mount->Picture().parked);
+    EXPECT_TRUE(telescope->AtPark());
+}
+
 TEST_F(HandedOverTest, ADriversParkAfterOneOfTheCompanion_IsEndedByTheDriver) {
     Connect(Road::CompanionPort, {{"cbxParkTo", "2"}, {"chkAsyncPark", "1"}});
     telescope->Park();
