@@ -74,6 +74,8 @@ public:
     /// Degrees.
     void MarkPark(double altitude, double azimuth, MarkedEnd end);
     bool ParkIsMarked() const { return markedPark_.has_value(); }
+    /// Whether communications were lost since such a park went out: whoever was to end it may have forgotten that.
+    bool LinkWasLostInMarkedPark() const { return markedPark_ && markedPark_->linkLosses != state_.g_nLinkLosses; }
     /// A park begins: what was known of an earlier one is forgotten. Returns its number.
     std::uint32_t BeginPark();
     /// Of the last park that has begun; wraps.
@@ -166,8 +168,9 @@ private:
         double alt, az;            ///< of the position
         MarkedEnd end;
         CoordinateReads reads;
-        int moves = 0;            ///< readings in a row that are far from the start
-        bool saidToMove = false;  ///< by the status text
+        std::uint32_t linkLosses;  ///< when it went out
+        int moves = 0;             ///< readings in a row that are far from the start
+        bool saidToMove = false;   ///< by the status text
         bool nearAllAlong = true;
         bool tracking = false;    ///< while the mount tracks, altitude and azimuth may be computed
         bool beginsAnew = false;  ///< the next reading is the start

@@ -29,6 +29,8 @@ constexpr std::int32_t kStandsForMs = 8000;
 constexpr std::size_t kSlewField = 3;  // of the status text
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
+constexpr std::string_view kMayBeForgotten =
+    "Communications were lost during the park: the companion may have forgotten to park the mount";
 constexpr std::string_view kStoppedAway = "The mount has stopped away from its park position";
 
 }  // namespace
@@ -430,7 +432,8 @@ std::uint32_t PollLoop::BeginPark() {
 }
 
 void PollLoop::MarkPark(double altitude, double azimuth, MarkedEnd end) {
-    markedPark_ = MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, end, needs_.queries.Reads()};
+    markedPark_ =
+        MarkedPark{state_.g_dAlt, state_.g_dAz, altitude, azimuth, end, needs_.queries.Reads(), state_.g_nLinkLosses};
     markedPark_->nearAllAlong = DegreesFrom(altitude, azimuth) <= kAtMarkedDegrees;
     markedPark_->tracking = state_.g_bTracking;
 }
@@ -493,7 +496,10 @@ void PollLoop::CheckMarkedPark() {
     } else if (park.end == MarkedEnd::AtItsPlace && DegreesFrom(park.alt, park.az) > kAtMarkedDegrees) {
         isNotFinished(LogLevel::Warning, kStoppedAway);
     } else if (park.end == MarkedEnd::Reported && state_.g_bGosSupported) {
-        isNotFinished(LogLevel::Info, "The mount stands, and has not reported yet that it is parked");
+        const bool mayBeForgotten = LinkWasLostInMarkedPark();
+        isNotFinished(
+            mayBeForgotten ? LogLevel::Warning : LogLevel::Info,
+            mayBeForgotten ? kMayBeForgotten : "The mount stands, and has not reported yet that it is parked");
     } else {
         FinishPark("Completed move to parked position(4)");
     }

@@ -86,7 +86,8 @@ bool ParkEnd::SetTimeOffset(double hours) {
 }
 
 void ParkEnd::Finish() {
-    const bool parks = !needs_.channel.EndsPark();
+    const bool mayBeForgotten = needs_.poll.LinkWasLostInMarkedPark() && !state_.g_bParked;
+    const bool parks = !needs_.channel.EndsPark() || mayBeForgotten;
     const bool parked = core_.UntilStopped(procedure::Park, [&](Sequence& mount) {
         mount.LetStopIn();
         if (parks) {

@@ -332,6 +332,51 @@ TEST_P(UnheardParkTest, IsNotOverWhileTheMountIsNotHeard) {
 
 INSTANTIATE_TEST_SUITE_P(Places, UnheardParkTest, testing::Values("2", "6"));
 
+class VanishedTest : public HandedOverTest {
+protected:
+    static constexpr const char* kForgotten =
+        "Communications were lost during the park: the companion may have forgotten to park the mount: the park is "
+        "not finished";
+
+    /// A park that the companion has answered, and forgets on the way while it is not heard.
+    void ParkAndVanish(const SettingTexts& settings) {
+        ExpectSwallow("*");
+        SettingTexts all{{"cbxParkTo", "2"}, {"chkAsyncPark", "1"}};
+        all.insert(all.end(), settings.begin(), settings.end());
+        Connect(Road::CompanionPort, all);
+        telescope->Park();
+        machine.AdvanceTime(5'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+        companion.SetFault(SimulatedCompanion::Fault::Gone);
+        machine.AdvanceTime(120'000);
+        ASSERT_FALSE(mount->Picture().slewing);
+        EXPECT_TRUE(State().g_bParking) << "silence ends no park";
+        EXPECT_FALSE(Logged(kForgotten)) << "the mount is not heard yet";
+        companion.SetFault(SimulatedCompanion::Fault::None);
+        machine.AdvanceTime(120'000);
+    }
+};
+
+TEST_F(VanishedTest, ACompanionThatForgetsItsPark_LeavesItUnderWay_AndThatIsTold) {
+    ParkAndVanish({});
+    EXPECT_EQ(TimesLoggedAs("SLEW COMPLETE", 1, kForgotten), 1);
+    EXPECT_TRUE(State().g_bParking);
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_FALSE(mount->Picture().parked);
+    telescope->AbortSlew();
+    machine.AdvanceTime(5'000);
+    EXPECT_FALSE(State().g_bParking);
+}
+
+/// Nothing but its place tells that it is parked.
+TEST_F(VanishedTest, AMountWithoutStatusText_IsParkedByTheDriver) {
+    ParkAndVanish({{"DontQueryGOS", "1"}});
+    EXPECT_FALSE(State().g_bParking);
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_EQ(TimesTold("KA"), 1);
+    EXPECT_TRUE(mount->Picture().parked);
+}
+
 TEST_F(HandedOverTest, AParkOfANumberedPlace_IsOverOnceTheMountReportsIt) {
     Connect(Road::CompanionPort, {{"cbxParkTo", "2"}, {"chkAsyncPark", "1"}});
     companion.beforeParkedMs = 8'000;
