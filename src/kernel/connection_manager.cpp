@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/os_info.h"
 #include "kernel/base/text.h"
+#include "link/link_choice.h"
 #include "platform/port_names.h"
 #include "settings/companion_settings.h"
 #include "state/mount_replies.h"
@@ -46,7 +47,7 @@ private:
 }  // namespace
 
 void ConnectionManager::OpenConnection(ClientKind kind) {
-    const bool ip = needs_.link && needs_.link->IsOverIp();
+    const bool ip = LinkIsOverIp(needs_.link.get(), driver_.persist, driver_.log);
     const std::string address = driver_.persist.Read(setting::txtIpAddress);
     if (!needs_.link || !needs_.link->Connected()) {
         OpenLink(kind, ip, address);

@@ -5,6 +5,7 @@
 #include "catalogue/wire_commands.h"
 #include "catalogue/wire_texts.h"
 #include "kernel/log_facts.h"
+#include "link/link_choice.h"
 
 namespace kestrane {
 namespace {
@@ -49,7 +50,7 @@ Driver::Driver(Platform platform)
       controller(ControllerFeaturesNeeds{essentials, mount, rates, handBox, initialSetup, initMount, panel}),
       journal(EventJournalNeeds{essentials, motion, panel}),
       channel(CompanionChannelNeeds{essentials, door, platform_.applicationSettings, handBox, OwnCommands(),
-                                    [this] { return link && link->IsOverIp(); }}),
+                                    [this] { return LinkIsOverIp(link.get(), persist, log); }}),
       queries(MountQueriesNeeds{essentials, door, platform_.astronomy, handBox, statusWindow, panel, journal, channel,
                                 [this] { return link ? link->DrainOne() : std::string{}; }, OwnTelescope()}),
       poll(PollLoopNeeds{essentials, motion, door, platform_.sounds, handBox, askAbortSlew, panel, queries,

@@ -6,6 +6,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/date_time.h"
 #include "kernel/base/text.h"
+#include "link/link_choice.h"
 #include "state/mount_replies.h"
 #include "telescope/telescope.h"
 
@@ -165,7 +166,7 @@ bool TimeSteps::MayWriteDelay(Sequence& mount, double inMount) {
 
 void TimeSteps::SendDate(Sequence& mount, const DateTime& local) {
     mount.CommandStringInternal(wire::SetDate, MonthDayYear(local));
-    if (needs_.link && !needs_.link->IsOverIp()) {
+    if (needs_.link && !LinkIsOverIp(needs_.link.get(), driver_.persist, driver_.log)) {
         // Over the serial line a second reply follows: the mount reports that it computes.
         needs_.link->ReceiveTerminated(wire::kReplyEnd);
     }

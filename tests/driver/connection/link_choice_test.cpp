@@ -8,6 +8,9 @@
 namespace kestrane {
 namespace {
 
+constexpr const char* kFromNextStart =
+    "The settings choose another kind of link: it is used from the next start of the driver on";
+
 class LinkChoiceTest : public CompanionRoadTest {
 protected:
     std::string Caption() const { return driver->handBox.frameMountPosition.Caption(); }
@@ -26,6 +29,7 @@ TEST_F(LinkChoiceTest, ASerialLineChosenWhileTheProcessRuns_LeavesTheAdapterInUs
     driver->persist.WriteIniValue("chkIPAddress", "0");
     driver->persist.WriteIniValue("Port", "COM3");
     telescope = ConnectedTelescope();
+    EXPECT_TRUE(Logged(kFromNextStart));
     EXPECT_EQ(Caption(), "Mount Info: IP=192.0.2.7");
     EXPECT_EQ(ShownPort(), "192.0.2.7");
     EXPECT_FALSE(machine.serialPorts.IsOpen(3));
@@ -45,6 +49,7 @@ TEST_F(LinkChoiceTest, AnAdapterChosenWhileTheProcessRuns_LeavesTheSerialLineInU
     driver->persist.WriteIniValue("chkIPAddress", "1");
     driver->persist.WriteIniValue("txtIpAddress", "192.0.2.7");
     telescope = ConnectedTelescope();
+    EXPECT_TRUE(Logged(kFromNextStart));
     EXPECT_EQ(Caption(), "Mount Information: COM1");
     EXPECT_EQ(ShownPort(), "COM1");
     EXPECT_TRUE(machine.serialPorts.IsOpen(1));
