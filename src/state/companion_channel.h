@@ -84,7 +84,7 @@ public:
     void ParkBegins() { parkIsItsOwn_ = false; }
     /// Parks at one of the numbered positions, 0 to 5.
     void Park(Sequence& mount, std::int16_t index);
-    /// Parks where these texts say, in degrees.
+    /// Parks where these texts say: degrees, with a point.
     void ParkAltAz(Sequence& mount, std::string_view altitude, std::string_view azimuth);
     /// Whether the companion tells the mount that it is parked: after a park at a numbered position, which it has
     /// answered. After any other one nobody does but the driver.

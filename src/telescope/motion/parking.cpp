@@ -59,7 +59,9 @@ private:
     void NoteUnderWay(GotoBy by, const HorizonPlace& place, PollLoop::MarkedEnd end);
     bool CompanionParks(std::int16_t index);
     bool GoByCompanion(std::int16_t index);
-    void SendCompanionPark(Sequence& mount, std::int16_t index);
+    bool SendCompanionPark(Sequence& mount, std::int16_t index);
+    bool SendCompanionParkAltAz(Sequence& mount);
+    std::string AngleForCompanion(const SettingKey& key);
     void AwaitCompanion();
     void AskForAll();
 
@@ -264,10 +266,13 @@ bool ParkSteps::CompanionParks(std::int16_t index) {
 }
 
 bool ParkSteps::GoByCompanion(std::int16_t index) {
-    if (!UntilAborted([&](Sequence& mount) { SendCompanionPark(mount, index); })) {
+    bool sent = false;
+    if (!UntilAborted([&](Sequence& mount) { sent = SendCompanionPark(mount, index); })) {
         return false;
     }
-    if (isAsync_) {
+    if (!sent) {
+        ParkEnd(telescope_).Fail(kParkGotoRefused);
+    } else if (isAsync_) {
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Async Park");
     } else {
         AwaitCompanion();
@@ -275,21 +280,42 @@ bool ParkSteps::GoByCompanion(std::int16_t index) {
     return true;
 }
 
-void ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
+/// The text of a setting with the point that the companion expects; empty where that is no number.
+std::string ParkSteps::AngleForCompanion(const SettingKey& key) {
+    const std::string text = driver_.persist.Read(key);
+    const bool isPlain = IsNumericText(text) && text.find_first_of("eE") == std::string::npos;
+    return isPlain ? ReplaceAll(Trim(text), ",", ".") : std::string();
+}
+
+/// False when there is no place to go to.
+bool ParkSteps::SendCompanionPark(Sequence& mount, std::int16_t index) {
+    if (index == park_index::User) {
+        return SendCompanionParkAltAz(mount);
+    }
     AskWhereItStands();
     HorizonPlace place{state_.g_dAlt, state_.g_dAz};
     if (index != park_index::Current) {
         place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(index);
     }
-    if (index == park_index::User) {
-        needs_.channel.ParkAltAz(mount, driver_.persist.Read(setting::txtUserParkAlt),
-                                 driver_.persist.Read(setting::txtUserParkAz));
-        NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::AtItsPlace);
-    } else {
-        needs_.channel.Park(mount, index);
-        NoteUnderWay(GotoBy::Companion, place,
-                     needs_.channel.EndsPark() ? PollLoop::MarkedEnd::Reported : PollLoop::MarkedEnd::AtItsPlace);
+    needs_.channel.Park(mount, index);
+    NoteUnderWay(GotoBy::Companion, place,
+                 needs_.channel.EndsPark() ? PollLoop::MarkedEnd::Reported : PollLoop::MarkedEnd::AtItsPlace);
+    return true;
+}
+
+bool ParkSteps::SendCompanionParkAltAz(Sequence& mount) {
+    const std::string altitude = AngleForCompanion(setting::txtUserParkAlt);
+    const std::string azimuth = AngleForCompanion(setting::txtUserParkAz);
+    if (altitude.empty() || azimuth.empty()) {
+        driver_.log.LogMessage("Telescope", LogLevel::Error,
+                               "The angles of the park position are no numbers: nothing is sent");
+        return false;
     }
+    AskWhereItStands();
+    const HorizonPlace place = ParkGoto(telescope_, state_.g_dSiteLatitude).Place(park_index::User);
+    needs_.channel.ParkAltAz(mount, altitude, azimuth);
+    NoteUnderWay(GotoBy::Companion, place, PollLoop::MarkedEnd::AtItsPlace);
+    return true;
 }
 
 /// Returns without a word when the park does not end in five minutes.

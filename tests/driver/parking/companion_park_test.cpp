@@ -50,6 +50,25 @@ TEST_F(CompanionParkTest, TheUsersPlace_GoesWithItsAngles) {
     EXPECT_TRUE(WasSent("*PARKALTAZ,030.50,120")) << "as it is kept: " << Tape().All();
 }
 
+TEST_F(CompanionParkTest, TheUsersPlace_WithADecimalComma_IsTheSamePlace) {
+    Ready({{"cbxParkTo", "6"}, {"txtUserParkAlt", " 30,5"}, {"txtUserParkAz", "120,25 "}, {"chkAsyncPark", "1"}});
+    telescope->Park();
+    EXPECT_TRUE(WasSent("*PARKALTAZ,30.5,120.25")) << Tape().All();
+}
+
+TEST_F(CompanionParkTest, TheUsersPlace_ThatIsNoNumber_IsRefused) {
+    for (const auto& [altitude, azimuth] : {std::pair{"abc", "120"}, {"30", ""}, {"3e1", "120"}, {"30", "1,2,3"}}) {
+        Ready({{"cbxParkTo", "6"}, {"txtUserParkAlt", altitude}, {"txtUserParkAz", azimuth}});
+        telescope->Park();
+        EXPECT_FALSE(WasSent("*PARK")) << altitude << "/" << azimuth;
+        EXPECT_TRUE(LoggedAs("Telescope", 2, "The angles of the park position are no numbers: nothing is sent"));
+        EXPECT_FALSE(driver->state.g_bParking);
+        EXPECT_FALSE(telescope->AtPark());
+        EXPECT_TRUE(Logged("Park canceled..."));
+        EndTheDriver();
+    }
+}
+
 TEST_F(CompanionParkTest, ASynchronousPark_ReturnsWhenItHasEnded) {
     StandingMount& standing = Ready({{"cbxParkTo", "2"}});
     const std::int64_t start = machine.clock.Elapsed();
