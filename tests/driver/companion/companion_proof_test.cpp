@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
@@ -42,6 +43,24 @@ TEST_F(CompanionProofTest, AProof_LetsTheCompanionBeAskedForTheTimeAgain) {
     MarkNow();
     machine.AdvanceTime(20'000);
     EXPECT_GT(TimesTold("*TIMESYNC"), 0);
+}
+
+/// The proof of a link holds until the next one has answered: its first question has the next number still.
+TEST_F(CompanionProofTest, ALinkThatIsOpenedAgain_AsksForTheVersionByTheOldProof_AndProvesAnew) {
+    Connect(Road::CompanionPort);
+    const std::string version = "QUAY," + std::to_string(driver->state.g_nQuaySeq) + ",V";
+    const std::size_t before = companion.Commands().size();
+    EXPECT_EQ(ConnectAgain(), 0U);
+    const std::vector<std::string>& commands = companion.Commands();
+    const auto first = commands.begin() + static_cast<std::ptrdiff_t>(before);
+    EXPECT_EQ(*first, version);
+    const auto proof = std::find(first, commands.end(), "QUAY");
+    ASSERT_NE(proof, commands.end());
+    EXPECT_TRUE(std::none_of(first + 1, proof, [](const std::string& text) { return text.starts_with("QUAY,"); }));
+    const auto next = std::find_if(proof, commands.end(), [](const auto& text) { return text.starts_with("QUAY,"); });
+    ASSERT_NE(next, commands.end());
+    EXPECT_TRUE(next->starts_with("QUAY,1,")) << *next;
+    EXPECT_EQ(TimesLogged("QUAY Found!"), 2);
 }
 
 TEST_F(CompanionProofTest, ALimitForRepliesOverIp_HoldsUntilTheFirstConnect) {
