@@ -23,8 +23,9 @@ public:
         auto running = std::make_shared<Running>();
         try {
             std::thread([running, lookup, host] { running->Finish(lookup(host)); }).detach();
-        } catch (const std::system_error& fault) {
-            running->Finish({.addresses = {}, .error = std::string("no lookup could begin: ") + fault.what()});
+        } catch (const std::system_error& noThread) {
+            running->Finish(
+                {.addresses = {}, .error = "the name could not be looked up: " + noThread.code().message()});
         }
         return running;
     }
@@ -76,10 +77,12 @@ void HostNames::TakeResult(Known& known) {
     }
     Answer result = known.lookup->Result();
     known.lookup.reset();
-    known.since = SteadyClock::now();
-    if (!result.addresses.empty() || known.answer.addresses.empty()) {
-        known.answer = std::move(result);
+    if (!result.addresses.empty()) {
+        known.since = SteadyClock::now();
+    } else if (!known.answer.addresses.empty()) {
+        return;
     }
+    known.answer = std::move(result);
 }
 
 HostNames::Answer HostNames::SystemLookup(const std::string& host) {

@@ -14,8 +14,9 @@ namespace kestrane {
 
 /// The addresses of hosts. The system's lookup may take many seconds; it runs on a thread of its own, and nobody waits
 /// for it longer than wanted. A known name is looked up again after a minute, and its old addresses serve until the
-/// new ones are there, or for good where the new lookup fails: a name server that is down takes no mount away. Logic
-/// thread only.
+/// new ones are there, however often the new lookup fails: a name server that is down takes no mount away. After a
+/// failure the next call looks up again, so that a network that comes back is found at once. Of one name no two lookups
+/// run at a time. Logic thread only.
 class HostNames {
 public:
     static constexpr std::chrono::seconds kKnownFor{60};

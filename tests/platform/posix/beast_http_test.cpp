@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <vector>
 
@@ -473,6 +474,75 @@ TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
     EXPECT_EQ(find(), address("192.0.2.1"));
     EXPECT_EQ(find(), address("192.0.2.1")) << "while it is looked up again";
     EXPECT_EQ(findUntil(5), address("192.0.2.2"));
+}
+
+/// A network that comes back is found at once.
+TEST_F(NamedHost, WhoseLookupFailed_IsLookedUpAgainWithTheNextRequest) {
+    const auto fails = std::make_shared<std::atomic<bool>>(true);
+    const HostNames::Lookup lookup = [fails](const std::string&) -> HostNames::Answer {
+        if (*fails) {
+            return {.addresses = {}, .error = "the name server is down"};
+        }
+        return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
+    };
+    HostNames names(lookup);
+    const auto find = [&] { return names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()); };
+    EXPECT_EQ(find().error, "the name server is down");
+    *fails = false;
+    EXPECT_EQ(find().addresses.size(), 1U);
+}
+
+TEST_F(NamedHost, WhoseSecondLookupFailed_IsNotLeftAloneForItsTimeAgain) {
+    constexpr std::chrono::milliseconds kKnownFor{300};
+    const auto lookups = std::make_shared<std::atomic<int>>(0);
+    const HostNames::Lookup lookup = [lookups](const std::string&) -> HostNames::Answer {
+        if (++*lookups == 1) {
+            return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
+        }
+        return {.addresses = {}, .error = "the name server is down"};
+    };
+    HostNames names(lookup, kKnownFor);
+    const auto findUntil = [&](int count) {
+        while (*lookups < count) {
+            EXPECT_EQ(names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses.size(), 1U);
+        }
+        return std::chrono::steady_clock::now();
+    };
+    const auto second = findUntil(2);
+    EXPECT_LT(findUntil(3) - second, kKnownFor);
+}
+
+/// While it lives no thread can be started: the address space has no room for its stack.
+class NoThreads {
+public:
+    NoThreads() {
+        pthread_getattr_default_np(&before_);
+        pthread_attr_t tooLarge;
+        pthread_getattr_default_np(&tooLarge);
+        pthread_attr_setstacksize(&tooLarge, std::size_t{1} << 47U);
+        pthread_setattr_default_np(&tooLarge);
+        pthread_attr_destroy(&tooLarge);
+    }
+    ~NoThreads() {
+        pthread_setattr_default_np(&before_);
+        pthread_attr_destroy(&before_);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+
+private:
+    pthread_attr_t before_{};
+};
+
+TEST_F(NamedHost, ThatCannotBeLookedUp_SaysSo_AndIsLookedUpAgain) {
+    ScriptedHttpServer server({ScriptedHttpServer::Answers(ScriptedHttpServer::Ok("1"))});
+    BeastHttp http({}, Gives({"127.0.0.1"}));
+    {
+        const NoThreads none;
+        EXPECT_EQ(http.Send(RequestToMount(server)).error,
+                  "there is no host mount: the name could not be looked up: Resource temporarily unavailable");
+    }
+    EXPECT_EQ(http.Send(RequestToMount(server)).body, "1");
 }
 
 TEST_F(NamedHost, AnAddress_IsNeverLookedUp) {
