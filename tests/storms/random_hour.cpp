@@ -121,7 +121,7 @@ std::vector<RandomHour::Call> RandomHour::Calls(bool customRates) {
         {1, "tracking rate", kBrief,
          [this](T& client) { Track([&] { client.TrackingRate(static_cast<std::int32_t>(Below(4))); }); }},
         {3, "park", kLong, [](T& client) { client.Park(); }},
-        {3, "park to", kLong, [this](T& client) { client.CommandString(Verb("ParkMount", 7), true); }},
+        {3, "park to", kLong, [this](T& client) { Park(client); }},
         {1, "cancel park", kLong, [](T& client) { client.CommandString("RAW,CancelPark", true); }},
         {6, "unpark", kLong, [](T& client) { client.Unpark(); }},
         {2, "unpark from", kLong,
@@ -173,6 +173,12 @@ void RandomHour::MoveAxis(Telescope& client, double rate) {
 void RandomHour::Track(const std::function<void()>& turnOn) {
     parkLeft_ = parkLeft_ || mount_.Picture().parked;
     turnOn();
+}
+
+void RandomHour::Park(Telescope& client) {
+    const bool wasParked = mount_.Picture().parked;
+    client.CommandString(Verb("ParkMount", 7), true);
+    leaveUnheard_ = wasParked && mount_.Picture().parked && driver_->persist.Read(setting::ParkStatus) != "Parked";
 }
 
 double RandomHour::SomeRa() {
@@ -346,11 +352,13 @@ std::string RandomHour::Disagreement() {
         if (clients_[0]->IsPulseGuiding() && machine_.clock.Elapsed() > pulsesEndAt_) {
             wrong += says("IsPulseGuiding", true);
         }
+        leaveUnheard_ = leaveUnheard_ && picture.parked;
         const std::string kept = driver_->persist.Read(setting::ParkStatus);
         if (kept == "Parked" && !picture.parked && !underWay && !parkLeft_ && plan_.probability == 0.0) {
             wrong += "ParkStatus is Parked; ";
         }
-        if (kept != "Parked" && picture.parked && atPark && state.g_nParkStarted > 0 && !state.g_bRev160) {
+        const bool keepsParks = state.g_nParkStarted > 0 && !state.g_bRev160;
+        if (kept != "Parked" && picture.parked && atPark && keepsParks && !leaveUnheard_) {
             wrong += "ParkStatus is " + kept + "; ";
         }
     } catch (const DriverError& error) {

@@ -28,6 +28,8 @@ namespace kestrane {
 ///   - a sync or an unpark whose position the mount refuses leaves the poll off the line, and the picture as it was;
 ///   - a status text shows that the line has lost the last command of a park: `AtPark` falls, and "Parked" stays in the
 ///     settings, which such firmware does not ask for;
+///   - a parked mount that has not heard that it is to leave for another park place stays parked, and "UnParked" in the
+///     settings;
 ///   - without a status text a slew ends once the distance to its target stays the same, which near the pole it does
 ///     while the hour axis still turns;
 ///   - a park that has ended out of tolerance stays under way: the mount stands, and `Slewing` is False;
@@ -72,6 +74,7 @@ private:
         return values.begin()[Below(static_cast<std::uint32_t>(values.size()))];
     }
     void MoveAxis(Telescope& client, double rate);
+    void Park(Telescope& client);
     void Track(const std::function<void()>& turnOn);
     double SomeRa();
     double SomeDec() { return -10.0 + Below(90); }
@@ -107,9 +110,10 @@ private:
     MountPicture first_;
     std::int64_t forgedAt_ = -3'600'000;
     std::int64_t pulsesEndAt_ = 0;
-    bool parkLeft_ = false;   ///< by other means than an unpark
-    bool stopLost_ = false;   ///< of a motion that still goes on
-    bool takenOver_ = false;  ///< a slew that still runs, by `MoveAxis`
+    bool parkLeft_ = false;      ///< by other means than an unpark
+    bool leaveUnheard_ = false;  ///< a parked mount was sent to another park place, and stayed
+    bool stopLost_ = false;      ///< of a motion that still goes on
+    bool takenOver_ = false;     ///< a slew that still runs, by `MoveAxis`
     int posted_ = 0;
     int begun_ = 0;
     int calls_ = 0;
