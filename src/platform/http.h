@@ -34,7 +34,7 @@ struct HttpReply {
     unsigned status = 0;  ///< 0 when no whole reply came
     std::string body;
     std::string error;  ///< why no whole reply came, part of a sentence for a person; empty when one did
-    bool sent = true;   ///< false when not all of the request went out
+    bool sent = true;   ///< false when not all of the request went out, or what went out was taken back
 };
 
 /// Requests over HTTP/1.1. Logic thread only. Raises nothing.

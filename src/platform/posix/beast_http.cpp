@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 namespace kestrane {
@@ -27,6 +29,9 @@ constexpr std::size_t kReadChunk = 4096;
 class NoReply : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+    NoReply(const std::string& text, bool isAtLimit) : std::runtime_error(text), atLimit(isAtLimit) {}
+
+    bool atLimit = false;  ///< not at the end of the process, where what went out may still arrive
 };
 
 std::int32_t Bounded(std::int32_t limitMs) {
@@ -95,6 +100,7 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
         sent = true;
         return Receive(request);
     } catch (const NoReply& fault) {
+        sent = sent && !(fault.atLimit && WithdrawsWhatIsUnheard());
         Close();
         return {.status = 0, .body = {}, .error = fault.what(), .sent = sent};
     }
@@ -142,6 +148,9 @@ bool BeastHttp::KeptServes(const Place& place) {
 void BeastHttp::Open(const Place& place, const HttpLimits& limits) {
     Close();
     const HostNames::Answer found = hostNames_.Find(place.host, After(limits.resolveMs), wait_);
+    if (found.addresses.empty() && found.error.empty()) {
+        throw NoReply("the address of " + place.host + " was not found" + Within(limits.resolveMs));
+    }
     if (found.addresses.empty()) {
         throw NoReply("there is no host " + place.host + ": " + found.error);
     }
@@ -224,7 +233,7 @@ std::string BeastHttp::Read(TimePoint deadline, std::int32_t limitMs) {
     std::array<char, kReadChunk> buffer;
     for (;;) {
         if (!wait_.Await(socket_.native_handle(), POLLIN, deadline)) {
-            throw NoReply("no whole reply" + Within(limitMs));
+            throw NoReply("no whole reply" + Within(limitMs), SteadyClock::now() >= deadline);
         }
         const ssize_t count = ::recv(socket_.native_handle(), buffer.data(), buffer.size(), 0);
         if (count >= 0) {
@@ -268,6 +277,18 @@ HttpReply BeastHttp::Receive(const HttpRequest& request) {
         Close();
     }
     return {.status = parser.get().result_int(), .body = parser.get().body(), .error = {}};
+}
+
+/// A request of which the other side has not taken each byte may arrive much later, after a stop that went another way.
+/// Whether there was anything to withdraw.
+bool BeastHttp::WithdrawsWhatIsUnheard() {
+    int unheard = 0;
+    if (::ioctl(socket_.native_handle(), SIOCOUTQ, &unheard) != 0 || unheard == 0) {
+        return false;
+    }
+    ErrorCode ignored;
+    socket_.set_option(asio::socket_base::linger(true, 0), ignored);  // the close drops what still waits
+    return true;
 }
 
 void BeastHttp::Close() {

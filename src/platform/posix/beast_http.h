@@ -46,6 +46,7 @@ private:
     bool Write(std::string_view bytes, std::int32_t limitMs);
     std::string Read(TimePoint deadline, std::int32_t limitMs);
     HttpReply Receive(const HttpRequest& request);
+    bool WithdrawsWhatIsUnheard();
     void Close();
 
     const SlicedWait wait_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -22,7 +23,7 @@ public:
     static std::shared_ptr<Running> Begin(const Lookup& lookup, const std::string& host) {
         auto running = std::make_shared<Running>();
         try {
-            std::thread([running, lookup, host] { running->Finish(lookup(host)); }).detach();
+            std::thread([running, lookup, host] { running->Finish(Ask(lookup, host)); }).detach();
         } catch (const std::system_error& noThread) {
             running->Finish(
                 {.addresses = {}, .error = "the name could not be looked up: " + noThread.code().message()});
@@ -40,6 +41,14 @@ public:
     }
 
 private:
+    /// Nothing may leave the thread.
+    static Answer Ask(const Lookup& lookup, const std::string& host) {
+        try {
+            return lookup(host);
+        } catch (const std::exception& fault) {
+            return {.addresses = {}, .error = fault.what()};
+        }
+    }
     void Finish(Answer answer) {
         const std::lock_guard lock(mutex_);
         result_ = std::move(answer);
@@ -56,7 +65,9 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
         return {.addresses = {address}, .error = {}};
     }
     Known& known = hosts_[host];
-    TakeResult(known);
+    if (TakeResult(known) && known.answer.addresses.empty()) {
+        return known.answer;  // told once before it is looked up again
+    }
     const bool isFresh = !known.answer.addresses.empty() && SteadyClock::now() - known.since < knownFor_;
     if (!isFresh && !known.lookup) {
         known.lookup = Running::Begin(lookup_, host);
@@ -65,24 +76,26 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
         return known.answer;
     }
     if (!wait.AwaitThat([&] { return known.lookup->IsDone(); }, deadline, SlicedWait::AtTheEnd::WaitsOn)) {
-        return {.addresses = {}, .error = "its address was not found in time"};
+        return {};
     }
     TakeResult(known);
     return known.answer;
 }
 
-void HostNames::TakeResult(Known& known) {
+/// False when there is none.
+bool HostNames::TakeResult(Known& known) {
     if (!known.lookup || !known.lookup->IsDone()) {
-        return;
+        return false;
     }
     Answer result = known.lookup->Result();
     known.lookup.reset();
     if (!result.addresses.empty()) {
         known.since = SteadyClock::now();
     } else if (!known.answer.addresses.empty()) {
-        return;
+        return true;
     }
     known.answer = std::move(result);
+    return true;
 }
 
 HostNames::Answer HostNames::SystemLookup(const std::string& host) {

@@ -23,7 +23,7 @@ public:
 
     struct Answer {
         std::vector<boost::asio::ip::address> addresses;  ///< in the order in which to try them
-        std::string error;                                ///< in the system's words, without addresses
+        std::string error;  ///< in the system's words, without addresses; empty when none was found in time
     };
     /// Called on a thread of its own, which may outlive the object.
     using Lookup = std::function<Answer(const std::string& host)>;
@@ -45,7 +45,7 @@ private:
         std::shared_ptr<Running> lookup;  ///< none runs
     };
 
-    void TakeResult(Known& known);
+    static bool TakeResult(Known& known);
 
     const Lookup lookup_;
     const std::chrono::milliseconds knownFor_;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <pthread.h>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <vector>
 
@@ -188,6 +189,30 @@ TEST(BeastHttpTest, AServerThatTakesNoBytes_IsGivenUpAtTheLimit) {
     EXPECT_EQ(reply.error, "the request did not go out within 60 ms");
     EXPECT_FALSE(reply.sent);
     over.set_value();
+}
+
+/// A server that stands still takes some bytes of a request; what it has not taken must not arrive later.
+TEST(BeastHttpTest, ARequestThatIsGivenUpUnheard_IsTakenBack) {
+    bool wasTakenBack = false;
+    for (std::size_t size = std::size_t{64} << 10; !wasTakenBack && size <= std::size_t{4} << 20; size *= 2) {
+        std::promise<void> givenUp;
+        bool arrived = true;
+        {
+            ScriptedHttpServer server({[&](Visit& visit) {
+                givenUp.get_future().wait();
+                arrived = visit.Read();
+            }});
+            HttpRequest request = RequestTo(server, kShortMs);
+            request.method = HttpRequest::Method::Post;
+            request.body = std::string(size, 'x');
+            request.limits.sendMs = 1'000;
+            const HttpReply reply = BeastHttp().Send(request);
+            givenUp.set_value();
+            wasTakenBack = reply.error == "no whole reply within 60 ms" && !reply.sent;
+        }
+        EXPECT_NE(arrived, wasTakenBack) << size;
+    }
+    EXPECT_TRUE(wasTakenBack);
 }
 
 /// An address whose queue of connections is full: it neither takes nor refuses one.
@@ -440,7 +465,7 @@ TEST_F(NamedHost, WhoseLookupTakesLonger_IsWaitedForAgainAndNotAskedForAgain) {
         BeastHttp http({}, lookup);
         HttpRequest request = RequestToMount(server);
         request.limits.resolveMs = kShortMs;
-        EXPECT_EQ(http.Send(request).error, "there is no host mount: its address was not found in time");
+        EXPECT_EQ(http.Send(request).error, "the address of mount was not found within 60 ms");
         lookup.Release();
         request.limits = kAmple;
         EXPECT_EQ(http.Send(request).body, "1");
@@ -474,6 +499,31 @@ TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
     EXPECT_EQ(find(), address("192.0.2.1"));
     EXPECT_EQ(find(), address("192.0.2.1")) << "while it is looked up again";
     EXPECT_EQ(findUntil(5), address("192.0.2.2"));
+}
+
+/// Also where the lookup outlasts the limit: the answer to the next request tells.
+TEST_F(NamedHost, WhoseLookupFailsSlowly_SaysWhy) {
+    const auto release = std::make_shared<std::promise<void>>();
+    const HostNames::Lookup lookup = [released = release->get_future().share()](const std::string&) {
+        released.wait();
+        return HostNames::Answer{.addresses = {}, .error = "the name server is down"};
+    };
+    BeastHttp http({}, lookup);
+    HttpRequest request;
+    request.host = "mount";
+    request.limits.resolveMs = kShortMs;
+    EXPECT_EQ(http.Send(request).error, "the address of mount was not found within 60 ms");
+    release->set_value();
+    request.limits = kAmple;
+    EXPECT_EQ(http.Send(request).error, "there is no host mount: the name server is down");
+}
+
+TEST_F(NamedHost, WhoseLookupThrows_SaysWhy) {
+    BeastHttp http({}, [](const std::string&) -> HostNames::Answer { throw std::runtime_error("no memory"); });
+    HttpRequest request;
+    request.host = "mount";
+    request.limits = kAmple;
+    EXPECT_EQ(http.Send(request).error, "there is no host mount: no memory");
 }
 
 /// A network that comes back is found at once.
