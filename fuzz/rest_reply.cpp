@@ -51,10 +51,10 @@ std::string NaiveField(std::string_view body, std::string_view key) {
             value += c;
         }
     }
-    while (!value.empty() && value.front() == ' ') {
+    while (!value.empty() && IsBlank(value.front())) {
         value.erase(0, 1);
     }
-    while (!value.empty() && value.back() == ' ') {
+    while (!value.empty() && IsBlank(value.back())) {
         value.pop_back();
     }
     return quotes == 0 && value == "null" ? "" : value;

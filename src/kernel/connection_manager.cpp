@@ -347,15 +347,10 @@ std::string ConnectionManager::WhyNoMount(std::int32_t port, bool opened, Tick s
            " s; is the mount switched on?";
 }
 
-std::string ConnectionManager::WhyNoMountOverIp() const {
-    const std::string address = needs_.link->AddressOverIp();
-    return address.empty() ? "no address is set" : address + ": nothing answered";
-}
-
 /// The link is left as it is. Intentional: the close below runs although this client was never counted, so it takes one
 /// off the count of an earlier client if there is one.
 void ConnectionManager::FailOpening(ClientKind kind, const Opening& opening) {
-    connectFailure_ = opening.ip ? WhyNoMountOverIp()
+    connectFailure_ = opening.ip ? needs_.link->WhyNothingCame()
                                  : WhyNoMount(ToInteger(opening.portText, driver_.log), opening.opened, opening.start);
     driver_.log.LogMessage("OpenConnection", LogLevel::Error,
                            "OpenConnection Failed. No response from COM" + opening.portText + ". " + connectFailure_);

@@ -142,7 +142,6 @@ private:
     void ReadRateKey();
     void ReadMountForm();
     std::string WhyNoMount(std::int32_t port, bool opened, Tick start) const;
-    std::string WhyNoMountOverIp() const;
     [[noreturn]] void FailOpening(ClientKind kind, const Opening& opening);
     void CountClient(ClientKind kind);
     std::string Counts() const;

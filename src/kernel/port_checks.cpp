@@ -100,7 +100,8 @@ MountCheck ConnectionManager::CheckMount() {
     MountCheck check;
     if (!LookForMount(port, timeout, check.version, opened)) {
         check.version.clear();
-        check.whyNone = needs_.link && needs_.link->IsOverIp() ? WhyNoMountOverIp() : WhyNoMount(port, opened, start);
+        check.whyNone =
+            needs_.link && needs_.link->IsOverIp() ? needs_.link->WhyNothingCame() : WhyNoMount(port, opened, start);
     }
     return check;
 }

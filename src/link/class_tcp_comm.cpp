@@ -163,6 +163,23 @@ void classTCPComm::GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier
     interval = 0;
 }
 
+/// A whole reply that is not the mount's comes from somebody who keeps the mount from hearing.
+void classTCPComm::NoteOutcome(const HttpReply& reply, const std::string& fault) {
+    const bool cameFromAnother = reply.error.empty() && !fault.empty();
+    lastWentOut_ = reply.sent && !cameFromAnother;
+    lastFault_ = fault;
+}
+
+std::string classTCPComm::WhyNothingCame() const {
+    const std::string address = useQuayRestApi_ ? quayIpAddress_ + ":" + std::to_string(quayIpPort_) : ipAddress_;
+    if (address.empty()) {
+        return "no address is set";
+    }
+    const std::string host = address.substr(0, address.find(':'));
+    const bool isNamed = lastFault_.find(host) != std::string::npos;
+    return isNamed ? lastFault_ : address + ": " + (lastFault_.empty() ? "nothing answered" : lastFault_);
+}
+
 bool classTCPComm::SendCgi(std::string_view host, std::string_view command, std::int32_t timeoutMs,
                            std::string& response, std::string& message) {
     response.clear();
@@ -170,7 +187,7 @@ bool classTCPComm::SendCgi(std::string_view host, std::string_view command, std:
     request.limits.receiveMs = timeoutMs;
     const HttpReply reply = needs_.http.Send(request);
     message = WhyNoCgiReply(reply);
-    lastWentOut_ = reply.sent;
+    NoteOutcome(reply, message);
     const std::string sent = "Sent: " + std::string(command);
     if (!message.empty()) {
         needs_.log.LogMessage(kTcp, LogLevel::Error, sent + ", ErrorMessage = " + message);
@@ -188,7 +205,7 @@ bool classTCPComm::SendRest(std::string_view command, std::int32_t timeoutMs, st
     request.limits.receiveMs = timeoutMs;
     const HttpReply reply = needs_.http.Send(request);
     message = WhyNoRestReply(reply);
-    lastWentOut_ = reply.sent;
+    NoteOutcome(reply, message);
     const std::string sent = "Sent: " + std::string(command) + ", Response = ";
     if (!message.empty()) {
         needs_.log.LogMessage(
@@ -205,7 +222,9 @@ bool classTCPComm::SendRest(std::string_view command, std::int32_t timeoutMs, st
 }
 
 void classTCPComm::TestIP(std::string_view host, std::string_view command, std::string& text) {
-    const HttpReply reply = needs_.http.Send(CgiRequest(host, command));
+    HttpRequest request = CgiRequest(host, command);
+    request.mostBodyBytes = kMostRestBytes;  // a page of the adapter is shown too
+    const HttpReply reply = needs_.http.Send(request);
     text = reply.error.empty() ? FromLine(reply.body) : reply.error;
     needs_.messageBoxes.Show(text, application::kTitle, MessageIcon::None);
 }

@@ -51,13 +51,11 @@ public:
     void UseQuayRestApi(bool use) { useQuayRestApi_ = use; }
 
     bool IsOverIp() const override { return true; }
-    std::string AddressOverIp() const override {
-        return useQuayRestApi_ ? quayIpAddress_ + ":" + std::to_string(quayIpPort_) : ipAddress_;
-    }
+    std::string WhyNothingCame() const override;
     bool Connected() override { return connected_; }
     /// Keeps the flag; there is nothing to open.
     void Connected(bool connect) override;
-    /// Whether the last request went out: the mount has not heard one that did not.
+    /// Whether the last request went out, and nobody but the mount's side answered: else the mount has not heard it.
     bool CanSend() override { return connected_ && lastWentOut_; }
 
     // Kept, without any effect.
@@ -101,6 +99,7 @@ public:
 private:
     HttpRequest CgiRequest(std::string_view host, std::string_view command) const;
     HttpRequest RestRequest(std::string_view command) const;
+    void NoteOutcome(const HttpReply& reply, const std::string& fault);
     void PassLimits();
     void Info(const std::string& text);
     void Debug(const std::string& text);
@@ -116,6 +115,7 @@ private:
     bool useQuayRestApi_;
     bool connected_ = false;
     bool lastWentOut_ = true;  ///< true before the first request
+    std::string lastFault_;    ///< why the last request brought no reply of a mount; empty when it did
     std::string buffer_;       ///< replies not read yet, one byte a character
 };
 

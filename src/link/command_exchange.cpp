@@ -278,10 +278,20 @@ std::string CommandExchange::ThroughCompanion(const Wrapped& wrapped, ResumeNext
     errors.Assign(reply, [&] { return Link().ReceiveTerminated(wire::kReplyEnd); });
     std::string result = CompanionResult(std::move(reply), wrapped, errors);
     DropLastCharacter(result);
+    if (result.empty()) {
+        errors.Step([&] { DropWhatNothingCompletes(); });
+    }
     if (driver_.state.g_nQuaySeq < std::numeric_limits<std::int32_t>::max()) {
         ++driver_.state.g_nQuaySeq;
     }
     return result;
+}
+
+/// What is left over IP without its end would stand before the next reply.
+void CommandExchange::DropWhatNothingCompletes() {
+    if (Link().IsOverIp()) {
+        Link().TakeLateBytes();
+    }
 }
 
 std::string CommandExchange::CompanionResult(std::string reply, const Wrapped& wrapped, ResumeNext& errors) {

@@ -110,6 +110,7 @@ private:
     void PrepareStringRetry(std::string& reply, const std::string& fault, std::string_view origin, ResumeNext& errors);
     std::string DriverCommand(const std::string& text, std::string_view origin, ResumeNext& errors);
     std::string ThroughCompanion(const Wrapped& wrapped, ResumeNext& errors);
+    void DropWhatNothingCompletes();
     std::string CompanionResult(std::string reply, const Wrapped& wrapped, ResumeNext& errors);
     std::int64_t CompanionLag(const std::string& result, std::int32_t received, const Wrapped& wrapped);
 

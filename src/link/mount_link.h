@@ -28,8 +28,8 @@ public:
     /// Whether this is the link over IP, in either of its forms. The settings may name another one already: they choose
     /// the link of the next start.
     virtual bool IsOverIp() const { return false; }
-    /// Where a link over IP leads, for a person; empty where no address is set, and over a serial line.
-    virtual std::string AddressOverIp() const { return {}; }
+    /// Where a link over IP leads and why nothing came from there, for a person; empty over a serial line.
+    virtual std::string WhyNothingCame() const { return {}; }
 
     /// Whether a text that is sent now goes out, as far as the transport knows.
     virtual bool CanSend() { return Connected(); }

@@ -109,17 +109,22 @@ TEST_F(IpLink, AnotherReceiveLimit_IsLoggedWithTheOthers) {
     EXPECT_EQ(OwnLines().back(), "TCP Info Timeouts-> Resolve=100ms, Connect=100ms, Send=100ms, Receive=2000ms");
 }
 
-TEST_F(IpLink, AddressOverIp_IsWhereItsRequestsGo) {
+TEST_F(IpLink, WhyNothingCame_NamesTheAddressAndTheFault) {
     EXPECT_TRUE(Ip().IsOverIp());
-    Ip().IpAddress("");
-    EXPECT_EQ(Ip().AddressOverIp(), "");
+    Ip().IpAddress(" ");
+    EXPECT_EQ(Ip().WhyNothingCame(), "no address is set");
     Ip().IpAddress(" mount.local:8080 ");
-    EXPECT_EQ(Ip().AddressOverIp(), "mount.local:8080");
+    EXPECT_EQ(Ip().WhyNothingCame(), "mount.local:8080: nothing answered");
+    Answer("not here", 404);
     Ip().Transmit(":GR#");
     EXPECT_EQ(LastRequest().host, "mount.local:8080");
+    EXPECT_EQ(Ip().WhyNothingCame(), "mount.local:8080: the reply has the status 404");
+    Answer("");
+    Ip().Transmit(":GR#");
+    EXPECT_EQ(Ip().WhyNothingCame(), "mount.local:8080: nothing answered");
     Ip().UseQuayRestApi(true);
     Ip().QuayIpPort(60007);
-    EXPECT_EQ(Ip().AddressOverIp(), "127.0.0.1:60007");
+    EXPECT_EQ(Ip().WhyNothingCame(), "127.0.0.1:60007: nothing answered");
 }
 
 TEST_F(IpLink, APortOfTheCompanionThatIsNone_CountsAsItsDefault) {
@@ -149,6 +154,14 @@ TEST_F(IpLink, CanSend_SaysWhetherTheLastRequestWentOut) {
         EXPECT_FALSE(Ip().CanSend());
         Ip().Transmit(":Q#");
         EXPECT_TRUE(Ip().CanSend()) << "without a reply the mount may have heard it";
+        for (const auto& [body, status] : {std::pair{"<html>busy</html>", 200U}, {"", 503U}, {"{}", 404U}}) {
+            Answer(body, status);
+            Ip().Transmit(":Q#");
+            EXPECT_FALSE(Ip().CanSend()) << "somebody else has answered: " << body << status;
+        }
+        Answer(rest ? R"({"Success":false})" : "");
+        Ip().Transmit(":Q#");
+        EXPECT_TRUE(Ip().CanSend());
         Ip().Connected(false);
         EXPECT_FALSE(Ip().CanSend());
     }

@@ -41,5 +41,22 @@ TEST_F(IpStopTest, OfTheFocuser_GoesOutOnceTheAdapterTakesConnectionsAgain) {
     focuser.reset();
 }
 
+/// The adapter's own page says that the mount was not asked.
+TEST_F(IpStopTest, OfTheFocuser_GoesOutOnceARebootOfTheAdapterIsOver) {
+    ExpectSwallow("*");
+    Connect(Road::Adapter);
+    FocuserObject focuser = driver->CreateFocuser();
+    focuser->Link(true);
+    focuser->Move(5'000);
+    machine.AdvanceTime(300);
+    ASSERT_TRUE(focuser->IsMoving());
+    adapter.Reboot(0, 2'000);
+    focuser->Halt();
+    EXPECT_EQ(TimesSent("FQ"), 0);
+    machine.AdvanceTime(5'000);
+    EXPECT_GE(TimesSent("FQ"), 1);
+    focuser.reset();
+}
+
 }  // namespace
 }  // namespace kestrane

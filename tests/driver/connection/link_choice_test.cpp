@@ -39,7 +39,7 @@ TEST_F(LinkChoiceTest, ASerialLineChosenWhileTheProcessRuns_LeavesTheAdapterInUs
     EXPECT_TRUE(std::any_of(mount->Commands().begin(), mount->Commands().end(),
                             [](const std::string& command) { return command.starts_with("SC"); }));
     EXPECT_EQ(driver->state.g_nReceiveTerminatedErrors, 0) << "no second line follows a date over IP";
-    EXPECT_EQ(WhatACheckOfASilentMountSays(), "192.0.2.7: nothing answered");
+    EXPECT_EQ(WhatACheckOfASilentMountSays(), "192.0.2.7 took no connection within 100 ms");
 }
 
 TEST_F(LinkChoiceTest, AnAdapterChosenWhileTheProcessRuns_LeavesTheSerialLineInUse) {

@@ -66,8 +66,8 @@ TEST_F(WhyNoMountTest, Address_IsNamedInPlaceOfAPort) {
     ExpectSwallow("*");
     Seed({{"chkIPAddress", "1"}, {"txtIpAddress", "10.0.0.7"}});
     Start();
-    EXPECT_EQ(WhyNotConnected(), "10.0.0.7: nothing answered");
-    EXPECT_EQ(WhatTheCheckSays(), "10.0.0.7: nothing answered");
+    EXPECT_EQ(WhyNotConnected(), "10.0.0.7 takes no connection: Connection refused");
+    EXPECT_EQ(WhatTheCheckSays(), "10.0.0.7 takes no connection: Connection refused");
 }
 
 TEST_F(WhyNoMountTest, WithoutAnAddress_ThatIsSaid) {
@@ -83,8 +83,8 @@ TEST_F(WhyNoMountTest, RestInterface_IsNamedByItsOwnAddress) {
     machine.applicationSettings.Set("QUAY", "Driver", "RestApiPort", "60007");
     Seed({{"chkIPAddress", "1"}, {"chkQuayRestApi", "1"}, {"txtIpAddress", "10.0.0.7"}});
     Start();
-    EXPECT_EQ(WhyNotConnected(), "127.0.0.1:60007: nothing answered");
-    EXPECT_EQ(WhatTheCheckSays(), "127.0.0.1:60007: nothing answered");
+    EXPECT_EQ(WhyNotConnected(), "127.0.0.1:60007 takes no connection: Connection refused");
+    EXPECT_EQ(WhatTheCheckSays(), "127.0.0.1:60007 takes no connection: Connection refused");
 }
 
 }  // namespace
