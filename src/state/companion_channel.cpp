@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::int32_t kQuayCheckIntervalMs = 60000;
 constexpr std::int32_t kFirstQuayCheckEarlierMs = 45 * 1000;
+constexpr int kTriesToEnable = 3;  // a text through the companion is not sent again by itself
 constexpr std::string_view kTimeAndZone = "1";
 constexpr std::string_view kCorrects = "1";
 
@@ -56,6 +57,9 @@ void CompanionChannel::CheckQuay() {
     log(LogLevel::Info, "QUAY Found!");
     log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));
     ShowMountInfo("");
+    if (!InPark(state_)) {
+        errors.Step([&] { EnableSafeSlewIfOwed(); });
+    }
 }
 
 bool CompanionChannel::PeriodicQuayCheck() {
@@ -67,8 +71,9 @@ bool CompanionChannel::PeriodicQuayCheck() {
         state_.g_tickLastQuayCheck = now;
         return true;
     }
-    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs || needs_.door.ExpectsPulseEnd()) {
-        return true;  // the end of a pulse would wait for the answer
+    const bool mustNotWait = needs_.door.ExpectsPulseEnd() || InParkMove(state_);
+    if (now - state_.g_tickLastQuayCheck < kQuayCheckIntervalMs || mustNotWait) {
+        return true;  // the end of a pulse would wait for the answer, and the look at a move ahead of a park
     }
     CheckQuay();
     state_.g_tickLastQuayCheck = driver_.clock.GetTickCount();
@@ -142,12 +147,13 @@ void CompanionChannel::DisableSafeSlew() {
     if (IsProved()) {
         safeSlewIsOff_ = true;
         const std::string reply = Talk(procedure::OneSetting).CommandString(wire::CompanionSafeSlewOff, "1");
+        offIsAnswered_ = !reply.empty();
         driver_.log.LogMessage("Telescope", LogLevel::Info, "Disabling QUAY Safe Slewing for CW Up Park = " + reply);
     }
 }
 
 void CompanionChannel::KeepSafeSlewOff() {
-    if (!safeSlewIsOff_) {
+    if (!safeSlewIsOff_ || !offIsAnswered_) {
         DisableSafeSlew();
     }
 }
@@ -161,8 +167,13 @@ void CompanionChannel::EnableSafeSlew() {
 }
 
 void CompanionChannel::EnableSafeSlewIfOwed() {
-    if (safeSlewIsOff_) {
+    for (int tries = 0; safeSlewIsOff_ && IsProved() && tries < kTriesToEnable; ++tries) {
         EnableSafeSlew();
+    }
+    if (safeSlewIsOff_) {
+        driver_.log.LogMessage("Telescope", LogLevel::Warning,
+                               "The companion may still slew without its own protection: it has not answered that its "
+                               "safe slews are on again");
     }
 }
 

@@ -92,12 +92,12 @@ public:
 
     /// The way of a park with the counterweight up is that of the driver: the companion must not slew in its own way.
     void DisableSafeSlew();
-    /// The same for the second leg: nothing where it is off already.
+    /// The same for the second leg: nothing where the companion has answered that it is off.
     void KeepSafeSlewOff();
     /// It may do so again.
     void EnableSafeSlew();
-    /// The same where that is still owed: a park can end in many ways, some of which send nothing. For use before each
-    /// slew, and at the end of the process.
+    /// The same where that is still owed: a park can end in many ways, some of which send nothing. A few tries; a
+    /// warning where it stays owed. For use before each slew, and at the end of the process.
     void EnableSafeSlewIfOwed();
 
     bool DoesRefraction();
@@ -122,6 +122,7 @@ private:
     DriverState& state_;
     bool parkIsItsOwn_ = false;   ///< the last park was handed over by its number, and answered
     bool safeSlewIsOff_ = false;  ///< and the companion has not answered yet that it is on again
+    bool offIsAnswered_ = false;  ///< the companion has answered that it is off
 };
 
 }  // namespace kestrane

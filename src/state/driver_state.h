@@ -167,8 +167,11 @@ struct DriverState : LogState, CounterState {
     OwnedBy<Motion, bool> g_bStandAwaited{false};  ///< a stop went out, and the mount has not reported that it stands
     OwnedBy<Motion, bool> g_bOwnSlew{false};       ///< the driver slews, or what follows such a slew is to come
     Tick g_tickLastGoto;                           ///< when the last goto went out, or was accepted after that
-    /// The companion has the last goto, and no status text has shown since that the mount moves.
+    /// The companion has the last goto, and no status text has shown since that the mount moves by it.
     bool g_bGotoPlanned = false;
+    /// The mount moved when the companion got that, and no status text has shown since that it stands: it may still go
+    /// where it was sent before.
+    bool g_bMovedWhenPlanned = false;
     Tick g_tickMotionStopped;                             ///< when a motion was stopped; valid where one was
     bool g_bMotionStopped = false;                        ///< a motion was stopped since the start
     double g_dFirstLegRa = 0.0;                           ///< target of the first leg, hours
@@ -240,6 +243,12 @@ struct DriverState : LogState, CounterState {
 /// Whether somebody can take the mount from a park: it is under way, or its first commands go out.
 inline bool InPark(const DriverState& state) {
     return state.g_bParking || state.g_bParkAsked;
+}
+
+/// Whether the last status text says that the mount slews.
+inline bool LastTextSaysSlewing(const DriverState& state) {
+    constexpr std::size_t kSlewField = 3;
+    return state.g_sStatus.size() > kSlewField && state.g_sStatus[kSlewField] == 'S';
 }
 
 /// Half a turn at the slowest of the slew rates takes half of it.

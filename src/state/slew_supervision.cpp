@@ -26,7 +26,6 @@ constexpr double kParkAltAzDegrees = 1.0;
 constexpr double kAtMarkedDegrees = 2.0;
 constexpr double kStandingDegrees = 0.05;  // between two readings: a mount that does not track, in its short format
 constexpr std::int32_t kStandsForMs = 8000;
-constexpr std::size_t kSlewField = 3;  // of the status text
 constexpr std::string_view kDistancePattern = "0.0000";
 constexpr std::string_view kSlewComplete = "SLEW COMPLETE";
 constexpr std::string_view kMayBeForgotten =
@@ -453,8 +452,7 @@ void PollLoop::WatchMarkedPark() {
     MarkedPark& park = *markedPark_;
     const bool textIsNew = state_.g_tickLastGos - state_.g_tickLastGoto > 0;
     // The flag of the motion would not do: it is set from the command on, until a text clears it.
-    const bool textSaysSo = state_.g_sStatus.size() > kSlewField && state_.g_sStatus[kSlewField] == 'S';
-    park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && textSaysSo);
+    park.saidToMove = park.saidToMove || (state_.g_bGosActive && textIsNew && LastTextSaysSlewing(state_));
     const CoordinateReads now = needs_.queries.Reads();
     if (park.tracking != state_.g_bTracking) {
         // What is computed and what the mount tells may differ: that is no motion.

@@ -142,6 +142,7 @@ void TelescopeCore::NoteGotoSent() {
 void TelescopeCore::StampGoto(GotoBy by) {
     state_.g_tickLastGoto = driver_.clock.GetTickCount();
     state_.g_bGotoPlanned = by == GotoBy::Companion;
+    state_.g_bMovedWhenPlanned = LastTextSaysSlewing(state_);
 }
 
 std::string_view TelescopeCore::WhatMoves() const {

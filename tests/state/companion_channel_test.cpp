@@ -85,12 +85,37 @@ TEST_F(CompanionChannelTest, SafeSlewsThatWereSwitchedOff_AreOwedUntilAnAnswer) 
     channel.DisableSafeSlew();
     mount.sent.clear();
     channel.EnableSafeSlewIfOwed();
-    channel.EnableSafeSlewIfOwed();
-    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,0"), 2) << "not answered yet";
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,0"), 3) << "not answered";
+    EXPECT_TRUE(
+        LoggedPart("The companion may still slew without its own protection: it has not answered that its safe "
+                   "slews are on again"));
     mount.replies["*DISABLESAFESLEW,0"] = "1";
     channel.EnableSafeSlewIfOwed();
     channel.EnableSafeSlewIfOwed();
-    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,0"), 3);
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,0"), 4);
+}
+
+TEST_F(CompanionChannelTest, SafeSlewsThatAreKeptOff_AreSwitchedOffAgainOnlyWithoutAnAnswer) {
+    Prove();
+    channel.DisableSafeSlew();
+    channel.KeepSafeSlewOff();
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,1"), 2) << "not answered";
+    mount.replies["*DISABLESAFESLEW,1"] = "1";
+    channel.KeepSafeSlewOff();
+    channel.KeepSafeSlewOff();
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,1"), 3);
+}
+
+/// Its loop has to read where the mount is, and three tries of the question may take longer than a reading lasts.
+TEST_F(CompanionChannelTest, DuringAMoveAheadOfAPark_IsNotLookedFor) {
+    state.g_bQuayConfigured = true;
+    state.g_tickLastQuayCheck = machine.clock.GetTickCount() - 120'000;
+    state.g_bSlewingEast = true;
+    EXPECT_TRUE(channel.PeriodicQuayCheck());
+    EXPECT_TRUE(mount.sent.empty());
+    state.g_bSlewingEast = false;
+    EXPECT_FALSE(channel.PeriodicQuayCheck());
+    EXPECT_EQ(mount.Times("QUAY"), 1);
 }
 
 }  // namespace

@@ -321,9 +321,11 @@ bool ParkSteps::SendCompanionParkAltAz(Sequence& mount) {
 /// Returns without a word when the park does not end in five minutes.
 void ParkSteps::AwaitCompanion() {
     const Tick begin = driver_.clock.GetTickCount();
+    const std::uint32_t stops = needs_.door.Stops();
     Tick askedAt = begin + kCompanionBeginsMs - kCompanionAskedMs;
     for (Tick now = begin; now - begin < kCompanionLongestMs; now = driver_.clock.GetTickCount()) {
-        if (IsTaken() || state_.g_bAbortPark || (state_.g_bParked && !state_.g_bSlewing)) {
+        const bool isOver = state_.g_bParked && !state_.g_bSlewing;
+        if (isOver || IsTaken() || state_.g_bAbortPark || needs_.door.Stops() != stops) {
             return;
         }
         if (now - askedAt >= kCompanionAskedMs) {

@@ -258,6 +258,7 @@ void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, 
 /// Whatever the companion answers, the slew counts as taken.
 void SlewSteps::HandOver(std::string_view origin, std::string_view head,
                          const std::function<std::optional<std::string>()>& slew) {
+    needs_.channel.EnableSafeSlewIfOwed();  // a companion that was found after the first leg
     needs_.motion.SlewIsToBeSent();
     const std::optional<std::string> reply = slew();
     if (!reply) {

@@ -199,8 +199,9 @@ bool StatusSteps::IsAskedJustAfterGoto() const {
 void StatusSteps::ParseSlew(char slew) {
     if (slew == 'S') {
         needs_.motion.MountReportsSlewing(true);
-        state_.g_bGotoPlanned = false;
+        state_.g_bGotoPlanned = state_.g_bGotoPlanned && state_.g_bMovedWhenPlanned;
     } else if (slew == '0') {
+        state_.g_bMovedWhenPlanned = false;
         if (!state_.g_bGotoSent || !IsAskedJustAfterGoto()) {
             needs_.motion.MountReportsSlewing(false);
         } else if (!state_.g_bStandAwaited) {  // else it is asked for each second

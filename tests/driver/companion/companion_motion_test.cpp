@@ -175,9 +175,59 @@ TEST_F(CompanionMotionTest, OwedSafeSlews_OutliveANewProof) {
     driver->link->Connected(false);
     telescope->Connected(true);
     ASSERT_EQ(TimesLogged("QUAY Found!"), 2);
-    ASSERT_TRUE(companion.safeSlewDisabled);
-    telescope->Tracking(true);
-    ExpectPaidBeforeTheNextSlew();
+    EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 1) << "paid as soon as the companion is there";
+    EXPECT_FALSE(companion.safeSlewDisabled);
+}
+
+TEST_F(CompanionMotionTest, OwedSafeSlews_AreAskedForAgain_WhereTheLineLosesTheCommand) {
+    ExpectSwallow("*");
+    OweSafeSlews();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    companion.SetLag(3, 1);
+    telescope->SlewToCoordinatesAsync(State().g_dRa, 30.0);
+    EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 2);
+    EXPECT_FALSE(companion.safeSlewDisabled);
+}
+
+/// A call that waits for the companion's park must not hold the process.
+TEST_F(CompanionMotionTest, TheEndOfTheProcess_EndsACallThatWaitsForAPark) {
+    ExpectSwallow("*");
+    ConnectToPark("2", {{"chkAsyncPark", "0"}});
+    const std::int64_t begin = machine.clock.Elapsed();
+    machine.pump.PostAt(begin + 5'000, CallKind::Stop, [&] { driver->EndOnRequest(); });
+    telescope->ParkMount(2);
+    EXPECT_EQ(machine.processes.ends, 1);
+    EXPECT_LE(machine.clock.Elapsed() - begin, 6'500);
+}
+
+class SynchronousParkTest : public CompanionMotionTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SynchronousParkTest, ReturnsWhenTheMountIsParked) {
+    ConnectToPark(GetParam(), {{"chkAsyncPark", "0"}});
+    telescope->Park();
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_TRUE(mount->Picture().parked);
+    EXPECT_EQ(TimesTold("*PARK"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, SynchronousParkTest, testing::Values("2", "6"));
+
+/// What the mount does meanwhile belongs to the slew before.
+TEST_F(CompanionMotionTest, ASlewThatIsPlannedWhileTheMountMoves_IsNotOverWithTheOneBefore) {
+    Connect(Road::CompanionPort);
+    telescope->SlewToCoordinatesAsync(State().g_dRa, 30.0);
+    machine.AdvanceTime(1'500);
+    driver->queries.QueryGos();
+    ASSERT_TRUE(mount->Picture().slewing);
+    companion.beforeGotoMs = 2'500;
+    telescope->SlewToCoordinatesAsync(State().g_dRa, 60.0);
+    for (int i = 0; i < 5; ++i) {
+        driver->queries.QueryGos();
+        machine.AdvanceTime(400);
+        EXPECT_TRUE(telescope->Slewing()) << i;
+    }
+    EXPECT_TRUE(WaitForSlewEnd());
+    EXPECT_NEAR(mount->Picture().declination, 60.0, 0.1);
 }
 
 TEST_F(CompanionMotionTest, OwedSafeSlews_OutliveAnUnpark) {
@@ -224,9 +274,9 @@ INSTANTIATE_TEST_SUITE_P(
     Replies, OwedSafeSlewsTest,
     testing::Values(OwedRow{"Answered", [](SimulatedCompanion&) {}, false},
                     OwedRow{"AnsweredAfterAStaleReply", [](auto& companion) { companion.SetLag(1, 1, true); }, false},
-                    OwedRow{"Stale", [](auto& companion) { companion.SetLag(1, 1); }, true},
-                    OwedRow{"TooStale", [](auto& companion) { companion.SetLag(3, 1); }, true},
-                    OwedRow{"Ahead", [](auto& companion) { companion.SetLag(-1, 1); }, true},
+                    OwedRow{"Stale", [](auto& companion) { companion.SetLag(1, 9); }, true},
+                    OwedRow{"TooStale", [](auto& companion) { companion.SetLag(3, 9); }, true},
+                    OwedRow{"Ahead", [](auto& companion) { companion.SetLag(-1, 9); }, true},
                     OwedRow{"Silent", [](auto& companion) { companion.SetFault(Fault::Silent); }, true},
                     OwedRow{"Gone", [](auto& companion) { companion.SetFault(Fault::Gone); }, true}),
     [](const auto& row) { return row.param.name; });
