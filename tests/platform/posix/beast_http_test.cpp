@@ -194,7 +194,7 @@ TEST(BeastHttpTest, AServerThatTakesNoBytes_IsGivenUpAtTheLimit) {
 /// A server that stands still takes some bytes of a request; what it has not taken must not arrive later.
 TEST(BeastHttpTest, ARequestThatIsGivenUpUnheard_IsTakenBack) {
     bool wasTakenBack = false;
-    for (std::size_t size = std::size_t{64} << 10; !wasTakenBack && size <= std::size_t{4} << 20; size *= 2) {
+    for (std::size_t size = std::size_t{64} << 10; !wasTakenBack && size <= std::size_t{1} << 20; size *= 2) {
         std::promise<void> givenUp;
         bool arrived = true;
         {
@@ -501,21 +501,27 @@ TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
     EXPECT_EQ(findUntil(5), address("192.0.2.2"));
 }
 
-/// Also where the lookup outlasts the limit: the answer to the next request tells.
+/// Also where each lookup outlasts the limit: what the first one has found out is told before the next one begins.
 TEST_F(NamedHost, WhoseLookupFailsSlowly_SaysWhy) {
-    const auto release = std::make_shared<std::promise<void>>();
-    const HostNames::Lookup lookup = [released = release->get_future().share()](const std::string&) {
-        released.wait();
+    const SlowLookup first;
+    const SlowLookup others;
+    const auto lookups = std::make_shared<std::atomic<int>>(0);
+    BeastHttp http({}, [first, others, lookups](const std::string& host) {
+        (++*lookups == 1 ? first : others)(host);
         return HostNames::Answer{.addresses = {}, .error = "the name server is down"};
-    };
-    BeastHttp http({}, lookup);
+    });
     HttpRequest request;
     request.host = "mount";
     request.limits.resolveMs = kShortMs;
-    EXPECT_EQ(http.Send(request).error, "the address of mount was not found within 60 ms");
-    release->set_value();
-    request.limits = kAmple;
-    EXPECT_EQ(http.Send(request).error, "there is no host mount: the name server is down");
+    const std::string notInTime = "the address of mount was not found within 60 ms";
+    EXPECT_EQ(http.Send(request).error, notInTime);
+    first.Release();
+    std::string error = notInTime;
+    for (int i = 0; i < 20 && error == notInTime; ++i) {
+        error = http.Send(request).error;
+    }
+    EXPECT_EQ(error, "there is no host mount: the name server is down");
+    others.Release();
 }
 
 TEST_F(NamedHost, WhoseLookupThrows_SaysWhy) {
