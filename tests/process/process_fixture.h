@@ -15,7 +15,7 @@
 namespace kestrane::process {
 
 /// What an answer may take of a driver that is up, in the worst moment.
-inline constexpr Seconds kPrompt{1.0};
+inline constexpr Seconds kPrompt{2.0};
 /// What a start, a connect or an end may take on a slow machine.
 inline constexpr Seconds kPatience{20.0};
 
