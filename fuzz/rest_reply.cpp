@@ -14,7 +14,7 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-/// Where the value of a key begins, by a look at each position.
+/// Where the value of a key begins, behind the blanks after its colon, by a look at each position.
 std::optional<std::size_t> ValueOf(std::string_view body, std::string_view key) {
     const std::string name = '"' + std::string(key) + '"';
     for (std::size_t start = 0; start + name.size() <= body.size(); ++start) {
@@ -26,7 +26,9 @@ std::optional<std::size_t> ValueOf(std::string_view body, std::string_view key) 
             ++at;
         }
         if (at < body.size() && body[at] == ':') {
-            return at + 1;
+            for (++at; at < body.size() && IsBlank(body[at]); ++at) {
+            }
+            return at;
         }
     }
     return std::nullopt;
@@ -51,10 +53,12 @@ std::string NaiveField(std::string_view body, std::string_view key) {
             value += c;
         }
     }
-    while (!value.empty() && IsBlank(value.front())) {
+    // With quotes only spaces go; without them a line end is layout too.
+    const auto goes = [&](char c) { return c == ' ' || (quotes == 0 && IsBlank(c)); };
+    while (value.starts_with(' ')) {
         value.erase(0, 1);
     }
-    while (!value.empty() && IsBlank(value.back())) {
+    while (!value.empty() && goes(value.back())) {
         value.pop_back();
     }
     return quotes == 0 && value == "null" ? "" : value;

@@ -61,7 +61,7 @@ std::string Field(std::string_view body, std::string_view key) {
     if (wasQuoted) {
         return Trim(value);
     }
-    value.resize(value.find_last_not_of(kBlanks) + 1);
+    value = Trim(std::string_view(value).substr(0, value.find_last_not_of(kBlanks) + 1));
     return value == "null" ? std::string{} : value;
 }
 

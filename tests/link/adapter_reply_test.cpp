@@ -59,6 +59,8 @@ TEST_F(StripResponseTest, TakesTheFieldsOutOfTheBody) {
              Row{R"({"ResponseString":"a,b}c","Success":true})", "a,b}c", "", true},
              Row{R"({"ResponseString":"a\"b\\c","Success":true})", "a\"b\\c", "", true},
              Row{R"({"ResponseString":12,"Success":true})", "12", "", true},
+             Row{R"({"ResponseString":\ 12 ,"Success":true})", "12", "", true},
+             Row{"{\"ResponseString\":\" \t12\n \",\"Success\":true}", "\t12\n", "", true},
              Row{R"({"Result":"ResponseString","ResponseString":"1#","Success":true})", "1#", "ResponseString", true},
              Row{R"({"ResponseString":"open)", "open", "", false},
              Row{R"({"ResponseString":"open\)", "open", "", false},
