@@ -120,6 +120,9 @@ public:
     const std::string& Caption() const { return caption_; }
     void Caption(std::string_view caption);
 
+    /// Whether the driver is filling the window (`FillsForm`): a change of a control is then no person's.
+    bool IsFilling() const { return fillings_ > 0; }
+
     /// In the order in which they were made.
     const std::vector<Control*>& Controls() const { return controls_; }
     /// Null when there is no control with that name.
@@ -136,6 +139,7 @@ public:
 
 private:
     friend class Control;
+    friend class FillsForm;
     void Add(Control& control);
     void Announce(std::string_view control, Property property);
 
@@ -145,9 +149,23 @@ private:
     bool unloading_ = false;
     bool loadsNoMore_ = false;
     bool visible_ = false;
+    int fillings_ = 0;
     std::function<void()> onLoad_, onUnload_;
     std::vector<Control*> controls_;
     std::vector<FormView*> views_;
+};
+
+/// While an object of this class lives, changes in the controls of the window are the driver's own filling, and no
+/// setting is kept for them. They may nest. It must not outlive the window.
+class FillsForm {
+public:
+    explicit FillsForm(Form& form) : form_(form) { ++form_.fillings_; }
+    ~FillsForm() { --form_.fillings_; }
+    FillsForm(const FillsForm&) = delete;
+    FillsForm& operator=(const FillsForm&) = delete;
+
+private:
+    Form& form_;
 };
 
 /// A control of a window, which registers itself there under its name; a name is unique in a window. Each write loads

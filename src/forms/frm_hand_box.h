@@ -24,8 +24,6 @@ public:
     bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
     bool inTray = false;          ///< an icon in the tray stands for the window
 
-    /// The number of fillings under way, see `FillsHandBox`. Changes are kept in the settings only while it is 0.
-    int fillings = 0;
     double customRateLimit = 0.0;  ///< `txtRaCustom` and `txtDecCustom` accept values from minus this to plus this
     std::int32_t pageIndex = 0;    ///< the shown page of the panel, 0 to 2
     bool expanded = false;         ///< the panel shows more than position and motion
@@ -243,19 +241,6 @@ public:
     Timer tmrSouthStop{*this, "tmrSouthStop", pump_, 0, false, Ticks::Promptly};       ///< end of a pulse, its length
     Timer tmrCalibratePulseGuide{*this, "tmrCalibratePulseGuide", pump_, 250, false};  ///< without an action
     Timer tmrVersionDifferent{*this, "tmrVersionDifferent", pump_, 0, true};  ///< shows a new version in `lblMain`
-};
-
-/// While an object of this class lives, changes in the controls of the hand box are the driver's own filling, and no
-/// setting is written for them. They may nest.
-class FillsHandBox {
-public:
-    explicit FillsHandBox(frmHandBox& handBox) : handBox_(handBox) { ++handBox_.fillings; }
-    ~FillsHandBox() { --handBox_.fillings; }
-    FillsHandBox(const FillsHandBox&) = delete;
-    FillsHandBox& operator=(const FillsHandBox&) = delete;
-
-private:
-    frmHandBox& handBox_;
 };
 
 }  // namespace kestrane

@@ -68,7 +68,7 @@ void MountRates::LogRates(std::string_view origin, const MountRateCollection& ra
 }
 
 void MountRates::FillLists() {
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     const std::vector<std::string> guide = TextsOf(guide_);
     for (ComboBox* list : {&needs_.handBox.cbxInitGuideRate, &needs_.initMount.cbxInitGuideRate,
                            &needs_.initialSetup.cbxInitGuideRate}) {

@@ -19,11 +19,27 @@ constexpr std::string_view kStepMultiplierWhenEmpty = "10";
 
 }  // namespace
 
-FocuserSetup::FocuserSetup(FocuserSetupNeeds needs) : needs_(std::move(needs)), driver_(needs_.driver) {
-    needs_.form.OnLoad([this] { Fill(); });
-    needs_.form.btnCheckPort.OnClick([this] { CheckPort(); });
-    needs_.form.btnOK.OnClick([this] {
-        Store();
+FocuserSetup::FocuserSetup(FocuserSetupNeeds needs)
+    : needs_(std::move(needs)), driver_(needs_.driver), kept_(needs_.form, driver_.persist, Keeps::WhenStored) {
+    frmSetupFocuser& form = needs_.form;
+    kept_.Add(KeptText{.control = form.txtBacklashMSecs,
+                       .key = setting::Focus_txtBacklashMSecs,
+                       .whenEmpty = setting::Focus_txtBacklashMSecs.fallback});
+    kept_.Add(KeptText{.control = form.txtMaxIncrementMSecs,
+                       .key = setting::Focus_txtMaxIncrementMSecs,
+                       .whenEmpty = setting::Focus_txtMaxIncrementMSecs.fallback});
+    kept_.Add(KeptText{.control = form.txtStepMultiplierMSecs,
+                       .key = setting::Focus_txtStepMultiplierMSecs,
+                       .whenEmpty = kStepMultiplierWhenEmpty});
+    kept_.Add(KeptCheck{form.chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection});
+    kept_.Add(KeptOption{form.radFocusFast, form.radFocusSlow, setting::Focus_radFocusFast});
+    kept_.Add(KeptOption{form.radFocusFinalDirectionIn, form.radFocusFinalDirectionOut,
+                         setting::Focus_radFocusFinalDirectionIn});
+    form.OnLoad([this] { Fill(); });
+    form.btnCheckPort.OnClick([this] { CheckPort(); });
+    form.btnOK.OnClick([this] {
+        driver_.persist.Write(setting::Port, needs_.form.cbxPort.Text());
+        kept_.Store();
         needs_.form.Hide();
     });
 }
@@ -36,24 +52,10 @@ void FocuserSetup::ShowModal() {
     needs_.form.Unload();
 }
 
-std::string FocuserSetup::Stored(const SettingKey& key) {
-    const std::string text = driver_.persist.Read(key);
-    return text.empty() ? std::string(key.fallback) : text;
-}
-
 void FocuserSetup::Fill() {
-    frmSetupFocuser& form = needs_.form;
-    form.lblVersion.Text("ASCOM V2 Focuser Driver - v" + std::string(application::kDriverVersion));
+    needs_.form.lblVersion.Text("ASCOM V2 Focuser Driver - v" + std::string(application::kDriverVersion));
     FillPorts();
-    const bool fast = Stored(setting::Focus_radFocusFast) == "True";
-    (fast ? form.radFocusFast : form.radFocusSlow).Checked(true);
-    const bool endsInward = Stored(setting::Focus_radFocusFinalDirectionIn) == "True";
-    (endsInward ? form.radFocusFinalDirectionIn : form.radFocusFinalDirectionOut).Checked(true);
-    form.txtBacklashMSecs.Text(Stored(setting::Focus_txtBacklashMSecs));
-    form.txtMaxIncrementMSecs.Text(Stored(setting::Focus_txtMaxIncrementMSecs));
-    const std::string multiplier = driver_.persist.Read(setting::Focus_txtStepMultiplierMSecs);
-    form.txtStepMultiplierMSecs.Text(multiplier.empty() ? kStepMultiplierWhenEmpty : multiplier);
-    form.chkReverseFocusDirection.Checked(driver_.persist.ReadFlag(setting::Focus_chkReverseFocusDirection));
+    kept_.Fill();
 }
 
 /// The port of the settings is offered also when it has no device: OK must not change it by itself.
@@ -62,7 +64,8 @@ void FocuserSetup::FillPorts() {
     for (const SerialPortEntry& entry : needs_.serialPorts.ListPorts().ports) {
         names.push_back(entry.name);
     }
-    const std::string stored = Stored(setting::Port);
+    const std::string kept = driver_.persist.Read(setting::Port);
+    const std::string stored = kept.empty() ? std::string(setting::Port.fallback) : kept;
     auto selected = std::ranges::find(names, stored);
     if (selected == names.end()) {
         selected = names.insert(names.end(), stored);
@@ -88,18 +91,6 @@ void FocuserSetup::CheckPort() {
     }
     needs_.messageBoxes.Show(found ? "Mount found! Firmware Rev: " + version : "Mount not found!", application::kTitle,
                              MessageIcon::Information);
-}
-
-void FocuserSetup::Store() {
-    const frmSetupFocuser& form = needs_.form;
-    Persist& persist = driver_.persist;
-    persist.Write(setting::Port, form.cbxPort.Text());
-    persist.Write(setting::Focus_txtMaxIncrementMSecs, form.txtMaxIncrementMSecs.Text());
-    persist.Write(setting::Focus_chkReverseFocusDirection, ZeroOrOne(form.chkReverseFocusDirection.Checked()));
-    persist.Write(setting::Focus_txtBacklashMSecs, form.txtBacklashMSecs.Text());
-    persist.Write(setting::Focus_txtStepMultiplierMSecs, form.txtStepMultiplierMSecs.Text());
-    persist.Write(setting::Focus_radFocusFinalDirectionIn, TrueFalse(form.radFocusFinalDirectionIn.Checked()));
-    persist.Write(setting::Focus_radFocusFast, TrueFalse(form.radFocusFast.Checked()));
 }
 
 }  // namespace kestrane

@@ -10,6 +10,7 @@
 #include "platform/system_services.h"
 #include "settings/persist.h"
 #include "state/essentials.h"
+#include "ui/kept_controls.h"
 
 namespace kestrane {
 
@@ -38,11 +39,10 @@ private:
     void Fill();
     void FillPorts();
     void CheckPort();
-    void Store();
-    std::string Stored(const SettingKey& key);
 
     FocuserSetupNeeds needs_;
     Essentials driver_;
+    KeptControls kept_;
 };
 
 }  // namespace kestrane

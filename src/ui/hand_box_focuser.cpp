@@ -19,13 +19,9 @@ void HandBoxPanel::WireFocuser() {
 
 /// What was stored counts from the next move on.
 void HandBoxPanel::OnFocuserChange() {
-    if (needs_.handBox.fillings == 0) {
+    if (!needs_.handBox.IsFilling()) {
         needs_.focusMotor.UpdateValues();
     }
-}
-
-bool HandBoxPanel::IsWholeNumber(std::string_view text) {
-    return IsAllDigits(text);
 }
 
 }  // namespace kestrane

@@ -1,5 +1,4 @@
-#include <algorithm>
-#include <utility>
+#include <span>
 #include <vector>
 
 #include "kernel/base/conversions.h"
@@ -10,196 +9,103 @@ namespace kestrane {
 namespace {
 
 constexpr std::string_view kAltAz = "Alt/Az";
-constexpr std::int32_t kAltAzIndex = 6;
-constexpr std::int32_t kOldAltAzIndex = 5;  ///< its index in settings that keep no text beside it
-
 constexpr std::string_view kPem[] = {"Disable PEM", "Enable PEM"};
 constexpr std::string_view kPriorities[] = {"High", "Above Normal", "Normal", "Below Normal", "Low"};
 constexpr std::string_view kParkTo[] = {"Current Position", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", kAltAz};
 constexpr std::string_view kUnparkFrom[] = {"Last Parked", "Park 1", "Park 2", "Park 3",
                                             "Park 4",      "Park 5", kAltAz,   "Don't Unpark"};
 
+std::function<std::vector<std::string>()> Fixed(std::span<const std::string_view> items) {
+    return [items] { return std::vector<std::string>(items.begin(), items.end()); };
+}
+
 }  // namespace
 
+void HandBoxPanel::WireSettings() {
+    KeepLists();
+    KeepChecks();
+    KeepTexts();
+    KeepOptions();
+    kept_.Add(
+        KeptScroll{needs_.handBox.hscrReticleBrightness, setting::hscrReticleBrightness, [this] { ShowBrightness(); }});
+}
+
 // clang-format off
-std::span<const HandBoxPanel::CheckRow> HandBoxPanel::CheckRows() {
-    static constexpr CheckRow rows[] = {
-        {&frmHandBox::chkSlewEast, setting::chkSlewEast},
-        {&frmHandBox::chkConvertAltAzToRaDec, setting::chkConvertAltAzToRaDec},
-        {&frmHandBox::chkSwapEW, setting::chkSwapEW},
-        {&frmHandBox::chkSwapNS, setting::chkSwapNS},
-        {&frmHandBox::chkRotate90, setting::chkRotate90},
-        {&frmHandBox::chkEnableKingRate, setting::chkEnableKingRate, &HandBoxPanel::OnKingRateChange},
-        {&frmHandBox::chkEnableMountTracking, setting::chkEnableMountTracking},
-        {&frmHandBox::chkKeepMountTimeSyncedToPcTime, setting::chkKeepMountTimeSyncedToPcTime},
-        {&frmHandBox::chkSynchronousPulseGuide, setting::chkSynchronousPulseGuide,
-         &HandBoxPanel::OnSynchronousPulseChange},
-        {&frmHandBox::chkUseRCAL, setting::chkUseRCAL, nullptr, &HandBoxPanel::MayClearRcal},
-        {&frmHandBox::chkCalcAzAlt, setting::chkCalcAzAlt},
-        {&frmHandBox::chkCalcLST, setting::chkCalcLST},
-        {&frmHandBox::chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection, &HandBoxPanel::OnFocuserChange},
-        {&frmHandBox::chkShowAllControls, setting::chkShowAllControls, &HandBoxPanel::OnShowAllChange},
-    };
-    return rows;
+void HandBoxPanel::KeepLists() {
+    frmHandBox& handBox = needs_.handBox;
+    const auto enableUserPark = [this] { EnableUserPark(); };
+    kept_.Add(KeptList{.control = handBox.cbxMoveRate, .key = setting::cbxMoveRate});
+    kept_.Add(KeptList{.control = handBox.cbxInitGuideRate, .key = setting::cbxInitGuideRate});
+    kept_.Add(KeptList{.control = handBox.cbxInitSlewRate, .key = setting::cbxInitSlewRate});
+    kept_.Add(KeptList{.control = handBox.cbxInitPEM, .key = setting::cbxInitPEM, .items = Fixed(kPem)});
+    kept_.Add(KeptList{.control = handBox.cbxWindowsPriority, .key = setting::cbxWindowsPriority,
+                       .items = Fixed(kPriorities), .changed = [this] { OnPriorityChange(); }});
+    kept_.Add(KeptList{.control = handBox.cbxParkTo, .key = setting::cbxParkTo, .items = Fixed(kParkTo),
+                       .text = setting::cbxParkToText, .changed = enableUserPark});
+    kept_.Add(KeptList{.control = handBox.cbxUnparkFrom, .key = setting::cbxUnparkFrom, .items = Fixed(kUnparkFrom),
+                       .text = setting::cbxUnparkFromText, .changed = enableUserPark});
 }
 
-std::span<const HandBoxPanel::TextRow> HandBoxPanel::TextRows() {
-    static constexpr TextRow rows[] = {
-        {&frmHandBox::txtSlewEastFirstHours, setting::txtSlewEastFirstHours},
-        {&frmHandBox::txtUserParkAlt, setting::txtUserParkAlt, nullptr, &HandBoxPanel::OnUserParkChange},
-        {&frmHandBox::txtUserParkAz, setting::txtUserParkAz, nullptr, &HandBoxPanel::OnUserParkChange},
-        {&frmHandBox::txtRaCustom, setting::txtRaCustom, &HandBoxPanel::CustomRateIsGood},
-        {&frmHandBox::txtDecCustom, setting::txtDecCustom, &HandBoxPanel::CustomRateIsGood},
-        {&frmHandBox::txtInitRaBacklash, setting::txtInitRaBacklash},
-        {&frmHandBox::txtInitDecBacklash, setting::txtInitDecBacklash},
-        {&frmHandBox::txtCustomSlewRate, setting::txtCustomSlewRate},
-        {&frmHandBox::txtScopeFocalLength, setting::txtScopeFocalLength},
-        {&frmHandBox::txtScopeAperture, setting::txtScopeAperture},
-        {&frmHandBox::txtMeridianDelay, setting::txtMeridianDelay},
-        {&frmHandBox::txtBacklashMSecs, setting::Focus_txtBacklashMSecs, &HandBoxPanel::IsWholeNumber, &HandBoxPanel::OnFocuserChange},
-        {&frmHandBox::txtStepMultiplierMSecs, setting::Focus_txtStepMultiplierMSecs, &HandBoxPanel::IsWholeNumber,
-         &HandBoxPanel::OnFocuserChange},
-        {&frmHandBox::txtMaxIncrementMSecs, setting::Focus_txtMaxIncrementMSecs, &HandBoxPanel::IsWholeNumber,
-         &HandBoxPanel::OnFocuserChange},
-    };
-    return rows;
+void HandBoxPanel::KeepChecks() {
+    frmHandBox& handBox = needs_.handBox;
+    kept_.Add(KeptCheck{handBox.chkSlewEast, setting::chkSlewEast});
+    kept_.Add(KeptCheck{handBox.chkConvertAltAzToRaDec, setting::chkConvertAltAzToRaDec});
+    kept_.Add(KeptCheck{handBox.chkSwapEW, setting::chkSwapEW});
+    kept_.Add(KeptCheck{handBox.chkSwapNS, setting::chkSwapNS});
+    kept_.Add(KeptCheck{handBox.chkRotate90, setting::chkRotate90});
+    kept_.Add(KeptCheck{handBox.chkEnableKingRate, setting::chkEnableKingRate, [this] { OnKingRateChange(); }});
+    kept_.Add(KeptCheck{handBox.chkEnableMountTracking, setting::chkEnableMountTracking});
+    kept_.Add(KeptCheck{handBox.chkKeepMountTimeSyncedToPcTime, setting::chkKeepMountTimeSyncedToPcTime});
+    kept_.Add(KeptCheck{handBox.chkSynchronousPulseGuide, setting::chkSynchronousPulseGuide,
+                        [this] { OnSynchronousPulseChange(); }});
+    kept_.Add(KeptCheck{.control = handBox.chkUseRCAL, .key = setting::chkUseRCAL,
+                        .mayClear = [this] { return needs_.askForPlainSyncs(); }});
+    kept_.Add(KeptCheck{handBox.chkCalcAzAlt, setting::chkCalcAzAlt});
+    kept_.Add(KeptCheck{handBox.chkCalcLST, setting::chkCalcLST});
+    kept_.Add(KeptCheck{handBox.chkReverseFocusDirection, setting::Focus_chkReverseFocusDirection,
+                        [this] { OnFocuserChange(); }});
+    kept_.Add(KeptCheck{handBox.chkShowAllControls, setting::chkShowAllControls, [this] { OnShowAllChange(); }});
 }
 
-std::span<const HandBoxPanel::ListRow> HandBoxPanel::ListRows() {
-    static constexpr ListRow rows[] = {
-        {&frmHandBox::cbxMoveRate, setting::cbxMoveRate},
-        {&frmHandBox::cbxInitGuideRate, setting::cbxInitGuideRate},
-        {&frmHandBox::cbxInitSlewRate, setting::cbxInitSlewRate},
-        {&frmHandBox::cbxInitPEM, setting::cbxInitPEM, kPem},
-        {&frmHandBox::cbxWindowsPriority, setting::cbxWindowsPriority, kPriorities, nullptr, &HandBoxPanel::OnPriorityChange},
-        {&frmHandBox::cbxParkTo, setting::cbxParkTo, kParkTo, &setting::cbxParkToText, &HandBoxPanel::EnableUserPark},
-        {&frmHandBox::cbxUnparkFrom, setting::cbxUnparkFrom, kUnparkFrom, &setting::cbxUnparkFromText,
-         &HandBoxPanel::EnableUserPark},
-    };
-    return rows;
+void HandBoxPanel::KeepTexts() {
+    frmHandBox& handBox = needs_.handBox;
+    const auto isCustomRate = [this](std::string_view text) { return CustomRateIsGood(text); };
+    const auto onUserPark = [this] { OnUserParkChange(); };
+    const auto onFocuser = [this] { OnFocuserChange(); };
+    kept_.Add(KeptText{handBox.txtSlewEastFirstHours, setting::txtSlewEastFirstHours});
+    kept_.Add(KeptText{.control = handBox.txtUserParkAlt, .key = setting::txtUserParkAlt, .changed = onUserPark});
+    kept_.Add(KeptText{.control = handBox.txtUserParkAz, .key = setting::txtUserParkAz, .changed = onUserPark});
+    kept_.Add(KeptText{handBox.txtRaCustom, setting::txtRaCustom, isCustomRate});
+    kept_.Add(KeptText{handBox.txtDecCustom, setting::txtDecCustom, isCustomRate});
+    kept_.Add(KeptText{handBox.txtInitRaBacklash, setting::txtInitRaBacklash});
+    kept_.Add(KeptText{handBox.txtInitDecBacklash, setting::txtInitDecBacklash});
+    kept_.Add(KeptText{handBox.txtCustomSlewRate, setting::txtCustomSlewRate});
+    kept_.Add(KeptText{handBox.txtScopeFocalLength, setting::txtScopeFocalLength});
+    kept_.Add(KeptText{handBox.txtScopeAperture, setting::txtScopeAperture});
+    kept_.Add(KeptText{handBox.txtMeridianDelay, setting::txtMeridianDelay});
+    kept_.Add(KeptText{handBox.txtBacklashMSecs, setting::Focus_txtBacklashMSecs, IsAllDigits, onFocuser});
+    kept_.Add(KeptText{handBox.txtStepMultiplierMSecs, setting::Focus_txtStepMultiplierMSecs, IsAllDigits, onFocuser});
+    kept_.Add(KeptText{handBox.txtMaxIncrementMSecs, setting::Focus_txtMaxIncrementMSecs, IsAllDigits, onFocuser});
 }
 
-std::span<const HandBoxPanel::OptionRow> HandBoxPanel::OptionRows() {
-    static constexpr OptionRow rows[] = {
-        {&frmHandBox::radFocusFast, &frmHandBox::radFocusSlow, setting::Focus_radFocusFast, &HandBoxPanel::OnFocuserChange},
-        {&frmHandBox::radFocusFinalDirectionIn, &frmHandBox::radFocusFinalDirectionOut,
-         setting::Focus_radFocusFinalDirectionIn, &HandBoxPanel::OnFocuserChange},
-    };
-    return rows;
+void HandBoxPanel::KeepOptions() {
+    frmHandBox& handBox = needs_.handBox;
+    const auto onFocuser = [this] { OnFocuserChange(); };
+    kept_.Add(KeptOption{handBox.radFocusFast, handBox.radFocusSlow, setting::Focus_radFocusFast, onFocuser});
+    kept_.Add(KeptOption{handBox.radFocusFinalDirectionIn, handBox.radFocusFinalDirectionOut,
+                         setting::Focus_radFocusFinalDirectionIn, onFocuser});
 }
 // clang-format on
-
-void HandBoxPanel::WireSettings() {
-    for (const CheckRow& row : CheckRows()) {
-        (needs_.handBox.*row.control).OnClick([this, &row] { OnCheck(row); });
-    }
-    for (const TextRow& row : TextRows()) {
-        (needs_.handBox.*row.control).OnChange([this, &row] { OnText(row); });
-    }
-    for (const ListRow& row : ListRows()) {
-        (needs_.handBox.*row.control).OnClick([this, &row] { OnList(row); });
-    }
-    for (const OptionRow& row : OptionRows()) {
-        const auto keep = [this, &row] { OnOption(row); };
-        (needs_.handBox.*row.whenTrue).OnClick(keep);
-        (needs_.handBox.*row.whenFalse).OnClick(keep);
-    }
-    needs_.handBox.hscrReticleBrightness.OnChange([this] {
-        const std::string value = std::to_string(needs_.handBox.hscrReticleBrightness.Value());
-        needs_.handBox.lblBrightness.Text(value);
-        Keep(setting::hscrReticleBrightness, value);
-    });
-}
-
-void HandBoxPanel::OnText(const TextRow& row) {
-    const std::string text = (needs_.handBox.*row.control).Text();
-    if (!row.good || (this->*row.good)(text)) {
-        Keep(row.key, text);
-        if (row.changed) {
-            (this->*row.changed)();
-        }
-    }
-}
-
-void HandBoxPanel::OnList(const ListRow& row) {
-    const ComboBox& box = needs_.handBox.*row.control;
-    if (box.ListIndex() >= 0) {
-        Keep(row.key, std::to_string(box.ListIndex()));
-        if (row.text) {
-            Keep(*row.text, box.Text());
-        }
-    }
-    if (row.changed) {
-        (this->*row.changed)();
-    }
-}
-
-void HandBoxPanel::OnOption(const OptionRow& row) {
-    Keep(row.key, TrueFalse((needs_.handBox.*row.whenTrue).Checked()));
-    if (row.changed) {
-        (this->*row.changed)();
-    }
-}
-
-void HandBoxPanel::OnCheck(const CheckRow& row) {
-    CheckBox& box = needs_.handBox.*row.control;
-    if (row.mayClear && needs_.handBox.fillings == 0 && !box.Checked()) {
-        const bool clears = (this->*row.mayClear)();
-        const FillsHandBox filling(needs_.handBox);
-        box.Checked(!clears);  // the answer counts, also where the box was filled anew meanwhile
-    }
-    Keep(row.key, ZeroOrOne(box.Checked()));
-    if (row.changed) {
-        (this->*row.changed)();
-    }
-}
-
-void HandBoxPanel::Keep(const SettingKey& key, std::string_view value) {
-    if (needs_.handBox.fillings == 0) {
-        driver_.persist.Write(key, value);
-    }
-}
 
 void HandBoxPanel::UpdateControls() {
     frmHandBox& handBox = needs_.handBox;
     handBox.EnsureLoaded();
-    const FillsHandBox filling(handBox);
-    for (const ListRow& row : ListRows()) {
-        FillList(row);
-    }
-    for (const CheckRow& row : CheckRows()) {
-        (handBox.*row.control).Checked(driver_.persist.ReadFlag(row.key));
-    }
+    const FillsForm filling(handBox);
+    kept_.Fill();
     handBox.chkEnableDebugLog.Checked(state_.g_bDebugLog);
-    for (const TextRow& row : TextRows()) {
-        TextBox& box = handBox.*row.control;
-        const std::string fallback = row.key.fallback.empty() ? box.Text() : std::string(row.key.fallback);
-        box.Text(driver_.persist.ReadIniValue(row.key.name, fallback));
-    }
-    for (const OptionRow& row : OptionRows()) {
-        const std::string stored = driver_.persist.Read(row.key);
-        const bool value = (stored.empty() ? row.key.fallback : stored) == "True";
-        (handBox.*(value ? row.whenTrue : row.whenFalse)).Checked(true);
-    }
-    ResetReticleBrightness();
+    ShowBrightness();
     FillMountLabels();
     ShowFrames();
-}
-
-void HandBoxPanel::FillList(const ListRow& row) {
-    ComboBox& box = needs_.handBox.*row.control;
-    if (!row.items.empty()) {
-        box.ListItems(std::vector<std::string>(row.items.begin(), row.items.end()));
-    }
-    const auto last = static_cast<std::int32_t>(box.ListItems().size()) - 1;
-    std::int32_t index = StoredNumber(row.key);
-    if (row.text && index == kOldAltAzIndex && driver_.persist.Read(*row.text).empty()) {
-        index = kAltAzIndex;
-    }
-    box.ListIndex(std::min(index, last));
-    if (row.changed) {
-        (this->*row.changed)();
-    }
 }
 
 void HandBoxPanel::EnableUserPark() {
@@ -214,7 +120,7 @@ void HandBoxPanel::OnSynchronousPulseChange() {
 }
 
 void HandBoxPanel::OnPriorityChange() {
-    if (needs_.handBox.fillings == 0) {
+    if (!needs_.handBox.IsFilling()) {
         needs_.applyWindowsPriority(needs_.handBox.cbxWindowsPriority.ListIndex());
     }
 }
@@ -229,7 +135,7 @@ void HandBoxPanel::FillMountLabels() {
 
 void HandBoxPanel::ShowCurrentSite() {
     needs_.handBox.EnsureLoaded();
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     FillSite();
 }
 
@@ -254,17 +160,12 @@ const Site* HandBoxPanel::CurrentSite() {
     return nullptr;
 }
 
-std::int32_t HandBoxPanel::NumberOf(std::string_view text) {
-    constexpr double kLimit = 1e6;
-    return RoundHalfEven(std::clamp(Val_Global(text, driver_.log), -kLimit, kLimit));
-}
-
-std::int32_t HandBoxPanel::StoredNumber(const SettingKey& key) {
-    return NumberOf(driver_.persist.Read(key));
-}
-
 void HandBoxPanel::ResetReticleBrightness() {
-    needs_.handBox.hscrReticleBrightness.Value(StoredNumber(setting::hscrReticleBrightness));
+    needs_.handBox.hscrReticleBrightness.Value(StoredNumber(driver_.persist, setting::hscrReticleBrightness));
+    ShowBrightness();
+}
+
+void HandBoxPanel::ShowBrightness() {
     needs_.handBox.lblBrightness.Text(std::to_string(needs_.handBox.hscrReticleBrightness.Value()));
 }
 

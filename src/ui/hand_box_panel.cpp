@@ -53,7 +53,10 @@ void Show(Label& label, const std::string& text, Colours colours) {
 }  // namespace
 
 HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
-    : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {
+    : needs_(std::move(needs)),
+      driver_(needs_.driver),
+      state_(driver_.state),
+      kept_(needs_.handBox, driver_.persist, Keeps::AtOnce) {
     needs_.handBox.OnLoad([this] { OnLoad(); });
     needs_.handBox.tmrSlewFlashUI.OnTick([this] { OnFlashTick(); });
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
@@ -71,7 +74,7 @@ HandBoxPanel::HandBoxPanel(HandBoxPanelNeeds needs)
 }
 
 void HandBoxPanel::OnLoad() {
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     RestorePosition();
     SetUiGuideIndicator(kAllGuideMarks, false);
     needs_.queries.ResetQueryTimes();
@@ -89,19 +92,20 @@ void HandBoxPanel::OnLoad() {
     handBox.customRateLimit = state_.g_dMaxMoveRate;
     handBox.expanded = driver_.persist.ReadFlag(setting::chkShowAllControls);
     handBox.chkShowAllControls.Checked(handBox.expanded);
-    needs_.applyWindowsPriority(StoredNumber(setting::cbxWindowsPriority));
+    needs_.applyWindowsPriority(StoredNumber(driver_.persist, setting::cbxWindowsPriority));
     ShowFrames();
 }
 
 void HandBoxPanel::RestorePosition() {
     frmHandBox& handBox = needs_.handBox;
+    const auto number = [&](std::string_view text) { return NumberOf(text, driver_.log); };
     const std::string remember = driver_.persist.Read(setting::chkRememberPosition);
     const std::string top = driver_.persist.Read(setting::FormTop);
     const std::string left = driver_.persist.Read(setting::FormLeft);
     const std::string onTop = driver_.persist.Read(setting::chkAlwaysOnTop);
-    handBox.top = NumberOf(top);
-    handBox.left = NumberOf(left);
-    handBox.restorePosition = NumberOf(remember) != 0;
+    handBox.top = number(top);
+    handBox.left = number(left);
+    handBox.restorePosition = number(remember) != 0;
     handBox.alwaysOnTop = onTop != "0";
     driver_.log.LogMessage("Load", LogLevel::Info,
                            "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);

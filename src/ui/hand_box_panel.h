@@ -31,6 +31,7 @@
 #include "state/site_query.h"
 #include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
+#include "ui/kept_controls.h"
 #include "ui/move_commands.h"
 
 namespace kestrane {
@@ -141,36 +142,6 @@ public:
     }
 
 private:
-    struct CheckRow {
-        CheckBox frmHandBox::*control;
-        SettingKey key;
-        void (HandBoxPanel::*changed)() = nullptr;   ///< what else happens at a change
-        bool (HandBoxPanel::*mayClear)() = nullptr;  ///< the box is ticked again where it is false
-    };
-    struct TextRow {
-        TextBox frmHandBox::*control;
-        SettingKey key;
-        bool (HandBoxPanel::*good)(std::string_view text) = nullptr;  ///< a text for which it is false is not kept
-        void (HandBoxPanel::*changed)() = nullptr;                    ///< what else happens at a change that is good
-    };
-    struct ListRow {
-        ComboBox frmHandBox::*control;
-        SettingKey key;
-        std::span<const std::string_view> items = {};  ///< empty: the rates of the mount fill the list
-        const SettingKey* text = nullptr;              ///< where the selected text is kept beside its index
-        void (HandBoxPanel::*changed)() = nullptr;     ///< what else happens at a change
-    };
-    struct OptionRow {
-        OptionButton frmHandBox::*whenTrue;
-        OptionButton frmHandBox::*whenFalse;
-        SettingKey key;
-        void (HandBoxPanel::*changed)() = nullptr;  ///< what else happens at a change
-    };
-    static std::span<const CheckRow> CheckRows();
-    static std::span<const TextRow> TextRows();
-    static std::span<const ListRow> ListRows();
-    static std::span<const OptionRow> OptionRows();
-
     // hand_box_panel.cpp
     void OnLoad();
     void RestorePosition();
@@ -181,20 +152,16 @@ private:
 
     // hand_box_lists.cpp
     void WireSettings();
-    void FillList(const ListRow& row);
+    void KeepLists();
+    void KeepChecks();
+    void KeepTexts();
+    void KeepOptions();
     void FillMountLabels();
     void FillSite();
     /// Null when no site is selected or the selected one is gone.
     const Site* CurrentSite();
-    std::int32_t NumberOf(std::string_view text);
-    std::int32_t StoredNumber(const SettingKey& key);
-    void Keep(const SettingKey& key, std::string_view value);
-    void OnCheck(const CheckRow& row);
-    void OnText(const TextRow& row);
-    void OnList(const ListRow& row);
-    void OnOption(const OptionRow& row);
-    bool MayClearRcal() { return needs_.askForPlainSyncs(); }
     void EnableUserPark();
+    void ShowBrightness();
     void OnSynchronousPulseChange();
     void OnPriorityChange();
 
@@ -229,7 +196,6 @@ private:
     // hand_box_focuser.cpp
     void WireFocuser();
     void OnFocuserChange();
-    bool IsWholeNumber(std::string_view text);
 
     // hand_box_site.cpp
     void OnSiteTick();
@@ -246,6 +212,7 @@ private:
     HandBoxPanelNeeds needs_;
     Essentials driver_;
     DriverState& state_;
+    KeptControls kept_;
     static constexpr std::size_t kActions = 17;
     std::array<std::function<void()>, kActions> actions_;
     std::array<bool, kActions> asked_{};  ///< a person is being asked, or has the next turn

@@ -13,7 +13,9 @@ void HandBoxPanel::WirePark() {
 
 /// A place that a person types is a plain one: a park would go to the place with the counterweight up from before.
 void HandBoxPanel::OnUserParkChange() {
-    Keep(setting::CounterWeightsUpPark, "0");
+    if (!needs_.handBox.IsFilling()) {
+        driver_.persist.Write(setting::CounterWeightsUpPark, "0");
+    }
 }
 
 void HandBoxPanel::EnableParkButtons(bool enabled) {

@@ -108,7 +108,7 @@ void HandBoxPanel::SetCustomRate(const std::string& text, void (Telescope::*writ
 void HandBoxPanel::OnKingRateChange() {
     const bool enabled = needs_.handBox.chkEnableKingRate.Checked();
     state_.g_bKingRateEnabled = enabled;
-    if (needs_.handBox.fillings > 0) {
+    if (needs_.handBox.IsFilling()) {
         return;
     }
     driver_.log.LogMessage("User", LogLevel::Info,

@@ -23,12 +23,16 @@ constexpr FilterRow kFilters[] = {
 
 }  // namespace
 
-LogPanel::LogPanel(LogPanelNeeds needs) : needs_(std::move(needs)) {
+LogPanel::LogPanel(LogPanelNeeds needs)
+    : needs_(std::move(needs)), filters_(needs_.logWindow, needs_.persist, Keeps::AtOnce) {
     needs_.log.SetWindow(&needs_.logWindow.ForLog());
     needs_.handBox.chkEnableDebugLog.OnClick([this] { OnEnableClick(); });
-    needs_.logWindow.OnLoad([this] { LoadFilters(); });
+    needs_.logWindow.OnLoad([this] {
+        filters_.Fill();
+        TakeFilters();
+    });
     for (const FilterRow& filter : kFilters) {
-        (needs_.logWindow.*filter.box).OnClick([this] { OnFilterClick(); });
+        filters_.Add(KeptCheck{needs_.logWindow.*filter.box, filter.key, [this] { TakeFilters(); }});
     }
 }
 
@@ -48,7 +52,7 @@ void LogPanel::ShowLogWindow(bool show) {
 void LogPanel::Enable(bool enable) {
     needs_.persist.Write(setting::chkEnableDebugLog, ZeroOrOne(enable));
     const bool changes = std::exchange(needs_.state.g_bDebugLog, enable) != enable;
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     needs_.handBox.chkEnableDebugLog.Checked(enable);
     if (changes) {
         ToggleLog();
@@ -56,30 +60,14 @@ void LogPanel::Enable(bool enable) {
 }
 
 void LogPanel::OnEnableClick() {
-    if (needs_.handBox.fillings == 0) {
+    if (!needs_.handBox.IsFilling()) {
         Enable(needs_.handBox.chkEnableDebugLog.Checked());
     }
 }
 
-void LogPanel::LoadFilters() {
-    filling_ = true;
+void LogPanel::TakeFilters() {
     for (const FilterRow& filter : kFilters) {
-        needs_.state.*filter.flag = needs_.persist.ReadFlag(filter.key);
-        (needs_.logWindow.*filter.box).Checked(needs_.state.*filter.flag);
-    }
-    filling_ = false;
-}
-
-void LogPanel::OnFilterClick() {
-    if (filling_) {
-        return;
-    }
-    for (const FilterRow& filter : kFilters) {
-        const bool checked = (needs_.logWindow.*filter.box).Checked();
-        if (needs_.state.*filter.flag != checked) {
-            needs_.state.*filter.flag = checked;
-            needs_.persist.Write(filter.key, ZeroOrOne(checked));
-        }
+        needs_.state.*filter.flag = (needs_.logWindow.*filter.box).Checked();
     }
 }
 

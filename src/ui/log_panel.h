@@ -4,6 +4,7 @@
 #include "forms/frm_log_window.h"
 #include "kernel/base/log.h"
 #include "settings/persist.h"
+#include "ui/kept_controls.h"
 
 namespace kestrane {
 
@@ -36,11 +37,10 @@ public:
 
 private:
     void OnEnableClick();
-    void LoadFilters();
-    void OnFilterClick();
+    void TakeFilters();
 
     LogPanelNeeds needs_;
-    bool filling_ = false;  ///< the boxes are being filled from the settings and must not be written back
+    KeptControls filters_;
 };
 
 }  // namespace kestrane

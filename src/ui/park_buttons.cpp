@@ -93,7 +93,7 @@ void ParkButtons::KeepPlace(const ParkPlace& place) {
         persist.Write(setting::CounterWeightsUpHourAngle, PlainNumber(place.hourAngle));
         persist.Write(setting::CounterWeightsUpTimeOffset, PlainNumber(OffsetOf(place)));
     }
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     needs_.handBox.txtUserParkAlt.Text(altitude);
     needs_.handBox.txtUserParkAz.Text(azimuth);
 }

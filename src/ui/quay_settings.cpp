@@ -20,7 +20,7 @@ void QuaySettings::ShowModal() {
 
 void QuaySettings::Connect(CheckBox& box, Correction correction) {
     box.OnClick([this, &box, correction] {
-        if (!filling_ && needs_.channel.IsProved()) {
+        if (!needs_.form.IsFilling() && needs_.channel.IsProved()) {
             ResumeNext errors{needs_.ledger, needs_.form.Name()};
             errors.Step([&] { needs_.channel.SwitchCorrection(correction, box.Checked()); });
         }
@@ -29,7 +29,7 @@ void QuaySettings::Connect(CheckBox& box, Correction correction) {
 
 void QuaySettings::Fill() {
     ResumeNext errors{needs_.ledger, needs_.form.Name()};
-    filling_ = true;
+    const FillsForm filling(needs_.form);
     const auto show = [&](CheckBox& box, Correction correction) {
         bool on = false;
         if (needs_.channel.IsProved()) {
@@ -40,7 +40,6 @@ void QuaySettings::Fill() {
     };
     show(needs_.form.chkEnableQUAYPointingCorrection, Correction::Pointing);
     show(needs_.form.chkEnableQUAYTrackingRateCorrection, Correction::TrackingRate);
-    filling_ = false;
 }
 
 }  // namespace kestrane

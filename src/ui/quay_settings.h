@@ -27,7 +27,6 @@ private:
     void Connect(CheckBox& box, Correction correction);
 
     QuaySettingsNeeds needs_;
-    bool filling_ = false;
 };
 
 }  // namespace kestrane

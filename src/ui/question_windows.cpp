@@ -6,26 +6,16 @@
 
 #include "kernel/base/conversions.h"
 #include "settings/park_settings.h"
+#include "ui/kept_controls.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kAltAz = "Alt";
 constexpr std::string_view kCounterweightUp = "WARNING: Counter-weight is in the up position!!";
 constexpr std::string_view kSetPark = "Are you sure you want to set this Alt/Az Park Position?";
 
 std::string BelowALine(std::string_view line) {
     return std::string(line) + "\r\n" + std::string(kSetPark);
-}
-
-/// Selects the entry that the settings name by its text, else by its index. The text of the user's own place shows its
-/// angles, so only its beginning counts.
-void Select(ComboBox& box, std::string_view text, std::int16_t index) {
-    const std::vector<std::string>& items = box.ListItems();
-    const auto named = std::ranges::find_if(items, [&](const std::string& item) {
-        return !text.empty() && (item == text || (text.starts_with(kAltAz) && item.starts_with(kAltAz)));
-    });
-    box.ListIndex(named != items.end() ? static_cast<std::int32_t>(named - items.begin()) : index);
 }
 
 std::vector<std::string> Positions(std::string_view first, const std::string& last) {
@@ -137,8 +127,8 @@ void QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
     if (proposed) {
         form.cbxAskUnparkFrom.ListIndex(*proposed);
     } else {
-        Select(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText),
-               StoredUnparkIndex(needs_.persist, needs_.log));
+        SelectParkPosition(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText),
+                           StoredUnparkIndex(needs_.persist, needs_.log));
     }
 }
 
@@ -185,7 +175,8 @@ void QuestionWindows::AskPark(std::function<void(std::int16_t index)> accepted) 
     parkAccepted_ = std::move(accepted);
     form.UserOk = false;
     form.cbxAskParkTo.ListItems(Positions("Current Position", UserPlace()));
-    Select(form.cbxAskParkTo, needs_.persist.Read(setting::cbxParkToText), StoredParkIndex(needs_.persist, needs_.log));
+    SelectParkPosition(form.cbxAskParkTo, needs_.persist.Read(setting::cbxParkToText),
+                       StoredParkIndex(needs_.persist, needs_.log));
     ShowEastSlewWarning();
     needs_.modal.ShowModal(form);
     form.tmrWarning.Enabled(false);

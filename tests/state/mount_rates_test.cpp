@@ -257,12 +257,12 @@ TEST_F(MountRatesTest, Filling_IsToldToTheHandBoxAsTheDriversOwn) {
     for (ComboBox* list : {&handBox.cbxInitGuideRate, &handBox.cbxMoveRate, &handBox.cbxInitSlewRate}) {
         list->OnClick([&] {
             ++selections;
-            EXPECT_GT(handBox.fillings, 0);
+            EXPECT_TRUE(handBox.IsFilling());
         });
     }
     rates.UpdateMountRates("");
     EXPECT_EQ(selections, 3);
-    EXPECT_EQ(handBox.fillings, 0);
+    EXPECT_FALSE(handBox.IsFilling());
 }
 
 TEST_F(MountRatesTest, Filling_WritesNoSettingButTheRateType) {

@@ -47,7 +47,7 @@ TEST_F(HandBoxSettings, FillingAtLoad_WritesNoSettings) {
     EXPECT_TRUE(HandBox().radFocusSlow.Checked());
     EXPECT_EQ(HandBox().cbxUnparkFrom.Text(), "Don't Unpark");
     EXPECT_EQ(HandBox().cbxWindowsPriority.Text(), "Below Normal");
-    EXPECT_EQ(HandBox().fillings, 0);
+    EXPECT_FALSE(HandBox().IsFilling());
 }
 
 TEST_F(HandBoxSettings, Defaults_AreThoseOfTheKeys) {

@@ -12,7 +12,7 @@ constexpr std::string_view kRatePattern = "0.00000";
 }  // namespace
 
 void CustomRates::ShowCustomRate(TextBox& box, double rate) {
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     box.Text(FormatUs(rate, kRatePattern));
 }
 

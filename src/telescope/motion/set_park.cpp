@@ -68,7 +68,7 @@ void SetParkSteps::Keep(const std::string& altitude, const std::string& azimuth)
     driver_.persist.Write(setting::txtUserParkAlt, altitude);
     driver_.persist.Write(setting::txtUserParkAz, azimuth);
     driver_.persist.Write(setting::CounterWeightsUpPark, "0");
-    const FillsHandBox filling(needs_.handBox);
+    const FillsForm filling(needs_.handBox);
     needs_.handBox.txtUserParkAlt.Text(altitude);
     needs_.handBox.txtUserParkAz.Text(azimuth);
 }

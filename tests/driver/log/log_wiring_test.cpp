@@ -174,7 +174,7 @@ TEST_F(LogWiringTest, TheEnableBox_ShowsWhetherLoggingIsOn) {
 TEST_F(LogWiringTest, FillingTheEnableBox_ChangesNothing) {
     Start();
     driver->handBox.EnsureLoaded();
-    const FillsHandBox filling(driver->handBox);
+    const FillsForm filling(driver->handBox);
     driver->handBox.chkEnableDebugLog.Checked(false);
     EXPECT_TRUE(driver->state.g_bDebugLog);
     EXPECT_TRUE(driver->log.IsOpen());

@@ -72,7 +72,7 @@ TEST_F(SetParkTest, ATypedPlace_EndsTheOneWithTheCounterweightUp) {
     for (TextBox frmHandBox::*const box : {&frmHandBox::txtUserParkAlt, &frmHandBox::txtUserParkAz}) {
         Ready();
         {
-            const FillsHandBox filling(driver->handBox);
+            const FillsForm filling(driver->handBox);
             (driver->handBox.*box).Text("31");
         }
         EXPECT_EQ(driver->persist.Read(setting::CounterWeightsUpPark), "1");
