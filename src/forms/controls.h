@@ -20,7 +20,8 @@
 namespace kestrane {
 
 /// The common part of controls that can be seen: `Enabled`, `Visible`, `BackColour`, `ForeColour`, `ToolTip`, and the
-/// mouse. An event of a control that is not enabled is dropped.
+/// mouse. An event of a control that is not enabled is dropped, but for the release of a button that was held when it
+/// was disabled.
 ///
 /// A view passes on what a person did by writing the new value (text, checked, index), which fires the event that
 /// belongs to it; it fires events itself only where no value changes. It accepts no input for a control that is not
@@ -65,6 +66,9 @@ public:
         First(text, shown);
     }
     using Control::Text;
+    /// The place of a button of a pad, which the driver arranges: 0 north-west to 8 south-east, line by line.
+    std::int32_t Cell() const { return Value(); }
+    void Cell(std::int32_t cell) { Write(&ControlValues::value, cell, Property::Value); }
 };
 
 /// Text that a person edits. A new text, whoever wrote it, fires Change.

@@ -110,7 +110,7 @@ void Control::On(ControlEvent event, std::function<void()> handler) {
 }
 
 void Control::Fire(ControlEvent event) {
-    if (values_.enabled) {
+    if (values_.enabled || event == ControlEvent::MouseUp) {
         Raise(event);
     }
 }

@@ -76,7 +76,7 @@ struct ControlValues {
     std::int32_t listIndex = -1;  ///< -1: nothing selected
     std::int32_t minimum = 0;
     std::int32_t maximum = 0;
-    std::int32_t value = 0;  ///< of a timer: its interval in milliseconds
+    std::int32_t value = 0;  ///< of a timer: its interval in milliseconds; of a button: its cell in a pad
 };
 
 /// A view attached to a window.

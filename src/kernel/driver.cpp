@@ -41,7 +41,6 @@ Driver::Driver(Platform platform)
       modal(waits, log, [this] { return InParkMove(state); }),
       rcalSyncWarning(rcalSyncWarningForm, modal, log),
       questions(NeedsOfQuestions()),
-      parkButtons(ParkButtonsNeeds{essentials, messageBoxes, questions, handBox, panel, queries, OwnTelescope()}),
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),
       quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),
@@ -132,6 +131,7 @@ void Driver::EndOnRequest() {
 }
 
 void Driver::EndRuns() {
+    heldButtons.ReleaseAll();
     guidePulses.EndAll();
     StopRunningAxes();
     focusMotor.EndRun();

@@ -7,6 +7,7 @@
 #include "catalogue/ks_mount.h"
 #include "commands/driver_commands.h"
 #include "focuser/focus_motor.h"
+#include "forms/held_buttons.h"
 #include "forms/windows.h"
 #include "kernel/base/counters.h"
 #include "kernel/base/errors.h"
@@ -33,9 +34,8 @@
 #include "state/sequence.h"
 #include "telescope/motion/tracking_operations.h"
 #include "ui/focuser_setup.h"
-#include "ui/hand_box_panel.h"
+#include "ui/hand_box/hand_box_panel.h"
 #include "ui/log_panel.h"
-#include "ui/park_buttons.h"
 #include "ui/quay_settings.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
@@ -96,6 +96,7 @@ public:
     Waits waits;
     StopDoor door;
     Windows windows;
+    HeldButtons heldButtons{platform_.clock, platform_.pump};  ///< views press the pad and the focuser through it
     frmHandBox& handBox = windows.handBox;
     frmStatus& statusWindow = windows.statusWindow;
     frmLogWindow& logWindow = windows.logWindow;
@@ -127,7 +128,6 @@ public:
     Modal modal;
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
-    ParkButtons parkButtons;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;
@@ -146,7 +146,7 @@ public:
     Startup startup;
 
 private:
-    HandBoxPanelNeeds NeedsOfPanel();
+    HandBoxNeeds NeedsOfPanel();
     QuestionWindowsNeeds NeedsOfQuestions();
     FocuserSetupNeeds NeedsOfFocuserSetup();
     ConnectionManagerNeeds NeedsOfConnections();

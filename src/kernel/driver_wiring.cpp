@@ -6,8 +6,8 @@
 /// What the classes with the most surroundings need, each entry under its name: several have the same type.
 namespace kestrane {
 
-HandBoxPanelNeeds Driver::NeedsOfPanel() {
-    return HandBoxPanelNeeds{
+HandBoxNeeds Driver::NeedsOfPanel() {
+    return HandBoxNeeds{
         .driver = essentials,
         .messageBoxes = messageBoxes,
         .systemInfo = platform_.systemInfo,

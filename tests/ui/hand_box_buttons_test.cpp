@@ -33,7 +33,8 @@ TEST_F(HandBoxButtons, Press_OutsideThePollRunsAtOnce) {
 }
 
 TEST_F(HandBoxButtons, Press_OfAnActionThatAsksAPerson_RunsAsALongCall) {
-    for (const ButtonAction action : {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark}) {
+    for (const ButtonAction action : {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark,
+                                      ButtonAction::SwapEW, ButtonAction::SwapNS, ButtonAction::InitNow}) {
         Count(action);
         done_.clear();
         machine.pump.Post(CallKind::Brief, [&] {
@@ -92,21 +93,21 @@ TEST_F(HandBoxButtons, Press_OfAnActionThatNobodySetDoesNothing) {
 TEST_F(HandBoxButtons, DelayedAction_IsClearedBeforeItRunsAndHoldsBackOthers) {
     HandBox().EnsureLoaded();
     Count(ButtonAction::Unpark);
-    driver->panel.OnAction(ButtonAction::SwapNS, [this] {
-        done_.push_back(3);
+    driver->panel.OnAction(ButtonAction::SyncMountTime, [this] {
+        done_.push_back(12);
         driver->state.g_bInPoll = true;
         driver->panel.Press(ButtonAction::Unpark);
         driver->state.g_bInPoll = false;
         HandBox().tmrButtonDelay.FireTick();  // as a pump inside the action would
-        EXPECT_EQ(done_, std::vector<int>{3});
+        EXPECT_EQ(done_, std::vector<int>{12});
     });
     driver->state.g_bInPoll = true;
-    driver->panel.Press(ButtonAction::SwapNS);
+    driver->panel.Press(ButtonAction::SyncMountTime);
     driver->state.g_bInPoll = false;
     machine.AdvanceTime(20);
-    EXPECT_EQ(done_, std::vector<int>{3});
+    EXPECT_EQ(done_, std::vector<int>{12});
     machine.AdvanceTime(20);
-    EXPECT_EQ(done_, (std::vector<int>{3, 2}));
+    EXPECT_EQ(done_, (std::vector<int>{12, 2}));
 }
 
 /// Its answer may take all night.

@@ -1,13 +1,15 @@
+#include "ui/hand_box/site.h"
+
 #include <algorithm>
 #include <cmath>
 
 #include "catalogue/vocabulary.h"
 #include "kernel/base/application_info.h"
 #include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
 #include "settings/site_text.h"
 #include "state/position_text.h"
 #include "ui/colours.h"
-#include "ui/hand_box_panel.h"
 
 namespace kestrane {
 namespace {
@@ -29,12 +31,41 @@ void ShowMatch(TextBox& box, bool matches, std::string_view words) {
 
 }  // namespace
 
-void HandBoxPanel::ShowNoMountSite(Notice notice) {
+SiteFrame::SiteFrame(const HandBoxNeeds& needs, ButtonActions& actions)
+    : needs_(needs), driver_(needs.driver), state_(needs.driver.state) {
+    actions.On(ButtonAction::GetLongLat, [this] { needs_.readMountSite(Notice::Shown, AfterSilence::AsksOn); });
+    needs_.handBox.tmrGetLatLong.OnTick([this] { OnSiteTick(); });
+    needs_.handBox.btnCopyLatLongToSite.OnClick([this] { CopyToSite(); });
+}
+
+void SiteFrame::FillSite() {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.lblSiteTag.Text(needs_.sites.CurrentSiteName());
+    if (const Site* const site = CurrentSite()) {
+        handBox.txtSiteName.Text(site->Name);
+        handBox.txtLatitude.Text(site->Latitude);
+        handBox.txtLongitude.Text(site->Longitude);
+        handBox.txtElevation.Text(PlainNumber(site->ElevationMeters));
+    }
+}
+
+const Site* SiteFrame::CurrentSite() {
+    const std::int16_t current = needs_.sites.g_SiteDbIndex();
+    for (const std::optional<Site>& site : needs_.sites.g_Sites()) {
+        if (site && site->id == current && current > 0) {
+            return &*site;
+        }
+    }
+    return nullptr;
+}
+
+void SiteFrame::ShowNoMountSite(Notice notice) {
     Tell("Failed to get Longitude/Latitude from mount!", notice);
 }
 
-void HandBoxPanel::ShowMountSite(double longitude, double latitude, Notice notice) {
+void SiteFrame::ShowMountSite(double longitude, double latitude, Notice notice) {
     siteRead_ = true;
+    reported_ = Position{longitude, latitude};
     const std::string latitudeText = WithoutEmptyMinus(DegreesToDMS(latitude, "*", ":", "", 0));
     const std::string longitudeText = WithoutEmptyMinus(DegreesToDMS(longitude, "*", ":", "", 0));
     needs_.handBox.txtActualLatitude.Text(latitudeText);
@@ -44,7 +75,7 @@ void HandBoxPanel::ShowMountSite(double longitude, double latitude, Notice notic
     CompareSite(longitude, latitude, notice);
 }
 
-void HandBoxPanel::CompareSite(double longitude, double latitude, Notice notice) {
+void SiteFrame::CompareSite(double longitude, double latitude, Notice notice) {
     constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
     constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
     const Site* const site = CurrentSite();
@@ -69,14 +100,31 @@ void HandBoxPanel::CompareSite(double longitude, double latitude, Notice notice)
     }
 }
 
-void HandBoxPanel::Tell(const std::string& text, Notice notice) {
+/// As a client does that writes the site.
+void SiteFrame::CopyToSite() {
+    Telescope* const telescope = needs_.telescope();
+    if (!telescope || !reported_) {
+        Tell("The mount has not reported its site: the site is not changed", Notice::Shown);
+        return;
+    }
+    ResumeNext errors{driver_.ledger, "btnCopyLatLongToSite"};
+    errors.Step([&] { telescope->SiteLatitude(reported_->latitude); });
+    errors.Step([&] { telescope->SiteLongitude(reported_->longitude); });
+    if (errors.Failed()) {
+        Tell("The site could not be changed", Notice::Shown);
+    }
+    const FillsForm filling(needs_.handBox);
+    FillSite();
+}
+
+void SiteFrame::Tell(const std::string& text, Notice notice) {
     driver_.log.LogMessage("GetLongLatFromMount", LogLevel::Warning, text);
     if (notice == Notice::Shown && !needs_.handBox.noMessageBoxes) {
         needs_.messageBoxes.Show(text, application::kTitle, MessageIcon::Information);
     }
 }
 
-void HandBoxPanel::OnSiteTick() {
+void SiteFrame::OnSiteTick() {
     bool connected = false;
     ResumeNext errors{driver_.ledger, "tmrGetLatLong"};
     errors.Assign(connected, [&] { return needs_.linkConnected(); });

@@ -1,6 +1,7 @@
+#include "ui/hand_box/errors.h"
+
 #include "state/companion_channel.h"
 #include "ui/colours.h"
-#include "ui/hand_box_panel.h"
 
 namespace kestrane {
 namespace {
@@ -85,7 +86,11 @@ void ShowFaultCode(std::string_view code, Label& label) {
 
 }  // namespace
 
-void HandBoxPanel::UpdateErrorCounts() {
+ErrorsFrame::ErrorsFrame(const HandBoxNeeds& needs) : needs_(needs), state_(needs.driver.state) {
+    needs_.handBox.btnResetErrorCounts.OnClick([this] { needs_.resetCommCounters(); });
+}
+
+void ErrorsFrame::UpdateErrorCounts() {
     if (CompanionIsProved(state_)) {
         // The companion controls the line.
         state_.g_nRetransmits = state_.g_nReceiveCountedErrors = state_.g_nReceiveTerminatedErrors = 0;

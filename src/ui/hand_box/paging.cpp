@@ -1,4 +1,4 @@
-#include "ui/hand_box_panel.h"
+#include "ui/hand_box/paging.h"
 
 namespace kestrane {
 namespace {
@@ -33,22 +33,30 @@ constexpr Label frmHandBox::*kPanelLabels[] = {
 
 }  // namespace
 
-void HandBoxPanel::WirePaging() {
+Paging::Paging(const HandBoxNeeds& needs, KeptControls& kept) : needs_(needs), state_(needs.driver.state) {
     frmHandBox& handBox = needs_.handBox;
-    handBox.btnMore.OnClick([this] { More(); });
+    kept.Add(KeptCheck{handBox.chkShowAllControls, setting::chkShowAllControls, [this] { OnShowAllChange(); }});
+    handBox.btnMore.OnClick([this] { ExpandWindow(); });
     handBox.btnNext.OnClick([this] {
         ++needs_.handBox.pageIndex;
         ShowFrames();
     });
     handBox.btnContract.OnClick([this] { Contract(); });
     handBox.btnContract2.OnClick([this] { Contract(); });
-    handBox.lblMain.OnClick([this] { needs_.handBox.expanded ? Contract() : ExpandWindow(); });
+    handBox.lblMain.OnClick([this] { TogglePanel(); });
     for (Label frmHandBox::*label : kPanelLabels) {
-        (handBox.*label).OnClick([this] { BringUpPanel(); });
+        (handBox.*label).OnClick([this] { ExpandWindow(); });
     }
 }
 
-void HandBoxPanel::ShowFrames() {
+void Paging::Load() {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.expanded = needs_.driver.persist.ReadFlag(setting::chkShowAllControls);
+    handBox.chkShowAllControls.Checked(handBox.expanded);
+    ShowFrames();
+}
+
+void Paging::ShowFrames() {
     frmHandBox& handBox = needs_.handBox;
     if (handBox.pageIndex < 0 || handBox.pageIndex >= kPages) {
         handBox.pageIndex = 0;
@@ -64,35 +72,24 @@ void HandBoxPanel::ShowFrames() {
     }
 }
 
-void HandBoxPanel::ExpandWindow() {
+void Paging::ExpandWindow() {
     needs_.handBox.expanded = true;
     ShowFrames();
 }
 
-void HandBoxPanel::More() {
-    ExpandWindow();
+void Paging::TogglePanel() {
+    needs_.handBox.expanded ? Contract() : ExpandWindow();
 }
 
-void HandBoxPanel::Contract() {
+void Paging::Contract() {
     needs_.handBox.expanded = false;
     ShowFrames();
 }
 
-void HandBoxPanel::BringUpPanel() {
-    if (!needs_.handBox.expanded) {
-        More();
-    }
-    ShowFrames();
-}
-
-void HandBoxPanel::OnShowAllChange() {
+void Paging::OnShowAllChange() {
     if (needs_.handBox.chkShowAllControls.Checked()) {
         needs_.handBox.expanded = true;
     }
-    ShowFrames();
-}
-
-void HandBoxPanel::ShowMountFeatures() {
     ShowFrames();
 }
 

@@ -1,4 +1,4 @@
-#include "ui/park_buttons.h"
+#include "ui/hand_box/set_park.h"
 
 #include <string>
 #include <utility>
@@ -8,8 +8,6 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "telescope/motion/park_geometry.h"
-#include "telescope/motion/park_verbs.h"
-#include "ui/park_buttons_off.h"
 
 namespace kestrane {
 namespace {
@@ -22,31 +20,16 @@ double OffsetOf(const ParkPlace& place) {
 
 }  // namespace
 
-ParkButtons::ParkButtons(ParkButtonsNeeds needs)
-    : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state) {
-    needs_.panel.OnAction(ButtonAction::Park, [this] { Park(); });
-    needs_.panel.OnAction(ButtonAction::SetPark, [this] { SetPark(); });
-    needs_.handBox.btnSetPark.OnClick([this] {
+SetParkButton::SetParkButton(const HandBoxNeeds& needs, ButtonActions& actions)
+    : needs_(needs), driver_(needs.driver), state_(needs.driver.state) {
+    actions.On(ButtonAction::SetPark, [this] { SetPark(); });
+    needs_.handBox.btnSetPark.OnClick([this, &actions] {
         pressedAt_ = PlaceNow();
-        needs_.panel.Press(ButtonAction::SetPark);
+        actions.Press(ButtonAction::SetPark);
     });
 }
 
-/// The park is a call of its own: a stop that came while the question was open was not meant for it.
-void ParkButtons::Park() {
-    const ParkButtonsOff off(needs_.panel);
-    needs_.questions.AskPark(
-        [this](std::int16_t index) { needs_.panel.RunAsLongCall([this, index] { ParkAt(index); }); });
-}
-
-void ParkButtons::ParkAt(std::int16_t index) {
-    const ParkButtonsOff off(needs_.panel);
-    if (Telescope* const telescope = needs_.telescope()) {
-        ParkVerbs(*telescope).Park(index);
-    }
-}
-
-ParkPlace ParkButtons::PlaceNow() const {
+ParkPlace SetParkButton::PlaceNow() const {
     const bool east = state_.g_nSideOfPier == pier_side::East;
     const double hourAngle = state_.g_dHourAngle;
     return {.altitude = state_.g_dAlt,
@@ -59,7 +42,7 @@ ParkPlace ParkButtons::PlaceNow() const {
 
 /// The place is the one where the button was pressed: the mount may move until the question opens, and while somebody
 /// thinks it over.
-void ParkButtons::SetPark() {
+void SetParkButton::SetPark() {
     const ParkPlace place = std::exchange(pressedAt_, std::nullopt).value_or(PlaceNow());
     if (MayBeParkedAt(place) && needs_.questions.AskSetPark(place)) {
         KeepPlace(place);
@@ -68,20 +51,19 @@ void ParkButtons::SetPark() {
 }
 
 /// A park with the counterweight up needs a meridian delay that not every hour angle allows.
-bool ParkButtons::MayBeParkedAt(const ParkPlace& place) {
+bool SetParkButton::MayBeParkedAt(const ParkPlace& place) {
     if (!place.counterweightUp || IsPossibleMeridianDelay(CounterweightUpDelay(place.hourAngle, OffsetOf(place)))) {
         return true;
     }
     needs_.messageBoxes.Show(
         "The mount cannot park here with its counterweight up: that needs an hour angle of up to 5 hours, or of 7 "
-        "hours "
-        "or more, and here it is " +
+        "hours or more, and here it is " +
             FormatUs(place.hourAngle, "0.0") + ". The park position is not changed.",
         application::kTitle, MessageIcon::Information);
     return false;
 }
 
-void ParkButtons::KeepPlace(const ParkPlace& place) {
+void SetParkButton::KeepPlace(const ParkPlace& place) {
     Persist& persist = driver_.persist;
     const std::string altitude = FormatUs(place.altitude, kShown);
     const std::string azimuth = FormatUs(place.azimuth, kShown);

@@ -1,10 +1,11 @@
+#include "ui/hand_box/tracking.h"
+
 #include <cmath>
 
 #include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "ui/colours.h"
-#include "ui/hand_box_panel.h"
 
 namespace kestrane {
 namespace {
@@ -40,15 +41,20 @@ std::string RateText(const DriverState& state, std::int16_t rate, RateCorrection
 
 }  // namespace
 
-void HandBoxPanel::WireRateButtons() {
+TrackingFrame::TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept)
+    : needs_(needs), driver_(needs.driver), state_(needs.driver.state) {
     frmHandBox& handBox = needs_.handBox;
+    const auto isGood = [this](std::string_view text) { return CustomRateIsGood(text); };
+    kept.Add(KeptText{handBox.txtRaCustom, setting::txtRaCustom, isGood});
+    kept.Add(KeptText{handBox.txtDecCustom, setting::txtDecCustom, isGood});
+    kept.Add(KeptCheck{handBox.chkEnableKingRate, setting::chkEnableKingRate, [this] { OnKingRateChange(); }});
     for (std::int16_t rate = displayed_rate::Off; rate < displayed_rate::Custom; ++rate) {
         (handBox.*kRateButtons[rate]).OnClick([this, rate] { needs_.tracking.ChooseRate(rate); });
     }
     handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
 }
 
-void HandBoxPanel::ShowTrackingRate(std::int16_t rate, RateCorrection correction) {
+void TrackingFrame::ShowTrackingRate(std::int16_t rate, RateCorrection correction) {
     if (state_.g_nDisplayedRate != rate) {
         state_.g_nDisplayedRate = rate;
         state_.g_tickDisplayedRate = driver_.clock.GetTickCount();
@@ -66,24 +72,24 @@ void HandBoxPanel::ShowTrackingRate(std::int16_t rate, RateCorrection correction
 
 /// The custom rates can be set only while the mount tracks. The buttons of the other rates stay enabled, since they
 /// start the tracking.
-void HandBoxPanel::EnableRateControls() {
+void TrackingFrame::EnableRateControls() {
     needs_.handBox.btnRateCustom.Enabled(state_.g_bTracking);
     needs_.handBox.txtRaCustom.Enabled(state_.g_bTracking);
     needs_.handBox.txtDecCustom.Enabled(state_.g_bTracking);
 }
 
-void HandBoxPanel::UpdateRateLimits() {
+void TrackingFrame::UpdateRateLimits() {
     needs_.handBox.EnsureLoaded();
     needs_.handBox.customRateLimit = state_.g_dMaxMoveRate;
 }
 
-bool HandBoxPanel::CustomRateIsGood(std::string_view text) {
+bool TrackingFrame::CustomRateIsGood(std::string_view text) const {
     const bool isDecimal = IsNumericText(text) && text.find_first_of("eE") == std::string_view::npos;
     return text.empty() || (isDecimal && std::abs(Val_Global(text, driver_.log)) <= needs_.handBox.customRateLimit);
 }
 
 /// An empty box leaves the rate of its axis unchanged.
-void HandBoxPanel::SetCustomRates() {
+void TrackingFrame::SetCustomRates() {
     const std::string ra = Trim(needs_.handBox.txtRaCustom.Text());
     const std::string dec = Trim(needs_.handBox.txtDecCustom.Text());
     SetCustomRate(ra, &Telescope::RightAscensionRate);
@@ -91,7 +97,7 @@ void HandBoxPanel::SetCustomRates() {
     EnableRateControls();
 }
 
-void HandBoxPanel::SetCustomRate(const std::string& text, void (Telescope::*write)(double)) {
+void TrackingFrame::SetCustomRate(const std::string& text, void (Telescope::*write)(double)) {
     Telescope* const telescope = needs_.telescope();
     if (text.empty() || !telescope) {
         return;
@@ -105,7 +111,7 @@ void HandBoxPanel::SetCustomRate(const std::string& text, void (Telescope::*writ
     errors.Step([&] { (telescope->*write)(Val_Global(text, driver_.log)); });
 }
 
-void HandBoxPanel::OnKingRateChange() {
+void TrackingFrame::OnKingRateChange() {
     const bool enabled = needs_.handBox.chkEnableKingRate.Checked();
     state_.g_bKingRateEnabled = enabled;
     if (needs_.handBox.IsFilling()) {

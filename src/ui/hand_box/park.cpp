@@ -1,0 +1,101 @@
+#include "ui/hand_box/park.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "telescope/motion/park_verbs.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kAltAz = "Alt/Az";
+
+std::vector<std::string> ParkPositions() {
+    return {"Current Position", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz)};
+}
+
+std::vector<std::string> UnparkPositions() {
+    return {"Last Parked", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz), "Don't Unpark"};
+}
+
+}  // namespace
+
+ParkFrame::ParkFrame(const HandBoxNeeds& needs, KeptControls& kept, ButtonActions& actions)
+    : needs_(needs), actions_(actions), driver_(needs.driver) {
+    Keep(kept);
+    actions.On(ButtonAction::Park, [this] { AskAndPark(); });
+    actions.On(ButtonAction::Unpark, [this] { AskAndUnpark(); });
+}
+
+void ParkFrame::Keep(KeptControls& kept) {
+    frmHandBox& handBox = needs_.handBox;
+    const auto enableUserPark = [this] { EnableUserPark(); };
+    const auto onUserPark = [this] { OnUserParkChange(); };
+    kept.Add(KeptList{.control = handBox.cbxParkTo,
+                      .key = setting::cbxParkTo,
+                      .items = ParkPositions,
+                      .text = setting::cbxParkToText,
+                      .changed = enableUserPark});
+    kept.Add(KeptList{.control = handBox.cbxUnparkFrom,
+                      .key = setting::cbxUnparkFrom,
+                      .items = UnparkPositions,
+                      .text = setting::cbxUnparkFromText,
+                      .changed = enableUserPark});
+    kept.Add(KeptCheck{handBox.chkSlewEast, setting::chkSlewEast});
+    kept.Add(KeptCheck{handBox.chkConvertAltAzToRaDec, setting::chkConvertAltAzToRaDec});
+    kept.Add(KeptText{handBox.txtSlewEastFirstHours, setting::txtSlewEastFirstHours});
+    kept.Add(KeptText{.control = handBox.txtUserParkAlt, .key = setting::txtUserParkAlt, .changed = onUserPark});
+    kept.Add(KeptText{.control = handBox.txtUserParkAz, .key = setting::txtUserParkAz, .changed = onUserPark});
+}
+
+void ParkFrame::EnableUserPark() {
+    frmHandBox& handBox = needs_.handBox;
+    const bool used = handBox.cbxParkTo.Text() == kAltAz || handBox.cbxUnparkFrom.Text() == kAltAz;
+    handBox.txtUserParkAlt.Enabled(used);
+    handBox.txtUserParkAz.Enabled(used);
+}
+
+/// A place that a person types is a plain one: a park would go to the place with the counterweight up from before.
+void ParkFrame::OnUserParkChange() {
+    if (!needs_.handBox.IsFilling()) {
+        driver_.persist.Write(setting::CounterWeightsUpPark, "0");
+    }
+}
+
+void ParkFrame::EnableButtons(bool enabled) {
+    needs_.handBox.btnPark.Enabled(enabled);
+    needs_.handBox.btnUNPARK.Enabled(enabled);
+}
+
+/// The park is a call of its own: a stop that came while the question was open was not meant for it.
+void ParkFrame::AskAndPark() {
+    const ParkButtonsOff off(*this);
+    needs_.questions.AskPark([this](std::int16_t index) { actions_.RunAsLongCall([this, index] { ParkAt(index); }); });
+}
+
+void ParkFrame::ParkAt(std::int16_t index) {
+    const ParkButtonsOff off(*this);
+    if (Telescope* const telescope = needs_.telescope()) {
+        ParkVerbs(*telescope).Park(index);
+    }
+}
+
+void ParkFrame::AskAndUnpark() {
+    ResumeNext errors{driver_.ledger, "btnUNPARK"};
+    const ParkButtonsOff off(*this);
+    errors.Step([&] {
+        if (const auto index = needs_.questions.AskUnpark(std::nullopt, Unasked::IsCancelled)) {
+            UnparkFrom(*index);
+        }
+    });
+}
+
+void ParkFrame::UnparkFrom(std::int16_t index) {
+    const ParkButtonsOff off(*this);
+    if (Telescope* const telescope = needs_.telescope()) {
+        ParkVerbs(*telescope).Unpark(index);
+    }
+}
+
+}  // namespace kestrane
