@@ -46,7 +46,7 @@ void StopDoor::LetStopInBetweenTries() {
     }
 }
 
-/// Step by step only where a tick may come: cached reads run in both.
+/// In one piece, which keeps its time to a part of a millisecond, up to where a pulse ends: cached reads run in it.
 void StopDoor::PauseForTicks(std::int32_t milliseconds) {
     if (pausesForTicks_) {
         return;
@@ -56,10 +56,11 @@ void StopDoor::PauseForTicks(std::int32_t milliseconds) {
         return;
     }
     const PauseWithTicks inPause(pausesForTicks_);
-    const Tick begin = waits_.GetTickCount();
+    const Tick end = waits_.GetTickCount() + milliseconds;
     LetPromptTicksIn();
-    while (waits_.GetTickCount() - begin < milliseconds) {
-        waits_.WaitForMilliseconds(1);
+    for (std::int32_t left = milliseconds; left > 0; left = end - waits_.GetTickCount()) {
+        const std::int32_t untilPulseEnd = pulseEnd_ ? *pulseEnd_ - waits_.GetTickCount() : left;
+        waits_.WaitForMilliseconds(std::clamp(untilPulseEnd, 1, left));
         LetPromptTicksIn();
     }
 }
