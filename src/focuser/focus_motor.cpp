@@ -151,13 +151,19 @@ void FocusMotor::NoteSent(std::string_view onTheWire) {
     runs_ = run == wire::EndlessMove::Untouched ? runs_ : run == wire::EndlessMove::Begins;
 }
 
+void FocusMotor::StopRun() {
+    if (MayRun() || held_) {
+        held_ = false;
+        Halt();
+    }
+}
+
 void FocusMotor::EndRun() {
     if (!MayRun()) {
         return;
     }
     Note(LogLevel::Warning, "The driver ends: the focuser is stopped");
-    held_ = false;
-    Halt();
+    StopRun();
     stopAgain_.Enabled(false);  // a stop that is owed is left to the next driver
 }
 

@@ -80,8 +80,9 @@ public:
     bool MayRun() const { return IsMoving() || runs_ || stopOwed_; }
     /// Whether a stop could not be written yet.
     bool StopIsOwed() const { return stopOwed_; }
-    /// For the end of the process: stops the motor if it may run. Where the stop cannot be written, `MayRun` stays
-    /// true.
+    /// Stops the motor if it may run, also one that a button runs.
+    void StopRun();
+    /// The same for the end of the process. Where the stop cannot be written, `MayRun` stays true.
     void EndRun();
 
 private:

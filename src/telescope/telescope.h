@@ -160,6 +160,9 @@ public:
     void AbortSlew();
     /// The same stop for the driver's own controls, without a check.
     void AbortSlewDriver();
+    /// Stops all that moves the mount, by a person's wish and without a check, and sends something in any case: one
+    /// stop, or two to a mount that slews and is not shown as parked.
+    void StopEverything(bool shownAsParked);
     /// Seconds, 0 to 100: else 0x80040405.
     std::int16_t SlewSettleTime();
     void SlewSettleTime(std::int16_t seconds);

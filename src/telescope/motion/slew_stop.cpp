@@ -17,6 +17,11 @@ public:
     void StopAgain(StopForm form);
     void StopUnwatchedMotion();
     void StopAxes(std::string_view origin);
+    void StopEverything(StopForm form);
+
+private:
+    void SendStop(StopForm form);
+    void EndAxes();
 };
 
 }  // namespace
@@ -52,13 +57,35 @@ void Telescope::StopAgain(StopForm form) {
     StopSteps(*this).StopAgain(form);
 }
 
+void Telescope::StopEverything(bool shownAsParked) {
+    needs_.motion.StopAskedFor();
+    StopSteps(*this).StopEverything(state_.g_bSlewing && !shownAsParked ? StopForm::Pair : StopForm::Single);
+}
+
 void StopSteps::StopAgain(StopForm form) {
+    SendStop(form);
+    CustomRates(core_).Reinstate(telescope_);
+}
+
+void StopSteps::SendStop(StopForm form) {
     if (form == StopForm::Pair) {
         core_.SendStopPair();
     } else {
         Talk(procedure::StopPair).CommandBlind(wire::Stop);
     }
-    CustomRates(core_).Reinstate(telescope_);
+}
+
+/// The guide pulses hear of the stop by its text.
+void StopSteps::StopEverything(StopForm form) {
+    driver_.log.LogMessage("Driver", LogLevel::Info, "StopAll()");
+    const bool axisRan = needs_.axisMotions.AnyRuns();
+    needs_.motion.Stopped();
+    SendStop(form);
+    if (axisRan) {
+        EndAxes();
+    } else {
+        CustomRates(core_).Reinstate(telescope_);
+    }
 }
 
 void StopSteps::StopMotion(std::string_view origin, StopPair pair) {
@@ -86,6 +113,10 @@ void StopSteps::StopAxes(std::string_view origin) {
     driver_.log.LogMessage(origin, LogLevel::Info, "AbortSlew()");
     needs_.motion.Stopped();
     core_.SendStopPair();
+    EndAxes();
+}
+
+void StopSteps::EndAxes() {
     needs_.axisMotions.EndAll();
     needs_.axisMotions.AxisEnded(state_);
     needs_.axisMotions.EndIsDoubted(AxisEnd::StopPair, driver_.clock.GetTickCount(), state_);
