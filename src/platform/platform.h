@@ -5,6 +5,8 @@
 #include "platform/message_pump.h"
 #include "platform/serial_port.h"
 #include "platform/system_services.h"
+#include "platform/tray_icon.h"
+#include "platform/web_pages.h"
 
 namespace kestrane {
 
@@ -24,6 +26,8 @@ struct Platform {
     Astronomy& astronomy;
     Folders& folders;
     Sounds& sounds;
+    TrayIcon& trayIcon;
+    WebPages& webPages;
 };
 
 }  // namespace kestrane

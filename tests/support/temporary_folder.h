@@ -41,6 +41,7 @@ public:
 
     std::filesystem::path CommonAppData() override { return Root() / "common"; }
     std::filesystem::path Documents() override { return Root() / "documents"; }
+    std::filesystem::path OfProgram() override { return Root() / "program"; }
     const std::filesystem::path& Root() const { return root_.Path(); }
 
     /// The places where a driver keeps its settings, and where older versions kept them.

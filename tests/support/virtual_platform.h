@@ -5,12 +5,14 @@
 
 #include "platform/platform.h"
 #include "support/recording_services.h"
+#include "support/recording_tray_icon.h"
 #include "support/simulator_line.h"
 #include "support/temporary_folder.h"
 #include "support/virtual_clock.h"
 #include "support/virtual_http.h"
 #include "support/virtual_pump.h"
 #include "support/virtual_serial_ports.h"
+#include "support/virtual_web_pages.h"
 
 namespace kestrane {
 
@@ -39,11 +41,16 @@ struct VirtualPlatform {
     VirtualAstronomy astronomy{clock};
     TemporaryFolders folders;
     CountingSounds sounds;
+    RecordingTrayIcon trayIcon;
+    VirtualWebPages webPages{clock, pump};
 
     Platform Services() {
-        return {clock,     pump,     serialPorts,         http,         messageBoxes, systemInfo,
-                processes, registry, applicationSettings, profileStore, utility,      astronomy,
-                folders,   sounds};
+        return {clock,        pump,         serialPorts,
+                http,         messageBoxes, systemInfo,
+                processes,    registry,     applicationSettings,
+                profileStore, utility,      astronomy,
+                folders,      sounds,       trayIcon,
+                webPages};
     }
 
     void AdvanceTime(std::int64_t milliseconds) { pump.AdvanceTime(milliseconds); }

@@ -12,4 +12,9 @@ std::filesystem::path PosixFolders::Documents() {
     return FolderFromEnvironment("KESTRANE_DOCUMENTS", nullptr, "Documents");
 }
 
+std::filesystem::path PosixFolders::OfProgram() {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/self/exe", none).parent_path();
+}
+
 }  // namespace kestrane

@@ -11,6 +11,7 @@ public:
     std::filesystem::path CommonAppData() override;
     /// `KESTRANE_DOCUMENTS`, else "~/Documents".
     std::filesystem::path Documents() override;
+    std::filesystem::path OfProgram() override;
 };
 
 }  // namespace kestrane

@@ -41,7 +41,9 @@ Platform PosixPlatform::Services() {
             .utility = utility,
             .astronomy = astronomy,
             .folders = folders,
-            .sounds = sounds};
+            .sounds = sounds,
+            .trayIcon = trayIcon,
+            .webPages = webPages};
 }
 
 }  // namespace kestrane

@@ -7,6 +7,7 @@
 #include "platform/posix/beast_http.h"
 #include "platform/posix/erfa_astronomy.h"
 #include "platform/posix/file_profile_store.h"
+#include "platform/posix/https_pages.h"
 #include "platform/posix/posix_application_settings.h"
 #include "platform/posix/posix_clock.h"
 #include "platform/posix/posix_folders.h"
@@ -18,6 +19,7 @@
 #include "platform/posix/posix_sounds.h"
 #include "platform/posix/posix_system_info.h"
 #include "platform/posix/posix_utility.h"
+#include "platform/posix/view_tray_icon.h"
 
 namespace kestrane {
 
@@ -48,6 +50,8 @@ struct PosixPlatform {
     PosixUtility utility;
     ErfaAstronomy astronomy;
     PosixSounds sounds;
+    ViewTrayIcon trayIcon;
+    HttpsPages webPages{pump};
 
 private:
     bool LetReadsIn();

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace kestrane {
+
+/// Pixels from the top left corner of the screen; `right` and `bottom` are the first ones outside.
+struct ScreenArea {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+};
+
+/// The one icon of the driver in the system tray. Logic thread only. Raises nothing.
+class TrayIcon {
+public:
+    virtual ~TrayIcon() = default;
+
+    /// Each says whether it worked.
+    virtual bool Add() = 0;
+    /// Tells the tray anew what the icon is; fails when the icon is not there.
+    virtual bool Modify() = 0;
+    virtual bool Delete() = 0;
+
+    /// Where the tray and the screen are; nothing on a machine that has no tray of its own.
+    struct Place {
+        ScreenArea tray;
+        ScreenArea screen;
+    };
+    virtual std::optional<Place> Where() = 0;
+
+    /// `handler` gets the number of each mouse message of the icon: 512 pointer over it, 514 left button up, 515 left
+    /// double click, 517 right button up.
+    virtual void OnMessage(std::function<void(std::int32_t message)> handler) = 0;
+};
+
+}  // namespace kestrane
