@@ -169,6 +169,8 @@ inline constexpr SettingKey LogWhenParked{"LogWhenParked", "0", SettingKind::Fla
 inline constexpr SettingKey LogKeepMBytes{"LogKeepMBytes", "500"};
 inline constexpr SettingKey LogKeepDays{"LogKeepDays", "30"};
 inline constexpr SettingKey chkNewVersion{"chkNewVersion", "1", SettingKind::Flag};
+inline constexpr SettingKey UpdateHost{"UpdateHost", ""};
+inline constexpr SettingKey DownloadPage{"DownloadPage", ""};
 
 // Computed positions and hidden buttons
 inline constexpr SettingKey chkCalcAzAlt{"chkCalcAzAlt", "0", SettingKind::Flag};
@@ -305,6 +307,8 @@ inline constexpr std::array kAllSettings{
     setting::LogKeepMBytes,
     setting::LogKeepDays,
     setting::chkNewVersion,
+    setting::UpdateHost,
+    setting::DownloadPage,
     // Computed positions and hidden buttons
     setting::chkCalcAzAlt,
     setting::chkCalcLST,

@@ -38,6 +38,8 @@ struct DriverState : LogState, CounterState {
     bool g_bFocuserConnected = false;      ///< at least one focuser client connected
     double g_dConnectTimeout = 1.0;        ///< seconds; 0: no limit
     std::int32_t g_nReceiveTimeoutMS = 0;  ///< the receive time-out with which the link was opened, ms
+    std::string g_sLatestVersion;          ///< of the driver, as its update service has told; empty before
+    bool g_bNewVersion = false;            ///< that one is newer than this driver
     std::string g_sVersion;                ///< firmware version, without its terminator
     bool g_bOpeningLink = false;           ///< a connect tries to open the link and to find a mount
     bool g_bMountUnproved = false;         ///< a client is connected over a link on which no mount has answered yet

@@ -65,6 +65,7 @@ const std::vector<ExpectedKey> kExpected{
     {"PopupShowStatus", "1", '0'}, {"chkEnableDebugLog", "0", '0', "1"}, {"chkShowASCOMCommands", "1", '0'},
     {"chkShowTelescopeCommands", "1", '0'}, {"chkShowFocuserCommands", "1", '0'}, {"chkShowNoRaDecAltAz", "0", '0'},
     {"LogFileDir", ""}, {"LogWhenParked", "0", '0'}, {"LogKeepMBytes", "500"}, {"LogKeepDays", "30"}, {"chkNewVersion", "1", '0'},
+    {"UpdateHost", ""}, {"DownloadPage", ""},
 
     {"chkCalcAzAlt", "0", '0'}, {"chkCalcLST", "0", '0'}, {"ShowInitNowButton", "0", '0'},
 };

@@ -1,0 +1,110 @@
+#include "periphery/side_tools.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "kernel/base/application_info.h"
+
+namespace kestrane {
+namespace {
+
+struct ToolRow {
+    SideTool tool;
+    std::string_view file;
+    std::string_view arguments;
+};
+
+constexpr ToolRow kTools[] = {
+    {SideTool::LogZipper, "KsLogZipper.exe", ""},
+    {SideTool::Jog, "KsJog.exe", "-connect"},
+    {SideTool::Timer, "KsTimer.exe", "-connect"},
+    {SideTool::PolarAlignment, "KsRaPAS.exe", "-connect"},
+};
+
+struct HelpRow {
+    HelpTopic topic;
+    std::string_view page;
+};
+
+constexpr HelpRow kHelp[] = {
+    {HelpTopic::ParkAndUnpark, "help-1-park-and-unpark.html"},
+    {HelpTopic::Setup, "help-2-setup.html"},
+    {HelpTopic::Focuser, "help-3-focuser.html"},
+    {HelpTopic::Sites, "help-4-sites.html"},
+    {HelpTopic::MountInitialization, "help-5-mount-initialization.html"},
+    {HelpTopic::Goto, "help-6-goto.html"},
+    {HelpTopic::Status, "help-7-status.html"},
+};
+
+constexpr std::string_view kStandardsSite = "https://ascom-standards.org/";
+constexpr std::string_view kNoBrowser = "It doesn't appear that you have a web browser installed on your system.";
+constexpr std::string_view kGetItHere = "You can get the new KS V2 ASCOM driver from here: ";
+constexpr std::string_view kNoPage = "(no address: the setting DownloadPage is empty)";
+constexpr std::string_view kDownloadTitle = "ASCOM V2 Kestrane VTR Driver";
+
+}  // namespace
+
+std::string_view HelpPage(HelpTopic topic) {
+    return std::ranges::find(kHelp, topic, &HelpRow::topic)->page;
+}
+
+SideTools::SideTools(SideToolsNeeds needs) : needs_(std::move(needs)) {
+    frmHandBox& handBox = needs_.handBox;
+    handBox.btnLogZipper.OnClick([this] { Start(SideTool::LogZipper); });
+    handBox.btnPolarAlignmentTool.OnClick([this] { Start(SideTool::PolarAlignment); });
+    handBox.btnHelpParkUnpark.OnClick([this] { OpenHelp(HelpTopic::ParkAndUnpark); });
+    handBox.picASCOM.OnClick([this] { OpenStandardsSite(); });
+    handBox.lblFirmware.OnClick([this] { OpenDownloadPage(); });
+}
+
+void SideTools::Start(SideTool tool) {
+    const ToolRow& row = *std::ranges::find(kTools, tool, &ToolRow::tool);
+    const std::string path = (needs_.folders.OfProgram() / row.file).string();
+    if (!needs_.processes.Start(path, row.arguments)) {
+        needs_.messageBoxes.Show("The tool could not be started: " + path, application::kTitle,
+                                 MessageIcon::Information);
+    }
+}
+
+void SideTools::OpenHelp(HelpTopic topic) {
+    const std::filesystem::path page = needs_.folders.OfProgram() / "help" / HelpPage(topic);
+    std::error_code unreadable;
+    if (!std::filesystem::exists(page, unreadable) || !OpenWithDesktop(page.string())) {
+        needs_.messageBoxes.Show("The help could not be opened: " + page.string(), application::kTitle,
+                                 MessageIcon::Information);
+    }
+}
+
+void SideTools::OpenDownloadPage() {
+    const std::string page = DownloadPage();
+    if (page.empty() || !OpenWithDesktop(page)) {
+        needs_.messageBoxes.Show(std::string(kGetItHere) + (page.empty() ? std::string(kNoPage) : page), kDownloadTitle,
+                                 MessageIcon::Information);
+    }
+}
+
+void SideTools::OpenStandardsSite() {
+    if (!OpenWithDesktop(kStandardsSite)) {
+        needs_.messageBoxes.Show(kNoBrowser, application::kTitle, MessageIcon::Information);
+    }
+}
+
+/// Without one in the settings, the place of the update service.
+std::string SideTools::DownloadPage() {
+    const std::string page = needs_.persist.Read(setting::DownloadPage);
+    const std::string host = needs_.persist.Read(setting::UpdateHost);
+    return !page.empty() || host.empty() ? page : "https://" + host + "/ksdriver/";
+}
+
+/// A text that could be more than one argument opens nothing.
+bool SideTools::OpenWithDesktop(std::string_view what) {
+    const bool quoted = what.find_first_of(" \t\r\n") != std::string_view::npos;
+    if (what.starts_with('-') || (quoted && what.find('"') != std::string_view::npos)) {
+        return false;
+    }
+    const std::string argument(what);
+    return needs_.processes.Start("xdg-open", quoted ? "\"" + argument + "\"" : argument);
+}
+
+}  // namespace kestrane
