@@ -182,8 +182,9 @@ public:
 class Menu : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::Menu;
-    Menu(Form& form, std::string_view name, std::string_view text) : VisibleControl(form, name, kKind) {
-        First(text, Shown::Yes);
+    Menu(Form& form, std::string_view name, std::string_view text, Shown shown = Shown::Yes)
+        : VisibleControl(form, name, kKind) {
+        First(text, shown);
     }
     using Control::Checked;
     using Control::Text;

@@ -8,11 +8,11 @@ namespace kestrane {
 namespace {
 
 /// In the order of `Property`.
-constexpr std::array<std::string_view, 14> kPropertyNames{
-    "Text",      "Checked",   "Enabled", "Visible", "BackColour", "ForeColour", "ToolTip",
-    "ListItems", "ListIndex", "Minimum", "Maximum", "Value",      "Appended",   "Loaded",
+constexpr std::array<std::string_view, 16> kPropertyNames{
+    "Text",      "Checked", "Enabled", "Visible", "BackColour", "ForeColour", "ToolTip", "ListItems",
+    "ListIndex", "Minimum", "Maximum", "Value",   "Appended",   "Loaded",     "Front",   "Stacked",
 };
-static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Loaded) + 1);
+static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Stacked) + 1);
 
 }  // namespace
 

@@ -29,7 +29,8 @@ enum class ControlKind {
     Timer,
 };
 
-/// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible` and `Loaded`.
+/// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible`, `Loaded`,
+/// `Front` and `Stacked`.
 enum class Property {
     Text,
     Checked,
@@ -45,6 +46,8 @@ enum class Property {
     Value,
     Appended,  ///< a rich text has grown by one piece
     Loaded,
+    Front,    ///< the window is to come in front of all others, if it is shown
+    Stacked,  ///< the window is to be put in its place among others again: above all, or not
 };
 
 /// The name of a property as outside programs use it: "Text", "BackColour".
@@ -117,6 +120,16 @@ public:
     void Show() { Visible(true); }
     void Hide() { Visible(false); }
 
+    /// Announces that the window is to come to the front; a hidden one stays hidden.
+    void ToFront() { Announce("", Property::Front); }
+    /// Whether the window stands above all others. Each write is announced, also of the same value: another program may
+    /// have put its window above.
+    bool AlwaysOnTop() const { return alwaysOnTop_; }
+    void AlwaysOnTop(bool onTop) {
+        alwaysOnTop_ = onTop;
+        Announce("", Property::Stacked);
+    }
+
     const std::string& Caption() const { return caption_; }
     void Caption(std::string_view caption);
 
@@ -149,6 +162,7 @@ private:
     bool unloading_ = false;
     bool loadsNoMore_ = false;
     bool visible_ = false;
+    bool alwaysOnTop_ = false;
     int fillings_ = 0;
     std::function<void()> onLoad_, onUnload_;
     std::vector<Control*> controls_;

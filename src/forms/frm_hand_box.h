@@ -34,7 +34,6 @@ public:
     std::int32_t top = 0;
     bool restorePosition = false;  ///< the view places the window at `left` and `top` when it first shows it
     bool savePosition = false;     ///< set by the view after a move: `left` and `top` must be saved
-    bool alwaysOnTop = true;
 
     // --- header
     Label lblMain{*this, "lblMain", "Kestrane V2"};
@@ -225,7 +224,28 @@ public:
     CheckBox chkShowAllControls{*this, "chkShowAllControls", "Show All Controls"};
 
     // --- popup menu of the tray icon
+    Menu mPopupSys{*this, "mPopupSys", "", Shown::No};  ///< the menu itself: shown while it is open
+    Menu mPopRestore{*this, "mPopRestore", "&Driver Handbox..."};
+    Menu mPopSetup{*this, "mPopSetup", "Setup &Telescope..."};
     Menu mPopFocuser{*this, "mPopFocuser", "Setup &Focuser..."};
+    Menu mPopupLogZipper{*this, "mPopupLogZipper", "Log File &Zipper Utility"};
+    Menu mPopTimerUtility{*this, "mPopTimerUtility", "T&imer Utility"};
+    Menu mPopupJogUtility{*this, "mPopupJogUtility", "&Jog Utility"};
+    Menu mPopupPAS{*this, "mPopupPAS", "&Polar Alignment Scope"};
+    Menu mPopPark{*this, "mPopPark", "Park..."};
+    Menu mPopUnpark{*this, "mPopUnpark", "Unpark..."};
+    Menu mPopEnableTracking{*this, "mPopEnableTracking", "Enable Tracking"};
+    Menu mPopDisableTracking{*this, "mPopDisableTracking", "Disable Tracking"};
+    Menu mPopInitializeMount{*this, "mPopInitializeMount", "Initialize Mount..."};
+    Menu mPopupShowStatus{*this, "mPopupShowStatus", "Show Status Window..."};  ///< the next three are its submenu
+    Menu mPopupShowStatusAlways{*this, "mPopupShowStatusAlways", "When hovering over system tray icon"};
+    Menu mPopupShowStatusWhenDriverHidden{*this, "mPopupShowStatusWhenDriverHidden",
+                                          "When hovering over system tray icon when driver window hidden"};
+    Menu mPopupShowStatusNever{*this, "mPopupShowStatusNever", "Never"};
+    Menu mPopShowLogWindow{*this, "mPopShowLogWindow", "Show Log Window"};
+    Menu mPopTopmost{*this, "mPopTopmost", "&Force driver handbox window to top every 5 seconds"};
+    Menu mPopHelp{*this, "mPopHelp", "&Help..."};
+    Menu mPopExit{*this, "mPopExit", "E&xit"};
 
     // --- timers: first interval in milliseconds, first state
     Timer tmrQueryRaDecAltAz{*this, "tmrQueryRaDecAltAz", pump_, 1000, false};  ///< the poll; 150 once loaded

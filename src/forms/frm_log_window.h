@@ -10,6 +10,9 @@ class frmLogWindow : public Form {
 public:
     frmLogWindow() : Form("frmLogWindow", "Kestrane V2 Log"), forLog_(*this) {}
 
+    /// Set when the window is shown: the view puts it at the top right corner of the hand box, and clears this.
+    bool placeAtTopRight = false;
+
     RichTextBox rtbLog{*this, "rtbLog"};
 
     // --- which lines it shows
@@ -33,6 +36,7 @@ private:
         }
         void Show(bool visible) override {
             if (visible != form_.Visible()) {  // a window that was never used must not be loaded only to be hidden
+                form_.placeAtTopRight = visible;
                 form_.Visible(visible);
             }
         }

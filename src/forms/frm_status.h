@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "forms/controls.h"
@@ -18,6 +20,16 @@ private:
 
 public:
     explicit frmStatus(MessagePump& pump) : Form("frmStatus", Title()), pump_(pump) {}
+
+    /// The size of the window in pixels, which the view that shows it writes, and the place where it is to be shown,
+    /// once the edge of the screen with the tray is known.
+    std::int32_t width = 260;
+    std::int32_t height = 320;
+    struct Corner {
+        std::int32_t left = 0;
+        std::int32_t top = 0;
+    };
+    std::optional<Corner> place;
 
     Label lblComPortValue{*this, "lblComPortValue"};  ///< the port field
     Label lblFirmware{*this, "lblFirmware"};

@@ -36,6 +36,11 @@ Driver::Driver(Platform platform)
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, messageBoxes, ledger}),
       sites(SitesNeeds{persist, log, ledger}),
       logPanel(LogPanelNeeds{state, persist, log, handBox, logWindow}),
+      sideTools(SideToolsNeeds{persist, platform_.processes, platform_.folders, messageBoxes, handBox}),
+      shellIcon(ShellIconNeeds{platform_.trayIcon, persist, log, handBox, statusWindow, logWindow}),
+      versionNotice(VersionNoticeNeeds{state, handBox.lblMain, handBox.tmrVersionDifferent,
+                                       [this] { sideTools.OpenDownloadPage(); }}),
+      updateCheck(UpdateCheckNeeds{essentials, platform_.webPages, mount, [this] { versionNotice.Begin(); }}),
       panel(NeedsOfPanel()),
       tracking(TrackingOperationsNeeds{essentials, panel, OwnTelescope()}),
       modal(waits, log, [this] { return InParkMove(state); }),
@@ -45,6 +50,8 @@ Driver::Driver(Platform platform)
       focuserSetup(NeedsOfFocuserSetup()),
       quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),
       setupLink(SetupLinkNeeds{initialSetup, LinkConnected(), [this] { quaySettings.ShowModal(); }}),
+      statusPanel(NeedsOfStatusPanel()),
+      tray(NeedsOfTray()),
       rates(MountRatesNeeds{essentials, mount, handBox, initialSetup, initMount}),
       controller(ControllerFeaturesNeeds{essentials, mount, rates, handBox, initialSetup, initMount, panel}),
       journal(EventJournalNeeds{essentials, motion, panel}),
@@ -72,12 +79,6 @@ Driver::Driver(Platform platform)
         connections.HealWhenDue();
         connections.ExitAfterPark();
     });
-    handBox.mPopFocuser.OnClick([this] {
-        if (!setupFocuser.Visible()) {
-            focuserSetup.ShowModal();
-            focusMotor.UpdateValues();
-        }
-    });
     startup.Run();
     left_ = openMotionFile.Left();
     if (left_.Any()) {
@@ -93,6 +94,13 @@ Driver::~Driver() {
     }
     counters.SetView(nullptr);
     alarmFilter.SetActions(nullptr);
+}
+
+void Driver::OpenFocuserSetup() {
+    if (!setupFocuser.Visible()) {
+        focuserSetup.ShowModal();
+        focusMotor.UpdateValues();
+    }
 }
 
 Telescope& Driver::InternalInstance() {

@@ -20,6 +20,9 @@
 #include "kernel/open_motion_file.h"
 #include "kernel/startup.h"
 #include "link/link_factory.h"
+#include "periphery/side_tools.h"
+#include "periphery/update_check.h"
+#include "periphery/version_notice.h"
 #include "platform/platform.h"
 #include "settings/persist.h"
 #include "settings/sites.h"
@@ -40,6 +43,9 @@
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
 #include "ui/setup_link.h"
+#include "ui/shell_icon.h"
+#include "ui/status_window.h"
+#include "ui/tray.h"
 
 namespace kestrane {
 
@@ -123,6 +129,10 @@ public:
     KsMount mount;
     ClientRateLists rateLists;
     std::unique_ptr<MountLink> link;
+    SideTools sideTools;
+    ShellIcon shellIcon;
+    VersionNotice versionNotice;
+    UpdateCheck updateCheck;
     HandBoxPanel panel;
     TrackingOperations tracking;
     Modal modal;
@@ -132,6 +142,8 @@ public:
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;
     SetupLink setupLink;
+    StatusWindow statusPanel;
+    Tray tray;
     MountRates rates;
     ControllerFeatures controller;
     EventJournal journal;
@@ -149,6 +161,8 @@ private:
     HandBoxNeeds NeedsOfPanel();
     QuestionWindowsNeeds NeedsOfQuestions();
     FocuserSetupNeeds NeedsOfFocuserSetup();
+    StatusWindowNeeds NeedsOfStatusPanel();
+    TrayNeeds NeedsOfTray();
     ConnectionManagerNeeds NeedsOfConnections();
     DriverCommandsNeeds NeedsOfCommands();
     TelescopeNeeds NeedsOfTelescope();
@@ -159,6 +173,7 @@ private:
     bool AxisMayRun() const;
     bool OtherMoveMayRun() const;
     bool GotoGoesOn() const;
+    void OpenFocuserSetup();
     void EndRuns();
     void StopRunningAxes();
     void NoteOpenMotion(std::string_view text);

@@ -24,6 +24,9 @@ HandBoxNeeds Driver::NeedsOfPanel() {
         .initialSetup = initialSetup,
         .initMount = initMount,
         .questions = questions,
+        .shellIcon = shellIcon,
+        .showMenuOptions = [this] { tray.ShowOptions(); },
+        .noticeTakesClick = [this] { return versionNotice.TakesClick(); },
         .askForPlainSyncs = [this] { return rcalSyncWarning.AskForPlainSyncs(); },
         .telescope = OwnTelescope(),
         .linkConnected = LinkConnected(),
@@ -52,7 +55,7 @@ ConnectionManagerNeeds Driver::NeedsOfConnections() {
         .serialPorts = platform_.serialPorts,
         .internalInstance = [this]() -> Telescope& { return InternalInstance(); },
         .ensureUtil = [this] { startup.EnsureUtil(); },
-        .checkForUpdate = [] {},
+        .checkForUpdate = [this] { updateCheck.Run(); },
         .stopWhatWasLeft = [this] { SendWhatWasLeft(left_); },
         .endRuns = [this] { EndRuns(); },
         .unloadWindows = [this] { windows.UnloadAtShutdown(); },
@@ -73,8 +76,8 @@ DriverCommandsNeeds Driver::NeedsOfCommands() {
                     panel.UpdateControls();
                 }
             },
-        .maximize = [this] { panel.Maximize(); },
-        .minimize = [this] { panel.Minimize(); },
+        .maximize = [this] { shellIcon.ShowAndDeleteShellIcon(); },
+        .minimize = [this] { shellIcon.HideAndAddShellIcon(); },
         .resetErrorCounts = [this] { connections.ResetCommCounters(); },
         .internalInstance = OwnTelescope(),
         .enableDebugLog = [this](bool enable) { logPanel.Enable(enable); },
@@ -95,6 +98,50 @@ FocuserSetupNeeds Driver::NeedsOfFocuserSetup() {
         .checkConnection = [this](
                                std::int16_t port, std::int16_t timeoutMs,
                                std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
+    };
+}
+
+StatusWindowNeeds Driver::NeedsOfStatusPanel() {
+    return StatusWindowNeeds{
+        .ledger = ledger,
+        .pump = platform_.pump,
+        .form = statusWindow,
+        .telescope = OwnTelescope(),
+        .linkConnected = LinkConnected(),
+        .stopFocuser = [this] { focusMotor.StopRun(); },
+        .endHeldMotion =
+            [this] {
+                panel.WithdrawMoves();
+                heldButtons.ReleaseAll();
+            },
+    };
+}
+
+TrayNeeds Driver::NeedsOfTray() {
+    return TrayNeeds{
+        .ledger = ledger,
+        .log = log,
+        .persist = persist,
+        .windows = windows,
+        .icon = platform_.trayIcon,
+        .shellIcon = shellIcon,
+        .statusWindow = statusPanel,
+        .questions = questions,
+        .telescope = OwnTelescope(),
+        .ask = [this](std::function<void()> run) { panel.RunAsLongCall(std::move(run)); },
+        .showLogWindow = [this](bool show) { logPanel.ShowLogWindow(show); },
+        .openSetup = {},
+        .openFocuserSetup = [this] { OpenFocuserSetup(); },
+        .openLogZipper = [this] { sideTools.Start(SideTool::LogZipper); },
+        .openTimer = [this] { sideTools.Start(SideTool::Timer); },
+        .openJog = [this] { sideTools.Start(SideTool::Jog); },
+        .openPolarAlignment = [this] { sideTools.Start(SideTool::PolarAlignment); },
+        .openHelp = [this] { sideTools.OpenHelp(HelpTopic::Status); },
+        .shutDown =
+            [this] {
+                motion.StopAskedFor();
+                connections.ShutdownDriver();
+            },
     };
 }
 

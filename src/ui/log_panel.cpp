@@ -30,6 +30,7 @@ LogPanel::LogPanel(LogPanelNeeds needs)
     needs_.logWindow.OnLoad([this] {
         filters_.Fill();
         TakeFilters();
+        FollowAlwaysOnTop();
     });
     for (const FilterRow& filter : kFilters) {
         filters_.Add(KeptCheck{needs_.logWindow.*filter.box, filter.key, [this] { TakeFilters(); }});
@@ -46,7 +47,13 @@ void LogPanel::ToggleLog() {
 
 void LogPanel::ShowLogWindow(bool show) {
     needs_.persist.Write(setting::mPopShowLogWindow, ZeroOrOne(show));
+    needs_.handBox.mPopShowLogWindow.Checked(show);
+    FollowAlwaysOnTop();
     needs_.logWindow.ForLog().Show(show);
+}
+
+void LogPanel::FollowAlwaysOnTop() {
+    needs_.logWindow.AlwaysOnTop(needs_.persist.Read(setting::chkAlwaysOnTop) != "0");
 }
 
 void LogPanel::Enable(bool enable) {

@@ -37,6 +37,7 @@ public:
 
 private:
     void OnEnableClick();
+    void FollowAlwaysOnTop();
     void TakeFilters();
 
     LogPanelNeeds needs_;

@@ -352,7 +352,7 @@ TEST_F(Controls, View_MayDetachAnotherWhileItIsTold) {
 
 TEST_F(Controls, PropertyName_NamesEachPropertyDifferently) {
     std::set<std::string_view> names;
-    for (int property = 0; property <= static_cast<int>(Property::Loaded); ++property) {
+    for (int property = 0; property <= static_cast<int>(Property::Stacked); ++property) {
         EXPECT_TRUE(names.insert(PropertyName(static_cast<Property>(property))).second) << property;
     }
     EXPECT_EQ(PropertyName(Property::Text), "Text");

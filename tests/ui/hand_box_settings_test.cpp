@@ -299,7 +299,7 @@ TEST_F(HandBoxSettings, Load_TellsItsSettingsAndSetsUpTheWindow) {
     EXPECT_TRUE(HandBox().restorePosition);
     EXPECT_EQ(HandBox().top, 120);
     EXPECT_EQ(HandBox().left, -7);
-    EXPECT_FALSE(HandBox().alwaysOnTop);
+    EXPECT_FALSE(HandBox().AlwaysOnTop());
     EXPECT_TRUE(HandBox().btnInitNow.Visible());
     EXPECT_TRUE(HandBox().lblAdministrator.Visible());
     EXPECT_EQ(HandBox().tmrQueryRaDecAltAz.Interval(), 150);

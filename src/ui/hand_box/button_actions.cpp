@@ -77,6 +77,17 @@ void ButtonActions::Withdraw(ButtonAction action) {
     }
 }
 
+void ButtonActions::WithdrawMoves() {
+    for (const ButtonAction moves : {ButtonAction::Park, ButtonAction::SlewRaDec, ButtonAction::SlewAltAz,
+                                     ButtonAction::PressMove, ButtonAction::Repeat}) {
+        if (delayed_ == moves) {
+            delayed_ = ButtonAction::None;
+            needs_.driver.log.LogMessage("frmHandBox", LogLevel::Info,
+                                         "A button does nothing: it was pressed before the stop");
+        }
+    }
+}
+
 /// A move ahead of a park has nobody but its own loop to end it, which a question above it would hold up.
 bool ButtonActions::MustWait(ButtonAction action) const {
     const DriverState& state = needs_.driver.state;

@@ -54,6 +54,8 @@ public:
     void Press(ButtonAction action);
     /// Takes an action back that still waits; nothing where another one does.
     void Withdraw(ButtonAction action);
+    /// For a stop of everything: an action that moves the mount and still waits for its turn does not run any more.
+    void WithdrawMoves();
     /// Runs an action at once.
     void Run(ButtonAction action);
     /// Runs the action that waits, if it may run by now. For each tick of `tmrButtonDelay`.

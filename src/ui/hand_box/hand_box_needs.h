@@ -19,6 +19,7 @@
 #include "state/site_query.h"
 #include "telescope/motion/tracking_operations.h"
 #include "telescope/telescope.h"
+#include "ui/shell_icon.h"
 
 namespace kestrane {
 
@@ -40,6 +41,9 @@ struct HandBoxNeeds {
     frmInitialSetup& initialSetup;
     frmInitMount& initMount;
     Questions& questions;
+    ShellIcon& shellIcon;
+    std::function<void()> showMenuOptions;   ///< ticks the entries of the tray menu that are settings
+    std::function<bool()> noticeTakesClick;  ///< whether a click on `lblMain` was for the notice that it shows
     std::function<bool()> askForPlainSyncs;  ///< whether a person who has unticked recals means it; pumps
     std::function<Telescope*()> telescope;   ///< the driver's own object; null while there is none
     std::function<bool()> linkConnected;

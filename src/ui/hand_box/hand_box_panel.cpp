@@ -47,6 +47,7 @@ void HandBoxPanel::OnLoad() {
     needs_.handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
     configuration_.Load();
     pad_.ArrangeMoveButtons();
+    needs_.showMenuOptions();
     paging_.Load();
 }
 

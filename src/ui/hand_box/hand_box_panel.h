@@ -50,10 +50,6 @@ public:
     /// Shows the panel on the page that was shown last.
     void ExpandWindow() { paging_.ExpandWindow(); }
 
-    /// Shows the window, or puts it into the tray.
-    void Maximize() { window_.Maximize(); }
-    void Minimize() { window_.Minimize(); }
-
     /// Asks whether to unpark a mount that reports its power-on position, as soon as no poll step runs; the caller does
     /// not wait. The question goes when the mount reports another position.
     void OfferUnpark(std::int16_t index) { unparkOffer_.Offer(index); }
@@ -64,6 +60,7 @@ public:
     /// What the buttons do to the mount, see `ButtonActions`.
     void OnAction(ButtonAction action, std::function<void()> run) { actions_.On(action, std::move(run)); }
     void Press(ButtonAction action) { actions_.Press(action); }
+    void WithdrawMoves() { actions_.WithdrawMoves(); }
     void RunAsLongCall(std::function<void()> run) { actions_.RunAsLongCall(std::move(run)); }
 
     /// The commands of the nine-button pad, for the rate type that the mount has reported so far.

@@ -43,7 +43,11 @@ Paging::Paging(const HandBoxNeeds& needs, KeptControls& kept) : needs_(needs), s
     });
     handBox.btnContract.OnClick([this] { Contract(); });
     handBox.btnContract2.OnClick([this] { Contract(); });
-    handBox.lblMain.OnClick([this] { TogglePanel(); });
+    handBox.lblMain.OnClick([this] {
+        if (!needs_.noticeTakesClick()) {
+            TogglePanel();
+        }
+    });
     for (Label frmHandBox::*label : kPanelLabels) {
         (handBox.*label).OnClick([this] { ExpandWindow(); });
     }

@@ -63,7 +63,7 @@ void HandBoxWindow::RestorePosition() {
     handBox.top = number(top);
     handBox.left = number(left);
     handBox.restorePosition = number(remember) != 0;
-    handBox.alwaysOnTop = onTop != "0";
+    handBox.AlwaysOnTop(onTop != "0");
     driver_.log.LogMessage("Load", LogLevel::Info,
                            "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);
 }
@@ -87,23 +87,11 @@ void HandBoxWindow::UserShow() {
     handBox.EnsureLoaded();
     handBox.bForceMinimize = driver_.persist.ReadFlag(setting::MinimizeStatusWindow);
     if (handBox.bForceMinimize) {
-        Minimize();
+        needs_.shellIcon.HideAndAddShellIcon();
         handBox.tmrMinimize.Interval(kMinimizeDelayMs);
     } else {
-        Maximize();
+        needs_.shellIcon.ShowAndDeleteShellIcon();
     }
-}
-
-void HandBoxWindow::Maximize() {
-    needs_.handBox.EnsureLoaded();
-    needs_.handBox.Show();
-    needs_.handBox.inTray = false;
-}
-
-void HandBoxWindow::Minimize() {
-    needs_.handBox.EnsureLoaded();
-    needs_.handBox.Hide();
-    needs_.handBox.inTray = true;
 }
 
 }  // namespace kestrane

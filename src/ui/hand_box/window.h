@@ -15,9 +15,6 @@ public:
 
     /// See `HandBoxDisplay`.
     void UserShow();
-    /// Shows the window, or puts it into the tray.
-    void Maximize();
-    void Minimize();
 
 private:
     void RestorePosition();
