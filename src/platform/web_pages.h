@@ -11,7 +11,7 @@
 namespace kestrane {
 
 struct WebPageRequest {
-    std::string host;                                          ///< name or address; may carry ":port", else 443
+    std::string host;                                          ///< name or IPv4 address; may carry ":port", else 443
     std::string target;                                        ///< path and query, encoded
     std::vector<std::pair<std::string, std::string>> headers;  ///< beside those that each request has
     std::int32_t withinMs = 5000;                              ///< in all, from the lookup of the name to the last byte
