@@ -43,7 +43,6 @@ void ShellIcon::ShowAndDeleteShellIcon() {
     frmHandBox& handBox = needs_.handBox;
     handBox.EnsureLoaded();
     handBox.bForceMinimize = false;
-    handBox.tmrMinimize.Interval(kNever);
     handBox.Show();
     DeleteIcon();
     if (needs_.statusWindow.Visible()) {

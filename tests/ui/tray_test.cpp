@@ -127,6 +127,15 @@ TEST_F(TrayTest, ShowAndDelete_WithinTheSecond_EndsTheTries) {
     EXPECT_FALSE(machine.trayIcon.there);
 }
 
+TEST_F(TrayTest, ShowAndDelete_WithinTheSecondOfAStartInTheTray_KeepsTheHandBoxShown) {
+    driver->persist.Write(setting::MinimizeStatusWindow, "1");
+    driver->panel.UserShow();
+    driver->shellIcon.ShowAndDeleteShellIcon();
+    machine.AdvanceTime(4'000);
+    EXPECT_TRUE(HandBox().Visible());
+    EXPECT_EQ(Calls(), (Texts{"add", "delete"}));
+}
+
 TEST_F(TrayTest, ShowAndDelete_HidesTheStatusWindow_EvenAKeptOne) {
     driver->shellIcon.HideAndAddShellIcon();
     Tell(kPointerOver);

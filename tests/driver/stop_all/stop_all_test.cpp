@@ -121,8 +121,8 @@ TEST_F(StopAllTest, FocuserRun_AndAHeldButton_End) {
         ASSERT_TRUE(motor.MayRun());
         EXPECT_EQ(SentByPress(), "0:Q 10:FQ");
         EXPECT_FALSE(motor.MayRun());
-        motor.Release();
-        EXPECT_EQ(SentByPress(5'000), "0:Q") << "nothing of the motor is left to stop";
+        EXPECT_EQ(MotionDuring([&] { motor.Release(); }), "") << "nothing of the motor is left to stop";
+        EXPECT_EQ(SentByPress(5'000), "0:Q");
     }
 }
 
