@@ -122,10 +122,10 @@ bool StopWatch::RepeatIsDue(std::optional<Tick> textAskedAt, CoordinateReads rea
     return true;
 }
 
+/// The flag of the motion would not do: a companion that plans its way leaves it set while the mount stands.
 bool StopWatch::MountMoves(std::optional<Tick> textAskedAt, CoordinateReads reads) {
     const bool textIsNew = textAskedAt && *textAskedAt - watched_->stoppedAt >= kUntilRepeatMs;
-    const bool textCounts = state_.g_bGosActive && textIsNew && !state_.g_bGotoPlanned;
-    if (textCounts && state_.g_bStandAwaited && state_.g_bMountSlewing) {
+    if (state_.g_bGosActive && textIsNew && state_.g_bStandAwaited && LastTextSaysSlewing(state_)) {
         return true;
     }
     const bool readingsCount = !state_.g_bGosActive || watched_->endsMove;

@@ -30,7 +30,7 @@ enum class Line { Answers, AsksNothing, Fails, LosesAReply, LosesAReplyUnseen };
 /// What begins after it.
 enum class Then { Nothing, Motion, Axis, Slew, Park, AbortedPark, Pulse, LongPulse };
 /// What the mount does and says.
-enum class Mount { Stands, SaysItSlews, SaysSoOnce, GoesFast, StandsWithoutText, GoesFastWithoutText };
+enum class Mount { Stands, StandsYet, SaysItSlews, SaysSoOnce, GoesFast, StandsWithoutText, GoesFastWithoutText };
 
 struct StopRow {
     std::string_view name;
@@ -139,6 +139,13 @@ protected:
         state.g_dDec += GoesFast() ? 2.0 : 0.0;
         return true;
     }
+    /// The flag does not follow a text that is asked for too early after a goto.
+    void TextSays(bool slewing) {
+        state.g_sStatus = slewing ? "020S0000000" : "02000000000";
+        if (slewing || Case().mount != Mount::StandsYet) {
+            motion.MountReportsSlewing(slewing);
+        }
+    }
     void Run() {
         Move();
         Stop();
@@ -151,8 +158,7 @@ protected:
                 askedAt = now;
                 if (Ask(now - start) && HasText()) {
                     textAskedAt = now;
-                    motion.MountReportsSlewing(Case().mount == Mount::SaysItSlews ||
-                                               (Case().mount == Mount::SaysSoOnce && sent.empty()));
+                    TextSays(Case().mount == Mount::SaysItSlews || (Case().mount == Mount::SaysSoOnce && sent.empty()));
                 }
             }
             if (now - start >= kBeginsMs && now - start < kBeginsMs + kStepMs) {
@@ -201,6 +207,7 @@ INSTANTIATE_TEST_SUITE_P(Stops, StopWatchTest, testing::Values(
     StopRow{"WithoutTextItStands",         Ends::Goto,    kOne,  For::Client, Line::Answers,     Then::Nothing,     Mount::StandsWithoutText,   "",      ""},
     StopRow{"TheTextIsBelieved",           Ends::Goto,    kOne,  For::Client, Line::Answers,     Then::Nothing,     Mount::GoesFast,            "",      ""},
     StopRow{"TheLineComesBack",            Ends::Goto,    kPair, For::Client, Line::Fails,       Then::Nothing,     Mount::SaysSoOnce,          "P",     "s"},
+    StopRow{"AMountThatStandsYet",         Ends::Goto,    kPair, For::Client, Line::Answers,     Then::Nothing,     Mount::StandsYet,           "",      ""},
     StopRow{"OfAPulse_NotForTheGoto",      Ends::Goto,    kOne,  For::Pulse,  Line::Answers,     Then::Nothing,     Mount::SaysItSlews,         "",      ""},
     StopRow{"OfNothing",                   Ends::Nothing, kOne,  For::Client, Line::Answers,     Then::Nothing,     Mount::SaysItSlews,         "",      ""},
     StopRow{"OfNothing_WithoutText",       Ends::Nothing, kOne,  For::Client, Line::Answers,     Then::Nothing,     Mount::GoesFastWithoutText, "",      ""},

@@ -141,6 +141,44 @@ TEST_P(StoppedParkTest, OfTheCompanion_LeavesTheMountUnparkedAndTracking) {
 
 INSTANTIATE_TEST_SUITE_P(Places, StoppedParkTest, testing::Values("2", "6"));
 
+struct InMotionRow {
+    const char* name;
+    void (*handOver)(Telescope&);
+};
+
+class HandedOverInMotionTest : public CompanionMotionTest, public testing::WithParamInterface<InMotionRow> {};
+
+/// No text shows that the mount stands in between.
+TEST_P(HandedOverInMotionTest, ASlew_IsStoppedAgain_WhereTheStopIsLost) {
+    ConnectToPark("2");
+    telescope->SlewToCoordinatesAsync(State().g_dRa, -10.0);
+    machine.AdvanceTime(6'000);
+    ASSERT_TRUE(LastTextSaysSlewing(State()));
+    GetParam().handOver(*telescope);
+    machine.AdvanceTime(6'000);
+    ASSERT_TRUE(mount->Picture().slewing);
+    companion.SetFault(Fault::Gone);
+    telescope->AbortSlew();
+    companion.SetFault(Fault::None);
+    ASSERT_TRUE(mount->Picture().slewing);
+    machine.AdvanceTime(3'000);
+    EXPECT_EQ(TimesLogged("The mount still moves: the stop is sent again"), 1);
+    EXPECT_FALSE(mount->Picture().slewing);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Slews, HandedOverInMotionTest,
+    testing::Values(InMotionRow{"OverAnother",
+                                [](Telescope& scope) { scope.SlewToCoordinatesAsync(scope.RightAscension(), 80.0); }},
+                    InMotionRow{"AfterAnAbort",
+                                [](Telescope& scope) {
+                                    scope.AbortSlew();
+                                    scope.SlewToCoordinatesAsync(scope.RightAscension(), 80.0);
+                                }},
+                    InMotionRow{"Park", [](Telescope& scope) { scope.Park(); }},
+                    InMotionRow{"OwnText", [](Telescope& scope) { scope.CommandString("*SLEW,3,80", false); }}),
+    [](const auto& row) { return row.param.name; });
+
 TEST_F(CompanionMotionTest, AStopWhileSafeSlewsAreSwitchedOn_KeepsTheSlewFromGoingOut) {
     OweSafeSlews();
     Before("*DISABLESAFESLEW,0", [&] { machine.pump.Post(CallKind::Stop, [&] { telescope->AbortSlew(); }); });
