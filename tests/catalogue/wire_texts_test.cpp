@@ -23,7 +23,7 @@ TEST(WireTexts, LastOf_FindsWhatASearchForTheFramedTextFinds) {
             text += kLetters[letter(random)];
         }
         EXPECT_EQ(wire::LastOf(text, wire::Park), text.rfind(":KA#")) << text;
-        EXPECT_EQ(wire::LastOf(text, wire::StopRaw), text.rfind(":Q#")) << text;
+        EXPECT_EQ(wire::LastOf(text, wire::Stop), text.rfind(":Q#")) << text;
         found += wire::Holds(text, wire::Park) ? 1 : 0;
     }
     EXPECT_GT(found, 100);
