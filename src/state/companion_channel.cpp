@@ -53,6 +53,7 @@ void CompanionChannel::CheckQuay() {
     state_.g_bQuayLink = true;
     state_.g_nQuaySeq = 1;
     state_.g_bQuayTimeSync = true;  // another one may take what the last one did not
+    offIsAnswered_ = false;         // and slews in its own way
     errors.Assign(state_.g_bQuayHandlesSlews, [&] { return driver_.persist.ReadFlag(setting::QuayHandlesSlews); });
     log(LogLevel::Info, "QUAY Found!");
     log(LogLevel::Info, "QUAY Handles Slews: " + std::string(TrueFalse(state_.g_bQuayHandlesSlews)));

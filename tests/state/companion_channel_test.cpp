@@ -106,6 +106,23 @@ TEST_F(CompanionChannelTest, SafeSlewsThatAreKeptOff_AreSwitchedOffAgainOnlyWith
     EXPECT_EQ(mount.Times("*DISABLESAFESLEW,1"), 3);
 }
 
+/// The companion may have ended since, and a new one begins with its safe slews on.
+TEST_F(CompanionChannelTest, SafeSlewsThatAreKeptOff_AreSwitchedOffAgainAfterANewProof) {
+    Prove();
+    state.g_bQuayConfigured = true;
+    motion.ParkBegins();
+    mount.replies["QUAY"] = mount.replies["*DISABLESAFESLEW,1"] = "1";
+    channel.DisableSafeSlew();
+    channel.LinkIsNew();
+    channel.CheckQuay();
+    ASSERT_TRUE(channel.IsProved());
+    channel.KeepSafeSlewOff();
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,1"), 2);
+    channel.KeepSafeSlewOff();
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,1"), 2);
+    EXPECT_EQ(mount.Times("*DISABLESAFESLEW,0"), 0);
+}
+
 /// Its loop has to read where the mount is, and three tries of the question may take longer than a reading lasts.
 TEST_F(CompanionChannelTest, DuringAMoveAheadOfAPark_IsNotLookedFor) {
     state.g_bQuayConfigured = true;
