@@ -131,8 +131,11 @@ std::optional<std::string> CompanionChannel::SlewAltAz(double altitude, double a
 
 std::optional<std::string> CompanionChannel::SendSlew(const TextCommand& command, const std::string& target) {
     std::string reply;
-    const bool sent = Sequence::UntilStopped(needs_.commands(), needs_.door, procedure::CompanionSlew,
-                                             [&](Sequence& mount) { reply = mount.CommandString(command, target); });
+    const bool sent =
+        Sequence::UntilStopped(needs_.commands(), needs_.door, procedure::CompanionSlew, [&](Sequence& mount) {
+            EnableSafeSlewIfOwed();
+            reply = mount.CommandString(command, target);
+        });
     return sent ? std::optional(reply) : std::nullopt;
 }
 
@@ -169,6 +172,9 @@ void CompanionChannel::EnableSafeSlew() {
 
 void CompanionChannel::EnableSafeSlewIfOwed() {
     for (int tries = 0; safeSlewIsOff_ && IsProved() && tries < kTriesToEnable; ++tries) {
+        if (tries > 0) {
+            needs_.door.LetStopInBetweenTries();
+        }
         EnableSafeSlew();
     }
     if (safeSlewIsOff_) {

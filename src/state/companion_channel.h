@@ -96,8 +96,9 @@ public:
     void KeepSafeSlewOff();
     /// It may do so again.
     void EnableSafeSlew();
-    /// The same where that is still owed: a park can end in many ways, some of which send nothing. A few tries; a
-    /// warning where it stays owed. For use before each slew, and at the end of the process.
+    /// The same where that is still owed: a park can end in many ways, some of which send nothing. A few tries, and a
+    /// stop gets in between them; a warning where it stays owed. For use in the procedure of each slew, which such a
+    /// stop ends, and at the end of the process.
     void EnableSafeSlewIfOwed();
 
     bool DoesRefraction();

@@ -49,11 +49,17 @@ bool ClientCommandSteps::MayBeSent(std::string_view member, std::string_view com
     if (!BeginsGoto(OnTheWire(command, raw))) {
         return true;
     }
-    const bool permitted = needs_.door.Permit(member).has_value();
-    if (permitted) {
-        needs_.channel.EnableSafeSlewIfOwed();
+    if (!needs_.door.Permit(member)) {
+        return false;
     }
-    return permitted;
+    const bool goesOn = core_.UntilStopped(procedure::ClientText, [&](Sequence& mount) {
+        needs_.channel.EnableSafeSlewIfOwed();
+        mount.LetStopIn();  // none that was asked for meanwhile may run after the goto
+    });
+    if (!goesOn) {
+        needs_.door.LogOvertaken(member);
+    }
+    return goesOn;
 }
 
 /// The answer went to the client, so the goto counts as accepted, unless the same text stops it. It goes somewhere else

@@ -77,6 +77,9 @@ void Telescope::SendSlewCommands() {
     CheckConnected();
     const bool sent = UntilStopped(procedure::Slew, [&](Sequence& mount) {
         needs_.motion.SlewIsToBeSent();
+        if (!InPark(state_)) {  // a park may need them off
+            needs_.channel.EnableSafeSlewIfOwed();
+        }
         steps.StartFromSiderealTracking(mount);
         mount.LetStopIn();
         steps.ApplySlewRateOfSettings(mount);

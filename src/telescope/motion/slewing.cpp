@@ -20,7 +20,6 @@ public:
     void BringPollBack();
     void CheckSlewRange(double rightAscension, double declination);
     std::optional<MotionPermit> CheckAndPermit(std::string_view member);
-    std::uint32_t Begin(const MotionPermit& permit);
     std::optional<SlewWait> BeginAltAzSlew(std::string_view member, double azimuth, double altitude);
     void HandOver(std::string_view origin, std::string_view head,
                   const std::function<std::optional<std::string>()>& slew);
@@ -64,13 +63,6 @@ std::optional<MotionPermit> SlewSteps::CheckAndPermit(std::string_view member) {
     return permit;
 }
 
-/// Not before the mount is taken from a park, whose way it would change.
-std::uint32_t SlewSteps::Begin(const MotionPermit& permit) {
-    const std::uint32_t slew = core_.NewSlewBegins(permit);
-    needs_.channel.EnableSafeSlewIfOwed();
-    return slew;
-}
-
 bool SlewSteps::SafeSlewWanted() {
     return !driver_.persist.ReadFlag(setting::DisableSafeSlew);
 }
@@ -86,7 +78,7 @@ void Telescope::SlewToCoordinates(double rightAscension, double declination) {
     }
     const bool safeSlew = steps.SafeSlewWanted();
     SlewWait wait(*this);
-    steps.Begin(*permit);
+    NewSlewBegins(*permit);
     TargetRightAscension(rightAscension);
     TargetDeclination(declination);
     if (needs_.channel.TakesSlews()) {
@@ -115,7 +107,7 @@ void Telescope::SlewToCoordinatesAsync(double rightAscension, double declination
         return;
     }
     if (fromClient) {
-        steps.Begin(*permit);
+        NewSlewBegins(*permit);
     } else {
         needs_.motion.SlewBegins();
     }
@@ -144,7 +136,7 @@ void Telescope::SlewToTarget() {
     const double rightAscension = state_.g_dTargetRa;
     const double declination = state_.g_dTargetDec;
     SlewWait wait(*this);
-    const std::uint32_t slew = steps.Begin(*permit);
+    const std::uint32_t slew = NewSlewBegins(*permit);
     if (!state_.g_bTargetRaSet || !state_.g_bTargetDecSet) {
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
@@ -190,7 +182,7 @@ void Telescope::SlewToTargetAsync() {
         driver_.log.LogMessage("ASCOM", LogLevel::Exception, "SlewToTargetAsync: Invalid RA or Declination!");
         throw DriverError(ErrorNumber::TargetIncomplete);
     }
-    steps.Begin(*permit);
+    NewSlewBegins(*permit);
     if (needs_.channel.TakesSlews()) {
         steps.SlewThroughQuay("SlewToTargetAsync", state_.g_dTargetRa, state_.g_dTargetDec);
     } else if (steps.SafeSlewWanted()) {
@@ -224,7 +216,7 @@ std::optional<SlewWait> SlewSteps::BeginAltAzSlew(std::string_view member, doubl
     }
     telescope_.Tracking(false);  // intentional: stops the mount once more although it does not track
     SlewWait wait(core_);
-    Begin(*permit);
+    core_.NewSlewBegins(*permit);
     try {
         telescope_.TargetAzimuth(azimuth);
         telescope_.TargetAltitude(altitude);
@@ -258,7 +250,6 @@ void SlewSteps::SlewThroughQuay(std::string_view origin, double rightAscension, 
 /// Whatever the companion answers, the slew counts as taken.
 void SlewSteps::HandOver(std::string_view origin, std::string_view head,
                          const std::function<std::optional<std::string>()>& slew) {
-    needs_.channel.EnableSafeSlewIfOwed();  // a companion that was found after the first leg
     needs_.motion.SlewIsToBeSent();
     const std::optional<std::string> reply = slew();
     if (!reply) {

@@ -179,18 +179,6 @@ INSTANTIATE_TEST_SUITE_P(
                     InMotionRow{"OwnText", [](Telescope& scope) { scope.CommandString("*SLEW,3,80", false); }}),
     [](const auto& row) { return row.param.name; });
 
-TEST_F(CompanionMotionTest, AStopWhileSafeSlewsAreSwitchedOn_KeepsTheSlewFromGoingOut) {
-    OweSafeSlews();
-    Before("*DISABLESAFESLEW,0", [&] { machine.pump.Post(CallKind::Stop, [&] { telescope->AbortSlew(); }); });
-    telescope->SlewToCoordinatesAsync(State().g_dRa, 30.0);
-    EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 1) << Told();
-    EXPECT_EQ(TimesTold("*SLEW,"), 0) << Told();
-    EXPECT_FALSE(companion.safeSlewDisabled);
-    machine.AdvanceTime(5'000);
-    EXPECT_FALSE(telescope->Slewing());
-    EXPECT_FALSE(mount->Picture().slewing);
-}
-
 TEST_F(CompanionMotionTest, AParkWithTheCounterweightUp_StoppedInItsFirstLeg_SwitchesSafeSlewsOnAgain) {
     ConnectToParkUp();
     telescope->Park();
@@ -226,6 +214,88 @@ TEST_F(CompanionMotionTest, OwedSafeSlews_AreAskedForAgain_WhereTheLineLosesTheC
     telescope->SlewToCoordinatesAsync(State().g_dRa, 30.0);
     EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 2);
     EXPECT_FALSE(companion.safeSlewDisabled);
+}
+
+TEST_F(CompanionMotionTest, OwedSafeSlews_AreAskedForThreeTimesAheadOfASlew_AndTheSlewGoesOn) {
+    ExpectSwallow("*");
+    OweSafeSlews();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    companion.SetFault(Fault::Silent);
+    telescope->SlewToCoordinatesAsync(State().g_dRa, 30.0);
+    EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 3);
+    EXPECT_EQ(TimesLogged("The companion may still slew without its own protection"), 1);
+    EXPECT_EQ(TimesTold("*SLEW,"), 1);
+}
+
+struct OwingSlewRow {
+    const char* name;
+    bool isHandedOver;
+    void (*slew)(Telescope&);
+};
+
+class OwingSlewTest : public CompanionMotionTest, public testing::WithParamInterface<OwingSlewRow> {
+protected:
+    void StopAtTheFirstTry(Fault fault) {
+        ExpectSwallow("*");
+        OweSafeSlews();
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+        driver->state.g_bQuayHandlesSlews = GetParam().isHandedOver;
+        Before("*DISABLESAFESLEW,0", [&] {
+            companion.SetFault(fault);
+            machine.pump.Post(CallKind::Stop, [&] { telescope->AbortSlew(); });
+        });
+        GetParam().slew(*telescope);
+        EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 1) << Told();
+        EXPECT_EQ(TimesTold("*SLEW"), 0) << Told();
+        EXPECT_EQ(TimesTold("MS"), 0) << Told();
+        EXPECT_FALSE(companion.safeSlewDisabled);
+        companion.SetFault(Fault::None);
+        driver->handBox.tmrQueryRaDecAltAz.Enabled(true);
+        machine.AdvanceTime(5'000);
+        EXPECT_FALSE(telescope->Slewing());
+        EXPECT_FALSE(mount->Picture().slewing);
+    }
+};
+
+TEST_P(OwingSlewTest, IsNotSentAfterAStopWhileSafeSlewsAreSwitchedOn) {
+    StopAtTheFirstTry(Fault::None);
+}
+
+TEST_P(OwingSlewTest, IsNotSentAfterAStopBetweenTwoTriesToSwitchThemOn) {
+    StopAtTheFirstTry(Fault::Silent);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Slews, OwingSlewTest,
+    testing::Values(OwingSlewRow{"HandedOver", true,
+                                 [](Telescope& scope) { scope.SlewToCoordinatesAsync(scope.RightAscension(), 30.0); }},
+                    OwingSlewRow{"HandedOverByAngles", true,
+                                 [](Telescope& scope) {
+                                     scope.Tracking(false);
+                                     scope.SlewToAltAzAsync(200.0, 50.0);
+                                 }},
+                    OwingSlewRow{"OfTheDriver", false,
+                                 [](Telescope& scope) { scope.SlewToCoordinatesAsync(scope.RightAscension(), 30.0); }},
+                    OwingSlewRow{"OwnBlindText", true, [](Telescope& scope) { scope.CommandBlind("MS", false); }},
+                    OwingSlewRow{"OwnText", true, [](Telescope& scope) { scope.CommandString("*SLEW,5,20", false); }}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(CompanionMotionTest, AStopGetsIn_BetweenTwoTriesToSwitchSafeSlewsOnAtANewProof) {
+    ExpectSwallow("*");
+    OweSafeSlews();
+    driver->handBox.tmrQueryRaDecAltAz.Enabled(false);
+    driver->link->Connected(false);
+    int triesBefore = 0;
+    Before("*DISABLESAFESLEW,0", [&] {
+        companion.SetFault(Fault::Silent);
+        machine.pump.Post(CallKind::Stop, [&] {
+            triesBefore = TimesTold("*DISABLESAFESLEW,0");
+            companion.SetFault(Fault::None);
+        });
+    });
+    telescope->Connected(true);
+    EXPECT_EQ(triesBefore, 1);
+    EXPECT_EQ(TimesTold("*DISABLESAFESLEW,0"), 2);
 }
 
 /// A call that waits for the companion's park must not hold the process.
