@@ -24,12 +24,20 @@ void RcalSyncWarning::ShowAtConnect() {
 }
 
 bool RcalSyncWarning::AskForPlainSyncs() {
+    return Ask("OK to continue unchecked", "CANCEL to leave checked");
+}
+
+bool RcalSyncWarning::AskToCloseSetup() {
+    return Ask("OK to close window", "CANCEL to return to setup");
+}
+
+bool RcalSyncWarning::Ask(std::string_view okText, std::string_view cancelText) {
     if (std::exchange(asking_, true)) {
         return false;
     }
     accepted_ = false;
-    form_.btnOK.Text("OK to continue unchecked");
-    form_.btnCancel.Text("CANCEL to leave checked");
+    form_.btnOK.Text(okText);
+    form_.btnCancel.Text(cancelText);
     modal_.ShowModal(form_);
     asking_ = false;
     return accepted_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "forms/frm_rcal_sync_warning.h"
 #include "forms/modal.h"
 #include "kernel/base/log.h"
@@ -17,8 +19,12 @@ public:
     /// Whether a person who has unticked the option means it; pumps until the answer. Without a view, and while the
     /// same is asked already: no.
     bool AskForPlainSyncs();
+    /// The same of a person who closes the setup dialog with plain syncs.
+    bool AskToCloseSetup();
 
 private:
+    bool Ask(std::string_view okText, std::string_view cancelText);
+
     frmRcalSyncWarning& form_;
     Modal& modal_;
     Log& log_;
