@@ -1,15 +1,10 @@
 #include "ui/focuser_setup.h"
 
-#include <algorithm>
-#include <limits>
 #include <utility>
-#include <vector>
 
 #include "kernel/base/application_info.h"
-#include "kernel/base/conversions.h"
-#include "kernel/base/text.h"
-#include "platform/port_names.h"
 #include "settings/setting_keys.h"
+#include "ui/port_list.h"
 
 namespace kestrane {
 namespace {
@@ -54,43 +49,23 @@ void FocuserSetup::ShowModal() {
 
 void FocuserSetup::Fill() {
     needs_.form.lblVersion.Text("ASCOM V2 Focuser Driver - v" + std::string(application::kDriverVersion));
-    FillPorts();
+    FillPort();
     kept_.Fill();
 }
 
-/// The port of the settings is offered also when it has no device: OK must not change it by itself.
-void FocuserSetup::FillPorts() {
-    std::vector<std::string> names;
-    for (const SerialPortEntry& entry : needs_.serialPorts.ListPorts().ports) {
-        names.push_back(entry.name);
-    }
-    const std::string kept = driver_.persist.Read(setting::Port);
-    const std::string stored = kept.empty() ? std::string(setting::Port.fallback) : kept;
-    auto selected = std::ranges::find(names, stored);
-    if (selected == names.end()) {
-        selected = names.insert(names.end(), stored);
-    }
-    const auto index = static_cast<std::int32_t>(selected - names.begin());
+void FocuserSetup::FillPort() {
     frmSetupFocuser& form = needs_.form;
-    form.cbxPort.ListItems(std::move(names));
-    form.cbxPort.ListIndex(index);
+    FillPorts(form.cbxPort, needs_.serialPorts, driver_.persist);
     const bool connected = needs_.linkConnected();
     form.cbxPort.Enabled(!connected);
     form.btnCheckPort.Enabled(!connected);
 }
 
 void FocuserSetup::CheckPort() {
-    constexpr std::int32_t kLongest = std::numeric_limits<std::int16_t>::max();
-    const auto timeout = static_cast<std::int16_t>(std::min(needs_.readTimeout(), kLongest));
-    std::int16_t port = 0;
-    TryParseInteger(AfterPortLetters(needs_.form.cbxPort.Text()), port);
     std::string version;
-    const bool found = needs_.checkConnection(port, timeout, version);
-    if (version.ends_with('#')) {
-        version.pop_back();
-    }
-    needs_.messageBoxes.Show(found ? "Mount found! Firmware Rev: " + version : "Mount not found!", application::kTitle,
-                             MessageIcon::Information);
+    const bool found =
+        needs_.checkConnection(PortNumberOf(needs_.form.cbxPort.Text()), CheckTimeout(needs_.readTimeout()), version);
+    needs_.messageBoxes.Show(CheckResultText(found, std::move(version)), application::kTitle, MessageIcon::Information);
 }
 
 }  // namespace kestrane

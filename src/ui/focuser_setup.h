@@ -37,7 +37,7 @@ public:
 
 private:
     void Fill();
-    void FillPorts();
+    void FillPort();
     void CheckPort();
 
     FocuserSetupNeeds needs_;
