@@ -1,12 +1,14 @@
 #pragma once
 
+#include <string>
+
+#include "kernel/base/log.h"
 #include "platform/system_services.h"
-#include "state/essentials.h"
 
 namespace kestrane {
 
-/// Shows the folder of the logs in the file browser of the system; where none can be started, the log says where the
-/// folder is. Before the first log there is nothing to show: the folder is known only then.
-void OpenLogFolder(const Essentials& driver, Processes& processes);
+/// Shows the folder of the logs in the machine's file browser. Nothing while it is empty: before the first log it is
+/// not known. When no browser starts, the log names the folder.
+void OpenLogFolder(const std::string& folder, Processes& processes, Log& log);
 
 }  // namespace kestrane

@@ -36,7 +36,7 @@ HandBoxPanel::HandBoxPanel(HandBoxNeeds needs)
         unparkOffer_.OnTick();
         actions_.RunDelayed();
     });
-    needs_.handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(driver_, needs_.processes); });
+    needs_.handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(driver_.state.g_sLogDir, needs_.processes, driver_.log); });
 }
 
 void HandBoxPanel::OnLoad() {
