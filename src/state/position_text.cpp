@@ -29,4 +29,15 @@ std::string DegreesText(double degrees, ForcedSign sign) {
     return WithSign(WithoutEmptyMinus(WithoutFullTurn(DegreesToDMS(degrees, ":", ":", "", 0), "360")), sign);
 }
 
+std::string WireLatitude(double north, int secondDecimals) {
+    return WithSign(DegreesToDMS(north, "*", ":", "", secondDecimals), ForcedSign::Yes);
+}
+
+std::string WireLongitude(double east, int secondDecimals) {
+    std::string text = DegreesToDMS(-east, "*", ":", "", secondDecimals);
+    const std::size_t sign = text.starts_with('-') ? 1 : 0;
+    const std::size_t digits = text.find('*') - sign;
+    return text.insert(sign, digits < 3 ? 3 - digits : 0, '0');
+}
+
 }  // namespace kestrane

@@ -8,6 +8,7 @@
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "settings/site_text.h"
+#include "state/position_text.h"
 #include "telescope/mount/slew_rate.h"
 
 namespace kestrane {
@@ -19,14 +20,6 @@ constexpr double kSlewRateLimit = 1200.0;  // multiples of sidereal
 constexpr std::int16_t kPemIsOn = 1;
 constexpr std::int16_t kPemIsOff = 2;
 constexpr double kMostIndex = 1e6;
-
-/// West positive, three digits of degrees: "-010*30:00".
-std::string LongitudeText(double east, int secondDecimals) {
-    std::string text = DegreesToDMS(-east, "*", ":", "", secondDecimals);
-    const std::size_t sign = text.starts_with('-') ? 1 : 0;
-    const std::size_t digits = text.find('*') - sign;
-    return text.insert(sign, digits < 3 ? 3 - digits : 0, '0');
-}
 
 }  // namespace
 
@@ -155,10 +148,10 @@ void MountSetup::MakeCurrent(std::int16_t siteId, double elevation) {
 void MountSetup::SendPosition(const SiteNumbers& numbers) {
     ResumeNext errors{driver_.ledger, "SendLongLat"};
     const double east = NormalizeDegrees180(numbers.longitude);  // an old site may have 200 degrees east
-    const std::string latitude = DegreesToDMS(numbers.latitude, "*", ":", "", state_.g_nPrecisionLatLong);
     Sequence mount = Talk(procedure::Initialization);
-    SendHalf(mount, wire::SetLatitude, "latitudeSiteLatitude", latitude.starts_with('-') ? latitude : "+" + latitude);
-    SendHalf(mount, wire::SetLongitude, "longitudeSiteLongitude", LongitudeText(east, state_.g_nPrecisionLatLong));
+    SendHalf(mount, wire::SetLatitude, "latitudeSiteLatitude",
+             WireLatitude(numbers.latitude, state_.g_nPrecisionLatLong));
+    SendHalf(mount, wire::SetLongitude, "longitudeSiteLongitude", WireLongitude(east, state_.g_nPrecisionLatLong));
     errors.Step([&] { telescope_.SiteLongitude(east); });
     errors.Step([&] { telescope_.SiteLatitude(numbers.latitude); });
 }
