@@ -16,6 +16,10 @@ public:
         log_.LogTrouble("MessageBox", icon == MessageIcon::Critical ? LogLevel::Error : LogLevel::Info, text);
         return boxes_.Show(text, title, icon);
     }
+    MessageAnswer Ask(std::string_view text, std::string_view title) override {
+        log_.LogTrouble("MessageBox", LogLevel::Info, text);
+        return boxes_.Ask(text, title);
+    }
     void Mention(std::string_view line) override { boxes_.Mention(line); }
 
 private:

@@ -19,6 +19,11 @@ class MessageBoxes {
 public:
     virtual ~MessageBoxes() = default;
     virtual MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) = 0;
+    /// The same with a Cancel button beside it, which counts as pressed where nobody can answer.
+    virtual MessageAnswer Ask(std::string_view text, std::string_view title) {
+        Show(text, title, MessageIcon::None);
+        return MessageAnswer::Cancel;
+    }
     /// A line for whoever runs the process, where a box would be too much.
     virtual void Mention(std::string_view /*line*/) {}
 };

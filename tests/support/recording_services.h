@@ -48,6 +48,9 @@ public:
         answers.pop_front();
         return answer;
     }
+    MessageAnswer Ask(std::string_view text, std::string_view title) override {
+        return Show(text, title, MessageIcon::None);
+    }
     void Mention(std::string_view line) override { mentioned.emplace_back(line); }
 };
 
