@@ -24,7 +24,8 @@ namespace kestrane {
 /// thread only.
 class Windows {
 public:
-    explicit Windows(MessagePump& pump) : handBox(pump), statusWindow(pump), askPark(pump), askCustomParkOK(pump) {}
+    explicit Windows(MessagePump& pump)
+        : handBox(pump), statusWindow(pump), initialSetup(pump), askPark(pump), askCustomParkOK(pump) {}
 
     frmHandBox handBox;
     frmStatus statusWindow;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "forms/frm_hand_box.h"
+#include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
 #include "forms/frm_quay_settings.h"
 #include "forms/frm_setup_focuser.h"
@@ -226,6 +227,72 @@ TEST_F(ControlNames, SetupOfTheFocuser_HasEachControlUnderItsNameAndKind) {
 TEST_F(ControlNames, SettingsOfTheCompanion_HaveEachControlUnderItsNameAndKind) {
     ExpectControls(frmQuaySettings(), {{ControlKind::CheckBox,
                                         {"chkEnableQUAYPointingCorrection", "chkEnableQUAYTrackingRateCorrection"}}});
+}
+
+TEST_F(ControlNames, Setup_HasEachControlUnderItsNameAndKind) {
+    ExpectControls(
+        frmInitialSetup(pump),
+        {
+            {ControlKind::Label, {"lblVersion", "lblPortType", "lblLinkChange", "lblCustomSlew"}},
+            {ControlKind::PictureBox, {"picASCOM"}},
+            {ControlKind::Frame, {"frmComm", "frameOptions"}},
+            {ControlKind::CheckBox,
+             {"chkIPAddress",
+              "chkUseASCOMSerialObject",
+              "chkAllowConnectIfMountNotPresent",
+              "chkQUAY",
+              "chkQuayRestApi",
+              "chkSetLongLat",
+              "chkSyncMountToPCTime",
+              "chkSetGuiderRate",
+              "chkSetPEM",
+              "chkSetSlewRate",
+              "chkSetRABacklash",
+              "chkSetDecBacklash",
+              "chkUseRCAL",
+              "chkEnableDebugLog",
+              "chkEnableMountTracking",
+              "chkKeepMountTimeSyncedToPcTime",
+              "chkShowInTaskBar",
+              "chkShowPulseGuideMovements",
+              "chkAutoEnableTracking",
+              "chkAutoCalibrateOnFirstSlew",
+              "chkRaMoveAxisOfZeroStopsTracking",
+              "chkNewVersion",
+              "chkAlwaysOnTop",
+              "chkRememberPosition",
+              "chkAsyncPark",
+              "MinimizeStatusWindow"}},
+            {ControlKind::ComboBox,
+             {"cbxPort", "cbxTimeout", "cbxRetry", "cbxMountType", "cbxController", "cbxSiteList", "cbxNS", "cbxEW",
+              "cbxInitGuideRate", "cbxInitPEM", "cbxInitSlewRate", "cbxParkTo", "cbxUnparkFrom", "cbxWindowsPriority"}},
+            {ControlKind::TextBox,
+             {"txtIpAddress", "txtConnectTimeout", "txtQuayIpAddr", "txtSiteName", "txtLatDeg", "txtLatMin",
+              "txtLatSec", "txtLongDeg", "txtLongMin", "txtLongSec", "txtElevation", "txtScopeAperture",
+              "txtScopeFocalLength", "txtCustomSlewRate", "txtInitRaBacklash", "txtInitDecBacklash"}},
+            {ControlKind::Button,
+             {"btnCheckMount",
+              "btnHelpLink",
+              "btnQuaySettings",
+              "btnHelpMount",
+              "btnNewSite",
+              "btnSaveSiteInfo",
+              "btnCancelSiteChange",
+              "btnDeleteSite",
+              "btnRefreshSites",
+              "btnGetLongLat",
+              "btnSendLongitudeLatitude",
+              "btnHelpSite",
+              "btnHelpInitialization",
+              "btnHelpPark",
+              "btnShowAdvancedOptions",
+              "btnHelpOptions",
+              "btnOK",
+              "btnCancel",
+              "btnResetToDefaults",
+              "btnLogZipper",
+              "btnOpenLogDirectory"}},
+        });
 }
 
 TEST_F(ControlNames, LogWindow_HasEachControlUnderItsNameAndKind) {

@@ -256,7 +256,7 @@ TEST(Forms, Names_AreThoseOfTheSystem) {
     EXPECT_EQ(frmHandBox(pump).Name(), "frmHandBox");
     EXPECT_EQ(frmStatus(pump).Name(), "frmStatus");
     EXPECT_EQ(frmLogWindow().Name(), "frmLogWindow");
-    EXPECT_EQ(frmInitialSetup().Name(), "frmInitialSetup");
+    EXPECT_EQ(frmInitialSetup(pump).Name(), "frmInitialSetup");
     EXPECT_EQ(frmSetupFocuser().Name(), "frmSetupFocuser");
 }
 

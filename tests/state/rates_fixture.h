@@ -29,7 +29,7 @@ protected:
     }
 
     KsMount catalogue;
-    frmInitialSetup initialSetup;
+    frmInitialSetup initialSetup{machine.pump};
     frmInitMount initMount;
     MountRates rates{MountRatesNeeds{
         .driver = essentials,
