@@ -49,7 +49,6 @@ Driver::Driver(Platform platform)
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),
       quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),
-      setupLink(SetupLinkNeeds{initialSetup, LinkConnected(), [this] { quaySettings.ShowModal(); }}),
       statusPanel(NeedsOfStatusPanel()),
       tray(NeedsOfTray()),
       rates(MountRatesNeeds{essentials, mount, handBox, initialSetup, initMount}),
@@ -66,6 +65,7 @@ Driver::Driver(Platform platform)
                                    OwnCommands()}),
       companion(platform_.registry, platform_.processes, waits, log),
       connections(NeedsOfConnections()),
+      setupDialog(NeedsOfSetup()),
       driverCommands(NeedsOfCommands()),
       startup(StartupNeeds{essentials, platform_, messageBoxes, links, link, [this] { channel.ShowMountInfo(""); }}) {
     log.SetFacts(FactsOfLog(

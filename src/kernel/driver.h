@@ -42,7 +42,7 @@
 #include "ui/quay_settings.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
-#include "ui/setup_link.h"
+#include "ui/setup/setup_dialog.h"
 #include "ui/shell_icon.h"
 #include "ui/status_window.h"
 #include "ui/tray.h"
@@ -141,7 +141,6 @@ public:
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;
-    SetupLink setupLink;
     StatusWindow statusPanel;
     Tray tray;
     MountRates rates;
@@ -154,6 +153,7 @@ public:
     GuidePulses guidePulses;
     Companion companion;
     ConnectionManager connections;
+    SetupDialog setupDialog;
     DriverCommands driverCommands;
     Startup startup;
 
@@ -161,6 +161,7 @@ private:
     HandBoxNeeds NeedsOfPanel();
     QuestionWindowsNeeds NeedsOfQuestions();
     FocuserSetupNeeds NeedsOfFocuserSetup();
+    SetupNeeds NeedsOfSetup();
     StatusWindowNeeds NeedsOfStatusPanel();
     TrayNeeds NeedsOfTray();
     ConnectionManagerNeeds NeedsOfConnections();

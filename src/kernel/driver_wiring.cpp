@@ -130,7 +130,7 @@ TrayNeeds Driver::NeedsOfTray() {
         .telescope = OwnTelescope(),
         .ask = [this](std::function<void()> run) { panel.RunAsLongCall(std::move(run)); },
         .showLogWindow = [this](bool show) { logPanel.ShowLogWindow(show); },
-        .openSetup = {},
+        .openSetup = [this] { setupDialog.ShowModal(); },
         .openFocuserSetup = [this] { OpenFocuserSetup(); },
         .openLogZipper = [this] { sideTools.Start(SideTool::LogZipper); },
         .openTimer = [this] { sideTools.Start(SideTool::Timer); },
@@ -142,6 +142,46 @@ TrayNeeds Driver::NeedsOfTray() {
                 motion.StopAskedFor();
                 connections.ShutdownDriver();
             },
+    };
+}
+
+/// The side tools, help and pages are not built yet: their buttons do nothing.
+SetupNeeds Driver::NeedsOfSetup() {
+    return SetupNeeds{
+        .driver = essentials,
+        .modal = modal,
+        .messageBoxes = messageBoxes,
+        .serialPorts = platform_.serialPorts,
+        .applicationSettings = platform_.applicationSettings,
+        .processes = platform_.processes,
+        .links = links,
+        .link = link,
+        .sites = sites,
+        .mount = mount,
+        .controller = controller,
+        .panel = panel,
+        .handBox = handBox,
+        .form = initialSetup,
+        .rcalSyncWarning = rcalSyncWarning,
+        .linkConnected = LinkConnected(),
+        .readTimeout = [this] { return connections.ReadTimeout(); },
+        .checkConnection = [this](
+                               std::int16_t port, std::int16_t timeoutMs,
+                               std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
+        .getMountLongLat =
+            [this](std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude) {
+                return connections.GetMountLongLat(port, timeoutMs, longitude, latitude);
+            },
+        .setMountLongLat =
+            [this](std::int16_t port, std::int16_t timeoutMs, std::string_view longitude, std::string_view latitude) {
+                return connections.SetMountLongLat(port, timeoutMs, longitude, latitude);
+            },
+        .showQuaySettings = [this] { quaySettings.ShowModal(); },
+        .newerVersion = [] { return std::string(); },
+        .startLogZipper = [] {},
+        .openHelp = [](int) {},
+        .openAscomSite = [] {},
+        .openDownloadPage = [] {},
     };
 }
 

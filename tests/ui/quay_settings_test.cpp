@@ -125,23 +125,7 @@ TEST_F(QuaySettingsTest, EndOfTheProcess_ClosesTheWindow) {
     EXPECT_FALSE(Window().Visible());
 }
 
-class SetupLinkTest : public DriverFixture {
-protected:
-    std::vector<bool> MayChange() {
-        frmInitialSetup& form = driver->initialSetup;
-        form.Unload();
-        form.EnsureLoaded();
-        return {form.chkIPAddress.Enabled(), form.txtIpAddress.Enabled(), form.chkQUAY.Enabled(),
-                form.chkQuayRestApi.Enabled()};
-    }
-};
-
-TEST_F(SetupLinkTest, RoadToTheMount_MayBeChosenWhileTheLinkIsClosed) {
-    Start();
-    EXPECT_EQ(MayChange(), (std::vector<bool>(4, true)));
-    const TelescopeObject telescope = ConnectedTelescope();
-    EXPECT_EQ(MayChange(), (std::vector<bool>(4, false)));
-}
+class SetupLinkTest : public DriverFixture {};
 
 TEST_F(SetupLinkTest, ChoiceOfAPerson_OutlivesAMountWithoutAnAdapter) {
     BuildMount("D");

@@ -1,0 +1,97 @@
+#include "ui/setup/setup_dialog.h"
+
+#include <string>
+#include <utility>
+
+#include "kernel/base/application_info.h"
+
+namespace kestrane {
+
+SetupDialog::SetupDialog(SetupNeeds needs)
+    : needs_(std::move(needs)),
+      form_(needs_.form),
+      kept_(form_, needs_.driver.persist, Keeps::WhenStored),
+      validation_(needs_),
+      link_(needs_, kept_),
+      mount_(needs_),
+      site_(needs_, validation_),
+      options_(needs_, kept_),
+      checks_(needs_, site_, validation_),
+      tools_(needs_) {
+    form_.tmrDifferentVersion.OnTick([this] { OnTick(); });
+    form_.btnOK.OnClick([this] { OnOk(); });
+    form_.btnCancel.OnClick([this] { form_.Hide(); });
+}
+
+bool SetupDialog::ShowModal() {
+    if (std::exchange(open_, true)) {
+        return false;
+    }
+    accepted_ = false;
+    Fill();
+    form_.tmrDifferentVersion.Enabled(true);
+    needs_.modal.ShowModal(form_);
+    form_.tmrDifferentVersion.Enabled(false);
+    if (!accepted_) {
+        PutBack();
+    }
+    form_.Unload();
+    open_ = false;
+    return accepted_;
+}
+
+void SetupDialog::Fill() {
+    const FillsForm filling(form_);
+    mount_.Fill();
+    options_.Fill();
+    kept_.Fill();
+    link_.Fill();
+    site_.Fill();
+    tools_.Fill();
+    validation_.Clear();
+}
+
+/// A client may connect while the window is open.
+void SetupDialog::OnTick() {
+    link_.ShowWhatMayChange();
+    tools_.ShowVersion();
+}
+
+/// A press that comes late, or the window that was closed during the question, stores nothing.
+void SetupDialog::OnOk() {
+    if (!form_.Visible()) {
+        return;
+    }
+    if (site_.IsEdited()) {
+        needs_.messageBoxes.Show("Please Save or Cancel Site Settings first!", application::kTitle,
+                                 MessageIcon::Information);
+        return;
+    }
+    const bool mayClose = form_.chkUseRCAL.Checked() || needs_.rcalSyncWarning.AskToCloseSetup();
+    if (mayClose && form_.Visible() && validation_.AllGood()) {
+        Store();
+        accepted_ = true;
+        form_.Hide();
+    }
+}
+
+/// The place of the hand box belongs to its settings too.
+void SetupDialog::Store() {
+    Persist& persist = needs_.driver.persist;
+    kept_.Store();
+    link_.Store();
+    mount_.Store();
+    site_.Store();
+    needs_.handBox.EnsureLoaded();
+    persist.Write(setting::FormTop, std::to_string(needs_.handBox.top));
+    persist.Write(setting::FormLeft, std::to_string(needs_.handBox.left));
+    mount_.Take();
+    needs_.panel.UpdateControls();
+}
+
+void SetupDialog::PutBack() {
+    mount_.PutBack();
+    site_.PutBack();
+}
+
+}  // namespace kestrane

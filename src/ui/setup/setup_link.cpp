@@ -1,0 +1,92 @@
+#include "ui/setup/setup_link.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "settings/companion_settings.h"
+#include "ui/port_list.h"
+
+namespace kestrane {
+namespace {
+
+std::vector<std::string> Retries() {
+    return {"0", "1", "2", "3", "4", "5"};
+}
+
+}  // namespace
+
+SetupLink::SetupLink(SetupNeeds& needs, KeptControls& kept)
+    : needs_(needs), form_(needs.form), persist_(needs.driver.persist) {
+    const auto showKind = [this] { ShowKind(); };
+    const auto showCompanion = [this] { ShowCompanion(); };
+    kept.Add(KeptCheck{form_.chkIPAddress, setting::chkIPAddress, showKind});
+    kept.Add(KeptCheck{form_.chkQUAY, setting::chkQUAY, showCompanion});
+    kept.Add(KeptCheck{form_.chkQuayRestApi, setting::chkQuayRestApi, showCompanion});
+    kept.Add(KeptCheck{form_.chkUseASCOMSerialObject, setting::chkUseASCOMSerialObject});
+    kept.Add(KeptCheck{form_.chkAllowConnectIfMountNotPresent, setting::chkAllowConnectIfMountNotPresent});
+    kept.Add(KeptText{form_.txtIpAddress, setting::txtIpAddress});
+    kept.Add(KeptText{form_.txtConnectTimeout, setting::txtConnectTimeout});
+    kept.Add(KeptList{.control = form_.cbxRetry, .key = setting::Retry, .items = Retries});
+    form_.btnQuaySettings.OnClick([this] { needs_.showQuaySettings(); });
+}
+
+/// The two boxes are shown as the link reads their settings, which are not numbers for it.
+void SetupLink::Fill() {
+    form_.chkIPAddress.Checked(persist_.Read(setting::chkIPAddress) != "0");
+    form_.chkQuayRestApi.Checked(persist_.Read(setting::chkQuayRestApi) == "1");
+    form_.txtQuayIpAddr.Enabled(false);
+    form_.txtConnectTimeout.ToolTip("Range is 1-600 seconds, 0 = forever.");
+    FillPorts(form_.cbxPort, needs_.serialPorts, persist_);
+    FillTimeouts();
+    ShowKind();
+    ShowCompanion();
+    ShowWhatMayChange();
+}
+
+/// A stored limit that is none of the usual ones is offered too: OK must not change it by itself.
+void SetupLink::FillTimeouts() {
+    std::vector<std::string> items{"250", "500", "1000", "2000", "5000"};
+    std::string stored = persist_.Read(setting::Timeout);
+    if (stored.empty()) {
+        stored = setting::Timeout.fallback;
+    }
+    auto selected = std::ranges::find(items, stored);
+    if (selected == items.end()) {
+        selected = items.insert(items.end(), stored);
+    }
+    const auto index = static_cast<std::int32_t>(selected - items.begin());
+    form_.cbxTimeout.ListItems(std::move(items));
+    form_.cbxTimeout.ListIndex(index);
+}
+
+void SetupLink::Store() {
+    persist_.Write(setting::Port, form_.cbxPort.Text());
+    persist_.Write(setting::Timeout, form_.cbxTimeout.Text());
+}
+
+void SetupLink::ShowKind() {
+    const bool ip = form_.chkIPAddress.Checked();
+    form_.frmComm.Caption(ip ? "IP Address Details" : "COM Port Details");
+    form_.lblPortType.Text(ip ? "IP Address:" : "Port:");
+    form_.cbxPort.Visible(!ip);
+    form_.txtIpAddress.Visible(ip);
+}
+
+void SetupLink::ShowCompanion() {
+    const bool rest = form_.chkQUAY.Checked() && form_.chkQuayRestApi.Checked();
+    form_.txtQuayIpAddr.Visible(rest);
+    form_.txtQuayIpAddr.Text(rest ? "127.0.0.1:" + CompanionSettings(needs_.applicationSettings).RestPortText() : "");
+}
+
+void SetupLink::ShowWhatMayChange() {
+    const bool mayChange = !needs_.linkConnected();
+    for (VisibleControl* control : std::initializer_list<VisibleControl*>{
+             &form_.chkIPAddress, &form_.txtIpAddress, &form_.chkQUAY, &form_.chkQuayRestApi, &form_.cbxPort,
+             &form_.cbxMountType, &form_.cbxController, &form_.chkUseASCOMSerialObject}) {
+        control->Enabled(mayChange);
+    }
+}
+
+}  // namespace kestrane

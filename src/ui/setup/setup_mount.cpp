@@ -1,0 +1,97 @@
+#include "ui/setup/setup_mount.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "ui/kept_controls.h"
+
+namespace kestrane {
+namespace {
+
+constexpr std::string_view kModelOfNewest = "Larch VTR";
+
+std::vector<std::string> Models() {
+    std::vector<std::string> names;
+    for (std::int16_t i = 0; !KsMount::GetMountListEntry(i).empty(); ++i) {
+        names.emplace_back(KsMount::GetMountListEntry(i));
+    }
+    return names;
+}
+
+}  // namespace
+
+SetupMount::SetupMount(SetupNeeds& needs) : needs_(needs), form_(needs.form) {
+    form_.cbxMountType.OnClick([this] { OnModel(); });
+    form_.cbxController.OnClick([this] { OnController(); });
+}
+
+void SetupMount::Fill() {
+    modelBefore_ = needs_.mount.mountType;
+    controllerBefore_ = needs_.mount.ControllerType;
+    Persist& persist = needs_.driver.persist;
+    const std::int32_t model = StoredNumber(persist, AskedLater(setting::MountType));
+    form_.cbxMountType.ListItems(Models());
+    form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(std::clamp(model, -1, 99))));
+    form_.cbxController.ListItems({"VTRKC1", "VTRKC2", "VTRKC3", "VTRKC4", "VTRKC5"});
+    form_.cbxController.ListIndex(StoredNumber(persist, setting::Controller));
+}
+
+Mount_Type SetupMount::ShownModel() const {
+    return KsMount::FindMountType(form_.cbxMountType.Text());
+}
+
+Controller_Type SetupMount::ShownController() const {
+    return static_cast<Controller_Type>(form_.cbxController.ListIndex());
+}
+
+void SetupMount::OnModel() {
+    needs_.mount.mountType = ShownModel();
+    needs_.controller.ShowCustomSlewBounds();
+}
+
+/// The newest controller and its model go together.
+void SetupMount::OnController() {
+    if (form_.IsFilling() || form_.cbxController.ListIndex() < 0) {
+        return;
+    }
+    const std::int16_t modelOfNewest = KsMount::FindMountListEntry(kModelOfNewest);
+    const bool isNewest = ShownController() == Controller_Type::VTRKC5;
+    const bool hasItsModel = form_.cbxMountType.ListIndex() == modelOfNewest;
+    if (isNewest && !hasItsModel) {
+        form_.cbxMountType.ListIndex(modelOfNewest);
+    } else if (!isNewest && hasItsModel) {
+        form_.cbxMountType.ListIndex(modelOfNewest - 1);
+    }
+    needs_.controller.Apply(ShownController(), 0, 0);
+}
+
+void SetupMount::Store() {
+    Persist& persist = needs_.driver.persist;
+    persist.Write(setting::MountType, std::to_string(static_cast<int>(ShownModel())));
+    if (form_.cbxController.ListIndex() >= 0) {
+        persist.Write(setting::Controller, std::to_string(form_.cbxController.ListIndex()));
+    }
+}
+
+/// A connected mount has told what it is.
+void SetupMount::Take() {
+    LoadControllerOption(needs_.driver);
+    if (needs_.linkConnected()) {
+        return;
+    }
+    needs_.mount.mountType = ShownModel();
+    if (form_.cbxController.ListIndex() >= 0 && needs_.mount.ControllerType != ShownController()) {
+        needs_.controller.Apply(ShownController(), 0, 0);
+    }
+}
+
+void SetupMount::PutBack() {
+    needs_.mount.mountType = modelBefore_;
+    needs_.controller.ShowCustomSlewBounds();
+    if (needs_.mount.ControllerType != controllerBefore_) {
+        needs_.controller.Apply(controllerBefore_, 0, 0);
+    }
+}
+
+}  // namespace kestrane

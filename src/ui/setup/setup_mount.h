@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ui/setup/setup_needs.h"
+
+namespace kestrane {
+
+/// Model and controller in the setup dialog. A choice holds at once, so that the dialog offers what goes with it; it is
+/// stored or taken back at the end. Logic thread only.
+class SetupMount {
+public:
+    explicit SetupMount(SetupNeeds& needs);
+
+    void Fill();
+    void Store();
+    /// After storing: the driver works with what is shown.
+    void Take();
+    /// Back to what was in use before `Fill`.
+    void PutBack();
+
+private:
+    Mount_Type ShownModel() const;
+    Controller_Type ShownController() const;
+    void OnModel();
+    void OnController();
+
+    SetupNeeds& needs_;
+    frmInitialSetup& form_;
+    Mount_Type modelBefore_{};
+    Controller_Type controllerBefore_{};
+};
+
+}  // namespace kestrane
