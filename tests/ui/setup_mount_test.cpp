@@ -169,5 +169,30 @@ TEST_F(SetupMountTest, OpeningAndClosing_OfAConnectedMount_ChangesNothingOfIt) {
     EXPECT_EQ(Setting("Controller"), "2");
 }
 
+TEST_F(SetupMountTest, ClientThatConnectsWhileTheWindowIsOpen_KeepsWhatItsMountHasTold) {
+    Seed({{"MountType", "2"}, {"Controller", "2"}});
+    StartOnce();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    for (const bool accepts : {false, true}) {
+        SCOPED_TRACE(accepts);
+        Open([&] {
+            if (!telescope->Connected()) {
+                ChooseModel("Fir VTR");
+                Choose("VTRKC1");
+                telescope->Connected(true);
+            }
+            ASSERT_EQ(driver->mount.ControllerType, Controller_Type::VTRKC4) << "by its firmware";
+            Choose("VTRKC2");
+            ChooseModel("Elm VTR");
+            if (accepts) {
+                Form().btnOK.FireClick();
+            }
+        });
+        EXPECT_EQ(driver->mount.ControllerType, Controller_Type::VTRKC4);
+        EXPECT_TRUE(driver->state.g_bKingRateAvailable);
+        EXPECT_EQ(driver->mount.mountType, Mount_Type::CEDAR);
+    }
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -290,6 +290,33 @@ TEST_F(SetupSiteTest, Cancel_KeepsWhatTheButtonsStored_AndPutsTheCurrentSiteBack
     Open([&] { EXPECT_EQ(Form().cbxSiteList.Text(), "Hill"); });
 }
 
+TEST_F(SetupSiteTest, SiteThatAClientChoosesMeanwhile_IsNotTakenForTheShownOne) {
+    Open([&] {
+        Form().txtElevation.Text("5");
+        driver->sites.g_SiteDbIndex(bay);
+        Form().btnSaveSiteInfo.FireClick();
+        EXPECT_EQ(Form().txtSiteName.Text(), "Hill");
+        driver->sites.g_SiteDbIndex(bay);
+    });
+    EXPECT_EQ(Named("Bay")->ElevationMeters, -3.0);
+    EXPECT_EQ(Named("Hill")->ElevationMeters, 5.0);
+    EXPECT_EQ(driver->sites.g_SiteDbIndex(), bay) << "Cancel leaves the client's choice";
+    driver->sites.g_SiteDbIndex(hill);
+    EXPECT_TRUE(OpenAndAccept([&] { driver->sites.g_SiteDbIndex(bay); }));
+    EXPECT_EQ(Setting("SiteName"), "Hill");
+    EXPECT_EQ(Setting("SiteDbIndex"), std::to_string(hill)) << "OK takes what is shown";
+}
+
+TEST_F(SetupSiteTest, SelectionOfASiteThatHasGoneMeanwhile_ShowsNone) {
+    Open([&] {
+        driver->persist.database()->DeleteSite(bay);
+        driver->sites.GetAllSites();
+        Form().cbxSiteList.ListIndex(2);
+        EXPECT_EQ(Form().txtLatDeg.Text(), "");
+        ExpectEdited(false);
+    });
+}
+
 TEST_F(SetupSiteTest, WithoutACurrentSite_TheStoredPositionIsShown) {
     driver->sites.g_SiteDbIndex(0);
     Open([&] {

@@ -1,6 +1,5 @@
 #include "ui/setup/setup_mount.h"
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -29,12 +28,17 @@ SetupMount::SetupMount(SetupNeeds& needs) : needs_(needs), form_(needs.form) {
 void SetupMount::Fill() {
     modelBefore_ = needs_.mount.mountType;
     controllerBefore_ = needs_.mount.ControllerType;
-    Persist& persist = needs_.driver.persist;
-    const std::int32_t model = StoredNumber(persist, AskedLater(setting::MountType));
     form_.cbxMountType.ListItems(Models());
-    form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(std::clamp(model, -1, 99))));
+    form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(StoredModel())));
     form_.cbxController.ListItems({"VTRKC1", "VTRKC2", "VTRKC3", "VTRKC4", "VTRKC5"});
-    form_.cbxController.ListIndex(StoredNumber(persist, setting::Controller));
+    form_.cbxController.ListIndex(StoredNumber(needs_.driver.persist, setting::Controller));
+}
+
+/// The first model for a setting that names none.
+Mount_Type SetupMount::StoredModel() const {
+    const std::int32_t model = StoredNumber(needs_.driver.persist, AskedLater(setting::MountType));
+    const bool isModel = model >= 0 && model <= static_cast<std::int32_t>(Mount_Type::LARCH);
+    return isModel ? static_cast<Mount_Type>(model) : Mount_Type::ALDER;
 }
 
 Mount_Type SetupMount::ShownModel() const {
@@ -46,13 +50,17 @@ Controller_Type SetupMount::ShownController() const {
 }
 
 void SetupMount::OnModel() {
+    if (!form_.IsFilling() && needs_.linkConnected()) {
+        return;
+    }
     needs_.mount.mountType = ShownModel();
     needs_.controller.ShowCustomSlewBounds();
 }
 
-/// The newest controller and its model go together.
+/// The newest controller and its model go together. A connected mount has told what it is, so a choice that comes late
+/// has no effect; the same holds below.
 void SetupMount::OnController() {
-    if (form_.IsFilling() || form_.cbxController.ListIndex() < 0) {
+    if (form_.IsFilling() || needs_.linkConnected() || form_.cbxController.ListIndex() < 0) {
         return;
     }
     const std::int16_t modelOfNewest = KsMount::FindMountListEntry(kModelOfNewest);
@@ -74,7 +82,6 @@ void SetupMount::Store() {
     }
 }
 
-/// A connected mount has told what it is.
 void SetupMount::Take() {
     LoadControllerOption(needs_.driver);
     if (needs_.linkConnected()) {
@@ -87,9 +94,10 @@ void SetupMount::Take() {
 }
 
 void SetupMount::PutBack() {
-    needs_.mount.mountType = modelBefore_;
+    const bool connected = needs_.linkConnected();
+    needs_.mount.mountType = connected ? StoredModel() : modelBefore_;
     needs_.controller.ShowCustomSlewBounds();
-    if (needs_.mount.ControllerType != controllerBefore_) {
+    if (!connected && needs_.mount.ControllerType != controllerBefore_) {
         needs_.controller.Apply(controllerBefore_, 0, 0);
     }
 }

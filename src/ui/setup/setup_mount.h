@@ -18,6 +18,7 @@ public:
     void PutBack();
 
 private:
+    Mount_Type StoredModel() const;
     Mount_Type ShownModel() const;
     Controller_Type ShownController() const;
     void OnModel();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <optional>
 
 #include "kernel/base/application_info.h"
@@ -46,21 +45,24 @@ void SetupSite::Wire() {
     form_.cbxSiteList.OnClick([this] { Select(); });
     form_.btnNewSite.OnClick([this] { New(); });
     form_.btnSaveSiteInfo.OnClick([this] { Save(); });
-    form_.btnCancelSiteChange.OnClick([this] { ShowCurrent(); });
+    form_.btnCancelSiteChange.OnClick([this] { ShowSite(); });
     form_.btnDeleteSite.OnClick([this] { Delete(); });
     form_.btnRefreshSites.OnClick([this] { Refresh(); });
 }
 
 void SetupSite::Fill() {
-    currentBefore_ = needs_.sites.g_SiteDbIndex();
+    currentBefore_ = shown_ = needs_.sites.g_SiteDbIndex();
     form_.cbxNS.ListItems({"N", "S"});
     form_.cbxEW.ListItems({"E", "W"});
     ShowList();
-    ShowCurrent();
+    ShowSite();
 }
 
 void SetupSite::Store() {
     Persist& persist = needs_.driver.persist;
+    if (WithId(shown_) != nullptr) {
+        MakeCurrent(shown_);
+    }
     for (const std::string_view key : kRemovedKeys) {
         persist.TryDeleteIniValue(key);
     }
@@ -72,9 +74,17 @@ void SetupSite::Store() {
     persist.Write(setting::Elevation, Trim(form_.txtElevation.Text()));
 }
 
+/// A site that a client has chosen meanwhile stays.
 void SetupSite::PutBack() {
-    if (needs_.sites.g_SiteDbIndex() != currentBefore_) {
-        needs_.sites.g_SiteDbIndex(currentBefore_);
+    if (needs_.sites.g_SiteDbIndex() == shown_) {
+        MakeCurrent(currentBefore_);
+    }
+}
+
+void SetupSite::MakeCurrent(std::int16_t id) {
+    shown_ = id;
+    if (needs_.sites.g_SiteDbIndex() != id) {
+        needs_.sites.g_SiteDbIndex(id);
     }
 }
 
@@ -97,29 +107,30 @@ std::vector<const Site*> SetupSite::All() const {
     return all;
 }
 
-/// Null when no site is selected, or the selected one is gone.
-const Site* SetupSite::Current() const {
+/// Null when the id is none of a site.
+const Site* SetupSite::WithId(std::int16_t id) const {
     const std::vector<const Site*> all = All();
-    const std::int16_t id = needs_.sites.g_SiteDbIndex();
     const auto found = std::ranges::find_if(all, [id](const Site* site) { return id > 0 && site->id == id; });
     return found == all.end() ? nullptr : *found;
 }
 
 void SetupSite::ShowList() {
     const FillsForm filling(form_);
-    const std::vector<const Site*> all = All();
     std::vector<std::string> names;
-    std::ranges::transform(all, std::back_inserter(names), &Site::Name);
-    const auto current = std::ranges::find(all, Current());
-    const auto index = static_cast<std::int32_t>(current - all.begin());
+    listed_.clear();
+    for (const Site* const site : All()) {
+        names.push_back(site->Name);
+        listed_.push_back(site->id);
+    }
+    const auto shown = std::ranges::find(listed_, shown_);
     form_.cbxSiteList.ListItems(std::move(names));
-    form_.cbxSiteList.ListIndex(current == all.end() ? -1 : index);
+    form_.cbxSiteList.ListIndex(shown == listed_.end() ? -1 : static_cast<std::int32_t>(shown - listed_.begin()));
 }
 
 /// Ends an editing of the fields.
-void SetupSite::ShowCurrent() {
+void SetupSite::ShowSite() {
     const FillsForm filling(form_);
-    const Site* const site = Current();
+    const Site* const site = WithId(shown_);
     ResumeNext errors{needs_.driver.ledger, form_.Name()};
     ShowFields({}, {});
     errors.Step([&] {
@@ -169,8 +180,8 @@ void SetupSite::Select() {
     if (form_.IsFilling() || index < 0) {
         return;
     }
-    needs_.sites.g_SiteDbIndex(All()[static_cast<std::size_t>(index)]->id);
-    ShowCurrent();
+    MakeCurrent(listed_[static_cast<std::size_t>(index)]);
+    ShowSite();
 }
 
 void SetupSite::OnChange() {
@@ -202,13 +213,13 @@ void SetupSite::Save() {
     constexpr std::string_view kBad = "Cannot save the site because a setting is missing or out of range.";
     Log& log = needs_.driver.log;
     const std::string name = Trim(form_.txtSiteName.Text());
-    const Site* const current = Current();
+    const Site* const shown = WithId(shown_);
     Database* const database = needs_.driver.persist.database();
     if (!validation_.SiteIsGood() || name.empty()) {
         needs_.messageBoxes.Show(kBad, application::kTitle, MessageIcon::Information);
         return;
     }
-    Site site = isNew_ || current == nullptr ? Site{} : *current;
+    Site site = isNew_ || shown == nullptr ? Site{} : *shown;
     site.Name = name;
     const std::string latitude = LatitudeText();
     const std::string longitude = LongitudeText();
@@ -226,31 +237,31 @@ void SetupSite::Save() {
     const std::vector<const Site*> all = All();
     const auto saved = std::ranges::find(all, name, &Site::Name);
     if (saved != all.end()) {
-        needs_.sites.g_SiteDbIndex((*saved)->id);
+        MakeCurrent((*saved)->id);
     }
     const std::size_t index = saved == all.end() ? 0 : static_cast<std::size_t>(saved - all.begin()) + 1;
     log.LogMessage("SaveSite", LogLevel::Info,
                    "Site Saved. Index = " + std::to_string(index) + " of " + std::to_string(all.size()));
     ShowList();
-    ShowCurrent();
+    ShowSite();
 }
 
 /// What is no site yet only goes from the fields.
 void SetupSite::Delete() {
-    const Site* const current = Current();
-    if ((current == nullptr && !isNew_) ||
+    const std::int16_t id = shown_;
+    if ((WithId(id) == nullptr && !isNew_) ||
         needs_.messageBoxes.Ask("OK to delete Site?", application::kTitle) != MessageAnswer::Ok) {
         return;
     }
     Database* const database = needs_.driver.persist.database();
     if (!isNew_ && database != nullptr) {
-        database->DeleteSite(needs_.sites.g_SiteDbIndex());
+        database->DeleteSite(id);
         needs_.sites.GetAllSites();
         const std::vector<const Site*> all = All();
-        needs_.sites.g_SiteDbIndex(all.empty() ? std::int16_t{0} : all.front()->id);
+        MakeCurrent(all.empty() ? std::int16_t{0} : all.front()->id);
         ShowList();
     }
-    ShowCurrent();
+    ShowSite();
 }
 
 void SetupSite::Refresh() {
@@ -259,7 +270,7 @@ void SetupSite::Refresh() {
     }
     ShowList();
     if (!edited_) {
-        ShowCurrent();
+        ShowSite();
     }
 }
 

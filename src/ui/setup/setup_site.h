@@ -41,16 +41,19 @@ private:
     void OnChange();
     void SetEdited(bool edited);
     void ShowList();
-    void ShowCurrent();
+    void ShowSite();
     void ShowFields(const SiteFields& latitude, const SiteFields& longitude);
     void ShowStored();
     std::vector<const Site*> All() const;
-    const Site* Current() const;
+    const Site* WithId(std::int16_t id) const;
+    void MakeCurrent(std::int16_t id);
 
     SetupNeeds& needs_;
     frmInitialSetup& form_;
     SetupValidation& validation_;
+    std::vector<std::int16_t> listed_;  ///< ids of the entries of `cbxSiteList`
     std::int16_t currentBefore_ = 0;
+    std::int16_t shown_ = 0;  ///< the site of the fields; a client's initialization may choose another one meanwhile
     bool edited_ = false;
     bool isNew_ = false;  ///< what is edited is no site yet
 };
