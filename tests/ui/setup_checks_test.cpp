@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -199,6 +200,10 @@ struct SendRow {
     Texts sent;
 };
 
+void PrintTo(const SendRow& row, std::ostream* stream) {
+    *stream << row.latitude << ", " << row.longitude;
+}
+
 class EachPosition : public SetupChecksTest, public testing::WithParamInterface<SendRow> {};
 
 TEST_P(EachPosition, IsSentInTheFormOfTheWire) {
@@ -261,6 +266,11 @@ TEST_F(SetupChecksTest, SendLongLat_ToAnAddress_GoesToTheAdapter) {
         Form().btnSendLongitudeLatitude.FireClick();
         EXPECT_EQ(adapter.Commands(), (Texts{":Sg122*10:05#", ":St+45*07:03#"}));
         EXPECT_EQ(machine.messageBoxes.Texts(), Texts{});
+        mount->Add(std::make_unique<CorruptsReply>("Sg", 1, 0, '0'));
+        Form().btnSendLongitudeLatitude.FireClick();
+        EXPECT_EQ(adapter.Commands().back(), ":St+45*07:03#") << "also after a rejected longitude";
+        EXPECT_EQ(adapter.Commands().size(), 4U);
+        EXPECT_EQ(machine.messageBoxes.shown.size(), 1U);
         adapter.SetFault(HttpAdapter::Fault::Silent);
         Form().btnSendLongitudeLatitude.FireClick();
     });

@@ -126,8 +126,11 @@ TEST_F(SetupMountTest, BeforeTheRateTablesExist_TheListsHaveTheirDefaults) {
 }
 
 TEST_F(SetupMountTest, OK_StoresBoth_AndTheDriverWorksWithThem) {
-    Seed({{"MountType", "2"}, {"Controller", "2"}});
-    EXPECT_TRUE(OpenAndAccept([&] { Choose("VTRKC5"); }));
+    Seed({{"MountType", "2"}, {"Controller", "1"}});
+    EXPECT_TRUE(OpenAndAccept([&] {
+        EXPECT_FALSE(driver->state.g_bControllerTakesRates);
+        Choose("VTRKC5");
+    }));
     EXPECT_EQ(Setting("MountType"), "11");
     EXPECT_EQ(Setting("Controller"), "4");
     EXPECT_EQ(driver->mount.mountType, Mount_Type::LARCH);

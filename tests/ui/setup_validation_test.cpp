@@ -1,3 +1,4 @@
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ struct FieldRow {
     std::vector<std::string> good;
     std::vector<std::string> bad;
 };
+
+void PrintTo(const FieldRow& row, std::ostream* stream) {
+    *stream << row.name;
+}
 
 // clang-format off
 const FieldRow kFieldRows[] = {

@@ -126,7 +126,6 @@ void SetupOptions::ShowCustomRate() {
 }
 
 void SetupOptions::ResetToDefaults() {
-    const FillsForm filling(form_);  // nobody is asked
     for (const CheckRow& row : kChecks) {
         (form_.*row.box).Checked(row.key.fallback == "1");
     }
