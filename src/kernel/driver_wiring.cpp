@@ -145,7 +145,6 @@ TrayNeeds Driver::NeedsOfTray() {
     };
 }
 
-/// The side tools, help and pages are not built yet: their buttons do nothing.
 SetupNeeds Driver::NeedsOfSetup() {
     return SetupNeeds{
         .driver = essentials,
@@ -177,11 +176,11 @@ SetupNeeds Driver::NeedsOfSetup() {
                 return connections.SetMountLongLat(port, timeoutMs, longitude, latitude);
             },
         .showQuaySettings = [this] { quaySettings.ShowModal(); },
-        .newerVersion = [] { return std::string(); },
-        .startLogZipper = [] {},
-        .openHelp = [](int) {},
-        .openAscomSite = [] {},
-        .openDownloadPage = [] {},
+        .newerVersion = [this] { return state.g_bNewVersion ? state.g_sLatestVersion : std::string(); },
+        .startLogZipper = [this] { sideTools.Start(SideTool::LogZipper); },
+        .openHelp = [this](int topic) { sideTools.OpenHelp(static_cast<HelpTopic>(topic)); },
+        .openAscomSite = [this] { sideTools.OpenStandardsSite(); },
+        .openDownloadPage = [this] { sideTools.OpenDownloadPage(); },
     };
 }
 

@@ -594,7 +594,7 @@ TEST_F(SetupToolsTest, EachButton_StartsItsTool) {
         button->FireClick();
     }
     Form().picASCOM.FireClick();
-    EXPECT_EQ(started, (Texts{"zipper", "help 1", "help 2", "help 3", "help 4", "help 5", "help 6", "site"}));
+    EXPECT_EQ(started, (Texts{"zipper", "help 2", "help 2", "help 4", "help 5", "help 1", "help 2", "site"}));
 }
 
 TEST_F(SetupToolsTest, NewerVersion_Blinks_AndItsClickOpensThePage) {

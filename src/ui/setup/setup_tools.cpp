@@ -11,13 +11,18 @@ namespace {
 
 struct HelpRow {
     Button frmInitialSetup::*button;
-    int topic;
+    int topic;  ///< the number of its page in docs/help
 };
 
+constexpr int kParkAndUnpark = 1;
+constexpr int kSetup = 2;
+constexpr int kSites = 4;
+constexpr int kMountInitialization = 5;
+
 constexpr HelpRow kHelp[] = {
-    {&frmInitialSetup::btnHelpLink, 1}, {&frmInitialSetup::btnHelpMount, 2},
-    {&frmInitialSetup::btnHelpSite, 3}, {&frmInitialSetup::btnHelpInitialization, 4},
-    {&frmInitialSetup::btnHelpPark, 5}, {&frmInitialSetup::btnHelpOptions, 6},
+    {&frmInitialSetup::btnHelpLink, kSetup},         {&frmInitialSetup::btnHelpMount, kSetup},
+    {&frmInitialSetup::btnHelpSite, kSites},         {&frmInitialSetup::btnHelpInitialization, kMountInitialization},
+    {&frmInitialSetup::btnHelpPark, kParkAndUnpark}, {&frmInitialSetup::btnHelpOptions, kSetup},
 };
 
 }  // namespace
