@@ -163,9 +163,9 @@ void classTCPComm::GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier
     interval = 0;
 }
 
-/// A whole reply that is not the mount's comes from somebody who keeps the mount from hearing.
+/// A reply that is not the mount's comes from somebody who keeps the mount from hearing.
 void classTCPComm::NoteOutcome(const HttpReply& reply, const std::string& fault) {
-    const bool cameFromAnother = reply.error.empty() && !fault.empty();
+    const bool cameFromAnother = reply.foreign || (reply.error.empty() && !fault.empty());
     lastWentOut_ = reply.sent && !cameFromAnother;
     lastFault_ = fault;
 }

@@ -33,8 +33,9 @@ struct HttpRequest {
 struct HttpReply {
     unsigned status = 0;  ///< 0 when no whole reply came
     std::string body;
-    std::string error;  ///< why no whole reply came, part of a sentence for a person; empty when one did
-    bool sent = true;   ///< false when not all of the request went out, or what went out was taken back
+    std::string error;     ///< why no whole reply came, part of a sentence for a person; empty when one did
+    bool sent = true;      ///< false when not all of the request went out, or what went out was taken back
+    bool foreign = false;  ///< no whole reply came, but what came is none that was asked for: too long, or no HTTP
 };
 
 /// Requests over HTTP/1.1. Logic thread only. Raises nothing.

@@ -154,10 +154,14 @@ TEST_F(IpLink, CanSend_SaysWhetherTheLastRequestWentOut) {
         EXPECT_FALSE(Ip().CanSend());
         Ip().Transmit(":Q#");
         EXPECT_TRUE(Ip().CanSend()) << "without a reply the mount may have heard it";
-        for (const auto& [body, status] : {std::pair{"<html>busy</html>", 200U}, {"", 503U}, {"{}", 404U}}) {
+        for (const auto& [body, status] : {std::pair<std::string, unsigned>{"<html>busy</html>", 200},
+                                           {"", 503},
+                                           {"{}", 404},
+                                           {std::string(4097, '<'), 200},
+                                           {std::string(4097, ' '), 503}}) {
             Answer(body, status);
             Ip().Transmit(":Q#");
-            EXPECT_FALSE(Ip().CanSend()) << "somebody else has answered: " << body << status;
+            EXPECT_FALSE(Ip().CanSend()) << "somebody else has answered: " << body.substr(0, 20) << status;
         }
         Answer(rest ? R"({"Success":false})" : "");
         Ip().Transmit(":Q#");

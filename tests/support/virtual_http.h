@@ -47,7 +47,9 @@ public:
         }
         clock_.SleepWithReads(answer->afterMs);
         if (answer->reply.body.size() > request.mostBodyBytes) {
-            return Failed("the reply is longer than " + std::to_string(request.mostBodyBytes) + " bytes");
+            HttpReply tooLong = Failed("the reply is longer than " + std::to_string(request.mostBodyBytes) + " bytes");
+            tooLong.foreign = true;
+            return tooLong;
         }
         return answer->reply;
     }

@@ -28,10 +28,11 @@ constexpr std::size_t kReadChunk = 4096;
 /// No whole reply; the text is for a person.
 class NoReply : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
-    NoReply(const std::string& text, bool isAtLimit) : std::runtime_error(text), atLimit(isAtLimit) {}
+    enum class Cause { Fault, Limit, EndOfProcess, ForeignReply };
 
-    bool atLimit = false;  ///< not at the end of the process, where what went out may still arrive
+    explicit NoReply(const std::string& text, Cause why = Cause::Fault) : std::runtime_error(text), cause(why) {}
+
+    Cause cause;
 };
 
 std::int32_t Bounded(std::int32_t limitMs) {
@@ -48,6 +49,12 @@ std::string Within(std::int32_t limitMs) {
 
 ErrorCode LastError() {
     return {errno, boost::system::system_category()};
+}
+
+/// Whether these first bytes may begin a reply. Most that is no HTTP has no end of a head, which the parser waits for.
+bool MayBeHttp(std::string_view bytes) {
+    constexpr std::string_view kStart = "HTTP/";
+    return bytes.substr(0, kStart.size()) == kStart.substr(0, bytes.size());
 }
 
 bool IsTemporary(const ErrorCode& error) {
@@ -100,9 +107,14 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
         sent = true;
         return Receive(request);
     } catch (const NoReply& fault) {
-        sent = sent && !(fault.atLimit && WithdrawsWhatIsUnheard());
+        const bool atLimit = fault.cause == NoReply::Cause::Limit;  // else what went out may still arrive
+        sent = sent && !(atLimit && WithdrawsWhatIsUnheard());
         Close();
-        return {.status = 0, .body = {}, .error = fault.what(), .sent = sent};
+        return {.status = 0,
+                .body = {},
+                .error = fault.what(),
+                .sent = sent,
+                .foreign = fault.cause == NoReply::Cause::ForeignReply};
     }
 }
 
@@ -233,7 +245,8 @@ std::string BeastHttp::Read(TimePoint deadline, std::int32_t limitMs) {
     std::array<char, kReadChunk> buffer;
     for (;;) {
         if (!wait_.Await(socket_.native_handle(), POLLIN, deadline)) {
-            throw NoReply("no whole reply" + Within(limitMs), SteadyClock::now() >= deadline);
+            throw NoReply("no whole reply" + Within(limitMs),
+                          SteadyClock::now() >= deadline ? NoReply::Cause::Limit : NoReply::Cause::EndOfProcess);
         }
         const ssize_t count = ::recv(socket_.native_handle(), buffer.data(), buffer.size(), 0);
         if (count >= 0) {
@@ -256,7 +269,9 @@ HttpReply BeastHttp::Receive(const HttpRequest& request) {
     while (!parser.is_done()) {
         ErrorCode error;
         const std::string bytes = Read(deadline, request.limits.receiveMs);
-        if (!bytes.empty()) {
+        if (!parser.got_some() && !MayBeHttp(bytes)) {
+            error = beast_http::error::bad_version;
+        } else if (!bytes.empty()) {
             unread += bytes;
             unread.erase(0, parser.put(asio::buffer(unread), error));
         } else if (parser.got_some()) {
@@ -266,10 +281,11 @@ HttpReply BeastHttp::Receive(const HttpRequest& request) {
             throw NoReply("the connection was closed before the whole reply");
         }
         if (error == beast_http::error::body_limit) {
-            throw NoReply("the reply is longer than " + std::to_string(request.mostBodyBytes) + " bytes");
+            throw NoReply("the reply is longer than " + std::to_string(request.mostBodyBytes) + " bytes",
+                          NoReply::Cause::ForeignReply);
         }
         if (error && error != beast_http::error::need_more) {
-            throw NoReply("the reply is no HTTP: " + error.message());
+            throw NoReply("the reply is no HTTP: " + error.message(), NoReply::Cause::ForeignReply);
         }
     }
     restsSince_ = SteadyClock::now();

@@ -84,6 +84,7 @@ TEST(BeastHttpTest, EachKindOfReply) {
         unsigned status;
         std::string body;
         std::string error;
+        bool foreign = false;
     };
     const std::vector<Row> rows{
         {head + "Content-Length: 0\r\n\r\n", 200, "", ""},
@@ -92,10 +93,10 @@ TEST(BeastHttpTest, EachKindOfReply) {
         {"HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1/\r\nContent-Length: 0\r\n\r\n", 302, "", ""},
         {"HTTP/1.1 500 Oops\r\nContent-Length: 2\r\n\r\nno", 500, "no", ""},
         {ScriptedHttpServer::Ok(std::string(256, 'x')), 200, std::string(256, 'x'), ""},
-        {ScriptedHttpServer::Ok(std::string(257, 'x')), 0, "", "the reply is longer than 256 bytes"},
-        {head + "Content-Length: 10000000\r\n\r\nxx", 0, "", "the reply is longer than 256 bytes"},
+        {ScriptedHttpServer::Ok(std::string(257, 'x')), 0, "", "the reply is longer than 256 bytes", true},
+        {head + "Content-Length: 10000000\r\n\r\nxx", 0, "", "the reply is longer than 256 bytes", true},
         {head + "Transfer-Encoding: chunked\r\n\r\n989680\r\n" + std::string(10'000'000, 'x') + "\r\n0\r\n\r\n", 0, "",
-         "the reply is longer than 256 bytes"},
+         "the reply is longer than 256 bytes", true},
         {head + "Content-Length: 5\r\n\r\nxx", 0, "", "the connection was closed before the whole reply"},
         {head.substr(0, 9), 0, "", "the connection was closed before the whole reply"},
         {"", 0, "", "the connection was closed before the whole reply"},
@@ -111,12 +112,13 @@ TEST(BeastHttpTest, EachKindOfReply) {
         EXPECT_EQ(reply.status, row.status);
         EXPECT_EQ(reply.body, row.body);
         EXPECT_EQ(reply.error, row.error);
+        EXPECT_EQ(reply.foreign, row.foreign);
     }
 }
 
 TEST(BeastHttpTest, WhatIsNoHttp_IsNoReply) {
-    for (const std::string sent :
-         {"12:34:56# and some more\r\n\r\n", "HTTP/9.1 200 Fine\r\n\r\n", "\xff\xfe is no text either\r\n\r\n"}) {
+    for (const std::string sent : {"12:34:56# and some more\r\n\r\n", "HTTP/9.1 200 Fine\r\n\r\n",
+                                   "\xff\xfe is no text either\r\n\r\n", "login: ", "HTML"}) {
         ScriptedHttpServer server({[&](Visit& visit) {
             visit.Read();
             visit.Send(sent);
@@ -125,6 +127,7 @@ TEST(BeastHttpTest, WhatIsNoHttp_IsNoReply) {
         const HttpReply reply = BeastHttp().Send(RequestTo(server));
         EXPECT_EQ(reply.status, 0U) << sent;
         EXPECT_TRUE(reply.error.starts_with("the reply is no HTTP: ")) << reply.error;
+        EXPECT_TRUE(reply.foreign) << sent;
     }
 }
 
