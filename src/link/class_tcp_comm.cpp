@@ -42,11 +42,12 @@ std::string WhyNoCgiReply(const HttpReply& reply) {
     return why.empty() && reply.body.find('<') != std::string::npos ? "the reply is a page and not the mount's" : why;
 }
 
+/// One without a text says nothing about who gave it.
 std::string WhyNoRestReply(const HttpReply& reply) {
     const std::string why = WhyNoReply(reply);
     const std::size_t start = reply.body.find_first_not_of(" \t\r\n");
-    const bool isObject = start != std::string::npos && reply.body[start] == '{';
-    return why.empty() && !isObject ? "the reply is not the companion's" : why;
+    const bool isOther = start != std::string::npos && reply.body[start] != '{';
+    return why.empty() && isOther ? "the reply is not the companion's" : why;
 }
 
 }  // namespace

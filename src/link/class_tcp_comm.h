@@ -88,7 +88,8 @@ public:
     void GetReadTimeouts(std::int32_t& total, std::int32_t& multiplier, std::int32_t& interval) override;
 
     // One request each. False, with the reason in `message`, when no reply came that can be a mount's: status 200, for
-    // the adapter at most 256 bytes without "<", for the companion at most 4096 bytes that begin with "{".
+    // the adapter at most 256 bytes without "<", for the companion at most 4096 bytes that begin with "{". An empty one
+    // may be a mount's.
     bool SendCgi(std::string_view host, std::string_view command, std::int32_t timeoutMs, std::string& response,
                  std::string& message);
     /// False also when the companion reports no success; the response then counts all the same.

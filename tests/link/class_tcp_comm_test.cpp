@@ -163,9 +163,13 @@ TEST_F(IpLink, CanSend_SaysWhetherTheLastRequestWentOut) {
             Ip().Transmit(":Q#");
             EXPECT_FALSE(Ip().CanSend()) << "somebody else has answered: " << body.substr(0, 20) << status;
         }
-        Answer(rest ? R"({"Success":false})" : "");
-        Ip().Transmit(":Q#");
-        EXPECT_TRUE(Ip().CanSend());
+        for (const char* body : {rest ? R"({"Success":false})" : "1#", "", "\r\n"}) {
+            Answer("", 503);
+            Answer(body);
+            Ip().Transmit(":Q#");
+            Ip().Transmit(":Q#");
+            EXPECT_TRUE(Ip().CanSend()) << body;
+        }
         Ip().Connected(false);
         EXPECT_FALSE(Ip().CanSend());
     }
@@ -228,8 +232,7 @@ TEST_F(IpLink, AReplyThatCannotBeTheCompanions_AddsNothingAndIsLogged) {
         const char* why;
     };
     for (const Row& row :
-         {Row{"{}", 500, "the reply has the status 500"}, Row{"", 200, "the reply is not the companion's"},
-          Row{"1#", 200, "the reply is not the companion's"},
+         {Row{"{}", 500, "the reply has the status 500"}, Row{"1#", 200, "the reply is not the companion's"},
           Row{"{" + std::string(4096, ' '), 200, "the reply is longer than 4096 bytes"}}) {
         EXPECT_EQ(Added(row.body, row.status), "") << row.why;
         EXPECT_EQ(LogLines().back(),
@@ -237,6 +240,13 @@ TEST_F(IpLink, AReplyThatCannotBeTheCompanions_AddsNothingAndIsLogged) {
                               "Response = , ErrorMessage = ") +
                       row.why);
     }
+}
+
+TEST_F(IpLink, AnEmptyReplyOfTheCompanion_AddsNothing) {
+    Rest();
+    EXPECT_EQ(Added(""), "");
+    EXPECT_EQ(LogLines().back(), "QUAY Info Sent: :GR#, Response = , Raw = , ReturnMessage = ");
+    EXPECT_EQ(Ip().WhyNothingCame(), "127.0.0.1:60001: nothing answered");
 }
 
 TEST_F(IpLink, WithoutSuccessOfTheCompanion_ItsResponseCountsAllTheSame) {
