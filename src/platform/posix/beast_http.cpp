@@ -87,6 +87,7 @@ std::string TextOf(const HttpRequest& request) {
 }  // namespace
 
 HttpReply BeastHttp::Send(const HttpRequest& request) {
+    const bool beganAtTheEnd = isEnding_ && isEnding_();
     bool sent = false;
     try {
         const Place place = PlaceOf(request);
@@ -107,8 +108,9 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
         sent = true;
         return Receive(request);
     } catch (const NoReply& fault) {
-        const bool atLimit = fault.cause == NoReply::Cause::Limit;  // else what went out may still arrive
-        sent = sent && !(atLimit && WithdrawsWhatIsUnheard());
+        const bool gaveUp =
+            fault.cause == NoReply::Cause::Limit || (fault.cause == NoReply::Cause::EndOfProcess && !beganAtTheEnd);
+        sent = sent && !(gaveUp && WithdrawsWhatIsUnheard());
         Close();
         return {.status = 0,
                 .body = {},

@@ -23,10 +23,14 @@ public:
     static constexpr std::chrono::seconds kLongestRest{5};
 
     /// `letReadsIn` is called again and again while a request waits, see `SlicedWait`. When it answers false a request
-    /// still goes out, and its reply is no longer awaited.
+    /// still goes out, and its reply is no longer awaited. What such a request leaves unheard is withdrawn, unless
+    /// `isEnding`, whether the process is about to end, was true before the request began: it may be the last stop.
     explicit BeastHttp(std::function<bool()> letReadsIn = {}, HostNames::Lookup lookup = HostNames::SystemLookup,
-                       std::chrono::milliseconds longestRest = kLongestRest)
-        : wait_(std::move(letReadsIn)), hostNames_(std::move(lookup)), longestRest_(longestRest) {}
+                       std::chrono::milliseconds longestRest = kLongestRest, std::function<bool()> isEnding = {})
+        : wait_(std::move(letReadsIn)),
+          isEnding_(std::move(isEnding)),
+          hostNames_(std::move(lookup)),
+          longestRest_(longestRest) {}
 
     HttpReply Send(const HttpRequest& request) override;
 
@@ -50,6 +54,7 @@ private:
     void Close();
 
     const SlicedWait wait_;
+    const std::function<bool()> isEnding_;
     HostNames hostNames_;
     const std::chrono::milliseconds longestRest_;
     boost::asio::io_context context_{1};
