@@ -55,7 +55,8 @@ public:
     bool Connected() override { return connected_; }
     /// Keeps the flag; there is nothing to open.
     void Connected(bool connect) override;
-    /// Whether the last request went out, and nobody but the mount's side answered: else the mount has not heard it.
+    /// Whether the last request went out, and nobody but the mount's side answered: else the mount may not have
+    /// heard it.
     bool CanSend() override { return connected_ && lastWentOut_; }
 
     // Kept, without any effect.

@@ -33,8 +33,10 @@ struct HttpRequest {
 struct HttpReply {
     unsigned status = 0;  ///< 0 when no whole reply came
     std::string body;
-    std::string error;     ///< why no whole reply came, part of a sentence for a person; empty when one did
-    bool sent = true;      ///< false when not all of the request went out, or what went out was taken back
+    std::string error;  ///< why no whole reply came, part of a sentence for a person; empty when one did
+    /// False when not all of the request went out, or what the other side had not acknowledged was taken back. It may
+    /// have heard all of it even so: an acknowledgement can be lost. So ask for a stop again, but for no motion.
+    bool sent = true;
     bool foreign = false;  ///< no whole reply came, but what came is none that was asked for: too long, or no HTTP
 };
 
