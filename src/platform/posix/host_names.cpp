@@ -65,9 +65,7 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
         return {.addresses = {address}, .error = {}};
     }
     Known& known = hosts_[host];
-    if (TakeResult(known) && known.answer.addresses.empty()) {
-        return known.answer;  // told once before it is looked up again
-    }
+    TakeResult(known);
     const bool isFresh = !known.answer.addresses.empty() && SteadyClock::now() - known.since < knownFor_;
     if (!isFresh && !known.lookup) {
         known.lookup = Running::Begin(lookup_, host);
@@ -76,26 +74,25 @@ HostNames::Answer HostNames::Find(const std::string& host, SlicedWait::TimePoint
         return known.answer;
     }
     if (!wait.AwaitThat([&] { return known.lookup->IsDone(); }, deadline, SlicedWait::AtTheEnd::WaitsOn)) {
-        return {};
+        return known.answer;  // why the last lookup failed
     }
     TakeResult(known);
     return known.answer;
 }
 
-/// False when there is none.
-bool HostNames::TakeResult(Known& known) {
+/// A failure takes no known address away.
+void HostNames::TakeResult(Known& known) {
     if (!known.lookup || !known.lookup->IsDone()) {
-        return false;
+        return;
     }
     Answer result = known.lookup->Result();
     known.lookup.reset();
     if (!result.addresses.empty()) {
         known.since = SteadyClock::now();
-    } else if (!known.answer.addresses.empty()) {
-        return true;
     }
-    known.answer = std::move(result);
-    return true;
+    if (!result.addresses.empty() || known.answer.addresses.empty()) {
+        known.answer = std::move(result);
+    }
 }
 
 HostNames::Answer HostNames::SystemLookup(const std::string& host) {

@@ -23,7 +23,7 @@ public:
 
     struct Answer {
         std::vector<boost::asio::ip::address> addresses;  ///< in the order in which to try them
-        std::string error;  ///< in the system's words, without addresses; empty when none was found in time
+        std::string error;  ///< in the system's words, without addresses; empty while no lookup has ended
     };
     /// Called on a thread of its own, which may outlive the object.
     using Lookup = std::function<Answer(const std::string& host)>;
@@ -32,7 +32,8 @@ public:
         : lookup_(std::move(lookup)), knownFor_(knownFor) {}
 
     /// A host that is an address is its own answer. Of a name nobody knows yet the answer is awaited up to the
-    /// deadline; a lookup that takes longer goes on, and the next call waits for the same one.
+    /// deadline; a lookup that takes longer goes on, and the next call waits for the same one. Until it ends, the
+    /// reason of the last failure is the answer.
     Answer Find(const std::string& host, SlicedWait::TimePoint deadline, const SlicedWait& wait);
 
     static Answer SystemLookup(const std::string& host);
@@ -45,7 +46,7 @@ private:
         std::shared_ptr<Running> lookup;  ///< none runs
     };
 
-    static bool TakeResult(Known& known);
+    static void TakeResult(Known& known);
 
     const Lookup lookup_;
     const std::chrono::milliseconds knownFor_;

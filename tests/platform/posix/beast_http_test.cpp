@@ -12,6 +12,7 @@
 #include <pthread.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <thread>
 #include <vector>
 
 #include "platform/posix/scripted_http_server.h"
@@ -535,7 +536,7 @@ TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
     EXPECT_EQ(findUntil(5), address("192.0.2.2"));
 }
 
-/// Also where each lookup outlasts the limit: what the first one has found out is told before the next one begins.
+/// Also where each lookup outlasts the limit: what the first one has found out is told while the next one goes on.
 TEST_F(NamedHost, WhoseLookupFailsSlowly_SaysWhy) {
     const SlowLookup first;
     const SlowLookup others;
@@ -580,6 +581,27 @@ TEST_F(NamedHost, WhoseLookupFailed_IsLookedUpAgainWithTheNextRequest) {
     EXPECT_EQ(find().error, "the name server is down");
     *fails = false;
     EXPECT_EQ(find().addresses.size(), 1U);
+}
+
+/// A lookup that failed after its request had been given up says nothing about now.
+TEST_F(NamedHost, WhoseLookupFailedInTheMeantime_IsLookedUpAgainInTheSameRequest) {
+    const SlowLookup first;
+    const auto lookups = std::make_shared<std::atomic<int>>(0);
+    HostNames names([first, lookups](const std::string& host) -> HostNames::Answer {
+        if (++*lookups > 1) {
+            return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
+        }
+        first(host);
+        return {.addresses = {}, .error = "the name server is down"};
+    });
+    const auto usersAtRest = lookups.use_count();
+    const HostNames::Answer early = names.Find("mount", SlicedWait::TimePoint::min(), SlicedWait());
+    EXPECT_EQ(early.error, "");
+    first.Release();
+    while (lookups.use_count() > usersAtRest) {
+        std::this_thread::yield();  // until the lookup's thread lets go of it, its answer told
+    }
+    EXPECT_EQ(names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses.size(), 1U);
 }
 
 TEST_F(NamedHost, WhoseSecondLookupFailed_IsNotLeftAloneForItsTimeAgain) {
