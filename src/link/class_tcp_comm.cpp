@@ -169,6 +169,7 @@ void classTCPComm::NoteOutcome(const HttpReply& reply, const std::string& fault)
     const bool cameFromAnother = reply.foreign || (reply.error.empty() && !fault.empty());
     lastWentOut_ = reply.sent && !cameFromAnother;
     lastFault_ = fault;
+    lastFaultNamesHost_ = !reply.reached;
 }
 
 std::string classTCPComm::WhyNothingCame() const {
@@ -176,9 +177,7 @@ std::string classTCPComm::WhyNothingCame() const {
     if (address.empty()) {
         return "no address is set";
     }
-    const std::string host = address.substr(0, address.find(':'));
-    const bool isNamed = lastFault_.find(host) != std::string::npos;
-    return isNamed ? lastFault_ : address + ": " + (lastFault_.empty() ? "nothing answered" : lastFault_);
+    return lastFaultNamesHost_ ? lastFault_ : address + ": " + (lastFault_.empty() ? "nothing answered" : lastFault_);
 }
 
 bool classTCPComm::SendCgi(std::string_view host, std::string_view command, std::int32_t timeoutMs,

@@ -118,7 +118,8 @@ private:
     bool connected_ = false;
     bool lastWentOut_ = true;  ///< true before the first request
     std::string lastFault_;    ///< why the last request brought no reply of a mount; empty when it did
-    std::string buffer_;       ///< replies not read yet, one byte a character
+    bool lastFaultNamesHost_ = false;
+    std::string buffer_;  ///< replies not read yet, one byte a character
 };
 
 }  // namespace kestrane

@@ -33,7 +33,8 @@ struct HttpRequest {
 struct HttpReply {
     unsigned status = 0;  ///< 0 when no whole reply came
     std::string body;
-    std::string error;  ///< why no whole reply came, part of a sentence for a person; empty when one did
+    std::string error;    ///< why no whole reply came, part of a sentence for a person; empty when one did
+    bool reached = true;  ///< false when no connection stood; `error` then names the host
     /// False when not all of the request went out, or what the other side had not acknowledged was taken back. It may
     /// have heard all of it even so: an acknowledgement can be lost. So ask for a stop again, but for no motion.
     bool sent = true;

@@ -127,6 +127,17 @@ TEST_F(IpLink, WhyNothingCame_NamesTheAddressAndTheFault) {
     EXPECT_EQ(Ip().WhyNothingCame(), "127.0.0.1:60007: nothing answered");
 }
 
+/// A host may have the name of any word of a fault.
+TEST_F(IpLink, WhyNothingCame_NamesTheAddressOnce) {
+    Ip().IpAddress("reply");
+    Answer("not here", 404);
+    Ip().Transmit(":GR#");
+    EXPECT_EQ(Ip().WhyNothingCame(), "reply: the reply has the status 404");
+    machine.http.StopServing();
+    Ip().Transmit(":GR#");
+    EXPECT_EQ(Ip().WhyNothingCame(), "reply takes no connection: Connection refused");
+}
+
 TEST_F(IpLink, APortOfTheCompanionThatIsNone_CountsAsItsDefault) {
     for (const char* text : {"", "abc", "0", "-1", "65536", "60001x"}) {
         machine.applicationSettings.Set("QUAY", "Driver", "RestApiPort", text);

@@ -36,6 +36,7 @@ public:
         requests_.push_back(request);
         if (!server_) {
             HttpReply refused = Failed(request.host + " takes no connection: Connection refused");
+            refused.reached = false;
             refused.sent = false;
             return refused;
         }

@@ -111,10 +111,12 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
         const bool gaveUp =
             fault.cause == NoReply::Cause::Limit || (fault.cause == NoReply::Cause::EndOfProcess && !beganAtTheEnd);
         sent = sent && !(gaveUp && WithdrawsWhatIsUnheard());
+        const bool reached = connectedTo_.has_value();
         Close();
         return {.status = 0,
                 .body = {},
                 .error = fault.what(),
+                .reached = reached,
                 .sent = sent,
                 .foreign = fault.cause == NoReply::Cause::ForeignReply};
     }

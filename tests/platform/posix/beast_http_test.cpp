@@ -147,7 +147,9 @@ TEST(BeastHttpTest, ASilentOrTricklingServer_IsGivenUpAtTheLimit) {
     for (const auto& script : {silent, trickling}) {
         ScriptedHttpServer server({script});
         BeastHttp http;
-        EXPECT_EQ(http.Send(RequestTo(server, kShortMs)).error, "no whole reply within 60 ms");
+        const HttpReply reply = http.Send(RequestTo(server, kShortMs));
+        EXPECT_EQ(reply.error, "no whole reply within 60 ms");
+        EXPECT_TRUE(reply.reached);
     }
 }
 
@@ -396,8 +398,10 @@ TEST(BeastHttpTest, ARefusedPort_SaysSo) {
     request.host = "127.0.0.1";
     request.port = RefusedPort();
     request.limits = kAmple;
-    EXPECT_EQ(BeastHttp().Send(request).error,
+    const HttpReply reply = BeastHttp().Send(request);
+    EXPECT_EQ(reply.error,
               "127.0.0.1 port " + std::to_string(request.port) + " takes no connection: Connection refused");
+    EXPECT_FALSE(reply.reached);
 }
 
 TEST(BeastHttpTest, ATextThatIsNoHost_SaysSo) {
@@ -415,7 +419,9 @@ TEST(BeastHttpTest, ATextThatIsNoHost_SaysSo) {
           Row{"fe80::1", "'fe80::1' has more than one ':'; an IPv6 address stands in brackets"}}) {
         HttpRequest request;
         request.host = row.host;
-        EXPECT_EQ(BeastHttp().Send(request).error, row.error);
+        const HttpReply reply = BeastHttp().Send(request);
+        EXPECT_EQ(reply.error, row.error);
+        EXPECT_FALSE(reply.reached);
     }
 }
 
