@@ -36,7 +36,8 @@ HandBoxPanel::HandBoxPanel(HandBoxNeeds needs)
         unparkOffer_.OnTick();
         actions_.RunDelayed();
     });
-    needs_.handBox.btnOpenLogDirectory.OnClick([this] { OpenLogFolder(driver_.state.g_sLogDir, needs_.processes, driver_.log); });
+    needs_.handBox.btnOpenLogDirectory.OnClick(
+        [this] { OpenLogFolder(driver_.state.g_sLogDir, needs_.processes, driver_.log); });
 }
 
 void HandBoxPanel::OnLoad() {
