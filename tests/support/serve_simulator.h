@@ -19,7 +19,8 @@ namespace kestrane {
 inline VirtualHttp::Answer DriverGets(const HttpRequest& request, const WebAnswer& answer) {
     const auto failed = [&](const std::string& why, std::int32_t afterMs) {
         const bool sent = answer.outcome != WebAnswer::Outcome::NoConnection;
-        return VirtualHttp::Answer{.afterMs = afterMs, .reply = {.status = 0, .body = {}, .error = why, .sent = sent}};
+        return VirtualHttp::Answer{.afterMs = afterMs,
+                                   .reply = {.status = 0, .body = {}, .error = why, .reached = sent, .sent = sent}};
     };
     const HttpLimits& limits = request.limits;
     switch (answer.outcome) {

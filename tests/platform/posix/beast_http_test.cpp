@@ -1,18 +1,20 @@
 #include "platform/posix/beast_http.h"
 
+#include <algorithm>
 #include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
+#include <semaphore>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <thread>
 #include <vector>
 
 #include "platform/posix/scripted_http_server.h"
@@ -205,14 +207,14 @@ protected:
         bool arrived = false;
     };
 
-    static Outcome Give(BeastHttp& http, std::size_t size) {
+    static Outcome Give(BeastHttp& http, std::size_t size, std::int32_t receiveMs) {
         std::promise<void> givenUp;
         Outcome outcome;
         ScriptedHttpServer server({[&](Visit& visit) {
             givenUp.get_future().wait();
             outcome.arrived = visit.Read();
         }});
-        HttpRequest request = RequestTo(server, kShortMs);
+        HttpRequest request = RequestTo(server, receiveMs);
         request.method = HttpRequest::Method::Post;
         request.body = std::string(size, 'x');
         request.limits.sendMs = 1'000;
@@ -222,10 +224,10 @@ protected:
         return outcome;
     }
     /// The length of a request of which such a server leaves something in the sockets; 0 when there was none.
-    static std::size_t TakenBack(BeastHttp& http) {
+    static std::size_t TakenBack(BeastHttp& http, std::int32_t receiveMs) {
         for (std::size_t size = std::size_t{64} << 10; size <= std::size_t{1} << 20; size *= 2) {
-            const Outcome outcome = Give(http, size);
-            const bool wasTakenBack = outcome.reply.error == "no whole reply within 60 ms" && !outcome.reply.sent;
+            const Outcome outcome = Give(http, size, receiveMs);
+            const bool wasTakenBack = outcome.reply.error.starts_with("no whole reply within ") && !outcome.reply.sent;
             EXPECT_NE(outcome.arrived, wasTakenBack) << size;
             if (wasTakenBack) {
                 return size;
@@ -237,17 +239,19 @@ protected:
 
 TEST_F(StandingServer, ARequestThatIsGivenUpUnheard_IsTakenBack) {
     BeastHttp http;
-    EXPECT_GT(TakenBack(http), 0U);
+    EXPECT_GT(TakenBack(http, kShortMs), 0U);
 }
 
 /// A goto must not arrive after the last stop, and the last stop is not taken back.
 TEST_F(StandingServer, AtTheEndOfTheProcess_OnlyARequestThatBeganBeforeIsTakenBack) {
     bool isEnding = false;
-    BeastHttp http([] { return false; }, HostNames::SystemLookup, BeastHttp::kLongestRest, [&] { return isEnding; });
-    const std::size_t size = TakenBack(http);
+    int slices = 0;  // time enough for what was taken to be acknowledged
+    BeastHttp http([&] { return ++slices % 50 != 0; }, HostNames::SystemLookup, BeastHttp::kLongestRest,
+                   [&] { return isEnding; });
+    const std::size_t size = TakenBack(http, kAmple.receiveMs);
     EXPECT_GT(size, 0U);
     isEnding = true;
-    const Outcome stop = Give(http, size);
+    const Outcome stop = Give(http, size, kAmple.receiveMs);
     EXPECT_TRUE(stop.reply.sent);
     EXPECT_TRUE(stop.arrived);
 }
@@ -299,19 +303,59 @@ TEST(BeastHttpTest, ALimitOutsideItsRange_CountsAsTheNearerBound) {
     }
 }
 
-/// Each limit is reached once at most: a request ends within their sum.
-TEST(BeastHttpTest, ASlowReply_EndsWithinTheSumOfTheLimits) {
-    ScriptedHttpServer server({[](Visit& visit) {
-        visit.Read();
-        visit.AwaitClose();
-    }});
-    HttpRequest request = RequestTo(server);
-    request.limits = {.resolveMs = 100, .connectMs = 100, .sendMs = 100, .receiveMs = 250};
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(BeastHttp().Send(request).error, "no whole reply within 250 ms");
-    const auto passed = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(passed, std::chrono::milliseconds(250));
-    EXPECT_LT(passed, std::chrono::milliseconds(2000)) << "the sum and what a busy machine adds";
+constexpr std::chrono::milliseconds kOneLimit{250};
+
+/// The shortest time of some requests, the last of which is the first below two limits: of a busy machine one is quick,
+/// and none is where a limit is spent twice.
+std::chrono::steady_clock::duration ShortestTime(const std::function<void()>& request) {
+    auto shortest = std::chrono::steady_clock::duration::max();
+    for (int run = 0; run < 10 && shortest >= 2 * kOneLimit; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        request();
+        shortest = std::min(shortest, std::chrono::steady_clock::now() - start);
+    }
+    return shortest;
+}
+
+TEST(BeastHttpTest, ASilentServer_SpendsTheLimitOnce) {
+    const auto shortest = ShortestTime([] {
+        ScriptedHttpServer server({[](Visit& visit) {
+            visit.Read();
+            visit.AwaitClose();
+        }});
+        EXPECT_EQ(BeastHttp().Send(RequestTo(server, 250)).error, "no whole reply within 250 ms");
+    });
+    EXPECT_GE(shortest, kOneLimit);
+    EXPECT_LT(shortest, 2 * kOneLimit);
+}
+
+/// A byte comes each 10 ms or so, for more than two limits.
+TEST(BeastHttpTest, ATricklingServer_SpendsTheLimitOnce) {
+    EXPECT_LT(ShortestTime([] {
+                  constexpr int kBytes = 60;
+                  std::counting_semaphore<> wanted{0};
+                  ScriptedHttpServer server({[&](Visit& visit) {
+                      visit.Read();
+                      visit.Send("HTTP/1.1 200 OK\r\nX: ");
+                      for (int i = 0; i < kBytes; ++i) {
+                          wanted.acquire();
+                          visit.Send("x");
+                      }
+                      visit.AwaitClose();
+                  }});
+                  auto last = std::chrono::steady_clock::now();
+                  BeastHttp http([&] {
+                      const auto now = std::chrono::steady_clock::now();
+                      if (now - last >= std::chrono::milliseconds(10)) {
+                          last = now;
+                          wanted.release();
+                      }
+                      return true;
+                  });
+                  EXPECT_EQ(http.Send(RequestTo(server, 250)).error, "no whole reply within 250 ms");
+                  wanted.release(kBytes);
+              }),
+              2 * kOneLimit);
 }
 
 TEST(BeastHttpTest, AConnection_IsKeptForTheNextRequest) {
@@ -427,8 +471,6 @@ TEST(BeastHttpTest, ATextThatIsNoHost_SaysSo) {
 
 class NamedHost : public testing::Test {
 protected:
-    using Addresses = std::vector<boost::asio::ip::address>;
-
     static HostNames::Lookup Gives(const std::vector<const char*>& addresses) {
         return [addresses](const std::string&) {
             HostNames::Answer answer;
@@ -460,6 +502,17 @@ TEST_F(NamedHost, AfterATimeOutOfOneAddress_TheNextOneIsUsed) {
     EXPECT_TRUE(http.Send(request).error.ends_with("took no connection within 60 ms"));
     request.limits = kAmple;
     EXPECT_EQ(http.Send(request).body, "1");
+}
+
+TEST_F(NamedHost, WhoseAddressesTakeNoConnection_SpendsTheLimitOnce) {
+    const FullListener first("127.0.0.2");
+    const FullListener second("127.0.0.3", first.Port());
+    const FullListener third("127.0.0.4", first.Port());
+    BeastHttp http({}, Gives({"127.0.0.2", "127.0.0.3", "127.0.0.4"}));
+    HttpRequest request;
+    request.host = "mount:" + std::to_string(first.Port());
+    request.limits.connectMs = 250;
+    EXPECT_LT(ShortestTime([&] { EXPECT_TRUE(http.Send(request).error.ends_with("within 250 ms")); }), 2 * kOneLimit);
 }
 
 TEST_F(NamedHost, ThatNobodyKnows_SaysSo) {
@@ -514,34 +567,6 @@ TEST_F(NamedHost, WhoseLookupTakesLonger_IsWaitedForAgainAndNotAskedForAgain) {
     EXPECT_EQ(lookup.Asked(), 1);
 }
 
-/// Of each lookup but the first, the answer comes in the background.
-TEST_F(NamedHost, IsLookedUpAgainAfterItsTime_AndServesOnWhereThatFails) {
-    const auto address = [](const char* text) { return Addresses{boost::asio::ip::make_address(text)}; };
-    const auto lookups = std::make_shared<std::atomic<int>>(0);  // a last lookup may outlive the test
-    const HostNames::Lookup lookup = [address, lookups](const std::string&) -> HostNames::Answer {
-        switch (++*lookups) {
-            case 1:
-                return {.addresses = address("192.0.2.1"), .error = {}};
-            case 2:
-                return {.addresses = address("192.0.2.2"), .error = {}};
-            default:
-                return {.addresses = {}, .error = "the name server is down"};
-        }
-    };
-    HostNames names(lookup, std::chrono::milliseconds(0));
-    const auto find = [&] { return names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses; };
-    const auto findUntil = [&](int count) {
-        Addresses found = find();
-        while (*lookups < count) {
-            found = find();
-        }
-        return found;
-    };
-    EXPECT_EQ(find(), address("192.0.2.1"));
-    EXPECT_EQ(find(), address("192.0.2.1")) << "while it is looked up again";
-    EXPECT_EQ(findUntil(5), address("192.0.2.2"));
-}
-
 /// Also where each lookup outlasts the limit: what the first one has found out is told while the next one goes on.
 TEST_F(NamedHost, WhoseLookupFailsSlowly_SaysWhy) {
     const SlowLookup first;
@@ -571,63 +596,6 @@ TEST_F(NamedHost, WhoseLookupThrows_SaysWhy) {
     request.host = "mount";
     request.limits = kAmple;
     EXPECT_EQ(http.Send(request).error, "there is no host mount: no memory");
-}
-
-/// A network that comes back is found at once.
-TEST_F(NamedHost, WhoseLookupFailed_IsLookedUpAgainWithTheNextRequest) {
-    const auto fails = std::make_shared<std::atomic<bool>>(true);
-    const HostNames::Lookup lookup = [fails](const std::string&) -> HostNames::Answer {
-        if (*fails) {
-            return {.addresses = {}, .error = "the name server is down"};
-        }
-        return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
-    };
-    HostNames names(lookup);
-    const auto find = [&] { return names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()); };
-    EXPECT_EQ(find().error, "the name server is down");
-    *fails = false;
-    EXPECT_EQ(find().addresses.size(), 1U);
-}
-
-/// A lookup that failed after its request had been given up says nothing about now.
-TEST_F(NamedHost, WhoseLookupFailedInTheMeantime_IsLookedUpAgainInTheSameRequest) {
-    const SlowLookup first;
-    const auto lookups = std::make_shared<std::atomic<int>>(0);
-    HostNames names([first, lookups](const std::string& host) -> HostNames::Answer {
-        if (++*lookups > 1) {
-            return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
-        }
-        first(host);
-        return {.addresses = {}, .error = "the name server is down"};
-    });
-    const auto usersAtRest = lookups.use_count();
-    const HostNames::Answer early = names.Find("mount", SlicedWait::TimePoint::min(), SlicedWait());
-    EXPECT_EQ(early.error, "");
-    first.Release();
-    while (lookups.use_count() > usersAtRest) {
-        std::this_thread::yield();  // until the lookup's thread lets go of it, its answer told
-    }
-    EXPECT_EQ(names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses.size(), 1U);
-}
-
-TEST_F(NamedHost, WhoseSecondLookupFailed_IsNotLeftAloneForItsTimeAgain) {
-    constexpr std::chrono::milliseconds kKnownFor{300};
-    const auto lookups = std::make_shared<std::atomic<int>>(0);
-    const HostNames::Lookup lookup = [lookups](const std::string&) -> HostNames::Answer {
-        if (++*lookups == 1) {
-            return {.addresses = {boost::asio::ip::make_address("192.0.2.1")}, .error = {}};
-        }
-        return {.addresses = {}, .error = "the name server is down"};
-    };
-    HostNames names(lookup, kKnownFor);
-    const auto findUntil = [&](int count) {
-        while (*lookups < count) {
-            EXPECT_EQ(names.Find("mount", SlicedWait::TimePoint::max(), SlicedWait()).addresses.size(), 1U);
-        }
-        return std::chrono::steady_clock::now();
-    };
-    const auto second = findUntil(2);
-    EXPECT_LT(findUntil(3) - second, kKnownFor);
 }
 
 /// While it lives no thread can be started: the address space has no room for its stack.
@@ -661,13 +629,6 @@ TEST_F(NamedHost, ThatCannotBeLookedUp_SaysSo_AndIsLookedUpAgain) {
                   "there is no host mount: the name could not be looked up: Resource temporarily unavailable");
     }
     EXPECT_EQ(http.Send(RequestToMount(server)).body, "1");
-}
-
-TEST_F(NamedHost, AnAddress_IsNeverLookedUp) {
-    HostNames names([](const std::string&) -> HostNames::Answer { return {.addresses = {}, .error = "asked"}; });
-    for (const char* address : {"192.0.2.7", "::1"}) {
-        EXPECT_EQ(names.Find(address, {}, SlicedWait()).addresses, Addresses{boost::asio::ip::make_address(address)});
-    }
 }
 
 }  // namespace
