@@ -77,7 +77,8 @@ kestrane::Platform WithPorts(const kestrane::Platform& all, kestrane::SerialPort
             all.http,         all.messageBoxes, all.systemInfo,
             all.processes,    all.registry,     all.applicationSettings,
             all.profileStore, all.utility,      all.astronomy,
-            all.folders,      all.sounds};
+            all.folders,      all.sounds,       all.trayIcon,
+            all.webPages};
 }
 
 /// Rounds of a pulse at a random moment of the poll's rhythm, and of one on the other axis that begins while it runs.
