@@ -134,6 +134,8 @@ TEST_F(RunScript, WithAClosedPipe_LeavesNoChildBehind) {
 
 TEST_F(RunScript, SaysThatItTakesAnotherPort) {
     const int taken = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;  // connections that another test has just closed do not count
+    ::setsockopt(taken, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(11111);
