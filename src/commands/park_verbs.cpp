@@ -25,6 +25,18 @@ struct PositionList {
 constexpr PositionList kParkTo{&frmHandBox::cbxParkTo, "Park"};
 constexpr PositionList kUnparkFrom{&frmHandBox::cbxUnparkFrom, "UnPark"};
 
+/// Warnings to a person are not meant for a command.
+class ByCommand {
+public:
+    explicit ByCommand(frmHandBox& handBox) : handBox_(handBox) { handBox_.chosenByCommand = true; }
+    ~ByCommand() { handBox_.chosenByCommand = false; }
+    ByCommand(const ByCommand&) = delete;
+    ByCommand& operator=(const ByCommand&) = delete;
+
+private:
+    frmHandBox& handBox_;
+};
+
 std::string ChooseByIndex(ComboBox& list, std::string_view arguments, std::string_view name, Log& log) {
     const auto count = static_cast<std::int32_t>(list.ListItems().size());
     const std::optional<std::int32_t> index = WholeNumber(arguments, log);
@@ -38,6 +50,7 @@ std::string ChooseByIndex(ComboBox& list, std::string_view arguments, std::strin
 std::string SetPosition(Verb verb, std::string_view arguments, const PositionList& positions,
                         std::string_view invalid) {
     verb.needs.fillHandBox();
+    const ByCommand byCommand(verb.needs.handBox);
     ComboBox& list = verb.needs.handBox.*positions.list;
     if (arguments.empty()) {
         return Failure("No " + std::string(positions.name) + " Position specified");

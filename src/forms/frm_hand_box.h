@@ -18,11 +18,12 @@ private:
 public:
     explicit frmHandBox(MessagePump& pump) : Form("frmHandBox", "Kestrane V2"), pump_(pump) {}
 
-    bool m_bFormLoaded = false;   ///< the panel has been filled for a connected mount
-    bool m_bShowHA = false;       ///< `lblLST` shows the hour angle instead of the sidereal time
-    bool noMessageBoxes = false;  ///< messages are only logged
-    bool bForceMinimize = false;  ///< the window goes to the tray as soon as it can
-    bool inTray = false;          ///< an icon in the tray stands for the window
+    bool m_bFormLoaded = false;    ///< the panel has been filled for a connected mount
+    bool m_bShowHA = false;        ///< `lblLST` shows the hour angle instead of the sidereal time
+    bool noMessageBoxes = false;   ///< messages are only logged
+    bool chosenByCommand = false;  ///< a verb, and not a person, chooses an entry of a list of positions
+    bool bForceMinimize = false;   ///< the window goes to the tray as soon as it can
+    bool inTray = false;           ///< an icon in the tray stands for the window
 
     double customRateLimit = 0.0;  ///< `txtRaCustom` and `txtDecCustom` accept values from minus this to plus this
     std::int32_t pageIndex = 0;    ///< the shown page of the panel, 0 to 2

@@ -13,6 +13,7 @@
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_park1_warning.h"
 #include "forms/frm_quay_settings.h"
 #include "forms/frm_rcal_sync_warning.h"
 #include "forms/frm_setup_focuser.h"
@@ -25,7 +26,8 @@ namespace kestrane {
 class Windows {
 public:
     explicit Windows(MessagePump& pump)
-        : handBox(pump), statusWindow(pump), initialSetup(pump), askPark(pump), askCustomParkOK(pump) {}
+        : handBox(pump), statusWindow(pump), initialSetup(pump), rcalSyncWarning(pump), askPark(pump),
+          askCustomParkOK(pump) {}
 
     frmHandBox handBox;
     frmStatus statusWindow;
@@ -42,12 +44,13 @@ public:
     frmAskCustomParkOK askCustomParkOK;
     frmAskAndWarnParked askAndWarnParked;
     frmAskUserCloseDriver askUserCloseDriver;
+    frmPark1Warning park1Warning;
 
     /// In the order in which they were made.
-    std::array<Form*, 15> All() {
-        return {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
-                &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
-                &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver};
+    std::array<Form*, 16> All() {
+        return {&handBox,         &statusWindow,     &logWindow,          &initialSetup, &initMount, &setupFocuser,
+                &quaySettings,    &rcalSyncWarning,  &askAbortSlew,       &askUnpark,    &askPark,   &askSwapEWNS,
+                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning};
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
@@ -56,9 +59,9 @@ public:
     /// What somebody waits for, the window of the companion and the questions, is unloaded too, which cancels it.
     /// Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::array<Form*, 12>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
+        for (Form* form : std::array<Form*, 13>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
                                                 &quaySettings, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK,
-                                                &askAndWarnParked, &askUserCloseDriver}) {
+                                                &askAndWarnParked, &askUserCloseDriver, &park1Warning}) {
             form->Unload();
         }
         for (Form* form : All()) {

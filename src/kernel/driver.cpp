@@ -46,6 +46,7 @@ Driver::Driver(Platform platform)
       modal(waits, log, [this] { return InParkMove(state); }),
       rcalSyncWarning(rcalSyncWarningForm, modal, log),
       questions(NeedsOfQuestions()),
+      park1Warning(windows.park1Warning, modal, persist),
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),
       quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),
@@ -79,6 +80,7 @@ Driver::Driver(Platform platform)
         connections.HealWhenDue();
         connections.ExitAfterPark();
     });
+    panel.OnAction(ButtonAction::WarnOfPark1, [this] { park1Warning.Show(); });
     startup.Run();
     left_ = openMotionFile.Left();
     if (left_.Any()) {

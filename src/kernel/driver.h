@@ -39,6 +39,7 @@
 #include "ui/focuser_setup.h"
 #include "ui/hand_box/hand_box_panel.h"
 #include "ui/log_panel.h"
+#include "ui/park1_warning.h"
 #include "ui/quay_settings.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
@@ -138,6 +139,7 @@ public:
     Modal modal;
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
+    Park1Warning park1Warning;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;

@@ -191,7 +191,8 @@ QuestionWindowsNeeds Driver::NeedsOfQuestions() {
         .log = log,
         .windows = windows,
         .eastSlewHours = [this] { return EastSlewHours(essentials); },
-        .abortSlew = [this] { panel.AbortSlew(); },
+        .abortSlew = [this] { platform_.pump.Post(CallKind::Stop, [this] { panel.AbortSlew(); }); },
+        .warnOfPark1 = [this] { panel.Press(ButtonAction::WarnOfPark1); },
         .clientCount =
             [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
     };

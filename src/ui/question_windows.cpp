@@ -6,11 +6,13 @@
 
 #include "kernel/base/conversions.h"
 #include "settings/park_settings.h"
+#include "telescope/motion/park_geometry.h"
 #include "ui/kept_controls.h"
 
 namespace kestrane {
 namespace {
 
+constexpr std::int16_t kPark1Index = 1;
 constexpr std::string_view kCounterweightUp = "WARNING: Counter-weight is in the up position!!";
 constexpr std::string_view kSetPark = "Are you sure you want to set this Alt/Az Park Position?";
 
@@ -60,12 +62,7 @@ QuestionWindows::QuestionWindows(QuestionWindowsNeeds needs) : needs_(std::move(
 
 void QuestionWindows::WirePositions() {
     frmAskUnpark& unpark = needs_.windows.askUnpark;
-    unpark.btnOK.OnClick([this, &unpark] {
-        if (unpark.Visible()) {
-            Accept(unpark, unpark.cbxAskUnparkFrom, unpark.UserOk, unpark.UserUnparkIndex);
-            EndOffer();
-        }
-    });
+    unpark.btnOK.OnClick([this] { AcceptUnpark(); });
     unpark.btnCancel.OnClick([this, &unpark] {
         unpark.Hide();
         EndOffer();
@@ -112,24 +109,41 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
     }
     FillUnpark(proposed);
     const auto acceptProposed = [&] {
-        FillUnpark(proposed);
-        Accept(form, form.cbxAskUnparkFrom, form.UserOk, form.UserUnparkIndex);
+        form.UserUnparkIndex = FillUnpark(proposed);
+        form.UserOk = form.cbxAskUnparkFrom.ListIndex() >= 0;
     };
     needs_.modal.ShowModal(form, unasked == Unasked::IsAccepted ? acceptProposed : std::function<void()>());
     form.Unload();
     return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
 }
 
-void QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
+/// Gives the position that is asked about. "Don't Unpark" is none that the list has: it shows as the first entry.
+std::int16_t QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
     frmAskUnpark& form = needs_.windows.askUnpark;
     form.UserOk = false;
     form.cbxAskUnparkFrom.ListItems(Positions("Last Parked", UserPlace()));
+    const std::int16_t asked = proposed.value_or(StoredUnparkIndex(needs_.persist, needs_.log));
+    const bool none = asked == park_index::DontUnpark;
+    const std::int16_t shown = none ? std::int16_t{0} : asked;
     if (proposed) {
-        form.cbxAskUnparkFrom.ListIndex(*proposed);
+        form.cbxAskUnparkFrom.ListIndex(shown);
     } else {
-        SelectParkPosition(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText),
-                           StoredUnparkIndex(needs_.persist, needs_.log));
+        SelectParkPosition(form.cbxAskUnparkFrom, needs_.persist.Read(setting::cbxUnparkFromText), shown);
     }
+    return asked;
+}
+
+/// A press that comes late, from a view that still shows the window, answers nothing.
+void QuestionWindows::AcceptUnpark() {
+    frmAskUnpark& form = needs_.windows.askUnpark;
+    if (!form.Visible()) {
+        return;
+    }
+    Accept(form, form.cbxAskUnparkFrom, form.UserOk, form.UserUnparkIndex);
+    if (form.UserOk && form.UserUnparkIndex == kPark1Index) {
+        needs_.warnOfPark1();
+    }
+    EndOffer();
 }
 
 void QuestionWindows::OfferUnpark(std::int16_t proposed,
@@ -194,6 +208,9 @@ void QuestionWindows::AcceptPark() {
     if (form.UserOk && parkAccepted_) {
         needs_.persist.Write(setting::cbxParkToText, form.cbxAskParkTo.Text());
         std::exchange(parkAccepted_, nullptr)(form.UserParkIndex);
+        if (form.UserParkIndex == kPark1Index) {
+            needs_.warnOfPark1();
+        }
     }
 }
 

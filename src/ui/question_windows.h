@@ -19,7 +19,8 @@ struct QuestionWindowsNeeds {
     Windows& windows;
     /// Hours by which a park that began now would go east first; nothing when it would not.
     std::function<std::optional<double>()> eastSlewHours;
-    std::function<void()> abortSlew;            ///< stops a slew or a park
+    std::function<void()> abortSlew;            ///< stops a slew or a park, ahead of all calls that wait
+    std::function<void()> warnOfPark1;          ///< a person has accepted "Park 1"
     std::function<std::int32_t()> clientCount;  ///< telescope and focuser objects of clients
 };
 
@@ -44,7 +45,8 @@ private:
     void WirePositions();
     void AcceptPark();
     void WireAbort();
-    void FillUnpark(std::optional<std::int16_t> proposed);
+    std::int16_t FillUnpark(std::optional<std::int16_t> proposed);
+    void AcceptUnpark();
     void EndOffer();
     bool AskYesOrNo(Form& form, const bool& accepted);
     bool IsOpenAlready(const Form& form);

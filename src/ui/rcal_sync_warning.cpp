@@ -2,15 +2,21 @@
 
 #include <utility>
 
+#include "ui/colours.h"
+
 namespace kestrane {
 
 RcalSyncWarning::RcalSyncWarning(frmRcalSyncWarning& form, Modal& modal, Log& log)
     : form_(form), modal_(modal), log_(log) {
     form_.btnOK.OnClick([this] {
-        accepted_ = true;
+        form_.OKWasPressed = true;
         form_.Hide();
     });
-    form_.btnCancel.OnClick([this] { form_.Hide(); });
+    form_.btnCancel.OnClick([this] {
+        form_.CancelWasPressed = true;
+        form_.Hide();
+    });
+    form_.Timer1.OnTick([this] { Blink(); });
 }
 
 void RcalSyncWarning::ShowAtConnect() {
@@ -18,8 +24,7 @@ void RcalSyncWarning::ShowAtConnect() {
     if (asking_) {
         return;  // the window says the same, with the buttons of a question
     }
-    form_.btnOK.Text("OK to continue");
-    form_.btnCancel.Text("");
+    Prepare("OK to continue", "");
     form_.Show();
 }
 
@@ -35,12 +40,27 @@ bool RcalSyncWarning::Ask(std::string_view okText, std::string_view cancelText) 
     if (std::exchange(asking_, true)) {
         return false;
     }
-    accepted_ = false;
-    form_.btnOK.Text(okText);
-    form_.btnCancel.Text(cancelText);
+    Prepare(okText, cancelText);
     modal_.ShowModal(form_);
     asking_ = false;
-    return accepted_;
+    return form_.OKWasPressed;
+}
+
+void RcalSyncWarning::Prepare(std::string_view okText, std::string_view cancelText) {
+    form_.OKText = okText;
+    form_.CancelText = cancelText;
+    form_.OKWasPressed = false;
+    form_.CancelWasPressed = false;
+    form_.btnOK.Text(form_.OKText);
+    form_.btnCancel.Text(form_.CancelText);
+    Paint(form_.lblWarning, kNormalColours);
+    form_.Timer1.Enabled(true);
+}
+
+void RcalSyncWarning::Blink() {
+    const bool isNormal = form_.lblWarning.BackColour() == kNormalColours.back;
+    Paint(form_.lblWarning, isNormal ? kWarningColours : kNormalColours);
+    form_.Timer1.Enabled(form_.Visible());
 }
 
 }  // namespace kestrane

@@ -24,12 +24,13 @@ public:
 
 private:
     bool Ask(std::string_view okText, std::string_view cancelText);
+    void Prepare(std::string_view okText, std::string_view cancelText);
+    void Blink();
 
     frmRcalSyncWarning& form_;
     Modal& modal_;
     Log& log_;
     bool asking_ = false;
-    bool accepted_ = false;
 };
 
 }  // namespace kestrane

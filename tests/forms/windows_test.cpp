@@ -65,9 +65,9 @@ protected:
 const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSetupFocuser", "frmRcalSyncWarning",
                                         "frmLogWindow"};
 
-const std::vector<std::string> kQuestions{"frmQuaySettings",      "frmAskUnpark",       "frmAskPark",
-                                          "frmAskSwapEWNS",       "frmAskCustomParkOK", "frmAskAndWarnParked",
-                                          "frmAskUserCloseDriver"};
+const std::vector<std::string> kQuestions{"frmQuaySettings",       "frmAskUnpark",       "frmAskPark",
+                                          "frmAskSwapEWNS",        "frmAskCustomParkOK", "frmAskAndWarnParked",
+                                          "frmAskUserCloseDriver", "frmPark1Warning"};
 
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();

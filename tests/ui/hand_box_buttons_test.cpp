@@ -33,8 +33,9 @@ TEST_F(HandBoxButtons, Press_OutsideThePollRunsAtOnce) {
 }
 
 TEST_F(HandBoxButtons, Press_OfAnActionThatAsksAPerson_RunsAsALongCall) {
-    for (const ButtonAction action : {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark,
-                                      ButtonAction::SwapEW, ButtonAction::SwapNS, ButtonAction::InitNow}) {
+    for (const ButtonAction action :
+         {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark, ButtonAction::SwapEW, ButtonAction::SwapNS,
+          ButtonAction::InitNow, ButtonAction::WarnOfPark1}) {
         Count(action);
         done_.clear();
         machine.pump.Post(CallKind::Brief, [&] {

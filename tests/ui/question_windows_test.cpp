@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/driver_fixture.h"
@@ -105,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Settings, UnparkSelection,
                          testing::Values(SelectionRow{"0", "", 0}, SelectionRow{"5", "", 6},
                                          SelectionRow{"5", "Park 5", 5}, SelectionRow{"2", "Park 4", 4},
                                          SelectionRow{"2", "Alt/Az", 6}, SelectionRow{"2", "no such place", 2},
-                                         SelectionRow{"7", "Don't Unpark", -1}, SelectionRow{"x", "", 0}));
+                                         SelectionRow{"7", "Don't Unpark", 0}, SelectionRow{"x", "", 0}));
 
 TEST_F(QuestionWindowsTest, Unpark_WithAPositionOfTheCommand_SelectsThat) {
     Seed({{"cbxUnparkFrom", "3"}});
@@ -118,7 +119,6 @@ TEST_F(QuestionWindowsTest, Unpark_WithAPositionOfTheCommand_SelectsThat) {
 }
 
 TEST_F(QuestionWindowsTest, Unpark_OfAListWithoutASelection_WaitsForOne) {
-    Seed({{"cbxUnparkFrom", "7"}});
     Start();
     frmAskUnpark& form = Window().askUnpark;
     EXPECT_EQ(WithPerson<Index>(
@@ -128,8 +128,27 @@ TEST_F(QuestionWindowsTest, Unpark_OfAListWithoutASelection_WaitsForOne) {
                       EXPECT_TRUE(form.Visible());
                       form.btnCancel.FireClick();
                   },
-                  [&] { return Ask().AskUnpark(std::nullopt, Unasked::IsCancelled); }),
+                  [&] { return Ask().AskUnpark(std::int16_t{9}, Unasked::IsCancelled); }),
               std::nullopt);
+}
+
+/// A mount that is not to be unparked has no position that could be confirmed.
+TEST_F(QuestionWindowsTest, Unpark_PreparedWithDontUnpark_ShowsLastParked_AndGivesItBackWhenNobodyCanBeAsked) {
+    Start();
+    frmAskUnpark& form = Window().askUnpark;
+    std::string shown;
+    EXPECT_EQ(WithPerson<Index>(
+                  form,
+                  [&] {
+                      shown = form.cbxAskUnparkFrom.Text();
+                      form.btnOK.FireClick();
+                      form.btnCancel.FireClick();
+                  },
+                  [&] { return Ask().AskUnpark(std::int16_t{7}, Unasked::IsAccepted); }),
+              0);
+    EXPECT_EQ(shown, "Last Parked");
+    EXPECT_EQ(Ask().AskUnpark(std::int16_t{7}, Unasked::IsAccepted), 7);
+    EXPECT_EQ(Ask().AskUnpark(std::int16_t{7}, Unasked::IsCancelled), std::nullopt);
 }
 
 TEST_F(QuestionWindowsTest, Unpark_ThatNobodyCanBeAsked_IsWhatTheCallerSays) {
@@ -369,6 +388,72 @@ TEST_F(QuestionWindowsTest, ParkedWarning_WaitsForItsButton) {
             return true;
         });
     EXPECT_GE(machine.clock.Elapsed() - begin, 2'000);
+}
+
+// --- captions and texts
+
+TEST_F(QuestionWindowsTest, Captions) {
+    Start();
+    Windows& windows = Window();
+    const std::pair<std::string, std::string> rows[] = {
+        {windows.askUnpark.Caption(), "KS V2 ASCOM - Confirm Unpark"},
+        {windows.askPark.Caption(), "KS V2 ASCOM Park Telescope"},
+        {windows.askSwapEWNS.Caption(), "KS V2 Swap Move Direction"},
+        {windows.askAbortSlew.Caption(), "KS V2 - Abort Slew?"},
+        {windows.rcalSyncWarning.Caption(), "KS V2 ASCOM Driver - RCAL vs. SYNC Warning!"},
+        {windows.askCustomParkOK.Caption(), "KS V2 Driver - Custom Alt/Az Park"},
+        {windows.askAndWarnParked.Caption(), "KSV2 Driver - Mount Parked"},
+        {windows.park1Warning.Caption(), "KS V2 - Park 1 Warning"},
+        {windows.askUnpark.lblMessage.Text(), "Click OK to confirm Unpark from this park position:"},
+        {windows.askUnpark.btnCancel.Text(), "&Don't Unpark"},
+        {windows.askPark.lblMessage.Text(), "Select the park position to which you would like to Park the telescope:"},
+        {windows.askPark.lblImportant.Text(),
+         "IMPORTANT: Click the STOP button in the Move Scope Controls if you need to stop the mount."},
+        {windows.askPark.btnCancel.Text(), "&Don't Park"},
+        {windows.askSwapEWNS.lblCaptionNS.Text(),
+         "WARNING: This button will swap the mount's NORTH and SOUTH button directions. N/S buttons and the ASCOM "
+         "PulseGuide N/S directions will be reversed."},
+        {windows.askSwapEWNS.lblCaptionEW.Text(),
+         "WARNING: This button will swap the mount's EAST and WEST button directions. E/W buttons and the ASCOM "
+         "PulseGuide E/W directions will be reversed."},
+        {windows.askSwapEWNS.lblOkCancel.Text(), "Are you sure you want to do this?"},
+        {windows.askAndWarnParked.lblMessage.Text(), "WARNING: Operation cannot be completed because mount is parked!"},
+        {windows.rcalSyncWarning.lblWarning.Text(), "WARNING!"},
+        {windows.rcalSyncWarning.lblMessage.Text(),
+         "If this box is not checked, Sync commands can be issued to the mount by software programs, which may cause "
+         "the mount to slew incorrectly and possibly cause damage to equipment."},
+        {windows.rcalSyncWarning.lblAdvice.Text(),
+         "Kestrane recommends that you keep the box \"Use RCal for Syncs\" checked."},
+        {windows.park1Warning.lblWarning.Text(), "WARNING!! "},
+        {windows.park1Warning.lblMessage.Text(),
+         "Park 1 is considered an obsolete park position.  It presents some potential problems that are further "
+         "described in the Help page for parking.  "},
+        {windows.park1Warning.lblRisk.Text(),
+         "Use Park 1 at your own risk.  Issues related to the use of Park 1 will not be supported by Kestrane. "},
+        {windows.park1Warning.chkDontShowAgain.Text(), "Don't show this warning again"},
+    };
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(text, expected);
+    }
+}
+
+// --- stops
+
+/// Whatever else waits, and would begin to move the mount, is overtaken.
+TEST_F(QuestionWindowsTest, AbortOfASlew_IsAStop) {
+    Start();
+    Onlooker view;
+    Window().askAbortSlew.Attach(view);
+    Ask().AskAbort(false);
+    bool overtaken = false;
+    machine.pump.Post(CallKind::Brief, [&] { overtaken = driver->waits.OvertakenByStop(); });
+    Window().askAbortSlew.btnOK.FireClick();
+    EXPECT_FALSE(Logged("AbortSlew()"));
+    driver->InternalInstance();
+    machine.AdvanceTime(1);
+    EXPECT_TRUE(overtaken);
+    EXPECT_TRUE(LoggedAs("Driver", 0, "AbortSlew()"));
+    Window().askAbortSlew.Detach(view);
 }
 
 TEST_F(QuestionWindowsTest, EndOfTheDriver_CancelsAnOpenQuestion) {

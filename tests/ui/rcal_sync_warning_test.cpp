@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <utility>
 
 #include "support/driver_fixture.h"
+#include "support/onlooker.h"
 
 namespace kestrane {
 namespace {
@@ -50,6 +52,53 @@ TEST_F(RcalSyncWarningTest, BothButtons_PutTheWarningAway) {
         button->FireClick();
         EXPECT_FALSE(Warning().Visible()) << button->Name();
     }
+}
+
+TEST_F(RcalSyncWarningTest, Warning_BlinksWhileItIsOpen) {
+    Start();
+    driver->rcalSyncWarning.ShowAtConnect();
+    const auto look = [this] {
+        return std::pair(Warning().lblWarning.BackColour(), Warning().lblWarning.ForeColour());
+    };
+    const auto first = look();
+    machine.AdvanceTime(Warning().Timer1.Interval());
+    EXPECT_NE(look(), first);
+    machine.AdvanceTime(Warning().Timer1.Interval());
+    EXPECT_EQ(look(), first);
+    Warning().btnOK.FireClick();
+    machine.AdvanceTime(Warning().Timer1.Interval());
+    EXPECT_FALSE(Warning().Timer1.Enabled());
+}
+
+TEST_F(RcalSyncWarningTest, Question_HasTheCaptionsOfItsOpener_AndTellsWhatWasPressed) {
+    Start();
+    Onlooker view;
+    Warning().Attach(view);
+    struct Row {
+        bool (RcalSyncWarning::*ask)();
+        Button frmRcalSyncWarning::*press;
+        const char* okText;
+        const char* cancelText;
+    };
+    for (const Row& row : {Row{&RcalSyncWarning::AskForPlainSyncs, &frmRcalSyncWarning::btnOK,
+                               "OK to continue unchecked", "CANCEL to leave checked"},
+                           Row{&RcalSyncWarning::AskToCloseSetup, &frmRcalSyncWarning::btnCancel, "OK to close window",
+                               "CANCEL to return to setup"}}) {
+        const bool accepts = row.press == &frmRcalSyncWarning::btnOK;
+        const auto timer = machine.pump.CreateTimer([&] {
+            EXPECT_EQ(Warning().btnOK.Text(), row.okText);
+            EXPECT_EQ(Warning().btnCancel.Text(), row.cancelText);
+            EXPECT_EQ(Warning().OKText, row.okText);
+            EXPECT_EQ(Warning().CancelText, row.cancelText);
+            (Warning().*row.press).FireClick();
+        });
+        timer->SetInterval(100);
+        timer->SetEnabled(true);
+        EXPECT_EQ((driver->rcalSyncWarning.*row.ask)(), accepts);
+        EXPECT_EQ(Warning().OKWasPressed, accepts);
+        EXPECT_EQ(Warning().CancelWasPressed, !accepts);
+    }
+    Warning().Detach(view);
 }
 
 }  // namespace

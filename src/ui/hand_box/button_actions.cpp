@@ -43,6 +43,7 @@ constexpr bool AsksAPerson(ButtonAction action) {
         case ButtonAction::SwapNS:
         case ButtonAction::SwapEW:
         case ButtonAction::InitNow:
+        case ButtonAction::WarnOfPark1:
             return true;
         default:
             return false;

@@ -38,6 +38,7 @@ enum class ButtonAction : std::int32_t {
     DisablePem = 24,
     RecordPem = 25,
     ResetReticle = 26,
+    WarnOfPark1 = 27,  ///< no button: a person has chosen that position
     Count
 };
 

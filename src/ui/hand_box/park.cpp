@@ -10,13 +10,15 @@ namespace kestrane {
 namespace {
 
 constexpr std::string_view kAltAz = "Alt/Az";
+constexpr std::string_view kPark1 = "Park 1";
 
 std::vector<std::string> ParkPositions() {
-    return {"Current Position", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz)};
+    return {"Current Position", std::string(kPark1), "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz)};
 }
 
 std::vector<std::string> UnparkPositions() {
-    return {"Last Parked", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz), "Don't Unpark"};
+    return {"Last Parked", std::string(kPark1), "Park 2",      "Park 3", "Park 4",
+            "Park 5",      std::string(kAltAz), "Don't Unpark"};
 }
 
 }  // namespace
@@ -30,23 +32,30 @@ ParkFrame::ParkFrame(const HandBoxNeeds& needs, KeptControls& kept, ButtonAction
 
 void ParkFrame::Keep(KeptControls& kept) {
     frmHandBox& handBox = needs_.handBox;
-    const auto enableUserPark = [this] { EnableUserPark(); };
     const auto onUserPark = [this] { OnUserParkChange(); };
     kept.Add(KeptList{.control = handBox.cbxParkTo,
                       .key = setting::cbxParkTo,
                       .items = ParkPositions,
                       .text = setting::cbxParkToText,
-                      .changed = enableUserPark});
+                      .changed = [this] { OnPositionChange(needs_.handBox.cbxParkTo); }});
     kept.Add(KeptList{.control = handBox.cbxUnparkFrom,
                       .key = setting::cbxUnparkFrom,
                       .items = UnparkPositions,
                       .text = setting::cbxUnparkFromText,
-                      .changed = enableUserPark});
+                      .changed = [this] { OnPositionChange(needs_.handBox.cbxUnparkFrom); }});
     kept.Add(KeptCheck{handBox.chkSlewEast, setting::chkSlewEast});
     kept.Add(KeptCheck{handBox.chkConvertAltAzToRaDec, setting::chkConvertAltAzToRaDec});
     kept.Add(KeptText{handBox.txtSlewEastFirstHours, setting::txtSlewEastFirstHours});
     kept.Add(KeptText{.control = handBox.txtUserParkAlt, .key = setting::txtUserParkAlt, .changed = onUserPark});
     kept.Add(KeptText{.control = handBox.txtUserParkAz, .key = setting::txtUserParkAz, .changed = onUserPark});
+}
+
+void ParkFrame::OnPositionChange(const ComboBox& list) {
+    EnableUserPark();
+    const bool byPerson = !needs_.handBox.IsFilling() && !needs_.handBox.chosenByCommand;
+    if (byPerson && list.Text() == kPark1) {
+        actions_.Press(ButtonAction::WarnOfPark1);
+    }
 }
 
 void ParkFrame::EnableUserPark() {

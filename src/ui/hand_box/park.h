@@ -25,6 +25,7 @@ public:
 
 private:
     void Keep(KeptControls& kept);
+    void OnPositionChange(const ComboBox& list);
     void EnableUserPark();
     void OnUserParkChange();
     void EnableButtons(bool enabled);

@@ -40,6 +40,7 @@ TEST_F(AxisStopTest, StopOfTheHandBox_EndsTheAxes) {
     ExpectAtRest();
     telescope->MoveAxis(1, 0.5);
     driver->askAbortSlew.btnOK.FireClick();
+    machine.pump.PumpStops();
     ExpectAtRest();
 }
 

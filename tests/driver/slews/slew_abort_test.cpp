@@ -55,6 +55,7 @@ protected:
                 EXPECT_TRUE(driver->askAbortSlew.Visible());
                 EXPECT_EQ(driver->askAbortSlew.Label1.Text(), "ABORT SLEW?");
                 driver->askAbortSlew.btnOK.FireClick();
+                machine.pump.PumpStops();
                 EXPECT_FALSE(driver->askAbortSlew.Visible());
                 driver->askAbortSlew.Detach(view);
                 break;
