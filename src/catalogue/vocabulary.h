@@ -57,6 +57,8 @@ inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
 
 /// The verb of the driver that gives the mount the PC's time, date and zone; what the driver itself sends too.
 inline constexpr std::string_view kInitTimeVerb = "InitTime";
+/// The verb that initializes the mount, with a comma and an init string after it.
+inline constexpr std::string_view kInitMountVerb = "InitMount";
 /// The verb that unparks the mount, with a comma and the position after it.
 inline constexpr std::string_view kUnparkVerb = "UnparkMount";
 /// The same to park it.

@@ -13,7 +13,7 @@ namespace {
 // clang-format off
 constexpr std::array kVerbs{
     DriverVerb{kInitTimeVerb,                "1", verbs::InitTime},
-    DriverVerb{"InitMount",                  "1", verbs::InitMount},
+    DriverVerb{kInitMountVerb,               "1", verbs::InitMount},
     DriverVerb{kUnparkVerb,                  "1", verbs::UnparkMount},
     DriverVerb{kParkVerb,                    "1", verbs::ParkMount},
     DriverVerb{kCancelParkVerb,              "1", verbs::CancelPark},

@@ -26,7 +26,11 @@ namespace kestrane {
 class Windows {
 public:
     explicit Windows(MessagePump& pump)
-        : handBox(pump), statusWindow(pump), initialSetup(pump), rcalSyncWarning(pump), askPark(pump),
+        : handBox(pump),
+          statusWindow(pump),
+          initialSetup(pump),
+          rcalSyncWarning(pump),
+          askPark(pump),
           askCustomParkOK(pump) {}
 
     frmHandBox handBox;
@@ -55,13 +59,14 @@ public:
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
-    /// window, the initialisation of the mount and the question about a slew stay as they are and end with the process.
-    /// What somebody waits for, the window of the companion and the questions, is unloaded too, which cancels it.
+    /// window and the question about a slew stay as they are and end with the process. What somebody waits for, the
+    /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it.
     /// Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::array<Form*, 13>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
-                                                &quaySettings, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK,
-                                                &askAndWarnParked, &askUserCloseDriver, &park1Warning}) {
+        for (Form* form :
+             std::array<Form*, 14>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &quaySettings,
+                                   &initMount, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK, &askAndWarnParked,
+                                   &askUserCloseDriver, &park1Warning}) {
             form->Unload();
         }
         for (Form* form : All()) {

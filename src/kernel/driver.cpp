@@ -46,6 +46,7 @@ Driver::Driver(Platform platform)
       modal(waits, log, [this] { return InParkMove(state); }),
       rcalSyncWarning(rcalSyncWarningForm, modal, log),
       questions(NeedsOfQuestions()),
+      initMountWindow(InitMountNeeds{essentials, modal, sites, initMount, panel, OwnTelescope()}),
       park1Warning(windows.park1Warning, modal, persist),
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),

@@ -38,6 +38,7 @@
 #include "telescope/motion/tracking_operations.h"
 #include "ui/focuser_setup.h"
 #include "ui/hand_box/hand_box_panel.h"
+#include "ui/init_mount.h"
 #include "ui/log_panel.h"
 #include "ui/park1_warning.h"
 #include "ui/quay_settings.h"
@@ -139,6 +140,7 @@ public:
     Modal modal;
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
+    InitMount initMountWindow;
     Park1Warning park1Warning;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
