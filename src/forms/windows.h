@@ -5,6 +5,8 @@
 #include "forms/frm_ask_abort_slew.h"
 #include "forms/frm_ask_and_warn_parked.h"
 #include "forms/frm_ask_custom_park_ok.h"
+#include "forms/frm_ask_goto_ra_dec.h"
+#include "forms/frm_ask_gto_alt_az.h"
 #include "forms/frm_ask_park.h"
 #include "forms/frm_ask_swap_ewns.h"
 #include "forms/frm_ask_unpark.h"
@@ -31,7 +33,8 @@ public:
           initialSetup(pump),
           rcalSyncWarning(pump),
           askPark(pump),
-          askCustomParkOK(pump) {}
+          askCustomParkOK(pump),
+          askGotoRaDec(pump) {}
 
     frmHandBox handBox;
     frmStatus statusWindow;
@@ -49,24 +52,26 @@ public:
     frmAskAndWarnParked askAndWarnParked;
     frmAskUserCloseDriver askUserCloseDriver;
     frmPark1Warning park1Warning;
+    frmAskGotoRaDec askGotoRaDec;
+    frmAskGtoAltAz askGtoAltAz;
 
     /// In the order in which they were made.
-    std::array<Form*, 16> All() {
-        return {&handBox,         &statusWindow,     &logWindow,          &initialSetup, &initMount, &setupFocuser,
-                &quaySettings,    &rcalSyncWarning,  &askAbortSlew,       &askUnpark,    &askPark,   &askSwapEWNS,
-                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning};
+    std::array<Form*, 18> All() {
+        return {&handBox,         &statusWindow,     &logWindow,          &initialSetup, &initMount,    &setupFocuser,
+                &quaySettings,    &rcalSyncWarning,  &askAbortSlew,       &askUnpark,    &askPark,      &askSwapEWNS,
+                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning, &askGotoRaDec, &askGtoAltAz};
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window and the question about a slew stay as they are and end with the process. What somebody waits for, the
-    /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it.
-    /// Nothing loads a window any more.
+    /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it,
+    /// and so are the windows of bookmarks. Nothing loads a window any more.
     void UnloadAtShutdown() {
         for (Form* form :
-             std::array<Form*, 14>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &quaySettings,
+             std::array<Form*, 16>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &quaySettings,
                                    &initMount, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK, &askAndWarnParked,
-                                   &askUserCloseDriver, &park1Warning}) {
+                                   &askUserCloseDriver, &park1Warning, &askGotoRaDec, &askGtoAltAz}) {
             form->Unload();
         }
         for (Form* form : All()) {

@@ -48,6 +48,8 @@ Driver::Driver(Platform platform)
       questions(NeedsOfQuestions()),
       initMountWindow(InitMountNeeds{essentials, modal, sites, initMount, panel, OwnTelescope()}),
       park1Warning(windows.park1Warning, modal, persist),
+      gotoRaDec(NeedsOfGotos(), windows.askGotoRaDec),
+      gotoAltAz(NeedsOfGotos(), windows.askGtoAltAz),
       focusMotor(FocusMotorNeeds{essentials, platform_.pump, door, link, OwnCommands()}),
       focuserSetup(NeedsOfFocuserSetup()),
       quaySettings(QuaySettingsNeeds{ledger, modal, channel, quaySettingsForm}),

@@ -37,6 +37,8 @@
 #include "state/sequence.h"
 #include "telescope/motion/tracking_operations.h"
 #include "ui/focuser_setup.h"
+#include "ui/goto_alt_az.h"
+#include "ui/goto_ra_dec.h"
 #include "ui/hand_box/hand_box_panel.h"
 #include "ui/init_mount.h"
 #include "ui/log_panel.h"
@@ -142,6 +144,8 @@ public:
     QuestionWindows questions;
     InitMount initMountWindow;
     Park1Warning park1Warning;
+    GotoRaDecDialog gotoRaDec;
+    GotoAltAzDialog gotoAltAz;
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;
@@ -168,6 +172,7 @@ private:
     SetupNeeds NeedsOfSetup();
     StatusWindowNeeds NeedsOfStatusPanel();
     TrayNeeds NeedsOfTray();
+    GotoDialogNeeds NeedsOfGotos();
     ConnectionManagerNeeds NeedsOfConnections();
     DriverCommandsNeeds NeedsOfCommands();
     TelescopeNeeds NeedsOfTelescope();

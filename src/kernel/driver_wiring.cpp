@@ -198,6 +198,17 @@ QuestionWindowsNeeds Driver::NeedsOfQuestions() {
     };
 }
 
+GotoDialogNeeds Driver::NeedsOfGotos() {
+    return GotoDialogNeeds{
+        .driver = essentials,
+        .messageBoxes = messageBoxes,
+        .folders = platform_.folders,
+        .queries = queries,
+        .panel = panel,
+        .telescope = OwnTelescope(),
+    };
+}
+
 TelescopeNeeds Driver::NeedsOfTelescope() {
     return TelescopeNeeds{
         .driver = essentials,

@@ -67,7 +67,8 @@ const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSet
 
 const std::vector<std::string> kQuestions{"frmQuaySettings",     "frmInitMount",          "frmAskUnpark",
                                           "frmAskPark",          "frmAskSwapEWNS",        "frmAskCustomParkOK",
-                                          "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning"};
+                                          "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning",
+                                          "frmAskGotoRaDec",     "frmAskGtoAltAz"};
 
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();

@@ -35,7 +35,7 @@ TEST_F(HandBoxButtons, Press_OutsideThePollRunsAtOnce) {
 TEST_F(HandBoxButtons, Press_OfAnActionThatAsksAPerson_RunsAsALongCall) {
     for (const ButtonAction action :
          {ButtonAction::Park, ButtonAction::Unpark, ButtonAction::SetPark, ButtonAction::SwapEW, ButtonAction::SwapNS,
-          ButtonAction::InitNow, ButtonAction::WarnOfPark1}) {
+          ButtonAction::InitNow, ButtonAction::WarnOfPark1, ButtonAction::GotoRaDec, ButtonAction::GotoAltAz}) {
         Count(action);
         done_.clear();
         machine.pump.Post(CallKind::Brief, [&] {

@@ -44,6 +44,8 @@ constexpr bool AsksAPerson(ButtonAction action) {
         case ButtonAction::SwapEW:
         case ButtonAction::InitNow:
         case ButtonAction::WarnOfPark1:
+        case ButtonAction::GotoRaDec:
+        case ButtonAction::GotoAltAz:
             return true;
         default:
             return false;

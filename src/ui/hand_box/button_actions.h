@@ -39,6 +39,8 @@ enum class ButtonAction : std::int32_t {
     RecordPem = 25,
     ResetReticle = 26,
     WarnOfPark1 = 27,  ///< no button: a person has chosen that position
+    GotoRaDec = 28,    ///< this one and the next ask and slew, from the windows of bookmarks
+    GotoAltAz = 29,
     Count
 };
 
