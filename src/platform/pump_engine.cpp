@@ -174,6 +174,8 @@ bool PumpEngine::MayStart(CallKind kind) const {
             return true;
         case CallKind::WaitsLong:
             return nesting_ < kMaxLongNesting && briefNesting_ == 0;
+        case CallKind::Press:
+            return nesting_ < kMaxNesting && briefNesting_ == 0;
         case CallKind::Brief:
             break;
     }

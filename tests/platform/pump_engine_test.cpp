@@ -166,6 +166,13 @@ const NestingRule kNestingRules[] = {
     {{Brief}, Read, true},
     {{WaitsLong, Brief}, Read, true},
     {{Stop}, Read, true},
+    {{}, Press, true},
+    {{WaitsLong}, Press, true},
+    {{Brief}, Press, false},
+    {{WaitsLong, Brief}, Press, false},
+    {{Press}, Press, false},
+    {{Press}, WaitsLong, false},
+    {{Press}, Brief, true},
 };
 
 class NestingTest : public PumpTest {
@@ -257,6 +264,19 @@ TEST_P(PumpTest, LongCall_StartsWhereABriefOneWaitsForAPerson_ButNotInsideOtherB
     EXPECT_EQ(Taken(), (Texts{"long", "round", "inner", "answered"})) << "after the answer it is brief again";
     pump_.PumpMessages();
     EXPECT_EQ(Taken(), (Texts{"held back"}));
+}
+
+TEST_P(PumpTest, WhileAPressWaitsForAPerson_LongCallsAndPressesStart) {
+    pump_.Post(Press, [this] {
+        PostNote("long", WaitsLong);
+        PostNote("press", Press);
+        pump_.PumpMessages();
+        Note("asks");
+        pump_.PumpForPerson();
+        Note("answered");
+    });
+    pump_.PumpMessages();
+    EXPECT_EQ(Taken(), (Texts{"asks", "long", "press", "answered"}));
 }
 
 TEST_P(PumpTest, Tick_CountsAsABriefCall) {
