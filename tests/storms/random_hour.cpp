@@ -6,6 +6,7 @@
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "storms/seed_mount.h"
 #include "storms/storm_times.h"
 #include "support/seed_settings.h"
 
@@ -25,17 +26,7 @@ constexpr double kTrackingRange = 0.1;         // lunar, solar and King, as part
 constexpr double kCustomRange = 0.5;           // of custom rates
 constexpr double kStandsStill = 1e-6;          // degrees per second
 constexpr double kSmallCustomRate = 3.0;       // arc-seconds per second
-constexpr double kMoves = 0.05;                // degrees per second, far above tracking and pulses
 constexpr double kClockOffSeconds = 5.0;
-
-MountSimulatorOptions OptionsOf(std::uint32_t seed) {
-    constexpr std::array kFirmwares{"D", "E3", "EK5", "S", "VKC4-P02-08", "VKC5-P03-01"};
-    MountSimulatorOptions options;
-    options.firmware = kFirmwares[seed % kFirmwares.size()];
-    options.latitude = seed % 5 == 0 ? -33.0 : 47.0;
-    options.parkedAtPowerOn = seed % 7 == 0;
-    return options;
-}
 
 }  // namespace
 
@@ -45,7 +36,7 @@ RandomHour::RandomHour(const Plan& plan)
       choice_(plan.seed + 2'000'000, 0.0),
       customRates_(plan.seed % 3 == 0),
       counterweightUpPark_(plan.seed % 4 == 0),
-      mount_(machine_.clock, OptionsOf(plan.seed)),
+      mount_(machine_.clock, storm::MountOfSeed(plan.seed)),
       table_(Calls(customRates_)) {
     auto line = std::make_unique<StormyLine>(mount_, line_);
     stormy_ = line.get();
@@ -324,8 +315,7 @@ std::string RandomHour::Disagreement() {
     }
     std::string wrong;
     try {
-        const bool moves =
-            picture.slewing || std::abs(picture.hourSpeed) > kMoves || std::abs(picture.polarSpeed) > kMoves;
+        const bool moves = storm::Moves(picture);
         // A client's own axes slew for that client alone.
         const bool anySlews = std::ranges::any_of(clients_, [](const auto& client) { return client->Slewing(); });
         const bool nearPole = !state.g_bGosActive && std::abs(picture.declination) > kPoleDegrees;
