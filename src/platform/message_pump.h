@@ -14,8 +14,8 @@ enum class CallKind {
     /// another long call, never inside the pump of a brief one: otherwise the brief call could not end until this one
     /// has.
     WaitsLong,
-    /// What a person does at a window; it may ask a question. Starts where a long call starts, so that no brief call of a
-    /// client waits below a person. From there on it is a brief one, but while it waits for the person.
+    /// What a person does at a window; it may ask a question. Starts where a long call starts, so that no brief call of
+    /// a client waits below a person. From there on it is a brief one, but while it waits for the person.
     Press,
     /// Stops motion, and is brief. Goes ahead of all calls that wait, and starts in every pump, also in `PumpStops`,
     /// and however deep calls are nested.
