@@ -55,6 +55,9 @@ inline constexpr std::array<GuideRateRow, 3> kGuideRates{{
     {1.0, "2", '2', "1.00x", "2"},
 }};
 
+/// The last entry of the lists of slew rates: a rate of one's own.
+inline constexpr std::string_view kCustomRate = "Custom";
+
 /// The verb of the driver that gives the mount the PC's time, date and zone; what the driver itself sends too.
 inline constexpr std::string_view kInitTimeVerb = "InitTime";
 /// The verb that initializes the mount, with a comma and an init string after it.

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 
@@ -83,7 +84,7 @@ void MountRates::FillLists() {
 
     std::vector<std::string> slew = TextsOf(slew_);
     if (driver_.state.g_bHasCustomRates) {
-        slew.emplace_back("Custom");
+        slew.emplace_back(kCustomRate);
     }
     for (ComboBox* list :
          {&needs_.handBox.cbxInitSlewRate, &needs_.initMount.cbxInitSlewRate, &needs_.initialSetup.cbxInitSlewRate}) {

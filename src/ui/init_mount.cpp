@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
 #include "settings/site_text.h"
 #include "telescope/mount/init_verb.h"
+#include "ui/fixed_lists.h"
 
 namespace kestrane {
 namespace {
-
-constexpr std::string_view kCustomEntry = "Custom";
-constexpr std::string_view kRangeOfBacklash = "Range is 0-59 arc-seconds";
 
 /// A box and what it switches on.
 struct Input {
@@ -71,14 +70,7 @@ InitMount::InitMount(InitMountNeeds needs)
 
 void InitMount::KeepLists() {
     const auto trackingRates = [] { return std::vector<std::string>{"Lunar", "Solar", "Sidereal", "Zero"}; };
-    const auto pem = [] { return std::vector<std::string>{"Disable PEM", "Enable PEM"}; };
-    const auto positions = [this] {
-        const auto angle = [&](const SettingKey& key) { return FormatUs(driver_.persist.ReadNumber(key), "0.00"); };
-        const std::string userPlace =
-            "Alt/Az  ( " + angle(setting::txtUserParkAlt) + " | " + angle(setting::txtUserParkAz) + " )";
-        return std::vector<std::string>{"Last Parked", "Park 1", "Park 2",  "Park 3",
-                                        "Park 4",      "Park 5", userPlace, "Don't Unpark"};
-    };
+    const auto positions = [this] { return fixed_list::UnparkChoices(fixed_list::UserPlace(driver_.persist)); };
     kept_.Add(
         KeptList{.control = form_.cbxInitTrackingRate, .key = setting::cbxInitTrackingRate, .items = trackingRates});
     kept_.Add(KeptList{.control = form_.cbxUnparkFrom,
@@ -88,7 +80,7 @@ void InitMount::KeepLists() {
     kept_.Add(KeptList{
         .control = form_.cbxInitSlewRate, .key = setting::cbxInitSlewRate, .changed = [this] { ShowCustomRate(); }});
     kept_.Add(KeptList{.control = form_.cbxInitGuideRate, .key = setting::cbxInitGuideRate});
-    kept_.Add(KeptList{.control = form_.cbxInitPEM, .key = setting::cbxInitPEM, .items = pem});
+    kept_.Add(KeptList{.control = form_.cbxInitPEM, .key = setting::cbxInitPEM, .items = fixed_list::Pem});
 }
 
 void InitMount::KeepChoices() {
@@ -117,7 +109,7 @@ void InitMount::EnableInputs() {
 }
 
 void InitMount::ShowCustomRate() {
-    const bool custom = form_.cbxInitSlewRate.Text() == kCustomEntry;
+    const bool custom = form_.cbxInitSlewRate.Text() == kCustomRate;
     form_.txtCustomSlewRate.Visible(custom);
     form_.lblCustomSlew.Visible(custom);
 }
@@ -136,8 +128,8 @@ std::optional<std::string> InitMount::Ask() {
 void InitMount::Fill() {
     form_.UserPressedOK = false;
     form_.MountInitString.clear();
-    form_.txtInitRaBacklash.ToolTip(kRangeOfBacklash);
-    form_.txtInitDecBacklash.ToolTip(kRangeOfBacklash);
+    form_.txtInitRaBacklash.ToolTip(fixed_list::kBacklashRange);
+    form_.txtInitDecBacklash.ToolTip(fixed_list::kBacklashRange);
     kept_.Fill();
     FillSites();
     form_.chkUnpark.Checked(false);
@@ -212,7 +204,7 @@ std::string InitMount::Chosen() const {
         text.Add(site);
     }
     text.Add(form_.chkSetTrackingRate, "TrackingRate", form_.cbxInitTrackingRate);
-    if (form_.cbxInitSlewRate.Text() == kCustomEntry) {
+    if (form_.cbxInitSlewRate.Text() == kCustomRate) {
         text.Add(form_.chkSetSlewRate, "CustomSlewRate", form_.txtCustomSlewRate);
     } else {
         text.Add(form_.chkSetSlewRate, "SlewRate", form_.cbxInitSlewRate);

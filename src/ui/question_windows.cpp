@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "kernel/base/conversions.h"
 #include "settings/park_settings.h"
 #include "telescope/motion/park_geometry.h"
+#include "ui/fixed_lists.h"
 #include "ui/kept_controls.h"
 
 namespace kestrane {
@@ -18,10 +18,6 @@ constexpr std::string_view kSetPark = "Are you sure you want to set this Alt/Az 
 
 std::string BelowALine(std::string_view line) {
     return std::string(line) + "\r\n" + std::string(kSetPark);
-}
-
-std::vector<std::string> Positions(std::string_view first, const std::string& last) {
-    return {std::string(first), "Park 1", "Park 2", "Park 3", "Park 4", "Park 5", last};
 }
 
 /// Accepts the selected entry; a list without a selection keeps its question open.
@@ -121,7 +117,7 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
 std::int16_t QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
     frmAskUnpark& form = needs_.windows.askUnpark;
     form.UserOk = false;
-    form.cbxAskUnparkFrom.ListItems(Positions("Last Parked", UserPlace()));
+    form.cbxAskUnparkFrom.ListItems(fixed_list::PlacesToUnparkFrom(UserPlace()));
     const std::int16_t asked = proposed.value_or(StoredUnparkIndex(needs_.persist, needs_.log));
     const bool none = asked == park_index::DontUnpark;
     const std::int16_t shown = none ? std::int16_t{0} : asked;
@@ -188,7 +184,7 @@ void QuestionWindows::AskPark(std::function<void(std::int16_t index)> accepted) 
     }
     parkAccepted_ = std::move(accepted);
     form.UserOk = false;
-    form.cbxAskParkTo.ListItems(Positions("Current Position", UserPlace()));
+    form.cbxAskParkTo.ListItems(fixed_list::PlacesToParkAt(UserPlace()));
     SelectParkPosition(form.cbxAskParkTo, needs_.persist.Read(setting::cbxParkToText),
                        StoredParkIndex(needs_.persist, needs_.log));
     ShowEastSlewWarning();

@@ -1,24 +1,14 @@
 #include "ui/hand_box/configuration.h"
 
-#include <array>
-#include <span>
-#include <string>
-#include <vector>
-
 #include "catalogue/wire_commands.h"
 #include "telescope/mount/mount_setup.h"
+#include "ui/fixed_lists.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::array<std::string_view, 2> kPem = {"Disable PEM", "Enable PEM"};
-constexpr std::array<std::string_view, 5> kPriorities = {"High", "Above Normal", "Normal", "Below Normal", "Low"};
 constexpr int kPemOff = 0;
 constexpr int kPemOn = 1;
-
-std::function<std::vector<std::string>()> Fixed(std::span<const std::string_view> items) {
-    return [items] { return std::vector<std::string>(items.begin(), items.end()); };
-}
 
 }  // namespace
 
@@ -32,10 +22,10 @@ void ConfigurationFrame::Keep(KeptControls& kept) {
     frmHandBox& handBox = needs_.handBox;
     kept.Add(KeptList{.control = handBox.cbxInitGuideRate, .key = setting::cbxInitGuideRate});
     kept.Add(KeptList{.control = handBox.cbxInitSlewRate, .key = setting::cbxInitSlewRate});
-    kept.Add(KeptList{.control = handBox.cbxInitPEM, .key = setting::cbxInitPEM, .items = Fixed(kPem)});
+    kept.Add(KeptList{.control = handBox.cbxInitPEM, .key = setting::cbxInitPEM, .items = fixed_list::Pem});
     kept.Add(KeptList{.control = handBox.cbxWindowsPriority,
                       .key = setting::cbxWindowsPriority,
-                      .items = Fixed(kPriorities),
+                      .items = fixed_list::Priorities,
                       .changed = [this] { OnPriorityChange(); }});
     kept.Add(KeptCheck{handBox.chkEnableMountTracking, setting::chkEnableMountTracking});
     kept.Add(KeptCheck{handBox.chkKeepMountTimeSyncedToPcTime, setting::chkKeepMountTimeSyncedToPcTime});

@@ -1,25 +1,12 @@
 #include "ui/hand_box/park.h"
 
-#include <array>
-#include <string>
-#include <vector>
-
 #include "telescope/motion/park_verbs.h"
+#include "ui/fixed_lists.h"
 
 namespace kestrane {
 namespace {
 
 constexpr std::string_view kAltAz = "Alt/Az";
-constexpr std::string_view kPark1 = "Park 1";
-
-std::vector<std::string> ParkPositions() {
-    return {"Current Position", std::string(kPark1), "Park 2", "Park 3", "Park 4", "Park 5", std::string(kAltAz)};
-}
-
-std::vector<std::string> UnparkPositions() {
-    return {"Last Parked", std::string(kPark1), "Park 2",      "Park 3", "Park 4",
-            "Park 5",      std::string(kAltAz), "Don't Unpark"};
-}
 
 }  // namespace
 
@@ -35,12 +22,12 @@ void ParkFrame::Keep(KeptControls& kept) {
     const auto onUserPark = [this] { OnUserParkChange(); };
     kept.Add(KeptList{.control = handBox.cbxParkTo,
                       .key = setting::cbxParkTo,
-                      .items = ParkPositions,
+                      .items = [] { return fixed_list::PlacesToParkAt(kAltAz); },
                       .text = setting::cbxParkToText,
                       .changed = [this] { OnPositionChange(needs_.handBox.cbxParkTo); }});
     kept.Add(KeptList{.control = handBox.cbxUnparkFrom,
                       .key = setting::cbxUnparkFrom,
-                      .items = UnparkPositions,
+                      .items = [] { return fixed_list::UnparkChoices(kAltAz); },
                       .text = setting::cbxUnparkFromText,
                       .changed = [this] { OnPositionChange(needs_.handBox.cbxUnparkFrom); }});
     kept.Add(KeptCheck{handBox.chkSlewEast, setting::chkSlewEast});
@@ -53,7 +40,7 @@ void ParkFrame::Keep(KeptControls& kept) {
 void ParkFrame::OnPositionChange(const ComboBox& list) {
     EnableUserPark();
     const bool byPerson = !needs_.handBox.IsFilling() && !needs_.handBox.chosenByCommand;
-    if (byPerson && list.Text() == kPark1) {
+    if (byPerson && list.Text() == fixed_list::kPark1) {
         actions_.Press(ButtonAction::WarnOfPark1);
     }
 }

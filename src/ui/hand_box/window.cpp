@@ -1,6 +1,7 @@
 #include "ui/hand_box/window.h"
 
 #include "kernel/base/os_info.h"
+#include "ui/fixed_lists.h"
 #include "ui/kept_controls.h"
 
 namespace kestrane {
@@ -28,8 +29,8 @@ void ShowHelp(frmHandBox& handBox) {
         {handBox.chkCalcLST, "Computes the sidereal time instead of asking the mount"},
         {handBox.txtRaCustom, "Seconds of right ascension per sidereal second"},
         {handBox.txtDecCustom, "Arc-seconds per second"},
-        {handBox.txtInitRaBacklash, "Range is 0-59 arc-seconds"},
-        {handBox.txtInitDecBacklash, "Range is 0-59 arc-seconds"},
+        {handBox.txtInitRaBacklash, fixed_list::kBacklashRange},
+        {handBox.txtInitDecBacklash, fixed_list::kBacklashRange},
         {handBox.txtMeridianDelay, "Hours, -6 to 6"},
         {handBox.lblRetransmits, "Commands that had to be sent again"},
         {handBox.lblReceiveStringErrors, "Replies that did not come whole"},

@@ -4,13 +4,12 @@
 #include <utility>
 #include <vector>
 
-#include "kernel/base/conversions.h"
+#include "catalogue/vocabulary.h"
+#include "ui/fixed_lists.h"
 
 namespace kestrane {
 namespace {
 
-constexpr std::string_view kCustom = "Custom";
-constexpr std::string_view kBacklashRange = "Range is 0-59 arc-seconds";
 constexpr std::int32_t kDefaultRate = 2;
 
 struct CheckRow {
@@ -42,6 +41,14 @@ constexpr CheckRow kChecks[] = {
     {&frmInitialSetup::MinimizeStatusWindow, setting::MinimizeStatusWindow},
 };
 
+std::vector<std::string> GuideRates() {
+    std::vector<std::string> texts;
+    for (const GuideRateRow& row : kGuideRates) {
+        texts.emplace_back(row.text);
+    }
+    return texts;
+}
+
 void FillIfEmpty(ComboBox& list, std::vector<std::string> items) {
     if (list.ListItems().empty()) {
         list.ListItems(std::move(items));
@@ -51,7 +58,7 @@ void FillIfEmpty(ComboBox& list, std::vector<std::string> items) {
 }  // namespace
 
 bool CustomRateIsChosen(const frmInitialSetup& form) {
-    return form.cbxInitSlewRate.Text() == kCustom;
+    return form.cbxInitSlewRate.Text() == kCustomRate;
 }
 
 SetupOptions::SetupOptions(SetupNeeds& needs, KeptControls& kept) : needs_(needs), form_(needs.form) {
@@ -76,21 +83,15 @@ void SetupOptions::KeepChecks(KeptControls& kept) {
 
 // clang-format off
 void SetupOptions::KeepLists(KeptControls& kept) {
-    const auto pem = [] { return std::vector<std::string>{"Disable PEM", "Enable PEM"}; };
-    const auto priorities = [] {
-        return std::vector<std::string>{"High", "Above Normal", "Normal", "Below Normal", "Low"};
-    };
-    const auto parkTo = [this] { return Positions("Current Position"); };
-    const auto unparkFrom = [this] {
-        std::vector<std::string> positions = Positions("Last Parked");
-        positions.emplace_back("Don't Unpark");
-        return positions;
-    };
+    const auto userPlace = [this] { return fixed_list::UserPlace(needs_.driver.persist); };
+    const auto parkTo = [userPlace] { return fixed_list::PlacesToParkAt(userPlace()); };
+    const auto unparkFrom = [userPlace] { return fixed_list::UnparkChoices(userPlace()); };
     kept.Add(KeptList{.control = form_.cbxInitGuideRate, .key = setting::cbxInitGuideRate});
     kept.Add(KeptList{.control = form_.cbxInitSlewRate, .key = setting::cbxInitSlewRate,
                       .changed = [this] { ShowCustomRate(); }});
-    kept.Add(KeptList{.control = form_.cbxInitPEM, .key = setting::cbxInitPEM, .items = pem});
-    kept.Add(KeptList{.control = form_.cbxWindowsPriority, .key = setting::cbxWindowsPriority, .items = priorities});
+    kept.Add(KeptList{.control = form_.cbxInitPEM, .key = setting::cbxInitPEM, .items = fixed_list::Pem});
+    kept.Add(KeptList{.control = form_.cbxWindowsPriority, .key = setting::cbxWindowsPriority,
+                      .items = fixed_list::Priorities});
     kept.Add(KeptList{.control = form_.cbxParkTo, .key = setting::cbxParkTo, .items = parkTo,
                       .text = setting::cbxParkToText});
     kept.Add(KeptList{.control = form_.cbxUnparkFrom, .key = setting::cbxUnparkFrom, .items = unparkFrom,
@@ -98,25 +99,12 @@ void SetupOptions::KeepLists(KeptControls& kept) {
 }
 // clang-format on
 
-std::vector<std::string> SetupOptions::Positions(std::string_view first) {
-    const auto angle = [this](const SettingKey& key) {
-        return FormatUs(needs_.driver.persist.ReadNumber(key), "0.00");
-    };
-    return {std::string(first),
-            "Park 1",
-            "Park 2",
-            "Park 3",
-            "Park 4",
-            "Park 5",
-            "Alt/Az  ( " + angle(setting::txtUserParkAlt) + " | " + angle(setting::txtUserParkAz) + " )"};
-}
-
 /// The rates of the mount are filled in by the tables in use, once there are any.
 void SetupOptions::Fill() {
-    FillIfEmpty(form_.cbxInitGuideRate, {"0.25x", "0.50x", "1.00x"});
-    FillIfEmpty(form_.cbxInitSlewRate, {"300x", "450x", "600x", "900x", "1200x", std::string(kCustom)});
-    form_.txtInitRaBacklash.ToolTip(kBacklashRange);
-    form_.txtInitDecBacklash.ToolTip(kBacklashRange);
+    FillIfEmpty(form_.cbxInitGuideRate, GuideRates());
+    FillIfEmpty(form_.cbxInitSlewRate, {"300x", "450x", "600x", "900x", "1200x", std::string(kCustomRate)});
+    form_.txtInitRaBacklash.ToolTip(fixed_list::kBacklashRange);
+    form_.txtInitDecBacklash.ToolTip(fixed_list::kBacklashRange);
 }
 
 void SetupOptions::ShowCustomRate() {

@@ -23,7 +23,6 @@ private:
     void KeepChecks(KeptControls& kept);
     void KeepLists(KeptControls& kept);
     void ShowCustomRate();
-    std::vector<std::string> Positions(std::string_view first);
 
     SetupNeeds& needs_;
     frmInitialSetup& form_;
