@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 
 #include "kernel/base/conversions.h"
 
@@ -37,6 +36,14 @@ bool FirmwareHasKingRate(int major, int minor) {
 }
 
 }  // namespace
+
+std::vector<std::string> ControllerNames() {
+    std::vector<std::string> names;
+    for (const ControllerRow& row : kControllers) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
 
 void LoadControllerOption(const Essentials& driver) {
     const std::string controller = driver.persist.ReadQuietly(setting::Controller);

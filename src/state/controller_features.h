@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "catalogue/ks_mount.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
@@ -10,6 +13,9 @@
 #include "state/mount_rates.h"
 
 namespace kestrane {
+
+/// Those of the five controllers, in their order.
+std::vector<std::string> ControllerNames();
 
 /// Reads the setting `Controller` for those who must not read settings.
 void LoadControllerOption(const Essentials& driver);

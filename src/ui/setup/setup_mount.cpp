@@ -30,7 +30,7 @@ void SetupMount::Fill() {
     controllerBefore_ = needs_.mount.ControllerType;
     form_.cbxMountType.ListItems(Models());
     form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(StoredModel())));
-    form_.cbxController.ListItems({"VTRKC1", "VTRKC2", "VTRKC3", "VTRKC4", "VTRKC5"});
+    form_.cbxController.ListItems(ControllerNames());
     form_.cbxController.ListIndex(StoredNumber(needs_.driver.persist, setting::Controller));
 }
 
