@@ -157,6 +157,7 @@ SetupNeeds Driver::NeedsOfSetup() {
         .link = link,
         .sites = sites,
         .mount = mount,
+        .rates = rates,
         .controller = controller,
         .panel = panel,
         .handBox = handBox,

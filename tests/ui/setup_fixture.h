@@ -92,6 +92,7 @@ protected:
                 .link = driver->link,
                 .sites = driver->sites,
                 .mount = driver->mount,
+                .rates = driver->rates,
                 .controller = driver->controller,
                 .panel = driver->panel,
                 .handBox = driver->handBox,

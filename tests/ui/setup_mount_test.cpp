@@ -160,6 +160,38 @@ TEST_F(SetupMountTest, Cancel_PutsBothBack) {
     EXPECT_EQ(driver->state.g_sMountRateType, "");
 }
 
+struct LookRow {
+    const char* rateType;
+    bool looksBack;
+    bool accepts;
+};
+
+TEST_F(SetupMountTest, ControllerThatWasOnlyLookedAt_LeavesNoRateTypeBehind) {
+    for (const LookRow& row : {LookRow{"", false, false}, LookRow{"", true, false}, LookRow{"", true, true},
+                               LookRow{"1", false, false}, LookRow{"1", true, false}, LookRow{"1", true, true}}) {
+        SCOPED_TRACE(std::string(row.rateType) + (row.looksBack ? ", back" : "") + (row.accepts ? ", OK" : ""));
+        Seed({{"MountType", "5"}, {"Controller", "3"}, {"MountRateType", row.rateType}});
+        driver.reset();
+        StartOnce();
+        const std::vector<std::string> rates = driver->handBox.cbxMoveRate.ListItems();
+        EXPECT_EQ(Open([&] {
+                      Choose("VTRKC5");
+                      EXPECT_EQ(Setting("MountRateType"), "3");
+                      if (row.looksBack) {
+                          Choose("VTRKC4");
+                          ChooseModel("Fir VTR");
+                      }
+                      if (row.accepts) {
+                          Form().btnOK.FireClick();
+                      }
+                  }),
+                  row.accepts);
+        EXPECT_EQ(Setting("MountRateType"), row.rateType);
+        EXPECT_EQ(driver->state.g_sMountRateType, row.rateType);
+        EXPECT_EQ(driver->handBox.cbxMoveRate.ListItems(), rates);
+    }
+}
+
 TEST_F(SetupMountTest, OpeningAndClosing_OfAConnectedMount_ChangesNothingOfIt) {
     Seed({{"MountType", "2"}, {"Controller", "2"}});
     const TelescopeObject telescope = ConnectedTelescope();

@@ -28,6 +28,9 @@ SetupMount::SetupMount(SetupNeeds& needs) : needs_(needs), form_(needs.form) {
 void SetupMount::Fill() {
     modelBefore_ = needs_.mount.mountType;
     controllerBefore_ = needs_.mount.ControllerType;
+    looked_ = false;
+    rateTypeBefore_ = needs_.driver.state.g_sMountRateType;
+    storedRateTypeBefore_ = needs_.driver.persist.Read(setting::MountRateType);
     form_.cbxMountType.ListItems(Models());
     form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(StoredModel())));
     form_.cbxController.ListItems(ControllerNames());
@@ -63,6 +66,7 @@ void SetupMount::OnController() {
     if (form_.IsFilling() || needs_.linkConnected() || form_.cbxController.ListIndex() < 0) {
         return;
     }
+    looked_ = true;
     const std::int16_t modelOfNewest = KsMount::FindMountListEntry(kModelOfNewest);
     const bool isNewest = ShownController() == Controller_Type::VTRKC5;
     const bool hasItsModel = form_.cbxMountType.ListIndex() == modelOfNewest;
@@ -88,8 +92,8 @@ void SetupMount::Take() {
         return;
     }
     needs_.mount.mountType = ShownModel();
-    if (form_.cbxController.ListIndex() >= 0 && needs_.mount.ControllerType != ShownController()) {
-        needs_.controller.Apply(ShownController(), 0, 0);
+    if (form_.cbxController.ListIndex() >= 0) {
+        Use(ShownController());
     }
 }
 
@@ -97,8 +101,29 @@ void SetupMount::PutBack() {
     const bool connected = needs_.linkConnected();
     needs_.mount.mountType = connected ? StoredModel() : modelBefore_;
     needs_.controller.ShowCustomSlewBounds();
-    if (!connected && needs_.mount.ControllerType != controllerBefore_) {
-        needs_.controller.Apply(controllerBefore_, 0, 0);
+    if (!connected) {
+        Use(controllerBefore_);
+    }
+}
+
+/// After the model, on which the rates depend too.
+void SetupMount::Use(Controller_Type controller) {
+    if (looked_ || needs_.mount.ControllerType != controller) {
+        needs_.controller.Apply(controller, 0, 0);
+    }
+    if (looked_ && controller == controllerBefore_) {
+        PutRatesBack();
+    }
+}
+
+/// What the mount has told in an earlier run holds still: a controller that was only looked at has put its own rates in
+/// its place.
+void SetupMount::PutRatesBack() {
+    if (needs_.driver.state.g_sMountRateType != rateTypeBefore_) {
+        needs_.rates.UpdateMountRates(rateTypeBefore_);
+    }
+    if (needs_.driver.persist.Read(setting::MountRateType) != storedRateTypeBefore_) {
+        needs_.driver.persist.Write(setting::MountRateType, storedRateTypeBefore_);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "ui/setup/setup_needs.h"
 
 namespace kestrane {
@@ -23,11 +25,16 @@ private:
     Controller_Type ShownController() const;
     void OnModel();
     void OnController();
+    void Use(Controller_Type controller);
+    void PutRatesBack();
 
     SetupNeeds& needs_;
     frmInitialSetup& form_;
     Mount_Type modelBefore_{};
     Controller_Type controllerBefore_{};
+    bool looked_ = false;  ///< a controller was chosen in the window, and may have changed the rates
+    std::string rateTypeBefore_;
+    std::string storedRateTypeBefore_;
 };
 
 }  // namespace kestrane

@@ -18,6 +18,7 @@
 #include "settings/sites.h"
 #include "state/controller_features.h"
 #include "state/essentials.h"
+#include "state/mount_rates.h"
 #include "ui/rcal_sync_warning.h"
 
 namespace kestrane {
@@ -34,6 +35,7 @@ struct SetupNeeds {
     const std::unique_ptr<MountLink>& link;  ///< that of the process
     Sites& sites;
     KsMount& mount;
+    MountRates& rates;
     ControllerFeatures& controller;
     HandBoxDisplay& panel;
     frmHandBox& handBox;
