@@ -507,6 +507,20 @@ TEST_F(SetupDialogTest, WindowThatIsClosedDuringTheQuestion_StoresNothing) {
     EXPECT_EQ(Setting("txtScopeAperture"), "0");
 }
 
+TEST_F(SetupDialogTest, EditingOfASiteThatBeginsDuringTheQuestion_BlocksOK) {
+    Seed({{"chkUseRCAL", "0"}});
+    EXPECT_FALSE(Open([&] {
+        AnswerWarning(true);
+        const auto other = machine.pump.CreateTimer([&] { Form().txtElevation.Text("5"); });
+        other->SetInterval(50);
+        other->SetEnabled(true);
+        Form().btnOK.FireClick();
+        EXPECT_EQ(Shown(), "Please Save or Cancel Site Settings first!");
+        EXPECT_TRUE(Form().Visible());
+    }));
+    EXPECT_NE(Setting("Elevation"), "5");
+}
+
 TEST_F(SetupDialogTest, OK_AsksAboutTheSiteFirst_ThenAboutPlainSyncs_ThenLooksAtTheFields) {
     Seed({{"chkUseRCAL", "0"}});
     Open([&] {

@@ -57,22 +57,27 @@ void SetupDialog::OnTick() {
     tools_.ShowVersion();
 }
 
-/// A press that comes late, or the window that was closed during the question, stores nothing.
+/// A press that comes late stores nothing. Another view may close the window or begin an editing during the question.
 void SetupDialog::OnOk() {
-    if (!form_.Visible()) {
-        return;
-    }
-    if (site_.IsEdited()) {
-        needs_.messageBoxes.Show("Please Save or Cancel Site Settings first!", application::kTitle,
-                                 MessageIcon::Information);
+    const auto mayGoOn = [this] { return form_.Visible() && NoSiteIsEdited(); };
+    if (!mayGoOn()) {
         return;
     }
     const bool mayClose = form_.chkUseRCAL.Checked() || needs_.rcalSyncWarning.AskToCloseSetup();
-    if (mayClose && form_.Visible() && validation_.AllGood()) {
+    if (mayClose && mayGoOn() && validation_.AllGood()) {
         Store();
         accepted_ = true;
         form_.Hide();
     }
+}
+
+/// Else the person is told.
+bool SetupDialog::NoSiteIsEdited() {
+    if (site_.IsEdited()) {
+        needs_.messageBoxes.Show("Please Save or Cancel Site Settings first!", application::kTitle,
+                                 MessageIcon::Information);
+    }
+    return !site_.IsEdited();
 }
 
 /// The place of the hand box belongs to its settings too.

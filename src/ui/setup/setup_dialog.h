@@ -28,6 +28,7 @@ private:
     void Fill();
     void OnTick();
     void OnOk();
+    bool NoSiteIsEdited();
     void Store();
     void PutBack();
 
