@@ -8,14 +8,14 @@ namespace kestrane {
 
 RcalSyncWarning::RcalSyncWarning(frmRcalSyncWarning& form, Modal& modal, Log& log)
     : form_(form), modal_(modal), log_(log) {
-    form_.btnOK.OnClick([this] {
-        form_.OKWasPressed = true;
-        form_.Hide();
-    });
-    form_.btnCancel.OnClick([this] {
-        form_.CancelWasPressed = true;
-        form_.Hide();
-    });
+    const auto wire = [this](Button& button, bool& pressed) {
+        button.OnClick([this, &pressed] {
+            pressed = pressed || form_.Visible();  // a press that comes too late answers nothing
+            form_.Hide();
+        });
+    };
+    wire(form_.btnOK, form_.OKWasPressed);
+    wire(form_.btnCancel, form_.CancelWasPressed);
     form_.Timer1.OnTick([this] { Blink(); });
 }
 

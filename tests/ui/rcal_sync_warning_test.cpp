@@ -54,6 +54,21 @@ TEST_F(RcalSyncWarningTest, BothButtons_PutTheWarningAway) {
     }
 }
 
+/// From another view that still shows the window.
+TEST_F(RcalSyncWarningTest, OKThatComesAfterCancel_AcceptsNothing) {
+    Start();
+    Onlooker view;
+    Warning().Attach(view);
+    machine.pump.Post(CallKind::Brief, [&] {
+        Warning().btnCancel.FireClick();
+        Warning().btnOK.FireClick();
+    });
+    EXPECT_FALSE(driver->rcalSyncWarning.AskForPlainSyncs());
+    EXPECT_TRUE(Warning().CancelWasPressed);
+    EXPECT_FALSE(Warning().OKWasPressed);
+    Warning().Detach(view);
+}
+
 TEST_F(RcalSyncWarningTest, Warning_BlinksWhileItIsOpen) {
     Start();
     driver->rcalSyncWarning.ShowAtConnect();
