@@ -218,6 +218,26 @@ TEST_F(SetupSiteTest, Delete_OfANewSite_TakesNoOtherOne) {
     });
 }
 
+TEST_F(SetupSiteTest, Delete_TakesNothing_WhenAnotherViewHasChangedWhatIsShownDuringTheQuestion) {
+    const auto deleteWhile = [&](const std::function<void()>& other) {
+        machine.messageBoxes.whenShown = [other](const auto&) { other(); };
+        Form().btnDeleteSite.FireClick();
+        machine.messageBoxes.whenShown = {};
+        driver->sites.GetAllSites();
+        EXPECT_EQ(driver->sites.g_Sites().size(), 4U);
+    };
+    Open([&] {
+        Form().btnNewSite.FireClick();
+        deleteWhile([&] { Form().btnCancelSiteChange.FireClick(); });
+        EXPECT_EQ(Fields(), hillFields) << "the question was about the new site";
+        deleteWhile([&] { Form().btnNewSite.FireClick(); });
+        EXPECT_EQ(Fields(), noFields);
+        Form().btnCancelSiteChange.FireClick();
+        deleteWhile([&] { Form().cbxSiteList.ListIndex(2); });
+        EXPECT_EQ(Fields(), bayFields);
+    });
+}
+
 TEST_F(SetupSiteTest, Delete_OfTheLastSite_LeavesNone_AndAsksNoMore) {
     Open([&] {
         for (int i = 0; i < 3; ++i) {

@@ -246,11 +246,14 @@ void SetupSite::Save() {
     ShowSite();
 }
 
-/// What is no site yet only goes from the fields.
+/// What is no site yet only goes from the fields. The answer holds for the site that was asked about: another view may
+/// show another one meanwhile.
 void SetupSite::Delete() {
     const std::int16_t id = shown_;
-    if ((WithId(id) == nullptr && !isNew_) ||
-        needs_.messageBoxes.Ask("OK to delete Site?", application::kTitle) != MessageAnswer::Ok) {
+    const bool wasNew = isNew_;
+    if ((WithId(id) == nullptr && !wasNew) ||
+        needs_.messageBoxes.Ask("OK to delete Site?", application::kTitle) != MessageAnswer::Ok || shown_ != id ||
+        isNew_ != wasNew) {
         return;
     }
     Database* const database = needs_.driver.persist.database();
