@@ -238,6 +238,11 @@ TEST_F(SetupSiteTest, Delete_TakesNothing_WhenAnotherViewHasChangedWhatIsShownDu
     });
 }
 
+TEST_F(SetupSiteTest, Cancel_AfterTheCurrentSiteWasDeleted_LeavesTheFirstOne) {
+    Open([&] { Form().btnDeleteSite.FireClick(); });
+    EXPECT_EQ(driver->sites.CurrentSiteName(), "Default");
+}
+
 TEST_F(SetupSiteTest, Delete_OfTheLastSite_LeavesNone_AndAsksNoMore) {
     Open([&] {
         for (int i = 0; i < 3; ++i) {

@@ -74,9 +74,10 @@ void SetupSite::Store() {
     persist.Write(setting::Elevation, Trim(form_.txtElevation.Text()));
 }
 
-/// A site that a client has chosen meanwhile stays.
+/// A site that a client has chosen meanwhile stays, and so does the one after a deletion of the current one.
 void SetupSite::PutBack() {
-    if (needs_.sites.g_SiteDbIndex() == shown_) {
+    const bool isDeleted = currentBefore_ > 0 && WithId(currentBefore_) == nullptr;
+    if (needs_.sites.g_SiteDbIndex() == shown_ && !isDeleted) {
         MakeCurrent(currentBefore_);
     }
 }
