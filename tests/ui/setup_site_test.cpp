@@ -243,6 +243,24 @@ TEST_F(SetupSiteTest, Cancel_AfterTheCurrentSiteWasDeleted_LeavesTheFirstOne) {
     EXPECT_EQ(driver->sites.CurrentSiteName(), "Default");
 }
 
+TEST_F(SetupSiteTest, ColourOfAFault_GoesWithTheEditing) {
+    Open([&] {
+        Form().txtConnectTimeout.Text("601");
+        Form().btnOK.FireClick();
+        for (TextBox* box : {&Form().txtLatDeg, &Form().txtLongSec, &Form().txtElevation}) {
+            SCOPED_TRACE(box->Name());
+            for (Button* end : {&Form().btnCancelSiteChange, &Form().btnNewSite}) {
+                box->Text("wrong");
+                Form().btnSaveSiteInfo.FireClick();
+                EXPECT_EQ(box->BackColour(), kFaultColours.back);
+                end->FireClick();
+                EXPECT_EQ(box->BackColour(), kNormalBackColour) << end->Name();
+            }
+        }
+        EXPECT_EQ(Form().txtConnectTimeout.BackColour(), kFaultColours.back) << "no field of the site";
+    });
+}
+
 TEST_F(SetupSiteTest, Delete_OfTheLastSite_LeavesNone_AndAsksNoMore) {
     Open([&] {
         for (int i = 0; i < 3; ++i) {

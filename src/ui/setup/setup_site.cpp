@@ -134,6 +134,7 @@ void SetupSite::ShowSite() {
     const Site* const site = WithId(shown_);
     ResumeNext errors{needs_.driver.ledger, form_.Name()};
     ShowFields({}, {});
+    validation_.ClearSite();
     errors.Step([&] {
         if (site) {
             form_.txtSiteName.Text(site->Name);
@@ -204,6 +205,7 @@ void SetupSite::New() {
     form_.txtSiteName.Text("New Site");
     form_.txtElevation.Text("");
     ShowFields({}, {});
+    validation_.ClearSite();
     SetEdited(true);
     isNew_ = true;
 }

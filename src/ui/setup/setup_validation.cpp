@@ -78,6 +78,14 @@ std::string BadNames(const SetupNeeds& needs, Scope scope) {
     return names;
 }
 
+void ClearColours(frmInitialSetup& form, Scope scope) {
+    for (const Field& field : kFields) {
+        if (field.scope <= scope) {
+            Paint(form.*field.box, kNormalColours);
+        }
+    }
+}
+
 /// Whether degrees that are the most possible have anything after them.
 bool ExceedsDegrees(double most, const TextBox& degrees, const TextBox& minutes, const TextBox& seconds, Log& log) {
     const auto number = [&log](const TextBox& box) { return Val_Global(Trim(box.Text()), log); };
@@ -122,9 +130,11 @@ bool SetupValidation::LongitudeIsTooLarge() const {
 }
 
 void SetupValidation::Clear() {
-    for (const Field& field : kFields) {
-        Paint(needs_.form.*field.box, kNormalColours);
-    }
+    ClearColours(needs_.form, Scope::All);
+}
+
+void SetupValidation::ClearSite() {
+    ClearColours(needs_.form, Scope::Site);
 }
 
 void SetupValidation::Say(std::string_view text) {

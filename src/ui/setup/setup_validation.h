@@ -18,8 +18,10 @@ public:
     bool SiteIsGood();
     /// The fields of its position alone.
     bool PositionIsGood();
-    /// Takes the colours away.
+    /// Takes all colours away.
     void Clear();
+    /// Those of the fields of the site.
+    void ClearSite();
 
 private:
     bool LatitudeIsTooLarge() const;
