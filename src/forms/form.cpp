@@ -56,6 +56,9 @@ void Form::Visible(bool visible) {
     if (loaded_ && visible_ != visible) {
         visible_ = visible;
         Announce("", Property::Visible);
+        if (!visible && !unloading_ && onHide_) {
+            onHide_();
+        }
     }
 }
 

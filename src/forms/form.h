@@ -114,6 +114,8 @@ public:
     void LoadNoMore() { loadsNoMore_ = true; }
     void OnLoad(std::function<void()> handler) { onLoad_ = std::move(handler); }
     void OnUnload(std::function<void()> handler) { onUnload_ = std::move(handler); }
+    /// Runs after a shown window was hidden, by the driver or by a person, but not when it is unloaded.
+    void OnHide(std::function<void()> handler) { onHide_ = std::move(handler); }
 
     bool Visible() const { return visible_; }
     void Visible(bool visible);
@@ -164,7 +166,7 @@ private:
     bool visible_ = false;
     bool alwaysOnTop_ = false;
     int fillings_ = 0;
-    std::function<void()> onLoad_, onUnload_;
+    std::function<void()> onLoad_, onUnload_, onHide_;
     std::vector<Control*> controls_;
     std::vector<FormView*> views_;
 };

@@ -32,6 +32,7 @@ LogPanel::LogPanel(LogPanelNeeds needs)
         TakeFilters();
         FollowAlwaysOnTop();
     });
+    needs_.logWindow.OnHide([this] { OnHide(); });
     for (const FilterRow& filter : kFilters) {
         filters_.Add(KeptCheck{needs_.logWindow.*filter.box, filter.key, [this] { TakeFilters(); }});
     }
@@ -41,15 +42,29 @@ LogPanel::~LogPanel() {
     needs_.log.SetWindow(nullptr);
 }
 
+/// A window that goes and comes with the log is wanted all the time.
 void LogPanel::ToggleLog() {
+    const FillsForm byDriver(needs_.logWindow);
     needs_.log.ToggleLog(needs_.state.g_bDebugLog && needs_.persist.ReadFlag(setting::mPopShowLogWindow));
 }
 
 void LogPanel::ShowLogWindow(bool show) {
-    needs_.persist.Write(setting::mPopShowLogWindow, ZeroOrOne(show));
-    needs_.handBox.mPopShowLogWindow.Checked(show);
+    KeepWanted(show);
     FollowAlwaysOnTop();
     needs_.logWindow.ForLog().Show(show);
+}
+
+void LogPanel::KeepWanted(bool wanted) {
+    needs_.persist.Write(setting::mPopShowLogWindow, ZeroOrOne(wanted));
+    needs_.handBox.mPopShowLogWindow.Checked(wanted);
+}
+
+/// A person who closes the window does not want it any more: a tick that stayed would let the next press of the entry
+/// of the menu hide what is hidden.
+void LogPanel::OnHide() {
+    if (!needs_.logWindow.IsFilling()) {
+        KeepWanted(false);
+    }
 }
 
 void LogPanel::FollowAlwaysOnTop() {

@@ -32,11 +32,13 @@ public:
     /// Turns logging on or off and keeps that as a setting, also where logging is that way already: another program may
     /// have stored something else.
     void Enable(bool enable);
-    /// Keeps whether the user wants the window, and shows or hides it.
+    /// Keeps whether the user wants the window, and shows or hides it. A person who closes the window does the same.
     void ShowLogWindow(bool show);
 
 private:
     void OnEnableClick();
+    void OnHide();
+    void KeepWanted(bool wanted);
     void FollowAlwaysOnTop();
     void TakeFilters();
 

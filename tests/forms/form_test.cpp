@@ -106,6 +106,19 @@ TEST_F(HandBox, Unload_RunsItsHandlerHidesAndStopsTheTimers) {
     EXPECT_FALSE(pump.NextDue()) << "no timer of the window runs";
 }
 
+TEST_F(HandBox, HideHandler_RunsAfterAHide_ButNotAtAnUnload) {
+    int hides = 0;
+    handBox.OnHide([&] { hides += handBox.Visible() ? 100 : 1; });
+    handBox.Hide();
+    EXPECT_EQ(hides, 0) << "it was not shown";
+    handBox.Show();
+    handBox.Hide();
+    EXPECT_EQ(hides, 1);
+    handBox.Show();
+    handBox.Unload();
+    EXPECT_EQ(hides, 1);
+}
+
 TEST_F(HandBox, LoadNoMore_LetsNothingLoadTheWindowAgain) {
     handBox.EnsureLoaded();
     handBox.Unload();

@@ -380,6 +380,29 @@ TEST_F(TrayTest, LogWindowEntry_Toggles_AndIsKept) {
     EXPECT_EQ(Setting("mPopShowLogWindow"), "0");
 }
 
+TEST_F(TrayTest, LogWindowThatAPersonCloses_UnticksItsEntry_WhichThenOpensIt) {
+    HandBox().mPopShowLogWindow.FireClick();
+    driver->logWindow.Hide();
+    EXPECT_FALSE(HandBox().mPopShowLogWindow.Checked());
+    EXPECT_EQ(Setting("mPopShowLogWindow"), "0");
+    HandBox().mPopShowLogWindow.FireClick();
+    EXPECT_TRUE(driver->logWindow.Visible());
+    EXPECT_EQ(Setting("mPopShowLogWindow"), "1");
+}
+
+TEST_F(TrayTest, LogWindowThatGoesWithTheLog_OrWithTheDriver_StaysWanted) {
+    HandBox().mPopShowLogWindow.FireClick();
+    driver->logPanel.Enable(true);
+    driver->logPanel.Enable(false);
+    EXPECT_FALSE(driver->logWindow.Visible());
+    EXPECT_TRUE(HandBox().mPopShowLogWindow.Checked());
+    driver->logPanel.Enable(true);
+    EXPECT_TRUE(driver->logWindow.Visible());
+    driver->windows.UnloadAtShutdown();
+    EXPECT_FALSE(driver->logWindow.Visible());
+    EXPECT_EQ(Setting("mPopShowLogWindow"), "1");
+}
+
 TEST_F(TrayTest, LogWindow_StandsAtTheTopRightOfTheHandBox_AboveOthersIfTheSettingSaysSo) {
     for (const char* onTop : {"1", "0"}) {
         driver->persist.Write(setting::chkAlwaysOnTop, onTop);
