@@ -61,7 +61,7 @@ void Tray::OnPointerOver() {
     const PopupShowStatus popup = Popup();
     const bool wanted =
         popup == PopupShowStatus::Always || (popup == PopupShowStatus::WhenDriverHidden && !handBox_.Visible());
-    if (wanted && !AnyDialogIsOpen()) {
+    if (wanted && !AnyModalDialogIsOpen()) {
         PlaceStatusWindow();
         needs_.windows.statusWindow.Show();
         needs_.statusWindow.StartTimer();
@@ -86,12 +86,20 @@ void Tray::OnRightButtonUp() {
 }
 
 /// Each window but the three that a person may leave open all night.
+bool Tray::IsOpenDialog(const Form& form) const {
+    const Windows& windows = needs_.windows;
+    return form.Visible() && &form != &windows.handBox && &form != &windows.statusWindow && &form != &windows.logWindow;
+}
+
 bool Tray::AnyDialogIsOpen() {
-    Windows& windows = needs_.windows;
-    const auto all = windows.All();
-    return std::ranges::any_of(all, [&](const Form* form) {
-        return form->Visible() && form != &windows.handBox && form != &windows.statusWindow &&
-               form != &windows.logWindow;
+    return std::ranges::any_of(needs_.windows.All(), [this](const Form* form) { return IsOpenDialog(*form); });
+}
+
+bool Tray::AnyModalDialogIsOpen() {
+    const Windows& windows = needs_.windows;
+    return std::ranges::any_of(needs_.windows.All(), [&](const Form* form) {
+        return IsOpenDialog(*form) && form != &windows.askGotoRaDec && form != &windows.askGtoAltAz &&
+               form != &windows.askAbortSlew;
     });
 }
 

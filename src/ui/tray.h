@@ -54,7 +54,9 @@ private:
     PopupShowStatus Popup();
     void OnPointerOver();
     void OnRightButtonUp();
+    bool IsOpenDialog(const Form& form) const;
     bool AnyDialogIsOpen();
+    bool AnyModalDialogIsOpen();
     void PlaceStatusWindow();
     void SetTracking(bool on);
     void Restore();

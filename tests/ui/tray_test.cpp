@@ -210,14 +210,24 @@ TEST_F(TrayTest, PointerOverTheIcon_ShowsTheStatusWindowAsTheSettingSays) {
     }
 }
 
-TEST_F(TrayTest, PointerOverTheIcon_DoesNothingWhileADialogIsOpen) {
-    driver->setupFocuser.Show();
-    Tell(kPointerOver);
-    EXPECT_FALSE(Status().Visible());
-    driver->setupFocuser.Hide();
-    driver->logWindow.Show();
-    Tell(kPointerOver);
-    EXPECT_TRUE(Status().Visible()) << "the log window is no dialog";
+TEST_F(TrayTest, Dialogs_KeepTheStatusWindowAwayIfTheyAreModal_AndTheMenuInAnyCase) {
+    const std::vector<std::string> noDialogs{"frmHandBox", "frmStatus", "frmLogWindow"};
+    const std::vector<std::string> notModal{"frmAskGotoRaDec", "frmAskGtoAltAz", "frmAskAbortSlew"};
+    for (Form* const form : driver->windows.All()) {
+        SCOPED_TRACE(form->Name());
+        const bool isDialog = std::ranges::find(noDialogs, form->Name()) == noDialogs.end();
+        const bool isModal = isDialog && std::ranges::find(notModal, form->Name()) == notModal.end();
+        Status().Hide();
+        HandBox().mPopupSys.Visible(false);
+        form->Show();
+        if (form != &Status()) {
+            Tell(kPointerOver);
+            EXPECT_EQ(Status().Visible(), !isModal);
+        }
+        Tell(kRightUp);
+        EXPECT_EQ(HandBox().mPopupSys.Visible(), !isDialog);
+        form->Hide();
+    }
 }
 
 struct PlaceRow {
@@ -267,12 +277,6 @@ TEST_F(TrayTest, RightButton_OpensTheMenu_EachTime) {
     const Announced menu(HandBox(), "mPopupSys");
     Tell(kRightUp);
     EXPECT_EQ(menu.Times(Property::Visible), 2) << "a view that kept it open is told anew";
-}
-
-TEST_F(TrayTest, RightButton_DoesNothingWhileADialogIsOpen) {
-    driver->windows.askPark.Show();
-    Tell(kRightUp);
-    EXPECT_FALSE(HandBox().mPopupSys.Visible());
 }
 
 TEST_F(TrayTest, OtherMessages_DoNothing) {
