@@ -123,9 +123,9 @@ void Tray::WireMenu() {
     handBox_.mPopEnableTracking.OnClick([this] { SetTracking(true); });
     handBox_.mPopDisableTracking.OnClick([this] { SetTracking(false); });
     handBox_.mPopExit.OnClick([this] { AskUserCloseDriver(); });
+    handBox_.mPopSetup.OnClick([this] { needs_.ask(needs_.openSetup); });
+    handBox_.mPopFocuser.OnClick([this] { needs_.ask(needs_.openFocuserSetup); });
     const std::pair<Menu*, const std::function<void()>*> opened[] = {
-        {&handBox_.mPopSetup, &needs_.openSetup},
-        {&handBox_.mPopFocuser, &needs_.openFocuserSetup},
         {&handBox_.mPopupLogZipper, &needs_.openLogZipper},
         {&handBox_.mPopTimerUtility, &needs_.openTimer},
         {&handBox_.mPopupJogUtility, &needs_.openJog},

@@ -10,7 +10,10 @@ namespace {
 
 class SetupWatcher final : public FormView {
 public:
-    void Changed(Form&, std::string_view, Property) override {}
+    void Changed(Form& form, std::string_view control, Property property) override {
+        openings += control.empty() && property == Property::Visible && form.Visible() ? 1 : 0;
+    }
+    int openings = 0;
 };
 
 /// The setup window of the focuser, as a person uses it.
@@ -54,16 +57,22 @@ TEST_F(FocuserSetupTest, EntryOfTheTrayMenu_OpensTheWindowOnce_AndItsValuesHoldA
     Start();
     Window().Attach(view);
     EXPECT_EQ(driver->handBox.mPopFocuser.Text(), "Setup &Focuser...");
-    const auto person = machine.pump.CreateTimer([&] {
-        ASSERT_TRUE(Window().Visible());
-        driver->handBox.mPopFocuser.FireClick();  // a second window does not open
-        Window().txtBacklashMSecs.Text("170");
-        Window().btnOK.FireClick();
+    int times = 0;
+    std::unique_ptr<PumpTimer> person;
+    person = machine.pump.CreateTimer([&] {
+        if (++times == 1) {
+            driver->handBox.mPopFocuser.FireClick();
+        } else {
+            Window().txtBacklashMSecs.Text("170");
+            Window().btnOK.FireClick();
+            person->SetEnabled(false);
+        }
     });
     person->SetInterval(1'000);
     person->SetEnabled(true);
     driver->handBox.mPopFocuser.FireClick();
-    person->SetEnabled(false);
+    machine.AdvanceTime(5'000);
+    EXPECT_EQ(view.openings, 1);
     EXPECT_FALSE(Window().Loaded());
     EXPECT_EQ(driver->state.g_sFocusBacklash, "170");
     Window().Detach(view);
