@@ -4,10 +4,11 @@
 
 namespace kestrane {
 
-/// The setup dialog of the focuser.
+/// The setup dialog of the focuser. `pump` outlives it.
 class frmSetupFocuser : public Form {
 public:
-    frmSetupFocuser() : Form("frmSetupFocuser", "Kestrane V2 Focuser Setup") {}
+    explicit frmSetupFocuser(MessagePump& pump)
+        : Form("frmSetupFocuser", "Kestrane V2 Focuser Setup"), tmrLink(*this, "tmrLink", pump, 500, false) {}
 
     Label lblVersion{*this, "lblVersion"};
 
@@ -29,6 +30,8 @@ public:
     CheckBox chkReverseFocusDirection{*this, "chkReverseFocusDirection", "Reverse Direction"};
 
     Button btnOK{*this, "btnOK", "OK"};
+
+    Timer tmrLink;  ///< looks whether the port may be chosen
 };
 
 }  // namespace kestrane

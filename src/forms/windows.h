@@ -31,6 +31,7 @@ public:
         : handBox(pump),
           statusWindow(pump),
           initialSetup(pump),
+          setupFocuser(pump),
           rcalSyncWarning(pump),
           askPark(pump),
           askCustomParkOK(pump),

@@ -30,32 +30,41 @@ FocuserSetup::FocuserSetup(FocuserSetupNeeds needs)
     kept_.Add(KeptOption{form.radFocusFast, form.radFocusSlow, setting::Focus_radFocusFast});
     kept_.Add(KeptOption{form.radFocusFinalDirectionIn, form.radFocusFinalDirectionOut,
                          setting::Focus_radFocusFinalDirectionIn});
-    form.OnLoad([this] { Fill(); });
+    form.tmrLink.OnTick([this] { ShowWhatMayChange(); });
     form.btnCheckPort.OnClick([this] { CheckPort(); });
-    form.btnOK.OnClick([this] {
-        driver_.persist.Write(setting::Port, needs_.form.cbxPort.Text());
-        kept_.Store();
-        needs_.form.Hide();
-    });
+    form.btnOK.OnClick([this] { OnOk(); });
 }
 
 void FocuserSetup::ShowModal() {
     if (needs_.form.Visible()) {
         return;
     }
+    Fill();
+    needs_.form.tmrLink.Enabled(true);
     needs_.modal.ShowModal(needs_.form);
+    needs_.form.tmrLink.Enabled(false);
     needs_.form.Unload();
 }
 
 void FocuserSetup::Fill() {
     needs_.form.lblVersion.Text("ASCOM V2 Focuser Driver - v" + std::string(application::kDriverVersion));
-    FillPort();
+    FillPorts(needs_.form.cbxPort, needs_.serialPorts, driver_.persist);
     kept_.Fill();
+    ShowWhatMayChange();
 }
 
-void FocuserSetup::FillPort() {
+/// A press that comes late, from a view that still shows the window, stores nothing.
+void FocuserSetup::OnOk() {
+    if (needs_.form.Visible()) {
+        driver_.persist.Write(setting::Port, needs_.form.cbxPort.Text());
+        kept_.Store();
+        needs_.form.Hide();
+    }
+}
+
+/// A client may connect while the window is open.
+void FocuserSetup::ShowWhatMayChange() {
     frmSetupFocuser& form = needs_.form;
-    FillPorts(form.cbxPort, needs_.serialPorts, driver_.persist);
     const bool connected = needs_.linkConnected();
     form.cbxPort.Enabled(!connected);
     form.btnCheckPort.Enabled(!connected);

@@ -37,7 +37,8 @@ public:
 
 private:
     void Fill();
-    void FillPort();
+    void OnOk();
+    void ShowWhatMayChange();
     void CheckPort();
 
     FocuserSetupNeeds needs_;

@@ -208,7 +208,7 @@ TEST_F(ControlNames, StatusWindow_HasEachControlUnderItsNameAndKind) {
 }
 
 TEST_F(ControlNames, SetupOfTheFocuser_HasEachControlUnderItsNameAndKind) {
-    const frmSetupFocuser form;
+    const frmSetupFocuser form(pump);
     ExpectControls(form,
                    {
                        {ControlKind::Label, {"lblVersion", "lblBacklash", "lblStepMultiplier", "lblMaxIncrement"}},

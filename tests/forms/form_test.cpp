@@ -270,7 +270,7 @@ TEST(Forms, Names_AreThoseOfTheSystem) {
     EXPECT_EQ(frmStatus(pump).Name(), "frmStatus");
     EXPECT_EQ(frmLogWindow().Name(), "frmLogWindow");
     EXPECT_EQ(frmInitialSetup(pump).Name(), "frmInitialSetup");
-    EXPECT_EQ(frmSetupFocuser().Name(), "frmSetupFocuser");
+    EXPECT_EQ(frmSetupFocuser(pump).Name(), "frmSetupFocuser");
 }
 
 }  // namespace

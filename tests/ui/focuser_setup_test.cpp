@@ -210,6 +210,38 @@ TEST_F(FocuserSetupTest, PortAndItsCheck_AreOutOfReachWhileTheLinkIsOpen) {
     driver->state.g_nScopeObjects = 9;
 }
 
+TEST_F(FocuserSetupTest, PortAndItsCheck_FollowTheLink_WhileTheWindowIsOpen) {
+    WithPerson([&] {
+        driver->link->Port(1);
+        for (const bool connected : {true, false, true}) {
+            driver->link->Connected(connected);
+            driver->waits.WaitForMilliseconds(600);
+            EXPECT_EQ(Window().cbxPort.Enabled(), !connected);
+            EXPECT_EQ(Window().btnCheckPort.Enabled(), !connected);
+        }
+        driver->link->Connected(false);
+        Close();
+    });
+}
+
+TEST_F(FocuserSetupTest, TextThatComesAfterTheClose_IsNotShownTheNextTime) {
+    WithPerson([&] { Close(); });
+    Window().txtBacklashMSecs.Text("70");
+    WithPerson([&] {
+        EXPECT_EQ(Window().txtBacklashMSecs.Text(), "100");
+        Close();
+    });
+}
+
+TEST_F(FocuserSetupTest, OK_ThatComesAfterTheClose_StoresNothing) {
+    WithPerson([&] {
+        Window().txtBacklashMSecs.Text("70");
+        Close();
+        Window().btnOK.FireClick();
+    });
+    EXPECT_EQ(Setting("Focus.txtBacklashMSecs"), "100");
+}
+
 TEST_F(FocuserSetupTest, CheckOfAPort_TellsTheFirmware) {
     Seed({{"Port", "COM4"}, {"Timeout", "700"}});
     WithPerson([&] {
