@@ -16,6 +16,11 @@
 namespace kestrane {
 namespace {
 
+std::string ContentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 /// The windows that the headers of the folder declare, by class; a window bears the name of its class.
 std::vector<std::string> DeclaredWindows() {
     std::vector<std::string> names;
@@ -23,8 +28,7 @@ std::vector<std::string> DeclaredWindows() {
         if (file.path().extension() != ".h") {
             continue;
         }
-        std::ifstream stream(file.path());
-        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const std::string text = ContentOf(file.path());
         const std::regex declaration(R"((?:class|struct) (\w+)(?: final)? : (?:public )?Form\b)");
         for (std::sregex_iterator each(text.begin(), text.end(), declaration), end; each != end; ++each) {
             names.push_back((*each)[1]);
@@ -32,6 +36,22 @@ std::vector<std::string> DeclaredWindows() {
     }
     std::ranges::sort(names);
     return names;
+}
+
+/// The parts of a document, each with its heading.
+std::vector<std::string> SectionsOf(const std::string& document) {
+    std::vector<std::string> sections;
+    std::size_t begin = document.find("\n## ");
+    while (begin != std::string::npos) {
+        const std::size_t end = document.find("\n## ", begin + 1);
+        sections.push_back(document.substr(begin, end - begin));
+        begin = end;
+    }
+    return sections;
+}
+
+bool Names(const std::string& section, const std::string& name) {
+    return section.find("`" + name + "`") != std::string::npos;
 }
 
 class WindowsTest : public testing::Test {
@@ -74,6 +94,21 @@ TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();
     EXPECT_GE(declared.size(), 8U);
     EXPECT_EQ(NamesOf([](const Form&) { return true; }), declared);
+}
+
+/// But for the hand box, of which the document tells a part only.
+TEST_F(WindowsTest, EachControlOfADialog_IsToldInTheDocument_WhereItsWindowIs) {
+    const std::vector<std::string> sections = SectionsOf(ContentOf(KESTRANE_WINDOWS_DOCUMENT));
+    for (const Form* const form : windows.All()) {
+        std::string told;
+        for (const std::string& section : sections) {
+            told += Names(section, form->Name()) ? section : "";
+        }
+        for (const Control* const control : form->Controls()) {
+            EXPECT_TRUE(Names(told, control->Name()) || form == &windows.handBox)
+                << form->Name() << " " << control->Name();
+        }
+    }
 }
 
 TEST_F(WindowsTest, NoWindowIsLoadedAtFirst) {
