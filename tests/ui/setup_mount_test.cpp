@@ -229,5 +229,15 @@ TEST_F(SetupMountTest, ClientThatConnectsWhileTheWindowIsOpen_KeepsWhatItsMountH
     }
 }
 
+TEST_F(SetupMountTest, ModelThatAConnectCorrectsWhileTheWindowIsOpen_IsNotUndoneByOK) {
+    BuildMount("VKC5-P03-01");
+    Seed({{"MountType", "2"}, {"Controller", "2"}});
+    StartOnce();
+    const TelescopeObject telescope = driver->CreateTelescope();
+    EXPECT_TRUE(OpenAndAccept([&] { telescope->Connected(true); }));
+    EXPECT_EQ(driver->mount.mountType, Mount_Type::LARCH);
+    EXPECT_EQ(Setting("MountType"), "11");
+}
+
 }  // namespace
 }  // namespace kestrane

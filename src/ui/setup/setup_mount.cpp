@@ -27,12 +27,13 @@ SetupMount::SetupMount(SetupNeeds& needs) : needs_(needs), form_(needs.form) {
 
 void SetupMount::Fill() {
     modelBefore_ = needs_.mount.mountType;
+    storedModelBefore_ = StoredModel();
     controllerBefore_ = needs_.mount.ControllerType;
     looked_ = false;
     rateTypeBefore_ = needs_.driver.state.g_sMountRateType;
     storedRateTypeBefore_ = needs_.driver.persist.Read(setting::MountRateType);
     form_.cbxMountType.ListItems(Models());
-    form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(StoredModel())));
+    form_.cbxMountType.ListIndex(needs_.mount.GetNewMountIndex(static_cast<std::int16_t>(storedModelBefore_)));
     form_.cbxController.ListItems(ControllerNames());
     form_.cbxController.ListIndex(StoredNumber(needs_.driver.persist, setting::Controller));
 }
@@ -78,9 +79,12 @@ void SetupMount::OnController() {
     needs_.controller.Apply(ShownController(), 0, 0);
 }
 
+/// A model that a connect has corrected meanwhile stays: the mount has told it.
 void SetupMount::Store() {
     Persist& persist = needs_.driver.persist;
-    persist.Write(setting::MountType, std::to_string(static_cast<int>(ShownModel())));
+    if (StoredModel() == storedModelBefore_) {
+        persist.Write(setting::MountType, std::to_string(static_cast<int>(ShownModel())));
+    }
     if (form_.cbxController.ListIndex() >= 0) {
         persist.Write(setting::Controller, std::to_string(form_.cbxController.ListIndex()));
     }

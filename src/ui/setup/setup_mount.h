@@ -31,6 +31,7 @@ private:
     SetupNeeds& needs_;
     frmInitialSetup& form_;
     Mount_Type modelBefore_{};
+    Mount_Type storedModelBefore_{};
     Controller_Type controllerBefore_{};
     bool looked_ = false;  ///< a controller was chosen in the window, and may have changed the rates
     std::string rateTypeBefore_;
