@@ -368,6 +368,20 @@ TEST_F(InitMountTest, Nothing_IsChosen_WithoutOk) {
               true);
 }
 
+TEST_F(InitMountTest, LastViewThatLeaves_ChoosesNothing) {
+    Connect();
+    Form().Attach(view_);
+    machine.pump.Post(CallKind::Brief, [this] {
+        EXPECT_TRUE(Form().Visible());
+        Form().txtCustomSlewRate.Text("77");
+        Form().Detach(view_);
+    });
+    EXPECT_EQ(driver->initMountWindow.Ask(), std::nullopt);
+    EXPECT_FALSE(Form().Loaded());
+    EXPECT_EQ(Setting("txtCustomSlewRate"), "600");
+    EXPECT_TRUE(Accepted().has_value()) << "it opens again";
+}
+
 // --- the button
 
 class InitNowTest : public InitMountTest {

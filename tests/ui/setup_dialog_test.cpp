@@ -204,6 +204,24 @@ TEST_F(SetupDialogTest, WithoutAView_ReturnsAtOnce_AsCancelled) {
     EXPECT_TRUE(LoggedAs("frmInitialSetup", 1, "No window can be shown: the question counts as cancelled"));
 }
 
+TEST_F(SetupDialogTest, LastViewThatLeaves_ClosesTheWindow_AsCancelled) {
+    Seed({{"MountType", "5"}, {"Controller", "3"}});
+    StartOnce();
+    Onlooker view;
+    Form().Attach(view);
+    machine.pump.Post(CallKind::Brief, [&] {
+        EXPECT_TRUE(Form().Visible());
+        Form().txtScopeAperture.Text("77");
+        Form().cbxController.ListIndex(4);
+        Form().Detach(view);
+    });
+    EXPECT_FALSE(driver->setupDialog.ShowModal());
+    EXPECT_FALSE(Form().Loaded());
+    EXPECT_EQ(driver->mount.ControllerName, "VTRKC4");
+    EXPECT_EQ(Setting("txtScopeAperture"), "0");
+    EXPECT_TRUE(OpenAndAccept([] {})) << "it opens again";
+}
+
 TEST_F(SetupDialogTest, EndOfTheProcess_ClosesTheWindow_AsCancelled) {
     EXPECT_FALSE(Open([&] {
         Form().cbxController.ListIndex(0);
