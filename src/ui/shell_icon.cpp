@@ -13,6 +13,7 @@ constexpr std::int32_t kNever = 0;
 ShellIcon::ShellIcon(ShellIconNeeds needs) : needs_(std::move(needs)) {
     needs_.handBox.tmrMinimize.OnTick([this] { OnMinimizeTick(); });
     needs_.handBox.tmrCheckShellNotifyIcon.OnTick([this] { OnCheckTick(); });
+    needs_.handBox.OnHide([this] { AddIcon(); });
     needs_.handBox.OnUnload([this] {
         DeleteIcon();
         needs_.log.LogMessage("Driver", LogLevel::Info, "Driver closing...");
@@ -20,9 +21,13 @@ ShellIcon::ShellIcon(ShellIconNeeds needs) : needs_(std::move(needs)) {
 }
 
 void ShellIcon::HideAndAddShellIcon() {
-    needs_.handBox.EnsureLoaded();
-    needs_.handBox.Hide();
-    AddIcon();
+    frmHandBox& handBox = needs_.handBox;
+    handBox.EnsureLoaded();
+    if (handBox.Visible()) {
+        handBox.Hide();  // which adds the icon, as where a person hides it
+    } else {
+        AddIcon();
+    }
 }
 
 void ShellIcon::AddIcon() {
@@ -57,13 +62,11 @@ void ShellIcon::DeleteIcon() {
 }
 
 void ShellIcon::OnMinimizeTick() {
-    if (std::exchange(needs_.handBox.bForceMinimize, false)) {
-        needs_.handBox.Hide();
-    }
-    if (needs_.handBox.Visible()) {
+    const bool hides = std::exchange(needs_.handBox.bForceMinimize, false);
+    if (needs_.handBox.Visible() && !hides) {
         needs_.handBox.tmrMinimize.Interval(kNever);
     } else {
-        AddIcon();
+        HideAndAddShellIcon();
     }
 }
 

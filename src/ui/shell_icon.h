@@ -18,8 +18,9 @@ struct ShellIconNeeds {
     frmLogWindow& logWindow;
 };
 
-/// Puts the hand box into the tray and takes it out again, and keeps the icon and the place of the windows above others
-/// alive. When the hand box is unloaded the icon goes, so that no dead one stays. Logic thread only.
+/// Puts the hand box into the tray, also where a view hides it, and takes it out again. Keeps the icon alive, and the
+/// place of the windows above others. When the hand box is unloaded the icon goes, so that no dead one stays. Logic
+/// thread only.
 class ShellIcon final {
 public:
     explicit ShellIcon(ShellIconNeeds needs);

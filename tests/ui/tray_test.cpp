@@ -79,6 +79,21 @@ TEST_F(TrayTest, HideAndAdd_HidesTheHandBoxBehindAnIcon) {
     EXPECT_EQ(Calls(), Texts{"add"});
 }
 
+TEST_F(TrayTest, HandBoxThatAPersonHides_GoesBehindAnIconToo) {
+    for (const bool works : {true, false}) {
+        HandBox().Show();
+        machine.trayIcon.works = works;
+        HandBox().Hide();
+        EXPECT_EQ(Calls(), Texts{works ? "add" : "add fails"});
+        machine.trayIcon.works = true;
+        machine.AdvanceTime(1'000);
+        EXPECT_TRUE(HandBox().inTray);
+        Tell(kDoubleClick);
+        EXPECT_TRUE(HandBox().Visible());
+        Calls().clear();
+    }
+}
+
 TEST_F(TrayTest, IconThatCannotBeAdded_IsTriedAgainEachSecond) {
     machine.trayIcon.works = false;
     driver->shellIcon.HideAndAddShellIcon();
