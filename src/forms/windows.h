@@ -15,6 +15,7 @@
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
+#include "forms/frm_message.h"
 #include "forms/frm_park1_warning.h"
 #include "forms/frm_quay_settings.h"
 #include "forms/frm_rcal_sync_warning.h"
@@ -55,24 +56,27 @@ public:
     frmPark1Warning park1Warning;
     frmAskGotoRaDec askGotoRaDec;
     frmAskGtoAltAz askGtoAltAz;
+    frmMessage message;
+    frmAskMessage askMessage;
 
     /// In the order in which they were made.
-    std::array<Form*, 18> All() {
-        return {&handBox,         &statusWindow,     &logWindow,          &initialSetup, &initMount,    &setupFocuser,
-                &quaySettings,    &rcalSyncWarning,  &askAbortSlew,       &askUnpark,    &askPark,      &askSwapEWNS,
-                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning, &askGotoRaDec, &askGtoAltAz};
+    std::array<Form*, 20> All() {
+        return {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
+                &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
+                &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver,
+                &park1Warning, &askGotoRaDec, &askGtoAltAz,     &message,          &askMessage};
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window and the question about a slew stay as they are and end with the process. What somebody waits for, the
     /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it,
-    /// and so are the windows of bookmarks. Nothing loads a window any more.
+    /// and so are the windows of bookmarks and the message boxes. Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form :
-             std::array<Form*, 16>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow, &quaySettings,
-                                   &initMount, &askUnpark, &askPark, &askSwapEWNS, &askCustomParkOK, &askAndWarnParked,
-                                   &askUserCloseDriver, &park1Warning, &askGotoRaDec, &askGtoAltAz}) {
+        for (Form* form : std::array<Form*, 18>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
+                                                &quaySettings, &initMount, &askUnpark, &askPark, &askSwapEWNS,
+                                                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning,
+                                                &askGotoRaDec, &askGtoAltAz, &message, &askMessage}) {
             form->Unload();
         }
         for (Form* form : All()) {

@@ -74,6 +74,7 @@ Driver::Driver(Platform platform)
       startup(StartupNeeds{essentials, platform_, messageBoxes, links, link, [this] { channel.ShowMountInfo(""); }}) {
     log.SetFacts(FactsOfLog(
         {.persist = persist, .mount = mount, .log = log, .platform = platform_, .messageBoxes = messageBoxes}));
+    messageBoxes.ShowIn(messageWindows);
     counters.SetView(&panel);
     alarmFilter.SetActions(this);
     mount.SetSendCommand(

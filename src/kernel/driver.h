@@ -42,6 +42,7 @@
 #include "ui/hand_box/hand_box_panel.h"
 #include "ui/init_mount.h"
 #include "ui/log_panel.h"
+#include "ui/message_windows.h"
 #include "ui/park1_warning.h"
 #include "ui/quay_settings.h"
 #include "ui/question_windows.h"
@@ -140,6 +141,7 @@ public:
     HandBoxPanel panel;
     TrackingOperations tracking;
     Modal modal;
+    MessageWindows messageWindows{windows.message, windows.askMessage, modal};
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;
     InitMount initMountWindow;

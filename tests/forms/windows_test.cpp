@@ -85,10 +85,10 @@ protected:
 const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSetupFocuser", "frmRcalSyncWarning",
                                         "frmLogWindow"};
 
-const std::vector<std::string> kQuestions{"frmQuaySettings",     "frmInitMount",          "frmAskUnpark",
-                                          "frmAskPark",          "frmAskSwapEWNS",        "frmAskCustomParkOK",
-                                          "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning",
-                                          "frmAskGotoRaDec",     "frmAskGtoAltAz"};
+const std::vector<std::string> kQuestions{
+    "frmQuaySettings",    "frmInitMount",        "frmAskUnpark",          "frmAskPark",      "frmAskSwapEWNS",
+    "frmAskCustomParkOK", "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning", "frmAskGotoRaDec",
+    "frmAskGtoAltAz",     "frmMessage",          "frmAskMessage"};
 
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();
