@@ -58,6 +58,14 @@ public:
     using Control::Text;
 };
 
+/// How a view passes on that a person uses a button.
+enum class Pressing {
+    Once,       ///< a click
+    Stops,      ///< a click that stops something: a call of the kind Stop
+    Held,       ///< pressed and released by `HeldButtons`
+    HeldStops,  ///< the same, and the press too is a call of the kind Stop
+};
+
 class Button : public VisibleControl {
 public:
     static constexpr ControlKind kKind = ControlKind::Button;
@@ -65,10 +73,18 @@ public:
         : VisibleControl(form, name, kKind) {
         First(text, shown);
     }
+    Button(Form& form, std::string_view name, std::string_view text, kestrane::Pressing pressing)
+        : Button(form, name, text) {
+        pressing_ = pressing;
+    }
     using Control::Text;
+    kestrane::Pressing Pressing() const { return pressing_; }
     /// The place of a button of a pad, which the driver arranges: 0 north-west to 8 south-east, line by line.
     std::int32_t Cell() const { return Value(); }
     void Cell(std::int32_t cell) { Write(&ControlValues::value, cell, Property::Value); }
+
+private:
+    kestrane::Pressing pressing_ = kestrane::Pressing::Once;
 };
 
 /// Text that a person edits. A new text, whoever wrote it, fires Change.
@@ -212,11 +228,11 @@ private:
     std::size_t length_ = 0;
 };
 
-/// A repeating timer of a window. It runs while it is enabled and its window is loaded; with 0 milliseconds it never
-/// fires.
 /// Whether the ticks of a timer wait for their turn, or come at their time (`MessagePump::CreatePromptTimer`).
 enum class Ticks { InTurn, Promptly };
 
+/// A repeating timer of a window. It runs while it is enabled and its window is loaded; with 0 milliseconds it never
+/// fires.
 class Timer : public Control {
 public:
     static constexpr ControlKind kKind = ControlKind::Timer;

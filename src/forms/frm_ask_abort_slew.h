@@ -12,7 +12,7 @@ public:
     bool UserPressedOK = false;
 
     Label Label1{*this, "Label1", "ABORT SLEW?"};
-    Button btnOK{*this, "btnOK", "OK"};
+    Button btnOK{*this, "btnOK", "OK", Pressing::Stops};
     Button btnCancel{*this, "btnCancel", "Cancel"};
 };
 

@@ -90,15 +90,15 @@ public:
     // --- motion: the nine-button pad, by index north-west to south-east with the stop in the middle
     Frame frameMoveScope{*this, "frameMoveScope", "Move Telescope"};
     std::array<Button, 9> btnMove{{
-        {*this, "btnMove(0)", "NW"},
-        {*this, "btnMove(1)", "N"},
-        {*this, "btnMove(2)", "NE"},
-        {*this, "btnMove(3)", "W"},
-        {*this, "btnMove(4)", "Stop"},
-        {*this, "btnMove(5)", "E"},
-        {*this, "btnMove(6)", "SW"},
-        {*this, "btnMove(7)", "S"},
-        {*this, "btnMove(8)", "SE"},
+        {*this, "btnMove(0)", "NW", Pressing::Held},
+        {*this, "btnMove(1)", "N", Pressing::Held},
+        {*this, "btnMove(2)", "NE", Pressing::Held},
+        {*this, "btnMove(3)", "W", Pressing::Held},
+        {*this, "btnMove(4)", "Stop", Pressing::HeldStops},
+        {*this, "btnMove(5)", "E", Pressing::Held},
+        {*this, "btnMove(6)", "SW", Pressing::Held},
+        {*this, "btnMove(7)", "S", Pressing::Held},
+        {*this, "btnMove(8)", "SE", Pressing::Held},
     }};
     ComboBox cbxMoveRate{*this, "cbxMoveRate"};
     CheckBox chkSwapEW{*this, "chkSwapEW", "Swap E/W"};
@@ -180,8 +180,8 @@ public:
 
     // --- focuser
     Frame frameFocuser{*this, "frameFocuser", "Focuser"};
-    Button btnFocusIn{*this, "btnFocusIn", "In"};
-    Button btnFocusOut{*this, "btnFocusOut", "Out"};
+    Button btnFocusIn{*this, "btnFocusIn", "In", Pressing::Held};
+    Button btnFocusOut{*this, "btnFocusOut", "Out", Pressing::Held};
     OptionButton radFocusFast{*this, "radFocusFast", "Fast", "focusSpeed"};
     OptionButton radFocusSlow{*this, "radFocusSlow", "Slow", "focusSpeed"};
     TextBox txtBacklashMSecs{*this, "txtBacklashMSecs"};              ///< milliseconds

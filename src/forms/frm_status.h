@@ -54,7 +54,7 @@ public:
     Label lblPECState{*this, "lblPECState"};
     Label lblPEMState{*this, "lblPEMState"};
     Label lblCommErrors{*this, "lblCommErrors", "0"};  ///< the sum of all error counters
-    Button cmdStopAll{*this, "cmdStopAll", "Stop All"};
+    Button cmdStopAll{*this, "cmdStopAll", "Stop All", Pressing::Stops};
     CheckBox chkKeepOn{*this, "chkKeepOn", "Keep On"};
 
     Timer tmrDisappear{*this, "tmrDisappear", pump_, 3000, false};  ///< hides the window; started when it is shown

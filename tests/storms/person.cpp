@@ -22,14 +22,12 @@ const char* SomeText(const Control& control, std::uint32_t choice) {
     return control.Name() == "txtCustomSlewRate" ? "900" : kTexts[choice % kTexts.size()];
 }
 
-bool IsHeldButton(const Driver& driver, const Control& control) {
-    const frmHandBox& handBox = driver.handBox;
-    return &control == &handBox.btnFocusIn || &control == &handBox.btnFocusOut || control.Name().starts_with("btnMove");
+Pressing PressingOf(const Control& control) {
+    return control.Kind() == ControlKind::Button ? static_cast<const Button&>(control).Pressing() : Pressing::Once;
 }
 
-/// The presses that views post as stops.
-bool IsStop(const Driver& driver, const Control& control) {
-    return &control == &driver.statusWindow.cmdStopAll || &control == &driver.windows.askAbortSlew.btnOK;
+CallKind KindOf(Pressing pressing) {
+    return pressing == Pressing::Stops || pressing == Pressing::HeldStops ? CallKind::Stop : CallKind::Press;
 }
 
 /// It ends the process.
@@ -144,12 +142,12 @@ void Person::Press(Control& control) {
     if (EndsAll(driver_, control)) {
         return;
     }
-    if (IsHeldButton(driver_, control)) {
+    const Pressing pressing = PressingOf(control);
+    if (pressing == Pressing::Held || pressing == Pressing::HeldStops) {
         Hold(button);
         return;
     }
-    post_(IsStop(driver_, control) ? CallKind::Stop : CallKind::Press, control.Parent().Name() + " " + control.Name(),
-          [&button] { button.FireClick(); });
+    post_(KindOf(pressing), control.Parent().Name() + " " + control.Name(), [&button] { button.FireClick(); });
 }
 
 /// Of eight holds one ends by the view's silence.
@@ -160,7 +158,7 @@ void Person::Hold(VisibleControl& button) {
     letGoAt_ = now + Below(4'000);
     silentFrom_ = Below(8) == 0 ? now + Below(1'000) : kNever;
     const int hold = ++hold_;
-    post_(CallKind::Press, "hold " + button.Name(), [this, hold, &button] {
+    post_(KindOf(PressingOf(button)), "hold " + button.Name(), [this, hold, &button] {
         if (held_ && hold == hold_) {
             driver_.heldButtons.Press(button, view_);
         }
