@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "alpaca/client_object.h"
-#include "alpaca/json_text.h"
 #include "alpaca/routes.h"
 #include "kernel/base/errors.h"
+#include "kernel/base/json_text.h"
 
 /// Handlers made from members of a device class. `Served` is the server's holder of the class, `Member` one of its
 /// members.

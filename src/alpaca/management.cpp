@@ -3,7 +3,7 @@
 #include <array>
 #include <cassert>
 
-#include "alpaca/json_text.h"
+#include "kernel/base/json_text.h"
 
 namespace kestrane::alpaca {
 namespace {

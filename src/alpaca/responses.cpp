@@ -1,6 +1,6 @@
 #include "alpaca/responses.h"
 
-#include "alpaca/json_text.h"
+#include "kernel/base/json_text.h"
 
 namespace kestrane::alpaca {
 namespace {

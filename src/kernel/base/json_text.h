@@ -6,13 +6,14 @@
 
 #include "platform/clock.h"
 
-namespace kestrane::alpaca {
+namespace kestrane {
 
 /// JSON texts. Doubles have the shortest form that reads back as the same number; a value that is no number raises
 /// `std::domain_error`. Texts that are not UTF-8 are read as Latin-1.
 std::string JsonOf(bool value);
 std::string JsonOf(int value);
 std::string JsonOf(std::uint32_t value);
+std::string JsonOf(std::uint64_t value);
 std::string JsonOf(double value);
 std::string JsonOf(std::string_view value);
 std::string JsonOf(const std::string& value);
@@ -35,4 +36,4 @@ std::string JsonList(const Items& items) {
     return JsonList(items, [](const auto& item) { return JsonOf(item); });
 }
 
-}  // namespace kestrane::alpaca
+}  // namespace kestrane

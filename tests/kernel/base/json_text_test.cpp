@@ -1,11 +1,11 @@
-#include "alpaca/json_text.h"
+#include "kernel/base/json_text.h"
 
 #include <array>
 #include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
 
-namespace kestrane::alpaca {
+namespace kestrane {
 namespace {
 
 TEST(JsonOf, WritesNumbersInTheShortestFormThatReadsBack) {
@@ -52,4 +52,4 @@ TEST(JsonOf, WritesListsAndDates) {
 }
 
 }  // namespace
-}  // namespace kestrane::alpaca
+}  // namespace kestrane

@@ -1,4 +1,4 @@
-#include "alpaca/json_text.h"
+#include "kernel/base/json_text.h"
 
 #include <array>
 #include <charconv>
@@ -8,7 +8,7 @@
 
 #include "kernel/base/utf8.h"
 
-namespace kestrane::alpaca {
+namespace kestrane {
 namespace {
 
 unsigned Byte(char c) {
@@ -47,6 +47,10 @@ std::string JsonOf(std::uint32_t value) {
     return std::to_string(value);
 }
 
+std::string JsonOf(std::uint64_t value) {
+    return std::to_string(value);
+}
+
 std::string JsonOf(double value) {
     if (!std::isfinite(value)) {
         throw std::domain_error("the value is not a number");
@@ -80,4 +84,4 @@ std::string JsonOf(const DateTime& utc) {
     return text.data();
 }
 
-}  // namespace kestrane::alpaca
+}  // namespace kestrane
