@@ -99,6 +99,7 @@ void RichTextBox::Append(std::string_view text, std::int32_t colour) {
         return;
     }
     pieces_.push_back({std::string(text), colour});
+    ++lastNumber_;
     length_ += text.size();
     AnnounceChange(Property::Appended);
 }

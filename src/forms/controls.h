@@ -222,10 +222,13 @@ public:
     std::size_t TextLength() const { return length_; }
     std::string Text() const;
     const std::vector<Piece>& Pieces() const { return pieces_; }
+    /// Number of the last piece, counted from 1 since the window was made; 0 for none.
+    std::uint64_t LastNumber() const { return lastNumber_; }
 
 private:
     std::vector<Piece> pieces_;
     std::size_t length_ = 0;
+    std::uint64_t lastNumber_ = 0;
 };
 
 /// Whether the ticks of a timer wait for their turn, or come at their time (`MessagePump::CreatePromptTimer`).

@@ -8,11 +8,11 @@ namespace kestrane {
 namespace {
 
 /// In the order of `Property`.
-constexpr std::array<std::string_view, 16> kPropertyNames{
-    "Text",      "Checked", "Enabled", "Visible", "BackColour", "ForeColour", "ToolTip", "ListItems",
-    "ListIndex", "Minimum", "Maximum", "Value",   "Appended",   "Loaded",     "Front",   "Stacked",
+constexpr std::array<std::string_view, 17> kPropertyNames{
+    "Text",    "Checked", "Enabled", "Visible",  "BackColour", "ForeColour", "ToolTip", "ListItems", "ListIndex",
+    "Minimum", "Maximum", "Value",   "Appended", "Loaded",     "Front",      "Stacked", "Modal",
 };
-static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Stacked) + 1);
+static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Modal) + 1);
 
 }  // namespace
 
@@ -67,6 +67,13 @@ void Form::Caption(std::string_view caption) {
     if (caption_ != caption) {
         caption_ = caption;
         Announce("", Property::Text);
+    }
+}
+
+void Form::IsModal(bool modal) {
+    if (modal_ != modal) {
+        modal_ = modal;
+        Announce("", Property::Modal);
     }
 }
 

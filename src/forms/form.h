@@ -29,8 +29,8 @@ enum class ControlKind {
     Timer,
 };
 
-/// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible`, `Loaded`,
-/// `Front` and `Stacked`.
+/// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible`, `Loaded`, `Front`,
+/// `Stacked` and `Modal`.
 enum class Property {
     Text,
     Checked,
@@ -48,6 +48,7 @@ enum class Property {
     Loaded,
     Front,    ///< the window is to come in front of all others, if it is shown
     Stacked,  ///< the window is to be put in its place among others again: above all, or not
+    Modal,    ///< somebody begins or ends to wait for the window
 };
 
 /// The name of a property as outside programs use it: "Text", "BackColour".
@@ -132,6 +133,10 @@ public:
         Announce("", Property::Stacked);
     }
 
+    /// Whether somebody waits for the window (`Modal`).
+    bool IsModal() const { return modal_; }
+    void IsModal(bool modal);
+
     const std::string& Caption() const { return caption_; }
     void Caption(std::string_view caption);
 
@@ -165,6 +170,7 @@ private:
     bool loadsNoMore_ = false;
     bool visible_ = false;
     bool alwaysOnTop_ = false;
+    bool modal_ = false;
     int fillings_ = 0;
     std::function<void()> onLoad_, onUnload_, onHide_;
     std::vector<Control*> controls_;

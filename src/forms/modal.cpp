@@ -14,11 +14,13 @@ void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
         AnswerUnasked(form, "The mount moves ahead of a park, and nothing may wait meanwhile", answer);
         return;
     }
+    form.IsModal(true);
     form.Show();
     while (form.Visible() && form.HasView()) {
         waits_.PumpForPerson();
         waits_.PauseForStops(kRoundMs);
     }
+    form.IsModal(false);
     if (form.Visible()) {
         AnswerUnasked(form, "No window can be shown", answer);
         form.Hide();

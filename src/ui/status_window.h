@@ -30,9 +30,10 @@ public:
     void StartTimer();
     /// Hides the window and stops its timer, unless `chkKeepOn` is ticked.
     void HideForm();
+    /// Stops all that moves, as a call of the kind Stop that is posted; what a press of `cmdStopAll` does.
+    void AskToStop();
 
 private:
-    void AskToStop();
     void StopAll();
 
     StatusWindowNeeds needs_;
