@@ -379,7 +379,9 @@ std::string PanelHour::Disagreement() {
     if (client.Slewing()) {
         return "Slewing is True";
     }
-    if (client.Tracking() != (picture.tracking != '9')) {
+    // One that has no position yet stands, and does not say so without a status text.
+    const bool saysWhetherItTracks = picture.initialised || driver_->state.g_bGosActive;
+    if (saysWhetherItTracks && client.Tracking() != (picture.tracking != '9')) {
         return "Tracking is " + std::string(TrueFalse(client.Tracking()));
     }
     // Without a status text a park can be left unseen.
