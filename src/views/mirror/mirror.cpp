@@ -1,0 +1,61 @@
+#include "views/mirror/mirror.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "views/mirror/mirror_view.h"
+
+namespace kestrane::mirror {
+
+Mirror::Mirror(MirrorNeeds needs) : needs_(std::move(needs)) {}
+
+Mirror::~Mirror() {
+    for (const std::shared_ptr<MirrorView>& view : views_) {
+        view->End();
+    }
+}
+
+Mirror::ViewId Mirror::Open(std::shared_ptr<Transport> transport, May may) {
+    const ViewId id = ++lastId_;
+    if (transport->IsOpen()) {  // its end may be known before its beginning
+        views_.push_back(std::make_shared<MirrorView>(needs_, id, std::move(transport), may));
+        views_.back()->Begin();
+    }
+    return id;
+}
+
+void Mirror::Received(ViewId id, std::string_view message) {
+    const auto found = std::ranges::find(views_, id, &MirrorView::Id);
+    if (found != views_.end()) {
+        const std::shared_ptr<MirrorView> view = *found;  // it may be the one that closes
+        view->Received(message);
+    }
+}
+
+void Mirror::Closed(ViewId id) {
+    const auto found = std::ranges::find(views_, id, &MirrorView::Id);
+    if (found != views_.end()) {
+        const std::shared_ptr<MirrorView> view = *found;
+        views_.erase(found);
+        view->End();
+    }
+}
+
+void Mirror::Tick() {
+    const std::vector<std::shared_ptr<MirrorView>> views = views_;
+    for (const std::shared_ptr<MirrorView>& view : views) {
+        view->Tick();
+        if (!view->IsOpen()) {
+            needs_.pump.Post(CallKind::Stop, [view] { view->End(); });
+            std::erase(views_, view);
+        }
+    }
+}
+
+void Mirror::SayEnd(EndReason reason) {
+    for (const std::shared_ptr<MirrorView>& view : views_) {
+        view->SayEnd(reason);
+    }
+}
+
+}  // namespace kestrane::mirror
