@@ -20,6 +20,7 @@
 #include "forms/frm_quay_settings.h"
 #include "forms/frm_rcal_sync_warning.h"
 #include "forms/frm_setup_focuser.h"
+#include "forms/frm_sky.h"
 #include "forms/frm_status.h"
 
 namespace kestrane {
@@ -36,7 +37,8 @@ public:
           rcalSyncWarning(pump),
           askPark(pump),
           askCustomParkOK(pump),
-          askGotoRaDec(pump) {}
+          askGotoRaDec(pump),
+          sky(pump) {}
 
     frmHandBox handBox;
     frmStatus statusWindow;
@@ -58,13 +60,16 @@ public:
     frmAskGtoAltAz askGtoAltAz;
     frmMessage message;
     frmAskMessage askMessage;
+    frmSky sky;  ///< never visible
 
     /// In the order in which they were made.
-    std::array<Form*, 20> All() {
-        return {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
-                &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
-                &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver,
-                &park1Warning, &askGotoRaDec, &askGtoAltAz,     &message,          &askMessage};
+    auto All() {
+        return std::to_array<Form*>(
+            {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
+             &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
+             &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver,
+             &park1Warning, &askGotoRaDec, &askGtoAltAz,     &message,          &askMessage,
+             &sky});
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
@@ -73,10 +78,10 @@ public:
     /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it,
     /// and so are the windows of bookmarks and the message boxes. Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::array<Form*, 18>{&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
+        for (Form* form : std::to_array<Form*>({&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
                                                 &quaySettings, &initMount, &askUnpark, &askPark, &askSwapEWNS,
                                                 &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning,
-                                                &askGotoRaDec, &askGtoAltAz, &message, &askMessage}) {
+                                                &askGotoRaDec, &askGtoAltAz, &message, &askMessage, &sky})) {
             form->Unload();
         }
         for (Form* form : All()) {

@@ -49,6 +49,7 @@
 #include "ui/rcal_sync_warning.h"
 #include "ui/setup/setup_dialog.h"
 #include "ui/shell_icon.h"
+#include "ui/sky.h"
 #include "ui/status_window.h"
 #include "ui/tray.h"
 
@@ -141,6 +142,7 @@ public:
     HandBoxPanel panel;
     TrackingOperations tracking;
     Modal modal;
+    Sky sky{SkyNeeds{state, windows.sky, LinkConnected()}};
     MessageWindows messageWindows{windows.message, windows.askMessage, modal};
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;

@@ -166,7 +166,7 @@ void MirrorView::Changed(Form& form, std::string_view control, Property property
 }
 
 bool MirrorView::IsShown(const Form& form) const {
-    return form.Visible() || &form == &needs_.windows.handBox;
+    return form.Visible() || &form == &needs_.windows.handBox || &form == &needs_.windows.sky;
 }
 
 void MirrorView::Tick() {
