@@ -8,13 +8,15 @@ constexpr std::int32_t kLookEachMs = 100;
 }  // namespace
 
 HeldButtons::HeldButtons(Clock& clock, MessagePump& pump)
-    : clock_(clock), timer_(pump.CreatePromptTimer([this] { OnTick(); })) {
+    : clock_(clock), pump_(pump), timer_(pump.CreatePromptTimer([this] { OnTick(); })) {
     timer_->SetInterval(kLookEachMs);
 }
 
 void HeldButtons::Press(VisibleControl& button, const FormView& view) {
     ReleaseAll();
-    if (button.Enabled()) {
+    if (pump_.OvertakenByStop()) {
+        button.FireMouseUp();
+    } else if (button.Enabled()) {
         hold_.emplace(Hold{button, view, clock_.GetTickCount()});
         timer_->SetEnabled(true);
         button.FireMouseDown();

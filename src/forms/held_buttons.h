@@ -21,7 +21,8 @@ public:
     HeldButtons(Clock& clock, MessagePump& pump);
 
     /// The person at `view` holds `button` down from now on. Whatever was held before, by any view, is released first.
-    /// A button that is not enabled is not held.
+    /// A button that is not enabled is not held. To be posted as a press, that of the pad's middle as a stop. A press
+    /// that a stop has overtaken, which may be its own release, is none: its button only hears that it is let go of.
     void Press(VisibleControl& button, const FormView& view);
     /// The view shows that it is there and that its person holds the button still.
     void StillHolds(const FormView& view);
@@ -41,6 +42,7 @@ private:
     void OnTick();
 
     Clock& clock_;
+    MessagePump& pump_;
     std::optional<Hold> hold_;
     std::unique_ptr<PumpTimer> timer_;
 };

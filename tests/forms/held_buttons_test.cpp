@@ -83,6 +83,15 @@ TEST_F(HeldButtonsTest, AButtonDisabledWhileItIsHeld_IsReleasedAllTheSame) {
     EXPECT_EQ(Events(), (Names{"a down", "a up"}));
 }
 
+/// A release is a stop, and goes ahead of a press that waits for its turn.
+TEST_F(HeldButtonsTest, APressWhoseReleaseWentAhead_IsNeverPerformed) {
+    machine_.pump.Post(CallKind::Press, [this] { held_.Press(a_, one_); });
+    machine_.pump.Post(CallKind::Stop, [this] { held_.Release(one_); });
+    machine_.pump.Post(CallKind::Press, [this] { held_.Press(b_, one_); });
+    machine_.AdvanceTime(100);
+    EXPECT_EQ(Events(), (Names{"a up", "b down"})) << "the next one is held";
+}
+
 TEST_F(HeldButtonsTest, ReleaseAll_ReleasesWhoeverHolds) {
     held_.Press(a_, one_);
     held_.ReleaseAll();

@@ -157,12 +157,8 @@ void Person::Hold(VisibleControl& button) {
     held_ = &button;
     letGoAt_ = now + Below(4'000);
     silentFrom_ = Below(8) == 0 ? now + Below(1'000) : kNever;
-    const int hold = ++hold_;
-    post_(KindOf(PressingOf(button)), "hold " + button.Name(), [this, hold, &button] {
-        if (held_ && hold == hold_) {
-            driver_.heldButtons.Press(button, view_);
-        }
-    });
+    post_(KindOf(PressingOf(button)), "hold " + button.Name(),
+          [this, &button] { driver_.heldButtons.Press(button, view_); });
 }
 
 void Person::Tick() {

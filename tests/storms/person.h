@@ -56,7 +56,6 @@ private:
     VisibleControl* held_ = nullptr;
     std::int64_t letGoAt_ = 0;
     std::int64_t silentFrom_ = 0;
-    int hold_ = 0;  ///< counts the holds: a press that comes to its turn after its end is none
 };
 
 /// Whether the window is a dialog that is open.

@@ -171,6 +171,23 @@ TEST_F(HandBoxPad, APressThatWaitsWhenItIsReleased_IsNeverPerformed) {
     EXPECT_EQ(SentBy([&] { machine.AdvanceTime(1000); }), Wire{});
 }
 
+/// A call of a client may hold a press up; the release goes ahead of it.
+TEST_F(HandBoxPad, APressWhoseReleaseWentAhead_MovesNothing_AndTheMiddleButtonStopsAllTheSame) {
+    Ready();
+    SilentView view;
+    const auto pressed = [&](std::size_t button) {
+        return SentBy([&] {
+            machine.pump.Post(CallKind::Press, [&, button] { driver->heldButtons.Press(Pad(button), view); });
+            machine.pump.Post(CallKind::Stop, [&] { driver->heldButtons.Release(view); });
+            machine.AdvanceTime(2000);
+        });
+    };
+    EXPECT_EQ(pressed(1), Wire{});
+    const Wire stops = pressed(4);
+    ASSERT_GE(stops.size(), 3U);
+    EXPECT_EQ(Wire(stops.begin(), stops.begin() + 3), (Wire{"Q", "Q", "RG1"}));
+}
+
 TEST_F(HandBoxPad, TheReleaseInAStepOfThePoll_StopsAtOnce) {
     Ready();
     Pad(1).FireMouseDown();
