@@ -62,6 +62,7 @@ inline constexpr EndingProcedure     ClientText       {"client's text",       Do
 inline constexpr CompletingProcedure Question         {"question",            Doors::BetweenTries};
 inline constexpr CompletingProcedure OneSetting       {"one setting",         Doors::BetweenTries};
 inline constexpr CompletingProcedure DriverVerb       {"verb of the driver",  Doors::Closed};      // has its own door
+inline constexpr CompletingProcedure Reticle          {"reticle",             Doors::BeforeEach};  // a step each
 inline constexpr CompletingProcedure Recovery         {"recovery",            Doors::Closed};      // of a slipped reply
 inline constexpr CompletingProcedure FirstPicture     {"first picture",       Doors::BeforeEach};
 inline constexpr CompletingProcedure Connect          {"connect",             Doors::BeforeEach};

@@ -1,3 +1,4 @@
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -84,6 +85,23 @@ TEST_F(HandBoxMountButtons, TheReticle_IsTakenToItsSettingFromWhereverItIs) {
     expected.insert(expected.end(), {"B+", "B+"});
     EXPECT_EQ(SentByClick(HandBox().btnReticleBrightness), expected);
     EXPECT_EQ(HandBox().lblBrightness.Text(), "2");
+}
+
+/// Each step is an exchange, and some mounts are slow.
+TEST_F(HandBoxMountButtons, TheReticle_LetsAStopInBetweenItsSteps) {
+    Seed({{"hscrReticleBrightness", "2"}});
+    Ready();
+    driver->panel.UpdateControls();
+    bool stopped = false;
+    for (const auto& change : std::vector<std::function<void()>>{
+             [&] { HandBox().btnReticleBrightness.FireClick(); },
+             [&] { HandBox().hscrReticleBrightness.Value(5); },
+         }) {
+        stopped = false;
+        machine.pump.Post(CallKind::Stop, [&] { stopped = true; });
+        change();
+        EXPECT_TRUE(stopped);
+    }
 }
 
 TEST_F(HandBoxMountButtons, TheFillOfTheWindow_SendsNothingToTheReticle) {

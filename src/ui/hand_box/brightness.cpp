@@ -7,6 +7,22 @@
 #include "settings/setting_keys.h"
 
 namespace kestrane {
+namespace {
+
+class ReticleSteps : TelescopeSteps {
+public:
+    using TelescopeSteps::TelescopeSteps;
+
+    void Send(const BlindCommand& step, std::int32_t times) {
+        Sequence mount = Talk(procedure::Reticle);
+        ResumeNext errors{driver_.ledger, "hscrReticleBrightness"};
+        for (std::int32_t sent = 0; sent < times; ++sent) {
+            errors.Step([&] { mount.CommandBlindInternal(step); });
+        }
+    }
+};
+
+}  // namespace
 
 BrightnessFrame::BrightnessFrame(const HandBoxNeeds& needs, KeptControls& kept, ButtonActions& actions)
     : needs_(needs) {
@@ -40,13 +56,8 @@ void BrightnessFrame::ResetReticleBrightness() {
 
 void BrightnessFrame::Send(const BlindCommand& step, std::int32_t times) {
     Telescope* const telescope = needs_.telescope();
-    if (!telescope || !needs_.linkConnected()) {
-        return;
-    }
-    const std::string text = step.With("").OnTheWire();
-    ResumeNext errors{needs_.driver.ledger, "hscrReticleBrightness"};
-    for (std::int32_t sent = 0; sent < times; ++sent) {
-        errors.Step([&] { telescope->CommandBlindInternal(text, true); });
+    if (telescope && needs_.linkConnected()) {
+        ReticleSteps(*telescope).Send(step, times);
     }
 }
 
