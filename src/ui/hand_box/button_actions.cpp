@@ -81,8 +81,9 @@ void ButtonActions::Withdraw(ButtonAction action) {
 }
 
 void ButtonActions::WithdrawMoves() {
-    for (const ButtonAction moves : {ButtonAction::Park, ButtonAction::SlewRaDec, ButtonAction::SlewAltAz,
-                                     ButtonAction::PressMove, ButtonAction::Repeat}) {
+    for (const ButtonAction moves :
+         {ButtonAction::Park, ButtonAction::SlewRaDec, ButtonAction::SlewAltAz, ButtonAction::GotoRaDec,
+          ButtonAction::GotoAltAz, ButtonAction::PressMove, ButtonAction::Repeat}) {
         if (delayed_ == moves) {
             delayed_ = ButtonAction::None;
             needs_.driver.log.LogMessage("frmHandBox", LogLevel::Info,

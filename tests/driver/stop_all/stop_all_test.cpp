@@ -135,11 +135,10 @@ TEST_F(StopAllTest, CallThatWasAskedForBefore_MovesNothingAfterwards) {
 }
 
 TEST_F(StopAllTest, ButtonThatWaitsForThePoll_MovesNothingAfterwards) {
-    const std::pair<ButtonAction, bool> rows[] = {{ButtonAction::SlewRaDec, false},
-                                                  {ButtonAction::SlewAltAz, false},
-                                                  {ButtonAction::PressMove, false},
-                                                  {ButtonAction::Repeat, false},
-                                                  {ButtonAction::ReleaseMove, true}};
+    const std::pair<ButtonAction, bool> rows[] = {{ButtonAction::SlewRaDec, false}, {ButtonAction::SlewAltAz, false},
+                                                  {ButtonAction::GotoRaDec, false}, {ButtonAction::GotoAltAz, false},
+                                                  {ButtonAction::Park, false},      {ButtonAction::PressMove, false},
+                                                  {ButtonAction::Repeat, false},    {ButtonAction::ReleaseMove, true}};
     for (const auto& [action, runs] : rows) {
         SCOPED_TRACE(static_cast<int>(action));
         bool ran = false;
