@@ -34,7 +34,7 @@ public:
     std::int32_t left = 0;
     std::int32_t top = 0;
     bool restorePosition = false;  ///< the view places the window at `left` and `top` when it first shows it
-    bool savePosition = false;     ///< set by the view after a move: `left` and `top` must be saved
+    bool savePosition = false;     ///< set by the view after a move, with `tmrSavePos`, which then saves the place
 
     // --- header
     Label lblMain{*this, "lblMain", "Kestrane V2"};
