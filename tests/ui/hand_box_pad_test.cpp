@@ -53,6 +53,13 @@ protected:
         rate_ = driver->panel.Moves().rate[5];
         rate_ = rate_.substr(1, rate_.size() - 2);
     }
+    /// What a press of the button has to send.
+    Wire MoveAtRate(std::size_t button) {
+        const Wire presses[] = {{rate_, "Mn", "Mw"}, {rate_, "Mn"},     {rate_, "Mn", "Me"},
+                                {rate_, "Mw"},       {rate_, "Q", "Q"}, {rate_, "Me"},
+                                {rate_, "Ms", "Mw"}, {rate_, "Ms"},     {rate_, "Ms", "Me"}};
+        return presses[button];
+    }
     Wire SentByPress(std::size_t button) {
         return SentBy([&] { Pad(button).FireMouseDown(); });
     }
@@ -68,12 +75,8 @@ protected:
 
 TEST_F(HandBoxPad, EachButton_SendsTheRateAndItsMoveAndStopsWhenReleased) {
     Ready();
-    const Wire moves[] = {{"Mn", "Mw"}, {"Mn"},       {"Mn", "Me"}, {"Mw"},      {"Q", "Q"},
-                          {"Me"},       {"Ms", "Mw"}, {"Ms"},       {"Ms", "Me"}};
     for (std::size_t button = 0; button < 9; ++button) {
-        Wire expected{rate_};
-        expected.insert(expected.end(), moves[button].begin(), moves[button].end());
-        EXPECT_EQ(SentByPress(button), expected) << button;
+        EXPECT_EQ(SentByPress(button), MoveAtRate(button)) << button;
         const Wire released = SentByRelease(button);
         if (button != 4) {
             EXPECT_EQ(released, (Wire{"Q", "Q", "RG1", "#", "Q"})) << button;
@@ -128,6 +131,15 @@ TEST_F(HandBoxPad, TheMiddleButton_AbortsASlewWhenItIsReleasedAndNotWhenItIsPres
     EXPECT_FALSE(driver->state.g_bSlewing);
     EXPECT_TRUE(HandBox().btnPark.Enabled());
     EXPECT_TRUE(HandBox().btnUNPARK.Enabled());
+}
+
+TEST_F(HandBoxPad, ADirectionInASlew_IsSentLikeAnyOther_AndAbortsNothingByItself) {
+    Ready();
+    telescope_->SlewToCoordinatesAsync(telescope_->SiderealTime() - 3.0, 20.0);
+    ASSERT_TRUE(driver->state.g_bSlewing);
+    EXPECT_EQ(SentByPress(1), MoveAtRate(1));
+    EXPECT_EQ(SentByRelease(1), (Wire{"Q", "Q", "RG1", "#", "Q"}));
+    EXPECT_FALSE(driver->state.g_bAbortSlew);
 }
 
 TEST_F(HandBoxPad, AParkedMount_IsNotMovedAndThePersonIsTold) {
@@ -245,8 +257,10 @@ TEST_F(HandBoxPad, SwapsAndTheTurn_MoveTheButtonsAndNotTheirCommands) {
         EXPECT_EQ(driver->persist.ReadFlag(setting::chkSwapEW), row.swapEW);
         EXPECT_EQ(driver->persist.ReadFlag(setting::chkSwapNS), row.swapNS);
         EXPECT_EQ(driver->persist.ReadFlag(setting::chkRotate90), row.rotate);
-        EXPECT_EQ(SentByPress(1), (Wire{rate_, "Mn"}));
-        Pad(1).FireMouseUp();
+        for (std::size_t button = 0; button < 9; ++button) {
+            EXPECT_EQ(SentByPress(button), MoveAtRate(button)) << row.swapEW << row.swapNS << row.rotate;
+            Pad(button).FireMouseUp();
+        }
     }
 }
 
