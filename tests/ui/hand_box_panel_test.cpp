@@ -254,6 +254,23 @@ TEST_F(SiteFromMount, Compare_SaysWhatDiffersFromTheCurrentSite) {
     }
 }
 
+/// A person who corrects the site sees the difference go.
+TEST_F(SiteFromMount, TheMarksOfADifference_FollowTheCurrentSite) {
+    auto telescope = ConnectedTelescope();
+    SetCurrentSite("N 01 00 00.0", "E 01 00 00.0");
+    driver->connections.ReadMountSite(Notice::LogOnly);
+    EXPECT_TRUE(Marked(HandBox().txtActualLatitude));
+    EXPECT_TRUE(Marked(HandBox().txtActualLongitude));
+    HandBox().btnCopyLatLongToSite.FireClick();
+    EXPECT_FALSE(Marked(HandBox().txtActualLatitude));
+    EXPECT_FALSE(Marked(HandBox().txtActualLongitude));
+    SetCurrentSite("N 02 00 00.0", "E 02 00 00.0");
+    driver->panel.UpdateControls();
+    EXPECT_TRUE(Marked(HandBox().txtActualLatitude));
+    EXPECT_TRUE(Marked(HandBox().txtActualLongitude));
+    EXPECT_TRUE(Boxes().empty());
+}
+
 TEST_F(SiteFromMount, OfTwoSitesOfOneName_TheSelectedOneIsCompared) {
     auto telescope = ConnectedTelescope();
     SetCurrentSite("N 40 00 00.0", "W 70 00 00.0");

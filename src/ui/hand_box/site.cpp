@@ -17,6 +17,9 @@ namespace {
 /// The mount keeps its site to the arc-second, the settings to a tenth.
 constexpr double kSiteToleranceDegrees = 1.01 / kArcSecondsPerDegree;
 
+constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
+constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
+
 constexpr int kSiteFailures = 3;  // in a row; from then on the site is asked for less often
 constexpr std::int32_t kSitePauseMs = 60'000;
 
@@ -47,6 +50,7 @@ void SiteFrame::FillSite() {
         handBox.txtLongitude.Text(site->Longitude);
         handBox.txtElevation.Text(PlainNumber(site->ElevationMeters));
     }
+    MarkDifferences();
 }
 
 const Site* SiteFrame::CurrentSite() {
@@ -72,32 +76,30 @@ void SiteFrame::ShowMountSite(double longitude, double latitude, Notice notice) 
     needs_.handBox.txtActualLongitude.Text(longitudeText);
     needs_.statusWindow.lblLatitude.Text(latitudeText);
     needs_.statusWindow.lblLongitude.Text(longitudeText);
-    CompareSite(longitude, latitude, notice);
-}
-
-void SiteFrame::CompareSite(double longitude, double latitude, Notice notice) {
-    constexpr std::string_view kLatitudeWords = "Latitude does not match site setting";
-    constexpr std::string_view kLongitudeWords = "Longitude does not match site setting";
-    const Site* const site = CurrentSite();
-    bool latitudeMatches = true;
-    bool longitudeMatches = true;
-    ResumeNext errors{driver_.ledger, "CompareSite"};
-    errors.Step([&] {
-        if (site) {
-            const double siteLatitude = SiteTextDegrees(site->Latitude, "S", driver_.log);
-            const double siteLongitude = SiteTextDegrees(site->Longitude, "W", driver_.log);
-            latitudeMatches = Near(latitude - siteLatitude);
-            longitudeMatches = Near(NormalizeDegrees180(longitude - siteLongitude));
-        }
-    });
-    ShowMatch(needs_.handBox.txtActualLatitude, latitudeMatches, kLatitudeWords);
-    ShowMatch(needs_.handBox.txtActualLongitude, longitudeMatches, kLongitudeWords);
-    if (!latitudeMatches) {
+    const Match match = MarkDifferences();
+    if (!match.latitude) {
         Tell(std::string(kLatitudeWords), notice);
     }
-    if (!longitudeMatches) {
+    if (!match.longitude) {
         Tell(std::string(kLongitudeWords), notice);
     }
+}
+
+SiteFrame::Match SiteFrame::MarkDifferences() {
+    const Site* const site = CurrentSite();
+    Match match;
+    ResumeNext errors{driver_.ledger, "CompareSite"};
+    errors.Step([&] {
+        if (site && reported_) {
+            const double siteLatitude = SiteTextDegrees(site->Latitude, "S", driver_.log);
+            const double siteLongitude = SiteTextDegrees(site->Longitude, "W", driver_.log);
+            match.latitude = Near(reported_->latitude - siteLatitude);
+            match.longitude = Near(NormalizeDegrees180(reported_->longitude - siteLongitude));
+        }
+    });
+    ShowMatch(needs_.handBox.txtActualLatitude, match.latitude, kLatitudeWords);
+    ShowMatch(needs_.handBox.txtActualLongitude, match.longitude, kLongitudeWords);
+    return match;
 }
 
 /// As a client does that writes the site.

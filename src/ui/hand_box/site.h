@@ -13,18 +13,25 @@ class SiteFrame {
 public:
     SiteFrame(const HandBoxNeeds& needs, ButtonActions& actions);
 
-    /// Shows the name and the position of the current site.
+    /// Shows the name and the position of the current site, and whether the mount has reported another.
     void FillSite();
     /// See `HandBoxDisplay`.
     void ShowMountSite(double longitude, double latitude, Notice notice);
     void ShowNoMountSite(Notice notice);
 
 private:
+    /// Whether the site of the mount is the current one; also where there is nothing to compare.
+    struct Match {
+        bool latitude = true;
+        bool longitude = true;
+    };
+
     /// Null when no site is selected or the selected one is gone.
     const Site* CurrentSite();
     void OnSiteTick();
     void CopyToSite();
-    void CompareSite(double longitude, double latitude, Notice notice);
+    /// Compares the two, and marks in the boxes of the mount's site what differs.
+    Match MarkDifferences();
     void Tell(const std::string& text, Notice notice);
 
     const HandBoxNeeds& needs_;
