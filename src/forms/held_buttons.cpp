@@ -12,7 +12,7 @@ HeldButtons::HeldButtons(Clock& clock, MessagePump& pump)
     timer_->SetInterval(kLookEachMs);
 }
 
-void HeldButtons::Press(VisibleControl& button, const FormView& view) {
+bool HeldButtons::Press(VisibleControl& button, const FormView& view) {
     ReleaseAll();
     if (pump_.OvertakenByStop()) {
         button.FireMouseUp();
@@ -21,6 +21,7 @@ void HeldButtons::Press(VisibleControl& button, const FormView& view) {
         timer_->SetEnabled(true);
         button.FireMouseDown();
     }
+    return hold_.has_value();
 }
 
 void HeldButtons::StillHolds(const FormView& view) {

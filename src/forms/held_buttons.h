@@ -23,7 +23,8 @@ public:
     /// The person at `view` holds `button` down from now on. Whatever was held before, by any view, is released first.
     /// A button that is not enabled is not held. To be posted as a press, that of the pad's middle as a stop. A press
     /// that a stop has overtaken, which may be its own release, is none: its button only hears that it is let go of.
-    void Press(VisibleControl& button, const FormView& view);
+    /// Returns whether the button is held now.
+    bool Press(VisibleControl& button, const FormView& view);
     /// The view shows that it is there and that its person holds the button still.
     void StillHolds(const FormView& view);
     /// The person at `view` has let go, or the view goes away: what it holds is released. It is a stop: to be posted as

@@ -447,7 +447,10 @@ void MirrorView::BeginHold(const Report& report) {
             hold_.reset();
             return std::string(kNotEnabled);
         }
-        needs_.heldButtons.Press(*hold_->button, *this);
+        if (!needs_.heldButtons.Press(*hold_->button, *this)) {
+            hold_.reset();
+            return std::string(kNotHeldAnyMore);
+        }
         return {};
     });
 }
