@@ -6,7 +6,7 @@
 /// What is sent back over HTTP. Pure functions.
 namespace kestrane::http {
 
-/// A complete answer: status (200, 400, 403, 413, 500 or 503), kind of content, content.
+/// A complete answer: status (200, 304, 400, 403, 404, 413, 500 or 503), kind of content, content.
 struct Answer {
     int status = 200;
     std::string_view contentType;  ///< of static storage
@@ -14,6 +14,7 @@ struct Answer {
     /// From this answer on the connection stays open, however long it is silent: a client depends on it. Only a
     /// full table may close it while it is idle. Others may be closed whenever they are idle.
     bool keepsConnection = false;
+    std::string headers{};  ///< further ones, each "Name: value" and a line end (CR LF)
 };
 
 /// A request that is refused, or that failed: one line of plain text; characters that are not printable ASCII become

@@ -8,8 +8,8 @@
 namespace kestrane::http {
 namespace {
 
-std::optional<Verb> VerbOf(const std::string& method) {
-    if (method == "GET") {
+std::optional<Verb> VerbOf(const std::string& method, const Branch* branch) {
+    if (method == "GET" || (method == "HEAD" && branch != nullptr && branch->takesHead)) {
         return Verb::Get;
     }
     return method == "PUT" ? std::optional(Verb::Put) : std::nullopt;
@@ -38,14 +38,12 @@ bool IsKeptOut(const OwnHosts& own, const ReceivedRequest& received) {
 
 void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, ReceivedRequest received,
               const AnswerFunction& answer) {
-    const std::optional<Verb> verb = VerbOf(received.method);
-    if (!verb) {
-        answer(RefusalAnswer(400, "Only GET and PUT are understood."));
-        return;
-    }
     const RequestTarget target = SplitTarget(received.target);
     const Branch* branch = BranchOf(branches, target.path);
-    if (IsKeptOut(own, received)) {
+    const std::optional<Verb> verb = VerbOf(received.method, branch);
+    if (!verb) {
+        answer(RefusalAnswer(400, "Only GET and PUT are understood."));
+    } else if (IsKeptOut(own, received)) {
         answer(RefusalAnswer(403, "The request names a host or an origin that is not this machine."));
     } else if (branch == nullptr) {
         answer(RefusalAnswer(400, "There is no such path."));
@@ -55,7 +53,8 @@ void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, Received
                         .query = std::string(target.query),
                         .body = std::move(received.body),
                         .remoteAddress = std::move(received.remoteAddress),
-                        .connection = received.connection},
+                        .connection = received.connection,
+                        .ifNoneMatch = std::move(received.ifNoneMatch)},
                        answer);
     }
 }

@@ -168,7 +168,8 @@ ReceivedRequest Connection::TakeRequest() {
             .fetchSite = HeaderText(message, "Sec-Fetch-Site"),
             .body = std::move(message.body()),
             .remoteAddress = remoteAddress_,
-            .connection = id_};
+            .connection = id_,
+            .ifNoneMatch = HeaderText(message, beast::field::if_none_match)};
 }
 
 void Connection::OnReadError(const error_code& error) {

@@ -21,6 +21,7 @@ struct Request {
     std::string body;
     std::string remoteAddress;  ///< IP address of the client
     ConnectionId connection = 0;
+    std::string ifNoneMatch{};  ///< header: the `ETag` of what the client has already; empty when there is none
 };
 
 /// Takes the answer of one request, once, on the I/O thread.

@@ -76,6 +76,14 @@ TEST_F(BranchesTest, SeeGetAndPutOnly) {
     }
 }
 
+TEST_F(BranchesTest, GetAHeadAsAGet_WhereTheyTakeIt) {
+    branches[0].takesHead = true;
+    EXPECT_EQ(Ask("HEAD", "/page/a"), "page");
+    EXPECT_EQ(seen.verb, Verb::Get);
+    EXPECT_EQ(Ask("HEAD", "/page", "evil.example").substr(0, 3), "403");
+    EXPECT_EQ(Ask("HEAD", "/api"), "400 Only GET and PUT are understood.\n");
+}
+
 TEST_F(BranchesTest, AreGuardedAgainstForeignHostsOriginsAndSites) {
     struct Row {
         std::string host;
