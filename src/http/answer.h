@@ -1,10 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 /// What is sent back over HTTP. Pure functions.
 namespace kestrane::http {
+
+struct WebSocketHandlers;
 
 /// A complete answer: status (200, 304, 400, 403, 404, 413, 500 or 503), kind of content, content.
 struct Answer {
@@ -15,6 +18,8 @@ struct Answer {
     /// full table may close it while it is idle. Others may be closed whenever they are idle.
     bool keepsConnection = false;
     std::string headers{};  ///< further ones, each "Name: value" and a line end (CR LF)
+    /// Set: no answer, but the connection becomes a `WebSocket`; see `WebSocketAnswer`.
+    std::shared_ptr<const WebSocketHandlers> webSocket{};
 };
 
 /// A request that is refused, or that failed: one line of plain text; characters that are not printable ASCII become

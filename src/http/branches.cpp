@@ -54,7 +54,8 @@ void Dispatch(const std::vector<Branch>& branches, const OwnHosts& own, Received
                         .body = std::move(received.body),
                         .remoteAddress = std::move(received.remoteAddress),
                         .connection = received.connection,
-                        .ifNoneMatch = std::move(received.ifNoneMatch)},
+                        .ifNoneMatch = std::move(received.ifNoneMatch),
+                        .wantsWebSocket = received.wantsWebSocket},
                        answer);
     }
 }

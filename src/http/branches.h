@@ -27,6 +27,7 @@ struct ReceivedRequest {
     std::string remoteAddress;
     ConnectionId connection = 0;
     std::string ifNoneMatch{};  ///< `If-None-Match` header, empty when there is none
+    bool wantsWebSocket = false;
 };
 
 /// Gives a request to the branch with the longest path that takes it. Refuses by itself a request that is neither GET

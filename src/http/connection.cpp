@@ -4,9 +4,12 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/read.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
 #include <cerrno>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+
+#include "http/web_socket_stream.h"
 
 namespace kestrane::http {
 namespace {
@@ -160,7 +163,9 @@ bool Connection::Refuse() {
 }
 
 ReceivedRequest Connection::TakeRequest() {
-    beast::request<beast::string_body> message = parser_->release();
+    HandshakeRequest message = parser_->release();
+    const bool wantsWebSocket = boost::beast::websocket::is_upgrade(message);
+    handshake_ = wantsWebSocket ? std::make_shared<const HandshakeRequest>(message) : nullptr;
     return {.method = std::string(message.method_string()),
             .target = std::string(message.target()),
             .host = HeaderText(message, beast::field::host),
@@ -169,7 +174,8 @@ ReceivedRequest Connection::TakeRequest() {
             .body = std::move(message.body()),
             .remoteAddress = remoteAddress_,
             .connection = id_,
-            .ifNoneMatch = HeaderText(message, beast::field::if_none_match)};
+            .ifNoneMatch = HeaderText(message, beast::field::if_none_match),
+            .wantsWebSocket = wantsWebSocket};
 }
 
 void Connection::OnReadError(const error_code& error) {
@@ -192,6 +198,10 @@ void Connection::Write(const Answer& answer, const AnswerForm& form) {
     if (phase_ == Phase::Closed) {
         return;
     }
+    if (answer.webSocket) {
+        Upgrade(*answer.webSocket);
+        return;
+    }
     Enter(Phase::Writing, needs_.limits.writeSteps);
     kept_ = kept_ || answer.keepsConnection;
     output_ = HttpText(answer, form);
@@ -205,6 +215,19 @@ void Connection::Write(const Answer& answer, const AnswerForm& form) {
                               self->Drain();
                           }
                       });
+}
+
+void Connection::Upgrade(const WebSocketHandlers& handlers) {
+    if (!handshake_ || buffer_.size() > 0) {  // a client sends nothing before it has the answer
+        Write(RefusalAnswer(400, "Here is a WebSocket."), {.keepAlive = false});
+    } else if (!needs_.admitsWebSocket()) {
+        Write(RefusalAnswer(503, "Too many pages are open."), {.keepAlive = false});
+    } else {
+        Enter(Phase::WebSocket, 0);
+        webSocket_ = std::make_shared<WebSocketStream>(std::move(socket_), needs_.limits, handlers,
+                                                       [self = shared_from_this()] { self->Close(); });
+        webSocket_->Accept(std::exchange(handshake_, nullptr));
+    }
 }
 
 /// A close while bytes of the client are unread would destroy the answer on its way: they are read and dropped first.
@@ -231,6 +254,10 @@ void Connection::DropInput() {
 }
 
 void Connection::Step() {
+    if (webSocket_) {
+        webSocket_->Step();
+        return;
+    }
     if (stepsLeft_ == 0 || --stepsLeft_ > 0) {
         return;
     }
@@ -248,7 +275,8 @@ bool Connection::IsQuiet() {
     error_code ignored;
     // The first request of a new connection may be on its way.
     const bool fresh = !carriedRequest_ && stepsLeft_ > needs_.limits.idleSteps - kFreshSteps;
-    return phase_ == Phase::Draining || (phase_ == Phase::Idle && !fresh && socket_.available(ignored) == 0);
+    return phase_ == Phase::Draining || phase_ == Phase::WebSocket ||
+           (phase_ == Phase::Idle && !fresh && socket_.available(ignored) == 0);
 }
 
 bool Connection::MayBeEvicted() {
@@ -269,6 +297,9 @@ void Connection::Close() {
         return;
     }
     Enter(Phase::Closed, 0);
+    if (webSocket_) {
+        webSocket_->Cut();
+    }
     error_code ignored;
     socket_.close(ignored);
     needs_.closed(id_);

@@ -17,6 +17,8 @@
 
 namespace kestrane::http {
 
+class WebSocketStream;
+
 /// What a connection needs from its server.
 struct ConnectionNeeds {
     const Limits& limits;
@@ -24,10 +26,13 @@ struct ConnectionNeeds {
     OwnHosts own;  ///< without address and port, which the connection finds itself
     /// Whether there is room for a request now.
     std::function<bool(ConnectionId, const std::string& method, const std::string& target)> admits;
+    /// Whether one more may become a `WebSocket`.
+    std::function<bool()> admitsWebSocket;
     std::function<void(ConnectionId)> closed;
 };
 
-/// One client connection: reads a request, gets the answer, writes it, and so on until one side closes. Requests that
+/// One client connection: reads a request, gets the answer, writes it, and so on until one side closes, or until an
+/// answer makes it a `WebSocket`. Requests that
 /// are sent before the answer to an earlier one are answered one after the other. I/O thread only.
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
@@ -38,8 +43,8 @@ public:
     /// One step of the time limits.
     void Step();
 
-    /// Waits for a request of which no byte has come, and is not new, or is already given up: may be closed without a
-    /// loss. Never while an answer is due, even to a client that has gone.
+    /// Waits for a request of which no byte has come, and is not new, or is already given up, or is a `WebSocket`: the
+    /// process may end without a loss. Never while an answer is due, even to a client that has gone.
     bool IsQuiet();
     /// Waits for its next request: may make room for another. Its client opens a new one when it needs one.
     bool MayBeEvicted();
@@ -52,11 +57,12 @@ public:
     /// Whose connection it is; its client's address as long as nobody has set another.
     const std::string& Holder() const { return holder_; }
     void SetHolder(const std::string& holder) { holder_ = holder; }
+    bool IsWebSocket() const { return phase_ == Phase::WebSocket; }
     /// Closed, or closed by the client, although an answer may still be due to it.
     bool IsGone();
 
 private:
-    enum class Phase { Idle, Reading, Working, Writing, Draining, Closed };
+    enum class Phase { Idle, Reading, Working, Writing, Draining, WebSocket, Closed };
 
     void Enter(Phase phase, int steps);
     void WaitForRequest();
@@ -67,9 +73,11 @@ private:
     void OnReadError(const boost::system::error_code& error);
     ReceivedRequest TakeRequest();
     void Write(const Answer& answer, const AnswerForm& form);
+    void Upgrade(const WebSocketHandlers& handlers);
     void Drain();
     void DropInput();
 
+    using HandshakeRequest = boost::beast::http::request<boost::beast::http::string_body>;
     using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
 
     ConnectionId id_;
@@ -79,6 +87,8 @@ private:
     std::string holder_;
     boost::beast::flat_buffer buffer_;
     std::optional<Parser> parser_;
+    std::shared_ptr<const HandshakeRequest> handshake_;  ///< null: the request does not ask for a `WebSocket`
+    std::shared_ptr<WebSocketStream> webSocket_;
     std::string output_;
     std::array<char, 4096> dropped_{};
     std::size_t droppedBytes_ = 0;

@@ -21,7 +21,8 @@ struct Request {
     std::string body;
     std::string remoteAddress;  ///< IP address of the client
     ConnectionId connection = 0;
-    std::string ifNoneMatch{};  ///< header: the `ETag` of what the client has already; empty when there is none
+    std::string ifNoneMatch{};    ///< header: the `ETag` of what the client has already; empty when there is none
+    bool wantsWebSocket = false;  ///< may be answered by `WebSocketAnswer`
 };
 
 /// Takes the answer of one request, once, on the I/O thread.

@@ -49,7 +49,7 @@ void Server::Stop() {
         error_code ignored;
         listener->acceptor.close(ignored);
     }
-    CloseConnections();
+    CloseConnections([](const Connection&) { return true; });
 }
 
 std::vector<tcp::endpoint> Server::BoundTo() const {
@@ -72,6 +72,12 @@ bool Server::Admits(ConnectionId id, const std::string& method, const std::strin
     }
     const auto older = std::distance(connections_.begin(), connections_.find(id));
     return static_cast<std::size_t>(older) < limit || (needs_.isUrgent && needs_.isUrgent(method, target));
+}
+
+bool Server::AdmitsWebSocket() const {
+    const auto count =
+        std::ranges::count_if(connections_, [](const auto& entry) { return entry.second->IsWebSocket(); });
+    return static_cast<std::size_t>(count) < needs_.limits.webSockets;
 }
 
 /// Closes idle connections down to the limit, of whoever holds most first.
@@ -196,6 +202,7 @@ void Server::AddConnection(tcp::socket socket) {
                         .own = {{}, 0, needs_.names},
                         .admits = [this](ConnectionId asking, const std::string& method,
                                          const std::string& target) { return Admits(asking, method, target); },
+                        .admitsWebSocket = [this] { return AdmitsWebSocket(); },
                         .closed = [this](ConnectionId gone) { OnClosed(gone); }});
     connections_.emplace(id, connection);
     connection->Start();
@@ -249,7 +256,7 @@ void Server::DecideGate() {
     const auto done = std::exchange(gateAsked_, nullptr);
     const bool quiet = std::ranges::all_of(connections_, [](const auto& entry) { return entry.second->IsQuiet(); });
     if (quiet) {
-        CloseConnections();
+        CloseConnections([](const Connection& each) { return !each.IsWebSocket(); });
     } else {
         OpenGate();
     }
@@ -261,10 +268,12 @@ void Server::OpenGate() {
     AcceptOnAll();
 }
 
-void Server::CloseConnections() {
+void Server::CloseConnections(const std::function<bool(const Connection&)>& which) {
     const auto all = connections_;
     for (const auto& [id, connection] : all) {
-        connection->Close();
+        if (which(*connection)) {
+            connection->Close();
+        }
     }
 }
 

@@ -44,7 +44,8 @@ public:
     void Stop();
 
     /// Stops accepting; then, if no request is half read or not answered yet, closes the idle connections and reports
-    /// true, else accepts again and reports false.
+    /// true, else accepts again and reports false. A `WebSocket` hinders nothing, and stays open until `Stop`: it may
+    /// be told why the process ends.
     void CloseGate(std::function<void(bool)> done);
     void OpenGate();
 
@@ -67,6 +68,7 @@ private:
 
     bool MayAccept() const;
     bool Admits(ConnectionId id, const std::string& method, const std::string& target) const;
+    bool AdmitsWebSocket() const;
     void AcceptOnAll();
     void Accept(Listener& listener);
     void OnAccepted(const boost::system::error_code& error, boost::asio::ip::tcp::socket socket);
@@ -78,7 +80,7 @@ private:
     void FreeUrgentPlace();
     void StepLater();
     void DecideGate();
-    void CloseConnections();
+    void CloseConnections(const std::function<bool(const Connection&)>& which);
 
     boost::asio::io_context& io_;
     ServerNeeds needs_;

@@ -32,7 +32,37 @@ TestServer::TestServer(Limits limits) : server_(io_.Context(), Needs(limits)) {
 }
 
 TestServer::~TestServer() {
+    Stop();
+}
+
+void TestServer::Stop() {
     io_.Stop([this] { server_.Stop(); });
+}
+
+void TestServer::HandleSocket(const Request& request, const AnswerFunction& answer) {
+    socketRequests_.push_back(request);
+    const auto socket = std::make_shared<std::weak_ptr<WebSocket>>();
+    answer(WebSocketAnswer({.opened =
+                                [this, socket](const std::shared_ptr<WebSocket>& opened) {
+                                    *socket = opened;
+                                    sockets_.push_back(opened);
+                                },
+                            .received = [socket](std::string text) { socket->lock()->Send(std::move(text)); },
+                            .closed = [this] { ++socketsClosed_; }}));
+}
+
+std::vector<std::shared_ptr<WebSocket>> TestServer::Sockets(std::size_t count) {
+    std::vector<std::shared_ptr<WebSocket>> sockets;
+    while (sockets.size() < count) {
+        OnIoThread([&] { sockets = sockets_; });
+    }
+    return sockets;
+}
+
+std::vector<Request> TestServer::SocketRequests() {
+    std::vector<Request> requests;
+    OnIoThread([&] { requests = socketRequests_; });
+    return requests;
 }
 
 ServerNeeds TestServer::Needs(const Limits& limits) {
@@ -63,7 +93,9 @@ ServerNeeds TestServer::Needs(const Limits& limits) {
             .branches = {{"/now", counted(now)},
                          {"/later", counted(later)},
                          {"/kept", counted(kept)},
-                         {"/held", counted(held)}},
+                         {"/held", counted(held)},
+                         {"/socket", [this](const Request& request,
+                                            const AnswerFunction& answer) { HandleSocket(request, answer); }}},
             .names = {},
             .closed = [this](ConnectionId) { ++closed_; },
             .isUrgent =

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "http/io_thread.h"
 #include "http/raw_client.h"
 #include "http/server.h"
+#include "http/web_socket.h"
 
 namespace kestrane::http {
 
@@ -21,6 +23,7 @@ Limits QuickLimits();
 ///   /later   after other work of the I/O thread
 ///   /kept    at once, and the connection is kept from then on
 ///   /held    when the test releases it
+///   /socket  by a WebSocket, which gives each message back; what it got is in `Sockets`
 /// What follows after one more "/" is the holder of the connection. PUT /now/urgent is urgent.
 class TestServer {
 public:
@@ -43,8 +46,17 @@ public:
     bool CloseGate();
     void OpenGate();
     std::size_t ConnectionCount();
+    std::uint16_t Port() const { return port_; }
+    /// The WebSockets that were opened, waiting for the number of them; they may be used at once.
+    std::vector<std::shared_ptr<WebSocket>> Sockets(std::size_t count);
+    int SocketsClosed() const { return socketsClosed_; }
+    /// The requests that asked for the path of the WebSocket.
+    std::vector<Request> SocketRequests();
+    /// Ends the server as the end of a process does.
+    void Stop();
 
 private:
+    void HandleSocket(const Request& request, const AnswerFunction& answer);
     ServerNeeds Needs(const Limits& limits);
     void OnIoThread(const std::function<void()>& function);
 
@@ -53,8 +65,11 @@ private:
     std::atomic<int> closed_{0};
     std::atomic<int> held_{0};
     std::atomic<int> considered_{0};
+    std::atomic<int> socketsClosed_{0};
     IoThread io_;
     std::vector<std::pair<AnswerFunction, Answer>> heldAnswers_;  ///< on the I/O thread
+    std::vector<std::shared_ptr<WebSocket>> sockets_;             ///< the same
+    std::vector<Request> socketRequests_;                         ///< the same
     Server server_;
 };
 
