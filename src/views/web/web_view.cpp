@@ -1,0 +1,115 @@
+#include "views/web/web_view.h"
+
+#include <atomic>
+#include <utility>
+
+#include "views/web/page_answers.h"
+
+namespace kestrane::web {
+namespace {
+
+constexpr std::string_view kSocketPath = "/view";
+/// A short message costs more than its bytes while it waits.
+constexpr std::size_t kCostOfAMessage = 256;
+
+}  // namespace
+
+/// What both threads know of a view.
+struct WebView::Link {
+    std::shared_ptr<http::WebSocket> socket;  ///< on the I/O thread; null once it is closed
+    std::atomic<std::size_t> waiting{0};      ///< bytes
+};
+
+std::vector<http::Branch> WebView::Branches() {
+    const http::RequestFunction handle = [this](const http::Request& request, const http::AnswerFunction& answer) {
+        answer(AnswerTo(request));
+    };
+    std::vector<http::Branch> branches;
+    for (const char* path : {"/", "/page", "/setup"}) {
+        branches.push_back({.path = path, .handle = handle, .takesHead = true});
+    }
+    branches.push_back({.path = std::string(kSocketPath), .handle = handle});
+    return branches;
+}
+
+http::Answer WebView::AnswerTo(const http::Request& request) {
+    const May may = MayOf(needs_.doors, request.remoteAddress);
+    if (needs_.doors == Doors::Off) {
+        return http::RefusalAnswer(404, "The hand box is switched off here.");
+    }
+    if (may == May::Nothing) {
+        return http::RefusalAnswer(403,
+                                   "The hand box can be opened on the driver's own machine only. Start the driver with "
+                                   "--handbox look or lan to change that.");
+    }
+    if (request.verb != http::Verb::Get) {
+        return http::RefusalAnswer(400, "A page can only be read.");
+    }
+    return request.path == kSocketPath ? OpenView(may) : PageAnswerTo(request.path, request.ifNoneMatch);
+}
+
+http::Answer WebView::OpenView(May may) {
+    const ViewId view = ++lastView_;
+    const auto link = std::make_shared<Link>();
+    return http::WebSocketAnswer({
+        .opened =
+            [this, view, may, link](const std::shared_ptr<http::WebSocket>& socket) {
+                link->socket = socket;
+                OnOpened(view, may, socket);
+            },
+        .received = [this, view, link](std::string text) { OnReceived(view, link, std::move(text)); },
+        .closed =
+            [this, view, link] {
+                link->socket.reset();
+                OnClosed(view);
+            },
+    });
+}
+
+void WebView::OnOpened(ViewId view, May may, const std::shared_ptr<http::WebSocket>& socket) {
+    needs_.pump.Post(CallKind::Read, [this, view, may, socket] {
+        sockets_.emplace(view, socket);
+        needs_.opened(view, may);
+    });
+}
+
+void WebView::OnReceived(ViewId view, const std::shared_ptr<Link>& link, std::string text) {
+    const std::size_t cost = text.size() + kCostOfAMessage;
+    link->waiting += cost;
+    if (link->waiting > kMostWaiting) {
+        link->socket->Close();
+        return;
+    }
+    needs_.pump.Post(CallKind::Read, [this, view, link, cost, text = std::move(text)] {
+        link->waiting -= cost;
+        needs_.received(view, text);
+    });
+}
+
+void WebView::OnClosed(ViewId view) {
+    needs_.pump.Post(CallKind::Read, [this, view] {
+        sockets_.erase(view);
+        needs_.closed(view);
+    });
+}
+
+void WebView::Send(ViewId view, std::string text) {
+    const auto found = sockets_.find(view);
+    if (found != sockets_.end()) {
+        found->second->Send(std::move(text));
+    }
+}
+
+std::size_t WebView::Unsent(ViewId view) const {
+    const auto found = sockets_.find(view);
+    return found == sockets_.end() ? 0 : found->second->Unsent();
+}
+
+void WebView::Close(ViewId view) {
+    const auto found = sockets_.find(view);
+    if (found != sockets_.end()) {
+        found->second->Close();
+    }
+}
+
+}  // namespace kestrane::web
