@@ -24,6 +24,7 @@ public:
 private:
     ClientObjectsNeeds ObjectNeeds();
     RequestHandlerNeeds HandlerNeeds();
+    std::vector<http::Branch> Branches();
     http::ServerNeeds HttpNeeds();
     void AddSockets(const ServerSockets& sockets);
 
@@ -103,14 +104,27 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
             [this](http::ConnectionId id, const std::string& holder) { http_.SetHolder(id, holder); }};
 }
 
+std::vector<http::Branch> ObjectServer::Inside::Branches() {
+    std::vector<http::Branch> branches;
+    for (const http::Branch& branch : needs_.branches) {
+        branches.push_back(branch);
+        branches.back().handle = [this, handle = branch.handle](const http::Request& request,
+                                                                const http::AnswerFunction& answer) {
+            handler_.NoteActivity();
+            handle(request, answer);
+        };
+    }
+    branches.push_back({"", [this](const http::Request& request, const http::AnswerFunction& answer) {
+                            handler_.Handle(request, answer);
+                        }});
+    return branches;
+}
+
 http::ServerNeeds ObjectServer::Inside::HttpNeeds() {
-    const http::RequestFunction handle = [this](const http::Request& request, const http::AnswerFunction& answer) {
-        handler_.Handle(request, answer);
-    };
     std::vector<std::string> names = http::MachineNames();
     names.insert(names.end(), needs_.hostNames.begin(), needs_.hostNames.end());
     return {.limits = needs_.limits,
-            .branches = {{"", handle}},
+            .branches = Branches(),
             .names = std::move(names),
             .closed = [this](http::ConnectionId id) { handler_.ConnectionClosed(id); },
             .isUrgent = [this](std::string_view method,

@@ -13,6 +13,7 @@
 #include "alpaca/inherited_sockets.h"
 #include "alpaca/management.h"
 #include "alpaca/routes.h"
+#include "http/branches.h"
 #include "http/limits.h"
 
 namespace kestrane::alpaca {
@@ -30,6 +31,7 @@ struct ObjectServerNeeds {
     http::Limits limits;
     std::chrono::milliseconds repeatTime{60'000};  ///< see `RequestHandlerNeeds`
     std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
+    std::vector<http::Branch> branches = {};  ///< further ones; whoever answers them must outlive the server
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread

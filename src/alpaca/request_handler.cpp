@@ -25,8 +25,12 @@ std::uint32_t RequestHandler::NextTransaction() {
     return lastServerTransaction_;
 }
 
-void RequestHandler::HandleManagement(const http::Request& request, const http::AnswerFunction& answer) {
+void RequestHandler::NoteActivity() {
     TellObjects([](ClientObjects& objects) { objects.NoteActivity(); });
+}
+
+void RequestHandler::HandleManagement(const http::Request& request, const http::AnswerFunction& answer) {
+    NoteActivity();
     if (const std::optional<std::string> page = needs_.management.PageOf(request.path)) {
         answer(http::PageAnswer(*page));
         return;

@@ -45,6 +45,8 @@ public:
     explicit RequestHandler(RequestHandlerNeeds needs) : needs_(std::move(needs)) {}
 
     void Handle(const http::Request& request, const http::AnswerFunction& answer);
+    /// A request that others answer, and that needs no object.
+    void NoteActivity();
     /// To be called when a connection has closed.
     void ConnectionClosed(http::ConnectionId connection);
 

@@ -122,13 +122,18 @@ void TestServer::RunLogicThread(std::promise<void> ready, const Options& options
                          .clock = clock,
                          .devices = devices,
                          .routes = routes,
-                         .endProcess = [this] { pump_->Quit(); },
+                         .endProcess =
+                             [this, onEnd = options.onEnd] {
+                                 onEnd();
+                                 pump_->Quit();
+                             },
                          .identity = identity,
                          .deviceIdFile = folders_.CommonAppData() / "DeviceIds.ini",
                          .leases = options.leases,
                          .limits = options.limits,
                          .repeatTime = options.repeatTime,
-                         .hostNames = {"dome.example.org"}},
+                         .hostNames = {"dome.example.org"},
+                         .branches = options.branches},
                         sockets);
     server_ = &server;
     ready.set_value();

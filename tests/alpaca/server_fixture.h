@@ -57,6 +57,8 @@ public:
         http::Limits limits;
         std::chrono::milliseconds repeatTime{60'000};
         bool discovery = false;
+        std::vector<http::Branch> branches = {};  ///< of the server, beside its own
+        std::function<void()> onEnd = [] {};      ///< on the logic thread, when the process would end
     };
 
     TestServer() : TestServer(Options()) {}

@@ -1,9 +1,13 @@
 #include <atomic>
 #include <gtest/gtest.h>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "http/web_socket.h"
+#include "http/web_socket_client.h"
 #include "server_fixture.h"
 
 /// Several clients at once, repeated requests, and the end of the process, through a real server.
@@ -230,6 +234,50 @@ TEST(ProcessEnd, WaitsForACallWhoseClientHasGone) {
         ASSERT_TRUE(Slewing(other));
     }
     EXPECT_EQ(other.Put(kTelescope + "abortslew", "")->status, 200);
+    server.WaitForEnd();
+}
+
+TEST(ProcessEnd, WaitsWhilePagesAreAskedFor) {
+    TestServer::Options options = BriefLeases(100, 100);
+    options.branches = {{"/page", [](const http::Request&, const http::AnswerFunction& answer) {
+                             answer({200, "text/plain", "page"});
+                         }}};
+    TestServer server(options);
+    // A second server comes to its end meanwhile.
+    TestServer measure(BriefLeases(500, 500));
+    std::atomic<bool> over{false};
+    std::thread watch([&] {
+        measure.WaitForEnd();
+        over = true;
+    });
+    RawClient visitor = server.Connect();
+    std::optional<http::RawAnswer> answer;
+    TestServer other;
+    do {
+        answer = visitor.Get("/page");
+        for (int pause = 0; pause < 50; ++pause) {
+            other.ObjectCount();
+        }
+    } while (!over && answer);
+    EXPECT_TRUE(answer);
+    watch.join();
+    server.WaitForEnd();
+}
+
+TEST(ProcessEnd, DoesNotWaitForAnOpenWebSocket_WhichIsToldOfIt) {
+    std::atomic<std::shared_ptr<http::WebSocket>> socket;
+    TestServer::Options options = BriefLeases(100, 100);
+    options.branches = {{"/view", [&socket](const http::Request&, const http::AnswerFunction& answer) {
+                             answer(http::WebSocketAnswer({.opened = [&socket](const auto& opened) { socket = opened; },
+                                                           .received = [](const std::string&) {},
+                                                           .closed = [] {}}));
+                         }}};
+    options.onEnd = [&socket] { socket.load()->Send("the end"); };
+    TestServer server(options);
+    http::WebSocketClient page(server.Port(), "/view");
+    ASSERT_EQ(page.Status(), 101);
+    EXPECT_EQ(page.Read(), "the end");
+    EXPECT_EQ(page.Read(), std::nullopt);
     server.WaitForEnd();
 }
 
