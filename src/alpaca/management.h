@@ -17,15 +17,13 @@ struct ServerIdentity {
     std::string location;
 };
 
-/// The pages below /management and /setup. They need no device object. I/O thread only.
+/// What is below /management. It needs no device object. I/O thread only.
 class Management {
 public:
     Management(ServerIdentity identity, std::filesystem::path deviceIdFile);
 
     /// The JSON value of a /management path; nothing when there is no such path.
     std::optional<std::string> ValueOf(std::string_view path);
-    /// The HTML of a /setup path, or of "/", which shows the same as "/setup"; nothing when there is no such path.
-    std::optional<std::string> PageOf(std::string_view path) const;
 
 private:
     std::string Description() const;

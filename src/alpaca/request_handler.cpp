@@ -31,10 +31,6 @@ void RequestHandler::NoteActivity() {
 
 void RequestHandler::HandleManagement(const http::Request& request, const http::AnswerFunction& answer) {
     NoteActivity();
-    if (const std::optional<std::string> page = needs_.management.PageOf(request.path)) {
-        answer(http::PageAnswer(*page));
-        return;
-    }
     const std::optional<std::string> value = needs_.management.ValueOf(request.path);
     const std::optional<http::RequestParameters> parameters = http::RequestParameters::Parse(request.query);
     if (!value) {

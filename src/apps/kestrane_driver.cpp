@@ -26,6 +26,8 @@
 #include "kernel/driver.h"
 #include "platform/posix/posix_end_signals.h"
 #include "platform/posix/posix_platform.h"
+#include "views/web/doors.h"
+#include "views/web/web_view.h"
 
 namespace kestrane {
 namespace {
@@ -101,11 +103,29 @@ alpaca::ServerIdentity Identity() {
     return identity;
 }
 
+/// Who may open the page. A word that is none opens no door that is closed by itself.
+web::Doors PageDoors() {
+    const std::string_view word = TextOf(std::getenv("KESTRANE_HANDBOX"));
+    const std::optional<web::Doors> doors = web::DoorsOf(word);
+    if (!doors && !word.empty()) {
+        std::fprintf(stderr, "kestrane-driver: KESTRANE_HANDBOX takes local, look, lan or off. It counts as local.\n");
+    }
+    return doors.value_or(web::Doors::Local);
+}
+
 void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets& sockets) {
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
     http::Limits limits;
     AllowDescriptors(limits);
+    // Nothing speaks the protocol of the views yet: a page that opens a socket gets no message.
+    web::WebView webView({
+        .pump = platform.pump,
+        .doors = PageDoors(),
+        .opened = [](web::ViewId, web::May) {},
+        .received = [](web::ViewId, const std::string&) {},
+        .closed = [](web::ViewId) {},
+    });
     const alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
@@ -120,6 +140,7 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
                 alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
             .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
+            .branches = webView.Branches(),
         },
         sockets);
     platform.pump.Run();

@@ -35,10 +35,6 @@ Answer RefusalAnswer(int status, std::string_view line) {
     return answer;
 }
 
-Answer PageAnswer(std::string html) {
-    return {200, "text/html; charset=utf-8", std::move(html)};
-}
-
 std::string HttpText(const Answer& answer, const AnswerForm& form) {
     std::string text = "HTTP/1.1 " + std::to_string(answer.status) + " ";
     text += ReasonOf(answer.status);

@@ -25,7 +25,6 @@ struct Answer {
 /// A request that is refused, or that failed: one line of plain text; characters that are not printable ASCII become
 /// "?".
 Answer RefusalAnswer(int status, std::string_view line);
-Answer PageAnswer(std::string html);
 
 /// How the connection goes on after the answer, and which parts of the answer the form of the request allows.
 struct AnswerForm {
