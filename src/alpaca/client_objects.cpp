@@ -287,6 +287,9 @@ void ClientObjects::OnTimer() {
 
 void ClientObjects::ReleaseWhatIsOver() {
     releasePosted_ = false;
+    if (slots_.empty() && needs_.viewIsOpen && needs_.viewIsOpen()) {
+        NoteActivity();
+    }
     EndMotionsOfVanishedClients();
     for (const ClientKey& key : Keys()) {
         // A release may pump, so each time the table is looked at again.

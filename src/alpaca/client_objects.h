@@ -63,6 +63,8 @@ struct ClientObjectsNeeds {
     /// Whether the process may end, so many milliseconds after its last lease was over. While it has something to do
     /// without clients, it is asked again each second. Empty: it may.
     std::function<bool(std::int32_t withoutClientsMs)> mayEnd = {};
+    /// Whether a view shows the windows: it is no client, but keeps a process that has not had one yet. Empty: none.
+    std::function<bool()> viewIsOpen = {};
 };
 
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release

@@ -31,6 +31,8 @@ struct ObjectServerNeeds {
     http::Limits limits;
     std::chrono::milliseconds repeatTime{60'000};  ///< see `RequestHandlerNeeds`
     std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
+    /// Whether a view shows the windows: it keeps a process that has not had a client yet. Empty: none does.
+    std::function<bool()> viewIsOpen = {};
     std::vector<http::Branch> branches = {};  ///< further ones; whoever answers them must outlive the server
 };
 

@@ -27,7 +27,7 @@
 #include "platform/posix/posix_end_signals.h"
 #include "platform/posix/posix_platform.h"
 #include "views/web/doors.h"
-#include "views/web/web_view.h"
+#include "views/web/mirrored_pages.h"
 
 namespace kestrane {
 namespace {
@@ -113,26 +113,46 @@ web::Doors PageDoors() {
     return doors.value_or(web::Doors::Local);
 }
 
-void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets& sockets) {
+mirror::MirrorNeeds NeedsOfPages(PosixPlatform& platform, Driver& driver) {
+    return {
+        .pump = platform.pump,
+        .clock = platform.clock,
+        .windows = driver.windows,
+        .heldButtons = driver.heldButtons,
+        .stopAll = [&driver] { driver.statusPanel.AskToStop(); },
+        .passOnToIcon = [&platform](std::int32_t message) { platform.trayIcon.Tell(message); },
+        .version = std::string(application::kDriverVersion),
+        .process = std::to_string(getpid()) + "-" + std::to_string(platform.clock.GetTickCount().value),
+    };
+}
+
+/// A page that knows why the driver has ended does the right thing next. Whatever has not ended the process otherwise
+/// was a person.
+void SayGoodbye(web::MirroredPages& pages, Clock& clock) {
+    constexpr int kLongestMs = 200;
+    constexpr int kStepMs = 5;
+    pages.SayEnd(mirror::EndReason::Person);
+    for (int waited = 0; waited < kLongestMs && !pages.AllIsSent(); waited += kStepMs) {
+        clock.Sleep(kStepMs);
+    }
+}
+
+void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, const alpaca::ServerSockets& sockets) {
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
     http::Limits limits;
     AllowDescriptors(limits);
-    // Nothing speaks the protocol of the views yet: a page that opens a socket gets no message.
-    web::WebView webView({
-        .pump = platform.pump,
-        .doors = PageDoors(),
-        .opened = [](web::ViewId, web::May) {},
-        .received = [](web::ViewId, const std::string&) {},
-        .closed = [](web::ViewId) {},
-    });
     const alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
             .clock = platform.clock,
             .devices = devices,
             .routes = routes,
-            .endProcess = [&platform] { platform.processes.EndThisProcess(); },
+            .endProcess =
+                [&platform, &pages] {
+                    pages.SayEnd(mirror::EndReason::Clients);
+                    platform.processes.EndThisProcess();
+                },
             .mayEnd = [&driver](std::int32_t withoutClientsMs) { return driver.MayEnd(withoutClientsMs); },
             .identity = Identity(),
             .deviceIdFile = platform.folders.CommonAppData() / "Kestrane" / "ASCOM" / "DeviceIds.ini",
@@ -140,10 +160,12 @@ void Serve(PosixPlatform& platform, Driver& driver, const alpaca::ServerSockets&
                 alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
             .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
-            .branches = webView.Branches(),
+            .viewIsOpen = [&pages] { return pages.AnyIsOpen(); },
+            .branches = pages.Branches(),
         },
         sockets);
     platform.pump.Run();
+    SayGoodbye(pages, platform.clock);
 }
 
 int RunProgram(bool hasArguments) {
@@ -158,13 +180,17 @@ int RunProgram(bool hasArguments) {
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
+    web::MirroredPages pages(NeedsOfPages(platform, *driver), PageDoors());
     // A stop is the only call that gets into everything that waits, but not into the read of an exchange. Nothing of it
     // runs once `Serve` is over.
-    endSignals.Watch([&platform, &driver] {
+    endSignals.Watch([&platform, &driver, &pages] {
         platform.EndReads();
-        platform.pump.Post(CallKind::Stop, [&driver] { driver->EndOnRequest(); });
+        platform.pump.Post(CallKind::Stop, [&driver, &pages] {
+            pages.SayEnd(mirror::EndReason::Stopped);
+            driver->EndOnRequest();
+        });
     });
-    Serve(platform, *driver, *sockets);
+    Serve(platform, *driver, pages, *sockets);
     return kExitGood;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -32,6 +33,8 @@ struct WebSocketHandlers {
     std::function<void(const std::shared_ptr<WebSocket>&)> opened;
     std::function<void(std::string)> received;  ///< a message of at most `WebSocket::kMostReceived` bytes
     std::function<void()> closed;               ///< once, whoever has closed; only after `opened`
+    std::function<void()> pulse = {};           ///< each `pulseEvery` while it is open; empty: no pulse
+    std::chrono::milliseconds pulseEvery{0};
 };
 
 /// The answer that makes a connection a `WebSocket`, for a request with `wantsWebSocket` only.

@@ -31,7 +31,11 @@ struct WebSocketStream::Stream : websocket::stream<tcp::socket> {
 
 WebSocketStream::WebSocketStream(tcp::socket socket, const Limits& limits, WebSocketHandlers handlers,
                                  std::function<void()> ended)
-    : executor_(socket.get_executor()), limits_(limits), handlers_(std::move(handlers)), ended_(std::move(ended)) {
+    : executor_(socket.get_executor()),
+      pulse_(executor_),
+      limits_(limits),
+      handlers_(std::move(handlers)),
+      ended_(std::move(ended)) {
     error_code ignored;
     socket.set_option(asio::socket_base::send_buffer_size(kSystemBuffer), ignored);
     stream_ = std::make_unique<Stream>(std::move(socket));
@@ -54,7 +58,21 @@ void WebSocketStream::Accept(const std::shared_ptr<const HandshakeRequest>& requ
         } else if (self->stream_) {
             self->opened_ = true;
             self->handlers_.opened(self);
+            self->Pulse();
             self->Read();
+        }
+    });
+}
+
+void WebSocketStream::Pulse() {
+    if (!handlers_.pulse || !stream_) {
+        return;
+    }
+    pulse_.expires_after(handlers_.pulseEvery);
+    pulse_.async_wait([self = shared_from_this()](const error_code& error) {
+        if (!error && self->stream_) {
+            self->handlers_.pulse();
+            self->Pulse();
         }
     });
 }
@@ -161,6 +179,7 @@ void WebSocketStream::Cut() {
     error_code ignored;
     stream_->next_layer().close(ignored);
     stream_.reset();
+    pulse_.cancel();
     unsent_ = 0;
     if (opened_) {
         handlers_.closed();

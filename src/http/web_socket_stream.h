@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -41,6 +42,7 @@ public:
 private:
     struct Stream;
 
+    void Pulse();
     void Read();
     void OnMessage();
     void WriteNext();
@@ -49,6 +51,7 @@ private:
 
     std::unique_ptr<Stream> stream_;  ///< null once it is closed
     boost::asio::any_io_executor executor_;
+    boost::asio::steady_timer pulse_;
     const Limits& limits_;
     WebSocketHandlers handlers_;
     std::function<void()> ended_;

@@ -1,6 +1,7 @@
 #include "views/web/web_view.h"
 
 #include <atomic>
+#include <chrono>
 #include <utility>
 
 #include "views/web/page_answers.h"
@@ -9,6 +10,7 @@ namespace kestrane::web {
 namespace {
 
 constexpr std::string_view kSocketPath = "/view";
+constexpr int kTickEarlyMs = 5;
 /// A short message costs more than its bytes while it waits.
 constexpr std::size_t kCostOfAMessage = 256;
 
@@ -63,6 +65,25 @@ http::Answer WebView::OpenView(May may) {
                 link->socket.reset();
                 OnClosed(view);
             },
+        .pulse = [this] { OnPulse(); },
+        .pulseEvery = std::chrono::milliseconds(kTickMs),
+    });
+}
+
+/// However many views are open, and however long the logic thread is busy, one tick waits at most.
+void WebView::OnPulse() {
+    const std::int64_t now =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+            .count();
+    if (now - lastTick_ < kTickMs - kTickEarlyMs || tickWaits_.exchange(true)) {
+        return;
+    }
+    lastTick_ = now;
+    needs_.pump.Post(CallKind::Read, [this] {
+        tickWaits_ = false;
+        if (needs_.tick) {
+            needs_.tick();
+        }
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -27,6 +28,7 @@ struct WebViewNeeds {
     std::function<void(ViewId, May)> opened;            ///< `Stop` or `All`
     std::function<void(ViewId, std::string)> received;  ///< see `http::WebSocket::kMostReceived`
     std::function<void(ViewId)> closed;                 ///< once, the last call for this view
+    std::function<void()> tick = {};                    ///< about each `WebView::kTickMs` while a view is open
 };
 
 /// The hand box in a browser: the files of the page, and a `WebSocket` at "/view" for each page that is open. It
@@ -35,6 +37,8 @@ class WebView {
 public:
     /// Bytes of a view's messages that may wait for the logic thread; who goes beyond them is closed.
     static constexpr std::size_t kMostWaiting = std::size_t{1024} * 1024;
+
+    static constexpr int kTickMs = 50;
 
     explicit WebView(WebViewNeeds needs) : needs_(std::move(needs)) {}
     WebView(const WebView&) = delete;
@@ -59,8 +63,11 @@ private:
     void OnOpened(ViewId view, May may, const std::shared_ptr<http::WebSocket>& socket);
     void OnReceived(ViewId view, const std::shared_ptr<Link>& link, std::string text);
     void OnClosed(ViewId view);
+    void OnPulse();
 
     WebViewNeeds needs_;
+    std::int64_t lastTick_ = 0;                                   ///< on the I/O thread
+    std::atomic<bool> tickWaits_{false};                          ///< posted, and not run yet
     ViewId lastView_ = 0;                                         ///< on the I/O thread
     std::map<ViewId, std::shared_ptr<http::WebSocket>> sockets_;  ///< on the logic thread
 };
