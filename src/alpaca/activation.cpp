@@ -46,13 +46,14 @@ struct DriverEnvironment {
     std::vector<std::string> texts;
     std::vector<char*> pointers;
 
-    DriverEnvironment(bool discovery, const std::string& allowedHosts) {
+    DriverEnvironment(bool discovery, const std::string& allowedHosts, const std::string& handBox) {
         for (char** variable = environ; *variable != nullptr; ++variable) {
             if (!std::string_view(*variable).starts_with("LISTEN_")) {
                 texts.emplace_back(*variable);
             }
         }
         AllowHosts(allowedHosts);
+        OpenHandBox(handBox);
         texts.emplace_back(discovery ? "LISTEN_FDS=2" : "LISTEN_FDS=1");
         texts.emplace_back(discovery ? "LISTEN_FDNAMES=alpaca:discovery" : "LISTEN_FDNAMES=alpaca");
         texts.emplace_back("LISTEN_PID=" + std::string(20, '\0'));
@@ -76,6 +77,15 @@ struct DriverEnvironment {
         }
     }
 
+    /// Takes the place of what the environment says already.
+    void OpenHandBox(const std::string& word) {
+        constexpr std::string_view kName = "KESTRANE_HANDBOX=";
+        if (!word.empty()) {
+            std::erase_if(texts, [&](const std::string& text) { return text.starts_with(kName); });
+            texts.push_back(std::string(kName) + word);
+        }
+    }
+
     void WritePid(pid_t pid) {
         std::string& text = texts.back();
         constexpr std::size_t kNameLength = std::string_view("LISTEN_PID=").size();
@@ -88,6 +98,7 @@ public:
     explicit Activation(const ActivationOptions& options)
         : driverPath_(options.driverPath),
           endingMs_(options.endingMs),
+          handBox_(options.handBox),
           bindAddress_(options.bindAddress),
           http_(BindHttp(options.bindAddress, options.port)),
           discovery_(BindDiscovery(options.discoveryPort)) {
@@ -230,7 +241,7 @@ private:
 
     /// Nothing when the system has no room for another process at the moment; the client meanwhile waits in the queue.
     std::optional<pid_t> Start() {
-        DriverEnvironment environment(discovery_.IsOpen(), allowedHosts_);
+        DriverEnvironment environment(discovery_.IsOpen(), allowedHosts_, handBox_);
         const pid_t us = ::getpid();
         const pid_t driver = ::fork();
         if (driver < 0) {
@@ -299,6 +310,7 @@ private:
 
     std::string driverPath_;
     int endingMs_;
+    std::string handBox_;
     std::string bindAddress_;
     std::string allowedHosts_;  ///< with commas between them
     Descriptor http_;

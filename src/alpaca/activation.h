@@ -12,6 +12,7 @@ struct ActivationOptions {
     std::uint16_t port = 11111;             ///< 0: any free one
     std::uint16_t discoveryPort = 32227;    ///< 0: no discovery
     std::vector<std::string> allowedHosts;  ///< further names under which clients may reach the driver
+    std::string handBox;                    ///< for the driver as KESTRANE_HANDBOX; empty: what this program has itself
     std::string driverPath;                 ///< the program that serves the sockets
     int endingMs = 5'000;                   ///< granted to a driver that was asked to end, in milliseconds
 };

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "alpaca/activation.h"
+#include "views/web/doors.h"
 
 namespace kestrane {
 namespace {
@@ -28,6 +29,8 @@ constexpr std::string_view kHelp =
     "  --port N             serve at this port (default 11111; 0 for any free one)\n"
     "  --discovery-port N   answer discovery at this port (default 32227; 0 for none)\n"
     "  --allow-host NAME    take requests under this name of the machine too; may be given more than once\n"
+    "  --handbox WHO        who may open the hand box in a browser: local, who sits at this machine (the default);\n"
+    "                       look, others too, but they can only stop; lan, others may do all; off, nobody\n"
     "  --help               shows this text\n";
 
 struct UsageError : std::runtime_error {
@@ -50,6 +53,13 @@ std::string ParseHostName(std::string_view text) {
     return std::string(text);
 }
 
+std::string ParseHandBox(std::string_view word) {
+    if (!web::DoorsOf(word)) {
+        throw UsageError("--handbox takes local, look, lan or off");
+    }
+    return std::string(word);
+}
+
 /// Nothing when only the help was asked for.
 std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
     alpaca::ActivationOptions options;
@@ -58,7 +68,8 @@ std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
         if (option == "--help" || option == "-h") {
             return std::nullopt;
         }
-        if (option != "--bind" && option != "--port" && option != "--discovery-port" && option != "--allow-host") {
+        if (option != "--bind" && option != "--port" && option != "--discovery-port" && option != "--allow-host" &&
+            option != "--handbox") {
             throw UsageError("there is no option " + std::string(option));
         }
         if (++i == argc) {
@@ -69,6 +80,8 @@ std::optional<alpaca::ActivationOptions> ParseArguments(int argc, char** argv) {
             options.bindAddress = value == "localhost" ? "127.0.0.1" : value;
         } else if (option == "--allow-host") {
             options.allowedHosts.push_back(ParseHostName(value));
+        } else if (option == "--handbox") {
+            options.handBox = ParseHandBox(value);
         } else if (option == "--port") {
             options.port = ParsePort(option, value);
         } else {

@@ -28,6 +28,7 @@ struct Told {
     int http = 0;
     int discovery = 0;
     std::string allowed;  ///< KESTRANE_ALLOW_HOSTS
+    std::string handBox;  ///< KESTRANE_HANDBOX
 };
 
 /// A program that looks for servers.
@@ -71,6 +72,7 @@ public:
             ::setenv("FAKE_DRIVER_FILE", file.c_str(), 1);
             ::setenv("LISTEN_FDS", "7", 1);  // not for its driver
             ::setenv("KESTRANE_ALLOW_HOSTS", "hut", 1);
+            ::setenv("KESTRANE_HANDBOX", "look", 1);
             ::dup2(output[1], STDOUT_FILENO);
             ::dup2(output[1], STDERR_FILENO);
             ::_exit(RunActivation(options));
@@ -139,7 +141,7 @@ public:
         }
         ::close(socket);
         Told told;
-        std::istringstream(text) >> told.processId >> told.http >> told.discovery >> told.allowed;
+        std::istringstream(text) >> told.processId >> told.http >> told.discovery >> told.allowed >> told.handBox;
         return told;
     }
 
@@ -193,6 +195,13 @@ TEST(Activation, HandsOnTheNamesThatAreAllowed) {
     options.allowedHosts = {"dome.example.org", "pi"};
     Activator activator("answer", options);
     EXPECT_EQ(activator.Ask().allowed, "hut,dome.example.org,pi");
+}
+
+TEST(Activation, HandsOnWhoMayOpenTheHandBox) {
+    EXPECT_EQ(Activator("answer").Ask().handBox, "look");
+    ActivationOptions options = Activator::Options();
+    options.handBox = "off";
+    EXPECT_EQ(Activator("answer", options).Ask().handBox, "off");
 }
 
 TEST(Activation, OnAllAddresses_PrintsOnesThatWork) {

@@ -30,7 +30,7 @@ int main() {
     const int client = ::accept(sockets->http.front(), nullptr, nullptr);
     const std::string text = std::to_string(::getpid()) + " " + std::to_string(sockets->http.size()) + " " +
                              std::to_string(sockets->discovery.size()) + " " + std::getenv("KESTRANE_ALLOW_HOSTS") +
-                             "\n";
+                             " " + std::getenv("KESTRANE_HANDBOX") + "\n";
     if (::write(client, text.data(), text.size()) < 0) {
         return 6;
     }
