@@ -40,6 +40,14 @@ TEST(PageFiles, AreThoseOfTheFolder_ByteForByte) {
     EXPECT_TRUE(names.contains("index.html"));
 }
 
+TEST(PageFiles, AreQuicklyLoaded) {
+    std::size_t bytes = 0;
+    for (const PageFile& file : PageFiles()) {
+        bytes += file.content.size();
+    }
+    EXPECT_LT(bytes, 200'000U);
+}
+
 TEST(PageFiles, HaveAKnownType) {
     for (const PageFile& file : PageFiles()) {
         EXPECT_NE(ContentTypeOf(file.path), "application/octet-stream") << file.path;
