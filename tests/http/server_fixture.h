@@ -23,7 +23,7 @@ Limits QuickLimits();
 ///   /later   after other work of the I/O thread
 ///   /kept    at once, and the connection is kept from then on
 ///   /held    when the test releases it
-///   /socket  by a WebSocket, which gives each message back; what it got is in `Sockets`
+///   /socket  by a WebSocket, which gives each message back
 /// What follows after one more "/" is the holder of the connection. PUT /now/urgent is urgent.
 class TestServer {
 public:

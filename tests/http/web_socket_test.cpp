@@ -1,6 +1,7 @@
 #include "http/web_socket.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -254,8 +255,18 @@ TEST(WebSocket, IsClosedByTheEndOfTheServer_AfterWhatWasSentBefore) {
         EXPECT_EQ(client->Read(), "the end");
         EXPECT_EQ(client->Read(), std::nullopt);
     }
-    sockets.front()->Send("too late");  // harms nobody
-    EXPECT_EQ(sockets.front()->Unsent(), 0U);
+}
+
+TEST(WebSocket, MayBeUsedWhenTheServerHasGone) {
+    std::shared_ptr<WebSocket> socket;
+    {
+        TestServer server;
+        const WebSocketClient client(server.Port(), kSocketPath);
+        socket = server.Sockets(1).front();
+    }
+    socket->Send("too late");
+    socket->Close();
+    EXPECT_EQ(socket->Unsent(), 0U);
 }
 
 }  // namespace
