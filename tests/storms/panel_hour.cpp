@@ -171,7 +171,10 @@ void PanelHour::Close() {
 
 void PanelHour::Settle() {
     const std::int64_t now = machine_.clock.Elapsed();
-    if (!IsQuiet()) {
+    if (AnyDialogIsOpen()) {
+        persons_[0]->CloseDialogs();  // a press that waited for a park asks its question late
+        nextAct_ = now + kRest;
+    } else if (!IsQuiet()) {
         nextAct_ = now + kRest;
     }
     if (now >= nextAct_ || now >= phaseEnds_) {
