@@ -20,6 +20,8 @@ Mirror::ViewId Mirror::Open(std::shared_ptr<Transport> transport, May may) {
     if (transport->IsOpen()) {  // its end may be known before its beginning
         views_.push_back(std::make_shared<MirrorView>(needs_, id, std::move(transport), may));
         views_.back()->Begin();
+        // A view shows the hand box before there is a client, too.
+        needs_.pump.Post(CallKind::Brief, [&handBox = needs_.windows.handBox] { handBox.EnsureLoaded(); });
     }
     return id;
 }

@@ -123,10 +123,18 @@ TEST_F(MirrorTest, NewView_GetsAWelcomeAndASnapshotOfTheOpenWindows) {
     EXPECT_FALSE(Has(got[1], "tmrQueryRaDecAltAz")) << "timers are nobody's business";
 }
 
+TEST_F(MirrorTest, HandBoxThatNobodyHasLoaded_IsLoadedForAView) {
+    HandBox().Unload();
+    id = Open();
+    EXPECT_FALSE(HandBox().Loaded()) << "it may fill itself from the settings, which is no look";
+    machine.AdvanceTime(0);
+    EXPECT_TRUE(HandBox().Loaded());
+    EXPECT_FALSE(HandBox().Visible());
+}
+
 TEST_F(MirrorTest, EachKindOfControl_HasItsMembers) {
     id = Open();
     const std::string snapshot = view->Take().at(1);
-    HandBox().Unload();
     for (const char* part : {
              R"x({"name":"btnMove(4)","kind":"Button",)x",
              R"("press":"held"})",

@@ -1,0 +1,157 @@
+// Ties the fragments of the windows to the windows of the driver, by the names of their controls.
+
+import { makeList, makeTable } from './lists.js';
+import { holdButton } from './hands.js';
+
+const plain = (caption) => caption.replace(/&(.)/g, '$1');
+
+/** One window: its element and its controls. */
+export class Form {
+    constructor(name, element, mirror, root = element) {
+        this.name = name;
+        this.element = element;
+        this.root = root;
+        this.mirror = mirror;
+        this.controls = new Map();
+        for (const node of element.querySelectorAll('[data-control]')) this.controls.set(node.dataset.control, { node });
+    }
+
+    fill(form) {
+        this.set('caption', form.caption);
+        for (const control of form.controls) {
+            const bound = this.controls.get(control.name);
+            if (!bound) continue;
+            if (!bound.kind) this.bind(bound, control);
+            for (const [member, value] of Object.entries(control)) this.change(control.name, member, value);
+        }
+    }
+
+    set(member, value) {
+        if (member !== 'caption') return;
+        for (const title of this.element.querySelectorAll('[data-caption]')) title.textContent = value;
+    }
+
+    act(control, deed, value) {
+        const report = { do: deed, form: this.name, control: control.name };
+        return this.mirror.act(value === undefined ? report : { ...report, value });
+    }
+
+    bind(bound, control) {
+        const { node } = bound;
+        bound.name = control.name;
+        bound.kind = control.kind;
+        switch (control.kind) {
+            case 'Button':
+                if (control.press === 'held') holdButton(node, this, control.name, this.mirror);
+                else node.addEventListener('click', () => this.act(bound, 'click'));
+                break;
+            case 'Menu':
+                node.addEventListener('click', () => this.act(bound, 'click'));
+                break;
+            case 'Label':
+            case 'PictureBox':
+                node.addEventListener('click', () => this.mirror.report({ do: 'click', form: this.name, control: control.name }));
+                node.addEventListener('dblclick', () => this.act(bound, 'dblclick'));
+                break;
+            case 'TextBox':
+                node.addEventListener('input', () => (bound.typing = true));
+                node.addEventListener('change', async () => {
+                    bound.typing = false;
+                    await this.act(bound, 'change', node.value);
+                    node.value = bound.text;
+                });
+                node.addEventListener('blur', () => {
+                    bound.typing = false;
+                });
+                break;
+            case 'CheckBox':
+                node.addEventListener('change', async () => {
+                    await this.act(bound, 'change', node.checked);
+                    node.checked = bound.checked;
+                });
+                break;
+            case 'OptionButton':
+                node.name = `${this.name}.${control.group}`;
+                node.addEventListener('change', () => this.act(bound, 'change', true));
+                break;
+            case 'ComboBox':
+                bound.list = makeList(node, (index) => this.act(bound, 'change', index));
+                break;
+            case 'ListView':
+                bound.list = makeTable(node, (index) => this.act(bound, 'change', index), () => this.act(bound, 'dblclick'));
+                break;
+            case 'ScrollBar':
+                node.addEventListener('change', () => this.act(bound, 'change', Number(node.value)));
+                break;
+            case 'RichTextBox':
+                this.mirror.send({ do: 'lines', stream: `${this.name}.${control.name}`, from: bound.next ?? 1 });
+                break;
+        }
+    }
+
+    /** A word of a check box stands beside it, and a field is hidden with its words. */
+    around(node) {
+        return node.closest('label') ?? (node.classList.contains('list') ? node.closest('.field') ?? node : node);
+    }
+
+    change(name, member, value) {
+        const bound = this.controls.get(name);
+        if (!bound?.kind) return;
+        const { node, kind } = bound;
+        bound[member] = value;
+        switch (member) {
+            case 'text':
+                if (kind === 'TextBox') {
+                    if (!bound.typing) node.value = value;
+                } else if (kind === 'CheckBox' || kind === 'OptionButton') {
+                    node.parentElement.querySelector('[data-text]').textContent = plain(value);
+                } else if (kind === 'Frame') {
+                    node.querySelector('[data-text]').textContent = plain(value);
+                } else if (kind !== 'PictureBox') {
+                    node.textContent = kind === 'Label' ? value.replace(/\r\n/g, '\n') : plain(value);
+                }
+                break;
+            case 'checked':
+                if (kind === 'Menu') node.setAttribute('aria-checked', value);
+                else node.checked = value;
+                break;
+            case 'enabled':
+                if (kind === 'Frame') node.classList.toggle('off', !value);
+                else if (bound.list) bound.list.enable(value);
+                else if ('disabled' in node) node.disabled = !value;
+                break;
+            case 'visible':
+                this.around(node).hidden = !value;
+                break;
+            case 'look':
+                node.dataset.look = value;
+                break;
+            case 'tip':
+                if (value) node.dataset.tip = value;
+                else delete node.dataset.tip;
+                break;
+            case 'items':
+                bound.list.items(value);
+                break;
+            case 'index':
+                bound.list.select(value);
+                break;
+            case 'minimum':
+                node.min = value;
+                break;
+            case 'maximum':
+                node.max = value;
+                break;
+            case 'value':
+                node.value = value;
+                break;
+            case 'cell':
+                node.dataset.cell = value;
+                break;
+        }
+    }
+
+    text(name) {
+        return this.controls.get(name)?.text ?? '';
+    }
+}

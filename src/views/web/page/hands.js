@@ -1,0 +1,84 @@
+// Buttons that act while they are held. Whatever takes the hand, the page or the eye away ends the hold.
+
+let release;
+
+/** Ends the hold, if there is one. */
+export function letGo() {
+    release?.();
+    release = undefined;
+}
+
+for (const event of ['blur', 'pagehide']) addEventListener(event, letGo);
+document.addEventListener('visibilitychange', () => document.hidden && letGo());
+document.addEventListener('pointerdown', (event) => event.isPrimary || letGo(), true);
+
+function begin(node, form, name, mirror) {
+    letGo();
+    if (node.disabled) return;
+    node.classList.add('held');
+    release = () => {
+        node.classList.remove('held');
+        mirror.release();
+    };
+    mirror.hold(form.name, name).then((heard) => heard || node.classList.remove('held'));
+}
+
+export function holdButton(node, form, name, mirror) {
+    node.addEventListener('pointerdown', (event) => {
+        if (!event.isPrimary || event.button !== 0) return;
+        node.setPointerCapture(event.pointerId);
+        begin(node, form, name, mirror);
+    });
+    for (const end of ['pointerup', 'pointercancel', 'lostpointercapture']) node.addEventListener(end, letGo);
+    node.addEventListener('contextmenu', (event) => event.preventDefault());
+    node.addEventListener('keydown', (event) => {
+        if (event.key === 'Enter' && !event.repeat) begin(node, form, name, mirror);
+    });
+    node.addEventListener('keyup', (event) => event.key === 'Enter' && letGo());
+    node.addEventListener('blur', letGo);
+}
+
+const kCells = { ArrowUp: 1, ArrowLeft: 3, ArrowRight: 5, ArrowDown: 7 };
+
+/** The arrow keys are the pad, by the place of its buttons on the page. */
+export function padByKeys(form, mirror) {
+    let key = '';
+    const mayUse = (target) => !target.closest?.('input, textarea, [role=combobox], [role=listbox], [role=menu], dialog, pre, summary');
+    const buttonAt = (cell) => [...form.controls.values()].find(({ name, cell: place }) => name?.startsWith('btnMove(') && place === cell);
+    addEventListener('keydown', (event) => {
+        const cell = kCells[event.key];
+        if (cell === undefined || event.repeat || !mayUse(event.target)) return;
+        event.preventDefault();
+        const bound = buttonAt(cell);
+        if (bound) {
+            key = event.key;
+            begin(bound.node, form, bound.name, mirror);
+        }
+    });
+    addEventListener('keyup', (event) => event.key === key && ((key = ''), letGo()));
+}
+
+/** Stick and pad of a gamepad are the pad, any of its other buttons stops. */
+export function padByGamepad(form, mirror, stop) {
+    let cell = -1;
+    let stopped = false;
+    const read = () => {
+        const pad = navigator.getGamepads().find(Boolean);
+        if (!pad) return;
+        requestAnimationFrame(read);
+        const pressed = (i) => pad.buttons[i]?.pressed ?? false;
+        const x = (pressed(15) ? 1 : 0) - (pressed(14) ? 1 : 0) || (Math.abs(pad.axes[0]) > 0.6 ? Math.sign(pad.axes[0]) : 0);
+        const y = (pressed(13) ? 1 : 0) - (pressed(12) ? 1 : 0) || (Math.abs(pad.axes[1]) > 0.6 ? Math.sign(pad.axes[1]) : 0);
+        const stops = pad.buttons.some((button, i) => button.pressed && (i < 12 || i > 15));
+        if (stops && !stopped) stop();
+        stopped = stops;
+        const now = x || y ? 4 + x + 3 * y : -1;
+        if (now === cell) return;
+        cell = now;
+        letGo();
+        const bound = [...form.controls.values()].find(({ name, cell: place }) => name?.startsWith('btnMove(') && place === cell);
+        if (cell >= 0 && bound) begin(bound.node, form, bound.name, mirror);
+    };
+    addEventListener('gamepadconnected', read);
+    addEventListener('gamepaddisconnected', letGo);
+}

@@ -1,0 +1,129 @@
+// Lists that are drawn by the page itself: the browser's own would be bright in the dark.
+
+let open;
+
+function close() {
+    open?.();
+    open = undefined;
+}
+document.addEventListener('pointerdown', (event) => {
+    if (!event.target.closest('.list')) close();
+});
+
+/** A list of which one entry is chosen. */
+export function makeList(node, chosen) {
+    const button = document.createElement('button');
+    const options = document.createElement('div');
+    button.type = 'button';
+    button.setAttribute('role', 'combobox');
+    button.setAttribute('aria-haspopup', 'listbox');
+    button.setAttribute('aria-expanded', 'false');
+    button.setAttribute('aria-label', node.dataset.label);
+    options.id = `options-${crypto.getRandomValues(new Uint32Array(1))[0]}`;
+    button.setAttribute('aria-controls', options.id);
+    options.setAttribute('role', 'listbox');
+    options.setAttribute('aria-label', node.dataset.label);
+    options.hidden = true;
+    node.replaceChildren(button, options);
+    let texts = [];
+    let index = -1;
+    let marked = -1;
+
+    const draw = () => {
+        button.textContent = texts[index] ?? '–';
+        options.replaceChildren(
+            ...texts.map((text, i) => {
+                const option = document.createElement('div');
+                option.setAttribute('role', 'option');
+                option.setAttribute('aria-selected', i === index);
+                option.id = `${options.id}-${i}`;
+                option.textContent = text;
+                option.classList.toggle('marked', i === marked);
+                option.addEventListener('click', () => choose(i));
+                return option;
+            }),
+        );
+    };
+    const mark = (i) => {
+        marked = Math.max(0, Math.min(texts.length - 1, i));
+        button.setAttribute('aria-activedescendant', `${options.id}-${marked}`);
+        draw();
+        options.children[marked]?.scrollIntoView({ block: 'nearest' });
+    };
+    const hide = () => {
+        options.hidden = true;
+        button.setAttribute('aria-expanded', 'false');
+        button.removeAttribute('aria-activedescendant');
+    };
+    const show = () => {
+        close();
+        open = hide;
+        options.hidden = false;
+        button.setAttribute('aria-expanded', 'true');
+        mark(index);
+    };
+    const choose = (i) => {
+        hide();
+        button.focus();
+        if (i !== index) chosen(i);
+    };
+    button.addEventListener('click', () => (options.hidden ? show() : hide()));
+    button.addEventListener('keydown', (event) => {
+        const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
+        if (step) {
+            if (options.hidden) show();
+            else mark(marked + step);
+        } else if (!options.hidden && (event.key === 'Enter' || event.key === ' ')) {
+            choose(marked);
+        } else if (!options.hidden && event.key === 'Escape') {
+            hide();
+        } else {
+            return;
+        }
+        event.preventDefault();
+        event.stopPropagation();
+    });
+    return {
+        items: (list) => ((texts = list), draw()),
+        select: (i) => ((index = i), draw()),
+        enable: (on) => ((button.disabled = !on), on || hide()),
+    };
+}
+
+/** A table of which one row is chosen; its columns are separated by tabs. */
+export function makeTable(node, chosen, opened) {
+    let rows = [];
+    let index = -1;
+    let enabled = true;
+    node.setAttribute('role', 'listbox');
+    node.setAttribute('aria-label', node.dataset.label);
+    node.tabIndex = 0;
+    const draw = () =>
+        node.replaceChildren(
+            ...rows.map((row, i) => {
+                const line = document.createElement('div');
+                line.setAttribute('role', 'option');
+                line.setAttribute('aria-selected', i === index);
+                for (const cell of row.split('\t')) {
+                    const column = document.createElement('span');
+                    column.textContent = cell;
+                    line.append(column);
+                }
+                line.addEventListener('click', () => enabled && chosen(i));
+                line.addEventListener('dblclick', () => enabled && opened());
+                return line;
+            }),
+        );
+    node.addEventListener('keydown', (event) => {
+        const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
+        if (step && rows.length) {
+            event.preventDefault();
+            chosen(Math.max(0, Math.min(rows.length - 1, index + step)));
+        }
+    });
+    return {
+        items: (list) => ((rows = list), draw()),
+        select: (i) => ((index = i), draw()),
+        enable: (on) => (enabled = on),
+    };
+}
