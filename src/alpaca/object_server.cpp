@@ -82,7 +82,7 @@ ClientObjectsNeeds ObjectServer::Inside::ObjectNeeds() {
     };
     gate.open = [this] { io_.Post([this] { http_.OpenGate(); }); };
     return {needs_.pump,       needs_.clock,  needs_.devices, std::move(gate),
-            needs_.endProcess, needs_.leases, needs_.mayEnd, needs_.viewIsOpen};
+            needs_.endProcess, needs_.leases, needs_.mayEnd,  needs_.viewIsOpen};
 }
 
 RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {

@@ -6,6 +6,11 @@
 #include "views/mirror/mirror_view.h"
 
 namespace kestrane::mirror {
+namespace {
+
+constexpr std::int32_t kEarlyMs = 10;
+
+}  // namespace
 
 Mirror::Mirror(MirrorNeeds needs) : needs_(std::move(needs)) {}
 
@@ -44,6 +49,11 @@ void Mirror::Closed(ViewId id) {
 }
 
 void Mirror::Tick() {
+    const kestrane::Tick now = needs_.clock.GetTickCount();
+    if (lastTick_ && now - *lastTick_ < kBatchMs - kEarlyMs) {
+        return;
+    }
+    lastTick_ = now;
     const std::vector<std::shared_ptr<MirrorView>> views = views_;
     for (const std::shared_ptr<MirrorView>& view : views) {
         view->Tick();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,7 +75,7 @@ public:
     void Received(ViewId id, std::string_view message);
     /// The view has gone: what it holds is released.
     void Closed(ViewId id);
-    /// Sends what is due. To be called each `kBatchMs` while there are views.
+    /// Sends what is due. To be called each `kBatchMs` while there are views; what comes earlier does nothing.
     void Tick();
     /// Tells all views that the driver ends.
     void SayEnd(EndReason reason);
@@ -85,6 +86,7 @@ private:
     MirrorNeeds needs_;
     std::vector<std::shared_ptr<MirrorView>> views_;
     ViewId lastId_ = 0;
+    std::optional<kestrane::Tick> lastTick_;
 };
 
 }  // namespace kestrane::mirror

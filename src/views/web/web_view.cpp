@@ -10,7 +10,6 @@ namespace kestrane::web {
 namespace {
 
 constexpr std::string_view kSocketPath = "/view";
-constexpr int kTickEarlyMs = 5;
 /// A short message costs more than its bytes while it waits.
 constexpr std::size_t kCostOfAMessage = 256;
 
@@ -72,13 +71,9 @@ http::Answer WebView::OpenView(May may) {
 
 /// However many views are open, and however long the logic thread is busy, one tick waits at most.
 void WebView::OnPulse() {
-    const std::int64_t now =
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
-            .count();
-    if (now - lastTick_ < kTickMs - kTickEarlyMs || tickWaits_.exchange(true)) {
+    if (tickWaits_.exchange(true)) {
         return;
     }
-    lastTick_ = now;
     needs_.pump.Post(CallKind::Read, [this] {
         tickWaits_ = false;
         if (needs_.tick) {

@@ -28,7 +28,7 @@ struct WebViewNeeds {
     std::function<void(ViewId, May)> opened;            ///< `Stop` or `All`
     std::function<void(ViewId, std::string)> received;  ///< see `http::WebSocket::kMostReceived`
     std::function<void(ViewId)> closed;                 ///< once, the last call for this view
-    std::function<void()> tick = {};                    ///< about each `WebView::kTickMs` while a view is open
+    std::function<void()> tick = {};                    ///< each `WebView::kTickMs`, for each open view
 };
 
 /// The hand box in a browser: the files of the page, and a `WebSocket` at "/view" for each page that is open. It
@@ -66,7 +66,6 @@ private:
     void OnPulse();
 
     WebViewNeeds needs_;
-    std::int64_t lastTick_ = 0;                                   ///< on the I/O thread
     std::atomic<bool> tickWaits_{false};                          ///< posted, and not run yet
     ViewId lastView_ = 0;                                         ///< on the I/O thread
     std::map<ViewId, std::shared_ptr<http::WebSocket>> sockets_;  ///< on the logic thread
