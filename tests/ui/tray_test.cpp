@@ -363,29 +363,32 @@ TEST_F(TrayTest, EntriesOfButtons_RestoreTheHandBox_AndPressTheButton) {
 /// A person may fill in a setup for an hour, and must not hold the call in whose pump the entry was chosen.
 TEST_F(TrayTest, SetupEntries_OpenTheirWindows_EachAsALongCallOfItsOwn) {
     driver->InternalInstance();
-    const std::pair<Menu*, Form*> rows[] = {{&HandBox().mPopSetup, &driver->initialSetup},
-                                            {&HandBox().mPopFocuser, &driver->setupFocuser}};
-    for (const auto& [entry, form] : rows) {
-        SCOPED_TRACE(entry->Name());
+    struct Row {
+        Menu* entry;
+        Form* form;
+    };
+    for (const Row& row :
+         {Row{&HandBox().mPopSetup, &driver->initialSetup}, Row{&HandBox().mPopFocuser, &driver->setupFocuser}}) {
+        SCOPED_TRACE(row.entry->Name());
         Onlooker view;
-        form->Attach(view);
+        row.form->Attach(view);
         bool otherCallRuns = false;
         bool opened = false;
         InASecond([&] {
-            opened = form->Visible();
+            opened = row.form->Visible();
             EXPECT_FALSE(otherCallRuns);
-            form->Hide();
+            row.form->Hide();
         });
         machine.pump.Post(CallKind::Brief, [&] {
             otherCallRuns = true;
-            entry->FireClick();
+            row.entry->FireClick();
             machine.pump.PumpMessages();
             otherCallRuns = false;
         });
         machine.AdvanceTime(3'000);
         EXPECT_TRUE(opened);
-        EXPECT_FALSE(form->Loaded());
-        form->Detach(view);
+        EXPECT_FALSE(row.form->Loaded());
+        row.form->Detach(view);
     }
 }
 
