@@ -223,7 +223,10 @@ const std::vector<Refusal>& Refusals() {
 class PropertyReadTest : public ProcessFixture {
 protected:
     void SetUp() override {
-        Seed({{"txtScopeAperture", "200"}, {"txtScopeFocalLength", "1500"}, {"Elevation", "650"}});
+        Seed({{"txtScopeAperture", "200"},
+              {"txtScopeFocalLength", "1500"},
+              {"Elevation", "650"},
+              {"Timeout", "10000"}});  // a machine that is busy elsewhere is no silent mount
         StartSystem();
         client_ = std::make_unique<HttpClient>(Client(1));
         Connect(*client_);

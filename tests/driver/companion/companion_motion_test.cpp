@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 
 #include "driver/companion/companion_fixture.h"
+#include "kernel/base/conversions.h"
+#include "support/stands_west.h"
 
 /// Slews and parks of the companion that something gets in the way of: a stop, a line that falls silent, a client that
 /// goes.
@@ -424,6 +427,83 @@ TEST_F(CompanionMotionTest, WithoutTheSetting_AParkAtAngles_IsThatOfTheDriver) {
     EXPECT_TRUE(telescope->AtPark());
     EXPECT_TRUE(mount->Picture().parked);
 }
+
+// --- slews in two legs ----------------------------------------------------------------------------------------------
+
+class TwoLegTest : public CompanionMotionTest {
+protected:
+    void ConnectForTwoLegs(const SettingTexts& settings = {}) {
+        Connect(Road::CompanionPort, settings);
+        driver->state.g_bFirmwareSafeSlew = false;
+        mount->Add(std::make_unique<StandsWest>());
+        target_ = NormalizeHours(telescope->SiderealTime() + 2.0);
+    }
+    void StartTwoLegs() {
+        telescope->SlewToCoordinatesAsync(target_, 30.0);
+        ASSERT_TRUE(State().g_bSafeSlewPending);
+        machine.AdvanceTime(1'000);
+        ASSERT_TRUE(mount->Picture().slewing);
+    }
+    void ExpectTheSlewToEndAtItsTarget() {
+        EXPECT_TRUE(WaitForSlewEnd());
+        EXPECT_EQ(TimesTold("*DISABLESAFESLEW"), 0);
+        EXPECT_EQ(TimesLogged("Slew 2 of 2"), 1);
+        EXPECT_FALSE(State().g_bSafeSlewPending);
+        EXPECT_NEAR(mount->Picture().declination, 30.0, 0.05);
+        EXPECT_NEAR(mount->Picture().rightAscension, target_, 0.01);
+    }
+
+private:
+    double target_ = 0.0;
+};
+
+TEST_F(TwoLegTest, WithoutTheSetting_BothLegsAreThoseOfTheDriver) {
+    ConnectForTwoLegs({{"QuayHandlesSlews", "0"}});
+    ASSERT_TRUE(State().g_bQuayLink);
+    StartTwoLegs();
+    ExpectTheSlewToEndAtItsTarget();
+    EXPECT_EQ(TimesTold("MS"), 2);
+    EXPECT_EQ(TimesTold("*SLEW"), 0);
+}
+
+/// The second leg is a slew of its own, which goes by the road that is there when it begins.
+TEST_F(TwoLegTest, ACompanionThatIsFoundBetweenTheLegs_TakesTheSecondOne) {
+    ConnectForTwoLegs();
+    driver->state.g_bQuayLink = false;
+    StartTwoLegs();
+    driver->channel.CheckQuay();
+    ASSERT_TRUE(State().g_bQuayLink);
+    ASSERT_TRUE(State().g_bQuayHandlesSlews);
+    MarkNow();
+    ExpectTheSlewToEndAtItsTarget();
+    EXPECT_EQ(TimesTold("MS"), 0);
+    EXPECT_EQ(TimesTold("*SLEW,"), 1);
+}
+
+// --- parks that the companion plans first ---------------------------------------------------------------------------
+
+class PlannedParkTest : public CompanionMotionTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(PlannedParkTest, ThatIsStoppedWhileItIsPlanned_DoesNotBegin) {
+    ConnectToPark(GetParam());
+    companion.beforeGotoMs = 2'500;
+    telescope->Park();
+    machine.AdvanceTime(500);
+    ASSERT_TRUE(State().g_bParking);
+    ASSERT_FALSE(mount->Picture().slewing);
+    telescope->AbortSlew();
+    machine.AdvanceTime(120'000);
+    EXPECT_TRUE(Logged("Park canceled..."));
+    EXPECT_FALSE(State().g_bParking);
+    EXPECT_FALSE(mount->Picture().slewing);
+    EXPECT_FALSE(mount->Picture().parked);
+    EXPECT_FALSE(companion.Parking());
+    EXPECT_FALSE(telescope->AtPark());
+    EXPECT_EQ(TimesTold("KA"), 0);
+    EXPECT_EQ(driver->persist.Read(setting::ParkStatus), "UnParked");
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, PlannedParkTest, testing::Values("2", "6"));
 
 // --- clients --------------------------------------------------------------------------------------------------------
 
