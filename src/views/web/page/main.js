@@ -29,6 +29,7 @@ const mirror = new Mirror({
     closed: (why) => {
         letGo();
         document.body.classList.add('dead');
+        document.body.dataset.live = 'no';
         $('state').textContent = why === 'person' ? 'Driver closed' : 'No driver';
         $('shape').textContent = '✕';
         if (why === 'person') offerStart();
@@ -37,6 +38,7 @@ const mirror = new Mirror({
         const names = new Set(open.map((form) => form.name));
         for (const name of forms.keys()) if (!names.has(name)) closeForm(name);
         open.forEach(openForm);
+        document.body.dataset.live = 'yes';
         openAsked();
     },
     changes: ({ changes }) => {

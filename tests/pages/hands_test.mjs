@@ -1,0 +1,165 @@
+// What moves the telescope: the pad by mouse, touch and keys, and STOP from everywhere.
+
+import assert from 'node:assert/strict';
+import { after, afterEach, before, test } from 'node:test';
+import { handBox, openPage, startBrowser, stateOf, textOf, unfold, waitForState } from './support/browser.mjs';
+import { System, pause, until } from './support/system.mjs';
+
+let system;
+let browser;
+let page;
+
+before(async () => {
+    [system, browser] = await Promise.all([System.start(), startBrowser()]);
+    await system.connect();
+    page = await openPage(browser, system, { touch: true });
+    await waitForState(page, 'Tracking');
+});
+afterEach(async () => {
+    assert.deepEqual(page.errors, []);
+    await system.put('abortslew');
+    await waitForState(page, 'Tracking');
+});
+after(async () => {
+    await browser?.close();
+    await system?.end();
+});
+
+/** Degrees that the declination goes in that time. */
+async function goes(ms = 1500) {
+    const from = await system.get('declination');
+    await pause(ms);
+    return Math.abs((await system.get('declination')) - from);
+}
+const moves = () => until(async () => (await goes(600)) > 0.002, 'the mount to move');
+const stands = () => until(async () => (await goes(1200)) < 0.0005, 'the mount to stand', 6000);
+const north = () => handBox(page, 'btnMove(1)');
+
+test('the pad moves the mount as long as the mouse holds it', async () => {
+    await north().hover();
+    await page.mouse.down();
+    await moves();
+    assert.equal(await page.locator('.held').count(), 1);
+    await page.mouse.up();
+    await stands();
+    assert.equal(await page.locator('.held').count(), 0);
+});
+
+test('a finger moves the mount, and a second finger ends it', async () => {
+    const { x, y, width, height } = await north().boundingBox();
+    const finger = { x: x + width / 2, y: y + height / 2, id: 1 };
+    const cdp = await page.context().newCDPSession(page);
+    const touch = (type, touchPoints) => cdp.send('Input.dispatchTouchEvent', { type, touchPoints });
+    await touch('touchStart', [finger]);
+    await moves();
+    await touch('touchStart', [finger, { x: 20, y: 300, id: 2 }]);
+    await stands();
+    await touch('touchEnd', []);
+});
+
+test('the arrow keys are the pad', async () => {
+    await page.locator('body').focus();
+    await page.keyboard.down('ArrowUp');
+    await moves();
+    await page.keyboard.up('ArrowUp');
+    await stands();
+});
+
+test('a hold ends when the window loses the focus', async () => {
+    await north().hover();
+    await page.mouse.down();
+    await moves();
+    await page.evaluate(() => dispatchEvent(new Event('blur')));
+    await stands();
+    await page.mouse.up();
+});
+
+test('a browser that is killed in a hold lets go', async () => {
+    const other = await startBrowser();
+    const held = await openPage(other, system);
+    await handBox(held, 'btnMove(1)').hover();
+    await held.mouse.down();
+    await moves();
+    const gone = held.waitForEvent('close').catch(() => {});
+    const crashed = other.newBrowserCDPSession().then((cdp) => cdp.send('Browser.crash').catch(() => {}));
+    await Promise.race([crashed, gone]);
+    await pause(1500);
+    assert.ok((await goes(1500)) < 0.0005, 'it stands after 1.5 s');
+    await other.close().catch(() => {});
+});
+
+async function slewAway() {
+    const dec = await system.get('declination');
+    await system.put('slewtocoordinatesasync', { RightAscension: await system.get('rightascension'), Declination: dec > 40 ? dec - 30 : dec + 30 });
+    await waitForState(page, 'Slewing');
+}
+async function standsStopped() {
+    await until(async () => !(await system.get('slewing')), 'the slew to end', 3000);
+}
+
+test('STOP ends a slew, and says that it was heard', async () => {
+    await slewAway();
+    await page.locator('#stop').click();
+    await until(async () => (await textOf(page, '#stop')) === 'STOP HEARD', 'the answer');
+    await standsStopped();
+});
+
+for (const key of ['Escape', ' ']) {
+    test(`${key === ' ' ? 'the space bar' : key} is STOP while anything moves`, async () => {
+        await slewAway();
+        await page.keyboard.press(key);
+        await standsStopped();
+    });
+}
+
+test('each dialog has its STOP, and stays open', async () => {
+    await unfold(page);
+    const openers = [
+        () => handBox(page, 'btnSlewRaDec').click(),
+        () => page.locator('#menuButton').click().then(() => handBox(page, 'mPopSetup').click()),
+        () => page.locator('#menuButton').click().then(() => handBox(page, 'mPopFocuser').click()),
+    ];
+    for (const open of openers) {
+        await open();
+        const dialog = page.locator('dialog[open]');
+        await dialog.waitFor();
+        await slewAway();
+        await dialog.locator('.stopButton').click();
+        await standsStopped();
+        assert.equal(await dialog.count(), 1);
+        await slewAway();
+        await page.keyboard.press('Escape');
+        await standsStopped();
+        assert.equal(await dialog.count(), 1, 'Escape stops while anything moves');
+        await waitForState(page, 'Tracking');
+        await page.keyboard.press('Escape');
+        await until(async () => (await dialog.count()) === 0, 'Escape to close the dialog');
+    }
+});
+
+test('STOP says NOT HEARD when the socket is dead', async () => {
+    await page.evaluate(() => (window.deadSend = WebSocket.prototype.send, (WebSocket.prototype.send = () => {})));
+    const pressed = Date.now();
+    await page.locator('#stop').click();
+    await until(async () => (await textOf(page, '#stop')) === 'NOT HEARD', 'the warning', 3000);
+    assert.ok(Date.now() - pressed < 2500);
+    await page.evaluate(() => (WebSocket.prototype.send = window.deadSend));
+    await until(async () => (await textOf(page, '#stop')) === 'STOP', 'STOP to be STOP again', 6000);
+});
+
+test('a press with an old beat moves nothing, and the page says so', async () => {
+    await page.evaluate(() => {
+        const send = WebSocket.prototype.send;
+        window.freshSend = send;
+        WebSocket.prototype.send = function (text) {
+            send.call(this, text.replace(/"beat":\d+/, '"beat":1'));
+        };
+    });
+    await north().hover();
+    await page.mouse.down();
+    assert.ok((await goes(1500)) < 0.0005);
+    await page.mouse.up();
+    await page.evaluate(() => (WebSocket.prototype.send = window.freshSend));
+    assert.notEqual((await textOf(page, '#notices')).trim(), '');
+    assert.equal(await stateOf(page), 'Tracking');
+});
