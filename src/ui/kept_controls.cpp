@@ -5,6 +5,7 @@
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
+#include "ui/colours.h"
 
 namespace kestrane {
 namespace {
@@ -64,7 +65,11 @@ void KeptControls::Add(KeptCheck row) {
 void KeptControls::Add(KeptText row) {
     texts_.push_back(std::move(row));
     texts_.back().control.OnChange([this, &kept = texts_.back()] {
-        if (!kept.good || kept.good(kept.control.Text())) {
+        const bool good = !kept.good || kept.good(kept.control.Text());
+        if (kept.good) {
+            Paint(kept.control, good ? kNormalColours : kWarningColours);
+        }
+        if (good) {
             OnChange(kept);
         }
     });

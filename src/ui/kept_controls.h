@@ -25,7 +25,7 @@ struct KeptCheck {
 struct KeptText {
     TextBox& control;
     SettingKey key;
-    std::function<bool(std::string_view text)> good = {};  ///< a text for which it is false is not kept
+    std::function<bool(std::string_view text)> good = {};  ///< a text for which it is false is marked, not kept
     std::function<void()> changed = {};                    ///< what else happens at a change to a good text
     std::string_view whenEmpty = {};                       ///< shown where the stored text is empty
 };

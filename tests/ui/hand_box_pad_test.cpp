@@ -89,6 +89,16 @@ TEST_F(HandBoxPad, EachButton_SendsTheRateAndItsMoveAndStopsWhenReleased) {
     EXPECT_TRUE(LoggedAs("ButtonMove", 0, "Move Button 8 released."));
 }
 
+TEST_F(HandBoxPad, TheRelease_GivesBackTheGuideRateThatIsChosen) {
+    Ready();
+    for (std::int32_t rate = 0; rate < 3; ++rate) {
+        HandBox().cbxInitGuideRate.ListIndex(rate);
+        Pad(1).FireMouseDown();
+        EXPECT_EQ(SentByRelease(1), (Wire{"Q", "Q", "RG" + std::to_string(rate), "#", "Q"}));
+        machine.AdvanceTime(5000);
+    }
+}
+
 TEST_F(HandBoxPad, TheLabelsOfTheAxesThatMove_HaveWarningColours) {
     Ready();
     const std::array<std::int32_t, 2> normal{128, 255};

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "support/driver_fixture.h"
+#include "ui/colours.h"
 
 namespace kestrane {
 namespace {
@@ -57,6 +58,35 @@ TEST_F(HandBoxRates, CustomButton_SendsNoRateThatIsNoneOrBeyondTheLimit) {
     EXPECT_TRUE(Logged("The custom rate is no number within the limit, it is not sent: 'abc'"));
     EXPECT_TRUE(Logged("The custom rate is no number within the limit, it is not sent: '1000'"));
     EXPECT_EQ(driver->state.g_nDisplayedRate, 1);
+}
+
+TEST_F(HandBoxRates, AButton_WaitsForTheEndOfAStepOfThePoll) {
+    driver->state.g_bInPoll = true;
+    EXPECT_EQ(SentBy([&] { HandBox().btnRateLunar.FireClick(); }), "");
+    driver->state.g_bInPoll = false;
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(driver->state.g_nDisplayedRate, 2);
+}
+
+TEST_F(HandBoxRates, ABacklashOutOfRange_IsMarked_AndNotKept) {
+    TextBox& box = HandBox().txtInitRaBacklash;
+    for (const char* good : {"0", "59", "12.5"}) {
+        box.Text(good);
+        EXPECT_EQ(box.ForeColour(), kNormalColours.fore) << good;
+        EXPECT_EQ(driver->persist.ReadIniValue("txtInitRaBacklash", "none"), good);
+    }
+    for (const char* bad : {"-1", "59.1", "60", "abc", ""}) {
+        box.Text(bad);
+        EXPECT_EQ(box.ForeColour(), kWarningColours.fore) << bad;
+        EXPECT_EQ(driver->persist.ReadIniValue("txtInitRaBacklash", "none"), "12.5");
+    }
+}
+
+TEST_F(HandBoxRates, ATextThatIsNoRate_IsMarked) {
+    HandBox().txtRaCustom.Text("abc");
+    EXPECT_EQ(HandBox().txtRaCustom.ForeColour(), kWarningColours.fore);
+    HandBox().txtRaCustom.Text("0.5");
+    EXPECT_EQ(HandBox().txtRaCustom.ForeColour(), kNormalColours.fore);
 }
 
 TEST_F(HandBoxRates, CustomRateWithAnExponent_IsNoRate) {

@@ -32,6 +32,11 @@ constexpr ActionRow kActionButtons[] = {
     {&frmHandBox::btnDisablePEM, ButtonAction::DisablePem},
     {&frmHandBox::btnPEMRecord, ButtonAction::RecordPem},
     {&frmHandBox::btnReticleBrightness, ButtonAction::ResetReticle},
+    {&frmHandBox::btnRateZero, ButtonAction::RateZero},
+    {&frmHandBox::btnRateSidereal, ButtonAction::RateSidereal},
+    {&frmHandBox::btnRateLunar, ButtonAction::RateLunar},
+    {&frmHandBox::btnRateSolar, ButtonAction::RateSolar},
+    {&frmHandBox::btnRateCustom, ButtonAction::RateCustom},
 };
 
 /// A person is asked about these, and may take all night.

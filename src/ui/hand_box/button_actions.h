@@ -41,6 +41,11 @@ enum class ButtonAction : std::int32_t {
     WarnOfPark1 = 27,  ///< no button: a person has chosen that position
     GotoRaDec = 28,    ///< this one and the next ask and slew, from the windows of bookmarks
     GotoAltAz = 29,
+    RateZero = 30,  ///< this one and the next four choose a tracking rate
+    RateSidereal = 31,
+    RateLunar = 32,
+    RateSolar = 33,
+    RateCustom = 34,
     Count
 };
 

@@ -1,6 +1,9 @@
 #include "ui/hand_box/configuration.h"
 
+#include <optional>
+
 #include "catalogue/wire_commands.h"
+#include "kernel/base/conversions.h"
 #include "telescope/mount/mount_setup.h"
 #include "ui/fixed_lists.h"
 
@@ -9,6 +12,7 @@ namespace {
 
 constexpr int kPemOff = 0;
 constexpr int kPemOn = 1;
+constexpr double kMostBacklash = 59.0;  ///< arc-seconds
 
 }  // namespace
 
@@ -37,8 +41,12 @@ void ConfigurationFrame::Keep(KeptControls& kept) {
                        }});
     kept.Add(KeptCheck{handBox.chkCalcAzAlt, setting::chkCalcAzAlt});
     kept.Add(KeptCheck{handBox.chkCalcLST, setting::chkCalcLST});
-    kept.Add(KeptText{handBox.txtInitRaBacklash, setting::txtInitRaBacklash});
-    kept.Add(KeptText{handBox.txtInitDecBacklash, setting::txtInitDecBacklash});
+    const auto isBacklash = [this](std::string_view text) {
+        const std::optional<double> arcSeconds = PlainDecimal(text, driver_.log);
+        return arcSeconds && *arcSeconds >= 0.0 && *arcSeconds <= kMostBacklash;
+    };
+    kept.Add(KeptText{handBox.txtInitRaBacklash, setting::txtInitRaBacklash, isBacklash});
+    kept.Add(KeptText{handBox.txtInitDecBacklash, setting::txtInitDecBacklash, isBacklash});
     kept.Add(KeptText{handBox.txtCustomSlewRate, setting::txtCustomSlewRate});
     kept.Add(KeptText{handBox.txtScopeFocalLength, setting::txtScopeFocalLength});
     kept.Add(KeptText{handBox.txtScopeAperture, setting::txtScopeAperture});

@@ -23,7 +23,7 @@ HandBoxPanel::HandBoxPanel(HandBoxNeeds needs)
       setPark_(needs_, actions_),
       unparkOffer_(needs_, park_, actions_),
       pad_(needs_, kept_, actions_, park_, [this] { AbortSlew(); }),
-      tracking_(needs_, kept_),
+      tracking_(needs_, kept_, actions_),
       configuration_(needs_, kept_, actions_),
       site_(needs_, actions_),
       focuser_(needs_, kept_),
@@ -48,6 +48,7 @@ void HandBoxPanel::OnLoad() {
     needs_.handBox.tmrQueryRaDecAltAz.Interval(kPollIntervalMs);
     configuration_.Load();
     pad_.ArrangeMoveButtons();
+    site_.Load();
     needs_.showMenuOptions();
     paging_.Load();
 }

@@ -41,6 +41,15 @@ SiteFrame::SiteFrame(const HandBoxNeeds& needs, ButtonActions& actions)
     needs_.handBox.btnCopyLatLongToSite.OnClick([this] { CopyToSite(); });
 }
 
+/// The boxes only show; the site is changed in the setup.
+void SiteFrame::Load() {
+    frmHandBox& handBox = needs_.handBox;
+    for (TextBox* box : {&handBox.txtSiteName, &handBox.txtLatitude, &handBox.txtLongitude, &handBox.txtElevation,
+                         &handBox.txtActualLatitude, &handBox.txtActualLongitude}) {
+        box->Enabled(false);
+    }
+}
+
 void SiteFrame::FillSite() {
     frmHandBox& handBox = needs_.handBox;
     handBox.lblSiteTag.Text(needs_.sites.CurrentSiteName());

@@ -13,6 +13,8 @@ class SiteFrame {
 public:
     SiteFrame(const HandBoxNeeds& needs, ButtonActions& actions);
 
+    /// For the load of the window.
+    void Load();
     /// Shows the name and the position of the current site, and whether the mount has reported another.
     void FillSite();
     /// See `HandBoxDisplay`.

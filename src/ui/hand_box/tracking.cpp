@@ -11,8 +11,8 @@ namespace kestrane {
 namespace {
 
 /// The buttons that choose a rate of the mount, by displayed rate.
-constexpr Button frmHandBox::*kRateButtons[] = {&frmHandBox::btnRateZero, &frmHandBox::btnRateSidereal,
-                                                &frmHandBox::btnRateLunar, &frmHandBox::btnRateSolar};
+constexpr ButtonAction kRateActions[] = {ButtonAction::RateZero, ButtonAction::RateSidereal, ButtonAction::RateLunar,
+                                         ButtonAction::RateSolar};
 
 bool Marks(std::int16_t rate, std::size_t indicator) {
     return rate >= 0 && static_cast<std::size_t>(rate) == indicator;
@@ -41,7 +41,7 @@ std::string RateText(const DriverState& state, std::int16_t rate, RateCorrection
 
 }  // namespace
 
-TrackingFrame::TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept)
+TrackingFrame::TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept, ButtonActions& actions)
     : needs_(needs), driver_(needs.driver), state_(needs.driver.state) {
     frmHandBox& handBox = needs_.handBox;
     const auto isGood = [this](std::string_view text) { return CustomRateIsGood(text); };
@@ -49,9 +49,9 @@ TrackingFrame::TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept)
     kept.Add(KeptText{handBox.txtDecCustom, setting::txtDecCustom, isGood});
     kept.Add(KeptCheck{handBox.chkEnableKingRate, setting::chkEnableKingRate, [this] { OnKingRateChange(); }});
     for (std::int16_t rate = displayed_rate::Off; rate < displayed_rate::Custom; ++rate) {
-        (handBox.*kRateButtons[rate]).OnClick([this, rate] { needs_.tracking.ChooseRate(rate); });
+        actions.On(kRateActions[rate], [this, rate] { needs_.tracking.ChooseRate(rate); });
     }
-    handBox.btnRateCustom.OnClick([this] { SetCustomRates(); });
+    actions.On(ButtonAction::RateCustom, [this] { SetCustomRates(); });
 }
 
 void TrackingFrame::ShowTrackingRate(std::int16_t rate, RateCorrection correction) {

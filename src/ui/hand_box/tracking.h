@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "ui/hand_box/button_actions.h"
 #include "ui/hand_box/hand_box_needs.h"
 #include "ui/kept_controls.h"
 
@@ -12,7 +13,7 @@ namespace kestrane {
 /// The frame with the tracking rates. Logic thread only.
 class TrackingFrame {
 public:
-    TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept);
+    TrackingFrame(const HandBoxNeeds& needs, KeptControls& kept, ButtonActions& actions);
 
     /// See `HandBoxDisplay`.
     void ShowTrackingRate(std::int16_t rate, RateCorrection correction);
