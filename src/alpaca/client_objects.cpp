@@ -18,6 +18,19 @@ void LayOver(std::int32_t& milliseconds, const char* seconds) {
     }
 }
 
+ListedClientName NameOf(const ClientKey& key) {
+    return {key.client.address, key.client.clientId, key.device == DeviceKind::Telescope ? "Telescope" : "Focuser"};
+}
+
+/// The innermost last, as they wait for each other.
+std::string Joined(const std::vector<std::string>& members) {
+    std::string all;
+    for (const std::string& member : members) {
+        all += (all.empty() ? "" : ", ") + member;
+    }
+    return all;
+}
+
 }  // namespace
 
 LeaseTimes LeaseTimesFrom(const char* idleSeconds, const char* connectedSeconds) {
@@ -74,13 +87,19 @@ bool ClientObjects::BeingCreated(const ClientKey& key) const {
 /// Nothing releases the object meanwhile.
 struct ClientObjects::InUse {
     Slot& slot;
-    explicit InUse(Slot& used) : slot(used) { ++slot.calls; }
+    InUse(Slot& used, std::string_view member) : slot(used) {
+        ++slot.calls;
+        slot.running.emplace_back(member);
+    }
     InUse(const InUse&) = delete;
     InUse& operator=(const InUse&) = delete;
-    ~InUse() { --slot.calls; }
+    ~InUse() {
+        slot.running.pop_back();
+        --slot.calls;
+    }
 };
 
-std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection,
+std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connection, std::string_view member,
                                 const std::function<std::string(ClientObject&)>& call, CallKind kind) {
     struct EndOfCall {
         ClientObjects& objects;
@@ -91,6 +110,7 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
         ~EndOfCall() {
             slot->second.lastUse = slot->second.lastSign = objects.needs_.clock.GetTickCount();
             slot->second.stopAgain.reset();
+            objects.NoteConnected(slot->second);
             Tick end;
             if (objects.LeaseEnd(slot->first, slot->second, end)) {
                 objects.WakeAt(end);
@@ -102,7 +122,8 @@ std::string ClientObjects::Call(const ClientKey& key, http::ConnectionId connect
     };
     NoteActivity();
     const EndOfCall end{*this, FindOrCreate(key, kind)};
-    const InUse use{end.slot->second};
+    const InUse use{end.slot->second, member};
+    end.slot->second.lastRequest = needs_.clock.GetLocalTime();
     ConnectionServes(key.client, connection);
     return call(*end.slot->second.object);
 }
@@ -213,7 +234,7 @@ void ClientObjects::EndMotionsOfVanishedClients() {
         const auto found = slots_.find(key);
         Tick end;
         if (found != slots_.end() && MotionEnd(key, found->second, end) && needs_.clock.GetTickCount() - end >= 0) {
-            const InUse use{found->second};
+            const InUse use{found->second, "the end of its motion"};
             found->second.object->Device().EndMotions();
             found->second.stopAgain = needs_.clock.GetTickCount() + kMotionStopAgain;
         }
@@ -314,6 +335,53 @@ void ClientObjects::Release(Slots::iterator slot) {
     slots_.erase(slot);
     ForgetClientWithoutUse(name);
     object->Disconnect();
+}
+
+void ClientObjects::NoteConnected(Slot& slot) {
+    if (!slot.object->IsConnected()) {
+        slot.connectedSince.reset();
+    } else if (!slot.connectedSince) {
+        slot.connectedSince = needs_.clock.GetLocalTime();
+    }
+}
+
+std::vector<ListedClient> ClientObjects::Clients() const {
+    std::vector<ListedClient> clients;
+    for (const auto& [key, slot] : slots_) {
+        if (slot.object) {
+            clients.push_back({NameOf(key), slot.connectedSince, slot.lastRequest, Joined(slot.running)});
+        }
+    }
+    return clients;
+}
+
+void ClientObjects::ReleaseClient(const ListedClientName& name) {
+    // It may wait: it must not start inside the press of a button.
+    needs_.pump.Post(CallKind::WaitsLong, [this, name] { ReleaseNow(name); });
+}
+
+/// An object in use stays for its calls; it is only disconnected, and goes by its lease. So does the last one, whose
+/// end is that of the process.
+void ClientObjects::ReleaseNow(const ListedClientName& name) {
+    const auto found = std::ranges::find_if(slots_, [&](const auto& slot) { return NameOf(slot.first) == name; });
+    if (found == slots_.end() || !found->second.object) {
+        return;
+    }
+    const ClientKey key = found->first;
+    {
+        const InUse use{found->second, "its release"};
+        ClientObject& object = *found->second.object;
+        if (object.Device().MovesOn()) {
+            object.Device().EndMotions();
+        }
+        object.Disconnect();
+        NoteConnected(found->second);
+    }
+    const auto slot = slots_.find(key);
+    if (slots_.size() > 1 && MayGo(slot->second)) {
+        Release(slot);
+    }
+    WakeForAll();
 }
 
 void ClientObjects::ShutGate() {

@@ -15,6 +15,7 @@
 #include "http/request.h"
 #include "platform/clock.h"
 #include "platform/message_pump.h"
+#include "ui/client_list.h"
 
 namespace kestrane::alpaca {
 
@@ -70,7 +71,7 @@ struct ClientObjectsNeeds {
 /// The objects of all clients: made by a client's first device request, released when its lease is over. The release
 /// that leaves none ends the process, and so does a lease without any object; both only with the gate shut, so that no
 /// request is lost. Logic thread only; outlives every call that was posted for it.
-class ClientObjects {
+class ClientObjects final : public ClientList {
 public:
     /// More objects than any real clients need together. A further client takes the place of the one that is not
     /// connected and has been silent longest; when all are connected, it is refused by `std::runtime_error`.
@@ -101,11 +102,15 @@ public:
     /// Whether the object is being made right now, further up on the stack: a call on it has to wait.
     bool BeingCreated(const ClientKey& key) const;
     /// Runs a call on the client's object; makes the object first if there is none. The object lives until the call is
-    /// over.
-    std::string Call(const ClientKey& key, http::ConnectionId connection,
+    /// over. `member` is what a person is told that the client runs.
+    std::string Call(const ClientKey& key, http::ConnectionId connection, std::string_view member,
                      const std::function<std::string(ClientObject&)>& call, CallKind kind = CallKind::Brief);
 
     std::size_t Count() const { return slots_.size(); }
+
+    // ClientList
+    std::vector<ListedClient> Clients() const override;
+    void ReleaseClient(const ListedClientName& name) override;
 
 private:
     struct Slot {
@@ -114,6 +119,9 @@ private:
         Tick lastUse;                          ///< end of the last call
         Tick lastSign;                         ///< the same, or the last closing of a connection of its client
         std::optional<Tick> stopAgain;         ///< when a motion that could not be ended is to be ended again
+        std::vector<std::string> running;      ///< members on the stack, the innermost last
+        std::optional<DateTime> connectedSince;
+        DateTime lastRequest;
     };
     struct Client {
         std::set<http::ConnectionId> connections;  ///< open ones that carried a request of the client
@@ -122,6 +130,8 @@ private:
     struct InUse;
 
     Slots::iterator FindOrCreate(const ClientKey& key, CallKind kind);
+    void NoteConnected(Slot& slot);
+    void ReleaseNow(const ListedClientName& name);
     static bool MayGo(const Slot& slot);
     void MakeRoom();
     void ForgetClientWithoutUse(const ClientName& name);

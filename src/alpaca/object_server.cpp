@@ -19,6 +19,7 @@ public:
     Inside& operator=(const Inside&) = delete;
 
     std::size_t ObjectCount() const { return objects_.Count(); }
+    ClientList& Clients() { return objects_; }
     std::size_t ConnectionCount();
 
 private:
@@ -141,6 +142,10 @@ ObjectServer::ObjectServer(ObjectServerNeeds needs, const ServerSockets& sockets
     : inside_(std::make_unique<Inside>(std::move(needs), sockets)) {}
 
 ObjectServer::~ObjectServer() = default;
+
+ClientList& ObjectServer::Clients() {
+    return inside_->Clients();
+}
 
 std::size_t ObjectServer::ObjectCount() const {
     return inside_->ObjectCount();

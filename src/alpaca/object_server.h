@@ -47,6 +47,8 @@ public:
     ObjectServer(const ObjectServer&) = delete;
     ObjectServer& operator=(const ObjectServer&) = delete;
 
+    /// Who the clients are; as long as the server lives.
+    ClientList& Clients();
     /// Number of client objects alive now.
     std::size_t ObjectCount() const;
     /// Number of open connections; asks the I/O thread and waits for it.

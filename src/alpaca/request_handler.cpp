@@ -191,7 +191,8 @@ http::Answer RequestHandler::RunCall(const DeviceCall& call) {
             }
             return route.handler(object, call.request.arguments);
         };
-        return ValueAnswer(call.ids, needs_.objects.Call(call.request.key, call.connection, run, route.kind));
+        return ValueAnswer(call.ids,
+                           needs_.objects.Call(call.request.key, call.connection, route.name, run, route.kind));
     } catch (const DriverError& error) {
         return ErrorAnswer(call.ids, AlpacaErrorNumber(error.Number()), error.Message());
     } catch (const std::exception& error) {

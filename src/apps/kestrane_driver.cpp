@@ -142,7 +142,7 @@ void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, c
     alpaca::DriverDevices devices(driver);
     http::Limits limits;
     AllowDescriptors(limits);
-    const alpaca::ObjectServer objectServer(
+    alpaca::ObjectServer objectServer(
         {
             .pump = platform.pump,
             .clock = platform.clock,
@@ -164,7 +164,9 @@ void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, c
             .branches = pages.Branches(),
         },
         sockets);
+    driver.clientsWindow.SetList(&objectServer.Clients());
     platform.pump.Run();
+    driver.clientsWindow.SetList(nullptr);
     SayGoodbye(pages, platform.clock);
 }
 

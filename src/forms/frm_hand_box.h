@@ -43,6 +43,7 @@ public:
     Label lblMountType{*this, "lblMountType"};
     Label lblControllerType{*this, "lblControllerType"};
     Label lblClients{*this, "lblClients"};
+    Button btnClients{*this, "btnClients", "Clients"};
     Label lblAdministrator{*this, "lblAdministrator", "Administrator", Shown::No};
     PictureBox picASCOM{*this, "picASCOM"};
 

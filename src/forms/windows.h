@@ -11,6 +11,7 @@
 #include "forms/frm_ask_swap_ewns.h"
 #include "forms/frm_ask_unpark.h"
 #include "forms/frm_ask_user_close_driver.h"
+#include "forms/frm_clients.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
@@ -38,6 +39,7 @@ public:
           askPark(pump),
           askCustomParkOK(pump),
           askGotoRaDec(pump),
+          clients(pump),
           sky(pump) {}
 
     frmHandBox handBox;
@@ -60,6 +62,7 @@ public:
     frmAskGtoAltAz askGtoAltAz;
     frmMessage message;
     frmAskMessage askMessage;
+    frmClients clients;
     frmSky sky;  ///< never visible
 
     /// In the order in which they were made.
@@ -69,19 +72,20 @@ public:
              &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
              &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver,
              &park1Warning, &askGotoRaDec, &askGtoAltAz,     &message,          &askMessage,
-             &sky});
+             &clients,      &sky});
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
     /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
     /// window and the question about a slew stay as they are and end with the process. What somebody waits for, the
     /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it,
-    /// and so are the windows of bookmarks and the message boxes. Nothing loads a window any more.
+    /// and so are the windows of bookmarks and of clients and the message boxes. Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::to_array<Form*>({&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow,
-                                                &quaySettings, &initMount, &askUnpark, &askPark, &askSwapEWNS,
-                                                &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning,
-                                                &askGotoRaDec, &askGtoAltAz, &message, &askMessage, &sky})) {
+        for (Form* form : std::to_array<Form*>(
+                 {&handBox,         &initialSetup,     &setupFocuser,       &rcalSyncWarning, &logWindow,
+                  &quaySettings,    &initMount,        &askUnpark,          &askPark,         &askSwapEWNS,
+                  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning,    &askGotoRaDec,
+                  &askGtoAltAz,     &message,          &askMessage,         &clients,         &sky})) {
             form->Unload();
         }
         for (Form* form : All()) {

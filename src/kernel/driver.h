@@ -36,6 +36,7 @@
 #include "state/poll_loop.h"
 #include "state/sequence.h"
 #include "telescope/motion/tracking_operations.h"
+#include "ui/clients_window.h"
 #include "ui/focuser_setup.h"
 #include "ui/goto_alt_az.h"
 #include "ui/goto_ra_dec.h"
@@ -150,6 +151,7 @@ public:
     Park1Warning park1Warning;
     GotoRaDecDialog gotoRaDec;
     GotoAltAzDialog gotoAltAz;
+    ClientsWindow clientsWindow{ClientsWindowNeeds{handBox, windows.clients, messageBoxes}};
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
     QuaySettings quaySettings;

@@ -55,7 +55,7 @@ protected:
     void Call(const ClientKey& key, http::ConnectionId connection, const std::function<void(ClientObject&)>& call = {},
               CallKind kind = CallKind::Brief) {
         pump.Run(kind, [&] {
-            objects->Call(key, connection, [&](ClientObject& object) -> std::string {
+            objects->Call(key, connection, "Slewing", [&](ClientObject& object) -> std::string {
                 if (call) {
                     call(object);
                 }
@@ -83,6 +83,72 @@ protected:
 INSTANTIATE_TEST_SUITE_P(FromEachFirstTick, ClientObjectsTest,
                          testing::Values(VirtualClock::kZero, VirtualClock::kBeforeSignChange,
                                          VirtualClock::kBeforeWrap));
+
+TEST_P(ClientObjectsTest, AreListed_WithWhatTheyDo) {
+    const ListedClientName anna{kAnna.client.address, kAnna.client.clientId, "Telescope"};
+    const DateTime first = clock.GetLocalTime();
+    Call(kAnna, 1, [&](ClientObject&) {
+        const std::vector<ListedClient> now = objects->Clients();
+        ASSERT_EQ(now.size(), 1U);
+        EXPECT_EQ(now[0].name, anna);
+        EXPECT_EQ(now[0].runs, "Slewing");
+        EXPECT_EQ(now[0].lastRequest, first);
+    });
+    EXPECT_EQ(objects->Clients()[0].runs, "");
+    EXPECT_FALSE(objects->Clients()[0].connectedSince);
+    pump.AdvanceTime(5'000);
+    const DateTime connected = clock.GetLocalTime();
+    Connect(kAnna, 1);
+    pump.AdvanceTime(5'000);
+    Connect(kAnna, 1);
+    EXPECT_EQ(objects->Clients()[0].connectedSince, connected) << "not since the last write";
+    EXPECT_EQ(objects->Clients()[0].lastRequest, clock.GetLocalTime());
+    Call(kAnna, 1, [](ClientObject& object) { object.Disconnect(); });
+    EXPECT_FALSE(objects->Clients()[0].connectedSince);
+}
+
+TEST_P(ClientObjectsTest, Release_DisconnectsAClient_AndItsNextRequestBeginsAnew) {
+    Connect(kAnna, 1);
+    Connect(kBert, 2);
+    objects->ReleaseClient({kAnna.client.address, kAnna.client.clientId, "Telescope"});
+    pump.PumpMessages();
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_FALSE(objects->HasObject(kAnna));
+    Call(kAnna, 1, [](ClientObject& object) { EXPECT_FALSE(object.IsConnected()); });
+    EXPECT_EQ(world.diary.Count("+telescope"), 3);
+}
+
+TEST_P(ClientObjectsTest, Release_OfTheLastClient_LeavesItsObjectToItsLease) {
+    Connect(kAnna, 1);
+    objects->ReleaseClient({kAnna.client.address, kAnna.client.clientId, "Telescope"});
+    pump.PumpMessages();
+    ASSERT_EQ(objects->Count(), 1U);
+    EXPECT_FALSE(objects->Clients()[0].connectedSince);
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_P(ClientObjectsTest, Release_OfAClientInACall_DisconnectsItAtOnce_AndLetsTheCallEnd) {
+    Connect(kBert, 2);
+    Connect(kAnna, 1);
+    Call(
+        kAnna, 1,
+        [&](ClientObject& object) {
+            objects->ReleaseClient({kAnna.client.address, kAnna.client.clientId, "Telescope"});
+            pump.PumpMessages();
+            EXPECT_FALSE(object.IsConnected());
+            EXPECT_TRUE(objects->HasObject(kAnna));
+        },
+        CallKind::WaitsLong);
+    EXPECT_TRUE(objects->HasObject(kAnna));
+}
+
+TEST_P(ClientObjectsTest, Release_OfAClientThatHasGone_IsPassedOver) {
+    Connect(kAnna, 1);
+    objects->ReleaseClient({"192.0.2.99", 4, "Focuser"});
+    pump.PumpMessages();
+    EXPECT_EQ(objects->Count(), 1U);
+    EXPECT_TRUE(objects->Clients()[0].connectedSince);
+}
 
 TEST_P(ClientObjectsTest, AreMadeByTheFirstRequestOfEachAddressIdAndDevice) {
     for (const ClientKey& key : {kAnna, kAnna, kAnnasFocuser, kBert, kCleo, kBert}) {
@@ -386,7 +452,7 @@ TEST_P(ClientObjectsTest, TheLastRelease_IsCalledOffWhenARequestCameBeforeTheGat
     // The request runs after the gate was asked and before it has said that it is shut.
     pump.PostAt(clock.Elapsed() + kIdle, CallKind::Brief, [this] {
         pump.Post(CallKind::WaitsLong,
-                  [this] { objects->Call(kAnna, 1, [](ClientObject&) { return std::string(); }); });
+                  [this] { objects->Call(kAnna, 1, "", [](ClientObject&) { return std::string(); }); });
     });
     pump.AdvanceTime(kIdle + 1);
     EXPECT_EQ(objects->Count(), 1U);
@@ -421,7 +487,7 @@ TEST_P(ClientObjectsTest, ARequestDuringAReleaseThatPumps_GetsANewObject) {
         if (!connect && objects->Count() == 1) {
             world.onConnected = nullptr;
             pump.Post(CallKind::Brief, [this] {
-                objects->Call(kAnna, 1, [](ClientObject& object) {
+                objects->Call(kAnna, 1, "", [](ClientObject& object) {
                     EXPECT_FALSE(object.IsConnected());
                     return std::string();
                 });
@@ -494,7 +560,7 @@ TEST_P(ClientObjectsTest, AtTheirLimitWithAllConnected_TakeInWhoWantsToStopOnly)
     EXPECT_THROW(Call(kCleo, 1), std::runtime_error);
     bool stopped = false;
     objects->Call(
-        kCleo, 1,
+        kCleo, 1, "",
         [&](ClientObject&) {
             stopped = true;
             return std::string();
@@ -515,7 +581,7 @@ TEST_P(ClientObjectsTest, AtTheirLimit_AStopThatGetsInWhileAMotionIsEnded_Leaves
     int stops = 0;
     world.onEndMotions = [&] {
         objects->Call(
-            kBert, 1,
+            kBert, 1, "",
             [&](ClientObject&) {
                 ++stops;
                 return std::string();

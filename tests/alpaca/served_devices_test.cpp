@@ -213,7 +213,7 @@ TEST_F(ServedDevicesTest, AxisOfAClientThatVanished_IsStoppedAMinuteAfterItsLast
     const ClientKey key{{"10.0.0.1", 1}, DeviceKind::Telescope};
     const auto call = [&](std::string_view member, std::vector<Argument> arguments) {
         machine.pump.Run(CallKind::WaitsLong, [&] {
-            objects.Call(key, 1, [&](ClientObject& object) {
+            objects.Call(key, 1, member, [&](ClientObject& object) {
                 return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
             });
         });
@@ -236,7 +236,7 @@ TEST_F(ServedDevicesTest, AxisOfAClientThatDisconnectedOnADeadLine_IsStoppedWhen
         machine.pump, machine.clock, devices, {[](const std::function<void(bool)>&) {}, [] {}}, [] {}, LeaseTimes{}});
     const auto call = [&](std::uint32_t client, std::string_view member, std::vector<Argument> arguments) {
         machine.pump.Run(CallKind::WaitsLong, [&] {
-            objects.Call({{"10.0.0.1", client}, DeviceKind::Telescope}, 1, [&](ClientObject& object) {
+            objects.Call({{"10.0.0.1", client}, DeviceKind::Telescope}, 1, member, [&](ClientObject& object) {
                 return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
             });
         });
@@ -272,7 +272,7 @@ TEST_F(ServedDevicesTest, StopOnADeadLine_KeepsTheProcessUntilTheMountHearsAgain
     });
     const auto call = [&](std::string_view member, std::vector<Argument> arguments) {
         machine.pump.Run(CallKind::WaitsLong, [&] {
-            objects.Call({{"10.0.0.1", 1}, DeviceKind::Telescope}, 1, [&](ClientObject& object) {
+            objects.Call({{"10.0.0.1", 1}, DeviceKind::Telescope}, 1, member, [&](ClientObject& object) {
                 return Answer(object, DeviceKind::Telescope, Verb::Put, member, std::move(arguments));
             });
         });

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "forms/frm_clients.h"
 #include "forms/frm_hand_box.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
@@ -103,7 +104,8 @@ TEST_F(ControlNames, HandBox_HasEachControlUnderItsNameAndKind) {
               "frameSiteSetup", "frameTelescope", "framePemSettings", "frameFocuser", "frameMeridianDelay",
               "frameBrightness", "frameCommunicationsErrors"}},
             {ControlKind::Button,
-             {"btnPark",
+             {"btnClients",
+              "btnPark",
               "btnUNPARK",
               "btnSetPark",
               "btnHelpParkUnpark",
@@ -227,6 +229,14 @@ TEST_F(ControlNames, SetupOfTheFocuser_HasEachControlUnderItsNameAndKind) {
 TEST_F(ControlNames, SettingsOfTheCompanion_HaveEachControlUnderItsNameAndKind) {
     ExpectControls(frmQuaySettings(), {{ControlKind::CheckBox,
                                         {"chkEnableQUAYPointingCorrection", "chkEnableQUAYTrackingRateCorrection"}}});
+}
+
+TEST_F(ControlNames, Clients_HaveEachControlUnderItsNameAndKind) {
+    ExpectControls(frmClients(pump), {
+                                         {ControlKind::Label, {"lblNone"}},
+                                         {ControlKind::ListView, {"lvwClients"}},
+                                         {ControlKind::Button, {"btnRelease"}},
+                                     });
 }
 
 TEST_F(ControlNames, Setup_HasEachControlUnderItsNameAndKind) {

@@ -88,7 +88,7 @@ const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSet
 const std::vector<std::string> kQuestions{
     "frmQuaySettings",    "frmInitMount",        "frmAskUnpark",          "frmAskPark",      "frmAskSwapEWNS",
     "frmAskCustomParkOK", "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning", "frmAskGotoRaDec",
-    "frmAskGtoAltAz",     "frmMessage",          "frmAskMessage",         "frmSky"};
+    "frmAskGtoAltAz",     "frmMessage",          "frmAskMessage",         "frmClients",      "frmSky"};
 
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();
