@@ -153,7 +153,7 @@ void classTCPComm::Transmit(std::string_view text) {
     } else {
         SendCgi(ipAddress_, text, limits_.receiveMs, response, message);
     }
-    RemoveAlarms(needs_.alarmFilter, response);
+    RemoveAlarmsFromAll(needs_.alarmFilter, response);
     buffer_ += ToLine(response);
     Debug("Transmit: " + std::string(text) + ", Cumulative response buffer: " + FromLine(buffer_));
 }

@@ -152,6 +152,7 @@ TEST_P(CompanionUnwrapOnRoads, AReply_GivesItsResult_AndTheNumberMovesOn) {
     EXPECT_EQ(state.g_nQuaySeq, 8);
     EXPECT_TRUE(row.complaint.empty() || WasLogged(row.complaint)) << row.complaint;
     EXPECT_EQ(counters.Values().g_nRetransmits, 0);
+    EXPECT_EQ(counters.Values().g_nLowPower, 0) << "the Y of a head is no alarm";
     if (road == CompanionRoad::Rest) {
         EXPECT_EQ(machine.http.Requests().size(), 1U) << "a stale reply is no reason to ask again";
     }
