@@ -53,6 +53,7 @@ void LoadControllerOption(const Essentials& driver) {
 
 void ControllerFeatures::Apply(Controller_Type controller, int major, int minor) {
     DriverState& state = driver_.state;
+    ++timesApplied_;
     needs_.mount.ControllerType = controller;
     state.g_bBacklashAvailable = state.g_bPemAvailable = state.g_bFocuserAvailable = true;
     state.g_bKingRateAvailable = false;

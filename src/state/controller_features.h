@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,8 @@ public:
     /// type. No setting but `MountRateType` is written. A controller that is none of the five gets the features of the
     /// first and keeps the name shown.
     void Apply(Controller_Type controller, int major, int minor);
+    /// How often that has happened: who applied last sees whether another did since.
+    std::uint32_t TimesApplied() const { return timesApplied_; }
 
     /// Shows the upper bound of the custom slew rate that the model sets. `Apply` does it too.
     void ShowCustomSlewBounds();
@@ -51,6 +54,7 @@ private:
 
     ControllerFeaturesNeeds needs_;
     Essentials driver_;
+    std::uint32_t timesApplied_ = 0;
 };
 
 }  // namespace kestrane

@@ -229,6 +229,22 @@ TEST_F(SetupMountTest, ClientThatConnectsWhileTheWindowIsOpen_KeepsWhatItsMountH
     }
 }
 
+/// Such a mount reports no controller: what was only looked at must not stay.
+TEST_F(SetupMountTest, ClientThatConnectsToAnOldMountWhileTheWindowIsOpen_LeavesCancelToPutTheControllerBack) {
+    BuildMount("E");
+    Seed({{"MountType", "2"}, {"Controller", "2"}});
+    StartOnce();
+    const std::string rateType = Setting("MountRateType");
+    const TelescopeObject telescope = driver->CreateTelescope();
+    Open([&] {
+        Choose("VTRKC5");
+        telescope->Connected(true);
+        EXPECT_EQ(driver->mount.ControllerType, Controller_Type::VTRKC5);
+    });
+    EXPECT_EQ(driver->mount.ControllerType, Controller_Type::VTRKC3);
+    EXPECT_EQ(Setting("MountRateType"), rateType);
+}
+
 TEST_F(SetupMountTest, ModelThatAConnectCorrectsWhileTheWindowIsOpen_IsNotUndoneByOK) {
     BuildMount("VKC5-P03-01");
     Seed({{"MountType", "2"}, {"Controller", "2"}});

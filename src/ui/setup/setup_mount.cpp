@@ -30,6 +30,7 @@ void SetupMount::Fill() {
     storedModelBefore_ = StoredModel();
     controllerBefore_ = needs_.mount.ControllerType;
     looked_ = false;
+    appliedHere_ = 0;
     rateTypeBefore_ = needs_.driver.state.g_sMountRateType;
     storedRateTypeBefore_ = needs_.driver.persist.Read(setting::MountRateType);
     form_.cbxMountType.ListItems(Models());
@@ -77,6 +78,13 @@ void SetupMount::OnController() {
         form_.cbxMountType.ListIndex(modelOfNewest - 1);
     }
     needs_.controller.Apply(ShownController(), 0, 0);
+    appliedHere_ = needs_.controller.TimesApplied();
+}
+
+/// A mount that was connected while the dialog was open has told its controller, unless its firmware tells nothing of
+/// it.
+bool SetupMount::MountHasTold() const {
+    return needs_.linkConnected() && (!looked_ || needs_.controller.TimesApplied() != appliedHere_);
 }
 
 /// A model that a connect has corrected meanwhile stays: the mount has told it.
@@ -92,20 +100,21 @@ void SetupMount::Store() {
 
 void SetupMount::Take() {
     LoadControllerOption(needs_.driver);
-    if (needs_.linkConnected()) {
+    if (MountHasTold()) {
         return;
     }
-    needs_.mount.mountType = ShownModel();
+    if (!needs_.linkConnected()) {
+        needs_.mount.mountType = ShownModel();
+    }
     if (form_.cbxController.ListIndex() >= 0) {
         Use(ShownController());
     }
 }
 
 void SetupMount::PutBack() {
-    const bool connected = needs_.linkConnected();
-    needs_.mount.mountType = connected ? StoredModel() : modelBefore_;
+    needs_.mount.mountType = needs_.linkConnected() ? StoredModel() : modelBefore_;
     needs_.controller.ShowCustomSlewBounds();
-    if (!connected) {
+    if (!MountHasTold()) {
         Use(controllerBefore_);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "ui/setup/setup_needs.h"
@@ -20,6 +21,7 @@ public:
     void PutBack();
 
 private:
+    bool MountHasTold() const;
     Mount_Type StoredModel() const;
     Mount_Type ShownModel() const;
     Controller_Type ShownController() const;
@@ -33,7 +35,8 @@ private:
     Mount_Type modelBefore_{};
     Mount_Type storedModelBefore_{};
     Controller_Type controllerBefore_{};
-    bool looked_ = false;  ///< a controller was chosen in the window, and may have changed the rates
+    std::uint32_t appliedHere_ = 0;  ///< how often a controller had been applied after the last choice in the window
+    bool looked_ = false;            ///< a controller was chosen in the window, and may have changed the rates
     std::string rateTypeBefore_;
     std::string storedRateTypeBefore_;
 };
