@@ -65,7 +65,10 @@ GotoDialog::GotoDialog(GotoDialogNeeds needs, GotoControls controls, const GotoW
 }
 
 void GotoDialog::Open() {
-    ShowRows(StartUp());
+    std::vector<Bookmark> rows = StartUp();
+    if (const Database* const database = OpenDatabase(); database && database->Answered()) {
+        ShowRows(std::move(rows));
+    }
     OnOpen();
     controls_.form.Show();
 }

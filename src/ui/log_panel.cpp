@@ -45,6 +45,7 @@ LogPanel::~LogPanel() {
 /// A window that goes and comes with the log is wanted all the time.
 void LogPanel::ToggleLog() {
     const FillsForm byDriver(needs_.logWindow);
+    FollowAlwaysOnTop();
     needs_.log.ToggleLog(needs_.state.g_bDebugLog && needs_.persist.ReadFlag(setting::mPopShowLogWindow));
 }
 
