@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -89,6 +90,8 @@ public:
     virtual ~FormView() = default;
     /// `control` is the name of the control, empty for the window itself. Called after the change, on the logic thread.
     virtual void Changed(Form& form, std::string_view control, Property property) = 0;
+    /// Whether its person may answer a window, or only look at it.
+    virtual bool MayAnswer() const { return true; }
 };
 
 /// A window as data: its named controls, with their values and events, and whether it is loaded and shown. A window is
@@ -156,6 +159,10 @@ public:
     void Detach(FormView& view);
     /// Whether anybody can see the window.
     bool HasView() const { return !views_.empty(); }
+    /// Whether a view is attached whose person may answer.
+    bool HasPerson() const {
+        return std::ranges::any_of(views_, [](const FormView* view) { return view->MayAnswer(); });
+    }
 
 private:
     friend class Control;

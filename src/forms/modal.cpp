@@ -16,7 +16,7 @@ void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
     }
     form.IsModal(true);
     form.Show();
-    while (form.Visible() && form.HasView()) {
+    while (form.Visible() && form.HasPerson()) {
         waits_.PumpForPerson();
         waits_.PauseForStops(kRoundMs);
     }

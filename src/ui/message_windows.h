@@ -22,7 +22,7 @@ public:
     /// at once: no client waits for a person who is to read something. Without a view nothing is shown.
     void Show(std::string_view text, std::string_view title);
     /// Whether a view shows questions.
-    bool CanAsk() const { return question_.HasView(); }
+    bool CanAsk() const { return question_.HasPerson(); }
     /// Waits for the answer of a person. Cancel where the last view goes, or while another question is open.
     MessageAnswer Ask(std::string_view text, std::string_view title);
 

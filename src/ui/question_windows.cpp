@@ -88,11 +88,11 @@ bool QuestionWindows::IsOpenAlready(const Form& form) {
 }
 
 bool QuestionWindows::NobodyCanSee(const Form& form) {
-    if (!form.HasView()) {
+    if (!form.HasPerson()) {
         needs_.log.LogMessage(form.Name(), LogLevel::Warning,
                               "No window can be shown: the question counts as cancelled");
     }
-    return !form.HasView();
+    return !form.HasPerson();
 }
 
 /// Where the last view goes while the question is open, what the person was looking at is no answer: the list goes back

@@ -30,7 +30,7 @@ public:
     explicit QuestionWindows(QuestionWindowsNeeds needs);
 
     std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
-    bool CanAskUnpark() const override { return needs_.windows.askUnpark.HasView(); }
+    bool CanAskUnpark() const override { return needs_.windows.askUnpark.HasPerson(); }
     void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
     bool OfferIsOpen() const override;
     void WithdrawUnpark() override;

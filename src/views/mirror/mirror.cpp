@@ -15,8 +15,10 @@ constexpr std::int32_t kEarlyMs = 10;
 Mirror::Mirror(MirrorNeeds needs) : needs_(std::move(needs)) {}
 
 Mirror::~Mirror() {
-    for (const std::shared_ptr<MirrorView>& view : views_) {
-        view->End();
+    for (const auto* views : {&views_, &closing_}) {
+        for (const std::shared_ptr<MirrorView>& view : *views) {
+            view->End();
+        }
     }
 }
 
@@ -58,8 +60,14 @@ void Mirror::Tick() {
     for (const std::shared_ptr<MirrorView>& view : views) {
         view->Tick();
         if (!view->IsOpen()) {
-            needs_.pump.Post(CallKind::Stop, [view] { view->End(); });
+            closing_.push_back(view);
             std::erase(views_, view);
+            needs_.pump.Post(CallKind::Stop, [this, weak = std::weak_ptr(view)] {
+                if (const std::shared_ptr<MirrorView> closed = weak.lock()) {  // or the mirror has gone
+                    closed->End();
+                    std::erase(closing_, closed);
+                }
+            });
         }
     }
 }

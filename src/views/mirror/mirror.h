@@ -85,6 +85,7 @@ public:
 private:
     MirrorNeeds needs_;
     std::vector<std::shared_ptr<MirrorView>> views_;
+    std::vector<std::shared_ptr<MirrorView>> closing_;  ///< their end has yet to come to its turn
     ViewId lastId_ = 0;
     std::optional<kestrane::Tick> lastTick_;
 };

@@ -37,8 +37,12 @@ bool IsHeld(Pressing pressing) {
     return pressing == Pressing::Held || pressing == Pressing::HeldStops;
 }
 
+bool Stops(Pressing pressing) {
+    return pressing == Pressing::Stops || pressing == Pressing::HeldStops;
+}
+
 CallKind KindOf(Pressing pressing) {
-    return pressing == Pressing::Stops || pressing == Pressing::HeldStops ? CallKind::Stop : CallKind::Press;
+    return Stops(pressing) ? CallKind::Stop : CallKind::Press;
 }
 
 bool TakesClicks(const Control& control) {
@@ -85,8 +89,14 @@ bool Take(Control& control, const ReportedValue& value) {
         case ControlKind::ComboBox:
         case ControlKind::ListView: {
             auto& list = static_cast<ListControl&>(control);
-            return number && *number >= 0 && std::cmp_less(*number, list.ListItems().size()) &&
-                   (list.ListIndex(*number), true);
+            if (!number || *number < 0 || !std::cmp_less(*number, list.ListItems().size())) {
+                return false;
+            }
+            if (control.Kind() == ControlKind::ListView && list.ListIndex() == *number) {
+                list.FireClick();  // a row can be clicked again, for what it shows
+            }
+            list.ListIndex(*number);
+            return true;
         }
         case ControlKind::ScrollBar: {
             auto& bar = static_cast<ScrollBar&>(control);
@@ -317,14 +327,16 @@ void MirrorView::SendRefusal(std::uint64_t id, std::string_view why) {
 std::string MirrorView::WhyNot(const Report& report) {
     const bool acts = report.deed == Deed::Click || report.deed == Deed::DblClick || report.deed == Deed::Change ||
                       report.deed == Deed::Hold;
-    if (may_ == May::OnlyStop && (acts || report.deed == Deed::Close || report.deed == Deed::Icon)) {
+    const Control* const control = acts ? FindControl(report) : nullptr;
+    const bool stops = control && Stops(PressingOf(*control)) && report.deed != Deed::Change;
+    if (may_ == May::OnlyStop && !stops && (acts || report.deed == Deed::Close || report.deed == Deed::Icon)) {
         return std::string(kMayOnlyStop);
     }
-    if (acts && !IsFresh(report.beat)) {
-        return std::string(kStale);
-    }
-    if (acts && !FindControl(report)) {
+    if (acts && !control) {
         return std::string(kNoSuchControl);
+    }
+    if (acts && !stops && !IsFresh(report.beat)) {
+        return std::string(kStale);
     }
     return {};
 }
@@ -344,7 +356,7 @@ void MirrorView::Perform(const Report& report) {
             BeginHold(report);
             break;
         case Deed::Beat:
-            if (hold_ && report.hold == hold_->number) {
+            if (hold_ && report.hold == hold_->number && IsFresh(report.beat)) {
                 hold_->lastBeat = needs_.clock.GetTickCount();
                 needs_.heldButtons.StillHolds(*this);
             }

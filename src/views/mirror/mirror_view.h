@@ -36,6 +36,7 @@ public:
     void SayEnd(EndReason reason);
 
     void Changed(Form& form, std::string_view control, Property property) override;
+    bool MayAnswer() const override { return may_ == May::All; }
 
 private:
     using Properties = std::bitset<static_cast<std::size_t>(Property::Modal) + 1>;

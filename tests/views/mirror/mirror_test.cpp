@@ -337,6 +337,60 @@ TEST_F(MirrorTest, PressThatComesLate_IsRefused) {
     EXPECT_EQ(view->Take().back(), Refused("The press came too late to be sure that it is still meant."));
 }
 
+TEST_F(MirrorTest, ARowThatIsSelected_CanBeClickedAgain) {
+    frmAskGotoRaDec& window = driver->windows.askGotoRaDec;
+    window.Show();
+    window.lvwRaDec.ListItems({"Vega\t1\t2", "Deneb\t3\t4"});
+    int clicks = 0;
+    window.lvwRaDec.OnClick([&] { ++clicks; });
+    Open();
+    machine.AdvanceTime(500);
+    for (int times = 1; times <= 2; ++times) {
+        EXPECT_EQ(AnswerTo(On("change", "frmAskGotoRaDec", "lvwRaDec") + R"(,"value":1)"), kHeard);
+        EXPECT_EQ(clicks, times);
+    }
+}
+
+TEST_F(MirrorTest, ViewThatMayOnlyStop_PressesWhatStops_HoweverOldItsBeatIs) {
+    driver->statusWindow.Show();
+    id = Open(May::OnlyStop);
+    machine.AdvanceTime(500);
+    EXPECT_EQ(AnswerTo(On("click", "frmStatus", "cmdStopAll")), kHeard);
+    EXPECT_EQ(AnswerTo(OnHandBox("hold", "btnMove(4)") + R"(,"hold":1)"), kHeard);
+    EXPECT_EQ(AnswerTo(OnHandBox("hold", "btnMove(1)") + R"(,"hold":2)"),
+              Refused("This view may look and stop, and nothing else."));
+    view->Take();
+    mirror->Received(id, "{" + On("click", "frmStatus", "cmdStopAll") + "}");
+    machine.AdvanceTime(0);
+    EXPECT_EQ(view->Take().back(), kHeard);
+}
+
+/// Nobody is there who could answer.
+TEST_F(MirrorTest, AQuestion_DoesNotWaitForAViewThatMayOnlyStop) {
+    id = Open(May::OnlyStop);
+    machine.AdvanceTime(500);
+    EXPECT_FALSE(driver->windows.askUnpark.HasPerson());
+    EXPECT_TRUE(driver->windows.askUnpark.HasView());
+    bool over = false;
+    machine.pump.Post(CallKind::WaitsLong, [&] {
+        driver->modal.ShowModal(driver->windows.askSwapEWNS);
+        over = true;
+    });
+    machine.AdvanceTime(1'000);
+    EXPECT_TRUE(over);
+}
+
+TEST_F(MirrorTest, ViewThatTakesNothing_MayOutliveTheMirrorInThePump) {
+    Open();
+    machine.AdvanceTime(500);
+    view->open = false;
+    mirror->Tick();
+    mirror.reset();
+    ticks.reset();
+    machine.AdvanceTime(1'000);
+    EXPECT_FALSE(driver->windows.handBox.HasView());
+}
+
 TEST_F(MirrorTest, ViewThatMayOnlyStop_IsRefusedAllElse) {
     HandBox().Show();
     id = Open(May::OnlyStop);
@@ -404,8 +458,12 @@ protected:
     void Live(int milliseconds, int hold) {
         for (int ms = 0; ms < milliseconds; ms += 250) {
             machine.AdvanceTime(250);
-            mirror->Received(id, R"({"do":"beat","hold":)" + std::to_string(hold) + "}");
+            Beat(hold, view->newestBeat);
         }
+    }
+    void Beat(int hold, std::uint64_t quoted) {
+        mirror->Received(
+            id, R"({"do":"beat","hold":)" + std::to_string(hold) + R"(,"beat":)" + std::to_string(quoted) + "}");
     }
     int Starts() { return TimesSent("Mn"); }
     bool Moves() { return std::abs(mount->Picture().polarSpeed) > 1e-6; }
@@ -437,6 +495,18 @@ TEST_F(MirrorHoldTest, ASecondOfSilence_EndsAHold_AndLaterBeatsOfItDoNothing) {
     HoldNorth(2);
     Live(1'000, 2);
     EXPECT_TRUE(Moves());
+}
+
+/// They come late over a line that gets slower and slower, and so would the release.
+TEST_F(MirrorHoldTest, BeatsThatQuoteAnOldOne_KeepNothing) {
+    HoldNorth(1);
+    const std::uint64_t old = view->newestBeat;
+    for (int ms = 0; ms < 4'000; ms += 250) {
+        machine.AdvanceTime(250);
+        Beat(1, old);
+    }
+    EXPECT_FALSE(Moves());
+    EXPECT_EQ(Starts(), 1);
 }
 
 TEST_F(MirrorHoldTest, BeatsOfAnotherHold_KeepNothing) {
