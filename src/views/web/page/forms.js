@@ -22,6 +22,7 @@ export class Form {
             const bound = this.controls.get(control.name);
             if (!bound) continue;
             if (!bound.kind) this.bind(bound, control);
+            this.opened(control, bound);
             for (const [member, value] of Object.entries(control)) this.change(control.name, member, value);
         }
     }
@@ -58,10 +59,10 @@ export class Form {
                 node.addEventListener('change', async () => {
                     bound.typing = false;
                     await this.act(bound, 'change', node.value);
-                    node.value = bound.text;
+                    if (!bound.typing) node.value = bound.text;
                 });
                 node.addEventListener('blur', () => {
-                    bound.typing = false;
+                    if (bound.typing && node.value === bound.text) bound.typing = false;
                 });
                 break;
             case 'CheckBox':
@@ -72,7 +73,10 @@ export class Form {
                 break;
             case 'OptionButton':
                 node.name = `${this.name}.${control.group}`;
-                node.addEventListener('change', () => this.act(bound, 'change', true));
+                node.addEventListener('change', async () => {
+                    await this.act(bound, 'change', true);
+                    for (const other of this.controls.values()) if (other.kind === 'OptionButton') other.node.checked = other.checked;
+                });
                 break;
             case 'ComboBox':
                 bound.list = makeList(node, (index) => this.act(bound, 'change', index));
@@ -81,12 +85,26 @@ export class Form {
                 bound.list = makeTable(node, (index) => this.act(bound, 'change', index), () => this.act(bound, 'dblclick'));
                 break;
             case 'ScrollBar':
-                node.addEventListener('change', () => this.act(bound, 'change', Number(node.value)));
-                break;
-            case 'RichTextBox':
-                this.mirror.send({ do: 'lines', stream: `${this.name}.${control.name}`, from: bound.next ?? 1 });
+                node.addEventListener('change', async () => {
+                    await this.act(bound, 'change', Number(node.value));
+                    node.value = bound.value;
+                });
                 break;
         }
+    }
+
+    /** What was typed before a window closed is void, and each socket asks for its streams anew. */
+    opened(control, bound) {
+        if (!this.isOpen) bound.typing = false;
+        if (bound.kind !== 'RichTextBox') return;
+        if (bound.process !== this.mirror.process) {
+            bound.node.textContent = '';
+            bound.next = 1;
+            bound.process = this.mirror.process;
+        }
+        if (bound.socket === this.mirror.socket) return;
+        bound.socket = this.mirror.socket;
+        this.mirror.send({ do: 'lines', stream: `${this.name}.${control.name}`, from: bound.next });
     }
 
     /** A word of a check box stands beside it, and a field is hidden with its words. */

@@ -34,7 +34,7 @@ export function holdButton(node, form, name, mirror) {
     node.addEventListener('keydown', (event) => {
         if (event.key === 'Enter' && !event.repeat) begin(node, form, name, mirror);
     });
-    node.addEventListener('keyup', (event) => event.key === 'Enter' && letGo());
+    addEventListener('keyup', (event) => event.key === 'Enter' && letGo());
     node.addEventListener('blur', letGo);
 }
 
@@ -47,15 +47,19 @@ export function padByKeys(form, mirror) {
     const buttonAt = (cell) => [...form.controls.values()].find(({ name, cell: place }) => name?.startsWith('btnMove(') && place === cell);
     addEventListener('keydown', (event) => {
         const cell = kCells[event.key];
-        if (cell === undefined || event.repeat || !mayUse(event.target)) return;
+        if (cell === undefined || event.altKey || event.ctrlKey || event.metaKey || !mayUse(event.target)) return;
         event.preventDefault();
+        if (event.repeat) return;
         const bound = buttonAt(cell);
         if (bound) {
             key = event.key;
             begin(bound.node, form, bound.name, mirror);
         }
     });
-    addEventListener('keyup', (event) => event.key === key && ((key = ''), letGo()));
+    // With a key of the system beside it some systems tell of no release.
+    const ends = (event) => event.key === key || event.key === 'Meta' || event.key === 'Alt' || event.key === 'Control';
+    addEventListener('keyup', (event) => ends(event) && ((key = ''), letGo()));
+    addEventListener('keydown', (event) => ['Meta', 'Alt', 'Control'].includes(event.key) && letGo());
 }
 
 /** Stick and pad of a gamepad are the pad, any of its other buttons stops. */

@@ -17,10 +17,13 @@ const forms = new Map();
 const sky = {};
 const lines = new Map();
 
+/** Under a modal dialog nothing else is seen or read out. */
 function notice(text) {
     const line = document.createElement('p');
     line.textContent = text;
-    $('notices').append(line);
+    line.setAttribute('role', 'status');
+    const modal = [...document.querySelectorAll('dialog:modal')].at(-1);
+    (modal?.querySelector('.noticesHere') ?? $('notices')).append(line);
     setTimeout(() => line.remove(), 6000);
 }
 
@@ -30,7 +33,8 @@ const mirror = new Mirror({
         letGo();
         document.body.classList.add('dead');
         document.body.dataset.live = 'no';
-        $('state').textContent = why === 'person' ? 'Driver closed' : 'No driver';
+        if (why === 'person') for (const name of forms.keys()) closeForm(name);
+        $('state').textContent = { person: 'Driver closed', version: 'Reload the page' }[why] ?? 'No driver';
         $('shape').textContent = '✕';
         if (why === 'person') offerStart();
     },
@@ -59,18 +63,23 @@ function openForm(form) {
     const bound = forms.get(form.name);
     if (!bound) return;
     bound.fill(form);
-    if (bound.dialog) {
-        if (bound.dialog.open && bound.modal !== form.modal) bound.dialog.close();
-        bound.modal = form.modal;
-        if (!bound.dialog.open) form.modal ? bound.dialog.showModal() : bound.dialog.show();
-    } else {
-        bound.root.hidden = false;
-    }
+    const stands = bound.isOpen && bound.dialog?.open && bound.modal === form.modal;
+    bound.isOpen = true;
+    bound.modal = form.modal;
+    if (!bound.dialog) bound.root.hidden = false;
+    else if (!stands) bringUp(bound);
+}
+
+/** A window above a modal one can only be reached if it is modal too. */
+function bringUp(bound) {
+    if (bound.dialog.open) bound.dialog.close();
+    bound.modal || document.querySelector('dialog:modal') ? bound.dialog.showModal() : bound.dialog.show();
 }
 
 function closeForm(name) {
     const bound = forms.get(name);
     if (!bound) return;
+    bound.isOpen = false;
     if (bound.dialog) bound.dialog.close();
     else if (name !== 'frmHandBox') bound.root.hidden = true;
 }
@@ -86,7 +95,12 @@ function change(name, control, member, value) {
     } else if (control) {
         forms.get(name)?.change(control, member, value);
     } else {
-        forms.get(name)?.set(member, value);
+        const bound = forms.get(name);
+        bound?.set(member, value);
+        if (bound?.dialog && bound.isOpen && (member === 'modal' || member === 'front')) {
+            if (member === 'modal') bound.modal = value;
+            bringUp(bound);
+        }
     }
 }
 
@@ -118,32 +132,54 @@ function drawAll() {
 
 // --- stop
 
+let stopShown;
+
+function showStop(text, unheard = false) {
+    for (const button of document.querySelectorAll('.stopButton')) {
+        button.textContent = text;
+        button.classList.toggle('unheard', unheard);
+    }
+}
+
 async function stop() {
     letGo();
-    for (const button of document.querySelectorAll('.stopButton')) button.textContent = 'STOP …';
+    clearTimeout(stopShown);
+    showStop('STOP …');
     const { heard } = await mirror.stop();
-    for (const button of document.querySelectorAll('.stopButton')) {
-        button.textContent = heard ? 'STOP HEARD' : 'NOT HEARD';
-        button.classList.toggle('unheard', !heard);
-    }
-    setTimeout(() => {
-        for (const button of document.querySelectorAll('.stopButton')) {
-            button.textContent = 'STOP';
-            button.classList.remove('unheard');
-        }
-    }, 3000);
+    clearTimeout(stopShown);
+    showStop(heard ? 'STOP HEARD' : 'NOT HEARD', !heard);
+    stopShown = setTimeout(() => showStop('STOP'), 3000);
+}
+
+/** At the touch: a finger beside another one makes no click. */
+function makeStop(button) {
+    button.addEventListener('pointerdown', (event) => event.button === 0 && stop());
+    button.addEventListener('click', (event) => event.detail === 0 && stop()); // by the keyboard
 }
 
 const moves = () => kMoving.has(sky.lblState);
+const swallow = (event) => (event.preventDefault(), event.stopPropagation());
+let stoppingKey = ''; // as long as it is down it is STOP, and nothing else once the mount stands
 addEventListener(
     'keydown',
     (event) => {
         const types = event.target.closest?.('input[type=text]');
-        if (moves() && (event.key === 'Escape' || (event.key === ' ' && !types))) {
-            event.preventDefault();
-            event.stopPropagation();
+        if (event.key === stoppingKey && event.repeat) {
+            swallow(event);
+        } else if (moves() && (event.key === 'Escape' || (event.key === ' ' && !types))) {
+            swallow(event);
+            stoppingKey = event.key;
             if (!event.repeat) stop();
         }
+    },
+    true,
+);
+addEventListener(
+    'keyup',
+    (event) => {
+        if (event.key !== stoppingKey) return;
+        stoppingKey = '';
+        swallow(event);
     },
     true,
 );
@@ -179,26 +215,40 @@ function makeDialog(name, element) {
     close.textContent = 'Close';
     stopButton.className = 'stopButton inDialog';
     stopButton.textContent = 'STOP';
-    stopButton.addEventListener('click', stop);
+    makeStop(stopButton);
+    const noticesHere = document.createElement('div');
+    noticesHere.className = 'noticesHere';
     const ask = () => mirror.act({ do: 'close', form: name });
     close.addEventListener('click', ask);
     dialog.addEventListener('cancel', (event) => {
         event.preventDefault();
         ask();
     });
-    dialog.addEventListener('keydown', (event) => event.key === 'Escape' && (event.preventDefault(), ask()));
+    dialog.addEventListener('keydown', (event) => event.key === 'Escape' && (event.preventDefault(), event.repeat || ask()));
+    dialog.addEventListener('close', () => {
+        const bound = forms.get(name);  // some browsers close a dialog whatever the page says
+        if (bound.isOpen && mirror.isOpen && !dialog.open) ask();
+    });
     const title = element.querySelector('h2');
     if (title) {
         title.id = `title-${name}`;
         dialog.setAttribute('aria-labelledby', title.id);
     }
-    dialog.append(element, close, stopButton);
+    dialog.append(element, noticesHere, close, stopButton);
     $('dialogs').append(dialog);
     return dialog;
 }
 
+async function fragment(name) {
+    for (;;) {
+        const answer = await fetch(`/page/windows/${name}.html`).catch(() => undefined);
+        if (answer?.ok) return answer.text();
+        await new Promise((resolve) => setTimeout(resolve, 1000));
+    }
+}
+
 async function makeForms() {
-    const texts = await Promise.all(kForms.map(async (name) => (await fetch(`/page/windows/${name}.html`)).text()));
+    const texts = await Promise.all(kForms.map((name) => fragment(name)));
     kForms.forEach((name, i) => {
         const template = document.createElement('template');
         template.innerHTML = texts[i];
@@ -230,10 +280,14 @@ function toggleMenu(show = $('menu').hidden) {
     $('menuButton').setAttribute('aria-expanded', show);
 }
 
-$('stop').addEventListener('click', stop);
+makeStop($('stop'));
 $('menuButton').addEventListener('click', () => toggleMenu());
 $('menu').addEventListener('click', () => toggleMenu(false));
-$('full').addEventListener('click', () => (document.fullscreenElement ? document.exitFullscreen() : document.documentElement.requestFullscreen()));
+$('full').addEventListener('click', async () => {
+    if (document.fullscreenElement) return document.exitFullscreen();
+    await document.documentElement.requestFullscreen();
+    await navigator.keyboard?.lock?.(['Escape']); // where that can be had, it stops here too
+});
 document.addEventListener('pointerover', ({ target }) => {
     const tip = target.closest?.('[data-tip]')?.dataset.tip;
     $('tip').hidden = !tip;

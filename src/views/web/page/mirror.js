@@ -4,6 +4,7 @@ const kProtocol = 1;
 const kAnswerMs = 1000;
 const kAfterClientsMs = 2000;
 const kLongestPauseMs = 30000;
+const kSilenceMs = 2000; // beats come four times a second
 
 export class Mirror {
     /** `on` has the functions open, closed, snapshot, changes, lines, refused, ended. */
@@ -17,7 +18,11 @@ export class Mirror {
         this.pause = 1000;
         this.endedBy = '';
         this.may = 'all';
+        this.process = '';
+        this.heardAt = 0;
+        setInterval(() => this.watch(), 500);
         document.addEventListener('visibilitychange', () => {
+            this.watch();
             if (!document.hidden && !this.socket && this.endedBy !== 'person') this.open();
         });
     }
@@ -26,8 +31,21 @@ export class Mirror {
         if (this.socket) return;
         const socket = new WebSocket(`${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/view`);
         this.socket = socket;
-        socket.onmessage = (event) => this.take(JSON.parse(event.data));
+        this.heardAt = performance.now();
+        socket.onmessage = (event) => {
+            if (socket !== this.socket) return;
+            this.heardAt = performance.now();
+            this.take(JSON.parse(event.data));
+        };
         socket.onclose = () => this.lost(socket);
+    }
+
+    /** A device that slept, or lost its network, keeps a dead socket for minutes; what it showed last is not the truth. */
+    watch() {
+        if (!this.isOpen || document.hidden || performance.now() - this.heardAt < kSilenceMs) return;
+        const { socket } = this;
+        this.lost(socket);
+        socket.close();
     }
 
     get isOpen() {
@@ -40,7 +58,7 @@ export class Mirror {
         this.held = 0;
         for (const answer of [...this.waiting.values()]) answer(false, 'The driver is not there.');
         this.on.closed(this.endedBy);
-        if (document.hidden || this.endedBy === 'person') return;
+        if (document.hidden || this.endedBy === 'person' || this.endedBy === 'version') return;
         const pause = this.endedBy === 'clients' ? kAfterClientsMs : this.pause;
         this.pause = Math.min(this.pause * 2, kLongestPauseMs);
         setTimeout(() => !document.hidden && this.open(), pause);
@@ -51,11 +69,12 @@ export class Mirror {
             case 'welcome':
                 if (message.protocol !== kProtocol) {
                     this.on.refused('This page is older than the driver: reload it.');
-                    this.endedBy = 'person';
+                    this.endedBy = 'version';
                     this.socket.close();
                     return;
                 }
                 this.may = message.may;
+                this.process = message.process;
                 this.endedBy = '';
                 this.pause = 1000;
                 this.on.open(message);

@@ -82,7 +82,11 @@ export function drawPier(figure, sky) {
     svg.replaceChildren(...parts);
 }
 
-const time = (minutes) => (minutes === undefined ? '–' : `${Math.floor(minutes / 60)} h ${String(Math.round(minutes) % 60).padStart(2, '0')} min`);
+function time(minutes) {
+    if (minutes === undefined) return '–';
+    const whole = Math.round(minutes);
+    return `${Math.floor(whole / 60)} h ${String(whole % 60).padStart(2, '0')} min`;
+}
 
 export function tellTimes(list, sky) {
     const rows = [
