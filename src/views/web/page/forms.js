@@ -2,6 +2,7 @@
 
 import { makeList, makeTable } from './lists.js';
 import { holdButton } from './hands.js';
+import { LogText } from './log.js';
 
 const plain = (caption) => caption.replace(/&(.)/g, '$1');
 
@@ -98,7 +99,8 @@ export class Form {
         if (!this.isOpen) bound.typing = false;
         if (bound.kind !== 'RichTextBox') return;
         if (bound.process !== this.mirror.process) {
-            bound.node.textContent = '';
+            bound.log ??= new LogText(bound.node, this.element.querySelector('.logTools'));
+            bound.log.clear();
             bound.next = 1;
             bound.process = this.mirror.process;
         }

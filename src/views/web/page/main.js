@@ -1,7 +1,9 @@
+import { Alerts } from './alerts.js';
 import { Form } from './forms.js';
 import { letGo, padByGamepad, padByKeys } from './hands.js';
 import { Mirror } from './mirror.js';
-import { drawPier, drawSky, tellTimes } from './sky.js';
+import { OwnClient } from './own_client.js';
+import { drawPier, drawSky, tellOtherTime, tellTimes } from './sky.js';
 import { wearTheme } from './theme.js';
 
 const kForms = ['frmHandBox', 'frmStatus', 'frmLogWindow', 'frmInitialSetup', 'frmInitMount', 'frmSetupFocuser', 'frmQuaySettings',
@@ -10,12 +12,10 @@ const kForms = ['frmHandBox', 'frmStatus', 'frmLogWindow', 'frmInitialSetup', 'f
 const kPanels = new Set(['frmStatus', 'frmLogWindow']);
 const kMoving = new Set(['Slewing', 'Parking', 'Moving']);
 const kShapes = { Slewing: '▶', Parking: '▶', Moving: '▶', Parked: '■', Tracking: '●', Standing: '○', 'No link': '✕', 'Not connected': '–' };
-const kMostLines = 2000;
 
 const $ = (id) => document.getElementById(id);
 const forms = new Map();
 const sky = {};
-const lines = new Map();
 
 /** Under a modal dialog nothing else is seen or read out. */
 function notice(text) {
@@ -28,7 +28,10 @@ function notice(text) {
 }
 
 const mirror = new Mirror({
-    open: () => document.body.classList.remove('dead'),
+    open: ({ process, may }) => {
+        document.body.classList.remove('dead');
+        if (may === 'all') ownClient.meet(process);
+    },
     closed: (why) => {
         letGo();
         document.body.classList.add('dead');
@@ -51,6 +54,9 @@ const mirror = new Mirror({
     lines: appendLines,
     refused: notice,
 });
+
+const ownClient = new OwnClient(notice);
+const alerts = new Alerts($('alerts').querySelector('.row'), $('banners'));
 
 // --- windows
 
@@ -109,10 +115,7 @@ function appendLines({ stream, first, lines: added }) {
     const bound = forms.get(name)?.controls.get(control);
     if (!bound) return;
     bound.next = first + added.length;
-    const follows = bound.node.scrollTop + bound.node.clientHeight >= bound.node.scrollHeight - 40;
-    for (const [text] of added) bound.node.append(document.createTextNode(text));
-    while (bound.node.childNodes.length > kMostLines) bound.node.firstChild.remove();
-    if (follows) bound.node.scrollTop = bound.node.scrollHeight;
+    bound.log.append(added.map(([text]) => text.replace(/^\r\n/, '')));
 }
 
 function drawAll() {
@@ -128,6 +131,9 @@ function drawAll() {
     drawSky($('dial'), sky);
     drawPier($('pier'), sky);
     tellTimes($('times'), sky);
+    tellOtherTime($('otherTime'), sky, forms.get('frmHandBox').text('lblLstHA'));
+    alerts.look(sky, forms.get('frmHandBox'));
+    ownClient.offer(sky.lblState === 'Not connected' && mirror.isOpen && mirror.may === 'all');
 }
 
 // --- stop

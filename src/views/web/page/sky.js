@@ -88,6 +88,23 @@ function time(minutes) {
     return `${Math.floor(whole / 60)} h ${String(whole % 60).padStart(2, '0')} min`;
 }
 
+const two = (value) => String(value).padStart(2, '0');
+
+function clock(hours, signed) {
+    const tenths = Math.round(Math.abs(hours) * 36000);
+    const text = `${two(Math.floor(tenths / 36000))}:${two(Math.floor(tenths / 600) % 60)}:${two(Math.floor(tenths / 10) % 60)}.${tenths % 10}`;
+    return signed ? (hours < 0 ? '-' : '+') + text : text;
+}
+
+/** The hand box shows sidereal time or hour angle; this is the other one. */
+export function tellOtherTime(place, sky, shownWord) {
+    const [word, value] = place.children;
+    const showsAngle = shownWord === 'HA';
+    const hours = number(showsAngle ? sky.lblSiderealHours : sky.lblHourAngleHours);
+    word.textContent = showsAngle ? 'LST' : 'HA';
+    value.textContent = hours === undefined ? '' : clock(!showsAngle && hours > 12 ? hours - 24 : hours, !showsAngle);
+}
+
 export function tellTimes(list, sky) {
     const rows = [
         ['To the meridian', time(number(sky.lblMeridianMinutes))],

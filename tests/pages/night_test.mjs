@@ -1,0 +1,126 @@
+// The night of a person with nothing but a browser: connect, slew, nudge, park, disconnect; and what the page tells of it.
+
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { handBox, openPage, startBrowser, stateOf, textOf, unfold, waitForState, windowOf } from './support/browser.mjs';
+import { System, pause, until } from './support/system.mjs';
+
+let system;
+let browser;
+let page;
+let other;
+
+before(async () => {
+    [system, browser] = await Promise.all([
+        System.start({ settings: { chkEnableDebugLog: '1', cbxParkTo: '6', cbxParkToText: 'Alt/Az', txtUserParkAlt: '50', txtUserParkAz: '120' } }),
+        startBrowser(),
+    ]);
+    [page, other] = [await openPage(browser, system), await openPage(browser, system)];
+});
+after(async () => {
+    await browser?.close();
+    await system?.end();
+});
+
+const banners = () => textOf(page, '#banners');
+const clients = () => textOf(page, '[data-control=lblClients]');
+
+test('a page without any program says so, and connects the mount itself', async () => {
+    await page.locator('#offer').waitFor();
+    assert.match(await clients(), /0 \/ 0|^$/);
+    await page.locator('#connect').click();
+    await waitForState(page, 'Tracking');
+    await page.locator('#offer').waitFor({ state: 'hidden' });
+    await page.locator('#disconnect').waitFor();
+    await until(async () => /1 \/ 0/.test(await clients()), 'a client to be counted');
+    await waitForState(other, 'Tracking');
+});
+
+test('the page that comes back is the same client', async () => {
+    await page.reload();
+    await waitForState(page, 'Tracking');
+    await page.locator('#disconnect').waitFor();
+    assert.match(await clients(), /1 \/ 0/);
+});
+
+test('sidereal time and hour angle stand there both', async () => {
+    assert.match(await textOf(page, '[data-control=lblLST]'), /^\d\d:\d\d:\d\d/);
+    assert.match(await textOf(page, '#otherTime output:last-child'), /^[+-]\d\d:\d\d:\d\d\.\d$/);
+    await handBox(page, 'lblLstHA').click();
+    await until(async () => (await textOf(page, '#otherTime output:first-child')) === 'LST', 'the two to change their places');
+    await handBox(page, 'lblLstHA').click();
+});
+
+test('a bookmark is added on one page and slewed to on the other', async () => {
+    await unfold(page);
+    await handBox(page, 'btnSlewRaDec').click();
+    const here = windowOf(page, 'frmAskGotoRaDec');
+    await here.waitFor();
+    const ra = (await system.client('get', 'siderealtime', {}, 77)) - 2;
+    const hours = Math.floor((ra + 24) % 24);
+    await here.locator('[data-control=txtDescription]').fill('Star of the test');
+    await here.locator('[data-control=txtRA]').fill(`${hours}:00:00`);
+    await here.locator('[data-control=txtDec]').fill('30:00:00');
+    await here.locator('[data-control=txtDec]').press('Tab');
+    await here.locator('[data-control=btnAdd]').click();
+    const there = windowOf(other, 'frmAskGotoRaDec');
+    const row = there.getByRole('option', { name: /Star of the test/ });
+    await row.waitFor();
+    await row.click();
+    await until(async () => (await here.locator('[data-control=txtDec]').inputValue()).includes('30'), 'the row in the boxes of both pages');
+    await there.locator('[data-control=btnGoto]').click();
+    await windowOf(other, 'frmAskMessage').locator('[data-control=btnOK]').click().catch(() => {});
+    await waitForState(page, 'Slewing');
+    assert.match(await textOf(page, '#left'), /left/);
+    await waitForState(page, 'Tracking');
+    await until(async () => Math.abs((await system.client('get', 'declination', {}, 77)) - 30) < 0.1, 'the mount to be there');
+    assert.match(await banners(), /The slew has ended/);
+    await page.locator('dialog[open] .close').click();
+});
+
+test('the window of the clients shows who holds the mount, and releases one', async () => {
+    await handBox(page, 'btnClients').click();
+    const window = windowOf(page, 'frmClients');
+    await window.waitFor();
+    await until(async () => /77/.test(await window.innerText()), 'the second client');
+    await window.getByRole('option', { name: /Telescope.*not connected/ }).first().click();
+    await window.locator('[data-control=btnRelease]').click();
+    await windowOf(page, 'frmAskMessage').locator('[data-control=btnOK]').click();
+    await until(async () => !/\t77\t|\b77\b/.test(await window.innerText()), 'it to be gone');
+    await page.locator('dialog[open] .close').click();
+});
+
+test('the log can be searched, held and saved', async () => {
+    await page.locator('#menuButton').click();
+    await handBox(page, 'mPopShowLogWindow').click();
+    const window = windowOf(page, 'frmLogWindow');
+    await window.waitFor();
+    const shown = () => window.locator('pre div:not([hidden])').count();
+    await until(async () => (await shown()) > 3, 'lines of the log');
+    await window.locator('.logTools input').fill('no line has this');
+    assert.equal(await shown(), 0);
+    await window.locator('.logTools input').fill('');
+    await window.locator('[data-hold]').click();
+    const held = await window.locator('pre div').count();
+    await until(async () => /[1-9]\d* new lines wait/.test(await window.innerText()), 'lines to wait');
+    assert.equal(await window.locator('pre div').count(), held);
+    await window.locator('[data-hold]').click();
+    await until(async () => (await window.locator('pre div').count()) > held, 'the lines that waited');
+    const [download] = await Promise.all([page.waitForEvent('download'), window.locator('[data-save]').click()]);
+    assert.match(download.suggestedFilename(), /^mount-log-.*\.txt$/);
+    await window.locator('.close').click();
+});
+
+test('a park is told, and then the page disconnects', async () => {
+    await handBox(page, 'btnPark').click();
+    await windowOf(page, 'frmAskPark').locator('[data-control=btnOK]').click();
+    await waitForState(page, 'Parking');
+    await until(async () => (await stateOf(page)) === 'Parked', 'the mount to be parked', 60_000);
+    assert.match(await banners(), /The mount is parked/);
+    await page.locator('#disconnect').click();
+    await page.locator('#disconnect').waitFor({ state: 'hidden' });
+    await until(async () => !/1 \/ 0/.test(await clients()), 'no client to be counted').catch(() => {});
+    await pause(200);
+    assert.deepEqual(page.errors, []);
+    assert.deepEqual(other.errors, []);
+});
