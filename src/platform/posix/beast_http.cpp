@@ -89,18 +89,19 @@ std::string TextOf(const HttpRequest& request) {
 HttpReply BeastHttp::Send(const HttpRequest& request) {
     const bool beganAtTheEnd = isEnding_ && isEnding_();
     bool sent = false;
+    std::optional<Place> place;
     try {
-        const Place place = PlaceOf(request);
+        place = PlaceOf(request);
         const std::string text = TextOf(request);
-        const bool kept = KeptServes(place);
+        const bool kept = KeptServes(*place);
         if (!kept) {
-            Open(place, request.limits);
+            Open(*place, request.limits);
         }
         if (!Write(text, request.limits.sendMs)) {
             if (!kept) {
                 throw NoReply("the connection was closed before the request went out");
             }
-            Open(place, request.limits);
+            Open(*place, request.limits);
             if (!Write(text, request.limits.sendMs)) {
                 throw NoReply("the connection was closed before the request went out");
             }
@@ -111,8 +112,10 @@ HttpReply BeastHttp::Send(const HttpRequest& request) {
         const bool gaveUp =
             fault.cause == NoReply::Cause::Limit || (fault.cause == NoReply::Cause::EndOfProcess && !beganAtTheEnd);
         sent = sent && !(gaveUp && WithdrawsWhatIsUnheard());
-        const bool reached = connectedTo_.has_value();
-        Close();
+        const bool reached = place && connectedTo_.has_value();
+        if (place) {
+            Close();
+        }
         return {.status = 0,
                 .body = {},
                 .error = fault.what(),

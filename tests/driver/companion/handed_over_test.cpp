@@ -218,6 +218,32 @@ TEST_F(HandedOverTest, WithoutTheProof_NothingIsHandedOver_WhateverTheSettings) 
     EXPECT_TRUE(telescope->AtPark());
 }
 
+class UnprovedParkTest : public HandedOverTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(UnprovedParkTest, AtAngles_StaysWithTheDriver_AlsoWithTheCounterweightUp) {
+    Connect(Road::Serial, {{"chkQUAY", "1"},
+                           {"QuayHandlesSlews", "1"},
+                           {"cbxParkTo", "6"},
+                           {"txtUserParkAlt", "40"},
+                           {"txtUserParkAz", "100"},
+                           {"CounterWeightsUpPark", GetParam()},
+                           {"CounterWeightsUpHourAngle", "2"},
+                           {"CounterWeightsUpTimeOffset", "10"},
+                           {"CounterWeightsUpParkIntermediateSlewDec", "40"}});
+    ASSERT_FALSE(State().g_bQuayLink);
+    driver->state.g_bQuayHandlesSlews = true;
+    const auto sent = SentBy([&] {
+        telescope->Park();
+        EXPECT_TRUE(WaitForParkEnd());
+    });
+    for (const std::string& command : sent) {
+        EXPECT_FALSE(command.starts_with('*')) << command;
+    }
+    EXPECT_TRUE(telescope->AtPark());
+}
+
+INSTANTIATE_TEST_SUITE_P(CounterweightUp, UnprovedParkTest, testing::Values("0", "1"));
+
 // --- the end of a park ----------------------------------------------------------------------------------------------
 
 struct ParkEndRow {

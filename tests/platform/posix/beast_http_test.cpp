@@ -115,6 +115,7 @@ TEST(BeastHttpTest, EachKindOfReply) {
         EXPECT_EQ(reply.status, row.status);
         EXPECT_EQ(reply.body, row.body);
         EXPECT_EQ(reply.error, row.error);
+        EXPECT_FALSE(reply.reached);
         EXPECT_EQ(reply.foreign, row.foreign);
     }
 }
