@@ -14,6 +14,7 @@ void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
         AnswerUnasked(form, "The mount moves ahead of a park, and nothing may wait meanwhile", answer);
         return;
     }
+    const bool wasAsked = form.HasPerson();
     form.IsModal(true);
     form.Show();
     while (form.Visible() && form.HasPerson()) {
@@ -22,7 +23,8 @@ void Modal::ShowModal(Form& form, const std::function<void()>& answer) {
     }
     form.IsModal(false);
     if (form.Visible()) {
-        AnswerUnasked(form, "No window can be shown", answer);
+        // A person who was asked and has gone has not agreed.
+        AnswerUnasked(form, "No window can be shown", wasAsked ? std::function<void()>() : answer);
         form.Hide();
     }
 }

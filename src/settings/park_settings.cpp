@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
+#include <string_view>
 
 #include "kernel/base/conversions.h"
 #include "kernel/base/text.h"
@@ -11,12 +13,14 @@ namespace {
 
 constexpr std::int16_t kOldUserPlace = 5;
 constexpr std::int16_t kUserPlace = 6;
+constexpr std::string_view kUserPlaceName = "Alt";  ///< how each name of it begins
 
 std::int16_t StoredIndex(Persist& persist, Log& log, const SettingKey& key, const SettingKey& text) {
     using Limits = std::numeric_limits<std::int16_t>;
     const double number = std::clamp<double>(Val_Global(persist.Read(key), log), Limits::min(), Limits::max());
     const auto index = static_cast<std::int16_t>(RoundHalfEven(number));
-    return index == kOldUserPlace && persist.Read(text).empty() ? kUserPlace : index;
+    const std::string name = persist.Read(text);
+    return index == kOldUserPlace && (name.empty() || name.starts_with(kUserPlaceName)) ? kUserPlace : index;
 }
 
 }  // namespace

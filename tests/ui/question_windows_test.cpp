@@ -236,7 +236,7 @@ TEST_F(QuestionWindowsTest, OfferWhoseWindowAPersonHasClosed_IsCancelled_BeforeT
     EXPECT_EQ(second, std::vector<Index>{std::nullopt});
 }
 
-TEST_F(QuestionWindowsTest, PositionOfTheCommand_IsTaken_ThoughThePersonWhoHasGoneLookedAtAnother) {
+TEST_F(QuestionWindowsTest, PositionOfTheCommand_IsNotTaken_WhereAPersonWasAskedAndHasGone) {
     Start();
     frmAskUnpark& form = Window().askUnpark;
     EXPECT_EQ(WithPerson<Index>(
@@ -246,7 +246,7 @@ TEST_F(QuestionWindowsTest, PositionOfTheCommand_IsTaken_ThoughThePersonWhoHasGo
                       LookAway(form);
                   },
                   [&] { return Ask().AskUnpark(std::int16_t{4}, Unasked::IsAccepted); }),
-              4);
+              std::nullopt);
 }
 
 // --- park

@@ -184,6 +184,15 @@ TEST_F(ParkRoadTest, FiveWithoutAText_IsTheUsersPlace_ButOnlyInTheSettings) {
     ExpectPointsAt(30.0, 120.0, 0.1);
 }
 
+/// A question that was answered with the same place again has kept its name beside the old index.
+TEST_F(ParkRoadTest, FiveWithTheNameOfTheUsersPlace_IsTheUsersPlace) {
+    ConnectAt(47.0, "S-P01-01", {{"cbxParkTo", "5"}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}});
+    driver->persist.Write(setting::cbxParkToText, "Alt/Az (30 | 120)");
+    telescope->Park();
+    ExpectParked();
+    ExpectPointsAt(30.0, 120.0, 0.1);
+}
+
 TEST_F(ParkRoadTest, FiveFromACaller_IsTheFifthPosition) {
     ConnectAt(47.0, "S-P01-01", {{"cbxParkToText", ""}, {"txtUserParkAlt", "30"}, {"txtUserParkAz", "120"}});
     EXPECT_EQ(telescope->CommandString("RAW,ParkMount,5", true), "1");
