@@ -31,14 +31,28 @@ async function goes(ms = 1500) {
     await pause(ms);
     return Math.abs((await system.get('declination')) - from);
 }
-const moves = () => until(async () => (await goes(600)) > 0.002, 'the mount to move');
+/** Where the machine is busy a hold may end in silence before it is heard: then a person presses again. */
+async function holdUntilItMoves(press, release) {
+    for (let tries = 1; ; ++tries) {
+        await press();
+        try {
+            return await until(async () => (await goes(600)) > 0.002, 'the mount to move', 5000);
+        } catch (error) {
+            if (tries === 4) throw error;
+            await release();
+        }
+    }
+}
+const mouseDown = async () => {
+    await north().hover();
+    await page.mouse.down();
+};
+const mouseUp = () => page.mouse.up();
 const stands = () => until(async () => (await goes(1200)) < 0.0005, 'the mount to stand', 6000);
 const north = () => handBox(page, 'btnMove(1)');
 
 test('the pad moves the mount as long as the mouse holds it', async () => {
-    await north().hover();
-    await page.mouse.down();
-    await moves();
+    await holdUntilItMoves(mouseDown, mouseUp);
     assert.equal(await page.locator('.held').count(), 1);
     await page.mouse.up();
     await stands();
@@ -50,8 +64,10 @@ test('a finger moves the mount, and a second finger ends it', async () => {
     const finger = { x: x + width / 2, y: y + height / 2, id: 1 };
     const cdp = await page.context().newCDPSession(page);
     const touch = (type, touchPoints) => cdp.send('Input.dispatchTouchEvent', { type, touchPoints });
-    await touch('touchStart', [finger]);
-    await moves();
+    await holdUntilItMoves(
+        () => touch('touchStart', [finger]),
+        () => touch('touchEnd', []),
+    );
     await touch('touchStart', [finger, { x: 20, y: 300, id: 2 }]);
     await stands();
     await touch('touchEnd', []);
@@ -59,16 +75,16 @@ test('a finger moves the mount, and a second finger ends it', async () => {
 
 test('the arrow keys are the pad', async () => {
     await page.locator('body').focus();
-    await page.keyboard.down('ArrowUp');
-    await moves();
+    await holdUntilItMoves(
+        () => page.keyboard.down('ArrowUp'),
+        () => page.keyboard.up('ArrowUp'),
+    );
     await page.keyboard.up('ArrowUp');
     await stands();
 });
 
 test('a hold ends when the window loses the focus', async () => {
-    await north().hover();
-    await page.mouse.down();
-    await moves();
+    await holdUntilItMoves(mouseDown, mouseUp);
     await page.evaluate(() => dispatchEvent(new Event('blur')));
     await stands();
     await page.mouse.up();
@@ -78,8 +94,10 @@ test('a browser that is killed in a hold lets go', async () => {
     const other = await startBrowser();
     const held = await openPage(other, system);
     await handBox(held, 'btnMove(1)').hover();
-    await held.mouse.down();
-    await moves();
+    await holdUntilItMoves(
+        () => held.mouse.down(),
+        () => held.mouse.up(),
+    );
     const gone = held.waitForEvent('close').catch(() => {});
     const crashed = other.newBrowserCDPSession().then((cdp) => cdp.send('Browser.crash').catch(() => {}));
     await Promise.race([crashed, gone]);
