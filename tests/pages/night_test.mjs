@@ -44,7 +44,7 @@ test('the page that comes back is the same client', async () => {
 });
 
 test('sidereal time and hour angle stand there both', async () => {
-    assert.match(await textOf(page, '[data-control=lblLST]'), /^\d\d:\d\d:\d\d/);
+    assert.match(await textOf(page, '#handbox [data-control=lblLST]'), /^\d\d:\d\d:\d\d/);
     assert.match(await textOf(page, '#otherTime output:last-child'), /^[+-]\d\d:\d\d:\d\d\.\d$/);
     await handBox(page, 'lblLstHA').click();
     await until(async () => (await textOf(page, '#otherTime output:first-child')) === 'LST', 'the two to change their places');
@@ -112,6 +112,8 @@ test('the log can be searched, held and saved', async () => {
 });
 
 test('a park is told, and then the page disconnects', async () => {
+    await handBox(page, 'chkShowAllControls').click();
+    await unfold(page);
     await handBox(page, 'btnPark').click();
     await windowOf(page, 'frmAskPark').locator('[data-control=btnOK]').click();
     await waitForState(page, 'Parking');
