@@ -19,10 +19,10 @@ public:
         : waits_(waits), log_(log), isHeldUp_(std::move(isHeldUp)) {}
 
     /// Shows the window and pumps until it is hidden or unloaded; calls of clients that wait long may start meanwhile.
-    /// Where no window may open, or no view shows it whose person may answer, nobody can: `answer` presses what the opener
-    /// has chosen for that case, and the window is hidden, with a warning in the log. Without an `answer`, or where the
-    /// last such view goes while the window is open, it stays as it is, which means Cancel. The opener sets what the
-    /// window asks before the call, and reads the answer and unloads the window after it.
+    /// Where no window may open, or no view shows it whose person may answer, nobody can: `answer` presses what the
+    /// opener has chosen for that case, and the window is hidden, with a warning in the log. Without an `answer`, or
+    /// where the last such view goes while the window is open, it stays as it is, which means Cancel. The opener sets
+    /// what the window asks before the call, and reads the answer and unloads the window after it.
     void ShowModal(Form& form, const std::function<void()>& answer = {});
 
 private:
