@@ -441,6 +441,29 @@ TEST_F(SetupDialogTest, Cancel_WritesNoSetting) {
     EXPECT_EQ(AllSettings(), before);
 }
 
+struct RetryRow {
+    const char* stored;
+    const char* shown;
+};
+
+class SetupRetryTest : public SetupDialogTest, public testing::WithParamInterface<RetryRow> {};
+
+TEST_P(SetupRetryTest, IsShownAsTheLinkReadsIt_AndStaysUnlessAnotherIsChosen) {
+    Seed({{"Retry", GetParam().stored}});
+    StartOnce();
+    EXPECT_TRUE(OpenAndAccept([] {}));
+    EXPECT_EQ(Setting("Retry"), GetParam().stored);
+    EXPECT_TRUE(OpenAndAccept([&] {
+        EXPECT_EQ(Form().cbxRetry.Text(), GetParam().shown);
+        Form().cbxRetry.ListIndex(1);
+    }));
+    EXPECT_EQ(Setting("Retry"), "1");
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, SetupRetryTest,
+                         testing::Values(RetryRow{"0", "0"}, RetryRow{"5", "5"}, RetryRow{"9", "5"},
+                                         RetryRow{"-1", "0"}, RetryRow{"rubbish", "2"}));
+
 TEST_F(SetupDialogTest, ResetToDefaults_ReturnsTheOptions_AndStoresNothing) {
     SettingTexts settings{{"Port", "COM4"},   {"Timeout", "2000"}, {"cbxInitPEM", "1"}, {"cbxWindowsPriority", "4"},
                           {"MountType", "5"}, {"Controller", "3"}};

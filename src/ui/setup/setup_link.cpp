@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/base/conversions.h"
+#include "kernel/base/text.h"
 #include "settings/companion_settings.h"
 #include "ui/port_list.h"
 
@@ -28,7 +30,6 @@ SetupLink::SetupLink(SetupNeeds& needs, KeptControls& kept)
     kept.Add(KeptCheck{form_.chkAllowConnectIfMountNotPresent, setting::chkAllowConnectIfMountNotPresent});
     kept.Add(KeptText{form_.txtIpAddress, setting::txtIpAddress});
     kept.Add(KeptText{form_.txtConnectTimeout, setting::txtConnectTimeout});
-    kept.Add(KeptList{.control = form_.cbxRetry, .key = setting::Retry, .items = Retries});
     form_.btnQuaySettings.OnClick([this] { needs_.showQuaySettings(); });
 }
 
@@ -40,9 +41,20 @@ void SetupLink::Fill() {
     form_.txtConnectTimeout.ToolTip("Range is 1-600 seconds, 0 = forever.");
     FillPorts(form_.cbxPort, needs_.serialPorts, persist_);
     FillTimeouts();
+    FillRetries();
     ShowKind();
     ShowCompanion();
     ShowWhatMayChange();
+}
+
+/// As the link reads the setting: a text that is no number counts as the default. OK must not change it by itself.
+void SetupLink::FillRetries() {
+    const double fallback = PlainDecimal(setting::Retry.fallback, needs_.driver.log).value_or(0.0);
+    const double stored = PlainDecimal(persist_.Read(setting::Retry), needs_.driver.log).value_or(fallback);
+    form_.cbxRetry.ListItems(Retries());
+    const auto most = static_cast<double>(form_.cbxRetry.ListItems().size() - 1);
+    retriesShown_ = RoundHalfEven(std::clamp(stored, 0.0, most));
+    form_.cbxRetry.ListIndex(retriesShown_);
 }
 
 /// A stored limit that is none of the usual ones is offered too: OK must not change it by itself.
@@ -64,6 +76,10 @@ void SetupLink::FillTimeouts() {
 void SetupLink::Store() {
     persist_.Write(setting::Port, form_.cbxPort.Text());
     persist_.Write(setting::Timeout, form_.cbxTimeout.Text());
+    const bool wasChosen = form_.cbxRetry.ListIndex() != retriesShown_;
+    if (wasChosen || persist_.Read(setting::Retry) == form_.cbxRetry.Text()) {
+        persist_.Write(setting::Retry, form_.cbxRetry.Text());
+    }
 }
 
 void SetupLink::ShowKind() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "ui/kept_controls.h"
 #include "ui/setup/setup_needs.h"
 
@@ -21,10 +23,12 @@ private:
     void ShowKind();
     void ShowCompanion();
     void FillTimeouts();
+    void FillRetries();
 
     SetupNeeds& needs_;
     frmInitialSetup& form_;
     Persist& persist_;
+    std::int32_t retriesShown_ = 0;
 };
 
 }  // namespace kestrane

@@ -38,6 +38,12 @@ export class Form {
         return this.mirror.act(value === undefined ? report : { ...report, value });
     }
 
+    /** The second click of a double one would answer the next question, which nobody has read. */
+    press(bound, event) {
+        if (event.detail > 1 && bound.node.closest('dialog')) return;
+        this.act(bound, 'click');
+    }
+
     bind(bound, control) {
         const { node } = bound;
         bound.name = control.name;
@@ -45,7 +51,7 @@ export class Form {
         switch (control.kind) {
             case 'Button':
                 if (control.press === 'held') holdButton(node, this, control.name, this.mirror);
-                else node.addEventListener('click', () => this.act(bound, 'click'));
+                else node.addEventListener('click', (event) => this.press(bound, event));
                 break;
             case 'Menu':
                 node.addEventListener('click', () => this.act(bound, 'click'));
