@@ -326,6 +326,12 @@ void PanelHour::LookAtControls() {
         {"btnEnablePEM", pem},
         {"btnDisablePEM", pem},
         {"btnPEMRecord", pem},
+        {"txtSiteName", false},
+        {"txtLatitude", false},
+        {"txtLongitude", false},
+        {"txtElevation", false},
+        {"txtActualLatitude", false},
+        {"txtActualLongitude", false},
     };
     for (const Control* control : handBox.Controls()) {
         const auto row = expected.find(control->Name());
