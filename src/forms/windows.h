@@ -13,6 +13,7 @@
 #include "forms/frm_ask_user_close_driver.h"
 #include "forms/frm_clients.h"
 #include "forms/frm_hand_box.h"
+#include "forms/frm_help.h"
 #include "forms/frm_init_mount.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
@@ -63,30 +64,49 @@ public:
     frmMessage message;
     frmAskMessage askMessage;
     frmClients clients;
+    frmHelp help;
     frmSky sky;  ///< never visible
 
     /// In the order in which they were made.
     auto All() {
-        return std::to_array<Form*>(
-            {&handBox,      &statusWindow, &logWindow,       &initialSetup,     &initMount,
-             &setupFocuser, &quaySettings, &rcalSyncWarning, &askAbortSlew,     &askUnpark,
-             &askPark,      &askSwapEWNS,  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver,
-             &park1Warning, &askGotoRaDec, &askGtoAltAz,     &message,          &askMessage,
-             &clients,      &sky});
+        return std::to_array<Form*>({&handBox,
+                                     &statusWindow,
+                                     &logWindow,
+                                     &initialSetup,
+                                     &initMount,
+                                     &setupFocuser,
+                                     &quaySettings,
+                                     &rcalSyncWarning,
+                                     &askAbortSlew,
+                                     &askUnpark,
+                                     &askPark,
+                                     &askSwapEWNS,
+                                     &askCustomParkOK,
+                                     &askAndWarnParked,
+                                     &askUserCloseDriver,
+                                     &park1Warning,
+                                     &askGotoRaDec,
+                                     &askGtoAltAz,
+                                     &message,
+                                     &askMessage,
+                                     &clients,
+                                     &help,
+                                     &sky});
     }
 
     /// What the end of the driver does to the windows. It unloads the following ones that are loaded, in this order:
-    /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. The status
-    /// window and the question about a slew stay as they are and end with the process. What somebody waits for, the
-    /// window of the companion, the initialisation of the mount and the questions, is unloaded too, which cancels it,
-    /// and so are the windows of bookmarks and of clients and the message boxes. Nothing loads a window any more.
+    /// the hand box, the setup, the setup of the focuser, the warning about syncs and the log window. All others
+    /// follow, which cancels what somebody waits for; but the status window and the question about a slew stay as they
+    /// are and end with the process. Nothing loads a window any more.
     void UnloadAtShutdown() {
-        for (Form* form : std::to_array<Form*>(
-                 {&handBox,         &initialSetup,     &setupFocuser,       &rcalSyncWarning, &logWindow,
-                  &quaySettings,    &initMount,        &askUnpark,          &askPark,         &askSwapEWNS,
-                  &askCustomParkOK, &askAndWarnParked, &askUserCloseDriver, &park1Warning,    &askGotoRaDec,
-                  &askGtoAltAz,     &message,          &askMessage,         &clients,         &sky})) {
+        for (Form* form :
+             std::to_array<Form*>({&handBox, &initialSetup, &setupFocuser, &rcalSyncWarning, &logWindow})) {
             form->Unload();
+        }
+        for (Form* form : All()) {
+            if (form != &statusWindow && form != &askAbortSlew) {
+                form->Unload();
+            }
         }
         for (Form* form : All()) {
             form->LoadNoMore();

@@ -36,6 +36,7 @@ Driver::Driver(Platform platform)
       persist(PersistNeeds{state, log, platform_.clock, platform_.folders, messageBoxes, ledger}),
       sites(SitesNeeds{persist, log, ledger}),
       logPanel(LogPanelNeeds{state, persist, log, handBox, logWindow}),
+      portCheck(NeedsOfPortCheck()),
       sideTools(SideToolsNeeds{persist, platform_.processes, platform_.folders, messageBoxes, handBox}),
       shellIcon(ShellIconNeeds{platform_.trayIcon, persist, log, handBox, statusWindow, logWindow}),
       versionNotice(VersionNoticeNeeds{state, handBox.lblMain, handBox.tmrVersionDifferent,

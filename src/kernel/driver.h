@@ -41,10 +41,12 @@
 #include "ui/goto_alt_az.h"
 #include "ui/goto_ra_dec.h"
 #include "ui/hand_box/hand_box_panel.h"
+#include "ui/help_window.h"
 #include "ui/init_mount.h"
 #include "ui/log_panel.h"
 #include "ui/message_windows.h"
 #include "ui/park1_warning.h"
+#include "ui/port_check.h"
 #include "ui/quay_settings.h"
 #include "ui/question_windows.h"
 #include "ui/rcal_sync_warning.h"
@@ -136,6 +138,7 @@ public:
     KsMount mount;
     ClientRateLists rateLists;
     std::unique_ptr<MountLink> link;
+    PortCheck portCheck;
     SideTools sideTools;
     ShellIcon shellIcon;
     VersionNotice versionNotice;
@@ -151,6 +154,7 @@ public:
     Park1Warning park1Warning;
     GotoRaDecDialog gotoRaDec;
     GotoAltAzDialog gotoAltAz;
+    HelpWindow helpWindow{HelpWindowNeeds{handBox, windows.help}};
     ClientsWindow clientsWindow{ClientsWindowNeeds{handBox, windows.clients, messageBoxes}};
     FocusMotor focusMotor;
     FocuserSetup focuserSetup;
@@ -174,6 +178,7 @@ public:
 private:
     HandBoxNeeds NeedsOfPanel();
     QuestionWindowsNeeds NeedsOfQuestions();
+    PortCheckNeeds NeedsOfPortCheck();
     FocuserSetupNeeds NeedsOfFocuserSetup();
     SetupNeeds NeedsOfSetup();
     StatusWindowNeeds NeedsOfStatusPanel();

@@ -25,7 +25,11 @@ HandBoxNeeds Driver::NeedsOfPanel() {
         .initMount = initMount,
         .questions = questions,
         .shellIcon = shellIcon,
-        .showMenuOptions = [this] { tray.ShowOptions(); },
+        .showMenuOptions =
+            [this] {
+                tray.ShowOptions();
+                logPanel.ShowWhereWanted();
+            },
         .noticeTakesClick = [this] { return versionNotice.TakesClick(); },
         .askForPlainSyncs = [this] { return rcalSyncWarning.AskForPlainSyncs(); },
         .telescope = OwnTelescope(),
@@ -86,6 +90,18 @@ DriverCommandsNeeds Driver::NeedsOfCommands() {
     };
 }
 
+PortCheckNeeds Driver::NeedsOfPortCheck() {
+    return PortCheckNeeds{
+        .driver = essentials,
+        .links = links,
+        .link = link,
+        .readTimeout = [this] { return connections.ReadTimeout(); },
+        .checkConnection = [this](
+                               std::int16_t port, std::int16_t timeoutMs,
+                               std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
+    };
+}
+
 FocuserSetupNeeds Driver::NeedsOfFocuserSetup() {
     return FocuserSetupNeeds{
         .driver = essentials,
@@ -94,10 +110,7 @@ FocuserSetupNeeds Driver::NeedsOfFocuserSetup() {
         .serialPorts = platform_.serialPorts,
         .form = setupFocuser,
         .linkConnected = LinkConnected(),
-        .readTimeout = [this] { return connections.ReadTimeout(); },
-        .checkConnection = [this](
-                               std::int16_t port, std::int16_t timeoutMs,
-                               std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
+        .portCheck = portCheck,
     };
 }
 
@@ -136,7 +149,7 @@ TrayNeeds Driver::NeedsOfTray() {
         .openTimer = [this] { sideTools.Start(SideTool::Timer); },
         .openJog = [this] { sideTools.Start(SideTool::Jog); },
         .openPolarAlignment = [this] { sideTools.Start(SideTool::PolarAlignment); },
-        .openHelp = [this] { sideTools.OpenHelp(HelpTopic::Status); },
+        .openHelp = [this] { helpWindow.Open(HelpTopic::Status); },
         .shutDown =
             [this] {
                 motion.StopAskedFor();
@@ -163,11 +176,9 @@ SetupNeeds Driver::NeedsOfSetup() {
         .handBox = handBox,
         .form = initialSetup,
         .rcalSyncWarning = rcalSyncWarning,
+        .portCheck = portCheck,
         .linkConnected = LinkConnected(),
         .readTimeout = [this] { return connections.ReadTimeout(); },
-        .checkConnection = [this](
-                               std::int16_t port, std::int16_t timeoutMs,
-                               std::string& version) { return connections.CheckConnection(port, timeoutMs, version); },
         .getMountLongLat =
             [this](std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude) {
                 return connections.GetMountLongLat(port, timeoutMs, longitude, latitude);
@@ -179,7 +190,7 @@ SetupNeeds Driver::NeedsOfSetup() {
         .showQuaySettings = [this] { quaySettings.ShowModal(); },
         .newerVersion = [this] { return state.g_bNewVersion ? state.g_sLatestVersion : std::string(); },
         .startLogZipper = [this] { sideTools.Start(SideTool::LogZipper); },
-        .openHelp = [this](int topic) { sideTools.OpenHelp(static_cast<HelpTopic>(topic)); },
+        .openHelp = [this](HelpTopic topic) { helpWindow.Open(topic); },
         .openAscomSite = [this] { sideTools.OpenStandardsSite(); },
         .openDownloadPage = [this] { sideTools.OpenDownloadPage(); },
     };
@@ -187,6 +198,7 @@ SetupNeeds Driver::NeedsOfSetup() {
 
 QuestionWindowsNeeds Driver::NeedsOfQuestions() {
     return QuestionWindowsNeeds{
+        .state = state,
         .modal = modal,
         .persist = persist,
         .log = log,
@@ -194,8 +206,6 @@ QuestionWindowsNeeds Driver::NeedsOfQuestions() {
         .eastSlewHours = [this] { return EastSlewHours(essentials); },
         .abortSlew = [this] { platform_.pump.Post(CallKind::Stop, [this] { panel.AbortSlew(); }); },
         .warnOfPark1 = [this] { panel.Press(ButtonAction::WarnOfPark1); },
-        .clientCount =
-            [this] { return std::max(state.g_nScopeObjects - 1, 0) + std::max(state.g_nFocuserObjects - 1, 0); },
     };
 }
 

@@ -1,7 +1,6 @@
 #include "periphery/side_tools.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
 #include "kernel/base/application_info.h"
@@ -22,21 +21,6 @@ constexpr ToolRow kTools[] = {
     {SideTool::PolarAlignment, "KsRaPAS.exe", "-connect"},
 };
 
-struct HelpRow {
-    HelpTopic topic;
-    std::string_view page;
-};
-
-constexpr HelpRow kHelp[] = {
-    {HelpTopic::ParkAndUnpark, "help-1-park-and-unpark.html"},
-    {HelpTopic::Setup, "help-2-setup.html"},
-    {HelpTopic::Focuser, "help-3-focuser.html"},
-    {HelpTopic::Sites, "help-4-sites.html"},
-    {HelpTopic::MountInitialization, "help-5-mount-initialization.html"},
-    {HelpTopic::Goto, "help-6-goto.html"},
-    {HelpTopic::Status, "help-7-status.html"},
-};
-
 constexpr std::string_view kStandardsSite = "https://ascom-standards.org/";
 constexpr std::string_view kNoBrowser = "It doesn't appear that you have a web browser installed on your system.";
 constexpr std::string_view kGetItHere = "You can get the new KS V2 ASCOM driver from here: ";
@@ -45,15 +29,10 @@ constexpr std::string_view kDownloadTitle = "ASCOM V2 Kestrane VTR Driver";
 
 }  // namespace
 
-std::string_view HelpPage(HelpTopic topic) {
-    return std::ranges::find(kHelp, topic, &HelpRow::topic)->page;
-}
-
 SideTools::SideTools(SideToolsNeeds needs) : needs_(std::move(needs)) {
     frmHandBox& handBox = needs_.handBox;
     handBox.btnLogZipper.OnClick([this] { Start(SideTool::LogZipper); });
     handBox.btnPolarAlignmentTool.OnClick([this] { Start(SideTool::PolarAlignment); });
-    handBox.btnHelpParkUnpark.OnClick([this] { OpenHelp(HelpTopic::ParkAndUnpark); });
     handBox.picASCOM.OnClick([this] { OpenStandardsSite(); });
     handBox.lblFirmware.OnClick([this] { OpenDownloadPage(); });
 }
@@ -63,15 +42,6 @@ void SideTools::Start(SideTool tool) {
     const std::string path = (needs_.folders.OfProgram() / row.file).string();
     if (!needs_.processes.Start(path, row.arguments)) {
         needs_.messageBoxes.Show("The tool could not be started: " + path, application::kTitle,
-                                 MessageIcon::Information);
-    }
-}
-
-void SideTools::OpenHelp(HelpTopic topic) {
-    const std::filesystem::path page = needs_.folders.OfProgram() / "help" / HelpPage(topic);
-    std::error_code unreadable;
-    if (!std::filesystem::exists(page, unreadable) || !OpenWithDesktop(page.string())) {
-        needs_.messageBoxes.Show("The help could not be opened: " + page.string(), application::kTitle,
                                  MessageIcon::Information);
     }
 }

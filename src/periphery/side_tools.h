@@ -12,20 +12,6 @@ namespace kestrane {
 
 enum class SideTool { LogZipper, Jog, Timer, PolarAlignment };
 
-/// The topics of the help; each is a page of `docs/help`, whose name begins with "help-" and the number.
-enum class HelpTopic {
-    ParkAndUnpark = 1,
-    Setup = 2,
-    Focuser = 3,
-    Sites = 4,
-    MountInitialization = 5,
-    Goto = 6,
-    Status = 7,
-};
-
-/// The file of a topic's page: "help-1-park-and-unpark.html".
-std::string_view HelpPage(HelpTopic topic);
-
 struct SideToolsNeeds {
     Persist& persist;
     Processes& processes;
@@ -41,7 +27,6 @@ public:
     explicit SideTools(SideToolsNeeds needs);
 
     void Start(SideTool tool);
-    void OpenHelp(HelpTopic topic);
     /// The page from which a person gets a newer driver.
     void OpenDownloadPage();
     void OpenStandardsSite();

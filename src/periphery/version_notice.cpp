@@ -6,7 +6,6 @@ namespace kestrane {
 namespace {
 
 constexpr std::int32_t kBlinkMs = 1000;
-constexpr std::int32_t kNever = 0;
 constexpr std::string_view kNotice = "Click Here for New Driver: v";
 
 }  // namespace
@@ -24,13 +23,6 @@ void VersionNotice::Begin() {
     OnTick();
     needs_.timer.Interval(kBlinkMs);
     needs_.timer.Enabled(true);
-}
-
-void VersionNotice::End() {
-    if (std::exchange(shown_, false)) {
-        needs_.timer.Interval(kNever);
-        needs_.label.Text(ownText_);
-    }
 }
 
 bool VersionNotice::TakesClick() {

@@ -25,8 +25,6 @@ public:
     /// Shows the notice from now on, if there is a newer version. For the moment when the window opens, and when the
     /// check has found one.
     void Begin();
-    /// The label has its own text again.
-    void End();
     /// Opens the page while the notice is shown, in either phase; false when it is not.
     bool TakesClick();
 

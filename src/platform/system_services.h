@@ -133,7 +133,7 @@ public:
     /// The data folder shared by all users; the folder "Kestrane" is in it. May not exist yet.
     virtual std::filesystem::path CommonAppData() = 0;
     virtual std::filesystem::path Documents() = 0;
-    /// The folder of the running program, where its side tools and its pages of help are; empty when unknown.
+    /// The folder of the running program, where its side tools are; empty when unknown.
     virtual std::filesystem::path OfProgram() { return {}; }
 };
 

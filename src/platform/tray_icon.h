@@ -23,6 +23,7 @@ public:
     virtual bool Add() = 0;
     /// Tells the tray anew what the icon is; fails when the icon is not there.
     virtual bool Modify() = 0;
+    /// Also where there is none.
     virtual bool Delete() = 0;
 
     /// Where the tray and the screen are; nothing on a machine that has no tray of its own.

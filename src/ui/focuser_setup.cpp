@@ -1,5 +1,6 @@
 #include "ui/focuser_setup.h"
 
+#include <string>
 #include <utility>
 
 #include "kernel/base/application_info.h"
@@ -72,8 +73,7 @@ void FocuserSetup::ShowWhatMayChange() {
 
 void FocuserSetup::CheckPort() {
     std::string version;
-    const bool found =
-        needs_.checkConnection(PortNumberOf(needs_.form.cbxPort.Text()), CheckTimeout(needs_.readTimeout()), version);
+    const bool found = needs_.portCheck.Find(needs_.form.cbxPort.Text(), version);
     needs_.messageBoxes.Show(CheckResultText(found, std::move(version)), application::kTitle, MessageIcon::Information);
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <string>
 
 #include "forms/frm_setup_focuser.h"
 #include "forms/modal.h"
@@ -11,6 +9,7 @@
 #include "settings/persist.h"
 #include "state/essentials.h"
 #include "ui/kept_controls.h"
+#include "ui/port_check.h"
 
 namespace kestrane {
 
@@ -21,9 +20,7 @@ struct FocuserSetupNeeds {
     SerialPorts& serialPorts;
     frmSetupFocuser& form;
     std::function<bool()> linkConnected;
-    std::function<std::int32_t()> readTimeout;  ///< see `ConnectionManager`
-    /// Looks for a mount on a port; see `ConnectionManager::CheckConnection`.
-    std::function<bool(std::int16_t port, std::int16_t timeoutMs, std::string& version)> checkConnection;
+    const PortCheck& portCheck;
 };
 
 /// The logic of the setup window of the focuser. Logic thread only.

@@ -49,6 +49,13 @@ void LogPanel::ToggleLog() {
     needs_.log.ToggleLog(needs_.state.g_bDebugLog && needs_.persist.ReadFlag(setting::mPopShowLogWindow));
 }
 
+void LogPanel::ShowWhereWanted() {
+    if (needs_.handBox.mPopShowLogWindow.Checked()) {
+        FollowAlwaysOnTop();
+        needs_.logWindow.ForLog().Show(true);
+    }
+}
+
 void LogPanel::ShowLogWindow(bool show) {
     KeepWanted(show);
     FollowAlwaysOnTop();

@@ -26,6 +26,9 @@ public:
     LogPanel(const LogPanel&) = delete;
     LogPanel& operator=(const LogPanel&) = delete;
 
+    /// For the load of the hand box, whose entry is ticked already: a window that was shown when the driver ended comes
+    /// back.
+    void ShowWhereWanted();
     /// By `g_bDebugLog`, opens a new log and shows the window if the user wants it (`mPopShowLogWindow`), or closes
     /// both.
     void ToggleLog();

@@ -264,8 +264,9 @@ bool QuestionWindows::AskCloseDriver() {
         return false;
     }
     form.UserPressedOK = false;
-    form.lblMessage.Text("Clients connected: " + std::to_string(needs_.clientCount()) +
-                         ". They lose the mount when the driver is closed. Close it?");
+    form.lblMessage.Text("Clients connected: " + std::to_string(needs_.state.g_nScopeObjects - 1) +
+                         " of the telescope, " + std::to_string(needs_.state.g_nFocuserObjects - 1) +
+                         " of the focuser. They lose the mount when the driver is closed. Close it?");
     return AskYesOrNo(form, form.UserPressedOK);
 }
 

@@ -9,19 +9,20 @@
 #include "forms/questions.h"
 #include "forms/windows.h"
 #include "settings/persist.h"
+#include "state/driver_state.h"
 
 namespace kestrane {
 
 struct QuestionWindowsNeeds {
+    const DriverState& state;
     Modal& modal;
     Persist& persist;
     Log& log;
     Windows& windows;
     /// Hours by which a park that began now would go east first; nothing when it would not.
     std::function<std::optional<double>()> eastSlewHours;
-    std::function<void()> abortSlew;            ///< stops a slew or a park, ahead of all calls that wait
-    std::function<void()> warnOfPark1;          ///< a person has accepted "Park 1"
-    std::function<std::int32_t()> clientCount;  ///< telescope and focuser objects of clients
+    std::function<void()> abortSlew;    ///< stops a slew or a park, ahead of all calls that wait
+    std::function<void()> warnOfPark1;  ///< a person has accepted "Park 1"
 };
 
 /// The questions of the driver, each in its window. Logic thread only.

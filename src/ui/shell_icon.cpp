@@ -55,10 +55,10 @@ void ShellIcon::ShowAndDeleteShellIcon() {
     }
 }
 
+/// In every case: the record of the icon may be wrong, and a dead one stays for ever.
 void ShellIcon::DeleteIcon() {
-    if (std::exchange(needs_.handBox.inTray, false)) {
-        needs_.icon.Delete();
-    }
+    needs_.handBox.inTray = false;
+    needs_.icon.Delete();
 }
 
 void ShellIcon::OnMinimizeTick() {

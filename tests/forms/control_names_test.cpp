@@ -5,6 +5,7 @@
 
 #include "forms/frm_clients.h"
 #include "forms/frm_hand_box.h"
+#include "forms/frm_help.h"
 #include "forms/frm_initial_setup.h"
 #include "forms/frm_log_window.h"
 #include "forms/frm_quay_settings.h"
@@ -237,6 +238,10 @@ TEST_F(ControlNames, Clients_HaveEachControlUnderItsNameAndKind) {
                                          {ControlKind::ListView, {"lvwClients"}},
                                          {ControlKind::Button, {"btnRelease"}},
                                      });
+}
+
+TEST_F(ControlNames, Help_HasEachControlUnderItsNameAndKind) {
+    ExpectControls(frmHelp(), {{ControlKind::ComboBox, {"cbxTopic"}}, {ControlKind::Label, {"lblPage"}}});
 }
 
 TEST_F(ControlNames, Setup_HasEachControlUnderItsNameAndKind) {

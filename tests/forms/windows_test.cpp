@@ -85,10 +85,22 @@ protected:
 const std::vector<std::string> kInOrder{"frmHandBox", "frmInitialSetup", "frmSetupFocuser", "frmRcalSyncWarning",
                                         "frmLogWindow"};
 
-const std::vector<std::string> kQuestions{
-    "frmQuaySettings",    "frmInitMount",        "frmAskUnpark",          "frmAskPark",      "frmAskSwapEWNS",
-    "frmAskCustomParkOK", "frmAskAndWarnParked", "frmAskUserCloseDriver", "frmPark1Warning", "frmAskGotoRaDec",
-    "frmAskGtoAltAz",     "frmMessage",          "frmAskMessage",         "frmClients",      "frmSky"};
+const std::vector<std::string> kOthers{"frmInitMount",
+                                       "frmQuaySettings",
+                                       "frmAskUnpark",
+                                       "frmAskPark",
+                                       "frmAskSwapEWNS",
+                                       "frmAskCustomParkOK",
+                                       "frmAskAndWarnParked",
+                                       "frmAskUserCloseDriver",
+                                       "frmPark1Warning",
+                                       "frmAskGotoRaDec",
+                                       "frmAskGtoAltAz",
+                                       "frmMessage",
+                                       "frmAskMessage",
+                                       "frmClients",
+                                       "frmHelp",
+                                       "frmSky"};
 
 TEST_F(WindowsTest, EveryWindowOfTheFolder_IsOwned) {
     const std::vector<std::string> declared = DeclaredWindows();
@@ -113,13 +125,13 @@ TEST_F(WindowsTest, NoWindowIsLoadedAtFirst) {
     EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }), std::vector<std::string>{});
 }
 
-TEST_F(WindowsTest, Shutdown_UnloadsFiveWindowsInTheirOrder_AndThenTheQuestions) {
+TEST_F(WindowsTest, Shutdown_UnloadsFiveWindowsInTheirOrder_AndThenTheOthers) {
     LoadAll();
     windows.UnloadAtShutdown();
-    ASSERT_EQ(unloaded.size(), kInOrder.size() + kQuestions.size());
-    const auto questions = unloaded.begin() + static_cast<std::ptrdiff_t>(kInOrder.size());
-    EXPECT_EQ(std::vector(unloaded.begin(), questions), kInOrder);
-    EXPECT_EQ(std::vector(questions, unloaded.end()), kQuestions);
+    ASSERT_EQ(unloaded.size(), kInOrder.size() + kOthers.size());
+    const auto others = unloaded.begin() + static_cast<std::ptrdiff_t>(kInOrder.size());
+    EXPECT_EQ(std::vector(unloaded.begin(), others), kInOrder);
+    EXPECT_EQ(std::vector(others, unloaded.end()), kOthers);
     EXPECT_EQ(NamesOf([](const Form& form) { return form.Loaded(); }),
               (std::vector<std::string>{"frmAskAbortSlew", "frmStatus"}));
 }

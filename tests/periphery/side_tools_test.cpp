@@ -1,7 +1,5 @@
 #include "periphery/side_tools.h"
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "support/driver_fixture.h"
@@ -15,12 +13,6 @@ protected:
     frmHandBox& HandBox() { return driver->handBox; }
     std::string InProgram(const std::string& name) { return (machine.folders.OfProgram() / name).string(); }
     std::string Told() { return machine.messageBoxes.shown.empty() ? "" : machine.messageBoxes.shown.back().text; }
-    void MakeHelp() {
-        std::filesystem::create_directories(InProgram("help"));
-        for (int topic = 1; topic <= 7; ++topic) {
-            std::ofstream(InProgram("help/" + std::string(HelpPage(static_cast<HelpTopic>(topic))))) << "page";
-        }
-    }
     using Start1 = std::pair<std::string, std::string>;
 };
 
@@ -49,41 +41,6 @@ TEST_F(SideToolsTest, ToolThatIsNotThere_IsToldWithItsPath) {
     machine.processes.canStart = false;
     HandBox().btnLogZipper.FireClick();
     EXPECT_EQ(Told(), "The tool could not be started: " + InProgram("KsLogZipper.exe"));
-}
-
-TEST_F(SideToolsTest, HelpControls_OpenTheirTopics) {
-    MakeHelp();
-    struct Row {
-        VisibleControl& control;
-        std::string page;
-    };
-    for (const Row& row : {Row{HandBox().btnHelpParkUnpark, "help-1-park-and-unpark.html"},
-                           Row{HandBox().mPopHelp, "help-7-status.html"}}) {
-        machine.processes.starts.clear();
-        row.control.FireClick();
-        ASSERT_EQ(machine.processes.starts.size(), 1U);
-        EXPECT_EQ(machine.processes.starts.front(), Start1("xdg-open", InProgram("help/" + row.page)));
-    }
-}
-
-TEST_F(SideToolsTest, EachTopic_HasItsPageInTheDocuments) {
-    for (int topic = 1; topic <= 7; ++topic) {
-        const std::string page(HelpPage(static_cast<HelpTopic>(topic)));
-        EXPECT_TRUE(page.starts_with("help-" + std::to_string(topic) + "-")) << page;
-        EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(KESTRANE_HELP) / page)) << page;
-    }
-}
-
-TEST_F(SideToolsTest, PageThatIsMissingOrCannotBeOpened_IsTold) {
-    const std::string told = "The help could not be opened: " + InProgram("help/help-4-sites.html");
-    driver->sideTools.OpenHelp(HelpTopic::Sites);
-    EXPECT_EQ(Told(), told);
-    EXPECT_TRUE(machine.processes.starts.empty());
-    MakeHelp();
-    machine.messageBoxes.shown.clear();
-    machine.processes.canStart = false;
-    driver->sideTools.OpenHelp(HelpTopic::Sites);
-    EXPECT_EQ(Told(), told);
 }
 
 TEST_F(SideToolsTest, StandardsSite_OpensInTheBrowser_OrItIsToldThatThereIsNone) {

@@ -277,5 +277,15 @@ TEST_F(FocuserSetupTest, CheckOfAPortWithoutAMount_SaysSo) {
     EXPECT_EQ(Shown(), "Mount not found!");
 }
 
+TEST_F(FocuserSetupTest, CheckOfAPort_InAProcessThatReachesItsMountByAnAddress_OpensThatPort) {
+    Seed({{"chkIPAddress", "1"}, {"Controller", "3"}, {"txtIpAddress", "mount.example"}, {"Port", "COM1"}});
+    WithPerson([this] {
+        EXPECT_EQ(SentBy([this] { Window().btnCheckPort.FireClick(); }), (std::vector<std::string>{"#", "V"}));
+        Close();
+    });
+    EXPECT_EQ(Shown(), "Mount found! Firmware Rev: VKC4-P02-08");
+    EXPECT_TRUE(driver->link->IsOverIp());
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -268,6 +268,18 @@ TEST_F(InitMountTest, WithoutACurrentSite_NoSiteIsAdded) {
               "");
 }
 
+TEST_F(InitMountTest, CurrentSiteThatIsDeletedWhileTheWindowIsOpen_IsNotAdded) {
+    Connect();
+    MakeCurrent(AddSite("Hill"));
+    EXPECT_EQ(Accepted([&] {
+                  Tick(false);
+                  Form().chkSetLongLat.Checked(true);
+                  driver->persist.database()->DeleteSite(driver->sites.g_SiteDbIndex());
+                  driver->sites.GetAllSites();
+              }),
+              "");
+}
+
 /// "A,Unpark=5" would unpark the mount.
 TEST_F(InitMountTest, SiteThatTheStringCannotHold_IsLeftOut) {
     Connect();

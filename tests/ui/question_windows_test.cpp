@@ -273,6 +273,33 @@ TEST_F(QuestionWindowsTest, Park_KeepsTheTextOfThePosition_WhenAccepted) {
     EXPECT_EQ(Setting("cbxParkTo"), "1");
 }
 
+class ParkSelection : public QuestionWindowsTest, public testing::WithParamInterface<SelectionRow> {};
+
+TEST_P(ParkSelection, GoesByTheTextWhereThereIsOne) {
+    Seed({{"cbxParkTo", GetParam().index},
+          {"cbxParkToText", GetParam().text},
+          {"txtUserParkAlt", "12.345"},
+          {"txtUserParkAz", "7"}});
+    Start();
+    frmAskPark& form = Window().askPark;
+    WithPerson<Index>(
+        form,
+        [&] {
+            EXPECT_EQ(form.cbxAskParkTo.ListItems(),
+                      (std::vector<std::string>{"Current Position", "Park 1", "Park 2", "Park 3", "Park 4", "Park 5",
+                                                "Alt/Az (12.35... / 7.00...)"}));
+            EXPECT_EQ(form.cbxAskParkTo.ListIndex(), GetParam().selected);
+            form.btnCancel.FireClick();
+        },
+        [&] { return AskPark(); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, ParkSelection,
+                         testing::Values(SelectionRow{"0", "", 0}, SelectionRow{"4", "", 4}, SelectionRow{"6", "", 6},
+                                         SelectionRow{"2", "Park 4", 4},
+                                         SelectionRow{"2", "Alt/Az  ( 1.00 | 2.00 )", 6},
+                                         SelectionRow{"2", "no such place", 2}, SelectionRow{"x", "", 0}));
+
 TEST_F(QuestionWindowsTest, Park_ThatWillGoEastFirst_SaysSo) {
     Seed({{"chkSlewEast", "1"}, {"txtSlewEastFirstHours", "3.5"}});
     Start();
@@ -360,10 +387,11 @@ TEST_F(QuestionWindowsTest, Abort_ThatNobodyCanBeAsked_StopsNothing) {
     EXPECT_FALSE(Logged("AbortSlew()"));
 }
 
-TEST_F(QuestionWindowsTest, CloseDriver_TellsHowManyClientsThereAre) {
+TEST_F(QuestionWindowsTest, CloseDriver_TellsHowManyClientsOfEachDeviceThereAre) {
     Start();
     const TelescopeObject one = driver->CreateTelescope();
     const TelescopeObject other = driver->CreateTelescope();
+    const FocuserObject focuser = driver->CreateFocuser();
     frmAskUserCloseDriver& form = Window().askUserCloseDriver;
     std::string text;
     EXPECT_TRUE(WithPerson<bool>(
@@ -373,7 +401,7 @@ TEST_F(QuestionWindowsTest, CloseDriver_TellsHowManyClientsThereAre) {
             form.btnOK.FireClick();
         },
         [&] { return Ask().AskCloseDriver(); }));
-    EXPECT_NE(text.find("connected: 2."), std::string::npos) << text;
+    EXPECT_NE(text.find("connected: 2 of the telescope, 1 of the focuser."), std::string::npos) << text;
     EXPECT_FALSE(Ask().AskCloseDriver()) << "nobody can be asked";
 }
 

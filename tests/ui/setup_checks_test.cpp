@@ -119,8 +119,11 @@ TEST_F(SetupChecksTest, CheckMount_OfAPort_InAProcessThatStartedWithAnAddress_Op
         ChoosePort("COM1");
         EXPECT_EQ(SentBy([&] { Form().btnCheckMount.FireClick(); }), (Texts{"#", "V"}));
         EXPECT_EQ(Shown(), "Mount found! Firmware Rev: VKC4-P02-08");
+        mount->Add(std::make_unique<DropsReply>("V", 2));
+        EXPECT_EQ(SentBy([&] { Form().btnCheckMount.FireClick(); }), (Texts{"#", "V", "#", "V", "#", "V"}));
+        EXPECT_EQ(Shown(), "Mount found! Firmware Rev: VKC4-P02-08") << "a lost reply is asked for again";
         mount->Add(std::make_unique<DropsReply>());
-        Form().btnCheckMount.FireClick();
+        EXPECT_EQ(SentBy([&] { Form().btnCheckMount.FireClick(); }), (Texts{"#", "V", "#", "V", "#", "V"}));
         EXPECT_EQ(Shown(), "Mount not found!");
     });
     EXPECT_TRUE(driver->link->IsOverIp());

@@ -618,6 +618,32 @@ TEST_F(SetupDialogTest, QuaySettings_OpenTheirWindow) {
     });
 }
 
+TEST_F(SetupFixture, NewerVersion_ThatTheCheckHasFound_IsTheLabelsOwn_AndItsClickOpensThePage) {
+    Seed({{"DownloadPage", "https://a.test/new"}});
+    StartOnce();
+    Open([&] {
+        driver->state.g_sLatestVersion = "5.50.10";
+        driver->state.g_bNewVersion = true;
+        driver->waits.WaitForMilliseconds(2 * Form().tmrDifferentVersion.Interval());
+        EXPECT_EQ(Form().lblVersion.Text(), "Click Here for New Driver: v5.50.10");
+        Form().lblVersion.FireClick();
+    });
+    ASSERT_EQ(machine.processes.starts.size(), 1U);
+    EXPECT_EQ(machine.processes.starts.front().second, "https://a.test/new");
+}
+
+TEST_F(SetupFixture, AddressThatIsStored_CanBeSeenAndCleared_AlsoWithAControllerWithoutAnAdapter) {
+    Seed({{"chkIPAddress", "1"}, {"Controller", "0"}});
+    StartOnce();
+    driver->controller.Apply(Controller_Type::VTRKC1, 0, 0);
+    OpenAndAccept([&] {
+        EXPECT_TRUE(Form().chkIPAddress.Visible());
+        EXPECT_TRUE(Form().chkIPAddress.Checked());
+        Form().chkIPAddress.Checked(false);
+    });
+    EXPECT_EQ(Setting("chkIPAddress"), "0");
+}
+
 /// The buttons behind which there is something outside the dialog.
 class SetupToolsTest : public SetupFixture {
 protected:
@@ -626,7 +652,9 @@ protected:
         needs = std::make_unique<SetupNeeds>(Needs());
         needs->newerVersion = [this] { return newer; };
         needs->startLogZipper = [this] { started.push_back("zipper"); };
-        needs->openHelp = [this](int topic) { started.push_back("help " + std::to_string(topic)); };
+        needs->openHelp = [this](HelpTopic topic) {
+            started.push_back("help " + std::to_string(static_cast<int>(topic)));
+        };
         needs->openAscomSite = [this] { started.push_back("site"); };
         needs->openDownloadPage = [this] { started.push_back("page"); };
         tools = std::make_unique<SetupTools>(*needs);

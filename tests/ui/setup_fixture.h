@@ -97,7 +97,8 @@ protected:
                 .panel = driver->panel,
                 .handBox = driver->handBox,
                 .form = driver->initialSetup,
-                .rcalSyncWarning = driver->rcalSyncWarning};
+                .rcalSyncWarning = driver->rcalSyncWarning,
+                .portCheck = driver->portCheck};
     }
     frmRcalSyncWarning& Warning() { return driver->rcalSyncWarningForm; }
     /// Of the buttons of the last warning.

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "setup_fixture.h"
+#include "support/other_program.h"
 #include "ui/colours.h"
 
 namespace kestrane {
@@ -291,6 +292,27 @@ TEST_F(SetupSiteTest, Refresh_ShowsWhatAnotherProgramHasStored) {
         ExpectEdited(true);
     });
     EXPECT_EQ(machine.messageBoxes.Texts(), Texts{});
+}
+
+TEST_F(SetupSiteTest, WhileAnotherProgramLocksTheSettings_NothingOfAPersonIsLost) {
+    machine.messageBoxes.answers = {MessageAnswer::Ok};
+    ExpectSwallow("*");
+    Open([&] {
+        OtherProgram other(machine.folders.SettingsFile());
+        ASSERT_TRUE(other.Run("BEGIN IMMEDIATE"));
+        Form().txtSiteName.Text("Mound");
+        Form().txtElevation.Text("1200");
+        Form().btnSaveSiteInfo.FireClick();
+        ASSERT_TRUE(other.Run("COMMIT"));
+        Form().btnRefreshSites.FireClick();
+        EXPECT_EQ(Form().cbxSiteList.ListItems(), (Texts{"Default", "Mound", "Bay"}));
+        ASSERT_TRUE(other.Run("BEGIN IMMEDIATE"));
+        Form().btnDeleteSite.FireClick();
+        ASSERT_TRUE(other.Run("COMMIT"));
+        Form().btnRefreshSites.FireClick();
+        EXPECT_EQ(Form().cbxSiteList.ListItems(), (Texts{"Default", "Bay"}));
+        EXPECT_EQ(machine.messageBoxes.Texts(), Texts{"OK to delete Site?"});
+    });
 }
 
 TEST_F(SetupSiteTest, PendingEditing_BlocksOK) {

@@ -454,6 +454,19 @@ TEST_F(TrayTest, LogWindowThatGoesWithTheLog_OrWithTheDriver_StaysWanted) {
     EXPECT_EQ(Setting("mPopShowLogWindow"), "1");
 }
 
+TEST_F(TrayTest, LogWindowThatWasShownWhenTheDriverEnded_ComesBackWithTheHandBox) {
+    HandBox().mPopShowLogWindow.FireClick();
+    driver->windows.UnloadAtShutdown();
+    for (const char* wanted : {"1", "0"}) {
+        driver.reset();
+        Seed({{"mPopShowLogWindow", wanted}});
+        Start();
+        HandBox().EnsureLoaded();
+        EXPECT_EQ(driver->logWindow.Visible(), std::string(wanted) == "1");
+        EXPECT_EQ(HandBox().mPopShowLogWindow.Checked(), driver->logWindow.Visible());
+    }
+}
+
 TEST_F(TrayTest, LogWindow_StandsAtTheTopRightOfTheHandBox_AboveOthersIfTheSettingSaysSo) {
     for (const char* onTop : {"1", "0"}) {
         driver->persist.Write(setting::chkAlwaysOnTop, onTop);

@@ -11,7 +11,6 @@
 namespace kestrane {
 namespace {
 
-constexpr std::int32_t kSpeed = 9600;  // baud
 constexpr std::string_view kTaken = "1";
 
 /// The reply without its end; empty when there is none.
@@ -57,41 +56,19 @@ std::unique_ptr<MountLink> SetupChecks::MakeLink() const {
         link->UseQuayRestApi(form_.chkQuayRestApi.Checked());
         return link;
     }
-    std::unique_ptr<MountLink> link = needs_.links.MakeSerial();
-    link->Port(PortNumberOf(form_.cbxPort.Text()));
-    link->Speed(kSpeed);
-    return link;
+    return needs_.portCheck.MakeLink(form_.cbxPort.Text());
 }
 
-/// A silent serial line raises in a read.
-bool SetupChecks::OnOwnLink(const std::function<bool(MountLink&)>& work) {
-    const std::unique_ptr<MountLink> link = MakeLink();
-    bool result = false;
-    try {
-        link->ReceiveTimeoutMS(needs_.readTimeout());
-        link->Connected(true);
-        result = link->Connected() && work(*link);
-    } catch (const DriverError&) {
-        result = false;
-    }
-    link->Connected(false);
-    return result;
+bool SetupChecks::OnLinkOfWindow(const std::function<bool(MountLink&)>& work) {
+    return OnOwnLink(*MakeLink(), needs_.readTimeout(), needs_.driver.waits, work);
 }
 
 void SetupChecks::CheckMount() {
     std::string version;
-    const bool found = AskVersion(version);
+    const bool found = form_.chkIPAddress.Checked()
+                           ? OnLinkOfWindow([&](MountLink& link) { return AskVersion(link, version); })
+                           : needs_.portCheck.Find(form_.cbxPort.Text(), version);
     Say(CheckResultText(found, version));
-}
-
-bool SetupChecks::AskVersion(std::string& version) {
-    if (UsesLinkOfProcess()) {
-        return needs_.checkConnection(PortNumberOf(form_.cbxPort.Text()), CheckTimeout(needs_.readTimeout()), version);
-    }
-    return OnOwnLink([&](MountLink& link) {
-        version = Ask(link, wire::VersionRaw);
-        return !version.empty();
-    });
 }
 
 void SetupChecks::GetLongLat() {
@@ -110,7 +87,7 @@ bool SetupChecks::AskPosition(double& westLongitude, double& latitude) {
                                       westLongitude, latitude);
     }
     Log& log = needs_.driver.log;
-    const bool read = OnOwnLink([&](MountLink& link) {
+    const bool read = OnLinkOfWindow([&](MountLink& link) {
         return AskDegrees(link, wire::GetLongitude, westLongitude, log) &&
                AskDegrees(link, wire::GetLatitude, latitude, log);
     });
@@ -139,7 +116,7 @@ bool SetupChecks::SendPosition(const std::string& longitude, const std::string& 
         return needs_.setMountLongLat(PortNumberOf(form_.cbxPort.Text()), CheckTimeout(needs_.readTimeout()), longitude,
                                       latitude);
     }
-    return OnOwnLink([&](MountLink& link) {
+    return OnLinkOfWindow([&](MountLink& link) {
         const bool longitudeTaken = Tell(link, wire::SetLongitudeRaw, longitude);
         const bool latitudeTaken = Tell(link, wire::SetLatitudeRaw, latitude);
         return longitudeTaken && latitudeTaken;

@@ -12,7 +12,7 @@ namespace kestrane {
 
 /// The buttons of the setup dialog that talk to the mount, over the road that the dialog shows. The link of the process
 /// is used where it is such a road, and left open or closed as it was; else one of their own. Each failure ends in a
-/// message box. Nothing here pumps. Logic thread only.
+/// message box. Logic thread only.
 class SetupChecks {
 public:
     SetupChecks(SetupNeeds& needs, SetupSite& site, SetupValidation& validation);
@@ -24,8 +24,7 @@ private:
 
     bool UsesLinkOfProcess() const;
     std::unique_ptr<MountLink> MakeLink() const;
-    bool OnOwnLink(const std::function<bool(MountLink&)>& work);
-    bool AskVersion(std::string& version);
+    bool OnLinkOfWindow(const std::function<bool(MountLink&)>& work);
     bool AskPosition(double& westLongitude, double& latitude);
     bool SendPosition(const std::string& longitude, const std::string& latitude);
     std::string PlaceOfMount() const;

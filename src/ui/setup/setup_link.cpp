@@ -33,9 +33,12 @@ SetupLink::SetupLink(SetupNeeds& needs, KeptControls& kept)
     form_.btnQuaySettings.OnClick([this] { needs_.showQuaySettings(); });
 }
 
-/// The two boxes are shown as the link reads their settings, which are not numbers for it.
+/// The two boxes are shown as the link reads their settings, which are not numbers for it. The box of the address is
+/// there while it is ticked, also with a controller that has no such adapter: a person must be able to clear it.
 void SetupLink::Fill() {
-    form_.chkIPAddress.Checked(persist_.Read(setting::chkIPAddress) != "0");
+    const bool ip = persist_.Read(setting::chkIPAddress) != "0";
+    form_.chkIPAddress.Checked(ip);
+    form_.chkIPAddress.Visible(ip || form_.chkIPAddress.Visible());
     form_.chkQuayRestApi.Checked(persist_.Read(setting::chkQuayRestApi) == "1");
     form_.txtQuayIpAddr.Enabled(false);
     form_.txtConnectTimeout.ToolTip("Range is 1-600 seconds, 0 = forever.");

@@ -19,6 +19,8 @@
 #include "state/controller_features.h"
 #include "state/essentials.h"
 #include "state/mount_rates.h"
+#include "ui/help_window.h"
+#include "ui/port_check.h"
 #include "ui/rcal_sync_warning.h"
 
 namespace kestrane {
@@ -41,11 +43,11 @@ struct SetupNeeds {
     frmHandBox& handBox;
     frmInitialSetup& form;
     RcalSyncWarning& rcalSyncWarning;
+    const PortCheck& portCheck;
 
     std::function<bool()> linkConnected = {};
     // See `ConnectionManager`.
     std::function<std::int32_t()> readTimeout = {};
-    std::function<bool(std::int16_t port, std::int16_t timeoutMs, std::string& version)> checkConnection = {};
     std::function<bool(std::int16_t port, std::int16_t timeoutMs, double& longitude, double& latitude)>
         getMountLongLat = {};
     std::function<bool(std::int16_t port, std::int16_t timeoutMs, std::string_view longitude,
@@ -55,7 +57,7 @@ struct SetupNeeds {
     std::function<void()> showQuaySettings = {};
     std::function<std::string()> newerVersion = {};  ///< empty while none is known
     std::function<void()> startLogZipper = {};
-    std::function<void(int topic)> openHelp = {};
+    std::function<void(HelpTopic topic)> openHelp = {};
     std::function<void()> openAscomSite = {};
     std::function<void()> openDownloadPage = {};
 };

@@ -213,44 +213,46 @@ void SetupSite::New() {
 /// A name that another site has, or that no init string can hold, is no database failure: the person is told. Any other
 /// refusal leaves the fields as they are, to be saved again.
 void SetupSite::Save() {
-    constexpr std::string_view kBad = "Cannot save the site because a setting is missing or out of range.";
-    Log& log = needs_.driver.log;
-    const std::string name = Trim(form_.txtSiteName.Text());
-    const Site* const shown = WithId(shown_);
+    const bool good = validation_.SiteIsGood() && !Trim(form_.txtSiteName.Text()).empty();
     Database* const database = needs_.driver.persist.database();
-    if (!validation_.SiteIsGood() || name.empty()) {
-        needs_.messageBoxes.Show(kBad, application::kTitle, MessageIcon::Information);
-        return;
-    }
-    Site site = isNew_ || shown == nullptr ? Site{} : *shown;
-    site.Name = name;
-    const std::string latitude = LatitudeText();
-    const std::string longitude = LongitudeText();
-    site.Latitude = MakeSiteText(SplitSiteText(latitude), kDegreeWidth, log);
-    site.Longitude = MakeSiteText(SplitSiteText(longitude), kDegreeWidth, log);
-    site.ElevationMeters = Val_Global(Trim(form_.txtElevation.Text()), log);
+    Site site = good ? SiteOfFields() : Site{};
     bool isNew = false;
-    if (database == nullptr || !database->SetSite(site, isNew)) {
-        if (database != nullptr && database->Answered()) {
-            needs_.messageBoxes.Show(kBad, application::kTitle, MessageIcon::Information);
-        }
-        return;
+    if (good && database != nullptr && database->SetSite(site, isNew)) {
+        needs_.sites.GetAllSites();
+        ShowSaved(site.Name);
+    } else if (!good || (database != nullptr && database->Answered())) {
+        needs_.messageBoxes.Show("Cannot save the site because a setting is missing or out of range.",
+                                 application::kTitle, MessageIcon::Information);
     }
-    needs_.sites.GetAllSites();
+}
+
+/// The site that is edited, or a new one, with what the fields hold.
+Site SetupSite::SiteOfFields() const {
+    Log& log = needs_.driver.log;
+    const Site* const shown = WithId(shown_);
+    Site site = isNew_ || shown == nullptr ? Site{} : *shown;
+    site.Name = Trim(form_.txtSiteName.Text());
+    site.Latitude = MakeSiteText(SplitSiteText(LatitudeText()), kDegreeWidth, log);
+    site.Longitude = MakeSiteText(SplitSiteText(LongitudeText()), kDegreeWidth, log);
+    site.ElevationMeters = Val_Global(Trim(form_.txtElevation.Text()), log);
+    return site;
+}
+
+void SetupSite::ShowSaved(std::string_view name) {
     const std::vector<const Site*> all = All();
     const auto saved = std::ranges::find(all, name, &Site::Name);
     if (saved != all.end()) {
         MakeCurrent((*saved)->id);
     }
     const std::size_t index = saved == all.end() ? 0 : static_cast<std::size_t>(saved - all.begin()) + 1;
-    log.LogMessage("SaveSite", LogLevel::Info,
-                   "Site Saved. Index = " + std::to_string(index) + " of " + std::to_string(all.size()));
+    needs_.driver.log.LogMessage("SaveSite", LogLevel::Info,
+                                 "Site Saved. Index = " + std::to_string(index) + " of " + std::to_string(all.size()));
     ShowList();
     ShowSite();
 }
 
-/// What is no site yet only goes from the fields. The answer holds for the site that was asked about: another view may
-/// show another one meanwhile.
+/// What is no site yet only goes from the fields; one that the settings file does not let go of stays. The answer holds
+/// for the site that was asked about: another view may show another one meanwhile.
 void SetupSite::Delete() {
     const std::int16_t id = shown_;
     const bool wasNew = isNew_;
@@ -259,9 +261,11 @@ void SetupSite::Delete() {
         isNew_ != wasNew) {
         return;
     }
-    Database* const database = needs_.driver.persist.database();
-    if (!isNew_ && database != nullptr) {
-        database->DeleteSite(id);
+    if (!isNew_) {
+        Database* const database = needs_.driver.persist.database();
+        if (database == nullptr || !database->DeleteSite(id)) {
+            return;
+        }
         needs_.sites.GetAllSites();
         const std::vector<const Site*> all = All();
         MakeCurrent(all.empty() ? std::int16_t{0} : all.front()->id);

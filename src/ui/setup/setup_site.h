@@ -36,6 +36,8 @@ private:
     void Select();
     void New();
     void Save();
+    Site SiteOfFields() const;
+    void ShowSaved(std::string_view name);
     void Delete();
     void Refresh();
     void OnChange();

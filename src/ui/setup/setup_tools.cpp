@@ -11,18 +11,16 @@ namespace {
 
 struct HelpRow {
     Button frmInitialSetup::*button;
-    int topic;  ///< the number of its page in docs/help
+    HelpTopic topic;
 };
 
-constexpr int kParkAndUnpark = 1;
-constexpr int kSetup = 2;
-constexpr int kSites = 4;
-constexpr int kMountInitialization = 5;
-
 constexpr HelpRow kHelp[] = {
-    {&frmInitialSetup::btnHelpLink, kSetup},         {&frmInitialSetup::btnHelpMount, kSetup},
-    {&frmInitialSetup::btnHelpSite, kSites},         {&frmInitialSetup::btnHelpInitialization, kMountInitialization},
-    {&frmInitialSetup::btnHelpPark, kParkAndUnpark}, {&frmInitialSetup::btnHelpOptions, kSetup},
+    {&frmInitialSetup::btnHelpLink, HelpTopic::Setup},
+    {&frmInitialSetup::btnHelpMount, HelpTopic::Setup},
+    {&frmInitialSetup::btnHelpSite, HelpTopic::Sites},
+    {&frmInitialSetup::btnHelpInitialization, HelpTopic::MountInitialization},
+    {&frmInitialSetup::btnHelpPark, HelpTopic::ParkAndUnpark},
+    {&frmInitialSetup::btnHelpOptions, HelpTopic::Setup},
 };
 
 }  // namespace

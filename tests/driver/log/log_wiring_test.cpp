@@ -204,8 +204,9 @@ TEST_F(LogWiringTest, TheEnableBox_TakesTheWindowAlong_WhereTheUserWantsIt) {
     Seed({{"mPopShowLogWindow", "1"}});
     Start();
     driver->handBox.EnsureLoaded();
+    EXPECT_TRUE(driver->logWindow.Visible());
     driver->handBox.chkEnableDebugLog.Checked(false);
-    EXPECT_FALSE(driver->logWindow.Loaded()) << "a window is not loaded to be hidden";
+    EXPECT_FALSE(driver->logWindow.Visible());
     driver->handBox.chkEnableDebugLog.Checked(true);
     EXPECT_TRUE(driver->logWindow.Visible());
     driver->handBox.chkEnableDebugLog.Checked(false);

@@ -2,33 +2,16 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <memory>
 #include <optional>
-#include <sqlite3.h>
 #include <utility>
 
 #include "support/driver_fixture.h"
+#include "support/other_program.h"
 #include "support/small_disk.h"
 
 /// A driver whose settings file is held by another program, or is on a full disk.
 namespace kestrane {
 namespace {
-
-class OtherProgram {
-public:
-    explicit OtherProgram(const std::filesystem::path& file) {
-        sqlite3* opened = nullptr;
-        sqlite3_open(file.c_str(), &opened);
-        connection_.reset(opened);
-    }
-    bool Run(const char* sql) { return sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
-
-private:
-    struct Close {
-        void operator()(sqlite3* connection) const { sqlite3_close(connection); }
-    };
-    std::unique_ptr<sqlite3, Close> connection_;
-};
 
 struct LockRow {
     const char* journal;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "support/temporary_folder.h"
 #include "views/web/page_files.h"
@@ -24,20 +25,25 @@ std::string HeaderOf(const http::Answer& answer, const std::string& name) {
     return answer.headers.substr(at, answer.headers.find("\r\n", at) - at);
 }
 
-TEST(PageFiles, AreThoseOfTheFolder_ByteForByte) {
+TEST(PageFiles, AreThoseOfThePageAndTheHelp_ByteForByte) {
+    std::set<std::string> expected;
+    for (const auto& [folder, base] : {std::pair<fs::path, fs::path>(PAGE_FOLDER, PAGE_FOLDER),
+                                       std::pair<fs::path, fs::path>(DOCUMENTS "/help", DOCUMENTS)}) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+            if (entry.is_regular_file()) {
+                const std::string name = entry.path().lexically_relative(base).generic_string();
+                expected.insert(name);
+                EXPECT_EQ(PageAnswerTo("/page/" + name, "").body, ContentOf(entry.path())) << name;
+            }
+        }
+    }
     std::set<std::string> names;
     for (const PageFile& file : PageFiles()) {
         names.insert(std::string(file.path));
-        EXPECT_EQ(file.content, ContentOf(fs::path(PAGE_FOLDER) / file.path)) << file.path;
-    }
-    std::set<std::string> expected;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(PAGE_FOLDER)) {
-        if (entry.is_regular_file()) {
-            expected.insert(entry.path().lexically_relative(PAGE_FOLDER).generic_string());
-        }
     }
     EXPECT_EQ(names, expected);
     EXPECT_TRUE(names.contains("index.html"));
+    EXPECT_TRUE(names.contains("help/help-4-sites.html"));
 }
 
 TEST(PageFiles, AreQuicklyLoaded) {

@@ -6,6 +6,16 @@ import { LogText } from './log.js';
 
 const plain = (caption) => caption.replace(/&(.)/g, '$1');
 
+/** The page of a topic as a part of this one, with its theme. */
+async function showHelp(node, page) {
+    node.dataset.helpPage = page;
+    const answer = page && (await fetch(`/page/help/${page}`).catch(() => undefined));
+    const text = answer?.ok ? await answer.text() : '<p>This page of the help cannot be had now.</p>';
+    if (node.dataset.helpPage !== page) return;
+    node.replaceChildren(...new DOMParser().parseFromString(text, 'text/html').body.childNodes);
+    node.scrollTop = 0;
+}
+
 /** One window: its element and its controls. */
 export class Form {
     constructor(name, element, mirror, root = element) {
@@ -133,6 +143,8 @@ export class Form {
                     node.parentElement.querySelector('[data-text]').textContent = plain(value);
                 } else if (kind === 'Frame') {
                     node.querySelector('[data-text]').textContent = plain(value);
+                } else if ('helpPage' in node.dataset) {
+                    showHelp(node, value);
                 } else if (kind !== 'PictureBox') {
                     node.textContent = kind === 'Label' ? value.replace(/\r\n/g, '\n') : plain(value);
                 }

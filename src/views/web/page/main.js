@@ -8,7 +8,7 @@ import { wearTheme } from './theme.js';
 
 const kForms = ['frmHandBox', 'frmStatus', 'frmLogWindow', 'frmInitialSetup', 'frmInitMount', 'frmSetupFocuser', 'frmQuaySettings',
     'frmRcalSyncWarning', 'frmAskAbortSlew', 'frmAskUnpark', 'frmAskPark', 'frmAskSwapEWNS', 'frmAskCustomParkOK',
-    'frmAskAndWarnParked', 'frmAskUserCloseDriver', 'frmPark1Warning', 'frmAskGotoRaDec', 'frmAskGtoAltAz', 'frmMessage', 'frmAskMessage', 'frmClients'];
+    'frmAskAndWarnParked', 'frmAskUserCloseDriver', 'frmPark1Warning', 'frmAskGotoRaDec', 'frmAskGtoAltAz', 'frmMessage', 'frmAskMessage', 'frmClients', 'frmHelp'];
 const kPanels = new Set(['frmStatus', 'frmLogWindow']);
 const kMoving = new Set(['Slewing', 'Parking', 'Moving']);
 const kShapes = { Slewing: '▶', Parking: '▶', Moving: '▶', Parked: '■', Tracking: '●', Standing: '○', 'No link': '✕', 'Not connected': '–' };
