@@ -48,16 +48,21 @@ void SideTools::Start(SideTool tool) {
 
 void SideTools::OpenDownloadPage() {
     const std::string page = DownloadPage();
-    if (page.empty() || !OpenWithDesktop(page)) {
+    const auto tell = [this, page] {
         needs_.messageBoxes.Show(std::string(kGetItHere) + (page.empty() ? std::string(kNoPage) : page), kDownloadTitle,
                                  MessageIcon::Information);
+    };
+    if (page.empty()) {
+        tell();
+    } else {
+        needs_.processes.OpenWithDesktop(page, tell);
     }
 }
 
 void SideTools::OpenStandardsSite() {
-    if (!OpenWithDesktop(kStandardsSite)) {
+    needs_.processes.OpenWithDesktop(kStandardsSite, [this] {
         needs_.messageBoxes.Show(kNoBrowser, application::kTitle, MessageIcon::Information);
-    }
+    });
 }
 
 /// Without one in the settings, the place of the update service.
@@ -65,16 +70,6 @@ std::string SideTools::DownloadPage() {
     const std::string page = needs_.persist.Read(setting::DownloadPage);
     const std::string host = needs_.persist.Read(setting::UpdateHost);
     return !page.empty() || host.empty() ? page : "https://" + host + "/ksdriver/";
-}
-
-/// A text that could be more than one argument opens nothing.
-bool SideTools::OpenWithDesktop(std::string_view what) {
-    const bool quoted = what.find_first_of(" \t\r\n") != std::string_view::npos;
-    if (what.starts_with('-') || (quoted && what.find('"') != std::string_view::npos)) {
-        return false;
-    }
-    const std::string argument(what);
-    return needs_.processes.Start("xdg-open", quoted ? "\"" + argument + "\"" : argument);
 }
 
 }  // namespace kestrane

@@ -33,7 +33,6 @@ public:
 
 private:
     std::string DownloadPage();
-    bool OpenWithDesktop(std::string_view what);
 
     SideToolsNeeds needs_;
 };

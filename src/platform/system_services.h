@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -67,6 +68,9 @@ public:
     /// Starts a program with a normal window; does not wait for it. False when it could not be started. The arguments
     /// are separated by blanks; one with a blank in it stands between double quotes.
     virtual bool Start(std::string_view path, std::string_view arguments) = 0;
+    /// Opens a file, a folder or a page with the program of the desktop that is meant for it; does not wait. Where none
+    /// can open it `failed` is called, at once or in a later pump, and must live as long as that pump.
+    virtual void OpenWithDesktop(std::string_view what, std::function<void()> failed) = 0;
     /// Ends this process as soon as the running call has returned to the outermost loop. Idempotent.
     virtual void EndThisProcess() = 0;
 };

@@ -3,14 +3,11 @@
 namespace kestrane {
 
 void OpenLogFolder(const std::string& folder, Processes& processes, Log& log) {
-    if (folder.empty()) {
-        return;
-    }
-    const bool quoted = folder.find_first_of(" \t\r\n") != std::string::npos;
-    const bool isOneWord = !quoted || folder.find('"') == std::string::npos;
-    if (!isOneWord || !processes.Start("xdg-open", quoted ? "\"" + folder + "\"" : folder)) {
-        log.LogMessage("OpenLogFolder", LogLevel::Warning,
-                       "No file browser could be started. The logs are in " + folder);
+    if (!folder.empty()) {
+        processes.OpenWithDesktop(folder, [folder, &log] {
+            log.LogMessage("OpenLogFolder", LogLevel::Warning,
+                           "No file browser could be started. The logs are in " + folder);
+        });
     }
 }
 

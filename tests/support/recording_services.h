@@ -81,6 +81,7 @@ public:
     std::function<bool(std::uint32_t processId, std::uint32_t accessMask)> mayOpen;  ///< empty: all may be opened
     std::map<std::uint32_t, std::uint32_t> priorities;  ///< priority class by process id; 32 (normal) without an entry
     std::vector<std::pair<std::string, std::string>> starts;  ///< path and arguments
+    std::vector<std::string> opened;                          ///< with the desktop
     bool canStart = true;
     int openHandles = 0;
     int ends = 0;  ///< calls of `EndThisProcess`
@@ -109,6 +110,12 @@ public:
     bool Start(std::string_view path, std::string_view arguments) override {
         starts.emplace_back(path, arguments);
         return canStart;
+    }
+    void OpenWithDesktop(std::string_view what, std::function<void()> failed) override {
+        opened.emplace_back(what);
+        if (!canStart) {
+            failed();
+        }
     }
     void EndThisProcess() override { ++ends; }
 };

@@ -11,7 +11,8 @@ PosixPlatform::PosixPlatform(PosixMessagePump::FaultHandler onFault, PosixMessag
       http([this] { return LetReadsIn(); }, HostNames::SystemLookup, BeastHttp::kLongestRest,
            [this] { return endOfReads_.load() != 0; }),
       messageBoxes(std::move(logMessageBox)),
-      processes([this] { pump.Quit(); }),
+      processes([this] { pump.Quit(); },
+                [this](std::function<void()> call) { pump.Post(CallKind::Press, std::move(call)); }),
       profileStore(folders),
       astronomy(PosixClock::GetUtcTime) {}
 

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <signal.h>
 #include <spawn.h>
 #include <sstream>
@@ -126,8 +127,34 @@ public:
 
 }  // namespace
 
-PosixProcesses::PosixProcesses(std::function<void()> onEnd) : onEnd_(std::move(onEnd)) {
+/// The way back to the logic thread for threads that wait for a program: it may end after this object.
+class PosixProcesses::Door {
+public:
+    explicit Door(Post post) : post_(std::move(post)) {}
+
+    void Pass(std::function<void()> call) {
+        const std::lock_guard lock(mutex_);
+        if (post_) {
+            post_(std::move(call));
+        }
+    }
+    void Close() {
+        const std::lock_guard lock(mutex_);
+        post_ = nullptr;
+    }
+
+private:
+    std::mutex mutex_;
+    Post post_;
+};
+
+PosixProcesses::PosixProcesses(std::function<void()> onEnd, Post post)
+    : onEnd_(std::move(onEnd)), door_(std::make_shared<Door>(std::move(post))) {
     assert(onEnd_);
+}
+
+PosixProcesses::~PosixProcesses() {
+    door_->Close();
 }
 
 std::vector<std::string> PosixProcesses::List() {
@@ -189,6 +216,22 @@ void PosixProcesses::Close(ProcessHandle handle) {
 bool PosixProcesses::Start(std::string_view path, std::string_view arguments) {
     std::vector<std::string> words = SplitWords(arguments);
     words.insert(words.begin(), std::string(path));
+    return Spawn(std::move(words), [](int) {});
+}
+
+void PosixProcesses::OpenWithDesktop(std::string_view what, std::function<void()> failed) {
+    const auto ended = [door = door_, failed](int status) {
+        if (status != 0) {
+            door->Pass(failed);
+        }
+    };
+    if (what.starts_with('-') || !Spawn({"xdg-open", std::string(what)}, ended)) {
+        failed();
+    }
+}
+
+/// `ended` gets the status of the wait, on a thread of its own. False when nothing was started.
+bool PosixProcesses::Spawn(std::vector<std::string> words, std::function<void(int status)> ended) {
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
@@ -207,7 +250,11 @@ bool PosixProcesses::Start(std::string_view path, std::string_view arguments) {
         return false;
     }
     // An ended child leaves the process list only when its parent waits for it.
-    std::thread([process] { waitpid(process, nullptr, 0); }).detach();
+    std::thread([process, ended = std::move(ended)] {
+        int status = 0;
+        waitpid(process, &status, 0);
+        ended(status);
+    }).detach();
     return true;
 }
 

@@ -2,8 +2,11 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
+#include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "platform/system_services.h"
 
@@ -12,8 +15,12 @@ namespace kestrane {
 /// Processes as the /proc file system shows them. A priority class is a nice value of every thread of the process.
 class PosixProcesses final : public Processes {
 public:
+    /// Runs a call on the logic thread; may itself be called on any thread while the object lives.
+    using Post = std::function<void(std::function<void()> call)>;
+
     /// `onEnd` is called by each `EndThisProcess`.
-    explicit PosixProcesses(std::function<void()> onEnd);
+    PosixProcesses(std::function<void()> onEnd, Post post);
+    ~PosixProcesses() override;
 
     /// The file names of the executables; where the system hides one, the first 15 characters that it reports.
     std::vector<std::string> List() override;
@@ -30,13 +37,20 @@ public:
     void Close(ProcessHandle handle) override;
     /// The program gets a session of its own and none of our files and sockets; it goes on after we have ended.
     bool Start(std::string_view path, std::string_view arguments) override;
+    /// By "xdg-open". A text that it would take for an option is none that can be opened.
+    void OpenWithDesktop(std::string_view what, std::function<void()> failed) override;
     void EndThisProcess() override;
 
     /// The umask of the programs that are started from now on; without it they get that of this process.
     void UmaskOfChildren(mode_t umask) { umaskOfChildren_ = umask; }
 
 private:
+    class Door;
+
+    bool Spawn(std::vector<std::string> words, std::function<void(int status)> ended);
+
     std::function<void()> onEnd_;
+    std::shared_ptr<Door> door_;
     std::optional<mode_t> umaskOfChildren_;
     std::map<ProcessHandle, std::uint32_t> opened_;
     ProcessHandle nextHandle_ = 1;

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <fcntl.h>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -52,7 +56,12 @@ private:
 class ProcessesTest : public testing::Test {
 protected:
     int ends_ = 0;
-    PosixProcesses processes_{[this] { ++ends_; }};
+    std::promise<void> posted_;
+    PosixProcesses processes_{[this] { ++ends_; },
+                              [this](const std::function<void()>& call) {
+                                  call();
+                                  posted_.set_value();
+                              }};
 };
 
 TEST_F(ProcessesTest, List_HoldsThisProgramUnderTheNameOfItsFile) {
@@ -197,6 +206,48 @@ TEST_F(StartTest, Start_OfAMissingProgram_IsPassedOver) {
     EXPECT_FALSE(processes_.Start((folder_.Path() / "missing").string(), " -c"));
     EXPECT_FALSE(processes_.Start("", ""));
     EXPECT_EQ(StartScript("still here", ""), "still here\n");
+}
+
+/// A folder of programs in place of the machine's own, with an "xdg-open" of ours in it.
+class DesktopTest : public StartTest {
+protected:
+    void SetUp() override {
+        StartTest::SetUp();
+        ::setenv("PATH", folder_.Path().c_str(), 1);
+    }
+    void TearDown() override {
+        ::setenv("PATH", path_.c_str(), 1);
+        StartTest::TearDown();
+    }
+    void Install(const std::string& script) {
+        const auto program = folder_.Write("xdg-open", "#!/bin/sh\n" + script + "\n");
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    }
+    const std::string path_ = std::getenv("PATH");
+    int failures_ = 0;
+};
+
+TEST_F(DesktopTest, Open_PassesTheTextAsOneWord) {
+    Install("echo \"$#:$1\" > " + fifo_.string());
+    processes_.OpenWithDesktop("/my \"logs\"\t1", [this] { ++failures_; });
+    EXPECT_EQ(Line(), "1:/my \"logs\"\t1\n");
+    EXPECT_EQ(failures_, 0);
+}
+
+TEST_F(DesktopTest, Open_WhereNoProgramIsMeantForIt_IsReportedByTheLogicThread) {
+    Install("exit 3");
+    processes_.OpenWithDesktop("/logs", [this] { ++failures_; });
+    const auto reported = posted_.get_future().wait_for(std::chrono::milliseconds(kPatienceMs));
+    EXPECT_EQ(reported, std::future_status::ready);
+    EXPECT_EQ(failures_, 1);
+}
+
+TEST_F(DesktopTest, Open_WithoutADesktop_OrOfAnOption_FailsAtOnce) {
+    processes_.OpenWithDesktop("/logs", [this] { ++failures_; });
+    EXPECT_EQ(failures_, 1);
+    Install("exit 0");
+    processes_.OpenWithDesktop("--help", [this] { ++failures_; });
+    EXPECT_EQ(failures_, 2);
 }
 
 TEST_F(ProcessesTest, EndThisProcess_TellsTheOwner) {
