@@ -129,6 +129,14 @@ void RichTextBox::KeepLast(std::size_t length) {
     AnnounceChange(Property::Text);
 }
 
+void RichTextBox::DropFirst(std::size_t count) {
+    assert(count <= pieces_.size());
+    for (; count > 0; --count) {
+        length_ -= pieces_.front().text.size();
+        pieces_.pop_front();
+    }
+}
+
 std::string RichTextBox::Text() const {
     std::string text;
     text.reserve(length_);

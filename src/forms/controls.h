@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -219,14 +220,16 @@ public:
     void Append(std::string_view text, std::int32_t colour);
     /// Keeps only the last `length` bytes, or up to three less when the cut would split the bytes of one character.
     void KeepLast(std::size_t length);
+    /// Takes the oldest pieces away; `count` is at most their number.
+    void DropFirst(std::size_t count);
     std::size_t TextLength() const { return length_; }
     std::string Text() const;
-    const std::vector<Piece>& Pieces() const { return pieces_; }
+    const std::deque<Piece>& Pieces() const { return pieces_; }
     /// Number of the last piece, counted from 1 since the window was made; 0 for none.
     std::uint64_t LastNumber() const { return lastNumber_; }
 
 private:
-    std::vector<Piece> pieces_;
+    std::deque<Piece> pieces_;
     std::size_t length_ = 0;
     std::uint64_t lastNumber_ = 0;
 };

@@ -9,7 +9,10 @@ namespace kestrane {
 /// east. The coordinates are those of the displays.
 class frmSky : public Form {
 public:
-    explicit frmSky(MessagePump& pump) : Form("frmSky", ""), tmrSky(*this, "tmrSky", pump, 500, true) {}
+    explicit frmSky(MessagePump& pump)
+        : Form("frmSky", ""),
+          tmrSky(*this, "tmrSky", pump, 500, true),
+          tmrJournal(*this, "tmrJournal", pump, 1000, true) {}
 
     Label lblLatitude{*this, "lblLatitude"};
     Label lblSiderealHours{*this, "lblSiderealHours"};
@@ -37,7 +40,10 @@ public:
     Label lblHorizonMinutes{*this, "lblHorizonMinutes"};    ///< until it sets
     Label lblEpoch{*this, "lblEpoch"};
 
-    Timer tmrSky;  ///< computes all of it
+    RichTextBox rtbJournal{*this, "rtbJournal"};  ///< where the tube pointed and what guided it; see `NightJournal`
+
+    Timer tmrSky;      ///< computes what is drawn
+    Timer tmrJournal;  ///< adds a position
 };
 
 }  // namespace kestrane

@@ -58,7 +58,9 @@ Driver::Driver(Platform platform)
       tray(NeedsOfTray()),
       rates(MountRatesNeeds{essentials, mount, handBox, initialSetup, initMount}),
       controller(ControllerFeaturesNeeds{essentials, mount, rates, handBox, initialSetup, initMount, panel}),
-      journal(EventJournalNeeds{essentials, motion, panel}),
+      journal(EventJournalNeeds{
+          essentials, motion, panel,
+          [this](std::int32_t durationMs, std::int16_t direction) { nightJournal.AddPulse(durationMs, direction); }}),
       channel(CompanionChannelNeeds{essentials, door, platform_.applicationSettings, handBox, OwnCommands(),
                                     [this] { return LinkIsOverIp(link.get(), persist, log); }}),
       queries(MountQueriesNeeds{essentials, door, platform_.astronomy, handBox, statusWindow, panel, journal, channel,

@@ -45,6 +45,7 @@
 #include "ui/init_mount.h"
 #include "ui/log_panel.h"
 #include "ui/message_windows.h"
+#include "ui/night_journal.h"
 #include "ui/park1_warning.h"
 #include "ui/port_check.h"
 #include "ui/quay_settings.h"
@@ -146,7 +147,8 @@ public:
     HandBoxPanel panel;
     TrackingOperations tracking;
     Modal modal;
-    Sky sky{SkyNeeds{state, windows.sky, LinkConnected()}};
+    Sky sky{SkyNeeds{state, platform_.astronomy, log, handBox, windows.sky, LinkConnected()}};
+    NightJournal nightJournal{NightJournalNeeds{state, platform_.clock, windows.sky, LinkConnected()}};
     MessageWindows messageWindows{windows.message, windows.askMessage, modal};
     RcalSyncWarning rcalSyncWarning;
     QuestionWindows questions;

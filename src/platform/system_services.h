@@ -126,9 +126,17 @@ public:
 
 class Astronomy {
 public:
+    /// In the equator and equinox of today.
+    struct Equatorial {
+        double raHours = 0.0;  ///< from 0 to below 24
+        double dec = 0.0;      ///< degrees
+    };
+
     virtual ~Astronomy() = default;
     /// Apparent local sidereal time now, hours from 0 up to below 24, for a longitude in radians, west positive.
     virtual double NowLst(double westLongitudeRadians) = 0;
+    /// Where the sun is now, to a minute of arc.
+    virtual Equatorial Sun() = 0;
 };
 
 class Folders {

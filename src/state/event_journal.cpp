@@ -81,6 +81,9 @@ void EventJournal::ResetEvents() {
 void EventJournal::AddPulseGuideEvent(std::int16_t value, std::int32_t durationMs, std::int16_t direction) {
     pulses_.WrapIndex();
     pulses_.Add({.timeMs = Now(), .value = value, .durationMs = durationMs, .direction = direction});
+    if (needs_.onPulse) {
+        needs_.onPulse(durationMs, direction);
+    }
 }
 
 void EventJournal::AddRaDecEvent(double ra, double dec) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,8 @@ struct EventJournalNeeds {
     Essentials driver;
     Motion& motion;
     HandBoxDisplay& panel;
+    /// Hears of each pulse as `AddPulseGuideEvent` does; may be empty.
+    std::function<void(std::int32_t durationMs, std::int16_t direction)> onPulse = {};
 };
 
 /// Two short rings of what happened, with millisecond times: the pulses sent and the positions seen. Their memory does

@@ -7,6 +7,7 @@
 
 #include "catalogue/vocabulary.h"
 #include "kernel/base/conversions.h"
+#include "telescope/motion/park_geometry.h"
 
 namespace kestrane {
 namespace {
@@ -75,6 +76,8 @@ void Sky::Compute() {
     ShowTarget();
     ShowPier();
     ShowTimes();
+    ShowParkPlace();
+    ShowSun();
 }
 
 std::string_view Sky::StateWord() const {
@@ -184,6 +187,38 @@ void Sky::ShowTimes() {
     Show(needs_.form.lblMeridianMinutes, MinutesToMeridian(state.g_dHourAngle), "0");
     const std::optional<double> horizon = MinutesToHorizon(state.g_dSiteLatitude, state.g_dDec, state.g_dHourAngle);
     needs_.form.lblHorizonMinutes.Text(horizon ? FormatUs(*horizon, "0") : "");
+}
+
+/// By what the hand box shows: the settings file need not be read twice a second. A park at the current position goes
+/// nowhere.
+void Sky::ShowParkPlace() {
+    frmSky& form = needs_.form;
+    const frmHandBox& handBox = needs_.handBox;
+    const auto index = static_cast<std::int16_t>(handBox.cbxParkTo.ListIndex());
+    if (index == park_index::User) {
+        Show(form.lblParkAlt, Val_Global(handBox.txtUserParkAlt.Text(), needs_.log), "0.000");
+        Show(form.lblParkAz, Val_Global(handBox.txtUserParkAz.Text(), needs_.log), "0.000");
+    } else if (index >= park_index::FirstFixed && index <= park_index::LastFixed) {
+        const double latitude = needs_.state.g_dSiteLatitude;
+        const FixedPlace& place = FixedParkPlace(index);
+        const bool atPole = place.altitude.empty();
+        Show(form.lblParkAlt, atPole ? std::abs(latitude) : ProtocolDegrees(place.altitude, needs_.log), "0.000");
+        Show(form.lblParkAz, ProtocolDegrees(place.Azimuth(latitude), needs_.log), "0.000");
+    } else {
+        form.lblParkAlt.Text("");
+        form.lblParkAz.Text("");
+    }
+}
+
+void Sky::ShowSun() {
+    const DriverState& state = needs_.state;
+    const Astronomy::Equatorial sun = needs_.astronomy.Sun();
+    double altitude = 0;
+    double azimuth = 0;
+    RaDecToAltAz(state.g_dSiteLatitude, NormalizeHours(state.g_dRa + state.g_dHourAngle), sun.raHours, sun.dec,
+                 altitude, azimuth);
+    Show(needs_.form.lblSunAlt, altitude, "0.0");
+    Show(needs_.form.lblSunAz, azimuth, "0.0");
 }
 
 }  // namespace kestrane

@@ -5,13 +5,19 @@
 #include <optional>
 #include <string_view>
 
+#include "forms/frm_hand_box.h"
 #include "forms/frm_sky.h"
+#include "kernel/base/log.h"
+#include "platform/system_services.h"
 #include "state/driver_state.h"
 
 namespace kestrane {
 
 struct SkyNeeds {
     const DriverState& state;
+    Astronomy& astronomy;
+    Log& log;
+    const frmHandBox& handBox;
     frmSky& form;
     std::function<bool()> linkConnected;
 };
@@ -36,6 +42,8 @@ private:
     void ShowTarget();
     void ShowPier();
     void ShowTimes();
+    void ShowParkPlace();
+    void ShowSun();
     std::string_view StateWord() const;
     bool IsUnderWay() const;
     Place Target() const;

@@ -302,6 +302,15 @@ TEST_F(Controls, RichTextBox_KeepLast_CutsTheFront) {
     }
 }
 
+TEST_F(Controls, RichTextBox_DropFirst_TakesWholePieces_AndTheNumbersGoOn) {
+    form.rtbText.Append("one", 1);
+    form.rtbText.Append("two", 2);
+    form.rtbText.DropFirst(1);
+    EXPECT_EQ(form.rtbText.Text(), "two");
+    EXPECT_EQ(form.rtbText.TextLength(), 3U);
+    EXPECT_EQ(form.rtbText.LastNumber(), 2U);
+}
+
 TEST_F(Controls, RichTextBox_KeepLast_CutsNoCharacterInTwo) {
     struct Row {
         std::string first;

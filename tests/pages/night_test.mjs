@@ -1,6 +1,7 @@
 // The night of a person with nothing but a browser: connect, slew, nudge, park, disconnect; and what the page tells of it.
 
 import assert from 'node:assert/strict';
+import { readFile } from 'node:fs/promises';
 import { after, before, test } from 'node:test';
 import { handBox, openPage, startBrowser, stateOf, textOf, unfold, waitForState, windowOf } from './support/browser.mjs';
 import { System, pause, until } from './support/system.mjs';
@@ -76,6 +77,39 @@ test('a bookmark is added on one page and slewed to on the other', async () => {
     await until(async () => Math.abs((await system.client('get', 'declination', {}, 77)) - 30) < 0.1, 'the mount to be there');
     assert.match(await banners(), /The slew has ended/);
     await page.locator('dialog[open] .close').click();
+});
+
+test('the chart shows drift and guide pulses, and is saved as a table and as a picture', async () => {
+    await system.client('put', 'connected', { Connected: 'true' }, 77);
+    await system.client('put', 'pulseguide', { Direction: '3', Duration: '350' }, 77);
+    const chart = page.locator('#chart');
+    const words = () => chart.locator('[data-rms]').innerText();
+    await until(async () => /^RMS: RA \d+\.\d\d″, Dec \d+\.\d\d″\. Pulses: 1\.$/.test(await words()), 'a measured drift and a pulse');
+    assert.equal(await chart.locator('[data-span]').innerText(), '5 min');
+    await chart.locator('[data-in]').click();
+    await until(async () => (await chart.locator('[data-span]').innerText()) === '1 min', 'a shorter time to be shown');
+    const saved = async (button) => {
+        const [download] = await Promise.all([page.waitForEvent('download'), chart.locator(button).click()]);
+        return readFile(await download.path());
+    };
+    const rows = (await saved('[data-csv]')).toString().trim().split('\r\n');
+    assert.match(rows[0], /^seconds,date,time,kind,ra_hours,dec_degrees,tracks,/);
+    assert.ok(rows.filter((row) => row.includes(',position,')).length > 5, 'positions');
+    assert.equal(rows.filter((row) => row.endsWith(',W,350')).length, 1, 'the pulse');
+    const picture = await saved('[data-png]');
+    assert.equal(picture.subarray(1, 4).toString(), 'PNG');
+    await system.client('put', 'connected', { Connected: 'false' }, 77);
+});
+
+test('STOP ends a slew, and the page says so', async () => {
+    const ra = await system.client('get', 'siderealtime', {}, 77);
+    await system.client('put', 'connected', { Connected: 'true' }, 77);
+    await system.client('put', 'slewtocoordinatesasync', { RightAscension: `${(ra + 21) % 24}`, Declination: '-10' }, 77);
+    await waitForState(page, 'Slewing');
+    await page.locator('#stop').click();
+    await waitForState(page, 'Tracking');
+    await until(async () => /The slew was stopped|The slew has ended/.test(await banners()), 'a word of it');
+    await system.client('put', 'connected', { Connected: 'false' }, 77);
 });
 
 test('the window of the clients shows who holds the mount, and releases one', async () => {

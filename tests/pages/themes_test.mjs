@@ -43,6 +43,8 @@ export const kWindows = [
     ['frmAskPark', 'frmAskPark', fromHandBox('btnPark')],
     ['frmAskUnpark', 'frmAskUnpark', fromHandBox('btnUNPARK')],
     ['frmAskCustomParkOK', 'frmAskCustomParkOK', fromHandBox('btnSetPark')],
+    ['frmHelp', 'frmHelp', fromMenu('mPopHelp')],
+    ['frmClients', 'frmClients', fromHandBox('btnClients')],
     ['frmAskSwapEWNS', 'frmAskSwapEWNS', fromHandBox('btnSwapEW')],
 ];
 

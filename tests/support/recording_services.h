@@ -177,6 +177,8 @@ class VirtualAstronomy final : public Astronomy {
 public:
     explicit VirtualAstronomy(VirtualClock& clock) : clock_(clock) {}
     std::optional<double> lst;  ///< hours
+    Equatorial sun;
+    Equatorial Sun() override { return sun; }
     double NowLst(double westLongitudeRadians) override;
 
 private:

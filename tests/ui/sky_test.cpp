@@ -95,5 +95,34 @@ TEST_F(SkyTest, Slew_IsDrawnWithItsTarget_AndTheWayThatIsLeft) {
     EXPECT_EQ(Form().lblDistance.Text(), "");
 }
 
+TEST_F(SkyTest, ParkPlace_IsTheOneOfTheList) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(3'000);
+    struct Row {
+        int index;
+        std::string alt;
+        std::string az;
+    };
+    driver->handBox.txtUserParkAlt.Text("12.5");
+    driver->handBox.txtUserParkAz.Text("200");
+    const std::string latitude = FormatUs(driver->state.g_dSiteLatitude, "0.000");
+    for (const Row& row :
+         {Row{0, "", ""}, Row{2, "0.003", "90.003"}, Row{3, latitude, "359.997"}, Row{6, "12.500", "200.000"}}) {
+        driver->handBox.cbxParkTo.ListIndex(row.index);
+        machine.AdvanceTime(1'000);
+        EXPECT_EQ(Form().lblParkAlt.Text(), row.alt) << row.index;
+        EXPECT_EQ(Form().lblParkAz.Text(), row.az) << row.index;
+    }
+}
+
+TEST_F(SkyTest, Sun_IsWhereItStandsAtTheSite) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(3'000);
+    machine.astronomy.sun = {telescope->SiderealTime(), -20.0};
+    machine.AdvanceTime(1'000);
+    EXPECT_NEAR(Number(Form().lblSunAlt), 90.0 - driver->state.g_dSiteLatitude - 20.0, 0.2);
+    EXPECT_NEAR(Number(Form().lblSunAz), 180.0, 0.5);
+}
+
 }  // namespace
 }  // namespace kestrane

@@ -184,7 +184,7 @@ std::string StreamName(const RichTextBox& box) {
 }
 
 std::string LinesJson(const RichTextBox& box, std::uint64_t from, std::size_t most, std::uint64_t& next) {
-    const std::vector<RichTextBox::Piece>& pieces = box.Pieces();
+    const std::deque<RichTextBox::Piece>& pieces = box.Pieces();
     const std::uint64_t first = box.LastNumber() - pieces.size() + 1;
     const std::uint64_t begin = std::max(from, first);
     if (begin > box.LastNumber()) {

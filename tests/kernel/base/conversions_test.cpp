@@ -332,6 +332,7 @@ TEST(ConversionsTest, HoursToHms_OfRubbish_DoesNotRaise) {
 
 class AskedAstronomy final : public Astronomy {
 public:
+    Equatorial Sun() override { return {}; }
     double NowLst(double westLongitudeRadians) override {
         asked = westLongitudeRadians;
         return 5.5;

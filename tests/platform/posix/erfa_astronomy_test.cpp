@@ -138,5 +138,25 @@ TEST(ErfaAstronomy, NowLst_RunsAtTheSiderealRate) {
     EXPECT_NEAR((after - before) * 3600.0, 0.0010027379, 1e-6);
 }
 
+/// The low-precision formula of the almanacs, good to a hundredth of a degree from 1950 to 2050.
+TEST(ErfaSun, AgreesWithTheAlmanacsFormula) {
+    for (const DateTime& utc : {DateTime{2000, 1, 1, 12}, DateTime{2026, 3, 20, 14, 46}, DateTime{2026, 6, 21, 8, 25},
+                                DateTime{2026, 11, 23, 19, 40, 30}, DateTime{2040, 9, 1, 0, 0, 1}}) {
+        const double days = DaysFromJ2000(utc);
+        const double anomaly = (357.528 + 0.9856003 * days) * kDegree;
+        const double longitude =
+            (280.460 + 0.9856474 * days + 1.915 * std::sin(anomaly) + 0.020 * std::sin(2 * anomaly)) * kDegree;
+        const double obliquity = (23.439 - 0.0000004 * days) * kDegree;
+        const double hours =
+            std::atan2(std::cos(obliquity) * std::sin(longitude), std::cos(longitude)) / kDegree / 15.0;
+        const double dec = std::asin(std::sin(obliquity) * std::sin(longitude)) / kDegree;
+        const auto sun = ErfaAstronomy([&] { return utc; }).Sun();
+        EXPECT_LT(AngularDistance(sun.raHours, sun.dec, NormalizeHours(hours), dec), 0.02)
+            << utc.year << "-" << utc.month;
+        EXPECT_GE(sun.raHours, 0.0);
+        EXPECT_LT(sun.raHours, 24.0);
+    }
+}
+
 }  // namespace
 }  // namespace kestrane

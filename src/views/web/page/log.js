@@ -1,5 +1,7 @@
 // The log as a text that grows: it can be searched, held and saved.
 
+import { saveAs } from './save.js';
+
 const kMostLines = 2000;
 
 export class LogText {
@@ -68,10 +70,6 @@ export class LogText {
     /** All of it, also what the search hides. */
     save() {
         const lines = [...this.node.children].map((line) => line.textContent).concat(this.waiting);
-        const link = document.createElement('a');
-        link.href = URL.createObjectURL(new Blob([lines.join('\r\n') + '\r\n'], { type: 'text/plain' }));
-        link.download = `mount-log-${new Date().toISOString().slice(0, 19).replaceAll(':', '-')}.txt`;
-        link.click();
-        setTimeout(() => URL.revokeObjectURL(link.href), 10000);
+        saveAs(new Blob([lines.join('\r\n') + '\r\n'], { type: 'text/plain' }), 'mount-log', 'txt');
     }
 }

@@ -1,4 +1,5 @@
 import { Alerts } from './alerts.js';
+import { Chart, kJournal } from './chart.js';
 import { Form } from './forms.js';
 import { letGo, padByGamepad, padByKeys } from './hands.js';
 import { Mirror } from './mirror.js';
@@ -46,6 +47,7 @@ const mirror = new Mirror({
         for (const name of forms.keys()) if (!names.has(name)) closeForm(name);
         open.forEach(openForm);
         document.body.dataset.live = 'yes';
+        chart.listen();
         openAsked();
     },
     changes: ({ changes }) => {
@@ -56,6 +58,7 @@ const mirror = new Mirror({
 });
 
 const ownClient = new OwnClient(notice);
+const chart = new Chart($('chart'), mirror);
 const alerts = new Alerts($('alerts').querySelector('.row'), $('banners'));
 
 // --- windows
@@ -111,6 +114,7 @@ function change(name, control, member, value) {
 }
 
 function appendLines({ stream, first, lines: added }) {
+    if (stream === kJournal) return chart.append(first, added);
     const [name, control] = stream.split('.');
     const bound = forms.get(name)?.controls.get(control);
     if (!bound) return;

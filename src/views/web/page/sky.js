@@ -45,6 +45,17 @@ export function drawSky(figure, sky) {
         const [x, y] = at(Math.abs(latitude), latitude < 0 ? 180 : 0);
         parts.push(element('path', { d: `M${x - 4} ${y}h8M${x} ${y - 4}v8`, class: 'pole' }));
     }
+    const parkAlt = number(sky.lblParkAlt);
+    if (parkAlt !== undefined) {
+        const [x, y] = at(Math.max(parkAlt, 0), number(sky.lblParkAz));
+        parts.push(element('rect', { x: x - 6, y: y - 6, width: 12, height: 12, rx: 2, class: 'place' }), element('text', { x, y: y + 4, 'text-anchor': 'middle', class: 'point' }, 'P'));
+    }
+    const sunAlt = number(sky.lblSunAlt);
+    if (sunAlt > 0) {
+        const [x, y] = at(sunAlt, number(sky.lblSunAz));
+        const rays = [0, 45, 90, 135, 180, 225, 270, 315].map((turn) => `M${x + 6 * Math.cos(radians(turn))} ${y + 6 * Math.sin(radians(turn))}l${3 * Math.cos(radians(turn))} ${3 * Math.sin(radians(turn))}`);
+        parts.push(element('circle', { cx: x, cy: y, r: 3.5, class: 'sun' }), element('path', { d: rays.join(''), class: 'sun' }));
+    }
     const targetAlt = number(sky.lblTargetAlt);
     const targetAz = number(sky.lblTargetAz);
     if (known && targetAlt !== undefined && targetAz !== undefined) {
