@@ -6,7 +6,8 @@ export const kJournal = 'frmSky.rtbJournal';
 const kKept = 6 * 3600; // seconds
 const kSpans = [60, 300, 900, 3600, 3 * 3600, kKept];
 const kSpanNames = ['1 min', '5 min', '15 min', '1 h', '3 h', '6 h'];
-const kTicks = [10, 60, 180, 600, 1800, 3600];
+const kTicks = [10, 20, 60, 120, 300, 600, 1200, 3600, 7200];
+const kLabel = 70; // pixels that the time of a tick takes
 const kGap = 5; // seconds without a position: what comes then is another run
 const kPulseBand = 0.24; // of the height
 
@@ -170,7 +171,7 @@ export class Chart {
         this.drawGrid(pen, colour, { box, most, x, y, height, shown });
         this.drawDrift(pen, shown.positions, 'raDrift', x, y, colour('text'), []);
         this.drawDrift(pen, shown.positions, 'decDrift', x, y, colour('accent'), [6, 4]);
-        this.drawPulses(pen, shown.pulses, x, { top: box.bottom + 10, bottom: height - 26 }, colour);
+        this.drawPulses(pen, shown.pulses, x, { ...box, top: box.bottom + 10, bottom: height - 26 }, colour);
         this.drawLegend(pen, colour, box);
     }
 
@@ -187,7 +188,7 @@ export class Chart {
         }
         const last = this.positions.at(-1);
         if (!last) return;
-        const step = kTicks[this.zoom];
+        const step = kTicks.find((each) => (each / this.span) * (box.right - box.left) >= kLabel) ?? kTicks.at(-1);
         const now = secondsOfDay(last.clock) - (last.time - shown.end);
         pen.textAlign = 'center';
         for (let tick = Math.ceil((now - this.span) / step) * step; tick <= now; tick += step) {
@@ -222,11 +223,12 @@ export class Chart {
     }
 
     /** RA is filled and goes up for east; Dec is an outline and goes up for north. */
-    drawPulses(pen, pulses, x, { top, bottom }, colour) {
+    drawPulses(pen, pulses, x, { left, right, top, bottom }, colour) {
         const middle = (top + bottom) / 2;
         const longest = Math.max(...pulses.map(({ duration }) => duration), 1);
         pen.strokeStyle = colour('edge');
-        this.line(pen, x(this.shown().start), middle, x(this.shown().end), middle);
+        pen.lineWidth = 1;
+        this.line(pen, left, middle, right, middle);
         pen.lineWidth = 1.5;
         for (const { time, direction, duration } of pulses) {
             const tall = Math.max((duration / longest) * ((bottom - top) / 2), 2);
@@ -247,8 +249,8 @@ export class Chart {
         pen.textBaseline = 'middle';
         pen.lineWidth = 2;
         for (const [at, text, ink, dashes] of [
-            [box.left, 'RA, east and west', 'text', []],
-            [box.left + 160, 'Dec, north and south', 'accent', [6, 4]],
+            [box.left, 'RA, east up', 'text', []],
+            [box.left + 130, 'Dec, north up', 'accent', [6, 4]],
         ]) {
             pen.strokeStyle = colour(ink);
             pen.setLineDash(dashes);

@@ -52,6 +52,7 @@ const mirror = new Mirror({
     },
     changes: ({ changes }) => {
         for (const [name, control, member, value] of changes) change(name, control, member, value);
+        if (changes.some(([name]) => name === 'frmSky')) drawAll(); // what belongs together comes together
     },
     lines: appendLines,
     refused: notice,
@@ -96,7 +97,6 @@ function closeForm(name) {
 function change(name, control, member, value) {
     if (name === 'frmSky') {
         if (member === 'text') sky[control] = value;
-        drawAll();
     } else if (member === 'opened') {
         openForm(value);
     } else if (member === 'closed') {

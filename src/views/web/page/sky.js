@@ -88,7 +88,7 @@ export function drawPier(figure, sky) {
         const dec = number(sky.lblDec) ?? 0;
         const turn = 90 - dec;
         parts.push(element('rect', { x: -9, y: -32, width: 18, height: 64, rx: 3, class: 'tube', transform: `translate(${-60 * x} ${-60 * y}) rotate(${away * (turn > 90 ? 90 : turn) * 0.6})` }));
-        parts.push(element('text', { x: 0, y: 108, 'text-anchor': 'middle', class: 'point' }, `Tube ${side.toLowerCase()}, weight ${weight > 0 ? 'UP' : 'down'}`));
+        parts.push(element('text', { x: 0, y: 105, 'text-anchor': 'middle', class: 'point' }, `Tube ${side.toLowerCase()}, weight ${weight > 0 ? 'UP' : 'down'}`));
     }
     svg.replaceChildren(...parts);
 }
