@@ -5,7 +5,8 @@ import { readFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { after, before, test } from 'node:test';
 import { brightest, handBox, kSizes, kThemes, openPage, startBrowser, unfold, waitForState, windowOf } from './support/browser.mjs';
-import { System, pause, until } from './support/system.mjs';
+import { System, pause } from './support/system.mjs';
+import { closeWindow, kWindows } from './support/windows.mjs';
 
 const kMostGreenOrBlue = 0.02 * 255;
 const all = process.env.KESTRANE_LONG === '1';
@@ -27,33 +28,6 @@ after(async () => {
     await system?.end();
 });
 
-const fromMenu = (name) => async (page) => {
-    await page.locator('#menuButton').click();
-    await handBox(page, name).click();
-};
-const fromHandBox = (name) => (page) => handBox(page, name).click();
-/** The windows that a person can open, and how. */
-export const kWindows = [
-    ['the hand box', '', async () => {}],
-    ['frmInitialSetup', 'frmInitialSetup', fromMenu('mPopSetup')],
-    ['frmSetupFocuser', 'frmSetupFocuser', fromMenu('mPopFocuser')],
-    ['frmAskGotoRaDec', 'frmAskGotoRaDec', fromHandBox('btnSlewRaDec')],
-    ['frmAskGtoAltAz', 'frmAskGtoAltAz', fromHandBox('btnSlewAltAz')],
-    ['frmInitMount', 'frmInitMount', fromHandBox('btnInitNow')],
-    ['frmAskPark', 'frmAskPark', fromHandBox('btnPark')],
-    ['frmAskUnpark', 'frmAskUnpark', fromHandBox('btnUNPARK')],
-    ['frmAskCustomParkOK', 'frmAskCustomParkOK', fromHandBox('btnSetPark')],
-    ['frmHelp', 'frmHelp', fromMenu('mPopHelp')],
-    ['frmClients', 'frmClients', fromHandBox('btnClients')],
-    ['frmAskSwapEWNS', 'frmAskSwapEWNS', fromHandBox('btnSwapEW')],
-];
-
-async function close(page, form) {
-    if (!form) return;
-    await page.locator('dialog[open] .close').click();
-    await windowOf(page, form).waitFor({ state: 'hidden' });
-}
-
 for (const size of all ? Object.keys(kSizes) : ['desk']) {
     for (const theme of all ? kThemes : ['night']) {
         test(`each window on a ${size} in the ${theme} theme is readable, and no pixel of the night is anything but red`, async (t) => {
@@ -63,15 +37,16 @@ for (const size of all ? Object.keys(kSizes) : ['desk']) {
             const showAll = handBox(page, 'chkShowAllControls');
             if (!(await showAll.isChecked())) await showAll.click();
             await unfold(page);
-            for (const [name, form, open] of kWindows) {
-                await t.test(name, async () => {
-                    await open(page);
+            for (const window of kWindows) {
+                const { form, open } = window;
+                await t.test(form || 'the hand box', async () => {
+                    await open(page, system);
                     if (form) await windowOf(page, form).waitFor();
                     await unfold(page);
                     await pause(200);
                     const png = await page.screenshot({ fullPage: !form });
-                    const { violations } = await page.evaluate(() => window.axe.run());
-                    await close(page, form);
+                    const { violations } = await page.evaluate(() => axe.run());
+                    await closeWindow(page, system, window);
                     assert.deepEqual(
                         violations.map(({ id, nodes }) => [id, ...nodes.slice(0, 4).map(({ html, any }) => [html.slice(0, 160), any[0]?.message])]),
                         [],

@@ -293,6 +293,7 @@ function toggleMenu(show = $('menu').hidden) {
 makeStop($('stop'));
 $('menuButton').addEventListener('click', () => toggleMenu());
 $('menu').addEventListener('click', () => toggleMenu(false));
+$('status').addEventListener('click', () => mirror.act({ do: 'icon', message: 'over' })); // as the pointer on the icon
 $('full').addEventListener('click', async () => {
     if (document.fullscreenElement) return document.exitFullscreen();
     await document.documentElement.requestFullscreen();
