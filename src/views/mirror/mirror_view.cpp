@@ -406,14 +406,19 @@ Control* MirrorView::FindControl(const Report& report) const {
     return control && control->Kind() != ControlKind::Timer ? control : nullptr;
 }
 
-/// Posts what the report asks for; the view is told when it begins to act, or why it does not. A view that has gone
-/// meanwhile does nothing any more.
+/// Posts what the report asks for. The view is shown what that has changed, and then told that it is done, or why it is
+/// not: else it would show for a moment what was before. A view that has gone meanwhile does nothing any more.
 void MirrorView::Post(CallKind kind, const Report& report, std::function<std::string()> act) {
     needs_.pump.Post(kind, [weak = weak_from_this(), report, act = std::move(act)] {
         const std::shared_ptr<MirrorView> view = weak.lock();
-        if (view && view->attached_) {
-            view->Answer(report, act());
+        if (!view || !view->attached_) {
+            return;
         }
+        const std::string refusal = act();
+        if (view->attached_ && !view->wantsSnapshot_ && !view->Jams()) {
+            view->SendChanges();
+        }
+        view->Answer(report, refusal);
     });
 }
 

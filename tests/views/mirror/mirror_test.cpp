@@ -261,6 +261,18 @@ TEST_F(MirrorTest, Change_WritesTheValue_AsAPersonDoes) {
     EXPECT_TRUE(HandBox().radFocusSlow.Checked());
 }
 
+TEST_F(MirrorTest, WhatAReportHasChanged_ComesBeforeItsAnswer) {
+    id = Open();
+    machine.AdvanceTime(100);
+    view->Take();
+    Report(OnHandBox("change", "chkSwapEW") + R"(,"value":true)");
+    machine.AdvanceTime(0);
+    const Texts got = view->Take();
+    ASSERT_EQ(got.size(), 2U);
+    EXPECT_TRUE(Has(got[0], R"(["frmHandBox","chkSwapEW","checked",true])")) << got[0];
+    EXPECT_EQ(got[1], kHeard);
+}
+
 TEST_F(MirrorTest, ValueThatTheControlCannotHave_IsRefused) {
     id = Open();
     const std::string refused = Refused("The control cannot have that value.");

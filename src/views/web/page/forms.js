@@ -4,8 +4,6 @@ import { makeList, makeTable } from './lists.js';
 import { holdButton } from './hands.js';
 import { LogText } from './log.js';
 
-const kBatchMs = 120; // more than the driver takes from one batch of changes to the next
-
 const plain = (caption) => caption.replace(/&(.)/g, '$1');
 
 /** The page of a topic as a part of this one, with its theme. */
@@ -50,12 +48,6 @@ export class Form {
         return this.mirror.act(value === undefined ? report : { ...report, value });
     }
 
-    /** What the driver made of a change is there one batch later than its answer; until then the page shows what was chosen. */
-    async propose(control, value) {
-        await this.act(control, 'change', value);
-        await new Promise((resolve) => setTimeout(resolve, kBatchMs));
-    }
-
     /** The second click of a double one would answer the next question, which nobody has read. */
     press(bound, event) {
         if (event.detail > 1 && bound.node.closest('dialog')) return;
@@ -83,7 +75,7 @@ export class Form {
                 node.addEventListener('input', () => (bound.typing = true));
                 node.addEventListener('change', async () => {
                     bound.typing = false;
-                    await this.propose(bound, node.value);
+                    await this.act(bound, 'change', node.value);
                     if (!bound.typing) node.value = bound.text;
                 });
                 node.addEventListener('blur', () => {
@@ -92,14 +84,14 @@ export class Form {
                 break;
             case 'CheckBox':
                 node.addEventListener('change', async () => {
-                    await this.propose(bound, node.checked);
+                    await this.act(bound, 'change', node.checked);
                     node.checked = bound.checked;
                 });
                 break;
             case 'OptionButton':
                 node.name = `${this.name}.${control.group}`;
                 node.addEventListener('change', async () => {
-                    await this.propose(bound, true);
+                    await this.act(bound, 'change', true);
                     for (const other of this.controls.values()) if (other.kind === 'OptionButton') other.node.checked = other.checked;
                 });
                 break;
@@ -111,7 +103,7 @@ export class Form {
                 break;
             case 'ScrollBar':
                 node.addEventListener('change', async () => {
-                    await this.propose(bound, Number(node.value));
+                    await this.act(bound, 'change', Number(node.value));
                     node.value = bound.value;
                 });
                 break;
