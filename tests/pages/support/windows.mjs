@@ -20,7 +20,7 @@ async function slewAndAsk(page, system) {
     await system.put('slewtocoordinatesasync', { RightAscension: `${(ra + 21) % 24}`, Declination: '5' });
     await waitForState(page, 'Slewing');
     await until(async () => {
-        if (/SLEWING/.test(await handBox(page, 'lblRA').innerText())) await handBox(page, 'lblRA').click();
+        if (/SLEWING/.test(await handBox(page, 'lblRA').innerText())) await handBox(page, 'lblRA').click({ timeout: 800 }).catch(() => {});
         return windowOf(page, 'frmAskAbortSlew').isVisible();
     }, 'the question about the slew');
 }
