@@ -11,6 +11,7 @@ constexpr GotoWords kAltAzWords{.coordinates = "Alt/Az",
                                 .origin = "Goto Alt/Az",
                                 .first = {"Alt", "from -90 to 90 degrees", -90.0, 90.0, true},
                                 .second = {"Az", "from 0 to 360 degrees", 0.0, 360.0, true},
+                                .unit = FirstAngle::Degrees,
                                 .opens = ButtonAction::SlewAltAz,
                                 .slews = ButtonAction::GotoAltAz};
 
@@ -63,9 +64,13 @@ bool GotoAltAzDialog::Remove(Database& database, std::int16_t id) {
     return database.DeleteGotoAltAz(id);
 }
 
-Bookmark GotoAltAzDialog::Present() {
-    return {.first = DegreesToDMS(state_.g_dAlt, " ", " ", "", 1),
-            .second = DegreesToDMS(state_.g_dAz, " ", " ", "", 1)};
+CoordinatePair GotoAltAzDialog::Present() const {
+    return {state_.g_dAlt, state_.g_dAz};
+}
+
+Bookmark GotoAltAzDialog::TextsOf(const CoordinatePair& angles) const {
+    return {.first = DegreesToDMS(angles.first, " ", " ", "", 1),
+            .second = DegreesToDMS(angles.second, " ", " ", "", 1)};
 }
 
 /// Without the conversion the mount must not track; a slew of a mount that tracks is refused as a client's is.

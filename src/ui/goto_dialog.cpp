@@ -54,6 +54,9 @@ std::optional<double> AngleOfFields(std::string_view text, Log& log) {
 GotoDialog::GotoDialog(GotoDialogNeeds needs, GotoControls controls, const GotoWords& words)
     : needs_(std::move(needs)), driver_(needs_.driver), state_(driver_.state), controls_(controls), words_(words) {
     controls_.list.OnClick([this] { OnSelect(); });
+    for (TextBox* box : {&controls_.first, &controls_.second}) {
+        box->OnChange([this, box] { TakePair(*box); });
+    }
     controls_.add.OnClick([this] { Add(); });
     controls_.save.OnClick([this] { Save(); });
     controls_.remove.OnClick([this] { Delete(); });
@@ -166,6 +169,19 @@ void GotoDialog::Delete() {
     }
 }
 
+/// Who copies both coordinates from elsewhere into one of the boxes gets each into its own.
+void GotoDialog::TakePair(const TextBox& box) {
+    if (const auto pair = PairOfText(box.Text(), words_.unit); pair && !controls_.form.IsFilling()) {
+        ShowAngles(*pair);
+    }
+}
+
+void GotoDialog::ShowAngles(const CoordinatePair& angles) {
+    const Bookmark texts = TextsOf(angles);
+    controls_.first.Text(texts.first);
+    controls_.second.Text(texts.second);
+}
+
 void GotoDialog::FillFromMount() {
     try {
         Telescope* const telescope = needs_.telescope();
@@ -173,9 +189,7 @@ void GotoDialog::FillFromMount() {
             throw DriverError(ErrorNumber::NotConnected);
         }
         telescope->CheckConnected();
-        const Bookmark present = Present();
-        controls_.first.Text(present.first);
-        controls_.second.Text(present.second);
+        ShowAngles(Present());
     } catch (const DriverError& error) {
         Tell(error.Message(), MessageIcon::Critical);
     }

@@ -15,6 +15,7 @@
 #include "state/mount_queries.h"
 #include "telescope/telescope.h"
 #include "ui/hand_box/hand_box_panel.h"
+#include "ui/pasted_coordinates.h"
 
 namespace kestrane {
 
@@ -51,6 +52,7 @@ struct GotoWords {
     std::string_view origin;       ///< of log lines
     AngleForm first;
     AngleForm second;
+    FirstAngle unit;     ///< of the first angle
     ButtonAction opens;  ///< the button of the hand box that opens the window
     ButtonAction slews;  ///< its own button that asks and slews
 };
@@ -96,8 +98,10 @@ protected:
     /// False when it is not stored, now or later.
     virtual bool Store(Database& database, const Bookmark& bookmark, bool isNew) = 0;
     virtual bool Remove(Database& database, std::int16_t id) = 0;
-    /// Where the mount points now, in its two angles as texts.
-    virtual Bookmark Present() = 0;
+    /// Where the mount points now.
+    virtual CoordinatePair Present() const = 0;
+    /// Two angles as the boxes show them.
+    virtual Bookmark TextsOf(const CoordinatePair& angles) const = 0;
     /// Starts the slew to two angles that are in their range.
     virtual void Slew(Telescope& telescope, double first, double second) = 0;
 
@@ -120,6 +124,8 @@ private:
     void Save();
     void Delete();
     void StoreAndReload(const Bookmark& bookmark, bool isNew);
+    void TakePair(const TextBox& box);
+    void ShowAngles(const CoordinatePair& angles);
     void FillFromMount();
     void AskAndSlew();
     void SlewTo(const Bookmark& target);

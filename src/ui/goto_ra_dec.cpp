@@ -9,11 +9,13 @@ namespace kestrane {
 namespace {
 
 constexpr double kTenthsOfSecond = 36000.0;  // in an hour
+constexpr double kFullTurn = 24.0;           // hours
 
 constexpr GotoWords kRaDecWords{.coordinates = "Ra/Dec",
                                 .origin = "Goto RA/Dec",
                                 .first = {"RA", "from 0 up to below 24 hours", 0.0, 24.0, false},
                                 .second = {"Dec", "from -90 to 90 degrees", -90.0, 90.0, true},
+                                .unit = FirstAngle::Hours,
                                 .opens = ButtonAction::SlewRaDec,
                                 .slews = ButtonAction::GotoRaDec};
 
@@ -81,10 +83,15 @@ bool GotoRaDecDialog::Remove(Database& database, std::int16_t id) {
     return database.DeleteGotoRaDec(id);
 }
 
+CoordinatePair GotoRaDecDialog::Present() const {
+    return {state_.g_dRa, state_.g_dDec};
+}
+
 /// Rounded first, so that the text is never that of a full turn.
-Bookmark GotoRaDecDialog::Present() {
-    const double hours = NormalizeHours(std::round(state_.g_dRa * kTenthsOfSecond) / kTenthsOfSecond);
-    return {.first = HoursToHMS(hours, " ", " ", "", 1), .second = DegreesToDMS(state_.g_dDec, " ", " ", "", 1)};
+Bookmark GotoRaDecDialog::TextsOf(const CoordinatePair& angles) const {
+    const double hours = std::round(angles.first * kTenthsOfSecond) / kTenthsOfSecond;
+    return {.first = HoursToHMS(hours == kFullTurn ? 0.0 : hours, " ", " ", "", 1),
+            .second = DegreesToDMS(angles.second, " ", " ", "", 1)};
 }
 
 void GotoRaDecDialog::Slew(Telescope& telescope, double first, double second) {

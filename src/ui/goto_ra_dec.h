@@ -16,7 +16,8 @@ private:
     std::vector<Bookmark> ReadAll(Database& database) override;
     bool Store(Database& database, const Bookmark& bookmark, bool isNew) override;
     bool Remove(Database& database, std::int16_t id) override;
-    Bookmark Present() override;
+    CoordinatePair Present() const override;
+    Bookmark TextsOf(const CoordinatePair& angles) const override;
     void Slew(Telescope& telescope, double first, double second) override;
     void OnTick();
     void ShowPosition();

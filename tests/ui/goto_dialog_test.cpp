@@ -325,5 +325,28 @@ TEST_F(GotoDialogTest, Conversion_IsKeptAtEachClick) {
     }
 }
 
+TEST_F(GotoDialogTest, BothCoordinatesInOneBox_GoEachIntoItsOwn) {
+    Start();
+    OpenRaDec();
+    for (TextBox* box : {&RaDec().txtRA, &RaDec().txtDec}) {
+        box->Text(
+            "RA 05h34m31.9s Dec -00\xC2\xB0"
+            "30'52\"");
+        EXPECT_EQ(RaDec().txtRA.Text(), "05 34 31.9");
+        EXPECT_EQ(RaDec().txtDec.Text(), "-00 30 52.0");
+    }
+    RaDec().txtRA.Text("359.99999 +10.0");
+    EXPECT_EQ(RaDec().txtRA.Text(), "00 00 00.0") << "no full turn";
+    RaDec().txtRA.Text("400.5 +10.0");
+    EXPECT_EQ(RaDec().txtRA.Text(), "26 42 00.0") << "what is out of range is to be seen, and refused";
+    RaDec().txtRA.Text("12 30 00");
+    EXPECT_EQ(RaDec().txtRA.Text(), "12 30 00");
+    EXPECT_EQ(RaDec().txtDec.Text(), "10 00 00.0") << "one coordinate is left alone";
+    OpenAltAz();
+    AltAz().txtAlt.Text("45.5, 120.25");
+    EXPECT_EQ(AltAz().txtAlt.Text(), "45 30 00.0");
+    EXPECT_EQ(AltAz().txtAz.Text(), "120 15 00.0");
+}
+
 }  // namespace
 }  // namespace kestrane
