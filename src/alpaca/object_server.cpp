@@ -1,5 +1,6 @@
 #include "alpaca/object_server.h"
 
+#include <algorithm>
 #include <boost/asio/steady_timer.hpp>
 #include <future>
 
@@ -27,6 +28,7 @@ private:
     RequestHandlerNeeds HandlerNeeds();
     std::vector<http::Branch> Branches();
     http::ServerNeeds HttpNeeds();
+    bool IsUrgent(std::string_view method, std::string_view target) const;
     void AddSockets(const ServerSockets& sockets);
 
     ObjectServerNeeds needs_;
@@ -112,13 +114,19 @@ std::vector<http::Branch> ObjectServer::Inside::Branches() {
         branches.back().handle = [this, handle = branch.handle](const http::Request& request,
                                                                 const http::AnswerFunction& answer) {
             handler_.NoteActivity();
-            handle(request, answer);
+            handle(request,
+                   [this, answer](const http::Answer& given) { io_.Post([answer, given] { answer(given); }); });
         };
     }
     branches.push_back({"", [this](const http::Request& request, const http::AnswerFunction& answer) {
                             handler_.Handle(request, answer);
                         }});
     return branches;
+}
+
+bool ObjectServer::Inside::IsUrgent(std::string_view method, std::string_view target) const {
+    const auto takes = [target](const http::Branch& branch) { return branch.isUrgent && branch.path == target; };
+    return IsStop(method, target, needs_.routes) || (method == "PUT" && std::ranges::any_of(needs_.branches, takes));
 }
 
 http::ServerNeeds ObjectServer::Inside::HttpNeeds() {
@@ -128,8 +136,7 @@ http::ServerNeeds ObjectServer::Inside::HttpNeeds() {
             .branches = Branches(),
             .names = std::move(names),
             .closed = [this](http::ConnectionId id) { handler_.ConnectionClosed(id); },
-            .isUrgent = [this](std::string_view method,
-                               std::string_view target) { return IsStop(method, target, needs_.routes); }};
+            .isUrgent = [this](std::string_view method, std::string_view target) { return IsUrgent(method, target); }};
 }
 
 std::size_t ObjectServer::Inside::ConnectionCount() {

@@ -33,7 +33,8 @@ struct ObjectServerNeeds {
     std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
     /// Whether a view shows the windows: it keeps a process that has not had a client yet. Empty: none does.
     std::function<bool()> viewIsOpen = {};
-    std::vector<http::Branch> branches = {};  ///< further ones; whoever answers them must outlive the server
+    /// Further ones. Whoever answers them must outlive the server, and may give an answer on any thread.
+    std::vector<http::Branch> branches = {};
 };
 
 /// Serves the devices over HTTP and answers discovery, on an I/O thread of its own; the calls run on the logic thread

@@ -55,6 +55,7 @@ void Form::Visible(bool visible) {
     EnsureLoaded();
     if (loaded_ && visible_ != visible) {
         visible_ = visible;
+        openings_ += visible ? 1 : 0;
         Announce("", Property::Visible);
         if (!visible && !unloading_ && onHide_) {
             onHide_();

@@ -90,6 +90,8 @@ public:
     virtual ~FormView() = default;
     /// `control` is the name of the control, empty for the window itself. Called after the change, on the logic thread.
     virtual void Changed(Form& form, std::string_view control, Property property) = 0;
+    /// A button that its person held has been released, by whomever.
+    virtual void HoldEnded() {}
     /// Whether its person may answer a window, or only look at it.
     virtual bool MayAnswer() const { return true; }
 };
@@ -123,6 +125,8 @@ public:
 
     bool Visible() const { return visible_; }
     void Visible(bool visible);
+    /// How often the window has been shown: what is meant for one opening of a window is not meant for the next.
+    std::uint64_t Openings() const { return openings_; }
     void Show() { Visible(true); }
     void Hide() { Visible(false); }
 
@@ -176,6 +180,7 @@ private:
     bool unloading_ = false;
     bool loadsNoMore_ = false;
     bool visible_ = false;
+    std::uint64_t openings_ = 0;
     bool alwaysOnTop_ = false;
     bool modal_ = false;
     int fillings_ = 0;

@@ -12,7 +12,7 @@ HeldButtons::HeldButtons(Clock& clock, MessagePump& pump)
     timer_->SetInterval(kLookEachMs);
 }
 
-bool HeldButtons::Press(VisibleControl& button, const FormView& view) {
+bool HeldButtons::Press(VisibleControl& button, FormView& view) {
     ReleaseAll();
     if (pump_.OvertakenByStop()) {
         button.FireMouseUp();
@@ -21,16 +21,16 @@ bool HeldButtons::Press(VisibleControl& button, const FormView& view) {
         timer_->SetEnabled(true);
         button.FireMouseDown();
     }
-    return hold_.has_value();
+    return hold_ && &hold_->button == &button && &hold_->view == &view;
 }
 
-void HeldButtons::StillHolds(const FormView& view) {
+void HeldButtons::StillHolds(FormView& view) {
     if (hold_ && &hold_->view == &view) {
         hold_->lastSeen = clock_.GetTickCount();
     }
 }
 
-void HeldButtons::Release(const FormView& view) {
+void HeldButtons::Release(FormView& view) {
     if (hold_ && &hold_->view == &view) {
         ReleaseAll();
     }
@@ -38,10 +38,11 @@ void HeldButtons::Release(const FormView& view) {
 
 void HeldButtons::ReleaseAll() {
     if (hold_) {
-        VisibleControl& button = hold_->button;
+        const Hold ended = *hold_;
         hold_.reset();
         timer_->SetEnabled(false);
-        button.FireMouseUp();
+        ended.view.HoldEnded();
+        ended.button.FireMouseUp();
     }
 }
 

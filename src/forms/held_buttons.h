@@ -24,19 +24,19 @@ public:
     /// A button that is not enabled is not held. To be posted as a press, that of the pad's middle as a stop. A press
     /// that a stop has overtaken, which may be its own release, is none: its button only hears that it is let go of.
     /// Returns whether the button is held now.
-    bool Press(VisibleControl& button, const FormView& view);
+    bool Press(VisibleControl& button, FormView& view);
     /// The view shows that it is there and that its person holds the button still.
-    void StillHolds(const FormView& view);
+    void StillHolds(FormView& view);
     /// The person at `view` has let go, or the view goes away: what it holds is released. It is a stop: to be posted as
     /// one.
-    void Release(const FormView& view);
+    void Release(FormView& view);
     /// Releases what anybody holds.
     void ReleaseAll();
 
 private:
     struct Hold {
         VisibleControl& button;
-        const FormView& view;
+        FormView& view;
         Tick lastSeen;
     };
 

@@ -14,6 +14,7 @@ struct Branch {
     std::string path;  ///< "/page" takes "/page" and "/page/...", not "/pages"; "" takes every path
     RequestFunction handle;
     bool takesHead = false;  ///< HEAD too, which it gets as a GET; the answer goes out without its content
+    bool isUrgent = false;   ///< its PUT requests at `path` are answered however many connections there are
 };
 
 /// A complete request as it came over a connection.

@@ -74,8 +74,15 @@ TEST(ClientConnection, BeyondTheirNumber_IdleStrangersMakeRoom) {
 }
 
 TEST(ClientConnection, WithAllOfThemInSlews_AnAbortFromANewClientStopsThem) {
+    std::thread page;
     TestServer::Options options;
     options.limits.connections = 3;
+    options.branches = {{.path = "/stop",
+                         .handle =
+                             [&page](const http::Request&, const http::AnswerFunction& answer) {
+                                 page = std::thread([answer] { answer({200, "text/plain", "Stopped."}); });
+                             },
+                         .isUrgent = true}};
     TestServer server(options);
     std::vector<RawClient> slewing;
     for (int id = 1; id <= 3; ++id) {
@@ -88,6 +95,8 @@ TEST(ClientConnection, WithAllOfThemInSlews_AnAbortFromANewClientStopsThem) {
     }
     RawClient reader = server.Connect();
     ASSERT_TRUE(reader.Send(RawClient::GetText(kName)));
+    EXPECT_EQ(server.Connect().Put("/stop", "")->body, "Stopped.") << "of a branch, from a thread of its own";
+    page.join();
     EXPECT_EQ(server.Connect().Put("/api/v1/telescope/0/abortslew", "ClientID=9")->status, 200);
     for (RawClient& client : slewing) {
         EXPECT_EQ(client.Read()->status, 200);

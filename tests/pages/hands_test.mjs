@@ -155,14 +155,38 @@ test('each dialog has its STOP, and stays open', async () => {
     }
 });
 
-test('STOP says NOT HEARD when the socket is dead', async () => {
-    await page.evaluate(() => (window.deadSend = WebSocket.prototype.send, (WebSocket.prototype.send = () => {})));
+/** What the page sends goes nowhere, and what the driver sends still comes. */
+const killSocket = () => page.evaluate(() => (window.deadSend = WebSocket.prototype.send, (WebSocket.prototype.send = () => {})));
+const reviveSocket = () => page.evaluate(() => (WebSocket.prototype.send = window.deadSend));
+
+test('STOP is heard when the socket is dead', async () => {
+    await slewAway();
+    await killSocket();
+    await page.locator('#stop').click();
+    await until(async () => (await textOf(page, '#stop')) === 'STOP HEARD', 'the answer', 1500);
+    await standsStopped();
+    await reviveSocket();
+});
+
+test('STOP says NOT HEARD when the driver cannot be reached', async () => {
+    await page.route('**/view/stop', () => {}); // no answer
+    await killSocket();
     const pressed = Date.now();
     await page.locator('#stop').click();
     await until(async () => (await textOf(page, '#stop')) === 'NOT HEARD', 'the warning', 3000);
     assert.ok(Date.now() - pressed < 2500);
-    await page.evaluate(() => (WebSocket.prototype.send = window.deadSend));
+    await reviveSocket();
+    await page.unroute('**/view/stop');
     await until(async () => (await textOf(page, '#stop')) === 'STOP', 'STOP to be STOP again', 6000);
+});
+
+test('a hold that the driver has ended is shown as ended', async () => {
+    await holdUntilItMoves(mouseDown, mouseUp);
+    await killSocket();
+    await until(async () => (await page.locator('.held').count()) === 0, 'the button to be shown as let go', 3000);
+    await stands();
+    await page.mouse.up();
+    await reviveSocket();
 });
 
 test('a press with an old beat moves nothing, and the page says so', async () => {

@@ -72,6 +72,11 @@ void Mirror::Tick() {
     }
 }
 
+void Mirror::Stop(std::function<void()> done) {
+    needs_.stopAll();
+    needs_.pump.Post(CallKind::Stop, std::move(done));
+}
+
 void Mirror::SayEnd(EndReason reason) {
     for (const std::shared_ptr<MirrorView>& view : views_) {
         view->SayEnd(reason);

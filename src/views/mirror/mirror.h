@@ -77,6 +77,8 @@ public:
     void Closed(ViewId id);
     /// Sends what is due. To be called each `kBatchMs` while there are views; what comes earlier does nothing.
     void Tick();
+    /// Stops all that moves, as a view's stop does, and then runs `done`.
+    void Stop(std::function<void()> done);
     /// Tells all views that the driver ends.
     void SayEnd(EndReason reason);
 

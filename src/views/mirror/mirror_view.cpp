@@ -14,7 +14,7 @@ constexpr int kProtocol = 1;
 constexpr std::string_view kNotUnderstood = "The message is not what the protocol describes.";
 constexpr std::string_view kMayOnlyStop = "This view may look and stop, and nothing else.";
 constexpr std::string_view kStale = "The press came too late to be sure that it is still meant.";
-constexpr std::string_view kNoSuchWindow = "There is no such window.";
+constexpr std::string_view kNoSuchWindow = "That window has closed.";
 constexpr std::string_view kNoSuchControl = "There is no such control in an open window.";
 constexpr std::string_view kNotEnabled = "The control cannot be used now.";
 constexpr std::string_view kNotThatWay = "The control is not used in that way.";
@@ -175,13 +175,22 @@ void MirrorView::Changed(Form& form, std::string_view control, Property property
     }
 }
 
+bool MirrorView::IsAlwaysThere(const Form& form) const {
+    return &form == &needs_.windows.handBox || &form == &needs_.windows.sky;
+}
+
 bool MirrorView::IsShown(const Form& form) const {
-    return form.Visible() || &form == &needs_.windows.handBox || &form == &needs_.windows.sky;
+    return form.Visible() || IsAlwaysThere(form);
+}
+
+std::uint64_t MirrorView::OpeningOf(const Form& form) const {
+    return IsAlwaysThere(form) ? 0 : form.Openings();
 }
 
 void MirrorView::Tick() {
     const kestrane::Tick now = needs_.clock.GetTickCount();
     if (hold_ && now - hold_->lastBeat >= HeldButtons::kLongestSilenceMs) {
+        SendReleased(hold_->number);
         EndHold();
     }
     if (now - beatSentLast_ >= Mirror::kBeatMs) {
@@ -225,6 +234,10 @@ bool MirrorView::IsFresh(std::uint64_t beat) const {
            needs_.clock.GetTickCount() - beatSent_[beat % beatSent_.size()] <= Mirror::kFreshMs;
 }
 
+void MirrorView::SendReleased(std::uint64_t hold) {
+    transport_->Send(R"({"type":"released","hold":)" + JsonOf(hold) + "}");
+}
+
 void MirrorView::SendSnapshot() {
     wantsSnapshot_ = false;
     changes_.clear();
@@ -232,8 +245,8 @@ void MirrorView::SendSnapshot() {
     std::string forms;
     for (const Form* form : needs_.windows.All()) {
         if (IsShown(*form)) {
-            shown_.push_back(form);
-            forms += (forms.empty() ? "" : ",") + WindowJson(*form);
+            shown_.push_back({form, OpeningOf(*form)});
+            forms += (forms.empty() ? "" : ",") + WindowJson(*form, OpeningOf(*form));
         }
     }
     transport_->Send(R"({"type":"snapshot","forms":[)" + forms + "]}");
@@ -258,17 +271,18 @@ void MirrorView::AppendChanges(const Form& form, std::string& changes) {
         changes += (changes.empty() ? "[" : ",[") + JsonOf(form.Name()) + "," + JsonOf(control) + "," + JsonOf(member) +
                    "," + value + "]";
     };
-    const bool wasShown = std::ranges::find(shown_, &form) != shown_.end();
-    if (!IsShown(form)) {
-        if (wasShown) {
-            std::erase(shown_, &form);
-            append("", "closed", JsonOf(true));
-        }
-        return;
+    const auto shown = std::ranges::find(shown_, &form, &ShownWindow::form);
+    const bool wasShown = shown != shown_.end();
+    const bool isThatOpening = wasShown && IsShown(form) && shown->opening == OpeningOf(form);
+    if (wasShown && !isThatOpening) {
+        shown_.erase(shown);
+        append("", "closed", JsonOf(true));
     }
-    if (!wasShown) {
-        shown_.push_back(&form);
-        append("", "opened", WindowJson(form));
+    if (IsShown(form) && !isThatOpening) {
+        shown_.push_back({&form, OpeningOf(form)});
+        append("", "opened", WindowJson(form, OpeningOf(form)));
+    }
+    if (!isThatOpening) {
         return;
     }
     const auto found = changes_.find(&form);
@@ -394,14 +408,15 @@ void MirrorView::Perform(const Report& report) {
     }
 }
 
-Form* MirrorView::FindForm(std::string_view name) const {
+/// Null where the window is closed, also when it stands there again for something else.
+Form* MirrorView::FindForm(const Report& report) const {
     const auto all = needs_.windows.All();
-    const auto found = std::ranges::find_if(all, [name](const Form* form) { return form->Name() == name; });
-    return found != all.end() && IsShown(**found) ? *found : nullptr;
+    const auto found = std::ranges::find_if(all, [&](const Form* form) { return form->Name() == report.form; });
+    return found != all.end() && IsShown(**found) && report.opening == OpeningOf(**found) ? *found : nullptr;
 }
 
 Control* MirrorView::FindControl(const Report& report) const {
-    const Form* form = FindForm(report.form);
+    const Form* form = FindForm(report);
     Control* control = form ? form->Find(report.control) : nullptr;
     return control && control->Kind() != ControlKind::Timer ? control : nullptr;
 }
@@ -456,20 +471,30 @@ void MirrorView::BeginHold(const Report& report) {
     EndHold();
     lastHold_ = report.hold;
     hold_ = Hold{report.hold, static_cast<Button*>(&control), needs_.clock.GetTickCount()};
-    Post(KindOf(PressingOf(control)), report, [this, number = report.hold]() -> std::string {
-        if (!hold_ || hold_->number != number) {
-            return std::string(kNotHeldAnyMore);
-        }
-        if (!hold_->button->Enabled() || !hold_->button->Visible()) {
-            hold_.reset();
-            return std::string(kNotEnabled);
-        }
-        if (!needs_.heldButtons.Press(*hold_->button, *this)) {
-            hold_.reset();
-            return std::string(kNotHeldAnyMore);
-        }
-        return {};
-    });
+    Post(KindOf(PressingOf(control)), report, [this, number = report.hold] { return PressHeld(number); });
+}
+
+/// Why the button is not held; empty if it is.
+std::string MirrorView::PressHeld(std::uint64_t number) {
+    const auto isHold = [this, number] { return hold_ && hold_->number == number; };
+    if (!isHold()) {
+        return std::string(kNotHeldAnyMore);
+    }
+    Button& button = *hold_->button;
+    if (!button.Enabled() || !button.Visible()) {
+        hold_.reset();
+        return std::string(kNotEnabled);
+    }
+    const bool held = needs_.heldButtons.Press(button, *this);
+    if (!isHold()) {
+        return std::string(kNotHeldAnyMore);  // let go of while the press was under way
+    }
+    if (!held) {
+        hold_.reset();
+        return std::string(kNotHeldAnyMore);
+    }
+    hold_->pressed = true;
+    return {};
 }
 
 /// A press that waits for its turn is none any more; one that had it is released.
@@ -483,13 +508,20 @@ void MirrorView::EndHold() {
     }
 }
 
+/// The driver has released the button. A hold that waits for its turn is not the one that has ended.
+void MirrorView::HoldEnded() {
+    if (hold_ && hold_->pressed) {
+        SendReleased(std::exchange(hold_, std::nullopt)->number);
+    }
+}
+
 void MirrorView::CloseWindow(const Report& report) {
-    if (!FindForm(report.form)) {
+    if (!FindForm(report)) {
         Answer(report, kNoSuchWindow);
         return;
     }
     Post(CallKind::Press, report, [this, report] {
-        if (Form* form = FindForm(report.form); form && form->Visible()) {
+        if (Form* form = FindForm(report); form && form->Visible()) {
             CloseUnanswered(*form);
         }
         return std::string();

@@ -36,6 +36,7 @@ public:
     void SayEnd(EndReason reason);
 
     void Changed(Form& form, std::string_view control, Property property) override;
+    void HoldEnded() override;
     bool MayAnswer() const override { return may_ == May::All; }
 
 private:
@@ -46,19 +47,28 @@ private:
         std::uint64_t number = 0;
         Button* button = nullptr;
         kestrane::Tick lastBeat;
+        bool pressed = false;  ///< it has had its turn
+    };
+    struct ShownWindow {
+        const Form* form = nullptr;
+        std::uint64_t opening = 0;
+        bool operator==(const ShownWindow&) const = default;
     };
     struct Stream {
         const RichTextBox* box = nullptr;
         std::uint64_t next = 1;
     };
 
+    bool IsAlwaysThere(const Form& form) const;
     bool IsShown(const Form& form) const;
+    std::uint64_t OpeningOf(const Form& form) const;
     bool Jams();
     void SendSnapshot();
     void SendChanges();
     void AppendChanges(const Form& form, std::string& changes);
     void SendLines();
     void SendBeat();
+    void SendReleased(std::uint64_t hold);
 
     void Perform(const Report& report);
     void Answer(const Report& report, std::string_view refusal);
@@ -68,11 +78,12 @@ private:
     void Post(CallKind kind, const Report& report, std::function<std::string()> act);
     void Use(const Report& report);
     void BeginHold(const Report& report);
+    std::string PressHeld(std::uint64_t number);
     void EndHold();
     void CloseWindow(const Report& report);
     void WantLines(const Report& report);
 
-    Form* FindForm(std::string_view name) const;
+    Form* FindForm(const Report& report) const;
     Control* FindControl(const Report& report) const;
 
     const MirrorNeeds& needs_;
@@ -83,7 +94,7 @@ private:
 
     bool wantsSnapshot_ = true;
     std::map<const Form*, Changes> changes_;
-    std::vector<const Form*> shown_;  ///< the windows that the view has
+    std::vector<ShownWindow> shown_;  ///< the windows that the view has
     std::vector<Stream> streams_;
     std::optional<kestrane::Tick> jamsSince_;
 

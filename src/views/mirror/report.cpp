@@ -128,6 +128,7 @@ std::optional<Report> ParseReport(std::string_view text) {
     members.Read("stream", report.stream);
     members.Read("message", report.message);
     members.Read("value", report.value);
+    members.Read("opening", report.opening);
     members.Read("beat", report.beat);
     members.Read("hold", report.hold);
     members.Read("from", report.from);

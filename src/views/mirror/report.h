@@ -22,8 +22,9 @@ struct Report {
     std::string stream;
     std::string message;  ///< of the icon
     ReportedValue value;
-    std::uint64_t beat = 0;  ///< 0: none
-    std::uint64_t hold = 0;  ///< 0: none
+    std::uint64_t opening = 0;  ///< of the window; 0: none
+    std::uint64_t beat = 0;     ///< 0: none
+    std::uint64_t hold = 0;     ///< 0: none
     std::uint64_t from = 0;
     std::optional<std::uint64_t> id;  ///< the view wants an answer with this number
 };

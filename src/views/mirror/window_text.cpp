@@ -130,7 +130,7 @@ std::string_view LookOf(const ControlValues& values) {
     return values.backColour == kButtonFaceColour ? "face" : "normal";
 }
 
-std::string WindowJson(const Form& form) {
+std::string WindowJson(const Form& form, std::uint64_t opening) {
     constexpr std::array kOfAWindow{Property::Text, Property::Visible, Property::Modal, Property::Stacked};
     std::string controls;
     for (const Control* control : form.Controls()) {
@@ -138,8 +138,8 @@ std::string WindowJson(const Form& form) {
             controls += (controls.empty() ? "" : ",") + ControlJson(*control);
         }
     }
-    return "{" + Member("name", JsonOf(form.Name())) + MembersJson(form, nullptr, kOfAWindow) + "," +
-           Member("controls", "[" + controls + "]") + "}";
+    return "{" + Member("name", JsonOf(form.Name())) + "," + Member("opening", JsonOf(opening)) +
+           MembersJson(form, nullptr, kOfAWindow) + "," + Member("controls", "[" + controls + "]") + "}";
 }
 
 std::optional<MemberText> MemberOf(const Form& form, const Control* control, Property property) {

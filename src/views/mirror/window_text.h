@@ -11,8 +11,8 @@
 /// Windows and what changes in them as JSON texts. Texts that are not UTF-8 are read as Latin-1. Logic thread only.
 namespace kestrane::mirror {
 
-/// A window with its controls, but for timers.
-std::string WindowJson(const Form& form);
+/// A window with its controls, but for timers. `opening` is 0 for one that is always there.
+std::string WindowJson(const Form& form, std::uint64_t opening);
 
 /// A member of a control or of a window, as views know it, with its value as JSON text.
 struct MemberText {

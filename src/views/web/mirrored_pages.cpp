@@ -1,6 +1,7 @@
 #include "views/web/mirrored_pages.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace kestrane::web {
@@ -39,6 +40,7 @@ MirroredPages::MirroredPages(mirror::MirrorNeeds needs, Doors doors)
           .received = [this](ViewId id, const std::string& text) { OnReceived(id, text); },
           .closed = [this](ViewId id) { OnClosed(id); },
           .tick = [this] { mirror_.Tick(); },
+          .stop = [this](std::function<void()> done) { mirror_.Stop(std::move(done)); },
       }) {
     static_assert(WebView::kTickMs == mirror::Mirror::kBatchMs);
 }

@@ -10,6 +10,7 @@ namespace kestrane::web {
 namespace {
 
 constexpr std::string_view kSocketPath = "/view";
+constexpr std::string_view kStopPath = "/view/stop";
 /// A short message costs more than its bytes while it waits.
 constexpr std::size_t kCostOfAMessage = 256;
 
@@ -30,23 +31,47 @@ std::vector<http::Branch> WebView::Branches() {
         branches.push_back({.path = path, .handle = handle, .takesHead = true});
     }
     branches.push_back({.path = std::string(kSocketPath), .handle = handle});
+    branches.push_back({.path = std::string(kStopPath),
+                        .handle = [this](const http::Request& request,
+                                         const http::AnswerFunction& answer) { AnswerStop(request, answer); },
+                        .isUrgent = true});
     return branches;
 }
 
-http::Answer WebView::AnswerTo(const http::Request& request) {
-    const May may = MayOf(needs_.doors, request.remoteAddress);
+http::Answer WebView::Admit(const http::Request& request) const {
     if (needs_.doors == Doors::Off) {
         return http::RefusalAnswer(404, "The hand box is switched off here.");
     }
-    if (may == May::Nothing) {
+    if (MayOf(needs_.doors, request.remoteAddress) == May::Nothing) {
         return http::RefusalAnswer(403,
                                    "The hand box can be opened on the driver's own machine only. Start the driver with "
                                    "--handbox look or lan to change that.");
     }
+    return {};
+}
+
+http::Answer WebView::AnswerTo(const http::Request& request) {
+    if (http::Answer refusal = Admit(request); refusal.status != 200) {
+        return refusal;
+    }
     if (request.verb != http::Verb::Get) {
         return http::RefusalAnswer(400, "A page can only be read.");
     }
-    return request.path == kSocketPath ? OpenView(may) : PageAnswerTo(request.path, request.ifNoneMatch);
+    return request.path == kSocketPath ? OpenView(MayOf(needs_.doors, request.remoteAddress))
+                                       : PageAnswerTo(request.path, request.ifNoneMatch);
+}
+
+/// Whoever may look may stop.
+void WebView::AnswerStop(const http::Request& request, const http::AnswerFunction& answer) {
+    if (const http::Answer refusal = Admit(request); refusal.status != 200) {
+        answer(refusal);
+    } else if (request.verb != http::Verb::Put || request.path != kStopPath) {
+        answer(http::RefusalAnswer(400, "To stop is a PUT request."));
+    } else {
+        needs_.pump.Post(CallKind::Read, [this, answer] {
+            needs_.stop([answer] { answer({200, "text/plain; charset=utf-8", "Stopped.\n"}); });
+        });
+    }
 }
 
 http::Answer WebView::OpenView(May may) {

@@ -29,10 +29,13 @@ struct WebViewNeeds {
     std::function<void(ViewId, std::string)> received;  ///< see `http::WebSocket::kMostReceived`
     std::function<void(ViewId)> closed;                 ///< once, the last call for this view
     std::function<void()> tick = {};                    ///< each `WebView::kTickMs`, for each open view
+    /// Stops all that moves; `done` is to be called once, when that has been done.
+    std::function<void(std::function<void()> done)> stop = {};
 };
 
-/// The hand box in a browser: the files of the page, and a `WebSocket` at "/view" for each page that is open. It
-/// decides who may open them, and carries messages without looking into them. Must outlive the server of its branches.
+/// The hand box in a browser: the files of the page, a `WebSocket` at "/view" for each page that is open, and a PUT at
+/// "/view/stop", by which a page stops all that moves when its socket is dead. It decides who may do so, and carries
+/// messages without looking into them. It answers a stop on the logic thread. Must outlive the server of its branches.
 class WebView {
 public:
     /// Bytes of a view's messages that may wait for the logic thread; who goes beyond them is closed.
@@ -58,7 +61,10 @@ public:
 private:
     struct Link;
 
+    /// The refusal of a request that the doors do not let in; status 200 if they do.
+    http::Answer Admit(const http::Request& request) const;
     http::Answer AnswerTo(const http::Request& request);
+    void AnswerStop(const http::Request& request, const http::AnswerFunction& answer);
     http::Answer OpenView(May may);
     void OnOpened(ViewId view, May may, const std::shared_ptr<http::WebSocket>& socket);
     void OnReceived(ViewId view, const std::shared_ptr<Link>& link, std::string text);

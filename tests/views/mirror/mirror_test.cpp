@@ -78,11 +78,18 @@ protected:
         mirror->Received(id, "{" + members);
         machine.AdvanceTime(0);
     }
-    static std::string On(std::string_view deed, std::string_view form, std::string_view control) {
-        return R"("do":")" + std::string(deed) + R"(","form":")" + std::string(form) + R"(","control":")" +
-               std::string(control) + R"(","id":7)";
+    std::string On(std::string_view deed, std::string_view form, std::string_view control) const {
+        return R"("do":")" + std::string(deed) + R"(","form":")" + std::string(form) + R"(","opening":)" +
+               OpeningOf(form) + R"(,"control":")" + std::string(control) + R"(","id":7)";
     }
-    static std::string OnHandBox(std::string_view deed, std::string_view control) {
+    /// The newest one.
+    std::string OpeningOf(std::string_view name) const {
+        const auto all = driver->windows.All();
+        const auto form = std::ranges::find_if(all, [name](const Form* each) { return each->Name() == name; });
+        const bool isAlwaysThere = form == all.end() || *form == &driver->handBox || *form == &driver->windows.sky;
+        return isAlwaysThere ? "0" : std::to_string((*form)->Openings());
+    }
+    std::string OnHandBox(std::string_view deed, std::string_view control) const {
         return On(deed, "frmHandBox", control);
     }
     std::string AnswerTo(const std::string& members) {
@@ -115,7 +122,7 @@ TEST_F(MirrorTest, NewView_GetsAWelcomeAndASnapshotOfTheOpenWindows) {
     const Texts got = view->Take();
     ASSERT_EQ(got.size(), 2U);
     EXPECT_EQ(got[0], R"({"type":"welcome","protocol":1,"version":"1.2","process":"p","may":"all"})");
-    EXPECT_TRUE(got[1].starts_with(R"({"type":"snapshot","forms":[{"name":"frmHandBox","caption":)"));
+    EXPECT_TRUE(got[1].starts_with(R"({"type":"snapshot","forms":[{"name":"frmHandBox","opening":0,"caption":)"));
     EXPECT_TRUE(Has(got[1], R"({"name":"lblRA","kind":"Label","enabled":true,"visible":true,"look":"normal","tip":)"));
     EXPECT_TRUE(Has(got[1], R"("text":"12:34:56"})"));
     EXPECT_TRUE(Has(got[1], R"({"name":"frmPark1Warning",)"));
@@ -190,6 +197,29 @@ TEST_F(MirrorTest, Window_ComesWholeWhenItOpens_AndGoesWhenItCloses) {
     warning.Unload();
 }
 
+TEST_F(MirrorTest, WindowThatClosesAndOpensAtOnce_IsAnotherOne) {
+    frmAskAbortSlew& abort = driver->askAbortSlew;
+    abort.Show();
+    id = Open();
+    machine.AdvanceTime(100);
+    view->Take();
+    const std::string yesToTheFirst = On("click", "frmAskAbortSlew", "btnOK");
+    abort.Hide();
+    abort.Show();
+    int pressed = 0;
+    abort.btnOK.OnClick([&] { ++pressed; });
+    EXPECT_EQ(AnswerTo(yesToTheFirst), Refused("There is no such control in an open window."));
+    machine.AdvanceTime(100);
+    const Texts got = view->Take();
+    ASSERT_EQ(got.size(), 1U);
+    EXPECT_TRUE(Has(got[0], R"(["frmAskAbortSlew","","closed",true],["frmAskAbortSlew","","opened",{)")) << got[0];
+    EXPECT_TRUE(Has(got[0], R"("opening":2)"));
+    EXPECT_EQ(pressed, 0);
+    EXPECT_EQ(AnswerTo(On("click", "frmAskAbortSlew", "btnOK")), kHeard);
+    EXPECT_EQ(pressed, 1);
+    abort.Hide();
+}
+
 TEST_F(MirrorTest, Beat_ComesFourTimesASecond) {
     id = Open();
     machine.AdvanceTime(1'000);
@@ -237,6 +267,16 @@ TEST_F(MirrorTest, Stream_IsSentFromTheNumberThatIsWanted_AndGoesOn) {
     EXPECT_EQ(got.back(), R"({"type":"lines","stream":"frmLogWindow.rtbLog","first":4,)"
                           R"("lines":[["four","#0000ff"],["five","#000000"]]})");
     EXPECT_EQ(AnswerTo(R"("do":"lines","stream":"frmLogWindow.btnNone","id":7)"), Refused("There is no such stream."));
+}
+
+TEST_F(MirrorTest, StopWithoutAView_StopsAll_AndThenTells) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(1'000);
+    const int before = TimesSent("Q");
+    int sentWhenTold = 0;
+    mirror->Stop([&] { sentWhenTold = TimesSent("Q"); });
+    machine.AdvanceTime(100);
+    EXPECT_EQ(sentWhenTold, before + 1);
 }
 
 TEST_F(MirrorTest, End_IsTold) {
@@ -320,7 +360,7 @@ TEST_F(MirrorTest, WhatCannotBeUsed_IsRefused) {
     EXPECT_EQ(AnswerTo(OnHandBox("click", "tmrMinimize")), none);
     EXPECT_EQ(AnswerTo(On("click", "frmNone", "btnOK")), none);
     EXPECT_EQ(AnswerTo(On("click", "frmAskPark", "btnOK")), none) << "it is not open";
-    EXPECT_EQ(AnswerTo(R"("do":"close","form":"frmAskPark","id":7)"), Refused("There is no such window."));
+    EXPECT_EQ(AnswerTo(R"("do":"close","form":"frmAskPark","id":7)"), Refused("That window has closed."));
     EXPECT_EQ(AnswerTo(R"("do":"icon","message":"throw","id":7)"),
               Refused("The message is not what the protocol describes."));
 }
@@ -374,7 +414,7 @@ TEST_F(MirrorTest, ViewThatMayOnlyStop_PressesWhatStops_HoweverOldItsBeatIs) {
     view->Take();
     mirror->Received(id, "{" + On("click", "frmStatus", "cmdStopAll") + "}");
     machine.AdvanceTime(0);
-    EXPECT_EQ(view->Take().back(), kHeard);
+    EXPECT_EQ(view->Take(), (Texts{kHeard, R"({"type":"released","hold":1})"}));
 }
 
 /// Nobody is there who could answer.
@@ -426,7 +466,7 @@ TEST_F(MirrorTest, Close_CancelsADialog_AndHidesOtherWindows) {
     bool cancelled = false;
     abort.btnCancel.OnClick([&] { cancelled = true; });
     abort.Show();
-    EXPECT_EQ(AnswerTo(R"("do":"close","form":"frmAskAbortSlew","id":7)"), kHeard);
+    EXPECT_EQ(AnswerTo(On("close", "frmAskAbortSlew", "")), kHeard);
     EXPECT_TRUE(cancelled);
     abort.Hide();
 }
@@ -478,6 +518,11 @@ protected:
             id, R"({"do":"beat","hold":)" + std::to_string(hold) + R"(,"beat":)" + std::to_string(quoted) + "}");
     }
     int Starts() { return TimesSent("Mn"); }
+    static Texts ReleasedAmong(Texts got) {
+        std::erase_if(got, [](const std::string& text) { return !Has(text, "released"); });
+        return got;
+    }
+    static std::string Released(int hold) { return R"({"type":"released","hold":)" + std::to_string(hold) + "}"; }
     bool Moves() { return std::abs(mount->Picture().polarSpeed) > 1e-6; }
 
     TelescopeObject telescope;
@@ -507,6 +552,26 @@ TEST_F(MirrorHoldTest, ASecondOfSilence_EndsAHold_AndLaterBeatsOfItDoNothing) {
     HoldNorth(2);
     Live(1'000, 2);
     EXPECT_TRUE(Moves());
+}
+
+TEST_F(MirrorHoldTest, WhatEndsAHold_ButTheViewItself_IsTold) {
+    HoldNorth(1);
+    Live(1'000, 1);
+    HoldNorth(2);
+    Live(1'000, 2);
+    EXPECT_EQ(ReleasedAmong(view->Take()), Texts{}) << "it holds something else";
+    machine.AdvanceTime(2'500);
+    EXPECT_EQ(ReleasedAmong(view->Take()), Texts{Released(2)}) << "silence";
+    HoldNorth(3);
+    Live(1'000, 3);
+    driver->heldButtons.ReleaseAll();
+    EXPECT_EQ(ReleasedAmong(view->Take()), Texts{Released(3)});
+    HoldNorth(4);
+    Live(1'000, 4);
+    mirror->Received(id, R"({"do":"release","hold":4})");
+    machine.AdvanceTime(1'500);
+    EXPECT_EQ(ReleasedAmong(view->Take()), Texts{}) << "it has let go itself";
+    EXPECT_FALSE(Moves());
 }
 
 /// They come late over a line that gets slower and slower, and so would the release.
@@ -565,12 +630,13 @@ TEST_F(MirrorHoldTest, Stop_StopsWhatIsHeld_AndIsHeard) {
 TEST_F(MirrorHoldTest, AnotherView_TakesTheHoldOver) {
     HoldNorth(1);
     Live(1'000, 1);
-    view = std::make_shared<FakeTransport>();
+    const std::shared_ptr<FakeTransport> first = std::exchange(view, std::make_shared<FakeTransport>());
     id = Open();
     machine.AdvanceTime(100);
     Report(OnHandBox("hold", "btnMove(7)") + R"(,"hold":1)");
     Live(1'000, 1);
     EXPECT_EQ(TimesSent("Ms"), 1);
+    EXPECT_EQ(ReleasedAmong(first->Take()), Texts{Released(1)});
     mirror->Received(id, R"({"do":"release","hold":1})");
     machine.AdvanceTime(1'500);
     EXPECT_FALSE(Moves());

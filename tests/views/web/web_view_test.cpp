@@ -71,7 +71,12 @@ protected:
                     },
                 .received = [this](ViewId id,
                                    const std::string& text) { heard.push_back(std::to_string(id) + " " + text); },
-                .closed = [this](ViewId id) { heard.push_back("closed " + std::to_string(id)); }});
+                .closed = [this](ViewId id) { heard.push_back("closed " + std::to_string(id)); },
+                .stop =
+                    [this](std::function<void()> done) {
+                        heard.emplace_back("stop");
+                        stopped = std::move(done);
+                    }});
         }
     }
 
@@ -85,6 +90,7 @@ protected:
     VirtualPump pump{clock};
     std::unique_ptr<WebView> view;
     std::vector<std::string> heard;
+    std::function<void()> stopped;
 };
 
 TEST_F(WebViewTest, ServesPageAndSocketToThoseWhomTheDoorsLetIn) {
@@ -118,6 +124,33 @@ TEST_F(WebViewTest, IsReadOnly_AndTakesHeadAndWhatTheBrowserKnows) {
     EXPECT_EQ(Ask(Doors::Local, "/view", kHere, "HEAD").status, 400);
     EXPECT_EQ(Ask(Doors::Local, "/", kHere, "GET", "*").status, 304);
     EXPECT_EQ(Ask(Doors::Local, "/view/more").status, 404);
+}
+
+TEST_F(WebViewTest, StopsForWhoeverMayLook_AndAnswersWhenItIsDone) {
+    MakeView(Doors::Look);
+    int status = 0;
+    http::Dispatch(view->Branches(), {"127.0.0.1", 11111, {}},
+                   {.method = "PUT",
+                    .target = "/view/stop",
+                    .host = "",
+                    .origin = "",
+                    .fetchSite = "",
+                    .body = "",
+                    .remoteAddress = kElsewhere},
+                   [&status](const http::Answer& answer) { status = answer.status; });
+    EXPECT_EQ(Heard(), Texts{"stop"});
+    EXPECT_EQ(status, 0);
+    stopped();
+    EXPECT_EQ(status, 200);
+}
+
+TEST_F(WebViewTest, StopsForNobodyElse_AndByPutOnly) {
+    EXPECT_EQ(Ask(Doors::Local, "/view/stop", kElsewhere, "PUT").status, 403);
+    EXPECT_EQ(Ask(Doors::Local, "/view/stop", kHere, "GET").status, 400);
+    EXPECT_EQ(Ask(Doors::Local, "/view/stop/more", kHere, "PUT").status, 400);
+    view.reset();
+    EXPECT_EQ(Ask(Doors::Off, "/view/stop", kHere, "PUT").status, 404);
+    EXPECT_EQ(Heard(), Texts{});
 }
 
 TEST_F(WebViewTest, TellsOfEachViewWithItsRights_AndCarriesItsMessagesInTheirOrder) {

@@ -28,6 +28,7 @@ export class Form {
     }
 
     fill(form) {
+        this.opening = form.opening;
         this.set('caption', form.caption);
         for (const control of form.controls) {
             const bound = this.controls.get(control.name);
@@ -43,9 +44,18 @@ export class Form {
         for (const title of this.element.querySelectorAll('[data-caption]')) title.textContent = value;
     }
 
+    /** What is meant for this opening of the window is not meant for the next. */
+    report(deed, members = {}) {
+        return { do: deed, form: this.name, opening: this.opening, ...members };
+    }
+
     act(control, deed, value) {
-        const report = { do: deed, form: this.name, control: control.name };
+        const report = this.report(deed, { control: control.name });
         return this.mirror.act(value === undefined ? report : { ...report, value });
+    }
+
+    close() {
+        return this.mirror.act(this.report('close'));
     }
 
     /** The second click of a double one would answer the next question, which nobody has read. */
@@ -68,7 +78,7 @@ export class Form {
                 break;
             case 'Label':
             case 'PictureBox':
-                node.addEventListener('click', () => this.mirror.report({ do: 'click', form: this.name, control: control.name }));
+                node.addEventListener('click', () => this.mirror.report(this.report('click', { control: control.name })));
                 node.addEventListener('dblclick', () => this.act(bound, 'dblclick'));
                 break;
             case 'TextBox':
@@ -78,6 +88,8 @@ export class Form {
                     await this.act(bound, 'change', node.value);
                     if (!bound.typing) node.value = bound.text;
                 });
+                // What is pasted is whole: its parts go where they belong at once.
+                if ('pairs' in node.dataset) node.addEventListener('paste', () => setTimeout(() => node.dispatchEvent(new Event('change'))));
                 node.addEventListener('blur', () => {
                     if (bound.typing && node.value === bound.text) bound.typing = false;
                 });

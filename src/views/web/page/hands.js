@@ -20,7 +20,7 @@ function begin(node, form, name, mirror) {
         node.classList.remove('held');
         mirror.release();
     };
-    mirror.hold(form.name, name).then((heard) => heard || node.classList.remove('held'));
+    mirror.hold(form.report('hold', { control: name })).then((heard) => heard || node.classList.remove('held'));
 }
 
 export function holdButton(node, form, name, mirror) {

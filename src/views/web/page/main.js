@@ -55,6 +55,7 @@ const mirror = new Mirror({
         if (changes.some(([name]) => name === 'frmSky')) drawAll(); // what belongs together comes together
     },
     lines: appendLines,
+    released: letGo,
     refused: notice,
 });
 
@@ -155,7 +156,7 @@ async function stop() {
     letGo();
     clearTimeout(stopShown);
     showStop('STOP …');
-    const { heard } = await mirror.stop();
+    const heard = await mirror.stop();
     clearTimeout(stopShown);
     showStop(heard ? 'STOP HEARD' : 'NOT HEARD', !heard);
     stopShown = setTimeout(() => showStop('STOP'), 3000);
@@ -212,7 +213,7 @@ function offerStart() {
 function openAsked() {
     const path = location.pathname;
     if (!path.startsWith('/setup')) return;
-    mirror.act({ do: 'click', form: 'frmHandBox', control: path.includes('/focuser/') ? 'mPopFocuser' : 'mPopSetup' });
+    mirror.act({ do: 'click', form: 'frmHandBox', opening: 0, control: path.includes('/focuser/') ? 'mPopFocuser' : 'mPopSetup' });
     history.replaceState(null, '', '/');
 }
 
@@ -228,7 +229,7 @@ function makeDialog(name, element) {
     makeStop(stopButton);
     const noticesHere = document.createElement('div');
     noticesHere.className = 'noticesHere';
-    const ask = () => mirror.act({ do: 'close', form: name });
+    const ask = () => forms.get(name).close();
     close.addEventListener('click', ask);
     dialog.addEventListener('cancel', (event) => {
         event.preventDefault();
@@ -273,7 +274,7 @@ async function makeForms() {
             close.type = 'button';
             close.className = 'close';
             close.textContent = 'Close';
-            close.addEventListener('click', () => mirror.act({ do: 'close', form: name }));
+            close.addEventListener('click', () => form.close());
             element.append(close);
             element.hidden = true;
             $('panels').append(element);

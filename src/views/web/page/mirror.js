@@ -2,12 +2,15 @@
 
 const kProtocol = 1;
 const kAnswerMs = 1000;
+const kSocketMs = 250; // of them for the socket alone
 const kAfterClientsMs = 2000;
 const kLongestPauseMs = 30000;
 const kSilenceMs = 2000; // beats come four times a second
 
+const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+
 export class Mirror {
-    /** `on` has the functions open, closed, snapshot, changes, lines, refused, ended. */
+    /** `on` has the functions open, closed, snapshot, changes, lines, released, refused. */
     constructor(on) {
         this.on = on;
         this.beat = 0;
@@ -89,6 +92,11 @@ export class Mirror {
             case 'refused':
                 this.waiting.get(message.id)?.(false, message.why);
                 break;
+            case 'released':
+                if (message.hold !== this.held) break;
+                this.held = 0;
+                this.on.released();
+                break;
             case 'end':
                 this.endedBy = message.why;
                 break;
@@ -125,9 +133,12 @@ export class Mirror {
         return heard;
     }
 
-    hold(form, control) {
-        this.held = ++this.lastHold;
-        return this.act({ do: 'hold', form, control, hold: this.held });
+    async hold(report) {
+        const hold = ++this.lastHold;
+        this.held = hold;
+        const heard = await this.act({ ...report, hold });
+        if (!heard && this.held === hold) this.held = 0;
+        return heard;
     }
 
     release() {
@@ -136,8 +147,13 @@ export class Mirror {
         this.held = 0;
     }
 
-    stop() {
+    /** By the socket; where that does not answer at once, also as a request beside it. Tells whether it was heard. */
+    async stop() {
         this.release();
-        return this.report({ do: 'stop' });
+        const bySocket = this.report({ do: 'stop' }).then(({ heard }) => heard);
+        if (await Promise.race([bySocket, pause(kSocketMs)])) return true;
+        const signal = AbortSignal.timeout(kAnswerMs - kSocketMs);
+        const byRequest = fetch('/view/stop', { method: 'PUT', signal }).then(({ ok }) => ok, () => false);
+        return Promise.any([bySocket, byRequest].map(async (heard) => (await heard) || Promise.reject())).catch(() => false);
     }
 }
