@@ -105,6 +105,7 @@ void GotoDialog::ShowRows(std::vector<Bookmark> rows) {
 
 void GotoDialog::OnSelect() {
     if (const Bookmark* const row = Selected(); row && !controls_.form.IsFilling()) {
+        const FillsForm filling(controls_.form);
         controls_.name.Text(row->name);
         controls_.first.Text(row->first);
         controls_.second.Text(row->second);

@@ -18,7 +18,7 @@ struct Number {
     bool negative = false;
     bool hasSign = false;
     bool hasFraction = false;
-    char unit = ' ';  ///< what stands behind it: 'h', or anything else
+    char unit = ' ';  ///< what stands behind it
     double value = 0.0;
 };
 using Numbers = std::vector<Number>;
@@ -53,7 +53,7 @@ std::string WithoutWords(const std::string& text) {
 
 /// Nothing where anything but numbers and what stands between them is found.
 std::optional<Numbers> NumbersOf(const std::string& text) {
-    static const std::regex kNumber(R"(([+-]?)\s*(\d{1,5}(?:(\.)\d*)?)\s*([hHdDmMsS:*'"/;,]*)\s*)");
+    static const std::regex kNumber(R"(([+-]?)\s*(\d{1,5}\.\d*|\d{1,5},\d+|\d{1,5})\s*([hHdDmMsS:*'"/;,]*)\s*)");
     Numbers numbers;
     auto at = text.cbegin();
     for (std::smatch match; at != text.cend(); at = match[0].second) {
@@ -63,9 +63,13 @@ std::optional<Numbers> NumbersOf(const std::string& text) {
         Number& number = numbers.emplace_back();
         number.hasSign = match[1].length() > 0;
         number.negative = match[1] == "-";
-        number.hasFraction = match[3].matched;
-        number.unit = match[4].length() > 0 && (*match[4].first == 'h' || *match[4].first == 'H') ? 'h' : ' ';
-        const std::string digits = match[2];
+        number.unit = match[3].length() > 0 ? *match[3].first : ' ';
+        std::string digits = match[2];
+        const std::size_t point = digits.find_first_of(".,");
+        if (point != std::string::npos) {
+            number.hasFraction = true;
+            digits[point] = '.';
+        }
         std::from_chars(digits.data(), digits.data() + digits.size(), number.value);
     }
     return numbers;
@@ -75,7 +79,8 @@ std::optional<Numbers> NumbersOf(const std::string& text) {
 std::size_t NumbersOfFirst(const Numbers& numbers) {
     for (std::size_t at = 1; at < numbers.size(); ++at) {
         if (numbers[at].hasSign) {
-            return at;
+            const bool isUnclear = at == 1 && numbers.size() > 2 && !numbers[0].hasFraction && numbers[0].unit == ' ';
+            return isUnclear ? 0 : at;  // "5 -30 0" is a slip of the pen
         }
     }
     const bool isOneCoordinate = numbers.size() == 2 && !numbers[0].hasFraction;
@@ -119,7 +124,8 @@ std::optional<CoordinatePair> PairOfText(std::string_view text, FirstAngle angle
     if (!ofFirst || !ofSecond) {
         return std::nullopt;
     }
-    const bool isInDegrees = angle == FirstAngle::Hours && split == 1 && numbers->front().unit != 'h';
+    const char unit = numbers->front().unit;
+    const bool isInDegrees = angle == FirstAngle::Hours && split == 1 && unit != 'h' && unit != 'H';
     return CoordinatePair{isInDegrees ? *ofFirst / kDegreesInAnHour : *ofFirst, *ofSecond};
 }
 

@@ -41,6 +41,9 @@ TEST(PairOfText, ReadsWhatAtlasesAndCataloguesWrite) {
              PairRow{"83.625, -22.5", 5.575, -22.5},
              PairRow{"5.575h -22.5", 5.575, -22.5},
              PairRow{"83 -22", 83.0 / 15, -22.0},
+             PairRow{"83.625,22.5", 5.575, 22.5},
+             PairRow{"05 34 31,9 +22 00 52", kRa, kDec},
+             PairRow{"5h +22 30 0", 5.0, 22.5},
          }) {
         const auto pair = PairOfText(row.text, FirstAngle::Hours);
         ASSERT_TRUE(pair) << row.text;
@@ -63,6 +66,9 @@ TEST(PairOfText, LeavesWhatMayBeOneCoordinate_OrIsNone) {
                              "12 30",
                              "12 30.5",
                              "12 30 00",
+                             "45 30 18,0",
+                             "5 -30 0",
+                             "5 +30 0",
                              "-12 30 00",
                              "12h30m00s",
                              "12,5",
