@@ -142,6 +142,9 @@ public:
 
     /// Whether somebody waits for the window (`Modal`).
     bool IsModal() const { return modal_; }
+    /// Whether the window is shown, or was answered and whoever waited has yet to read the answer: nobody else may ask
+    /// by it meanwhile.
+    bool IsInUse() const { return visible_ || modal_; }
     void IsModal(bool modal);
 
     const std::string& Caption() const { return caption_; }

@@ -37,7 +37,7 @@ FocuserSetup::FocuserSetup(FocuserSetupNeeds needs)
 }
 
 void FocuserSetup::ShowModal() {
-    if (needs_.form.Visible()) {
+    if (needs_.form.IsInUse()) {
         return;
     }
     Fill();

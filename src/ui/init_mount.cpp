@@ -115,7 +115,7 @@ void InitMount::ShowCustomRate() {
 }
 
 std::optional<std::string> InitMount::Ask() {
-    if (form_.Visible()) {
+    if (form_.IsInUse()) {
         return std::nullopt;
     }
     Fill();

@@ -43,7 +43,7 @@ void MessageWindows::OnRead() {
 }
 
 MessageAnswer MessageWindows::Ask(std::string_view text, std::string_view title) {
-    if (question_.Visible()) {
+    if (question_.IsInUse()) {
         return MessageAnswer::Cancel;
     }
     question_.UserPressedOK = false;

@@ -10,7 +10,7 @@ Park1Warning::Park1Warning(frmPark1Warning& form, Modal& modal, Persist& persist
 }
 
 void Park1Warning::Show() {
-    if (form_.Visible() || ToLower(persist_.Read(setting::DisablePark1Warning)) != "false") {
+    if (form_.IsInUse() || ToLower(persist_.Read(setting::DisablePark1Warning)) != "false") {
         return;
     }
     form_.chkDontShowAgain.Checked(false);

@@ -11,7 +11,7 @@ QuaySettings::QuaySettings(QuaySettingsNeeds needs) : needs_(std::move(needs)) {
 }
 
 void QuaySettings::ShowModal() {
-    if (needs_.form.Visible()) {
+    if (needs_.form.IsInUse()) {
         return;
     }
     needs_.modal.ShowModal(needs_.form);

@@ -80,11 +80,11 @@ void QuestionWindows::WireAbort() {
 }
 
 bool QuestionWindows::IsOpenAlready(const Form& form) {
-    if (form.Visible()) {
+    if (form.IsInUse()) {
         needs_.log.LogMessage(form.Name(), LogLevel::Warning,
                               "The question is open already: this one counts as cancelled");
     }
-    return form.Visible();
+    return form.IsInUse();
 }
 
 bool QuestionWindows::NobodyCanSee(const Form& form) {
@@ -278,7 +278,7 @@ bool QuestionWindows::AskYesOrNo(Form& form, const bool& accepted) {
 
 void QuestionWindows::WarnParked() {
     frmAskAndWarnParked& form = needs_.windows.askAndWarnParked;
-    if (!form.Visible()) {
+    if (!form.IsInUse()) {
         needs_.modal.ShowModal(form);
         form.Unload();
     }

@@ -491,5 +491,22 @@ TEST_F(QuestionWindowsTest, EndOfTheDriver_CancelsAnOpenQuestion) {
         form, [&] { Window().UnloadAtShutdown(); }, [&] { return Ask().AskSwap(SwappedAxes::EastWest); }));
 }
 
+/// Its opener waits for a person and sees the answer a moment later.
+TEST_F(QuestionWindowsTest, QuestionThatWasAnsweredAndNotReadYet_IsNotAskedAnew) {
+    Start();
+    frmAskSwapEWNS& form = Window().askSwapEWNS;
+    bool second = true;
+    const bool first = WithPerson<bool>(
+        form,
+        [&] {
+            form.btnOK.FireClick();
+            second = Ask().AskSwap(SwappedAxes::NorthSouth);
+        },
+        [&] { return Ask().AskSwap(SwappedAxes::EastWest); });
+    EXPECT_TRUE(first);
+    EXPECT_FALSE(second);
+    EXPECT_TRUE(LoggedAs("frmAskSwapEWNS", 1, kAlreadyOpen));
+}
+
 }  // namespace
 }  // namespace kestrane
