@@ -59,6 +59,17 @@ test('the pad moves the mount as long as the mouse holds it', async () => {
     assert.equal(await page.locator('.held').count(), 0);
 });
 
+test('a direction is held that is pressed right after another one', async () => {
+    await holdUntilItMoves(mouseDown, mouseUp);
+    await page.mouse.up();
+    await handBox(page, 'btnMove(7)').hover();
+    await page.mouse.down();
+    await until(async () => (await goes(600)) > 0.002, 'the mount to move', 5000);
+    assert.equal(await page.locator('.held').count(), 1);
+    await page.mouse.up();
+    await stands();
+});
+
 test('a finger moves the mount, and a second finger ends it', async () => {
     const { x, y, width, height } = await north().boundingBox();
     const finger = { x: x + width / 2, y: y + height / 2, id: 1 };

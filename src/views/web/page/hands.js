@@ -29,13 +29,14 @@ export function holdButton(node, form, name, mirror) {
         node.setPointerCapture(event.pointerId);
         begin(node, form, name, mirror);
     });
-    for (const end of ['pointerup', 'pointercancel', 'lostpointercapture']) node.addEventListener(end, letGo);
+    // The button that was pressed before loses the focus to the one that is pressed now, which it must not let go of.
+    const letGoOfThis = () => node.classList.contains('held') && letGo();
+    for (const end of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur']) node.addEventListener(end, letGoOfThis);
     node.addEventListener('contextmenu', (event) => event.preventDefault());
     node.addEventListener('keydown', (event) => {
         if (event.key === 'Enter' && !event.repeat) begin(node, form, name, mirror);
     });
     addEventListener('keyup', (event) => event.key === 'Enter' && letGo());
-    node.addEventListener('blur', letGo);
 }
 
 const kCells = { ArrowUp: 1, ArrowLeft: 3, ArrowRight: 5, ArrowDown: 7 };
