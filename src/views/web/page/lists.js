@@ -10,6 +10,12 @@ document.addEventListener('pointerdown', (event) => {
     if (!event.target.closest('.list')) close();
 });
 
+/** To which of `count` entries a key goes from the one at `index`; -1 for other keys. */
+function placeFor(key, index, count) {
+    const to = { ArrowDown: index + 1, ArrowUp: index - 1, Home: 0, End: count - 1 }[key];
+    return to === undefined || count === 0 ? -1 : Math.max(0, Math.min(count - 1, to));
+}
+
 /** A list of which one entry is chosen. */
 export function makeList(node, chosen) {
     const button = document.createElement('button');
@@ -69,10 +75,10 @@ export function makeList(node, chosen) {
     };
     button.addEventListener('click', () => (options.hidden ? show() : hide()));
     button.addEventListener('keydown', (event) => {
-        const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
-        if (step) {
+        const to = placeFor(event.key, marked, texts.length);
+        if (to >= 0) {
             if (options.hidden) show();
-            else mark(marked + step);
+            else mark(to);
         } else if (!options.hidden && (event.key === 'Enter' || event.key === ' ')) {
             choose(marked);
         } else if (!options.hidden && event.key === 'Escape') {
@@ -115,11 +121,11 @@ export function makeTable(node, chosen, opened) {
             }),
         );
     node.addEventListener('keydown', (event) => {
-        const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
-        if (step && rows.length) {
-            event.preventDefault();
-            chosen(Math.max(0, Math.min(rows.length - 1, index + step)));
-        }
+        const to = placeFor(event.key, index, rows.length);
+        if (to >= 0) chosen(to);
+        else if (event.key === 'Enter' && index >= 0) opened();
+        else return;
+        event.preventDefault();
     });
     return {
         items: (list) => ((rows = list), draw()),
