@@ -302,6 +302,24 @@ TEST_F(SlewFlash, ClickDuringAPark_AsksForThePark) {
     driver->motion.SlewEnds();
 }
 
+TEST_F(SlewFlash, QuestionAboutASlew_GoesWithIt_AndIsNotAskedAfterIt) {
+    frmAskAbortSlew& ask = driver->askAbortSlew;
+    Onlooker view;
+    ask.Attach(view);
+    telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), 40.0);
+    machine.AdvanceTime(1500);
+    HandBox().lblRA.FireClick();
+    EXPECT_TRUE(ask.Visible());
+    for (int i = 0; i < 6000 && driver->state.g_bSlewing; ++i) {
+        machine.AdvanceTime(50);
+    }
+    EXPECT_FALSE(ask.Visible());
+    ASSERT_TRUE(HandBox().tmrSlewFlashUI.Enabled()) << "until its next tick";
+    HandBox().lblRA.FireClick();
+    EXPECT_FALSE(ask.Visible());
+    ask.Detach(view);
+}
+
 TEST_F(SlewFlash, RealSlew_FlashesEachHalfSecondAndEndsOnThePosition) {
     telescope_->SlewToCoordinatesAsync(NormalizeHours(driver->state.g_dRa - 1.0), 40.0);
     int words = 0;

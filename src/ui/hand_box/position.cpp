@@ -58,7 +58,8 @@ void PositionFrame::OnFlashTick() {
 }
 
 void PositionFrame::AskAbortSlew() {
-    if (needs_.handBox.tmrSlewFlashUI.Enabled()) {
+    const bool moves = state_.g_bSlewing || state_.g_bParking;  // the flash goes on for a moment longer
+    if (moves && needs_.handBox.tmrSlewFlashUI.Enabled()) {
         needs_.questions.AskAbort(state_.g_bParking);
     }
 }
