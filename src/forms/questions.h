@@ -34,6 +34,9 @@ public:
     /// `proposed` is selected at first, without one the position of the settings, and what is selected is the answer of
     /// a question that `IsAccepted`.
     virtual std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) = 0;
+    /// The same for the button, from the position of the settings. `accepted` is called as soon as the person accepts
+    /// one, as that of `AskPark`.
+    virtual void AskUnpark(std::function<void(std::int16_t index)> accepted) = 0;
     /// Whether a view could show that question to somebody.
     virtual bool CanAskUnpark() const = 0;
     /// The same question for a caller that does not wait: shows the window and returns. `answered` is called once, with

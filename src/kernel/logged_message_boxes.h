@@ -23,9 +23,10 @@ public:
         }
         return boxes_.Show(text, title, icon);
     }
-    MessageAnswer Ask(std::string_view text, std::string_view title) override {
+    MessageAnswer Ask(std::string_view text, std::string_view title, const std::function<void()>& accepted) override {
         log_.LogTrouble("MessageBox", LogLevel::Info, text);
-        return windows_ && windows_->CanAsk() ? windows_->Ask(text, title) : boxes_.Ask(text, title);
+        return windows_ && windows_->CanAsk() ? windows_->Ask(text, title, accepted)
+                                              : boxes_.Ask(text, title, accepted);
     }
     void Mention(std::string_view line) override { boxes_.Mention(line); }
 

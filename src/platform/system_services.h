@@ -20,8 +20,11 @@ class MessageBoxes {
 public:
     virtual ~MessageBoxes() = default;
     virtual MessageAnswer Show(std::string_view text, std::string_view title, MessageIcon icon) = 0;
-    /// The same with a Cancel button beside it, which counts as pressed where nobody can answer.
-    virtual MessageAnswer Ask(std::string_view text, std::string_view title) {
+    /// The same with a Cancel button beside it, which counts as pressed where nobody can answer. `accepted`, if there
+    /// is one, is called as soon as OK is pressed: calls that run meanwhile may hold whoever asks, and a stop that
+    /// comes after the press means what was agreed to.
+    virtual MessageAnswer Ask(std::string_view text, std::string_view title,
+                              const std::function<void()>& /*accepted*/) {
         Show(text, title, MessageIcon::None);
         return MessageAnswer::Cancel;
     }

@@ -79,7 +79,7 @@ void ClientsWindow::Release() {
         return;
     }
     const ListedClientName name = selected->name;  // the list is read anew while the question is open
-    const MessageAnswer answer = needs_.messageBoxes.Ask(QuestionAbout(name), application::kTitle);
+    const MessageAnswer answer = needs_.messageBoxes.Ask(QuestionAbout(name), application::kTitle, {});
     if (answer == MessageAnswer::Ok && list_ != nullptr) {
         list_->ReleaseClient(name);
     }

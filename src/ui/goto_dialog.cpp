@@ -196,7 +196,7 @@ void GotoDialog::FillFromMount() {
     }
 }
 
-/// The slew is a call of its own: a stop that came while the question was open was not meant for it.
+/// The slew is a call of its own, posted by the press of OK: a stop before that was not meant for it, one after it is.
 void GotoDialog::AskAndSlew() {
     if (state_.g_bParked) {
         Tell(std::string(kUnparkFirst));
@@ -209,13 +209,12 @@ void GotoDialog::AskAndSlew() {
     const Bookmark target = *selected;  // the list may change under the question
     const std::string question =
         "OK to slew to " + std::string(words_.coordinates) + " = (" + target.first + ", " + target.second + ") ?";
-    if (needs_.messageBoxes.Ask(question, application::kTitle) != MessageAnswer::Ok) {
-        return;
-    }
-    driver_.log.LogMessage(words_.origin, LogLevel::Info,
-                           target.name + ", " + std::string(words_.first.name) + "=" + target.first + ", " +
-                               std::string(words_.second.name) + "=" + target.second);
-    needs_.panel.RunAsLongCall([this, target] { SlewTo(target); });
+    needs_.messageBoxes.Ask(question, application::kTitle, [this, target] {
+        driver_.log.LogMessage(words_.origin, LogLevel::Info,
+                               target.name + ", " + std::string(words_.first.name) + "=" + target.first + ", " +
+                                   std::string(words_.second.name) + "=" + target.second);
+        needs_.panel.RunAsLongCall([this, target] { SlewTo(target); });
+    });
 }
 
 /// The mount may have been parked, or stopped, since the question was answered.

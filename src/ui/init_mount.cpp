@@ -150,14 +150,22 @@ void InitMount::FillSites() {
     form_.cbxSiteList.ListIndex(current == siteIds_.end() ? -1 : static_cast<std::int32_t>(current - siteIds_.begin()));
 }
 
-/// The initialization is a call of its own: a stop that came while the dialog was open was not meant for it.
+/// The initialization is a call of its own, posted by the press of OK: a stop before that was not meant for it, one
+/// after it is.
 void InitMount::AskAndInitialize() {
-    const std::optional<std::string> chosen = Ask();
-    if (!chosen || chosen->empty()) {
-        return;
+    if (!form_.IsInUse()) {
+        initializes_ = true;
+        Ask();
+        initializes_ = false;
     }
-    needs_.panel.RunAsLongCall([this, text = *chosen] {
-        if (Telescope* const telescope = needs_.telescope()) {
+}
+
+void InitMount::Initialize(const std::string& text) {
+    needs_.panel.RunAsLongCall([this, text] {
+        Telescope* const telescope = needs_.telescope();
+        if (telescope && driver_.waits.OvertakenByStop()) {
+            telescope->DoesNotBegin("InitMount");
+        } else if (telescope) {
             InitVerb(*telescope).InitMount(text);
         }
     });
@@ -173,6 +181,9 @@ void InitMount::Accept() {
     form_.MountInitString = Chosen();
     form_.UserPressedOK = true;
     form_.Hide();
+    if (initializes_ && !form_.MountInitString.empty()) {
+        Initialize(form_.MountInitString);
+    }
     needs_.panel.UpdateControls();
 }
 

@@ -44,6 +44,7 @@ private:
     void Fill();
     void FillSites();
     void AskAndInitialize();
+    void Initialize(const std::string& text);
     void Accept();
     void TakeSite();
     std::string Chosen() const;
@@ -54,6 +55,7 @@ private:
     frmInitMount& form_;
     KeptControls kept_;
     std::vector<std::int16_t> siteIds_;  ///< of the entries of `cbxSiteList`
+    bool initializes_ = false;           ///< OK is to initialize the mount
 };
 
 }  // namespace kestrane

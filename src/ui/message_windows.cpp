@@ -1,6 +1,7 @@
 #include "ui/message_windows.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrane {
 
@@ -9,10 +10,7 @@ MessageWindows::MessageWindows(frmMessage& message, frmAskMessage& question, Mod
     message_.btnOK.OnClick([this] { message_.Hide(); });
     message_.OnHide([this] { OnRead(); });
     message_.OnUnload([this] { unread_.clear(); });
-    question_.btnOK.OnClick([this] {
-        question_.UserPressedOK = question_.UserPressedOK || question_.Visible();  // too late, it answers nothing
-        question_.Hide();
-    });
+    question_.btnOK.OnClick([this] { Accept(); });
     question_.btnCancel.OnClick([this] { question_.Hide(); });
 }
 
@@ -42,15 +40,30 @@ void MessageWindows::OnRead() {
     }
 }
 
-MessageAnswer MessageWindows::Ask(std::string_view text, std::string_view title) {
+/// A press that comes late, from a view that still shows the window, answers nothing.
+void MessageWindows::Accept() {
+    if (!question_.Visible()) {
+        return;
+    }
+    question_.UserPressedOK = true;
+    question_.Hide();
+    if (const auto accepted = std::exchange(accepted_, nullptr)) {
+        accepted();
+    }
+}
+
+MessageAnswer MessageWindows::Ask(std::string_view text, std::string_view title,
+                                  const std::function<void()>& accepted) {
     if (question_.IsInUse()) {
         return MessageAnswer::Cancel;
     }
     question_.UserPressedOK = false;
+    accepted_ = accepted;
     question_.Caption(title);
     question_.lblMessage.Text(text);
     modal_.ShowModal(question_);
     question_.Unload();
+    accepted_ = nullptr;
     return question_.UserPressedOK ? MessageAnswer::Ok : MessageAnswer::Cancel;
 }
 

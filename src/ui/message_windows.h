@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -23,8 +24,9 @@ public:
     void Show(std::string_view text, std::string_view title);
     /// Whether a view shows questions.
     bool CanAsk() const { return question_.HasPerson(); }
-    /// Waits for the answer of a person. Cancel where the last view goes, or while another question is open.
-    MessageAnswer Ask(std::string_view text, std::string_view title);
+    /// Waits for the answer of a person. Cancel where the last view goes, or while another question is open. See
+    /// `MessageBoxes::Ask`.
+    MessageAnswer Ask(std::string_view text, std::string_view title, const std::function<void()>& accepted);
 
 private:
     struct Message {
@@ -35,11 +37,13 @@ private:
 
     void ShowFirst();
     void OnRead();
+    void Accept();
 
     frmMessage& message_;
     frmAskMessage& question_;
     Modal& modal_;
-    std::deque<Message> unread_;  ///< the first one is shown
+    std::deque<Message> unread_;      ///< the first one is shown
+    std::function<void()> accepted_;  ///< of the question that is open
 };
 
 }  // namespace kestrane

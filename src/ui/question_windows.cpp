@@ -113,6 +113,14 @@ std::optional<std::int16_t> QuestionWindows::AskUnpark(std::optional<std::int16_
     return form.UserOk ? std::optional(form.UserUnparkIndex) : std::nullopt;
 }
 
+void QuestionWindows::AskUnpark(std::function<void(std::int16_t index)> accepted) {
+    if (!IsOpenAlready(needs_.windows.askUnpark)) {
+        unparkAccepted_ = std::move(accepted);
+        AskUnpark(std::nullopt, Unasked::IsCancelled);
+        unparkAccepted_ = nullptr;
+    }
+}
+
 /// Gives the position that is asked about. "Don't Unpark" is none that the list has: it shows as the first entry.
 std::int16_t QuestionWindows::FillUnpark(std::optional<std::int16_t> proposed) {
     frmAskUnpark& form = needs_.windows.askUnpark;
@@ -136,6 +144,9 @@ void QuestionWindows::AcceptUnpark() {
         return;
     }
     Accept(form, form.cbxAskUnparkFrom, form.UserOk, form.UserUnparkIndex);
+    if (form.UserOk && unparkAccepted_) {
+        std::exchange(unparkAccepted_, nullptr)(form.UserUnparkIndex);
+    }
     if (form.UserOk && form.UserUnparkIndex == kPark1Index) {
         needs_.warnOfPark1();
     }

@@ -31,6 +31,7 @@ public:
     explicit QuestionWindows(QuestionWindowsNeeds needs);
 
     std::optional<std::int16_t> AskUnpark(std::optional<std::int16_t> proposed, Unasked unasked) override;
+    void AskUnpark(std::function<void(std::int16_t index)> accepted) override;
     bool CanAskUnpark() const override { return needs_.windows.askUnpark.HasPerson(); }
     void OfferUnpark(std::int16_t proposed, std::function<void(std::optional<std::int16_t> index)> answered) override;
     bool OfferIsOpen() const override;
@@ -58,6 +59,7 @@ private:
     QuestionWindowsNeeds needs_;
     std::function<void(std::optional<std::int16_t> index)> offered_;  ///< gets the answer to an open offer
     std::function<void(std::int16_t index)> parkAccepted_;            ///< gets the position to park at
+    std::function<void(std::int16_t index)> unparkAccepted_;          ///< gets the position to unpark from
 };
 
 }  // namespace kestrane

@@ -48,8 +48,12 @@ public:
         answers.pop_front();
         return answer;
     }
-    MessageAnswer Ask(std::string_view text, std::string_view title) override {
-        return Show(text, title, MessageIcon::None);
+    MessageAnswer Ask(std::string_view text, std::string_view title, const std::function<void()>& accepted) override {
+        const MessageAnswer answer = Show(text, title, MessageIcon::None);
+        if (accepted && answer == MessageAnswer::Ok) {
+            accepted();
+        }
+        return answer;
     }
     void Mention(std::string_view line) override { mentioned.emplace_back(line); }
 };

@@ -26,7 +26,7 @@ public:
 class AskedBoxes final : public MessageBoxes {
 public:
     MessageAnswer Show(std::string_view, std::string_view, MessageIcon) override { return MessageAnswer::Ok; }
-    MessageAnswer Ask(std::string_view text, std::string_view) override {
+    MessageAnswer Ask(std::string_view text, std::string_view, const std::function<void()>& /*accepted*/) override {
         asked.emplace_back(text);
         return answer;
     }

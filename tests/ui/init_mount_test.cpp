@@ -441,6 +441,21 @@ TEST_F(InitNowTest, SendsNothing_ForAnEmptyStringOrCancel) {
     EXPECT_FALSE(Logged("RAW,InitMount"));
 }
 
+TEST_F(InitNowTest, StopRightAfterTheAnswer_KeepsTheMountAsItIs) {
+    Connect();
+    Form().Attach(view_);
+    driver->handBox.btnInitNow.FireClick();
+    Person([this] {
+        Form().chkSetTrackingRate.Checked(true);
+        Form().btnOK.FireClick();
+        driver->statusPanel.AskToStop();
+    });
+    machine.AdvanceTime(5'000);
+    Form().Detach(view_);
+    EXPECT_FALSE(Logged("RAW,InitMount"));
+    EXPECT_TRUE(Logged("InitMount() does not begin: it was stopped before it could"));
+}
+
 TEST_F(InitNowTest, ADoublePress_AsksOnce) {
     Connect();
     Form().Attach(view_);

@@ -25,7 +25,7 @@ protected:
     /// What a person does while the question is open.
     MessageAnswer AskWhile(const std::function<void()>& does) {
         machine.pump.Post(CallKind::Press, does);
-        return driver->messageBoxes.Ask("Sure?", "Title");
+        return driver->messageBoxes.Ask("Sure?", "Title", {});
     }
     using Texts = std::vector<std::string>;
     /// What a person reads who closes each message.
@@ -81,7 +81,7 @@ TEST_F(MessageWindowsTest, WithoutAView_NothingIsShown_AndAQuestionIsCancelled) 
     machine.messageBoxes.answers = {MessageAnswer::Ok, MessageAnswer::Cancel};
     Show("one");
     EXPECT_FALSE(Message().Visible());
-    EXPECT_EQ(driver->messageBoxes.Ask("Sure?", "Title"), MessageAnswer::Cancel);
+    EXPECT_EQ(driver->messageBoxes.Ask("Sure?", "Title", {}), MessageAnswer::Cancel);
     EXPECT_FALSE(Question().Visible());
 }
 
@@ -111,7 +111,7 @@ TEST_F(MessageWindowsTest, OkThatComesAfterCancel_AnswersNothing) {
 TEST_F(MessageWindowsTest, QuestionWhileAnotherIsOpen_IsCancelled) {
     Question().Attach(view);
     const auto another = [&] {
-        EXPECT_EQ(driver->messageBoxes.Ask("Another?", "Title"), MessageAnswer::Cancel);
+        EXPECT_EQ(driver->messageBoxes.Ask("Another?", "Title", {}), MessageAnswer::Cancel);
         EXPECT_EQ(Question().lblMessage.Text(), "Sure?");
         Question().btnOK.FireClick();
     };

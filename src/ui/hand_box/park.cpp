@@ -78,20 +78,22 @@ void ParkFrame::ParkAt(std::int16_t index) {
 }
 
 void ParkFrame::AskAndUnpark() {
-    ResumeNext errors{driver_.ledger, "btnUNPARK"};
     const ParkButtonsOff off(*this);
-    errors.Step([&] {
-        if (const auto index = needs_.questions.AskUnpark(std::nullopt, Unasked::IsCancelled)) {
-            UnparkFrom(*index);
-        }
-    });
+    needs_.questions.AskUnpark(
+        [this](std::int16_t index) { actions_.RunAsLongCall([this, index] { UnparkFrom(index); }); });
 }
 
 void ParkFrame::UnparkFrom(std::int16_t index) {
     const ParkButtonsOff off(*this);
-    if (Telescope* const telescope = needs_.telescope()) {
-        ParkVerbs(*telescope).Unpark(index);
-    }
+    ResumeNext errors{driver_.ledger, "btnUNPARK"};
+    errors.Step([&] {
+        Telescope* const telescope = needs_.telescope();
+        if (telescope && driver_.waits.OvertakenByStop()) {
+            telescope->DoesNotBegin("UnparkMount");
+        } else if (telescope) {
+            ParkVerbs(*telescope).Unpark(index);
+        }
+    });
 }
 
 }  // namespace kestrane

@@ -257,7 +257,7 @@ void SetupSite::Delete() {
     const std::int16_t id = shown_;
     const bool wasNew = isNew_;
     if ((WithId(id) == nullptr && !wasNew) ||
-        needs_.messageBoxes.Ask("OK to delete Site?", application::kTitle) != MessageAnswer::Ok || shown_ != id ||
+        needs_.messageBoxes.Ask("OK to delete Site?", application::kTitle, {}) != MessageAnswer::Ok || shown_ != id ||
         isNew_ != wasNew) {
         return;
     }

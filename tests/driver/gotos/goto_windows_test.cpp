@@ -6,6 +6,7 @@
 #include "driver/slews/slew_wire_fixture.h"
 #include "kernel/base/conversions.h"
 #include "simulator/misbehaviours.h"
+#include "support/onlooker.h"
 
 namespace kestrane {
 namespace {
@@ -217,6 +218,27 @@ TEST_F(GotoWindowsTest, StopRightAfterTheAnswer_KeepsTheMountWhereItIs) {
     EXPECT_EQ(Boxes().shown.size(), 1U);
     EXPECT_EQ(sent.find("MS"), std::string::npos) << sent;
     EXPECT_EQ(sent.find("RT2"), std::string::npos) << sent;
+    EXPECT_FALSE(driver->state.g_bSlewing);
+}
+
+/// Whoever asks sees the answer a moment after the press; calls that run under the question may hold him for long.
+TEST_F(GotoWindowsTest, StopBetweenThePressAndTheEndOfTheQuestion_KeepsTheMountWhereItIs) {
+    Connect("S");
+    ShowRaDec(NearRa(), "40 30 00");
+    frmAskMessage& question = driver->windows.askMessage;
+    Onlooker view;
+    question.Attach(view);
+    const When shown(
+        machine.pump, [&] { return question.Visible(); },
+        [&] {
+            question.btnOK.FireClick();
+            driver->statusPanel.AskToStop();
+        });
+    const std::string sent = SentBy(RaDec().btnGoto);
+    question.Detach(view);
+    EXPECT_TRUE(shown.Happened());
+    EXPECT_EQ(sent.find("MS"), std::string::npos) << sent;
+    EXPECT_TRUE(Logged("Goto RA/Dec() does not begin: it was stopped before it could"));
     EXPECT_FALSE(driver->state.g_bSlewing);
 }
 

@@ -97,6 +97,28 @@ TEST_F(UnparkingTest, ButtonOfTheHandBox_AsksOnce_AndUnparks) {
     form.Detach(view);
 }
 
+TEST_F(UnparkingTest, ButtonOfTheHandBox_UnparksNothing_WhereAStopComesAfterTheAnswer) {
+    ConnectAt(47.0, {{"cbxUnparkFrom", "2"}});
+    UnparkWatcher view;
+    frmAskUnpark& form = driver->windows.askUnpark;
+    form.Attach(view);
+    const When answers(
+        machine.pump, [&] { return form.Visible(); },
+        [&] {
+            form.btnOK.FireClick();
+            driver->statusPanel.AskToStop();
+        });
+    const std::string sent = MotionDuring([&] {
+        driver->handBox.btnUNPARK.FireClick();
+        machine.AdvanceTime(1'000);
+    });
+    EXPECT_TRUE(answers.Happened());
+    EXPECT_EQ(sent.find("CM"), std::string::npos) << sent;
+    EXPECT_TRUE(Logged("UnparkMount() does not begin: it was stopped before it could"));
+    EXPECT_TRUE(driver->handBox.btnUNPARK.Enabled());
+    form.Detach(view);
+}
+
 /// A person who looks at the question, and answers it after a while, or after something has happened.
 class OpenQuestionTest : public UnparkingTest {
 protected:
