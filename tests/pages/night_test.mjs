@@ -16,7 +16,7 @@ before(async () => {
         System.start({ settings: { chkEnableDebugLog: '1', cbxParkTo: '6', cbxParkToText: 'Alt/Az', txtUserParkAlt: '50', txtUserParkAz: '120' } }),
         startBrowser(),
     ]);
-    [page, other] = [await openPage(browser, system), await openPage(browser, system)];
+    [page, other] = [await openPage(browser, system, { touch: true }), await openPage(browser, system)];
 });
 after(async () => {
     await browser?.close();
@@ -77,6 +77,36 @@ test('a bookmark is added on one page and slewed to on the other', async () => {
     await until(async () => Math.abs((await system.client('get', 'declination', {}, 77)) - 30) < 0.1, 'the mount to be there');
     assert.match(await banners(), /The slew has ended/);
     await page.locator('dialog[open] .close').click();
+});
+
+const declination = () => system.client('get', 'declination', {}, 77);
+
+test('a finger nudges the mount', async () => {
+    const north = handBox(page, 'btnMove(1)');
+    await north.evaluate((button) => button.scrollIntoView({ block: 'center' })); // STOP lies at the edge
+    const { x, y, width, height } = await north.boundingBox();
+    const cdp = await page.context().newCDPSession(page);
+    const touch = (type, touchPoints) => cdp.send('Input.dispatchTouchEvent', { type, touchPoints });
+    const before = await declination();
+    await touch('touchStart', [{ x: x + width / 2, y: y + height / 2, id: 1 }]);
+    await until(async () => Math.abs((await declination()) - before) > 0.001, 'the mount to move', 5000);
+    await touch('touchEnd', []);
+    await pause(1500);
+    const stopped = await declination();
+    await pause(1000);
+    assert.ok(Math.abs((await declination()) - stopped) < 0.0005, 'it stands');
+});
+
+test('a sync by a program is shown', async () => {
+    await system.client('put', 'connected', { Connected: 'true' }, 77);
+    const wanted = { RightAscension: `${await system.client('get', 'rightascension', {}, 77)}`, Declination: `${(await declination()) + 0.25}` };
+    await system.client('put', 'synctocoordinates', wanted, 77);
+    const shown = async () => {
+        const [degrees, minutes, seconds] = (await textOf(page, '#handbox [data-control=lblDEC]')).split(':').map(Number);
+        return degrees + minutes / 60 + seconds / 3600;
+    };
+    await until(async () => Math.abs((await shown()) - wanted.Declination) < 0.01, 'the page to show where the mount is now');
+    await system.client('put', 'connected', { Connected: 'false' }, 77);
 });
 
 test('the chart shows drift and guide pulses, and is saved as a table and as a picture', async () => {
@@ -145,14 +175,27 @@ test('the log can be searched, held and saved', async () => {
     await window.locator('.close').click();
 });
 
-test('a park is told, and then the page disconnects', async () => {
-    await handBox(page, 'chkShowAllControls').click();
-    await unfold(page);
+async function park() {
     await handBox(page, 'btnPark').click();
     await windowOf(page, 'frmAskPark').locator('[data-control=btnOK]').click();
     await waitForState(page, 'Parking');
     await until(async () => (await stateOf(page)) === 'Parked', 'the mount to be parked', 60_000);
+}
+
+test('a park is told, and the parked mount is unparked where it stands', async () => {
+    await handBox(page, 'chkShowAllControls').click();
+    await unfold(page);
+    await park();
     assert.match(await banners(), /The mount is parked/);
+    await handBox(page, 'btnUNPARK').click();
+    await windowOf(page, 'frmAskUnpark').locator('[data-control=btnOK]').click();
+    await waitForState(page, 'Tracking');
+    await waitForState(other, 'Tracking');
+    assert.equal(await textOf(page, '#handbox [data-control=lblParkStatus]'), 'Unparked');
+});
+
+test('at the end of the night it is parked again, and the page disconnects', async () => {
+    await park();
     await page.locator('#disconnect').click();
     await page.locator('#disconnect').waitFor({ state: 'hidden' });
     await until(async () => !/1 \/ 0/.test(await clients()), 'no client to be counted').catch(() => {});

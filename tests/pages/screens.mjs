@@ -32,6 +32,16 @@ async function bookmark(page) {
     await frameOf(page, 'frmAskGotoRaDec').locator('.close').click();
 }
 
+/** The whole page, with STOP at its edge as on a screen that is high enough. */
+async function wholePage(page, path) {
+    const size = page.viewportSize();
+    const height = await page.evaluate(() => document.documentElement.scrollHeight);
+    await page.setViewportSize({ ...size, height: Math.max(size.height, height) });
+    await pause(300);
+    await page.screenshot({ path });
+    await page.setViewportSize(size);
+}
+
 await guide();
 for (const size of Object.keys(kSizes)) {
     for (const theme of kThemes) {
@@ -51,12 +61,12 @@ for (const size of Object.keys(kSizes)) {
             if (!form) await page.evaluate(() => scrollTo(0, 0));
             const path = join(folder, `${size}-${theme}`, `${form || 'frmHandBox'}.png`);
             if (form) await frameOf(page, form).screenshot({ path });
-            else await page.screenshot({ path, fullPage: size !== 'desk' });
+            else await page.screenshot({ path });
             await closeWindow(page, system, window);
             if (form) continue;
             await handBox(page, 'chkShowAllControls').check();
             await unfold(page);
-            await page.screenshot({ path: path.replace('.png', '-all.png'), fullPage: true });
+            await wholePage(page, path.replace('.png', '-all.png'));
         }
         await handBox(page, 'chkShowAllControls').uncheck();
         await page.context().close();

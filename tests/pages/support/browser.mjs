@@ -14,12 +14,30 @@ export function startBrowser() {
     return chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--force-color-profile=srgb'] });
 }
 
-/** A page of the driver; it throws at its first error. */
+/** What a page reports, each with the answer that it has got. */
+function reportsOf(page) {
+    const reports = [];
+    page.on('websocket', (socket) => {
+        socket.on('framesent', ({ payload }) => {
+            const report = JSON.parse(payload);
+            if (report.id) reports.push(report);
+        });
+        socket.on('framereceived', ({ payload }) => {
+            const { type, id, why } = JSON.parse(payload);
+            const report = id && reports.find((each) => each.id === id);
+            if (report) report.answer = type === 'heard' ? 'heard' : why;
+        });
+    });
+    return reports;
+}
+
+/** A page of the driver; it keeps its errors and its reports. */
 export async function openPage(browser, system, { size = 'desk', theme = 'dark', path = '', touch = false } = {}) {
     const context = await browser.newContext({ viewport: kSizes[size], hasTouch: touch, permissions: ['clipboard-read', 'clipboard-write'] });
     await context.addInitScript((name) => localStorage.getItem('theme') ?? localStorage.setItem('theme', name), theme);
     const page = await context.newPage();
     page.errors = [];
+    page.reports = reportsOf(page);
     page.on('pageerror', (error) => page.errors.push(error.message));
     page.on('console', (message) => message.type() === 'error' && page.errors.push(message.text()));
     await page.goto(system.page + path);

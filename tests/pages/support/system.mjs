@@ -42,7 +42,7 @@ class Program {
 }
 
 export class System {
-    static async start({ settings = {}, mount = [], activator = [] } = {}) {
+    static async start({ settings = {}, mount = [], activator = [], env = {} } = {}) {
         const system = new System();
         system.folder = await mkdtemp(join(tmpdir(), 'kestrane-page-'));
         const data = join(system.folder, 'Kestrane');
@@ -50,7 +50,7 @@ export class System {
         await mkdir(join(data, 'ASCOM'));
         const lines = Object.entries({ Port: 'COM1', Timeout: '5000', chkAutoCalibrateOnFirstSlew: '0', ...settings });
         await writeFile(join(data, 'ASCOM', 'ks.ini'), `[default]\n${lines.map((line) => line.join('=')).join('\n')}\n`);
-        system.env = { ...process.env, KESTRANE_COMMON_APPDATA: system.folder, KESTRANE_USER_CONFIG: system.folder, KESTRANE_DOCUMENTS: system.folder };
+        system.env = { ...process.env, ...env, KESTRANE_COMMON_APPDATA: system.folder, KESTRANE_USER_CONFIG: system.folder, KESTRANE_DOCUMENTS: system.folder };
         const link = ['--link', join(data, 'Ports', 'COM1')];
         system.mount = new Program('kestrane-mount-simulator', ['--unparked', ...mount, ...link], system.env);
         await system.mount.line(/(\S+)/);

@@ -32,12 +32,20 @@ async function stopSlew(page, system) {
 async function parkAndPress(page, system) {
     await system.put('park');
     await waitForState(page, 'Parked');
-    await handBox(page, 'btnMove(1)').click();
+    await handBox(page, 'btnMove(1)').hover();
+    await page.mouse.down();
+    await windowOf(page, 'frmAskAndWarnParked').waitFor();
+    await page.mouse.up();
 }
 async function unpark(page, system) {
     await system.put('unpark');
     await system.put('tracking', { Tracking: 'true' });
     await waitForState(page, 'Tracking');
+}
+
+async function untickRcal(page) {
+    await handBox(page, 'chkUseRCAL').setChecked(true);
+    await handBox(page, 'chkUseRCAL').click();
 }
 
 async function openStatus(page) {
@@ -66,7 +74,7 @@ export const kWindows = [
     { form: 'frmAskUnpark', open: fromHandBox('btnUNPARK') },
     { form: 'frmAskCustomParkOK', open: fromHandBox('btnSetPark') },
     { form: 'frmAskSwapEWNS', open: fromHandBox('btnSwapEW') },
-    { form: 'frmRcalSyncWarning', open: fromHandBox('chkUseRCAL') },
+    { form: 'frmRcalSyncWarning', open: untickRcal },
     {
         form: 'frmPark1Warning',
         open: (page) => choose(handBox(page, 'cbxParkTo'), 'Park 1'),
