@@ -1,6 +1,7 @@
 #include "ui/tray.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "kernel/base/text.h"
@@ -85,10 +86,12 @@ void Tray::OnRightButtonUp() {
     handBox_.mPopupSys.Visible(true);
 }
 
-/// Each window but the three that a person may leave open all night.
+/// Each window but those that a person may leave open all night.
 bool Tray::IsOpenDialog(const Form& form) const {
     const Windows& windows = needs_.windows;
-    return form.Visible() && &form != &windows.handBox && &form != &windows.statusWindow && &form != &windows.logWindow;
+    const std::array<const Form*, 5> panels{&windows.handBox, &windows.statusWindow, &windows.logWindow, &windows.help,
+                                            &windows.clients};
+    return form.Visible() && std::ranges::find(panels, &form) == panels.end();
 }
 
 bool Tray::AnyDialogIsOpen() {
