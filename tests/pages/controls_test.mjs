@@ -101,7 +101,7 @@ const uses = {
         if (await node.isChecked()) {
             const group = await node.evaluate(({ name }) => name);
             await page.locator(`input[name="${group}"]:not(:checked)`).first().click();
-            await until(async () => !(await node.isChecked()), 'another of the group to be chosen', 3000);
+            await until(async () => !(await node.isChecked()), 'another of the group to be chosen', 15_000);
         }
         await node.click();
     },
@@ -115,7 +115,7 @@ const uses = {
         await node.hover();
         await page.mouse.down();
         const isHeld = await node.evaluate((element) => element.classList.contains('held'));
-        if (isHeld) await until(answered, 'the hold to be heard', 5000);
+        if (isHeld) await until(answered, 'the hold to be heard', 15_000);
         await page.mouse.up();
     },
 };
@@ -161,13 +161,13 @@ async function use(form, name, node = windowOf(page, form).locator(`[data-contro
         if (await dialogAbove(form)) asks = true;
         if (asks) await closeAllBut(form);
         return answer();
-    }, `an answer about ${form}.${name}`, 5000);
+    }, `an answer about ${form}.${name}`, 15_000);
     assert.equal(answer(), 'heard', `${form}.${name}`);
     if (kind === 'list' && asks) await putBack(form, node, before);
     if (kind === 'button' || asks) return;
     const there = windowOf(other, form).locator(`[data-control="${name}"]`);
-    await until(async () => (await valueOf(there, kind)) !== before || kind === 'radio' || kind === 'table', `${form}.${name} to be another than ${before} on the second page`, 3000);
-    await until(async () => (await valueOf(there, kind)) === (await valueOf(node, kind)), `${form}.${name} to be the same on both pages`, 3000);
+    await until(async () => (await valueOf(there, kind)) !== before || kind === 'radio' || kind === 'table', `${form}.${name} to be another than ${before} on the second page`, 15_000);
+    await until(async () => (await valueOf(there, kind)) === (await valueOf(node, kind)), `${form}.${name} to be the same on both pages`, 15_000);
     if (kind === 'checkbox') await node.click(); // others depend on it
     if (kind === 'list') await putBack(form, node, before);
 }

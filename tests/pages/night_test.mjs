@@ -88,8 +88,12 @@ test('a finger nudges the mount', async () => {
     const cdp = await page.context().newCDPSession(page);
     const touch = (type, touchPoints) => cdp.send('Input.dispatchTouchEvent', { type, touchPoints });
     const before = await declination();
-    await touch('touchStart', [{ x: x + width / 2, y: y + height / 2, id: 1 }]);
-    await until(async () => Math.abs((await declination()) - before) > 0.001, 'the mount to move', 5000);
+    const moves = until(async () => Math.abs((await declination()) - before) > 0.001, 'the mount to move');
+    for (let moved = false; !moved; ) {
+        await touch('touchStart', [{ x: x + width / 2, y: y + height / 2, id: 1 }]); // again, where a busy machine has let go
+        moved = await Promise.race([moves.then(() => true), pause(4000)]);
+        if (!moved) await touch('touchEnd', []);
+    }
     await touch('touchEnd', []);
     await pause(1500);
     const stopped = await declination();
