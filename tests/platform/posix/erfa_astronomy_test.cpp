@@ -25,8 +25,9 @@ double DaysFromJ2000(const DateTime& utc) {
     const int shifted = utc.month <= 2 ? utc.year - 1 : utc.year;
     const int month = utc.month <= 2 ? utc.month + 12 : utc.month;
     const double day = utc.day + Hours(utc.hour, utc.minute, utc.second + utc.millisecond / 1000.0) / 24.0;
+    const int leapDaysLeftOut = shifted / 100 - shifted / 400;
     const double julian = std::floor(365.25 * (shifted + 4716)) + std::floor(30.6001 * (month + 1)) + day + 2.0 -
-                          shifted / 100 + shifted / 400 - 1524.5;
+                          leapDaysLeftOut - 1524.5;
     return julian - 2451545.0;
 }
 
