@@ -120,7 +120,6 @@ StatusWindowNeeds Driver::NeedsOfStatusPanel() {
         .pump = platform_.pump,
         .form = statusWindow,
         .telescope = OwnTelescope(),
-        .linkConnected = LinkConnected(),
         .stopFocuser = [this] { focusMotor.StopRun(); },
         .endHeldMotion =
             [this] {

@@ -160,8 +160,9 @@ public:
     void AbortSlew();
     /// The same stop for the driver's own controls, without a check.
     void AbortSlewDriver();
-    /// Stops all that moves the mount, by a person's wish and without a check, and sends something in any case: one
-    /// stop, or two to a mount that slews and is not shown as parked.
+    /// Stops all that moves the mount, by a person's wish and without a check. What is planned is taken back in any
+    /// case; over an open link something is sent in any case too: one stop, or two to a mount that slews and is not
+    /// shown as parked.
     void StopEverything(bool shownAsParked);
     /// Seconds, 0 to 100: else 0x80040405.
     std::int16_t SlewSettleTime();

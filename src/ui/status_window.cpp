@@ -38,9 +38,6 @@ void StatusWindow::AskToStop() {
 void StatusWindow::StopAll() {
     ResumeNext errors{needs_.ledger, "cmdStopAll"};
     errors.Step([&] { needs_.endHeldMotion(); });
-    if (!needs_.linkConnected()) {
-        return;
-    }
     errors.Step([&] {
         if (Telescope* const telescope = needs_.telescope()) {
             telescope->StopEverything(needs_.form.lblParkStatus.Text() == kParked);

@@ -15,8 +15,7 @@ struct StatusWindowNeeds {
     MessagePump& pump;
     frmStatus& form;
     std::function<Telescope*()> telescope;  ///< the driver's own object; null while there is none
-    std::function<bool()> linkConnected;
-    std::function<void()> stopFocuser;  ///< ends what the focus motor does
+    std::function<void()> stopFocuser;      ///< ends what the focus motor does
     std::function<void()>
         endHeldMotion;  ///< ends what a held button moves, and takes back what waits to move the mount
 };

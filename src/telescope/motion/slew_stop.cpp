@@ -80,6 +80,9 @@ void StopSteps::StopEverything(StopForm form) {
     driver_.log.LogMessage("Driver", LogLevel::Info, "StopAll()");
     const bool axisRan = needs_.axisMotions.AnyRuns();
     needs_.motion.Stopped();
+    if (!needs_.link || !needs_.link->Connected()) {
+        return;
+    }
     SendStop(form);
     if (axisRan) {
         EndAxes();

@@ -163,6 +163,22 @@ TEST_F(StopAllTest, GetsInWhileACallWaits) {
     EXPECT_NE(Tape().Motion().find("MS Q Q"), std::string::npos) << Tape().Motion();
 }
 
+/// The link may be gone for a moment only: what is planned must not go on when it is back.
+TEST_F(TwoLegStopAllTest, WithoutALink_WhatIsPlannedIsTakenBackAllTheSame) {
+    mount->Add(std::make_unique<StandsWest>());
+    telescope->SlewToCoordinatesAsync(NormalizeHours(telescope->SiderealTime() + 2.0), 30.0);
+    for (int i = 0; i < 100 && !driver->state.g_bSafeSlewPending; ++i) {
+        machine.AdvanceTime(50);
+    }
+    ASSERT_TRUE(driver->state.g_bSafeSlewPending);
+    driver->link->Connected(false);
+    EXPECT_EQ(SentByPress(20), "");
+    EXPECT_FALSE(driver->state.g_bSafeSlewPending);
+    driver->link->Connected(true);
+    machine.AdvanceTime(180'000);
+    EXPECT_EQ(TimesSent("MS"), 1);
+}
+
 TEST_F(StopAllTest, WithoutALink_SendsNothing) {
     driver->poll.SetPolling(false);
     driver->link->Connected(false);
