@@ -186,6 +186,7 @@ SetupNeeds Driver::NeedsOfSetup() {
             [this](std::int16_t port, std::int16_t timeoutMs, std::string_view longitude, std::string_view latitude) {
                 return connections.SetMountLongLat(port, timeoutMs, longitude, latitude);
             },
+        .followAlwaysOnTop = [this] { shellIcon.FollowAlwaysOnTop(); },
         .showQuaySettings = [this] { quaySettings.ShowModal(); },
         .newerVersion = [this] { return state.g_bNewVersion ? state.g_sLatestVersion : std::string(); },
         .startLogZipper = [this] { sideTools.Start(SideTool::LogZipper); },

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "setup_fixture.h"
+#include "ui/colours.h"
 
 namespace kestrane {
 namespace {
@@ -439,6 +440,26 @@ TEST_F(SetupDialogTest, Cancel_WritesNoSetting) {
     EXPECT_EQ(AllSettings(), before);
 }
 
+TEST_F(SetupDialogTest, OK_PutsAnOpenLogWindowAboveOthers_AsTheBoxSays) {
+    StartOnce();
+    driver->handBox.mPopShowLogWindow.FireClick();
+    for (const bool onTop : {false, true}) {
+        EXPECT_TRUE(OpenAndAccept([&] { Form().chkAlwaysOnTop.Checked(onTop); }));
+        EXPECT_EQ(driver->logWindow.AlwaysOnTop(), onTop);
+        EXPECT_EQ(driver->handBox.AlwaysOnTop(), onTop);
+    }
+}
+
+TEST_F(SetupDialogTest, RetryThatIsOnlyShown_IsStoredOnceAPersonHasChosenIt) {
+    Seed({{"Retry", "9"}});
+    StartOnce();
+    EXPECT_TRUE(OpenAndAccept([&] {
+        Form().cbxRetry.ListIndex(4);
+        Form().cbxRetry.ListIndex(5);
+    }));
+    EXPECT_EQ(Setting("Retry"), "5");
+}
+
 struct RetryRow {
     const char* stored;
     const char* shown;
@@ -481,7 +502,9 @@ TEST_F(SetupDialogTest, ResetToDefaults_ReturnsTheOptions_AndStoresNothing) {
     Open([] {});
     const Texts before = AllSettings();
     Open([&] {
+        Paint(Form().txtConnectTimeout, kFaultColours);
         Form().btnResetToDefaults.FireClick();
+        EXPECT_EQ(Form().txtConnectTimeout.BackColour(), kNormalColours.back) << "its value is good now";
         for (const CheckRow& row : kCheckRows) {
             EXPECT_EQ(Box(row.key).Checked(), row.resets ? row.byDefault : !row.byDefault) << row.key;
         }

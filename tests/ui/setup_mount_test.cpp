@@ -255,5 +255,26 @@ TEST_F(SetupMountTest, ModelThatAConnectCorrectsWhileTheWindowIsOpen_IsNotUndone
     EXPECT_EQ(Setting("MountType"), "11");
 }
 
+TEST_F(SetupMountTest, ModelThatAConnectCorrectsWhileTheWindowIsOpen_StaysAlsoWhenTheLinkClosesAgain) {
+    BuildMount("VKC5-P03-01");
+    for (const bool accepts : {false, true}) {
+        SCOPED_TRACE(accepts);
+        driver.reset();
+        Seed({{"MountType", "2"}, {"Controller", "2"}});
+        StartOnce();
+        const TelescopeObject telescope = driver->CreateTelescope();
+        Open([&] {
+            telescope->Connected(true);
+            driver->poll.SetPolling(false);
+            driver->link->Connected(false);
+            if (accepts) {
+                Form().btnOK.FireClick();
+            }
+        });
+        EXPECT_EQ(driver->mount.mountType, Mount_Type::LARCH);
+        EXPECT_EQ(Setting("MountType"), "11");
+    }
+}
+
 }  // namespace
 }  // namespace kestrane

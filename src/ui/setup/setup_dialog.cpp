@@ -1,5 +1,6 @@
 #include "ui/setup/setup_dialog.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -28,16 +29,21 @@ bool SetupDialog::ShowModal() {
         return false;
     }
     accepted_ = false;
+    const std::shared_ptr<void> alsoAfterAnError(nullptr, [this](void*) { Close(); });
     Fill();
     form_.tmrDifferentVersion.Enabled(true);
     needs_.modal.ShowModal(form_);
+    return accepted_;
+}
+
+void SetupDialog::Close() {
     form_.tmrDifferentVersion.Enabled(false);
     if (!accepted_) {
-        PutBack();
+        ResumeNext errors{needs_.driver.ledger, form_.Name()};
+        errors.Step([this] { PutBack(); });
     }
     form_.Unload();
     open_ = false;
-    return accepted_;
 }
 
 void SetupDialog::Fill() {
@@ -92,6 +98,7 @@ void SetupDialog::Store() {
     persist.Write(setting::FormLeft, std::to_string(needs_.handBox.left));
     mount_.Take();
     needs_.panel.UpdateControls();
+    needs_.followAlwaysOnTop();
 }
 
 void SetupDialog::PutBack() {

@@ -26,6 +26,7 @@ public:
 
 private:
     void Fill();
+    void Close();
     void OnTick();
     void OnOk();
     bool NoSiteIsEdited();

@@ -30,6 +30,7 @@ SetupLink::SetupLink(SetupNeeds& needs, KeptControls& kept)
     kept.Add(KeptCheck{form_.chkAllowConnectIfMountNotPresent, setting::chkAllowConnectIfMountNotPresent});
     kept.Add(KeptText{form_.txtIpAddress, setting::txtIpAddress});
     kept.Add(KeptText{form_.txtConnectTimeout, setting::txtConnectTimeout});
+    form_.cbxRetry.OnClick([this] { retryIsChosen_ = retryIsChosen_ || !form_.IsFilling(); });
     form_.btnQuaySettings.OnClick([this] { needs_.showQuaySettings(); });
 }
 
@@ -56,8 +57,8 @@ void SetupLink::FillRetries() {
     const double stored = PlainDecimal(persist_.Read(setting::Retry), needs_.driver.log).value_or(fallback);
     form_.cbxRetry.ListItems(Retries());
     const auto most = static_cast<double>(form_.cbxRetry.ListItems().size() - 1);
-    retriesShown_ = RoundHalfEven(std::clamp(stored, 0.0, most));
-    form_.cbxRetry.ListIndex(retriesShown_);
+    form_.cbxRetry.ListIndex(RoundHalfEven(std::clamp(stored, 0.0, most)));
+    retryIsChosen_ = false;
 }
 
 /// A stored limit that is none of the usual ones is offered too: OK must not change it by itself.
@@ -79,8 +80,7 @@ void SetupLink::FillTimeouts() {
 void SetupLink::Store() {
     persist_.Write(setting::Port, form_.cbxPort.Text());
     persist_.Write(setting::Timeout, form_.cbxTimeout.Text());
-    const bool wasChosen = form_.cbxRetry.ListIndex() != retriesShown_;
-    if (wasChosen || persist_.Read(setting::Retry) == form_.cbxRetry.Text()) {
+    if (retryIsChosen_ || persist_.Read(setting::Retry) == form_.cbxRetry.Text()) {
         persist_.Write(setting::Retry, form_.cbxRetry.Text());
     }
 }

@@ -28,7 +28,7 @@ private:
     SetupNeeds& needs_;
     frmInitialSetup& form_;
     Persist& persist_;
-    std::int32_t retriesShown_ = 0;
+    bool retryIsChosen_ = false;  ///< by a person, since the window was filled
 };
 
 }  // namespace kestrane

@@ -87,10 +87,17 @@ bool SetupMount::MountHasTold() const {
     return needs_.linkConnected() && (!looked_ || needs_.controller.TimesApplied() != appliedHere_);
 }
 
-/// A model that a connect has corrected meanwhile stays: the mount has told it.
+/// A connect has corrected the model while the window was open. It stays: the mount has told it, also where it is
+/// connected no more.
+bool SetupMount::IsCorrected() const {
+    return StoredModel() != storedModelBefore_;
+}
+
 void SetupMount::Store() {
     Persist& persist = needs_.driver.persist;
-    if (StoredModel() == storedModelBefore_) {
+    const bool isCorrected = IsCorrected();
+    modelToUse_ = isCorrected ? StoredModel() : ShownModel();
+    if (!isCorrected) {
         persist.Write(setting::MountType, std::to_string(static_cast<int>(ShownModel())));
     }
     if (form_.cbxController.ListIndex() >= 0) {
@@ -104,7 +111,7 @@ void SetupMount::Take() {
         return;
     }
     if (!needs_.linkConnected()) {
-        needs_.mount.mountType = ShownModel();
+        needs_.mount.mountType = modelToUse_;
     }
     if (form_.cbxController.ListIndex() >= 0) {
         Use(ShownController());
@@ -112,7 +119,7 @@ void SetupMount::Take() {
 }
 
 void SetupMount::PutBack() {
-    needs_.mount.mountType = needs_.linkConnected() ? StoredModel() : modelBefore_;
+    needs_.mount.mountType = needs_.linkConnected() || IsCorrected() ? StoredModel() : modelBefore_;
     needs_.controller.ShowCustomSlewBounds();
     if (!MountHasTold()) {
         Use(controllerBefore_);

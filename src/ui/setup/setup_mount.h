@@ -22,6 +22,7 @@ public:
 
 private:
     bool MountHasTold() const;
+    bool IsCorrected() const;
     Mount_Type StoredModel() const;
     Mount_Type ShownModel() const;
     Controller_Type ShownController() const;
@@ -34,6 +35,7 @@ private:
     frmInitialSetup& form_;
     Mount_Type modelBefore_{};
     Mount_Type storedModelBefore_{};
+    Mount_Type modelToUse_{};  ///< once stored
     Controller_Type controllerBefore_{};
     std::uint32_t appliedHere_ = 0;  ///< how often a controller had been applied after the last choice in the window
     bool looked_ = false;            ///< a controller was chosen in the window, and may have changed the rates

@@ -54,6 +54,7 @@ struct SetupNeeds {
                        std::string_view latitude)>
         setMountLongLat = {};
 
+    std::function<void()> followAlwaysOnTop = {};  ///< puts the windows above others, or not, as the setting says
     std::function<void()> showQuaySettings = {};
     std::function<std::string()> newerVersion = {};  ///< empty while none is known
     std::function<void()> startLogZipper = {};

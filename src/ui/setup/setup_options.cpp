@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "catalogue/vocabulary.h"
+#include "ui/colours.h"
 #include "ui/fixed_lists.h"
 
 namespace kestrane {
@@ -125,6 +126,7 @@ void SetupOptions::ResetToDefaults() {
     form_.cbxParkTo.ListIndex(0);
     form_.cbxUnparkFrom.ListIndex(0);
     form_.txtConnectTimeout.Text("1");
+    Paint(form_.txtConnectTimeout, kNormalColours);
 }
 
 }  // namespace kestrane
