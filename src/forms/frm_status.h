@@ -52,7 +52,7 @@ public:
     Label lblCenteringRate{*this, "lblCenteringRate"};
     Label lblSlewRate{*this, "lblSlewRate"};
     Label lblPECState{*this, "lblPECState"};
-    Label lblPEMState{*this, "lblPEMState"};
+    Label lblPEMState{*this, "lblPEMState"};           ///< Intentional: nobody fills it
     Label lblCommErrors{*this, "lblCommErrors", "0"};  ///< the sum of all error counters
     Button cmdStopAll{*this, "cmdStopAll", "Stop All", Pressing::Stops};
     CheckBox chkKeepOn{*this, "chkKeepOn", "Keep On"};

@@ -29,6 +29,11 @@ void Accept(Form& form, const ComboBox& box, bool& accepted, std::int16_t& index
     }
 }
 
+/// The driver's own object counts too, once there is one.
+std::string Clients(std::int16_t objects) {
+    return std::to_string(std::max(0, objects - 1));
+}
+
 void WireYesOrNo(Form& form, Button& yes, Button& no, bool& answer) {
     yes.OnClick([&form, &answer] {
         answer = answer || form.Visible();  // a press that comes too late answers nothing
@@ -275,8 +280,8 @@ bool QuestionWindows::AskCloseDriver() {
         return false;
     }
     form.UserPressedOK = false;
-    form.lblMessage.Text("Clients connected: " + std::to_string(needs_.state.g_nScopeObjects - 1) +
-                         " of the telescope, " + std::to_string(needs_.state.g_nFocuserObjects - 1) +
+    form.lblMessage.Text("Clients connected: " + Clients(needs_.state.g_nScopeObjects) + " of the telescope, " +
+                         Clients(needs_.state.g_nFocuserObjects) +
                          " of the focuser. They lose the mount when the driver is closed. Close it?");
     return AskYesOrNo(form, form.UserPressedOK);
 }

@@ -32,6 +32,9 @@ void ShellIcon::HideAndAddShellIcon() {
 
 void ShellIcon::AddIcon() {
     frmHandBox& handBox = needs_.handBox;
+    if (!handBox.Loaded()) {
+        return;
+    }
     handBox.inTray = handBox.inTray || needs_.icon.Add();
     handBox.tmrMinimize.Interval(handBox.inTray ? kNever : kAddAgainMs);
 }

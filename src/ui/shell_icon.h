@@ -25,7 +25,8 @@ class ShellIcon final {
 public:
     explicit ShellIcon(ShellIconNeeds needs);
 
-    /// Hides the hand box. An icon that cannot be added is tried again each second.
+    /// Hides the hand box behind an icon. An icon that cannot be added is tried again each second. Nothing once the
+    /// hand box was unloaded for good.
     void HideAndAddShellIcon();
     /// Tells the tray of the icon again. One that has gone is put back in a second.
     void CheckShellIcon();

@@ -33,7 +33,10 @@ frmStatus::Corner CornerBesideTray(const TrayIcon::Place& place, std::int32_t wi
 
 Tray::Tray(TrayNeeds needs) : needs_(std::move(needs)), handBox_(needs_.windows.handBox) {
     needs_.icon.OnMessage([this](std::int32_t message) { OnIconMessage(message); });
-    handBox_.lblClients.OnDblClick([this] { AskUserCloseDriver(); });
+    needs_.panel.OnAction(ButtonAction::OpenSetup, needs_.openSetup);
+    needs_.panel.OnAction(ButtonAction::OpenFocuserSetup, needs_.openFocuserSetup);
+    needs_.panel.OnAction(ButtonAction::CloseDriver, [this] { AskUserCloseDriver(); });
+    handBox_.lblClients.OnDblClick([this] { needs_.panel.Press(ButtonAction::CloseDriver); });
     WireMenu();
     WireOptions();
 }
@@ -106,28 +109,41 @@ bool Tray::AnyModalDialogIsOpen() {
     });
 }
 
+/// A chosen entry closes the menu.
+void Tray::OnEntry(Menu& entry, std::function<void()> run) {
+    entry.OnClick([this, run = std::move(run)] {
+        handBox_.mPopupSys.Visible(false);
+        run();
+    });
+}
+
 void Tray::WireMenu() {
-    handBox_.mPopRestore.OnClick([this] {
+    OnEntry(handBox_.mPopRestore, [this] {
         Restore();
         handBox_.ToFront();
     });
-    handBox_.mPopPark.OnClick([this] {
+    OnEntry(handBox_.mPopPark, [this] {
         Restore();
         handBox_.btnPark.FireClick();
     });
-    handBox_.mPopUnpark.OnClick([this] {
+    OnEntry(handBox_.mPopUnpark, [this] {
         Restore();
         handBox_.btnUNPARK.FireClick();
     });
-    handBox_.mPopInitializeMount.OnClick([this] {
+    OnEntry(handBox_.mPopInitializeMount, [this] {
         Restore();
         handBox_.btnInitNow.FireClick();
     });
-    handBox_.mPopEnableTracking.OnClick([this] { SetTracking(true); });
-    handBox_.mPopDisableTracking.OnClick([this] { SetTracking(false); });
-    handBox_.mPopExit.OnClick([this] { AskUserCloseDriver(); });
-    handBox_.mPopSetup.OnClick([this] { needs_.ask(needs_.openSetup); });
-    handBox_.mPopFocuser.OnClick([this] { needs_.ask(needs_.openFocuserSetup); });
+    OnEntry(handBox_.mPopEnableTracking, [this] { SetTracking(true); });
+    OnEntry(handBox_.mPopDisableTracking, [this] { SetTracking(false); });
+    const std::pair<Menu*, ButtonAction> asking[] = {
+        {&handBox_.mPopExit, ButtonAction::CloseDriver},
+        {&handBox_.mPopSetup, ButtonAction::OpenSetup},
+        {&handBox_.mPopFocuser, ButtonAction::OpenFocuserSetup},
+    };
+    for (const auto& [entry, action] : asking) {
+        OnEntry(*entry, [this, pressed = action] { needs_.panel.Press(pressed); });
+    }
     const std::pair<Menu*, const std::function<void()>*> opened[] = {
         {&handBox_.mPopupLogZipper, &needs_.openLogZipper},
         {&handBox_.mPopTimerUtility, &needs_.openTimer},
@@ -136,7 +152,7 @@ void Tray::WireMenu() {
         {&handBox_.mPopHelp, &needs_.openHelp},
     };
     for (const auto& [entry, open] : opened) {
-        entry->OnClick([run = open] {
+        OnEntry(*entry, [run = open] {
             if (*run) {
                 (*run)();
             }
@@ -145,14 +161,14 @@ void Tray::WireMenu() {
 }
 
 void Tray::WireOptions() {
-    handBox_.mPopShowLogWindow.OnClick([this] { needs_.showLogWindow(!handBox_.mPopShowLogWindow.Checked()); });
-    handBox_.mPopTopmost.OnClick([this] {
+    OnEntry(handBox_.mPopShowLogWindow, [this] { needs_.showLogWindow(!handBox_.mPopShowLogWindow.Checked()); });
+    OnEntry(handBox_.mPopTopmost, [this] {
         handBox_.mPopTopmost.Checked(!handBox_.mPopTopmost.Checked());
         needs_.persist.Write(setting::mPopTopmost, ZeroOrOne(handBox_.mPopTopmost.Checked()));
     });
-    handBox_.mPopupShowStatusAlways.OnClick([this] { ChoosePopup(PopupShowStatus::Always); });
-    handBox_.mPopupShowStatusWhenDriverHidden.OnClick([this] { ChoosePopup(PopupShowStatus::WhenDriverHidden); });
-    handBox_.mPopupShowStatusNever.OnClick([this] { ChoosePopup(PopupShowStatus::Never); });
+    OnEntry(handBox_.mPopupShowStatusAlways, [this] { ChoosePopup(PopupShowStatus::Always); });
+    OnEntry(handBox_.mPopupShowStatusWhenDriverHidden, [this] { ChoosePopup(PopupShowStatus::WhenDriverHidden); });
+    OnEntry(handBox_.mPopupShowStatusNever, [this] { ChoosePopup(PopupShowStatus::Never); });
 }
 
 PopupShowStatus Tray::Popup() {
@@ -187,12 +203,10 @@ void Tray::SetTracking(bool on) {
 }
 
 void Tray::AskUserCloseDriver() {
-    needs_.ask([this] {
-        if (needs_.questions.AskCloseDriver()) {
-            needs_.log.LogMessage("Driver", LogLevel::Info, "User closed driver with connections open...");
-            needs_.shutDown();
-        }
-    });
+    if (needs_.questions.AskCloseDriver()) {
+        needs_.log.LogMessage("Driver", LogLevel::Info, "User closed driver with connections open...");
+        needs_.shutDown();
+    }
 }
 
 }  // namespace kestrane

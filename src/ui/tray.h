@@ -10,6 +10,7 @@
 #include "platform/tray_icon.h"
 #include "settings/persist.h"
 #include "telescope/telescope.h"
+#include "ui/hand_box/hand_box_panel.h"
 #include "ui/shell_icon.h"
 #include "ui/status_window.h"
 
@@ -27,10 +28,10 @@ struct TrayNeeds {
     ShellIcon& shellIcon;
     StatusWindow& statusWindow;
     Questions& questions;
-    std::function<Telescope*()> telescope;           ///< the driver's own object; null while there is none
-    std::function<void(std::function<void()>)> ask;  ///< runs as a long call of its own what asks a person
-    std::function<void(bool show)> showLogWindow;    ///< ticks its entry of the menu too
-    std::function<void()> openSetup, openFocuserSetup;
+    HandBoxPanel& panel;
+    std::function<Telescope*()> telescope;              ///< the driver's own object; null while there is none
+    std::function<void(bool show)> showLogWindow;       ///< ticks its entry of the menu too
+    std::function<void()> openSetup, openFocuserSetup;  ///< return when a person has closed the window
     std::function<void()> openLogZipper, openTimer, openJog, openPolarAlignment, openHelp;
     std::function<void()> shutDown;  ///< stops what runs, closes link and windows, ends the process
 };
@@ -44,10 +45,11 @@ public:
     void OnIconMessage(std::int32_t message);
     /// Ticks the entries of the menu that are settings. For the load of the hand box.
     void ShowOptions();
-    /// Asks a person whether to end the process with its clients, and ends it.
-    void AskUserCloseDriver();
 
 private:
+    /// Asks a person whether to end the process with its clients, and ends it.
+    void AskUserCloseDriver();
+    void OnEntry(Menu& entry, std::function<void()> run);
     void WireMenu();
     void WireOptions();
     void ChoosePopup(PopupShowStatus value);

@@ -178,6 +178,19 @@ TEST_F(TrayTest, EndOfTheProcess_DeletesTheIcon_AndSaysSo) {
     EXPECT_TRUE(LoggedAs("Driver", 0, "Driver closing..."));
 }
 
+TEST_F(TrayTest, EndOfTheProcess_DeletesTheIcon_AlsoWhileTheHandBoxIsShown) {
+    HandBox().Show();
+    driver->connections.ShutdownDriver();
+    EXPECT_EQ(Calls(), Texts{"delete fails"}) << "asked for all the same";
+}
+
+TEST_F(TrayTest, AfterTheEnd_NoIconIsAdded) {
+    driver->connections.ShutdownDriver();
+    Calls().clear();
+    driver->shellIcon.HideAndAddShellIcon();
+    EXPECT_EQ(Calls(), Texts{});
+}
+
 struct TopmostRow {
     const char* ticked;
     bool visible;
@@ -392,6 +405,47 @@ TEST_F(TrayTest, SetupEntries_OpenTheirWindows_EachAsALongCallOfItsOwn) {
     }
 }
 
+TEST_F(TrayTest, EntriesThatAskAPerson_WaitForTheEndOfAMoveAheadOfAPark) {
+    struct Row {
+        const char* name;
+        std::function<void()> choose;
+        Form* form;
+    };
+    for (const Row& row :
+         {Row{"setup", [&] { HandBox().mPopSetup.FireClick(); }, &driver->initialSetup},
+          Row{"focuser", [&] { HandBox().mPopFocuser.FireClick(); }, &driver->setupFocuser},
+          Row{"exit", [&] { HandBox().mPopExit.FireClick(); }, &driver->windows.askUserCloseDriver},
+          Row{"clients", [&] { HandBox().lblClients.FireDblClick(); }, &driver->windows.askUserCloseDriver}}) {
+        SCOPED_TRACE(row.name);
+        driver->InternalInstance();
+        Onlooker view;
+        row.form->Attach(view);
+        driver->state.g_bSlewingEast = true;
+        row.choose();
+        machine.AdvanceTime(2'000);
+        EXPECT_FALSE(row.form->Visible());
+        driver->state.g_bSlewingEast = false;
+        bool opened = false;
+        InASecond([&] {
+            opened = row.form->Visible();
+            row.form->Hide();
+        });
+        machine.AdvanceTime(3'000);
+        EXPECT_TRUE(opened);
+        row.form->Detach(view);
+    }
+}
+
+TEST_F(TrayTest, ChosenEntry_ClosesTheMenu) {
+    for (Menu* const entry : {&HandBox().mPopRestore, &HandBox().mPopTopmost, &HandBox().mPopupShowStatusNever,
+                              &HandBox().mPopDisableTracking}) {
+        Tell(kRightUp);
+        ASSERT_TRUE(HandBox().mPopupSys.Visible());
+        entry->FireClick();
+        EXPECT_FALSE(HandBox().mPopupSys.Visible()) << entry->Name();
+    }
+}
+
 TEST_F(TrayTest, TrackingEntries_WriteTheTracking) {
     const TelescopeObject telescope = ConnectedTelescope();
     HandBox().mPopDisableTracking.FireClick();
@@ -520,6 +574,22 @@ TEST_F(TrayTest, CloseOfTheDriver_GoesByItsSteps) {
     EXPECT_EQ(machine.processes.ends, 1);
     driver->windows.askUserCloseDriver.Detach(view);
     driver->state.g_nScopeObjects = 9;
+}
+
+TEST_F(TrayTest, CloseOfTheDriver_TellsOfNoClients_WhereThereIsNoObjectAtAll) {
+    driver->state.g_nScopeObjects = 0;
+    driver->state.g_nFocuserObjects = 0;
+    Onlooker view;
+    std::string text;
+    driver->windows.askUserCloseDriver.Attach(view);
+    InASecond([&] {
+        text = driver->windows.askUserCloseDriver.lblMessage.Text();
+        driver->windows.askUserCloseDriver.btnCancel.FireClick();
+    });
+    HandBox().mPopExit.FireClick();
+    machine.AdvanceTime(3'000);
+    EXPECT_TRUE(text.starts_with("Clients connected: 0 of the telescope, 0 of the focuser.")) << text;
+    driver->windows.askUserCloseDriver.Detach(view);
 }
 
 TEST_F(TrayTest, CloseOfTheDriver_ThatIsCancelled_DoesNothing) {

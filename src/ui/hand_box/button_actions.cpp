@@ -51,6 +51,9 @@ constexpr bool AsksAPerson(ButtonAction action) {
         case ButtonAction::WarnOfPark1:
         case ButtonAction::GotoRaDec:
         case ButtonAction::GotoAltAz:
+        case ButtonAction::OpenSetup:
+        case ButtonAction::OpenFocuserSetup:
+        case ButtonAction::CloseDriver:
             return true;
         default:
             return false;

@@ -46,6 +46,9 @@ enum class ButtonAction : std::int32_t {
     RateLunar = 32,
     RateSolar = 33,
     RateCustom = 34,
+    OpenSetup = 35,  ///< this one and the next two are entries of the menu in the tray
+    OpenFocuserSetup = 36,
+    CloseDriver = 37,
     Count
 };
 
