@@ -104,7 +104,8 @@ RequestHandlerNeeds ObjectServer::Inside::HandlerNeeds() {
                 });
             },
             needs_.repeatTime,
-            [this](http::ConnectionId id, const std::string& holder) { http_.SetHolder(id, holder); }};
+            [this](http::ConnectionId id, const std::string& holder) { http_.SetHolder(id, holder); },
+            needs_.refused};
 }
 
 std::vector<http::Branch> ObjectServer::Inside::Branches() {

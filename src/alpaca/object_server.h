@@ -33,6 +33,8 @@ struct ObjectServerNeeds {
     std::vector<std::string> hostNames;  ///< names of this machine that requests may use beside its own, in lower case
     /// Whether a view shows the windows: it keeps a process that has not had a client yet. Empty: none does.
     std::function<bool()> viewIsOpen = {};
+    /// A call was answered by an error; on the logic thread. Empty: nobody wants to know.
+    std::function<void(std::string_view member, const std::string& why)> refused = {};
     /// Further ones. Whoever answers them must outlive the server, and may give an answer on any thread.
     std::vector<http::Branch> branches = {};
 };

@@ -194,6 +194,9 @@ http::Answer RequestHandler::RunCall(const DeviceCall& call) {
         return ValueAnswer(call.ids,
                            needs_.objects.Call(call.request.key, call.connection, route.name, run, route.kind));
     } catch (const DriverError& error) {
+        if (needs_.refused) {
+            needs_.refused(route.name, error.Message());
+        }
         return ErrorAnswer(call.ids, AlpacaErrorNumber(error.Number()), error.Message());
     } catch (const std::exception& error) {
         return http::RefusalAnswer(500, std::string("The driver failed: ") + error.what());

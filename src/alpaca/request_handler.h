@@ -36,6 +36,8 @@ struct RequestHandlerNeeds {
     std::chrono::milliseconds repeatTime{60'000};
     /// Says to whom a connection belongs.
     std::function<void(http::ConnectionId, const std::string& holder)> setHolder;
+    /// A call was answered by an error; on the logic thread. Empty: nobody wants to know.
+    std::function<void(std::string_view member, const std::string& why)> refused = {};
 };
 
 /// Between HTTP and the driver: checks each request, answers what needs no device, and posts device calls to the

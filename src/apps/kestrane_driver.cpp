@@ -137,6 +137,13 @@ void SayGoodbye(web::MirroredPages& pages, Clock& clock) {
     }
 }
 
+/// A person who is not at the program that asked wants to hear of it.
+void NoteRefused(Driver& driver, std::string_view member, const std::string& why) {
+    if (member.starts_with("SlewTo") || member == "Park") {
+        driver.sky.NoteRefused(member, why);
+    }
+}
+
 void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, const alpaca::ServerSockets& sockets) {
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
@@ -161,6 +168,7 @@ void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, c
             .limits = limits,
             .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
             .viewIsOpen = [&pages] { return pages.AnyIsOpen(); },
+            .refused = [&driver](std::string_view member, const std::string& why) { NoteRefused(driver, member, why); },
             .branches = pages.Branches(),
         },
         sockets);

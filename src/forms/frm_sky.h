@@ -39,6 +39,7 @@ public:
     Label lblMeridianMinutes{*this, "lblMeridianMinutes"};  ///< until the tube's place in the sky crosses the meridian
     Label lblHorizonMinutes{*this, "lblHorizonMinutes"};    ///< until it sets
     Label lblEpoch{*this, "lblEpoch"};
+    Label lblRefused{*this, "lblRefused"};  ///< the last slew or park that was refused, its number before it
 
     RichTextBox rtbJournal{*this, "rtbJournal"};  ///< where the tube pointed and what guided it; see `NightJournal`
 

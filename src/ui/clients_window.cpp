@@ -49,6 +49,13 @@ void ClientsWindow::SetList(ClientList* list) {
     list_ = list;
 }
 
+bool ClientsWindow::HoldsTelescope(std::string_view address, std::uint32_t number) const {
+    const std::vector<ListedClient> clients = list_ == nullptr ? std::vector<ListedClient>() : list_->Clients();
+    return std::ranges::any_of(clients, [&](const ListedClient& client) {
+        return client.connectedSince && client.name == ListedClientName{std::string(address), number, "Telescope"};
+    });
+}
+
 void ClientsWindow::Open() {
     Show();
     needs_.form.Show();

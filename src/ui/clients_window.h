@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "forms/frm_clients.h"
@@ -22,6 +24,8 @@ public:
 
     /// Who serves the clients; null: nobody does. It must outlive its place here.
     void SetList(ClientList* list);
+    /// Whether a program at that address, with that number, holds the telescope connected.
+    bool HoldsTelescope(std::string_view address, std::uint32_t number) const;
 
 private:
     void Open();

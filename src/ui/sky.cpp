@@ -80,6 +80,11 @@ void Sky::Compute() {
     ShowSun();
 }
 
+void Sky::NoteRefused(std::string_view what, std::string_view why) {
+    ++refusals_;
+    needs_.form.lblRefused.Text(std::to_string(refusals_) + " " + std::string(what) + ": " + std::string(why));
+}
+
 std::string_view Sky::StateWord() const {
     const DriverState& state = needs_.state;
     if (!needs_.linkConnected()) {
@@ -106,7 +111,8 @@ std::string_view Sky::StateWord() const {
 void Sky::ShowNothing() {
     wholeWay_ = 0;
     for (Control* control : needs_.form.Controls()) {
-        if (control->Kind() == ControlKind::Label && control != &needs_.form.lblState) {
+        const bool staysTrue = control == &needs_.form.lblState || control == &needs_.form.lblRefused;
+        if (control->Kind() == ControlKind::Label && !staysTrue) {
             static_cast<Label*>(control)->Text("");
         }
     }
@@ -116,7 +122,7 @@ void Sky::ShowPosition() {
     const DriverState& state = needs_.state;
     frmSky& form = needs_.form;
     Show(form.lblLatitude, state.g_dSiteLatitude, "0.0000");
-    Show(form.lblSiderealHours, NormalizeHours(state.g_dRa + state.g_dHourAngle), "0.00000");
+    Show(form.lblSiderealHours, SiderealHours(), "0.00000");
     Show(form.lblRaHours, state.g_dRa, "0.00000");
     Show(form.lblDec, state.g_dDec, "0.0000");
     Show(form.lblHourAngleHours, state.g_dHourAngle, "0.00000");
@@ -125,36 +131,46 @@ void Sky::ShowPosition() {
     form.lblEpoch.Text("of date");  // the mount's coordinates are of the equinox of today
 }
 
-bool Sky::IsUnderWay() const {
-    const DriverState& state = needs_.state;
-    const bool known = state.g_bTargetIsRaDec ? state.g_bTargetRaSet && state.g_bTargetDecSet
-                                              : state.g_bTargetAltSet && state.g_bTargetAzSet;
-    return known && !state.g_bParking && (state.g_bSlewing || state.g_bSafeSlewPending);
+double Sky::SiderealHours() const {
+    return NormalizeHours(needs_.state.g_dRa + needs_.state.g_dHourAngle);
 }
 
-/// Where the slew under way ends, in both systems, at this moment.
-Sky::Place Sky::Target() const {
-    const DriverState& state = needs_.state;
-    const double siderealHours = NormalizeHours(state.g_dRa + state.g_dHourAngle);
-    Place place;
-    if (state.g_bTargetIsRaDec) {
-        place.raHours = state.g_dTargetRa;
-        place.dec = state.g_dTargetDec;
-        RaDecToAltAz(state.g_dSiteLatitude, siderealHours, place.raHours, place.dec, place.alt, place.az);
-        return place;
-    }
-    place.alt = state.g_dTargetAlt;
-    place.az = state.g_dTargetAz;
+/// A place that does not turn with the sky, in both systems, at this moment.
+Sky::Place Sky::PlaceAt(Horizontal horizontal) const {
+    Place place{.alt = horizontal.alt, .az = horizontal.az};
     double hourAngle = 0;
-    AltAzToHaDec(state.g_dSiteLatitude, place.alt, place.az, hourAngle, place.dec);
-    place.raHours = NormalizeHours(siderealHours - hourAngle / kDegreesPerHour);
+    AltAzToHaDec(needs_.state.g_dSiteLatitude, place.alt, place.az, hourAngle, place.dec);
+    place.raHours = NormalizeHours(SiderealHours() - hourAngle / kDegreesPerHour);
+    return place;
+}
+
+/// Where the slew or park under way ends; nothing where it is not known, or nothing is under way.
+std::optional<Sky::Place> Sky::Target() const {
+    const DriverState& state = needs_.state;
+    if (state.g_bParking) {
+        const std::optional<Horizontal> park = ParkPlace(state.g_nParkStarted);
+        return park ? std::optional(PlaceAt(*park)) : std::nullopt;
+    }
+    if (!state.g_bSlewing && !state.g_bSafeSlewPending) {
+        return std::nullopt;
+    }
+    if (!state.g_bTargetIsRaDec) {
+        const bool known = state.g_bTargetAltSet && state.g_bTargetAzSet;
+        return known ? std::optional(PlaceAt({state.g_dTargetAlt, state.g_dTargetAz})) : std::nullopt;
+    }
+    if (!state.g_bTargetRaSet || !state.g_bTargetDecSet) {
+        return std::nullopt;
+    }
+    Place place{.raHours = state.g_dTargetRa, .dec = state.g_dTargetDec};
+    RaDecToAltAz(state.g_dSiteLatitude, SiderealHours(), place.raHours, place.dec, place.alt, place.az);
     return place;
 }
 
 /// The longest distance that was seen counts as the whole way: a slew in two legs goes farther than its target first.
 void Sky::ShowTarget() {
     frmSky& form = needs_.form;
-    if (!IsUnderWay()) {
+    const std::optional<Place> target = Target();
+    if (!target) {
         wholeWay_ = 0;
         for (Label* label : {&form.lblTargetRaHours, &form.lblTargetDec, &form.lblTargetAlt, &form.lblTargetAz,
                              &form.lblProgress, &form.lblDistance}) {
@@ -162,13 +178,12 @@ void Sky::ShowTarget() {
         }
         return;
     }
-    const Place target = Target();
-    Show(form.lblTargetRaHours, target.raHours, "0.00000");
-    Show(form.lblTargetDec, target.dec, "0.0000");
-    Show(form.lblTargetAlt, target.alt, "0.000");
-    Show(form.lblTargetAz, target.az, "0.000");
+    Show(form.lblTargetRaHours, target->raHours, "0.00000");
+    Show(form.lblTargetDec, target->dec, "0.0000");
+    Show(form.lblTargetAlt, target->alt, "0.000");
+    Show(form.lblTargetAz, target->az, "0.000");
     const DriverState& state = needs_.state;
-    const double left = AngularDistance(state.g_dRa, state.g_dDec, target.raHours, target.dec);
+    const double left = AngularDistance(state.g_dRa, state.g_dDec, target->raHours, target->dec);
     wholeWay_ = std::max(wholeWay_, left);
     const double done = wholeWay_ < kArrived ? 1.0 : 1.0 - left / wholeWay_;
     Show(form.lblDistance, left, "0.0");
@@ -191,19 +206,27 @@ void Sky::ShowTimes() {
 
 /// By what the hand box shows: the settings file need not be read twice a second. A park at the current position goes
 /// nowhere.
+std::optional<Sky::Horizontal> Sky::ParkPlace(std::int16_t index) const {
+    const frmHandBox& handBox = needs_.handBox;
+    if (index == park_index::User) {
+        return Horizontal{Val_Global(handBox.txtUserParkAlt.Text(), needs_.log),
+                          Val_Global(handBox.txtUserParkAz.Text(), needs_.log)};
+    }
+    if (index < park_index::FirstFixed || index > park_index::LastFixed) {
+        return std::nullopt;
+    }
+    const double latitude = needs_.state.g_dSiteLatitude;
+    const FixedPlace& place = FixedParkPlace(index);
+    const bool atPole = place.altitude.empty();
+    return Horizontal{atPole ? std::abs(latitude) : ProtocolDegrees(place.altitude, needs_.log),
+                      ProtocolDegrees(place.Azimuth(latitude), needs_.log)};
+}
+
 void Sky::ShowParkPlace() {
     frmSky& form = needs_.form;
-    const frmHandBox& handBox = needs_.handBox;
-    const auto index = static_cast<std::int16_t>(handBox.cbxParkTo.ListIndex());
-    if (index == park_index::User) {
-        Show(form.lblParkAlt, Val_Global(handBox.txtUserParkAlt.Text(), needs_.log), "0.000");
-        Show(form.lblParkAz, Val_Global(handBox.txtUserParkAz.Text(), needs_.log), "0.000");
-    } else if (index >= park_index::FirstFixed && index <= park_index::LastFixed) {
-        const double latitude = needs_.state.g_dSiteLatitude;
-        const FixedPlace& place = FixedParkPlace(index);
-        const bool atPole = place.altitude.empty();
-        Show(form.lblParkAlt, atPole ? std::abs(latitude) : ProtocolDegrees(place.altitude, needs_.log), "0.000");
-        Show(form.lblParkAz, ProtocolDegrees(place.Azimuth(latitude), needs_.log), "0.000");
+    if (const auto place = ParkPlace(static_cast<std::int16_t>(needs_.handBox.cbxParkTo.ListIndex()))) {
+        Show(form.lblParkAlt, place->alt, "0.000");
+        Show(form.lblParkAz, place->az, "0.000");
     } else {
         form.lblParkAlt.Text("");
         form.lblParkAz.Text("");
@@ -215,8 +238,7 @@ void Sky::ShowSun() {
     const Astronomy::Equatorial sun = needs_.astronomy.Sun();
     double altitude = 0;
     double azimuth = 0;
-    RaDecToAltAz(state.g_dSiteLatitude, NormalizeHours(state.g_dRa + state.g_dHourAngle), sun.raHours, sun.dec,
-                 altitude, azimuth);
+    RaDecToAltAz(state.g_dSiteLatitude, SiderealHours(), sun.raHours, sun.dec, altitude, azimuth);
     Show(needs_.form.lblSunAlt, altitude, "0.0");
     Show(needs_.form.lblSunAz, azimuth, "0.0");
 }

@@ -28,7 +28,14 @@ class Sky final {
 public:
     explicit Sky(SkyNeeds needs);
 
+    /// A slew or park that a client asked for was refused; `what` is the member.
+    void NoteRefused(std::string_view what, std::string_view why);
+
 private:
+    struct Horizontal {
+        double alt = 0;
+        double az = 0;
+    };
     struct Place {
         double raHours = 0;
         double dec = 0;
@@ -45,10 +52,13 @@ private:
     void ShowParkPlace();
     void ShowSun();
     std::string_view StateWord() const;
-    bool IsUnderWay() const;
-    Place Target() const;
+    std::optional<Horizontal> ParkPlace(std::int16_t index) const;
+    std::optional<Place> Target() const;
+    Place PlaceAt(Horizontal place) const;
+    double SiderealHours() const;
 
     SkyNeeds needs_;
+    std::uint32_t refusals_ = 0;
     double wholeWay_ = 0;  ///< degrees, of the slew or park under way; 0: none
 };
 

@@ -67,6 +67,16 @@ TEST_F(ClientsWindowTest, ShowsARowForEachObject) {
     EXPECT_FALSE(form.btnRelease.Enabled()) << "none is selected";
 }
 
+TEST_F(ClientsWindowTest, KnowsWhoHoldsTheTelescopeConnected) {
+    list.clients.push_back({{"192.0.2.9", 3, "Telescope"}, {}, DateTime{2026, 11, 23, 0, 0, 0}, ""});
+    EXPECT_TRUE(window.HoldsTelescope("192.0.2.7", 1));
+    EXPECT_FALSE(window.HoldsTelescope("192.0.2.7", 2));
+    EXPECT_FALSE(window.HoldsTelescope("192.0.2.8", 2)) << "a focuser";
+    EXPECT_FALSE(window.HoldsTelescope("192.0.2.9", 3)) << "not connected";
+    window.SetList(nullptr);
+    EXPECT_FALSE(window.HoldsTelescope("192.0.2.7", 1));
+}
+
 TEST_F(ClientsWindowTest, WithoutClients_SaysSo) {
     list.clients.clear();
     Open();

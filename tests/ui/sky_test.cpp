@@ -115,6 +115,48 @@ TEST_F(SkyTest, ParkPlace_IsTheOneOfTheList) {
     }
 }
 
+TEST_F(SkyTest, Park_IsDrawnWithItsPlace_AndTheWayThatIsLeft) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    driver->handBox.txtUserParkAlt.Text("50");
+    driver->handBox.txtUserParkAz.Text("120");
+    machine.AdvanceTime(3'000);
+    telescope->ParkMount(6);
+    machine.AdvanceTime(2'000);
+    ASSERT_EQ(Form().lblState.Text(), "Parking");
+    EXPECT_NEAR(Number(Form().lblTargetAlt), 50.0, 0.01);
+    EXPECT_NEAR(Number(Form().lblTargetAz), 120.0, 0.01);
+    const double whole = Number(Form().lblDistance);
+    EXPECT_GT(whole, 10.0);
+    double left = whole;
+    double progress = 0.0;
+    for (int i = 0; i < 200 && !telescope->AtPark(); ++i) {
+        left = Number(Form().lblDistance);
+        progress = Number(Form().lblProgress);
+        machine.AdvanceTime(500);
+    }
+    EXPECT_TRUE(telescope->AtPark());
+    EXPECT_LT(left, whole);
+    EXPECT_GT(progress, 30.0);
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(Form().lblDistance.Text(), "");
+    EXPECT_EQ(Form().lblTargetAlt.Text(), "");
+}
+
+TEST_F(SkyTest, ParkAtTheCurrentPosition_HasNoWay) {
+    const TelescopeObject telescope = ConnectedTelescope();
+    machine.AdvanceTime(3'000);
+    telescope->ParkMount(0);
+    machine.AdvanceTime(700);
+    EXPECT_EQ(Form().lblDistance.Text(), "");
+}
+
+TEST_F(SkyTest, RefusedSlews_AreNumbered_AndStayWithoutALink) {
+    driver->sky.NoteRefused("SlewToCoordinates", "Parked");
+    driver->sky.NoteRefused("SlewToCoordinates", "Parked");
+    machine.AdvanceTime(1'000);
+    EXPECT_EQ(Form().lblRefused.Text(), "2 SlewToCoordinates: Parked");
+}
+
 TEST_F(SkyTest, Sun_IsWhereItStandsAtTheSite) {
     const TelescopeObject telescope = ConnectedTelescope();
     machine.AdvanceTime(3'000);
