@@ -190,7 +190,10 @@ int RunProgram(bool hasArguments) {
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
-    web::MirroredPages pages(NeedsOfPages(platform, *driver), PageDoors());
+    web::MirroredPages pages(NeedsOfPages(platform, *driver), PageDoors(),
+                             [&driver](const std::string& address, std::uint32_t number) {
+                                 return driver->clientsWindow.HoldsTelescope(address, number);
+                             });
     // A stop is the only call that gets into everything that waits, but not into the read of an exchange. Nothing of it
     // runs once `Serve` is over.
     endSignals.Watch([&platform, &driver, &pages] {

@@ -30,7 +30,7 @@ private:
     bool open_ = true;
 };
 
-MirroredPages::MirroredPages(mirror::MirrorNeeds needs, Doors doors)
+MirroredPages::MirroredPages(mirror::MirrorNeeds needs, Doors doors, HoldsTelescope holdsTelescope)
     : pump_(needs.pump),
       mirror_(std::move(needs)),
       web_({
@@ -41,6 +41,7 @@ MirroredPages::MirroredPages(mirror::MirrorNeeds needs, Doors doors)
           .closed = [this](ViewId id) { OnClosed(id); },
           .tick = [this] { mirror_.Tick(); },
           .stop = [this](std::function<void()> done) { mirror_.Stop(std::move(done)); },
+          .holdsTelescope = std::move(holdsTelescope),
       }) {
     static_assert(WebView::kTickMs == mirror::Mirror::kBatchMs);
 }

@@ -14,7 +14,7 @@ namespace kestrane::web {
 /// its branches. Logic thread only.
 class MirroredPages final {
 public:
-    MirroredPages(mirror::MirrorNeeds needs, Doors doors);
+    MirroredPages(mirror::MirrorNeeds needs, Doors doors, HoldsTelescope holdsTelescope);
     MirroredPages(const MirroredPages&) = delete;
     MirroredPages& operator=(const MirroredPages&) = delete;
 

@@ -1,7 +1,10 @@
 #include "views/web/web_view.h"
 
+#include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <chrono>
+#include <optional>
 #include <utility>
 
 #include "views/web/page_answers.h"
@@ -11,6 +14,17 @@ namespace {
 
 constexpr std::string_view kSocketPath = "/view";
 constexpr std::string_view kStopPath = "/view/stop";
+constexpr std::string_view kClientPath = "/view/client";
+/// Nothing for what is no number of a client.
+std::optional<std::uint32_t> ClientIdIn(std::string_view query) {
+    constexpr std::string_view kName = "ClientID=";
+    std::uint32_t number = 0;
+    const std::string_view text = query.substr(std::min(query.size(), kName.size()));
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isWhole = error == std::errc() && end == text.data() + text.size();
+    return query.starts_with(kName) && isWhole ? std::optional(number) : std::nullopt;
+}
+
 /// A short message costs more than its bytes while it waits.
 constexpr std::size_t kCostOfAMessage = 256;
 
@@ -35,6 +49,10 @@ std::vector<http::Branch> WebView::Branches() {
                         .handle = [this](const http::Request& request,
                                          const http::AnswerFunction& answer) { AnswerStop(request, answer); },
                         .isUrgent = true});
+    branches.push_back({.path = std::string(kClientPath),
+                        .handle = [this](const http::Request& request, const http::AnswerFunction& answer) {
+                            AnswerClient(request, answer);
+                        }});
     return branches;
 }
 
@@ -70,6 +88,21 @@ void WebView::AnswerStop(const http::Request& request, const http::AnswerFunctio
     } else {
         needs_.pump.Post(CallKind::Read, [this, answer] {
             needs_.stop([answer] { answer({200, "text/plain; charset=utf-8", "Stopped.\n"}); });
+        });
+    }
+}
+
+/// `Connected` tells every client whether the link is open, and not who holds it.
+void WebView::AnswerClient(const http::Request& request, const http::AnswerFunction& answer) {
+    const std::optional<std::uint32_t> number = ClientIdIn(request.query);
+    if (const http::Answer refusal = Admit(request); refusal.status != 200) {
+        answer(refusal);
+    } else if (request.verb != http::Verb::Get || request.path != kClientPath || !number) {
+        answer(http::RefusalAnswer(400, "To ask is a GET request with a ClientID."));
+    } else {
+        needs_.pump.Post(CallKind::Read, [this, address = request.remoteAddress, client = *number, answer] {
+            const bool holds = needs_.holdsTelescope && needs_.holdsTelescope(address, client);
+            answer({200, "application/json", holds ? R"({"holds":true})" : R"({"holds":false})"});
         });
     }
 }

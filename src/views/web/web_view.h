@@ -20,6 +20,9 @@ namespace kestrane::web {
 /// One page that is open, unique in the life of the process; from 1 up.
 using ViewId = std::uint64_t;
 
+/// Whether the program at that IP address with that ClientID holds the telescope connected.
+using HoldsTelescope = std::function<bool(const std::string& address, std::uint32_t number)>;
+
 /// The functions run on the logic thread as `CallKind::Read`: also while the driver waits for the mount, so that a stop
 /// in a message is seen at once. What is more than a look at a message they post again, with the kind that it needs.
 struct WebViewNeeds {
@@ -31,11 +34,14 @@ struct WebViewNeeds {
     std::function<void()> tick = {};                    ///< each `WebView::kTickMs`, for each open view
     /// Stops all that moves; `done` is to be called once, when that has been done.
     std::function<void(std::function<void()> done)> stop = {};
+    HoldsTelescope holdsTelescope = {};
 };
 
 /// The hand box in a browser: the files of the page, a `WebSocket` at "/view" for each page that is open, and a PUT at
-/// "/view/stop", by which a page stops all that moves when its socket is dead. It decides who may do so, and carries
-/// messages without looking into them. It answers a stop on the logic thread. Must outlive the server of its branches.
+/// "/view/stop", by which a page stops all that moves when its socket is dead. A GET of "/view/client?ClientID=" tells
+/// a page that is a client too whether it holds the telescope connected: {"holds": true}. It decides who may do so, and
+/// carries messages without looking into them. It answers both on the logic thread. Must outlive the server of its
+/// branches.
 class WebView {
 public:
     /// Bytes of a view's messages that may wait for the logic thread; who goes beyond them is closed.
@@ -65,6 +71,7 @@ private:
     http::Answer Admit(const http::Request& request) const;
     http::Answer AnswerTo(const http::Request& request);
     void AnswerStop(const http::Request& request, const http::AnswerFunction& answer);
+    void AnswerClient(const http::Request& request, const http::AnswerFunction& answer);
     http::Answer OpenView(May may);
     void OnOpened(ViewId view, May may, const std::shared_ptr<http::WebSocket>& socket);
     void OnReceived(ViewId view, const std::shared_ptr<Link>& link, std::string text);

@@ -39,6 +39,12 @@ protected:
                      const std::string& method = "GET", const std::string& ifNoneMatch = "") {
         MakeView(doors);
         http::Answer got;
+        Ask(got, target, address, method, ifNoneMatch);
+        return got;
+    }
+    /// The same, also for an answer that comes from the logic thread.
+    void Ask(http::Answer& got, const std::string& target, const char* address = kHere,
+             const std::string& method = "GET", const std::string& ifNoneMatch = "") {
         http::Dispatch(view->Branches(), {"127.0.0.1", 11111, {}},
                        {.method = method,
                         .target = target,
@@ -49,7 +55,7 @@ protected:
                         .remoteAddress = address,
                         .ifNoneMatch = ifNoneMatch},
                        [&got](const http::Answer& answer) { got = answer; });
-        return got;
+        pump.AdvanceTime(0);
     }
 
     OpenedSocket Open(Doors doors = Doors::Local, const char* address = kHere) {
@@ -76,7 +82,9 @@ protected:
                     [this](std::function<void()> done) {
                         heard.emplace_back("stop");
                         stopped = std::move(done);
-                    }});
+                    },
+                .holdsTelescope = [](const std::string& address,
+                                     std::uint32_t number) { return address == kHere && number == 7; }});
         }
     }
 
@@ -111,6 +119,30 @@ TEST_F(WebViewTest, ServesPageAndSocketToThoseWhomTheDoorsLetIn) {
         EXPECT_EQ(socket.status, row.status == 200 ? 101 : row.status);
         EXPECT_EQ(socket.webSocket != nullptr, row.status == 200);
     }
+}
+
+TEST_F(WebViewTest, PageThatIsAClient_IsToldWhetherItHoldsTheTelescope) {
+    struct Row {
+        const char* target;
+        int status;
+        const char* body;
+    };
+    for (const Row& row :
+         {Row{"/view/client?ClientID=7", 200, R"({"holds":true})"},
+          Row{"/view/client?ClientID=8", 200, R"({"holds":false})"}, Row{"/view/client?ClientID=", 400, ""},
+          Row{"/view/client?ClientID=7x", 400, ""}, Row{"/view/client?ClientID=-7", 400, ""},
+          Row{"/view/client?ClientID=4294967296", 400, ""}, Row{"/view/client", 400, ""},
+          Row{"/view/client?7", 400, ""}, Row{"/view/client/?ClientID=7", 400, ""}}) {
+        SCOPED_TRACE(row.target);
+        MakeView(Doors::Local);
+        http::Answer got;
+        Ask(got, row.target);
+        EXPECT_EQ(got.status, row.status);
+        if (row.status == 200) {
+            EXPECT_EQ(got.body, row.body);
+        }
+    }
+    EXPECT_EQ(Ask(Doors::Local, "/view/client?ClientID=7", kElsewhere).status, 403);
 }
 
 TEST_F(WebViewTest, TellsWhoIsKeptOutHowToGetIn) {
