@@ -217,6 +217,8 @@ public:
     const std::string& Name() const { return name_; }
     ControlKind Kind() const { return kind_; }
     const ControlValues& Values() const { return values_; }
+    /// Whether anybody listens to it.
+    bool Hears(ControlEvent event) const { return static_cast<bool>(handlers_[static_cast<std::size_t>(event)]); }
     Form& Parent() const { return form_; }
 
 protected:

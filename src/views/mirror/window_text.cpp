@@ -98,6 +98,15 @@ std::string MembersJson(const Form& form, const Control* control, std::span<cons
     return json;
 }
 
+/// What a press of a text or a picture is for; empty where it is only looked at.
+std::string_view ActsOn(const Control& control) {
+    const bool isPressed = control.Kind() == ControlKind::Label || control.Kind() == ControlKind::PictureBox;
+    if (isPressed && control.Hears(ControlEvent::Click)) {
+        return "click";
+    }
+    return isPressed && control.Hears(ControlEvent::DblClick) ? "dblclick" : "";
+}
+
 std::string ControlJson(const Control& control) {
     const ControlKind kind = control.Kind();
     std::string json = "{" + Member("name", JsonOf(control.Name())) + "," + Member("kind", JsonOf(KindName(kind))) +
@@ -107,6 +116,9 @@ std::string ControlJson(const Control& control) {
     }
     if (kind == ControlKind::Button) {
         json += "," + Member("press", JsonOf(PressName(static_cast<const Button&>(control).Pressing())));
+    }
+    if (const std::string_view acts = ActsOn(control); !acts.empty()) {
+        json += "," + Member("acts", JsonOf(acts));
     }
     return json + "}";
 }

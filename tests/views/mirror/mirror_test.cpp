@@ -117,6 +117,7 @@ std::string Refused(std::string_view why) {
 
 TEST_F(MirrorTest, NewView_GetsAWelcomeAndASnapshotOfTheOpenWindows) {
     HandBox().lblRA.Text("12:34:56");
+    HandBox().lblLST.Text("7:00:00");
     driver->windows.park1Warning.Show();
     id = Open();
     const Texts got = view->Take();
@@ -124,7 +125,8 @@ TEST_F(MirrorTest, NewView_GetsAWelcomeAndASnapshotOfTheOpenWindows) {
     EXPECT_EQ(got[0], R"({"type":"welcome","protocol":1,"version":"1.2","process":"p","may":"all"})");
     EXPECT_TRUE(got[1].starts_with(R"({"type":"snapshot","forms":[{"name":"frmHandBox","opening":0,"caption":)"));
     EXPECT_TRUE(Has(got[1], R"({"name":"lblRA","kind":"Label","enabled":true,"visible":true,"look":"normal","tip":)"));
-    EXPECT_TRUE(Has(got[1], R"("text":"12:34:56"})"));
+    EXPECT_TRUE(Has(got[1], R"("text":"12:34:56","acts":"click"})")) << "it changes its form by a click";
+    EXPECT_TRUE(Has(got[1], R"("text":"7:00:00"})")) << "only looked at";
     EXPECT_TRUE(Has(got[1], R"({"name":"frmPark1Warning",)"));
     EXPECT_FALSE(Has(got[1], "frmInitialSetup")) << "it is not open";
     EXPECT_FALSE(Has(got[1], "tmrQueryRaDecAltAz")) << "timers are nobody's business";
