@@ -1,11 +1,13 @@
 // Buttons that act while they are held. Whatever takes the hand, the page or the eye away ends the hold.
 
-let release;
+let current; // the hold: its button, and the mirror that tells of it
 
 /** Ends the hold, if there is one. */
 export function letGo() {
-    release?.();
-    release = undefined;
+    const hold = current;
+    current = undefined;
+    hold?.node.classList.remove('held');
+    hold?.mirror.release();
 }
 
 for (const event of ['blur', 'pagehide']) addEventListener(event, letGo);
@@ -15,12 +17,11 @@ document.addEventListener('pointerdown', (event) => event.isPrimary || letGo(), 
 function begin(node, form, name, mirror) {
     letGo();
     if (node.disabled) return;
+    const hold = { node, mirror };
+    current = hold;
     node.classList.add('held');
-    release = () => {
-        node.classList.remove('held');
-        mirror.release();
-    };
-    mirror.hold(form.report('hold', { control: name })).then((heard) => heard || node.classList.remove('held'));
+    // A refusal that comes late means this hold, and not the one that is down by now.
+    mirror.hold(form.report('hold', { control: name })).then((heard) => heard || current !== hold || letGo());
 }
 
 export function holdButton(node, form, name, mirror) {
@@ -30,13 +31,13 @@ export function holdButton(node, form, name, mirror) {
         begin(node, form, name, mirror);
     });
     // The button that was pressed before loses the focus to the one that is pressed now, which it must not let go of.
-    const letGoOfThis = () => node.classList.contains('held') && letGo();
+    const letGoOfThis = () => current?.node === node && letGo();
     for (const end of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur']) node.addEventListener(end, letGoOfThis);
     node.addEventListener('contextmenu', (event) => event.preventDefault());
     node.addEventListener('keydown', (event) => {
         if (event.key === 'Enter' && !event.repeat) begin(node, form, name, mirror);
     });
-    addEventListener('keyup', (event) => event.key === 'Enter' && letGo());
+    node.addEventListener('keyup', (event) => event.key === 'Enter' && letGoOfThis());
 }
 
 const kCells = { ArrowUp: 1, ArrowLeft: 3, ArrowRight: 5, ArrowDown: 7 };
