@@ -2,12 +2,12 @@
 
 const kProtocol = 1;
 const kAnswerMs = 1000;
-const kSocketMs = 250; // of them for the socket alone
 const kAfterClientsMs = 2000;
+const kFirstPauseMs = 1000;
 const kLongestPauseMs = 30000;
+const kGoodLifeMs = 30000; // a socket that lived so long was no failed try
+const kConnectMs = 5000;
 const kSilenceMs = 2000; // beats come four times a second
-
-const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
 
 export class Mirror {
     /** `on` has the functions open, closed, snapshot, changes, lines, released, refused. */
@@ -18,7 +18,8 @@ export class Mirror {
         this.lastHold = 0;
         this.held = 0;
         this.waiting = new Map();
-        this.pause = 1000;
+        this.pause = kFirstPauseMs;
+        this.timer = undefined; // for the next try, or for the end of this one
         this.endedBy = '';
         this.may = 'all';
         this.process = '';
@@ -26,15 +27,22 @@ export class Mirror {
         setInterval(() => this.watch(), 500);
         document.addEventListener('visibilitychange', () => {
             this.watch();
-            if (!document.hidden && !this.socket && this.endedBy !== 'person') this.open();
+            if (!this.socket) this.openAgain();
         });
+    }
+
+    /** A hidden page does not, and a page that a person or another version of the driver has ended waits for a person. */
+    openAgain() {
+        if (!document.hidden && this.endedBy !== 'person' && this.endedBy !== 'version') this.open();
     }
 
     open() {
         if (this.socket) return;
+        clearTimeout(this.timer);
         const socket = new WebSocket(`${location.protocol === 'https:' ? 'wss' : 'ws'}://${location.host}/view`);
         this.socket = socket;
-        this.heardAt = performance.now();
+        this.heardAt = this.openedAt = performance.now();
+        this.timer = setTimeout(() => this.isOpen || this.giveUp(socket), kConnectMs);
         socket.onmessage = (event) => {
             if (socket !== this.socket) return;
             this.heardAt = performance.now();
@@ -46,7 +54,10 @@ export class Mirror {
     /** A device that slept, or lost its network, keeps a dead socket for minutes; what it showed last is not the truth. */
     watch() {
         if (!this.isOpen || document.hidden || performance.now() - this.heardAt < kSilenceMs) return;
-        const { socket } = this;
+        this.giveUp(this.socket);
+    }
+
+    giveUp(socket) {
         this.lost(socket);
         socket.close();
     }
@@ -61,10 +72,12 @@ export class Mirror {
         this.held = 0;
         for (const answer of [...this.waiting.values()]) answer(false, 'The driver is not there.');
         this.on.closed(this.endedBy);
-        if (document.hidden || this.endedBy === 'person' || this.endedBy === 'version') return;
+        if (performance.now() - this.openedAt > kGoodLifeMs) this.pause = kFirstPauseMs;
         const pause = this.endedBy === 'clients' ? kAfterClientsMs : this.pause;
-        this.pause = Math.min(this.pause * 2, kLongestPauseMs);
-        setTimeout(() => !document.hidden && this.open(), pause);
+        if (this.endedBy === 'clients') this.endedBy = '';
+        else this.pause = Math.min(this.pause * 2, kLongestPauseMs);
+        clearTimeout(this.timer);
+        this.timer = setTimeout(() => this.openAgain(), pause);
     }
 
     take(message) {
@@ -79,7 +92,6 @@ export class Mirror {
                 this.may = message.may;
                 this.process = message.process;
                 this.endedBy = '';
-                this.pause = 1000;
                 this.on.open(message);
                 break;
             case 'beat':
@@ -147,12 +159,11 @@ export class Mirror {
         this.held = 0;
     }
 
-    /** By the socket; where that does not answer at once, also as a request beside it. Tells whether it was heard. */
+    /** By the socket and as a request beside it: whichever comes first stops. Tells whether either was heard. */
     async stop() {
         this.release();
         const bySocket = this.report({ do: 'stop' }).then(({ heard }) => heard);
-        if (await Promise.race([bySocket, pause(kSocketMs)])) return true;
-        const signal = AbortSignal.timeout(kAnswerMs - kSocketMs);
+        const signal = AbortSignal.timeout(kAnswerMs);
         const byRequest = fetch('/view/stop', { method: 'PUT', signal }).then(({ ok }) => ok, () => false);
         return Promise.any([bySocket, byRequest].map(async (heard) => (await heard) || Promise.reject())).catch(() => false);
     }
