@@ -4,6 +4,7 @@ import { kept } from './kept.js';
 
 const kWays = { banner: 'Banner', sound: 'Sound', notification: 'Notification' };
 const kBannerMs = 60000;
+const kGone = new Set(['No link', 'Not connected']);
 const kEnds = {
     Slewing: () => 'The slew has ended.',
     Parking: (now) => (now === 'Parked' ? 'The mount is parked.' : 'The park has ended; the mount is not parked.'),
@@ -47,9 +48,12 @@ export class Alerts {
         this.last = now;
         if (last && now !== last) {
             if (now === 'No link') this.tell('The mount does not answer.', true);
-            else if (last === 'No link') this.tell('The mount answers again.');
-            else if (kEnds[last] && now !== 'Parking' && now !== 'Slewing') this.tell(kEnds[last](now));
+            else if (last === 'No link' && !kGone.has(now)) this.tell('The mount answers again.');
+            else if (kEnds[last] && !kGone.has(now) && now !== 'Parking' && now !== 'Slewing') this.tell(kEnds[last](now));
         }
+        const refused = sky.lblRefused ?? '';
+        if (refused && this.refused !== undefined && refused !== this.refused) this.tell(`Refused: ${refused.replace(/^\d+ /, '')}`);
+        this.refused = refused;
         for (const [name, words] of Object.entries(kCounts)) {
             const count = Number.parseInt(handBox.text(name), 10) || 0;
             if (count > (this.counts[name] ?? count)) this.tell(words, true);
@@ -59,8 +63,9 @@ export class Alerts {
 
     tell(words, grave = false) {
         if (this.on.banner) this.showBanner(words, grave);
-        if (this.on.sound) beep(grave);
-        if (this.on.notification && globalThis.Notification?.permission === 'granted') new Notification(document.title, { body: words });
+        // Some browsers have no sound for a page, and some let it notify by other ways only.
+        if (this.on.sound) attempt(() => beep(grave));
+        if (this.on.notification && globalThis.Notification?.permission === 'granted') attempt(() => new Notification(document.title, { body: words }));
     }
 
     showBanner(words, grave) {
@@ -76,6 +81,14 @@ export class Alerts {
         this.banners.append(banner);
         while (this.banners.childElementCount > 4) this.banners.firstChild.remove();
         if (!grave) setTimeout(() => banner.remove(), kBannerMs);
+    }
+}
+
+function attempt(what) {
+    try {
+        what();
+    } catch (error) {
+        console.warn(error);
     }
 }
 

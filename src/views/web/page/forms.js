@@ -64,6 +64,20 @@ export class Form {
         this.act(bound, 'click');
     }
 
+    /** A text or a picture that does something is a button for the keyboard too. */
+    pressText(bound, deed) {
+        const { node } = bound;
+        node.tabIndex = 0;
+        node.setAttribute('role', 'button');
+        node.classList.add('pressed');
+        node.addEventListener(deed, () => this.act(bound, deed));
+        node.addEventListener('keydown', (event) => {
+            if (event.key !== 'Enter' && event.key !== ' ') return;
+            event.preventDefault();
+            if (!event.repeat) this.act(bound, deed);
+        });
+    }
+
     bind(bound, control) {
         const { node } = bound;
         bound.name = control.name;
@@ -78,8 +92,7 @@ export class Form {
                 break;
             case 'Label':
             case 'PictureBox':
-                node.addEventListener('click', () => this.mirror.report(this.report('click', { control: control.name })));
-                node.addEventListener('dblclick', () => this.act(bound, 'dblclick'));
+                if (control.acts) this.pressText(bound, control.acts);
                 break;
             case 'TextBox':
                 node.addEventListener('input', () => (bound.typing = true));
@@ -90,8 +103,11 @@ export class Form {
                 });
                 // What is pasted is whole: its parts go where they belong at once.
                 if ('pairs' in node.dataset) node.addEventListener('paste', () => setTimeout(() => node.dispatchEvent(new Event('change'))));
+                // What was typed and taken back is no change, of which the browser tells before.
                 node.addEventListener('blur', () => {
-                    if (bound.typing && node.value === bound.text) bound.typing = false;
+                    if (!bound.typing) return;
+                    bound.typing = false;
+                    node.value = bound.text;
                 });
                 break;
             case 'CheckBox':

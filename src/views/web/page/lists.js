@@ -16,6 +16,34 @@ function placeFor(key, index, count) {
     return to === undefined || count === 0 ? -1 : Math.max(0, Math.min(count - 1, to));
 }
 
+/** As many entries as there are to be; those that stay are the same, so that a press of one is not lost on the way. */
+function fit(node, count) {
+    while (node.childElementCount > count) node.lastChild.remove();
+    while (node.childElementCount < count) {
+        const option = document.createElement('div');
+        option.setAttribute('role', 'option');
+        node.append(option);
+    }
+    return [...node.children];
+}
+
+const placeOf = (node, event) => [...node.children].indexOf(event.target.closest('[role=option]'));
+const write = (node, text) => node.textContent === text || (node.textContent = text);
+
+/** Opens to where there is more room: between the top of the window or dialog, and its STOP. */
+function makeRoom(button, options) {
+    const dialog = button.closest('dialog');
+    const top = (dialog ?? document.querySelector('header')).getBoundingClientRect()[dialog ? 'top' : 'bottom'];
+    const end = (dialog?.querySelector('.stopButton') ?? document.getElementById('stop')).getBoundingClientRect().top;
+    const place = button.getBoundingClientRect();
+    const [above, below] = [place.top - top, end - place.bottom];
+    options.style.maxHeight = '';
+    const wanted = options.getBoundingClientRect().height;
+    const up = below < wanted && above > below;
+    options.classList.toggle('up', up);
+    options.style.maxHeight = `${Math.max(88, Math.min(wanted, (up ? above : below) - 4))}px`;
+}
+
 /** A list of which one entry is chosen. */
 export function makeList(node, chosen) {
     const button = document.createElement('button');
@@ -36,19 +64,13 @@ export function makeList(node, chosen) {
     let marked = -1;
 
     const draw = () => {
-        button.textContent = texts[index] ?? '–';
-        options.replaceChildren(
-            ...texts.map((text, i) => {
-                const option = document.createElement('div');
-                option.setAttribute('role', 'option');
-                option.setAttribute('aria-selected', i === index);
-                option.id = `${options.id}-${i}`;
-                option.textContent = text;
-                option.classList.toggle('marked', i === marked);
-                option.addEventListener('click', () => choose(i));
-                return option;
-            }),
-        );
+        write(button, texts[index] ?? '–');
+        fit(options, texts.length).forEach((option, i) => {
+            option.setAttribute('aria-selected', i === index);
+            option.id = `${options.id}-${i}`;
+            write(option, texts[i]);
+            option.classList.toggle('marked', i === marked);
+        });
     };
     const mark = (i) => {
         marked = Math.max(0, Math.min(texts.length - 1, i));
@@ -66,6 +88,7 @@ export function makeList(node, chosen) {
         open = hide;
         options.hidden = false;
         button.setAttribute('aria-expanded', 'true');
+        makeRoom(button, options);
         mark(index);
     };
     const choose = (i) => {
@@ -73,6 +96,7 @@ export function makeList(node, chosen) {
         button.focus();
         if (i !== index) chosen(i);
     };
+    options.addEventListener('click', (event) => placeOf(options, event) >= 0 && choose(placeOf(options, event)));
     button.addEventListener('click', () => (options.hidden ? show() : hide()));
     button.addEventListener('keydown', (event) => {
         const to = placeFor(event.key, marked, texts.length);
@@ -105,21 +129,18 @@ export function makeTable(node, chosen, opened) {
     node.setAttribute('aria-label', node.dataset.label);
     node.tabIndex = 0;
     const draw = () =>
-        node.replaceChildren(
-            ...rows.map((row, i) => {
-                const line = document.createElement('div');
-                line.setAttribute('role', 'option');
-                line.setAttribute('aria-selected', i === index);
-                for (const cell of row.split('\t')) {
-                    const column = document.createElement('span');
-                    column.textContent = cell;
-                    line.append(column);
-                }
-                line.addEventListener('click', () => enabled && chosen(i));
-                line.addEventListener('dblclick', () => enabled && opened());
-                return line;
-            }),
-        );
+        fit(node, rows.length).forEach((line, i) => {
+            line.setAttribute('aria-selected', i === index);
+            const cells = rows[i].split('\t');
+            while (line.childElementCount > cells.length) line.lastChild.remove();
+            while (line.childElementCount < cells.length) line.append(document.createElement('span'));
+            cells.forEach((cell, column) => write(line.children[column], cell));
+        });
+    node.addEventListener('click', (event) => {
+        const place = placeOf(node, event);
+        if (enabled && place >= 0) chosen(place);
+    });
+    node.addEventListener('dblclick', (event) => enabled && placeOf(node, event) >= 0 && opened());
     node.addEventListener('keydown', (event) => {
         const to = placeFor(event.key, index, rows.length);
         if (to >= 0) chosen(to);

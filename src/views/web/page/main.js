@@ -15,16 +15,21 @@ const kMoving = new Set(['Slewing', 'Parking', 'Moving']);
 const kShapes = { Slewing: '▶', Parking: '▶', Moving: '▶', Parked: '■', Tracking: '●', Standing: '○', 'No link': '✕', 'Not connected': '–' };
 
 const $ = (id) => document.getElementById(id);
+const tip = $('tip');
 const forms = new Map();
 const sky = {};
 
+/** The open dialogs, the newest last. */
+const stack = [];
+
 /** Under a modal dialog nothing else is seen or read out. */
+const placeInSight = (usual) => stack.findLast((dialog) => dialog.matches(':modal'))?.querySelector('.noticesHere') ?? usual;
+
 function notice(text) {
     const line = document.createElement('p');
     line.textContent = text;
     line.setAttribute('role', 'status');
-    const modal = [...document.querySelectorAll('dialog:modal')].at(-1);
-    (modal?.querySelector('.noticesHere') ?? $('notices')).append(line);
+    placeInSight($('notices')).append(line);
     setTimeout(() => line.remove(), 6000);
 }
 
@@ -53,6 +58,7 @@ const mirror = new Mirror({
     changes: ({ changes }) => {
         for (const [name, control, member, value] of changes) change(name, control, member, value);
         if (changes.some(([name]) => name === 'frmSky')) drawAll(); // what belongs together comes together
+        if (changes.some(([, control]) => control === 'lblClients')) ownClient.look();
     },
     lines: appendLines,
     released: letGo,
@@ -84,15 +90,26 @@ function openForm(form) {
 /** A window above a modal one can only be reached if it is modal too. */
 function bringUp(bound) {
     if (bound.dialog.open) bound.dialog.close();
+    unstack(bound.dialog);
+    stack.push(bound.dialog);
     bound.modal || document.querySelector('dialog:modal') ? bound.dialog.showModal() : bound.dialog.show();
+}
+
+function unstack(dialog) {
+    if (stack.includes(dialog)) stack.splice(stack.indexOf(dialog), 1);
 }
 
 function closeForm(name) {
     const bound = forms.get(name);
     if (!bound) return;
     bound.isOpen = false;
-    if (bound.dialog) bound.dialog.close();
-    else if (name !== 'frmHandBox') bound.root.hidden = true;
+    if (bound.dialog) {
+        unstack(bound.dialog);
+        hideTip();
+        bound.dialog.close();
+    } else if (name !== 'frmHandBox') {
+        bound.root.hidden = true;
+    }
 }
 
 function change(name, control, member, value) {
@@ -136,6 +153,7 @@ function drawAll() {
     drawSky($('dial'), sky);
     drawPier($('pier'), sky);
     tellTimes($('times'), sky);
+    for (const place of document.querySelectorAll('[data-epoch]')) if (place.textContent !== sky.lblEpoch) place.textContent = sky.lblEpoch ?? '';
     tellOtherTime($('otherTime'), sky, forms.get('frmHandBox').text('lblLstHA'));
     alerts.look(sky, forms.get('frmHandBox'));
     ownClient.offer(sky.lblState === 'Not connected' && mirror.isOpen && mirror.may === 'all');
@@ -168,6 +186,17 @@ function makeStop(button) {
     button.addEventListener('click', (event) => event.detail === 0 && stop()); // by the keyboard
 }
 
+/** Without a dialog Escape closes the menu, or the panel that has the focus. */
+function closeByKey(event) {
+    const panel = event.target.closest?.('#panels .window');
+    if (!$('menu').hidden) {
+        toggleMenu(false);
+        $('menuButton').focus();
+    } else if (panel) {
+        forms.get(panel.dataset.form).close();
+    }
+}
+
 const moves = () => kMoving.has(sky.lblState);
 const swallow = (event) => (event.preventDefault(), event.stopPropagation());
 let stoppingKey = ''; // as long as it is down it is STOP, and nothing else once the mount stands
@@ -181,6 +210,10 @@ addEventListener(
             swallow(event);
             stoppingKey = event.key;
             if (!event.repeat) stop();
+        } else if (event.key === 'Enter' && event.repeat && event.target.closest?.('button, [role=button]')) {
+            swallow(event); // it was meant for what was there before
+        } else if (event.key === 'Escape' && !stack.length) {
+            closeByKey(event);
         }
     },
     true,
@@ -300,11 +333,21 @@ $('full').addEventListener('click', async () => {
     await document.documentElement.requestFullscreen();
     await navigator.keyboard?.lock?.(['Escape']); // where that can be had, it stops here too
 });
-document.addEventListener('pointerover', ({ target }) => {
-    const tip = target.closest?.('[data-tip]')?.dataset.tip;
-    $('tip').hidden = !tip;
-    $('tip').textContent = tip ?? '';
-});
+function hideTip() {
+    tip.hidden = true;
+}
+
+/** For the pointer and for the keyboard. */
+function showTip({ target }) {
+    const text = target.closest?.('[data-tip]')?.dataset.tip;
+    if (!text) return hideTip();
+    const place = placeInSight(document.body);
+    if (tip.parentElement !== place) place.append(tip);
+    tip.textContent = text;
+    tip.hidden = false;
+}
+
+for (const event of ['pointerover', 'focusin']) document.addEventListener(event, showTip);
 wearTheme();
 await makeForms();
 mirror.open();

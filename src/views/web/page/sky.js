@@ -72,14 +72,17 @@ export function drawSky(figure, sky) {
     svg.replaceChildren(...parts);
 }
 
-/** Seen from the south in the north, from the north in the south: the tube turns as the hour angle does. */
+/** Seen from behind, against the pole: east is right in the north, and left in the south. */
 export function drawPier(figure, sky) {
     const side = sky.lblPierSide;
     const weight = number(sky.lblCounterweight);
     const svg = svgOf(figure, side ? `The tube is ${side.toLowerCase()} of the pier, the counterweight ${weight > 0 ? 'up' : 'down'}` : 'The side of the pier is not known');
+    const isSouth = number(sky.lblLatitude) < 0;
+    const ends = isSouth ? ['E', 'W'] : ['W', 'E'];
     const parts = [element('path', { d: 'M-12 90v-60h24v60z', class: 'column' }), element('line', { x1: -60, y1: 90, x2: 60, y2: 90, class: 'horizon' })];
+    ends.forEach((text, i) => parts.push(element('text', { x: i ? 74 : -74, y: 94, 'text-anchor': 'middle', class: 'point' }, text)));
     if (side && weight !== undefined) {
-        const away = side === 'East' ? 1 : -1;
+        const away = (side === 'East') === isSouth ? 1 : -1; // to which side the counterweight is
         const tilt = radians(weight);
         const x = away * Math.cos(tilt);
         const y = -Math.sin(tilt);
@@ -120,7 +123,6 @@ export function tellTimes(list, sky) {
     const rows = [
         ['To the meridian', time(number(sky.lblMeridianMinutes))],
         ['To the horizon', time(number(sky.lblHorizonMinutes))],
-        ['Coordinates', sky.lblEpoch || '–'],
     ];
     list.replaceChildren(
         ...rows.flatMap(([name, value]) => {
