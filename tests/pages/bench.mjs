@@ -3,7 +3,7 @@
 // Times in the driver are those of its log, to the millisecond; the page is on the same machine.
 
 import { readFile, readdir, readlink } from 'node:fs/promises';
-import { openPage, startBrowser, waitForState } from './support/browser.mjs';
+import { isLive, openPage, startBrowser, waitForState } from './support/browser.mjs';
 import { System, pause } from './support/system.mjs';
 
 const kTimes = 60;
@@ -80,6 +80,13 @@ async function toTheWire(page) {
 console.log(`logic thread without a page: ${(await cost(20)).toFixed(1)} % of its time`);
 const page = await openPage(browser, system);
 await waitForState(page, 'Tracking');
+const paints = [];
+for (let i = 0; i < 20; i += 1) {
+    await page.reload();
+    await isLive(page);
+    paints.push(Math.round(await page.evaluate(() => performance.getEntriesByName('first-contentful-paint')[0].startTime)));
+}
+told('first paint', paints);
 console.log(`logic thread with 1: ${(await cost(20)).toFixed(1)} % of its time`);
 const other = await openPage(browser, system);
 for (const pages of [2, 20]) {

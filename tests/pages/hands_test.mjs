@@ -106,6 +106,89 @@ test('a hold ends when the window loses the focus', async () => {
     await page.mouse.up();
 });
 
+/** What takes the hand, the eye or the page away; each is told as the browser tells it. */
+const kEnds = {
+    'a hand that the system takes': (button) => button.dispatchEvent(new PointerEvent('pointercancel')),
+    'a capture that is lost': (button) => button.dispatchEvent(new PointerEvent('lostpointercapture')),
+    'a button that loses the focus': (button) => button.dispatchEvent(new FocusEvent('blur')),
+    'a window that loses the focus': () => dispatchEvent(new Event('blur')),
+    'a page that goes': () => dispatchEvent(new Event('pagehide')),
+    'a page that is hidden': () => {
+        Object.defineProperty(document, 'hidden', { value: true, configurable: true });
+        document.dispatchEvent(new Event('visibilitychange'));
+        delete document.hidden;
+    },
+    'a key of the system': () => dispatchEvent(new KeyboardEvent('keydown', { key: 'Meta' })),
+};
+for (const [name, end] of Object.entries(kEnds)) {
+    test(`${name} ends a hold`, async () => {
+        await page.evaluate(() => {
+            window.sent = [];
+            window.usualSend = WebSocket.prototype.send;
+            WebSocket.prototype.send = function (text) {
+                window.sent.push(JSON.parse(text));
+                window.usualSend.call(this, text);
+            };
+        });
+        await mouseDown();
+        await until(async () => (await page.locator('.held').count()) === 1, 'the button to be held');
+        await north().evaluate(end);
+        assert.equal(await page.locator('.held').count(), 0);
+        const sent = await page.evaluate(() => ((WebSocket.prototype.send = window.usualSend), window.sent));
+        const hold = sent.findLast((report) => report.do === 'hold');
+        assert.deepEqual(sent.filter((report) => report.do === 'release'), [{ do: 'release', hold: hold.hold }]);
+        await page.mouse.up();
+        await stands();
+    });
+}
+
+test('a gamepad moves the mount by its stick, and stops it by a button', async () => {
+    await page.evaluate(() => {
+        const buttons = Array.from({ length: 17 }, () => ({ pressed: false }));
+        window.pad = { axes: [0, 0], buttons };
+        navigator.getGamepads = () => [window.pad];
+        dispatchEvent(new Event('gamepadconnected'));
+    });
+    const tilt = (x, y) => page.evaluate((axes) => (window.pad.axes = axes), [x, y]);
+    await holdUntilItMoves(
+        () => tilt(0, -1),
+        () => tilt(0, 0),
+    );
+    assert.equal(await handBox(page, 'btnMove(1)').evaluate((button) => button.classList.contains('held')), true);
+    await tilt(0, 0);
+    await stands();
+    await slewAway();
+    await page.evaluate(() => (window.pad.buttons[1].pressed = true));
+    await standsStopped();
+    await page.evaluate(() => ((window.pad.buttons[1].pressed = false), dispatchEvent(new Event('gamepaddisconnected'))));
+    await page.evaluate(() => (navigator.getGamepads = () => []));
+});
+
+test('a refusal that comes late leaves the button that is held by then alone', async () => {
+    await page.evaluate(() => {
+        window.usualSend = WebSocket.prototype.send;
+        WebSocket.prototype.send = function (text) {
+            const report = JSON.parse(text);
+            if (report.do === 'hold' && !window.first) {
+                window.first = report.id; // this one is refused, when the next one is down
+                report.beat = 1;
+                setTimeout(() => window.usualSend.call(this, JSON.stringify(report)), 300);
+                return;
+            }
+            window.usualSend.call(this, text);
+        };
+    });
+    await mouseDown();
+    await page.mouse.up();
+    await mouseDown();
+    await pause(600);
+    assert.equal(await page.locator('.held').count(), 1);
+    await page.evaluate(() => (WebSocket.prototype.send = window.usualSend));
+    await page.mouse.up();
+    assert.equal(await page.locator('.held').count(), 0);
+    await stands();
+});
+
 test('a browser that is killed in a hold lets go', async () => {
     const other = await startBrowser();
     const held = await openPage(other, system);
