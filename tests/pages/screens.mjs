@@ -35,8 +35,12 @@ async function bookmark(page) {
 /** The whole page, with STOP at its edge as on a screen that is high enough. */
 async function wholePage(page, path) {
     const size = page.viewportSize();
-    const height = await page.evaluate(() => document.documentElement.scrollHeight);
-    await page.setViewportSize({ ...size, height: Math.max(size.height, height) });
+    for (let i = 0; i < 2; i += 1) { // what has just been unfolded may grow
+        await pause(300);
+        const height = await page.evaluate(() => document.documentElement.scrollHeight);
+        await page.setViewportSize({ ...size, height: Math.max(size.height, height) });
+    }
+    await page.evaluate(() => scrollTo(0, 0));
     await pause(300);
     await page.screenshot({ path });
     await page.setViewportSize(size);

@@ -48,10 +48,17 @@ async function untickRcal(page) {
     await handBox(page, 'chkUseRCAL').click();
 }
 
+/** It goes after three seconds, which a busy machine may need for the way to the box that keeps it. */
 async function openStatus(page) {
-    await page.locator('#menuButton').click();
-    await page.locator('#status').click();
-    await windowOf(page, 'frmStatus').locator('[data-control=chkKeepOn]').check();
+    for (let tries = 1; ; tries += 1) {
+        await page.locator('#menuButton').click();
+        await page.locator('#status').click();
+        try {
+            return await windowOf(page, 'frmStatus').locator('[data-control=chkKeepOn]').check({ timeout: 2500 });
+        } catch (error) {
+            if (tries === 4) throw error;
+        }
+    }
 }
 
 /** `open` and `after` get the page and the system; `under` is the window below, which is closed too. */
