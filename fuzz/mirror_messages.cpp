@@ -91,6 +91,7 @@ private:
                                        .heldButtons = heldButtons_,
                                        .stopAll = [] {},
                                        .passOnToIcon = [](std::int32_t) {},
+                                       .noteTray = [](const ScreenArea&, const ScreenArea&) {},
                                        .version = "1",
                                        .process = "1"}};
     std::shared_ptr<Page> page_ = std::make_shared<Page>();

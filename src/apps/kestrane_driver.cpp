@@ -121,6 +121,8 @@ mirror::MirrorNeeds NeedsOfPages(PosixPlatform& platform, Driver& driver) {
         .heldButtons = driver.heldButtons,
         .stopAll = [&driver] { driver.statusPanel.AskToStop(); },
         .passOnToIcon = [&platform](std::int32_t message) { platform.trayIcon.Tell(message); },
+        .noteTray = [&platform](const ScreenArea& tray,
+                                const ScreenArea& screen) { platform.trayIcon.NotePlace({tray, screen}); },
         .version = std::string(application::kDriverVersion),
         .process = std::to_string(getpid()) + "-" + std::to_string(platform.clock.GetTickCount().value),
     };

@@ -8,11 +8,11 @@ namespace kestrane {
 namespace {
 
 /// In the order of `Property`.
-constexpr std::array<std::string_view, 17> kPropertyNames{
+constexpr std::array<std::string_view, 18> kPropertyNames{
     "Text",    "Checked", "Enabled", "Visible",  "BackColour", "ForeColour", "ToolTip", "ListItems", "ListIndex",
-    "Minimum", "Maximum", "Value",   "Appended", "Loaded",     "Front",      "Stacked", "Modal",
+    "Minimum", "Maximum", "Value",   "Appended", "Loaded",     "Front",      "Stacked", "Modal",     "Placed",
 };
-static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Modal) + 1);
+static_assert(kPropertyNames.size() == static_cast<std::size_t>(Property::Placed) + 1);
 
 }  // namespace
 

@@ -5,9 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "platform/screen_area.h"
 
 namespace kestrane {
 
@@ -31,7 +35,7 @@ enum class ControlKind {
 };
 
 /// The properties that are announced. Those of a window itself are `Text` (its caption), `Visible`, `Loaded`, `Front`,
-/// `Stacked` and `Modal`.
+/// `Stacked`, `Modal` and `Placed`.
 enum class Property {
     Text,
     Checked,
@@ -50,6 +54,7 @@ enum class Property {
     Front,    ///< the window is to come in front of all others, if it is shown
     Stacked,  ///< the window is to be put in its place among others again: above all, or not
     Modal,    ///< somebody begins or ends to wait for the window
+    Placed,   ///< the window is to be shown at its place
 };
 
 /// The name of a property as outside programs use it: "Text", "BackColour".
@@ -82,6 +87,13 @@ struct ControlValues {
     std::int32_t minimum = 0;
     std::int32_t maximum = 0;
     std::int32_t value = 0;  ///< of a timer: its interval in milliseconds; of a button: its cell in a pad
+};
+
+/// The upper left corner of a window, in pixels from that of the screen.
+struct Corner {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    bool operator==(const Corner&) const = default;
 };
 
 /// A view attached to a window.
@@ -140,6 +152,20 @@ public:
         Announce("", Property::Stacked);
     }
 
+    /// Where the window is to be shown; nothing: where the view likes. Each write is announced, also of the same place.
+    const std::optional<Corner>& Place() const { return place_; }
+    void Place(std::optional<Corner> place) {
+        place_ = place;
+        Announce("", Property::Placed);
+    }
+    /// For views that have places: the window stands there now, by a person's hand or since it has opened.
+    void Moved(const ScreenArea& area) {
+        if (onMoved_) {
+            onMoved_(area);
+        }
+    }
+    void OnMoved(std::function<void(const ScreenArea&)> handler) { onMoved_ = std::move(handler); }
+
     /// Whether somebody waits for the window (`Modal`).
     bool IsModal() const { return modal_; }
     /// Whether the window is shown, or was answered and whoever waited has yet to read the answer: nobody else may ask
@@ -186,8 +212,10 @@ private:
     std::uint64_t openings_ = 0;
     bool alwaysOnTop_ = false;
     bool modal_ = false;
+    std::optional<Corner> place_;
     int fillings_ = 0;
     std::function<void()> onLoad_, onUnload_, onHide_;
+    std::function<void(const ScreenArea&)> onMoved_;
     std::vector<Control*> controls_;
     std::vector<FormView*> views_;
 };

@@ -29,12 +29,11 @@ public:
     std::int32_t pageIndex = 0;    ///< the shown page of the panel, 0 to 2
     bool expanded = false;         ///< the panel shows more than position and motion
 
-    /// The place of the window, in pixels from the top left corner of the screen. Set at load; from then on the view
-    /// that shows the window writes the place to which a person moved it.
+    /// The place of the window, in pixels from the top left corner of the screen. Set at load; from then on it is where
+    /// a person has moved the window to.
     std::int32_t left = 0;
     std::int32_t top = 0;
-    bool restorePosition = false;  ///< the view places the window at `left` and `top` when it first shows it
-    bool savePosition = false;     ///< set by the view after a move, with `tmrSavePos`, which then saves the place
+    bool savePosition = false;  ///< the window was moved; `tmrSavePos` then saves the place
 
     // --- header
     Label lblMain{*this, "lblMain", "Kestrane V2"};

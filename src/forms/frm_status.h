@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "forms/controls.h"
@@ -21,15 +20,9 @@ private:
 public:
     explicit frmStatus(MessagePump& pump) : Form("frmStatus", Title()), pump_(pump) {}
 
-    /// The size of the window in pixels, which the view that shows it writes, and the place where it is to be shown,
-    /// once the edge of the screen with the tray is known.
+    /// The size of the window in pixels, as the last view with places has reported it.
     std::int32_t width = 260;
     std::int32_t height = 320;
-    struct Corner {
-        std::int32_t left = 0;
-        std::int32_t top = 0;
-    };
-    std::optional<Corner> place;
 
     Label lblComPortValue{*this, "lblComPortValue"};  ///< the port field
     Label lblFirmware{*this, "lblFirmware"};

@@ -4,15 +4,9 @@
 #include <functional>
 #include <optional>
 
-namespace kestrane {
+#include "platform/screen_area.h"
 
-/// Pixels from the top left corner of the screen; `right` and `bottom` are the first ones outside.
-struct ScreenArea {
-    std::int32_t left = 0;
-    std::int32_t top = 0;
-    std::int32_t right = 0;
-    std::int32_t bottom = 0;
-};
+namespace kestrane {
 
 /// The one icon of the driver in the system tray. Logic thread only. Raises nothing.
 class TrayIcon {

@@ -12,6 +12,10 @@ constexpr std::string_view kParked = "Parked";
 StatusWindow::StatusWindow(StatusWindowNeeds needs) : needs_(std::move(needs)) {
     needs_.form.tmrDisappear.OnTick([this] { HideForm(); });
     needs_.form.cmdStopAll.OnClick([this] { AskToStop(); });
+    needs_.form.OnMoved([this](const ScreenArea& area) {
+        needs_.form.width = area.right - area.left;
+        needs_.form.height = area.bottom - area.top;
+    });
 }
 
 void StatusWindow::StartTimer() {

@@ -17,7 +17,7 @@ constexpr std::int32_t kRightUp = 517;
 
 /// Beside the tray, in the corner of the screen where its icons are. The edge with the tray is the one that it reaches
 /// over the whole length of.
-frmStatus::Corner CornerBesideTray(const TrayIcon::Place& place, std::int32_t width, std::int32_t height) {
+Corner CornerBesideTray(const TrayIcon::Place& place, std::int32_t width, std::int32_t height) {
     const ScreenArea& tray = place.tray;
     const ScreenArea& screen = place.screen;
     const bool isUpright = tray.bottom - tray.top > tray.right - tray.left;
@@ -75,7 +75,7 @@ void Tray::OnPointerOver() {
 void Tray::PlaceStatusWindow() {
     frmStatus& status = needs_.windows.statusWindow;
     const auto place = needs_.icon.Where();
-    status.place = place ? std::optional(CornerBesideTray(*place, status.width, status.height)) : std::nullopt;
+    status.Place(place ? std::optional(CornerBesideTray(*place, status.width, status.height)) : std::nullopt);
 }
 
 /// The menu is shown anew also where a view has not told that it was closed.

@@ -361,7 +361,7 @@ TEST_F(Controls, View_MayDetachAnotherWhileItIsTold) {
 
 TEST_F(Controls, PropertyName_NamesEachPropertyDifferently) {
     std::set<std::string_view> names;
-    for (int property = 0; property <= static_cast<int>(Property::Stacked); ++property) {
+    for (int property = 0; property <= static_cast<int>(Property::Placed); ++property) {
         EXPECT_TRUE(names.insert(PropertyName(static_cast<Property>(property))).second) << property;
     }
     EXPECT_EQ(PropertyName(Property::Text), "Text");

@@ -296,7 +296,7 @@ TEST_F(HandBoxSettings, Load_TellsItsSettingsAndSetsUpTheWindow) {
     Start();
     HandBox().EnsureLoaded();
     EXPECT_TRUE(LoggedAs("Load", 0, "OnTop=0,RestorePosition=1,Left = -7, Top = 120"));
-    EXPECT_TRUE(HandBox().restorePosition);
+    EXPECT_EQ(HandBox().Place(), (Corner{-7, 120}));
     EXPECT_EQ(HandBox().top, 120);
     EXPECT_EQ(HandBox().left, -7);
     EXPECT_FALSE(HandBox().AlwaysOnTop());
@@ -310,7 +310,7 @@ TEST_F(HandBoxSettings, Load_OfAPlainUserHidesWhatIsNotForHim) {
     Start();
     HandBox().EnsureLoaded();
     EXPECT_TRUE(Logged("OnTop=1,RestorePosition=0,Left = 0, Top = 0"));
-    EXPECT_FALSE(HandBox().restorePosition);
+    EXPECT_FALSE(HandBox().Place());
     EXPECT_FALSE(HandBox().btnInitNow.Visible());
     EXPECT_FALSE(HandBox().lblAdministrator.Visible());
 }
@@ -320,11 +320,11 @@ TEST_F(HandBoxSettings, SavePosition_StoresAMoveOnceAndThenRests) {
     HandBox().EnsureLoaded();
     machine.AdvanceTime(50);
     EXPECT_FALSE(HandBox().tmrSavePos.Enabled());
-    HandBox().top = 33;
-    HandBox().left = 44;
-    HandBox().savePosition = true;
-    HandBox().tmrSavePos.Enabled(true);
     const std::size_t mark = log.size();
+    HandBox().Moved({0, 0, 400, 600});  // as it stood
+    EXPECT_FALSE(HandBox().tmrSavePos.Enabled());
+    HandBox().Moved({40, 30, 440, 630});
+    HandBox().Moved({44, 33, 444, 633});
     machine.AdvanceTime(500);
     EXPECT_EQ(Setting("FormTop"), "33");
     EXPECT_EQ(Setting("FormLeft"), "44");

@@ -265,8 +265,7 @@ struct PlaceRow {
 };
 
 TEST_F(TrayTest, StatusWindow_StandsBesideTheTray) {
-    Status().width = 200;
-    Status().height = 300;
+    Status().Moved({10, 20, 210, 320});  // a view has shown it and tells its size
     const ScreenArea screen{0, 0, 1920, 1080};
     for (const PlaceRow& row :
          {PlaceRow{"bottom", {0, 1040, 1920, 1080}, 1720, 740}, PlaceRow{"top", {0, 0, 1920, 40}, 1720, 40},
@@ -274,13 +273,11 @@ TEST_F(TrayTest, StatusWindow_StandsBesideTheTray) {
         SCOPED_TRACE(row.edge);
         machine.trayIcon.place = TrayIcon::Place{row.tray, screen};
         Tell(kPointerOver);
-        ASSERT_TRUE(Status().place);
-        EXPECT_EQ(Status().place->left, row.left);
-        EXPECT_EQ(Status().place->top, row.top);
+        EXPECT_EQ(Status().Place(), (Corner{row.left, row.top}));
     }
     machine.trayIcon.place.reset();
     Tell(kPointerOver);
-    EXPECT_FALSE(Status().place) << "the view knows better";
+    EXPECT_FALSE(Status().Place()) << "the view knows better";
 }
 
 TEST_F(TrayTest, LeftButton_BringsTheHandBoxBack) {

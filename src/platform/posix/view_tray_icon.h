@@ -13,7 +13,7 @@ public:
     bool Add() override { return true; }
     bool Modify() override { return true; }
     bool Delete() override { return true; }
-    std::optional<Place> Where() override { return std::nullopt; }
+    std::optional<Place> Where() override { return place_; }
     void OnMessage(std::function<void(std::int32_t message)> handler) override { handler_ = std::move(handler); }
 
     /// For views.
@@ -23,7 +23,11 @@ public:
         }
     }
 
+    /// A view has its tray there.
+    void NotePlace(const Place& place) { place_ = place; }
+
 private:
+    std::optional<Place> place_;
     std::function<void(std::int32_t message)> handler_;
 };
 

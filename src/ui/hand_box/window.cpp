@@ -45,6 +45,7 @@ void ShowHelp(frmHandBox& handBox) {
 
 HandBoxWindow::HandBoxWindow(const HandBoxNeeds& needs) : needs_(needs), driver_(needs.driver) {
     needs_.handBox.tmrSavePos.OnTick([this] { SavePosition(); });
+    needs_.handBox.OnMoved([this](const ScreenArea& area) { OnMoved(area); });
 }
 
 void HandBoxWindow::Load() {
@@ -63,10 +64,20 @@ void HandBoxWindow::RestorePosition() {
     const std::string onTop = driver_.persist.Read(setting::chkAlwaysOnTop);
     handBox.top = number(top);
     handBox.left = number(left);
-    handBox.restorePosition = number(remember) != 0;
+    handBox.Place(number(remember) != 0 ? std::optional(Corner{handBox.left, handBox.top}) : std::nullopt);
     handBox.AlwaysOnTop(onTop != "0");
     driver_.log.LogMessage("Load", LogLevel::Info,
                            "OnTop=" + onTop + ",RestorePosition=" + remember + ",Left = " + left + ", Top = " + top);
+}
+
+void HandBoxWindow::OnMoved(const ScreenArea& area) {
+    frmHandBox& handBox = needs_.handBox;
+    if (handBox.Loaded() && (area.left != handBox.left || area.top != handBox.top)) {
+        handBox.left = area.left;
+        handBox.top = area.top;
+        handBox.savePosition = true;
+        handBox.tmrSavePos.Enabled(true);
+    }
 }
 
 void HandBoxWindow::SavePosition() {

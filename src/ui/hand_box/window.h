@@ -18,6 +18,7 @@ public:
 
 private:
     void RestorePosition();
+    void OnMoved(const ScreenArea& area);
     void SavePosition();
 
     const HandBoxNeeds& needs_;

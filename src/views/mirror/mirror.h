@@ -43,8 +43,9 @@ struct MirrorNeeds {
     HeldButtons& heldButtons;
     std::function<void()> stopAll;                           ///< posts a call that stops all that moves
     std::function<void(std::int32_t message)> passOnToIcon;  ///< what a person does with the icon of the hand box
-    std::string version;                                     ///< of the driver
-    std::string process;                                     ///< another text in each run of the driver
+    std::function<void(const ScreenArea& tray, const ScreenArea& screen)> noteTray;  ///< where a view has its tray
+    std::string version;                                                             ///< of the driver
+    std::string process;  ///< another text in each run of the driver
 };
 
 /// Mirrors all windows of the driver to any number of views, and performs what the persons at them do; the protocol is

@@ -343,7 +343,9 @@ std::string MirrorView::WhyNot(const Report& report) {
                       report.deed == Deed::Hold;
     const Control* const control = acts ? FindControl(report) : nullptr;
     const bool stops = control && Stops(PressingOf(*control)) && report.deed != Deed::Change;
-    if (may_ == May::OnlyStop && !stops && (acts || report.deed == Deed::Close || report.deed == Deed::Icon)) {
+    if (may_ == May::OnlyStop && !stops &&
+        (acts || report.deed == Deed::Close || report.deed == Deed::Icon || report.deed == Deed::Place ||
+         report.deed == Deed::Tray)) {
         return std::string(kMayOnlyStop);
     }
     if (acts && !control) {
@@ -404,6 +406,15 @@ void MirrorView::Perform(const Report& report) {
             break;
         case Deed::Snapshot:
             wantsSnapshot_ = true;
+            break;
+        case Deed::Place:
+            NotePlace(report);
+            break;
+        case Deed::Tray:
+            Post(CallKind::Brief, report, [this, report] {
+                needs_.noteTray(*report.at, *report.screen);
+                return std::string();
+            });
             break;
     }
 }
@@ -523,6 +534,19 @@ void MirrorView::CloseWindow(const Report& report) {
     Post(CallKind::Press, report, [this, report] {
         if (Form* form = FindForm(report); form && form->Visible()) {
             CloseUnanswered(*form);
+        }
+        return std::string();
+    });
+}
+
+void MirrorView::NotePlace(const Report& report) {
+    if (!FindForm(report)) {
+        Answer(report, kNoSuchWindow);
+        return;
+    }
+    Post(CallKind::Brief, report, [this, report] {
+        if (Form* form = FindForm(report)) {
+            form->Moved(*report.at);
         }
         return std::string();
     });

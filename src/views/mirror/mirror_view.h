@@ -40,7 +40,7 @@ public:
     bool MayAnswer() const override { return may_ == May::All; }
 
 private:
-    using Properties = std::bitset<static_cast<std::size_t>(Property::Modal) + 1>;
+    using Properties = std::bitset<static_cast<std::size_t>(Property::Placed) + 1>;
     /// What has changed in a window; null stands for the window itself.
     using Changes = std::map<const Control*, Properties>;
     struct Hold {
@@ -81,6 +81,7 @@ private:
     std::string PressHeld(std::uint64_t number);
     void EndHold();
     void CloseWindow(const Report& report);
+    void NotePlace(const Report& report);
     void WantLines(const Report& report);
 
     Form* FindForm(const Report& report) const;

@@ -11,6 +11,8 @@ namespace json = boost::json;
 
 constexpr std::uint64_t kLargest = (std::uint64_t{1} << 53U) - 1;  // what a page's numbers can count to
 
+constexpr std::int64_t kLargestPixel = 100'000;  // beyond all screens, and far from an overflow
+
 /// What a deed must have, beside what it may.
 constexpr unsigned kNothing = 0;
 constexpr unsigned kControl = 1;
@@ -19,6 +21,8 @@ constexpr unsigned kValue = 4;
 constexpr unsigned kHold = 8;
 constexpr unsigned kStream = 16;
 constexpr unsigned kMessage = 32;
+constexpr unsigned kAt = 64;
+constexpr unsigned kScreen = 128;
 
 struct DeedRow {
     std::string_view name;
@@ -38,6 +42,8 @@ constexpr std::array kDeeds{
     DeedRow{"icon", Deed::Icon, kMessage},
     DeedRow{"lines", Deed::Lines, kStream},
     DeedRow{"snapshot", Deed::Snapshot, kNothing},
+    DeedRow{"place", Deed::Place, kForm | kAt},
+    DeedRow{"tray", Deed::Tray, kAt | kScreen},
 };
 
 const DeedRow* FindDeed(std::string_view name) {
@@ -89,6 +95,13 @@ public:
         }
     }
 
+    void Read(std::string_view name, std::optional<ScreenArea>& area) {
+        if (const json::value* value = object_.if_contains(name)) {
+            area = AreaOf(*value);
+            good = good && area.has_value();
+        }
+    }
+
     bool good = true;
 
 private:
@@ -100,6 +113,24 @@ private:
         return static_cast<std::uint64_t>(*number);
     }
 
+    /// Left, top, right and bottom of a place on a screen; nothing for anything else.
+    static std::optional<ScreenArea> AreaOf(const json::value& value) {
+        const json::array* numbers = value.if_array();
+        if (!numbers || numbers->size() != 4) {
+            return std::nullopt;
+        }
+        std::array<std::int32_t, 4> at{};
+        for (std::size_t i = 0; i < at.size(); ++i) {
+            const std::int64_t* number = (*numbers)[i].if_int64();
+            if (!number || *number < -kLargestPixel || *number > kLargestPixel) {
+                return std::nullopt;
+            }
+            at[i] = static_cast<std::int32_t>(*number);
+        }
+        const bool isArea = at[0] < at[2] && at[1] < at[3];
+        return isArea ? std::optional(ScreenArea{at[0], at[1], at[2], at[3]}) : std::nullopt;
+    }
+
     const json::object& object_;
 };
 
@@ -107,7 +138,8 @@ bool HasWhatItNeeds(const Report& report, unsigned needs) {
     const auto has = [needs](unsigned what, bool isThere) { return (needs & what) == 0 || isThere; };
     return has(kForm, !report.form.empty()) && has(kControl, !report.control.empty()) &&
            has(kValue, report.value.index() != 0) && has(kHold, report.hold > 0) &&
-           has(kStream, !report.stream.empty()) && has(kMessage, !report.message.empty());
+           has(kStream, !report.stream.empty()) && has(kMessage, !report.message.empty()) &&
+           has(kAt, report.at.has_value()) && has(kScreen, report.screen.has_value());
 }
 
 }  // namespace
@@ -132,6 +164,8 @@ std::optional<Report> ParseReport(std::string_view text) {
     members.Read("beat", report.beat);
     members.Read("hold", report.hold);
     members.Read("from", report.from);
+    members.Read("at", report.at);
+    members.Read("screen", report.screen);
     members.Read("id", report.id);
     const DeedRow* deed = FindDeed(name);
     if (!deed || !members.good || !HasWhatItNeeds(report, deed->needs)) {

@@ -6,10 +6,12 @@
 #include <string_view>
 #include <variant>
 
+#include "platform/screen_area.h"
+
 /// What a view reports of a person's hands. Pure functions.
 namespace kestrane::mirror {
 
-enum class Deed { Click, DblClick, Change, Hold, Beat, Release, Stop, Close, Icon, Lines, Snapshot };
+enum class Deed { Click, DblClick, Change, Hold, Beat, Release, Stop, Close, Icon, Lines, Snapshot, Place, Tray };
 
 /// The value of a change, as it came.
 using ReportedValue = std::variant<std::monostate, bool, std::int32_t, std::string>;
@@ -26,7 +28,9 @@ struct Report {
     std::uint64_t beat = 0;     ///< 0: none
     std::uint64_t hold = 0;     ///< 0: none
     std::uint64_t from = 0;
-    std::optional<std::uint64_t> id;  ///< the view wants an answer with this number
+    std::optional<ScreenArea> at;      ///< of a window, or of the tray
+    std::optional<ScreenArea> screen;  ///< with the tray
+    std::optional<std::uint64_t> id;   ///< the view wants an answer with this number
 };
 
 /// Takes a message apart. Nothing for a text that is no JSON object, for an unknown deed, and for one with a member of

@@ -71,6 +71,10 @@ std::vector<Property> PropertiesOf(ControlKind kind) {
     return all;
 }
 
+std::string PlaceJson(const Corner& corner) {
+    return "[" + std::to_string(corner.left) + "," + std::to_string(corner.top) + "]";
+}
+
 std::optional<MemberText> MemberOfWindow(const Form& form, Property property) {
     switch (property) {
         case Property::Text:
@@ -83,6 +87,8 @@ std::optional<MemberText> MemberOfWindow(const Form& form, Property property) {
             return MemberText{"onTop", JsonOf(form.AlwaysOnTop())};
         case Property::Front:
             return MemberText{"front", JsonOf(true)};
+        case Property::Placed:
+            return form.Place() ? std::optional(MemberText{"place", PlaceJson(*form.Place())}) : std::nullopt;
         default:
             return std::nullopt;
     }
@@ -143,7 +149,8 @@ std::string_view LookOf(const ControlValues& values) {
 }
 
 std::string WindowJson(const Form& form, std::uint64_t opening) {
-    constexpr std::array kOfAWindow{Property::Text, Property::Visible, Property::Modal, Property::Stacked};
+    constexpr std::array kOfAWindow{Property::Text, Property::Visible, Property::Modal, Property::Stacked,
+                                    Property::Placed};
     std::string controls;
     for (const Control* control : form.Controls()) {
         if (control->Kind() != ControlKind::Timer) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "settings/setting_keys.h"
 #include "support/driver_fixture.h"
 
 namespace kestrane::mirror {
@@ -55,6 +56,10 @@ protected:
             .heldButtons = driver->heldButtons,
             .stopAll = [this] { driver->statusPanel.AskToStop(); },
             .passOnToIcon = [this](std::int32_t message) { iconMessages.push_back(message); },
+            .noteTray =
+                [this](const ScreenArea& tray, const ScreenArea& screen) {
+                    trayAt = {tray, screen};
+                },
             .version = "1.2",
             .process = "p",
         });
@@ -104,6 +109,7 @@ protected:
     std::unique_ptr<Mirror> mirror;
     std::unique_ptr<PumpTimer> ticks;
     std::vector<std::int32_t> iconMessages;
+    std::pair<ScreenArea, ScreenArea> trayAt;
     Mirror::ViewId id = 1;
 };
 
@@ -453,7 +459,9 @@ TEST_F(MirrorTest, ViewThatMayOnlyStop_IsRefusedAllElse) {
          {OnHandBox("click", "btnHelpParkUnpark"), OnHandBox("dblclick", "lblClients"),
           OnHandBox("change", "chkSwapEW") + R"(,"value":true)", OnHandBox("hold", "btnMove(1)") + R"(,"hold":1)",
           std::string(R"("do":"close","form":"frmHandBox","id":7)"),
-          std::string(R"("do":"icon","message":"left","id":7)")}) {
+          std::string(R"("do":"icon","message":"left","id":7)"),
+          std::string(R"("do":"place","form":"frmHandBox","at":[1,2,3,4],"id":7)"),
+          std::string(R"("do":"tray","at":[1,2,3,4],"screen":[1,2,3,4],"id":7)")}) {
         EXPECT_EQ(AnswerTo(report), Refused("This view may look and stop, and nothing else.")) << report;
     }
     EXPECT_EQ(AnswerTo(R"("do":"stop","id":7)"), kHeard);
@@ -479,6 +487,46 @@ TEST_F(MirrorTest, WhatAPersonDoesWithTheIcon_IsPassedOn) {
         EXPECT_EQ(AnswerTo(R"("do":"icon","id":7,"message":")" + std::string(message) + '"'), kHeard);
     }
     EXPECT_EQ(iconMessages, (std::vector<std::int32_t>{512, 514, 515, 517}));
+}
+
+TEST_F(MirrorTest, TheTrayOfAView_IsNoted) {
+    id = Open();
+    EXPECT_EQ(AnswerTo(R"("do":"tray","at":[0,1040,1920,1080],"screen":[0,0,1920,1080],"id":7)"), kHeard);
+    EXPECT_EQ(trayAt.first, (ScreenArea{0, 1040, 1920, 1080}));
+    EXPECT_EQ(trayAt.second, (ScreenArea{0, 0, 1920, 1080}));
+}
+
+/// A window of the desktop that was moved stands there again at the next start.
+TEST_F(MirrorTest, ThePlaceOfTheHandBox_IsKept) {
+    id = Open();
+    EXPECT_EQ(AnswerTo(R"("do":"place","form":"frmHandBox","at":[30,40,430,640],"id":7)"), kHeard);
+    machine.AdvanceTime(500);
+    EXPECT_EQ(driver->persist.Read(setting::FormLeft), "30");
+    EXPECT_EQ(driver->persist.Read(setting::FormTop), "40");
+    EXPECT_EQ(AnswerTo(R"("do":"place","form":"frmAskPark","at":[30,40,430,640],"id":7)"),
+              Refused("That window has closed."));
+}
+
+TEST_F(MirrorTest, TheSizeOfTheStatusWindow_IsNoted) {
+    id = Open();
+    driver->statusWindow.Show();
+    EXPECT_EQ(AnswerTo(R"("do":"place","form":"frmStatus","opening":)" + OpeningOf("frmStatus") +
+                       R"(,"at":[30,40,230,340],"id":7)"),
+              kHeard);
+    EXPECT_EQ(driver->statusWindow.width, 200);
+    EXPECT_EQ(driver->statusWindow.height, 300);
+}
+
+TEST_F(MirrorTest, AWindowThatHasAPlace_IsToldWithIt) {
+    driver->statusWindow.Show();
+    id = Open();
+    EXPECT_FALSE(Has(view->Take().at(1), R"("place")"));
+    driver->statusWindow.Place(Corner{1720, -740});
+    machine.AdvanceTime(100);
+    EXPECT_EQ(view->Take(), (Texts{R"({"type":"changes","changes":[["frmStatus","","place",[1720,-740]]]})"}));
+    mirror->Received(id, R"({"do":"snapshot"})");
+    machine.AdvanceTime(100);
+    EXPECT_TRUE(Has(view->Take().at(0), R"("onTop":false,"place":[1720,-740],"controls")"));
 }
 
 TEST_F(MirrorTest, BadMessages_AreRefused_AndCloseTheViewAfterAHundred) {

@@ -24,6 +24,8 @@ TEST(ParseReport, TakesEachDeedWithWhatItNeeds) {
              Row{R"({"do":"icon","message":"left"})", Deed::Icon},
              Row{R"({"do":"lines","stream":"s"})", Deed::Lines},
              Row{R"({"do":"snapshot"})", Deed::Snapshot},
+             Row{R"({"do":"place","form":"f","at":[0,0,1,1]})", Deed::Place},
+             Row{R"({"do":"tray","at":[0,0,1,1],"screen":[0,0,1,1]})", Deed::Tray},
          }) {
         const std::optional<Report> report = ParseReport(row.text);
         ASSERT_TRUE(report) << row.text;
@@ -45,6 +47,25 @@ TEST(ParseReport, ReadsAllMembers) {
     EXPECT_EQ(report->hold, 9007199254740991U);
     EXPECT_EQ(report->from, 4U);
     EXPECT_EQ(report->id, 5U);
+}
+
+TEST(ParseReport, ReadsAreasOfAScreen) {
+    const std::optional<Report> report =
+        ParseReport(R"({"do":"tray","at":[-1920,1040,0,1080],"screen":[-1920,-100000,1920,100000]})");
+    ASSERT_TRUE(report);
+    EXPECT_EQ(report->at, (ScreenArea{-1920, 1040, 0, 1080}));
+    EXPECT_EQ(report->screen, (ScreenArea{-1920, -100000, 1920, 100000}));
+}
+
+TEST(ParseReport, RefusesWhatIsNoAreaOfAScreen) {
+    for (const char* area : {"null", "7", "[]", "[0,0,1]", "[0,0,1,1,1]", "[0,0,1,\"1\"]", "[0,0,1,1.5]", "[0,0,0,1]",
+                             "[0,1,1,1]", "[1,0,0,1]", "[0,0,1,100001]", "[-100001,0,1,1]", "[0,0,9e99,1]"}) {
+        EXPECT_FALSE(ParseReport(std::string(R"({"do":"place","form":"f","at":)") + area + "}")) << area;
+    }
+    EXPECT_FALSE(ParseReport(R"({"do":"place","at":[0,0,1,1]})"));
+    EXPECT_FALSE(ParseReport(R"({"do":"place","form":"f"})"));
+    EXPECT_FALSE(ParseReport(R"({"do":"tray","at":[0,0,1,1]})"));
+    EXPECT_FALSE(ParseReport(R"({"do":"tray","screen":[0,0,1,1]})"));
 }
 
 TEST(ParseReport, ReadsEachKindOfValue) {
