@@ -19,6 +19,7 @@
 #include "alpaca/inherited_sockets.h"
 #include "alpaca/object_server.h"
 #include "alpaca/served_devices.h"
+#include "apps/driver_views.h"
 #include "http/limits.h"
 #include "http/own_hosts.h"
 #include "kernel/base/application_info.h"
@@ -26,8 +27,6 @@
 #include "kernel/driver.h"
 #include "platform/posix/posix_end_signals.h"
 #include "platform/posix/posix_platform.h"
-#include "views/web/doors.h"
-#include "views/web/mirrored_pages.h"
 
 namespace kestrane {
 namespace {
@@ -103,42 +102,6 @@ alpaca::ServerIdentity Identity() {
     return identity;
 }
 
-/// Who may open the page. A word that is none opens no door that is closed by itself.
-web::Doors PageDoors() {
-    const std::string_view word = TextOf(std::getenv("KESTRANE_HANDBOX"));
-    const std::optional<web::Doors> doors = web::DoorsOf(word);
-    if (!doors && !word.empty()) {
-        std::fprintf(stderr, "kestrane-driver: KESTRANE_HANDBOX takes local, look, lan or off. It counts as local.\n");
-    }
-    return doors.value_or(web::Doors::Local);
-}
-
-mirror::MirrorNeeds NeedsOfPages(PosixPlatform& platform, Driver& driver) {
-    return {
-        .pump = platform.pump,
-        .clock = platform.clock,
-        .windows = driver.windows,
-        .heldButtons = driver.heldButtons,
-        .stopAll = [&driver] { driver.statusPanel.AskToStop(); },
-        .passOnToIcon = [&platform](std::int32_t message) { platform.trayIcon.Tell(message); },
-        .noteTray = [&platform](const ScreenArea& tray,
-                                const ScreenArea& screen) { platform.trayIcon.NotePlace({tray, screen}); },
-        .version = std::string(application::kDriverVersion),
-        .process = std::to_string(getpid()) + "-" + std::to_string(platform.clock.GetTickCount().value),
-    };
-}
-
-/// A page that knows why the driver has ended does the right thing next. Whatever has not ended the process otherwise
-/// was a person.
-void SayGoodbye(web::MirroredPages& pages, Clock& clock) {
-    constexpr int kLongestMs = 200;
-    constexpr int kStepMs = 5;
-    pages.SayEnd(mirror::EndReason::Person);
-    for (int waited = 0; waited < kLongestMs && !pages.AllIsSent(); waited += kStepMs) {
-        clock.Sleep(kStepMs);
-    }
-}
-
 /// A person who is not at the program that asked wants to hear of it.
 void NoteRefused(Driver& driver, std::string_view member, const std::string& why) {
     if (member.starts_with("SlewTo") || member == "Park") {
@@ -146,7 +109,7 @@ void NoteRefused(Driver& driver, std::string_view member, const std::string& why
     }
 }
 
-void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, const alpaca::ServerSockets& sockets) {
+void Serve(PosixPlatform& platform, Driver& driver, DriverViews& views, const alpaca::ServerSockets& sockets) {
     const alpaca::RouteTable routes(alpaca::TelescopeRoutes(), alpaca::FocuserRoutes());
     alpaca::DriverDevices devices(driver);
     http::Limits limits;
@@ -158,8 +121,8 @@ void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, c
             .devices = devices,
             .routes = routes,
             .endProcess =
-                [&platform, &pages] {
-                    pages.SayEnd(mirror::EndReason::Clients);
+                [&platform, &views] {
+                    views.SayEnd(mirror::EndReason::Clients);
                     platform.processes.EndThisProcess();
                 },
             .mayEnd = [&driver](std::int32_t withoutClientsMs) { return driver.MayEnd(withoutClientsMs); },
@@ -169,15 +132,15 @@ void Serve(PosixPlatform& platform, Driver& driver, web::MirroredPages& pages, c
                 alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
             .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
-            .viewIsOpen = [&pages] { return pages.AnyIsOpen(); },
+            .viewIsOpen = [&views] { return views.AnyIsOpen(); },
             .refused = [&driver](std::string_view member, const std::string& why) { NoteRefused(driver, member, why); },
-            .branches = pages.Branches(),
+            .branches = views.Branches(),
         },
         sockets);
     driver.clientsWindow.SetList(&objectServer.Clients());
     platform.pump.Run();
     driver.clientsWindow.SetList(nullptr);
-    SayGoodbye(pages, platform.clock);
+    views.SayGoodbye();
 }
 
 int RunProgram(bool hasArguments) {
@@ -192,20 +155,17 @@ int RunProgram(bool hasArguments) {
     if (!driver) {
         return hasArguments ? kExitUsage : kExitRefused;
     }
-    web::MirroredPages pages(NeedsOfPages(platform, *driver), PageDoors(),
-                             [&driver](const std::string& address, std::uint32_t number) {
-                                 return driver->clientsWindow.HoldsTelescope(address, number);
-                             });
+    DriverViews views(platform, *driver);
     // A stop is the only call that gets into everything that waits, but not into the read of an exchange. Nothing of it
     // runs once `Serve` is over.
-    endSignals.Watch([&platform, &driver, &pages] {
+    endSignals.Watch([&platform, &driver, &views] {
         platform.EndReads();
-        platform.pump.Post(CallKind::Stop, [&driver, &pages] {
-            pages.SayEnd(mirror::EndReason::Stopped);
+        platform.pump.Post(CallKind::Stop, [&driver, &views] {
+            views.SayEnd(mirror::EndReason::Stopped);
             driver->EndOnRequest();
         });
     });
-    Serve(platform, *driver, pages, *sockets);
+    Serve(platform, *driver, views, *sockets);
     return kExitGood;
 }
 
