@@ -1,69 +1,26 @@
-// The page's socket as a browser uses it: what it is shown, what it may do, and what becomes of a held button when the
-// browser dies.
+// The sockets of views as a browser and a program on the desktop use them: what they are shown, what they may do, and
+// what becomes of a held button when they die.
 
 #include <chrono>
 #include <cmath>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 
 #include "http/web_socket_client.h"
+#include "process/open_view.h"
 #include "process/process_fixture.h"
+#include "support/line_client.h"
 
 namespace kestrane::process {
 namespace {
-
-using SteadyClock = std::chrono::steady_clock;
 
 bool Has(const std::string& text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
-/// A page that is open. Reads what comes, and answers each beat.
-class OpenPage {
-public:
-    explicit OpenPage(std::uint16_t port) : socket_(port, "/view") {}
-
-    /// Reads on until a message has `part`; empty when the socket has closed before, or after so long. Beats come four
-    /// times a second, so that it never waits long for a message.
-    std::string WaitFor(std::string_view part, Seconds limit = kPatience) {
-        return ReadUntil([&](const std::string& message) { return Has(message, part); }, limit);
-    }
-    void LiveFor(Seconds time) {
-        ReadUntil([](const std::string&) { return false; }, time);
-    }
-
-    void Do(const std::string& members) { socket_.Send("{" + members + R"(,"beat":)" + std::to_string(beat_) + "}"); }
-    void Hold(const std::string& control, int number) {
-        hold_ = number;
-        Do(R"("do":"hold","form":"frmHandBox","id":1,"control":")" + control + R"(","hold":)" + std::to_string(number));
-    }
-
-private:
-    std::string ReadUntil(const std::function<bool(const std::string&)>& wanted, Seconds limit) {
-        const auto end = SteadyClock::now() + limit;
-        while (SteadyClock::now() < end) {
-            const std::optional<std::string> message = socket_.Read();
-            if (!message) {
-                return {};
-            }
-            if (message->starts_with(R"({"type":"beat")")) {
-                beat_ = std::stoull(message->substr(message->find_last_of(':') + 1));
-                Do(R"("do":"beat","hold":)" + std::to_string(hold_));
-            }
-            if (wanted(*message)) {
-                return *message;
-            }
-        }
-        return {};
-    }
-
-    http::WebSocketClient socket_;
-    std::uint64_t beat_ = 0;
-    int hold_ = 0;
-};
+using OpenPage = OpenView<http::WebSocketClient>;
+using DesktopProgram = OpenView<LineClient>;
 
 class HandBoxViewTest : public ProcessFixture {
 protected:
@@ -78,7 +35,7 @@ protected:
 
 TEST_F(HandBoxViewTest, Page_IsShownTheWindows_AndWhatChanges) {
     StartSystem();
-    OpenPage page(port);
+    OpenPage page(port, "/view");
     EXPECT_TRUE(Has(page.WaitFor("welcome"), R"("protocol":1)"));
     EXPECT_TRUE(Has(page.WaitFor("snapshot"), R"x("name":"btnMove(0)")x"));
     HttpClient client = Client(1);
@@ -91,7 +48,7 @@ TEST_F(HandBoxViewTest, HeldButton_MovesTheMount_AndABrowserThatIsKilled_LetsGo)
     StartSystem();
     HttpClient client = Client(1);
     Connect(client);
-    auto page = std::make_unique<OpenPage>(port);
+    auto page = std::make_unique<OpenPage>(port, "/view");
     page->LiveFor(Seconds(1));
     page->Hold("btnMove(7)", 1);
     page->LiveFor(Seconds(1));
@@ -103,6 +60,36 @@ TEST_F(HandBoxViewTest, HeldButton_MovesTheMount_AndABrowserThatIsKilled_LetsGo)
     EXPECT_FALSE(Moves(client));
 }
 
+TEST_F(HandBoxViewTest, DesktopProgram_IsShownTheWindows_AndWhenItIsKilled_LetsGo) {
+    StartSystem();
+    HttpClient client = Client(1);
+    Connect(client);
+    auto program = std::make_unique<DesktopProgram>(folder.Path() / "kestrane" / "handbox");
+    EXPECT_TRUE(Has(program->WaitFor("welcome"), R"("may":"all")"));
+    EXPECT_FALSE(program->WaitFor(R"(["frmSky","lblState","text","Tracking"])").empty());
+    program->Hold("btnMove(7)", 1);
+    program->LiveFor(Seconds(1));
+    const double before = Declination(client);
+    program->LiveFor(Seconds(2));
+    EXPECT_GT(std::abs(Declination(client) - before), 0.004) << "the mount moves as long as the program holds";
+    program.reset();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    EXPECT_FALSE(Moves(client));
+}
+
+TEST_F(HandBoxViewTest, DesktopProgramAndPage_ShowWhatTheOtherDoes) {
+    StartSystem();
+    OpenPage page(port, "/view");
+    page.WaitFor("snapshot");
+    DesktopProgram program(folder.Path() / "kestrane" / "handbox");
+    program.WaitFor("snapshot");
+    page.LiveFor(Seconds(0.5));
+    page.Do(R"("do":"change","form":"frmHandBox","control":"chkSwapEW","value":true,"id":1)");
+    EXPECT_FALSE(program.WaitFor(R"(["frmHandBox","chkSwapEW","checked",true])", kPrompt).empty());
+    program.Do(R"("do":"change","form":"frmHandBox","control":"chkSwapEW","value":false,"id":1)");
+    EXPECT_FALSE(page.WaitFor(R"(["frmHandBox","chkSwapEW","checked",false])", kPrompt).empty());
+}
+
 TEST_F(HandBoxViewTest, Stop_IsHeard_WhileAClientWaitsForItsSlew) {
     Seed({{"chkAutoCalibrateOnFirstSlew", "0"}});
     StartSystem();
@@ -110,7 +97,7 @@ TEST_F(HandBoxViewTest, Stop_IsHeard_WhileAClientWaitsForItsSlew) {
     Connect(client);
     const double ra = Good(client.Get("rightascension")).value.to_number<double>();
     const double dec = Declination(client);
-    OpenPage page(port);
+    OpenPage page(port, "/view");
     page.LiveFor(Seconds(1));
     Good(client.Put("slewtocoordinatesasync", "RightAscension=" + std::to_string(ra) +
                                                   "&Declination=" + std::to_string(dec > 45 ? dec - 25 : dec + 25)));
@@ -123,7 +110,7 @@ TEST_F(HandBoxViewTest, Stop_IsHeard_WhileAClientWaitsForItsSlew) {
 TEST_F(HandBoxViewTest, Page_KeepsADriverThatHasNoClient_ButNoLongerThanItIsOpen) {
     Leases(1, 5);
     StartSystem();
-    auto page = std::make_unique<OpenPage>(port);
+    auto page = std::make_unique<OpenPage>(port, "/view");
     page->WaitFor("snapshot");
     const pid_t driver = Driver();
     ASSERT_NE(driver, 0);
@@ -142,7 +129,7 @@ TEST_F(HandBoxViewTest, Page_IsTold_ThatTheLastClientHasGone) {
     StartSystem();
     HttpClient client = Client(1);
     Connect(client);
-    OpenPage page(port);
+    OpenPage page(port, "/view");
     page.WaitFor("snapshot");
     Good(client.Put("connected", "Connected=False"));
     client.Close();
@@ -151,9 +138,9 @@ TEST_F(HandBoxViewTest, Page_IsTold_ThatTheLastClientHasGone) {
 
 TEST_F(HandBoxViewTest, Rubbish_ClosesThePage_AndHarmsNobodyElse) {
     StartSystem();
-    OpenPage good(port);
+    OpenPage good(port, "/view");
     {
-        OpenPage bad(port);
+        OpenPage bad(port, "/view");
         for (int i = 0; i < 200; ++i) {
             bad.Do(R"("do":)");
         }

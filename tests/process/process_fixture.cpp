@@ -33,7 +33,8 @@ struct SettingsOfNoDriver {
 }  // namespace
 
 ProcessFixture::ProcessFixture() {
-    for (const char* name : {"KESTRANE_COMMON_APPDATA", "KESTRANE_USER_CONFIG", "KESTRANE_DOCUMENTS"}) {
+    for (const char* name :
+         {"KESTRANE_COMMON_APPDATA", "KESTRANE_USER_CONFIG", "KESTRANE_DOCUMENTS", "XDG_RUNTIME_DIR"}) {
         ::setenv(name, folder.Path().c_str(), 1);
     }
     Leases(kLongLease, kLongLease);

@@ -50,7 +50,8 @@ export class System {
         await mkdir(join(data, 'ASCOM'));
         const lines = Object.entries({ Port: 'COM1', Timeout: '5000', chkAutoCalibrateOnFirstSlew: '0', ...settings });
         await writeFile(join(data, 'ASCOM', 'ks.ini'), `[default]\n${lines.map((line) => line.join('=')).join('\n')}\n`);
-        system.env = { ...process.env, ...env, KESTRANE_COMMON_APPDATA: system.folder, KESTRANE_USER_CONFIG: system.folder, KESTRANE_DOCUMENTS: system.folder };
+        const folders = ['KESTRANE_COMMON_APPDATA', 'KESTRANE_USER_CONFIG', 'KESTRANE_DOCUMENTS', 'XDG_RUNTIME_DIR'];
+        system.env = { ...process.env, ...env, ...Object.fromEntries(folders.map((name) => [name, system.folder])) };
         const link = ['--link', join(data, 'Ports', 'COM1')];
         system.mount = new Program('kestrane-mount-simulator', ['--unparked', ...mount, ...link], system.env);
         await system.mount.line(/(\S+)/);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
-#include <poll.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "platform/posix/posix_message_pump.h"
+#include "support/line_client.h"
 #include "support/temporary_folder.h"
 #include "views/local/private_socket.h"
 
@@ -23,57 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
-
-/// The program at the other end.
-class Program {
-public:
-    explicit Program(int socket) : socket_(socket) {}
-    ~Program() { Close(); }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-
-    static int ConnectedTo(const fs::path& path) {
-        const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
-        if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-            return socket;
-        }
-        ::close(socket);
-        return -1;
-    }
-
-    bool IsConnected() const { return socket_ >= 0; }
-    void Send(const std::string& bytes) const {
-        EXPECT_EQ(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
-    }
-    /// What has come, up to the end of a line; what came of a closed connection, and then "end".
-    std::string Line() {
-        for (;;) {
-            if (const std::size_t end = got_.find('\n'); end != std::string::npos) {
-                const std::string line = got_.substr(0, end);
-                got_.erase(0, end + 1);
-                return line;
-            }
-            char bytes[4096];
-            const ssize_t size = ::recv(socket_, bytes, sizeof(bytes), 0);
-            if (size <= 0) {
-                return got_ + "end";
-            }
-            got_.append(bytes, static_cast<std::size_t>(size));
-        }
-    }
-    void Close() {
-        if (socket_ >= 0) {
-            ::close(std::exchange(socket_, -1));
-        }
-    }
-
-private:
-    int socket_;
-    std::string got_;
-};
 
 class LocalSocketTest : public testing::Test {
 protected:
@@ -110,20 +59,20 @@ protected:
         int ends[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
         socket.Adopt(ends[0]);
-        program = std::make_unique<Program>(ends[1]);
+        program = std::make_unique<LineClient>(ends[1]);
     }
-    std::unique_ptr<Program> program;
+    std::unique_ptr<LineClient> program;
 };
 
 TEST_F(PairedTest, CarriesLinesBothWays) {
-    program->Send("one\ntw");
-    program->Send("o\n\n");
+    program->SendBytes("one\ntw");
+    program->SendBytes("o\n\n");
     UntilHeard(4);
     EXPECT_EQ(heard, (Texts{"opened 1", "1 one", "1 two", "1 "}));
     socket.Send(1, "a");
     socket.Send(1, R"({"b":1})");
-    EXPECT_EQ(program->Line(), "a");
-    EXPECT_EQ(program->Line(), R"({"b":1})");
+    EXPECT_EQ(program->Read(), "a");
+    EXPECT_EQ(program->Read(), R"({"b":1})");
     Until([&] { return socket.Unsent(1) == 0; });
 }
 
@@ -140,14 +89,14 @@ TEST_F(PairedTest, TicksWhileAViewIsThere) {
 
 TEST_F(PairedTest, AProgramThatSendsWithoutAnEnd_IsClosed) {
     UntilHeard(1);
-    program->Send(std::string(LocalSocket::kMostReceived + 1, 'x'));
+    program->SendBytes(std::string(LocalSocket::kMostReceived + 1, 'x'));
     UntilHeard(2);
     EXPECT_EQ(heard.back(), "closed 1");
-    EXPECT_EQ(program->Line(), "end");
+    EXPECT_EQ(program->Read(), std::nullopt);
 }
 
 TEST_F(PairedTest, TheLongestMessage_IsTaken) {
-    program->Send(std::string(LocalSocket::kMostReceived, 'x') + "\n");
+    program->Send(std::string(LocalSocket::kMostReceived, 'x'));
     UntilHeard(2);
     EXPECT_EQ(heard.back().size(), LocalSocket::kMostReceived + 2);
 }
@@ -174,8 +123,8 @@ TEST_F(PairedTest, Close_SendsWhatIsThereFirst) {
     socket.Send(1, "last");
     socket.Close(1);
     UntilHeard(2);
-    EXPECT_EQ(program->Line(), "last");
-    EXPECT_EQ(program->Line(), "end");
+    EXPECT_EQ(program->Read(), "last");
+    EXPECT_EQ(program->Read(), std::nullopt);
     socket.Send(1, "nobody");
     socket.Close(1);
     EXPECT_EQ(socket.Unsent(1), 0U);
@@ -187,16 +136,16 @@ TEST_F(LocalSocketTest, TakesProgramsThatConnect) {
     std::optional<PrivateSocket> door = PrivateSocket::Listen(path, why);
     ASSERT_TRUE(door) << why;
     socket.Listen(door->Take());
-    Program first(Program::ConnectedTo(path));
-    Program second(Program::ConnectedTo(path));
+    LineClient first(path);
+    LineClient second(path);
     UntilHeard(2);
-    second.Send("hello\n");
+    second.Send("hello");
     UntilHeard(3);
     EXPECT_EQ(heard.back(), "2 hello");
     first.Close();
     UntilHeard(4);
     EXPECT_EQ(heard.back(), "closed 1");
-    Program third(Program::ConnectedTo(path));
+    LineClient third(path);
     UntilHeard(5);
     EXPECT_EQ(heard.back(), "opened 3");
 }
@@ -207,13 +156,13 @@ TEST_F(LocalSocketTest, TakesNoMoreThanItsNumber) {
     std::optional<PrivateSocket> door = PrivateSocket::Listen(path, why);
     ASSERT_TRUE(door) << why;
     socket.Listen(door->Take());
-    std::vector<std::unique_ptr<Program>> programs;
+    std::vector<std::unique_ptr<LineClient>> programs;
     for (std::size_t i = 0; i < LocalSocket::kMostViews; ++i) {
-        programs.push_back(std::make_unique<Program>(Program::ConnectedTo(path)));
+        programs.push_back(std::make_unique<LineClient>(path));
     }
     UntilHeard(LocalSocket::kMostViews);
-    Program last(Program::ConnectedTo(path));
-    EXPECT_EQ(last.Line(), "end");
+    LineClient last(path);
+    EXPECT_EQ(last.Read(), std::nullopt);
     EXPECT_EQ(heard.size(), LocalSocket::kMostViews);
 }
 
@@ -233,7 +182,7 @@ TEST_F(PrivateSocketTest, StandsInAFolderForThisUserAlone_AndGoesWithItsOwner) {
         struct stat found {};
         ASSERT_EQ(::stat(path.parent_path().c_str(), &found), 0);
         EXPECT_EQ(found.st_mode & 0777U, 0700U);
-        EXPECT_TRUE(Program(Program::ConnectedTo(path)).IsConnected());
+        EXPECT_TRUE(LineClient(path).IsConnected());
     }
     EXPECT_FALSE(fs::exists(path));
 }
@@ -243,7 +192,7 @@ TEST_F(PrivateSocketTest, IsNotTakenFromALivingOwner) {
     ASSERT_TRUE(door) << why;
     EXPECT_FALSE(PrivateSocket::Listen(path, why));
     EXPECT_EQ(why, "another process serves at " + path.string());
-    EXPECT_TRUE(Program(Program::ConnectedTo(path)).IsConnected());
+    EXPECT_TRUE(LineClient(path).IsConnected());
 }
 
 TEST_F(PrivateSocketTest, ReplacesTheFileThatAKilledProcessLeft) {
@@ -255,10 +204,10 @@ TEST_F(PrivateSocketTest, ReplacesTheFileThatAKilledProcessLeft) {
     path.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
     ASSERT_EQ(::bind(left, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     ::close(left);
-    ASSERT_FALSE(Program(Program::ConnectedTo(path)).IsConnected());
+    ASSERT_FALSE(LineClient(path).IsConnected());
     const std::optional<PrivateSocket> door = PrivateSocket::Listen(path, why);
     ASSERT_TRUE(door) << why;
-    EXPECT_TRUE(Program(Program::ConnectedTo(path)).IsConnected());
+    EXPECT_TRUE(LineClient(path).IsConnected());
 }
 
 TEST_F(PrivateSocketTest, WantsAFolderThatOthersCannotEnter) {
