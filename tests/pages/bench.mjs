@@ -31,10 +31,8 @@ async function processOfDriver() {
 /** The share of its time that the logic thread, the first of the process, works. */
 async function cost(seconds) {
     const driver = await processOfDriver();
-    const work = async () => {
-        const fields = (await readFile(`/proc/${driver}/task/${driver}/stat`, 'utf8')).split(') ')[1].split(' ');
-        return (Number(fields[11]) + Number(fields[12])) / 100; // user and system, in hundredths of a second
-    };
+    // In nanoseconds; the ticks of /proc/PID/stat do not see work that is shorter than a tick.
+    const work = async () => Number((await readFile(`/proc/${driver}/task/${driver}/schedstat`, 'utf8')).split(' ')[0]) / 1e9;
     const before = await work();
     await pause(seconds * 1000);
     return (((await work()) - before) / seconds) * 100;
