@@ -12,6 +12,8 @@ namespace {
 constexpr double kArrivedDegrees = 0.05;
 constexpr int kLongSlewDegrees = 25;
 constexpr int kWrongTracking = 0x411;
+/// What a read may take on a busy machine. Well below the time of a held slew, which it would take if it had to wait.
+constexpr Seconds kReadsAtOnce{4.0};
 
 /// One client that slews and one that looks on, and what the mount is told. No calibration, so that each "MS" and "Q"
 /// on the wire is one of the slews.
@@ -87,10 +89,10 @@ protected:
     Place target;
 };
 
-/// A slew of some six seconds.
+/// A slew of some eight seconds.
 class HeldSlew : public SlewOverHttp {
 protected:
-    void SetUp() override { Start({"--slew-speed", "5"}); }
+    void SetUp() override { Start({"--slew-speed", "3.5"}); }
 };
 
 TEST_F(HeldSlew, Answer_ComesWhenTheTelescopeIsThere_AndOthersReadMeanwhile) {
@@ -100,13 +102,13 @@ TEST_F(HeldSlew, Answer_ComesWhenTheTelescopeIsThere_AndOthersReadMeanwhile) {
     while (slew.wait_for(Seconds(0.2)) == std::future_status::timeout) {
         const Answer slewing = Good(observer.Get("slewing"));
         const Answer dec = Good(observer.Get("declination"));
-        EXPECT_LE(slewing.took.count(), kPrompt.count());
-        EXPECT_LE(dec.took.count(), kPrompt.count());
+        EXPECT_LE(slewing.took.count(), kReadsAtOnce.count());
+        EXPECT_LE(dec.took.count(), kReadsAtOnce.count());
         moves += std::abs(dec.value.to_number<double>() - lastDec) > 0.5 ? 1 : 0;
         lastDec = dec.value.to_number<double>();
     }
     const Answer answer = Good(slew.get());
-    EXPECT_GT(answer.took.count(), 4.0);
+    EXPECT_GT(answer.took.count(), kReadsAtOnce.count());
     EXPECT_FALSE(Slewing());
     EXPECT_GE(moves, 3) << "the reads tell where the telescope is on its way";
     ExpectAtTarget();
