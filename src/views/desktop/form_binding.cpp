@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "views/desktop/designs.h"
+#include "views/desktop/foldable_box.h"
 #include "views/desktop/help_page.h"
 #include "views/desktop/theme.h"
 
@@ -29,11 +30,11 @@ namespace {
 
 constexpr const char* kRole = "role";
 
-/// A box that can be ticked open shows its content only then.
-void MakeFoldable(QGroupBox& box) {
-    auto* const body = box.findChild<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
-    body->setVisible(box.isChecked());
-    QObject::connect(&box, &QGroupBox::toggled, body, &QWidget::setVisible);
+
+void KeepRoomFor(QWidget& widget) {
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(policy);
 }
 
 /// A field goes with its words.
@@ -61,6 +62,9 @@ FormBinding::FormBinding(QString name, QWidget& content, Mirror& mirror, Hands& 
         Note(ControlOf(widget->objectName()), widget, nullptr);
         if (auto* const box = qobject_cast<QGroupBox*>(widget)) {
             MakeFoldable(*box);
+        }
+        if (widget->property(kRole) == "lamp") {
+            KeepRoomFor(*widget);  // a lamp that goes out moves nothing
         }
     }
     for (QAction* const action : content.findChildren<QAction*>()) {

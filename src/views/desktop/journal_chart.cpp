@@ -15,6 +15,7 @@
 #include <cmath>
 #include <vector>
 
+#include "views/desktop/foldable_box.h"
 #include "views/desktop/save_file.h"
 #include "views/desktop/theme.h"
 
@@ -274,7 +275,6 @@ JournalBox::JournalBox(const Journal& journal, QWidget* parent)
     setCheckable(true);
     setChecked(false);
     auto* const body = new QWidget(this);
-    body->hide();
     (new QVBoxLayout(this))->addWidget(body);
     auto* const inside = new QVBoxLayout(body);
     inside->setContentsMargins(0, 0, 0, 0);
@@ -303,8 +303,8 @@ JournalBox::JournalBox(const Journal& journal, QWidget* parent)
     add("CSV", tr("Save all that is kept as a table"), [this] { SaveCsv(); });
     add("PNG", tr("Save the picture"), [this] { SavePng(); });
     connect(chart_, &JournalChart::Shown, this, &JournalBox::Tell);
-    connect(this, &QGroupBox::toggled, this, [this, body](bool isOpen) {
-        body->setVisible(isOpen);
+    MakeFoldable(*this);
+    connect(this, &QGroupBox::toggled, this, [this](bool isOpen) {
         if (isOpen) {
             Q_EMIT Wanted();
         }

@@ -15,6 +15,7 @@
 #include <cmath>
 #include <utility>
 
+#include "views/desktop/foldable_box.h"
 #include "views/desktop/theme.h"
 #include "views/desktop/tray_icon.h"
 
@@ -24,7 +25,7 @@ namespace {
 constexpr int kRefusalMs = 6000;
 constexpr int kBannerMs = 60000;
 constexpr int kMostBanners = 4;
-constexpr int kSideWidth = 330;
+constexpr int kSideWidth = 270;
 constexpr QSize kUsualSize{1180, 860};
 
 struct WayWords {
@@ -79,6 +80,7 @@ MainWindow::MainWindow(Mirror& mirror, Hands& hands, const SkyNumbers& sky, cons
     stop_ = new StopButton(this);
     connect(stop_, &StopButton::StopPressed, this, &MainWindow::StopPressed);
     layout->addWidget(stop_);
+    stop_->setFocus();  // a key that is pressed unawares does no harm there
     refusalGoes_.setSingleShot(true);
     refusalGoes_.setInterval(kRefusalMs);
     connect(&refusalGoes_, &QTimer::timeout, refusal_, &QWidget::hide);
@@ -157,14 +159,20 @@ QWidget* MainWindow::MakeSide(const SkyNumbers& sky, const Journal& journal) {
 
 QWidget* MainWindow::MakeAlerts() {
     auto* const box = new QGroupBox(tr("Alerts"), this);
-    auto* const row = new QVBoxLayout(box);
+    box->setCheckable(true);
+    box->setChecked(false);
+    auto* const body = new QWidget(box);
+    (new QVBoxLayout(box))->addWidget(body);
+    auto* const row = new QVBoxLayout(body);
+    row->setContentsMargins(0, 0, 0, 0);
     for (std::size_t i = 0; i < std::size(kWays); ++i) {
         const WayWords& way = kWays[i];
-        ways_[i] = new QCheckBox(tr(way.words), box);
+        ways_[i] = new QCheckBox(tr(way.words), body);
         ways_[i]->setChecked(kept_.value(way.key, way.usually).toBool());
         connect(ways_[i], &QCheckBox::toggled, this, [this, &way](bool on) { kept_.setValue(way.key, on); });
         row->addWidget(ways_[i]);
     }
+    MakeFoldable(*box);
     return box;
 }
 
