@@ -51,7 +51,7 @@ function(kestrane_precompile folder)
       continue()
     endif()
     kestrane_libraries_of(${target} libraries)
-    get_target_property(has_windows ${target} AUTOUIC)
+    get_target_property(has_windows ${target} AUTOMOC)
     if(has_windows)
       continue()  # compiled with the options of its toolkit
     endif()
