@@ -2,9 +2,11 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMenu>
+#include <QRadioButton>
 #include <QTest>
 #include <cmath>
 
@@ -47,8 +49,8 @@ void DesktopFixture::EndDesk() {
 }
 
 void DesktopFixture::StartTray() {
-    tray.start("trayer", {"--edge", "bottom", "--align", "right", "--widthtype", "percent", "--width", "100", "--height",
-                          "28", "--SetDockType", "true", "--SetPartialStrut", "true", "--expand", "false"});
+    tray.start("trayer", {"--edge", "bottom", "--align", "right", "--widthtype", "percent", "--width", "100",
+                          "--height", "28", "--SetDockType", "true", "--SetPartialStrut", "true", "--expand", "false"});
     ASSERT_TRUE(Until([] { return TrayIcon::Exists(); }));
 }
 
@@ -78,7 +80,9 @@ void DesktopFixture::Press(const QString& form, const QString& objectName) {
     auto* const widget = Find(form, objectName);
     ASSERT_NE(widget, nullptr) << objectName.toStdString();
     ASSERT_TRUE(Until([widget] { return widget->isVisible() && widget->isEnabled(); })) << objectName.toStdString();
-    QTest::mouseClick(widget, Qt::LeftButton);
+    // A box is ticked by its mark and its words, not by the room beside them.
+    const bool isBox = qobject_cast<QCheckBox*>(widget) != nullptr || qobject_cast<QRadioButton*>(widget) != nullptr;
+    QTest::mouseClick(widget, Qt::LeftButton, {}, isBox ? QPoint(12, widget->height() / 2) : widget->rect().center());
 }
 
 void DesktopFixture::Choose(const QString& entry) {

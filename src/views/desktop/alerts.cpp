@@ -59,7 +59,8 @@ void Alerts::LookAtState(const QString& now) {
     } else if (last == "Slewing") {
         Q_EMIT Told(tr("The slew has ended."), false);
     } else if (last == "Parking") {
-        Q_EMIT Told(now == "Parked" ? tr("The mount is parked.") : tr("The park has ended; the mount is not parked."), false);
+        Q_EMIT Told(now == "Parked" ? tr("The mount is parked.") : tr("The park has ended; the mount is not parked."),
+                    false);
     }
 }
 

@@ -272,7 +272,8 @@ QPoint Desk::UsualPlaceOf(const ViewWindow& window) const {
 }
 
 bool Desk::AnyModalIsOpen() const {
-    return std::ranges::any_of(windows_, [](const auto& entry) { return entry.second->isVisible() && entry.second->isModal(); });
+    return std::ranges::any_of(windows_,
+                               [](const auto& entry) { return entry.second->isVisible() && entry.second->isModal(); });
 }
 
 // --- hands

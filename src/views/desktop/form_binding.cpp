@@ -14,8 +14,8 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSlider>
-#include <QTimer>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QTreeWidget>
 #include <algorithm>
 #include <utility>
@@ -29,7 +29,6 @@ namespace kestrane::desktop {
 namespace {
 
 constexpr const char* kRole = "role";
-
 
 void KeepRoomFor(QWidget& widget) {
     QSizePolicy policy = widget.sizePolicy();
@@ -411,8 +410,8 @@ void FormBinding::ShowVisible(Bound& bound, const QJsonValue& value) {
     if (bound.action != nullptr) {
         bound.action->setVisible(value.toBool());
     } else {
-        const bool isOfNoUse = bound.kind == "PictureBox" && bound.widget->property(kRole) == "picture" &&
-                               !bound.values.contains("acts");
+        const bool isOfNoUse =
+            bound.kind == "PictureBox" && bound.widget->property(kRole) == "picture" && !bound.values.contains("acts");
         FieldAround(bound.widget)->setVisible(value.toBool() && !isOfNoUse);
     }
 }

@@ -19,10 +19,9 @@ void Forget(std::deque<Entry>& entries, double before) {
 }
 
 QString RowOf(const Journal::Position& position) {
-    const QString drift = position.tracks ? QString("%1,%2")
-                                                .arg(position.raDrift, 0, 'f', 2)
-                                                .arg(position.decDrift, 0, 'f', 2)
-                                          : QString(",");
+    const QString drift = position.tracks
+                              ? QString("%1,%2").arg(position.raDrift, 0, 'f', 2).arg(position.decDrift, 0, 'f', 2)
+                              : QString(",");
     return QString("%1,%2,%3,position,%4,%5,%6,%7,,")
         .arg(position.time)
         .arg(position.date, position.clock)

@@ -25,7 +25,7 @@ namespace {
 constexpr std::array<double, 6> kSpans{60, 300, 900, 3600, 3 * 3600, Journal::kKept};
 constexpr std::array<const char*, 6> kSpanNames{"1 min", "5 min", "15 min", "1 h", "3 h", "6 h"};
 constexpr std::array<double, 9> kTicks{10, 20, 60, 120, 300, 600, 1200, 3600, 7200};
-constexpr double kLabel = 70;      // pixels that the time of a tick takes
+constexpr double kLabel = 70;        // pixels that the time of a tick takes
 constexpr double kPulseBand = 0.24;  // of the height
 
 /// The smallest of 1, 2, 5, 10, 20, ... that is not below `most`.
@@ -120,7 +120,8 @@ QString JournalChart::Words() const {
     if (ra.empty()) {
         return tr("The mount does not track.");
     }
-    const auto pulses = std::ranges::count_if(journal_.Pulses(), [this](const auto& pulse) { return IsShown(pulse.time); });
+    const auto pulses =
+        std::ranges::count_if(journal_.Pulses(), [this](const auto& pulse) { return IsShown(pulse.time); });
     return QString("RMS: RA %1″, Dec %2″. Pulses: %3.")
         .arg(RootMeanSquare(ra), 0, 'f', 2)
         .arg(RootMeanSquare(dec), 0, 'f', 2)
@@ -193,7 +194,7 @@ void JournalChart::PaintTimes(QPainter& painter, const Field& field) const {
     }
 }
 
-void JournalChart::PaintDrift(QPainter& painter, const Field& field, double Journal::Position::* drift) const {
+void JournalChart::PaintDrift(QPainter& painter, const Field& field, double Journal::Position::*drift) const {
     QPainterPath line;
     int run = 0;
     for (const Journal::Position& position : journal_.Positions()) {

@@ -44,7 +44,7 @@ private:
     bool IsShown(double time) const { return time >= End() - Span() && time <= End(); }
     void PaintGrid(QPainter& painter, const Field& field) const;
     void PaintTimes(QPainter& painter, const Field& field) const;
-    void PaintDrift(QPainter& painter, const Field& field, double Journal::Position::* drift) const;
+    void PaintDrift(QPainter& painter, const Field& field, double Journal::Position::*drift) const;
     void PaintPulses(QPainter& painter, const Field& field) const;
     void PaintLegend(QPainter& painter, const Field& field) const;
 

@@ -59,7 +59,8 @@ int main(int argc, char** argv) {
     QCommandLineParser options;
     options.setApplicationDescription("The hand box of the telescope mount on the desktop.");
     options.addHelpOption();
-    options.addOption({"socket", "The inherited socket <number> to the driver that has started this program.", "number"});
+    options.addOption(
+        {"socket", "The inherited socket <number> to the driver that has started this program.", "number"});
     options.addOption({"path", "The driver's socket at <path>.", "path",
                        qEnvironmentVariable("XDG_RUNTIME_DIR") + "/kestrane/handbox"});
     options.addOption({"address", "Where \"Start\" asks for a driver.", "address", "http://127.0.0.1:11111/"});

@@ -33,12 +33,14 @@ struct WayWords {
     const char* words;
     bool usually;
 };
-constexpr WayWords kWays[] = {
-    {"alerts/banner", "Banner", true}, {"alerts/sound", "Sound", true}, {"alerts/notice", "Notice of the desktop", false}};
+constexpr WayWords kWays[] = {{"alerts/banner", "Banner", true},
+                              {"alerts/sound", "Sound", true},
+                              {"alerts/notice", "Notice of the desktop", false}};
 
 QString ShapeOf(const QString& state) {
-    static const QHash<QString, QString> shapes{{"Slewing", "▶"},  {"Parking", "▶"},  {"Moving", "▶"}, {"Parked", "■"},
-                                                {"Tracking", "●"}, {"Standing", "○"}, {"No link", "✕"}, {"Not connected", "–"}};
+    static const QHash<QString, QString> shapes{{"Slewing", "▶"}, {"Parking", "▶"},      {"Moving", "▶"},
+                                                {"Parked", "■"},  {"Tracking", "●"},     {"Standing", "○"},
+                                                {"No link", "✕"}, {"Not connected", "–"}};
     return shapes.value(state);
 }
 

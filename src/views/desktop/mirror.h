@@ -21,8 +21,8 @@ public:
 
     explicit Mirror(QObject* parent = nullptr);
 
-    /// Connects to the driver that serves at this path of the file system as soon as there is one, and again when it was
-    /// lost: a try each second.
+    /// Connects to the driver that serves at this path of the file system as soon as there is one, and again when it
+    /// was lost: a try each second.
     void ConnectTo(const QString& path);
     /// Takes over a connected socket, the only one that there will be. Returns whether it is one.
     bool Adopt(qintptr socket);

@@ -10,8 +10,8 @@ namespace kestrane::desktop {
 void ShowNotice(const QString& words, bool isGrave) {
     constexpr int kAsTheDesktopLikes = -1;
     constexpr uchar kNormal = 1, kCritical = 2;
-    QDBusMessage call = QDBusMessage::createMethodCall("org.freedesktop.Notifications", "/org/freedesktop/Notifications",
-                                                       "org.freedesktop.Notifications", "Notify");
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        "org.freedesktop.Notifications", "/org/freedesktop/Notifications", "org.freedesktop.Notifications", "Notify");
     const QVariantMap hints{{"urgency", QVariant::fromValue(isGrave ? kCritical : kNormal)},
                             {"desktop-entry", QGuiApplication::desktopFileName()}};
     call << QGuiApplication::applicationDisplayName() << 0U << "kestrane-handbox"

@@ -67,8 +67,9 @@ void SkyPicture::paintEvent(QPaintEvent* /*event*/) {
 QString SkyDial::Words() const {
     const auto alt = Sky().Number("lblAlt");
     const auto az = Sky().Number("lblAz");
-    return alt && az ? QString("The tube points to altitude %1, azimuth %2 degrees").arg(*alt, 0, 'f', 1).arg(*az, 0, 'f', 1)
-                     : QString("Where the tube points is not known");
+    return alt && az
+               ? QString("The tube points to altitude %1, azimuth %2 degrees").arg(*alt, 0, 'f', 1).arg(*az, 0, 'f', 1)
+               : QString("Where the tube points is not known");
 }
 
 void SkyDial::Paint(QPainter& painter) {
@@ -100,7 +101,8 @@ void SkyDial::PaintGrid(QPainter& painter) const {
     painter.drawLine(QPointF(0, -90), QPointF(0, 90));
     painter.setPen(QPen(SkyInks().text, 1.5));
     painter.drawEllipse(QPointF(), 90, 90);
-    const std::pair<const char*, QPointF> points[] = {{"N", {0, -100}}, {"S", {0, 101}}, {"E", {-101, 0}}, {"W", {101, 0}}};
+    const std::pair<const char*, QPointF> points[] = {
+        {"N", {0, -100}}, {"S", {0, 101}}, {"E", {-101, 0}}, {"W", {101, 0}}};
     for (const auto& [name, place] : points) {
         Write(painter, place, name);
     }

@@ -78,17 +78,25 @@ QString StyleOf(Theme theme) {
 /// For what the style does not reach: selections, placeholders, windows of the toolkit itself.
 QPalette PaletteOf(const Colours& colours) {
     QPalette palette;
-    const std::pair<QPalette::ColorRole, QColor Colours::*> roles[] = {
-        {QPalette::Window, &Colours::back},        {QPalette::WindowText, &Colours::text},
-        {QPalette::Base, &Colours::back},          {QPalette::AlternateBase, &Colours::plane},
-        {QPalette::Text, &Colours::text},          {QPalette::Button, &Colours::raised},
-        {QPalette::ButtonText, &Colours::text},    {QPalette::Highlight, &Colours::accent},
-        {QPalette::HighlightedText, &Colours::back}, {QPalette::ToolTipBase, &Colours::raised},
-        {QPalette::ToolTipText, &Colours::text},   {QPalette::PlaceholderText, &Colours::quiet},
-        {QPalette::Link, &Colours::accent},        {QPalette::LinkVisited, &Colours::accent},
-        {QPalette::BrightText, &Colours::text},    {QPalette::Light, &Colours::raised},
-        {QPalette::Mid, &Colours::edge},           {QPalette::Dark, &Colours::edge},
-        {QPalette::Shadow, &Colours::back}};
+    const std::pair<QPalette::ColorRole, QColor Colours::*> roles[] = {{QPalette::Window, &Colours::back},
+                                                                       {QPalette::WindowText, &Colours::text},
+                                                                       {QPalette::Base, &Colours::back},
+                                                                       {QPalette::AlternateBase, &Colours::plane},
+                                                                       {QPalette::Text, &Colours::text},
+                                                                       {QPalette::Button, &Colours::raised},
+                                                                       {QPalette::ButtonText, &Colours::text},
+                                                                       {QPalette::Highlight, &Colours::accent},
+                                                                       {QPalette::HighlightedText, &Colours::back},
+                                                                       {QPalette::ToolTipBase, &Colours::raised},
+                                                                       {QPalette::ToolTipText, &Colours::text},
+                                                                       {QPalette::PlaceholderText, &Colours::quiet},
+                                                                       {QPalette::Link, &Colours::accent},
+                                                                       {QPalette::LinkVisited, &Colours::accent},
+                                                                       {QPalette::BrightText, &Colours::text},
+                                                                       {QPalette::Light, &Colours::raised},
+                                                                       {QPalette::Mid, &Colours::edge},
+                                                                       {QPalette::Dark, &Colours::edge},
+                                                                       {QPalette::Shadow, &Colours::back}};
     for (const auto& [role, colour] : roles) {
         palette.setColor(role, colours.*colour);
     }

@@ -18,7 +18,8 @@ Theme NextTheme(Theme theme);
 
 /// What the colours of a theme are for. All of `Night` is red on black.
 struct Colours {
-    QColor back, plane, raised, edge, text, quiet, accent, warnBack, warnText, faultBack, faultText, stop, stopText, focus;
+    QColor back, plane, raised, edge, text, quiet, accent, warnBack, warnText, faultBack, faultText, stop, stopText,
+        focus;
 };
 const Colours& ColoursOf(Theme theme);
 

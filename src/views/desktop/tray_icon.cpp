@@ -117,9 +117,8 @@ void TrayIcon::TellPlace() {
     const QRect icon = icon_.geometry();
     const QScreen* const screen = QGuiApplication::screenAt(icon.center());
     if (icon.isValid() && screen != nullptr) {
-        mirror_.Send({{"do", "tray"},
-                      {"at", JsonOf(BarOf(icon, screen->geometry()))},
-                      {"screen", JsonOf(screen->geometry())}});
+        mirror_.Send(
+            {{"do", "tray"}, {"at", JsonOf(BarOf(icon, screen->geometry()))}, {"screen", JsonOf(screen->geometry())}});
     }
 }
 

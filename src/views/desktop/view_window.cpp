@@ -3,6 +3,8 @@
 #include <QCloseEvent>
 #include <QJsonArray>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -19,6 +21,27 @@ QPoint Within(const QRect& screen, QPoint at, const QSize& size) {
     at.setY(std::max(screen.top(), std::min(at.y(), screen.bottom() + 1 - size.height())));
     return at;
 }
+
+/// As large as what is in it, and smaller where the screen is.
+class Scrolled final : public QScrollArea {
+public:
+    Scrolled(QWidget& content, QWidget* parent) : QScrollArea(parent) {
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setWidget(&content);
+    }
+
+private:
+    static constexpr int kAround = 120;  // for the frame, STOP and the panels of the desktop
+
+    QSize sizeHint() const override {
+        const QSize wanted = widget()->sizeHint() + QSize(verticalScrollBar()->sizeHint().width(), 0);
+        return wanted.boundedTo(screen()->availableSize() - QSize(0, kAround));
+    }
+    QSize minimumSizeHint() const override { return {sizeHint().width(), 60}; }
+};
 
 QRect AreaOf(const QWidget& window) {
     return window.isVisible() ? window.frameGeometry() : window.screen()->availableGeometry();
@@ -38,7 +61,7 @@ ViewWindow::ViewWindow(const QString& form, Qt::WindowType kind, Mirror& mirror,
         auto* const layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSpacing(0);
-        layout->addWidget(content_);
+        layout->addWidget(new Scrolled(*content_, this));
         auto* const stop = new StopButton(this);
         connect(stop, &StopButton::StopPressed, this, &ViewWindow::StopPressed);
         layout->addWidget(stop);
@@ -79,7 +102,7 @@ void ViewWindow::OpenAt(const QPoint& usual, bool isModal) {
         return;
     }
     setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
-    adjustSize();
+    resize(sizeHint());
     move(Within(screen()->availableGeometry(), place_.value_or(usual), size()));
     show();
     raise();

@@ -9,8 +9,8 @@
 
 namespace kestrane::desktop {
 
-/// A window of the driver as a window of the desktop: its content, and STOP below it. It closes when the driver says so:
-/// who closes it here asks for that. Where it stands is reported, and kept by the driver or by `KeepsPlace`.
+/// A window of the driver as a window of the desktop: its content, and STOP below it. It closes when the driver says
+/// so: who closes it here asks for that. Where it stands is reported, and kept by the driver or by `KeepsPlace`.
 class ViewWindow : public QWidget {
     Q_OBJECT
 
