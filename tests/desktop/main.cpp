@@ -2,12 +2,11 @@
 #include <QSettings>
 #include <gtest/gtest.h>
 
+#include "views/desktop/application.h"
+
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    QApplication::setApplicationName("kestrane-handbox");
-    QApplication::setApplicationDisplayName("Kestrane V2");
-    QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setStyle("Fusion");
+    kestrane::desktop::SetUpApplication(QSettings());
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "views/desktop/application.h"
 #include "views/desktop/designs.h"
 #include "views/desktop/notice.h"
 
@@ -68,7 +69,7 @@ Desk::Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, bool isOurs)
     });
     qApp->installEventFilter(this);
     main_->ShowNoDriver(tr("No driver"), !isOurs);
-    main_->setWindowTitle(QApplication::applicationDisplayName());
+    main_->setWindowTitle(kProgramName);
 }
 
 Desk::~Desk() {
@@ -218,8 +219,8 @@ void Desk::ShowSky() {
     main_->ShowSky();
     FormBinding& handBox = main_->Binding();
     const QString tip = QString("%1 – %2\nRA %3  Dec %4\nAlt %5  Az %6")
-                            .arg(QApplication::applicationDisplayName(), sky_.State(), handBox.Text("lblRA"),
-                                 handBox.Text("lblDEC"), handBox.Text("lblAlt"), handBox.Text("lblAz"));
+                            .arg(kProgramName, sky_.State(), handBox.Text("lblRA"), handBox.Text("lblDEC"),
+                                 handBox.Text("lblAlt"), handBox.Text("lblAz"));
     tray_->ShowState(sky_.State(), tip);
     alerts_.Look(sky_, [&handBox](const QString& control) { return handBox.Text(control); });
 }

@@ -3,18 +3,18 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
-#include <QIcon>
 #include <QLockFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTimer>
 #include <csignal>
 #include <cstdio>
 
+#include "views/desktop/application.h"
 #include "views/desktop/desk.h"
 #include "views/desktop/mirror.h"
-#include "views/desktop/theme.h"
 
 namespace {
 
@@ -22,6 +22,7 @@ using namespace kestrane::desktop;
 
 constexpr int kWrongUse = 2;
 constexpr int kAlreadyRuns = 3;
+constexpr int kGreetingMs = 1000;
 
 /// Under Wayland a window cannot be told where to stand, nor to lie above others: through X11 it can.
 void PreferX11() {
@@ -48,13 +49,6 @@ int main(int argc, char** argv) {
     PreferX11();
     EndBySignal();
     QApplication application(argc, argv);
-    QApplication::setApplicationName("kestrane-handbox");
-    QApplication::setApplicationDisplayName("Kestrane V2");
-    QApplication::setOrganizationName("kestrane");
-    QGuiApplication::setDesktopFileName("kestrane-handbox");
-    QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setStyle("Fusion");
-    QApplication::setWindowIcon(QIcon(":/icons/kestrane-handbox.svg"));
 
     QCommandLineParser options;
     options.setApplicationDescription("The hand box of the telescope mount on the desktop.");
@@ -68,7 +62,7 @@ int main(int argc, char** argv) {
     options.process(application);
 
     QSettings kept(QSettings::IniFormat, QSettings::UserScope, "kestrane", "handbox");
-    Wear(ThemeOf(kept.value("theme").toString()));
+    SetUpApplication(kept);
     const bool isOurs = options.isSet("socket");
     // Two hand boxes of one user would show the same twice, and one tray icon each.
     const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
@@ -87,8 +81,12 @@ int main(int argc, char** argv) {
         StartDriver(network, QUrl(options.value("address")));
     });
     if (!isOurs) {
-        desk.Main().show();
         mirror.ConnectTo(options.value("path"));
+        QTimer::singleShot(kGreetingMs, &desk, [&] {
+            if (!mirror.IsOpen()) {
+                desk.Main().show();  // else the driver says whether it is behind its icon
+            }
+        });
     } else if (!mirror.Adopt(options.value("socket").toInt())) {
         std::fprintf(stderr, "kestrane-handbox: there is no socket %s.\n", qPrintable(options.value("socket")));
         return kWrongUse;

@@ -26,7 +26,7 @@ constexpr int kRefusalMs = 6000;
 constexpr int kBannerMs = 60000;
 constexpr int kMostBanners = 4;
 constexpr int kSideWidth = 270;
-constexpr QSize kUsualSize{1180, 860};
+constexpr QSize kUsualSize{1240, 860};
 
 struct WayWords {
     const char* key;

@@ -24,6 +24,10 @@ Mirror::Mirror(QObject* parent) : QObject(parent) {
     silence_.start();
 }
 
+Mirror::~Mirror() {
+    socket_.disconnect(this);  // it would tell of its end when half of this is gone
+}
+
 void Mirror::ConnectTo(const QString& path) {
     path_ = path;
     again_.start();

@@ -20,6 +20,8 @@ public:
     using Answer = std::function<void(bool heard)>;
 
     explicit Mirror(QObject* parent = nullptr);
+    /// Answers that have not come never come.
+    ~Mirror() override;
 
     /// Connects to the driver that serves at this path of the file system as soon as there is one, and again when it
     /// was lost: a try each second.

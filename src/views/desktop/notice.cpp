@@ -5,6 +5,8 @@
 #include <QGuiApplication>
 #include <QVariantMap>
 
+#include "views/desktop/application.h"
+
 namespace kestrane::desktop {
 
 void ShowNotice(const QString& words, bool isGrave) {
@@ -14,8 +16,8 @@ void ShowNotice(const QString& words, bool isGrave) {
         "org.freedesktop.Notifications", "/org/freedesktop/Notifications", "org.freedesktop.Notifications", "Notify");
     const QVariantMap hints{{"urgency", QVariant::fromValue(isGrave ? kCritical : kNormal)},
                             {"desktop-entry", QGuiApplication::desktopFileName()}};
-    call << QGuiApplication::applicationDisplayName() << 0U << "kestrane-handbox"
-         << QGuiApplication::applicationDisplayName() << words << QStringList() << hints << kAsTheDesktopLikes;
+    call << QString(kProgramName) << 0U << "kestrane-handbox" << QString(kProgramName) << words << QStringList()
+         << hints << kAsTheDesktopLikes;
     QDBusConnection::sessionBus().send(call);
 }
 

@@ -102,11 +102,23 @@ void ViewWindow::OpenAt(const QPoint& usual, bool isModal) {
         return;
     }
     setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
-    resize(sizeHint());
+    Measure();
     move(Within(screen()->availableGeometry(), place_.value_or(usual), size()));
     show();
     raise();
     activateWindow();
+}
+
+/// What a window takes is known when its parts have been dressed, which the toolkit does when it shows them.
+void ViewWindow::Measure() {
+    for (QWidget* const part : findChildren<QWidget*>()) {
+        part->ensurePolished();
+        if (part->layout() != nullptr) {
+            part->layout()->invalidate();
+        }
+    }
+    layout()->invalidate();
+    resize(sizeHint());
 }
 
 void ViewWindow::CloseHere() {

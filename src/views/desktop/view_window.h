@@ -48,6 +48,7 @@ protected:
     QWidget* Content() { return content_; }
 
 private:
+    void Measure();
     void TellPlace();
     void StandOnTop(bool onTop);
 
