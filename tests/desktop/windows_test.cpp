@@ -13,11 +13,12 @@ using WindowsTest = EachWindow;
 
 TEST_F(WindowsTest, EachWindow_OpensFromItsControl_AndClosesByItsFrame) {
     StartAllWindows();
+    desk->Main().move(10, 10);
     for (const Opening& opening : All()) {
         SCOPED_TRACE(opening.form.toStdString());
         opening.open();
         ASSERT_TRUE(Until([&] { return IsOpen(opening.form); }));
-        LiveFor(100);
+        LiveFor(200);
         EXPECT_TRUE(desk->Main().screen()->geometry().contains(WindowOf(opening.form)->frameGeometry()));
         EXPECT_NE(Find<QPushButton>(opening.form, "ownStop"), nullptr);
         Close(opening);

@@ -265,6 +265,7 @@ void MainWindow::GoBehindIcon(bool thereIsOne) {
     isBehindIcon_ = true;
     if (thereIsOne) {
         hide();
+        setWindowState(windowState() & ~Qt::WindowMinimized);  // else it comes back as it went
     } else {
         showMinimized();
     }

@@ -14,6 +14,7 @@
 namespace kestrane::desktop {
 namespace {
 
+constexpr int kNarrowest = 420;  // so that a caption can be read
 constexpr int kSettledMs = 150;  // a window that is dragged tells where it is now and then
 
 QPoint Within(const QRect& screen, QPoint at, const QSize& size) {
@@ -58,6 +59,7 @@ ViewWindow::ViewWindow(const QString& form, Qt::WindowType kind, Mirror& mirror,
     settled_.setInterval(kSettledMs);
     connect(&settled_, &QTimer::timeout, this, &ViewWindow::TellPlace);
     if (kind == Qt::Dialog) {
+        setMinimumWidth(kNarrowest);
         auto* const layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSpacing(0);
@@ -113,11 +115,9 @@ void ViewWindow::OpenAt(const QPoint& usual, bool isModal) {
 void ViewWindow::Measure() {
     for (QWidget* const part : findChildren<QWidget*>()) {
         part->ensurePolished();
-        if (part->layout() != nullptr) {
-            part->layout()->invalidate();
-        }
+        part->updateGeometry();
     }
-    layout()->invalidate();
+    layout()->activate();
     resize(sizeHint());
 }
 
