@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QLockFile>
 #include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTimer>
@@ -13,6 +12,7 @@
 #include <cstdio>
 
 #include "views/desktop/application.h"
+#include "views/desktop/ask_for_driver.h"
 #include "views/desktop/desk.h"
 #include "views/desktop/mirror.h"
 
@@ -29,12 +29,6 @@ void PreferX11() {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
         qputenv("QT_QPA_PLATFORM", "xcb");
     }
-}
-
-/// A request is what starts a driver; its answer tells nothing here, since the driver opens its socket by itself.
-void StartDriver(QNetworkAccessManager& network, const QUrl& address) {
-    QNetworkReply* const reply = network.get(QNetworkRequest(address.resolved(QUrl("/management/apiversions"))));
-    QObject::connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
 }
 
 void EndBySignal() {
@@ -78,7 +72,7 @@ int main(int argc, char** argv) {
     Desk desk(mirror, kept, options.value("gamepad"), isOurs);
     QObject::connect(&desk, &Desk::StartPressed, &desk, [&] {
         mirror.ConnectTo(options.value("path"));
-        StartDriver(network, QUrl(options.value("address")));
+        AskForDriver(network, QUrl(options.value("address")));
     });
     if (!isOurs) {
         mirror.ConnectTo(options.value("path"));
