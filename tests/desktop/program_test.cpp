@@ -1,5 +1,6 @@
 #include <QCheckBox>
 #include <QElapsedTimer>
+#include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
@@ -121,6 +122,9 @@ TEST_F(HandBoxProgram, TwoViews_ShowWhatTheOtherDoes_WithinAFifthOfASecond) {
     Mirror otherMirror;
     Desk other(otherMirror, otherKept, "/nonexistent", false);
     otherMirror.ConnectTo(QString::fromStdString(folder.Path() / "kestrane" / "handbox"));
+    for (auto* const box : desk->Main().findChildren<QGroupBox*>()) {
+        box->setChecked(true);
+    }
     auto* const theirs = other.Main().findChild<QCheckBox*>("chkSwapEW");
     auto* const ours = desk->Main().findChild<QCheckBox*>("chkSwapEW");
     ASSERT_TRUE(Until([&] { return otherMirror.IsOpen() && other.Main().isVisible(); }));
