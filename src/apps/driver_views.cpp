@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -56,8 +57,12 @@ DriverViews::DriverViews(PosixPlatform& platform, Driver& driver)
              [&driver](const std::string& address, std::uint32_t number) {
                  return driver.clientsWindow.HoldsTelescope(address, number);
              }),
-      programs_(platform.pump, mirror_) {
+      programs_(platform.pump, mirror_),
+      desktop_(platform.processes, driver.log, [this](int socket) { programs_.Adopt(socket); }) {
     ListenForPrograms(driver.log);
+    if (Variable("KESTRANE_DESKTOP") == "1") {
+        ShowOnDesktop();
+    }
 }
 
 /// Without them the driver does all else: the log tells why, and no more.
@@ -70,6 +75,13 @@ void DriverViews::ListenForPrograms(Log& log) {
     if (!why.empty()) {
         log.LogMessage("Views", LogLevel::Warning, "No program can show the hand box: " + why);
     }
+}
+
+/// By the program beside this one.
+void DriverViews::ShowOnDesktop() {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    desktop_.Start(self.parent_path() / "kestrane-handbox");
 }
 
 void DriverViews::SayEnd(mirror::EndReason reason) {

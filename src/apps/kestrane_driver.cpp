@@ -132,7 +132,7 @@ void Serve(PosixPlatform& platform, Driver& driver, DriverViews& views, const al
                 alpaca::LeaseTimesFrom(std::getenv("KESTRANE_LEASE_IDLE_S"), std::getenv("KESTRANE_LEASE_CONNECTED_S")),
             .limits = limits,
             .hostNames = http::HostNames(TextOf(std::getenv("KESTRANE_ALLOW_HOSTS"))),
-            .viewIsOpen = [&views] { return views.AnyIsOpen(); },
+            .viewIsOpen = [&views] { return views.AnyKeepsDriver(); },
             .refused = [&driver](std::string_view member, const std::string& why) { NoteRefused(driver, member, why); },
             .branches = views.Branches(),
         },

@@ -116,6 +116,36 @@ TEST_F(HandBoxProgram, DriverThatAPersonCloses_IsTold) {
     EXPECT_FALSE(IsOpen("frmAskUserCloseDriver"));
 }
 
+/// The driver has started the program itself.
+class DriversOwnProgram : public HandBoxProgram {
+protected:
+    void SetUp() override {
+        ::setenv("KESTRANE_DESKTOP", "1", 1);
+        StartSystemWithClient();
+        ASSERT_TRUE(Until([] { return IsShown(); }));
+    }
+    void TearDown() override { ::unsetenv("KESTRANE_DESKTOP"); }
+    pid_t Program() const { return process::ChildOf(Driver()); }
+};
+
+TEST_F(DriversOwnProgram, ThatCrashes_IsStartedOnceMore_AndTheDriverGoesOn) {
+    const pid_t driver = Driver();
+    const pid_t first = Program();
+    ::kill(first, SIGKILL);
+    EXPECT_TRUE(Until([&] { return Program() != first && Program() != 0 && IsShown(); }));
+    ::kill(Program(), SIGKILL);
+    EXPECT_TRUE(Until([&] { return Program() == 0; }));
+    LiveFor(1000);
+    EXPECT_EQ(Program(), 0);
+    EXPECT_EQ(Driver(), driver);
+    EXPECT_TRUE(Good(client->Get("connected")).value.as_bool());
+}
+
+TEST_F(DriversOwnProgram, EndsWithTheDriver) {
+    ::kill(Driver(), SIGTERM);
+    EXPECT_TRUE(Until([] { return !IsShown(); }));
+}
+
 TEST_F(HandBoxProgram, TwoViews_ShowWhatTheOtherDoes_WithinAFifthOfASecond) {
     StartAll();
     QSettings otherKept(QString::fromStdString(folder.Path() / "other.ini"), QSettings::IniFormat);

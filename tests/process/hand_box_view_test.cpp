@@ -124,6 +124,25 @@ TEST_F(HandBoxViewTest, Page_KeepsADriverThatHasNoClient_ButNoLongerThanItIsOpen
     EXPECT_EQ(Driver(), 0);
 }
 
+TEST_F(HandBoxViewTest, DesktopProgram_KeepsADriver_OnlyWhereItAsksForIt) {
+    Leases(2, 5);
+    StartSystem();
+    const auto driverAfter = [this](bool keeps) {
+        Client(1).GetPath("/management/apiversions");
+        const pid_t driver = Driver();
+        DesktopProgram program(folder.Path() / "kestrane" / "handbox");
+        program.WaitFor("snapshot");
+        if (keeps) {
+            program.Do(R"("do":"keep","id":1)");
+        }
+        program.LiveFor(Seconds(5));  // at most: it ends with the driver
+        EXPECT_NE(driver, 0);
+        return !WaitUntil(Seconds(1), [&] { return Driver() != driver; });
+    };
+    EXPECT_FALSE(driverAfter(false));
+    EXPECT_TRUE(driverAfter(true));
+}
+
 TEST_F(HandBoxViewTest, Page_IsTold_ThatTheLastClientHasGone) {
     Leases(1, 5);
     StartSystem();

@@ -19,6 +19,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/posix/environment.h"
+
 namespace kestrane {
 namespace {
 
@@ -94,16 +96,47 @@ std::vector<std::string> SplitWords(std::string_view text) {
     return words;
 }
 
+/// Whether the program can be found, as by a shell.
+bool CanBeStarted(std::string_view program) {
+    if (program.find('/') != std::string_view::npos) {
+        return access(std::string(program).c_str(), X_OK) == 0;
+    }
+    std::istringstream folders(EnvironmentText("PATH").value_or("/usr/bin:/bin"));
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (access((fs::path(folder) / program).c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A driver that runs as a unit has less of the system than its user has, and so would all that it starts. Where the
+/// user's service manager is there, it starts them instead.
+std::vector<std::string> OutsideOfUnit(std::vector<std::string> words, std::string_view program) {
+    const auto runtime = EnvironmentText("XDG_RUNTIME_DIR");
+    const bool isUnit = EnvironmentText("INVOCATION_ID") && runtime && CanBeStarted("systemd-run") &&
+                        access((fs::path(*runtime) / "systemd" / "private").c_str(), F_OK) == 0;
+    if (isUnit && CanBeStarted(program)) {
+        const std::array<const char*, 6> manager{"systemd-run", "--user", "--quiet", "--collect", "--wait", "--"};
+        words.insert(words.begin(), manager.begin(), manager.end());
+    }
+    return words;
+}
+
 /// What a started program gets: a session of its own, the usual signals, none of our files, nothing to read or print
 /// to.
 class SpawnSettings {
 public:
-    SpawnSettings() {
+    explicit SpawnSettings(int socket) {
+        constexpr int kSocket = STDERR_FILENO + 1;
         posix_spawn_file_actions_init(&files);
         for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             posix_spawn_file_actions_addopen(&files, file, "/dev/null", O_RDWR, 0);
         }
-        posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+        if (socket >= 0) {
+            posix_spawn_file_actions_adddup2(&files, socket, kSocket);
+        }
+        posix_spawn_file_actions_addclosefrom_np(&files, socket >= 0 ? kSocket + 1 : kSocket);
 
         sigset_t none;
         sigset_t all;
@@ -216,7 +249,8 @@ void PosixProcesses::Close(ProcessHandle handle) {
 bool PosixProcesses::Start(std::string_view path, std::string_view arguments) {
     std::vector<std::string> words = SplitWords(arguments);
     words.insert(words.begin(), std::string(path));
-    return Spawn(std::move(words), [](int) {});
+    // A path that is none is told here, which the service manager would not do.
+    return !path.empty() && Spawn(OutsideOfUnit(std::move(words), path), [](int) {});
 }
 
 void PosixProcesses::OpenWithDesktop(std::string_view what, std::function<void()> failed) {
@@ -225,20 +259,29 @@ void PosixProcesses::OpenWithDesktop(std::string_view what, std::function<void()
             door->Pass(failed);
         }
     };
-    if (what.starts_with('-') || !Spawn({"xdg-open", std::string(what)}, ended)) {
+    if (what.starts_with('-') || !Spawn(OutsideOfUnit({"xdg-open", std::string(what)}, "xdg-open"), ended)) {
         failed();
     }
 }
 
+bool PosixProcesses::StartWithSocket(const std::string& path, std::vector<std::string> arguments, int socket,
+                                     std::function<void(bool well)> ended) {
+    arguments.insert(arguments.begin(), path);
+    const auto tell = [door = door_, ended = std::move(ended)](int status) {
+        door->Pass([ended, well = status == 0] { ended(well); });
+    };
+    return Spawn(std::move(arguments), tell, socket);
+}
+
 /// `ended` gets the status of the wait, on a thread of its own. False when nothing was started.
-bool PosixProcesses::Spawn(std::vector<std::string> words, std::function<void(int status)> ended) {
+bool PosixProcesses::Spawn(std::vector<std::string> words, std::function<void(int status)> ended, int socket) {
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
 
-    const SpawnSettings settings;
+    const SpawnSettings settings(socket);
     pid_t process = 0;
     // The new process takes over what is in force here at this moment; a spawn cannot set it.
     const mode_t own = umaskOfChildren_ ? ::umask(*umaskOfChildren_) : 0;

@@ -41,13 +41,19 @@ public:
     void OpenWithDesktop(std::string_view what, std::function<void()> failed) override;
     void EndThisProcess() override;
 
+    /// Starts a program that gets `socket` as its file 3, and nothing else of ours. `ended` is told on the logic thread
+    /// whether it ended well. False when nothing was started.
+    bool StartWithSocket(const std::string& path, std::vector<std::string> arguments, int socket,
+                         std::function<void(bool well)> ended);
+
     /// The umask of the programs that are started from now on; without it they get that of this process.
     void UmaskOfChildren(mode_t umask) { umaskOfChildren_ = umask; }
 
 private:
     class Door;
 
-    bool Spawn(std::vector<std::string> words, std::function<void(int status)> ended);
+    /// `socket`: what the program gets as its file 3; -1: nothing.
+    bool Spawn(std::vector<std::string> words, std::function<void(int status)> ended, int socket = -1);
 
     std::function<void()> onEnd_;
     std::shared_ptr<Door> door_;

@@ -43,7 +43,7 @@ bool TakesArrows(const QObject* target) {
 }  // namespace
 
 Desk::Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, bool isOurs)
-    : mirror_(mirror), kept_(kept), hands_(mirror), gamepad_(gamepad), isOurs_(isOurs) {
+    : mirror_(mirror), kept_(kept), hands_(mirror), gamepad_(gamepad), isOurs_(isOurs), keepsNext_(isOurs) {
     main_ = std::make_unique<MainWindow>(mirror, hands_, sky_, journal_, kept);
     tray_ = std::make_unique<TrayIcon>(mirror, main_->PopupMenu(), nullptr);
     connect(&mirror, &Mirror::Opened, this, &Desk::TakeNewDriver);
@@ -85,6 +85,9 @@ void Desk::TakeNewDriver() {
         if (log_ != nullptr) {
             log_->Clear();
         }
+    }
+    if (std::exchange(keepsNext_, false)) {
+        mirror_.Send({{"do", "keep"}});
     }
     main_->ShowDriver();
 }

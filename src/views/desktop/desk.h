@@ -32,6 +32,8 @@ public:
     ~Desk() override;
 
     MainWindow& Main() { return *main_; }
+    /// The next driver is to go on for this desk without a client.
+    void KeepNextDriver() { keepsNext_ = true; }
 
 Q_SIGNALS:
     /// A person wants a driver to run.
@@ -75,6 +77,7 @@ private:
     LogView* log_ = nullptr;
     QString process_;
     bool isOurs_;
+    bool keepsNext_;
     int stopKey_ = 0;  ///< as long as it is down it is STOP, and nothing else once the mount stands
     int padKey_ = 0;
 };

@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
     QNetworkAccessManager network;
     Desk desk(mirror, kept, options.value("gamepad"), isOurs);
     QObject::connect(&desk, &Desk::StartPressed, &desk, [&] {
+        desk.KeepNextDriver();
         mirror.ConnectTo(options.value("path"));
         AskForDriver(network, QUrl(options.value("address")));
     });

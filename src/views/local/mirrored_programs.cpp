@@ -13,7 +13,7 @@ MirroredPrograms::MirroredPrograms(MessagePump& pump, mirror::Mirror& mirror)
              }),
       socket_({
           .pump = pump,
-          .opened = [this](ViewId id) { views_.Opened(id, mirror::May::All); },
+          .opened = [this](ViewId id) { views_.Opened(id, mirror::May::All, mirror::Keeps::Nothing); },
           .received = [this](ViewId id, const std::string& text) { views_.Received(id, text); },
           .closed = [this](ViewId id) { views_.Closed(id); },
           .tick = [&mirror] { mirror.Tick(); },

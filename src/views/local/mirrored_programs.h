@@ -21,6 +21,9 @@ public:
     /// Lets programs connect at that path; see `PrivateSocket`. Returns why not, or nothing. To be called once.
     std::string Listen(const std::filesystem::path& path);
 
+    /// A program at the other end of this connected socket is a view from now on.
+    void Adopt(int socket) { socket_.Adopt(socket); }
+
     /// Whether all that was sent is on its way.
     bool AllIsSent() const { return views_.AllIsSent(); }
 

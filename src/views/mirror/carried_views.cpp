@@ -32,9 +32,9 @@ private:
 CarriedViews::CarriedViews(MessagePump& pump, Mirror& mirror, Carrier carrier)
     : pump_(pump), mirror_(mirror), carrier_(std::move(carrier)) {}
 
-void CarriedViews::Opened(Carrier::Id id, May may) {
+void CarriedViews::Opened(Carrier::Id id, May may, Keeps keeps) {
     const auto transport = std::make_shared<Carried>(carrier_, id);
-    open_[id] = {transport, mirror_.Open(transport, may)};
+    open_[id] = {transport, mirror_.Open(transport, may, keeps)};
 }
 
 void CarriedViews::Received(Carrier::Id id, std::string_view text) {

@@ -29,7 +29,8 @@ public:
     CarriedViews(const CarriedViews&) = delete;
     CarriedViews& operator=(const CarriedViews&) = delete;
 
-    void Opened(Carrier::Id id, May may);
+    /// `keeps`: see `Mirror::AnyKeepsDriver`.
+    void Opened(Carrier::Id id, May may, Keeps keeps = Keeps::Driver);
     void Received(Carrier::Id id, std::string_view text);
     void Closed(Carrier::Id id);
 

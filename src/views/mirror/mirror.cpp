@@ -22,10 +22,14 @@ Mirror::~Mirror() {
     }
 }
 
-Mirror::ViewId Mirror::Open(std::shared_ptr<Transport> transport, May may) {
+bool Mirror::AnyKeepsDriver() const {
+    return std::ranges::any_of(views_, &MirrorView::KeepsDriver);
+}
+
+Mirror::ViewId Mirror::Open(std::shared_ptr<Transport> transport, May may, Keeps keeps) {
     const ViewId id = ++lastId_;
     if (transport->IsOpen()) {  // its end may be known before its beginning
-        views_.push_back(std::make_shared<MirrorView>(needs_, id, std::move(transport), may));
+        views_.push_back(std::make_shared<MirrorView>(needs_, id, std::move(transport), may, keeps));
         views_.back()->Begin();
         // A view shows the hand box before there is a client, too.
         needs_.pump.Post(CallKind::Brief, [&handBox = needs_.windows.handBox] { handBox.EnsureLoaded(); });

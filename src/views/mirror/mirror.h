@@ -33,6 +33,9 @@ public:
 /// What a view may do besides being shown everything.
 enum class May { All, OnlyStop };
 
+/// Whether the driver goes on for a view when its last client has gone.
+enum class Keeps { Driver, Nothing };
+
 /// Why the driver ends.
 enum class EndReason { Person, Clients, Stopped };
 
@@ -71,7 +74,7 @@ public:
 
     using ViewId = std::uint64_t;
     /// A new view; it gets its welcome and a snapshot.
-    ViewId Open(std::shared_ptr<Transport> transport, May may);
+    ViewId Open(std::shared_ptr<Transport> transport, May may, Keeps keeps = Keeps::Driver);
     /// A message of the view; one that is not there any more is nobody's.
     void Received(ViewId id, std::string_view message);
     /// The view has gone: what it holds is released.
@@ -84,6 +87,8 @@ public:
     void SayEnd(EndReason reason);
 
     std::size_t ViewCount() const { return views_.size(); }
+    /// Whether the driver goes on for one of them.
+    bool AnyKeepsDriver() const;
 
 private:
     MirrorNeeds needs_;

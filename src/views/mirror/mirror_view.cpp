@@ -131,8 +131,9 @@ void CloseUnanswered(Form& form) {
 
 }  // namespace
 
-MirrorView::MirrorView(const MirrorNeeds& needs, Mirror::ViewId id, std::shared_ptr<Transport> transport, May may)
-    : needs_(needs), id_(id), transport_(std::move(transport)), may_(may) {}
+MirrorView::MirrorView(const MirrorNeeds& needs, Mirror::ViewId id, std::shared_ptr<Transport> transport, May may,
+                       Keeps keeps)
+    : needs_(needs), id_(id), transport_(std::move(transport)), may_(may), keeps_(keeps) {}
 
 MirrorView::~MirrorView() {
     End();
@@ -345,7 +346,7 @@ std::string MirrorView::WhyNot(const Report& report) {
     const bool stops = control && Stops(PressingOf(*control)) && report.deed != Deed::Change;
     if (may_ == May::OnlyStop && !stops &&
         (acts || report.deed == Deed::Close || report.deed == Deed::Icon || report.deed == Deed::Place ||
-         report.deed == Deed::Tray)) {
+         report.deed == Deed::Tray || report.deed == Deed::Keep)) {
         return std::string(kMayOnlyStop);
     }
     if (acts && !control) {
@@ -415,6 +416,10 @@ void MirrorView::Perform(const Report& report) {
                 needs_.noteTray(*report.at, *report.screen);
                 return std::string();
             });
+            break;
+        case Deed::Keep:
+            keeps_ = Keeps::Driver;
+            Answer(report, {});
             break;
     }
 }

@@ -21,11 +21,12 @@ namespace kestrane::mirror {
 class MirrorView final : public FormView, public std::enable_shared_from_this<MirrorView> {
 public:
     /// `needs` outlives it.
-    MirrorView(const MirrorNeeds& needs, Mirror::ViewId id, std::shared_ptr<Transport> transport, May may);
+    MirrorView(const MirrorNeeds& needs, Mirror::ViewId id, std::shared_ptr<Transport> transport, May may, Keeps keeps);
     ~MirrorView() override;
 
     Mirror::ViewId Id() const { return id_; }
     bool IsOpen() const { return transport_->IsOpen(); }
+    bool KeepsDriver() const { return keeps_ == Keeps::Driver; }
 
     void Begin();
     void Received(std::string_view message);
@@ -91,6 +92,7 @@ private:
     Mirror::ViewId id_;
     std::shared_ptr<Transport> transport_;
     May may_;
+    Keeps keeps_;
     bool attached_ = false;
 
     bool wantsSnapshot_ = true;

@@ -44,6 +44,7 @@ constexpr std::array kDeeds{
     DeedRow{"snapshot", Deed::Snapshot, kNothing},
     DeedRow{"place", Deed::Place, kForm | kAt},
     DeedRow{"tray", Deed::Tray, kAt | kScreen},
+    DeedRow{"keep", Deed::Keep, kNothing},
 };
 
 const DeedRow* FindDeed(std::string_view name) {

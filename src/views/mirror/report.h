@@ -11,7 +11,7 @@
 /// What a view reports of a person's hands. Pure functions.
 namespace kestrane::mirror {
 
-enum class Deed { Click, DblClick, Change, Hold, Beat, Release, Stop, Close, Icon, Lines, Snapshot, Place, Tray };
+enum class Deed { Click, DblClick, Change, Hold, Beat, Release, Stop, Close, Icon, Lines, Snapshot, Place, Tray, Keep };
 
 /// The value of a change, as it came.
 using ReportedValue = std::variant<std::monostate, bool, std::int32_t, std::string>;

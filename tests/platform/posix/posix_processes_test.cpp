@@ -1,6 +1,7 @@
 #include "platform/posix/posix_processes.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -219,8 +221,8 @@ protected:
         ::setenv("PATH", path_.c_str(), 1);
         StartTest::TearDown();
     }
-    void Install(const std::string& script) {
-        const auto program = folder_.Write("xdg-open", "#!/bin/sh\n" + script + "\n");
+    void Install(const std::string& script, const char* name = "xdg-open") {
+        const auto program = folder_.Write(name, "#!/bin/sh\n" + script + "\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     }
     const std::string path_ = std::getenv("PATH");
@@ -248,6 +250,59 @@ TEST_F(DesktopTest, Open_WithoutADesktop_OrOfAnOption_FailsAtOnce) {
     Install("exit 0");
     processes_.OpenWithDesktop("--help", [this] { ++failures_; });
     EXPECT_EQ(failures_, 2);
+}
+
+/// A driver that the user's service manager has started.
+class UnitTest : public DesktopTest {
+protected:
+    void SetUp() override {
+        DesktopTest::SetUp();
+        ::setenv("INVOCATION_ID", "0123", 1);
+        ::setenv("XDG_RUNTIME_DIR", folder_.Path().c_str(), 1);
+        Install("echo \"$*\" > " + fifo_.string(), "systemd-run");
+        Install("echo by itself > " + fifo_.string());
+    }
+    void TearDown() override {
+        ::unsetenv("INVOCATION_ID");
+        ::unsetenv("XDG_RUNTIME_DIR");
+        DesktopTest::TearDown();
+    }
+    void StartManager() { folder_.Write("systemd/private", ""); }
+};
+
+TEST_F(UnitTest, StartsWhatItOpens_ByTheServiceManager) {
+    StartManager();
+    processes_.OpenWithDesktop("/logs", [this] { ++failures_; });
+    EXPECT_EQ(Line(), "--user --quiet --collect --wait -- xdg-open /logs\n");
+    Install("exit 0", "tool");
+    EXPECT_TRUE(processes_.Start((folder_.Path() / "tool").string(), " -a \"b c\""));
+    EXPECT_EQ(Line(), "--user --quiet --collect --wait -- " + (folder_.Path() / "tool").string() + " -a b c\n");
+}
+
+TEST_F(UnitTest, StartsThemItself_WhereThereIsNoServiceManager) {
+    processes_.OpenWithDesktop("/logs", [this] { ++failures_; });
+    EXPECT_EQ(Line(), "by itself\n");
+}
+
+TEST_F(UnitTest, MissingProgram_IsToldAsWithoutAServiceManager) {
+    StartManager();
+    EXPECT_FALSE(processes_.Start((folder_.Path() / "missing").string(), ""));
+}
+
+TEST_F(StartTest, ProgramAtASocket_GetsItAsItsFile3_AndItsEndIsTold) {
+    const auto script = folder_.Write("speaks", "#!/bin/sh\necho \"$1\" >&3\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    bool well = false;
+    ASSERT_TRUE(processes_.StartWithSocket(script.string(), {"hello"}, ends[1], [&well](bool how) { well = how; }));
+    ::close(ends[1]);
+    std::array<char, 16> text{};
+    EXPECT_EQ(::read(ends[0], text.data(), text.size()), 6);
+    EXPECT_STREQ(text.data(), "hello\n");
+    EXPECT_EQ(posted_.get_future().wait_for(std::chrono::milliseconds(kPatienceMs)), std::future_status::ready);
+    EXPECT_TRUE(well);
+    ::close(ends[0]);
 }
 
 TEST_F(ProcessesTest, EndThisProcess_TellsTheOwner) {

@@ -253,6 +253,17 @@ TEST_F(MirrorTest, ViewThatTakesNothing_GetsNothingMoreThanBeats_ThenASnapshot_A
     EXPECT_EQ(mirror->ViewCount(), 0U);
 }
 
+TEST_F(MirrorTest, View_KeepsTheDriver_WhereItAsksForIt) {
+    id = mirror->Open(view, May::All, Keeps::Nothing);
+    EXPECT_FALSE(mirror->AnyKeepsDriver());
+    EXPECT_EQ(AnswerTo(R"("do":"keep","id":7)"), kHeard);
+    EXPECT_TRUE(mirror->AnyKeepsDriver());
+    mirror->Closed(id);
+    id = mirror->Open(view, May::OnlyStop, Keeps::Nothing);
+    Report(R"("do":"keep","id":7)");
+    EXPECT_FALSE(mirror->AnyKeepsDriver()) << "who may only stop keeps nothing";
+}
+
 TEST_F(MirrorTest, Stream_IsSentFromTheNumberThatIsWanted_AndGoesOn) {
     RichTextBox& log = driver->logWindow.rtbLog;
     for (const char* text : {"one", "two", "three"}) {

@@ -24,6 +24,7 @@ TEST(ParseReport, TakesEachDeedWithWhatItNeeds) {
              Row{R"({"do":"icon","message":"left"})", Deed::Icon},
              Row{R"({"do":"lines","stream":"s"})", Deed::Lines},
              Row{R"({"do":"snapshot"})", Deed::Snapshot},
+             Row{R"({"do":"keep"})", Deed::Keep},
              Row{R"({"do":"place","form":"f","at":[0,0,1,1]})", Deed::Place},
              Row{R"({"do":"tray","at":[0,0,1,1],"screen":[0,0,1,1]})", Deed::Tray},
          }) {
