@@ -2,29 +2,28 @@
 
 #include <QMap>
 #include <QRegularExpression>
-
-#include "ui_frmAskAbortSlew.h"
-#include "ui_frmAskAndWarnParked.h"
-#include "ui_frmAskCustomParkOK.h"
-#include "ui_frmAskGotoRaDec.h"
-#include "ui_frmAskGtoAltAz.h"
-#include "ui_frmAskMessage.h"
-#include "ui_frmAskPark.h"
-#include "ui_frmAskSwapEWNS.h"
-#include "ui_frmAskUnpark.h"
-#include "ui_frmAskUserCloseDriver.h"
-#include "ui_frmClients.h"
-#include "ui_frmHandBox.h"
-#include "ui_frmHelp.h"
-#include "ui_frmInitMount.h"
-#include "ui_frmInitialSetup.h"
-#include "ui_frmLogWindow.h"
-#include "ui_frmMessage.h"
-#include "ui_frmPark1Warning.h"
-#include "ui_frmQuaySettings.h"
-#include "ui_frmRcalSyncWarning.h"
-#include "ui_frmSetupFocuser.h"
-#include "ui_frmStatus.h"
+#include <ui_frmAskAbortSlew.h>
+#include <ui_frmAskAndWarnParked.h>
+#include <ui_frmAskCustomParkOK.h>
+#include <ui_frmAskGotoRaDec.h>
+#include <ui_frmAskGtoAltAz.h>
+#include <ui_frmAskMessage.h>
+#include <ui_frmAskPark.h>
+#include <ui_frmAskSwapEWNS.h>
+#include <ui_frmAskUnpark.h>
+#include <ui_frmAskUserCloseDriver.h>
+#include <ui_frmClients.h>
+#include <ui_frmHandBox.h>
+#include <ui_frmHelp.h>
+#include <ui_frmInitMount.h>
+#include <ui_frmInitialSetup.h>
+#include <ui_frmLogWindow.h>
+#include <ui_frmMessage.h>
+#include <ui_frmPark1Warning.h>
+#include <ui_frmQuaySettings.h>
+#include <ui_frmRcalSyncWarning.h>
+#include <ui_frmSetupFocuser.h>
+#include <ui_frmStatus.h>
 
 namespace kestrane::desktop {
 namespace {
