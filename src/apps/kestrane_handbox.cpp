@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
     options.addHelpOption();
     options.addOption(
         {"socket", "The inherited socket <number> to the driver that has started this program.", "number"});
+    options.addOption({"wait", "Shows nothing until there is a driver, and goes with it."});
     options.addOption({"path", "The driver's socket at <path>.", "path",
                        qEnvironmentVariable("XDG_RUNTIME_DIR") + "/kestrane/handbox"});
     options.addOption({"address", "Where \"Start\" asks for a driver.", "address", "http://127.0.0.1:11111/"});
@@ -57,7 +58,7 @@ int main(int argc, char** argv) {
 
     QSettings kept(QSettings::IniFormat, QSettings::UserScope, "kestrane", "handbox");
     SetUpApplication(kept);
-    const bool isOurs = options.isSet("socket");
+    const Life life = options.isSet("socket") ? Life::Driver : options.isSet("wait") ? Life::Waits : Life::ByHand;
     // Two hand boxes of one user would show the same twice, and one tray icon each.
     const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     QLockFile lock(QDir(runtime).filePath("kestrane-handbox.lock"));
@@ -69,16 +70,16 @@ int main(int argc, char** argv) {
 
     Mirror mirror;
     QNetworkAccessManager network;
-    Desk desk(mirror, kept, options.value("gamepad"), isOurs);
+    Desk desk(mirror, kept, options.value("gamepad"), life);
     QObject::connect(&desk, &Desk::StartPressed, &desk, [&] {
         desk.KeepNextDriver();
         mirror.ConnectTo(options.value("path"));
         AskForDriver(network, QUrl(options.value("address")));
     });
-    if (!isOurs) {
+    if (life != Life::Driver) {
         mirror.ConnectTo(options.value("path"));
         QTimer::singleShot(kGreetingMs, &desk, [&] {
-            if (!mirror.IsOpen()) {
+            if (life == Life::ByHand && !mirror.IsOpen()) {
                 desk.Main().show();  // else the driver says whether it is behind its icon
             }
         });

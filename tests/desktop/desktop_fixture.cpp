@@ -38,7 +38,7 @@ void DesktopFixture::StartAll(std::vector<std::string> mountOptions) {
 void DesktopFixture::StartDesk() {
     Wear(Theme::Dark);
     mirror = std::make_unique<Mirror>();
-    desk = std::make_unique<Desk>(*mirror, *kept, gamepad, false);
+    desk = std::make_unique<Desk>(*mirror, *kept, gamepad, life);
     mirror->ConnectTo(QString::fromStdString(folder.Path() / "kestrane" / "handbox"));
 }
 

@@ -55,6 +55,7 @@ protected:
     std::unique_ptr<process::HttpClient> client;
     QProcess tray;
     QString gamepad = "/nonexistent";
+    Life life = Life::ByHand;
 
 private:
     static QWidget* AnyWindowOf(const QString& form);

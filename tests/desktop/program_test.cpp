@@ -107,6 +107,23 @@ TEST_F(HandBoxProgram, DriverThatIsKilled_IsTold_AndTheNextOneIsShown) {
     EXPECT_FALSE(Find<QPushButton>("frmHandBox", "ownStart")->isVisible());
 }
 
+TEST_F(HandBoxProgram, StartedByTheDesktop_IsThereWithTheDriver_AndGoesWithIt) {
+    life = Life::Waits;
+    StartSystem();
+    StartDesk();
+    LiveFor(300);
+    EXPECT_FALSE(IsOpen("frmHandBox"));
+    Connect(*(client = std::make_unique<process::HttpClient>(Client(1))));
+    EXPECT_TRUE(Until([] { return IsOpen("frmHandBox"); }));
+    ::kill(Driver(), SIGTERM);
+    EXPECT_TRUE(Until([] { return !IsOpen("frmHandBox"); }));
+    Connect(*(client = std::make_unique<process::HttpClient>(Client(1))));
+    EXPECT_TRUE(Until([] { return IsOpen("frmHandBox"); }));
+    ::kill(Driver(), SIGKILL);
+    EXPECT_TRUE(Until([this] { return State() == "No driver"; }));
+    EXPECT_TRUE(IsOpen("frmHandBox")) << "that it has crashed a person has to see";
+}
+
 TEST_F(HandBoxProgram, DriverThatAPersonCloses_IsTold) {
     StartAll();
     Choose("mPopExit");
@@ -150,7 +167,7 @@ TEST_F(HandBoxProgram, TwoViews_ShowWhatTheOtherDoes_WithinAFifthOfASecond) {
     StartAll();
     QSettings otherKept(QString::fromStdString(folder.Path() / "other.ini"), QSettings::IniFormat);
     Mirror otherMirror;
-    Desk other(otherMirror, otherKept, "/nonexistent", false);
+    Desk other(otherMirror, otherKept, "/nonexistent", Life::ByHand);
     otherMirror.ConnectTo(QString::fromStdString(folder.Path() / "kestrane" / "handbox"));
     for (auto* const box : desk->Main().findChildren<QGroupBox*>()) {
         box->setChecked(true);

@@ -42,8 +42,8 @@ bool TakesArrows(const QObject* target) {
 
 }  // namespace
 
-Desk::Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, bool isOurs)
-    : mirror_(mirror), kept_(kept), hands_(mirror), gamepad_(gamepad), isOurs_(isOurs), keepsNext_(isOurs) {
+Desk::Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, Life life)
+    : mirror_(mirror), kept_(kept), hands_(mirror), gamepad_(gamepad), life_(life), keepsNext_(life == Life::Driver) {
     main_ = std::make_unique<MainWindow>(mirror, hands_, sky_, journal_, kept);
     tray_ = std::make_unique<TrayIcon>(mirror, main_->PopupMenu(), nullptr);
     connect(&mirror, &Mirror::Opened, this, &Desk::TakeNewDriver);
@@ -68,7 +68,7 @@ Desk::Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, bool isOurs)
         }
     });
     qApp->installEventFilter(this);
-    main_->ShowNoDriver(tr("No driver"), !isOurs);
+    main_->ShowNoDriver(tr("No driver"), life != Life::Driver);
     main_->setWindowTitle(kProgramName);
 }
 
@@ -93,16 +93,21 @@ void Desk::TakeNewDriver() {
 }
 
 void Desk::LoseDriver(const QString& why) {
-    if (isOurs_) {
+    if (life_ == Life::Driver) {
         QApplication::quit();
         return;
     }
     for (const auto& [name, window] : windows_) {
         window->CloseHere();
     }
+    // One that has not said why it goes has crashed, which a person has to see.
     main_->ShowNoDriver(why == "person" ? tr("Driver closed") : tr("No driver"), true);
     tray_->ShowState("Not connected", tr("No driver"));
     alerts_.Forget();
+    if (life_ == Life::Waits && !why.isEmpty()) {
+        main_->hide();
+        tray_->Wanted(false);
+    }
 }
 
 void Desk::TakeSnapshot(const QJsonArray& forms) {

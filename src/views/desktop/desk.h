@@ -21,14 +21,21 @@
 
 namespace kestrane::desktop {
 
+/// How the program came to run, and so what becomes of it without a driver.
+enum class Life {
+    ByHand,  ///< a person has started it: it shows that there is no driver
+    Waits,   ///< the desktop has started it: it shows itself when there is one, and goes with it
+    Driver,  ///< the driver has started it: it ends with it
+};
+
 /// The windows of the driver on the desktop of a person. The mirror and the settings, which keep what only this program
 /// has, outlive it.
 class Desk final : public QObject {
     Q_OBJECT
 
 public:
-    /// `gamepad` is a path, see `Gamepad`; `isOurs`: the driver has started this program, which ends with it.
-    Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, bool isOurs);
+    /// `gamepad` is a path, see `Gamepad`.
+    Desk(Mirror& mirror, QSettings& kept, const QString& gamepad, Life life);
     ~Desk() override;
 
     MainWindow& Main() { return *main_; }
@@ -76,7 +83,7 @@ private:
     std::unique_ptr<TrayIcon> tray_;
     LogView* log_ = nullptr;
     QString process_;
-    bool isOurs_;
+    Life life_;
     bool keepsNext_;
     int stopKey_ = 0;  ///< as long as it is down it is STOP, and nothing else once the mount stands
     int padKey_ = 0;
