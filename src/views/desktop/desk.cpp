@@ -90,6 +90,16 @@ void Desk::TakeNewDriver() {
         mirror_.Send({{"do", "keep"}});
     }
     main_->ShowDriver();
+    TellOfWayland();
+}
+
+/// What a person misses there is the desktop's doing: told once, and never again.
+void Desk::TellOfWayland() {
+    constexpr const char* kTold = "told/wayland";
+    if (QGuiApplication::platformName().startsWith("wayland") && !kept_.value(kTold).toBool()) {
+        kept_.setValue(kTold, true);
+        main_->ShowBanner(tr("This desktop decides itself where windows stand and which lies above others."), true);
+    }
 }
 
 void Desk::LoseDriver(const QString& why) {

@@ -60,6 +60,7 @@ private:
     void ShowSky();
     void LoseDriver(const QString& why);
     void TakeNewDriver();
+    void TellOfWayland();
     void Stop();
     void Alert(const QString& words, bool isGrave);
     bool OnKey(QKeyEvent& event, QObject* target);
