@@ -110,7 +110,7 @@ TEST_F(HandsTest, EachEndOfAHold_LetsGo) {
         ASSERT_TRUE(Until([this] { return State() == "Moving"; }));
         end();
         EXPECT_TRUE(Until([this] { return !IsHeld(3); }));
-        EXPECT_TRUE(Until([this] { return State() == "Tracking"; }, 3000));
+        EXPECT_TRUE(Until([this] { return State() == "Tracking"; })) << State().toStdString();
         QTest::mouseRelease(&Pad(3), Qt::LeftButton);
         Pad(3).show();
     }

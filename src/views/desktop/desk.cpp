@@ -200,6 +200,9 @@ void Desk::OpenForm(const QJsonObject& form) {
     if (name == kLog) {
         AskForLines(kLogStream, log_->Next());
     }
+    if (!window->isVisible()) {
+        window->Measure();
+    }
     // A window above a modal one can only be reached if it is modal too.
     window->OpenAt(UsualPlaceOf(*window), form["modal"].toBool() || AnyModalIsOpen());
 }
@@ -286,7 +289,7 @@ QPoint Desk::UsualPlaceOf(const ViewWindow& window) const {
     if (kept.isValid()) {
         return kept.toPoint();
     }
-    const QSize size = window.sizeHint();
+    const QSize size = window.size();
     return window.Form() == kLog ? ViewWindow::TopRightOf(*main_, size) : ViewWindow::CentredOver(*main_, size);
 }
 

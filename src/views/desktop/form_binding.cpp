@@ -95,7 +95,7 @@ void FormBinding::Fill(const QJsonObject& form) {
             bound.kind = control["kind"].toString();
             Bind(bound, control);
         }
-        if (auto* const line = qobject_cast<QLineEdit*>(bound.widget)) {
+        if (auto* const line = qobject_cast<QLineEdit*>(bound.widget); line != nullptr && !content_.isVisible()) {
             line->setModified(false);  // what was typed before the window closed is void
         }
         // What a list has comes before which of it is chosen, and the ends of a bar before its place.

@@ -104,7 +104,6 @@ void ViewWindow::OpenAt(const QPoint& usual, bool isModal) {
         return;
     }
     setWindowModality(isModal ? Qt::ApplicationModal : Qt::NonModal);
-    Measure();
     move(Within(screen()->availableGeometry(), place_.value_or(usual), size()));
     show();
     raise();

@@ -23,6 +23,8 @@ public:
 
     /// Takes what the driver tells of the window itself: caption, place, whether it lies above others.
     void ChangeWindow(const QString& member, const QJsonValue& value);
+    /// Takes the size that its content wants.
+    void Measure();
     /// Comes up, in front, with the frame's upper left corner there unless the driver has said where.
     void OpenAt(const QPoint& usual, bool isModal);
     void CloseHere();
@@ -48,7 +50,6 @@ protected:
     QWidget* Content() { return content_; }
 
 private:
-    void Measure();
     void TellPlace();
     void StandOnTop(bool onTop);
 
