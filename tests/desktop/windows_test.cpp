@@ -2,6 +2,8 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 #include "desktop/each_window.h"
@@ -10,6 +12,15 @@ namespace kestrane::desktop {
 namespace {
 
 using WindowsTest = EachWindow;
+
+/// A bar at the side is for windows that are higher than the screen only.
+void ExpectNothingIsCut(const QScrollArea& around) {
+    EXPECT_GE(around.viewport()->width(), around.widget()->minimumSizeHint().width());
+    EXPECT_GE(around.viewport()->width(), around.widget()->width());
+    if (around.window()->height() < around.screen()->availableSize().height() - 130) {
+        EXPECT_FALSE(around.verticalScrollBar()->isVisible());
+    }
+}
 
 TEST_F(WindowsTest, EachWindow_OpensFromItsControl_AndClosesByItsFrame) {
     StartAllWindows();
@@ -21,6 +32,7 @@ TEST_F(WindowsTest, EachWindow_OpensFromItsControl_AndClosesByItsFrame) {
         LiveFor(200);
         EXPECT_TRUE(desk->Main().screen()->geometry().contains(WindowOf(opening.form)->frameGeometry()));
         EXPECT_NE(Find<QPushButton>(opening.form, "ownStop"), nullptr);
+        ExpectNothingIsCut(*WindowOf(opening.form)->findChild<QScrollArea*>());
         Close(opening);
     }
 }

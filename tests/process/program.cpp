@@ -29,11 +29,17 @@ int UnnamedFile() {
     return file;
 }
 
+/// Those of this build, unless the environment names others.
+fs::path FolderOfPrograms() {
+    const char* const others = std::getenv("KESTRANE_PROGRAMS");
+    return others == nullptr ? KESTRANE_PROGRAMS : others;
+}
+
 }  // namespace
 
 Program::Program(const std::string& name, std::vector<std::string> arguments)
     : output_(UnnamedFile()), errors_(UnnamedFile()) {
-    arguments.insert(arguments.begin(), (fs::path(KESTRANE_PROGRAMS) / name).string());
+    arguments.insert(arguments.begin(), (FolderOfPrograms() / name).string());
     std::vector<char*> words;
     for (std::string& argument : arguments) {
         words.push_back(argument.data());

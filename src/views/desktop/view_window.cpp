@@ -112,10 +112,19 @@ void ViewWindow::OpenAt(const QPoint& usual, bool isModal) {
 
 /// What a window takes is known when its parts have been dressed, which the toolkit does when it shows them.
 void ViewWindow::Measure() {
-    for (QWidget* const part : findChildren<QWidget*>()) {
+    const QList<QWidget*> parts = findChildren<QWidget*>();
+    for (QWidget* const part : parts) {
         part->ensurePolished();
-        part->updateGeometry();
     }
+    // What is around a part remembers what that took before: from the innermost outwards.
+    for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
+        if (QLayout* const inside = (*part)->layout()) {
+            inside->invalidate();
+            inside->activate();
+        }
+        (*part)->updateGeometry();
+    }
+    layout()->invalidate();
     layout()->activate();
     resize(sizeHint());
 }
