@@ -19,7 +19,8 @@ class HandBoxProgram : public DesktopFixture {
 protected:
     void StartSystemWithClient() {
         Seed({{"cbxMoveRate", "4"}});
-        StartSystem();
+        StartMount({"--verbose"});
+        StartActivator();
         client = std::make_unique<process::HttpClient>(Client(1));
         Connect(*client);
     }
@@ -46,8 +47,10 @@ TEST_F(HandBoxProgram, Killed_WhileAButtonIsHeld_LetsTheMountStand) {
     LiveFor(500);
     X("keydown Up");
     ASSERT_TRUE(Until([this] { return Moves(); }));
+    const std::size_t heard = mount->Errors().size();
     program->Signal(SIGKILL);
     program.reset();
+    EXPECT_TRUE(Until([&] { return mount->Errors().find(" > :Q", heard) != std::string::npos; }, 1500));
     LiveFor(1500);
     EXPECT_FALSE(Moves());
     X("keyup Up");

@@ -25,11 +25,22 @@ using DesktopProgram = OpenView<LineClient>;
 class HandBoxViewTest : public ProcessFixture {
 protected:
     static double Declination(HttpClient& client) { return Good(client.Get("declination")).value.to_number<double>(); }
-    /// Whether the declination changes within a second and a half, for which the poll reads it anew.
+    /// Whether the declination changes within some seconds, in which the poll reads it anew.
     static bool Moves(HttpClient& client) {
         const double before = Declination(client);
         std::this_thread::sleep_for(std::chrono::milliseconds(2500));
         return std::abs(Declination(client) - before) > 0.002;
+    }
+    void StartSystemThatIsHeard() {
+        StartMount({"--verbose"});
+        StartActivator();
+    }
+    /// From `before`, a length of what the mount has heard: it stops in time, whatever the poll tells later.
+    void ExpectStandsInTime(HttpClient& client, std::size_t before) {
+        EXPECT_TRUE(WaitUntil(Seconds(1.5), [&] { return mount->Errors().find(" > :Q", before) != std::string::npos; }))
+            << mount->Errors().substr(before);
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        EXPECT_FALSE(Moves(client));
     }
 };
 
@@ -45,7 +56,7 @@ TEST_F(HandBoxViewTest, Page_IsShownTheWindows_AndWhatChanges) {
 }
 
 TEST_F(HandBoxViewTest, HeldButton_MovesTheMount_AndABrowserThatIsKilled_LetsGo) {
-    StartSystem();
+    StartSystemThatIsHeard();
     HttpClient client = Client(1);
     Connect(client);
     auto page = std::make_unique<OpenPage>(port, "/view");
@@ -55,13 +66,13 @@ TEST_F(HandBoxViewTest, HeldButton_MovesTheMount_AndABrowserThatIsKilled_LetsGo)
     const double before = Declination(client);
     page->LiveFor(Seconds(2));
     EXPECT_GT(std::abs(Declination(client) - before), 0.004) << "the mount moves as long as the page holds";
+    const std::size_t heard = mount->Errors().size();
     page.reset();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    EXPECT_FALSE(Moves(client));
+    ExpectStandsInTime(client, heard);
 }
 
 TEST_F(HandBoxViewTest, DesktopProgram_IsShownTheWindows_AndWhenItIsKilled_LetsGo) {
-    StartSystem();
+    StartSystemThatIsHeard();
     HttpClient client = Client(1);
     Connect(client);
     auto program = std::make_unique<DesktopProgram>(folder.Path() / "kestrane" / "handbox");
@@ -72,9 +83,9 @@ TEST_F(HandBoxViewTest, DesktopProgram_IsShownTheWindows_AndWhenItIsKilled_LetsG
     const double before = Declination(client);
     program->LiveFor(Seconds(2));
     EXPECT_GT(std::abs(Declination(client) - before), 0.004) << "the mount moves as long as the program holds";
+    const std::size_t heard = mount->Errors().size();
     program.reset();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    EXPECT_FALSE(Moves(client));
+    ExpectStandsInTime(client, heard);
 }
 
 TEST_F(HandBoxViewTest, DesktopProgramAndPage_ShowWhatTheOtherDoes) {
