@@ -20,6 +20,10 @@ DesktopFixture::DesktopFixture() {
 
 DesktopFixture::~DesktopFixture() {
     EndDesk();
+    EndTray();
+}
+
+void DesktopFixture::EndTray() {
     tray.kill();
     tray.waitForFinished();
 }
@@ -48,9 +52,9 @@ void DesktopFixture::EndDesk() {
     QCoreApplication::processEvents();
 }
 
-void DesktopFixture::StartTray() {
-    tray.start("trayer", {"--edge", "bottom", "--align", "right", "--widthtype", "percent", "--width", "100",
-                          "--height", "28", "--SetDockType", "true", "--SetPartialStrut", "true", "--expand", "false"});
+void DesktopFixture::StartTray(const char* edge) {
+    tray.start("trayer", {"--edge", edge, "--align", "right", "--widthtype", "percent", "--width", "100", "--height",
+                          "28", "--SetDockType", "true", "--SetPartialStrut", "true", "--expand", "false"});
     ASSERT_TRUE(Until([] { return TrayIcon::Exists(); }));
 }
 

@@ -22,7 +22,9 @@ protected:
     void StartAll(std::vector<std::string> mountOptions = {});
     void StartDesk();
     void EndDesk();
-    void StartTray();
+    /// `edge` of the screen: "bottom", "top", "left" or "right".
+    void StartTray(const char* edge = "bottom");
+    void EndTray();
 
     /// Lets the desk live until it holds, for some seconds at most. Returns whether it did.
     static bool Until(const std::function<bool()>& holds, int mostMs = 8000);

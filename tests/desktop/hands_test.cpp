@@ -102,6 +102,8 @@ TEST_F(HandsTest, EachEndOfAHold_LetsGo) {
         {"another button of the mouse", [this] { QTest::mousePress(&Pad(3), Qt::RightButton); }},
         {"the focus goes", [this] { Find("frmHandBox", "txtRaCustom")->setFocus(); }},
         {"STOP", [this] { QTest::mouseClick(&desk->Main().Stop(), Qt::LeftButton); }},
+        {"the machine goes to sleep",
+         [this] { QMetaObject::invokeMethod(desk->findChild<SessionEvents*>(), "OnSleep", Q_ARG(bool, true)); }},
         {"the window is minimized", [this] { desk->Main().showMinimized(); }},
     };
     for (const auto& [name, end] : ends) {

@@ -62,20 +62,32 @@ TEST_F(TrayTest, MinimizedHandBox_GoesBehindItsIcon_AndADoubleClickBringsItBack)
     PointAway();
 }
 
-TEST_F(TrayTest, RestingPointer_ShowsTheStatus_BesideTheTray) {
-    StartTray();
+TEST_F(TrayTest, RestingPointer_ShowsTheStatus_BesideTheTray_OnWhicheverEdgeThatLies) {
     StartAll();
-    GoBehindIcon();
-    PointAway();
-    PointAtIcon();
-    ASSERT_TRUE(Until([] { return IsOpen("frmStatus"); }));
-    LiveFor(300);
-    const QRect frame = WindowOf("frmStatus")->frameGeometry();
-    const QRect screen = desk->Main().screen()->geometry();
-    EXPECT_LE(frame.bottom(), IconAt().top()) << "above the tray at the lower edge";
-    EXPECT_NEAR(frame.right(), screen.right(), 12) << "in the corner with the icons";
-    PointAway();
-    EXPECT_TRUE(Until([] { return !IsOpen("frmStatus"); })) << "it goes by itself";
+    for (const char* const edge : {"bottom", "top", "left", "right"}) {
+        SCOPED_TRACE(edge);
+        StartTray(edge);
+        GoBehindIcon();
+        PointAway();
+        PointAtIcon();
+        ASSERT_TRUE(Until([] { return IsOpen("frmStatus"); }));
+        LiveFor(300);
+        const QRect frame = WindowOf("frmStatus")->frameGeometry();
+        const QRect icon = IconAt();
+        EXPECT_FALSE(frame.intersects(icon));
+        const QString at = edge;
+        const int gap = at == "bottom" ? icon.top() - frame.bottom()
+                        : at == "top"  ? frame.top() - icon.bottom()
+                        : at == "left" ? frame.left() - icon.right()
+                                       : icon.left() - frame.right();
+        EXPECT_GE(gap, 0);
+        EXPECT_LE(gap, 30);
+        PointAway();
+        EXPECT_TRUE(Until([] { return !IsOpen("frmStatus"); })) << "it goes by itself";
+        Choose("mPopRestore");
+        EXPECT_TRUE(Until([] { return IsOpen("frmHandBox"); }));
+        EndTray();
+    }
 }
 
 TEST_F(TrayTest, RestingPointer_ShowsNothing_WhereItIsNotWanted) {

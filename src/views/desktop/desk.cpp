@@ -104,7 +104,7 @@ void Desk::TellOfWayland() {
 
 void Desk::LoseDriver(const QString& why) {
     if (life_ == Life::Driver) {
-        QApplication::quit();
+        QCoreApplication::exit();  // quit() would ask the windows, which ask the driver
         return;
     }
     for (const auto& [name, window] : windows_) {

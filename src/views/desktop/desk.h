@@ -77,7 +77,7 @@ private:
     SkyNumbers sky_;
     Journal journal_;
     Alerts alerts_;
-    SessionEvents session_;
+    SessionEvents session_{this};
     Gamepad gamepad_;
     std::unique_ptr<MainWindow> main_;
     std::map<QString, std::unique_ptr<ViewWindow>> windows_;  ///< all but the hand box, those that were open once

@@ -27,23 +27,30 @@ QJsonArray JsonOf(const QRect& area) {
     return {area.left(), area.top(), area.right() + 1, area.bottom() + 1};
 }
 
-/// The bar with the icon reaches over the whole of the edge that is nearest to it.
-QRect BarOf(const QRect& icon, const QRect& screen) {
-    const int left = icon.left() - screen.left();
-    const int right = screen.right() - icon.right();
-    const int top = icon.top() - screen.top();
-    const int bottom = screen.bottom() - icon.bottom();
-    const int nearest = std::min({left, right, top, bottom});
-    if (nearest == bottom) {
-        return {QPoint(screen.left(), icon.top()), screen.bottomRight()};
-    }
-    if (nearest == top) {
-        return {screen.topLeft(), QPoint(screen.right(), icon.bottom())};
-    }
-    if (nearest == left) {
-        return {screen.topLeft(), QPoint(icon.right(), screen.bottom())};
-    }
-    return {QPoint(icon.left(), screen.top()), screen.bottomRight()};
+/// The bar that holds the icon, over the whole of its edge of the screen. The edge is the one that the desktop keeps
+/// windows away from where the icon is; without such a one, that which is nearest.
+QRect BarOf(const QRect& icon, const QRect& screen, const QRect& forWindows) {
+    struct Edge {
+        QRect bar;
+        int away;     ///< of the icon from the edge
+        bool isKept;  ///< windows are kept away from there
+    };
+    const Edge edges[] = {
+        {{QPoint(screen.left(), icon.top()), screen.bottomRight()},
+         screen.bottom() - icon.bottom(),
+         icon.top() > forWindows.bottom()},
+        {{screen.topLeft(), QPoint(screen.right(), icon.bottom())},
+         icon.top() - screen.top(),
+         icon.bottom() < forWindows.top()},
+        {{screen.topLeft(), QPoint(icon.right(), screen.bottom())},
+         icon.left() - screen.left(),
+         icon.right() < forWindows.left()},
+        {{QPoint(icon.left(), screen.top()), screen.bottomRight()},
+         screen.right() - icon.right(),
+         icon.left() > forWindows.right()},
+    };
+    return std::ranges::min_element(edges, {}, [](const Edge& edge) { return std::pair(!edge.isKept, edge.away); })
+        ->bar;
 }
 
 }  // namespace
@@ -117,8 +124,9 @@ void TrayIcon::TellPlace() {
     const QRect icon = icon_.geometry();
     const QScreen* const screen = QGuiApplication::screenAt(icon.center());
     if (icon.isValid() && screen != nullptr) {
-        mirror_.Send(
-            {{"do", "tray"}, {"at", JsonOf(BarOf(icon, screen->geometry()))}, {"screen", JsonOf(screen->geometry())}});
+        mirror_.Send({{"do", "tray"},
+                      {"at", JsonOf(BarOf(icon, screen->geometry(), screen->availableGeometry()))},
+                      {"screen", JsonOf(screen->geometry())}});
     }
 }
 
