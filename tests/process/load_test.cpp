@@ -53,7 +53,8 @@ Polling PollInTurn(HttpClient client, const std::atomic<bool>& stop) {
 }
 
 TEST_F(ProcessFixture, FewDescriptorsPermitted_IdleConnectionsMakeRoomForANewOne) {
-    const std::filesystem::path limited = folder.Path() / "limited";
+    const TemporaryFolder scripts{TemporaryFolder::Place::Disk};
+    const std::filesystem::path limited = scripts.Path() / "limited";
     std::ofstream(limited) << "#!/bin/sh\nulimit -n 320\nexec " << KESTRANE_PROGRAMS << "/kestrane-activate \"$@\"\n";
     std::filesystem::permissions(limited, std::filesystem::perms::owner_all);
     activator =

@@ -58,7 +58,8 @@ protected:
     std::string LogText() const;
     static void Connect(HttpClient& client) { Good(client.Put("connected", "Connected=True")); }
 
-    TemporaryFolder folder{TemporaryFolder::Place::Disk};
+    /// In memory: a driver that waits for a busy disk would answer late.
+    TemporaryFolder folder;
     std::filesystem::path portLink = folder.Path() / "Kestrane" / "Ports" / "COM1";  ///< where COM1 is
     std::unique_ptr<Program> mount;
     std::unique_ptr<Program> activator;

@@ -59,7 +59,8 @@ protected:
         return (run.Output() + run.Errors()).find(text) != std::string::npos;
     }
 
-    fs::path place = folder.Path();
+    TemporaryFolder scripts{TemporaryFolder::Place::Disk};
+    fs::path place = scripts.Path();
 };
 
 TEST_F(RunScript, GetsSigtermInTheFirstSlew_EndsAtOnceWithItsChildren) {
